@@ -1,0 +1,3 @@
+#include "bench/Bench.h"
+
+int main(int argc, char** argv) { return pb::benchMain(argc, argv); }

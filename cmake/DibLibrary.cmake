@@ -1,0 +1,35 @@
+# The image library. Each folder is a layer; a new source file in one of them is picked up by itself.
+
+file(GLOB dib_sources CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/dib/*.cpp
+    ${PROJECT_SOURCE_DIR}/geometry/*.cpp
+    ${PROJECT_SOURCE_DIR}/effects/*.cpp
+    ${PROJECT_SOURCE_DIR}/formats/*.cpp)
+
+add_library(dibstream_objects OBJECT ${dib_sources})
+dib_library_settings(dibstream_objects)
+target_include_directories(dibstream_objects PUBLIC
+    ${PROJECT_SOURCE_DIR}/include
+    ${PROJECT_SOURCE_DIR}/vexlibs/include
+    ${PROJECT_SOURCE_DIR})
+
+add_library(dibstream SHARED)
+add_library(DibStream::dibstream ALIAS dibstream)
+dib_library_settings(dibstream)
+target_compile_features(dibstream PUBLIC cxx_std_17)
+target_link_libraries(dibstream PRIVATE dibstream_objects VexLibs)
+target_include_directories(dibstream INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>)
+if(NOT DIB_SANITIZE)
+    target_link_options(dibstream PRIVATE -Wl,--no-undefined)
+endif()
+set_target_properties(dibstream PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+
+if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS)
+    # The same objects as a static library: tests reach internal functions and make single allocations fail.
+    add_library(dibstream_internal STATIC)
+    target_link_libraries(dibstream_internal PUBLIC dibstream_objects VexLibs_internal)
+endif()

@@ -1,0 +1,25 @@
+# Compiler settings shared by every target of the project.
+
+add_library(dib_options INTERFACE)
+target_compile_features(dib_options INTERFACE cxx_std_20)
+# Results are the same bytes on every machine: no contraction of a * b + c, whatever the instruction set.
+target_compile_options(dib_options INTERFACE -ffp-contract=off -Wall -Wextra -Wconversion -Wshadow)
+if(DIB_WARNINGS_AS_ERRORS)
+    target_compile_options(dib_options INTERFACE -Werror)
+endif()
+if(DIB_SANITIZE)
+    target_compile_options(dib_options INTERFACE -fsanitize=${DIB_SANITIZE} -fno-sanitize-recover=all
+                                                 -fno-omit-frame-pointer)
+    target_link_options(dib_options INTERFACE -fsanitize=${DIB_SANITIZE})
+endif()
+
+# The library itself: hidden by default, vectorised in release builds.
+function(dib_library_settings target)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:dib_options>)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:-O3>)
+    set_target_properties(${target} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        CXX_EXTENSIONS OFF
+        POSITION_INDEPENDENT_CODE ON)
+endfunction()

@@ -1,0 +1,43 @@
+#include "dib/ColorTable.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dib/Memory.h"
+
+namespace dib {
+
+std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header) {
+    std::array<DibBGRA, 256> table{};
+    const std::size_t entries = std::min(announcedEntries(header), addressableEntries(header.biBitCount));
+    if (entries > 0) std::memcpy(table.data(), colorTable(&header), entries * kEntryBytes);
+    return table;
+}
+
+void writeGreyTable(BITMAPINFOHEADER& header) {
+    const std::size_t levels = addressableEntries(header.biBitCount);
+    const std::size_t entries = std::min(levels, announcedEntries(header));
+    DibBGRA* table = colorTable(&header);
+    for (std::size_t i = 0; i < entries; ++i) {
+        const auto grey = static_cast<std::uint8_t>(i * 255 / (levels - 1));
+        table[i] = {grey, grey, grey, 0};
+    }
+}
+
+bool ensureColorTable(DibStream& image, std::size_t entries) {
+    const BITMAPINFOHEADER& header = *image.Header;
+    const std::size_t announced = announcedEntries(header);
+    if (announced >= entries) return true;
+
+    auto block = allocateZeroed<unsigned char>(kHeaderBytes + entries * kEntryBytes);
+    if (block == nullptr) return false;
+    std::memcpy(block.get(), &header, kHeaderBytes);
+    std::memcpy(block.get() + kHeaderBytes, colorTable(&header), announced * kEntryBytes);
+    image.HeaderFree();
+    image.Header = reinterpret_cast<BITMAPINFOHEADER*>(block.release());
+    image.Header->biSize = kHeaderBytes;
+    image.HeaderOwner = kOwned;
+    return true;
+}
+
+}  // namespace dib

@@ -1,0 +1,49 @@
+// Access to the colour table behind a header: how long it is, and reading that never passes its end.
+#ifndef DIB_COLOR_TABLE_H
+#define DIB_COLOR_TABLE_H
+
+#include <DibStream.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace dib {
+
+constexpr std::size_t kHeaderBytes = sizeof(BITMAPINFOHEADER);
+constexpr std::size_t kEntryBytes = sizeof(DibBGRA);
+
+// Entries that a depth can address; 0 above 8 bits.
+constexpr std::size_t addressableEntries(int bitCount) {
+    return bitCount >= 1 && bitCount <= 8 ? std::size_t{1} << bitCount : 0;
+}
+
+// Entries that the header announces: biClrUsed, or as many as the depth addresses when that is 0.
+inline std::size_t announcedEntries(const BITMAPINFOHEADER& header) {
+    return header.biClrUsed != 0 ? header.biClrUsed : addressableEntries(header.biBitCount);
+}
+
+// The first entry; the table follows the header, whose size the header itself names.
+inline DibBGRA* colorTable(BITMAPINFOHEADER* header) {
+    return reinterpret_cast<DibBGRA*>(reinterpret_cast<unsigned char*>(header) + header->biSize);
+}
+inline const DibBGRA* colorTable(const BITMAPINFOHEADER* header) {
+    return reinterpret_cast<const DibBGRA*>(reinterpret_cast<const unsigned char*>(header) + header->biSize);
+}
+
+// A full table: the announced entries that the depth can address, black beyond them. Consumers index this
+// copy, so that no pixel value reads outside the block.
+std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header);
+
+// Writes the grey ramp of the header's depth (1, 4 or 8 bits) into its table: as many entries as the depth
+// addresses, but no more than announced.
+void writeGreyTable(BITMAPINFOHEADER& header);
+
+// Makes sure that the header block of an image holds at least `entries` table entries behind a 40-byte
+// header: a block that announces fewer is replaced by a grown one of the image's own, old entries kept and
+// new ones zero. `biClrUsed` stays. Returns false, with nothing changed, when memory is short.
+bool ensureColorTable(DibStream& image, std::size_t entries);
+
+}  // namespace dib
+
+#endif

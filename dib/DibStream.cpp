@@ -1,0 +1,311 @@
+#include <DibStream.h>
+#include <VexLibs.h>
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+#include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "headers and 16-bit pixels are little-endian in memory");
+
+using dib::kHeaderBytes;
+using dib::kOwned;
+
+wchar_t DibStream::DllPath[1024] = {};
+
+// Life and counting.
+
+DibStream::DibStream() = default;
+
+DibStream::~DibStream() { Clear(); }
+
+std::uint64_t DibStream::AddRef() { return ++RefCount; }
+
+std::uint64_t DibStream::Release() {
+    const std::uint64_t left = --RefCount;
+    if (left == 0) delete this;
+    return left;
+}
+
+// Ownership.
+
+void DibStream::HeaderFree() {
+    if (HeaderOwner != 0) std::free(Header);
+    Header = nullptr;
+    HeaderOwner = 0;
+}
+
+void DibStream::BufferFree() {
+    if (BufferOwner != 0) std::free(Buffer);
+    Buffer = nullptr;
+    BufferOwner = 0;
+}
+
+void DibStream::Clear() {
+    HeaderFree();
+    BufferFree();
+}
+
+bool DibStream::SetDib(void* header, unsigned int headerOwner, void* buffer, unsigned int bufferOwner) {
+    if (header == nullptr || buffer == nullptr) return false;
+    Clear();
+    Header = static_cast<BITMAPINFOHEADER*>(header);
+    HeaderOwner = headerOwner;
+    Buffer = static_cast<unsigned char*>(buffer);
+    BufferOwner = bufferOwner;
+    return true;
+}
+
+bool DibStream::SetBuffer(void* buffer, unsigned int owner) {
+    BufferFree();
+    Buffer = static_cast<unsigned char*>(buffer);
+    BufferOwner = owner;
+    return true;
+}
+
+// Copies.
+
+namespace {
+
+// A copy of a header block, 40 bytes and the announced table, whatever biSize says. The new block has room
+// for every entry that the depth can address; the entries beyond the announced ones are zero.
+BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& source) {
+    const std::size_t announced = dib::announcedEntries(source);
+    const std::size_t entries = std::max(announced, dib::addressableEntries(source.biBitCount));
+    auto block = dib::allocateArray<unsigned char>(kHeaderBytes + entries * dib::kEntryBytes);
+    if (block == nullptr) return nullptr;
+    const std::size_t copied = kHeaderBytes + announced * dib::kEntryBytes;
+    std::memcpy(block.get(), &source, copied);
+    std::memset(block.get() + copied, 0, (entries - announced) * dib::kEntryBytes);
+    return reinterpret_cast<BITMAPINFOHEADER*>(block.release());
+}
+
+// A copy of `announcedBytes` pixel bytes in a block that also holds every row of the header.
+unsigned char* copyPixelBlock(const BITMAPINFOHEADER& header, const void* pixels,
+                              std::size_t announcedBytes) {
+    const dib::ImageSize size = dib::admitSize(header);
+    if (!size.admitted) return nullptr;
+    const std::size_t blockBytes = std::max({announcedBytes, size.imageBytes, std::size_t{1}});
+    auto block = dib::allocateImageBlock(blockBytes);
+    if (block == nullptr) return nullptr;
+    std::memcpy(block.get(), pixels, announcedBytes);
+    std::memset(block.get() + announcedBytes, 0, blockBytes - announcedBytes);
+    return block.release();
+}
+
+}  // namespace
+
+bool DibStream::Copy(void* header, void* bits) {
+    Clear();
+    if (header == nullptr || bits == nullptr) return false;
+    const auto& source = *static_cast<const BITMAPINFOHEADER*>(header);
+
+    HeaderOwner = kOwned;
+    Header = copyHeaderBlock(source);
+    if (Header == nullptr) {
+        HeaderOwner = 0;
+        return false;
+    }
+    const std::size_t bytes =
+        source.biSizeImage != 0 ? source.biSizeImage : dib::admitSize(source).imageBytes;
+    // The word stays beside a null block when this fails; a null block is never freed.
+    BufferOwner = kOwned;
+    Buffer = copyPixelBlock(source, bits, bytes);
+    if (Buffer == nullptr) {
+        HeaderFree();
+        return false;
+    }
+    return true;
+}
+
+DibStream* DibStream::Clone() {
+    auto* clone = new (std::nothrow) DibStream;
+    const auto fail = [&]() -> DibStream* {
+        delete clone;
+        ErrorCode = DIB_ERROR_MEMORY;
+        return nullptr;
+    };
+    if (clone == nullptr) return fail();
+    if (Header != nullptr) {
+        clone->Header = copyHeaderBlock(*Header);
+        if (clone->Header == nullptr) return fail();
+        clone->HeaderOwner = kOwned;
+    }
+    // Pixels without a header have no size, so there is nothing to copy of them.
+    if (Buffer != nullptr && Header != nullptr) {
+        clone->Buffer = copyPixelBlock(*Header, Buffer, static_cast<std::uint32_t>(GetImageSize()));
+        if (clone->Buffer == nullptr) return fail();
+        clone->BufferOwner = kOwned;
+    }
+    return clone;
+}
+
+// New images.
+
+bool DibStream::SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int bitCount) {
+    info.biSize = kHeaderBytes;
+    info.biWidth = width;
+    info.biHeight = height;
+    info.biPlanes = 1;
+    info.biBitCount = static_cast<std::uint16_t>(bitCount);
+    if (!dib::isDepth(bitCount)) return false;
+    info.biCompression = 0;
+    info.biClrUsed = static_cast<std::uint32_t>(dib::addressableEntries(bitCount));
+    const std::uint32_t rows = static_cast<std::uint32_t>(dib::rowCount(height));
+    info.biSizeImage = dib::pitch32(static_cast<std::uint32_t>(bitCount), width) * rows;
+    info.biXPelsPerMeter = 0;
+    info.biYPelsPerMeter = 0;
+    info.biClrImportant = 0;
+    return true;
+}
+
+BITMAPINFOHEADER* DibStream::CreateHeader(int width, int height, int bitCount) {
+    BITMAPINFOHEADER info;
+    if (!SetBitmapInfo(info, width, height, bitCount)) return nullptr;
+    if (!dib::admitSize(width, height, bitCount).admitted) return nullptr;
+    auto block = dib::allocateArray<unsigned char>(kHeaderBytes + info.biClrUsed * dib::kEntryBytes);
+    if (block == nullptr) {
+        ErrorCode = DIB_ERROR_MEMORY;
+        return nullptr;
+    }
+    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.release());
+    *header = info;
+    // A 4-bit table stays as it is: whoever makes such an image writes a table of its own.
+    if (bitCount == 8 || bitCount == 1) dib::writeGreyTable(*header);
+    return header;
+}
+
+unsigned char* DibStream::CreateBuffer(BITMAPINFOHEADER* header) {
+    if (header == nullptr) return nullptr;
+    const dib::ImageSize size = dib::admitSize(*header);
+    if (!size.admitted || size.imageBytes == 0) return nullptr;
+    return dib::allocateImageBlock(size.imageBytes).release();
+}
+
+bool DibStream::Create(int width, int height, int bitCount) {
+    Clear();
+    Header = CreateHeader(width, height, bitCount);
+    Buffer = CreateBuffer(Header);
+    if (Header != nullptr && Buffer != nullptr) {
+        HeaderOwner = kOwned;
+        BufferOwner = kOwned;
+        return true;
+    }
+    std::free(Header);
+    Header = nullptr;
+    ErrorCode = DIB_ERROR_MEMORY;
+    return false;
+}
+
+void DibStream::SetMonoPalette() {
+    if (Header == nullptr) return;
+    const std::size_t entries = dib::addressableEntries(Header->biBitCount);
+    if (!dib::isDepth(Header->biBitCount) || entries == 0) return;
+    dib::ensureColorTable(*this, entries);
+    dib::writeGreyTable(*Header);
+}
+
+// The alpha plane.
+
+DibStream* DibStream::CreateAlphaDib() {
+    if (Header == nullptr || Buffer == nullptr || Header->biBitCount != 32) return nullptr;
+    auto* alpha = new (std::nothrow) DibStream;
+    if (alpha == nullptr) return nullptr;
+    if (!alpha->Create(Header->biWidth, Header->biHeight, 8)) {
+        delete alpha;
+        return nullptr;
+    }
+    alpha->SetMonoPalette();
+
+    const dib::ImageSize size = dib::admitSize(*Header);
+    const std::size_t width = static_cast<std::size_t>(Header->biWidth);
+    const std::size_t alphaRowBytes = alpha->GetPitch();
+    for (std::size_t row = 0; row < size.rows; ++row) {
+        const unsigned char* from = Buffer + row * size.rowBytes;
+        unsigned char* to = alpha->Buffer + row * alphaRowBytes;
+        for (std::size_t x = 0; x < width; ++x) to[x] = from[4 * x + 3];
+    }
+    return alpha;
+}
+
+bool DibStream::SetAlphaPlane(DibStream* alpha) {
+    if (alpha == nullptr || Header == nullptr || Buffer == nullptr || Header->biBitCount != 32) return false;
+    if (alpha->Header == nullptr || alpha->Buffer == nullptr || alpha->Header->biBitCount != 8) return false;
+    if (Header->biWidth != alpha->Header->biWidth) return false;
+    if (dib::rowCount(Header->biHeight) != dib::rowCount(alpha->Header->biHeight)) return false;
+
+    const dib::ImageSize size = dib::admitSize(*Header);
+    if (!size.admitted) return false;
+    const std::size_t width = static_cast<std::size_t>(Header->biWidth);
+    const std::size_t alphaRowBytes = alpha->GetPitch();
+    for (std::size_t row = 0; row < size.rows; ++row) {
+        const unsigned char* from = alpha->Buffer + row * alphaRowBytes;
+        unsigned char* to = Buffer + row * size.rowBytes;
+        for (std::size_t x = 0; x < width; ++x) to[4 * x + 3] = from[x];
+    }
+    return true;
+}
+
+// Addressing.
+
+std::uint32_t DibStream::GetPitch() const {
+    return Header != nullptr ? dib::pitch32(Header->biBitCount, Header->biWidth) : 0;
+}
+
+unsigned char* DibStream::ScanLine(int y) {
+    const bool bottomUp = Header != nullptr && Header->biHeight >= 0;
+    // Row offsets wrap in 32 bits like every other size of the image; unsigned arithmetic keeps that defined.
+    const std::uint32_t row = static_cast<std::uint32_t>(y);
+    const std::uint32_t bufferRow = bottomUp ? static_cast<std::uint32_t>(Header->biHeight) - 1U - row : row;
+    return Buffer + static_cast<std::int32_t>(bufferRow * GetPitch());
+}
+
+unsigned char* DibStream::Pixel(int x, int y) {
+    if (Header == nullptr) return nullptr;
+    const std::ptrdiff_t column = x;
+    switch (Header->biBitCount) {
+        case 32: return ScanLine(y) + column * 4;
+        case 24: return ScanLine(y) + column * 3;
+        case 16: return ScanLine(y) + column * 2;
+        case 8: return ScanLine(y) + column;
+        case 4: return ScanLine(y) + (column >> 1);
+        case 1: return ScanLine(y) + (column >> 3);
+        default: return nullptr;
+    }
+}
+
+// Error texts and plug-in folder.
+
+const char* DibStream::GetErrorString(int code) {
+    static constexpr const char* kTexts[] = {
+        "",           "some error",    "allocate memory", "open file",      "read file",
+        "write file", "invalid image", "unsupport type",  "not match type", "load interrput",
+    };
+    return static_cast<unsigned int>(code) < std::size(kTexts) ? kTexts[code] : "(undefined)";
+}
+
+void DibStream::SetDllFilePath(const char* path) {
+    try {
+        std::wcscpy(DllPath, VexString::fromUtf8String(path).c_str());
+    } catch (const std::bad_alloc&) {
+        // The folder stays as it was.
+    }
+}
+
+void DibStream::SetDllFilePath(const wchar_t* path) { std::wcscpy(DllPath, path); }
+
+void DibStream::GetDllFilePath(char* out) {
+    *out = '\0';
+    try {
+        std::strcpy(out, VexString(DllPath).toUtf8String().c_str());
+    } catch (const std::bad_alloc&) {
+        // An empty path finds the plug-ins relative to the working directory.
+    }
+}
+
+wchar_t* DibStream::GetDllFilePath(wchar_t* out) { return std::wcscpy(out, DllPath); }

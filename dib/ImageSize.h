@@ -1,0 +1,55 @@
+// Size admission: the one place that decides which pixel blocks can exist.
+#ifndef DIB_IMAGE_SIZE_H
+#define DIB_IMAGE_SIZE_H
+
+#include <DibStream.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace dib {
+
+// Rows of an image with a signed height; INT_MIN does not overflow.
+constexpr std::int64_t rowCount(std::int32_t height) {
+    const std::int64_t rows = height;
+    return rows < 0 ? -rows : rows;
+}
+
+// Bytes per row in the 32-bit arithmetic that callers see, whatever it wraps to.
+constexpr std::uint32_t pitch32(std::uint32_t bitCount, std::int32_t width) {
+    return ((bitCount * static_cast<std::uint32_t>(width) + 31U) >> 3) & ~std::uint32_t{3};
+}
+
+struct ImageSize {
+    bool admitted = false;
+    std::size_t rowBytes = 0;    // pitch
+    std::size_t rows = 0;        // |height|
+    std::size_t imageBytes = 0;  // pitch x rows; may be 0 in an admitted size
+};
+
+// Admits sizes whose width is not negative and whose pitch times rows fits in a signed 32-bit number, so that
+// every 32-bit size and offset of the image is exact.
+constexpr ImageSize admitSize(std::int64_t width, std::int32_t height, std::int64_t bitCount) {
+    if (width < 0 || width > INT32_MAX || bitCount < 0 || bitCount > 32) return {};
+    const std::int64_t rowBytes = ((bitCount * width + 31) >> 3) & ~std::int64_t{3};
+    const std::int64_t rows = rowCount(height);
+    if (rows > INT32_MAX || rowBytes > INT32_MAX) return {};
+    const std::int64_t imageBytes = rowBytes * rows;
+    if (imageBytes > INT32_MAX) return {};
+    return {true, static_cast<std::size_t>(rowBytes), static_cast<std::size_t>(rows),
+            static_cast<std::size_t>(imageBytes)};
+}
+
+inline ImageSize admitSize(const BITMAPINFOHEADER& header) {
+    return admitSize(header.biWidth, header.biHeight, header.biBitCount);
+}
+
+// Whether a depth is one of the six that exist.
+constexpr bool isDepth(int bitCount) {
+    return bitCount == 1 || bitCount == 4 || bitCount == 8 || bitCount == 16 || bitCount == 24 ||
+           bitCount == 32;
+}
+
+}  // namespace dib
+
+#endif

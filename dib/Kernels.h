@@ -1,0 +1,50 @@
+// Kernel dispatch: one source per kernel, compiled for the baseline and again for wider vectors, chosen at
+// run time.
+//
+//     DIB_ALWAYS_INLINE void invertRow(std::uint8_t* row, std::size_t count) { ... plain loop ... }
+//     dib::runKernel<invertRow>(row, count);
+//
+// The body is the definition; both builds of it are the same arithmetic, so results never depend on the
+// machine.
+#ifndef DIB_KERNELS_H
+#define DIB_KERNELS_H
+
+#define DIB_ALWAYS_INLINE inline __attribute__((always_inline))
+#define DIB_NO_INLINE __attribute__((noinline))
+
+#if defined(__x86_64__)
+#define DIB_TARGET_AVX2 __attribute__((target("avx2")))
+#else
+#define DIB_TARGET_AVX2
+#endif
+
+namespace dib {
+
+enum class KernelLevel { kBaseline, kAvx2 };
+
+// The level in use: the best of the machine, unless limited.
+KernelLevel kernelLevel();
+// Best level of this machine.
+KernelLevel bestKernelLevel();
+// Lowers the level in use (tests compare all of them); levels above the machine's best are cut to it.
+void limitKernelLevel(KernelLevel level);
+
+template <auto Body, class... Args>
+DIB_TARGET_AVX2 DIB_NO_INLINE auto runKernelAvx2(Args... args) {
+    return Body(args...);
+}
+
+template <auto Body, class... Args>
+DIB_NO_INLINE auto runKernelBaseline(Args... args) {
+    return Body(args...);
+}
+
+template <auto Body, class... Args>
+inline auto runKernel(Args... args) {
+    return kernelLevel() == KernelLevel::kAvx2 ? runKernelAvx2<Body>(args...)
+                                               : runKernelBaseline<Body>(args...);
+}
+
+}  // namespace dib
+
+#endif

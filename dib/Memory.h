@@ -1,0 +1,41 @@
+// Blocks from malloc with an owner: what the library hands out must be freed with free.
+#ifndef DIB_MEMORY_H
+#define DIB_MEMORY_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+namespace dib {
+
+// The ownership word that the library writes beside its own blocks.
+constexpr unsigned int kOwned = 6;
+
+struct FreeDeleter {
+    void operator()(void* block) const { std::free(block); }
+};
+
+template <class T>
+using MallocPtr = std::unique_ptr<T[], FreeDeleter>;
+
+// An uninitialised array; null when it is too large or memory is short.
+template <class T>
+MallocPtr<T> allocateArray(std::size_t count) {
+    if (count > PTRDIFF_MAX / sizeof(T)) return nullptr;
+    return MallocPtr<T>(static_cast<T*>(std::malloc(count * sizeof(T))));
+}
+
+// The same, zeroed.
+template <class T>
+MallocPtr<T> allocateZeroed(std::size_t count) {
+    return MallocPtr<T>(static_cast<T*>(std::calloc(count, sizeof(T))));
+}
+
+// A pixel block of at least one byte. Every block of pixels comes from here, so that large ones can be placed
+// on huge pages.
+MallocPtr<unsigned char> allocateImageBlock(std::size_t bytes);
+
+}  // namespace dib
+
+#endif

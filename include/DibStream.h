@@ -1,0 +1,311 @@
+/// @file
+/// The in-memory bitmap of the library, its error codes and everything that is a method of it: memory and
+/// ownership, BMP files, colour depth, size and position.
+///
+/// Rules common to the whole library
+/// ---------------------------------
+/// - **Images.** An image is a `DibStream`: a header block (`BITMAPINFOHEADER` followed by its colour table)
+/// and a
+///   pixel block. Depths are 1, 4, 8, 16, 24 and 32 bits per pixel. Rows are padded to 4 bytes.
+/// - **Row order.** `biHeight` >= 0 stores the bottom row of the picture first, `biHeight` < 0 the top row.
+///   Rows are numbered from the top of the picture wherever a function takes a row, unless it speaks of
+///   *buffer rows*, which are counted from the start of the pixel block.
+/// - **Ownership.** Each block has an ownership word: nonzero means the object frees the block with `free`;
+/// the
+///   library writes 6 for every block it allocates (with `malloc`). Zero means the block belongs to someone
+///   else, is never freed by the object and must outlive its use.
+/// - **Results.** Functions return `bool`, or a null pointer where they make an object. Containers, loaders,
+///   conversions and geometry methods also store a code in `DibStream::ErrorCode`; success does not clear it
+///   unless stated. Effects never store a code.
+/// - **Failure.** Whatever fails, nothing leaks and no exception leaves the library. An operation that
+/// installs a
+///   new image releases the old one first, so a failed replacement leaves the object empty.
+/// - **Half-empty objects.** A header without pixels, or pixels without a header, gives `false`, null or 0.
+/// - **Colour tables.** A pixel whose index lies beyond the announced table length reads as black.
+/// - **Progress.** A `DibProgressCallback` is called with a fraction from 0 to 1 and the caller's pointer;
+/// returning
+///   `false` cancels. It may be null everywhere.
+/// - **Threads.** The library creates none and locks nothing: one image is used by one thread at a time.
+/// Different
+///   images may be used by different threads, but for `DibStream::DllPath` and the C library's `rand()`.
+/// - **Byte order.** Little-endian hosts only, checked when the library is compiled.
+#ifndef DIBSTREAM_DIBSTREAM_H
+#define DIBSTREAM_DIBSTREAM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#if defined(__GNUC__)
+#define DIB_EXPORT __attribute__((visibility("default")))
+#define DIB_LOCAL __attribute__((visibility("hidden")))
+#else
+#define DIB_EXPORT
+#define DIB_LOCAL
+#endif
+
+/// The standard 40-byte header of a device-independent bitmap. The colour table follows it in the header
+/// block as 4-byte entries blue, green, red, reserved.
+struct BITMAPINFOHEADER {
+    std::uint32_t biSize;          ///< Bytes of the header; 40 in every header that the library makes.
+    std::int32_t biWidth;          ///< Pixels per row.
+    std::int32_t biHeight;         ///< Rows; negative when the top row is stored first.
+    std::uint16_t biPlanes;        ///< 1.
+    std::uint16_t biBitCount;      ///< Bits per pixel: 1, 4, 8, 16, 24 or 32.
+    std::uint32_t biCompression;   ///< 0, or 3 after loading a BMP file with channel masks.
+    std::uint32_t biSizeImage;     ///< Bytes of the pixel block; 0 means pitch times rows.
+    std::int32_t biXPelsPerMeter;  ///< Horizontal resolution, not interpreted.
+    std::int32_t biYPelsPerMeter;  ///< Vertical resolution, not interpreted.
+    std::uint32_t biClrUsed;  ///< Entries of the colour table; 0 means 2^biBitCount up to 8 bits, else none.
+    std::uint32_t biClrImportant;  ///< Not interpreted.
+};
+static_assert(sizeof(BITMAPINFOHEADER) == 40);
+
+/// A pixel of 24 bits, bytes in memory order.
+struct DibBGR {
+    std::uint8_t blue;
+    std::uint8_t green;
+    std::uint8_t red;
+};
+static_assert(sizeof(DibBGR) == 3);
+
+/// A pixel of 32 bits or an entry of a colour table (whose alpha is reserved), bytes in memory order.
+struct DibBGRA {
+    std::uint8_t blue;
+    std::uint8_t green;
+    std::uint8_t red;
+    std::uint8_t alpha;
+};
+static_assert(sizeof(DibBGRA) == 4);
+
+/// Told the fraction of the work that is done, from 0 to 1, and the pointer that the caller gave; returning
+/// false cancels the operation.
+using DibProgressCallback = bool (*)(float, void*);
+
+/// The codes held in `DibStream::ErrorCode`.
+enum DibErrorCode : int {
+    DIB_OK = 0,                 ///< No error.
+    DIB_ERROR_GENERAL = 1,      ///< Failed without a more exact code.
+    DIB_ERROR_MEMORY = 2,       ///< An allocation failed, or an image cannot exist in that size or depth.
+    DIB_ERROR_OPEN = 3,         ///< The file cannot be opened.
+    DIB_ERROR_READ = 4,         ///< A read came short.
+    DIB_ERROR_WRITE = 5,        ///< A write came short.
+    DIB_ERROR_INVALID = 6,      ///< Bad header or data in a file.
+    DIB_ERROR_UNSUPPORTED = 7,  ///< A variant that the codec does not handle.
+    DIB_ERROR_MISMATCH = 8,     ///< The image's depth or kind does not fit the operation.
+    DIB_ERROR_INTERRUPTED = 9,  ///< The progress callback cancelled a load.
+};
+
+/// Selectors in the low 16 bits of the depth conversions' flags; any other value means grey or plain
+/// truncation.
+enum DibConversion : unsigned int {
+    DIB_DITHER = 1,  ///< 8 bits: ordered dither to a 6 x 6 x 6 cube; 16 bits: carry the truncated remainder.
+    DIB_MEDIAN_CUT = 2,  ///< 4 and 8 bits: a palette of the picture's own by median cut.
+};
+
+/// An in-memory device-independent bitmap.
+///
+/// Objects live on the stack, or on the heap with a reference count: `new` (or `Clone`, `CreateAlphaDib`,
+/// `ClipClone`) gives count 1 and the last `Release` deletes. The fields are public because callers wrap,
+/// share and exchange the blocks; the methods keep them consistent. Objects cannot be copied by assignment:
+/// use `Clone`.
+class DIB_EXPORT DibStream {
+public:
+    std::uint64_t RefCount = 1;          ///< References held; the object dies when `Release` brings it to 0.
+    BITMAPINFOHEADER* Header = nullptr;  ///< Header block; null when the object is empty.
+    unsigned char* Buffer = nullptr;     ///< Pixel block; null when the object has no pixels.
+    std::uint32_t HeaderOwner = 0;       ///< Nonzero: `Header` is freed by the object.
+    std::uint32_t BufferOwner = 0;       ///< Nonzero: `Buffer` is freed by the object.
+    std::int32_t ErrorCode =
+        DIB_OK;  ///< Code of the last failure (`DibErrorCode`); success keeps it unless stated.
+
+    /// @name Life and memory
+    /// @{
+
+    /// An empty object with one reference.
+    DibStream();
+    /// Releases both blocks by the ownership rule.
+    virtual ~DibStream();
+    DibStream(const DibStream&) = delete;
+    DibStream& operator=(const DibStream&) = delete;
+
+    /// Adds a reference. @return The new count.
+    std::uint64_t AddRef();
+    /// Drops a reference and deletes the object (through its virtual destructor) when it was the last.
+    /// @return The new count; 0 when the object is gone.
+    std::uint64_t Release();
+
+    /// Releases the header block; pointer and ownership word become 0.
+    void HeaderFree();
+    /// Releases the pixel block; pointer and ownership word become 0.
+    void BufferFree();
+    /// Releases both blocks. The reference count and the error code stay.
+    void Clear();
+
+    /// Installs foreign blocks as they are, after releasing the current ones: no copy and no check.
+    /// @param header      `BITMAPINFOHEADER` with its colour table. A `biSize` above 40 is respected by
+    ///                    `SetMonoPalette` and by reading conversions, but `Clone` and `Copy` copy 40 bytes
+    ///                    plus table.
+    /// @param headerOwner 0 borrows the block; anything else makes the object free it with `free`.
+    /// @param buffer      Pixel rows.
+    /// @param bufferOwner As `headerOwner`.
+    /// @return False, with nothing changed, when either pointer is null.
+    bool SetDib(void* header, unsigned int headerOwner, void* buffer, unsigned int bufferOwner);
+    /// Installs a pixel block (null allowed) after releasing the current one. @return True.
+    bool SetBuffer(void* buffer, unsigned int owner);
+
+    /// Becomes an owned deep copy of a foreign DIB.
+    /// @param header Header block of at least 40 + 4 x table length bytes.
+    /// @param bits   Pixel block of `biSizeImage` bytes, or pitch times rows when that is 0; must be readable
+    /// whole.
+    /// @return False without an error code when memory is short, the size is inadmissible or a pointer is
+    /// null. The
+    ///         object is then empty.
+    bool Copy(void* header, void* bits);
+    /// Makes an independent copy with one reference and no error code. The copy's pixel block is never
+    /// shorter than pitch times rows; bytes beyond a shorter `biSizeImage` are 0.
+    /// @return Null when memory is short (this object's `ErrorCode` is then 2). An empty object gives an
+    /// empty copy.
+    DibStream* Clone();
+
+    /// Replaces the image by a new one whose pixels are undefined. The colour table is black and white at 1
+    /// bit, undefined at 4 bits (call `SetMonoPalette` or write one) and the grey ramp at 8 bits.
+    /// @param width    Pixels per row, above 0.
+    /// @param height   Rows; negative for top-down storage, not 0.
+    /// @param bitCount 1, 4, 8, 16, 24 or 32.
+    /// @return False with `ErrorCode` 2 and an empty object when the depth is none of these, memory is short,
+    /// the width
+    ///         is below 1, the height is 0 or the pixel block would not fit in a signed 32-bit number.
+    bool Create(int width, int height, int bitCount);
+    /// Makes a header block with the colour table of `Create`, owned by the caller (`free`); the object keeps
+    /// its own blocks.
+    /// @return Null when the depth is invalid or the size inadmissible (no code), or memory is short
+    /// (`ErrorCode` 2).
+    BITMAPINFOHEADER* CreateHeader(int width, int height, int bitCount);
+    /// Makes an uninitialised pixel block of pitch x |biHeight| bytes, owned by the caller (`free`); the
+    /// object keeps its own.
+    /// @return Null, without a code, when that size is 0 or inadmissible, memory is short or `header` is
+    /// null.
+    unsigned char* CreateBuffer(BITMAPINFOHEADER* header);
+    /// Fills a 40-byte header; the object is not touched.
+    /// @return False when the depth is none of the six: the first five fields are then written all the same.
+    bool SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int bitCount);
+
+    /// Writes a grey colour table of 2, 16 or 256 entries at `Header` + `biSize`; nothing at other depths.
+    /// A block that announces fewer entries is first replaced by a grown one of the object's own; if that
+    /// allocation fails only the announced entries are written.
+    void SetMonoPalette();
+    /// Makes an 8-bit grey image (one reference, same row order) of the alpha bytes of this 32-bit image.
+    /// @return Null when this image is not 32 bits, has no pixels, or memory is short.
+    DibStream* CreateAlphaDib();
+    /// Writes the indices of an 8-bit image into the alpha bytes of this 32-bit image, buffer row by buffer
+    /// row (the signs of the heights may differ).
+    /// @return False, with nothing changed, when either image is missing, of another depth or of another
+    /// size.
+    bool SetAlphaPlane(DibStream* alpha);
+    /// @}
+
+    /// @name Addressing
+    /// @{
+
+    /// Bytes per row, ((bits x width + 31) >> 3) & ~3 in 32-bit arithmetic; 0 without a header.
+    std::uint32_t GetPitch() const;
+    /// Bytes of the pixel block: `biSizeImage`, or pitch x |biHeight| when that is 0; 0 without a header.
+    DIB_LOCAL std::int32_t GetImageSize() const {
+        if (Header == nullptr) return 0;
+        if (Header->biSizeImage != 0) return static_cast<std::int32_t>(Header->biSizeImage);
+        const std::uint32_t height = static_cast<std::uint32_t>(Header->biHeight);
+        return static_cast<std::int32_t>(GetPitch() * (Header->biHeight < 0 ? 0U - height : height));
+    }
+    /// Start of row y, counted from the top of the picture. Nothing is checked.
+    unsigned char* ScanLine(int y);
+    /// The byte that holds pixel x of row y; null without a header or at a depth that is none of the six. At
+    /// 1 and 4 bits the leftmost pixel is in the most significant bits. Nothing else is checked.
+    unsigned char* Pixel(int x, int y);
+    /// @}
+
+    /// @name Error texts and plug-in folder
+    /// @{
+
+    /// The folder from which the EXR and DDS loaders take their plug-ins; empty at start. Set it once, before
+    /// use.
+    static wchar_t DllPath[1024];
+
+    /// The text of an error code: static storage, "(undefined)" for any other number.
+    static const char* GetErrorString(int code);
+    /// Sets `DllPath` from a UTF-8 path of at most 1023 characters; the caller guarantees the length.
+    static void SetDllFilePath(const char* path);
+    /// Sets `DllPath` from a wide path of at most 1023 characters; the caller guarantees the length.
+    static void SetDllFilePath(const wchar_t* path);
+    /// Copies `DllPath` as UTF-8 into `out`, which must hold it with its terminator (4096 bytes always do).
+    static void GetDllFilePath(char* out);
+    /// Copies `DllPath` into `out`, which must hold it with its terminator. @return `out`.
+    static wchar_t* GetDllFilePath(wchar_t* out);
+    /// @}
+
+    /// @name BMP files
+    /// @{
+
+    /// Depths accepted by `LoadFromFile`, to be combined; 63 accepts every depth.
+    enum : unsigned int {
+        DIB_ACCEPT_1 = 1,
+        DIB_ACCEPT_4 = 2,
+        DIB_ACCEPT_8 = 4,
+        DIB_ACCEPT_16 = 8,
+        DIB_ACCEPT_24 = 16,
+        DIB_ACCEPT_32 = 32,
+        DIB_ACCEPT_ALL = 63,
+    };
+
+    bool LoadFromFile(const char* path, unsigned int flags);
+    bool LoadFromFile(const wchar_t* path, unsigned int flags);
+    bool LoadFileInner(std::FILE* file, unsigned int flags);
+    bool SaveToFile(const char* path);
+    bool SaveToFile(const wchar_t* path);
+    bool SaveFileInner(std::FILE* file);
+    /// @}
+
+    /// @name Colour depth
+    /// @{
+    bool ChangeBpp(int bitCount, unsigned int flags);
+    bool ChangeTo1Bit(unsigned int flags);
+    bool ChangeTo4Bit(unsigned int flags);
+    bool ChangeTo8Bit(unsigned int flags);
+    bool ChangeTo16Bit(unsigned int flags);
+    bool ChangeTo24Bit(unsigned int flags);
+    bool ChangeTo32Bit(unsigned int flags);
+    bool MedianCut4(unsigned int flags);
+    bool MedianCut8(unsigned int flags);
+    unsigned char* Create8Bit();
+    unsigned char* Create24Bit();
+    unsigned char* Create32Bit();
+    /// @}
+
+    /// @name Size
+    /// @{
+
+    /// Resampling method of `Resize`.
+    enum DIB_RESIZE_METHOD {
+        DIB_RESIZE_BILINEAR = 0,  ///< `ResizeBilinear`.
+        DIB_RESIZE_INTEGRAL = 1,  ///< `ResizeIntegral`.
+    };
+    bool Resize(int width, int height, DIB_RESIZE_METHOD method);
+    bool ResizeHalf();
+    bool ResizeBilinear(int width, int height);
+    bool ResizeIntegral(int width, int height);
+    bool ChangeSize(int width, int height, unsigned int fill);
+    /// @}
+
+    /// @name Position and tone
+    /// @{
+    bool ClipCut(int x, int y, int width, int height);
+    DibStream* ClipClone(int x, int y, int width, int height);
+    bool Scroll(int dx, int dy);
+    bool UpDown(bool topDown);
+    bool InvertTone();
+    bool Brighten(float factor);
+    /// @}
+};
+
+#endif

@@ -1,0 +1,75 @@
+/// @file
+/// The support library: files by 8-bit and wide paths, file extensions, and the one place where 8-bit and
+/// wide text turn into each other.
+///
+/// 8-bit text is UTF-8, "ANSI" text included. File names are bytes, so text that is not valid UTF-8 is kept:
+/// each byte that cannot be decoded becomes one character U+DC80 to U+DCFF (0xDC00 + the byte), and such a
+/// character turns back into its byte. UTF-8 to wide to UTF-8 therefore always gives the same bytes. Wide
+/// text may hold what 8-bit text cannot (numbers above U+10FFFF, other surrogates): such text is refused,
+/// never altered.
+#ifndef DIBSTREAM_VEXLIBS_H
+#define DIBSTREAM_VEXLIBS_H
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+
+#if defined(__GNUC__)
+#define VEX_EXPORT __attribute__((visibility("default")))
+#else
+#define VEX_EXPORT
+#endif
+
+/// 8-bit text, UTF-8.
+class VEX_EXPORT VexAnsiString {
+public:
+    VexAnsiString();
+    /// A copy of `text`; null is the empty string.
+    explicit VexAnsiString(const char* text);
+
+    const char* c_str() const;
+    std::size_t size() const;
+    bool empty() const;
+
+private:
+    std::string text_;
+};
+
+/// Wide text, one 32-bit code unit per character. Memory exhaustion throws `std::bad_alloc`.
+class VEX_EXPORT VexString {
+public:
+    VexString();
+    /// A copy of `text`; null is the empty string.
+    explicit VexString(const wchar_t* text);
+
+    /// The characters of UTF-8 text; null is the empty string.
+    static VexString fromUtf8String(const char* text);
+    /// The characters of text in the platform's 8-bit encoding, which is UTF-8 here.
+    static VexString fromAnsiString(const char* text);
+
+    /// The text as UTF-8; empty when it holds a character that UTF-8 does not (see `isValid`).
+    VexAnsiString toUtf8String() const;
+    /// Whether every character has an 8-bit form.
+    bool isValid() const;
+
+    const wchar_t* c_str() const;
+    std::size_t size() const;
+    bool empty() const;
+
+private:
+    std::wstring text_;
+};
+
+/// Opens a file. @return 0; otherwise an `errno` value, and `*file` is null.
+VEX_EXPORT int fopen_s(std::FILE** file, const char* path, const char* mode);
+/// Opens a file by a wide path and mode. @return 0; otherwise an `errno` value (EILSEQ for a path that has no
+/// 8-bit form), and `*file` is null.
+VEX_EXPORT int _wfopen_s(std::FILE** file, const wchar_t* path, const wchar_t* mode);
+
+/// Copies the extension of a path, without the dot, into `out`: what follows the last dot of the last path
+/// component. Empty when there is none; a component's first character is never an extension's dot
+/// (".profile").
+/// @param out Holds the extension and its terminator; as long as the path always suffices.
+VEX_EXPORT void GetFileExtension(char* out, const char* path);
+
+#endif
