@@ -1,0 +1,173 @@
+// The bodies of the colour samplers, for code that samples many positions of one image: build a SampleSource
+// once and call sample<Bits>() in the loop, where it inlines.
+#ifndef GEOMETRY_SAMPLER_H
+#define GEOMETRY_SAMPLER_H
+
+#include <DibStream.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "dib/ImageSize.h"
+#include "dib/Kernels.h"
+
+namespace dib {
+
+// The rows of an image as the samplers see them. `readable` is false, and nothing may be sampled, when a
+// block is missing or the size holds no pixel.
+struct SampleSource {
+    const unsigned char* top = nullptr;  // row 0 of the picture
+    std::ptrdiff_t rowStep = 0;          // to the next row down the picture
+    int width = 0;
+    int height = 0;
+    float widthReal = 0;
+    float heightReal = 0;
+    bool readable = false;
+
+    SampleSource() = default;
+    explicit SampleSource(const DibStream& image) {
+        if (image.Header == nullptr || image.Buffer == nullptr) return;
+        const BITMAPINFOHEADER& header = *image.Header;
+        const ImageSize size = admitSize(header);
+        if (!size.admitted || header.biWidth == 0 || size.rows == 0) return;
+        const bool bottomUp = header.biHeight > 0;
+        top = image.Buffer + (bottomUp ? (size.rows - 1) * size.rowBytes : 0);
+        rowStep = static_cast<std::ptrdiff_t>(size.rowBytes) * (bottomUp ? -1 : 1);
+        width = header.biWidth;
+        height = static_cast<int>(size.rows);
+        widthReal = static_cast<float>(width);
+        heightReal = static_cast<float>(height);
+        readable = true;
+    }
+
+    const unsigned char* row(std::ptrdiff_t y) const { return top + y * rowStep; }
+};
+
+// Brings a coordinate into 0 to size - 1 (clamped), or into 0 to below size (wrapped). The comparisons are
+// written so that NaN, also the NaN that fmodf makes of an infinity, ends at 0.
+DIB_ALWAYS_INLINE float clampedPosition(float value, float size) {
+    if (!(value >= 0.0F)) return 0.0F;
+    return value > size - 1.0F ? size - 1.0F : value;
+}
+DIB_ALWAYS_INLINE float wrappedPosition(float value, float size) {
+    if (value >= 0.0F) {
+        if (value < size) return value;
+        // Below twice the size the difference is exact and is what fmodf gives.
+        const float rest = value < size + size ? value - size : std::fmod(value, size);
+        return rest >= 0.0F ? rest : 0.0F;
+    }
+    const float back = -value < size ? -value : std::fmod(-value, size);
+    const float wrapped = size - back;
+    return wrapped < size ? wrapped : 0.0F;
+}
+
+// A position on one axis: the pixel at or before it, and how far it lies towards the next one in 1/256.
+struct SamplePosition {
+    std::ptrdiff_t index;
+    std::uint32_t weight;
+};
+
+DIB_ALWAYS_INLINE SamplePosition samplePosition(float value, int size, float sizeReal, bool wrap) {
+    const float position = wrap ? wrappedPosition(value, sizeReal) : clampedPosition(value, sizeReal);
+    const auto index = static_cast<std::ptrdiff_t>(position);
+    // Sizes above 2^24 may have been rounded up in float; such a position is the last pixel.
+    if (index >= size) return {static_cast<std::ptrdiff_t>(size) - 1, 0};
+    return {index, static_cast<std::uint32_t>((position - static_cast<float>(index)) * 256.0F)};
+}
+
+struct PixelIndex {
+    std::ptrdiff_t column;
+    std::ptrdiff_t row;
+};
+
+DIB_ALWAYS_INLINE PixelIndex nearestPixel(const SampleSource& source, float x, float y, unsigned int flags) {
+    return {samplePosition(x, source.width, source.widthReal, (flags & 1U) != 0).index,
+            samplePosition(y, source.height, source.heightReal, (flags & 2U) != 0).index};
+}
+
+// The value of a pixel of at most 16 bits, given the first byte that holds it.
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint32_t readIndexedPixel(const unsigned char* at, std::ptrdiff_t x) {
+    if constexpr (Bits == 1) return (at[0] >> (7 - (x & 7))) & 1U;
+    if constexpr (Bits == 4) return (x & 1) != 0 ? at[0] & 15U : at[0] >> 4U;
+    if constexpr (Bits == 8) return at[0];
+    if constexpr (Bits == 16) return at[0] | (std::uint32_t{at[1]} << 8);
+}
+
+// Four channels in the 16-bit lanes of one word, so that one multiplication weights them all. Sums of
+// channel x weight stay at or below 255 x 256 and never reach the next lane.
+DIB_ALWAYS_INLINE std::uint64_t spreadChannels(std::uint64_t pixel) {
+    pixel = (pixel | (pixel << 16)) & 0x0000FFFF0000FFFFU;
+    return (pixel | (pixel << 8)) & 0x00FF00FF00FF00FFU;
+}
+// (upper x (256 - weight) + lower x weight) >> 16 per lane, the four bytes joined again.
+DIB_ALWAYS_INLINE std::uint32_t mixRows(std::uint64_t upper, std::uint64_t lower, std::uint32_t weight) {
+    constexpr std::uint64_t kEvenLanes = 0x0000FFFF0000FFFFU;
+    const std::uint64_t rest = 256U - weight;
+    const std::uint64_t even = (upper & kEvenLanes) * rest + (lower & kEvenLanes) * weight;
+    const std::uint64_t odd = ((upper >> 16) & kEvenLanes) * rest + ((lower >> 16) & kEvenLanes) * weight;
+    const std::uint64_t joined = ((even >> 16) & 0x000000FF000000FFU) | ((odd >> 8) & 0x0000FF000000FF00U);
+    return static_cast<std::uint32_t>(joined | (joined >> 16));
+}
+
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint64_t readChannels(const unsigned char* row, std::ptrdiff_t x) {
+    if constexpr (Bits == 24) {
+        const unsigned char* at = row + x * 3;
+        return spreadChannels(at[0] | (std::uint32_t{at[1]} << 8) | (std::uint32_t{at[2]} << 16));
+    } else {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, row + x * 4, sizeof pixel);
+        return spreadChannels(pixel);
+    }
+}
+
+// An axis without a second pixel mixes the pixel with itself at weight 0. That is exact: a channel weighted
+// by 256 and shifted back by 8 is the channel.
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint32_t sampleBilinear(const SampleSource& source, float x, float y,
+                                               unsigned int flags) {
+    const bool wrapX = (flags & 1U) != 0;
+    const bool wrapY = (flags & 2U) != 0;
+    const SamplePosition column = samplePosition(x, source.width, source.widthReal, wrapX);
+    const SamplePosition line = samplePosition(y, source.height, source.heightReal, wrapY);
+
+    const bool hasRight = column.index + 1 < source.width;
+    const bool hasBelow = line.index + 1 < source.height;
+    const bool mixesColumns = hasRight || wrapX;
+    const bool mixesRows = hasBelow || wrapY;
+    const std::ptrdiff_t partner = hasRight ? column.index + 1 : wrapX ? 0 : column.index;
+    const unsigned char* upper = source.row(line.index);
+    const unsigned char* lower = hasBelow ? upper + source.rowStep : wrapY ? source.top : upper;
+    const std::uint32_t right = mixesColumns ? column.weight : 0;
+    const std::uint32_t left = 256U - right;
+
+    const std::uint64_t upperMix =
+        readChannels<Bits>(upper, column.index) * left + readChannels<Bits>(upper, partner) * right;
+    const std::uint64_t lowerMix =
+        readChannels<Bits>(lower, column.index) * left + readChannels<Bits>(lower, partner) * right;
+    const std::uint32_t color = mixRows(upperMix, lowerMix, mixesRows ? line.weight : 0);
+    // Callers rely on red in the place of alpha at the clamped right edge.
+    if (Bits == 32 && !mixesColumns && mixesRows) {
+        return (color & 0x00FFFFFFU) | ((color << 8) & 0xFF000000U);
+    }
+    return color;
+}
+
+// The colour of an image of exactly this depth; `source` must be readable.
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint32_t sample(const SampleSource& source, float x, float y, unsigned int flags) {
+    if constexpr (Bits >= 24) {
+        return sampleBilinear<Bits>(source, x, y, flags);
+    } else {
+        const PixelIndex at = nearestPixel(source, x, y, flags);
+        return readIndexedPixel<Bits>(source.row(at.row) + (at.column * Bits >> 3), at.column);
+    }
+}
+
+}  // namespace dib
+
+#endif

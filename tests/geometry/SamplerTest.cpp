@@ -1,0 +1,244 @@
+#include "geometry/Sampler.h"
+
+#include <DibColor.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "dib/Memory.h"
+#include "tests/reference/SamplerReference.h"
+#include "tests/support/TestImages.h"
+
+namespace {
+
+using testing_support::blankImage;
+using testing_support::DibPtr;
+using testing_support::kDepths;
+using testing_support::kSizes;
+using testing_support::Random;
+using testing_support::randomImage;
+using testing_support::setPixelValue;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+std::uint32_t colorAt(DibStream& image, float x, float y, unsigned int flags) {
+    switch (image.Header->biBitCount) {
+        case 1: return DibGetColor1(&image, x, y, flags);
+        case 4: return DibGetColor4(&image, x, y, flags);
+        case 8: return DibGetColor8(&image, x, y, flags);
+        case 16: return DibGetColor16(&image, x, y, flags);
+        case 24: return DibGetColor24(&image, x, y, flags);
+        default: return DibGetColor32(&image, x, y, flags);
+    }
+}
+
+template <int Bits>
+std::uint32_t inlinedColorAt(const dib::SampleSource& source, float x, float y, unsigned int flags) {
+    return dib::sample<Bits>(source, x, y, flags);
+}
+std::uint32_t inlinedColorAt(DibStream& image, float x, float y, unsigned int flags) {
+    const dib::SampleSource source(image);
+    EXPECT_TRUE(source.readable);
+    switch (image.Header->biBitCount) {
+        case 1: return inlinedColorAt<1>(source, x, y, flags);
+        case 4: return inlinedColorAt<4>(source, x, y, flags);
+        case 8: return inlinedColorAt<8>(source, x, y, flags);
+        case 16: return inlinedColorAt<16>(source, x, y, flags);
+        case 24: return inlinedColorAt<24>(source, x, y, flags);
+        default: return inlinedColorAt<32>(source, x, y, flags);
+    }
+}
+
+// Four columns of indices 10, 20, 30, 40.
+DibPtr rampRow(int height = 1) {
+    DibPtr dib = blankImage(4, height, 8);
+    for (int y = 0; y < std::abs(height); ++y) {
+        for (int x = 0; x < 4; ++x) setPixelValue(*dib, x, y, static_cast<std::uint32_t>(10 * (x + 1)));
+    }
+    return dib;
+}
+
+TEST(Sampler, ClampedCoordinatesStayAtTheEdges) {
+    const DibPtr dib = rampRow();
+    EXPECT_EQ(DibGetColor8(dib.get(), -3.7F, 0, 0), 10U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 9, 0, 0), 40U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 2.99F, 0, 0), 30U);
+    EXPECT_EQ(DibGetColor8(dib.get(), -0.0F, -8, 0), 10U);
+}
+
+TEST(Sampler, WrappedCoordinatesGoAroundTheImage) {
+    const DibPtr dib = rampRow();
+    EXPECT_EQ(DibGetColor8(dib.get(), -1, 0, 1), 40U);
+    EXPECT_EQ(DibGetColor8(dib.get(), -4, 0, 1), 10U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 4, 0, 1), 10U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 10, 0, 1), 30U);
+    EXPECT_EQ(DibGetColor8(dib.get(), -1e-9F, 0, 1), 10U);
+    EXPECT_EQ(DibGetColor8(dib.get(), -9.5F, 0, 1), 30U);
+}
+
+TEST(Sampler, FlagsActOnTheirOwnAxisAndOtherBitsAreIgnored) {
+    const DibPtr dib = blankImage(2, 3, 8);
+    for (int y = 0; y < 3; ++y) {
+        setPixelValue(*dib, 0, y, static_cast<std::uint32_t>(10 * y));
+        setPixelValue(*dib, 1, y, static_cast<std::uint32_t>(10 * y + 1));
+    }
+    EXPECT_EQ(DibGetColor8(dib.get(), 2, 3, 0), 21U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 2, 3, 1), 20U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 2, 3, 2), 1U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 2, 3, 0xFFFFFFFCU), 21U);
+}
+
+TEST(Sampler, IndexedPixelsComeFromTheirBits) {
+    const DibPtr one = blankImage(10, 1, 1);
+    one->Buffer[0] = 0x40;
+    one->Buffer[1] = 0x40;
+    EXPECT_EQ(DibGetColor1(one.get(), 0, 0, 0), 0U);
+    EXPECT_EQ(DibGetColor1(one.get(), 1, 0, 0), 1U);
+    EXPECT_EQ(DibGetColor1(one.get(), 9, 0, 0), 1U);
+
+    const DibPtr four = blankImage(3, 1, 4);
+    four->Buffer[0] = 0xA5;
+    four->Buffer[1] = 0xC7;
+    EXPECT_EQ(DibGetColor4(four.get(), 0, 0, 0), 10U);
+    EXPECT_EQ(DibGetColor4(four.get(), 1, 0, 0), 5U);
+    EXPECT_EQ(DibGetColor4(four.get(), 2, 0, 0), 12U);
+
+    const DibPtr sixteen = blankImage(1, 1, 16);
+    setPixelValue(*sixteen, 0, 0, 0xBEEF);
+    EXPECT_EQ(DibGetColor16(sixteen.get(), 0, 0, 0), 0xBEEFU);
+}
+
+TEST(Sampler, HalfwayBetweenTwoPixelsTruncates) {
+    for (const int depth : {24, 32}) {
+        const DibPtr dib = blankImage(4, 1, depth);
+        setPixelValue(*dib, 2, 0, 0xFF);
+        EXPECT_EQ(colorAt(*dib, 1.5F, 0, 0), 127U);
+        EXPECT_EQ(colorAt(*dib, 1, 0, 0), 0U);
+        EXPECT_EQ(colorAt(*dib, 2, 0, 0), 255U);
+    }
+}
+
+TEST(Sampler, RightEdgeMixesOnlyWhenWrapping) {
+    for (const int depth : {24, 32}) {
+        const DibPtr dib = blankImage(3, 1, depth);
+        setPixelValue(*dib, 0, 0, 0x000040);
+        setPixelValue(*dib, 2, 0, 0x080080);
+        EXPECT_EQ(colorAt(*dib, 2.5F, 0, 0), 0x080080U);
+        EXPECT_EQ(colorAt(*dib, 2.5F, 0, 1), 0x040060U);
+    }
+}
+
+TEST(Sampler, BottomRowMixesWithTheTopRowWhenWrapping) {
+    for (const int height : {2, -2}) {
+        const DibPtr dib = blankImage(1, height, 24);
+        setPixelValue(*dib, 0, 0, 0x000040);
+        setPixelValue(*dib, 0, 1, 0x000080);
+        EXPECT_EQ(colorAt(*dib, 0, 1.5F, 0), 0x80U);
+        EXPECT_EQ(colorAt(*dib, 0, 1.5F, 2), 0x60U);
+    }
+}
+
+TEST(Sampler, ClampedRightEdgeRepeatsRedInTheFourthByte) {
+    const DibPtr dib = blankImage(2, 2, 32);
+    for (int y = 0; y < 2; ++y) {
+        for (int x = 0; x < 2; ++x) setPixelValue(*dib, x, y, 0x11AA3344);
+    }
+    EXPECT_EQ(DibGetColor32(dib.get(), 1, 0, 0), 0xAAAA3344U);  // a row below exists
+    EXPECT_EQ(DibGetColor32(dib.get(), 1, 1, 2), 0xAAAA3344U);  // y wraps
+    EXPECT_EQ(DibGetColor32(dib.get(), 1, 1, 0), 0x11AA3344U);  // one row
+    EXPECT_EQ(DibGetColor32(dib.get(), 1, 0, 1), 0x11AA3344U);  // x wraps
+    EXPECT_EQ(DibGetColor32(dib.get(), 0, 0, 0), 0x11AA3344U);  // another column
+}
+
+TEST(Sampler, WholeNumbersReturnThePixel) {
+    for (const int depth : kDepths) {
+        const DibPtr dib = randomImage(5, -4, depth, 7);
+        for (int y = 0; y < 4; ++y) {
+            for (int x = 0; x < 4; ++x) {
+                EXPECT_EQ(colorAt(*dib, static_cast<float>(x), static_cast<float>(y), 0),
+                          testing_support::pixelValue(*dib, x, y));
+            }
+        }
+    }
+}
+
+TEST(Sampler, ForeignNumbersReadAPixelOfTheImage) {
+    const DibPtr dib = rampRow(3);
+    for (unsigned int flags = 0; flags < 4; ++flags) {
+        EXPECT_EQ(DibGetColor8(dib.get(), kNan, kNan, flags), 10U);
+        EXPECT_EQ(DibGetColor8(dib.get(), -kInfinity, -kInfinity, flags), 10U);
+    }
+    EXPECT_EQ(DibGetColor8(dib.get(), kInfinity, kInfinity, 0), 40U);
+    EXPECT_EQ(DibGetColor8(dib.get(), kInfinity, kInfinity, 3), 10U);
+    EXPECT_EQ(DibGetColor8(dib.get(), 3e38F, 0, 0), 40U);
+    EXPECT_EQ(DibGetColor8(dib.get(), std::fmod(3e38F, 4.0F), 0, 1), DibGetColor8(dib.get(), 3e38F, 0, 1));
+}
+
+// 2^25 - 1 is rounded up to 2^25 in float.
+TEST(Sampler, RoundedUpWidthNeverPassesTheLastPixel) {
+    constexpr int kWide = (1 << 25) - 1;
+    const DibPtr dib = blankImage(kWide, 1, 1);
+    setPixelValue(*dib, kWide - 1, 0, 1);
+    EXPECT_EQ(DibGetColor1(dib.get(), 1e9F, 0, 0), 1U);
+    EXPECT_EQ(DibGetColor1(dib.get(), static_cast<float>(kWide), 0, 0), 1U);
+    EXPECT_EQ(DibGetColor1(dib.get(), -1.0F, 0, 1), 0U);
+}
+
+TEST(Sampler, HalfEmptyImagesGiveZero) {
+    DibStream empty;
+    EXPECT_EQ(DibGetColor32(&empty, 0, 0, 0), 0U);
+    EXPECT_EQ(DibGetColor24(nullptr, 0, 0, 0), 0U);
+    DibStream noPixels;
+    noPixels.Header = noPixels.CreateHeader(2, 2, 32);
+    noPixels.HeaderOwner = dib::kOwned;
+    EXPECT_EQ(DibGetColor32(&noPixels, 0, 0, 0), 0U);
+    EXPECT_EQ(DibGetColor8(&noPixels, 0, 0, 0), 0U);
+}
+
+TEST(Sampler, AnotherDepthNeverLeavesTheRows) {
+    for (const int depth : kDepths) {
+        const DibPtr dib = randomImage(8, 1, depth, 3);
+        for (const float x : {0.0F, 3.5F, 7.0F}) {
+            DibGetColor1(dib.get(), x, 0, 0);
+            DibGetColor4(dib.get(), x, 0, 0);
+            DibGetColor8(dib.get(), x, 0, 0);
+            if (depth < 16) {
+                EXPECT_EQ(DibGetColor16(dib.get(), x, 0, 0), 0U);
+            }
+            if (depth < 24) {
+                EXPECT_EQ(DibGetColor24(dib.get(), x, 0, 0), 0U);
+            }
+            if (depth < 32) {
+                EXPECT_EQ(DibGetColor32(dib.get(), x, 0, 0), 0U);
+            }
+        }
+        // The address is that of the image's depth.
+        EXPECT_EQ(DibGetColor8(dib.get(), 7, 0, 0), dib->Pixel(7, 0)[0]);
+    }
+}
+
+TEST(Sampler, EqualsThePlainArithmeticEverywhere) {
+    Random random(11);
+    for (const int depth : kDepths) {
+        for (const auto& size : kSizes) {
+            for (const int sign : {1, -1}) {
+                const DibPtr dib = randomImage(size.width, sign * size.height, depth, random.next());
+                const auto w = static_cast<float>(size.width);
+                const auto h = static_cast<float>(size.height);
+                for (int i = 0; i < 400; ++i) {
+                    const float x = random.real(-4 * w - 2, 4 * w + 2);
+                    const float y = random.real(-4 * h - 2, 4 * h + 2);
+                    for (unsigned int flags = 0; flags < 4; ++flags) {
+                        const std::uint32_t expected = reference::sampleColor(*dib, x, y, flags);
+                        ASSERT_EQ(colorAt(*dib, x, y, flags), expected) << x << ' ' << y << ' ' << flags;
+                        ASSERT_EQ(inlinedColorAt(*dib, x, y, flags), expected) << x << ' ' << y;
+                    }
+                }
+            }
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,16 @@
+// The colour samplers as plain arithmetic per channel, every case spelled out.
+#ifndef TESTS_REFERENCE_SAMPLER_REFERENCE_H
+#define TESTS_REFERENCE_SAMPLER_REFERENCE_H
+
+#include <DibStream.h>
+
+#include <cstdint>
+
+namespace reference {
+
+// For finite coordinates and an image with at least one pixel.
+std::uint32_t sampleColor(DibStream& image, float x, float y, unsigned int flags);
+
+}  // namespace reference
+
+#endif
