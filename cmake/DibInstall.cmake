@@ -6,5 +6,36 @@ file(GLOB dib_public_headers CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/include/*.h
     ${PROJECT_SOURCE_DIR}/vexlibs/include/*.h)
 install(FILES ${dib_public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dibstream)
+
+# The libraries find each other wherever the prefix is moved to.
+set_target_properties(dibstream PROPERTIES INSTALL_RPATH $ORIGIN)
 install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+set(dib_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DibStream)
+install(EXPORT DibStreamTargets NAMESPACE DibStream:: DESTINATION ${dib_package_dir})
+configure_package_config_file(
+    ${PROJECT_SOURCE_DIR}/cmake/DibStreamConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/DibStreamConfig.cmake
+    INSTALL_DESTINATION ${dib_package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/DibStreamConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/DibStreamConfig.cmake
+    ${PROJECT_BINARY_DIR}/DibStreamConfigVersion.cmake
+    DESTINATION ${dib_package_dir})
+
+# The prefix is found from where the pkg-config file lies, so that `cmake --install --prefix` needs no new configuration.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_INCLUDEDIR})
+    set(dib_pc_prefix ${CMAKE_INSTALL_PREFIX})
+    set(dib_pc_libdir ${CMAKE_INSTALL_FULL_LIBDIR})
+    set(dib_pc_includedir ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+else()
+    file(RELATIVE_PATH dib_pc_up /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+    string(REGEX REPLACE "/$" "" dib_pc_up ${dib_pc_up})
+    set(dib_pc_prefix "\${pcfiledir}/${dib_pc_up}")
+    set(dib_pc_libdir "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+    set(dib_pc_includedir "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+configure_file(${PROJECT_SOURCE_DIR}/cmake/dibstream.pc.in ${PROJECT_BINARY_DIR}/dibstream.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/dibstream.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,95 @@
+#!/usr/bin/env python3
+"""Checks that no layer includes upward, and that only formats/ names foreign image libraries and loaders.
+
+usage: check-includes.py [ROOT]
+"""
+import pathlib
+import re
+import sys
+
+# Which layers the sources of each layer may include besides themselves.
+ALLOWED = {
+    "include": set(),
+    "vexlibs": set(),
+    "dib": {"include", "vexlibs"},
+    "geometry": {"include", "dib"},
+    "effects": {"include", "dib", "geometry"},
+    "formats": {"include", "vexlibs", "dib"},
+    "plugins": {"include"},
+    "tools": {"include"},
+}
+# Effects work on images in memory; compose alone loads its second image, through the public codec header.
+CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
+CODEC_USERS = {("effects", "Compose", "DibCodec.h")}
+# Public headers and the layers below the codecs rest on the standard library and the processor alone.
+STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects"}
+STANDARD_HEADER = re.compile(r"[a-z_0-9]+|immintrin\.h|sys/mman\.h")
+FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
+
+INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
+SOURCES = {".h", ".hpp", ".cpp", ".mm", ".inl"}
+
+
+def owner(root, source, name):
+    """The layer that an included header belongs to, or None for a foreign one."""
+    if (root / "include" / name).is_file():
+        return "include"
+    if (root / "vexlibs" / "include" / name).is_file():
+        return "vexlibs"
+    if (root / name).is_file():
+        return pathlib.PurePath(name).parts[0]
+    if (source.parent / name).is_file():
+        return (source.parent / name).resolve().relative_to(root.resolve()).parts[0]
+    return None
+
+
+def judge(root, layer, source, quote, name):
+    """What is wrong with one include, or None."""
+    target = owner(root, source, name)
+    if target is None:
+        if quote == '"':
+            return f"{name} is not found"
+        if layer in STANDARD_ONLY and not STANDARD_HEADER.fullmatch(name):
+            return f"{layer}/ may include the standard library only, not <{name}>"
+        return None
+    if target != layer and target not in ALLOWED[layer]:
+        return f"{layer}/ may not include {name} of {target}/"
+    base = pathlib.PurePath(name).name
+    if base in CODEC_HEADERS and layer == "effects" and (layer, source.stem, base) not in CODEC_USERS:
+        return f"only compose may include {base} in {layer}/"
+    return None
+
+
+def check(root):
+    found = []
+    files = 0
+    for layer in ALLOWED:
+        for source in sorted((root / layer).rglob("*")):
+            if source.suffix not in SOURCES:
+                continue
+            files += 1
+            for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+                where = f"{source.relative_to(root)}:{number}"
+                include = INCLUDE.match(line)
+                wrong = include and judge(root, layer, source, include[1], include[2])
+                if wrong:
+                    found.append(f"{where}: {wrong}")
+                foreign = FORMATS_ONLY.search(line)
+                if foreign and layer != "formats":
+                    found.append(f"{where}: only formats/ may name {foreign[0]}")
+    return files, found
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parent.parent
+    files, found = check(root)
+    for line in found:
+        print(line)
+    if files == 0:
+        print(f"no sources under {root}")
+    print(f"{files} sources, {len(found)} wrong")
+    return 1 if found or files == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

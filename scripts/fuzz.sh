@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Fuzzes one target of the fuzz preset, starting from its seeds and past findings; fails when it finds something.
+# usage: scripts/fuzz.sh TARGET SECONDS     for example: scripts/fuzz.sh BmpFuzzer 600
+#
+# New inputs are kept in build/fuzz/corpus/TARGET between runs, findings in build/fuzz/findings/TARGET.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+[ $# -eq 2 ] || { sed -n '2,5s/^# //p' "$0" >&2; exit 2; }
+target="$1"
+seconds="$2"
+build="${DIB_FUZZ_BUILD:-build/fuzz}"
+
+if [ -z "${DIB_FUZZ_BUILD:-}" ]; then
+    cmake --preset fuzz >/dev/null
+    cmake --build --preset fuzz --target "$target" --parallel "$(nproc)"
+fi
+
+feature="$(tr '[:upper:]' '[:lower:]' <<<"${target%Fuzzer}")"
+corpus="$build/corpus/$target"
+findings="$build/findings/$target"
+mkdir -p "$corpus" "$findings"
+inputs=("$corpus")
+for folder in "fuzz/seeds/$feature" "tests/data/$feature"; do
+    [ -d "$folder" ] && inputs+=("$folder")
+done
+
+# libFuzzer writes into the first folder only: the seeds of the tree stay as they are.
+exec "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
+    -artifact_prefix="$findings/" "${inputs[@]}"

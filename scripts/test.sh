@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs every test.
+# usage: scripts/test.sh [PRESET]     dev when none is named; also asan, clang, release, coverage, fuzz
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset="${1:-dev}"
+
+scripts/install-packages.sh
+command -v ccache >/dev/null && export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}"
+
+cmake --preset "$preset"
+cmake --build --preset "$preset" --parallel "$(nproc)"
+ctest --preset "$preset" --parallel "$(nproc)"

@@ -1,0 +1,39 @@
+# Tests of the tree and of what is installed from it, rather than of single functions.
+
+set(system_dir ${CMAKE_CURRENT_SOURCE_DIR}/system)
+set(system_work ${CMAKE_CURRENT_BINARY_DIR}/system)
+find_package(Python3 COMPONENTS Interpreter)
+find_program(DIB_CLANG_FORMAT clang-format-14)
+find_program(DIB_DOXYGEN doxygen)
+
+if(Python3_FOUND)
+    set(check_includes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-includes.py)
+    add_test(NAME tree.includes COMMAND ${check_includes})
+    # The check itself must see every kind of offence in a tree made of them.
+    add_test(NAME tree.includes.offences
+        COMMAND bash ${system_dir}/include-offences.sh
+                ${system_dir}/wrong-includes ${check_includes})
+endif()
+
+if(DIB_CLANG_FORMAT)
+    add_test(NAME tree.format COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-format.sh)
+endif()
+
+# What follows is about the libraries as they are installed: without instrumentation.
+if(DIB_SANITIZE OR CMAKE_CXX_FLAGS MATCHES "--coverage")
+    return()
+endif()
+
+add_test(NAME system.exports
+    COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
+            $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
+if(DIB_INSTALL AND EXISTS ${PROJECT_SOURCE_DIR}/examples/first_program/main.cpp)
+    add_test(NAME system.install
+        COMMAND bash ${system_dir}/install.sh
+                ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${system_work}/install ${CMAKE_CXX_COMPILER})
+    set_tests_properties(system.install PROPERTIES TIMEOUT 600)
+endif()
+add_test(NAME system.subproject
+    COMMAND bash ${system_dir}/subproject.sh
+            ${PROJECT_SOURCE_DIR} ${system_work}/subproject ${CMAKE_CXX_COMPILER})
+set_tests_properties(system.subproject PROPERTIES TIMEOUT 900)

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# The names that the shared libraries export are exactly those listed in the folder.
+# usage: exports.sh LIST_FOLDER LIBRARY...
+set -euo pipefail
+lists="$1"
+shift
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+
+# Templates of the C++ library that were instantiated here carry its own visibility and are weak: they belong to
+# nobody's interface. Everything else counts, whatever its kind.
+standard_template='^_Z(N?K?S[tabsiod]|T[ISV]S[tabsiod]|N?K?9__gnu_cxx)'
+nm -D --defined-only "$@" |
+    awk -v standard="$standard_template" 'NF == 3 && !($2 ~ /^[WVu]$/ && $3 ~ standard) { print $3 }' |
+    c++filt | LC_ALL=C sort -u >"$work/exported"
+sed '/^#/d; /^$/d' "$lists"/*.txt | LC_ALL=C sort >"$work/all"
+LC_ALL=C sort -u "$work/all" >"$work/listed"
+
+failed=0
+report() {
+    [ -s "$2" ] || return 0
+    echo "$1"
+    sed 's/^/    /' "$2"
+    failed=1
+}
+LC_ALL=C comm -23 "$work/exported" "$work/listed" >"$work/unlisted"
+LC_ALL=C comm -13 "$work/exported" "$work/listed" >"$work/absent"
+uniq -d "$work/all" >"$work/twice"
+report "Exported, but in no list of $lists (hide it, or list it):" "$work/unlisted"
+report "Listed in $lists, but not exported:" "$work/absent"
+report "Listed twice:" "$work/twice"
+echo "$(wc -l <"$work/exported") names exported"
+[ -s "$work/exported" ] || failed=1
+exit "$failed"

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# The check must report every offence of a tree made of them, and nothing else.
+# usage: include-offences.sh TREE CHECK_COMMAND...
+set -euo pipefail
+tree="$1"
+shift
+if output="$("$@" "$tree")"; then
+    echo "the offences were accepted"
+    exit 1
+fi
+diff "$tree/expected.txt" <(printf '%s\n' "$output")

@@ -1,0 +1,2 @@
+#include <DibCodec.h>
+#include <DibStream.h>

@@ -1,0 +1,4 @@
+#include <DibCodec.h>
+#include <DibStream.h>
+
+#include "dib/Private.h"

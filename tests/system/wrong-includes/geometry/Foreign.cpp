@@ -1,0 +1,3 @@
+#include <zlib.h>
+
+#include <vector>

@@ -1,0 +1,1 @@
+// The codec header of the tree of offences.

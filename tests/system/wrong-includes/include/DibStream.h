@@ -1,0 +1,1 @@
+// A public header of the tree of offences.
