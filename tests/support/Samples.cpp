@@ -91,7 +91,8 @@ Picture pictureOf(DibStream& dib) {
         for (int x = 0; x < picture.width; ++x) {
             std::uint32_t color = pixelValue(dib, x, y);
             if (bits <= 8) {
-                color = table[color].blue | table[color].green << 8 | table[color].red << 16;
+                color = static_cast<std::uint32_t>(table[color].blue | table[color].green << 8 |
+                                                   table[color].red << 16);
             } else if (bits == 16) {
                 color = scaled(color) | scaled(color >> 5) << 8 | scaled(color >> 10) << 16;
             }
