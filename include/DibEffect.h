@@ -1,5 +1,27 @@
 /// @file
 /// Image effects. Each changes one image in place and keeps its size, depth, header and colour table.
+///
+/// Rules common to all effects
+/// ---------------------------
+/// - **Two overloads.** Every effect takes its parameters one by one, or (where a record type exists) through
+///   a record that holds them; the second passes the fields on to the first. A record pointer must be valid.
+/// - **Result.** True when the effect ran to its end or had nothing to do (no rows, a parameter that changes
+///   nothing). False, with the image as it was, when the image is null, has no header or no pixels, when its
+///   depth is not among those that the effect accepts, when a parameter is outside its range or when memory
+///   for a working copy is short. False too when the callback cancelled. `DibStream::ErrorCode` never
+///   changes.
+/// - **Progress.** The rows are finished from the top of the picture down. After row y the callback is told
+///   (y + 1) / height; there is no call before the first row, and the last call says exactly 1. When the
+///   callback returns false the effect stops: the rows reported so far are changed, the others are as they
+///   were.
+/// - **Positions** are in pixels, columns from the left and rows from the top of the picture. **Angles** are
+/// in
+///   radians.
+/// - **Edges.** An effect that looks at other pixels takes flags of `DibEffectFlag`; other bits are ignored.
+/// - **Foreign numbers.** NaN and infinite parameters are no error: a position that comes out as NaN reads
+///   column or row 0, an infinite one the clamp's end (0 where it wraps).
+/// - **Indexed images** (1, 4 and 8 bits) are changed in their pixel indices, never in their colour table,
+///   unless an effect says otherwise.
 #ifndef DIBSTREAM_DIBEFFECT_H
 #define DIBSTREAM_DIBEFFECT_H
 
@@ -11,12 +33,137 @@ enum DibEffectFlag : unsigned int {
     DIB_WRAP_Y = 2,  ///< Vertical coordinates wrap around the image.
 };
 
+/// @name Parameter records
+///
+/// `tag` belongs to the caller and is never read or written by the library. The other fields are the
+/// parameters of the effect, in the order of its first overload.
+/// @{
+struct DEReverseInfo {
+    std::uint32_t tag;
+};
+struct DERippleInfo {
+    std::uint32_t tag;
+    float centerX;
+    float centerY;
+    float wavelength;
+    float amplitude;
+    float phase;
+    unsigned int flags;
+};
+struct DERotateInfo {
+    std::uint32_t tag;
+    float angle;
+    unsigned int flags;
+};
+struct DEWaveInfo {
+    std::uint32_t tag;
+    float wavelength;
+    float amplitude;
+    float phase;
+    float direction;
+    unsigned int flags;
+};
+struct DEWhirlInfo {
+    std::uint32_t tag;
+    float centerX;
+    float centerY;
+    float twist;
+    unsigned int flags;
+};
+struct DEMozaicInfo {
+    std::uint32_t tag;
+    int blockSize;
+};
+struct DEDiffuseInfo {
+    std::uint32_t tag;
+    int radius;
+    unsigned int flags;
+};
+/// A `path` that is not null is loaded; otherwise `image` is used.
+struct DEComposeInfo {
+    std::uint32_t tag;
+    const char* path;
+    DibStream* image;
+    float opacity;
+    unsigned int mode;
+};
+struct DEMotionBlurInfo {
+    std::uint32_t tag;
+    int length;
+    float angle;
+    unsigned int flags;
+};
+struct DEBlurInfo {
+    std::uint32_t tag;
+    int radius;
+    unsigned int flags;
+};
+struct DEBlurLittleInfo {
+    std::uint32_t tag;
+    unsigned int flags;
+};
+struct DESharpLittleInfo {
+    std::uint32_t tag;
+    unsigned int flags;
+};
+/// For the maximum, minimum and median filters alike.
+struct DEBrightInfo {
+    std::uint32_t tag;
+    int radius;
+    unsigned int flags;
+};
+struct DEEmbossInfo {
+    std::uint32_t tag;
+    float strength;
+    int distance;
+    float angle;
+    unsigned int flags;
+};
+struct DENoiseInfo {
+    std::uint32_t tag;
+    int amount;
+};
+/// `color` holds blue in its low byte, then green, then red.
+struct DEColorNoiseInfo {
+    std::uint32_t tag;
+    std::uint32_t color;
+    float strength;
+};
+struct DEPickEdgeInfo {
+    std::uint32_t tag;
+    unsigned int flags;
+};
+/// @}
+
 /// @name Reverse
 /// @{
+
+/// Inverts every bit of the pixel block, row fill bytes included: the colours of 16, 24 and 32-bit images
+/// (their fourth byte too) and the indices, not the colour table, of the others. Any depth is accepted.
+///
+/// Nothing is reported. @return True; also for an image without a header or without rows, where nothing is
+/// done. False only when the image is null or its header has no pixels.
+DIB_EXPORT bool DibEffectReverse(DibProgressCallback callback, void* user, DibStream* image);
+/// The record is not read. @return True, whatever the other overload returned.
+DIB_EXPORT bool DibEffectReverse(DibProgressCallback callback, void* user, DibStream* image,
+                                 DEReverseInfo* info);
 /// @}
 
 /// @name Distortions
 /// @{
+
+/// Paints every square block of pixels in one colour. Blocks start at the upper left corner of the picture;
+/// those at the right and lower edges are cut.
+///
+/// Indexed images take the index of the block's upper left pixel. 16, 24 and 32-bit images take the average
+/// of each channel, rounded down (the fourth byte of 32 bits too); bit 15 of a 16-bit pixel becomes 0.
+///
+/// Progress differs from the common rule: after each row of blocks the callback is told
+/// (first row of the blocks + 1) / height, so that 10 rows in blocks of 4 report 0.1, 0.5 and 0.9.
+/// @param blockSize Side of a block in pixels. 1 changes nothing and reports nothing; less gives false.
+DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image, int blockSize);
+DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image,
+                                DEMozaicInfo* info);
 /// @}
 
 /// @name Blur and sharpen

@@ -1,0 +1,101 @@
+// What every effect shares: judging the image, the working copy, edges, and the loop over rows that reports
+// progress. An effect adds its parameter check and its pixel rule.
+#ifndef EFFECTS_EFFECT_FRAME_H
+#define EFFECTS_EFFECT_FRAME_H
+
+#include <DibEffect.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+#include "effects/Depths.h"
+
+namespace dib {
+
+// The rows of an image, counted from the top of the picture.
+struct Raster {
+    unsigned char* top = nullptr;
+    std::ptrdiff_t rowStep = 0;  // to the next row down the picture
+    int width = 0;
+    int height = 0;
+    int bitCount = 0;
+    std::size_t rowBytes = 0;  // pitch
+
+    unsigned char* row(std::ptrdiff_t y) const { return top + y * rowStep; }
+    // Bytes of a row that hold pixels; above 4 bits per pixel no byte is shared with row fill.
+    std::size_t pixelBytes() const {
+        return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) + 7) / 8;
+    }
+};
+
+// Whether an effect may work on an image; false for null, a missing block and sizes that cannot exist.
+// `raster` is filled when it may.
+bool admitImage(DibStream* image, Raster& raster);
+
+// The same for an effect that accepts these depths only.
+template <class... Depths>
+bool admitImage(DibStream* image, Raster& raster) {
+    return admitImage(image, raster) && isOneOf<Depths...>(raster.bitCount);
+}
+
+// The rows of an image as a table of |biHeight| pointers, top of the picture first. Null when memory is
+// short.
+using RowTable = MallocPtr<unsigned char*>;
+RowTable initRow(DibStream& image);
+
+// An unchanged copy that an effect reads while it writes the image itself, with the copy's rows.
+class WorkingCopy {
+public:
+    // Makes the copy of an admitted image; the image's error code stays what it was.
+    explicit WorkingCopy(DibStream& image);
+    // Whether memory sufficed; nothing else may be called when it did not.
+    bool ready() const { return rows_ != nullptr; }
+
+    DibStream& image() const { return *copy_; }
+    const unsigned char* row(std::ptrdiff_t y) const { return rows_[static_cast<std::size_t>(y)]; }
+    const unsigned char* const* rows() const { return rows_.get(); }
+
+private:
+    std::unique_ptr<DibStream> copy_;
+    RowTable rows_;
+};
+
+// Positions of an integer-coordinate effect, brought into 0 to size - 1 by clamping or wrapping; exact for
+// every `int`. An axis without pixels gives 0 when it wraps.
+int getLoopX(int x, int width, unsigned int flags);
+int getLoopY(int y, int height, unsigned int flags);
+
+// The resolved positions from -before to size - 1 + after of one axis: resolved[i] is the position of i -
+// before. Built once per image, so that no tap of a neighbourhood resolves its own edge. Null when memory is
+// short.
+using EdgeTable = MallocPtr<int>;
+EdgeTable edgeColumns(int width, int before, int after, unsigned int flags);
+EdgeTable edgeRows(int height, int before, int after, unsigned int flags);
+
+// The caller's progress callback.
+struct Progress {
+    DibProgressCallback callback;
+    void* user;
+
+    // Whether the work goes on after `done` of `total` rows.
+    bool report(std::int64_t done, int total) const {
+        return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
+    }
+};
+
+// Runs `rowRule(y)` for every row and reports after each. False when cancelled; true without rows.
+template <class RowRule>
+bool forEachRow(const Progress& progress, int height, const RowRule& rowRule) {
+    for (int y = 0; y < height; ++y) {
+        rowRule(y);
+        if (!progress.report(std::int64_t{y} + 1, height)) return false;
+    }
+    return true;
+}
+
+}  // namespace dib
+
+#endif

@@ -1,0 +1,160 @@
+// Mosaic: one row is painted per row of blocks and copied over all its rows.
+#include <algorithm>
+#include <cstring>
+
+#include "dib/Kernels.h"
+#include "effects/EffectFrame.h"
+
+namespace {
+
+using dib::Depth1;
+using dib::Depth16;
+using dib::Depth24;
+using dib::Depth32;
+using dib::Depth4;
+using dib::Depth8;
+using dib::Raster;
+
+// Sums of columns are kept in 16 bits; this many rows of bytes fit.
+constexpr int kRowsPerSum = 65535 / 255;
+
+struct Blocks {
+    int side;      // no larger than the picture
+    int firstRow;  // of the row of blocks in work
+    int rows;      // of that row of blocks
+};
+
+// The colours of one row of blocks are the first pixels of the blocks.
+template <class Depth>
+class FirstPixels {
+public:
+    bool prepare(const Raster&, int) { return true; }
+    void read(const Raster& raster, const Blocks& blocks) { row_ = raster.row(blocks.firstRow); }
+    std::uint32_t color(int firstColumn, int) const { return Depth::get(row_, firstColumn); }
+
+private:
+    const unsigned char* row_ = nullptr;
+};
+
+template <class Depth>
+DIB_ALWAYS_INLINE void addToColumns(const unsigned char* __restrict row, std::uint16_t* __restrict sums,
+                                    std::size_t width) {
+    if constexpr (Depth::kBits == 16) {
+        for (std::size_t x = 0; x < width; ++x) {
+            const auto channels = Depth::split(Depth::get(row, static_cast<std::ptrdiff_t>(x)));
+            for (std::size_t c = 0; c < 3; ++c) sums[3 * x + c] += static_cast<std::uint16_t>(channels[c]);
+        }
+    } else {
+        for (std::size_t i = 0; i < width * Depth::kChannels; ++i)
+            sums[i] = static_cast<std::uint16_t>(sums[i] + row[i]);
+    }
+}
+
+// The colours of one row of blocks are the averages of the blocks, channel by channel.
+template <class Depth>
+class Averages {
+public:
+    bool prepare(const Raster& raster, int side) {
+        width_ = static_cast<std::size_t>(raster.width);
+        side_ = static_cast<std::size_t>(side);
+        columns_ = dib::allocateArray<std::uint16_t>(width_ * kChannels);
+        sums_ = dib::allocateArray<std::uint64_t>((width_ / side_ + 1) * kChannels);
+        return columns_ != nullptr && sums_ != nullptr;
+    }
+
+    void read(const Raster& raster, const Blocks& blocks) {
+        rows_ = static_cast<std::uint64_t>(blocks.rows);
+        std::fill_n(sums_.get(), (width_ / side_ + 1) * kChannels, 0);
+        for (int done = 0; done < blocks.rows; done += kRowsPerSum) {
+            const int rows = std::min(blocks.rows - done, kRowsPerSum);
+            std::fill_n(columns_.get(), width_ * kChannels, 0);
+            for (int y = 0; y < rows; ++y) {
+                const unsigned char* row = raster.row(blocks.firstRow + done + y);
+                dib::runKernel<addToColumns<Depth>>(row, columns_.get(), width_);
+            }
+            for (std::size_t x = 0, block = 0; x < width_; x += side_, ++block) {
+                const std::size_t end = std::min(x + side_, width_);
+                for (std::size_t column = x; column < end; ++column) {
+                    for (std::size_t c = 0; c < kChannels; ++c) {
+                        sums_[block * kChannels + c] += columns_[column * kChannels + c];
+                    }
+                }
+            }
+        }
+    }
+
+    std::uint32_t color(int firstColumn, int columns) const {
+        const std::uint64_t* sums = &sums_[static_cast<std::size_t>(firstColumn) / side_ * kChannels];
+        const std::uint64_t count = rows_ * static_cast<std::uint64_t>(columns);
+        dib::Channels<Depth::kChannels> average;
+        for (std::size_t c = 0; c < kChannels; ++c) average[c] = static_cast<std::uint32_t>(sums[c] / count);
+        return Depth::join(average);
+    }
+
+private:
+    static constexpr std::size_t kChannels = Depth::kChannels;
+    dib::MallocPtr<std::uint16_t> columns_;  // sums of the columns of some rows
+    dib::MallocPtr<std::uint64_t> sums_;     // sums of the blocks
+    std::size_t width_ = 0;
+    std::size_t side_ = 1;
+    std::uint64_t rows_ = 0;
+};
+
+// Overwrites the pixels of a row and leaves the row's fill bits as they are.
+void replacePixels(unsigned char* row, const unsigned char* from, const Raster& raster) {
+    const std::size_t bits =
+        static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.bitCount);
+    std::memcpy(row, from, bits / 8);
+    if (bits % 8 == 0) return;
+    const unsigned fill = 255U >> (bits % 8);
+    row[bits / 8] = static_cast<unsigned char>((row[bits / 8] & fill) | (from[bits / 8] & ~fill));
+}
+
+template <class Depth, class Colors>
+bool paintBlocks(const dib::Progress& progress, const Raster& raster, int side) {
+    Colors colors;
+    auto painted = dib::allocateArray<unsigned char>(raster.rowBytes + 1);
+    if (painted == nullptr || !colors.prepare(raster, side)) return false;
+
+    for (std::int64_t y = 0; y < raster.height; y += side) {
+        const int firstRow = static_cast<int>(y);
+        const Blocks blocks{side, firstRow, std::min(side, raster.height - firstRow)};
+        colors.read(raster, blocks);
+        if (dib::kIsPacked<Depth>) std::memset(painted.get(), 0, raster.rowBytes);
+        for (std::int64_t x = 0; x < raster.width; x += side) {
+            const auto end = std::min<std::int64_t>(x + side, raster.width);
+            const std::uint32_t color = colors.color(static_cast<int>(x), static_cast<int>(end - x));
+            for (std::int64_t column = x; column < end; ++column) Depth::put(painted.get(), column, color);
+        }
+        for (int row = 0; row < blocks.rows; ++row) {
+            replacePixels(raster.row(firstRow + row), painted.get(), raster);
+        }
+        if (!progress.report(y + 1, raster.height)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image, int blockSize) {
+    if (image == nullptr || blockSize < 1) return false;
+    if (blockSize == 1) return true;
+    Raster raster;
+    if (!dib::admitImage(image, raster)) return false;
+    const dib::Progress progress{callback, user};
+    // A larger block would be cut to the picture anyway.
+    const int side = std::max(1, std::min(blockSize, std::max(raster.width, raster.height)));
+    return dib::withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(
+        raster.bitCount, [&](auto depth) {
+            using Depth = decltype(depth);
+            if constexpr (Depth::kBits <= 8) {
+                return paintBlocks<Depth, FirstPixels<Depth>>(progress, raster, side);
+            } else {
+                return paintBlocks<Depth, Averages<Depth>>(progress, raster, side);
+            }
+        });
+}
+
+bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image, DEMozaicInfo* info) {
+    return DibEffectMozaic(callback, user, image, info->blockSize);
+}

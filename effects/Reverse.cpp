@@ -1,0 +1,25 @@
+#include "dib/Kernels.h"
+#include "effects/EffectFrame.h"
+
+namespace {
+
+DIB_ALWAYS_INLINE void invertBytes(unsigned char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
+}
+
+}  // namespace
+
+bool DibEffectReverse(DibProgressCallback, void*, DibStream* image) {
+    if (image == nullptr) return false;
+    if (image->Header == nullptr) return true;
+    if (image->Buffer == nullptr) return false;
+    // The block counts, not the rows: every depth is inverted alike, and sizes that cannot exist hold
+    // nothing.
+    dib::runKernel<invertBytes>(image->Buffer, dib::admitSize(*image->Header).imageBytes);
+    return true;
+}
+
+bool DibEffectReverse(DibProgressCallback callback, void* user, DibStream* image, DEReverseInfo*) {
+    DibEffectReverse(callback, user, image);
+    return true;
+}
