@@ -38,6 +38,28 @@
 
 /// @name PPM and PGM
 /// @{
+
+/// Loads a binary or ASCII colour (P6, P3: 24 bits) or grey (P5, P2: 8 bits with a grey table) file into a
+/// bottom-up image.
+///
+/// The first line must be the two letters and a line feed, nothing else. Lines that start with "#" are
+/// skipped only before the line of the size. The line of the largest sample is not interpreted: the low byte
+/// of every sample is stored as it is, so files with another maximum than 255 keep their own scale.
+/// @param callback Called after each row with (row / height), so 0 comes first.
+/// @return False with `ErrorCode`
+/// - 3 when the file cannot be opened: the image is kept;
+/// - 6 when it is empty, has no size or a negative width, 7 when it is of another kind: the image is kept;
+/// - 2 when memory is short or the size cannot exist;
+/// - 4 when samples are missing, 9 when cancelled, 1 when the height is negative: the image holds the rows
+/// that
+///   were read, the others are undefined.
+///
+/// A successful load stores 0.
+DIB_EXPORT bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadPPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same as `LoadPPM`: either loads colour and grey files.
+DIB_EXPORT bool LoadPGM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 #endif

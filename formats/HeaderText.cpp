@@ -1,0 +1,31 @@
+#include "formats/HeaderText.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+
+namespace formats {
+
+namespace {
+constexpr long kMostLines = 65536;
+}
+
+bool HeaderLines::next() {
+    if (linesRead_ < kMostLines && std::fgets(line_, sizeof line_, file_) != nullptr) {
+        ++linesRead_;
+        return true;
+    }
+    line_[0] = '\0';
+    return false;
+}
+
+bool readNumber(const char*& at, int& number) {
+    char* end = nullptr;
+    const long value = std::strtol(at, &end, 10);
+    if (end == at) return false;
+    number = static_cast<int>(std::clamp(value, long{INT_MIN}, long{INT_MAX}));
+    at = end;
+    return true;
+}
+
+}  // namespace formats

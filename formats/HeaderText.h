@@ -1,0 +1,32 @@
+// Headers that are lines of text.
+#ifndef FORMATS_HEADER_TEXT_H
+#define FORMATS_HEADER_TEXT_H
+
+#include <cstdio>
+
+namespace formats {
+
+// Reads a header line by line. A line longer than 127 characters comes in pieces of that length.
+class HeaderLines {
+public:
+    explicit HeaderLines(std::FILE* file) : file_(file) {}
+
+    // Reads the next line, line feed included. False when there is none, or when there have been so many that
+    // the file can only be a stream without an end.
+    bool next();
+    // The line, ended by NUL; empty after a failure.
+    const char* text() const { return line_; }
+
+private:
+    std::FILE* file_;
+    long linesRead_ = 0;
+    char line_[128] = {};
+};
+
+// Reads a decimal number at `at`, white space and a sign before it allowed, and moves behind it. Numbers that
+// do not fit are cut to the nearest int. False, with nothing changed, when there is no number.
+bool readNumber(const char*& at, int& number);
+
+}  // namespace formats
+
+#endif

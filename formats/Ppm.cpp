@@ -1,0 +1,176 @@
+// A PPM or PGM file is three lines of text (kind, size, largest sample) and the samples, top row first:
+// red, green and blue of each pixel or one grey.
+#include "formats/Ppm.h"
+
+#include <cstring>
+
+#include "dib/Kernels.h"
+#include "formats/CodecFrame.h"
+#include "formats/HeaderText.h"
+#include "formats/Rows.h"
+
+using formats::fail;
+
+namespace {
+
+struct Kind {
+    const char* firstLine;  // compared whole: a blank or a carriage return after the letters is another file
+    int bitCount;
+    bool ascii;
+};
+constexpr Kind kKinds[] = {{"P6\n", 24, false}, {"P3\n", 24, true}, {"P5\n", 8, false}, {"P2\n", 8, true}};
+
+const Kind* kindOf(const char* firstLine) {
+    for (const Kind& kind : kKinds) {
+        if (std::strcmp(firstLine, kind.firstLine) == 0) return &kind;
+    }
+    return nullptr;
+}
+
+struct PictureSize {
+    int width = 0;
+    int height = 0;
+};
+
+// The first line that is no comment.
+bool readSize(formats::HeaderLines& lines, PictureSize& size) {
+    do {
+        if (!lines.next()) return false;
+    } while (lines.text()[0] == '#');
+    const char* at = lines.text();
+    return formats::readNumber(at, size.width) && formats::readNumber(at, size.height);
+}
+
+// Row readers fill row y of the image from the file; false when the file ends before.
+
+class BinaryRows {
+public:
+    BinaryRows(std::FILE* file, DibStream& image)
+        : image_(image),
+          width_(static_cast<std::size_t>(image.Header->biWidth)),
+          rows_(file, width_ * image.Header->biBitCount / 8,
+                static_cast<std::size_t>(image.Header->biHeight)) {}
+
+    bool ready() const { return rows_.ready(); }
+    bool read(int y) {
+        if (image_.Header->biBitCount == 8) return rows_.copyNext(image_.ScanLine(y)) == width_;
+        const unsigned char* row = rows_.next();
+        if (row == nullptr) return false;
+        formats::swapRedBlue(row, image_.ScanLine(y), width_);
+        return true;
+    }
+
+private:
+    DibStream& image_;
+    std::size_t width_;
+    formats::RowReader rows_;
+};
+
+class AsciiRows {
+public:
+    AsciiRows(std::FILE* file, DibStream& image) : file_(file), image_(image) {}
+
+    bool ready() const { return true; }
+    bool read(int y) {
+        unsigned char* out = image_.ScanLine(y);
+        const int channels = image_.Header->biBitCount / 8;
+        for (int x = 0; x < image_.Header->biWidth; ++x, out += channels) {
+            // Samples of a pixel come red first and are stored blue first.
+            for (int channel = channels - 1; channel >= 0; --channel) {
+                int sample = 0;
+                if (formats::readInt(file_, sample) == 0) return false;
+                out[channel] = static_cast<unsigned char>(sample);
+            }
+        }
+        return true;
+    }
+
+private:
+    std::FILE* file_;
+    DibStream& image_;
+};
+
+template <class Rows>
+bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void* user) {
+    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
+    const int height = image->Header->biHeight;
+    for (int y = 0; y < height; ++y) {
+        if (!rows.read(y)) return fail(image, DIB_ERROR_READ);
+        if (!formats::report(callback, user, y, height)) return fail(image, DIB_ERROR_INTERRUPTED);
+    }
+    image->ErrorCode = DIB_OK;
+    return true;
+}
+
+DIB_ALWAYS_INLINE void swapRedBlueLoop(const unsigned char* __restrict from, unsigned char* __restrict to,
+                                       std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        to[3 * i] = from[3 * i + 2];
+        to[3 * i + 1] = from[3 * i + 1];
+        to[3 * i + 2] = from[3 * i];
+    }
+}
+
+}  // namespace
+
+namespace formats {
+
+void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels) {
+    dib::runKernel<swapRedBlueLoop>(from, to, pixels);
+}
+
+int readInt(std::FILE* file, int& value) {
+    // A number with more characters than this, its leading ones included, comes from a stream without an end.
+    constexpr int kMostCharacters = 1 << 20;
+    bool negative = false;
+    bool anyDigit = false;
+    unsigned int magnitude = 0;  // wraps, which keeps the low byte right
+    for (int i = 0; i < kMostCharacters; ++i) {
+        const int c = getc_unlocked(file);
+        if (c == '-') {
+            negative = true;
+        } else if (c >= '0' && c <= '9') {
+            magnitude = magnitude * 10 + static_cast<unsigned int>(c - '0');
+            anyDigit = true;
+        } else if (anyDigit) {
+            value = static_cast<int>(negative ? 0U - magnitude : magnitude);
+            return 1;
+        } else if (c == EOF) {
+            return 0;
+        }
+    }
+    return 0;
+}
+
+}  // namespace formats
+
+bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    image->ErrorCode = DIB_ERROR_GENERAL;
+    formats::HeaderLines lines(file);
+    if (!lines.next()) return fail(image, DIB_ERROR_INVALID);
+    const Kind* kind = kindOf(lines.text());
+    if (kind == nullptr) return fail(image, DIB_ERROR_UNSUPPORTED);
+    PictureSize size;
+    if (!readSize(lines, size) || size.width < 0) return fail(image, DIB_ERROR_INVALID);
+    lines.next();  // The largest sample is not interpreted: samples are stored as they are.
+
+    if (!image->Create(size.width, size.height, kind->bitCount)) return false;
+    image->SetMonoPalette();
+    // There are no rows to read, which leaves the load without its success.
+    if (size.height < 0) return false;
+    if (kind->ascii) return readPixels(AsciiRows(file, *image), image, callback, user);
+    return readPixels(BinaryRows(file, *image), image, callback, user);
+}
+
+bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadPPM, image, callback, user);
+}
+bool LoadPPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadPPM, image, callback, user);
+}
+bool LoadPGM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return LoadPPM(path, image, callback, user);
+}
+bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return LoadPPM(path, image, callback, user);
+}

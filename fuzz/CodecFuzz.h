@@ -1,0 +1,49 @@
+// The two shapes of fuzz targets for codecs: reading a file of any bytes, and writing an image and reading it
+// back.
+#ifndef FUZZ_CODEC_FUZZ_H
+#define FUZZ_CODEC_FUZZ_H
+
+#include <functional>
+
+#include "fuzz/FuzzSupport.h"
+
+namespace fuzz {
+
+using Codec = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
+
+// The input is the file.
+inline int readFile(Codec load, const std::uint8_t* data, std::size_t size) {
+    withFile(data, size, [load](std::FILE* file) {
+        DibStream image;
+        const bool loaded = load(file, &image, nullptr, nullptr);
+        require(!loaded || image.Header != nullptr, "a loaded image exists");
+        // A short file may announce gigabytes, whose pages nobody has touched so far.
+        constexpr std::uint32_t kMostBytes = 1U << 24;
+        if (image.Header == nullptr || image.Header->biSizeImage <= kMostBytes) checkImage(image);
+    });
+    return 0;
+}
+
+// The input makes an image, which is saved and, where `load` is given, loaded again; `judge` compares the
+// two.
+inline int roundTrip(const std::function<bool(std::FILE*, DibStream&)>& save, Codec load,
+                     const std::function<void(DibStream& saved, DibStream& loaded)>& judge,
+                     const std::uint8_t* data, std::size_t size) {
+    Input input(data, size);
+    DibStream saved;
+    randomImage(input, saved, 40);
+    std::FILE* file = std::tmpfile();
+    require(file != nullptr, "a temporary file can be opened");
+    require(save(file, saved), "an image can be saved");
+    std::rewind(file);
+    DibStream loaded;
+    require(load(file, &loaded, nullptr, nullptr), "what was saved can be loaded");
+    std::fclose(file);
+    checkImage(loaded);
+    judge(saved, loaded);
+    return 0;
+}
+
+}  // namespace fuzz
+
+#endif

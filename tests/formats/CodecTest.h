@@ -1,0 +1,107 @@
+// What the tests of all codecs share: loading bytes, saving to bytes, and cutting files short.
+#ifndef TESTS_FORMATS_CODEC_TEST_H
+#define TESTS_FORMATS_CODEC_TEST_H
+
+#include <DibStream.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/ByteFile.h"
+#include "tests/support/FailingMalloc.h"
+#include "tests/support/Samples.h"
+#include "tests/support/TestImages.h"
+
+namespace codec_test {
+
+using Bytes = std::vector<unsigned char>;
+using testing_support::ByteWriter;
+using testing_support::DibPtr;
+using testing_support::ProgressLog;
+using Codec = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
+
+inline Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+
+inline bool load(Codec codec, const Bytes& bytes, DibStream& image, ProgressLog* log = nullptr) {
+    const dib::FilePtr file = testing_support::openBytes(bytes);
+    return codec(file.get(), &image, log != nullptr ? ProgressLog::callback : nullptr, log);
+}
+
+struct Loaded {
+    bool result = false;
+    int code = 0;
+    DibPtr image{new DibStream};
+};
+
+// Loads into a new image whose code starts as one that no codec stores.
+constexpr int kUntouched = 77;
+inline Loaded load(Codec codec, const Bytes& bytes, ProgressLog* log = nullptr) {
+    Loaded loaded;
+    loaded.image->ErrorCode = kUntouched;
+    loaded.result = load(codec, bytes, *loaded.image, log);
+    loaded.code = loaded.image->ErrorCode;
+    return loaded;
+}
+
+// What a codec writes; `result` takes what it returned.
+inline Bytes save(Codec codec, DibStream& image, bool* result = nullptr, ProgressLog* log = nullptr) {
+    return testing_support::writtenBytes([&](std::FILE* file) {
+        const bool saved = codec(file, &image, log != nullptr ? ProgressLog::callback : nullptr, log);
+        if (result != nullptr) *result = saved;
+    });
+}
+
+// The bytes of row y, counted from the top, without fill.
+inline Bytes rowBytes(DibStream& image, int y) {
+    const auto bits =
+        static_cast<std::size_t>(image.Header->biWidth) * static_cast<std::size_t>(image.Header->biBitCount);
+    const unsigned char* row = image.ScanLine(y);
+    return {row, row + (bits + 7) / 8};
+}
+
+// The file cut at every length below its own (of long files, at every length of the first and the last bytes
+// and at some between).
+inline void forEveryTruncation(const Bytes& bytes,
+                               const std::function<void(const Bytes& cut, std::size_t length)>& judge) {
+    constexpr std::size_t kEdge = 600;
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        if (length > kEdge && length + kEdge < bytes.size() && length % 97 != 0) continue;
+        judge(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length)), length);
+    }
+}
+
+// A file of the test folder, with another name per test; removed with the object.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& extension, const Bytes& bytes = {})
+        : path_(std::string(DIB_TEST_TMP) + "/" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name() + "." +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name() + "." +
+                std::to_string(counter()++) + extension) {
+        std::ofstream(path_, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+    ~TemporaryFile() { std::filesystem::remove(path_); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const char* path() const { return path_.c_str(); }
+    std::wstring widePath() const { return {path_.begin(), path_.end()}; }
+    Bytes bytes() const { return testing_support::readFileBytes(path_); }
+
+private:
+    static int& counter() {
+        static int count = 0;
+        return count;
+    }
+    std::string path_;
+};
+
+}  // namespace codec_test
+
+#endif

@@ -1,0 +1,254 @@
+#include "formats/Ppm.h"
+
+#include <cstring>
+
+#include "tests/formats/CodecTest.h"
+
+namespace {
+
+using namespace codec_test;
+
+Loaded loadText(const std::string& text, ProgressLog* log = nullptr) {
+    return load(LoadPPM, bytesOf(text), log);
+}
+
+TEST(PpmLoad, BinaryColourIsStoredBlueFirstTopRowFirst) {
+    const Loaded loaded = loadText("P6\n2 2\n255\nabcdefghijkl");
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.code, 0);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 24);
+    EXPECT_EQ(loaded.image->Header->biHeight, 2);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), bytesOf("cbafed"));
+    EXPECT_EQ(rowBytes(*loaded.image, 1), bytesOf("ihglkj"));
+    EXPECT_EQ(std::memcmp(loaded.image->Buffer, "ihg", 3), 0);
+}
+
+TEST(PpmLoad, BinaryGreyHasTheGreyTable) {
+    const Loaded loaded = loadText("P5\n3 2\n255\nabcdef");
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 8);
+    EXPECT_EQ(loaded.image->Header->biClrUsed, 256U);
+    EXPECT_EQ(testing_support::headerBytes(*loaded.image)[40 + 4 * 200 + 1], 200);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), bytesOf("abc"));
+    EXPECT_EQ(rowBytes(*loaded.image, 1), bytesOf("def"));
+}
+
+TEST(PpmLoad, AsciiKinds) {
+    const Loaded color = loadText("P3\n1 2\n255\n1 2 3\n4 5 6");
+    ASSERT_TRUE(color.result);
+    EXPECT_EQ(rowBytes(*color.image, 0), (Bytes{3, 2, 1}));
+    EXPECT_EQ(rowBytes(*color.image, 1), (Bytes{6, 5, 4}));
+    const Loaded grey = loadText("P2\n3 1\n255\n7,8x-1");
+    ASSERT_TRUE(grey.result);
+    EXPECT_EQ(rowBytes(*grey.image, 0), (Bytes{7, 8, 255}));
+}
+
+TEST(PpmLoad, AsciiSamplesKeepTheirLowByteWhateverTheMaximum) {
+    const Loaded loaded = loadText("P2\n4 1\n65535\n65535 256 4294967298 300\n");
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{255, 0, 2, 44}));
+}
+
+TEST(PpmLoad, DigitsInCommentsBetweenSamplesAreSamples) {
+    const Loaded loaded = loadText("P2\n3 1\n255\n1 # 22\n3\n");
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{1, 22, 3}));
+}
+
+TEST(PpmLoad, CommentsAreSkippedOnlyBeforeTheSize) {
+    EXPECT_TRUE(loadText("P5\n# one\n#\n1 1\n255\nx").result);
+    // The comment counts as the line of the maximum, whose own line is then pixel data.
+    const Loaded loaded = loadText("P5\n4 1\n# comment\n255\nabcd");
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), bytesOf("255\n"));
+}
+
+TEST(PpmLoad, LongLinesComeInPieces) {
+    const std::string longComment = "#" + std::string(126, 'x');
+    EXPECT_EQ(loadText("P5\n" + longComment + "\n1 1\n255\nx").code,
+              6);  // the line feed is a line of its own
+    EXPECT_TRUE(loadText("P5\n" + longComment + "# more\n1 1\n255\nx").result);
+}
+
+TEST(PpmLoad, SizeMayBeSeparatedByAnyWhiteSpaceOrSign) {
+    EXPECT_EQ(loadText("P5\n \t2\t3 \n255\nabcdef").image->Header->biHeight, 3);
+    EXPECT_EQ(loadText("P5\n+2+3\n255\nabcdef").image->Header->biWidth, 2);
+}
+
+TEST(PpmLoad, FirstLineIsComparedWhole) {
+    for (const char* first :
+         {"P1\n", "P4\n", "P6\r\n", "P6 \n", "P6 1 1\n", "p6\n", "P66\n", "P6", "\n", "BM"}) {
+        const Loaded loaded = loadText(std::string(first) + "1 1\n255\nabc");
+        EXPECT_FALSE(loaded.result) << first;
+        EXPECT_EQ(loaded.code, 7) << first;
+        EXPECT_EQ(loaded.image->Header, nullptr) << first;
+    }
+}
+
+TEST(PpmLoad, FailureTable) {
+    DibStream image;
+    EXPECT_FALSE(LoadPPM("/nonexistent/file.ppm", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, 3);
+    image.ErrorCode = 0;
+    EXPECT_FALSE(LoadPGM(L"/nonexistent/file.ppm", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, 3);
+
+    EXPECT_EQ(loadText("").code, 6);
+    for (const char* size : {"", "\n", "3\n", "x 3\n", "3 x\n", "3x3\n", "-1 3\n", "-1 -3\n", "# 1 1\n"}) {
+        EXPECT_EQ(loadText("P6\n" + std::string(size)).code, 6) << size;
+    }
+    for (const char* size :
+         {"0 3\n", "3 0\n", "0 -3\n", "30000 30000\n", "4294967295 1\n", "1 99999999999999999999\n"}) {
+        const Loaded loaded = loadText("P6\n" + std::string(size) + "255\nabc");
+        EXPECT_EQ(loaded.code, 2) << size;
+        EXPECT_EQ(loaded.image->Header, nullptr) << size;
+    }
+    EXPECT_EQ(loadText("P6\n1 1\n255\nab").code, 4);
+    EXPECT_EQ(loadText("P5\n1 1\n").code, 4);
+    EXPECT_EQ(loadText("P3\n1 1\n255\n1 2 x").code, 4);
+}
+
+TEST(PpmLoad, NegativeHeightReadsNothingAndFails) {
+    const Loaded loaded = loadText("P6\n2 -3\n255\nabcdefghijklmnopqr");
+    EXPECT_FALSE(loaded.result);
+    EXPECT_EQ(loaded.code, 1);
+    ASSERT_NE(loaded.image->Header, nullptr);
+    EXPECT_EQ(loaded.image->Header->biHeight, -3);
+}
+
+TEST(PpmLoad, FailuresBeforeTheNewImageKeepTheOldOne) {
+    const DibPtr image = testing_support::randomImage(3, 3, 24, 1);
+    const Bytes before = testing_support::pixelBytes(*image);
+    EXPECT_FALSE(load(LoadPPM, bytesOf("P6\n-1 2\n255\n"), *image));
+    EXPECT_EQ(testing_support::pixelBytes(*image), before);
+    EXPECT_FALSE(load(LoadPPM, bytesOf("P4\n1 2\n"), *image));
+    EXPECT_EQ(testing_support::pixelBytes(*image), before);
+}
+
+TEST(PpmLoad, ShortDataKeepsTheRowsBefore) {
+    const Loaded loaded = loadText("P5\n2 3\n255\nabcde");
+    EXPECT_FALSE(loaded.result);
+    EXPECT_EQ(loaded.code, 4);
+    EXPECT_EQ(rowBytes(*loaded.image, 1), bytesOf("cd"));
+    EXPECT_EQ(rowBytes(*loaded.image, 2)[0], 'e');
+}
+
+TEST(PpmLoad, ProgressStartsAtZero) {
+    ProgressLog log;
+    ASSERT_TRUE(loadText("P5\n1 4\n255\nabcd", &log).result);
+    EXPECT_EQ(log.fractions, (std::vector<float>{0.0F, 0.25F, 0.5F, 0.75F}));
+}
+
+TEST(PpmLoad, CancelAtEveryRow) {
+    for (const char* file : {"P5\n1 4\n255\n1234", "P2\n1 4\n255\n49 50 51 52\n"}) {
+        for (int row = 0; row < 4; ++row) {
+            ProgressLog log;
+            log.cancelAt = row;
+            const Loaded loaded = loadText(file, &log);
+            EXPECT_FALSE(loaded.result);
+            EXPECT_EQ(loaded.code, 9);
+            EXPECT_EQ(log.fractions.size(), static_cast<std::size_t>(row) + 1);
+            EXPECT_EQ(rowBytes(*loaded.image, row)[0], '1' + row);
+        }
+    }
+}
+
+TEST(PpmLoad, EveryTruncationFails) {
+    for (const char* file : {"P6\n3 2\n255\nabcdefghijklmnopqr", "P5\n3 2\n255\nabcdef",
+                             "P3\n1 2\n255\n1 2 3 4 5 6", "P2\n3 2\n255\n1 2 3 4 5 6"}) {
+        ASSERT_TRUE(loadText(file).result);
+        forEveryTruncation(bytesOf(file), [&](const Bytes& cut, std::size_t length) {
+            const Loaded loaded = load(LoadPPM, cut);
+            EXPECT_FALSE(loaded.result) << length;
+            EXPECT_NE(loaded.code, 0) << length;
+        });
+    }
+}
+
+TEST(PpmLoad, StreamsWithoutEndAreLeft) {
+    // The same bytes again and again behind a good beginning.
+    struct Endless {
+        std::string start;
+        std::string repeated;
+        std::size_t position = 0;
+    };
+    const auto read = [](void* cookie, char* out, std::size_t bytes) -> ssize_t {
+        auto& stream = *static_cast<Endless*>(cookie);
+        for (std::size_t i = 0; i < bytes; ++i, ++stream.position) {
+            out[i] = stream.position < stream.start.size()
+                         ? stream.start[stream.position]
+                         : stream.repeated[stream.position % stream.repeated.size()];
+        }
+        return static_cast<ssize_t>(bytes);
+    };
+    for (Endless stream : {Endless{"", "x"}, Endless{"P6\n", "#\n"}, Endless{"P6\n", "#"},
+                           Endless{"P2\n2 2\n255\n", "1"}, Endless{"P2\n2 2\n255\n", " "}}) {
+        const dib::FilePtr file(fopencookie(&stream, "rb", {read, nullptr, nullptr, nullptr}));
+        DibStream image;
+        EXPECT_FALSE(LoadPPM(file.get(), &image, nullptr, nullptr)) << stream.start << stream.repeated;
+        EXPECT_NE(image.ErrorCode, 0);
+    }
+}
+
+TEST(PpmLoad, AnnouncedSizeCostsNoMoreThanTheImage) {
+    testing_support::resetLargestAllocation();
+    EXPECT_EQ(loadText("P6\n20000 20000\n255\nabc").code, 4);
+    EXPECT_LE(testing_support::largestAllocation(), 20000U * 60000U);
+    const long before = testing_support::liveAllocations();
+    EXPECT_EQ(loadText("P6\n65000 65000\n255\n").code, 2);
+    EXPECT_EQ(testing_support::liveAllocations(), before);
+}
+
+TEST(PpmLoad, EveryFailingAllocation) {
+    const Bytes file = bytesOf("P6\n2 2\n255\nabcdefghijkl");
+    DibStream* image = nullptr;
+    bool loaded = false;
+    dib::FilePtr stream;
+    const int failures = testing_support::forEachFailingAllocation(
+        [&] {
+            image = new DibStream;
+            stream = testing_support::openBytes(file);
+        },
+        [&] { loaded = LoadPPM(stream.get(), image, nullptr, nullptr); },
+        [&](bool failureMet) {
+            EXPECT_EQ(loaded, !failureMet);
+            EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
+            image->Release();
+            stream.reset();
+        });
+    EXPECT_EQ(failures, 3);  // header, pixels, rows
+}
+
+TEST(PpmLoad, PathsOfBothWidths) {
+    const TemporaryFile file(".ppm", bytesOf("P6\n1 1\n255\nabc"));
+    DibStream image;
+    EXPECT_TRUE(LoadPPM(file.path(), &image, nullptr, nullptr));
+    EXPECT_TRUE(LoadPPM(file.widePath().c_str(), &image, nullptr, nullptr));
+    EXPECT_TRUE(LoadPGM(file.path(), &image, nullptr, nullptr));
+    EXPECT_TRUE(LoadPGM(file.widePath().c_str(), &image, nullptr, nullptr));
+    EXPECT_FALSE(LoadPPM(file.path(), nullptr, nullptr, nullptr));
+}
+
+TEST(PpmReadInt, Numbers) {
+    const auto read = [](const std::string& text, std::size_t* consumed = nullptr) {
+        const Bytes bytes = bytesOf(text);
+        const dib::FilePtr file = testing_support::openBytes(bytes);
+        int value = -12345;
+        if (formats::readInt(file.get(), value) == 0) return -12345;
+        if (consumed != nullptr) *consumed = static_cast<std::size_t>(std::ftell(file.get()));
+        return value;
+    };
+    EXPECT_EQ(read(""), -12345);
+    EXPECT_EQ(read("abc-"), -12345);
+    EXPECT_EQ(read("12"), 12);
+    EXPECT_EQ(read("-12 "), -12);
+    EXPECT_EQ(read("- 12 "), -12);
+    EXPECT_EQ(read("1-2 "), -12);
+    EXPECT_EQ(read("--7"), -7);
+    EXPECT_EQ(read("12-"), -12);
+    std::size_t consumed = 0;
+    EXPECT_EQ(read("  34,56", &consumed), 34);
+    EXPECT_EQ(consumed, 5U);
+}
+
+}  // namespace
