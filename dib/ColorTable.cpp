@@ -14,12 +14,11 @@ std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header) {
     return table;
 }
 
-void writeGreyTable(BITMAPINFOHEADER& header) {
-    const std::size_t levels = addressableEntries(header.biBitCount);
-    const std::size_t entries = std::min(levels, announcedEntries(header));
+void writeGreyEntries(BITMAPINFOHEADER& header, std::size_t entries) {
+    const std::size_t brightest = addressableEntries(header.biBitCount) - 1;
     DibBGRA* table = colorTable(&header);
     for (std::size_t i = 0; i < entries; ++i) {
-        const auto grey = static_cast<std::uint8_t>(i * 255 / (levels - 1));
+        const auto grey = static_cast<std::uint8_t>(i * 255 / brightest);
         table[i] = {grey, grey, grey, 0};
     }
 }

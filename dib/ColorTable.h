@@ -35,9 +35,9 @@ inline const DibBGRA* colorTable(const BITMAPINFOHEADER* header) {
 // copy, so that no pixel value reads outside the block.
 std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header);
 
-// Writes the grey ramp of the header's depth (1, 4 or 8 bits) into its table: as many entries as the depth
-// addresses, but no more than announced.
-void writeGreyTable(BITMAPINFOHEADER& header);
+// Writes the first `entries` entries of the grey ramp of the header's depth (1, 4 or 8 bits) into its table,
+// which must hold them.
+void writeGreyEntries(BITMAPINFOHEADER& header, std::size_t entries);
 
 // Makes sure that the header block of an image holds at least `entries` table entries behind a 40-byte
 // header: a block that announces fewer is replaced by a grown one of the image's own, old entries kept and

@@ -72,16 +72,16 @@ bool DibStream::SetBuffer(void* buffer, unsigned int owner) {
 
 namespace {
 
-// A copy of a header block, 40 bytes and the announced table, whatever biSize says. The new block has room
-// for every entry that the depth can address; the entries beyond the announced ones are zero.
+// A copy of a header block, 40 bytes and the announced table, whatever biSize says. The new block is zero
+// behind that and has room for every entry that the depth can address, counted from biSize: that is where
+// SetMonoPalette and the readers of the copy look for its table.
 BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& source) {
     const std::size_t announced = dib::announcedEntries(source);
     const std::size_t entries = std::max(announced, dib::addressableEntries(source.biBitCount));
-    auto block = dib::allocateArray<unsigned char>(kHeaderBytes + entries * dib::kEntryBytes);
+    const std::size_t tableStart = std::max<std::size_t>(source.biSize, kHeaderBytes);
+    auto block = dib::allocateZeroed<unsigned char>(tableStart + entries * dib::kEntryBytes);
     if (block == nullptr) return nullptr;
-    const std::size_t copied = kHeaderBytes + announced * dib::kEntryBytes;
-    std::memcpy(block.get(), &source, copied);
-    std::memset(block.get() + copied, 0, (entries - announced) * dib::kEntryBytes);
+    std::memcpy(block.get(), &source, kHeaderBytes + announced * dib::kEntryBytes);
     return reinterpret_cast<BITMAPINFOHEADER*>(block.release());
 }
 
@@ -176,7 +176,7 @@ BITMAPINFOHEADER* DibStream::CreateHeader(int width, int height, int bitCount) {
     auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.release());
     *header = info;
     // A 4-bit table stays as it is: whoever makes such an image writes a table of its own.
-    if (bitCount == 8 || bitCount == 1) dib::writeGreyTable(*header);
+    if (bitCount == 8 || bitCount == 1) dib::writeGreyEntries(*header, info.biClrUsed);
     return header;
 }
 
@@ -206,14 +206,19 @@ void DibStream::SetMonoPalette() {
     if (Header == nullptr) return;
     const std::size_t entries = dib::addressableEntries(Header->biBitCount);
     if (!dib::isDepth(Header->biBitCount) || entries == 0) return;
-    dib::ensureColorTable(*this, entries);
-    dib::writeGreyTable(*Header);
+    if (dib::ensureColorTable(*this, entries)) {
+        dib::writeGreyEntries(*Header, entries);
+    } else {
+        dib::writeGreyEntries(*Header, std::min(entries, dib::announcedEntries(*Header)));
+    }
 }
 
 // The alpha plane.
 
 DibStream* DibStream::CreateAlphaDib() {
     if (Header == nullptr || Buffer == nullptr || Header->biBitCount != 32) return nullptr;
+    const dib::ImageSize size = dib::admitSize(*Header);
+    if (!size.admitted) return nullptr;
     auto* alpha = new (std::nothrow) DibStream;
     if (alpha == nullptr) return nullptr;
     if (!alpha->Create(Header->biWidth, Header->biHeight, 8)) {
@@ -222,7 +227,6 @@ DibStream* DibStream::CreateAlphaDib() {
     }
     alpha->SetMonoPalette();
 
-    const dib::ImageSize size = dib::admitSize(*Header);
     const std::size_t width = static_cast<std::size_t>(Header->biWidth);
     const std::size_t alphaRowBytes = alpha->GetPitch();
     for (std::size_t row = 0; row < size.rows; ++row) {
@@ -258,6 +262,7 @@ std::uint32_t DibStream::GetPitch() const {
 }
 
 unsigned char* DibStream::ScanLine(int y) {
+    if (Buffer == nullptr) return nullptr;
     const bool bottomUp = Header != nullptr && Header->biHeight >= 0;
     // Row offsets wrap in 32 bits like every other size of the image; unsigned arithmetic keeps that defined.
     const std::uint32_t row = static_cast<std::uint32_t>(y);
@@ -266,7 +271,7 @@ unsigned char* DibStream::ScanLine(int y) {
 }
 
 unsigned char* DibStream::Pixel(int x, int y) {
-    if (Header == nullptr) return nullptr;
+    if (Header == nullptr || Buffer == nullptr) return nullptr;
     const std::ptrdiff_t column = x;
     switch (Header->biBitCount) {
         case 32: return ScanLine(y) + column * 4;

@@ -3,8 +3,10 @@
 #define DIB_FILE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace dib {
 
@@ -18,6 +20,13 @@ FilePtr openForReading(const char* path);
 FilePtr openForReading(const wchar_t* path);
 FilePtr openForWriting(const char* path);
 FilePtr openForWriting(const wchar_t* path);
+
+// Whether the file could be closed: what is still buffered is written then, so an error is a write error.
+inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0; }
+
+// Bytes between the current position and the end; nothing for a stream that cannot seek. Readers ask before
+// they allocate what a header announces.
+std::optional<std::uint64_t> bytesLeft(std::FILE* file);
 
 // Whether all bytes were read / written.
 inline bool readBytes(std::FILE* file, void* out, std::size_t bytes) {

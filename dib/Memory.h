@@ -36,6 +36,10 @@ MallocPtr<T> allocateZeroed(std::size_t count) {
 // on huge pages.
 MallocPtr<unsigned char> allocateImageBlock(std::size_t bytes);
 
+// The same, zeroed. A large block costs memory only where it is written, so a picture that is mostly
+// background may be announced as large as it likes.
+MallocPtr<unsigned char> allocateZeroedImageBlock(std::size_t bytes);
+
 }  // namespace dib
 
 #endif

@@ -143,10 +143,11 @@ public:
     /// Releases both blocks. The reference count and the error code stay.
     void Clear();
 
-    /// Installs foreign blocks as they are, after releasing the current ones: no copy and no check.
+    /// Installs foreign blocks as they are, after releasing the current ones: no copy and no check. The
+    /// blocks must not be ones that this object owns.
     /// @param header      `BITMAPINFOHEADER` with its colour table. A `biSize` above 40 is respected by
     ///                    `SetMonoPalette` and by reading conversions, but `Clone` and `Copy` copy 40 bytes
-    ///                    plus table.
+    ///                    plus 4 for each table entry from the start of the block, and zero the rest.
     /// @param headerOwner 0 borrows the block; anything else makes the object free it with `free`.
     /// @param buffer      Pixel rows.
     /// @param bufferOwner As `headerOwner`.
@@ -218,10 +219,10 @@ public:
         const std::uint32_t height = static_cast<std::uint32_t>(Header->biHeight);
         return static_cast<std::int32_t>(GetPitch() * (Header->biHeight < 0 ? 0U - height : height));
     }
-    /// Start of row y, counted from the top of the picture. Nothing is checked.
+    /// Start of row y, counted from the top of the picture; null without pixels. Nothing else is checked.
     unsigned char* ScanLine(int y);
-    /// The byte that holds pixel x of row y; null without a header or at a depth that is none of the six. At
-    /// 1 and 4 bits the leftmost pixel is in the most significant bits. Nothing else is checked.
+    /// The byte that holds pixel x of row y; null without header or pixels or at a depth that is none of the
+    /// six. At 1 and 4 bits the leftmost pixel is in the most significant bits. Nothing else is checked.
     unsigned char* Pixel(int x, int y);
     /// @}
 
@@ -258,11 +259,54 @@ public:
         DIB_ACCEPT_ALL = 63,
     };
 
+    /// Replaces the image by the picture of a BMP file.
+    ///
+    /// Read are info headers of 40 to 124 bytes; uncompressed pixels of every depth; 8-bit run lengths
+    /// (compression 1, decoded as runs of bytes whatever the depth); and 32-bit pixels with channel masks
+    /// (compression 3) inside an info header of at least 56 bytes, when red, green and blue are eight
+    /// consecutive bits each. Masked pixels are rewritten to blue, green, red, alpha; alpha is 255 where the
+    /// alpha mask is not eight consecutive bits.
+    ///
+    /// In memory `biSize` is 40, the colour table has 2^bits entries up to 8 bits (those beyond the file's
+    /// are zero), `biClrUsed` and `biClrImportant` are the number of colours in the file (0 above 8 bits) and
+    /// `biSizeImage` is pitch times rows. `biHeight` keeps its sign. `biCompression` is 0, but 3 after
+    /// loading a file with masks. Runs go on behind the end of their row; what leaves the pixel block is
+    /// dropped, rows that no run reaches are 0. A width or height of 0 gives an image without pixels.
+    /// @param path  UTF-8.
+    /// @param flags Depths accepted, `DIB_ACCEPT_1` to `DIB_ACCEPT_32`.
+    /// @return True with `ErrorCode` 0. Otherwise false, an empty object and code
+    ///         - 3: the file cannot be opened;
+    ///         - 4: it ends early, or its pixel offset cannot be reached;
+    ///         - 6: it does not begin with "BM", or announces more colours than its depth can address;
+    ///         - 7: its header size, compression, masks or depth is none of the above;
+    ///         - 8: its depth is not among those accepted;
+    ///         - 2: memory is short, the width is negative or the pixel block would not fit in a signed
+    ///           32-bit number.
+    ///
+    ///         A file whose rest cannot hold the announced pixels fails before they are allocated.
     bool LoadFromFile(const char* path, unsigned int flags);
+    /// The same for a wide path.
     bool LoadFromFile(const wchar_t* path, unsigned int flags);
+    /// The same from the current position of an open file, which stays open (code 3 when it is null). The
+    /// pixel offset in the file header counts from the start of the stream.
     bool LoadFileInner(std::FILE* file, unsigned int flags);
+
+    /// Writes the image as a BMP file: 14 bytes of file header, the 40-byte header, the announced colour
+    /// table, and the rows from the bottom up (so a positive `biHeight`, whatever the order in memory).
+    ///
+    /// Every other header field is written as held, `biCompression` included: an image that came from a file
+    /// with masks is written with compression 3 and without masks, which `LoadFromFile` refuses with 7. Set
+    /// the field to 0 before saving when the file is to be read again.
+    /// @param path UTF-8; a file in that place is replaced.
+    /// @return True with `ErrorCode` 0. Otherwise false, the image unchanged and code
+    ///         - 6: there is no header or no pixel block, or its size is inadmissible; no file is opened;
+    ///         - 3: the file cannot be opened;
+    ///         - 5: a write, or the closing of the file, failed; the file is incomplete.
     bool SaveToFile(const char* path);
+    /// The same for a wide path.
     bool SaveToFile(const wchar_t* path);
+    /// The same at the current position of an open file, which is flushed and stays open (code 3 when it is
+    /// null).
     bool SaveFileInner(std::FILE* file);
     /// @}
 
