@@ -51,8 +51,7 @@
 /// - 6 when it is empty, has no size or a negative width, 7 when it is of another kind: the image is kept;
 /// - 2 when memory is short or the size cannot exist;
 /// - 4 when samples are missing, 9 when cancelled, 1 when the height is negative: the image holds the rows
-/// that
-///   were read, the others are undefined.
+///   that were read, the others are undefined.
 ///
 /// A successful load stores 0.
 DIB_EXPORT bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user);

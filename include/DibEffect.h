@@ -15,8 +15,7 @@
 ///   callback returns false the effect stops: the rows reported so far are changed, the others are as they
 ///   were.
 /// - **Positions** are in pixels, columns from the left and rows from the top of the picture. **Angles** are
-/// in
-///   radians.
+///   in radians.
 /// - **Edges.** An effect that looks at other pixels takes flags of `DibEffectFlag`; other bits are ignored.
 /// - **Foreign numbers.** NaN and infinite parameters are no error: a position that comes out as NaN reads
 ///   column or row 0, an infinite one the clamp's end (0 where it wraps).

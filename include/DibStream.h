@@ -5,29 +5,25 @@
 /// Rules common to the whole library
 /// ---------------------------------
 /// - **Images.** An image is a `DibStream`: a header block (`BITMAPINFOHEADER` followed by its colour table)
-/// and a
-///   pixel block. Depths are 1, 4, 8, 16, 24 and 32 bits per pixel. Rows are padded to 4 bytes.
+///   and a pixel block. Depths are 1, 4, 8, 16, 24 and 32 bits per pixel. Rows are padded to 4 bytes.
 /// - **Row order.** `biHeight` >= 0 stores the bottom row of the picture first, `biHeight` < 0 the top row.
 ///   Rows are numbered from the top of the picture wherever a function takes a row, unless it speaks of
 ///   *buffer rows*, which are counted from the start of the pixel block.
 /// - **Ownership.** Each block has an ownership word: nonzero means the object frees the block with `free`;
-/// the
-///   library writes 6 for every block it allocates (with `malloc`). Zero means the block belongs to someone
-///   else, is never freed by the object and must outlive its use.
+///   the library writes 6 for every block it allocates (with `malloc`). Zero means the block belongs to
+///   someone else, is never freed by the object and must outlive its use.
 /// - **Results.** Functions return `bool`, or a null pointer where they make an object. Containers, loaders,
 ///   conversions and geometry methods also store a code in `DibStream::ErrorCode`; success does not clear it
 ///   unless stated. Effects never store a code.
 /// - **Failure.** Whatever fails, nothing leaks and no exception leaves the library. An operation that
-/// installs a
-///   new image releases the old one first, so a failed replacement leaves the object empty.
+///   installs a new image releases the old one first, so a failed replacement leaves the object empty.
 /// - **Half-empty objects.** A header without pixels, or pixels without a header, gives `false`, null or 0.
 /// - **Colour tables.** A pixel whose index lies beyond the announced table length reads as black.
 /// - **Progress.** A `DibProgressCallback` is called with a fraction from 0 to 1 and the caller's pointer;
-/// returning
-///   `false` cancels. It may be null everywhere.
+///   returning `false` cancels. It may be null everywhere.
 /// - **Threads.** The library creates none and locks nothing: one image is used by one thread at a time.
-/// Different
-///   images may be used by different threads, but for `DibStream::DllPath` and the C library's `rand()`.
+///   Different images may be used by different threads, but for `DibStream::DllPath` and the C library's
+///   `rand()`.
 /// - **Byte order.** Little-endian hosts only, checked when the library is compiled.
 #ifndef DIBSTREAM_DIBSTREAM_H
 #define DIBSTREAM_DIBSTREAM_H
@@ -64,18 +60,18 @@ static_assert(sizeof(BITMAPINFOHEADER) == 40);
 
 /// A pixel of 24 bits, bytes in memory order.
 struct DibBGR {
-    std::uint8_t blue;
-    std::uint8_t green;
-    std::uint8_t red;
+    std::uint8_t blue;   ///< 0 to 255.
+    std::uint8_t green;  ///< 0 to 255.
+    std::uint8_t red;    ///< 0 to 255.
 };
 static_assert(sizeof(DibBGR) == 3);
 
 /// A pixel of 32 bits or an entry of a colour table (whose alpha is reserved), bytes in memory order.
 struct DibBGRA {
-    std::uint8_t blue;
-    std::uint8_t green;
-    std::uint8_t red;
-    std::uint8_t alpha;
+    std::uint8_t blue;   ///< 0 to 255.
+    std::uint8_t green;  ///< 0 to 255.
+    std::uint8_t red;    ///< 0 to 255.
+    std::uint8_t alpha;  ///< 0 to 255; what it means is the image's affair.
 };
 static_assert(sizeof(DibBGRA) == 4);
 
@@ -159,10 +155,9 @@ public:
     /// Becomes an owned deep copy of a foreign DIB.
     /// @param header Header block of at least 40 + 4 x table length bytes.
     /// @param bits   Pixel block of `biSizeImage` bytes, or pitch times rows when that is 0; must be readable
-    /// whole.
+    ///               whole.
     /// @return False without an error code when memory is short, the size is inadmissible or a pointer is
-    /// null. The
-    ///         object is then empty.
+    ///         null. The object is then empty.
     bool Copy(void* header, void* bits);
     /// Makes an independent copy with one reference and no error code. The copy's pixel block is never
     /// shorter than pitch times rows; bytes beyond a shorter `biSizeImage` are 0.
@@ -176,8 +171,8 @@ public:
     /// @param height   Rows; negative for top-down storage, not 0.
     /// @param bitCount 1, 4, 8, 16, 24 or 32.
     /// @return False with `ErrorCode` 2 and an empty object when the depth is none of these, memory is short,
-    /// the width
-    ///         is below 1, the height is 0 or the pixel block would not fit in a signed 32-bit number.
+    ///         the width is below 1, the height is 0 or the pixel block would not fit in a signed 32-bit
+    ///         number.
     bool Create(int width, int height, int bitCount);
     /// Makes a header block with the colour table of `Create`, owned by the caller (`free`); the object keeps
     /// its own blocks.

@@ -16,7 +16,8 @@ ALLOWED = {
     "effects": {"include", "dib", "geometry"},
     "formats": {"include", "vexlibs", "dib"},
     "plugins": {"include"},
-    "tools": {"include"},
+    # The tool is an application: it uses what is installed, VexLibs.h among it.
+    "tools": {"include", "vexlibs"},
 }
 # Effects work on images in memory; compose alone loads its second image, through the public codec header.
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
@@ -30,7 +31,7 @@ INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
 SOURCES = {".h", ".hpp", ".cpp", ".mm", ".inl"}
 
 
-def owner(root, source, name):
+def owner(root, layer, source, name):
     """The layer that an included header belongs to, or None for a foreign one."""
     if (root / "include" / name).is_file():
         return "include"
@@ -38,6 +39,8 @@ def owner(root, source, name):
         return "vexlibs"
     if (root / name).is_file():
         return pathlib.PurePath(name).parts[0]
+    if (root / layer / name).is_file():
+        return layer
     if (source.parent / name).is_file():
         return (source.parent / name).resolve().relative_to(root.resolve()).parts[0]
     return None
@@ -45,7 +48,7 @@ def owner(root, source, name):
 
 def judge(root, layer, source, quote, name):
     """What is wrong with one include, or None."""
-    target = owner(root, source, name)
+    target = owner(root, layer, source, name)
     if target is None:
         if quote == '"':
             return f"{name} is not found"

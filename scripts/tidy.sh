@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Runs clang-tidy over the library, the plug-ins and the tool; warnings are errors (.clang-tidy has the list).
-# usage: scripts/tidy.sh [FILE...]     the preset clang must have been configured
+# usage: scripts/tidy.sh [FILE...]     every source when none is named
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/clang
-[ -f "$build/compile_commands.json" ] || cmake --preset clang >/dev/null
+cmake --preset clang >/dev/null
 
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then

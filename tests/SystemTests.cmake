@@ -13,6 +13,7 @@ if(Python3_FOUND)
     add_test(NAME tree.includes.offences
         COMMAND bash ${system_dir}/include-offences.sh
                 ${system_dir}/wrong-includes ${check_includes})
+    add_test(NAME tree.quotes COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-quotes.py)
 endif()
 
 if(DIB_CLANG_FORMAT)
@@ -27,7 +28,7 @@ endif()
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
             $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
-if(DIB_INSTALL AND EXISTS ${PROJECT_SOURCE_DIR}/examples/first_program/main.cpp)
+if(DIB_INSTALL AND EXISTS ${PROJECT_SOURCE_DIR}/dib/BmpFile.cpp AND EXISTS ${PROJECT_SOURCE_DIR}/dib/MedianCut.cpp)
     add_test(NAME system.install
         COMMAND bash ${system_dir}/install.sh
                 ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${system_work}/install ${CMAKE_CXX_COMPILER})

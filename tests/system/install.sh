@@ -50,5 +50,5 @@ done
 # The major version alone names the binary interface.
 major="$(pkg-config --modversion dibstream | cut -d. -f1)"
 for library in libdibstream libVexLibs; do
-    objdump -p "$(pkg-config --variable=libdir dibstream)/$library.so" | grep -q "SONAME *$library.so.$major\$"
+    objdump -p "$(pkg-config --variable=libdir dibstream)/$library.so" | grep "SONAME *$library.so.$major\$" >/dev/null
 done

@@ -23,12 +23,16 @@
 /// 8-bit text, UTF-8.
 class VEX_EXPORT VexAnsiString {
 public:
+    /// The empty string.
     VexAnsiString();
     /// A copy of `text`; null is the empty string.
     explicit VexAnsiString(const char* text);
 
+    /// The bytes with a terminator; valid as long as the object.
     const char* c_str() const;
+    /// Bytes, without the terminator.
     std::size_t size() const;
+    /// Whether there are none.
     bool empty() const;
 
 private:
@@ -38,6 +42,7 @@ private:
 /// Wide text, one 32-bit code unit per character. Memory exhaustion throws `std::bad_alloc`.
 class VEX_EXPORT VexString {
 public:
+    /// The empty string.
     VexString();
     /// A copy of `text`; null is the empty string.
     explicit VexString(const wchar_t* text);
@@ -52,8 +57,11 @@ public:
     /// Whether every character has an 8-bit form.
     bool isValid() const;
 
+    /// The characters with a terminator; valid as long as the object.
     const wchar_t* c_str() const;
+    /// Characters, without the terminator.
     std::size_t size() const;
+    /// Whether there are none.
     bool empty() const;
 
 private:

@@ -1,0 +1,50 @@
+#!/usr/bin/env python3
+"""Checks that code quoted in the documentation is what the tree contains.
+
+A code block that follows the line `<!-- whole of FILE -->` must equal that file; one that follows
+`<!-- from FILE -->` must stand in it. Links to files of the tree must lead somewhere.
+
+usage: check-quotes.py [ROOT]
+"""
+import pathlib
+import re
+import sys
+
+QUOTE = re.compile(r"<!-- (whole of|from) (\S+) -->\n```\w*\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+LINK = re.compile(r"\]\((?!\w+:|#)([^)#]+)[^)]*\)")
+
+
+def check(root, page):
+    text = page.read_text(encoding="utf-8")
+    wrong = []
+    quotes = QUOTE.findall(text)
+    if len(quotes) != text.count("<!-- whole of ") + text.count("<!-- from "):
+        wrong.append("a quotation is not followed by a code block")
+    for kind, name, code in quotes:
+        file = root / name
+        source = file.read_text(encoding="utf-8") if file.is_file() else None
+        if source is None:
+            wrong.append(f"{name} is quoted, but does not exist")
+        elif code != source if kind == "whole of" else code not in source:
+            wrong.append(f"a quotation differs from {name}")
+    wrong += [f"the link to {link} leads nowhere" for link in LINK.findall(text)
+              if not (page.parent / link).exists()]
+    return len(quotes), [f"{page.relative_to(root)}: {line}" for line in wrong]
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parent.parent
+    total = 0
+    wrong = []
+    for page in [root / "README.md", root / "CHANGELOG.md", *sorted((root / "docs").rglob("*.md"))]:
+        quotes, found = check(root, page)
+        total += quotes
+        wrong += found
+    for line in wrong:
+        print(line)
+    print(f"{total} quotations, {len(wrong)} wrong")
+    return 1 if wrong or total == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
