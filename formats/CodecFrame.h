@@ -4,10 +4,13 @@
 
 #include <DibStream.h>
 
+#include <cstddef>
 #include <cstdio>
+#include <memory>
 
 #include "dib/File.h"
 #include "dib/ImageSize.h"
+#include "dib/Memory.h"
 
 namespace formats {
 
@@ -52,6 +55,22 @@ inline bool report(DibProgressCallback callback, void* user, int done, int total
 inline bool hasPixels(const DibStream& image) {
     return image.Header != nullptr && image.Buffer != nullptr && dib::admitSize(*image.Header).admitted;
 }
+
+// Makes every pixel of a new image 0. However large the image is, its pages cost nothing until they are
+// touched.
+inline bool clearPixels(DibStream* image) {
+    const std::size_t bytes = dib::admitSize(*image->Header).imageBytes;
+    image->BufferFree();
+    auto block = dib::allocateZeroed<unsigned char>(bytes);
+    if (block != nullptr) return image->SetBuffer(block.release(), dib::kOwned);
+    image->Clear();
+    return fail(image, DIB_ERROR_MEMORY);
+}
+
+struct ReleaseImage {
+    void operator()(DibStream* image) const { image->Release(); }
+};
+using ImagePtr = std::unique_ptr<DibStream, ReleaseImage>;
 
 }  // namespace formats
 

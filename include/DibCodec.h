@@ -10,6 +10,32 @@
 
 /// @name TGA
 /// @{
+
+/// Loads a TGA file: colour-mapped, true-colour or grey pixels as they are, colour-mapped or true-colour
+/// pixels in run-length packets. Not read: run-length grey (type 11) and everything behind the pixels.
+///
+/// Pixel bytes are kept as the file has them, 16-bit words too. A colour map of 24-bit entries becomes the
+/// table of an 8-bit image (from entry 0, whatever index the header gives to the first one); one of 32-bit
+/// entries is looked up into a 32-bit image, where an index without an entry becomes a pixel of four zero
+/// bytes. A raw file whose top row comes first makes a top-down image, every other file a bottom-up one. The
+/// callback is never called.
+///
+/// Beside pixels that do not use it, a colour map is skipped only when its entries have 8, 16, 24 or 32 bits.
+/// @return False with `ErrorCode`
+/// - 3 when the file cannot be opened;
+/// - 4 when anything is missing at its end;
+/// - 1 for other image types, and for run-length files of a depth or colour map that is not read (one with
+///   another entry size than 24 bits leaves an image of undefined pixels);
+/// - 7 for raw files of a depth or colour map that is not read;
+/// - 6 for a colour map of negative length, or of more than 256 entries for an 8-bit image, and for a
+/// run-length
+///   file of negative height;
+/// - 2 when memory is short or the size cannot exist.
+///
+/// The image is kept when the failure is told by the header alone; otherwise it is the new one, as far as it
+/// was read. A successful load stores 0.
+DIB_EXPORT bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name Radiance HDR

@@ -1,0 +1,256 @@
+// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. They have the byte
+// order of images in memory, so they are stored as they are; only colour maps of 32-bit entries are looked
+// up.
+#include "formats/Tga.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+#include "dib/Bytes.h"
+#include "dib/ColorTable.h"
+#include "dib/Memory.h"
+#include "formats/ByteSource.h"
+#include "formats/CodecFrame.h"
+#include "formats/Rows.h"
+
+using formats::fail;
+
+namespace {
+
+enum ImageType : unsigned {
+    kMapped = 1,
+    kTrueColor = 2,
+    kGrey = 3,
+    kRunLengthMapped = 9,
+    kRunLengthTrueColor = 10
+};
+
+struct TgaHeader {
+    static constexpr std::size_t kBytes = 18;
+
+    unsigned idBytes = 0;
+    unsigned colorMapType = 0;
+    unsigned imageType = 0;
+    std::int16_t mapEntries = 0;
+    unsigned mapEntryBits = 0;
+    std::int16_t width = 0;
+    std::int16_t height = 0;
+    int bitCount = 0;
+    unsigned descriptor = 0;
+
+    bool hasMap() const { return colorMapType != 0; }
+    bool topRowFirst() const { return (descriptor & 0x20) != 0; }
+    std::size_t rowBytes() const {
+        return static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) / 8;
+    }
+    std::size_t rows() const { return static_cast<std::size_t>(height); }
+};
+
+TgaHeader parseHeader(const unsigned char* bytes) {
+    TgaHeader header;
+    header.idBytes = bytes[0];
+    header.colorMapType = bytes[1];
+    header.imageType = bytes[2];
+    // Bytes 3 and 4 name the first entry of the map; indices count from the first stored one all the same.
+    header.mapEntries = static_cast<std::int16_t>(dib::readLe16(bytes + 5));
+    header.mapEntryBits = bytes[7];
+    header.width = static_cast<std::int16_t>(dib::readLe16(bytes + 12));
+    header.height = static_cast<std::int16_t>(dib::readLe16(bytes + 14));
+    header.bitCount = bytes[16];
+    header.descriptor = bytes[17];
+    return header;
+}
+
+void skipBytes(std::FILE* file, std::size_t bytes) {
+    if (bytes == 0 || fseeko(file, static_cast<off_t>(bytes), SEEK_CUR) == 0) return;
+    // A pipe cannot be sought.
+    while (bytes-- > 0 && std::fgetc(file) != EOF) continue;
+}
+
+// A map beside pixels that do not use it. Sizes other than these skip nothing: files with 15-bit entries,
+// whose pixels then start too early, have always been read so.
+void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
+    if (!header.hasMap()) return;
+    const unsigned bits = header.mapEntryBits;
+    const std::size_t entryBytes = bits == 8 || bits == 16 || bits == 24 || bits == 32 ? bits / 8 : 0;
+    skipBytes(file, entryBytes * static_cast<std::size_t>(header.mapEntries));
+}
+
+// Image sizes. Raw pixels are kept in the row order of the file; run-length ones always bottom-up.
+bool createInFileOrder(DibStream* image, const TgaHeader& header, int bitCount) {
+    const int height = header.topRowFirst() ? -header.height : header.height;
+    if (!image->Create(header.width, height, bitCount)) return false;
+    // A height below 1 in the header makes an image without any row to read.
+    return header.height >= 1 || formats::clearPixels(image);
+}
+
+bool readRawPixels(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    if (header.height < 1) return true;
+    const std::size_t read =
+        formats::readRows(file, image->Buffer, header.rowBytes(), image->GetPitch(), header.rows());
+    return read == header.rowBytes() * header.rows() || fail(image, DIB_ERROR_READ);
+}
+
+// Reads a map of 24-bit entries into the table of an 8-bit image.
+bool readMap24(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    std::array<unsigned char, 256 * 3> map;
+    const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
+    if (!dib::readBytes(file, map.data(), entries * 3)) return fail(image, DIB_ERROR_READ);
+    DibBGRA* table = dib::colorTable(image->Header);
+    for (std::size_t i = 0; i < entries; ++i) table[i] = {map[3 * i], map[3 * i + 1], map[3 * i + 2], 0};
+    return true;
+}
+
+constexpr int kTableEntries = 256;
+
+// Raw pixels looked up in a map of 32-bit entries, which an image keeps only as pixels.
+bool readExpanded(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    if (!createInFileOrder(image, header, 32)) return false;
+    const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
+    const auto map = dib::allocateArray<DibBGRA>(std::max(entries, std::size_t{1}));
+    if (map == nullptr) return fail(image, DIB_ERROR_MEMORY);
+    if (!dib::readBytes(file, map.get(), entries * sizeof(DibBGRA))) return fail(image, DIB_ERROR_READ);
+    if (header.height < 1) return true;
+
+    std::array<DibBGRA, kTableEntries> table{};  // what the map lacks is transparent black
+    std::copy_n(map.get(), std::min(entries, table.size()), table.begin());
+    formats::RowReader rows(file, header.rowBytes(), header.rows());
+    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
+    for (std::size_t row = 0; row < header.rows(); ++row) {
+        const unsigned char* indices = rows.next();
+        if (indices == nullptr) return fail(image, DIB_ERROR_READ);
+        auto* out = reinterpret_cast<DibBGRA*>(image->Buffer + row * image->GetPitch());
+        for (int x = 0; x < header.width; ++x) out[x] = table[indices[x]];
+    }
+    return true;
+}
+
+bool readMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    const bool known = header.mapEntryBits == 24 || header.mapEntryBits == 32;
+    if (header.bitCount != 8 || !header.hasMap() || !known) return fail(image, DIB_ERROR_UNSUPPORTED);
+    if (header.mapEntryBits == 32) return readExpanded(file, image, header);
+    if (header.mapEntries > kTableEntries) return fail(image, DIB_ERROR_INVALID);
+    return createInFileOrder(image, header, 8) && readMap24(file, image, header) &&
+           readRawPixels(file, image, header);
+}
+
+bool readTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    const bool known = header.bitCount == 16 || header.bitCount == 24 || header.bitCount == 32;
+    if (!known) return fail(image, DIB_ERROR_UNSUPPORTED);
+    if (!createInFileOrder(image, header, header.bitCount)) return false;
+    skipUnusedMap(file, header);
+    return readRawPixels(file, image, header);
+}
+
+bool readGrey(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    if (header.bitCount != 8) return fail(image, DIB_ERROR_UNSUPPORTED);
+    if (!createInFileOrder(image, header, 8)) return false;
+    image->SetMonoPalette();
+    skipUnusedMap(file, header);
+    return readRawPixels(file, image, header);
+}
+
+template <std::size_t kPixelBytes>
+void fillPixels(unsigned char* out, const unsigned char* pixel, int count) {
+    unsigned char value[kPixelBytes];
+    std::memcpy(value, pixel, kPixelBytes);
+    for (int i = 0; i < count; ++i)
+        std::memcpy(out + static_cast<std::size_t>(i) * kPixelBytes, value, kPixelBytes);
+}
+
+// Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They
+// run on across the ends of rows, and the last one may hold more than the image takes.
+template <std::size_t kPixelBytes>
+bool decodePackets(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    formats::ByteSource source(file);
+    const int step = header.topRowFirst() ? 1 : -1;
+    const int end = header.topRowFirst() ? header.height : -1;
+    int y = header.topRowFirst() ? 0 : header.height - 1;
+    int x = 0;
+    while (y != end) {
+        const int packet = source.byte();
+        if (packet < 0) return fail(image, DIB_ERROR_READ);
+        const bool isRun = (packet & 0x80) != 0;
+        const unsigned char* repeated = isRun ? source.take(kPixelBytes) : nullptr;
+        if (isRun && repeated == nullptr) return fail(image, DIB_ERROR_READ);
+        for (int left = (packet & 0x7F) + 1; left > 0 && y != end;) {
+            const int count = std::min(left, header.width - x);
+            unsigned char* out = image->ScanLine(y) + static_cast<std::size_t>(x) * kPixelBytes;
+            if (isRun) {
+                fillPixels<kPixelBytes>(out, repeated, count);
+            } else {
+                const std::size_t wanted = static_cast<std::size_t>(count) * kPixelBytes;
+                const std::size_t atHand = std::min(wanted, source.fill(wanted));
+                std::memcpy(out, source.advance(atHand), atHand - atHand % kPixelBytes);
+                if (atHand < wanted) return fail(image, DIB_ERROR_READ);
+            }
+            left -= count;
+            x += count;
+            if (x < header.width) continue;
+            x = 0;
+            y += step;
+        }
+    }
+    return true;
+}
+
+bool readRunLengthMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    if (header.bitCount != 8 || !header.hasMap()) return false;
+    const bool known = header.mapEntryBits == 24;
+    if (header.height < 0 || (known && header.mapEntries > kTableEntries))
+        return fail(image, DIB_ERROR_INVALID);
+    if (!image->Create(header.width, header.height, 8)) return false;
+    if (!known) return false;  // the new image stays, its pixels undefined
+    return readMap24(file, image, header) && decodePackets<1>(file, image, header);
+}
+
+bool readRunLengthTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    if (header.bitCount != 16 && header.bitCount != 24 && header.bitCount != 32) return false;
+    if (header.height < 0) return fail(image, DIB_ERROR_INVALID);
+    if (!image->Create(header.width, header.height, header.bitCount)) return false;
+    skipUnusedMap(file, header);
+    switch (header.bitCount) {
+        case 16: return decodePackets<2>(file, image, header);
+        case 24: return decodePackets<3>(file, image, header);
+        default: return decodePackets<4>(file, image, header);
+    }
+}
+
+bool readImage(std::FILE* file, DibStream* image, const TgaHeader& header) {
+    switch (header.imageType) {
+        case kMapped: return readMapped(file, image, header);
+        case kTrueColor: return readTrueColor(file, image, header);
+        case kGrey: return readGrey(file, image, header);
+        case kRunLengthMapped: return readRunLengthMapped(file, image, header);
+        case kRunLengthTrueColor: return readRunLengthTrueColor(file, image, header);
+        default: return false;
+    }
+}
+
+constexpr bool isKnownType(unsigned type) {
+    return (type >= kMapped && type <= kGrey) || type == kRunLengthMapped || type == kRunLengthTrueColor;
+}
+
+}  // namespace
+
+bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
+    image->ErrorCode = DIB_ERROR_GENERAL;
+    unsigned char bytes[TgaHeader::kBytes];
+    if (!dib::readBytes(file, bytes, sizeof bytes)) return fail(image, DIB_ERROR_READ);
+    const TgaHeader header = parseHeader(bytes);
+    if (!isKnownType(header.imageType)) return false;
+    if (header.hasMap() && header.mapEntries < 0) return fail(image, DIB_ERROR_INVALID);
+    skipBytes(file, header.idBytes);
+    if (!readImage(file, image, header)) return false;
+    image->ErrorCode = DIB_OK;
+    return true;
+}
+
+bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadTGA, image, callback, user);
+}
+bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadTGA, image, callback, user);
+}

@@ -1,0 +1,47 @@
+#!/usr/bin/env python3
+"""Writes the small seed files of the codecs' fuzz targets beside itself: one per variant that a reader knows."""
+import pathlib
+import struct
+
+SEEDS = pathlib.Path(__file__).parent
+
+
+def write(feature, name, data):
+    (SEEDS / feature).mkdir(exist_ok=True)
+    (SEEDS / feature / name).write_bytes(data)
+
+
+def tga(kind, bits, pixels, descriptor=0, colors=b"", entry_bits=0):
+    entries = len(colors) * 8 // entry_bits if entry_bits else 0
+    head = struct.pack("<BBBHHBHHHHBB", 2, 1 if entries else 0, kind, 0, entries, entry_bits, 0, 0, 3, 2, bits,
+                       descriptor)
+    return head + b"id" + colors + pixels
+
+
+def count(n):
+    return bytes(i % 256 for i in range(1, n + 1))
+
+
+def tga_seeds():
+    write("tga", "mapped24.tga", tga(1, 8, bytes([0, 1, 2, 2, 1, 0]), 0, count(9), 24))
+    write("tga", "mapped32.tga", tga(1, 8, bytes([0, 1, 5, 2, 1, 0]), 0x20, count(8), 32))
+    for bits in (16, 24, 32):
+        write("tga", f"raw{bits}.tga", tga(2, bits, count(6 * bits // 8), 0x20))
+        pixel = bits // 8
+        packets = bytes([0x83]) + count(pixel) + bytes([0x01]) + count(2 * pixel)
+        write("tga", f"packets{bits}.tga", tga(10, bits, packets))
+    write("tga", "grey.tga", tga(3, 8, count(6)))
+    write("tga", "packets-mapped.tga", tga(9, 8, bytes([0x83, 1, 0x01, 0, 1]), 0x20, count(6), 24))
+    write("tga", "raw24-with-map.tga", tga(2, 24, count(18), 0, count(6), 24))
+
+
+def ppm_seeds():
+    write("ppm", "p6.ppm", b"P6\n# c\n3 2\n255\n" + count(18))
+    write("ppm", "p5.pgm", b"P5\n3 2\n255\n" + count(6))
+    write("ppm", "p3.ppm", b"P3\n1 2\n255\n1 2 3\n4 5 -6\n")
+    write("ppm", "p2.pgm", b"P2\n3 1\n65535\n65535 256 # 7\n")
+
+
+if __name__ == "__main__":
+    tga_seeds()
+    ppm_seeds()

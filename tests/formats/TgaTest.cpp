@@ -1,0 +1,347 @@
+#include "formats/Tga.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "tests/formats/CodecTest.h"
+
+namespace {
+
+using namespace codec_test;
+
+// The fields of a header that the tests vary.
+struct Fields {
+    unsigned type = 2;
+    unsigned width = 2;
+    unsigned height = 2;
+    unsigned bitCount = 24;
+    unsigned descriptor = 0;
+    unsigned mapType = 0;
+    unsigned mapEntries = 0;
+    unsigned mapEntryBits = 0;
+    unsigned idBytes = 0;
+};
+
+ByteWriter header(const Fields& f) {
+    ByteWriter out;
+    out.u8(f.idBytes).u8(f.mapType).u8(f.type).le16(7).le16(f.mapEntries).u8(f.mapEntryBits);
+    out.le16(11).le16(12).le16(f.width).le16(f.height).u8(f.bitCount).u8(f.descriptor);
+    return out.fill(f.idBytes, 'i');
+}
+
+Bytes tga(const Fields& f, const Bytes& rest) { return header(f).raw(rest).bytes; }
+
+Loaded loadTga(const Fields& f, const Bytes& rest) { return load(LoadTGA, tga(f, rest)); }
+
+Bytes counting(std::size_t count, unsigned first = 1) {
+    Bytes bytes(count);
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(first + i);
+    return bytes;
+}
+
+Bytes joined(const Bytes& a, const Bytes& b) { return ByteWriter().raw(a).raw(b).bytes; }
+
+// A file of every accepted type, with its picture's rows in file order.
+struct GoodFile {
+    const char* name;
+    Fields fields;
+    Bytes rest;
+};
+std::vector<GoodFile> goodFiles() {
+    return {
+        {"raw mapped", {1, 2, 2, 8, 0, 1, 3, 24, 4}, joined(counting(9), {0, 1, 2, 0})},
+        {"raw mapped to 32 bits", {1, 2, 2, 8, 0, 1, 2, 32}, joined(counting(8), {0, 1, 5, 255})},
+        {"raw 16", {2, 3, 2, 16}, counting(12)},
+        {"raw 24", {2, 3, 2, 24}, counting(18)},
+        {"raw 24 with a map", {2, 3, 2, 24, 0, 1, 2, 32}, joined(counting(8, 100), counting(18))},
+        {"raw 32", {2, 3, 2, 32, 0x20}, counting(24)},
+        {"grey", {3, 3, 2, 8, 0x20}, counting(6)},
+        {"packets mapped", {9, 3, 2, 8, 0x20, 1, 2, 24}, joined(counting(6), {0x83, 1, 0x01, 0, 1})},
+        {"packets 16", {10, 3, 2, 16}, {0x83, 1, 2, 0x01, 3, 4, 5, 6}},
+        {"packets 24", {10, 3, 2, 24}, {0x00, 9, 8, 7, 0x84, 1, 2, 3}},
+        {"packets 32", {10, 3, 2, 32, 0x20, 1, 2, 16}, {1, 2, 3, 4, 0x85, 1, 2, 3, 4}},
+    };
+}
+
+TEST(TgaLoad, EveryAcceptedType) {
+    for (const GoodFile& file : goodFiles()) {
+        const Loaded loaded = loadTga(file.fields, file.rest);
+        EXPECT_TRUE(loaded.result) << file.name;
+        EXPECT_EQ(loaded.code, 0) << file.name;
+        ASSERT_NE(loaded.image->Header, nullptr) << file.name;
+        EXPECT_EQ(loaded.image->Header->biWidth, static_cast<int>(file.fields.width)) << file.name;
+    }
+}
+
+TEST(TgaLoad, TopOriginMakesTopDownImages) {
+    const Loaded bottom = loadTga({2, 1, 2, 24, 0}, counting(6));
+    ASSERT_TRUE(bottom.result);
+    EXPECT_EQ(bottom.image->Header->biHeight, 2);
+    EXPECT_EQ(rowBytes(*bottom.image, 1), (Bytes{1, 2, 3}));
+    const Loaded top = loadTga({2, 1, 2, 24, 0x20}, counting(6));
+    ASSERT_TRUE(top.result);
+    EXPECT_EQ(top.image->Header->biHeight, -2);
+    EXPECT_EQ(rowBytes(*top.image, 0), (Bytes{1, 2, 3}));
+    // The first row of the file is the first of the block in both.
+    EXPECT_EQ(std::memcmp(bottom.image->Buffer, top.image->Buffer, 3), 0);
+}
+
+TEST(TgaLoad, OnlyTheTopBitOfTheDescriptorCounts) {
+    const Loaded loaded = loadTga({2, 2, 1, 24, 0x1F}, counting(6));
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biHeight, 1);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), counting(6));
+}
+
+TEST(TgaLoad, SixteenBitWordsAreKept) {
+    const Loaded loaded = loadTga({2, 2, 1, 16}, {0x34, 0x92, 0xFF, 0xFF});
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 16);
+    EXPECT_EQ(testing_support::pixelValue(*loaded.image, 0, 0), 0x9234U);
+    EXPECT_EQ(testing_support::pixelValue(*loaded.image, 1, 0), 0xFFFFU);
+}
+
+TEST(TgaLoad, ColourMapOf24BitEntriesBecomesTheTable) {
+    const Loaded loaded = loadTga({1, 2, 1, 8, 0, 1, 2, 24}, {1, 2, 3, 4, 5, 6, 1, 0});
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 8);
+    EXPECT_EQ(loaded.image->Header->biClrUsed, 256U);
+    const Bytes block = testing_support::headerBytes(*loaded.image);
+    // The index of the first entry (7 in every file here) is not applied; other entries stay grey.
+    EXPECT_EQ(Bytes(block.begin() + 40, block.begin() + 52), (Bytes{1, 2, 3, 0, 4, 5, 6, 0, 2, 2, 2, 0}));
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{1, 0}));
+}
+
+TEST(TgaLoad, ColourMapOf32BitEntriesIsLookedUp) {
+    const Loaded loaded = loadTga({1, 3, 1, 8, 0x20, 1, 2, 32}, joined(counting(8), {1, 5, 0}));
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 32);
+    EXPECT_EQ(loaded.image->Header->biHeight, -1);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{5, 6, 7, 8, 0, 0, 0, 0, 1, 2, 3, 4}));
+}
+
+TEST(TgaLoad, LongColourMaps) {
+    // 32-bit entries may be more than an index reaches.
+    EXPECT_TRUE(loadTga({1, 1, 1, 8, 0, 1, 300, 32}, joined(counting(1200), {255})).result);
+    EXPECT_TRUE(loadTga({1, 1, 1, 8, 0, 1, 256, 24}, joined(counting(768), {255})).result);
+    for (const unsigned type : {1U, 9U}) {
+        const Loaded loaded = loadTga({type, 1, 1, 8, 0, 1, 257, 24}, joined(counting(771), {0x00, 255}));
+        EXPECT_FALSE(loaded.result);
+        EXPECT_EQ(loaded.code, 6);
+        EXPECT_EQ(loaded.image->Header, nullptr);
+    }
+}
+
+TEST(TgaLoad, GreyHasTheGreyTable) {
+    const Loaded loaded = loadTga({3, 3, 1, 8, 0, 1, 2, 24}, joined(counting(6, 50), {7, 8, 9}));
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{7, 8, 9}));
+    EXPECT_EQ(testing_support::headerBytes(*loaded.image)[40 + 4 * 9], 9);
+}
+
+TEST(TgaLoad, IdentificationAndUnusedMapsAreSkipped) {
+    for (const unsigned bits : {8U, 16U, 24U, 32U}) {
+        const Loaded loaded =
+            loadTga({2, 1, 1, 24, 0, 1, 3, bits, 255}, joined(counting(3 * bits / 8, 90), {1, 2, 3}));
+        ASSERT_TRUE(loaded.result) << bits;
+        EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{1, 2, 3})) << bits;
+    }
+}
+
+TEST(TgaLoad, MapsOf15BitEntriesAreNotSkipped) {
+    const Loaded loaded = loadTga({2, 1, 1, 24, 0, 1, 2, 15}, {91, 92, 93, 94, 1, 2, 3});
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{91, 92, 93}));
+}
+
+TEST(TgaLoad, PacketsAlwaysMakeBottomUpImages) {
+    const Bytes packets = {0x00, 1, 2, 3, 0x00, 4, 5, 6};
+    const Loaded bottom = loadTga({10, 1, 2, 24, 0}, packets);
+    ASSERT_TRUE(bottom.result);
+    EXPECT_EQ(bottom.image->Header->biHeight, 2);
+    EXPECT_EQ(rowBytes(*bottom.image, 1), (Bytes{1, 2, 3}));
+    const Loaded top = loadTga({10, 1, 2, 24, 0x20}, packets);
+    ASSERT_TRUE(top.result);
+    EXPECT_EQ(top.image->Header->biHeight, 2);
+    EXPECT_EQ(rowBytes(*top.image, 0), (Bytes{1, 2, 3}));
+    EXPECT_EQ(rowBytes(*top.image, 1), (Bytes{4, 5, 6}));
+}
+
+TEST(TgaLoad, PacketsCrossRowsAndTheEnd) {
+    const Loaded run = loadTga({10, 2, 3, 16, 0x20}, {0x01, 1, 1, 2, 2, 0x82, 3, 3, 0xFF, 4, 4});
+    ASSERT_TRUE(run.result);
+    EXPECT_EQ(rowBytes(*run.image, 0), (Bytes{1, 1, 2, 2}));
+    EXPECT_EQ(rowBytes(*run.image, 1), (Bytes{3, 3, 3, 3}));
+    EXPECT_EQ(rowBytes(*run.image, 2), (Bytes{3, 3, 4, 4}));
+    // Raw pixels beyond the image are not read, so they may be missing.
+    const Loaded raw = loadTga({10, 2, 2, 16, 0}, {0x7F, 1, 1, 2, 2, 3, 3, 4, 4});
+    ASSERT_TRUE(raw.result);
+    EXPECT_EQ(rowBytes(*raw.image, 1), (Bytes{1, 1, 2, 2}));
+    EXPECT_EQ(rowBytes(*raw.image, 0), (Bytes{3, 3, 4, 4}));
+}
+
+TEST(TgaLoad, FailureTable) {
+    DibStream image;
+    EXPECT_FALSE(LoadTGA("/nonexistent/file.tga", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, 3);
+    image.ErrorCode = 0;
+    EXPECT_FALSE(LoadTGA(L"/nonexistent/file.tga", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, 3);
+
+    const auto code = [](const Fields& f) { return loadTga(f, Bytes(4000, 1)).code; };
+    for (const unsigned type : {0U, 4U, 5U, 6U, 7U, 8U, 11U, 32U, 255U}) {
+        EXPECT_EQ(code({type, 2, 2, 8}), 1) << type;
+    }
+    EXPECT_EQ(code({1, 2, 2, 16, 0, 1, 2, 24}), 7);
+    EXPECT_EQ(code({1, 2, 2, 8, 0, 0, 2, 24}), 7);
+    for (const unsigned bits : {0U, 8U, 15U, 16U}) EXPECT_EQ(code({1, 2, 2, 8, 0, 1, 2, bits}), 7) << bits;
+    for (const unsigned bits : {0U, 1U, 8U, 15U, 40U, 255U}) EXPECT_EQ(code({2, 2, 2, bits}), 7) << bits;
+    for (const unsigned bits : {0U, 1U, 16U, 24U}) EXPECT_EQ(code({3, 2, 2, bits}), 7) << bits;
+    EXPECT_EQ(code({9, 2, 2, 24, 0, 1, 2, 24}), 1);
+    EXPECT_EQ(code({9, 2, 2, 8, 0, 0, 2, 24}), 1);
+    for (const unsigned bits : {0U, 1U, 8U, 15U, 40U, 255U}) EXPECT_EQ(code({10, 2, 2, bits}), 1) << bits;
+    for (const unsigned type : {1U, 2U, 3U, 9U, 10U}) {
+        const Fields f{type, 2, 2, type == 2 || type == 10 ? 24U : 8U, 0, 1, 0x8000, 24};
+        EXPECT_EQ(code(f), 6) << type;
+    }
+}
+
+TEST(TgaLoad, PacketsWithAnotherMapThan24BitsLeaveTheNewImage) {
+    const Loaded loaded = loadTga({9, 5, 4, 8, 0, 1, 2, 32}, Bytes(100, 1));
+    EXPECT_FALSE(loaded.result);
+    EXPECT_EQ(loaded.code, 1);
+    ASSERT_NE(loaded.image->Header, nullptr);
+    EXPECT_EQ(loaded.image->Header->biWidth, 5);
+}
+
+TEST(TgaLoad, SizesBelowOne) {
+    for (const unsigned type : {2U, 10U}) {
+        EXPECT_EQ(loadTga({type, 0, 2, 24}, Bytes(100)).code, 2);
+        EXPECT_EQ(loadTga({type, 2, 0, 24}, Bytes(100)).code, 2);
+        EXPECT_EQ(loadTga({type, 0xFFFF, 2, 24}, Bytes(100)).code, 2);
+    }
+    // No row is read, but the image is there.
+    const Loaded raw = loadTga({2, 2, 0xFFFD, 24}, {});
+    EXPECT_TRUE(raw.result);
+    EXPECT_EQ(raw.image->Header->biHeight, -3);
+    EXPECT_EQ(testing_support::pixelBytes(*raw.image), Bytes(24, 0));
+    EXPECT_EQ(loadTga({2, 2, 0xFFFD, 24, 0x20}, {}).image->Header->biHeight, 3);
+    EXPECT_TRUE(loadTga({1, 2, 0xFFFD, 8, 0, 1, 1, 32}, counting(4)).result);
+    EXPECT_EQ(loadTga({10, 2, 0xFFFD, 24}, Bytes(100)).code, 6);
+    EXPECT_EQ(loadTga({9, 2, 0xFFFD, 8, 0, 1, 1, 24}, Bytes(100)).code, 6);
+}
+
+TEST(TgaLoad, EveryTruncationIsAShortRead) {
+    for (const GoodFile& file : goodFiles()) {
+        forEveryTruncation(tga(file.fields, file.rest), [&](const Bytes& cut, std::size_t length) {
+            const Loaded loaded = load(LoadTGA, cut);
+            EXPECT_FALSE(loaded.result) << file.name << " at " << length;
+            EXPECT_EQ(loaded.code, 4) << file.name << " at " << length;
+        });
+    }
+}
+
+TEST(TgaLoad, EveryHeaderByteAtItsExtremes) {
+    for (const GoodFile& file : goodFiles()) {
+        for (std::size_t at = 0; at < 18; ++at) {
+            for (const unsigned value : {0x00U, 0x01U, 0x7FU, 0x80U, 0xFFU}) {
+                Bytes bytes = tga(file.fields, file.rest);
+                bytes[at] = static_cast<unsigned char>(value);
+                const Loaded loaded = load(LoadTGA, bytes);
+                EXPECT_EQ(loaded.result, loaded.code == 0) << file.name << " byte " << at << " = " << value;
+            }
+        }
+    }
+}
+
+TEST(TgaLoad, EnormousEmptyFilesFailAtOnce) {
+    testing_support::resetLargestAllocation();
+    EXPECT_EQ(loadTga({2, 32767, 16000, 32}, {1, 2, 3}).code, 4);
+    EXPECT_EQ(loadTga({10, 32767, 16000, 32}, {0xFF, 2, 3, 4, 5}).code, 4);
+    EXPECT_EQ(loadTga({10, 32767, 32767, 32}, {0xFF, 2, 3, 4, 5}).code, 2);
+    EXPECT_LE(testing_support::largestAllocation(), 32767ULL * 16000 * 4);
+}
+
+TEST(TgaLoad, EveryFailingAllocation) {
+    for (const GoodFile& good : goodFiles()) {
+        const Bytes bytes = tga(good.fields, good.rest);
+        DibStream* image = nullptr;
+        bool loaded = false;
+        dib::FilePtr file;
+        const int failures = testing_support::forEachFailingAllocation(
+            [&] {
+                image = new DibStream;
+                file = testing_support::openBytes(bytes);
+            },
+            [&] { loaded = LoadTGA(file.get(), image, nullptr, nullptr); },
+            [&](bool failureMet) {
+                EXPECT_EQ(loaded, !failureMet) << good.name;
+                EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0) << good.name;
+                image->Release();
+                file.reset();
+            });
+        EXPECT_GE(failures, 2);
+    }
+}
+
+TEST(TgaLoad, NeverCallsTheCallback) {
+    ProgressLog log;
+    log.cancelAt = 0;
+    EXPECT_TRUE(load(LoadTGA, tga({2, 2, 2, 24}, counting(12)), &log).result);
+    EXPECT_TRUE(log.fractions.empty());
+}
+
+// The packets one pixel at a time, as the format describes them.
+void decodePlainly(const Bytes& packets, std::size_t pixelBytes, bool topFirst, DibStream& image) {
+    std::size_t at = 0;
+    std::size_t left = 0;
+    bool isRun = false;
+    const int height = image.Header->biHeight;
+    for (int row = 0; row < height; ++row) {
+        unsigned char* out = image.ScanLine(topFirst ? row : height - 1 - row);
+        for (int x = 0; x < image.Header->biWidth; ++x, out += pixelBytes) {
+            if (left == 0) {
+                left = (packets[at] & 0x7FU) + 1;
+                isRun = (packets[at++] & 0x80) != 0;
+            }
+            std::copy_n(packets.begin() + static_cast<std::ptrdiff_t>(at), pixelBytes, out);
+            --left;
+            if (!isRun || left == 0) at += pixelBytes;
+        }
+    }
+}
+
+TEST(TgaLoad, RandomPacketsMatchThePlainDecoder) {
+    testing_support::Random random(5);
+    for (const testing_support::Size size : testing_support::kSizes) {
+        for (const unsigned bitCount : {16U, 24U, 32U}) {
+            for (const bool topFirst : {false, true}) {
+                const std::size_t pixelBytes = bitCount / 8;
+                Bytes packets;
+                for (int pixels = size.width * size.height; pixels > 0;) {
+                    const int count = random.between(1, random.below(4) == 0 ? 128 : 5);
+                    const bool isRun = random.below(2) == 0;
+                    packets.push_back(static_cast<unsigned char>((count - 1) | (isRun ? 0x80 : 0)));
+                    const std::size_t values = isRun ? 1 : static_cast<std::size_t>(count);
+                    for (std::size_t i = 0; i < values * pixelBytes; ++i) {
+                        packets.push_back(static_cast<unsigned char>(random.next()));
+                    }
+                    pixels -= count;
+                }
+                const Loaded loaded =
+                    loadTga({10, static_cast<unsigned>(size.width), static_cast<unsigned>(size.height),
+                             bitCount, topFirst ? 0x20U : 0U},
+                            packets);
+                ASSERT_TRUE(loaded.result);
+                const DibPtr expected =
+                    testing_support::blankImage(size.width, size.height, static_cast<int>(bitCount));
+                decodePlainly(packets, pixelBytes, topFirst, *expected);
+                for (int y = 0; y < size.height; ++y) {
+                    EXPECT_EQ(rowBytes(*loaded.image, y), rowBytes(*expected, y)) << bitCount << " row " << y;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
