@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "dib/ImageSize.h"
@@ -94,6 +95,39 @@ bool forEachRow(const Progress& progress, int height, const RowRule& rowRule) {
         if (!progress.report(std::int64_t{y} + 1, height)) return false;
     }
     return true;
+}
+
+// An effect that computes each row from an unchanged copy of the image. `Filter` has
+//
+//     bool prepare(const WorkingCopy& source, const Raster& image);  // tables; false when memory is short
+//     template <class Depth>
+//     void row(unsigned char* out, int y);                           // row y of the image
+template <class... Depths, class Filter>
+bool filterImage(const Progress& progress, DibStream* image, Filter&& filter) {
+    Raster raster;
+    if (!admitImage<Depths...>(image, raster)) return false;
+    if (raster.height == 0) return true;
+    const WorkingCopy source(*image);
+    if (!source.ready() || !filter.prepare(source, raster)) return false;
+    return withDepth<Depths...>(raster.bitCount, [&](auto depth) {
+        return forEachRow(progress, raster.height, [&](int y) {
+            unsigned char* out = raster.row(y);
+            if (kIsPacked<decltype(depth)>) std::memset(out, 0, raster.rowBytes);
+            filter.template row<decltype(depth)>(out, y);
+        });
+    });
+}
+
+// An effect that changes each pixel by itself. `rowRule(depth, row, width)` changes the pixels of one row, in
+// which `decltype(depth)` is the depth type.
+template <class... Depths, class RowRule>
+bool changePixels(const Progress& progress, DibStream* image, const RowRule& rowRule) {
+    Raster raster;
+    if (!admitImage<Depths...>(image, raster)) return false;
+    return withDepth<Depths...>(raster.bitCount, [&](auto depth) {
+        return forEachRow(progress, raster.height,
+                          [&](int y) { rowRule(depth, raster.row(y), raster.width); });
+    });
 }
 
 }  // namespace dib

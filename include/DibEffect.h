@@ -149,7 +149,49 @@ DIB_EXPORT bool DibEffectReverse(DibProgressCallback callback, void* user, DibSt
 /// @}
 
 /// @name Distortions
+///
+/// Rotate, ripple, wave and whirl take every pixel from a position of the unchanged picture, sampled as
+/// DibColor.h describes: the nearest pixel up to 16 bits, four pixels mixed at 24 and 32. They accept every
+/// depth. Nothing is filled with a background: positions outside the picture clamp or wrap by the flags.
 /// @{
+
+/// Turns the picture about its middle. A positive angle turns it counter-clockwise: at a quarter turn, what
+/// was below the middle lies to the right of it.
+/// @param angle 0 changes nothing and reports nothing.
+DIB_EXPORT bool DibEffectRotate(DibProgressCallback callback, void* user, DibStream* image, float angle,
+                                unsigned int flags);
+DIB_EXPORT bool DibEffectRotate(DibProgressCallback callback, void* user, DibStream* image,
+                                DERotateInfo* info);
+
+/// Makes rings about a point: a pixel at distance r is taken from the point turned about the centre by
+/// amplitude x sin(2 pi r / wavelength + phase).
+/// @param centerX,centerY The centre, which may lie outside the picture.
+/// @param wavelength      In pixels; 0 gives false.
+/// @param amplitude       The largest turn, in radians; 0 changes nothing and reports nothing.
+DIB_EXPORT bool DibEffectRipple(DibProgressCallback callback, void* user, DibStream* image, float centerX,
+                                float centerY, float wavelength, float amplitude, float phase,
+                                unsigned int flags);
+DIB_EXPORT bool DibEffectRipple(DibProgressCallback callback, void* user, DibStream* image,
+                                DERippleInfo* info);
+
+/// Makes parallel waves about the middle of the picture: a pixel is shifted across the direction by
+/// amplitude x sin(2 pi d / wavelength + phase). d is the distance from the line through the middle that lies
+/// across the direction, positive before that line and negative behind it; on the line through the middle
+/// along the direction it is positive on both sides.
+/// @param wavelength In pixels; 0 gives false.
+/// @param amplitude  The largest shift, in pixels; 0 changes nothing and reports nothing.
+/// @param direction  Along which the waves run; with 0 they run along x and move pixels along y.
+DIB_EXPORT bool DibEffectWave(DibProgressCallback callback, void* user, DibStream* image, float wavelength,
+                              float amplitude, float phase, float direction, unsigned int flags);
+DIB_EXPORT bool DibEffectWave(DibProgressCallback callback, void* user, DibStream* image, DEWaveInfo* info);
+
+/// Twists the picture about a point: a pixel at distance r is taken from the point turned by r x twist, in
+/// the sense of `DibEffectRotate`.
+/// @param centerX,centerY The centre, which may lie outside the picture.
+/// @param twist           In radians per pixel; 0 changes nothing and reports nothing.
+DIB_EXPORT bool DibEffectWhirl(DibProgressCallback callback, void* user, DibStream* image, float centerX,
+                               float centerY, float twist, unsigned int flags);
+DIB_EXPORT bool DibEffectWhirl(DibProgressCallback callback, void* user, DibStream* image, DEWhirlInfo* info);
 
 /// Paints every square block of pixels in one colour. Blocks start at the upper left corner of the picture;
 /// those at the right and lower edges are cut.

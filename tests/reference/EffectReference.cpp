@@ -1,13 +1,50 @@
 #include "tests/reference/EffectReference.h"
 
+#include <math.h>
+
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "tests/reference/SamplerReference.h"
 
 namespace reference {
 
 namespace {
 
+int widthOf(const DibStream& image) { return image.Header->biWidth; }
 int heightOf(const DibStream& image) { return std::abs(image.Header->biHeight); }
+
+bool isEffectDepth(int bits) {
+    return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
+struct Point {
+    float x;
+    float y;
+};
+
+// NaN counts as 0, and so does an infinity on an axis that wraps.
+float usable(float value, bool wraps) { return isnan(value) || (isinf(value) && wraps) ? 0.0F : value; }
+
+// Every pixel is taken from `positionOf(x, y)` of the unchanged image.
+template <class PositionOf>
+bool warp(DibStream& image, unsigned int flags, const PositionOf& positionOf) {
+    const int bits = image.Header->biBitCount;
+    if (!isEffectDepth(bits)) return false;
+    const std::unique_ptr<DibStream> copy(image.Clone());
+    for (int y = 0; y < heightOf(image); ++y) {
+        if (bits < 8) std::memset(image.ScanLine(y), 0, image.GetPitch());
+        for (int x = 0; x < widthOf(image); ++x) {
+            const Point from = positionOf(x, y);
+            setPixel(image, x, y,
+                     sampleColor(*copy, usable(from.x, (flags & 1) != 0), usable(from.y, (flags & 2) != 0),
+                                 flags));
+        }
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -32,15 +69,19 @@ void setPixel(DibStream& image, int x, int y, std::uint32_t value) {
     for (int byte = 0; byte < bits / 8; ++byte) at[byte] = static_cast<unsigned char>(value >> (8 * byte));
 }
 
-void reverse(DibStream& image) {
+bool reverse(DibStream& image) {
     const std::int64_t bytes = std::int64_t{image.GetPitch()} * heightOf(image);
     for (std::int64_t i = 0; i < bytes; ++i) image.Buffer[i] = static_cast<unsigned char>(~image.Buffer[i]);
+    return true;
 }
 
-void mosaic(DibStream& image, int blockSize) {
-    const int width = image.Header->biWidth;
+bool mosaic(DibStream& image, int blockSize) {
+    if (blockSize < 1) return false;
+    if (blockSize == 1) return true;
+    const int width = widthOf(image);
     const int height = heightOf(image);
     const int bits = image.Header->biBitCount;
+    if (!isEffectDepth(bits)) return false;
     const std::int64_t n = blockSize;
     for (std::int64_t by = 0; by < height; by += n) {
         for (std::int64_t bx = 0; bx < width; bx += n) {
@@ -71,6 +112,75 @@ void mosaic(DibStream& image, int blockSize) {
             }
         }
     }
+    return true;
+}
+
+bool rotate(DibStream& image, float angle, unsigned int flags) {
+    if (angle == 0.0F) return true;
+    float s;
+    float c;
+    sincosf(angle, &s, &c);
+    const float cx = static_cast<float>(widthOf(image) - 1) * 0.5F;
+    const float cy = static_cast<float>(heightOf(image) - 1) * 0.5F;
+    return warp(image, flags, [&](int x, int y) {
+        const float dx = static_cast<float>(x) - cx;
+        const float dy = static_cast<float>(y) - cy;
+        const float a = s * dy;
+        const float b = dy * c;
+        return Point{(c * dx - a) + cx, (dx * s + b) + cy};
+    });
+}
+
+bool ripple(DibStream& image, float centerX, float centerY, float wavelength, float amplitude, float phase,
+            unsigned int flags) {
+    if (wavelength == 0.0F) return false;
+    if (amplitude == 0.0F) return true;
+    return warp(image, flags, [&](int x, int y) {
+        const float dx = static_cast<float>(x) - centerX;
+        const float dy = static_cast<float>(y) - centerY;
+        const float r = sqrtf(dx * dx + dy * dy);
+        const float a = sinf((r / wavelength) * 6.2831855F + phase) * amplitude;
+        float s;
+        float c;
+        sincosf(a, &s, &c);
+        return Point{(dx * c - dy * s) + centerX, (c * dy + dx * s) + centerY};
+    });
+}
+
+bool wave(DibStream& image, float wavelength, float amplitude, float phase, float direction,
+          unsigned int flags) {
+    if (wavelength == 0.0F) return false;
+    if (amplitude == 0.0F) return true;
+    float s;
+    float c;
+    sincosf(direction, &s, &c);
+    const float cx = static_cast<float>(widthOf(image) - 1) * 0.5F;
+    const float cy = static_cast<float>(heightOf(image) - 1) * 0.5F;
+    return warp(image, flags, [&](int x, int y) {
+        const float dx = static_cast<float>(x) - cx;
+        const float dy = static_cast<float>(y) - cy;
+        float t = s * dx - c * dy;
+        const float q = (dx * dx + dy * dy) - t * t;
+        float d = q > 0.0F ? sqrtf(q) : 0.0F;
+        t = fabsf(t);
+        const float e = (t * c - dy) * (s * t) - (dx + s * t) * (t * c);
+        if (e < 0.0F) d = -d;
+        const float w = sinf((d / wavelength) * 6.2831855F + phase) * amplitude;
+        return Point{static_cast<float>(x) - s * w, w * c + static_cast<float>(y)};
+    });
+}
+
+bool whirl(DibStream& image, float centerX, float centerY, float twist, unsigned int flags) {
+    if (twist == 0.0F) return true;
+    return warp(image, flags, [&](int x, int y) {
+        const float dx = static_cast<float>(x) - centerX;
+        const float dy = static_cast<float>(y) - centerY;
+        const float a = sqrtf(dx * dx + dy * dy) * twist;
+        float s;
+        float c;
+        sincosf(a, &s, &c);
+        return Point{(dx * c - dy * s) + centerX, (c * dy + dx * s) + centerY};
+    });
 }
 
 }  // namespace reference

@@ -1,0 +1,94 @@
+// Ripple and wave: displacements that swing with the distance from a point or a line.
+#include <cmath>
+
+#include "effects/Turn.h"
+
+namespace {
+
+constexpr float kTwoPi = 6.2831855F;
+
+// Replaces each phase in sourceX by its swing.
+DIB_ALWAYS_INLINE void swing(const dib::WarpRow& row, float amplitude) {
+    for (int x = 0; x < row.width; ++x) row.sourceX[x] = ::sinf(row.sourceX[x]) * amplitude;
+}
+
+// Turns about a point by an angle that swings with the distance from it.
+struct Ripple {
+    dib::Turn turn;
+    float wavelength;
+    float amplitude;
+    float phase;
+
+    DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
+        turn.angles(row, [this](float radius) { return (radius / wavelength) * kTwoPi + phase; });
+        swing(row, amplitude);
+        turn.positions(row);
+    }
+};
+
+// Shifts across the direction by an amount that swings along it.
+struct Wave {
+    float wavelength;
+    float amplitude;
+    float phase;
+    float sine;
+    float cosine;
+
+    // Signed distance from the line through the middle of the picture that lies across the direction:
+    // positive before that line, negative behind it. The arithmetic gives the line along the direction (side
+    // = 0) a positive distance on both sides; callers rely on the very values, so it must not be simplified.
+    DIB_ALWAYS_INLINE float distance(float dx, float dy, float cosineDy, float dySquared) const {
+        const float across = sine * dx - cosineDy;
+        const float squared = (dx * dx + dySquared) - across * across;
+        const float length = squared > 0.0F ? std::sqrt(squared) : 0.0F;
+        const float t = std::fabs(across);
+        const float side = (t * cosine - dy) * (sine * t) - (dx + sine * t) * (t * cosine);
+        return side < 0.0F ? -length : length;
+    }
+
+    DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
+        const float centerX = dib::middleOf(row.width);
+        const float dy = static_cast<float>(row.y) - dib::middleOf(row.height);
+        const float cosineDy = cosine * dy;
+        const float dySquared = dy * dy;
+        for (int x = 0; x < row.width; ++x) {
+            const float d = distance(static_cast<float>(x) - centerX, dy, cosineDy, dySquared);
+            row.sourceX[x] = (d / wavelength) * kTwoPi + phase;
+        }
+        swing(row, amplitude);
+        for (int x = 0; x < row.width; ++x) {
+            const float shift = row.sourceX[x];
+            row.sourceX[x] = static_cast<float>(x) - sine * shift;
+            row.sourceY[x] = shift * cosine + static_cast<float>(row.y);
+        }
+    }
+};
+
+}  // namespace
+
+bool DibEffectRipple(DibProgressCallback callback, void* user, DibStream* image, float centerX, float centerY,
+                     float wavelength, float amplitude, float phase, unsigned int flags) {
+    if (image == nullptr || wavelength == 0.0F) return false;
+    if (amplitude == 0.0F) return true;
+    return dib::warpImage({callback, user}, image, flags,
+                          Ripple{{centerX, centerY}, wavelength, amplitude, phase});
+}
+
+bool DibEffectRipple(DibProgressCallback callback, void* user, DibStream* image, DERippleInfo* info) {
+    return DibEffectRipple(callback, user, image, info->centerX, info->centerY, info->wavelength,
+                           info->amplitude, info->phase, info->flags);
+}
+
+bool DibEffectWave(DibProgressCallback callback, void* user, DibStream* image, float wavelength,
+                   float amplitude, float phase, float direction, unsigned int flags) {
+    if (image == nullptr || wavelength == 0.0F) return false;
+    if (amplitude == 0.0F) return true;
+    const dib::SinCos heading = dib::sinCos(direction);
+    return dib::warpImage({callback, user}, image, flags,
+                          Wave{wavelength, amplitude, phase, heading.sine, heading.cosine});
+}
+
+bool DibEffectWave(DibProgressCallback callback, void* user, DibStream* image, DEWaveInfo* info) {
+    return DibEffectWave(callback, user, image, info->wavelength, info->amplitude, info->phase,
+                         info->direction, info->flags);
+}

@@ -1,0 +1,48 @@
+// What the effects share that turn each pixel about a given point by an angle of its own.
+#ifndef EFFECTS_TURN_H
+#define EFFECTS_TURN_H
+
+#include <cmath>
+
+#include "effects/SinCos.h"
+#include "effects/WarpFrame.h"
+
+namespace dib {
+
+struct Turn {
+    float centerX;
+    float centerY;
+
+    // Calls `angleOf(radius)` for the distance of each pixel from the centre and keeps the results in
+    // sourceX.
+    template <class AngleOf>
+    DIB_ALWAYS_INLINE void angles(const WarpRow& row, const AngleOf& angleOf) const {
+        const float dy = static_cast<float>(row.y) - centerY;
+        const float dySquared = dy * dy;
+        for (int x = 0; x < row.width; ++x) {
+            const float dx = static_cast<float>(x) - centerX;
+            row.sourceX[x] = angleOf(std::sqrt(dx * dx + dySquared));
+        }
+    }
+
+    // Replaces the angles in sourceX by the positions turned by them.
+    DIB_ALWAYS_INLINE void positions(const WarpRow& row) const {
+        for (int x = 0; x < row.width; ++x) {
+            const SinCos turn = sinCos(row.sourceX[x]);
+            row.sourceX[x] = turn.sine;
+            row.sourceY[x] = turn.cosine;
+        }
+        const float dy = static_cast<float>(row.y) - centerY;
+        for (int x = 0; x < row.width; ++x) {
+            const float dx = static_cast<float>(x) - centerX;
+            const float sine = row.sourceX[x];
+            const float cosine = row.sourceY[x];
+            row.sourceX[x] = (dx * cosine - dy * sine) + centerX;
+            row.sourceY[x] = (cosine * dy + dx * sine) + centerY;
+        }
+    }
+};
+
+}  // namespace dib
+
+#endif

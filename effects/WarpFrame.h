@@ -1,0 +1,81 @@
+// The frame of the effects that move pixels: for every pixel the effect's rule says from which position of
+// the unchanged picture it is taken; the frame samples there and stores the colour.
+//
+//     struct Shift {
+//         float distance;
+//         DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
+//             for (int x = 0; x < row.width; ++x) {
+//                 row.sourceX[x] = static_cast<float>(x) - distance;
+//                 row.sourceY[x] = static_cast<float>(row.y);
+//             }
+//         }
+//     };
+//     return dib::warpImage({callback, user}, image, flags, Shift{distance});
+#ifndef EFFECTS_WARP_FRAME_H
+#define EFFECTS_WARP_FRAME_H
+
+#include "effects/EffectFrame.h"
+#include "geometry/Sampler.h"
+
+namespace dib {
+
+// One row of the picture, and where a rule puts the positions of its pixels. The rules work in float in the
+// order that they are written; only calls of the C library stand in loops of their own, so that all else
+// vectorises.
+struct WarpRow {
+    int width;
+    int height;
+    int y;
+    float* __restrict sourceX;
+    float* __restrict sourceY;
+};
+
+// The middle of `size` pixels.
+DIB_ALWAYS_INLINE float middleOf(int size) { return static_cast<float>(size - 1) * 0.5F; }
+
+// Samples `source` at each position of the row and stores the colours in `out`, which is clear at 1 and 4
+// bits.
+template <class Depth>
+void sampleRow(const SampleSource& source, unsigned int flags, const WarpRow& row, unsigned char* out);
+
+template <class Rule>
+DIB_ALWAYS_INLINE void placeRow(const Rule& rule, const WarpRow& row) {
+    rule(row);
+}
+
+template <class Rule>
+class Warp {
+public:
+    Warp(const Rule& rule, unsigned int flags) : rule_(rule), flags_(flags) {}
+
+    bool prepare(const WorkingCopy& copy, const Raster& image) {
+        source_ = SampleSource(copy.image());
+        positions_ = allocateArray<float>(static_cast<std::size_t>(image.width) * 2 + 1);
+        row_ = {image.width, image.height, 0, positions_.get(), positions_.get() + image.width};
+        return positions_ != nullptr;
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        row_.y = y;
+        runKernel<placeRow<Rule>>(rule_, row_);
+        sampleRow<Depth>(source_, flags_, row_, out);
+    }
+
+private:
+    Rule rule_;
+    unsigned int flags_;
+    SampleSource source_;
+    MallocPtr<float> positions_;
+    WarpRow row_{};
+};
+
+template <class Rule>
+bool warpImage(const Progress& progress, DibStream* image, unsigned int flags, const Rule& rule) {
+    return filterImage<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(progress, image,
+                                                                          Warp<Rule>(rule, flags));
+}
+
+}  // namespace dib
+
+#endif
