@@ -81,9 +81,11 @@ DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallba
 ///
 /// A successful load stores 0.
 DIB_EXPORT bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadPPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same as `LoadPPM`: either loads colour and grey files.
 DIB_EXPORT bool LoadPGM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 

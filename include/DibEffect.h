@@ -37,100 +37,114 @@ enum DibEffectFlag : unsigned int {
 /// `tag` belongs to the caller and is never read or written by the library. The other fields are the
 /// parameters of the effect, in the order of its first overload.
 /// @{
+/// The record of `DibEffectReverse`, which has no parameters.
 struct DEReverseInfo {
-    std::uint32_t tag;
+    std::uint32_t tag;  ///< The caller's.
 };
+/// The parameters of `DibEffectRipple`.
 struct DERippleInfo {
-    std::uint32_t tag;
-    float centerX;
-    float centerY;
-    float wavelength;
-    float amplitude;
-    float phase;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    float centerX;       ///< Column of the centre, in pixels.
+    float centerY;       ///< Row of the centre, in pixels.
+    float wavelength;    ///< Pixels.
+    float amplitude;     ///< Radians.
+    float phase;         ///< Radians.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameters of `DibEffectRotate`.
 struct DERotateInfo {
-    std::uint32_t tag;
-    float angle;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    float angle;         ///< Radians.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameters of `DibEffectWave`.
 struct DEWaveInfo {
-    std::uint32_t tag;
-    float wavelength;
-    float amplitude;
-    float phase;
-    float direction;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    float wavelength;    ///< Pixels.
+    float amplitude;     ///< Pixels.
+    float phase;         ///< Radians.
+    float direction;     ///< Radians.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameters of `DibEffectWhirl`.
 struct DEWhirlInfo {
-    std::uint32_t tag;
-    float centerX;
-    float centerY;
-    float twist;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    float centerX;       ///< Column of the centre, in pixels.
+    float centerY;       ///< Row of the centre, in pixels.
+    float twist;         ///< Radians per pixel of distance.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameter of `DibEffectMozaic`.
 struct DEMozaicInfo {
-    std::uint32_t tag;
-    int blockSize;
+    std::uint32_t tag;  ///< The caller's.
+    int blockSize;      ///< Pixels.
 };
+/// The parameters of `DibEffectDiffuse`.
 struct DEDiffuseInfo {
-    std::uint32_t tag;
-    int radius;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    int radius;          ///< Pixels.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
-/// A `path` that is not null is loaded; otherwise `image` is used.
+/// The parameters of `DibEffectCompose`: a `path` that is not null is loaded; otherwise `image` is used.
 struct DEComposeInfo {
-    std::uint32_t tag;
-    const char* path;
-    DibStream* image;
-    float opacity;
-    unsigned int mode;
+    std::uint32_t tag;  ///< The caller's.
+    const char* path;   ///< A picture file, UTF-8, or null.
+    DibStream* image;   ///< The second image, where `path` is null.
+    float opacity;      ///< 0 shows the first image alone, 1 the second.
+    unsigned int mode;  ///< 0 stretches the second image, 1 tiles it.
 };
+/// The parameters of `DibEffectMotionBlur`.
 struct DEMotionBlurInfo {
-    std::uint32_t tag;
-    int length;
-    float angle;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    int length;          ///< Pixels.
+    float angle;         ///< Radians.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameters of `DibEffectBlur`.
 struct DEBlurInfo {
-    std::uint32_t tag;
-    int radius;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    int radius;          ///< Pixels.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameter of `DibEffectBlurLittle`.
 struct DEBlurLittleInfo {
-    std::uint32_t tag;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameter of `DibEffectSharpLittle`.
 struct DESharpLittleInfo {
-    std::uint32_t tag;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
-/// For the maximum, minimum and median filters alike.
+/// The parameters of `DibEffectBrightMax`, `DibEffectBrightMin` and `DibEffectBrightMiddle` alike.
 struct DEBrightInfo {
-    std::uint32_t tag;
-    int radius;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    int radius;          ///< Pixels.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameters of `DibEffectEmboss`.
 struct DEEmbossInfo {
-    std::uint32_t tag;
-    float strength;
-    int distance;
-    float angle;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    float strength;      ///< How far a slope departs from mid-grey.
+    int distance;        ///< Pixels.
+    float angle;         ///< Radians.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
+/// The parameter of `DibEffectNoise`.
 struct DENoiseInfo {
-    std::uint32_t tag;
-    int amount;
+    std::uint32_t tag;  ///< The caller's.
+    int amount;         ///< Largest change of a channel.
 };
-/// `color` holds blue in its low byte, then green, then red.
+/// The parameters of `DibEffectColorNoise`; `color` holds blue in its low byte, then green, then red.
 struct DEColorNoiseInfo {
-    std::uint32_t tag;
-    std::uint32_t color;
-    float strength;
+    std::uint32_t tag;    ///< The caller's.
+    std::uint32_t color;  ///< 0x00RRGGBB.
+    float strength;       ///< How much of the colour is mixed in.
 };
+/// The parameter of `DibEffectPickEdge`.
 struct DEPickEdgeInfo {
-    std::uint32_t tag;
-    unsigned int flags;
+    std::uint32_t tag;   ///< The caller's.
+    unsigned int flags;  ///< `DibEffectFlag`.
 };
 /// @}
 
@@ -203,6 +217,7 @@ DIB_EXPORT bool DibEffectWhirl(DibProgressCallback callback, void* user, DibStre
 /// (first row of the blocks + 1) / height, so that 10 rows in blocks of 4 report 0.1, 0.5 and 0.9.
 /// @param blockSize Side of a block in pixels. 1 changes nothing and reports nothing; less gives false.
 DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image, int blockSize);
+/// The same with a record.
 DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image,
                                 DEMozaicInfo* info);
 /// @}
