@@ -35,6 +35,7 @@
 /// The image is kept when the failure is told by the header alone; otherwise it is the new one, as far as it
 /// was read. A successful load stores 0.
 DIB_EXPORT bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 

@@ -37,6 +37,7 @@ enum DibEffectFlag : unsigned int {
 /// `tag` belongs to the caller and is never read or written by the library. The other fields are the
 /// parameters of the effect, in the order of its first overload.
 /// @{
+
 /// The record of `DibEffectReverse`, which has no parameters.
 struct DEReverseInfo {
     std::uint32_t tag;  ///< The caller's.
