@@ -45,6 +45,21 @@ DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallba
 
 /// @name PSD
 /// @{
+
+/// Loads the merged picture of a PSD document, version 1, into a bottom-up image. What can be read, how modes
+/// and depths end up in the image, and what a failure leaves is said at `DibPSDLoader`
+/// (DibPSDLoader.h), which also reads layers.
+/// @param callback Called at the start of each section and channel with position / file size.
+/// @return False with `ErrorCode`
+/// - 3 when the file cannot be opened, 6 when it has no PSD signature, 7 for another version, mode or depth:
+///   the image is kept;
+/// - 2 when the picture cannot exist or memory for it is short: the image is empty;
+/// - 6 when a resource has no signature or the picture data is of an unknown compression or missing;
+/// - unchanged when the file ends early or is damaged elsewhere, or the callback cancelled.
+///
+/// In the last two cases the image has the document's size: the rows that were read, the rest 0xFF.
+DIB_EXPORT bool LoadPSD(const char* path, DibStream* dib, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name IFF ILBM

@@ -1,0 +1,44 @@
+// What the sections of a PSD document share about pictures: which exist, how they start and who holds them.
+#ifndef FORMATS_PSD_PIXELS_H
+#define FORMATS_PSD_PIXELS_H
+
+#include <DibStream.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "formats/PsdReader.h"
+
+namespace formats {
+
+struct ReleaseImage {
+    void operator()(DibStream* image) const { image->Release(); }
+};
+using ImageRef = std::unique_ptr<DibStream, ReleaseImage>;
+
+// Colour modes of a document.
+constexpr int kPsdBitmap = 0;
+constexpr int kPsdGrey = 1;
+constexpr int kPsdIndexed = 2;
+constexpr int kPsdRgb = 3;
+constexpr int kPsdCmyk = 4;
+
+// The pairs of colour mode and bits per channel that can be read.
+constexpr bool isPsdVariant(int mode, int depth) {
+    switch (mode) {
+        case kPsdBitmap: return depth == 1;
+        case kPsdIndexed: return depth == 8;
+        case kPsdGrey:
+        case kPsdRgb:
+        case kPsdCmyk: return depth == 8 || depth == 16 || depth == 32;
+        default: return false;
+    }
+}
+
+// Makes an image whose bytes are all 0xFF. A size that cannot exist, or that the document has no right to
+// ask for, fails like any other image that cannot be created.
+bool createWhite(DibStream& image, std::int64_t width, std::int64_t height, int bitCount, PsdReader& reader);
+
+}  // namespace formats
+
+#endif

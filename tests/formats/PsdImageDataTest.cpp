@@ -1,0 +1,250 @@
+// Picture data: planes into pixels, PackBits rows and what is said about damaged ones.
+#include "tests/formats/PsdTest.h"
+
+namespace {
+
+using namespace psd_test;
+
+Bytes pixelsOf(DibStream& image) {
+    Bytes pixels;
+    for (int y = 0; y < image.Header->biHeight; ++y) {
+        const Bytes row = codec_test::rowBytes(image, y);
+        pixels.insert(pixels.end(), row.begin(), row.end());
+    }
+    return pixels;
+}
+
+PsdDocument document(int mode, int depth, int channels, int width, int height, const Bytes& imageData) {
+    PsdDocument made;
+    made.mode = mode;
+    made.depth = depth;
+    made.channels = channels;
+    made.width = width;
+    made.height = height;
+    made.imageData = imageData;
+    return made;
+}
+
+TEST(PsdImageData, EveryVariantEqualsTheReference) {
+    for (const PsdDocument& variant : testing_support::psdVariants()) {
+        for (const bool layers : {false, true}) {
+            const Load load(variant.bytes(), layers, layers);
+            ASSERT_TRUE(load.result) << variant.seed << load.log;
+            EXPECT_EQ(load.code, kUntouched);
+            const DibPtr expected = expectedMerged(variant);
+            EXPECT_EQ(testing_support::pixelBytes(*load.image), testing_support::pixelBytes(*expected))
+                << variant.seed;
+        }
+    }
+}
+
+TEST(PsdImageData, WidePicturesEqualTheReference) {
+    for (const int channels : {1, 3, 4, 7}) {
+        for (const int width : {63, 1000, 40001}) {
+            for (const int depth : {8, 16, 32}) {
+                for (const PsdCompression compression : {PsdCompression::kRaw, PsdCompression::kPackBits}) {
+                    PsdDocument wide;
+                    wide.channels = channels;
+                    wide.width = width;
+                    wide.height = 5;
+                    wide.depth = depth;
+                    wide.compression = compression;
+                    wide.seed = static_cast<std::uint64_t>(width + depth);
+                    if (compression == PsdCompression::kPackBits && width * depth > 8 * 40001) continue;
+                    const Load load(wide.bytes());
+                    ASSERT_TRUE(load.result);
+                    EXPECT_TRUE(testing_support::sameImage(*load.image, *expectedMerged(wide)));
+                }
+            }
+        }
+    }
+}
+
+TEST(PsdImageData, ThreeChannelsAre24Bits) {
+    const Bytes data = {0, 0, 1, 2, 11, 12, 21, 22};
+    Load load(document(3, 8, 3, 2, 1, data).bytes());
+    ASSERT_TRUE(load.result);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{21, 11, 1, 22, 12, 2}));
+}
+
+TEST(PsdImageData, TheFourthChannelIsAlpha) {
+    const Bytes data = {0, 0, 1, 2, 11, 12, 21, 22, 31, 32, 41, 42};
+    Load load(document(3, 8, 5, 2, 1, data).bytes());
+    ASSERT_TRUE(load.result);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{21, 11, 1, 31, 22, 12, 2, 32}));
+}
+
+TEST(PsdImageData, CmykIsNotConverted) {
+    Load load(document(4, 8, 4, 1, 1, {0, 0, 10, 20, 30, 40}).bytes());
+    ASSERT_TRUE(load.result);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{30, 20, 10, 40}));
+}
+
+TEST(PsdImageData, TheSecondOfTwoChannelsIsNotStored) {
+    Load grey(document(1, 8, 2, 2, 1, {0, 0, 1, 2, 3, 4}).bytes());
+    ASSERT_TRUE(grey.result);
+    EXPECT_EQ(pixelsOf(*grey.image), (Bytes{1, 255, 255, 255, 2, 255, 255, 255}));
+    Load colour(document(3, 8, 2, 1, 1, {0, 0, 1, 2}).bytes());
+    ASSERT_TRUE(colour.result);
+    EXPECT_EQ(pixelsOf(*colour.image), (Bytes{255, 255, 1, 255}));
+}
+
+TEST(PsdImageData, RedOfAOneBytePixelIsThatByte) {
+    Load load(document(3, 8, 1, 2, 1, {0, 0, 7, 9}).bytes());
+    ASSERT_TRUE(load.result);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{7, 9}));
+}
+
+TEST(PsdImageData, SixteenBitsGiveTheHighByte) {
+    Load load(document(1, 16, 1, 2, 1, {0, 0, 0x12, 0xFF, 0x34, 0x00}).bytes());
+    ASSERT_TRUE(load.result);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{0x12, 0x34}));
+}
+
+TEST(PsdImageData, FloatsAreClampedAndTruncated) {
+    ByteWriter data;
+    data.be16(0);
+    // 1.5, -0.25, 0.5, NaN, infinity, -infinity, 1.0, just below 1, -0.0
+    for (const std::uint32_t bits : {0x3FC00000U, 0xBE800000U, 0x3F000000U, 0x7FC00000U, 0x7F800000U,
+                                     0xFF800000U, 0x3F800000U, 0x3F7FFFFFU, 0x80000000U}) {
+        data.be32(bits);
+    }
+    for (const int mode : {1, 3, 4}) {
+        Load load(document(mode, 32, 1, 9, 1, data.bytes).bytes());
+        ASSERT_TRUE(load.result);
+        EXPECT_EQ(pixelsOf(*load.image), (Bytes{255, 0, 127, 255, 255, 0, 255, 254, 0}));
+    }
+}
+
+TEST(PsdImageData, BitmapBitsAreInk) {
+    Load load(document(0, 1, 1, 3, 1, {0, 0, 0xA0}).bytes());
+    ASSERT_TRUE(load.result);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{0, 255, 0}));
+}
+
+TEST(PsdImageData, UnknownCompressionIsInvalid) {
+    for (const int word : {2, 3, 255}) {
+        const Load load(document(3, 8, 3, 1, 1, {0, static_cast<unsigned char>(word), 1, 2, 3}).bytes());
+        EXPECT_FALSE(load.result);
+        EXPECT_EQ(load.code, 6);
+        EXPECT_EQ(testing_support::pixelBytes(*load.image), (Bytes{255, 255, 255, 255}));
+    }
+    EXPECT_EQ(Load(document(3, 8, 3, 1, 1, {1, 0, 1, 2, 3}).bytes()).code, 6);
+    EXPECT_EQ(Load(document(3, 8, 3, 1, 1, {0}).bytes()).code, 6);
+    EXPECT_EQ(Load(document(3, 8, 3, 1, 1, {}).bytes()).code, 6);
+}
+
+TEST(PsdImageData, RowsBeforeAFailureStay) {
+    // Two rows of 2 pixels, red whole, green one row and a half.
+    Load load(document(3, 8, 3, 2, 2, {0, 0, 1, 2, 3, 4, 5, 6, 7}).bytes());
+    EXPECT_FALSE(load.result);
+    EXPECT_EQ(load.code, kUntouched);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{255, 5, 1, 255, 6, 2, 255, 255, 3, 255, 255, 4}));
+}
+
+// Loads one grey row of packed bytes and gives what the log says of it.
+std::string logOfRow(int width, int packedSize, const Bytes& packed, bool expectedResult, Bytes pixels = {}) {
+    const Bytes data = ByteWriter().be16(1).be16(static_cast<std::uint32_t>(packedSize)).raw(packed).bytes;
+    Load load(document(1, 8, 1, width, 1, data).bytes());
+    EXPECT_EQ(load.result, expectedResult);
+    EXPECT_EQ(load.code, kUntouched);
+    if (expectedResult) {
+        EXPECT_EQ(pixelsOf(*load.image), pixels);
+    }
+    return afterHeader(load.log);
+}
+
+TEST(PsdImageData, PackBitsPackets) {
+    EXPECT_EQ(logOfRow(3, 4, {2, 5, 6, 7}, true, {5, 6, 7}), "");
+    EXPECT_EQ(logOfRow(3, 2, {0xFE, 9}, true, {9, 9, 9}), "");
+    EXPECT_EQ(logOfRow(3, 6, {0x80, 0, 1, 0x80, 0xFF, 2}, true, {1, 2, 2}), "");
+    EXPECT_EQ(logOfRow(128, 2, {0x81, 4}, true, Bytes(128, 4)), "");
+    Bytes literal(129, 8);
+    literal[0] = 127;
+    EXPECT_EQ(logOfRow(128, 129, literal, true, Bytes(128, 8)), "");
+}
+
+TEST(PsdImageData, PackBitsRowsOfTheWrongLength) {
+    // Packets beyond the row count whole, and none of it is written past the row.
+    EXPECT_EQ(logOfRow(3, 2, {0xFD, 9}, false), "invalid load bytes 4/3\n");
+    EXPECT_EQ(logOfRow(3, 2, {0x81, 9}, false), "invalid load bytes 128/3\n");
+    EXPECT_EQ(logOfRow(3, 6, {4, 1, 2, 3, 4, 5}, false), "invalid load bytes 5/3\n");
+    // The end of the file inside the row: before a header, inside a literal, before the byte to repeat.
+    EXPECT_EQ(logOfRow(3, 2, {}, false), "invalid load bytes 0/3\n");
+    EXPECT_EQ(logOfRow(3, 2, {0, 1}, false), "invalid load bytes 1/3\n");
+    EXPECT_EQ(logOfRow(3, 2, {0, 1, 1, 1}, false), "invalid load bytes 1/3\n");
+    EXPECT_EQ(logOfRow(3, 2, {0, 1, 0xFF}, false), "invalid load bytes 1/3\n");
+    EXPECT_EQ(logOfRow(3, 2, {0, 1, 0x80}, false), "invalid load bytes 1/3\n");
+}
+
+TEST(PsdImageData, PackBitsRowsOfTheWrongPackedLength) {
+    EXPECT_EQ(logOfRow(3, 5, {2, 5, 6, 7}, false), "invalid posotion 4/5\n");
+    EXPECT_EQ(logOfRow(3, 3, {2, 5, 6, 7}, false), "invalid posotion 4/3\n");
+    EXPECT_EQ(logOfRow(3, 65535, {0xFE, 7}, false), "invalid posotion 2/65535\n");
+    // A no-operation behind the last byte belongs to the next row.
+    EXPECT_EQ(logOfRow(3, 5, {2, 5, 6, 7, 0x80}, false), "invalid posotion 4/5\n");
+}
+
+TEST(PsdImageData, TableOfLengthsBeyondTheFile) {
+    // 65535 channels of one row announce a table that is not there: the first row finds the end of the file.
+    testing_support::resetLargestAllocation();
+    const Load load(document(1, 8, 65535, 100, 1, {0, 1, 0, 2, 0xFE, 1}).bytes());
+    EXPECT_FALSE(load.result);
+    EXPECT_EQ(afterHeader(load.log), "invalid load bytes 0/100\n");
+    EXPECT_LT(testing_support::largestAllocation(), 300000U);
+}
+
+TEST(PsdImageData, ManyChannelsAreReadAndDropped) {
+    PsdDocument many;
+    many.channels = 65535;
+    many.width = many.height = 1;
+    many.imageData = Bytes(2 + 65535, 0);
+    ProgressLog progress;
+    Load load;
+    load.progress = &progress;
+    EXPECT_TRUE(load.run(many.bytes()));
+    EXPECT_EQ(progress.fractions.size(), 4U + 65535);
+    EXPECT_EQ(load.loader.GetChannelNum(), 65535);
+    EXPECT_EQ(pixelsOf(*load.image), (Bytes{0, 0, 0, 0}));
+}
+
+TEST(PsdImageData, StoreLineFollowsModeAndDepth) {
+    const Bytes line = {0x90, 1, 2, 3, 4, 5, 6, 7};
+    const auto id = [](int value) { return static_cast<PSD_CHANNEL_ID>(value); };
+    for (const PsdDocument& variant : testing_support::psdVariants()) {
+        Load load(variant.bytes());
+        for (const int bits : {1, 4, 8, 16, 24, 32}) {
+            const DibPtr image = testing_support::blankImage(2, 2, bits);
+            const bool stored = bits == 8 || bits >= 24;
+            for (const int channel : {0, 1, 2, 3, -1, -2, -3, -32768}) {
+                EXPECT_EQ(load.loader.StoreLineToDib(image.get(), 1, id(channel), line.data()), stored);
+            }
+            if (!stored) continue;
+            const DibPtr expected = testing_support::blankImage(2, 2, bits);
+            const int firstByte = variant.mode >= 3 && bits > 8 ? 2 : 0;
+            for (int x = 0; x < 2; ++x) {
+                unsigned char* pixel = expected->Pixel(x, 1);
+                const unsigned char sample = reference::psdSample(variant.depth, line.data(), x);
+                pixel[firstByte] = sample;
+                if (variant.mode >= 3 && bits > 8)
+                    std::memset(pixel, sample, static_cast<std::size_t>(bits / 8));
+            }
+            EXPECT_TRUE(testing_support::sameImage(*image, *expected)) << variant.mode << " " << bits;
+        }
+    }
+}
+
+TEST(PsdImageData, StoreLineRefusesWhatIsNotThere) {
+    Load load(PsdDocument().bytes());
+    const Bytes line(8);
+    const DibPtr image = testing_support::blankImage(2, 2, 24);
+    EXPECT_FALSE(load.loader.StoreLineToDib(nullptr, 0, PSD_CHANNEL_RED, line.data()));
+    EXPECT_FALSE(load.loader.StoreLineToDib(image.get(), 2, PSD_CHANNEL_RED, line.data()));
+    EXPECT_FALSE(load.loader.StoreLineToDib(image.get(), -1, PSD_CHANNEL_RED, line.data()));
+    DibStream empty;
+    EXPECT_FALSE(load.loader.StoreLineToDib(&empty, 0, PSD_CHANNEL_RED, line.data()));
+    load.loader.ConvertCMYKToRGB(image.get());
+    EXPECT_TRUE(testing_support::sameImage(*image, *testing_support::blankImage(2, 2, 24)));
+}
+
+}  // namespace
