@@ -8,6 +8,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/CodecFrame.h"
 #include "formats/PsdPixels.h"
 #include "formats/PsdReader.h"
 
@@ -128,7 +129,7 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
         DibStream* destination = dib;
         PSD_CHANNEL_ID id = ids[channel];
         if (id == PSD_CHANNEL_MASK && extra != nullptr) {
-            formats::ImageRef mask(new DibStream);
+            formats::ImagePtr mask(new DibStream);
             if (!formats::createWhite(*mask, width, height, 8, *reader_)) return false;
             extra->push_back(mask.get());
             destination = mask.release();

@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "formats/CodecFrame.h"
 #include "formats/PsdPixels.h"
 #include "formats/PsdReader.h"
 
@@ -237,7 +238,7 @@ bool DibPSDLoader::LoadLayerPixels(int index, const std::vector<std::uint32_t>& 
     const PSDLayerInfo& layer = layers_[static_cast<std::size_t>(index)];
     const std::int64_t width = extent(layer.left, layer.right);
     const std::int64_t height = extent(layer.top, layer.bottom);
-    formats::ImageRef image;
+    formats::ImagePtr image;
     if (width > 0 && height > 0) {
         image.reset(new DibStream);
         if (!formats::createWhite(*image, width, height, 32, *reader_)) return false;
@@ -264,7 +265,7 @@ bool DibPSDLoader::LoadLayerPixels(int index, const std::vector<std::uint32_t>& 
 // Decodes a mask to see that it is whole; the picture is not kept.
 bool DibPSDLoader::LoadLayerMask(int index) {
     const PSDLayerInfo& layer = layers_[static_cast<std::size_t>(index)];
-    const formats::ImageRef mask(new DibStream);
+    const formats::ImagePtr mask(new DibStream);
     if (!formats::createWhite(*mask, extent(layer.maskLeft, layer.maskRight),
                               extent(layer.maskTop, layer.maskBottom), 8, *reader_)) {
         return false;

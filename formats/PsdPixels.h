@@ -1,20 +1,14 @@
-// What the sections of a PSD document share about pictures: which exist, how they start and who holds them.
+// What the sections of a PSD document share about pictures: which exist and how they start.
 #ifndef FORMATS_PSD_PIXELS_H
 #define FORMATS_PSD_PIXELS_H
 
 #include <DibStream.h>
 
 #include <cstdint>
-#include <memory>
 
 #include "formats/PsdReader.h"
 
 namespace formats {
-
-struct ReleaseImage {
-    void operator()(DibStream* image) const { image->Release(); }
-};
-using ImageRef = std::unique_ptr<DibStream, ReleaseImage>;
 
 // Colour modes of a document.
 constexpr int kPsdBitmap = 0;
