@@ -76,6 +76,19 @@ DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback
 
 /// @name TIM
 /// @{
+
+/// Loads a TIM texture of 4, 8 or 16 bits into a bottom-up image of that depth.
+///
+/// 5-bit colours of the lookup block become bytes with three low bits of 0, and entries past 256 are dropped; a
+/// file without a lookup block gets the grey table. 16-bit pixels become 5-5-5 words with bit 15 clear. A file
+/// that ends early is no error: what it lacks is 0. The callback is never called.
+/// @return False with `ErrorCode`
+/// - 3 when the file cannot be opened, 6 when it is no TIM file, 7 for other pixel modes: the image is kept;
+/// - 2 when memory is short or the size is 0.
+///
+/// A successful load leaves the code as it was.
+DIB_EXPORT bool LoadTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name PPM and PGM

@@ -42,6 +42,18 @@ def ppm_seeds():
     write("ppm", "p2.pgm", b"P2\n3 1\n65535\n65535 256 # 7\n")
 
 
+def tim_seeds():
+    def block(width, height, words):
+        return struct.pack("<IHHHH", 12 + 2 * len(words), 0, 0, width, height) + struct.pack(f"<{len(words)}H", *words)
+
+    start = lambda flags: struct.pack("<II", 0x10, flags)
+    write("tim", "words.tim", start(2) + block(3, 2, [1, 2, 0x8003, 31, 0x7C00, 0xFFFF]))
+    write("tim", "bytes.tim", start(9) + block(4, 1, [0, 31, 0x3E0, 0x7FFF]) + block(2, 2, [1, 2, 3, 4]))
+    write("tim", "nibbles.tim", start(8) + block(16, 1, list(range(16))) + block(1, 2, [0x3210, 0x7654]))
+    write("tim", "no-lookup.tim", start(0) + block(1, 1, [0x3210]))
+
+
 if __name__ == "__main__":
     tga_seeds()
     ppm_seeds()
+    tim_seeds()

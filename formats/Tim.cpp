@@ -1,0 +1,129 @@
+// A TIM file is an identifier, a word of flags, a block of lookup colours when the flags say so, and a block of
+// pixels, top row first. Colours are words of 5 bits each, red in the low ones.
+#include "formats/Tim.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+#include "dib/Bytes.h"
+#include "dib/ColorTable.h"
+#include "dib/Kernels.h"
+#include "formats/CodecFrame.h"
+#include "formats/Rows.h"
+
+using formats::fail;
+
+namespace {
+
+constexpr std::uint32_t kIdentifier = 0x10;
+constexpr std::uint32_t kModeMask = 7;  // 0, 1 and 2 are pixels of 4, 8 and 16 bits; others are not handled
+constexpr std::uint32_t kHasLookup = 8;
+constexpr std::size_t kMostColors = 256;
+using ColorTable = std::array<DibBGRA, kMostColors>;
+
+// Reads fields of the file; those that it lacks are 0.
+template <std::size_t kBytes>
+std::array<unsigned char, kBytes> readFields(std::FILE* file) {
+    std::array<unsigned char, kBytes> fields{};
+    dib::readBytes(file, fields.data(), kBytes);
+    return fields;
+}
+
+// What both kinds of blocks start with; their position in the frame buffer is not kept.
+struct BlockHeader {
+    static constexpr std::size_t kBytes = 12;
+    std::uint32_t length = 0;  // bytes of the block, these included
+    unsigned width = 0;        // in words
+    unsigned height = 0;
+};
+
+BlockHeader readBlockHeader(std::FILE* file) {
+    const auto fields = readFields<BlockHeader::kBytes>(file);
+    return {dib::readLe32(&fields[0]), dib::readLe16(&fields[8]), dib::readLe16(&fields[10])};
+}
+
+void readLookup(std::FILE* file, ColorTable& colors) {
+    const off_t start = ftello(file);
+    const BlockHeader block = readBlockHeader(file);
+    const std::size_t count = std::min(std::size_t{block.width} * block.height, kMostColors);
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned word = dib::readLe16(readFields<2>(file).data());
+        colors[i] = {static_cast<std::uint8_t>(word >> 7 & 0xF8), static_cast<std::uint8_t>(word >> 2 & 0xF8),
+                     static_cast<std::uint8_t>(word << 3 & 0xF8), 0};
+    }
+    // The length decides where the pixels start, whatever the size of the table was.
+    fseeko(file, start + static_cast<off_t>(block.length), SEEK_SET);
+}
+
+// Whether the file is known to hold that many bytes more.
+bool holdsBytes(std::FILE* file, std::size_t bytes) {
+    const off_t here = ftello(file);
+    if (here < 0 || fseeko(file, 0, SEEK_END) != 0) return false;
+    const off_t end = ftello(file);
+    fseeko(file, here, SEEK_SET);
+    return end - here >= static_cast<off_t>(bytes);
+}
+
+// Pixel words of the file and of images differ by these; each is its own inverse but for the 16th bit.
+
+DIB_ALWAYS_INLINE void swapColors(std::uint16_t* words, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned word = words[i];
+        words[i] = static_cast<std::uint16_t>((word >> 10 & 31) | (word & 0x3E0) | (word & 31) << 10);
+    }
+}
+
+DIB_ALWAYS_INLINE void swapNibbles(unsigned char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[i] = static_cast<unsigned char>(bytes[i] >> 4 | bytes[i] << 4);
+    }
+}
+
+void exchangeOrder(unsigned char* row, std::size_t bytes, int bitCount) {
+    if (bitCount == 16) dib::runKernel<swapColors>(reinterpret_cast<std::uint16_t*>(row), bytes / 2);
+    if (bitCount == 4) dib::runKernel<swapNibbles>(row, bytes);
+}
+
+}  // namespace
+
+bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
+    if (dib::readLe32(readFields<4>(file).data()) != kIdentifier) return fail(image, DIB_ERROR_INVALID);
+    const std::uint32_t flags = dib::readLe32(readFields<4>(file).data());
+    const std::uint32_t mode = flags & kModeMask;
+    if (mode > 2) return fail(image, DIB_ERROR_UNSUPPORTED);
+    const int bitCount = 4 << mode;
+
+    ColorTable colors{};
+    if ((flags & kHasLookup) != 0) readLookup(file, colors);
+    const BlockHeader block = readBlockHeader(file);
+    const int width = static_cast<int>(block.width) * 16 / bitCount;
+    const int height = static_cast<int>(block.height);
+    if (!image->Create(width, height, bitCount)) return false;
+    if ((flags & kHasLookup) == 0) {
+        image->SetMonoPalette();
+    } else if (bitCount <= 8) {
+        std::copy_n(colors.begin(), dib::addressableEntries(bitCount), dib::colorTable(image->Header));
+    }
+
+    // Pixels that the file lacks are 0: it is not an error that it ends early.
+    const std::size_t rowBytes = std::size_t{block.width} * 2;
+    if (!holdsBytes(file, rowBytes * block.height) && !formats::clearPixels(image)) return false;
+    formats::RowReader rows(file, rowBytes, block.height);
+    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
+    for (int y = 0; y < height; ++y) {
+        unsigned char* row = image->ScanLine(y);
+        const std::size_t read = rows.copyNext(row);
+        if (read == 0) break;
+        exchangeOrder(row, rowBytes, bitCount);
+    }
+    return true;
+}
+
+bool LoadTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadTIM, image, callback, user);
+}
+bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadTIM, image, callback, user);
+}

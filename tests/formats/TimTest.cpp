@@ -1,0 +1,210 @@
+#include "formats/Tim.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dib/Kernels.h"
+#include "tests/formats/CodecTest.h"
+
+namespace {
+
+using namespace codec_test;
+
+ByteWriter timStart(unsigned flags) { return ByteWriter().le32(0x10).le32(flags); }
+
+// A block header whose length fits the size, plus `extra` bytes.
+ByteWriter& block(ByteWriter& out, unsigned width, unsigned height, unsigned extra = 0) {
+    return out.le32(12 + 2 * width * height + extra).le16(320).le16(8).le16(width).le16(height);
+}
+
+Bytes tim16(unsigned width, unsigned height, const std::vector<unsigned>& words) {
+    ByteWriter out = timStart(2);
+    block(out, width, height);
+    for (const unsigned word : words) out.le16(word);
+    return out.bytes;
+}
+
+// An image of 2 words by 2 rows with a lookup block of the given colours.
+Bytes timMapped(unsigned mode, const std::vector<unsigned>& colors, const Bytes& pixels) {
+    ByteWriter out = timStart(mode | 8);
+    block(out, static_cast<unsigned>(colors.size()), 1);
+    for (const unsigned color : colors) out.le16(color);
+    return block(out, 2, 2).raw(pixels).bytes;
+}
+
+std::vector<Bytes> goodFiles() {
+    return {tim16(3, 2, {1, 2, 3, 4, 5, 6}), timMapped(1, {0x7FFF, 31}, {0, 1, 0, 1, 1, 1, 0, 0}),
+            timMapped(0, {0x7FFF, 31, 1, 2}, {0x10, 0x32, 0x11, 0x33, 0, 1, 2, 3})};
+}
+
+TEST(TimLoad, WordsExchangeRedAndBlueTopRowFirst) {
+    const Loaded loaded = load(LoadTIM, tim16(2, 2, {0x001F, 0x7C00, 0x03E0, 0xFFFF}));
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.code, kUntouched);
+    DibStream& image = *loaded.image;
+    EXPECT_EQ(image.Header->biBitCount, 16);
+    EXPECT_EQ(image.Header->biHeight, 2);
+    EXPECT_EQ(testing_support::pixelValue(image, 0, 0), 0x7C00U);
+    EXPECT_EQ(testing_support::pixelValue(image, 1, 0), 0x001FU);
+    EXPECT_EQ(testing_support::pixelValue(image, 0, 1), 0x03E0U);
+    EXPECT_EQ(testing_support::pixelValue(image, 1, 1), 0x7FFFU);  // the 16th bit is dropped
+}
+
+TEST(TimLoad, EightBitsKeepTheirBytes) {
+    const Loaded loaded = load(LoadTIM, timMapped(1, {0x001F, 0xFFE1}, {1, 2, 3, 4, 5, 6, 7, 8}));
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 8);
+    EXPECT_EQ(loaded.image->Header->biWidth, 4);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{1, 2, 3, 4}));
+    EXPECT_EQ(rowBytes(*loaded.image, 1), (Bytes{5, 6, 7, 8}));
+    const Bytes header = testing_support::headerBytes(*loaded.image);
+    ASSERT_EQ(header.size(), 40U + 1024);
+    EXPECT_EQ(Bytes(header.begin() + 40, header.begin() + 52),
+              (Bytes{0, 0, 0xF8, 0, 0xF8, 0xF8, 8, 0, 0, 0, 0, 0}));
+}
+
+TEST(TimLoad, FourBitsExchangeTheirNibbles) {
+    const Loaded loaded = load(LoadTIM, timMapped(0, {1, 2, 3}, {0x21, 0x43, 0x65, 0x87, 0, 0, 0, 0xF0}));
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biBitCount, 4);
+    EXPECT_EQ(loaded.image->Header->biWidth, 8);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{0x12, 0x34, 0x56, 0x78}));
+    EXPECT_EQ(rowBytes(*loaded.image, 1), (Bytes{0, 0, 0, 0x0F}));
+    EXPECT_EQ(testing_support::headerBytes(*loaded.image).size(), 40U + 64);
+}
+
+TEST(TimLoad, LookupBlocksAreLeftByTheirLength) {
+    // A longer block than its colours need, and one of more colours than a table holds.
+    ByteWriter padded = timStart(9);
+    block(padded, 1, 1, 6).le16(31).raw({9, 9, 9, 9, 9, 9});
+    const Loaded loaded = load(LoadTIM, block(padded, 1, 1).raw({1, 2}).bytes);
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{1, 2}));
+
+    ByteWriter large = timStart(9);
+    block(large, 256, 2);
+    for (unsigned i = 0; i < 512; ++i) large.le16(i);
+    const Loaded cut = load(LoadTIM, block(large, 1, 1).raw({3, 4}).bytes);
+    ASSERT_TRUE(cut.result);
+    EXPECT_EQ(rowBytes(*cut.image, 0), (Bytes{3, 4}));
+    EXPECT_EQ(testing_support::headerBytes(*cut.image)[40 + 4 * 255 + 2], 0xF8);
+}
+
+TEST(TimLoad, LookupBlockBesideWordsIsSkipped) {
+    ByteWriter out = timStart(2 | 8);
+    block(out, 2, 1).le16(1).le16(2);
+    const Loaded loaded = load(LoadTIM, block(out, 1, 1).le16(0x1F).bytes);
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(testing_support::pixelValue(*loaded.image, 0, 0), 0x7C00U);
+}
+
+TEST(TimLoad, WithoutLookupTheTableIsGrey) {
+    for (const unsigned mode : {0U, 1U}) {
+        ByteWriter out = timStart(mode);
+        const Loaded loaded = load(LoadTIM, block(out, 1, 1).raw({1, 2}).bytes);
+        ASSERT_TRUE(loaded.result);
+        const Bytes header = testing_support::headerBytes(*loaded.image);
+        EXPECT_EQ(header[40 + 4 * 3 + 1], mode == 0 ? 51 : 3);
+    }
+}
+
+TEST(TimLoad, FailureTable) {
+    DibStream image;
+    EXPECT_FALSE(LoadTIM("/nonexistent/file.tim", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, 3);
+    image.ErrorCode = 0;
+    EXPECT_FALSE(LoadTIM(L"/nonexistent/file.tim", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, 3);
+    EXPECT_EQ(load(LoadTIM, {}).code, 6);
+    EXPECT_EQ(load(LoadTIM, {0x10, 1, 0, 0, 2, 0, 0, 0}).code, 6);
+    for (const unsigned mode : {3U, 4U, 5U, 6U, 7U, 15U}) {
+        const Loaded loaded = load(LoadTIM, timStart(mode).fill(100, 1).bytes);
+        EXPECT_FALSE(loaded.result);
+        EXPECT_EQ(loaded.code, 7) << mode;
+    }
+    EXPECT_EQ(load(LoadTIM, tim16(0, 2, {})).code, 2);
+    EXPECT_EQ(load(LoadTIM, tim16(2, 0, {})).code, 2);
+}
+
+TEST(TimLoad, EveryTruncationIsReadWithZeros) {
+    for (const Bytes& file : goodFiles()) {
+        const Loaded whole = load(LoadTIM, file);
+        ASSERT_TRUE(whole.result);
+        forEveryTruncation(file, [&](const Bytes& cut, std::size_t length) {
+            const Loaded loaded = load(LoadTIM, cut);
+            EXPECT_EQ(loaded.result, loaded.image->Header != nullptr) << length;
+            if (!loaded.result) return;
+            Bytes padded = cut;
+            padded.resize(file.size());
+            EXPECT_TRUE(testing_support::sameImage(*loaded.image, *load(LoadTIM, padded).image)) << length;
+        });
+    }
+}
+
+TEST(TimLoad, EnormousEmptyFilesReturnAtOnce) {
+    ByteWriter out = timStart(2);
+    out.le32(20).le16(0).le16(0).le16(65535).le16(16000);
+    ASSERT_EQ(out.bytes.size(), 20U);
+    testing_support::resetLargestAllocation();
+    const Loaded loaded = load(LoadTIM, out.bytes);
+    EXPECT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biWidth, 65535);
+    EXPECT_EQ(loaded.image->ScanLine(8000)[77], 0);
+    EXPECT_LE(testing_support::largestAllocation(), 65536ULL * 2 * 16000);
+    out.bytes[18] = 0xFF;
+    out.bytes[19] = 0xFF;
+    EXPECT_EQ(load(LoadTIM, out.bytes).code, 2);
+}
+
+TEST(TimLoad, EveryHeaderByteAtItsExtremes) {
+    for (const Bytes& file : goodFiles()) {
+        for (std::size_t at = 0; at < std::min(file.size(), std::size_t{36}); ++at) {
+            for (const unsigned value : {0x00U, 0x01U, 0x7FU, 0x80U, 0xFFU}) {
+                Bytes bytes = file;
+                bytes[at] = static_cast<unsigned char>(value);
+                const Loaded loaded = load(LoadTIM, bytes);
+                EXPECT_EQ(loaded.result, loaded.image->Header != nullptr) << at << " = " << value;
+            }
+        }
+    }
+}
+
+TEST(TimLoad, EveryFailingAllocation) {
+    for (const Bytes& bytes : goodFiles()) {
+        DibStream* image = nullptr;
+        bool loaded = false;
+        dib::FilePtr file;
+        const int failures = testing_support::forEachFailingAllocation(
+            [&] {
+                image = new DibStream;
+                file = testing_support::openBytes(bytes);
+            },
+            [&] { loaded = LoadTIM(file.get(), image, nullptr, nullptr); },
+            [&](bool failureMet) {
+                EXPECT_EQ(loaded, !failureMet);
+                EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
+                image->Release();
+                file.reset();
+            });
+        EXPECT_EQ(failures, 3);
+    }
+}
+
+TEST(TimLoad, EveryKernelLevelReadsTheSame) {
+    testing_support::Random random(3);
+    std::vector<unsigned> words(131 * 3);
+    for (unsigned& word : words) word = random.next() & 0xFFFF;
+    const Bytes bytes = tim16(131, 3, words);
+    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+        dib::limitKernelLevel(level);
+        const Loaded loaded = load(LoadTIM, bytes);
+        ASSERT_TRUE(loaded.result);
+        for (int i = 0; i < 131 * 3; ++i) {
+            const unsigned word = words[static_cast<std::size_t>(i)];
+            const unsigned expected = (word & 31) << 10 | (word & 0x3E0) | (word >> 10 & 31);
+            ASSERT_EQ(testing_support::pixelValue(*loaded.image, i % 131, i / 131), expected) << i;
+        }
+    }
+}
+
+}  // namespace
