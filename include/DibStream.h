@@ -306,18 +306,62 @@ public:
     /// @}
 
     /// @name Colour depth
+    ///
+    /// Conversions between the six depths, in place: width and signed height stay, both blocks are replaced
+    /// by owned ones with a 40-byte header. Converting to the present depth rebuilds the image all the same.
+    ///
+    /// Sources are read so: 16 bits as 5-5-5 words with blue in the low bits, each value v becoming the byte
+    /// v << 3; indices through the table at `Header` + `biSize`; alpha is 255 unless the source has 32 bits.
+    /// Grey is (37 blue + 146 green + 73 red) >> 8. Rows are processed in buffer order; fill bytes of the
+    /// result are 0.
+    ///
+    /// All return false without a code when there is no header, no pixels or the source depth is none of the
+    /// six; false with `ErrorCode` 2 and the image unchanged when the new pixels or working memory cannot be
+    /// had, or the size is inadmissible; false with `ErrorCode` 2 and the image empty when that happens to
+    /// the new image behind them (a picture without rows included). Memory beside source and result: a few
+    /// rows, but for the median cut, which also holds 3 bytes and up to 10 more per pixel.
     /// @{
+
+    /// Converts to `bitCount` by the method of that depth, passing the flags on.
+    /// @return False, with nothing changed, at any other depth or without a pixel block.
     bool ChangeBpp(int bitCount, unsigned int flags);
+    /// To black and white by error diffusion of the grey values (weights of Stucki); the flags are ignored.
     bool ChangeTo1Bit(unsigned int flags);
+    /// To 16 greys, grey >> 4 with table entries 17 i; with `DIB_MEDIAN_CUT` in the low 16 bits:
+    /// `MedianCut4`.
     bool ChangeTo4Bit(unsigned int flags);
+    /// To 256 greys. With `DIB_MEDIAN_CUT` in the low 16 bits: `MedianCut8`. With `DIB_DITHER`: ordered
+    /// dither (8 x 8) to a cube of 6 x 6 x 6 colours, entry 36 b + 6 g + r = (51 b, 51 g, 51 r); entries 216
+    /// to 255 stay grey.
     bool ChangeTo8Bit(unsigned int flags);
+    /// To 5-5-5 words with bit 15 clear, by truncation. With `DIB_DITHER` in the low 16 bits the three bits
+    /// that a channel loses are added to the next pixel, from the last pixel of a row on to the first of the
+    /// next.
     bool ChangeTo16Bit(unsigned int flags);
+    /// To blue, green, red bytes; the flags are ignored.
     bool ChangeTo24Bit(unsigned int flags);
+    /// To blue, green, red, alpha bytes; the flags are ignored. The image is unchanged after every failure.
     bool ChangeTo32Bit(unsigned int flags);
+    /// To 4 bits with a palette of up to 16 colours by median cut (DibMedian.h); unused entries are zero. The
+    /// flags have no effect.
     bool MedianCut4(unsigned int flags);
+    /// To 8 bits with a palette of up to 256 colours by median cut (DibMedian.h); unused entries are zero.
+    /// @param flags Usually 0 or the selector alone. Bits 16 to 23 are a limit of colours taken where they
+    /// stand, so
+    ///              any value there means more than 65535 and lets the quantizer make all of its 260 boxes.
+    ///              Entries are the first 256 of them; pixels of the others get the entry nearest to the
+    ///              centre of their box by the sum of squared channel differences, the first among equals.
     bool MedianCut8(unsigned int flags);
+
+    /// The pixels as one grey byte each, rows in buffer order without fill bytes. The caller frees the block
+    /// with `free`; the image is unchanged.
+    /// @return Null with `ErrorCode` 2 when memory is short or the size inadmissible; null without a code
+    /// when there
+    ///         is no header, no pixels or the depth is none of the six.
     unsigned char* Create8Bit();
+    /// The same as `DibBGR` pixels of 3 bytes.
     unsigned char* Create24Bit();
+    /// The same as `DibBGRA` pixels of 4 bytes.
     unsigned char* Create32Bit();
     /// @}
 

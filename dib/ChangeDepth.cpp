@@ -1,0 +1,223 @@
+#include "dib/ChangeDepth.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dib/ColorTable.h"
+#include "dib/MedianLookup.h"
+#include "dib/PixelKernels.h"
+
+namespace dib {
+
+DepthChange::DepthChange(DibStream& image, int bitCount)
+    : image_(image), bitCount_(bitCount), source_(image) {
+    if (!source_.readable()) return;
+    size_ = admitSize(image.Header->biWidth, image.Header->biHeight, bitCount);
+    if (size_.admitted) pixels_ = allocateImageBlock(size_.imageBytes);
+    if (pixels_ == nullptr) {
+        image.ErrorCode = DIB_ERROR_MEMORY;
+        return;
+    }
+    // Fill bytes are part of the block: they are the same on every run. Only the last word of a row has any.
+    if (size_.rowBytes == 0) return;
+    for (std::size_t y = 0; y < size_.rows; ++y) std::memset(row(y) + size_.rowBytes - 4, 0, 4);
+}
+
+bool DepthChange::finish() {
+    const std::int32_t width = image_.Header->biWidth;
+    const std::int32_t height = image_.Header->biHeight;
+    MallocPtr<BITMAPINFOHEADER> header;
+    if (size_.imageBytes > 0) header.reset(image_.CreateHeader(width, height, bitCount_));
+    if (header == nullptr) {
+        image_.Clear();
+        image_.ErrorCode = DIB_ERROR_MEMORY;
+        return false;
+    }
+    return image_.SetDib(header.release(), kOwned, pixels_.release(), kOwned);
+}
+
+void packNibbles(const std::uint8_t* values, std::uint8_t* to, std::size_t count) {
+    for (std::size_t i = 0; i < count / 2; ++i) {
+        to[i] = static_cast<std::uint8_t>(values[2 * i] << 4 | values[2 * i + 1]);
+    }
+    if (count % 2 != 0) to[count / 2] = static_cast<std::uint8_t>(values[count - 1] << 4);
+}
+
+}  // namespace dib
+
+using dib::DepthChange;
+using dib::forEachStrip;
+using dib::kStripPixels;
+
+namespace {
+
+unsigned int selector(unsigned int flags) { return flags & 0xFFFF; }
+
+bool changeToDitheredCube(DibStream& image) {
+    DepthChange change(image, 8);
+    if (!change.started()) return false;
+    std::uint8_t scratch[kStripPixels * 3];
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            const std::uint8_t* bgr = change.source().bgr(row, x, count, scratch);
+            dib::ditherToCube(bgr, change.row(row) + x, count, row);
+        });
+    }
+    if (!change.finish()) return false;
+    // Entries beyond the cube keep the grey ramp of a new image.
+    DibBGRA* table = dib::colorTable(image.Header);
+    for (unsigned int i = 0; i < dib::kCubeColors; ++i) table[i] = dib::cubeColor(i);
+    return true;
+}
+
+// A palette of the picture's own. The boxes may outnumber the entries when more colours are asked for.
+bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
+    dib::MallocPtr<unsigned char> pixels(image.Create24Bit());
+    if (pixels == nullptr) return false;
+    const std::int32_t height = image.Header->biHeight;
+    const auto width = static_cast<std::size_t>(image.Header->biWidth);
+    const auto rows = static_cast<std::size_t>(dib::rowCount(height));
+
+    dibmedian::mediancut quantizer;
+    const bool divided = quantizer.execute(reinterpret_cast<DibBGR*>(pixels.get()), image.Header->biWidth,
+                                           static_cast<int>(rows), colorLimit);
+    dib::MedianLookup lookup(quantizer, width * rows);
+    if (!divided || !lookup.ready()) {
+        image.ErrorCode = DIB_ERROR_MEMORY;
+        return false;
+    }
+    if (!image.Create(image.Header->biWidth, height, bitCount)) return false;
+
+    const std::size_t entries = dib::addressableEntries(bitCount);
+    DibBGRA* table = dib::colorTable(image.Header);
+    for (std::size_t i = 0; i < entries; ++i) {
+        const bool used = i < static_cast<std::size_t>(quantizer.boxCount);
+        table[i] = used ? dib::boxCentre(quantizer.boxes[i].info) : DibBGRA{};
+    }
+    const std::size_t rowBytes = image.GetPitch();
+    std::uint8_t strip[kStripPixels];
+    for (std::size_t row = 0; row < rows; ++row) {
+        unsigned char* to = image.Buffer + row * rowBytes;
+        std::memset(to + rowBytes - 4, 0, 4);
+        forEachStrip(width, [&](std::size_t x, std::size_t count) {
+            const std::uint8_t* bgr = pixels.get() + 3 * (row * width + x);
+            lookup.map(bgr, bitCount == 8 ? to + x : strip, count);
+            if (bitCount == 4) dib::packNibbles(strip, to + x / 2, count);
+        });
+    }
+    return true;
+}
+
+}  // namespace
+
+bool DibStream::ChangeBpp(int bitCount, unsigned int flags) {
+    if (Buffer == nullptr) return false;
+    switch (bitCount) {
+        case 1: return ChangeTo1Bit(flags);
+        case 4: return ChangeTo4Bit(flags);
+        case 8: return ChangeTo8Bit(flags);
+        case 16: return ChangeTo16Bit(flags);
+        case 24: return ChangeTo24Bit(flags);
+        case 32: return ChangeTo32Bit(flags);
+        default: return false;
+    }
+}
+
+bool DibStream::ChangeTo1Bit(unsigned int) {
+    DepthChange change(*this, 1);
+    if (!change.started()) return false;
+    dib::ErrorDiffusion diffusion(change.width());
+    if (!diffusion.ready()) {
+        ErrorCode = DIB_ERROR_MEMORY;
+        return false;
+    }
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().readGrey(row, x, count, diffusion.grey() + x);
+        });
+        diffusion.diffuse(change.row(row));
+    }
+    return change.finish();
+}
+
+bool DibStream::ChangeTo4Bit(unsigned int flags) {
+    if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut4(flags);
+    DepthChange change(*this, 4);
+    if (!change.started()) return false;
+    std::uint8_t grey[kStripPixels];
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().readGrey(row, x, count, grey);
+            for (std::size_t i = 0; i < count; ++i) grey[i] >>= 4;
+            dib::packNibbles(grey, change.row(row) + x / 2, count);
+        });
+    }
+    if (!change.finish()) return false;
+    SetMonoPalette();
+    return true;
+}
+
+bool DibStream::ChangeTo8Bit(unsigned int flags) {
+    if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut8(flags);
+    if (selector(flags) == DIB_DITHER) return changeToDitheredCube(*this);
+    DepthChange change(*this, 8);
+    if (!change.started()) return false;
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().readGrey(row, x, count, change.row(row) + x);
+        });
+    }
+    return change.finish();
+}
+
+bool DibStream::ChangeTo16Bit(unsigned int flags) {
+    DepthChange change(*this, 16);
+    if (!change.started()) return false;
+    std::uint8_t scratch[kStripPixels * 3];
+    dib::RemainderCarry carry;
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        auto* words = reinterpret_cast<std::uint16_t*>(change.row(row));
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            const std::uint8_t* bgr = change.source().bgr(row, x, count, scratch);
+            if (selector(flags) == DIB_DITHER) {
+                dib::carryToWords(bgr, words + x, count, carry);
+            } else {
+                dib::runKernel<dib::bgrToWords>(bgr, words + x, count);
+            }
+        });
+    }
+    return change.finish();
+}
+
+bool DibStream::ChangeTo24Bit(unsigned int) {
+    DepthChange change(*this, 24);
+    if (!change.started()) return false;
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().readBgr(row, x, count, change.row(row) + 3 * x);
+        });
+    }
+    return change.finish();
+}
+
+bool DibStream::ChangeTo32Bit(unsigned int) {
+    dib::MallocPtr<unsigned char> pixels(Create32Bit());
+    if (pixels == nullptr) return false;
+    // Packed rows already have the pitch of this depth. Unlike the other conversions this one keeps the old
+    // image when there is no memory for the header.
+    BITMAPINFOHEADER* header = CreateHeader(Header->biWidth, Header->biHeight, 32);
+    return header != nullptr && SetDib(header, dib::kOwned, pixels.release(), dib::kOwned);
+}
+
+// The limit is taken from bits 16 to 23 where they stand, so any limit given there is far above the
+// quantizer's table and means as many boxes as that holds. At 4 bits such a limit can never be below 16 and
+// so is never used. Callers pass the selector alone.
+bool DibStream::MedianCut8(unsigned int flags) {
+    const unsigned int limit = flags & 0xFF0000;
+    return changeToMedianCut(*this, 8, limit != 0 ? static_cast<int>(limit) : 256);
+}
+
+bool DibStream::MedianCut4(unsigned int flags) {
+    const unsigned int limit = flags & 0xFF0000;
+    return changeToMedianCut(*this, 4, limit != 0 && limit < 16 ? static_cast<int>(limit) : 16);
+}

@@ -1,0 +1,86 @@
+// The frame of every depth conversion: new pixels are made beside the old ones and then take their place.
+#ifndef DIB_CHANGE_DEPTH_H
+#define DIB_CHANGE_DEPTH_H
+
+#include <DibStream.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+#include "dib/PixelReader.h"
+
+namespace dib {
+
+// A conversion in progress: reads the image and owns the pixel block that will replace the old one.
+class DepthChange {
+public:
+    DepthChange(DibStream& image, int bitCount);
+
+    // False when the source cannot be read or memory is short; the image is unchanged.
+    bool started() const { return pixels_ != nullptr; }
+
+    const PixelReader& source() const { return source_; }
+    std::size_t width() const { return source_.width(); }
+    std::size_t rows() const { return source_.rows(); }
+    unsigned char* row(std::size_t bufferRow) { return pixels_.get() + bufferRow * size_.rowBytes; }
+
+    // Installs the new pixels behind a fresh header with the table of `DibStream::Create`. On failure the
+    // image is left empty, as by `Create`.
+    bool finish();
+
+private:
+    DibStream& image_;
+    int bitCount_;
+    PixelReader source_;
+    ImageSize size_;
+    MallocPtr<unsigned char> pixels_;
+};
+
+// Two 4-bit values a byte, the left one in the high nibble; after an odd count the low nibble is 0.
+void packNibbles(const std::uint8_t* values, std::uint8_t* to, std::size_t count);
+
+// Ordered dither of 24-bit pixels, which start at a column divisible by 8, to indices of the colour cube.
+constexpr unsigned int kCubeColors = 216;
+DibBGRA cubeColor(unsigned int index);
+void ditherToCube(const std::uint8_t* bgr, std::uint8_t* to, std::size_t count, std::size_t bufferRow);
+
+// 5-5-5 words that hand each channel's dropped bits on to the next pixel; the carries outlive the rows.
+struct RemainderCarry {
+    unsigned int blue = 0;
+    unsigned int green = 0;
+    unsigned int red = 0;
+};
+void carryToWords(const std::uint8_t* bgr, std::uint16_t* to, std::size_t count, RemainderCarry& carry);
+
+// Error diffusion of grey rows to bits, one buffer row after the other.
+class ErrorDiffusion {
+public:
+    explicit ErrorDiffusion(std::size_t width);
+    bool ready() const { return block_ != nullptr; }
+
+    // Where the grey bytes of the next row are to be put before `diffuse`.
+    std::uint8_t* grey() { return grey_; }
+    void diffuse(std::uint8_t* bits);
+
+private:
+    // The errors of a row and, beside them, the remainders that it hands to the row after the next. Both have
+    // two zeros before the first and after the last column.
+    struct Row {
+        std::int32_t* error;
+        std::int32_t* remainder;
+    };
+
+    std::size_t width_;
+    MallocPtr<std::int32_t> block_;
+    Row current_{};
+    Row above_{};
+    Row twoAbove_{};
+    std::int32_t* incoming_ = nullptr;
+    std::uint8_t* grey_ = nullptr;
+};
+
+}  // namespace dib
+
+#endif

@@ -1,0 +1,132 @@
+#include "dib/ColorCloud.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "dib/PixelKernels.h"
+#include "dib/PixelReader.h"
+
+namespace dib {
+
+namespace {
+
+// Pixels are first sorted by the five high bits of their channels; what is left of a colour is nine bits.
+constexpr std::size_t kCells = 32768;
+constexpr std::size_t kColorsPerCell = 512;
+
+// The 24-bit colour of a cell and its low bits, both with blue lowest.
+constexpr std::uint32_t colorOf(std::uint32_t cell, std::uint32_t low) {
+    const std::uint32_t blue = (cell & 31) << 3 | (low & 7);
+    const std::uint32_t green = (cell >> 5 & 31) << 3 | (low >> 3 & 7);
+    const std::uint32_t red = (cell >> 10) << 3 | low >> 6;
+    return blue | green << 8 | red << 16;
+}
+
+}  // namespace
+
+bool ColorCloud::collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges) {
+    ranges_ = allocateArray<ColorRange>(maxRanges);
+    colors_ = allocateArray<CountedColor>(std::min(pixels, kCells * kColorsPerCell) + 1);
+    if (ranges_ == nullptr || colors_ == nullptr || !sortIntoCells(bgr, pixels)) return false;
+
+    ranges_[0].begin = 0;
+    ranges_[0].end = colorCount_;
+    fillHistogram(ranges_[0]);
+    rangeCount_ = 1;
+    return true;
+}
+
+bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
+    // Where each cell starts: the counts of the cells before it.
+    auto next = allocateZeroed<std::uint32_t>(kCells + 1);
+    auto sorted = allocateArray<std::uint16_t>(pixels + 1);
+    if (next == nullptr || sorted == nullptr) return false;
+
+    std::uint16_t cells[kStripPixels];
+    std::uint16_t lows[kStripPixels];
+    forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
+        runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), count);
+        for (std::size_t i = 0; i < count; ++i) ++next[cells[i] + 1U];
+    });
+    for (std::size_t cell = 0; cell < kCells; ++cell) next[cell + 1] += next[cell];
+    forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
+        runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), count);
+        runKernel<bgrToLowBits>(bgr + 3 * start, static_cast<std::uint16_t*>(lows), count);
+        for (std::size_t i = 0; i < count; ++i) sorted[next[cells[i]]++] = lows[i];
+    });
+
+    // By now each entry of `next` is the end of its cell, which is where the cell after it starts.
+    std::uint32_t begin = 0;
+    for (std::uint32_t cell = 0; cell < kCells; ++cell) {
+        const std::uint32_t end = next[cell];
+        if (end > begin) countCell(cell, sorted.get() + begin, end - begin);
+        begin = end;
+    }
+    return true;
+}
+
+void ColorCloud::countCell(std::uint32_t cell, const std::uint16_t* lowBits, std::size_t pixels) {
+    // A bit per colour that occurs, so that only the counts in use are set and read.
+    std::uint64_t occurs[kColorsPerCell / 64] = {};
+    std::uint32_t counts[kColorsPerCell];
+    if (pixels > kColorsPerCell / 8) {
+        std::memset(counts, 0, sizeof counts);
+        for (std::size_t i = 0; i < pixels; ++i) {
+            occurs[lowBits[i] >> 6] |= std::uint64_t{1} << (lowBits[i] & 63);
+            ++counts[lowBits[i]];
+        }
+    } else {
+        for (std::size_t i = 0; i < pixels; ++i) {
+            occurs[lowBits[i] >> 6] |= std::uint64_t{1} << (lowBits[i] & 63);
+            counts[lowBits[i]] = 0;
+        }
+        for (std::size_t i = 0; i < pixels; ++i) ++counts[lowBits[i]];
+    }
+    for (std::uint32_t word = 0; word < std::size(occurs); ++word) {
+        for (std::uint64_t bits = occurs[word]; bits != 0; bits &= bits - 1) {
+            const std::uint32_t low = 64 * word + static_cast<std::uint32_t>(std::countr_zero(bits));
+            colors_[colorCount_++] = {colorOf(cell, low), counts[low]};
+        }
+    }
+}
+
+void ColorCloud::fillHistogram(ColorRange& range) const {
+    std::memset(range.pixels, 0, sizeof range.pixels);
+    for (std::uint32_t i = range.begin; i < range.end; ++i) {
+        const CountedColor entry = colors_[i];
+        for (int axis = 0; axis < 3; ++axis) range.pixels[axis][component(entry.color, axis)] += entry.pixels;
+    }
+}
+
+int ColorCloud::split(int number, int axis, std::uint32_t cut) {
+    ColorRange& low = ranges_[static_cast<std::size_t>(number)];
+    ColorRange& high = ranges_[static_cast<std::size_t>(rangeCount_)];
+
+    // Colours of the lower half are exchanged to the front; without a branch, since a median cut is a coin
+    // toss.
+    CountedColor* const colors = colors_.get();
+    std::uint32_t middle = low.begin;
+    for (std::uint32_t i = low.begin; i < low.end; ++i) {
+        const CountedColor entry = colors[i];
+        colors[i] = colors[middle];
+        colors[middle] = entry;
+        middle += component(entry.color, axis) < cut ? 1U : 0U;
+    }
+    high.begin = middle;
+    high.end = low.end;
+    low.end = middle;
+
+    // Counting the smaller half is enough: the other is what remains of the whole.
+    const bool countLow = low.end - low.begin < high.end - high.begin;
+    ColorRange whole = low;
+    fillHistogram(countLow ? low : high);
+    const ColorRange& counted = countLow ? low : high;
+    ColorRange& other = countLow ? high : low;
+    for (int a = 0; a < 3; ++a) {
+        for (int i = 0; i < 256; ++i) other.pixels[a][i] = whole.pixels[a][i] - counted.pixels[a][i];
+    }
+    return rangeCount_++;
+}
+
+}  // namespace dib

@@ -1,0 +1,170 @@
+// The three dithers: ordered to a colour cube, error diffusion to black and white, and the carried remainder.
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "dib/ChangeDepth.h"
+#include "dib/Kernels.h"
+
+namespace dib {
+
+namespace {
+
+// Thresholds 0 to 50, of which row x and column y belong to the pixels with x and y modulo 8.
+constexpr std::uint8_t kHalftone8x8[8][8] = {
+    {0, 38, 9, 47, 2, 40, 11, 50},    {25, 12, 35, 22, 27, 15, 37, 24}, {6, 44, 3, 41, 8, 47, 5, 43},
+    {31, 19, 28, 15, 34, 21, 31, 18}, {1, 39, 11, 49, 0, 39, 10, 48},   {27, 14, 36, 23, 26, 13, 35, 23},
+    {7, 46, 4, 43, 7, 45, 3, 42},     {33, 20, 30, 17, 32, 19, 29, 16},
+};
+
+// The cube has six levels 51 apart.
+constexpr unsigned int kLevelStep = 51;
+
+// x / 51 for the sums that occur (up to 305): 1286 / 65536 exceeds 1 / 51 by so little that the quotient
+// never rounds up.
+constexpr std::uint16_t divideBy51(unsigned int x) { return static_cast<std::uint16_t>(x * 1286U >> 16); }
+constexpr bool divisionHolds() {
+    for (unsigned int x = 0; x <= 255 + 50; ++x) {
+        if (divideBy51(x) != x / kLevelStep) return false;
+    }
+    return true;
+}
+static_assert(divisionHolds());
+
+// A channel c is raised to the next level when its threshold is below c mod 51, which is to say that the
+// level is (c + 50 - threshold) / 51: one division instead of a quotient, a remainder and a comparison.
+DIB_ALWAYS_INLINE void ditherKernel(const std::uint8_t* __restrict bgr, std::uint8_t* __restrict to,
+                                    std::size_t count, const std::uint16_t* __restrict raise) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint16_t blue = divideBy51(static_cast<std::uint16_t>(bgr[3 * i] + raise[i]));
+        const std::uint16_t green = divideBy51(static_cast<std::uint16_t>(bgr[3 * i + 1] + raise[i]));
+        const std::uint16_t red = divideBy51(static_cast<std::uint16_t>(bgr[3 * i + 2] + raise[i]));
+        to[i] = static_cast<std::uint8_t>(red + 6 * green + 36 * blue);
+    }
+}
+
+}  // namespace
+
+DibBGRA cubeColor(unsigned int index) {
+    const auto level = [](unsigned int step) { return static_cast<std::uint8_t>(step % 6 * kLevelStep); };
+    return {level(index / 36), level(index / 6), level(index), 0};
+}
+
+void ditherToCube(const std::uint8_t* bgr, std::uint8_t* to, std::size_t count, std::size_t bufferRow) {
+    std::uint16_t raise[kStripPixels];
+    for (std::size_t i = 0; i < 8; ++i) {
+        raise[i] = static_cast<std::uint16_t>(kLevelStep - 1 - kHalftone8x8[i][bufferRow % 8]);
+    }
+    for (std::size_t i = 8; i < count; i += 8) std::memcpy(raise + i, raise, 8 * sizeof raise[0]);
+    runKernel<ditherKernel>(bgr, to, count, static_cast<const std::uint16_t*>(raise));
+}
+
+void carryToWords(const std::uint8_t* bgr, std::uint16_t* to, std::size_t count, RemainderCarry& carry) {
+    const auto next = [](unsigned int value, unsigned int& carried) {
+        const unsigned int sum = std::min(value + carried, 255U);
+        carried = sum & 7U;
+        return sum >> 3;
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned int blue = next(bgr[3 * i], carry.blue);
+        const unsigned int green = next(bgr[3 * i + 1], carry.green);
+        const unsigned int red = next(bgr[3 * i + 2], carry.red);
+        to[i] = static_cast<std::uint16_t>(red << 10 | green << 5 | blue);
+    }
+}
+
+// Error diffusion with the weights of Stucki, in 42nds:
+//
+//                  *   8   4
+//          2   4   8   4   2
+//          1   2   4   2   1
+//
+// The last weight, two rows down and two to the right, is not a share of its own: it gets whatever the shares
+// given inside the picture and the division by 42 left over. At the left edge, where shares have nowhere to
+// go, that is more than 1/42.
+//
+// Instead of scattering its error to twelve places, each row keeps its errors, and the sums that arrive from
+// the two rows above are gathered for a whole row at once. Only what comes from the left is summed pixel by
+// pixel.
+
+namespace {
+
+constexpr std::size_t kMargin = 2;
+
+DIB_ALWAYS_INLINE void gatherKernel(const std::int32_t* __restrict above,
+                                    const std::int32_t* __restrict twoAbove,
+                                    const std::int32_t* __restrict remainder,
+                                    std::int32_t* __restrict incoming, std::size_t width) {
+    for (std::size_t x = 0; x < width; ++x) {
+        // Column x of the picture is element x + 2 of the rows with margins.
+        incoming[x] = 2 * (above[x] + above[x + 4]) + 4 * (above[x + 1] + above[x + 3]) + 8 * above[x + 2] +
+                      2 * (twoAbove[x + 1] + twoAbove[x + 3]) + 4 * twoAbove[x + 2] + twoAbove[x + 4] +
+                      remainder[x];
+    }
+}
+
+// The state that runs along a row: the errors of the last two pixels.
+struct Trail {
+    std::int32_t last = 0;
+    std::int32_t beforeLast = 0;
+};
+
+// Whether a pixel is white is decided on the scaled sum, beside the division and not after it: with k = 128 -
+// grey, grey + sum / 42 >= 128 holds from sum = 42 k on, or, where truncation rounds up, from 42 k - 41 on.
+constexpr std::int32_t whiteFrom(std::int32_t grey) {
+    const std::int32_t k = 128 - grey;
+    return k > 0 ? 42 * k : 42 * k - 41;
+}
+
+inline unsigned int diffusePixel(std::int32_t grey, std::int32_t incoming, Trail& trail, std::int32_t& error,
+                                 std::int32_t& remainder) {
+    const std::int32_t sum = incoming + 4 * trail.beforeLast + 8 * trail.last;
+    const bool white = sum >= whiteFrom(grey);
+    const std::int32_t quotient = sum / 42;
+    error = (white ? grey - 255 : grey) + quotient;
+    remainder = error + (sum - 42 * quotient);
+    trail = {error, trail.last};
+    return white ? 1U : 0U;
+}
+
+}  // namespace
+
+ErrorDiffusion::ErrorDiffusion(std::size_t width) : width_(width) {
+    const std::size_t rowLength = width + 2 * kMargin;
+    const std::size_t greyLength = width / sizeof(std::int32_t) + 1;
+    block_ = allocateZeroed<std::int32_t>(6 * rowLength + width + greyLength);
+    if (block_ == nullptr) return;
+    std::int32_t* next = block_.get();
+    for (Row* row : {&current_, &above_, &twoAbove_}) {
+        *row = {next, next + rowLength};
+        next += 2 * rowLength;
+    }
+    incoming_ = next;
+    grey_ = reinterpret_cast<std::uint8_t*>(incoming_ + width);
+}
+
+void ErrorDiffusion::diffuse(std::uint8_t* bits) {
+    runKernel<gatherKernel>(static_cast<const std::int32_t*>(above_.error),
+                            static_cast<const std::int32_t*>(twoAbove_.error),
+                            static_cast<const std::int32_t*>(twoAbove_.remainder), incoming_, width_);
+
+    Trail trail;
+    std::int32_t* error = current_.error + kMargin;
+    std::int32_t* remainder = current_.remainder + kMargin;
+    for (std::size_t x = 0; x < width_; x += 8) {
+        const std::size_t count = std::min<std::size_t>(8, width_ - x);
+        unsigned int byte = 0;
+        for (std::size_t i = x; i < x + count; ++i) {
+            byte = 2 * byte + diffusePixel(grey_[i], incoming_[i], trail, error[i], remainder[i]);
+        }
+        bits[x / 8] = static_cast<std::uint8_t>(byte << (8 - count));
+    }
+    // The first two columns could not give 2 + 4 + 1 + 2 and 2 + 1 shares to their left.
+    if (width_ > 0) remainder[0] += 9 * error[0];
+    if (width_ > 1) remainder[1] += 3 * error[1];
+
+    std::swap(twoAbove_, above_);
+    std::swap(above_, current_);
+}
+
+}  // namespace dib
