@@ -1,0 +1,320 @@
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/tools/Program.h"
+#include "tools/Chain.h"
+#include "tools/Failure.h"
+
+namespace tool_test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+using RunCommand = ToolTest;
+
+const Names kOnlyInput = {"in.bmp"};
+const Names kInputAndOutput = {"in.bmp", "out.bmp"};
+
+TEST_F(RunCommand, AppliesOperationsFromLeftToRight) {
+    const Result result = run({"run", "in.bmp", "bpp:4", "bpp:24", "out.bmp"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "");
+    ASSERT_TRUE(picture_.ChangeBpp(4, 0));
+    ASSERT_TRUE(picture_.ChangeBpp(24, 0));
+    EXPECT_EQ(readFile("out.bmp"), bmpBytes(picture_));
+    EXPECT_EQ(filesHere(), kInputAndOutput);
+}
+
+TEST_F(RunCommand, WithoutOperationsConverts) {
+    EXPECT_EQ(run({"run", "in.bmp", "out.bmp"}).exitCode, 0);
+    EXPECT_EQ(readFile("out.bmp"), readFile("in.bmp"));
+}
+
+TEST_F(RunCommand, EveryMethodIsTheLibrarys) {
+    const struct {
+        const char* operation;
+        int bitCount;
+        unsigned int flags;
+    } kCases[] = {
+        {"bpp:1", 1, 0},
+        {"bpp:1,method=diffuse", 1, 0},
+        {"bpp:4", 4, 0},
+        {"bpp:4,method=grey", 4, 0},
+        {"bpp:4,median", 4, DIB_MEDIAN_CUT},
+        {"bpp:8", 8, 0},
+        {"bpp:8,method=dither", 8, DIB_DITHER},
+        {"bpp:8,method=median", 8, DIB_MEDIAN_CUT},
+        {"bpp:method=median,8", 8, DIB_MEDIAN_CUT},
+        {"bpp:method=median,depth=8", 8, DIB_MEDIAN_CUT},
+        {"bpp:16", 16, 0},
+        {"bpp:16,method=truncate", 16, 0},
+        {"bpp:16,method=dither", 16, DIB_DITHER},
+        {"bpp:24", 24, 0},
+        {"bpp:32", 32, 0},
+    };
+    for (const auto& row : kCases) {
+        const Result result = run({"run", "in.bmp", row.operation, "out.bmp"});
+        EXPECT_EQ(result.exitCode, 0) << row.operation << result.errors;
+        DibStream expected;
+        ASSERT_TRUE(expected.LoadFromFile("in.bmp", DibStream::DIB_ACCEPT_ALL));
+        ASSERT_TRUE(expected.ChangeBpp(row.bitCount, row.flags));
+        EXPECT_EQ(readFile("out.bmp"), bmpBytes(expected)) << row.operation;
+    }
+}
+
+TEST_F(RunCommand, InputAndOutputMayBeOneFile) {
+    EXPECT_EQ(run({"run", "in.bmp", "bpp:8", "in.bmp"}).exitCode, 0);
+    ASSERT_TRUE(picture_.ChangeBpp(8, 0));
+    EXPECT_EQ(readFile("in.bmp"), bmpBytes(picture_));
+    EXPECT_EQ(filesHere(), kOnlyInput);
+}
+
+TEST_F(RunCommand, CommandNamesMayBeFileNames) {
+    fs::copy("in.bmp", "info");
+    EXPECT_EQ(run({"run", "info", "bpp:8", "out.bmp"}).exitCode, 0);
+}
+
+// Exit code 1.
+
+TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
+    const auto chainOf = [](bool (*failing)(DibStream&, const tool::Arguments&, DibProgressCallback, void*)) {
+        static tool::Operation operation;
+        operation = {"spoil", "Fails.", "spoil", {}, failing};
+        tool::Chain chain;
+        chain.input = "in.bmp";
+        chain.output = "out.bmp";
+        chain.steps.push_back({&operation, tool::Arguments({}, {})});
+        return chain;
+    };
+    const auto messageOf = [](const tool::Chain& chain) -> std::string {
+        try {
+            tool::runChain(chain);
+        } catch (const tool::Failure& failure) {
+            EXPECT_EQ(failure.exitCode(), 1);
+            return failure.what();
+        }
+        return "done";
+    };
+    EXPECT_EQ(messageOf(chainOf([](DibStream& image, const tool::Arguments&, DibProgressCallback, void*) {
+                  image.ErrorCode = DIB_ERROR_MEMORY;
+                  return false;
+              })),
+              "in.bmp: spoil: allocate memory");
+    EXPECT_EQ(messageOf(chainOf(
+                  [](DibStream&, const tool::Arguments&, DibProgressCallback, void*) { return false; })),
+              "in.bmp: spoil: cannot be done to a picture of 33x21 pixels with 24 bits");
+    EXPECT_EQ(filesHere(), kOnlyInput);
+}
+
+// Exit code 2.
+
+TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
+    const std::string usage = " (usage: bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse])\n";
+    const struct {
+        Names arguments;
+        std::string message;
+    } kCases[] = {
+        {{"run", "in.bmp", "bpp:8,median,1", "out.bmp"}, "dib: bpp: too many values, at '1'" + usage},
+        {{"run", "in.bmp", "bpp:8,depth=4", "out.bmp"}, "dib: bpp: depth is given twice" + usage},
+        {{"run", "in.bmp", "bpp:8,colour=4", "out.bmp"}, "dib: bpp: no parameter 'colour'" + usage},
+        {{"run", "in.bmp", "bpp", "out.bmp"}, "dib: bpp: depth is missing" + usage},
+        {{"run", "in.bmp", "bpp:method=grey", "out.bmp"}, "dib: bpp: depth is missing" + usage},
+        {{"run", "in.bmp", "bpp:12", "out.bmp"}, "dib: bpp: depth: '12' is none of 1, 4, 8, 16, 24, 32\n"},
+        {{"run", "in.bmp", "bpp:", "out.bmp"}, "dib: bpp: depth: '' is none of 1, 4, 8, 16, 24, 32\n"},
+        {{"run", "in.bmp", "bpp:8 ", "out.bmp"}, "dib: bpp: depth: '8 ' is none of 1, 4, 8, 16, 24, 32\n"},
+        {{"run", "in.bmp", "bpp:8,method=", "out.bmp"},
+         "dib: bpp: method: '' is none of plain, grey, dither, median, truncate, diffuse\n"},
+        {{"run", "in.bmp", "bpp:24,method=median", "out.bmp"}, "dib: bpp: method: not for 24 bits" + usage},
+        {{"run", "in.bmp", "bpp:4,method=dither", "out.bmp"}, "dib: bpp: method: not for 4 bits" + usage},
+        {{"run", "in.bmp", "bpp:8,method=truncate", "out.bmp"}, "dib: bpp: method: not for 8 bits" + usage},
+        {{"run", "in.bmp", "bpp:8,method=diffuse", "out.bmp"}, "dib: bpp: method: not for 8 bits" + usage},
+        {{"run", "in.bmp", "bpp:1,method=grey", "out.bmp"}, "dib: bpp: method: not for 1 bits" + usage},
+        {{"run", "in.bmp", "bqq:8", "out.bmp"}, "dib: no operation 'bqq'; `dib ops` lists them\n"},
+        {{"run", "in.bmp", "", "out.bmp"}, "dib: no operation ''; `dib ops` lists them\n"},
+        {{"run", "in.bmp"}, "dib: run: an INPUT and an OUTPUT are needed\n"},
+        {{"run", "in.bmp", "bpp:8", "out.unknown"},
+         "dib: out.unknown: no format has this extension; use --to\n"},
+        {{"run", "--to=cat", "in.bmp", "out.bmp"}, "dib: no format 'cat'; `dib formats` lists them\n"},
+        {{"run", "--from=cat", "in.bmp", "out.bmp"}, "dib: no format 'cat'; `dib formats` lists them\n"},
+        {{"help", "cat"}, "dib: no operation or command 'cat'; `dib ops` lists the operations\n"},
+    };
+    for (const auto& row : kCases) {
+        const Result result = run(row.arguments);
+        EXPECT_EQ(result.exitCode, 2) << row.message;
+        EXPECT_EQ(result.errors, row.message);
+        EXPECT_EQ(result.output, "");
+    }
+    for (const Names& arguments :
+         {Names{}, Names{"run"}, Names{"cat"}, Names{"info"}, Names{"run", "--cat", "a", "b"},
+          Names{"run", "--progress=often", "in.bmp", "out.bmp"}, Names{"completion"},
+          Names{"completion", "cat"}, Names{"man", "cat"}}) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << result.errors;
+        EXPECT_TRUE(result.errors.starts_with("dib: "));
+        EXPECT_TRUE(result.errors.ends_with("Try `dib --help`.\n"));
+    }
+    EXPECT_EQ(filesHere(), kOnlyInput);
+}
+
+// Exit code 3.
+
+TEST_F(RunCommand, BadInputsAreNamedWithTheLibrarysText) {
+    const std::string good = readFile("in.bmp");
+    writeFile("empty.bmp", "");
+    writeFile("text.bmp", "Not a picture, but long enough to hold a file header and more of it.");
+    writeFile("short.bmp", good.substr(0, good.size() - 1));
+    std::string twoBits = good;
+    twoBits[28] = 2;
+    writeFile("two-bits.bmp", twoBits);
+    std::string rle4 = good;
+    rle4[30] = 2;
+    writeFile("rle4.bmp", rle4);
+    writeFile("unknown", "What is this?");
+    fs::create_directory("folder.bmp");
+    const std::pair<const char*, const char*> kCases[] = {
+        {"missing.bmp", "load: open file (No such file or directory)"},
+        {"folder.bmp", "load: read file (Is a directory)"},
+        {"empty.bmp", "load: read file"},
+        {"text.bmp", "load: invalid image"},
+        {"short.bmp", "load: read file"},
+        {"two-bits.bmp", "load: unsupport type"},
+        {"rle4.bmp", "load: unsupport type"},
+        {"unknown", "load: unsupport type (no known format; --from names one)"},
+    };
+    for (const auto& [name, message] : kCases) {
+        const Result changed = run({"run", name, "bpp:8", "out.bmp"});
+        EXPECT_EQ(changed.exitCode, 3);
+        EXPECT_EQ(changed.errors, "dib: " + std::string(name) + ": " + message + "\n");
+        const Result told = run({"info", name});
+        EXPECT_EQ(told.exitCode, 3);
+        EXPECT_EQ(told.errors, changed.errors);
+        EXPECT_EQ(told.output, "");
+    }
+    EXPECT_FALSE(fs::exists("out.bmp"));
+    EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}).errors,
+              "dib: standard input: load: unsupport type (no known format; --from names one)\n");
+    EXPECT_EQ(run({"run", "--from=bmp", "-", "bpp:8", "out.bmp"}).errors,
+              "dib: standard input: load: read file\n");
+    EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}, "", [] { close(STDIN_FILENO); }).exitCode, 3);
+}
+
+// Exit code 4 and what files look like afterwards.
+
+TEST_F(RunCommand, OutputsThatCannotBeWrittenAreReported) {
+    fs::create_directory("folder.bmp");
+    const std::pair<Names, const char*> kCases[] = {
+        {{"run", "--to=bmp", "in.bmp", "/dev/full"}, "/dev/full: save: write file (No space left on device)"},
+        {{"run", "in.bmp", "none/out.bmp"}, "none/out.bmp: save: open file (No such file or directory)"},
+        {{"run", "in.bmp", "folder.bmp"}, "folder.bmp: save: open file (Is a directory)"},
+        {{"run", "in.bmp", "in.bmp/out.bmp"}, "in.bmp/out.bmp: save: open file (Not a directory)"},
+    };
+    for (const auto& [arguments, message] : kCases) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.exitCode, 4);
+        EXPECT_EQ(result.errors, "dib: " + std::string(message) + "\n");
+    }
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    EXPECT_EQ(filesHere(), (Names{"folder.bmp", "in.bmp"}));
+}
+
+TEST_F(RunCommand, AReadOnlyFolderIsReportedBeforeTheWork) {
+    // The superuser may write everywhere but in folders that no one can write to.
+    std::string folder = "locked";
+    if (geteuid() == 0) {
+        folder = "/proc";
+    } else {
+        fs::create_directory(folder);
+        fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+    }
+    const Result result = run({"run", "--progress=always", "in.bmp", "bpp:8", folder + "/out.bmp"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_NE(result.errors.find("dib: " + folder + "/out.bmp: save: open file ("), std::string::npos);
+    EXPECT_EQ(result.errors.find("bpp"), std::string::npos);
+    if (folder == "locked") fs::permissions(folder, fs::perms::owner_all);
+}
+
+TEST_F(RunCommand, StandardOutputThatCannotBeWrittenIsReported) {
+    const auto toFull = [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); };
+    const Result full = run({"run", "in.bmp", "bpp:8", "-"}, "", toFull);
+    EXPECT_EQ(full.exitCode, 4);
+    EXPECT_EQ(full.errors, "dib: standard output: save: write file (No space left on device)\n");
+    const Result list = run({"ops"}, "", toFull);
+    EXPECT_EQ(list.exitCode, 4);
+    EXPECT_EQ(list.errors, "dib: standard output: write file\n");
+
+    const Result closedPipe = run({"run", "in.bmp", "bpp:8", "-"}, "", [] {
+        int ends[2];
+        if (pipe(ends) != 0) _exit(126);
+        close(ends[0]);
+        dup2(ends[1], STDOUT_FILENO);
+    });
+    EXPECT_EQ(closedPipe.exitCode, 4);
+    EXPECT_EQ(closedPipe.errors, "dib: standard output: save: write file (Broken pipe)\n");
+    const Result closed = run({"run", "in.bmp", "bpp:8", "-"}, "", [] { close(STDOUT_FILENO); });
+    EXPECT_EQ(closed.exitCode, 4);
+}
+
+TEST_F(RunCommand, AFailedSaveLeavesTheOldFile) {
+    writeFile("out.bmp", "old");
+    const Result result = run({"run", "in.bmp", "bpp:32", "out.bmp"}, "", [] {
+        const rlimit limit = {1000, 1000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    });
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_EQ(result.errors, "dib: out.bmp: save: write file\n");
+    EXPECT_EQ(readFile("out.bmp"), "old");
+    EXPECT_EQ(filesHere(), kInputAndOutput);
+}
+
+TEST_F(RunCommand, NewFilesHaveThePermissionsOfTheUmask) {
+    EXPECT_EQ(run({"run", "in.bmp", "out.bmp"}, "", [] { umask(027); }).exitCode, 0);
+    EXPECT_EQ(fs::status("out.bmp").permissions(), static_cast<fs::perms>(0640));
+}
+
+TEST_F(RunCommand, SymbolicLinksAndDevicesStay) {
+    fs::create_directory("pictures");
+    writeFile("pictures/target.bmp", "old");
+    fs::create_symlink("pictures/target.bmp", "link.bmp");
+    EXPECT_EQ(run({"run", "in.bmp", "link.bmp"}).exitCode, 0);
+    EXPECT_TRUE(fs::is_symlink("link.bmp"));
+    EXPECT_EQ(readFile("pictures/target.bmp"), readFile("in.bmp"));
+    EXPECT_EQ(run({"run", "--to=bmp", "in.bmp", "/dev/null"}).exitCode, 0);
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+// Standard input and output.
+
+TEST_F(RunCommand, IsAFilter) {
+    EXPECT_EQ(run({"run", "in.bmp", "bpp:8,median", "out.bmp"}).exitCode, 0);
+    const Result filtered = run({"run", "-", "bpp:8,median", "-"}, readFile("in.bmp"));
+    EXPECT_EQ(filtered.exitCode, 0);
+    EXPECT_EQ(filtered.errors, "");
+    EXPECT_EQ(filtered.output, readFile("out.bmp"));
+    EXPECT_EQ(run({"run", "--from=bmp", "--to=bmp", "-", "-"}, readFile("in.bmp")).output,
+              readFile("in.bmp"));
+    EXPECT_EQ(filesHere(), kInputAndOutput);
+}
+
+TEST_F(RunCommand, WritesNothingToStandardOutputWhenTheChainFails) {
+    const Result result = run({"run", "-", "bpp:8", "-"}, readFile("in.bmp").substr(0, 500));
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.output, "");
+}
+
+TEST_F(RunCommand, ReadsPipes) {
+    ASSERT_EQ(mkfifo("pipe.bmp", 0600), 0);
+    Program program({"run", "pipe.bmp", "out.bmp"});
+    writeFile("pipe.bmp", readFile("in.bmp"));
+    EXPECT_EQ(program.finish().exitCode, 0);
+    EXPECT_EQ(readFile("out.bmp"), readFile("in.bmp"));
+}
+
+}  // namespace
+
+}  // namespace tool_test

@@ -1,0 +1,161 @@
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/Program.h"
+#include "tools/Formats.h"
+#include "tools/Operations.h"
+
+namespace tool_test {
+
+namespace {
+
+using Info = ToolTest;
+using Texts = ToolTest;
+using Completion = ToolTest;
+
+nlohmann::json infoOf(const std::string& file) {
+    const Result result = run({"info", "--json", file});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    return nlohmann::json::parse(result.output)[0];
+}
+
+TEST_F(Info, TellsWhatWasRead) {
+    DibStream indexed;
+    makePicture(indexed, 5, 3, 8);
+    indexed.Header->biClrUsed = 16;
+    ASSERT_TRUE(indexed.SaveToFile("indexed.bmp"));
+    const Result text = run({"info", "in.bmp", "indexed.bmp"});
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_EQ(text.output,
+              "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n"
+              "indexed.bmp: bmp, 5x3 pixels, 8 bits, bottom-up, palette of 16, compression none\n");
+    const nlohmann::json expected = nlohmann::json::parse(R"([
+        {"file": "in.bmp", "format": "bmp", "width": 33, "height": 21, "bitsPerPixel": 24,
+         "rowOrder": "bottom-up", "paletteSize": 0, "compression": "none"},
+        {"file": "indexed.bmp", "format": "bmp", "width": 5, "height": 3, "bitsPerPixel": 8,
+         "rowOrder": "bottom-up", "paletteSize": 16, "compression": "none"}])");
+    EXPECT_EQ(nlohmann::json::parse(run({"info", "in.bmp", "indexed.bmp", "--json"}).output), expected);
+}
+
+TEST_F(Info, TellsRowOrderAndCompressionOfTheFile) {
+    std::string topDown = readFile("in.bmp");
+    const std::int32_t height = -21;
+    std::copy_n(reinterpret_cast<const char*>(&height), 4, topDown.begin() + 22);
+    writeFile("top-down.bmp", topDown);
+    EXPECT_EQ(infoOf("top-down.bmp")["rowOrder"], "top-down");
+    EXPECT_EQ(infoOf("top-down.bmp")["height"], 21);
+
+    DibStream indexed;
+    makePicture(indexed, 4, 1, 8);
+    std::string packed = bmpBytes(indexed);
+    packed[30] = 1;
+    packed[34] = 4;
+    packed.replace(packed.size() - 4, 4, {4, 7, 0, 1});
+    writeFile("packed.bmp", packed);
+    EXPECT_EQ(infoOf("packed.bmp")["compression"], "rle8");
+}
+
+TEST_F(Info, KeepsStrangeNamesInValidJson) {
+    std::filesystem::copy("in.bmp", "a\"\\\n\xff.bmp");
+    EXPECT_EQ(infoOf("a\"\\\n\xff.bmp")["file"], "a\"\\\n\xEF\xBF\xBD.bmp");
+}
+
+TEST_F(Info, ReadsStandardInput) {
+    const Result result = run({"info", "-"}, readFile("in.bmp"));
+    EXPECT_EQ(result.output, "-: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
+}
+
+TEST_F(Info, TellsTheFormatByContentBeforeTheName) {
+    std::filesystem::copy("in.bmp", "picture.txt");
+    EXPECT_EQ(infoOf("picture.txt")["format"], "bmp");
+}
+
+TEST_F(Texts, HelpAndVersionGoToStandardOutput) {
+    const Result version = run({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.output, "dib " DIB_PROJECT_VERSION "\n");
+    for (const Program::Words& words :
+         {Program::Words{"--help"}, {"help"}, {"run", "--help"}, {"help", "run"}}) {
+        const Result help = run(words);
+        EXPECT_EQ(help.exitCode, 0);
+        EXPECT_EQ(help.errors, "");
+        EXPECT_NE(help.output.find("Usage: dib"), std::string::npos) << help.output;
+    }
+    const std::string runHelp = run({"run", "--help"}).output;
+    EXPECT_NE(runHelp.find("dib run [OPTIONS] INPUT [OPERATION]... OUTPUT"), std::string::npos) << runHelp;
+    for (const tool::Operation& operation : tool::operations()) {
+        EXPECT_NE(runHelp.find(tool::synopsis(operation)), std::string::npos);
+    }
+}
+
+TEST_F(Texts, ManPageIsCleanAndWhole) {
+    const Result man = run({"man"});
+    EXPECT_EQ(man.exitCode, 0);
+    for (const tool::Operation& operation : tool::operations()) {
+        EXPECT_NE(man.output.find(".SS " + std::string(operation.name)), std::string::npos) << operation.name;
+    }
+    if (!isInstalled("mandoc")) GTEST_SKIP() << "mandoc is not installed";
+    writeFile("dib.1", man.output);
+    const int status = std::system("mandoc -Tlint dib.1 > lint.txt 2>&1");
+    EXPECT_EQ(readFile("lint.txt"), "");
+    EXPECT_EQ(status, 0);
+}
+
+// What bash offers when the line ends where it is.
+Program::Words offered(const std::string& line) {
+    writeFile("ask.sh",
+              "source ./dib.bash\nCOMP_LINE=$1 COMP_POINT=${#1}\n_dib 2>/dev/null\nprintf '%s\\n' "
+              "\"${COMPREPLY[@]}\"\n");
+    EXPECT_EQ(std::system(("bash ask.sh '" + line + "' > offered.txt").c_str()), 0);
+    Program::Words words;
+    std::string word;
+    for (const char c : readFile("offered.txt")) {
+        if (c == '\n') {
+            words.push_back(std::exchange(word, {}));
+        } else {
+            word += c;
+        }
+    }
+    return words;
+}
+
+bool offers(const std::string& line, const std::string& word) {
+    const Program::Words words = offered(line);
+    return std::ranges::find(words, word) != words.end();
+}
+
+TEST_F(Completion, BashOffersWhatTheTableSays) {
+    if (!isInstalled("bash")) GTEST_SKIP() << "bash is not installed";
+    writeFile("dib.bash", run({"completion", "bash"}).output);
+    ASSERT_EQ(std::system("bash -n dib.bash"), 0);
+    EXPECT_EQ(offered("dib ru"), Program::Words{"run"});
+    EXPECT_EQ(offered("dib completion z"), Program::Words{"zsh"});
+    EXPECT_EQ(offered("dib help bp"), Program::Words{"bpp"});
+    EXPECT_EQ(offered("dib run in.bmp bp"), Program::Words{"bpp:"});
+    EXPECT_TRUE(offers("dib run i", "in.bmp"));
+    // The line editor breaks words at ':' and '=', so the offers are what follows.
+    EXPECT_EQ(offered("dib run in.bmp bpp:1"), (Program::Words{"1", "16"}));
+    EXPECT_EQ(offered("dib run in.bmp bpp:8,me"), Program::Words{"8,method="});
+    EXPECT_EQ(offered("dib run in.bmp bpp:8,method=m"), Program::Words{"median"});
+    EXPECT_EQ(offered("dib run --prog"), Program::Words{"--progress="});
+    EXPECT_EQ(offered("dib run --progress=a"), (Program::Words{"auto", "always"}));
+    EXPECT_TRUE(offers("dib run --from=", "bmp"));
+    EXPECT_EQ(offered("dib info --js"), Program::Words{"--json"});
+}
+
+TEST_F(Completion, ZshAndFishScriptsParse) {
+    for (const char* shell : {"zsh", "fish"}) {
+        const Result script = run({"completion", shell});
+        EXPECT_EQ(script.exitCode, 0);
+        EXPECT_NE(script.output.find("bpp:"), std::string::npos);
+        if (!isInstalled(shell)) continue;
+        writeFile("script", script.output);
+        EXPECT_EQ(std::system((std::string(shell) + " -n script").c_str()), 0) << shell;
+    }
+}
+
+}  // namespace
+
+}  // namespace tool_test

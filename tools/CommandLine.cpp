@@ -1,0 +1,132 @@
+#include "tools/CommandLine.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/Chain.h"
+#include "tools/Failure.h"
+#include "tools/Listings.h"
+
+namespace tool {
+
+namespace {
+
+constexpr const char* kProgressChoices = "auto|always|never";
+constexpr const char* kShells = "bash|zsh|fish";
+constexpr const char* kRunOperands = "INPUT [OPERATION]... OUTPUT";
+
+// The operands of `run` are one list of words, which says nothing of their order.
+class RunFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App*, std::string name) const override {
+        return "Usage: " + name + " [OPTIONS] " + kRunOperands +
+               "\nINPUT and OUTPUT may be '-': standard input and standard output.\n";
+    }
+};
+
+CLI::Option* describeOption(CLI::Option* option, const char* values) { return option->type_name(values); }
+
+void declareRun(CLI::App& app, Request& request) {
+    CLI::App* run = app.add_subcommand("run", "Takes a picture through operations, from left to right");
+    run->formatter(std::make_shared<RunFormatter>());
+    run->add_option("chain", request.chain)->required()->group("");
+    describeOption(
+        run->add_option("--from", request.from, "Format of the input, instead of what the file tells"),
+        "FORMAT");
+    describeOption(
+        run->add_option("--to", request.to, "Format of the output, instead of what its name tells"),
+        "FORMAT");
+    describeOption(run->add_option("--progress", request.progress,
+                                   "Draws a progress bar; 'auto' does when standard error is a terminal")
+                       ->check(CLI::IsMember({"auto", "always", "never"}).description("")),
+                   kProgressChoices);
+    run->footer([] { return "Operations (`dib help OPERATION` tells more):\n" + operationSummary(); });
+}
+
+const Format* chosenFormat(const std::string& name) { return name.empty() ? nullptr : &formatNamed(name); }
+
+void executeRun(const Request& request) {
+    const std::vector<std::string>& words = request.chain;
+    if (words.size() < 2) throw usageFailure("run: an INPUT and an OUTPUT are needed");
+    Chain chain;
+    chain.input = words.front();
+    chain.output = words.back();
+    for (std::size_t i = 1; i + 1 < words.size(); ++i) chain.steps.push_back(parseStep(words[i]));
+    chain.inputFormat = chosenFormat(request.from);
+    chain.outputFormat = chosenFormat(request.to);
+    chain.showsProgress =
+        request.progress == "always" || (request.progress == "auto" && isatty(STDERR_FILENO) != 0);
+    runChain(chain);
+}
+
+std::string helpOn(const CLI::App& app, const std::string& topic) {
+    if (topic.empty()) return app.help();
+    if (const Operation* operation = findOperation(topic)) return operationHelp(*operation);
+    const auto commands =
+        app.get_subcommands([&topic](const CLI::App* command) { return command->get_name() == topic; });
+    if (!commands.empty()) return commands.front()->help("dib");
+    throw usageFailure("no operation or command '" + topic + "'; `dib ops` lists the operations");
+}
+
+}  // namespace
+
+void declareCommands(CLI::App& app, Request& request) {
+    app.set_version_flag("--version", "dib " DIB_TOOL_VERSION);
+    app.require_subcommand(1);
+    declareRun(app, request);
+
+    CLI::App* info =
+        app.add_subcommand("info", "Prints size, depth, row order, palette, compression and format");
+    info->add_option("FILE...", request.files, "Pictures; '-' is standard input")->type_name("")->required();
+    describeOption(info->add_option("--from", request.from, "Format of the files, instead of what they tell"),
+                   "FORMAT");
+    CLI::App* ops = app.add_subcommand("ops", "Lists the operations with their parameters");
+    CLI::App* formatList = app.add_subcommand("formats", "Lists the file formats");
+    for (CLI::App* listing : {info, ops, formatList})
+        listing->add_flag("--json", request.asJson, "Prints JSON");
+
+    CLI::App* help = app.add_subcommand("help", "Explains an operation or a command");
+    help->add_option("TOPIC", request.topic, "An operation or a command")->type_name("");
+    CLI::App* completion = app.add_subcommand("completion", "Prints a completion script for a shell");
+    completion->add_option("SHELL", request.shell, kShells)
+        ->type_name("")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""));
+    app.add_subcommand("man", "Prints the manual page, as roff");
+}
+
+std::string execute(const CLI::App& app, const Request& request) {
+    if (app.got_subcommand("run")) {
+        executeRun(request);
+        return {};
+    }
+    if (app.got_subcommand("info"))
+        return infoText(request.files, chosenFormat(request.from), request.asJson);
+    if (app.got_subcommand("ops")) return operationsText(request.asJson);
+    if (app.got_subcommand("formats")) return formatsText(request.asJson);
+    if (app.got_subcommand("help")) return helpOn(app, request.topic);
+    if (app.got_subcommand("completion")) return completionScript(app, request.shell);
+    return manPage(app);
+}
+
+std::vector<CommandText> commandTexts(const CLI::App& app) {
+    std::vector<CommandText> texts;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        CommandText text{command->get_name(), {}, command->get_description(), {}};
+        for (const CLI::Option* option : command->get_options()) {
+            if (option->get_positional()) {
+                text.operands = command->get_name() == "run" ? kRunOperands : option->get_name(true);
+                if (!option->get_required()) text.operands = "[" + text.operands + "]";
+            } else if (!option->get_lnames().empty()) {
+                const bool isSwitch = option->get_items_expected_max() == 0;
+                text.options.push_back({"--" + option->get_lnames().front(),
+                                        isSwitch ? "" : option->get_type_name(), option->get_description()});
+            }
+        }
+        texts.push_back(std::move(text));
+    }
+    return texts;
+}
+
+}  // namespace tool

@@ -1,0 +1,187 @@
+#include "tools/Files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+#include "tools/Cancel.h"
+#include "tools/Failure.h"
+
+namespace tool {
+
+namespace {
+
+[[noreturn]] void fail(ExitCode code, const std::string& title, const char* action, DibErrorCode error,
+                       int reason) {
+    throw Failure(code, title + ": " + action + ": " + DibStream::GetErrorString(error) + " (" +
+                            std::strerror(reason) + ")");
+}
+
+// A file without a name, gone with its descriptor whatever becomes of the program.
+Descriptor makeSpool() {
+    const char* folder = std::getenv("TMPDIR");
+    std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/dib-XXXXXX";
+    Descriptor spool(mkostemp(path.data(), O_CLOEXEC));
+    if (spool.isOpen()) unlink(path.c_str());
+    return spool;
+}
+
+std::string descriptorPath(const Descriptor& descriptor) {
+    return "/dev/fd/" + std::to_string(descriptor.number());
+}
+
+bool writeAll(int to, const char* bytes, std::size_t count) {
+    while (count > 0) {
+        const ssize_t written = write(to, bytes, count);
+        if (written < 0) {
+            if (errno == EINTR && !isCancelled()) continue;
+            return false;
+        }
+        bytes += written;
+        count -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+enum class CopyResult { Done, ReadFailed, WriteFailed };
+
+// Copies until the end; errno says why when it fails.
+CopyResult copyBytes(int from, int to) {
+    std::vector<char> block(1 << 16);
+    for (;;) {
+        const ssize_t count = read(from, block.data(), block.size());
+        if (count == 0) return CopyResult::Done;
+        if (count < 0) {
+            if (errno == EINTR && !isCancelled()) continue;
+            return CopyResult::ReadFailed;
+        }
+        if (!writeAll(to, block.data(), static_cast<std::size_t>(count))) return CopyResult::WriteFailed;
+    }
+}
+
+std::string eightRandomLetters() {
+    std::random_device source;
+    std::string letters(8, ' ');
+    for (char& letter : letters) letter = static_cast<char>('a' + source() % 26);
+    return letters;
+}
+
+}  // namespace
+
+void guardStandardStreams() {
+    // Opened the wrong way round, so that using a closed stream still fails.
+    const int modes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", modes[stream]) < 0) std::abort();
+    }
+}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+}
+
+Descriptor::~Descriptor() {
+    if (isOpen()) ::close(number_);
+}
+
+bool Descriptor::close() {
+    const int number = number_;
+    number_ = -1;
+    return ::close(number) == 0;
+}
+
+InputFile::InputFile(const std::string& name)
+    : path_(name), title_(name == "-" ? "standard input" : name), firstBytes_(kFirstBytes) {
+    Descriptor file(name == "-" ? dup(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen()) {
+        stopIfCancelled();
+        fail(kExitBadInput, title_, "load", DIB_ERROR_OPEN, errno);
+    }
+    struct stat status {};
+    fstat(file.number(), &status);
+    if (S_ISDIR(status.st_mode)) fail(kExitBadInput, title_, "load", DIB_ERROR_READ, EISDIR);
+    if (name == "-" || !S_ISREG(status.st_mode)) {
+        spool_ = makeSpool();
+        if (!spool_.isOpen()) fail(kExitBadInput, title_, "spool", DIB_ERROR_OPEN, errno);
+        const CopyResult copied = copyBytes(file.number(), spool_.number());
+        stopIfCancelled();
+        if (copied == CopyResult::ReadFailed) fail(kExitBadInput, title_, "load", DIB_ERROR_READ, errno);
+        if (copied == CopyResult::WriteFailed) fail(kExitBadInput, title_, "spool", DIB_ERROR_WRITE, errno);
+        path_ = descriptorPath(spool_);
+    }
+    const int readable = spool_.isOpen() ? spool_.number() : file.number();
+    const ssize_t count = pread(readable, firstBytes_.data(), firstBytes_.size(), 0);
+    firstBytes_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+}
+
+OutputFile::OutputFile(const std::string& name)
+    : target_(name), title_(name == "-" ? "standard output" : name) {
+    struct stat status {};
+    const bool exists = name != "-" && stat(name.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, EISDIR);
+    if (name == "-" || (exists && !S_ISREG(status.st_mode))) {
+        spool_ = makeSpool();
+        if (!spool_.isOpen()) fail(kExitOutputFailed, title_, "spool", DIB_ERROR_OPEN, errno);
+        path_ = descriptorPath(spool_);
+        return;
+    }
+    if (exists) {
+        // A symbolic link stays one: the file that it points to is replaced.
+        char resolved[PATH_MAX];
+        if (realpath(name.c_str(), resolved) != nullptr) target_ = resolved;
+    }
+    makeBesideTarget();
+}
+
+void OutputFile::makeBesideTarget() {
+    const std::size_t slash = target_.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : target_.substr(0, slash + 1);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        path_ = folder + ".dib-" + eightRandomLetters();
+        const Descriptor made(open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
+        if (made.isOpen()) {
+            setUnfinishedFile(path_.c_str());
+            return;
+        }
+        if (errno != EEXIST) break;
+    }
+    fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, errno);
+}
+
+OutputFile::~OutputFile() {
+    if (isCommitted_ || spool_.isOpen()) return;
+    unlink(path_.c_str());
+    setUnfinishedFile(nullptr);
+}
+
+void OutputFile::commit() {
+    if (spool_.isOpen()) {
+        copyToTarget();
+        return;
+    }
+    if (rename(path_.c_str(), target_.c_str()) != 0) {
+        fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, errno);
+    }
+    isCommitted_ = true;
+    setUnfinishedFile(nullptr);
+}
+
+void OutputFile::copyToTarget() {
+    Descriptor target(target_ == "-" ? dup(STDOUT_FILENO) : open(target_.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!target.isOpen()) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, errno);
+    lseek(spool_.number(), 0, SEEK_SET);
+    const CopyResult copied = copyBytes(spool_.number(), target.number());
+    stopIfCancelled();
+    if (copied != CopyResult::Done || !target.close()) {
+        fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, errno);
+    }
+}
+
+}  // namespace tool

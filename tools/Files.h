@@ -1,0 +1,80 @@
+/// Files as the command line names them: "-" is standard input or output, and what is written appears whole
+/// or not at all.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/Formats.h"
+
+namespace tool {
+
+/// Makes sure that no file that the program opens takes the place of a standard stream that its caller closed.
+void guardStandardStreams();
+
+/// An open file descriptor.
+class Descriptor {
+public:
+    explicit Descriptor(int number = -1) : number_(number) {}
+    Descriptor(Descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    ~Descriptor();
+
+    int number() const { return number_; }
+    bool isOpen() const { return number_ >= 0; }
+    /// Closes now. @return False when that failed.
+    bool close();
+
+private:
+    int number_;
+};
+
+/// A file to read. Standard input, and whatever else cannot be read twice, is spooled to a file without a
+/// name.
+class InputFile {
+public:
+    /// @throws Failure (bad input) when it cannot be opened or read.
+    explicit InputFile(const std::string& name);
+
+    /// What the library opens.
+    const char* path() const { return path_.c_str(); }
+    /// How messages call it.
+    const std::string& title() const { return title_; }
+    FirstBytes firstBytes() const { return firstBytes_; }
+
+private:
+    std::string path_;
+    std::string title_;
+    Descriptor spool_;
+    std::vector<unsigned char> firstBytes_;
+};
+
+/// A file to write. The library writes to `path()`: a new file beside the target, or one without a name when
+/// the target is standard output, a device or a pipe. `commit` puts it in place; otherwise nothing remains of
+/// it.
+class OutputFile {
+public:
+    /// @throws Failure (output) when it cannot be made.
+    explicit OutputFile(const std::string& name);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    const char* path() const { return path_.c_str(); }
+    const std::string& title() const { return title_; }
+    /// @throws Failure (output) when the target cannot be written or replaced.
+    void commit();
+
+private:
+    void makeBesideTarget();
+    void copyToTarget();
+
+    std::string target_;
+    std::string title_;
+    std::string path_;
+    Descriptor spool_;  ///< Open when the bytes are copied to the target instead of being renamed.
+    bool isCommitted_ = false;
+};
+
+}  // namespace tool

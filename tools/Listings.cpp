@@ -1,0 +1,169 @@
+#include "tools/Listings.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+#include "tools/Chain.h"
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string printed(const Json& json) {
+    // File names need not be UTF-8; JSON text must be.
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string padded(std::string text, std::size_t width) {
+    text.resize(std::max(text.size(), width), ' ');
+    return text;
+}
+
+std::string joined(std::span<const std::string_view> words) {
+    std::string text;
+    for (const std::string_view word : words) text += (text.empty() ? "" : ", ") + std::string(word);
+    return text;
+}
+
+// Information about one file.
+
+std::string_view compressionOf(const BITMAPINFOHEADER& header, const Format& format, const InputFile& file) {
+    if (format.compression != nullptr) return format.compression(file.firstBytes());
+    return header.biCompression == 0 ? "none" : "masks";
+}
+
+std::uint32_t paletteSize(const BITMAPINFOHEADER& header) {
+    if (header.biBitCount > 8) return 0;
+    return header.biClrUsed != 0 ? header.biClrUsed : 1U << header.biBitCount;
+}
+
+Json describe(const std::string& name, const Format* chosen) {
+    const InputFile file(name);
+    const Format& format = inputFormatOf(file, name, chosen);
+    DibStream image;
+    Progress progress(1, false);
+    loadPicture(file, format, image, progress);
+    const BITMAPINFOHEADER& header = *image.Header;
+    return {
+        {"file", name},
+        {"format", format.name},
+        {"width", header.biWidth},
+        {"height", std::abs(header.biHeight)},
+        {"bitsPerPixel", header.biBitCount},
+        {"rowOrder", header.biHeight < 0 ? "top-down" : "bottom-up"},
+        {"paletteSize", paletteSize(header)},
+        {"compression", compressionOf(header, format, file)},
+    };
+}
+
+std::string infoLine(const Json& info) {
+    std::string line = info["file"].get<std::string>() + ": " + info["format"].get<std::string>() + ", " +
+                       info["width"].dump() + "x" + info["height"].dump() + " pixels, " +
+                       info["bitsPerPixel"].dump() + " bits, " + info["rowOrder"].get<std::string>();
+    if (info["paletteSize"] != 0) line += ", palette of " + info["paletteSize"].dump();
+    return line + ", compression " + info["compression"].get<std::string>() + "\n";
+}
+
+// The tables.
+
+Json describe(const Parameter& parameter) {
+    Json json = {{"name", parameter.name}, {"type", kindName(parameter.kind)}, {"help", parameter.help}};
+    json["required"] = parameter.standard.empty();
+    if (!parameter.standard.empty()) json["default"] = parameter.standard;
+    if (!parameter.unit.empty()) json["unit"] = parameter.unit;
+    if (parameter.bounds.max > parameter.bounds.min) {
+        json["min"] = parameter.bounds.min;
+        json["max"] = parameter.bounds.max;
+    }
+    for (const Choice& choice : parameter.choices) {
+        json["choices"].push_back({{"name", choice.name}, {"help", choice.help}});
+    }
+    return json;
+}
+
+Json describe(const Operation& operation) {
+    Json parameters = Json::array();
+    for (const Parameter& parameter : operation.parameters) parameters.push_back(describe(parameter));
+    return {{"name", operation.name},
+            {"help", operation.help},
+            {"synopsis", synopsis(operation)},
+            {"example", operation.example},
+            {"parameters", parameters}};
+}
+
+Json describe(const Format& format) {
+    return {{"name", format.name},
+            {"help", format.help},
+            {"extensions", format.extensions},
+            {"reads", format.load != nullptr},
+            {"writes", format.save != nullptr},
+            {"readsDepths", format.readsDepths},
+            {"writesDepths", format.writesDepths}};
+}
+
+template <typename Row>
+std::string describeAll(std::span<const Row> rows) {
+    Json all = Json::array();
+    for (const Row& row : rows) all.push_back(describe(row));
+    return printed(all);
+}
+
+}  // namespace
+
+std::string infoText(const std::vector<std::string>& files, const Format* chosen, bool asJson) {
+    Json all = Json::array();
+    for (const std::string& file : files) all.push_back(describe(file, chosen));
+    if (asJson) return printed(all);
+    std::string text;
+    for (const Json& info : all) text += infoLine(info);
+    return text;
+}
+
+std::string operationHelp(const Operation& operation) {
+    std::string text = synopsis(operation) + "\n    " + std::string(operation.help) + "\n";
+    for (const Parameter& parameter : operation.parameters) {
+        text += "    " + padded(std::string(parameter.name), 12) + " " + std::string(parameter.help);
+        const std::string limits = constraints(parameter);
+        text += (limits.empty() ? "" : " (" + limits + ")") + "\n";
+        for (const Choice& choice : parameter.choices) {
+            text += "        " + padded(std::string(choice.name), 10) + " " + std::string(choice.help) + "\n";
+        }
+    }
+    return text + "    Example: " + std::string(operation.example) + "\n";
+}
+
+std::string operationSummary() {
+    std::string text;
+    for (const Operation& operation : operations()) {
+        text += "  " + synopsis(operation) + "\n      " + std::string(operation.help) + "\n";
+    }
+    return text;
+}
+
+std::string operationsText(bool asJson) {
+    if (asJson) return describeAll(operations());
+    std::string text;
+    for (const Operation& operation : operations())
+        text += (text.empty() ? "" : "\n") + operationHelp(operation);
+    return text;
+}
+
+std::string formatsText(bool asJson) {
+    if (asJson) return describeAll(formats());
+    std::string text;
+    for (const Format& format : formats()) {
+        const auto depths = [](std::string_view list) {
+            return list.empty() ? "no" : std::string(list) + " bits";
+        };
+        text += padded(std::string(format.name), 6) + " " + std::string(format.help) + "\n" +
+                "       extensions  " + joined(format.extensions) + "\n" + "       reads       " +
+                depths(format.readsDepths) + "\n" + "       writes      " + depths(format.writesDepths) +
+                "\n";
+    }
+    return text;
+}
+
+}  // namespace tool

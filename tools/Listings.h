@@ -1,0 +1,21 @@
+/// What `dib info`, `dib ops`, `dib formats` and `dib help` print.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/Formats.h"
+#include "tools/Operations.h"
+
+namespace tool {
+
+/// @throws Failure (bad input) when a file cannot be read; nothing is printed of the others then.
+std::string infoText(const std::vector<std::string>& files, const Format* chosen, bool asJson);
+std::string operationsText(bool asJson);
+std::string formatsText(bool asJson);
+/// The help of one operation.
+std::string operationHelp(const Operation& operation);
+/// Every operation's synopsis, one a line.
+std::string operationSummary();
+
+}  // namespace tool

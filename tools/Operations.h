@@ -1,0 +1,85 @@
+/// The table of operations. It drives the parser, the help, the man page, the shell completion and the JSON
+/// of `dib ops`; an operation is one row of one file in tools/ops/.
+#pragma once
+
+#include <DibStream.h>
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/Parameters.h"
+
+namespace tool {
+
+struct PixelSize {
+    int width;
+    int height;
+};
+
+/// The values of one call of an operation, by parameter name. Asking for a name that the row does not declare
+/// throws std::logic_error.
+class Arguments {
+public:
+    Arguments(std::span<const Parameter> parameters, std::vector<Value> values)
+        : parameters_(parameters), values_(std::move(values)) {}
+
+    int integer(std::string_view name) const;
+    /// An integer parameter up to 4294967295, or the value of a choice or of flags.
+    std::uint32_t word(std::string_view name) const;
+    /// A number or a fraction.
+    float number(std::string_view name) const;
+    float radians(std::string_view name) const;
+    /// A length in pixels; percentages are of `full`, rounded to the nearest pixel.
+    int pixels(std::string_view name, int full) const;
+    /// A position in pixels; 0% is the centre of the first of `full` pixels, 100% that of the last.
+    float position(std::string_view name, int full) const;
+    /// A size; percentages are of the picture's and come to 1 pixel at least.
+    PixelSize size(std::string_view name, const DibStream& image) const;
+    DibBGRA color(std::string_view name) const;
+    /// The pixel value of a fill in the picture's depth: the nearest entry of the colour table up to 8 bits.
+    std::uint32_t fill(std::string_view name, const DibStream& image) const;
+    const char* path(std::string_view name) const;
+
+private:
+    const Value& value(std::string_view name) const;
+
+    std::span<const Parameter> parameters_;
+    std::vector<Value> values_;
+};
+
+struct Operation {
+    std::string_view name;
+    std::string_view help;     ///< One sentence, then whatever else is worth knowing.
+    std::string_view example;  ///< One call, as on the command line; the tests run it.
+    std::span<const Parameter> parameters;
+    bool (*run)(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user);
+    /// What is wrong with parameters that do not fit together, or an empty text.
+    std::string (*check)(const Arguments& arguments) = nullptr;
+};
+
+/// Every operation, in the order in which help lists them.
+std::span<const Operation> operations();
+/// The operation of that name, or null.
+const Operation* findOperation(std::string_view name);
+
+/// How the operation is written, optional parameters in brackets: "bpp:DEPTH[,method=plain|grey]".
+std::string synopsis(const Operation& operation);
+/// What may stand for a parameter: its choices, or its kind in capitals.
+std::string placeholder(const Parameter& parameter);
+/// Unit, range and default of a parameter in words: "px or %, 1 to 100, default 3"; may be empty.
+std::string constraints(const Parameter& parameter);
+
+/// One operation of a chain with its values.
+struct Step {
+    const Operation* operation;
+    Arguments arguments;
+};
+
+/// Reads "name", or "name:" and comma-separated values. Values without "parameter=" fill the parameters in
+/// the order of the table, passing over those that were named; a comma inside a value is written "\,".
+/// @throws Failure (usage).
+Step parseStep(std::string_view text);
+
+}  // namespace tool

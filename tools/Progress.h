@@ -1,0 +1,36 @@
+/// The progress of a chain of steps, each with an equal share, drawn on standard error.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace tool {
+
+class Progress {
+public:
+    /// @param stepCount Steps in all.
+    /// @param isShown   Whether to draw; cancelling works without.
+    Progress(std::size_t stepCount, bool isShown) : stepCount_(stepCount), isShown_(isShown) {}
+    /// Takes the bar off the terminal.
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// @throws Failure (cancelled) when a signal asked for the end.
+    void beginStep(const std::string& title);
+    void endStep();
+
+    /// The callback of the library; `user` is the Progress.
+    static bool report(float fractionOfStep, void* user);
+
+private:
+    void draw(double fractionOfStep);
+
+    std::size_t stepCount_;
+    bool isShown_;
+    std::size_t stepsDone_ = 0;
+    int drawnPercent_ = -1;
+    std::string title_;
+};
+
+}  // namespace tool

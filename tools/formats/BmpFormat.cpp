@@ -1,0 +1,39 @@
+#include "tools/Formats.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::string_view kExtensions[] = {"bmp", "dib"};
+
+bool loadBmp(const char* path, DibStream& image, DibProgressCallback, void*) {
+    return image.LoadFromFile(path, DibStream::DIB_ACCEPT_ALL);
+}
+
+bool saveBmp(const char* path, DibStream& image, DibProgressCallback, void*) {
+    return image.SaveToFile(path);
+}
+
+bool isBmp(FirstBytes bytes) { return bytes.size() >= 2 && bytes[0] == 'B' && bytes[1] == 'M'; }
+
+// The library decodes while it loads, so how the rows were packed is known from the file alone.
+std::string_view bmpCompression(FirstBytes bytes) {
+    constexpr std::size_t kOffset = 30;
+    if (bytes.size() <= kOffset) return "none";
+    switch (bytes[kOffset]) {
+        case 1: return "rle8";
+        case 3: return "masks";
+        default: return "none";
+    }
+}
+
+constexpr Format kFormats[] = {
+    {"bmp", "Windows bitmap", kExtensions, "1, 4, 8, 16, 24, 32", "1, 4, 8, 16, 24, 32", loadBmp, saveBmp,
+     isBmp, bmpCompression},
+};
+
+}  // namespace
+
+std::span<const Format> bmpFormats() { return kFormats; }
+
+}  // namespace tool
