@@ -1,14 +1,121 @@
+// Sampling a row of positions gives the colours that dib::sample gives one by one, in passes over short blocks:
+// the first resolves the edges, the next find pixels and weights, both vectorised; the last reads the pixels.
 #include "effects/WarpFrame.h"
+
+#include <algorithm>
+
+#include "effects/BilinearMix.h"
 
 namespace dib {
 
 namespace {
 
+constexpr int kBlock = 64;
+
+// Up to this size every pixel position is exact in float, so that no index needs a cap.
+constexpr int kExactSize = 1 << 24;
+
 template <class Depth>
-DIB_ALWAYS_INLINE void samplePixels(const SampleSource& source, unsigned int flags, const WarpRow& row,
-                                    unsigned char* out) {
+DIB_ALWAYS_INLINE void sampleEach(const SampleSource& source, unsigned int flags, const WarpRow& row,
+                                  unsigned char* out) {
     for (int x = 0; x < row.width; ++x) {
         Depth::put(out, x, sample<Depth::kBits>(source, row.sourceX[x], row.sourceY[x], flags));
+    }
+}
+
+// Brings the positions of one axis into the picture.
+DIB_ALWAYS_INLINE void resolveEdges(const float* __restrict values, float* __restrict positions, int count,
+                                    float size, bool wrap) {
+    if (wrap) {
+        for (int i = 0; i < count; ++i) positions[i] = wrappedPosition(values[i], size);
+    } else {
+        for (int i = 0; i < count; ++i) positions[i] = clampedPosition(values[i], size);
+    }
+}
+
+// Up to 16 bits: the nearest pixel.
+template <class Depth>
+DIB_ALWAYS_INLINE void sampleNearest(const SampleSource& source, unsigned int flags, const WarpRow& row,
+                                     unsigned char* out) {
+    float x[kBlock];
+    float y[kBlock];
+    int column[kBlock];
+    int offset[kBlock];
+    const int rowStep = static_cast<int>(source.rowStep);
+    for (int first = 0; first < row.width; first += kBlock) {
+        const int count = std::min(kBlock, row.width - first);
+        resolveEdges(row.sourceX + first, x, count, source.widthReal, (flags & DIB_WRAP_X) != 0);
+        resolveEdges(row.sourceY + first, y, count, source.heightReal, (flags & DIB_WRAP_Y) != 0);
+        for (int i = 0; i < count; ++i) {
+            column[i] = static_cast<int>(x[i]);
+            offset[i] = static_cast<int>(y[i]) * rowStep + column[i] * Depth::kBits / 8;
+        }
+        for (int i = 0; i < count; ++i) {
+            const unsigned char* at = source.top + offset[i];
+            Depth::put(out, first + i, readIndexedPixel<Depth::kBits>(at, column[i]));
+        }
+    }
+}
+
+// How far a position lies towards the pixel behind `index`. A position on the last pixel, which clamping
+// leaves without a pixel behind it, counts as the whole way from the pixel before: that mixes to the same
+// colour.
+DIB_ALWAYS_INLINE MixWeight weightAfter(float position, int index) {
+    return mixWeight(static_cast<int>((position - static_cast<float>(index)) * 256.0F));
+}
+
+// 24 and 32 bits: four pixels mixed.
+template <class Depth>
+DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flags, const WarpRow& row,
+                                   unsigned char* out) {
+    constexpr int kBits = Depth::kBits;
+    const bool wrapX = (flags & DIB_WRAP_X) != 0;
+    const bool wrapY = (flags & DIB_WRAP_Y) != 0;
+    // From these positions on there is no next pixel.
+    const int lastColumn = source.width - 1;
+    const int lastLine = source.height - 1;
+    const int rowStep = static_cast<int>(source.rowStep);
+
+    float x[kBlock];
+    float y[kBlock];
+    int offset[kBlock];
+    MixWeight weightX[kBlock];
+    MixWeight weightY[kBlock];
+    std::uint32_t color[kBlock];
+    for (int first = 0; first < row.width; first += kBlock) {
+        const int count = std::min(kBlock, row.width - first);
+        resolveEdges(row.sourceX + first, x, count, source.widthReal, wrapX);
+        resolveEdges(row.sourceY + first, y, count, source.heightReal, wrapY);
+        for (int i = 0; i < count; ++i) {
+            const int column = std::min(static_cast<int>(x[i]), lastColumn - 1);
+            const int line = std::min(static_cast<int>(y[i]), lastLine - 1);
+            offset[i] = line * rowStep + column * (kBits / 8);
+            weightX[i] = weightAfter(x[i], column);
+            weightY[i] = weightAfter(y[i], line);
+        }
+        for (int i = 0; i < count; ++i) {
+            const unsigned char* upper = source.top + offset[i];
+            color[i] = mixFour<kBits>(upper, upper + rowStep, weightX[i], weightY[i]);
+        }
+        // Partners on the opposite side of the picture are left to the sampler.
+        if (wrapX || wrapY) {
+            for (int i = 0; i < count; ++i) {
+                const bool across = (wrapX && x[i] >= static_cast<float>(lastColumn)) ||
+                                    (wrapY && y[i] >= static_cast<float>(lastLine));
+                if (across) color[i] = sample<kBits>(source, x[i], y[i], flags);
+            }
+        }
+        // The sampler's red in the place of alpha.
+        if (kBits == 32 && !wrapX) {
+            for (int i = 0; i < count; ++i) {
+                const bool atRight = x[i] >= static_cast<float>(lastColumn);
+                const bool hasBelow = y[i] < static_cast<float>(lastLine);
+                const std::uint32_t red = color[i] << 8;
+                const std::uint32_t alpha = (atRight & hasBelow) ? red : color[i];
+                color[i] = (color[i] & 0x00FFFFFFU) | (alpha & 0xFF000000U);
+            }
+        }
+        for (int i = 0; i < count; ++i) Depth::put(out, first + i, color[i]);
     }
 }
 
@@ -16,7 +123,16 @@ DIB_ALWAYS_INLINE void samplePixels(const SampleSource& source, unsigned int fla
 
 template <class Depth>
 void sampleRow(const SampleSource& source, unsigned int flags, const WarpRow& row, unsigned char* out) {
-    runKernel<samplePixels<Depth>>(source, flags, row, out);
+    const int smaller = std::min(source.width, source.height);
+    const int larger = std::max(source.width, source.height);
+    if (larger > kExactSize || (Depth::kBits >= 24 && smaller < 2)) {
+        return runKernel<sampleEach<Depth>>(source, flags, row, out);
+    }
+    if constexpr (Depth::kBits >= 24) {
+        runKernel<sampleMixed<Depth>>(source, flags, row, out);
+    } else {
+        runKernel<sampleNearest<Depth>>(source, flags, row, out);
+    }
 }
 
 template void sampleRow<Depth1>(const SampleSource&, unsigned int, const WarpRow&, unsigned char*);

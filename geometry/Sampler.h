@@ -49,8 +49,9 @@ struct SampleSource {
 // Brings a coordinate into 0 to size - 1 (clamped), or into 0 to below size (wrapped). The comparisons are
 // written so that NaN, also the NaN that fmodf makes of an infinity, ends at 0.
 DIB_ALWAYS_INLINE float clampedPosition(float value, float size) {
-    if (!(value >= 0.0F)) return 0.0F;
-    return value > size - 1.0F ? size - 1.0F : value;
+    // Both choices are made unconditionally, so that loops over positions vectorise.
+    const float positive = value >= 0.0F ? value : 0.0F;
+    return positive > size - 1.0F ? size - 1.0F : positive;
 }
 DIB_ALWAYS_INLINE float wrappedPosition(float value, float size) {
     if (value >= 0.0F) {
