@@ -1,0 +1,336 @@
+// The blocks of an image: borrowed and adopted ones, copies, grey tables and the alpha plane.
+#include <DibStream.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "dib/ColorTable.h"
+#include "tests/dib/ContainerSupport.h"
+#include "tests/support/FailingMalloc.h"
+#include "tests/support/TestImages.h"
+
+namespace container_support {
+namespace {
+
+using testing_support::DibPtr;
+using testing_support::liveAllocations;
+
+TEST(ContainerBlocks, BorrowedBlocksAreNeverFreed) {
+    HeaderBlock block(2, 1, 24);
+    unsigned char pixels[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    const long before = liveAllocations();
+    {
+        DibStream dib;
+        ASSERT_TRUE(dib.Create(2, 2, 24));
+        EXPECT_FALSE(dib.SetDib(nullptr, 0, pixels, 0));
+        EXPECT_FALSE(dib.SetDib(block.header(), 0, nullptr, 0));
+        EXPECT_EQ(dib.HeaderOwner, 6U) << "nothing changed";
+        EXPECT_TRUE(dib.SetDib(block.header(), 0, pixels, 0));
+        EXPECT_EQ(liveAllocations(), before) << "the old blocks are gone";
+        EXPECT_EQ(dib.Buffer, pixels);
+        EXPECT_EQ(dib.ScanLine(0)[5], 6);
+        dib.Clear();
+        expectEmpty(dib);
+        dib.SetDib(block.header(), 0, pixels, 0);
+    }
+    EXPECT_EQ(pixels[7], 8);
+    EXPECT_EQ(block.header()->biWidth, 2);
+}
+
+TEST(ContainerBlocks, AdoptedBlocksAreFreedByAnyWordButZero) {
+    const long before = liveAllocations();
+    {
+        DibStream dib;
+        void* header = std::calloc(1, 40);
+        void* pixels = std::calloc(1, 4);
+        EXPECT_TRUE(dib.SetDib(header, 1, pixels, 0x80000000U));
+        EXPECT_EQ(dib.HeaderOwner, 1U);
+        EXPECT_EQ(dib.BufferOwner, 0x80000000U);
+        EXPECT_TRUE(dib.SetBuffer(std::calloc(1, 9), 6));
+        EXPECT_EQ(dib.BufferOwner, 6U);
+        EXPECT_EQ(dib.Header, header);
+        EXPECT_TRUE(dib.SetBuffer(nullptr, 0));
+        EXPECT_EQ(dib.Buffer, nullptr);
+    }
+    EXPECT_EQ(liveAllocations(), before);
+}
+
+TEST(ContainerBlocks, CloneIsIndependent) {
+    for (const int bits : testing_support::kDepths) {
+        const DibPtr image = testing_support::randomImage(5, -3, bits, 1);
+        image->ErrorCode = 8;
+        image->AddRef();
+        const DibPtr clone(image->Clone());
+        image->Release();
+        ASSERT_NE(clone, nullptr);
+        EXPECT_TRUE(testing_support::sameImage(*image, *clone));
+        EXPECT_EQ(clone->RefCount, 1U);
+        EXPECT_EQ(clone->ErrorCode, 0);
+        EXPECT_EQ(image->ErrorCode, 8);
+        EXPECT_EQ(clone->HeaderOwner, 6U);
+        EXPECT_EQ(clone->BufferOwner, 6U);
+        EXPECT_NE(clone->Buffer, image->Buffer);
+        EXPECT_NE(clone->Header, image->Header);
+    }
+}
+
+TEST(ContainerBlocks, CloneOfHalfEmptyObjects) {
+    DibStream dib;
+    DibPtr clone(dib.Clone());
+    ASSERT_NE(clone, nullptr);
+    expectEmpty(*clone);
+    ASSERT_TRUE(dib.Create(2, 2, 8));
+    dib.BufferFree();
+    clone.reset(dib.Clone());
+    ASSERT_NE(clone, nullptr);
+    EXPECT_NE(clone->Header, nullptr);
+    EXPECT_EQ(clone->Buffer, nullptr);
+    unsigned char pixels[4] = {};
+    dib.HeaderFree();
+    dib.SetBuffer(pixels, 0);
+    clone.reset(dib.Clone());
+    ASSERT_NE(clone, nullptr);
+    EXPECT_EQ(clone->Header, nullptr);
+}
+
+TEST(ContainerBlocks, CloneAndCopyTakeTheAnnouncedTableAndPixels) {
+    // 16 announced entries of 8 bits, and a pixel block of which only 4 bytes are announced.
+    HeaderBlock block(4, 2, 8);
+    block.header()->biClrUsed = 16;
+    block.header()->biSizeImage = 4;
+    std::memset(block.bytes + 40, 9, 64);
+    unsigned char pixels[4] = {1, 2, 3, 4};
+    DibStream dib;
+    dib.SetDib(block.header(), 0, pixels, 0);
+    DibPtr copies[] = {DibPtr(dib.Clone()), DibPtr(new DibStream)};
+    ASSERT_TRUE(copies[1]->Copy(block.header(), pixels));
+    for (const DibPtr& copy : copies) {
+        const DibBGRA* table = dib::colorTable(copy->Header);
+        EXPECT_EQ(copy->Header->biClrUsed, 16U);
+        EXPECT_EQ(table[15].red, 9);
+        EXPECT_EQ(table[16].red, 0) << "room for all 256, the rest zero";
+        EXPECT_EQ(table[255].red, 0);
+        EXPECT_EQ(testing_support::pixelBytes(*copy), (std::vector<unsigned char>{1, 2, 3, 4, 0, 0, 0, 0}));
+    }
+    // Deep images have a table when one is announced.
+    HeaderBlock deep(1, 1, 24);
+    deep.header()->biClrUsed = 2;
+    deep.bytes[47] = 77;
+    DibStream copy;
+    ASSERT_TRUE(copy.Copy(deep.header(), pixels));
+    EXPECT_EQ(reinterpret_cast<unsigned char*>(copy.Header)[47], 77);
+}
+
+TEST(ContainerBlocks, LongHeadersAreUsedAsTheyAreAndCopiedShort) {
+    HeaderBlock block(4, 1, 8);
+    block.header()->biSize = 124;
+    for (int i = 40; i < 124 + 1024; ++i) block.bytes[i] = static_cast<unsigned char>(i % 251);
+    unsigned char pixels[4] = {};
+    DibStream dib;
+    dib.SetDib(block.header(), 0, pixels, 0);
+    DibPtr copies[] = {DibPtr(dib.Clone()), DibPtr(new DibStream)};
+    ASSERT_TRUE(copies[1]->Copy(block.header(), pixels));
+    for (const DibPtr& copy : copies) {
+        ASSERT_NE(copy, nullptr);
+        const auto* bytes = reinterpret_cast<const unsigned char*>(copy->Header);
+        EXPECT_EQ(std::memcmp(bytes, block.bytes, 40 + 1024), 0) << "40 bytes and the table's length";
+        for (int i = 40 + 1024; i < 124 + 1024; ++i) EXPECT_EQ(bytes[i], 0) << i;
+        copy->SetMonoPalette();
+        expectGrey(*copy, 256, 1);
+    }
+    dib.SetMonoPalette();
+    EXPECT_EQ(dib.Header, block.header());
+    EXPECT_EQ(block.bytes[123], 123) << "the table starts behind the long header";
+    expectGrey(dib, 256, 1);
+}
+
+TEST(ContainerBlocks, CopyFailsWithoutACode) {
+    HeaderBlock block(4, 1, 24);
+    unsigned char pixels[12] = {};
+    DibStream dib;
+    EXPECT_TRUE(dib.Copy(block.header(), pixels));
+    EXPECT_EQ(dib.HeaderOwner, 6U);
+    EXPECT_EQ(dib.BufferOwner, 6U);
+    EXPECT_FALSE(dib.Copy(nullptr, pixels));
+    expectEmpty(dib);
+    EXPECT_FALSE(dib.Copy(block.header(), nullptr));
+    block.header()->biWidth = -4;
+    EXPECT_FALSE(dib.Copy(block.header(), pixels));
+    EXPECT_EQ(dib.Header, nullptr);
+    EXPECT_EQ(dib.Buffer, nullptr);
+    EXPECT_EQ(dib.HeaderOwner, 0U);
+    EXPECT_EQ(dib.ErrorCode, 0);
+    dib.SetDib(block.header(), 0, pixels, 0);
+    EXPECT_EQ(dib.Clone(), nullptr);
+    EXPECT_EQ(dib.ErrorCode, DIB_ERROR_MEMORY);
+}
+
+TEST(ContainerBlocks, SetMonoPaletteWritesEveryEntry) {
+    DibStream dib;
+    ASSERT_TRUE(dib.Create(2, 2, 4));
+    dib.SetMonoPalette();
+    expectGrey(dib, 16, 17);
+    for (const int bits : {1, 8}) {
+        ASSERT_TRUE(dib.Create(2, 2, bits));
+        std::memset(dib::colorTable(dib.Header), 0x55, 4U << bits);
+        dib.SetMonoPalette();
+        expectGrey(dib, 1 << bits, bits == 1 ? 255 : 1);
+    }
+    for (const int bits : {16, 24, 32}) {
+        ASSERT_TRUE(dib.Create(2, 2, bits));
+        const auto before = testing_support::headerBytes(dib);
+        dib.SetMonoPalette();
+        EXPECT_EQ(testing_support::headerBytes(dib), before);
+    }
+    ASSERT_TRUE(dib.Create(2, 2, 8));
+    dib.Header->biBitCount = 2;
+    const auto before = testing_support::headerBytes(dib);
+    dib.SetMonoPalette();
+    EXPECT_EQ(testing_support::headerBytes(dib), before);
+}
+
+TEST(ContainerBlocks, SetMonoPaletteGrowsShortTables) {
+    const auto makeShort = [] {
+        auto* header = static_cast<BITMAPINFOHEADER*>(std::malloc(40 + 4));
+        DibStream().SetBitmapInfo(*header, 1, 1, 8);
+        header->biClrUsed = 1;
+        return header;
+    };
+    DibStream* dib = nullptr;
+    const int failures = testing_support::forEachFailingAllocation(
+        [&] {
+            dib = new DibStream;
+            dib->SetDib(makeShort(), 6, std::calloc(1, 4), 6);
+        },
+        [&] { dib->SetMonoPalette(); },
+        [&](bool failureMet) {
+            expectGrey(*dib, failureMet ? 1 : 256, 1);
+            EXPECT_EQ(dib->Header->biClrUsed, 1U);
+            dib->Release();
+        });
+    EXPECT_EQ(failures, 1);
+}
+
+TEST(ContainerBlocks, CreateAlphaDibTakesTheAlphaBytes) {
+    for (const int height : {3, -3}) {
+        const DibPtr image = testing_support::randomImage(5, height, 32, 4);
+        const DibPtr alpha(image->CreateAlphaDib());
+        ASSERT_NE(alpha, nullptr);
+        EXPECT_EQ(alpha->RefCount, 1U);
+        EXPECT_EQ(alpha->Header->biBitCount, 8);
+        EXPECT_EQ(alpha->Header->biWidth, 5);
+        EXPECT_EQ(alpha->Header->biHeight, height);
+        expectGrey(*alpha, 256, 1);
+        for (int y = 0; y < 3; ++y) {
+            for (int x = 0; x < 5; ++x) EXPECT_EQ(*alpha->Pixel(x, y), image->Pixel(x, y)[3]);
+        }
+    }
+    for (const int bits : {1, 4, 8, 16, 24}) {
+        EXPECT_EQ(testing_support::blankImage(2, 2, bits)->CreateAlphaDib(), nullptr);
+    }
+    DibStream dib;
+    EXPECT_EQ(dib.CreateAlphaDib(), nullptr);
+    ASSERT_TRUE(dib.Create(2, 2, 32));
+    dib.BufferFree();
+    EXPECT_EQ(dib.CreateAlphaDib(), nullptr);
+    unsigned char pixels[4] = {};
+    dib.SetBuffer(pixels, 0);
+    dib.Header->biWidth = 30000;
+    dib.Header->biHeight = 30000;
+    EXPECT_EQ(dib.CreateAlphaDib(), nullptr) << "such a pixel block cannot exist";
+    dib.Header->biHeight = 0;
+    EXPECT_EQ(dib.CreateAlphaDib(), nullptr);
+}
+
+TEST(ContainerBlocks, SetAlphaPlaneCopiesBufferRows) {
+    for (const int height : {3, -3}) {
+        for (const int alphaHeight : {3, -3}) {
+            const DibPtr image = testing_support::randomImage(5, height, 32, 4);
+            const DibPtr before(image->Clone());
+            const DibPtr alpha = testing_support::randomImage(5, alphaHeight, 8, 5);
+            ASSERT_TRUE(image->SetAlphaPlane(alpha.get()));
+            for (std::size_t row = 0; row < 3; ++row) {
+                for (std::size_t x = 0; x < 5; ++x) {
+                    EXPECT_EQ(image->Buffer[row * 20 + x * 4 + 3], alpha->Buffer[row * 8 + x]);
+                    EXPECT_EQ(
+                        std::memcmp(image->Buffer + row * 20 + x * 4, before->Buffer + row * 20 + x * 4, 3),
+                        0);
+                }
+            }
+        }
+    }
+}
+
+TEST(ContainerBlocks, SetAlphaPlaneRefusesOtherImages) {
+    const DibPtr image = testing_support::randomImage(5, 3, 32, 4);
+    const DibPtr before(image->Clone());
+    EXPECT_FALSE(image->SetAlphaPlane(nullptr));
+    EXPECT_FALSE(image->SetAlphaPlane(testing_support::blankImage(4, 3, 8).get()));
+    EXPECT_FALSE(image->SetAlphaPlane(testing_support::blankImage(5, 4, 8).get()));
+    EXPECT_FALSE(image->SetAlphaPlane(testing_support::blankImage(5, -2, 8).get()));
+    for (const int bits : {1, 4, 16, 24, 32}) {
+        EXPECT_FALSE(image->SetAlphaPlane(testing_support::blankImage(5, 3, bits).get()));
+    }
+    EXPECT_FALSE(image->SetAlphaPlane(image.get()));
+    DibStream empty;
+    EXPECT_FALSE(image->SetAlphaPlane(&empty));
+    EXPECT_TRUE(testing_support::sameImage(*image, *before));
+
+    const DibPtr alpha = testing_support::blankImage(5, 3, 8);
+    EXPECT_FALSE(empty.SetAlphaPlane(alpha.get()));
+    for (const int bits : {1, 4, 8, 16, 24}) {
+        EXPECT_FALSE(testing_support::blankImage(5, 3, bits)->SetAlphaPlane(alpha.get()));
+    }
+    alpha->BufferFree();
+    EXPECT_FALSE(image->SetAlphaPlane(alpha.get()));
+    // No rows, nothing to do.
+    unsigned char pixels[4] = {};
+    HeaderBlock none(5, 0, 32);
+    HeaderBlock noneGrey(5, 0, 8);
+    DibStream a;
+    DibStream b;
+    a.SetDib(none.header(), 0, pixels, 0);
+    b.SetDib(noneGrey.header(), 0, pixels, 0);
+    EXPECT_TRUE(a.SetAlphaPlane(&b));
+}
+
+TEST(ContainerBlocks, CopiesSurviveEveryFailingAllocation) {
+    const DibPtr image = testing_support::randomImage(5, 3, 8, 1);
+    DibStream* clone = nullptr;
+    EXPECT_EQ(testing_support::forEachFailingAllocation(
+                  [&] { image->ErrorCode = 0; }, [&] { clone = image->Clone(); },
+                  [&](bool failureMet) {
+                      EXPECT_EQ(clone == nullptr, failureMet);
+                      EXPECT_EQ(image->ErrorCode, failureMet ? DIB_ERROR_MEMORY : DIB_OK);
+                      if (clone != nullptr) clone->Release();
+                  }),
+              3);
+    DibStream* copy = nullptr;
+    bool copied = false;
+    EXPECT_EQ(testing_support::forEachFailingAllocation(
+                  [&] {
+                      copy = new DibStream;
+                      copy->Create(2, 2, 24);
+                  },
+                  [&] { copied = copy->Copy(image->Header, image->Buffer); },
+                  [&](bool failureMet) {
+                      EXPECT_EQ(copied, !failureMet);
+                      EXPECT_EQ(copy->ErrorCode, 0);
+                      EXPECT_EQ(copy->Header == nullptr, failureMet);
+                      EXPECT_EQ(copy->Buffer == nullptr, failureMet);
+                      EXPECT_EQ(copy->HeaderOwner, failureMet ? 0U : 6U);
+                      copy->Release();
+                  }),
+              2);
+    const DibPtr colors = testing_support::randomImage(5, 3, 32, 1);
+    DibStream* alpha = nullptr;
+    EXPECT_EQ(testing_support::forEachFailingAllocation([] {}, [&] { alpha = colors->CreateAlphaDib(); },
+                                                        [&](bool failureMet) {
+                                                            EXPECT_EQ(alpha == nullptr, failureMet);
+                                                            if (alpha != nullptr) alpha->Release();
+                                                        }),
+              3);
+}
+
+}  // namespace
+}  // namespace container_support
