@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <algorithm>
 
 #include "dib/ColorTable.h"
 #include "dib/Kernels.h"
@@ -73,7 +73,8 @@ TEST(BmpLoad, EveryDepthAndRowOrder) {
             EXPECT_EQ(dib.Header->biClrImportant, entries);
             EXPECT_EQ(dib.Header->biSizeImage, pixelBytes(*image).size());
             EXPECT_EQ(pixelBytes(dib), pixelBytes(*image));
-            EXPECT_EQ(std::memcmp(dib::colorTable(dib.Header), table.data(), table.size()), 0);
+            EXPECT_TRUE(std::equal(table.begin(), table.end(),
+                                   reinterpret_cast<const unsigned char*>(dib::colorTable(dib.Header))));
         }
     }
 }
