@@ -18,12 +18,17 @@ void load(const char* op, int width, int height, int depth) {
     });
 }
 
+// Bottom-up images, as `Create` makes them and the file holds them, are written as they lie; top-down ones
+// are turned round on the way.
 void save(const char* op, int width, int height, int channels) {
-    pb::add(op, width, height, channels * 8, "ours", "", [=] {
-        const bench::DibRef dib = bench::dibOf(pb::img(width, height, channels));
-        const std::string path = pb::file("out_ours.bmp");
-        return pb::Op([=] { pb::need(dib->SaveToFile(path.c_str()), "save"); });
-    });
+    for (const bool topDown : {false, true}) {
+        pb::add(op, width, height, channels * 8, topDown ? "ours.topdown" : "ours", "", [=] {
+            const bench::DibRef dib = bench::dibOf(pb::img(width, height, channels));
+            if (!topDown) dib->Header->biHeight = height;
+            const std::string path = pb::file("out_ours.bmp");
+            return pb::Op([=] { pb::need(dib->SaveToFile(path.c_str()), "save"); });
+        });
+    }
 }
 
 void clone(int width, int height, int channels) {

@@ -290,9 +290,8 @@ bool isWritable(const DibStream& image) {
 }
 
 bool writeHeaders(std::FILE* file, const DibStream& image) {
-    const std::size_t colors = dib::announcedEntries(*image.Header);
-    const auto pixelOffset =
-        static_cast<std::uint32_t>(kFileHeaderBytes + kHeaderBytes + colors * dib::kEntryBytes);
+    const std::size_t tableBytes = dib::announcedEntries(*image.Header) * dib::kEntryBytes;
+    const auto pixelOffset = static_cast<std::uint32_t>(kFileHeaderBytes + kHeaderBytes + tableBytes);
     const dib::ImageSize size = dib::admitSize(*image.Header);
 
     unsigned char headers[kFileHeaderBytes + kHeaderBytes] = {};
@@ -306,19 +305,31 @@ bool writeHeaders(std::FILE* file, const DibStream& image) {
     std::memcpy(headers + kFileHeaderBytes, &info, kHeaderBytes);
 
     return dib::writeBytes(file, headers, sizeof headers) &&
-           dib::writeBytes(file, dib::colorTable(image.Header), colors * dib::kEntryBytes);
+           dib::writeBytes(file, dib::colorTable(image.Header), tableBytes);
 }
 
-// Bottom row first, whatever the order in memory.
+// Bottom row first, whatever the order in memory. Rows that have to be turned round are gathered first: a
+// write for each of them costs more than copying them.
 bool writePixels(std::FILE* file, DibStream& image) {
     if (image.Header->biHeight > 0) {
         return dib::writeBytes(file, image.Buffer, static_cast<std::size_t>(image.GetImageSize()));
     }
+    unsigned char gathered[1 << 16];
+    std::size_t bytes = 0;
     const dib::ImageSize size = dib::admitSize(*image.Header);
     for (std::size_t row = size.rows; row-- > 0;) {
-        if (!dib::writeBytes(file, image.ScanLine(static_cast<int>(row)), size.rowBytes)) return false;
+        const unsigned char* from = image.Buffer + row * size.rowBytes;
+        for (const unsigned char* end = from + size.rowBytes; from != end;) {
+            const std::size_t count = std::min(static_cast<std::size_t>(end - from), sizeof gathered - bytes);
+            std::memcpy(gathered + bytes, from, count);
+            from += count;
+            bytes += count;
+            if (bytes < sizeof gathered) continue;
+            if (!dib::writeBytes(file, gathered, bytes)) return false;
+            bytes = 0;
+        }
     }
-    return true;
+    return dib::writeBytes(file, gathered, bytes);
 }
 
 template <class Path>
