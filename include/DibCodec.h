@@ -64,6 +64,27 @@ DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback
 
 /// @name IFF ILBM
 /// @{
+
+/// Loads an IFF file with an ILBM picture, raw or in ByteRun1 packets, into a bottom-up image.
+///
+/// The number of planes gives the depth: 1 plane 1 bit, up to 4 planes 4 bits, up to 8 planes 8 bits, up to 24
+/// planes 24 bits; more make no image. A mask plane is read and dropped. Two depths do not keep their pixels as
+/// they are: of 4-bit images only zero and nonzero values are told apart, as indices 0 and 15, and the pixels of
+/// 1-bit images come turned by one place to the right within each group of eight. A file without colours has the
+/// table of `Create` (grey at 4 bits). Chunks of odd length are taken to be followed by the next one at once. Of
+/// several pictures in a file the last one stays.
+/// @param callback Called after each row with (row / height), so 0 comes first.
+/// @return False with `ErrorCode`
+/// - 3 when the file cannot be opened: the image is kept;
+/// - 7 for another compression: the image is kept;
+/// - 2 when memory is short or the size cannot exist;
+/// - 6 when the pixels end early, 9 when cancelled: the image holds the rows that were read, the others are
+///   undefined;
+/// - the code that it had when there is no picture.
+///
+/// A successful load leaves the code as it was. The file must be seekable.
+DIB_EXPORT bool LoadIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name JPEG, TIFF and PNG

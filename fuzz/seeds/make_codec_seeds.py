@@ -53,7 +53,25 @@ def tim_seeds():
     write("tim", "no-lookup.tim", start(0) + block(1, 1, [0x3210]))
 
 
+def ilbm_seeds():
+    def chunk(name, data):
+        return name + struct.pack(">I", len(data)) + data
+
+    def form(width, planes, body, packed=0, mask=0, colors=b""):
+        head = struct.pack(">HHHHBBBBHBBHH", width, 2, 0, 0, planes, mask, packed, 0, 0, 1, 1, width, 2)
+        chunks = chunk(b"BMHD", head) + (chunk(b"CMAP", colors) if colors else b"") + chunk(b"BODY", body)
+        return chunk(b"FORM", b"ILBM" + chunks)
+
+    write("ilbm", "bits.iff", form(9, 1, count(4), colors=count(6)))
+    write("ilbm", "nibbles.iff", form(5, 3, count(12), colors=count(24)))
+    write("ilbm", "bytes.iff", form(3, 8, count(32), colors=count(48)))
+    write("ilbm", "bytes-packets-mask.iff", form(3, 8, bytes([0x03, 1, 2, 3, 4, 0x80, 0xE1, 7]), 1, 1))
+    write("ilbm", "colors.iff", form(2, 24, count(96)))
+    write("ilbm", "colors-packets.iff", form(2, 24, bytes([0x81, 0xAA]), 1))
+
+
 if __name__ == "__main__":
     tga_seeds()
     ppm_seeds()
     tim_seeds()
+    ilbm_seeds()

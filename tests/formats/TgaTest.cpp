@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "tests/formats/CodecTest.h"
+#include "tests/reference/CodecReference.h"
 
 namespace {
 
@@ -291,26 +292,6 @@ TEST(TgaLoad, NeverCallsTheCallback) {
     EXPECT_TRUE(log.fractions.empty());
 }
 
-// The packets one pixel at a time, as the format describes them.
-void decodePlainly(const Bytes& packets, std::size_t pixelBytes, bool topFirst, DibStream& image) {
-    std::size_t at = 0;
-    std::size_t left = 0;
-    bool isRun = false;
-    const int height = image.Header->biHeight;
-    for (int row = 0; row < height; ++row) {
-        unsigned char* out = image.ScanLine(topFirst ? row : height - 1 - row);
-        for (int x = 0; x < image.Header->biWidth; ++x, out += pixelBytes) {
-            if (left == 0) {
-                left = (packets[at] & 0x7FU) + 1;
-                isRun = (packets[at++] & 0x80) != 0;
-            }
-            std::copy_n(packets.begin() + static_cast<std::ptrdiff_t>(at), pixelBytes, out);
-            --left;
-            if (!isRun || left == 0) at += pixelBytes;
-        }
-    }
-}
-
 TEST(TgaLoad, RandomPacketsMatchThePlainDecoder) {
     testing_support::Random random(5);
     for (const testing_support::Size size : testing_support::kSizes) {
@@ -335,7 +316,7 @@ TEST(TgaLoad, RandomPacketsMatchThePlainDecoder) {
                 ASSERT_TRUE(loaded.result);
                 const DibPtr expected =
                     testing_support::blankImage(size.width, size.height, static_cast<int>(bitCount));
-                decodePlainly(packets, pixelBytes, topFirst, *expected);
+                ASSERT_TRUE(reference::decodeTgaPackets(packets, topFirst, *expected));
                 for (int y = 0; y < size.height; ++y) {
                     EXPECT_EQ(rowBytes(*loaded.image, y), rowBytes(*expected, y)) << bitCount << " row " << y;
                 }

@@ -1,0 +1,92 @@
+#include "formats/BitPlanes.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "dib/Kernels.h"
+
+namespace formats {
+
+namespace {
+
+// Mirrors a matrix of 8 x 8 bits (byte k, bit c) at its diagonal: blocks of 1, 2 and 4 bits beside it change
+// places in turn.
+DIB_ALWAYS_INLINE std::uint64_t transpose(std::uint64_t matrix) {
+    std::uint64_t change = (matrix ^ (matrix >> 7)) & 0x00AA00AA00AA00AAU;
+    matrix ^= change ^ (change << 7);
+    change = (matrix ^ (matrix >> 14)) & 0x0000CCCC0000CCCCU;
+    matrix ^= change ^ (change << 14);
+    change = (matrix ^ (matrix >> 28)) & 0x00000000F0F0F0F0U;
+    return matrix ^ change ^ (change << 28);
+}
+
+DIB_ALWAYS_INLINE void planesToBytesLoop(const unsigned char* __restrict planes, std::size_t stride,
+                                         unsigned char* __restrict pixels, std::size_t groups) {
+    for (std::size_t group = 0; group < groups; ++group) {
+        std::uint64_t matrix = 0;
+        for (int k = 0; k < kPlaneGroup; ++k) {
+            matrix |= std::uint64_t{planes[static_cast<std::size_t>(k) * stride + group]} << (8 * k);
+        }
+        // The leftmost pixel is the top bit of its byte but the first of the bytes.
+        const std::uint64_t bytes = __builtin_bswap64(transpose(matrix));
+        std::memcpy(pixels + 8 * group, &bytes, sizeof bytes);
+    }
+}
+
+DIB_ALWAYS_INLINE void bytesToPlanesLoop(const unsigned char* __restrict pixels, std::size_t groups,
+                                         unsigned char* __restrict planes, std::size_t stride) {
+    for (std::size_t group = 0; group < groups; ++group) {
+        std::uint64_t bytes = 0;
+        std::memcpy(&bytes, pixels + 8 * group, sizeof bytes);
+        const std::uint64_t matrix = transpose(__builtin_bswap64(bytes));
+        for (int k = 0; k < kPlaneGroup; ++k) {
+            planes[static_cast<std::size_t>(k) * stride + group] =
+                static_cast<unsigned char>(matrix >> (8 * k));
+        }
+    }
+}
+
+DIB_ALWAYS_INLINE void joinChannelsLoop(const unsigned char* __restrict channels, std::size_t stride,
+                                        unsigned char* __restrict pixels, std::size_t count) {
+    const unsigned char* first = channels;
+    const unsigned char* second = channels + stride;
+    const unsigned char* third = channels + 2 * stride;
+    for (std::size_t i = 0; i < count; ++i) {
+        pixels[3 * i] = third[i];
+        pixels[3 * i + 1] = second[i];
+        pixels[3 * i + 2] = first[i];
+    }
+}
+
+DIB_ALWAYS_INLINE void splitChannelsLoop(const unsigned char* __restrict pixels, std::size_t count,
+                                         unsigned char* __restrict channels, std::size_t stride) {
+    for (std::size_t i = 0; i < count; ++i) {
+        channels[i] = pixels[3 * i + 2];
+        channels[stride + i] = pixels[3 * i + 1];
+        channels[2 * stride + i] = pixels[3 * i];
+    }
+}
+
+}  // namespace
+
+void planesToBytes(const unsigned char* planes, std::size_t stride, unsigned char* pixels,
+                   std::size_t groups) {
+    dib::runKernel<planesToBytesLoop>(planes, stride, pixels, groups);
+}
+
+void bytesToPlanes(const unsigned char* pixels, std::size_t groups, unsigned char* planes,
+                   std::size_t stride) {
+    dib::runKernel<bytesToPlanesLoop>(pixels, groups, planes, stride);
+}
+
+void joinChannels(const unsigned char* channels, std::size_t stride, unsigned char* pixels,
+                  std::size_t count) {
+    dib::runKernel<joinChannelsLoop>(channels, stride, pixels, count);
+}
+
+void splitChannels(const unsigned char* pixels, std::size_t count, unsigned char* channels,
+                   std::size_t stride) {
+    dib::runKernel<splitChannelsLoop>(pixels, count, channels, stride);
+}
+
+}  // namespace formats

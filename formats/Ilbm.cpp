@@ -1,0 +1,331 @@
+// An ILBM file is a FORM chunk that holds chunks: BMHD (size and depth), CMAP (colours) and BODY (rows of bit
+// planes, top row first). All numbers have their most significant byte first.
+#include "formats/Ilbm.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <optional>
+
+#include "dib/Bytes.h"
+#include "dib/ColorTable.h"
+#include "dib/Memory.h"
+#include "formats/BitPlanes.h"
+#include "formats/ByteSource.h"
+#include "formats/CodecFrame.h"
+#include "formats/Rows.h"
+
+using formats::fail;
+using formats::iff_chunk;
+using formats::iff_outstream;
+
+namespace formats {
+
+bool iff_chunk::load(std::FILE* file) {
+    unsigned char bytes[kBytes];
+    if (!dib::readBytes(file, bytes, sizeof bytes)) return false;
+    std::memcpy(id, bytes, sizeof id);
+    length = dib::readBe32(bytes + sizeof id);
+    return true;
+}
+
+bool iff_chunk::is(const char* name) const { return std::memcmp(id, name, sizeof id) == 0; }
+
+bool iff_outstream::add(int n) {
+    const std::uint64_t wanted = std::uint64_t{length} + static_cast<std::uint64_t>(n);
+    if (wanted <= capacity) return true;
+    if (wanted > UINT32_MAX) return false;
+    const std::uint64_t grown = std::min(wanted + length + 256, std::uint64_t{UINT32_MAX});
+    void* block = std::realloc(buffer, grown);
+    if (block == nullptr) return false;
+    buffer = static_cast<unsigned char*>(block);
+    capacity = static_cast<std::uint32_t>(grown);
+    return true;
+}
+
+bool iff_outstream::append(const void* bytes, int n) {
+    if (!add(n)) return false;
+    std::memcpy(buffer + length, bytes, static_cast<std::size_t>(n));
+    length += static_cast<std::uint32_t>(n);
+    return true;
+}
+
+bool iff_outstream::dword(unsigned int value) {
+    unsigned char bytes[4];
+    dib::writeBe32(bytes, value);
+    return append(bytes, sizeof bytes);
+}
+
+}  // namespace formats
+
+namespace {
+
+constexpr int kBmhdBytes = 20;
+constexpr int kMostPlanes = 24;
+
+// Bytes of one plane of one row: planes are padded to words.
+constexpr std::size_t planeRowBytes(std::size_t width) { return (width + 15) / 16 * 2; }
+// Groups of eight pixels, the last one perhaps broken.
+constexpr std::size_t pixelGroups(std::size_t width) { return (width + 7) / 8; }
+
+struct BitmapHeader {
+    int width = 0;
+    int height = 0;
+    int planes = 0;
+    bool hasMask = false;
+    unsigned compression = 0;  // 0 none, 1 packets
+
+    std::size_t planeBytes() const { return planeRowBytes(static_cast<std::size_t>(width)); }
+    std::size_t colorBytes() const { return planeBytes() * static_cast<std::size_t>(planes); }
+    std::size_t maskBytes() const { return hasMask ? planeBytes() : 0; }
+    int bitCount() const { return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : 24; }
+};
+
+std::optional<BitmapHeader> readBitmapHeader(std::FILE* file) {
+    unsigned char bytes[kBmhdBytes];
+    if (!dib::readBytes(file, bytes, sizeof bytes)) return {};
+    return BitmapHeader{dib::readBe16(bytes), dib::readBe16(bytes + 2), bytes[8], bytes[9] == 1, bytes[10]};
+}
+
+// The bytes of compressed planes. A packet is a count byte and either that many bytes or one to repeat; packets
+// run on across the ends of planes and rows.
+class PacketBytes {
+public:
+    explicit PacketBytes(std::FILE* file) : source_(file) {}
+
+    bool read(unsigned char* out, std::size_t bytes) {
+        while (bytes > 0) {
+            if (left_ == 0 && !nextPacket()) return false;
+            const std::size_t count = std::min(left_, bytes);
+            if (literals_ != nullptr) {
+                std::memcpy(out, literals_, count);
+                literals_ += count;
+            } else {
+                std::memset(out, repeated_, count);
+            }
+            out += count;
+            bytes -= count;
+            left_ -= count;
+        }
+        return true;
+    }
+
+private:
+    bool nextPacket() {
+        int header = 0;
+        do {
+            header = source_.byte();
+        } while (header == 128);
+        if (header < 0) return false;
+        if (header < 128) {
+            left_ = static_cast<std::size_t>(header) + 1;
+            literals_ = source_.take(left_);
+            return literals_ != nullptr;
+        }
+        left_ = static_cast<std::size_t>(257 - header);
+        literals_ = nullptr;
+        repeated_ = source_.byte();
+        return repeated_ >= 0;
+    }
+
+    formats::ByteSource source_;
+    const unsigned char* literals_ = nullptr;
+    int repeated_ = 0;
+    std::size_t left_ = 0;
+};
+
+// Sets the bits behind the last pixel of a row to 0.
+void clearBehind(unsigned char* bits, std::size_t width) {
+    if (width % 8 != 0) bits[width / 8] = static_cast<unsigned char>(bits[width / 8] & (0xFF00 >> width % 8));
+}
+
+// The planes of one row and what they become.
+class PlaneRow {
+public:
+    PlaneRow(const BitmapHeader& header, int bitCount)
+        : header_(header),
+          width_(static_cast<std::size_t>(header.width)),
+          planes_(dib::allocateZeroed<unsigned char>(kMostPlanes * header.planeBytes() + header.maskBytes())),
+          pixels_(dib::allocateArray<unsigned char>(3 * 8 * header.planeBytes())),
+          bitCount_(bitCount) {}
+
+    bool ready() const { return planes_ != nullptr && pixels_ != nullptr; }
+    // Where the colour planes go, those that the file lacks staying 0, and the mask.
+    unsigned char* planes() { return planes_.get(); }
+    unsigned char* mask() { return planes_.get() + kMostPlanes * header_.planeBytes(); }
+
+    void storeInto(unsigned char* row, std::size_t rowBytes) {
+        switch (bitCount_) {
+            case 1: return storeRotatedBits(row, rowBytes);
+            case 4: return storeTwoValues(row, rowBytes);
+            case 8:
+                formats::planesToBytes(planes(), header_.planeBytes(), pixels_.get(), pixelGroups(width_));
+                std::memcpy(row, pixels_.get(), width_);
+                return;
+            default: return storeColors(row);
+        }
+    }
+
+private:
+    // Each group of eight pixels comes out turned by one place to the right; programs that use these images turn
+    // it back.
+    void storeRotatedBits(unsigned char* row, std::size_t rowBytes) {
+        clearBehind(planes(), width_);
+        std::memset(row, 0, rowBytes);
+        for (std::size_t i = 0; i < pixelGroups(width_); ++i) {
+            row[i] = static_cast<unsigned char>(planes()[i] >> 1 | planes()[i] << 7);
+        }
+    }
+
+    // Of up to four planes only zero and nonzero are told apart, as indices 0 and 15.
+    void storeTwoValues(unsigned char* row, std::size_t rowBytes) {
+        constexpr unsigned char kPairs[] = {0x00, 0x0F, 0xF0, 0xFF};
+        const std::size_t stride = header_.planeBytes();
+        unsigned char* any = planes();
+        for (int k = 1; k < header_.planes; ++k) {
+            const unsigned char* plane = planes() + static_cast<std::size_t>(k) * stride;
+            for (std::size_t i = 0; i < stride; ++i) any[i] = static_cast<unsigned char>(any[i] | plane[i]);
+        }
+        clearBehind(any, width_);
+        std::memset(row, 0, rowBytes);
+        for (std::size_t i = 0; i < pixelGroups(width_); ++i) {
+            for (std::size_t pair = 0; pair < 4; ++pair)
+                row[4 * i + pair] = kPairs[any[i] >> (6 - 2 * pair) & 3];
+        }
+    }
+
+    void storeColors(unsigned char* row) {
+        const std::size_t stride = header_.planeBytes();
+        const std::size_t channelBytes = 8 * stride;
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            formats::planesToBytes(planes() + 8 * channel * stride, stride,
+                                   pixels_.get() + channel * channelBytes, pixelGroups(width_));
+        }
+        formats::joinChannels(pixels_.get(), channelBytes, row, width_);
+    }
+
+    BitmapHeader header_;
+    std::size_t width_;
+    dib::MallocPtr<unsigned char> planes_;
+    dib::MallocPtr<unsigned char> pixels_;
+    int bitCount_;
+};
+
+// Reads one FORM, chunk by chunk.
+class FormReader {
+public:
+    enum class Outcome { kNoBody, kDecoded, kFailed };
+
+    FormReader(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user)
+        : file_(file), image_(image), callback_(callback), user_(user) {}
+
+    // Reads the chunks from `start` to `end`. Chunks of odd length are not followed by a fill byte here: files
+    // that have one are read one byte early.
+    Outcome read(off_t start, off_t end) {
+        for (off_t at = start; at < end;) {
+            iff_chunk chunk;
+            if (fseeko(file_, at, SEEK_SET) != 0 || !chunk.load(file_)) break;
+            if (chunk.is("BMHD")) {
+                if (!startImage()) break;
+            } else if (chunk.is("CMAP")) {
+                readColors(chunk.length / 3);
+            } else if (chunk.is("BODY") && header_) {
+                return readBody() ? Outcome::kDecoded : Outcome::kFailed;
+            }
+            at += iff_chunk::kBytes + static_cast<off_t>(chunk.length);
+        }
+        return Outcome::kNoBody;
+    }
+
+private:
+    // False when nothing more of the FORM can be used.
+    bool startImage() {
+        header_ = readBitmapHeader(file_);
+        if (!header_) return false;
+        if (header_->compression > 1) return fail(image_, DIB_ERROR_UNSUPPORTED);
+        const bool created = header_->planes <= kMostPlanes &&
+                             image_->Create(header_->width, header_->height, header_->bitCount());
+        if (!created) header_.reset();
+        // A file may lack its colours.
+        if (created && header_->bitCount() == 4) image_->SetMonoPalette();
+        return true;
+    }
+
+    void readColors(std::uint32_t fileColors) {
+        if (!header_) return;
+        std::array<unsigned char, 256 * 3> colors;
+        const std::size_t count = std::min<std::size_t>(dib::announcedEntries(*image_->Header), fileColors);
+        const std::size_t read = std::fread(colors.data(), 3, count, file_);
+        DibBGRA* table = dib::colorTable(image_->Header);
+        for (std::size_t i = 0; i < read; ++i)
+            table[i] = {colors[3 * i + 2], colors[3 * i + 1], colors[3 * i], 0};
+    }
+
+    bool readBody() {
+        PlaneRow row(*header_, image_->Header->biBitCount);
+        if (!row.ready()) return fail(image_, DIB_ERROR_MEMORY);
+        if (header_->compression == 1) {
+            PacketBytes packets(file_);
+            return readRows(row,
+                            [&](unsigned char* out, std::size_t bytes) { return packets.read(out, bytes); });
+        }
+        return readRows(
+            row, [&](unsigned char* out, std::size_t bytes) { return dib::readBytes(file_, out, bytes); });
+    }
+
+    template <class Read>
+    bool readRows(PlaneRow& row, Read read) {
+        for (int y = 0; y < header_->height; ++y) {
+            if (!read(row.planes(), header_->colorBytes()) || !read(row.mask(), header_->maskBytes())) {
+                return fail(image_, DIB_ERROR_INVALID);
+            }
+            row.storeInto(image_->ScanLine(y), image_->GetPitch());
+            if (!formats::report(callback_, user_, y, header_->height))
+                return fail(image_, DIB_ERROR_INTERRUPTED);
+        }
+        return true;
+    }
+
+    std::FILE* file_;
+    DibStream* image_;
+    DibProgressCallback callback_;
+    void* user_;
+    std::optional<BitmapHeader> header_;  // of the image that was created
+};
+
+off_t fileLength(std::FILE* file) {
+    const off_t here = ftello(file);
+    if (here < 0 || fseeko(file, 0, SEEK_END) != 0) return -1;
+    const off_t length = ftello(file);
+    return fseeko(file, here, SEEK_SET) == 0 ? length : -1;
+}
+
+}  // namespace
+
+bool LoadIFF(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    const off_t end = fileLength(file);
+    bool decoded = false;
+    for (off_t at = ftello(file); at < end;) {
+        iff_chunk chunk;
+        if (fseeko(file, at, SEEK_SET) != 0 || !chunk.load(file)) break;
+        if (chunk.is("FORM")) {
+            unsigned char type[4];
+            if (!dib::readBytes(file, type, sizeof type) || std::memcmp(type, "ILBM", sizeof type) != 0)
+                break;
+            // The length is taken as a position in the file, as if nothing stood before the FORM.
+            FormReader form(file, image, callback, user);
+            const auto outcome = form.read(ftello(file), static_cast<off_t>(chunk.length));
+            if (outcome == FormReader::Outcome::kFailed) return false;
+            if (outcome == FormReader::Outcome::kDecoded) decoded = true;
+        }
+        at += iff_chunk::kBytes + static_cast<off_t>(chunk.length);
+    }
+    return decoded;
+}
+
+bool LoadIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadIFF, image, callback, user);
+}
+bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadIFF, image, callback, user);
+}
