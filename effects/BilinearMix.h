@@ -20,6 +20,16 @@ DIB_ALWAYS_INLINE MixWeight mixWeight(int ofSecond) {
     return 256U + static_cast<std::uint32_t>(ofSecond) * 0xFFFFU;
 }
 
+// On processors without SSE2, and the measure of it.
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint32_t mixFourPlain(const unsigned char* upper, const unsigned char* lower,
+                                             MixWeight weightX, MixWeight weightY) {
+    const std::uint64_t left = weightX & 0xFFFFU;
+    const std::uint64_t right = weightX >> 16;
+    return mixRows(readChannels<Bits>(upper, 0) * left + readChannels<Bits>(upper, 1) * right,
+                   readChannels<Bits>(lower, 0) * left + readChannels<Bits>(lower, 1) * right, weightY >> 16);
+}
+
 #if defined(__SSE2__)
 
 // The channels of a pixel and of its right neighbour in pairs of 16-bit lanes. Reads these two pixels only.
@@ -64,10 +74,7 @@ DIB_ALWAYS_INLINE std::uint32_t mixFour(const unsigned char* upper, const unsign
 template <int Bits>
 DIB_ALWAYS_INLINE std::uint32_t mixFour(const unsigned char* upper, const unsigned char* lower,
                                         MixWeight weightX, MixWeight weightY) {
-    const std::uint64_t left = weightX & 0xFFFFU;
-    const std::uint64_t right = weightX >> 16;
-    return mixRows(readChannels<Bits>(upper, 0) * left + readChannels<Bits>(upper, 1) * right,
-                   readChannels<Bits>(lower, 0) * left + readChannels<Bits>(lower, 1) * right, weightY >> 16);
+    return mixFourPlain<Bits>(upper, lower, weightX, weightY);
 }
 
 #endif

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dib/Kernels.h"
+#include "effects/BilinearMix.h"
 #include "tests/support/TestImages.h"
 
 namespace {
@@ -103,6 +104,37 @@ TEST(WarpFrame, SamplesEveryDepthLikeTheSamplers) {
     expectSameAtAllSizes<dib::Depth16>();
     expectSameAtAllSizes<dib::Depth24>();
     expectSameAtAllSizes<dib::Depth32>();
+}
+
+template <int Bits>
+void expectSameMix() {
+    Random random(31);
+    unsigned char upper[8];
+    unsigned char lower[8];
+    for (int i = 0; i < 20000; ++i) {
+        // Extremes are frequent: they are where 16-bit sums would overflow.
+        for (unsigned char& byte : upper)
+            byte = random.below(3) == 0 ? 255 : static_cast<unsigned char>(random.next());
+        for (unsigned char& byte : lower)
+            byte = random.below(3) == 0 ? 0 : static_cast<unsigned char>(random.next());
+        const auto weight = [&] {
+            return dib::mixWeight(random.below(8) == 0 ? 256 * random.below(2) : random.below(257));
+        };
+        const dib::MixWeight x = weight();
+        const dib::MixWeight y = weight();
+        ASSERT_EQ(dib::mixFour<Bits>(upper, lower, x, y), dib::mixFourPlain<Bits>(upper, lower, x, y));
+        ASSERT_EQ(dib::mixFour<Bits>(lower, upper, x, y), dib::mixFourPlain<Bits>(lower, upper, x, y));
+    }
+}
+
+TEST(WarpFrame, VectorMixIsThePlainOne) {
+    expectSameMix<24>();
+    expectSameMix<32>();
+    EXPECT_EQ(dib::mixWeight(0), 256U);
+    EXPECT_EQ(dib::mixWeight(100), 156U | (100U << 16));
+    EXPECT_EQ(dib::mixWeight(256), 256U << 16);
+    const unsigned char pixels[] = {0, 1, 2, 255, 3, 4};
+    EXPECT_EQ(dib::mixFourPlain<24>(pixels, pixels, dib::mixWeight(128), dib::mixWeight(77)), 0x03027FU);
 }
 
 // Beyond 2^24 pixels float positions skip pixels and may round up to the size itself.

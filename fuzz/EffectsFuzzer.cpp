@@ -1,0 +1,91 @@
+// Random effect, picture and parameters: at every kernel level the result and every byte of the picture must be
+// those of the plain loops. A new effect joins by a row of the table.
+#include <DibEffect.h>
+
+#include <cstring>
+#include <iterator>
+#include <memory>
+
+#include "dib/ImageSize.h"
+#include "dib/Kernels.h"
+#include "fuzz/FuzzSupport.h"
+#include "tests/reference/EffectReference.h"
+
+namespace {
+
+struct Parameters {
+    float real[5];
+    int whole;
+    unsigned int flags;
+};
+
+struct EffectCase {
+    bool (*run)(DibStream*, const Parameters&);
+    bool (*reference)(DibStream&, const Parameters&);
+};
+
+const EffectCase kEffects[] = {
+    {[](DibStream* image, const Parameters&) { return DibEffectReverse(nullptr, nullptr, image); },
+     [](DibStream& image, const Parameters&) { return reference::reverse(image); }},
+    {[](DibStream* image, const Parameters& p) { return DibEffectMozaic(nullptr, nullptr, image, p.whole); },
+     [](DibStream& image, const Parameters& p) { return reference::mosaic(image, p.whole); }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectRotate(nullptr, nullptr, image, p.real[0], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) { return reference::rotate(image, p.real[0], p.flags); }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectRipple(nullptr, nullptr, image, p.real[0], p.real[1], p.real[2], p.real[3],
+                                p.real[4], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::ripple(image, p.real[0], p.real[1], p.real[2], p.real[3], p.real[4], p.flags);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectWave(nullptr, nullptr, image, p.real[0], p.real[1], p.real[2], p.real[3], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::wave(image, p.real[0], p.real[1], p.real[2], p.real[3], p.flags);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectWhirl(nullptr, nullptr, image, p.real[0], p.real[1], p.real[2], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::whirl(image, p.real[0], p.real[1], p.real[2], p.flags);
+     }},
+};
+
+// Mostly numbers of the size of pictures and angles, sometimes any bit pattern.
+Parameters parametersFrom(fuzz::Input& input) {
+    Parameters parameters{};
+    for (float& real : parameters.real) {
+        const std::uint8_t kind = input.byte();
+        real = kind < 32 ? input.anyFloat()
+                         : static_cast<float>(input.below(1 << 16) - (1 << 15)) / static_cast<float>(kind);
+    }
+    const bool extreme = input.byte() < 32;
+    parameters.whole = extreme ? static_cast<int>(input.word()) : input.below(40) - 2;
+    parameters.flags = input.byte() < 200 ? input.word() & 3U : input.word();
+    return parameters;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    const EffectCase& effect = kEffects[input.below(static_cast<int>(std::size(kEffects)))];
+    const Parameters parameters = parametersFrom(input);
+    DibStream image;
+    fuzz::randomImage(input, image, 80);
+    const std::unique_ptr<DibStream> expected(image.Clone());
+    const bool result = effect.reference(*expected, parameters);
+    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+        dib::limitKernelLevel(level);
+        const std::unique_ptr<DibStream> actual(image.Clone());
+        fuzz::require(effect.run(actual.get(), parameters) == result,
+                      "the result is that of the plain loops");
+        fuzz::require(
+            std::memcmp(actual->Buffer, expected->Buffer, dib::admitSize(*image.Header).imageBytes) == 0,
+            "every byte is that of the plain loops");
+    }
+    return 0;
+}
