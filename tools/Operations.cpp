@@ -4,12 +4,14 @@ namespace tool {
 
 // One line for each file in ops/, here and in operations().
 std::span<const Operation> depthOps();
+std::span<const Operation> distortionOps();
 
 std::span<const Operation> operations() {
     static const std::vector<Operation> all = [] {
         std::vector<Operation> rows;
         for (const auto& area : {
                  depthOps(),
+                 distortionOps(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());
         }
