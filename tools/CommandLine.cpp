@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 
 #include "tools/Chain.h"
 #include "tools/Failure.h"
@@ -44,6 +45,12 @@ void declareRun(CLI::App& app, Request& request) {
     run->footer([] { return "Operations (`dib help OPERATION` tells more):\n" + operationSummary(); });
 }
 
+void print(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        throw Failure(kExitOutputFailed, "standard output: write file");
+    }
+}
+
 const Format* chosenFormat(const std::string& name) { return name.empty() ? nullptr : &formatNamed(name); }
 
 void executeRun(const Request& request) {
@@ -58,6 +65,13 @@ void executeRun(const Request& request) {
     chain.showsProgress =
         request.progress == "always" || (request.progress == "auto" && isatty(STDERR_FILENO) != 0);
     runChain(chain);
+}
+
+// A file that cannot be read does not keep the others from being told of.
+void executeInfo(const Request& request) {
+    const InfoReport report = infoReport(request.files, chosenFormat(request.from), request.asJson);
+    print(report.text);
+    if (!report.complaints.empty()) throw Failure(kExitBadInput, report.complaints);
 }
 
 std::string helpOn(const CLI::App& app, const std::string& topic) {
@@ -96,18 +110,22 @@ void declareCommands(CLI::App& app, Request& request) {
     app.add_subcommand("man", "Prints the manual page, as roff");
 }
 
-std::string execute(const CLI::App& app, const Request& request) {
+void execute(const CLI::App& app, const Request& request) {
     if (app.got_subcommand("run")) {
         executeRun(request);
-        return {};
+    } else if (app.got_subcommand("info")) {
+        executeInfo(request);
+    } else if (app.got_subcommand("ops")) {
+        print(operationsText(request.asJson));
+    } else if (app.got_subcommand("formats")) {
+        print(formatsText(request.asJson));
+    } else if (app.got_subcommand("help")) {
+        print(helpOn(app, request.topic));
+    } else if (app.got_subcommand("completion")) {
+        print(completionScript(app, request.shell));
+    } else {
+        print(manPage(app));
     }
-    if (app.got_subcommand("info"))
-        return infoText(request.files, chosenFormat(request.from), request.asJson);
-    if (app.got_subcommand("ops")) return operationsText(request.asJson);
-    if (app.got_subcommand("formats")) return formatsText(request.asJson);
-    if (app.got_subcommand("help")) return helpOn(app, request.topic);
-    if (app.got_subcommand("completion")) return completionScript(app, request.shell);
-    return manPage(app);
 }
 
 std::vector<CommandText> commandTexts(const CLI::App& app) {

@@ -25,8 +25,8 @@ struct Request {
 /// Declares every command on `app`; parsing fills `request`.
 void declareCommands(CLI::App& app, Request& request);
 
-/// Runs the command that was parsed. What it prints is returned. @throws Failure.
-std::string execute(const CLI::App& app, const Request& request);
+/// Runs the command that was parsed. @throws Failure.
+void execute(const CLI::App& app, const Request& request);
 
 /// The man page, as roff.
 std::string manPage(const CLI::App& app);

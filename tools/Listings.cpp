@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/Chain.h"
+#include "tools/Failure.h"
 
 namespace tool {
 
@@ -69,14 +70,20 @@ std::string infoLine(const Json& info) {
 
 // The tables.
 
+// Whole numbers without a decimal point.
+Json jsonNumber(double value) {
+    const auto whole = static_cast<std::int64_t>(value);
+    return static_cast<double>(whole) == value ? Json(whole) : Json(value);
+}
+
 Json describe(const Parameter& parameter) {
     Json json = {{"name", parameter.name}, {"type", kindName(parameter.kind)}, {"help", parameter.help}};
     json["required"] = parameter.standard.empty();
     if (!parameter.standard.empty()) json["default"] = parameter.standard;
     if (!parameter.unit.empty()) json["unit"] = parameter.unit;
     if (parameter.bounds.max > parameter.bounds.min) {
-        json["min"] = parameter.bounds.min;
-        json["max"] = parameter.bounds.max;
+        json["min"] = jsonNumber(parameter.bounds.min);
+        json["max"] = jsonNumber(parameter.bounds.max);
     }
     for (const Choice& choice : parameter.choices) {
         json["choices"].push_back({{"name", choice.name}, {"help", choice.help}});
@@ -113,13 +120,23 @@ std::string describeAll(std::span<const Row> rows) {
 
 }  // namespace
 
-std::string infoText(const std::vector<std::string>& files, const Format* chosen, bool asJson) {
+InfoReport infoReport(const std::vector<std::string>& files, const Format* chosen, bool asJson) {
+    InfoReport report;
     Json all = Json::array();
-    for (const std::string& file : files) all.push_back(describe(file, chosen));
-    if (asJson) return printed(all);
-    std::string text;
-    for (const Json& info : all) text += infoLine(info);
-    return text;
+    for (const std::string& file : files) {
+        try {
+            all.push_back(describe(file, chosen));
+        } catch (const Failure& failure) {
+            if (failure.exitCode() != kExitBadInput) throw;
+            report.complaints += (report.complaints.empty() ? "" : "\n") + std::string(failure.what());
+        }
+    }
+    if (asJson) {
+        report.text = printed(all);
+    } else {
+        for (const Json& info : all) report.text += infoLine(info);
+    }
+    return report;
 }
 
 std::string operationHelp(const Operation& operation) {

@@ -9,8 +9,13 @@
 
 namespace tool {
 
-/// @throws Failure (bad input) when a file cannot be read; nothing is printed of the others then.
-std::string infoText(const std::vector<std::string>& files, const Format* chosen, bool asJson);
+/// What `dib info` found out.
+struct InfoReport {
+    std::string text;        ///< About the files that could be read.
+    std::string complaints;  ///< About the others, a line each.
+};
+/// @throws Failure (cancelled).
+InfoReport infoReport(const std::vector<std::string>& files, const Format* chosen, bool asJson);
 std::string operationsText(bool asJson);
 std::string formatsText(bool asJson);
 /// The help of one operation.

@@ -1,6 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <iostream>
+#include <string>
+#include <string_view>
 
 #include "tools/Cancel.h"
 #include "tools/CommandLine.h"
@@ -9,21 +12,25 @@
 
 namespace {
 
+// Each line of a message says who speaks.
+void complain(std::string_view message) {
+    std::string lines = "dib: ";
+    for (const char c : message) lines += c == '\n' ? std::string("\ndib: ") : std::string(1, c);
+    std::fprintf(stderr, "%s\n", lines.c_str());
+}
+
 int run(int argumentCount, char** arguments) {
     CLI::App app("Reads, changes and writes pictures.", "dib");
     tool::Request request;
     tool::declareCommands(app, request);
-    std::string output;
     try {
         app.parse(argumentCount, arguments);
-        output = tool::execute(app, request);
+        tool::execute(app, request);
     } catch (const CLI::Success& asked) {
         app.exit(asked);
+        if (!std::cout.flush()) throw tool::Failure(tool::kExitOutputFailed, "standard output: write file");
     } catch (const CLI::ParseError& error) {
-        throw tool::usageFailure(std::string(error.what()) + "\nTry `dib --help`.");
-    }
-    if (std::fwrite(output.data(), 1, output.size(), stdout) != output.size() || std::fflush(stdout) != 0) {
-        throw tool::Failure(tool::kExitOutputFailed, "standard output: write file");
+        throw tool::usageFailure(std::string(error.what()) + "\ntry `dib --help`");
     }
     return tool::kExitDone;
 }
@@ -36,10 +43,10 @@ int main(int argumentCount, char** arguments) {
     try {
         return run(argumentCount, arguments);
     } catch (const tool::Failure& failure) {
-        std::fprintf(stderr, "dib: %s\n", failure.what());
+        complain(failure.what());
         return failure.exitCode();
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "dib: %s\n", error.what());
+        complain(error.what());
         return tool::kExitOperationFailed;
     }
 }

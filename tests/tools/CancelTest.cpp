@@ -41,6 +41,15 @@ TEST_P(CancelBy, LeavesNothingHalfWritten) {
     EXPECT_EQ(filesHere(), (Names{"in.bmp", "out.bmp"}));
 }
 
+TEST_F(Cancel, ASecondSignalEndsTheProgramAtOnce) {
+    Program program(longChain("out.bmp"));
+    ASSERT_TRUE(program.errorsContain("bpp"));
+    program.signal(SIGINT);
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.finish().exitCode, 130);
+    EXPECT_EQ(filesHere(), Names{"in.bmp"});
+}
+
 INSTANTIATE_TEST_SUITE_P(Signals, CancelBy, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 TEST_F(Cancel, StopsWaitingForStandardInput) {

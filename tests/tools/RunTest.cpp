@@ -157,7 +157,7 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
         const Result result = run(arguments);
         EXPECT_EQ(result.exitCode, 2) << result.errors;
         EXPECT_TRUE(result.errors.starts_with("dib: "));
-        EXPECT_TRUE(result.errors.ends_with("Try `dib --help`.\n"));
+        EXPECT_TRUE(result.errors.ends_with("dib: try `dib --help`\n"));
     }
     EXPECT_EQ(filesHere(), kOnlyInput);
 }
@@ -247,6 +247,8 @@ TEST_F(RunCommand, StandardOutputThatCannotBeWrittenIsReported) {
     const Result list = run({"ops"}, "", toFull);
     EXPECT_EQ(list.exitCode, 4);
     EXPECT_EQ(list.errors, "dib: standard output: write file\n");
+
+    for (const char* words : {"--help", "formats"}) EXPECT_EQ(run({words}, "", toFull).exitCode, 4);
 
     const Result closedPipe = run({"run", "in.bmp", "bpp:8", "-"}, "", [] {
         int ends[2];

@@ -62,6 +62,17 @@ TEST_F(Info, KeepsStrangeNamesInValidJson) {
     EXPECT_EQ(infoOf("a\"\\\n\xff.bmp")["file"], "a\"\\\n\xEF\xBF\xBD.bmp");
 }
 
+TEST_F(Info, GoesOnAfterABadFile) {
+    writeFile("bad.bmp", "BM");
+    const Result result = run({"info", "bad.bmp", "in.bmp", "missing.bmp"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.output, "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
+    EXPECT_EQ(result.errors,
+              "dib: bad.bmp: load: read file\n"
+              "dib: missing.bmp: load: open file (No such file or directory)\n");
+    EXPECT_EQ(nlohmann::json::parse(run({"info", "--json", "bad.bmp"}).output), nlohmann::json::array());
+}
+
 TEST_F(Info, ReadsStandardInput) {
     const Result result = run({"info", "-"}, readFile("in.bmp"));
     EXPECT_EQ(result.output, "-: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
