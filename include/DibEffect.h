@@ -228,7 +228,43 @@ DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStr
 /// @}
 
 /// @name Rank filters
+///
+/// Each pixel becomes a copy of one whole pixel of the square of side 2 x radius + 1 around it, chosen by
+/// brightness; no new colour arises. Positions beyond an edge are clamped or wrapped and count as often as
+/// they occur. All six depths are accepted.
+///
+/// Brightness is (37 blue + 146 green + 73 red), of the colour table's entry at 1, 4 and 8 bits. At 16 bits
+/// blue has 73 and red 37; `DibEffectBrightMiddle` exchanges them for colour tables too.
+/// @param radius 0 changes nothing and reports nothing; negative gives false.
+/// @param flags  `DibEffectFlag`.
 /// @{
+
+/// Takes the brightest pixel; of equally bright ones the topmost, in its row the leftmost.
+///
+/// - At 1 bit a neighbourhood with both indices gives the index of the brighter entry, index 1 when they are
+///   equally bright.
+/// - At 4 bits the two pixels of each byte are read in exchanged places (an odd-width row's fill nibble
+///   stands in for the partner of its last pixel).
+/// - At 32 bits a neighbourhood of nothing but black keeps the alpha of the pixel chosen last, in the order
+///   of the picture; before the first it is the low byte of ~radius.
+DIB_EXPORT bool DibEffectBrightMax(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                                   unsigned int flags);
+DIB_EXPORT bool DibEffectBrightMax(DibProgressCallback callback, void* user, DibStream* image,
+                                   DEBrightInfo* info);
+/// Takes the darkest pixel, as `DibEffectBrightMax` takes the brightest; index 0 when two entries are equally
+/// bright at 1 bit, and at 32 bits it is a neighbourhood of nothing but white that keeps the last alpha.
+DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                                   unsigned int flags);
+DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, DibStream* image,
+                                   DEBrightInfo* info);
+/// Takes the pixel with (n + 1) / 2 brighter ones before it among the n of the neighbourhood: one step darker
+/// than the median. Of equally bright pixels the upper, in a row the left one, counts as brighter. At 1 bit
+/// the index is 1 where at least (n + 1) / 2 of the neighbourhood are 1, whatever the colour table says.
+/// @param radius As above; above 23169, where n passes 2^31 - 1, the result is false as for short memory.
+DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                                      unsigned int flags);
+DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image,
+                                      DEBrightInfo* info);
 /// @}
 
 /// @name Edge and relief

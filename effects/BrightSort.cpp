@@ -1,0 +1,18 @@
+#include "effects/BrightSort.h"
+
+#include <utility>
+
+namespace dib {
+
+bmidinfo* bright_sort(bmidinfo* entries, int count, int k) {
+    for (int pass = 0; pass <= k; ++pass) {
+        // The brightest of what is left rises to its place; strictly brighter, so equals never pass each
+        // other.
+        for (int j = count - 1; j > pass; --j) {
+            if (entries[j].brightness > entries[j - 1].brightness) std::swap(entries[j], entries[j - 1]);
+        }
+    }
+    return entries + k;
+}
+
+}  // namespace dib
