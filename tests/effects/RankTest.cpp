@@ -73,7 +73,7 @@ DibPtr imageOfTies(int width, int height, int depth, std::uint64_t seed) {
 
 TEST(Rank, EqualsThePlainLoops) {
     for (const RankFilter& filter : kFilters) {
-        for (const int radius : {1, 2, 4, 17}) {
+        for (const int radius : {1, 2}) {
             for (const unsigned flags : {0U, 1U, 2U, 3U}) {
                 SCOPED_TRACE(::testing::Message()
                              << filter.name << " radius " << radius << " flags " << flags);
@@ -88,9 +88,10 @@ TEST(Rank, EqualsThePlainLoops) {
 TEST(Rank, TiesAreDecidedAsInThePlainLoops) {
     for (const RankFilter& filter : kFilters) {
         for (const int depth : kAll) {
-            for (const int radius : {1, 2, 3, 6}) {
+            // Below and above the radius at which the way of ranking changes.
+            for (const int radius : {1, 3, 7, 8}) {
                 for (unsigned flags = 0; flags < 4; ++flags) {
-                    const DibPtr image = imageOfTies(23, flags % 2 == 0 ? 11 : -11, depth, flags + 7);
+                    const DibPtr image = imageOfTies(23, flags % 2 == 0 ? 7 : -7, depth, flags + 7);
                     const DibPtr expected(image->Clone());
                     filter.reference(*expected, radius, flags);
                     EXPECT_TRUE(filter.effect(nullptr, nullptr, image.get(), radius, flags));
