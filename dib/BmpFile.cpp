@@ -194,7 +194,8 @@ private:
         colors_ = most == 0 ? 0 : dib::announcedEntries(info_.fields);
         if (colors_ > most) return fail(DIB_ERROR_INVALID);
         size_ = dib::admitSize(info_.fields);
-        if (!size_.admitted) return fail(DIB_ERROR_MEMORY);
+        // Rows without columns cost nothing to announce, yet everything that walks over rows would meet them.
+        if (!size_.admitted || (size_.rowBytes == 0 && size_.rows > 0)) return fail(DIB_ERROR_MEMORY);
         return true;
     }
 
@@ -314,9 +315,10 @@ bool writePixels(std::FILE* file, DibStream& image) {
     if (image.Header->biHeight > 0) {
         return dib::writeBytes(file, image.Buffer, static_cast<std::size_t>(image.GetImageSize()));
     }
+    const dib::ImageSize size = dib::admitSize(*image.Header);
+    if (size.imageBytes == 0) return true;
     unsigned char gathered[1 << 16];
     std::size_t bytes = 0;
-    const dib::ImageSize size = dib::admitSize(*image.Header);
     for (std::size_t row = size.rows; row-- > 0;) {
         const unsigned char* from = image.Buffer + row * size.rowBytes;
         for (const unsigned char* end = from + size.rowBytes; from != end;) {

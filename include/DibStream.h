@@ -266,7 +266,7 @@ public:
     /// are zero), `biClrUsed` and `biClrImportant` are the number of colours in the file (0 above 8 bits) and
     /// `biSizeImage` is pitch times rows. `biHeight` keeps its sign. `biCompression` is 0, but 3 after
     /// loading a file with masks. Runs go on behind the end of their row; what leaves the pixel block is
-    /// dropped, rows that no run reaches are 0. A width or height of 0 gives an image without pixels.
+    /// dropped, rows that no run reaches are 0. A height of 0 gives an image without pixels.
     /// @param path  UTF-8.
     /// @param flags Depths accepted, `DIB_ACCEPT_1` to `DIB_ACCEPT_32`.
     /// @return True with `ErrorCode` 0. Otherwise false, an empty object and code
@@ -275,8 +275,8 @@ public:
     ///         - 6: it does not begin with "BM", or announces more colours than its depth can address;
     ///         - 7: its header size, compression, masks or depth is none of the above;
     ///         - 8: its depth is not among those accepted;
-    ///         - 2: memory is short, the width is negative or the pixel block would not fit in a signed
-    ///           32-bit number.
+    ///         - 2: memory is short, the width is below 1 (but for a height of 0, negative) or the pixel block
+    ///           would not fit in a signed 32-bit number.
     ///
     ///         A file whose rest cannot hold the announced pixels fails before they are allocated.
     bool LoadFromFile(const char* path, unsigned int flags);

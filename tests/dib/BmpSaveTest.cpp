@@ -3,6 +3,7 @@
 #include <VexLibs.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -132,6 +133,12 @@ TEST(BmpSave, AnnouncedImageSize) {
     EXPECT_EQ(save(dib).size(), 58U);
     header.biHeight = 0;
     EXPECT_EQ(save(dib).size(), 54U);
+    // Rows without columns are not walked over one by one.
+    header.biWidth = 0;
+    for (const int height : {INT_MAX, -INT_MAX}) {
+        header.biHeight = height;
+        EXPECT_EQ(save(dib).size(), 54U);
+    }
 }
 
 TEST(BmpSave, MaskedImagesKeepCompressionThree) {
