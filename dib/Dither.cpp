@@ -105,26 +105,34 @@ DIB_ALWAYS_INLINE void gatherKernel(const std::int32_t* __restrict above,
 
 // The state that runs along a row: the errors of the last two pixels.
 struct Trail {
-    std::int32_t last = 0;
-    std::int32_t beforeLast = 0;
+    std::int64_t last = 0;
+    std::int64_t beforeLast = 0;
 };
 
-// Whether a pixel is white is decided on the scaled sum, beside the division and not after it: with k = 128 -
-// grey, grey + sum / 42 >= 128 holds from sum = 42 k on, or, where truncation rounds up, from 42 k - 41 on.
-constexpr std::int32_t whiteFrom(std::int32_t grey) {
-    const std::int32_t k = 128 - grey;
+// Every pixel waits for the error of the one before, so what counts is the way from a sum to the next: a
+// multiplication for the division, no branch (black and white follow each other without a pattern) and the decision
+// beside the division instead of after it. With k = 128 - grey, grey + sum / 42 >= 128 holds from sum = 42 k on, or,
+// where truncation rounds up, from 42 k - 41 on.
+constexpr std::int64_t whiteFrom(std::int64_t grey) {
+    const std::int64_t k = 128 - grey;
     return k > 0 ? 42 * k : 42 * k - 41;
 }
 
-inline unsigned int diffusePixel(std::int32_t grey, std::int32_t incoming, Trail& trail, std::int32_t& error,
+// floor(sum / 42) for sums of 32 bits, but one less for negative multiples of 42, so that subtracting the sign gives
+// the quotient truncated towards zero: 818089009 / 2^35 exceeds 1 / 42 by 10 / (42 x 2^35).
+constexpr std::int64_t divideBy42(std::int64_t sum) { return (sum * 818089009) >> 35; }
+
+inline std::int64_t diffusePixel(std::int64_t grey, std::int64_t incoming, Trail& trail, std::int32_t& error,
                                  std::int32_t& remainder) {
-    const std::int32_t sum = incoming + 4 * trail.beforeLast + 8 * trail.last;
-    const bool white = sum >= whiteFrom(grey);
-    const std::int32_t quotient = sum / 42;
-    error = (white ? grey - 255 : grey) + quotient;
-    remainder = error + (sum - 42 * quotient);
-    trail = {error, trail.last};
-    return white ? 1U : 0U;
+    const std::int64_t sum = incoming + 4 * trail.beforeLast + 8 * trail.last;
+    const std::int64_t white = (whiteFrom(grey) - 1 - sum) >> 63;  // -1 or 0
+    const std::int64_t sign = sum >> 63;
+    const std::int64_t quotient = divideBy42(sum);
+    const std::int64_t own = grey - (255 & white) - sign;
+    trail = {own + quotient, trail.last};
+    error = static_cast<std::int32_t>(trail.last);
+    remainder = static_cast<std::int32_t>(trail.last + sum - 42 * (quotient - sign));
+    return -white;
 }
 
 }  // namespace
@@ -153,7 +161,7 @@ void ErrorDiffusion::diffuse(std::uint8_t* bits) {
     std::int32_t* remainder = current_.remainder + kMargin;
     for (std::size_t x = 0; x < width_; x += 8) {
         const std::size_t count = std::min<std::size_t>(8, width_ - x);
-        unsigned int byte = 0;
+        std::int64_t byte = 0;
         for (std::size_t i = x; i < x + count; ++i) {
             byte = 2 * byte + diffusePixel(grey_[i], incoming_[i], trail, error[i], remainder[i]);
         }

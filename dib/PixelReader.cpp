@@ -4,6 +4,7 @@
 
 #include "dib/ColorTable.h"
 #include "dib/PixelKernels.h"
+#include "dib/PixelShuffles.h"
 
 namespace dib {
 
@@ -22,6 +23,28 @@ void unpackIndices(const std::uint8_t* from, std::uint8_t* to, std::size_t count
             to[i * kPerByte + k] = (from[i] >> (8 - kBits * (k + 1))) & kMask;
         }
     }
+}
+
+using Shuffle = std::size_t (*)(const std::uint8_t*, std::uint8_t*, std::size_t);
+
+// How many pixels the shuffle has done at the level in use; the plain loop does the others.
+std::size_t shuffled(Shuffle shuffle, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return kernelLevel() == KernelLevel::kAvx2 ? shuffle(from, to, count) : 0;
+}
+
+void widen(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    const std::size_t done = shuffled(shuffleBgrToBgra, from, to, count);
+    runKernel<bgrToBgra>(from + 3 * done, to + 4 * done, count - done);
+}
+
+void bgrRowToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    const std::size_t done = shuffled(shuffleBgrToGrey, from, to, count);
+    runKernel<bgrToGrey<3>>(from + 3 * done, to + done, count - done);
+}
+
+void bgraRowToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    const std::size_t done = shuffled(shuffleBgraToGrey, from, to, count);
+    runKernel<bgrToGrey<4>>(from + 4 * done, to + done, count - done);
 }
 
 }  // namespace
@@ -77,7 +100,7 @@ void PixelReader::readBgr(std::size_t row, std::size_t x, std::size_t count, std
 void PixelReader::readBgra(std::size_t row, std::size_t x, std::size_t count, std::uint8_t* to) const {
     const std::uint8_t* from = at(row, x);
     if (bitCount_ == 32) return static_cast<void>(std::memcpy(to, from, 4 * count));
-    if (bitCount_ == 24) return runKernel<bgrToBgra>(from, to, count);
+    if (bitCount_ == 24) return widen(from, to, count);
     if (bitCount_ == 16) return runKernel<wordsToBgr<4>>(from, to, count);
     std::uint8_t scratch[kIndexScratch];
     indicesToBgra(indices(row, x, count, scratch), to, count, colors_);
@@ -85,8 +108,8 @@ void PixelReader::readBgra(std::size_t row, std::size_t x, std::size_t count, st
 
 void PixelReader::readGrey(std::size_t row, std::size_t x, std::size_t count, std::uint8_t* to) const {
     const std::uint8_t* from = at(row, x);
-    if (bitCount_ == 32) return runKernel<bgrToGrey<4>>(from, to, count);
-    if (bitCount_ == 24) return runKernel<bgrToGrey<3>>(from, to, count);
+    if (bitCount_ == 32) return bgraRowToGrey(from, to, count);
+    if (bitCount_ == 24) return bgrRowToGrey(from, to, count);
     if (bitCount_ == 16) return runKernel<wordsToGrey>(from, to, count);
     std::uint8_t scratch[kIndexScratch];
     const std::uint8_t* index = indices(row, x, count, scratch);

@@ -1,0 +1,20 @@
+// The two conversions that the compilers do not turn into byte shuffles well enough, by hand for AVX2. Against the
+// plain loops of PixelKernels.h, which remain their definition, they take 0.7 (widening) and 0.6 (grey) of the time.
+//
+// Each converts as many pixels from the front as it can in whole vectors without touching a byte beyond the last
+// pixel, and returns how many those are; the plain loop does the rest. Elsewhere than on x86-64 that is none.
+#ifndef DIB_PIXEL_SHUFFLES_H
+#define DIB_PIXEL_SHUFFLES_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace dib {
+
+std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+
+}  // namespace dib
+
+#endif
