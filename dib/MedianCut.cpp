@@ -74,7 +74,8 @@ int mediancut::get_index() const {
     int bestScore = 0;
     for (int i = 0; i < boxCount; ++i) {
         const colinfo& box = boxes[i].info;
-        const int score = std::bit_width(static_cast<std::uint32_t>(box.count)) * longestExtent(box);
+        const int bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(box.count)));
+        const int score = bits * longestExtent(box);
         if (score > bestScore) {
             best = i;
             bestScore = score;

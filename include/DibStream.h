@@ -318,8 +318,8 @@ public:
     /// All return false without a code when there is no header, no pixels or the source depth is none of the
     /// six; false with `ErrorCode` 2 and the image unchanged when the new pixels or working memory cannot be
     /// had, or the size is inadmissible; false with `ErrorCode` 2 and the image empty when that happens to
-    /// the new image behind them (a picture without rows included). Memory beside source and result: a few
-    /// rows, but for the median cut, which also holds 3 bytes and up to 10 more per pixel.
+    /// the new image behind them (a picture without rows included). Memory beside source and result: a few rows, but for the median cut,
+    /// which also holds 3 bytes and up to 10 more per pixel and less than 20 million bytes of tables.
     /// @{
 
     /// Converts to `bitCount` by the method of that depth, passing the flags on.

@@ -154,7 +154,8 @@ DibBGRA entry(const DibStream& image, int index) { return dib::colorTable(image.
 
 std::uint32_t entryValue(const DibStream& image, int index) {
     const DibBGRA e = entry(image, index);
-    return e.blue | e.green << 8U | e.red << 16U | static_cast<std::uint32_t>(e.alpha) << 24U;
+    return std::uint32_t{e.blue} | std::uint32_t{e.green} << 8 | std::uint32_t{e.red} << 16 |
+           std::uint32_t{e.alpha} << 24;
 }
 
 TEST(Convert, UnknownDepthsChangeNothing) {
