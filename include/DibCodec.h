@@ -59,6 +59,7 @@ DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallba
 ///
 /// In the last two cases the image has the document's size: the rows that were read, the rest 0xFF.
 DIB_EXPORT bool LoadPSD(const char* path, DibStream* dib, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback callback, void* user);
 /// @}
 
@@ -109,6 +110,7 @@ DIB_EXPORT bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 ///
 /// A successful load leaves the code as it was.
 DIB_EXPORT bool LoadTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 

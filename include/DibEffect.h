@@ -175,6 +175,7 @@ DIB_EXPORT bool DibEffectReverse(DibProgressCallback callback, void* user, DibSt
 /// @param angle 0 changes nothing and reports nothing.
 DIB_EXPORT bool DibEffectRotate(DibProgressCallback callback, void* user, DibStream* image, float angle,
                                 unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectRotate(DibProgressCallback callback, void* user, DibStream* image,
                                 DERotateInfo* info);
 
@@ -186,6 +187,7 @@ DIB_EXPORT bool DibEffectRotate(DibProgressCallback callback, void* user, DibStr
 DIB_EXPORT bool DibEffectRipple(DibProgressCallback callback, void* user, DibStream* image, float centerX,
                                 float centerY, float wavelength, float amplitude, float phase,
                                 unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectRipple(DibProgressCallback callback, void* user, DibStream* image,
                                 DERippleInfo* info);
 
@@ -198,6 +200,7 @@ DIB_EXPORT bool DibEffectRipple(DibProgressCallback callback, void* user, DibStr
 /// @param direction  Along which the waves run; with 0 they run along x and move pixels along y.
 DIB_EXPORT bool DibEffectWave(DibProgressCallback callback, void* user, DibStream* image, float wavelength,
                               float amplitude, float phase, float direction, unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectWave(DibProgressCallback callback, void* user, DibStream* image, DEWaveInfo* info);
 
 /// Twists the picture about a point: a pixel at distance r is taken from the point turned by r x twist, in
@@ -206,6 +209,7 @@ DIB_EXPORT bool DibEffectWave(DibProgressCallback callback, void* user, DibStrea
 /// @param twist           In radians per pixel; 0 changes nothing and reports nothing.
 DIB_EXPORT bool DibEffectWhirl(DibProgressCallback callback, void* user, DibStream* image, float centerX,
                                float centerY, float twist, unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectWhirl(DibProgressCallback callback, void* user, DibStream* image, DEWhirlInfo* info);
 
 /// Paints every square block of pixels in one colour. Blocks start at the upper left corner of the picture;

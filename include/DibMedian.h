@@ -23,13 +23,13 @@ namespace dibmedian {
 
 /// A box of the colour cube. Along each channel it spans low to low + extent - 1.
 struct colinfo {
-    std::int32_t redLow;
-    std::int32_t greenLow;
-    std::int32_t blueLow;
-    std::int32_t redExtent;
-    std::int32_t greenExtent;
-    std::int32_t blueExtent;
-    std::int32_t count;  ///< Pixels inside the box.
+    std::int32_t redLow;       ///< Smallest red.
+    std::int32_t greenLow;     ///< Smallest green.
+    std::int32_t blueLow;      ///< Smallest blue.
+    std::int32_t redExtent;    ///< Red values spanned.
+    std::int32_t greenExtent;  ///< Green values spanned.
+    std::int32_t blueExtent;   ///< Blue values spanned.
+    std::int32_t count;        ///< Pixels inside the box.
 };
 
 /// A node of the decision tree; owns its children.
@@ -94,8 +94,8 @@ public:
 
     /// A box and the leaf that stands for it, which the tree owns.
     struct Box {
-        colinfo info;
-        coltree* leaf;
+        colinfo info;   ///< Its bounds and pixels.
+        coltree* leaf;  ///< Its leaf.
     };
 
     coltree* root = nullptr;    ///< The tree; null before `execute`.
@@ -112,8 +112,7 @@ public:
     /// @param width      Pixels per row. A picture without pixels gives one box at black, with count 0.
     /// @param height     Rows, not negative.
     /// @param maxColours Boxes wanted; fewer are made when every box has become a single colour, and never
-    /// more
-    ///                   than `kMaxBoxes`.
+    ///                   more than `kMaxBoxes`.
     /// @return True; false only when memory is short, and the boxes made so far are then of no use.
     DIB_EXPORT bool execute(DibBGR* pixels, int width, int height, int maxColours);
 

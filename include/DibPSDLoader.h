@@ -62,7 +62,9 @@ struct PSDLayerInfo {
     DIB_EXPORT ~PSDLayerInfo();
     PSDLayerInfo(const PSDLayerInfo&) = delete;
     PSDLayerInfo& operator=(const PSDLayerInfo&) = delete;
+    /// Takes the name over.
     PSDLayerInfo(PSDLayerInfo&& other) noexcept;
+    /// Takes the name over.
     PSDLayerInfo& operator=(PSDLayerInfo&& other) noexcept;
 };
 
@@ -76,7 +78,9 @@ struct PSDLayerImage {
     DIB_EXPORT ~PSDLayerImage();
     PSDLayerImage(const PSDLayerImage&) = delete;
     PSDLayerImage& operator=(const PSDLayerImage&) = delete;
+    /// Takes the references over.
     PSDLayerImage(PSDLayerImage&& other) noexcept;
+    /// Takes the references over.
     PSDLayerImage& operator=(PSDLayerImage&& other) noexcept;
 };
 
@@ -195,15 +199,26 @@ public:
 
     /// @name Steps of a load, in file order; not exported
     /// @{
+
+    /// The header, judged.
     bool LoadHeader();
+    /// The palette, into the colour table of an 8-bit target; anything else is skipped.
     bool LoadColorModeData();
+    /// The resources, which are only logged.
     bool LoadImageResource();
+    /// The layers where they are enabled, else nothing of the section.
     bool LoadLayerMaskInfo();
+    /// The channels of a picture, one per id, into `dib` (null drops them). A mask becomes an 8-bit picture of
+    /// its own at the end of `extra`, where that is given.
     bool LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
                        const std::vector<PSD_CHANNEL_ID>& ids);
+    /// Whether `count` bytes could be read.
     bool Read(unsigned char* buffer, int count);
+    /// A text behind its length byte, padded to a multiple of `unit`; `out` is the caller's, to be freed.
     bool ReadPString(char*& out, int unit);
+    /// A PackBits row of `count` bytes from `packedSize` bytes of the file.
     bool DecodeRLE(unsigned char* out, int count, int packedSize);
+    /// Reports the position in the file; false when cancelled.
     bool DoCallback();
     /// @}
 

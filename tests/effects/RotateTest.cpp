@@ -90,7 +90,8 @@ TEST(Rotate, PositiveAnglesTurnCounterClockwise) {
 TEST(Rotate, OnePixelStaysItself) {
     for (const int depth : kAll) {
         const DibPtr image = blankImage(1, 1, depth);
-        setPixelValue(*image, 0, 0, depth == 1 ? 1 : 0x0C0A0905 & ((1ULL << depth) - 1));
+        setPixelValue(*image, 0, 0,
+                      depth == 1 ? 1U : 0x0C0A0905U & static_cast<std::uint32_t>((1ULL << depth) - 1));
         const std::uint32_t value = pixelValue(*image, 0, 0);
         EXPECT_TRUE(DibEffectRotate(nullptr, nullptr, image.get(), 1.2F, 3));
         EXPECT_EQ(pixelValue(*image, 0, 0), value);
