@@ -107,7 +107,7 @@ bool DibPSDLoader::LoadSections() {
 
     // A second channel of two is not stored: whether it is green or alpha is not said by the count.
     std::vector<PSD_CHANNEL_ID> ids(header_.channels, PSD_CHANNEL_NONE);
-    if (ids.size() >= 1) ids[0] = PSD_CHANNEL_RED;
+    if (!ids.empty()) ids[0] = PSD_CHANNEL_RED;
     if (ids.size() >= 3) {
         ids[1] = PSD_CHANNEL_GREEN;
         ids[2] = PSD_CHANNEL_BLUE;

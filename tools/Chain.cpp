@@ -19,7 +19,7 @@ std::string upTo(const std::string& title, std::string_view action) {
 
 // Operations need not set an error code; then the picture that they refused says most.
 std::string operationError(const DibStream& image) {
-    const std::string text = DibStream::GetErrorString(image.ErrorCode);
+    std::string text = DibStream::GetErrorString(image.ErrorCode);
     if (!text.empty()) return text;
     if (image.Header == nullptr) return "failed";
     return "cannot be done to a picture of " + std::to_string(image.Header->biWidth) + "x" +
