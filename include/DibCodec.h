@@ -85,6 +85,7 @@ DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback
 ///
 /// A successful load leaves the code as it was. The file must be seekable.
 DIB_EXPORT bool LoadIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 

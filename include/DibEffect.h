@@ -253,12 +253,14 @@ DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStr
 ///   of the picture; before the first it is the low byte of ~radius.
 DIB_EXPORT bool DibEffectBrightMax(DibProgressCallback callback, void* user, DibStream* image, int radius,
                                    unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectBrightMax(DibProgressCallback callback, void* user, DibStream* image,
                                    DEBrightInfo* info);
 /// Takes the darkest pixel, as `DibEffectBrightMax` takes the brightest; index 0 when two entries are equally
 /// bright at 1 bit, and at 32 bits it is a neighbourhood of nothing but white that keeps the last alpha.
 DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, DibStream* image, int radius,
                                    unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, DibStream* image,
                                    DEBrightInfo* info);
 /// Takes the pixel with (n + 1) / 2 brighter ones before it among the n of the neighbourhood: one step darker
@@ -267,6 +269,7 @@ DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, Dib
 /// @param radius As above; above 23169, where n passes 2^31 - 1, the result is false as for short memory.
 DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
                                       unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image,
                                       DEBrightInfo* info);
 /// @}
