@@ -11,6 +11,7 @@ import re
 import sys
 
 QUOTE = re.compile(r"<!-- (whole of|from) (\S+) -->\n```\w*\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(r"^```.*?^```$", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\]\((?!\w+:|#)([^)#]+)[^)]*\)")
 
 
@@ -27,7 +28,7 @@ def check(root, page):
             wrong.append(f"{name} is quoted, but does not exist")
         elif code != source if kind == "whole of" else code not in source:
             wrong.append(f"a quotation differs from {name}")
-    wrong += [f"the link to {link} leads nowhere" for link in LINK.findall(text)
+    wrong += [f"the link to {link} leads nowhere" for link in LINK.findall(BLOCK.sub("", text))
               if not (page.parent / link).exists()]
     return len(quotes), [f"{page.relative_to(root)}: {line}" for line in wrong]
 
