@@ -20,61 +20,89 @@ DIB_ALWAYS_INLINE MixWeight mixWeight(int ofSecond) {
     return 256U + static_cast<std::uint32_t>(ofSecond) * 0xFFFFU;
 }
 
-// On processors without SSE2, and the measure of it.
+// The upper left pixels of some mixes, in bytes from the first pixel of the picture, and the weights.
+constexpr int kMixTaps = 64;
+struct MixTaps {
+    int offset[kMixTaps];
+    MixWeight weightX[kMixTaps];
+    MixWeight weightY[kMixTaps];
+};
+
+// The mixed colours; at 24 bits the high byte of each is undefined. On processors without SSE2, and the measure
+// of it.
 template <int Bits>
-DIB_ALWAYS_INLINE std::uint32_t mixFourPlain(const unsigned char* upper, const unsigned char* lower,
-                                             MixWeight weightX, MixWeight weightY) {
-    const std::uint64_t left = weightX & 0xFFFFU;
-    const std::uint64_t right = weightX >> 16;
-    return mixRows(readChannels<Bits>(upper, 0) * left + readChannels<Bits>(upper, 1) * right,
-                   readChannels<Bits>(lower, 0) * left + readChannels<Bits>(lower, 1) * right, weightY >> 16);
+DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
+                                   int count, std::uint32_t* colors) {
+    for (int i = 0; i < count; ++i) {
+        const unsigned char* upper = top + taps.offset[i];
+        const unsigned char* lower = upper + rowStep;
+        const std::uint64_t left = taps.weightX[i] & 0xFFFFU;
+        const std::uint64_t right = taps.weightX[i] >> 16;
+        colors[i] = mixRows(readChannels<Bits>(upper, 0) * left + readChannels<Bits>(upper, 1) * right,
+                            readChannels<Bits>(lower, 0) * left + readChannels<Bits>(lower, 1) * right,
+                            taps.weightY[i] >> 16);
+    }
 }
 
 #if defined(__SSE2__)
 
-// The channels of a pixel and of its right neighbour in pairs of 16-bit lanes. Reads these two pixels only.
-template <int Bits>
-DIB_ALWAYS_INLINE __m128i channelPairs(const unsigned char* pixels) {
-    __m128i left;
-    __m128i right;
-    if constexpr (Bits == 24) {
-        std::int32_t first;
-        std::uint32_t second;
-        std::memcpy(&first, pixels, 4);
-        std::memcpy(&second, pixels + 2, 4);
-        left = _mm_cvtsi32_si128(first);
-        right = _mm_cvtsi32_si128(static_cast<std::int32_t>(second >> 8));
+// A pixel and its right neighbour. `Roomy` allows two bytes more to be read at 24 bits.
+template <int Bits, bool Roomy>
+DIB_ALWAYS_INLINE __m128i loadTwo(const unsigned char* pixels) {
+    if constexpr (Bits == 24 && !Roomy) {
+        std::uint64_t both = 0;
+        std::memcpy(&both, pixels, 6);
+        return _mm_cvtsi64_si128(static_cast<std::int64_t>(both));
     } else {
-        left = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
-        right = _mm_srli_epi64(left, 32);
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
     }
-    return _mm_unpacklo_epi8(_mm_unpacklo_epi8(left, right), _mm_setzero_si128());
 }
 
-template <int Bits>
-DIB_ALWAYS_INLINE std::uint32_t mixFour(const unsigned char* upper, const unsigned char* lower,
-                                        MixWeight weightX, MixWeight weightY) {
+// The channels of the mixed pixel in 32-bit lanes.
+template <int Bits, bool Roomy>
+DIB_ALWAYS_INLINE __m128i mixChannels(const unsigned char* upper, const unsigned char* lower,
+                                      MixWeight weightX, MixWeight weightY) {
+    const __m128i zero = _mm_setzero_si128();
     const __m128i columns = _mm_set1_epi32(static_cast<std::int32_t>(weightX));
     const __m128i lines = _mm_set1_epi32(static_cast<std::int32_t>(weightY));
-    const __m128i upperMix = _mm_madd_epi16(channelPairs<Bits>(upper), columns);
-    const __m128i lowerMix = _mm_madd_epi16(channelPairs<Bits>(lower), columns);
+    // Each byte beside the one below it: first those of the left pixel, then those of the right one.
+    const __m128i bytes = _mm_unpacklo_epi8(loadTwo<Bits, Roomy>(upper), loadTwo<Bits, Roomy>(lower));
+    const __m128i rightBytes = _mm_srli_si128(bytes, Bits / 4);
+    const __m128i left = _mm_madd_epi16(_mm_unpacklo_epi8(bytes, zero), lines);
+    const __m128i right = _mm_madd_epi16(_mm_unpacklo_epi8(rightBytes, zero), lines);
     // The multiplication is signed: the unsigned 16-bit sums are moved down by 2^15 before it and the result,
     // whose weights total 256, is moved up by 2^23 after it.
-    const __m128i pairs = _mm_or_si128(upperMix, _mm_slli_epi32(lowerMix, 16));
+    const __m128i pairs = _mm_or_si128(left, _mm_slli_epi32(right, 16));
     const __m128i centered = _mm_xor_si128(pairs, _mm_set1_epi16(INT16_MIN));
-    const __m128i sums = _mm_add_epi32(_mm_madd_epi16(centered, lines), _mm_set1_epi32(1 << 23));
-    const __m128i channels = _mm_srli_epi32(sums, 16);
-    const __m128i words = _mm_packs_epi32(channels, channels);
-    const auto color = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
-    return Bits == 24 ? color & 0x00FFFFFFU : color;
+    const __m128i sums = _mm_add_epi32(_mm_madd_epi16(centered, columns), _mm_set1_epi32(1 << 23));
+    return _mm_srli_epi32(sums, 16);
+}
+
+template <int Bits, bool Roomy>
+DIB_ALWAYS_INLINE void mixRun(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
+                              int count, std::uint32_t* colors) {
+    const auto channels = [&](int i) {
+        const unsigned char* upper = top + taps.offset[i];
+        return mixChannels<Bits, Roomy>(upper, upper + rowStep, taps.weightX[i], taps.weightY[i]);
+    };
+    int i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const __m128i firstTwo = _mm_packs_epi32(channels(i), channels(i + 1));
+        const __m128i lastTwo = _mm_packs_epi32(channels(i + 2), channels(i + 3));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(colors + i), _mm_packus_epi16(firstTwo, lastTwo));
+    }
+    for (; i < count; ++i) {
+        const __m128i words = _mm_packs_epi32(channels(i), channels(i));
+        colors[i] = static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+    }
 }
 
 #else
 
-template <int Bits>
-DIB_ALWAYS_INLINE std::uint32_t mixFour(const unsigned char* upper, const unsigned char* lower,
-                                        MixWeight weightX, MixWeight weightY) {
-    return mixFourPlain<Bits>(upper, lower, weightX, weightY);
+template <int Bits, bool Roomy>
+DIB_ALWAYS_INLINE void mixRun(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
+                              int count, std::uint32_t* colors) {
+    mixRunPlain<Bits>(top, rowStep, taps, count, colors);
 }
 
 #endif

@@ -1,5 +1,6 @@
 // Mosaic: one row is painted per row of blocks and copied over all its rows.
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "dib/Kernels.h"
@@ -50,6 +51,12 @@ DIB_ALWAYS_INLINE void addToColumns(const unsigned char* __restrict row, std::ui
     }
 }
 
+// Truncated as an integer division would, which costs several times as much: both numbers are below 2^42 and
+// the quotient is below 2^8, so that no rounding in double reaches the next whole number.
+DIB_ALWAYS_INLINE std::uint32_t quotient(std::int64_t sum, std::int64_t count) {
+    return static_cast<std::uint32_t>(static_cast<double>(sum) / static_cast<double>(count));
+}
+
 // The colours of one row of blocks are the averages of the blocks, channel by channel.
 template <class Depth>
 class Averages {
@@ -58,12 +65,12 @@ public:
         width_ = static_cast<std::size_t>(raster.width);
         side_ = static_cast<std::size_t>(side);
         columns_ = dib::allocateArray<std::uint16_t>(width_ * kChannels);
-        sums_ = dib::allocateArray<std::uint64_t>((width_ / side_ + 1) * kChannels);
+        sums_ = dib::allocateArray<std::int64_t>((width_ / side_ + 1) * kChannels);
         return columns_ != nullptr && sums_ != nullptr;
     }
 
     void read(const Raster& raster, const Blocks& blocks) {
-        rows_ = static_cast<std::uint64_t>(blocks.rows);
+        rows_ = static_cast<std::int64_t>(blocks.rows);
         std::fill_n(sums_.get(), (width_ / side_ + 1) * kChannels, 0);
         for (int done = 0; done < blocks.rows; done += kRowsPerSum) {
             const int rows = std::min(blocks.rows - done, kRowsPerSum);
@@ -74,30 +81,30 @@ public:
             }
             for (std::size_t x = 0, block = 0; x < width_; x += side_, ++block) {
                 const std::size_t end = std::min(x + side_, width_);
+                std::array<std::int64_t, kChannels> sum{};
                 for (std::size_t column = x; column < end; ++column) {
-                    for (std::size_t c = 0; c < kChannels; ++c) {
-                        sums_[block * kChannels + c] += columns_[column * kChannels + c];
-                    }
+                    for (std::size_t c = 0; c < kChannels; ++c) sum[c] += columns_[column * kChannels + c];
                 }
+                for (std::size_t c = 0; c < kChannels; ++c) sums_[block * kChannels + c] += sum[c];
             }
         }
     }
 
     std::uint32_t color(int firstColumn, int columns) const {
-        const std::uint64_t* sums = &sums_[static_cast<std::size_t>(firstColumn) / side_ * kChannels];
-        const std::uint64_t count = rows_ * static_cast<std::uint64_t>(columns);
+        const std::int64_t* sums = &sums_[static_cast<std::size_t>(firstColumn) / side_ * kChannels];
+        const std::int64_t count = rows_ * static_cast<std::int64_t>(columns);
         dib::Channels<Depth::kChannels> average;
-        for (std::size_t c = 0; c < kChannels; ++c) average[c] = static_cast<std::uint32_t>(sums[c] / count);
+        for (std::size_t c = 0; c < kChannels; ++c) average[c] = quotient(sums[c], count);
         return Depth::join(average);
     }
 
 private:
     static constexpr std::size_t kChannels = Depth::kChannels;
     dib::MallocPtr<std::uint16_t> columns_;  // sums of the columns of some rows
-    dib::MallocPtr<std::uint64_t> sums_;     // sums of the blocks
+    dib::MallocPtr<std::int64_t> sums_;      // sums of the blocks
     std::size_t width_ = 0;
     std::size_t side_ = 1;
-    std::uint64_t rows_ = 0;
+    std::int64_t rows_ = 0;
 };
 
 // Overwrites the pixels of a row and leaves the row's fill bits as they are.

@@ -10,7 +10,7 @@ namespace dib {
 
 namespace {
 
-constexpr int kBlock = 64;
+constexpr int kBlock = kMixTaps;
 
 // Up to this size every pixel position is exact in float, so that no index needs a cap.
 constexpr int kExactSize = 1 << 24;
@@ -64,6 +64,14 @@ DIB_ALWAYS_INLINE MixWeight weightAfter(float position, int index) {
     return mixWeight(static_cast<int>((position - static_cast<float>(index)) * 256.0F));
 }
 
+// Three bytes are stored as four while another pixel follows to replace the fourth.
+template <class Depth>
+DIB_ALWAYS_INLINE void storeColors(unsigned char* out, int first, const std::uint32_t* colors, int count) {
+    const int overlapping = Depth::kBits == 24 ? count - 1 : 0;
+    for (int i = 0; i < overlapping; ++i) std::memcpy(out + 3 * std::ptrdiff_t{first + i}, colors + i, 4);
+    for (int i = overlapping; i < count; ++i) Depth::put(out, first + i, colors[i]);
+}
+
 // 24 and 32 bits: four pixels mixed.
 template <class Depth>
 DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flags, const WarpRow& row,
@@ -75,27 +83,30 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
     const int lastColumn = source.width - 1;
     const int lastLine = source.height - 1;
     const int rowStep = static_cast<int>(source.rowStep);
+    // The upper of the two rows that lie at the end of the pixel block.
+    const int endLine = rowStep < 0 ? 0 : lastLine - 1;
 
     float x[kBlock];
     float y[kBlock];
-    int offset[kBlock];
-    MixWeight weightX[kBlock];
-    MixWeight weightY[kBlock];
+    MixTaps taps;
     std::uint32_t color[kBlock];
     for (int first = 0; first < row.width; first += kBlock) {
         const int count = std::min(kBlock, row.width - first);
         resolveEdges(row.sourceX + first, x, count, source.widthReal, wrapX);
         resolveEdges(row.sourceY + first, y, count, source.heightReal, wrapY);
+        int atEnd = 0;
         for (int i = 0; i < count; ++i) {
             const int column = std::min(static_cast<int>(x[i]), lastColumn - 1);
             const int line = std::min(static_cast<int>(y[i]), lastLine - 1);
-            offset[i] = line * rowStep + column * (kBits / 8);
-            weightX[i] = weightAfter(x[i], column);
-            weightY[i] = weightAfter(y[i], line);
+            taps.offset[i] = line * rowStep + column * (kBits / 8);
+            taps.weightX[i] = weightAfter(x[i], column);
+            taps.weightY[i] = weightAfter(y[i], line);
+            atEnd |= (column == lastColumn - 1 ? 1 : 0) & (line == endLine ? 1 : 0);
         }
-        for (int i = 0; i < count; ++i) {
-            const unsigned char* upper = source.top + offset[i];
-            color[i] = mixFour<kBits>(upper, upper + rowStep, weightX[i], weightY[i]);
+        if (atEnd != 0) {
+            mixRun<kBits, false>(source.top, rowStep, taps, count, color);
+        } else {
+            mixRun<kBits, true>(source.top, rowStep, taps, count, color);
         }
         // Partners on the opposite side of the picture are left to the sampler.
         if (wrapX || wrapY) {
@@ -115,7 +126,7 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
                 color[i] = (color[i] & 0x00FFFFFFU) | (alpha & 0xFF000000U);
             }
         }
-        for (int i = 0; i < count; ++i) Depth::put(out, first + i, color[i]);
+        storeColors<Depth>(out, first, color, count);
     }
 }
 

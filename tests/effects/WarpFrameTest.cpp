@@ -106,35 +106,49 @@ TEST(WarpFrame, SamplesEveryDepthLikeTheSamplers) {
     expectSameAtAllSizes<dib::Depth32>();
 }
 
-template <int Bits>
+template <int Bits, bool Roomy>
 void expectSameMix() {
     Random random(31);
-    unsigned char upper[8];
-    unsigned char lower[8];
-    for (int i = 0; i < 20000; ++i) {
+    constexpr std::uint32_t kMask = Bits == 24 ? 0x00FFFFFFU : 0xFFFFFFFFU;
+    unsigned char pixels[256];
+    dib::MixTaps taps;
+    for (int round = 0; round < 500; ++round) {
         // Extremes are frequent: they are where 16-bit sums would overflow.
-        for (unsigned char& byte : upper)
+        for (unsigned char& byte : pixels) {
             byte = random.below(3) == 0 ? 255 : static_cast<unsigned char>(random.next());
-        for (unsigned char& byte : lower)
-            byte = random.below(3) == 0 ? 0 : static_cast<unsigned char>(random.next());
-        const auto weight = [&] {
-            return dib::mixWeight(random.below(8) == 0 ? 256 * random.below(2) : random.below(257));
-        };
-        const dib::MixWeight x = weight();
-        const dib::MixWeight y = weight();
-        ASSERT_EQ(dib::mixFour<Bits>(upper, lower, x, y), dib::mixFourPlain<Bits>(upper, lower, x, y));
-        ASSERT_EQ(dib::mixFour<Bits>(lower, upper, x, y), dib::mixFourPlain<Bits>(lower, upper, x, y));
+        }
+        for (int i = 0; i < dib::kMixTaps; ++i) {
+            const auto weight = [&] {
+                return dib::mixWeight(random.below(8) == 0 ? 256 * random.below(2) : random.below(257));
+            };
+            taps.offset[i] = random.below(100);
+            taps.weightX[i] = weight();
+            taps.weightY[i] = weight();
+        }
+        std::uint32_t plain[dib::kMixTaps];
+        std::uint32_t vector[dib::kMixTaps];
+        const int count = 1 + random.below(dib::kMixTaps);
+        dib::mixRunPlain<Bits>(pixels, 128, taps, count, plain);
+        dib::mixRun<Bits, Roomy>(pixels, 128, taps, count, vector);
+        for (int i = 0; i < count; ++i) ASSERT_EQ(vector[i] & kMask, plain[i] & kMask) << i;
     }
 }
 
 TEST(WarpFrame, VectorMixIsThePlainOne) {
-    expectSameMix<24>();
-    expectSameMix<32>();
+    expectSameMix<24, false>();
+    expectSameMix<24, true>();
+    expectSameMix<32, true>();
+}
+
+TEST(WarpFrame, PlainMix) {
     EXPECT_EQ(dib::mixWeight(0), 256U);
     EXPECT_EQ(dib::mixWeight(100), 156U | (100U << 16));
     EXPECT_EQ(dib::mixWeight(256), 256U << 16);
     const unsigned char pixels[] = {0, 1, 2, 255, 3, 4};
-    EXPECT_EQ(dib::mixFourPlain<24>(pixels, pixels, dib::mixWeight(128), dib::mixWeight(77)), 0x03027FU);
+    dib::MixTaps taps{{0}, {dib::mixWeight(128)}, {dib::mixWeight(77)}};
+    std::uint32_t color = 0;
+    dib::mixRunPlain<24>(pixels, 0, taps, 1, &color);
+    EXPECT_EQ(color & 0xFFFFFF, 0x03027FU);
 }
 
 // Beyond 2^24 pixels float positions skip pixels and may round up to the size itself.
