@@ -7,6 +7,7 @@
 
 #include "tools/Chain.h"
 #include "tools/Failure.h"
+#include "tools/Layers.h"
 #include "tools/Listings.h"
 
 namespace tool {
@@ -28,6 +29,18 @@ public:
 
 CLI::Option* describeOption(CLI::Option* option, const char* values) { return option->type_name(values); }
 
+void describeProgress(CLI::App* command, Request& request) {
+    describeOption(command
+                       ->add_option("--progress", request.progress,
+                                    "Draws a progress bar; 'auto' does when standard error is a terminal")
+                       ->check(CLI::IsMember({"auto", "always", "never"}).description("")),
+                   kProgressChoices);
+}
+
+bool showsProgress(const Request& request) {
+    return request.progress == "always" || (request.progress == "auto" && isatty(STDERR_FILENO) != 0);
+}
+
 void declareRun(CLI::App& app, Request& request) {
     CLI::App* run = app.add_subcommand("run", "Takes a picture through operations, from left to right");
     run->formatter(std::make_shared<RunFormatter>());
@@ -38,11 +51,24 @@ void declareRun(CLI::App& app, Request& request) {
     describeOption(
         run->add_option("--to", request.to, "Format of the output, instead of what its name tells"),
         "FORMAT");
-    describeOption(run->add_option("--progress", request.progress,
-                                   "Draws a progress bar; 'auto' does when standard error is a terminal")
-                       ->check(CLI::IsMember({"auto", "always", "never"}).description("")),
-                   kProgressChoices);
+    describeProgress(run, request);
     run->footer([] { return "Operations (`dib help OPERATION` tells more):\n" + operationSummary(); });
+}
+
+void declareLayers(CLI::App& app, Request& request) {
+    CLI::App* layers = app.add_subcommand(
+        "layers", "Writes each layer of a document as a picture, and manifest.json with their places");
+    layers->add_option("FILE", request.document, "A document; '-' is standard input")
+        ->type_name("")
+        ->required();
+    layers->add_option("FOLDER", request.folder, "Where the pictures go; made when it is not there")
+        ->type_name("")
+        ->required();
+    describeOption(
+        layers->add_option("--from", request.from, "Format of the document, instead of what it tells"),
+        "FORMAT");
+    describeOption(layers->add_option("--to", request.to, "Format of the pictures"), "FORMAT");
+    describeProgress(layers, request);
 }
 
 void print(const std::string& text) {
@@ -62,8 +88,7 @@ void executeRun(const Request& request) {
     for (std::size_t i = 1; i + 1 < words.size(); ++i) chain.steps.push_back(parseStep(words[i]));
     chain.inputFormat = chosenFormat(request.from);
     chain.outputFormat = chosenFormat(request.to);
-    chain.showsProgress =
-        request.progress == "always" || (request.progress == "auto" && isatty(STDERR_FILENO) != 0);
+    chain.showsProgress = showsProgress(request);
     runChain(chain);
 }
 
@@ -72,6 +97,16 @@ void executeInfo(const Request& request) {
     const InfoReport report = infoReport(request.files, chosenFormat(request.from), request.asJson);
     print(report.text);
     if (!report.complaints.empty()) throw Failure(kExitBadInput, report.complaints);
+}
+
+void executeLayers(const Request& request) {
+    LayerExport job;
+    job.input = request.document;
+    job.folder = request.folder;
+    job.inputFormat = chosenFormat(request.from);
+    job.format = chosenFormat(request.to);
+    job.showsProgress = showsProgress(request);
+    exportLayers(job);
 }
 
 std::string helpOn(const CLI::App& app, const std::string& topic) {
@@ -95,6 +130,7 @@ void declareCommands(CLI::App& app, Request& request) {
     info->add_option("FILE...", request.files, "Pictures; '-' is standard input")->type_name("")->required();
     describeOption(info->add_option("--from", request.from, "Format of the files, instead of what they tell"),
                    "FORMAT");
+    declareLayers(app, request);
     CLI::App* ops = app.add_subcommand("ops", "Lists the operations with their parameters");
     CLI::App* formatList = app.add_subcommand("formats", "Lists the file formats");
     for (CLI::App* listing : {info, ops, formatList})
@@ -115,6 +151,8 @@ void execute(const CLI::App& app, const Request& request) {
         executeRun(request);
     } else if (app.got_subcommand("info")) {
         executeInfo(request);
+    } else if (app.got_subcommand("layers")) {
+        executeLayers(request);
     } else if (app.got_subcommand("ops")) {
         print(operationsText(request.asJson));
     } else if (app.got_subcommand("formats")) {
@@ -134,8 +172,9 @@ std::vector<CommandText> commandTexts(const CLI::App& app) {
         CommandText text{command->get_name(), {}, command->get_description(), {}};
         for (const CLI::Option* option : command->get_options()) {
             if (option->get_positional()) {
-                text.operands = command->get_name() == "run" ? kRunOperands : option->get_name(true);
-                if (!option->get_required()) text.operands = "[" + text.operands + "]";
+                std::string operand = command->get_name() == "run" ? kRunOperands : option->get_name(true);
+                if (!option->get_required()) operand = "[" + operand + "]";
+                text.operands += (text.operands.empty() ? "" : " ") + operand;
             } else if (!option->get_lnames().empty()) {
                 const bool isSwitch = option->get_items_expected_max() == 0;
                 text.options.push_back({"--" + option->get_lnames().front(),

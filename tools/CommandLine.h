@@ -14,6 +14,8 @@ namespace tool {
 struct Request {
     std::vector<std::string> chain;  ///< INPUT [OPERATION]... OUTPUT
     std::vector<std::string> files;
+    std::string document;
+    std::string folder;
     std::string from;
     std::string to;
     std::string progress = "auto";

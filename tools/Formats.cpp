@@ -11,12 +11,14 @@ namespace tool {
 
 // One line for each file in formats/, here and in formats().
 std::span<const Format> bmpFormats();
+std::span<const Format> psdFormats();
 
 std::span<const Format> formats() {
     static const std::vector<Format> all = [] {
         std::vector<Format> rows;
         for (const auto& area : {
                  bmpFormats(),
+                 psdFormats(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());
         }

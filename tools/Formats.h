@@ -26,6 +26,8 @@ struct Format {
     bool (*recognizes)(FirstBytes bytes) = nullptr;
     /// The name of the compression inside the file; null when the format has but one way.
     std::string_view (*compression)(FirstBytes bytes) = nullptr;
+    /// Whether files are documents with layers, which `dib info` and `dib layers` read with `DibPSDLoader`.
+    bool hasLayers = false;
 };
 
 /// Every format, in the order in which help lists them.

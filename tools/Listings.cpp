@@ -6,6 +6,7 @@
 
 #include "tools/Chain.h"
 #include "tools/Failure.h"
+#include "tools/Layers.h"
 
 namespace tool {
 
@@ -48,7 +49,7 @@ Json describe(const std::string& name, const Format* chosen) {
     Progress progress(1, false);
     loadPicture(file, format, image, progress);
     const BITMAPINFOHEADER& header = *image.Header;
-    return {
+    Json info = {
         {"file", name},
         {"format", format.name},
         {"width", header.biWidth},
@@ -58,6 +59,8 @@ Json describe(const std::string& name, const Format* chosen) {
         {"paletteSize", paletteSize(header)},
         {"compression", compressionOf(header, format, file)},
     };
+    if (format.hasLayers) describeDocument(file, info);
+    return info;
 }
 
 std::string infoLine(const Json& info) {
@@ -65,7 +68,7 @@ std::string infoLine(const Json& info) {
                        info["width"].dump() + "x" + info["height"].dump() + " pixels, " +
                        info["bitsPerPixel"].dump() + " bits, " + info["rowOrder"].get<std::string>();
     if (info["paletteSize"] != 0) line += ", palette of " + info["paletteSize"].dump();
-    return line + ", compression " + info["compression"].get<std::string>() + "\n";
+    return line + ", compression " + info["compression"].get<std::string>() + "\n" + documentLines(info);
 }
 
 // The tables.

@@ -1,0 +1,116 @@
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/PsdBuilder.h"
+#include "tests/tools/Program.h"
+
+namespace tool_test {
+
+namespace {
+
+using nlohmann::json;
+using testing_support::PsdDocument;
+
+class Layers : public ToolTest {
+protected:
+    // Three layers, one of them empty, with names that would like to be elsewhere.
+    void SetUp() override {
+        ToolTest::SetUp();
+        auto& first = document_.addLayer({1, -2, 3, 4}, {-1, 0, 1, 2});
+        first.key = "mul ";
+        first.opacity = 128;
+        first.name = "../../etc/passwd";
+        document_.addLayer({0, 0, 0, 0}, {}).name = "Empty";
+        auto& last = document_.addLayer({0, 0, 2, 2}, {0, -2}, testing_support::PsdRectangle{1, 2, 3, 5});
+        last.name = "\x1b[31m\n";
+        last.key = "none";
+        last.flags = 2;
+        write();
+    }
+    void write() {
+        const auto bytes = document_.bytes();
+        writeFile("in.psd", std::string(bytes.begin(), bytes.end()));
+    }
+
+    PsdDocument document_;
+};
+
+TEST_F(Layers, AreTold) {
+    const Result text = run({"info", "in.psd"});
+    EXPECT_EQ(text.exitCode, 0) << text.errors;
+    EXPECT_EQ(text.output,
+              "in.psd: psd, 5x4 pixels, 24 bits, bottom-up, compression none\n"
+              "  RGB, 8 bits per channel, 3 channels, 3 layers\n"
+              "  layer 0 \"../../etc/passwd\": 6x2 at -2,1, multiply, opacity 128, visible\n"
+              "  layer 1 \"Empty\": 0x0 at 0,0, normal, opacity 255, visible\n"
+              "  layer 2 \"?[31m?\": 2x2 at 0,0, unknown, opacity 255, hidden, mask 3x2 at 2,1\n");
+
+    const json info = json::parse(run({"info", "--json", "in.psd"}).output)[0];
+    EXPECT_EQ(info["colorMode"], "RGB");
+    EXPECT_EQ(info["bitsPerChannel"], 8);
+    EXPECT_EQ(info["channels"], 3);
+    EXPECT_EQ(info["layersReadable"], true);
+    EXPECT_EQ(info["layers"][0],
+              json::parse(R"({"name": "../../etc/passwd", "blendMode": "multiply", "opacity": 128,
+        "visible": true, "mask": null, "rectangle": {"left": -2, "top": 1, "right": 4, "bottom": 3}})"));
+    EXPECT_EQ(info["layers"][2]["visible"], false);
+    EXPECT_EQ(info["layers"][2]["mask"], json::parse(R"({"left": 2, "top": 1, "right": 5, "bottom": 3})"));
+}
+
+TEST_F(Layers, AreWrittenUnderHarmlessNames) {
+    const Result result = run({"layers", "in.psd", "deep/out", "--to=bmp"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(result.output, "");
+    const json manifest = json::parse(readFile("deep/out/manifest.json"));
+    EXPECT_EQ(manifest["document"], "in.psd");
+    EXPECT_EQ(manifest["width"], 5);
+    EXPECT_EQ(manifest["height"], 4);
+    ASSERT_EQ(manifest["layers"].size(), 3U);
+    EXPECT_EQ(manifest["layers"][0]["file"], "000-______etc_passwd.bmp");
+    EXPECT_EQ(manifest["layers"][0]["rectangle"]["left"], -2);
+    EXPECT_EQ(manifest["layers"][1]["file"], nullptr);
+    EXPECT_EQ(manifest["layers"][2]["file"], "002-__31m_.bmp");
+    DibStream layer;
+    ASSERT_TRUE(layer.LoadFromFile("deep/out/000-______etc_passwd.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(layer.Header->biWidth, 6);
+    EXPECT_EQ(layer.Header->biHeight, 2);
+    EXPECT_EQ(layer.Header->biBitCount, 32);
+    // The alpha of the first pixel is the first byte of the first channel.
+    EXPECT_EQ(layer.Pixel(0, 0)[3], document_.layers[0].channels[0].plane[0]);
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("deep/out"))
+        files += entry.is_regular_file();
+    EXPECT_EQ(files, 3);
+}
+
+TEST_F(Layers, ThatCannotBeReadAreStillTold) {
+    const auto& plane = document_.layers[0].channels[0].plane;
+    std::string bytes = readFile("in.psd");
+    const std::size_t data = bytes.find(std::string(2, '\0') + std::string(plane.begin(), plane.end()));
+    ASSERT_NE(data, std::string::npos);
+    bytes[data + 1] = 2;  // a compression that is not known
+    writeFile("in.psd", bytes);
+    const Result told = run({"info", "in.psd"});
+    EXPECT_EQ(told.exitCode, 0);
+    EXPECT_NE(told.output.find("3 layers (their pixels cannot be read)\n  layer 0 "), std::string::npos);
+    const Result result = run({"layers", "in.psd", "out"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.errors, "dib: in.psd: load: failed\n");
+    EXPECT_FALSE(std::filesystem::exists("out"));
+}
+
+TEST_F(Layers, MistakesAreTold) {
+    EXPECT_EQ(run({"layers", "in.bmp", "out"}).exitCode, 3);
+    EXPECT_EQ(run({"layers", "missing.psd", "out"}).exitCode, 3);
+    EXPECT_EQ(run({"layers", "in.psd", "out", "--to=psd"}).exitCode, 2);
+    EXPECT_EQ(run({"layers", "in.psd", "out", "--to=nothing"}).exitCode, 2);
+    EXPECT_EQ(run({"layers", "in.psd"}).exitCode, 2);
+    writeFile("file", "");
+    const Result blocked = run({"layers", "in.psd", "file"});
+    EXPECT_EQ(blocked.exitCode, 4);
+    EXPECT_EQ(readFile("file"), "");
+}
+
+}  // namespace
+
+}  // namespace tool_test

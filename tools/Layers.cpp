@@ -1,0 +1,224 @@
+#include "tools/Layers.h"
+
+#include <DibPSDLoader.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "tools/Cancel.h"
+#include "tools/Chain.h"
+#include "tools/Failure.h"
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct ReleaseImage {
+    void operator()(DibStream* image) const { image->Release(); }
+};
+using ImagePtr = std::unique_ptr<DibStream, ReleaseImage>;
+
+constexpr const char* kColorModes[] = {"bitmap", "grey", "indexed", "RGB", "CMYK"};
+
+constexpr const char* kBlendModes[] = {
+    "normal",    "darken",      "lighten",      "hue",          "saturation",   "color",       "luminosity",
+    "multiply",  "screen",      "dissolve",     "overlay",      "hard-light",   "soft-light",  "difference",
+    "exclusion", "color-dodge", "color-burn",   "unknown",      "linear-dodge", "vivid-light", "linear-light",
+    "pin-light", "hard-mix",    "pass-through", "darker-color", "lighter-color"};
+
+std::string blendModeName(int mode) {
+    return mode >= 0 && mode < static_cast<int>(std::size(kBlendModes)) ? kBlendModes[mode] : "unknown";
+}
+
+Json rectangle(std::int32_t left, std::int32_t top, std::int32_t right, std::int32_t bottom) {
+    return {{"left", left}, {"top", top}, {"right", right}, {"bottom", bottom}};
+}
+
+// The bit that the query tells is set for layers that are switched off.
+bool isShown(const DibPSDLoader& loader, int index) { return loader.GetLayerVisible(index) == 0; }
+
+Json describeLayer(const DibPSDLoader& loader, int index) {
+    const PSDLayerInfo& layer = *loader.GetLayerInfo(index);
+    return {
+        {"name", layer.name != nullptr ? layer.name : ""},
+        {"rectangle", rectangle(layer.left, layer.top, layer.right, layer.bottom)},
+        {"blendMode", blendModeName(layer.blendMode)},
+        {"opacity", layer.opacity},
+        {"visible", isShown(loader, index)},
+        {"mask", layer.hasMask ? rectangle(layer.maskLeft, layer.maskTop, layer.maskRight, layer.maskBottom)
+                               : Json()}};
+}
+
+Json describeLayers(const DibPSDLoader& loader) {
+    Json layers = Json::array();
+    for (int i = 0; i < loader.GetLayerNum(); ++i) layers.push_back(describeLayer(loader, i));
+    return layers;
+}
+
+void describeHeader(DibPSDLoader& loader, Json& json) {
+    const int mode = loader.GetColorMode();
+    json["colorMode"] = mode < static_cast<int>(std::size(kColorModes)) ? kColorModes[mode] : "unknown";
+    json["bitsPerChannel"] = loader.GetDepth();
+    json["channels"] = loader.GetChannelNum();
+}
+
+// Text from a file must not control the terminal; bytes above 127 are whatever the document's language is.
+std::string printable(const std::string& text) {
+    std::string safe;
+    for (const char c : text) {
+        safe += std::iscntrl(static_cast<unsigned char>(c)) != 0 ? '?' : c;
+    }
+    return safe;
+}
+
+std::string rectangleText(const Json& json) {
+    const std::int64_t left = json["left"];
+    const std::int64_t top = json["top"];
+    const std::int64_t width = json["right"].get<std::int64_t>() - left;
+    const std::int64_t height = json["bottom"].get<std::int64_t>() - top;
+    return std::to_string(width) + "x" + std::to_string(height) + " at " + std::to_string(left) + "," +
+           std::to_string(top);
+}
+
+// A file name made of a layer's number, which makes it unique, and the harmless part of its name: whatever
+// the document says, it is no path, hidden file, device or option.
+std::string fileNameOf(int index, const std::string& layerName, const Format& format) {
+    constexpr std::size_t kLongest = 40;
+    std::string number = std::to_string(index);
+    number.insert(0, number.size() < 3 ? 3 - number.size() : 0, '0');
+    std::string name;
+    for (const char c : layerName) {
+        if (name.size() == kLongest) break;
+        const auto byte = static_cast<unsigned char>(c);
+        name += byte < 128 && (std::isalnum(byte) != 0 || c == '-') ? c : '_';
+    }
+    if (name.find_first_not_of('_') == std::string::npos) name = "layer";
+    return number + "-" + name + "." + std::string(format.extensions.front());
+}
+
+const Format& pictureFormat(const Format* chosen) {
+    if (chosen != nullptr) {
+        if (chosen->save == nullptr) throw usageFailure(std::string(chosen->name) + " is not written");
+        return *chosen;
+    }
+    for (const Format& format : formats()) {
+        if (format.name == "png" && format.save != nullptr) return format;
+    }
+    return formatNamed("bmp");
+}
+
+void makeFolder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (!std::filesystem::is_directory(folder)) {
+        throw Failure(kExitOutputFailed, folder + ": no folder can be made here (" + error.message() + ")");
+    }
+}
+
+std::string within(const std::string& folder, const std::string& name) {
+    return (std::filesystem::path(folder) / name).string();
+}
+
+void saveLayer(DibStream& image, const Format& format, const std::string& path, Progress& progress) {
+    OutputFile file(path);
+    image.ErrorCode = DIB_OK;
+    const bool saved = format.save(file.path(), image, &Progress::report, &progress);
+    stopIfCancelled();
+    if (!saved)
+        throw Failure(kExitOutputFailed, path + ": save: " + DibStream::GetErrorString(image.ErrorCode));
+    file.commit();
+}
+
+void saveManifest(const Json& manifest, const std::string& path) {
+    const std::string text = manifest.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    OutputFile output(path);
+    std::FILE* file = std::fopen(output.path(), "wb");
+    const bool written = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    const bool closed = file != nullptr && std::fclose(file) == 0;
+    if (!written || !closed) {
+        throw Failure(kExitOutputFailed, path + ": " + DibStream::GetErrorString(DIB_ERROR_WRITE));
+    }
+    output.commit();
+}
+
+}  // namespace
+
+void exportLayers(const LayerExport& job) {
+    const Format& format = pictureFormat(job.format);
+    const InputFile file(job.input);
+    if (!inputFormatOf(file, job.input, job.inputFormat).hasLayers) {
+        throw Failure(kExitBadInput, file.title() + ": " + DibStream::GetErrorString(DIB_ERROR_UNSUPPORTED) +
+                                         " (pictures of this format have no layers)");
+    }
+    Progress progress(2, job.showsProgress);
+    const ImagePtr merged(new DibStream);
+    DibPSDLoader loader(merged.get());
+    loader.SetCallback(&Progress::report, &progress);
+    loader.EnableLayer(true);
+    progress.beginStep("load");
+    const bool loaded = loader.Load(file.path());
+    stopIfCancelled();
+    if (!loaded) {
+        const std::string text = DibStream::GetErrorString(merged->ErrorCode);
+        throw Failure(kExitBadInput, file.title() + ": load: " + (text.empty() ? "failed" : text));
+    }
+    progress.endStep();
+
+    makeFolder(job.folder);
+    progress.beginStep("save");
+    Json manifest = {
+        {"document", file.title()}, {"width", merged->Header->biWidth}, {"height", merged->Header->biHeight}};
+    describeHeader(loader, manifest);
+    manifest["layers"] = describeLayers(loader);
+    for (int i = 0; i < loader.GetLayerNum(); ++i) {
+        int left = 0;
+        int top = 0;
+        const ImagePtr image(loader.GetLayerImage(i, left, top));
+        Json& layer = manifest["layers"][static_cast<std::size_t>(i)];
+        layer["file"] = nullptr;
+        if (image == nullptr) continue;
+        const char* layerName = loader.GetLayerInfo(i)->name;
+        const std::string name = fileNameOf(i, layerName != nullptr ? layerName : "", format);
+        saveLayer(*image, format, within(job.folder, name), progress);
+        layer["file"] = name;
+    }
+    saveManifest(manifest, within(job.folder, "manifest.json"));
+    progress.endStep();
+}
+
+void describeDocument(const InputFile& file, Json& info) {
+    Progress progress(1, false);
+    DibPSDLoader loader;
+    loader.SetCallback(&Progress::report, &progress);
+    loader.EnableLayer(true);
+    // Layers that cannot be decoded still have records, which tell as much as is asked for here.
+    const bool whole = loader.Load(file.path());
+    stopIfCancelled();
+    describeHeader(loader, info);
+    info["layers"] = describeLayers(loader);
+    info["layersReadable"] = whole;
+}
+
+std::string documentLines(const Json& info) {
+    if (!info.contains("layers")) return {};
+    std::string lines = "  " + info["colorMode"].get<std::string>() + ", " + info["bitsPerChannel"].dump() +
+                        " bits per channel, " + info["channels"].dump() + " channels, " +
+                        std::to_string(info["layers"].size()) + " layers" +
+                        (info["layersReadable"] ? "" : " (their pixels cannot be read)") + "\n";
+    for (std::size_t i = 0; i < info["layers"].size(); ++i) {
+        const Json& layer = info["layers"][i];
+        lines += "  layer " + std::to_string(i) + " \"" + printable(layer["name"].get<std::string>()) +
+                 "\": " + rectangleText(layer["rectangle"]) + ", " + layer["blendMode"].get<std::string>() +
+                 ", opacity " + layer["opacity"].dump() + ", " + (layer["visible"] ? "visible" : "hidden") +
+                 (layer["mask"].is_null() ? "" : ", mask " + rectangleText(layer["mask"])) + "\n";
+    }
+    return lines;
+}
+
+}  // namespace tool
