@@ -143,7 +143,7 @@ private:
 
 bool filterExtreme(const dib::Progress& progress, DibStream* image, Extreme extreme, int radius,
                    unsigned int flags) {
-    if (radius < 0) return false;
+    if (image == nullptr || radius < 0) return false;
     if (radius == 0) return true;
     dib::Raster raster;
     if (!dib::admitImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(

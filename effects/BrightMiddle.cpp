@@ -367,7 +367,7 @@ bool runMiddle(const dib::Progress& progress, DibStream& image, const dib::Raste
 
 bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
                            unsigned int flags) {
-    if (radius < 0) return false;
+    if (image == nullptr || radius < 0) return false;
     if (radius == 0) return true;
     dib::Raster raster;
     if (!dib::admitImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(

@@ -10,6 +10,8 @@
 #include "dib/Kernels.h"
 #include "fuzz/FuzzSupport.h"
 #include "tests/reference/EffectReference.h"
+#include "tests/reference/PointReference.h"
+#include "tests/reference/RankReference.h"
 
 namespace {
 

@@ -279,7 +279,37 @@ DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, 
 /// @}
 
 /// @name Noise
+///
+/// Chance comes from the C library's `rand()`, which is never seeded here: seed it to get the same picture
+/// again. Pixels draw row by row from the left. Indexed pixels are changed as numbers.
 /// @{
+
+/// Adds one random offset from -amount to amount to all colour channels of a pixel, clamped to 0 to 255; the
+/// fourth byte of 32 bits stays. Accepts 8, 24 and 32 bits. Every pixel takes one draw, for amount 0 too.
+/// @param amount Largest offset; negative gives false. Twice a huge amount wraps around in 32 bits.
+DIB_EXPORT bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image, int amount);
+DIB_EXPORT bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image,
+                               DENoiseInfo* info);
+/// Pulls every pixel towards a colour by a random share of 0 to `strength`; the fourth byte of 32 bits stays.
+/// Accepts 8, 24 and 32 bits; at 8 bits the index is pulled towards the brightness of the colour. Every pixel
+/// takes one draw, for strength 0 too.
+/// @param color    The fourth byte is ignored.
+/// @param strength 0 to 1, in steps of 1/256; beyond that, and for NaN, false.
+DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image,
+                                    DibBGRA color, float strength);
+/// The same with blue in the low byte of `color`, then green, then red.
+DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image,
+                                    unsigned int color, float strength);
+DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image,
+                                    DEColorNoiseInfo* info);
+/// Replaces every pixel by one of the square of side 2 x radius + 1 around it, chosen at random. Accepts 8,
+/// 16, 24 and 32 bits. Every pixel takes two draws, the column first.
+/// @param radius 0 changes nothing and reports nothing; negative gives false.
+/// @param flags  `DibEffectFlag`.
+DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                                 unsigned int flags);
+DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibStream* image,
+                                 DEDiffuseInfo* info);
 /// @}
 
 /// @name Compose
@@ -287,7 +317,25 @@ DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, 
 /// @}
 
 /// @name Tone curves
+///
+/// A curve of 256 values is applied to blue, green and red: of the pixels at 24 and 32 bits (the fourth byte
+/// stays), of the colour table at 1, 4 and 8 bits (the indices stay). 16 bits give false. Nothing is reported
+/// and nothing can be cancelled.
 /// @{
+
+/// Gamma curve between two limits. With d = value - low and n = high - low + 1 (in 32 bits, wrapping), the
+/// new value is 255 from d = high on, 0 up to d = low, and n (d / n)^(1 / gamma), rounded, between: `low`
+/// counts twice, so that black lies at 2 x low and white at high + low. Low 0 is the plain curve.
+/// @param low   Lower limit, any int.
+/// @param high  Upper limit, any int.
+/// @param gamma Any float; numbers beyond an int end at its limits, NaN counts as 0.
+DIB_EXPORT bool DibEffectGammaCorrect(DibProgressCallback callback, void* user, DibStream* image, int low,
+                                      int high, float gamma);
+/// A straight line through the middle of the range.
+/// @param brightness Added, in fractions of the full range.
+/// @param contrast   Slope; 1 leaves values unchanged, 0 makes all of them 128.
+DIB_EXPORT bool DibEffectContrast(DibProgressCallback callback, void* user, DibStream* image,
+                                  float brightness, float contrast);
 /// @}
 
 #endif

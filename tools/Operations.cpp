@@ -5,6 +5,9 @@ namespace tool {
 // One line for each file in ops/, here and in operations().
 std::span<const Operation> depthOps();
 std::span<const Operation> distortionOps();
+std::span<const Operation> noiseOps();
+std::span<const Operation> rankOps();
+std::span<const Operation> toneOps();
 
 std::span<const Operation> operations() {
     static const std::vector<Operation> all = [] {
@@ -12,6 +15,9 @@ std::span<const Operation> operations() {
         for (const auto& area : {
                  depthOps(),
                  distortionOps(),
+                 noiseOps(),
+                 rankOps(),
+                 toneOps(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());
         }

@@ -1,0 +1,182 @@
+// Effects of chance. Callers who seed rand() get the same picture again, so the number of draws and their order are
+// part of the result: row by row from the left, and what a draw is made into.
+#include <algorithm>
+#include <cstdlib>
+
+#include "dib/Kernels.h"
+#include "effects/EffectFrame.h"
+
+namespace {
+
+using dib::Depth16;
+using dib::Depth24;
+using dib::Depth32;
+using dib::Depth8;
+
+// Draws are taken a run of pixels ahead, so that the arithmetic on them vectorises.
+constexpr int kRun = 256;
+
+// The remainder of a draw by a modulus that may have wrapped around to a negative number; a remainder has the sign of
+// the draw, which is never negative. Two multiplications take the place of a division by the same number each time.
+class Remainder {
+public:
+    explicit Remainder(std::uint32_t wrappedModulus)
+        : modulus_(wrappedModulus > INT32_MAX ? 0U - wrappedModulus : wrappedModulus),
+          inverse_(~std::uint64_t{0} / modulus_ + 1) {}
+
+    int of(int draw) const {
+        const std::uint64_t fraction = inverse_ * static_cast<std::uint64_t>(draw);
+        const std::uint64_t high = (fraction >> 32) * modulus_;
+        const std::uint64_t low = (fraction & 0xFFFFFFFFU) * modulus_;
+        return static_cast<int>((high + (low >> 32)) >> 32);
+    }
+
+private:
+    std::uint64_t modulus_;
+    std::uint64_t inverse_;
+};
+
+std::uint32_t sideOf(int radius) { return 2U * static_cast<std::uint32_t>(radius) + 1U; }
+
+// The colour channels: at 32 bits the fourth byte is no colour.
+template <class Depth>
+constexpr int kColors = Depth::kBits == 8 ? 1 : 3;
+
+template <class Depth>
+DIB_ALWAYS_INLINE void addOffsets(unsigned char* __restrict pixels, const int* __restrict offsets,
+                                  int count) {
+    constexpr int kStep = Depth::kBits / 8;
+    for (int x = 0; x < count; ++x) {
+        for (int c = 0; c < kColors<Depth>; ++c) {
+            const int sum = pixels[kStep * x + c] + offsets[x];
+            pixels[kStep * x + c] = static_cast<unsigned char>(std::clamp(sum, 0, 255));
+        }
+    }
+}
+
+// Weights that total 255 x 256: the largest draw at full strength replaces a channel whole.
+constexpr int kFullWeight = 65280;
+
+template <class Depth>
+DIB_ALWAYS_INLINE void pullTowards(unsigned char* __restrict pixels, const int* __restrict weights,
+                                   DibBGRA target, int count) {
+    constexpr int kStep = Depth::kBits / 8;
+    const int targets[] = {target.blue, target.green, target.red};
+    for (int x = 0; x < count; ++x) {
+        for (int c = 0; c < kColors<Depth>; ++c) {
+            const int mixed = (kFullWeight - weights[x]) * pixels[kStep * x + c] + weights[x] * targets[c];
+            pixels[kStep * x + c] = static_cast<unsigned char>(mixed / kFullWeight);
+        }
+    }
+}
+
+// Calls `change(pixels, draws, count)` for runs of pixels of a row, with one `draw()` for each pixel.
+template <class Depth, class Draw, class Change>
+void changeRow(unsigned char* row, int width, const Draw& draw, const Change& change) {
+    int draws[kRun];
+    for (int x = 0; x < width; x += kRun) {
+        const int count = std::min(width - x, kRun);
+        std::generate_n(draws, count, draw);
+        change(row + std::ptrdiff_t{x} * (Depth::kBits / 8), static_cast<const int*>(draws), count);
+    }
+}
+
+}  // namespace
+
+bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image, int amount) {
+    if (amount < 0) return false;
+    const Remainder remainder(sideOf(amount));
+    const auto draw = [&] { return remainder.of(std::rand() >> 4) - amount; };
+    return dib::changePixels<Depth8, Depth24, Depth32>(
+        {callback, user}, image, [&](auto depth, unsigned char* row, int width) {
+            using Depth = decltype(depth);
+            changeRow<Depth>(row, width, draw, [](unsigned char* pixels, const int* offsets, int count) {
+                dib::runKernel<addOffsets<Depth>>(pixels, offsets, count);
+            });
+        });
+}
+
+bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image, DibBGRA color,
+                         float strength) {
+    const float scaled = strength * 256.0F;
+    if (!(scaled > -1.0F && scaled < 257.0F)) return false;
+    const int level = static_cast<int>(scaled);
+    const auto draw = [&] { return ((std::rand() >> 4) & 255) * level; };
+    // An indexed pixel is a number like any other, pulled towards the brightness of the colour.
+    const auto grey = static_cast<std::uint8_t>((37 * color.blue + 146 * color.green + 73 * color.red) >> 8);
+    return dib::changePixels<Depth8, Depth24, Depth32>(
+        {callback, user}, image, [&](auto depth, unsigned char* row, int width) {
+            using Depth = decltype(depth);
+            const DibBGRA target = Depth::kBits == 8 ? DibBGRA{grey, grey, grey, 0} : color;
+            changeRow<Depth>(row, width, draw, [&](unsigned char* pixels, const int* weights, int count) {
+                dib::runKernel<pullTowards<Depth>>(pixels, weights, target, count);
+            });
+        });
+}
+
+bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image, unsigned int color,
+                         float strength) {
+    const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
+    // The fourth byte repeats red, as callers that look at the colour they handed on expect; the effect ignores it.
+    const DibBGRA repacked{byte(0), byte(8), byte(16), byte(16)};
+    return DibEffectColorNoise(callback, user, image, repacked, strength);
+}
+
+namespace {
+
+// Takes each pixel from a random place of the square around it.
+class Scatter {
+public:
+    Scatter(int radius, unsigned int flags) : radius_(radius), flags_(flags), remainder_(sideOf(radius)) {}
+
+    bool prepare(const dib::WorkingCopy& copy, const dib::Raster& image) {
+        rows_ = copy.rows();
+        width_ = image.width;
+        height_ = image.height;
+        return true;
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) const {
+        for (int x = 0; x < width_; ++x) {
+            // The column is drawn first.
+            const int column = x - radius_ + remainder_.of(std::rand() >> 8);
+            const int row = y - radius_ + remainder_.of(std::rand() >> 8);
+            const int fromX = inside(column, width_) ? column : dib::getLoopX(column, width_, flags_);
+            const int fromY = inside(row, height_) ? row : dib::getLoopY(row, height_, flags_);
+            Depth::put(out, x, Depth::get(rows_[fromY], fromX));
+        }
+    }
+
+private:
+    static bool inside(int v, int size) { return v >= 0 && v < size; }
+
+    int radius_;
+    unsigned int flags_;
+    Remainder remainder_;
+    const unsigned char* const* rows_ = nullptr;
+    int width_ = 0;
+    int height_ = 0;
+};
+
+}  // namespace
+
+bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                      unsigned int flags) {
+    if (image == nullptr || radius < 0) return false;
+    if (radius == 0) return true;
+    return dib::filterImage<Depth8, Depth16, Depth24, Depth32>({callback, user}, image,
+                                                               Scatter(radius, flags));
+}
+
+bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image, DENoiseInfo* info) {
+    return DibEffectNoise(callback, user, image, info->amount);
+}
+
+bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image, DEColorNoiseInfo* info) {
+    return DibEffectColorNoise(callback, user, image, info->color, info->strength);
+}
+
+bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibStream* image, DEDiffuseInfo* info) {
+    return DibEffectDiffuse(callback, user, image, info->radius, info->flags);
+}

@@ -1,0 +1,92 @@
+// Tone curves: a table of 256 values, and the image through it. They report nothing and cannot be cancelled.
+#include "effects/Tone.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "dib/ColorTable.h"
+#include "effects/EffectFrame.h"
+#include "effects/ToneLookup.h"
+
+namespace dib {
+
+bool changeBright(DibStream* image, const unsigned char* table) {
+    constexpr Progress kSilent{nullptr, nullptr};
+    Raster raster;
+    if (!admitImage<Depth1, Depth4, Depth8, Depth24, Depth32>(image, raster)) return false;
+    const auto width = static_cast<std::size_t>(raster.width);
+    if (raster.bitCount == 32) {
+        return forEachRow(kSilent, raster.height, [&](int y) { lookUpColors(raster.row(y), width, table); });
+    }
+    if (raster.bitCount == 24) {
+        return forEachRow(kSilent, raster.height,
+                          [&](int y) { lookUpBytes(raster.row(y), 3 * width, table); });
+    }
+    // Entries that no pixel can name are left alone: a block need not hold them.
+    const std::size_t entries =
+        std::min(announcedEntries(*image->Header), addressableEntries(image->Header->biBitCount));
+    auto* colors = reinterpret_cast<unsigned char*>(colorTable(image->Header));
+    lookUpColors(colors, entries, table);
+    return true;
+}
+
+namespace {
+
+using ToneTable = std::array<unsigned char, 256>;
+
+// Truncation that ends at the limits of an int; NaN gives 0.
+int truncated(float value) {
+    if (!(value > -2147483648.0F)) return std::isnan(value) ? 0 : INT32_MIN;
+    return value < 2147483648.0F ? static_cast<int>(value) : INT32_MAX;
+}
+
+ToneTable gammaTable(int low, int high, float gamma) {
+    // Differences wrap in 32 bits, so that every pair of limits has a curve.
+    const auto minus = [](int a, int b) {
+        return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+    };
+    const int levels = minus(high, minus(low, 1));
+    const double exponent = 1.0 / static_cast<double>(gamma);
+    ToneTable table;
+    for (int i = 0; i < 256; ++i) {
+        // The limits are compared with the value less `low` once more: the black point lies at 2 low, the white point
+        // at high + low. Curves have been stored with limits that count on it.
+        const int d = minus(i, low);
+        unsigned char& entry = table[static_cast<std::size_t>(i)];
+        if (d >= high) {
+            entry = 255;
+        } else if (d <= low) {
+            entry = 0;
+        } else {
+            const double share = static_cast<double>(d) / static_cast<double>(levels);
+            const float curved =
+                static_cast<float>(std::pow(share, exponent)) * static_cast<float>(levels) + 0.5F;
+            entry = static_cast<unsigned char>(truncated(curved));
+        }
+    }
+    return table;
+}
+
+ToneTable contrastTable(float brightness, float contrast) {
+    ToneTable table;
+    for (int i = 0; i < 256; ++i) {
+        const float f =
+            (static_cast<float>(i) / 255.0F * contrast + ((1.0F - contrast) * 0.5F + brightness)) * 255.0F +
+            0.5F;
+        table[static_cast<std::size_t>(i)] = static_cast<unsigned char>(std::clamp(truncated(f), 0, 255));
+    }
+    return table;
+}
+
+}  // namespace
+
+}  // namespace dib
+
+bool DibEffectGammaCorrect(DibProgressCallback, void*, DibStream* image, int low, int high, float gamma) {
+    return dib::changeBright(image, dib::gammaTable(low, high, gamma).data());
+}
+
+bool DibEffectContrast(DibProgressCallback, void*, DibStream* image, float brightness, float contrast) {
+    return dib::changeBright(image, dib::contrastTable(brightness, contrast).data());
+}

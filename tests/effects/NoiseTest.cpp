@@ -1,0 +1,237 @@
+#include <DibEffect.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "tests/reference/PointReference.h"
+#include "tests/support/EffectChecks.h"
+#include "tests/support/TestImages.h"
+
+namespace {
+
+using testing_support::blankImage;
+using testing_support::DibPtr;
+using testing_support::pixelValue;
+using testing_support::ProgressLog;
+using testing_support::randomImage;
+using testing_support::sameImage;
+using testing_support::setPixelValue;
+
+const std::vector<int> kDirect{8, 24, 32};
+const std::vector<int> kDiffuseDepths{8, 16, 24, 32};
+constexpr unsigned kSeed = 7;
+constexpr DibBGRA kColor{10, 200, 90, 5};
+
+// Effect and reference draw from the same start.
+testing_support::EffectRun seeded(const testing_support::EffectRun& run) {
+    return [=](DibProgressCallback callback, void* user, DibStream* image) {
+        std::srand(kSeed);
+        return run(callback, user, image);
+    };
+}
+
+testing_support::EffectRun noiseOf(int amount) {
+    return seeded([=](DibProgressCallback callback, void* user, DibStream* image) {
+        return DibEffectNoise(callback, user, image, amount);
+    });
+}
+
+testing_support::EffectRun colorNoiseOf(float strength) {
+    return seeded([=](DibProgressCallback callback, void* user, DibStream* image) {
+        return DibEffectColorNoise(callback, user, image, kColor, strength);
+    });
+}
+
+testing_support::EffectRun diffuseOf(int radius, unsigned flags) {
+    return seeded([=](DibProgressCallback callback, void* user, DibStream* image) {
+        return DibEffectDiffuse(callback, user, image, radius, flags);
+    });
+}
+
+// The draw that follows `count` draws after seeding.
+int drawAfter(int count) {
+    std::srand(kSeed);
+    for (int i = 0; i < count; ++i) std::rand();
+    return std::rand();
+}
+
+TEST(Noise, EqualsThePlainLoops) {
+    for (const int amount : {0, 1, 20, 300, 1 << 30, INT_MAX}) {
+        SCOPED_TRACE(amount);
+        testing_support::expectEqualsReference(
+            noiseOf(amount),
+            [=](DibStream& image) {
+                std::srand(kSeed);
+                reference::noise(image, amount);
+            },
+            kDirect);
+    }
+}
+
+TEST(Noise, RowsLongerThanARunOfDraws) {
+    const DibPtr image = randomImage(700, 3, 24, 2);
+    const DibPtr expected(image->Clone());
+    EXPECT_TRUE(noiseOf(9)(nullptr, nullptr, image.get()));
+    std::srand(kSeed);
+    reference::noise(*expected, 9);
+    EXPECT_TRUE(sameImage(*image, *expected));
+}
+
+TEST(Noise, AmountZeroOnlyDraws) {
+    const DibPtr image = randomImage(5, 4, 24, 3);
+    const DibPtr before(image->Clone());
+    EXPECT_TRUE(noiseOf(0)(nullptr, nullptr, image.get()));
+    const int next = std::rand();
+    EXPECT_TRUE(sameImage(*image, *before));
+    EXPECT_EQ(next, drawAfter(20));
+}
+
+TEST(Noise, ChannelsMoveTogetherAndSaturate) {
+    const DibPtr image = blankImage(40, 10, 24);
+    for (int y = 0; y < 10; ++y) {
+        for (int x = 0; x < 40; ++x) setPixelValue(*image, x, y, 0x808080);
+    }
+    EXPECT_TRUE(noiseOf(300)(nullptr, nullptr, image.get()));
+    int black = 0;
+    int white = 0;
+    for (int y = 0; y < 10; ++y) {
+        for (int x = 0; x < 40; ++x) {
+            const std::uint32_t value = pixelValue(*image, x, y);
+            EXPECT_EQ(value & 255, (value >> 8) & 255);
+            EXPECT_EQ(value & 255, value >> 16);
+            black += value == 0 ? 1 : 0;
+            white += value == 0xFFFFFF ? 1 : 0;
+        }
+    }
+    EXPECT_GT(black, 50);
+    EXPECT_GT(white, 50);
+}
+
+TEST(Noise, NegativeAmountIsRefusedWithoutADraw) {
+    const DibPtr image = randomImage(3, 3, 24, 4);
+    std::srand(kSeed);
+    EXPECT_FALSE(DibEffectNoise(nullptr, nullptr, image.get(), -1));
+    const int next = std::rand();
+    EXPECT_EQ(next, drawAfter(0));
+}
+
+TEST(ColorNoise, EqualsThePlainLoops) {
+    for (const float strength : {0.0F, 0.25F, 0.999F, 1.0F, 1.0039F, -0.001F}) {
+        SCOPED_TRACE(strength);
+        testing_support::expectEqualsReference(
+            colorNoiseOf(strength),
+            [=](DibStream& image) {
+                std::srand(kSeed);
+                reference::colorNoise(image, kColor, strength);
+            },
+            kDirect);
+    }
+}
+
+TEST(ColorNoise, FullStrengthOfRedOnWhite) {
+    const DibPtr image = blankImage(6, 1, 24);
+    for (int x = 0; x < 6; ++x) setPixelValue(*image, x, 0, 0xFFFFFF);
+    std::srand(kSeed);
+    EXPECT_TRUE(DibEffectColorNoise(nullptr, nullptr, image.get(), DibBGRA{0, 0, 255, 0}, 1.0F));
+    std::srand(kSeed);
+    for (int x = 0; x < 6; ++x) {
+        const auto rest = static_cast<std::uint32_t>(255 - ((std::rand() >> 4) & 255));
+        EXPECT_EQ(pixelValue(*image, x, 0), 0xFF0000U | (rest << 8) | rest);
+    }
+}
+
+TEST(ColorNoise, StrengthOutsideItsRange) {
+    const DibPtr image = randomImage(3, 3, 24, 5);
+    const DibPtr before(image->Clone());
+    for (const float strength : {1.01F, -0.01F, 2.0F, 1e30F, -1e30F, std::nanf(""), INFINITY, -INFINITY}) {
+        EXPECT_FALSE(DibEffectColorNoise(nullptr, nullptr, image.get(), kColor, strength)) << strength;
+    }
+    EXPECT_TRUE(sameImage(*image, *before));
+}
+
+TEST(ColorNoise, StrengthZeroOnlyDraws) {
+    const DibPtr image = randomImage(4, 2, 8, 6);
+    const DibPtr before(image->Clone());
+    EXPECT_TRUE(colorNoiseOf(0)(nullptr, nullptr, image.get()));
+    const int next = std::rand();
+    EXPECT_TRUE(sameImage(*image, *before));
+    EXPECT_EQ(next, drawAfter(8));
+}
+
+TEST(ColorNoise, WordAndRecordMeanTheSameColor) {
+    const DibPtr image = randomImage(8, 3, 32, 7);
+    const DibPtr word(image->Clone());
+    const DibPtr record(image->Clone());
+    EXPECT_TRUE(colorNoiseOf(0.5F)(nullptr, nullptr, image.get()));
+    std::srand(kSeed);
+    EXPECT_TRUE(DibEffectColorNoise(nullptr, nullptr, word.get(), 0xAA5AC80AU, 0.5F));
+    std::srand(kSeed);
+    DEColorNoiseInfo info{123, 0x5AC80A, 0.5F};
+    EXPECT_TRUE(DibEffectColorNoise(nullptr, nullptr, record.get(), &info));
+    EXPECT_TRUE(sameImage(*image, *word));
+    EXPECT_TRUE(sameImage(*image, *record));
+}
+
+TEST(Diffuse, EqualsThePlainLoops) {
+    for (const int radius : {1, 3, 40, 1 << 30, INT_MAX}) {
+        for (const unsigned flags : {0U, 1U, 2U, 3U}) {
+            SCOPED_TRACE(::testing::Message() << radius << " flags " << flags);
+            testing_support::expectEqualsReference(
+                diffuseOf(radius, flags),
+                [=](DibStream& image) {
+                    std::srand(kSeed);
+                    reference::diffuse(image, radius, flags);
+                },
+                kDiffuseDepths);
+        }
+    }
+}
+
+TEST(Diffuse, OnePixelStillDrawsTwice) {
+    const DibPtr image = randomImage(1, 1, 24, 8);
+    const DibPtr before(image->Clone());
+    EXPECT_TRUE(diffuseOf(1, 0)(nullptr, nullptr, image.get()));
+    const int next = std::rand();
+    EXPECT_TRUE(sameImage(*image, *before));
+    EXPECT_EQ(next, drawAfter(2));
+}
+
+TEST(Diffuse, RadiusZeroAndNegative) {
+    const DibPtr image = randomImage(3, 3, 16, 9);
+    ProgressLog log;
+    std::srand(kSeed);
+    EXPECT_TRUE(DibEffectDiffuse(ProgressLog::callback, &log, image.get(), 0, 0));
+    EXPECT_FALSE(DibEffectDiffuse(ProgressLog::callback, &log, image.get(), -1, 0));
+    EXPECT_TRUE(log.fractions.empty());
+    const int next = std::rand();
+    EXPECT_EQ(next, drawAfter(0));
+}
+
+TEST(NoiseFamily, RefusalsProgressAndFailingAllocations) {
+    for (const auto& run : {noiseOf(5), colorNoiseOf(0.5F)}) {
+        testing_support::expectRefusals(run, kDirect);
+        testing_support::expectProgressByRow(run, kDirect);
+    }
+    testing_support::expectRefusals(diffuseOf(2, 0), kDiffuseDepths);
+    testing_support::expectProgressByRow(diffuseOf(2, 3), kDiffuseDepths);
+    EXPECT_GE(testing_support::expectSurvivesFailingAllocations(diffuseOf(2, 0), kDiffuseDepths), 4);
+}
+
+TEST(NoiseFamily, RecordsPassTheirFieldsOn) {
+    const DibPtr image = randomImage(8, 3, 24, 7);
+    const DibPtr expected(image->Clone());
+    std::srand(kSeed);
+    DENoiseInfo noise{1, 20};
+    DEDiffuseInfo diffuse{2, 3, 1};
+    EXPECT_TRUE(DibEffectNoise(nullptr, nullptr, image.get(), &noise));
+    EXPECT_TRUE(DibEffectDiffuse(nullptr, nullptr, image.get(), &diffuse));
+    std::srand(kSeed);
+    reference::noise(*expected, 20);
+    reference::diffuse(*expected, 3, 1);
+    EXPECT_TRUE(sameImage(*image, *expected));
+}
+
+}  // namespace

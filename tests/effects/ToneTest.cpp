@@ -1,0 +1,162 @@
+#include <DibEffect.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "dib/Kernels.h"
+#include "effects/Tone.h"
+#include "tests/reference/PointReference.h"
+#include "tests/support/EffectChecks.h"
+#include "tests/support/TestImages.h"
+
+namespace {
+
+using testing_support::blankImage;
+using testing_support::DibPtr;
+using testing_support::pixelValue;
+using testing_support::ProgressLog;
+using testing_support::randomImage;
+using testing_support::sameImage;
+using testing_support::setPixelValue;
+
+const std::vector<int> kDepths{1, 4, 8, 24, 32};
+
+// All 256 values in the blue of one row.
+DibPtr rampOfBlue() {
+    DibPtr image = blankImage(256, 1, 24);
+    for (int i = 0; i < 256; ++i) setPixelValue(*image, i, 0, static_cast<std::uint32_t>(i));
+    return image;
+}
+
+TEST(Tone, EqualsThePlainLoops) {
+    const float gammas[] = {2.2F, 0.4F, 1.0F, 0.0F, -0.0F, -2.0F, 1e-30F, 1e30F, INFINITY, std::nanf("")};
+    const int limits[][2] = {{0, 255}, {10, 200},          {-50, 300},         {200, 10},    {0, 0},
+                             {5, 4},   {INT_MIN, INT_MAX}, {INT_MAX, INT_MIN}, {-1, INT_MAX}};
+    for (const float gamma : gammas) {
+        for (const auto& limit : limits) {
+            SCOPED_TRACE(::testing::Message() << limit[0] << " " << limit[1] << " " << gamma);
+            const DibPtr image = rampOfBlue();
+            const DibPtr expected(image->Clone());
+            EXPECT_TRUE(DibEffectGammaCorrect(nullptr, nullptr, image.get(), limit[0], limit[1], gamma));
+            reference::gammaCorrect(*expected, limit[0], limit[1], gamma);
+            EXPECT_TRUE(sameImage(*image, *expected));
+        }
+    }
+    for (const float brightness : {0.0F, 0.05F, -0.5F, 1e30F, INFINITY, std::nanf("")}) {
+        for (const float contrast : {0.0F, 1.0F, 1.3F, -2.0F, 1e30F, -INFINITY, std::nanf("")}) {
+            const DibPtr image = rampOfBlue();
+            const DibPtr expected(image->Clone());
+            EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), brightness, contrast));
+            reference::contrast(*expected, brightness, contrast);
+            EXPECT_TRUE(sameImage(*image, *expected)) << brightness << " " << contrast;
+        }
+    }
+}
+
+TEST(Tone, EveryDepthSizeAndKernel) {
+    testing_support::expectEqualsReference(
+        [](DibProgressCallback callback, void* user, DibStream* image) {
+            return DibEffectGammaCorrect(callback, user, image, 0, 255, 2.2F);
+        },
+        [](DibStream& image) { reference::gammaCorrect(image, 0, 255, 2.2F); }, kDepths);
+    testing_support::expectEqualsReference(
+        [](DibProgressCallback callback, void* user, DibStream* image) {
+            return DibEffectContrast(callback, user, image, 0.05F, 1.3F);
+        },
+        [](DibStream& image) { reference::contrast(image, 0.05F, 1.3F); }, kDepths);
+}
+
+TEST(Tone, ContrastOneLeavesValuesAndZeroMakesThem128) {
+    const DibPtr image = rampOfBlue();
+    const DibPtr before(image->Clone());
+    EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), 0, 1));
+    EXPECT_TRUE(sameImage(*image, *before));
+    EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), 0, 0));
+    for (int i = 0; i < 256; ++i) EXPECT_EQ(pixelValue(*image, i, 0), 0x808080U);
+}
+
+TEST(Tone, GammaOneLeavesValues) {
+    const DibPtr image = rampOfBlue();
+    const DibPtr before(image->Clone());
+    EXPECT_TRUE(DibEffectGammaCorrect(nullptr, nullptr, image.get(), 0, 255, 1));
+    EXPECT_TRUE(sameImage(*image, *before));
+}
+
+TEST(Tone, TheLowerLimitCountsTwice) {
+    const DibPtr image = rampOfBlue();
+    EXPECT_TRUE(DibEffectGammaCorrect(nullptr, nullptr, image.get(), 10, 200, 2));
+    EXPECT_EQ(pixelValue(*image, 20, 0) & 255, 0U);
+    EXPECT_NE(pixelValue(*image, 21, 0) & 255, 0U);
+    EXPECT_NE(pixelValue(*image, 209, 0) & 255, 255U);
+    EXPECT_EQ(pixelValue(*image, 210, 0) & 255, 255U);
+}
+
+TEST(Tone, OnlyTheColorTableOfIndexedImagesChanges) {
+    const DibPtr image = randomImage(9, 4, 8, 1);
+    const DibPtr before(image->Clone());
+    const auto reserved = testing_support::headerBytes(*image)[40 + 7];
+    EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), 0, 0));
+    EXPECT_EQ(testing_support::pixelBytes(*image), testing_support::pixelBytes(*before));
+    EXPECT_EQ(testing_support::headerBytes(*image)[40 + 4], 128);
+    EXPECT_EQ(testing_support::headerBytes(*image)[40 + 7], reserved);
+}
+
+TEST(Tone, ShortAndOverlongColorTables) {
+    for (const std::uint32_t used : {0U, 5U, 256U, 4000U}) {
+        const DibPtr image = randomImage(3, 3, 8, 2);
+        const auto before = testing_support::headerBytes(*image);
+        image->Header->biClrUsed = used;
+        EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), 0, 0));
+        image->Header->biClrUsed = 256;
+        const auto after = testing_support::headerBytes(*image);
+        for (std::size_t i = 0; i < 256; ++i) {
+            const bool changed = used == 0 || i < used;
+            EXPECT_EQ(after[40 + 4 * i], changed ? 128 : before[40 + 4 * i]);
+        }
+    }
+}
+
+TEST(Tone, AlphaStays) {
+    const DibPtr image = randomImage(50, 3, 32, 3);
+    const DibPtr before(image->Clone());
+    EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), 0, 0));
+    for (int x = 0; x < 50; ++x) {
+        EXPECT_EQ(pixelValue(*image, x, 1), (pixelValue(*before, x, 1) & 0xFF000000U) | 0x808080U);
+    }
+}
+
+TEST(Tone, RefusalsAndSilence) {
+    const DibPtr image = randomImage(3, 3, 16, 4);
+    const DibPtr before(image->Clone());
+    DibStream empty;
+    unsigned char table[256] = {};
+    for (DibStream* refused : {image.get(), &empty, static_cast<DibStream*>(nullptr)}) {
+        EXPECT_FALSE(DibEffectContrast(nullptr, nullptr, refused, 0, 0));
+        EXPECT_FALSE(DibEffectGammaCorrect(nullptr, nullptr, refused, 0, 255, 2));
+        EXPECT_FALSE(dib::changeBright(refused, table));
+    }
+    EXPECT_TRUE(sameImage(*image, *before));
+
+    const DibPtr accepted = randomImage(3, 3, 24, 5);
+    ProgressLog log;
+    log.cancelAt = 0;
+    EXPECT_TRUE(DibEffectContrast(ProgressLog::callback, &log, accepted.get(), 0, 0));
+    EXPECT_TRUE(DibEffectGammaCorrect(ProgressLog::callback, &log, accepted.get(), 0, 255, 2));
+    EXPECT_TRUE(log.fractions.empty());
+}
+
+TEST(Tone, EveryByteOfATable) {
+    unsigned char table[256];
+    for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned char>(i * 167 + 13);
+    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+        dib::limitKernelLevel(level);
+        const DibPtr image = rampOfBlue();
+        EXPECT_TRUE(dib::changeBright(image.get(), table));
+        for (int i = 0; i < 256; ++i) EXPECT_EQ(pixelValue(*image, i, 0) & 255, table[i]);
+    }
+}
+
+}  // namespace

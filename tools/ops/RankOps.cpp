@@ -1,0 +1,30 @@
+#include <DibEffect.h>
+
+#include "tools/Operations.h"
+
+namespace tool {
+
+namespace {
+
+constexpr Parameter kRank[] = {
+    integer("radius", "half the side of the square looked at", {0, kAnyInteger.max}, {}, "px"), wrap()};
+
+using RankEffect = bool (*)(DibProgressCallback, void*, DibStream*, int, unsigned int);
+
+template <RankEffect Effect>
+bool runRank(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return Effect(callback, user, &image, arguments.integer("radius"), arguments.word("wrap"));
+}
+
+constexpr Operation kOperations[] = {
+    {"max", "Takes the brightest pixel around each pixel.", "max:2", kRank, runRank<DibEffectBrightMax>},
+    {"min", "Takes the darkest pixel around each pixel.", "min:2", kRank, runRank<DibEffectBrightMin>},
+    {"median", "Takes a pixel of middle brightness around each pixel, which removes specks.", "median:1",
+     kRank, runRank<DibEffectBrightMiddle>},
+};
+
+}  // namespace
+
+std::span<const Operation> rankOps() { return kOperations; }
+
+}  // namespace tool
