@@ -318,8 +318,9 @@ public:
     /// All return false without a code when there is no header, no pixels or the source depth is none of the
     /// six; false with `ErrorCode` 2 and the image unchanged when the new pixels or working memory cannot be
     /// had, or the size is inadmissible; false with `ErrorCode` 2 and the image empty when that happens to
-    /// the new image behind them (a picture without rows included). Memory beside source and result: a few rows, but for the median cut,
-    /// which also holds 3 bytes and up to 10 more per pixel and less than 20 million bytes of tables.
+    /// the new image behind them (a picture without rows included, but for `ChangeTo32Bit`). Memory beside
+    /// source and result: a few rows; the median cut also holds 3 bytes and up to 10 more per pixel and less
+    /// than 20 million bytes of tables.
     /// @{
 
     /// Converts to `bitCount` by the method of that depth, passing the flags on.
@@ -340,7 +341,8 @@ public:
     bool ChangeTo16Bit(unsigned int flags);
     /// To blue, green, red bytes; the flags are ignored.
     bool ChangeTo24Bit(unsigned int flags);
-    /// To blue, green, red, alpha bytes; the flags are ignored. The image is unchanged after every failure.
+    /// To blue, green, red, alpha bytes; the flags are ignored. The image is unchanged after every failure; a
+    /// picture without rows stays one.
     bool ChangeTo32Bit(unsigned int flags);
     /// To 4 bits with a palette of up to 16 colours by median cut (DibMedian.h); unused entries are zero. The
     /// flags have no effect.

@@ -238,6 +238,19 @@ TEST(Convert, NoRowsLeaveAnEmptyImageLikeCreate) {
     }
 }
 
+TEST(Convert, NoRowsStayNoRowsAt32Bits) {
+    const DibPtr tiny = randomImage(8, 8, 24, 1);
+    BITMAPINFOHEADER header = *tiny->Header;
+    header.biHeight = 0;
+    header.biSizeImage = 0;
+    DibStream image;
+    image.SetDib(&header, 0, tiny->Buffer, 0);
+    EXPECT_TRUE(image.ChangeTo32Bit(0));
+    EXPECT_EQ(image.Header->biBitCount, 32);
+    EXPECT_EQ(image.GetImageSize(), 0);
+    EXPECT_EQ(image.ErrorCode, 0);
+}
+
 TEST(Convert, SixteenBitWhiteBecomes248) {
     const DibPtr image = blankImage(1, 1, 16);
     setPixelValue(*image, 0, 0, 0x7FFF);
