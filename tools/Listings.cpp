@@ -66,7 +66,8 @@ Json describe(const std::string& name, const Format* chosen) {
 std::string infoLine(const Json& info) {
     std::string line = info["file"].get<std::string>() + ": " + info["format"].get<std::string>() + ", " +
                        info["width"].dump() + "x" + info["height"].dump() + " pixels, " +
-                       info["bitsPerPixel"].dump() + " bits, " + info["rowOrder"].get<std::string>();
+                       info["bitsPerPixel"].dump() + (info["bitsPerPixel"] == 1 ? " bit, " : " bits, ") +
+                       info["rowOrder"].get<std::string>();
     if (info["paletteSize"] != 0) line += ", palette of " + info["paletteSize"].dump();
     return line + ", compression " + info["compression"].get<std::string>() + "\n" + documentLines(info);
 }
@@ -166,8 +167,10 @@ std::string operationSummary() {
 std::string operationsText(bool asJson) {
     if (asJson) return describeAll(operations());
     std::string text;
-    for (const Operation& operation : operations())
-        text += (text.empty() ? "" : "\n") + operationHelp(operation);
+    for (const Operation& operation : operations()) {
+        if (!text.empty()) text += '\n';
+        text += operationHelp(operation);
+    }
     return text;
 }
 

@@ -62,6 +62,12 @@ TEST_F(Info, KeepsStrangeNamesInValidJson) {
     EXPECT_EQ(infoOf("a\"\\\n\xff.bmp")["file"], "a\"\\\n\xEF\xBF\xBD.bmp");
 }
 
+TEST_F(Info, SpeaksOfOneBit) {
+    EXPECT_EQ(run({"run", "in.bmp", "bpp:1", "out.bmp"}).exitCode, 0);
+    EXPECT_EQ(run({"info", "out.bmp"}).output,
+              "out.bmp: bmp, 33x21 pixels, 1 bit, bottom-up, palette of 2, compression none\n");
+}
+
 TEST_F(Info, GoesOnAfterABadFile) {
     writeFile("bad.bmp", "BM");
     const Result result = run({"info", "bad.bmp", "in.bmp", "missing.bmp"});

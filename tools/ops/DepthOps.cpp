@@ -36,7 +36,7 @@ std::string checkBpp(const Arguments& arguments) {
         case kTruncate: fits = depth == 16; break;
         case kDiffuse: fits = depth == 1; break;
     }
-    return fits ? "" : "method: not for " + std::to_string(depth) + " bits";
+    return fits ? "" : "method: does not go with depth " + std::to_string(depth);
 }
 
 bool runBpp(DibStream& image, const Arguments& arguments, DibProgressCallback, void*) {
