@@ -3,6 +3,7 @@
 #ifndef FORMATS_BYTE_SOURCE_H
 #define FORMATS_BYTE_SOURCE_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -18,6 +19,18 @@ public:
 
     // The next `bytes` bytes (kMost at most), valid until the following call; null when the file ends before.
     const unsigned char* take(std::size_t bytes) { return fill(bytes) >= bytes ? advance(bytes) : nullptr; }
+
+    // Copies any number of bytes; false when the file ends before.
+    bool copy(unsigned char* out, std::size_t bytes) {
+        while (bytes > 0) {
+            const std::size_t count = std::min(bytes, fill(std::min(bytes, kMost)));
+            if (count == 0) return false;
+            std::memcpy(out, advance(count), count);
+            out += count;
+            bytes -= count;
+        }
+        return true;
+    }
 
     // Bytes at hand: at least as many as wanted (kMost at most), or all that the file still has.
     std::size_t fill(std::size_t wanted) {

@@ -174,3 +174,34 @@ bool LoadPGM(const char* path, DibStream* image, DibProgressCallback callback, v
 bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
     return LoadPPM(path, image, callback, user);
 }
+
+bool SavePPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    // A callback may change the image: it is then written as it was at the start.
+    const bool converts = image->Header == nullptr || image->Header->biBitCount != 24;
+    formats::ImagePtr copy;
+    if (converts || callback != nullptr) {
+        copy.reset(image->Clone());
+        if (copy == nullptr || (converts && !copy->ChangeBpp(24, 0))) return false;
+    }
+    DibStream& source = copy != nullptr ? *copy : *image;
+    if (!formats::hasPixels(source)) return false;
+
+    const dib::ImageSize size = dib::admitSize(*source.Header);
+    const int height = static_cast<int>(size.rows);
+    const auto width = static_cast<std::size_t>(source.Header->biWidth);
+    std::fprintf(file, "P6\n%d %d\n255\n", source.Header->biWidth, height);
+    formats::RowWriter rows(file, width * 3, size.rows);
+    if (!rows.ready()) return false;
+    for (int y = 0; y < height; ++y) {
+        formats::swapRedBlue(source.ScanLine(y), rows.next(), width);
+        if (!formats::report(callback, user, y, height)) return false;
+    }
+    return true;
+}
+
+bool SavePPM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::savePath(path, SavePPM, image, callback, user, formats::OpenFailure::kLeavesCode);
+}
+bool SavePPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::savePath(path, SavePPM, image, callback, user, formats::OpenFailure::kLeavesCode);
+}

@@ -1,6 +1,5 @@
-// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. They have the byte
-// order of images in memory, so they are stored as they are; only colour maps of 32-bit entries are looked
-// up.
+// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. They have the byte order
+// of images in memory, so they are stored as they are; only colour maps of 32-bit entries are looked up.
 #include "formats/Tga.h"
 
 #include <algorithm>
@@ -69,8 +68,8 @@ void skipBytes(std::FILE* file, std::size_t bytes) {
     while (bytes-- > 0 && std::fgetc(file) != EOF) continue;
 }
 
-// A map beside pixels that do not use it. Sizes other than these skip nothing: files with 15-bit entries,
-// whose pixels then start too early, have always been read so.
+// A map beside pixels that do not use it. Sizes other than these skip nothing: files with 15-bit entries, whose
+// pixels then start too early, have always been read so.
 void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
     if (!header.hasMap()) return;
     const unsigned bits = header.mapEntryBits;
@@ -160,8 +159,8 @@ void fillPixels(unsigned char* out, const unsigned char* pixel, int count) {
         std::memcpy(out + static_cast<std::size_t>(i) * kPixelBytes, value, kPixelBytes);
 }
 
-// Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They
-// run on across the ends of rows, and the last one may hold more than the image takes.
+// Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They run
+// on across the ends of rows, and the last one may hold more than the image takes.
 template <std::size_t kPixelBytes>
 bool decodePackets(std::FILE* file, DibStream* image, const TgaHeader& header) {
     formats::ByteSource source(file);
@@ -233,6 +232,44 @@ constexpr bool isKnownType(unsigned type) {
     return (type >= kMapped && type <= kGrey) || type == kRunLengthMapped || type == kRunLengthTrueColor;
 }
 
+void writeHeader(std::FILE* file, const TgaHeader& header) {
+    unsigned char bytes[TgaHeader::kBytes] = {};
+    bytes[1] = static_cast<unsigned char>(header.colorMapType);
+    bytes[2] = static_cast<unsigned char>(header.imageType);
+    dib::writeLe16(bytes + 5, static_cast<std::uint16_t>(header.mapEntries));
+    bytes[7] = static_cast<unsigned char>(header.mapEntryBits);
+    dib::writeLe16(bytes + 12, static_cast<std::uint16_t>(header.width));
+    dib::writeLe16(bytes + 14, static_cast<std::uint16_t>(header.height));
+    bytes[16] = static_cast<unsigned char>(header.bitCount);
+    bytes[17] = static_cast<unsigned char>(header.descriptor);
+    dib::writeBytes(file, bytes, sizeof bytes);
+}
+
+// The colours of a table as blue, green, red.
+bool writeMap(std::FILE* file, const DibBGRA* table, std::size_t entries) {
+    formats::RowWriter map(file, sizeof(DibBGR), entries);
+    if (!map.ready()) return false;
+    for (std::size_t i = 0; i < entries; ++i) std::memcpy(map.next(), &table[i], sizeof(DibBGR));
+    return true;
+}
+
+// The header that says how an image of 8 bits or more is written.
+TgaHeader headerOf(const BITMAPINFOHEADER& info) {
+    TgaHeader header;
+    header.imageType = kTrueColor;
+    header.width = static_cast<std::int16_t>(info.biWidth);
+    header.height = static_cast<std::int16_t>(dib::rowCount(info.biHeight));
+    header.bitCount = info.biBitCount;
+    header.descriptor = info.biBitCount == 32 ? 8 : 0;  // bits of alpha
+    if (info.biBitCount == 8) {
+        header.imageType = kMapped;
+        header.colorMapType = 1;
+        header.mapEntries = static_cast<std::int16_t>(dib::announcedEntries(info));
+        header.mapEntryBits = 24;
+    }
+    return header;
+}
+
 }  // namespace
 
 bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
@@ -253,4 +290,53 @@ bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, v
 }
 bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
     return formats::loadPath(path, LoadTGA, image, callback, user);
+}
+
+bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    // A callback may change the image: it is then written as it was at the start.
+    const bool converts = image->Header == nullptr || image->Header->biBitCount < 8;
+    formats::ImagePtr copy;
+    if (converts || callback != nullptr) {
+        copy.reset(image->Clone());
+        if (copy == nullptr) return fail(image, DIB_ERROR_MEMORY);
+        if (converts) copy->ChangeBpp(24, 0);
+    }
+    DibStream& source = copy != nullptr ? *copy : *image;
+    if (source.Header == nullptr) {
+        // No image makes a file without pixels.
+        TgaHeader empty;
+        empty.imageType = kTrueColor;
+        writeHeader(file, empty);
+        return true;
+    }
+    if (!formats::hasPixels(source)) return fail(image, DIB_ERROR_INVALID);
+    const int bitCount = source.Header->biBitCount;
+    if (bitCount != 8 && bitCount != 16 && bitCount != 24 && bitCount != 32) {
+        return fail(image, converts ? DIB_ERROR_MEMORY : DIB_ERROR_UNSUPPORTED);
+    }
+
+    const TgaHeader header = headerOf(*source.Header);
+    writeHeader(file, header);
+    const auto entries = static_cast<std::uint16_t>(header.mapEntries);
+    if (!writeMap(file, dib::colorTable(image->Header), entries)) return fail(image, DIB_ERROR_MEMORY);
+
+    const dib::ImageSize size = dib::admitSize(*source.Header);
+    const std::size_t rowBytes =
+        static_cast<std::size_t>(source.Header->biWidth) * static_cast<std::size_t>(bitCount) / 8;
+    const int height = static_cast<int>(size.rows);
+    formats::RowWriter rows(file, rowBytes, size.rows);
+    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
+    for (int row = 0; row < height; ++row) {
+        std::memcpy(rows.next(), source.ScanLine(height - 1 - row), rowBytes);
+        if (formats::report(callback, user, row, height)) continue;
+        return bitCount == 8 ? false : fail(image, DIB_ERROR_INTERRUPTED);
+    }
+    return true;
+}
+
+bool SaveTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::savePath(path, SaveTGA, image, callback, user);
+}
+bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::savePath(path, SaveTGA, image, callback, user);
 }

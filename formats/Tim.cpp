@@ -127,3 +127,94 @@ bool LoadTIM(const char* path, DibStream* image, DibProgressCallback callback, v
 bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
     return formats::loadPath(path, LoadTIM, image, callback, user);
 }
+
+namespace {
+
+void writeBlockHeader(std::FILE* file, const BlockHeader& block) {
+    unsigned char fields[BlockHeader::kBytes] = {};
+    dib::writeLe32(fields, block.length);
+    dib::writeLe16(fields + 8, block.width);
+    dib::writeLe16(fields + 10, block.height);
+    dib::writeBytes(file, fields, sizeof fields);
+}
+
+// One row of as many colours as the depth addresses; those that the image does not have are 0.
+void writeLookup(std::FILE* file, const BITMAPINFOHEADER& header) {
+    const std::size_t count = dib::addressableEntries(header.biBitCount);
+    const ColorTable colors = dib::readColorTable(header);
+    std::array<unsigned char, kMostColors * 2> words;
+    for (std::size_t i = 0; i < count; ++i) {
+        const DibBGRA& color = colors[i];
+        dib::writeLe16(&words[2 * i], static_cast<std::uint32_t>(color.red >> 3 | color.green >> 3 << 5 |
+                                                                 color.blue >> 3 << 10));
+    }
+    writeBlockHeader(
+        file, {static_cast<std::uint32_t>(BlockHeader::kBytes + 2 * count), static_cast<unsigned>(count), 1});
+    dib::writeBytes(file, words.data(), 2 * count);
+}
+
+std::uint32_t flagsOf(int bitCount) {
+    switch (bitCount) {
+        case 4: return 0 | kHasLookup;
+        case 8: return 1 | kHasLookup;
+        default: return 2;
+    }
+}
+
+void writePixels(DibStream& image, formats::RowWriter& rows, std::size_t rowBytes) {
+    const int height = static_cast<int>(dib::admitSize(*image.Header).rows);
+    for (int y = 0; y < height; ++y) {
+        unsigned char* row = rows.next();
+        std::memcpy(row, image.ScanLine(y), rowBytes);
+        exchangeOrder(row, rowBytes, image.Header->biBitCount);
+    }
+}
+
+// Saving always answers false, also when the file is complete: callers have never been able to rely on it.
+bool saveWithoutAnswer(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    SaveTIM(file, image, callback, user);
+    return false;
+}
+
+}  // namespace
+
+void SaveTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
+    unsigned char word[4];
+    dib::writeLe32(word, kIdentifier);
+    dib::writeBytes(file, word, sizeof word);
+
+    const int held = formats::hasPixels(*image) ? image->Header->biBitCount : 0;
+    formats::ImagePtr converted;
+    if (held != 4 && held != 8 && held != 16) {
+        converted.reset(image->Clone());
+        if (converted == nullptr || !converted->ChangeBpp(16, 0)) {
+            image->ErrorCode = DIB_ERROR_MEMORY;
+            return;
+        }
+    }
+    DibStream& source = converted != nullptr ? *converted : *image;
+    const BITMAPINFOHEADER& header = *source.Header;
+    const dib::ImageSize size = dib::admitSize(header);
+    // A word holds 4, 2 or 1 pixels, and the file counts at most 65535 words.
+    const std::size_t words =
+        (static_cast<std::size_t>(header.biWidth) * header.biBitCount + 15) / 16 & 0xFFFF;
+    formats::RowWriter rows(file, words * 2, size.rows);
+    if (!rows.ready()) {
+        image->ErrorCode = DIB_ERROR_MEMORY;
+        return;
+    }
+
+    dib::writeLe32(word, flagsOf(header.biBitCount));
+    dib::writeBytes(file, word, sizeof word);
+    if (header.biBitCount != 16) writeLookup(file, header);
+    writeBlockHeader(file, {static_cast<std::uint32_t>(words * 2 * size.rows + BlockHeader::kBytes),
+                            static_cast<unsigned>(words), static_cast<unsigned>(size.rows)});
+    writePixels(source, rows, words * 2);
+}
+
+bool SaveTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::savePath(path, saveWithoutAnswer, image, callback, user);
+}
+bool SaveTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::savePath(path, saveWithoutAnswer, image, callback, user);
+}

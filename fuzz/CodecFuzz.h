@@ -3,6 +3,8 @@
 #ifndef FUZZ_CODEC_FUZZ_H
 #define FUZZ_CODEC_FUZZ_H
 
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 
 #include "fuzz/FuzzSupport.h"
@@ -42,6 +44,19 @@ inline int roundTrip(const std::function<bool(std::FILE*, DibStream&)>& save, Co
     checkImage(loaded);
     judge(saved, loaded);
     return 0;
+}
+
+// Both images show the same, at 24 bits: for formats that keep every bit of at least that many.
+inline void requireSameColors(DibStream& saved, DibStream& loaded) {
+    require(saved.ChangeBpp(24, 0) && loaded.ChangeBpp(24, 0), "a small image can be converted");
+    const int width = saved.Header->biWidth;
+    const int height = std::abs(saved.Header->biHeight);
+    require(loaded.Header->biWidth == width && std::abs(loaded.Header->biHeight) == height,
+            "the size is kept");
+    const std::size_t rowBytes = static_cast<std::size_t>(width) * 3;
+    for (int y = 0; y < height; ++y) {
+        require(std::memcmp(saved.ScanLine(y), loaded.ScanLine(y), rowBytes) == 0, "every pixel is kept");
+    }
 }
 
 }  // namespace fuzz

@@ -6,6 +6,7 @@
 #ifndef DIBSTREAM_DIBCODEC_H
 #define DIBSTREAM_DIBCODEC_H
 
+#include <DibRgbe.h>
 #include <DibStream.h>
 
 /// @name TGA
@@ -37,10 +38,35 @@
 DIB_EXPORT bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+
+/// Saves raw TGA, bottom row first: 8 bits with the colour table as a map of 24-bit entries (as many as announced),
+/// 16, 24 and 32 bits as they are, 1 and 4 bits as 24. The image is not changed.
+/// @param callback Called after each row with (row / height), so 0 comes first. When given, the picture is written
+///                 as it was at the start, whatever the callback does to the image.
+/// @return False with `ErrorCode` 3 when the file cannot be opened, 2 when memory is short, 6 for a header without
+/// pixels, 9 when cancelled (not stored for 8 bits). The file is then left as far as it was written. Errors of
+/// writing are not told. An empty image makes a file of width and height 0. Success leaves the code as it was.
+DIB_EXPORT bool SaveTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name Radiance HDR
 /// @{
+
+/// Loads a Radiance RGBE file into a bottom-up 24-bit image.
+///
+/// Each part of a colour is raised to 1 / 2.2 and scaled to a byte; from 1 on it is 255. Gamma and exposure of the
+/// header are not applied. The callback is never called. Why a file is refused is printed to standard error, as by
+/// the routines of DibRgbe.h, which read the same files as floats.
+/// @return False with `ErrorCode`
+/// - the code that it had when the file cannot be opened: the image is kept;
+/// - 6 when header or pixels are broken or end early: the image is kept, or holds the rows that were read, the
+///   others undefined;
+/// - 2 when memory is short or the size cannot exist.
+///
+/// A successful load leaves the code as it was.
+DIB_EXPORT bool LoadHDR(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool LoadHDR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name PSD
@@ -87,6 +113,14 @@ DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback
 DIB_EXPORT bool LoadIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+
+/// Saves an uncompressed ILBM file: 1, 4 and 8 bits with their colour table, 24 bits as 24 planes, other depths
+/// as 24 bits. The image is not changed. The callback is never called, and the file is opened only when
+/// everything that goes into it is at hand.
+/// @return False with `ErrorCode` 3 when the file cannot be opened, 2 when memory is short; without a code when
+/// there is no image. Errors of writing are not told. Success leaves the code as it was.
+DIB_EXPORT bool SaveIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name JPEG, TIFF and PNG
@@ -113,6 +147,15 @@ DIB_EXPORT bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 DIB_EXPORT bool LoadTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+
+/// Saves a TIM texture: 4, 8 and 16 bits as they are (rows filled up to whole words by their fill bytes), other
+/// depths truncated to 16 bits. Lookup blocks always hold 16 or 256 colours. The image is not changed. The
+/// callback is never called.
+/// @return **Always false**, also when the file is complete. `ErrorCode` tells: 3 when the file cannot be opened,
+/// 2 when memory is short or there is no image (the file then ends after its identifier), unchanged otherwise.
+/// Errors of writing are not told.
+DIB_EXPORT bool SaveTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool SaveTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name PPM and PGM
@@ -140,6 +183,15 @@ DIB_EXPORT bool LoadPPM(const wchar_t* path, DibStream* image, DibProgressCallba
 DIB_EXPORT bool LoadPGM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+
+/// Saves a binary colour file (P6, largest sample 255), other depths than 24 bits converted. The image is not
+/// changed.
+/// @param callback Called after each row with (row / height), so 0 comes first. When given, the picture is written
+///                 as it was at the start, whatever the callback does to the image.
+/// @return False, without storing a code of its own, when the file cannot be opened, there is no image, memory is
+/// short or the callback cancelled; the file is then left as far as it was written. Errors of writing are not told.
+DIB_EXPORT bool SavePPM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+DIB_EXPORT bool SavePPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 #endif

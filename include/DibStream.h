@@ -28,18 +28,12 @@
 #ifndef DIBSTREAM_DIBSTREAM_H
 #define DIBSTREAM_DIBSTREAM_H
 
+#include <DibExport.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-
-#if defined(__GNUC__)
-#define DIB_EXPORT __attribute__((visibility("default")))
-#define DIB_LOCAL __attribute__((visibility("hidden")))
-#else
-#define DIB_EXPORT
-#define DIB_LOCAL
-#endif
 
 /// The standard 40-byte header of a device-independent bitmap. The colour table follows it in the header
 /// block as 4-byte entries blue, green, red, reserved.

@@ -24,7 +24,8 @@ CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
 CODEC_USERS = {("effects", "Compose", "DibCodec.h")}
 # Public headers and the layers below the codecs rest on the standard library and the processor alone.
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects"}
-STANDARD_HEADER = re.compile(r"[a-z_0-9]+|immintrin\.h|sys/mman\.h")
+# <stdio.h> is how the header for C programs names it.
+STANDARD_HEADER = re.compile(r"[a-z_0-9]+|stdio\.h|immintrin\.h|sys/mman\.h")
 FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')

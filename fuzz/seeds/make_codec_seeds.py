@@ -70,8 +70,28 @@ def ilbm_seeds():
     write("ilbm", "colors-packets.iff", form(2, 24, bytes([0x81, 0xAA]), 1))
 
 
+def hdr_seeds():
+    head = b"#?RADIANCE\nGAMMA=2.2\nFORMAT=32-bit_rle_rgbe\n\n"
+    run_row = bytes([2, 2, 0, 9]) + b"".join(bytes([128 + 9, value]) for value in (10, 20, 30, 130))
+    literal_row = bytes([2, 2, 0, 9]) + b"".join(bytes([5]) + count(5) + bytes([4]) + count(4) for _ in range(4))
+    write("hdr", "packets.hdr", head + b"-Y 2 +X 9\n" + run_row + literal_row)
+    write("hdr", "flat.hdr", head + b"-Y 2 +X 3\n" + count(24))
+    write("hdr", "flat-wide.hdr", head + b"-Y 1 +X 9\n" + count(36))
+
+
+def round_trip_seeds():
+    """Depth, width, height and row order as numbers of four bytes each, then pixels."""
+    for feature in ("tgaroundtrip", "ppmroundtrip", "timroundtrip", "ilbmroundtrip"):
+        for depth in range(6):
+            write(feature, f"depth{depth}", struct.pack(">IIII", depth, 6, 4, depth % 2) + count(40))
+    write("hdrroundtrip", "packets", struct.pack(">II", 9, 1) + struct.pack(">12f", *range(12)) + count(60))
+    write("hdrroundtrip", "flat", struct.pack(">II", 3, 1) + struct.pack(">6f", 1, -1, 1e38, 1e-38, 0.5, 3))
+
+
 if __name__ == "__main__":
     tga_seeds()
     ppm_seeds()
     tim_seeds()
     ilbm_seeds()
+    hdr_seeds()
+    round_trip_seeds()

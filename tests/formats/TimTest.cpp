@@ -207,4 +207,141 @@ TEST(TimLoad, EveryKernelLevelReadsTheSame) {
     }
 }
 
+// Saving.
+
+Bytes saveTim(DibStream& image) {
+    return testing_support::writtenBytes([&](std::FILE* file) { SaveTIM(file, &image, nullptr, nullptr); });
+}
+
+TEST(TimSave, WordsExchangeRedAndBlueAndLoseTheirTopBit) {
+    for (const int height : {2, -2}) {
+        const DibPtr image = testing_support::blankImage(1, height, 16);
+        testing_support::setPixelValue(*image, 0, 0, 0xFC01);
+        testing_support::setPixelValue(*image, 0, 1, 0x03E0);
+        image->ErrorCode = kUntouched;
+        ByteWriter expected;
+        expected.le32(0x10).le32(2).le32(16).le16(0).le16(0).le16(1).le16(2).le16(0x041F).le16(0x03E0);
+        EXPECT_EQ(saveTim(*image), expected.bytes);
+        EXPECT_EQ(image->ErrorCode, kUntouched);
+        const Loaded loaded = load(LoadTIM, expected.bytes);
+        EXPECT_EQ(testing_support::pixelValue(*loaded.image, 0, 0), 0x7C01U);
+    }
+}
+
+TEST(TimSave, EightBitsAlwaysWrite256Colours) {
+    const DibPtr image = testing_support::randomImage(3, 2, 8, 3);
+    image->Header->biClrUsed = 16;
+    auto* table = reinterpret_cast<unsigned char*>(image->Header) + 40;
+    const Bytes color = {0xF8, 0x08, 0x10, 0};
+    std::copy(color.begin(), color.end(), table + 4 * 15);
+    const Bytes file = saveTim(*image);
+    ASSERT_EQ(file.size(), 8U + 524 + 12 + 2 * 4);
+    const ByteWriter head = ByteWriter().le32(0x10).le32(9).le32(524).le32(0).le16(256).le16(1);
+    EXPECT_TRUE(std::equal(head.bytes.begin(), head.bytes.end(), file.begin()));
+    EXPECT_EQ(file[20 + 30] | file[20 + 31] << 8, 2 | 1 << 5 | 31 << 10);
+    EXPECT_EQ(Bytes(file.begin() + 20 + 32, file.begin() + 20 + 512), Bytes(480, 0));
+    ByteWriter block;
+    block.le32(12 + 8).le32(0).le16(2).le16(2);
+    // Odd rows are filled up by their own fill byte.
+    for (int y = 0; y < 2; ++y) block.raw(Bytes(image->ScanLine(y), image->ScanLine(y) + 4));
+    EXPECT_EQ(Bytes(file.begin() + 20 + 512, file.end()), block.bytes);
+}
+
+TEST(TimSave, FourBitsOfOddWidthBecomeWholeWords) {
+    const DibPtr image = testing_support::randomImage(5, 3, 4, 3);
+    const Bytes file = saveTim(*image);
+    ASSERT_EQ(file.size(), 8U + 44 + 12 + 3 * 4);
+    const ByteWriter head = ByteWriter().le32(0x10).le32(8).le32(44).le32(0).le16(16).le16(1);
+    EXPECT_TRUE(std::equal(head.bytes.begin(), head.bytes.end(), file.begin()));
+    const Loaded loaded = load(LoadTIM, file);
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(loaded.image->Header->biWidth, 8);
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 5; ++x) {
+            EXPECT_EQ(testing_support::pixelValue(*loaded.image, x, y),
+                      testing_support::pixelValue(*image, x, y));
+        }
+    }
+}
+
+TEST(TimSave, OtherDepthsAreTruncatedTo16Bits) {
+    for (const int bitCount : {1, 24, 32}) {
+        const DibPtr image = testing_support::randomImage(5, -3, bitCount, 3);
+        const Bytes file = saveTim(*image);
+        EXPECT_EQ(file[4], 2);
+        EXPECT_EQ(image->Header->biBitCount, bitCount);
+        const Loaded loaded = load(LoadTIM, file);
+        ASSERT_TRUE(loaded.result);
+        EXPECT_TRUE(testing_support::samePicture(testing_support::pictureOf(*loaded.image),
+                                                 testing_support::pictureOf(*image), 8));
+    }
+}
+
+TEST(TimSave, EveryDepthAndSizeComesBack) {
+    for (const int bitCount : {4, 8, 16}) {
+        for (const testing_support::Size size : testing_support::kSizes) {
+            for (const int height : {size.height, -size.height}) {
+                const DibPtr image = testing_support::randomImage(size.width, height, bitCount, 5);
+                const Loaded loaded = load(LoadTIM, saveTim(*image));
+                ASSERT_TRUE(loaded.result);
+                const std::uint32_t mask = bitCount == 16 ? 0x7FFF : 0xFFFF;
+                for (int y = 0; y < size.height; ++y) {
+                    for (int x = 0; x < size.width; ++x) {
+                        ASSERT_EQ(testing_support::pixelValue(*loaded.image, x, y),
+                                  testing_support::pixelValue(*image, x, y) & mask);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(TimSave, AnswersFalseWhateverHappens) {
+    const DibPtr image = testing_support::randomImage(2, 2, 16, 1);
+    image->ErrorCode = kUntouched;
+    const TemporaryFile file(".tim");
+    EXPECT_FALSE(SaveTIM(file.path(), image.get(), nullptr, nullptr));
+    EXPECT_EQ(file.bytes(), saveTim(*image));
+    EXPECT_FALSE(SaveTIM(file.widePath().c_str(), image.get(), nullptr, nullptr));
+    EXPECT_EQ(file.bytes(), saveTim(*image));
+    forEveryDeadFile([&](const char* path) { return SaveTIM(path, image.get(), nullptr, nullptr); },
+                     [](bool saved, const char* path) { EXPECT_FALSE(saved) << path; });
+    EXPECT_EQ(image->ErrorCode, kUntouched);
+    EXPECT_FALSE(SaveTIM("/nonexistent/file.tim", image.get(), nullptr, nullptr));
+    EXPECT_EQ(image->ErrorCode, 3);
+    image->ErrorCode = kUntouched;
+    EXPECT_FALSE(SaveTIM(L"/nonexistent/file.tim", image.get(), nullptr, nullptr));
+    EXPECT_EQ(image->ErrorCode, 3);
+}
+
+TEST(TimSave, NothingToSaveLeavesTheIdentifier) {
+    DibStream empty;
+    EXPECT_EQ(saveTim(empty), (Bytes{0x10, 0, 0, 0}));
+    EXPECT_EQ(empty.ErrorCode, 2);
+    const DibPtr image = testing_support::randomImage(2, 2, 16, 1);
+    image->BufferFree();
+    EXPECT_EQ(saveTim(*image), (Bytes{0x10, 0, 0, 0}));
+    EXPECT_EQ(image->ErrorCode, 2);
+}
+
+TEST(TimSave, EveryFailingAllocation) {
+    for (const int bitCount : {8, 24}) {
+        DibPtr image;
+        dib::FilePtr file;
+        const int failures = testing_support::forEachFailingAllocation(
+            [&] {
+                image = testing_support::randomImage(5, 4, bitCount, 2);
+                file.reset(std::tmpfile());
+            },
+            [&] { SaveTIM(file.get(), image.get(), nullptr, nullptr); },
+            [&](bool failureMet) {
+                EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
+                EXPECT_EQ(std::ftell(file.get()) == 4, failureMet);
+                image.reset();
+                file.reset();
+            });
+        EXPECT_GE(failures, 1);
+    }
+}
+
 }  // namespace

@@ -1,0 +1,300 @@
+// A Radiance file is lines of text up to an empty one, a line with the size, and rows of pixels, top row first,
+// flat or in run-length packets of one component at a time.
+#include "formats/Rgbe.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <cstdint>
+
+#include "dib/File.h"
+#include "dib/Memory.h"
+#include "formats/HeaderText.h"
+
+using formats::kRgbeBytes;
+using formats::RgbeError;
+
+namespace formats {
+
+bool reportRgbe(RgbeError error) {
+    const auto badFormat = [](const char* reason) {
+        std::fprintf(stderr, "RGBE bad file format: %s\n", reason);
+    };
+    switch (error) {
+        case RgbeError::kNone: return true;
+        case RgbeError::kRead: std::perror("RGBE read error"); break;
+        case RgbeError::kWrite: std::perror("RGBE write error"); break;
+        case RgbeError::kNoFormat: badFormat("no FORMAT specifier found"); break;
+        case RgbeError::kNoSize: badFormat("missing image size specifier"); break;
+        case RgbeError::kWidth: badFormat("wrong scanline width"); break;
+        case RgbeError::kPackets: badFormat("bad scanline data"); break;
+        case RgbeError::kMemory:
+            std::fprintf(stderr, "RGBE error: %s\n", "unable to allocate buffer space");
+            break;
+    }
+    return false;
+}
+
+}  // namespace formats
+
+namespace {
+
+int result(RgbeError error) { return formats::reportRgbe(error) ? 0 : -1; }
+
+constexpr const char* kFormatLine = "FORMAT=32-bit_rle_rgbe\n";
+
+// The file's own buffer, from which no byte too many is taken.
+struct ExactSource {
+    std::FILE* file;
+    int byte() { return getc_unlocked(file); }
+    bool copy(unsigned char* out, std::size_t bytes) { return dib::readBytes(file, out, bytes); }
+};
+
+// Header.
+
+void readProgramType(const char* text, rgbe_header_info& info) {
+    constexpr std::size_t kMost = sizeof info.programtype - 1;
+    std::size_t length = 0;
+    while (length < kMost && text[length] != '\0' &&
+           std::isspace(static_cast<unsigned char>(text[length])) == 0) {
+        info.programtype[length] = text[length];
+        ++length;
+    }
+    info.programtype[length] = '\0';
+    info.valid |= RGBE_VALID_PROGRAMTYPE;
+}
+
+void readVariable(const char* line, rgbe_header_info& info) {
+    if (std::sscanf(line, "GAMMA=%g", &info.gamma) == 1) {
+        info.valid |= RGBE_VALID_GAMMA;
+    } else if (std::sscanf(line, "EXPOSURE=%g", &info.exposure) == 1) {
+        info.valid |= RGBE_VALID_EXPOSURE;
+    }
+}
+
+bool skipText(const char*& at, const char* text) {
+    const std::size_t length = std::strlen(text);
+    if (std::strncmp(at, text, length) != 0) return false;
+    at += length;
+    return true;
+}
+
+// A line such as "-Y 480 +X 640", in which white space may be missing.
+bool readSize(const char* at, int& width, int& height) {
+    if (!skipText(at, "-Y") || !formats::readNumber(at, height)) return false;
+    while (std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
+    return skipText(at, "+X") && formats::readNumber(at, width);
+}
+
+RgbeError readHeader(std::FILE* file, int& width, int& height, rgbe_header_info* info) {
+    formats::HeaderLines lines(file);
+    if (info != nullptr) *info = {0, {}, 1.0F, 1.0F};
+    if (!lines.next()) return RgbeError::kRead;
+    if (info != nullptr && std::strncmp(lines.text(), "#?", 2) == 0) {
+        readProgramType(lines.text() + 2, *info);
+        if (!lines.next()) return RgbeError::kRead;
+    }
+    bool formatFound = false;
+    while (lines.text()[0] != '\0' && lines.text()[0] != '\n') {
+        if (std::strcmp(lines.text(), kFormatLine) == 0) {
+            formatFound = true;
+        } else if (info != nullptr) {
+            readVariable(lines.text(), *info);
+        }
+        if (!lines.next()) return RgbeError::kRead;
+    }
+    if (!formatFound) return RgbeError::kNoFormat;
+    if (!lines.next()) return RgbeError::kRead;
+    return readSize(lines.text(), width, height) ? RgbeError::kNone : RgbeError::kNoSize;
+}
+
+// Flat pixels, a block at a time.
+
+constexpr std::int64_t kBlockPixels = 1024;
+
+RgbeError writeFlat(std::FILE* file, const float* data, std::int64_t count) {
+    std::array<unsigned char, kBlockPixels * kRgbeBytes> block;
+    while (count > 0) {
+        const auto pixels = static_cast<std::size_t>(std::min(count, kBlockPixels));
+        for (std::size_t i = 0; i < pixels; ++i, data += 3) {
+            float2rgbe(&block[i * kRgbeBytes], data[0], data[1], data[2]);
+        }
+        if (!dib::writeBytes(file, block.data(), pixels * kRgbeBytes)) return RgbeError::kWrite;
+        count -= static_cast<std::int64_t>(pixels);
+    }
+    return RgbeError::kNone;
+}
+
+RgbeError readFlat(std::FILE* file, float* data, std::int64_t count) {
+    std::array<unsigned char, kBlockPixels * kRgbeBytes> block;
+    while (count > 0) {
+        const auto wanted = static_cast<std::size_t>(std::min(count, kBlockPixels));
+        const std::size_t pixels = std::fread(block.data(), kRgbeBytes, wanted, file);
+        for (std::size_t i = 0; i < pixels; ++i, data += 3) {
+            rgbe2float(data, data + 1, data + 2, &block[i * kRgbeBytes]);
+        }
+        if (pixels < wanted) return RgbeError::kRead;
+        count -= static_cast<std::int64_t>(pixels);
+    }
+    return RgbeError::kNone;
+}
+
+// Packets.
+
+RgbeError readRows(std::FILE* file, float* data, int width, int rows) {
+    if (width <= 0 || rows <= 0) return RgbeError::kNone;
+    if (!formats::widthHasPackets(width)) return readFlat(file, data, std::int64_t{width} * rows);
+    const auto stride = static_cast<std::size_t>(width);
+    dib::MallocPtr<unsigned char> planes;
+    ExactSource source{file};
+    for (; rows > 0; --rows) {
+        unsigned char start[kRgbeBytes];
+        if (!dib::readBytes(file, start, sizeof start)) return RgbeError::kRead;
+        if (!formats::startsPackets(start)) {
+            rgbe2float(data, data + 1, data + 2, start);
+            return readFlat(file, data + 3, std::int64_t{width} * rows - 1);
+        }
+        if (planes == nullptr) planes = dib::allocateArray<unsigned char>(stride * kRgbeBytes);
+        if (planes == nullptr) return RgbeError::kMemory;
+        const RgbeError error = formats::readRgbePackets(source, start, width, planes.get());
+        if (error != RgbeError::kNone) return error;
+        for (std::size_t x = 0; x < stride; ++x, data += 3) {
+            const unsigned char pixel[] = {planes[x], planes[stride + x], planes[2 * stride + x],
+                                           planes[3 * stride + x]};
+            rgbe2float(data, data + 1, data + 2, pixel);
+        }
+    }
+    return RgbeError::kNone;
+}
+
+constexpr std::size_t kShortestRun = 4;
+constexpr std::size_t kLongestRun = 127;
+constexpr std::size_t kMostLiterals = 128;
+
+std::size_t runLength(const unsigned char* bytes, std::size_t at, std::size_t count) {
+    const std::size_t end = std::min(count, at + kLongestRun);
+    std::size_t next = at + 1;
+    while (next < end && bytes[next] == bytes[at]) ++next;
+    return next - at;
+}
+
+bool writeRun(std::FILE* file, std::size_t length, unsigned char value) {
+    const unsigned char packet[] = {static_cast<unsigned char>(128 + length), value};
+    return dib::writeBytes(file, packet, sizeof packet);
+}
+
+bool writeLiterals(std::FILE* file, const unsigned char* bytes, std::size_t count) {
+    while (count > 0) {
+        const std::size_t length = std::min(count, kMostLiterals);
+        const auto header = static_cast<unsigned char>(length);
+        if (!dib::writeBytes(file, &header, 1) || !dib::writeBytes(file, bytes, length)) return false;
+        bytes += length;
+        count -= length;
+    }
+    return true;
+}
+
+// One component of a row. What stands before a run, or before the end of the row, becomes literals, unless it is
+// nothing but two or three equal bytes, which make a short run.
+bool writeComponent(std::FILE* file, const unsigned char* bytes, std::size_t count) {
+    for (std::size_t at = 0; at < count;) {
+        std::size_t run = at;  // where the next run starts, and its length
+        std::size_t length = runLength(bytes, run, count);
+        std::size_t before = 0;  // equal bytes that end where it starts
+        while (run < count && length < kShortestRun) {
+            run += length;
+            before = length;
+            length = run < count ? runLength(bytes, run, count) : 0;
+        }
+        const bool shortRun = before > 1 && before == run - at;
+        if (shortRun ? !writeRun(file, before, bytes[at]) : !writeLiterals(file, bytes + at, run - at))
+            return false;
+        if (run < count && !writeRun(file, length, bytes[run])) return false;
+        at = run + length;
+    }
+    return true;
+}
+
+RgbeError writeRows(std::FILE* file, const float* data, int width, int rows) {
+    if (width <= 0 || rows <= 0) return RgbeError::kNone;
+    const auto stride = static_cast<std::size_t>(width);
+    dib::MallocPtr<unsigned char> planes;
+    if (formats::widthHasPackets(width)) planes = dib::allocateArray<unsigned char>(stride * kRgbeBytes);
+    if (planes == nullptr) return writeFlat(file, data, std::int64_t{width} * rows);
+    for (; rows > 0; --rows) {
+        const unsigned char start[] = {2, 2, static_cast<unsigned char>(width >> 8),
+                                       static_cast<unsigned char>(width)};
+        if (!dib::writeBytes(file, start, sizeof start)) return RgbeError::kWrite;
+        for (std::size_t x = 0; x < stride; ++x, data += 3) {
+            unsigned char pixel[kRgbeBytes];
+            float2rgbe(pixel, data[0], data[1], data[2]);
+            for (std::size_t plane = 0; plane < kRgbeBytes; ++plane)
+                planes[plane * stride + x] = pixel[plane];
+        }
+        for (std::size_t plane = 0; plane < kRgbeBytes; ++plane) {
+            if (!writeComponent(file, planes.get() + plane * stride, stride)) return RgbeError::kWrite;
+        }
+    }
+    return RgbeError::kNone;
+}
+
+RgbeError writeHeader(std::FILE* file, int width, int height, const rgbe_header_info* info) {
+    const int valid = info != nullptr ? info->valid : 0;
+    const char* programType = (valid & RGBE_VALID_PROGRAMTYPE) != 0 ? info->programtype : "RGBE";
+    bool written = std::fprintf(file, "#?%s\n", programType) >= 0;
+    if ((valid & RGBE_VALID_GAMMA) != 0) {
+        written = written && std::fprintf(file, "GAMMA=%g\n", static_cast<double>(info->gamma)) >= 0;
+    }
+    if ((valid & RGBE_VALID_EXPOSURE) != 0) {
+        written = written && std::fprintf(file, "EXPOSURE=%g\n", static_cast<double>(info->exposure)) >= 0;
+    }
+    written = written && std::fprintf(file, "%s\n-Y %d +X %d\n", kFormatLine, height, width) >= 0;
+    return written ? RgbeError::kNone : RgbeError::kWrite;
+}
+
+}  // namespace
+
+int RGBE_WriteHeader(FILE* file, int width, int height, const rgbe_header_info* info) {
+    return result(writeHeader(file, width, height, info));
+}
+int RGBE_ReadHeader(FILE* file, int* width, int* height, rgbe_header_info* info) {
+    return result(readHeader(file, *width, *height, info));
+}
+int RGBE_WritePixels(FILE* file, const float* data, int count) {
+    return result(writeFlat(file, data, count));
+}
+int RGBE_ReadPixels(FILE* file, float* data, int count) { return result(readFlat(file, data, count)); }
+int RGBE_WritePixels_RLE(FILE* file, const float* data, int width, int rows) {
+    return result(writeRows(file, data, width, rows));
+}
+int RGBE_ReadPixels_RLE(FILE* file, float* data, int width, int rows) {
+    return result(readRows(file, data, width, rows));
+}
+
+void float2rgbe(unsigned char* rgbe, float red, float green, float blue) {
+    const float largest = std::fmax(std::fmax(red, green), blue);
+    std::fill_n(rgbe, kRgbeBytes, static_cast<unsigned char>(0));
+    if (!(largest >= 1e-32)) return;
+    int exponent = 0;
+    std::frexp(largest, &exponent);
+    constexpr int kLargestExponent = 127;
+    if (!std::isfinite(largest) || exponent > kLargestExponent) exponent = kLargestExponent;
+    const double scale = std::ldexp(1.0, 8 - exponent);
+    const auto mantissa = [scale](float part) {
+        const double scaled = part * scale;
+        return static_cast<unsigned char>(scaled > 0.0 ? std::min(scaled, 255.0) : 0.0);
+    };
+    rgbe[0] = mantissa(red);
+    rgbe[1] = mantissa(green);
+    rgbe[2] = mantissa(blue);
+    rgbe[3] = static_cast<unsigned char>(exponent + 128);
+}
+
+void rgbe2float(float* red, float* green, float* blue, const unsigned char* rgbe) {
+    // Exponent 0 stands for black. Mantissas are counted in 256ths, which makes the bias of 128 one of 136.
+    const float scale = rgbe[3] != 0 ? static_cast<float>(std::ldexp(1.0, rgbe[3] - 136)) : 0.0F;
+    *red = static_cast<float>(rgbe[0]) * scale;
+    *green = static_cast<float>(rgbe[1]) * scale;
+    *blue = static_cast<float>(rgbe[2]) * scale;
+}

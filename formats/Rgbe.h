@@ -1,0 +1,55 @@
+// Rows of Radiance pixels, shared by the routines that give floats and the loader that gives bytes.
+#ifndef FORMATS_RGBE_H
+#define FORMATS_RGBE_H
+
+#include <DibRgbe.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+namespace formats {
+
+constexpr int kRgbeBytes = 4;  // of a pixel: three mantissas and the exponent
+
+enum class RgbeError { kNone, kRead, kWrite, kWidth, kPackets, kMemory, kNoFormat, kNoSize };
+
+// Prints the reason of a failure; returns whether there was none.
+bool reportRgbe(RgbeError error);
+
+constexpr bool widthHasPackets(int width) { return width >= 8 && width <= 32767; }
+
+// Whether the first four bytes of a row say that packets follow; otherwise they are its first pixel.
+inline bool startsPackets(const unsigned char* bytes) {
+    return bytes[0] == 2 && bytes[1] == 2 && (bytes[2] & 0x80) == 0;
+}
+
+// Reads the packets of one row behind its four first bytes into four planes, red to exponent, of `width` bytes.
+// `Source` gives the next byte (negative at the end) or copies several.
+template <class Source>
+RgbeError readRgbePackets(Source& source, const unsigned char* start, int width, unsigned char* planes) {
+    if ((start[2] << 8 | start[3]) != width) return RgbeError::kWidth;
+    for (int plane = 0; plane < kRgbeBytes; ++plane) {
+        for (int left = width; left > 0;) {
+            const int header = source.byte();
+            if (header < 0) return RgbeError::kRead;
+            const int count = header > 128 ? header - 128 : header;
+            if (count == 0 || count > left) return RgbeError::kPackets;
+            const auto bytes = static_cast<std::size_t>(count);
+            if (header > 128) {
+                const int value = source.byte();
+                if (value < 0) return RgbeError::kRead;
+                std::memset(planes, value, bytes);
+            } else if (!source.copy(planes, bytes)) {
+                return RgbeError::kRead;
+            }
+            planes += count;
+            left -= count;
+        }
+    }
+    return RgbeError::kNone;
+}
+
+}  // namespace formats
+
+#endif

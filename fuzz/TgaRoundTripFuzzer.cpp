@@ -1,0 +1,8 @@
+#include "formats/Tga.h"
+#include "fuzz/CodecFuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    return fuzz::roundTrip(
+        [](std::FILE* file, DibStream& image) { return SaveTGA(file, &image, nullptr, nullptr); }, LoadTGA,
+        fuzz::requireSameColors, data, size);
+}
