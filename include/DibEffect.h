@@ -228,7 +228,28 @@ DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStr
 /// @}
 
 /// @name Blur and sharpen
+///
+/// Channels are filtered one by one, the alpha of 32 bits like the others, and at 8 bits the indices as plain
+/// numbers: a table that is not ordered by brightness gives colours that have nothing to do with the blur.
+/// Results are rounded down.
+/// @param flags `DibEffectFlag`.
 /// @{
+
+/// Takes the mean of the four pixels above, left, right and below; the pixel itself does not count. At a
+/// clamped edge the pixel stands in for the missing neighbour. 8, 24 and 32 bits.
+DIB_EXPORT bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image,
+                                    unsigned int flags);
+/// The same with a record.
+DIB_EXPORT bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image,
+                                    DEBlurLittleInfo* info);
+
+/// Takes five times the pixel less the four neighbours of `DibEffectBlurLittle`, limited to 0 to 255. 8, 24
+/// and 32 bits.
+DIB_EXPORT bool DibEffectSharpLittle(DibProgressCallback callback, void* user, DibStream* image,
+                                     unsigned int flags);
+/// The same with a record.
+DIB_EXPORT bool DibEffectSharpLittle(DibProgressCallback callback, void* user, DibStream* image,
+                                     DESharpLittleInfo* info);
 /// @}
 
 /// @name Rank filters

@@ -1,0 +1,99 @@
+// Filters of the four edge-adjacent neighbours: each channel of the result follows from the same channel of
+// the pixel and of the pixels above, left, right and below.
+//
+//     struct Mean {
+//         static DIB_ALWAYS_INLINE unsigned char channel(const dib::Cross& c) {
+//             return static_cast<unsigned char>((c.above + c.left + c.right + c.below) >> 2);
+//         }
+//     };
+//     dib::filterImage<dib::Depth8>(progress, image, dib::CrossFilter<Mean>(flags));
+#ifndef EFFECTS_CROSS_ROWS_H
+#define EFFECTS_CROSS_ROWS_H
+
+#include <cstddef>
+
+#include "dib/Kernels.h"
+#include "effects/EffectFrame.h"
+
+namespace dib {
+
+// One channel of a pixel and of its neighbours, 0 to 255. 16 bits wide, so that sums of a few fit and vectors
+// hold twice as many as of ints.
+struct Cross {
+    short above;
+    short left;
+    short center;
+    short right;
+    short below;
+};
+
+// The rows of a row's neighbours; above and below an edge row lies the row itself or, wrapped, the opposite
+// edge.
+struct CrossRows {
+    const unsigned char* above;
+    const unsigned char* center;
+    const unsigned char* below;
+};
+
+inline CrossRows crossRows(const WorkingCopy& source, int y, int height, unsigned int flags) {
+    return {source.row(getLoopY(y - 1, height, flags)), source.row(y),
+            source.row(getLoopY(y + 1, height, flags))};
+}
+
+// The rule for byte `at` of a row, with the bytes at `left` and `right` as its neighbours.
+template <class Rule>
+DIB_ALWAYS_INLINE unsigned char crossChannel(const CrossRows& rows, std::ptrdiff_t at, std::ptrdiff_t left,
+                                             std::ptrdiff_t right) {
+    return Rule::channel(
+        {rows.above[at], rows.center[left], rows.center[at], rows.center[right], rows.below[at]});
+}
+
+// A row of pixels of `channels` bytes. The inner pixels are one flat run of bytes whose neighbours lie
+// `channels` bytes to either side.
+template <class Rule>
+DIB_ALWAYS_INLINE void crossRow(CrossRows rows, unsigned char* __restrict out, int width, int channels,
+                                bool wrap) {
+    if (width < 1) return;
+    const std::ptrdiff_t last = (std::ptrdiff_t{width} - 1) * channels;
+    for (std::ptrdiff_t i = channels; i < last; ++i) {
+        out[i] = crossChannel<Rule>(rows, i, i - channels, i + channels);
+    }
+    const std::ptrdiff_t second = width > 1 ? channels : 0;
+    for (int c = 0; c < channels; ++c) {
+        out[c] = crossChannel<Rule>(rows, c, wrap ? last + c : c, second + c);
+        if (width > 1) {
+            out[last + c] = crossChannel<Rule>(rows, last + c, last - channels + c, wrap ? c : last + c);
+        }
+    }
+}
+
+// The filter for dib::filterImage, at depths of whole bytes per channel.
+template <class Rule>
+class CrossFilter {
+public:
+    explicit CrossFilter(unsigned int flags) : flags_(flags) {}
+
+    bool prepare(const WorkingCopy& source, const Raster& image) {
+        source_ = &source;
+        width_ = image.width;
+        height_ = image.height;
+        return true;
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        static_assert(Depth::kBits == 8 * Depth::kChannels);
+        runKernel<crossRow<Rule>>(crossRows(*source_, y, height_, flags_), out, width_, Depth::kChannels,
+                                  (flags_ & DIB_WRAP_X) != 0);
+    }
+
+private:
+    unsigned int flags_;
+    const WorkingCopy* source_ = nullptr;
+    int width_ = 0;
+    int height_ = 0;
+};
+
+}  // namespace dib
+
+#endif

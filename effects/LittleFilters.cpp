@@ -1,0 +1,46 @@
+// The fixed filters of the four edge-adjacent neighbours: a light blur and a light sharpening.
+
+#include <DibEffect.h>
+
+#include "effects/CrossRows.h"
+
+namespace {
+
+// The pixel itself takes no part: that is what makes this blur differ from a 3 x 3 box.
+struct Blur {
+    static DIB_ALWAYS_INLINE unsigned char channel(const dib::Cross& c) {
+        return static_cast<unsigned char>((c.above + c.left + c.right + c.below) >> 2);
+    }
+};
+
+struct Sharpen {
+    static DIB_ALWAYS_INLINE unsigned char channel(const dib::Cross& c) {
+        const auto value = static_cast<short>(5 * c.center - c.above - c.left - c.right - c.below);
+        return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value);
+    }
+};
+
+template <class Rule>
+bool filterCross(const dib::Progress& progress, DibStream* image, unsigned int flags) {
+    return dib::filterImage<dib::Depth8, dib::Depth24, dib::Depth32>(progress, image,
+                                                                     dib::CrossFilter<Rule>(flags));
+}
+
+}  // namespace
+
+bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image, unsigned int flags) {
+    return filterCross<Blur>({callback, user}, image, flags);
+}
+
+bool DibEffectSharpLittle(DibProgressCallback callback, void* user, DibStream* image, unsigned int flags) {
+    return filterCross<Sharpen>({callback, user}, image, flags);
+}
+
+bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image, DEBlurLittleInfo* info) {
+    return DibEffectBlurLittle(callback, user, image, info->flags);
+}
+
+bool DibEffectSharpLittle(DibProgressCallback callback, void* user, DibStream* image,
+                          DESharpLittleInfo* info) {
+    return DibEffectSharpLittle(callback, user, image, info->flags);
+}
