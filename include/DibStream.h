@@ -362,27 +362,90 @@ public:
     /// @}
 
     /// @name Size
+    ///
+    /// All of them work in place: the result gets a pixel block of its own (ownership 6), the old one is
+    /// released, the 40 header bytes are rewritten and the colour table stays. A header block whose table is
+    /// shorter than the depth addresses is replaced by a grown one, new entries black. Sizes are in pixels; a
+    /// negative height counts by its absolute value, and the row order of the image is kept.
+    ///
+    /// Where memory is short or the size cannot exist (zero, a negative width, more bytes than a signed 32-bit
+    /// number counts) they return false with `ErrorCode` 2 and the image unchanged. Rows speak of buffer rows.
     /// @{
 
     /// Resampling method of `Resize`.
-    enum DIB_RESIZE_METHOD {
+    enum DIB_RESIZE_METHOD : int {
         DIB_RESIZE_BILINEAR = 0,  ///< `ResizeBilinear`.
         DIB_RESIZE_INTEGRAL = 1,  ///< `ResizeIntegral`.
     };
+    /// Changes the size by the best way there is: nothing where it is the size already (the buffer stays),
+    /// `ResizeHalf` where width and height are exactly twice the new ones and the depth allows it, else the
+    /// method.
+    /// @return False, without a code, for an unknown method or an image without pixels.
     bool Resize(int width, int height, DIB_RESIZE_METHOD method);
+    /// Halves an image of 24 or 32 bits: each pixel is the mean of two by two, truncated, per channel. An odd
+    /// last column or last buffer row (the picture's top row when stored bottom-up) is dropped.
+    /// @return False, without a code, at other depths.
     bool ResizeHalf();
+    /// Scales with bilinear weights smoothed by 3f^2 - 2f^3 in 1/256 steps. The first and last pixel of each
+    /// axis land on the first and last of the source; a size of 1 gives the last one. 24 and 32 bits are mixed
+    /// (all four bytes), the others take the nearest pixel.
+    /// @return False, without a code, at a depth that is none of the six.
     bool ResizeBilinear(int width, int height);
+    /// Scales by area averaging, first across, then down, each truncated to bytes: the method for making large
+    /// images much smaller. When growing, pixels are repeated. Only 24 and 32 bits are averaged (all four
+    /// bytes).
+    /// @return True also at 1, 4, 8 and 16 bits, where the result has the new size and zero pixels: do not use
+    ///         it for indexed images.
     bool ResizeIntegral(int width, int height);
+    /// Changes the canvas and keeps the pixels one to one, centred: crops where the new size is smaller, pads
+    /// where it is larger. An odd difference leaves the extra column or buffer row after the picture.
+    /// @param width  New width.
+    /// @param height New height.
+    /// @param fill   Stored value of the padding: the low 32, 24, 16, 8 or 4 bits; at 1 bit any value but 0
+    ///               sets the pixels.
+    /// @return False, without a code, at a depth that is none of the six.
     bool ChangeSize(int width, int height, unsigned int fill);
     /// @}
 
     /// @name Position and tone
+    ///
+    /// Rectangles and rows count from the top of the picture, whatever the row order.
     /// @{
+
+    /// Crops in place to a rectangle; the result is stored bottom-up in a pixel block of its own, the colour
+    /// table stays as with the sizes above.
+    ///
+    /// The rectangle must not pass the right or lower edge. A negative x or y is let through: what lies
+    /// before a row reads as the bytes there (the end of the neighbouring row), and as 0 outside the block.
+    /// The fill bytes of the new rows come from the bytes that follow the rectangle.
+    /// @return False, without a code and with the image unchanged, when width or height is below 1, the
+    ///         rectangle passes an edge, or memory is short.
     bool ClipCut(int x, int y, int width, int height);
+    /// Copies a rectangle, by the rules of `ClipCut`, into a new bottom-up image with one reference and the
+    /// colour table of this one.
+    /// @return Null, without a code, where `ClipCut` returns false.
     DibStream* ClipClone(int x, int y, int width, int height);
+    /// Shifts the picture cyclically, to the right and down for positive amounts; what leaves one side enters
+    /// at the other. Works in the image's own pixel block.
+    /// @param dx Pixels, any int.
+    /// @param dy Rows, any int.
+    /// @return False, with the image unchanged, when there are no pixels or memory for one row is short (no
+    ///         code).
     bool Scroll(int dx, int dy);
+    /// Stores the rows top-down (negative `biHeight`) or bottom-up; the picture stays the same.
+    /// @param topDown True for top-down storage.
+    /// @return False when there are no pixels, or with `ErrorCode` 1 when memory for one row is short. True at
+    ///         once where the storage is the wanted one already.
     bool UpDown(bool topDown);
+    /// Complements every byte of the pixel block (`GetImageSize` bytes, row fill bytes included). The colour
+    /// table stays, so that indexed images change their indices.
+    /// @return False without a pixel block.
     bool InvertTone();
+    /// Scales brightness: the blue, green and red of every pixel at 24 and 32 bits (at 24 bits the row fill
+    /// bytes too), of every colour-table entry at 1, 4 and 8 bits.
+    /// @param factor Below 1 a value v becomes v x factor, rounded; above 1 its distance to white shrinks to
+    ///               1 / factor of itself, truncated; 1 changes nothing.
+    /// @return False, with nothing changed, for a negative factor or NaN, at 16 bits and without pixels.
     bool Brighten(float factor);
     /// @}
 };

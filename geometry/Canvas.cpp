@@ -1,0 +1,42 @@
+#include "geometry/Canvas.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "dib/ColorTable.h"
+
+namespace dib {
+
+Canvas::Canvas(DibStream& image, int width, int height) {
+    if (!image.SetBitmapInfo(header, width, height, image.Header->biBitCount)) return;
+    pixels.reset(image.CreateBuffer(&header));
+    const ImageSize size = admitSize(header);
+    rowBytes = size.rowBytes;
+    rows = size.rows;
+}
+
+bool Canvas::installInto(DibStream& image) {
+    if (!ensureColorTable(image, addressableEntries(header.biBitCount))) return false;
+    // A longer header had its table behind it; behind 40 bytes it stays the table of the image.
+    const std::size_t entries = addressableEntries(header.biBitCount);
+    auto* block = reinterpret_cast<unsigned char*>(image.Header);
+    if (image.Header->biSize > kHeaderBytes) {
+        std::memmove(block + kHeaderBytes, colorTable(image.Header), entries * kEntryBytes);
+    }
+    *image.Header = header;
+    image.SetBuffer(pixels.release(), kOwned);
+    return true;
+}
+
+bool hasPixels(const DibStream& image) {
+    if (image.Header == nullptr || image.Buffer == nullptr) return false;
+    const ImageSize size = admitSize(*image.Header);
+    return size.admitted && size.imageBytes > 0;
+}
+
+int heightLike(int height, int model) {
+    if (height == INT32_MIN) return height;
+    return model > 0 ? std::abs(height) : -std::abs(height);
+}
+
+}  // namespace dib

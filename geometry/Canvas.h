@@ -1,0 +1,53 @@
+// A new size for an image: the header and pixel block that are filled while the image still holds the old
+// ones, and take their place at the end.
+#ifndef GEOMETRY_CANVAS_H
+#define GEOMETRY_CANVAS_H
+
+#include <DibStream.h>
+
+#include <cstddef>
+#include <cstring>
+
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+
+namespace dib {
+
+struct Canvas {
+    BITMAPINFOHEADER header;
+    MallocPtr<unsigned char> pixels;  // null when the size cannot exist or memory is short
+    std::size_t rowBytes = 0;
+    std::size_t rows = 0;
+
+    // The depth is that of the image.
+    Canvas(DibStream& image, int width, int height);
+
+    unsigned char* row(std::size_t bufferRow) const { return pixels.get() + bufferRow * rowBytes; }
+
+    // Zeroes what follows the first `used` bytes of a row, so that no uninitialised byte becomes visible.
+    void clearRowEnd(std::size_t bufferRow, std::size_t used) const {
+        std::memset(row(bufferRow) + used, 0, rowBytes - used);
+    }
+
+    // Overwrites the 40 header bytes of the image and replaces its pixel block; the colour table stays, in a
+    // grown block where it would be shorter than the new header announces. False, with the image unchanged,
+    // when memory for that is short.
+    bool installInto(DibStream& image);
+};
+
+// Whether there are pixels to read: both blocks, and an admissible size of at least one pixel.
+bool hasPixels(const DibStream& image);
+
+// |height| with the sign that `model` has; 0 and below count as top-down. A height whose absolute value is no
+// int stays as it is and is refused as a size.
+int heightLike(int height, int model);
+
+// Records that an image of the wanted size could not be made. Always false.
+inline bool failForMemory(DibStream& image) {
+    image.ErrorCode = DIB_ERROR_MEMORY;
+    return false;
+}
+
+}  // namespace dib
+
+#endif

@@ -1,0 +1,101 @@
+// Cropping in place and into a new image.
+#include <DibStream.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+#include "dib/ColorTable.h"
+#include "geometry/BitCopy.h"
+#include "geometry/Canvas.h"
+
+namespace {
+
+struct Rectangle {
+    int x;
+    int y;
+    int width;
+    int height;
+};
+
+// Negative x and y are let through: what lies before the first pixel reads as the bytes there, or as 0
+// outside the block.
+bool isAdmitted(const DibStream& image, const Rectangle& area) {
+    if (!dib::hasPixels(image)) return false;
+    return area.width >= 1 && area.height >= 1 &&
+           std::int64_t{area.x} + area.width <= image.Header->biWidth &&
+           std::int64_t{area.y} + area.height <= dib::rowCount(image.Header->biHeight);
+}
+
+// Copies bits of the pixel block; those outside it count as 0.
+void copyBlockBits(unsigned char* to, const unsigned char* block, std::int64_t blockBits,
+                   std::int64_t firstBit, std::int64_t count) {
+    const std::int64_t begin = std::clamp(firstBit, std::int64_t{0}, blockBits);
+    const std::int64_t end = std::clamp(firstBit + count, begin, blockBits);
+    if (end - begin < count) std::memset(to, 0, static_cast<std::size_t>((count + 7) / 8));
+    if (begin == end) return;
+    dib::copyBits(to, static_cast<std::size_t>(begin - firstBit), block, static_cast<std::size_t>(begin),
+                  static_cast<std::size_t>(end - begin));
+}
+
+// Copies the rectangle, row by row from its top, to rows that start at `top` and lie `rowStep` bytes apart.
+// From 8 bits on whole rows are copied, fill bytes included; `wholeBytes` asks for the same below, where x
+// must then lie on a byte. Otherwise exactly the pixels are copied into cleared rows.
+void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, unsigned char* top,
+              std::ptrdiff_t rowStep, std::size_t rowBytes) {
+    const dib::ImageSize size = dib::admitSize(*image.Header);
+    const int depth = image.Header->biBitCount;
+    const auto blockBits = static_cast<std::int64_t>(size.imageBytes) * 8;
+    const bool pixelsOnly = depth < 8 && !wholeBytes;
+    const auto count =
+        pixelsOnly ? std::int64_t{area.width} * depth : static_cast<std::int64_t>(rowBytes) * 8;
+    const auto rowBits = static_cast<std::int64_t>(size.rowBytes) * 8;
+    // No x of an int leads back into the block from rows that far away.
+    const std::int64_t farRow = (std::int64_t{1} << 40) / rowBits;
+    for (int k = 0; k < area.height; ++k) {
+        const std::int64_t y = std::int64_t{area.y} + k;
+        const std::int64_t bufferRow = image.Header->biHeight > 0 ? image.Header->biHeight - 1 - y : y;
+        const std::int64_t firstBit =
+            std::clamp(bufferRow, -farRow, farRow) * rowBits + std::int64_t{area.x} * depth;
+        unsigned char* to = top + k * rowStep;
+        if (pixelsOnly) std::memset(to, 0, rowBytes);
+        copyBlockBits(to, image.Buffer, blockBits, firstBit, count);
+    }
+}
+
+}  // namespace
+
+bool DibStream::ClipCut(int x, int y, int width, int height) {
+    const Rectangle area{x, y, width, height};
+    if (!isAdmitted(*this, area)) return false;
+    dib::Canvas canvas(*this, width, height);
+    if (canvas.pixels == nullptr) return false;
+    copyRows(*this, area, false, canvas.row(canvas.rows - 1), -static_cast<std::ptrdiff_t>(canvas.rowBytes),
+             canvas.rowBytes);
+    return canvas.installInto(*this);
+}
+
+DibStream* DibStream::ClipClone(int x, int y, int width, int height) {
+    const Rectangle area{x, y, width, height};
+    if (!isAdmitted(*this, area)) return nullptr;
+    const int depth = Header->biBitCount;
+    auto* clip = new (std::nothrow) DibStream;
+    if (clip == nullptr) return nullptr;
+    if (!clip->Create(width, height, depth)) {
+        clip->Release();
+        return nullptr;
+    }
+    const std::size_t entries = dib::addressableEntries(depth);
+    DibBGRA* table = dib::colorTable(clip->Header);
+    // A new 4-bit image has no table yet, and this one may announce fewer entries than it has room for.
+    if (depth == 4) std::memset(table, 0, entries * dib::kEntryBytes);
+    std::memcpy(table, dib::colorTable(Header),
+                std::min(entries, dib::announcedEntries(*Header)) * dib::kEntryBytes);
+
+    const std::size_t rowBytes = clip->GetPitch();
+    copyRows(*this, area, depth == 4 && x % 2 == 0, clip->ScanLine(0), -static_cast<std::ptrdiff_t>(rowBytes),
+             rowBytes);
+    return clip;
+}

@@ -1,0 +1,142 @@
+#include "geometry/RowsAvx2.h"
+
+#if defined(__x86_64__)
+
+#include <immintrin.h>
+
+#include <cstring>
+
+namespace dib {
+
+namespace {
+
+constexpr char kNone = -1;  // a zero byte in a shuffle
+
+// Two neighbouring pixels as pairs of 16-bit values, one pair per channel, ready for multiply-and-add with a
+// pair of weights: from 24 bits (the fourth pair is zero) and from 32 bits.
+DIB_TARGET_AVX2 inline __m128i pairMask(int channels, int firstPixel) {
+    const auto at = [&](int pixel, int channel) -> char {
+        return channel < channels ? static_cast<char>((firstPixel + pixel) * channels + channel) : kNone;
+    };
+    return _mm_setr_epi8(at(0, 0), kNone, at(1, 0), kNone, at(0, 1), kNone, at(1, 1), kNone, at(0, 2), kNone,
+                         at(1, 2), kNone, at(0, 3), kNone, at(1, 3), kNone);
+}
+
+DIB_TARGET_AVX2 inline __m256i joinLanes(__m128i low, __m128i high) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+
+DIB_TARGET_AVX2 inline __m128i load16(const void* at) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(at));
+}
+DIB_TARGET_AVX2 inline __m256i load32(const void* at) {
+    return _mm256_loadu_si256(static_cast<const __m256i*>(at));
+}
+
+template <int Channels>
+DIB_TARGET_AVX2 std::size_t mixAcrossIn4(const unsigned char* row, const ColumnTap* taps, std::size_t count,
+                                         std::uint16_t* sums) {
+    const __m128i pair = pairMask(Channels, 0);
+    const __m256i pairs = joinLanes(pair, pair);
+    // The weights of the first and of the second tap in each half of four taps, once per channel.
+    const __m256i evenWeights = _mm256_set1_epi32(0x07060504);
+    const __m256i oddWeights = _mm256_set1_epi32(0x0F0E0D0C);
+    // The three used sums of each pixel close together.
+    const __m128i tight = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, kNone, kNone, kNone, kNone);
+
+    for (std::size_t i = 0; i + 4 <= count; i += 4, sums += 4 * Channels) {
+        const __m256i weights = load32(taps + i);
+        const __m256i even = joinLanes(load16(row + taps[i].offset), load16(row + taps[i + 2].offset));
+        const __m256i odd = joinLanes(load16(row + taps[i + 1].offset), load16(row + taps[i + 3].offset));
+        const __m256i evenSums =
+            _mm256_madd_epi16(_mm256_shuffle_epi8(even, pairs), _mm256_shuffle_epi8(weights, evenWeights));
+        const __m256i oddSums =
+            _mm256_madd_epi16(_mm256_shuffle_epi8(odd, pairs), _mm256_shuffle_epi8(weights, oddWeights));
+        const __m256i inOrder = _mm256_packus_epi32(evenSums, oddSums);
+        if constexpr (Channels == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), inOrder);
+        } else {
+            const __m256i packed = _mm256_shuffle_epi8(inOrder, joinLanes(tight, tight));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(sums), _mm256_castsi256_si128(packed));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(sums + 6), _mm256_extracti128_si256(packed, 1));
+        }
+    }
+    return count / 4 * 4;
+}
+
+// The weighted sums of one span: pixels 0 and 1 of each group of four in the low lane, 2 and 3 in the high.
+template <int Channels>
+DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::uint16_t* weights,
+                                        std::size_t taps, __m256i pairs) {
+    const __m256i spread =
+        joinLanes(_mm_set1_epi32(0x03020100), _mm_set1_epi32(0x07060504));  // both halves of four weights
+    __m256i sums = _mm256_setzero_si256();
+    for (std::size_t k = 0; k < taps; k += AreaSpans::kGroup, pixel += AreaSpans::kGroup * Channels) {
+        long long fourWeights;
+        std::memcpy(&fourWeights, weights + k, sizeof fourWeights);
+        const __m256i weight = _mm256_shuffle_epi8(_mm256_set1_epi64x(fourWeights), spread);
+        const __m256i fourPixels = _mm256_broadcastsi128_si256(load16(pixel));
+        sums = _mm256_add_epi32(sums, _mm256_madd_epi16(_mm256_shuffle_epi8(fourPixels, pairs), weight));
+    }
+    return sums;
+}
+
+template <int Channels>
+DIB_TARGET_AVX2 void averageAcrossIn2(const unsigned char* row, const AreaSpans& spans, unsigned char* out) {
+    const __m256i pairs = joinLanes(pairMask(Channels, 0), pairMask(Channels, 2));
+    const std::size_t taps = spans.taps();
+    const std::uint32_t* firsts = spans.firsts();
+    const float* inverses = spans.inverses();
+    for (std::size_t i = 0; i < spans.count(); i += 2) {
+        // An odd last span is computed twice and stored once.
+        const std::size_t j = i + 1 < spans.count() ? i + 1 : i;
+        const __m256i a =
+            spanSums<Channels>(row + std::size_t{firsts[i]} * Channels, spans.weights(i), taps, pairs);
+        const __m256i b =
+            spanSums<Channels>(row + std::size_t{firsts[j]} * Channels, spans.weights(j), taps, pairs);
+        const __m256i sums =
+            _mm256_add_epi32(_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31));
+        const __m256 inverse = _mm256_set_m128(_mm_set1_ps(inverses[j]), _mm_set1_ps(inverses[i]));
+        const __m256 quotient =
+            _mm256_mul_ps(_mm256_add_ps(_mm256_cvtepi32_ps(sums), _mm256_set1_ps(0.5F)), inverse);
+        const __m256i wide = _mm256_cvttps_epi32(quotient);
+        const __m256i words = _mm256_packus_epi32(wide, wide);
+        const __m256i bytes = _mm256_packus_epi16(words, words);
+        const int first = _mm256_extract_epi32(bytes, 0);
+        std::memcpy(out + i * Channels, &first, 4);
+        if (j == i) break;
+        const int second = _mm256_extract_epi32(bytes, 4);
+        std::memcpy(out + j * Channels, &second, 4);
+    }
+}
+
+}  // namespace
+
+std::size_t mixAcrossAvx2(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
+                          std::uint16_t* sums) {
+    return channels == 3 ? mixAcrossIn4<3>(row, taps, count, sums) : mixAcrossIn4<4>(row, taps, count, sums);
+}
+
+void averageAcrossAvx2(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out) {
+    if (channels == 3) {
+        averageAcrossIn2<3>(row, spans, out);
+    } else {
+        averageAcrossIn2<4>(row, spans, out);
+    }
+}
+
+}  // namespace dib
+
+#else
+
+namespace dib {
+
+// Never reached: without AVX2 the level is the baseline.
+std::size_t mixAcrossAvx2(const unsigned char*, const ColumnTap*, std::size_t, int, std::uint16_t*) {
+    return 0;
+}
+void averageAcrossAvx2(const unsigned char*, const AreaSpans&, int, unsigned char*) {}
+
+}  // namespace dib
+
+#endif
