@@ -110,6 +110,53 @@ DIB_TARGET_AVX2 void averageAcrossIn2(const unsigned char* row, const AreaSpans&
     }
 }
 
+// Four pixels of two rows as the sums of each pixel with its neighbour and the pixels below, in the low 12 or
+// 16 bytes of each lane.
+template <int Channels>
+DIB_TARGET_AVX2 inline __m256i sumSquares(const unsigned char* first, const unsigned char* second,
+                                          std::size_t highOffset, __m256i neighbours) {
+    const __m256i ones = _mm256_set1_epi8(1);
+    const __m256i above = joinLanes(load16(first), load16(first + highOffset));
+    const __m256i below = joinLanes(load16(second), load16(second + highOffset));
+    return _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(above, neighbours), ones),
+                            _mm256_maddubs_epi16(_mm256_shuffle_epi8(below, neighbours), ones));
+}
+
+// Which bytes of four pixels are the same channel of neighbours.
+DIB_TARGET_AVX2 inline __m128i neighbourMask(int channels) {
+    return channels == 3 ? _mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 9, 7, 10, 8, 11, kNone, kNone, kNone, kNone)
+                         : _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+}
+
+template <int Channels>
+DIB_TARGET_AVX2 std::size_t halveIn8(const unsigned char* first, const unsigned char* second,
+                                     unsigned char* out, std::size_t width) {
+    const __m256i neighbours = joinLanes(neighbourMask(Channels), neighbourMask(Channels));
+    const __m128i tight = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, kNone, kNone, kNone, kNone);
+    constexpr std::size_t kLaneBytes = 4 * Channels;  // two pixels of the result
+    // The last loads and stores of 24 bits pass the eight pixels by four bytes.
+    constexpr std::size_t kAhead = Channels == 3 ? 10 : 8;
+    std::size_t x = 0;
+    for (; x + kAhead <= width; x += 8) {
+        const unsigned char* above = first + x * 2 * Channels;
+        const unsigned char* below = second + x * 2 * Channels;
+        // The lanes hold pixels 0-1 and 4-5, and 2-3 and 6-7, so that packing puts them in order.
+        const __m256i a = sumSquares<Channels>(above, below, 2 * kLaneBytes, neighbours);
+        const __m256i b =
+            sumSquares<Channels>(above + kLaneBytes, below + kLaneBytes, 2 * kLaneBytes, neighbours);
+        const __m256i means = _mm256_packus_epi16(_mm256_srli_epi16(a, 2), _mm256_srli_epi16(b, 2));
+        if constexpr (Channels == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x * 4), means);
+        } else {
+            const __m256i packed = _mm256_shuffle_epi8(means, joinLanes(tight, tight));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 3), _mm256_castsi256_si128(packed));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 3 + 12),
+                             _mm256_extracti128_si256(packed, 1));
+        }
+    }
+    return x;
+}
+
 }  // namespace
 
 std::size_t mixAcrossAvx2(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
@@ -125,6 +172,11 @@ void averageAcrossAvx2(const unsigned char* row, const AreaSpans& spans, int cha
     }
 }
 
+std::size_t halveRowAvx2(const unsigned char* first, const unsigned char* second, int channels,
+                         unsigned char* out, std::size_t width) {
+    return channels == 3 ? halveIn8<3>(first, second, out, width) : halveIn8<4>(first, second, out, width);
+}
+
 }  // namespace dib
 
 #else
@@ -136,6 +188,9 @@ std::size_t mixAcrossAvx2(const unsigned char*, const ColumnTap*, std::size_t, i
     return 0;
 }
 void averageAcrossAvx2(const unsigned char*, const AreaSpans&, int, unsigned char*) {}
+std::size_t halveRowAvx2(const unsigned char*, const unsigned char*, int, unsigned char*, std::size_t) {
+    return 0;
+}
 
 }  // namespace dib
 

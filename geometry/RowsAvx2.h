@@ -18,6 +18,10 @@ std::size_t mixAcrossAvx2(const unsigned char* row, const ColumnTap* taps, std::
                           std::uint16_t* sums);
 // As averageAcross, for spans that are exact.
 void averageAcrossAvx2(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out);
+// The means of two by two pixels for as many of `width` results from the left as come in eights; returns how
+// many those are.
+std::size_t halveRowAvx2(const unsigned char* first, const unsigned char* second, int channels,
+                         unsigned char* out, std::size_t width);
 
 }  // namespace dib
 

@@ -98,20 +98,20 @@ DIB_ALWAYS_INLINE std::uint32_t readIndexedPixel(const unsigned char* at, std::p
     if constexpr (Bits == 16) return at[0] | (std::uint32_t{at[1]} << 8);
 }
 
-// Four channels in the 16-bit lanes of one word, so that one multiplication weights them all. Sums of
-// channel x weight stay at or below 255 x 256 and never reach the next lane.
+// Four channels in the 16-bit lanes of one word, in the order 0, 2, 1, 3, so that one multiplication weights
+// them all. Sums of channel x weight stay at or below 255 x 256 and never reach the next lane.
 DIB_ALWAYS_INLINE std::uint64_t spreadChannels(std::uint64_t pixel) {
-    pixel = (pixel | (pixel << 16)) & 0x0000FFFF0000FFFFU;
-    return (pixel | (pixel << 8)) & 0x00FF00FF00FF00FFU;
+    return (pixel | pixel << 24) & 0x00FF00FF00FF00FFU;
 }
 // (upper x (256 - weight) + lower x weight) >> 16 per lane, the four bytes joined again.
 DIB_ALWAYS_INLINE std::uint32_t mixRows(std::uint64_t upper, std::uint64_t lower, std::uint32_t weight) {
-    constexpr std::uint64_t kEvenLanes = 0x0000FFFF0000FFFFU;
+    constexpr std::uint64_t kLanes = 0x0000FFFF0000FFFFU;
     const std::uint64_t rest = 256U - weight;
-    const std::uint64_t even = (upper & kEvenLanes) * rest + (lower & kEvenLanes) * weight;
-    const std::uint64_t odd = ((upper >> 16) & kEvenLanes) * rest + ((lower >> 16) & kEvenLanes) * weight;
-    const std::uint64_t joined = ((even >> 16) & 0x000000FF000000FFU) | ((odd >> 8) & 0x0000FF000000FF00U);
-    return static_cast<std::uint32_t>(joined | (joined >> 16));
+    const std::uint64_t channels01 = (upper & kLanes) * rest + (lower & kLanes) * weight;
+    const std::uint64_t channels23 = (upper >> 16 & kLanes) * rest + (lower >> 16 & kLanes) * weight;
+    const std::uint64_t joined =
+        (channels01 >> 16 & 0x000000FF000000FFU) | (channels23 & 0x00FF000000FF0000U);
+    return static_cast<std::uint32_t>(joined | joined >> 24);
 }
 
 template <int Bits>
@@ -124,6 +124,29 @@ DIB_ALWAYS_INLINE std::uint64_t readChannels(const unsigned char* row, std::ptrd
         std::memcpy(&pixel, row + x * 4, sizeof pixel);
         return spreadChannels(pixel);
     }
+}
+
+// Where the two pixels of a row are that get mixed, and their weights. Away from the right edge both are read
+// at once, with the bytes of the following pixel at 24 bits.
+struct ColumnPair {
+    std::ptrdiff_t left;
+    std::ptrdiff_t right;
+    std::uint32_t leftWeight;
+    std::uint32_t rightWeight;
+    bool readAtOnce;
+};
+
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint64_t mixColumns(const unsigned char* row, const ColumnPair& pair) {
+    if (!pair.readAtOnce) {
+        return readChannels<Bits>(row, pair.left) * pair.leftWeight +
+               readChannels<Bits>(row, pair.right) * pair.rightWeight;
+    }
+    std::uint64_t both;
+    std::memcpy(&both, row + pair.left * (Bits / 8), sizeof both);
+    constexpr std::uint64_t kPixel = (std::uint64_t{1} << Bits) - 1;
+    return spreadChannels(both & kPixel) * pair.leftWeight +
+           spreadChannels(both >> Bits & kPixel) * pair.rightWeight;
 }
 
 // An axis without a second pixel mixes the pixel with itself at weight 0. That is exact: a channel weighted
@@ -144,13 +167,10 @@ DIB_ALWAYS_INLINE std::uint32_t sampleBilinear(const SampleSource& source, float
     const unsigned char* upper = source.row(line.index);
     const unsigned char* lower = hasBelow ? upper + source.rowStep : wrapY ? source.top : upper;
     const std::uint32_t right = mixesColumns ? column.weight : 0;
-    const std::uint32_t left = 256U - right;
-
-    const std::uint64_t upperMix =
-        readChannels<Bits>(upper, column.index) * left + readChannels<Bits>(upper, partner) * right;
-    const std::uint64_t lowerMix =
-        readChannels<Bits>(lower, column.index) * left + readChannels<Bits>(lower, partner) * right;
-    const std::uint32_t color = mixRows(upperMix, lowerMix, mixesRows ? line.weight : 0);
+    const ColumnPair pair{column.index, partner, 256U - right, right,
+                          column.index + (Bits == 24 ? 2 : 1) < source.width};
+    const std::uint32_t color =
+        mixRows(mixColumns<Bits>(upper, pair), mixColumns<Bits>(lower, pair), mixesRows ? line.weight : 0);
     // Callers rely on red in the place of alpha at the clamped right edge.
     if (Bits == 32 && !mixesColumns && mixesRows) {
         return (color & 0x00FFFFFFU) | ((color << 8) & 0xFF000000U);

@@ -8,6 +8,7 @@ std::span<const Operation> distortionOps();
 std::span<const Operation> noiseOps();
 std::span<const Operation> rankOps();
 std::span<const Operation> toneOps();
+std::span<const Operation> geometryOps();
 
 std::span<const Operation> operations() {
     static const std::vector<Operation> all = [] {
@@ -18,6 +19,7 @@ std::span<const Operation> operations() {
                  noiseOps(),
                  rankOps(),
                  toneOps(),
+                 geometryOps(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());
         }
