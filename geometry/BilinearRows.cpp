@@ -19,21 +19,18 @@ DIB_ALWAYS_INLINE void mixAcrossBody(const unsigned char* __restrict row, const 
     }
 }
 
-// The high and low halves of each 32-bit product, so that every step fits 16 bits; of the low halves only the
-// carry of their sum matters.
+// With the sums split into high and low bytes every step fits 16 bits: the low bytes only matter through what
+// they carry into the high ones.
 DIB_ALWAYS_INLINE void mixDownBody(const std::uint16_t* __restrict upper,
                                    const std::uint16_t* __restrict lower, std::uint32_t lowerWeight,
                                    std::size_t count, unsigned char* __restrict out) {
     const auto w1 = static_cast<std::uint16_t>(lowerWeight);
     const auto w0 = static_cast<std::uint16_t>(256U - lowerWeight);
     for (std::size_t i = 0; i < count; ++i) {
-        const auto low0 = static_cast<std::uint16_t>(upper[i] * w0);
-        const auto low1 = static_cast<std::uint16_t>(lower[i] * w1);
-        const auto high0 = static_cast<std::uint16_t>((std::uint32_t{upper[i]} * w0) >> 16);
-        const auto high1 = static_cast<std::uint16_t>((std::uint32_t{lower[i]} * w1) >> 16);
-        const auto low = static_cast<std::uint16_t>(low0 + low1);
-        const auto carry = static_cast<std::uint16_t>(low < low0 ? 1 : 0);
-        out[i] = static_cast<unsigned char>(high0 + high1 + carry);
+        const auto high = static_cast<std::uint16_t>((upper[i] >> 8) * w0 + (lower[i] >> 8) * w1);
+        const auto low = static_cast<std::uint16_t>((upper[i] & 255) * w0 + (lower[i] & 255) * w1);
+        const auto sum = static_cast<std::uint16_t>(high + (low >> 8));
+        out[i] = static_cast<unsigned char>(sum >> 8);
     }
 }
 
@@ -53,7 +50,9 @@ void mixAcross(const unsigned char* row, const ColumnTap* taps, std::size_t coun
 
 void mixDown(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
              std::size_t count, unsigned char* out) {
-    runKernel<mixDownBody>(upper, lower, lowerWeight, count, out);
+    const bool wide = kernelLevel() == KernelLevel::kAvx2;
+    const std::size_t done = wide ? mixDownAvx2(upper, lower, lowerWeight, count, out) : 0;
+    mixDownBody(upper + done, lower + done, lowerWeight, count - done, out + done);
 }
 
 }  // namespace dib

@@ -64,6 +64,33 @@ DIB_TARGET_AVX2 std::size_t mixAcrossIn4(const unsigned char* row, const ColumnT
     return count / 4 * 4;
 }
 
+// 16 values of mixDown: the high halves of both products and the carry out of their low halves, which is there
+// when saturation makes a difference.
+DIB_TARGET_AVX2 inline __m256i mixDown16(const std::uint16_t* upper, const std::uint16_t* lower, __m256i w0,
+                                         __m256i w1) {
+    const __m256i a = load32(upper);
+    const __m256i b = load32(lower);
+    const __m256i high = _mm256_add_epi16(_mm256_mulhi_epu16(a, w0), _mm256_mulhi_epu16(b, w1));
+    const __m256i lowA = _mm256_mullo_epi16(a, w0);
+    const __m256i lowB = _mm256_mullo_epi16(b, w1);
+    const __m256i noCarry =
+        _mm256_cmpeq_epi16(_mm256_add_epi16(lowA, lowB), _mm256_adds_epu16(lowA, lowB));  // -1 or 0
+    return _mm256_add_epi16(_mm256_add_epi16(high, _mm256_set1_epi16(1)), noCarry);
+}
+
+DIB_TARGET_AVX2 std::size_t mixDownIn32(const std::uint16_t* upper, const std::uint16_t* lower,
+                                        std::uint32_t lowerWeight, std::size_t count, unsigned char* out) {
+    const __m256i w0 = _mm256_set1_epi16(static_cast<short>(256U - lowerWeight));
+    const __m256i w1 = _mm256_set1_epi16(static_cast<short>(lowerWeight));
+    std::size_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        const __m256i packed = _mm256_packus_epi16(mixDown16(upper + i, lower + i, w0, w1),
+                                                   mixDown16(upper + i + 16, lower + i + 16, w0, w1));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_permute4x64_epi64(packed, 0xD8));
+    }
+    return i;
+}
+
 // The weighted sums of one span: pixels 0 and 1 of each group of four in the low lane, 2 and 3 in the high.
 template <int Channels>
 DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::uint16_t* weights,
@@ -164,6 +191,11 @@ std::size_t mixAcrossAvx2(const unsigned char* row, const ColumnTap* taps, std::
     return channels == 3 ? mixAcrossIn4<3>(row, taps, count, sums) : mixAcrossIn4<4>(row, taps, count, sums);
 }
 
+std::size_t mixDownAvx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
+                        std::size_t count, unsigned char* out) {
+    return mixDownIn32(upper, lower, lowerWeight, count, out);
+}
+
 void averageAcrossAvx2(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out) {
     if (channels == 3) {
         averageAcrossIn2<3>(row, spans, out);
@@ -185,6 +217,10 @@ namespace dib {
 
 // Never reached: without AVX2 the level is the baseline.
 std::size_t mixAcrossAvx2(const unsigned char*, const ColumnTap*, std::size_t, int, std::uint16_t*) {
+    return 0;
+}
+std::size_t mixDownAvx2(const std::uint16_t*, const std::uint16_t*, std::uint32_t, std::size_t,
+                        unsigned char*) {
     return 0;
 }
 void averageAcrossAvx2(const unsigned char*, const AreaSpans&, int, unsigned char*) {}
