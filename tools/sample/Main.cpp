@@ -3,6 +3,7 @@
 #include <DibStream.h>
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -27,7 +28,9 @@ int wholeNumber(std::string_view text, int largest) {
                : 0;
 }
 
-unsigned char toByte(double value) { return static_cast<unsigned char>(sample::clamped(value) * 255 + 0.5); }
+unsigned char toByte(double value) {
+    return static_cast<unsigned char>(std::lround(sample::clamped(value) * 255));
+}
 
 // Four points of a pixel, so that hard edges come out as a lens would show them.
 sample::Color pixelColor(int column, int row, int width, int height) {
