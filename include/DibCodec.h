@@ -47,6 +47,7 @@ DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallba
 /// pixels, 9 when cancelled (not stored for 8 bits). The file is then left as far as it was written. Errors of
 /// writing are not told. An empty image makes a file of width and height 0. Success leaves the code as it was.
 DIB_EXPORT bool SaveTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
@@ -66,6 +67,7 @@ DIB_EXPORT bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallba
 ///
 /// A successful load leaves the code as it was.
 DIB_EXPORT bool LoadHDR(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool LoadHDR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
@@ -120,6 +122,7 @@ DIB_EXPORT bool LoadIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 /// @return False with `ErrorCode` 3 when the file cannot be opened, 2 when memory is short; without a code when
 /// there is no image. Errors of writing are not told. Success leaves the code as it was.
 DIB_EXPORT bool SaveIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
@@ -155,6 +158,7 @@ DIB_EXPORT bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallba
 /// 2 when memory is short or there is no image (the file then ends after its identifier), unchanged otherwise.
 /// Errors of writing are not told.
 DIB_EXPORT bool SaveTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool SaveTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
@@ -191,6 +195,7 @@ DIB_EXPORT bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallba
 /// @return False, without storing a code of its own, when the file cannot be opened, there is no image, memory is
 /// short or the callback cancelled; the file is then left as far as it was written. Errors of writing are not told.
 DIB_EXPORT bool SavePPM(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
 DIB_EXPORT bool SavePPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 

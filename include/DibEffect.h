@@ -309,18 +309,19 @@ DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, 
 /// fourth byte of 32 bits stays. Accepts 8, 24 and 32 bits. Every pixel takes one draw, for amount 0 too.
 /// @param amount Largest offset; negative gives false. Twice a huge amount wraps around in 32 bits.
 DIB_EXPORT bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image, int amount);
-DIB_EXPORT bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image,
-                               DENoiseInfo* info);
+/// The same with a record.
+DIB_EXPORT bool DibEffectNoise(DibProgressCallback callback, void* user, DibStream* image, DENoiseInfo* info);
 /// Pulls every pixel towards a colour by a random share of 0 to `strength`; the fourth byte of 32 bits stays.
 /// Accepts 8, 24 and 32 bits; at 8 bits the index is pulled towards the brightness of the colour. Every pixel
 /// takes one draw, for strength 0 too.
 /// @param color    The fourth byte is ignored.
 /// @param strength 0 to 1, in steps of 1/256; beyond that, and for NaN, false.
-DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image,
-                                    DibBGRA color, float strength);
+DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image, DibBGRA color,
+                                    float strength);
 /// The same with blue in the low byte of `color`, then green, then red.
 DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image,
                                     unsigned int color, float strength);
+/// The same with a record.
 DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image,
                                     DEColorNoiseInfo* info);
 /// Replaces every pixel by one of the square of side 2 x radius + 1 around it, chosen at random. Accepts 8,
@@ -329,6 +330,7 @@ DIB_EXPORT bool DibEffectColorNoise(DibProgressCallback callback, void* user, Di
 /// @param flags  `DibEffectFlag`.
 DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibStream* image, int radius,
                                  unsigned int flags);
+/// The same with a record.
 DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibStream* image,
                                  DEDiffuseInfo* info);
 /// @}

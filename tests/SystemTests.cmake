@@ -19,6 +19,9 @@ endif()
 if(DIB_CLANG_FORMAT)
     add_test(NAME tree.format COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-format.sh)
 endif()
+if(DIB_DOXYGEN)
+    add_test(NAME tree.reference COMMAND ${PROJECT_SOURCE_DIR}/scripts/docs.sh ${system_work}/docs)
+endif()
 
 # What follows is about the libraries as they are installed: without instrumentation.
 if(DIB_SANITIZE OR CMAKE_CXX_FLAGS MATCHES "--coverage")
