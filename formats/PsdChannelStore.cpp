@@ -9,7 +9,7 @@
 
 namespace formats {
 
-bool createWhite(DibStream& image, std::int64_t width, std::int64_t height, int bitCount, PsdReader& reader) {
+bool createImage(DibStream& image, std::int64_t width, std::int64_t height, int bitCount, PsdReader& reader) {
     // Numbers that are no int are no size either; the largest int never fits with the other side above 0.
     const int columns = static_cast<int>(std::min<std::int64_t>(width, INT32_MAX));
     const int rows = static_cast<int>(std::min<std::int64_t>(height, INT32_MAX));
@@ -19,8 +19,16 @@ bool createWhite(DibStream& image, std::int64_t width, std::int64_t height, int 
         image.ErrorCode = DIB_ERROR_MEMORY;
         return false;
     }
-    if (!image.Create(columns, rows, bitCount)) return false;
-    std::memset(image.Buffer, 0xFF, size.imageBytes);
+    return image.Create(columns, rows, bitCount);
+}
+
+void fillWhite(DibStream& image) {
+    std::memset(image.Buffer, 0xFF, dib::admitSize(*image.Header).imageBytes);
+}
+
+bool createWhite(DibStream& image, std::int64_t width, std::int64_t height, int bitCount, PsdReader& reader) {
+    if (!createImage(image, width, height, bitCount, reader)) return false;
+    fillWhite(image);
     return true;
 }
 

@@ -2,14 +2,16 @@
 // one channel after the other, as raw rows or as PackBits rows behind a table of their packed lengths.
 #include <DibPSDLoader.h>
 
-#include <cstring>
+#include <algorithm>
 #include <new>
 
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/CodecFrame.h"
+#include "formats/PsdPackBits.h"
 #include "formats/PsdPixels.h"
+#include "formats/PsdPlanes.h"
 #include "formats/PsdReader.h"
 
 namespace {
@@ -27,62 +29,54 @@ std::int64_t planeRowBytes(int depth, std::int64_t width) {
     }
 }
 
-// The longest packet: a header and 128 literal bytes.
-constexpr std::size_t kLongestRun = 128;
-constexpr std::size_t kLongestPacket = 1 + kLongestRun;
-
-// Most packets are short, so they are moved in blocks of fixed size wherever both sides have room for the
-// longest one: what is written too much is overwritten by the next packet.
-inline void copyRun(unsigned char* to, const unsigned char* from, std::size_t length) {
-    constexpr std::size_t kBlock = 16;
-    for (std::size_t i = 0; i < length; i += kBlock) std::memcpy(to + i, from + i, kBlock);
+// The table of packed lengths, two bytes per row; false without memory for it. A file too short for the table has
+// no rows either: it stays null, and the first row then fails at the end of the file.
+bool readPackedLengths(formats::PsdReader& reader, std::int64_t rows,
+                       dib::MallocPtr<unsigned char>& packedLengths) {
+    if (2 * rows > reader.remaining()) {
+        reader.seek(reader.size());
+        return true;
+    }
+    const std::size_t bytes = static_cast<std::size_t>(2 * rows);
+    packedLengths = dib::allocateArray<unsigned char>(bytes + 1);
+    return packedLengths != nullptr && reader.read(packedLengths.get(), bytes);
 }
 
-// Unpacks bytes until `count` are there or the file ends. Returns how many the packets asked for, which a
-// last packet may take beyond `count`; nothing is written there.
-std::size_t unpackBits(formats::PsdReader& reader, unsigned char* out, std::size_t count) {
-    std::size_t produced = 0;
-    while (produced < count) {
-        const formats::PsdReader::Bytes packet = reader.ahead(kLongestPacket);
-        if (packet.size < 2) {
-            // Not even the smallest packet is left; a lone no-operation is consumed like any other.
-            reader.consume(packet.size);
-            break;
-        }
-        const int code = static_cast<signed char>(packet.data[0]);
-        const std::size_t room = count - produced;
-        const bool roomy = room >= kLongestRun && packet.size >= kLongestPacket;
-        if (code >= 0) {
-            const std::size_t length = static_cast<std::size_t>(code) + 1;
-            if (packet.size < 1 + length) {
-                reader.consume(packet.size);
-                break;
-            }
-            if (roomy) {
-                copyRun(out + produced, packet.data + 1, length);
-            } else {
-                std::memcpy(out + produced, packet.data + 1, std::min(length, room));
-            }
-            produced += length;
-            reader.consume(1 + length);
-        } else if (code != -128) {
-            const std::size_t length = static_cast<std::size_t>(1 - code);
-            std::memset(out + produced, packet.data[1], roomy ? kLongestRun : std::min(length, room));
-            produced += length;
-            reader.consume(2);
-        } else {
-            reader.consume(1);
-        }
-    }
-    return produced;
+// A raw row where the reader has it, or read into `line`; null when the file ends inside.
+const unsigned char* rawRow(formats::PsdReader& reader, unsigned char* line, std::size_t bytes) {
+    if (bytes > formats::PsdReader::kBufferBytes) return reader.read(line, bytes) ? line : nullptr;
+    const formats::PsdReader::Bytes ahead = reader.ahead(bytes);
+    reader.consume(std::min(ahead.size, bytes));
+    return ahead.size >= bytes ? ahead.data : nullptr;
+}
+
+// How many of the first channels make up the pixels of the image, one byte each; 0 when they do not.
+std::size_t interleavedChannels(const DibStream& image, int mode, int depth,
+                                const std::vector<PSD_CHANNEL_ID>& ids) {
+    constexpr PSD_CHANNEL_ID kOrder[] = {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE,
+                                         PSD_CHANNEL_TRANSPARENCY};
+    const bool colours = mode == formats::kPsdRgb || mode == formats::kPsdCmyk;
+    const std::size_t channels = image.Header->biBitCount / 8;
+    if (depth != 8 || ids.size() < channels || !(channels == 1 || (colours && channels >= 3))) return 0;
+    return std::equal(kOrder, kOrder + channels, ids.begin()) ? channels : 0;
 }
 
 }  // namespace
 
 bool DibPSDLoader::DecodeRLE(unsigned char* out, int count, int packedSize) {
+    const std::size_t wanted = static_cast<std::size_t>(std::max(count, 0));
+    const std::size_t packedBytes = static_cast<std::size_t>(std::max(packedSize, 0));
+    if (packedBytes <= formats::PsdReader::kBufferBytes) {
+        const formats::PsdReader::Bytes row = reader_->ahead(packedBytes);
+        if (row.size >= packedBytes && formats::unpackRow(row.data, packedBytes, out, wanted)) {
+            reader_->consume(packedBytes);
+            return true;
+        }
+    }
+    // Packet by packet, so that the log can say what is wrong.
     const std::int64_t start = reader_->position();
-    const std::size_t produced = unpackBits(*reader_, out, static_cast<std::size_t>(std::max(count, 0)));
-    if (produced != static_cast<std::size_t>(std::max(count, 0))) {
+    const std::size_t produced = formats::unpackBits(*reader_, out, wanted);
+    if (produced != wanted) {
         Log("invalid load bytes %d/%d\n", static_cast<int>(produced), count);
         return false;
     }
@@ -92,6 +86,34 @@ bool DibPSDLoader::DecodeRLE(unsigned char* out, int count, int packedSize) {
         return false;
     }
     return true;
+}
+
+// Stores the planes of a picture together, reporting each channel when its share of the rows begins. Whatever
+// goes wrong, the image and the reader are then as they were, for the plain way to find out what happened.
+DibPSDLoader::ChannelProgress DibPSDLoader::StorePlanes(DibStream& image, std::size_t channels,
+                                                        const unsigned char* packedLengths) {
+    ChannelProgress progress;
+    const std::int64_t start = reader_->position();
+    const std::size_t rows = static_cast<std::size_t>(dib::rowCount(image.Header->biHeight));
+    formats::PsdPlanes planes(*reader_, image, channels, packedLengths);
+    bool whole = planes.prepare();
+    while (whole && progress.told < channels) {
+        const std::size_t channel = progress.told;
+        reader_->seek(planes.start(channel));
+        progress.cancelled = !DoCallback();
+        if (progress.cancelled) break;
+        ++progress.told;
+        whole = planes.storeRows(rows * channel / channels, rows * (channel + 1) / channels);
+    }
+    if (whole && !progress.cancelled) {
+        progress.stored = channels;
+        fillPending_ = false;
+        reader_->seek(planes.start(channels));
+    } else {
+        fillPending_ = true;
+        reader_->seek(start);
+    }
+    return progress;
 }
 
 bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
@@ -105,18 +127,10 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
         if (dib != nullptr) dib->ErrorCode = DIB_ERROR_INVALID;
         return false;
     }
-    // The table of packed lengths, two bytes per row. A file too short for it has no rows either: the first
-    // one fails at the end of the file.
     dib::MallocPtr<unsigned char> packedLengths;
-    if (compression == kPackBits) {
-        const std::int64_t tableBytes = 2 * height * static_cast<std::int64_t>(ids.size());
-        if (tableBytes <= reader_->remaining()) {
-            packedLengths = dib::allocateArray<unsigned char>(static_cast<std::size_t>(tableBytes) + 1);
-            if (packedLengths == nullptr) return false;
-            if (!reader_->read(packedLengths.get(), static_cast<std::size_t>(tableBytes))) return false;
-        } else {
-            reader_->seek(reader_->size());
-        }
+    if (compression == kPackBits &&
+        !readPackedLengths(*reader_, height * static_cast<std::int64_t>(ids.size()), packedLengths)) {
+        return false;
     }
 
     const std::int64_t rowBytes = planeRowBytes(header_.depth, width);
@@ -124,8 +138,18 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
     const auto line = dib::allocateArray<unsigned char>(static_cast<std::size_t>(rowBytes) + 1);
     if (line == nullptr) return false;
 
-    for (std::size_t channel = 0; channel < ids.size(); ++channel) {
-        if (!DoCallback()) return false;
+    ChannelProgress progress;
+    // A packed row may turn out to be damaged, and no channel behind it may have been reported then.
+    const bool together = compression == kRaw || (packedLengths != nullptr && callback_ == nullptr);
+    if (together && dib != nullptr && dib == target_ && dib->Buffer != nullptr) {
+        const std::size_t channels = interleavedChannels(*dib, header_.mode, header_.depth, ids);
+        if (channels > 0) progress = StorePlanes(*dib, channels, packedLengths.get());
+    }
+    if (dib == target_) FillTarget();
+
+    for (std::size_t channel = progress.stored; channel < ids.size(); ++channel) {
+        const bool told = channel < progress.told;
+        if (!told && (progress.cancelled || !DoCallback())) return false;
         DibStream* destination = dib;
         PSD_CHANNEL_ID id = ids[channel];
         if (id == PSD_CHANNEL_MASK && extra != nullptr) {
@@ -140,12 +164,15 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
         for (std::int64_t row = 0; row < height; ++row) {
             const int packedSize = packed != nullptr ? dib::readBe16(packed + 2 * row) : 0;
             if (!reader_->admitWork(rowBytes + packedSize)) return false;
-            const bool decoded = compression == kPackBits
-                                     ? DecodeRLE(line.get(), static_cast<int>(rowBytes), packedSize)
-                                     : reader_->read(line.get(), static_cast<std::size_t>(rowBytes));
-            if (!decoded) return false;
+            const unsigned char* samples = line.get();
+            if (compression == kRaw) {
+                samples = rawRow(*reader_, line.get(), static_cast<std::size_t>(rowBytes));
+            } else if (!DecodeRLE(line.get(), static_cast<int>(rowBytes), packedSize)) {
+                return false;
+            }
+            if (samples == nullptr) return false;
             if (destination == nullptr) continue;
-            if (!StoreLineToDib(destination, static_cast<int>(row), id, line.get())) return false;
+            if (!StoreLineToDib(destination, static_cast<int>(row), id, samples)) return false;
         }
     }
     return true;

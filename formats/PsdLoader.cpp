@@ -93,6 +93,7 @@ bool DibPSDLoader::Load(std::FILE* file) {
     } catch (const std::bad_alloc&) {
         // Lists of layers and channels grow with the file; without memory for them the load has failed.
     }
+    FillTarget();
     reader_ = nullptr;
     stream_ = nullptr;
     return loaded;
@@ -146,7 +147,16 @@ bool DibPSDLoader::LoadHeader() {
 bool DibPSDLoader::CreateTarget() {
     if (target_ == nullptr) target_ = new DibStream;
     const int bitCount = header_.channels == 3 ? 24 : header_.channels == 1 ? 8 : 32;
-    return formats::createWhite(*target_, header_.columns, header_.rows, bitCount, *reader_);
+    if (!formats::createImage(*target_, header_.columns, header_.rows, bitCount, *reader_)) return false;
+    fillPending_ = true;
+    // Only a callback can see the image before its pixels are there.
+    if (callback_ != nullptr) FillTarget();
+    return true;
+}
+
+void DibPSDLoader::FillTarget() {
+    if (fillPending_) formats::fillWhite(*target_);
+    fillPending_ = false;
 }
 
 bool DibPSDLoader::LoadColorModeData() {

@@ -29,8 +29,14 @@ constexpr bool isPsdVariant(int mode, int depth) {
     }
 }
 
-// Makes an image whose bytes are all 0xFF. A size that cannot exist, or that the document has no right to
+// Makes an image whose pixels are undefined. A size that cannot exist, or that the document has no right to
 // ask for, fails like any other image that cannot be created.
+bool createImage(DibStream& image, std::int64_t width, std::int64_t height, int bitCount, PsdReader& reader);
+
+// Makes every byte of an image 0xFF.
+void fillWhite(DibStream& image);
+
+// Both.
 bool createWhite(DibStream& image, std::int64_t width, std::int64_t height, int bitCount, PsdReader& reader);
 
 }  // namespace formats

@@ -45,6 +45,15 @@ std::size_t PsdReader::readSome(void* out, std::size_t bytes) {
     auto* to = static_cast<unsigned char*>(out);
     std::size_t done = 0;
     while (done < bytes) {
+        // Large parts need no stop in the buffer.
+        if (next_ == end_ && bytes - done >= kBufferBytes && position() < size_) {
+            const std::size_t direct = std::fread(to + done, 1, bytes - done, file_);
+            bufferStart_ += static_cast<std::int64_t>(next_ + direct);
+            next_ = end_ = 0;
+            if (direct == 0) break;
+            done += direct;
+            continue;
+        }
         const Bytes source = ahead(1);
         if (source.size == 0) break;
         const std::size_t part = std::min(bytes - done, source.size);

@@ -234,10 +234,19 @@ private:
         std::uint16_t mode;
     };
 
+    // How far the channels of a picture are when they are gone through one by one.
+    struct ChannelProgress {
+        std::size_t stored = 0;  // are in the image
+        std::size_t told = 0;    // were reported to the callback
+        bool cancelled = false;  // the callback said no to the one after those
+    };
+
     template <class Path>
     bool LoadPath(const Path* path);
     bool LoadSections();
     bool CreateTarget();
+    void FillTarget();
+    ChannelProgress StorePlanes(DibStream& image, std::size_t channels, const unsigned char* packedLengths);
     void DropDocument();
     void LogResource(int id, const unsigned char* data, std::uint32_t size) const;
     bool LoadLayerRecord(int index, std::vector<std::uint32_t>& channelLengths);
@@ -261,6 +270,7 @@ private:
     std::FILE* stream_ = nullptr;
     std::int64_t fileSize_ = 0;
     formats::PsdReader* reader_ = nullptr;
+    bool fillPending_ = false;
 };
 
 #endif

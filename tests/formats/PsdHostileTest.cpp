@@ -17,7 +17,7 @@ PsdDocument everything(PsdCompression compression) {
     document.negativeCount = true;
     PsdLayer& layer = document.addLayer({0, 0, 3, 4}, {-1, 0, 1, 2, -2}, PsdRectangle{1, 1, 3, 6});
     layer.blendRanges = true;
-    layer.additional = ByteWriter().text("8BIMluni").be32(6).fill(6).bytes;
+    layer.additional = {'8', 'B', 'I', 'M', 'l', 'u', 'n', 'i', 0, 0, 0, 6, 1, 2, 3, 4, 5, 6};
     document.addLayer({0, 0, 2, 2}, {0}).name = "Another layer";
     return document;
 }
@@ -115,6 +115,7 @@ TEST(PsdHostile, EveryByteMayBeWrong) {
 
 TEST(PsdHostile, EveryAllocationMayFail) {
     const Bytes bytes = everything(PsdCompression::kPackBits).bytes();
+    const DibPtr expected = expectedMerged(everything(PsdCompression::kPackBits));
     dib::FilePtr file;
     DibPtr image;
     std::unique_ptr<DibPSDLoader> loader;
@@ -130,8 +131,12 @@ TEST(PsdHostile, EveryAllocationMayFail) {
         },
         [&] { result = loader->Load(file.get()); },
         [&](bool failureMet) {
-            EXPECT_EQ(result, !failureMet);
+            // Memory that only makes a load faster may be missing.
+            EXPECT_TRUE(result || failureMet);
             EXPECT_EQ(image->ErrorCode, result || image->Header != nullptr ? kUntouched : 2);
+            if (result) {
+                EXPECT_TRUE(testing_support::sameImage(*image, *expected));
+            }
             // The same loader is good for another load.
             EXPECT_TRUE(loader->Load(file.get()));
             EXPECT_EQ(loader->GetLayerNum(), 2);
@@ -150,7 +155,7 @@ TEST(PsdHostile, EveryAllocationOfLoadPSDMayFail) {
         [&] { image.reset(new DibStream); },
         [&] { result = LoadPSD(file.path(), image.get(), nullptr, nullptr); },
         [&](bool failureMet) {
-            EXPECT_EQ(result, !failureMet);
+            EXPECT_TRUE(result || failureMet);
             image.reset();
         });
 }

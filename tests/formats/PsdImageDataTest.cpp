@@ -1,4 +1,5 @@
 // Picture data: planes into pixels, PackBits rows and what is said about damaged ones.
+#include "dib/Kernels.h"
 #include "tests/formats/PsdTest.h"
 
 namespace {
@@ -152,6 +153,92 @@ std::string logOfRow(int width, int packedSize, const Bytes& packed, bool expect
         EXPECT_EQ(pixelsOf(*load.image), pixels);
     }
     return afterHeader(load.log);
+}
+
+// Rows that fail or a callback that cancels late leave what storing channel after channel leaves.
+TEST(PsdImageData, FailuresAndCancelsLeaveWholeChannels) {
+    for (const int channels : {1, 3, 4, 5}) {
+        for (const PsdCompression compression : {PsdCompression::kRaw, PsdCompression::kPackBits}) {
+            PsdDocument whole;
+            whole.channels = channels;
+            whole.width = 300;
+            whole.height = 7;
+            whole.compression = compression;
+            const std::vector<Bytes> planes = whole.allPlanes();
+            const Bytes bytes = whole.bytes();
+            for (int cancelled = 0; cancelled <= channels; ++cancelled) {
+                ProgressLog progress;
+                progress.cancelAt = 4 + cancelled;
+                Load load;
+                load.progress = &progress;
+                EXPECT_EQ(load.run(bytes), cancelled == channels);
+                EXPECT_EQ(progress.fractions.size(),
+                          static_cast<unsigned>(std::min(5 + cancelled, 4 + channels)));
+                std::vector<int> ids = mergedIds(channels);
+                ids.resize(static_cast<std::size_t>(cancelled));
+                const DibPtr expected =
+                    expectedImage(3, 8, 300, 7, load.image->Header->biBitCount, ids, planes);
+                EXPECT_TRUE(testing_support::sameImage(*load.image, *expected)) << channels << cancelled;
+            }
+        }
+        // The last row of a channel packs to more than it should.
+        for (int channel = 0; channel < channels; ++channel) {
+            PsdDocument broken;
+            broken.channels = channels;
+            broken.width = 300;
+            broken.height = 7;
+            ByteWriter table;
+            ByteWriter rows;
+            table.be16(1);
+            std::vector<Bytes> planes = broken.allPlanes();
+            for (int c = 0; c < channels; ++c) {
+                for (int y = 0; y < 7; ++y) {
+                    Bytes packed =
+                        testing_support::packBits(planes[static_cast<std::size_t>(c)].data() + y * 300, 300);
+                    if (c == channel && y == 6) packed = {0x81, 1, 0x81, 2, 0x81, 3};
+                    table.be16(static_cast<std::uint32_t>(packed.size()));
+                    rows.raw(packed);
+                }
+            }
+            broken.imageData = table.raw(rows.bytes).bytes;
+            ProgressLog progress;
+            Load load;
+            load.progress = &progress;
+            EXPECT_FALSE(load.run(broken.bytes()));
+            EXPECT_EQ(afterHeader(load.log), "invalid load bytes 384/300\n");
+            EXPECT_EQ(progress.fractions.size(), 5U + static_cast<unsigned>(channel));
+            std::vector<int> ids = mergedIds(channels);
+            ids.resize(static_cast<std::size_t>(channel) + 1);
+            const DibPtr expected = expectedImage(3, 8, 300, 7, load.image->Header->biBitCount, ids, planes);
+            // The row that failed is not stored.
+            const DibPtr white = expectedImage(3, 8, 300, 7, load.image->Header->biBitCount, {}, {});
+            const int bytesPerPixel = load.image->Header->biBitCount / 8;
+            const int stored = channel == 4 ? -1 : channels == 1 ? 0 : channel == 3 ? 3 : 2 - channel;
+            for (int x = 0; stored >= 0 && x < 300; ++x) {
+                expected->ScanLine(6)[x * bytesPerPixel + stored] =
+                    white->ScanLine(6)[x * bytesPerPixel + stored];
+            }
+            EXPECT_TRUE(testing_support::sameImage(*load.image, *expected)) << channels << channel;
+        }
+    }
+}
+
+TEST(PsdImageData, EveryKernelLevelStoresTheSame) {
+    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+        dib::limitKernelLevel(level);
+        for (const int channels : {1, 3, 4}) {
+            for (const int width : {1, 7, 16, 31, 33, 64, 257, 70000}) {
+                PsdDocument document;
+                document.channels = channels;
+                document.width = width;
+                document.height = 3;
+                const Load load(document.bytes());
+                ASSERT_TRUE(load.result);
+                EXPECT_TRUE(testing_support::sameImage(*load.image, *expectedMerged(document)));
+            }
+        }
+    }
+    dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
 TEST(PsdImageData, PackBitsPackets) {
