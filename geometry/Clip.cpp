@@ -52,8 +52,8 @@ void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, un
     const auto count =
         pixelsOnly ? std::int64_t{area.width} * depth : static_cast<std::int64_t>(rowBytes) * 8;
     const auto rowBits = static_cast<std::int64_t>(size.rowBytes) * 8;
-    // No x of an int leads back into the block from rows that far away.
-    const std::int64_t farRow = (std::int64_t{1} << 40) / rowBits;
+    // No x of an int leads back into the block from rows that far away; rows have at least four bytes.
+    const std::int64_t farRow = (std::int64_t{1} << 40) / std::max(rowBits, std::int64_t{32});
     for (int k = 0; k < area.height; ++k) {
         const std::int64_t y = std::int64_t{area.y} + k;
         const std::int64_t bufferRow = image.Header->biHeight > 0 ? image.Header->biHeight - 1 - y : y;

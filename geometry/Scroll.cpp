@@ -11,6 +11,7 @@
 namespace {
 
 std::size_t cyclic(std::int64_t amount, std::int64_t size) {
+    if (size < 1) return 0;
     const std::int64_t rest = amount % size;
     return static_cast<std::size_t>(rest < 0 ? rest + size : rest);
 }

@@ -54,11 +54,11 @@ ToneTable brightenTable(float factor) {
     for (int v = 0; v < 256; ++v) {
         if (factor < 1.0F) {
             const float scaled = static_cast<float>(v) * factor;
-            table[static_cast<std::size_t>(v)] =
-                static_cast<unsigned char>(static_cast<double>(scaled) + 0.5);
+            const double raised = static_cast<double>(scaled) + 0.5;
+            table[static_cast<std::size_t>(v)] = static_cast<unsigned char>(raised);
         } else {
-            const float raise = static_cast<float>(255 - v) * (1.0F - 1.0F / factor);
-            table[static_cast<std::size_t>(v)] = static_cast<unsigned char>(static_cast<int>(raise) + v);
+            const float step = static_cast<float>(255 - v) * (1.0F - 1.0F / factor);
+            table[static_cast<std::size_t>(v)] = static_cast<unsigned char>(static_cast<int>(step) + v);
         }
     }
     return table;
