@@ -38,6 +38,15 @@ void addInPlace(const std::string& name, int width, int height, int depth, const
     });
 }
 
+// The picture stays the same when the row order turns; what changes is the order in memory.
+void addFlip(int width, int height, int depth) {
+    pb::add("flip_v", width, height, depth, "ours", "in place", [=] {
+        const bench::DibRef image = bench::dibOf(pb::img(width, height, depth / 8));
+        return pb::Op([=] { image->UpDown(image->Header->biHeight > 0); },
+                      [=] { return pb::outOf(image->Buffer, width, height, depth / 8, image->GetPitch()); });
+    });
+}
+
 void addClip(int depth) {
     pb::add("crop_half", pb::W, pb::H, depth, "ours", "ClipClone", [=] {
         const bench::DibRef source = bench::dibOf(pb::img(pb::W, pb::H, depth / 8));
@@ -79,16 +88,15 @@ void registerCases() {
     addReplacing("resize_area_037", pb::W4, pb::H4, 24, [](DibStream& d) { d.ResizeIntegral(1515, 1515); });
     addReplacing("resize_half", pb::W4, pb::H4, 24, [](DibStream& d) { d.ResizeHalf(); });
 
-    const auto flip = [](DibStream& d) { d.UpDown(d.Header->biHeight > 0); };
     // The op `invert` of peer `ours` is the effect; this is the method.
     const auto invert = [](DibStream& d) { d.InvertTone(); };
     const auto scroll = [](DibStream& d) { d.Scroll(101, 37); };
     for (const int depth : {8, 24, 32}) {
-        addInPlace("flip_v", pb::W, pb::H, depth, flip);
+        addFlip(pb::W, pb::H, depth);
         addInPlace("invert", pb::W, pb::H, depth, invert, "ours.tone");
         addInPlace("scroll", pb::W, pb::H, depth, scroll);
     }
-    addInPlace("flip_v", pb::W4, pb::H4, 24, flip);
+    addFlip(pb::W4, pb::H4, 24);
     addInPlace("invert", pb::W4, pb::H4, 24, invert, "ours.tone");
     addInPlace("scroll", pb::W4, pb::H4, 24, scroll);
     addInPlace("scroll", pb::W4, pb::H4, 32, scroll);
