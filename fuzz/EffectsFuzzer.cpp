@@ -2,6 +2,7 @@
 // those of the plain loops. A new effect joins by a row of the table.
 #include <DibEffect.h>
 
+#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -9,6 +10,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Kernels.h"
 #include "fuzz/FuzzSupport.h"
+#include "tests/reference/BlurReference.h"
 #include "tests/reference/EffectReference.h"
 #include "tests/reference/PointReference.h"
 #include "tests/reference/RankReference.h"
@@ -53,6 +55,25 @@ const EffectCase kEffects[] = {
      },
      [](DibStream& image, const Parameters& p) {
          return reference::whirl(image, p.real[0], p.real[1], p.real[2], p.flags);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectBlur(nullptr, nullptr, image, p.whole % 40, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) { return reference::blur(image, p.whole % 40, p.flags); }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectBlurLittle(nullptr, nullptr, image, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) { return reference::blurLittle(image, p.flags); }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectSharpLittle(nullptr, nullptr, image, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) { return reference::sharpLittle(image, p.flags); }},
+    // The plain loops take the square of the radius for each pixel.
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectGaussianBlur(nullptr, nullptr, image, std::fmod(p.real[0], 12.0F), p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::gaussianBlur(image, std::fmod(p.real[0], 12.0F), p.flags);
      }},
 };
 

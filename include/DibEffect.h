@@ -235,6 +235,19 @@ DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStr
 /// @param flags `DibEffectFlag`.
 /// @{
 
+/// Takes the mean of the square of side 2 x radius + 1 around each pixel, each channel rounded down.
+/// Positions beyond an edge are clamped or wrapped and count as often as they occur, so any radius has a
+/// result; the cost does not depend on it. 8, 16, 24 and 32 bits; bit 15 of a 16-bit pixel becomes 0.
+///
+/// Sums and the square's area are 32-bit signed numbers that wrap: from radius 1451 on, bright channels no
+/// longer give their mean (at 16 bits from 4162). The wrapped area is odd, so it is never 0; channels keep
+/// the low byte of the quotient, and 16-bit pixels the low word of red x 1024 + green x 32 + blue.
+/// @param radius 0 changes nothing and reports nothing; negative gives false.
+DIB_EXPORT bool DibEffectBlur(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                              unsigned int flags);
+/// The same with a record.
+DIB_EXPORT bool DibEffectBlur(DibProgressCallback callback, void* user, DibStream* image, DEBlurInfo* info);
+
 /// Takes the mean of the four pixels above, left, right and below; the pixel itself does not count. At a
 /// clamped edge the pixel stands in for the missing neighbour. 8, 24 and 32 bits.
 DIB_EXPORT bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image,
@@ -250,6 +263,14 @@ DIB_EXPORT bool DibEffectSharpLittle(DibProgressCallback callback, void* user, D
 /// The same with a record.
 DIB_EXPORT bool DibEffectSharpLittle(DibProgressCallback callback, void* user, DibStream* image,
                                      DESharpLittleInfo* info);
+
+/// Blurs with a Gaussian of standard deviation radius / 3, over the square of half-size floor(radius). The
+/// weights are 65536ths, cut to whole numbers: they total less than 65536, so a uniform image darkens a
+/// little, and a lot at large radii (of 255, less than a third of the light is left). 8, 24 and 32 bits.
+/// @param radius At most 255; larger ones count as 255. Below 1 changes nothing and reports nothing; negative
+///               and NaN give false.
+DIB_EXPORT bool DibEffectGaussianBlur(DibProgressCallback callback, void* user, DibStream* image,
+                                      float radius, unsigned int flags);
 /// @}
 
 /// @name Rank filters

@@ -3,6 +3,7 @@
 namespace tool {
 
 // One line for each file in ops/, here and in operations().
+std::span<const Operation> blurOps();
 std::span<const Operation> depthOps();
 std::span<const Operation> distortionOps();
 std::span<const Operation> noiseOps();
@@ -16,6 +17,7 @@ std::span<const Operation> operations() {
         for (const auto& area : {
                  depthOps(),
                  distortionOps(),
+                 blurOps(),
                  noiseOps(),
                  rankOps(),
                  toneOps(),

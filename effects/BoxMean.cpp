@@ -1,0 +1,48 @@
+#include "effects/BoxMean.h"
+
+#include "dib/Kernels.h"
+
+namespace dib {
+
+namespace {
+
+// With sums up to 255 x divisor and s + 0.5 in place of s, the true quotient lies at least 0.5 / divisor away
+// from the nearest integer. The two roundings (reciprocal, product) move a quotient below 256 by less than
+// 2^-15 in float and 2^-44 in double, which is less for divisors below 2^14 and 2^43. Below 2^14 the sums
+// are below 2^22, so that s + 0.5 is exact in float.
+constexpr std::int32_t kFloatDivisors = 1 << 14;
+// Up to here no sum reaches 2^31.
+constexpr std::int32_t kPlainDivisors = 0x7FFFFFFF / 255;
+constexpr int kPlainRadius = 1450;
+
+template <class Real>
+DIB_ALWAYS_INLINE void multiply(const std::uint32_t* __restrict sums, unsigned char* __restrict out,
+                                std::size_t count, Real reciprocal) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const Real quotient =
+            (static_cast<Real>(static_cast<std::int32_t>(sums[i])) + Real{0.5}) * reciprocal;
+        out[i] = static_cast<unsigned char>(static_cast<std::int32_t>(quotient));
+    }
+}
+
+}  // namespace
+
+// An odd number squared is 1 modulo 8 in two's complement too, so no radius gives a divisor of 0 or -1.
+BoxMean::BoxMean(int radius) {
+    const std::uint32_t side = 2 * static_cast<std::uint32_t>(radius) + 1;
+    divisor_ = static_cast<std::int32_t>(side * side);
+    mayWrap_ = radius > kPlainRadius;
+    static_assert((2 * kPlainRadius + 1) * (2 * kPlainRadius + 1) <= kPlainDivisors);
+}
+
+void BoxMean::ofSums(const std::uint32_t* sums, unsigned char* out, std::size_t count) const {
+    if (mayWrap_) {
+        for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(of(sums[i]));
+    } else if (divisor_ < kFloatDivisors) {
+        runKernel<multiply<float>>(sums, out, count, 1.0F / static_cast<float>(divisor_));
+    } else {
+        runKernel<multiply<double>>(sums, out, count, 1.0 / static_cast<double>(divisor_));
+    }
+}
+
+}  // namespace dib

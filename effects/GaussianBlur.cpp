@@ -1,0 +1,233 @@
+// The Gaussian blur: every pixel of a square times its weight, exactly, in two ways.
+//
+// Rows at the same distance above and below share their weights and are added up first, as are columns to
+// the left and right; what lies beyond the last weight is left out. Up to about half-size 50 the products are
+// summed. Above that the weights are few small integers: along a row they are a pile of runs, as many as the
+// weight in the middle, and the samples of a run are the difference of two running totals.
+
+#include <DibEffect.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "effects/EffectFrame.h"
+#include "effects/GaussianKernel.h"
+#include "effects/GaussianRows.h"
+
+namespace {
+
+// Measured per sample: a run against a product, and a row's totals against a run.
+constexpr std::size_t kProductCost = 26;
+constexpr std::size_t kRunCost = 44;
+constexpr std::size_t kTotalsCost = 115;
+
+DIB_ALWAYS_INLINE void addRows(const unsigned char* above, const unsigned char* below,
+                               std::uint32_t* __restrict out, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<std::uint32_t>(above[i]) + static_cast<std::uint32_t>(below[i]);
+    }
+}
+
+// The sums of two pairs of rows in the halves of each element.
+DIB_ALWAYS_INLINE void addRowPairs(const unsigned char* above, const unsigned char* below,
+                                   const unsigned char* nextAbove, const unsigned char* nextBelow,
+                                   std::uint32_t* __restrict out, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = (static_cast<std::uint32_t>(nextAbove[i]) + nextBelow[i]) << 16 |
+                 (static_cast<std::uint32_t>(above[i]) + below[i]);
+    }
+}
+
+using Lanes = std::uint32_t __attribute__((vector_size(16)));
+
+// Each pixel becomes the sum of all before it. A pixel is moved in four lanes; the sample beyond one of three
+// channels that is overwritten was read before.
+template <int Channels>
+DIB_ALWAYS_INLINE void makeTotals(std::uint32_t* row, std::size_t pixels) {
+    Lanes total{};
+    Lanes pixel;
+    std::memcpy(&pixel, row, sizeof pixel);
+    for (std::size_t x = 0; x < pixels; ++x) {
+        Lanes next;
+        std::memcpy(&next, row + (x + 1) * Channels, sizeof next);
+        std::memcpy(row + x * Channels, &total, sizeof total);
+        total += pixel;
+        pixel = next;
+    }
+}
+
+template <>
+DIB_ALWAYS_INLINE void makeTotals<1>(std::uint32_t* row, std::size_t pixels) {
+    std::uint32_t total = 0;
+    for (std::size_t x = 0; x < pixels; ++x) {
+        const std::uint32_t pixel = row[x];
+        row[x] = total;
+        total += pixel;
+    }
+}
+
+DIB_ALWAYS_INLINE void putHighHalves(const std::uint32_t* __restrict sums, unsigned char* __restrict out,
+                                     std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(sums[i] >> 16);
+}
+
+class GaussianFilter {
+public:
+    GaussianFilter(const dib::GaussianKernel& kernel, unsigned int flags) : kernel_(kernel), flags_(flags) {}
+
+    bool prepare(const dib::WorkingCopy& source, const dib::Raster& image) {
+        source_ = &source;
+        reach_ = kernel_.reach();
+        width_ = static_cast<std::size_t>(image.width);
+        channels_ = static_cast<std::size_t>(image.bitCount) / 8;
+        padding_ = static_cast<std::size_t>(reach_) * channels_;
+        const std::size_t samples = width_ * channels_;
+        const std::size_t slack = dib::kGaussianBlock + channels_;
+        columns_ = dib::edgeColumns(image.width, reach_, reach_, flags_);
+        rows_ = dib::edgeRows(image.height, reach_, reach_, flags_);
+        blank_ = dib::allocateZeroed<unsigned char>(samples);
+        row_ = dib::allocateZeroed<std::uint32_t>(samples + 2 * padding_ + slack);
+        sums_ = dib::allocateZeroed<std::uint32_t>(samples + slack);
+        return columns_ && rows_ && blank_ && row_ && sums_ &&
+               (runsAreCheaper() ? listRuns() : pairWeights());
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        const std::size_t samples = width_ * channels_;
+        if (samples == 0) return;
+        std::fill_n(sums_.get(), samples, 0U);
+        if (halves_ != nullptr) {
+            sumRuns<Depth::kChannels>(y);
+        } else {
+            sumProducts(y);
+        }
+        dib::runKernel<putHighHalves>(static_cast<const std::uint32_t*>(sums_.get()), out, samples);
+    }
+
+private:
+    bool runsAreCheaper() const {
+        if (!kernel_.falls()) return false;
+        std::size_t products = 0;
+        std::size_t runs = 0;
+        for (int j = 0; j <= reach_; ++j) {
+            runs += kernel_.weight(0, j);
+            for (int i = 0; i <= reach_; ++i) products += kernel_.weight(i, j) != 0 ? 1 : 0;
+        }
+        return runs * kRunCost + static_cast<std::size_t>(reach_ + 1) * kTotalsCost < products * kProductCost;
+    }
+
+    // Weights of two rows at a time, the nearer in the low half.
+    bool pairWeights() {
+        const auto stride = static_cast<std::size_t>(reach_ + 1);
+        const auto pairs = static_cast<std::size_t>(reach_ / 2 + 1);
+        weights_ = dib::allocateZeroed<std::uint32_t>(stride * pairs);
+        if (weights_ == nullptr) return false;
+        for (int j = 0; j <= reach_; ++j) {
+            for (int i = 0; i <= reach_; ++i) {
+                weights_[static_cast<std::size_t>(j / 2) * stride + static_cast<std::size_t>(i)] |=
+                    kernel_.weight(i, j) << (j % 2 == 0 ? 0 : 16);
+            }
+        }
+        return true;
+    }
+
+    // For each row one half width per level of its weights.
+    bool listRuns() {
+        std::size_t count = 0;
+        for (int j = 0; j <= reach_; ++j) count += kernel_.weight(0, j);
+        halves_ = dib::allocateArray<std::uint8_t>(count + 1);
+        if (halves_ == nullptr) return false;
+        std::uint8_t* next = halves_.get();
+        for (int j = 0; j <= reach_; ++j) {
+            int half = reach_;
+            for (std::uint32_t level = 1; level <= kernel_.weight(0, j); ++level) {
+                while (kernel_.weight(half, j) < level) --half;
+                *next++ = static_cast<std::uint8_t>(half);
+            }
+        }
+        return true;
+    }
+
+    const unsigned char* sourceRow(int y) const {
+        return source_->row(rows_[static_cast<std::size_t>(y + reach_)]);
+    }
+    // The row that is added to its counterpart; the middle row has none.
+    const unsigned char* counterpart(int y, int distance) const {
+        return distance == 0 ? blank_.get() : sourceRow(y - distance);
+    }
+
+    void sumProducts(int y) {
+        const auto stride = static_cast<std::size_t>(reach_ + 1);
+        const std::size_t samples = width_ * channels_;
+        const bool smallWeights = kernel_.weight(0, 0) < 0x8000;
+        for (int j = 0; j <= reach_; j += 2) {
+            const bool hasNext = j < reach_;
+            dib::runKernel<addRowPairs>(
+                sourceRow(y + j), counterpart(y, j), hasNext ? sourceRow(y + j + 1) : blank_.get(),
+                hasNext ? sourceRow(y - j - 1) : blank_.get(), row_.get() + padding_, samples);
+            padRow();
+            const std::uint32_t* weights = weights_.get() + static_cast<std::size_t>(j / 2) * stride;
+            std::ptrdiff_t count = reach_ + 1;
+            while (count > 1 && weights[count - 1] == 0) --count;
+            dib::addProducts(row_.get() + padding_, static_cast<std::ptrdiff_t>(channels_), weights, count,
+                             smallWeights, sums_.get(), samples);
+        }
+    }
+
+    template <int Channels>
+    void sumRuns(int y) {
+        const std::size_t samples = width_ * channels_;
+        const std::uint8_t* halves = halves_.get();
+        for (int j = 0; j <= reach_; ++j) {
+            const std::size_t runs = kernel_.weight(0, j);
+            dib::runKernel<addRows>(sourceRow(y + j), counterpart(y, j), row_.get() + padding_, samples);
+            padRow();
+            dib::runKernel<makeTotals<Channels>>(row_.get(),
+                                                 width_ + 2 * static_cast<std::size_t>(reach_) + 1);
+            dib::addRuns(row_.get() + padding_, Channels, halves, runs, sums_.get(), samples);
+            halves += runs;
+        }
+    }
+
+    // Fills in the pixels beyond the edges.
+    void padRow() {
+        const auto reach = static_cast<std::size_t>(reach_);
+        const auto fill = [&](std::size_t position) {
+            const auto from = static_cast<std::size_t>(columns_[position]);
+            std::memcpy(row_.get() + position * channels_, row_.get() + padding_ + from * channels_,
+                        channels_ * sizeof(std::uint32_t));
+        };
+        for (std::size_t i = 0; i < reach; ++i) {
+            fill(i);
+            fill(reach + width_ + i);
+        }
+    }
+
+    const dib::GaussianKernel& kernel_;
+    unsigned int flags_;
+    const dib::WorkingCopy* source_ = nullptr;
+    int reach_ = 0;
+    std::size_t width_ = 0;
+    std::size_t channels_ = 0;
+    std::size_t padding_ = 0;  // samples in front of the row
+    dib::EdgeTable columns_;
+    dib::EdgeTable rows_;
+    dib::MallocPtr<unsigned char> blank_;    // a black row
+    dib::MallocPtr<std::uint32_t> row_;      // rows added up, with `reach` pixels on either side
+    dib::MallocPtr<std::uint32_t> sums_;     // of the pixels of the result
+    dib::MallocPtr<std::uint32_t> weights_;  // when products are summed
+    dib::MallocPtr<std::uint8_t> halves_;    // when runs are
+};
+
+}  // namespace
+
+bool DibEffectGaussianBlur(DibProgressCallback callback, void* user, DibStream* image, float radius,
+                           unsigned int flags) {
+    if (image == nullptr || !(std::floor(radius) >= 0)) return false;
+    if (radius < 1) return true;
+    dib::GaussianKernel kernel;
+    return kernel.build(radius) && dib::filterImage<dib::Depth8, dib::Depth24, dib::Depth32>(
+                                       {callback, user}, image, GaussianFilter(kernel, flags));
+}

@@ -1,0 +1,51 @@
+#include "effects/GaussianKernel.h"
+
+#include <cmath>
+#include <cstdlib>
+
+namespace dib {
+
+bool GaussianKernel::build(float radius) {
+    const bool isCut = std::floor(radius) > static_cast<float>(kMaxHalf);
+    half_ = isCut ? kMaxHalf : static_cast<int>(radius);
+    const float spread = isCut ? static_cast<float>(kMaxHalf) : radius;
+    const auto side = static_cast<std::size_t>(half_ + 1);
+    const MallocPtr<float> exact = allocateArray<float>(side * side);
+    weights_ = allocateArray<std::uint32_t>(side * side);
+    if (exact == nullptr || weights_ == nullptr) return false;
+
+    // Single and double precision where they have always been: the last bit decides where a weight is cut.
+    for (int j = 0; j <= half_; ++j) {
+        const float v = static_cast<float>(j) / spread * 3.0F;
+        for (int i = 0; i <= half_; ++i) {
+            const float u = static_cast<float>(i) / spread * 3.0F;
+            const float squares = u * u + v * v;
+            exact[static_cast<std::size_t>(j) * side + static_cast<std::size_t>(i)] =
+                static_cast<float>(std::exp(-0.5 * static_cast<double>(squares)));
+        }
+    }
+    // Over the whole table in its order, as sums in single precision depend on it.
+    float total = 0;
+    for (int j = -half_; j <= half_; ++j) {
+        const float* row = exact.get() + static_cast<std::size_t>(std::abs(j)) * side;
+        for (int i = -half_; i <= half_; ++i) total += row[std::abs(i)];
+    }
+    if (total == 0) return false;
+    const float factor = 65536.0F / total;
+    for (std::size_t k = 0; k < side * side; ++k) weights_[k] = static_cast<std::uint32_t>(exact[k] * factor);
+    survey();
+    return true;
+}
+
+void GaussianKernel::survey() {
+    for (int j = 0; j <= half_; ++j) {
+        for (int i = 0; i <= half_; ++i) {
+            if (weight(i, j) == 0) continue;
+            reach_ = i > reach_ ? i : reach_;
+            reach_ = j > reach_ ? j : reach_;
+            if (i > 0 && weight(i, j) > weight(i - 1, j)) falls_ = false;
+        }
+    }
+}
+
+}  // namespace dib

@@ -1,0 +1,134 @@
+#include <DibEffect.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <vector>
+
+#include "dib/Kernels.h"
+#include "effects/GaussianKernel.h"
+#include "tests/reference/BlurReference.h"
+#include "tests/support/EffectChecks.h"
+#include "tests/support/TestImages.h"
+
+namespace {
+
+using testing_support::blankImage;
+using testing_support::DibPtr;
+using testing_support::pixelValue;
+using testing_support::ProgressLog;
+using testing_support::randomImage;
+using testing_support::setPixelValue;
+
+const std::vector<int> kByteDepths{8, 24, 32};
+
+testing_support::EffectRun gaussian(float radius, unsigned int flags) {
+    return [=](DibProgressCallback callback, void* user, DibStream* image) {
+        return DibEffectGaussianBlur(callback, user, image, radius, flags);
+    };
+}
+
+TEST(GaussianBlur, EqualsThePlainLoops) {
+    for (const float radius : {1.0F, 1.5F, 2.9F, 6.0F}) {
+        for (unsigned flags = 0; flags < 4; ++flags) {
+            if (radius == 6.0F && flags != 1) continue;
+            SCOPED_TRACE(::testing::Message() << "radius " << radius << " flags " << flags);
+            testing_support::expectEqualsReference(
+                gaussian(radius, flags),
+                [=](DibStream& image) { reference::gaussianBlur(image, radius, flags); }, kByteDepths);
+        }
+    }
+}
+
+// Both ways of summing, windows larger than the image among them.
+TEST(GaussianBlur, LargeRadii) {
+    for (const float radius : {21.5F, 48.0F, 70.0F, 90.25F, 255.0F}) {
+        for (unsigned flags = 0; flags < 4; ++flags) {
+            const int depth = kByteDepths[flags % 3];
+            for (const testing_support::Size size : {testing_support::Size{1, 1}, {5, 3}}) {
+                const DibPtr image = randomImage(size.width, size.height, depth, flags);
+                const DibPtr expected(image->Clone());
+                reference::gaussianBlur(*expected, radius, flags);
+                for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+                    dib::limitKernelLevel(level);
+                    const DibPtr actual(image->Clone());
+                    EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, actual.get(), radius, flags));
+                    EXPECT_TRUE(testing_support::sameImage(*actual, *expected))
+                        << "radius " << radius << " flags " << flags << " depth " << depth;
+                }
+            }
+        }
+    }
+}
+
+TEST(GaussianBlur, KeepsTheEffectsManners) {
+    for (const float radius : {2.5F, 120.0F}) {
+        testing_support::expectRefusals(gaussian(radius, 0), kByteDepths);
+        testing_support::expectProgressByRow(gaussian(radius, 3), kByteDepths);
+        EXPECT_GT(testing_support::expectSurvivesFailingAllocations(gaussian(radius, 0), kByteDepths), 0);
+    }
+}
+
+TEST(GaussianBlur, RadiiBelowOneAreDoneAndNegativeOnesRefused) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const DibPtr image = randomImage(5, 4, 24, 2);
+    const DibPtr before(image->Clone());
+    ProgressLog log;
+    for (const float radius : {0.0F, -0.0F, 0.5F, 0.999F}) {
+        EXPECT_TRUE(DibEffectGaussianBlur(ProgressLog::callback, &log, image.get(), radius, 0));
+    }
+    for (const float radius : {-0.001F, -7.0F, -kInfinity, std::nanf("")}) {
+        EXPECT_FALSE(DibEffectGaussianBlur(ProgressLog::callback, &log, image.get(), radius, 0));
+    }
+    EXPECT_FALSE(DibEffectGaussianBlur(ProgressLog::callback, &log, nullptr, 0, 0));
+    EXPECT_TRUE(log.fractions.empty());
+    EXPECT_TRUE(testing_support::sameImage(*image, *before));
+}
+
+TEST(GaussianBlur, RadiiAbove255CountAs255) {
+    for (const float radius : {256.0F, 300.0F, 1e30F, std::numeric_limits<float>::infinity()}) {
+        const DibPtr image = randomImage(9, 6, 8, 3);
+        const DibPtr expected(image->Clone());
+        EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, expected.get(), 255, 0));
+        EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, image.get(), radius, 0));
+        EXPECT_TRUE(testing_support::sameImage(*image, *expected)) << radius;
+    }
+}
+
+TEST(GaussianBlur, UniformImagesDarkenALittle) {
+    const DibPtr image = blankImage(8, 8, 8);
+    for (int i = 0; i < 64; ++i) setPixelValue(*image, i % 8, i / 8, 255);
+    EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, image.get(), 4, 0));
+    for (int i = 0; i < 64; ++i) EXPECT_EQ(pixelValue(*image, i % 8, i / 8), 254U);
+}
+
+TEST(GaussianBlur, TheSpreadIsTheRadiusItself) {
+    dib::GaussianKernel sharp;
+    ASSERT_TRUE(sharp.build(1.0F));
+    EXPECT_EQ(sharp.half(), 1);
+    dib::GaussianKernel soft;
+    ASSERT_TRUE(soft.build(1.5F));
+    EXPECT_EQ(soft.half(), 1);
+    // exp(-9) and exp(-4) of the middle.
+    EXPECT_EQ(sharp.weight(1, 1), 7U);
+    EXPECT_EQ(soft.weight(1, 1), 743U);
+}
+
+TEST(GaussianKernel, EqualsThePlainTable) {
+    for (const float radius : {1.0F, 1.25F, 3.7F, 5.0F, 15.0F, 50.0F, 99.9F, 255.0F, 255.5F}) {
+        dib::GaussianKernel kernel;
+        ASSERT_TRUE(kernel.build(radius));
+        const int half = kernel.half();
+        const std::vector<std::int32_t> table = reference::gaussianWeights(half, radius);
+        std::size_t k = 0;
+        for (int j = -half; j <= half; ++j) {
+            for (int i = -half; i <= half; ++i) {
+                ASSERT_EQ(kernel.weight(std::abs(i), std::abs(j)), static_cast<std::uint32_t>(table[k++]));
+            }
+        }
+        EXPECT_TRUE(kernel.falls());
+    }
+}
+
+}  // namespace
