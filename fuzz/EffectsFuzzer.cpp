@@ -3,6 +3,7 @@
 #include <DibEffect.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -12,6 +13,7 @@
 #include "fuzz/FuzzSupport.h"
 #include "tests/reference/BlurReference.h"
 #include "tests/reference/EffectReference.h"
+#include "tests/reference/LineReference.h"
 #include "tests/reference/PointReference.h"
 #include "tests/reference/RankReference.h"
 
@@ -27,6 +29,9 @@ struct EffectCase {
     bool (*run)(DibStream*, const Parameters&);
     bool (*reference)(DibStream&, const Parameters&);
 };
+
+// A length whose plain loops end soon.
+int shortOf(const Parameters& p) { return p.whole % 32; }
 
 const EffectCase kEffects[] = {
     {[](DibStream* image, const Parameters&) { return DibEffectReverse(nullptr, nullptr, image); },
@@ -75,6 +80,77 @@ const EffectCase kEffects[] = {
      [](DibStream& image, const Parameters& p) {
          return reference::gaussianBlur(image, std::fmod(p.real[0], 12.0F), p.flags);
      }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectMotionBlur(nullptr, nullptr, image, shortOf(p), p.real[0], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::motionBlur(image, shortOf(p), p.real[0], p.flags);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectEmboss(nullptr, nullptr, image, p.real[1], shortOf(p), p.real[0], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::emboss(image, p.real[1], shortOf(p), p.real[0], p.flags);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectPickEdge(nullptr, nullptr, image, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) { return reference::pickEdge(image, p.flags); }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectBrightMax(nullptr, nullptr, image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         reference::brightMax(image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+         return true;
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectBrightMin(nullptr, nullptr, image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         reference::brightMin(image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+         return true;
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectBrightMiddle(nullptr, nullptr, image, 1 + std::abs(shortOf(p)) % 2, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         reference::brightMiddle(image, 1 + std::abs(shortOf(p)) % 2, p.flags);
+         return true;
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         std::srand(p.flags);
+         return DibEffectNoise(nullptr, nullptr, image, p.whole);
+     },
+     [](DibStream& image, const Parameters& p) {
+         std::srand(p.flags);
+         return reference::noise(image, p.whole);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         std::srand(p.flags);
+         return DibEffectColorNoise(nullptr, nullptr, image, DibBGRA{90, 20, 250, 7}, p.real[0]);
+     },
+     [](DibStream& image, const Parameters& p) {
+         std::srand(p.flags);
+         return reference::colorNoise(image, DibBGRA{90, 20, 250, 7}, p.real[0]);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         std::srand(p.flags);
+         return DibEffectDiffuse(nullptr, nullptr, image, p.whole, p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         std::srand(p.flags);
+         return reference::diffuse(image, p.whole, p.flags);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectGammaCorrect(nullptr, nullptr, image, p.whole, static_cast<int>(p.flags), p.real[0]);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::gammaCorrect(image, p.whole, static_cast<int>(p.flags), p.real[0]);
+     }},
+    {[](DibStream* image, const Parameters& p) {
+         return DibEffectContrast(nullptr, nullptr, image, p.real[0], p.real[1]);
+     },
+     [](DibStream& image, const Parameters& p) { return reference::contrast(image, p.real[0], p.real[1]); }},
 };
 
 // Mostly numbers of the size of pictures and angles, sometimes any bit pattern.

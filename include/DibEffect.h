@@ -271,6 +271,19 @@ DIB_EXPORT bool DibEffectSharpLittle(DibProgressCallback callback, void* user, D
 ///               and NaN give false.
 DIB_EXPORT bool DibEffectGaussianBlur(DibProgressCallback callback, void* user, DibStream* image,
                                       float radius, unsigned int flags);
+
+/// Smears the picture along one direction, as a moving camera does: the weighted mean of `length` samples at
+/// distances 0, 1, 2 ... from the pixel, the first weighing `length`, the last 1. Positions between pixels are
+/// sampled by `DibGetColor8` and its kin. 8, 16, 24 and 32 bits; bit 15 of a 16-bit pixel becomes 0. Sums and
+/// the total of the weights are kept in 32 bits and wrap. The time grows with `length`.
+/// @param length Number of samples; 1 changes nothing and reports nothing, less gives false.
+/// @param angle  Direction in which the samples lie; 0 is to the right, positive angles turn towards the row
+///               below. Only one side is sampled: for both, call twice with opposite angles.
+DIB_EXPORT bool DibEffectMotionBlur(DibProgressCallback callback, void* user, DibStream* image, int length,
+                                    float angle, unsigned int flags);
+/// The same with a record.
+DIB_EXPORT bool DibEffectMotionBlur(DibProgressCallback callback, void* user, DibStream* image,
+                                    DEMotionBlurInfo* info);
 /// @}
 
 /// @name Rank filters
@@ -318,6 +331,28 @@ DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, 
 
 /// @name Edge and relief
 /// @{
+
+/// Replaces each channel by the length of its gradient, the root of (left - right)^2 + (above - below)^2
+/// rounded down; neighbours as in `DibEffectBlurLittle`. Lengths above 255 wrap: 256 becomes 0, 360 becomes
+/// 104. The alpha of 32 bits is filtered like the colours, indices of 8 bits as numbers. 8, 24 and 32 bits.
+/// @param flags `DibEffectFlag`.
+DIB_EXPORT bool DibEffectPickEdge(DibProgressCallback callback, void* user, DibStream* image,
+                                  unsigned int flags);
+/// The same with a record.
+DIB_EXPORT bool DibEffectPickEdge(DibProgressCallback callback, void* user, DibStream* image,
+                                  DEPickEdgeInfo* info);
+/// Gives a relief look: middle grey plus strength / distance times the sum, over the distances 1 to
+/// `distance`, of the sample ahead minus the sample behind. Every channel alike, alpha too; a flat picture
+/// becomes 127 (15 in the fields of 16 bits). 8, 16, 24 and 32 bits.
+/// @param strength Contrast of the relief; any float, NaN gives 0 in every channel.
+/// @param distance In pixels; below 1 gives false. The time grows with it.
+/// @param angle    Direction that is ahead; 0 is to the right.
+/// @param flags    `DibEffectFlag`, as in `DibGetColor24`.
+DIB_EXPORT bool DibEffectEmboss(DibProgressCallback callback, void* user, DibStream* image, float strength,
+                                int distance, float angle, unsigned int flags);
+/// The same with a record.
+DIB_EXPORT bool DibEffectEmboss(DibProgressCallback callback, void* user, DibStream* image,
+                                DEEmbossInfo* info);
 /// @}
 
 /// @name Noise

@@ -9,6 +9,7 @@ std::span<const Operation> distortionOps();
 std::span<const Operation> noiseOps();
 std::span<const Operation> rankOps();
 std::span<const Operation> toneOps();
+std::span<const Operation> edgeOps();
 std::span<const Operation> geometryOps();
 
 std::span<const Operation> operations() {
@@ -21,6 +22,7 @@ std::span<const Operation> operations() {
                  noiseOps(),
                  rankOps(),
                  toneOps(),
+                 edgeOps(),
                  geometryOps(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());

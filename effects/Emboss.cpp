@@ -1,0 +1,73 @@
+// Emboss: the difference between what lies ahead and what lies behind along a direction, around middle grey.
+#include "dib/Kernels.h"
+#include "effects/SinCos.h"
+#include "effects/TapRow.h"
+
+namespace {
+
+DIB_ALWAYS_INLINE void shade(const std::uint32_t* __restrict sums, std::uint32_t* __restrict channels,
+                             float scale, float highest, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float value = static_cast<float>(static_cast<std::int32_t>(sums[i])) * scale + (highest * 0.5F);
+        // Written so that NaN becomes 0.
+        const float positive = value > 0.0F ? value : 0.0F;
+        channels[i] =
+            static_cast<std::uint32_t>(static_cast<std::int32_t>(positive < highest ? positive : highest));
+    }
+}
+
+class Relief {
+public:
+    Relief(float strength, int distance, float angle, unsigned int flags)
+        : distance_(distance),
+          line_(dib::sinCos(angle)),
+          scale_(strength / static_cast<float>(distance)),
+          flags_(flags) {}
+
+    bool prepare(const dib::WorkingCopy& copy, const dib::Raster& image) {
+        channels_ = dib::allocateArray<std::uint32_t>(static_cast<std::size_t>(image.width) * 4 + 1);
+        return channels_ != nullptr && taps_.prepare(copy, image, flags_);
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        taps_.begin<Depth>(y);
+        for (int i = distance_; i >= 1; --i) {
+            const float dx = static_cast<float>(i) * line_.cosine;
+            const float dy = static_cast<float>(i) * line_.sine;
+            taps_.add<Depth>(-dx, -dy, -1);
+            taps_.add<Depth>(dx, dy, 1);
+        }
+        // Half of an odd highest value: 127.5, or 15.5 for the fields of 16 bits.
+        constexpr float kHighest = Depth::kBits == 16 ? 31.0F : 255.0F;
+        const std::size_t count = taps_.count<Depth>();
+        dib::runKernel<shade>(taps_.sums(), channels_.get(), scale_, kHighest, count);
+        const std::uint32_t* from = channels_.get();
+        for (std::size_t x = 0; x < count / Depth::kChannels; ++x) {
+            dib::Channels<Depth::kChannels> channels;
+            for (auto& channel : channels) channel = *from++;
+            Depth::put(out, static_cast<std::ptrdiff_t>(x), Depth::join(channels));
+        }
+    }
+
+private:
+    int distance_;
+    dib::SinCos line_;
+    float scale_;
+    unsigned int flags_;
+    dib::TapRow taps_;
+    dib::MallocPtr<std::uint32_t> channels_;
+};
+
+}  // namespace
+
+bool DibEffectEmboss(DibProgressCallback callback, void* user, DibStream* image, float strength, int distance,
+                     float angle, unsigned int flags) {
+    if (image == nullptr || distance < 1) return false;
+    return dib::filterImage<dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(
+        {callback, user}, image, Relief(strength, distance, angle, flags));
+}
+
+bool DibEffectEmboss(DibProgressCallback callback, void* user, DibStream* image, DEEmbossInfo* info) {
+    return DibEffectEmboss(callback, user, image, info->strength, info->distance, info->angle, info->flags);
+}

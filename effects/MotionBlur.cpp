@@ -1,0 +1,59 @@
+// Motion blur: samples along a line that starts at the pixel, the nearest weighing most.
+#include "effects/SinCos.h"
+#include "effects/TapRow.h"
+
+namespace {
+
+class Smear {
+public:
+    Smear(int length, float angle, unsigned int flags)
+        : length_(length), line_(dib::sinCos(angle)), flags_(flags) {
+        // In 32 bits, as the sums are.
+        const auto total = static_cast<std::uint32_t>(length) * (static_cast<std::uint32_t>(length) + 1U);
+        divisor_ = static_cast<std::int32_t>(total) / 2;
+    }
+
+    bool prepare(const dib::WorkingCopy& copy, const dib::Raster& image) {
+        return taps_.prepare(copy, image, flags_);
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        taps_.begin<Depth>(y);
+        for (int i = 0; i < length_; ++i) {
+            const auto distance = static_cast<float>(i);
+            taps_.add<Depth>(distance * line_.cosine, distance * line_.sine, length_ - i);
+        }
+        const std::uint32_t* sums = taps_.sums();
+        const auto width = static_cast<std::ptrdiff_t>(taps_.count<Depth>() / Depth::kChannels);
+        for (std::ptrdiff_t x = 0; x < width; ++x, sums += Depth::kChannels) {
+            dib::Channels<Depth::kChannels> channels;
+            for (std::size_t c = 0; c < channels.size(); ++c) {
+                channels[c] =
+                    static_cast<std::uint32_t>(std::int64_t{static_cast<std::int32_t>(sums[c])} / divisor_);
+            }
+            Depth::put(out, x, Depth::join(channels));
+        }
+    }
+
+private:
+    int length_;
+    dib::SinCos line_;
+    unsigned int flags_;
+    std::int32_t divisor_;
+    dib::TapRow taps_;
+};
+
+}  // namespace
+
+bool DibEffectMotionBlur(DibProgressCallback callback, void* user, DibStream* image, int length, float angle,
+                         unsigned int flags) {
+    if (image == nullptr || length < 1) return false;
+    if (length == 1) return true;
+    return dib::filterImage<dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(
+        {callback, user}, image, Smear(length, angle, flags));
+}
+
+bool DibEffectMotionBlur(DibProgressCallback callback, void* user, DibStream* image, DEMotionBlurInfo* info) {
+    return DibEffectMotionBlur(callback, user, image, info->length, info->angle, info->flags);
+}

@@ -1,0 +1,132 @@
+// A tap needs no sampling pixel by pixel: within one binade of float all positions of a row round alike, because
+// whole columns are even multiples of the spacing of floats there. A run of the row then is a shifted, weighted row.
+#include "effects/TapRow.h"
+
+#include "dib/Kernels.h"
+
+namespace dib {
+
+namespace {
+
+// Runs begin here; the short binades before it are sampled pixel by pixel.
+constexpr float kFirstRun = 16.0F;
+// From here on the spacing of floats is no even part of a column.
+constexpr int kWidestRow = 1 << 22;
+
+template <class Depth>
+DIB_ALWAYS_INLINE void addShifted(const unsigned char* __restrict row, std::uint32_t* __restrict sums,
+                                  std::uint32_t weight, std::size_t count) {
+    if constexpr (Depth::kBits == 8) {
+        for (std::size_t x = 0; x < count; ++x) sums[x] += weight * row[x];
+    } else {
+        for (std::size_t x = 0; x < count; ++x) {
+            const auto channels = Depth16::split(Depth16::get(row, static_cast<std::ptrdiff_t>(x)));
+            for (std::size_t c = 0; c < 3; ++c) sums[3 * x + c] += weight * channels[c];
+        }
+    }
+}
+
+// The parts of the four pixels around a position, in 1/256 of the way.
+struct TapMix {
+    std::uint32_t right;
+    std::uint32_t lower;
+    std::uint32_t weight;
+};
+
+template <class Depth>
+DIB_ALWAYS_INLINE void addMixed(const unsigned char* __restrict upper, const unsigned char* __restrict lower,
+                                std::uint32_t* __restrict sums, TapMix mix, std::size_t count) {
+    constexpr int kStep = Depth::kChannels;
+    const auto right = static_cast<std::uint16_t>(mix.right);
+    const auto left = static_cast<std::uint16_t>(256 - mix.right);
+    for (std::size_t i = 0; i < count * kStep; ++i) {
+        const auto above = static_cast<std::uint16_t>(upper[i] * left + upper[i + kStep] * right);
+        const auto below = static_cast<std::uint16_t>(lower[i] * left + lower[i + kStep] * right);
+        sums[i] += mix.weight * ((above * (256U - mix.lower) + below * mix.lower) >> 16);
+    }
+}
+
+// Positions within the pixels: the sample is the row itself.
+template <class Depth>
+DIB_ALWAYS_INLINE void addWhole(const unsigned char* __restrict row, std::uint32_t* __restrict sums,
+                                std::uint32_t weight, std::size_t count) {
+    for (std::size_t i = 0; i < count * Depth::kChannels; ++i) sums[i] += weight * row[i];
+}
+
+}  // namespace
+
+template <class Whole, class Each>
+void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
+    const int width = source_.width;
+    const auto positionOf = [dx](int x) { return static_cast<float>(x) + dx; };
+    int x = 0;
+    // The first pixel whose position lies in a run; NaN and far positions never do.
+    const float lead = kFirstRun - dx;
+    if (lead > 0.0F) x = lead < static_cast<float>(width) ? static_cast<int>(lead) : width;
+    while (x < width && !(positionOf(x) >= kFirstRun)) ++x;
+    const float lastPosition = static_cast<float>(width - 1);
+    if (width > kWidestRow) x = width;
+
+    each(0, x);
+    while (x < width && positionOf(x) < lastPosition) {
+        const float position = positionOf(x);
+        const float binadeEnd = std::ldexp(1.0F, std::ilogb(position) + 1);
+        const float end = std::min(binadeEnd, lastPosition);
+        int last = static_cast<int>(std::min(static_cast<float>(width), std::ceil(end - dx)));
+        while (last > x + 1 && !(positionOf(last - 1) < end)) --last;
+        const auto index = static_cast<int>(position);
+        whole(x, std::max(last, x + 1), index - x,
+              static_cast<std::uint32_t>((position - static_cast<float>(index)) * 256.0F));
+        x = std::max(last, x + 1);
+    }
+    each(x, width);
+}
+
+template <class Depth>
+void TapRow::add(float dx, float dy, std::int32_t weight) {
+    constexpr int kChannels = Depth::kChannels;
+    const float y = static_cast<float>(y_) + dy;
+    const SamplePosition line =
+        samplePosition(y, source_.height, source_.heightReal, (flags_ & DIB_WRAP_Y) != 0);
+    const unsigned char* upper = source_.row(line.index);
+    const auto wrapped = static_cast<std::uint32_t>(weight);
+
+    const auto whole = [&](int first, int last, int shift, std::uint32_t right) {
+        std::uint32_t* sums = sums_.get() + std::ptrdiff_t{first} * kChannels;
+        const unsigned char* from = upper + std::ptrdiff_t{first + shift} * (Depth::kBits / 8);
+        const auto count = static_cast<std::size_t>(last - first);
+        if constexpr (Depth::kBits <= 16) {
+            runKernel<addShifted<Depth>>(from, sums, wrapped, count);
+        } else {
+            const bool hasBelow = line.index + 1 < source_.height;
+            const bool mixesRows = hasBelow || (flags_ & DIB_WRAP_Y) != 0;
+            const unsigned char* lower = hasBelow    ? from + source_.rowStep
+                                         : mixesRows ? source_.top + (from - upper)
+                                                     : from;
+            const std::uint32_t below = mixesRows ? line.weight : 0;
+            if (right == 0 && below == 0) {
+                runKernel<addWhole<Depth>>(from, sums, wrapped, count);
+            } else {
+                runKernel<addMixed<Depth>>(from, lower, sums, TapMix{right, below, wrapped}, count);
+            }
+        }
+    };
+    const auto each = [&](int first, int last) {
+        for (int x = first; x < last; ++x) {
+            const auto channels =
+                Depth::split(sample<Depth::kBits>(source_, static_cast<float>(x) + dx, y, flags_));
+            for (int c = 0; c < kChannels; ++c) {
+                sums_[static_cast<std::size_t>(x) * kChannels + static_cast<std::size_t>(c)] +=
+                    wrapped * channels[static_cast<std::size_t>(c)];
+            }
+        }
+    };
+    splitRow(dx, whole, each);
+}
+
+template void TapRow::add<Depth8>(float, float, std::int32_t);
+template void TapRow::add<Depth16>(float, float, std::int32_t);
+template void TapRow::add<Depth24>(float, float, std::int32_t);
+template void TapRow::add<Depth32>(float, float, std::int32_t);
+
+}  // namespace dib

@@ -1,0 +1,57 @@
+// Sums of weighted samples along a line: every pixel of a row samples the unchanged picture at the same distance from
+// itself, tap after tap.
+#ifndef EFFECTS_TAP_ROW_H
+#define EFFECTS_TAP_ROW_H
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "effects/EffectFrame.h"
+#include "geometry/Sampler.h"
+
+namespace dib {
+
+class TapRow {
+public:
+    bool prepare(const WorkingCopy& copy, const Raster& image, unsigned int flags) {
+        source_ = SampleSource(copy.image());
+        flags_ = flags;
+        sums_ = allocateArray<std::uint32_t>(static_cast<std::size_t>(image.width) * 4 + 1);
+        return sums_ != nullptr;
+    }
+
+    // Begins row y: all sums are 0.
+    template <class Depth>
+    void begin(int y) {
+        y_ = y;
+        std::fill_n(sums_.get(), count<Depth>(), 0U);
+    }
+
+    // Adds `weight` times the sample at (x + dx, y + dy) to the sums of every pixel x, channel by channel; sums wrap in
+    // 32 bits.
+    template <class Depth>
+    void add(float dx, float dy, std::int32_t weight);
+
+    // The sums, the channels of each pixel side by side.
+    const std::uint32_t* sums() const { return sums_.get(); }
+    template <class Depth>
+    std::size_t count() const {
+        return static_cast<std::size_t>(source_.width) * Depth::kChannels;
+    }
+
+private:
+    // Calls whole(first, last, shift, weight) for runs of pixels whose positions are pixel x + shift and the same 1/256
+    // parts of a pixel behind it, with a pixel behind each; each(first, last) for all others.
+    template <class Whole, class Each>
+    void splitRow(float dx, const Whole& whole, const Each& each) const;
+
+    SampleSource source_;
+    unsigned int flags_ = 0;
+    int y_ = 0;
+    MallocPtr<std::uint32_t> sums_;
+};
+
+}  // namespace dib
+
+#endif
