@@ -196,7 +196,7 @@ TEST(PickEdge, TheRootIsExactForEveryGradient) {
                 setPixelValue(*image, 3 * dx, 1, static_cast<std::uint32_t>(dx));
                 setPixelValue(*image, 3 * dx + 1, 0, static_cast<std::uint32_t>(dy));
             }
-            EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, image.get(), 0));
+            EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, image.get(), 0U));
             for (int dx = 0; dx <= 255; ++dx) {
                 const double root = std::sqrt(static_cast<double>(dx * dx + dy * dy));
                 ASSERT_EQ(pixelValue(*image, 3 * dx + 1, 1), static_cast<unsigned>(root) & 255U)
@@ -209,17 +209,17 @@ TEST(PickEdge, TheRootIsExactForEveryGradient) {
 TEST(PickEdge, FlatIsBlackAndStrongCornersWrap) {
     const DibPtr flat = blankImage(4, 3, 24);
     fillImage(*flat, 0x336699);
-    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, flat.get(), 0));
+    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, flat.get(), 0U));
     for (int x = 0; x < 4; ++x) EXPECT_EQ(pixelValue(*flat, x, 1), 0U);
 
     const DibPtr corner = blankImage(3, 3, 8);
     setPixelValue(*corner, 0, 1, 255);
-    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, corner.get(), 0));
+    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, corner.get(), 0U));
     EXPECT_EQ(pixelValue(*corner, 1, 1), 255U);
     const DibPtr both = blankImage(3, 3, 8);
     setPixelValue(*both, 0, 1, 255);
     setPixelValue(*both, 1, 0, 255);
-    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, both.get(), 0));
+    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, both.get(), 0U));
     EXPECT_EQ(pixelValue(*both, 1, 1), 104U);
 }
 
