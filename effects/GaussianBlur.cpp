@@ -17,7 +17,7 @@
 
 namespace {
 
-// Measured per sample: a run against a product, and a row's totals against a run.
+// Estimated per sample: a run against a product, and a row's totals against a run.
 constexpr std::size_t kProductCost = 26;
 constexpr std::size_t kRunCost = 44;
 constexpr std::size_t kTotalsCost = 115;
