@@ -69,6 +69,17 @@ DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint
     return i;
 }
 
+DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    const __m128i exchange = _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15);
+    std::size_t i = 0;
+    // Five pixels are 15 bytes; the 16th byte belongs to the next pixel and is written again with it.
+    for (; i + 6 <= count; i += 5) {
+        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 3 * i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 3 * i), _mm_shuffle_epi8(pixels, exchange));
+    }
+    return i;
+}
+
 DIB_TARGET_AVX2 std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     return shuffleToGrey<3>(from, to, count);
 }
@@ -84,6 +95,7 @@ DIB_TARGET_AVX2 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uin
 namespace dib {
 
 std::size_t shuffleBgrToBgra(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
+std::size_t shuffleBgrToRgb(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgrToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgraToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 

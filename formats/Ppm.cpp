@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "dib/Kernels.h"
+#include "dib/PixelShuffles.h"
 #include "formats/CodecFrame.h"
 #include "formats/HeaderText.h"
 #include "formats/Rows.h"
@@ -116,7 +117,9 @@ DIB_ALWAYS_INLINE void swapRedBlueLoop(const unsigned char* __restrict from, uns
 namespace formats {
 
 void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    dib::runKernel<swapRedBlueLoop>(from, to, pixels);
+    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    const std::size_t done = wide ? dib::shuffleBgrToRgb(from, to, pixels) : 0;
+    dib::runKernel<swapRedBlueLoop>(from + 3 * done, to + 3 * done, pixels - done);
 }
 
 int readInt(std::FILE* file, int& value) {

@@ -7,8 +7,8 @@ namespace formats {
 
 namespace {
 
-// Small enough for the nearest caches, large enough that the cost of a call does not show.
-constexpr std::size_t kBlockBytes = 64 * 1024;
+// Small enough to stay in the second-level cache, large enough that the cost of a call does not show.
+constexpr std::size_t kBlockBytes = 256 * 1024;
 
 std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows) {
     const std::size_t fitting = kBlockBytes / std::max(rowBytes, std::size_t{1});

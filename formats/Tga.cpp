@@ -324,6 +324,11 @@ bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     const std::size_t rowBytes =
         static_cast<std::size_t>(source.Header->biWidth) * static_cast<std::size_t>(bitCount) / 8;
     const int height = static_cast<int>(size.rows);
+    if (copy == nullptr && source.Header->biHeight > 0 && rowBytes == size.rowBytes) {
+        // The pixels lie in memory as the file has them.
+        dib::writeBytes(file, source.Buffer, size.imageBytes);
+        return true;
+    }
     formats::RowWriter rows(file, rowBytes, size.rows);
     if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
     for (int row = 0; row < height; ++row) {

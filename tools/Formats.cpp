@@ -11,6 +11,7 @@ namespace tool {
 
 // One line for each file in formats/, here and in formats().
 std::span<const Format> bmpFormats();
+std::span<const Format> simpleFormats();
 std::span<const Format> psdFormats();
 
 std::span<const Format> formats() {
@@ -18,6 +19,7 @@ std::span<const Format> formats() {
         std::vector<Format> rows;
         for (const auto& area : {
                  bmpFormats(),
+                 simpleFormats(),
                  psdFormats(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());

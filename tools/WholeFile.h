@@ -1,0 +1,30 @@
+// Whether a file was written whole, for codecs that do not tell.
+#ifndef TOOLS_WHOLE_FILE_H
+#define TOOLS_WHOLE_FILE_H
+
+#include <DibStream.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+
+namespace tool {
+
+// Stores the code of a write error when the file has not the size that it must have.
+inline bool isWhole(const char* path, std::uint64_t bytes, DibStream& image) {
+    std::error_code failed;
+    if (std::filesystem::file_size(path, failed) == bytes && !failed) return true;
+    image.ErrorCode = DIB_ERROR_WRITE;
+    return false;
+}
+
+// Bytes of `rows` rows whose pixels are packed into units of so many bits.
+inline std::uint64_t packedBytes(const DibStream& image, unsigned bitCount, unsigned unitBits) {
+    const auto width = static_cast<std::uint64_t>(image.Header->biWidth);
+    const auto rows = static_cast<std::uint64_t>(std::abs(static_cast<std::int64_t>(image.Header->biHeight)));
+    return (width * bitCount + unitBits - 1) / unitBits * (unitBits / 8) * rows;
+}
+
+}  // namespace tool
+
+#endif
