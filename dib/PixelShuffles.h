@@ -1,6 +1,6 @@
 // The conversions that the compilers do not turn into byte shuffles well enough, by hand for AVX2. Against the plain
 // loops of PixelKernels.h (and Ppm.cpp), which remain their definition, they take 0.7 (widening), 0.6 (grey) and
-// SWAPRATIO (exchange of red and blue) of the time.
+// 0.5 (exchange of red and blue) of the time.
 //
 // Each converts as many pixels from the front as it can in whole vectors without touching a byte beyond the last
 // pixel, and returns how many those are; the plain loop does the rest. Elsewhere than on x86-64 that is none.

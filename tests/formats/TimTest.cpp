@@ -136,7 +136,11 @@ TEST(TimLoad, EveryTruncationIsReadWithZeros) {
             if (!loaded.result) return;
             Bytes padded = cut;
             padded.resize(file.size());
-            EXPECT_TRUE(testing_support::sameImage(*loaded.image, *load(LoadTIM, padded).image)) << length;
+            const Loaded expected = load(LoadTIM, padded);
+            ASSERT_EQ(loaded.image->Header->biHeight, expected.image->Header->biHeight) << length;
+            for (int y = 0; y < loaded.image->Header->biHeight; ++y) {
+                EXPECT_EQ(rowBytes(*loaded.image, y), rowBytes(*expected.image, y)) << length;
+            }
         });
     }
 }
