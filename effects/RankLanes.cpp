@@ -27,8 +27,8 @@ DIB_ALWAYS_INLINE void highestReached(int side, const Counts& mostDarker, const 
     level = Bytes{} + kDarkest;
     for (int bit = 7; bit >= 0; --bit) {
         // Adding the bit to a flipped byte is adding it to the byte.
-        const auto higher =
-            reinterpret_cast<Bytes>(reinterpret_cast<Counts>(level) + static_cast<std::uint8_t>(1 << bit));
+        const auto step = static_cast<std::uint8_t>(1 << bit);
+        const auto higher = reinterpret_cast<Bytes>(reinterpret_cast<Counts>(level) + step);
         Counts darker{};
         for (int j = 0; j < side; ++j) {
             for (int i = 0; i < side; ++i) {
