@@ -167,7 +167,6 @@ bool DibStream::SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int
 BITMAPINFOHEADER* DibStream::CreateHeader(int width, int height, int bitCount) {
     BITMAPINFOHEADER info;
     if (!SetBitmapInfo(info, width, height, bitCount)) return nullptr;
-    if (!dib::admitSize(width, height, bitCount).admitted) return nullptr;
     auto block = dib::allocateArray<unsigned char>(kHeaderBytes + info.biClrUsed * dib::kEntryBytes);
     if (block == nullptr) {
         ErrorCode = DIB_ERROR_MEMORY;

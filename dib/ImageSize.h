@@ -27,10 +27,11 @@ struct ImageSize {
     std::size_t imageBytes = 0;  // pitch x rows; may be 0 in an admitted size
 };
 
-// Admits sizes whose width is not negative and whose pitch times rows fits in a signed 32-bit number, so that
-// every 32-bit size and offset of the image is exact.
+// Admits sizes whose width is not negative, whose row counted in bits fits in 32 bits as GetPitch computes it, and
+// whose pitch times rows fits in a signed 32-bit number: every 32-bit size and offset of the image is then exact.
 constexpr ImageSize admitSize(std::int64_t width, std::int32_t height, std::int64_t bitCount) {
-    if (width < 0 || width > INT32_MAX || bitCount < 0 || bitCount > 32) return {};
+    if (width < 0 || width > INT32_MAX || bitCount < 0) return {};
+    if (bitCount * width + 31 > UINT32_MAX) return {};
     const std::int64_t rowBytes = ((bitCount * width + 31) >> 3) & ~std::int64_t{3};
     const std::int64_t rows = rowCount(height);
     if (rows > INT32_MAX || rowBytes > INT32_MAX) return {};

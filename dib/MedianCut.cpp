@@ -62,6 +62,7 @@ Median findMedian(colinfo box, int axis, const dib::ColorRange& range) {
 }  // namespace
 
 int mediancut::add(const colinfo& info) {
+    if (boxCount == kMaxBoxes) return -1;
     auto* leaf = new (std::nothrow) coltree;
     if (leaf == nullptr) return -1;
     if (root == nullptr) root = leaf;

@@ -31,7 +31,8 @@ public:
 
     bool readable() const { return readable_; }
     std::size_t width() const { return width_; }
-    std::size_t rows() const { return size_.rows; }
+    // None where rows have no pixels: a header may announce thousands of millions of those.
+    std::size_t rows() const { return width_ > 0 ? size_.rows : 0; }
 
     // Write the pixels of one strip as 3, 4 or 1 bytes each. Alpha is 255 unless the image has its own.
     void readBgr(std::size_t row, std::size_t x, std::size_t count, std::uint8_t* to) const;

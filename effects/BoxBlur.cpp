@@ -203,8 +203,9 @@ private:
     void putWords(unsigned char* out) {
         for (std::size_t x = 0; x < width_; ++x) {
             const std::uint32_t* sum = sums_.get() + 3 * x;
-            dib::Depth16::put(out, static_cast<std::ptrdiff_t>(x),
-                              mean_.of(sum[2]) * 1024 + mean_.of(sum[1]) * 32 + mean_.of(sum[0]));
+            const std::uint32_t word = mean_.of(sum[2]) * 1024 + mean_.of(sum[1]) * 32 + mean_.of(sum[0]);
+            // Bit 15 is never set, even where sums of huge squares have wrapped.
+            dib::Depth16::put(out, static_cast<std::ptrdiff_t>(x), word & 0x7FFFU);
         }
     }
 

@@ -374,9 +374,9 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
             image, raster)) {
         return false;
     }
-    if (2 * std::int64_t{radius} + 1 > kLongestSide) return false;
     const dib::Progress progress{callback, user};
     if (raster.height < 1 || raster.width < 1) return dib::forEachRow(progress, raster.height, [](int) {});
+    if (2 * std::int64_t{radius} + 1 > kLongestSide) return false;
     if (radius <= SmallMiddle::kLargestRadius)
         return runMiddle<SmallMiddle>(progress, *image, raster, radius, flags);
     return runMiddle<SlidingMiddle>(progress, *image, raster, radius, flags);

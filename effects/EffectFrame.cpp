@@ -3,10 +3,12 @@
 namespace dib {
 
 bool admitImage(DibStream* image, Raster& raster) {
-    if (image == nullptr || image->Header == nullptr || image->Buffer == nullptr) return false;
+    if (image == nullptr || image->Header == nullptr) return false;
     const BITMAPINFOHEADER& header = *image->Header;
     const ImageSize size = admitSize(header);
     if (!size.admitted) return false;
+    // An image without rows has no pixel block, and nothing that an effect could miss.
+    if (image->Buffer == nullptr && size.rows != 0) return false;
     const bool bottomUp = header.biHeight > 0;
     raster.top = image->Buffer + (bottomUp ? (size.rows - 1) * size.rowBytes : 0);
     raster.rowStep = static_cast<std::ptrdiff_t>(size.rowBytes) * (bottomUp ? -1 : 1);

@@ -29,8 +29,9 @@ public:
         for (std::ptrdiff_t x = 0; x < width; ++x, sums += Depth::kChannels) {
             dib::Channels<Depth::kChannels> channels;
             for (std::size_t c = 0; c < channels.size(); ++c) {
-                channels[c] =
-                    static_cast<std::uint32_t>(std::int64_t{static_cast<std::int32_t>(sums[c])} / divisor_);
+                const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(sums[c])} / divisor_;
+                // Sums of long smears wrap; what is left stays within its channel.
+                channels[c] = static_cast<std::uint32_t>(mean) & (Depth::kBits == 16 ? 31U : 255U);
             }
             Depth::put(out, x, Depth::join(channels));
         }

@@ -12,10 +12,12 @@ DIB_ALWAYS_INLINE void invertBytes(unsigned char* bytes, std::size_t count) {
 bool DibEffectReverse(DibProgressCallback, void*, DibStream* image) {
     if (image == nullptr) return false;
     if (image->Header == nullptr) return true;
-    if (image->Buffer == nullptr) return false;
     // The block counts, not the rows: every depth is inverted alike, and sizes that cannot exist hold
     // nothing.
-    dib::runKernel<invertBytes>(image->Buffer, dib::admitSize(*image->Header).imageBytes);
+    const std::size_t imageBytes = dib::admitSize(*image->Header).imageBytes;
+    if (imageBytes == 0) return true;
+    if (image->Buffer == nullptr) return false;
+    dib::runKernel<invertBytes>(image->Buffer, imageBytes);
     return true;
 }
 

@@ -23,7 +23,8 @@ struct Overlap {
           length(std::min(oldSize, newSize)) {}
 };
 
-// One row of the fill value: as many whole pixels as asked for, or every byte up to 8 bits.
+// One row of the fill value: every byte up to 8 bits, every word at 16; at 24 bits the pixels alone, where fill bytes
+// could hold no whole one.
 void fillRow(unsigned char* row, std::size_t rowBytes, std::size_t width, int depth, std::uint32_t fill) {
     switch (depth) {
         case 1: std::memset(row, fill != 0 ? 255 : 0, rowBytes); return;
@@ -32,8 +33,9 @@ void fillRow(unsigned char* row, std::size_t rowBytes, std::size_t width, int de
         default: break;
     }
     const std::size_t pixelBytes = static_cast<std::size_t>(depth) / 8;
-    for (std::size_t x = 0; x < width; ++x) std::memcpy(row + x * pixelBytes, &fill, pixelBytes);
-    std::memset(row + width * pixelBytes, 0, rowBytes - width * pixelBytes);
+    const std::size_t pixels = depth == 24 ? width : rowBytes / pixelBytes;
+    for (std::size_t x = 0; x < pixels; ++x) std::memcpy(row + x * pixelBytes, &fill, pixelBytes);
+    std::memset(row + pixels * pixelBytes, 0, rowBytes - pixels * pixelBytes);
 }
 
 }  // namespace

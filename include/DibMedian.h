@@ -3,8 +3,9 @@
 ///
 /// The colour cube starts as one box around all pixels. The box with the greatest score (significant bits of
 /// its pixel count times its longest side) is cut across its longest side at the median of its pixels, and
-/// both halves shrink to their pixels, until there are as many boxes as wanted or every box is a single
-/// colour. A binary tree records the cuts.
+/// both halves shrink to their pixels, until there are as many boxes as wanted or the box with the greatest
+/// score is a single colour; boxes with lower scores may then still hold several. A binary tree records the
+/// cuts.
 ///
 /// How a caller uses the result: palette entry i is the centre of box i, per channel low + extent / 2. The
 /// index of a pixel is found from the root: at an inner node left when the pixel's component on the node's
@@ -111,8 +112,8 @@ public:
     /// @param pixels     width x height pixels, rows packed without fill bytes.
     /// @param width      Pixels per row. A picture without pixels gives one box at black, with count 0.
     /// @param height     Rows, not negative.
-    /// @param maxColours Boxes wanted; fewer are made when every box has become a single colour, and never
-    ///                   more than `kMaxBoxes`.
+    /// @param maxColours Boxes wanted; fewer are made when the box with the greatest score is a single
+    ///                   colour, and never more than `kMaxBoxes`.
     /// @return True; false only when memory is short, and the boxes made so far are then of no use.
     DIB_EXPORT bool execute(DibBGR* pixels, int width, int height, int maxColours);
 

@@ -170,8 +170,8 @@ public:
     bool Create(int width, int height, int bitCount);
     /// Makes a header block with the colour table of `Create`, owned by the caller (`free`); the object keeps
     /// its own blocks.
-    /// @return Null when the depth is invalid or the size inadmissible (no code), or memory is short
-    /// (`ErrorCode` 2).
+    /// The size is not judged: `CreateBuffer` does that.
+    /// @return Null when the depth is invalid (no code) or memory is short (`ErrorCode` 2).
     BITMAPINFOHEADER* CreateHeader(int width, int height, int bitCount);
     /// Makes an uninitialised pixel block of pitch x |biHeight| bytes, owned by the caller (`free`); the
     /// object keeps its own.

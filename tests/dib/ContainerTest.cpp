@@ -121,13 +121,22 @@ TEST(Container, CreateRefusesWhatCannotExist) {
 }
 
 TEST(Container, TheWidestImagesThatFit) {
-    // The first width whose row, counted in bits, passes 32 bits; the image is small enough all the same.
+    // Wherever a size is admitted, the 32-bit pitch that callers see is the true one.
+    for (const int bits : {4, 8, 16, 24, 32}) {
+        const auto limit = static_cast<int>((0xFFFFFFFFLL - 31) / bits);
+        for (const int width : {limit - 1, limit}) {
+            const dib::ImageSize size = dib::admitSize(width, 1, bits);
+            EXPECT_TRUE(size.admitted) << width << " x " << bits;
+            EXPECT_EQ(size.rowBytes, dib::pitch32(static_cast<std::uint32_t>(bits), width));
+        }
+        EXPECT_FALSE(dib::admitSize(limit + 1, 1, bits).admitted) << bits;
+    }
     DibStream dib;
     ASSERT_TRUE(dib.Create(0x10000001, 1, 1));
     EXPECT_EQ(dib.GetPitch(), 0x2000004U);
     EXPECT_EQ(dib.GetImageSize(), 0x2000004);
-    EXPECT_TRUE(dib::admitSize(0x1FFFFFFF, 1, 32).admitted);
-    EXPECT_FALSE(dib::admitSize(0x20000000, 1, 32).admitted);
+    EXPECT_FALSE(dib.Create(0x10000001, 1, 32));
+    EXPECT_FALSE(dib.Create(0x10000001, 1, 24));
 }
 
 TEST(Container, SetBitmapInfoWritesTheFirstFieldsOfABadDepth) {

@@ -78,6 +78,22 @@ TEST(MotionBlur, WideRowsAtManyAngles) {
     dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
+TEST(MotionBlur, WrappedSumsStayInTheirChannels) {
+    // 255 x 8423460 wraps; divided by the total of the weights it leaves -254.
+    const DibPtr image = blankImage(1, 1, 24);
+    setPixelValue(*image, 0, 0, 0x0000FF);
+    EXPECT_TRUE(DibEffectMotionBlur(nullptr, nullptr, image.get(), 4104, 0, 0));
+    EXPECT_EQ(pixelValue(*image, 0, 0), 0x000002U);
+
+    const DibPtr word = blankImage(1, 1, 16);
+    setPixelValue(*word, 0, 0, 0xFFFF);
+    const DibPtr expected(word->Clone());
+    EXPECT_TRUE(DibEffectMotionBlur(nullptr, nullptr, word.get(), 12000, 0, 0));
+    reference::motionBlur(*expected, 12000, 0, 0);
+    EXPECT_TRUE(sameImage(*word, *expected));
+    EXPECT_EQ(pixelValue(*word, 0, 0) & 0x8000U, 0U);
+}
+
 TEST(MotionBlur, LengthTwoOnTwoIndices) {
     const DibPtr image = blankImage(4, 1, 8);
     setPixelValue(*image, 1, 0, 255);

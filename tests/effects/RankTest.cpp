@@ -103,6 +103,23 @@ TEST(Rank, TiesAreDecidedAsInThePlainLoops) {
     }
 }
 
+// Taller and wider than the square, where the sliding histogram drops rows and columns.
+TEST(Rank, TheSlidingHistogramEqualsThePlainLoops) {
+    for (const int depth : kAll) {
+        for (const unsigned flags : {0U, 3U}) {
+            for (const bool ties : {false, true}) {
+                const int height = ties ? 31 : -31;
+                const DibPtr image =
+                    ties ? imageOfTies(37, height, depth, 5) : randomImage(37, height, depth, 6);
+                const DibPtr expected(image->Clone());
+                reference::brightMiddle(*expected, 8, flags);
+                EXPECT_TRUE(DibEffectBrightMiddle(nullptr, nullptr, image.get(), 8, flags));
+                EXPECT_TRUE(testing_support::sameImage(*image, *expected)) << depth << " flags " << flags;
+            }
+        }
+    }
+}
+
 TEST(Rank, NeighbourhoodsLargerThanTheImage) {
     for (const RankFilter& filter : kFilters) {
         for (const int depth : kAll) {
@@ -176,12 +193,13 @@ TEST(Rank, ProgressAndCancelByRow) {
     for (const RankFilter& filter : kFilters) {
         testing_support::expectProgressByRow(with(filter.effect, 1, 0), kAll);
         testing_support::expectProgressByRow(with(filter.effect, 3, 3), kAll);
+        testing_support::expectProgressByRow(with(filter.effect, 9, 0), kAll);
     }
 }
 
 TEST(Rank, SurvivesFailingAllocations) {
     for (const RankFilter& filter : kFilters) {
-        for (const int radius : {1, 3}) {
+        for (const int radius : {1, 3, 9}) {
             EXPECT_GE(testing_support::expectSurvivesFailingAllocations(with(filter.effect, radius, 1), kAll),
                       4);
         }

@@ -305,7 +305,7 @@ TEST(ChangeSize, FillValuesByDepth) {
                           {1, 256, 1, 255},
                           {4, 0x1B, 11, 0xBB},
                           {8, 0x1FE, 0xFE, 0xFE},
-                          {16, 0x1BEEF, 0xBEEF, 0},
+                          {16, 0x1BEEF, 0xBEEF, 0xBE},
                           {24, 0x99112233, 0x112233, 0},
                           {32, 0x99112233, 0x99112233, 0x99}}) {
         const DibPtr dib = randomImage(1, -1, c.depth, 17);

@@ -206,7 +206,10 @@ Result changeSize(const Image& image, int width, int height, std::uint32_t fill)
         for (int i = 0; i < width; ++i) {
             out.set(i, j, image.depth == 1 ? std::uint32_t{fill != 0} : fill);
         }
-        // Up to 8 bits the fill bytes of the rows are filled too.
+        // Up to 16 bits the fill bytes of the rows are filled too.
+        for (int k = 2 * width; image.depth == 16 && k < out.rowBytes(); ++k) {
+            out.row(j)[k] = static_cast<unsigned char>(k % 2 == 0 ? fill : fill >> 8);
+        }
         const int used = (width * image.depth + 7) / 8;
         const std::uint32_t full = image.depth == 1   ? fill != 0 ? 255U : 0U
                                    : image.depth == 4 ? (fill & 15U) * 17U

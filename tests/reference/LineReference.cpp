@@ -39,20 +39,26 @@ bool motionBlur(DibStream& image, int length, float angle, unsigned int flags) {
     float c = 0;
     ::sincosf(angle, &s, &c);
     const std::unique_ptr<DibStream> copy(image.Clone());
-    const int divisor = length * (length + 1) / 2;
+    // Sums and divisor wrap in 32 bits.
+    const auto wide = static_cast<std::uint32_t>(length);
+    const std::int64_t divisor = static_cast<std::int32_t>(wide * (wide + 1)) / 2;
     for (int y = 0; y < rowsOf(image); ++y) {
         for (int x = 0; x < image.Header->biWidth; ++x) {
-            int sums[4] = {};
+            std::uint32_t sums[4] = {};
             for (int i = 0; i < length; ++i) {
                 const float dx = static_cast<float>(i) * c;
                 const float dy = static_cast<float>(i) * s;
                 const std::uint32_t color =
                     sampleColor(*copy, static_cast<float>(x) + dx, static_cast<float>(y) + dy, flags);
-                for (int f = 0; f < fieldsOf(bits); ++f) sums[f] += (length - i) * field(bits, color, f);
+                for (int f = 0; f < fieldsOf(bits); ++f) {
+                    sums[f] += static_cast<std::uint32_t>(length - i) *
+                               static_cast<std::uint32_t>(field(bits, color, f));
+                }
             }
             std::uint32_t value = 0;
             for (int f = 0; f < fieldsOf(bits); ++f) {
-                value |= fieldAt(bits, static_cast<std::uint32_t>(sums[f] / divisor), f);
+                const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(sums[f])} / divisor;
+                value |= fieldAt(bits, static_cast<std::uint32_t>(mean) & (bits == 16 ? 31U : 255U), f);
             }
             setPixel(image, x, y, value);
         }
