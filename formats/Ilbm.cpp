@@ -298,7 +298,7 @@ namespace {
 // A row of any written depth spread over planes.
 class PlaneSpreader {
 public:
-    PlaneSpreader(const BITMAPINFOHEADER& header)
+    explicit PlaneSpreader(const BITMAPINFOHEADER& header)
         : width_(static_cast<std::size_t>(header.biWidth)),
           stride_(planeRowBytes(width_)),
           bitCount_(header.biBitCount),
