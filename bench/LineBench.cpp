@@ -13,7 +13,7 @@ const bench::Registrar kLines([] {
             return DibEffectEmboss(callback, nullptr, image, 1, 1, 0.785F, 0);
         });
         bench::addEffect("edge_mag", depth, [](DibProgressCallback callback, DibStream* image) {
-            return DibEffectPickEdge(callback, nullptr, image, 0);
+            return DibEffectPickEdge(callback, nullptr, image, 0U);
         });
     }
 });

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <type_traits>
+#include <utility>
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
@@ -103,11 +105,13 @@ bool forEachRow(const Progress& progress, int height, const RowRule& rowRule) {
 //     template <class Depth>
 //     void row(unsigned char* out, int y);                           // row y of the image
 template <class... Depths, class Filter>
-bool filterImage(const Progress& progress, DibStream* image, Filter&& filter) {
+bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
     Raster raster;
     if (!admitImage<Depths...>(image, raster)) return false;
     if (raster.height == 0) return true;
     const WorkingCopy source(*image);
+    // Declared behind the copy that it points into, so that it never outlives it.
+    std::decay_t<Filter> filter(std::forward<Filter>(request));
     if (!source.ready() || !filter.prepare(source, raster)) return false;
     return withDepth<Depths...>(raster.bitCount, [&](auto depth) {
         return forEachRow(progress, raster.height, [&](int y) {

@@ -115,13 +115,14 @@ private:
             runs += kernel_.weight(0, j);
             for (int i = 0; i <= reach_; ++i) products += kernel_.weight(i, j) != 0 ? 1 : 0;
         }
-        return runs * kRunCost + static_cast<std::size_t>(reach_ + 1) * kTotalsCost < products * kProductCost;
+        return runs * kRunCost + (static_cast<std::size_t>(reach_) + 1) * kTotalsCost <
+               products * kProductCost;
     }
 
     // Weights of two rows at a time, the nearer in the low half.
     bool pairWeights() {
-        const auto stride = static_cast<std::size_t>(reach_ + 1);
-        const auto pairs = static_cast<std::size_t>(reach_ / 2 + 1);
+        const std::size_t stride = static_cast<std::size_t>(reach_) + 1;
+        const std::size_t pairs = static_cast<std::size_t>(reach_) / 2 + 1;
         weights_ = dib::allocateZeroed<std::uint32_t>(stride * pairs);
         if (weights_ == nullptr) return false;
         for (int j = 0; j <= reach_; ++j) {
@@ -151,7 +152,8 @@ private:
     }
 
     const unsigned char* sourceRow(int y) const {
-        return source_->row(rows_[static_cast<std::size_t>(y + reach_)]);
+        const std::ptrdiff_t position = std::ptrdiff_t{y} + reach_;
+        return source_->row(rows_[static_cast<std::size_t>(position)]);
     }
     // The row that is added to its counterpart; the middle row has none.
     const unsigned char* counterpart(int y, int distance) const {
@@ -159,7 +161,7 @@ private:
     }
 
     void sumProducts(int y) {
-        const auto stride = static_cast<std::size_t>(reach_ + 1);
+        const std::size_t stride = static_cast<std::size_t>(reach_) + 1;
         const std::size_t samples = width_ * channels_;
         const bool smallWeights = kernel_.weight(0, 0) < 0x8000;
         for (int j = 0; j <= reach_; j += 2) {

@@ -9,7 +9,7 @@ bool GaussianKernel::build(float radius) {
     const bool isCut = std::floor(radius) > static_cast<float>(kMaxHalf);
     half_ = isCut ? kMaxHalf : static_cast<int>(radius);
     const float spread = isCut ? static_cast<float>(kMaxHalf) : radius;
-    const auto side = static_cast<std::size_t>(half_ + 1);
+    const std::size_t side = static_cast<std::size_t>(half_) + 1;
     const MallocPtr<float> exact = allocateArray<float>(side * side);
     weights_ = allocateArray<std::uint32_t>(side * side);
     if (exact == nullptr || weights_ == nullptr) return false;

@@ -121,7 +121,7 @@ bool PsdPlanes::storeRows(std::size_t first, std::size_t end) {
             std::memcpy(to, planes[0], width_);
         } else if (channels_ == 3) {
             dib::runKernel<interleave3>(to, planes[0], planes[1], planes[2], width_);
-        } else {
+        } else if (channels_ == 4) {
             dib::runKernel<interleave4>(to, planes[0], planes[1], planes[2], planes[3], width_);
         }
         std::memset(to + used, 0xFF, fill);
