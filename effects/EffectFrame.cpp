@@ -30,10 +30,14 @@ RowTable initRow(DibStream& image) {
     return table;
 }
 
-WorkingCopy::WorkingCopy(DibStream& image) {
+std::unique_ptr<DibStream> cloneOf(DibStream& image) {
     const std::int32_t errorCode = image.ErrorCode;
-    copy_.reset(image.Clone());
+    std::unique_ptr<DibStream> copy(image.Clone());
     image.ErrorCode = errorCode;
+    return copy;
+}
+
+WorkingCopy::WorkingCopy(DibStream& image) : copy_(cloneOf(image)) {
     if (copy_ != nullptr) rows_ = initRow(*copy_);
 }
 

@@ -49,10 +49,13 @@ bool admitImage(DibStream* image, Raster& raster) {
 using RowTable = MallocPtr<unsigned char*>;
 RowTable initRow(DibStream& image);
 
+// A copy of an image whose error code stays what it was. Null when memory is short.
+std::unique_ptr<DibStream> cloneOf(DibStream& image);
+
 // An unchanged copy that an effect reads while it writes the image itself, with the copy's rows.
 class WorkingCopy {
 public:
-    // Makes the copy of an admitted image; the image's error code stays what it was.
+    // Makes the copy of an admitted image.
     explicit WorkingCopy(DibStream& image);
     // Whether memory sufficed; nothing else may be called when it did not.
     bool ready() const { return rows_ != nullptr; }

@@ -392,7 +392,27 @@ DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibSt
 /// @}
 
 /// @name Compose
+///
+/// Blends a second image into the first with one opacity for all of it. 8, 24 and 32 bits; the second image may
+/// have any depth and is not changed. Nothing is reported and nothing can be cancelled.
+///
+/// With the share a, of 255, every byte becomes (old (255 - a) + other a) >> 8: the alpha of 32 bits like the
+/// colours, and at 8 bits the indices as plain numbers, whatever the two colour tables are. Dividing by 256 where
+/// the weights total 255 darkens a little: white on white is 254.
 /// @{
+
+/// Blends an image, which may be the first image itself. Its rows are counted from the top of the picture, as
+/// those of the first. One of another depth is converted before, as `DibStream::ChangeBpp` does without flags.
+/// @param opacity The share of the second image: a is opacity x 255 + 0.5, truncated, of which only the low 8 bits
+///                count. 0 keeps the first image, 1 shows the second alone, 2 gives 254 of 255. Numbers beyond an
+///                int end at its limits (infinity gives 255, its negative 0); NaN gives 0.
+/// @param mode    0 stretches the second image to the size of the first, as `DibStream::Resize` does with
+///                `DIB_RESIZE_BILINEAR`; 1 repeats it in both directions from the upper left corner. Any other
+///                mode blends nothing: true, whatever the second image is.
+/// @return False, with the first image as it was, also when the second image is null or has no pixels, and when
+///         memory for converting or stretching it is short.
+DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image,
+                                 DibStream* second, float opacity, unsigned int mode);
 /// @}
 
 /// @name Tone curves

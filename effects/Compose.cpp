@@ -1,0 +1,73 @@
+// A second image blended into the first with one weight for all of it.
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "dib/Kernels.h"
+#include "effects/EffectFrame.h"
+
+namespace {
+
+using dib::Raster;
+
+enum Mode : unsigned int { kStretch = 0, kTile = 1 };
+
+// The second image's share in 255ths. Only the low byte of the whole number counts, so that opacities beyond 1
+// start over; numbers beyond an int end at its limits, NaN is 0.
+unsigned int weightOf(float opacity) {
+    const double rounded = static_cast<double>(opacity * 255.0F) + 0.5;
+    if (std::isnan(rounded) || rounded <= -2147483648.0) return 0;
+    if (rounded >= 2147483647.0) return 255;
+    return static_cast<unsigned int>(static_cast<int>(rounded)) & 255U;
+}
+
+// Blends one row; the other row starts over where it ends. The weights total 255 and yet the sum is divided by
+// 256: callers count on white coming out as 254. An image may be blended into itself, so nothing is said of
+// aliasing.
+DIB_ALWAYS_INLINE void blendRow(unsigned char* row, std::size_t rowBytes, const unsigned char* other,
+                                std::size_t otherBytes, unsigned int weight) {
+    const unsigned int kept = 255 - weight;
+    for (std::size_t first = 0; first < rowBytes; first += otherBytes) {
+        unsigned char* bytes = row + first;
+        const std::size_t count = std::min(otherBytes, rowBytes - first);
+        for (std::size_t i = 0; i < count; ++i) {
+            bytes[i] = static_cast<unsigned char>((bytes[i] * kept + other[i] * weight) >> 8);
+        }
+    }
+}
+
+bool hasPixels(const Raster& raster) { return raster.width > 0 && raster.height > 0; }
+
+// Brings the second image to the depth of the first and, stretched, to its size. `layer`, its rows, become those
+// of `copy` where something has to change.
+bool fitLayer(DibStream& second, const Raster& first, Mode mode, std::unique_ptr<DibStream>& copy,
+              Raster& layer) {
+    const bool newDepth = layer.bitCount != first.bitCount;
+    const bool newSize = mode == kStretch && (layer.width != first.width || layer.height != first.height);
+    if (!newDepth && !newSize) return true;
+    copy = dib::cloneOf(second);
+    if (copy == nullptr) return false;
+    if (newDepth && !copy->ChangeBpp(first.bitCount, 0)) return false;
+    if (newSize && !copy->Resize(first.width, first.height, DibStream::DIB_RESIZE_BILINEAR)) return false;
+    return dib::admitImage(copy.get(), layer);
+}
+
+}  // namespace
+
+bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* second, float opacity,
+                      unsigned int mode) {
+    Raster first;
+    if (!dib::admitImage<dib::Depth8, dib::Depth24, dib::Depth32>(image, first)) return false;
+    if (mode != kStretch && mode != kTile) return true;
+    Raster layer;
+    if (!dib::admitImage(second, layer) || !hasPixels(layer)) return false;
+    if (!hasPixels(first)) return true;
+    std::unique_ptr<DibStream> copy;
+    if (!fitLayer(*second, first, static_cast<Mode>(mode), copy, layer)) return false;
+    const unsigned int weight = weightOf(opacity);
+    for (int y = 0; y < first.height; ++y) {
+        dib::runKernel<blendRow>(first.row(y), first.pixelBytes(), layer.row(y % layer.height),
+                                 layer.pixelBytes(), weight);
+    }
+    return true;
+}

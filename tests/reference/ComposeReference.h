@@ -1,0 +1,14 @@
+// Compose as plain loops; as in EffectReference.h.
+#ifndef TESTS_REFERENCE_COMPOSE_REFERENCE_H
+#define TESTS_REFERENCE_COMPOSE_REFERENCE_H
+
+#include <DibStream.h>
+
+namespace reference {
+
+// The second image is converted and resized by the library itself, which other references judge.
+bool compose(DibStream& image, DibStream& second, float opacity, unsigned int mode);
+
+}  // namespace reference
+
+#endif
