@@ -7,7 +7,7 @@
 namespace formats {
 
 namespace {
-constexpr long kMostLines = 65536;
+constexpr long kMostLines = 1 << 20;
 }
 
 bool HeaderLines::next() {

@@ -124,7 +124,7 @@ void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixel
 
 int readInt(std::FILE* file, int& value) {
     // A number with more characters than this, its leading ones included, comes from a stream without an end.
-    constexpr int kMostCharacters = 1 << 20;
+    constexpr int kMostCharacters = 1 << 24;
     bool negative = false;
     bool anyDigit = false;
     unsigned int magnitude = 0;  // wraps, which keeps the low byte right

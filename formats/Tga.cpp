@@ -68,13 +68,22 @@ void skipBytes(std::FILE* file, std::size_t bytes) {
     while (bytes-- > 0 && std::fgetc(file) != EOF) continue;
 }
 
-// A map beside pixels that do not use it. Sizes other than these skip nothing: files with 15-bit entries, whose
-// pixels then start too early, have always been read so.
-void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
-    if (!header.hasMap()) return;
+// Bytes of one entry of a map beside pixels that do not use it. Sizes other than these skip nothing: files with
+// 15-bit entries, whose pixels then start too early, have always been read so.
+std::size_t skippedEntryBytes(const TgaHeader& header) {
     const unsigned bits = header.mapEntryBits;
-    const std::size_t entryBytes = bits == 8 || bits == 16 || bits == 24 || bits == 32 ? bits / 8 : 0;
-    skipBytes(file, entryBytes * static_cast<std::size_t>(header.mapEntries));
+    return bits == 8 || bits == 16 || bits == 24 || bits == 32 ? bits / 8 : 0;
+}
+
+// Whether that map can be skipped: not backwards.
+bool unusedMapIsValid(const TgaHeader& header) {
+    return !header.hasMap() || header.mapEntries >= 0 || skippedEntryBytes(header) == 0;
+}
+
+void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
+    const std::size_t entryBytes = skippedEntryBytes(header);
+    if (header.hasMap() && entryBytes > 0)
+        skipBytes(file, entryBytes * static_cast<std::size_t>(header.mapEntries));
 }
 
 // Image sizes. Raw pixels are kept in the row order of the file; run-length ones always bottom-up.
@@ -129,6 +138,7 @@ bool readExpanded(std::FILE* file, DibStream* image, const TgaHeader& header) {
 bool readMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
     const bool known = header.mapEntryBits == 24 || header.mapEntryBits == 32;
     if (header.bitCount != 8 || !header.hasMap() || !known) return fail(image, DIB_ERROR_UNSUPPORTED);
+    if (header.mapEntries < 0) return fail(image, DIB_ERROR_INVALID);
     if (header.mapEntryBits == 32) return readExpanded(file, image, header);
     if (header.mapEntries > kTableEntries) return fail(image, DIB_ERROR_INVALID);
     return createInFileOrder(image, header, 8) && readMap24(file, image, header) &&
@@ -138,6 +148,7 @@ bool readMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
 bool readTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
     const bool known = header.bitCount == 16 || header.bitCount == 24 || header.bitCount == 32;
     if (!known) return fail(image, DIB_ERROR_UNSUPPORTED);
+    if (!unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
     if (!createInFileOrder(image, header, header.bitCount)) return false;
     skipUnusedMap(file, header);
     return readRawPixels(file, image, header);
@@ -145,6 +156,7 @@ bool readTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
 
 bool readGrey(std::FILE* file, DibStream* image, const TgaHeader& header) {
     if (header.bitCount != 8) return fail(image, DIB_ERROR_UNSUPPORTED);
+    if (!unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
     if (!createInFileOrder(image, header, 8)) return false;
     image->SetMonoPalette();
     skipUnusedMap(file, header);
@@ -198,8 +210,8 @@ bool decodePackets(std::FILE* file, DibStream* image, const TgaHeader& header) {
 bool readRunLengthMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
     if (header.bitCount != 8 || !header.hasMap()) return false;
     const bool known = header.mapEntryBits == 24;
-    if (header.height < 0 || (known && header.mapEntries > kTableEntries))
-        return fail(image, DIB_ERROR_INVALID);
+    const bool fitting = header.mapEntries >= 0 && header.mapEntries <= kTableEntries;
+    if (header.height < 0 || (known && !fitting)) return fail(image, DIB_ERROR_INVALID);
     if (!image->Create(header.width, header.height, 8)) return false;
     if (!known) return false;  // the new image stays, its pixels undefined
     return readMap24(file, image, header) && decodePackets<1>(file, image, header);
@@ -207,7 +219,7 @@ bool readRunLengthMapped(std::FILE* file, DibStream* image, const TgaHeader& hea
 
 bool readRunLengthTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
     if (header.bitCount != 16 && header.bitCount != 24 && header.bitCount != 32) return false;
-    if (header.height < 0) return fail(image, DIB_ERROR_INVALID);
+    if (header.height < 0 || !unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
     if (!image->Create(header.width, header.height, header.bitCount)) return false;
     skipUnusedMap(file, header);
     switch (header.bitCount) {
@@ -278,7 +290,6 @@ bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     if (!dib::readBytes(file, bytes, sizeof bytes)) return fail(image, DIB_ERROR_READ);
     const TgaHeader header = parseHeader(bytes);
     if (!isKnownType(header.imageType)) return false;
-    if (header.hasMap() && header.mapEntries < 0) return fail(image, DIB_ERROR_INVALID);
     skipBytes(file, header.idBytes);
     if (!readImage(file, image, header)) return false;
     image->ErrorCode = DIB_OK;

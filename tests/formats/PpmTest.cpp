@@ -166,6 +166,15 @@ TEST(PpmLoad, EveryTruncationFails) {
     }
 }
 
+TEST(PpmLoad, ManyCommentsAndMuchSpaceAreSkipped) {
+    std::string comments;
+    for (int i = 0; i < 70000; ++i) comments += "#\n";
+    EXPECT_TRUE(loadText("P5\n" + comments + "1 1\n255\nx").result);
+    const Loaded spaced = loadText("P2\n1 1\n255\n" + std::string(std::size_t{3} << 20, ' ') + "7");
+    ASSERT_TRUE(spaced.result);
+    EXPECT_EQ(rowBytes(*spaced.image, 0), (Bytes{7}));
+}
+
 TEST(PpmLoad, StreamsWithoutEndAreLeft) {
     // The same bytes again and again behind a good beginning.
     struct Endless {

@@ -207,6 +207,20 @@ TEST(TgaLoad, FailureTable) {
     }
 }
 
+TEST(TgaLoad, MapsOfNegativeLengthAreJudgedLast) {
+    // What the type refuses anyway keeps its code, and a map that skips nothing may have any length.
+    EXPECT_EQ(loadTga({1, 2, 2, 16, 0, 1, 0x8000, 24}, Bytes(4000, 1)).code, 7);
+    EXPECT_EQ(loadTga({2, 2, 2, 15, 0, 1, 0x8000, 24}, Bytes(4000, 1)).code, 7);
+    EXPECT_EQ(loadTga({3, 2, 2, 16, 0, 1, 0x8000, 24}, Bytes(4000, 1)).code, 7);
+    EXPECT_EQ(loadTga({9, 2, 2, 8, 0, 1, 0x8000, 32}, Bytes(4000, 1)).code, 1);
+    EXPECT_EQ(loadTga({10, 2, 2, 8, 0, 1, 0x8000, 24}, Bytes(4000, 1)).code, 1);
+    for (const unsigned type : {2U, 10U}) {
+        const Loaded loaded = loadTga({type, 1, 1, 24, 0, 1, 0xFFFE, 15}, {0, 2, 3, 4});
+        EXPECT_TRUE(loaded.result) << type;
+        EXPECT_EQ(rowBytes(*loaded.image, 0), type == 2 ? (Bytes{0, 2, 3}) : (Bytes{2, 3, 4}));
+    }
+}
+
 TEST(TgaLoad, PacketsWithAnotherMapThan24BitsLeaveTheNewImage) {
     const Loaded loaded = loadTga({9, 5, 4, 8, 0, 1, 2, 32}, Bytes(100, 1));
     EXPECT_FALSE(loaded.result);
