@@ -1,10 +1,18 @@
 # The image library. Each folder is a layer; a new source file in one of them is picked up by itself.
 
+# One side of the seams to the platform is built.
+if(APPLE)
+    set(DIB_PLATFORM mac)
+else()
+    set(DIB_PLATFORM linux)
+endif()
+
 file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/dib/*.cpp
     ${PROJECT_SOURCE_DIR}/geometry/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
-    ${PROJECT_SOURCE_DIR}/formats/*.cpp)
+    ${PROJECT_SOURCE_DIR}/formats/*.cpp
+    ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp)
 
 add_library(dibstream_objects OBJECT ${dib_sources})
 dib_library_settings(dibstream_objects)
@@ -18,6 +26,11 @@ add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
 target_link_libraries(dibstream PRIVATE dibstream_objects VexLibs)
+if(APPLE)
+    target_link_libraries(dibstream PRIVATE "-framework CoreFoundation")
+else()
+    target_link_libraries(dibstream PRIVATE ${CMAKE_DL_LIBS})
+endif()
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>)
@@ -31,5 +44,5 @@ set_target_properties(dibstream PROPERTIES
 if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
-    target_link_libraries(dibstream_internal PUBLIC dibstream_objects VexLibs_internal)
+    target_link_libraries(dibstream_internal PUBLIC dibstream_objects VexLibs_internal ${CMAKE_DL_LIBS})
 endif()

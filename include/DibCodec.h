@@ -131,7 +131,24 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 /// @}
 
 /// @name EXR and DDS plug-ins
+///
+/// These files are decoded by plug-ins, bundle files in the folder of `DibStream::SetDllFilePath`: "vexlibexr.bundle" and
+/// "vexlibdds.bundle". Without a folder they are looked for in the working directory, so an application that reads files
+/// of others should name one. A plug-in is loaded at its first use and stays in the process. What pictures look like is
+/// the plug-in's affair; DibPlugin.h tells how to write one.
+///
+/// A failure keeps the image and its code: the bundle, its code or its export is missing, the plug-in refuses the file,
+/// or what it returns is no picture. Success does not store a code either.
 /// @{
+
+/// Loads an EXR file. The callback is never called.
+DIB_EXPORT bool LoadEXR(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool LoadEXR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+
+/// Loads a DDS file; there is no overload for UTF-8 paths (`VexString::fromUtf8String` makes a wide one).
+/// @param callback Handed to the plug-in, which calls it as it sees fit; returning false asks it to give up.
+DIB_EXPORT bool LoadDDS(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name TIM

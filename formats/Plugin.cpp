@@ -1,0 +1,135 @@
+// EXR and DDS files are decoded by plug-ins: bundles in a folder that the application names, each with one export. A
+// load opens the bundle, loads its code, looks the export up, calls it and adopts the picture that it returns.
+#include "formats/Plugin.h"
+
+#include <DibPlugin.h>
+#include <VexLibs.h>
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+
+namespace formats {
+
+namespace {
+
+struct Plugin {
+    const char* bundle;
+    const char* name;  // of the export
+};
+constexpr Plugin kExr = {"vexlibexr.bundle", "LoadEXR"};
+constexpr Plugin kDds = {"vexlibdds.bundle", "LoadDDS"};
+
+// Four bytes for each character of the folder, its terminator included.
+constexpr std::size_t kFolderBytes = sizeof(DibStream::DllPath) / sizeof(wchar_t) * 4;
+
+// Where a bundle lies: in the plug-in folder, or in the working directory when there is none.
+class BundlePath {
+public:
+    explicit BundlePath(const char* bundle) {
+        char folder[kFolderBytes];
+        DibStream::GetDllFilePath(folder);
+        // A folder that cannot be told in UTF-8 must not turn into the working directory.
+        isKnown_ = folder[0] != '\0' || DibStream::DllPath[0] == L'\0';
+        const std::size_t length = std::strlen(folder);
+        const bool needsSlash = length > 0 && folder[length - 1] != '/';
+        std::snprintf(text_, sizeof text_, "%s%s%s", folder, needsSlash ? "/" : "", bundle);
+    }
+    bool isKnown() const { return isKnown_; }
+    const char* text() const { return text_; }
+
+private:
+    bool isKnown_;
+    char text_[kFolderBytes + 32];
+};
+
+class OpenBundle {
+public:
+    OpenBundle(PluginLoader& loader, const char* path) : loader_(loader), bundle_(loader.open(path)) {}
+    ~OpenBundle() {
+        if (bundle_ != nullptr) loader_.release(bundle_);
+    }
+    OpenBundle(const OpenBundle&) = delete;
+    OpenBundle& operator=(const OpenBundle&) = delete;
+
+    // The export, or null when there is no bundle, no code or no such name.
+    void* load(const char* name) {
+        if (bundle_ == nullptr || !loader_.loadCode(bundle_)) return nullptr;
+        return loader_.findExport(bundle_, name);
+    }
+
+private:
+    PluginLoader& loader_;
+    PluginLoader::Bundle bundle_;
+};
+
+// Whether blocks that fit such a header can exist: all of the library's offsets into them are then exact.
+bool isPossible(const BITMAPINFOHEADER& header) {
+    constexpr std::uint32_t kLongestHeader = 124;
+    const std::uint32_t mostEntries = header.biBitCount <= 8 ? 1U << header.biBitCount : 256;
+    return dib::admitSize(header).admitted && header.biSize <= kLongestHeader &&
+           header.biClrUsed <= mostEntries;
+}
+
+bool adopt(DibStream* image, BITMAPINFOHEADER* header, unsigned char* buffer) {
+    dib::MallocPtr<BITMAPINFOHEADER> ownedHeader(header);
+    dib::MallocPtr<unsigned char> ownedBuffer(buffer);
+    if (header == nullptr || buffer == nullptr || !isPossible(*header)) return false;
+    return image->SetDib(ownedHeader.release(), dib::kOwned, ownedBuffer.release(), dib::kOwned);
+}
+
+// The steps of a load; `function` is what the export points to.
+template <class Function, class Char>
+bool loadThroughPlugin(PluginLoader& loader, const Plugin& plugin, const Char* path, DibStream* image,
+                       DibProgressCallback progress, void* user) {
+    if (path == nullptr || image == nullptr) return false;
+    const BundlePath bundlePath(plugin.bundle);
+    if (!bundlePath.isKnown()) return false;
+    OpenBundle bundle(loader, bundlePath.text());
+    const auto function = reinterpret_cast<Function>(bundle.load(plugin.name));
+    if (function == nullptr) return false;
+    BITMAPINFOHEADER* header = nullptr;
+    unsigned char* buffer = nullptr;
+    if (!function(path, &header, &buffer, progress, user)) return false;
+    return adopt(image, header, buffer);
+}
+
+}  // namespace
+
+bool loadExr(PluginLoader& loader, const char* path, DibStream* image) {
+    return loadThroughPlugin<DibPluginLoadEXR>(loader, kExr, path, image, nullptr, nullptr);
+}
+
+bool loadDds(PluginLoader& loader, const wchar_t* path, DibStream* image, DibProgressCallback callback,
+             void* user) {
+    DdsContext context = {callback, user};
+    return loadThroughPlugin<DibPluginLoadDDS>(loader, kDds, path, image, DdsCallback, &context);
+}
+
+}  // namespace formats
+
+bool DdsCallback(float progress, void* context) {
+    const auto& caller = *static_cast<const formats::DdsContext*>(context);
+    return caller.callback == nullptr || caller.callback(progress, caller.user);
+}
+
+bool LoadEXR(const char* path, DibStream* image, DibProgressCallback /*callback*/, void* /*user*/) {
+    return formats::loadExr(formats::platformPluginLoader(), path, image);
+}
+
+bool LoadEXR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    try {
+        const VexString wide(path);
+        // Text without an 8-bit form would turn into the empty path.
+        return wide.isValid() && LoadEXR(wide.toUtf8String().c_str(), image, callback, user);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool LoadDDS(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadDds(formats::platformPluginLoader(), path, image, callback, user);
+}
