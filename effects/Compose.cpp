@@ -61,6 +61,8 @@ bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* s
     if (mode != kStretch && mode != kTile) return true;
     Raster layer;
     if (!dib::admitImage(second, layer) || !hasPixels(layer)) return false;
+    // Another depth has no conversion, and its colour table may be shorter than a copy would take it to be.
+    if (!dib::isDepth(layer.bitCount)) return false;
     if (!hasPixels(first)) return true;
     std::unique_ptr<DibStream> copy;
     if (!fitLayer(*second, first, static_cast<Mode>(mode), copy, layer)) return false;

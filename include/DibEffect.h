@@ -409,8 +409,8 @@ DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibSt
 /// @param mode    0 stretches the second image to the size of the first, as `DibStream::Resize` does with
 ///                `DIB_RESIZE_BILINEAR`; 1 repeats it in both directions from the upper left corner. Any other
 ///                mode blends nothing: true, whatever the second image is.
-/// @return False, with the first image as it was, also when the second image is null or has no pixels, and when
-///         memory for converting or stretching it is short.
+/// @return False, with the first image as it was, also when the second image is null, has no pixels or a depth
+///         that does not exist, and when memory for converting or stretching it is short.
 DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image,
                                  DibStream* second, float opacity, unsigned int mode);
 /// @}
