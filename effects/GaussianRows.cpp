@@ -38,8 +38,8 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i loadEight(const std::uint32_t* from) {
 DIB_TARGET_AVX2 void addProductsAvx2(const std::uint32_t* row, std::ptrdiff_t step,
                                      const std::uint32_t* weights, std::ptrdiff_t count, std::uint32_t* sums,
                                      std::size_t samples) {
-    constexpr std::size_t kVectors = kGaussianBlock / 8;
-    for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
+    constexpr std::size_t kVectors = 4;
+    for (std::size_t x = 0; x < samples; x += 8 * kVectors) {
         __m256i sum[kVectors];
         const __m256i middleWeight = _mm256_set1_epi32(static_cast<int>(weights[0]));
         for (std::size_t k = 0; k < kVectors; ++k) {
@@ -65,27 +65,38 @@ DIB_TARGET_AVX2 void addProductsAvx2(const std::uint32_t* row, std::ptrdiff_t st
 
 #endif
 
-using Eight = std::uint32_t __attribute__((vector_size(32)));
+using Sixteen = std::int16_t __attribute__((vector_size(32)));
+using SixteenWide = std::int32_t __attribute__((vector_size(64)));
 
-DIB_ALWAYS_INLINE void addRunsInBlocks(const std::uint32_t* __restrict totals, std::ptrdiff_t step,
-                                       const std::uint8_t* __restrict halves, std::size_t count,
-                                       std::uint32_t* __restrict sums, std::size_t samples) {
-    constexpr std::size_t kVectors = kGaussianBlock / 8;
+// Differences of samples of up to 510 that may be added up in 16 bits.
+constexpr std::size_t kGroup = 32767 / 510;
+
+DIB_ALWAYS_INLINE void addRunStepsInBlocks(const std::uint16_t* __restrict row, std::ptrdiff_t step,
+                                           const std::uint8_t* __restrict halves, std::size_t count,
+                                           std::uint32_t* __restrict steps, std::size_t samples) {
+    constexpr std::size_t kVectors = kGaussianBlock / 16;
     for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
-        Eight sum[kVectors];
-        std::memcpy(sum, sums + x, sizeof sum);
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint32_t* begin = totals + x - halves[i] * step;
-            const std::uint32_t* end = totals + x + (halves[i] + 1) * step;
+        for (std::size_t first = 0; first < count; first += kGroup) {
+            const std::size_t end = count - first < kGroup ? count : first + kGroup;
+            Sixteen sum[kVectors] = {};
+            for (std::size_t i = first; i < end; ++i) {
+                const std::uint16_t* back = row + x - halves[i] * step;
+                const std::uint16_t* ahead = row + x + (halves[i] + 1) * step;
+                for (std::size_t k = 0; k < kVectors; ++k) {
+                    Sixteen leaving;
+                    Sixteen entering;
+                    std::memcpy(&leaving, back + 16 * k, sizeof leaving);
+                    std::memcpy(&entering, ahead + 16 * k, sizeof entering);
+                    sum[k] += entering - leaving;
+                }
+            }
             for (std::size_t k = 0; k < kVectors; ++k) {
-                Eight before;
-                Eight upTo;
-                std::memcpy(&before, begin + 8 * k, sizeof before);
-                std::memcpy(&upTo, end + 8 * k, sizeof upTo);
-                sum[k] += upTo - before;
+                SixteenWide total;
+                std::memcpy(&total, steps + x + 16 * k, sizeof total);
+                total += __builtin_convertvector(sum[k], SixteenWide);
+                std::memcpy(steps + x + 16 * k, &total, sizeof total);
             }
         }
-        std::memcpy(sums + x, sum, sizeof sum);
     }
 }
 
@@ -104,9 +115,9 @@ void addProducts(const std::uint32_t* row, std::ptrdiff_t step, const std::uint3
     runKernel<addProductsPlain>(row, step, weights, count, sums, static_cast<std::ptrdiff_t>(samples));
 }
 
-void addRuns(const std::uint32_t* totals, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
-             std::uint32_t* sums, std::size_t samples) {
-    runKernel<addRunsInBlocks>(totals, step, halves, count, sums, samples);
+void addRunSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
+                 std::uint32_t* steps, std::size_t samples) {
+    runKernel<addRunStepsInBlocks>(row, step, halves, count, steps, samples);
 }
 
 }  // namespace dib

@@ -8,9 +8,9 @@
 
 namespace dib {
 
-// Rows are worked on in blocks of this many samples: sums and what they are read from extend to a whole
+// Rows are worked on in blocks of up to this many samples: sums and what they are read from extend to a whole
 // number of blocks beyond the last sample.
-constexpr std::size_t kGaussianBlock = 32;
+constexpr std::size_t kGaussianBlock = 64;
 
 // sums[x] += weights[0] * row[x] + weights[i] * (row[x - i steps] + row[x + i steps]) for i below `count`.
 // Each element of `row` holds samples of two rows, up to 510 each, in its low and its high half; so does each
@@ -18,10 +18,10 @@ constexpr std::size_t kGaussianBlock = 32;
 void addProducts(const std::uint32_t* row, std::ptrdiff_t step, const std::uint32_t* weights,
                  std::ptrdiff_t count, bool smallWeights, std::uint32_t* sums, std::size_t samples);
 
-// sums[x] += the samples from x - h steps to x + h steps for every h of `halves`; `totals[x]` is the sum of
-// all samples of the row before x.
-void addRuns(const std::uint32_t* totals, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
-             std::uint32_t* sums, std::size_t samples);
+// steps[x] += what the sum of all runs grows by from the pixel of x to the next one: the sample h + 1 steps
+// ahead less the sample h steps back, for every h of `halves`, in two's complement. Samples are at most 510.
+void addRunSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
+                 std::uint32_t* steps, std::size_t samples);
 
 }  // namespace dib
 

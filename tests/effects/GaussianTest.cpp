@@ -8,6 +8,7 @@
 
 #include "dib/Kernels.h"
 #include "effects/GaussianKernel.h"
+#include "effects/GaussianRows.h"
 #include "tests/reference/BlurReference.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/TestImages.h"
@@ -46,7 +47,8 @@ TEST(GaussianBlur, LargeRadii) {
     for (const float radius : {21.5F, 48.0F, 70.0F, 90.25F, 255.0F}) {
         for (unsigned flags = 0; flags < 4; ++flags) {
             const int depth = kByteDepths[flags % 3];
-            for (const testing_support::Size size : {testing_support::Size{1, 1}, {5, 3}}) {
+            for (const testing_support::Size size : {testing_support::Size{1, 1}, {5, 3}, {75, 2}}) {
+                if (size.width == 75 && radius > 70) continue;
                 const DibPtr image = randomImage(size.width, size.height, depth, flags);
                 const DibPtr expected(image->Clone());
                 reference::gaussianBlur(*expected, radius, flags);
@@ -113,6 +115,24 @@ TEST(GaussianBlur, TheSpreadIsTheRadiusItself) {
     // exp(-9) and exp(-4) of the middle.
     EXPECT_EQ(sharp.weight(1, 1), 7U);
     EXPECT_EQ(soft.weight(1, 1), 743U);
+}
+
+// More runs than fit one group of 16-bit sums, with the largest differences there are.
+TEST(GaussianRows, StepsOfManyRunsAreExact) {
+    constexpr std::size_t kSamples = 3 * dib::kGaussianBlock;
+    constexpr std::size_t kPadding = dib::kGaussianBlock;
+    std::vector<std::uint16_t> row(kSamples + 2 * kPadding);
+    for (std::size_t i = kPadding + kSamples / 2; i < row.size(); ++i) row[i] = 510;
+    const std::vector<std::uint8_t> halves(200, 3);
+    for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+        dib::limitKernelLevel(level);
+        std::vector<std::uint32_t> steps(kSamples, 7);
+        dib::addRunSteps(row.data() + kPadding, 1, halves.data(), halves.size(), steps.data(), kSamples);
+        for (std::size_t x = 0; x < kSamples; ++x) {
+            const bool crossesTheEdge = x + 4 >= kSamples / 2 && x < kSamples / 2 + 3;
+            EXPECT_EQ(steps[x], crossesTheEdge ? 102007U : 7U) << x;
+        }
+    }
 }
 
 TEST(GaussianKernel, EqualsThePlainTable) {
