@@ -14,8 +14,18 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp)
 
+# The platform's own image formats.
+add_library(dib_image_libraries INTERFACE)
+if(NOT APPLE)
+    find_package(PNG REQUIRED)
+    find_package(JPEG REQUIRED)
+    find_package(TIFF 4.5 REQUIRED)
+    target_link_libraries(dib_image_libraries INTERFACE PNG::PNG JPEG::JPEG TIFF::TIFF)
+endif()
+
 add_library(dibstream_objects OBJECT ${dib_sources})
 dib_library_settings(dibstream_objects)
+target_link_libraries(dibstream_objects PRIVATE $<BUILD_INTERFACE:dib_image_libraries>)
 target_include_directories(dibstream_objects PUBLIC
     ${PROJECT_SOURCE_DIR}/include
     ${PROJECT_SOURCE_DIR}/vexlibs/include
@@ -25,7 +35,7 @@ add_library(dibstream SHARED)
 add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
-target_link_libraries(dibstream PRIVATE dibstream_objects VexLibs)
+target_link_libraries(dibstream PRIVATE dibstream_objects VexLibs $<BUILD_INTERFACE:dib_image_libraries>)
 if(APPLE)
     target_link_libraries(dibstream PRIVATE "-framework CoreFoundation")
 else()
@@ -44,5 +54,5 @@ set_target_properties(dibstream PROPERTIES
 if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
-    target_link_libraries(dibstream_internal PUBLIC dibstream_objects VexLibs_internal ${CMAKE_DL_LIBS})
+    target_link_libraries(dibstream_internal PUBLIC dibstream_objects VexLibs_internal dib_image_libraries ${CMAKE_DL_LIBS})
 endif()

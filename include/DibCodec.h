@@ -127,7 +127,70 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 /// @}
 
 /// @name JPEG, TIFF and PNG
+///
+/// These go through the platform's own decoders and encoders.
+///
+/// All three loaders do the same: what a file is, is seen from its first bytes, never from its name or from the
+/// function, so that `LoadPNG` opens a JPEG file too.
+///
+/// None of these functions stores an error code of its own: the result alone tells. A loader whose `Create` failed
+/// leaves the 2 that `Create` stored. The callback is never called. A null image gives false.
 /// @{
+
+/// Loads a JPEG, TIFF or PNG file into a bottom-up image.
+///
+/// The depth follows the pixels of the file:
+/// - grey: 8 bits with the grey table; palettes: 8 bits with their colours, the other entries of the table as in a
+///   new image;
+/// - colours: 24 bits;
+/// - colours or greys with alpha: 32 bits with straight alpha. So are palettes and single colours that a PNG file
+///   declares transparent.
+///
+/// Samples of fewer than 8 bits are scaled to 8, those of 16 bits reduced to 8. Of floats each, alpha included, becomes
+/// floor(255 v^(1/2.2) + 0.5) within 0 to 255 in an image of 32 bits (alpha 255 where the file has none); NaN and
+/// negative values become 0.
+///
+/// - PNG: every colour type and depth, interlaced or not. Gamma and profiles are not applied. A checksum that is
+///   wrong, and pixels that end early, are failures.
+/// - JPEG: grey, YCbCr and RGB; CMYK and YCCK, also with inverted inks, become colours by (1 - ink)(1 - black). The
+///   orientation that a camera notes is not applied. Damage inside the pixels is passed over as far as the decoder can
+///   find back into the data; pixels that end early are a failure.
+/// - TIFF: the first picture of the file, in every compression that the platform knows. Grey and palette samples of 8 bits,
+///   colours of 8 bits and colours of floats keep their kind when they lie in strips, pixel by pixel and top row
+///   first. Everything else that can be converted (other depths and colour spaces, tiles, planes, flipped pictures)
+///   becomes colours with or without alpha. Alpha that the colours were multiplied with is then divided out.
+/// @return False when the file cannot be opened, is none of the three or cannot be decoded: the image is kept; when
+/// its size cannot exist, memory is short or its pixels are broken or end early: the image is empty.
+DIB_EXPORT bool LoadJPEG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool LoadJPEG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same as `LoadJPEG`.
+DIB_EXPORT bool LoadTIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool LoadTIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same as `LoadJPEG`.
+DIB_EXPORT bool LoadPNG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool LoadPNG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+
+/// Saves a PNG file of 32 bits with straight alpha, other depths converted by `ChangeBpp(32, 0)` (so opaque). The
+/// image is not changed.
+///
+/// The file is written beside the place where it belongs and put there when it is whole: a save that fails leaves an
+/// older file as it was. A link to a file is followed, the rights of the older file are kept.
+/// @return False when there are no pixels, memory is short or the file cannot be written.
+DIB_EXPORT bool SavePNG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool SavePNG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+/// Saves a JPEG file of quality 90 with halved colour resolution (4:2:0), otherwise as `SavePNG`. Alpha is left out:
+/// the colours are written as they are stored. Neither side can be longer than 65500 pixels.
+DIB_EXPORT bool SaveJPEG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool SaveJPEG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
+/// Saves an uncompressed TIFF file of 32 bits with straight alpha, otherwise as `SavePNG`.
+DIB_EXPORT bool SaveTIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+/// The same for a wide path.
+DIB_EXPORT bool SaveTIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 
 /// @name EXR and DDS plug-ins

@@ -9,7 +9,7 @@ import sys
 
 # Which layers the sources of each layer may include besides themselves.
 ALLOWED = {
-    "include": set(),
+    "include": {"vexlibs"},
     "vexlibs": set(),
     "dib": {"include", "vexlibs"},
     "geometry": {"include", "dib"},

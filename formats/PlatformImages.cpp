@@ -1,0 +1,151 @@
+// What becomes of a foreign bitmap and of an image that leaves: choice of depth, pixels, row order, and the order of
+// the platform's steps.
+#include "formats/PlatformImages.h"
+
+#include <algorithm>
+#include <climits>
+#include <new>
+
+#include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+#include "formats/CodecFrame.h"
+#include "formats/PlatformPixels.h"
+#include "formats/Ppm.h"
+
+namespace formats {
+
+namespace {
+
+void copyBytes(const unsigned char* from, unsigned char* to, std::size_t pixels) {
+    std::copy_n(from, pixels, to);
+}
+
+// The kinds of bitmaps that have an image of ours, and what takes a row of one to the other.
+struct Conversion {
+    std::size_t bitsPerPixel;
+    std::size_t bitsPerComponent;
+    int bitCount;
+    void (*convert)(const unsigned char* from, unsigned char* to, std::size_t pixels);
+};
+constexpr Conversion kConversions[] = {
+    {8, 8, 8, copyBytes},
+    {24, 8, 24, swapRedBlue},
+    {32, 8, 32, swapRedBlue32},
+    {128, 32, 32, floatsToBgra},
+};
+
+const Conversion* conversionOf(const BitmapLayout& layout) {
+    for (const Conversion& conversion : kConversions) {
+        if (conversion.bitsPerPixel == layout.bitsPerPixel &&
+            conversion.bitsPerComponent == layout.bitsPerComponent) {
+            return &conversion;
+        }
+    }
+    return nullptr;
+}
+
+bool isReadable(const BitmapLayout& layout) {
+    return layout.width <= INT_MAX && layout.height <= INT_MAX &&
+           layout.bytesPerRow >= layout.width * (layout.bitsPerPixel / 8);
+}
+
+void storeColors(const ColorTriples& colors, DibStream& dib) {
+    DibBGRA* table = dib::colorTable(dib.Header);
+    const std::size_t count = std::min<std::size_t>(colors.count, 256);
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned char* triple = colors.bytes + 3 * i;
+        table[i] = {triple[2], triple[1], triple[0], 0};
+    }
+}
+
+bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, DibStream& dib) {
+    if (!decoder.startPixels()) return false;
+    for (int y = 0; y < dib.Header->biHeight; ++y) {
+        const unsigned char* row = decoder.nextRow();
+        if (row == nullptr) return false;
+        conversion.convert(row, dib.ScanLine(y), static_cast<std::size_t>(dib.Header->biWidth));
+    }
+    return true;
+}
+
+// A 32-bit image with the same picture: the image itself, or a converted copy that `converted` owns.
+DibStream* as32Bit(DibStream* dib, ImagePtr& converted) {
+    if (dib->Header->biBitCount == 32) return dib;
+    // A failing Clone would leave its code in the caller's image; only the result is to tell.
+    const int code = dib->ErrorCode;
+    converted.reset(dib->Clone());
+    dib->ErrorCode = code;
+    return converted != nullptr && converted->ChangeBpp(32, 0) ? converted.get() : nullptr;
+}
+
+}  // namespace
+
+bool loadImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib) {
+    if (dib == nullptr) return false;
+    const std::unique_ptr<BitmapDecoder> decoder = platform.open(path);
+    if (decoder == nullptr) return false;
+    BitmapLayout layout;
+    if (!decoder->readLayout(layout)) return false;
+    const ColorTriples colors = decoder->readColors();
+
+    const Conversion* conversion = conversionOf(layout);
+    if (conversion == nullptr || !isReadable(layout)) return false;
+    if (!dib->Create(static_cast<int>(layout.width), static_cast<int>(layout.height), conversion->bitCount)) {
+        return false;
+    }
+    if (conversion->bitCount == 8) storeColors(colors, *dib);
+    if (copyRows(*decoder, *conversion, *dib)) return true;
+    dib->Clear();
+    return false;
+}
+
+std::unique_ptr<PlatformImage> rawData32ToImage(ImagePlatform& platform, const void* data, int width,
+                                                int height, bool bottomUp) {
+    const dib::ImageSize size = dib::admitSize(width, height, 32);
+    if (!size.admitted || size.imageBytes == 0) return nullptr;
+    dib::MallocPtr<unsigned char> block = dib::allocateImageBlock(size.imageBytes);
+    if (block == nullptr) return nullptr;
+    const auto* from = static_cast<const unsigned char*>(data);
+    for (std::size_t y = 0; y < size.rows; ++y) {
+        const std::size_t source = bottomUp ? size.rows - 1 - y : y;
+        swapRedBlue32(from + source * size.rowBytes, block.get() + y * size.rowBytes,
+                      static_cast<std::size_t>(width));
+    }
+    return platform.makeImage(block.release(), width, height, DibCocoaUtil::rawdata_free);
+}
+
+bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib,
+                   DibCocoaUtil::DibCocoaFileType type) {
+    const int number = type;
+    if (number < 0 || number > DibCocoaUtil::DIB_COCOA_TIFF) return false;
+    if (dib == nullptr || !hasPixels(*dib)) return false;
+    ImagePtr converted;
+    const DibStream* source = as32Bit(dib, converted);
+    if (source == nullptr) return false;
+    const std::int32_t height = source->Header->biHeight;
+    const std::unique_ptr<PlatformImage> image =
+        rawData32ToImage(platform, source->Buffer, source->Header->biWidth,
+                         static_cast<int>(dib::rowCount(height)), height > 0);
+    return image != nullptr && image->encode(type) && image->write(path);
+}
+
+}  // namespace formats
+
+namespace DibCocoaUtil {
+
+bool LoadImageFile(const VexString& path, DibStream* dib) {
+    return formats::loadImageFile(formats::imagePlatform(), path, dib);
+}
+
+bool SaveImageFile(const VexString& path, DibStream* dib, DibCocoaFileType type) {
+    return formats::saveImageFile(formats::imagePlatform(), path, dib, type);
+}
+
+std::unique_ptr<formats::PlatformImage> RawData32ToNSImage(void* data, int width, int height, bool bottomUp) {
+    return formats::rawData32ToImage(formats::imagePlatform(), data, width, height, bottomUp);
+}
+
+void rawdata_free(void*, const void* data, std::size_t) { std::free(const_cast<void*>(data)); }
+
+}  // namespace DibCocoaUtil

@@ -1,0 +1,94 @@
+#include "formats/PlatformPixels.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include "dib/Kernels.h"
+
+namespace formats {
+
+namespace {
+
+// 1 / 2.2 as the nearest single but one, which loaded floats have always been raised to.
+constexpr double kGamma = 0.45454543828964233;
+
+DIB_ALWAYS_INLINE void swapRedBlue32Loop(const unsigned char* __restrict from, unsigned char* __restrict to,
+                                         std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, from + 4 * i, 4);
+        pixel = (pixel & 0xFF00FF00U) | (pixel & 0xFFU) << 16 | (pixel >> 16 & 0xFFU);
+        std::memcpy(to + 4 * i, &pixel, 4);
+    }
+}
+
+// The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats that share their upper 16
+// bits differ by less than 1/128 and hence by less than one byte: one comparison settles which of two it is.
+class LightCurve {
+public:
+    LightCurve() {
+        for (unsigned byte = 1; byte < 256; ++byte) least_[byte] = leastOf(byte);
+        least_[256] = std::numeric_limits<float>::infinity();
+        for (std::uint32_t upper = 0; upper < kUppers; ++upper) {
+            lowest_[upper] = byteOfLight(std::bit_cast<float>(upper << 16));
+        }
+    }
+    unsigned char operator()(float value) const {
+        if (!(value > 0.0F)) return 0;
+        if (value >= 1.0F) return 255;
+        const unsigned low = lowest_[std::bit_cast<std::uint32_t>(value) >> 16];
+        return static_cast<unsigned char>(low + (value >= least_[low + 1] ? 1U : 0U));
+    }
+
+private:
+    static constexpr std::uint32_t kUppers = 0x3F80;  // of the floats from 0 to below 1
+
+    // Positive floats are ordered like their bits.
+    static float leastOf(unsigned byte) {
+        std::uint32_t below = 0;
+        std::uint32_t reaches = std::bit_cast<std::uint32_t>(1.0F);
+        while (reaches - below > 1) {
+            const std::uint32_t middle = below + (reaches - below) / 2;
+            (byteOfLight(std::bit_cast<float>(middle)) >= byte ? reaches : below) = middle;
+        }
+        return std::bit_cast<float>(reaches);
+    }
+
+    std::array<float, 257> least_{};
+    std::array<unsigned char, kUppers> lowest_{};
+};
+
+const LightCurve& lightCurve() {
+    static const LightCurve curve;
+    return curve;
+}
+
+}  // namespace
+
+void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pixels) {
+    dib::runKernel<swapRedBlue32Loop>(from, to, pixels);
+}
+
+unsigned char byteOfLight(float value) {
+    if (!(value > 0.0F)) return 0;
+    const double byte = std::floor(std::pow(static_cast<double>(value), kGamma) * 255.0 + 0.5);
+    return byte >= 255.0 ? 255 : static_cast<unsigned char>(byte);
+}
+
+void floatsToBgra(const unsigned char* from, unsigned char* to, std::size_t pixels) {
+    const LightCurve& curve = lightCurve();
+    for (std::size_t i = 0; i < pixels; ++i) {
+        float sample[4];
+        std::memcpy(sample, from + sizeof sample * i, sizeof sample);
+        to[4 * i] = curve(sample[2]);
+        to[4 * i + 1] = curve(sample[1]);
+        to[4 * i + 2] = curve(sample[0]);
+        to[4 * i + 3] = curve(sample[3]);
+    }
+}
+
+}  // namespace formats

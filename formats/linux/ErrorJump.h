@@ -1,0 +1,27 @@
+// Calls into libpng and libjpeg, which leave by longjmp when they fail.
+#ifndef FORMATS_LINUX_ERROR_JUMP_H
+#define FORMATS_LINUX_ERROR_JUMP_H
+
+#include <csetjmp>
+
+namespace formats {
+
+class ErrorJump {
+public:
+    // False when the calls were left through leave(). A jump runs no destructors, so they must make no object that
+    // has one, neither themselves nor in what they call of ours.
+    template <class Calls>
+    bool run(const Calls& calls) {
+        if (setjmp(target_) != 0) return false;
+        calls();
+        return true;
+    }
+    [[noreturn]] void leave() { std::longjmp(target_, 1); }
+
+private:
+    std::jmp_buf target_;
+};
+
+}  // namespace formats
+
+#endif
