@@ -1,9 +1,16 @@
 // A second image blended into the first with one weight for all of it.
+#include <DibCodec.h>
+#include <VexLibs.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <iterator>
 #include <memory>
+#include <string_view>
 
 #include "dib/Kernels.h"
+#include "dib/Memory.h"
 #include "effects/EffectFrame.h"
 
 namespace {
@@ -52,6 +59,40 @@ bool fitLayer(DibStream& second, const Raster& first, Mode mode, std::unique_ptr
     return dib::admitImage(copy.get(), layer);
 }
 
+using Reader = bool (*)(const char* path, DibStream* image, DibProgressCallback callback, void* user);
+
+bool loadBmp(const char* path, DibStream* image, DibProgressCallback, void*) {
+    return image->LoadFromFile(path, DibStream::DIB_ACCEPT_ALL);
+}
+
+struct FileKind {
+    std::string_view extension;
+    Reader load;
+};
+
+constexpr FileKind kFileKinds[] = {
+    {"bmp", loadBmp}, {"ppm", LoadPPM}, {"pgm", LoadPGM}, {"tga", LoadTGA}, {"iff", LoadIFF},
+};
+
+// File names do not change with the language that the application runs in, so only A to Z have a small form.
+bool sameLetter(char a, char b) {
+    const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return small(a) == small(b);
+}
+
+// The reader of files with this extension, or null.
+Reader readerOf(const char* path) {
+    const dib::MallocPtr<char> text = dib::allocateArray<char>(std::strlen(path) + 1);
+    if (text == nullptr) return nullptr;
+    GetFileExtension(text.get(), path);
+    const std::string_view extension = text.get();
+    const auto* kind = std::find_if(std::begin(kFileKinds), std::end(kFileKinds), [&](const FileKind& row) {
+        return std::equal(row.extension.begin(), row.extension.end(), extension.begin(), extension.end(),
+                          sameLetter);
+    });
+    return kind != std::end(kFileKinds) ? kind->load : nullptr;
+}
+
 }  // namespace
 
 bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* second, float opacity,
@@ -72,4 +113,22 @@ bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* s
                                  layer.pixelBytes(), weight);
     }
     return true;
+}
+
+bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image, const char* path,
+                      float opacity, unsigned int mode) {
+    if (path == nullptr) return false;
+    const Reader load = readerOf(path);
+    if (load == nullptr) return false;
+    DibStream second;
+    if (!load(path, &second, nullptr, nullptr)) return false;
+    if (second.Header == nullptr || second.Buffer == nullptr) return false;
+    return DibEffectCompose(callback, user, image, &second, opacity, mode);
+}
+
+bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image, DEComposeInfo* info) {
+    if (info->path != nullptr) {
+        return DibEffectCompose(callback, user, image, info->path, info->opacity, info->mode);
+    }
+    return DibEffectCompose(callback, user, image, info->image, info->opacity, info->mode);
 }

@@ -413,6 +413,15 @@ DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibSt
 ///         that does not exist, and when memory for converting or stretching it is short.
 DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image,
                                  DibStream* second, float opacity, unsigned int mode);
+/// The same with the picture of a file: .bmp of any depth, .ppm, .pgm, .tga or .iff, in capitals or not.
+/// @param path UTF-8. Its extension alone tells the format.
+/// @return False, with the first image as it was, also when the path is null, the extension is another (the file
+///         is then not opened), and when the file cannot be loaded or holds no image.
+DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image, const char* path,
+                                 float opacity, unsigned int mode);
+/// The same with the parameters in a record.
+DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image,
+                                 DEComposeInfo* info);
 /// @}
 
 /// @name Tone curves

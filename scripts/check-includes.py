@@ -19,9 +19,10 @@ ALLOWED = {
     # The tool is an application: it uses what is installed, VexLibs.h among it.
     "tools": {"include", "vexlibs"},
 }
-# Effects work on images in memory; compose alone loads its second image, through the public codec header.
+# Effects work on images in memory; compose alone loads its second image, through the public codec header, and
+# takes the extension of its path.
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
-CODEC_USERS = {("effects", "Compose", "DibCodec.h")}
+FILE_USERS = {("effects", "Compose", "DibCodec.h"), ("effects", "Compose", "VexLibs.h")}
 # Public headers and the layers below the codecs rest on the standard library and the processor alone.
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects"}
 # <stdio.h> is how the header for C programs names it.
@@ -56,10 +57,12 @@ def judge(root, layer, source, quote, name):
         if layer in STANDARD_ONLY and not STANDARD_HEADER.fullmatch(name):
             return f"{layer}/ may include the standard library only, not <{name}>"
         return None
+    base = pathlib.PurePath(name).name
+    if (layer, source.stem, base) in FILE_USERS:
+        return None
     if target != layer and target not in ALLOWED[layer]:
         return f"{layer}/ may not include {name} of {target}/"
-    base = pathlib.PurePath(name).name
-    if base in CODEC_HEADERS and layer == "effects" and (layer, source.stem, base) not in CODEC_USERS:
+    if base in CODEC_HEADERS and layer == "effects":
         return f"only compose may include {base} in {layer}/"
     return None
 
