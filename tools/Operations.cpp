@@ -4,6 +4,7 @@ namespace tool {
 
 // One line for each file in ops/, here and in operations().
 std::span<const Operation> blurOps();
+std::span<const Operation> composeOps();
 std::span<const Operation> depthOps();
 std::span<const Operation> distortionOps();
 std::span<const Operation> noiseOps();
@@ -23,6 +24,7 @@ std::span<const Operation> operations() {
                  rankOps(),
                  toneOps(),
                  edgeOps(),
+                 composeOps(),
                  geometryOps(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());

@@ -1,0 +1,30 @@
+#include <DibEffect.h>
+
+#include "tools/Operations.h"
+
+namespace tool {
+
+namespace {
+
+constexpr Choice kModes[] = {{"stretch", 0, "brought to the size of the first"},
+                             {"tile", 1, "repeated from the upper left corner"}};
+
+constexpr Parameter kCompose[] = {
+    path("file", "the second picture"), fraction("opacity", "share of the second picture", "0.5"),
+    choice("mode", "how the second picture covers the first", kModes, "stretch")};
+
+bool runCompose(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return DibEffectCompose(callback, user, &image, arguments.path("file"), arguments.number("opacity"),
+                            arguments.word("mode"));
+}
+
+constexpr Operation kOperations[] = {
+    {"compose", "Blends a second picture in. It is a BMP, PPM, PGM, TGA or IFF file, told by its extension.",
+     "compose:other.bmp,0.5", kCompose, runCompose},
+};
+
+}  // namespace
+
+std::span<const Operation> composeOps() { return kOperations; }
+
+}  // namespace tool
