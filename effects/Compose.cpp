@@ -71,7 +71,8 @@ struct FileKind {
 };
 
 constexpr FileKind kFileKinds[] = {
-    {"bmp", loadBmp}, {"ppm", LoadPPM}, {"pgm", LoadPGM}, {"tga", LoadTGA}, {"iff", LoadIFF},
+    {"bmp", loadBmp}, {"ppm", LoadPPM},  {"pgm", LoadPGM}, {"tga", LoadTGA},
+    {"png", LoadPNG}, {"jpg", LoadJPEG}, {"iff", LoadIFF},
 };
 
 // File names do not change with the language that the application runs in, so only A to Z have a small form.

@@ -413,8 +413,9 @@ DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibSt
 ///         that does not exist, and when memory for converting or stretching it is short.
 DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image,
                                  DibStream* second, float opacity, unsigned int mode);
-/// The same with the picture of a file: .bmp of any depth, .ppm, .pgm, .tga or .iff, in capitals or not.
-/// @param path UTF-8. Its extension alone tells the format.
+/// The same with the picture of a file: .bmp of any depth, .ppm, .pgm, .tga, .png, .jpg (not .jpeg) or
+/// .iff, in capitals or not.
+/// @param path UTF-8. Its extension alone chooses the reader.
 /// @return False, with the first image as it was, also when the path is null, the extension is another (the file
 ///         is then not opened), and when the file cannot be loaded or holds no image.
 DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image, const char* path,

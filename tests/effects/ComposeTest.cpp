@@ -459,6 +459,16 @@ TEST_F(ComposeFile, EachExtensionHasItsReader) {
     ASSERT_TRUE(SaveTGA(at("a.tga").c_str(), picture.get(), nullptr, nullptr));
     EXPECT_EQ(over(at("a.tga")), 0x314A63U);
 
+    ASSERT_TRUE(SavePNG(at("a.png").c_str(), picture.get(), nullptr, nullptr));
+    EXPECT_EQ(over(at("a.png")), 0x314A63U);
+
+    // One grey survives the compression as it is.
+    const DibPtr grey = plainImage(8, 8, 24, 0x808080);
+    ASSERT_TRUE(SaveJPEG(at("a.jpg").c_str(), grey.get(), nullptr, nullptr));
+    EXPECT_EQ(over(at("a.jpg")), 0x7F7F7FU);
+    std::filesystem::copy_file(at("a.jpg"), at("a.jpeg"));
+    EXPECT_EQ(over(at("a.jpeg")), kRefused);
+
     ASSERT_TRUE(SaveIFF(at("a.iff").c_str(), picture.get(), nullptr, nullptr));
     EXPECT_EQ(over(at("a.iff")), 0x314A63U);
 }
@@ -499,7 +509,8 @@ TEST_F(ComposeFile, FailedLoads) {
     for (const unsigned int mode : {0U, 1U, 2U}) {
         EXPECT_EQ(over(at("absent.bmp"), 1, mode), kRefused);
         EXPECT_EQ(over(at("absent.xyz"), 1, mode), kRefused);
-        for (const char* name : {"empty.bmp", "empty.ppm", "empty.pgm", "empty.tga", "empty.iff"}) {
+        for (const char* name :
+             {"empty.bmp", "empty.ppm", "empty.pgm", "empty.tga", "empty.png", "empty.jpg", "empty.iff"}) {
             write(name, "");
             EXPECT_EQ(over(at(name), 1, mode), kRefused) << name;
         }

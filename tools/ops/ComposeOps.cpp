@@ -19,7 +19,7 @@ bool runCompose(DibStream& image, const Arguments& arguments, DibProgressCallbac
 }
 
 constexpr Operation kOperations[] = {
-    {"compose", "Blends a second picture in. It is a BMP, PPM, PGM, TGA or IFF file, told by its extension.",
+    {"compose", "Blends a second picture in. Its extension must be bmp, ppm, pgm, tga, png, jpg or iff.",
      "compose:other.bmp,0.5", kCompose, runCompose},
 };
 
