@@ -129,7 +129,7 @@ protected:
     }
     // Blocks alive but for what was recorded, which is forgotten.
     static long aliveBlocks() {
-        steps = {};
+        Steps().swap(steps);  // assigning {} would keep the capacity
         return testing_support::liveAllocations();
     }
     std::string openedPath() const { return steps.empty() ? "" : steps.front().substr(5); }
