@@ -131,13 +131,29 @@ TEST(BmpSave, AnnouncedImageSize) {
     EXPECT_EQ(dib::readLe32(file.data() + 34), 4U);
     header.biSizeImage = 0;
     EXPECT_EQ(save(dib).size(), 58U);
-    header.biHeight = 0;
-    EXPECT_EQ(save(dib).size(), 54U);
-    // Rows without columns are not walked over one by one.
-    header.biWidth = 0;
-    for (const int height : {INT_MAX, -INT_MAX}) {
-        header.biHeight = height;
-        EXPECT_EQ(save(dib).size(), 54U);
+}
+
+TEST(BmpSave, ImagesWithoutPixels) {
+    unsigned char pixels[4] = {};
+    BITMAPINFOHEADER header;
+    DibStream dib;
+    ASSERT_TRUE(dib.SetBitmapInfo(header, 7, 0, 24));
+    dib.SetDib(&header, 0, pixels, 0);
+    const Bytes noRows = save(dib);
+    EXPECT_EQ(noRows.size(), 54U);
+    DibStream loaded;
+    ASSERT_TRUE(load(loaded, noRows));
+    EXPECT_EQ(loaded.Header->biWidth, 7);
+    EXPECT_EQ(loaded.Header->biHeight, 0);
+    EXPECT_EQ(loaded.GetImageSize(), 0);
+    EXPECT_NE(loaded.Buffer, nullptr);
+
+    // Rows without columns are not walked over one by one. As `Create` refuses them, so does reading them back.
+    for (const int height : {1, -1, INT_MAX, -INT_MAX}) {
+        ASSERT_TRUE(dib.SetBitmapInfo(header, 0, height, 24));
+        const Bytes file = save(dib);
+        EXPECT_EQ(file.size(), 54U);
+        EXPECT_EQ(failureOf(file), DIB_ERROR_MEMORY);
     }
 }
 

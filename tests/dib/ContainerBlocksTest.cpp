@@ -90,7 +90,10 @@ TEST(ContainerBlocks, CloneOfHalfEmptyObjects) {
     dib.SetBuffer(pixels, 0);
     clone.reset(dib.Clone());
     ASSERT_NE(clone, nullptr);
-    EXPECT_EQ(clone->Header, nullptr);
+    expectEmpty(*clone);
+    EXPECT_EQ(clone->ErrorCode, 0);
+    EXPECT_EQ(dib.ErrorCode, 0);
+    EXPECT_EQ(dib.Buffer, pixels);
 }
 
 TEST(ContainerBlocks, CloneAndCopyTakeTheAnnouncedTableAndPixels) {
@@ -159,7 +162,10 @@ TEST(ContainerBlocks, CopyFailsWithoutACode) {
     EXPECT_EQ(dib.Header, nullptr);
     EXPECT_EQ(dib.Buffer, nullptr);
     EXPECT_EQ(dib.HeaderOwner, 0U);
+    EXPECT_EQ(dib.BufferOwner, 6U) << "beside a null block, which is never freed";
     EXPECT_EQ(dib.ErrorCode, 0);
+    dib.Clear();
+    EXPECT_EQ(dib.BufferOwner, 0U);
     dib.SetDib(block.header(), 0, pixels, 0);
     EXPECT_EQ(dib.Clone(), nullptr);
     EXPECT_EQ(dib.ErrorCode, DIB_ERROR_MEMORY);
@@ -197,18 +203,46 @@ TEST(ContainerBlocks, SetMonoPaletteGrowsShortTables) {
         return header;
     };
     DibStream* dib = nullptr;
+    BITMAPINFOHEADER* block = nullptr;
     const int failures = testing_support::forEachFailingAllocation(
         [&] {
             dib = new DibStream;
-            dib->SetDib(makeShort(), 6, std::calloc(1, 4), 6);
+            block = makeShort();
+            dib->SetDib(block, 6, std::calloc(1, 4), 6);
         },
         [&] { dib->SetMonoPalette(); },
         [&](bool failureMet) {
             expectGrey(*dib, failureMet ? 1 : 256, 1);
             EXPECT_EQ(dib->Header->biClrUsed, 1U);
+            if (failureMet) {
+                EXPECT_EQ(dib->Header, block);
+            }
             dib->Release();
         });
     EXPECT_EQ(failures, 1);
+}
+
+TEST(ContainerBlocks, SetMonoPaletteLeavesShortBorrowedBlocksAlone) {
+    HeaderBlock block(1, 1, 4);
+    block.header()->biClrUsed = 3;
+    std::memset(block.bytes + 40, 9, 1024);
+    unsigned char pixels[4] = {};
+    DibStream dib;
+    dib.SetDib(block.header(), 0, pixels, 0);
+    dib.SetMonoPalette();
+    EXPECT_NE(dib.Header, block.header());
+    EXPECT_EQ(dib.HeaderOwner, 6U);
+    EXPECT_EQ(dib.Header->biClrUsed, 3U);
+    expectGrey(dib, 16, 17);
+    for (int i = 40; i < 40 + 1024; ++i) ASSERT_EQ(block.bytes[i], 9);
+
+    // A table that is announced whole is written where it is.
+    block.header()->biClrUsed = 0;
+    dib.SetDib(block.header(), 0, pixels, 0);
+    dib.SetMonoPalette();
+    EXPECT_EQ(dib.Header, block.header());
+    expectGrey(dib, 16, 17);
+    EXPECT_EQ(block.bytes[40 + 64], 9);
 }
 
 TEST(ContainerBlocks, CreateAlphaDibTakesTheAlphaBytes) {
@@ -283,6 +317,19 @@ TEST(ContainerBlocks, SetAlphaPlaneRefusesOtherImages) {
     }
     alpha->BufferFree();
     EXPECT_FALSE(image->SetAlphaPlane(alpha.get()));
+    // Sizes that no pixel block can have; the blocks here are far too small for them.
+    unsigned char few[4] = {7, 7, 7, 7};
+    for (const auto& [width, height] : {std::pair{30000, 30000}, {-1, 1}, {1, INT32_MIN}, {INT32_MAX, 1}}) {
+        HeaderBlock huge(width, height, 32);
+        HeaderBlock hugeGrey(width, height, 8);
+        DibStream colors;
+        DibStream greys;
+        colors.SetDib(huge.header(), 0, few, 0);
+        greys.SetDib(hugeGrey.header(), 0, few, 0);
+        EXPECT_FALSE(colors.SetAlphaPlane(&greys));
+        EXPECT_EQ(colors.ErrorCode, 0);
+        EXPECT_EQ(few[3], 7);
+    }
     // No rows, nothing to do.
     unsigned char pixels[4] = {};
     HeaderBlock none(5, 0, 32);
@@ -307,6 +354,7 @@ TEST(ContainerBlocks, CopiesSurviveEveryFailingAllocation) {
               3);
     DibStream* copy = nullptr;
     bool copied = false;
+    std::vector<std::uint32_t> wordsOfPixels;
     EXPECT_EQ(testing_support::forEachFailingAllocation(
                   [&] {
                       copy = new DibStream;
@@ -319,9 +367,12 @@ TEST(ContainerBlocks, CopiesSurviveEveryFailingAllocation) {
                       EXPECT_EQ(copy->Header == nullptr, failureMet);
                       EXPECT_EQ(copy->Buffer == nullptr, failureMet);
                       EXPECT_EQ(copy->HeaderOwner, failureMet ? 0U : 6U);
+                      wordsOfPixels.push_back(copy->BufferOwner);
                       copy->Release();
                   }),
               2);
+    // A plain run, the header failing, the pixels failing, and the run that meets no failure.
+    EXPECT_EQ(wordsOfPixels, (std::vector<std::uint32_t>{6, 0, 6, 6}));
     const DibPtr colors = testing_support::randomImage(5, 3, 32, 1);
     DibStream* alpha = nullptr;
     EXPECT_EQ(testing_support::forEachFailingAllocation([] {}, [&] { alpha = colors->CreateAlphaDib(); },

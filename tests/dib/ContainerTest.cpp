@@ -181,6 +181,21 @@ TEST(Container, CreateHeaderAndCreateBufferLeaveTheObjectAlone) {
     std::free(buffer);
 }
 
+TEST(Container, FourBitTablesAreLeftToTheirMaker) {
+    const testing_support::FillNewBlocks fill(0x5C);
+    DibStream dib;
+    for (const int bits : testing_support::kDepths) {
+        ASSERT_TRUE(dib.Create(3, 2, bits));
+        if (bits == 1) expectGrey(dib, 2, 255);
+        if (bits == 8) expectGrey(dib, 256, 1);
+        if (bits == 4) {
+            const auto* table = reinterpret_cast<const unsigned char*>(dib.Header) + 40;
+            for (int i = 0; i < 64; ++i) EXPECT_EQ(table[i], 0x5C) << i;
+        }
+        for (int i = 0; i < dib.GetImageSize(); ++i) EXPECT_EQ(dib.Buffer[i], 0x5C) << i;
+    }
+}
+
 TEST(Container, FreeingClearsPointersAndWords) {
     DibStream dib;
     ASSERT_TRUE(dib.Create(2, 2, 24));
@@ -299,6 +314,13 @@ TEST(Container, PluginFolderInUtf8AndWide) {
     DibStream::SetDllFilePath(L"/\x3042");
     DibStream::GetDllFilePath(narrow);
     EXPECT_STREQ(narrow, "/\xE3\x81\x82");
+
+    for (const wchar_t* path : {L"/\xD800", L"/ok/\x110000", L"\xDC7F"}) {
+        DibStream::SetDllFilePath(path);
+        DibStream::GetDllFilePath(narrow);
+        EXPECT_STREQ(narrow, "") << "numbers without UTF-8 form";
+        EXPECT_STREQ(DibStream::GetDllFilePath(wide), path);
+    }
 
     const std::string longest(1023, 'x');
     DibStream::SetDllFilePath(longest.c_str());

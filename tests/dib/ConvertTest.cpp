@@ -4,24 +4,20 @@
 #include <cstring>
 #include <tuple>
 
-#include "dib/ChangeDepth.h"
-#include "dib/ColorTable.h"
 #include "dib/Kernels.h"
+#include "dib/Memory.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/TestImages.h"
 
 namespace {
 
-using testing_support::blankImage;
 using testing_support::DibPtr;
 using testing_support::kDepths;
 using testing_support::kSizes;
 using testing_support::pixelBytes;
-using testing_support::pixelValue;
 using testing_support::randomImage;
 using testing_support::sameImage;
-using testing_support::setPixelValue;
 
 constexpr unsigned int kAllFlags[] = {0, 1, 2, 3, 0x10000, 0x10001, 0x100002, 0xFFFF0002};
 
@@ -140,24 +136,6 @@ TEST(Convert, PackedFormsMatchTheReferenceAndLeaveTheImageAlone) {
     }
 }
 
-// Literal values.
-
-DibPtr oneColor(int width, int height, std::uint32_t color) {
-    DibPtr image = blankImage(width, height, 24);
-    for (int y = 0; y < std::abs(height); ++y) {
-        for (int x = 0; x < width; ++x) setPixelValue(*image, x, y, color);
-    }
-    return image;
-}
-
-DibBGRA entry(const DibStream& image, int index) { return dib::colorTable(image.Header)[index]; }
-
-std::uint32_t entryValue(const DibStream& image, int index) {
-    const DibBGRA e = entry(image, index);
-    return std::uint32_t{e.blue} | std::uint32_t{e.green} << 8 | std::uint32_t{e.red} << 16 |
-           std::uint32_t{e.alpha} << 24;
-}
-
 TEST(Convert, UnknownDepthsChangeNothing) {
     const DibPtr image = randomImage(3, 2, 24, 1);
     const DibPtr before(image->Clone());
@@ -238,198 +216,47 @@ TEST(Convert, NoRowsLeaveAnEmptyImageLikeCreate) {
     }
 }
 
-TEST(Convert, NoRowsStayNoRowsAt32Bits) {
+// Rows of width 0 are no pixels either, however many of them a header announces.
+TEST(Convert, NoColumnsLeaveAnEmptyImageLikeCreate) {
     const DibPtr tiny = randomImage(8, 8, 24, 1);
-    BITMAPINFOHEADER header = *tiny->Header;
-    header.biHeight = 0;
-    header.biSizeImage = 0;
-    DibStream image;
-    image.SetDib(&header, 0, tiny->Buffer, 0);
-    EXPECT_TRUE(image.ChangeTo32Bit(0));
-    EXPECT_EQ(image.Header->biBitCount, 32);
-    EXPECT_EQ(image.GetImageSize(), 0);
-    EXPECT_EQ(image.ErrorCode, 0);
-}
-
-TEST(Convert, SixteenBitWhiteBecomes248) {
-    const DibPtr image = blankImage(1, 1, 16);
-    setPixelValue(*image, 0, 0, 0x7FFF);
-    ASSERT_TRUE(image->ChangeTo24Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0xF8F8F8U);
-}
-
-TEST(Convert, SixteenBitChannelsLieBlueLowest) {
-    const DibPtr image = blankImage(3, 1, 16);
-    setPixelValue(*image, 0, 0, 0x001F);
-    setPixelValue(*image, 1, 0, 0x03E0);
-    setPixelValue(*image, 2, 0, 0xFC00);  // bit 15 is ignored
-    ASSERT_TRUE(image->ChangeTo32Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0xFF0000F8U);
-    EXPECT_EQ(pixelValue(*image, 1, 0), 0xFF00F800U);
-    EXPECT_EQ(pixelValue(*image, 2, 0), 0xFFF80000U);
-}
-
-TEST(Convert, AlphaIsKeptFrom32BitsAndOpaqueFromOthers) {
-    const DibPtr image = blankImage(1, 1, 32);
-    setPixelValue(*image, 0, 0, 0x12345678);
-    ASSERT_TRUE(image->ChangeTo32Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0x12345678U);
-    ASSERT_TRUE(image->ChangeTo24Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0x345678U);
-    ASSERT_TRUE(image->ChangeTo32Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0xFF345678U);
-}
-
-TEST(Convert, GreyWeighsTheChannels) {
-    const DibPtr image = blankImage(4, 1, 24);
-    setPixelValue(*image, 0, 0, 0x0000FF);
-    setPixelValue(*image, 1, 0, 0x00FF00);
-    setPixelValue(*image, 2, 0, 0xFF0000);
-    setPixelValue(*image, 3, 0, 0xFFFFFF);
-    ASSERT_TRUE(image->ChangeTo8Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 36U);
-    EXPECT_EQ(pixelValue(*image, 1, 0), 145U);
-    EXPECT_EQ(pixelValue(*image, 2, 0), 72U);
-    EXPECT_EQ(pixelValue(*image, 3, 0), 255U);
-    EXPECT_EQ(entryValue(*image, 77), 0x004D4D4DU);
-}
-
-TEST(Convert, SignOfTheHeightIsKept) {
-    for (const int height : {3, -3}) {
-        for (const int depth : kDepths) {
-            const DibPtr image = randomImage(5, height, 24, 1);
-            ASSERT_TRUE(image->ChangeBpp(depth, 0));
-            EXPECT_EQ(image->Header->biHeight, height);
-            EXPECT_EQ(image->Header->biWidth, 5);
-            EXPECT_EQ(image->Header->biBitCount, depth);
+    for (const int height : {3, -3, INT32_MAX, -INT32_MAX}) {
+        for (const int from : kDepths) {
+            for (const int to : {1, 4, 8, 16, 24}) {
+                for (const unsigned int flags : {0U, 1U, 2U}) {
+                    std::vector<unsigned char> block(40 + 4 * 256);
+                    std::memcpy(block.data(), tiny->Header, 40);
+                    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
+                    header->biWidth = 0;
+                    header->biHeight = height;
+                    header->biBitCount = static_cast<std::uint16_t>(from);
+                    header->biSizeImage = 0;
+                    DibStream image;
+                    image.SetDib(header, 0, tiny->Buffer, 0);
+                    EXPECT_FALSE(image.ChangeBpp(to, flags));
+                    EXPECT_EQ(image.ErrorCode, 2);
+                    EXPECT_EQ(image.Header, nullptr);
+                    EXPECT_EQ(image.Buffer, nullptr);
+                }
+            }
         }
     }
 }
 
-TEST(Convert, SameDepthIsRebuiltAllTheSame) {
-    const DibPtr image = randomImage(5, 3, 24, 1);
-    image->Header->biXPelsPerMeter = 2835;
-    const auto* oldBuffer = image->Buffer;
-    const DibPtr before(image->Clone());
-    ASSERT_TRUE(image->ChangeBpp(24, 0));
-    EXPECT_NE(image->Buffer, oldBuffer);
-    EXPECT_EQ(image->Header->biXPelsPerMeter, 0);
-    EXPECT_EQ(pixelValue(*image, 4, 2), pixelValue(*before, 4, 2));
-}
-
-TEST(Convert, FourBitGreyPutsTheLastOddPixelInTheHighNibble) {
-    const DibPtr image = blankImage(3, 1, 24);
-    setPixelValue(*image, 0, 0, 0x101010);
-    setPixelValue(*image, 1, 0, 0x2F2F2F);
-    setPixelValue(*image, 2, 0, 0xFFFFFF);
-    ASSERT_TRUE(image->ChangeTo4Bit(1));
-    EXPECT_EQ(image->Buffer[0], 0x12);
-    EXPECT_EQ(image->Buffer[1], 0xF0);
-    EXPECT_EQ(entryValue(*image, 1), 0x00111111U);
-    EXPECT_EQ(entryValue(*image, 15), 0x00FFFFFFU);
-}
-
-TEST(Convert, OrderedDitherHasACubeAndAGreyTail) {
-    const DibPtr image = oneColor(8, -8, 0x808080);
-    ASSERT_TRUE(image->ChangeTo8Bit(1));
-    EXPECT_EQ(entryValue(*image, 0), 0U);
-    EXPECT_EQ(entryValue(*image, 1), 0x00330000U);  // red is the fastest
-    EXPECT_EQ(entryValue(*image, 6), 0x00003300U);
-    EXPECT_EQ(entryValue(*image, 36), 0x00000033U);
-    EXPECT_EQ(entryValue(*image, 215), 0x00FFFFFFU);
-    EXPECT_EQ(entryValue(*image, 216), 0x00D8D8D8U);
-    EXPECT_EQ(entryValue(*image, 255), 0x00FFFFFFU);
-    // 128 = 2 x 51 + 26: level 3 where the threshold is below 26, level 2 elsewhere. Indices 43 x level.
-    EXPECT_EQ(pixelValue(*image, 0, 0), 129U);  // threshold 0
-    EXPECT_EQ(pixelValue(*image, 0, 1), 86U);   // 38
-    EXPECT_EQ(pixelValue(*image, 1, 0), 129U);  // 25
-    EXPECT_EQ(pixelValue(*image, 5, 6), 86U);   // 35
-    EXPECT_EQ(pixelValue(*image, 5, 2), 86U);   // 36
-    EXPECT_EQ(pixelValue(*image, 2, 0), 129U);  // 6
-    EXPECT_EQ(pixelValue(*image, 1, 4), 86U);   // 27
-    int raised = 0;
-    for (int y = 0; y < 8; ++y) {
-        for (int x = 0; x < 8; ++x) raised += pixelValue(*image, x, y) == 129 ? 1 : 0;
-    }
-    EXPECT_EQ(raised, 33);
-}
-
-TEST(Convert, DitherRowsCountFromTheStartOfTheBuffer) {
-    const DibPtr image = oneColor(1, 2, 0x808080);  // bottom-up: buffer row 1 is picture row 0
-    ASSERT_TRUE(image->ChangeTo8Bit(1));
-    EXPECT_EQ(pixelValue(*image, 0, 1), 129U);
-    EXPECT_EQ(pixelValue(*image, 0, 0), 86U);
-}
-
-TEST(Convert, SixteenBitRemainderIsCarriedAcrossRows) {
-    const DibPtr image = oneColor(1, -4, 0x070503);
-    ASSERT_TRUE(image->ChangeTo16Bit(1));
-    // Sums: blue 3, 6, 9, 4; green 5, 10, 7, 12; red 7, 14, 13, 12. Each of 8 and above gives a field of 1.
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0x0000U);
-    EXPECT_EQ(pixelValue(*image, 0, 1), 0x0420U);
-    EXPECT_EQ(pixelValue(*image, 0, 2), 0x0401U);
-    EXPECT_EQ(pixelValue(*image, 0, 3), 0x0420U);
-}
-
-TEST(Convert, SixteenBitRemainderStopsAt255) {
-    const DibPtr image = blankImage(3, 1, 24);
-    setPixelValue(*image, 0, 0, 0x0000FF);
-    setPixelValue(*image, 1, 0, 0x0000FF);
-    setPixelValue(*image, 2, 0, 0x000001);
-    ASSERT_TRUE(image->ChangeTo16Bit(1));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 31U);
-    EXPECT_EQ(pixelValue(*image, 1, 0), 31U);
-    EXPECT_EQ(pixelValue(*image, 2, 0), 1U);  // 1 + 7
-}
-
-TEST(Convert, SixteenBitTruncatesOtherwise) {
-    for (const unsigned int flags : {0U, 2U, 0x10000U}) {
-        const DibPtr image = oneColor(1, 1, 0xFF8807);
-        ASSERT_TRUE(image->ChangeTo16Bit(flags));
-        EXPECT_EQ(pixelValue(*image, 0, 0), 0x7E20U);
-    }
-}
-
-int whitePixels(DibStream& image) {
-    int white = 0;
-    for (int y = 0; y < std::abs(image.Header->biHeight); ++y) {
-        for (int x = 0; x < image.Header->biWidth; ++x) white += static_cast<int>(pixelValue(image, x, y));
-    }
-    return white;
-}
-
-TEST(Convert, ErrorDiffusionOfUniformGreys) {
-    const DibPtr black = oneColor(50, 40, 0);
-    ASSERT_TRUE(black->ChangeTo1Bit(0));
-    EXPECT_EQ(whitePixels(*black), 0);
-    EXPECT_EQ(entryValue(*black, 0), 0U);
-    EXPECT_EQ(entryValue(*black, 1), 0x00FFFFFFU);
-
-    const DibPtr white = oneColor(50, 40, 0xFFFFFF);
-    ASSERT_TRUE(white->ChangeTo1Bit(0));
-    EXPECT_EQ(whitePixels(*white), 2000);
-
-    const DibPtr grey = oneColor(50, 40, 0x808080);
-    ASSERT_TRUE(grey->ChangeTo1Bit(0));
-    EXPECT_NEAR(whitePixels(*grey), 1000, 50);
-}
-
-TEST(Convert, ErrorDiffusionByHand) {
-    // 100: black, error 100, 800 to the right: 100 + 800 / 42 = 119 black, then 100 + (8 x 119 + 4 x 100) /
-    // 42 = 132 white.
-    const DibPtr image = oneColor(3, 1, 0x646464);
-    ASSERT_TRUE(image->ChangeTo1Bit(0));
-    EXPECT_EQ(image->Buffer[0], 0x20);
-}
-
-TEST(Convert, FillBytesAreZero) {
-    for (const int depth : {1, 4, 8, 16, 24}) {
-        for (const unsigned int flags : {0U, 2U}) {
-            const DibPtr image = oneColor(1, 2, 0xFFFFFF);
-            ASSERT_TRUE(image->ChangeBpp(depth, flags));
-            EXPECT_EQ(image->Buffer[3], 0);
-            EXPECT_EQ(image->Buffer[7], 0);
-        }
+TEST(Convert, NoPixelsStayNoPixelsAt32Bits) {
+    const DibPtr tiny = randomImage(8, 8, 24, 1);
+    for (const auto& [width, height] : {std::pair{8, 0}, {0, 3}, {0, -INT32_MAX}, {0, 0}}) {
+        BITMAPINFOHEADER header = *tiny->Header;
+        header.biWidth = width;
+        header.biHeight = height;
+        header.biSizeImage = 0;
+        DibStream image;
+        image.SetDib(&header, 0, tiny->Buffer, 0);
+        EXPECT_TRUE(image.ChangeTo32Bit(0));
+        EXPECT_EQ(image.Header->biBitCount, 32);
+        EXPECT_EQ(image.Header->biWidth, width);
+        EXPECT_EQ(image.Header->biHeight, height);
+        EXPECT_EQ(image.GetImageSize(), 0);
+        EXPECT_EQ(image.ErrorCode, 0);
     }
 }
 
@@ -487,6 +314,49 @@ INSTANTIATE_TEST_SUITE_P(EveryOperation, ConvertFailure,
                                            FailureCase{24, 8, 1, 1, 1}, FailureCase{24, 4, 0, 1, 1},
                                            FailureCase{24, 1, 0, 2, 1}, FailureCase{1, 8, 2, 10, 2},
                                            FailureCase{1, 4, 2, 10, 2}));
+
+// The same from blocks that belong to someone else: after a failure they are still there, or the object is empty, and
+// they are never freed or written.
+class BorrowedConvertFailure : public ::testing::TestWithParam<FailureCase> {};
+
+TEST_P(BorrowedConvertFailure, LeavesThePromisedState) {
+    const FailureCase& param = GetParam();
+    const DibPtr owner = randomImage(13, -5, param.from, 3);
+    const DibPtr before(owner->Clone());
+    DibStream* image = nullptr;
+    bool result = false;
+    int unchanged = 0;
+    int emptied = 0;
+    testing_support::forEachFailingAllocation(
+        [&] {
+            image = new DibStream;
+            image->SetDib(owner->Header, 0, owner->Buffer, 0);
+        },
+        [&] { result = image->ChangeBpp(param.to, param.flags); },
+        [&](bool failureMet) {
+            EXPECT_EQ(result, !failureMet);
+            EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
+            EXPECT_EQ(image->HeaderOwner, failureMet ? 0U : 6U);
+            EXPECT_EQ(image->BufferOwner, failureMet ? 0U : 6U);
+            if (failureMet && image->Header == nullptr) {
+                EXPECT_EQ(image->Buffer, nullptr);
+                ++emptied;
+            } else if (failureMet) {
+                EXPECT_EQ(image->Header, owner->Header);
+                EXPECT_EQ(image->Buffer, owner->Buffer);
+                ++unchanged;
+            }
+            image->Release();
+        });
+    EXPECT_TRUE(sameImage(*before, *owner));
+    EXPECT_EQ(unchanged, param.unchanged);
+    EXPECT_EQ(emptied, param.emptied);
+}
+
+// The 65 pixels have as many colours, so the quantizer makes 65 boxes in a tree of 129 nodes, beside the packed pixels,
+// its four working blocks and the two tables of the indices.
+INSTANTIATE_TEST_SUITE_P(Sources, BorrowedConvertFailure,
+                         ::testing::Values(FailureCase{24, 8, 2, 136, 2}, FailureCase{8, 1, 0, 2, 1}));
 
 TEST(Convert, PackedFormsSurviveEveryFailingAllocation) {
     using Producer = unsigned char* (DibStream::*)();

@@ -154,6 +154,27 @@ TEST(MedianCut, TheCutIsTheFirstValueOfTheUpperHalf) {
     EXPECT_EQ(cut.boxes[1].info.redExtent, 1);
 }
 
+// The dark box scores 2 bits x 2 reds, the bright one 10 bits x 1: the greater score is a single colour, and that ends
+// it, although the other box could still be cut.
+Pixels darkPairAndManyReds() {
+    Pixels pixels(1002, DibBGR{0, 0, 200});
+    pixels[0] = {0, 0, 0};
+    pixels[1] = {0, 0, 1};
+    return pixels;
+}
+
+TEST(MedianCut, StopsWhenTheGreatestScoreIsASingleColor) {
+    Pixels pixels = darkPairAndManyReds();
+    mediancut cut;
+    ASSERT_TRUE(cut.execute(pixels.data(), 1002, 1, 256));
+    ASSERT_EQ(cut.boxCount, 2);
+    EXPECT_EQ(cut.root->cut, 200);
+    EXPECT_EQ(cut.boxes[0].info.redExtent, 2);
+    EXPECT_EQ(cut.boxes[0].info.count, 2);
+    EXPECT_EQ(cut.boxes[1].info.redExtent, 1);
+    EXPECT_EQ(cut.boxes[1].info.count, 1000);
+}
+
 TEST(MedianCut, EmptyPicturesStopWithOneBox) {
     for (const auto& [width, height] : {std::pair{0, 0}, {0, 5}, {5, 0}}) {
         mediancut cut;
@@ -290,6 +311,47 @@ TEST(MedianCutImage, OneColorBecomesEntryZero) {
     for (int y = 0; y < 4; ++y) {
         for (int x = 0; x < 6; ++x) EXPECT_EQ(pixelValue(*image, x, y), 0U);
     }
+}
+
+// The table of an image, as numbers of blue, green << 8, red << 16, reserved << 24.
+std::vector<std::uint32_t> tableOf(const DibStream& image) {
+    std::vector<std::uint32_t> table(std::size_t{1} << image.Header->biBitCount);
+    std::memcpy(table.data(), dib::colorTable(image.Header), 4 * table.size());
+    return table;
+}
+
+TEST(MedianCutImage, TwoRedsAreTwoExactEntries) {
+    const DibPtr source = blankImage(3, 1, 24);
+    setPixelValue(*source, 0, 0, 0x290605);
+    setPixelValue(*source, 1, 0, 0x280605);
+    setPixelValue(*source, 2, 0, 0x290605);
+    for (const int bits : {8, 4}) {
+        const DibPtr image(source->Clone());
+        ASSERT_TRUE(image->ChangeBpp(bits, 2));
+        std::vector<std::uint32_t> expected(std::size_t{1} << bits);
+        expected[0] = 0x280605;
+        expected[1] = 0x290605;
+        EXPECT_EQ(tableOf(*image), expected);
+        EXPECT_EQ(pixelValue(*image, 0, 0), 1U);
+        EXPECT_EQ(pixelValue(*image, 1, 0), 0U);
+        EXPECT_EQ(pixelValue(*image, 2, 0), 1U);
+    }
+}
+
+TEST(MedianCutImage, EntriesAreTheCentresOfTheirBoxes) {
+    const Pixels pixels = darkPairAndManyReds();
+    const DibPtr image = blankImage(1002, 1, 24);
+    for (int x = 0; x < 1002; ++x) {
+        std::memcpy(image->Pixel(x, 0), &pixels[static_cast<std::size_t>(x)], 3);
+    }
+    ASSERT_TRUE(image->ChangeTo8Bit(2));
+    std::vector<std::uint32_t> expected(256);
+    expected[0] = 0x010000;  // 0 + 2 / 2
+    expected[1] = 0xC80000;
+    EXPECT_EQ(tableOf(*image), expected);
+    EXPECT_EQ(pixelValue(*image, 0, 0), 0U);
+    EXPECT_EQ(pixelValue(*image, 1, 0), 0U);
+    EXPECT_EQ(pixelValue(*image, 2, 0), 1U);
 }
 
 // Bits 16 to 23 are not shifted down: 0x00100002 asks for 0x100000 colours, which is as many as there can be.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -16,6 +17,8 @@ std::atomic<long> counted{0};
 std::atomic<bool> met{false};
 std::atomic<long> live{0};
 std::atomic<std::size_t> largest{0};
+constexpr int kNoFill = -1;
+std::atomic<int> fill{kNoFill};
 
 bool mustFail(std::size_t bytes) {
     largest = std::max(largest.load(), bytes);
@@ -35,7 +38,9 @@ void __real_free(void* block);
 void* __wrap_malloc(std::size_t bytes) {
     if (mustFail(bytes)) return nullptr;
     void* block = __real_malloc(bytes);
-    if (block != nullptr) ++live;
+    if (block == nullptr) return nullptr;
+    ++live;
+    if (fill != kNoFill) std::memset(block, fill, bytes);
     return block;
 }
 
@@ -88,6 +93,10 @@ FailNthAllocation::FailNthAllocation(long n) {
 FailNthAllocation::~FailNthAllocation() { failAt = kNever; }
 
 bool FailNthAllocation::failed() const { return met; }
+
+FillNewBlocks::FillNewBlocks(unsigned char byte) { fill = byte; }
+
+FillNewBlocks::~FillNewBlocks() { fill = kNoFill; }
 
 long liveAllocations() { return live; }
 

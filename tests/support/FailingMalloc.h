@@ -20,6 +20,15 @@ public:
     bool failed() const;
 };
 
+// While alive, new blocks of malloc hold nothing but `byte`: bytes that still do were not written.
+class FillNewBlocks {
+public:
+    explicit FillNewBlocks(unsigned char byte);
+    ~FillNewBlocks();
+    FillNewBlocks(const FillNewBlocks&) = delete;
+    FillNewBlocks& operator=(const FillNewBlocks&) = delete;
+};
+
 // Blocks allocated through the wrapper and not yet freed.
 long liveAllocations();
 
