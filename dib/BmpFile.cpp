@@ -22,7 +22,7 @@ constexpr std::uint32_t kSignature = 0x4D42;  // "BM"
 
 constexpr std::size_t kShortestInfoHeader = 40;
 constexpr std::size_t kInfoHeaderWithMasks = 56;
-constexpr std::size_t kLongestInfoHeader = 124;
+constexpr std::size_t kLongestInfoHeader = dib::kLongestHeaderBytes;
 
 enum Compression : std::uint32_t { kUncompressed = 0, kRunLength8 = 1, kChannelMasks = 3 };
 
@@ -194,7 +194,8 @@ private:
         colors_ = most == 0 ? 0 : dib::announcedEntries(info_.fields);
         if (colors_ > most) return fail(DIB_ERROR_INVALID);
         size_ = dib::admitSize(info_.fields);
-        // Rows without columns cost nothing to announce, yet everything that walks over rows would meet them.
+        // Rows without columns cost a file nothing to announce, yet everything that walks over rows would meet
+        // thousands of millions of them. As little as `Create` can make such an image does a file.
         if (!size_.admitted || (size_.rowBytes == 0 && size_.rows > 0)) return fail(DIB_ERROR_MEMORY);
         return true;
     }

@@ -23,12 +23,22 @@ inline std::size_t announcedEntries(const BITMAPINFOHEADER& header) {
     return header.biClrUsed != 0 ? header.biClrUsed : addressableEntries(header.biBitCount);
 }
 
-// The first entry; the table follows the header, whose size the header itself names.
+// Where the table starts: behind the header, whose size the header itself names. No info header is shorter than 40
+// bytes or longer than the 124 of its fifth version; a block that says so is damaged, and since every block has 40
+// bytes and a table, the table is looked for there.
+constexpr std::size_t kLongestHeaderBytes = 124;
+inline std::size_t tableOffset(const BITMAPINFOHEADER& header) {
+    return header.biSize >= kHeaderBytes && header.biSize <= kLongestHeaderBytes ? header.biSize
+                                                                                 : kHeaderBytes;
+}
+
+// The first entry.
 inline DibBGRA* colorTable(BITMAPINFOHEADER* header) {
-    return reinterpret_cast<DibBGRA*>(reinterpret_cast<unsigned char*>(header) + header->biSize);
+    return reinterpret_cast<DibBGRA*>(reinterpret_cast<unsigned char*>(header) + tableOffset(*header));
 }
 inline const DibBGRA* colorTable(const BITMAPINFOHEADER* header) {
-    return reinterpret_cast<const DibBGRA*>(reinterpret_cast<const unsigned char*>(header) + header->biSize);
+    return reinterpret_cast<const DibBGRA*>(reinterpret_cast<const unsigned char*>(header) +
+                                            tableOffset(*header));
 }
 
 // A full table: the announced entries that the depth can address, black beyond them. Consumers index this

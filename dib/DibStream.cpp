@@ -73,13 +73,12 @@ bool DibStream::SetBuffer(void* buffer, unsigned int owner) {
 namespace {
 
 // A copy of a header block, 40 bytes and the announced table, whatever biSize says. The new block is zero
-// behind that and has room for every entry that the depth can address, counted from biSize: that is where
-// SetMonoPalette and the readers of the copy look for its table.
+// behind that and has room for every entry that the depth can address, counted from where SetMonoPalette and the
+// readers of the copy look for its table.
 BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& source) {
     const std::size_t announced = dib::announcedEntries(source);
     const std::size_t entries = std::max(announced, dib::addressableEntries(source.biBitCount));
-    const std::size_t tableStart = std::max<std::size_t>(source.biSize, kHeaderBytes);
-    auto block = dib::allocateZeroed<unsigned char>(tableStart + entries * dib::kEntryBytes);
+    auto block = dib::allocateZeroed<unsigned char>(dib::tableOffset(source) + entries * dib::kEntryBytes);
     if (block == nullptr) return nullptr;
     std::memcpy(block.get(), &source, kHeaderBytes + announced * dib::kEntryBytes);
     return reinterpret_cast<BITMAPINFOHEADER*>(block.release());

@@ -1,8 +1,8 @@
 #include "dib/MedianLookup.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
-#include <limits>
 
 #include "dib/PixelKernels.h"
 #include "dib/PixelReader.h"
@@ -13,24 +13,20 @@ namespace {
 
 constexpr std::size_t kCells = 32768;
 constexpr std::size_t kTableBytes = 512;
-constexpr int kSlots = 256;
+constexpr int kSlots = MedianLookup::kSlots;
 
-// The entry whose colour has the smallest sum of squared channel differences; the first among equals.
-int nearestSlot(const dibmedian::mediancut& quantizer, DibBGRA color) {
-    int nearest = 0;
-    int smallest = std::numeric_limits<int>::max();
-    for (int i = 0; i < kSlots; ++i) {
-        const DibBGRA entry = boxCentre(quantizer.boxes[i].info);
-        const int blue = entry.blue - color.blue;
-        const int green = entry.green - color.green;
-        const int red = entry.red - color.red;
-        const int distance = blue * blue + green * green + red * red;
-        if (distance < smallest) {
-            nearest = i;
-            smallest = distance;
-        }
+// The entry whose colour has the smallest sum of squared channel differences; the first among equals, because the
+// number of the entry stands in the low bits of what is compared.
+DIB_ALWAYS_INLINE std::uint8_t nearestEntry(const MedianLookup::Palette* palette, std::int32_t blue,
+                                            std::int32_t green, std::int32_t red) {
+    std::int32_t nearest = INT32_MAX;
+    for (std::int32_t i = 0; i < kSlots; ++i) {
+        const std::int32_t db = palette->blue[i] - blue;
+        const std::int32_t dg = palette->green[i] - green;
+        const std::int32_t dr = palette->red[i] - red;
+        nearest = std::min(nearest, (db * db + dg * dg + dr * dr) << 8 | i);
     }
-    return nearest;
+    return static_cast<std::uint8_t>(nearest & 255);
 }
 
 }  // namespace
@@ -46,12 +42,15 @@ MedianLookup::MedianLookup(const dibmedian::mediancut& quantizer, std::size_t pi
       tableOf_(allocateZeroed<std::uint32_t>(kCells)),
       tables_(allocateArray<std::uint8_t>((kSlots + std::min(pixels, kCells)) * kTableBytes)) {
     if (!ready()) return;
-    for (int i = 0; i < quantizer.boxCount; ++i) {
-        const int slot = i < kSlots ? i : nearestSlot(quantizer, boxCentre(quantizer.boxes[i].info));
-        slotOf_[i] = static_cast<std::uint8_t>(slot);
+    for (int i = 0; i < std::min(quantizer.boxCount, kSlots); ++i) {
+        const DibBGRA centre = boxCentre(quantizer.boxes[i].info);
+        palette_.blue[i] = centre.blue;
+        palette_.green[i] = centre.green;
+        palette_.red[i] = centre.red;
     }
-    for (std::size_t i = 0; i < kSlots; ++i)
+    for (std::size_t i = 0; i < kSlots; ++i) {
         std::memset(&tables_[i * kTableBytes], static_cast<int>(i), kTableBytes);
+    }
 }
 
 void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t count) {
@@ -68,7 +67,8 @@ void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t co
     });
 }
 
-// Descends as long as the whole cell goes one way; only a cell that a cut divides needs a table of its own.
+// Descends as long as the whole cell goes one way. A table of its own is needed only by a cell that a cut divides, or
+// that lies in a box without an entry.
 std::uint32_t MedianLookup::makeTable(std::uint32_t cell) {
     const std::uint32_t low[3] = {(cell & 31) << 3, (cell >> 5 & 31) << 3, (cell >> 10) << 3};
     const Block block = {{low[0], low[1], low[2]}, {low[0] | 7, low[1] | 7, low[2] | 7}};
@@ -83,8 +83,8 @@ std::uint32_t MedianLookup::makeTable(std::uint32_t cell) {
             break;
         }
     }
-    std::size_t table = slotOf_[node->index];
-    if (node->axis >= 0) {
+    auto table = static_cast<std::size_t>(node->index);
+    if (node->axis >= 0 || node->index >= kSlots) {
         table = tableCount_++;
         fill(node, block, &tables_[table * kTableBytes]);
     }
@@ -105,12 +105,26 @@ void MedianLookup::fill(const dibmedian::coltree* node, Block block, std::uint8_
         fill(node->right, above, table);
         return;
     }
-    const std::size_t blues = block.high[0] - block.low[0] + 1;
     for (std::uint32_t red = block.low[2]; red <= block.high[2]; ++red) {
         for (std::uint32_t green = block.low[1]; green <= block.high[1]; ++green) {
-            std::memset(table + ((red & 7) << 6 | (green & 7) << 3 | (block.low[0] & 7)),
-                        slotOf_[node->index], blues);
+            fillBlues(node->index, block, green, red, table);
         }
+    }
+}
+
+void MedianLookup::fillBlues(int box, const Block& block, std::uint32_t green, std::uint32_t red,
+                             std::uint8_t* table) const {
+    std::uint8_t* entries = table + ((red & 7) << 6 | (green & 7) << 3);
+    const std::uint32_t first = block.low[0];
+    const std::uint32_t last = block.high[0];
+    if (box < kSlots) {
+        std::memset(entries + (first & 7), box, last - first + 1);
+        return;
+    }
+    for (std::uint32_t blue = first; blue <= last; ++blue) {
+        entries[blue & 7] =
+            runKernel<nearestEntry>(&palette_, static_cast<std::int32_t>(blue),
+                                    static_cast<std::int32_t>(green), static_cast<std::int32_t>(red));
     }
 }
 

@@ -14,8 +14,18 @@ namespace dib {
 // Palette entry i: the centre of box i.
 DibBGRA boxCentre(const dibmedian::colinfo& box);
 
+// Boxes may outnumber the entries of an 8-bit palette: pixels of the boxes from 256 on get the entry nearest to them.
 class MedianLookup {
 public:
+    static constexpr int kSlots = 256;
+
+    // The entries channel by channel, as the search for the nearest wants them. Those in use are as many as boxes.
+    struct Palette {
+        std::int32_t blue[kSlots];
+        std::int32_t green[kSlots];
+        std::int32_t red[kSlots];
+    };
+
     // The quantizer must outlive the lookup. `pixels` bounds how many different cells will be asked for.
     // Check `ready` before use: false when memory is short.
     MedianLookup(const dibmedian::mediancut& quantizer, std::size_t pixels);
@@ -33,14 +43,18 @@ private:
 
     std::uint32_t makeTable(std::uint32_t cell);
     void fill(const dibmedian::coltree* node, Block block, std::uint8_t* table) const;
+    // The part of a fill that lies in one box and differs in blue alone.
+    void fillBlues(int box, const Block& block, std::uint32_t green, std::uint32_t red,
+                   std::uint8_t* table) const;
 
     const dibmedian::coltree* root_;
-    std::uint8_t slotOf_[dibmedian::mediancut::kMaxBoxes] = {};
+    Palette palette_{};
     // Colours are grouped into 32768 cells by the five high bits of their channels. A cell's table gives the
-    // index for the nine low bits. Cells that lie in one box share one of the first 256 tables.
+    // index for the nine low bits. Cells that lie in one box with an entry share one of the first 256
+    // tables.
     MallocPtr<std::uint32_t> tableOf_;  // start of a cell's table plus 1; 0 while unknown
     MallocPtr<std::uint8_t> tables_;
-    std::size_t tableCount_ = 256;
+    std::size_t tableCount_ = kSlots;
 };
 
 }  // namespace dib

@@ -20,9 +20,7 @@ bool Canvas::installInto(DibStream& image) {
     // A longer header had its table behind it; behind 40 bytes it stays the table of the image.
     const std::size_t entries = addressableEntries(header.biBitCount);
     auto* block = reinterpret_cast<unsigned char*>(image.Header);
-    if (image.Header->biSize > kHeaderBytes) {
-        std::memmove(block + kHeaderBytes, colorTable(image.Header), entries * kEntryBytes);
-    }
+    std::memmove(block + kHeaderBytes, colorTable(image.Header), entries * kEntryBytes);
     *image.Header = header;
     image.SetBuffer(pixels.release(), kOwned);
     return true;

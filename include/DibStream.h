@@ -135,9 +135,10 @@ public:
 
     /// Installs foreign blocks as they are, after releasing the current ones: no copy and no check. The
     /// blocks must not be ones that this object owns.
-    /// @param header      `BITMAPINFOHEADER` with its colour table. A `biSize` above 40 is respected by
+    /// @param header      `BITMAPINFOHEADER` with its colour table. A `biSize` of 41 to 124 is respected by
     ///                    `SetMonoPalette` and by reading conversions, but `Clone` and `Copy` copy 40 bytes
-    ///                    plus 4 for each table entry from the start of the block, and zero the rest.
+    ///                    plus 4 for each table entry from the start of the block, and zero the rest. With
+    ///                    any other `biSize` the table follows the 40 bytes.
     /// @param headerOwner 0 borrows the block; anything else makes the object free it with `free`.
     /// @param buffer      Pixel rows.
     /// @param bufferOwner As `headerOwner`.
@@ -183,8 +184,9 @@ public:
     bool SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int bitCount);
 
     /// Writes a grey colour table of 2, 16 or 256 entries at `Header` + `biSize`; nothing at other depths.
-    /// A block that announces fewer entries is first replaced by a grown one of the object's own; if that
-    /// allocation fails only the announced entries are written.
+    /// A block that announces fewer entries (`biClrUsed`) may be no longer than that, so it is first replaced
+    /// by a grown one of the object's own: `Header` changes, a borrowed block stays as it was. If that
+    /// allocation fails only the announced entries are written, where they are.
     void SetMonoPalette();
     /// Makes an 8-bit grey image (one reference, same row order) of the alpha bytes of this 32-bit image.
     /// @return Null when this image is not 32 bits, has no pixels, or memory is short.
@@ -228,7 +230,8 @@ public:
     static void SetDllFilePath(const char* path);
     /// Sets `DllPath` from a wide path of at most 1023 characters; the caller guarantees the length.
     static void SetDllFilePath(const wchar_t* path);
-    /// Copies `DllPath` as UTF-8 into `out`, which must hold it with its terminator (4096 bytes always do).
+    /// Copies `DllPath` as UTF-8 into `out`, which must hold it with its terminator (4096 bytes always do). A
+    /// wide path that has no UTF-8 form gives an empty one.
     static void GetDllFilePath(char* out);
     /// Copies `DllPath` into `out`, which must hold it with its terminator. @return `out`.
     static wchar_t* GetDllFilePath(wchar_t* out);
@@ -285,7 +288,9 @@ public:
     ///
     /// Every other header field is written as held, `biCompression` included: an image that came from a file
     /// with masks is written with compression 3 and without masks, which `LoadFromFile` refuses with 7. Set
-    /// the field to 0 before saving when the file is to be read again.
+    /// the field to 0 before saving when the file is to be read again. Borrowed images without pixels are
+    /// written as headers and table alone; of these `LoadFromFile` reads back the ones of height 0 and refuses
+    /// rows of width 0 with 2, as `Create` does.
     /// @param path UTF-8; a file in that place is replaced.
     /// @return True with `ErrorCode` 0. Otherwise false, the image unchanged and code
     ///         - 6: there is no header or no pixel block, or its size is inadmissible; no file is opened;
@@ -345,8 +350,8 @@ public:
     /// @param flags Usually 0 or the selector alone. Bits 16 to 23 are a limit of colours taken where they
     /// stand, so
     ///              any value there means more than 65535 and lets the quantizer make all of its 260 boxes.
-    ///              Entries are the first 256 of them; pixels of the others get the entry nearest to the
-    ///              centre of their box by the sum of squared channel differences, the first among equals.
+    ///              Entries are the first 256 of them; each pixel of the others gets the entry nearest to
+    ///              its own colour by the sum of squared channel differences, the first among equals.
     bool MedianCut8(unsigned int flags);
 
     /// The pixels as one grey byte each, rows in buffer order without fill bytes. The caller frees the block

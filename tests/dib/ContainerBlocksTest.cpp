@@ -6,6 +6,7 @@
 
 #include "dib/ColorTable.h"
 #include "tests/dib/ContainerSupport.h"
+#include "tests/support/ByteFile.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/TestImages.h"
 
@@ -145,6 +146,43 @@ TEST(ContainerBlocks, LongHeadersAreUsedAsTheyAreAndCopiedShort) {
     EXPECT_EQ(dib.Header, block.header());
     EXPECT_EQ(block.bytes[123], 123) << "the table starts behind the long header";
     expectGrey(dib, 256, 1);
+}
+
+// Such numbers come from damaged blocks. The table is then looked for behind the 40 bytes that every block has, and
+// nothing beyond it is touched: the blocks here end with their tables.
+TEST(ContainerBlocks, ImpossibleHeaderSizesCountAs40) {
+    for (const std::uint32_t size : {0U, 12U, 39U, 125U, 1000U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+        const DibPtr image = testing_support::randomImage(5, 3, 8, 1);
+        const std::vector<unsigned char> pixels = testing_support::pixelBytes(*image);
+        const auto* tableBytes = reinterpret_cast<const unsigned char*>(image->Header) + 40;
+        const std::vector<unsigned char> table(tableBytes, tableBytes + 1024);
+        image->Header->biSize = size;
+
+        const DibPtr clone(image->Clone());
+        DibStream copy;
+        ASSERT_TRUE(copy.Copy(image->Header, image->Buffer));
+        for (DibStream* like : {image.get(), clone.get(), &copy}) {
+            EXPECT_EQ(like->Header->biSize, size);
+            EXPECT_EQ(std::memcmp(dib::colorTable(like->Header), table.data(), 1024), 0);
+            const DibPtr colors(like->Clone());
+            ASSERT_TRUE(colors->ChangeBpp(24, 0));
+            EXPECT_EQ(std::memcmp(colors->Pixel(4, 2), &table[4U * *like->Pixel(4, 2)], 3), 0);
+            const DibPtr clip(like->ClipClone(1, 1, 3, 2));
+            EXPECT_EQ(std::memcmp(dib::colorTable(clip->Header), table.data(), 1024), 0);
+            const DibPtr smaller(like->Clone());
+            ASSERT_TRUE(smaller->ChangeSize(2, 2, 0));
+            EXPECT_EQ(smaller->Header->biSize, 40U);
+            EXPECT_EQ(std::memcmp(dib::colorTable(smaller->Header), table.data(), 1024), 0);
+            const auto file =
+                testing_support::writtenBytes([&](std::FILE* out) { EXPECT_TRUE(like->SaveFileInner(out)); });
+            ASSERT_EQ(file.size(), 54U + 1024 + pixels.size());
+            EXPECT_EQ(std::memcmp(file.data() + 54, table.data(), 1024), 0);
+            EXPECT_TRUE(like->Brighten(0.0F));
+            like->SetMonoPalette();
+            expectGrey(*like, 256, 1);
+            EXPECT_EQ(like->Header->biWidth, 5);
+        }
+    }
 }
 
 TEST(ContainerBlocks, CopyFailsWithoutACode) {

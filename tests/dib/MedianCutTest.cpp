@@ -9,6 +9,7 @@
 #include "dib/Kernels.h"
 #include "dib/MedianLookup.h"
 #include "tests/reference/ConvertReference.h"
+#include "tests/reference/MedianHistogram.h"
 #include "tests/reference/MedianReference.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/TestImages.h"
@@ -248,10 +249,9 @@ TEST(MedianCut, SurvivesEveryFailingAllocation) {
 // The plain histogram.
 
 TEST(MedianHistogram, FindsAndBoundsThePixelsOfABox) {
-    auto histogram = std::make_unique<dibmedian::medianhist>();
-    std::memset(static_cast<void*>(histogram.get()), 0, sizeof *histogram);
+    const auto histogram = std::make_unique<dibmedian::medianhist>();
     const Pixels pixels = randomPixels(20000, Kind::kClustered, 5);
-    for (const DibBGR pixel : pixels) ASSERT_TRUE(histogram->add(pixel));
+    for (const DibBGR pixel : pixels) histogram->add(pixel);
     Random random(9);
     for (int round = 0; round < 50; ++round) {
         const int rLo = random.below(200), gLo = random.below(200), bLo = random.below(200);
@@ -278,18 +278,16 @@ TEST(MedianHistogram, FindsAndBoundsThePixelsOfABox) {
                         bounds[5]);
         EXPECT_EQ(std::memcmp(bounds, expectedBounds, sizeof bounds), 0);
     }
-    histogram->clear();
 }
 
 TEST(MedianHistogram, CellsGrowByDoublingAnd128) {
-    dibmedian::medianhistdata cell{0, nullptr, 0};
-    ASSERT_TRUE(cell.add({1, 2, 3}));
+    dibmedian::medianhistdata cell;
+    cell.add({1, 2, 3});
     EXPECT_EQ(cell.capacity, 128);
-    for (int i = 1; i < 129; ++i) ASSERT_TRUE(cell.add({1, 2, 3}));
+    for (int i = 1; i < 129; ++i) cell.add({1, 2, 3});
     EXPECT_EQ(cell.capacity, 384);
     EXPECT_EQ(cell.count, 129);
     EXPECT_EQ(cell.entries[128].red, 3);
-    std::free(cell.entries);
 }
 
 // Images.
@@ -376,7 +374,7 @@ TEST(MedianCutImage, TheLimitIsTakenUnshifted) {
     EXPECT_TRUE(testing_support::sameImage(*four, *fourLimited));
 }
 
-// The boxes from 256 on have no entry; their pixels get the entry nearest to the centre of the box.
+// The boxes from 256 on have no entry; their pixels get the nearest one.
 TEST(MedianCutImage, BoxesWithoutEntryTakeTheNearest) {
     const DibPtr image = blankImage(260, 1, 24);
     // Reds 0, 2, ... 254 on two blues, and four more colours: 260 boxes of a single colour each.
@@ -407,6 +405,54 @@ TEST(MedianCutImage, BoxesWithoutEntryTakeTheNearest) {
         approximate += distance(table[nearest]) != 0 ? 1 : 0;
     }
     EXPECT_EQ(approximate, 4);
+}
+
+// Boxes of several colours without an entry: what counts is the pixel's own colour and not the centre of its box, and
+// of two entries equally near the first.
+TEST(MedianCutImage, PixelsOfBoxesWithoutEntryTakeTheirOwnNearest) {
+    constexpr int kWidth = 400, kHeight = 60;
+    const DibPtr image = testing_support::randomImage(kWidth, kHeight, 24, 21);
+    // Colours close together: then two entries are often equally near.
+    for (int i = 0; i < image->GetImageSize(); ++i) image->Buffer[i] %= 40;
+    Pixels pixels;
+    for (int y = kHeight; y-- > 0;) {
+        for (int x = 0; x < kWidth; ++x) {
+            DibBGR pixel;
+            std::memcpy(&pixel, image->Pixel(x, y), 3);
+            pixels.push_back(pixel);
+        }
+    }
+    mediancut cut;
+    ASSERT_TRUE(cut.execute(pixels.data(), kWidth, kHeight, 0x10000));
+    ASSERT_EQ(cut.boxCount, 260);
+    ASSERT_TRUE(image->ChangeTo8Bit(0x00010002));
+    const DibBGRA* table = dib::colorTable(image->Header);
+    const auto distance = [&](int entry, DibBGR color) {
+        const int b = table[entry].blue - color.blue;
+        const int g = table[entry].green - color.green;
+        const int r = table[entry].red - color.red;
+        return b * b + g * g + r * r;
+    };
+    const auto nearest = [&](DibBGR color) {
+        int best = 0;
+        for (int i = 1; i < 256; ++i) best = distance(i, color) < distance(best, color) ? i : best;
+        return best;
+    };
+    int otherThanTheCentre = 0;
+    int ties = 0;
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        const int box = walk(cut, pixels[i]);
+        const int expected = box < 256 ? box : nearest(pixels[i]);
+        ASSERT_EQ(image->Buffer[i], expected) << "pixel " << i << " of box " << box;
+        if (box < 256) continue;
+        const DibBGRA centre = dib::boxCentre(cut.boxes[box].info);
+        otherThanTheCentre += nearest({centre.blue, centre.green, centre.red}) != expected ? 1 : 0;
+        for (int k = expected + 1; k < 256; ++k) {
+            ties += distance(k, pixels[i]) == distance(expected, pixels[i]) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(otherThanTheCentre, 0);
+    EXPECT_GT(ties, 0);
 }
 
 TEST(MedianCutImage, MethodsTakeTheirFlagsDirectly) {

@@ -120,9 +120,9 @@ void medianCut(const std::vector<DibBGRA>& pixels, const Canvas& canvas, int lim
     }
     for (int y = 0; y < canvas.height; ++y) {
         for (int x = 0; x < canvas.width; ++x) {
-            int index = cut.indexOf(colors[static_cast<std::size_t>(y * canvas.width + x)]);
+            const DibBGR c = colors[static_cast<std::size_t>(y * canvas.width + x)];
+            int index = cut.indexOf(c);
             if (index >= slots) {
-                const DibBGRA c = cut.centre(index);
                 int best = 1 << 30;
                 for (int i = 0; i < slots; ++i) {
                     const DibBGRA e = canvas.table()[i];
