@@ -9,7 +9,6 @@
 #include "dib/Kernels.h"
 #include "dib/MedianLookup.h"
 #include "tests/reference/ConvertReference.h"
-#include "tests/reference/MedianHistogram.h"
 #include "tests/reference/MedianReference.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/TestImages.h"
@@ -249,9 +248,10 @@ TEST(MedianCut, SurvivesEveryFailingAllocation) {
 // The plain histogram.
 
 TEST(MedianHistogram, FindsAndBoundsThePixelsOfABox) {
-    const auto histogram = std::make_unique<dibmedian::medianhist>();
+    auto histogram = std::make_unique<dibmedian::medianhist>();
+    std::memset(static_cast<void*>(histogram.get()), 0, sizeof *histogram);
     const Pixels pixels = randomPixels(20000, Kind::kClustered, 5);
-    for (const DibBGR pixel : pixels) histogram->add(pixel);
+    for (const DibBGR pixel : pixels) ASSERT_TRUE(histogram->add(pixel));
     Random random(9);
     for (int round = 0; round < 50; ++round) {
         const int rLo = random.below(200), gLo = random.below(200), bLo = random.below(200);
@@ -278,16 +278,18 @@ TEST(MedianHistogram, FindsAndBoundsThePixelsOfABox) {
                         bounds[5]);
         EXPECT_EQ(std::memcmp(bounds, expectedBounds, sizeof bounds), 0);
     }
+    histogram->clear();
 }
 
 TEST(MedianHistogram, CellsGrowByDoublingAnd128) {
-    dibmedian::medianhistdata cell;
-    cell.add({1, 2, 3});
+    dibmedian::medianhistdata cell{0, nullptr, 0};
+    ASSERT_TRUE(cell.add({1, 2, 3}));
     EXPECT_EQ(cell.capacity, 128);
-    for (int i = 1; i < 129; ++i) cell.add({1, 2, 3});
+    for (int i = 1; i < 129; ++i) ASSERT_TRUE(cell.add({1, 2, 3}));
     EXPECT_EQ(cell.capacity, 384);
     EXPECT_EQ(cell.count, 129);
     EXPECT_EQ(cell.entries[128].red, 3);
+    std::free(cell.entries);
 }
 
 // Images.

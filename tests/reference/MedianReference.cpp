@@ -20,9 +20,7 @@ int significantBits(int value) {
 
 }  // namespace
 
-MedianCut::MedianCut(const std::vector<DibBGR>& pixels, int maxColours)
-    : pixels_(std::make_unique<dibmedian::medianhist>()) {
-    for (const DibBGR pixel : pixels) pixels_->add(pixel);
+MedianCut::MedianCut(const std::vector<DibBGR>& pixels, int maxColours) : pixels_(pixels) {
     Box first{0, 0, 0, 1, 1, 1, static_cast<int>(pixels.size())};
     if (!pixels.empty()) {
         first = {0, 0, 0, 256, 256, 256, first.count};
@@ -68,9 +66,12 @@ void MedianCut::divide(int chosen) {
     const int hi = lo + extent - 1;
 
     int histogram[256] = {};
-    const int total = pixels_->search(box.redLow, box.redLow + box.redExtent - 1, box.greenLow,
-                                      box.greenLow + box.greenExtent - 1, box.blueLow,
-                                      box.blueLow + box.blueExtent - 1, static_cast<int*>(histogram), axis);
+    int total = 0;
+    for (const DibBGR pixel : pixels_) {
+        if (!inside(box, pixel)) continue;
+        ++histogram[componentOf(pixel, axis)];
+        ++total;
+    }
     int sum = histogram[lo];
     int cut = lo + 1;
     while (cut < hi && 2 * sum < total) sum += histogram[cut++];
@@ -110,21 +111,28 @@ int MedianCut::append(const Box& box) {
 }
 
 void MedianCut::shrink(Box& box) const {
-    const Box old = box;
-    const int redHigh = old.redLow + old.redExtent - 1;
-    const int greenHigh = old.greenLow + old.greenExtent - 1;
-    const int blueHigh = old.blueLow + old.blueExtent - 1;
-    int redMax = old.redLow;
-    int greenMax = old.greenLow;
-    int blueMax = old.blueLow;
-    box.redLow = redHigh;
-    box.greenLow = greenHigh;
-    box.blueLow = blueHigh;
-    pixels_->rect(old.redLow, redHigh, old.greenLow, greenHigh, old.blueLow, blueHigh, box.redLow, redMax,
-                  box.greenLow, greenMax, box.blueLow, blueMax);
-    box.redExtent = redMax - box.redLow + 1;
-    box.greenExtent = greenMax - box.greenLow + 1;
-    box.blueExtent = blueMax - box.blueLow + 1;
+    int min[3] = {box.blueLow + box.blueExtent - 1, box.greenLow + box.greenExtent - 1,
+                  box.redLow + box.redExtent - 1};
+    int max[3] = {box.blueLow, box.greenLow, box.redLow};
+    for (const DibBGR pixel : pixels_) {
+        if (!inside(box, pixel)) continue;
+        for (int axis = 0; axis < 3; ++axis) {
+            min[axis] = std::min(min[axis], componentOf(pixel, axis));
+            max[axis] = std::max(max[axis], componentOf(pixel, axis));
+        }
+    }
+    box.blueLow = min[0];
+    box.blueExtent = max[0] - min[0] + 1;
+    box.greenLow = min[1];
+    box.greenExtent = max[1] - min[1] + 1;
+    box.redLow = min[2];
+    box.redExtent = max[2] - min[2] + 1;
+}
+
+bool MedianCut::inside(const Box& box, DibBGR pixel) const {
+    return pixel.red >= box.redLow && pixel.red < box.redLow + box.redExtent && pixel.green >= box.greenLow &&
+           pixel.green < box.greenLow + box.greenExtent && pixel.blue >= box.blueLow &&
+           pixel.blue < box.blueLow + box.blueExtent;
 }
 
 int MedianCut::indexOf(DibBGR color) const {

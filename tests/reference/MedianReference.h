@@ -8,8 +8,6 @@
 #include <memory>
 #include <vector>
 
-#include "tests/reference/MedianHistogram.h"
-
 namespace reference {
 
 class MedianCut {
@@ -42,8 +40,9 @@ private:
     void remove(int box);
     int append(const Box& box);
     void shrink(Box& box) const;
+    bool inside(const Box& box, DibBGR pixel) const;
 
-    std::unique_ptr<dibmedian::medianhist> pixels_;
+    std::vector<DibBGR> pixels_;
     std::vector<Box> boxes_;
     std::vector<Node*> leaves_;
     std::vector<std::unique_ptr<Node>> nodes_;

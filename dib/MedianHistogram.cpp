@@ -1,22 +1,37 @@
-#include "tests/reference/MedianHistogram.h"
+// The histogram that keeps every pixel.
+#include <DibMedian.h>
 
 #include <algorithm>
 #include <cstdlib>
 
 namespace dibmedian {
 
-medianhistdata::~medianhistdata() { std::free(entries); }
-
-void medianhistdata::add(DibBGR pixel) {
+bool medianhistdata::add(DibBGR pixel) {
     if (count == capacity) {
-        capacity = 2 * capacity + 128;
-        entries =
-            static_cast<DibBGR*>(std::realloc(entries, static_cast<std::size_t>(capacity) * sizeof(DibBGR)));
+        const std::int32_t grown = 2 * capacity + 128;
+        void* block = std::realloc(entries, static_cast<std::size_t>(grown) * sizeof(DibBGR));
+        if (block == nullptr) return false;
+        entries = static_cast<DibBGR*>(block);
+        capacity = grown;
     }
     entries[count++] = pixel;
+    return true;
 }
 
-void medianhist::add(DibBGR pixel) { cells[pixel.red >> 4][pixel.green >> 4][pixel.blue >> 4].add(pixel); }
+bool medianhist::add(DibBGR pixel) {
+    return cells[pixel.red >> 4][pixel.green >> 4][pixel.blue >> 4].add(pixel);
+}
+
+void medianhist::clear() {
+    for (auto& plane : cells) {
+        for (auto& line : plane) {
+            for (medianhistdata& cell : line) {
+                std::free(cell.entries);
+                cell = {};
+            }
+        }
+    }
+}
 
 template <class Visit>
 void medianhist::visit(int rLo, int rHi, int gLo, int gHi, int bLo, int bHi, Visit visitor) const {
