@@ -214,6 +214,7 @@ private:
     }
 
     bool readBody() {
+        if (header_->planes == 0 && !header_->hasMask) return readNothing();
         PlaneRow row(*header_, image_->Header->biBitCount);
         if (!row.ready()) return fail(image_, DIB_ERROR_MEMORY);
         if (header_->compression == 1) {
@@ -225,6 +226,19 @@ private:
             row, [&](unsigned char* out, std::size_t bytes) { return dib::readBytes(file_, out, bytes); });
     }
 
+    // Rows without planes are there without a byte of the file, as many as it likes to announce: none is written.
+    bool readNothing() {
+        if (!formats::clearPixels(image_)) return false;
+        for (int y = 0; callback_ != nullptr && y < header_->height; ++y) {
+            if (!reportRow(y)) return false;
+        }
+        return true;
+    }
+
+    bool reportRow(int y) {
+        return formats::report(callback_, user_, y, header_->height) || fail(image_, DIB_ERROR_INTERRUPTED);
+    }
+
     template <class Read>
     bool readRows(PlaneRow& row, Read read) {
         for (int y = 0; y < header_->height; ++y) {
@@ -232,8 +246,7 @@ private:
                 return fail(image_, DIB_ERROR_INVALID);
             }
             row.storeInto(image_->ScanLine(y), image_->GetPitch());
-            if (!formats::report(callback_, user_, y, header_->height))
-                return fail(image_, DIB_ERROR_INTERRUPTED);
+            if (!reportRow(y)) return false;
         }
         return true;
     }

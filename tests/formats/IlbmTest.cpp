@@ -91,6 +91,23 @@ TEST(IlbmLoad, UpToFourPlanesTellZeroFromNonzero) {
     EXPECT_EQ(rowBytes(*loadIff(picture({5, 1, 0}, {9})).image, 0), (Bytes{0, 0, 0}));
 }
 
+TEST(IlbmLoad, NoPlanesMakeABlankPictureOfAnySize) {
+    const DibPtr old = testing_support::randomImage(9, 3, 4, 2);
+    ProgressLog log;
+    ASSERT_TRUE(load(LoadIFF, picture({9, 4, 0}, Bytes(8)), *old, &log));
+    EXPECT_EQ(old->Header->biBitCount, 4);
+    EXPECT_EQ(testing_support::pixelBytes(*old), Bytes(8 * 4, 0));
+    EXPECT_EQ(log.fractions, (std::vector<float>{0.0F, 0.25F, 0.5F, 0.75F}));
+    ProgressLog cancelled;
+    cancelled.cancelAt = 2;
+    EXPECT_EQ(loadIff(picture({9, 4, 0}, Bytes(8)), &cancelled).code, 9);
+    EXPECT_EQ(cancelled.fractions.size(), 3U);
+    // Nothing of it is in the file, so it costs no time either.
+    const Loaded large = loadIff(picture({27652, 65280, 0}, Bytes(8)));
+    ASSERT_TRUE(large.result);
+    EXPECT_EQ(large.image->ScanLine(40000)[13000], 0);
+}
+
 TEST(IlbmLoad, EightPlanesAreTheValue) {
     Bytes body(16);
     for (std::size_t k = 0; k < 8; ++k)
