@@ -343,7 +343,8 @@ DIB_EXPORT bool DibEffectPickEdge(DibProgressCallback callback, void* user, DibS
                                   DEPickEdgeInfo* info);
 /// Gives a relief look: middle grey plus strength / distance times the sum, over the distances 1 to
 /// `distance`, of the sample ahead minus the sample behind. Every channel alike, alpha too; a flat picture
-/// becomes 127 (15 in the fields of 16 bits). 8, 16, 24 and 32 bits.
+/// becomes 127 (15 in the fields of 16 bits), but for the alpha near a clamped right edge, where
+/// `DibGetColor32` gives red instead. 8, 16, 24 and 32 bits.
 /// @param strength Contrast of the relief; any float, NaN gives 0 in every channel.
 /// @param distance In pixels; below 1 gives false. The time grows with it.
 /// @param angle    Direction that is ahead; 0 is to the right.

@@ -161,11 +161,31 @@ TEST(Emboss, UniformImagesBecomeMiddleGrey) {
         const DibPtr image = blankImage(6, 4, kSampled[i]);
         fillImage(*image, 0x50505050);
         EXPECT_TRUE(DibEffectEmboss(nullptr, nullptr, image.get(), 3, 2, 0.3F, 0));
-        EXPECT_EQ(pixelValue(*image, 3, 1), expected[i]);
+        for (int at = 0; at < 24; ++at) EXPECT_EQ(pixelValue(*image, at % 6, at / 6), expected[i]) << at;
 
         const DibPtr other = randomImage(6, 4, kSampled[i], 2);
         EXPECT_TRUE(DibEffectEmboss(nullptr, nullptr, other.get(), 0, 2, 0.3F, 0));
         for (int x = 0; x < 6; ++x) EXPECT_EQ(pixelValue(*other, x, 2), expected[i]);
+    }
+}
+
+// The sampler's red in the place of alpha shows wherever the sample ahead falls on the last column.
+TEST(Emboss, UniformAlphaUnlikeRedShowsTheRightEdge) {
+    for (const int height : {4, -4}) {
+        for (const unsigned flags : {0U, 1U, 2U, 3U}) {
+            const DibPtr image = blankImage(6, height, 32);
+            fillImage(*image, 0x640A1428);
+            EXPECT_TRUE(DibEffectEmboss(nullptr, nullptr, image.get(), 1, 1, 0, flags));
+            for (int y = 0; y < 4; ++y) {
+                for (int x = 0; x < 6; ++x) {
+                    // The last row has no row to mix with unless y wraps.
+                    const bool edge = (flags & 1U) == 0 && x >= 4 && (y < 3 || (flags & 2U) != 0);
+                    // 127.5 + 10 - 100 in the alpha.
+                    EXPECT_EQ(pixelValue(*image, x, y), edge ? 0x257F7F7FU : 0x7F7F7F7FU)
+                        << x << " " << y << " flags " << flags;
+                }
+            }
+        }
     }
 }
 
@@ -223,10 +243,14 @@ TEST(PickEdge, TheRootIsExactForEveryGradient) {
 }
 
 TEST(PickEdge, FlatIsBlackAndStrongCornersWrap) {
-    const DibPtr flat = blankImage(4, 3, 24);
-    fillImage(*flat, 0x336699);
-    EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, flat.get(), 0U));
-    for (int x = 0; x < 4; ++x) EXPECT_EQ(pixelValue(*flat, x, 1), 0U);
+    for (const int depth : kEdgeDepths) {
+        for (const unsigned flags : {0U, 1U, 2U, 3U}) {
+            const DibPtr flat = blankImage(4, 3, depth);
+            fillImage(*flat, 0xC8336699);
+            EXPECT_TRUE(DibEffectPickEdge(nullptr, nullptr, flat.get(), flags));
+            for (int at = 0; at < 12; ++at) EXPECT_EQ(pixelValue(*flat, at % 4, at / 4), 0U) << depth;
+        }
+    }
 
     const DibPtr corner = blankImage(3, 3, 8);
     setPixelValue(*corner, 0, 1, 255);

@@ -1,6 +1,7 @@
 #include <DibEffect.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -197,6 +198,85 @@ TEST(Diffuse, OnePixelStillDrawsTwice) {
     const int next = std::rand();
     EXPECT_TRUE(sameImage(*image, *before));
     EXPECT_EQ(next, drawAfter(2));
+}
+
+// Every pixel of the source has a value of its own, so the place it came from can be read off the result.
+TEST(Diffuse, EveryPixelIsAWholeOneOfItsNeighbourhood) {
+    for (const int depth : kDiffuseDepths) {
+        for (const int height : {9, -9}) {
+            const auto valueAt = [&](int x, int y) {
+                const auto number = static_cast<std::uint32_t>(20 * y + x);
+                return depth == 8    ? number
+                       : depth == 16 ? 0x8000U | number
+                       : depth == 24 ? number << 14 | 5U
+                                     : 0xA5000033U | number << 12;
+            };
+            const DibPtr image = blankImage(20, height, depth);
+            for (int i = 0; i < 180; ++i) setPixelValue(*image, i % 20, i / 20, valueAt(i % 20, i / 20));
+            EXPECT_TRUE(diffuseOf(2, 0)(nullptr, nullptr, image.get()));
+            int moved = 0;
+            for (int y = 0; y < 9; ++y) {
+                for (int x = 0; x < 20; ++x) {
+                    const std::uint32_t value = pixelValue(*image, x, y);
+                    bool found = false;
+                    for (int sy = std::max(y - 2, 0); sy <= std::min(y + 2, 8); ++sy) {
+                        for (int sx = std::max(x - 2, 0); sx <= std::min(x + 2, 19); ++sx) {
+                            found = found || value == valueAt(sx, sy);
+                        }
+                    }
+                    EXPECT_TRUE(found) << depth << ": " << x << " " << y;
+                    moved += value != valueAt(x, y) ? 1 : 0;
+                }
+            }
+            EXPECT_GT(moved, 120) << depth;
+        }
+    }
+}
+
+// Left half black, right half white: at the left border white can only come from across the edge.
+TEST(Diffuse, WrappingMovesPixelsAcrossTheOppositeEdge) {
+    const auto whiteInTheCorner = [](unsigned flags, bool columns) {
+        const DibPtr image = blankImage(columns ? 10 : 200, columns ? 200 : 10, 8);
+        for (int along = 0; along < 200; ++along) {
+            for (int across = 5; across < 10; ++across) {
+                setPixelValue(*image, columns ? across : along, columns ? along : across, 255);
+            }
+        }
+        EXPECT_TRUE(diffuseOf(1, flags)(nullptr, nullptr, image.get()));
+        int white = 0;
+        for (int along = 0; along < 200; ++along) {
+            white += pixelValue(*image, columns ? 0 : along, columns ? along : 0) == 255 ? 1 : 0;
+        }
+        return white;
+    };
+    EXPECT_EQ(whiteInTheCorner(0, true), 0);
+    EXPECT_EQ(whiteInTheCorner(DIB_WRAP_Y, true), 0);
+    EXPECT_EQ(whiteInTheCorner(0, false), 0);
+    EXPECT_EQ(whiteInTheCorner(DIB_WRAP_X, false), 0);
+    // One draw in three crosses: 67 of 200 are expected.
+    for (const bool columns : {true, false}) {
+        const int white = whiteInTheCorner(columns ? DIB_WRAP_X : DIB_WRAP_Y, columns);
+        EXPECT_GT(white, 30);
+        EXPECT_LT(white, 110);
+    }
+}
+
+TEST(Diffuse, ClampedBorderPixelsAreChosenMoreOften) {
+    const DibPtr image = blankImage(8, 300, 8);
+    for (int y = 0; y < 300; ++y) {
+        for (int x = 0; x < 8; ++x) setPixelValue(*image, x, y, static_cast<std::uint32_t>(x));
+    }
+    EXPECT_TRUE(diffuseOf(1, 0)(nullptr, nullptr, image.get()));
+    int fromBorder = 0;
+    int fromInside = 0;
+    for (int y = 0; y < 300; ++y) {
+        fromBorder += pixelValue(*image, 0, y) == 0 ? 1 : 0;
+        fromInside += pixelValue(*image, 3, y) == 3 ? 1 : 0;
+    }
+    // The border column keeps two draws in three, an inner one a single draw in three.
+    EXPECT_GT(fromBorder, 170);
+    EXPECT_LT(fromInside, 130);
+    EXPECT_GT(fromInside, 70);
 }
 
 TEST(Diffuse, RadiusZeroAndNegative) {

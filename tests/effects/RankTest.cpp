@@ -184,6 +184,26 @@ TEST(Rank, HugeRadiiEndAtOnce) {
     }
 }
 
+// Beyond a radius of 23169 an int cannot count the neighbourhood, at 1 bit no more than elsewhere.
+TEST(Rank, OneBitMajorityOfHugeNeighbourhoods) {
+    for (const unsigned flags : {0U, 3U}) {
+        const DibPtr image = blankImage(3, 1, 1);
+        setPixelValue(*image, 0, 0, 1);
+        setPixelValue(*image, 1, 0, 1);
+        const DibPtr before(image->Clone());
+        for (const int radius : {23170, 32767, 32768, 65536, INT_MAX}) {
+            EXPECT_FALSE(DibEffectBrightMiddle(nullptr, nullptr, image.get(), radius, flags)) << radius;
+        }
+        EXPECT_TRUE(testing_support::sameImage(*image, *before));
+        EXPECT_TRUE(DibEffectBrightMiddle(nullptr, nullptr, image.get(), 23169, flags));
+        // Wrapped, two of three columns are 1. Clamped, 23171 - x of the 46339 columns around x are 1, and
+        // 23170 are the majority.
+        EXPECT_EQ(pixelValue(*image, 0, 0), 1U);
+        EXPECT_EQ(pixelValue(*image, 1, 0), 1U);
+        EXPECT_EQ(pixelValue(*image, 2, 0), flags == 0 ? 0U : 1U);
+    }
+}
+
 TEST(Rank, Refusals) {
     for (const RankFilter& filter : kFilters)
         testing_support::expectRefusals(with(filter.effect, 1, 0), kAll);

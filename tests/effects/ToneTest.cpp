@@ -148,6 +148,57 @@ TEST(Tone, RefusalsAndSilence) {
     EXPECT_TRUE(log.fractions.empty());
 }
 
+const testing_support::EffectRun kBothCurves[] = {
+    [](DibProgressCallback callback, void* user, DibStream* image) {
+        return DibEffectContrast(callback, user, image, 0, 0);
+    },
+    [](DibProgressCallback callback, void* user, DibStream* image) {
+        return DibEffectGammaCorrect(callback, user, image, 0, 255, 2);
+    }};
+
+TEST(Tone, HalfEmptyImagesAndNegativeWidthsAreRefusedUnchanged) {
+    for (const auto& run : kBothCurves) {
+        for (const int depth : {1, 4, 8, 16, 24, 32}) {
+            const DibPtr headerOnly = randomImage(4, 4, depth, 6);
+            headerOnly->BufferFree();
+            const auto colors = testing_support::headerBytes(*headerOnly);
+            EXPECT_FALSE(run(nullptr, nullptr, headerOnly.get())) << depth;
+            EXPECT_EQ(testing_support::headerBytes(*headerOnly), colors) << depth;
+            const DibPtr pixelsOnly = randomImage(4, 4, depth, 6);
+            pixelsOnly->HeaderFree();
+            EXPECT_FALSE(run(nullptr, nullptr, pixelsOnly.get())) << depth;
+
+            const DibPtr image = randomImage(4, 4, depth, 6);
+            const DibPtr before(image->Clone());
+            image->Header->biWidth = -4;
+            EXPECT_FALSE(run(nullptr, nullptr, image.get())) << depth;
+            image->Header->biWidth = 4;
+            EXPECT_TRUE(sameImage(*image, *before)) << depth;
+        }
+    }
+}
+
+TEST(Tone, WithoutRowsOnlyTheColorTableChanges) {
+    for (const auto& run : kBothCurves) {
+        for (const int depth : kDepths) {
+            const DibPtr image = randomImage(4, 4, depth, 7);
+            const DibPtr complete(image->Clone());
+            const auto pixels = testing_support::pixelBytes(*image);
+            image->Header->biHeight = 0;
+            EXPECT_TRUE(run(nullptr, nullptr, image.get())) << depth;
+            image->Header->biHeight = 4;
+            EXPECT_EQ(testing_support::pixelBytes(*image), pixels) << depth;
+            const auto before = testing_support::headerBytes(*complete);
+            EXPECT_TRUE(run(nullptr, nullptr, complete.get()));
+            EXPECT_EQ(testing_support::headerBytes(*image), testing_support::headerBytes(*complete)) << depth;
+            EXPECT_EQ(testing_support::headerBytes(*image) == before, depth > 8) << depth;
+        }
+    }
+    const DibPtr wrong = randomImage(4, 4, 16, 7);
+    wrong->Header->biHeight = 0;
+    for (const auto& run : kBothCurves) EXPECT_FALSE(run(nullptr, nullptr, wrong.get()));
+}
+
 TEST(Tone, EveryByteOfATable) {
     unsigned char table[256];
     for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned char>(i * 167 + 13);
