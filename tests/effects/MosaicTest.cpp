@@ -82,6 +82,14 @@ TEST(Mosaic, OneBlockOverTheWholeImage) {
     EXPECT_TRUE(DibEffectMozaic(nullptr, nullptr, direct.get(), 2));
     EXPECT_EQ(pixelValue(*direct, 0, 0), 0x10101011U);  // 0x41 + 0x03 over 4 is 0x11
     EXPECT_EQ(pixelValue(*direct, 1, 0), 0x10101011U);
+
+    const DibPtr small = blankImage(2, 2, 24);
+    setPixelValue(*small, 0, 0, 0x102030);
+    setPixelValue(*small, 1, 1, 0x302013);
+    ProgressLog once;
+    EXPECT_TRUE(DibEffectMozaic(ProgressLog::callback, &once, small.get(), 9));
+    EXPECT_EQ(once.fractions, std::vector<float>{0.5F});
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(pixelValue(*small, i % 2, i / 2), 0x101010U);
 }
 
 TEST(Mosaic, AveragesAreTruncated) {

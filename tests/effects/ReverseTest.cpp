@@ -49,6 +49,16 @@ TEST(Reverse, AnyDepthIsAccepted) {
               (std::vector<unsigned char>{255, 255, 255, 255, 0, 0, 0, 0}));
 }
 
+TEST(Reverse, DepthsAbove32FillTheirPitchToo) {
+    for (const int depth : {48, 64}) {
+        const DibPtr image = blankImage(16, 1, 8);
+        image->Header->biBitCount = static_cast<unsigned short>(depth);
+        image->Header->biWidth = 1;  // pitch 8
+        EXPECT_TRUE(DibEffectReverse(nullptr, nullptr, image.get()));
+        for (int i = 0; i < 16; ++i) EXPECT_EQ(image->Buffer[i], i < 8 ? 255 : 0) << depth << ", " << i;
+    }
+}
+
 TEST(Reverse, NothingIsReportedAndNothingToDoIsSuccess) {
     ProgressLog log;
     log.cancelAt = 0;

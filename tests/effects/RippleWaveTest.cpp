@@ -118,6 +118,37 @@ TEST(Ripple, CenterComesFromItselfAndAQuarterWaveTurnsByTheAmplitude) {
     EXPECT_EQ(pixelValue(*image, 15, 10) >> 16, 255U * 7 * 127 >> 16);
 }
 
+TEST(Ripple, FlagsBringPixelsFromTheOppositeSide) {
+    // A quarter wave from the centre the turn is half a turn: 8 pixels ahead of it come from 8 pixels behind.
+    for (const bool alongX : {true, false}) {
+        SCOPED_TRACE(alongX);
+        const auto resultAtTheEnd = [alongX](unsigned int flags) {
+            const DibPtr image = blankImage(9, 9, 24);
+            for (int i = 0; i < 9; ++i) setPixelValue(*image, alongX ? 1 : i, alongX ? i : 1, 0x646464);
+            EXPECT_TRUE(DibEffectRipple(nullptr, nullptr, image.get(), alongX ? 0 : 4, alongX ? 4 : 0, 32,
+                                        kPi, 0, flags));
+            return pixelValue(*image, alongX ? 8 : 4, alongX ? 4 : 8) & 0xFF;
+        };
+        EXPECT_GE(resultAtTheEnd(3), 99U);  // line -8 is line 1, but for a weight of 1 in 256
+        EXPECT_EQ(resultAtTheEnd(0), 0U);   // line 0
+    }
+}
+
+TEST(Wave, TheCentreColumnComesFromThreeRowsFurtherOn) {
+    // d = 0 there, so w = 3 sin(pi / 2): the source is y + 3 exactly.
+    for (const int depth : {8, 24}) {
+        const DibPtr image = blankImage(9, 9, depth);
+        for (int y = 0; y < 9; ++y) {
+            for (int x = 0; x < 9; ++x) setPixelValue(*image, x, y, static_cast<std::uint32_t>(10 * y + x));
+        }
+        EXPECT_TRUE(DibEffectWave(nullptr, nullptr, image.get(), 8, 3, kPi / 2, 0, 0));
+        for (int y = 0; y < 9; ++y) {
+            const auto source = static_cast<std::uint32_t>(y < 6 ? y + 3 : 8);
+            EXPECT_EQ(pixelValue(*image, 4, y), 10 * source + 4) << depth << ", row " << y;
+        }
+    }
+}
+
 TEST(Wave, DirectionZeroMovesPixelsAlongY) {
     const DibPtr image = blankImage(9, -9, 8);
     for (int y = 0; y < 9; ++y) {
@@ -148,6 +179,13 @@ TEST(Wave, FlagsBringPixelsFromTheOppositeSide) {
     for (int x = 0; x < 9; ++x) setPixelValue(*image, x, 0, 0xFFFFFF);
     EXPECT_TRUE(DibEffectWave(nullptr, nullptr, image.get(), 8, 2, kPi / 2, 0, 3));
     EXPECT_EQ(pixelValue(*image, 4, 7), 0xFFFFFFU);
+    // Across: in the middle row every pixel comes from two columns before it.
+    for (const unsigned int flags : {3U, 0U}) {
+        const DibPtr across = blankImage(9, 9, 24);
+        for (int y = 0; y < 9; ++y) setPixelValue(*across, 8, y, 0xFFFFFF);
+        EXPECT_TRUE(DibEffectWave(nullptr, nullptr, across.get(), 8, 2, kPi / 2, kPi / 2, flags));
+        EXPECT_EQ(pixelValue(*across, 1, 4), flags == 3 ? 0xFFFFFFU : 0U);
+    }
 }
 
 TEST(Ripple, RecordOverload) {
@@ -159,6 +197,9 @@ TEST(Ripple, RecordOverload) {
     EXPECT_TRUE(DibEffectRipple(ProgressLog::callback, &log, image.get(), &info));
     EXPECT_TRUE(testing_support::sameImage(*image, *expected));
     EXPECT_EQ(log.fractions.size(), 8U);
+    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
+    info.wavelength = 0;
+    EXPECT_FALSE(DibEffectRipple(nullptr, nullptr, image.get(), &info));
 }
 
 TEST(Wave, RecordOverload) {
@@ -170,6 +211,9 @@ TEST(Wave, RecordOverload) {
     EXPECT_TRUE(DibEffectWave(ProgressLog::callback, &log, image.get(), &info));
     EXPECT_TRUE(testing_support::sameImage(*image, *expected));
     EXPECT_EQ(log.fractions.size(), 8U);
+    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
+    info.wavelength = 0;
+    EXPECT_FALSE(DibEffectWave(nullptr, nullptr, image.get(), &info));
 }
 
 }  // namespace

@@ -90,11 +90,16 @@ TEST(Rotate, PositiveAnglesTurnCounterClockwise) {
 TEST(Rotate, OnePixelStaysItself) {
     for (const int depth : kAll) {
         const DibPtr image = blankImage(1, 1, depth);
+        // Alpha like red, which takes its place at a clamped edge.
         setPixelValue(*image, 0, 0,
-                      depth == 1 ? 1U : 0x0C0A0905U & static_cast<std::uint32_t>((1ULL << depth) - 1));
+                      depth == 1 ? 1U : 0x0A0A0905U & static_cast<std::uint32_t>((1ULL << depth) - 1));
         const std::uint32_t value = pixelValue(*image, 0, 0);
-        EXPECT_TRUE(DibEffectRotate(nullptr, nullptr, image.get(), 1.2F, 3));
-        EXPECT_EQ(pixelValue(*image, 0, 0), value);
+        for (const float angle : {1.2F, -0.3F, kPi, 100.0F}) {
+            for (const unsigned int flags : {0U, 1U, 2U, 3U}) {
+                EXPECT_TRUE(DibEffectRotate(nullptr, nullptr, image.get(), angle, flags));
+                EXPECT_EQ(pixelValue(*image, 0, 0), value) << depth << ", " << angle << ", " << flags;
+            }
+        }
     }
 }
 
@@ -145,6 +150,9 @@ TEST(Rotate, RecordOverload) {
     EXPECT_TRUE(DibEffectRotate(ProgressLog::callback, &log, image.get(), &info));
     EXPECT_TRUE(testing_support::sameImage(*image, *expected));
     EXPECT_EQ(log.fractions.size(), 8U);
+    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
+    image->BufferFree();
+    EXPECT_FALSE(DibEffectRotate(nullptr, nullptr, image.get(), &info));
 }
 
 }  // namespace

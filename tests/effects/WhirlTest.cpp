@@ -76,6 +76,17 @@ TEST(Whirl, TurnGrowsWithTheDistance) {
     EXPECT_EQ(pixelValue(*image, 99, 0), 0U);
 }
 
+TEST(Whirl, TheCentreMayLieOutside) {
+    const DibPtr image = blankImage(9, 9, 8);
+    for (int y = 0; y < 9; ++y) {
+        for (int x = 0; x < 9; ++x) setPixelValue(*image, x, y, static_cast<std::uint32_t>(10 * y + x));
+    }
+    // 108 pixels right of the centre the turn is 0.0231 and leads to (7.97, 6.50); 100 pixels, to (-0.02, 6.14).
+    EXPECT_TRUE(DibEffectWhirl(nullptr, nullptr, image.get(), -100, 4, 0.000214335F, 0));
+    EXPECT_EQ(pixelValue(*image, 8, 4), 67U);
+    EXPECT_EQ(pixelValue(*image, 0, 4), 60U);
+}
+
 TEST(Whirl, BeyondTheBorderClampsOrWraps) {
     // The pixel at the right end of the row through the centre turns by half a turn, to column -8.
     const auto picture = [] {
@@ -103,6 +114,9 @@ TEST(Whirl, RecordOverload) {
     EXPECT_TRUE(DibEffectWhirl(ProgressLog::callback, &log, image.get(), &info));
     EXPECT_TRUE(testing_support::sameImage(*image, *expected));
     EXPECT_EQ(log.fractions.size(), 8U);
+    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
+    image->BufferFree();
+    EXPECT_FALSE(DibEffectWhirl(nullptr, nullptr, image.get(), &info));
 }
 
 }  // namespace
