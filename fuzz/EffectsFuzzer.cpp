@@ -12,6 +12,7 @@
 #include "dib/Kernels.h"
 #include "fuzz/FuzzSupport.h"
 #include "tests/reference/BlurReference.h"
+#include "tests/reference/ComposeReference.h"
 #include "tests/reference/EffectReference.h"
 #include "tests/reference/LineReference.h"
 #include "tests/reference/PointReference.h"
@@ -32,6 +33,20 @@ struct EffectCase {
 
 // A length whose plain loops end soon.
 int shortOf(const Parameters& p) { return p.whole % 32; }
+
+// A picture of any depth and row order that the parameters tell.
+std::unique_ptr<DibStream> secondImage(const Parameters& p) {
+    constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
+    const auto bits = static_cast<std::uint32_t>(p.whole);
+    const int height = 1 + static_cast<int>(bits / 64 % 40);
+    auto image = std::make_unique<DibStream>();
+    fuzz::require(image->Create(1 + static_cast<int>(bits % 64), bits % 2 == 0 ? height : -height,
+                                kDepths[bits / 7 % std::size(kDepths)]),
+                  "a small picture can be made");
+    const std::size_t bytes = dib::admitSize(*image->Header).imageBytes;
+    for (std::size_t i = 0; i < bytes; ++i) image->Buffer[i] = static_cast<unsigned char>(i * 37 + bits);
+    return image;
+}
 
 const EffectCase kEffects[] = {
     {[](DibStream* image, const Parameters&) { return DibEffectReverse(nullptr, nullptr, image); },
@@ -151,6 +166,13 @@ const EffectCase kEffects[] = {
          return DibEffectContrast(nullptr, nullptr, image, p.real[0], p.real[1]);
      },
      [](DibStream& image, const Parameters& p) { return reference::contrast(image, p.real[0], p.real[1]); }},
+    {[](DibStream* image, const Parameters& p) {
+         const std::unique_ptr<DibStream> second = secondImage(p);
+         return DibEffectCompose(nullptr, nullptr, image, second.get(), p.real[0], p.flags);
+     },
+     [](DibStream& image, const Parameters& p) {
+         return reference::compose(image, *secondImage(p), p.real[0], p.flags);
+     }},
 };
 
 // Mostly numbers of the size of pictures and angles, sometimes any bit pattern.
