@@ -13,6 +13,7 @@ namespace tool {
 std::span<const Format> bmpFormats();
 std::span<const Format> simpleFormats();
 std::span<const Format> psdFormats();
+std::span<const Format> platformFormats();
 
 std::span<const Format> formats() {
     static const std::vector<Format> all = [] {
@@ -21,6 +22,7 @@ std::span<const Format> formats() {
                  bmpFormats(),
                  simpleFormats(),
                  psdFormats(),
+                 platformFormats(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());
         }

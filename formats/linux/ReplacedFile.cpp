@@ -12,10 +12,18 @@ namespace formats {
 
 namespace {
 
-// Where links lead to; the path itself when there is nothing yet.
+// Where links lead to; empty when there is nothing of that name.
 std::string linkTarget(const char* path) {
     char resolved[PATH_MAX];
-    return ::realpath(path, resolved) != nullptr ? resolved : path;
+    return ::realpath(path, resolved) != nullptr ? resolved : "";
+}
+
+// Whether a file that stands in the place of another is found where that one was: not so with devices and pipes, nor with
+// files that have no name any more but can be reached through their descriptor ("/dev/fd/3").
+bool isReplaceable(const std::string& target, const struct stat& old) {
+    struct stat named {};
+    return S_ISREG(old.st_mode) && ::stat(target.c_str(), &named) == 0 && named.st_dev == old.st_dev &&
+           named.st_ino == old.st_ino;
 }
 
 // A new file with the rights that any new file gets (mkstemp would make it private). -1 when there is none.
@@ -35,11 +43,12 @@ int createBeside(const std::string& target, std::string& name) {
 
 }  // namespace
 
-ReplacedFile::ReplacedFile(const char* path) : target_(linkTarget(path)) {
+ReplacedFile::ReplacedFile(const char* path) {
     struct stat old {};
-    const bool exists = ::stat(target_.c_str(), &old) == 0;
-    if (exists && !S_ISREG(old.st_mode)) {
-        file_ = dib::openForWriting(target_.c_str());
+    const bool exists = ::stat(path, &old) == 0;
+    target_ = exists ? linkTarget(path) : path;
+    if (exists && !isReplaceable(target_, old)) {
+        file_ = dib::openForWriting(path);
         return;
     }
     // Replacing needs the right to write the folder only; a file that is protected is meant to stay.

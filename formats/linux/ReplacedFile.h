@@ -10,7 +10,7 @@
 namespace formats {
 
 // Written under another name in the folder of the target. Without commit() it vanishes with the object. Targets that
-// are no ordinary files (devices, pipes) cannot be replaced and are written at once. Names may run out of memory by
+// cannot be replaced (devices, pipes, files without a name) are written at once. Names may run out of memory by
 // std::bad_alloc.
 class ReplacedFile {
 public:

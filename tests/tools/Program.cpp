@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -96,6 +97,8 @@ bool isInstalled(const std::string& program) {
 
 void makePicture(DibStream& image, int width, int height, int bitCount) {
     ASSERT_TRUE(image.Create(width, height, 24));
+    // The fill bytes too, so that files can be compared as a whole.
+    std::memset(image.Buffer, 0, static_cast<std::size_t>(image.GetImageSize()));
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             unsigned char* pixel = image.Pixel(x, y);

@@ -1,0 +1,53 @@
+// PNG, JPEG and TIFF.
+#include <DibCodec.h>
+
+#include <cstring>
+
+#include "tools/Formats.h"
+
+namespace tool {
+
+namespace {
+
+using Codec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
+
+// These store no code of their own, so that what is shown is the program's own word for a failure.
+template <Codec codec>
+bool runWith(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
+    return codec(path, &image, callback, user);
+}
+
+bool startsWith(FirstBytes bytes, std::string_view text) {
+    return bytes.size() >= text.size() && std::memcmp(bytes.data(), text.data(), text.size()) == 0;
+}
+
+bool isPng(FirstBytes bytes) { return startsWith(bytes, "\x89PNG\r\n\x1A\n"); }
+bool isJpeg(FirstBytes bytes) { return startsWith(bytes, "\xFF\xD8\xFF"); }
+bool isTiff(FirstBytes bytes) {
+    return startsWith(bytes, {"II*\0", 4}) || startsWith(bytes, {"MM\0*", 4}) ||
+           startsWith(bytes, {"II+\0", 4}) || startsWith(bytes, {"MM\0+", 4});
+}
+
+// Nothing but the directory of a TIFF file tells, and that may stand anywhere.
+std::string_view pngCompression(FirstBytes) { return "deflate"; }
+std::string_view jpegCompression(FirstBytes) { return "dct"; }
+std::string_view tiffCompression(FirstBytes) { return "unknown"; }
+
+constexpr std::string_view kPng[] = {"png"};
+constexpr std::string_view kJpeg[] = {"jpg", "jpeg"};
+constexpr std::string_view kTiff[] = {"tif", "tiff"};
+
+constexpr Format kFormats[] = {
+    {"png", "PNG", kPng, "8, 24, 32", "32; others as 32", runWith<LoadPNG>, runWith<SavePNG>, isPng,
+     pngCompression},
+    {"jpeg", "JPEG, opaque", kJpeg, "8, 24", "24; others as 24", runWith<LoadJPEG>, runWith<SaveJPEG>, isJpeg,
+     jpegCompression},
+    {"tiff", "TIFF, its first picture", kTiff, "8, 24, 32", "32; others as 32", runWith<LoadTIFF>,
+     runWith<SaveTIFF>, isTiff, tiffCompression},
+};
+
+}  // namespace
+
+std::span<const Format> platformFormats() { return kFormats; }
+
+}  // namespace tool
