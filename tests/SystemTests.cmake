@@ -31,6 +31,11 @@ endif()
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
             $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
+if(TARGET plugin_dds)
+    add_test(NAME system.exports.dds
+        COMMAND bash ${system_dir}/exports.sh
+                ${CMAKE_CURRENT_SOURCE_DIR}/plugins/exports/dds $<TARGET_FILE:plugin_dds>)
+endif()
 if(DIB_INSTALL)
     add_test(NAME system.install
         COMMAND bash ${system_dir}/install.sh

@@ -1,0 +1,22 @@
+// Reads the first picture of a DDS file: the largest level of the first slice, face or array element.
+#ifndef PLUGINS_DDS_READER_H
+#define PLUGINS_DDS_READER_H
+
+#include <DibStream.h>
+
+#include <cstdio>
+
+#include "plugins/Picture.h"
+
+namespace plugins::dds {
+
+// False for what is no DDS file, is short, or is too large; when memory runs out; and when the progress function,
+// which may be null and is called after each row of blocks or of texels, says so.
+bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user);
+
+// The same from a file by its name; see `DibPluginLoadDDS`.
+bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, void* user);
+
+}  // namespace plugins::dds
+
+#endif
