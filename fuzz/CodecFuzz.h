@@ -13,16 +13,26 @@ namespace fuzz {
 
 using Codec = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
 
+using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
+
+// What a reader did with any bytes.
+template <class Load, class File>
+void checkRead(Load load, File file) {
+    DibStream image;
+    const bool loaded = load(file, &image, nullptr, nullptr);
+    require(!loaded || image.Header != nullptr, "a loaded image exists");
+    // A short file may announce gigabytes, whose pages nobody has touched so far.
+    constexpr std::uint32_t kMostBytes = 1U << 24;
+    if (image.Header == nullptr || image.Header->biSizeImage <= kMostBytes) checkImage(image);
+}
+
 // The input is the file.
 inline int readFile(Codec load, const std::uint8_t* data, std::size_t size) {
-    withFile(data, size, [load](std::FILE* file) {
-        DibStream image;
-        const bool loaded = load(file, &image, nullptr, nullptr);
-        require(!loaded || image.Header != nullptr, "a loaded image exists");
-        // A short file may announce gigabytes, whose pages nobody has touched so far.
-        constexpr std::uint32_t kMostBytes = 1U << 24;
-        if (image.Header == nullptr || image.Header->biSizeImage <= kMostBytes) checkImage(image);
-    });
+    withFile(data, size, [load](std::FILE* file) { checkRead(load, file); });
+    return 0;
+}
+inline int readPath(PathCodec load, const std::uint8_t* data, std::size_t size) {
+    withPath(data, size, [load](const char* path) { checkRead(load, path); });
     return 0;
 }
 

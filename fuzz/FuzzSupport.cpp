@@ -1,7 +1,11 @@
 #include "fuzz/FuzzSupport.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
@@ -39,6 +43,14 @@ void withFile(const std::uint8_t* data, std::size_t size, const std::function<vo
     if (size == 0) std::fgetc(file);
     read(file);
     std::fclose(file);
+}
+
+void withPath(const std::uint8_t* data, std::size_t size, const std::function<void(const char*)>& use) {
+    const int file = ::memfd_create("input", MFD_CLOEXEC);
+    require(file >= 0, "a file can be made in memory");
+    require(::write(file, data, size) == static_cast<ssize_t>(size), "a file in memory can be written");
+    use(("/proc/self/fd/" + std::to_string(file)).c_str());
+    ::close(file);
 }
 
 void require(bool kept, const char* promise) {

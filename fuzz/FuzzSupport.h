@@ -34,6 +34,9 @@ private:
 // Calls `read` with the bytes as an open file.
 void withFile(const std::uint8_t* data, std::size_t size, const std::function<void(std::FILE*)>& read);
 
+// Calls `use` with the path of a file in memory that holds the bytes, for what takes nothing but paths.
+void withPath(const std::uint8_t* data, std::size_t size, const std::function<void(const char*)>& use);
+
 // Stops the process with a message when a promise is broken.
 void require(bool kept, const char* promise);
 

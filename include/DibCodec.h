@@ -144,7 +144,7 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 ///   new image;
 /// - colours: 24 bits;
 /// - colours or greys with alpha: 32 bits with straight alpha. So are palettes and single colours that a PNG file
-///   declares transparent.
+///   declares transparent, and palettes of TIFF files that have an alpha sample.
 ///
 /// Samples of fewer than 8 bits are scaled to 8, those of 16 bits reduced to 8. Of floats each, alpha included, becomes
 /// floor(255 v^(1/2.2) + 0.5) within 0 to 255 in an image of 32 bits (alpha 255 where the file has none); NaN and
@@ -155,10 +155,10 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 /// - JPEG: grey, YCbCr and RGB; CMYK and YCCK, also with inverted inks, become colours by (1 - ink)(1 - black). The
 ///   orientation that a camera notes is not applied. Damage inside the pixels is passed over as far as the decoder can
 ///   find back into the data; pixels that end early are a failure.
-/// - TIFF: the first picture of the file, in every compression that the platform knows. Grey and palette samples of 8 bits,
-///   colours of 8 bits and colours of floats keep their kind when they lie in strips, pixel by pixel and top row
-///   first. Everything else that can be converted (other depths and colour spaces, tiles, planes, flipped pictures)
-///   becomes colours with or without alpha. Alpha that the colours were multiplied with is then divided out.
+/// - TIFF: the first picture of the file, in every compression that the platform knows, in strips, tiles or planes, turned
+///   as its orientation says. Grey, palette, RGB and CMYK samples have 1 to 32 bits (palettes up to 8) or are floats of
+///   16, 32 or 64; signs are not looked at. Inks become colours by (1 - ink)(1 - black). Colours that were multiplied
+///   with alpha are divided by it. Other colour spaces (YCbCr, Lab, LogLuv) become RGB where the platform can do so.
 /// @return False when the file cannot be opened, is none of the three or cannot be decoded: the image is kept; when
 /// its size cannot exist, memory is short or its pixels are broken or end early: the image is empty.
 DIB_EXPORT bool LoadJPEG(const char* path, DibStream* image, DibProgressCallback callback, void* user);

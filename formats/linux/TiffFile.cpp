@@ -1,14 +1,18 @@
-// TIFF files by libtiff: common layouts row by row, all others through its own conversion to 32-bit pixels.
+// TIFF files by libtiff: its samples as they are stored, or its own conversion to 32-bit pixels where the colour space is
+// not one of the simple ones.
 #include <tiffio.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/TiffRows.h"
+#include "formats/linux/TiffSamples.h"
 
 namespace formats {
 
@@ -55,22 +59,15 @@ TiffPtr openTiffFile(std::FILE* file, const char* mode) {
     return tiff;
 }
 
-// What decides how the samples of a picture are read.
-struct Samples {
-    std::uint16_t bits = 1;
-    std::uint16_t perPixel = 1;
-    std::uint16_t kind = 0;  // photometric interpretation
-    std::uint16_t format = SAMPLEFORMAT_UINT;
-    std::uint16_t extraCount = 0;
-    std::uint16_t extra = EXTRASAMPLE_UNSPECIFIED;
-
-    // Alpha is an extra sample that says so, or the fourth of colours that says nothing of itself.
-    bool hasAlpha() const {
-        if (extraCount == 0) return false;
-        return extra == EXTRASAMPLE_UNASSALPHA || extra == EXTRASAMPLE_ASSOCALPHA ||
-               (kind == PHOTOMETRIC_RGB && perPixel == 4);
-    }
+// How a picture is turned for display: the coordinates exchanged, then each mirrored in the picture as it is stored.
+struct Turn {
+    bool exchanged;
+    bool mirroredX;
+    bool mirroredY;
 };
+constexpr Turn kTurns[] = {{false, false, false}, {false, true, false}, {false, true, true},
+                           {false, false, true},  {true, false, false}, {true, false, true},
+                           {true, true, true},    {true, true, false}};
 
 class TiffDecoder final : public BitmapDecoder {
 public:
@@ -82,153 +79,227 @@ public:
     const unsigned char* nextRow() override;
 
 private:
-    bool hasRowsInOrder();
-    std::size_t bitsByRow() const;
-    const unsigned char* floatRow();
-    const unsigned char* convertedRow();
+    template <class Value>
+    Value field(std::uint32_t tag, Value value) const {
+        TIFFGetFieldDefaulted(tiff_.get(), tag, &value);
+        return value;
+    }
+    bool readMeaning();
+    std::size_t colorSamples();
+    void findAlpha(std::size_t colors);
+    bool isPlain() const;
+    bool startRows();
+    bool readRaster();
+    bool readConverted();
+    const unsigned char* turnedRow();
+
+    std::size_t pixelBytes() const { return bitsPerPixel_ / 8; }
 
     dib::FilePtr file_;
     TiffPtr tiff_;
-    Samples samples_;
-    std::uint32_t width_ = 0;
-    std::uint32_t height_ = 0;
-    bool byRow_ = false;
+    TiffLayout layout_;
+    TiffMeaning meaning_;
+    bool isForeign_ = false;  // colour spaces that the library converts itself
+    std::uint16_t orientation_ = ORIENTATION_TOPLEFT;
     std::size_t bitsPerPixel_ = 0;
+    std::size_t shownWidth_ = 0;
+    TiffRows rows_;
+    TiffConverter converter_;
     dib::MallocPtr<unsigned char> row_;
-    dib::MallocPtr<unsigned char> raster_;  // of pictures that are converted as a whole
-    std::uint32_t nextRow_ = 0;
+    dib::MallocPtr<unsigned char> raster_;  // of pictures that are needed as a whole
+    std::size_t nextRow_ = 0;
     unsigned char colors_[256 * 3] = {};
 };
 
-bool TiffDecoder::hasRowsInOrder() {
-    std::uint16_t planar = PLANARCONFIG_CONTIG;
-    std::uint16_t orientation = ORIENTATION_TOPLEFT;
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_PLANARCONFIG, &planar);
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_ORIENTATION, &orientation);
-    return TIFFIsTiled(tiff_.get()) == 0 && (planar == PLANARCONFIG_CONTIG || samples_.perPixel == 1) &&
-           orientation == ORIENTATION_TOPLEFT;
+// Samples of the colours, which are the first ones of every pixel; 0 for kinds that only the library knows.
+std::size_t TiffDecoder::colorSamples() {
+    switch (field<std::uint16_t>(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK)) {
+        case PHOTOMETRIC_MINISBLACK: meaning_.kind = TiffKind::kGrey; return 1;
+        case PHOTOMETRIC_MINISWHITE: meaning_.kind = TiffKind::kInvertedGrey; return 1;
+        case PHOTOMETRIC_PALETTE: meaning_.kind = TiffKind::kPalette; return 1;
+        case PHOTOMETRIC_RGB: meaning_.kind = TiffKind::kRgb; return 3;
+        case PHOTOMETRIC_SEPARATED:
+            meaning_.kind = TiffKind::kInks;
+            return field<std::uint16_t>(TIFFTAG_INKSET, INKSET_CMYK) == INKSET_CMYK ? 4 : 0;
+        default: return 0;
+    }
 }
 
-// Bits per pixel of the layouts that are read row by row; 0 for all others.
-std::size_t TiffDecoder::bitsByRow() const {
-    const bool rgb = samples_.kind == PHOTOMETRIC_RGB;
-    const bool rgba =
-        rgb && samples_.perPixel == 4 && samples_.hasAlpha() && samples_.extra != EXTRASAMPLE_ASSOCALPHA;
-    if (samples_.bits == 8 && samples_.format == SAMPLEFORMAT_UINT) {
-        if (rgba) return 32;
-        if (rgb && samples_.perPixel == 3) return 24;
-        const bool table = samples_.kind == PHOTOMETRIC_MINISBLACK || samples_.kind == PHOTOMETRIC_PALETTE;
-        return table && samples_.perPixel == 1 ? 8 : 0;
+// Alpha is an extra sample that says so, or the fourth of colours that says nothing of itself.
+void TiffDecoder::findAlpha(std::size_t colors) {
+    std::uint16_t count = 0;
+    std::uint16_t* extras = nullptr;
+    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_EXTRASAMPLES, &count, &extras);
+    std::size_t at = layout_.perPixel;
+    for (std::size_t i = 0; extras != nullptr && i < count && colors + i < layout_.perPixel; ++i) {
+        if (extras[i] != EXTRASAMPLE_ASSOCALPHA && extras[i] != EXTRASAMPLE_UNASSALPHA) continue;
+        at = colors + i;
+        meaning_.isMultiplied = extras[i] == EXTRASAMPLE_ASSOCALPHA;
+        break;
     }
-    if (samples_.bits == 32 && samples_.format == SAMPLEFORMAT_IEEEFP) {
-        return rgba || (rgb && samples_.perPixel == 3) ? 128 : 0;
+    if (at == layout_.perPixel && meaning_.kind == TiffKind::kRgb && layout_.perPixel == 4) at = 3;
+    meaning_.hasAlpha = at < layout_.perPixel;
+    if (meaning_.hasAlpha) meaning_.samples[meaning_.sampleCount++] = at;
+}
+
+// False for samples that nothing here can read.
+bool TiffDecoder::readMeaning() {
+    const std::size_t colors = colorSamples();
+    isForeign_ = colors == 0;
+    if (isForeign_) return true;
+    if (layout_.perPixel < colors) return false;
+    for (std::size_t i = 0; i < colors; ++i) meaning_.samples[meaning_.sampleCount++] = i;
+    findAlpha(colors);
+    const unsigned bits = layout_.bits;
+    switch (field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT)) {
+        case SAMPLEFORMAT_IEEEFP:
+            meaning_.isFloat = true;
+            return meaning_.kind != TiffKind::kPalette && (bits == 16 || bits == 32 || bits == 64);
+        case SAMPLEFORMAT_COMPLEXINT:
+        case SAMPLEFORMAT_COMPLEXIEEEFP: return false;
+        default: return bits >= 1 && bits <= (meaning_.kind == TiffKind::kPalette ? 8 : 32);
     }
-    return 0;
 }
 
 bool TiffDecoder::readLayout(BitmapLayout& layout) {
     tiff_ = openTiffFile(file_.get(), "rm");
     if (tiff_ == nullptr) return false;
     TIFF* tiff = tiff_.get();
-    if (TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width_) == 0) return false;
-    if (TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height_) == 0) return false;
-    if (TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &samples_.kind) == 0) return false;
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &samples_.bits);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples_.perPixel);
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &samples_.format);
-    std::uint16_t* extras = nullptr;
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_EXTRASAMPLES, &samples_.extraCount, &extras);
-    if (samples_.extraCount > 0 && extras != nullptr) samples_.extra = extras[0];
-
-    bitsPerPixel_ = hasRowsInOrder() ? bitsByRow() : 0;
-    byRow_ = bitsPerPixel_ != 0;
-    if (!byRow_) {
+    if (TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &layout_.width) == 0) return false;
+    if (TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &layout_.height) == 0) return false;
+    layout_.bits = field<std::uint16_t>(TIFFTAG_BITSPERSAMPLE, 1);
+    layout_.perPixel = field<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL, 1);
+    layout_.isPlanar =
+        field<std::uint16_t>(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE &&
+        layout_.perPixel > 1;
+    orientation_ = field<std::uint16_t>(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    if (orientation_ < 1 || orientation_ > std::size(kTurns)) orientation_ = ORIENTATION_TOPLEFT;
+    if (!readMeaning()) return false;
+    if (isForeign_) {
         char reason[1024];
         if (TIFFRGBAImageOK(tiff, reason) == 0) return false;
-        bitsPerPixel_ = samples_.hasAlpha() ? 32 : 24;
+        meaning_.kind = TiffKind::kRgb;
+        findAlpha(3);
     }
-    layout.width = width_;
-    layout.height = height_;
-    layout.bitsPerComponent = bitsPerPixel_ == 128 ? 32 : 8;
+    bitsPerPixel_ = meaning_.bitsPerPixel();
+
+    const bool exchanged = kTurns[orientation_ - 1].exchanged;
+    shownWidth_ = exchanged ? layout_.height : layout_.width;
+    layout.width = shownWidth_;
+    layout.height = exchanged ? layout_.width : layout_.height;
+    layout.bitsPerComponent = meaning_.isFloat ? 32 : 8;
     layout.bitsPerPixel = bitsPerPixel_;
-    layout.bytesPerRow = layout.width * (bitsPerPixel_ / 8);
+    layout.bytesPerRow = shownWidth_ * pixelBytes();
     return true;
 }
 
 ColorTriples TiffDecoder::readColors() {
     std::uint16_t* channels[3] = {};
-    if (bitsPerPixel_ != 8 || samples_.kind != PHOTOMETRIC_PALETTE ||
+    if (isForeign_ || meaning_.kind != TiffKind::kPalette ||
         TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]) == 0) {
         return {};
     }
+    const std::size_t count = std::size_t{1} << layout_.bits;
     // Colours have 16 bits, but some writers store 8.
     bool wide = false;
     for (const std::uint16_t* channel : channels) {
-        wide = wide || std::any_of(channel, channel + 256, [](std::uint16_t v) { return v > 255; });
+        wide = wide || std::any_of(channel, channel + count, [](std::uint16_t v) { return v > 255; });
     }
-    for (std::size_t i = 0; i < 256; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         for (std::size_t k = 0; k < 3; ++k) {
             colors_[3 * i + k] = static_cast<unsigned char>(wide ? channels[k][i] >> 8 : channels[k][i]);
         }
     }
-    return {colors_, 256};
+    return {colors_, count};
+}
+
+// Whether the samples are bytes or floats of the bitmap already.
+bool TiffDecoder::isPlain() const {
+    return !layout_.isPlanar && !meaning_.isMultiplied && meaning_.sampleCount == layout_.perPixel &&
+           meaning_.kind != TiffKind::kInvertedGrey && meaning_.kind != TiffKind::kInks &&
+           layout_.bits == (meaning_.isFloat ? 32 : 8) &&
+           std::size_t{layout_.bits} * layout_.perPixel == bitsPerPixel_;
 }
 
 bool TiffDecoder::startPixels() {
-    if (byRow_) {
-        // Rows of libtiff must be what was announced; a picture that changes its mind is broken.
-        const std::size_t rowBytes = static_cast<std::size_t>(width_) * samples_.perPixel * samples_.bits / 8;
-        if (TIFFScanlineSize(tiff_.get()) != static_cast<tmsize_t>(rowBytes)) return false;
-        row_ = dib::allocateArray<unsigned char>(static_cast<std::size_t>(width_) * bitsPerPixel_ / 8);
-        return row_ != nullptr;
-    }
-    const dib::ImageSize size = dib::admitSize(width_, static_cast<int>(height_), 32);
-    if (!size.admitted) return false;
-    raster_ = dib::allocateImageBlock(size.imageBytes);
-    row_ = dib::allocateArray<unsigned char>(size.rowBytes);
-    if (raster_ == nullptr || row_ == nullptr) return false;
-    return TIFFReadRGBAImageOriented(tiff_.get(), width_, height_,
-                                     reinterpret_cast<std::uint32_t*>(raster_.get()), ORIENTATION_TOPLEFT,
-                                     1) != 0;
+    // What is shown may be admitted where floats of it, which are four times as large, are not.
+    const std::uint64_t rasterBytes = std::uint64_t{layout_.width} * layout_.height * pixelBytes();
+    const bool isWhole = isForeign_ || orientation_ != ORIENTATION_TOPLEFT;
+    if (isWhole && rasterBytes > INT_MAX) return false;
+    row_ =
+        dib::allocateArray<unsigned char>(std::max<std::size_t>(layout_.width, shownWidth_) * pixelBytes());
+    if (row_ == nullptr) return false;
+    if (isForeign_) return readConverted();
+    return startRows() && (!isWhole || readRaster());
 }
 
-// Colours without alpha get an opaque one; from the last pixel on, so that the row can widen in place.
-const unsigned char* TiffDecoder::floatRow() {
-    constexpr std::size_t kPixel = 4 * sizeof(float);
-    constexpr std::size_t kColors = 3 * sizeof(float);
-    constexpr float kOpaque = 1.0F;
-    for (std::size_t x = width_; samples_.perPixel == 3 && x-- > 0;) {
-        std::memmove(row_.get() + kPixel * x, row_.get() + kColors * x, kColors);
-        std::memcpy(row_.get() + kPixel * x + kColors, &kOpaque, sizeof kOpaque);
+bool TiffDecoder::startRows() {
+    return rows_.start(tiff_.get(), layout_, meaning_.samples, meaning_.sampleCount) &&
+           (isPlain() || converter_.start(layout_, meaning_, colors_));
+}
+
+bool TiffDecoder::readRaster() {
+    const std::size_t rowBytes = layout_.width * pixelBytes();
+    raster_ = dib::allocateImageBlock(rowBytes * layout_.height);
+    if (raster_ == nullptr) return false;
+    for (std::size_t y = 0; y < layout_.height; ++y) {
+        if (!rows_.next()) return false;
+        if (isPlain()) {
+            std::copy_n(rows_.row(0), rowBytes, raster_.get() + y * rowBytes);
+        } else {
+            converter_.convert(rows_, raster_.get() + y * rowBytes);
+        }
     }
-    return row_.get();
+    return true;
 }
 
 // The library multiplies colours with their alpha, which is divided out again here.
-const unsigned char* TiffDecoder::convertedRow() {
-    const unsigned char* from = raster_.get() + static_cast<std::size_t>(nextRow_) * width_ * 4;
-    const std::size_t step = bitsPerPixel_ / 8;
-    unsigned char* to = row_.get();
-    for (std::uint32_t x = 0; x < width_; ++x, from += 4, to += step) {
+bool TiffDecoder::readConverted() {
+    const std::size_t pixels = std::size_t{layout_.width} * layout_.height;
+    const dib::ImageSize size = dib::admitSize(layout_.width, static_cast<int>(layout_.height), 32);
+    if (!size.admitted) return false;
+    raster_ = dib::allocateImageBlock(size.imageBytes);
+    if (raster_ == nullptr) return false;
+    // Asked for as it is stored, so that nothing is turned yet.
+    if (TIFFReadRGBAImageOriented(tiff_.get(), layout_.width, layout_.height,
+                                  reinterpret_cast<std::uint32_t*>(raster_.get()), orientation_, 1) == 0) {
+        return false;
+    }
+    const std::size_t step = pixelBytes();
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const unsigned char* from = raster_.get() + 4 * i;
+        unsigned char* to = raster_.get() + step * i;
         const unsigned alpha = step == 4 ? from[3] : 255U;
         for (std::size_t k = 0; k < 3; ++k) {
             const unsigned color = alpha == 0 ? 0 : (from[k] * 255U + alpha / 2) / alpha;
             to[k] = static_cast<unsigned char>(std::min(color, 255U));
         }
-        if (step == 4) to[3] = from[3];
     }
+    return true;
+}
+
+const unsigned char* TiffDecoder::turnedRow() {
+    const Turn& turn = kTurns[orientation_ - 1];
+    const std::size_t width = layout_.width;
+    const std::size_t height = layout_.height;
+    const std::size_t bytes = pixelBytes();
+    for (std::size_t i = 0; i < shownWidth_; ++i) {
+        const std::size_t x = turn.exchanged ? nextRow_ : i;
+        const std::size_t y = turn.exchanged ? i : nextRow_;
+        const std::size_t from =
+            (turn.mirroredY ? height - 1 - y : y) * width + (turn.mirroredX ? width - 1 - x : x);
+        std::memcpy(row_.get() + i * bytes, raster_.get() + from * bytes, bytes);
+    }
+    ++nextRow_;
     return row_.get();
 }
 
 const unsigned char* TiffDecoder::nextRow() {
-    const unsigned char* row = nullptr;
-    if (!byRow_) {
-        row = convertedRow();
-    } else if (TIFFReadScanline(tiff_.get(), row_.get(), nextRow_, 0) == 1) {
-        row = bitsPerPixel_ == 128 ? floatRow() : row_.get();
-    }
-    ++nextRow_;
-    return row;
+    if (raster_ != nullptr) return turnedRow();
+    if (!rows_.next()) return nullptr;
+    if (isPlain()) return rows_.row(0);
+    converter_.convert(rows_, row_.get());
+    return row_.get();
 }
 
 }  // namespace

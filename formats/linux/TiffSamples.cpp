@@ -1,0 +1,178 @@
+#include "formats/linux/TiffSamples.h"
+
+#include <algorithm>
+#include <bit>
+#include <cfloat>
+#include <cstring>
+
+namespace formats {
+
+namespace {
+
+// Where the samples of one kind stand in a row.
+struct Channel {
+    const unsigned char* row;
+    std::size_t first;
+    std::size_t step;
+};
+
+template <class Word>
+Word wordAt(const unsigned char* row, std::size_t index) {
+    Word word;
+    std::memcpy(&word, row + index * sizeof word, sizeof word);
+    return word;
+}
+
+// Samples of 16, 24 and 32 bits come in the order of the machine; all others are packed from the high bits down.
+std::uint32_t packedAt(const unsigned char* row, std::size_t index, unsigned bits) {
+    if (bits == 24) {
+        const unsigned char* p = row + index * 3;
+        return std::endian::native == std::endian::little
+                   ? p[0] | static_cast<std::uint32_t>(p[1]) << 8 | static_cast<std::uint32_t>(p[2]) << 16
+                   : p[2] | static_cast<std::uint32_t>(p[1]) << 8 | static_cast<std::uint32_t>(p[0]) << 16;
+    }
+    const std::size_t start = index * bits;
+    const std::size_t last = (start + bits - 1) / 8;
+    std::uint64_t packed = 0;
+    for (std::size_t i = start / 8; i <= last; ++i) packed = packed << 8 | row[i];
+    const std::size_t behind = (last + 1) * 8 - (start + bits);
+    return static_cast<std::uint32_t>(packed >> behind & ((std::uint64_t{1} << bits) - 1));
+}
+
+float floatOfHalf(std::uint16_t half) {
+    const std::uint32_t sign = (half & 0x8000U) << 16;
+    const std::uint32_t exponent = half >> 10 & 31U;
+    const std::uint32_t fraction = half & 0x3FFU;
+    if (exponent == 0) {
+        constexpr float kLeast = 1.0F / (1 << 24);
+        const float value = static_cast<float>(fraction) * kLeast;
+        return sign != 0 ? -value : value;
+    }
+    const std::uint32_t wide = exponent == 31 ? 255 : exponent + 127 - 15;
+    return std::bit_cast<float>(sign | wide << 23 | fraction << 13);
+}
+
+void unpack(const Channel& from, unsigned bits, float* to, std::size_t pixels, std::size_t step) {
+    for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
+        if (bits == 16) {
+            *to = floatOfHalf(wordAt<std::uint16_t>(from.row, at));
+        } else if (bits == 32) {
+            *to = wordAt<float>(from.row, at);
+        } else {
+            constexpr double kMost = FLT_MAX;
+            *to = static_cast<float>(std::clamp(wordAt<double>(from.row, at), -kMost, kMost));
+        }
+    }
+}
+
+// Rounded to bytes of the same share of the largest value. Signs are not looked at.
+void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t pixels, std::size_t step) {
+    const std::uint64_t largest = (std::uint64_t{1} << bits) - 1;
+    for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
+        if (bits == 8) {
+            *to = from.row[at];
+        } else if (bits == 16) {
+            *to = static_cast<unsigned char>((wordAt<std::uint16_t>(from.row, at) * 255U + 32895U) >> 16);
+        } else {
+            const std::uint64_t value =
+                bits == 32 ? wordAt<std::uint32_t>(from.row, at) : packedAt(from.row, at, bits);
+            *to = static_cast<unsigned char>((value * 255 + largest / 2) / largest);
+        }
+    }
+}
+
+void unpackIndices(const Channel& from, unsigned bits, unsigned char* to, std::size_t pixels,
+                   std::size_t step) {
+    for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
+        *to = static_cast<unsigned char>(packedAt(from.row, at, bits));
+    }
+}
+void unpackIndices(const Channel&, unsigned, float*, std::size_t, std::size_t) {}
+
+constexpr unsigned char opaque(unsigned char) { return 255; }
+constexpr float opaque(float) { return 1.0F; }
+
+// A rounded division by 255.
+unsigned char product(unsigned char a, unsigned char b) {
+    const unsigned value = static_cast<unsigned>(a) * b + 128;
+    return static_cast<unsigned char>((value + (value >> 8)) >> 8);
+}
+float product(float a, float b) { return a * b; }
+
+unsigned char divided(unsigned char color, unsigned char alpha) {
+    if (alpha == 0) return 0;
+    return static_cast<unsigned char>(std::min((color * 255U + alpha / 2U) / alpha, 255U));
+}
+float divided(float color, float alpha) { return alpha > 0.0F ? color / alpha : 0.0F; }
+
+}  // namespace
+
+std::size_t TiffMeaning::bitsPerPixel() const {
+    if (isFloat) return 128;
+    if (hasAlpha) return 32;
+    return kind == TiffKind::kRgb || kind == TiffKind::kInks ? 24 : 8;
+}
+
+bool TiffConverter::start(const TiffLayout& layout, const TiffMeaning& meaning, const unsigned char* colors) {
+    layout_ = layout;
+    meaning_ = meaning;
+    colors_ = colors;
+    unpacked_ = dib::allocateArray<float>(std::size_t{layout.width} * meaning.sampleCount);
+    return unpacked_ != nullptr;
+}
+
+template <class Sample>
+void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Sample* to) {
+    constexpr auto kOpaque = opaque(Sample{});
+    const std::size_t count = meaning_.sampleCount;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Channel channel = layout_.isPlanar
+                                    ? Channel{rows.row(i), 0, 1}
+                                    : Channel{rows.row(0), meaning_.samples[i], layout_.perPixel};
+        if (meaning_.kind == TiffKind::kPalette && i == 0) {
+            unpackIndices(channel, layout_.bits, unpacked + i, layout_.width, count);
+        } else {
+            unpack(channel, layout_.bits, unpacked + i, layout_.width, count);
+        }
+    }
+
+    const std::size_t step = meaning_.isFloat ? 4 : meaning_.bitsPerPixel() / 8;
+    for (std::size_t x = 0; x < layout_.width; ++x, unpacked += count, to += step) {
+        Sample rgb[3] = {unpacked[0], unpacked[0], unpacked[0]};
+        switch (meaning_.kind) {
+            case TiffKind::kGrey: break;
+            case TiffKind::kInvertedGrey:
+                rgb[0] = rgb[1] = rgb[2] = static_cast<Sample>(kOpaque - unpacked[0]);
+                break;
+            case TiffKind::kPalette:
+                if constexpr (sizeof(Sample) == 1) {
+                    if (step > 1) std::copy_n(colors_ + 3 * unpacked[0], 3, rgb);
+                }
+                break;
+            case TiffKind::kRgb: std::copy_n(unpacked, 3, rgb); break;
+            case TiffKind::kInks:
+                for (std::size_t k = 0; k < 3; ++k) {
+                    rgb[k] = product(static_cast<Sample>(kOpaque - unpacked[k]),
+                                     static_cast<Sample>(kOpaque - unpacked[3]));
+                }
+                break;
+        }
+        const Sample alpha = meaning_.hasAlpha ? unpacked[count - 1] : kOpaque;
+        if (meaning_.isMultiplied) {
+            for (Sample& color : rgb) color = divided(color, alpha);
+        }
+        std::copy_n(rgb, std::min<std::size_t>(step, 3), to);
+        if (step == 4) to[3] = alpha;
+    }
+}
+
+void TiffConverter::convert(const TiffRows& rows, unsigned char* to) {
+    // Rows of blocks from malloc are aligned for floats: a pixel of theirs has 16 bytes.
+    if (meaning_.isFloat) {
+        convertAs(rows, unpacked_.get(), reinterpret_cast<float*>(to));
+    } else {
+        convertAs(rows, reinterpret_cast<unsigned char*>(unpacked_.get()), to);
+    }
+}
+
+}  // namespace formats
