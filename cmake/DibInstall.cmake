@@ -8,7 +8,7 @@ file(GLOB dib_public_headers CONFIGURE_DEPENDS
 install(FILES ${dib_public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dibstream)
 
 # The libraries find each other wherever the prefix is moved to.
-set_target_properties(dibstream PROPERTIES INSTALL_RPATH $ORIGIN)
+set_target_properties(dibstream PROPERTIES INSTALL_RPATH ${DIB_OWN_FOLDER})
 install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 

@@ -3,6 +3,7 @@
 # One side of the seams to the platform is built.
 if(APPLE)
     set(DIB_PLATFORM mac)
+    enable_language(OBJCXX)
 else()
     set(DIB_PLATFORM linux)
 endif()
@@ -12,7 +13,8 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/geometry/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/*.cpp
-    ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp)
+    ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
+    ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
 
 # The platform's own image formats.
 add_library(dib_image_libraries INTERFACE)
@@ -37,14 +39,15 @@ dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
 target_link_libraries(dibstream PRIVATE dibstream_objects VexLibs $<BUILD_INTERFACE:dib_image_libraries>)
 if(APPLE)
-    target_link_libraries(dibstream PRIVATE "-framework CoreFoundation")
+    target_link_libraries(dibstream PRIVATE
+        "-framework AppKit" "-framework Foundation" "-framework CoreGraphics" "-framework CoreFoundation")
 else()
     target_link_libraries(dibstream PRIVATE ${CMAKE_DL_LIBS})
 endif()
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>)
-if(NOT DIB_SANITIZE)
+if(NOT DIB_SANITIZE AND NOT APPLE)  # there it is the linker's habit
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()
 set_target_properties(dibstream PROPERTIES

@@ -2,6 +2,7 @@
 
 add_library(dib_options INTERFACE)
 target_compile_features(dib_options INTERFACE cxx_std_20)
+target_compile_options(dib_options INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>)
 # Results are the same bytes on every machine: no contraction of a * b + c, whatever the instruction set.
 # Nobody reads errno after a square root, and setting it would keep loops from vectorising.
 target_compile_options(dib_options INTERFACE -ffp-contract=off -fno-math-errno -Wall -Wextra -Wconversion -Wshadow)
@@ -14,12 +15,20 @@ if(DIB_SANITIZE)
     target_link_options(dib_options INTERFACE -fsanitize=${DIB_SANITIZE})
 endif()
 
+# How the loader names the folder of the file that it loads libraries for.
+if(APPLE)
+    set(DIB_OWN_FOLDER "@loader_path")
+else()
+    set(DIB_OWN_FOLDER "$ORIGIN")
+endif()
+
 # The library itself: hidden by default, vectorised in release builds.
 function(dib_library_settings target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:dib_options>)
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:-O3>)
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
+        OBJCXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         CXX_EXTENSIONS OFF
         POSITION_INDEPENDENT_CODE ON)

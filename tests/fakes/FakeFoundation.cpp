@@ -2,34 +2,23 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
-struct __CFURL {};
-struct __CFString {};
-struct __CFBundle {};
+struct __CFURL : FakeObject {};
+struct __CFString : FakeObject {};
+struct __CFBundle : FakeObject {};
 
 namespace {
 
-__CFURL url;
-__CFString name;
-__CFBundle bundle;
-
-// Whether the call succeeds.
-bool record(const std::string& function, const std::string& arguments) {
-    FakeFoundation& fake = FakeFoundation::instance();
-    fake.calls.push_back(function + "(" + arguments + ")");
-    return fake.failing != function;
-}
+__CFURL url{{"url"}};
+__CFString name{{"name"}};
+__CFBundle bundle{{"bundle"}};
 
 template <class Object>
 Object* created(Object& object, bool succeeds) {
-    if (!succeeds) return nullptr;
-    ++FakeFoundation::instance().objects;
-    return &object;
+    return static_cast<Object*>(retained(object, succeeds));
 }
 
-std::string nameOf(const void* object) {
-    if (object == &url) return "url";
-    if (object == &name) return "name";
-    return object == &bundle ? "bundle" : "?";
+bool record(const std::string& call, const std::string& arguments) {
+    return FakeFoundation::instance().record(call, arguments);
 }
 
 }  // namespace
@@ -37,6 +26,30 @@ std::string nameOf(const void* object) {
 FakeFoundation& FakeFoundation::instance() {
     static FakeFoundation fake;
     return fake;
+}
+
+bool FakeFoundation::record(const std::string& call, const std::string& arguments) {
+    calls.push_back(call + "(" + arguments + ")");
+    return failing != call;
+}
+
+std::string nameOf(const void* object) {
+    if (object == nullptr) return "none";
+    const auto* known = static_cast<const FakeObject*>(object);
+    return (known->references > 0 ? "" : "gone ") + std::string(known->name);
+}
+
+FakeObject* retained(FakeObject& object, bool succeeds) {
+    if (!succeeds) return nullptr;
+    ++FakeFoundation::instance().objects;
+    ++object.references;
+    return &object;
+}
+
+void released(const void* object) {
+    auto* known = static_cast<FakeObject*>(const_cast<void*>(object));
+    --FakeFoundation::instance().objects;
+    if (--known->references == 0 && known->ended != nullptr) known->ended();
 }
 
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* buffer,
@@ -70,5 +83,5 @@ void* CFBundleGetFunctionPointerForName(CFBundleRef of, CFStringRef text) {
 
 void CFRelease(CFTypeRef object) {
     record("CFRelease", nameOf(object));
-    --FakeFoundation::instance().objects;
+    released(object);
 }
