@@ -107,7 +107,7 @@ private:
     bool takeColors(CGColorSpaceRef space) {
         colorCount_ = space != nullptr ? CGColorSpaceGetColorTableCount(space) : 0;
         if (colorCount_ == 0) return true;
-        // An entry has a byte for each component of the space that it indexes, of which there may be four.
+        // Entries are triples, but those of a table over four inks must not run past the block.
         colors_ = dib::allocateZeroed<unsigned char>(colorCount_ * 4);
         if (colors_ == nullptr) return false;
         CGColorSpaceGetColorTable(space, colors_.get());

@@ -6,9 +6,9 @@
 #include "tests/fakes/FakeGraphics.h"
 
 extern "C" {
-id class_createInstance(Class type, std::size_t extraBytes);
+id class_createInstance(Class of, std::size_t extraBytes);
 id object_dispose(id object);
-const char* class_getName(Class type);
+const char* class_getName(Class of);
 // The runtime's own tables of classes last as long as the process.
 const char* __lsan_default_suppressions();
 }
@@ -52,7 +52,7 @@ std::string characterText(std::uint32_t character) {
     return self;
 }
 - (void)release {
-    record("release", class_getName(isa));
+    record("release", class_getName(kind));
     if (--references == 0) discard(self);
 }
 - (void)dealloc {

@@ -25,7 +25,7 @@ enum NSBitmapImageFileType : NSUInteger {
 
 __attribute__((objc_root_class))
 @interface NSObject {
-    Class isa;
+    Class kind;
     int references;
 }
 + (id)alloc;
