@@ -310,29 +310,15 @@ bool writeHeaders(std::FILE* file, const DibStream& image) {
            dib::writeBytes(file, dib::colorTable(image.Header), tableBytes);
 }
 
-// Bottom row first, whatever the order in memory. Rows that have to be turned round are gathered first: a
-// write for each of them costs more than copying them.
-bool writePixels(std::FILE* file, DibStream& image) {
+// Bottom row first, whatever the order in memory.
+bool writePixels(std::FILE* file, const DibStream& image) {
     if (image.Header->biHeight > 0) {
         return dib::writeBytes(file, image.Buffer, static_cast<std::size_t>(image.GetImageSize()));
     }
     const dib::ImageSize size = dib::admitSize(*image.Header);
     if (size.imageBytes == 0) return true;
-    unsigned char gathered[1 << 16];
-    std::size_t bytes = 0;
-    for (std::size_t row = size.rows; row-- > 0;) {
-        const unsigned char* from = image.Buffer + row * size.rowBytes;
-        for (const unsigned char* end = from + size.rowBytes; from != end;) {
-            const std::size_t count = std::min(static_cast<std::size_t>(end - from), sizeof gathered - bytes);
-            std::memcpy(gathered + bytes, from, count);
-            from += count;
-            bytes += count;
-            if (bytes < sizeof gathered) continue;
-            if (!dib::writeBytes(file, gathered, bytes)) return false;
-            bytes = 0;
-        }
-    }
-    return dib::writeBytes(file, gathered, bytes);
+    return dib::writeRows(file, image.Buffer + (size.rows - 1) * size.rowBytes,
+                          -static_cast<std::ptrdiff_t>(size.rowBytes), size.rowBytes, size.rows);
 }
 
 template <class Path>

@@ -12,9 +12,9 @@
 #include <type_traits>
 #include <utility>
 
+#include "dib/Depths.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
-#include "effects/Depths.h"
 
 namespace dib {
 

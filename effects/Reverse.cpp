@@ -1,13 +1,5 @@
-#include "dib/Kernels.h"
+#include "dib/ByteTone.h"
 #include "effects/EffectFrame.h"
-
-namespace {
-
-DIB_ALWAYS_INLINE void invertBytes(unsigned char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
-}
-
-}  // namespace
 
 bool DibEffectReverse(DibProgressCallback, void*, DibStream* image) {
     if (image == nullptr) return false;
@@ -17,7 +9,7 @@ bool DibEffectReverse(DibProgressCallback, void*, DibStream* image) {
     const std::size_t imageBytes = dib::admitSize(*image->Header).imageBytes;
     if (imageBytes == 0) return true;
     if (image->Buffer == nullptr) return false;
-    dib::runKernel<invertBytes>(image->Buffer, imageBytes);
+    dib::invertBytes(image->Buffer, imageBytes);
     return true;
 }
 

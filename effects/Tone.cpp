@@ -5,9 +5,9 @@
 #include <array>
 #include <cmath>
 
+#include "dib/ByteTone.h"
 #include "dib/ColorTable.h"
 #include "effects/EffectFrame.h"
-#include "effects/ToneLookup.h"
 
 namespace dib {
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "dib/Depths.h"
 #include "geometry/BilinearRows.h"
 #include "geometry/Canvas.h"
 #include "geometry/PaddedRows.h"
@@ -90,21 +91,11 @@ bool mixInto(const DibStream& image, const dib::Canvas& canvas, const Placement&
     return true;
 }
 
-template <int Bits>
+template <class Depth>
 void pickRow(const unsigned char* from, const Position* columns, std::size_t width, unsigned char* to) {
     for (std::size_t i = 0; i < width; ++i) {
-        const std::size_t x = columns[i].nearest();
-        if constexpr (Bits == 16) {
-            std::memcpy(to + 2 * i, from + 2 * x, 2);
-        } else if constexpr (Bits == 8) {
-            to[i] = from[x];
-        } else {
-            // Pixels fill a byte from its high end.
-            constexpr std::size_t kPixels = 8 / Bits;
-            const unsigned pixel = from[x / kPixels] >> (8 - Bits - x % kPixels * Bits) & ((1U << Bits) - 1U);
-            const std::size_t shift = 8 - Bits - i % kPixels * Bits;
-            to[i / kPixels] = static_cast<unsigned char>(to[i / kPixels] | pixel << shift);
-        }
+        const auto x = static_cast<std::ptrdiff_t>(columns[i].nearest());
+        Depth::put(to, static_cast<std::ptrdiff_t>(i), Depth::get(from, x));
     }
 }
 
@@ -121,10 +112,10 @@ void pickInto(const DibStream& image, const dib::Canvas& canvas, const Placement
         std::memset(to, 0, canvas.rowBytes);
         const unsigned char* from = image.Buffer + place.lines[line].nearest() * sourceRowBytes;
         switch (canvas.header.biBitCount) {
-            case 1: pickRow<1>(from, place.columns, width, to); break;
-            case 4: pickRow<4>(from, place.columns, width, to); break;
-            case 8: pickRow<8>(from, place.columns, width, to); break;
-            default: pickRow<16>(from, place.columns, width, to); break;
+            case 1: pickRow<dib::Depth1>(from, place.columns, width, to); break;
+            case 4: pickRow<dib::Depth4>(from, place.columns, width, to); break;
+            case 8: pickRow<dib::Depth8>(from, place.columns, width, to); break;
+            default: pickRow<dib::Depth16>(from, place.columns, width, to); break;
         }
     }
 }

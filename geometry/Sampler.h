@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Depths.h"
 #include "dib/ImageSize.h"
 #include "dib/Kernels.h"
 
@@ -92,10 +93,8 @@ DIB_ALWAYS_INLINE PixelIndex nearestPixel(const SampleSource& source, float x, f
 // The value of a pixel of at most 16 bits, given the first byte that holds it.
 template <int Bits>
 DIB_ALWAYS_INLINE std::uint32_t readIndexedPixel(const unsigned char* at, std::ptrdiff_t x) {
-    if constexpr (Bits == 1) return (at[0] >> (7 - (x & 7))) & 1U;
-    if constexpr (Bits == 4) return (x & 1) != 0 ? at[0] & 15U : at[0] >> 4U;
-    if constexpr (Bits == 8) return at[0];
-    if constexpr (Bits == 16) return at[0] | (std::uint32_t{at[1]} << 8);
+    constexpr std::ptrdiff_t kPixelsPerByte = Bits < 8 ? 8 / Bits : 1;
+    return PixelDepth<Bits>::get(at, x & (kPixelsPerByte - 1));
 }
 
 // Four channels in the 16-bit lanes of one word, in the order 0, 2, 1, 3, so that one multiplication weights
@@ -116,14 +115,7 @@ DIB_ALWAYS_INLINE std::uint32_t mixRows(std::uint64_t upper, std::uint64_t lower
 
 template <int Bits>
 DIB_ALWAYS_INLINE std::uint64_t readChannels(const unsigned char* row, std::ptrdiff_t x) {
-    if constexpr (Bits == 24) {
-        const unsigned char* at = row + x * 3;
-        return spreadChannels(at[0] | (std::uint32_t{at[1]} << 8) | (std::uint32_t{at[2]} << 16));
-    } else {
-        std::uint32_t pixel;
-        std::memcpy(&pixel, row + x * 4, sizeof pixel);
-        return spreadChannels(pixel);
-    }
+    return spreadChannels(PixelDepth<Bits>::get(row, x));
 }
 
 // Where the two pixels of a row are that get mixed, and their weights. Away from the right edge both are read
@@ -185,7 +177,7 @@ DIB_ALWAYS_INLINE std::uint32_t sample(const SampleSource& source, float x, floa
         return sampleBilinear<Bits>(source, x, y, flags);
     } else {
         const PixelIndex at = nearestPixel(source, x, y, flags);
-        return readIndexedPixel<Bits>(source.row(at.row) + (at.column * Bits >> 3), at.column);
+        return PixelDepth<Bits>::get(source.row(at.row), at.column);
     }
 }
 

@@ -7,9 +7,24 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/ByteTone.h"
 #include "dib/ColorTable.h"
-#include "dib/Kernels.h"
 #include "geometry/Canvas.h"
+
+namespace {
+
+// In pieces, so that what is read of both rows is still near when it is written.
+void exchangeRows(unsigned char* low, unsigned char* high, unsigned char* saved, std::size_t rowBytes) {
+    constexpr std::size_t kPiece = 2048;
+    for (std::size_t at = 0; at < rowBytes; at += kPiece) {
+        const std::size_t bytes = std::min(kPiece, rowBytes - at);
+        std::memcpy(saved + at, low + at, bytes);
+        std::memcpy(low + at, high + at, bytes);
+        std::memcpy(high + at, saved + at, bytes);
+    }
+}
+
+}  // namespace
 
 bool DibStream::UpDown(bool topDown) {
     if (Buffer == nullptr) return false;
@@ -23,11 +38,8 @@ bool DibStream::UpDown(bool topDown) {
         return false;
     }
     for (std::size_t i = 0; i < size.rows / 2; ++i) {
-        unsigned char* low = Buffer + i * size.rowBytes;
-        unsigned char* high = Buffer + (size.rows - 1 - i) * size.rowBytes;
-        std::memcpy(saved.get(), low, size.rowBytes);
-        std::memcpy(low, high, size.rowBytes);
-        std::memcpy(high, saved.get(), size.rowBytes);
+        exchangeRows(Buffer + i * size.rowBytes, Buffer + (size.rows - 1 - i) * size.rowBytes, saved.get(),
+                     size.rowBytes);
     }
     Header->biHeight = -Header->biHeight;
     return true;
@@ -40,10 +52,6 @@ std::size_t passBytes(const DibStream& image) {
     const std::int32_t announced = image.GetImageSize();
     if (announced < 1) return 0;
     return std::min(static_cast<std::size_t>(announced), dib::admitSize(*image.Header).imageBytes);
-}
-
-DIB_ALWAYS_INLINE void invertBytes(unsigned char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
 }
 
 using ToneTable = std::array<unsigned char, 256>;
@@ -64,19 +72,11 @@ ToneTable brightenTable(float factor) {
     return table;
 }
 
-// Blue, green and red of 4-byte records.
-void mapRecords(unsigned char* records, std::size_t count, const ToneTable& table) {
-    for (std::size_t i = 0; i < count; ++i) {
-        unsigned char* record = records + 4 * i;
-        for (int channel = 0; channel < 3; ++channel) record[channel] = table[record[channel]];
-    }
-}
-
 }  // namespace
 
 bool DibStream::InvertTone() {
     if (Buffer == nullptr) return false;
-    dib::runKernel<invertBytes>(Buffer, passBytes(*this));
+    dib::invertBytes(Buffer, passBytes(*this));
     return true;
 }
 
@@ -89,16 +89,14 @@ bool DibStream::Brighten(float factor) {
         case 1:
         case 4:
         case 8:
-            mapRecords(reinterpret_cast<unsigned char*>(dib::colorTable(Header)),
-                       dib::announcedEntries(*Header), table);
+            dib::lookUpColors(reinterpret_cast<unsigned char*>(dib::colorTable(Header)),
+                              dib::announcedEntries(*Header), table.data());
             return true;
-        case 24: {
+        case 24:
             // The fill bytes of the rows change too.
-            const std::size_t bytes = passBytes(*this);
-            for (std::size_t i = 0; i < bytes; ++i) Buffer[i] = table[Buffer[i]];
+            dib::lookUpBytes(Buffer, passBytes(*this), table.data());
             return true;
-        }
-        case 32: mapRecords(Buffer, dib::admitSize(*Header).imageBytes / 4, table); return true;
+        case 32: dib::lookUpColors(Buffer, dib::admitSize(*Header).imageBytes / 4, table.data()); return true;
         default: return false;
     }
 }

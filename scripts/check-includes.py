@@ -26,7 +26,7 @@ FILE_USERS = {("effects", "Compose", "DibCodec.h"), ("effects", "Compose", "VexL
 # Public headers and the layers below the codecs rest on the standard library and the processor alone.
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects"}
 # <stdio.h> is how the header for C programs names it.
-STANDARD_HEADER = re.compile(r"[a-z_0-9]+|stdio\.h|immintrin\.h|sys/mman\.h")
+STANDARD_HEADER = re.compile(r"[a-z_0-9]+|stdio\.h|immintrin\.h|sys/(mman|uio)\.h|unistd\.h")
 FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')

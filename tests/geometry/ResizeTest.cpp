@@ -1,6 +1,7 @@
 #include <DibStream.h>
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "geometry/AreaRows.h"
@@ -76,6 +77,40 @@ TEST(Resize, IndexedHalvesRunTheChosenMethod) {
     EXPECT_TRUE(dib->Resize(4, 4, DibStream::DIB_RESIZE_BILINEAR));
     EXPECT_TRUE(expected->ResizeBilinear(4, 4));
     EXPECT_TRUE(sameImage(*dib, *expected));
+}
+
+TEST(Resize, ExactHalvesOfDeepImagesNeedNoMethod) {
+    for (const int depth : {24, 32}) {
+        const DibPtr dib = blankImage(2, -2, depth);
+        setPixelValue(*dib, 1, 1, 200);
+        EXPECT_TRUE(dib->Resize(1, 1, static_cast<DibStream::DIB_RESIZE_METHOD>(7)));
+        EXPECT_EQ(dib->Header->biWidth, 1);
+        EXPECT_EQ(dib->Header->biHeight, -1);
+        EXPECT_EQ(pixelValue(*dib, 0, 0), 50U);
+    }
+    const DibPtr indexed = blankImage(2, 2, 8);
+    EXPECT_FALSE(indexed->Resize(1, 1, static_cast<DibStream::DIB_RESIZE_METHOD>(7)));
+    EXPECT_EQ(indexed->Header->biWidth, 2);
+    EXPECT_EQ(indexed->ErrorCode, 0);
+}
+
+// The method needs other memory than the halving, so it may succeed where that failed; then nothing failed.
+TEST(Resize, HalvingThatFailsForMemoryLeavesItToTheMethod) {
+    const auto resized = [](long failing, int method, int before) {
+        const DibPtr dib = blankImage(2, 1, 24);
+        EXPECT_TRUE(dib->ChangeSize(2, 2, 0x0000C8));
+        dib->ErrorCode = before;
+        bool done = false;
+        {
+            const testing_support::FailNthAllocation fail(failing);
+            done = dib->Resize(1, 1, static_cast<DibStream::DIB_RESIZE_METHOD>(method));
+        }
+        return std::tuple(done, dib->ErrorCode, dib->Header->biWidth);
+    };
+    EXPECT_EQ(resized(0, 0, 0), std::tuple(true, 0, 1));
+    EXPECT_EQ(resized(0, 1, 7), std::tuple(true, 7, 1));
+    EXPECT_EQ(resized(0, 7, 0), std::tuple(false, 2, 2)) << "no method to go on with";
+    EXPECT_EQ(resized(1000, 7, 5), std::tuple(true, 5, 1));
 }
 
 TEST(Resize, HalfEmptyImagesAreRefused) {

@@ -1,4 +1,4 @@
-#include "effects/ToneLookup.h"
+#include "dib/ByteTone.h"
 
 #include <cstdint>
 
@@ -11,6 +11,10 @@
 namespace dib {
 
 namespace {
+
+DIB_ALWAYS_INLINE void invertBody(unsigned char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
+}
 
 void lookUpPlain(unsigned char* bytes, std::size_t count, const unsigned char* table) {
     for (std::size_t i = 0; i < count; ++i) bytes[i] = table[bytes[i]];
@@ -57,6 +61,8 @@ std::size_t lookUpFast(unsigned char* bytes, std::size_t count, const unsigned c
 }
 
 }  // namespace
+
+void invertBytes(unsigned char* bytes, std::size_t count) { runKernel<invertBody>(bytes, count); }
 
 void lookUpBytes(unsigned char* bytes, std::size_t count, const unsigned char* table) {
     const std::size_t done = lookUpFast<false>(bytes, count, table);

@@ -2,8 +2,8 @@
 //
 // A pixel value is the number that the bytes of the pixel form from the low end: an index at 1, 4 and 8 bits,
 // a 5-5-5 word at 16, blue, green, red (, alpha) from the low byte at 24 and 32.
-#ifndef EFFECTS_DEPTHS_H
-#define EFFECTS_DEPTHS_H
+#ifndef DIB_DEPTHS_H
+#define DIB_DEPTHS_H
 
 #include <array>
 #include <cstddef>
@@ -18,9 +18,15 @@ namespace dib {
 template <int Count>
 using Channels = std::array<std::uint32_t, static_cast<std::size_t>(Count)>;
 
+// A depth by its bits.
+//
 // `put` expects the bits of the pixel to be zero at 1 and 4 bits: a row of these is cleared before its pixels
 // are written.
-struct Depth1 {
+template <int Bits>
+struct PixelDepth;
+
+template <>
+struct PixelDepth<1> {
     static constexpr int kBits = 1;
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -31,7 +37,8 @@ struct Depth1 {
     }
 };
 
-struct Depth4 {
+template <>
+struct PixelDepth<4> {
     static constexpr int kBits = 4;
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -42,7 +49,8 @@ struct Depth4 {
     }
 };
 
-struct Depth8 {
+template <>
+struct PixelDepth<8> {
     static constexpr int kBits = 8;
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) { return row[x]; }
@@ -54,7 +62,8 @@ struct Depth8 {
 };
 
 // Bit 15 belongs to no channel.
-struct Depth16 {
+template <>
+struct PixelDepth<16> {
     static constexpr int kBits = 16;
     static constexpr int kChannels = 3;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -74,7 +83,8 @@ struct Depth16 {
     }
 };
 
-struct Depth24 {
+template <>
+struct PixelDepth<24> {
     static constexpr int kBits = 24;
     static constexpr int kChannels = 3;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -95,7 +105,8 @@ struct Depth24 {
     }
 };
 
-struct Depth32 {
+template <>
+struct PixelDepth<32> {
     static constexpr int kBits = 32;
     static constexpr int kChannels = 4;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -113,6 +124,13 @@ struct Depth32 {
         return (c[3] << 24) | (c[2] << 16) | (c[1] << 8) | c[0];
     }
 };
+
+using Depth1 = PixelDepth<1>;
+using Depth4 = PixelDepth<4>;
+using Depth8 = PixelDepth<8>;
+using Depth16 = PixelDepth<16>;
+using Depth24 = PixelDepth<24>;
+using Depth32 = PixelDepth<32>;
 
 // Several pixels of these depths share a byte.
 template <class Depth>

@@ -1,11 +1,13 @@
-// Bytes through a table of 256 entries.
-#ifndef EFFECTS_TONE_LOOKUP_H
-#define EFFECTS_TONE_LOOKUP_H
+// Changing every byte of a block alike: by its complement, or through a table of 256 entries.
+#ifndef DIB_BYTE_TONE_H
+#define DIB_BYTE_TONE_H
 
 #include <cstddef>
 
 namespace dib {
 
+// Replaces every byte by its complement.
+void invertBytes(unsigned char* bytes, std::size_t count);
 // Replaces every byte by its table entry.
 void lookUpBytes(unsigned char* bytes, std::size_t count, const unsigned char* table);
 // Replaces the first three bytes of every four.

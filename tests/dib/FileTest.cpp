@@ -1,0 +1,102 @@
+// Rows that are written past the buffer of their stream.
+#include "dib/File.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <thread>
+#include <vector>
+
+#include "tests/support/ByteFile.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+// Three rows of two bytes, from the last to the first.
+const Bytes kBlock = {1, 2, 3, 4, 5, 6};
+bool writeTurned(std::FILE* file) { return dib::writeRows(file, kBlock.data() + 4, -2, 2, 3); }
+
+TEST(WriteRows, StandBetweenWhatTheStreamWritesBeforeAndAfter) {
+    const Bytes written = testing_support::writtenBytes([](std::FILE* file) {
+        EXPECT_EQ(std::fputs("ab", file) >= 0, true);
+        EXPECT_TRUE(writeTurned(file));
+        EXPECT_EQ(std::ftell(file), 8);
+        EXPECT_EQ(std::fputs("cd", file) >= 0, true);
+        EXPECT_EQ(std::ftell(file), 10);
+    });
+    EXPECT_EQ(written, (Bytes{'a', 'b', 5, 6, 3, 4, 1, 2, 'c', 'd'}));
+}
+
+TEST(WriteRows, ReplaceBytesInTheMiddleOfAFile) {
+    const Bytes written = testing_support::writtenBytes([](std::FILE* file) {
+        EXPECT_TRUE(std::fputs("abcdefghij", file) >= 0);
+        EXPECT_EQ(std::fseek(file, 1, SEEK_SET), 0);
+        EXPECT_TRUE(writeTurned(file));
+        EXPECT_EQ(std::ftell(file), 7);
+        EXPECT_TRUE(std::fputs("X", file) >= 0);
+        EXPECT_EQ(std::fseek(file, 0, SEEK_END), 0);
+    });
+    EXPECT_EQ(written, (Bytes{'a', 5, 6, 3, 4, 1, 2, 'X', 'i', 'j'}));
+}
+
+TEST(WriteRows, MemoryStreamsTakeThemToo) {
+    Bytes block(8, 9);
+    const dib::FilePtr file(fmemopen(block.data(), block.size(), "wb"));
+    EXPECT_TRUE(std::fputs("a", file.get()) >= 0);
+    EXPECT_TRUE(writeTurned(file.get()));
+    EXPECT_EQ(std::fflush(file.get()), 0);
+    EXPECT_EQ(Bytes(block.begin(), block.begin() + 7), (Bytes{'a', 5, 6, 3, 4, 1, 2}));
+}
+
+TEST(WriteRows, NoneAreNoWrite) {
+    const Bytes written = testing_support::writtenBytes([](std::FILE* file) {
+        EXPECT_TRUE(dib::writeRows(file, kBlock.data(), 2, 2, 0));
+        EXPECT_TRUE(dib::writeRows(file, kBlock.data(), 0, 0, 3));
+    });
+    EXPECT_TRUE(written.empty());
+}
+
+// More rows than one call takes, through a pipe that holds less than all of them.
+TEST(WriteRows, ManyRowsThroughAPipe) {
+    Bytes block(2500 * 100);
+    for (std::size_t i = 0; i < block.size(); ++i) block[i] = static_cast<unsigned char>(i * 7 + i / 100);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    Bytes received;
+    std::thread reader([&] {
+        unsigned char part[999];
+        for (ssize_t n; (n = read(ends[0], part, sizeof part)) > 0;) {
+            received.insert(received.end(), part, part + n);
+        }
+    });
+    {
+        const dib::FilePtr file(fdopen(ends[1], "wb"));
+        EXPECT_TRUE(dib::writeRows(file.get(), block.data(), 100, 100, 2500));
+    }
+    reader.join();
+    close(ends[0]);
+    EXPECT_EQ(received, block);
+}
+
+// A file that may not grow further takes a part of a row at first.
+TEST(WriteRows, ShortWritesAreErrors) {
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t room : {0, 1, 3, 5, 6}) {
+        const dib::FilePtr file(std::tmpfile());
+        rlimit limited = old;
+        limited.rlim_cur = room;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+        EXPECT_EQ(writeTurned(file.get()), room == 6) << room;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+    }
+    std::signal(SIGXFSZ, oldHandler);
+    const dib::FilePtr full(std::fopen("/dev/full", "wb"));
+    EXPECT_FALSE(writeTurned(full.get()));
+}
+
+}  // namespace
