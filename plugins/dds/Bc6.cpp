@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string_view>
 
 #include "plugins/Gamma.h"
@@ -216,35 +217,43 @@ float floatOfHalf(int half) {
 }
 
 // An interpolated value is nearly a half; it is scaled so that no infinity comes out.
-unsigned char byteOf(int value, bool isSigned) {
-    if (value < 0) return 0;
-    return gammaByte(floatOfHalf(isSigned ? value * 31 >> 5 : value * 31 >> 6));
+float sampleOf(int value, bool isSigned) {
+    if (!isSigned) return floatOfHalf(value * 31 >> 6);
+    const float magnitude = floatOfHalf(std::abs(value) * 31 >> 5);
+    return value < 0 ? -magnitude : magnitude;
 }
 
 void decode(const unsigned char* bytes, bool isSigned, Block& texels) {
-    BitReader bits(bytes);
-    const Mode* mode = takeMode(bits);
-    if (mode == nullptr) {  // reserved
-        texels.fill({0, 0, 0, 255});
-        return;
-    }
-    const EndPoints ends(*mode, bits, isSigned);
-    const int indexBits = mode->subsets == 2 ? 3 : 4;
-    for (unsigned i = 0; i < 16; ++i) {
-        const unsigned index =
-            bits.take(isAnchor(mode->subsets, ends.partition, i) ? indexBits - 1 : indexBits);
-        const unsigned subset = subsetOf(mode->subsets, ends.partition, i);
-        unsigned char channels[3];
-        for (int channel = 0; channel < 3; ++channel) {
-            channels[channel] = byteOf(interpolate(ends.value[2 * subset][channel],
-                                                   ends.value[2 * subset + 1][channel], index, indexBits),
-                                       isSigned);
-        }
-        texels[i] = {channels[2], channels[1], channels[0], 255};
+    FloatBlock samples;
+    decodeBc6Samples(bytes, isSigned, samples);
+    for (std::size_t i = 0; i < texels.size(); ++i) {
+        texels[i] = {gammaByte(samples[i].blue), gammaByte(samples[i].green), gammaByte(samples[i].red), 255};
     }
 }
 
 }  // namespace
+
+void decodeBc6Samples(const unsigned char* bytes, bool isSigned, FloatBlock& samples) {
+    BitReader bits(bytes);
+    const Mode* mode = takeMode(bits);
+    if (mode == nullptr) {  // reserved
+        samples.fill({0, 0, 0});
+        return;
+    }
+    const EndPoints ends(*mode, bits, isSigned);
+    const int indexBits = mode->subsets == 2 ? 3 : 4;
+    for (unsigned i = 0; i < samples.size(); ++i) {
+        const bool isAnchored = isAnchor(mode->subsets, ends.partition, i);
+        const unsigned index = bits.take(isAnchored ? indexBits - 1 : indexBits);
+        const unsigned subset = subsetOf(mode->subsets, ends.partition, i);
+        const auto channel = [&](int c) {
+            const int value =
+                interpolate(ends.value[2 * subset][c], ends.value[2 * subset + 1][c], index, indexBits);
+            return sampleOf(value, isSigned);
+        };
+        samples[i] = {channel(0), channel(1), channel(2)};
+    }
+}
 
 void decodeBc6Unsigned(const unsigned char* bytes, Block& texels) { decode(bytes, false, texels); }
 void decodeBc6Signed(const unsigned char* bytes, Block& texels) { decode(bytes, true, texels); }

@@ -14,8 +14,15 @@ struct Texel {
     unsigned char alpha;
 };
 
+struct FloatTexel {
+    float red;
+    float green;
+    float blue;
+};
+
 // Row by row from the top.
 using Block = std::array<Texel, 16>;
+using FloatBlock = std::array<FloatTexel, 16>;
 using BlockDecoder = void (*)(const unsigned char* bytes, Block& texels);
 
 // Every decoder takes any bytes. What a format does not hold is 0, but for alpha, which is 255.
@@ -29,7 +36,8 @@ void decodeBc4Signed(const unsigned char* bytes, Block& texels);
 // Red and green.
 void decodeBc5Unsigned(const unsigned char* bytes, Block& texels);
 void decodeBc5Signed(const unsigned char* bytes, Block& texels);
-// Linear light in half floats, through the gamma curve.
+// Linear light in half floats, as it is and through the gamma curve.
+void decodeBc6Samples(const unsigned char* bytes, bool isSigned, FloatBlock& samples);
 void decodeBc6Unsigned(const unsigned char* bytes, Block& texels);
 void decodeBc6Signed(const unsigned char* bytes, Block& texels);
 void decodeBc7(const unsigned char* bytes, Block& texels);

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "plugins/Gamma.h"
+#include "plugins/dds/Blocks.h"
 #include "plugins/dds/Reader.h"
 #include "tests/formats/CodecTest.h"
 #include "tests/plugins/DdsFile.h"
@@ -264,6 +265,54 @@ TEST(DdsTest, Bc6ModesKeepTheirFirstRed) {
         BlockBits bits;
         bits.put(reserved, 5).put(0xFFFFFF, 24);
         EXPECT_EQ(texel(pixels(file(4, 4, numbered(95), bits.bytes)), 0), (Bytes{0, 0, 0, 255}));
+    }
+}
+
+// A block of each mode, with the halves of its seventh texel.
+TEST(DdsTest, Bc6Halves) {
+    struct Case {
+        unsigned mode;
+        float plain[3];
+        float withSigns[3];
+    };
+    constexpr Case kCases[] = {
+        {0, {0.0008296966552734375F, 57.59375F, 5.4453125F}, {4.100799560546875e-05F, -46.71875F, -5472.0F}},
+        {1, {0.063720703125F, 0.3603515625F, 0.01690673828125F}, {133.0F, 3856.0F, 9.3125F}},
+        {2, {29.671875F, 4040.0F, 0.11083984375F}, {-169.0F, -0.0084686279296875F, 396.0F}},
+        {6,
+         {0.1868896484375F, 1127.0F, 0.000682830810546875F},
+         {1019.0F, -0.11419677734375F, 0.01404571533203125F}},
+        {10,
+         {0.0011119842529296875F, 349.0F, 4576.0F},
+         {0.0399169921875F, -1.302734375F, -0.00701141357421875F}},
+        {14, {374.25F, 0.006717681884765625F, 5.14453125F}, {-1.197265625F, 1.439453125F, -6344.0F}},
+        {18,
+         {4.265625F, 9.59634780883789e-05F, 0.00012874603271484375F},
+         {-9080.0F, 0.00027942657470703125F, 0.00054168701171875F}},
+        {22, {260.75F, 6.58203125F, 0.0038471221923828125F}, {-2.40625F, -3994.0F, 0.485107421875F}},
+        {26,
+         {5520.0F, 0.00031447410583496094F, 0.0005044937133789062F},
+         {-0.00603485107421875F, 0.003078460693359375F, 0.00833892822265625F}},
+        {30, {34.5F, 418.75F, 2.40625F}, {-231.75F, -1.6962890625F, 397.5F}},
+        {3, {0.1407470703125F, 0.0118865966796875F, 27.1875F}, {641.0F, 4.171875F, -212.625F}},
+        {7, {35008.0F, 7.59375F, 133.875F}, {-0.00011545419692993164F, -2522.0F, -7.74609375F}},
+        {11, {0.07220458984375F, 1.587890625F, 0.923828125F}, {167.75F, -0.6826171875F, 27792.0F}},
+        {15,
+         {8.881092071533203e-05F, 3524.0F, 0.62646484375F},
+         {0.0002332925796508789F, -0.01216888427734375F, 12336.0F}},
+    };
+    for (const Case& c : kCases) {
+        Bytes block(16);
+        for (unsigned i = 0; i < 16; ++i) block[i] = (i * i * 29 + c.mode * 17 + 100) & 127;
+        block[0] = static_cast<unsigned char>((block[0] & (c.mode < 2 ? ~3U : ~31U)) | c.mode);
+        for (const bool isSigned : {false, true}) {
+            plugins::dds::FloatBlock texels;
+            plugins::dds::decodeBc6Samples(block.data(), isSigned, texels);
+            const float* expected = isSigned ? c.withSigns : c.plain;
+            EXPECT_EQ(texels[6].red, expected[0]) << c.mode;
+            EXPECT_EQ(texels[6].green, expected[1]) << c.mode;
+            EXPECT_EQ(texels[6].blue, expected[2]) << c.mode;
+        }
     }
 }
 
