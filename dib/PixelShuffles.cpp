@@ -55,6 +55,34 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t shuffleToGrey(const std::uint8_t* 
     return i;
 }
 
+// Sixteen 3-byte pixels as three vectors.
+struct SixteenPixels {
+    __m128i parts[3];
+};
+
+// Exchanges their first and last bytes, two of which stand across the ends of a vector.
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE SixteenPixels exchangeSixteen(const std::uint8_t* from) {
+    const auto* at = reinterpret_cast<const __m128i*>(from);
+    const __m128i a = _mm_loadu_si128(at);
+    const __m128i b = _mm_loadu_si128(at + 1);
+    const __m128i c = _mm_loadu_si128(at + 2);
+    const __m128i aToA = _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, -1);
+    const __m128i bToA = _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 1);
+    const __m128i aToB = _mm_setr_epi8(-1, 15, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m128i bToB = _mm_setr_epi8(0, -1, 4, 3, 2, 7, 6, 5, 10, 9, 8, 13, 12, 11, -1, 15);
+    const __m128i cToB = _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, -1);
+    const __m128i bToC = _mm_setr_epi8(14, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m128i cToC = _mm_setr_epi8(-1, 3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10, 15, 14, 13);
+    return {{_mm_or_si128(_mm_shuffle_epi8(a, aToA), _mm_shuffle_epi8(b, bToA)),
+             _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(a, aToB), _mm_shuffle_epi8(b, bToB)),
+                          _mm_shuffle_epi8(c, cToB)),
+             _mm_or_si128(_mm_shuffle_epi8(b, bToC), _mm_shuffle_epi8(c, cToC))}};
+}
+
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE void storeSixteen(std::uint8_t* to, const SixteenPixels& pixels) {
+    for (int i = 0; i < 3; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + i, pixels.parts[i]);
+}
+
 }  // namespace
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
@@ -70,12 +98,18 @@ DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint
 }
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    const __m128i exchange = _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15);
     std::size_t i = 0;
-    // Five pixels are 15 bytes; the 16th byte belongs to the next pixel and is written again with it.
-    for (; i + 6 <= count; i += 5) {
-        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 3 * i));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 3 * i), _mm_shuffle_epi8(pixels, exchange));
+    for (; i + 16 <= count; i += 16) storeSixteen(to + 3 * i, exchangeSixteen(from + 3 * i));
+    return i;
+}
+
+DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
+    std::size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const SixteenPixels fromFirst = exchangeSixteen(first + 3 * i);
+        const SixteenPixels fromSecond = exchangeSixteen(second + 3 * i);
+        storeSixteen(second + 3 * i, fromFirst);
+        storeSixteen(first + 3 * i, fromSecond);
     }
     return i;
 }
@@ -95,6 +129,7 @@ DIB_TARGET_AVX2 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uin
 namespace dib {
 
 std::size_t shuffleBgrToBgra(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
+std::size_t shuffleAndExchange(std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgrToRgb(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgrToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgraToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }

@@ -14,6 +14,8 @@ namespace dib {
 
 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+// Two rows change places while red and blue do; both may be the same row.
+std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);
 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 

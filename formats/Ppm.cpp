@@ -42,36 +42,67 @@ bool readSize(formats::HeaderLines& lines, PictureSize& size) {
     return formats::readNumber(at, size.width) && formats::readNumber(at, size.height);
 }
 
+DIB_ALWAYS_INLINE void swapRedBlueLoop(const unsigned char* __restrict from, unsigned char* __restrict to,
+                                       std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        to[3 * i] = from[3 * i + 2];
+        to[3 * i + 1] = from[3 * i + 1];
+        to[3 * i + 2] = from[3 * i];
+    }
+}
+
+// Exchanges two rows, and their red and blue. The two may be one.
+void exchangeColors(unsigned char* first, unsigned char* second, std::size_t bytes) {
+    const std::size_t pixels = bytes / 3;
+    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    for (std::size_t i = wide ? dib::shuffleAndExchange(first, second, pixels) : 0; i < pixels; ++i) {
+        const DibBGR one = {first[3 * i + 2], first[3 * i + 1], first[3 * i]};
+        const DibBGR other = {second[3 * i + 2], second[3 * i + 1], second[3 * i]};
+        std::memcpy(second + 3 * i, &one, sizeof one);
+        std::memcpy(first + 3 * i, &other, sizeof other);
+    }
+}
+
 // Row readers fill row y of the image from the file; false when the file ends before.
 
+// Blocks of rows are read to where they belong and turned round there: a row that is copied from elsewhere costs
+// the memory of the picture twice.
 class BinaryRows {
 public:
     BinaryRows(std::FILE* file, DibStream& image)
-        : image_(image),
-          width_(static_cast<std::size_t>(image.Header->biWidth)),
-          rows_(file, width_ * image.Header->biBitCount / 8,
-                static_cast<std::size_t>(image.Header->biHeight)) {}
+        : file_(file),
+          image_(image),
+          rowBytes_(static_cast<std::size_t>(image.Header->biWidth) * image.Header->biBitCount / 8),
+          exchange_(image.Header->biBitCount == 24 ? exchangeColors : formats::exchangeBytes) {}
 
-    bool ready() const { return rows_.ready(); }
     bool read(int y) {
-        if (image_.Header->biBitCount == 8) return rows_.copyNext(image_.ScanLine(y)) == width_;
-        const unsigned char* row = rows_.next();
-        if (row == nullptr) return false;
-        formats::swapRedBlue(row, image_.ScanLine(y), width_);
-        return true;
+        if (y == blockEnd_) readBlock();
+        return y < wholeRows_;
     }
 
 private:
+    void readBlock() {
+        const auto left = static_cast<std::size_t>(image_.Header->biHeight - blockEnd_);
+        const std::size_t rows = formats::rowsPerBlock(rowBytes_, left);
+        wholeRows_ = blockEnd_;
+        blockEnd_ += static_cast<int>(rows);
+        unsigned char* block = image_.ScanLine(blockEnd_ - 1);
+        wholeRows_ += static_cast<int>(std::fread(block, 1, rows * rowBytes_, file_) / rowBytes_);
+        formats::turnRows(block, rowBytes_, image_.GetPitch(), rows, exchange_);
+    }
+
+    std::FILE* file_;
     DibStream& image_;
-    std::size_t width_;
-    formats::RowReader rows_;
+    std::size_t rowBytes_;
+    formats::RowExchange exchange_;
+    int blockEnd_ = 0;   // rows read so far, those that the file lacks included
+    int wholeRows_ = 0;  // and those that it had
 };
 
 class AsciiRows {
 public:
     AsciiRows(std::FILE* file, DibStream& image) : file_(file), image_(image) {}
 
-    bool ready() const { return true; }
     bool read(int y) {
         unsigned char* out = image_.ScanLine(y);
         const int channels = image_.Header->biBitCount / 8;
@@ -93,7 +124,6 @@ private:
 
 template <class Rows>
 bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void* user) {
-    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
     const int height = image->Header->biHeight;
     for (int y = 0; y < height; ++y) {
         if (!rows.read(y)) return fail(image, DIB_ERROR_READ);
@@ -101,15 +131,6 @@ bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void*
     }
     image->ErrorCode = DIB_OK;
     return true;
-}
-
-DIB_ALWAYS_INLINE void swapRedBlueLoop(const unsigned char* __restrict from, unsigned char* __restrict to,
-                                       std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i) {
-        to[3 * i] = from[3 * i + 2];
-        to[3 * i + 1] = from[3 * i + 1];
-        to[3 * i + 2] = from[3 * i];
-    }
 }
 
 }  // namespace

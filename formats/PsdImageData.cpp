@@ -88,14 +88,16 @@ bool DibPSDLoader::DecodeRLE(unsigned char* out, int count, int packedSize) {
     return true;
 }
 
-// Stores the planes of a picture together, reporting each channel when its share of the rows begins. Whatever
-// goes wrong, the image and the reader are then as they were, for the plain way to find out what happened.
+// Stores the planes of a picture together, reporting each channel when its share of the rows begins; a packed one
+// only after those before it have been found whole. Whatever goes wrong, the image and the reader are then as they
+// were, for the plain way to find out what happened.
 DibPSDLoader::ChannelProgress DibPSDLoader::StorePlanes(DibStream& image, std::size_t channels,
                                                         const unsigned char* packedLengths) {
     ChannelProgress progress;
     const std::int64_t start = reader_->position();
     const std::size_t rows = static_cast<std::size_t>(dib::rowCount(image.Header->biHeight));
     formats::PsdPlanes planes(*reader_, image, channels, packedLengths);
+    const bool checks = packedLengths != nullptr && callback_ != nullptr;
     bool whole = planes.prepare();
     while (whole && progress.told < channels) {
         const std::size_t channel = progress.told;
@@ -103,7 +105,13 @@ DibPSDLoader::ChannelProgress DibPSDLoader::StorePlanes(DibStream& image, std::s
         progress.cancelled = !DoCallback();
         if (progress.cancelled) break;
         ++progress.told;
-        whole = planes.storeRows(rows * channel / channels, rows * (channel + 1) / channels);
+        if (!checks) {
+            whole = planes.storeRows(rows * channel / channels, rows * (channel + 1) / channels);
+        } else if (progress.told < channels) {
+            whole = planes.checkPlane(channel);
+        } else {
+            whole = planes.storeRows(0, rows);
+        }
     }
     if (whole && !progress.cancelled) {
         progress.stored = channels;
@@ -139,8 +147,7 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
     if (line == nullptr) return false;
 
     ChannelProgress progress;
-    // A packed row may turn out to be damaged, and no channel behind it may have been reported then.
-    const bool together = compression == kRaw || (packedLengths != nullptr && callback_ == nullptr);
+    const bool together = compression == kRaw || packedLengths != nullptr;
     if (together && dib != nullptr && dib == target_ && dib->Buffer != nullptr) {
         const std::size_t channels = interleavedChannels(*dib, header_.mode, header_.depth, ids);
         if (channels > 0) progress = StorePlanes(*dib, channels, packedLengths.get());

@@ -7,6 +7,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Kernels.h"
 #include "formats/PsdPackBits.h"
+#include "formats/Rows.h"
 
 namespace formats {
 
@@ -71,6 +72,7 @@ bool PsdPlanes::prepare() {
     const std::int64_t unpacked = static_cast<std::int64_t>(width_ * rows_ * channels_);
     if (!reader_.admitWork(unpacked + starts_[channels_] - starts_[0])) return false;
 
+    if (isOnlyRawPlane()) return true;
     for (std::size_t channel = 0; channel < channels_; ++channel) {
         windows_[channel].filePosition = starts_[channel];
         windows_[channel].bytes = dib::allocateArray<unsigned char>(windowBytes_);
@@ -96,18 +98,51 @@ bool PsdPlanes::slide(Window& window, std::size_t channel, std::size_t wanted) {
     return window.filled >= wanted;
 }
 
-const unsigned char* PsdPlanes::rowOf(std::size_t channel, std::size_t row) {
+const unsigned char* PsdPlanes::bytesOf(std::size_t channel, std::size_t row) {
     Window& window = windows_[channel];
     const std::size_t bytes = packedBytes(channel, row);
     if (window.filled - window.next < bytes && !slide(window, channel, bytes)) return nullptr;
-    const unsigned char* packed = window.bytes.get() + window.next;
+    const unsigned char* start = window.bytes.get() + window.next;
     window.next += bytes;
-    if (packedLengths_ == nullptr) return packed;
+    return start;
+}
+
+const unsigned char* PsdPlanes::rowOf(std::size_t channel, std::size_t row) {
+    const unsigned char* packed = bytesOf(channel, row);
+    if (packed == nullptr || packedLengths_ == nullptr) return packed;
     unsigned char* line = lines_[channel].get();
-    return unpackRow(packed, bytes, line, width_) ? line : nullptr;
+    return unpackRow(packed, packedBytes(channel, row), line, width_) ? line : nullptr;
+}
+
+// The rows of a single raw plane are those of the picture, which has them the other way round.
+bool PsdPlanes::storeOnlyPlane(std::size_t first, std::size_t end) {
+    const std::size_t pitch = image_.GetPitch();
+    reader_.seek(starts_[0] + static_cast<std::int64_t>(first * width_));
+    while (first < end) {
+        const std::size_t rows = rowsPerBlock(width_, end - first);
+        first += rows;
+        unsigned char* block = image_.ScanLine(static_cast<int>(first) - 1);
+        if (!reader_.read(block, rows * width_)) return false;
+        turnRows(block, width_, pitch, rows, exchangeBytes);
+        for (std::size_t row = 0; row < rows; ++row)
+            std::memset(block + row * pitch + width_, 0xFF, pitch - width_);
+    }
+    return true;
+}
+
+bool PsdPlanes::checkPlane(std::size_t channel) {
+    bool whole = true;
+    for (std::size_t row = 0; whole && row < rows_; ++row) {
+        const unsigned char* packed = bytesOf(channel, row);
+        whole = packed != nullptr && isPackedRow(packed, packedBytes(channel, row), width_);
+    }
+    windows_[channel].next = windows_[channel].filled = 0;
+    windows_[channel].filePosition = starts_[channel];
+    return whole;
 }
 
 bool PsdPlanes::storeRows(std::size_t first, std::size_t end) {
+    if (isOnlyRawPlane()) return storeOnlyPlane(first, end);
     const std::size_t used = width_ * channels_;
     const std::size_t fill = image_.GetPitch() - used;
     for (std::size_t row = first; row < end; ++row) {

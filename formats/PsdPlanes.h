@@ -23,6 +23,8 @@ public:
 
     // Whether the file holds all planes and there is memory to read them side by side.
     bool prepare();
+    // Whether every packed row of a plane unpacks.
+    bool checkPlane(std::size_t channel);
     // Stores the rows from `first` up to `end`, in order; the bytes behind each row become 0xFF. False when one
     // does not unpack.
     bool storeRows(std::size_t first, std::size_t end);
@@ -39,8 +41,13 @@ private:
         std::int64_t filePosition = 0;  // of the byte behind the window
     };
 
+    bool isOnlyRawPlane() const { return channels_ == 1 && packedLengths_ == nullptr; }
     std::size_t packedBytes(std::size_t channel, std::size_t row) const;
+    // A row of one plane as the file has it; null when it cannot be read.
+    const unsigned char* bytesOf(std::size_t channel, std::size_t row);
+    // The same unpacked; null also when that fails.
     const unsigned char* rowOf(std::size_t channel, std::size_t row);
+    bool storeOnlyPlane(std::size_t first, std::size_t end);
     bool slide(Window& window, std::size_t channel, std::size_t wanted);
 
     PsdReader& reader_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dib/Kernels.h"
+
 namespace formats {
 
 namespace {
@@ -10,12 +12,21 @@ namespace {
 // Small enough to stay in the second-level cache, large enough that the cost of a call does not show.
 constexpr std::size_t kBlockBytes = 256 * 1024;
 
+DIB_ALWAYS_INLINE void exchangeLoop(unsigned char* __restrict first, unsigned char* __restrict second,
+                                    std::size_t bytes) {
+    for (std::size_t i = 0; i < bytes; ++i) {
+        const unsigned char kept = first[i];
+        first[i] = second[i];
+        second[i] = kept;
+    }
+}
+
+}  // namespace
+
 std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows) {
     const std::size_t fitting = kBlockBytes / std::max(rowBytes, std::size_t{1});
     return std::clamp(fitting, std::size_t{1}, std::max(rows, std::size_t{1}));
 }
-
-}  // namespace
 
 RowReader::RowReader(std::FILE* file, std::size_t rowBytes, std::size_t rows)
     : file_(file),
@@ -58,6 +69,20 @@ std::size_t readRows(std::FILE* file, unsigned char* out, std::size_t rowBytes, 
         if (bytes < rowBytes) break;
     }
     return total;
+}
+
+void exchangeBytes(unsigned char* first, unsigned char* second, std::size_t bytes) {
+    if (first != second) dib::runKernel<exchangeLoop>(first, second, bytes);
+}
+
+void turnRows(unsigned char* block, std::size_t rowBytes, std::size_t pitch, std::size_t rows,
+              RowExchange exchange) {
+    if (pitch > rowBytes) {
+        for (std::size_t row = rows; row-- > 1;)
+            std::memmove(block + row * pitch, block + row * rowBytes, rowBytes);
+    }
+    for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
+        exchange(block + row * pitch, block + (rows - 1 - row) * pitch, rowBytes);
 }
 
 RowWriter::RowWriter(std::FILE* file, std::size_t rowBytes, std::size_t rows)

@@ -1,5 +1,6 @@
 // Picture data: planes into pixels, PackBits rows and what is said about damaged ones.
 #include "dib/Kernels.h"
+#include "formats/PsdPackBits.h"
 #include "tests/formats/PsdTest.h"
 
 namespace {
@@ -58,6 +59,21 @@ TEST(PsdImageData, WidePicturesEqualTheReference) {
                 }
             }
         }
+    }
+}
+
+TEST(PsdImageData, LongRawPlanesEqualTheReference) {
+    for (const int width : {999, 1000}) {
+        PsdDocument grey;
+        grey.mode = 1;
+        grey.channels = 1;
+        grey.width = width;
+        grey.height = 800;
+        const Load load(grey.bytes());
+        ASSERT_TRUE(load.result);
+        // The bytes behind each row, too.
+        EXPECT_EQ(testing_support::pixelBytes(*load.image),
+                  testing_support::pixelBytes(*expectedMerged(grey)));
     }
 }
 
@@ -262,6 +278,55 @@ TEST(PsdImageData, PackBitsRowsOfTheWrongLength) {
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 1, 1}, false), "invalid load bytes 1/3\n");
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 0xFF}, false), "invalid load bytes 1/3\n");
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 0x80}, false), "invalid load bytes 1/3\n");
+}
+
+TEST(PsdImageData, RowsAreFoundWholeWhenTheyUnpack) {
+    testing_support::Random random(5);
+    int whole = 0;
+    for (int round = 0; round < 20000; ++round) {
+        Bytes packed(static_cast<std::size_t>(random.between(0, 9)));
+        // Short packets, so that some rows are whole.
+        for (unsigned char& byte : packed) byte = static_cast<unsigned char>(random.between(-3, 4));
+        if (random.between(0, 9) == 0) packed.push_back(0x80);
+        for (std::size_t count = 0; count < 8; ++count) {
+            Bytes out(count + 1);
+            const bool unpacks = formats::unpackRow(packed.data(), packed.size(), out.data(), count);
+            ASSERT_EQ(formats::isPackedRow(packed.data(), packed.size(), count), unpacks);
+            whole += unpacks ? 1 : 0;
+        }
+    }
+    EXPECT_GT(whole, 1000);
+}
+
+// Whatever is wrong with a packed document, a callback changes neither the picture nor what is said; it hears of
+// the channels up to the one that is damaged.
+TEST(PsdImageData, DamageIsTheSameWithACallback) {
+    PsdDocument packed;
+    packed.channels = 4;
+    packed.width = 40;
+    packed.height = 6;
+    packed.compression = PsdCompression::kPackBits;
+    const Bytes good = packed.bytes();
+    std::size_t heard[5] = {};
+    for (std::size_t i = 38; i < good.size(); ++i) {
+        for (const int change : {0x01, 0x80}) {
+            Bytes bad = good;
+            bad[i] ^= static_cast<unsigned char>(change);
+            const Load plain(bad);
+            ProgressLog progress;
+            Load reported;
+            reported.progress = &progress;
+            reported.run(bad);
+            ASSERT_EQ(reported.result, plain.result) << i;
+            ASSERT_EQ(reported.log, plain.log) << i;
+            ASSERT_EQ(testing_support::pixelBytes(*reported.image), testing_support::pixelBytes(*plain.image))
+                << i;
+            ASSERT_GE(progress.fractions.size(), 4U);
+            if (!plain.result) ++heard[progress.fractions.size() - 4];
+        }
+    }
+    EXPECT_EQ(heard[0], 3U);  // an unknown compression
+    for (int channel = 1; channel <= 4; ++channel) EXPECT_GT(heard[channel], 20U);
 }
 
 TEST(PsdImageData, PackBitsRowsOfTheWrongPackedLength) {
