@@ -91,15 +91,16 @@ void limitScans(j_common_ptr codec) {
     if (scans > kAlwaysAllowed && scans * (pixels + 65536) > kMostPixels) Reports::of(codec).jump.leave();
 }
 
-// A block of 8 x 8 samples takes a bit at least, unless it is packed arithmetically.
+// A block of 8 x 8 samples takes a bit at least. Packed arithmetically it can take next to nothing: there the limit is
+// what no picture with anything in it comes near to.
 bool JpegDecoder::couldHold(std::uint64_t fileBytes) const {
-    if (jpeg_.arith_code != 0) return true;
+    const std::uint64_t blocksPerByte = jpeg_.arith_code != 0 ? 8192 : 8;
     std::uint64_t fewest = UINT64_MAX;
     for (int i = 0; i < jpeg_.num_components; ++i) {
         const jpeg_component_info& component = jpeg_.comp_info[i];
         fewest = std::min(fewest, std::uint64_t{component.width_in_blocks} * component.height_in_blocks);
     }
-    return fewest / 8 <= fileBytes;
+    return fewest / blocksPerByte <= fileBytes;
 }
 
 bool JpegDecoder::readLayout(BitmapLayout& layout) {
