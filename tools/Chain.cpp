@@ -68,16 +68,6 @@ void checkOutput(const Chain& chain) {
     if (chain.output != "-" || chain.outputFormat != nullptr) outputFormatOf(chain, formatNamed("bmp"));
 }
 
-void apply(const Step& step, const std::string& title, DibStream& image, Progress& progress) {
-    progress.beginStep(std::string(step.operation->name));
-    // Success does not clear the code, and a failure need not set one: an old one would mislead.
-    image.ErrorCode = DIB_OK;
-    const bool done = step.operation->run(image, step.arguments, &Progress::report, &progress);
-    stopIfCancelled();
-    if (!done) throw Failure(kExitOperationFailed, upTo(title, step.operation->name) + operationError(image));
-    progress.endStep();
-}
-
 void savePicture(const OutputFile& file, const Format& format, DibStream& image, Progress& progress) {
     progress.beginStep("save");
     image.ErrorCode = DIB_OK;
@@ -117,6 +107,16 @@ void loadPicture(const InputFile& file, const Format& format, DibStream& image, 
     progress.endStep();
 }
 
+void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress) {
+    progress.beginStep(std::string(step.operation->name));
+    // Success does not clear the code, and a failure need not set one: an old one would mislead.
+    image.ErrorCode = DIB_OK;
+    const bool done = step.operation->run(image, step.arguments, &Progress::report, &progress);
+    stopIfCancelled();
+    if (!done) throw Failure(kExitOperationFailed, upTo(title, step.operation->name) + operationError(image));
+    progress.endStep();
+}
+
 void runChain(const Chain& chain) {
     checkOutput(chain);
     checkPaths(chain.steps);
@@ -129,7 +129,7 @@ void runChain(const Chain& chain) {
     loadPicture(input, inputFormat, image, progress);
     // Made before the work starts, so that a folder that cannot be written is known at once.
     OutputFile output(chain.output);
-    for (const Step& step : chain.steps) apply(step, input.title(), image, progress);
+    for (const Step& step : chain.steps) applyStep(step, input.title(), image, progress);
     savePicture(output, outputFormat, image, progress);
     output.commit();
 }

@@ -27,5 +27,8 @@ void runChain(const Chain& chain);
 const Format& inputFormatOf(const InputFile& file, const std::string& name, const Format* chosen);
 /// @throws Failure (bad input).
 void loadPicture(const InputFile& file, const Format& format, DibStream& image, Progress& progress);
+/// @param title What messages call the picture.
+/// @throws Failure (operation).
+void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress);
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 
 #include "tools/Chain.h"
 #include "tools/Failure.h"
+#include "tools/Gallery.h"
 #include "tools/Layers.h"
 #include "tools/Listings.h"
 
@@ -71,6 +72,30 @@ void declareLayers(CLI::App& app, Request& request) {
     describeProgress(layers, request);
 }
 
+void declareGallery(CLI::App& app, Request& request) {
+    CLI::App* gallery = app.add_subcommand(
+        "gallery", "Writes a page that shows what every operation does to a picture, and its pictures");
+    gallery->add_option("INPUT", request.picture, "A picture; '-' is standard input")
+        ->type_name("")
+        ->required();
+    gallery->add_option("FOLDER", request.folder, "Where the page goes; made when it is not there")
+        ->type_name("")
+        ->required();
+    describeOption(
+        gallery->add_option("--from", request.from, "Format of the picture, instead of what the file tells"),
+        "FORMAT");
+    request.side = GalleryJob().longerSide;
+    describeOption(gallery
+                       ->add_option("--side", request.side,
+                                    "Pixels of the longer side of the pictures, " +
+                                        std::to_string(kSmallestGallerySide) + " to " +
+                                        std::to_string(kLargestGallerySide) + "; " +
+                                        std::to_string(request.side) + " when it is not given")
+                       ->check(CLI::Range(kSmallestGallerySide, kLargestGallerySide).description("")),
+                   "PIXELS");
+    describeProgress(gallery, request);
+}
+
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
         throw Failure(kExitOutputFailed, "standard output: write file");
@@ -109,6 +134,16 @@ void executeLayers(const Request& request) {
     exportLayers(job);
 }
 
+void executeGallery(const Request& request) {
+    GalleryJob job;
+    job.input = request.picture;
+    job.folder = request.folder;
+    job.inputFormat = chosenFormat(request.from);
+    job.longerSide = request.side;
+    job.showsProgress = showsProgress(request);
+    makeGallery(job);
+}
+
 std::string helpOn(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) return app.help();
     if (const Operation* operation = findOperation(topic)) return operationHelp(*operation);
@@ -131,6 +166,7 @@ void declareCommands(CLI::App& app, Request& request) {
     describeOption(info->add_option("--from", request.from, "Format of the files, instead of what they tell"),
                    "FORMAT");
     declareLayers(app, request);
+    declareGallery(app, request);
     CLI::App* ops = app.add_subcommand("ops", "Lists the operations with their parameters");
     CLI::App* formatList = app.add_subcommand("formats", "Lists the file formats");
     for (CLI::App* listing : {info, ops, formatList})
@@ -153,6 +189,8 @@ void execute(const CLI::App& app, const Request& request) {
         executeInfo(request);
     } else if (app.got_subcommand("layers")) {
         executeLayers(request);
+    } else if (app.got_subcommand("gallery")) {
+        executeGallery(request);
     } else if (app.got_subcommand("ops")) {
         print(operationsText(request.asJson));
     } else if (app.got_subcommand("formats")) {

@@ -16,6 +16,8 @@ struct Request {
     std::vector<std::string> files;
     std::string document;
     std::string folder;
+    std::string picture;
+    int side = 0;
     std::string from;
     std::string to;
     std::string progress = "auto";

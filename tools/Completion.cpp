@@ -8,12 +8,12 @@ namespace tool {
 
 namespace {
 
-// The words of "auto|always|never", or the formats where one is wanted.
+// The words of "auto|always|never", or the formats where one is wanted; nothing for other placeholders.
 std::vector<std::string> valuesOf(const OptionText& option) {
     std::vector<std::string> words;
     if (option.values == "FORMAT") {
         for (const Format& format : formats()) words.emplace_back(format.name);
-    } else if (!option.values.empty()) {
+    } else if (option.values.find('|') != std::string::npos) {
         words = CLI::detail::split(option.values, '|');
     }
     return words;

@@ -6,8 +6,10 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <random>
 
 #include "tools/Cancel.h"
@@ -182,6 +184,25 @@ void OutputFile::copyToTarget() {
     if (copied != CopyResult::Done || !target.close()) {
         fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, errno);
     }
+}
+
+void makeFolder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (!std::filesystem::is_directory(folder)) {
+        throw Failure(kExitOutputFailed, folder + ": no folder can be made here (" + error.message() + ")");
+    }
+}
+
+void writeText(const std::string& name, const std::string& text) {
+    OutputFile output(name);
+    std::FILE* file = std::fopen(output.path(), "wb");
+    const bool written = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    const bool closed = file != nullptr && std::fclose(file) == 0;
+    if (!written || !closed) {
+        throw Failure(kExitOutputFailed, output.title() + ": " + DibStream::GetErrorString(DIB_ERROR_WRITE));
+    }
+    output.commit();
 }
 
 }  // namespace tool

@@ -77,4 +77,9 @@ private:
     bool isCommitted_ = false;
 };
 
+/// Makes a folder and those above it, where they are not there. @throws Failure (output).
+void makeFolder(const std::string& folder);
+/// Writes a file of these bytes. @throws Failure (output).
+void writeText(const std::string& name, const std::string& text);
+
 }  // namespace tool

@@ -4,25 +4,19 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "tools/Cancel.h"
 #include "tools/Chain.h"
 #include "tools/Failure.h"
+#include "tools/ImagePtr.h"
 
 namespace tool {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-struct ReleaseImage {
-    void operator()(DibStream* image) const { image->Release(); }
-};
-using ImagePtr = std::unique_ptr<DibStream, ReleaseImage>;
 
 constexpr const char* kColorModes[] = {"bitmap", "grey", "indexed", "RGB", "CMYK"};
 
@@ -113,14 +107,6 @@ const Format& pictureFormat(const Format* chosen) {
     return formatNamed("bmp");
 }
 
-void makeFolder(const std::string& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (!std::filesystem::is_directory(folder)) {
-        throw Failure(kExitOutputFailed, folder + ": no folder can be made here (" + error.message() + ")");
-    }
-}
-
 std::string within(const std::string& folder, const std::string& name) {
     return (std::filesystem::path(folder) / name).string();
 }
@@ -133,18 +119,6 @@ void saveLayer(DibStream& image, const Format& format, const std::string& path, 
     if (!saved)
         throw Failure(kExitOutputFailed, path + ": save: " + DibStream::GetErrorString(image.ErrorCode));
     file.commit();
-}
-
-void saveManifest(const Json& manifest, const std::string& path) {
-    const std::string text = manifest.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-    OutputFile output(path);
-    std::FILE* file = std::fopen(output.path(), "wb");
-    const bool written = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = file != nullptr && std::fclose(file) == 0;
-    if (!written || !closed) {
-        throw Failure(kExitOutputFailed, path + ": " + DibStream::GetErrorString(DIB_ERROR_WRITE));
-    }
-    output.commit();
 }
 
 }  // namespace
@@ -188,7 +162,8 @@ void exportLayers(const LayerExport& job) {
         saveLayer(*image, format, within(job.folder, name), progress);
         layer["file"] = name;
     }
-    saveManifest(manifest, within(job.folder, "manifest.json"));
+    writeText(within(job.folder, "manifest.json"),
+              manifest.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
     progress.endStep();
 }
 

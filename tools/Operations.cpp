@@ -2,7 +2,7 @@
 
 namespace tool {
 
-// One line for each file in ops/, here and in operations().
+// One line for each file in ops/, here and in areas().
 std::span<const Operation> blurOps();
 std::span<const Operation> composeOps();
 std::span<const Operation> depthOps();
@@ -13,21 +13,26 @@ std::span<const Operation> toneOps();
 std::span<const Operation> edgeOps();
 std::span<const Operation> geometryOps();
 
+std::span<const Area> areas() {
+    static const Area all[] = {
+        {"Colour depth", depthOps()},
+        {"Distortions", distortionOps()},
+        {"Blur and sharpen", blurOps()},
+        {"Noise", noiseOps()},
+        {"Rank filters", rankOps()},
+        {"Tone curves", toneOps()},
+        {"Edge, relief and motion", edgeOps()},
+        {"Second picture", composeOps()},
+        {"Size, place and tone", geometryOps()},
+    };
+    return all;
+}
+
 std::span<const Operation> operations() {
     static const std::vector<Operation> all = [] {
         std::vector<Operation> rows;
-        for (const auto& area : {
-                 depthOps(),
-                 distortionOps(),
-                 blurOps(),
-                 noiseOps(),
-                 rankOps(),
-                 toneOps(),
-                 edgeOps(),
-                 composeOps(),
-                 geometryOps(),
-             }) {
-            rows.insert(rows.end(), area.begin(), area.end());
+        for (const Area& area : areas()) {
+            rows.insert(rows.end(), area.operations.begin(), area.operations.end());
         }
         return rows;
     }();

@@ -4,6 +4,7 @@
 
 #include <DibStream.h>
 
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
@@ -53,12 +54,22 @@ struct Operation {
     std::string_view name;
     std::string_view help;     ///< One sentence, then whatever else is worth knowing.
     std::string_view example;  ///< One call, as on the command line; the tests run it.
+    /// Chains that the gallery shows, which end with the operation: the plainest use, then two that tell more.
+    /// The words before the last one prepare the picture; a second picture is called "other.bmp".
+    std::array<std::string_view, 3> samples;
     std::span<const Parameter> parameters;
+    std::string_view call;  ///< The same in C++, with placeholders for the values (CallText.h).
     bool (*run)(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user);
     /// What is wrong with parameters that do not fit together, or an empty text.
     std::string (*check)(const Arguments& arguments) = nullptr;
 };
 
+/// Operations that belong together.
+struct Area {
+    std::string_view title;
+    std::span<const Operation> operations;
+};
+std::span<const Area> areas();
 /// Every operation, in the order in which help lists them.
 std::span<const Operation> operations();
 /// The operation of that name, or null.
@@ -81,5 +92,7 @@ struct Step {
 /// the order of the table, passing over those that were named; a comma inside a value is written "\,".
 /// @throws Failure (usage).
 Step parseStep(std::string_view text);
+/// Reads a sample of a row: steps with single spaces between them. @throws Failure (usage).
+std::vector<Step> parseSample(std::string_view text);
 
 }  // namespace tool

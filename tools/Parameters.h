@@ -31,6 +31,7 @@ struct Choice {
     std::string_view name;
     std::uint32_t value;
     std::string_view help = {};
+    std::string_view code = {};  ///< What it is called in C++; empty: its number.
 };
 
 struct Bounds {
@@ -51,8 +52,8 @@ struct Parameter {
 
 inline constexpr Bounds kAnyInteger{-2147483648.0, 2147483647.0};
 inline constexpr Bounds kAnyNumber{-1e9, 1e9};
-inline constexpr Choice kWrapAxes[] = {{"x", DIB_WRAP_X, "left and right edges meet"},
-                                       {"y", DIB_WRAP_Y, "top and bottom edges meet"}};
+inline constexpr Choice kWrapAxes[] = {{"x", DIB_WRAP_X, "left and right edges meet", "DIB_WRAP_X"},
+                                       {"y", DIB_WRAP_Y, "top and bottom edges meet", "DIB_WRAP_Y"}};
 
 /// @name How rows declare parameters
 /// A parameter without `standard` must be given.

@@ -93,4 +93,14 @@ Step parseStep(std::string_view text) {
     return call.finish();
 }
 
+std::vector<Step> parseSample(std::string_view text) {
+    std::vector<Step> steps;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find(' ', start), text.size());
+        steps.push_back(parseStep(text.substr(start, end - start)));
+        start = end + 1;
+    }
+    return steps;
+}
+
 }  // namespace tool

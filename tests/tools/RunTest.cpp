@@ -85,7 +85,7 @@ TEST_F(RunCommand, CommandNamesMayBeFileNames) {
 TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
     const auto chainOf = [](bool (*failing)(DibStream&, const tool::Arguments&, DibProgressCallback, void*)) {
         static tool::Operation operation;
-        operation = {"spoil", "Fails.", "spoil", {}, failing};
+        operation = {"spoil", "Fails.", "spoil", {}, {}, {}, failing};
         tool::Chain chain;
         chain.input = "in.bmp";
         chain.output = "out.bmp";

@@ -162,6 +162,8 @@ TEST_F(Completion, BashOffersWhatTheTableSays) {
     EXPECT_EQ(offered("dib run --progress=a"), (Program::Words{"auto", "always"}));
     EXPECT_TRUE(offers("dib run --from=", "bmp"));
     EXPECT_EQ(offered("dib info --js"), Program::Words{"--json"});
+    EXPECT_EQ(offered("dib gal"), Program::Words{"gallery"});
+    EXPECT_EQ(offered("dib gallery --si"), Program::Words{"--side="});
 }
 
 TEST_F(Completion, ZshAndFishScriptsParse) {

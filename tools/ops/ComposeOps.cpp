@@ -19,8 +19,13 @@ bool runCompose(DibStream& image, const Arguments& arguments, DibProgressCallbac
 }
 
 constexpr Operation kOperations[] = {
-    {"compose", "Blends a second picture in. Its extension must be bmp, ppm, pgm, tga, png, jpg or iff.",
-     "compose:other.bmp,0.5", kCompose, runCompose},
+    {"compose",
+     "Blends a second picture in. Its extension must be bmp, ppm, pgm, tga, png, jpg or iff.",
+     "compose:other.bmp,0.5",
+     {"compose:other.bmp", "compose:other.bmp,30%,mode=tile", "compose:other.bmp,0.8"},
+     kCompose,
+     "DibEffectCompose(nullptr, nullptr, &image, {file}, {opacity}, {mode})",
+     runCompose},
 };
 
 }  // namespace

@@ -14,8 +14,9 @@ constexpr Choice kDepths[] = {
 constexpr Choice kMethods[] = {
     {"plain", kPlain, "diffuse at 1 bit, grey at 4 and 8 bits, truncate at 16 bits"},
     {"grey", kGrey, "4 and 8 bits: levels of grey"},
-    {"dither", kOrdered, "8 bits: ordered dither to a 6 x 6 x 6 colour cube; 16 bits: carry what is cut off"},
-    {"median", kMedian, "4 and 8 bits: a palette of the picture's own by median cut"},
+    {"dither", kOrdered, "8 bits: ordered dither to a 6 x 6 x 6 colour cube; 16 bits: carry what is cut off",
+     "DIB_DITHER"},
+    {"median", kMedian, "4 and 8 bits: a palette of the picture's own by median cut", "DIB_MEDIAN_CUT"},
     {"truncate", kTruncate, "16 bits: cut off the low bits"},
     {"diffuse", kDiffuse, "1 bit: error diffusion"},
 };
@@ -46,7 +47,14 @@ bool runBpp(DibStream& image, const Arguments& arguments, DibProgressCallback, v
 }
 
 constexpr Operation kOperations[] = {
-    {"bpp", "Changes the depth of the picture.", "bpp:8,method=median", kBpp, runBpp, checkBpp},
+    {"bpp",
+     "Changes the depth of the picture.",
+     "bpp:8,method=median",
+     {"bpp:1", "bpp:4,method=median", "bpp:8,method=dither"},
+     kBpp,
+     "image.ChangeBpp({depth}, {method})",
+     runBpp,
+     checkBpp},
 };
 
 }  // namespace

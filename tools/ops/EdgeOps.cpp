@@ -32,10 +32,27 @@ bool runEmboss(DibStream& image, const Arguments& arguments, DibProgressCallback
 }
 
 constexpr Operation kOperations[] = {
-    {"motion-blur", "Smears the picture along one direction.", "motion-blur:15,angle=30", kMotionBlur,
+    {"motion-blur",
+     "Smears the picture along one direction.",
+     "motion-blur:15,angle=30",
+     {"motion-blur:15", "motion-blur:24,angle=30", "motion-blur:60,angle=90,wrap=xy"},
+     kMotionBlur,
+     "DibEffectMotionBlur(nullptr, nullptr, &image, {length}, {angle}, {wrap})",
      runMotionBlur},
-    {"edge", "Shows how fast each channel changes.", "edge", kEdge, runEdge},
-    {"emboss", "Gives the picture the look of a relief.", "emboss:2,distance=1,angle=45", kEmboss, runEmboss},
+    {"edge",
+     "Shows how fast each channel changes.",
+     "edge",
+     {"edge", "sharpen edge", "edge:wrap=xy"},
+     kEdge,
+     "DibEffectPickEdge(nullptr, nullptr, &image, {wrap})",
+     runEdge},
+    {"emboss",
+     "Gives the picture the look of a relief.",
+     "emboss:2,distance=1,angle=45",
+     {"emboss", "emboss:2,distance=2", "emboss:1,distance=4,angle=225,wrap=xy"},
+     kEmboss,
+     "DibEffectEmboss(nullptr, nullptr, &image, {strength}, {distance}, {angle}, {wrap})",
+     runEmboss},
 };
 
 }  // namespace

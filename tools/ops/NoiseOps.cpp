@@ -44,10 +44,27 @@ bool runDiffuse(DibStream& image, const Arguments& arguments, DibProgressCallbac
 }
 
 constexpr Operation kOperations[] = {
-    {"noise", "Makes each pixel lighter or darker by chance.", "noise:20,seed=1", kNoise, runNoise},
-    {"color-noise", "Pulls each pixel towards a colour by chance.", "color-noise:#ff8000,0.5,seed=1",
-     kColorNoise, runColorNoise},
-    {"diffuse", "Takes each pixel from a random place around it.", "diffuse:3,seed=1", kDiffuse, runDiffuse},
+    {"noise",
+     "Makes each pixel lighter or darker by chance.",
+     "noise:20,seed=1",
+     {"noise:20,seed=1", "noise:60,seed=1", "noise:160,seed=2"},
+     kNoise,
+     "std::srand({seed});\nDibEffectNoise(nullptr, nullptr, &image, {amount})",
+     runNoise},
+    {"color-noise",
+     "Pulls each pixel towards a colour by chance.",
+     "color-noise:#ff8000,0.5,seed=1",
+     {"color-noise:#ff8000,0.5,seed=1", "color-noise:#2050c0,90%,seed=1", "color-noise:#ffffff,0.7,seed=2"},
+     kColorNoise,
+     "std::srand({seed});\nDibEffectColorNoise(nullptr, nullptr, &image, {color}, {strength})",
+     runColorNoise},
+    {"diffuse",
+     "Takes each pixel from a random place around it.",
+     "diffuse:3,seed=1",
+     {"diffuse:2,seed=1", "diffuse:6,seed=1", "diffuse:20,wrap=xy,seed=2"},
+     kDiffuse,
+     "std::srand({seed});\nDibEffectDiffuse(nullptr, nullptr, &image, {radius}, {wrap})",
+     runDiffuse},
 };
 
 }  // namespace

@@ -17,10 +17,27 @@ bool runRank(DibStream& image, const Arguments& arguments, DibProgressCallback c
 }
 
 constexpr Operation kOperations[] = {
-    {"max", "Takes the brightest pixel around each pixel.", "max:2", kRank, runRank<DibEffectBrightMax>},
-    {"min", "Takes the darkest pixel around each pixel.", "min:2", kRank, runRank<DibEffectBrightMin>},
-    {"median", "Takes a pixel of middle brightness around each pixel, which removes specks.", "median:1",
-     kRank, runRank<DibEffectBrightMiddle>},
+    {"max",
+     "Takes the brightest pixel around each pixel.",
+     "max:2",
+     {"max:1", "max:3", "max:8,wrap=xy"},
+     kRank,
+     "DibEffectBrightMax(nullptr, nullptr, &image, {radius}, {wrap})",
+     runRank<DibEffectBrightMax>},
+    {"min",
+     "Takes the darkest pixel around each pixel.",
+     "min:2",
+     {"min:1", "min:3", "min:8,wrap=xy"},
+     kRank,
+     "DibEffectBrightMin(nullptr, nullptr, &image, {radius}, {wrap})",
+     runRank<DibEffectBrightMin>},
+    {"median",
+     "Takes a pixel of middle brightness around each pixel, which removes specks.",
+     "median:1",
+     {"median:1", "median:4", "median:10,wrap=xy"},
+     kRank,
+     "DibEffectBrightMiddle(nullptr, nullptr, &image, {radius}, {wrap})",
+     runRank<DibEffectBrightMiddle>},
 };
 
 }  // namespace

@@ -25,9 +25,20 @@ bool runContrast(DibStream& image, const Arguments& arguments, DibProgressCallba
 }
 
 constexpr Operation kOperations[] = {
-    {"gamma", "Bends the tone curve of the colours, or of the colour table.", "gamma:2.2", kGamma, runGamma},
-    {"contrast", "Stretches the colours, or the colour table, about middle grey.",
-     "contrast:1.3,brightness=0.05", kContrast, runContrast},
+    {"gamma",
+     "Bends the tone curve of the colours, or of the colour table.",
+     "gamma:2.2",
+     {"gamma:2.2", "gamma:0.5", "gamma:1,low=20,high=200"},
+     kGamma,
+     "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
+     runGamma},
+    {"contrast",
+     "Stretches the colours, or the colour table, about middle grey.",
+     "contrast:1.3,brightness=0.05",
+     {"contrast:1.3", "contrast:2.5", "contrast:0.5,brightness=0.2"},
+     kContrast,
+     "DibEffectContrast(nullptr, nullptr, &image, {brightness}, {contrast})",
+     runContrast},
 };
 
 }  // namespace

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Builds the program and makes the gallery of the sample picture: every operation, on one page.
+# usage: scripts/gallery.sh [FOLDER]     gallery-out/ when none is named
+#        scripts/gallery.sh --update     makes the contact sheet of the README anew: docs/gallery.jpg
+set -euo pipefail
+invoked_from="$PWD"
+cd "$(dirname "$0")/.."
+sheet=""
+out="gallery-out"
+if [ "${1:-}" = --update ]; then
+    sheet="docs/gallery.jpg"
+    out="build/gallery"
+elif [ $# -gt 0 ]; then
+    out="$(realpath -m "$invoked_from/$1")"
+fi
+
+scripts/install-packages.sh build
+cmake --preset release -B build/demo \
+    -DDIB_BUILD_TESTS=OFF -DDIB_BUILD_BENCHES=OFF -DDIB_WARNINGS_AS_ERRORS=OFF >/dev/null
+cmake --build build/demo --target dib make_sample_picture >/dev/null
+
+mkdir -p "$out"
+build/demo/tools/make_sample_picture 960 720 "$out/sample.bmp"
+build/demo/tools/dib gallery "$out/sample.bmp" "$out"
+rm "$out/sample.bmp"
+echo "The gallery is $out/index.html"
+if [ -n "$sheet" ]; then
+    cp "$out/contact-sheet.jpg" "$sheet"
+    echo "The contact sheet is $sheet"
+fi

@@ -1,0 +1,334 @@
+#include "tools/Gallery.h"
+
+#include <DibCodec.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <set>
+
+#include "tests/tools/GalleryCalls.h"
+#include "tests/tools/Program.h"
+#include "tools/CallText.h"
+#include "tools/ContactSheet.h"
+#include "tools/Html.h"
+#include "tools/Operations.h"
+
+namespace tool_test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Gallery = ToolTest;
+
+// The rows of the table.
+
+bool hasParameter(const tool::Operation& operation, std::string_view name) {
+    return std::ranges::find(operation.parameters, name, &tool::Parameter::name) !=
+           operation.parameters.end();
+}
+
+TEST(GallerySamples, EveryRowHasThreeThatEndWithIt) {
+    std::set<std::string_view> chains;
+    for (const tool::Operation& operation : tool::operations()) {
+        for (const std::string_view chain : operation.samples) {
+            SCOPED_TRACE(chain);
+            EXPECT_TRUE(chains.insert(chain).second) << "is shown twice";
+            const std::vector<tool::Step> steps = tool::parseSample(chain);
+            ASSERT_FALSE(steps.empty());
+            EXPECT_EQ(steps.back().operation, &operation);
+        }
+    }
+}
+
+TEST(GallerySamples, TheFirstSettlesOnlyWhatMustBeGiven) {
+    for (const tool::Operation& operation : tool::operations()) {
+        SCOPED_TRACE(operation.samples[0]);
+        const std::vector<tool::Step> steps = tool::parseSample(operation.samples[0]);
+        ASSERT_EQ(steps.size(), 1U);
+        const auto given = static_cast<std::size_t>(std::ranges::count(operation.samples[0], ',')) +
+                           (operation.samples[0].find(':') != std::string_view::npos ? 1U : 0U);
+        const auto required =
+            static_cast<std::size_t>(std::ranges::count_if(operation.parameters, [](const auto& parameter) {
+                return parameter.standard.empty() || parameter.name == "seed";
+            }));
+        EXPECT_EQ(given, required);
+    }
+}
+
+TEST(GallerySamples, RandomNumbersStartFromASeed) {
+    int seeded = 0;
+    for (const tool::Operation& operation : tool::operations()) {
+        if (!hasParameter(operation, "seed")) continue;
+        for (const std::string_view chain : operation.samples) {
+            EXPECT_GE(tool::parseSample(chain).back().arguments.integer("seed"), 0) << chain;
+            ++seeded;
+        }
+    }
+    EXPECT_GE(seeded, 9);
+}
+
+TEST(GallerySamples, CallsNameEveryParameter) {
+    for (const tool::Operation& operation : tool::operations()) {
+        for (const tool::Parameter& parameter : operation.parameters) {
+            const std::string open = "{" + std::string(parameter.name);
+            EXPECT_TRUE(operation.call.find(open + "}") != std::string_view::npos ||
+                        operation.call.find(open + ":width}") != std::string_view::npos ||
+                        operation.call.find(open + ":height}") != std::string_view::npos)
+                << operation.name << ": " << parameter.name;
+        }
+    }
+}
+
+// The text of calls.
+
+std::string callOf(std::string_view step, int width = 100, int height = 60, int bitCount = 24) {
+    DibStream image;
+    EXPECT_TRUE(image.Create(width, height, bitCount));
+    return tool::callText(tool::parseStep(step), image);
+}
+
+TEST(CallText, WritesValuesAsCppDoes) {
+    EXPECT_EQ(callOf("blur:2"), "DibEffectBlur(nullptr, nullptr, &image, 2, 0U);");
+    EXPECT_EQ(callOf("blur:2,wrap=x"), "DibEffectBlur(nullptr, nullptr, &image, 2, DIB_WRAP_X);");
+    EXPECT_EQ(callOf("blur:2,wrap=yx"),
+              "DibEffectBlur(nullptr, nullptr, &image, 2, DIB_WRAP_X | DIB_WRAP_Y);");
+    EXPECT_EQ(callOf("gaussian:4"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 4.0f, 0U);");
+    EXPECT_EQ(callOf("gaussian:0.1"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 0.1f, 0U);");
+    EXPECT_EQ(callOf("gaussian:1000000000"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 1e+09f, 0U);");
+    EXPECT_EQ(callOf("rotate:180"), "DibEffectRotate(nullptr, nullptr, &image, 3.1415927f, 0U);");
+    EXPECT_EQ(callOf("whirl:-2rad,x=0%,y=100%"),
+              "DibEffectWhirl(nullptr, nullptr, &image, 0.0f, 59.0f, -2.0f, 0U);");
+    EXPECT_EQ(callOf("noise:20,seed=7"), "std::srand(7);\nDibEffectNoise(nullptr, nullptr, &image, 20);");
+    EXPECT_EQ(
+        callOf("color-noise:#ff8001,50%,seed=1"),
+        "std::srand(1);\nDibEffectColorNoise(nullptr, nullptr, &image, DibBGRA{1, 128, 255, 255}, 0.5f);");
+    EXPECT_EQ(callOf("bpp:8"), "image.ChangeBpp(8, 0);");
+    EXPECT_EQ(callOf("bpp:16,method=dither"), "image.ChangeBpp(16, DIB_DITHER);");
+    EXPECT_EQ(callOf("resize:50%,method=area"), "image.Resize(50, 30, DibStream::DIB_RESIZE_INTEGRAL);");
+    EXPECT_EQ(callOf("canvas:7x200%,fill=#ff8001"), "image.ChangeSize(7, 120, 0xffff8001);");
+    EXPECT_EQ(callOf("canvas:7x8,fill=255", 9, 9, 8), "image.ChangeSize(7, 8, 255);");
+    EXPECT_EQ(callOf("compose:a\"b\\\\c,1"),
+              "DibEffectCompose(nullptr, nullptr, &image, \"a\\\"b\\\\c\", 1.0f, 0);");
+    EXPECT_EQ(callOf("half"), "image.ResizeHalf();");
+}
+
+TEST(CallText, RefusesPlaceholdersOfNoParameter) {
+    tool::Operation operation = *tool::findOperation("half");
+    operation.call = "half({size})";
+    DibStream image;
+    ASSERT_TRUE(image.Create(2, 2, 24));
+    EXPECT_THROW(tool::callText({&operation, tool::Arguments({}, {})}, image), std::logic_error);
+}
+
+// Compiled, the calls do what the commands do.
+TEST_F(Gallery, CallsGiveTheBytesOfTheirCommands) {
+    makePicture(picture_, kCalledWidth, kCalledHeight, 24);
+    ASSERT_TRUE(picture_.SaveToFile("in.bmp"));
+    DibStream other;
+    makePicture(other, 31, 17, 24);
+    ASSERT_TRUE(other.InvertTone());
+    ASSERT_TRUE(other.SaveToFile("other.bmp"));
+    ASSERT_EQ(galleryCalls().size(), 3 * tool::operations().size());
+    for (const GalleryCall& call : galleryCalls()) {
+        Program::Words words = {"run", "in.bmp"};
+        for (std::size_t start = 0; start <= call.chain.size();) {
+            const std::size_t end = std::min(call.chain.find(' ', start), call.chain.size());
+            words.push_back(call.chain.substr(start, end - start));
+            start = end + 1;
+        }
+        words.emplace_back("out.bmp");
+        const Result result = run(words);
+        ASSERT_EQ(result.exitCode, 0) << call.chain << ": " << result.errors;
+        DibStream image;
+        ASSERT_TRUE(image.LoadFromFile("in.bmp", DibStream::DIB_ACCEPT_ALL));
+        call.make(image);
+        EXPECT_TRUE(readFile("out.bmp") == bmpBytes(image)) << call.chain;
+    }
+}
+
+// The files.
+
+std::size_t countOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t place = 0; (place = text.find(part, place)) != std::string::npos; place += part.size())
+        ++count;
+    return count;
+}
+
+std::vector<std::string> filesBelow(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file()) names.push_back(fs::relative(entry.path(), folder));
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+TEST_F(Gallery, IsOnePageAndItsPictures) {
+    const Result result = run({"gallery", "in.bmp", "new/folder", "--side=240"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(result.output + result.errors, "");
+
+    std::vector<std::string> expected = {"contact-sheet.jpg", "in.bmp",          "index.html",
+                                         "other.bmp",         "pictures/in.png", "pictures/other.png"};
+    const std::string page = readFile("new/folder/index.html");
+    for (const tool::Operation& operation : tool::operations()) {
+        for (std::size_t i = 0; i < operation.samples.size(); ++i) {
+            expected.push_back("pictures/" + std::string(operation.name) + "-" + std::to_string(i + 1) +
+                               ".png");
+            const std::string png = readFile("new/folder/" + expected.back());
+            EXPECT_NE(page.find(tool::dataAddress("image/png", png)), std::string::npos) << expected.back();
+            EXPECT_NE(page.find("dib run in.bmp <b>" + tool::htmlText(operation.samples[i]) + "</b> out.bmp"),
+                      std::string::npos);
+        }
+        EXPECT_NE(page.find(tool::htmlText(operation.help)), std::string::npos) << operation.name;
+    }
+    std::ranges::sort(expected);
+    EXPECT_EQ(filesBelow("new/folder"), expected);
+    EXPECT_EQ(countOf(page, "<img "), expected.size() - 4 + 2);
+    EXPECT_EQ(countOf(page, " src=\""), expected.size() - 4);
+    EXPECT_EQ(countOf(page, " src=\"data:image/png;base64,"), expected.size() - 4);
+    EXPECT_EQ(
+        countOf(page, "http:") + countOf(page, "https:") + countOf(page, "@import") + countOf(page, "url("),
+        0U);
+    EXPECT_NE(page.find("DibEffectBlur(nullptr, nullptr, &amp;image, 8, 0U);"), std::string::npos);
+}
+
+TEST_F(Gallery, TwoRunsGiveTheSameBytes) {
+    for (const char* folder : {"first", "second"}) {
+        ASSERT_EQ(run({"gallery", "in.bmp", folder, "--side=240"}).exitCode, 0);
+    }
+    const std::vector<std::string> files = filesBelow("first");
+    EXPECT_EQ(filesBelow("second"), files);
+    for (const std::string& file : files) {
+        EXPECT_TRUE(readFile("first/" + file) == readFile("second/" + file)) << file;
+    }
+}
+
+TEST_F(Gallery, ItsCommandsGiveItsPictures) {
+    ASSERT_EQ(run({"gallery", "in.bmp", "gallery", "--side=240"}).exitCode, 0);
+    for (const tool::Operation& operation : tool::operations()) {
+        const std::string chain(operation.samples[1]);
+        if (chain.find(' ') != std::string::npos) continue;
+        const auto enterGallery = [] { EXPECT_EQ(chdir("gallery"), 0); };
+        ASSERT_EQ(run({"run", "in.bmp", chain, "out.bmp"}, {}, enterGallery).exitCode, 0) << chain;
+        DibStream made;
+        ASSERT_TRUE(made.LoadFromFile("gallery/out.bmp", DibStream::DIB_ACCEPT_ALL));
+        ASSERT_TRUE(made.ChangeTo32Bit(0));
+        DibStream shown;
+        const std::string name = "gallery/pictures/" + std::string(operation.name) + "-2.png";
+        ASSERT_TRUE(LoadPNG(name.c_str(), &shown, nullptr, nullptr)) << name;
+        ASSERT_EQ(shown.Header->biBitCount, 32);
+        ASSERT_EQ(shown.Header->biWidth, made.Header->biWidth) << chain;
+        ASSERT_EQ(std::abs(shown.Header->biHeight), std::abs(made.Header->biHeight)) << chain;
+        for (int y = 0; y < std::abs(made.Header->biHeight); ++y) {
+            ASSERT_EQ(std::memcmp(shown.ScanLine(y), made.ScanLine(y), made.GetPitch()), 0) << chain;
+        }
+    }
+}
+
+struct Size {
+    int width;
+    int height;
+};
+
+// The picture that the samples start from.
+Size fitted(int width, int height, int bitCount, const char* side) {
+    DibStream image;
+    makePicture(image, width, height, bitCount);
+    EXPECT_TRUE(image.SaveToFile("strange.bmp"));
+    const Result result = run({"gallery", "strange.bmp", "gallery", side});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    DibStream input;
+    EXPECT_TRUE(input.LoadFromFile("gallery/in.bmp", DibStream::DIB_ACCEPT_24));
+    return {input.Header->biWidth, input.Header->biHeight};
+}
+
+TEST_F(Gallery, EveryPictureIsBroughtToASizeThatSuitsTheSamples) {
+    const Size tiny = fitted(1, 1, 1, "--side=240");
+    EXPECT_EQ(tiny.width, 240);
+    EXPECT_EQ(tiny.height, 240);
+    const Size wide = fitted(2000, 3, 8, "--side=240");
+    EXPECT_EQ(wide.width, 240);
+    EXPECT_EQ(wide.height, 80);
+    const Size tall = fitted(60, 90, 16, "--side=241");
+    EXPECT_EQ(tall.width, 161);
+    EXPECT_EQ(tall.height, 241);
+}
+
+TEST_F(Gallery, ReadsStandardInput) {
+    const Result result = run({"gallery", "-", "gallery", "--side=240"}, readFile("in.bmp"));
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_TRUE(fs::exists("gallery/index.html"));
+}
+
+TEST_F(Gallery, SaysWhatIsWrong) {
+    const Result missing = run({"gallery", "missing.bmp", "gallery"});
+    EXPECT_EQ(missing.exitCode, 3);
+    EXPECT_EQ(missing.errors, "dib: missing.bmp: load: open file (No such file or directory)\n");
+    EXPECT_FALSE(fs::exists("gallery"));
+
+    const Result file = run({"gallery", "in.bmp", "in.bmp"});
+    EXPECT_EQ(file.exitCode, 4);
+    EXPECT_TRUE(file.errors.starts_with("dib: in.bmp: no folder can be made here")) << file.errors;
+
+    EXPECT_EQ(run({"gallery", "in.bmp"}).exitCode, 2);
+    for (const char* side : {"--side=239", "--side=1025", "--side=many"}) {
+        EXPECT_EQ(run({"gallery", "in.bmp", "gallery", side}).exitCode, 2) << side;
+    }
+    EXPECT_FALSE(fs::exists("gallery"));
+}
+
+TEST_F(Gallery, ASignalEndsIt) {
+    Program program({"gallery", "in.bmp", "gallery", "--side=1024", "--progress=always"});
+    ASSERT_TRUE(program.errorsContain("rotate"));
+    program.signal(SIGINT);
+    EXPECT_EQ(program.finish().exitCode, 130);
+    EXPECT_FALSE(fs::exists("gallery/index.html"));
+    for (const std::string& name : filesBelow("gallery")) EXPECT_FALSE(name.starts_with(".dib-")) << name;
+}
+
+// Pieces.
+
+TEST(Html, EscapesText) { EXPECT_EQ(tool::htmlText("a<b>&\"c\"'"), "a&lt;b&gt;&amp;&quot;c&quot;'"); }
+
+TEST(Html, EncodesBytes) {
+    EXPECT_EQ(tool::dataAddress("x/y", ""), "data:x/y;base64,");
+    EXPECT_EQ(tool::dataAddress("x/y", "f"), "data:x/y;base64,Zg==");
+    EXPECT_EQ(tool::dataAddress("x/y", "fo"), "data:x/y;base64,Zm8=");
+    EXPECT_EQ(tool::dataAddress("x/y", "foobar"), "data:x/y;base64,Zm9vYmFy");
+    EXPECT_EQ(tool::dataAddress("x/y", "\xff\xfe\xfd"), "data:x/y;base64,//79");
+}
+
+TEST(ContactSheet, HasRowsOfEightPictures) {
+    tool::ContactSheet one(8);
+    tool::ContactSheet two(9);
+    EXPECT_EQ(one.image().Header->biWidth, 1598);
+    EXPECT_EQ(one.image().Header->biHeight, 192);
+    EXPECT_EQ(two.image().Header->biHeight, 370);
+}
+
+TEST(ContactSheet, PutsPicturesInTheMiddleOfTheirPlaces) {
+    tool::ContactSheet sheet(9);
+    const auto paper = *sheet.image().Pixel(0, 0);
+    for (int i = 0; i < 9; ++i) {
+        DibStream picture;
+        ASSERT_TRUE(picture.Create(10, 6, 24));
+        for (int y = 0; y < 6; ++y) std::memset(picture.ScanLine(y), 200 + i, 30);
+        sheet.add(picture, "a-long-name-that-is-cut-off");
+    }
+    for (int i = 0; i < 9; ++i) {
+        const int left = 14 + i % 8 * 198 + 87;
+        const int top = 14 + i / 8 * 178 + 66;
+        EXPECT_EQ(*sheet.image().Pixel(left, top), 200 + i);
+        EXPECT_EQ(*sheet.image().Pixel(left + 9, top + 5), 200 + i);
+        EXPECT_EQ(*sheet.image().Pixel(left - 1, top), paper);
+        EXPECT_EQ(*sheet.image().Pixel(left + 9, top + 6), paper);
+    }
+}
+
+}  // namespace
+
+}  // namespace tool_test

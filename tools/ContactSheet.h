@@ -1,0 +1,28 @@
+/// Many small pictures with their names on one.
+#pragma once
+
+#include <DibStream.h>
+
+#include <string_view>
+
+namespace tool {
+
+class ContactSheet {
+public:
+    /// @throws std::bad_alloc.
+    explicit ContactSheet(int pictureCount);
+
+    /// Puts a picture of 24 bits at the next place, left to right and top to bottom. It is scaled down to its place,
+    /// never up.
+    /// @param name Letters, digits and hyphens; shown in capitals.
+    /// @throws std::bad_alloc.
+    void add(DibStream& picture, std::string_view name);
+
+    DibStream& image() { return sheet_; }
+
+private:
+    DibStream sheet_;
+    int count_ = 0;
+};
+
+}  // namespace tool
