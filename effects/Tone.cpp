@@ -5,8 +5,8 @@
 #include <array>
 #include <cmath>
 
-#include "dib/ByteTone.h"
 #include "dib/ColorTable.h"
+#include "dib/ToneLookup.h"
 #include "effects/EffectFrame.h"
 
 namespace dib {
@@ -16,18 +16,18 @@ bool changeBright(DibStream* image, const unsigned char* table) {
     Raster raster;
     if (!admitImage<Depth1, Depth4, Depth8, Depth24, Depth32>(image, raster)) return false;
     const auto width = static_cast<std::size_t>(raster.width);
+    const ToneLookup lookup(table);
     if (raster.bitCount == 32) {
-        return forEachRow(kSilent, raster.height, [&](int y) { lookUpColors(raster.row(y), width, table); });
+        return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapColors(raster.row(y), width); });
     }
     if (raster.bitCount == 24) {
-        return forEachRow(kSilent, raster.height,
-                          [&](int y) { lookUpBytes(raster.row(y), 3 * width, table); });
+        return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapBytes(raster.row(y), 3 * width); });
     }
     // Entries that no pixel can name are left alone: a block need not hold them.
     const std::size_t entries =
         std::min(announcedEntries(*image->Header), addressableEntries(image->Header->biBitCount));
     auto* colors = reinterpret_cast<unsigned char*>(colorTable(image->Header));
-    lookUpColors(colors, entries, table);
+    lookup.mapColors(colors, entries);
     return true;
 }
 

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "dib/ByteTone.h"
 #include "dib/ColorTable.h"
+#include "dib/ToneLookup.h"
 #include "geometry/Canvas.h"
 
 namespace {
@@ -85,18 +85,19 @@ bool DibStream::Brighten(float factor) {
     if (factor == 1.0F) return true;
     if (Header == nullptr) return false;
     const ToneTable table = brightenTable(factor);
+    const dib::ToneLookup lookup(table.data());
     switch (Header->biBitCount) {
         case 1:
         case 4:
         case 8:
-            dib::lookUpColors(reinterpret_cast<unsigned char*>(dib::colorTable(Header)),
-                              dib::announcedEntries(*Header), table.data());
+            lookup.mapColors(reinterpret_cast<unsigned char*>(dib::colorTable(Header)),
+                             dib::announcedEntries(*Header));
             return true;
         case 24:
             // The fill bytes of the rows change too.
-            dib::lookUpBytes(Buffer, passBytes(*this), table.data());
+            lookup.mapBytes(Buffer, passBytes(*this));
             return true;
-        case 32: dib::lookUpColors(Buffer, dib::admitSize(*Header).imageBytes / 4, table.data()); return true;
+        case 32: lookup.mapColors(Buffer, dib::admitSize(*Header).imageBytes / 4); return true;
         default: return false;
     }
 }

@@ -1,12 +1,14 @@
 #include <DibEffect.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "dib/Kernels.h"
+#include "dib/ToneLookup.h"
 #include "effects/Tone.h"
 #include "tests/reference/PointReference.h"
 #include "tests/support/EffectChecks.h"
@@ -207,6 +209,54 @@ TEST(Tone, EveryByteOfATable) {
         const DibPtr image = rampOfBlue();
         EXPECT_TRUE(dib::changeBright(image.get(), table));
         for (int i = 0; i < 256; ++i) EXPECT_EQ(pixelValue(*image, i, 0) & 255, table[i]);
+    }
+}
+
+// The table of a straight line with clamped ends.
+std::vector<unsigned char> lineTable(double slope, double offset) {
+    std::vector<unsigned char> table(256);
+    for (int i = 0; i < 256; ++i) {
+        table[static_cast<std::size_t>(i)] =
+            static_cast<unsigned char>(std::clamp(i * slope + offset, 0.0, 255.0));
+    }
+    return table;
+}
+
+TEST(Tone, TablesOfRisingLinesAreMappedAsLines) {
+    dib::ToneLine line;
+    for (const double slope : {0.0, 0.01, 0.3, 1.0, 1.0039, 1.3, 2.0, 3.7}) {
+        for (const double offset : {-300.0, -38.25, 0.0, 0.5, 12.1, 400.0}) {
+            EXPECT_TRUE(line.fit(lineTable(slope, offset).data())) << slope << " " << offset;
+        }
+    }
+    // One more here and there still is a line, two are not; nor is a falling one.
+    auto table = lineTable(1.3, -12);
+    table[100] = 119;
+    EXPECT_TRUE(line.fit(table.data()));
+    table[100] = 121;
+    EXPECT_FALSE(line.fit(table.data()));
+    EXPECT_FALSE(line.fit(lineTable(-1, 255).data()));
+    EXPECT_FALSE(line.fit(lineTable(4.1, 0).data()));
+}
+
+TEST(Tone, EveryLineGivesItsTable) {
+    std::uint32_t random = 1;
+    for (int round = 0; round < 300; ++round) {
+        random = random * 1664525 + 1013904223;
+        const double slope = (random >> 8) % 4000 / 1000.0;
+        const double offset = (random >> 20) % 700 - 400.3;
+        auto table = lineTable(slope, offset);
+        for (std::size_t i = 0; i < 256; i += 1 + random % 7)
+            table[i] = static_cast<unsigned char>(table[i] + (table[i] < 255 ? 1 : 0));
+        for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+            dib::limitKernelLevel(level);
+            const DibPtr image = rampOfBlue();
+            EXPECT_TRUE(dib::changeBright(image.get(), table.data()));
+            for (int i = 0; i < 256; ++i) {
+                ASSERT_EQ(pixelValue(*image, i, 0) & 255, table[static_cast<std::size_t>(i)])
+                    << slope << " " << offset << " at " << i;
+            }
+        }
     }
 }
 

@@ -1,0 +1,49 @@
+// Bytes through a table of 256 entries.
+#ifndef DIB_TONE_LOOKUP_H
+#define DIB_TONE_LOOKUP_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace dib {
+
+// A straight line with clamped ends in whole numbers, and the values at which a table lies one above it. So
+// little describes every table of a rising line that was rounded somehow, and it is quicker than the table.
+class ToneLine {
+public:
+    // Whether the table is one.
+    bool fit(const unsigned char* table);
+
+    static constexpr int kFractionBits = 5;
+    std::int16_t slope = 0;   // in 2^-13
+    std::int16_t offset = 0;  // in 2^-kFractionBits
+    // One more: bit (v >> 4) % 8 of the element v % 16, first of the values below 128.
+    std::array<std::uint8_t, 32> oneMore{};
+
+private:
+    int of(int value) const;
+};
+
+// Refers to the table, which must live as long.
+class ToneLookup {
+public:
+    explicit ToneLookup(const unsigned char* table) : table_(table), isLine_(line_.fit(table)) {}
+
+    // Replaces every byte by its table entry.
+    void mapBytes(unsigned char* bytes, std::size_t count) const;
+    // Replaces the first three bytes of every four.
+    void mapColors(unsigned char* pixels, std::size_t count) const;
+
+private:
+    template <bool KeepFourth>
+    std::size_t mapFast(unsigned char* bytes, std::size_t count) const;
+
+    const unsigned char* table_;
+    ToneLine line_;
+    bool isLine_;
+};
+
+}  // namespace dib
+
+#endif
