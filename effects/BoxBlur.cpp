@@ -7,10 +7,12 @@
 #include <DibEffect.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "effects/BoxMean.h"
 #include "effects/EffectFrame.h"
+#include "effects/SourceRows.h"
 
 namespace {
 
@@ -39,15 +41,21 @@ struct Span {
     }
 };
 
-DIB_ALWAYS_INLINE void addTimes(std::uint32_t* __restrict sums, const unsigned char* __restrict row,
+// Up to here column sums, and differences of two, fit 16 bits.
+constexpr int kShortRadius = 63;
+static_assert((2 * kShortRadius + 1) * 255 <= INT16_MAX);
+
+template <class Column>
+DIB_ALWAYS_INLINE void addTimes(Column* __restrict sums, const unsigned char* __restrict row,
                                 std::size_t count, std::uint32_t times) {
-    for (std::size_t i = 0; i < count; ++i) sums[i] += row[i] * times;
+    for (std::size_t i = 0; i < count; ++i) sums[i] = static_cast<Column>(sums[i] + row[i] * times);
 }
 
-DIB_ALWAYS_INLINE void exchange(std::uint32_t* __restrict sums, const unsigned char* __restrict entering,
+template <class Column>
+DIB_ALWAYS_INLINE void exchange(Column* __restrict sums, const unsigned char* __restrict entering,
                                 const unsigned char* __restrict leaving, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        sums[i] += static_cast<std::uint32_t>(entering[i] - leaving[i]);
+        sums[i] = static_cast<Column>(sums[i] + static_cast<Column>(entering[i] - leaving[i]));
     }
 }
 
@@ -60,35 +68,52 @@ DIB_ALWAYS_INLINE Lanes load(const std::uint32_t* from) {
     return lanes;
 }
 
-// The sums of the windows along a row of column sums; `first` is the window of the first pixel. Three
-// channels move in four lanes whose last is overwritten by the next pixel, so `sums` and `columns` extend
-// kSlack beyond their ends.
-constexpr std::size_t kSlack = 4;
-
-template <int Channels>
-DIB_ALWAYS_INLINE void slide(const std::uint32_t* __restrict columns, std::size_t window, std::size_t width,
-                             const std::uint32_t* __restrict first, std::uint32_t* __restrict sums) {
-    Lanes sum = load(first);
-    for (std::size_t x = 0; x < width; ++x) {
-        std::memcpy(sums + x * Channels, &sum, sizeof sum);
-        sum += load(columns + (x + window) * Channels) - load(columns + x * Channels);
-    }
+// The difference of two column sums, which may be negative, in 32 bits.
+DIB_ALWAYS_INLINE std::uint32_t change(std::uint16_t entering, std::uint16_t leaving) {
+    return static_cast<std::uint32_t>(static_cast<std::int16_t>(entering - leaving));
+}
+DIB_ALWAYS_INLINE std::uint32_t change(std::uint32_t entering, std::uint32_t leaving) {
+    return entering - leaving;
 }
 
-// Of one channel four windows are found at once: the changes up to each, then the sum before them.
-template <>
-DIB_ALWAYS_INLINE void slide<1>(const std::uint32_t* __restrict columns, std::size_t window,
-                                std::size_t width, const std::uint32_t* __restrict first,
-                                std::uint32_t* __restrict sums) {
-    const Lanes none{};
-    Lanes before = none + first[0];
-    for (std::size_t x = 0; x < width; x += 4) {
-        const Lanes change = load(columns + x + window) - load(columns + x);
-        const Lanes pairs = change + __builtin_shufflevector(none, change, 3, 4, 5, 6);
-        const Lanes upTo = pairs + __builtin_shufflevector(none, pairs, 2, 3, 4, 5);
-        const Lanes sum = before + __builtin_shufflevector(none, upTo, 3, 4, 5, 6);
-        std::memcpy(sums + x, &sum, sizeof sum);
-        before += __builtin_shufflevector(upTo, upTo, 3, 3, 3, 3);
+// Pixels of a row that are summed and divided at a time; so many sums stay in the nearest cache.
+constexpr std::size_t kBlock = 256;
+// Three channels move in four lanes whose last is overwritten by the next pixel, and single channels in fours.
+constexpr std::size_t kSlack = 4;
+
+using Block = std::array<std::uint32_t, kBlock * 4 + kSlack>;
+
+// The sums of the windows along a piece of a row of column sums; `sum` is that of the first window, and then of
+// the one behind the last.
+template <int Channels, class Column>
+DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t window, std::size_t width,
+                             std::uint32_t* __restrict sum, std::uint32_t* __restrict sums) {
+    // All changes first: what is left for one pixel to wait for the one before it is a single addition.
+    Block changes;
+    const Column* const entering = columns + window * Channels;
+    for (std::size_t i = 0; i < width * Channels; ++i) {
+        changes[i] = change(entering[i], columns[i]);
+    }
+    Lanes lanes = load(sum);
+    if constexpr (Channels > 1) {
+        for (std::size_t x = 0; x < width; ++x) {
+            std::memcpy(sums + x * Channels, &lanes, sizeof lanes);
+            lanes += load(changes.data() + x * Channels);
+        }
+        std::memcpy(sum, &lanes, sizeof lanes);
+    } else {
+        // Of one channel four windows are found at once: the changes up to each, then the sum before them.
+        const Lanes none{};
+        Lanes before = none + sum[0];
+        for (std::size_t x = 0; x < width; x += 4) {
+            const Lanes steps = load(changes.data() + x);
+            const Lanes pairs = steps + __builtin_shufflevector(none, steps, 3, 4, 5, 6);
+            const Lanes upTo = pairs + __builtin_shufflevector(none, pairs, 2, 3, 4, 5);
+            const Lanes each = before + __builtin_shufflevector(none, upTo, 3, 4, 5, 6);
+            std::memcpy(sums + x, &each, sizeof each);
+            before += __builtin_shufflevector(upTo, upTo, 3, 3, 3, 3);
+        }
+        sum[0] = before[0];
     }
 }
 
@@ -102,13 +127,13 @@ DIB_ALWAYS_INLINE void splitWords(const unsigned char* __restrict words, unsigne
     }
 }
 
+template <class Column>
 class BoxFilter {
 public:
     BoxFilter(int radius, unsigned int flags) : radius_(radius), flags_(flags), mean_(radius) {}
 
-    bool prepare(const dib::WorkingCopy& source, const dib::Raster& image) {
+    bool prepare(const dib::Raster& image) {
         if (image.width == 0) return true;
-        source_ = &source;
         channels_ = image.bitCount == 8 ? 1 : image.bitCount == 32 ? 4 : 3;
         isWords_ = image.bitCount == 16;
         width_ = static_cast<std::size_t>(image.width);
@@ -117,11 +142,13 @@ public:
         const std::size_t samples = width_ * channels_;
         const std::size_t padding = static_cast<std::size_t>(across_.reach()) * channels_;
         // One column more than the windows need enters after the last pixel.
-        columns_ = dib::allocateZeroed<std::uint32_t>(samples + 2 * padding + channels_ + kSlack);
-        sums_ = dib::allocateZeroed<std::uint32_t>(samples + kSlack);
+        columns_ = dib::allocateZeroed<Column>(samples + 2 * padding + channels_ + kSlack);
         timesMet_ = dib::allocateArray<std::uint32_t>(width_);
         if (isWords_) split_ = dib::allocateArray<unsigned char>(2 * samples);
-        if (!columns_ || !sums_ || !timesMet_ || (isWords_ && !split_)) return false;
+        if (!columns_ || !timesMet_ || (isWords_ && !split_)) return false;
+        // Rows leave the square one step after the last that needs them; wrapped ones enter it once more.
+        const int reach = static_cast<int>(down_.reach());
+        if (!source_.prepare(image, reach + 1, down_.wrap ? reach : 0)) return false;
         for (std::size_t x = 0; x < width_; ++x) {
             timesMet_[x] = across_.timesMet(static_cast<std::int64_t>(x));
         }
@@ -132,31 +159,35 @@ public:
     void row(unsigned char* out, int y) {
         if (width_ == 0) return;
         moveColumnsTo(y);
-        padColumns();
-        std::uint32_t first[4] = {};
-        sumFirstWindow(first);
+        source_.keepNext();
+        padColumns<Depth::kChannels>();
+        std::uint32_t sum[4] = {};
+        sumFirstWindow(sum);
         const std::size_t window = 2 * static_cast<std::size_t>(across_.reach()) + 1;
-        dib::runKernel<slide<Depth::kChannels>>(static_cast<const std::uint32_t*>(columns_.get()), window,
-                                                width_, static_cast<const std::uint32_t*>(first),
-                                                sums_.get());
-        if constexpr (Depth::kBits == 16) {
-            putWords(out);
-        } else {
-            mean_.ofSums(sums_.get(), out, width_ * channels_);
+        for (std::size_t x = 0; x < width_; x += kBlock) {
+            Block sums;
+            const std::size_t count = std::min(kBlock, width_ - x);
+            dib::runKernel<slide<Depth::kChannels, Column>>(
+                static_cast<const Column*>(columns_.get() + x * channels_), window, count, +sum, sums.data());
+            if constexpr (Depth::kBits == 16) {
+                putWords(sums.data(), out + 2 * x, count);
+            } else {
+                mean_.ofSums(sums.data(), out + x * channels_, count * channels_);
+            }
         }
     }
 
 private:
     // The channels of a source row as bytes; of words in one of two places.
     const unsigned char* channelsOf(std::int64_t y, int place) {
-        const unsigned char* row = source_->row(static_cast<std::ptrdiff_t>(y));
+        const unsigned char* row = source_.row(static_cast<int>(y));
         if (!isWords_) return row;
         unsigned char* channels = split_.get() + static_cast<std::size_t>(place) * width_ * 3;
         dib::runKernel<splitWords>(row, channels, width_);
         return channels;
     }
 
-    std::uint32_t* middle() { return columns_.get() + static_cast<std::size_t>(across_.reach()) * channels_; }
+    Column* middle() { return columns_.get() + static_cast<std::size_t>(across_.reach()) * channels_; }
 
     void moveColumnsTo(int y) {
         const std::size_t samples = width_ * channels_;
@@ -164,45 +195,46 @@ private:
             for (std::int64_t sourceY = 0; sourceY < down_.size; ++sourceY) {
                 const std::uint32_t times = down_.timesMet(sourceY);
                 if (times == 0) continue;
-                dib::runKernel<addTimes>(middle(), channelsOf(sourceY, 0), samples, times);
+                dib::runKernel<addTimes<Column>>(middle(), channelsOf(sourceY, 0), samples, times);
             }
             return;
         }
         const auto size = static_cast<int>(down_.size);
         const std::int64_t entering = y + down_.reach();
         const int leaving = static_cast<int>(y - 1 - down_.reach());
-        dib::runKernel<exchange>(
+        dib::runKernel<exchange<Column>>(
             middle(),
             channelsOf(down_.wrap ? entering % size : std::min<std::int64_t>(entering, size - 1), 0),
             channelsOf(dib::getLoopY(leaving, size, flags_), 1), samples);
     }
 
     // Lays out the columns beyond the edges, so that every window is a run of columns.
+    template <std::size_t Channels>
     void padColumns() {
-        const auto reach = static_cast<std::size_t>(across_.reach());
-        std::uint32_t* const columns = middle();
-        const auto copyColumn = [&](std::ptrdiff_t to, std::size_t from) {
-            std::copy_n(columns + from * channels_, channels_,
-                        columns + to * static_cast<std::ptrdiff_t>(channels_));
-        };
-        for (std::size_t i = 0; i < reach; ++i) {
-            const auto distance = static_cast<std::ptrdiff_t>(i) + 1;
-            copyColumn(-distance, across_.wrap ? width_ - 1 - i : 0);
-            copyColumn(static_cast<std::ptrdiff_t>(width_ + i), across_.wrap ? i : width_ - 1);
+        const std::size_t reach = static_cast<std::size_t>(across_.reach()) * Channels;
+        const std::size_t row = width_ * Channels;
+        Column* const columns = middle();
+        if (across_.wrap) {
+            std::copy_n(columns + row - reach, reach, columns - reach);
+            std::copy_n(columns, reach, columns + row);
+            return;
+        }
+        for (std::size_t i = 0; i < reach; i += Channels) {
+            std::copy_n(columns, Channels, columns - reach + i);
+            std::copy_n(columns + row - Channels, Channels, columns + row + i);
         }
     }
 
     void sumFirstWindow(std::uint32_t* first) {
-        const std::uint32_t* column = middle();
+        const Column* column = middle();
         for (std::size_t x = 0; x < width_; ++x) {
             for (std::size_t c = 0; c < channels_; ++c) first[c] += timesMet_[x] * *column++;
             if (!across_.wrap && static_cast<std::int64_t>(x) >= across_.radius) return;
         }
     }
 
-    void putWords(unsigned char* out) {
-        for (std::size_t x = 0; x < width_; ++x) {
-            const std::uint32_t* sum = sums_.get() + 3 * x;
+    void putWords(const std::uint32_t* sum, unsigned char* out, std::size_t count) {
+        for (std::size_t x = 0; x < count; ++x, sum += 3) {
             const std::uint32_t word = mean_.of(sum[2]) * 1024 + mean_.of(sum[1]) * 32 + mean_.of(sum[0]);
             // Bit 15 is never set, even where sums of huge squares have wrapped.
             dib::Depth16::put(out, static_cast<std::ptrdiff_t>(x), word & 0x7FFFU);
@@ -212,14 +244,13 @@ private:
     int radius_;
     unsigned int flags_;
     dib::BoxMean mean_;
-    const dib::WorkingCopy* source_ = nullptr;
+    dib::SourceRows source_;
     std::size_t channels_ = 0;
     bool isWords_ = false;
     std::size_t width_ = 0;
     Span across_{};
     Span down_{};
-    dib::MallocPtr<std::uint32_t> columns_;   // sums down the square, with `reach` columns on either side
-    dib::MallocPtr<std::uint32_t> sums_;      // of the squares
+    dib::MallocPtr<Column> columns_;          // sums down the square, with `reach` columns on either side
     dib::MallocPtr<std::uint32_t> timesMet_;  // by column, in the first window
     dib::MallocPtr<unsigned char> split_;     // two rows of words taken apart
 };
@@ -230,8 +261,12 @@ bool DibEffectBlur(DibProgressCallback callback, void* user, DibStream* image, i
                    unsigned int flags) {
     if (image == nullptr || radius < 0) return false;
     if (radius == 0) return true;
-    return dib::filterImage<dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>({callback, user}, image,
-                                                                                   BoxFilter(radius, flags));
+    const auto filter = [&](auto&& boxFilter) {
+        return dib::filterInPlace<dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>({callback, user},
+                                                                                         image, boxFilter);
+    };
+    if (radius <= kShortRadius) return filter(BoxFilter<std::uint16_t>(radius, flags));
+    return filter(BoxFilter<std::uint32_t>(radius, flags));
 }
 
 bool DibEffectBlur(DibProgressCallback callback, void* user, DibStream* image, DEBlurInfo* info) {

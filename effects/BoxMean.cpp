@@ -1,15 +1,17 @@
 #include "effects/BoxMean.h"
 
+#include <cmath>
+
 #include "dib/Kernels.h"
 
 namespace dib {
 
 namespace {
 
-// With sums up to 255 x divisor and s + 0.5 in place of s, the true quotient lies at least 0.5 / divisor away
-// from the nearest integer. The two roundings (reciprocal, product) move a quotient below 256 by less than
-// 2^-15 in float and 2^-44 in double, which is less for divisors below 2^14 and 2^43. Below 2^14 the sums
-// are below 2^22, so that s + 0.5 is exact in float.
+// The reciprocal is taken too large by up to two of its last bits. So a whole quotient, which the product is
+// rounded to if nothing else, never falls short; any other lies at least 1 / divisor below the next whole number,
+// and what it is moved by, below 256, is less than 2^-14 in float and 2^-43 in double. That is enough for
+// divisors below 2^14 and 2^43, with sums below 2^22 and 2^31, which are exact.
 constexpr std::int32_t kFloatDivisors = 1 << 14;
 // Up to here no sum reaches 2^31.
 constexpr std::int32_t kPlainDivisors = 0x7FFFFFFF / 255;
@@ -19,8 +21,7 @@ template <class Real>
 DIB_ALWAYS_INLINE void multiply(const std::uint32_t* __restrict sums, unsigned char* __restrict out,
                                 std::size_t count, Real reciprocal) {
     for (std::size_t i = 0; i < count; ++i) {
-        const Real quotient =
-            (static_cast<Real>(static_cast<std::int32_t>(sums[i])) + Real{0.5}) * reciprocal;
+        const Real quotient = static_cast<Real>(static_cast<std::int32_t>(sums[i])) * reciprocal;
         out[i] = static_cast<unsigned char>(static_cast<std::int32_t>(quotient));
     }
 }
@@ -39,9 +40,11 @@ void BoxMean::ofSums(const std::uint32_t* sums, unsigned char* out, std::size_t 
     if (mayWrap_) {
         for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(of(sums[i]));
     } else if (divisor_ < kFloatDivisors) {
-        runKernel<multiply<float>>(sums, out, count, 1.0F / static_cast<float>(divisor_));
+        runKernel<multiply<float>>(sums, out, count,
+                                   std::nextafter(1.0F / static_cast<float>(divisor_), 1.0F));
     } else {
-        runKernel<multiply<double>>(sums, out, count, 1.0 / static_cast<double>(divisor_));
+        runKernel<multiply<double>>(sums, out, count,
+                                    std::nextafter(1.0 / static_cast<double>(divisor_), 1.0));
     }
 }
 

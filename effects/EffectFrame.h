@@ -125,6 +125,23 @@ bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
     });
 }
 
+// An effect that keeps what it needs of the rows it overwrites by itself. `Filter` has
+//
+//     bool prepare(const Raster& image);            // false when memory is short
+//     template <class Depth>
+//     void row(unsigned char* out, int y);          // row y of the image, which still is as it was
+template <class... Depths, class Filter>
+bool filterInPlace(const Progress& progress, DibStream* image, Filter&& filter) {
+    Raster raster;
+    if (!admitImage<Depths...>(image, raster)) return false;
+    if (raster.height == 0) return true;
+    if (!filter.prepare(raster)) return false;
+    return withDepth<Depths...>(raster.bitCount, [&](auto depth) {
+        return forEachRow(progress, raster.height,
+                          [&](int y) { filter.template row<decltype(depth)>(raster.row(y), y); });
+    });
+}
+
 // An effect that changes each pixel by itself. `rowRule(depth, row, width)` changes the pixels of one row, in
 // which `decltype(depth)` is the depth type.
 template <class... Depths, class RowRule>

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/ByteTone.h"
 #include "dib/ColorTable.h"
 #include "dib/ToneLookup.h"
 #include "geometry/Canvas.h"

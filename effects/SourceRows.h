@@ -1,0 +1,53 @@
+// The unchanged rows of an image that is filtered in place.
+#ifndef EFFECTS_SOURCE_ROWS_H
+#define EFFECTS_SOURCE_ROWS_H
+
+#include <cstddef>
+#include <cstring>
+
+#include "dib/Memory.h"
+#include "effects/EffectFrame.h"
+
+namespace dib {
+
+// An image is overwritten from the top down, so rows further down still are as they were; of those above only
+// the last few are wanted, and where rows wrap around, the first few once more at the end. A copy of these
+// stays in the processor's cache, which one of the whole image does not.
+class SourceRows {
+public:
+    // Keeps the last `above` rows and the first `first`. False when memory is short.
+    bool prepare(const Raster& image, int above, int first) {
+        image_ = image;
+        const std::int64_t slots = std::int64_t{above} + first;
+        first_ = slots < image.height ? first : 0;
+        ring_ = slots < image.height ? above : image.height;
+        slots_ =
+            allocateArray<unsigned char>(static_cast<std::size_t>(first_ + ring_) * image.pixelBytes() + 1);
+        return slots_ != nullptr;
+    }
+
+    const unsigned char* row(int y) const { return y < written_ ? slot(y) : image_.row(y); }
+
+    // Puts aside the next row, which is about to be overwritten.
+    void keepNext() {
+        if (written_ < first_ || ring_ != 0)
+            std::memcpy(slot(written_), image_.row(written_), image_.pixelBytes());
+        ++written_;
+    }
+
+private:
+    unsigned char* slot(int y) const {
+        const int at = y < first_ ? y : first_ + (y - first_) % ring_;
+        return slots_.get() + static_cast<std::size_t>(at) * image_.pixelBytes();
+    }
+
+    Raster image_;
+    int first_ = 0;
+    int ring_ = 0;
+    int written_ = 0;
+    MallocPtr<unsigned char> slots_;
+};
+
+}  // namespace dib
+
+#endif
