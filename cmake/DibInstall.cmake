@@ -2,6 +2,9 @@
 
 include(CMakePackageConfigHelpers)
 
+# What an application needs to be built; the libraries themselves are what it needs to run.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
+
 file(GLOB dib_public_headers CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/include/*.h
     ${PROJECT_SOURCE_DIR}/vexlibs/include/*.h)
@@ -10,7 +13,7 @@ install(FILES ${dib_public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dibs
 # The libraries find each other wherever the prefix is moved to.
 set_target_properties(dibstream PROPERTIES INSTALL_RPATH ${DIB_OWN_FOLDER})
 install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
 set(dib_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DibStream)
 install(EXPORT DibStreamTargets NAMESPACE DibStream:: DESTINATION ${dib_package_dir})

@@ -6,7 +6,9 @@ cd "$(dirname "$0")/.."
 preset="${1:-dev}"
 
 scripts/install-packages.sh
-command -v ccache >/dev/null && export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}"
+# Tests that build the tree once more, as a package or inside another project, find what is compiled here.
+command -v ccache >/dev/null &&
+    export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}" CCACHE_NOHASHDIR=1
 
 cmake --preset "$preset"
 cmake --build --preset "$preset" --parallel "$(nproc)"

@@ -46,3 +46,10 @@ add_test(NAME system.subproject
     COMMAND bash ${system_dir}/subproject.sh
             ${PROJECT_SOURCE_DIR} ${system_work}/subproject ${CMAKE_CXX_COMPILER})
 set_tests_properties(system.subproject PROPERTIES TIMEOUT 900 PROCESSORS 2)
+# One compiler's packages are enough.
+if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    add_test(NAME system.packages
+        COMMAND bash ${system_dir}/packages.sh
+                ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER})
+    set_tests_properties(system.packages PROPERTIES TIMEOUT 900 PROCESSORS 2 SKIP_RETURN_CODE 77)
+endif()

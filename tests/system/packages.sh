@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, lets lintian judge them, unpacks them into a scratch root and uses what is there.
+# usage: packages.sh SOURCE_DIR WORK_DIR COMPILER
+set -euo pipefail
+source="$1" work="$2" compiler="$3"
+for tool in cpack dpkg-deb dpkg-shlibdeps lintian pkg-config; do
+    command -v "$tool" >/dev/null || { echo "$tool is not installed"; exit 77; }
+done
+
+# The build is kept: making the packages again after a small change takes seconds.
+mkdir -p "$work"
+(cd "$source" && cmake --preset package -B "$work/build" -DCMAKE_CXX_COMPILER="$compiler") >"$work/configure.log"
+cmake --build "$work/build" --parallel 2 | tail -1
+rm -rf "$work/packages" "$work/root" "$work/use"
+mkdir -p "$work/packages" "$work/use"
+cpack --config "$work/build/CPackConfig.cmake" -B "$work/packages" >"$work/cpack.log" 2>&1
+packages=("$work"/packages/*.deb)
+
+echo "== names and dependencies"
+names="$(for package in "${packages[@]}"; do dpkg-deb -f "$package" Package; done | sort | tr '\n' ' ')"
+echo "$names"
+[ "$names" = "dibstream-plugins dibstream-tools libdibstream-dev libdibstream0 " ]
+field() { dpkg-deb -f "$work/packages/$1"_*.deb "$2"; }
+version="$(field libdibstream0 Version)"
+for library in libc6 libstdc++6 libpng16-16 libjpeg62-turbo libtiff6; do
+    field libdibstream0 Depends | grep -F "$library (>= " >/dev/null || { echo "$library is not depended upon"; exit 1; }
+done
+for package in dibstream-plugins dibstream-tools libdibstream-dev; do
+    field "$package" Depends | grep -F "libdibstream0 (= $version)" >/dev/null
+done
+
+echo "== lintian"
+lintian --fail-on error,warning "${packages[@]}" 2>"$work/lintian.log" || { cat "$work/lintian.log"; exit 1; }
+
+echo "== in a scratch root"
+root="$work/root"
+for package in "${packages[@]}"; do dpkg-deb -x "$package" "$root"; done
+library="$(dirname "$root"/usr/lib/*/libdibstream.so.0)"
+# Nothing but the loader's own folders leads to the libraries: no search path is left in a file.
+for file in "$root/usr/bin/dib" "$library"/lib*.so "$library"/dibstream/plugins/*; do
+    if readelf -d "$file" | grep -E 'RPATH|RUNPATH'; then
+        echo "$file searches in a folder of its own"
+        exit 1
+    fi
+    if LD_LIBRARY_PATH="$library" ldd "$file" | grep -F 'not found'; then exit 1; fi
+done
+LD_LIBRARY_PATH="$library" ldd "$root/usr/bin/dib" | grep -F "$library/libdibstream.so.0" >/dev/null
+nm -D --defined-only "$library/dibstream/plugins/vexlibdds.bundle" | grep ' T LoadDDS$' >/dev/null
+
+export LD_LIBRARY_PATH="$library"
+dib() { "$root/usr/bin/dib" "$@"; }
+[ "$(dib --version)" = "dib $version" ]
+gzip -dc "$root/usr/share/man/man1/dib.1.gz" | cmp - <(dib man)
+cmp "$root/usr/share/bash-completion/completions/dib" <(dib completion bash)
+cmp "$root/usr/share/zsh/vendor-completions/_dib" <(dib completion zsh)
+cmp "$root/usr/share/fish/vendor_completions.d/dib.fish" <(dib completion fish)
+for name in $names; do
+    gzip -dc "$root/usr/share/doc/$name/changelog.gz" | head -1 | grep -F "($version)" >/dev/null
+    [ -s "$root/usr/share/doc/$name/copyright" ]
+done
+
+bash "$(dirname "$0")/examples.sh" "$root/usr" "$source" "$work/use" "$compiler"
+dib run "$work/use/picture.bmp" resize:8x6 whirl:0.1rad bpp:8,method=median "$work/use/whirled.bmp"
+[ "$(dib info "$work/use/whirled.bmp" | sed 's/.*: //')" = \
+    "bmp, 8x6 pixels, 8 bits, bottom-up, palette of 256, compression none" ]
