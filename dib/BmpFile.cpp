@@ -285,10 +285,10 @@ bool loadPath(DibStream& image, const Path* path, unsigned int flags) {
     return false;
 }
 
-// Whether there is a picture whose rows and announced bytes can be counted.
+// Whether there is a picture whose colours, rows and announced bytes can be counted.
 bool isWritable(const DibStream& image) {
-    return image.Header != nullptr && image.Buffer != nullptr && dib::admitSize(*image.Header).admitted &&
-           image.GetImageSize() >= 0;
+    return image.Header != nullptr && image.Buffer != nullptr && dib::announcesPossibleTable(*image.Header) &&
+           dib::admitSize(*image.Header).admitted && image.GetImageSize() >= 0;
 }
 
 bool writeHeaders(std::FILE* file, const DibStream& image) {

@@ -23,6 +23,12 @@ inline std::size_t announcedEntries(const BITMAPINFOHEADER& header) {
     return header.biClrUsed != 0 ? header.biClrUsed : addressableEntries(header.biBitCount);
 }
 
+// Whether a header block with the announced entries has a size that a signed 32-bit number counts, like everything else
+// of an image. Announcements beyond that are damage: no block is that long.
+inline bool announcesPossibleTable(const BITMAPINFOHEADER& header) {
+    return announcedEntries(header) <= (INT32_MAX - kHeaderBytes) / kEntryBytes;
+}
+
 // Where the table starts: behind the header, whose size the header itself names. No info header is shorter than 40
 // bytes or longer than the 124 of its fifth version; a block that says so is damaged, and since every block has 40
 // bytes and a table, the table is looked for there.

@@ -76,6 +76,7 @@ namespace {
 // behind that and has room for every entry that the depth can address, counted from where SetMonoPalette and the
 // readers of the copy look for its table.
 BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& source) {
+    if (!dib::announcesPossibleTable(source)) return nullptr;
     const std::size_t announced = dib::announcedEntries(source);
     const std::size_t entries = std::max(announced, dib::addressableEntries(source.biBitCount));
     auto block = dib::allocateZeroed<unsigned char>(dib::tableOffset(source) + entries * dib::kEntryBytes);
@@ -88,7 +89,7 @@ BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& source) {
 unsigned char* copyPixelBlock(const BITMAPINFOHEADER& header, const void* pixels,
                               std::size_t announcedBytes) {
     const dib::ImageSize size = dib::admitSize(header);
-    if (!size.admitted) return nullptr;
+    if (!size.admitted || announcedBytes > INT32_MAX) return nullptr;
     const std::size_t blockBytes = std::max({announcedBytes, size.imageBytes, std::size_t{1}});
     auto block = dib::allocateImageBlock(blockBytes);
     if (block == nullptr) return nullptr;

@@ -1,6 +1,6 @@
 /// @file
-/// The in-memory bitmap of the library, its error codes and everything that is a method of it: memory and
-/// ownership, BMP files, colour depth, size and position.
+/// The in-memory bitmap of the library and everything that is a method of it: memory and ownership, BMP files,
+/// colour depth, size and position. Its header, pixels and error codes stand in DibTypes.h.
 ///
 /// Rules common to the whole library
 /// ---------------------------------
@@ -29,63 +29,12 @@
 #define DIBSTREAM_DIBSTREAM_H
 
 #include <DibExport.h>
+#include <DibTypes.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-
-/// The standard 40-byte header of a device-independent bitmap. The colour table follows it in the header
-/// block as 4-byte entries blue, green, red, reserved.
-struct BITMAPINFOHEADER {
-    std::uint32_t biSize;          ///< Bytes of the header; 40 in every header that the library makes.
-    std::int32_t biWidth;          ///< Pixels per row.
-    std::int32_t biHeight;         ///< Rows; negative when the top row is stored first.
-    std::uint16_t biPlanes;        ///< 1.
-    std::uint16_t biBitCount;      ///< Bits per pixel: 1, 4, 8, 16, 24 or 32.
-    std::uint32_t biCompression;   ///< 0, or 3 after loading a BMP file with channel masks.
-    std::uint32_t biSizeImage;     ///< Bytes of the pixel block; 0 means pitch times rows.
-    std::int32_t biXPelsPerMeter;  ///< Horizontal resolution, not interpreted.
-    std::int32_t biYPelsPerMeter;  ///< Vertical resolution, not interpreted.
-    std::uint32_t biClrUsed;  ///< Entries of the colour table; 0 means 2^biBitCount up to 8 bits, else none.
-    std::uint32_t biClrImportant;  ///< Not interpreted.
-};
-static_assert(sizeof(BITMAPINFOHEADER) == 40);
-
-/// A pixel of 24 bits, bytes in memory order.
-struct DibBGR {
-    std::uint8_t blue;   ///< 0 to 255.
-    std::uint8_t green;  ///< 0 to 255.
-    std::uint8_t red;    ///< 0 to 255.
-};
-static_assert(sizeof(DibBGR) == 3);
-
-/// A pixel of 32 bits or an entry of a colour table (whose alpha is reserved), bytes in memory order.
-struct DibBGRA {
-    std::uint8_t blue;   ///< 0 to 255.
-    std::uint8_t green;  ///< 0 to 255.
-    std::uint8_t red;    ///< 0 to 255.
-    std::uint8_t alpha;  ///< 0 to 255; what it means is the image's affair.
-};
-static_assert(sizeof(DibBGRA) == 4);
-
-/// Told the fraction of the work that is done, from 0 to 1, and the pointer that the caller gave; returning
-/// false cancels the operation.
-using DibProgressCallback = bool (*)(float, void*);
-
-/// The codes held in `DibStream::ErrorCode`.
-enum DibErrorCode : int {
-    DIB_OK = 0,                 ///< No error.
-    DIB_ERROR_GENERAL = 1,      ///< Failed without a more exact code.
-    DIB_ERROR_MEMORY = 2,       ///< An allocation failed, or an image cannot exist in that size or depth.
-    DIB_ERROR_OPEN = 3,         ///< The file cannot be opened.
-    DIB_ERROR_READ = 4,         ///< A read came short.
-    DIB_ERROR_WRITE = 5,        ///< A write came short.
-    DIB_ERROR_INVALID = 6,      ///< Bad header or data in a file.
-    DIB_ERROR_UNSUPPORTED = 7,  ///< A variant that the codec does not handle.
-    DIB_ERROR_MISMATCH = 8,     ///< The image's depth or kind does not fit the operation.
-    DIB_ERROR_INTERRUPTED = 9,  ///< The progress callback cancelled a load.
-};
 
 /// Selectors in the low 16 bits of the depth conversions' flags; any other value means grey or plain
 /// truncation.
@@ -135,7 +84,8 @@ public:
 
     /// Installs foreign blocks as they are, after releasing the current ones: no copy and no check. The
     /// blocks must not be ones that this object owns.
-    /// @param header      `BITMAPINFOHEADER` with its colour table. A `biSize` of 41 to 124 is respected by
+    /// @param header      `BITMAPINFOHEADER` with its colour table, at an address that is a multiple of 4 (a BMP
+    ///                    file's own header, 14 bytes into the file, may have to be copied there). A `biSize` of 41 to 124 is respected by
     ///                    `SetMonoPalette` and by reading conversions, but `Clone` and `Copy` copy 40 bytes
     ///                    plus 4 for each table entry from the start of the block, and zero the rest. With
     ///                    any other `biSize` the table follows the 40 bytes.
@@ -147,17 +97,17 @@ public:
     /// Installs a pixel block (null allowed) after releasing the current one. @return True.
     bool SetBuffer(void* buffer, unsigned int owner);
 
-    /// Becomes an owned deep copy of a foreign DIB.
+    /// Becomes an owned deep copy of a foreign DIB, whose blocks must not be ones that this object owns.
     /// @param header Header block of at least 40 + 4 x table length bytes.
     /// @param bits   Pixel block of `biSizeImage` bytes, or pitch times rows when that is 0; must be readable
     ///               whole.
-    /// @return False without an error code when memory is short, the size is inadmissible or a pointer is
-    ///         null. The object is then empty.
+    /// @return False without an error code when memory is short, the size or the length of the table is
+    ///         inadmissible or a pointer is null. The object is then empty.
     bool Copy(void* header, void* bits);
     /// Makes an independent copy with one reference and no error code. The copy's pixel block is never
     /// shorter than pitch times rows; bytes beyond a shorter `biSizeImage` are 0.
-    /// @return Null when memory is short (this object's `ErrorCode` is then 2). An empty object gives an
-    /// empty copy.
+    /// @return Null when memory is short, or when the header announces a size or a table that no signed 32-bit
+    ///         number counts (this object's `ErrorCode` is then 2). An empty object gives an empty copy.
     DibStream* Clone();
 
     /// Replaces the image by a new one whose pixels are undefined. The colour table is black and white at 1
@@ -293,7 +243,8 @@ public:
     /// rows of width 0 with 2, as `Create` does.
     /// @param path UTF-8; a file in that place is replaced.
     /// @return True with `ErrorCode` 0. Otherwise false, the image unchanged and code
-    ///         - 6: there is no header or no pixel block, or its size is inadmissible; no file is opened;
+    ///         - 6: there is no header or no pixel block, or its size or the length of its table is inadmissible; no
+    ///           file is opened;
     ///         - 3: the file cannot be opened;
     ///         - 5: a write, or the closing of the file, failed; the file is incomplete.
     bool SaveToFile(const char* path);
@@ -384,7 +335,7 @@ public:
     };
     /// Changes the size by the best way there is: nothing where it is the size already (the buffer stays),
     /// `ResizeHalf` where width and height are exactly twice the new ones and the depth allows it, else the
-    /// method.
+    /// method. Where only the halving is short of memory the method does its work, and the code stays.
     /// @return False, without a code, for an unknown method or an image without pixels.
     bool Resize(int width, int height, DIB_RESIZE_METHOD method);
     /// Halves an image of 24 or 32 bits: each pixel is the mean of two by two, truncated, per channel. An odd
@@ -398,7 +349,8 @@ public:
     bool ResizeBilinear(int width, int height);
     /// Scales by area averaging, first across, then down, each truncated to bytes: the method for making large
     /// images much smaller. When growing, pixels are repeated. Only 24 and 32 bits are averaged (all four
-    /// bytes).
+    /// bytes). The boundaries between result pixels are products of two sizes, kept in 64 bits, so that they are
+    /// right for every size that can exist.
     /// @return True also at 1, 4, 8 and 16 bits, where the result has the new size and zero pixels: do not use
     ///         it for indexed images.
     bool ResizeIntegral(int width, int height);

@@ -200,6 +200,9 @@ TEST(BmpSave, NothingToWrite) {
     image->Header->biHeight = 3;
     image->Header->biSizeImage = 0x80000000U;
     EXPECT_EQ(unsaved(*image), DIB_ERROR_INVALID);
+    image->Header->biSizeImage = 0;
+    image->Header->biClrUsed = 0xFFFFFFFFU;
+    EXPECT_EQ(unsaved(*image), DIB_ERROR_INVALID);
     image->HeaderFree();
     EXPECT_EQ(unsaved(*image), DIB_ERROR_INVALID);
 }

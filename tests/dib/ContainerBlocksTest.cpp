@@ -209,6 +209,31 @@ TEST(ContainerBlocks, CopyFailsWithoutACode) {
     EXPECT_EQ(dib.ErrorCode, DIB_ERROR_MEMORY);
 }
 
+// Sizes that no signed 32-bit number counts are damage, whatever memory there is for them.
+TEST(ContainerBlocks, ImpossibleAnnouncementsAreNotCopied) {
+    HeaderBlock block(4, 1, 8);
+    unsigned char pixels[4] = {};
+    const auto expectRefused = [&] {
+        DibStream dib;
+        EXPECT_FALSE(dib.Copy(block.header(), pixels));
+        EXPECT_EQ(dib.Header, nullptr);
+        EXPECT_EQ(dib.Buffer, nullptr);
+        EXPECT_EQ(dib.ErrorCode, 0);
+        dib.SetDib(block.header(), 0, pixels, 0);
+        EXPECT_EQ(dib.Clone(), nullptr);
+        EXPECT_EQ(dib.ErrorCode, DIB_ERROR_MEMORY);
+    };
+    for (const std::uint32_t bytes : {0x80000000U, 0xFFFFFFFFU}) {
+        block.header()->biSizeImage = bytes;
+        expectRefused();
+    }
+    block.header()->biSizeImage = 0;
+    for (const std::uint32_t entries : {0x1FFFFFF6U, 0xFFFFFFFFU}) {
+        block.header()->biClrUsed = entries;
+        expectRefused();
+    }
+}
+
 TEST(ContainerBlocks, SetMonoPaletteWritesEveryEntry) {
     DibStream dib;
     ASSERT_TRUE(dib.Create(2, 2, 4));
