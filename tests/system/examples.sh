@@ -25,9 +25,10 @@ run() {
 
 echo "== through CMake"
 cmake -S "$work/examples" -B "$work/by-cmake" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log"
+    -DCMAKE_PREFIX_PATH="$prefix" -DPICTURE="$input" >"$work/configure.log"
 grep "DibStream_DIR:PATH=$prefix/" "$work/by-cmake/CMakeCache.txt"
 cmake --build "$work/by-cmake"
+ctest --test-dir "$work/by-cmake" --output-on-failure --no-tests=error
 for main in "$work"/examples/*/main.cpp; do
     program="$work/by-cmake/$(basename "$(dirname "$main")")"
     run "$program" "$program-output"
