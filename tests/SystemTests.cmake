@@ -53,3 +53,9 @@ if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
                 ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER})
     set_tests_properties(system.packages PROPERTIES TIMEOUT 900 PROCESSORS 2 SKIP_RETURN_CODE 77)
 endif()
+if(TARGET dib)
+    add_test(NAME system.many-pictures
+        COMMAND bash ${system_dir}/many-pictures.sh
+                $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${system_work}/many-pictures)
+    set_tests_properties(system.many-pictures PROPERTIES TIMEOUT 120 PROCESSORS 2 SKIP_RETURN_CODE 77)
+endif()

@@ -1,0 +1,94 @@
+#!/usr/bin/env bash
+# Takes a folder of pictures through GNU parallel as docs/many-pictures.md tells: on this machine, and on a second one
+# that is a folder behind a stand-in for ssh.
+# usage: many-pictures.sh DIB MAKE_SAMPLE_PICTURE WORK_DIR
+set -euo pipefail
+program="$1" make_sample_picture="$2" work="$3"
+command -v parallel >/dev/null || { echo "parallel is not installed"; exit 77; }
+
+rm -rf "$work"
+mkdir -p "$work/bin" "$work/here/pictures/holiday" "$work/there" "$work/home/.parallel"
+ln -s "$program" "$work/bin/dib"
+export PATH="$work/bin:$PATH" HOME="$work/home"
+touch "$HOME/.parallel/will-cite"
+
+cd "$work/here"
+for name in one two "three of us" "it's four" holiday/five; do
+    "$make_sample_picture" 64 48 "pictures/$name.bmp"
+done
+head -c 100 pictures/one.bmp >pictures/broken.bmp
+
+convert() {
+    find pictures -name '*.bmp' -print0 | sort -z |
+        parallel --null --sshlogin "$hosts" --joblog jobs.tsv --resume-failed \
+            --transferfile {} --return small/{/} --cleanup \
+            'mkdir -p small && dib run {} resize:50%,method=area bpp:8,method=median small/{/}'
+}
+
+failures() {
+    awk -F '\t' 'NR > 1 { exit_value[$1] = $7; command[$1] = $9 }
+        END { for (job in command) if (exit_value[job] != 0) print exit_value[job] "\t" command[job] }' jobs.tsv
+}
+
+# The five pictures, and nothing of the broken one.
+expect_results() {
+    [ "$(find small -type f | LC_ALL=C sort | tr '\n' '|')" = \
+        "small/five.bmp|small/it's four.bmp|small/one.bmp|small/three of us.bmp|small/two.bmp|" ]
+    for picture in small/*; do
+        [ "$(dib info "$picture" | sed 's/.*: //')" = \
+            "bmp, 32x24 pixels, 8 bits, bottom-up, palette of 256, compression none" ]
+    done
+    # The folder is as it was.
+    [ "$(find pictures -type f | wc -l)" -eq 6 ]
+}
+
+# Number of jobs in the log, which has a line of titles.
+jobs_run() { echo $(($(wc -l <jobs.tsv) - 1)); }
+
+# A run over the folder with one broken file, and then again after it was mended.
+run_twice() {
+    local status=0
+    convert 2>messages.txt || status=$?
+    [ "$status" -eq 1 ] || { cat messages.txt; echo "exit $status with one broken file"; exit 1; }
+    grep -F 'broken.bmp: load: read file' messages.txt
+    expect_results
+    [ "$(jobs_run)" -eq 6 ]
+    failures | grep -P '^3\tmkdir -p small && dib run pictures/broken.bmp '
+    [ "$(failures | wc -l)" -eq 1 ]
+
+    # Only what failed is done again.
+    cp pictures/two.bmp pictures/broken.bmp
+    rm small/one.bmp
+    convert
+    [ "$(jobs_run)" -eq 7 ]
+    [ -z "$(failures)" ]
+    [ -f small/broken.bmp ] && [ ! -e small/one.bmp ]
+}
+
+echo "== on this machine"
+hosts=:
+run_twice
+
+if ! command -v rsync >/dev/null; then
+    echo "rsync is not installed: not tried on a second machine"
+    exit 0
+fi
+echo "== on another one"
+# Takes the place of ssh: options, the machine, the command. Home is another folder.
+cat >"$work/bin/ssh-stand-in" <<STANDIN
+#!/usr/bin/env bash
+while [ "\${1#-}" != "\$1" ]; do case "\$1" in -l | -S | -o | -p | -i) shift 2 ;; *) shift ;; esac; done
+shift
+[ "\$1" != -- ] || shift
+cd "$work/there" && echo "\$*" >>"$work/commands.txt" && exec env HOME="$work/there" bash -c "\$*"
+STANDIN
+chmod +x "$work/bin/ssh-stand-in"
+export PARALLEL_SSH="$work/bin/ssh-stand-in" RSYNC_OLD_ARGS=1
+rm -rf small jobs.tsv
+head -c 100 pictures/one.bmp >pictures/broken.bmp
+hosts=2/far
+run_twice
+grep -F 'far' jobs.tsv >/dev/null
+grep -F 'GNU_Parallel_worker' "$work/commands.txt" >/dev/null
+# Nothing stays behind.
+[ -z "$(find "$work/there" -name '*.bmp')" ]
