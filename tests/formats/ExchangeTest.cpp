@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "tests/formats/CodecTest.h"
+#include "tests/formats/Exchange.h"
 
 namespace {
 
@@ -15,24 +16,6 @@ using testing_support::Picture;
 using testing_support::pictureOf;
 using testing_support::samePicture;
 using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
-
-bool run(const std::string& command) {
-    return std::system(("(" + command + ") >/dev/null 2>&1").c_str()) == 0;
-}
-bool installed(const std::string& program) { return run("command -v " + program); }
-
-std::string replaced(std::string text, const std::string& what, const std::string& with) {
-    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
-        text.replace(at, what.size(), with);
-    }
-    return text;
-}
-
-// A command line, in which IN and OUT stand for files. Its first word is the program.
-std::string program(const std::string& command) { return command.substr(0, command.find(' ')); }
-bool convert(const std::string& command, const TemporaryFile& in, const TemporaryFile& out) {
-    return run(replaced(replaced(command, "IN", in.path()), "OUT", out.path()));
-}
 
 // Pictures that are written as PPM for the programs: many colours, at most 200 colours, greys.
 enum class Source { kColors, kFew, kGrey };
