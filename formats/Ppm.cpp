@@ -80,6 +80,11 @@ public:
         return y < wholeRows_;
     }
 
+    // Blanks the rows from y on that were read ahead: who cancels keeps the rows that were reported, no others.
+    void forget(int y) {
+        for (; y < blockEnd_; ++y) std::memset(image_.ScanLine(y), 0, image_.GetPitch());
+    }
+
 private:
     void readBlock() {
         const auto left = static_cast<std::size_t>(image_.Header->biHeight - blockEnd_);
@@ -117,6 +122,8 @@ public:
         return true;
     }
 
+    void forget(int) {}
+
 private:
     std::FILE* file_;
     DibStream& image_;
@@ -127,7 +134,9 @@ bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void*
     const int height = image->Header->biHeight;
     for (int y = 0; y < height; ++y) {
         if (!rows.read(y)) return fail(image, DIB_ERROR_READ);
-        if (!formats::report(callback, user, y, height)) return fail(image, DIB_ERROR_INTERRUPTED);
+        if (formats::report(callback, user, y, height)) continue;
+        rows.forget(y + 1);
+        return fail(image, DIB_ERROR_INTERRUPTED);
     }
     image->ErrorCode = DIB_OK;
     return true;

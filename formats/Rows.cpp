@@ -78,8 +78,11 @@ void exchangeBytes(unsigned char* first, unsigned char* second, std::size_t byte
 void turnRows(unsigned char* block, std::size_t rowBytes, std::size_t pitch, std::size_t rows,
               RowExchange exchange) {
     if (pitch > rowBytes) {
-        for (std::size_t row = rows; row-- > 1;)
+        for (std::size_t row = rows; row-- > 0;) {
             std::memmove(block + row * pitch, block + row * rowBytes, rowBytes);
+            // The fill behind a row held pixels of the rows that have left by now.
+            std::memset(block + row * pitch + rowBytes, 0, pitch - rowBytes);
+        }
     }
     for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
         exchange(block + row * pitch, block + (rows - 1 - row) * pitch, rowBytes);

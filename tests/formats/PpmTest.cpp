@@ -135,6 +135,21 @@ TEST(PpmLoad, ShortDataKeepsTheRowsBefore) {
     EXPECT_EQ(rowBytes(*loaded.image, 2)[0], 'e');
 }
 
+TEST(PpmLoad, CancelledLoadsKeepTheRowsBefore) {
+    for (const int width : {4, 5}) {
+        Bytes file = bytesOf("P5\n" + std::to_string(width) + " 3\n255\n");
+        file.insert(file.end(), 3 * static_cast<std::size_t>(width), 'x');
+        const auto cancel = [](float, void*) { return false; };
+        DibStream image;
+        EXPECT_FALSE(LoadPPM(testing_support::openBytes(file).get(), &image, cancel, nullptr));
+        EXPECT_EQ(image.ErrorCode, 9);
+        EXPECT_EQ(rowBytes(image, 0), Bytes(static_cast<std::size_t>(width), 'x'));
+        EXPECT_EQ(rowBytes(image, 1), Bytes(static_cast<std::size_t>(width), 0));
+        EXPECT_EQ(rowBytes(image, 2), Bytes(static_cast<std::size_t>(width), 0));
+        image.Release();
+    }
+}
+
 // Byte i of the samples, which do not repeat from row to row.
 unsigned char sampleByte(std::size_t i) { return static_cast<unsigned char>(i * 7 + i / 251); }
 
@@ -159,6 +174,9 @@ TEST(PpmLoad, LongPicturesKeepEveryRowAtEveryKernelLevel) {
                         row[place] = sampleByte(static_cast<std::size_t>(y) * count + i);
                     }
                     ASSERT_EQ(rowBytes(*loaded.image, y), row) << width << " " << y;
+                    const unsigned char* stored = loaded.image->ScanLine(y);
+                    const Bytes fill(stored + count, stored + loaded.image->GetPitch());
+                    ASSERT_EQ(fill, Bytes(fill.size(), 0)) << width << " " << y;
                 }
             }
         }
