@@ -146,7 +146,6 @@ TEST(PpmLoad, CancelledLoadsKeepTheRowsBefore) {
         EXPECT_EQ(rowBytes(image, 0), Bytes(static_cast<std::size_t>(width), 'x'));
         EXPECT_EQ(rowBytes(image, 1), Bytes(static_cast<std::size_t>(width), 0));
         EXPECT_EQ(rowBytes(image, 2), Bytes(static_cast<std::size_t>(width), 0));
-        image.Release();
     }
 }
 
