@@ -37,6 +37,10 @@ public:
     std::int64_t at(std::int64_t v) const {
         return wrap_ ? (v % size_ + size_) % size_ : std::clamp<std::int64_t>(v, 0, size_ - 1);
     }
+    bool wraps() const { return wrap_; }
+    // Of a wrapped axis: how often the neighbourhood goes all the way round, and the positions it visits besides.
+    std::uint32_t rounds() const { return static_cast<std::uint32_t>(side_ / size_); }
+    std::int64_t remainder() const { return side_ % size_; }
     // Whether the whole axis comes round more than once.
     bool comesRound() const { return wrap_ && side_ > size_; }
 

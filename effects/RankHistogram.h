@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace dib {
 
@@ -15,15 +16,19 @@ struct RankRowRun {
     std::uint32_t visits;
 };
 
-// Brightness is counted in classes of 64 levels: wide enough for the wanted class to be near the last one,
-// narrow enough for few pixels of a neighbourhood to share it.
+// Brightness is counted by levels and by classes of 64 levels: wide enough for the wanted class to be near the
+// last one, narrow enough for few pixels of a neighbourhood to share it.
 class RankHistogram {
 public:
+    // Throws std::bad_alloc.
+    RankHistogram() : levels_(std::size_t{kClasses} << kClassShift) {}
+
     static constexpr int kClassShift = 6;
     static constexpr std::uint32_t kClasses = (65280 >> kClassShift) + 1;
 
     void add(std::uint16_t brightness, std::uint32_t count) {
         const std::uint32_t at = brightness >> kClassShift;
+        levels_[brightness] += count;
         counts_[at] += count;
         if (at > current_) above_ += count;
     }
@@ -35,6 +40,9 @@ public:
         const std::uint32_t current = current_;
         for (const RankRowRun* row = rows; row != rows + rowCount; ++row) {
             const std::uint32_t visits = row->visits;
+            if (row->brightness[out] == row->brightness[in]) continue;
+            levels_[row->brightness[out]] -= visits;
+            levels_[row->brightness[in]] += visits;
             const std::uint32_t leaving = row->brightness[out] >> kClassShift;
             const std::uint32_t entering = row->brightness[in] >> kClassShift;
             if (leaving == entering) continue;
@@ -58,7 +66,20 @@ public:
         return {current_, rank - above_, counts_[current_]};
     }
 
+    struct Level {
+        std::uint16_t brightness;
+        std::uint32_t rank;  // among the pixels of just that brightness
+    };
+    // The level in the class.
+    Level findLevel(const Place& place) const {
+        std::uint32_t level = (place.brightnessClass + 1) << kClassShift;
+        std::uint32_t rank = place.rank;
+        while (levels_[--level] <= rank) rank -= levels_[level];
+        return {static_cast<std::uint16_t>(level), rank};
+    }
+
 private:
+    std::vector<std::uint32_t> levels_;
     std::array<std::uint32_t, kClasses> counts_{};
     std::uint32_t current_ = 0;  // the class found last
     std::uint32_t above_ = 0;    // pixels of brighter classes

@@ -28,9 +28,15 @@ DIB_ALWAYS_INLINE void brightness24(const std::uint32_t* __restrict values, std:
 }
 
 template <class Depth>
-DIB_ALWAYS_INLINE void readValues(const unsigned char* __restrict row, std::uint32_t* __restrict values,
-                                  std::size_t count) {
+DIB_ALWAYS_INLINE void readBody(const unsigned char* __restrict row, std::uint32_t* __restrict values,
+                                std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) values[x] = Depth::get(row, static_cast<std::ptrdiff_t>(x));
+}
+
+template <class Depth>
+DIB_ALWAYS_INLINE void writeBody(unsigned char* __restrict row, const std::uint32_t* __restrict values,
+                                 std::size_t count) {
+    for (std::size_t x = 0; x < count; ++x) Depth::put(row, static_cast<std::ptrdiff_t>(x), values[x]);
 }
 
 }  // namespace
@@ -48,16 +54,16 @@ RankPixels::RankPixels(const DibStream& image, const Raster& raster, TableWeight
     }
 }
 
-void RankPixels::readSpots(const Spot* spots, std::uint32_t* values) const {
+void RankPixels::readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const {
     withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount_, [&](auto depth) {
-        for (std::size_t x = 0; x < width_; ++x) values[x] = decltype(depth)::get(spots[x].row, spots[x].x);
+        for (std::size_t i = 0; i < count; ++i) values[i] = decltype(depth)::get(spots[i].row, spots[i].x);
         return true;
     });
 }
 
-void RankPixels::readRow(const unsigned char* row, std::uint32_t* values, std::int32_t* brightness) const {
+void RankPixels::readValues(const unsigned char* row, std::uint32_t* values) const {
     withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount_, [&](auto depth) {
-        runKernel<readValues<decltype(depth)>>(row, values, width_);
+        runKernel<readBody<decltype(depth)>>(row, values, width_);
         return true;
     });
     if (swapNibbles_) {
@@ -65,6 +71,10 @@ void RankPixels::readRow(const unsigned char* row, std::uint32_t* values, std::i
         for (std::size_t x = 0; x < width_; ++x)
             values[x] = Depth4::get(row, static_cast<std::ptrdiff_t>(x ^ 1U));
     }
+}
+
+void RankPixels::readRow(const unsigned char* row, std::uint32_t* values, std::int32_t* brightness) const {
+    readValues(row, values);
     const std::uint32_t* known = values;
     if (bitCount_ == 16) {
         runKernel<brightness16>(known, brightness, width_);
@@ -79,7 +89,7 @@ void RankPixels::writeRow(unsigned char* row, const std::uint32_t* values) const
     withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount_, [&](auto depth) {
         using Depth = decltype(depth);
         if (kIsPacked<Depth>) std::memset(row, 0, rowBytes_);
-        for (std::size_t x = 0; x < width_; ++x) Depth::put(row, static_cast<std::ptrdiff_t>(x), values[x]);
+        runKernel<writeBody<Depth>>(row, values, width_);
         return true;
     });
 }

@@ -25,15 +25,16 @@ public:
 
     RankPixels(const DibStream& image, const Raster& raster, TableWeights weights, Nibbles nibbles);
 
-    // The values of a row and their brightness.
+    // The values of a row.
+    void readValues(const unsigned char* row, std::uint32_t* values) const;
+    // The same and their brightness.
     void readRow(const unsigned char* row, std::uint32_t* values, std::int32_t* brightness) const;
     // A pixel by its row and column.
     struct Spot {
         const unsigned char* row;
         std::ptrdiff_t x;
     };
-    // The values of one spot per column.
-    void readSpots(const Spot* spots, std::uint32_t* values) const;
+    void readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const;
     // Stores a row; rows whose pixels share bytes are cleared first, fill bytes included.
     void writeRow(unsigned char* row, const std::uint32_t* values) const;
 
