@@ -8,12 +8,14 @@ find_program(DIB_DOXYGEN doxygen)
 
 if(Python3_FOUND)
     set(check_includes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-includes.py)
+    set(check_quotes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-quotes.py)
     add_test(NAME tree.includes COMMAND ${check_includes})
-    # The check itself must see every kind of offence in a tree made of them.
+    add_test(NAME tree.quotes COMMAND ${check_quotes})
+    # The checks themselves must see every kind of offence in a tree made of them.
     add_test(NAME tree.includes.offences
-        COMMAND bash ${system_dir}/include-offences.sh
-                ${system_dir}/wrong-includes ${check_includes})
-    add_test(NAME tree.quotes COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-quotes.py)
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-includes ${check_includes})
+    add_test(NAME tree.quotes.offences
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-quotes ${check_quotes})
 endif()
 
 if(DIB_CLANG_FORMAT)
@@ -54,6 +56,8 @@ if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     set_tests_properties(system.packages PROPERTIES TIMEOUT 900 PROCESSORS 2 SKIP_RETURN_CODE 77)
 endif()
 if(TARGET dib)
+    add_test(NAME system.completions
+        COMMAND bash ${system_dir}/completions.sh $<TARGET_FILE:dib> ${system_work}/completions)
     add_test(NAME system.many-pictures
         COMMAND bash ${system_dir}/many-pictures.sh
                 $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${system_work}/many-pictures)

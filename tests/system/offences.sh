@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The check must report every offence of a tree made of them, and nothing else.
-# usage: include-offences.sh TREE CHECK_COMMAND...
+# usage: offences.sh TREE CHECK_COMMAND...
 set -euo pipefail
 tree="$1"
 shift

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# What bash, fish and zsh offer with the program's completion scripts, for the same lines.
+# usage: completions.sh DIB WORK_DIR
+set -euo pipefail
+dib="$1" work="$2"
+rm -rf "$work"
+mkdir -p "$work"
+cd "$work"
+touch picture.bmp
+
+# bash tells the line and where the cursor stands; its line editor keeps what stands before the last ':' or '='.
+"$dib" completion bash >dib.bash
+cat >ask.bash <<'END'
+source ./dib.bash
+complete -p dib >/dev/null
+COMP_LINE=$1 COMP_POINT=${#1}
+_dib 2>/dev/null
+word=${1##* }
+kept=${word%"${word##*[:=]}"}
+[[ $word == *[:=]* ]] || kept=
+for offer in "${COMPREPLY[@]}"; do echo "$kept$offer"; done
+END
+
+# fish answers by itself; what stands behind a tab explains.
+"$dib" completion fish >dib.fish
+cat >ask.fish <<'END'
+source dib.fish
+complete -C $argv[1] | string replace -r '\t.*' ''
+true  # replacing nothing is no failure
+END
+
+# The completion system of zsh works in its line editor only: these stand for the parts of it that are called.
+"$dib" completion zsh >_dib
+cat >ask.zsh <<'END'
+compdef() { :; }
+offer() { for word in "$@"; do [[ $word == $PREFIX* ]] && print -r -- "$before$word"; done; return 0; }
+compadd() { while [[ $1 == -* ]]; do [[ $1 == -S ]] && shift; [[ $1 == -- ]] && { shift; break; }; shift; done; offer "$@"; }
+_describe() {
+    while [[ $1 == -* ]]; do shift 2; done
+    local entry
+    for entry in ${(P)2}; do entry=${entry//\\:/$'\1'}; offer "${${entry%%:*}//$'\1'/:}"; done
+}
+_files() { offer *; }
+compset() { before=${PREFIX%"${PREFIX##*[:,]}"}; PREFIX=${PREFIX##*[:,]}; }
+source ./_dib
+words=(${(s: :)1}) CURRENT=$#words PREFIX=$words[-1] before=
+_dib
+END
+
+failed=0
+# offers LINE WORD...: exactly these words complete the line, in any order.
+offers() {
+    local line="$1" wanted shell got
+    shift
+    wanted="$(printf '%s\n' "$@" | LC_ALL=C sort)"
+    for shell in bash fish zsh; do
+        command -v "$shell" >/dev/null || continue
+        case "$shell" in
+            bash) got="$(bash --norc ask.bash "$line")" ;;
+            fish) got="$(HOME="$work" fish --no-config ask.fish "$line")" ;;
+            zsh) got="$(zsh -f ask.zsh "$line")" ;;
+        esac
+        # Whether a sign that asks for more belongs to the offer is the shell's affair: fish leaves it to its next round.
+        got="$(printf '%s\n' "$got" | sed 's/=$//' | LC_ALL=C sort -u)"
+        [ "$got" = "$wanted" ] && continue
+        printf '%s: "%s" is completed to\n%s\ninstead of\n%s\n' "$shell" "$line" "$got" "$wanted"
+        failed=1
+    done
+}
+
+offers 'dib ru' run
+offers 'dib help whi' whirl
+offers 'dib completion z' zsh
+offers 'dib run picture.bmp bp' bpp:
+offers 'dib run pic' picture.bmp
+offers 'dib run picture.bmp bpp:1' bpp:1 bpp:16
+offers 'dib run picture.bmp bpp:8,method=m' bpp:8,method=median
+offers 'dib run picture.bmp rotate:30,w' rotate:30,wrap
+offers 'dib run --progress=a' --progress=always --progress=auto
+offers 'dib info --js' --json
+exit "$failed"

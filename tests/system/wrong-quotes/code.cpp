@@ -1,0 +1,2 @@
+int yes = 1;
+int also = 3;
