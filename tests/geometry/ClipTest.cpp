@@ -1,7 +1,10 @@
 #include <DibStream.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <iterator>
+#include <vector>
 
 #include "tests/geometry/GeometryTestSupport.h"
 
@@ -62,6 +65,47 @@ TEST(ClipCut, NegativeOriginReadsTheBytesBeforeAndZerosOutside) {
     EXPECT_EQ(testing_support::pixelBytes(*far), std::vector<unsigned char>(8, 0));
 }
 
+TEST(ClipCut, NegativeOriginAtFourBits) {
+    const DibPtr dib = blankImage(4, -2, 4);
+    const unsigned char bytes[] = {0x12, 0x34, 0xAB, 0xCD, 0x56, 0x78, 0x9A, 0xBC};
+    std::copy(std::begin(bytes), std::end(bytes), dib->Buffer);
+    using Row = std::vector<unsigned char>;
+    const auto cloned = [&](int x, int y, int width) {
+        return testing_support::pixelBytes(*DibPtr(dib->ClipClone(x, y, width, 1)));
+    };
+    const auto cut = [&](int x, int y, int width) {
+        const DibPtr copy(dib->Clone());
+        EXPECT_TRUE(copy->ClipCut(x, y, width, 1));
+        return testing_support::pixelBytes(*copy);
+    };
+    // Whole bytes where the copy begins with one, pixel by pixel elsewhere.
+    EXPECT_EQ(cloned(-2, 1, 4), (Row{0xCD, 0x56, 0x78, 0x9A}));
+    EXPECT_EQ(cut(-2, 1, 4), (Row{0xCD, 0x56, 0, 0}));
+    EXPECT_EQ(cloned(-1, 1, 3), (Row{0xD5, 0x60, 0, 0}));
+    EXPECT_EQ(cut(-1, 1, 3), (Row{0xD5, 0x60, 0, 0}));
+    EXPECT_EQ(cloned(-1, 0, 3), (Row{0x01, 0x20, 0, 0})) << "before the block";
+    EXPECT_EQ(cut(-1, 0, 3), (Row{0x01, 0x20, 0, 0}));
+    EXPECT_EQ(cut(-4, 0, 5), (Row{0x00, 0x00, 0x10, 0}));
+}
+
+TEST(ClipCut, NegativeOriginAtOneBit) {
+    const DibPtr dib = blankImage(16, -2, 1);
+    const unsigned char bytes[] = {0xF0, 0x0F, 0x00, 0x81, 0xA5, 0xFF, 0x00, 0x00};
+    std::copy(std::begin(bytes), std::end(bytes), dib->Buffer);
+    using Row = std::vector<unsigned char>;
+    const auto expectRow = [&](int x, int y, int width, const Row& row) {
+        const DibPtr clip(dib->ClipClone(x, y, width, 1));
+        EXPECT_EQ(testing_support::pixelBytes(*clip), row) << x << ' ' << y;
+        const DibPtr copy(dib->Clone());
+        EXPECT_TRUE(copy->ClipCut(x, y, width, 1));
+        EXPECT_EQ(testing_support::pixelBytes(*copy), row) << x << ' ' << y;
+    };
+    expectRow(-3, 1, 8, {0b00110100, 0, 0, 0});  // 001 of the row above, then 10100
+    expectRow(-3, 0, 8, {0b00011110, 0, 0, 0});  // nothing, then 11110
+    expectRow(-8, 1, 10, {0x81, 0b10000000, 0, 0});
+    expectRow(-32, 1, 16, {0xF0, 0x0F, 0, 0});  // a whole row before
+}
+
 TEST(ClipCut, FillBytesComeFromTheBytesThatFollow) {
     const DibPtr dib = blankImage(4, -2, 8);
     for (int i = 0; i < 8; ++i) dib->Buffer[i] = static_cast<unsigned char>(i + 1);
@@ -108,6 +152,25 @@ TEST(ClipClone, CopiesTheAnnouncedEntries) {
     const DibPtr clip4(longTable.dib.ClipClone(0, 0, 1, 1));
     EXPECT_EQ(testing_support::headerBytes(*clip4).size(), 40U + 64);
     EXPECT_EQ(testing_support::headerBytes(*clip4).back(), 64);
+}
+
+TEST(ClipClone, NoAnnouncedLengthMeansTheWholeTable) {
+    for (const int depth : {1, 4, 8}) {
+        const DibPtr dib = randomImage(2, 2, depth, 6);
+        auto* table = reinterpret_cast<DibBGRA*>(dib->Header + 1);
+        const int last = (1 << depth) - 1;
+        table[0] = {1, 2, 3, 4};
+        table[last] = {5, 6, 7, 8};
+        dib->Header->biClrUsed = 0;
+        const DibPtr clip(dib->ClipClone(0, 0, 1, 1));
+        EXPECT_EQ(clip->Header->biClrUsed, 1U << depth);
+        const auto bytes = testing_support::headerBytes(*clip);
+        ASSERT_EQ(bytes.size(), 40U + (4U << depth));
+        EXPECT_EQ(std::vector<unsigned char>(bytes.begin() + 40, bytes.begin() + 44),
+                  (std::vector<unsigned char>{1, 2, 3, 4}));
+        EXPECT_EQ(std::vector<unsigned char>(bytes.end() - 4, bytes.end()),
+                  (std::vector<unsigned char>{5, 6, 7, 8}));
+    }
 }
 
 TEST(Clip, EqualsThePlainLoopsEverywhere) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <vector>
 
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
@@ -83,6 +84,33 @@ inline int expectSurvivesFailures(int width, int height, int depth, int code,
             }
             dib->Release();
         });
+}
+
+struct Target {
+    int width;
+    int height;
+};
+
+// One row of 24 bits with the given blue values.
+inline DibPtr blueRow(const std::vector<int>& blues) {
+    DibPtr dib = blankImage(static_cast<int>(blues.size()), 1, 24);
+    for (std::size_t x = 0; x < blues.size(); ++x) {
+        setPixelValue(*dib, static_cast<int>(x), 0, static_cast<std::uint32_t>(blues[x]));
+    }
+    return dib;
+}
+inline std::vector<int> blues(DibStream& dib) {
+    std::vector<int> values;
+    for (int x = 0; x < dib.Header->biWidth; ++x) values.push_back(static_cast<int>(pixelValue(dib, x, 0)));
+    return values;
+}
+// One column of 24 bits from the first buffer row on.
+inline DibPtr blueColumn(const std::vector<int>& blues) {
+    DibPtr dib = blankImage(1, -static_cast<int>(blues.size()), 24);
+    for (std::size_t y = 0; y < blues.size(); ++y) {
+        setPixelValue(*dib, 0, static_cast<int>(y), static_cast<std::uint32_t>(blues[y]));
+    }
+    return dib;
 }
 
 // An image around foreign blocks with a short colour table: the pixels of `like`, `entries` table entries.

@@ -2,42 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <tuple>
-#include <vector>
 
-#include "geometry/AreaRows.h"
 #include "tests/geometry/GeometryTestSupport.h"
 
 namespace geometry_test {
 namespace {
 
-struct Target {
-    int width;
-    int height;
-};
 constexpr Target kTargets[] = {{1, 1},  {1, 9},   {9, 1},   {2, 3},   {5, 4},
                                {8, 24}, {32, 24}, {33, 50}, {150, 7}, {5, -3}};
-
-// One row of 24 bits with the given blue values.
-DibPtr blueRow(const std::vector<int>& blues) {
-    DibPtr dib = blankImage(static_cast<int>(blues.size()), 1, 24);
-    for (std::size_t x = 0; x < blues.size(); ++x) {
-        setPixelValue(*dib, static_cast<int>(x), 0, static_cast<std::uint32_t>(blues[x]));
-    }
-    return dib;
-}
-std::vector<int> blues(DibStream& dib) {
-    std::vector<int> values;
-    for (int x = 0; x < dib.Header->biWidth; ++x) values.push_back(static_cast<int>(pixelValue(dib, x, 0)));
-    return values;
-}
-// One column of 24 bits from the first buffer row on.
-DibPtr blueColumn(const std::vector<int>& blues) {
-    DibPtr dib = blankImage(1, -static_cast<int>(blues.size()), 24);
-    for (std::size_t y = 0; y < blues.size(); ++y) {
-        setPixelValue(*dib, 0, static_cast<int>(y), static_cast<std::uint32_t>(blues[y]));
-    }
-    return dib;
-}
 
 TEST(Resize, SameSizeKeepsTheBuffer) {
     const DibPtr dib = randomImage(6, -4, 24, 1);
@@ -62,6 +34,17 @@ TEST(Resize, HalvesOnlyExactHalves) {
     setPixelValue(*exact, 0, 0, 100);
     EXPECT_TRUE(exact->Resize(1, 1, DibStream::DIB_RESIZE_BILINEAR));
     EXPECT_EQ(pixelValue(*exact, 0, 0), 25U);
+
+    // Not twice the size: the corners stay, nothing is averaged.
+    const DibPtr corners = blankImage(5, -4, 24);
+    for (int y = 0; y < 4; ++y) {
+        for (int x = 0; x < 5; ++x) setPixelValue(*corners, x, y, static_cast<std::uint32_t>(10 * y + x));
+    }
+    EXPECT_TRUE(corners->Resize(2, 2, DibStream::DIB_RESIZE_BILINEAR));
+    EXPECT_EQ(pixelValue(*corners, 0, 0), 0U);
+    EXPECT_EQ(pixelValue(*corners, 1, 0), 4U);
+    EXPECT_EQ(pixelValue(*corners, 0, 1), 30U);
+    EXPECT_EQ(pixelValue(*corners, 1, 1), 34U);
 
     const DibPtr odd = randomImage(5, 4, 24, 2);
     const DibPtr expected(odd->Clone());
@@ -193,162 +176,21 @@ TEST(ResizeHalf, DropsTheLastBufferRowWhichIsThePicturesTop) {
     EXPECT_EQ(pixelValue(*dib, 0, 0), 10U);
 }
 
+TEST(ResizeHalf, EveryChannelIsAveragedByItself) {
+    const DibPtr dib = blankImage(2, -2, 32);
+    setPixelValue(*dib, 0, 0, 0xFF000001);
+    setPixelValue(*dib, 1, 0, 0xFF00FF02);
+    setPixelValue(*dib, 0, 1, 0xFFFFFF03);
+    setPixelValue(*dib, 1, 1, 0xFC000005);
+    EXPECT_TRUE(dib->ResizeHalf());
+    EXPECT_EQ(pixelValue(*dib, 0, 0), 0xFE3F7F02U);
+}
+
 TEST(ResizeHalf, OnePixelCannotBeHalved) {
     const DibPtr dib = randomImage(1, 4, 24, 1);
     EXPECT_FALSE(dib->ResizeHalf());
     EXPECT_EQ(dib->ErrorCode, 2);
     EXPECT_EQ(dib->Header->biWidth, 1);
-}
-
-TEST(ResizeBilinear, WeightsFollowTheSmoothStep) {
-    // Positions 0, 1/3, 2/3, 1 of two pixels: weights 3f^2 - 2f^3 give 66 and 189 of 256, and the last is
-    // forced.
-    const DibPtr dib = blueRow({0, 255});
-    EXPECT_TRUE(dib->ResizeBilinear(4, 1));
-    EXPECT_EQ(blues(*dib), (std::vector<int>{0, 255 * 66 / 256, 255 * 189 / 256, 255}));
-}
-
-TEST(ResizeBilinear, WidthOneIsTheLastColumnAndHeightOneTheLastBufferRow) {
-    for (const int depth : kDepths) {
-        const DibPtr dib = randomImage(5, 3, depth, 9);
-        const std::uint32_t topRight = pixelValue(*dib, 4, 0);
-        EXPECT_TRUE(dib->ResizeBilinear(1, 1));
-        EXPECT_EQ(pixelValue(*dib, 0, 0), topRight) << depth;
-    }
-}
-
-TEST(ResizeBilinear, EdgeColumnsStayWhenGrowing) {
-    const DibPtr dib = randomImage(7, 1, 24, 10);
-    const DibPtr grown(dib->Clone());
-    EXPECT_TRUE(grown->ResizeBilinear(23, 1));
-    EXPECT_EQ(pixelValue(*grown, 0, 0), pixelValue(*dib, 0, 0));
-    EXPECT_EQ(pixelValue(*grown, 22, 0), pixelValue(*dib, 6, 0));
-}
-
-TEST(ResizeBilinear, OnePixelFillsAnySize) {
-    for (const int depth : kDepths) {
-        const DibPtr dib = randomImage(1, 1, depth, 11);
-        const std::uint32_t pixel = pixelValue(*dib, 0, 0);
-        EXPECT_TRUE(dib->ResizeBilinear(5, 4));
-        for (int y = 0; y < 4; ++y) {
-            for (int x = 0; x < 5; ++x) EXPECT_EQ(pixelValue(*dib, x, y), pixel) << depth;
-        }
-    }
-}
-
-TEST(ResizeBilinear, IndexedPixelsSwitchWhereTheWeightPassesOneHalf) {
-    const DibPtr dib = blankImage(2, 1, 8);
-    setPixelValue(*dib, 0, 0, 10);
-    setPixelValue(*dib, 1, 0, 20);
-    EXPECT_TRUE(dib->ResizeBilinear(5, 1));
-    // At exactly one half the weight of the first pixel is 128, which is not below 128.
-    EXPECT_EQ(blues(*dib), (std::vector<int>{10, 10, 10, 20, 20}));
-}
-
-TEST(ResizeBilinear, NegativeHeightCountsAbsolute) {
-    const DibPtr up = randomImage(4, 4, 24, 12);
-    const DibPtr down = randomImage(4, -4, 24, 12);
-    EXPECT_TRUE(up->ResizeBilinear(3, -2));
-    EXPECT_TRUE(down->ResizeBilinear(3, 2));
-    EXPECT_EQ(up->Header->biHeight, 2);
-    EXPECT_EQ(down->Header->biHeight, -2);
-}
-
-TEST(ResizeIntegral, ThreeColumnsIntoTwo) {
-    const DibPtr dib = blueRow({10, 100, 201});
-    EXPECT_TRUE(dib->ResizeIntegral(2, 1));
-    EXPECT_EQ(blues(*dib), (std::vector<int>{(10 * 256 + 100 * 128) / 384, (100 * 128 + 201 * 256) / 384}));
-}
-
-TEST(ResizeIntegral, TwoColumnsIntoFourAreCopied) {
-    const DibPtr dib = blueRow({7, 250});
-    EXPECT_TRUE(dib->ResizeIntegral(4, 1));
-    EXPECT_EQ(blues(*dib), (std::vector<int>{7, 7, 250, 250}));
-}
-
-TEST(ResizeIntegral, RowsAreAveragedLikeColumns) {
-    const DibPtr dib = blueColumn({10, 100, 201});
-    EXPECT_TRUE(dib->ResizeIntegral(1, 2));
-    EXPECT_EQ(pixelValue(*dib, 0, 0), (10U * 256 + 100 * 128) / 384);
-    EXPECT_EQ(pixelValue(*dib, 0, 1), (100U * 128 + 201 * 256) / 384);
-}
-
-TEST(ResizeIntegral, TruncatesBetweenThePasses) {
-    // Columns first: rows become (0 + 1) / 2 = 0 and (1 + 1) / 2 = 1, then 0.
-    const DibPtr dib = blankImage(2, -2, 24);
-    setPixelValue(*dib, 1, 0, 1);
-    setPixelValue(*dib, 0, 1, 1);
-    setPixelValue(*dib, 1, 1, 2);
-    EXPECT_TRUE(dib->ResizeIntegral(1, 1));
-    EXPECT_EQ(pixelValue(*dib, 0, 0), 0U);
-}
-
-TEST(ResizeIntegral, OtherDepthsGetTheSizeAndZeros) {
-    for (const int depth : {1, 4, 8, 16}) {
-        const DibPtr dib = randomImage(9, 5, depth, 13);
-        EXPECT_TRUE(dib->Resize(4, 6, DibStream::DIB_RESIZE_INTEGRAL));
-        EXPECT_EQ(dib->Header->biWidth, 4);
-        EXPECT_EQ(dib->Header->biHeight, 6);
-        for (const unsigned char byte : testing_support::pixelBytes(*dib)) EXPECT_EQ(byte, 0);
-    }
-}
-
-// Both neighbours of every exact quotient, for every total; between them the quotient cannot change, because
-// multiplying by a positive constant and truncating are monotone.
-TEST(ResizeIntegral, DivisionByMultiplicationIsExact) {
-    for (std::int32_t total = 1; total < static_cast<std::int32_t>(dib::kExactTotal); ++total) {
-        const float inverse = 1.0F / static_cast<float>(total);
-        for (std::int32_t quotient = 0; quotient < 256; ++quotient) {
-            ASSERT_EQ(dib::divideExactly(quotient * total, inverse), quotient) << total;
-            ASSERT_EQ(dib::divideExactly(quotient * total + total - 1, inverse), quotient) << total;
-        }
-    }
-}
-
-TEST(ResizeIntegral, LongSpansAreAveragedExactly) {
-    for (const int depth : {24, 32}) {
-        const DibPtr wide = randomImage(70001, 2, depth, 14);
-        expectSame(
-            *wide, [](DibStream& d) { return d.ResizeIntegral(3, 1); },
-            reference::resizeIntegral(reference::Image(*wide), 3, 1), "long rows");
-        const DibPtr tall = randomImage(2, -70001, depth, 15);
-        expectSame(
-            *tall, [](DibStream& d) { return d.ResizeIntegral(1, 3); },
-            reference::resizeIntegral(reference::Image(*tall), 1, 3), "long columns");
-    }
-}
-
-TEST(ChangeSize, WiderAndLowerKeepsTheMiddle) {
-    const DibPtr dib = randomImage(4, -4, 32, 16);
-    const DibPtr before(dib->Clone());
-    EXPECT_TRUE(dib->ChangeSize(6, 2, 255));
-    for (int y = 0; y < 2; ++y) {
-        EXPECT_EQ(pixelValue(*dib, 0, y), 255U);
-        EXPECT_EQ(pixelValue(*dib, 5, y), 255U);
-        for (int x = 0; x < 4; ++x) EXPECT_EQ(pixelValue(*dib, 1 + x, y), pixelValue(*before, x, y + 1));
-    }
-}
-
-TEST(ChangeSize, FillValuesByDepth) {
-    struct Case {
-        int depth;
-        std::uint32_t fill;
-        std::uint32_t pixel;
-        unsigned char lastByte;
-    };
-    for (const Case& c : {Case{1, 0, 0, 0},
-                          {1, 256, 1, 255},
-                          {4, 0x1B, 11, 0xBB},
-                          {8, 0x1FE, 0xFE, 0xFE},
-                          {16, 0x1BEEF, 0xBEEF, 0xBE},
-                          {24, 0x99112233, 0x112233, 0},
-                          {32, 0x99112233, 0x99112233, 0x99}}) {
-        const DibPtr dib = randomImage(1, -1, c.depth, 17);
-        EXPECT_TRUE(dib->ChangeSize(3, 1, c.fill));
-        EXPECT_EQ(pixelValue(*dib, 0, 0), c.pixel) << c.depth;
-        EXPECT_EQ(pixelValue(*dib, 2, 0), c.pixel) << c.depth;
-        EXPECT_EQ(testing_support::pixelBytes(*dib).back(), c.lastByte) << c.depth;
-    }
 }
 
 TEST(Resize, EqualsThePlainLoopsEverywhere) {
@@ -414,38 +256,6 @@ TEST(Resize, EveryAllocationMayFail) {
     }
     EXPECT_EQ(
         expectSurvivesFailures(8, -8, 24, DIB_ERROR_MEMORY, [](DibStream& d) { return d.ResizeHalf(); }), 1);
-}
-
-// The header that these operations write announces a full table, so the block has to hold one.
-TEST(Resize, ShortColorTablesGrow) {
-    const auto expectGrown = [](int depth, std::size_t entries,
-                                const std::function<bool(DibStream&)>& operate) {
-        const DibPtr like = randomImage(6, 4, depth, 19);
-        Borrowed borrowed(*like, entries);
-        EXPECT_TRUE(operate(borrowed.dib));
-        EXPECT_EQ(borrowed.dib.HeaderOwner, 6U);
-        EXPECT_EQ(borrowed.dib.Header->biClrUsed, 1U << depth);
-        const auto bytes = testing_support::headerBytes(borrowed.dib);
-        EXPECT_EQ(bytes[40 + 4 * entries - 1], 4 * entries);
-        EXPECT_EQ(bytes[40 + 4 * entries], 0);
-        EXPECT_EQ(bytes.back(), 0);
-    };
-    for (const int depth : {4, 8}) {
-        expectGrown(depth, 10, [](DibStream& d) { return d.ResizeBilinear(3, 2); });
-        expectGrown(depth, 10, [](DibStream& d) { return d.ResizeIntegral(3, 2); });
-        expectGrown(depth, 10, [](DibStream& d) { return d.ChangeSize(3, 2, 0); });
-        expectGrown(depth, 10, [](DibStream& d) { return d.ClipCut(1, 1, 3, 2); });
-    }
-    expectGrown(1, 1, [](DibStream& d) { return d.ResizeBilinear(3, 2); });
-}
-
-TEST(Resize, TableBehindALongerHeaderStaysTheTable) {
-    const DibPtr like = randomImage(6, 4, 4, 20);
-    Borrowed borrowed(*like, 16, 108);
-    EXPECT_TRUE(borrowed.dib.ResizeBilinear(3, 2));
-    EXPECT_EQ(borrowed.dib.Header->biSize, 40U);
-    const auto bytes = testing_support::headerBytes(borrowed.dib);
-    for (std::size_t i = 0; i < 64; ++i) EXPECT_EQ(bytes[40 + i], i + 1);
 }
 
 }  // namespace

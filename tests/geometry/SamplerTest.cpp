@@ -176,6 +176,43 @@ TEST(Sampler, ForeignNumbersReadAPixelOfTheImage) {
     EXPECT_EQ(DibGetColor8(dib.get(), std::fmod(3e38F, 4.0F), 0, 1), DibGetColor8(dib.get(), 3e38F, 0, 1));
 }
 
+TEST(Sampler, ForeignNumbersReadAMixablePixelToo) {
+    for (const int depth : {24, 32}) {
+        const DibPtr dib = blankImage(2, 2, depth);
+        setPixelValue(*dib, 0, 0, 0x010203);
+        setPixelValue(*dib, 1, 0, 0x040506);
+        setPixelValue(*dib, 0, 1, 0x070809);
+        setPixelValue(*dib, 1, 1, 0x0A0B0C);
+        for (unsigned int flags = 0; flags < 4; ++flags) {
+            EXPECT_EQ(colorAt(*dib, kNan, kNan, flags), 0x010203U) << flags;
+            EXPECT_EQ(colorAt(*dib, -kInfinity, -kInfinity, flags), 0x010203U) << flags;
+            EXPECT_EQ(colorAt(*dib, 0, kNan, flags), 0x010203U) << flags;
+            EXPECT_EQ(colorAt(*dib, kNan, 0.5F, flags), 0x040506U) << flags;
+        }
+        EXPECT_EQ(colorAt(*dib, kInfinity, kInfinity, 0), 0x0A0B0CU);
+        EXPECT_EQ(colorAt(*dib, kInfinity, kInfinity, 3), 0x010203U);
+        EXPECT_EQ(colorAt(*dib, kInfinity, kInfinity, 2) & 0xFFFFFFU, 0x040506U);
+        EXPECT_EQ(colorAt(*dib, kInfinity, kInfinity, 1), 0x070809U);
+        EXPECT_EQ(colorAt(*dib, 3e38F, -3e38F, 0) & 0xFFFFFFU, 0x040506U);
+    }
+}
+
+// 2^24 + 3 is rounded up to 2^24 + 4 in float.
+TEST(Sampler, RoundedUpWidthsMixNothingBehindTheLastPixel) {
+    constexpr int kWide = (1 << 24) + 3;
+    for (const int depth : {24, 32}) {
+        const DibPtr dib = blankImage(kWide, 1, depth);
+        setPixelValue(*dib, 0, 0, 0x0A0B0C);
+        setPixelValue(*dib, kWide - 1, 0, 0x010203);
+        EXPECT_EQ(colorAt(*dib, 1e9F, 0, 0), 0x010203U);
+        EXPECT_EQ(colorAt(*dib, kInfinity, 0, 0), 0x010203U);
+        EXPECT_EQ(colorAt(*dib, static_cast<float>(kWide), 5, 0), 0x010203U);
+        EXPECT_EQ(colorAt(*dib, static_cast<float>(kWide), 0, 1), 0x0A0B0CU);
+        EXPECT_EQ(colorAt(*dib, -1, 0, 1), 0x0A0B0CU);
+        EXPECT_EQ(colorAt(*dib, kNan, kNan, 3), 0x0A0B0CU);
+    }
+}
+
 // 2^25 - 1 is rounded up to 2^25 in float.
 TEST(Sampler, RoundedUpWidthNeverPassesTheLastPixel) {
     constexpr int kWide = (1 << 25) - 1;

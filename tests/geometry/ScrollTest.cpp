@@ -26,6 +26,29 @@ TEST(Scroll, LeftByOneBringsTheFirstColumnToTheRight) {
     EXPECT_EQ(testing_support::pixelBytes(*dib), (std::vector<unsigned char>{1, 2, 3, 0}));
 }
 
+TEST(Scroll, DownByOneBringsTheLastRowToTheTop) {
+    for (const int height : {3, -3}) {
+        const DibPtr dib = blankImage(1, height, 8);
+        for (int y = 0; y < 3; ++y) dib->ScanLine(y)[0] = static_cast<unsigned char>(10 * y);
+        EXPECT_TRUE(dib->Scroll(0, 1));
+        EXPECT_EQ(dib->ScanLine(0)[0], 20);
+        EXPECT_EQ(dib->ScanLine(1)[0], 0);
+        EXPECT_EQ(dib->ScanLine(2)[0], 10);
+        EXPECT_TRUE(dib->Scroll(0, -2));
+        EXPECT_EQ(dib->ScanLine(0)[0], 10);
+    }
+}
+
+TEST(Scroll, BitsTurnWithinTheirRow) {
+    const DibPtr dib = blankImage(10, -1, 1);
+    dib->Buffer[0] = 0b10110000;
+    dib->Buffer[1] = 0b01111111;  // two pixels, six fill bits
+    EXPECT_TRUE(dib->Scroll(3, 0));
+    EXPECT_EQ(testing_support::pixelBytes(*dib), (std::vector<unsigned char>{0b00110110, 0, 0, 0}));
+    EXPECT_TRUE(dib->Scroll(-3, 0));
+    EXPECT_EQ(testing_support::pixelBytes(*dib), (std::vector<unsigned char>{0b10110000, 0b01000000, 0, 0}));
+}
+
 TEST(Scroll, PositiveAmountsMoveRightAndDownInBothRowOrders) {
     for (const int height : {3, -3}) {
         const DibPtr dib = randomImage(4, height, 24, 2);

@@ -1,8 +1,10 @@
 #include <DibStream.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "tests/geometry/GeometryTestSupport.h"
 
@@ -18,6 +20,28 @@ TEST(UpDown, TurnsStorageAndKeepsThePicture) {
         for (int y = 0; y < std::abs(height); ++y) {
             for (int x = 0; x < 3; ++x) EXPECT_EQ(pixelValue(*dib, x, y), pixelValue(*before, x, y));
         }
+    }
+}
+
+TEST(UpDown, RowsChangePlacesInTheBlock) {
+    for (const int height : {3, 2}) {
+        const DibPtr dib = blankImage(1, height, 32);
+        for (int i = 0; i < 4 * height; ++i) dib->Buffer[i] = static_cast<unsigned char>(i);
+        EXPECT_TRUE(dib->UpDown(true));
+        EXPECT_EQ(dib->Header->biHeight, -height);
+        EXPECT_EQ(testing_support::pixelBytes(*dib),
+                  height == 3 ? (std::vector<unsigned char>{8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3})
+                              : (std::vector<unsigned char>{4, 5, 6, 7, 0, 1, 2, 3}));
+    }
+}
+
+// Rows are exchanged in pieces: none may be left behind.
+TEST(UpDown, LongRowsMoveWhole) {
+    for (const int width : {511, 512, 513, 2048, 3000}) {
+        const DibPtr dib = randomImage(width, 5, 32, 6);
+        expectSame(
+            *dib, [](DibStream& d) { return d.UpDown(true); },
+            reference::upDown(reference::Image(*dib), true), "long rows");
     }
 }
 
@@ -69,6 +93,17 @@ TEST(InvertTone, ComplementsEveryByteAndTwiceRestores) {
     });
 }
 
+TEST(InvertTone, IndexedImagesChangeTheirIndices) {
+    const DibPtr dib = blankImage(3, 1, 4);
+    dib->Buffer[0] = 0x5A;
+    const auto header = testing_support::headerBytes(*dib);
+    EXPECT_TRUE(dib->InvertTone());
+    EXPECT_EQ(testing_support::pixelBytes(*dib), (std::vector<unsigned char>{0xA5, 255, 255, 255}));
+    EXPECT_EQ(testing_support::headerBytes(*dib), header);
+    EXPECT_TRUE(dib->InvertTone());
+    EXPECT_EQ(testing_support::pixelBytes(*dib), (std::vector<unsigned char>{0x5A, 0, 0, 0}));
+}
+
 TEST(InvertTone, StopsAtTheAnnouncedSizeAndAtTheRows) {
     const DibPtr dib = blankImage(4, 2, 8);
     dib->Header->biSizeImage = 3;
@@ -107,6 +142,15 @@ TEST(Brighten, DarkeningRoundsAndLighteningTruncates) {
     EXPECT_EQ(changed(255, 2), 255);
     EXPECT_EQ(changed(100, std::numeric_limits<float>::infinity()), 255);
     EXPECT_EQ(changed(200, 1), 200);
+    // 1 - 1 / 1.5 in float lies below one third, so that 255 thirds end at 84.
+    EXPECT_EQ(changed(0, 1.5F), 84);
+    EXPECT_EQ(changed(100, 1.5F), 151);
+    EXPECT_EQ(changed(255, 1.5F), 255);
+    // Two thirds lie below themselves likewise: 169 of 170, and 1 of 2.
+    EXPECT_EQ(changed(0, 3), 169);
+    EXPECT_EQ(changed(100, 3), 203);
+    EXPECT_EQ(changed(252, 3), 253);
+    EXPECT_EQ(changed(254, 3), 254);
 }
 
 TEST(Brighten, RefusedFactorsAndDepths) {
@@ -152,6 +196,62 @@ TEST(Brighten, AlphaStaysAndFillBytesChange) {
     fill->Buffer[3] = 100;
     EXPECT_TRUE(fill->Brighten(0.5F));
     EXPECT_EQ(fill->Buffer[3], 50);
+}
+
+TEST(Brighten, NoAnnouncedLengthMeansTheWholeTable) {
+    for (const int depth : {1, 4, 8}) {
+        const DibPtr dib = blankImage(1, 1, depth);
+        auto* table = reinterpret_cast<DibBGRA*>(dib->Header + 1);
+        const int last = (1 << depth) - 1;
+        table[0] = {9, 8, 7, 6};
+        table[last] = {200, 101, 50, 40};
+        dib->Header->biClrUsed = 0;
+        EXPECT_TRUE(dib->Brighten(0.5F));
+        EXPECT_EQ(table[0].blue, 5);
+        EXPECT_EQ(table[0].green, 4);
+        EXPECT_EQ(table[0].red, 4);
+        EXPECT_EQ(table[0].alpha, 6);
+        EXPECT_EQ(table[last].blue, 100) << depth;
+        EXPECT_EQ(table[last].green, 51) << depth;
+        EXPECT_EQ(table[last].red, 25) << depth;
+        EXPECT_EQ(table[last].alpha, 40) << depth;
+        EXPECT_EQ(dib->Header->biClrUsed, 0U);
+    }
+}
+
+TEST(Brighten, ShortBorrowedTablesAreChangedWhereTheyAre) {
+    const DibPtr like = blankImage(2, 2, 8);
+    Borrowed borrowed(*like, 2);
+    EXPECT_TRUE(borrowed.dib.Brighten(0.5F));
+    EXPECT_EQ(borrowed.dib.HeaderOwner, 0U);
+    EXPECT_EQ(reinterpret_cast<unsigned char*>(borrowed.dib.Header), borrowed.header.get());
+    const unsigned char darker[] = {1, 1, 2, 4, 3, 3, 4, 8};
+    for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(borrowed.header[40 + i], darker[i]) << i;
+
+    Borrowed longHeader(*like, 1, 108);
+    EXPECT_TRUE(longHeader.dib.Brighten(2));
+    const unsigned char lighter[] = {128, 128, 129, 4};
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(longHeader.header[108 + i], lighter[i]) << i;
+    for (std::size_t i = 40; i < 108; ++i) EXPECT_EQ(longHeader.header[i], 0) << i;
+}
+
+TEST(Brighten, At24BitsTheAnnouncedBytesChange) {
+    const auto changedBytes = [](std::uint32_t announced) {
+        const DibPtr dib = blankImage(2, 2, 24);
+        std::fill_n(dib->Buffer, 16, static_cast<unsigned char>(100));
+        dib->Header->biSizeImage = announced;
+        EXPECT_TRUE(dib->Brighten(0.5F));
+        int changed = 0;
+        while (changed < 16 && dib->Buffer[changed] == 50) ++changed;
+        for (int i = changed; i < 16; ++i) EXPECT_EQ(dib->Buffer[i], 100) << announced;
+        return changed;
+    };
+    EXPECT_EQ(changedBytes(0), 16);
+    EXPECT_EQ(changedBytes(1), 1);
+    EXPECT_EQ(changedBytes(5), 5);
+    EXPECT_EQ(changedBytes(13), 13);
+    EXPECT_EQ(changedBytes(1000), 16) << "no further than the rows";
+    EXPECT_EQ(changedBytes(0x80000000U), 0);
 }
 
 TEST(Brighten, EqualsThePlainLoopsEverywhere) {
