@@ -75,6 +75,18 @@ void randomImage(Input& input, DibStream& image, int maxSide) {
     }
 }
 
+dib::MallocPtr<unsigned char> lendHeader(Input& input, DibStream& image) {
+    const std::size_t entries = 1 + static_cast<std::size_t>(input.below(300));
+    auto block = dib::allocateArray<unsigned char>(dib::kHeaderBytes + entries * dib::kEntryBytes);
+    require(block != nullptr, "a small block can be made");
+    std::memcpy(block.get(), image.Header, dib::kHeaderBytes);
+    input.fill(block.get() + dib::kHeaderBytes, entries * dib::kEntryBytes);
+    image.HeaderFree();
+    image.Header = reinterpret_cast<BITMAPINFOHEADER*>(block.get());
+    image.Header->biClrUsed = static_cast<std::uint32_t>(entries);
+    return block;
+}
+
 void checkImage(const DibStream& image) {
     require((image.Header == nullptr) == (image.Buffer == nullptr), "both blocks exist or neither does");
     if (image.Header == nullptr) return;

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <functional>
 
+#include "dib/Memory.h"
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {
@@ -42,6 +44,10 @@ void require(bool kept, const char* promise);
 
 // An image of at most maxSide x maxSide in any depth and row order, filled from the input.
 void randomImage(Input& input, DibStream& image, int maxSide);
+
+// Lends the image a header of its own whose table is exactly as long as it announces, mostly shorter or longer than the
+// depth addresses. The block must outlive the loan.
+dib::MallocPtr<unsigned char> lendHeader(Input& input, DibStream& image);
 
 // Every byte of a loaded image can be read, and its blocks fit its header.
 void checkImage(const DibStream& image);

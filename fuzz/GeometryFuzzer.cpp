@@ -1,12 +1,15 @@
 // A random picture through a random chain of operations: after each one the result, the header, the colour table
 // and every byte must be those of the plain loops.
+#include <DibColor.h>
 #include <DibStream.h>
 
+#include <cmath>
 #include <iterator>
 
 #include "dib/Kernels.h"
 #include "fuzz/FuzzSupport.h"
 #include "tests/reference/GeometryReference.h"
+#include "tests/reference/SamplerReference.h"
 
 namespace {
 
@@ -23,6 +26,45 @@ struct Operation {
 
 using Image = reference::Image;
 using Method = DibStream::DIB_RESIZE_METHOD;
+
+// Goes on with the clip in the place of the image, which itself must stay as it was.
+bool goOnWithClip(DibStream& image, const Step& s) {
+    const Image before(image);
+    DibStream* clip = image.ClipClone(s.c, s.d, s.a, s.b);
+    fuzz::require(before.equals(image), "a copied image stays");
+    if (clip == nullptr) return false;
+    image.SetDib(clip->Header, clip->HeaderOwner, clip->Buffer, clip->BufferOwner);
+    clip->HeaderOwner = clip->BufferOwner = 0;
+    clip->Release();
+    return true;
+}
+
+std::uint32_t colorAt(DibStream& image, float x, float y, unsigned int flags) {
+    switch (image.Header->biBitCount) {
+        case 1: return DibGetColor1(&image, x, y, flags);
+        case 4: return DibGetColor4(&image, x, y, flags);
+        case 8: return DibGetColor8(&image, x, y, flags);
+        case 16: return DibGetColor16(&image, x, y, flags);
+        case 24: return DibGetColor24(&image, x, y, flags);
+        default: return DibGetColor32(&image, x, y, flags);
+    }
+}
+
+// Positions between the pixels, and one that may be any float.
+bool sampleAround(DibStream& image, const Step& s) {
+    for (unsigned int flags = 0; flags < 4; ++flags) {
+        const float x = static_cast<float>(s.c) + s.factor;
+        const float y = static_cast<float>(s.d) - s.factor;
+        for (const float column : {x, s.factor, static_cast<float>(s.a)}) {
+            const std::uint32_t color = colorAt(image, column, y, flags);
+            // Whatever is not finite has no plain arithmetic.
+            if (!(std::fabs(column) < 1e9F && std::fabs(y) < 1e9F)) continue;
+            fuzz::require(color == reference::sampleColor(image, column, y, flags),
+                          "a colour is that of the plain arithmetic");
+        }
+    }
+    return true;
+}
 
 const Operation kOperations[] = {
     {[](DibStream& d, const Step& s) { return d.Resize(s.a, s.b, static_cast<Method>(s.word % 3)); },
@@ -47,6 +89,8 @@ const Operation kOperations[] = {
      [](const Image& i, const Step&) { return reference::invertTone(i); }},
     {[](DibStream& d, const Step& s) { return d.Brighten(s.factor); },
      [](const Image& i, const Step& s) { return reference::brighten(i, s.factor); }},
+    {goOnWithClip, [](const Image& i, const Step& s) { return reference::clipClone(i, s.c, s.d, s.a, s.b); }},
+    {sampleAround, [](const Image& i, const Step&) { return reference::Result(i); }},
 };
 
 // Sizes and positions of the size of the picture, now and then beyond it or any number.
@@ -63,8 +107,10 @@ Step stepFrom(fuzz::Input& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     dib::limitKernelLevel(input.byte() % 2 == 0 ? dib::KernelLevel::kBaseline : dib::bestKernelLevel());
+    dib::MallocPtr<unsigned char> lent;
     DibStream image;
     fuzz::randomImage(input, image, 80);
+    if (input.byte() % 4 == 0) lent = fuzz::lendHeader(input, image);
     Image expected(image);
     for (int i = 0; i < 8 && !input.empty(); ++i) {
         const Operation& operation = kOperations[input.below(static_cast<int>(std::size(kOperations)))];

@@ -11,12 +11,14 @@ namespace reference {
 
 Image::Image(int w, int h, const Image& like) : width(w), height(h), depth(like.depth), table(like.table) {
     pixels.resize(std::size_t(rowBytes()) * std::size_t(rows()));
+    // The header of a new size announces as many entries as the depth addresses.
+    table.resize(depth <= 8 ? std::size_t{4} << depth : 0);
 }
 
 Image::Image(const DibStream& dib)
     : width(dib.Header->biWidth), height(dib.Header->biHeight), depth(dib.Header->biBitCount) {
     pixels.assign(dib.Buffer, dib.Buffer + std::size_t(rowBytes()) * std::size_t(rows()));
-    const auto* entries = reinterpret_cast<const unsigned char*>(dib.Header) + 40;
+    const auto* entries = reinterpret_cast<const unsigned char*>(dib::colorTable(dib.Header));
     table.assign(entries, entries + 4 * dib::announcedEntries(*dib.Header));
 }
 
@@ -264,7 +266,15 @@ Result clipCut(const Image& image, int x, int y, int width, int height) {
 }
 
 Result clipClone(const Image& image, int x, int y, int width, int height) {
-    return clip(image, x, y, width, height, image.depth == 4 && x % 2 == 0);
+    Result out = clip(image, x, y, width, height, image.depth == 4 && x % 2 == 0);
+    if (!out) return out;
+    // Entries that are not copied are those of a new image: greys, but none at 4 bits.
+    const std::size_t last = out->table.size() / 4 - 1;
+    for (std::size_t i = image.table.size(); i < out->table.size(); ++i) {
+        const bool grey = image.depth != 4 && i % 4 != 3;
+        out->table[i] = static_cast<unsigned char>(grey ? i / 4 * 255 / last : 0);
+    }
+    return out;
 }
 
 Result scroll(const Image& image, int dx, int dy) {
@@ -285,7 +295,8 @@ Result scroll(const Image& image, int dx, int dy) {
 
 Result upDown(const Image& image, bool topDown) {
     if (topDown == (image.height < 0)) return image;
-    Image out(image.width, -image.height, image);
+    Image out = image;
+    out.height = -image.height;
     for (int j = 0; j < image.rows(); ++j) {
         std::memcpy(out.row(image.rows() - 1 - j), image.row(j), std::size_t(image.rowBytes()));
     }

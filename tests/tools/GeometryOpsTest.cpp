@@ -35,8 +35,8 @@ TEST_F(GeometryOps, AreTheLibrarys) {
 }
 
 TEST_F(GeometryOps, RefuseWhatTheLibraryWould) {
-    for (const char* wrong :
-         {"resize:0x5", "resize:5", "resize:-5x5", "resize:5x-5", "resize:5x5,method=cubic", "crop:-1,0,2x2", "brighten:-1"}) {
+    for (const char* wrong : {"resize:0x5", "resize:5", "resize:-5x5", "resize:5x-5",
+                              "resize:5x5,method=cubic", "crop:-1,0,2x2", "brighten:-1"}) {
         const Result result = run({"run", "in.bmp", wrong, "out.bmp"});
         EXPECT_EQ(result.exitCode, 2) << wrong;
         EXPECT_FALSE(result.errors.empty()) << wrong;
