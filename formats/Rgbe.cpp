@@ -242,7 +242,8 @@ RgbeError writeRows(std::FILE* file, const float* data, int width, int rows) {
 RgbeError writeHeader(std::FILE* file, int width, int height, const rgbe_header_info* info) {
     const int valid = info != nullptr ? info->valid : 0;
     const char* programType = (valid & RGBE_VALID_PROGRAMTYPE) != 0 ? info->programtype : "RGBE";
-    bool written = std::fprintf(file, "#?%s\n", programType) >= 0;
+    bool written =
+        std::fprintf(file, "#?%.*s\n", static_cast<int>(sizeof info->programtype), programType) >= 0;
     if ((valid & RGBE_VALID_GAMMA) != 0) {
         written = written && std::fprintf(file, "GAMMA=%g\n", static_cast<double>(info->gamma)) >= 0;
     }

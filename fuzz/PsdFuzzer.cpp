@@ -1,17 +1,35 @@
 #include <DibPSDLoader.h>
 
+#include <cstring>
+
+#include "dib/ImageSize.h"
 #include "fuzz/FuzzSupport.h"
+
+namespace {
+
+bool load(std::FILE* file, DibPSDLoader& loader, DibProgressCallback callback) {
+    std::rewind(file);
+    loader.EnableLayer(true);
+    loader.EnableMask(true);
+    loader.SetCallback(callback, nullptr);
+    return loader.Load(file);
+}
+
+// A short file may announce megabytes, which tell nothing new.
+bool tellsSomething(const DibStream& image) {
+    return image.Header == nullptr || dib::admitSize(*image.Header).imageBytes <= (1U << 22);
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::withFile(data, size, [](std::FILE* file) {
         DibStream image;
         DibPSDLoader loader(&image);
-        loader.EnableLayer(true);
-        loader.EnableMask(true);
-        const bool loaded = loader.Load(file);
+        const bool loaded = load(file, loader, nullptr);
         fuzz::require(!loaded || image.Header != nullptr, "a loaded image exists");
-        // A short file may announce megabytes, which tell nothing new.
-        if (image.Header == nullptr || image.Header->biSizeImage <= (1U << 22)) fuzz::checkImage(image);
+        if (!tellsSomething(image)) return;
+        fuzz::checkImage(image);
         for (int i = 0; i < loader.GetLayerNum(); ++i) {
             int left = 0;
             int top = 0;
@@ -20,6 +38,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             fuzz::checkImage(*layer);
             layer->Release();
         }
+
+        // A callback leads another way through packed pictures.
+        DibStream reported;
+        DibPSDLoader reporting(&reported);
+        const bool same = load(file, reporting, [](float, void*) { return true; }) == loaded &&
+                          reported.ErrorCode == image.ErrorCode &&
+                          (image.Buffer == nullptr) == (reported.Buffer == nullptr);
+        fuzz::require(same, "a callback changes no result");
+        fuzz::require(image.Buffer == nullptr || std::memcmp(image.Buffer, reported.Buffer,
+                                                             dib::admitSize(*image.Header).imageBytes) == 0,
+                      "a callback changes no pixel");
     });
     return 0;
 }

@@ -21,15 +21,15 @@
 /// bytes. A raw file whose top row comes first makes a top-down image, every other file a bottom-up one. The
 /// callback is never called.
 ///
-/// Beside pixels that do not use it, a colour map is skipped only when its entries have 8, 16, 24 or 32 bits.
+/// Beside pixels that do not use it, a colour map is skipped when its entries have 8, 16, 24 or 32 bits. Of a map
+/// of other entries, 15 bits among them, nothing is skipped: its bytes are then taken for pixels.
 /// @return False with `ErrorCode`
 /// - 3 when the file cannot be opened;
 /// - 4 when anything is missing at its end;
 /// - 1 for other image types, and for run-length files of a depth or colour map that is not read (one with
 ///   another entry size than 24 bits leaves an image of undefined pixels);
 /// - 7 for raw files of a depth or colour map that is not read;
-/// - 6 for a colour map of negative length, or of more than 256 entries for an 8-bit image, and for a
-/// run-length
+/// - 6 for a colour map of negative length, or of more than 256 entries for an 8-bit image, and for a run-length
 ///   file of negative height;
 /// - 2 when memory is short or the size cannot exist.
 ///

@@ -91,6 +91,30 @@ TEST(CodecSamples, Tga) {
         });
 }
 
+// One collection has a PNG file per picture, for all origins and both ways of storing it.
+TEST(CodecSamples, TgaAsPng) {
+    const std::filesystem::path pictures = testing_support::samplesFolder() / "ref" / "python-pillow+Pillow" /
+                                           "Tests" / "images" / "tga" / "common";
+    if (!std::filesystem::exists(pictures)) GTEST_SKIP() << "no sample files";
+    int compared = 0;
+    for (const Sample& sample : testing_support::samplesOf("tga")) {
+        if (sample.path.parent_path().filename() != "common") continue;
+        SCOPED_TRACE(sample.path.string());
+        DibStream image;
+        if (!LoadTGA(sample.path.c_str(), &image, nullptr, nullptr)) continue;
+        const std::string name = sample.path.filename().string();
+        const std::string shown = name.substr(0, name.find('_', name.find('_') + 1)) + ".png";
+        DibStream expected;
+        ASSERT_TRUE(LoadPNG((pictures / shown).c_str(), &expected, nullptr, nullptr));
+        EXPECT_TRUE(samePicture(pictureOf(image), pictureOf(expected)));
+        for (int i = 0; image.Header->biBitCount == 32 && i < 200 * 32; ++i) {
+            ASSERT_EQ(image.Pixel(i % 200, i / 200)[3], expected.Pixel(i % 200, i / 200)[3]) << i;
+        }
+        ++compared;
+    }
+    EXPECT_EQ(compared, 15);
+}
+
 TEST(CodecSamples, Pnm) {
     forEverySample(
         "pnm",

@@ -77,6 +77,26 @@ inline void forEveryTruncation(const Bytes& bytes,
     }
 }
 
+// Loads a file once for every allocation that can fail: each failure must give code 2, and the load without one
+// succeed. Returns how many allocations there were.
+inline int failEveryAllocation(Codec codec, const Bytes& bytes) {
+    DibPtr image;
+    dib::FilePtr file;
+    bool loaded = false;
+    return testing_support::forEachFailingAllocation(
+        [&] {
+            image.reset(new DibStream);
+            file = testing_support::openBytes(bytes);
+        },
+        [&] { loaded = codec(file.get(), image.get(), nullptr, nullptr); },
+        [&](bool failureMet) {
+            EXPECT_EQ(loaded, !failureMet);
+            EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
+            image.reset();
+            file.reset();
+        });
+}
+
 // A file of the test folder, with another name per test; removed with the object.
 class TemporaryFile {
 public:

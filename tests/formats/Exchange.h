@@ -3,6 +3,7 @@
 #define TESTS_FORMATS_EXCHANGE_H
 
 #include <cstdlib>
+#include <map>
 #include <string>
 
 #include "tests/formats/CodecTest.h"
@@ -12,7 +13,12 @@ namespace codec_test {
 inline bool run(const std::string& command) {
     return std::system(("(" + command + ") >/dev/null 2>&1").c_str()) == 0;
 }
-inline bool installed(const std::string& program) { return run("command -v " + program); }
+inline bool installed(const std::string& program) {
+    static std::map<std::string, bool> known;
+    const auto [entry, isNew] = known.try_emplace(program, false);
+    if (isNew) entry->second = run("command -v " + program);
+    return entry->second;
+}
 
 inline std::string replaced(std::string text, const std::string& what, const std::string& with) {
     for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {

@@ -278,23 +278,7 @@ TEST(PpmLoad, AnnouncedSizeCostsNoMoreThanTheImage) {
 }
 
 TEST(PpmLoad, EveryFailingAllocation) {
-    const Bytes file = bytesOf("P6\n2 2\n255\nabcdefghijkl");
-    DibStream* image = nullptr;
-    bool loaded = false;
-    dib::FilePtr stream;
-    const int failures = testing_support::forEachFailingAllocation(
-        [&] {
-            image = new DibStream;
-            stream = testing_support::openBytes(file);
-        },
-        [&] { loaded = LoadPPM(stream.get(), image, nullptr, nullptr); },
-        [&](bool failureMet) {
-            EXPECT_EQ(loaded, !failureMet);
-            EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
-            image->Release();
-            stream.reset();
-        });
-    EXPECT_EQ(failures, 2);  // header, pixels
+    EXPECT_EQ(failEveryAllocation(LoadPPM, bytesOf("P6\n2 2\n255\nabcdefghijkl")), 2);  // header, pixels
 }
 
 TEST(PpmLoad, PathsOfBothWidths) {

@@ -108,4 +108,65 @@ TEST(PsdSamples, KnownLayers) {
     if (found == 0) GTEST_SKIP() << "no sample folder";
 }
 
+// Where a channel stands in a pixel of `image`, -1 when it is not stored.
+int byteOfChannel(int mode, const DibStream& image, int id) {
+    if (mode < 3 || image.Header->biBitCount == 8) return id == 0 ? 0 : -1;
+    if (id == -1) return image.Header->biBitCount == 32 ? 3 : -1;
+    return id >= 0 && id <= 2 ? 2 - id : -1;
+}
+
+// Compares one channel with the grey picture that another reader made of it. Its 16-bit samples are scaled here, where
+// documents give their high byte.
+int compareChannel(int mode, DibStream& image, int id, const std::filesystem::path& expected, int tolerance) {
+    const int byte = byteOfChannel(mode, image, id);
+    DibStream plane;
+    if (byte < 0 || !LoadPNG(expected.c_str(), &plane, nullptr, nullptr)) return 0;
+    const auto picture = testing_support::pictureOf(plane);
+    EXPECT_EQ(picture.width, image.Header->biWidth);
+    EXPECT_EQ(picture.height, image.Header->biHeight);
+    if (picture.width != image.Header->biWidth || picture.height != image.Header->biHeight) return 0;
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            const std::size_t at = 3 * static_cast<std::size_t>(y * picture.width + x);
+            const int difference = std::abs(image.Pixel(x, y)[byte] - picture.rgb[at]);
+            EXPECT_LE(difference, tolerance) << expected << " x " << x << " y " << y;
+            if (difference > tolerance) return 0;
+        }
+    }
+    return 1;
+}
+
+TEST(PsdSamples, ChannelsAsAnotherReaderShowsThem) {
+    const std::filesystem::path pictures = testing_support::samplesFolder() / "ref" / "oov+psd" / "png";
+    if (!std::filesystem::exists(pictures)) GTEST_SKIP() << "no sample folder";
+    int merged = 0;
+    int ofLayers = 0;
+    for (const Sample& sample : testing_support::samplesOf("psd")) {
+        if (sample.source != "oov+psd") continue;
+        SCOPED_TRACE(sample.path);
+        Load load(testing_support::readFileBytes(sample.path), true);
+        // That reader puts a curve over floats.
+        if (!load.result || load.loader.GetDepth() == 32) continue;
+        const std::string name = (pictures / sample.path.stem()).string();
+        const int mode = load.loader.GetColorMode();
+        const int tolerance = load.loader.GetDepth() == 16 ? 1 : 0;
+        for (int id = 0; id < 3; ++id) {
+            merged += compareChannel(mode, *load.image, id,
+                                     name + "_!merged_Ch" + std::to_string(id) + ".png", tolerance);
+        }
+        for (int i = 0; i < load.loader.GetLayerNum(); ++i) {
+            int left = 0;
+            int top = 0;
+            const DibPtr image(load.loader.GetLayerImage(i, left, top));
+            for (int id = -1; image != nullptr && id < 3; ++id) {
+                ofLayers += compareChannel(
+                    mode, *image, id, name + "_" + std::to_string(i) + "_Ch" + std::to_string(id) + ".png",
+                    tolerance);
+            }
+        }
+    }
+    EXPECT_EQ(merged, 50);
+    EXPECT_EQ(ofLayers, 181);
+}
+
 }  // namespace

@@ -174,24 +174,7 @@ TEST(TimLoad, EveryHeaderByteAtItsExtremes) {
 }
 
 TEST(TimLoad, EveryFailingAllocation) {
-    for (const Bytes& bytes : goodFiles()) {
-        DibStream* image = nullptr;
-        bool loaded = false;
-        dib::FilePtr file;
-        const int failures = testing_support::forEachFailingAllocation(
-            [&] {
-                image = new DibStream;
-                file = testing_support::openBytes(bytes);
-            },
-            [&] { loaded = LoadTIM(file.get(), image, nullptr, nullptr); },
-            [&](bool failureMet) {
-                EXPECT_EQ(loaded, !failureMet);
-                EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
-                image->Release();
-                file.reset();
-            });
-        EXPECT_EQ(failures, 3);
-    }
+    for (const Bytes& bytes : goodFiles()) EXPECT_EQ(failEveryAllocation(LoadTIM, bytes), 3);
 }
 
 TEST(TimLoad, EveryKernelLevelReadsTheSame) {

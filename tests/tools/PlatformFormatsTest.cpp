@@ -1,3 +1,5 @@
+#include <DibCodec.h>
+#include <DibPSDLoader.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -5,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/PsdBuilder.h"
+#include "tests/support/TestImages.h"
 #include "tests/tools/Program.h"
 
 namespace tool_test {
@@ -144,6 +147,12 @@ TEST_F(PlatformFormats, LayersBecomePngFiles) {
     document.addLayer({0, 0, 3, 4}, {-1, 0, 1, 2}).name = "one";
     const auto bytes = document.bytes();
     writeFile("in.psd", std::string(bytes.begin(), bytes.end()));
+    DibPSDLoader loader;
+    loader.EnableLayer(true);
+    ASSERT_TRUE(loader.Load("in.psd"));
+    int left = 0;
+    int top = 0;
+    const testing_support::DibPtr layer(loader.GetLayerImage(0, left, top));
     for (const std::string to : {"", "--to=png", "--to=tiff"}) {
         Program::Words words = {"layers", "in.psd", "layers"};
         if (!to.empty()) words.insert(words.begin() + 1, to);
@@ -155,6 +164,9 @@ TEST_F(PlatformFormats, LayersBecomePngFiles) {
             const Result info = run({"info", entry.path().string()});
             EXPECT_NE(info.output.find("4x3 pixels, 32 bits"), std::string::npos)
                 << info.output << info.errors;
+            DibStream picture;
+            ASSERT_TRUE(LoadPNG(entry.path().c_str(), &picture, nullptr, nullptr));
+            EXPECT_TRUE(testing_support::sameImage(picture, *layer));
             ++files;
         }
         EXPECT_EQ(files, 1);
