@@ -53,7 +53,7 @@ if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     add_test(NAME system.packages
         COMMAND bash ${system_dir}/packages.sh
                 ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER})
-    set_tests_properties(system.packages PROPERTIES TIMEOUT 900 PROCESSORS 2 SKIP_RETURN_CODE 77)
+    set_tests_properties(system.packages PROPERTIES TIMEOUT 1800 PROCESSORS 2 SKIP_RETURN_CODE 77)
 endif()
 if(TARGET dib)
     add_test(NAME system.completions
