@@ -1,12 +1,13 @@
 #include "tools/Chain.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "tools/Cancel.h"
+#include "tools/ErrorText.h"
 #include "tools/Failure.h"
 
 namespace tool {
@@ -19,17 +20,10 @@ std::string upTo(const std::string& title, std::string_view action) {
 
 // Operations need not set an error code; then the picture that they refused says most.
 std::string operationError(const DibStream& image) {
-    std::string text = DibStream::GetErrorString(image.ErrorCode);
-    if (!text.empty()) return text;
-    if (image.Header == nullptr) return "failed";
+    if (image.ErrorCode != DIB_OK || image.Header == nullptr) return errorText(image);
     return "cannot be done to a picture of " + std::to_string(image.Header->biWidth) + "x" +
            std::to_string(std::abs(image.Header->biHeight)) + " pixels with " +
            std::to_string(image.Header->biBitCount) + " bits";
-}
-
-std::string codecError(const DibStream& image) {
-    const std::string text = DibStream::GetErrorString(image.ErrorCode);
-    return text.empty() ? "failed" : text;
 }
 
 // A file that an operation is to read must be there before any work is done.
@@ -73,7 +67,7 @@ void savePicture(const OutputFile& file, const Format& format, DibStream& image,
     image.ErrorCode = DIB_OK;
     const bool saved = format.save(file.path(), image, &Progress::report, &progress);
     stopIfCancelled();
-    if (!saved) throw Failure(kExitOutputFailed, upTo(file.title(), "save") + codecError(image));
+    if (!saved) throw Failure(kExitOutputFailed, upTo(file.title(), "save") + errorText(image));
     progress.endStep();
 }
 
@@ -100,7 +94,7 @@ void loadPicture(const InputFile& file, const Format& format, DibStream& image, 
     progress.beginStep("load");
     const bool loaded = format.load(file.path(), image, &Progress::report, &progress);
     stopIfCancelled();
-    if (!loaded) throw Failure(kExitBadInput, upTo(file.title(), "load") + codecError(image));
+    if (!loaded) throw Failure(kExitBadInput, upTo(file.title(), "load") + errorText(image));
     if (image.Header == nullptr || image.Buffer == nullptr) {
         throw Failure(kExitBadInput, upTo(file.title(), "load") + "no picture in the file");
     }

@@ -55,18 +55,18 @@ std::vector<std::string> topics(const std::vector<CommandText>& commands) {
     return words;
 }
 
-// What may follow the first colon: the values of the first parameter and every parameter's name.
-std::vector<std::string> firstValues(const Operation& operation) {
-    std::vector<std::string> words = valuesOf(operation.parameters.front());
-    for (const Parameter& parameter : operation.parameters)
+std::vector<std::string> parameterNames(const Operation& operation) {
+    std::vector<std::string> words;
+    for (const Parameter& parameter : operation.parameters) {
         words.push_back(std::string(parameter.name) + "=");
+    }
     return words;
 }
 
-std::vector<std::string> parameterNames(const Operation& operation) {
-    std::vector<std::string> words;
-    for (const Parameter& parameter : operation.parameters)
-        words.push_back(std::string(parameter.name) + "=");
+// What may follow the first colon: the values of the first parameter and every parameter's name.
+std::vector<std::string> firstValues(const Operation& operation) {
+    std::vector<std::string> words = valuesOf(operation.parameters.front());
+    for (std::string& name : parameterNames(operation)) words.push_back(std::move(name));
     return words;
 }
 

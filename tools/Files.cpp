@@ -189,7 +189,8 @@ void OutputFile::copyToTarget() {
 void makeFolder(const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    if (!std::filesystem::is_directory(folder)) {
+    std::error_code unknown;  // whether it is there; the first reason is the one to tell
+    if (!std::filesystem::is_directory(folder, unknown)) {
         throw Failure(kExitOutputFailed, folder + ": no folder can be made here (" + error.message() + ")");
     }
 }

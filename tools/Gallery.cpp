@@ -12,6 +12,7 @@
 #include "tools/Cancel.h"
 #include "tools/Chain.h"
 #include "tools/ContactSheet.h"
+#include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/GalleryPage.h"
 #include "tools/ImagePtr.h"
@@ -31,9 +32,7 @@ int width(const DibStream& image) { return image.Header->biWidth; }
 int height(const DibStream& image) { return std::abs(image.Header->biHeight); }
 
 void need(bool done, const std::string& title, const DibStream& image) {
-    if (done) return;
-    const std::string text = DibStream::GetErrorString(image.ErrorCode);
-    throw Failure(kExitOperationFailed, title + ": " + (text.empty() ? "failed" : text));
+    if (!done) throw Failure(kExitOperationFailed, title + ": " + errorText(image));
 }
 
 ImagePtr cloneOf(DibStream& image) {

@@ -1,5 +1,6 @@
 #include "tools/Html.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace tool {

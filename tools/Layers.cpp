@@ -9,6 +9,7 @@
 
 #include "tools/Cancel.h"
 #include "tools/Chain.h"
+#include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/ImagePtr.h"
 
@@ -97,14 +98,9 @@ std::string fileNameOf(int index, const std::string& layerName, const Format& fo
 }
 
 const Format& pictureFormat(const Format* chosen) {
-    if (chosen != nullptr) {
-        if (chosen->save == nullptr) throw usageFailure(std::string(chosen->name) + " is not written");
-        return *chosen;
-    }
-    for (const Format& format : formats()) {
-        if (format.name == "png" && format.save != nullptr) return format;
-    }
-    return formatNamed("bmp");
+    const Format& format = chosen != nullptr ? *chosen : formatNamed("png");
+    if (format.save == nullptr) throw usageFailure(std::string(format.name) + " is not written");
+    return format;
 }
 
 std::string within(const std::string& folder, const std::string& name) {
@@ -116,8 +112,7 @@ void saveLayer(DibStream& image, const Format& format, const std::string& path, 
     image.ErrorCode = DIB_OK;
     const bool saved = format.save(file.path(), image, &Progress::report, &progress);
     stopIfCancelled();
-    if (!saved)
-        throw Failure(kExitOutputFailed, path + ": save: " + DibStream::GetErrorString(image.ErrorCode));
+    if (!saved) throw Failure(kExitOutputFailed, path + ": save: " + errorText(image));
     file.commit();
 }
 
@@ -138,10 +133,7 @@ void exportLayers(const LayerExport& job) {
     progress.beginStep("load");
     const bool loaded = loader.Load(file.path());
     stopIfCancelled();
-    if (!loaded) {
-        const std::string text = DibStream::GetErrorString(merged->ErrorCode);
-        throw Failure(kExitBadInput, file.title() + ": load: " + (text.empty() ? "failed" : text));
-    }
+    if (!loaded) throw Failure(kExitBadInput, file.title() + ": load: " + errorText(*merged));
     progress.endStep();
 
     makeFolder(job.folder);

@@ -13,7 +13,7 @@ struct LayerExport {
     std::string input;
     std::string folder;                   ///< Made when it is not there.
     const Format* inputFormat = nullptr;  ///< Null: told by the content, else by the name.
-    const Format* format = nullptr;       ///< Of the pictures; null: PNG where that is written, else BMP.
+    const Format* format = nullptr;       ///< Of the pictures; null: PNG.
     bool showsProgress = false;
 };
 

@@ -1,6 +1,5 @@
-// Whether a file was written whole, for codecs that do not tell.
-#ifndef TOOLS_WHOLE_FILE_H
-#define TOOLS_WHOLE_FILE_H
+/// Whether a file was written whole, for codecs that do not tell.
+#pragma once
 
 #include <DibStream.h>
 
@@ -10,7 +9,7 @@
 
 namespace tool {
 
-// Stores the code of a write error when the file has not the size that it must have.
+/// Stores the code of a write error when the file has not the size that it must have.
 inline bool isWhole(const char* path, std::uint64_t bytes, DibStream& image) {
     std::error_code failed;
     if (std::filesystem::file_size(path, failed) == bytes && !failed) return true;
@@ -18,7 +17,7 @@ inline bool isWhole(const char* path, std::uint64_t bytes, DibStream& image) {
     return false;
 }
 
-// Bytes of `rows` rows whose pixels are packed into units of so many bits.
+/// Bytes of the rows, whose pixels of `bitCount` bits are packed into units of `unitBits`.
 inline std::uint64_t packedBytes(const DibStream& image, unsigned bitCount, unsigned unitBits) {
     const auto width = static_cast<std::uint64_t>(image.Header->biWidth);
     const auto rows = static_cast<std::uint64_t>(std::abs(static_cast<std::int64_t>(image.Header->biHeight)));
@@ -26,5 +25,3 @@ inline std::uint64_t packedBytes(const DibStream& image, unsigned bitCount, unsi
 }
 
 }  // namespace tool
-
-#endif

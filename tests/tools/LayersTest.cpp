@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -55,6 +57,20 @@ TEST_F(Layers, AreTold) {
         "visible": true, "mask": null, "rectangle": {"left": -2, "top": 1, "right": 4, "bottom": 3}})"));
     EXPECT_EQ(info["layers"][2]["visible"], false);
     EXPECT_EQ(info["layers"][2]["mask"], json::parse(R"({"left": 2, "top": 1, "right": 5, "bottom": 3})"));
+}
+
+TEST_F(Layers, AFailedSaveSaysSo) {
+    const auto limited = [] {
+        const rlimit limit = {64, 64};  // room for the message, which goes to a file too
+        setrlimit(RLIMIT_FSIZE, &limit);
+    };
+    const Result coded = run({"layers", "in.psd", "out", "--to=bmp"}, "", limited);
+    EXPECT_EQ(coded.exitCode, 4);
+    EXPECT_EQ(coded.errors, "dib: out/000-______etc_passwd.bmp: save: write file\n");
+    // Not every codec says more than that it failed.
+    const Result plain = run({"layers", "in.psd", "out"}, "", limited);
+    EXPECT_EQ(plain.exitCode, 4);
+    EXPECT_EQ(plain.errors, "dib: out/000-______etc_passwd.png: save: failed\n");
 }
 
 TEST_F(Layers, AreWrittenUnderHarmlessNames) {

@@ -1,4 +1,4 @@
-#include "tools/Formats.h"
+#include "tools/formats/CodecRow.h"
 
 namespace tool {
 
@@ -14,7 +14,7 @@ bool saveBmp(const char* path, DibStream& image, DibProgressCallback, void*) {
     return image.SaveToFile(path);
 }
 
-bool isBmp(FirstBytes bytes) { return bytes.size() >= 2 && bytes[0] == 'B' && bytes[1] == 'M'; }
+bool isBmp(FirstBytes bytes) { return startsWith(bytes, "BM"); }
 
 // The library decodes while it loads, so how the rows were packed is known from the file alone.
 std::string_view bmpCompression(FirstBytes bytes) {

@@ -1,25 +1,11 @@
 // PNG, JPEG and TIFF.
 #include <DibCodec.h>
 
-#include <cstring>
-
-#include "tools/Formats.h"
+#include "tools/formats/CodecRow.h"
 
 namespace tool {
 
 namespace {
-
-using Codec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
-
-// These store no code of their own, so that what is shown is the program's own word for a failure.
-template <Codec codec>
-bool runWith(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
-    return codec(path, &image, callback, user);
-}
-
-bool startsWith(FirstBytes bytes, std::string_view text) {
-    return bytes.size() >= text.size() && std::memcmp(bytes.data(), text.data(), text.size()) == 0;
-}
 
 bool isPng(FirstBytes bytes) { return startsWith(bytes, "\x89PNG\r\n\x1A\n"); }
 bool isJpeg(FirstBytes bytes) { return startsWith(bytes, "\xFF\xD8\xFF"); }
@@ -38,12 +24,12 @@ constexpr std::string_view kJpeg[] = {"jpg", "jpeg"};
 constexpr std::string_view kTiff[] = {"tif", "tiff"};
 
 constexpr Format kFormats[] = {
-    {"png", "PNG", kPng, "8, 24, 32", "32; others as 32", runWith<LoadPNG>, runWith<SavePNG>, isPng,
+    {"png", "PNG", kPng, "8, 24, 32", "32; others as 32", runCodec<LoadPNG>, runCodec<SavePNG>, isPng,
      pngCompression},
-    {"jpeg", "JPEG, opaque", kJpeg, "8, 24", "24; others as 24", runWith<LoadJPEG>, runWith<SaveJPEG>, isJpeg,
-     jpegCompression},
-    {"tiff", "TIFF, its first picture", kTiff, "8, 24, 32", "32; others as 32", runWith<LoadTIFF>,
-     runWith<SaveTIFF>, isTiff, tiffCompression},
+    {"jpeg", "JPEG, opaque", kJpeg, "8, 24", "24; others as 24", runCodec<LoadJPEG>, runCodec<SaveJPEG>,
+     isJpeg, jpegCompression},
+    {"tiff", "TIFF, its first picture", kTiff, "8, 24, 32", "32; others as 32", runCodec<LoadTIFF>,
+     runCodec<SaveTIFF>, isTiff, tiffCompression},
 };
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include <DibCodec.h>
 
-#include <cstring>
-
-#include "tools/Formats.h"
+#include "tools/formats/CodecRow.h"
 
 namespace tool {
 
@@ -10,15 +8,11 @@ namespace {
 
 constexpr std::string_view kExtensions[] = {"psd"};
 
-bool loadPsd(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
-    return LoadPSD(path, &image, callback, user);
-}
-
-bool isPsd(FirstBytes bytes) { return bytes.size() >= 4 && std::memcmp(bytes.data(), "8BPS", 4) == 0; }
+bool isPsd(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
 
 constexpr Format kFormats[] = {
-    {"psd", "Layered document, its merged picture", kExtensions, "8, 24, 32", "", loadPsd, nullptr, isPsd,
-     nullptr, true},
+    {"psd", "Layered document, its merged picture", kExtensions, "8, 24, 32", "", runCodec<LoadPSD>, nullptr,
+     isPsd, nullptr, true},
 };
 
 }  // namespace

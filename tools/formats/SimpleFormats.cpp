@@ -3,25 +3,15 @@
 #include <DibCodec.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
-#include "tools/Formats.h"
 #include "tools/WholeFile.h"
+#include "tools/formats/CodecRow.h"
 
 namespace tool {
 
 namespace {
-
-using Loader = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
-
-template <Loader load>
-bool loadWith(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
-    return load(path, &image, callback, user);
-}
-
-bool startsWith(FirstBytes bytes, std::string_view text) {
-    return bytes.size() >= text.size() && std::memcmp(bytes.data(), text.data(), text.size()) == 0;
-}
 
 // TGA.
 
@@ -97,13 +87,13 @@ constexpr std::string_view kIff[] = {"iff", "lbm", "ilbm"};
 constexpr std::string_view kHdr[] = {"hdr"};
 
 constexpr Format kFormats[] = {
-    {"tga", "Truevision TGA", kTga, "8, 16, 24, 32", "8, 16, 24, 32; 1 and 4 as 24", loadWith<LoadTGA>,
+    {"tga", "Truevision TGA", kTga, "8, 16, 24, 32", "8, 16, 24, 32; 1 and 4 as 24", runCodec<LoadTGA>,
      saveTga, nullptr, tgaCompression},
-    {"ppm", "PPM and PGM, binary and ASCII", kPpm, "8, 24", "24", loadWith<LoadPPM>, savePpm, isPnm},
-    {"tim", "TIM texture", kTim, "4, 8, 16", "4, 8, 16; others as 16", loadWith<LoadTIM>, saveTim, isTim},
-    {"iff", "IFF ILBM", kIff, "1, 4, 8, 24", "1, 4, 8, 24; others as 24", loadWith<LoadIFF>, saveIff, isIff,
+    {"ppm", "PPM and PGM, binary and ASCII", kPpm, "8, 24", "24", runCodec<LoadPPM>, savePpm, isPnm},
+    {"tim", "TIM texture", kTim, "4, 8, 16", "4, 8, 16; others as 16", runCodec<LoadTIM>, saveTim, isTim},
+    {"iff", "IFF ILBM", kIff, "1, 4, 8, 24", "1, 4, 8, 24; others as 24", runCodec<LoadIFF>, saveIff, isIff,
      iffCompression},
-    {"hdr", "Radiance HDR", kHdr, "24", "", loadWith<LoadHDR>, nullptr, isHdr},
+    {"hdr", "Radiance HDR", kHdr, "24", "", runCodec<LoadHDR>, nullptr, isHdr},
 };
 
 }  // namespace
