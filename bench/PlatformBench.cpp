@@ -36,6 +36,7 @@ const bench::Registrar cases([] {
     save("save_png24", "out_ours.png", 3, SavePNG);
     save("save_png32", "out_ours32.png", 4, SavePNG);
     save("save_jpeg", "out_ours.jpg", 3, SaveJPEG);
+    save("save_jpeg32", "out_ours32.jpg", 4, SaveJPEG);
     save("save_tiff24", "out_ours.tif", 3, SaveTIFF);
     save("save_tiff32", "out_ours32.tif", 4, SaveTIFF);
 });

@@ -83,11 +83,10 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE void storeSixteen(std::uint8_t* to, const Sixt
     for (int i = 0; i < 3; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + i, pixels.parts[i]);
 }
 
-}  // namespace
-
-DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    const __m256i spread =
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+// Every 3-byte pixel becomes one of four, `pattern` saying where the bytes of four pixels go.
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t widen(const std::uint8_t* from, std::uint8_t* to,
+                                                    std::size_t count, __m128i pattern) {
+    const __m256i spread = _mm256_broadcastsi128_si256(pattern);
     const __m256i opaque = _mm256_set1_epi32(static_cast<int>(0xFF000000U));
     std::size_t i = 0;
     for (; i + 8 + kPixelsBeyond <= count; i += 8) {
@@ -95,6 +94,16 @@ DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + 4 * i), _mm256_or_si256(pixels, opaque));
     }
     return i;
+}
+
+}  // namespace
+
+DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return widen(from, to, count, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+}
+
+DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return widen(from, to, count, _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1));
 }
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
@@ -129,6 +138,7 @@ DIB_TARGET_AVX2 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uin
 namespace dib {
 
 std::size_t shuffleBgrToBgra(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
+std::size_t shuffleBgrToRgba(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleAndExchange(std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgrToRgb(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t shuffleBgrToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }

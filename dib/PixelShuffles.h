@@ -1,5 +1,5 @@
 // The conversions that the compilers do not turn into byte shuffles well enough, by hand for AVX2. Against the plain
-// loops of PixelKernels.h (and Ppm.cpp), which remain their definition, they take 0.7 (widening), 0.6 (grey) and
+// loops of PixelKernels.h (and of the formats), which remain their definition, they take 0.7 (widening), 0.6 (grey) and
 // 0.5 (exchange of red and blue) of the time.
 //
 // Each converts as many pixels from the front as it can in whole vectors without touching a byte beyond the last
@@ -13,6 +13,7 @@
 namespace dib {
 
 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 // Two rows change places while red and blue do; both may be the same row.
 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);

@@ -69,9 +69,32 @@ bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, DibStream& d
     return true;
 }
 
-// A 32-bit image with the same picture: the image itself, or a converted copy that `converted` owns.
+// Rows of pixels and what makes red, green, blue, alpha of them.
+struct RowSource {
+    const unsigned char* data;
+    void (*convert)(const unsigned char* from, unsigned char* to, std::size_t pixels);
+    int bitCount;
+};
+
+std::unique_ptr<PlatformImage> makeImage(ImagePlatform& platform, const RowSource& source, int width,
+                                         int height, bool bottomUp) {
+    const dib::ImageSize from = dib::admitSize(width, height, source.bitCount);
+    const dib::ImageSize to = dib::admitSize(width, height, 32);
+    if (!from.admitted || !to.admitted || to.imageBytes == 0) return nullptr;
+    dib::MallocPtr<unsigned char> block = dib::allocateImageBlock(to.imageBytes);
+    if (block == nullptr) return nullptr;
+    for (std::size_t y = 0; y < to.rows; ++y) {
+        const std::size_t row = bottomUp ? to.rows - 1 - y : y;
+        source.convert(source.data + row * from.rowBytes, block.get() + y * to.rowBytes,
+                       static_cast<std::size_t>(width));
+    }
+    return platform.makeImage(block.release(), width, height, DibCocoaUtil::rawdata_free);
+}
+
+// A 32-bit image with the same picture: the image itself, or a converted copy that `converted` owns. Of 24 bits, too,
+// the image itself: its colours are made opaque on their way to the platform as the conversion would make them.
 DibStream* as32Bit(DibStream* dib, ImagePtr& converted) {
-    if (dib->Header->biBitCount == 32) return dib;
+    if (dib->Header->biBitCount == 32 || dib->Header->biBitCount == 24) return dib;
     // A failing Clone would leave its code in the caller's image; only the result is to tell.
     const int code = dib->ErrorCode;
     converted.reset(dib->Clone());
@@ -102,17 +125,8 @@ bool loadImageFile(ImagePlatform& platform, const VexString& path, DibStream* di
 
 std::unique_ptr<PlatformImage> rawData32ToImage(ImagePlatform& platform, const void* data, int width,
                                                 int height, bool bottomUp) {
-    const dib::ImageSize size = dib::admitSize(width, height, 32);
-    if (!size.admitted || size.imageBytes == 0) return nullptr;
-    dib::MallocPtr<unsigned char> block = dib::allocateImageBlock(size.imageBytes);
-    if (block == nullptr) return nullptr;
-    const auto* from = static_cast<const unsigned char*>(data);
-    for (std::size_t y = 0; y < size.rows; ++y) {
-        const std::size_t source = bottomUp ? size.rows - 1 - y : y;
-        swapRedBlue32(from + source * size.rowBytes, block.get() + y * size.rowBytes,
-                      static_cast<std::size_t>(width));
-    }
-    return platform.makeImage(block.release(), width, height, DibCocoaUtil::rawdata_free);
+    return makeImage(platform, {static_cast<const unsigned char*>(data), swapRedBlue32, 32}, width, height,
+                     bottomUp);
 }
 
 bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib,
@@ -124,9 +138,11 @@ bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* di
     const DibStream* source = as32Bit(dib, converted);
     if (source == nullptr) return false;
     const std::int32_t height = source->Header->biHeight;
-    const std::unique_ptr<PlatformImage> image =
-        rawData32ToImage(platform, source->Buffer, source->Header->biWidth,
-                         static_cast<int>(dib::rowCount(height)), height > 0);
+    const bool isOpaque = source->Header->biBitCount == 24;
+    const RowSource rows = {source->Buffer, isOpaque ? expandToRgba : swapRedBlue32,
+                            source->Header->biBitCount};
+    const std::unique_ptr<PlatformImage> image = makeImage(
+        platform, rows, source->Header->biWidth, static_cast<int>(dib::rowCount(height)), height > 0);
     return image != nullptr && image->encode(type) && image->write(path);
 }
 

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "dib/Kernels.h"
+#include "dib/PixelShuffles.h"
 
 namespace formats {
 
@@ -23,6 +24,16 @@ DIB_ALWAYS_INLINE void swapRedBlue32Loop(const unsigned char* __restrict from, u
         std::memcpy(&pixel, from + 4 * i, 4);
         pixel = (pixel & 0xFF00FF00U) | (pixel & 0xFFU) << 16 | (pixel >> 16 & 0xFFU);
         std::memcpy(to + 4 * i, &pixel, 4);
+    }
+}
+
+DIB_ALWAYS_INLINE void expandToRgbaLoop(const unsigned char* __restrict from, unsigned char* __restrict to,
+                                        std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        to[4 * i] = from[3 * i + 2];
+        to[4 * i + 1] = from[3 * i + 1];
+        to[4 * i + 2] = from[3 * i];
+        to[4 * i + 3] = 255;
     }
 }
 
@@ -71,6 +82,12 @@ const LightCurve& lightCurve() {
 
 void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pixels) {
     dib::runKernel<swapRedBlue32Loop>(from, to, pixels);
+}
+
+void expandToRgba(const unsigned char* from, unsigned char* to, std::size_t pixels) {
+    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    const std::size_t done = wide ? dib::shuffleBgrToRgba(from, to, pixels) : 0;
+    dib::runKernel<expandToRgbaLoop>(from + 3 * done, to + 4 * done, pixels - done);
 }
 
 unsigned char byteOfLight(float value) {

@@ -9,6 +9,9 @@ namespace formats {
 // Exchanges the first and the third byte of every pixel of four bytes.
 void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pixels);
 
+// Blue, green, red to red, green, blue, alpha of 255.
+void expandToRgba(const unsigned char* from, unsigned char* to, std::size_t pixels);
+
 // Red, green, blue, alpha floats (at any address) to blue, green, red, alpha bytes.
 void floatsToBgra(const unsigned char* from, unsigned char* to, std::size_t pixels);
 

@@ -152,9 +152,10 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 ///
 /// - PNG: every colour type and depth, interlaced or not. Gamma and profiles are not applied. A checksum that is
 ///   wrong, and pixels that end early, are failures.
-/// - JPEG: grey, YCbCr and RGB; CMYK and YCCK, also with inverted inks, become colours by (1 - ink)(1 - black). The
-///   orientation that a camera notes is not applied. Damage inside the pixels is passed over as far as the decoder can
-///   find back into the data; pixels that end early are a failure.
+/// - JPEG: grey, YCbCr and RGB, by the accurate integer transform, halved colours smoothed between pixels, YCbCr turned
+///   into RGB as the file format says: the pixels that the platform's library gives. CMYK and YCCK, also with inverted
+///   inks, become colours by (1 - ink)(1 - black). The orientation that a camera notes is not applied. Damage inside the
+///   pixels is passed over as far as the decoder can find back into the data; pixels that end early are a failure.
 /// - TIFF: the first picture of the file, in every compression that the platform knows, in strips, tiles or planes, turned
 ///   as its orientation says. Grey, palette, RGB and CMYK samples have 1 to 32 bits (palettes up to 8) or are floats of
 ///   16, 32 or 64; signs are not looked at. Inks become colours by (1 - ink)(1 - black). Colours that were multiplied
@@ -182,8 +183,8 @@ DIB_EXPORT bool LoadPNG(const wchar_t* path, DibStream* image, DibProgressCallba
 DIB_EXPORT bool SavePNG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool SavePNG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
-/// Saves a JPEG file of quality 90 with halved colour resolution (4:2:0), otherwise as `SavePNG`. Alpha is left out:
-/// the colours are written as they are stored. Neither side can be longer than 65500 pixels.
+/// Saves a JPEG file of quality 90 with halved colour resolution (4:2:0) by the accurate integer transform, not
+/// progressive and with the standard Huffman tables; otherwise as `SavePNG`. Alpha is left out: the colours are written as they are stored. Neither side can be longer than 65500 pixels.
 DIB_EXPORT bool SaveJPEG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool SaveJPEG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);

@@ -157,6 +157,11 @@ struct PngWriter {
         png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width),
                      static_cast<png_uint_32>(picture.height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
                      PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        // Against the library's own choice (level 6, all filters) files of photographs, drawings and noise became -1 to
+        // +4 % longer and took a quarter to two thirds of the time.
+        constexpr int kLevel = 4;
+        png_set_compression_level(png, kLevel);
+        png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FAST_FILTERS);
         png_write_info(png, info);
         for (int y = 0; y < picture.height; ++y) png_write_row(png, picture.row(y));
         png_write_end(png, info);

@@ -322,10 +322,15 @@ bool writeTiff(std::FILE* file, const RgbaPicture& picture) {
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tiff, 0));
-    for (int y = 0; y < picture.height; ++y) {
-        auto* row = const_cast<unsigned char*>(picture.row(y));
-        if (TIFFWriteScanline(tiff, row, static_cast<std::uint32_t>(y), 0) != 1) return false;
+    // Strips of the usual 8 KiB would be written one small piece after the other.
+    constexpr int kStripBytes = 1 << 18;
+    const int rows = std::clamp(kStripBytes / (4 * picture.width), 1, picture.height);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
+    for (int y = 0; y < picture.height; y += rows) {
+        const tmsize_t bytes = tmsize_t{4} * picture.width * std::min(rows, picture.height - y);
+        const auto strip = static_cast<std::uint32_t>(y / rows);
+        if (TIFFWriteEncodedStrip(tiff, strip, const_cast<unsigned char*>(picture.row(y)), bytes) != bytes)
+            return false;
     }
     return TIFFFlush(tiff) == 1;
 }

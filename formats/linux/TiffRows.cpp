@@ -35,8 +35,12 @@ bool TiffRows::start(TIFF* tiff, const TiffLayout& layout, const std::size_t* pl
         // Rows of the library must be what was announced; a picture that changes its mind is broken.
         if (TIFFScanlineSize(tiff) != static_cast<tmsize_t>(rowBytes_)) return false;
         std::uint32_t rows = 1;
-        if (layout.isPlanar) TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
+        TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
         bandRows_ = std::min(rows, layout.height);
+        // Strips are the fastest to read as a whole, but one may be all of the picture.
+        constexpr std::uint64_t kMostAtOnce = 1 << 20;
+        if (!layout.isPlanar && rowBytes * bandRows_ > kMostAtOnce) bandRows_ = 1;
+        isByStrip_ = bandRows_ > 1 || layout.isPlanar;
     }
     if (bandRows_ == 0 || rowBytes * bandRows_ * planeCount_ > INT_MAX) return false;
     band_ = dib::allocateZeroed<unsigned char>(rowBytes_ * bandRows_ * planeCount_);
@@ -79,7 +83,7 @@ bool TiffRows::readBand() {
         unsigned char* to = band_.get() + i * bandRows_ * rowBytes_;
         if (isTiled_) {
             if (!readTiles(i, rows)) return false;
-        } else if (layout_.isPlanar) {
+        } else if (isByStrip_) {
             const std::uint32_t strip = TIFFComputeStrip(tiff_, y, static_cast<std::uint16_t>(planes_[i]));
             const auto bytes = static_cast<tmsize_t>(rows * rowBytes_);
             if (TIFFReadEncodedStrip(tiff_, strip, to, bytes) != bytes) return false;

@@ -42,8 +42,9 @@ private:
     std::size_t planes_[kMostPlanes] = {};
     std::size_t planeCount_ = 1;
     std::size_t rowBytes_ = 0;
-    // Rows that are read together: one of strips, the height of tiles, that of a strip of a plane.
+    // Rows that are read together: those of a tile or strip, or a single one of a large strip.
     std::size_t bandRows_ = 1;
+    bool isByStrip_ = false;
     dib::MallocPtr<unsigned char> band_;  // one plane after the other
     std::size_t inBand_ = 0;
     std::size_t y_ = 0;  // of the next row
