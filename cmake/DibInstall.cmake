@@ -16,11 +16,13 @@ install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
 set(dib_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DibStream)
+set(dib_plugin_dir ${CMAKE_INSTALL_LIBDIR}/dibstream/plugins)
 install(EXPORT DibStreamTargets NAMESPACE DibStream:: DESTINATION ${dib_package_dir})
 configure_package_config_file(
     ${PROJECT_SOURCE_DIR}/cmake/DibStreamConfig.cmake.in
     ${PROJECT_BINARY_DIR}/DibStreamConfig.cmake
-    INSTALL_DESTINATION ${dib_package_dir})
+    INSTALL_DESTINATION ${dib_package_dir}
+    PATH_VARS dib_plugin_dir)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/DibStreamConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES

@@ -17,3 +17,15 @@ major="$(pkg-config --modversion dibstream | cut -d. -f1)"
 for library in libdibstream libVexLibs; do
     objdump -p "$(pkg-config --variable=libdir dibstream)/$library.so" | grep "SONAME *$library.so.$major\$" >/dev/null
 done
+
+# Both ways tell where the plug-ins belong.
+plugins="$(pkg-config --variable=plugindir dibstream)"
+cmake -E make_directory "$plugins" "$work/plugin-folder"
+cat >"$work/plugin-folder/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.22)
+project(PluginFolder LANGUAGES NONE)
+find_package(DibStream CONFIG REQUIRED)
+file(WRITE ${CMAKE_BINARY_DIR}/folder.txt "${DibStream_PLUGIN_DIR}")
+END
+cmake -S "$work/plugin-folder" -B "$work/plugin-folder/build" -DCMAKE_PREFIX_PATH="$prefix" >>"$work/configure.log"
+[ "$(cat "$work/plugin-folder/build/folder.txt")" -ef "$plugins" ]

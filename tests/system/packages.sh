@@ -29,6 +29,10 @@ for package in dibstream-plugins dibstream-tools libdibstream-dev; do
     field "$package" Depends | grep -F "libdibstream0 (= $version)" >/dev/null
 done
 
+if command -v apt-get >/dev/null; then
+    apt-get install --simulate --no-install-recommends "${packages[@]}" >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; exit 1; }
+fi
+
 echo "== lintian"
 lintian --fail-on error,warning "${packages[@]}" 2>"$work/lintian.log" || { cat "$work/lintian.log"; exit 1; }
 
@@ -60,6 +64,7 @@ for name in $names; do
 done
 
 bash "$(dirname "$0")/examples.sh" "$root/usr" "$source" "$work/use" "$compiler"
+[ "$(PKG_CONFIG_PATH="$library/pkgconfig" pkg-config --variable=plugindir dibstream)" -ef "$library/dibstream/plugins" ]
 dib run "$work/use/picture.bmp" resize:8x6 whirl:0.1rad bpp:8,method=median "$work/use/whirled.bmp"
 [ "$(dib info "$work/use/whirled.bmp" | sed 's/.*: //')" = \
     "bmp, 8x6 pixels, 8 bits, bottom-up, palette of 256, compression none" ]
