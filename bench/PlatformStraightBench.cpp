@@ -1,5 +1,5 @@
-// The image libraries used straight, for comparison: the same files into fresh memory in the order of our pixels, and
-// the same kind of file (32-bit PNG and TIFF with the settings of ours, JPEG of quality 90) from pixels in theirs.
+// The image libraries used straight, for comparison, as an application with pixels in our order would: the same files
+// into fresh memory, and the same kinds of files (32-bit PNG and TIFF with the settings of ours, JPEG of quality 90).
 #include <cstdio>
 // jpeglib.h needs FILE from the header above.
 #include <jpeglib.h>
@@ -7,6 +7,8 @@
 #include <tiffio.h>
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "bench/Bench.h"
 
@@ -33,7 +35,7 @@ void loadPng(const std::string& path) {
     png_destroy_read_struct(&png, &info, nullptr);
 }
 
-void savePng(const std::string& path, const unsigned char* rgba) {
+void savePng(const std::string& path, const unsigned char* bgra) {
     const FilePtr file = open(path, "wb");
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png_create_info_struct(png);
@@ -42,7 +44,8 @@ void savePng(const std::string& path, const unsigned char* rgba) {
     png_set_compression_level(png, 4);
     png_set_filter(png, 0, PNG_FAST_FILTERS);
     png_write_info(png, info);
-    for (std::size_t y = 0; y < kHeight; ++y) png_write_row(png, rgba + y * kWidth * 4);
+    png_set_bgr(png);
+    for (std::size_t y = 0; y < kHeight; ++y) png_write_row(png, bgra + y * kWidth * 4);
     png_write_end(png, info);
     png_destroy_write_struct(&png, &info);
 }
@@ -65,7 +68,7 @@ void loadJpeg(const std::string& path) {
     jpeg_destroy_decompress(&jpeg);
 }
 
-void saveJpeg(const std::string& path, const unsigned char* rgba) {
+void saveJpeg(const std::string& path, const unsigned char* bgra) {
     const FilePtr file = open(path, "wb");
     jpeg_error_mgr errors;
     jpeg_compress_struct jpeg;
@@ -75,12 +78,12 @@ void saveJpeg(const std::string& path, const unsigned char* rgba) {
     jpeg.image_width = pb::W;
     jpeg.image_height = pb::H;
     jpeg.input_components = 4;
-    jpeg.in_color_space = JCS_EXT_RGBX;
+    jpeg.in_color_space = JCS_EXT_BGRX;
     jpeg_set_defaults(&jpeg);
     jpeg_set_quality(&jpeg, 90, TRUE);
     jpeg_start_compress(&jpeg, TRUE);
     while (jpeg.next_scanline < jpeg.image_height) {
-        JSAMPROW row = const_cast<JSAMPROW>(rgba + jpeg.next_scanline * kWidth * 4);
+        JSAMPROW row = const_cast<JSAMPROW>(bgra + jpeg.next_scanline * kWidth * 4);
         jpeg_write_scanlines(&jpeg, &row, 1);
     }
     jpeg_finish_compress(&jpeg);
@@ -91,12 +94,14 @@ void loadTiff(const std::string& path) {
     const Pixels pixels = fresh();
     TIFF* tiff = TIFFOpen(path.c_str(), "r");
     for (std::size_t y = 0; y < kHeight; ++y) {
-        TIFFReadScanline(tiff, &pixels[y * kWidth * 3], static_cast<std::uint32_t>(y), 0);
+        unsigned char* row = &pixels[y * kWidth * 3];
+        TIFFReadScanline(tiff, row, static_cast<std::uint32_t>(y), 0);
+        for (std::size_t x = 0; x < kWidth; ++x) std::swap(row[3 * x], row[3 * x + 2]);
     }
     TIFFClose(tiff);
 }
 
-void saveTiff(const std::string& path, const unsigned char* rgba) {
+void saveTiff(const std::string& path, const unsigned char* bgra) {
     TIFF* tiff = TIFFOpen(path.c_str(), "w");
     const std::uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, pb::W);
@@ -107,9 +112,11 @@ void saveTiff(const std::string& path, const unsigned char* rgba) {
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 16);
+    std::vector<unsigned char> row(kWidth * 4);
     for (std::size_t y = 0; y < kHeight; ++y) {
-        auto* row = const_cast<unsigned char*>(rgba + y * kWidth * 4);
-        TIFFWriteScanline(tiff, row, static_cast<std::uint32_t>(y), 0);
+        std::memcpy(row.data(), bgra + y * kWidth * 4, row.size());
+        for (std::size_t x = 0; x < kWidth; ++x) std::swap(row[4 * x], row[4 * x + 2]);
+        TIFFWriteScanline(tiff, row.data(), static_cast<std::uint32_t>(y), 0);
     }
     TIFFClose(tiff);
 }
@@ -122,7 +129,7 @@ void load(const char* op, void (*read)(const std::string& path)) {
 }
 
 void save(const char* op, const char* file,
-          void (*write)(const std::string& path, const unsigned char* rgba)) {
+          void (*write)(const std::string& path, const unsigned char* bgra)) {
     pb::add(op, pb::W, pb::H, 32, "straight", "", [=] {
         const pb::Image& picture = pb::img(pb::W, pb::H, 4);
         const std::string path = pb::file(file);
