@@ -33,11 +33,13 @@ endif()
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
             $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
-if(TARGET plugin_dds)
-    add_test(NAME system.exports.dds
-        COMMAND bash ${system_dir}/exports.sh
-                ${CMAKE_CURRENT_SOURCE_DIR}/plugins/exports/dds $<TARGET_FILE:plugin_dds>)
-endif()
+foreach(plugin dds exr)
+    if(TARGET plugin_${plugin})
+        add_test(NAME system.exports.${plugin}
+            COMMAND bash ${system_dir}/exports.sh
+                    ${CMAKE_CURRENT_SOURCE_DIR}/plugins/exports/${plugin} $<TARGET_FILE:plugin_${plugin}>)
+    endif()
+endforeach()
 if(DIB_INSTALL)
     add_test(NAME system.install
         COMMAND bash ${system_dir}/install.sh

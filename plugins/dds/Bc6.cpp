@@ -1,5 +1,4 @@
 // BC6H: half floats without alpha, in fourteen modes that scatter the bits of their end points.
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -208,18 +207,10 @@ struct EndPoints {
     unsigned partition = 0;
 };
 
-// The magnitude of a half that is not negative.
-float floatOfHalf(int half) {
-    const int exponent = half >> 10;
-    const int fraction = half & 1023;
-    return exponent == 0 ? std::ldexp(static_cast<float>(fraction), -24)
-                         : std::ldexp(static_cast<float>(1024 + fraction), exponent - 25);
-}
-
-// An interpolated value is nearly a half; it is scaled so that no infinity comes out.
+// An interpolated value is nearly a half; it is scaled so that no infinity comes out of what is not negative.
 float sampleOf(int value, bool isSigned) {
-    if (!isSigned) return floatOfHalf(value * 31 >> 6);
-    const float magnitude = floatOfHalf(std::abs(value) * 31 >> 5);
+    const int half = isSigned ? std::abs(value) * 31 >> 5 : value * 31 >> 6;
+    const float magnitude = floatOfHalf(static_cast<std::uint16_t>(half));
     return value < 0 ? -magnitude : magnitude;
 }
 

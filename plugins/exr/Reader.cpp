@@ -1,0 +1,119 @@
+#include "plugins/exr/Reader.h"
+
+#include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfIO.h>
+#include <OpenEXR/ImfInputFile.h>
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "plugins/Gamma.h"
+#include "plugins/exr/Part.h"
+
+namespace plugins::exr {
+
+namespace {
+
+struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+class Stream final : public Imf::IStream {
+public:
+    explicit Stream(std::FILE* file) : IStream("EXR file"), file_(file) { seekg(0); }
+    bool read(char* bytes, int count) override {
+        const auto wanted = static_cast<std::size_t>(count);
+        if (count < 0 || std::fread(bytes, 1, wanted, file_) != wanted)
+            throw std::runtime_error("short file");
+        return true;
+    }
+    std::uint64_t tellg() override { return static_cast<std::uint64_t>(std::ftell(file_)); }
+    void seekg(std::uint64_t position) override {
+        if (position > INT64_MAX || std::fseek(file_, static_cast<long>(position), SEEK_SET) != 0) {
+            throw std::runtime_error("no such place");
+        }
+    }
+    void clear() override { std::clearerr(file_); }
+
+private:
+    std::FILE* file_;
+};
+
+// One line of the file at a time, with a plane of floats for each channel that the picture shows.
+class LineReader {
+public:
+    LineReader(Imf::IStream& stream, const Part& part) : part_(part), file_(stream, 0) {
+        Imf::FrameBuffer frame;
+        for (unsigned channel = 0; channel < kChannels; ++channel) {
+            if (!part.isShown(channel)) continue;
+            planes_[channel].resize(static_cast<std::size_t>(part.width));
+            // What the first column's coordinate is multiplied by leads to the plane's first sample; each line is read
+            // to the same place.
+            const auto start = reinterpret_cast<std::intptr_t>(planes_[channel].data());
+            auto* base = reinterpret_cast<char*>(start - part.left * std::intptr_t{sizeof(float)});
+            frame.insert(kChannelNames[channel], Imf::Slice(Imf::FLOAT, base, sizeof(float), 0));
+        }
+        file_.setFrameBuffer(frame);
+    }
+    // Counted from the top of the picture.
+    void read(std::int64_t line) { file_.readPixels(static_cast<int>(part_.top + line)); }
+    // The samples of the channel that byte `place` of a pixel shows; empty when the file has none.
+    const std::vector<float>& samplesFor(unsigned place) const {
+        return planes_[part_.isShown(kLuminance) && place != kAlpha ? kLuminance : place];
+    }
+
+private:
+    const Part& part_;
+    Imf::InputFile file_;
+    std::vector<float> planes_[kChannels];
+};
+
+// Alpha takes the curve too: what was multiplied by it stays so, since the power of a product is the product of powers.
+void putLine(const LineReader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
+    for (unsigned place = 0; place < pixelBytes; ++place) {
+        const std::vector<float>& samples = reader.samplesFor(place);
+        unsigned char* out = pixels + place;
+        if (samples.empty()) {
+            for (std::size_t x = 0; x < width; ++x) out[x * pixelBytes] = place == kAlpha ? 255 : 0;
+        }
+        for (std::size_t x = 0; x < samples.size(); ++x) out[x * pixelBytes] = gammaByte(samples[x]);
+    }
+}
+
+bool readLines(std::FILE* file, const Part& part, Picture& picture, DibProgressCallback progress,
+               void* user) {
+    Stream stream(file);
+    LineReader reader(stream, part);
+    for (std::int64_t y = 0; y < part.height; ++y) {
+        reader.read(y);
+        putLine(reader, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width),
+                picture.row(static_cast<std::size_t>(y)));
+        const float done = static_cast<float>(y + 1) / static_cast<float>(part.height);
+        if (progress != nullptr && !progress(done, user)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
+    Part part;
+    if (!readPart(file, part)) return false;
+    if (!picture.create(part.width, part.height, part.isGrey() ? Picture::kGrey : Picture::kColor))
+        return false;
+    try {
+        return readLines(file, part, picture, progress, user);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+bool read(const char* path, Picture& picture, DibProgressCallback progress, void* user) {
+    const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "rb"));
+    return file != nullptr && read(file.get(), picture, progress, user);
+}
+
+}  // namespace plugins::exr

@@ -1,0 +1,184 @@
+#include "tests/plugins/ExrFile.h"
+
+#include <Imath/half.h>
+#include <OpenEXR/ImfArray.h>
+#include <OpenEXR/ImfChannelList.h>
+#include <OpenEXR/ImfDeepFrameBuffer.h>
+#include <OpenEXR/ImfDeepScanLineOutputFile.h>
+#include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfInputFile.h>
+#include <OpenEXR/ImfMultiPartOutputFile.h>
+#include <OpenEXR/ImfOutputFile.h>
+#include <OpenEXR/ImfOutputPart.h>
+#include <OpenEXR/ImfPartType.h>
+#include <OpenEXR/ImfStdIO.h>
+#include <OpenEXR/ImfTiledOutputFile.h>
+
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+namespace exr_test {
+
+namespace {
+
+Imath::Box2i boxOf(const Window& window) {
+    return {Imath::V2i(window.left, window.top), Imath::V2i(window.right, window.bottom)};
+}
+
+// The samples of a file's channels, in the channels' own types.
+class Samples {
+public:
+    Samples(const FileSpec& spec, const Sampler& sampler) {
+        for (std::size_t i = 0; i < spec.channels.size(); ++i) {
+            planes_.push_back(planeOf(spec, i, sampler));
+            frame.insert(spec.channels[i].name, sliceOf(spec, i));
+        }
+    }
+    Imf::FrameBuffer frame;
+
+private:
+    static std::size_t sizeOf(Imf::PixelType type) { return type == Imf::HALF ? 2 : 4; }
+
+    static std::vector<char> planeOf(const FileSpec& spec, std::size_t i, const Sampler& sampler) {
+        std::vector<char> plane;
+        const auto append = [&plane](auto value) {
+            char bytes[sizeof value];
+            std::memcpy(bytes, &value, sizeof value);
+            plane.insert(plane.end(), bytes, bytes + sizeof value);
+        };
+        for (int y = spec.data.top; y <= spec.data.bottom; ++y) {
+            for (int x = spec.data.left; x <= spec.data.right; ++x) {
+                const float sample = sampler(i, x, y);
+                if (spec.channels[i].type == Imf::HALF) append(Imath::half(sample));
+                if (spec.channels[i].type == Imf::FLOAT) append(sample);
+                if (spec.channels[i].type == Imf::UINT) append(static_cast<unsigned>(sample));
+            }
+        }
+        return plane;
+    }
+
+    // Coordinates are divided by the sampling, so that a coarse channel uses the first samples of its plane.
+    Imf::Slice sliceOf(const FileSpec& spec, std::size_t i) {
+        const ChannelSpec& channel = spec.channels[i];
+        const std::size_t pixel = sizeOf(channel.type);
+        const auto width = static_cast<std::size_t>(spec.data.right - spec.data.left + 1);
+        const std::ptrdiff_t origin =
+            spec.data.top / channel.sampling * static_cast<std::ptrdiff_t>(width * pixel) +
+            spec.data.left / channel.sampling * static_cast<std::ptrdiff_t>(pixel);
+        return {channel.type,  planes_[i].data() - origin, pixel,
+                width * pixel, channel.sampling,           channel.sampling};
+    }
+
+    std::vector<std::vector<char>> planes_;
+};
+
+Imf::Header headerOf(const FileSpec& spec) {
+    Imf::Header header(boxOf(spec.display), boxOf(spec.data));
+    header.compression() = spec.compression;
+    header.lineOrder() = spec.isBottomUp ? Imf::DECREASING_Y : Imf::INCREASING_Y;
+    for (const ChannelSpec& channel : spec.channels) {
+        header.channels().insert(channel.name,
+                                 Imf::Channel(channel.type, channel.sampling, channel.sampling));
+    }
+    if (spec.tileSide > 0) {
+        const auto side = static_cast<unsigned>(spec.tileSide);
+        header.setTileDescription(Imf::TileDescription(side, side, spec.levels));
+    }
+    return header;
+}
+
+Bytes bytesOf(const Imf::StdOSStream& stream) {
+    const std::string text = stream.str();
+    return {text.begin(), text.end()};
+}
+
+}  // namespace
+
+Bytes write(const FileSpec& spec, const Sampler& sampler) {
+    const Samples samples(spec, sampler);
+    Imf::StdOSStream stream;
+    if (spec.tileSide == 0) {
+        Imf::OutputFile file(stream, headerOf(spec), 0);
+        file.setFrameBuffer(samples.frame);
+        file.writePixels(spec.data.bottom - spec.data.top + 1);
+    } else {
+        Imf::TiledOutputFile file(stream, headerOf(spec), 0);
+        file.setFrameBuffer(samples.frame);
+        // The smaller levels show the corner of the same picture.
+        for (int y = 0; y < file.numYLevels(); ++y) {
+            for (int x = 0; x < file.numXLevels(); ++x) {
+                if (file.isValidLevel(x, y))
+                    file.writeTiles(0, file.numXTiles(x) - 1, 0, file.numYTiles(y) - 1, x, y);
+            }
+        }
+    }
+    return bytesOf(stream);
+}
+
+Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler) {
+    FileSpec second = first;
+    second.data = {0, 0, 0, 0};
+    Imf::Header headers[] = {headerOf(first), headerOf(second)};
+    headers[0].setName("first");
+    headers[1].setName("second");
+    for (Imf::Header& header : headers) header.setType(Imf::SCANLINEIMAGE);
+    Imf::StdOSStream stream;
+    {
+        Imf::MultiPartOutputFile file(stream, headers, 2, false, 0);
+        int index = 0;
+        for (const FileSpec& spec : {first, second}) {
+            const Samples samples(spec, sampler);
+            Imf::OutputPart part(file, index++);
+            part.setFrameBuffer(samples.frame);
+            part.writePixels(spec.data.bottom - spec.data.top + 1);
+        }
+    }
+    return bytesOf(stream);
+}
+
+Bytes writeDeep() {
+    Imf::Header header(1, 1);
+    header.channels().insert("R", Imf::Channel(Imf::HALF));
+    header.setType(Imf::DEEPSCANLINE);
+    header.compression() = Imf::ZIPS_COMPRESSION;
+    unsigned count = 1;
+    Imath::half sample(1.0F);
+    char* samples = reinterpret_cast<char*>(&sample);
+    Imf::DeepFrameBuffer frame;
+    frame.insertSampleCountSlice(Imf::Slice(Imf::UINT, reinterpret_cast<char*>(&count), 4, 4));
+    frame.insert("R", Imf::DeepSlice(Imf::HALF, reinterpret_cast<char*>(&samples), 8, 8, sizeof sample));
+    Imf::StdOSStream stream;
+    {
+        Imf::DeepScanLineOutputFile file(stream, header, 0);
+        file.setFrameBuffer(frame);
+        file.writePixels(1);
+    }
+    return bytesOf(stream);
+}
+
+std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window& data) {
+    Imf::StdISStream stream;
+    stream.str(std::string(bytes.begin(), bytes.end()));
+    Imf::InputFile file(stream, 0);
+    const Imath::Box2i box = file.header().dataWindow();
+    data = {box.min.x, box.min.y, box.max.x, box.max.y};
+    const auto width = static_cast<std::size_t>(box.max.x - box.min.x + 1);
+    const auto height = static_cast<std::size_t>(box.max.y - box.min.y + 1);
+    std::map<std::string, std::vector<float>> planes;
+    Imf::FrameBuffer frame;
+    const Imf::ChannelList& channels = file.header().channels();
+    for (auto channel = channels.begin(); channel != channels.end(); ++channel) {
+        if (channel.channel().xSampling != 1 || channel.channel().ySampling != 1) continue;
+        std::vector<float>& plane = planes[channel.name()];
+        plane.resize(width * height);
+        const std::ptrdiff_t origin = box.min.y * static_cast<std::ptrdiff_t>(width * 4) + box.min.x * 4L;
+        frame.insert(channel.name(),
+                     Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(plane.data()) - origin, 4, width * 4));
+    }
+    file.setFrameBuffer(frame);
+    file.readPixels(box.min.y, box.max.y);
+    return planes;
+}
+
+}  // namespace exr_test

@@ -1,0 +1,55 @@
+// EXR files as OpenEXR's own classes write and read them.
+#ifndef TESTS_PLUGINS_EXR_FILE_H
+#define TESTS_PLUGINS_EXR_FILE_H
+
+#include <OpenEXR/ImfCompression.h>
+#include <OpenEXR/ImfPixelType.h>
+#include <OpenEXR/ImfTileDescription.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace exr_test {
+
+using Bytes = std::vector<unsigned char>;
+
+// The smallest and largest coordinates that belong to it.
+struct Window {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+};
+
+struct ChannelSpec {
+    std::string name;
+    Imf::PixelType type;
+    int sampling = 1;
+};
+
+struct FileSpec {
+    Window data;
+    Window display;
+    std::vector<ChannelSpec> channels;
+    Imf::Compression compression = OPENEXR_IMF_NAMESPACE::NO_COMPRESSION;
+    int tileSide = 0;  // lines instead of tiles when 0
+    Imf::LevelMode levels = OPENEXR_IMF_NAMESPACE::ONE_LEVEL;
+    bool isBottomUp = false;
+};
+
+// The sample of a channel, by its place in the list, at coordinates of the data window.
+using Sampler = std::function<float(std::size_t channel, int x, int y)>;
+
+Bytes write(const FileSpec& spec, const Sampler& sampler);
+// Two parts, of which the second is one pixel.
+Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler);
+Bytes writeDeep();
+
+// The samples of the first part's data window, row by row, by channel.
+std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window& data);
+
+}  // namespace exr_test
+
+#endif

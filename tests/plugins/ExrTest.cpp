@@ -1,0 +1,429 @@
+#include <DibCodec.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "plugins/exr/Reader.h"
+#include "tests/formats/CodecTest.h"
+#include "tests/plugins/ExrFile.h"
+
+// Of the leak checker, where the tests run under one.
+extern "C" {
+void __lsan_disable() __attribute__((weak));
+void __lsan_enable() __attribute__((weak));
+}
+
+namespace {
+
+// While alive, what is allocated may be lost.
+struct LeaksAllowed {
+    LeaksAllowed() {
+        if (__lsan_disable != nullptr) __lsan_disable();
+    }
+    ~LeaksAllowed() {
+        if (__lsan_enable != nullptr) __lsan_enable();
+    }
+    LeaksAllowed(const LeaksAllowed&) = delete;
+    LeaksAllowed& operator=(const LeaksAllowed&) = delete;
+};
+
+using codec_test::ProgressLog;
+using codec_test::TemporaryFile;
+using exr_test::Bytes;
+using exr_test::ChannelSpec;
+using exr_test::FileSpec;
+using plugins::Picture;
+
+bool read(const Bytes& bytes, Picture& picture, ProgressLog* log = nullptr) {
+    const dib::FilePtr opened = testing_support::openBytes(bytes);
+    return plugins::exr::read(opened.get(), picture, log != nullptr ? ProgressLog::callback : nullptr, log);
+}
+
+// The pixels of a whole picture from the top, blue, green, red, alpha (or a grey); empty when it is refused.
+Bytes pixels(const Bytes& bytes) {
+    Picture picture;
+    if (!read(bytes, picture)) return {};
+    Bytes all;
+    const auto width = static_cast<std::size_t>(picture.header().biWidth * picture.header().biBitCount / 8);
+    for (std::size_t y = 0; y < static_cast<std::size_t>(picture.header().biHeight); ++y) {
+        all.insert(all.end(), picture.row(y), picture.row(y) + width);
+    }
+    return all;
+}
+
+unsigned char curve(float sample) {
+    if (!(sample > 0)) return 0;
+    return static_cast<unsigned char>(
+        std::min(std::floor(std::pow(double{sample}, 0.45454543828964233) * 255.0 + 0.5), 255.0));
+}
+
+// What a file with colours shows, from the samples that OpenEXR's classes read.
+Bytes expectedPixels(const Bytes& bytes) {
+    exr_test::Window data;
+    auto planes = exr_test::readSamples(bytes, data);
+    const auto count = static_cast<std::size_t>((data.right - data.left + 1) * (data.bottom - data.top + 1));
+    Bytes all;
+    const bool hasColors = planes.count("R") + planes.count("G") + planes.count("B") > 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        for (const char* name : {"B", "G", "R", "A"}) {
+            const bool isAlpha = *name == 'A';
+            const auto plane = planes.find(hasColors || isAlpha ? name : "Y");
+            all.push_back(plane != planes.end() ? curve(plane->second[i]) : isAlpha ? 255 : 0);
+        }
+    }
+    return all;
+}
+
+// A smooth picture with a little of everything that a curve can meet, and other values in every channel.
+float sampleAt(std::size_t channel, int x, int y) {
+    const auto c = static_cast<float>(channel);
+    return 0.6F + 0.6F * std::sin(static_cast<float>(x) / 5 + c) * std::cos(static_cast<float>(y) / 7 - c);
+}
+
+FileSpec colors(int width, int height, Imf::PixelType type) {
+    FileSpec spec;
+    spec.data = {0, 0, width - 1, height - 1};
+    spec.display = spec.data;
+    for (const char* name : {"A", "B", "G", "R"}) spec.channels.push_back({name, type});
+    return spec;
+}
+
+FileSpec onePixel(const std::vector<ChannelSpec>& channels) {
+    FileSpec spec;
+    spec.channels = channels;
+    return spec;
+}
+
+// 0.18, 0.5, 1 and 0, by the place in the list.
+float gradesAt(std::size_t channel, int /*x*/, int /*y*/) {
+    constexpr float kGrades[] = {0.18F, 0.5F, 1.0F, 0.0F};
+    return kGrades[channel];
+}
+
+TEST(ExrTest, ChannelsByName) {
+    constexpr Imf::PixelType kHalf = Imf::HALF;
+    constexpr Imf::PixelType kFloat = Imf::FLOAT;
+    struct Case {
+        std::vector<ChannelSpec> channels;
+        Bytes pixel;
+    };
+    for (const Case& c : {
+             Case{{{"A", kHalf}, {"B", kHalf}, {"G", kHalf}, {"R", kHalf}}, {186, 255, 0, 117}},
+             Case{{{"A", kFloat}, {"B", kFloat}, {"G", kHalf}, {"R", kHalf}}, {186, 255, 0, 117}},
+             Case{{{"B", kHalf}, {"G", kHalf}, {"R", kHalf}}, {117, 186, 255, 255}},
+             Case{{{"R", kHalf}}, {0, 0, 117, 255}},
+             Case{{{"B", kFloat}, {"G", kFloat}}, {117, 186, 0, 255}},
+             Case{{{"A", kHalf}}, {0, 0, 0, 117}},
+             Case{{{"A", kHalf}, {"Y", kHalf}}, {186, 186, 186, 117}},
+             Case{{{"Y", kHalf}}, {117}},
+             Case{{{"Y", kFloat}}, {117}},
+             Case{{{"Y", kHalf}, {"Z", kFloat}}, {117}},
+             Case{{{"G", kHalf}, {"Y", kFloat}}, {0, 117, 0, 255}},
+             Case{{{"G", kHalf}, {"Z", Imf::UINT}, {"diffuse.R", kFloat}}, {0, 117, 0, 255}},
+         }) {
+        EXPECT_EQ(pixels(write(onePixel(c.channels), gradesAt)), c.pixel) << c.channels[0].name;
+    }
+}
+
+TEST(ExrTest, LuminanceAloneIsGrey) {
+    FileSpec spec = onePixel({{"Y", Imf::HALF}});
+    spec.data = {0, 0, 1, 1};
+    Picture picture;
+    ASSERT_TRUE(
+        read(write(spec, [](std::size_t, int x, int y) { return x == 1 && y == 0 ? 1.0F : 0.5F; }), picture));
+    EXPECT_EQ(picture.header().biBitCount, 8);
+    EXPECT_EQ(picture.header().biClrUsed, 256U);
+    EXPECT_EQ(picture.row(0)[0], 186);
+    EXPECT_EQ(picture.row(0)[1], 255);
+    EXPECT_EQ(picture.row(1)[1], 186);
+    EXPECT_EQ(picture.row(1) + 4, picture.row(0)) << "bottom-up";
+}
+
+TEST(ExrTest, WhatIsNoPictureIsRefused) {
+    const auto refuses = [](const std::vector<ChannelSpec>& channels) {
+        FileSpec spec = onePixel(channels);
+        spec.data = {0, 0, 1, 1};
+        return pixels(write(spec, gradesAt)).empty();
+    };
+    EXPECT_TRUE(refuses({{"Z", Imf::FLOAT}}));
+    EXPECT_TRUE(refuses({{"diffuse.R", Imf::FLOAT}})) << "a layer";
+    EXPECT_TRUE(refuses({{"G", Imf::HALF}, {"R", Imf::UINT}})) << "whole numbers";
+    EXPECT_TRUE(refuses({{"A", Imf::UINT}, {"R", Imf::HALF}})) << "whole numbers";
+    EXPECT_TRUE(refuses({{"R", Imf::HALF, 2}})) << "a lower resolution";
+    EXPECT_FALSE(refuses({{"R", Imf::HALF}, {"Z", Imf::HALF, 2}})) << "it is not shown";
+    const Bytes deep = exr_test::writeDeep();
+    ASSERT_FALSE(deep.empty());
+    EXPECT_TRUE(pixels(deep).empty());
+    EXPECT_TRUE(pixels({}).empty());
+    EXPECT_TRUE(pixels(Bytes(1000, 0x20)).empty());
+}
+
+TEST(ExrTest, SamplesOutsideTheCurve) {
+    const float values[] = {-1.0F,
+                            2.0F,
+                            std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity(),
+                            std::numeric_limits<float>::quiet_NaN(),
+                            65504.0F,
+                            6e-8F,
+                            0.0F};
+    for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
+        FileSpec spec = onePixel({{"Y", type}});
+        spec.data = {0, 0, 7, 0};
+        const Bytes seen = pixels(write(spec, [&](std::size_t, int x, int) { return values[x]; }));
+        EXPECT_EQ(seen, (Bytes{0, 255, 255, 0, 0, 255, 0, 0})) << type;
+    }
+}
+
+struct NamedCompression {
+    Imf::Compression compression;
+    const char* name;
+};
+constexpr NamedCompression kCompressions[] = {
+    {Imf::NO_COMPRESSION, "none"},   {Imf::RLE_COMPRESSION, "RLE"},   {Imf::ZIPS_COMPRESSION, "ZIPS"},
+    {Imf::ZIP_COMPRESSION, "ZIP"},   {Imf::PIZ_COMPRESSION, "PIZ"},   {Imf::PXR24_COMPRESSION, "PXR24"},
+    {Imf::B44_COMPRESSION, "B44"},   {Imf::B44A_COMPRESSION, "B44A"}, {Imf::DWAA_COMPRESSION, "DWAA"},
+    {Imf::DWAB_COMPRESSION, "DWAB"},
+};
+
+TEST(ExrTest, EveryCompressionInLinesAndTiles) {
+    for (const NamedCompression& compression : kCompressions) {
+        for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
+            for (const int tileSide : {0, 16}) {
+                for (const auto& [width, height] : {std::pair{67, 45}, std::pair{1, 1}, std::pair{3, 270}}) {
+                    FileSpec spec = colors(width, height, type);
+                    spec.compression = compression.compression;
+                    spec.tileSide = tileSide;
+                    const Bytes bytes = write(spec, sampleAt);
+                    EXPECT_EQ(pixels(bytes), expectedPixels(bytes))
+                        << compression.name << " " << type << " tiles " << tileSide << " " << width;
+                }
+            }
+        }
+    }
+}
+
+// Chunks that no compression makes shorter are stored as they are, also between others that are compressed.
+TEST(ExrTest, ChunksOfNoise) {
+    std::mt19937 random(3);
+    const auto noise = [&](std::size_t, int, int y) {
+        return y / 32 % 2 == 0 ? 0.25F : std::bit_cast<float>(static_cast<std::uint32_t>(random()));
+    };
+    for (const NamedCompression& compression : kCompressions) {
+        for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
+            FileSpec spec = colors(20, 128, type);
+            spec.compression = compression.compression;
+            const Bytes bytes = write(spec, noise);
+            EXPECT_EQ(pixels(bytes), expectedPixels(bytes)) << compression.name << " " << type;
+        }
+    }
+}
+
+TEST(ExrTest, TheDataWindowIsThePicture) {
+    for (const exr_test::Window& data :
+         {exr_test::Window{-7, -5, 12, 9}, exr_test::Window{100, 200, 108, 230}, exr_test::Window{2, 3, 4, 5},
+          exr_test::Window{-200, -300, 20, -280}}) {
+        for (const int tileSide : {0, 8}) {
+            for (const bool isBottomUp : {false, true}) {
+                FileSpec spec = colors(16, 16, Imf::HALF);
+                spec.data = data;
+                spec.tileSide = tileSide;
+                spec.isBottomUp = isBottomUp;
+                spec.compression = Imf::ZIP_COMPRESSION;
+                const Bytes bytes = write(spec, sampleAt);
+                Picture picture;
+                ASSERT_TRUE(read(bytes, picture)) << data.left << " " << tileSide;
+                EXPECT_EQ(picture.header().biWidth, data.right - data.left + 1);
+                EXPECT_EQ(picture.header().biHeight, data.bottom - data.top + 1);
+                EXPECT_EQ(pixels(bytes), expectedPixels(bytes)) << data.left << " " << tileSide << isBottomUp;
+            }
+        }
+    }
+}
+
+TEST(ExrTest, OfLevelsTheLargestAndOfPartsTheFirst) {
+    for (const Imf::LevelMode levels : {Imf::MIPMAP_LEVELS, Imf::RIPMAP_LEVELS}) {
+        FileSpec spec = colors(33, 21, Imf::HALF);
+        spec.tileSide = 8;
+        spec.levels = levels;
+        const Bytes bytes = write(spec, sampleAt);
+        EXPECT_EQ(pixels(bytes), expectedPixels(bytes)) << levels;
+    }
+    const Bytes parts = exr_test::writeTwoParts(colors(9, 20, Imf::FLOAT), sampleAt);
+    EXPECT_EQ(pixels(parts), expectedPixels(parts));
+    EXPECT_EQ(pixels(parts).size(), 9U * 20 * 4);
+}
+
+TEST(ExrTest, ProgressIsToldAfterEachLineAndCanStop) {
+    for (const int tileSide : {0, 2}) {
+        FileSpec spec = colors(5, 4, Imf::HALF);
+        spec.tileSide = tileSide;
+        spec.compression = Imf::ZIP_COMPRESSION;
+        const Bytes bytes = write(spec, sampleAt);
+        ProgressLog all;
+        Picture picture;
+        ASSERT_TRUE(read(bytes, picture, &all));
+        EXPECT_EQ(all.fractions, (std::vector<float>{0.25F, 0.5F, 0.75F, 1.0F}));
+        for (int stop = 0; stop < 4; ++stop) {
+            ProgressLog log;
+            log.cancelAt = stop;
+            Picture stopped;
+            EXPECT_FALSE(read(bytes, stopped, &log));
+            EXPECT_EQ(log.fractions.size(), static_cast<std::size_t>(stop) + 1);
+        }
+    }
+}
+
+// Whatever is missing, the file ends in false or, where only what nobody needs is missing, in the whole picture.
+TEST(ExrTest, CutFilesAreRefused) {
+    for (const int tileSide : {0, 8}) {
+        for (const Imf::Compression compression :
+             {Imf::NO_COMPRESSION, Imf::ZIP_COMPRESSION, Imf::PIZ_COMPRESSION}) {
+            FileSpec spec = colors(13, 20, Imf::HALF);
+            spec.tileSide = tileSide;
+            spec.compression = compression;
+            const Bytes whole = write(spec, sampleAt);
+            ASSERT_FALSE(pixels(whole).empty());
+            codec_test::forEveryTruncation(whole, [&](const Bytes& cut, std::size_t length) {
+                EXPECT_TRUE(pixels(cut).empty()) << length << " of " << whole.size();
+            });
+        }
+    }
+}
+
+TEST(ExrTest, FlippedBitsEndInAResult) {
+    for (const NamedCompression& compression : kCompressions) {
+        FileSpec spec = colors(13, 20, Imf::HALF);
+        spec.compression = compression.compression;
+        const Bytes whole = write(spec, sampleAt);
+        const std::size_t size = pixels(whole).size();
+        int refused = 0;
+        for (std::size_t bit = 0; bit < whole.size() * 8; bit += bit < 2800 ? 3 : 61) {
+            Bytes flipped = whole;
+            flipped[bit / 8] = static_cast<unsigned char>(flipped[bit / 8] ^ 1U << bit % 8);
+            const Bytes seen = pixels(flipped);
+            if (seen.empty()) ++refused;
+            if (bit / 8 > 400 && !seen.empty()) {
+                EXPECT_EQ(seen.size(), size);
+            }
+        }
+        EXPECT_GT(refused, 50) << compression.name;
+    }
+}
+
+// Replaces the numbers of the data window, which follow its name, its type and its length.
+Bytes withWindow(Bytes bytes, const exr_test::Window& window) {
+    const std::string mark = std::string("dataWindow") + '\0' + "box2i" + '\0' + '\x10' + '\0' + '\0' + '\0';
+    const auto at = std::search(bytes.begin(), bytes.end(), mark.begin(), mark.end());
+    if (at == bytes.end()) return {};
+    auto out = at + static_cast<std::ptrdiff_t>(mark.size());
+    for (const int number : {window.left, window.top, window.right, window.bottom}) {
+        for (int shift = 0; shift < 32; shift += 8)
+            *out++ = static_cast<unsigned char>(static_cast<unsigned>(number) >> shift);
+    }
+    return bytes;
+}
+
+TEST(ExrTest, SizesAreRefusedBeforeMemoryIsAsked) {
+    constexpr int kMost = std::numeric_limits<int>::max();
+    for (const int tileSide : {0, 16}) {
+        FileSpec spec = colors(4, 4, Imf::HALF);
+        spec.tileSide = tileSide;
+        const Bytes small = write(spec, sampleAt);
+        ASSERT_FALSE(pixels(withWindow(small, spec.data)).empty());
+        testing_support::resetLargestAllocation();
+        for (const exr_test::Window& window :
+             {exr_test::Window{0, 0, 30000, 30000}, exr_test::Window{0, 0, 3, kMost - 1},
+              exr_test::Window{0, 0, kMost - 1, 3}, exr_test::Window{-kMost, -kMost, kMost, kMost},
+              exr_test::Window{-kMost - 1, 0, kMost, 0}, exr_test::Window{0, 0, -1, 0},
+              exr_test::Window{5, 5, 4, 4}, exr_test::Window{0, 0, 3, 20000}}) {
+            EXPECT_TRUE(pixels(withWindow(small, window)).empty()) << window.right << " " << window.bottom;
+        }
+        EXPECT_LT(testing_support::largestAllocation(), 100000U);
+    }
+}
+
+// OpenEXR itself loses blocks when memory runs out while it reads a header; those before it starts are the picture's.
+TEST(ExrTest, EveryAllocationMayFail) {
+    const LeaksAllowed leaks;
+    for (const int tileSide : {0, 8}) {
+        for (const Imf::Compression compression :
+             {Imf::NO_COMPRESSION, Imf::ZIP_COMPRESSION, Imf::PIZ_COMPRESSION, Imf::DWAA_COMPRESSION}) {
+            FileSpec spec = colors(5, 40, Imf::HALF);
+            spec.compression = compression;
+            spec.tileSide = tileSide;
+            const Bytes bytes = write(spec, sampleAt);
+            EXPECT_FALSE(pixels(bytes).empty());  // what is made once is made
+            bool reached = true;
+            long failures = 0;
+            for (long n = 0; reached; ++n) {
+                const dib::FilePtr opened = testing_support::openBytes(bytes);
+                const long before = testing_support::liveAllocations();
+                bool result = false;
+                {
+                    const testing_support::FailNthAllocation failure(n);
+                    Picture picture;
+                    result = plugins::exr::read(opened.get(), picture, nullptr, nullptr);
+                    reached = failure.failed();
+                }
+                EXPECT_EQ(result, !reached) << n;
+                if (n < 2) {
+                    EXPECT_EQ(testing_support::liveAllocations(), before) << n;
+                }
+                if (reached) ++failures;
+            }
+            EXPECT_GT(failures, 20);
+        }
+    }
+}
+
+TEST(ExrTest, NothingIsLostByAFailure) {
+    for (const int tileSide : {0, 8}) {
+        FileSpec spec = colors(13, 20, Imf::HALF);
+        spec.tileSide = tileSide;
+        spec.compression = Imf::PIZ_COMPRESSION;
+        const Bytes whole = write(spec, sampleAt);
+        EXPECT_FALSE(pixels(whole).empty());  // what is made once is made
+        for (std::size_t length = 0; length < whole.size(); ++length) {
+            const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+            const long before = testing_support::liveAllocations();
+            EXPECT_TRUE(pixels(cut).empty());
+            ASSERT_EQ(testing_support::liveAllocations(), before) << length;
+        }
+        for (int stop = 0; stop < 20; ++stop) {
+            ProgressLog log;
+            log.fractions.reserve(20);
+            log.cancelAt = stop;
+            const long before = testing_support::liveAllocations();
+            {
+                Picture picture;
+                EXPECT_FALSE(read(whole, picture, &log));
+            }
+            ASSERT_EQ(testing_support::liveAllocations(), before) << stop;
+        }
+    }
+}
+
+TEST(ExrTest, TheBundleIsLoadedByTheLibrary) {
+    DibStream::SetDllFilePath(DIB_TEST_PLUGINS);
+    const TemporaryFile onDisk(".\xC3\xA4\xE2\x82\xAC.exr", write(colors(2, 1, Imf::HALF), gradesAt));
+    DibStream image;
+    ProgressLog log;
+    ASSERT_TRUE(LoadEXR(onDisk.path(), &image, ProgressLog::callback, &log));
+    EXPECT_TRUE(log.fractions.empty()) << "the library passes no progress function on";
+    ASSERT_EQ(image.Header->biBitCount, 32);
+    EXPECT_EQ(image.Header->biWidth, 2);
+    EXPECT_EQ(Bytes(image.Buffer, image.Buffer + 4), (Bytes{186, 255, 0, 117}));
+    EXPECT_FALSE(LoadEXR("nowhere.exr", &image, nullptr, nullptr));
+    EXPECT_FALSE(LoadEXR(DIB_TEST_TMP, &image, nullptr, nullptr)) << "a folder";
+    const TemporaryFile plain(".exr", write(colors(1, 1, Imf::HALF), gradesAt));
+    ASSERT_TRUE(LoadEXR(plain.widePath().c_str(), &image, nullptr, nullptr));
+    EXPECT_EQ(image.Header->biWidth, 1);
+    DibStream::SetDllFilePath("");
+}
+
+}  // namespace
