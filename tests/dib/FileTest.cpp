@@ -86,7 +86,7 @@ TEST(WriteRows, ShortWritesAreErrors) {
     rlimit old{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
     const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    for (const rlim_t room : {0, 1, 3, 5, 6}) {
+    for (const rlim_t room : {0U, 1U, 3U, 5U, 6U}) {
         const dib::FilePtr file(std::tmpfile());
         rlimit limited = old;
         limited.rlim_cur = room;
