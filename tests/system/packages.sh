@@ -50,6 +50,10 @@ for file in "$root/usr/bin/dib" "$library"/lib*.so "$library"/dibstream/plugins/
 done
 LD_LIBRARY_PATH="$library" ldd "$root/usr/bin/dib" | grep -F "$library/libdibstream.so.0" >/dev/null
 nm -D --defined-only "$library/dibstream/plugins/vexlibdds.bundle" | grep ' T LoadDDS$' >/dev/null
+if grep -q '^OpenEXR_DIR:PATH=/' "$work/build/CMakeCache.txt"; then
+    nm -D --defined-only "$library/dibstream/plugins/vexlibexr.bundle" | grep ' T LoadEXR$' >/dev/null
+    field dibstream-plugins Depends | grep -F 'libopenexr' >/dev/null
+fi
 
 export LD_LIBRARY_PATH="$library"
 dib() { "$root/usr/bin/dib" "$@"; }
