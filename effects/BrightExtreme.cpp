@@ -12,6 +12,7 @@
 #include "effects/EffectFrame.h"
 #include "effects/RankPixels.h"
 #include "effects/RankWindow.h"
+#include "effects/SourceRows.h"
 
 namespace {
 
@@ -30,12 +31,15 @@ struct Span {
     }
 };
 
+DIB_ALWAYS_INLINE void rankDarkness(std::int32_t* scores, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) scores[i] = dib::kWhiteBrightness - scores[i];
+}
+
 class ExtremeFilter {
 public:
-    ExtremeFilter(const DibStream& image, const dib::WorkingCopy& copy, const dib::Raster& raster,
-                  Extreme extreme, int radius, unsigned int flags)
+    ExtremeFilter(const DibStream& image, const dib::Raster& raster, Extreme extreme, int radius,
+                  unsigned int flags)
         : raster_(raster),
-          copy_(copy),
           extreme_(extreme),
           wrapY_((flags & DIB_WRAP_Y) != 0),
           // At 4 bits the two pixels of each byte are read in exchanged places; results have always come out
@@ -49,10 +53,15 @@ public:
           scratch_(padded_.width()),
           winners_(width()),
           rows_(width(), static_cast<std::size_t>(std::min<std::int64_t>(spanY_.length, raster.height))),
-          carriedAlpha_(~static_cast<std::uint32_t>(radius) & 255U) {}
+          carriedAlpha_(~static_cast<std::uint32_t>(radius) & 255U) {
+        // Each row is read once, before it is overwritten unless it comes round.
+        const auto after = static_cast<int>(spanY_.length - 1 - spanY_.before);
+        if (!sourceRows_.prepare(raster, 0, wrapY_ ? after : 0)) throw std::bad_alloc();
+    }
 
     void writeRow(int y) {
         slideTo(y);
+        sourceRows_.keepNext();
         rows_.best(winners_);
         if (raster_.bitCount >= 24) replaceLosers();
         pixels_.writeRow(raster_.row(y), winners_.value.data());
@@ -66,17 +75,19 @@ private:
         if (wrapY_) {
             if (y > 0) rows_.pop();
             for (; next_ < y + spanY_.length; ++next_) {
-                pushRow((next_ - spanY_.before + raster_.height) % raster_.height);
+                pushRow(static_cast<int>((next_ - spanY_.before + raster_.height) % raster_.height));
             }
         } else {
             if (y > spanY_.before) rows_.pop();
-            for (; next_ <= y + spanY_.before && next_ < raster_.height; ++next_) pushRow(next_);
+            for (; next_ <= y + spanY_.before && next_ < raster_.height; ++next_) {
+                pushRow(static_cast<int>(next_));
+            }
         }
     }
 
     // The winners along source row y.
-    void pushRow(std::int64_t y) {
-        pixels_.readRow(copy_.row(y), source_.value.data(), source_.score.data());
+    void pushRow(int y) {
+        pixels_.readRow(sourceRows_.row(y), source_.value.data(), source_.score.data());
         scoreRow();
         padRow();
         dib::bestAlongRow(padded_, static_cast<std::size_t>(spanX_.length), scratch_, winners_);
@@ -91,7 +102,7 @@ private:
                 source_.score[x] = (source_.value[x] == 0) == zeroIsBrighter;
         }
         if (extreme_ == Extreme::kBrightest) return;
-        for (std::int32_t& score : source_.score) score = dib::kWhiteBrightness - score;
+        dib::runKernel<rankDarkness>(source_.score.data(), source_.score.size());
     }
 
     // Lays the row out so that every neighbourhood is a run of spanX_.length candidates.
@@ -125,13 +136,13 @@ private:
     }
 
     const dib::Raster& raster_;
-    const dib::WorkingCopy& copy_;
     Extreme extreme_;
     bool wrapY_;
     dib::RankPixels pixels_;
     Span spanX_;
     Span spanY_;
     bool wrapX_;
+    dib::SourceRows sourceRows_;
     dib::RankRow source_;
     dib::RankRow padded_;
     dib::RankRow scratch_;
@@ -151,11 +162,9 @@ bool filterExtreme(const dib::Progress& progress, DibStream* image, Extreme extr
         return false;
     }
     if (raster.height < 1 || raster.width < 1) return dib::forEachRow(progress, raster.height, [](int) {});
-    const dib::WorkingCopy copy(*image);
-    if (!copy.ready()) return false;
     std::optional<ExtremeFilter> filter;
     try {
-        filter.emplace(*image, copy, raster, extreme, radius, flags);
+        filter.emplace(*image, raster, extreme, radius, flags);
     } catch (const std::bad_alloc&) {
         return false;
     }

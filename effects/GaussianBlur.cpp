@@ -1,10 +1,11 @@
 // The Gaussian blur: every pixel of a square times its weight, exactly, in two ways.
 //
-// Rows at the same distance above and below share their weights and are added up first, as are columns to
-// the left and right; what lies beyond the last weight is left out. Up to about half-size 42 the products are
-// summed. Above that the weights are few small integers: along a row they are a pile of runs, as many as the
-// weight in the middle. From one pixel to the next a run gains a sample and loses one, so the steps of the
-// result are sums of differences that fit 16 bits, and one running total per row turns them into the result.
+// Rows at the same distance above and below share their weights and are added up first; what lies beyond the last
+// weight is left out. Up to about half-size 42 the products are summed down each column, once for every distance
+// at which the column lies from a pixel, and those sums along the row. Above that the weights are few small
+// integers: along a row they are a pile of runs, as many as the weight in the middle. From one pixel to the next
+// a run gains a sample and loses one, so the steps of the result are sums of differences that fit 16 bits, and
+// one running total per row turns them into the result.
 
 #include <DibEffect.h>
 
@@ -16,11 +17,11 @@
 #include "effects/EffectFrame.h"
 #include "effects/GaussianKernel.h"
 #include "effects/GaussianRows.h"
+#include "effects/SourceRows.h"
 
 namespace {
 
 // Measured per sample in picoseconds (AVX2, 24 bits): a product, a run, and what each row of runs costs besides.
-// They meet near half-size 42.
 constexpr std::size_t kProductCost = 35;
 constexpr std::size_t kRunCost = 29;
 constexpr std::size_t kLineCost = 367;
@@ -28,16 +29,6 @@ constexpr std::size_t kLineCost = 367;
 DIB_ALWAYS_INLINE void addRows(const unsigned char* above, const unsigned char* below,
                                std::uint16_t* __restrict out, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<std::uint16_t>(above[i] + below[i]);
-}
-
-// The sums of two pairs of rows in the halves of each element.
-DIB_ALWAYS_INLINE void addRowPairs(const unsigned char* above, const unsigned char* below,
-                                   const unsigned char* nextAbove, const unsigned char* nextBelow,
-                                   std::uint32_t* __restrict out, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = (static_cast<std::uint32_t>(nextAbove[i]) + nextBelow[i]) << 16 |
-                 (static_cast<std::uint32_t>(above[i]) + below[i]);
-    }
 }
 
 // Turns the steps between the pixels of a row into the pixels, the first of which is given.
@@ -60,43 +51,51 @@ DIB_ALWAYS_INLINE void putHighHalves(const std::uint32_t* __restrict sums, unsig
     for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(sums[i] >> 16);
 }
 
+// Samples of a row whose columns are summed before the next ones; so many sums of a few distances stay in the
+// nearest cache.
+constexpr std::size_t kPiece = 4 * dib::kGaussianBlock;
+
 class GaussianFilter {
 public:
     GaussianFilter(const dib::GaussianKernel& kernel, unsigned int flags) : kernel_(kernel), flags_(flags) {}
 
-    bool prepare(const dib::WorkingCopy& source, const dib::Raster& image) {
-        source_ = &source;
+    bool prepare(const dib::Raster& image) {
         reach_ = kernel_.reach();
+        height_ = image.height;
         width_ = static_cast<std::size_t>(image.width);
         channels_ = static_cast<std::size_t>(image.bitCount) / 8;
         padding_ = static_cast<std::size_t>(reach_) * channels_;
-        const std::size_t samples = width_ * channels_;
-        const std::size_t slack = dib::kGaussianBlock + channels_;
+        padded_ = width_ * channels_ + 2 * padding_;
+        stride_ = (padded_ / kPiece + 2) * kPiece;
         columns_ = dib::edgeColumns(image.width, reach_, reach_, flags_);
-        rows_ = dib::edgeRows(image.height, reach_, reach_, flags_);
-        blank_ = dib::allocateZeroed<unsigned char>(samples);
-        sums_ = dib::allocateZeroed<std::uint32_t>(samples + slack);
-        if (!columns_ || !rows_ || !blank_ || !sums_) return false;
+        const std::size_t side = 2 * static_cast<std::size_t>(reach_) + 1;
+        // Behind the rows of a square a black one.
+        rows_ = dib::allocateZeroed<unsigned char>((side + 1) * stride_);
+        // Wrapped rows are wanted again at the end of the image.
+        const bool wrap = (flags_ & DIB_WRAP_Y) != 0;
+        if (!columns_ || !rows_ || !source_.prepare(image, 0, wrap ? std::min(reach_, height_) : 0))
+            return false;
         if (runsAreCheaper()) {
-            line_ = dib::allocateZeroed<std::uint16_t>(samples + 2 * padding_ + slack);
-            return line_ != nullptr && listRuns();
+            sums_ = dib::allocateZeroed<std::uint32_t>(stride_);
+            line_ = dib::allocateZeroed<std::uint16_t>(stride_);
+            return sums_ != nullptr && line_ != nullptr && listRuns();
         }
-        row_ = dib::allocateZeroed<std::uint32_t>(samples + 2 * padding_ + slack);
-        return row_ != nullptr && pairWeights();
+        pairs_ = dib::allocateArray<std::uint32_t>(pairCount() * kPiece);
+        const std::size_t distances = static_cast<std::size_t>(reach_) + 1;
+        sums_ = dib::allocateZeroed<std::uint32_t>(distances * pieceStride() + dib::kGaussianBlock);
+        return pairs_ != nullptr && sums_ != nullptr && pairWeights();
     }
 
     template <class Depth>
     void row(unsigned char* out, int y) {
-        const std::size_t samples = width_ * channels_;
-        if (samples == 0) return;
-        std::fill_n(sums_.get(), samples, 0U);
-        constexpr auto kChannels = static_cast<std::size_t>(Depth::kChannels);
+        if (width_ == 0) return;
+        for (int t = y == 0 ? -reach_ : y + reach_; t <= y + reach_; ++t) loadRow(t);
+        source_.keepNext();
         if (halves_ != nullptr) {
-            sumRuns<kChannels>(y);
+            sumRuns<static_cast<std::size_t>(Depth::kChannels)>(out, y);
         } else {
-            sumProducts<kChannels>(y);
+            sumProducts(out, y);
         }
-        dib::runKernel<putHighHalves>(static_cast<const std::uint32_t*>(sums_.get()), out, samples);
     }
 
 private:
@@ -111,17 +110,17 @@ private:
         return runs * kRunCost + (static_cast<std::size_t>(reach_) + 1) * kLineCost < products * kProductCost;
     }
 
-    // Weights of two rows at a time, the nearer in the low half.
+    std::size_t pairCount() const { return static_cast<std::size_t>(reach_) / 2 + 1; }
+    // Sums of a piece for one distance, behind those of the two paddings before it.
+    std::size_t pieceStride() const { return 2 * padding_ + kPiece; }
+
+    // For each column the weights of two rows at a time, the nearer in the low half.
     bool pairWeights() {
-        const std::size_t stride = static_cast<std::size_t>(reach_) + 1;
-        const std::size_t pairs = static_cast<std::size_t>(reach_) / 2 + 1;
-        weights_ = dib::allocateZeroed<std::uint32_t>(stride * pairs);
+        weights_ = dib::allocateZeroed<std::uint32_t>((static_cast<std::size_t>(reach_) + 1) * pairCount());
         if (weights_ == nullptr) return false;
-        for (int j = 0; j <= reach_; ++j) {
-            for (int i = 0; i <= reach_; ++i) {
-                weights_[static_cast<std::size_t>(j / 2) * stride + static_cast<std::size_t>(i)] |=
-                    kernel_.weight(i, j) << (j % 2 == 0 ? 0 : 16);
-            }
+        std::uint32_t* weights = weights_.get();
+        for (int i = 0; i <= reach_; ++i, weights += pairCount()) {
+            for (int j = 0; j <= reach_; ++j) weights[j / 2] |= kernel_.weight(i, j) << (j % 2 == 0 ? 0 : 16);
         }
         return true;
     }
@@ -143,44 +142,79 @@ private:
         return true;
     }
 
-    const unsigned char* sourceRow(int y) const {
-        const std::ptrdiff_t position = std::ptrdiff_t{y} + reach_;
-        return source_->row(rows_[static_cast<std::size_t>(position)]);
+    unsigned char* rowAt(int t) const {
+        const int side = 2 * reach_ + 1;
+        return rows_.get() + static_cast<std::size_t>((t + side) % side) * stride_;
     }
     // The row that is added to its counterpart; the middle row has none.
     const unsigned char* counterpart(int y, int distance) const {
-        return distance == 0 ? blank_.get() : sourceRow(y - distance);
+        return distance == 0 ? blackRow() : rowAt(y - distance);
+    }
+    const unsigned char* blackRow() const {
+        return rows_.get() + (2 * static_cast<std::size_t>(reach_) + 1) * stride_;
     }
 
-    template <std::size_t Channels>
-    void sumProducts(int y) {
-        const std::size_t stride = static_cast<std::size_t>(reach_) + 1;
+    // Position t of the vertical axis, with its edges resolved and the pixels beyond them filled in.
+    void loadRow(int t) {
+        unsigned char* row = rowAt(t);
+        std::memcpy(row + padding_, source_.row(dib::getLoopY(t, height_, flags_)), width_ * channels_);
+        const auto reach = static_cast<std::size_t>(reach_);
+        const auto fill = [&](std::size_t position) {
+            const auto from = static_cast<std::size_t>(columns_[position]);
+            std::copy_n(row + padding_ + from * channels_, channels_, row + position * channels_);
+        };
+        for (std::size_t i = 0; i < reach; ++i) {
+            fill(i);
+            fill(reach + width_ + i);
+        }
+    }
+
+    // Piece by piece from the left; results follow two paddings behind, when the columns on both sides are known.
+    void sumProducts(unsigned char* out, int y) {
         const std::size_t samples = width_ * channels_;
+        const std::size_t behind = 2 * padding_;
         const bool smallWeights = kernel_.weight(0, 0) < 0x8000;
-        for (int j = 0; j <= reach_; j += 2) {
+        for (std::size_t start = 0; start < samples + behind; start += kPiece) {
+            pairRows(y, start);
+            for (int i = 0; i <= reach_; ++i) {
+                std::uint32_t* sums = sums_.get() + static_cast<std::size_t>(i) * pieceStride();
+                std::memmove(sums, sums + kPiece, behind * sizeof *sums);
+                const std::uint32_t* weights = weights_.get() + static_cast<std::size_t>(i) * pairCount();
+                std::size_t count = pairCount();
+                while (count > 1 && weights[count - 1] == 0) --count;
+                dib::weighPairs(pairs_.get(), kPiece, weights, count, smallWeights, sums + behind, kPiece);
+            }
+            const std::size_t skipped = start < behind ? std::min(behind - start, kPiece) : 0;
+            const std::size_t end = std::min(kPiece, samples + behind - start);
+            if (skipped >= end) continue;
+            dib::gatherColumns(sums_.get() + padding_ + skipped, pieceStride(),
+                               static_cast<std::ptrdiff_t>(channels_), reach_,
+                               out + (start + skipped - behind), end - skipped);
+        }
+    }
+
+    // The rows around row y, added up and two by two, from a sample on.
+    void pairRows(int y, std::size_t start) {
+        std::uint32_t* pairs = pairs_.get();
+        for (int j = 0; j <= reach_; j += 2, pairs += kPiece) {
             const bool hasNext = j < reach_;
-            dib::runKernel<addRowPairs>(
-                sourceRow(y + j), counterpart(y, j), hasNext ? sourceRow(y + j + 1) : blank_.get(),
-                hasNext ? sourceRow(y - j - 1) : blank_.get(), row_.get() + padding_, samples);
-            padRow<Channels>(row_.get());
-            const std::uint32_t* weights = weights_.get() + static_cast<std::size_t>(j / 2) * stride;
-            std::ptrdiff_t count = reach_ + 1;
-            while (count > 1 && weights[count - 1] == 0) --count;
-            dib::addProducts(row_.get() + padding_, static_cast<std::ptrdiff_t>(channels_), weights, count,
-                             smallWeights, sums_.get(), samples);
+            dib::addRowPairs(rowAt(y + j) + start, counterpart(y, j) + start,
+                             (hasNext ? rowAt(y + j + 1) : blackRow()) + start,
+                             (hasNext ? rowAt(y - j - 1) : blackRow()) + start, pairs, kPiece);
         }
     }
 
     template <std::size_t Channels>
-    void sumRuns(int y) {
-        const std::size_t samples = width_ * channels_;
+    void sumRuns(unsigned char* out, int y) {
+        const std::size_t samples = width_ * Channels;
         const std::uint8_t* halves = halves_.get();
         std::uint32_t first[Channels] = {};
+        std::fill_n(sums_.get(), samples, 0U);
         for (int j = 0; j <= reach_; ++j) {
             const std::size_t runs = kernel_.weight(0, j);
             if (runs == 0) continue;
-            dib::runKernel<addRows>(sourceRow(y + j), counterpart(y, j), line_.get() + padding_, samples);
-            padRow<Channels>(line_.get());
+            const unsigned char* below = rowAt(y + j);
+            dib::runKernel<addRows>(below, counterpart(y, j), line_.get(), padded_);
             const int reach = halves[0];
             const std::uint16_t* tap = line_.get() + padding_ - static_cast<std::size_t>(reach) * Channels;
             for (int i = -reach; i <= reach; ++i, tap += Channels) {
@@ -191,36 +225,24 @@ private:
             halves += runs;
         }
         dib::runKernel<addUpSteps<Channels>>(sums_.get(), width_, static_cast<const std::uint32_t*>(first));
-    }
-
-    // Fills in the pixels beyond the edges.
-    template <std::size_t Channels, class Sample>
-    void padRow(Sample* row) {
-        const auto reach = static_cast<std::size_t>(reach_);
-        const auto fill = [&](std::size_t position) {
-            const auto from = static_cast<std::size_t>(columns_[position]);
-            std::memcpy(row + position * Channels, row + padding_ + from * Channels,
-                        Channels * sizeof(Sample));
-        };
-        for (std::size_t i = 0; i < reach; ++i) {
-            fill(i);
-            fill(reach + width_ + i);
-        }
+        dib::runKernel<putHighHalves>(static_cast<const std::uint32_t*>(sums_.get()), out, samples);
     }
 
     const dib::GaussianKernel& kernel_;
     unsigned int flags_;
-    const dib::WorkingCopy* source_ = nullptr;
+    dib::SourceRows source_;
     int reach_ = 0;
+    int height_ = 0;
     std::size_t width_ = 0;
     std::size_t channels_ = 0;
-    std::size_t padding_ = 0;  // samples in front of the row
+    std::size_t padding_ = 0;  // samples in front of the row, and behind it
+    std::size_t padded_ = 0;   // samples of a row with both
+    std::size_t stride_ = 0;   // the same in whole pieces, and one more
     dib::EdgeTable columns_;
-    dib::EdgeTable rows_;
-    dib::MallocPtr<unsigned char> blank_;    // a black row
-    dib::MallocPtr<std::uint32_t> row_;      // pairs of rows added up, with `reach` pixels on either side
-    dib::MallocPtr<std::uint16_t> line_;     // the same of one pair, when runs are summed
-    dib::MallocPtr<std::uint32_t> sums_;     // of the pixels of the result
+    dib::MallocPtr<unsigned char> rows_;   // of the square, padded
+    dib::MallocPtr<std::uint32_t> pairs_;  // of a piece of these rows
+    dib::MallocPtr<std::uint32_t> sums_;   // of a piece of columns by distance; of runs, the pixels of a row
+    dib::MallocPtr<std::uint16_t> line_;   // two rows added up, when runs are summed
     dib::MallocPtr<std::uint32_t> weights_;  // when products are summed
     dib::MallocPtr<std::uint8_t> halves_;    // when runs are
 };
@@ -232,6 +254,6 @@ bool DibEffectGaussianBlur(DibProgressCallback callback, void* user, DibStream* 
     if (image == nullptr || !(std::floor(radius) >= 0)) return false;
     if (radius < 1) return true;
     dib::GaussianKernel kernel;
-    return kernel.build(radius) && dib::filterImage<dib::Depth8, dib::Depth24, dib::Depth32>(
+    return kernel.build(radius) && dib::filterInPlace<dib::Depth8, dib::Depth24, dib::Depth32>(
                                        {callback, user}, image, GaussianFilter(kernel, flags));
 }

@@ -34,6 +34,14 @@ struct EffectCase {
 // A length whose plain loops end soon.
 int shortOf(const Parameters& p) { return p.whole % 32; }
 
+// Both ways of finding the middle, which change at radius 8, with their edges. The plain loops sort the square
+// around each pixel, so large ones go with small pictures.
+int rankRadiusOf(const Parameters& p) { return 1 + std::abs(shortOf(p)) % 9; }
+int middleRadiusOf(const DibStream& image, const Parameters& p) {
+    const int pixels = image.Header->biWidth * std::abs(image.Header->biHeight);
+    return pixels <= 256 ? rankRadiusOf(p) : 1 + std::abs(shortOf(p)) % 2;
+}
+
 // A picture of any depth and row order that the parameters tell.
 std::unique_ptr<DibStream> secondImage(const Parameters& p) {
     constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
@@ -112,24 +120,24 @@ const EffectCase kEffects[] = {
      },
      [](DibStream& image, const Parameters& p) { return reference::pickEdge(image, p.flags); }},
     {[](DibStream* image, const Parameters& p) {
-         return DibEffectBrightMax(nullptr, nullptr, image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+         return DibEffectBrightMax(nullptr, nullptr, image, rankRadiusOf(p), p.flags);
      },
      [](DibStream& image, const Parameters& p) {
-         reference::brightMax(image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+         reference::brightMax(image, rankRadiusOf(p), p.flags);
          return true;
      }},
     {[](DibStream* image, const Parameters& p) {
-         return DibEffectBrightMin(nullptr, nullptr, image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+         return DibEffectBrightMin(nullptr, nullptr, image, rankRadiusOf(p), p.flags);
      },
      [](DibStream& image, const Parameters& p) {
-         reference::brightMin(image, 1 + std::abs(shortOf(p)) % 4, p.flags);
+         reference::brightMin(image, rankRadiusOf(p), p.flags);
          return true;
      }},
     {[](DibStream* image, const Parameters& p) {
-         return DibEffectBrightMiddle(nullptr, nullptr, image, 1 + std::abs(shortOf(p)) % 2, p.flags);
+         return DibEffectBrightMiddle(nullptr, nullptr, image, middleRadiusOf(*image, p), p.flags);
      },
      [](DibStream& image, const Parameters& p) {
-         reference::brightMiddle(image, 1 + std::abs(shortOf(p)) % 2, p.flags);
+         reference::brightMiddle(image, middleRadiusOf(image, p), p.flags);
          return true;
      }},
     {[](DibStream* image, const Parameters& p) {

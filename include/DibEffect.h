@@ -8,7 +8,7 @@
 /// - **Result.** True when the effect ran to its end or had nothing to do (no rows, a parameter that changes
 ///   nothing). False, with the image as it was, when the image is null, has no header or no pixels, when its
 ///   depth is not among those that the effect accepts, when a parameter is outside its range or when memory
-///   for a working copy is short. False too when the callback cancelled. `DibStream::ErrorCode` never
+///   is short. False too when the callback cancelled. `DibStream::ErrorCode` never
 ///   changes.
 /// - **Progress.** The rows are finished from the top of the picture down. After row y the callback is told
 ///   (y + 1) / height; there is no call before the first row, and the last call says exactly 1. When the
@@ -241,7 +241,7 @@ DIB_EXPORT bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStr
 ///
 /// Sums and the square's area are 32-bit signed numbers that wrap: from radius 1451 on, bright channels no
 /// longer give their mean (at 16 bits from 4162). The wrapped area is odd, so it is never 0; channels keep
-/// the low byte of the quotient, and 16-bit pixels the low word of red x 1024 + green x 32 + blue.
+/// the low byte of the quotient, and 16-bit pixels the low 15 bits of red x 1024 + green x 32 + blue.
 /// @param radius 0 changes nothing and reports nothing; negative gives false.
 DIB_EXPORT bool DibEffectBlur(DibProgressCallback callback, void* user, DibStream* image, int radius,
                               unsigned int flags);
@@ -275,7 +275,8 @@ DIB_EXPORT bool DibEffectGaussianBlur(DibProgressCallback callback, void* user, 
 /// Smears the picture along one direction, as a moving camera does: the weighted mean of `length` samples at
 /// distances 0, 1, 2 ... from the pixel, the first weighing `length`, the last 1. Positions between pixels are
 /// sampled by `DibGetColor8` and its kin. 8, 16, 24 and 32 bits; bit 15 of a 16-bit pixel becomes 0. Sums and
-/// the total of the weights are kept in 32 bits and wrap. The time grows with `length`.
+/// the total of the weights are kept in 32 bits and wrap. The time grows with `length`; as a row is finished
+/// before the callback is asked, so does the time that a cancel waits.
 /// @param length Number of samples; 1 changes nothing and reports nothing, less gives false.
 /// @param angle  Direction in which the samples lie; 0 is to the right, positive angles turn towards the row
 ///               below. Only one side is sampled: for both, call twice with opposite angles.
@@ -321,6 +322,8 @@ DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, Dib
 /// Takes the pixel with (n + 1) / 2 brighter ones before it among the n of the neighbourhood: one step darker
 /// than the median. Of equally bright pixels the upper, in a row the left one, counts as brighter. At 1 bit
 /// the index is 1 where at least (n + 1) / 2 of the neighbourhood are 1, whatever the colour table says.
+///
+/// Above radius 7 the time grows with the radius, and with its square where pixels of the same brightness differ.
 /// @param radius As above; above 23169, where n passes 2^31 - 1, the result is false as for short memory.
 DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
                                       unsigned int flags);
@@ -346,7 +349,7 @@ DIB_EXPORT bool DibEffectPickEdge(DibProgressCallback callback, void* user, DibS
 /// becomes 127 (15 in the fields of 16 bits), but for the alpha near a clamped right edge, where
 /// `DibGetColor32` gives red instead. 8, 16, 24 and 32 bits.
 /// @param strength Contrast of the relief; any float, NaN gives 0 in every channel.
-/// @param distance In pixels; below 1 gives false. The time grows with it.
+/// @param distance In pixels; below 1 gives false. The time grows with it, and that which a cancel waits.
 /// @param angle    Direction that is ahead; 0 is to the right.
 /// @param flags    `DibEffectFlag`, as in `DibGetColor24`.
 DIB_EXPORT bool DibEffectEmboss(DibProgressCallback callback, void* user, DibStream* image, float strength,
@@ -441,7 +444,7 @@ DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibSt
 /// @param gamma Any float; numbers beyond an int end at its limits, NaN counts as 0.
 DIB_EXPORT bool DibEffectGammaCorrect(DibProgressCallback callback, void* user, DibStream* image, int low,
                                       int high, float gamma);
-/// A straight line through the middle of the range.
+/// A straight line through the middle of the range. Any floats; results beyond 0 and 255 end there, NaN gives 0.
 /// @param brightness Added, in fractions of the full range.
 /// @param contrast   Slope; 1 leaves values unchanged, 0 makes all of them 128.
 DIB_EXPORT bool DibEffectContrast(DibProgressCallback callback, void* user, DibStream* image,
