@@ -1,3 +1,11 @@
-#include "bench/Bench.h"
+#include <cstdlib>
 
-int main(int argc, char** argv) { return pb::benchMain(argc, argv); }
+#include "bench/Bench.h"
+#include "bench/PeakMemory.h"
+
+int main(int argc, char** argv) {
+    // Measured in runs of its own, which take as long again.
+    static bench::PeakMemory memory;
+    if (std::getenv("DIB_BENCH_MEMORY") != nullptr) benchmark::RegisterMemoryManager(&memory);
+    return pb::benchMain(argc, argv);
+}

@@ -3,7 +3,7 @@
 # usage: scripts/gallery.sh [FOLDER]     gallery-out/ when none is named
 #        scripts/gallery.sh --update     makes the contact sheet of the README anew: docs/gallery.jpg
 set -euo pipefail
-invoked_from="$PWD"
+folder="$(realpath -m -- "${1:-.}")"
 cd "$(dirname "$0")/.."
 sheet=""
 out="gallery-out"
@@ -11,7 +11,7 @@ if [ "${1:-}" = --update ]; then
     sheet="docs/gallery.jpg"
     out="build/gallery"
 elif [ $# -gt 0 ]; then
-    out="$(realpath -m "$invoked_from/$1")"
+    out="$folder"
 fi
 
 scripts/install-packages.sh build

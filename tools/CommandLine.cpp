@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "tools/BenchReport.h"
 #include "tools/Chain.h"
 #include "tools/Failure.h"
 #include "tools/Gallery.h"
@@ -17,14 +18,19 @@ namespace {
 
 constexpr const char* kProgressChoices = "auto|always|never";
 constexpr const char* kShells = "bash|zsh|fish";
-constexpr const char* kRunOperands = "INPUT [OPERATION]... OUTPUT";
 
-// The operands of `run` are one list of words, which says nothing of their order.
-class RunFormatter : public CLI::Formatter {
+// Commands whose operands are one list of words, which says nothing of their order.
+std::string_view operandsOf(std::string_view command) {
+    if (command == "run") return "INPUT [OPERATION]... OUTPUT";
+    if (command == "bench-report") return "RESULTS.json... OUTPUT";
+    return {};
+}
+
+class ListFormatter : public CLI::Formatter {
 public:
-    std::string make_usage(const CLI::App*, std::string name) const override {
-        return "Usage: " + name + " [OPTIONS] " + kRunOperands +
-               "\nINPUT and OUTPUT may be '-': standard input and standard output.\n";
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        return "Usage: " + name + " [OPTIONS] " + std::string(operandsOf(app->get_name())) +
+               "\nInputs and OUTPUT may be '-': standard input and standard output.\n";
     }
 };
 
@@ -44,7 +50,7 @@ bool showsProgress(const Request& request) {
 
 void declareRun(CLI::App& app, Request& request) {
     CLI::App* run = app.add_subcommand("run", "Takes a picture through operations, from left to right");
-    run->formatter(std::make_shared<RunFormatter>());
+    run->formatter(std::make_shared<ListFormatter>());
     run->add_option("chain", request.chain)->required()->group("");
     describeOption(
         run->add_option("--from", request.from, "Format of the input, instead of what the file tells"),
@@ -96,6 +102,16 @@ void declareGallery(CLI::App& app, Request& request) {
     describeProgress(gallery, request);
 }
 
+void declareBenchReport(CLI::App& app, Request& request) {
+    CLI::App* report = app.add_subcommand(
+        "bench-report", "Writes a page of plots of what benchmarks measured, ours and other programs'");
+    report->formatter(std::make_shared<ListFormatter>());
+    report->add_option("files", request.files)->required()->group("");
+    report->footer(
+        "RESULTS.json is what Google Benchmark writes with --benchmark_out. An OUTPUT with the extension\n"
+        "svg is the first plot of the page alone.");
+}
+
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
         throw Failure(kExitOutputFailed, "standard output: write file");
@@ -144,6 +160,14 @@ void executeGallery(const Request& request) {
     makeGallery(job);
 }
 
+void executeBenchReport(const Request& request) {
+    BenchReportJob job{request.files, {}};
+    if (job.inputs.size() < 2) throw usageFailure("bench-report: RESULTS.json and an OUTPUT are needed");
+    job.output = job.inputs.back();
+    job.inputs.pop_back();
+    makeBenchReport(job);
+}
+
 std::string helpOn(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) return app.help();
     if (const Operation* operation = findOperation(topic)) return operationHelp(*operation);
@@ -167,6 +191,7 @@ void declareCommands(CLI::App& app, Request& request) {
                    "FORMAT");
     declareLayers(app, request);
     declareGallery(app, request);
+    declareBenchReport(app, request);
     CLI::App* ops = app.add_subcommand("ops", "Lists the operations with their parameters");
     CLI::App* formatList = app.add_subcommand("formats", "Lists the file formats");
     for (CLI::App* listing : {info, ops, formatList})
@@ -191,6 +216,8 @@ void execute(const CLI::App& app, const Request& request) {
         executeLayers(request);
     } else if (app.got_subcommand("gallery")) {
         executeGallery(request);
+    } else if (app.got_subcommand("bench-report")) {
+        executeBenchReport(request);
     } else if (app.got_subcommand("ops")) {
         print(operationsText(request.asJson));
     } else if (app.got_subcommand("formats")) {
@@ -210,7 +237,8 @@ std::vector<CommandText> commandTexts(const CLI::App& app) {
         CommandText text{command->get_name(), {}, command->get_description(), {}};
         for (const CLI::Option* option : command->get_options()) {
             if (option->get_positional()) {
-                std::string operand = command->get_name() == "run" ? kRunOperands : option->get_name(true);
+                const std::string_view list = operandsOf(command->get_name());
+                std::string operand = list.empty() ? option->get_name(true) : std::string(list);
                 if (!option->get_required()) operand = "[" + operand + "]";
                 text.operands += (text.operands.empty() ? "" : " ") + operand;
             } else if (!option->get_lnames().empty()) {

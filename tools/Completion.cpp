@@ -193,7 +193,7 @@ std::string zshScript(const std::vector<CommandText>& commands) {
            "                _describe -t operations operation operations -S ''\n"
            "                _files\n"
            "            fi ;;\n"
-           "        info) _files ;;\n"
+           "        info|layers|gallery|bench-report) _files ;;\n"
            "        help) compadd -- " +
            joined(topics(commands)) +
            " ;;\n"

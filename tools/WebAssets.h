@@ -8,5 +8,6 @@ namespace tool {
 extern const std::string_view kBaseStyle;
 extern const std::string_view kGalleryStyle;
 extern const std::string_view kGalleryScript;
+extern const std::string_view kReportStyle;
 
 }  // namespace tool

@@ -115,6 +115,8 @@ TEST_F(Texts, ManPageIsCleanAndWhole) {
         for (const char c : operation.name) title += c == '-' ? std::string("\\-") : std::string(1, c);
         EXPECT_NE(man.output.find(title), std::string::npos) << operation.name;
     }
+    EXPECT_NE(man.output.find("\\fBgallery\\fR INPUT FOLDER\n"), std::string::npos);
+    EXPECT_NE(man.output.find("\\fBbench\\-report\\fR RESULTS.json... OUTPUT\n"), std::string::npos);
     if (!isInstalled("mandoc")) GTEST_SKIP() << "mandoc is not installed";
     writeFile("dib.1", man.output);
     const int status = std::system("mandoc -Tlint dib.1 > lint.txt 2>&1");
@@ -163,6 +165,7 @@ TEST_F(Completion, BashOffersWhatTheTableSays) {
     EXPECT_TRUE(offers("dib run --from=", "bmp"));
     EXPECT_EQ(offered("dib info --js"), Program::Words{"--json"});
     EXPECT_EQ(offered("dib gal"), Program::Words{"gallery"});
+    EXPECT_EQ(offered("dib be"), Program::Words{"bench-report"});
     EXPECT_EQ(offered("dib gallery --si"), Program::Words{"--side="});
 }
 

@@ -99,12 +99,17 @@ class Browser:
             raise RuntimeError(f"{expression}: {result['exceptionDetails']}")
         return result["result"].get("value")
 
-    def wait_until(self, expression):
-        for _ in range(600):
+    def becomes(self, expression):
+        """Whether an expression is true, now or soon: a page answers to a key when it comes to it."""
+        for _ in range(200):
             if self.value(expression):
-                return
+                return True
             time.sleep(0.05)
-        raise RuntimeError(f"never became true: {expression}")
+        return False
+
+    def wait_until(self, expression):
+        if not self.becomes(expression):
+            raise RuntimeError(f"never became true: {expression}")
 
     def press(self, key, code=None, text=None):
         numbers = {"Enter": 13, "Escape": 27, "Tab": 9, "ArrowLeft": 37, "ArrowRight": 39, "Home": 36, "End": 35}

@@ -34,44 +34,47 @@ def check_page(page, pictures):
 
 
 def check_keyboard(page):
+    def expect(expression, message):
+        check(page.becomes(expression), message)
+
+    def sample_has_focus(index):
+        return f"{ACTIVE}.closest('.sample') === document.querySelectorAll('.sample')[{index}]"
+
     # The first stop leads past the table of contents.
     page.press("Tab")
-    check(page.value(f"{ACTIVE}.className") == "skip", "the first stop is not the way to the pictures")
+    expect(f"{ACTIVE}.className === 'skip'", "the first stop is not the way to the pictures")
     page.press("Enter")
+    expect("location.hash === '#operations'", "the first stop does not lead to the pictures")
     page.press("Tab")
-    check(page.value(f"{ACTIVE}.closest('.sample') === document.querySelector('.sample')"),
-          "the second stop is not the first picture")
+    expect(sample_has_focus(0), "the second stop is not the first picture")
     page.press("Tab")
-    check(page.value(f"{ACTIVE}.closest('.sample') === document.querySelectorAll('.sample')[1]"),
-          "the third stop is not the second picture")
+    expect(sample_has_focus(1), "the third stop is not the second picture")
 
     page.press("Enter")
-    check(page.value("viewer.open"), "Enter does not open the picture")
-    check(page.value("document.getElementById('viewer-title').textContent === "
-                     "document.querySelectorAll('.sample')[1].dataset.chain"), "another picture was opened")
-    page.wait_until(LOADED)
-    check(page.value(f"{ACTIVE}.id") == "divider", "the divider cannot be moved at once")
-    before = page.value("getComputedStyle(stage).getPropertyValue('--at')")
+    expect("viewer.open", "Enter does not open the picture")
+    expect("document.getElementById('viewer-title').textContent === "
+           "document.querySelectorAll('.sample')[1].dataset.chain", "another picture was opened")
+    expect(LOADED, "the opened picture does not load")
+    expect(f"{ACTIVE}.id === 'divider'", "the divider cannot be moved at once")
+    place = "getComputedStyle(stage).getPropertyValue('--at')"
+    expect(f"{place} === '50%'", "the divider does not start in the middle")
     for _ in range(5):
         page.press("ArrowRight")
-    after = page.value("getComputedStyle(stage).getPropertyValue('--at')")
-    check((before, after) == ("50%", "55%"), f"the divider went from {before} to {after}")
+    expect(f"{place} === '55%'", "five strokes do not move the divider by five")
     page.press("ArrowLeft")
-    check(page.value("divider.value") == "54", "the divider does not go back")
+    expect(f"{place} === '54%'", "the divider does not go back")
     page.press("Home")
-    check(page.value("getComputedStyle(document.getElementById('stage-after')).clipPath").endswith("0%)"),
-          "the result is not shown whole")
+    expect("getComputedStyle(document.getElementById('stage-after')).clipPath.endsWith(' 0%)')",
+           "the result is not shown whole")
 
     for stop in ("previous", "next"):
         page.press("Tab")
-        check(page.value(f"{ACTIVE}.id") == stop, f"{stop} is no stop")
+        expect(f"{ACTIVE}.id === '{stop}'", f"{stop} is no stop")
     page.press("Enter")
-    check(page.value("document.getElementById('viewer-place').textContent").startswith("3 of "),
-          "the next picture is not shown")
+    expect("document.getElementById('viewer-place').textContent.startsWith('3 of ')", "the next picture is not shown")
     page.press("Escape")
-    check(not page.value("viewer.open"), "Escape does not close the picture")
-    check(page.value(f"{ACTIVE}.closest('.sample') === document.querySelectorAll('.sample')[2]"),
-          "the place on the page is lost")
+    expect("!viewer.open", "Escape does not close the picture")
+    expect(sample_has_focus(2), "the place on the page is lost")
 
 
 def check_width(page, width):
@@ -89,7 +92,7 @@ def main():
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     subprocess.run([make_sample, "480", "360", folder / "sample.bmp"], check=True)
-    subprocess.run([dib, "gallery", folder / "sample.bmp", folder / "gallery"], check=True)
+    subprocess.run([dib, "gallery", folder / "sample.bmp", folder / "gallery", "--side=240"], check=True)
     pictures = len(list((folder / "gallery/pictures").glob("*-[0-9].png")))
     check(pictures > 0, "no picture was written")
     url = (folder / "gallery/index.html").as_uri()
