@@ -1,4 +1,4 @@
-// Loops over packed pixels that the depth conversions share. All run through dib::runKernel; sources and
+// Loops over packed pixels that the depth conversions share. Most run through dib::runKernel; sources and
 // destinations never overlap.
 #ifndef DIB_PIXEL_KERNELS_H
 #define DIB_PIXEL_KERNELS_H

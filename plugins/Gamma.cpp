@@ -74,16 +74,6 @@ unsigned char gammaByte(float sample) {
     return curve.byte(sample);
 }
 
-unsigned char gammaByteOfHalf(std::uint16_t bits) {
-    static const auto bytes = [] {
-        std::array<unsigned char, 0x10000> all{};
-        for (unsigned i = 0; i < all.size(); ++i)
-            all[i] = gammaByte(floatOfHalf(static_cast<std::uint16_t>(i)));
-        return all;
-    }();
-    return bytes[bits];
-}
-
 float floatOfHalf(std::uint16_t bits) {
     const int exponent = bits >> 10 & 31;
     const auto fraction = static_cast<float>(bits & 1023);

@@ -9,9 +9,6 @@ namespace plugins {
 // floor(sample^0.45454543828964233 * 255 + 0.5) from 0 to 255; 0 for NaN and what is negative, 255 for infinity.
 unsigned char gammaByte(float sample);
 
-// The same for a half by its bits.
-unsigned char gammaByteOfHalf(std::uint16_t bits);
-
 float floatOfHalf(std::uint16_t bits);
 
 }  // namespace plugins

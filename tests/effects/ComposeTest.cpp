@@ -1,6 +1,7 @@
 #include <DibCodec.h>
 #include <DibEffect.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <climits>
@@ -492,6 +493,12 @@ TEST_F(ComposeFile, TheExtensionAloneTellsTheFormat) {
     }
     EXPECT_EQ(over(bmp("a.gz.bmp")), 0x314A63U);
     EXPECT_EQ(over(""), kRefused);
+}
+
+TEST_F(ComposeFile, FilesOfOtherExtensionsAreNotOpened) {
+    // To open a pipe that nobody writes to would wait for ever.
+    ASSERT_EQ(mkfifo(at("pipe.jpeg").c_str(), 0600), 0);
+    EXPECT_EQ(over(at("pipe.jpeg")), kRefused);
 }
 
 TEST_F(ComposeFile, DotsInFoldersAreNoExtension) {

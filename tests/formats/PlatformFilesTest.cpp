@@ -4,6 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "tests/formats/CodecTest.h"
 
 namespace {
@@ -177,6 +180,36 @@ TEST_F(PlatformFiles, SavingAndLoadingNeedSomething) {
     EXPECT_FALSE(LoadPNG(static_cast<const char*>(nullptr), &empty, nullptr, nullptr));
     EXPECT_FALSE(LoadPNG(static_cast<const wchar_t*>(nullptr), &empty, nullptr, nullptr));
     EXPECT_EQ(empty.ErrorCode, 0);
+}
+
+TEST_F(PlatformFiles, PngFilesHaveFourChannelsOfAByte) {
+    DibStream indexed;
+    ASSERT_TRUE(indexed.Create(1, 1, 8));
+    indexed.Buffer[0] = 3;
+    unsigned char* table = reinterpret_cast<unsigned char*>(indexed.Header) + 40;
+    std::memcpy(table + 3 * 4, "\x0B\x15\x1F", 3);
+    ASSERT_TRUE(SavePNG(path("indexed").c_str(), &indexed, nullptr, nullptr));
+    const Bytes file = read("indexed");
+    ASSERT_GT(file.size(), 26U);
+    EXPECT_EQ(file[24], 8);
+    EXPECT_EQ(file[25], 6);
+    DibStream loaded;
+    ASSERT_TRUE(LoadPNG(path("indexed").c_str(), &loaded, nullptr, nullptr));
+    EXPECT_EQ(loaded.Header->biBitCount, 32);
+    EXPECT_EQ(rowBytes(loaded, 0), (Bytes{11, 21, 31, 255}));
+}
+
+TEST_F(PlatformFiles, JpegFilesHaveQuality90AndHalvedColors) {
+    ASSERT_TRUE(SaveJPEG(path("jpeg").c_str(), image_.get(), nullptr, nullptr));
+    const Bytes file = read("jpeg");
+    // The first table of quantization starts 3, 2 where quality 50 has 16, 11.
+    const Bytes quality = {0xFF, 0xDB, 0x00, 0x43, 0x00, 0x03, 0x02};
+    const auto table = std::search(file.begin(), file.end(), quality.begin(), quality.end());
+    EXPECT_NE(table, file.end());
+    // Frame: 8 bits, 30 rows of 40, three components, the first sampled twice as often both ways.
+    const Bytes frame = {0xFF, 0xC0, 0x00, 0x11, 8, 0, 30, 0, 40, 3, 1, 0x22};
+    const auto start = std::search(file.begin(), file.end(), frame.begin(), frame.end());
+    EXPECT_NE(start, file.end());
 }
 
 }  // namespace
