@@ -34,12 +34,15 @@ struct EffectCase {
 // A length whose plain loops end soon.
 int shortOf(const Parameters& p) { return p.whole % 32; }
 
-// Both ways of finding the middle, which change at radius 8, with their edges. The plain loops sort the square
-// around each pixel, so large ones go with small pictures.
+// The plain loops go over the square around each pixel, or sort it, so large squares go with small pictures.
+int pixelsOf(const DibStream& image) { return image.Header->biWidth * std::abs(image.Header->biHeight); }
+int boxRadiusOf(const DibStream& image, const Parameters& p) {
+    return p.whole % (pixelsOf(image) <= 64 ? 100 : 12);
+}
+// Both ways of finding the middle, which change at radius 8, with their edges.
 int rankRadiusOf(const Parameters& p) { return 1 + std::abs(shortOf(p)) % 9; }
 int middleRadiusOf(const DibStream& image, const Parameters& p) {
-    const int pixels = image.Header->biWidth * std::abs(image.Header->biHeight);
-    return pixels <= 256 ? rankRadiusOf(p) : 1 + std::abs(shortOf(p)) % 2;
+    return pixelsOf(image) <= 256 ? rankRadiusOf(p) : 1 + std::abs(shortOf(p)) % 2;
 }
 
 // A picture of any depth and row order that the parameters tell.
@@ -85,9 +88,11 @@ const EffectCase kEffects[] = {
          return reference::whirl(image, p.real[0], p.real[1], p.real[2], p.flags);
      }},
     {[](DibStream* image, const Parameters& p) {
-         return DibEffectBlur(nullptr, nullptr, image, p.whole % 40, p.flags);
+         return DibEffectBlur(nullptr, nullptr, image, boxRadiusOf(*image, p), p.flags);
      },
-     [](DibStream& image, const Parameters& p) { return reference::blur(image, p.whole % 40, p.flags); }},
+     [](DibStream& image, const Parameters& p) {
+         return reference::blur(image, boxRadiusOf(image, p), p.flags);
+     }},
     {[](DibStream* image, const Parameters& p) {
          return DibEffectBlurLittle(nullptr, nullptr, image, p.flags);
      },

@@ -1,6 +1,7 @@
 #include <DibEffect.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <vector>
 
@@ -169,6 +170,31 @@ TEST(Blur, RecordsPassTheirFieldsOn) {
 
 // The two sums where a quotient changes, for every quotient, at every radius that is divided by
 // multiplication: in between the rounded product can only rise.
+// Columns of white up to radius 63 sum up to 32385, which 16 bits hold with a sign, and beyond that to more.
+TEST(Blur, WhiteStaysWhiteAndAnEdgeIsSharedWhereColumnSumsWiden) {
+    for (const int radius : {62, 63, 64, 127, 128}) {
+        for (const int depth : {8, 24, 32}) {
+            for (const unsigned flags : {0U, 3U}) {
+                const DibPtr image = blankImage(300, 2, depth);
+                std::fill_n(image->Buffer, static_cast<std::size_t>(image->GetPitch()) * 2, 255);
+                EXPECT_TRUE(DibEffectBlur(nullptr, nullptr, image.get(), radius, flags));
+                const std::uint32_t white = depth == 8 ? 255U : depth == 24 ? 0xFFFFFFU : 0xFFFFFFFFU;
+                for (const int x : {0, 150, 299}) EXPECT_EQ(pixelValue(*image, x, 1), white) << radius;
+            }
+        }
+    }
+    // 150 black columns, 150 white ones: next to the edge 63 of 127 are white, or 64.
+    std::vector<std::uint32_t> row(300, 0);
+    std::fill(row.begin() + 150, row.end(), 255U);
+    const std::vector<std::uint32_t> result = blurred(row, 63, 0);
+    EXPECT_EQ(result[86], 0U);
+    EXPECT_EQ(result[87], 2U);     // 255 / 127
+    EXPECT_EQ(result[149], 126U);  // 63 x 255 / 127
+    EXPECT_EQ(result[150], 128U);  // 64 x 255 / 127
+    EXPECT_EQ(result[212], 252U);  // 126 x 255 / 127
+    EXPECT_EQ(result[213], 255U);
+}
+
 TEST(BoxMean, IsExactAtEveryStepOfEveryRadius) {
     for (int radius = 1; radius <= 1450; ++radius) {
         const dib::BoxMean mean(radius);
