@@ -11,6 +11,7 @@
 #include "tools/Gallery.h"
 #include "tools/Layers.h"
 #include "tools/Listings.h"
+#include "tools/PluginFolder.h"
 
 namespace tool {
 
@@ -44,6 +45,13 @@ void describeProgress(CLI::App* command, Request& request) {
                    kProgressChoices);
 }
 
+void describePlugins(CLI::App* command, Request& request) {
+    describeOption(
+        command->add_option("--plugins", request.plugins,
+                            "Folder of the plug-ins for EXR and DDS files, instead of the installed one"),
+        "FOLDER");
+}
+
 bool showsProgress(const Request& request) {
     return request.progress == "always" || (request.progress == "auto" && isatty(STDERR_FILENO) != 0);
 }
@@ -58,6 +66,7 @@ void declareRun(CLI::App& app, Request& request) {
     describeOption(
         run->add_option("--to", request.to, "Format of the output, instead of what its name tells"),
         "FORMAT");
+    describePlugins(run, request);
     describeProgress(run, request);
     run->footer([] { return "Operations (`dib help OPERATION` tells more):\n" + operationSummary(); });
 }
@@ -99,6 +108,7 @@ void declareGallery(CLI::App& app, Request& request) {
                                         std::to_string(request.side) + " when it is not given")
                        ->check(CLI::Range(kSmallestGallerySide, kLargestGallerySide).description("")),
                    "PIXELS");
+    describePlugins(gallery, request);
     describeProgress(gallery, request);
 }
 
@@ -189,6 +199,7 @@ void declareCommands(CLI::App& app, Request& request) {
     info->add_option("FILE...", request.files, "Pictures; '-' is standard input")->type_name("")->required();
     describeOption(info->add_option("--from", request.from, "Format of the files, instead of what they tell"),
                    "FORMAT");
+    describePlugins(info, request);
     declareLayers(app, request);
     declareGallery(app, request);
     declareBenchReport(app, request);
@@ -208,6 +219,7 @@ void declareCommands(CLI::App& app, Request& request) {
 }
 
 void execute(const CLI::App& app, const Request& request) {
+    usePluginFolder(request.plugins);
     if (app.got_subcommand("run")) {
         executeRun(request);
     } else if (app.got_subcommand("info")) {

@@ -20,6 +20,7 @@ struct Request {
     int side = 0;
     std::string from;
     std::string to;
+    std::string plugins;
     std::string progress = "auto";
     std::string topic;
     std::string shell;

@@ -14,6 +14,7 @@ std::span<const Format> bmpFormats();
 std::span<const Format> simpleFormats();
 std::span<const Format> psdFormats();
 std::span<const Format> platformFormats();
+std::span<const Format> pluginFormats();
 
 std::span<const Format> formats() {
     static const std::vector<Format> all = [] {
@@ -23,6 +24,7 @@ std::span<const Format> formats() {
                  simpleFormats(),
                  psdFormats(),
                  platformFormats(),
+                 pluginFormats(),
              }) {
             rows.insert(rows.end(), area.begin(), area.end());
         }

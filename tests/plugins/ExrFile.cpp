@@ -29,10 +29,10 @@ Imath::Box2i boxOf(const Window& window) {
 // The samples of a file's channels, in the channels' own types.
 class Samples {
 public:
-    Samples(const FileSpec& spec, const Sampler& sampler) {
-        for (std::size_t i = 0; i < spec.channels.size(); ++i) {
-            planes_.push_back(planeOf(spec, i, sampler));
-            frame.insert(spec.channels[i].name, sliceOf(spec, i));
+    Samples(const FileSpec& layout, const Sampler& sampler) {
+        for (std::size_t i = 0; i < layout.channels.size(); ++i) {
+            planes_.push_back(planeOf(layout, i, sampler));
+            frame.insert(layout.channels[i].name, sliceOf(layout, i));
         }
     }
     Imf::FrameBuffer frame;
@@ -40,32 +40,32 @@ public:
 private:
     static std::size_t sizeOf(Imf::PixelType type) { return type == Imf::HALF ? 2 : 4; }
 
-    static std::vector<char> planeOf(const FileSpec& spec, std::size_t i, const Sampler& sampler) {
+    static std::vector<char> planeOf(const FileSpec& layout, std::size_t i, const Sampler& sampler) {
         std::vector<char> plane;
         const auto append = [&plane](auto value) {
             char bytes[sizeof value];
             std::memcpy(bytes, &value, sizeof value);
             plane.insert(plane.end(), bytes, bytes + sizeof value);
         };
-        for (int y = spec.data.top; y <= spec.data.bottom; ++y) {
-            for (int x = spec.data.left; x <= spec.data.right; ++x) {
+        for (int y = layout.data.top; y <= layout.data.bottom; ++y) {
+            for (int x = layout.data.left; x <= layout.data.right; ++x) {
                 const float sample = sampler(i, x, y);
-                if (spec.channels[i].type == Imf::HALF) append(Imath::half(sample));
-                if (spec.channels[i].type == Imf::FLOAT) append(sample);
-                if (spec.channels[i].type == Imf::UINT) append(static_cast<unsigned>(sample));
+                if (layout.channels[i].type == Imf::HALF) append(Imath::half(sample));
+                if (layout.channels[i].type == Imf::FLOAT) append(sample);
+                if (layout.channels[i].type == Imf::UINT) append(static_cast<unsigned>(sample));
             }
         }
         return plane;
     }
 
     // Coordinates are divided by the sampling, so that a coarse channel uses the first samples of its plane.
-    Imf::Slice sliceOf(const FileSpec& spec, std::size_t i) {
-        const ChannelSpec& channel = spec.channels[i];
+    Imf::Slice sliceOf(const FileSpec& layout, std::size_t i) {
+        const ChannelSpec& channel = layout.channels[i];
         const std::size_t pixel = sizeOf(channel.type);
-        const auto width = static_cast<std::size_t>(spec.data.right - spec.data.left + 1);
+        const auto width = static_cast<std::size_t>(layout.data.right - layout.data.left + 1);
         const std::ptrdiff_t origin =
-            spec.data.top / channel.sampling * static_cast<std::ptrdiff_t>(width * pixel) +
-            spec.data.left / channel.sampling * static_cast<std::ptrdiff_t>(pixel);
+            layout.data.top / channel.sampling * static_cast<std::ptrdiff_t>(width * pixel) +
+            layout.data.left / channel.sampling * static_cast<std::ptrdiff_t>(pixel);
         return {channel.type,  planes_[i].data() - origin, pixel,
                 width * pixel, channel.sampling,           channel.sampling};
     }
@@ -73,17 +73,17 @@ private:
     std::vector<std::vector<char>> planes_;
 };
 
-Imf::Header headerOf(const FileSpec& spec) {
-    Imf::Header header(boxOf(spec.display), boxOf(spec.data));
-    header.compression() = spec.compression;
-    header.lineOrder() = spec.isBottomUp ? Imf::DECREASING_Y : Imf::INCREASING_Y;
-    for (const ChannelSpec& channel : spec.channels) {
+Imf::Header headerOf(const FileSpec& layout) {
+    Imf::Header header(boxOf(layout.display), boxOf(layout.data));
+    header.compression() = layout.compression;
+    header.lineOrder() = layout.isBottomUp ? Imf::DECREASING_Y : Imf::INCREASING_Y;
+    for (const ChannelSpec& channel : layout.channels) {
         header.channels().insert(channel.name,
                                  Imf::Channel(channel.type, channel.sampling, channel.sampling));
     }
-    if (spec.tileSide > 0) {
-        const auto side = static_cast<unsigned>(spec.tileSide);
-        header.setTileDescription(Imf::TileDescription(side, side, spec.levels));
+    if (layout.tileSide > 0) {
+        const auto side = static_cast<unsigned>(layout.tileSide);
+        header.setTileDescription(Imf::TileDescription(side, side, layout.levels));
     }
     return header;
 }
@@ -95,15 +95,15 @@ Bytes bytesOf(const Imf::StdOSStream& stream) {
 
 }  // namespace
 
-Bytes write(const FileSpec& spec, const Sampler& sampler) {
-    const Samples samples(spec, sampler);
+Bytes write(const FileSpec& layout, const Sampler& sampler) {
+    const Samples samples(layout, sampler);
     Imf::StdOSStream stream;
-    if (spec.tileSide == 0) {
-        Imf::OutputFile file(stream, headerOf(spec), 0);
+    if (layout.tileSide == 0) {
+        Imf::OutputFile file(stream, headerOf(layout), 0);
         file.setFrameBuffer(samples.frame);
-        file.writePixels(spec.data.bottom - spec.data.top + 1);
+        file.writePixels(layout.data.bottom - layout.data.top + 1);
     } else {
-        Imf::TiledOutputFile file(stream, headerOf(spec), 0);
+        Imf::TiledOutputFile file(stream, headerOf(layout), 0);
         file.setFrameBuffer(samples.frame);
         // The smaller levels show the corner of the same picture.
         for (int y = 0; y < file.numYLevels(); ++y) {
@@ -127,11 +127,11 @@ Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler) {
     {
         Imf::MultiPartOutputFile file(stream, headers, 2, false, 0);
         int index = 0;
-        for (const FileSpec& spec : {first, second}) {
-            const Samples samples(spec, sampler);
+        for (const FileSpec& layout : {first, second}) {
+            const Samples samples(layout, sampler);
             Imf::OutputPart part(file, index++);
             part.setFrameBuffer(samples.frame);
-            part.writePixels(spec.data.bottom - spec.data.top + 1);
+            part.writePixels(layout.data.bottom - layout.data.top + 1);
         }
     }
     return bytesOf(stream);

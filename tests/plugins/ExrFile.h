@@ -42,7 +42,7 @@ struct FileSpec {
 // The sample of a channel, by its place in the list, at coordinates of the data window.
 using Sampler = std::function<float(std::size_t channel, int x, int y)>;
 
-Bytes write(const FileSpec& spec, const Sampler& sampler);
+Bytes write(const FileSpec& layout, const Sampler& sampler);
 // Two parts, of which the second is one pixel.
 Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler);
 Bytes writeDeep();

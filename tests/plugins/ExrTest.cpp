@@ -85,17 +85,17 @@ float sampleAt(std::size_t channel, int x, int y) {
 }
 
 FileSpec colors(int width, int height, Imf::PixelType type) {
-    FileSpec spec;
-    spec.data = {0, 0, width - 1, height - 1};
-    spec.display = spec.data;
-    for (const char* name : {"A", "B", "G", "R"}) spec.channels.push_back({name, type});
-    return spec;
+    FileSpec layout;
+    layout.data = {0, 0, width - 1, height - 1};
+    layout.display = layout.data;
+    for (const char* name : {"A", "B", "G", "R"}) layout.channels.push_back({name, type});
+    return layout;
 }
 
 FileSpec onePixel(const std::vector<ChannelSpec>& channels) {
-    FileSpec spec;
-    spec.channels = channels;
-    return spec;
+    FileSpec layout;
+    layout.channels = channels;
+    return layout;
 }
 
 // 0.18, 0.5, 1 and 0, by the place in the list.
@@ -130,11 +130,11 @@ TEST(ExrTest, ChannelsByName) {
 }
 
 TEST(ExrTest, LuminanceAloneIsGrey) {
-    FileSpec spec = onePixel({{"Y", Imf::HALF}});
-    spec.data = {0, 0, 1, 1};
+    FileSpec layout = onePixel({{"Y", Imf::HALF}});
+    layout.data = {0, 0, 1, 1};
     Picture picture;
-    ASSERT_TRUE(
-        read(write(spec, [](std::size_t, int x, int y) { return x == 1 && y == 0 ? 1.0F : 0.5F; }), picture));
+    ASSERT_TRUE(read(write(layout, [](std::size_t, int x, int y) { return x == 1 && y == 0 ? 1.0F : 0.5F; }),
+                     picture));
     EXPECT_EQ(picture.header().biBitCount, 8);
     EXPECT_EQ(picture.header().biClrUsed, 256U);
     EXPECT_EQ(picture.row(0)[0], 186);
@@ -145,9 +145,9 @@ TEST(ExrTest, LuminanceAloneIsGrey) {
 
 TEST(ExrTest, WhatIsNoPictureIsRefused) {
     const auto refuses = [](const std::vector<ChannelSpec>& channels) {
-        FileSpec spec = onePixel(channels);
-        spec.data = {0, 0, 1, 1};
-        return pixels(write(spec, gradesAt)).empty();
+        FileSpec layout = onePixel(channels);
+        layout.data = {0, 0, 1, 1};
+        return pixels(write(layout, gradesAt)).empty();
     };
     EXPECT_TRUE(refuses({{"Z", Imf::FLOAT}}));
     EXPECT_TRUE(refuses({{"diffuse.R", Imf::FLOAT}})) << "a layer";
@@ -172,9 +172,9 @@ TEST(ExrTest, SamplesOutsideTheCurve) {
                             6e-8F,
                             0.0F};
     for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
-        FileSpec spec = onePixel({{"Y", type}});
-        spec.data = {0, 0, 7, 0};
-        const Bytes seen = pixels(write(spec, [&](std::size_t, int x, int) { return values[x]; }));
+        FileSpec layout = onePixel({{"Y", type}});
+        layout.data = {0, 0, 7, 0};
+        const Bytes seen = pixels(write(layout, [&](std::size_t, int x, int) { return values[x]; }));
         EXPECT_EQ(seen, (Bytes{0, 255, 255, 0, 0, 255, 0, 0})) << type;
     }
 }
@@ -195,10 +195,10 @@ TEST(ExrTest, EveryCompressionInLinesAndTiles) {
         for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
             for (const int tileSide : {0, 16}) {
                 for (const auto& [width, height] : {std::pair{67, 45}, std::pair{1, 1}, std::pair{3, 270}}) {
-                    FileSpec spec = colors(width, height, type);
-                    spec.compression = compression.compression;
-                    spec.tileSide = tileSide;
-                    const Bytes bytes = write(spec, sampleAt);
+                    FileSpec layout = colors(width, height, type);
+                    layout.compression = compression.compression;
+                    layout.tileSide = tileSide;
+                    const Bytes bytes = write(layout, sampleAt);
                     EXPECT_EQ(pixels(bytes), expectedPixels(bytes))
                         << compression.name << " " << type << " tiles " << tileSide << " " << width;
                 }
@@ -215,9 +215,9 @@ TEST(ExrTest, ChunksOfNoise) {
     };
     for (const NamedCompression& compression : kCompressions) {
         for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
-            FileSpec spec = colors(20, 128, type);
-            spec.compression = compression.compression;
-            const Bytes bytes = write(spec, noise);
+            FileSpec layout = colors(20, 128, type);
+            layout.compression = compression.compression;
+            const Bytes bytes = write(layout, noise);
             EXPECT_EQ(pixels(bytes), expectedPixels(bytes)) << compression.name << " " << type;
         }
     }
@@ -229,12 +229,12 @@ TEST(ExrTest, TheDataWindowIsThePicture) {
           exr_test::Window{-200, -300, 20, -280}}) {
         for (const int tileSide : {0, 8}) {
             for (const bool isBottomUp : {false, true}) {
-                FileSpec spec = colors(16, 16, Imf::HALF);
-                spec.data = data;
-                spec.tileSide = tileSide;
-                spec.isBottomUp = isBottomUp;
-                spec.compression = Imf::ZIP_COMPRESSION;
-                const Bytes bytes = write(spec, sampleAt);
+                FileSpec layout = colors(16, 16, Imf::HALF);
+                layout.data = data;
+                layout.tileSide = tileSide;
+                layout.isBottomUp = isBottomUp;
+                layout.compression = Imf::ZIP_COMPRESSION;
+                const Bytes bytes = write(layout, sampleAt);
                 Picture picture;
                 ASSERT_TRUE(read(bytes, picture)) << data.left << " " << tileSide;
                 EXPECT_EQ(picture.header().biWidth, data.right - data.left + 1);
@@ -247,10 +247,10 @@ TEST(ExrTest, TheDataWindowIsThePicture) {
 
 TEST(ExrTest, OfLevelsTheLargestAndOfPartsTheFirst) {
     for (const Imf::LevelMode levels : {Imf::MIPMAP_LEVELS, Imf::RIPMAP_LEVELS}) {
-        FileSpec spec = colors(33, 21, Imf::HALF);
-        spec.tileSide = 8;
-        spec.levels = levels;
-        const Bytes bytes = write(spec, sampleAt);
+        FileSpec layout = colors(33, 21, Imf::HALF);
+        layout.tileSide = 8;
+        layout.levels = levels;
+        const Bytes bytes = write(layout, sampleAt);
         EXPECT_EQ(pixels(bytes), expectedPixels(bytes)) << levels;
     }
     const Bytes parts = exr_test::writeTwoParts(colors(9, 20, Imf::FLOAT), sampleAt);
@@ -260,10 +260,10 @@ TEST(ExrTest, OfLevelsTheLargestAndOfPartsTheFirst) {
 
 TEST(ExrTest, ProgressIsToldAfterEachLineAndCanStop) {
     for (const int tileSide : {0, 2}) {
-        FileSpec spec = colors(5, 4, Imf::HALF);
-        spec.tileSide = tileSide;
-        spec.compression = Imf::ZIP_COMPRESSION;
-        const Bytes bytes = write(spec, sampleAt);
+        FileSpec layout = colors(5, 4, Imf::HALF);
+        layout.tileSide = tileSide;
+        layout.compression = Imf::ZIP_COMPRESSION;
+        const Bytes bytes = write(layout, sampleAt);
         ProgressLog all;
         Picture picture;
         ASSERT_TRUE(read(bytes, picture, &all));
@@ -283,10 +283,10 @@ TEST(ExrTest, CutFilesAreRefused) {
     for (const int tileSide : {0, 8}) {
         for (const Imf::Compression compression :
              {Imf::NO_COMPRESSION, Imf::ZIP_COMPRESSION, Imf::PIZ_COMPRESSION}) {
-            FileSpec spec = colors(13, 20, Imf::HALF);
-            spec.tileSide = tileSide;
-            spec.compression = compression;
-            const Bytes whole = write(spec, sampleAt);
+            FileSpec layout = colors(13, 20, Imf::HALF);
+            layout.tileSide = tileSide;
+            layout.compression = compression;
+            const Bytes whole = write(layout, sampleAt);
             ASSERT_FALSE(pixels(whole).empty());
             codec_test::forEveryTruncation(whole, [&](const Bytes& cut, std::size_t length) {
                 EXPECT_TRUE(pixels(cut).empty()) << length << " of " << whole.size();
@@ -297,9 +297,9 @@ TEST(ExrTest, CutFilesAreRefused) {
 
 TEST(ExrTest, FlippedBitsEndInAResult) {
     for (const NamedCompression& compression : kCompressions) {
-        FileSpec spec = colors(13, 20, Imf::HALF);
-        spec.compression = compression.compression;
-        const Bytes whole = write(spec, sampleAt);
+        FileSpec layout = colors(13, 20, Imf::HALF);
+        layout.compression = compression.compression;
+        const Bytes whole = write(layout, sampleAt);
         const std::size_t size = pixels(whole).size();
         int refused = 0;
         for (std::size_t bit = 0; bit < whole.size() * 8; bit += bit < 2800 ? 3 : 61) {
@@ -331,10 +331,10 @@ Bytes withWindow(Bytes bytes, const exr_test::Window& window) {
 TEST(ExrTest, SizesAreRefusedBeforeMemoryIsAsked) {
     constexpr int kMost = std::numeric_limits<int>::max();
     for (const int tileSide : {0, 16}) {
-        FileSpec spec = colors(4, 4, Imf::HALF);
-        spec.tileSide = tileSide;
-        const Bytes small = write(spec, sampleAt);
-        ASSERT_FALSE(pixels(withWindow(small, spec.data)).empty());
+        FileSpec layout = colors(4, 4, Imf::HALF);
+        layout.tileSide = tileSide;
+        const Bytes small = write(layout, sampleAt);
+        ASSERT_FALSE(pixels(withWindow(small, layout.data)).empty());
         testing_support::resetLargestAllocation();
         for (const exr_test::Window& window :
              {exr_test::Window{0, 0, 30000, 30000}, exr_test::Window{0, 0, 3, kMost - 1},
@@ -353,10 +353,10 @@ TEST(ExrTest, EveryAllocationMayFail) {
     for (const int tileSide : {0, 8}) {
         for (const Imf::Compression compression :
              {Imf::NO_COMPRESSION, Imf::ZIP_COMPRESSION, Imf::PIZ_COMPRESSION, Imf::DWAA_COMPRESSION}) {
-            FileSpec spec = colors(5, 40, Imf::HALF);
-            spec.compression = compression;
-            spec.tileSide = tileSide;
-            const Bytes bytes = write(spec, sampleAt);
+            FileSpec layout = colors(5, 40, Imf::HALF);
+            layout.compression = compression;
+            layout.tileSide = tileSide;
+            const Bytes bytes = write(layout, sampleAt);
             EXPECT_FALSE(pixels(bytes).empty());  // what is made once is made
             bool reached = true;
             long failures = 0;
@@ -383,10 +383,10 @@ TEST(ExrTest, EveryAllocationMayFail) {
 
 TEST(ExrTest, NothingIsLostByAFailure) {
     for (const int tileSide : {0, 8}) {
-        FileSpec spec = colors(13, 20, Imf::HALF);
-        spec.tileSide = tileSide;
-        spec.compression = Imf::PIZ_COMPRESSION;
-        const Bytes whole = write(spec, sampleAt);
+        FileSpec layout = colors(13, 20, Imf::HALF);
+        layout.tileSide = tileSide;
+        layout.compression = Imf::PIZ_COMPRESSION;
+        const Bytes whole = write(layout, sampleAt);
         EXPECT_FALSE(pixels(whole).empty());  // what is made once is made
         for (std::size_t length = 0; length < whole.size(); ++length) {
             const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
