@@ -80,6 +80,7 @@ std::unique_ptr<PlatformImage> makeImage(ImagePlatform& platform, const RowSourc
                                          int height, bool bottomUp) {
     const dib::ImageSize from = dib::admitSize(width, height, source.bitCount);
     const dib::ImageSize to = dib::admitSize(width, height, 32);
+    if (source.data == nullptr || height < 0) return nullptr;
     if (!from.admitted || !to.admitted || to.imageBytes == 0) return nullptr;
     dib::MallocPtr<unsigned char> block = dib::allocateImageBlock(to.imageBytes);
     if (block == nullptr) return nullptr;

@@ -53,7 +53,8 @@ bool TiffRows::startTiles() {
     if (TIFFGetField(tiff_, TIFFTAG_TILEWIDTH, &tileWidth_) == 0 || tileWidth_ == 0) return false;
     if (TIFFGetField(tiff_, TIFFTAG_TILELENGTH, &tileHeight) == 0) return false;
     const std::uint64_t tileRowBytes = bytesOfRow(layout_, tileWidth_);
-    if (tileRowBytes > INT_MAX || tileRowBytes * tileHeight > INT_MAX) return false;
+    constexpr std::uint64_t kMostTileBytes = 1 << 29;
+    if (tileRowBytes > INT_MAX || tileRowBytes * tileHeight > kMostTileBytes) return false;
     tileRowBytes_ = static_cast<std::size_t>(tileRowBytes);
     tileBytes_ = tileRowBytes_ * tileHeight;
     if (TIFFTileSize(tiff_) != static_cast<tmsize_t>(tileBytes_)) return false;

@@ -337,6 +337,19 @@ TEST(PlatformImages, RefusesUnknownTypesAndEmptyImages) {
     EXPECT_TRUE(platform.record.calls.empty());
 }
 
+TEST(PlatformImages, ImagesOfNothingAreNotMade) {
+    RecordingPlatform platform;
+    const unsigned char pixel[4] = {};
+    EXPECT_EQ(formats::rawData32ToImage(platform, nullptr, 1, 1, true), nullptr);
+    for (const int side : {0, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(formats::rawData32ToImage(platform, pixel, side, 1, true), nullptr);
+        EXPECT_EQ(formats::rawData32ToImage(platform, pixel, 1, side, true), nullptr);
+    }
+    EXPECT_TRUE(platform.record.calls.empty());
+    EXPECT_NE(formats::rawData32ToImage(platform, pixel, 1, 1, true), nullptr);
+    DibCocoaUtil::rawdata_free(nullptr, nullptr, 0);
+}
+
 // The formats themselves.
 
 using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
@@ -422,17 +435,19 @@ TEST(PlatformCodecs, SurviveFailingAllocations) {
     for (const PathCodec save : kSavers) {
         DibPtr dib;
         bool saved = false;
-        testing_support::forEachFailingAllocation(
-            [&] {
-                dib = testing_support::randomImage(9, 7, 8, 4);
-                dib->ErrorCode = kUntouched;
-            },
-            [&] { saved = save(file.path(), dib.get(), nullptr, nullptr); },
-            [&](bool failureMet) {
-                EXPECT_EQ(saved, !failureMet);
-                EXPECT_EQ(dib->ErrorCode, kUntouched);
-                dib.reset();
-            });
+        for (const int depth : {8, 24, 32}) {
+            testing_support::forEachFailingAllocation(
+                [&] {
+                    dib = testing_support::randomImage(9, 7, depth, 4);
+                    dib->ErrorCode = kUntouched;
+                },
+                [&] { saved = save(file.path(), dib.get(), nullptr, nullptr); },
+                [&](bool failureMet) {
+                    EXPECT_EQ(saved, !failureMet);
+                    EXPECT_EQ(dib->ErrorCode, kUntouched);
+                    dib.reset();
+                });
+        }
         DibPtr loaded;
         bool read = false;
         testing_support::forEachFailingAllocation(
