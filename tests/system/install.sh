@@ -29,3 +29,10 @@ file(WRITE ${CMAKE_BINARY_DIR}/folder.txt "${DibStream_PLUGIN_DIR}")
 END
 cmake -S "$work/plugin-folder" -B "$work/plugin-folder/build" -DCMAKE_PREFIX_PATH="$prefix" >>"$work/configure.log"
 [ "$(cat "$work/plugin-folder/build/folder.txt")" -ef "$plugins" ]
+
+# The installed program finds the plug-ins that are installed with it.
+if [ -n "$(find "$build" -path '*/dibstream/plugins/vexlibdds.bundle')" ]; then
+    echo "== a plug-in"
+    "$prefix/bin/dib" run "$source/fuzz/seeds/dds/rgb24.dds" "$work/from-plugin.bmp"
+    [ "$(head -c 2 "$work/from-plugin.bmp")" = BM ]
+fi
