@@ -2,10 +2,9 @@
 # Builds and installs the library, makes the sample picture and shows what the library does with it.
 # usage: scripts/demo.sh [FOLDER]     pictures go to demo-out/ when none is named
 set -euo pipefail
-invoked_from="$PWD"
-cd "$(dirname "$0")/.."
 out="demo-out"
-[ $# -eq 0 ] || out="$(realpath -m "$invoked_from/$1")"
+[ $# -eq 0 ] || out="$(realpath -m "$1")"  # before the working directory changes
+cd "$(dirname "$0")/.."
 
 # quietly COMMAND...: shows what a command said only when it fails.
 quietly() {
