@@ -11,10 +11,27 @@
 
 namespace dib {
 
+namespace {
+
+// Whether the curves apply to an image. Callers rely on the colour table being mapped whatever the width is: rows of a
+// negative width, which other effects refuse, are rows without pixels here.
+bool admitToned(DibStream* image, Raster& raster) {
+    bool admitted = false;
+    if (image != nullptr && image->Header != nullptr && image->Header->biWidth <= 0) {
+        raster.bitCount = image->Header->biBitCount;
+        admitted = image->Buffer != nullptr || image->Header->biHeight == 0;
+    } else {
+        admitted = admitImage(image, raster);
+    }
+    return admitted && isOneOf<Depth1, Depth4, Depth8, Depth24, Depth32>(raster.bitCount);
+}
+
+}  // namespace
+
 bool changeBright(DibStream* image, const unsigned char* table) {
     constexpr Progress kSilent{nullptr, nullptr};
     Raster raster;
-    if (!admitImage<Depth1, Depth4, Depth8, Depth24, Depth32>(image, raster)) return false;
+    if (!admitToned(image, raster)) return false;
     const auto width = static_cast<std::size_t>(raster.width);
     const ToneLookup lookup(table);
     if (raster.bitCount == 32) {

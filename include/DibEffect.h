@@ -432,8 +432,9 @@ DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibSt
 /// @name Tone curves
 ///
 /// A curve of 256 values is applied to blue, green and red: of the pixels at 24 and 32 bits (the fourth byte
-/// stays), of the colour table at 1, 4 and 8 bits (the indices stay). 16 bits give false. Nothing is reported
-/// and nothing can be cancelled.
+/// stays), of the colour table at 1, 4 and 8 bits (the indices stay). 16 bits give false. A width of 0 or less is
+/// no error: the rows have no pixels, a colour table is changed all the same. Nothing is reported and nothing
+/// can be cancelled.
 /// @{
 
 /// Gamma curve between two limits. With d = value - low and n = high - low + 1 (in 32 bits, wrapping), the

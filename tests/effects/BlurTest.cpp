@@ -101,6 +101,19 @@ TEST(Blur, ClampedEdgesCountAsOftenAsTheSquareOverhangs) {
     EXPECT_EQ(blurred({30, 60, 99}, 10, 3), (std::vector<std::uint32_t>{63, 63, 63}));
 }
 
+TEST(Blur, IndicesAreAveragedAsNumbersAndTheirColorsStay) {
+    const DibPtr image = randomImage(3, 1, 8, 4);
+    setPixelValue(*image, 0, 0, 90);
+    setPixelValue(*image, 1, 0, 0);
+    setPixelValue(*image, 2, 0, 30);
+    const auto header = testing_support::headerBytes(*image);
+    EXPECT_TRUE(DibEffectBlur(nullptr, nullptr, image.get(), 1, 0U));
+    EXPECT_EQ(pixelValue(*image, 0, 0), 60U);
+    EXPECT_EQ(pixelValue(*image, 1, 0), 40U);
+    EXPECT_EQ(pixelValue(*image, 2, 0), 20U);
+    EXPECT_EQ(testing_support::headerBytes(*image), header);
+}
+
 TEST(Blur, MeansAreRoundedDown) {
     EXPECT_EQ(blurred({0, 0, 8}, 1, 0), (std::vector<std::uint32_t>{0, 2, 5}));
 }

@@ -111,6 +111,20 @@ TEST(Noise, ChannelsMoveTogetherAndSaturate) {
     EXPECT_GT(white, 50);
 }
 
+TEST(Noise, OfAnIndexedImageTheIndicesMoveNotTheirColors) {
+    const DibPtr image = blankImage(40, 2, 8);
+    for (int i = 0; i < 80; ++i) setPixelValue(*image, i % 40, i / 40, 100);
+    const auto header = testing_support::headerBytes(*image);
+    std::srand(kSeed);
+    EXPECT_TRUE(DibEffectNoise(nullptr, nullptr, image.get(), 3));
+    std::srand(kSeed);
+    for (int i = 0; i < 80; ++i) {
+        const auto expected = static_cast<std::uint32_t>(100 + (std::rand() >> 4) % 7 - 3);
+        EXPECT_EQ(pixelValue(*image, i % 40, i / 40), expected) << i;
+    }
+    EXPECT_EQ(testing_support::headerBytes(*image), header);
+}
+
 TEST(Noise, NegativeAmountIsRefusedWithoutADraw) {
     const DibPtr image = randomImage(3, 3, 24, 4);
     std::srand(kSeed);
@@ -142,6 +156,21 @@ TEST(ColorNoise, FullStrengthOfRedOnWhite) {
         const auto rest = static_cast<std::uint32_t>(255 - ((std::rand() >> 4) & 255));
         EXPECT_EQ(pixelValue(*image, x, 0), 0xFF0000U | (rest << 8) | rest);
     }
+}
+
+TEST(ColorNoise, OfAnIndexedImageTheIndicesMoveNotTheirColors) {
+    const DibPtr image = blankImage(40, 2, 8);
+    const auto header = testing_support::headerBytes(*image);
+    std::srand(kSeed);
+    DEColorNoiseInfo info{0, 0x5AC80A, 1.0F};
+    EXPECT_TRUE(DibEffectColorNoise(nullptr, nullptr, image.get(), &info));
+    std::srand(kSeed);
+    constexpr int kGrey = 141;  // (37 x 10 + 146 x 200 + 73 x 90) / 256
+    for (int i = 0; i < 80; ++i) {
+        const auto expected = static_cast<std::uint32_t>(((std::rand() >> 4) & 255) * kGrey / 255);
+        EXPECT_EQ(pixelValue(*image, i % 40, i / 40), expected) << i;
+    }
+    EXPECT_EQ(testing_support::headerBytes(*image), header);
 }
 
 TEST(ColorNoise, StrengthOutsideItsRange) {

@@ -71,6 +71,21 @@ DibPtr imageOfTies(int width, int height, int depth, std::uint64_t seed) {
     return image;
 }
 
+using Row = std::vector<std::uint32_t>;
+
+// What becomes of an image of one row at radius 1. Up to 8 bits, `table` replaces the first entries of the grey table.
+Row ranked(Effect effect, int depth, const Row& row, unsigned int flags = 0,
+           const std::vector<DibBGRA>& table = {}) {
+    const int width = static_cast<int>(row.size());
+    const DibPtr image = blankImage(width, 1, depth);
+    if (!table.empty()) setTable(*image, table);
+    for (int x = 0; x < width; ++x) setPixelValue(*image, x, 0, row[static_cast<std::size_t>(x)]);
+    EXPECT_TRUE(effect(nullptr, nullptr, image.get(), 1, flags));
+    Row result;
+    for (int x = 0; x < width; ++x) result.push_back(pixelValue(*image, x, 0));
+    return result;
+}
+
 TEST(Rank, EqualsThePlainLoops) {
     for (const RankFilter& filter : kFilters) {
         for (const int radius : {1, 2}) {
@@ -248,7 +263,6 @@ TEST(Rank, OneBitTakesTheIndexOfTheBrighterEntry) {
     };
     const DibBGRA black{0, 0, 0, 0};
     const DibBGRA white{255, 255, 255, 0};
-    using Row = std::vector<std::uint32_t>;
     EXPECT_EQ(filtered(DibEffectBrightMax, white, black), (Row{0, 0, 0}));
     EXPECT_EQ(filtered(DibEffectBrightMax, black, white), (Row{1, 1, 0}));
     EXPECT_EQ(filtered(DibEffectBrightMax, white, white), (Row{1, 1, 0}));
@@ -265,6 +279,9 @@ TEST(Rank, FourBitExtremesReadThePixelsOfAByteExchanged) {
     // Read as 0, 9, 1, 0.
     EXPECT_EQ(image->ScanLine(0)[0], 0x99);
     EXPECT_EQ(image->ScanLine(0)[1], 0x91);
+
+    // Read as 2, 9, 3, 5.
+    EXPECT_EQ(ranked(DibEffectBrightMin, 4, {9, 2, 5, 3}), (Row{2, 2, 3, 3}));
 
     const DibPtr middle = blankImage(2, 1, 4);
     setPixelValue(*middle, 0, 0, 9);
@@ -341,6 +358,45 @@ TEST(Rank, SixteenBitWeightsExchangeTheOuterFields) {
     EXPECT_TRUE(DibEffectBrightMax(nullptr, nullptr, image.get(), 1, 0));
     EXPECT_EQ(pixelValue(*image, 0, 0), 11U);
     EXPECT_EQ(pixelValue(*image, 1, 0), 11U);
+}
+
+// Blue and red exchange their weights between the middle of indexed colours and that of direct ones, so 10 of blue and
+// 15 of red exchange their places.
+TEST(Rank, TheMiddleWeighsIndexedAndDirectColorsApart) {
+    const std::vector<DibBGRA> table{{0, 0, 0, 0}, {10, 0, 0, 0}, {0, 0, 15, 0}};
+    // 73 x 10 = 730, 37 x 15 = 555
+    EXPECT_EQ(ranked(DibEffectBrightMiddle, 8, {1, 2, 0}, 0, table), (Row{1, 2, 0}));
+    EXPECT_EQ(ranked(DibEffectBrightMiddle, 8, {1, 0, 2}, 0, table), (Row{1, 2, 2}));
+    // 37 x 10 = 370, 73 x 15 = 1095
+    EXPECT_EQ(ranked(DibEffectBrightMiddle, 32, {0x7700000A, 0x220F0000, 0x33000000}),
+              (Row{0x7700000A, 0x7700000A, 0x33000000}));
+}
+
+TEST(Rank, OfEquallyBrightPixelsTheFirstVisitedIsTaken) {
+    for (const Effect extreme : {Effect{DibEffectBrightMax}, Effect{DibEffectBrightMin}}) {
+        // 37 x 146 of blue, 146 x 37 of green; wrapped, the left pixel looks at the right one first.
+        EXPECT_EQ(ranked(extreme, 24, {0x000092, 0x002500}), (Row{0x92, 0x92}));
+        EXPECT_EQ(ranked(extreme, 24, {0x000092, 0x002500}, DIB_WRAP_X), (Row{0x2500, 0x92}));
+        // Bit 15 has no brightness but belongs to the pixel.
+        EXPECT_EQ(ranked(extreme, 16, {0x8000, 0}), (Row{0x8000, 0x8000}));
+    }
+    // The sixth of nine equals closes the second row of the square.
+    EXPECT_EQ(ranked(DibEffectBrightMiddle, 16, {0x8000, 0}), (Row{0, 0}));
+}
+
+TEST(Rank, FiveOnesOfNineAreTheMajority) {
+    const auto centerOf = [](const std::vector<int>& ones) {
+        const DibPtr image = blankImage(3, 3, 1);
+        setTable(*image, {{255, 255, 255, 0}, {0, 0, 0, 0}});
+        for (const int place : ones) setPixelValue(*image, place % 3, place / 3, 1);
+        EXPECT_TRUE(DibEffectBrightMiddle(nullptr, nullptr, image.get(), 1, 0));
+        return pixelValue(*image, 1, 1);
+    };
+    // The centre, place 4, has one vote like the others.
+    EXPECT_EQ(centerOf({0, 1, 2, 6, 8}), 1U);
+    EXPECT_EQ(centerOf({0, 2, 4, 6, 8}), 1U);
+    EXPECT_EQ(centerOf({0, 2, 6, 8}), 0U);
+    EXPECT_EQ(centerOf({0, 2, 4, 8}), 0U);
 }
 
 TEST(Rank, MiddleOfNineIsTheFourthDarkest) {

@@ -91,8 +91,10 @@ TEST(Tone, TheLowerLimitCountsTwice) {
     const DibPtr image = rampOfBlue();
     EXPECT_TRUE(DibEffectGammaCorrect(nullptr, nullptr, image.get(), 10, 200, 2));
     EXPECT_EQ(pixelValue(*image, 20, 0) & 255, 0U);
-    EXPECT_NE(pixelValue(*image, 21, 0) & 255, 0U);
-    EXPECT_NE(pixelValue(*image, 209, 0) & 255, 255U);
+    // Of 191 levels, with d = value - 10: 191 sqrt(d / 191) = sqrt(191 d), rounded.
+    EXPECT_EQ(pixelValue(*image, 21, 0) & 255, 46U);    // sqrt(2101) = 45.8
+    EXPECT_EQ(pixelValue(*image, 110, 0) & 255, 138U);  // sqrt(19100) = 138.2
+    EXPECT_EQ(pixelValue(*image, 209, 0) & 255, 195U);  // sqrt(38009) = 194.96
     EXPECT_EQ(pixelValue(*image, 210, 0) & 255, 255U);
 }
 
@@ -158,7 +160,7 @@ const testing_support::EffectRun kBothCurves[] = {
         return DibEffectGammaCorrect(callback, user, image, 0, 255, 2);
     }};
 
-TEST(Tone, HalfEmptyImagesAndNegativeWidthsAreRefusedUnchanged) {
+TEST(Tone, HalfEmptyImagesAreRefusedUnchanged) {
     for (const auto& run : kBothCurves) {
         for (const int depth : {1, 4, 8, 16, 24, 32}) {
             const DibPtr headerOnly = randomImage(4, 4, depth, 6);
@@ -169,13 +171,58 @@ TEST(Tone, HalfEmptyImagesAndNegativeWidthsAreRefusedUnchanged) {
             const DibPtr pixelsOnly = randomImage(4, 4, depth, 6);
             pixelsOnly->HeaderFree();
             EXPECT_FALSE(run(nullptr, nullptr, pixelsOnly.get())) << depth;
+        }
+    }
+}
 
-            const DibPtr image = randomImage(4, 4, depth, 6);
-            const DibPtr before(image->Clone());
-            image->Header->biWidth = -4;
-            EXPECT_FALSE(run(nullptr, nullptr, image.get())) << depth;
-            image->Header->biWidth = 4;
-            EXPECT_TRUE(sameImage(*image, *before)) << depth;
+TEST(Tone, WithoutColumnsOnlyTheColorTableChanges) {
+    unsigned char inverse[256];
+    for (int i = 0; i < 256; ++i) inverse[i] = static_cast<unsigned char>(255 - i);
+    for (const int width : {-4, 0, INT_MIN}) {
+        for (const int height : {4, -4, 0, INT_MAX, INT_MIN}) {
+            for (const int depth : testing_support::kDepths) {
+                SCOPED_TRACE(::testing::Message() << depth << " bits, " << width << " x " << height);
+                const DibPtr image = randomImage(4, 4, depth, 8);
+                const auto pixels = testing_support::pixelBytes(*image);
+                auto expected = testing_support::headerBytes(*image);
+                for (std::size_t i = 40; i < expected.size() && depth <= 8; ++i) {
+                    if (i % 4 != 3) expected[i] = static_cast<unsigned char>(255 - expected[i]);
+                }
+                image->Header->biWidth = width;
+                image->Header->biHeight = height;
+                EXPECT_EQ(dib::changeBright(image.get(), inverse), depth != 16);
+                image->Header->biWidth = 4;
+                image->Header->biHeight = 4;
+                EXPECT_EQ(testing_support::pixelBytes(*image), pixels);
+                EXPECT_EQ(testing_support::headerBytes(*image), expected);
+            }
+        }
+    }
+    for (const int width : {-4, 0}) {
+        for (const int depth : testing_support::kDepths) {
+            SCOPED_TRACE(::testing::Message() << depth << " bits, width " << width);
+            const DibPtr contrast = randomImage(4, 4, depth, 9);
+            const DibPtr gamma(contrast->Clone());
+            const auto pixels = testing_support::pixelBytes(*contrast);
+            const DibPtr complete(contrast->Clone());
+            contrast->Header->biWidth = gamma->Header->biWidth = width;
+            ProgressLog log;
+            EXPECT_EQ(DibEffectContrast(ProgressLog::callback, &log, contrast.get(), 0, 0), depth != 16);
+            // All below twice the lower limit: black.
+            EXPECT_EQ(DibEffectGammaCorrect(ProgressLog::callback, &log, gamma.get(), 200, 255, 2),
+                      depth != 16);
+            EXPECT_TRUE(log.fractions.empty());
+            contrast->Header->biWidth = gamma->Header->biWidth = 4;
+            EXPECT_EQ(testing_support::pixelBytes(*contrast), pixels);
+            EXPECT_EQ(testing_support::pixelBytes(*gamma), pixels);
+            const auto before = testing_support::headerBytes(*complete);
+            const auto flat = testing_support::headerBytes(*contrast);
+            const auto black = testing_support::headerBytes(*gamma);
+            for (std::size_t i = 40; i < before.size(); ++i) {
+                const bool color = depth <= 8 && i % 4 != 3;
+                EXPECT_EQ(flat[i], color ? 128 : before[i]);
+                EXPECT_EQ(black[i], color ? 0 : before[i]);
+            }
         }
     }
 }
