@@ -183,7 +183,18 @@ unsigned char* DibStream::CreateBuffer(BITMAPINFOHEADER* header) {
     if (header == nullptr) return nullptr;
     const dib::ImageSize size = dib::admitSize(*header);
     if (!size.admitted || size.imageBytes == 0) return nullptr;
-    return dib::allocateImageBlock(size.imageBytes).release();
+    // Fill bytes belong to the block and to the files it is saved to: they are the same on every run. Only the last word
+    // of a row has any. Blocks that large come zeroed from the system, which is cheaper than touching every row.
+    constexpr std::size_t kMostBytesCleared = std::size_t{64} << 20;
+    const bool hasFill = std::int64_t{header->biWidth} * header->biBitCount % 32 != 0;
+    if (hasFill && size.imageBytes > kMostBytesCleared)
+        return dib::allocateZeroedImageBlock(size.imageBytes).release();
+    auto block = dib::allocateImageBlock(size.imageBytes);
+    if (hasFill && block != nullptr) {
+        for (std::size_t end = size.rowBytes; end <= size.imageBytes; end += size.rowBytes)
+            std::memset(block.get() + end - 4, 0, 4);
+    }
+    return block.release();
 }
 
 bool DibStream::Create(int width, int height, int bitCount) {

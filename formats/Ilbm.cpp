@@ -190,6 +190,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kMostColors = 256;
+
     // False when nothing more of the FORM can be used.
     bool startImage() {
         header_ = readBitmapHeader(file_);
@@ -203,10 +205,16 @@ private:
         return true;
     }
 
+    // Colours that come before a picture of their own are those of the picture that is already there.
+    std::size_t tableEntries() const {
+        if (image_->Header->biBitCount > 8) return 0;
+        return std::min(dib::announcedEntries(*image_->Header), kMostColors);
+    }
+
     void readColors(std::uint32_t fileColors) {
-        if (!header_) return;
-        std::array<unsigned char, 256 * 3> colors;
-        const std::size_t count = std::min<std::size_t>(dib::announcedEntries(*image_->Header), fileColors);
+        if (image_->Header == nullptr) return;
+        std::array<unsigned char, kMostColors * 3> colors;
+        const std::size_t count = std::min<std::size_t>(tableEntries(), fileColors);
         const std::size_t read = std::fread(colors.data(), 3, count, file_);
         DibBGRA* table = dib::colorTable(image_->Header);
         for (std::size_t i = 0; i < read; ++i)

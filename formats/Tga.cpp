@@ -340,6 +340,12 @@ bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
         dib::writeBytes(file, source.Buffer, size.imageBytes);
         return true;
     }
+    if (callback == nullptr) {
+        const unsigned char* bottom = source.ScanLine(height - 1);
+        const std::ptrdiff_t up = height > 1 ? source.ScanLine(height - 2) - bottom : 0;
+        dib::writeRows(file, bottom, up, rowBytes, size.rows);
+        return true;
+    }
     formats::RowWriter rows(file, rowBytes, size.rows);
     if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
     for (int row = 0; row < height; ++row) {

@@ -124,8 +124,8 @@ public:
     /// The size is not judged: `CreateBuffer` does that.
     /// @return Null when the depth is invalid (no code) or memory is short (`ErrorCode` 2).
     BITMAPINFOHEADER* CreateHeader(int width, int height, int bitCount);
-    /// Makes an uninitialised pixel block of pitch x |biHeight| bytes, owned by the caller (`free`); the
-    /// object keeps its own.
+    /// Makes a pixel block of pitch x |biHeight| bytes, owned by the caller (`free`); the object keeps its
+    /// own. Its pixels are uninitialised, the fill bytes behind them 0.
     /// @return Null, without a code, when that size is 0 or inadmissible, memory is short or `header` is
     /// null.
     unsigned char* CreateBuffer(BITMAPINFOHEADER* header);

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "tools/Cancel.h"
@@ -159,6 +161,26 @@ void exportLayers(const LayerExport& job) {
     progress.endStep();
 }
 
+namespace {
+
+// How the merged picture is packed, which a word behind three sections of any length tells.
+std::string mergedCompression(const char* path) {
+    constexpr std::streamoff kHeaderBytes = 26;
+    std::ifstream in(path, std::ios::binary);
+    in.seekg(kHeaderBytes);
+    const auto number = [&in](int bytes) {
+        std::uint32_t value = 0;
+        for (; bytes > 0; --bytes) value = value << 8 | static_cast<std::uint32_t>(in.get() & 255);
+        return value;
+    };
+    for (int section = 0; section < 3; ++section) in.seekg(std::streamoff{number(4)}, std::ios::cur);
+    const std::uint32_t compression = number(2);
+    if (!in) return "unknown";
+    return compression == 0 ? "none" : "packbits";
+}
+
+}  // namespace
+
 void describeDocument(const InputFile& file, Json& info) {
     Progress progress(1, false);
     DibPSDLoader loader;
@@ -168,6 +190,7 @@ void describeDocument(const InputFile& file, Json& info) {
     const bool whole = loader.Load(file.path());
     stopIfCancelled();
     describeHeader(loader, info);
+    info["compression"] = mergedCompression(file.path());
     info["layers"] = describeLayers(loader);
     info["layersReadable"] = whole;
 }

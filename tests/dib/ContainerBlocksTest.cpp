@@ -2,6 +2,7 @@
 #include <DibStream.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #include "dib/ColorTable.h"
@@ -343,4 +344,22 @@ TEST(ContainerBlocks, CopiesSurviveEveryFailingAllocation) {
 }
 
 }  // namespace
+TEST(Container, FillBehindNewRowsIsBlank) {
+    const testing_support::FillNewBlocks fill(0xEE);
+    struct Size {
+        int width, height, bitCount, bytesOfPixels;
+    };
+    for (const Size& size : {Size{33, 21, 24, 99}, Size{33, -21, 8, 33}, Size{3, 5, 16, 6}, Size{9, 4, 1, 2},
+                             Size{4, 4, 8, 4}, Size{70001, 1001, 8, 70001}}) {
+        DibStream dib;
+        ASSERT_TRUE(dib.Create(size.width, size.height, size.bitCount));
+        const std::size_t pitch = dib.GetPitch();
+        const std::size_t rows = static_cast<std::size_t>(std::abs(size.height));
+        for (std::size_t row = 0; row < rows; ++row) {
+            for (std::size_t i = static_cast<std::size_t>(size.bytesOfPixels); i < pitch; ++i)
+                ASSERT_EQ(dib.Buffer[row * pitch + i], 0) << size.width << " " << row << " " << i;
+        }
+    }
+}
+
 }  // namespace container_support

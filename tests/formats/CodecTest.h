@@ -97,6 +97,27 @@ inline int failEveryAllocation(Codec codec, const Bytes& bytes) {
         });
 }
 
+// A stream without end: the same bytes again and again behind a good beginning.
+struct EndlessStream {
+    std::string start;
+    std::string repeated;
+    std::size_t position = 0;
+
+    // Valid as long as this object.
+    dib::FilePtr open() {
+        const auto read = [](void* cookie, char* out, std::size_t bytes) -> ssize_t {
+            auto& stream = *static_cast<EndlessStream*>(cookie);
+            for (std::size_t i = 0; i < bytes; ++i, ++stream.position) {
+                out[i] = stream.position < stream.start.size()
+                             ? stream.start[stream.position]
+                             : stream.repeated[stream.position % stream.repeated.size()];
+            }
+            return static_cast<ssize_t>(bytes);
+        };
+        return dib::FilePtr(fopencookie(this, "rb", {read, nullptr, nullptr, nullptr}));
+    }
+};
+
 // A file of the test folder, with another name per test; removed with the object.
 class TemporaryFile {
 public:

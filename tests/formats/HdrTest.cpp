@@ -168,6 +168,15 @@ TEST(HdrLoad, EveryTruncationFails) {
     }
 }
 
+TEST(HdrLoad, StreamsWithoutEndAreLeft) {
+    for (EndlessStream stream :
+         {EndlessStream{"", "x"}, EndlessStream{"#?RADIANCE\n", "a\n"}, EndlessStream{"#?RADIANCE\n", "x"}}) {
+        const dib::FilePtr file = stream.open();
+        DibStream image;
+        EXPECT_FALSE(LoadHDR(file.get(), &image, nullptr, nullptr)) << stream.start << stream.repeated;
+    }
+}
+
 TEST(HdrLoad, EveryFailingAllocation) {
     EXPECT_EQ(failEveryAllocation(LoadHDR, hdr(8, 1, uniformRow(8, 1, 2, 3, 4))), 3);
 }

@@ -179,6 +179,24 @@ TEST(IlbmLoad, Colours) {
         load(LoadIFF, form({chunk("CMAP", Bytes(6, 1)), bmhd({1, 1, 8}), chunk("BODY", Bytes(16))})).result);
 }
 
+TEST(IlbmLoad, ColorsWithoutAPictureAreThoseOfTheOneThatIsThere) {
+    const DibPtr indexed = testing_support::blankImage(1, 1, 4);
+    const Bytes pixels = testing_support::pixelBytes(*indexed);
+    EXPECT_FALSE(load(LoadIFF, form({chunk("CMAP", {1, 2, 3, 4, 5, 6})}), *indexed));
+    const Bytes header = testing_support::headerBytes(*indexed);
+    EXPECT_EQ(Bytes(header.begin() + 40, header.begin() + 48), (Bytes{3, 2, 1, 0, 6, 5, 4, 0}));
+    EXPECT_EQ(testing_support::pixelBytes(*indexed), pixels);
+
+    const DibPtr deep = testing_support::randomImage(2, 2, 24, 3);
+    const Bytes before = testing_support::headerBytes(*deep);
+    EXPECT_FALSE(load(LoadIFF, form({chunk("CMAP", Bytes(768, 1))}), *deep));
+    EXPECT_EQ(testing_support::headerBytes(*deep), before);
+
+    DibStream none;
+    EXPECT_FALSE(load(LoadIFF, form({chunk("CMAP", Bytes(768, 1))}), none));
+    EXPECT_EQ(none.Header, nullptr);
+}
+
 TEST(IlbmLoad, ChunksOfOddLengthAreNotRoundedUp) {
     // With a fill byte behind three colours the next chunk is read one byte early, and BODY is not found.
     ByteWriter padded;

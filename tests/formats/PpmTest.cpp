@@ -244,24 +244,10 @@ TEST(PpmLoad, ManyCommentsAndMuchSpaceAreSkipped) {
 }
 
 TEST(PpmLoad, StreamsWithoutEndAreLeft) {
-    // The same bytes again and again behind a good beginning.
-    struct Endless {
-        std::string start;
-        std::string repeated;
-        std::size_t position = 0;
-    };
-    const auto read = [](void* cookie, char* out, std::size_t bytes) -> ssize_t {
-        auto& stream = *static_cast<Endless*>(cookie);
-        for (std::size_t i = 0; i < bytes; ++i, ++stream.position) {
-            out[i] = stream.position < stream.start.size()
-                         ? stream.start[stream.position]
-                         : stream.repeated[stream.position % stream.repeated.size()];
-        }
-        return static_cast<ssize_t>(bytes);
-    };
-    for (Endless stream : {Endless{"", "x"}, Endless{"P6\n", "#\n"}, Endless{"P6\n", "#"},
-                           Endless{"P2\n2 2\n255\n", "1"}, Endless{"P2\n2 2\n255\n", " "}}) {
-        const dib::FilePtr file(fopencookie(&stream, "rb", {read, nullptr, nullptr, nullptr}));
+    for (EndlessStream stream :
+         {EndlessStream{"", "x"}, EndlessStream{"P6\n", "#\n"}, EndlessStream{"P6\n", "#"},
+          EndlessStream{"P2\n2 2\n255\n", "1"}, EndlessStream{"P2\n2 2\n255\n", " "}}) {
+        const dib::FilePtr file = stream.open();
         DibStream image;
         EXPECT_FALSE(LoadPPM(file.get(), &image, nullptr, nullptr)) << stream.start << stream.repeated;
         EXPECT_NE(image.ErrorCode, 0);

@@ -49,6 +49,7 @@ TEST_F(Layers, AreTold) {
 
     const json info = json::parse(run({"info", "--json", "in.psd"}).output)[0];
     EXPECT_EQ(info["colorMode"], "RGB");
+    EXPECT_EQ(info["compression"], "none");
     EXPECT_EQ(info["bitsPerChannel"], 8);
     EXPECT_EQ(info["channels"], 3);
     EXPECT_EQ(info["layersReadable"], true);

@@ -228,6 +228,23 @@ TEST_F(RunCommand, OutputsThatCannotBeWrittenAreReported) {
     EXPECT_EQ(filesHere(), (Names{"folder.bmp", "in.bmp"}));
 }
 
+TEST_F(RunCommand, PicturesWithMasksAreWrittenWithout) {
+    // One pixel of 32 bits with masks of red, green, blue in the order of memory.
+    const unsigned char header[] = {'B', 'M', 74, 0, 0, 0, 0, 0, 0, 0, 70, 0, 0, 0, 56, 0, 0, 0,
+                                    1,   0,   0,  0, 1, 0, 0, 0, 1, 0, 32, 0, 3, 0, 0,  0, 4, 0};
+    std::string masked(reinterpret_cast<const char*>(header), sizeof header);
+    masked.resize(54);
+    masked += std::string("\xFF\0\0\0\0\xFF\0\0\0\0\xFF\0\0\0\0\0\1\2\3\4", 20);
+    writeFile("masks.bmp", masked);
+    ASSERT_EQ(run({"run", "masks.bmp", "out.bmp"}).exitCode, 0);
+    const std::string written = readFile("out.bmp");
+    ASSERT_EQ(written.size(), 58U);
+    EXPECT_EQ(written[30], 0);
+    EXPECT_EQ(written.substr(54, 3), "\3\2\1");
+    EXPECT_EQ(run({"run", "out.bmp", "again.bmp"}).exitCode, 0);
+    EXPECT_EQ(readFile("again.bmp"), written);
+}
+
 TEST_F(RunCommand, AReadOnlyFolderIsReportedBeforeTheWork) {
     // The superuser may write everywhere but in folders that no one can write to.
     std::string folder = "locked";

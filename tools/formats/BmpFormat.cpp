@@ -11,6 +11,8 @@ bool loadBmp(const char* path, DibStream& image, DibProgressCallback, void*) {
 }
 
 bool saveBmp(const char* path, DibStream& image, DibProgressCallback, void*) {
+    // Masks were obeyed when the picture was loaded, and the file gets none: it must not announce any.
+    if (image.Header != nullptr) image.Header->biCompression = 0;
     return image.SaveToFile(path);
 }
 

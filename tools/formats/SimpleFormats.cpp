@@ -80,6 +80,9 @@ std::string_view iffCompression(FirstBytes bytes) {
 
 bool isHdr(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || startsWith(bytes, "#?RGBE"); }
 
+// Each row has a way of its own.
+std::string_view hdrCompression(FirstBytes) { return "unknown"; }
+
 constexpr std::string_view kTga[] = {"tga"};
 constexpr std::string_view kPpm[] = {"ppm", "pgm", "pnm"};
 constexpr std::string_view kTim[] = {"tim"};
@@ -93,7 +96,7 @@ constexpr Format kFormats[] = {
     {"tim", "TIM texture", kTim, "4, 8, 16", "4, 8, 16; others as 16", runCodec<LoadTIM>, saveTim, isTim},
     {"iff", "IFF ILBM", kIff, "1, 4, 8, 24", "1, 4, 8, 24; others as 24", runCodec<LoadIFF>, saveIff, isIff,
      iffCompression},
-    {"hdr", "Radiance HDR", kHdr, "24", "", runCodec<LoadHDR>, nullptr, isHdr},
+    {"hdr", "Radiance HDR", kHdr, "24", "", runCodec<LoadHDR>, nullptr, isHdr, hdrCompression},
 };
 
 }  // namespace
