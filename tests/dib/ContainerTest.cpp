@@ -193,7 +193,7 @@ TEST(Container, FourBitTablesAreLeftToTheirMaker) {
             for (int i = 0; i < 64; ++i) EXPECT_EQ(table[i], 0x5C) << i;
         }
         // Pixels too, but for the word of a row that holds fill: 3 pixels of 32 bits have none.
-        const int pitch = dib.GetPitch();
+        const int pitch = static_cast<int>(dib.GetPitch());
         for (int i = 0; i < dib.GetImageSize(); ++i) {
             const bool isLastWord = i % pitch >= pitch - 4;
             EXPECT_EQ(dib.Buffer[i], isLastWord && bits != 32 ? 0 : 0x5C) << i;
