@@ -74,13 +74,14 @@ if ! command -v rsync >/dev/null; then
     exit 0
 fi
 echo "== on another one"
-# Takes the place of ssh: options, the machine, the command. Home is another folder.
+# Takes the place of ssh: options, the machine, the command. Home is another folder, and the shell is set as a login
+# sets it: jobs run under it, and whoever starts the tests may have none.
 cat >"$work/bin/ssh-stand-in" <<STANDIN
 #!/usr/bin/env bash
 while [ "\${1#-}" != "\$1" ]; do case "\$1" in -l | -S | -o | -p | -i) shift 2 ;; *) shift ;; esac; done
 shift
 [ "\$1" != -- ] || shift
-cd "$work/there" && echo "\$*" >>"$work/commands.txt" && exec env HOME="$work/there" bash -c "\$*"
+cd "$work/there" && echo "\$*" >>"$work/commands.txt" && exec env HOME="$work/there" SHELL=/bin/bash bash -c "\$*"
 STANDIN
 chmod +x "$work/bin/ssh-stand-in"
 export PARALLEL_SSH="$work/bin/ssh-stand-in" RSYNC_OLD_ARGS=1
