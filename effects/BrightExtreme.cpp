@@ -6,6 +6,7 @@
 #include <DibEffect.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <new>
 #include <optional>
 
@@ -35,6 +36,12 @@ DIB_ALWAYS_INLINE void rankDarkness(std::int32_t* scores, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) scores[i] = dib::kWhiteBrightness - scores[i];
 }
 
+DIB_ALWAYS_INLINE bool allAboveZero(const std::int32_t* scores, std::size_t count) {
+    std::int32_t lowest = INT32_MAX;
+    for (std::size_t i = 0; i < count; ++i) lowest = std::min(lowest, scores[i]);
+    return lowest > 0;
+}
+
 class ExtremeFilter {
 public:
     ExtremeFilter(const DibStream& image, const dib::Raster& raster, Extreme extreme, int radius,
@@ -48,7 +55,6 @@ public:
           spanX_(radius, raster.width, (flags & DIB_WRAP_X) != 0),
           spanY_(radius, raster.height, wrapY_),
           wrapX_((flags & DIB_WRAP_X) != 0),
-          source_(width()),
           padded_(width() + static_cast<std::size_t>(spanX_.length) - 1),
           scratch_(padded_.width()),
           winners_(width()),
@@ -87,36 +93,36 @@ private:
 
     // The winners along source row y.
     void pushRow(int y) {
-        pixels_.readRow(sourceRows_.row(y), source_.value.data(), source_.score.data());
-        scoreRow();
+        std::uint32_t* values = padded_.value.data() + spanX_.before;
+        std::int32_t* scores = padded_.score.data() + spanX_.before;
+        pixels_.readRow(sourceRows_.row(y), values, scores);
+        scoreRow(values, scores);
         padRow();
-        dib::bestAlongRow(padded_, static_cast<std::size_t>(spanX_.length), scratch_, winners_);
-        rows_.push(winners_);
+        dib::bestAlongRow(padded_, static_cast<std::size_t>(spanX_.length), scratch_, rows_.next());
+        rows_.push();
     }
 
-    void scoreRow() {
+    void scoreRow(const std::uint32_t* values, std::int32_t* scores) {
         if (raster_.bitCount == 1) {
             // Two values whose brightness is equal count as if entry 1 were the brighter one.
             const bool zeroIsBrighter = pixels_.tableBrightness(0) > pixels_.tableBrightness(1);
-            for (std::size_t x = 0; x < width(); ++x)
-                source_.score[x] = (source_.value[x] == 0) == zeroIsBrighter;
+            for (std::size_t x = 0; x < width(); ++x) scores[x] = (values[x] == 0) == zeroIsBrighter;
         }
         if (extreme_ == Extreme::kBrightest) return;
-        dib::runKernel<rankDarkness>(source_.score.data(), source_.score.size());
+        dib::runKernel<rankDarkness>(scores, width());
     }
 
-    // Lays the row out so that every neighbourhood is a run of spanX_.length candidates.
+    // Goes on beyond the ends of the row, so that every neighbourhood is a run of spanX_.length candidates.
     void padRow() {
         const std::int64_t size = raster_.width;
         const std::int64_t count = static_cast<std::int64_t>(padded_.width());
-        const auto copyCandidate = [&](std::int64_t to, std::int64_t from) {
-            padded_.score[static_cast<std::size_t>(to)] = source_.score[static_cast<std::size_t>(from)];
-            padded_.value[static_cast<std::size_t>(to)] = source_.value[static_cast<std::size_t>(from)];
+        const auto copyCandidate = [&](std::int64_t to, std::int64_t column) {
+            const auto from = static_cast<std::size_t>(spanX_.before + column);
+            padded_.score[static_cast<std::size_t>(to)] = padded_.score[from];
+            padded_.value[static_cast<std::size_t>(to)] = padded_.value[from];
         };
         for (std::int64_t i = 0; i < spanX_.before; ++i)
             copyCandidate(i, wrapX_ ? i - spanX_.before + size : 0);
-        std::copy(source_.score.begin(), source_.score.end(), padded_.score.begin() + spanX_.before);
-        std::copy(source_.value.begin(), source_.value.end(), padded_.value.begin() + spanX_.before);
         for (std::int64_t i = spanX_.before + size; i < count; ++i) {
             copyCandidate(i, wrapX_ ? i - spanX_.before - size : size - 1);
         }
@@ -125,6 +131,10 @@ private:
     // A neighbourhood of nothing but black (for the darkest: white) has no winner: its colour stays, and at
     // 32 bits the alpha of the last winner is carried on, in the order of the picture.
     void replaceLosers() {
+        if (dib::runKernel<allAboveZero>(static_cast<const std::int32_t*>(winners_.score.data()), width())) {
+            carriedAlpha_ = winners_.value[width() - 1] >> 24;
+            return;
+        }
         const std::uint32_t color = extreme_ == Extreme::kBrightest ? 0 : 0xFFFFFF;
         for (std::size_t x = 0; x < width(); ++x) {
             if (winners_.score[x] > 0) {
@@ -143,7 +153,6 @@ private:
     Span spanY_;
     bool wrapX_;
     dib::SourceRows sourceRows_;
-    dib::RankRow source_;
     dib::RankRow padded_;
     dib::RankRow scratch_;
     dib::RankRow winners_;

@@ -61,10 +61,10 @@ BestOfRows::BestOfRows(std::size_t width, std::size_t capacity)
     for (std::size_t i = 0; i < capacity; ++i) free_.push_back(i);
 }
 
-void BestOfRows::push(const RankRow& row) {
+void BestOfRows::push() {
     const std::size_t slot = free_.back();
     free_.pop_back();
-    slots_[slot] = row;
+    const RankRow& row = slots_[slot];
     if (arrived_.empty()) {
         newest_ = row;
     } else {

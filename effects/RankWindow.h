@@ -32,8 +32,10 @@ class BestOfRows {
 public:
     // Up to `capacity` rows at a time. Throws std::bad_alloc.
     BestOfRows(std::size_t width, std::size_t capacity);
-    // Appends a row; at most `capacity` may be held.
-    void push(const RankRow& row);
+    // Where the next row is to be written before it is pushed; at most `capacity` may be held.
+    RankRow& next() { return slots_[free_.back()]; }
+    // Appends that row.
+    void push();
     // Drops the row that was pushed first.
     void pop();
     // The winners of all rows held, at least one.
