@@ -5,22 +5,31 @@
 
 namespace dib {
 
-KernelLevel bestKernelLevel() {
+namespace {
+
+KernelLevel surveyMachine() {
 #if defined(__x86_64__)
-    static const KernelLevel best =
-        __builtin_cpu_supports("avx2") ? KernelLevel::kAvx2 : KernelLevel::kBaseline;
-    return best;
+    if (!__builtin_cpu_supports("avx2")) return KernelLevel::kBaseline;
+    const bool widest = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
+                        __builtin_cpu_supports("avx512vnni");
+    return widest ? KernelLevel::kAvx512 : KernelLevel::kAvx2;
 #else
     return KernelLevel::kBaseline;
 #endif
 }
 
-namespace {
 std::atomic<KernelLevel>& currentLevel() {
     static std::atomic<KernelLevel> level{bestKernelLevel()};
     return level;
 }
+
 }  // namespace
+
+KernelLevel bestKernelLevel() {
+    static const KernelLevel best = surveyMachine();
+    return best;
+}
 
 KernelLevel kernelLevel() { return currentLevel().load(std::memory_order_relaxed); }
 

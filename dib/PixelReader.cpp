@@ -29,7 +29,7 @@ using Shuffle = std::size_t (*)(const std::uint8_t*, std::uint8_t*, std::size_t)
 
 // How many pixels the shuffle has done at the level in use; the plain loop does the others.
 std::size_t shuffled(Shuffle shuffle, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return kernelLevel() == KernelLevel::kAvx2 ? shuffle(from, to, count) : 0;
+    return kernelLevel() >= KernelLevel::kAvx2 ? shuffle(from, to, count) : 0;
 }
 
 void widen(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {

@@ -151,7 +151,7 @@ DIB_TARGET_AVX2 std::size_t mapByLine(unsigned char* bytes, std::size_t count, c
 template <bool KeepFourth>
 std::size_t ToneLookup::mapFast(unsigned char* bytes, std::size_t count) const {
 #if defined(__x86_64__)
-    if (kernelLevel() == KernelLevel::kAvx2) {
+    if (kernelLevel() >= KernelLevel::kAvx2) {
         return isLine_ ? mapByLine<KeepFourth>(bytes, count, line_)
                        : mapByTable<KeepFourth>(bytes, count, table_);
     }

@@ -93,23 +93,88 @@ DIB_TARGET_AVX2 void weighPairsAvx2(const std::uint32_t* pairs, std::size_t stri
     }
 }
 
+DIB_TARGET_AVX512 DIB_ALWAYS_INLINE __m512i loadSpread(const unsigned char* from, __m512i order) {
+    // Every element is chosen; the form without a mask makes GCC 12 warn of an operand that it does not use.
+    return _mm512_maskz_permutexvar_epi32(0xFFFF, order, _mm512_loadu_si512(from));
+}
+
+DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void storeSums(std::uint32_t* to, __m512i bytes) {
+    _mm512_storeu_si512(to, _mm512_maddubs_epi16(bytes, _mm512_set1_epi8(1)));
+}
+
+// The four rows' bytes are spread over the quarters of a vector so that they come out side by side in order.
+DIB_TARGET_AVX512 void addRowPairsAvx512(const unsigned char* above, const unsigned char* below,
+                                         const unsigned char* nextAbove, const unsigned char* nextBelow,
+                                         std::uint32_t* out, std::size_t count) {
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    for (std::size_t x = 0; x < count; x += 64, out += 64) {
+        const __m512i a = loadSpread(above + x, order);
+        const __m512i b = loadSpread(below + x, order);
+        const __m512i c = loadSpread(nextAbove + x, order);
+        const __m512i d = loadSpread(nextBelow + x, order);
+        const __m512i nearLow = _mm512_unpacklo_epi8(a, b);
+        const __m512i nearHigh = _mm512_unpackhi_epi8(a, b);
+        const __m512i nextLow = _mm512_unpacklo_epi8(c, d);
+        const __m512i nextHigh = _mm512_unpackhi_epi8(c, d);
+        storeSums(out, _mm512_unpacklo_epi16(nearLow, nextLow));
+        storeSums(out + 16, _mm512_unpackhi_epi16(nearLow, nextLow));
+        storeSums(out + 32, _mm512_unpacklo_epi16(nearHigh, nextHigh));
+        storeSums(out + 48, _mm512_unpackhi_epi16(nearHigh, nextHigh));
+    }
+}
+
+// Products of sixteen pairs and their addition in one instruction; as many blocks side by side as cover its delay.
+template <std::size_t Vectors>
+DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void weighVectorsAvx512(const std::uint32_t* pairs, std::size_t stride,
+                                                            const std::uint32_t* weights, std::size_t count,
+                                                            std::uint32_t* sums) {
+    __m512i sum[Vectors];
+    for (__m512i& vector : sum) vector = _mm512_setzero_si512();
+    for (std::size_t j = 0; j < count; ++j) {
+        const std::uint32_t* row = pairs + j * stride;
+        const __m512i weight = _mm512_set1_epi32(static_cast<int>(weights[j]));
+        for (std::size_t k = 0; k < Vectors; ++k) {
+            sum[k] = _mm512_dpwssd_epi32(sum[k], _mm512_loadu_si512(row + 16 * k), weight);
+        }
+    }
+    for (std::size_t k = 0; k < Vectors; ++k) _mm512_storeu_si512(sums + 16 * k, sum[k]);
+}
+
+DIB_TARGET_AVX512 void weighPairsAvx512(const std::uint32_t* pairs, std::size_t stride,
+                                        const std::uint32_t* weights, std::size_t count, std::uint32_t* sums,
+                                        std::size_t samples) {
+    constexpr std::size_t kVectors = kGaussianBlock / 16;
+    std::size_t x = 0;
+    for (; x + 3 * kGaussianBlock < samples; x += 4 * kGaussianBlock) {
+        weighVectorsAvx512<4 * kVectors>(pairs + x, stride, weights, count, sums + x);
+    }
+    for (; x < samples; x += kGaussianBlock) {
+        weighVectorsAvx512<kVectors>(pairs + x, stride, weights, count, sums + x);
+    }
+}
+
 #endif
 
-using EightWide = std::uint32_t __attribute__((vector_size(32)));
+// Bytes of the vectors that the following are written for; the sums of a block fill a few of them.
+constexpr std::size_t kWidth = 32;
+constexpr std::size_t kWideWidth = 64;
 
+template <std::size_t Width>
 DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std::size_t stride,
                                     std::ptrdiff_t step, std::ptrdiff_t reach, unsigned char* __restrict out,
                                     std::size_t samples) {
-    constexpr std::size_t kVectors = kGaussianBlock / 8;
-    const auto addTo = [](EightWide* sum, const std::uint32_t* from) {
+    using Sums __attribute__((vector_size(Width))) = std::uint32_t;
+    constexpr std::size_t kLanes = Width / sizeof(std::uint32_t);
+    constexpr std::size_t kVectors = kGaussianBlock / kLanes;
+    const auto addTo = [](Sums* sum, const std::uint32_t* from) {
         for (std::size_t k = 0; k < kVectors; ++k) {
-            EightWide add;
-            std::memcpy(&add, from + 8 * k, sizeof add);
+            Sums add;
+            std::memcpy(&add, from + kLanes * k, sizeof add);
             sum[k] += add;
         }
     };
     for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
-        EightWide sum[kVectors] = {};
+        Sums sum[kVectors] = {};
         addTo(sum, columns + x);
         for (std::ptrdiff_t i = 1; i <= reach; ++i) {
             const std::uint32_t* column = columns + static_cast<std::size_t>(i) * stride + x;
@@ -123,36 +188,37 @@ DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std
     }
 }
 
-using Sixteen = std::int16_t __attribute__((vector_size(32)));
-using SixteenWide = std::int32_t __attribute__((vector_size(64)));
-
 // Differences of samples of up to 510 that may be added up in 16 bits.
 constexpr std::size_t kGroup = 32767 / 510;
 
+template <std::size_t Width>
 DIB_ALWAYS_INLINE void addRunStepsInBlocks(const std::uint16_t* __restrict row, std::ptrdiff_t step,
                                            const std::uint8_t* __restrict halves, std::size_t count,
                                            std::uint32_t* __restrict steps, std::size_t samples) {
-    constexpr std::size_t kVectors = kGaussianBlock / 16;
+    using Samples __attribute__((vector_size(Width))) = std::int16_t;
+    using WideSamples __attribute__((vector_size(2 * Width))) = std::int32_t;
+    constexpr std::size_t kLanes = Width / sizeof(std::int16_t);
+    constexpr std::size_t kVectors = kGaussianBlock / kLanes;
     for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
         for (std::size_t first = 0; first < count; first += kGroup) {
             const std::size_t end = count - first < kGroup ? count : first + kGroup;
-            Sixteen sum[kVectors] = {};
+            Samples sum[kVectors] = {};
             for (std::size_t i = first; i < end; ++i) {
                 const std::uint16_t* back = row + x - halves[i] * step;
                 const std::uint16_t* ahead = row + x + (halves[i] + 1) * step;
                 for (std::size_t k = 0; k < kVectors; ++k) {
-                    Sixteen leaving;
-                    Sixteen entering;
-                    std::memcpy(&leaving, back + 16 * k, sizeof leaving);
-                    std::memcpy(&entering, ahead + 16 * k, sizeof entering);
+                    Samples leaving;
+                    Samples entering;
+                    std::memcpy(&leaving, back + kLanes * k, sizeof leaving);
+                    std::memcpy(&entering, ahead + kLanes * k, sizeof entering);
                     sum[k] += entering - leaving;
                 }
             }
             for (std::size_t k = 0; k < kVectors; ++k) {
-                SixteenWide total;
-                std::memcpy(&total, steps + x + 16 * k, sizeof total);
-                total += __builtin_convertvector(sum[k], SixteenWide);
-                std::memcpy(steps + x + 16 * k, &total, sizeof total);
+                WideSamples total;
+                std::memcpy(&total, steps + x + kLanes * k, sizeof total);
+                total += __builtin_convertvector(sum[k], WideSamples);
+                std::memcpy(steps + x + kLanes * k, &total, sizeof total);
             }
         }
     }
@@ -163,7 +229,11 @@ DIB_ALWAYS_INLINE void addRunStepsInBlocks(const std::uint16_t* __restrict row, 
 void addRowPairs(const unsigned char* above, const unsigned char* below, const unsigned char* nextAbove,
                  const unsigned char* nextBelow, std::uint32_t* out, std::size_t count) {
 #if defined(__x86_64__)
-    if (kernelLevel() == KernelLevel::kAvx2) {
+    if (kernelLevel() == KernelLevel::kAvx512) {
+        addRowPairsAvx512(above, below, nextAbove, nextBelow, out, count);
+        return;
+    }
+    if (kernelLevel() >= KernelLevel::kAvx2) {
         addRowPairsAvx2(above, below, nextAbove, nextBelow, out, count);
         return;
     }
@@ -174,7 +244,11 @@ void addRowPairs(const unsigned char* above, const unsigned char* below, const u
 void weighPairs(const std::uint32_t* pairs, std::size_t stride, const std::uint32_t* weights,
                 std::size_t count, bool smallWeights, std::uint32_t* sums, std::size_t samples) {
 #if defined(__x86_64__)
-    if (smallWeights && kernelLevel() == KernelLevel::kAvx2) {
+    if (smallWeights && kernelLevel() == KernelLevel::kAvx512) {
+        weighPairsAvx512(pairs, stride, weights, count, sums, samples);
+        return;
+    }
+    if (smallWeights && kernelLevel() >= KernelLevel::kAvx2) {
         weighPairsAvx2(pairs, stride, weights, count, sums, samples);
         return;
     }
@@ -186,12 +260,14 @@ void weighPairs(const std::uint32_t* pairs, std::size_t stride, const std::uint3
 
 void gatherColumns(const std::uint32_t* columns, std::size_t stride, std::ptrdiff_t step,
                    std::ptrdiff_t reach, unsigned char* out, std::size_t samples) {
-    runKernel<gatherBlocks>(columns, stride, step, reach, out, samples);
+    runKernelByWidth<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>>(columns, stride, step, reach, out,
+                                                                     samples);
 }
 
 void addRunSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
                  std::uint32_t* steps, std::size_t samples) {
-    runKernel<addRunStepsInBlocks>(row, step, halves, count, steps, samples);
+    runKernelByWidth<addRunStepsInBlocks<kWidth>, addRunStepsInBlocks<kWideWidth>>(row, step, halves, count,
+                                                                                   steps, samples);
 }
 
 }  // namespace dib

@@ -85,7 +85,7 @@ void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pix
 }
 
 void expandToRgba(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
     const std::size_t done = wide ? dib::shuffleBgrToRgba(from, to, pixels) : 0;
     dib::runKernel<expandToRgbaLoop>(from + 3 * done, to + 4 * done, pixels - done);
 }

@@ -54,7 +54,7 @@ DIB_ALWAYS_INLINE void swapRedBlueLoop(const unsigned char* __restrict from, uns
 // Exchanges two rows, and their red and blue. The two may be one.
 void exchangeColors(unsigned char* first, unsigned char* second, std::size_t bytes) {
     const std::size_t pixels = bytes / 3;
-    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
     for (std::size_t i = wide ? dib::shuffleAndExchange(first, second, pixels) : 0; i < pixels; ++i) {
         const DibBGR one = {first[3 * i + 2], first[3 * i + 1], first[3 * i]};
         const DibBGR other = {second[3 * i + 2], second[3 * i + 1], second[3 * i]};
@@ -147,7 +147,7 @@ bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void*
 namespace formats {
 
 void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
     const std::size_t done = wide ? dib::shuffleBgrToRgb(from, to, pixels) : 0;
     dib::runKernel<swapRedBlueLoop>(from + 3 * done, to + 3 * done, pixels - done);
 }

@@ -212,7 +212,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::randomImage(input, image, 80);
     const std::unique_ptr<DibStream> expected(image.Clone());
     const bool result = effect.reference(*expected, parameters);
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         const std::unique_ptr<DibStream> actual(image.Clone());
         fuzz::require(effect.run(actual.get(), parameters) == result,

@@ -111,7 +111,7 @@ DIB_ALWAYS_INLINE void divideRowBody(const std::int32_t* __restrict sums, float 
 void averageAcross(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out) {
     if (!spans.isExact()) {
         averageLongSpans(row, spans, static_cast<std::size_t>(channels), out);
-    } else if (kernelLevel() == KernelLevel::kAvx2) {
+    } else if (kernelLevel() >= KernelLevel::kAvx2) {
         averageAcrossAvx2(row, spans, channels, out);
     } else if (channels == 3) {
         averageAcrossBody<3>(row, spans, out);

@@ -38,7 +38,7 @@ DIB_ALWAYS_INLINE void mixDownBody(const std::uint16_t* __restrict upper,
 
 void mixAcross(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
                std::uint16_t* sums) {
-    const bool wide = kernelLevel() == KernelLevel::kAvx2;
+    const bool wide = kernelLevel() >= KernelLevel::kAvx2;
     const std::size_t done = wide ? mixAcrossAvx2(row, taps, count, channels, sums) : 0;
     sums += done * static_cast<std::size_t>(channels);
     if (channels == 3) {
@@ -50,7 +50,7 @@ void mixAcross(const unsigned char* row, const ColumnTap* taps, std::size_t coun
 
 void mixDown(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
              std::size_t count, unsigned char* out) {
-    const bool wide = kernelLevel() == KernelLevel::kAvx2;
+    const bool wide = kernelLevel() >= KernelLevel::kAvx2;
     const std::size_t done = wide ? mixDownAvx2(upper, lower, lowerWeight, count, out) : 0;
     mixDownBody(upper + done, lower + done, lowerWeight, count - done, out + done);
 }

@@ -39,7 +39,7 @@ void halveRowEnd(const unsigned char* first, const unsigned char* second, unsign
 
 void halveRow(const unsigned char* first, const unsigned char* second, int channels, unsigned char* out,
               std::size_t width) {
-    const bool wide = dib::kernelLevel() == dib::KernelLevel::kAvx2;
+    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
     const std::size_t done = wide ? dib::halveRowAvx2(first, second, channels, out, width) : 0;
     if (channels == 3) {
         halveRowEnd<3>(first, second, out, done, width);

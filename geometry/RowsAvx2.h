@@ -11,7 +11,7 @@
 
 namespace dib {
 
-// Only while kernelLevel() is kAvx2.
+// Only while kernelLevel() is kAvx2 or above.
 
 // As mixAcross, for as many taps from the front as come in fours; returns how many those are.
 std::size_t mixAcrossAvx2(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,

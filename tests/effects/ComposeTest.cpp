@@ -146,7 +146,7 @@ TEST(Compose, EveryWeightOfEveryByte) {
             setPixelValue(*second, x, y, static_cast<std::uint32_t>(y));
         }
     }
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (int a = 0; a < 256; ++a) {
             const DibPtr image(first->Clone());

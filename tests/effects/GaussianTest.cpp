@@ -52,7 +52,7 @@ TEST(GaussianBlur, LargeRadii) {
                 const DibPtr image = randomImage(size.width, size.height, depth, flags);
                 const DibPtr expected(image->Clone());
                 reference::gaussianBlur(*expected, radius, flags);
-                for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+                for (const auto level : dib::kKernelLevels) {
                     dib::limitKernelLevel(level);
                     const DibPtr actual(image->Clone());
                     EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, actual.get(), radius, flags));
@@ -117,6 +117,34 @@ TEST(GaussianBlur, TheSpreadIsTheRadiusItself) {
     EXPECT_EQ(soft.weight(1, 1), 743U);
 }
 
+// One block, and more than are worked on side by side; the largest samples and weights that halves hold.
+TEST(GaussianRows, WeighsPairsExactlyAtEveryLevel) {
+    constexpr std::size_t kStride = 7 * dib::kGaussianBlock;
+    constexpr std::size_t kPairs = 3;
+    const std::uint32_t weights[kPairs] = {0x7FFF7FFF, 0x00010002, 0x7FFF0000};
+    std::vector<std::uint32_t> pairs(kPairs * kStride);
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        pairs[i] = static_cast<std::uint32_t>(i % 511 << 16 | (510 - i * 7 % 511));
+    }
+    for (const std::size_t samples : {dib::kGaussianBlock, kStride}) {
+        for (const auto level : dib::kKernelLevels) {
+            dib::limitKernelLevel(level);
+            std::vector<std::uint32_t> sums(samples + 1, 5);
+            dib::weighPairs(pairs.data(), kStride, weights, kPairs, true, sums.data(), samples);
+            for (std::size_t x = 0; x < samples; ++x) {
+                std::uint32_t expected = 0;
+                for (std::size_t j = 0; j < kPairs; ++j) {
+                    const std::uint32_t pair = pairs[j * kStride + x];
+                    expected += (pair & 0xFFFFU) * (weights[j] & 0xFFFFU) + (pair >> 16) * (weights[j] >> 16);
+                }
+                EXPECT_EQ(sums[x], expected) << x;
+            }
+            EXPECT_EQ(sums[samples], 5U);
+        }
+    }
+    dib::limitKernelLevel(dib::bestKernelLevel());
+}
+
 // More runs than fit one group of 16-bit sums, with the largest differences there are.
 TEST(GaussianRows, StepsOfManyRunsAreExact) {
     constexpr std::size_t kSamples = 3 * dib::kGaussianBlock;
@@ -124,7 +152,7 @@ TEST(GaussianRows, StepsOfManyRunsAreExact) {
     std::vector<std::uint16_t> row(kSamples + 2 * kPadding);
     for (std::size_t i = kPadding + kSamples / 2; i < row.size(); ++i) row[i] = 510;
     const std::vector<std::uint8_t> halves(200, 3);
-    for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+    for (const auto level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         std::vector<std::uint32_t> steps(kSamples, 7);
         dib::addRunSteps(row.data() + kPadding, 1, halves.data(), halves.size(), steps.data(), kSamples);
@@ -133,6 +161,7 @@ TEST(GaussianRows, StepsOfManyRunsAreExact) {
             EXPECT_EQ(steps[x], crossesTheEdge ? 102007U : 7U) << x;
         }
     }
+    dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
 TEST(GaussianKernel, EqualsThePlainTable) {

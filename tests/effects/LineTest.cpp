@@ -223,7 +223,7 @@ TEST(PickEdge, EqualsThePlainLoops) {
 
 // Every pair of differences at once: dx from -255 to 255 in the columns, dy in the rows.
 TEST(PickEdge, TheRootIsExactForEveryGradient) {
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (int dy = 0; dy <= 255; ++dy) {
             // Three rows; the middle one alternates so that neighbours two apart differ by dx.

@@ -251,7 +251,7 @@ TEST(Tone, WithoutRowsOnlyTheColorTableChanges) {
 TEST(Tone, EveryByteOfATable) {
     unsigned char table[256];
     for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned char>(i * 167 + 13);
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         const DibPtr image = rampOfBlue();
         EXPECT_TRUE(dib::changeBright(image.get(), table));
@@ -295,7 +295,7 @@ TEST(Tone, EveryLineGivesItsTable) {
         auto table = lineTable(slope, offset);
         for (std::size_t i = 0; i < 256; i += 1 + random % 7)
             table[i] = static_cast<unsigned char>(table[i] + (table[i] < 255 ? 1 : 0));
-        for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+        for (const dib::KernelLevel level : dib::kKernelLevels) {
             dib::limitKernelLevel(level);
             const DibPtr image = rampOfBlue();
             EXPECT_TRUE(dib::changeBright(image.get(), table.data()));

@@ -72,7 +72,7 @@ void expectSameAsSampler(int width, int height) {
         const auto columns = static_cast<int>(count);
         const dib::WarpRow row{columns, 1, 0, positions.x.data(), positions.y.data()};
         for (unsigned flags = 0; flags < 4; ++flags) {
-            for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+            for (const auto level : dib::kKernelLevels) {
                 dib::limitKernelLevel(level);
                 const DibPtr out = blankImage(columns, 1, Depth::kBits);
                 dib::sampleRow<Depth>(source, flags, row, out->ScanLine(0));

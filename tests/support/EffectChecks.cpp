@@ -38,7 +38,7 @@ void expectEqualsReference(const EffectRun& run, const EffectReference& referenc
                 const DibPtr image = randomImage(size.width, height, depth, 7);
                 const DibPtr expected = copyOf(*image);
                 reference(*expected);
-                for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
+                for (const auto level : dib::kKernelLevels) {
                     dib::limitKernelLevel(level);
                     const DibPtr actual = copyOf(*image);
                     EXPECT_TRUE(run(nullptr, nullptr, actual.get()));
