@@ -92,6 +92,43 @@ bool readChannels(exr_const_context_t context, Part& part, PixelBytes& bytes) {
     return std::find(part.has.begin(), part.has.end(), true) != part.has.end();
 }
 
+bool skipText(std::FILE* file, bool& isEmpty) {
+    int c = std::fgetc(file);
+    isEmpty = c == 0;
+    while (c != 0 && c != EOF) c = std::fgetc(file);
+    return c == 0;
+}
+
+// A header's attributes: a name, a type, how long the value is, and the value. No name ends them.
+bool skipHeader(std::FILE* file, std::int64_t fileBytes, bool& isEmpty) {
+    isEmpty = true;
+    for (bool isEnd = false; skipText(file, isEnd); isEmpty = false) {
+        if (isEnd) return true;
+        bool isUntyped = false;
+        unsigned char n[4];
+        if (!skipText(file, isUntyped) || std::fread(n, 1, sizeof n, file) != sizeof n) return false;
+        const std::int64_t bytes = n[0] | n[1] << 8 | n[2] << 16 | std::int64_t{n[3]} << 24;
+        if (bytes > fileBytes - std::ftell(file)) return false;
+        if (std::fseek(file, static_cast<long>(bytes), SEEK_CUR) != 0) return false;
+    }
+    return false;
+}
+
+// Whether the values of all attributes lie within the file, which the C interface does not check of every one:
+// OpenEXR's classes allocate what a value is said to take before they read it.
+bool areAttributesWhole(std::FILE* file) {
+    constexpr unsigned kHasParts = 0x10;  // in the sixth byte; no attribute ends their headers
+    const std::int64_t fileBytes = sizeOf(file);
+    unsigned char start[8];
+    if (std::fseek(file, 0, SEEK_SET) != 0 || std::fread(start, 1, sizeof start, file) != sizeof start)
+        return false;
+    bool isEmpty = false;
+    do {
+        if (!skipHeader(file, fileBytes, isEmpty)) return false;
+    } while ((start[5] & kHasParts) != 0 && !isEmpty);
+    return true;
+}
+
 // How many times as long as the file its samples can be; 0 where OpenEXR's classes notice that a chunk is short of some.
 std::int64_t mostExpansion(exr_compression_t compression) {
     switch (compression) {
@@ -133,6 +170,7 @@ bool areChunksPossible(exr_const_context_t context, const Part& part, const Pixe
 }  // namespace
 
 bool readPart(std::FILE* file, Part& part) {
+    if (!areAttributesWhole(file)) return false;
     const Header header(file);
     PixelBytes bytes;
     return header.isRead() && readWindow(header.context(), part) &&

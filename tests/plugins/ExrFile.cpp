@@ -14,9 +14,12 @@
 #include <OpenEXR/ImfStdIO.h>
 #include <OpenEXR/ImfTiledOutputFile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <utility>
+
+#include "plugins/exr/Reader.h"
 
 namespace exr_test {
 
@@ -179,6 +182,62 @@ std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window
     file.setFrameBuffer(frame);
     file.readPixels(box.min.y, box.max.y);
     return planes;
+}
+
+FileSpec colors(int width, int height, Imf::PixelType type) {
+    FileSpec layout;
+    layout.data = {0, 0, width - 1, height - 1};
+    layout.display = layout.data;
+    for (const char* name : {"A", "B", "G", "R"}) layout.channels.push_back({name, type});
+    return layout;
+}
+
+float sampleAt(std::size_t channel, int x, int y) {
+    const auto c = static_cast<float>(channel);
+    return 0.6F + 0.6F * std::sin(static_cast<float>(x) / 5 + c) * std::cos(static_cast<float>(y) / 7 - c);
+}
+
+bool read(const Bytes& bytes, plugins::Picture& picture, codec_test::ProgressLog* log) {
+    const dib::FilePtr opened = testing_support::openBytes(bytes);
+    return plugins::exr::read(opened.get(), picture,
+                              log != nullptr ? codec_test::ProgressLog::callback : nullptr, log);
+}
+
+Bytes pixels(const Bytes& bytes) {
+    plugins::Picture picture;
+    if (!read(bytes, picture)) return {};
+    Bytes all;
+    const auto width = static_cast<std::size_t>(picture.header().biWidth * picture.header().biBitCount / 8);
+    for (std::size_t y = 0; y < static_cast<std::size_t>(picture.header().biHeight); ++y) {
+        all.insert(all.end(), picture.row(y), picture.row(y) + width);
+    }
+    return all;
+}
+
+namespace {
+
+unsigned char curve(float sample) {
+    if (!(sample > 0)) return 0;
+    return static_cast<unsigned char>(
+        std::min(std::floor(std::pow(double{sample}, 0.45454543828964233) * 255.0 + 0.5), 255.0));
+}
+
+}  // namespace
+
+Bytes expectedPixels(const Bytes& bytes) {
+    Window data;
+    auto planes = readSamples(bytes, data);
+    const auto count = static_cast<std::size_t>((data.right - data.left + 1) * (data.bottom - data.top + 1));
+    Bytes all;
+    const bool hasColors = planes.count("R") + planes.count("G") + planes.count("B") > 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        for (const char* name : {"B", "G", "R", "A"}) {
+            const bool isAlpha = *name == 'A';
+            const auto plane = planes.find(hasColors || isAlpha ? name : "Y");
+            all.push_back(plane != planes.end() ? curve(plane->second[i]) : isAlpha ? 255 : 0);
+        }
+    }
+    return all;
 }
 
 }  // namespace exr_test

@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "plugins/Picture.h"
+#include "tests/formats/CodecTest.h"
+
 namespace exr_test {
 
 using Bytes = std::vector<unsigned char>;
@@ -39,6 +42,17 @@ struct FileSpec {
     bool isBottomUp = false;
 };
 
+struct NamedCompression {
+    Imf::Compression compression;
+    const char* name;
+};
+inline constexpr NamedCompression kCompressions[] = {
+    {Imf::NO_COMPRESSION, "none"},   {Imf::RLE_COMPRESSION, "RLE"},   {Imf::ZIPS_COMPRESSION, "ZIPS"},
+    {Imf::ZIP_COMPRESSION, "ZIP"},   {Imf::PIZ_COMPRESSION, "PIZ"},   {Imf::PXR24_COMPRESSION, "PXR24"},
+    {Imf::B44_COMPRESSION, "B44"},   {Imf::B44A_COMPRESSION, "B44A"}, {Imf::DWAA_COMPRESSION, "DWAA"},
+    {Imf::DWAB_COMPRESSION, "DWAB"},
+};
+
 // The sample of a channel, by its place in the list, at coordinates of the data window.
 using Sampler = std::function<float(std::size_t channel, int x, int y)>;
 
@@ -49,6 +63,19 @@ Bytes writeDeep();
 
 // The samples of the first part's data window, row by row, by channel.
 std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window& data);
+
+// A picture of red, green, blue and alpha, and something smooth to show in it: a little of everything that a curve can
+// meet, and other values in every channel.
+FileSpec colors(int width, int height, Imf::PixelType type);
+float sampleAt(std::size_t channel, int x, int y);
+
+// By the plug-in.
+bool read(const Bytes& bytes, plugins::Picture& picture, codec_test::ProgressLog* log = nullptr);
+// The pixels of a whole picture from the top, blue, green, red, alpha (or a grey); empty when it is refused.
+Bytes pixels(const Bytes& bytes);
+
+// What a file shows, from the samples that OpenEXR's classes read at once: four bytes a pixel, greys too.
+Bytes expectedPixels(const Bytes& bytes);
 
 }  // namespace exr_test
 

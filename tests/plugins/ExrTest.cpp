@@ -35,62 +35,15 @@ using codec_test::ProgressLog;
 using codec_test::TemporaryFile;
 using exr_test::Bytes;
 using exr_test::ChannelSpec;
+using exr_test::colors;
+using exr_test::expectedPixels;
 using exr_test::FileSpec;
+using exr_test::kCompressions;
+using exr_test::NamedCompression;
+using exr_test::pixels;
+using exr_test::read;
+using exr_test::sampleAt;
 using plugins::Picture;
-
-bool read(const Bytes& bytes, Picture& picture, ProgressLog* log = nullptr) {
-    const dib::FilePtr opened = testing_support::openBytes(bytes);
-    return plugins::exr::read(opened.get(), picture, log != nullptr ? ProgressLog::callback : nullptr, log);
-}
-
-// The pixels of a whole picture from the top, blue, green, red, alpha (or a grey); empty when it is refused.
-Bytes pixels(const Bytes& bytes) {
-    Picture picture;
-    if (!read(bytes, picture)) return {};
-    Bytes all;
-    const auto width = static_cast<std::size_t>(picture.header().biWidth * picture.header().biBitCount / 8);
-    for (std::size_t y = 0; y < static_cast<std::size_t>(picture.header().biHeight); ++y) {
-        all.insert(all.end(), picture.row(y), picture.row(y) + width);
-    }
-    return all;
-}
-
-unsigned char curve(float sample) {
-    if (!(sample > 0)) return 0;
-    return static_cast<unsigned char>(
-        std::min(std::floor(std::pow(double{sample}, 0.45454543828964233) * 255.0 + 0.5), 255.0));
-}
-
-// What a file with colours shows, from the samples that OpenEXR's classes read.
-Bytes expectedPixels(const Bytes& bytes) {
-    exr_test::Window data;
-    auto planes = exr_test::readSamples(bytes, data);
-    const auto count = static_cast<std::size_t>((data.right - data.left + 1) * (data.bottom - data.top + 1));
-    Bytes all;
-    const bool hasColors = planes.count("R") + planes.count("G") + planes.count("B") > 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        for (const char* name : {"B", "G", "R", "A"}) {
-            const bool isAlpha = *name == 'A';
-            const auto plane = planes.find(hasColors || isAlpha ? name : "Y");
-            all.push_back(plane != planes.end() ? curve(plane->second[i]) : isAlpha ? 255 : 0);
-        }
-    }
-    return all;
-}
-
-// A smooth picture with a little of everything that a curve can meet, and other values in every channel.
-float sampleAt(std::size_t channel, int x, int y) {
-    const auto c = static_cast<float>(channel);
-    return 0.6F + 0.6F * std::sin(static_cast<float>(x) / 5 + c) * std::cos(static_cast<float>(y) / 7 - c);
-}
-
-FileSpec colors(int width, int height, Imf::PixelType type) {
-    FileSpec layout;
-    layout.data = {0, 0, width - 1, height - 1};
-    layout.display = layout.data;
-    for (const char* name : {"A", "B", "G", "R"}) layout.channels.push_back({name, type});
-    return layout;
-}
 
 FileSpec onePixel(const std::vector<ChannelSpec>& channels) {
     FileSpec layout;
@@ -179,17 +132,6 @@ TEST(ExrTest, SamplesOutsideTheCurve) {
     }
 }
 
-struct NamedCompression {
-    Imf::Compression compression;
-    const char* name;
-};
-constexpr NamedCompression kCompressions[] = {
-    {Imf::NO_COMPRESSION, "none"},   {Imf::RLE_COMPRESSION, "RLE"},   {Imf::ZIPS_COMPRESSION, "ZIPS"},
-    {Imf::ZIP_COMPRESSION, "ZIP"},   {Imf::PIZ_COMPRESSION, "PIZ"},   {Imf::PXR24_COMPRESSION, "PXR24"},
-    {Imf::B44_COMPRESSION, "B44"},   {Imf::B44A_COMPRESSION, "B44A"}, {Imf::DWAA_COMPRESSION, "DWAA"},
-    {Imf::DWAB_COMPRESSION, "DWAB"},
-};
-
 TEST(ExrTest, EveryCompressionInLinesAndTiles) {
     for (const NamedCompression& compression : kCompressions) {
         for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
@@ -275,43 +217,6 @@ TEST(ExrTest, ProgressIsToldAfterEachLineAndCanStop) {
             EXPECT_FALSE(read(bytes, stopped, &log));
             EXPECT_EQ(log.fractions.size(), static_cast<std::size_t>(stop) + 1);
         }
-    }
-}
-
-// Whatever is missing, the file ends in false or, where only what nobody needs is missing, in the whole picture.
-TEST(ExrTest, CutFilesAreRefused) {
-    for (const int tileSide : {0, 8}) {
-        for (const Imf::Compression compression :
-             {Imf::NO_COMPRESSION, Imf::ZIP_COMPRESSION, Imf::PIZ_COMPRESSION}) {
-            FileSpec layout = colors(13, 20, Imf::HALF);
-            layout.tileSide = tileSide;
-            layout.compression = compression;
-            const Bytes whole = write(layout, sampleAt);
-            ASSERT_FALSE(pixels(whole).empty());
-            codec_test::forEveryTruncation(whole, [&](const Bytes& cut, std::size_t length) {
-                EXPECT_TRUE(pixels(cut).empty()) << length << " of " << whole.size();
-            });
-        }
-    }
-}
-
-TEST(ExrTest, FlippedBitsEndInAResult) {
-    for (const NamedCompression& compression : kCompressions) {
-        FileSpec layout = colors(13, 20, Imf::HALF);
-        layout.compression = compression.compression;
-        const Bytes whole = write(layout, sampleAt);
-        const std::size_t size = pixels(whole).size();
-        int refused = 0;
-        for (std::size_t bit = 0; bit < whole.size() * 8; bit += bit < 2800 ? 3 : 61) {
-            Bytes flipped = whole;
-            flipped[bit / 8] = static_cast<unsigned char>(flipped[bit / 8] ^ 1U << bit % 8);
-            const Bytes seen = pixels(flipped);
-            if (seen.empty()) ++refused;
-            if (bit / 8 > 400 && !seen.empty()) {
-                EXPECT_EQ(seen.size(), size);
-            }
-        }
-        EXPECT_GT(refused, 50) << compression.name;
     }
 }
 
