@@ -1,4 +1,4 @@
-// DDS files made field by field.
+// DDS files made field by field, and what the plug-in makes of them.
 #ifndef TESTS_PLUGINS_DDS_FILE_H
 #define TESTS_PLUGINS_DDS_FILE_H
 
@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "plugins/dds/Reader.h"
+#include "tests/plugins/PictureTest.h"
 #include "tests/support/ByteFile.h"
 
 namespace dds_test {
 
-using Bytes = std::vector<unsigned char>;
+using plugin_test::Bytes;
 using testing_support::ByteWriter;
 
 struct Format {
@@ -42,6 +44,12 @@ inline Bytes file(std::uint32_t width, std::uint32_t height, const Format& forma
     }
     return out.raw(data).bytes;
 }
+
+// By the plug-in.
+inline bool read(const Bytes& bytes, plugins::Picture& picture, plugin_test::ProgressLog* log = nullptr) {
+    return plugin_test::read(plugins::dds::read, bytes, picture, log);
+}
+inline Bytes pixels(const Bytes& bytes) { return plugin_test::pixels(plugins::dds::read, bytes); }
 
 }  // namespace dds_test
 

@@ -197,22 +197,11 @@ float sampleAt(std::size_t channel, int x, int y) {
     return 0.6F + 0.6F * std::sin(static_cast<float>(x) / 5 + c) * std::cos(static_cast<float>(y) / 7 - c);
 }
 
-bool read(const Bytes& bytes, plugins::Picture& picture, codec_test::ProgressLog* log) {
-    const dib::FilePtr opened = testing_support::openBytes(bytes);
-    return plugins::exr::read(opened.get(), picture,
-                              log != nullptr ? codec_test::ProgressLog::callback : nullptr, log);
+bool read(const Bytes& bytes, plugins::Picture& picture, plugin_test::ProgressLog* log) {
+    return plugin_test::read(plugins::exr::read, bytes, picture, log);
 }
 
-Bytes pixels(const Bytes& bytes) {
-    plugins::Picture picture;
-    if (!read(bytes, picture)) return {};
-    Bytes all;
-    const auto width = static_cast<std::size_t>(picture.header().biWidth * picture.header().biBitCount / 8);
-    for (std::size_t y = 0; y < static_cast<std::size_t>(picture.header().biHeight); ++y) {
-        all.insert(all.end(), picture.row(y), picture.row(y) + width);
-    }
-    return all;
-}
+Bytes pixels(const Bytes& bytes) { return plugin_test::pixels(plugins::exr::read, bytes); }
 
 namespace {
 

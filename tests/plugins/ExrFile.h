@@ -11,12 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "plugins/Picture.h"
-#include "tests/formats/CodecTest.h"
+#include "tests/plugins/PictureTest.h"
 
 namespace exr_test {
 
-using Bytes = std::vector<unsigned char>;
+using plugin_test::Bytes;
 
 // The smallest and largest coordinates that belong to it.
 struct Window {
@@ -70,8 +69,7 @@ FileSpec colors(int width, int height, Imf::PixelType type);
 float sampleAt(std::size_t channel, int x, int y);
 
 // By the plug-in.
-bool read(const Bytes& bytes, plugins::Picture& picture, codec_test::ProgressLog* log = nullptr);
-// The pixels of a whole picture from the top, blue, green, red, alpha (or a grey); empty when it is refused.
+bool read(const Bytes& bytes, plugins::Picture& picture, plugin_test::ProgressLog* log = nullptr);
 Bytes pixels(const Bytes& bytes);
 
 // What a file shows, from the samples that OpenEXR's classes read at once: four bytes a pixel, greys too.
