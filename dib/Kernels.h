@@ -55,9 +55,9 @@ DIB_TARGET_AVX512 DIB_NO_INLINE auto runKernelAvx512(Args... args) {
     return Body(args...);
 }
 
-// `Wide` is the same body, written for vectors of 64 bytes.
-template <auto Body, auto Wide, class... Args>
-inline auto runKernelByWidth(Args... args) {
+// With the third build. `Wide` is the same body where it has to be written for vectors of 64 bytes.
+template <auto Body, auto Wide = Body, class... Args>
+inline auto runWidestKernel(Args... args) {
     return kernelLevel() == KernelLevel::kAvx512 ? runKernelAvx512<Wide>(args...) : runKernel<Body>(args...);
 }
 

@@ -202,7 +202,7 @@ private:
         const auto size = static_cast<int>(down_.size);
         const std::int64_t entering = y + down_.reach();
         const int leaving = static_cast<int>(y - 1 - down_.reach());
-        dib::runKernel<exchange<Column>>(
+        dib::runWidestKernel<exchange<Column>>(
             middle(),
             channelsOf(down_.wrap ? entering % size : std::min<std::int64_t>(entering, size - 1), 0),
             channelsOf(dib::getLoopY(leaving, size, flags_), 1), samples);

@@ -40,11 +40,11 @@ void BoxMean::ofSums(const std::uint32_t* sums, unsigned char* out, std::size_t 
     if (mayWrap_) {
         for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(of(sums[i]));
     } else if (divisor_ < kFloatDivisors) {
-        runKernel<multiply<float>>(sums, out, count,
-                                   std::nextafter(1.0F / static_cast<float>(divisor_), 1.0F));
+        runWidestKernel<multiply<float>>(sums, out, count,
+                                         std::nextafter(1.0F / static_cast<float>(divisor_), 1.0F));
     } else {
-        runKernel<multiply<double>>(sums, out, count,
-                                    std::nextafter(1.0 / static_cast<double>(divisor_), 1.0));
+        runWidestKernel<multiply<double>>(sums, out, count,
+                                          std::nextafter(1.0 / static_cast<double>(divisor_), 1.0));
     }
 }
 

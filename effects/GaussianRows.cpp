@@ -260,14 +260,14 @@ void weighPairs(const std::uint32_t* pairs, std::size_t stride, const std::uint3
 
 void gatherColumns(const std::uint32_t* columns, std::size_t stride, std::ptrdiff_t step,
                    std::ptrdiff_t reach, unsigned char* out, std::size_t samples) {
-    runKernelByWidth<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>>(columns, stride, step, reach, out,
-                                                                     samples);
+    runWidestKernel<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>>(columns, stride, step, reach, out,
+                                                                    samples);
 }
 
 void addRunSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
                  std::uint32_t* steps, std::size_t samples) {
-    runKernelByWidth<addRunStepsInBlocks<kWidth>, addRunStepsInBlocks<kWideWidth>>(row, step, halves, count,
-                                                                                   steps, samples);
+    runWidestKernel<addRunStepsInBlocks<kWidth>, addRunStepsInBlocks<kWideWidth>>(row, step, halves, count,
+                                                                                  steps, samples);
 }
 
 }  // namespace dib
