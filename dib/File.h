@@ -28,6 +28,9 @@ inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0
 // they allocate what a header announces.
 std::optional<std::uint64_t> bytesLeft(std::FILE* file);
 
+// Moves forward, reading where a stream cannot be sought; less when it ends before.
+void skipBytes(std::FILE* file, std::uint64_t bytes);
+
 // Whether all bytes were read / written.
 inline bool readBytes(std::FILE* file, void* out, std::size_t bytes) {
     return std::fread(out, 1, bytes, file) == bytes;

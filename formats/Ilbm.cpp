@@ -266,19 +266,13 @@ private:
     std::optional<BitmapHeader> header_;  // of the image that was created
 };
 
-off_t fileLength(std::FILE* file) {
-    const off_t here = ftello(file);
-    if (here < 0 || fseeko(file, 0, SEEK_END) != 0) return -1;
-    const off_t length = ftello(file);
-    return fseeko(file, here, SEEK_SET) == 0 ? length : -1;
-}
-
 }  // namespace
 
 bool LoadIFF(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
-    const off_t end = fileLength(file);
+    const off_t start = ftello(file);
+    const off_t end = start + static_cast<off_t>(dib::bytesLeft(file).value_or(0));
     bool decoded = false;
-    for (off_t at = ftello(file); at < end;) {
+    for (off_t at = start; at < end;) {
         iff_chunk chunk;
         if (fseeko(file, at, SEEK_SET) != 0 || !chunk.load(file)) break;
         if (chunk.is("FORM")) {

@@ -62,12 +62,6 @@ TgaHeader parseHeader(const unsigned char* bytes) {
     return header;
 }
 
-void skipBytes(std::FILE* file, std::size_t bytes) {
-    if (bytes == 0 || fseeko(file, static_cast<off_t>(bytes), SEEK_CUR) == 0) return;
-    // A pipe cannot be sought.
-    while (bytes-- > 0 && std::fgetc(file) != EOF) continue;
-}
-
 // Bytes of one entry of a map beside pixels that do not use it. Sizes other than these skip nothing: files with
 // 15-bit entries, whose pixels then start too early, have always been read so.
 std::size_t skippedEntryBytes(const TgaHeader& header) {
@@ -83,7 +77,7 @@ bool unusedMapIsValid(const TgaHeader& header) {
 void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
     const std::size_t entryBytes = skippedEntryBytes(header);
     if (header.hasMap() && entryBytes > 0)
-        skipBytes(file, entryBytes * static_cast<std::size_t>(header.mapEntries));
+        dib::skipBytes(file, entryBytes * static_cast<std::size_t>(header.mapEntries));
 }
 
 // Image sizes. Raw pixels are kept in the row order of the file; run-length ones always bottom-up.
@@ -289,8 +283,8 @@ bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     unsigned char bytes[TgaHeader::kBytes];
     if (!dib::readBytes(file, bytes, sizeof bytes)) return fail(image, DIB_ERROR_READ);
     const TgaHeader header = parseHeader(bytes);
+    dib::skipBytes(file, header.idBytes);
     if (!isKnownType(header.imageType)) return false;
-    skipBytes(file, header.idBytes);
     if (!readImage(file, image, header)) return false;
     image->ErrorCode = DIB_OK;
     return true;

@@ -53,17 +53,10 @@ void readLookup(std::FILE* file, ColorTable& colors) {
         colors[i] = {static_cast<std::uint8_t>(word >> 7 & 0xF8), static_cast<std::uint8_t>(word >> 2 & 0xF8),
                      static_cast<std::uint8_t>(word << 3 & 0xF8), 0};
     }
-    // The length decides where the pixels start, whatever the size of the table was.
-    fseeko(file, start + static_cast<off_t>(block.length), SEEK_SET);
-}
-
-// Whether the file is known to hold that many bytes more.
-bool holdsBytes(std::FILE* file, std::size_t bytes) {
-    const off_t here = ftello(file);
-    if (here < 0 || fseeko(file, 0, SEEK_END) != 0) return false;
-    const off_t end = ftello(file);
-    fseeko(file, here, SEEK_SET);
-    return end - here >= static_cast<off_t>(bytes);
+    // The length decides where the pixels start, whatever the size of the table was. A pipe only goes forward.
+    if (start >= 0 && fseeko(file, start + static_cast<off_t>(block.length), SEEK_SET) == 0) return;
+    const std::size_t read = BlockHeader::kBytes + 2 * count;
+    if (block.length > read) dib::skipBytes(file, block.length - read);
 }
 
 // Pixel words of the file and of images differ by these; each is its own inverse but for the 16th bit.
@@ -109,7 +102,8 @@ bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
 
     // Pixels that the file lacks are 0: it is not an error that it ends early.
     const std::size_t rowBytes = std::size_t{block.width} * 2;
-    if (!holdsBytes(file, rowBytes * block.height) && !formats::clearPixels(image)) return false;
+    const bool whole = dib::bytesLeft(file).value_or(0) >= rowBytes * block.height;
+    if (!whole && !formats::clearPixels(image)) return false;
     formats::RowReader rows(file, rowBytes, block.height);
     if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
     for (int y = 0; y < height; ++y) {

@@ -70,6 +70,29 @@ TEST(IlbmSave, ColoursAreRedFirstAndFilledUp) {
     EXPECT_EQ(Bytes(file.begin() + at + 6, file.begin() + at + 768), Bytes(762, 0));
 }
 
+TEST(IlbmSave, OtherDepthsBecome24Planes) {
+    for (const int bitCount : {16, 32}) {
+        const DibPtr image = testing_support::blankImage(1, -1, bitCount);
+        // Red 8, green 16, blue 128: planes 3, 12 and 23, the bits at 16 bits per pixel being 1, 2 and 16.
+        testing_support::setPixelValue(*image, 0, 0, bitCount == 16 ? 1 << 10 | 2 << 5 | 16 : 0x081080);
+        ByteWriter header;
+        header.be16(1).be16(1).be32(0).u8(24).u8(0).u8(0).u8(0).be16(0).u8(1).u8(1).be16(1).be16(1);
+        Bytes body(48);
+        body[2 * 3] = body[2 * 12] = body[2 * 23] = 0x80;
+        const Bytes expected =
+            ByteWriter().text("ILBM").raw(chunk("BMHD", header.bytes)).raw(chunk("BODY", body)).bytes;
+        EXPECT_EQ(savedForm(*image), expected) << bitCount;
+    }
+}
+
+TEST(IlbmSave, SizesKeepTheirLow16Bits) {
+    const DibPtr image = testing_support::blankImage(65538, 1, 1);
+    const Bytes form = savedForm(*image);
+    EXPECT_EQ(Bytes(form.begin() + 12, form.begin() + 16), (Bytes{0, 2, 0, 1}));
+    EXPECT_EQ(Bytes(form.begin() + 28, form.begin() + 32), (Bytes{0, 2, 0, 1}));
+    EXPECT_EQ(form.size(), 4U + 28 + 14 + 8 + 8194);
+}
+
 TEST(IlbmSave, EveryDepthAndSizeMatchesThePlainLoops) {
     for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
         dib::limitKernelLevel(level);

@@ -87,6 +87,18 @@ TEST(TgaLoad, TopOriginMakesTopDownImages) {
     EXPECT_EQ(std::memcmp(bottom.image->Buffer, top.image->Buffer, 3), 0);
 }
 
+TEST(TgaLoad, OnlyRawFilesAreTopDown) {
+    for (GoodFile file : goodFiles()) {
+        for (const unsigned descriptor : {0U, 0x20U}) {
+            file.fields.descriptor = descriptor;
+            const Loaded loaded = loadTga(file.fields, file.rest);
+            ASSERT_TRUE(loaded.result) << file.name;
+            const bool topDown = file.fields.type <= 3 && descriptor == 0x20;
+            EXPECT_EQ(loaded.image->Header->biHeight, topDown ? -2 : 2) << file.name;
+        }
+    }
+}
+
 TEST(TgaLoad, OnlyTheTopBitOfTheDescriptorCounts) {
     const Loaded loaded = loadTga({2, 2, 1, 24, 0x1F}, counting(6));
     ASSERT_TRUE(loaded.result);
@@ -244,6 +256,60 @@ TEST(TgaLoad, SizesBelowOne) {
     EXPECT_TRUE(loadTga({1, 2, 0xFFFD, 8, 0, 1, 1, 32}, counting(4)).result);
     EXPECT_EQ(loadTga({10, 2, 0xFFFD, 24}, Bytes(100)).code, 6);
     EXPECT_EQ(loadTga({9, 2, 0xFFFD, 8, 0, 1, 1, 24}, Bytes(100)).code, 6);
+}
+
+TEST(TgaLoad, FailuresToldByTheHeaderKeepTheOldImage) {
+    const DibPtr image = testing_support::randomImage(3, 3, 24, 1);
+    const Bytes before = testing_support::pixelBytes(*image);
+    const std::pair<Fields, int> refused[] = {
+        {{0}, 1},
+        {{11, 2, 2, 8}, 1},
+        {{1, 2, 2, 16, 0, 1, 2, 24}, 7},
+        {{1, 2, 2, 8, 0, 1, 257, 24}, 6},
+        {{2, 2, 2, 15}, 7},
+        {{2, 2, 2, 24, 0, 1, 0x8000, 24}, 6},
+        {{3, 2, 2, 16}, 7},
+        {{9, 2, 2, 8, 0, 0, 2, 24}, 1},
+        {{9, 2, 2, 8, 0, 1, 257, 24}, 6},
+        {{10, 2, 2, 8}, 1},
+        {{10, 2, 0xFFFD, 24}, 6},
+    };
+    for (const auto& [fields, code] : refused) {
+        EXPECT_FALSE(load(LoadTGA, tga(fields, Bytes(4000, 1)), *image));
+        EXPECT_EQ(image->ErrorCode, code) << fields.type;
+        EXPECT_EQ(testing_support::pixelBytes(*image), before) << fields.type;
+    }
+    EXPECT_FALSE(load(LoadTGA, Bytes(17, 2), *image));
+    EXPECT_EQ(image->ErrorCode, 4);
+    EXPECT_EQ(testing_support::pixelBytes(*image), before);
+}
+
+TEST(TgaLoad, ShortDataKeepsTheRowsBefore) {
+    const Loaded raw = loadTga({2, 2, 3, 24}, counting(16));
+    EXPECT_EQ(raw.code, 4);
+    EXPECT_EQ(rowBytes(*raw.image, 2), (Bytes{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(rowBytes(*raw.image, 1), (Bytes{7, 8, 9, 10, 11, 12}));
+    // Of the packets each whole pixel stays.
+    const Loaded packets = loadTga({10, 2, 2, 16, 0x20}, {0x81, 1, 2, 0x01, 3, 4, 5});
+    EXPECT_EQ(packets.code, 4);
+    EXPECT_EQ(rowBytes(*packets.image, 0), (Bytes{1, 2, 1, 2}));
+    EXPECT_EQ(rowBytes(*packets.image, 1)[0], 3);
+    EXPECT_EQ(rowBytes(*packets.image, 1)[1], 4);
+}
+
+TEST(TgaLoad, PipesAreReadForward) {
+    const Bytes file = tga({2, 2, 1, 24, 0, 1, 2, 32, 5}, joined(counting(8, 90), counting(6)));
+    EndlessStream stream{{file.begin(), file.end()}, "x"};
+    DibStream image;
+    ASSERT_TRUE(LoadTGA(stream.open().get(), &image, nullptr, nullptr));
+    EXPECT_EQ(rowBytes(image, 0), counting(6));
+    // One that never ends is left when the picture is complete.
+    for (const unsigned type : {2U, 10U}) {
+        const Bytes head = tga({type, 2, 2, 24}, {});
+        EndlessStream endless{{head.begin(), head.end()}, "x"};
+        ASSERT_TRUE(LoadTGA(endless.open().get(), &image, nullptr, nullptr));
+        EXPECT_EQ(rowBytes(image, 0), Bytes(6, 'x'));
+    }
 }
 
 TEST(TgaLoad, EveryTruncationIsAShortRead) {

@@ -90,6 +90,29 @@ TEST(TgaSave, LongRowsCrossBlocks) {
     for (int y = 0; y < 5; ++y) EXPECT_EQ(rowBytes(*loaded.image, y), rowBytes(*image, y));
 }
 
+TEST(TgaSave, NumbersOfTheHeaderKeepTheirLow16Bits) {
+    const DibPtr wide = testing_support::blankImage(65538, 1, 8);
+    const Bytes wideFile = save(SaveTGA, *wide);
+    EXPECT_EQ(start(wideFile, 18), savedHeader(1, 1, 256, 24, 2, 1, 8, 0));
+    EXPECT_EQ(wideFile.size(), 18U + 768 + 65538);
+    const DibPtr high = testing_support::blankImage(1, -65537, 16);
+    const Bytes highFile = save(SaveTGA, *high);
+    EXPECT_EQ(start(highFile, 18), savedHeader(0, 2, 0, 0, 1, 1, 16, 0));
+    EXPECT_EQ(highFile.size(), 18U + 2 * 65537);
+    // A table of 65537 colours.
+    auto* header = static_cast<unsigned char*>(std::calloc(1, 40 + 4 * 65537));
+    std::memcpy(header, wide->Header, 40);
+    const Bytes color = {7, 8, 9, 0};
+    std::copy(color.begin(), color.end(), header + 40);
+    wide->HeaderFree();
+    wide->Header = reinterpret_cast<BITMAPINFOHEADER*>(header);
+    wide->HeaderOwner = 6;
+    wide->Header->biClrUsed = 65537;
+    const Bytes file = save(SaveTGA, *wide);
+    EXPECT_EQ(start(file, 21), ByteWriter().raw(savedHeader(1, 1, 1, 24, 2, 1, 8, 0)).raw({7, 8, 9}).bytes);
+    EXPECT_EQ(file.size(), 18U + 3 + 65538);
+}
+
 TEST(TgaSave, EmptyImagesMakeAHeader) {
     DibStream empty;
     bool saved = false;

@@ -98,6 +98,28 @@ TEST(TimLoad, LookupBlockBesideWordsIsSkipped) {
     EXPECT_EQ(testing_support::pixelValue(*loaded.image, 0, 0), 0x7C00U);
 }
 
+TEST(TimLoad, FourBitsTakeTheFirst16Colours) {
+    const Loaded loaded = load(
+        LoadTIM, timMapped(0, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x7C00, 31, 31}, Bytes(8, 0)));
+    ASSERT_TRUE(loaded.result);
+    const Bytes header = testing_support::headerBytes(*loaded.image);
+    ASSERT_EQ(header.size(), 40U + 64);
+    EXPECT_EQ(Bytes(header.begin() + 40, header.begin() + 44), (Bytes{0, 0, 8, 0}));
+    EXPECT_EQ(Bytes(header.begin() + 100, header.end()), (Bytes{0xF8, 0, 0, 0}));
+}
+
+TEST(TimLoad, LookupBlocksOfPipesAreLeftByTheirLength) {
+    for (const unsigned height : {1U, 2U}) {
+        ByteWriter out = timStart(9);
+        block(out, 256, height, 6).fill(512 * height, 1).fill(6, 9);
+        block(out, 1, 1).raw({3, 4});
+        EndlessStream stream{{out.bytes.begin(), out.bytes.end()}, "x"};
+        DibStream image;
+        ASSERT_TRUE(LoadTIM(stream.open().get(), &image, nullptr, nullptr));
+        EXPECT_EQ(rowBytes(image, 0), (Bytes{3, 4}));
+    }
+}
+
 TEST(TimLoad, WithoutLookupTheTableIsGrey) {
     for (const unsigned mode : {0U, 1U}) {
         ByteWriter out = timStart(mode);
@@ -261,6 +283,16 @@ TEST(TimSave, OtherDepthsAreTruncatedTo16Bits) {
         ASSERT_TRUE(loaded.result);
         EXPECT_TRUE(testing_support::samePicture(testing_support::pictureOf(*loaded.image),
                                                  testing_support::pictureOf(*image), 8));
+    }
+}
+
+TEST(TimSave, OtherDepthsKeepTheUpperBitsOfTheirColours) {
+    for (const int bitCount : {24, 32}) {
+        const DibPtr image = testing_support::blankImage(1, 1, bitCount);
+        testing_support::setPixelValue(*image, 0, 0, 0x0F87FF);  // red 15, green 135, blue 255
+        ByteWriter expected = timStart(2);
+        expected.le32(14).le32(0).le16(1).le16(1).le16(1 | 16 << 5 | 31 << 10);
+        EXPECT_EQ(saveTim(*image), expected.bytes);
     }
 }
 
