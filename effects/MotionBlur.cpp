@@ -30,10 +30,14 @@ public:
             dib::Channels<Depth::kChannels> channels;
             for (std::size_t c = 0; c < channels.size(); ++c) {
                 const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(sums[c])} / divisor_;
-                // Sums of long smears wrap; what is left stays within its channel.
-                channels[c] = static_cast<std::uint32_t>(mean) & (Depth::kBits == 16 ? 31U : 255U);
+                // Sums of long smears wrap; what is left stays within its byte, but not within five bits.
+                channels[c] = static_cast<std::uint32_t>(mean) & (Depth::kBits == 16 ? ~0U : 255U);
             }
-            Depth::put(out, x, Depth::join(channels));
+            if constexpr (Depth::kBits == 16) {
+                Depth::put(out, x, (channels[2] * 1024 + channels[1] * 32 + channels[0]) & 0x7FFFU);
+            } else {
+                Depth::put(out, x, Depth::join(channels));
+            }
         }
     }
 

@@ -78,7 +78,7 @@ TEST(MotionBlur, WideRowsAtManyAngles) {
     dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
-TEST(MotionBlur, WrappedSumsStayInTheirChannels) {
+TEST(MotionBlur, WrappedSums) {
     // 255 x 8423460 wraps; divided by the total of the weights it leaves -254.
     const DibPtr image = blankImage(1, 1, 24);
     setPixelValue(*image, 0, 0, 0x0000FF);
@@ -92,6 +92,11 @@ TEST(MotionBlur, WrappedSumsStayInTheirChannels) {
     reference::motionBlur(*expected, 12000, 0, 0);
     EXPECT_TRUE(sameImage(*word, *expected));
     EXPECT_EQ(pixelValue(*word, 0, 0) & 0x8000U, 0U);
+
+    // 31 x 112507500 leaves -7 in each field: -7 x 1024 - 7 x 32 - 7, without bit 15.
+    setPixelValue(*word, 0, 0, 0xFFFF);
+    EXPECT_TRUE(DibEffectMotionBlur(nullptr, nullptr, word.get(), 15000, 0, 0));
+    EXPECT_EQ(pixelValue(*word, 0, 0), 0x6319U);
 }
 
 TEST(MotionBlur, LengthTwoOnTwoIndices) {

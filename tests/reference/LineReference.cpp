@@ -58,9 +58,9 @@ bool motionBlur(DibStream& image, int length, float angle, unsigned int flags) {
             std::uint32_t value = 0;
             for (int f = 0; f < fieldsOf(bits); ++f) {
                 const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(sums[f])} / divisor;
-                value |= fieldAt(bits, static_cast<std::uint32_t>(mean) & (bits == 16 ? 31U : 255U), f);
+                value += fieldAt(bits, static_cast<std::uint32_t>(mean) & (bits == 16 ? ~0U : 255U), f);
             }
-            setPixel(image, x, y, value);
+            setPixel(image, x, y, bits == 16 ? value & 0x7FFFU : value);
         }
     }
     return true;
