@@ -287,8 +287,7 @@ bool loadPath(DibStream& image, const Path* path, unsigned int flags) {
 
 // Whether there is a picture whose colours, rows and announced bytes can be counted.
 bool isWritable(const DibStream& image) {
-    return image.Header != nullptr && image.Buffer != nullptr && dib::announcesPossibleTable(*image.Header) &&
-           dib::admitSize(*image.Header).admitted && image.GetImageSize() >= 0;
+    return dib::hasRows(image) && dib::announcesPossibleTable(*image.Header) && image.GetImageSize() >= 0;
 }
 
 bool writeHeaders(std::FILE* file, const DibStream& image) {

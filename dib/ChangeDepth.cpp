@@ -1,7 +1,6 @@
 #include "dib/ChangeDepth.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "dib/ColorTable.h"
 #include "dib/MedianLookup.h"
@@ -15,12 +14,10 @@ DepthChange::DepthChange(DibStream& image, int bitCount)
     size_ = admitSize(image.Header->biWidth, image.Header->biHeight, bitCount);
     if (size_.admitted) pixels_ = allocateImageBlock(size_.imageBytes);
     if (pixels_ == nullptr) {
-        image.ErrorCode = DIB_ERROR_MEMORY;
+        failForMemory(image);
         return;
     }
-    // Fill bytes are part of the block: they are the same on every run. Only the last word of a row has any.
-    if (size_.rowBytes == 0) return;
-    for (std::size_t y = 0; y < size_.rows; ++y) std::memset(row(y) + size_.rowBytes - 4, 0, 4);
+    clearRowFill(pixels_.get(), size_);
 }
 
 bool DepthChange::finish() {
@@ -30,8 +27,7 @@ bool DepthChange::finish() {
     if (size_.imageBytes > 0) header.reset(image_.CreateHeader(width, height, bitCount_));
     if (header == nullptr) {
         image_.Clear();
-        image_.ErrorCode = DIB_ERROR_MEMORY;
-        return false;
+        return failForMemory(image_);
     }
     return image_.SetDib(header.release(), kOwned, pixels_.release(), kOwned);
 }
@@ -82,10 +78,7 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
     const bool divided = quantizer.execute(reinterpret_cast<DibBGR*>(pixels.get()), image.Header->biWidth,
                                            static_cast<int>(rows), colorLimit);
     dib::MedianLookup lookup(quantizer, width * rows);
-    if (!divided || !lookup.ready()) {
-        image.ErrorCode = DIB_ERROR_MEMORY;
-        return false;
-    }
+    if (!divided || !lookup.ready()) return dib::failForMemory(image);
     if (!image.Create(image.Header->biWidth, height, bitCount)) return false;
 
     const std::size_t entries = dib::addressableEntries(bitCount);
@@ -98,7 +91,6 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
     std::uint8_t strip[kStripPixels];
     for (std::size_t row = 0; row < rows; ++row) {
         unsigned char* to = image.Buffer + row * rowBytes;
-        std::memset(to + rowBytes - 4, 0, 4);
         forEachStrip(width, [&](std::size_t x, std::size_t count) {
             const std::uint8_t* bgr = pixels.get() + 3 * (row * width + x);
             lookup.map(bgr, bitCount == 8 ? to + x : strip, count);
@@ -127,10 +119,7 @@ bool DibStream::ChangeTo1Bit(unsigned int) {
     DepthChange change(*this, 1);
     if (!change.started()) return false;
     dib::ErrorDiffusion diffusion(change.width());
-    if (!diffusion.ready()) {
-        ErrorCode = DIB_ERROR_MEMORY;
-        return false;
-    }
+    if (!diffusion.ready()) return dib::failForMemory(*this);
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
             change.source().readGrey(row, x, count, diffusion.grey() + x);

@@ -11,10 +11,6 @@ namespace dib {
 
 namespace {
 
-// Pixels are first sorted by the five high bits of their channels; what is left of a colour is nine bits.
-constexpr std::size_t kCells = 32768;
-constexpr std::size_t kColorsPerCell = 512;
-
 // The 24-bit colour of a cell and its low bits, both with blue lowest.
 constexpr std::uint32_t colorOf(std::uint32_t cell, std::uint32_t low) {
     const std::uint32_t blue = (cell & 31) << 3 | (low & 7);
@@ -27,7 +23,7 @@ constexpr std::uint32_t colorOf(std::uint32_t cell, std::uint32_t low) {
 
 bool ColorCloud::collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges) {
     ranges_ = allocateArray<ColorRange>(maxRanges);
-    colors_ = allocateArray<CountedColor>(std::min(pixels, kCells * kColorsPerCell) + 1);
+    colors_ = allocateArray<CountedColor>(std::min(pixels, kColorCells * kColorsPerCell) + 1);
     if (ranges_ == nullptr || colors_ == nullptr || !sortIntoCells(bgr, pixels)) return false;
 
     ranges_[0].begin = 0;
@@ -39,7 +35,7 @@ bool ColorCloud::collect(const std::uint8_t* bgr, std::size_t pixels, std::size_
 
 bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
     // Where each cell starts: the counts of the cells before it.
-    auto next = allocateZeroed<std::uint32_t>(kCells + 1);
+    auto next = allocateZeroed<std::uint32_t>(kColorCells + 1);
     auto sorted = allocateArray<std::uint16_t>(pixels + 1);
     if (next == nullptr || sorted == nullptr) return false;
 
@@ -49,7 +45,7 @@ bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
         runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), count);
         for (std::size_t i = 0; i < count; ++i) ++next[cells[i] + 1U];
     });
-    for (std::size_t cell = 0; cell < kCells; ++cell) next[cell + 1] += next[cell];
+    for (std::size_t cell = 0; cell < kColorCells; ++cell) next[cell + 1] += next[cell];
     forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
         runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), count);
         runKernel<bgrToLowBits>(bgr + 3 * start, static_cast<std::uint16_t*>(lows), count);
@@ -58,7 +54,7 @@ bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
 
     // By now each entry of `next` is the end of its cell, which is where the cell after it starts.
     std::uint32_t begin = 0;
-    for (std::uint32_t cell = 0; cell < kCells; ++cell) {
+    for (std::uint32_t cell = 0; cell < kColorCells; ++cell) {
         const std::uint32_t end = next[cell];
         if (end > begin) countCell(cell, sorted.get() + begin, end - begin);
         begin = end;

@@ -146,6 +146,12 @@ bool withDepth(int bitCount, const Visit& visit) {
     return result;
 }
 
+// The same for all depths that exist.
+template <class Visit>
+bool withAnyDepth(int bitCount, const Visit& visit) {
+    return withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount, visit);
+}
+
 // Whether a depth is one of `Depths`.
 template <class... Depths>
 constexpr bool isOneOf(int bitCount) {

@@ -127,7 +127,7 @@ DibStream* DibStream::Clone() {
     auto* clone = new (std::nothrow) DibStream;
     const auto fail = [&]() -> DibStream* {
         delete clone;
-        ErrorCode = DIB_ERROR_MEMORY;
+        dib::failForMemory(*this);
         return nullptr;
     };
     if (clone == nullptr) return fail();
@@ -169,7 +169,7 @@ BITMAPINFOHEADER* DibStream::CreateHeader(int width, int height, int bitCount) {
     if (!SetBitmapInfo(info, width, height, bitCount)) return nullptr;
     auto block = dib::allocateArray<unsigned char>(kHeaderBytes + info.biClrUsed * dib::kEntryBytes);
     if (block == nullptr) {
-        ErrorCode = DIB_ERROR_MEMORY;
+        dib::failForMemory(*this);
         return nullptr;
     }
     auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.release());
@@ -183,17 +183,13 @@ unsigned char* DibStream::CreateBuffer(BITMAPINFOHEADER* header) {
     if (header == nullptr) return nullptr;
     const dib::ImageSize size = dib::admitSize(*header);
     if (!size.admitted || size.imageBytes == 0) return nullptr;
-    // Fill bytes belong to the block and to the files it is saved to: they are the same on every run. Only the last word
-    // of a row has any. Blocks that large come zeroed from the system, which is cheaper than touching every row.
+    // Blocks that large come zeroed from the system, which is cheaper than touching every row.
     constexpr std::size_t kMostBytesCleared = std::size_t{64} << 20;
     const bool hasFill = std::int64_t{header->biWidth} * header->biBitCount % 32 != 0;
     if (hasFill && size.imageBytes > kMostBytesCleared)
         return dib::allocateZeroedImageBlock(size.imageBytes).release();
     auto block = dib::allocateImageBlock(size.imageBytes);
-    if (hasFill && block != nullptr) {
-        for (std::size_t end = size.rowBytes; end <= size.imageBytes; end += size.rowBytes)
-            std::memset(block.get() + end - 4, 0, 4);
-    }
+    if (hasFill && block != nullptr) dib::clearRowFill(block.get(), size);
     return block.release();
 }
 
@@ -208,8 +204,7 @@ bool DibStream::Create(int width, int height, int bitCount) {
     }
     std::free(Header);
     Header = nullptr;
-    ErrorCode = DIB_ERROR_MEMORY;
-    return false;
+    return dib::failForMemory(*this);
 }
 
 void DibStream::SetMonoPalette() {

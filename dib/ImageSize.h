@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace dib {
 
@@ -43,6 +44,24 @@ constexpr ImageSize admitSize(std::int64_t width, std::int32_t height, std::int6
 
 inline ImageSize admitSize(const BITMAPINFOHEADER& header) {
     return admitSize(header.biWidth, header.biHeight, header.biBitCount);
+}
+
+// Makes the fill bytes behind all rows 0: they belong to the block and to the files it is saved to, and are the same on
+// every run. Only the last word of a row has any, so pixels are written afterwards.
+inline void clearRowFill(unsigned char* block, const ImageSize& size) {
+    if (size.rowBytes == 0) return;
+    for (std::size_t end = size.rowBytes; end <= size.imageBytes; end += size.rowBytes)
+        std::memset(block + end - 4, 0, 4);
+}
+
+// Whether rows can be addressed: both blocks, and an admissible size, which may be one without pixels.
+inline bool hasRows(const DibStream& image) {
+    return image.Header != nullptr && image.Buffer != nullptr && admitSize(*image.Header).admitted;
+}
+
+// Whether there are pixels to read: the same, and a size of at least one pixel.
+inline bool hasPixels(const DibStream& image) {
+    return hasRows(image) && admitSize(*image.Header).imageBytes > 0;
 }
 
 // Whether a depth is one of the six that exist.

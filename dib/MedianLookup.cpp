@@ -11,8 +11,7 @@ namespace dib {
 
 namespace {
 
-constexpr std::size_t kCells = 32768;
-constexpr std::size_t kTableBytes = 512;
+constexpr std::size_t kTableBytes = kColorsPerCell;
 constexpr int kSlots = MedianLookup::kSlots;
 
 // The entry whose colour has the smallest sum of squared channel differences; the first among equals, because the
@@ -39,8 +38,8 @@ DibBGRA boxCentre(const dibmedian::colinfo& box) {
 
 MedianLookup::MedianLookup(const dibmedian::mediancut& quantizer, std::size_t pixels)
     : root_(quantizer.root),
-      tableOf_(allocateZeroed<std::uint32_t>(kCells)),
-      tables_(allocateArray<std::uint8_t>((kSlots + std::min(pixels, kCells)) * kTableBytes)) {
+      tableOf_(allocateZeroed<std::uint32_t>(kColorCells)),
+      tables_(allocateArray<std::uint8_t>((kSlots + std::min(pixels, kColorCells)) * kTableBytes)) {
     if (!ready()) return;
     for (int i = 0; i < std::min(quantizer.boxCount, kSlots); ++i) {
         const DibBGRA centre = boxCentre(quantizer.boxes[i].info);

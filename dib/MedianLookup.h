@@ -49,9 +49,8 @@ private:
 
     const dibmedian::coltree* root_;
     Palette palette_{};
-    // Colours are grouped into 32768 cells by the five high bits of their channels. A cell's table gives the
-    // index for the nine low bits. Cells that lie in one box with an entry share one of the first 256
-    // tables.
+    // A cell's table gives the index for the nine low bits of a colour. Cells that lie in one box with an entry share one
+    // of the first 256 tables.
     MallocPtr<std::uint32_t> tableOf_;  // start of a cell's table plus 1; 0 while unknown
     MallocPtr<std::uint8_t> tables_;
     std::size_t tableCount_ = kSlots;

@@ -1,6 +1,9 @@
-// Blocks from malloc with an owner: what the library hands out must be freed with free.
+// Blocks from malloc with an owner: what the library hands out must be freed with free. And what is said when there is
+// no memory for one.
 #ifndef DIB_MEMORY_H
 #define DIB_MEMORY_H
+
+#include <DibStream.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -39,6 +42,12 @@ MallocPtr<unsigned char> allocateImageBlock(std::size_t bytes);
 // The same, zeroed. A large block costs memory only where it is written, so a picture that is mostly
 // background may be announced as large as it likes.
 MallocPtr<unsigned char> allocateZeroedImageBlock(std::size_t bytes);
+
+// Leaves the code of short memory in an image, which sizes that cannot exist get too. Always false.
+inline bool failForMemory(DibStream& image) {
+    image.ErrorCode = DIB_ERROR_MEMORY;
+    return false;
+}
 
 }  // namespace dib
 

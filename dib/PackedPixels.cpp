@@ -19,7 +19,7 @@ unsigned char* createPacked(DibStream& image, std::size_t pixelBytes, Read read)
         packed = dib::allocateImageBlock(reader.width() * pixelBytes * reader.rows());
     }
     if (packed == nullptr) {
-        image.ErrorCode = DIB_ERROR_MEMORY;
+        dib::failForMemory(image);
         return nullptr;
     }
     for (std::size_t row = 0; row < reader.rows(); ++row) {

@@ -80,7 +80,10 @@ DIB_ALWAYS_INLINE void bgrToWords(const std::uint8_t* __restrict from, std::uint
     }
 }
 
-// What bgrToWords drops: the three low bits of each channel, red highest.
+// What bgrToWords drops: the three low bits of each channel, red highest. The quantizer calls the colours of one word a
+// cell: the word is its number, and these bits tell its colours apart.
+constexpr std::size_t kColorCells = 32768;
+constexpr std::size_t kColorsPerCell = 512;
 DIB_ALWAYS_INLINE void bgrToLowBits(const std::uint8_t* __restrict from, std::uint16_t* __restrict to,
                                     std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {

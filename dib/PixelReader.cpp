@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "dib/ColorTable.h"
+#include "dib/Memory.h"
 #include "dib/PixelKernels.h"
 #include "dib/PixelShuffles.h"
 
@@ -54,7 +55,7 @@ PixelReader::PixelReader(DibStream& image) : pixels_(image.Buffer) {
     size_ = admitSize(*image.Header);
     readable_ = size_.admitted;
     if (!readable_) {
-        image.ErrorCode = DIB_ERROR_MEMORY;
+        failForMemory(image);
         return;
     }
     bitCount_ = image.Header->biBitCount;

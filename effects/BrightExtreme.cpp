@@ -166,10 +166,7 @@ bool filterExtreme(const dib::Progress& progress, DibStream* image, Extreme extr
     if (image == nullptr || radius < 0) return false;
     if (radius == 0) return true;
     dib::Raster raster;
-    if (!dib::admitImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(
-            image, raster)) {
-        return false;
-    }
+    if (!dib::admitImage(image, raster) || !dib::isDepth(raster.bitCount)) return false;
     if (raster.height < 1 || raster.width < 1) return dib::forEachRow(progress, raster.height, [](int) {});
     std::optional<ExtremeFilter> filter;
     try {

@@ -6,7 +6,7 @@
 //             return static_cast<unsigned char>((c.above + c.left + c.right + c.below) >> 2);
 //         }
 //     };
-//     dib::filterImage<dib::Depth8>(progress, image, dib::CrossFilter<Mean>(flags));
+//     return dib::filterCross<Mean>({callback, user}, image, flags);
 #ifndef EFFECTS_CROSS_ROWS_H
 #define EFFECTS_CROSS_ROWS_H
 
@@ -93,6 +93,12 @@ private:
     int width_ = 0;
     int height_ = 0;
 };
+
+// The effect that such a filter is.
+template <class Rule>
+bool filterCross(const Progress& progress, DibStream* image, unsigned int flags) {
+    return filterImage<Depth8, Depth24, Depth32>(progress, image, CrossFilter<Rule>(flags));
+}
 
 }  // namespace dib
 

@@ -20,20 +20,14 @@ struct Sharpen {
     }
 };
 
-template <class Rule>
-bool filterCross(const dib::Progress& progress, DibStream* image, unsigned int flags) {
-    return dib::filterImage<dib::Depth8, dib::Depth24, dib::Depth32>(progress, image,
-                                                                     dib::CrossFilter<Rule>(flags));
-}
-
 }  // namespace
 
 bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image, unsigned int flags) {
-    return filterCross<Blur>({callback, user}, image, flags);
+    return dib::filterCross<Blur>({callback, user}, image, flags);
 }
 
 bool DibEffectSharpLittle(DibProgressCallback callback, void* user, DibStream* image, unsigned int flags) {
-    return filterCross<Sharpen>({callback, user}, image, flags);
+    return dib::filterCross<Sharpen>({callback, user}, image, flags);
 }
 
 bool DibEffectBlurLittle(DibProgressCallback callback, void* user, DibStream* image, DEBlurLittleInfo* info) {

@@ -8,12 +8,6 @@
 
 namespace {
 
-using dib::Depth1;
-using dib::Depth16;
-using dib::Depth24;
-using dib::Depth32;
-using dib::Depth4;
-using dib::Depth8;
 using dib::Raster;
 
 // Sums of columns are kept in 16 bits; this many rows of bytes fit.
@@ -151,15 +145,14 @@ bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image,
     const dib::Progress progress{callback, user};
     // A larger block would be cut to the picture anyway.
     const int side = std::max(1, std::min(blockSize, std::max(raster.width, raster.height)));
-    return dib::withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(
-        raster.bitCount, [&](auto depth) {
-            using Depth = decltype(depth);
-            if constexpr (Depth::kBits <= 8) {
-                return paintBlocks<Depth, FirstPixels<Depth>>(progress, raster, side);
-            } else {
-                return paintBlocks<Depth, Averages<Depth>>(progress, raster, side);
-            }
-        });
+    return dib::withAnyDepth(raster.bitCount, [&](auto depth) {
+        using Depth = decltype(depth);
+        if constexpr (Depth::kBits <= 8) {
+            return paintBlocks<Depth, FirstPixels<Depth>>(progress, raster, side);
+        } else {
+            return paintBlocks<Depth, Averages<Depth>>(progress, raster, side);
+        }
+    });
 }
 
 bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image, DEMozaicInfo* info) {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "dib/Kernels.h"
+#include "dib/PixelKernels.h"
 #include "effects/EffectFrame.h"
 
 namespace {
@@ -103,7 +104,7 @@ bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* im
     const int level = static_cast<int>(scaled);
     const auto draw = [&] { return ((std::rand() >> 4) & 255) * level; };
     // An indexed pixel is a number like any other, pulled towards the brightness of the colour.
-    const auto grey = static_cast<std::uint8_t>((37 * color.blue + 146 * color.green + 73 * color.red) >> 8);
+    const std::uint8_t grey = dib::greyOf(color.blue, color.green, color.red);
     return dib::changePixels<Depth8, Depth24, Depth32>(
         {callback, user}, image, [&](auto depth, unsigned char* row, int width) {
             using Depth = decltype(depth);

@@ -19,8 +19,7 @@ struct Gradient {
 }  // namespace
 
 bool DibEffectPickEdge(DibProgressCallback callback, void* user, DibStream* image, unsigned int flags) {
-    return dib::filterImage<dib::Depth8, dib::Depth24, dib::Depth32>({callback, user}, image,
-                                                                     dib::CrossFilter<Gradient>(flags));
+    return dib::filterCross<Gradient>({callback, user}, image, flags);
 }
 
 bool DibEffectPickEdge(DibProgressCallback callback, void* user, DibStream* image, DEPickEdgeInfo* info) {

@@ -55,14 +55,14 @@ RankPixels::RankPixels(const DibStream& image, const Raster& raster, TableWeight
 }
 
 void RankPixels::readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const {
-    withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount_, [&](auto depth) {
+    withAnyDepth(bitCount_, [&](auto depth) {
         for (std::size_t i = 0; i < count; ++i) values[i] = decltype(depth)::get(spots[i].row, spots[i].x);
         return true;
     });
 }
 
 void RankPixels::readValues(const unsigned char* row, std::uint32_t* values) const {
-    withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount_, [&](auto depth) {
+    withAnyDepth(bitCount_, [&](auto depth) {
         runKernel<readBody<decltype(depth)>>(row, values, width_);
         return true;
     });
@@ -86,7 +86,7 @@ void RankPixels::readRow(const unsigned char* row, std::uint32_t* values, std::i
 }
 
 void RankPixels::writeRow(unsigned char* row, const std::uint32_t* values) const {
-    withDepth<Depth1, Depth4, Depth8, Depth16, Depth24, Depth32>(bitCount_, [&](auto depth) {
+    withAnyDepth(bitCount_, [&](auto depth) {
         using Depth = decltype(depth);
         if (kIsPacked<Depth>) std::memset(row, 0, rowBytes_);
         runKernel<writeBody<Depth>>(row, values, width_);

@@ -46,8 +46,8 @@ private:
 
     std::vector<RankRow> slots_;
     std::vector<std::size_t> arrived_;  // rows as they were pushed, oldest first
-    std::vector<std::size_t>
-        leaving_;  // rows holding the winners from themselves to the last of them; next to go last
+    // Rows that hold the winners from themselves to the last of them; the next to go stands last.
+    std::vector<std::size_t> leaving_;
     std::vector<std::size_t> free_;
     RankRow newest_;  // winners over `arrived_`
 };

@@ -51,11 +51,6 @@ inline bool report(DibProgressCallback callback, void* user, int done, int total
     return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
 }
 
-// Whether there are pixels whose rows can be addressed.
-inline bool hasPixels(const DibStream& image) {
-    return image.Header != nullptr && image.Buffer != nullptr && dib::admitSize(*image.Header).admitted;
-}
-
 // Makes every pixel of a new image 0. However large the image is, its pages cost nothing until they are
 // touched.
 inline bool clearPixels(DibStream* image) {

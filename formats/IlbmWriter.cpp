@@ -132,7 +132,7 @@ bool saveForm(const Char* path, DibStream* image, DibProgressCallback callback, 
 }  // namespace
 
 bool SaveIFF(iff_outstream& out, DibStream* image, DibProgressCallback, void*) {
-    const int held = formats::hasPixels(*image) ? image->Header->biBitCount : 0;
+    const int held = dib::hasRows(*image) ? image->Header->biBitCount : 0;
     formats::ImagePtr converted;
     if (held != 1 && held != 4 && held != 8 && held != 24) {
         converted.reset(image->Clone());

@@ -134,7 +134,7 @@ bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* di
                    DibCocoaUtil::DibCocoaFileType type) {
     const int number = type;
     if (number < 0 || number > DibCocoaUtil::DIB_COCOA_TIFF) return false;
-    if (dib == nullptr || !hasPixels(*dib)) return false;
+    if (dib == nullptr || !dib::hasRows(*dib)) return false;
     ImagePtr converted;
     const DibStream* source = as32Bit(dib, converted);
     if (source == nullptr) return false;

@@ -217,7 +217,7 @@ bool SavePPM(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
         if (copy == nullptr || (converts && !copy->ChangeBpp(24, 0))) return false;
     }
     DibStream& source = copy != nullptr ? *copy : *image;
-    if (!formats::hasPixels(source)) return false;
+    if (!dib::hasRows(source)) return false;
 
     const dib::ImageSize size = dib::admitSize(*source.Header);
     const int height = static_cast<int>(size.rows);

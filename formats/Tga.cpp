@@ -314,7 +314,7 @@ bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
         writeHeader(file, empty);
         return true;
     }
-    if (!formats::hasPixels(source)) return fail(image, DIB_ERROR_INVALID);
+    if (!dib::hasRows(source)) return fail(image, DIB_ERROR_INVALID);
     const int bitCount = source.Header->biBitCount;
     if (bitCount != 8 && bitCount != 16 && bitCount != 24 && bitCount != 32) {
         return fail(image, converts ? DIB_ERROR_MEMORY : DIB_ERROR_UNSUPPORTED);

@@ -177,7 +177,7 @@ void SaveTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     dib::writeLe32(word, kIdentifier);
     dib::writeBytes(file, word, sizeof word);
 
-    const int held = formats::hasPixels(*image) ? image->Header->biBitCount : 0;
+    const int held = dib::hasRows(*image) ? image->Header->biBitCount : 0;
     formats::ImagePtr converted;
     if (held != 4 && held != 8 && held != 16) {
         converted.reset(image->Clone());

@@ -26,12 +26,6 @@ bool Canvas::installInto(DibStream& image) {
     return true;
 }
 
-bool hasPixels(const DibStream& image) {
-    if (image.Header == nullptr || image.Buffer == nullptr) return false;
-    const ImageSize size = admitSize(*image.Header);
-    return size.admitted && size.imageBytes > 0;
-}
-
 int heightLike(int height, int model) {
     if (height == INT32_MIN) return height;
     return model > 0 ? std::abs(height) : -std::abs(height);

@@ -35,18 +35,9 @@ struct Canvas {
     bool installInto(DibStream& image);
 };
 
-// Whether there are pixels to read: both blocks, and an admissible size of at least one pixel.
-bool hasPixels(const DibStream& image);
-
 // |height| with the sign that `model` has; 0 and below count as top-down. A height whose absolute value is no
 // int stays as it is and is refused as a size.
 int heightLike(int height, int model);
-
-// Records that an image of the wanted size could not be made. Always false.
-inline bool failForMemory(DibStream& image) {
-    image.ErrorCode = DIB_ERROR_MEMORY;
-    return false;
-}
 
 }  // namespace dib
 

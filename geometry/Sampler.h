@@ -3,6 +3,7 @@
 #ifndef GEOMETRY_SAMPLER_H
 #define GEOMETRY_SAMPLER_H
 
+#include <DibEffect.h>
 #include <DibStream.h>
 
 #include <algorithm>
@@ -86,8 +87,8 @@ struct PixelIndex {
 };
 
 DIB_ALWAYS_INLINE PixelIndex nearestPixel(const SampleSource& source, float x, float y, unsigned int flags) {
-    return {samplePosition(x, source.width, source.widthReal, (flags & 1U) != 0).index,
-            samplePosition(y, source.height, source.heightReal, (flags & 2U) != 0).index};
+    return {samplePosition(x, source.width, source.widthReal, (flags & DIB_WRAP_X) != 0).index,
+            samplePosition(y, source.height, source.heightReal, (flags & DIB_WRAP_Y) != 0).index};
 }
 
 // The value of a pixel of at most 16 bits, given the first byte that holds it.
@@ -146,8 +147,8 @@ DIB_ALWAYS_INLINE std::uint64_t mixColumns(const unsigned char* row, const Colum
 template <int Bits>
 DIB_ALWAYS_INLINE std::uint32_t sampleBilinear(const SampleSource& source, float x, float y,
                                                unsigned int flags) {
-    const bool wrapX = (flags & 1U) != 0;
-    const bool wrapY = (flags & 2U) != 0;
+    const bool wrapX = (flags & DIB_WRAP_X) != 0;
+    const bool wrapY = (flags & DIB_WRAP_Y) != 0;
     const SamplePosition column = samplePosition(x, source.width, source.widthReal, wrapX);
     const SamplePosition line = samplePosition(y, source.height, source.heightReal, wrapY);
 

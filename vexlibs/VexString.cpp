@@ -1,6 +1,7 @@
 #include <VexLibs.h>
 
 #include <cstdint>
+#include <string_view>
 
 namespace {
 
@@ -75,7 +76,7 @@ bool VexString::empty() const { return text_.empty(); }
 VexString VexString::fromUtf8String(const char* text) {
     VexString result;
     if (text == nullptr) return result;
-    const std::string bytes(text);
+    const std::string_view bytes(text);
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
     for (std::size_t i = 0; i < bytes.size();) {
         const Decoded next = decode(data + i, bytes.size() - i);
