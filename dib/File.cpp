@@ -47,30 +47,52 @@ namespace {
 // As many rows at once as every system takes.
 constexpr std::size_t kRowsAtOnce = 1024;
 
-bool writeRowsToDescriptor(int descriptor, const unsigned char* first, std::ptrdiff_t step,
-                           std::size_t rowBytes, std::size_t rows) {
-    std::size_t row = 0;
-    std::size_t begin = 0;  // what is left of that row starts here: a system may write less than it was given
-    while (row < rows) {
+// Hands rows to `transfer(parts, count, done)`, which moves some of their bytes and returns how many, until none are
+// left or it moves none. Returns the bytes moved.
+template <class Transfer>
+std::size_t transferRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows,
+                         const Transfer& transfer) {
+    std::size_t done = 0;
+    while (done < rows * rowBytes) {
+        const std::size_t row = done / rowBytes;
+        const std::size_t begin = done % rowBytes;  // a system may move less than it was given
         iovec parts[kRowsAtOnce];
         const std::size_t count = std::min(rows - row, kRowsAtOnce);
         for (std::size_t i = 0; i < count; ++i) {
-            const unsigned char* start = first + static_cast<std::ptrdiff_t>(row + i) * step;
-            parts[i] = {const_cast<unsigned char*>(start), rowBytes};
+            parts[i] = {first + static_cast<std::ptrdiff_t>(row + i) * step, rowBytes};
         }
         parts[0].iov_base = static_cast<unsigned char*>(parts[0].iov_base) + begin;
         parts[0].iov_len -= begin;
-        const ssize_t written = writev(descriptor, parts, static_cast<int>(count));
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        const std::size_t passed = begin + static_cast<std::size_t>(written);
-        row += passed / rowBytes;
-        begin = passed % rowBytes;
+        const ssize_t moved = transfer(parts, static_cast<int>(count), done);
+        if (moved < 0 && errno == EINTR) continue;
+        if (moved <= 0) break;
+        done += static_cast<std::size_t>(moved);
     }
-    return true;
+    return done;
 }
 
 }  // namespace
+
+std::size_t readRows(std::FILE* file, unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
+                     std::size_t rows) {
+    if (step == static_cast<std::ptrdiff_t>(rowBytes)) return std::fread(first, 1, rowBytes * rows, file);
+    if (rowBytes == 0) return 0;
+    const int descriptor = fileno(file);
+    const off_t start = ftello(file);
+    std::size_t done = 0;
+    if (descriptor < 0 || start < 0) {
+        // A stream in memory, or a pipe.
+        for (std::size_t row = 0; row < rows && done == row * rowBytes; ++row) {
+            done += std::fread(first + static_cast<std::ptrdiff_t>(row) * step, 1, rowBytes, file);
+        }
+        return done;
+    }
+    done = transferRows(first, step, rowBytes, rows, [&](const iovec* parts, int count, std::size_t passed) {
+        return preadv(descriptor, parts, count, start + static_cast<off_t>(passed));
+    });
+    fseeko(file, start + static_cast<off_t>(done), SEEK_SET);
+    return done;
+}
 
 bool writeRows(std::FILE* file, const unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
                std::size_t rows) {
@@ -84,7 +106,10 @@ bool writeRows(std::FILE* file, const unsigned char* first, std::ptrdiff_t step,
         }
         return true;
     }
-    if (!writeRowsToDescriptor(descriptor, first, step, rowBytes, rows)) return false;
+    const std::size_t written = transferRows(
+        const_cast<unsigned char*>(first), step, rowBytes, rows,
+        [&](const iovec* parts, int count, std::size_t) { return writev(descriptor, parts, count); });
+    if (written < rows * rowBytes) return false;
     // The stream goes on where the rows end; a pipe has no place to go to.
     const off_t end = lseek(descriptor, 0, SEEK_CUR);
     return end < 0 || fseeko(file, end, SEEK_SET) == 0;

@@ -39,9 +39,14 @@ inline bool writeBytes(std::FILE* file, const void* from, std::size_t bytes) {
     return std::fwrite(from, 1, bytes, file) == bytes;
 }
 
-// Writes `rows` blocks of `rowBytes` bytes each, of which the next lies `step` bytes behind the one before (in front of
-// it when negative). What the stream holds back is written first. Files of the system get the rows without a copy
-// between: turning a picture round on the way to a file costs a third of what gathering its rows does.
+// Rows are blocks of `rowBytes` bytes, of which the next lies `step` bytes behind the one before (in front of it when
+// negative). Files of the system take and give them without a copy between: turning a picture round on the way costs a
+// third of what gathering its rows does.
+
+// Reads rows and returns the bytes that the file had of them all; it stands behind these then.
+std::size_t readRows(std::FILE* file, unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
+                     std::size_t rows);
+// Whether all rows were written. What the stream holds back is written first.
 bool writeRows(std::FILE* file, const unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
                std::size_t rows);
 

@@ -2,6 +2,7 @@
 // red, green and blue of each pixel or one grey.
 #include "formats/Ppm.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "dib/Kernels.h"
@@ -65,15 +66,14 @@ void exchangeColors(unsigned char* first, unsigned char* second, std::size_t byt
 
 // Row readers fill row y of the image from the file; false when the file ends before.
 
-// Blocks of rows are read to where they belong and turned round there: a row that is copied from elsewhere costs
-// the memory of the picture twice.
+// Blocks of rows are read to where they belong, which for colours means turning them round there: a row that is copied
+// from elsewhere costs the memory of the picture twice.
 class BinaryRows {
 public:
     BinaryRows(std::FILE* file, DibStream& image)
         : file_(file),
           image_(image),
-          rowBytes_(static_cast<std::size_t>(image.Header->biWidth) * image.Header->biBitCount / 8),
-          exchange_(image.Header->biBitCount == 24 ? exchangeColors : formats::exchangeBytes) {}
+          rowBytes_(static_cast<std::size_t>(image.Header->biWidth) * image.Header->biBitCount / 8) {}
 
     bool read(int y) {
         if (y == blockEnd_) readBlock();
@@ -88,18 +88,40 @@ public:
 private:
     void readBlock() {
         const auto left = static_cast<std::size_t>(image_.Header->biHeight - blockEnd_);
-        const std::size_t rows = formats::rowsPerBlock(rowBytes_, left);
-        wholeRows_ = blockEnd_;
+        const bool hasColors = image_.Header->biBitCount == 24;
+        // What is passed over once more must still be in the cache then.
+        const std::size_t rows = hasColors ? formats::rowsPerBlock(rowBytes_, left)
+                                           : std::min(left, 4 * formats::rowsPerBlock(rowBytes_, left));
+        const int first = blockEnd_;
         blockEnd_ += static_cast<int>(rows);
-        unsigned char* block = image_.ScanLine(blockEnd_ - 1);
-        wholeRows_ += static_cast<int>(std::fread(block, 1, rows * rowBytes_, file_) / rowBytes_);
-        formats::turnRows(block, rowBytes_, image_.GetPitch(), rows, exchange_);
+        const std::size_t bytes =
+            hasColors ? readColors(image_.ScanLine(blockEnd_ - 1), rows)
+                      : dib::readRows(file_, image_.ScanLine(first),
+                                      -static_cast<std::ptrdiff_t>(image_.GetPitch()), rowBytes_, rows);
+        wholeRows_ = first + static_cast<int>(bytes / rowBytes_);
+    }
+
+    // The block is read in one piece, the top row first and without fill. Exchanging rows exchanges their red and blue.
+    std::size_t readColors(unsigned char* block, std::size_t rows) {
+        const std::size_t bytes = std::fread(block, 1, rows * rowBytes_, file_);
+        const std::size_t pitch = image_.GetPitch();
+        if (pitch > rowBytes_) spreadRows(block, pitch, rows);
+        for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
+            exchangeColors(block + row * pitch, block + (rows - 1 - row) * pitch, rowBytes_);
+        return bytes;
+    }
+
+    void spreadRows(unsigned char* block, std::size_t pitch, std::size_t rows) {
+        for (std::size_t row = rows; row-- > 0;) {
+            std::memmove(block + row * pitch, block + row * rowBytes_, rowBytes_);
+            // The fill behind a row held pixels of the rows that have left by now.
+            std::memset(block + row * pitch + rowBytes_, 0, pitch - rowBytes_);
+        }
     }
 
     std::FILE* file_;
     DibStream& image_;
     std::size_t rowBytes_;
-    formats::RowExchange exchange_;
     int blockEnd_ = 0;   // rows read so far, those that the file lacks included
     int wholeRows_ = 0;  // and those that it had
 };

@@ -118,15 +118,10 @@ const unsigned char* PsdPlanes::rowOf(std::size_t channel, std::size_t row) {
 bool PsdPlanes::storeOnlyPlane(std::size_t first, std::size_t end) {
     const std::size_t pitch = image_.GetPitch();
     reader_.seek(starts_[0] + static_cast<std::int64_t>(first * width_));
-    while (first < end) {
-        const std::size_t rows = rowsPerBlock(width_, end - first);
-        first += rows;
-        unsigned char* block = image_.ScanLine(static_cast<int>(first) - 1);
-        if (!reader_.read(block, rows * width_)) return false;
-        turnRows(block, width_, pitch, rows, exchangeBytes);
-        for (std::size_t row = 0; row < rows; ++row)
-            std::memset(block + row * pitch + width_, 0xFF, pitch - width_);
-    }
+    unsigned char* top = image_.ScanLine(static_cast<int>(first));
+    if (!reader_.readRows(top, -static_cast<std::ptrdiff_t>(pitch), width_, end - first)) return false;
+    for (std::size_t row = first; row < end; ++row)
+        std::memset(image_.ScanLine(static_cast<int>(row)) + width_, 0xFF, pitch - width_);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/File.h"
 
 namespace formats {
 
@@ -62,6 +63,15 @@ std::size_t PsdReader::readSome(void* out, std::size_t bytes) {
         done += part;
     }
     return done;
+}
+
+bool PsdReader::readRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows) {
+    fseeko(file_, std::min(position(), size_), SEEK_SET);
+    bufferStart_ = position();
+    next_ = end_ = 0;
+    const std::size_t bytes = dib::readRows(file_, first, step, rowBytes, rows);
+    bufferStart_ += static_cast<std::int64_t>(bytes);
+    return bytes == rowBytes * rows;
 }
 
 bool PsdReader::read8(std::uint8_t& out) {

@@ -30,6 +30,9 @@ public:
     std::size_t readSome(void* out, std::size_t bytes);
     bool read(void* out, std::size_t bytes) { return readSome(out, bytes) == bytes; }
 
+    // Rows to where they belong (dib/File.h); false when the file ends inside.
+    bool readRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows);
+
     // Numbers: false when the file ends inside, whose missing bytes count as 0.
     bool read8(std::uint8_t& out);
     bool read16(std::uint16_t& out);

@@ -3,23 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include "dib/Kernels.h"
-
 namespace formats {
 
 namespace {
 
 // Small enough to stay in the second-level cache, large enough that the cost of a call does not show.
 constexpr std::size_t kBlockBytes = 256 * 1024;
-
-DIB_ALWAYS_INLINE void exchangeLoop(unsigned char* __restrict first, unsigned char* __restrict second,
-                                    std::size_t bytes) {
-    for (std::size_t i = 0; i < bytes; ++i) {
-        const unsigned char kept = first[i];
-        first[i] = second[i];
-        second[i] = kept;
-    }
-}
 
 }  // namespace
 
@@ -57,35 +46,6 @@ std::size_t RowReader::copyNext(unsigned char* out) {
     std::memcpy(out, block_.get() + position_, bytes);
     position_ += bytes;
     return bytes;
-}
-
-std::size_t readRows(std::FILE* file, unsigned char* out, std::size_t rowBytes, std::size_t pitch,
-                     std::size_t rows) {
-    if (rowBytes == pitch) return std::fread(out, 1, rowBytes * rows, file);
-    std::size_t total = 0;
-    for (std::size_t row = 0; row < rows; ++row) {
-        const std::size_t bytes = std::fread(out + row * pitch, 1, rowBytes, file);
-        total += bytes;
-        if (bytes < rowBytes) break;
-    }
-    return total;
-}
-
-void exchangeBytes(unsigned char* first, unsigned char* second, std::size_t bytes) {
-    if (first != second) dib::runKernel<exchangeLoop>(first, second, bytes);
-}
-
-void turnRows(unsigned char* block, std::size_t rowBytes, std::size_t pitch, std::size_t rows,
-              RowExchange exchange) {
-    if (pitch > rowBytes) {
-        for (std::size_t row = rows; row-- > 0;) {
-            std::memmove(block + row * pitch, block + row * rowBytes, rowBytes);
-            // The fill behind a row held pixels of the rows that have left by now.
-            std::memset(block + row * pitch + rowBytes, 0, pitch - rowBytes);
-        }
-    }
-    for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
-        exchange(block + row * pitch, block + (rows - 1 - row) * pitch, rowBytes);
 }
 
 RowWriter::RowWriter(std::FILE* file, std::size_t rowBytes, std::size_t rows)

@@ -37,19 +37,6 @@ private:
     std::size_t filled_ = 0;
 };
 
-// Reads rows into memory where they lie `pitch` bytes apart. Returns the bytes read of them all.
-std::size_t readRows(std::FILE* file, unsigned char* out, std::size_t rowBytes, std::size_t pitch,
-                     std::size_t rows);
-
-// Makes two rows change places, converting them if it likes. The middle row of a block meets itself.
-using RowExchange = void (*)(unsigned char* first, unsigned char* second, std::size_t bytes);
-void exchangeBytes(unsigned char* first, unsigned char* second, std::size_t bytes);
-
-// Turns a block of rows round where it lies: what was read in one piece, the top row first and without fill,
-// becomes rows `pitch` bytes apart, the bottom row first.
-void turnRows(unsigned char* block, std::size_t rowBytes, std::size_t pitch, std::size_t rows,
-              RowExchange exchange);
-
 class RowWriter {
 public:
     RowWriter(std::FILE* file, std::size_t rowBytes, std::size_t rows);

@@ -91,7 +91,8 @@ bool createInFileOrder(DibStream* image, const TgaHeader& header, int bitCount) 
 bool readRawPixels(std::FILE* file, DibStream* image, const TgaHeader& header) {
     if (header.height < 1) return true;
     const std::size_t read =
-        formats::readRows(file, image->Buffer, header.rowBytes(), image->GetPitch(), header.rows());
+        dib::readRows(file, image->Buffer, static_cast<std::ptrdiff_t>(image->GetPitch()), header.rowBytes(),
+                      header.rows());
     return read == header.rowBytes() * header.rows() || fail(image, DIB_ERROR_READ);
 }
 

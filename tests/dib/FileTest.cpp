@@ -1,10 +1,11 @@
-// Rows that are written past the buffer of their stream.
+// Rows that are read and written past the buffer of their stream.
 #include "dib/File.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <thread>
 #include <vector>
@@ -97,6 +98,69 @@ TEST(WriteRows, ShortWritesAreErrors) {
     std::signal(SIGXFSZ, oldHandler);
     const dib::FilePtr full(std::fopen("/dev/full", "wb"));
     EXPECT_FALSE(writeTurned(full.get()));
+}
+
+// "abcdefghij" in every kind of stream; reads three rows of two bytes behind the first, the last row first.
+void expectTurnedRows(std::FILE* file) {
+    Bytes block(8, 9);
+    EXPECT_EQ(std::fgetc(file), 'a');
+    EXPECT_EQ(dib::readRows(file, block.data() + 6, -3, 2, 3), 6U);
+    EXPECT_EQ(block, (Bytes{'f', 'g', 9, 'd', 'e', 9, 'b', 'c'}));
+    EXPECT_EQ(std::fgetc(file), 'h');
+    // Two bytes are left: one row and nothing of the others.
+    EXPECT_EQ(dib::readRows(file, block.data() + 6, -3, 2, 3), 2U);
+    EXPECT_EQ(block, (Bytes{'f', 'g', 9, 'd', 'e', 9, 'i', 'j'}));
+    EXPECT_EQ(dib::readRows(file, block.data(), 3, 2, 3), 0U);
+    EXPECT_EQ(std::fgetc(file), EOF);
+}
+
+constexpr char kLetters[] = "abcdefghij";
+
+TEST(ReadRows, StandBetweenWhatTheStreamReadsBeforeAndAfter) {
+    const dib::FilePtr file(std::tmpfile());
+    EXPECT_TRUE(std::fputs(kLetters, file.get()) >= 0);
+    std::rewind(file.get());
+    expectTurnedRows(file.get());
+    EXPECT_EQ(std::ftell(file.get()), 10);
+}
+
+TEST(ReadRows, MemoryStreamsAndPipesGiveThemToo) {
+    char letters[] = "abcdefghij";
+    const dib::FilePtr memory(fmemopen(letters, 10, "rb"));
+    expectTurnedRows(memory.get());
+
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], kLetters, 10), 10);
+    close(ends[1]);
+    const dib::FilePtr stream(fdopen(ends[0], "rb"));
+    expectTurnedRows(stream.get());
+}
+
+TEST(ReadRows, ThePartOfARowThatIsThereIsRead) {
+    const dib::FilePtr file(std::tmpfile());
+    EXPECT_TRUE(std::fputs(kLetters, file.get()) >= 0);
+    std::rewind(file.get());
+    Bytes block(9, 9);
+    EXPECT_EQ(dib::readRows(file.get(), block.data() + 5, -5, 4, 2), 8U);
+    EXPECT_EQ(dib::readRows(file.get(), block.data() + 5, -5, 4, 2), 2U);
+    EXPECT_EQ(block, (Bytes{'e', 'f', 'g', 'h', 9, 'i', 'j', 'c', 'd'}));
+    EXPECT_EQ(dib::readRows(file.get(), block.data(), -1, 0, 5), 0U);
+}
+
+// More rows than one call takes.
+TEST(ReadRows, ManyRows) {
+    Bytes written(2500 * 100);
+    for (std::size_t i = 0; i < written.size(); ++i) written[i] = static_cast<unsigned char>(i * 7 + i / 100);
+    const dib::FilePtr file(std::tmpfile());
+    ASSERT_TRUE(dib::writeBytes(file.get(), written.data(), written.size()));
+    std::rewind(file.get());
+    Bytes read(written.size());
+    EXPECT_EQ(dib::readRows(file.get(), read.data() + 2499 * 100, -100, 100, 2500), written.size());
+    for (std::size_t row = 0; row < 2500; ++row) {
+        ASSERT_TRUE(std::equal(&read[row * 100], &read[row * 100] + 100, &written[(2499 - row) * 100]))
+            << row;
+    }
 }
 
 }  // namespace
