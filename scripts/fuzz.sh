@@ -25,7 +25,7 @@ for folder in "fuzz/seeds/$feature" "tests/data/$feature"; do
 done
 
 # A few bytes can announce pictures of gigabytes, whose shadow memory alone takes most of the time: they fail instead.
-export ASAN_OPTIONS="allocator_may_return_null=1:max_allocation_size_mb=64:${ASAN_OPTIONS:-}"
+export ASAN_OPTIONS="allocator_may_return_null=1:max_allocation_size_mb=32:${ASAN_OPTIONS:-}"
 
 # libFuzzer writes into the first folder only: the seeds of the tree stay as they are.
 exec "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
