@@ -296,6 +296,20 @@ TEST(TimSave, OtherDepthsKeepTheUpperBitsOfTheirColours) {
     }
 }
 
+TEST(TimSave, WidthsKeepTheirLow16BitsAndHeightsTheirRows) {
+    const DibPtr wide = testing_support::blankImage(65538, 2, 16);
+    testing_support::setPixelValue(*wide, 1, 0, 0x7C00);
+    testing_support::setPixelValue(*wide, 0, 1, 0x001F);
+    ByteWriter expected = timStart(2);
+    expected.le32(20).le32(0).le16(2).le16(2).le16(0).le16(0x001F).le16(0x7C00).le16(0);
+    EXPECT_EQ(saveTim(*wide), expected.bytes);
+    const Bytes high = saveTim(*testing_support::blankImage(1, -65537, 16));
+    ByteWriter head = timStart(2);
+    head.le32(65537 * 2 + 12).le32(0).le16(1).le16(1);
+    ASSERT_EQ(high.size(), 20U + 65537 * 2);
+    EXPECT_TRUE(std::equal(head.bytes.begin(), head.bytes.end(), high.begin()));
+}
+
 TEST(TimSave, EveryDepthAndSizeComesBack) {
     for (const int bitCount : {4, 8, 16}) {
         for (const testing_support::Size size : testing_support::kSizes) {
