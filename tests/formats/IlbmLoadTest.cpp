@@ -191,6 +191,14 @@ TEST(IlbmLoad, ColorsWithoutAPictureAreThoseOfTheOneThatIsThere) {
     const Bytes before = testing_support::headerBytes(*deep);
     EXPECT_FALSE(load(LoadIFF, form({chunk("CMAP", Bytes(768, 1))}), *deep));
     EXPECT_EQ(testing_support::headerBytes(*deep), before);
+    // Even one with a table ignores the chunk.
+    alignas(BITMAPINFOHEADER) unsigned char block[40 + 8] = {};
+    std::memcpy(block, deep->Header, 40);
+    deep->HeaderFree();
+    deep->Header = reinterpret_cast<BITMAPINFOHEADER*>(block);
+    deep->Header->biClrUsed = 2;
+    EXPECT_FALSE(load(LoadIFF, form({chunk("CMAP", Bytes(6, 1))}), *deep));
+    EXPECT_EQ(Bytes(block + 40, block + 48), Bytes(8, 0));
 
     DibStream none;
     EXPECT_FALSE(load(LoadIFF, form({chunk("CMAP", Bytes(768, 1))}), none));

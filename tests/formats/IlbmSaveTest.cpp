@@ -147,6 +147,7 @@ TEST(IlbmSave, FailureTable) {
     EXPECT_FALSE(SaveIFF(out, image.get(), nullptr, nullptr));
     DibStream empty;
     EXPECT_FALSE(SaveIFF(out, &empty, nullptr, nullptr));
+    EXPECT_EQ(empty.ErrorCode, 0);  // a conversion that fails leaves no code
 }
 
 TEST(IlbmSave, NothingIsOpenedBeforeTheFormIsBuilt) {
