@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "tools/Operations.h"
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -13,8 +14,6 @@ int toPixels(const Measure& measure, int full) {
     const double pixels = measure.isPercent ? std::round(measure.number * full / 100) : measure.number;
     return static_cast<int>(std::clamp<double>(pixels, INT_MIN, INT_MAX));
 }
-
-int rows(const DibStream& image) { return std::abs(image.Header->biHeight); }
 
 std::uint32_t nearestEntry(const BITMAPINFOHEADER& header, const DibBGRA& color) {
     const auto* table =
@@ -46,11 +45,7 @@ const Value& Arguments::value(std::string_view name) const {
 
 int Arguments::integer(std::string_view name) const { return static_cast<int>(value(name).first.number); }
 
-std::uint32_t Arguments::word(std::string_view name) const {
-    const Value& found = value(name);
-    return found.word != 0 ? found.word
-                           : static_cast<std::uint32_t>(static_cast<std::int64_t>(found.first.number));
-}
+std::uint32_t Arguments::word(std::string_view name) const { return value(name).word; }
 
 float Arguments::number(std::string_view name) const { return static_cast<float>(value(name).first.number); }
 
@@ -65,8 +60,8 @@ float Arguments::position(std::string_view name, int full) const {
 
 PixelSize Arguments::size(std::string_view name, const DibStream& image) const {
     const Value& found = value(name);
-    return {std::max(1, toPixels(found.first, image.Header->biWidth)),
-            std::max(1, toPixels(found.second, rows(image)))};
+    return {std::max(1, toPixels(found.first, width(image))),
+            std::max(1, toPixels(found.second, height(image)))};
 }
 
 DibBGRA Arguments::color(std::string_view name) const { return value(name).color; }

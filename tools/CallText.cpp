@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "tools/Sides.h"
+
 namespace tool {
 
 namespace {
@@ -78,7 +80,7 @@ private:
     std::string literal(const Parameter& parameter, bool alongHeight) const {
         const Arguments& arguments = step_.arguments;
         const std::string_view name = parameter.name;
-        const int side = alongHeight ? std::abs(image_.Header->biHeight) : image_.Header->biWidth;
+        const int side = alongHeight ? height(image_) : width(image_);
         switch (parameter.kind) {
             case ParameterKind::Integer: return std::to_string(arguments.integer(name));
             case ParameterKind::Number:

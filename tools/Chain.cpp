@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include "tools/Cancel.h"
 #include "tools/ErrorText.h"
 #include "tools/Failure.h"
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -21,9 +21,9 @@ std::string upTo(const std::string& title, std::string_view action) {
 // Operations need not set an error code; then the picture that they refused says most.
 std::string operationError(const DibStream& image) {
     if (image.ErrorCode != DIB_OK || image.Header == nullptr) return errorText(image);
-    return "cannot be done to a picture of " + std::to_string(image.Header->biWidth) + "x" +
-           std::to_string(std::abs(image.Header->biHeight)) + " pixels with " +
-           std::to_string(image.Header->biBitCount) + " bits";
+    return "cannot be done to a picture of " + std::to_string(width(image)) + "x" +
+           std::to_string(height(image)) + " pixels with " + std::to_string(image.Header->biBitCount) +
+           " bits";
 }
 
 // A file that an operation is to read must be there before any work is done.
@@ -60,15 +60,6 @@ void checkOutput(const Chain& chain) {
     }
     // What can be known before the picture is read is said before it is read.
     if (chain.output != "-" || chain.outputFormat != nullptr) outputFormatOf(chain, formatNamed("bmp"));
-}
-
-void savePicture(const OutputFile& file, const Format& format, DibStream& image, Progress& progress) {
-    progress.beginStep("save");
-    image.ErrorCode = DIB_OK;
-    const bool saved = format.save(file.path(), image, &Progress::report, &progress);
-    stopIfCancelled();
-    if (!saved) throw Failure(kExitOutputFailed, upTo(file.title(), "save") + errorText(image));
-    progress.endStep();
 }
 
 }  // namespace
@@ -111,6 +102,13 @@ void applyStep(const Step& step, const std::string& title, DibStream& image, Pro
     progress.endStep();
 }
 
+void savePicture(const OutputFile& file, const Format& format, DibStream& image, Progress& progress) {
+    image.ErrorCode = DIB_OK;
+    const bool saved = format.save(file.path(), image, &Progress::report, &progress);
+    stopIfCancelled();
+    if (!saved) throw Failure(kExitOutputFailed, upTo(file.title(), "save") + errorText(image));
+}
+
 void runChain(const Chain& chain) {
     checkOutput(chain);
     checkPaths(chain.steps);
@@ -124,7 +122,9 @@ void runChain(const Chain& chain) {
     // Made before the work starts, so that a folder that cannot be written is known at once.
     OutputFile output(chain.output);
     for (const Step& step : chain.steps) applyStep(step, input.title(), image, progress);
+    progress.beginStep("save");
     savePicture(output, outputFormat, image, progress);
+    progress.endStep();
     output.commit();
 }
 

@@ -30,5 +30,8 @@ void loadPicture(const InputFile& file, const Format& format, DibStream& image, 
 /// @param title What messages call the picture.
 /// @throws Failure (operation).
 void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress);
+/// Writes a picture to the file, which is not committed, within the step that is under way.
+/// @throws Failure (output).
+void savePicture(const OutputFile& file, const Format& format, DibStream& image, Progress& progress);
 
 }  // namespace tool

@@ -35,21 +35,19 @@ public:
     }
 };
 
-CLI::Option* describeOption(CLI::Option* option, const char* values) { return option->type_name(values); }
-
-void describeProgress(CLI::App* command, Request& request) {
-    describeOption(command
-                       ->add_option("--progress", request.progress,
-                                    "Draws a progress bar; 'auto' does when standard error is a terminal")
-                       ->check(CLI::IsMember({"auto", "always", "never"}).description("")),
-                   kProgressChoices);
+void declareProgress(CLI::App* command, Request& request) {
+    command
+        ->add_option("--progress", request.progress,
+                     "Draws a progress bar; 'auto' does when standard error is a terminal")
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
+        ->type_name(kProgressChoices);
 }
 
-void describePlugins(CLI::App* command, Request& request) {
-    describeOption(
-        command->add_option("--plugins", request.plugins,
-                            "Folder of the plug-ins for EXR and DDS files, instead of the installed one"),
-        "FOLDER");
+void declarePlugins(CLI::App* command, Request& request) {
+    command
+        ->add_option("--plugins", request.plugins,
+                     "Folder of the plug-ins for EXR and DDS files, instead of the installed one")
+        ->type_name("FOLDER");
 }
 
 bool showsProgress(const Request& request) {
@@ -60,14 +58,12 @@ void declareRun(CLI::App& app, Request& request) {
     CLI::App* run = app.add_subcommand("run", "Takes a picture through operations, from left to right");
     run->formatter(std::make_shared<ListFormatter>());
     run->add_option("chain", request.chain)->required()->group("");
-    describeOption(
-        run->add_option("--from", request.from, "Format of the input, instead of what the file tells"),
-        "FORMAT");
-    describeOption(
-        run->add_option("--to", request.to, "Format of the output, instead of what its name tells"),
-        "FORMAT");
-    describePlugins(run, request);
-    describeProgress(run, request);
+    run->add_option("--from", request.from, "Format of the input, instead of what the file tells")
+        ->type_name(kFormatPlaceholder);
+    run->add_option("--to", request.to, "Format of the output, instead of what its name tells")
+        ->type_name(kFormatPlaceholder);
+    declarePlugins(run, request);
+    declareProgress(run, request);
     run->footer([] { return "Operations (`dib help OPERATION` tells more):\n" + operationSummary(); });
 }
 
@@ -80,11 +76,10 @@ void declareLayers(CLI::App& app, Request& request) {
     layers->add_option("FOLDER", request.folder, "Where the pictures go; made when it is not there")
         ->type_name("")
         ->required();
-    describeOption(
-        layers->add_option("--from", request.from, "Format of the document, instead of what it tells"),
-        "FORMAT");
-    describeOption(layers->add_option("--to", request.to, "Format of the pictures"), "FORMAT");
-    describeProgress(layers, request);
+    layers->add_option("--from", request.from, "Format of the document, instead of what it tells")
+        ->type_name(kFormatPlaceholder);
+    layers->add_option("--to", request.to, "Format of the pictures")->type_name(kFormatPlaceholder);
+    declareProgress(layers, request);
 }
 
 void declareGallery(CLI::App& app, Request& request) {
@@ -96,20 +91,18 @@ void declareGallery(CLI::App& app, Request& request) {
     gallery->add_option("FOLDER", request.folder, "Where the page goes; made when it is not there")
         ->type_name("")
         ->required();
-    describeOption(
-        gallery->add_option("--from", request.from, "Format of the picture, instead of what the file tells"),
-        "FORMAT");
+    gallery->add_option("--from", request.from, "Format of the picture, instead of what the file tells")
+        ->type_name(kFormatPlaceholder);
     request.side = GalleryJob().longerSide;
-    describeOption(gallery
-                       ->add_option("--side", request.side,
-                                    "Pixels of the longer side of the pictures, " +
-                                        std::to_string(kSmallestGallerySide) + " to " +
-                                        std::to_string(kLargestGallerySide) + "; " +
-                                        std::to_string(request.side) + " when it is not given")
-                       ->check(CLI::Range(kSmallestGallerySide, kLargestGallerySide).description("")),
-                   "PIXELS");
-    describePlugins(gallery, request);
-    describeProgress(gallery, request);
+    gallery
+        ->add_option("--side", request.side,
+                     "Pixels of the longer side of the pictures, " + std::to_string(kSmallestGallerySide) +
+                         " to " + std::to_string(kLargestGallerySide) + "; " + std::to_string(request.side) +
+                         " when it is not given")
+        ->check(CLI::Range(kSmallestGallerySide, kLargestGallerySide).description(""))
+        ->type_name("PIXELS");
+    declarePlugins(gallery, request);
+    declareProgress(gallery, request);
 }
 
 void declareBenchReport(CLI::App& app, Request& request) {
@@ -197,9 +190,9 @@ void declareCommands(CLI::App& app, Request& request) {
     CLI::App* info =
         app.add_subcommand("info", "Prints size, depth, row order, palette, compression and format");
     info->add_option("FILE...", request.files, "Pictures; '-' is standard input")->type_name("")->required();
-    describeOption(info->add_option("--from", request.from, "Format of the files, instead of what they tell"),
-                   "FORMAT");
-    describePlugins(info, request);
+    info->add_option("--from", request.from, "Format of the files, instead of what they tell")
+        ->type_name(kFormatPlaceholder);
+    declarePlugins(info, request);
     declareLayers(app, request);
     declareGallery(app, request);
     declareBenchReport(app, request);

@@ -40,6 +40,7 @@ std::string completionScript(const CLI::App& app, const std::string& shell);
 
 /// @name The commands and options of a (sub)command, for the generators
 /// @{
+inline constexpr const char* kFormatPlaceholder = "FORMAT";  ///< Stands for the name of a format.
 struct OptionText {
     std::string name;    ///< "--progress"
     std::string values;  ///< "auto|always|never", a placeholder, or empty for a switch.

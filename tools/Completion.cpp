@@ -11,7 +11,7 @@ namespace {
 // The words of "auto|always|never", or the formats where one is wanted; nothing for other placeholders.
 std::vector<std::string> valuesOf(const OptionText& option) {
     std::vector<std::string> words;
-    if (option.values == "FORMAT") {
+    if (option.values == kFormatPlaceholder) {
         for (const Format& format : formats()) words.emplace_back(format.name);
     } else if (option.values.find('|') != std::string::npos) {
         words = CLI::detail::split(option.values, '|');

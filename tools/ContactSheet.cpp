@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tools/ImagePtr.h"
+#include "tools/Sides.h"
 #include "tools/sample/Font.h"
 
 namespace tool {
@@ -30,8 +31,6 @@ void need(bool done) {
 }
 
 DibBGR* row(DibStream& image, int y) { return reinterpret_cast<DibBGR*>(image.ScanLine(y)); }
-int width(const DibStream& image) { return image.Header->biWidth; }
-int height(const DibStream& image) { return std::abs(image.Header->biHeight); }
 
 void fill(DibStream& image, DibBGR color) {
     for (int y = 0; y < height(image); ++y) std::fill_n(row(image, y), width(image), color);

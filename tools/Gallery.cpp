@@ -16,6 +16,7 @@
 #include "tools/Failure.h"
 #include "tools/GalleryPage.h"
 #include "tools/ImagePtr.h"
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -27,9 +28,6 @@ constexpr const char* kPictureFolder = "pictures";
 
 // The sheet shows the second sample, which tells more than the plainest one, unless there is nothing to set.
 std::size_t tellingSample(const Operation& operation) { return operation.parameters.empty() ? 0 : 1; }
-
-int width(const DibStream& image) { return image.Header->biWidth; }
-int height(const DibStream& image) { return std::abs(image.Header->biHeight); }
 
 void need(bool done, const std::string& title, const DibStream& image) {
     if (!done) throw Failure(kExitOperationFailed, title + ": " + errorText(image));

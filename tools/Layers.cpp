@@ -14,6 +14,7 @@
 #include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/ImagePtr.h"
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -109,15 +110,6 @@ std::string within(const std::string& folder, const std::string& name) {
     return (std::filesystem::path(folder) / name).string();
 }
 
-void saveLayer(DibStream& image, const Format& format, const std::string& path, Progress& progress) {
-    OutputFile file(path);
-    image.ErrorCode = DIB_OK;
-    const bool saved = format.save(file.path(), image, &Progress::report, &progress);
-    stopIfCancelled();
-    if (!saved) throw Failure(kExitOutputFailed, path + ": save: " + errorText(image));
-    file.commit();
-}
-
 }  // namespace
 
 void exportLayers(const LayerExport& job) {
@@ -140,8 +132,7 @@ void exportLayers(const LayerExport& job) {
 
     makeFolder(job.folder);
     progress.beginStep("save");
-    Json manifest = {
-        {"document", file.title()}, {"width", merged->Header->biWidth}, {"height", merged->Header->biHeight}};
+    Json manifest = {{"document", file.title()}, {"width", width(*merged)}, {"height", height(*merged)}};
     describeHeader(loader, manifest);
     manifest["layers"] = describeLayers(loader);
     for (int i = 0; i < loader.GetLayerNum(); ++i) {
@@ -153,7 +144,9 @@ void exportLayers(const LayerExport& job) {
         if (image == nullptr) continue;
         const char* layerName = loader.GetLayerInfo(i)->name;
         const std::string name = fileNameOf(i, layerName != nullptr ? layerName : "", format);
-        saveLayer(*image, format, within(job.folder, name), progress);
+        OutputFile picture(within(job.folder, name));
+        savePicture(picture, format, *image, progress);
+        picture.commit();
         layer["file"] = name;
     }
     writeText(within(job.folder, "manifest.json"),

@@ -1,12 +1,12 @@
 #include "tools/Listings.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "tools/Chain.h"
 #include "tools/Failure.h"
 #include "tools/Layers.h"
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -52,8 +52,8 @@ Json describe(const std::string& name, const Format* chosen) {
     Json info = {
         {"file", name},
         {"format", format.name},
-        {"width", header.biWidth},
-        {"height", std::abs(header.biHeight)},
+        {"width", width(image)},
+        {"height", height(image)},
         {"bitsPerPixel", header.biBitCount},
         {"rowOrder", header.biHeight < 0 ? "top-down" : "bottom-up"},
         {"paletteSize", paletteSize(header)},

@@ -27,7 +27,7 @@ public:
         : parameters_(parameters), values_(std::move(values)) {}
 
     int integer(std::string_view name) const;
-    /// An integer parameter up to 4294967295, or the value of a choice or of flags.
+    /// The value of a choice, or of flags together.
     std::uint32_t word(std::string_view name) const;
     /// A number or a fraction.
     float number(std::string_view name) const;

@@ -4,8 +4,9 @@
 #include <DibStream.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
+
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -19,9 +20,9 @@ inline bool isWhole(const char* path, std::uint64_t bytes, DibStream& image) {
 
 /// Bytes of the rows, whose pixels of `bitCount` bits are packed into units of `unitBits`.
 inline std::uint64_t packedBytes(const DibStream& image, unsigned bitCount, unsigned unitBits) {
-    const auto width = static_cast<std::uint64_t>(image.Header->biWidth);
-    const auto rows = static_cast<std::uint64_t>(std::abs(static_cast<std::int64_t>(image.Header->biHeight)));
-    return (width * bitCount + unitBits - 1) / unitBits * (unitBits / 8) * rows;
+    const auto columns = static_cast<std::uint64_t>(width(image));
+    const auto rows = static_cast<std::uint64_t>(height(image));
+    return (columns * bitCount + unitBits - 1) / unitBits * (unitBits / 8) * rows;
 }
 
 }  // namespace tool

@@ -12,7 +12,7 @@ using tool::Parameter;
 using tool::parseValue;
 
 constexpr Parameter kCount = tool::integer("count", "", {1, 100});
-constexpr Parameter kSeed = tool::integer("seed", "", {0, 4294967295.0});
+constexpr Parameter kSeed = tool::integer("seed", "", {0, tool::kAnyInteger.max});
 constexpr Parameter kGain = tool::number("gain", "", {-2, 2});
 constexpr Parameter kStrength = tool::fraction("strength", "");
 constexpr Parameter kTurn = tool::angle("turn", "");
@@ -42,14 +42,14 @@ std::string refusal(const Parameter& parameter, std::string_view text) {
 TEST(Parameters, IntegersAreWholeTokensInRange) {
     EXPECT_EQ(one(kCount, "1").integer("count"), 1);
     EXPECT_EQ(one(kCount, "100").integer("count"), 100);
-    EXPECT_EQ(one(kSeed, "4294967295").word("seed"), 4294967295U);
+    EXPECT_EQ(one(kSeed, "2147483647").integer("seed"), 2147483647);
     EXPECT_EQ(refusal(kCount, "0"), "op: count: '0' is outside 1 to 100");
     EXPECT_EQ(refusal(kCount, "101"), "op: count: '101' is outside 1 to 100");
     for (const char* text : {"", " 1", "1 ", "1x", "1.5", "1e2", "+1", "0x10", "--1", "nan", "inf", "1-1"}) {
         EXPECT_EQ(refusal(kCount, text), "op: count: '" + std::string(text) + "' is not a whole number");
     }
     EXPECT_EQ(refusal(kSeed, "99999999999999999999"),
-              "op: seed: '99999999999999999999' is outside 0 to 4294967295");
+              "op: seed: '99999999999999999999' is outside 0 to 2147483647");
 }
 
 TEST(Parameters, NumbersAreFinite) {

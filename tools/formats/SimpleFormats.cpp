@@ -3,9 +3,9 @@
 #include <DibCodec.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
+#include "tools/Sides.h"
 #include "tools/WholeFile.h"
 #include "tools/formats/CodecRow.h"
 
@@ -31,8 +31,7 @@ std::string_view tgaCompression(FirstBytes bytes) {
 
 bool savePpm(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
     if (!SavePPM(path, &image, callback, user)) return false;
-    const int head = std::snprintf(nullptr, 0, "P6\n%d %d\n255\n", image.Header->biWidth,
-                                   std::abs(image.Header->biHeight));
+    const int head = std::snprintf(nullptr, 0, "P6\n%d %d\n255\n", width(image), height(image));
     return isWhole(path, static_cast<std::uint64_t>(head) + packedBytes(image, 24, 8), image);
 }
 

@@ -1,8 +1,7 @@
 #include <DibEffect.h>
 
-#include <cstdlib>
-
 #include "tools/Operations.h"
+#include "tools/Sides.h"
 
 namespace tool {
 
@@ -19,10 +18,10 @@ std::string checkWavelength(const Arguments& arguments) {
 }
 
 float centerX(const Arguments& arguments, const DibStream& image) {
-    return arguments.position("x", image.Header->biWidth);
+    return arguments.position("x", width(image));
 }
 float centerY(const Arguments& arguments, const DibStream& image) {
-    return arguments.position("y", std::abs(image.Header->biHeight));
+    return arguments.position("y", height(image));
 }
 
 constexpr Parameter kRotate[] = {angle("angle", "counter-clockwise when positive"), wrap()};
