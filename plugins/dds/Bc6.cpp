@@ -68,17 +68,15 @@ constexpr Mode kModes[] = {
      10,
      {5, 5, 5},
      true,
-     Layout(
-         "gy4 by4 bz4 rw0-9 gw0-9 bw0-9 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 rz0-4 bz3 "
-         "d0-4")},
+     Layout("gy4 by4 bz4 rw0-9 gw0-9 bw0-9 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 rz0-4 "
+            "bz3 d0-4")},
     {0x01,
      2,
      7,
      {6, 6, 6},
      true,
      Layout("gy5 gz4 gz5 rw0-6 bz0 bz1 by4 gw0-6 by5 bz2 gy4 bw0-6 bz3 bz5 bz4 rx0-5 gy0-3 gx0-5 gz0-3 bx0-5 "
-            "by0-3 "
-            "ry0-5 rz0-5 d0-4")},
+            "by0-3 ry0-5 rz0-5 d0-4")},
     {0x02,
      2,
      11,
@@ -92,56 +90,49 @@ constexpr Mode kModes[] = {
      {4, 5, 4},
      true,
      Layout("rw0-9 gw0-9 bw0-9 rx0-3 rw10 gz4 gy0-3 gx0-4 gw10 gz0-3 bx0-3 bw10 bz1 by0-3 ry0-3 bz0 bz2 "
-            "rz0-3 gy4 "
-            "bz3 d0-4")},
+            "rz0-3 gy4 bz3 d0-4")},
     {0x0A,
      2,
      11,
      {4, 4, 5},
      true,
      Layout("rw0-9 gw0-9 bw0-9 rx0-3 rw10 by4 gy0-3 gx0-3 gw10 bz0 gz0-3 bx0-4 bw10 by0-3 ry0-3 bz1 bz2 "
-            "rz0-3 bz4 "
-            "bz3 d0-4")},
+            "rz0-3 bz4 bz3 d0-4")},
     {0x0E,
      2,
      9,
      {5, 5, 5},
      true,
-     Layout(
-         "rw0-8 by4 gw0-8 gy4 bw0-8 bz4 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 rz0-4 bz3 "
-         "d0-4")},
+     Layout("rw0-8 by4 gw0-8 gy4 bw0-8 bz4 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 rz0-4 "
+            "bz3 d0-4")},
     {0x12,
      2,
      8,
      {6, 5, 5},
      true,
-     Layout(
-         "rw0-7 gz4 by4 gw0-7 bz2 gy4 bw0-7 bz3 bz4 rx0-5 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-5 rz0-5 "
-         "d0-4")},
+     Layout("rw0-7 gz4 by4 gw0-7 bz2 gy4 bw0-7 bz3 bz4 rx0-5 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-5 "
+            "rz0-5 d0-4")},
     {0x16,
      2,
      8,
      {5, 6, 5},
      true,
      Layout("rw0-7 bz0 by4 gw0-7 gy5 gy4 bw0-7 gz5 bz4 rx0-4 gz4 gy0-3 gx0-5 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 "
-            "rz0-4 "
-            "bz3 d0-4")},
+            "rz0-4 bz3 d0-4")},
     {0x1A,
      2,
      8,
      {5, 5, 6},
      true,
      Layout("rw0-7 bz1 by4 gw0-7 by5 gy4 bw0-7 bz5 bz4 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-5 by0-3 ry0-4 bz2 "
-            "rz0-4 "
-            "bz3 d0-4")},
+            "rz0-4 bz3 d0-4")},
     {0x1E,
      2,
      6,
      {6, 6, 6},
      false,
      Layout("rw0-5 gz4 bz0 bz1 by4 gw0-5 gy5 by5 bz2 gy4 bw0-5 gz5 bz3 bz5 bz4 rx0-5 gy0-3 gx0-5 gz0-3 bx0-5 "
-            "by0-3 "
-            "ry0-5 rz0-5 d0-4")},
+            "by0-3 ry0-5 rz0-5 d0-4")},
     {0x03, 1, 10, {10, 10, 10}, false, Layout("rw0-9 gw0-9 bw0-9 rx0-9 gx0-9 bx0-9")},
     {0x07, 1, 11, {9, 9, 9}, true, Layout("rw0-9 gw0-9 bw0-9 rx0-8 rw10 gx0-8 gw10 bx0-8 bw10")},
     {0x0B, 1, 12, {8, 8, 8}, true, Layout("rw0-9 gw0-9 bw0-9 rx0-7 rw11-10 gx0-7 gw11-10 bx0-7 bw11-10")},

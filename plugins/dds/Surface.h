@@ -17,7 +17,6 @@ public:
     explicit Channel(std::uint32_t mask) : mask_(mask) {
         while (mask != 0 && (mask >> shift_ & 1) == 0) ++shift_;
     }
-    bool isPresent() const { return mask_ != 0; }
     bool hasGaps() const { return (highest() & (highest() + 1)) != 0; }
     bool fits(std::uint32_t bits) const { return bits == 32 || mask_ >> bits == 0; }
     // To the nearest byte; `absent` without a mask.
