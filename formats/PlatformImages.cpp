@@ -10,8 +10,8 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/CodecFrame.h"
-#include "formats/PlatformPixels.h"
-#include "formats/Ppm.h"
+#include "formats/ColorOrder.h"
+#include "formats/FloatPixels.h"
 
 namespace formats {
 

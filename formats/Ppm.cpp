@@ -8,6 +8,7 @@
 #include "dib/Kernels.h"
 #include "dib/PixelShuffles.h"
 #include "formats/CodecFrame.h"
+#include "formats/ColorOrder.h"
 #include "formats/HeaderText.h"
 #include "formats/Rows.h"
 
@@ -41,15 +42,6 @@ bool readSize(formats::HeaderLines& lines, PictureSize& size) {
     } while (lines.text()[0] == '#');
     const char* at = lines.text();
     return formats::readNumber(at, size.width) && formats::readNumber(at, size.height);
-}
-
-DIB_ALWAYS_INLINE void swapRedBlueLoop(const unsigned char* __restrict from, unsigned char* __restrict to,
-                                       std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i) {
-        to[3 * i] = from[3 * i + 2];
-        to[3 * i + 1] = from[3 * i + 1];
-        to[3 * i + 2] = from[3 * i];
-    }
 }
 
 // Exchanges two rows, and their red and blue. The two may be one.
@@ -167,12 +159,6 @@ bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void*
 }  // namespace
 
 namespace formats {
-
-void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
-    const std::size_t done = wide ? dib::shuffleBgrToRgb(from, to, pixels) : 0;
-    dib::runKernel<swapRedBlueLoop>(from + 3 * done, to + 3 * done, pixels - done);
-}
 
 int readInt(std::FILE* file, int& value) {
     // A number with more characters than this, its leading ones included, comes from a stream without an end.

@@ -4,7 +4,6 @@
 
 #include <DibCodec.h>
 
-#include <cstddef>
 #include <cstdio>
 
 DIB_LOCAL bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user);
@@ -15,9 +14,6 @@ namespace formats {
 // Reads a decimal number of an ASCII file: 1 when there was one, 0 otherwise. Everything before its digits is
 // skipped, and the character that ends it is consumed.
 int readInt(std::FILE* file, int& value);
-
-// Exchanges the first and the last byte of every pixel of three bytes.
-void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels);
 
 }  // namespace formats
 

@@ -18,7 +18,7 @@ namespace {
 
 enum Compression : std::uint16_t { kRaw = 0, kPackBits = 1 };
 
-// Bytes of one row of one channel; 0 for a depth that does not exist.
+// Bytes of one row of one channel; negative for a depth that does not exist.
 std::int64_t planeRowBytes(int depth, std::int64_t width) {
     switch (depth) {
         case 1: return (width + 7) / 8;

@@ -7,8 +7,6 @@
 #include <cstring>
 #include <limits>
 
-#include "dib/Kernels.h"
-#include "formats/PlatformPixels.h"
 #include "tests/formats/CodecTest.h"
 
 namespace {
@@ -208,66 +206,6 @@ TEST(PlatformImages, RaisesFloatsAlphaIncluded) {
     EXPECT_EQ(rowBytes(dib, 0), (Bytes{136, 255, 0, 186, 0, 255, 0, 0}));
 }
 
-TEST(PlatformPixels, FloatsEqualTheFormulaAroundEveryStep) {
-    const auto expect = [](float value) {
-        const float samples[] = {value, value, value, value};
-        unsigned char from[16];
-        std::memcpy(from, samples, sizeof from);
-        unsigned char to[4];
-        formats::floatsToBgra(from, to, 1);
-        const double byte =
-            std::floor(std::pow(static_cast<double>(value), 0.45454543828964233) * 255.0 + 0.5);
-        EXPECT_EQ(to[0], byte > 255 ? 255 : static_cast<int>(byte)) << value;
-        EXPECT_EQ(to[3], to[0]);
-    };
-    for (int i = 0; i <= 255; ++i) {
-        float value = static_cast<float>(std::pow((i + 0.5) / 255.0, 2.2));
-        for (int step = 0; step < 40; ++step) value = std::nextafter(value, 0.0F);
-        for (int step = 0; step < 80; ++step, value = std::nextafter(value, 2.0F)) expect(value);
-    }
-    testing_support::Random random(5);
-    for (int i = 0; i < 100000; ++i) expect(random.real(0.0F, 1.2F));
-    for (float value = 1.0F; value > 0.0F; value /= 2.0F) expect(value);
-}
-
-TEST(PlatformPixels, ExchangesEverywhereAlike) {
-    for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
-        dib::limitKernelLevel(level);
-        for (std::size_t pixels = 0; pixels < 70; ++pixels) {
-            Bytes from(pixels * 4 + 4);
-            testing_support::Random random(pixels);
-            for (unsigned char& byte : from) byte = static_cast<unsigned char>(random.next());
-            Bytes to(from.size(), 0xAB);
-            formats::swapRedBlue32(from.data(), to.data(), pixels);
-            for (std::size_t i = 0; i < pixels; ++i) {
-                EXPECT_EQ(Bytes(&to[4 * i], &to[4 * i] + 4),
-                          (Bytes{from[4 * i + 2], from[4 * i + 1], from[4 * i], from[4 * i + 3]}));
-            }
-            EXPECT_EQ(to.back(), 0xAB);
-        }
-    }
-    dib::limitKernelLevel(dib::bestKernelLevel());
-}
-
-TEST(PlatformPixels, WidensEverywhereAlike) {
-    for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
-        dib::limitKernelLevel(level);
-        for (std::size_t pixels = 0; pixels < 70; ++pixels) {
-            // Blocks of exactly that size: nothing beyond may be touched.
-            Bytes from(pixels * 3);
-            testing_support::Random random(pixels);
-            for (unsigned char& byte : from) byte = static_cast<unsigned char>(random.next());
-            Bytes to(pixels * 4);
-            formats::expandToRgba(from.data(), to.data(), pixels);
-            for (std::size_t i = 0; i < pixels; ++i) {
-                EXPECT_EQ(Bytes(&to[4 * i], &to[4 * i] + 4),
-                          (Bytes{from[3 * i + 2], from[3 * i + 1], from[3 * i], 255}));
-            }
-        }
-    }
-    dib::limitKernelLevel(dib::bestKernelLevel());
-}
-
 TEST(PlatformImages, SavesTheTopRowFirst) {
     for (const int height : {2, -2}) {
         DibStream dib;
@@ -348,116 +286,6 @@ TEST(PlatformImages, ImagesOfNothingAreNotMade) {
     EXPECT_TRUE(platform.record.calls.empty());
     EXPECT_NE(formats::rawData32ToImage(platform, pixel, 1, 1, true), nullptr);
     DibCocoaUtil::rawdata_free(nullptr, nullptr, 0);
-}
-
-// The formats themselves.
-
-using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
-struct RoundTrip {
-    PathCodec save;
-    const char* name;
-};
-constexpr RoundTrip kExact[] = {{SavePNG, "png"}, {SaveTIFF, "tif"}};
-constexpr PathCodec kSavers[] = {SavePNG, SaveJPEG, SaveTIFF};
-
-TEST(PlatformCodecs, PngAndTiffKeepEveryBit) {
-    for (const RoundTrip& format : kExact) {
-        for (const auto& [width, height] : testing_support::kSizes) {
-            const DibPtr dib = testing_support::randomImage(width, -height, 32, 3);
-            const TemporaryFile file("");
-            ASSERT_TRUE(format.save(file.path(), dib.get(), nullptr, nullptr)) << format.name;
-            DibStream loaded;
-            // The content tells, not the function.
-            ASSERT_TRUE(LoadJPEG(file.path(), &loaded, nullptr, nullptr)) << format.name;
-            ASSERT_EQ(loaded.Header->biBitCount, 32);
-            ASSERT_EQ(loaded.Header->biHeight, height);
-            for (int y = 0; y < height; ++y) ASSERT_EQ(rowBytes(*dib, y), rowBytes(loaded, y)) << format.name;
-        }
-    }
-}
-
-TEST(PlatformCodecs, JpegIsOpaqueAndClose) {
-    DibStream dib;
-    ASSERT_TRUE(dib.Create(40, 30, 32));
-    std::memset(dib.Buffer, 100, static_cast<std::size_t>(dib.GetImageSize()));
-    const TemporaryFile file("");
-    ASSERT_TRUE(SaveJPEG(file.path(), &dib, nullptr, nullptr));
-    DibStream loaded;
-    ASSERT_TRUE(LoadPNG(file.path(), &loaded, nullptr, nullptr));
-    ASSERT_EQ(loaded.Header->biBitCount, 24);
-    for (const unsigned char byte : rowBytes(loaded, 7)) EXPECT_NEAR(byte, 100, 2);
-}
-
-TEST(PlatformCodecs, CutFilesFailOrAreWhole) {
-    const DibPtr dib = testing_support::randomImage(9, 7, 32, 4);
-    for (const PathCodec save : kSavers) {
-        const TemporaryFile file("");
-        ASSERT_TRUE(save(file.path(), dib.get(), nullptr, nullptr));
-        DibStream whole;
-        ASSERT_TRUE(LoadPNG(file.path(), &whole, nullptr, nullptr));
-        int refused = 0;
-        forEveryTruncation(testing_support::readFileBytes(file.path()), [&](const Bytes& cut, std::size_t) {
-            const TemporaryFile shortened("", cut);
-            DibStream loaded;
-            loaded.ErrorCode = kUntouched;
-            if (LoadPNG(shortened.path(), &loaded, nullptr, nullptr)) {
-                EXPECT_EQ(testing_support::pixelBytes(loaded), testing_support::pixelBytes(whole));
-            } else {
-                ++refused;
-                EXPECT_EQ(loaded.Header, nullptr);
-            }
-            EXPECT_EQ(loaded.ErrorCode, kUntouched);
-        });
-        EXPECT_GT(refused, 100);
-    }
-}
-
-TEST(PlatformCodecs, AFailedSaveLeavesTheOldFile) {
-    const TemporaryFile file("", bytesOf("old"));
-    DibStream dib;
-    ASSERT_TRUE(dib.Create(65501, 1, 8));
-    dib.ErrorCode = kUntouched;
-    EXPECT_FALSE(SaveJPEG(file.path(), &dib, nullptr, nullptr));
-    EXPECT_EQ(testing_support::readFileBytes(file.path()), bytesOf("old"));
-    EXPECT_EQ(dib.ErrorCode, kUntouched);
-    const std::filesystem::path folder = std::filesystem::path(file.path()).parent_path();
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        EXPECT_NE(entry.path().filename().string().substr(0, 5), ".dib-") << entry.path();
-    }
-    EXPECT_FALSE(SavePNG("/dev/full", &dib, nullptr, nullptr));
-    EXPECT_FALSE(SavePNG(DIB_TEST_TMP "/no-folder/a.png", &dib, nullptr, nullptr));
-    EXPECT_FALSE(SavePNG("", &dib, nullptr, nullptr));
-    EXPECT_FALSE(LoadPNG("", &dib, nullptr, nullptr));
-}
-
-TEST(PlatformCodecs, SurviveFailingAllocations) {
-    const TemporaryFile file("");
-    for (const PathCodec save : kSavers) {
-        DibPtr dib;
-        bool saved = false;
-        for (const int depth : {8, 24, 32}) {
-            testing_support::forEachFailingAllocation(
-                [&] {
-                    dib = testing_support::randomImage(9, 7, depth, 4);
-                    dib->ErrorCode = kUntouched;
-                },
-                [&] { saved = save(file.path(), dib.get(), nullptr, nullptr); },
-                [&](bool failureMet) {
-                    EXPECT_EQ(saved, !failureMet);
-                    EXPECT_EQ(dib->ErrorCode, kUntouched);
-                    dib.reset();
-                });
-        }
-        DibPtr loaded;
-        bool read = false;
-        testing_support::forEachFailingAllocation(
-            [&] { loaded.reset(new DibStream); },
-            [&] { read = LoadPNG(file.path(), loaded.get(), nullptr, nullptr); },
-            [&](bool failureMet) {
-                EXPECT_EQ(read, !failureMet);
-                loaded.reset();
-            });
-    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "formats/PlatformPixels.h"
+#include "formats/FloatPixels.h"
 
 #include <array>
 #include <bit>
@@ -7,9 +7,6 @@
 #include <cstring>
 #include <limits>
 
-#include "dib/Kernels.h"
-#include "dib/PixelShuffles.h"
-
 namespace formats {
 
 namespace {
@@ -17,28 +14,9 @@ namespace {
 // 1 / 2.2 as the nearest single but one, which loaded floats have always been raised to.
 constexpr double kGamma = 0.45454543828964233;
 
-DIB_ALWAYS_INLINE void swapRedBlue32Loop(const unsigned char* __restrict from, unsigned char* __restrict to,
-                                         std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i) {
-        std::uint32_t pixel;
-        std::memcpy(&pixel, from + 4 * i, 4);
-        pixel = (pixel & 0xFF00FF00U) | (pixel & 0xFFU) << 16 | (pixel >> 16 & 0xFFU);
-        std::memcpy(to + 4 * i, &pixel, 4);
-    }
-}
-
-DIB_ALWAYS_INLINE void expandToRgbaLoop(const unsigned char* __restrict from, unsigned char* __restrict to,
-                                        std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i) {
-        to[4 * i] = from[3 * i + 2];
-        to[4 * i + 1] = from[3 * i + 1];
-        to[4 * i + 2] = from[3 * i];
-        to[4 * i + 3] = 255;
-    }
-}
-
 // The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats that share their upper 16
-// bits differ by less than 1/128 and hence by less than one byte: one comparison settles which of two it is.
+// bits differ by less than a 128th of the smaller one, or are too small to show, and hence by less than one byte: one
+// comparison settles which of two it is.
 class LightCurve {
 public:
     LightCurve() {
@@ -79,16 +57,6 @@ const LightCurve& lightCurve() {
 }
 
 }  // namespace
-
-void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    dib::runKernel<swapRedBlue32Loop>(from, to, pixels);
-}
-
-void expandToRgba(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
-    const std::size_t done = wide ? dib::shuffleBgrToRgba(from, to, pixels) : 0;
-    dib::runKernel<expandToRgbaLoop>(from + 3 * done, to + 4 * done, pixels - done);
-}
 
 unsigned char byteOfLight(float value) {
     if (!(value > 0.0F)) return 0;
