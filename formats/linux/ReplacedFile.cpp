@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -30,10 +31,10 @@ bool isReplaceable(const std::string& target, const struct stat& old) {
 int createBeside(const std::string& target, std::string& name) {
     const std::string folder = target.substr(0, target.find_last_of('/') + 1);
     constexpr int kMostTries = 1000;
-    static unsigned serial = 0;
+    static std::atomic<unsigned> serial{0};
     for (int i = 0; i < kMostTries; ++i) {
         char number[64];
-        std::snprintf(number, sizeof number, ".dib-%ld-%u", static_cast<long>(::getpid()), ++serial);
+        std::snprintf(number, sizeof number, ".dib-%ld-%u", static_cast<long>(::getpid()), serial.fetch_add(1) + 1);
         name = folder + number;
         const int descriptor = ::open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
         if (descriptor >= 0 || errno != EEXIST) return descriptor;
