@@ -34,7 +34,8 @@ int createBeside(const std::string& target, std::string& name) {
     static std::atomic<unsigned> serial{0};
     for (int i = 0; i < kMostTries; ++i) {
         char number[64];
-        std::snprintf(number, sizeof number, ".dib-%ld-%u", static_cast<long>(::getpid()), serial.fetch_add(1) + 1);
+        std::snprintf(number, sizeof number, ".dib-%ld-%u", static_cast<long>(::getpid()),
+                      serial.fetch_add(1) + 1);
         name = folder + number;
         const int descriptor = ::open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
         if (descriptor >= 0 || errno != EEXIST) return descriptor;
