@@ -343,6 +343,23 @@ TEST(PsdLayers, ChannelLengthsPlaceTheNextChannel) {
     EXPECT_EQ(codec_test::rowBytes(*image, 0), (Bytes{255, 22, 11, 255}));
 }
 
+TEST(PsdLayers, ChannelsBehindADecodedMaskBeginWhereItEnded) {
+    // The mask's length covers its one sample and three bytes that look like a channel of their own.
+    PsdDocument document;
+    PsdLayer& layer = document.addLayer({0, 0, 1, 1}, {-2, 0}, PsdRectangle{0, 0, 1, 1});
+    layer.channels[0].plane = {9, 0, 0, 0x21};
+    layer.channels[1].plane = {0x42};
+    for (const bool masks : {false, true}) {
+        Load load(document.bytes(), true, masks);
+        ASSERT_TRUE(load.result);
+        int left = 0;
+        int top = 0;
+        const DibPtr image(load.loader.GetLayerImage(0, left, top));
+        EXPECT_EQ(codec_test::rowBytes(*image, 0),
+                  (Bytes{255, 255, static_cast<unsigned char>(masks ? 0x21 : 0x42), 255}));
+    }
+}
+
 TEST(PsdLayers, RectanglesWhoseDifferenceIsNoInt) {
     PsdDocument document;
     PsdLayer& layer = document.addLayer({0, 0, 0, 0}, {});

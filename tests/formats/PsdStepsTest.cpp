@@ -158,8 +158,8 @@ TEST(PsdSteps, ShallowImagesTakeTheChannelsTheyHaveRoomFor) {
         const DibPtr image = testing_support::blankImage(1, 1, 24);
         EXPECT_TRUE(loader.LoadImageData(
             image.get(), nullptr,
-            {PSD_CHANNEL_TRANSPARENCY, PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE}));
-        EXPECT_EQ(codec_test::rowBytes(*image, 0), (Bytes{4, 3, 2}));
+            {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE, PSD_CHANNEL_TRANSPARENCY}));
+        EXPECT_EQ(codec_test::rowBytes(*image, 0), (Bytes{3, 2, 1}));
     });
     // An image of 16 bits has no bytes for channels: its first row fails.
     runSteps({0, 0, 1, 2}, [](DibPSDLoader& loader) {
