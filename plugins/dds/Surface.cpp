@@ -141,6 +141,8 @@ bool useFirstHeader(const unsigned char* header, std::uint32_t flags, Surface& s
                    wordAt(header, kMasks + 8), wordAt(header, kMasks + 12)};
     if ((flags & (kHasAlpha | kIsAlpha)) == 0) masks.alpha = 0;
     if ((flags & kIsLuminance) != 0) {
+        // Writers that put the mask beside the texel mean all of it: nothing else fits into one byte.
+        if (masks.bits == 8 && masks.alpha == 0 && (masks.red & 0xFF) == 0) masks.red = 0xFF;
         masks.green = masks.blue = masks.red;
     } else if ((flags & kIsRgb) == 0) {
         if ((flags & kIsAlpha) == 0) return false;

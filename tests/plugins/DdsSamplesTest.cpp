@@ -26,7 +26,6 @@ constexpr std::string_view kRefused[] = {
     "timeout-52d106579505547091ef69b58341351a37c23e31.dds",
     "timeout-755a4d204f4208e3597ac3391edebee196462bd0.dds",
     "timeout-c60a3d7314213624607bfb3e38d551a8b24a7435.dds",
-    "uncompressed_l.dds",
     "unimplemented_dxgi_format.dds",
     "unimplemented_pfflags.dds",
     "unimplemented_pixel_format.dds",

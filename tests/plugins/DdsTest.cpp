@@ -56,6 +56,20 @@ TEST(DdsTest, LuminanceAloneIsGrey) {
     EXPECT_EQ(pixels(file(1, 1, masked(0x20000, 16, {0xFFFF, 0, 0, 0}), {0xFF, 0x7F})), Bytes{127});
 }
 
+// Two decoders take the byte for the grey whatever the mask says; here a mask within the byte counts.
+TEST(DdsTest, MasksOfLuminanceBesideTheTexelMeanAllOfIt) {
+    for (const std::uint32_t beside : {0xFF000000U, 0xFF00U, 0U}) {
+        EXPECT_EQ(pixels(file(3, 1, masked(0x20000, 8, {beside, beside, beside, 0}), {0, 0x12, 0xFF})),
+                  (Bytes{0, 0x12, 0xFF}))
+            << beside;
+    }
+    EXPECT_EQ(pixels(file(2, 1, masked(0x20000, 8, {0xF0, 0, 0, 0}), {0x12, 0xFF})), (Bytes{17, 255}));
+    EXPECT_TRUE(pixels(file(1, 1, masked(0x20000, 8, {0x1FF, 0, 0, 0}), {1})).empty()) << "above the depth";
+    EXPECT_TRUE(pixels(file(1, 1, masked(0x20000, 16, {0xFF000000, 0, 0, 0}), {1, 2})).empty());
+    EXPECT_TRUE(pixels(file(1, 1, masked(0x20001, 8, {0xFF000000, 0, 0, 0xF}), {1})).empty());
+    EXPECT_TRUE(pixels(file(1, 1, masked(0x40, 8, {0xFF000000, 0, 0, 0}), {1})).empty()) << "no luminance";
+}
+
 TEST(DdsTest, NumbersOfUncompressedFormats) {
     EXPECT_EQ(pixels(file(1, 1, numbered(28), {1, 2, 3, 4})), (Bytes{3, 2, 1, 4}));
     EXPECT_EQ(pixels(file(1, 1, numbered(28, 3), {1, 2, 3, 4})), (Bytes{3, 2, 1, 255}))
