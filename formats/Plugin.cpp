@@ -121,6 +121,7 @@ bool LoadEXR(const char* path, DibStream* image, DibProgressCallback /*callback*
 }
 
 bool LoadEXR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    if (path == nullptr) return false;
     try {
         const VexString wide(path);
         // Text without an 8-bit form would turn into the empty path.

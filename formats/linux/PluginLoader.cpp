@@ -22,9 +22,10 @@ struct SharedObject {
 
 // The executable of a bundle folder goes by the folder's name without its extension. Where the other platform keeps it
 // is looked at too, so that one folder can be laid out for both.
+// What is no file holds no code: opening a pipe would wait for a writer.
 fs::path executableOf(const fs::path& bundle) {
     std::error_code error;
-    if (!fs::is_directory(bundle, error)) return bundle;
+    if (fs::is_regular_file(bundle, error)) return bundle;
     for (const char* folder : {"Linux", "MacOS"}) {
         fs::path executable = bundle / "Contents" / folder / bundle.stem();
         if (fs::is_regular_file(executable, error)) return executable;

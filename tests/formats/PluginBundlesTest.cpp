@@ -1,6 +1,7 @@
 // Plug-ins loaded from real bundle files.
 #include <DibCodec.h>
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -135,7 +136,34 @@ TEST_F(PluginBundlesTest, WhatIsNoPluginIsRefused) {
     fs::create_symlink("nowhere", "vexlibexr.bundle");
     EXPECT_FALSE(loadExr());
     EXPECT_FALSE(LoadDDS(L"a", &image, nullptr, nullptr));
+    fs::remove("vexlibexr.bundle");
+    ASSERT_EQ(mkfifo("vexlibexr.bundle", 0600), 0);
+    EXPECT_FALSE(loadExr()) << "a pipe, which nobody waits for";
+    fs::remove("vexlibexr.bundle");
+    fs::create_directories("vexlibexr.bundle/Contents/Linux/vexlibexr");
+    EXPECT_FALSE(loadExr()) << "a folder in the place of code";
     EXPECT_EQ(image.Header, nullptr);
+}
+
+TEST_F(PluginBundlesTest, LinksLeadToBundles) {
+    place("exr", "elsewhere/exr");
+    fs::create_symlink("elsewhere/exr", "vexlibexr.bundle");
+    EXPECT_TRUE(loadExr());
+    fs::remove("vexlibexr.bundle");
+    place("exr", "folder.bundle/Contents/Linux/vexlibexr");
+    fs::create_directory_symlink("folder.bundle", "vexlibexr.bundle");
+    EXPECT_TRUE(loadExr()) << "the code goes by the name of the link";
+}
+
+TEST_F(PluginBundlesTest, WithoutAPathNoPluginIsCalled) {
+    place("exr", "vexlibexr.bundle");
+    ASSERT_TRUE(loadExr());
+    const int calls = image.Buffer[3];
+    EXPECT_FALSE(LoadEXR(static_cast<const wchar_t*>(nullptr), &image, nullptr, nullptr));
+    EXPECT_FALSE(LoadEXR(static_cast<const char*>(nullptr), &image, nullptr, nullptr));
+    EXPECT_FALSE(LoadEXR("a.exr", nullptr, nullptr, nullptr));
+    ASSERT_TRUE(loadExr());
+    EXPECT_EQ(image.Buffer[3], calls + 1);
 }
 
 TEST_F(PluginBundlesTest, EveryFailingAllocationIsSurvived) {

@@ -59,7 +59,9 @@ bool ddsFunction(const wchar_t* path, BITMAPINFOHEADER** header, unsigned char**
 
 class RecordingLoader : public formats::PluginLoader {
 public:
+    explicit RecordingLoader(const DibStream& image) : image_(image) {}
     std::string failingStep;
+    const BITMAPINFOHEADER* headerAtRelease = nullptr;
 
     Bundle open(const char* path) override {
         steps.push_back("open " + std::string(path));
@@ -80,9 +82,11 @@ public:
     void release(Bundle bundle) override {
         EXPECT_EQ(bundle, &token_);
         steps.emplace_back("release");
+        headerAtRelease = image_.Header;
     }
 
 private:
+    const DibStream& image_;
     int token_ = 0;
 };
 
@@ -135,7 +139,7 @@ protected:
     std::string openedPath() const { return steps.empty() ? "" : steps.front().substr(5); }
 
     DibStream image;
-    RecordingLoader loader;
+    RecordingLoader loader{image};
 };
 
 TEST_F(PluginTest, StepsComeInOrder) {
@@ -266,6 +270,7 @@ TEST_F(PluginTest, TheBlocksBecomeTheImagesOwn) {
     EXPECT_EQ(image.Buffer, reply.buffer);
     EXPECT_EQ(image.HeaderOwner, 6U);
     EXPECT_EQ(image.BufferOwner, 6U);
+    EXPECT_EQ(loader.headerAtRelease, reply.header) << "adopted before the bundle is released";
     EXPECT_EQ(image.Pixel(1, 0)[2], 7);
     EXPECT_EQ(aliveBlocks(), before - 2) << "the old blocks are released";
     image.Clear();
@@ -328,6 +333,28 @@ TEST_F(PluginTest, HeadersThatNoImageCanHaveAreRefused) {
         header.biClrUsed = 17;
     }));
     EXPECT_TRUE(refuses([](BITMAPINFOHEADER& header) { header.biSize = 125; }));
+    EXPECT_TRUE(refuses([](BITMAPINFOHEADER& header) { header.biSize = 0xFFFFFFFF; }));
+    EXPECT_TRUE(refuses([](BITMAPINFOHEADER& header) { header.biClrUsed = 0xFFFFFFFF; }));
+    EXPECT_TRUE(refuses([](BITMAPINFOHEADER& header) { header.biWidth = INT32_MIN; }));
+    EXPECT_TRUE(refuses([](BITMAPINFOHEADER& header) {
+        header.biWidth = 1;
+        header.biHeight = INT32_MAX;
+    }));
+    EXPECT_TRUE(refuses([](BITMAPINFOHEADER& header) {
+        header.biWidth = 262148;
+        header.biBitCount = 0xFFFF;
+    }));
+}
+
+// Sizes of 0 are sizes: such a picture is the caller's to judge, and nothing of it is read.
+TEST_F(PluginTest, PicturesWithoutPixelsAreHandedOver) {
+    for (const bool isFlat : {false, true}) {
+        replyWithPicture();
+        (isFlat ? reply.header->biHeight : reply.header->biWidth) = 0;
+        EXPECT_TRUE(loadExr());
+        EXPECT_EQ(image.Header, reply.header);
+        EXPECT_EQ(image.Buffer, reply.buffer);
+    }
 }
 
 TEST_F(PluginTest, MissingPathsAndImagesAreRefused) {
