@@ -9,41 +9,49 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "plugins/exr/Attributes.h"
+
 namespace plugins::exr {
 
 namespace {
 
 constexpr int kFirst = 0;  // the part that is read
 
-std::int64_t sizeOf(std::FILE* file) {
-    if (std::fseek(file, 0, SEEK_END) != 0) return -1;
-    return std::ftell(file);
-}
+struct Source {
+    std::FILE* file;
+    bool hasMistakes = false;
+};
 
-std::int64_t querySize(exr_const_context_t /*context*/, void* file) {
-    return sizeOf(static_cast<std::FILE*>(file));
+std::int64_t querySize(exr_const_context_t /*context*/, void* user) {
+    return lengthOf(static_cast<Source*>(user)->file);
 }
 
 std::int64_t readAt(exr_const_context_t /*context*/, void* user, void* bytes, std::uint64_t count,
                     std::uint64_t offset, exr_stream_error_func_ptr_t /*report*/) {
-    auto* file = static_cast<std::FILE*>(user);
+    std::FILE* file = static_cast<Source*>(user)->file;
     if (offset > INT64_MAX || std::fseek(file, static_cast<long>(offset), SEEK_SET) != 0) return -1;
     const std::size_t got = std::fread(bytes, 1, static_cast<std::size_t>(count), file);
     return std::ferror(file) != 0 ? -1 : static_cast<std::int64_t>(got);
 }
 
-// What is wrong with a file is told by results; without a handler it would be printed.
-void keepSilent(exr_const_context_t /*context*/, exr_result_t /*code*/, const char* /*message*/) {}
+// Without a handler mistakes would be printed. Some are no failures: the C interface then goes on with sizes that are not
+// the file's, and which OpenEXR's classes, who go by the file, do not share.
+void noteMistake(exr_const_context_t context, exr_result_t /*code*/, const char* /*message*/) {
+    void* user = nullptr;
+    if (exr_get_user_data(context, &user) == EXR_ERR_SUCCESS && user != nullptr) {
+        static_cast<Source*>(user)->hasMistakes = true;
+    }
+}
 
 class Header {
 public:
-    explicit Header(std::FILE* file) {
+    explicit Header(std::FILE* file) : source_{file} {
         exr_context_initializer_t settings = EXR_DEFAULT_CONTEXT_INITIALIZER;
-        settings.error_handler_fn = keepSilent;
-        settings.user_data = file;
+        settings.error_handler_fn = noteMistake;
+        settings.user_data = &source_;
         settings.read_fn = readAt;
         settings.size_fn = querySize;
-        isRead_ = exr_start_read(&context_, "EXR file", &settings) == EXR_ERR_SUCCESS;
+        isRead_ = exr_start_read(&context_, "EXR file", &settings) == EXR_ERR_SUCCESS && !source_.hasMistakes;
     }
     ~Header() {
         if (context_ != nullptr) exr_finish(&context_);
@@ -54,6 +62,7 @@ public:
     exr_const_context_t context() const { return context_; }
 
 private:
+    Source source_;
     exr_context_t context_ = nullptr;
     bool isRead_ = false;
 };
@@ -65,7 +74,7 @@ bool readWindow(exr_const_context_t context, Part& part) {
     part.top = window.min.y;
     part.width = std::int64_t{window.max.x} - window.min.x + 1;
     part.height = std::int64_t{window.max.y} - window.min.y + 1;
-    return part.width > 0 && part.height > 0;
+    return part.width > 0 && part.height > 0 && part.width <= INT32_MAX / part.height;
 }
 
 // The bytes of a pixel over all channels, and over those that can be shown.
@@ -92,79 +101,82 @@ bool readChannels(exr_const_context_t context, Part& part, PixelBytes& bytes) {
     return std::find(part.has.begin(), part.has.end(), true) != part.has.end();
 }
 
-bool skipText(std::FILE* file, bool& isEmpty) {
-    int c = std::fgetc(file);
-    isEmpty = c == 0;
-    while (c != 0 && c != EOF) c = std::fgetc(file);
-    return c == 0;
-}
-
-// A header's attributes: a name, a type, how long the value is, and the value. No name ends them.
-bool skipHeader(std::FILE* file, std::int64_t fileBytes, bool& isEmpty) {
-    isEmpty = true;
-    for (bool isEnd = false; skipText(file, isEnd); isEmpty = false) {
-        if (isEnd) return true;
-        bool isUntyped = false;
-        unsigned char n[4];
-        if (!skipText(file, isUntyped) || std::fread(n, 1, sizeof n, file) != sizeof n) return false;
-        const std::int64_t bytes = n[0] | n[1] << 8 | n[2] << 16 | std::int64_t{n[3]} << 24;
-        if (bytes > fileBytes - std::ftell(file)) return false;
-        if (std::fseek(file, static_cast<long>(bytes), SEEK_CUR) != 0) return false;
-    }
-    return false;
-}
-
-// Whether the values of all attributes lie within the file, which the C interface does not check of every one:
-// OpenEXR's classes allocate what a value is said to take before they read it.
-bool areAttributesWhole(std::FILE* file) {
-    constexpr unsigned kHasParts = 0x10;  // in the sixth byte; no attribute ends their headers
-    const std::int64_t fileBytes = sizeOf(file);
-    unsigned char start[8];
-    if (std::fseek(file, 0, SEEK_SET) != 0 || std::fread(start, 1, sizeof start, file) != sizeof start)
-        return false;
-    bool isEmpty = false;
-    do {
-        if (!skipHeader(file, fileBytes, isEmpty)) return false;
-    } while ((start[5] & kHasParts) != 0 && !isEmpty);
-    return true;
-}
-
-// How many times as long as the file its samples can be; 0 where OpenEXR's classes notice that a chunk is short of some.
+// How many times as long as the file its samples can be: what a compression makes of the longest runs there are.
 std::int64_t mostExpansion(exr_compression_t compression) {
+    constexpr std::int64_t kDeflate = 1032;
     switch (compression) {
         case EXR_COMPRESSION_NONE: return 1;
         case EXR_COMPRESSION_RLE: return 64;  // two bytes for a run of 128
         case EXR_COMPRESSION_ZIPS:
-        case EXR_COMPRESSION_ZIP: return 1032;
-        default: return 0;
+        case EXR_COMPRESSION_ZIP: return kDeflate;
+        case EXR_COMPRESSION_PIZ: return 454;                 // nine bits for 255 samples of two bytes
+        case EXR_COMPRESSION_PXR24: return kDeflate * 4 / 3;  // floats without their last byte
+        case EXR_COMPRESSION_B44:
+        case EXR_COMPRESSION_B44A: return 11;  // three bytes for 16 samples of two
+        default: return kDeflate * 64;         // four bytes, deflated, for 64 floats: DWA
     }
 }
 
-// Whether the file can hold the chunks, each of which takes an entry of the table and a header of its own, and whether
-// one row of chunks fits into memory as well as a picture does: OpenEXR's classes allocate by both.
-bool areChunksPossible(exr_const_context_t context, const Part& part, const PixelBytes& bytes,
-                       std::int64_t fileBytes) {
-    constexpr std::int64_t kLeastChunkBytes = 16;
+struct Chunks {
+    std::int64_t columns = 0;  // of the pixels in each
+    std::int64_t rows = 0;
+    std::int64_t usualBytes = 0;  // a row of chunks may take this much of whatever picture
+};
+
+bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
+    constexpr std::int64_t kMegabyte = std::int64_t{1} << 20;
     exr_storage_t storage;
-    std::int32_t columns = 0;
-    std::int32_t rows = 0;
     if (exr_get_storage(context, kFirst, &storage) != EXR_ERR_SUCCESS) return false;
-    exr_compression_t compression;
-    if (exr_get_compression(context, kFirst, &compression) != EXR_ERR_SUCCESS) return false;
-    if (storage == EXR_STORAGE_TILED) {
-        if (exr_get_tile_sizes(context, kFirst, 0, 0, &columns, &rows) != EXR_ERR_SUCCESS) return false;
-    } else {
+    if (storage == EXR_STORAGE_TILED) {  // more than 1024 x 1024 pixels of four floats
+        // Which exr_get_tile_sizes would cut at the picture's edges.
+        std::uint32_t columns = 0;
+        std::uint32_t rows = 0;
+        exr_tile_level_mode_t levels;
+        exr_tile_round_mode_t rounding;
+        if (exr_get_tile_descriptor(context, kFirst, &columns, &rows, &levels, &rounding) != EXR_ERR_SUCCESS)
+            return false;
+        chunks = {columns, rows, 32 * kMegabyte};
+    } else {  // as many lines as the compression takes, whatever there are
+        std::int32_t rows = 0;
         if (storage != EXR_STORAGE_SCANLINE) return false;  // deep
         if (exr_get_scanlines_per_chunk(context, kFirst, &rows) != EXR_ERR_SUCCESS) return false;
-        columns = static_cast<std::int32_t>(std::min<std::int64_t>(part.width, INT32_MAX));
+        chunks = {part.width, rows, 256 * kMegabyte};
     }
-    if (columns < 1 || rows < 1 || bytes.known < 1 || bytes.all < bytes.known) return false;
-    const std::int64_t expansion = mostExpansion(compression);
-    const std::int64_t chunkColumns = (part.width + columns - 1) / columns;
-    const std::int64_t chunkRows = (part.height + rows - 1) / rows;
-    return chunkColumns <= fileBytes / kLeastChunkBytes / chunkRows &&
-           chunkColumns * columns <= INT32_MAX / bytes.all / rows &&
-           (expansion == 0 || part.width <= fileBytes * expansion / bytes.known / part.height);
+    return chunks.columns > 0 && chunks.rows > 0;
+}
+
+// Whether the file can hold all chunks of all parts and levels, each of which takes an entry of a table and a header of its
+// own: OpenEXR's classes allocate tables for them.
+bool areChunksThere(exr_const_context_t context, std::int64_t fileBytes) {
+    constexpr std::int64_t kLeastChunkBytes = 16;
+    int parts = 0;
+    if (exr_get_count(context, &parts) != EXR_ERR_SUCCESS) return false;
+    std::int64_t left = fileBytes / kLeastChunkBytes;
+    for (int i = 0; i < parts; ++i) {
+        std::int32_t count = 0;
+        if (exr_get_chunk_count(context, i, &count) != EXR_ERR_SUCCESS || count < 0) return false;
+        left -= count;
+    }
+    return left >= 0;
+}
+
+// Whether a row of chunks, which OpenEXR's classes allocate, is in proportion to the picture: tiles reach beyond its edges.
+bool areChunksInProportion(const Chunks& chunks, const Part& part, std::int64_t pixelBytes) {
+    const std::int64_t pictureBytes = part.width * part.height * pixelBytes;
+    const std::int64_t mostBytes =
+        std::min<std::int64_t>(std::max(chunks.usualBytes, 4 * pictureBytes), INT32_MAX);
+    const std::int64_t columns = (part.width + chunks.columns - 1) / chunks.columns * chunks.columns;
+    return columns <= mostBytes / pixelBytes / chunks.rows;
+}
+
+bool areSizesPossible(exr_const_context_t context, const Part& part, const PixelBytes& bytes,
+                      std::int64_t fileBytes) {
+    exr_compression_t compression;
+    if (exr_get_compression(context, kFirst, &compression) != EXR_ERR_SUCCESS) return false;
+    const std::int64_t fewestBytes = part.width * part.height * bytes.known / mostExpansion(compression);
+    Chunks chunks;
+    return fewestBytes <= fileBytes && areChunksThere(context, fileBytes) &&
+           readChunks(context, part, chunks) && areChunksInProportion(chunks, part, bytes.all);
 }
 
 }  // namespace
@@ -175,7 +187,7 @@ bool readPart(std::FILE* file, Part& part) {
     PixelBytes bytes;
     return header.isRead() && readWindow(header.context(), part) &&
            readChannels(header.context(), part, bytes) &&
-           areChunksPossible(header.context(), part, bytes, sizeOf(file));
+           areSizesPossible(header.context(), part, bytes, lengthOf(file));
 }
 
 }  // namespace plugins::exr

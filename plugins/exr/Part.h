@@ -28,7 +28,7 @@ struct Part {
 
 // False when the file is none, when its sizes cannot be true or are too large to decode, and when the part holds several
 // samples per pixel, none of the channels, or one of them as whole numbers, which count things rather than light, or at
-// a lower resolution.
+// a lower resolution. Throws std::bad_alloc.
 bool readPart(std::FILE* file, Part& part);
 
 }  // namespace plugins::exr

@@ -100,12 +100,11 @@ bool readLines(std::FILE* file, const Part& part, Picture& picture, DibProgressC
 }  // namespace
 
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
-    Part part;
-    if (!readPart(file, part)) return false;
-    if (!picture.create(part.width, part.height, part.isGrey() ? Picture::kGrey : Picture::kColor))
-        return false;
     try {
-        return readLines(file, part, picture, progress, user);
+        Part part;
+        return readPart(file, part) &&
+               picture.create(part.width, part.height, part.isGrey() ? Picture::kGrey : Picture::kColor) &&
+               readLines(file, part, picture, progress, user);
     } catch (const std::exception&) {
         return false;
     }

@@ -160,6 +160,31 @@ Bytes writeDeep() {
     return bytesOf(stream);
 }
 
+Bytes withValue(Bytes bytes, const std::string& name, const std::string& type, const Bytes& value,
+                bool isSecond) {
+    const std::string mark =
+        name + '\0' + type + '\0' + static_cast<char>(value.size()) + std::string(3, '\0');
+    auto at = std::search(bytes.begin(), bytes.end(), mark.begin(), mark.end());
+    if (isSecond && at != bytes.end()) at = std::search(at + 1, bytes.end(), mark.begin(), mark.end());
+    if (at == bytes.end()) return {};
+    std::copy(value.begin(), value.end(), at + static_cast<std::ptrdiff_t>(mark.size()));
+    return bytes;
+}
+
+Bytes withWindow(const Bytes& bytes, const Window& window, bool isSecond) {
+    testing_support::ByteWriter value;
+    for (const int number : {window.left, window.top, window.right, window.bottom}) {
+        value.le32(static_cast<std::uint32_t>(number));
+    }
+    return withValue(bytes, "dataWindow", "box2i", value.bytes, isSecond);
+}
+
+Bytes withTiles(const Bytes& bytes, std::uint32_t columns, std::uint32_t rows, unsigned char mode) {
+    testing_support::ByteWriter value;
+    value.le32(columns).le32(rows).raw({mode});
+    return withValue(bytes, "tiles", "tiledesc", value.bytes);
+}
+
 std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window& data) {
     Imf::StdISStream stream;
     stream.str(std::string(bytes.begin(), bytes.end()));

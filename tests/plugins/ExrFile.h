@@ -6,6 +6,7 @@
 #include <OpenEXR/ImfPixelType.h>
 #include <OpenEXR/ImfTileDescription.h>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -59,6 +60,12 @@ Bytes write(const FileSpec& layout, const Sampler& sampler);
 // Two parts, of which the second is one pixel.
 Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler);
 Bytes writeDeep();
+
+// With other bytes for the value of an attribute, of as many: the first of that name, or the second.
+Bytes withValue(Bytes bytes, const std::string& name, const std::string& type, const Bytes& value,
+                bool isSecond = false);
+Bytes withWindow(const Bytes& bytes, const Window& window, bool isSecond = false);
+Bytes withTiles(const Bytes& bytes, std::uint32_t columns, std::uint32_t rows, unsigned char mode = 0);
 
 // The samples of the first part's data window, row by row, by channel.
 std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window& data);
