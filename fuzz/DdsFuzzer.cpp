@@ -1,16 +1,7 @@
-#include "fuzz/FuzzSupport.h"
+#include "fuzz/PluginFuzz.h"
 #include "plugins/dds/Reader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::withFile(data, size, [](std::FILE* file) {
-        plugins::Picture picture;
-        if (!plugins::dds::read(file, picture, nullptr, nullptr)) return;
-        BITMAPINFOHEADER* header = nullptr;
-        unsigned char* buffer = nullptr;
-        picture.release(&header, &buffer);
-        DibStream image;
-        fuzz::require(image.SetDib(header, 6, buffer, 6), "a picture can be adopted");
-        fuzz::checkImage(image);
-    });
+    fuzz::readByPlugin(plugins::dds::read, data, size);
     return 0;
 }

@@ -1,0 +1,7 @@
+#include "fuzz/PluginFuzz.h"
+#include "plugins/exr/Reader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::readByPlugin(plugins::exr::read, data, size);
+    return 0;
+}
