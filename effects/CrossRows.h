@@ -83,8 +83,8 @@ public:
     template <class Depth>
     void row(unsigned char* out, int y) {
         static_assert(Depth::kBits == 8 * Depth::kChannels);
-        runKernel<crossRow<Rule>>(crossRows(*source_, y, height_, flags_), out, width_, Depth::kChannels,
-                                  (flags_ & DIB_WRAP_X) != 0);
+        runWidestKernel<crossRow<Rule>>(crossRows(*source_, y, height_, flags_), out, width_,
+                                        Depth::kChannels, (flags_ & DIB_WRAP_X) != 0);
     }
 
 private:
