@@ -45,9 +45,9 @@ class Browser:
         self.pending = b""
         self.number = 0
         self.events = []
-        self.session = None
+        self.tab = None
         target = self.call("Target.createTarget", url="about:blank")["targetId"]
-        self.session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
+        self.tab = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
         for domain in ("Runtime", "Log", "Page"):
             self.call(f"{domain}.enable")
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
@@ -79,8 +79,8 @@ class Browser:
     def call(self, method, **parameters):
         self.number += 1
         message = {"id": self.number, "method": method, "params": parameters}
-        if self.session:
-            message["sessionId"] = self.session
+        if self.tab:
+            message["sessionId"] = self.tab
         data = json.dumps(message).encode() + b"\0"
         while data:
             data = data[os.write(self.commands, data):]
