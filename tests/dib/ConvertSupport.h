@@ -1,11 +1,13 @@
-// Pictures of one colour, and the entries of a colour table as numbers.
+// Pictures of one colour and of one row, and the pixels and table entries of images as numbers.
 #ifndef TESTS_DIB_CONVERT_SUPPORT_H
 #define TESTS_DIB_CONVERT_SUPPORT_H
 
 #include <DibStream.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 #include "dib/ColorTable.h"
 #include "tests/support/TestImages.h"
@@ -25,6 +27,24 @@ inline DibPtr oneColor(int width, int height, std::uint32_t color) {
         for (int x = 0; x < width; ++x) setPixelValue(*image, x, y, color);
     }
     return image;
+}
+
+using Values = std::vector<std::uint32_t>;
+
+// A picture of one row.
+inline DibPtr oneRow(int bitCount, const Values& values) {
+    DibPtr image = blankImage(static_cast<int>(values.size()), 1, bitCount);
+    for (std::size_t x = 0; x < values.size(); ++x) setPixelValue(*image, static_cast<int>(x), 0, values[x]);
+    return image;
+}
+
+// The pixels of all rows, the upper ones first.
+inline Values valuesOf(DibStream& image) {
+    Values values;
+    for (int y = 0; y < std::abs(image.Header->biHeight); ++y) {
+        for (int x = 0; x < image.Header->biWidth; ++x) values.push_back(pixelValue(image, x, y));
+    }
+    return values;
 }
 
 inline DibBGRA entry(const DibStream& image, int index) { return dib::colorTable(image.Header)[index]; }

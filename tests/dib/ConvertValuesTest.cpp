@@ -2,53 +2,37 @@
 #include <DibStream.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "tests/dib/ConvertSupport.h"
 
 namespace convert_support {
 namespace {
 
 TEST(ConvertValues, SixteenBitWhiteBecomes248) {
-    const DibPtr image = blankImage(1, 1, 16);
-    setPixelValue(*image, 0, 0, 0x7FFF);
+    const DibPtr image = oneRow(16, {0x7FFF});
     ASSERT_TRUE(image->ChangeTo24Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0xF8F8F8U);
+    EXPECT_EQ(valuesOf(*image), (Values{0xF8F8F8}));
 }
 
 TEST(ConvertValues, SixteenBitChannelsLieBlueLowest) {
-    const DibPtr image = blankImage(3, 1, 16);
-    setPixelValue(*image, 0, 0, 0x001F);
-    setPixelValue(*image, 1, 0, 0x03E0);
-    setPixelValue(*image, 2, 0, 0xFC00);  // bit 15 is ignored
+    const DibPtr image = oneRow(16, {0x001F, 0x03E0, 0xFC00});  // bit 15 is ignored
     ASSERT_TRUE(image->ChangeTo32Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0xFF0000F8U);
-    EXPECT_EQ(pixelValue(*image, 1, 0), 0xFF00F800U);
-    EXPECT_EQ(pixelValue(*image, 2, 0), 0xFFF80000U);
+    EXPECT_EQ(valuesOf(*image), (Values{0xFF0000F8, 0xFF00F800, 0xFFF80000}));
 }
 
 TEST(ConvertValues, AlphaIsKeptFrom32BitsAndOpaqueFromOthers) {
-    const DibPtr image = blankImage(1, 1, 32);
-    setPixelValue(*image, 0, 0, 0x12345678);
+    const DibPtr image = oneRow(32, {0x12345678});
     ASSERT_TRUE(image->ChangeTo32Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0x12345678U);
+    EXPECT_EQ(valuesOf(*image), (Values{0x12345678}));
     ASSERT_TRUE(image->ChangeTo24Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0x345678U);
+    EXPECT_EQ(valuesOf(*image), (Values{0x345678}));
     ASSERT_TRUE(image->ChangeTo32Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0xFF345678U);
+    EXPECT_EQ(valuesOf(*image), (Values{0xFF345678}));
 }
 
 TEST(ConvertValues, GreyWeighsTheChannels) {
-    const DibPtr image = blankImage(4, 1, 24);
-    setPixelValue(*image, 0, 0, 0x0000FF);
-    setPixelValue(*image, 1, 0, 0x00FF00);
-    setPixelValue(*image, 2, 0, 0xFF0000);
-    setPixelValue(*image, 3, 0, 0xFFFFFF);
+    const DibPtr image = oneRow(24, {0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF});
     ASSERT_TRUE(image->ChangeTo8Bit(0));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 36U);
-    EXPECT_EQ(pixelValue(*image, 1, 0), 145U);
-    EXPECT_EQ(pixelValue(*image, 2, 0), 72U);
-    EXPECT_EQ(pixelValue(*image, 3, 0), 255U);
+    EXPECT_EQ(valuesOf(*image), (Values{36, 145, 72, 255}));
     EXPECT_EQ(entryValue(*image, 77), 0x004D4D4DU);
 }
 
@@ -76,10 +60,7 @@ TEST(ConvertValues, SameDepthIsRebuiltAllTheSame) {
 }
 
 TEST(ConvertValues, FourBitGreyPutsTheLastOddPixelInTheHighNibble) {
-    const DibPtr image = blankImage(3, 1, 24);
-    setPixelValue(*image, 0, 0, 0x101010);
-    setPixelValue(*image, 1, 0, 0x2F2F2F);
-    setPixelValue(*image, 2, 0, 0xFFFFFF);
+    const DibPtr image = oneRow(24, {0x101010, 0x2F2F2F, 0xFFFFFF});
     ASSERT_TRUE(image->ChangeTo4Bit(1));
     EXPECT_EQ(image->Buffer[0], 0x12);
     EXPECT_EQ(image->Buffer[1], 0xF0);
@@ -89,9 +70,9 @@ TEST(ConvertValues, FourBitGreyPutsTheLastOddPixelInTheHighNibble) {
 
 TEST(ConvertValues, SixteenBitTruncatesOtherwise) {
     for (const unsigned int flags : {0U, 2U, 0x10000U}) {
-        const DibPtr image = oneColor(1, 1, 0xFF8807);
+        const DibPtr image = oneRow(24, {0xFF8807});
         ASSERT_TRUE(image->ChangeTo16Bit(flags));
-        EXPECT_EQ(pixelValue(*image, 0, 0), 0x7E20U);
+        EXPECT_EQ(valuesOf(*image), (Values{0x7E20}));
     }
 }
 

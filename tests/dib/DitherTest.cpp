@@ -2,7 +2,7 @@
 #include <DibStream.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
 
 #include "tests/dib/ConvertSupport.h"
 
@@ -27,47 +27,32 @@ TEST(Dither, OrderedDitherHasACubeAndAGreyTail) {
     EXPECT_EQ(pixelValue(*image, 5, 2), 86U);   // 36
     EXPECT_EQ(pixelValue(*image, 2, 0), 129U);  // 6
     EXPECT_EQ(pixelValue(*image, 1, 4), 86U);   // 27
-    int raised = 0;
-    for (int y = 0; y < 8; ++y) {
-        for (int x = 0; x < 8; ++x) raised += pixelValue(*image, x, y) == 129 ? 1 : 0;
-    }
-    EXPECT_EQ(raised, 33);
+    const Values values = valuesOf(*image);
+    EXPECT_EQ(std::count(values.begin(), values.end(), 129U), 33);
 }
 
 TEST(Dither, DitherRowsCountFromTheStartOfTheBuffer) {
     const DibPtr image = oneColor(1, 2, 0x808080);  // bottom-up: buffer row 1 is picture row 0
     ASSERT_TRUE(image->ChangeTo8Bit(1));
-    EXPECT_EQ(pixelValue(*image, 0, 1), 129U);
-    EXPECT_EQ(pixelValue(*image, 0, 0), 86U);
+    EXPECT_EQ(valuesOf(*image), (Values{86, 129}));
 }
 
 TEST(Dither, SixteenBitRemainderIsCarriedAcrossRows) {
     const DibPtr image = oneColor(1, -4, 0x070503);
     ASSERT_TRUE(image->ChangeTo16Bit(1));
     // Sums: blue 3, 6, 9, 4; green 5, 10, 7, 12; red 7, 14, 13, 12. Each of 8 and above gives a field of 1.
-    EXPECT_EQ(pixelValue(*image, 0, 0), 0x0000U);
-    EXPECT_EQ(pixelValue(*image, 0, 1), 0x0420U);
-    EXPECT_EQ(pixelValue(*image, 0, 2), 0x0401U);
-    EXPECT_EQ(pixelValue(*image, 0, 3), 0x0420U);
+    EXPECT_EQ(valuesOf(*image), (Values{0x0000, 0x0420, 0x0401, 0x0420}));
 }
 
 TEST(Dither, SixteenBitRemainderStopsAt255) {
-    const DibPtr image = blankImage(3, 1, 24);
-    setPixelValue(*image, 0, 0, 0x0000FF);
-    setPixelValue(*image, 1, 0, 0x0000FF);
-    setPixelValue(*image, 2, 0, 0x000001);
+    const DibPtr image = oneRow(24, {0x0000FF, 0x0000FF, 0x000001});
     ASSERT_TRUE(image->ChangeTo16Bit(1));
-    EXPECT_EQ(pixelValue(*image, 0, 0), 31U);
-    EXPECT_EQ(pixelValue(*image, 1, 0), 31U);
-    EXPECT_EQ(pixelValue(*image, 2, 0), 1U);  // 1 + 7
+    EXPECT_EQ(valuesOf(*image), (Values{31, 31, 1}));  // 1 + 7 is a step of five bits
 }
 
 int whitePixels(DibStream& image) {
-    int white = 0;
-    for (int y = 0; y < std::abs(image.Header->biHeight); ++y) {
-        for (int x = 0; x < image.Header->biWidth; ++x) white += static_cast<int>(pixelValue(image, x, y));
-    }
-    return white;
+    const Values values = valuesOf(image);
+    return static_cast<int>(std::count(values.begin(), values.end(), 1U));
 }
 
 TEST(Dither, ErrorDiffusionOfUniformGreys) {
