@@ -1,4 +1,4 @@
-// What the tests of all codecs share: loading bytes, saving to bytes, and cutting files short.
+// What the tests of all codecs share: loading bytes, saving to bytes, paths, failing allocations and damaged files.
 #ifndef TESTS_FORMATS_CODEC_TEST_H
 #define TESTS_FORMATS_CODEC_TEST_H
 
@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
@@ -26,6 +27,8 @@ using testing_support::ByteWriter;
 using testing_support::DibPtr;
 using testing_support::ProgressLog;
 using Codec = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
+using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
+using WidePathCodec = bool (*)(const wchar_t*, DibStream*, DibProgressCallback, void*);
 
 inline Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
@@ -66,6 +69,16 @@ inline Bytes rowBytes(DibStream& image, int y) {
     return {row, row + (bits + 7) / 8};
 }
 
+// All rows of a bottom-up image from the top of the picture down, without fill.
+inline Bytes pixelsOf(DibStream& image) {
+    Bytes all;
+    for (int y = 0; y < image.Header->biHeight; ++y) {
+        const Bytes row = rowBytes(image, y);
+        all.insert(all.end(), row.begin(), row.end());
+    }
+    return all;
+}
+
 // The file cut at every length below its own (of long files, at every length of the first and the last bytes
 // and at some between).
 inline void forEveryTruncation(const Bytes& bytes,
@@ -75,6 +88,29 @@ inline void forEveryTruncation(const Bytes& bytes,
         if (length > kEdge && length + kEdge < bytes.size() && length % 97 != 0) continue;
         judge(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length)), length);
     }
+}
+
+// The file with each of its first bytes in turn at values where signs and limits change.
+inline void forEveryExtremeByte(
+    const Bytes& bytes, std::size_t count,
+    const std::function<void(const Bytes& damaged, std::size_t at, unsigned value)>& judge) {
+    for (std::size_t at = 0; at < std::min(bytes.size(), count); ++at) {
+        for (const unsigned value : {0x00U, 0x01U, 0x7FU, 0x80U, 0xFFU}) {
+            Bytes damaged = bytes;
+            damaged[at] = static_cast<unsigned char>(value);
+            judge(damaged, at, value);
+        }
+    }
+}
+
+// A file in a folder that is not there: both overloads of a codec answer false and leave this code.
+inline void expectNoFile(PathCodec narrow, WidePathCodec wide, DibStream& image, int code) {
+    image.ErrorCode = kUntouched;
+    EXPECT_FALSE(narrow("/nonexistent/file", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, code);
+    image.ErrorCode = kUntouched;
+    EXPECT_FALSE(wide(L"/nonexistent/file", &image, nullptr, nullptr));
+    EXPECT_EQ(image.ErrorCode, code);
 }
 
 // Loads a file once for every allocation that can fail: each failure must give code 2, and the load without one
@@ -94,6 +130,30 @@ inline int failEveryAllocation(Codec codec, const Bytes& bytes) {
             EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
             image.reset();
             file.reset();
+        });
+}
+
+// What is left of a save in which an allocation may have failed.
+struct SaveAttempt {
+    DibPtr image;
+    dib::FilePtr file;  // where the codec stopped writing
+    bool saved = false;
+};
+
+// Saves a picture once for every allocation that can fail. Returns how many allocations there were.
+inline int failEverySave(testing_support::Size size, int bitCount,
+                         const std::function<bool(std::FILE*, DibStream*)>& save,
+                         const std::function<void(const SaveAttempt& attempt, bool failureMet)>& judge) {
+    SaveAttempt attempt;
+    return testing_support::forEachFailingAllocation(
+        [&] {
+            attempt.image = testing_support::randomImage(size.width, size.height, bitCount, 2);
+            attempt.file.reset(std::tmpfile());
+        },
+        [&] { attempt.saved = save(attempt.file.get(), attempt.image.get()); },
+        [&](bool failureMet) {
+            judge(attempt, failureMet);
+            attempt = {};
         });
 }
 
@@ -144,6 +204,17 @@ private:
     }
     std::string path_;
 };
+
+// Both overloads of a codec for paths write these bytes and answer `result`.
+inline void expectWritten(PathCodec narrow, WidePathCodec wide, DibStream& image, const Bytes& expected,
+                          bool result = true) {
+    const TemporaryFile first(".narrow");
+    EXPECT_EQ(narrow(first.path(), &image, nullptr, nullptr), result);
+    EXPECT_EQ(first.bytes(), expected);
+    const TemporaryFile second(".wide");
+    EXPECT_EQ(wide(second.widePath().c_str(), &image, nullptr, nullptr), result);
+    EXPECT_EQ(second.bytes(), expected);
+}
 
 // Saves under conditions in which nothing can be written: a full device and a pipe that nobody reads. `judge` gets
 // what the path overload returned each time.

@@ -15,7 +15,6 @@ using namespace codec_test;
 using testing_support::Picture;
 using testing_support::pictureOf;
 using testing_support::samePicture;
-using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
 
 // Pictures that are written as PPM for the programs: many colours, at most 200 colours, greys.
 enum class Source { kColors, kFew, kGrey };

@@ -115,10 +115,7 @@ TEST(HdrLoad, GammaAndExposureAreNotApplied) {
 
 TEST(HdrLoad, FailureTable) {
     DibStream image;
-    image.ErrorCode = kUntouched;
-    EXPECT_FALSE(LoadHDR("/nonexistent/file.hdr", &image, nullptr, nullptr));
-    EXPECT_FALSE(LoadHDR(L"/nonexistent/file.hdr", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, kUntouched);
+    expectNoFile(LoadHDR, LoadHDR, image, kUntouched);
 
     FailedLoad failed = failedLoad({});
     EXPECT_EQ(failed.code, 6);

@@ -1,6 +1,5 @@
 #include "formats/Ilbm.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "dib/Kernels.h"
@@ -252,11 +251,7 @@ TEST(IlbmLoad, LengthsAreUnsigned) {
 
 TEST(IlbmLoad, FailureTable) {
     DibStream image;
-    EXPECT_FALSE(LoadIFF("/nonexistent/file.iff", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
-    image.ErrorCode = 0;
-    EXPECT_FALSE(LoadIFF(L"/nonexistent/file.iff", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
+    expectNoFile(LoadIFF, LoadIFF, image, 3);
 
     for (const unsigned compression : {2U, 3U, 255U}) {
         const Loaded loaded = load(LoadIFF, picture({1, 1, 8, 0, compression}, Bytes(16)));
@@ -297,14 +292,11 @@ TEST(IlbmLoad, EveryTruncationFails) {
 
 TEST(IlbmLoad, EveryHeaderByteAtItsExtremes) {
     for (const GoodFile& file : goodFiles()) {
-        for (std::size_t at = 0; at < 48; ++at) {
-            for (const unsigned value : {0x00U, 0x01U, 0x7FU, 0x80U, 0xFFU}) {
-                Bytes bytes = file.bytes;
-                bytes[at] = static_cast<unsigned char>(value);
-                const Loaded loaded = load(LoadIFF, bytes);
-                EXPECT_TRUE(!loaded.result || loaded.image->Header != nullptr) << file.name << " byte " << at;
-            }
-        }
+        forEveryExtremeByte(file.bytes, 48, [&](const Bytes& damaged, std::size_t at, unsigned value) {
+            const Loaded loaded = load(LoadIFF, damaged);
+            EXPECT_TRUE(!loaded.result || loaded.image->Header != nullptr)
+                << file.name << " byte " << at << " = " << value;
+        });
     }
 }
 

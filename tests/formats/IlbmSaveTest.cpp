@@ -133,11 +133,7 @@ TEST(IlbmSave, SavedPicturesComeBack) {
 
 TEST(IlbmSave, FailureTable) {
     const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
-    EXPECT_FALSE(SaveIFF("/nonexistent/file.iff", image.get(), nullptr, nullptr));
-    EXPECT_EQ(image->ErrorCode, 3);
-    image->ErrorCode = kUntouched;
-    EXPECT_FALSE(SaveIFF(L"/nonexistent/file.iff", image.get(), nullptr, nullptr));
-    EXPECT_EQ(image->ErrorCode, 3);
+    expectNoFile(SaveIFF, SaveIFF, *image, 3);
     image->ErrorCode = kUntouched;
     forEveryDeadFile([&](const char* path) { return SaveIFF(path, image.get(), nullptr, nullptr); },
                      [](bool saved, const char* path) { EXPECT_TRUE(saved) << path; });
@@ -159,33 +155,33 @@ TEST(IlbmSave, NothingIsOpenedBeforeTheFormIsBuilt) {
 
 TEST(IlbmSave, EveryFailingAllocation) {
     for (const int bitCount : {1, 4, 8, 16, 24}) {
-        DibPtr image;
-        bool saved = false;
-        const int failures = testing_support::forEachFailingAllocation(
-            [&] { image = testing_support::randomImage(50, 40, bitCount, 2); },
-            [&] {
+        const int failures = failEverySave(
+            {50, 40}, bitCount,
+            [](std::FILE*, DibStream* image) {
                 Outstream out;
-                saved = SaveIFF(out, image.get(), nullptr, nullptr);
+                return SaveIFF(out, image, nullptr, nullptr);
             },
-            [&](bool failureMet) {
-                EXPECT_EQ(saved, !failureMet);
+            [&](const SaveAttempt& attempt, bool failureMet) {
+                EXPECT_EQ(attempt.saved, !failureMet);
                 // A failed conversion of the copy leaves no code.
-                EXPECT_TRUE(saved || image->ErrorCode == 2 || bitCount == 16);
-                image.reset();
+                EXPECT_TRUE(attempt.saved || attempt.image->ErrorCode == 2 || bitCount == 16);
             });
         EXPECT_GE(failures, 3);
     }
 }
 
-TEST(IlbmSave, PathsOfBothWidthsAndNoCallback) {
+TEST(IlbmSave, PathsOfBothWidths) {
+    const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
+    expectWritten(SaveIFF, SaveIFF, *image, asFile(savedForm(*image)));
+}
+
+TEST(IlbmSave, CallbacksAreNotCalled) {
     const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
     const TemporaryFile file(".iff");
     ProgressLog log;
     log.cancelAt = 0;
     EXPECT_TRUE(SaveIFF(file.path(), image.get(), ProgressLog::callback, &log));
     EXPECT_TRUE(log.fractions.empty());
-    EXPECT_EQ(file.bytes(), asFile(savedForm(*image)));
-    EXPECT_TRUE(SaveIFF(file.widePath().c_str(), image.get(), nullptr, nullptr));
     EXPECT_EQ(file.bytes(), asFile(savedForm(*image)));
 }
 

@@ -10,7 +10,6 @@ namespace {
 
 using namespace codec_test;
 
-using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
 struct RoundTrip {
     PathCodec save;
     const char* name;

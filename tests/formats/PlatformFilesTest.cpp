@@ -12,12 +12,10 @@
 namespace {
 
 using namespace codec_test;
-using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
-using WideCodec = bool (*)(const wchar_t*, DibStream*, DibProgressCallback, void*);
 
 struct Saver {
     PathCodec save;
-    WideCodec saveWide;
+    WidePathCodec saveWide;
     unsigned char first;
 };
 constexpr Saver kSavers[] = {{SavePNG, SavePNG, 0x89}, {SaveJPEG, SaveJPEG, 0xFF}, {SaveTIFF, SaveTIFF, 'I'}};

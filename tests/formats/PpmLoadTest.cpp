@@ -89,11 +89,8 @@ TEST(PpmLoad, FirstLineIsComparedWhole) {
 
 TEST(PpmLoad, FailureTable) {
     DibStream image;
-    EXPECT_FALSE(LoadPPM("/nonexistent/file.ppm", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
-    image.ErrorCode = 0;
-    EXPECT_FALSE(LoadPGM(L"/nonexistent/file.ppm", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
+    expectNoFile(LoadPPM, LoadPPM, image, 3);
+    expectNoFile(LoadPGM, LoadPGM, image, 3);
 
     EXPECT_EQ(loadText("").code, 6);
     for (const char* size : {"", "\n", "3\n", "x 3\n", "3 x\n", "3x3\n", "-1 3\n", "-1 -3\n", "# 1 1\n"}) {

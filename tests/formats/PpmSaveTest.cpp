@@ -88,9 +88,7 @@ TEST(PpmSave, ProgressAndCancelAtEveryRow) {
 
 TEST(PpmSave, FailuresStoreNoCode) {
     const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
-    image->ErrorCode = kUntouched;
-    EXPECT_FALSE(SavePPM("/nonexistent/file.ppm", image.get(), nullptr, nullptr));
-    EXPECT_FALSE(SavePPM(L"/nonexistent/file.ppm", image.get(), nullptr, nullptr));
+    expectNoFile(SavePPM, SavePPM, *image, kUntouched);
     forEveryDeadFile([&](const char* path) { return SavePPM(path, image.get(), nullptr, nullptr); },
                      [](bool saved, const char* path) { EXPECT_TRUE(saved) << path; });
     EXPECT_EQ(image->ErrorCode, kUntouched);
@@ -105,32 +103,19 @@ TEST(PpmSave, FailuresStoreNoCode) {
 
 TEST(PpmSave, EveryFailingAllocation) {
     for (const int bitCount : {8, 24}) {
-        DibPtr image;
-        bool saved = false;
-        dib::FilePtr file;
-        const int failures = testing_support::forEachFailingAllocation(
-            [&] {
-                image = testing_support::randomImage(5, 4, bitCount, 2);
-                file.reset(std::tmpfile());
-            },
-            [&] { saved = SavePPM(file.get(), image.get(), nullptr, nullptr); },
-            [&](bool failureMet) {
-                EXPECT_EQ(saved, !failureMet);
-                image.reset();
-                file.reset();
-            });
+        const int failures = failEverySave(
+            {5, 4}, bitCount,
+            [](std::FILE* file, DibStream* image) { return SavePPM(file, image, nullptr, nullptr); },
+            [](const SaveAttempt& attempt, bool failureMet) { EXPECT_EQ(attempt.saved, !failureMet); });
         EXPECT_GE(failures, 1);
     }
 }
 
 TEST(PpmSave, PathsOfBothWidths) {
     const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
-    const TemporaryFile file(".ppm");
-    EXPECT_TRUE(SavePPM(file.path(), image.get(), nullptr, nullptr));
-    const Bytes narrow = file.bytes();
-    EXPECT_TRUE(SavePPM(file.widePath().c_str(), image.get(), nullptr, nullptr));
-    EXPECT_EQ(file.bytes(), narrow);
-    EXPECT_EQ(narrow.size(), 11U + 12);
+    const Bytes bytes = save(SavePPM, *image);
+    EXPECT_EQ(bytes.size(), 11U + 12);
+    expectWritten(SavePPM, SavePPM, *image, bytes);
 }
 
 }  // namespace

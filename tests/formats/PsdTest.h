@@ -16,6 +16,7 @@ namespace psd_test {
 
 using codec_test::Bytes;
 using codec_test::kUntouched;
+using codec_test::pixelsOf;
 using testing_support::ByteWriter;
 using testing_support::DibPtr;
 using testing_support::ProgressLog;
@@ -61,6 +62,19 @@ struct Load {
         return result;
     }
 };
+
+// A document without layers.
+inline PsdDocument document(int mode, int depth, int channels, int width, int height,
+                            const Bytes& imageData) {
+    PsdDocument made;
+    made.mode = mode;
+    made.depth = depth;
+    made.channels = channels;
+    made.width = width;
+    made.height = height;
+    made.imageData = imageData;
+    return made;
+}
 
 // The lines of a log behind the five of the header.
 inline std::string afterHeader(const std::string& log) {

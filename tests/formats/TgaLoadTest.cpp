@@ -1,6 +1,5 @@
 #include "formats/Tga.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "tests/formats/CodecTest.h"
@@ -195,11 +194,7 @@ TEST(TgaLoad, PacketsCrossRowsAndTheEnd) {
 
 TEST(TgaLoad, FailureTable) {
     DibStream image;
-    EXPECT_FALSE(LoadTGA("/nonexistent/file.tga", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
-    image.ErrorCode = 0;
-    EXPECT_FALSE(LoadTGA(L"/nonexistent/file.tga", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
+    expectNoFile(LoadTGA, LoadTGA, image, 3);
 
     const auto code = [](const Fields& f) { return loadTga(f, Bytes(4000, 1)).code; };
     for (const unsigned type : {0U, 4U, 5U, 6U, 7U, 8U, 11U, 32U, 255U}) {
@@ -324,14 +319,11 @@ TEST(TgaLoad, EveryTruncationIsAShortRead) {
 
 TEST(TgaLoad, EveryHeaderByteAtItsExtremes) {
     for (const GoodFile& file : goodFiles()) {
-        for (std::size_t at = 0; at < 18; ++at) {
-            for (const unsigned value : {0x00U, 0x01U, 0x7FU, 0x80U, 0xFFU}) {
-                Bytes bytes = tga(file.fields, file.rest);
-                bytes[at] = static_cast<unsigned char>(value);
-                const Loaded loaded = load(LoadTGA, bytes);
+        forEveryExtremeByte(
+            tga(file.fields, file.rest), 18, [&](const Bytes& damaged, std::size_t at, unsigned value) {
+                const Loaded loaded = load(LoadTGA, damaged);
                 EXPECT_EQ(loaded.result, loaded.code == 0) << file.name << " byte " << at << " = " << value;
-            }
-        }
+            });
     }
 }
 

@@ -166,11 +166,7 @@ TEST(TgaSave, CallbacksDoNotChangeWhatIsWritten) {
 
 TEST(TgaSave, FailureTable) {
     const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
-    EXPECT_FALSE(SaveTGA("/nonexistent/file.tga", image.get(), nullptr, nullptr));
-    EXPECT_EQ(image->ErrorCode, 3);
-    image->ErrorCode = kUntouched;
-    EXPECT_FALSE(SaveTGA(L"/nonexistent/file.tga", image.get(), nullptr, nullptr));
-    EXPECT_EQ(image->ErrorCode, 3);
+    expectNoFile(SaveTGA, SaveTGA, *image, 3);
     image->ErrorCode = kUntouched;
     forEveryDeadFile([&](const char* path) { return SaveTGA(path, image.get(), nullptr, nullptr); },
                      [](bool saved, const char* path) { EXPECT_TRUE(saved) << path; });
@@ -178,31 +174,24 @@ TEST(TgaSave, FailureTable) {
 }
 
 TEST(TgaSave, EveryFailingAllocation) {
+    ProgressLog log;
+    log.fractions.reserve(100);
     for (const int bitCount : {4, 8, 24}) {
-        for (const bool withCallback : {false, true}) {
-            DibPtr image;
-            bool saved = false;
-            dib::FilePtr file;
-            ProgressLog log;
-            log.fractions.reserve(100);
-            const int failures = testing_support::forEachFailingAllocation(
-                [&] {
-                    image = testing_support::randomImage(5, 4, bitCount, 2);
-                    file.reset(std::tmpfile());
+        for (const DibProgressCallback callback :
+             {DibProgressCallback{}, DibProgressCallback{ProgressLog::callback}}) {
+            const int failures = failEverySave(
+                {5, 4}, bitCount,
+                [&](std::FILE* file, DibStream* image) {
                     log.fractions.clear();
+                    return SaveTGA(file, image, callback, &log);
                 },
-                [&] {
-                    saved = SaveTGA(file.get(), image.get(), withCallback ? ProgressLog::callback : nullptr,
-                                    &log);
-                },
-                [&](bool failureMet) {
+                [&](const SaveAttempt& attempt, bool failureMet) {
                     // A conversion that fails half way leaves no image, which makes a file without pixels.
-                    const bool onlyHeader = saved && failureMet && std::ftell(file.get()) == 18;
-                    EXPECT_TRUE(onlyHeader || saved == !failureMet);
-                    EXPECT_TRUE(saved || image->ErrorCode == 2);
+                    const bool onlyHeader =
+                        attempt.saved && failureMet && std::ftell(attempt.file.get()) == 18;
+                    EXPECT_TRUE(onlyHeader || attempt.saved == !failureMet);
+                    EXPECT_TRUE(attempt.saved || attempt.image->ErrorCode == 2);
                     EXPECT_TRUE(!onlyHeader || bitCount == 4);
-                    image.reset();
-                    file.reset();
                 });
             EXPECT_GE(failures, 1);
         }
@@ -211,11 +200,9 @@ TEST(TgaSave, EveryFailingAllocation) {
 
 TEST(TgaSave, PathsOfBothWidths) {
     const DibPtr image = testing_support::randomImage(2, 2, 24, 1);
-    const TemporaryFile file(".tga");
-    EXPECT_TRUE(SaveTGA(file.path(), image.get(), nullptr, nullptr));
-    const Bytes narrow = file.bytes();
-    EXPECT_TRUE(SaveTGA(file.widePath().c_str(), image.get(), nullptr, nullptr));
-    EXPECT_EQ(file.bytes(), narrow);
+    const Bytes bytes = save(SaveTGA, *image);
+    expectWritten(SaveTGA, SaveTGA, *image, bytes);
+    const TemporaryFile file(".tga", bytes);
     DibStream loaded;
     EXPECT_TRUE(LoadTGA(file.path(), &loaded, nullptr, nullptr));
     EXPECT_TRUE(LoadTGA(file.widePath().c_str(), &loaded, nullptr, nullptr));

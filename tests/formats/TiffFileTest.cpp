@@ -22,16 +22,6 @@ Loaded loadBytes(const Bytes& bytes) {
     return loaded;
 }
 
-// All rows of the picture, top first, without fill.
-Bytes pixelsOf(DibStream& image) {
-    Bytes all;
-    for (int y = 0; y < image.Header->biHeight; ++y) {
-        const Bytes row = rowBytes(image, y);
-        all.insert(all.end(), row.begin(), row.end());
-    }
-    return all;
-}
-
 struct Shown {
     int width;
     int height;

@@ -132,11 +132,7 @@ TEST(TimLoad, WithoutLookupTheTableIsGrey) {
 
 TEST(TimLoad, FailureTable) {
     DibStream image;
-    EXPECT_FALSE(LoadTIM("/nonexistent/file.tim", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
-    image.ErrorCode = 0;
-    EXPECT_FALSE(LoadTIM(L"/nonexistent/file.tim", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, 3);
+    expectNoFile(LoadTIM, LoadTIM, image, 3);
     EXPECT_EQ(load(LoadTIM, {}).code, 6);
     EXPECT_EQ(load(LoadTIM, {0x10, 1, 0, 0, 2, 0, 0, 0}).code, 6);
     for (const unsigned mode : {3U, 4U, 5U, 6U, 7U, 15U}) {
@@ -184,14 +180,10 @@ TEST(TimLoad, EnormousEmptyFilesReturnAtOnce) {
 
 TEST(TimLoad, EveryHeaderByteAtItsExtremes) {
     for (const Bytes& file : goodFiles()) {
-        for (std::size_t at = 0; at < std::min(file.size(), std::size_t{36}); ++at) {
-            for (const unsigned value : {0x00U, 0x01U, 0x7FU, 0x80U, 0xFFU}) {
-                Bytes bytes = file;
-                bytes[at] = static_cast<unsigned char>(value);
-                const Loaded loaded = load(LoadTIM, bytes);
-                EXPECT_EQ(loaded.result, loaded.image->Header != nullptr) << at << " = " << value;
-            }
-        }
+        forEveryExtremeByte(file, 36, [](const Bytes& damaged, std::size_t at, unsigned value) {
+            const Loaded loaded = load(LoadTIM, damaged);
+            EXPECT_EQ(loaded.result, loaded.image->Header != nullptr) << at << " = " << value;
+        });
     }
 }
 
@@ -332,19 +324,11 @@ TEST(TimSave, EveryDepthAndSizeComesBack) {
 TEST(TimSave, AnswersFalseWhateverHappens) {
     const DibPtr image = testing_support::randomImage(2, 2, 16, 1);
     image->ErrorCode = kUntouched;
-    const TemporaryFile file(".tim");
-    EXPECT_FALSE(SaveTIM(file.path(), image.get(), nullptr, nullptr));
-    EXPECT_EQ(file.bytes(), saveTim(*image));
-    EXPECT_FALSE(SaveTIM(file.widePath().c_str(), image.get(), nullptr, nullptr));
-    EXPECT_EQ(file.bytes(), saveTim(*image));
+    expectWritten(SaveTIM, SaveTIM, *image, saveTim(*image), false);
     forEveryDeadFile([&](const char* path) { return SaveTIM(path, image.get(), nullptr, nullptr); },
                      [](bool saved, const char* path) { EXPECT_FALSE(saved) << path; });
     EXPECT_EQ(image->ErrorCode, kUntouched);
-    EXPECT_FALSE(SaveTIM("/nonexistent/file.tim", image.get(), nullptr, nullptr));
-    EXPECT_EQ(image->ErrorCode, 3);
-    image->ErrorCode = kUntouched;
-    EXPECT_FALSE(SaveTIM(L"/nonexistent/file.tim", image.get(), nullptr, nullptr));
-    EXPECT_EQ(image->ErrorCode, 3);
+    expectNoFile(SaveTIM, SaveTIM, *image, 3);
 }
 
 TEST(TimSave, NothingToSaveLeavesTheIdentifier) {
@@ -359,19 +343,15 @@ TEST(TimSave, NothingToSaveLeavesTheIdentifier) {
 
 TEST(TimSave, EveryFailingAllocation) {
     for (const int bitCount : {8, 24}) {
-        DibPtr image;
-        dib::FilePtr file;
-        const int failures = testing_support::forEachFailingAllocation(
-            [&] {
-                image = testing_support::randomImage(5, 4, bitCount, 2);
-                file.reset(std::tmpfile());
+        const int failures = failEverySave(
+            {5, 4}, bitCount,
+            [](std::FILE* file, DibStream* image) {
+                SaveTIM(file, image, nullptr, nullptr);
+                return false;
             },
-            [&] { SaveTIM(file.get(), image.get(), nullptr, nullptr); },
-            [&](bool failureMet) {
-                EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);
-                EXPECT_EQ(std::ftell(file.get()) == 4, failureMet);
-                image.reset();
-                file.reset();
+            [](const SaveAttempt& attempt, bool failureMet) {
+                EXPECT_EQ(attempt.image->ErrorCode, failureMet ? 2 : 0);
+                EXPECT_EQ(std::ftell(attempt.file.get()) == 4, failureMet);
             });
         EXPECT_GE(failures, 1);
     }

@@ -1,5 +1,5 @@
-// PNG, JPEG and TIFF files exchanged with independent programs: every variant that they write is read here to the same
-// pixels, and what is written here they read to the same pixels. A program that is not installed is skipped.
+// PNG, JPEG and TIFF files of independent programs: every variant that they write is read to the same pixels. A program
+// that is not installed is skipped.
 #include <DibCodec.h>
 
 #include <cmath>
@@ -17,7 +17,6 @@ using testing_support::Picture;
 using testing_support::pictureOf;
 using testing_support::readPnm;
 using testing_support::samePicture;
-using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
 
 // What the programs start from: many colours, 90 colours, greys of so many levels, colours with alpha.
 enum class Source { kColors, kFew, kGrey, kGrey16, kGrey4, kGrey2, kAlpha };
@@ -150,7 +149,7 @@ const Theirs kExact[] = {
     {"ffmpeg -y -f image2 -c:v pam -i IN -f image2 -c:v tiff -pix_fmt rgba OUT", Source::kAlpha, 32},
 };
 
-TEST(PlatformExchange, WhatOthersWriteExactly) {
+TEST(PlatformExchangeLoad, WhatOthersWriteExactly) {
     int read = 0;
     for (const Theirs& theirs : kExact) {
         if (!installed(program(theirs.command))) continue;
@@ -173,7 +172,7 @@ TEST(PlatformExchange, WhatOthersWriteExactly) {
     if (read == 0) GTEST_SKIP() << "no program to exchange files with";
 }
 
-TEST(PlatformExchange, TransparentColorsOfPngFiles) {
+TEST(PlatformExchangeLoad, TransparentColorsOfPngFiles) {
     if (!installed("pnmtopng")) GTEST_SKIP() << "no program to exchange files with";
     for (const Source source : {Source::kColors, Source::kFew, Source::kGrey, Source::kGrey4}) {
         const DibPtr image = sourceImage(source);
@@ -203,7 +202,7 @@ TEST(PlatformExchange, TransparentColorsOfPngFiles) {
     }
 }
 
-TEST(PlatformExchange, FloatsOfTiffFilesAreRaised) {
+TEST(PlatformExchangeLoad, FloatsOfTiffFilesAreRaised) {
     if (!installed("convert")) GTEST_SKIP() << "no program to exchange files with";
     for (const char* options : {"-depth 32", "-depth 64", "-depth 32 -define tiff:tile-geometry=16x16",
                                 "-depth 16", "-depth 32 -define tiff:predictor=3"}) {
@@ -229,7 +228,7 @@ TEST(PlatformExchange, FloatsOfTiffFilesAreRaised) {
     }
 }
 
-TEST(PlatformExchange, OrientationsOfTiffFiles) {
+TEST(PlatformExchangeLoad, OrientationsOfTiffFiles) {
     if (!installed("convert")) GTEST_SKIP() << "no program to exchange files with";
     for (const std::string orientation : {"TopLeft", "TopRight", "BottomRight", "BottomLeft", "LeftTop",
                                           "RightTop", "RightBottom", "LeftBottom"}) {
@@ -293,7 +292,7 @@ const Theirs kJpeg[] = {
     {"ffmpeg -y -f image2 -c:v ppm -i IN -f image2 -c:v mjpeg -pix_fmt yuvj444p OUT", Source::kColors, 24},
 };
 
-TEST(PlatformExchange, JpegFilesShowWhatTheLibraryShows) {
+TEST(PlatformExchangeLoad, JpegFilesShowWhatTheLibraryShows) {
     int read = 0;
     for (const Theirs& theirs : kJpeg) {
         if (!installed(program(theirs.command))) continue;
@@ -313,7 +312,7 @@ TEST(PlatformExchange, JpegFilesShowWhatTheLibraryShows) {
     if (read == 0) GTEST_SKIP() << "no program to exchange files with";
 }
 
-TEST(PlatformExchange, InksOfJpegAndTiffFilesBecomeTheirColors) {
+TEST(PlatformExchangeLoad, InksOfJpegAndTiffFilesBecomeTheirColors) {
     if (!installed("convert")) GTEST_SKIP() << "no program to exchange files with";
     for (const std::string format : {"jpeg:OUT", "tiff:OUT", "-compress LZW -interlace Plane tiff:OUT"}) {
         SCOPED_TRACE(format);
@@ -330,72 +329,6 @@ TEST(PlatformExchange, InksOfJpegAndTiffFilesBecomeTheirColors) {
         const auto expected = readPnm(back.path());
         ASSERT_TRUE(expected.has_value());
         EXPECT_TRUE(samePicture(pictureOf(loaded), *expected, 1));
-    }
-}
-
-struct Ours {
-    const char* command;
-    PathCodec save;
-};
-const Ours kOurs[] = {
-    {"convert IN -alpha off -depth 8 ppm:OUT", SavePNG},
-    {"gm convert png:IN +matte ppm:OUT", SavePNG},
-    {"pngtopam IN >OUT", SavePNG},
-    {"ffmpeg -y -f image2 -c:v png -i IN -pix_fmt rgb24 -f image2 -c:v ppm OUT", SavePNG},
-    {"convert IN -alpha off -depth 8 ppm:OUT", SaveTIFF},
-    {"gm convert tiff:IN +matte ppm:OUT", SaveTIFF},
-    {"tifftopnm -byrow IN >OUT", SaveTIFF},
-    {"ffmpeg -y -f image2 -c:v tiff -i IN -pix_fmt rgb24 -f image2 -c:v ppm OUT", SaveTIFF},
-    {"convert jpeg:IN -type TrueColor ppm:OUT", SaveJPEG},
-    {"gm convert jpeg:IN -type TrueColor ppm:OUT", SaveJPEG},
-    {"jpegtopnm IN >OUT", SaveJPEG},
-};
-
-TEST(PlatformExchange, WhatIsWrittenHere) {
-    int read = 0;
-    for (const Ours& ours : kOurs) {
-        if (!installed(program(ours.command))) continue;
-        for (const int depth : {8, 24, 32}) {
-            SCOPED_TRACE(std::string(ours.command) + " of " + std::to_string(depth) + " bits");
-            const DibPtr image = testing_support::randomImage(41, depth == 24 ? -27 : 27, depth, 22);
-            const TemporaryFile in(".in");
-            const TemporaryFile out(".ppm");
-            ASSERT_TRUE(ours.save(in.path(), image.get(), nullptr, nullptr));
-            EXPECT_TRUE(convert(ours.command, in, out));
-            const auto picture = readPnm(out.path());
-            EXPECT_TRUE(picture.has_value());
-            if (!picture) continue;
-            // What JPEG makes of a picture is told by loading it again.
-            if (ours.save == PathCodec{SaveJPEG}) {
-                DibStream again;
-                ASSERT_TRUE(LoadJPEG(in.path(), &again, nullptr, nullptr));
-                EXPECT_TRUE(samePicture(*picture, pictureOf(again)));
-            } else {
-                ASSERT_TRUE(image->ChangeBpp(32, 0));
-                EXPECT_TRUE(samePicture(*picture, pictureOf(*image)));
-            }
-            ++read;
-        }
-    }
-    if (read == 0) GTEST_SKIP() << "no program to exchange files with";
-}
-
-TEST(PlatformExchange, AlphaThatIsWrittenHere) {
-    if (!installed("convert")) GTEST_SKIP() << "no program to exchange files with";
-    const DibPtr image = testing_support::randomImage(41, 27, 32, 22);
-    constexpr PathCodec kBoth[] = {SavePNG, SaveTIFF};
-    for (const PathCodec save : kBoth) {
-        const TemporaryFile in(".in");
-        const TemporaryFile out(".pgm");
-        ASSERT_TRUE(save(in.path(), image.get(), nullptr, nullptr));
-        ASSERT_TRUE(convert("convert IN -alpha extract -depth 8 pgm:OUT", in, out));
-        const auto alpha = readPnm(out.path());
-        ASSERT_TRUE(alpha.has_value());
-        for (int y = 0; y < 27; ++y) {
-            for (int x = 0; x < 41; ++x) {
-                ASSERT_EQ(image->Pixel(x, y)[3], alpha->rgb[static_cast<std::size_t>(y * 41 + x) * 3]);
-            }
-        }
     }
 }
 
