@@ -183,7 +183,7 @@ unsigned char* DibStream::CreateBuffer(BITMAPINFOHEADER* header) {
     if (header == nullptr) return nullptr;
     const dib::ImageSize size = dib::admitSize(*header);
     if (!size.admitted || size.imageBytes == 0) return nullptr;
-    // Blocks that large come zeroed from the system, which is cheaper than touching every row.
+    // Larger blocks come zeroed from the system, which is cheaper than touching every row.
     constexpr std::size_t kMostBytesCleared = std::size_t{64} << 20;
     const bool hasFill = std::int64_t{header->biWidth} * header->biBitCount % 32 != 0;
     if (hasFill && size.imageBytes > kMostBytesCleared)

@@ -5,7 +5,7 @@
 //     dib::runKernel<invertRow>(row, count);
 //
 // The body is the definition; both builds of it are the same arithmetic, so results never depend on the machine. Where
-// no compiler finds the vectors, a step by hand for AVX2 stands beside the plain loop (PixelShuffles, ByteTone, RowsAvx2
+// no compiler finds the vectors, a step by hand for AVX2 stands beside the plain loop (PixelShuffles, ToneLookup, RowsAvx2
 // and a few of the effects); tests hold them to the plain loop byte for byte.
 #ifndef DIB_KERNELS_H
 #define DIB_KERNELS_H

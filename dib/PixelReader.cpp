@@ -26,13 +26,6 @@ void unpackIndices(const std::uint8_t* from, std::uint8_t* to, std::size_t count
     }
 }
 
-using Shuffle = std::size_t (*)(const std::uint8_t*, std::uint8_t*, std::size_t);
-
-// How many pixels the shuffle has done at the level in use; the plain loop does the others.
-std::size_t shuffled(Shuffle shuffle, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return kernelLevel() >= KernelLevel::kAvx2 ? shuffle(from, to, count) : 0;
-}
-
 void widen(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     const std::size_t done = shuffled(shuffleBgrToBgra, from, to, count);
     runKernel<bgrToBgra>(from + 3 * done, to + 4 * done, count - done);

@@ -4,8 +4,6 @@
 
 #include <immintrin.h>
 
-#include "dib/Kernels.h"
-
 namespace dib {
 
 namespace {

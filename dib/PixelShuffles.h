@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Kernels.h"
+
 namespace dib {
 
 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
@@ -19,6 +21,12 @@ std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::si
 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);
 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+
+// The same at the level in use: none below AVX2.
+using Shuffle = std::size_t (*)(const std::uint8_t*, std::uint8_t*, std::size_t);
+inline std::size_t shuffled(Shuffle shuffle, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return kernelLevel() >= KernelLevel::kAvx2 ? shuffle(from, to, count) : 0;
+}
 
 }  // namespace dib
 

@@ -167,7 +167,7 @@ bool filterExtreme(const dib::Progress& progress, DibStream* image, Extreme extr
     if (radius == 0) return true;
     dib::Raster raster;
     if (!dib::admitImage(image, raster) || !dib::isDepth(raster.bitCount)) return false;
-    if (raster.height < 1 || raster.width < 1) return dib::forEachRow(progress, raster.height, [](int) {});
+    if (!raster.hasPixels()) return dib::forEachRow(progress, raster.height, [](int) {});
     std::optional<ExtremeFilter> filter;
     try {
         filter.emplace(*image, raster, extreme, radius, flags);

@@ -40,7 +40,7 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
     dib::Raster raster;
     if (!dib::admitImage(image, raster) || !dib::isDepth(raster.bitCount)) return false;
     const dib::Progress progress{callback, user};
-    if (raster.height < 1 || raster.width < 1) return dib::forEachRow(progress, raster.height, [](int) {});
+    if (!raster.hasPixels()) return dib::forEachRow(progress, raster.height, [](int) {});
     if (2 * std::int64_t{radius} + 1 > kLongestSide) return false;
     if (radius <= dib::SmallMiddle::kLargestRadius)
         return runMiddle<dib::SmallMiddle>(progress, *image, raster, radius, flags);

@@ -88,8 +88,6 @@ DIB_ALWAYS_INLINE void blendRow(unsigned char* row, std::size_t rowBytes, const 
     }
 }
 
-bool hasPixels(const Raster& raster) { return raster.width > 0 && raster.height > 0; }
-
 // Brings the second image to the depth of the first and, stretched, to its size. `layer`, its rows, become those
 // of `copy` where something has to change.
 bool fitLayer(DibStream& second, const Raster& first, Mode mode, std::unique_ptr<DibStream>& copy,
@@ -147,10 +145,10 @@ bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* s
     if (!dib::admitImage<dib::Depth8, dib::Depth24, dib::Depth32>(image, first)) return false;
     if (mode != kStretch && mode != kTile) return true;
     Raster layer;
-    if (!dib::admitImage(second, layer) || !hasPixels(layer)) return false;
+    if (!dib::admitImage(second, layer) || !layer.hasPixels()) return false;
     // Another depth has no conversion, and its colour table may be shorter than a copy would take it to be.
     if (!dib::isDepth(layer.bitCount)) return false;
-    if (!hasPixels(first)) return true;
+    if (!first.hasPixels()) return true;
     std::unique_ptr<DibStream> copy;
     if (!fitLayer(*second, first, static_cast<Mode>(mode), copy, layer)) return false;
     const unsigned int weight = weightOf(opacity);

@@ -27,6 +27,7 @@ struct Raster {
     int bitCount = 0;
     std::size_t rowBytes = 0;  // pitch
 
+    bool hasPixels() const { return width > 0 && height > 0; }
     unsigned char* row(std::ptrdiff_t y) const { return top + y * rowStep; }
     // Bytes of a row that hold pixels; above 4 bits per pixel no byte is shared with row fill.
     std::size_t pixelBytes() const {

@@ -56,7 +56,7 @@ inline bool report(DibProgressCallback callback, void* user, int done, int total
 inline bool clearPixels(DibStream* image) {
     const std::size_t bytes = dib::admitSize(*image->Header).imageBytes;
     image->BufferFree();
-    auto block = dib::allocateZeroed<unsigned char>(bytes);
+    auto block = dib::allocateZeroedImageBlock(bytes);
     if (block != nullptr) return image->SetBuffer(block.release(), dib::kOwned);
     image->Clear();
     return fail(image, DIB_ERROR_MEMORY);

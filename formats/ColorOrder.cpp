@@ -42,8 +42,7 @@ DIB_ALWAYS_INLINE void expandToRgbaLoop(const unsigned char* __restrict from, un
 }  // namespace
 
 void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
-    const std::size_t done = wide ? dib::shuffleBgrToRgb(from, to, pixels) : 0;
+    const std::size_t done = dib::shuffled(dib::shuffleBgrToRgb, from, to, pixels);
     dib::runKernel<swapRedBlueLoop>(from + 3 * done, to + 3 * done, pixels - done);
 }
 
@@ -52,8 +51,7 @@ void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pix
 }
 
 void expandToRgba(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
-    const std::size_t done = wide ? dib::shuffleBgrToRgba(from, to, pixels) : 0;
+    const std::size_t done = dib::shuffled(dib::shuffleBgrToRgba, from, to, pixels);
     dib::runKernel<expandToRgbaLoop>(from + 3 * done, to + 4 * done, pixels - done);
 }
 

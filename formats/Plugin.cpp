@@ -9,6 +9,7 @@
 #include <cstring>
 #include <new>
 
+#include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 
@@ -68,9 +69,8 @@ private:
 
 // Whether blocks that fit such a header can exist: all of the library's offsets into them are then exact.
 bool isPossible(const BITMAPINFOHEADER& header) {
-    constexpr std::uint32_t kLongestHeader = 124;
     const std::uint32_t mostEntries = header.biBitCount <= 8 ? 1U << header.biBitCount : 256;
-    return dib::admitSize(header).admitted && header.biSize <= kLongestHeader &&
+    return dib::admitSize(header).admitted && header.biSize <= dib::kLongestHeaderBytes &&
            header.biClrUsed <= mostEntries;
 }
 
