@@ -18,7 +18,10 @@ namespace tool {
 namespace {
 
 constexpr const char* kProgressChoices = "auto|always|never";
-constexpr const char* kShells = "bash|zsh|fish";
+
+CLI::Validator isOneOf(const char* choices) {
+    return CLI::IsMember(CLI::detail::split(choices, '|')).description("");
+}
 
 // Commands whose operands are one list of words, which says nothing of their order.
 std::string_view operandsOf(std::string_view command) {
@@ -39,7 +42,7 @@ void declareProgress(CLI::App* command, Request& request) {
     command
         ->add_option("--progress", request.progress,
                      "Draws a progress bar; 'auto' does when standard error is a terminal")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
+        ->check(isOneOf(kProgressChoices))
         ->type_name(kProgressChoices);
 }
 
@@ -207,7 +210,7 @@ void declareCommands(CLI::App& app, Request& request) {
     completion->add_option("SHELL", request.shell, kShells)
         ->type_name("")
         ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""));
+        ->check(isOneOf(kShells));
     app.add_subcommand("man", "Prints the manual page, as roff");
 }
 

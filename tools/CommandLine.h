@@ -35,7 +35,8 @@ void execute(const CLI::App& app, const Request& request);
 
 /// The man page, as roff.
 std::string manPage(const CLI::App& app);
-/// The completion script for "bash", "zsh" or "fish".
+inline constexpr const char* kShells = "bash|zsh|fish";
+/// The completion script for one of `kShells`.
 std::string completionScript(const CLI::App& app, const std::string& shell);
 
 /// @name The commands and options of a (sub)command, for the generators

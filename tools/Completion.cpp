@@ -43,6 +43,8 @@ std::vector<std::string> openings() {
     return words;
 }
 
+std::string shells() { return joined(CLI::detail::split(kShells, '|')); }
+
 std::vector<std::string> namesOf(const std::vector<CommandText>& commands) {
     std::vector<std::string> names;
     for (const CommandText& command : commands) names.push_back(command.name);
@@ -137,7 +139,9 @@ std::string bashScript(const std::vector<CommandText>& commands) {
            "            help) words='" +
            joined(topics(commands)) +
            "' ;;\n"
-           "            completion) words='bash zsh fish' ;;\n"
+           "            completion) words='" +
+           shells() +
+           "' ;;\n"
            "        esac\n"
            "    fi\n"
            "    # The line editor keeps what stands before its own last word break.\n"
@@ -197,7 +201,9 @@ std::string zshScript(const std::vector<CommandText>& commands) {
            "        help) compadd -- " +
            joined(topics(commands)) +
            " ;;\n"
-           "        completion) compadd -- bash zsh fish ;;\n"
+           "        completion) compadd -- " +
+           shells() +
+           " ;;\n"
            "    esac\n"
            "}\n\n"
            "if [[ $funcstack[1] == _dib ]]; then\n"
@@ -252,7 +258,7 @@ std::string fishScript(const std::vector<CommandText>& commands) {
     }
     return script + "complete -c dib -n '__fish_seen_subcommand_from run' -a '(__dib_values)'\n" +
            "complete -c dib -n '__fish_seen_subcommand_from help' -f -a '" + joined(topics(commands)) +
-           "'\n" + "complete -c dib -n '__fish_seen_subcommand_from completion' -f -a 'bash zsh fish'\n";
+           "'\n" + "complete -c dib -n '__fish_seen_subcommand_from completion' -f -a '" + shells() + "'\n";
 }
 
 }  // namespace
