@@ -18,6 +18,11 @@ std::string upTo(const std::string& title, std::string_view action) {
     return title + ": " + std::string(action) + ": ";
 }
 
+// Loaders need not set an error code; then what the file was taken for says most.
+std::string loadError(const DibStream& image, const Format& format) {
+    return image.ErrorCode != DIB_OK ? errorText(image) : "cannot be read as " + std::string(format.name);
+}
+
 // Operations need not set an error code; then the picture that they refused says most.
 std::string operationError(const DibStream& image) {
     if (image.ErrorCode != DIB_OK || image.Header == nullptr) return errorText(image);
@@ -85,7 +90,7 @@ void loadPicture(const InputFile& file, const Format& format, DibStream& image, 
     progress.beginStep("load");
     const bool loaded = format.load(file.path(), image, &Progress::report, &progress);
     stopIfCancelled();
-    if (!loaded) throw Failure(kExitBadInput, upTo(file.title(), "load") + errorText(image));
+    if (!loaded) throw Failure(kExitBadInput, upTo(file.title(), "load") + loadError(image, format));
     if (image.Header == nullptr || image.Buffer == nullptr) {
         throw Failure(kExitBadInput, upTo(file.title(), "load") + "no picture in the file");
     }

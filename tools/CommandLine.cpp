@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "tools/BenchReport.h"
 #include "tools/Chain.h"
@@ -60,14 +62,20 @@ bool showsProgress(const Request& request) {
 void declareRun(CLI::App& app, Request& request) {
     CLI::App* run = app.add_subcommand("run", "Takes a picture through operations, from left to right");
     run->formatter(std::make_shared<ListFormatter>());
-    run->add_option("chain", request.chain)->required()->group("");
+    run->add_option("chain", request.chain)->group("");
     run->add_option("--from", request.from, "Format of the input, instead of what the file tells")
         ->type_name(kFormatPlaceholder);
     run->add_option("--to", request.to, "Format of the output, instead of what its name tells")
         ->type_name(kFormatPlaceholder);
     declarePlugins(run, request);
     declareProgress(run, request);
-    run->footer([] { return "Operations (`dib help OPERATION` tells more):\n" + operationSummary(); });
+    run->footer([] {
+        return "An operation is its name, a colon and its parameters, separated by commas; a comma or a "
+               "backslash\n"
+               "inside a value is written with a backslash before it.\n\n"
+               "Operations (`dib help OPERATION` tells more):\n" +
+               operationSummary();
+    });
 }
 
 void declareLayers(CLI::App& app, Request& request) {
@@ -112,16 +120,10 @@ void declareBenchReport(CLI::App& app, Request& request) {
     CLI::App* report = app.add_subcommand(
         "bench-report", "Writes a page of plots of what benchmarks measured, ours and other programs'");
     report->formatter(std::make_shared<ListFormatter>());
-    report->add_option("files", request.files)->required()->group("");
+    report->add_option("files", request.files)->group("");
     report->footer(
         "RESULTS.json is what Google Benchmark writes with --benchmark_out. An OUTPUT with the extension\n"
         "svg is the first plot of the page alone.");
-}
-
-void print(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-        throw Failure(kExitOutputFailed, "standard output: write file");
-    }
 }
 
 const Format* chosenFormat(const std::string& name) { return name.empty() ? nullptr : &formatNamed(name); }
@@ -185,6 +187,13 @@ std::string helpOn(const CLI::App& app, const std::string& topic) {
 
 }  // namespace
 
+void print(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        throw Failure(kExitOutputFailed,
+                      "standard output: write file (" + std::string(std::strerror(errno)) + ")");
+    }
+}
+
 void declareCommands(CLI::App& app, Request& request) {
     app.set_version_flag("--version", "dib " DIB_TOOL_VERSION);
     app.require_subcommand(1);
@@ -247,7 +256,7 @@ std::vector<CommandText> commandTexts(const CLI::App& app) {
             if (option->get_positional()) {
                 const std::string_view list = operandsOf(command->get_name());
                 std::string operand = list.empty() ? option->get_name(true) : std::string(list);
-                if (!option->get_required()) operand = "[" + operand + "]";
+                if (list.empty() && !option->get_required()) operand = "[" + operand + "]";
                 text.operands += (text.operands.empty() ? "" : " ") + operand;
             } else if (!option->get_lnames().empty()) {
                 const bool isSwitch = option->get_items_expected_max() == 0;

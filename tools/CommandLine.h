@@ -33,6 +33,9 @@ void declareCommands(CLI::App& app, Request& request);
 /// Runs the command that was parsed. @throws Failure.
 void execute(const CLI::App& app, const Request& request);
 
+/// Prints to standard output. @throws Failure when not everything could be written.
+void print(const std::string& text);
+
 /// The man page, as roff.
 std::string manPage(const CLI::App& app);
 inline constexpr const char* kShells = "bash|zsh|fish";

@@ -14,6 +14,7 @@
 #include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/ImagePtr.h"
+#include "tools/Printable.h"
 #include "tools/Sides.h"
 
 namespace tool {
@@ -64,15 +65,6 @@ void describeHeader(DibPSDLoader& loader, Json& json) {
     json["colorMode"] = mode < static_cast<int>(std::size(kColorModes)) ? kColorModes[mode] : "unknown";
     json["bitsPerChannel"] = loader.GetDepth();
     json["channels"] = loader.GetChannelNum();
-}
-
-// Text from a file must not control the terminal; bytes above 127 are whatever the document's language is.
-std::string printable(const std::string& text) {
-    std::string safe;
-    for (const char c : text) {
-        safe += std::iscntrl(static_cast<unsigned char>(c)) != 0 ? '?' : c;
-    }
-    return safe;
 }
 
 std::string rectangleText(const Json& json) {

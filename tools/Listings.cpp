@@ -6,6 +6,7 @@
 #include "tools/Chain.h"
 #include "tools/Failure.h"
 #include "tools/Layers.h"
+#include "tools/Printable.h"
 #include "tools/Sides.h"
 
 namespace tool {
@@ -64,8 +65,8 @@ Json describe(const std::string& name, const Format* chosen) {
 }
 
 std::string infoLine(const Json& info) {
-    std::string line = info["file"].get<std::string>() + ": " + info["format"].get<std::string>() + ", " +
-                       info["width"].dump() + "x" + info["height"].dump() + " pixels, " +
+    std::string line = printable(info["file"].get<std::string>()) + ": " + info["format"].get<std::string>() +
+                       ", " + info["width"].dump() + "x" + info["height"].dump() + " pixels, " +
                        info["bitsPerPixel"].dump() + (info["bitsPerPixel"] == 1 ? " bit, " : " bits, ") +
                        info["rowOrder"].get<std::string>();
     if (info["paletteSize"] != 0) line += ", palette of " + info["paletteSize"].dump();

@@ -1,7 +1,8 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <iostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -9,14 +10,24 @@
 #include "tools/CommandLine.h"
 #include "tools/Failure.h"
 #include "tools/Files.h"
+#include "tools/Printable.h"
 
 namespace {
 
 // Each line of a message says who speaks.
 void complain(std::string_view message) {
-    std::string lines = "dib: ";
-    for (const char c : message) lines += c == '\n' ? std::string("\ndib: ") : std::string(1, c);
-    std::fprintf(stderr, "%s\n", lines.c_str());
+    for (std::size_t start = 0; start <= message.size();) {
+        const std::size_t end = std::min(message.find('\n', start), message.size());
+        std::fprintf(stderr, "dib: %s\n", tool::printable(message.substr(start, end - start)).c_str());
+        start = end + 1;
+    }
+}
+
+// What is wrong with the command line. A word that is no command is not told by the parser, which misses one.
+std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> rest = app.remaining();
+    if (!app.get_subcommands().empty() || rest.empty()) return error.what();
+    return "no command or option '" + rest.front() + "'";
 }
 
 int run(int argumentCount, char** arguments) {
@@ -27,10 +38,11 @@ int run(int argumentCount, char** arguments) {
         app.parse(argumentCount, arguments);
         tool::execute(app, request);
     } catch (const CLI::Success& asked) {
-        app.exit(asked);
-        if (!std::cout.flush()) throw tool::Failure(tool::kExitOutputFailed, "standard output: write file");
+        std::ostringstream answer;
+        app.exit(asked, answer);
+        tool::print(answer.str());
     } catch (const CLI::ParseError& error) {
-        throw tool::usageFailure(std::string(error.what()) + "\ntry `dib --help`");
+        throw tool::usageFailure(mistakeIn(app, error) + "\ntry `dib --help`");
     }
     return tool::kExitDone;
 }

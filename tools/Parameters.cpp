@@ -116,15 +116,14 @@ private:
     std::uint32_t flags() const {
         std::uint32_t word = 0;
         std::string_view rest = text_ == "none" ? std::string_view{} : text_;
-        if (text_.empty()) fail("is none of none, " + choiceNames(", "));
-        while (!rest.empty()) {
+        while (!rest.empty() || text_.empty()) {
             const Choice* found = nullptr;
             for (const Choice& choice : parameter_.choices) {
                 const bool isLonger = found == nullptr || choice.name.size() > found->name.size();
                 if (rest.starts_with(choice.name) && isLonger) found = &choice;
             }
             if (found == nullptr)
-                fail("is none of none, " + choiceNames(", ") + " or several of them joined by '+'");
+                fail("is neither none, " + choiceNames(", ") + " nor several of them joined by '+'");
             word |= found->value;
             rest.remove_prefix(found->name.size());
             if (rest.size() > 1 && rest.front() == '+') rest.remove_prefix(1);

@@ -92,7 +92,8 @@ constexpr Parameter flags(std::string_view name, std::string_view help, std::spa
     return {name, ParameterKind::Flags, help, standard, {}, {}, choices};
 }
 constexpr Parameter wrap() {
-    return flags("wrap", "axes on which the picture repeats instead of ending at its edge", kWrapAxes);
+    return flags("wrap", "axes on which the picture repeats instead of ending at its edge; xy is both",
+                 kWrapAxes);
 }
 constexpr Parameter color(std::string_view name, std::string_view help, std::string_view standard = {}) {
     return {name, ParameterKind::Color, help, standard, {}, "#rrggbb[aa]", {}};

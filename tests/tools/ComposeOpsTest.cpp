@@ -30,11 +30,32 @@ TEST_F(ComposeOps, AreTheLibrarys) {
 TEST_F(ComposeOps, FilesThatCannotBeReadAreFailures) {
     makePicture(picture_, 4, 3, 24);
     ASSERT_TRUE(picture_.SaveToFile("in.bmp"));
-    for (const char* operation : {"compose:absent.bmp", "compose:in.jpeg", "compose:in"}) {
-        const Result result = run({"run", "in.bmp", operation, "out.bmp"});
-        EXPECT_NE(result.exitCode, 0) << operation;
-        EXPECT_NE(result.errors.find("compose"), std::string::npos) << result.errors;
+    writeFile("in.jpeg", readFile("in.bmp"));
+    writeFile("in", readFile("in.bmp"));
+    writeFile("text.bmp", "Not a picture, but long enough to hold a file header and more of it.");
+    writeFile("text.png", "Not a picture");
+    const std::string extension = "unsupport type (`dib help compose` tells the extensions)";
+    const std::pair<std::string, std::string> kCases[] = {
+        {"absent.bmp", "open file (No such file or directory)"},
+        {"in.jpeg", extension},
+        {"in", extension},
+        {"text.bmp", "invalid image"},
+        {"text.png", "cannot be read as png"},
+    };
+    for (const auto& [name, message] : kCases) {
+        const Result result = run({"run", "in.bmp", "compose:" + name, "out.bmp"});
+        EXPECT_EQ(result.exitCode, 3) << name;
+        EXPECT_EQ(result.errors, "dib: " + name + ": compose: " + message + "\n");
     }
+}
+
+TEST_F(ComposeOps, ThePictureThatDoesNotSuitIsNamed) {
+    writeFile("a,b.bmp", readFile("in.bmp"));
+    EXPECT_EQ(run({"run", "in.bmp", "compose:a\\,b.bmp", "out.bmp"}).exitCode, 0);
+    const Result result = run({"run", "in.bmp", "bpp:16", "compose:in.bmp", "out.bmp"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.errors,
+              "dib: in.bmp: compose: cannot be done to a picture of 33x21 pixels with 16 bits\n");
 }
 
 }  // namespace

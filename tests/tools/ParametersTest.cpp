@@ -118,10 +118,10 @@ TEST(Parameters, FlagsRunTogetherOrAreJoined) {
     EXPECT_EQ(one(kWrap, "y").word("wrap"), 2U);
     EXPECT_EQ(one(kWrap, "xy").word("wrap"), 3U);
     EXPECT_EQ(one(kWrap, "y+x").word("wrap"), 3U);
-    EXPECT_EQ(refusal(kWrap, ""), "op: wrap: '' is none of none, x, y");
+    EXPECT_EQ(refusal(kWrap, ""), "op: wrap: '' is neither none, x, y nor several of them joined by '+'");
     for (const char* text : {"z", "x+", "+x", "x+z", "X"}) {
         EXPECT_EQ(refusal(kWrap, text), "op: wrap: '" + std::string(text) +
-                                            "' is none of none, x, y or several of them joined by '+'");
+                                            "' is neither none, x, y nor several of them joined by '+'");
     }
 }
 

@@ -142,7 +142,12 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
          "dib: bpp: method: does not go with depth 1" + usage},
         {{"run", "in.bmp", "bqq:8", "out.bmp"}, "dib: no operation 'bqq'; `dib ops` lists them\n"},
         {{"run", "in.bmp", "", "out.bmp"}, "dib: no operation ''; `dib ops` lists them\n"},
+        {{"run"}, "dib: run: an INPUT and an OUTPUT are needed\n"},
         {{"run", "in.bmp"}, "dib: run: an INPUT and an OUTPUT are needed\n"},
+        {{"bench-report"}, "dib: bench-report: RESULTS.json and an OUTPUT are needed\n"},
+        {{"cat"}, "dib: no command or option 'cat'\ndib: try `dib --help`\n"},
+        {{"--cat", "run"}, "dib: The following argument was not expected: --cat\ndib: try `dib --help`\n"},
+        {{"run", "in.bmp", "b\x1B[31m", "out.bmp"}, "dib: no operation 'b?[31m'; `dib ops` lists them\n"},
         {{"run", "in.bmp", "bpp:8", "out.unknown"},
          "dib: out.unknown: no format has this extension; use --to\n"},
         {{"run", "--to=cat", "in.bmp", "out.bmp"}, "dib: no format 'cat'; `dib formats` lists them\n"},
@@ -155,10 +160,9 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
         EXPECT_EQ(result.errors, row.message);
         EXPECT_EQ(result.output, "");
     }
-    for (const Names& arguments :
-         {Names{}, Names{"run"}, Names{"cat"}, Names{"info"}, Names{"run", "--cat", "a", "b"},
-          Names{"run", "--progress=often", "in.bmp", "out.bmp"}, Names{"completion"},
-          Names{"completion", "cat"}, Names{"man", "cat"}}) {
+    for (const Names& arguments : {Names{}, Names{"cat"}, Names{"info"}, Names{"run", "--cat", "a", "b"},
+                                   Names{"run", "--progress=often", "in.bmp", "out.bmp"}, Names{"completion"},
+                                   Names{"completion", "cat"}, Names{"man", "cat"}}) {
         const Result result = run(arguments);
         EXPECT_EQ(result.exitCode, 2) << result.errors;
         EXPECT_TRUE(result.errors.starts_with("dib: "));
@@ -181,6 +185,7 @@ TEST_F(RunCommand, BadInputsAreNamedWithTheLibrarysText) {
     rle4[30] = 2;
     writeFile("rle4.bmp", rle4);
     writeFile("unknown", "What is this?");
+    writeFile("text.png", "Not a picture");
     fs::create_directory("folder.bmp");
     const std::pair<const char*, const char*> kCases[] = {
         {"missing.bmp", "load: open file (No such file or directory)"},
@@ -191,6 +196,7 @@ TEST_F(RunCommand, BadInputsAreNamedWithTheLibrarysText) {
         {"two-bits.bmp", "load: unsupport type"},
         {"rle4.bmp", "load: unsupport type"},
         {"unknown", "load: unsupport type (no known format; --from names one)"},
+        {"text.png", "load: cannot be read as png"},
     };
     for (const auto& [name, message] : kCases) {
         const Result changed = run({"run", name, "bpp:8", "out.bmp"});
@@ -268,9 +274,13 @@ TEST_F(RunCommand, StandardOutputThatCannotBeWrittenIsReported) {
     EXPECT_EQ(full.errors, "dib: standard output: save: write file (No space left on device)\n");
     const Result list = run({"ops"}, "", toFull);
     EXPECT_EQ(list.exitCode, 4);
-    EXPECT_EQ(list.errors, "dib: standard output: write file\n");
-
-    for (const char* words : {"--help", "formats"}) EXPECT_EQ(run({words}, "", toFull).exitCode, 4);
+    const std::string reason = "dib: standard output: write file (No space left on device)\n";
+    EXPECT_EQ(list.errors, reason);
+    for (const char* words : {"--help", "formats"}) {
+        const Result listing = run({words}, "", toFull);
+        EXPECT_EQ(listing.exitCode, 4);
+        EXPECT_EQ(listing.errors, reason);
+    }
 
     const Result closedPipe = run({"run", "in.bmp", "bpp:8", "-"}, "", [] {
         int ends[2];

@@ -62,6 +62,11 @@ TEST_F(Info, KeepsStrangeNamesInValidJson) {
     EXPECT_EQ(infoOf("a\"\\\n\xff.bmp")["file"], "a\"\\\n\xEF\xBF\xBD.bmp");
 }
 
+TEST_F(Info, KeepsControlCharactersOfNamesFromTheTerminal) {
+    writeFile("a\n\x1B[31m.bmp", readFile("in.bmp"));
+    EXPECT_EQ(run({"info", "a\n\x1B[31m.bmp"}).output.substr(0, 16), "a??[31m.bmp: bmp");
+}
+
 TEST_F(Info, SpeaksOfOneBit) {
     EXPECT_EQ(run({"run", "in.bmp", "bpp:1", "out.bmp"}).exitCode, 0);
     EXPECT_EQ(run({"info", "out.bmp"}).output,

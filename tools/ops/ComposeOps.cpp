@@ -1,5 +1,13 @@
 #include <DibEffect.h>
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/ErrorText.h"
+#include "tools/Failure.h"
+#include "tools/Formats.h"
 #include "tools/Operations.h"
 
 namespace tool {
@@ -13,9 +21,36 @@ constexpr Parameter kCompose[] = {
     path("file", "the second picture"), fraction("opacity", "share of the second picture", "0.5"),
     choice("mode", "how the second picture covers the first", kModes, "stretch")};
 
+constexpr std::string_view kExtensions[] = {"bmp", "ppm", "pgm", "tga", "png", "jpg", "iff"};
+
+// The library does not say which of the two pictures it refuses: throws when it is the second one.
+void checkSecond(const std::string& path) {
+    const auto fail = [&path](const std::string& why) {
+        throw Failure(kExitBadInput, path + ": compose: " + why);
+    };
+    const Format* format = formatOfExtension(path);
+    std::string extension = extensionOf(path);
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (format == nullptr || std::ranges::find(kExtensions, extension) == std::end(kExtensions)) {
+        fail(std::string(DibStream::GetErrorString(DIB_ERROR_UNSUPPORTED)) +
+             " (`dib help compose` tells the extensions)");
+    }
+    // What has been read from a pipe is gone.
+    std::error_code ignored;
+    const auto kind = std::filesystem::status(path, ignored).type();
+    if (kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::character) return;
+    DibStream second;
+    if (format->load(path.c_str(), second, nullptr, nullptr)) return;
+    fail(second.ErrorCode != DIB_OK ? errorText(second) : "cannot be read as " + std::string(format->name));
+}
+
 bool runCompose(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectCompose(callback, user, &image, arguments.path("file"), arguments.number("opacity"),
-                            arguments.word("mode"));
+    const char* path = arguments.path("file");
+    const bool done =
+        DibEffectCompose(callback, user, &image, path, arguments.number("opacity"), arguments.word("mode"));
+    if (!done) checkSecond(path);
+    return done;
 }
 
 constexpr Operation kOperations[] = {
