@@ -14,6 +14,7 @@
 
 #include "dib/Kernels.h"
 #include "effects/EffectFrame.h"
+#include "effects/SourceRows.h"
 
 namespace dib {
 
@@ -34,11 +35,6 @@ struct CrossRows {
     const unsigned char* center;
     const unsigned char* below;
 };
-
-inline CrossRows crossRows(const WorkingCopy& source, int y, int height, unsigned int flags) {
-    return {source.row(getLoopY(y - 1, height, flags)), source.row(y),
-            source.row(getLoopY(y + 1, height, flags))};
-}
 
 // The rule for byte `at` of a row, with the bytes at `left` and `right` as its neighbours.
 template <class Rule>
@@ -67,29 +63,31 @@ DIB_ALWAYS_INLINE void crossRow(CrossRows rows, unsigned char* __restrict out, i
     }
 }
 
-// The filter for dib::filterImage, at depths of whole bytes per channel.
+// The filter for dib::filterInPlace, at depths of whole bytes per channel.
 template <class Rule>
 class CrossFilter {
 public:
     explicit CrossFilter(unsigned int flags) : flags_(flags) {}
 
-    bool prepare(const WorkingCopy& source, const Raster& image) {
-        source_ = &source;
+    bool prepare(const Raster& image) {
         width_ = image.width;
         height_ = image.height;
-        return true;
+        // The row and the one above; below the last row, where rows wrap, lies the first.
+        return source_.prepare(image, 2, (flags_ & DIB_WRAP_Y) != 0 ? 1 : 0);
     }
 
     template <class Depth>
     void row(unsigned char* out, int y) {
         static_assert(Depth::kBits == 8 * Depth::kChannels);
-        runWidestKernel<crossRow<Rule>>(crossRows(*source_, y, height_, flags_), out, width_,
-                                        Depth::kChannels, (flags_ & DIB_WRAP_X) != 0);
+        source_.keepNext();
+        const CrossRows rows = {source_.row(getLoopY(y - 1, height_, flags_)), source_.row(y),
+                                source_.row(getLoopY(y + 1, height_, flags_))};
+        runWidestKernel<crossRow<Rule>>(rows, out, width_, Depth::kChannels, (flags_ & DIB_WRAP_X) != 0);
     }
 
 private:
     unsigned int flags_;
-    const WorkingCopy* source_ = nullptr;
+    SourceRows source_;
     int width_ = 0;
     int height_ = 0;
 };
@@ -97,7 +95,7 @@ private:
 // The effect that such a filter is.
 template <class Rule>
 bool filterCross(const Progress& progress, DibStream* image, unsigned int flags) {
-    return filterImage<Depth8, Depth24, Depth32>(progress, image, CrossFilter<Rule>(flags));
+    return filterInPlace<Depth8, Depth24, Depth32>(progress, image, CrossFilter<Rule>(flags));
 }
 
 }  // namespace dib
