@@ -129,7 +129,9 @@ std::string manPage(const CLI::App& app) {
            "A comma or a backslash inside a value is written with a backslash before it.\n.PP\n"
            "A file\n.B \\-\nis standard input or standard output.\n"
            "An output appears whole or not at all: it is written beside its target\nand renamed.\n" +
-           commands(app) + operationTable() + formatTable() + exitStatus() +
+           commands(app) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
+           item(bold("TMPDIR"), "Folder for what comes from a pipe or goes to one, instead of /tmp.") +
+           exitStatus() +
            ".SH EXAMPLES\n.nf\n"
            "dib run in.bmp bpp:8,method=median out.bmp\n"
            "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"
