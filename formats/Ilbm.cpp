@@ -287,7 +287,8 @@ bool LoadIFF(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
         }
         at += iff_chunk::kBytes + static_cast<off_t>(chunk.length);
     }
-    return decoded;
+    // A later picture that cannot be created takes the earlier one away.
+    return decoded && image->Header != nullptr;
 }
 
 bool LoadIFF(const char* path, DibStream* image, DibProgressCallback callback, void* user) {

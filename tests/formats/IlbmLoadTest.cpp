@@ -281,6 +281,21 @@ TEST(IlbmLoad, RejectedCompressionYieldsToALaterPicture) {
     EXPECT_EQ(loaded.code, 7);
 }
 
+TEST(IlbmLoad, ALaterPictureThatCannotBeCreatedFails) {
+    const Bytes good = picture({1, 1, 8}, Bytes(16));
+    const Bytes impossible = form({bmhd({65535, 65535, 24}), chunk("JUNK", Bytes(200))});
+    const Loaded loaded = load(LoadIFF, ByteWriter().raw(good).raw(impossible).bytes);
+    EXPECT_FALSE(loaded.result);
+    EXPECT_EQ(loaded.code, 2);
+    EXPECT_EQ(loaded.image->Header, nullptr);
+
+    // More planes than there are pictures for create nothing; the earlier picture stays.
+    const Bytes foreign = form({bmhd({65535, 65535, 25}), chunk("JUNK", Bytes(200))});
+    const Loaded kept = load(LoadIFF, ByteWriter().raw(good).raw(foreign).bytes);
+    EXPECT_TRUE(kept.result);
+    EXPECT_EQ(kept.image->Header->biWidth, 1);
+}
+
 TEST(IlbmLoad, EveryTruncationFails) {
     for (const GoodFile& file : goodFiles()) {
         ASSERT_TRUE(load(LoadIFF, file.bytes).result) << file.name;
