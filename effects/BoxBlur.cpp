@@ -88,17 +88,20 @@ using Block = std::array<std::uint32_t, kBlock * 4 + kSlack>;
 template <int Channels, class Column>
 DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t window, std::size_t width,
                              std::uint32_t* __restrict sum, std::uint32_t* __restrict sums) {
-    // All changes first: what is left for one pixel to wait for the one before it is a single addition.
-    Block changes;
+    // All changes first: what is left for one pixel to wait for the one before it is a single addition. The sums take
+    // their place: in an array of their own, processors take them for each other where both lie alike in their pages.
     const Column* const entering = columns + window * Channels;
     for (std::size_t i = 0; i < width * Channels; ++i) {
-        changes[i] = change(entering[i], columns[i]);
+        sums[i] = change(entering[i], columns[i]);
     }
     Lanes lanes = load(sum);
     if constexpr (Channels > 1) {
+        Lanes step = load(sums);
         for (std::size_t x = 0; x < width; ++x) {
+            const Lanes next = load(sums + (x + 1) * Channels);
             std::memcpy(sums + x * Channels, &lanes, sizeof lanes);
-            lanes += load(changes.data() + x * Channels);
+            lanes += step;
+            step = next;
         }
         std::memcpy(sum, &lanes, sizeof lanes);
     } else {
@@ -106,7 +109,7 @@ DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t windo
         const Lanes none{};
         Lanes before = none + sum[0];
         for (std::size_t x = 0; x < width; x += 4) {
-            const Lanes steps = load(changes.data() + x);
+            const Lanes steps = load(sums + x);
             const Lanes pairs = steps + __builtin_shufflevector(none, steps, 3, 4, 5, 6);
             const Lanes upTo = pairs + __builtin_shufflevector(none, pairs, 2, 3, 4, 5);
             const Lanes each = before + __builtin_shufflevector(none, upTo, 3, 4, 5, 6);
