@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Runs the benches, ours and those of the other programs that are built, and makes a page of plots.
-# usage: scripts/bench.sh [FOLDER] [FILTER]     bench-out/ and every operation when none is named
+# usage: scripts/bench.sh [FOLDER] [FILTER]     bench-out/ and every operation, but not how fast they stop, when none is
+# named
 # DIB_PEERS names the folder with the other side of the comparison (docs/performance.md), DIB_PEERS_BUILD where its
 # programs are built; those that are not built are left out.
 set -euo pipefail
 [ $# -eq 0 ] || out="$(realpath -m -- "$1")"
 cd "$(dirname "$0")/.."
 out="${out:-$PWD/bench-out}"
-filter="${2:-.}"
+filter="${2:--^cancel_}"
 peers="${DIB_PEERS:-$(sed -n 's/^DIB_PEERS:PATH=//p' build/release/CMakeCache.txt 2>/dev/null || true)}"
 peers_build="${DIB_PEERS_BUILD:-$peers/build}"
 
