@@ -40,9 +40,7 @@ const Format& formatNamed(const std::string& name) {
 }
 
 const Format* formatOfExtension(const std::string& fileName) {
-    std::string extension = extensionOf(fileName);
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string extension = loweredExtensionOf(fileName);
     for (const Format& format : formats()) {
         if (std::ranges::find(format.extensions, extension) != format.extensions.end()) return &format;
     }
@@ -59,6 +57,13 @@ const Format* formatOfContent(FirstBytes bytes) {
 std::string extensionOf(const std::string& fileName) {
     const std::string extension = std::filesystem::path(fileName).extension().string();
     return extension.empty() ? extension : extension.substr(1);
+}
+
+std::string loweredExtensionOf(const std::string& fileName) {
+    std::string extension = extensionOf(fileName);
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
 }
 
 }  // namespace tool

@@ -42,5 +42,7 @@ const Format* formatOfContent(FirstBytes bytes);
 
 /// The extension of the last component of a file name, without its dot; may be empty.
 std::string extensionOf(const std::string& fileName);
+/// The same in lower case, as formats have theirs.
+std::string loweredExtensionOf(const std::string& fileName);
 
 }  // namespace tool

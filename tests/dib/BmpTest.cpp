@@ -270,7 +270,7 @@ TEST(BmpMasks, WholeImagesAtEveryKernelLevel) {
     for (std::size_t i = 0; i < swapped.size(); i += 4) std::swap(swapped[i], swapped[i + 2]);
     const Bytes file =
         BmpBytes{17, 5, 32, swapped, {}, kMasks, 0, 124, {0xFF, 0xFF00, 0xFF0000, 0xFF000000}}.build();
-    for (const auto level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const auto level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         DibStream dib;
         EXPECT_TRUE(load(dib, file));

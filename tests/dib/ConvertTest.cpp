@@ -29,7 +29,6 @@ public:
     AtLevel(const AtLevel&) = delete;
     AtLevel& operator=(const AtLevel&) = delete;
 };
-constexpr dib::KernelLevel kLevels[] = {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2};
 
 void expectLikeReference(const DibStream& source, DibStream& image, int bitCount, unsigned int flags) {
     DibStream expected;
@@ -42,7 +41,7 @@ void expectLikeReference(const DibStream& source, DibStream& image, int bitCount
 }
 
 TEST(Convert, EveryPairOfDepthsMatchesTheReference) {
-    for (const auto level : kLevels) {
+    for (const auto level : dib::kKernelLevels) {
         const AtLevel limited(level);
         for (const auto size : kSizes) {
             for (const int height : {size.height, -size.height}) {
@@ -65,7 +64,7 @@ TEST(Convert, EveryPairOfDepthsMatchesTheReference) {
 
 // Rows longer than the strips in which they are read.
 TEST(Convert, LongRowsMatchTheReference) {
-    for (const auto level : kLevels) {
+    for (const auto level : dib::kKernelLevels) {
         const AtLevel limited(level);
         for (const int from : kDepths) {
             for (const int to : kDepths) {
@@ -111,7 +110,7 @@ TEST(Convert, ShortTablesReadAsBlackBeyondTheirEnd) {
 }
 
 TEST(Convert, PackedFormsMatchTheReferenceAndLeaveTheImageAlone) {
-    for (const auto level : kLevels) {
+    for (const auto level : dib::kKernelLevels) {
         const AtLevel limited(level);
         for (const auto size : kSizes) {
             for (const int height : {size.height, -size.height}) {

@@ -70,7 +70,7 @@ Pixels randomPixels(std::size_t count, Kind kind, std::uint64_t seed) {
 }
 
 TEST(MedianCut, BoxesTreeAndIndicesMatchTheReference) {
-    for (const auto level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const auto level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (const Kind kind :
              {Kind::kUniform, Kind::kClustered, Kind::kFewColors, Kind::kGrey, Kind::kOneAxis}) {

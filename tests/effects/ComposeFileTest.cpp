@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/effects/ComposeTestSupport.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/TestImages.h"
 
@@ -18,24 +19,12 @@ namespace {
 using testing_support::blankImage;
 using testing_support::DibPtr;
 using testing_support::pixelValue;
+using testing_support::plainImage;
 using testing_support::ProgressLog;
 using testing_support::randomImage;
 using testing_support::sameImage;
-using testing_support::setPixelValue;
 
-constexpr unsigned int kStretch = 0;
-constexpr unsigned int kTile = 1;
-constexpr unsigned int kModes[] = {kStretch, kTile};
-const std::vector<int> kAccepted{8, 24, 32};
-
-// Every pixel of one value.
-DibPtr plainImage(int width, int height, int depth, std::uint32_t value) {
-    DibPtr image = blankImage(width, height, depth);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) setPixelValue(*image, x, y, value);
-    }
-    return image;
-}
+using namespace compose_test;
 
 class ComposeFile : public ::testing::Test {
 protected:

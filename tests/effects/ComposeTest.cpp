@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dib/Kernels.h"
+#include "tests/effects/ComposeTestSupport.h"
 #include "tests/reference/ComposeReference.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/FailingMalloc.h"
@@ -16,29 +17,17 @@ namespace {
 
 using testing_support::blankImage;
 using testing_support::DibPtr;
-using testing_support::pixelBytes;
 using testing_support::pixelValue;
+using testing_support::plainImage;
 using testing_support::ProgressLog;
 using testing_support::randomImage;
 using testing_support::sameImage;
 using testing_support::setPixelValue;
 
-constexpr unsigned int kStretch = 0;
-constexpr unsigned int kTile = 1;
-constexpr unsigned int kModes[] = {kStretch, kTile};
-const std::vector<int> kAccepted{8, 24, 32};
+using namespace compose_test;
 
 bool compose(DibStream* image, DibStream* second, float opacity, unsigned int mode) {
     return DibEffectCompose(nullptr, nullptr, image, second, opacity, mode);
-}
-
-// Every pixel of one value.
-DibPtr plainImage(int width, int height, int depth, std::uint32_t value) {
-    DibPtr image = blankImage(width, height, depth);
-    for (int y = 0; y < std::abs(height); ++y) {
-        for (int x = 0; x < width; ++x) setPixelValue(*image, x, y, value);
-    }
-    return image;
 }
 
 // What a byte of the first image becomes when `other` is blended in.

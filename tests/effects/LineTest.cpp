@@ -14,6 +14,7 @@ namespace {
 
 using testing_support::blankImage;
 using testing_support::DibPtr;
+using testing_support::fillImage;
 using testing_support::pixelValue;
 using testing_support::ProgressLog;
 using testing_support::Random;
@@ -40,12 +41,6 @@ testing_support::EffectRun pickEdgeOf(unsigned flags) {
     return [=](DibProgressCallback callback, void* user, DibStream* image) {
         return DibEffectPickEdge(callback, user, image, flags);
     };
-}
-
-void fillImage(DibStream& image, std::uint32_t value) {
-    for (int y = 0; y < std::abs(image.Header->biHeight); ++y) {
-        for (int x = 0; x < image.Header->biWidth; ++x) setPixelValue(image, x, y, value);
-    }
 }
 
 TEST(MotionBlur, EqualsThePlainLoops) {

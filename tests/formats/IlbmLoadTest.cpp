@@ -336,7 +336,7 @@ TEST(IlbmLoad, EveryFailingAllocation) {
 
 TEST(IlbmLoad, EveryPlaneCountMatchesThePlainLoops) {
     testing_support::Random random(11);
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (const testing_support::Size size : testing_support::kSizes) {
             for (int planes = 0; planes <= 24; ++planes) {

@@ -94,7 +94,7 @@ TEST(IlbmSave, SizesKeepTheirLow16Bits) {
 }
 
 TEST(IlbmSave, EveryDepthAndSizeMatchesThePlainLoops) {
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (const int bitCount : {1, 4, 8, 24}) {
             for (const testing_support::Size size : testing_support::kSizes) {

@@ -152,7 +152,7 @@ unsigned char sampleByte(std::size_t i) { return static_cast<unsigned char>(i * 
 TEST(PpmLoad, LongPicturesKeepEveryRowAtEveryKernelLevel) {
     // One row, even and odd numbers of rows, several blocks; widths with and without fill behind the row.
     const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {4, 3}, {17, 5}, {64, 48}, {1000, 901}, {1003, 900}};
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (const auto& [width, height] : sizes) {
             for (const std::size_t channels : {1U, 3U}) {

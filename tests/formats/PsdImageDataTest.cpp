@@ -207,7 +207,7 @@ TEST(PsdImageData, FailuresAndCancelsLeaveWholeChannels) {
 }
 
 TEST(PsdImageData, EveryKernelLevelStoresTheSame) {
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         for (const int channels : {1, 3, 4}) {
             for (const int width : {1, 7, 16, 31, 33, 64, 257, 70000}) {

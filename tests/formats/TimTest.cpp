@@ -196,7 +196,7 @@ TEST(TimLoad, EveryKernelLevelReadsTheSame) {
     std::vector<unsigned> words(131 * 3);
     for (unsigned& word : words) word = random.next() & 0xFFFF;
     const Bytes bytes = tim16(131, 3, words);
-    for (const dib::KernelLevel level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         const Loaded loaded = load(LoadTIM, bytes);
         ASSERT_TRUE(loaded.result);

@@ -27,7 +27,7 @@ using testing_support::setPixelValue;
 
 // Runs `check` at every kernel level of this machine.
 inline void atEveryLevel(const std::function<void()>& check) {
-    for (const auto level : {dib::KernelLevel::kBaseline, dib::KernelLevel::kAvx2}) {
+    for (const auto level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         check();
     }

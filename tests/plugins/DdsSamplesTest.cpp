@@ -33,11 +33,6 @@ constexpr std::string_view kRefused[] = {
     "zero_mask_totals.dds",
 };
 
-bool isAgreedOn(const Sample& sample) {
-    return sample.readBy.rfind("im", 0) == 0 &&
-           (sample.agreement.rfind("exact", 0) == 0 || sample.agreement.rfind("within1", 0) == 0);
-}
-
 TEST(DdsSamplesTest, TheBundleReadsThem) {
     if (testing_support::samplesFolder().empty()) GTEST_SKIP() << "no sample files";
     DibStream::SetDllFilePath(DIB_TEST_PLUGINS);

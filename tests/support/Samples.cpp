@@ -42,6 +42,11 @@ std::filesystem::path samplesFolder() {
     return std::filesystem::is_regular_file(folder / "INDEX.tsv", none) ? folder : std::filesystem::path();
 }
 
+bool isAgreedOn(const Sample& sample) {
+    return sample.readBy.rfind("im", 0) == 0 &&
+           (sample.agreement.rfind("exact", 0) == 0 || sample.agreement.rfind("within1", 0) == 0);
+}
+
 std::vector<Sample> samplesOf(std::string_view format) {
     const std::filesystem::path folder = samplesFolder();
     if (folder.empty()) return {};

@@ -30,6 +30,9 @@ struct Sample {
     std::string agreement;  // "exact N" when N decoders give the same picture
 };
 
+// Whether several independent decoders, one of which converts for tests, show one picture.
+bool isAgreedOn(const Sample& sample);
+
 // Every file of one format ("bmp", "tga", "pnm", "psd", "ilbm", "tim", "hdr", ...), in the order of the
 // index.
 std::vector<Sample> samplesOf(std::string_view format);

@@ -30,6 +30,12 @@ DibPtr blankImage(int width, int height, int bitCount) {
     return dib;
 }
 
+DibPtr plainImage(int width, int height, int bitCount, std::uint32_t value) {
+    DibPtr dib = blankImage(width, height, bitCount);
+    fillImage(*dib, value);
+    return dib;
+}
+
 DibPtr randomImage(int width, int height, int bitCount, std::uint64_t seed) {
     DibPtr dib = blankImage(width, height, bitCount);
     Random random(seed);
@@ -99,6 +105,12 @@ void setPixelValue(DibStream& dib, int x, int y, std::uint32_t value) {
         case 1: replace(1, 7U - (static_cast<unsigned>(x) & 7U), value); break;
         case 4: replace(15, (x & 1) != 0 ? 0 : 4, value); break;
         default: std::memcpy(at, &value, dib.Header->biBitCount / 8U);
+    }
+}
+
+void fillImage(DibStream& dib, std::uint32_t value) {
+    for (int y = 0; y < std::abs(dib.Header->biHeight); ++y) {
+        for (int x = 0; x < dib.Header->biWidth; ++x) setPixelValue(dib, x, y, value);
     }
 }
 

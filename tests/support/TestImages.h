@@ -45,6 +45,8 @@ private:
 DibPtr randomImage(int width, int height, int bitCount, std::uint64_t seed);
 // An image of zero bytes and, up to 8 bits, a grey table.
 DibPtr blankImage(int width, int height, int bitCount);
+// The same with every pixel of one value.
+DibPtr plainImage(int width, int height, int bitCount, std::uint32_t value);
 
 // The bytes of the pixel block / of the header block with its announced colour table.
 std::vector<unsigned char> pixelBytes(const DibStream& dib);
@@ -56,6 +58,8 @@ std::vector<unsigned char> headerBytes(const DibStream& dib);
 // The value of a pixel as stored: index, 16-bit word, or bytes blue, green, red(, alpha) from the low end.
 std::uint32_t pixelValue(DibStream& dib, int x, int y);
 void setPixelValue(DibStream& dib, int x, int y, std::uint32_t value);
+// Of every pixel.
+void fillImage(DibStream& dib, std::uint32_t value);
 
 // Records progress calls; cancels at call number `cancelAt` (counted from 0; negative never cancels).
 struct ProgressLog {

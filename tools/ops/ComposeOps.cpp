@@ -1,7 +1,6 @@
 #include <DibEffect.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <system_error>
 
@@ -29,10 +28,8 @@ void checkSecond(const std::string& path) {
         throw Failure(kExitBadInput, path + ": compose: " + why);
     };
     const Format* format = formatOfExtension(path);
-    std::string extension = extensionOf(path);
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (format == nullptr || std::ranges::find(kExtensions, extension) == std::end(kExtensions)) {
+    if (format == nullptr ||
+        std::ranges::find(kExtensions, loweredExtensionOf(path)) == std::end(kExtensions)) {
         fail(std::string(DibStream::GetErrorString(DIB_ERROR_UNSUPPORTED)) +
              " (`dib help compose` tells the extensions)");
     }
