@@ -7,6 +7,7 @@
 #include "dib/ImageSize.h"
 #include "tests/dib/BmpBytes.h"
 #include "tests/support/FailingMalloc.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 
 namespace bmp_bytes {
@@ -139,7 +140,7 @@ TEST(BmpHostile, LoadingSurvivesEveryFailingAllocation) {
 TEST(BmpHostile, FilesThatCannotBeOpened) {
     DibStream dib;
     ASSERT_TRUE(dib.Create(1, 1, 8));
-    EXPECT_FALSE(dib.LoadFromFile(DIB_TEST_TMP "/missing.bmp", 63));
+    EXPECT_FALSE(dib.LoadFromFile(testing_support::temporaryPath("missing.bmp").c_str(), 63));
     EXPECT_EQ(dib.ErrorCode, DIB_ERROR_OPEN);
     EXPECT_EQ(dib.Header, nullptr);
     EXPECT_EQ(dib.Buffer, nullptr);
@@ -148,7 +149,8 @@ TEST(BmpHostile, FilesThatCannotBeOpened) {
     EXPECT_FALSE(dib.LoadFromFile(L"/missing/\x3042.bmp", 63));
     EXPECT_EQ(dib.ErrorCode, DIB_ERROR_OPEN);
     EXPECT_EQ(dib.Header, nullptr);
-    EXPECT_FALSE(dib.LoadFromFile(DIB_TEST_TMP, 63)) << "a folder opens, but has no bytes";
+    EXPECT_FALSE(dib.LoadFromFile(testing_support::temporaryPath().c_str(), 63))
+        << "a folder opens, but has no bytes";
     EXPECT_EQ(dib.ErrorCode, DIB_ERROR_READ);
     ASSERT_TRUE(dib.Create(1, 1, 8));
     EXPECT_FALSE(dib.LoadFileInner(nullptr, 63));

@@ -12,6 +12,7 @@
 #include "dib/ImageSize.h"
 #include "tests/dib/BmpBytes.h"
 #include "tests/support/FailingMalloc.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 
 namespace bmp_bytes {
@@ -20,8 +21,7 @@ namespace {
 using testing_support::pictureOf;
 using testing_support::pixelBytes;
 using testing_support::samePicture;
-
-std::string temporary(const char* name) { return std::string(DIB_TEST_TMP "/") + name; }
+using testing_support::temporaryPath;
 
 TEST(BmpSave, LiteralFile) {
     DibStream dib;
@@ -169,7 +169,7 @@ TEST(BmpSave, MaskedImagesKeepCompressionThree) {
 }
 
 TEST(BmpSave, NothingToWrite) {
-    const std::string path = temporary("survivor.bmp");
+    const std::string path = temporaryPath("survivor.bmp");
     const auto image = testing_support::randomImage(3, 3, 8, 1);
     ASSERT_TRUE(image->SaveToFile(path.c_str()));
     const Bytes before = testing_support::readFileBytes(path);
@@ -185,8 +185,8 @@ TEST(BmpSave, NothingToWrite) {
 
     const auto unsaved = [](DibStream& dib) {
         dib.ErrorCode = 0;
-        EXPECT_FALSE(dib.SaveToFile(temporary("never.bmp").c_str()));
-        EXPECT_FALSE(std::filesystem::exists(temporary("never.bmp")));
+        EXPECT_FALSE(dib.SaveToFile(temporaryPath("never.bmp").c_str()));
+        EXPECT_FALSE(std::filesystem::exists(temporaryPath("never.bmp")));
         return dib.ErrorCode;
     };
     image->BufferFree();
@@ -210,7 +210,7 @@ TEST(BmpSave, NothingToWrite) {
 TEST(BmpSave, FilesThatCannotBeWritten) {
     const auto image = testing_support::randomImage(300, 30, 24, 1);
     const auto twin = testing_support::randomImage(300, 30, 24, 1);
-    EXPECT_FALSE(image->SaveToFile(DIB_TEST_TMP));
+    EXPECT_FALSE(image->SaveToFile(temporaryPath().c_str()));
     EXPECT_EQ(image->ErrorCode, DIB_ERROR_OPEN);
     EXPECT_FALSE(image->SaveToFile(L"/missing/folder/file.bmp"));
     EXPECT_EQ(image->ErrorCode, DIB_ERROR_OPEN);
@@ -248,7 +248,8 @@ TEST(BmpSave, PathsInUtf8AndWide) {
     const auto image = testing_support::randomImage(5, 5, 24, 2);
     const wchar_t* names[] = {L"/plain.bmp", L"/\x00E4\x3042\x1F600.bmp", L"/broken\xDCFF.bmp"};
     for (const wchar_t* name : names) {
-        const std::wstring wide = std::wstring(VexString::fromUtf8String(DIB_TEST_TMP).c_str()) + name;
+        const std::wstring wide =
+            std::wstring(VexString::fromUtf8String(temporaryPath().c_str()).c_str()) + name;
         const VexAnsiString narrow = VexString(wide.c_str()).toUtf8String();
         ASSERT_TRUE(image->SaveToFile(wide.c_str()));
         DibStream back;
@@ -265,7 +266,7 @@ TEST(BmpSave, PathsInUtf8AndWide) {
 
 TEST(BmpSave, SurvivesEveryFailingAllocation) {
     const auto image = testing_support::randomImage(5, -3, 8, 1);
-    const std::wstring path = VexString::fromUtf8String(temporary("allocation.bmp").c_str()).c_str();
+    const std::wstring path = VexString::fromUtf8String(temporaryPath("allocation.bmp").c_str()).c_str();
     bool saved = false;
     testing_support::forEachFailingAllocation([] {}, [&] { saved = image->SaveToFile(path.c_str()); },
                                               [&](bool failureMet) {

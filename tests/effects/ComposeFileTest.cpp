@@ -12,6 +12,7 @@
 
 #include "tests/effects/ComposeTestSupport.h"
 #include "tests/support/EffectChecks.h"
+#include "tests/support/Paths.h"
 #include "tests/support/TestImages.h"
 
 namespace {
@@ -58,7 +59,7 @@ protected:
 
 private:
     // Tests of one program may run side by side.
-    const std::string folder_ = std::string(DIB_TEST_TMP "/compose-") +
+    const std::string folder_ = testing_support::temporaryPath("compose-") +
                                 ::testing::UnitTest::GetInstance()->current_test_info()->name();
 };
 

@@ -17,6 +17,7 @@
 
 #include "tests/support/ByteFile.h"
 #include "tests/support/FailingMalloc.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TestImages.h"
 
@@ -182,7 +183,7 @@ struct EndlessStream {
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& extension, const Bytes& bytes = {})
-        : path_(std::string(DIB_TEST_TMP) + "/" +
+        : path_(testing_support::temporaryPath() + "/" +
                 ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name() + "." +
                 ::testing::UnitTest::GetInstance()->current_test_info()->name() + "." +
                 std::to_string(counter()++) + extension) {

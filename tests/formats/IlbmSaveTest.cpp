@@ -3,6 +3,7 @@
 #include "dib/Kernels.h"
 #include "tests/formats/IlbmTest.h"
 #include "tests/reference/CodecReference.h"
+#include "tests/support/Paths.h"
 
 namespace {
 
@@ -148,7 +149,7 @@ TEST(IlbmSave, FailureTable) {
 
 TEST(IlbmSave, NothingIsOpenedBeforeTheFormIsBuilt) {
     DibStream empty;
-    const std::string path = std::string(DIB_TEST_TMP) + "/never-made.iff";
+    const std::string path = testing_support::temporaryPath("never-made.iff");
     EXPECT_FALSE(SaveIFF(path.c_str(), &empty, nullptr, nullptr));
     EXPECT_FALSE(std::filesystem::exists(path));
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "tests/formats/CodecTest.h"
+#include "tests/support/Paths.h"
 
 namespace {
 
@@ -82,7 +83,7 @@ TEST(PlatformCodecs, AFailedSaveLeavesTheOldFile) {
         EXPECT_NE(entry.path().filename().string().substr(0, 5), ".dib-") << entry.path();
     }
     EXPECT_FALSE(SavePNG("/dev/full", &dib, nullptr, nullptr));
-    EXPECT_FALSE(SavePNG(DIB_TEST_TMP "/no-folder/a.png", &dib, nullptr, nullptr));
+    EXPECT_FALSE(SavePNG(testing_support::temporaryPath("no-folder/a.png").c_str(), &dib, nullptr, nullptr));
     EXPECT_FALSE(SavePNG("", &dib, nullptr, nullptr));
     EXPECT_FALSE(LoadPNG("", &dib, nullptr, nullptr));
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "tests/formats/CodecTest.h"
+#include "tests/support/Paths.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ class PlatformFiles : public testing::Test {
 protected:
     void SetUp() override {
         folder_ =
-            std::filesystem::path(DIB_TEST_TMP) /
+            std::filesystem::path(testing_support::temporaryPath()) /
             (std::string("PlatformFiles.") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         std::filesystem::remove_all(folder_);
         std::filesystem::create_directories(folder_);

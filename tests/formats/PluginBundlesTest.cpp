@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/formats/CodecTest.h"
+#include "tests/support/Paths.h"
 
 namespace {
 
@@ -14,14 +15,14 @@ using namespace codec_test;
 namespace fs = std::filesystem;
 
 // Small bundles built for these tests.
-const fs::path kBundles = DIB_TEST_BUNDLES;
+const fs::path kBundles = testing_support::testBundles();
 
 // Each test works in a folder of its own, with an empty plug-in folder.
 class PluginBundlesTest : public ::testing::Test {
 protected:
     void SetUp() override {
         before_ = fs::current_path();
-        folder = fs::path(DIB_TEST_TMP) /
+        folder = fs::path(testing_support::temporaryPath()) /
                  (std::string("bundles.") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(folder);
         fs::create_directories(folder);

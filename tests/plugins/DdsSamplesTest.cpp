@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "tests/formats/Exchange.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 
 namespace {
@@ -35,7 +36,7 @@ constexpr std::string_view kRefused[] = {
 
 TEST(DdsSamplesTest, TheBundleReadsThem) {
     if (testing_support::samplesFolder().empty()) GTEST_SKIP() << "no sample files";
-    DibStream::SetDllFilePath(DIB_TEST_PLUGINS);
+    DibStream::SetDllFilePath(testing_support::builtPlugins().c_str());
     int compared = 0;
     for (const Sample& sample : testing_support::samplesOf("dds")) {
         SCOPED_TRACE(sample.path.string());

@@ -8,6 +8,7 @@
 
 #include "plugins/Gamma.h"
 #include "tests/plugins/DdsFile.h"
+#include "tests/support/Paths.h"
 
 namespace {
 
@@ -164,7 +165,7 @@ TEST(DdsTest, EveryAllocationMayFail) {
 }
 
 TEST(DdsTest, TheBundleIsLoadedByTheLibrary) {
-    DibStream::SetDllFilePath(DIB_TEST_PLUGINS);
+    DibStream::SetDllFilePath(testing_support::builtPlugins().c_str());
     const Bytes whole = file(1, 2, masked(0x40, 24, {0xFF0000, 0xFF00, 0xFF, 0}), {1, 2, 3, 4, 5, 6});
     const TemporaryFile onDisk(".\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xA8\xFF.dds", whole);
     std::wstring path(onDisk.path(), onDisk.path() + std::strlen(onDisk.path()) - 14);

@@ -3,6 +3,7 @@
 #include <DibCodec.h>
 
 #include "tests/plugins/ExrFile.h"
+#include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 
 namespace {
@@ -38,7 +39,7 @@ testing_support::Picture expectedPicture(const Bytes& file, int width, int heigh
 
 TEST(ExrSamplesTest, TheBundleReadsThem) {
     if (testing_support::samplesFolder().empty()) GTEST_SKIP() << "no sample files";
-    DibStream::SetDllFilePath(DIB_TEST_PLUGINS);
+    DibStream::SetDllFilePath(testing_support::builtPlugins().c_str());
     int walked = 0;
     for (const Sample& sample : testing_support::samplesOf("exr")) {
         SCOPED_TRACE(sample.path.string());

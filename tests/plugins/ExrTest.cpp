@@ -9,6 +9,7 @@
 #include "plugins/exr/Reader.h"
 #include "tests/formats/CodecTest.h"
 #include "tests/plugins/ExrFile.h"
+#include "tests/support/Paths.h"
 
 // Of the leak checker, where the tests run under one.
 extern "C" {
@@ -295,7 +296,7 @@ TEST(ExrTest, NothingIsLostByAFailure) {
 }
 
 TEST(ExrTest, TheBundleIsLoadedByTheLibrary) {
-    DibStream::SetDllFilePath(DIB_TEST_PLUGINS);
+    DibStream::SetDllFilePath(testing_support::builtPlugins().c_str());
     const TemporaryFile onDisk(".\xC3\xA4\xE2\x82\xAC.exr", write(colors(2, 1, Imf::HALF), gradesAt));
     DibStream image;
     ProgressLog log;
@@ -305,7 +306,7 @@ TEST(ExrTest, TheBundleIsLoadedByTheLibrary) {
     EXPECT_EQ(image.Header->biWidth, 2);
     EXPECT_EQ(Bytes(image.Buffer, image.Buffer + 4), (Bytes{186, 255, 0, 117}));
     EXPECT_FALSE(LoadEXR("nowhere.exr", &image, nullptr, nullptr));
-    EXPECT_FALSE(LoadEXR(DIB_TEST_TMP, &image, nullptr, nullptr)) << "a folder";
+    EXPECT_FALSE(LoadEXR(testing_support::temporaryPath().c_str(), &image, nullptr, nullptr)) << "a folder";
     const TemporaryFile plain(".exr", write(colors(1, 1, Imf::HALF), gradesAt));
     ASSERT_TRUE(LoadEXR(plain.widePath().c_str(), &image, nullptr, nullptr));
     EXPECT_EQ(image.Header->biWidth, 1);

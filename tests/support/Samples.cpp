@@ -1,4 +1,5 @@
 #include "tests/support/Samples.h"
+#include "tests/support/Paths.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -36,8 +37,9 @@ int indexNumber(const std::string& text) {
 std::filesystem::path samplesFolder() {
     const char* named = std::getenv("DIB_SAMPLES");
     const std::filesystem::path folder =
-        named != nullptr ? std::filesystem::path(named)
-                         : std::filesystem::path(DIB_SOURCE_DIR).parent_path() / "shared" / "samples";
+        named != nullptr
+            ? std::filesystem::path(named)
+            : std::filesystem::path(testing_support::sourceFolder()).parent_path() / "shared" / "samples";
     std::error_code none;
     return std::filesystem::is_regular_file(folder / "INDEX.tsv", none) ? folder : std::filesystem::path();
 }

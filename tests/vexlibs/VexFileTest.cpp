@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tests/support/FailingMalloc.h"
+#include "tests/support/Paths.h"
 
 namespace {
 
@@ -21,7 +22,8 @@ std::string extensionOf(const char* path) {
 }
 
 TEST(VexFile, OpensWhatExists) {
-    const char* path = DIB_TEST_TMP "/vexlibs.txt";
+    const std::string vexlibs = testing_support::temporaryPath("vexlibs.txt");
+    const char* path = vexlibs.c_str();
     std::FILE* file = stale();
     ASSERT_EQ(fopen_s(&file, path, "wb"), 0);
     ASSERT_NE(file, nullptr);
@@ -39,7 +41,7 @@ TEST(VexFile, OpensWhatExists) {
 }
 
 TEST(VexFile, NamesThatAreNotUtf8) {
-    const std::string path = DIB_TEST_TMP "/vex\xFF\xC3.txt";
+    const std::string path = testing_support::temporaryPath("vex\xFF\xC3.txt");
     std::FILE* file = nullptr;
     ASSERT_EQ(_wfopen_s(&file, VexString::fromUtf8String(path.c_str()).c_str(), L"wb"), 0);
     std::fclose(file);
@@ -50,16 +52,17 @@ TEST(VexFile, NamesThatAreNotUtf8) {
 
 TEST(VexFile, FailureNullsThePointer) {
     std::FILE* file = stale();
-    EXPECT_EQ(fopen_s(&file, DIB_TEST_TMP "/missing/file", "rb"), ENOENT);
+    EXPECT_EQ(fopen_s(&file, testing_support::temporaryPath("missing/file").c_str(), "rb"), ENOENT);
     EXPECT_EQ(file, nullptr);
     file = stale();
     EXPECT_EQ(_wfopen_s(&file, L"/missing/file", L"rb"), ENOENT);
     EXPECT_EQ(file, nullptr);
     file = stale();
-    EXPECT_NE(fopen_s(&file, DIB_TEST_TMP, "wb"), 0) << "a folder cannot be written";
+    EXPECT_NE(fopen_s(&file, testing_support::temporaryPath().c_str(), "wb"), 0)
+        << "a folder cannot be written";
     EXPECT_EQ(file, nullptr);
     file = stale();
-    EXPECT_NE(fopen_s(&file, DIB_TEST_TMP "/x", "no such mode"), 0);
+    EXPECT_NE(fopen_s(&file, testing_support::temporaryPath("x").c_str(), "no such mode"), 0);
     EXPECT_EQ(file, nullptr);
 }
 
@@ -93,7 +96,9 @@ TEST(VexFile, NullArguments) {
 
 TEST(VexFile, OpeningSurvivesEveryFailingAllocation) {
     const std::wstring path =
-        VexString::fromUtf8String(DIB_TEST_TMP "/a-name-longer-than-short-strings.txt").c_str();
+        VexString::fromUtf8String(
+            testing_support::temporaryPath("a-name-longer-than-short-strings.txt").c_str())
+            .c_str();
     std::FILE* file = nullptr;
     int result = 0;
     const int failures = testing_support::forEachFailingAllocation(
