@@ -1,0 +1,91 @@
+// Savers, loaders of what they wrote, and loaders of cut and altered copies.
+#include <DibCodec.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "tests/digest/Digest.h"
+#include "tests/digest/Loaders.h"
+#include "tests/support/Paths.h"
+
+namespace digest {
+
+namespace {
+
+using Bytes = std::vector<char>;
+
+Bytes readAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void writeAll(const std::string& path, const char* bytes, std::size_t count) {
+    std::ofstream(path, std::ios::binary).write(bytes, static_cast<std::streamsize>(count));
+}
+
+std::string temporaryFile() { return testing_support::temporaryPath("digest-file"); }
+
+// Copies cut short, then copies with some bytes altered.
+Hash loadDamaged(const Loader& loader, const Bytes& whole) {
+    constexpr std::size_t kCuts = 24;
+    constexpr int kAltered = 40;
+    Hash hash;
+    for (std::size_t i = 0; i < kCuts; ++i) {
+        // Denser at the start, where the headers are.
+        const std::size_t length = whole.size() * i * i / (kCuts * kCuts);
+        writeAll(temporaryFile(), whole.data(), length);
+        loadInto(hash, loader, temporaryFile(), -1);
+    }
+    testing_support::Random random(whole.size());
+    for (int i = 0; i < kAltered; ++i) {
+        Bytes altered = whole;
+        const std::size_t within = i % 2 == 0 && altered.size() > 64 ? 64 : altered.size();
+        for (int j = 0; j <= i % 3; ++j) {
+            const std::size_t at = (random.next()) % within;
+            altered[at] = static_cast<char>(random.next());
+        }
+        writeAll(temporaryFile(), altered.data(), altered.size());
+        loadInto(hash, loader, temporaryFile(), -1);
+    }
+    return hash;
+}
+
+void printFormat(const Loader& loader, const Kind& kind) {
+    const std::string path = temporaryFile();
+    const std::string name = std::string(loader.name) + " " + nameOf(kind);
+    std::filesystem::remove(path);
+
+    Hash saved;
+    for (const int cancelAt : {2, -1}) {
+        const DibPtr image = picture(kind, 23, 17);
+        Progress progress(saved, cancelAt);
+        saved.number(loader.save(path.c_str(), image.get(), Progress::callback, &progress));
+        saved.image(*image);
+        saved.file(path);
+    }
+    line("save " + name, loader.dependsOn, saved);
+
+    const Bytes whole = readAll(path);
+    if (whole.empty()) return;
+    Hash loaded;
+    for (const int cancelAt : {-1, 0, 3}) {
+        writeAll(path, whole.data(), whole.size());
+        loadInto(loaded, loader, path, cancelAt);
+    }
+    line("load " + name, loader.dependsOn, loaded);
+    line("load damaged " + name, loader.dependsOn, loadDamaged(loader, whole));
+    std::filesystem::remove(path);
+}
+
+}  // namespace
+
+void printFiles() {
+    for (const Loader& loader : kLoaders) {
+        if (loader.save == nullptr) continue;
+        for (const Kind& kind : kKinds) printFormat(loader, kind);
+    }
+}
+
+}  // namespace digest

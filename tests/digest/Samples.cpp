@@ -1,0 +1,113 @@
+// Loading the files of a folder of samples, each by its format; documents with layers, masks and the log.
+#include <DibCodec.h>
+#include <DibPSDLoader.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "dib/File.h"
+#include "tests/digest/Digest.h"
+#include "tests/digest/Loaders.h"
+#include "tests/support/Paths.h"
+
+namespace digest {
+
+namespace {
+
+bool loadBmp(const char* path, DibStream* image, DibProgressCallback, void*) {
+    return image->LoadFromFile(path, DibStream::DIB_ACCEPT_ALL);
+}
+
+bool saveBmp(const char* path, DibStream* image, DibProgressCallback, void*) {
+    return image->SaveToFile(path);
+}
+
+bool loadDds(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return LoadDDS(std::wstring(path, path + std::string(path).size()).c_str(), image, callback, user);
+}
+
+void addLayer(Hash& hash, DibPSDLoader& loader, int index) {
+    const PSDLayerInfo* info = loader.GetLayerInfo(index);
+    for (const std::int32_t value :
+         {info->top, info->left, info->bottom, info->right, info->channelCount, info->blendMode,
+          info->maskTop, info->maskLeft, info->maskBottom, info->maskRight}) {
+        hash.number(value);
+    }
+    for (const std::uint8_t value :
+         {info->opacity, info->clipping, info->flags, info->maskDefaultColor, info->maskFlags}) {
+        hash.number(value);
+    }
+    for (const PSD_CHANNEL_ID id : info->channelIDs) hash.number(id);
+    if (info->name != nullptr) hash.text(info->name);
+    hash.bytes(&info->grayBlendRange, sizeof info->grayBlendRange);
+    for (const auto& range : info->channelBlendRanges) hash.bytes(&range, sizeof range);
+    int left = 0;
+    int top = 0;
+    const DibPtr image(loader.GetLayerImage(index, left, top));
+    hash.number(left);
+    hash.number(top);
+    if (image != nullptr) hash.image(*image);
+}
+
+// Layers, masks and the log of a document.
+Hash document(const std::string& path) {
+    Hash hash;
+    const dib::FilePtr log(std::tmpfile());
+    const DibPtr image(new DibStream);
+    {
+        Progress progress(hash);
+        DibPSDLoader loader(image.get());
+        loader.SetCallback(Progress::callback, &progress);
+        loader.SetLog(log.get());
+        loader.EnableLayer(true);
+        loader.EnableMask(true);
+        hash.number(loader.Load(path.c_str()));
+        hash.image(*image);
+        hash.number(loader.GetLayerNum());
+        for (int i = 0; i < loader.GetLayerNum(); ++i) addLayer(hash, loader, i);
+    }
+    std::rewind(log.get());
+    for (int c = std::fgetc(log.get()); c != EOF; c = std::fgetc(log.get())) hash.number(c);
+    return hash;
+}
+
+}  // namespace
+
+const Loader kLoaders[12] = {
+    {"bmp", "-", loadBmp, saveBmp},        {"tga", "-", LoadTGA, SaveTGA},
+    {"tim", "-", LoadTIM, SaveTIM},        {"pnm", "-", LoadPPM, SavePPM},
+    {"ilbm", "-", LoadIFF, SaveIFF},       {"hdr", "libm", LoadHDR, nullptr},
+    {"psd", "-", LoadPSD, nullptr},        {"png", "codec", LoadPNG, SavePNG},
+    {"jpeg", "codec", LoadJPEG, SaveJPEG}, {"tiff", "codec", LoadTIFF, SaveTIFF},
+    {"exr", "codec", LoadEXR, nullptr},    {"dds", "-", loadDds, nullptr},
+};
+
+void loadInto(Hash& hash, const Loader& loader, const std::string& path, int cancelAt) {
+    const DibPtr image = picture({8, false}, 3, 2);
+    Progress progress(hash, cancelAt);
+    hash.number(loader.load(path.c_str(), image.get(), Progress::callback, &progress));
+    hash.image(*image);
+}
+
+void printSamples(const std::string& folder) {
+    DibStream::SetDllFilePath(testing_support::builtPlugins().c_str());
+    std::ifstream index(folder + "/INDEX.tsv");
+    std::string row;
+    std::getline(index, row);  // names of the columns
+    while (std::getline(index, row)) {
+        std::istringstream fields(row);
+        std::string format;
+        std::string local;
+        std::getline(fields, format, '\t');
+        for (int i = 0; i < 4; ++i) std::getline(fields, local, '\t');
+        for (const Loader& loader : kLoaders) {
+            if (format != loader.name) continue;
+            Hash hash;
+            loadInto(hash, loader, folder + "/" + local, -1);
+            line("sample " + local, loader.dependsOn, hash);
+            if (format == "psd") line("document " + local, "-", document(folder + "/" + local));
+        }
+    }
+}
+
+}  // namespace digest
