@@ -40,11 +40,11 @@ bool changeBright(DibStream* image, const unsigned char* table) {
     if (raster.bitCount == 24) {
         return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapBytes(raster.row(y), 3 * width); });
     }
-    // Entries that no pixel can name are left alone: a block need not hold them.
-    const std::size_t entries =
-        std::min(announcedEntries(*image->Header), addressableEntries(image->Header->biBitCount));
+    // All announced entries change, also those that no pixel can name. The count is a signed number to callers.
+    const auto entries = static_cast<std::int32_t>(announcedEntries(*image->Header));
+    if (entries < 1) return true;
     auto* colors = reinterpret_cast<unsigned char*>(colorTable(image->Header));
-    lookup.mapColors(colors, entries);
+    lookup.mapColors(colors, static_cast<std::size_t>(entries));
     return true;
 }
 

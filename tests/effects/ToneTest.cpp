@@ -108,18 +108,53 @@ TEST(Tone, OnlyTheColorTableOfIndexedImagesChanges) {
     EXPECT_EQ(testing_support::headerBytes(*image)[40 + 7], reserved);
 }
 
-TEST(Tone, ShortAndOverlongColorTables) {
-    for (const std::uint32_t used : {0U, 5U, 256U, 4000U}) {
-        const DibPtr image = randomImage(3, 3, 8, 2);
-        const auto before = testing_support::headerBytes(*image);
-        image->Header->biClrUsed = used;
+// Replaces the header by a block of the test's own with this many table entries, whose bytes are all 10.
+std::vector<std::uint32_t> lendTable(DibStream& image, std::size_t entries) {
+    std::vector<std::uint32_t> block(10 + entries, 0x0A0A0A0A);
+    std::memcpy(block.data(), image.Header, 40);
+    image.HeaderFree();
+    image.Header = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
+    return block;
+}
+
+TEST(Tone, AllAnnouncedEntriesOfAColorTableChange) {
+    struct Case {
+        int depth;
+        std::uint32_t announced;
+        std::size_t changed;
+    };
+    constexpr Case kCases[] = {{1, 0, 2},
+                               {1, 1, 1},
+                               {1, 3, 3},
+                               {4, 0, 16},
+                               {4, 5, 5},
+                               {4, 17, 17},
+                               {8, 0, 256},
+                               {8, 5, 5},
+                               {8, 256, 256},
+                               {8, 257, 257},
+                               {8, 4000, 4000},
+                               // Counts are signed: these are below 1.
+                               {8, 0x80000000U, 0},
+                               {8, 0xFFFFFFFFU, 0},
+                               {1, 0xFFFFFF00U, 0}};
+    for (const Case& table : kCases) {
+        SCOPED_TRACE(::testing::Message() << table.depth << " bits, " << table.announced << " entries");
+        const DibPtr image = randomImage(3, 3, table.depth, 2);
+        const auto pixels = testing_support::pixelBytes(*image);
+        const std::vector<std::uint32_t> block = lendTable(*image, 4001);
+        image->Header->biClrUsed = table.announced;
         EXPECT_TRUE(DibEffectContrast(nullptr, nullptr, image.get(), 0, 0));
-        image->Header->biClrUsed = 256;
-        const auto after = testing_support::headerBytes(*image);
-        for (std::size_t i = 0; i < 256; ++i) {
-            const bool changed = used == 0 || i < used;
-            EXPECT_EQ(after[40 + 4 * i], changed ? 128 : before[40 + 4 * i]);
+        for (std::size_t i = 0; i <= 4000; ++i) {
+            EXPECT_EQ(block[10 + i], i < table.changed ? 0x0A808080U : 0x0A0A0A0AU) << i;
         }
+        // 128 lies above the upper limit.
+        EXPECT_TRUE(DibEffectGammaCorrect(nullptr, nullptr, image.get(), 0, 100, 1));
+        for (std::size_t i = 0; i <= 4000; ++i) {
+            EXPECT_EQ(block[10 + i], i < table.changed ? 0x0AFFFFFFU : 0x0A0A0A0AU) << i;
+        }
+        EXPECT_EQ(image->Header->biClrUsed, table.announced);
+        EXPECT_EQ(testing_support::pixelBytes(*image), pixels);
     }
 }
 

@@ -52,10 +52,10 @@ bool tone(DibStream& image, const std::function<int(int)>& curve) {
         return true;
     }
     if (!isOneOf(bits, {1, 4, 8})) return false;
-    unsigned used = image.Header->biClrUsed != 0 ? image.Header->biClrUsed : 1U << bits;
-    if (used > 1U << bits) used = 1U << bits;
+    const auto used = static_cast<std::int32_t>(image.Header->biClrUsed);
+    const std::int32_t entries = used != 0 ? used : 1 << bits;
     unsigned char* entry = reinterpret_cast<unsigned char*>(image.Header) + image.Header->biSize;
-    for (unsigned i = 0; i < used; ++i, entry += 4) {
+    for (std::int32_t i = 0; i < entries; ++i, entry += 4) {
         for (int c = 2; c >= 0; --c) entry[c] = static_cast<unsigned char>(curve(entry[c]));
     }
     return true;
