@@ -216,7 +216,8 @@ DIB_EXPORT bool DibEffectWhirl(DibProgressCallback callback, void* user, DibStre
 /// those at the right and lower edges are cut.
 ///
 /// Indexed images take the index of the block's upper left pixel. 16, 24 and 32-bit images take the average
-/// of each channel, rounded down (the fourth byte of 32 bits too); bit 15 of a 16-bit pixel becomes 0.
+/// of each channel, rounded down (the fourth byte of 32 bits too); bit 15 of a 16-bit pixel becomes 0. Sums and
+/// the edges of blocks are 64 bits wide, so the average of a block of any size is exact.
 ///
 /// Progress differs from the common rule: after each row of blocks the callback is told
 /// (first row of the blocks + 1) / height, so that 10 rows in blocks of 4 report 0.1, 0.5 and 0.9.
@@ -435,6 +436,10 @@ DIB_EXPORT bool DibEffectCompose(DibProgressCallback callback, void* user, DibSt
 /// stays), of the colour table at 1, 4 and 8 bits (the indices stay). 16 bits give false. A width of 0 or less is
 /// no error: the rows have no pixels, a colour table is changed all the same. Nothing is reported and nothing
 /// can be cancelled.
+///
+/// A colour table changes in all entries that the header announces: `biClrUsed`, also more than the depth can
+/// address, or as many as it addresses where that is 0. The header block must hold them. The count is signed:
+/// below 0 gives true, with nothing changed.
 /// @{
 
 /// Gamma curve between two limits. With d = value - low and n = high - low + 1 (in 32 bits, wrapping), the

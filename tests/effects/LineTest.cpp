@@ -128,14 +128,40 @@ TEST(MotionBlur, UniformImagesStayAndBit15Goes) {
     }
 }
 
-TEST(MotionBlur, ForeignAnglesNeverCrash) {
-    for (const float angle : {INFINITY, -INFINITY, std::nanf(""), 1e30F}) {
-        for (const unsigned flags : {0U, 3U}) {
-            const DibPtr image = randomImage(40, 3, 24, 1);
-            EXPECT_TRUE(DibEffectMotionBlur(nullptr, nullptr, image.get(), 3, angle, flags));
-            EXPECT_TRUE(DibEffectEmboss(nullptr, nullptr, image.get(), 1, 3, angle, flags));
+// Without a direction every position is NaN, which reads the pixel at the upper left.
+TEST(MotionBlur, AnglesWithoutADirectionReadTheFirstPixel) {
+    constexpr std::uint32_t kFirst = 0x40302010;
+    struct Case {
+        int depth;
+        std::uint32_t smeared;
+        std::uint32_t flat;
+    };
+    for (const Case c : {Case{8, 0x10, 0x7F},
+                         {16, 0x2010, 0x3DEF},
+                         {24, 0x302010, 0x7F7F7F},
+                         {32, 0x40302010, 0x7F7F7F7F}}) {
+        for (const float angle : {INFINITY, -INFINITY, std::nanf("")}) {
+            for (const unsigned flags : {0U, 1U, 2U, 3U}) {
+                const DibPtr smeared = randomImage(40, 3, c.depth, 1);
+                setPixelValue(*smeared, 0, 0, kFirst);
+                const DibPtr relief(smeared->Clone());
+                EXPECT_TRUE(DibEffectMotionBlur(nullptr, nullptr, smeared.get(), 3, angle, flags));
+                EXPECT_TRUE(DibEffectEmboss(nullptr, nullptr, relief.get(), 1, 3, angle, flags));
+                for (int i = 0; i < 120; ++i) {
+                    EXPECT_EQ(pixelValue(*smeared, i % 40, i / 40), c.smeared);
+                    EXPECT_EQ(pixelValue(*relief, i % 40, i / 40), c.flat);
+                }
+            }
         }
     }
+}
+
+TEST(MotionBlur, HugeAnglesAreAnglesLikeOthers) {
+    const DibPtr image = randomImage(40, 3, 24, 1);
+    const DibPtr expected(image->Clone());
+    EXPECT_TRUE(DibEffectMotionBlur(nullptr, nullptr, image.get(), 3, 1e30F, 0));
+    reference::motionBlur(*expected, 3, 1e30F, 0);
+    EXPECT_TRUE(sameImage(*image, *expected));
 }
 
 TEST(Emboss, EqualsThePlainLoops) {

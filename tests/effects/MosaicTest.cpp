@@ -50,6 +50,15 @@ TEST(Mosaic, TallBlocksAreSummedExactly) {
     }
 }
 
+// 4200 x 4100 x 255 does not fit 32 bits.
+TEST(Mosaic, SumsOfHugeBlocksDoNotWrap) {
+    const DibPtr image = testing_support::plainImage(4200, 4100, 24, 0xFFFFFF);
+    setPixelValue(*image, 0, 0, 0);
+    EXPECT_TRUE(DibEffectMozaic(nullptr, nullptr, image.get(), 4200));
+    EXPECT_EQ(pixelValue(*image, 0, 0), 0xFEFEFEU);
+    EXPECT_EQ(pixelValue(*image, 4199, 4099), 0xFEFEFEU);
+}
+
 TEST(Mosaic, BlockSizesThatDoNothing) {
     const DibPtr image = randomImage(4, 4, 24, 1);
     const DibPtr before(image->Clone());

@@ -25,9 +25,6 @@ struct Point {
     float y;
 };
 
-// NaN counts as 0, and so does an infinity on an axis that wraps.
-float usable(float value, bool wraps) { return isnan(value) || (isinf(value) && wraps) ? 0.0F : value; }
-
 // Every pixel is taken from `positionOf(x, y)` of the unchanged image.
 template <class PositionOf>
 bool warp(DibStream& image, unsigned int flags, const PositionOf& positionOf) {
@@ -38,9 +35,7 @@ bool warp(DibStream& image, unsigned int flags, const PositionOf& positionOf) {
         if (bits < 8) std::memset(image.ScanLine(y), 0, image.GetPitch());
         for (int x = 0; x < widthOf(image); ++x) {
             const Point from = positionOf(x, y);
-            setPixel(image, x, y,
-                     sampleColor(*copy, usable(from.x, (flags & 1) != 0), usable(from.y, (flags & 2) != 0),
-                                 flags));
+            setPixel(image, x, y, sampleColor(*copy, from.x, from.y, flags));
         }
     }
     return true;

@@ -7,7 +7,9 @@ namespace reference {
 
 namespace {
 
+// NaN is position 0; so is an infinity that wraps, which has no place on the axis.
 float edgeRule(float value, float size, bool wrap) {
+    if (std::isnan(value) || (wrap && std::isinf(value))) return 0;
     if (wrap) {
         if (value < 0) {
             const float wrapped = size - fmodf(-value, size);

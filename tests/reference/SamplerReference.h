@@ -8,7 +8,7 @@
 
 namespace reference {
 
-// For finite coordinates and an image with at least one pixel.
+// For any coordinates and an image with at least one pixel.
 std::uint32_t sampleColor(DibStream& image, float x, float y, unsigned int flags);
 
 }  // namespace reference
