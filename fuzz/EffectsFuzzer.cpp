@@ -34,10 +34,15 @@ struct EffectCase {
 // A length whose plain loops end soon.
 int shortOf(const Parameters& p) { return p.whole % 32; }
 
-// The plain loops go over the square around each pixel, or sort it, so large squares go with small pictures.
+// The plain loops go over the square around each pixel, or sort it, so large squares go with small pictures: no input
+// takes them more than about three million samples.
 int pixelsOf(const DibStream& image) { return image.Header->biWidth * std::abs(image.Header->biHeight); }
-int boxRadiusOf(const DibStream& image, const Parameters& p) {
-    return p.whole % (pixelsOf(image) <= 64 ? 100 : 12);
+int radiusLimitOf(const DibStream& image) {
+    return pixelsOf(image) <= 16 ? 100 : pixelsOf(image) <= 1024 ? 12 : 6;
+}
+int boxRadiusOf(const DibStream& image, const Parameters& p) { return p.whole % radiusLimitOf(image); }
+float gaussianRadiusOf(const DibStream& image, const Parameters& p) {
+    return std::fmod(p.real[0], static_cast<float>(radiusLimitOf(image)));
 }
 // Both ways of finding the middle, which change at radius 8, with their edges.
 int rankRadiusOf(const Parameters& p) { return 1 + std::abs(shortOf(p)) % 9; }
@@ -101,12 +106,11 @@ const EffectCase kEffects[] = {
          return DibEffectSharpLittle(nullptr, nullptr, image, p.flags);
      },
      [](DibStream& image, const Parameters& p) { return reference::sharpLittle(image, p.flags); }},
-    // The plain loops take the square of the radius for each pixel.
     {[](DibStream* image, const Parameters& p) {
-         return DibEffectGaussianBlur(nullptr, nullptr, image, std::fmod(p.real[0], 12.0F), p.flags);
+         return DibEffectGaussianBlur(nullptr, nullptr, image, gaussianRadiusOf(*image, p), p.flags);
      },
      [](DibStream& image, const Parameters& p) {
-         return reference::gaussianBlur(image, std::fmod(p.real[0], 12.0F), p.flags);
+         return reference::gaussianBlur(image, gaussianRadiusOf(image, p), p.flags);
      }},
     {[](DibStream* image, const Parameters& p) {
          return DibEffectMotionBlur(nullptr, nullptr, image, shortOf(p), p.real[0], p.flags);
