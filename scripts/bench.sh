@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Runs the benches, ours and those of the other programs that are built, and makes a page of plots.
-# usage: scripts/bench.sh [FOLDER] [FILTER]     bench-out/ and every operation, but not how fast they stop, when none is
-# named
+# Runs the benches, ours and those of the other programs that are built, and plots the results (bench-plots.py).
+# usage: scripts/bench.sh [FOLDER] [FILTER]     default: bench-out/ and every operation except cancel_*
 # DIB_PEERS names the folder with the other side of the comparison (docs/performance.md), DIB_PEERS_BUILD where its
 # programs are built; those that are not built are left out.
 set -euo pipefail
@@ -12,8 +11,9 @@ filter="${2:--^cancel_}"
 peers="${DIB_PEERS:-$(sed -n 's/^DIB_PEERS:PATH=//p' build/release/CMakeCache.txt 2>/dev/null || true)}"
 peers_build="${DIB_PEERS_BUILD:-$peers/build}"
 
+scripts/install-packages.sh build bench
 cmake --preset release ${DIB_PEERS:+-DDIB_PEERS="$DIB_PEERS"} >/dev/null
-cmake --build --preset release --target dib bench_ours >/dev/null
+cmake --build --preset release --target bench_ours >/dev/null
 
 mkdir -p "$out"
 export PEER_TMP="${PEER_TMP:-$out/files}"
@@ -21,7 +21,7 @@ mkdir -p "$PEER_TMP"
 [ ! -x "$peers_build/gen_files" ] || "$peers_build/gen_files" >/dev/null
 [ ! -f "$peers/slow.txt" ] || export PEER_SLOW="$peers/slow.txt"
 
-# One processor for all of them, so that they meet the same conditions.
+# All programs run on one processor, under the same conditions.
 pin=()
 ! command -v taskset >/dev/null || pin=(taskset -c "$(($(nproc) - 1))")
 results=()
@@ -47,6 +47,4 @@ for program in "$peers_build"/bench_*; do
     fi
 done
 
-build/release/tools/dib bench-report "${results[@]}" "$out/index.html"
-build/release/tools/dib bench-report "${results[@]}" "$out/throughput.svg"
-echo "The report is $out/index.html"
+scripts/bench-plots.py "${results[@]}" "$out"

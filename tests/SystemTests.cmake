@@ -18,6 +18,9 @@ if(Python3_FOUND)
         COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-quotes ${check_quotes})
 endif()
 
+add_test(NAME tree.bench-plots
+    COMMAND bash ${system_dir}/bench-plots.sh ${PROJECT_SOURCE_DIR}/scripts/bench-plots.py ${system_work}/bench-plots)
+set_tests_properties(tree.bench-plots PROPERTIES SKIP_RETURN_CODE 77)
 if(DIB_CLANG_FORMAT)
     add_test(NAME tree.format COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-format.sh)
 endif()
