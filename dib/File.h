@@ -28,6 +28,9 @@ inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0
 // they allocate what a header announces.
 std::optional<std::uint64_t> bytesLeft(std::FILE* file);
 
+// Whether a file is known to end. Loops that wait for something useful to come must leave a stream that does not.
+inline bool hasKnownEnd(std::FILE* file) { return bytesLeft(file).has_value(); }
+
 // Moves forward, reading where a stream cannot be sought; less when it ends before.
 void skipBytes(std::FILE* file, std::uint64_t bytes);
 

@@ -103,7 +103,7 @@ bool LoadHDR(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     formats::ByteSource source(file);
     for (int y = 0; y < height; ++y) {
         const RgbeError error = readRow(source, width, row.get(), image->ScanLine(y));
-        if (!formats::reportRgbe(error)) return fail(image, DIB_ERROR_INVALID);
+        if (!formats::reportRgbe(error, file)) return fail(image, DIB_ERROR_INVALID);
     }
     return true;
 }

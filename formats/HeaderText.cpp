@@ -4,14 +4,17 @@
 #include <climits>
 #include <cstdlib>
 
+#include "dib/File.h"
+
 namespace formats {
 
 namespace {
-constexpr long kMostLines = 1 << 20;
+constexpr std::int64_t kMostLines = 1 << 20;
 }
 
 bool HeaderLines::next() {
-    if (linesRead_ < kMostLines && std::fgets(line_, sizeof line_, file_) != nullptr) {
+    if ((linesRead_ != kMostLines || dib::hasKnownEnd(file_)) &&
+        std::fgets(line_, sizeof line_, file_) != nullptr) {
         ++linesRead_;
         return true;
     }

@@ -2,6 +2,7 @@
 #ifndef FORMATS_HEADER_TEXT_H
 #define FORMATS_HEADER_TEXT_H
 
+#include <cstdint>
 #include <cstdio>
 
 namespace formats {
@@ -11,15 +12,15 @@ class HeaderLines {
 public:
     explicit HeaderLines(std::FILE* file) : file_(file) {}
 
-    // Reads the next line, line feed included. False when there is none, or when there have been so many that
-    // the file can only be a stream without an end.
+    // Reads the next line, line feed included. False when there is none, or when a stream without a known end has
+    // given as many lines as no header has.
     bool next();
     // The line, ended by NUL; empty after a failure.
     const char* text() const { return line_; }
 
 private:
     std::FILE* file_;
-    long linesRead_ = 0;
+    std::int64_t linesRead_ = 0;
     char line_[128] = {};
 };
 

@@ -3,6 +3,7 @@
 #include "formats/Ppm.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "dib/Kernels.h"
@@ -161,12 +162,12 @@ bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void*
 namespace formats {
 
 int readInt(std::FILE* file, int& value) {
-    // A number with more characters than this, its leading ones included, comes from a stream without an end.
-    constexpr int kMostCharacters = 1 << 24;
+    // No number of a stream without a known end has more characters than this, its leading ones included.
+    constexpr std::int64_t kMostCharacters = 1 << 24;
     bool negative = false;
     bool anyDigit = false;
     unsigned int magnitude = 0;  // wraps, which keeps the low byte right
-    for (int i = 0; i < kMostCharacters; ++i) {
+    for (std::int64_t i = 0; i != kMostCharacters || dib::hasKnownEnd(file); ++i) {
         const int c = getc_unlocked(file);
         if (c == '-') {
             negative = true;

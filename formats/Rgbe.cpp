@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 
@@ -17,14 +18,26 @@ using formats::RgbeError;
 
 namespace formats {
 
-bool reportRgbe(RgbeError error) {
+namespace {
+
+// A file that merely ends leaves the system's error number as some earlier call set it.
+void printSystemError(const char* what, std::FILE* file) {
+    const int earlier = errno;
+    if (std::ferror(file) == 0) errno = 0;
+    std::perror(what);
+    errno = earlier;
+}
+
+}  // namespace
+
+bool reportRgbe(RgbeError error, std::FILE* file) {
     const auto badFormat = [](const char* reason) {
         std::fprintf(stderr, "RGBE bad file format: %s\n", reason);
     };
     switch (error) {
         case RgbeError::kNone: return true;
-        case RgbeError::kRead: std::perror("RGBE read error"); break;
-        case RgbeError::kWrite: std::perror("RGBE write error"); break;
+        case RgbeError::kRead: printSystemError("RGBE read error", file); break;
+        case RgbeError::kWrite: printSystemError("RGBE write error", file); break;
         case RgbeError::kNoFormat: badFormat("no FORMAT specifier found"); break;
         case RgbeError::kNoSize: badFormat("missing image size specifier"); break;
         case RgbeError::kWidth: badFormat("wrong scanline width"); break;
@@ -40,7 +53,7 @@ bool reportRgbe(RgbeError error) {
 
 namespace {
 
-int result(RgbeError error) { return formats::reportRgbe(error) ? 0 : -1; }
+int result(RgbeError error, std::FILE* file) { return formats::reportRgbe(error, file) ? 0 : -1; }
 
 constexpr const char* kFormatLine = "FORMAT=32-bit_rle_rgbe\n";
 
@@ -257,20 +270,20 @@ RgbeError writeHeader(std::FILE* file, int width, int height, const rgbe_header_
 }  // namespace
 
 int RGBE_WriteHeader(FILE* file, int width, int height, const rgbe_header_info* info) {
-    return result(writeHeader(file, width, height, info));
+    return result(writeHeader(file, width, height, info), file);
 }
 int RGBE_ReadHeader(FILE* file, int* width, int* height, rgbe_header_info* info) {
-    return result(readHeader(file, *width, *height, info));
+    return result(readHeader(file, *width, *height, info), file);
 }
 int RGBE_WritePixels(FILE* file, const float* data, int count) {
-    return result(writeFlat(file, data, count));
+    return result(writeFlat(file, data, count), file);
 }
-int RGBE_ReadPixels(FILE* file, float* data, int count) { return result(readFlat(file, data, count)); }
+int RGBE_ReadPixels(FILE* file, float* data, int count) { return result(readFlat(file, data, count), file); }
 int RGBE_WritePixels_RLE(FILE* file, const float* data, int width, int rows) {
-    return result(writeRows(file, data, width, rows));
+    return result(writeRows(file, data, width, rows), file);
 }
 int RGBE_ReadPixels_RLE(FILE* file, float* data, int width, int rows) {
-    return result(readRows(file, data, width, rows));
+    return result(readRows(file, data, width, rows), file);
 }
 
 void float2rgbe(unsigned char* rgbe, float red, float green, float blue) {

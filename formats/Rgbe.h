@@ -14,8 +14,8 @@ constexpr int kRgbeBytes = 4;  // of a pixel: three mantissas and the exponent
 
 enum class RgbeError { kNone, kRead, kWrite, kWidth, kPackets, kMemory, kNoFormat, kNoSize };
 
-// Prints the reason of a failure; returns whether there was none.
-bool reportRgbe(RgbeError error);
+// Prints the reason of a failure; returns whether there was none. `file` is the one that was read or written.
+bool reportRgbe(RgbeError error, std::FILE* file);
 
 constexpr bool widthHasPackets(int width) { return width >= 8 && width <= 32767; }
 

@@ -104,14 +104,19 @@ inline void forEveryExtremeByte(
     }
 }
 
-// A file in a folder that is not there: both overloads of a codec answer false and leave this code.
+// A file in a folder that is not there, an empty path and a null one: both overloads of a codec answer false and leave
+// this code.
 inline void expectNoFile(PathCodec narrow, WidePathCodec wide, DibStream& image, int code) {
-    image.ErrorCode = kUntouched;
-    EXPECT_FALSE(narrow("/nonexistent/file", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, code);
-    image.ErrorCode = kUntouched;
-    EXPECT_FALSE(wide(L"/nonexistent/file", &image, nullptr, nullptr));
-    EXPECT_EQ(image.ErrorCode, code);
+    for (const char* path : {"/nonexistent/file", "", static_cast<const char*>(nullptr)}) {
+        image.ErrorCode = kUntouched;
+        EXPECT_FALSE(narrow(path, &image, nullptr, nullptr));
+        EXPECT_EQ(image.ErrorCode, code);
+    }
+    for (const wchar_t* path : {L"/nonexistent/file", L"", static_cast<const wchar_t*>(nullptr)}) {
+        image.ErrorCode = kUntouched;
+        EXPECT_FALSE(wide(path, &image, nullptr, nullptr));
+        EXPECT_EQ(image.ErrorCode, code);
+    }
 }
 
 // Loads a file once for every allocation that can fail: each failure must give code 2, and the load without one

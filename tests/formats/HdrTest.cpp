@@ -1,5 +1,7 @@
 #include "formats/Hdr.h"
 
+#include <cerrno>
+
 #include "tests/formats/RgbeTest.h"
 #include "tests/reference/CodecReference.h"
 
@@ -140,6 +142,27 @@ TEST(HdrLoad, FailureTable) {
     for (const char* size : {"-Y 0 +X 1\n", "-Y 1 +X 0\n", "-Y 40000 +X 40000\n", "-Y 1 +X 99999999999\n"}) {
         EXPECT_EQ(failedLoad(bytesOf(kHead + size + "abcd")).code, 2) << size;
     }
+}
+
+TEST(HdrLoad, AnErrorNumberOfAnEarlierCallIsNotPrinted) {
+    errno = ENOENT;
+    EXPECT_EQ(failedLoad(hdr(8, 1, {})).printed, "RGBE read error: Success\n");
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(failedLoad(bytesOf("#?RADIANCE\n")).printed, "RGBE read error: Success\n");
+    // A file that cannot be read has a reason of its own.
+    const dib::FilePtr folder = dib::openForReading("/");
+    EXPECT_EQ(printedBy([&] {
+                  DibStream image;
+                  EXPECT_FALSE(LoadHDR(folder.get(), &image, nullptr, nullptr));
+              }),
+              "RGBE read error: Is a directory\n");
+}
+
+TEST(HdrLoad, FilesMayHaveAnyNumberOfLines) {
+    std::string lines;
+    for (int i = 0; i < (1 << 20) + 5; ++i) lines += "a\n";
+    EXPECT_TRUE(
+        load(LoadHDR, hdr(1, 1, Bytes(4), "#?RADIANCE\n" + lines + "FORMAT=32-bit_rle_rgbe\n\n")).result);
 }
 
 TEST(HdrLoad, RowsBeforeABrokenOneStay) {

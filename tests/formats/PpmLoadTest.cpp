@@ -231,13 +231,22 @@ TEST(PpmLoad, EveryTruncationFails) {
     }
 }
 
-TEST(PpmLoad, ManyCommentsAndMuchSpaceAreSkipped) {
+TEST(PpmLoad, FilesMayHaveAnyNumberOfCommentsAndBlanks) {
+    // More than a pipe may have.
     std::string comments;
-    for (int i = 0; i < 70000; ++i) comments += "#\n";
-    EXPECT_TRUE(loadText("P5\n" + comments + "1 1\n255\nx").result);
-    const Loaded spaced = loadText("P2\n1 1\n255\n" + std::string(std::size_t{3} << 20, ' ') + "7");
-    ASSERT_TRUE(spaced.result);
-    EXPECT_EQ(rowBytes(*spaced.image, 0), (Bytes{7}));
+    for (int i = 0; i < (1 << 20) + 5; ++i) comments += "#\n";
+    const Bytes commented = bytesOf("P5\n" + comments + "1 1\n255\nx");
+    EXPECT_TRUE(load(LoadPPM, commented).result);
+    const Bytes spaced = bytesOf("P2\n1 1\n255\n" + std::string((std::size_t{1} << 24) + 5, ' ') + "7");
+    const Loaded loaded = load(LoadPPM, spaced);
+    ASSERT_TRUE(loaded.result);
+    EXPECT_EQ(rowBytes(*loaded.image, 0), (Bytes{7}));
+
+    for (const Bytes& file : {commented, spaced}) {
+        EndlessStream pipe{{file.begin(), file.end()}, "#\n"};
+        DibStream image;
+        EXPECT_FALSE(LoadPPM(pipe.open().get(), &image, nullptr, nullptr));
+    }
 }
 
 TEST(PpmLoad, StreamsWithoutEndAreLeft) {
