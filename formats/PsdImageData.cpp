@@ -8,6 +8,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/CallbackGuard.h"
 #include "formats/CodecFrame.h"
 #include "formats/PsdPackBits.h"
 #include "formats/PsdPixels.h"
@@ -50,6 +51,13 @@ const unsigned char* rawRow(formats::PsdReader& reader, unsigned char* line, std
     return ahead.size >= bytes ? ahead.data : nullptr;
 }
 
+// Reports the next channel of a picture, which need not be the target.
+bool reportChannel(DibPSDLoader& loader, DibStream* dib) {
+    if (dib == nullptr) return loader.DoCallback();
+    const formats::CallbackGuard guard(*dib);
+    return loader.DoCallback() && guard.isIntact();
+}
+
 // How many of the first channels make up the pixels of the image, one byte each; 0 when they do not.
 std::size_t interleavedChannels(const DibStream& image, int mode, int depth,
                                 const std::vector<PSD_CHANNEL_ID>& ids) {
@@ -64,6 +72,7 @@ std::size_t interleavedChannels(const DibStream& image, int mode, int depth,
 }  // namespace
 
 bool DibPSDLoader::DecodeRLE(unsigned char* out, int count, int packedSize) {
+    if (reader_ == nullptr) return false;
     const std::size_t wanted = static_cast<std::size_t>(std::max(count, 0));
     const std::size_t packedBytes = static_cast<std::size_t>(std::max(packedSize, 0));
     if (packedBytes <= formats::PsdReader::kBufferBytes) {
@@ -88,44 +97,24 @@ bool DibPSDLoader::DecodeRLE(unsigned char* out, int count, int packedSize) {
     return true;
 }
 
-// Stores the planes of a picture together, reporting each channel when its share of the rows begins; a packed one
-// only after those before it have been found whole. Whatever goes wrong, the image and the reader are then as they
-// were, for the plain way to find out what happened.
-DibPSDLoader::ChannelProgress DibPSDLoader::StorePlanes(DibStream& image, std::size_t channels,
-                                                        const unsigned char* packedLengths) {
-    ChannelProgress progress;
+// Stores the planes of a picture together. When that fails the reader is where it was, for reading in file order to
+// find out what is wrong and how far the rows are good.
+bool DibPSDLoader::StorePlanes(DibStream& image, std::size_t channels, const unsigned char* packedLengths) {
     const std::int64_t start = reader_->position();
-    const std::size_t rows = static_cast<std::size_t>(dib::rowCount(image.Header->biHeight));
     formats::PsdPlanes planes(*reader_, image, channels, packedLengths);
-    const bool checks = packedLengths != nullptr && callback_ != nullptr;
-    bool whole = planes.prepare();
-    while (whole && progress.told < channels) {
-        const std::size_t channel = progress.told;
-        reader_->seek(planes.start(channel));
-        progress.cancelled = !DoCallback();
-        if (progress.cancelled) break;
-        ++progress.told;
-        if (!checks) {
-            whole = planes.storeRows(rows * channel / channels, rows * (channel + 1) / channels);
-        } else if (progress.told < channels) {
-            whole = planes.checkPlane(channel);
-        } else {
-            whole = planes.storeRows(0, rows);
-        }
-    }
-    if (whole && !progress.cancelled) {
-        progress.stored = channels;
+    if (planes.prepare() && planes.storeRows()) {
         fillPending_ = false;
-        reader_->seek(planes.start(channels));
-    } else {
-        fillPending_ = true;
-        reader_->seek(start);
+        reader_->seek(planes.end());
+        return true;
     }
-    return progress;
+    fillPending_ = true;
+    reader_->seek(start);
+    return false;
 }
 
 bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
-                                 const std::vector<PSD_CHANNEL_ID>& ids) {
+                                 const std::vector<PSD_CHANNEL_ID>& ids) try {
+    if (reader_ == nullptr) return false;
     const bool sized = dib != nullptr && dib->Header != nullptr;
     const int width = sized ? dib->Header->biWidth : 0;
     const std::int64_t height = sized ? dib::rowCount(dib->Header->biHeight) : 0;
@@ -146,17 +135,17 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
     const auto line = dib::allocateArray<unsigned char>(static_cast<std::size_t>(rowBytes) + 1);
     if (line == nullptr) return false;
 
-    ChannelProgress progress;
-    const bool together = compression == kRaw || packedLengths != nullptr;
-    if (together && dib != nullptr && dib == target_ && dib->Buffer != nullptr) {
+    // Only a callback can see the picture before it is whole; it finds the channels stored one by one.
+    std::size_t stored = 0;
+    const bool together = callback_ == nullptr && (compression == kRaw || packedLengths != nullptr);
+    if (together && dib != nullptr && dib == target_ && dib::hasRows(*dib)) {
         const std::size_t channels = interleavedChannels(*dib, header_.mode, header_.depth, ids);
-        if (channels > 0) progress = StorePlanes(*dib, channels, packedLengths.get());
+        if (channels > 0 && StorePlanes(*dib, channels, packedLengths.get())) stored = channels;
     }
     if (dib == target_) FillTarget();
 
-    for (std::size_t channel = progress.stored; channel < ids.size(); ++channel) {
-        const bool told = channel < progress.told;
-        if (!told && (progress.cancelled || !DoCallback())) return false;
+    for (std::size_t channel = stored; channel < ids.size(); ++channel) {
+        if (!reportChannel(*this, dib)) return false;
         DibStream* destination = dib;
         PSD_CHANNEL_ID id = ids[channel];
         if (id == PSD_CHANNEL_MASK && extra != nullptr) {
@@ -183,4 +172,6 @@ bool DibPSDLoader::LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
         }
     }
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }

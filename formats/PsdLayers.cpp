@@ -84,16 +84,27 @@ std::int32_t blendModeOf(const char* key) {
     return -1;
 }
 
-std::int32_t readSigned(formats::PsdReader& reader) {
-    std::uint32_t value = 0;
-    reader.read32(value);
-    return static_cast<std::int32_t>(value);
+// Fields of a record: one that the end of the file cuts off keeps its value.
+
+void readField(formats::PsdReader& reader, std::uint8_t& field) {
+    std::uint8_t value = 0;
+    if (reader.read8(value)) field = value;
 }
 
-std::uint16_t readShort(formats::PsdReader& reader) {
+void readField(formats::PsdReader& reader, std::uint16_t& field) {
     std::uint16_t value = 0;
-    reader.read16(value);
-    return value;
+    if (reader.read16(value)) field = value;
+}
+
+void readField(formats::PsdReader& reader, std::uint32_t& field) {
+    std::uint32_t value = 0;
+    if (reader.read32(value)) field = value;
+}
+
+void readField(formats::PsdReader& reader, std::int32_t& field) {
+    std::uint32_t value = static_cast<std::uint32_t>(field);
+    readField(reader, value);
+    field = static_cast<std::int32_t>(value);
 }
 
 // Differences of edges are taken in 64 bits: what does not fit in an int is no size and fails as such.
@@ -101,8 +112,10 @@ std::int64_t extent(std::int32_t low, std::int32_t high) { return std::int64_t{h
 
 }  // namespace
 
-bool DibPSDLoader::LoadLayerMaskInfo() {
-    if (!DoCallback()) return false;
+bool DibPSDLoader::LoadLayerMaskInfo() try {
+    if (reader_ == nullptr || !DoCallback()) return false;
+    layers_.clear();
+    layerImages_.clear();
     std::uint32_t sectionLength = 0;
     if (!reader_->read32(sectionLength)) return false;
     const std::int64_t sectionEnd = reader_->position() + sectionLength;
@@ -133,25 +146,33 @@ bool DibPSDLoader::LoadLayerMaskInfo() {
     }
     reader_->seek(sectionEnd);
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
-// A number that the end of the file cuts off counts as 0; the length of the additional data, which must be
-// met exactly, finds such records.
+// Missing fields are not looked for: the length of the additional data, which must be met exactly, finds most
+// records that the end of the file cuts off.
 bool DibPSDLoader::LoadLayerRecord(int index, std::vector<std::uint32_t>& channelLengths) {
     if (!DoCallback()) return false;
     PSDLayerInfo& layer = layers_[static_cast<std::size_t>(index)];
-    layer.top = readSigned(*reader_);
-    layer.left = readSigned(*reader_);
-    layer.bottom = readSigned(*reader_);
-    layer.right = readSigned(*reader_);
+    readField(*reader_, layer.top);
+    readField(*reader_, layer.left);
+    readField(*reader_, layer.bottom);
+    readField(*reader_, layer.right);
 
-    layer.channelCount = readShort(*reader_);
+    std::uint16_t channelCount = 0;
+    readField(*reader_, channelCount);
+    layer.channelCount = channelCount;
     Log("Layer[%d].NumChannel: %d\n", index, layer.channelCount);
     for (int channel = 0; channel < layer.channelCount; ++channel) {
         const bool last = reader_->remaining() == 0;
-        const auto id = static_cast<std::int16_t>(readShort(*reader_));
+        std::uint16_t unsignedId = 0;
+        std::uint32_t length = 0;
+        readField(*reader_, unsignedId);
+        readField(*reader_, length);
+        const auto id = static_cast<std::int16_t>(unsignedId);
         layer.channelIDs.push_back(static_cast<PSD_CHANNEL_ID>(id));
-        channelLengths.push_back(static_cast<std::uint32_t>(readSigned(*reader_)));
+        channelLengths.push_back(length);
         Log("Layer[%d].Channel[%d].ID: %d\n", index, channel, id);
         if (last) break;
     }
@@ -165,16 +186,16 @@ bool DibPSDLoader::LoadLayerRecord(int index, std::vector<std::uint32_t>& channe
         layer.blendMode = blendModeOf(key);
     }
     std::uint8_t filler = 0;
-    reader_->read8(layer.opacity);
-    reader_->read8(layer.clipping);
-    reader_->read8(layer.flags);
-    reader_->read8(filler);
+    readField(*reader_, layer.opacity);
+    readField(*reader_, layer.clipping);
+    readField(*reader_, layer.flags);
+    readField(*reader_, filler);
     Log("Layer[%d].Opacity: %u\n", index, static_cast<unsigned int>(layer.opacity));
     Log("Layer[%d].Clipping: %u\n", index, static_cast<unsigned int>(layer.clipping));
     Log("Layer[%d].Flags: %u\n", index, static_cast<unsigned int>(layer.flags));
 
     std::uint32_t extraLength = 0;
-    reader_->read32(extraLength);
+    readField(*reader_, extraLength);
     const std::int64_t extraEnd = reader_->position() + extraLength;
     LoadLayerMaskRecord(layer);
     LoadLayerBlendRanges(index, layer);
@@ -191,29 +212,29 @@ bool DibPSDLoader::LoadLayerRecord(int index, std::vector<std::uint32_t>& channe
 
 void DibPSDLoader::LoadLayerMaskRecord(PSDLayerInfo& layer) {
     std::uint32_t length = 0;
-    reader_->read32(length);
+    readField(*reader_, length);
     if (length == 0) return;
     const std::int64_t end = reader_->position() + length;
-    layer.maskTop = readSigned(*reader_);
-    layer.maskLeft = readSigned(*reader_);
-    layer.maskBottom = readSigned(*reader_);
-    layer.maskRight = readSigned(*reader_);
-    reader_->read8(layer.maskDefaultColor);
-    reader_->read8(layer.maskFlags);
+    readField(*reader_, layer.maskTop);
+    readField(*reader_, layer.maskLeft);
+    readField(*reader_, layer.maskBottom);
+    readField(*reader_, layer.maskRight);
+    readField(*reader_, layer.maskDefaultColor);
+    readField(*reader_, layer.maskFlags);
     layer.hasMask = true;
     reader_->seek(end);
 }
 
 void DibPSDLoader::LoadLayerBlendRanges(int index, PSDLayerInfo& layer) {
     std::uint32_t length = 0;
-    reader_->read32(length);
+    readField(*reader_, length);
     if (length == 0) return;
     const std::int64_t end = reader_->position() + length;
     const auto readRange = [&](PSDLayerInfo::BLEND_RANGE& range) {
-        range.sourceLow = readShort(*reader_);
-        range.sourceHigh = readShort(*reader_);
-        range.destinationLow = readShort(*reader_);
-        range.destinationHigh = readShort(*reader_);
+        readField(*reader_, range.sourceLow);
+        readField(*reader_, range.sourceHigh);
+        readField(*reader_, range.destinationLow);
+        readField(*reader_, range.destinationHigh);
     };
     PSDLayerInfo::BLEND_RANGE& gray = layer.grayBlendRange;
     readRange(gray);
@@ -221,10 +242,11 @@ void DibPSDLoader::LoadLayerBlendRanges(int index, PSDLayerInfo& layer) {
         static_cast<unsigned int>(gray.sourceHigh));
     Log("Layer[%d].GrayBlendDest: %u, %u\n", index, static_cast<unsigned int>(gray.destinationLow),
         static_cast<unsigned int>(gray.destinationHigh));
-    for (int channel = 0; channel < layer.channelCount && reader_->remaining() > 0; ++channel) {
-        PSDLayerInfo::BLEND_RANGE range;
+    // A length that was read stands behind the lists of all channels, so their count is in proportion to the file.
+    layer.channelBlendRanges.resize(static_cast<std::size_t>(layer.channelCount));
+    for (int channel = 0; channel < layer.channelCount; ++channel) {
+        PSDLayerInfo::BLEND_RANGE& range = layer.channelBlendRanges[static_cast<std::size_t>(channel)];
         readRange(range);
-        layer.channelBlendRanges.push_back(range);
         Log("Layer[%d].Channel[%d].BlendSource: %u, %u\n", index, channel,
             static_cast<unsigned int>(range.sourceLow), static_cast<unsigned int>(range.sourceHigh));
         Log("Layer[%d].Channel[%d].BlendDest: %u, %u\n", index, channel,

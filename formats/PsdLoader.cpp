@@ -9,7 +9,9 @@
 
 #include "dib/ColorTable.h"
 #include "dib/File.h"
+#include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/CallbackGuard.h"
 #include "formats/CodecFrame.h"
 #include "formats/PsdPixels.h"
 #include "formats/PsdReader.h"
@@ -81,7 +83,8 @@ bool DibPSDLoader::Load(const char* path) { return LoadPath(path); }
 bool DibPSDLoader::Load(const wchar_t* path) { return LoadPath(path); }
 
 bool DibPSDLoader::Load(std::FILE* file) {
-    if (file == nullptr) return false;
+    // A callback may not start a second load of the document that is being loaded.
+    if (file == nullptr || reader_ != nullptr) return false;
     DropDocument();
     formats::PsdReader reader(file);
     stream_ = file;
@@ -118,7 +121,7 @@ bool DibPSDLoader::LoadSections() {
 }
 
 bool DibPSDLoader::LoadHeader() {
-    if (!DoCallback()) return false;
+    if (reader_ == nullptr || !DoCallback()) return false;
     header_ = {};
     if (!reader_->read(header_.signature, 4) || std::memcmp(header_.signature, "8BPS", 4) != 0) {
         SetTargetError(DIB_ERROR_INVALID);
@@ -155,12 +158,12 @@ bool DibPSDLoader::CreateTarget() {
 }
 
 void DibPSDLoader::FillTarget() {
-    if (fillPending_) formats::fillWhite(*target_);
+    if (fillPending_ && target_ != nullptr && dib::hasRows(*target_)) formats::fillWhite(*target_);
     fillPending_ = false;
 }
 
 bool DibPSDLoader::LoadColorModeData() {
-    if (!DoCallback()) return false;
+    if (reader_ == nullptr || !DoCallback()) return false;
     std::uint32_t length = 0;
     if (!reader_->read32(length)) return false;
     constexpr std::uint32_t kPaletteBytes = 768;
@@ -182,7 +185,7 @@ bool DibPSDLoader::LoadColorModeData() {
 // Primitives.
 
 bool DibPSDLoader::Read(unsigned char* buffer, int count) {
-    return count < 1 || reader_->read(buffer, static_cast<std::size_t>(count));
+    return count < 1 || (reader_ != nullptr && reader_->read(buffer, static_cast<std::size_t>(count)));
 }
 
 bool DibPSDLoader::ReadPString(char*& out, int unit) {
@@ -207,9 +210,13 @@ bool DibPSDLoader::ReadPString(char*& out, int unit) {
 bool DibPSDLoader::DoCallback() {
     if (callback_ == nullptr) return true;
     // Lengths in the file may lead beyond its end, and it may be empty; a fraction stays between 0 and 1.
-    const std::int64_t position = std::min(reader_->position(), fileSize_);
-    return callback_(fileSize_ > 0 ? static_cast<float>(position) / static_cast<float>(fileSize_) : 0.0F,
-                     user_);
+    const std::int64_t position = reader_ != nullptr ? std::min(reader_->position(), fileSize_) : 0;
+    const float fraction =
+        fileSize_ > 0 ? static_cast<float>(position) / static_cast<float>(fileSize_) : 0.0F;
+    DibStream* const image = target_;
+    if (image == nullptr) return callback_(fraction, user_);
+    const formats::CallbackGuard guard(*image);
+    return callback_(fraction, user_) && target_ == image && guard.isIntact();
 }
 
 // Queries.

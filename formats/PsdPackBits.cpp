@@ -1,8 +1,6 @@
 #include "formats/PsdPackBits.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
 #include <cstring>
 
 namespace formats {
@@ -16,24 +14,6 @@ constexpr std::size_t kLongestPacket = 1 + kLongestRun;
 // Most packets are short. Where both sides have room for the longest one they are moved in blocks of fixed
 // size: what is written too much is overwritten by the next packet.
 constexpr std::size_t kBlock = 16;
-
-// What a packet takes and gives, by its header byte.
-struct Packet {
-    std::uint8_t packed;
-    std::uint8_t unpacked;
-};
-constexpr auto kPackets = [] {
-    std::array<Packet, 256> packets{};
-    for (unsigned header = 0; header < 256; ++header) {
-        if (header < 128) {
-            packets[header] = {static_cast<std::uint8_t>(header + 2), static_cast<std::uint8_t>(header + 1)};
-        } else {
-            packets[header] = {2, static_cast<std::uint8_t>(257 - header)};
-        }
-    }
-    packets[128] = {1, 0};  // no operation
-    return packets;
-}();
 
 inline void copyBlocks(unsigned char* to, const unsigned char* from, std::size_t length) {
     for (std::size_t i = 0; i < length; i += kBlock) std::memcpy(to + i, from + i, kBlock);
@@ -79,17 +59,6 @@ bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned ch
         }
     }
     return packed == packedEnd;
-}
-
-bool isPackedRow(const unsigned char* packed, std::size_t packedBytes, std::size_t count) {
-    std::size_t at = 0;
-    std::size_t produced = 0;
-    while (produced < count && at < packedBytes) {
-        const Packet& packet = kPackets[packed[at]];
-        at += packet.packed;
-        produced += packet.unpacked;
-    }
-    return produced == count && at == packedBytes;
 }
 
 std::size_t unpackBits(PsdReader& reader, unsigned char* out, std::size_t count) {

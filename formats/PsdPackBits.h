@@ -13,9 +13,6 @@ namespace formats {
 // then holds is of no use.
 bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned char* out, std::size_t count);
 
-// Whether `unpackRow` would succeed.
-bool isPackedRow(const unsigned char* packed, std::size_t packedBytes, std::size_t count);
-
 // Unpacks until `count` bytes are there or the file ends. Returns how many the packets asked for, which the
 // last one may take beyond `count`; nothing is written there.
 std::size_t unpackBits(PsdReader& reader, unsigned char* out, std::size_t count);

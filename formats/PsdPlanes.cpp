@@ -115,32 +115,21 @@ const unsigned char* PsdPlanes::rowOf(std::size_t channel, std::size_t row) {
 }
 
 // The rows of a single raw plane are those of the picture, which has them the other way round.
-bool PsdPlanes::storeOnlyPlane(std::size_t first, std::size_t end) {
+bool PsdPlanes::storeOnlyPlane() {
     const std::size_t pitch = image_.GetPitch();
-    reader_.seek(starts_[0] + static_cast<std::int64_t>(first * width_));
-    unsigned char* top = image_.ScanLine(static_cast<int>(first));
-    if (!reader_.readRows(top, -static_cast<std::ptrdiff_t>(pitch), width_, end - first)) return false;
-    for (std::size_t row = first; row < end; ++row)
+    reader_.seek(starts_[0]);
+    if (!reader_.readRows(image_.ScanLine(0), -static_cast<std::ptrdiff_t>(pitch), width_, rows_))
+        return false;
+    for (std::size_t row = 0; row < rows_; ++row)
         std::memset(image_.ScanLine(static_cast<int>(row)) + width_, 0xFF, pitch - width_);
     return true;
 }
 
-bool PsdPlanes::checkPlane(std::size_t channel) {
-    bool whole = true;
-    for (std::size_t row = 0; whole && row < rows_; ++row) {
-        const unsigned char* packed = bytesOf(channel, row);
-        whole = packed != nullptr && isPackedRow(packed, packedBytes(channel, row), width_);
-    }
-    windows_[channel].next = windows_[channel].filled = 0;
-    windows_[channel].filePosition = starts_[channel];
-    return whole;
-}
-
-bool PsdPlanes::storeRows(std::size_t first, std::size_t end) {
-    if (isOnlyRawPlane()) return storeOnlyPlane(first, end);
+bool PsdPlanes::storeRows() {
+    if (isOnlyRawPlane()) return storeOnlyPlane();
     const std::size_t used = width_ * channels_;
     const std::size_t fill = image_.GetPitch() - used;
-    for (std::size_t row = first; row < end; ++row) {
+    for (std::size_t row = 0; row < rows_; ++row) {
         const unsigned char* planes[4] = {};
         for (std::size_t channel = 0; channel < channels_; ++channel) {
             planes[channel] = rowOf(channel, row);

@@ -23,14 +23,11 @@ public:
 
     // Whether the file holds all planes and there is memory to read them side by side.
     bool prepare();
-    // Whether every packed row of a plane unpacks.
-    bool checkPlane(std::size_t channel);
-    // Stores the rows from `first` up to `end`, in order; the bytes behind each row become 0xFF. False when one
-    // does not unpack.
-    bool storeRows(std::size_t first, std::size_t end);
+    // Stores all rows; the bytes behind each become 0xFF. False when one does not unpack.
+    bool storeRows();
 
-    // Where a plane begins; that of the number of channels is the end of the last one.
-    std::int64_t start(std::size_t channel) const { return starts_[channel]; }
+    // The end of the last plane.
+    std::int64_t end() const { return starts_[channels_]; }
 
 private:
     // A part of one plane's bytes in the file.
@@ -47,7 +44,7 @@ private:
     const unsigned char* bytesOf(std::size_t channel, std::size_t row);
     // The same unpacked; null also when that fails.
     const unsigned char* rowOf(std::size_t channel, std::size_t row);
-    bool storeOnlyPlane(std::size_t first, std::size_t end);
+    bool storeOnlyPlane();
     bool slide(Window& window, std::size_t channel, std::size_t wanted);
 
     PsdReader& reader_;

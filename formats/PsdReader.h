@@ -33,7 +33,7 @@ public:
     // Rows to where they belong (dib/File.h); false when the file ends inside.
     bool readRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows);
 
-    // Numbers: false when the file ends inside, whose missing bytes count as 0.
+    // Numbers: false when the file ends inside. Missing bytes then count as 0.
     bool read8(std::uint8_t& out);
     bool read16(std::uint16_t& out);
     bool read32(std::uint32_t& out);

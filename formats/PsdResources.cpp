@@ -41,7 +41,7 @@ int thumbnailNumber(const unsigned char* p) {
 }  // namespace
 
 bool DibPSDLoader::LoadImageResource() {
-    if (!DoCallback()) return false;
+    if (reader_ == nullptr || !DoCallback()) return false;
     std::uint32_t length = 0;
     if (!reader_->read32(length)) return false;
     const std::int64_t end = reader_->position() + length;

@@ -77,15 +77,17 @@ DIB_EXPORT bool LoadHDR(const wchar_t* path, DibStream* image, DibProgressCallba
 /// Loads the merged picture of a PSD document, version 1, into a bottom-up image. What can be read, how modes
 /// and depths end up in the image, and what a failure leaves is said at `DibPSDLoader`
 /// (DibPSDLoader.h), which also reads layers.
-/// @param callback Called at the start of each section and channel with position / file size.
+/// @param callback Called at the start of each section and channel with position / file size. From the second call
+///                 on the image holds the channels stored so far and 0xFF elsewhere.
 /// @return False with `ErrorCode`
 /// - 3 when the file cannot be opened, 6 when it has no PSD signature, 7 for another version, mode or depth:
 ///   the image is kept;
 /// - 2 when the picture cannot exist or memory for it is short: the image is empty;
 /// - 6 when a resource has no signature or the picture data is of an unknown compression or missing;
-/// - unchanged when the file ends early or is damaged elsewhere, or the callback cancelled.
+/// - unchanged when the file ends early or is damaged elsewhere, or the callback cancelled, emptied the image or
+///   replaced it.
 ///
-/// In the last two cases the image has the document's size: the rows that were read, the rest 0xFF.
+/// Unless the callback changed the image, in the last two cases the image has the document's size: the rows that were read, the rest 0xFF.
 DIB_EXPORT bool LoadPSD(const char* path, DibStream* dib, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback callback, void* user);

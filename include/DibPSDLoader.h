@@ -63,9 +63,9 @@ struct PSDLayerInfo {
     PSDLayerInfo(const PSDLayerInfo&) = delete;
     PSDLayerInfo& operator=(const PSDLayerInfo&) = delete;
     /// Takes the name over.
-    PSDLayerInfo(PSDLayerInfo&& other) noexcept;
+    DIB_EXPORT PSDLayerInfo(PSDLayerInfo&& other) noexcept;
     /// Takes the name over.
-    PSDLayerInfo& operator=(PSDLayerInfo&& other) noexcept;
+    DIB_EXPORT PSDLayerInfo& operator=(PSDLayerInfo&& other) noexcept;
 };
 
 /// The pictures of one layer; holds one reference to each.
@@ -79,9 +79,9 @@ struct PSDLayerImage {
     PSDLayerImage(const PSDLayerImage&) = delete;
     PSDLayerImage& operator=(const PSDLayerImage&) = delete;
     /// Takes the references over.
-    PSDLayerImage(PSDLayerImage&& other) noexcept;
+    DIB_EXPORT PSDLayerImage(PSDLayerImage&& other) noexcept;
     /// Takes the references over.
-    PSDLayerImage& operator=(PSDLayerImage&& other) noexcept;
+    DIB_EXPORT PSDLayerImage& operator=(PSDLayerImage&& other) noexcept;
 };
 
 /// Reads PSD documents, version 1: bitmap with 1 bit per channel; grey, RGB and CMYK with 8, 16 or 32 bits;
@@ -122,6 +122,9 @@ public:
     /// the caller. Layers stay.
     DIB_EXPORT void InitVariable();
     /// Progress: called once per section, per layer and per channel with position / file size.
+    ///
+    /// At each call the target holds the channels stored so far and 0xFF elsewhere, so it can be shown while it
+    /// loads. A callback that empties or replaces the target's blocks ends the load, which then returns false.
     DIB_EXPORT void SetCallback(DibProgressCallback callback, void* user);
     /// Where a diagnostic text is written during loads; null (the default) for nowhere. Not owned.
     DIB_EXPORT void SetLog(std::FILE* log);
@@ -144,7 +147,8 @@ public:
     ///           short, or the callback cancelled.
     ///
     /// Before the header is accepted the target is left alone; afterwards it holds a picture of the
-    /// document's size with the rows that were stored before the failure, the rest 0xFF.
+    /// document's size with the rows that were stored before the failure, the rest 0xFF. A load that is started
+    /// by the callback of another load of the same loader fails.
     ///
     /// A load handles at most 64 MiB plus 1024 bytes of pixels per byte of file; no document that really
     /// holds its pixels comes near that, and one that exceeds it fails.
@@ -197,29 +201,34 @@ public:
     /// Does nothing: CMYK pictures stay as they are stored.
     DIB_EXPORT void ConvertCMYKToRGB(DibStream* dib);
 
-    /// @name Steps of a load, in file order; not exported
+    /// @name Steps of a load, in file order
+    ///
+    /// Each starts at the current position of the file and returns false when it cannot be read or the callback
+    /// cancels. They work while a load runs, that is, when its callback calls them, and return false otherwise.
     /// @{
 
-    /// The header, judged.
-    bool LoadHeader();
-    /// The palette, into the colour table of an 8-bit target; anything else is skipped.
-    bool LoadColorModeData();
-    /// The resources, which are only logged.
-    bool LoadImageResource();
-    /// The layers where they are enabled, else nothing of the section.
-    bool LoadLayerMaskInfo();
-    /// The channels of a picture, one per id, into `dib` (null drops them). A mask becomes an 8-bit picture of
-    /// its own at the end of `extra`, where that is given.
-    bool LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
-                       const std::vector<PSD_CHANNEL_ID>& ids);
-    /// Whether `count` bytes could be read.
-    bool Read(unsigned char* buffer, int count);
-    /// A text behind its length byte, padded to a multiple of `unit`; `out` is the caller's, to be freed.
-    bool ReadPString(char*& out, int unit);
-    /// A PackBits row of `count` bytes from `packedSize` bytes of the file.
-    bool DecodeRLE(unsigned char* out, int count, int packedSize);
-    /// Reports the position in the file; false when cancelled.
-    bool DoCallback();
+    /// Reads and checks the header.
+    DIB_EXPORT bool LoadHeader();
+    /// Reads a palette into the colour table of an 8-bit target; skips anything else.
+    DIB_EXPORT bool LoadColorModeData();
+    /// Reads the resources, which are only logged.
+    DIB_EXPORT bool LoadImageResource();
+    /// Reads the layers if they are enabled; otherwise skips the section.
+    DIB_EXPORT bool LoadLayerMaskInfo();
+    /// Reads a compression word and one channel per id into `dib` (null drops them).
+    /// @param extra Each mask becomes an 8-bit picture at the end of this list, which holds its reference; null
+    ///              reads masks and drops them.
+    DIB_EXPORT bool LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
+                                  const std::vector<PSD_CHANNEL_ID>& ids);
+    /// Reads `count` bytes; below 1 nothing, which succeeds.
+    DIB_EXPORT bool Read(unsigned char* buffer, int count);
+    /// Reads a length byte and its text, padded together to a multiple of `unit` (1 to 4) bytes.
+    /// @param out The text, to be freed by the caller, also after a failure; kept when no text was allocated.
+    DIB_EXPORT bool ReadPString(char*& out, int unit);
+    /// Decodes a PackBits row of `count` bytes from `packedSize` bytes of the file.
+    DIB_EXPORT bool DecodeRLE(unsigned char* out, int count, int packedSize);
+    /// Calls the callback with position / file size, 0 outside a load; true without a callback.
+    DIB_EXPORT bool DoCallback();
     /// @}
 
 private:
@@ -234,19 +243,12 @@ private:
         std::uint16_t mode;
     };
 
-    // How far the channels of a picture are when they are gone through one by one.
-    struct ChannelProgress {
-        std::size_t stored = 0;  // are in the image
-        std::size_t told = 0;    // were reported to the callback
-        bool cancelled = false;  // the callback said no to the one after those
-    };
-
     template <class Path>
     bool LoadPath(const Path* path);
     bool LoadSections();
     bool CreateTarget();
     void FillTarget();
-    ChannelProgress StorePlanes(DibStream& image, std::size_t channels, const unsigned char* packedLengths);
+    bool StorePlanes(DibStream& image, std::size_t channels, const unsigned char* packedLengths);
     void DropDocument();
     void LogResource(int id, const unsigned char* data, std::uint32_t size) const;
     bool LoadLayerRecord(int index, std::vector<std::uint32_t>& channelLengths);

@@ -319,6 +319,26 @@ TEST(PsdLoader, FilesThatCannotBeOpened) {
     EXPECT_FALSE(LoadPSD("/nonexistent/x.psd", nullptr, nullptr, nullptr));
 }
 
+TEST(PsdLoader, NullPathsCannotBeOpened) {
+    const char* narrow = nullptr;
+    const wchar_t* wide = nullptr;
+    const DibPtr image = testing_support::blankImage(2, 2, 24);
+    image->ErrorCode = kUntouched;
+    DibPSDLoader loader(image.get());
+    EXPECT_FALSE(loader.Load(narrow));
+    EXPECT_FALSE(loader.Load(wide));
+    EXPECT_FALSE(loader.Load(static_cast<std::FILE*>(nullptr)));
+    EXPECT_EQ(image->ErrorCode, kUntouched);
+    EXPECT_FALSE(LoadPSD(narrow, image.get(), nullptr, nullptr));
+    EXPECT_EQ(image->ErrorCode, 3);
+    image->ErrorCode = kUntouched;
+    EXPECT_FALSE(LoadPSD(wide, image.get(), nullptr, nullptr));
+    EXPECT_EQ(image->ErrorCode, 3);
+    EXPECT_FALSE(LoadPSD(narrow, nullptr, nullptr, nullptr));
+    EXPECT_FALSE(LoadPSD(wide, nullptr, nullptr, nullptr));
+    EXPECT_TRUE(testing_support::sameImage(*image, *testing_support::blankImage(2, 2, 24)));
+}
+
 TEST(PsdLoader, WithoutTargetItMakesItsOwn) {
     PsdDocument document;
     document.addLayer({0, 0, 2, 3}, {0, 1, 2});

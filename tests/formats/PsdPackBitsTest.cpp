@@ -1,6 +1,4 @@
 // PackBits rows and what is said about damaged ones.
-#include "formats/PsdPackBits.h"
-
 #include "tests/formats/PsdTest.h"
 
 namespace {
@@ -40,24 +38,6 @@ TEST(PsdPackBits, RowsOfTheWrongLength) {
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 1, 1}, false), "invalid load bytes 1/3\n");
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 0xFF}, false), "invalid load bytes 1/3\n");
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 0x80}, false), "invalid load bytes 1/3\n");
-}
-
-TEST(PsdPackBits, RowsAreFoundWholeWhenTheyUnpack) {
-    testing_support::Random random(5);
-    int whole = 0;
-    for (int round = 0; round < 20000; ++round) {
-        Bytes packed(static_cast<std::size_t>(random.between(0, 9)));
-        // Short packets, so that some rows are whole.
-        for (unsigned char& byte : packed) byte = static_cast<unsigned char>(random.between(-3, 4));
-        if (random.between(0, 9) == 0) packed.push_back(0x80);
-        for (std::size_t count = 0; count < 8; ++count) {
-            Bytes out(count + 1);
-            const bool unpacks = formats::unpackRow(packed.data(), packed.size(), out.data(), count);
-            ASSERT_EQ(formats::isPackedRow(packed.data(), packed.size(), count), unpacks);
-            whole += unpacks ? 1 : 0;
-        }
-    }
-    EXPECT_GT(whole, 1000);
 }
 
 // Whatever is wrong with a packed document, a callback changes neither the picture nor what is said; it hears of

@@ -92,6 +92,33 @@ TEST(PsdSteps, ReadingNothingSucceeds) {
     });
 }
 
+TEST(PsdSteps, FailOutsideALoad) {
+    DibPSDLoader loader;
+    const auto check = [&] {
+        EXPECT_FALSE(loader.LoadHeader());
+        EXPECT_FALSE(loader.LoadColorModeData());
+        EXPECT_FALSE(loader.LoadImageResource());
+        EXPECT_FALSE(loader.LoadLayerMaskInfo());
+        EXPECT_FALSE(loader.LoadImageData(nullptr, nullptr, {}));
+        unsigned char bytes[4] = {};
+        EXPECT_TRUE(loader.Read(bytes, 0));
+        EXPECT_FALSE(loader.Read(bytes, 1));
+        char* text = nullptr;
+        EXPECT_FALSE(loader.ReadPString(text, 2));
+        EXPECT_EQ(text, nullptr);
+        EXPECT_FALSE(loader.DecodeRLE(bytes, 1, 2));
+        EXPECT_TRUE(loader.DoCallback());
+        ProgressLog progress;
+        loader.SetCallback(ProgressLog::callback, &progress);
+        EXPECT_TRUE(loader.DoCallback());
+        EXPECT_EQ(progress.fractions, std::vector<float>{0});
+        loader.SetCallback(nullptr, nullptr);
+    };
+    check();
+    EXPECT_TRUE(loader.Load(testing_support::openBytes(PsdDocument().bytes()).get()));
+    check();
+}
+
 TEST(PsdSteps, PackBitsRowsConsumeWhatTheyUnpack) {
     const std::string log =
         runSteps({0x80, 1, 7, 8, 0xFF, 9, 55, 0, 4, 2, 1, 2, 3, 66}, [](DibPSDLoader& loader) {
@@ -227,6 +254,48 @@ TEST(PsdSteps, MaskAndRangeLengthsPlaceWhatFollows) {
         EXPECT_EQ(layer->channelBlendRanges[0].sourceLow, length == 8 ? 0x0361 : 0x0809);
         EXPECT_STREQ(layer->name, "abc");
     }
+}
+
+TEST(PsdSteps, FieldsBehindTheEndOfTheFileKeepTheirValues) {
+    // Two channels, then ranges of 24 bytes of which the file holds only the first.
+    ByteWriter record = recordStart(2);
+    record.be32(100).be32(0).be32(24);
+    for (unsigned value = 1; value <= 12; ++value) record.be16(100 * value);
+    const Bytes whole = layerFile(record.bytes);
+    const std::size_t ranges = 26 + 4 + 4 + 4 + 4 + 2 + record.bytes.size() - 24;
+    const auto cutAfter = [&](std::size_t bytes) {
+        return Load(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(ranges + bytes)), true);
+    };
+    const auto values = [](const PSDLayerInfo::BLEND_RANGE& range) {
+        return std::vector<int>{range.sourceLow, range.sourceHigh, range.destinationLow,
+                                range.destinationHigh};
+    };
+    const std::vector<int> untouched = {0, 65535, 0, 65535};
+    for (std::size_t bytes = 0; bytes <= 24; ++bytes) {
+        const Load load = cutAfter(bytes);
+        EXPECT_FALSE(load.result);
+        const PSDLayerInfo* layer = load.loader.GetLayerInfo(0);
+        std::vector<int> read = values(layer->grayBlendRange);
+        ASSERT_EQ(layer->channelBlendRanges.size(), 2U);
+        for (const auto& range : layer->channelBlendRanges)
+            for (const int value : values(range)) read.push_back(value);
+        for (std::size_t i = 0; i < 12; ++i) {
+            const int expected = 2 * i + 2 <= bytes ? 100 * (static_cast<int>(i) + 1) : untouched[i % 4];
+            EXPECT_EQ(read[i], expected) << i << " cut after " << bytes;
+        }
+    }
+    EXPECT_NE(cutAfter(11).log.find("Layer[0].GrayBlendDest: 300, 400\n"
+                                    "Layer[0].Channel[0].BlendSource: 500, 65535\n"
+                                    "Layer[0].Channel[0].BlendDest: 0, 65535\n"
+                                    "Layer[0].Channel[1].BlendSource: 0, 65535\n"),
+              std::string::npos);
+    // Without their length there are no ranges; half a field counts as none of it.
+    const Load noRanges(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(ranges - 4)), true);
+    EXPECT_TRUE(noRanges.loader.GetLayerInfo(0)->channelBlendRanges.empty());
+    EXPECT_EQ(values(noRanges.loader.GetLayerInfo(0)->grayBlendRange), untouched);
+    const Bytes withTop = layerFile(Bytes(2, 0x12));
+    const Load halfTop(Bytes(withTop.begin(), withTop.begin() + 26 + 4 + 4 + 4 + 4 + 2 + 2), true);
+    EXPECT_EQ(halfTop.loader.GetLayerInfo(0)->top, 0);
 }
 
 TEST(PsdSteps, MaskRectanglesWhoseDifferenceIsNoInt) {
