@@ -16,6 +16,14 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
 
+# Files that replace others; what the library and the program dib share beside the public headers.
+file(GLOB file_sources CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/files/posix/*.cpp
+    ${PROJECT_SOURCE_DIR}/files/${DIB_PLATFORM}/*.cpp)
+add_library(dib_files OBJECT ${file_sources})
+dib_library_settings(dib_files)
+target_include_directories(dib_files PUBLIC ${PROJECT_SOURCE_DIR})
+
 # The platform's own image formats.
 add_library(dib_image_libraries INTERFACE)
 if(NOT APPLE)
@@ -37,7 +45,7 @@ add_library(dibstream SHARED)
 add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
-target_link_libraries(dibstream PRIVATE dibstream_objects VexLibs $<BUILD_INTERFACE:dib_image_libraries>)
+target_link_libraries(dibstream PRIVATE dibstream_objects dib_files VexLibs $<BUILD_INTERFACE:dib_image_libraries>)
 if(APPLE)
     target_link_libraries(dibstream PRIVATE
         "-framework AppKit" "-framework Foundation" "-framework CoreGraphics" "-framework CoreFoundation")
@@ -57,5 +65,6 @@ set_target_properties(dibstream PROPERTIES
 if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
-    target_link_libraries(dibstream_internal PUBLIC dibstream_objects VexLibs_internal dib_image_libraries ${CMAKE_DL_LIBS})
+    target_link_libraries(dibstream_internal PUBLIC
+        dibstream_objects dib_files VexLibs_internal dib_image_libraries ${CMAKE_DL_LIBS})
 endif()

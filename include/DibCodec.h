@@ -179,9 +179,10 @@ DIB_EXPORT bool LoadPNG(const wchar_t* path, DibStream* image, DibProgressCallba
 /// Saves a PNG file of 32 bits with straight alpha, other depths converted by `ChangeBpp(32, 0)` (so opaque). The
 /// image is not changed.
 ///
-/// The file is written beside the place where it belongs and put there when it is whole: a save that fails leaves an
-/// older file as it was. A link to a file is followed, the rights of the older file are kept.
-/// @return False when there are no pixels, memory is short or the file cannot be written.
+/// The file is written under another name in the same folder and renamed when it is complete, so a save that fails leaves
+/// an older file as it was. A link to a file is followed. Owner, group, mode and extended attributes of the older file are
+/// kept as far as the system permits; set-user-ID and set-group-ID bits only with the same owner and group.
+/// @return False when there are no pixels, memory is short, or the file is protected or cannot be written.
 DIB_EXPORT bool SavePNG(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool SavePNG(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <new>
 
+#include "files/ReplacedFile.h"
 #include "formats/linux/ImageFiles.h"
-#include "formats/linux/ReplacedFile.h"
 
 namespace formats {
 
@@ -51,8 +51,11 @@ public:
         try {
             const VexAnsiString name = path.toUtf8String();
             if (name.empty()) return false;
-            ReplacedFile file(name.c_str());
-            return file.get() != nullptr && writer_(file.get(), picture_) && file.commit();
+            files::ReplacedFile replaced(name.c_str());
+            dib::FilePtr file(::fdopen(replaced.descriptor().number(), "wb"));
+            if (file == nullptr) return false;
+            replaced.descriptor().take();
+            return writer_(file.get(), picture_) && dib::closeWritten(std::move(file)) && replaced.commit();
         } catch (const std::bad_alloc&) {
             return false;
         }

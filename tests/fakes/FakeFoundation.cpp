@@ -1,6 +1,7 @@
 #include "tests/fakes/FakeFoundation.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <copyfile.h>
 
 struct __CFURL : FakeObject {};
 struct __CFString : FakeObject {};
@@ -84,4 +85,12 @@ void* CFBundleGetFunctionPointerForName(CFBundleRef of, CFStringRef text) {
 void CFRelease(CFTypeRef object) {
     record("CFRelease", nameOf(object));
     released(object);
+}
+
+int fcopyfile(int from, int to, copyfile_state_t state, copyfile_flags_t flags) {
+    const std::string what = std::string((flags & COPYFILE_ACL) != 0 ? "access list " : "") +
+                             ((flags & COPYFILE_XATTR) != 0 ? "attributes" : "");
+    const bool succeeds = record("fcopyfile", std::to_string(from) + ", " + std::to_string(to) + ", " +
+                                                  (state == nullptr ? "stateless" : "?") + ", " + what);
+    return succeeds ? 0 : -1;
 }
