@@ -12,7 +12,7 @@
 
 #include "effects/BoxMean.h"
 #include "effects/EffectFrame.h"
-#include "effects/SourceRows.h"
+#include "effects/RollingCopy.h"
 
 namespace {
 
@@ -247,7 +247,7 @@ private:
     int radius_;
     unsigned int flags_;
     dib::BoxMean mean_;
-    dib::SourceRows source_;
+    dib::RollingCopy source_;
     std::size_t channels_ = 0;
     bool isWords_ = false;
     std::size_t width_ = 0;

@@ -13,7 +13,7 @@
 #include "effects/EffectFrame.h"
 #include "effects/RankPixels.h"
 #include "effects/RankWindow.h"
-#include "effects/SourceRows.h"
+#include "effects/RollingCopy.h"
 
 namespace {
 
@@ -152,7 +152,7 @@ private:
     Span spanX_;
     Span spanY_;
     bool wrapX_;
-    dib::SourceRows sourceRows_;
+    dib::RollingCopy sourceRows_;
     dib::RankRow padded_;
     dib::RankRow scratch_;
     dib::RankRow winners_;

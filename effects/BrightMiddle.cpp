@@ -20,7 +20,7 @@ constexpr std::int64_t kLongestSide = 46340;
 template <class Filter, class... Arguments>
 bool runMiddle(const dib::Progress& progress, DibStream& image, const dib::Raster& raster,
                Arguments... arguments) {
-    const dib::WorkingCopy copy(image);
+    const dib::FullCopy copy(image);
     if (!copy.ready()) return false;
     std::optional<Filter> filter;
     try {

@@ -14,7 +14,7 @@
 
 #include "dib/Kernels.h"
 #include "effects/EffectFrame.h"
-#include "effects/SourceRows.h"
+#include "effects/RollingCopy.h"
 
 namespace dib {
 
@@ -87,7 +87,7 @@ public:
 
 private:
     unsigned int flags_;
-    SourceRows source_;
+    RollingCopy source_;
     int width_ = 0;
     int height_ = 0;
 };

@@ -1,5 +1,26 @@
-// What every effect shares: judging the image, the working copy, edges, and the loop over rows that reports
-// progress. An effect adds its parameter check and its pixel rule.
+// What every effect shares: admitting the image, the unchanged source of a filter, edges, and the loop over
+// rows that reports progress. An effect adds its parameter check and its pixel rule.
+//
+// What an effect reads decides its source and how it treats positions outside the image:
+//
+//   effect                     | reads               | source                  | edges
+//   ---------------------------|---------------------|-------------------------|--------------------------------
+//   reverse, gamma, contrast,  | the pixel itself    | the image               | none
+//   noise, colour noise        |                     |                         |
+//   mosaic                     | the rows of a block | the image: a block is   | blocks are cut
+//                              |                     | read before it is drawn |
+//   compose                    | the second image    | the image               | stretched or tiled
+//   light blur, light sharpen, | four neighbours     | RollingCopy: two rows   | getLoopY by row; the first and
+//   edges                      |                     | stay in the cache       | last pixel of a row apart
+//   box blur                   | columns entering    | RollingCopy: the square | rows by EdgeAxis::at; column
+//                              | and leaving         | above the row           | sums are padded
+//   Gaussian blur, brightest,  | every row once, as  | RollingCopy: only the   | rows by EdgeAxis::at; their
+//   darkest                    | it enters           | first rows, if y wraps  | own rows are padded
+//   middle                     | pixels of the whole | FullCopy: the pixel     | EdgeWindow: pixels with their
+//                              | square              | found is read again     | number of visits
+//   diffuse                    | any pixel around    | FullCopy                | getLoopX, getLoopY by pixel
+//   rotate, ripple, wave,      | any position        | FullCopy                | the sampler's, by position
+//   whirl, motion blur, emboss |                     |                         |
 #ifndef EFFECTS_EFFECT_FRAME_H
 #define EFFECTS_EFFECT_FRAME_H
 
@@ -13,31 +34,16 @@
 #include <utility>
 
 #include "dib/Depths.h"
-#include "dib/ImageSize.h"
+#include "dib/EdgeAxis.h"
 #include "dib/Memory.h"
+#include "dib/Raster.h"
 
 namespace dib {
 
-// The rows of an image, counted from the top of the picture.
-struct Raster {
-    unsigned char* top = nullptr;
-    std::ptrdiff_t rowStep = 0;  // to the next row down the picture
-    int width = 0;
-    int height = 0;
-    int bitCount = 0;
-    std::size_t rowBytes = 0;  // pitch
-
-    bool hasPixels() const { return width > 0 && height > 0; }
-    unsigned char* row(std::ptrdiff_t y) const { return top + y * rowStep; }
-    // Bytes of a row that hold pixels; above 4 bits per pixel no byte is shared with row fill.
-    std::size_t pixelBytes() const {
-        return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) + 7) / 8;
-    }
-};
-
-// Whether an effect may work on an image; false for null, a missing block and sizes that cannot exist.
-// `raster` is filled when it may.
-bool admitImage(DibStream* image, Raster& raster);
+// Views the image that an effect works on. False for null, a missing block and sizes that cannot exist.
+inline bool admitImage(DibStream* image, Raster& raster) {
+    return image != nullptr && viewRows(*image, raster);
+}
 
 // The same for an effect that accepts these depths only.
 template <class... Depths>
@@ -53,12 +59,12 @@ RowTable initRow(DibStream& image);
 // A copy of an image whose error code stays what it was. Null when memory is short.
 std::unique_ptr<DibStream> cloneOf(DibStream& image);
 
-// An unchanged copy that an effect reads while it writes the image itself, with the copy's rows.
-class WorkingCopy {
+// The unchanged image as a copy of all its rows, for effects that read rows above and below in any order.
+class FullCopy {
 public:
-    // Makes the copy of an admitted image.
-    explicit WorkingCopy(DibStream& image);
-    // Whether memory sufficed; nothing else may be called when it did not.
+    // Copies an admitted image.
+    explicit FullCopy(DibStream& image);
+    // False when memory was short; nothing else may then be called.
     bool ready() const { return rows_ != nullptr; }
 
     DibStream& image() const { return *copy_; }
@@ -70,24 +76,34 @@ private:
     RowTable rows_;
 };
 
-// Positions of an integer-coordinate effect, brought into 0 to size - 1 by clamping or wrapping; exact for
-// every `int`. An axis without pixels gives 0 when it wraps.
-int getLoopX(int x, int width, unsigned int flags);
-int getLoopY(int y, int height, unsigned int flags);
+// The axes of an image with the edge rules of an effect's flags.
+inline EdgeAxis axisX(const Raster& image, unsigned int flags) {
+    return {image.width, (flags & DIB_WRAP_X) != 0};
+}
+inline EdgeAxis axisY(const Raster& image, unsigned int flags) {
+    return {image.height, (flags & DIB_WRAP_Y) != 0};
+}
 
-// The resolved positions from -before to size - 1 + after of one axis: resolved[i] is the position of i -
-// before. Built once per image, so that no tap of a neighbourhood resolves its own edge. Null when memory is
-// short.
+// The pixel that a position of an integer-coordinate effect reads, exact for every `int`. An axis without
+// pixels gives 0 when it wraps.
+inline int getLoopX(int x, int width, unsigned int flags) {
+    return EdgeAxis{width, (flags & DIB_WRAP_X) != 0}.at(x);
+}
+inline int getLoopY(int y, int height, unsigned int flags) {
+    return EdgeAxis{height, (flags & DIB_WRAP_Y) != 0}.at(y);
+}
+
+// The pixels that the positions -before to width - 1 + after read: columns[i] is that of position i - before.
+// Null when memory is short.
 using EdgeTable = MallocPtr<int>;
 EdgeTable edgeColumns(int width, int before, int after, unsigned int flags);
-EdgeTable edgeRows(int height, int before, int after, unsigned int flags);
 
-// The caller's progress callback.
+// The progress callback of the caller.
 struct Progress {
     DibProgressCallback callback;
     void* user;
 
-    // Whether the work goes on after `done` of `total` rows.
+    // Reports `done` of `total` rows. False when the caller cancels.
     bool report(std::int64_t done, int total) const {
         return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
     }
@@ -105,7 +121,7 @@ bool forEachRow(const Progress& progress, int height, const RowRule& rowRule) {
 
 // An effect that computes each row from an unchanged copy of the image. `Filter` has
 //
-//     bool prepare(const WorkingCopy& source, const Raster& image);  // tables; false when memory is short
+//     bool prepare(const FullCopy& source, const Raster& image);  // tables; false when memory is short
 //     template <class Depth>
 //     void row(unsigned char* out, int y);                           // row y of the image
 template <class... Depths, class Filter>
@@ -113,8 +129,8 @@ bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
     Raster raster;
     if (!admitImage<Depths...>(image, raster)) return false;
     if (raster.height == 0) return true;
-    const WorkingCopy source(*image);
-    // Declared behind the copy that it points into, so that it never outlives it.
+    const FullCopy source(*image);
+    // Declared after `source`, so destroyed before it.
     std::decay_t<Filter> filter(std::forward<Filter>(request));
     if (!source.ready() || !filter.prepare(source, raster)) return false;
     return withDepth<Depths...>(raster.bitCount, [&](auto depth) {
@@ -126,11 +142,11 @@ bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
     });
 }
 
-// An effect that keeps what it needs of the rows it overwrites by itself. `Filter` has
+// An effect that itself keeps what it needs of the rows it overwrites, mostly in a RollingCopy. `Filter` has
 //
 //     bool prepare(const Raster& image);            // false when memory is short
 //     template <class Depth>
-//     void row(unsigned char* out, int y);          // row y of the image, which still is as it was
+//     void row(unsigned char* out, int y);          // row y of the image, still unchanged
 template <class... Depths, class Filter>
 bool filterInPlace(const Progress& progress, DibStream* image, Filter&& filter) {
     Raster raster;
@@ -143,8 +159,8 @@ bool filterInPlace(const Progress& progress, DibStream* image, Filter&& filter) 
     });
 }
 
-// An effect that changes each pixel by itself. `rowRule(depth, row, width)` changes the pixels of one row, in
-// which `decltype(depth)` is the depth type.
+// An effect that changes each pixel by itself. `rowRule(depth, row, width)` changes the pixels of one row;
+// `decltype(depth)` is the depth type.
 template <class... Depths, class RowRule>
 bool changePixels(const Progress& progress, DibStream* image, const RowRule& rowRule) {
     Raster raster;

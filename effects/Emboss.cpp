@@ -24,7 +24,7 @@ public:
           scale_(strength / static_cast<float>(distance)),
           flags_(flags) {}
 
-    bool prepare(const dib::WorkingCopy& copy, const dib::Raster& image) {
+    bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {
         channels_ = dib::allocateArray<std::uint32_t>(static_cast<std::size_t>(image.width) * 4 + 1);
         return channels_ != nullptr && taps_.prepare(copy, image, flags_);
     }

@@ -17,7 +17,7 @@
 #include "effects/EffectFrame.h"
 #include "effects/GaussianKernel.h"
 #include "effects/GaussianRows.h"
-#include "effects/SourceRows.h"
+#include "effects/RollingCopy.h"
 
 namespace {
 
@@ -246,7 +246,7 @@ private:
 
     const dib::GaussianKernel& kernel_;
     unsigned int flags_;
-    dib::SourceRows source_;
+    dib::RollingCopy source_;
     int reach_ = 0;
     int height_ = 0;
     std::size_t width_ = 0;

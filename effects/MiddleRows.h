@@ -14,7 +14,7 @@ namespace dib {
 class MiddleRows {
 public:
     // Throws std::bad_alloc.
-    MiddleRows(const DibStream& image, const WorkingCopy& copy, const Raster& rows)
+    MiddleRows(const DibStream& image, const FullCopy& copy, const Raster& rows)
         : raster(rows),
           // The weights of blue and red in a colour table are exchanged here; this filter has always ranked
           // so.
@@ -48,7 +48,7 @@ public:
     std::vector<std::uint32_t> chosen;
 
 private:
-    const WorkingCopy& copy_;
+    const FullCopy& copy_;
     std::vector<std::uint32_t> values_;
     std::vector<std::int32_t> brightness_;
 };

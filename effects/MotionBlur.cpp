@@ -13,7 +13,7 @@ public:
         divisor_ = static_cast<std::int32_t>(total) / 2;
     }
 
-    bool prepare(const dib::WorkingCopy& copy, const dib::Raster& image) {
+    bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {
         return taps_.prepare(copy, image, flags_);
     }
 

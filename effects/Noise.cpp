@@ -130,7 +130,7 @@ class Scatter {
 public:
     Scatter(int radius, unsigned int flags) : radius_(radius), flags_(flags), remainder_(sideOf(radius)) {}
 
-    bool prepare(const dib::WorkingCopy& copy, const dib::Raster& image) {
+    bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {
         rows_ = copy.rows();
         width_ = image.width;
         height_ = image.height;

@@ -10,8 +10,8 @@
 
 namespace dib {
 
-SlidingMiddle::SlidingMiddle(const DibStream& image, const WorkingCopy& copy, const Raster& raster,
-                             int radius, unsigned int flags)
+SlidingMiddle::SlidingMiddle(const DibStream& image, const FullCopy& copy, const Raster& raster, int radius,
+                             unsigned int flags)
     : rows_(image, copy, raster),
       radius_(radius),
       axisX_(radius, raster.width, (flags & DIB_WRAP_X) != 0),

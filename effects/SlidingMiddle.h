@@ -39,7 +39,7 @@ private:
 class SlidingMiddle {
 public:
     // Throws std::bad_alloc.
-    SlidingMiddle(const DibStream& image, const WorkingCopy& copy, const Raster& raster, int radius,
+    SlidingMiddle(const DibStream& image, const FullCopy& copy, const Raster& raster, int radius,
                   unsigned int flags);
 
     void writeRow(int y);

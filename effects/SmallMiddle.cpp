@@ -7,7 +7,7 @@
 
 namespace dib {
 
-SmallMiddle::SmallMiddle(const DibStream& image, const WorkingCopy& copy, const Raster& raster, int radius,
+SmallMiddle::SmallMiddle(const DibStream& image, const FullCopy& copy, const Raster& raster, int radius,
                          unsigned int flags)
     : rows_(image, copy, raster),
       radius_(radius),

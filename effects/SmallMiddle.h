@@ -18,7 +18,7 @@ public:
     static constexpr int kLargestRadius = (kLongestRankSide - 1) / 2;
 
     // Throws std::bad_alloc.
-    SmallMiddle(const DibStream& image, const WorkingCopy& copy, const Raster& raster, int radius,
+    SmallMiddle(const DibStream& image, const FullCopy& copy, const Raster& raster, int radius,
                 unsigned int flags);
 
     void writeRow(int y);

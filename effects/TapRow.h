@@ -14,7 +14,7 @@ namespace dib {
 
 class TapRow {
 public:
-    bool prepare(const WorkingCopy& copy, const Raster& image, unsigned int flags) {
+    bool prepare(const FullCopy& copy, const Raster& image, unsigned int flags) {
         source_ = SampleSource(copy.image());
         flags_ = flags;
         sums_ = allocateArray<std::uint32_t>(static_cast<std::size_t>(image.width) * 4 + 1);

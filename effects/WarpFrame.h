@@ -48,7 +48,7 @@ class Warp {
 public:
     Warp(const Rule& rule, unsigned int flags) : rule_(rule), flags_(flags) {}
 
-    bool prepare(const WorkingCopy& copy, const Raster& image) {
+    bool prepare(const FullCopy& copy, const Raster& image) {
         source_ = SampleSource(copy.image());
         positions_ = allocateArray<float>(static_cast<std::size_t>(image.width) * 2 + 1);
         row_ = {image.width, image.height, 0, positions_.get(), positions_.get() + image.width};

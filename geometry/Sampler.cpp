@@ -8,7 +8,7 @@ template <int Bits>
 std::uint32_t colorAt(DibStream* image, float x, float y, unsigned int flags) {
     if (image == nullptr) return 0;
     const dib::SampleSource source(*image);
-    if (!source.readable) return 0;
+    if (!source.readable()) return 0;
     // The layout is that of `Bits` whatever the depth of the image is. Single bytes stay inside the rows even
     // then; wider pixels would be read past the rows of a shallower image.
     if (Bits > 8 && image->Header->biBitCount < Bits) return 0;

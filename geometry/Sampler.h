@@ -6,66 +6,32 @@
 #include <DibEffect.h>
 #include <DibStream.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "dib/Depths.h"
-#include "dib/ImageSize.h"
+#include "dib/EdgeAxis.h"
 #include "dib/Kernels.h"
+#include "dib/Raster.h"
 
 namespace dib {
 
-// The rows of an image as the samplers see them. `readable` is false, and nothing may be sampled, when a
-// block is missing or the size holds no pixel.
-struct SampleSource {
-    const unsigned char* top = nullptr;  // row 0 of the picture
-    std::ptrdiff_t rowStep = 0;          // to the next row down the picture
-    int width = 0;
-    int height = 0;
+// The rows of an image with its size as floats. Nothing may be sampled unless `readable()`.
+struct SampleSource : Raster {
     float widthReal = 0;
     float heightReal = 0;
-    bool readable = false;
 
     SampleSource() = default;
     explicit SampleSource(const DibStream& image) {
-        if (image.Header == nullptr || image.Buffer == nullptr) return;
-        const BITMAPINFOHEADER& header = *image.Header;
-        const ImageSize size = admitSize(header);
-        if (!size.admitted || header.biWidth == 0 || size.rows == 0) return;
-        const bool bottomUp = header.biHeight > 0;
-        top = image.Buffer + (bottomUp ? (size.rows - 1) * size.rowBytes : 0);
-        rowStep = static_cast<std::ptrdiff_t>(size.rowBytes) * (bottomUp ? -1 : 1);
-        width = header.biWidth;
-        height = static_cast<int>(size.rows);
+        if (!viewRows(image, *this)) return;
         widthReal = static_cast<float>(width);
         heightReal = static_cast<float>(height);
-        readable = true;
     }
 
-    const unsigned char* row(std::ptrdiff_t y) const { return top + y * rowStep; }
+    // False when a block is missing or the size holds no pixel.
+    bool readable() const { return hasPixels(); }
 };
-
-// Brings a coordinate into 0 to size - 1 (clamped), or into 0 to below size (wrapped). The comparisons are
-// written so that NaN, also the NaN that fmodf makes of an infinity, ends at 0.
-DIB_ALWAYS_INLINE float clampedPosition(float value, float size) {
-    // Both choices are made unconditionally, so that loops over positions vectorise.
-    const float positive = value >= 0.0F ? value : 0.0F;
-    return positive > size - 1.0F ? size - 1.0F : positive;
-}
-DIB_ALWAYS_INLINE float wrappedPosition(float value, float size) {
-    if (value >= 0.0F) {
-        if (value < size) return value;
-        // Below twice the size the difference is exact and is what fmodf gives.
-        const float rest = value < size + size ? value - size : std::fmod(value, size);
-        return rest >= 0.0F ? rest : 0.0F;
-    }
-    const float back = -value < size ? -value : std::fmod(-value, size);
-    const float wrapped = size - back;
-    return wrapped < size ? wrapped : 0.0F;
-}
 
 // A position on one axis: the pixel at or before it, and how far it lies towards the next one in 1/256.
 struct SamplePosition {

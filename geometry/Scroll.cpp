@@ -5,15 +5,15 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/EdgeAxis.h"
 #include "geometry/BitCopy.h"
 #include "geometry/Canvas.h"
 
 namespace {
 
-std::size_t cyclic(std::int64_t amount, std::int64_t size) {
-    if (size < 1) return 0;
-    const std::int64_t rest = amount % size;
-    return static_cast<std::size_t>(rest < 0 ? rest + size : rest);
+// The amount of a shift, of any int, as one of 0 to size - 1.
+std::size_t cyclic(std::int64_t amount, std::size_t size) {
+    return static_cast<std::size_t>(dib::EdgeAxis{static_cast<int>(size), true}.at(amount));
 }
 
 // Writes rows turned right by some pixels.
@@ -48,10 +48,10 @@ bool DibStream::Scroll(int dx, int dy) {
     const dib::ImageSize size = dib::admitSize(*Header);
     const int depth = Header->biBitCount;
     const std::int64_t downBuffer = Header->biHeight > 0 ? -std::int64_t{dy} : dy;
-    const std::size_t lines = cyclic(downBuffer, static_cast<std::int64_t>(size.rows));
-    const RowTurn turn{size.rowBytes, static_cast<std::size_t>(depth),
-                       static_cast<std::size_t>(Header->biWidth),
-                       dib::isDepth(depth) ? cyclic(dx, Header->biWidth) : 0};
+    const std::size_t lines = cyclic(downBuffer, size.rows);
+    const auto width = static_cast<std::size_t>(Header->biWidth);
+    const RowTurn turn{size.rowBytes, static_cast<std::size_t>(depth), width,
+                       dib::isDepth(depth) ? cyclic(dx, width) : 0};
     if (lines == 0 && turn.shift == 0) return true;
 
     const auto saved = dib::allocateArray<unsigned char>(size.rowBytes);

@@ -58,10 +58,8 @@ TEST(EffectEdges, EachAxisHasItsOwnBitAndOthersAreIgnored) {
 TEST(EffectEdges, TablesHoldWhatTheFunctionsGive) {
     for (const unsigned flags : {0U, 1U, 2U, 3U}) {
         const dib::EdgeTable columns = dib::edgeColumns(5, 12, 9, flags);
-        const dib::EdgeTable rows = dib::edgeRows(5, 12, 9, flags);
         for (int v = -12; v < 5 + 9; ++v) {
             EXPECT_EQ(columns[static_cast<std::size_t>(v + 12)], dib::getLoopX(v, 5, flags)) << v;
-            EXPECT_EQ(rows[static_cast<std::size_t>(v + 12)], dib::getLoopY(v, 5, flags)) << v;
         }
     }
 }

@@ -40,7 +40,7 @@ std::uint32_t inlinedColorAt(const dib::SampleSource& source, float x, float y, 
 }
 std::uint32_t inlinedColorAt(DibStream& image, float x, float y, unsigned int flags) {
     const dib::SampleSource source(image);
-    EXPECT_TRUE(source.readable);
+    EXPECT_TRUE(source.readable());
     switch (image.Header->biBitCount) {
         case 1: return inlinedColorAt<1>(source, x, y, flags);
         case 4: return inlinedColorAt<4>(source, x, y, flags);

@@ -1,6 +1,6 @@
-// The unchanged rows of an image that is filtered in place.
-#ifndef EFFECTS_SOURCE_ROWS_H
-#define EFFECTS_SOURCE_ROWS_H
+// The unchanged rows that a filter still needs while it overwrites the image.
+#ifndef EFFECTS_ROLLING_COPY_H
+#define EFFECTS_ROLLING_COPY_H
 
 #include <cstddef>
 #include <cstring>
@@ -10,10 +10,10 @@
 
 namespace dib {
 
-// An image is overwritten from the top down, so rows further down still are as they were; of those above only
-// the last few are wanted, and where rows wrap around, the first few once more at the end. A copy of these
-// stays in the processor's cache, which one of the whole image does not.
-class SourceRows {
+// An image is overwritten from the top down, so the rows below are still unchanged. Of the rows above a filter
+// needs only the last few, and if y wraps, the first few again at the end. Unlike a full copy, these rows stay
+// in the processor's cache.
+class RollingCopy {
 public:
     // Keeps the last `above` rows and the first `first`. False when memory is short.
     bool prepare(const Raster& image, int above, int first) {
@@ -28,7 +28,7 @@ public:
 
     const unsigned char* row(int y) const { return y < written_ ? slot(y) : image_.row(y); }
 
-    // Puts aside the next row, which is about to be overwritten.
+    // Copies the next row, which is about to be overwritten.
     void keepNext() {
         if (written_ < first_ || ring_ != 0)
             std::memcpy(slot(written_), image_.row(written_), image_.pixelBytes());
