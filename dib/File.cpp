@@ -28,12 +28,16 @@ FilePtr openForReading(const wchar_t* path) { return open(path, L"rb"); }
 FilePtr openForWriting(const char* path) { return open(path, "wb"); }
 FilePtr openForWriting(const wchar_t* path) { return open(path, L"wb"); }
 
+std::int64_t positionIn(std::FILE* file) { return ftello(file); }
+
+bool seekTo(std::FILE* file, std::int64_t position) { return fseeko(file, position, SEEK_SET) == 0; }
+
 std::optional<std::uint64_t> bytesLeft(std::FILE* file) {
-    const long position = std::ftell(file);
+    const std::int64_t position = positionIn(file);
     if (position < 0 || std::fseek(file, 0, SEEK_END) != 0) return {};
-    const long end = std::ftell(file);
+    const std::int64_t end = positionIn(file);
     // Devices and pipes behind a FILE* may claim an end that lies before the position.
-    if (std::fseek(file, position, SEEK_SET) != 0 || end < position) return {};
+    if (!seekTo(file, position) || end < position) return {};
     return static_cast<std::uint64_t>(end - position);
 }
 

@@ -24,6 +24,11 @@ FilePtr openForWriting(const wchar_t* path);
 // Whether the file could be closed: what is still buffered is written then, so an error is a write error.
 inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0; }
 
+// Where an open file stands; negative for a stream that cannot seek.
+std::int64_t positionIn(std::FILE* file);
+// Whether it could be put to a position.
+bool seekTo(std::FILE* file, std::int64_t position);
+
 // Bytes between the current position and the end; nothing for a stream that cannot seek. Readers ask before
 // they allocate what a header announces.
 std::optional<std::uint64_t> bytesLeft(std::FILE* file);

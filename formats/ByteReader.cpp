@@ -1,0 +1,125 @@
+#include "formats/ByteReader.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "dib/File.h"
+
+namespace formats {
+
+ByteReader::ByteReader(std::FILE* file, Buffering buffering)
+    : file_(file), isExact_(buffering == Buffering::kExact), next_(buffer_), end_(buffer_) {
+    const std::int64_t start = isExact_ ? -1 : dib::positionIn(file);
+    canSeek_ = start >= 0;
+    endPosition_ = std::max(start, std::int64_t{0});
+}
+
+void ByteReader::fill(std::size_t wanted) {
+    if (file_ == nullptr || isAtEnd()) return;
+    const std::size_t rest = buffered();
+    std::memmove(buffer_, next_, rest);
+    const std::size_t most = (isExact_ ? std::min(wanted, kBufferBytes) : kBufferBytes) - rest;
+    const std::size_t got = std::fread(buffer_ + rest, 1, most, file_);
+    endPosition_ += static_cast<std::int64_t>(got);
+    next_ = buffer_;
+    end_ = buffer_ + rest + got;
+}
+
+std::size_t ByteReader::copyMore(unsigned char* out, std::size_t bytes) {
+    std::size_t done = 0;
+    while (done < bytes) {
+        // Large parts go straight to where they belong.
+        if (next_ == end_ && bytes - done >= kBufferBytes && file_ != nullptr) {
+            const std::size_t direct = isAtEnd() ? 0 : std::fread(out + done, 1, bytes - done, file_);
+            endPosition_ += static_cast<std::int64_t>(direct);
+            next_ = end_ = buffer_;
+            return done + direct;
+        }
+        const Bytes source = ahead(std::min(bytes - done, kBufferBytes));
+        const std::size_t part = std::min(bytes - done, source.size);
+        if (part == 0) break;
+        std::memcpy(out + done, source.data, part);
+        consume(part);
+        done += part;
+    }
+    return done;
+}
+
+std::size_t ByteReader::readRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
+                                 std::size_t rows) {
+    std::size_t done = 0;
+    if (canSeek_) {
+        if (!dropBuffer(position())) return 0;
+        done = dib::readRows(file_, first, step, rowBytes, rows);
+        endPosition_ += static_cast<std::int64_t>(done);
+        return done;
+    }
+    for (std::size_t row = 0; row < rows && done == row * rowBytes; ++row)
+        done += copy(first + static_cast<std::ptrdiff_t>(row) * step, rowBytes);
+    return done;
+}
+
+bool ByteReader::line(char* out, std::size_t most) {
+    std::size_t length = 0;
+    while (length + 1 < most) {
+        const int next = byte();
+        if (next < 0) break;
+        out[length++] = static_cast<char>(next);
+        if (next == '\n') break;
+    }
+    out[length] = '\0';
+    return length > 0;
+}
+
+bool ByteReader::seek(std::int64_t position) {
+    if (file_ == nullptr) {
+        const std::int64_t inside = std::clamp(position, std::int64_t{0}, size_);
+        end_ = memory_ + size_;
+        next_ = memory_ + inside;
+        endPosition_ = std::max(position, size_);
+        return position >= 0;
+    }
+    // The buffer holds what comes before endPosition_.
+    if (position <= endPosition_ && position >= endPosition_ - (end_ - buffer_)) {
+        next_ = end_ - (endPosition_ - position);
+        return true;
+    }
+    if (canSeek_) return dropBuffer(position);
+    const std::int64_t forward = position - this->position();
+    return forward >= 0 && pass(static_cast<std::uint64_t>(forward));
+}
+
+bool ByteReader::pass(std::uint64_t bytes) {
+    while (bytes > 0) {
+        const std::uint64_t part = std::min<std::uint64_t>(ahead(1).size, bytes);
+        if (part == 0) return false;
+        consume(part);
+        bytes -= part;
+    }
+    return true;
+}
+
+bool ByteReader::dropBuffer(std::int64_t position) {
+    // Beyond the end there is nothing to read, so the file itself need not go there.
+    const std::int64_t target = size() >= 0 ? std::min(position, size()) : position;
+    if (position < 0 || !dib::seekTo(file_, target)) return false;
+    next_ = end_ = buffer_;
+    endPosition_ = position;
+    return true;
+}
+
+void ByteReader::leave() {
+    if (canSeek_ && next_ != end_) dropBuffer(position());
+}
+
+std::int64_t ByteReader::size() {
+    if (size_ == kNotAsked) {
+        const std::optional<std::uint64_t> left = dib::bytesLeft(file_);
+        size_ = left.has_value() ? endPosition_ + static_cast<std::int64_t>(*left) : kUnknown;
+    }
+    return size_;
+}
+
+std::int64_t ByteReader::remaining() { return std::max(size() - position(), std::int64_t{0}); }
+
+}  // namespace formats
