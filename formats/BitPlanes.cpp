@@ -9,8 +9,7 @@ namespace formats {
 
 namespace {
 
-// Mirrors a matrix of 8 x 8 bits (byte k, bit c) at its diagonal: blocks of 1, 2 and 4 bits beside it change
-// places in turn.
+// Transposes a matrix of 8 x 8 bits (byte k, bit c) by exchanging blocks of 1, 2 and 4 bits across the diagonal.
 DIB_ALWAYS_INLINE std::uint64_t transpose(std::uint64_t matrix) {
     std::uint64_t change = (matrix ^ (matrix >> 7)) & 0x00AA00AA00AA00AAU;
     matrix ^= change ^ (change << 7);
@@ -46,24 +45,33 @@ DIB_ALWAYS_INLINE void bytesToPlanesLoop(const unsigned char* __restrict pixels,
     }
 }
 
-DIB_ALWAYS_INLINE void joinChannelsLoop(const unsigned char* __restrict channels, std::size_t stride,
-                                        unsigned char* __restrict pixels, std::size_t count) {
-    const unsigned char* first = channels;
-    const unsigned char* second = channels + stride;
-    const unsigned char* third = channels + 2 * stride;
+DIB_ALWAYS_INLINE void joinThree(const unsigned char* __restrict red, const unsigned char* __restrict green,
+                                 const unsigned char* __restrict blue, unsigned char* __restrict pixels,
+                                 std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        pixels[3 * i] = third[i];
-        pixels[3 * i + 1] = second[i];
-        pixels[3 * i + 2] = first[i];
+        pixels[3 * i] = blue[i];
+        pixels[3 * i + 1] = green[i];
+        pixels[3 * i + 2] = red[i];
     }
 }
 
-DIB_ALWAYS_INLINE void splitChannelsLoop(const unsigned char* __restrict pixels, std::size_t count,
-                                         unsigned char* __restrict channels, std::size_t stride) {
+DIB_ALWAYS_INLINE void joinFour(const unsigned char* __restrict red, const unsigned char* __restrict green,
+                                const unsigned char* __restrict blue, const unsigned char* __restrict alpha,
+                                unsigned char* __restrict pixels, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        channels[i] = pixels[3 * i + 2];
-        channels[stride + i] = pixels[3 * i + 1];
-        channels[2 * stride + i] = pixels[3 * i];
+        pixels[4 * i] = blue[i];
+        pixels[4 * i + 1] = green[i];
+        pixels[4 * i + 2] = red[i];
+        pixels[4 * i + 3] = alpha[i];
+    }
+}
+
+DIB_ALWAYS_INLINE void splitLoop(const unsigned char* __restrict pixels, std::size_t count,
+                                 unsigned char* __restrict planes, std::size_t stride) {
+    for (std::size_t i = 0; i < count; ++i) {
+        planes[i] = pixels[3 * i + 2];
+        planes[stride + i] = pixels[3 * i + 1];
+        planes[2 * stride + i] = pixels[3 * i];
     }
 }
 
@@ -79,14 +87,16 @@ void bytesToPlanes(const unsigned char* pixels, std::size_t groups, unsigned cha
     dib::runKernel<bytesToPlanesLoop>(pixels, groups, planes, stride);
 }
 
-void joinChannels(const unsigned char* channels, std::size_t stride, unsigned char* pixels,
-                  std::size_t count) {
-    dib::runKernel<joinChannelsLoop>(channels, stride, pixels, count);
+void joinColors(std::span<const unsigned char* const> planes, unsigned char* pixels, std::size_t count) {
+    if (planes.size() == 3) {
+        dib::runKernel<joinThree>(planes[0], planes[1], planes[2], pixels, count);
+    } else {
+        dib::runKernel<joinFour>(planes[0], planes[1], planes[2], planes[3], pixels, count);
+    }
 }
 
-void splitChannels(const unsigned char* pixels, std::size_t count, unsigned char* channels,
-                   std::size_t stride) {
-    dib::runKernel<splitChannelsLoop>(pixels, count, channels, stride);
+void splitColors(const unsigned char* pixels, std::size_t count, unsigned char* planes, std::size_t stride) {
+    dib::runKernel<splitLoop>(pixels, count, planes, stride);
 }
 
 }  // namespace formats

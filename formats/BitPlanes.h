@@ -1,8 +1,10 @@
-// Pixels kept as bit planes: a plane holds one bit of every pixel of a row, the leftmost in the top bit.
+// Rows kept as planes. A bit plane holds one bit of every pixel, the leftmost in the top bit; a plane of bytes holds
+// one colour of every pixel.
 #ifndef FORMATS_BIT_PLANES_H
 #define FORMATS_BIT_PLANES_H
 
 #include <cstddef>
+#include <span>
 
 namespace formats {
 
@@ -17,13 +19,12 @@ void planesToBytes(const unsigned char* planes, std::size_t stride, unsigned cha
 void bytesToPlanes(const unsigned char* pixels, std::size_t groups, unsigned char* planes,
                    std::size_t stride);
 
-// Three channels of a byte per pixel, `stride` bytes apart, become pixels of three bytes, the last channel first.
-void joinChannels(const unsigned char* channels, std::size_t stride, unsigned char* pixels,
-                  std::size_t count);
+// Planes of a byte per pixel, red, green, blue and, when there are four, alpha, become pixels of 3 or 4 bytes: blue,
+// green, red, alpha.
+void joinColors(std::span<const unsigned char* const> planes, unsigned char* pixels, std::size_t count);
 
-// The reverse.
-void splitChannels(const unsigned char* pixels, std::size_t count, unsigned char* channels,
-                   std::size_t stride);
+// The reverse, into three planes that are `stride` bytes apart.
+void splitColors(const unsigned char* pixels, std::size_t count, unsigned char* planes, std::size_t stride);
 
 }  // namespace formats
 

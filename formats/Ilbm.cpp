@@ -153,7 +153,9 @@ private:
             formats::planesToBytes(planes() + 8 * channel * stride, stride,
                                    pixels_.get() + channel * channelBytes, pixelGroups(width_));
         }
-        formats::joinChannels(pixels_.get(), channelBytes, row, width_);
+        const unsigned char* const colors[] = {pixels_.get(), pixels_.get() + channelBytes,
+                                               pixels_.get() + 2 * channelBytes};
+        formats::joinColors(colors, row, width_);
     }
 
     BitmapHeader header_;

@@ -52,7 +52,7 @@ public:
                 std::memcpy(pixels_.get(), row, width_);
                 return formats::bytesToPlanes(pixels_.get(), groups, planes_.get(), stride_);
             default:
-                formats::splitChannels(row, width_, pixels_.get(), 8 * stride_);
+                formats::splitColors(row, width_, pixels_.get(), 8 * stride_);
                 for (std::size_t channel = 0; channel < 3; ++channel) {
                     formats::bytesToPlanes(pixels_.get() + channel * 8 * stride_, groups,
                                            planes_.get() + channel * 8 * stride_, stride_);

@@ -5,13 +5,10 @@
 
 #include <cstddef>
 
+#include "formats/PackBits.h"
 #include "formats/PsdReader.h"
 
 namespace formats {
-
-// Unpacks a whole row that lies in memory. False when the packed bytes do not give exactly `count`; what `out`
-// then holds is of no use.
-bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned char* out, std::size_t count);
 
 // Unpacks until `count` bytes are there or the file ends. Returns how many the packets asked for, which the
 // last one may take beyond `count`; nothing is written there.

@@ -1,0 +1,52 @@
+// PackBits, also called ByteRun1: a header byte n of 0 to 127 is followed by n + 1 bytes, one of -1 to -127 by a byte
+// that stands 1 - n times, and -128 means nothing.
+#ifndef FORMATS_PACK_BITS_H
+#define FORMATS_PACK_BITS_H
+
+#include <cstddef>
+#include <span>
+
+#include "formats/ByteReader.h"
+
+namespace formats {
+
+enum class PackBitsEnd {
+    kWhole,   // the last packet ended where the output does
+    kShort,   // the source ended before the output was full
+    kOverrun  // the last packet has more than the output took
+};
+
+class PackBits {
+public:
+    explicit PackBits(ByteReader& source) : source_(source) {}
+
+    // Fills `out`, first with what the last packet had left. A packet of which the source lacks bytes gives none.
+    PackBitsEnd unpack(std::span<unsigned char> out);
+
+    // Bytes that the last `unpack` gave.
+    std::size_t unpacked() const { return unpacked_; }
+    // Bytes that the last packet has left.
+    std::size_t left() const { return left_; }
+    // Moves past them.
+    void drop();
+
+private:
+    // Moves bytes of the open packet to the rest of the output.
+    void takeOpen(std::span<unsigned char> out);
+    // Opens the next packet; false when the source does not have all of it.
+    bool open();
+
+    ByteReader& source_;
+    std::size_t unpacked_ = 0;
+    std::size_t left_ = 0;
+    bool isRun_ = false;
+    unsigned char repeated_ = 0;
+};
+
+// Unpacks a row that lies in memory. False when the packed bytes do not give exactly `count`; what `out` then holds is
+// of no use.
+bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned char* out, std::size_t count);
+
+}  // namespace formats
+
+#endif
