@@ -12,6 +12,7 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/dib/*.cpp
     ${PROJECT_SOURCE_DIR}/geometry/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
+    ${PROJECT_SOURCE_DIR}/effects/*/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)

@@ -13,8 +13,8 @@ namespace dib {
 
 namespace {
 
-// Whether the curves apply to an image. Callers rely on the colour table being mapped whatever the width is: rows of a
-// negative width, which other effects refuse, are rows without pixels here.
+// Whether the curves apply to an image. Callers rely on the colour table being mapped whatever the width is:
+// rows of a negative width, which other effects refuse, are rows without pixels here.
 bool admitToned(DibStream* image, Raster& raster) {
     bool admitted = false;
     if (image != nullptr && image->Header != nullptr && image->Header->biWidth <= 0) {
@@ -40,7 +40,8 @@ bool changeBright(DibStream* image, const unsigned char* table) {
     if (raster.bitCount == 24) {
         return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapBytes(raster.row(y), 3 * width); });
     }
-    // All announced entries change, also those that no pixel can name. The count is a signed number to callers.
+    // All announced entries change, also those that no pixel can name. The count is a signed number to
+    // callers.
     const auto entries = static_cast<std::int32_t>(announcedEntries(*image->Header));
     if (entries < 1) return true;
     auto* colors = reinterpret_cast<unsigned char*>(colorTable(image->Header));
@@ -67,8 +68,8 @@ ToneTable gammaTable(int low, int high, float gamma) {
     const double exponent = 1.0 / static_cast<double>(gamma);
     ToneTable table;
     for (int i = 0; i < 256; ++i) {
-        // The limits are compared with the value less `low` once more: the black point lies at 2 low, the white point
-        // at high + low. Curves have been stored with limits that count on it.
+        // The limits are compared with the value less `low` once more: the black point lies at 2 low, the
+        // white point at high + low. Curves have been stored with limits that count on it.
         const int d = minus(i, low);
         unsigned char& entry = table[static_cast<std::size_t>(i)];
         if (d >= high) {

@@ -6,9 +6,9 @@
 
 namespace dib {
 
-// Maps every colour value of an image through a table of 256 bytes: the blue, green and red of pixels at 24 and 32
-// bits, those of all announced entries of the colour table at 1, 4 and 8 bits. False, with nothing changed, at other
-// depths and without a header or pixel block. A width below 1 means rows without pixels.
+// Maps every colour value of an image through a table of 256 bytes: the blue, green and red of pixels at 24
+// and 32 bits, those of all announced entries of the colour table at 1, 4 and 8 bits. False, with nothing
+// changed, at other depths and without a header or pixel block. A width below 1 means rows without pixels.
 bool changeBright(DibStream* image, const unsigned char* table);
 
 }  // namespace dib

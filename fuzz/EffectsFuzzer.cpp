@@ -1,5 +1,5 @@
-// Random effect, picture and parameters: at every kernel level the result and every byte of the picture must be
-// those of the plain loops. A new effect joins by a row of the table.
+// Random effect, picture and parameters: at every kernel level the result and every byte of the picture must
+// be those of the plain loops. A new effect joins by a row of the table.
 #include <DibEffect.h>
 
 #include <cmath>
@@ -34,8 +34,8 @@ struct EffectCase {
 // A length whose plain loops end soon.
 int shortOf(const Parameters& p) { return p.whole % 32; }
 
-// The plain loops go over the square around each pixel, or sort it, so large squares go with small pictures: no input
-// takes them more than about three million samples.
+// The plain loops go over the square around each pixel, or sort it, so large squares go with small pictures:
+// no input takes them more than about three million samples.
 int pixelsOf(const DibStream& image) { return image.Header->biWidth * std::abs(image.Header->biHeight); }
 int radiusLimitOf(const DibStream& image) {
     return pixelsOf(image) <= 16 ? 100 : pixelsOf(image) <= 1024 ? 12 : 6;

@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "dib/Kernels.h"
-#include "effects/GaussianKernel.h"
-#include "effects/GaussianRows.h"
+#include "effects/gaussian/GaussianByBoxes.h"
+#include "effects/gaussian/GaussianByProducts.h"
+#include "effects/gaussian/ProductRows.h"
 #include "tests/reference/BlurReference.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/TestImages.h"
@@ -42,9 +43,17 @@ TEST(GaussianBlur, EqualsThePlainLoops) {
     }
 }
 
-// Both ways of summing, windows larger than the image among them.
-TEST(GaussianBlur, LargeRadii) {
-    for (const float radius : {21.5F, 48.0F, 70.0F, 90.25F, 255.0F}) {
+// One of the two algorithms, whichever the effect would choose.
+template <class Algorithm>
+bool blurBy(DibStream& image, float radius, unsigned int flags) {
+    dib::GaussianKernel kernel;
+    return kernel.build(radius) && dib::filterInPlace<dib::Depth8, dib::Depth24, dib::Depth32>(
+                                       {nullptr, nullptr}, &image, Algorithm(kernel, flags));
+}
+
+// Radii at which either algorithm is chosen, windows larger than the image among them.
+TEST(GaussianBlur, BothAlgorithmsEqualThePlainLoops) {
+    for (const float radius : {1.0F, 2.5F, 21.5F, 48.0F, 70.0F, 90.25F, 255.0F}) {
         for (unsigned flags = 0; flags < 4; ++flags) {
             const int depth = kByteDepths[flags % 3];
             for (const testing_support::Size size : {testing_support::Size{1, 1}, {5, 3}, {75, 2}}) {
@@ -53,15 +62,38 @@ TEST(GaussianBlur, LargeRadii) {
                 const DibPtr expected(image->Clone());
                 reference::gaussianBlur(*expected, radius, flags);
                 for (const auto level : dib::kKernelLevels) {
+                    SCOPED_TRACE(::testing::Message()
+                                 << "radius " << radius << " flags " << flags << " depth " << depth
+                                 << " level " << static_cast<int>(level));
                     dib::limitKernelLevel(level);
-                    const DibPtr actual(image->Clone());
-                    EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, actual.get(), radius, flags));
-                    EXPECT_TRUE(testing_support::sameImage(*actual, *expected))
-                        << "radius " << radius << " flags " << flags << " depth " << depth;
+                    const DibPtr byProducts(image->Clone());
+                    EXPECT_TRUE(blurBy<dib::GaussianByProducts>(*byProducts, radius, flags));
+                    EXPECT_TRUE(testing_support::sameImage(*byProducts, *expected));
+                    const DibPtr byBoxes(image->Clone());
+                    EXPECT_TRUE(blurBy<dib::GaussianByBoxes>(*byBoxes, radius, flags));
+                    EXPECT_TRUE(testing_support::sameImage(*byBoxes, *expected));
+                    const DibPtr chosen(image->Clone());
+                    EXPECT_TRUE(DibEffectGaussianBlur(nullptr, nullptr, chosen.get(), radius, flags));
+                    EXPECT_TRUE(testing_support::sameImage(*chosen, *expected));
                 }
             }
         }
     }
+    dib::limitKernelLevel(dib::bestKernelLevel());
+}
+
+// The half-sizes that the comment at the top of GaussianBlur.cpp names.
+TEST(GaussianBlur, WideKernelsAreSummedByBoxes) {
+    for (int half = 1; half <= 255; ++half) {
+        dib::GaussianKernel kernel;
+        ASSERT_TRUE(kernel.build(static_cast<float>(half)));
+        for (const auto level : dib::kKernelLevels) {
+            dib::limitKernelLevel(level);
+            const int first = dib::kernelLevel() == dib::KernelLevel::kAvx512 ? 56 : 41;
+            EXPECT_EQ(dib::boxesAreCheaper(kernel), half >= first) << half;
+        }
+    }
+    dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
 TEST(GaussianBlur, KeepsTheEffectsManners) {
@@ -118,7 +150,7 @@ TEST(GaussianBlur, TheSpreadIsTheRadiusItself) {
 }
 
 // One block, and more than are worked on side by side; the largest samples and weights that halves hold.
-TEST(GaussianRows, WeighsPairsExactlyAtEveryLevel) {
+TEST(GaussianByProducts, WeighsPairsExactlyAtEveryLevel) {
     constexpr std::size_t kStride = 7 * dib::kGaussianBlock;
     constexpr std::size_t kPairs = 3;
     const std::uint32_t weights[kPairs] = {0x7FFF7FFF, 0x00010002, 0x7FFF0000};
@@ -145,8 +177,8 @@ TEST(GaussianRows, WeighsPairsExactlyAtEveryLevel) {
     dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
-// More runs than fit one group of 16-bit sums, with the largest differences there are.
-TEST(GaussianRows, StepsOfManyRunsAreExact) {
+// More boxes than fit one group of 16-bit sums, with the largest differences there are.
+TEST(GaussianByBoxes, StepsOfManyBoxesAreExact) {
     constexpr std::size_t kSamples = 3 * dib::kGaussianBlock;
     constexpr std::size_t kPadding = dib::kGaussianBlock;
     std::vector<std::uint16_t> row(kSamples + 2 * kPadding);
@@ -155,7 +187,7 @@ TEST(GaussianRows, StepsOfManyRunsAreExact) {
     for (const auto level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         std::vector<std::uint32_t> steps(kSamples, 7);
-        dib::addRunSteps(row.data() + kPadding, 1, halves.data(), halves.size(), steps.data(), kSamples);
+        dib::addBoxSteps(row.data() + kPadding, 1, halves.data(), halves.size(), steps.data(), kSamples);
         for (std::size_t x = 0; x < kSamples; ++x) {
             const bool crossesTheEdge = x + 4 >= kSamples / 2 && x < kSamples / 2 + 3;
             EXPECT_EQ(steps[x], crossesTheEdge ? 102007U : 7U) << x;

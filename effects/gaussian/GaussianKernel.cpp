@@ -1,5 +1,6 @@
-#include "effects/GaussianKernel.h"
+#include "effects/gaussian/GaussianKernel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -14,7 +15,8 @@ bool GaussianKernel::build(float radius) {
     weights_ = allocateArray<std::uint32_t>(side * side);
     if (exact == nullptr || weights_ == nullptr) return false;
 
-    // Single and double precision where they have always been: the last bit decides where a weight is cut.
+    // The mix of single and double precision is part of the result: the last bit decides where a weight is
+    // cut.
     for (int j = 0; j <= half_; ++j) {
         const float v = static_cast<float>(j) / spread * 3.0F;
         for (int i = 0; i <= half_; ++i) {
@@ -24,7 +26,7 @@ bool GaussianKernel::build(float radius) {
                 static_cast<float>(std::exp(-0.5 * static_cast<double>(squares)));
         }
     }
-    // Over the whole table in its order, as sums in single precision depend on it.
+    // Over the whole table row by row: a sum in single precision depends on the order.
     float total = 0;
     for (int j = -half_; j <= half_; ++j) {
         const float* row = exact.get() + static_cast<std::size_t>(std::abs(j)) * side;
@@ -41,8 +43,7 @@ void GaussianKernel::survey() {
     for (int j = 0; j <= half_; ++j) {
         for (int i = 0; i <= half_; ++i) {
             if (weight(i, j) == 0) continue;
-            reach_ = i > reach_ ? i : reach_;
-            reach_ = j > reach_ ? j : reach_;
+            reach_ = std::max({reach_, i, j});
             if (i > 0 && weight(i, j) > weight(i - 1, j)) falls_ = false;
         }
     }

@@ -1,8 +1,9 @@
-#include "effects/GaussianRows.h"
+#include "effects/gaussian/ProductRows.h"
 
 #include <cstring>
 
 #include "dib/Kernels.h"
+#include "effects/gaussian/GaussianWindow.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -46,7 +47,8 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i load(const unsigned char* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
 }
 
-// Bytes of the four rows side by side become two sums in one instruction, where compilers widen each byte first.
+// Bytes of the four rows side by side become two sums in one instruction, where compilers widen each byte
+// first.
 DIB_TARGET_AVX2 void addRowPairsAvx2(const unsigned char* above, const unsigned char* below,
                                      const unsigned char* nextAbove, const unsigned char* nextBelow,
                                      std::uint32_t* out, std::size_t count) {
@@ -123,7 +125,8 @@ DIB_TARGET_AVX512 void addRowPairsAvx512(const unsigned char* above, const unsig
     }
 }
 
-// Products of sixteen pairs and their addition in one instruction; as many blocks side by side as cover its delay.
+// Products of sixteen pairs and their addition in one instruction; as many blocks side by side as cover its
+// delay.
 template <std::size_t Vectors>
 DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void weighVectorsAvx512(const std::uint32_t* pairs, std::size_t stride,
                                                             const std::uint32_t* weights, std::size_t count,
@@ -188,42 +191,6 @@ DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std
     }
 }
 
-// Differences of samples of up to 510 that may be added up in 16 bits.
-constexpr std::size_t kGroup = 32767 / 510;
-
-template <std::size_t Width>
-DIB_ALWAYS_INLINE void addRunStepsInBlocks(const std::uint16_t* __restrict row, std::ptrdiff_t step,
-                                           const std::uint8_t* __restrict halves, std::size_t count,
-                                           std::uint32_t* __restrict steps, std::size_t samples) {
-    using Samples __attribute__((vector_size(Width))) = std::int16_t;
-    using WideSamples __attribute__((vector_size(2 * Width))) = std::int32_t;
-    constexpr std::size_t kLanes = Width / sizeof(std::int16_t);
-    constexpr std::size_t kVectors = kGaussianBlock / kLanes;
-    for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
-        for (std::size_t first = 0; first < count; first += kGroup) {
-            const std::size_t end = count - first < kGroup ? count : first + kGroup;
-            Samples sum[kVectors] = {};
-            for (std::size_t i = first; i < end; ++i) {
-                const std::uint16_t* back = row + x - halves[i] * step;
-                const std::uint16_t* ahead = row + x + (halves[i] + 1) * step;
-                for (std::size_t k = 0; k < kVectors; ++k) {
-                    Samples leaving;
-                    Samples entering;
-                    std::memcpy(&leaving, back + kLanes * k, sizeof leaving);
-                    std::memcpy(&entering, ahead + kLanes * k, sizeof entering);
-                    sum[k] += entering - leaving;
-                }
-            }
-            for (std::size_t k = 0; k < kVectors; ++k) {
-                WideSamples total;
-                std::memcpy(&total, steps + x + kLanes * k, sizeof total);
-                total += __builtin_convertvector(sum[k], WideSamples);
-                std::memcpy(steps + x + kLanes * k, &total, sizeof total);
-            }
-        }
-    }
-}
-
 }  // namespace
 
 void addRowPairs(const unsigned char* above, const unsigned char* below, const unsigned char* nextAbove,
@@ -262,12 +229,6 @@ void gatherColumns(const std::uint32_t* columns, std::size_t stride, std::ptrdif
                    std::ptrdiff_t reach, unsigned char* out, std::size_t samples) {
     runWidestKernel<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>>(columns, stride, step, reach, out,
                                                                     samples);
-}
-
-void addRunSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
-                 std::uint32_t* steps, std::size_t samples) {
-    runWidestKernel<addRunStepsInBlocks<kWidth>, addRunStepsInBlocks<kWideWidth>>(row, step, halves, count,
-                                                                                  steps, samples);
 }
 
 }  // namespace dib

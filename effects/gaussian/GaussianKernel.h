@@ -1,7 +1,7 @@
-// The weights of the Gaussian blur, in 65536ths. They depend on the distances alone, so one quadrant holds
-// them all.
-#ifndef EFFECTS_GAUSSIAN_KERNEL_H
-#define EFFECTS_GAUSSIAN_KERNEL_H
+// The weights of the Gaussian blur, in 65536ths. They depend on the distances along the axes alone, so one
+// quadrant holds them all.
+#ifndef EFFECTS_GAUSSIAN_GAUSSIAN_KERNEL_H
+#define EFFECTS_GAUSSIAN_GAUSSIAN_KERNEL_H
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace dib {
 
 class GaussianKernel {
 public:
-    // The largest distance with a weight of its own; radii beyond it count as this one.
+    // The largest distance with a weight of its own; larger radii count as this one.
     static constexpr int kMaxHalf = 255;
 
     // `radius` is at least 1. False when memory is short or the weights total 0.
@@ -24,7 +24,7 @@ public:
                         static_cast<std::size_t>(across)];
     }
     int half() const { return half_; }
-    // The largest distance along an axis at which any weight is left.
+    // The largest distance along an axis at which a weight is not 0.
     int reach() const { return reach_; }
     // Whether no weight exceeds one that is nearer along a row.
     bool falls() const { return falls_; }
