@@ -61,6 +61,17 @@ inline auto runWidestKernel(Args... args) {
     return kernelLevel() == KernelLevel::kAvx512 ? runKernelAvx512<Wide>(args...) : runKernel<Body>(args...);
 }
 
+// The build for the level in use, of a body whose wider builds are written by hand because compilers do not
+// find them.
+template <auto Body, auto Avx2, auto Avx512, class... Args>
+inline auto runHandWritten(Args... args) {
+    switch (kernelLevel()) {
+        case KernelLevel::kAvx512: return Avx512(args...);
+        case KernelLevel::kAvx2: return Avx2(args...);
+        default: return runKernelBaseline<Body>(args...);
+    }
+}
+
 }  // namespace dib
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dib/ColorTable.h"
 #include "dib/Kernels.h"
 
 #if defined(__x86_64__)
@@ -167,6 +168,12 @@ void ToneLookup::mapBytes(unsigned char* bytes, std::size_t count) const {
 void ToneLookup::mapColors(unsigned char* pixels, std::size_t count) const {
     const std::size_t done = mapFast<true>(pixels, 4 * count);
     for (std::size_t i = done; i < 4 * count; i += 4) mapPlain(pixels + i, 3, table_);
+}
+
+void ToneLookup::mapColorTable(BITMAPINFOHEADER* header) const {
+    const auto entries = static_cast<std::int32_t>(announcedEntries(*header));
+    if (entries < 1) return;
+    mapColors(reinterpret_cast<unsigned char*>(colorTable(header)), static_cast<std::size_t>(entries));
 }
 
 }  // namespace dib

@@ -2,14 +2,27 @@
 #ifndef DIB_TONE_LOOKUP_H
 #define DIB_TONE_LOOKUP_H
 
+#include <DibStream.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
 namespace dib {
 
-// A straight line with clamped ends in whole numbers, and the values at which a table lies one above it. So
-// little describes every table of a rising line that was rounded somehow, and it is quicker than the table.
+using ToneTable = std::array<unsigned char, 256>;
+
+// The table of a curve from 0 to 255 to bytes.
+template <class Curve>
+ToneTable toneTable(const Curve& curve) {
+    ToneTable table;
+    int value = 0;
+    for (unsigned char& entry : table) entry = curve(value++);
+    return table;
+}
+
+// A straight line with clamped ends in whole numbers, and the values at which a table lies one above it. Any
+// rounded, clamped rising line is such a line plus 0 or 1, and computing it is faster than looking it up.
 class ToneLine {
 public:
     // Whether the table is one.
@@ -34,6 +47,9 @@ public:
     void mapBytes(unsigned char* bytes, std::size_t count) const;
     // Replaces the first three bytes of every four.
     void mapColors(unsigned char* pixels, std::size_t count) const;
+    // Replaces the colours of all entries that a header announces, also of those that no pixel can name. The
+    // count is a signed number to callers: below 1 nothing changes.
+    void mapColorTable(BITMAPINFOHEADER* header) const;
 
 private:
     template <bool KeepFourth>

@@ -1,11 +1,9 @@
-// Tone curves: a table of 256 values, and the image through it. They report nothing and cannot be cancelled.
+// Tone curves: a table of 256 values, applied to the image. They report nothing and cannot be cancelled.
 #include "effects/Tone.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
-#include "dib/ColorTable.h"
 #include "dib/ToneLookup.h"
 #include "effects/EffectFrame.h"
 
@@ -40,18 +38,11 @@ bool changeBright(DibStream* image, const unsigned char* table) {
     if (raster.bitCount == 24) {
         return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapBytes(raster.row(y), 3 * width); });
     }
-    // All announced entries change, also those that no pixel can name. The count is a signed number to
-    // callers.
-    const auto entries = static_cast<std::int32_t>(announcedEntries(*image->Header));
-    if (entries < 1) return true;
-    auto* colors = reinterpret_cast<unsigned char*>(colorTable(image->Header));
-    lookup.mapColors(colors, static_cast<std::size_t>(entries));
+    lookup.mapColorTable(image->Header);
     return true;
 }
 
 namespace {
-
-using ToneTable = std::array<unsigned char, 256>;
 
 // Truncation that ends at the limits of an int; NaN gives 0.
 int truncated(float value) {
@@ -59,42 +50,32 @@ int truncated(float value) {
     return value < 2147483648.0F ? static_cast<int>(value) : INT32_MAX;
 }
 
+// In 32 bits, so that every pair of limits has a curve.
+int wrappedDifference(int a, int b) {
+    return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
 ToneTable gammaTable(int low, int high, float gamma) {
-    // Differences wrap in 32 bits, so that every pair of limits has a curve.
-    const auto minus = [](int a, int b) {
-        return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
-    };
-    const int levels = minus(high, minus(low, 1));
+    const int levels = wrappedDifference(high, wrappedDifference(low, 1));
     const double exponent = 1.0 / static_cast<double>(gamma);
-    ToneTable table;
-    for (int i = 0; i < 256; ++i) {
-        // The limits are compared with the value less `low` once more: the black point lies at 2 low, the
-        // white point at high + low. Curves have been stored with limits that count on it.
-        const int d = minus(i, low);
-        unsigned char& entry = table[static_cast<std::size_t>(i)];
-        if (d >= high) {
-            entry = 255;
-        } else if (d <= low) {
-            entry = 0;
-        } else {
-            const double share = static_cast<double>(d) / static_cast<double>(levels);
-            const float curved =
-                static_cast<float>(std::pow(share, exponent)) * static_cast<float>(levels) + 0.5F;
-            entry = static_cast<unsigned char>(truncated(curved));
-        }
-    }
-    return table;
+    return toneTable([=](int value) -> unsigned char {
+        // The limits are compared with the value less `low` once more: black is at 2 low, white at high + low.
+        // Curves have been stored with limits that count on it.
+        const int d = wrappedDifference(value, low);
+        if (d >= high) return 255;
+        if (d <= low) return 0;
+        const double share = static_cast<double>(d) / static_cast<double>(levels);
+        const auto power = static_cast<float>(std::pow(share, exponent));
+        return static_cast<unsigned char>(truncated(power * static_cast<float>(levels) + 0.5F));
+    });
 }
 
 ToneTable contrastTable(float brightness, float contrast) {
-    ToneTable table;
-    for (int i = 0; i < 256; ++i) {
-        const float f =
-            (static_cast<float>(i) / 255.0F * contrast + ((1.0F - contrast) * 0.5F + brightness)) * 255.0F +
-            0.5F;
-        table[static_cast<std::size_t>(i)] = static_cast<unsigned char>(std::clamp(truncated(f), 0, 255));
-    }
-    return table;
+    return toneTable([=](int value) {
+        const float share = static_cast<float>(value) / 255.0F;
+        const float f = (share * contrast + ((1.0F - contrast) * 0.5F + brightness)) * 255.0F + 0.5F;
+        return static_cast<unsigned char>(std::clamp(truncated(f), 0, 255));
+    });
 }
 
 }  // namespace

@@ -2,13 +2,11 @@
 #include <DibStream.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "dib/ByteTone.h"
-#include "dib/ColorTable.h"
 #include "dib/ToneLookup.h"
 #include "geometry/Canvas.h"
 
@@ -55,22 +53,14 @@ std::size_t passBytes(const DibStream& image) {
     return std::min(static_cast<std::size_t>(announced), dib::admitSize(*image.Header).imageBytes);
 }
 
-using ToneTable = std::array<unsigned char, 256>;
-
 // Below 1 the value is scaled and rounded; above 1 its distance to white shrinks, truncated.
-ToneTable brightenTable(float factor) {
-    ToneTable table{};
-    for (int v = 0; v < 256; ++v) {
-        if (factor < 1.0F) {
-            const float scaled = static_cast<float>(v) * factor;
-            const double raised = static_cast<double>(scaled) + 0.5;
-            table[static_cast<std::size_t>(v)] = static_cast<unsigned char>(raised);
-        } else {
-            const float step = static_cast<float>(255 - v) * (1.0F - 1.0F / factor);
-            table[static_cast<std::size_t>(v)] = static_cast<unsigned char>(static_cast<int>(step) + v);
-        }
+unsigned char brightened(int value, float factor) {
+    if (factor < 1.0F) {
+        const float scaled = static_cast<float>(value) * factor;
+        return static_cast<unsigned char>(static_cast<double>(scaled) + 0.5);
     }
-    return table;
+    const float step = static_cast<float>(255 - value) * (1.0F - 1.0F / factor);
+    return static_cast<unsigned char>(static_cast<int>(step) + value);
 }
 
 }  // namespace
@@ -85,15 +75,12 @@ bool DibStream::Brighten(float factor) {
     if (Buffer == nullptr || !(factor >= 0.0F)) return false;
     if (factor == 1.0F) return true;
     if (Header == nullptr) return false;
-    const ToneTable table = brightenTable(factor);
+    const dib::ToneTable table = dib::toneTable([factor](int value) { return brightened(value, factor); });
     const dib::ToneLookup lookup(table.data());
     switch (Header->biBitCount) {
         case 1:
         case 4:
-        case 8:
-            lookup.mapColors(reinterpret_cast<unsigned char*>(dib::colorTable(Header)),
-                             dib::announcedEntries(*Header));
-            return true;
+        case 8: lookup.mapColorTable(Header); return true;
         case 24:
             // The fill bytes of the rows change too.
             lookup.mapBytes(Buffer, passBytes(*this));

@@ -70,8 +70,7 @@ DIB_TARGET_AVX2 void addRowPairsAvx2(const unsigned char* above, const unsigned 
     }
 }
 
-// Both products of eight pairs in one instruction, which no compiler finds; the sums of a block stay in
-// registers.
+// Both products of eight pairs in one instruction; the sums of a block stay in registers.
 DIB_TARGET_AVX2 void weighPairsAvx2(const std::uint32_t* pairs, std::size_t stride,
                                     const std::uint32_t* weights, std::size_t count, std::uint32_t* sums,
                                     std::size_t samples) {
@@ -96,7 +95,7 @@ DIB_TARGET_AVX2 void weighPairsAvx2(const std::uint32_t* pairs, std::size_t stri
 }
 
 DIB_TARGET_AVX512 DIB_ALWAYS_INLINE __m512i loadSpread(const unsigned char* from, __m512i order) {
-    // Every element is chosen; the form without a mask makes GCC 12 warn of an operand that it does not use.
+    // The mask selects every element. Without one GCC 12 warns of an unused operand.
     return _mm512_maskz_permutexvar_epi32(0xFFFF, order, _mm512_loadu_si512(from));
 }
 
@@ -104,7 +103,7 @@ DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void storeSums(std::uint32_t* to, __m512i by
     _mm512_storeu_si512(to, _mm512_maddubs_epi16(bytes, _mm512_set1_epi8(1)));
 }
 
-// The four rows' bytes are spread over the quarters of a vector so that they come out side by side in order.
+// The bytes of each row are spread over the quarters of a vector, so that the interleaved sums come out in order.
 DIB_TARGET_AVX512 void addRowPairsAvx512(const unsigned char* above, const unsigned char* below,
                                          const unsigned char* nextAbove, const unsigned char* nextBelow,
                                          std::uint32_t* out, std::size_t count) {
@@ -156,9 +155,16 @@ DIB_TARGET_AVX512 void weighPairsAvx512(const std::uint32_t* pairs, std::size_t 
     }
 }
 
+#else
+
+constexpr auto addRowPairsAvx2 = addRowPairsPlain;
+constexpr auto addRowPairsAvx512 = addRowPairsPlain;
+constexpr auto weighPairsAvx2 = weighPairsPlain;
+constexpr auto weighPairsAvx512 = weighPairsPlain;
+
 #endif
 
-// Bytes of the vectors that the following are written for; the sums of a block fill a few of them.
+// Bytes of the vectors: of AVX2, and of AVX-512.
 constexpr std::size_t kWidth = 32;
 constexpr std::size_t kWideWidth = 64;
 
@@ -195,34 +201,16 @@ DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std
 
 void addRowPairs(const unsigned char* above, const unsigned char* below, const unsigned char* nextAbove,
                  const unsigned char* nextBelow, std::uint32_t* out, std::size_t count) {
-#if defined(__x86_64__)
-    if (kernelLevel() == KernelLevel::kAvx512) {
-        addRowPairsAvx512(above, below, nextAbove, nextBelow, out, count);
-        return;
-    }
-    if (kernelLevel() >= KernelLevel::kAvx2) {
-        addRowPairsAvx2(above, below, nextAbove, nextBelow, out, count);
-        return;
-    }
-#endif
-    runKernel<addRowPairsPlain>(above, below, nextAbove, nextBelow, out, count);
+    runHandWritten<addRowPairsPlain, addRowPairsAvx2, addRowPairsAvx512>(above, below, nextAbove, nextBelow,
+                                                                         out, count);
 }
 
 void weighPairs(const std::uint32_t* pairs, std::size_t stride, const std::uint32_t* weights,
                 std::size_t count, bool smallWeights, std::uint32_t* sums, std::size_t samples) {
-#if defined(__x86_64__)
-    if (smallWeights && kernelLevel() == KernelLevel::kAvx512) {
-        weighPairsAvx512(pairs, stride, weights, count, sums, samples);
-        return;
-    }
-    if (smallWeights && kernelLevel() >= KernelLevel::kAvx2) {
-        weighPairsAvx2(pairs, stride, weights, count, sums, samples);
-        return;
-    }
-#else
-    (void)smallWeights;
-#endif
-    runKernel<weighPairsPlain>(pairs, stride, weights, count, sums, samples);
+    // The wider builds multiply signed halves.
+    if (!smallWeights) return runKernel<weighPairsPlain>(pairs, stride, weights, count, sums, samples);
+    runHandWritten<weighPairsPlain, weighPairsAvx2, weighPairsAvx512>(pairs, stride, weights, count, sums,
+                                                                      samples);
 }
 
 void gatherColumns(const std::uint32_t* columns, std::size_t stride, std::ptrdiff_t step,
