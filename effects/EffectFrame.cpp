@@ -24,13 +24,4 @@ FullCopy::FullCopy(DibStream& image) : copy_(cloneOf(image)) {
     if (copy_ != nullptr) rows_ = initRow(*copy_);
 }
 
-EdgeTable edgeColumns(int width, int before, int after, unsigned int flags) {
-    const EdgeAxis axis{width, (flags & DIB_WRAP_X) != 0};
-    const std::int64_t count = std::int64_t{before} + width + after;
-    EdgeTable table = allocateArray<int>(static_cast<std::size_t>(count));
-    if (table == nullptr) return nullptr;
-    for (std::int64_t i = 0; i < count; ++i) table[static_cast<std::size_t>(i)] = axis.at(i - before);
-    return table;
-}
-
 }  // namespace dib

@@ -93,11 +93,6 @@ inline int getLoopY(int y, int height, unsigned int flags) {
     return EdgeAxis{height, (flags & DIB_WRAP_Y) != 0}.at(y);
 }
 
-// The pixels that the positions -before to width - 1 + after read: columns[i] is that of position i - before.
-// Null when memory is short.
-using EdgeTable = MallocPtr<int>;
-EdgeTable edgeColumns(int width, int before, int after, unsigned int flags);
-
 // The progress callback of the caller.
 struct Progress {
     DibProgressCallback callback;

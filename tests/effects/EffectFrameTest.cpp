@@ -55,15 +55,6 @@ TEST(EffectEdges, EachAxisHasItsOwnBitAndOthersAreIgnored) {
     EXPECT_EQ(dib::getLoopY(-1, 10, ~0U), 9);
 }
 
-TEST(EffectEdges, TablesHoldWhatTheFunctionsGive) {
-    for (const unsigned flags : {0U, 1U, 2U, 3U}) {
-        const dib::EdgeTable columns = dib::edgeColumns(5, 12, 9, flags);
-        for (int v = -12; v < 5 + 9; ++v) {
-            EXPECT_EQ(columns[static_cast<std::size_t>(v + 12)], dib::getLoopX(v, 5, flags)) << v;
-        }
-    }
-}
-
 TEST(EffectFrame, RowTableHoldsTheRowsFromTheTop) {
     for (const int height : {6, -6}) {
         const DibPtr image = randomImage(5, height, 24, 1);
