@@ -4,7 +4,6 @@
 
 #include <DibStream.h>
 
-#include <cstddef>
 #include <cstdio>
 #include <memory>
 
@@ -49,17 +48,6 @@ bool savePath(const Char* path, StreamCodec codec, DibStream* image, DibProgress
 // Tells the callback, if there is one, that `done` of `total` rows are done; false when it cancels.
 inline bool report(DibProgressCallback callback, void* user, int done, int total) {
     return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
-}
-
-// Makes every pixel of a new image 0. However large the image is, its pages cost nothing until they are
-// touched.
-inline bool clearPixels(DibStream* image) {
-    const std::size_t bytes = dib::admitSize(*image->Header).imageBytes;
-    image->BufferFree();
-    auto block = dib::allocateZeroedImageBlock(bytes);
-    if (block != nullptr) return image->SetBuffer(block.release(), dib::kOwned);
-    image->Clear();
-    return fail(image, DIB_ERROR_MEMORY);
 }
 
 struct ReleaseImage {

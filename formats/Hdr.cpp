@@ -11,6 +11,7 @@
 #include "dib/Memory.h"
 #include "formats/ByteSource.h"
 #include "formats/CodecFrame.h"
+#include "formats/NewImage.h"
 #include "formats/Rgbe.h"
 
 using formats::fail;
@@ -84,6 +85,12 @@ RgbeError readRow(formats::ByteSource& source, int width, unsigned char* work, u
     return RgbeError::kNone;
 }
 
+// Each part of a packed row is at best made of packets of two bytes for 127 pixels.
+std::uint64_t fewestRowBytes(int width) {
+    const auto pixels = static_cast<std::uint64_t>(width);
+    return kRgbeBytes * (formats::widthHasPackets(width) ? 1 + (pixels + 126) / 127 * 2 : pixels);
+}
+
 }  // namespace
 
 namespace formats {
@@ -96,14 +103,18 @@ bool LoadHDR(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     int height = 0;
     if (RGBE_ReadHeader(file, &width, &height, &info) != 0) return fail(image, DIB_ERROR_INVALID);
     if (width < 0 || height < 0) return fail(image, DIB_ERROR_INVALID);
-    if (!image->Create(width, height, 24)) return false;
+    formats::NewImage picture(image);
+    const std::uint64_t fewestBytes = fewestRowBytes(width) * static_cast<std::uint64_t>(height);
+    if (!picture.create(file, width, height, 24, fewestBytes)) return false;
     const auto row = dib::allocateArray<unsigned char>(static_cast<std::size_t>(width) * kRgbeBytes);
     if (row == nullptr) return fail(image, DIB_ERROR_MEMORY);
 
     formats::ByteSource source(file);
     for (int y = 0; y < height; ++y) {
-        const RgbeError error = readRow(source, width, row.get(), image->ScanLine(y));
+        unsigned char* out = image->ScanLine(y);
+        const RgbeError error = readRow(source, width, row.get(), out);
         if (!formats::reportRgbe(error, file)) return fail(image, DIB_ERROR_INVALID);
+        picture.read(out);
     }
     return true;
 }

@@ -14,6 +14,7 @@
 #include "formats/ByteSource.h"
 #include "formats/CodecFrame.h"
 #include "formats/IlbmLayout.h"
+#include "formats/NewImage.h"
 
 using formats::clearBehind;
 using formats::fail;
@@ -35,6 +36,11 @@ struct BitmapHeader {
     std::size_t planeBytes() const { return planeRowBytes(static_cast<std::size_t>(width)); }
     std::size_t colorBytes() const { return planeBytes() * static_cast<std::size_t>(planes); }
     std::size_t maskBytes() const { return hasMask ? planeBytes() : 0; }
+    // A packet of two bytes holds at most 128 bytes of a plane.
+    std::uint64_t fewestBytes() const {
+        const std::uint64_t bytes = (colorBytes() + maskBytes()) * static_cast<std::uint64_t>(height);
+        return compression == 1 ? (bytes + 63) / 64 : bytes;
+    }
     int bitCount() const { return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : 24; }
 };
 
@@ -171,7 +177,7 @@ public:
     enum class Outcome { kNoBody, kDecoded, kFailed };
 
     FormReader(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user)
-        : file_(file), image_(image), callback_(callback), user_(user) {}
+        : file_(file), image_(image), picture_(image), callback_(callback), user_(user) {}
 
     // Reads the chunks from `start` to `end`. Chunks of odd length are not followed by a fill byte here: files
     // that have one are read one byte early.
@@ -199,8 +205,9 @@ private:
         header_ = readBitmapHeader(file_);
         if (!header_) return false;
         if (header_->compression > 1) return fail(image_, DIB_ERROR_UNSUPPORTED);
-        const bool created = header_->planes <= kMostPlanes &&
-                             image_->Create(header_->width, header_->height, header_->bitCount());
+        const bool created =
+            header_->planes <= kMostPlanes && picture_.create(file_, header_->width, header_->height,
+                                                              header_->bitCount(), header_->fewestBytes());
         if (!created) header_.reset();
         // A file may lack its colours.
         if (created && header_->bitCount() == 4) image_->SetMonoPalette();
@@ -236,9 +243,8 @@ private:
             row, [&](unsigned char* out, std::size_t bytes) { return dib::readBytes(file_, out, bytes); });
     }
 
-    // Rows without planes are there without a byte of the file, as many as it likes to announce: none is written.
+    // Rows without planes take no byte of the file, so their number is not limited by it: none is written.
     bool readNothing() {
-        if (!formats::clearPixels(image_)) return false;
         for (int y = 0; callback_ != nullptr && y < header_->height; ++y) {
             if (!reportRow(y)) return false;
         }
@@ -256,6 +262,7 @@ private:
                 return fail(image_, DIB_ERROR_INVALID);
             }
             row.storeInto(image_->ScanLine(y), image_->GetPitch());
+            picture_.read(image_->ScanLine(y));
             if (!reportRow(y)) return false;
         }
         return true;
@@ -263,6 +270,7 @@ private:
 
     std::FILE* file_;
     DibStream* image_;
+    formats::NewImage picture_;
     DibProgressCallback callback_;
     void* user_;
     std::optional<BitmapHeader> header_;  // of the image that was created

@@ -12,6 +12,7 @@
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
 #include "formats/FloatPixels.h"
+#include "formats/NewImage.h"
 
 namespace formats {
 
@@ -59,12 +60,13 @@ void storeColors(const ColorTriples& colors, DibStream& dib) {
     }
 }
 
-bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, DibStream& dib) {
+bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, NewImage& dib) {
     if (!decoder.startPixels()) return false;
-    for (int y = 0; y < dib.Header->biHeight; ++y) {
+    for (int y = 0; y < dib->Header->biHeight; ++y) {
         const unsigned char* row = decoder.nextRow();
         if (row == nullptr) return false;
-        conversion.convert(row, dib.ScanLine(y), static_cast<std::size_t>(dib.Header->biWidth));
+        conversion.convert(row, dib->ScanLine(y), static_cast<std::size_t>(dib->Header->biWidth));
+        dib.read(dib->ScanLine(y));
     }
     return true;
 }
@@ -115,11 +117,11 @@ bool loadImageFile(ImagePlatform& platform, const VexString& path, DibStream* di
 
     const Conversion* conversion = conversionOf(layout);
     if (conversion == nullptr || !isReadable(layout)) return false;
-    if (!dib->Create(static_cast<int>(layout.width), static_cast<int>(layout.height), conversion->bitCount)) {
-        return false;
-    }
+    NewImage image(dib);
+    const int width = static_cast<int>(layout.width);
+    if (!image.create(width, static_cast<int>(layout.height), conversion->bitCount)) return false;
     if (conversion->bitCount == 8) storeColors(colors, *dib);
-    if (copyRows(*decoder, *conversion, *dib)) return true;
+    if (copyRows(*decoder, *conversion, image)) return true;
     dib->Clear();
     return false;
 }

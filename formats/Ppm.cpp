@@ -11,6 +11,7 @@
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
 #include "formats/HeaderText.h"
+#include "formats/NewImage.h"
 #include "formats/Rows.h"
 
 using formats::fail;
@@ -63,41 +64,40 @@ void exchangeColors(unsigned char* first, unsigned char* second, std::size_t byt
 // from elsewhere costs the memory of the picture twice.
 class BinaryRows {
 public:
-    BinaryRows(std::FILE* file, DibStream& image)
+    BinaryRows(std::FILE* file, formats::NewImage& image)
         : file_(file),
           image_(image),
-          rowBytes_(static_cast<std::size_t>(image.Header->biWidth) * image.Header->biBitCount / 8) {}
+          rowBytes_(static_cast<std::size_t>(image->Header->biWidth) * image->Header->biBitCount / 8) {}
 
     bool read(int y) {
         if (y == blockEnd_) readBlock();
-        return y < wholeRows_;
-    }
-
-    // Blanks the rows from y on that were read ahead: who cancels keeps the rows that were reported, no others.
-    void forget(int y) {
-        for (; y < blockEnd_; ++y) std::memset(image_.ScanLine(y), 0, image_.GetPitch());
+        if (y < wholeRows_) return true;
+        // Grey bytes are the pixels themselves.
+        if (image_->Header->biBitCount == 8) image_.readPart(image_->ScanLine(y), partBytes_);
+        return false;
     }
 
 private:
     void readBlock() {
-        const auto left = static_cast<std::size_t>(image_.Header->biHeight - blockEnd_);
-        const bool hasColors = image_.Header->biBitCount == 24;
+        const auto left = static_cast<std::size_t>(image_->Header->biHeight - blockEnd_);
+        const bool hasColors = image_->Header->biBitCount == 24;
         // What is passed over once more must still be in the cache then.
         const std::size_t rows = hasColors ? formats::rowsPerBlock(rowBytes_, left)
                                            : std::min(left, 4 * formats::rowsPerBlock(rowBytes_, left));
         const int first = blockEnd_;
         blockEnd_ += static_cast<int>(rows);
         const std::size_t bytes =
-            hasColors ? readColors(image_.ScanLine(blockEnd_ - 1), rows)
-                      : dib::readRows(file_, image_.ScanLine(first),
-                                      -static_cast<std::ptrdiff_t>(image_.GetPitch()), rowBytes_, rows);
+            hasColors ? readColors(image_->ScanLine(blockEnd_ - 1), rows)
+                      : dib::readRows(file_, image_->ScanLine(first),
+                                      -static_cast<std::ptrdiff_t>(image_->GetPitch()), rowBytes_, rows);
         wholeRows_ = first + static_cast<int>(bytes / rowBytes_);
+        partBytes_ = bytes % rowBytes_;
     }
 
     // The block is read in one piece, the top row first and without fill. Exchanging rows exchanges their red and blue.
     std::size_t readColors(unsigned char* block, std::size_t rows) {
         const std::size_t bytes = std::fread(block, 1, rows * rowBytes_, file_);
-        const std::size_t pitch = image_.GetPitch();
+        const std::size_t pitch = image_->GetPitch();
         if (pitch > rowBytes_) spreadRows(block, pitch, rows);
         for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
             exchangeColors(block + row * pitch, block + (rows - 1 - row) * pitch, rowBytes_);
@@ -105,53 +105,55 @@ private:
     }
 
     void spreadRows(unsigned char* block, std::size_t pitch, std::size_t rows) {
-        for (std::size_t row = rows; row-- > 0;) {
+        for (std::size_t row = rows; row-- > 0;)
             std::memmove(block + row * pitch, block + row * rowBytes_, rowBytes_);
-            // The fill behind a row held pixels of the rows that have left by now.
-            std::memset(block + row * pitch + rowBytes_, 0, pitch - rowBytes_);
-        }
     }
 
     std::FILE* file_;
-    DibStream& image_;
+    formats::NewImage& image_;
     std::size_t rowBytes_;
-    int blockEnd_ = 0;   // rows read so far, those that the file lacks included
-    int wholeRows_ = 0;  // and those that it had
+    int blockEnd_ = 0;           // rows read so far, those that the file lacks included
+    int wholeRows_ = 0;          // and those that it had
+    std::size_t partBytes_ = 0;  // of the row after these
 };
 
 class AsciiRows {
 public:
-    AsciiRows(std::FILE* file, DibStream& image) : file_(file), image_(image) {}
+    AsciiRows(std::FILE* file, formats::NewImage& image) : file_(file), image_(image) {}
 
     bool read(int y) {
-        unsigned char* out = image_.ScanLine(y);
-        const int channels = image_.Header->biBitCount / 8;
-        for (int x = 0; x < image_.Header->biWidth; ++x, out += channels) {
+        unsigned char* out = image_->ScanLine(y);
+        const int channels = image_->Header->biBitCount / 8;
+        for (int x = 0; x < image_->Header->biWidth; ++x, out += channels) {
             // Samples of a pixel come red first and are stored blue first.
             for (int channel = channels - 1; channel >= 0; --channel) {
                 int sample = 0;
-                if (formats::readInt(file_, sample) == 0) return false;
+                if (formats::readInt(file_, sample) == 0) {
+                    std::fill_n(out, channel + 1, 0);
+                    image_.readPart(image_->ScanLine(y), static_cast<std::size_t>((x + 1) * channels));
+                    return false;
+                }
                 out[channel] = static_cast<unsigned char>(sample);
             }
         }
         return true;
     }
 
-    void forget(int) {}
-
 private:
     std::FILE* file_;
-    DibStream& image_;
+    formats::NewImage& image_;
 };
 
 template <class Rows>
-bool readPixels(Rows rows, DibStream* image, DibProgressCallback callback, void* user) {
+bool readPixels(Rows rows, formats::NewImage& image, DibProgressCallback callback, void* user) {
     const int height = image->Header->biHeight;
-    for (int y = 0; y < height; ++y) {
+    const std::ptrdiff_t pitch = image->GetPitch();
+    unsigned char* row = image->ScanLine(0);
+    for (int y = 0; y < height; ++y, row -= pitch) {
         if (!rows.read(y)) return fail(image, DIB_ERROR_READ);
-        if (formats::report(callback, user, y, height)) continue;
-        rows.forget(y + 1);
-        return fail(image, DIB_ERROR_INTERRUPTED);
+        // A load that is cancelled keeps the rows that were reported, none that were read ahead.
+        image.read(row);
+        if (!formats::report(callback, user, y, height)) return fail(image, DIB_ERROR_INTERRUPTED);
     }
     image->ErrorCode = DIB_OK;
     return true;
@@ -196,12 +198,15 @@ bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     if (!readSize(lines, size) || size.width < 0) return fail(image, DIB_ERROR_INVALID);
     lines.next();  // The largest sample is not interpreted: samples are stored as they are.
 
-    if (!image->Create(size.width, size.height, kind->bitCount)) return false;
+    // Below a height of 0 there are no rows to read, which leaves the load without its success.
+    const std::uint64_t rows = static_cast<std::uint64_t>(std::max(size.height, 0));
+    const std::uint64_t fewestBytes = static_cast<std::uint64_t>(size.width) * rows * (kind->bitCount / 8);
+    formats::NewImage picture(image);
+    if (!picture.create(file, size.width, size.height, kind->bitCount, fewestBytes)) return false;
     image->SetMonoPalette();
-    // There are no rows to read, which leaves the load without its success.
     if (size.height < 0) return false;
-    if (kind->ascii) return readPixels(AsciiRows(file, *image), image, callback, user);
-    return readPixels(BinaryRows(file, *image), image, callback, user);
+    if (kind->ascii) return readPixels(AsciiRows(file, picture), picture, callback, user);
+    return readPixels(BinaryRows(file, picture), picture, callback, user);
 }
 
 bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {

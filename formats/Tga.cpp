@@ -12,9 +12,11 @@
 #include "dib/Memory.h"
 #include "formats/ByteSource.h"
 #include "formats/CodecFrame.h"
+#include "formats/NewImage.h"
 #include "formats/Rows.h"
 
 using formats::fail;
+using formats::NewImage;
 
 namespace {
 
@@ -81,23 +83,27 @@ void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
 }
 
 // Image sizes. Raw pixels are kept in the row order of the file; run-length ones always bottom-up.
-bool createInFileOrder(DibStream* image, const TgaHeader& header, int bitCount) {
+bool createInFileOrder(std::FILE* file, NewImage& image, const TgaHeader& header, int bitCount) {
     const int height = header.topRowFirst() ? -header.height : header.height;
-    if (!image->Create(header.width, height, bitCount)) return false;
     // A height below 1 in the header makes an image without any row to read.
-    return header.height >= 1 || formats::clearPixels(image);
+    const std::uint64_t fewestBytes = header.height < 1 ? 0 : header.rowBytes() * header.rows();
+    return image.create(file, header.width, height, bitCount, fewestBytes);
 }
 
-bool readRawPixels(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readRawPixels(std::FILE* file, NewImage& image, const TgaHeader& header) {
     if (header.height < 1) return true;
-    const std::size_t read =
-        dib::readRows(file, image->Buffer, static_cast<std::ptrdiff_t>(image->GetPitch()), header.rowBytes(),
-                      header.rows());
-    return read == header.rowBytes() * header.rows() || fail(image, DIB_ERROR_READ);
+    const std::size_t pitch = image->GetPitch();
+    const std::size_t bytes = dib::readRows(file, image->Buffer, static_cast<std::ptrdiff_t>(pitch),
+                                            header.rowBytes(), header.rows());
+    const std::size_t whole = bytes / header.rowBytes();
+    image.read(image->Buffer, whole);
+    if (whole == header.rows()) return true;
+    image.readPart(image->Buffer + whole * pitch, bytes % header.rowBytes());
+    return fail(image, DIB_ERROR_READ);
 }
 
 // Reads a map of 24-bit entries into the table of an 8-bit image.
-bool readMap24(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readMap24(std::FILE* file, NewImage& image, const TgaHeader& header) {
     std::array<unsigned char, 256 * 3> map;
     const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
     if (!dib::readBytes(file, map.data(), entries * 3)) return fail(image, DIB_ERROR_READ);
@@ -109,8 +115,8 @@ bool readMap24(std::FILE* file, DibStream* image, const TgaHeader& header) {
 constexpr int kTableEntries = 256;
 
 // Raw pixels looked up in a map of 32-bit entries, which an image keeps only as pixels.
-bool readExpanded(std::FILE* file, DibStream* image, const TgaHeader& header) {
-    if (!createInFileOrder(image, header, 32)) return false;
+bool readExpanded(std::FILE* file, NewImage& image, const TgaHeader& header) {
+    if (!createInFileOrder(file, image, header, 32)) return false;
     const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
     const auto map = dib::allocateArray<DibBGRA>(std::max(entries, std::size_t{1}));
     if (map == nullptr) return fail(image, DIB_ERROR_MEMORY);
@@ -126,33 +132,34 @@ bool readExpanded(std::FILE* file, DibStream* image, const TgaHeader& header) {
         if (indices == nullptr) return fail(image, DIB_ERROR_READ);
         auto* out = reinterpret_cast<DibBGRA*>(image->Buffer + row * image->GetPitch());
         for (int x = 0; x < header.width; ++x) out[x] = table[indices[x]];
+        image.read(image->Buffer + row * image->GetPitch());
     }
     return true;
 }
 
-bool readMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readMapped(std::FILE* file, NewImage& image, const TgaHeader& header) {
     const bool known = header.mapEntryBits == 24 || header.mapEntryBits == 32;
     if (header.bitCount != 8 || !header.hasMap() || !known) return fail(image, DIB_ERROR_UNSUPPORTED);
     if (header.mapEntries < 0) return fail(image, DIB_ERROR_INVALID);
     if (header.mapEntryBits == 32) return readExpanded(file, image, header);
     if (header.mapEntries > kTableEntries) return fail(image, DIB_ERROR_INVALID);
-    return createInFileOrder(image, header, 8) && readMap24(file, image, header) &&
+    return createInFileOrder(file, image, header, 8) && readMap24(file, image, header) &&
            readRawPixels(file, image, header);
 }
 
-bool readTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readTrueColor(std::FILE* file, NewImage& image, const TgaHeader& header) {
     const bool known = header.bitCount == 16 || header.bitCount == 24 || header.bitCount == 32;
     if (!known) return fail(image, DIB_ERROR_UNSUPPORTED);
     if (!unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
-    if (!createInFileOrder(image, header, header.bitCount)) return false;
+    if (!createInFileOrder(file, image, header, header.bitCount)) return false;
     skipUnusedMap(file, header);
     return readRawPixels(file, image, header);
 }
 
-bool readGrey(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readGrey(std::FILE* file, NewImage& image, const TgaHeader& header) {
     if (header.bitCount != 8) return fail(image, DIB_ERROR_UNSUPPORTED);
     if (!unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
-    if (!createInFileOrder(image, header, 8)) return false;
+    if (!createInFileOrder(file, image, header, 8)) return false;
     image->SetMonoPalette();
     skipUnusedMap(file, header);
     return readRawPixels(file, image, header);
@@ -169,53 +176,68 @@ void fillPixels(unsigned char* out, const unsigned char* pixel, int count) {
 // Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They run
 // on across the ends of rows, and the last one may hold more than the image takes.
 template <std::size_t kPixelBytes>
-bool decodePackets(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool decodePackets(std::FILE* file, NewImage& image, const TgaHeader& header) {
     formats::ByteSource source(file);
     const int step = header.topRowFirst() ? 1 : -1;
     const int end = header.topRowFirst() ? header.height : -1;
     int y = header.topRowFirst() ? 0 : header.height - 1;
     int x = 0;
+    unsigned char* row = image->ScanLine(y);
+    const auto endInRow = [&](std::size_t pixels) {
+        image.readPart(row, pixels * kPixelBytes);
+        return fail(image, DIB_ERROR_READ);
+    };
     while (y != end) {
         const int packet = source.byte();
-        if (packet < 0) return fail(image, DIB_ERROR_READ);
+        if (packet < 0) return endInRow(static_cast<std::size_t>(x));
         const bool isRun = (packet & 0x80) != 0;
         const unsigned char* repeated = isRun ? source.take(kPixelBytes) : nullptr;
-        if (isRun && repeated == nullptr) return fail(image, DIB_ERROR_READ);
+        if (isRun && repeated == nullptr) return endInRow(static_cast<std::size_t>(x));
         for (int left = (packet & 0x7F) + 1; left > 0 && y != end;) {
             const int count = std::min(left, header.width - x);
-            unsigned char* out = image->ScanLine(y) + static_cast<std::size_t>(x) * kPixelBytes;
+            unsigned char* out = row + static_cast<std::size_t>(x) * kPixelBytes;
             if (isRun) {
                 fillPixels<kPixelBytes>(out, repeated, count);
             } else {
                 const std::size_t wanted = static_cast<std::size_t>(count) * kPixelBytes;
                 const std::size_t atHand = std::min(wanted, source.fill(wanted));
                 std::memcpy(out, source.advance(atHand), atHand - atHand % kPixelBytes);
-                if (atHand < wanted) return fail(image, DIB_ERROR_READ);
+                if (atHand < wanted) return endInRow(static_cast<std::size_t>(x) + atHand / kPixelBytes);
             }
             left -= count;
             x += count;
             if (x < header.width) continue;
+            image.read(row);
             x = 0;
             y += step;
+            row = image->ScanLine(y);
         }
     }
     return true;
 }
 
-bool readRunLengthMapped(std::FILE* file, DibStream* image, const TgaHeader& header) {
+// A run of 128 pixels takes a count byte and a pixel.
+std::uint64_t fewestPacketBytes(const TgaHeader& header) {
+    const std::uint64_t pixels = static_cast<std::size_t>(header.width) * header.rows();
+    return (pixels + 127) / 128 * (1 + static_cast<unsigned>(header.bitCount) / 8);
+}
+
+bool readRunLengthMapped(std::FILE* file, NewImage& image, const TgaHeader& header) {
     if (header.bitCount != 8 || !header.hasMap()) return false;
     const bool known = header.mapEntryBits == 24;
     const bool fitting = header.mapEntries >= 0 && header.mapEntries <= kTableEntries;
     if (header.height < 0 || (known && !fitting)) return fail(image, DIB_ERROR_INVALID);
-    if (!image->Create(header.width, header.height, 8)) return false;
-    if (!known) return false;  // the new image stays, its pixels undefined
+    const std::uint64_t fewestBytes = known ? fewestPacketBytes(header) : 0;
+    if (!image.create(file, header.width, header.height, 8, fewestBytes)) return false;
+    if (!known) return false;  // the new image stays
     return readMap24(file, image, header) && decodePackets<1>(file, image, header);
 }
 
-bool readRunLengthTrueColor(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readRunLengthTrueColor(std::FILE* file, NewImage& image, const TgaHeader& header) {
     if (header.bitCount != 16 && header.bitCount != 24 && header.bitCount != 32) return false;
     if (header.height < 0 || !unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
-    if (!image->Create(header.width, header.height, header.bitCount)) return false;
+    if (!image.create(file, header.width, header.height, header.bitCount, fewestPacketBytes(header)))
+        return false;
     skipUnusedMap(file, header);
     switch (header.bitCount) {
         case 16: return decodePackets<2>(file, image, header);
@@ -224,7 +246,7 @@ bool readRunLengthTrueColor(std::FILE* file, DibStream* image, const TgaHeader& 
     }
 }
 
-bool readImage(std::FILE* file, DibStream* image, const TgaHeader& header) {
+bool readImage(std::FILE* file, NewImage& image, const TgaHeader& header) {
     switch (header.imageType) {
         case kMapped: return readMapped(file, image, header);
         case kTrueColor: return readTrueColor(file, image, header);
@@ -286,7 +308,8 @@ bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     const TgaHeader header = parseHeader(bytes);
     dib::skipBytes(file, header.idBytes);
     if (!isKnownType(header.imageType)) return false;
-    if (!readImage(file, image, header)) return false;
+    NewImage picture(image);
+    if (!readImage(file, picture, header)) return false;
     image->ErrorCode = DIB_OK;
     return true;
 }

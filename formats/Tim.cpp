@@ -11,6 +11,7 @@
 #include "dib/ColorTable.h"
 #include "dib/Kernels.h"
 #include "formats/CodecFrame.h"
+#include "formats/NewImage.h"
 #include "formats/Rows.h"
 
 using formats::fail;
@@ -93,7 +94,9 @@ bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     const BlockHeader block = readBlockHeader(file);
     const int width = static_cast<int>(block.width) * 16 / bitCount;
     const int height = static_cast<int>(block.height);
-    if (!image->Create(width, height, bitCount)) return false;
+    const std::size_t rowBytes = std::size_t{block.width} * 2;
+    formats::NewImage picture(image);
+    if (!picture.create(file, width, height, bitCount, rowBytes * block.height)) return false;
     if ((flags & kHasLookup) == 0) {
         image->SetMonoPalette();
     } else if (bitCount <= 8) {
@@ -101,16 +104,15 @@ bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     }
 
     // Pixels that the file lacks are 0: it is not an error that it ends early.
-    const std::size_t rowBytes = std::size_t{block.width} * 2;
-    const bool whole = dib::bytesLeft(file).value_or(0) >= rowBytes * block.height;
-    if (!whole && !formats::clearPixels(image)) return false;
     formats::RowReader rows(file, rowBytes, block.height);
     if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
     for (int y = 0; y < height; ++y) {
         unsigned char* row = image->ScanLine(y);
         const std::size_t read = rows.copyNext(row);
         if (read == 0) break;
+        std::memset(row + read, 0, rowBytes - read);
         exchangeOrder(row, rowBytes, bitCount);
+        picture.read(row);
     }
     return true;
 }

@@ -27,14 +27,14 @@
 /// - 3 when the file cannot be opened;
 /// - 4 when anything is missing at its end;
 /// - 1 for other image types, and for run-length files of a depth or colour map that is not read (one with
-///   another entry size than 24 bits leaves an image of undefined pixels);
+///   another entry size than 24 bits leaves an image of zero pixels);
 /// - 7 for raw files of a depth or colour map that is not read;
 /// - 6 for a colour map of negative length, or of more than 256 entries for an 8-bit image, and for a run-length
 ///   file of negative height;
 /// - 2 when memory is short or the size cannot exist.
 ///
-/// The image is kept when the failure is told by the header alone; otherwise it is the new one, as far as it
-/// was read. A successful load stores 0.
+/// If the header is rejected the image is unchanged; otherwise it holds the rows read so far, the others 0. A
+/// successful load stores 0.
 DIB_EXPORT bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 /// The same for a wide path.
 DIB_EXPORT bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
@@ -62,7 +62,7 @@ DIB_EXPORT bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallba
 /// @return False with `ErrorCode`
 /// - the code that it had when the file cannot be opened: the image is kept;
 /// - 6 when header or pixels are broken or end early: the image is kept, or holds the rows that were read, the
-///   others undefined;
+///   others 0;
 /// - 2 when memory is short or the size cannot exist.
 ///
 /// A successful load leaves the code as it was.
@@ -109,8 +109,7 @@ DIB_EXPORT bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback
 /// - 3 when the file cannot be opened: the image is kept;
 /// - 7 for another compression: the image is kept;
 /// - 2 when memory is short or the size cannot exist;
-/// - 6 when the pixels end early, 9 when cancelled: the image holds the rows that were read, the others are
-///   undefined;
+/// - 6 when the pixels end early, 9 when cancelled: the image holds the rows that were read, the others are 0;
 /// - the code that it had when there is no picture.
 ///
 /// A successful load leaves the code as it was. The file must be seekable.
@@ -261,7 +260,7 @@ DIB_EXPORT bool SaveTIM(const wchar_t* path, DibStream* image, DibProgressCallba
 /// - 6 when it is empty, has no size or a negative width, 7 when it is of another kind: the image is kept;
 /// - 2 when memory is short or the size cannot exist;
 /// - 4 when samples are missing, 9 when cancelled, 1 when the height is negative: the image holds the rows
-///   that were read, the others are undefined.
+///   that were read, the others are 0.
 ///
 /// A successful load stores 0.
 DIB_EXPORT bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user);

@@ -1,0 +1,65 @@
+#include "formats/NewImage.h"
+
+#include <cstring>
+
+#include "dib/File.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+
+namespace formats {
+
+namespace {
+
+// A picture of this size may be touched whole, and for a smaller one asking for the length of the file would show.
+constexpr std::size_t kSmallBytes = 512 * 1024;
+
+}  // namespace
+
+bool NewImage::create(int width, int height, int bitCount) { return create(width, height, bitCount, false); }
+
+bool NewImage::create(std::FILE* file, int width, int height, int bitCount, std::uint64_t fewestBytes) {
+    const bool isSmall = dib::admitSize(width, height, bitCount).imageBytes <= kSmallBytes;
+    const bool isShort = !isSmall && dib::bytesLeft(file).value_or(0) < fewestBytes;
+    return create(width, height, bitCount, isShort || fewestBytes == 0);
+}
+
+bool NewImage::create(int width, int height, int bitCount, bool isBlank) {
+    clearUnread();
+    pixels_ = begin_ = end_ = nullptr;
+    image_->Clear();
+    const dib::ImageSize size = dib::admitSize(width, height, bitCount);
+    dib::MallocPtr<BITMAPINFOHEADER> header(image_->CreateHeader(width, height, bitCount));
+    dib::MallocPtr<unsigned char> block;
+    if (header != nullptr && size.imageBytes > 0) {
+        block = isBlank ? dib::allocateZeroedImageBlock(size.imageBytes)
+                        : dib::allocateImageBlock(size.imageBytes);
+    }
+    if (block == nullptr) return dib::failForMemory(*image_);
+
+    width_ = width;
+    height_ = height;
+    bitCount_ = bitCount;
+    rowBytes_ = size.rowBytes;
+    const std::size_t pixelBytes = (static_cast<std::size_t>(width) * header[0].biBitCount + 7) / 8;
+    lastWord_ = UINT32_MAX >> (8 * (rowBytes_ - pixelBytes));
+    pixels_ = begin_ = block.get();
+    end_ = isBlank ? pixels_ : pixels_ + size.imageBytes;
+    return image_->SetDib(header.release(), dib::kOwned, block.release(), dib::kOwned);
+}
+
+void NewImage::readPart(unsigned char* row, std::size_t bytes) {
+    std::memset(row + bytes, 0, rowBytes_ - bytes);
+    read(row);
+}
+
+bool NewImage::isIntact() const {
+    const BITMAPINFOHEADER* header = image_->Header;
+    return header != nullptr && pixels_ != nullptr && image_->Buffer == pixels_ &&
+           header->biWidth == width_ && header->biHeight == height_ && header->biBitCount == bitCount_;
+}
+
+void NewImage::clearUnread() {
+    if (begin_ < end_ && isIntact()) std::memset(begin_, 0, static_cast<std::size_t>(end_ - begin_));
+}
+
+}  // namespace formats
