@@ -4,6 +4,7 @@
 
 #include <DibStream.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -23,19 +24,20 @@ inline std::size_t announcedEntries(const BITMAPINFOHEADER& header) {
     return header.biClrUsed != 0 ? header.biClrUsed : addressableEntries(header.biBitCount);
 }
 
-// Whether a header block with the announced entries has a size that a signed 32-bit number counts, like everything else
-// of an image. Announcements beyond that are damage: no block is that long.
-inline bool announcesPossibleTable(const BITMAPINFOHEADER& header) {
-    return announcedEntries(header) <= (INT32_MAX - kHeaderBytes) / kEntryBytes;
+// The longest info header that files have: its fifth version.
+constexpr std::size_t kLongestHeaderBytes = 124;
+
+// Where the table starts: after the header, whose length is `biSize`. Every block has 40 bytes, so smaller values
+// count as 40.
+inline std::size_t tableOffset(const BITMAPINFOHEADER& header) {
+    return std::max<std::size_t>(header.biSize, kHeaderBytes);
 }
 
-// Where the table starts: behind the header, whose size the header itself names. No info header is shorter than 40
-// bytes or longer than the 124 of its fifth version; a block that says so is damaged, and since every block has 40
-// bytes and a table, the table is looked for there.
-constexpr std::size_t kLongestHeaderBytes = 124;
-inline std::size_t tableOffset(const BITMAPINFOHEADER& header) {
-    return header.biSize >= kHeaderBytes && header.biSize <= kLongestHeaderBytes ? header.biSize
-                                                                                 : kHeaderBytes;
+// Whether the size of the header block, with its announced entries, fits in a signed 32-bit number like every other
+// size of an image. Larger announcements are damage.
+inline bool announcesPossibleTable(const BITMAPINFOHEADER& header) {
+    const std::size_t offset = tableOffset(header);
+    return offset <= INT32_MAX && announcedEntries(header) <= (INT32_MAX - offset) / kEntryBytes;
 }
 
 // The first entry.

@@ -72,16 +72,16 @@ bool DibStream::SetBuffer(void* buffer, unsigned int owner) {
 
 namespace {
 
-// A copy of a header block, 40 bytes and the announced table, whatever biSize says. The new block is zero
-// behind that and has room for every entry that the depth can address, counted from where SetMonoPalette and the
-// readers of the copy look for its table.
-BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& source) {
-    if (!dib::announcesPossibleTable(source)) return nullptr;
-    const std::size_t announced = dib::announcedEntries(source);
-    const std::size_t entries = std::max(announced, dib::addressableEntries(source.biBitCount));
-    auto block = dib::allocateZeroed<unsigned char>(dib::tableOffset(source) + entries * dib::kEntryBytes);
+// Copies 40 bytes and as many as the announced table has, whatever biSize says. The rest of the copy is zero; it has
+// room for every entry that the depth can address, from where SetMonoPalette and readers of the copy look for its
+// table. `header` is what stands at the start of the block `from`, which may lie at any address.
+BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& header, const void* from) {
+    if (!dib::announcesPossibleTable(header)) return nullptr;
+    const std::size_t announced = dib::announcedEntries(header);
+    const std::size_t entries = std::max(announced, dib::addressableEntries(header.biBitCount));
+    auto block = dib::allocateZeroed<unsigned char>(dib::tableOffset(header) + entries * dib::kEntryBytes);
     if (block == nullptr) return nullptr;
-    std::memcpy(block.get(), &source, kHeaderBytes + announced * dib::kEntryBytes);
+    std::memcpy(block.get(), from, kHeaderBytes + announced * dib::kEntryBytes);
     return reinterpret_cast<BITMAPINFOHEADER*>(block.release());
 }
 
@@ -103,17 +103,16 @@ unsigned char* copyPixelBlock(const BITMAPINFOHEADER& header, const void* pixels
 bool DibStream::Copy(void* header, void* bits) {
     Clear();
     if (header == nullptr || bits == nullptr) return false;
-    const auto& source = *static_cast<const BITMAPINFOHEADER*>(header);
+    // The header inside a BMP file in memory lies at an odd address.
+    BITMAPINFOHEADER source;
+    std::memcpy(&source, header, kHeaderBytes);
 
+    // Each word stays beside a null block when its allocation fails; a null block is never freed.
     HeaderOwner = kOwned;
-    Header = copyHeaderBlock(source);
-    if (Header == nullptr) {
-        HeaderOwner = 0;
-        return false;
-    }
+    Header = copyHeaderBlock(source, header);
+    if (Header == nullptr) return false;
     const std::size_t bytes =
         source.biSizeImage != 0 ? source.biSizeImage : dib::admitSize(source).imageBytes;
-    // The word stays beside a null block when this fails; a null block is never freed.
     BufferOwner = kOwned;
     Buffer = copyPixelBlock(source, bits, bytes);
     if (Buffer == nullptr) {
@@ -132,7 +131,7 @@ DibStream* DibStream::Clone() {
     };
     if (clone == nullptr) return fail();
     if (Header != nullptr) {
-        clone->Header = copyHeaderBlock(*Header);
+        clone->Header = copyHeaderBlock(*Header, Header);
         if (clone->Header == nullptr) return fail();
         clone->HeaderOwner = kOwned;
     }
@@ -307,9 +306,10 @@ void DibStream::SetDllFilePath(const char* path) {
     }
 }
 
-void DibStream::SetDllFilePath(const wchar_t* path) { std::wcscpy(DllPath, path); }
+void DibStream::SetDllFilePath(const wchar_t* path) { std::wcscpy(DllPath, path != nullptr ? path : L""); }
 
 void DibStream::GetDllFilePath(char* out) {
+    if (out == nullptr) return;
     *out = '\0';
     try {
         std::strcpy(out, VexString(DllPath).toUtf8String().c_str());
@@ -318,4 +318,6 @@ void DibStream::GetDllFilePath(char* out) {
     }
 }
 
-wchar_t* DibStream::GetDllFilePath(wchar_t* out) { return std::wcscpy(out, DllPath); }
+wchar_t* DibStream::GetDllFilePath(wchar_t* out) {
+    return out != nullptr ? std::wcscpy(out, DllPath) : nullptr;
+}

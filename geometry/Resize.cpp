@@ -13,13 +13,12 @@ bool DibStream::Resize(int width, int height, DIB_RESIZE_METHOD method) {
     const std::int64_t rows = dib::rowCount(Header->biHeight);
     if (width == Header->biWidth && height == rows) return true;
     const bool isHalf = std::int64_t{width} * 2 == Header->biWidth && std::int64_t{height} * 2 == rows;
-    const std::int32_t codeBefore = ErrorCode;
     if (isHalf && ResizeHalf()) return true;
-    const bool done = (method == DIB_RESIZE_INTEGRAL && ResizeIntegral(width, height)) ||
-                      (method == DIB_RESIZE_BILINEAR && ResizeBilinear(width, height));
-    // Memory that the halving alone could not get is no failure of the whole.
-    if (done) ErrorCode = codeBefore;
-    return done;
+    switch (method) {
+        case DIB_RESIZE_INTEGRAL: return ResizeIntegral(width, height);
+        case DIB_RESIZE_BILINEAR: return ResizeBilinear(width, height);
+        default: return false;
+    }
 }
 
 namespace {

@@ -4,20 +4,48 @@
 
 namespace {
 
+// The pixel block of an image of fewer bits than a sampler expects.
+class ShallowBlock {
+public:
+    explicit ShallowBlock(const DibStream& image)
+        : end_(image.Buffer + dib::admitSize(*image.Header).imageBytes) {}
+
+    bool holds(const unsigned char* pixel, std::ptrdiff_t bytes) const { return bytes <= end_ - pixel; }
+
+    // Mixes pixels whose columns are those of deeper rows. Pixels of weight 0 are not read.
+    template <int Bits>
+    std::uint32_t mix(dib::BilinearTaps taps) const {
+        dib::ColumnPair& columns = taps.columns;
+        columns.readAtOnce = false;
+        if (columns.rightWeight == 0) columns.right = columns.left;
+        if (taps.lowerWeight == 0) taps.lower = taps.upper;
+        for (const unsigned char* row : {taps.upper, taps.lower}) {
+            for (const std::ptrdiff_t column : {columns.left, columns.right}) {
+                if (!holds(row + column * (Bits / 8), Bits / 8)) return 0;
+            }
+        }
+        return dib::mixTaps<Bits>(taps);
+    }
+
+private:
+    const unsigned char* end_;
+};
+
+// The layout is that of `Bits`, whatever the depth of the image is.
 template <int Bits>
 std::uint32_t colorAt(DibStream* image, float x, float y, unsigned int flags) {
     if (image == nullptr) return 0;
     const dib::SampleSource source(*image);
     if (!source.readable()) return 0;
-    // The layout is that of `Bits` whatever the depth of the image is. Single bytes stay inside the rows even
-    // then; wider pixels would be read past the rows of a shallower image.
-    if (Bits > 8 && image->Header->biBitCount < Bits) return 0;
+    const bool isShallow = image->Header->biBitCount < Bits;
     if constexpr (Bits >= 24) {
+        if (isShallow) return ShallowBlock(*image).mix<Bits>(dib::bilinearTaps<Bits>(source, x, y, flags));
         return dib::sample<Bits>(source, x, y, flags);
     } else {
         const dib::PixelIndex at = dib::nearestPixel(source, x, y, flags);
         const unsigned char* pixel = image->Pixel(static_cast<int>(at.column), static_cast<int>(at.row));
-        return pixel != nullptr ? dib::readIndexedPixel<Bits>(pixel, at.column) : 0;
+        if (pixel == nullptr || (isShallow && !ShallowBlock(*image).holds(pixel, Bits / 8))) return 0;
+        return dib::readIndexedPixel<Bits>(pixel, at.column);
     }
 }
 

@@ -108,11 +108,19 @@ DIB_ALWAYS_INLINE std::uint64_t mixColumns(const unsigned char* row, const Colum
            spreadChannels(both >> Bits & kPixel) * pair.rightWeight;
 }
 
-// An axis without a second pixel mixes the pixel with itself at weight 0. That is exact: a channel weighted
-// by 256 and shifted back by 8 is the channel.
+// The up to four pixels that are mixed. An axis without a second pixel mixes the pixel with itself at weight 0. That is
+// exact: a channel weighted by 256 and shifted back by 8 is the channel.
+struct BilinearTaps {
+    const unsigned char* upper;
+    const unsigned char* lower;
+    ColumnPair columns;
+    std::uint32_t lowerWeight;
+    bool isClampedRightEdge;  // with two rows
+};
+
 template <int Bits>
-DIB_ALWAYS_INLINE std::uint32_t sampleBilinear(const SampleSource& source, float x, float y,
-                                               unsigned int flags) {
+DIB_ALWAYS_INLINE BilinearTaps bilinearTaps(const SampleSource& source, float x, float y,
+                                            unsigned int flags) {
     const bool wrapX = (flags & DIB_WRAP_X) != 0;
     const bool wrapY = (flags & DIB_WRAP_Y) != 0;
     const SamplePosition column = samplePosition(x, source.width, source.widthReal, wrapX);
@@ -128,10 +136,15 @@ DIB_ALWAYS_INLINE std::uint32_t sampleBilinear(const SampleSource& source, float
     const std::uint32_t right = mixesColumns ? column.weight : 0;
     const ColumnPair pair{column.index, partner, 256U - right, right,
                           column.index + (Bits == 24 ? 2 : 1) < source.width};
-    const std::uint32_t color =
-        mixRows(mixColumns<Bits>(upper, pair), mixColumns<Bits>(lower, pair), mixesRows ? line.weight : 0);
+    return {upper, lower, pair, mixesRows ? line.weight : 0, !mixesColumns && mixesRows};
+}
+
+template <int Bits>
+DIB_ALWAYS_INLINE std::uint32_t mixTaps(const BilinearTaps& taps) {
+    const std::uint32_t color = mixRows(mixColumns<Bits>(taps.upper, taps.columns),
+                                        mixColumns<Bits>(taps.lower, taps.columns), taps.lowerWeight);
     // Callers rely on red in the place of alpha at the clamped right edge.
-    if (Bits == 32 && !mixesColumns && mixesRows) {
+    if (Bits == 32 && taps.isClampedRightEdge) {
         return (color & 0x00FFFFFFU) | ((color << 8) & 0xFF000000U);
     }
     return color;
@@ -141,7 +154,7 @@ DIB_ALWAYS_INLINE std::uint32_t sampleBilinear(const SampleSource& source, float
 template <int Bits>
 DIB_ALWAYS_INLINE std::uint32_t sample(const SampleSource& source, float x, float y, unsigned int flags) {
     if constexpr (Bits >= 24) {
-        return sampleBilinear<Bits>(source, x, y, flags);
+        return mixTaps<Bits>(bilinearTaps<Bits>(source, x, y, flags));
     } else {
         const PixelIndex at = nearestPixel(source, x, y, flags);
         return PixelDepth<Bits>::get(source.row(at.row), at.column);

@@ -10,10 +10,10 @@
 /// mix the four surrounding pixels with weights in 1/256. The result has the layout of a stored pixel, so
 /// that its bytes can be written back from the low end.
 ///
-/// The caller picks the function of the image's depth. On an image of another depth the bytes are read with
-/// the wrong layout; where that would leave the pixel block the result is 0, and so it is without a header or
-/// without pixels. NaN reads position 0; an infinite coordinate reads the clamp's end, or position 0 when it
-/// wraps.
+/// Call the function of the image's depth. On an image of another depth the bytes are read with the wrong
+/// layout; the result is 0 where a pixel that has a weight lies partly beyond the pixel block. It is 0, too,
+/// without a header or without pixels. NaN reads position 0; an infinite coordinate reads the end of its axis
+/// when clamped, position 0 when wrapped.
 #ifndef DIBSTREAM_DIBCOLOR_H
 #define DIBSTREAM_DIBCOLOR_H
 

@@ -1,6 +1,6 @@
 /// @file
-/// The in-memory bitmap of the library and everything that is a method of it: memory and ownership, BMP files,
-/// colour depth, size and position. Its header, pixels and error codes stand in DibTypes.h.
+/// The in-memory bitmap of the library and its methods: memory and ownership, BMP files, colour depth,
+/// size and position. DibTypes.h declares the header, the pixels and the error codes.
 ///
 /// Rules common to the whole library
 /// ---------------------------------
@@ -9,21 +9,23 @@
 /// - **Row order.** `biHeight` >= 0 stores the bottom row of the picture first, `biHeight` < 0 the top row.
 ///   Rows are numbered from the top of the picture wherever a function takes a row, unless it speaks of
 ///   *buffer rows*, which are counted from the start of the pixel block.
-/// - **Ownership.** Each block has an ownership word: nonzero means the object frees the block with `free`;
-///   the library writes 6 for every block it allocates (with `malloc`). Zero means the block belongs to
-///   someone else, is never freed by the object and must outlive its use.
+/// - **Ownership.** Each block has an ownership word. Nonzero: the object frees the block with `free`; the
+///   library writes 6 for every block that it allocates (with `malloc`). Zero: the block belongs to the
+///   caller, the object never frees it, and it must outlive its use.
 /// - **Results.** Functions return `bool`, or a null pointer where they make an object. Containers, loaders,
 ///   conversions and geometry methods also store a code in `DibStream::ErrorCode`; success does not clear it
 ///   unless stated. Effects never store a code.
-/// - **Failure.** Whatever fails, nothing leaks and no exception leaves the library. An operation that
-///   installs a new image releases the old one first, so a failed replacement leaves the object empty.
-/// - **Half-empty objects.** A header without pixels, or pixels without a header, gives `false`, null or 0.
-/// - **Colour tables.** A pixel whose index lies beyond the announced table length reads as black.
+/// - **Failure.** No failure leaks memory, and no function throws. An operation that installs a new image
+///   releases the old one first, so a failed replacement leaves the object empty.
+/// - **Half-empty objects.** A header without pixels, or pixels without a header, gives `false`, null or 0;
+///   `Clone`, `ScanLine`, `UpDown`, `InvertTone` and `Brighten` say what they do instead.
+/// - **Colour tables.** The table starts `biSize` bytes after the start of the header block; values of
+///   `biSize` below 40 count as 40. A pixel whose index lies beyond the announced table length reads as
+///   black.
 /// - **Progress.** A `DibProgressCallback` is called with a fraction from 0 to 1 and the caller's pointer;
-///   returning `false` cancels. It may be null everywhere.
-/// - **Threads.** The library creates none and locks nothing: one image is used by one thread at a time.
-///   Different images may be used by different threads, but for `DibStream::DllPath` and the C library's
-///   `rand()`.
+///   returning `false` cancels. It may always be null.
+/// - **Threads.** The library creates no threads and locks nothing: use an image from one thread at a time.
+///   Threads may use different images at once; they share `DibStream::DllPath` and the C library's `rand()`.
 /// - **Byte order.** Little-endian hosts only, checked when the library is compiled.
 #ifndef DIBSTREAM_DIBSTREAM_H
 #define DIBSTREAM_DIBSTREAM_H
@@ -40,24 +42,22 @@
 /// truncation.
 enum DibConversion : unsigned int {
     DIB_DITHER = 1,  ///< 8 bits: ordered dither to a 6 x 6 x 6 cube; 16 bits: carry the truncated remainder.
-    DIB_MEDIAN_CUT = 2,  ///< 4 and 8 bits: a palette of the picture's own by median cut.
+    DIB_MEDIAN_CUT = 2,  ///< 4 and 8 bits: a palette made for the picture by median cut.
 };
 
 /// An in-memory device-independent bitmap.
 ///
 /// Objects live on the stack, or on the heap with a reference count: `new` (or `Clone`, `CreateAlphaDib`,
-/// `ClipClone`) gives count 1 and the last `Release` deletes. The fields are public because callers wrap,
-/// share and exchange the blocks; the methods keep them consistent. Objects cannot be copied by assignment:
-/// use `Clone`.
+/// `ClipClone`) gives count 1 and the last `Release` deletes. The fields are public so that callers can wrap,
+/// share and exchange the blocks; the methods keep them consistent. Objects cannot be assigned: use `Clone`.
 class DIB_EXPORT DibStream {
 public:
-    std::uint64_t RefCount = 1;          ///< References held; the object dies when `Release` brings it to 0.
+    std::uint64_t RefCount = 1;          ///< References held; `Release` deletes the object at 0.
     BITMAPINFOHEADER* Header = nullptr;  ///< Header block; null when the object is empty.
     unsigned char* Buffer = nullptr;     ///< Pixel block; null when the object has no pixels.
     std::uint32_t HeaderOwner = 0;       ///< Nonzero: `Header` is freed by the object.
     std::uint32_t BufferOwner = 0;       ///< Nonzero: `Buffer` is freed by the object.
-    std::int32_t ErrorCode =
-        DIB_OK;  ///< Code of the last failure (`DibErrorCode`); success keeps it unless stated.
+    std::int32_t ErrorCode = DIB_OK;     ///< Code of the last failure (`DibErrorCode`); success keeps it.
 
     /// @name Life and memory
     /// @{
@@ -82,14 +82,13 @@ public:
     /// Releases both blocks. The reference count and the error code stay.
     void Clear();
 
-    /// Installs foreign blocks as they are, after releasing the current ones: no copy and no check. The
-    /// blocks must not be ones that this object owns.
-    /// @param header      `BITMAPINFOHEADER` with its colour table, at an address that is a multiple of 4 (a BMP
-    ///                    file's own header, 14 bytes into the file, may have to be copied there). A `biSize` of 41 to 124 is respected by
-    ///                    `SetMonoPalette` and by reading conversions, but `Clone` and `Copy` copy 40 bytes
-    ///                    plus 4 for each table entry from the start of the block, and zero the rest. With
-    ///                    any other `biSize` the table follows the 40 bytes.
-    /// @param headerOwner 0 borrows the block; anything else makes the object free it with `free`.
+    /// Releases the current blocks and installs the caller's as they are, without a copy or a check. This
+    /// object must not own them already.
+    /// @param header      `BITMAPINFOHEADER` with its colour table, at an address that is a multiple of 4.
+    ///                    The header of a BMP file in memory, 14 bytes from its start, must be moved or given
+    ///                    to `Copy`. Every method finds the table of a header longer than 40 bytes
+    ///                    (`biSize`), but copies cut it: see `Clone`.
+    /// @param headerOwner 0 borrows the block; with any other value the object frees it with `free`.
     /// @param buffer      Pixel rows.
     /// @param bufferOwner As `headerOwner`.
     /// @return False, with nothing changed, when either pointer is null.
@@ -97,17 +96,23 @@ public:
     /// Installs a pixel block (null allowed) after releasing the current one. @return True.
     bool SetBuffer(void* buffer, unsigned int owner);
 
-    /// Becomes an owned deep copy of a foreign DIB, whose blocks must not be ones that this object owns.
-    /// @param header Header block of at least 40 + 4 x table length bytes.
-    /// @param bits   Pixel block of `biSizeImage` bytes, or pitch times rows when that is 0; must be readable
-    ///               whole.
+    /// Replaces the image by an owned deep copy of the caller's blocks, which this object must not own.
+    /// @param header Header block of at least 40 + 4 x table length bytes, at any address. A longer header is
+    ///               cut as by `Clone`.
+    /// @param bits   Pixel block of `biSizeImage` bytes, or pitch times rows when that is 0.
     /// @return False without an error code when memory is short, the size or the length of the table is
-    ///         inadmissible or a pointer is null. The object is then empty.
+    ///         inadmissible or a pointer is null. The object is then empty; the ownership word of a block
+    ///         that could not be allocated is 6 all the same.
     bool Copy(void* header, void* bits);
     /// Makes an independent copy with one reference and no error code. The copy's pixel block is never
     /// shorter than pitch times rows; bytes beyond a shorter `biSizeImage` are 0.
-    /// @return Null when memory is short, or when the header announces a size or a table that no signed 32-bit
-    ///         number counts (this object's `ErrorCode` is then 2). An empty object gives an empty copy.
+    ///
+    /// The header block is copied for 40 + 4 x table length bytes from its start. With a `biSize` above 40
+    /// the end of the table is therefore missing: as many bytes as the header exceeds 40 are 0 in the copy.
+    ///
+    /// An object without pixels gives a copy of its header, one without a header an empty copy.
+    /// @return Null, with this object's `ErrorCode` 2, when memory is short or a signed 32-bit number cannot
+    ///         hold the size of the header block or of the pixels.
     DibStream* Clone();
 
     /// Replaces the image by a new one whose pixels are undefined. The colour table is black and white at 1
@@ -120,12 +125,11 @@ public:
     ///         number.
     bool Create(int width, int height, int bitCount);
     /// Makes a header block with the colour table of `Create`, owned by the caller (`free`); the object keeps
-    /// its own blocks.
-    /// The size is not judged: `CreateBuffer` does that.
+    /// its own blocks. The size is not checked: `CreateBuffer` does that.
     /// @return Null when the depth is invalid (no code) or memory is short (`ErrorCode` 2).
     BITMAPINFOHEADER* CreateHeader(int width, int height, int bitCount);
     /// Makes a pixel block of pitch x |biHeight| bytes, owned by the caller (`free`); the object keeps its
-    /// own. Its pixels are uninitialised, the fill bytes behind them 0.
+    /// own. The pixels are uninitialised, the fill bytes at the ends of rows 0.
     /// @return Null, without a code, when that size is 0 or inadmissible, memory is short or `header` is
     /// null.
     unsigned char* CreateBuffer(BITMAPINFOHEADER* header);
@@ -133,10 +137,11 @@ public:
     /// @return False when the depth is none of the six: the first five fields are then written all the same.
     bool SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int bitCount);
 
-    /// Writes a grey colour table of 2, 16 or 256 entries at `Header` + `biSize`; nothing at other depths.
-    /// A block that announces fewer entries (`biClrUsed`) may be no longer than that, so it is first replaced
-    /// by a grown one of the object's own: `Header` changes, a borrowed block stays as it was. If that
-    /// allocation fails only the announced entries are written, where they are.
+    /// Writes a grey colour table of 2, 16 or 256 entries; does nothing at other depths.
+    ///
+    /// A block that announces fewer entries (`biClrUsed`) may have room for no more. It is first replaced by
+    /// a larger one that the object owns, with a 40-byte header: `Header` changes, a borrowed block stays as
+    /// it was. If that allocation fails only the announced entries are written, in place.
     void SetMonoPalette();
     /// Makes an 8-bit grey image (one reference, same row order) of the alpha bytes of this 32-bit image.
     /// @return Null when this image is not 32 bits, has no pixels, or memory is short.
@@ -160,7 +165,8 @@ public:
         const std::uint32_t height = static_cast<std::uint32_t>(Header->biHeight);
         return static_cast<std::int32_t>(GetPitch() * (Header->biHeight < 0 ? 0U - height : height));
     }
-    /// Start of row y, counted from the top of the picture; null without pixels. Nothing else is checked.
+    /// Start of row y, counted from the top of the picture; null without pixels, the start of the pixel block
+    /// without a header. Nothing else is checked.
     unsigned char* ScanLine(int y);
     /// The byte that holds pixel x of row y; null without header or pixels or at a depth that is none of the
     /// six. At 1 and 4 bits the leftmost pixel is in the most significant bits. Nothing else is checked.
@@ -170,27 +176,30 @@ public:
     /// @name Error texts and plug-in folder
     /// @{
 
-    /// The folder from which the EXR and DDS loaders take their plug-ins; empty at start. Set it once, before
-    /// use.
+    /// The folder from which the EXR and DDS loaders take their plug-ins; empty at start. Set it before the
+    /// first use.
     static wchar_t DllPath[1024];
 
     /// The text of an error code: static storage, "(undefined)" for any other number.
     static const char* GetErrorString(int code);
-    /// Sets `DllPath` from a UTF-8 path of at most 1023 characters; the caller guarantees the length.
+    /// Sets `DllPath` from a UTF-8 path of at most 1023 characters; the length is not checked. Null is the
+    /// empty path.
     static void SetDllFilePath(const char* path);
-    /// Sets `DllPath` from a wide path of at most 1023 characters; the caller guarantees the length.
+    /// The same for a wide path.
     static void SetDllFilePath(const wchar_t* path);
-    /// Copies `DllPath` as UTF-8 into `out`, which must hold it with its terminator (4096 bytes always do). A
-    /// wide path that has no UTF-8 form gives an empty one.
+    /// Copies `DllPath` as UTF-8 into `out`, which must hold it with its terminator (4096 bytes always do).
+    /// Nothing happens when `out` is null. A wide path that has no UTF-8 form gives an empty one.
     static void GetDllFilePath(char* out);
-    /// Copies `DllPath` into `out`, which must hold it with its terminator. @return `out`.
+    /// Copies `DllPath` into `out`, which must hold it with its terminator. Nothing happens when `out` is
+    /// null.
+    /// @return `out`.
     static wchar_t* GetDllFilePath(wchar_t* out);
     /// @}
 
     /// @name BMP files
     /// @{
 
-    /// Depths accepted by `LoadFromFile`, to be combined; 63 accepts every depth.
+    /// Bits for the depths that `LoadFromFile` accepts; 63 accepts all.
     enum : unsigned int {
         DIB_ACCEPT_1 = 1,
         DIB_ACCEPT_4 = 2,
@@ -203,7 +212,7 @@ public:
 
     /// Replaces the image by the picture of a BMP file.
     ///
-    /// Read are info headers of 40 to 124 bytes; uncompressed pixels of every depth; 8-bit run lengths
+    /// It reads info headers of 40 to 124 bytes; uncompressed pixels of every depth; 8-bit run lengths
     /// (compression 1, decoded as runs of bytes whatever the depth); and 32-bit pixels with channel masks
     /// (compression 3) inside an info header of at least 56 bytes, when red, green and blue are eight
     /// consecutive bits each. Masked pixels are rewritten to blue, green, red, alpha; alpha is 255 where the
@@ -212,8 +221,8 @@ public:
     /// In memory `biSize` is 40, the colour table has 2^bits entries up to 8 bits (those beyond the file's
     /// are zero), `biClrUsed` and `biClrImportant` are the number of colours in the file (0 above 8 bits) and
     /// `biSizeImage` is pitch times rows. `biHeight` keeps its sign. `biCompression` is 0, but 3 after
-    /// loading a file with masks. Runs go on behind the end of their row; what leaves the pixel block is
-    /// dropped, rows that no run reaches are 0. A height of 0 gives an image without pixels.
+    /// loading a file with masks. Runs continue in the next row at the end of a row; bytes beyond the pixel
+    /// block are dropped, and rows that no run reaches are 0. A height of 0 gives an image without pixels.
     /// @param path  UTF-8.
     /// @param flags Depths accepted, `DIB_ACCEPT_1` to `DIB_ACCEPT_32`.
     /// @return True with `ErrorCode` 0. Otherwise false, an empty object and code
@@ -222,10 +231,10 @@ public:
     ///         - 6: it does not begin with "BM", or announces more colours than its depth can address;
     ///         - 7: its header size, compression, masks or depth is none of the above;
     ///         - 8: its depth is not among those accepted;
-    ///         - 2: memory is short, the width is below 1 (but for a height of 0, negative) or the pixel block
-    ///           would not fit in a signed 32-bit number.
+    ///         - 2: memory is short, the width is negative, it is 0 and the height is not, or a signed 32-bit
+    ///           number cannot hold the size of the pixel block.
     ///
-    ///         A file whose rest cannot hold the announced pixels fails before they are allocated.
+    ///         A file that is too short for the announced pixels fails before they are allocated.
     bool LoadFromFile(const char* path, unsigned int flags);
     /// The same for a wide path.
     bool LoadFromFile(const wchar_t* path, unsigned int flags);
@@ -236,22 +245,25 @@ public:
     /// Writes the image as a BMP file: 14 bytes of file header, the 40-byte header, the announced colour
     /// table, and the rows from the bottom up (so a positive `biHeight`, whatever the order in memory).
     ///
-    /// Every other header field is written as held, `biCompression` included: an image that came from a file
-    /// with masks is written with compression 3 and without masks, which `LoadFromFile` refuses with 7. Set
-    /// the field to 0 before saving when the file is to be read again. Borrowed images without pixels are
-    /// written as headers and table alone; of these `LoadFromFile` reads back the ones of height 0 and refuses
-    /// rows of width 0 with 2, as `Create` does.
-    /// @param path UTF-8; a file in that place is replaced.
+    /// Every other header field is written as held.
+    /// @warning Two fields can make the file hard to read. An image that came from a file with masks is
+    /// written with `biCompression` 3 and without masks, which `LoadFromFile` refuses with 7: set the field
+    /// to 0 before saving. A `biSize` above 40 is written although only 40 bytes of the header are, so that
+    /// readers take the colour table from too far on and see it shifted: give such an image a 40-byte header
+    /// before saving.
+    ///
+    /// Borrowed images without pixels are written as headers and table alone. `LoadFromFile` reads those of
+    /// height 0 and refuses rows of width 0 with 2, as `Create` does.
+    /// @param path UTF-8; an existing file is replaced.
     /// @return True with `ErrorCode` 0. Otherwise false, the image unchanged and code
-    ///         - 6: there is no header or no pixel block, or its size or the length of its table is inadmissible; no
-    ///           file is opened;
+    ///         - 6: there is no header or no pixel block, or its size or the length of its table is
+    ///           inadmissible; no file is opened;
     ///         - 3: the file cannot be opened;
-    ///         - 5: a write, or the closing of the file, failed; the file is incomplete.
+    ///         - 5: writing or closing the file failed; the file is incomplete.
     bool SaveToFile(const char* path);
     /// The same for a wide path.
     bool SaveToFile(const wchar_t* path);
-    /// The same at the current position of an open file, which is flushed and stays open (code 3 when it is
-    /// null).
+    /// The same at the current position of an open file, which is flushed and stays open (code 3 if null).
     bool SaveFileInner(std::FILE* file);
     /// @}
 
@@ -260,17 +272,19 @@ public:
     /// Conversions between the six depths, in place: width and signed height stay, both blocks are replaced
     /// by owned ones with a 40-byte header. Converting to the present depth rebuilds the image all the same.
     ///
-    /// Sources are read so: 16 bits as 5-5-5 words with blue in the low bits, each value v becoming the byte
-    /// v << 3; indices through the table at `Header` + `biSize`; alpha is 255 unless the source has 32 bits.
-    /// Grey is (37 blue + 146 green + 73 red) >> 8. Rows are processed in buffer order; fill bytes of the
-    /// result are 0.
+    /// Words of 16 bits are read as 5-5-5 with blue in the low bits; each value v becomes the byte v << 3.
+    /// Indices are looked up in the colour table. Alpha is 255 unless the source has 32 bits. Grey is (37
+    /// blue + 146 green + 73 red) >> 8. Rows are processed in buffer order; fill bytes of the result are 0.
     ///
-    /// All return false without a code when there is no header, no pixels or the source depth is none of the
-    /// six; false with `ErrorCode` 2 and the image unchanged when the new pixels or working memory cannot be
-    /// had, or the size is inadmissible; false with `ErrorCode` 2 and the image empty when that happens to
-    /// the new image behind them (a picture without rows included, but for `ChangeTo32Bit`). Memory beside
-    /// source and result: a few rows; the median cut also holds 3 bytes and up to 10 more per pixel and less
-    /// than 20 million bytes of tables.
+    /// All return false
+    /// - without a code when there is no header, no pixels or the source depth is none of the six;
+    /// - with `ErrorCode` 2 and the image unchanged when there is no memory for the new pixels or for
+    ///   working, or the size is inadmissible;
+    /// - with `ErrorCode` 2 and the image empty when there is no memory for the new header, or the picture
+    ///   has no rows (but for `ChangeTo32Bit`).
+    ///
+    /// They need a few rows of memory beside source and result; the median cut also 3 to 13 bytes per pixel
+    /// and less than 20 million bytes of tables.
     /// @{
 
     /// Converts to `bitCount` by the method of that depth, passing the flags on.
@@ -298,18 +312,16 @@ public:
     /// flags have no effect.
     bool MedianCut4(unsigned int flags);
     /// To 8 bits with a palette of up to 256 colours by median cut (DibMedian.h); unused entries are zero.
-    /// @param flags Usually 0 or the selector alone. Bits 16 to 23 are a limit of colours taken where they
-    /// stand, so
-    ///              any value there means more than 65535 and lets the quantizer make all of its 260 boxes.
-    ///              Entries are the first 256 of them; each pixel of the others gets the entry nearest to
-    ///              its own colour by the sum of squared channel differences, the first among equals.
+    /// @param flags Usually 0 or the selector alone. Bits 16 to 23 are a limit of colours that is not shifted
+    ///              down: any value there means more than 65535, and the quantizer makes all of its 260
+    ///              boxes. Entries are the first 256 of them; each pixel of the others gets the entry nearest
+    ///              to its own colour by the sum of squared channel differences, the first among equals.
     bool MedianCut8(unsigned int flags);
 
     /// The pixels as one grey byte each, rows in buffer order without fill bytes. The caller frees the block
     /// with `free`; the image is unchanged.
     /// @return Null with `ErrorCode` 2 when memory is short or the size inadmissible; null without a code
-    /// when there
-    ///         is no header, no pixels or the depth is none of the six.
+    ///         when there is no header, no pixels or the depth is none of the six.
     unsigned char* Create8Bit();
     /// The same as `DibBGR` pixels of 3 bytes.
     unsigned char* Create24Bit();
@@ -320,12 +332,14 @@ public:
     /// @name Size
     ///
     /// All of them work in place: the result gets a pixel block of its own (ownership 6), the old one is
-    /// released, the 40 header bytes are rewritten and the colour table stays. A header block whose table is
-    /// shorter than the depth addresses is replaced by a grown one, new entries black. Sizes are in pixels; a
+    /// released and the 40 header bytes are rewritten. Colour tables keep their entries. The table of a
+    /// longer header moves to byte 40 of the block. A block whose table is shorter than the depth addresses
+    /// is replaced by a larger one that the object owns, with the new entries black. Sizes are in pixels; a
     /// negative height counts by its absolute value, and the row order of the image is kept.
     ///
-    /// Where memory is short or the size cannot exist (zero, a negative width, more bytes than a signed 32-bit
-    /// number counts) they return false with `ErrorCode` 2 and the image unchanged. Rows speak of buffer rows.
+    /// When memory is short or the size cannot exist (zero, a negative width, or more bytes than a signed
+    /// 32-bit number can hold) they return false with `ErrorCode` 2 and the image unchanged. "Rows" are
+    /// buffer rows.
     /// @{
 
     /// Resampling method of `Resize`.
@@ -333,9 +347,9 @@ public:
         DIB_RESIZE_BILINEAR = 0,  ///< `ResizeBilinear`.
         DIB_RESIZE_INTEGRAL = 1,  ///< `ResizeIntegral`.
     };
-    /// Changes the size by the best way there is: nothing where it is the size already (the buffer stays),
-    /// `ResizeHalf` where width and height are exactly twice the new ones and the depth allows it, else the
-    /// method. Where only the halving is short of memory the method does its work, and the code stays.
+    /// Changes the size. An image of that size is left as it is (the buffer too). Where width and height are
+    /// exactly twice the new ones `ResizeHalf` is used, if the depth allows it, else the method. If halving
+    /// runs out of memory the method is used; `ErrorCode` is then 2 even when it succeeds.
     /// @return False, without a code, for an unknown method or an image without pixels.
     bool Resize(int width, int height, DIB_RESIZE_METHOD method);
     /// Halves an image of 24 or 32 bits: each pixel is the mean of two by two, truncated, per channel. An odd
@@ -343,16 +357,16 @@ public:
     /// @return False, without a code, at other depths.
     bool ResizeHalf();
     /// Scales with bilinear weights smoothed by 3f^2 - 2f^3 in 1/256 steps. The first and last pixel of each
-    /// axis land on the first and last of the source; a size of 1 gives the last one. 24 and 32 bits are mixed
-    /// (all four bytes), the others take the nearest pixel.
+    /// axis land on the first and last of the source; a size of 1 gives the last one. 24 and 32 bits are
+    /// mixed (all four bytes), the others take the nearest pixel.
     /// @return False, without a code, at a depth that is none of the six.
     bool ResizeBilinear(int width, int height);
-    /// Scales by area averaging, first across, then down, each truncated to bytes: the method for making large
-    /// images much smaller. When growing, pixels are repeated. Only 24 and 32 bits are averaged (all four
-    /// bytes). The boundaries between result pixels are products of two sizes, kept in 64 bits, so that they are
-    /// right for every size that can exist.
-    /// @return True also at 1, 4, 8 and 16 bits, where the result has the new size and zero pixels: do not use
-    ///         it for indexed images.
+    /// Scales by area averaging, first across, then down, each truncated to bytes: the method for making
+    /// large images much smaller. Growing repeats pixels. Only 24 and 32 bits are averaged (all four bytes).
+    /// Boundaries between result pixels, which are products of two sizes, and the sums of long spans are
+    /// computed in 64 bits, so results are exact for every size that can exist.
+    /// @return True also at 1, 4, 8 and 16 bits, where the result has the new size and zero pixels: do not
+    ///         use it for indexed images.
     bool ResizeIntegral(int width, int height);
     /// Changes the canvas and keeps the pixels one to one, centred: crops where the new size is smaller, pads
     /// where it is larger. An odd difference leaves the extra column or buffer row after the picture.
@@ -372,9 +386,9 @@ public:
     /// Crops in place to a rectangle; the result is stored bottom-up in a pixel block of its own, the colour
     /// table stays as with the sizes above.
     ///
-    /// The rectangle must not pass the right or lower edge. A negative x or y is let through: what lies
-    /// before a row reads as the bytes there (the end of the neighbouring row), and as 0 outside the block.
-    /// The fill bytes of the new rows come from the bytes that follow the rectangle.
+    /// The rectangle must not pass the right or lower edge. A negative x or y is accepted: pixels before a
+    /// row are the bytes there (the end of the neighbouring row), or 0 outside the block. The fill bytes of
+    /// the new rows are the bytes that follow the rectangle.
     /// @return False, without a code and with the image unchanged, when width or height is below 1, the
     ///         rectangle passes an edge, or memory is short.
     bool ClipCut(int x, int y, int width, int height);
@@ -382,8 +396,8 @@ public:
     /// colour table of this one.
     /// @return Null, without a code, where `ClipCut` returns false.
     DibStream* ClipClone(int x, int y, int width, int height);
-    /// Shifts the picture cyclically, to the right and down for positive amounts; what leaves one side enters
-    /// at the other. Works in the image's own pixel block.
+    /// Shifts the picture cyclically, to the right and down for positive amounts: pixels that leave one side
+    /// enter at the other. The pixel block stays the same.
     /// @param dx Pixels, any int.
     /// @param dy Rows, any int.
     /// @return False, with the image unchanged, when there are no pixels or memory for one row is short (no
@@ -391,18 +405,19 @@ public:
     bool Scroll(int dx, int dy);
     /// Stores the rows top-down (negative `biHeight`) or bottom-up; the picture stays the same.
     /// @param topDown True for top-down storage.
-    /// @return False when there are no pixels, or with `ErrorCode` 1 when memory for one row is short. True at
-    ///         once where the storage is the wanted one already.
+    /// @return False when there is no pixel block, or with `ErrorCode` 1 when memory for one row is short.
+    ///         True at once when the rows already have that order. Without a header: `topDown`.
     bool UpDown(bool topDown);
     /// Complements every byte of the pixel block (`GetImageSize` bytes, row fill bytes included). The colour
     /// table stays, so that indexed images change their indices.
-    /// @return False without a pixel block.
+    /// @return False without a pixel block; true, with nothing changed, without a header.
     bool InvertTone();
     /// Scales brightness: the blue, green and red of every pixel at 24 and 32 bits (at 24 bits the row fill
     /// bytes too), of every colour-table entry at 1, 4 and 8 bits.
     /// @param factor Below 1 a value v becomes v x factor, rounded; above 1 its distance to white shrinks to
     ///               1 / factor of itself, truncated; 1 changes nothing.
-    /// @return False, with nothing changed, for a negative factor or NaN, at 16 bits and without pixels.
+    /// @return False, with nothing changed, for a negative factor or NaN, without a pixel block, and (unless
+    ///         the factor is 1) at 16 bits or without a header.
     bool Brighten(float factor);
     /// @}
 };

@@ -1,6 +1,6 @@
 /// @file
-/// What an image is made of, and what its operations say: the header, the pixels, the progress callback and the
-/// error codes.
+/// What an image is made of, and what its operations say: the header, the pixels, the progress callback
+/// and the error codes.
 #ifndef DIBSTREAM_DIBTYPES_H
 #define DIBSTREAM_DIBTYPES_H
 

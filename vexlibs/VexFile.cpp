@@ -28,6 +28,8 @@ int _wfopen_s(std::FILE** file, const wchar_t* path, const wchar_t* mode) {
 }
 
 void GetFileExtension(char* out, const char* path) {
+    if (out == nullptr) return;
+    if (path == nullptr) path = "";
     const char* slash = std::strrchr(path, '/');
     const char* name = slash != nullptr ? slash + 1 : path;
     const char* dot = std::strrchr(name, '.');

@@ -117,6 +117,26 @@ TEST(BmpSave, LongHeadersAreCutAndTheirTableIsFound) {
     EXPECT_EQ(Bytes(file.begin() + 54, file.end()), (Bytes{70, 71, 72, 73, 74, 75, 76, 77, 128, 0, 0, 0}));
 }
 
+// A reader takes the table from after the announced header.
+TEST(BmpSave, TablesOfLongHeadersReadBackShifted) {
+    alignas(4) unsigned char block[56 + 1024] = {};
+    DibStream helper;
+    auto& header = *reinterpret_cast<BITMAPINFOHEADER*>(block);
+    ASSERT_TRUE(helper.SetBitmapInfo(header, 1, 8, 8));
+    header.biSize = 56;
+    for (int i = 0; i < 1024; ++i) block[56 + i] = static_cast<unsigned char>(i / 4);
+    unsigned char pixels[32] = {9};
+    DibStream dib;
+    dib.SetDib(block, 0, pixels, 0);
+    DibStream back;
+    ASSERT_TRUE(load(back, save(dib)));
+    EXPECT_EQ(back.Buffer[0], 9);
+    const DibBGRA* table = dib::colorTable(back.Header);
+    EXPECT_EQ(table[0].blue, 4) << "16 bytes further on";
+    EXPECT_EQ(table[251].blue, 255);
+    EXPECT_EQ(table[252].blue, 9) << "the first pixels of the file";
+}
+
 TEST(BmpSave, AnnouncedImageSize) {
     // The pixel block is written as long as announced; the written header has pitch times rows.
     unsigned char pixels[8] = {1, 2, 3, 4, 5, 6, 7, 8};

@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "dib/ColorTable.h"
 #include "tests/dib/ContainerSupport.h"
@@ -149,10 +151,77 @@ TEST(ContainerBlocks, LongHeadersAreUsedAsTheyAreAndCopiedShort) {
     expectGrey(dib, 256, 1);
 }
 
-// Such numbers come from damaged blocks. The table is then looked for behind the 40 bytes that every block has, and
+// Headers longer than any that files have are blocks of an application's own.
+TEST(ContainerBlocks, TablesFollowHeadersOfAnyLength) {
+    for (const std::uint32_t size : {40U, 41U, 125U, 1000U, 70001U}) {
+        SCOPED_TRACE(size);
+        std::vector<unsigned char> block(size + 1024, 0xEE);
+        DibStream dib;
+        BITMAPINFOHEADER header;
+        ASSERT_TRUE(dib.SetBitmapInfo(header, 2, 1, 8));
+        header.biSize = size;
+        std::memcpy(block.data(), &header, 40);
+        for (unsigned i = 0; i < 1024; ++i) block[size + i] = static_cast<unsigned char>(i / 4 + i % 4);
+        unsigned char pixels[4] = {3, 200, 0, 0};
+        dib.SetDib(block.data(), 0, pixels, 0);
+
+        unsigned char* colors = dib.Create24Bit();
+        EXPECT_EQ(std::vector<unsigned char>(colors, colors + 6),
+                  (std::vector<unsigned char>{3, 4, 5, 200, 201, 202}));
+        std::free(colors);
+        const auto file = testing_support::writtenBytes([&](std::FILE* out) { dib.SaveFileInner(out); });
+        ASSERT_EQ(file.size(), 54U + 1024 + 4);
+        EXPECT_EQ(std::memcmp(file.data() + 54, block.data() + size, 1024), 0);
+        EXPECT_TRUE(dib.Brighten(0.0F));
+        EXPECT_EQ(std::vector<unsigned char>(block.data() + size + 4, block.data() + size + 8),
+                  (std::vector<unsigned char>{0, 0, 0, 4}));
+        dib.SetMonoPalette();
+        EXPECT_EQ(static_cast<void*>(dib.Header), block.data());
+        EXPECT_EQ(std::vector<unsigned char>(block.data() + size + 1016, block.data() + size + 1024),
+                  (std::vector<unsigned char>{254, 254, 254, 0, 255, 255, 255, 0}));
+        const DibPtr clone(dib.Clone());
+        ASSERT_NE(clone, nullptr);
+        EXPECT_EQ(clone->Header->biSize, size);
+        clone->SetMonoPalette();
+        expectGrey(*clone, 256, 1);
+    }
+}
+
+// Lengths that no signed 32-bit number counts are damage.
+TEST(ContainerBlocks, HeadersOfImpossibleLengthAreNotCopied) {
+    HeaderBlock block(1, 1, 24);
+    unsigned char pixels[4] = {};
+    for (const std::uint32_t size : {0x80000000U, 0xFFFFFFFFU}) {
+        block.header()->biSize = size;
+        DibStream dib;
+        EXPECT_FALSE(dib.Copy(block.header(), pixels));
+        dib.SetDib(block.header(), 0, pixels, 0);
+        EXPECT_EQ(dib.Clone(), nullptr);
+        EXPECT_EQ(dib.ErrorCode, DIB_ERROR_MEMORY);
+    }
+}
+
+// The header of a BMP file in memory.
+TEST(ContainerBlocks, CopyTakesHeadersAtAnyAddress) {
+    DibStream made;
+    ASSERT_TRUE(made.Create(3, 2, 8));
+    std::memset(made.Buffer, 77, 8);
+    const auto file = testing_support::writtenBytes([&](std::FILE* out) { made.SaveFileInner(out); });
+    for (const std::size_t shift : {0U, 1U, 2U, 3U}) {
+        std::vector<unsigned char> moved(file.size() + 4);
+        unsigned char* start = moved.data() + shift;
+        std::memcpy(start, file.data(), file.size());
+        DibStream copy;
+        ASSERT_TRUE(copy.Copy(start + 14, start + 54 + 1024));
+        EXPECT_EQ(testing_support::headerBytes(copy), testing_support::headerBytes(made));
+        EXPECT_EQ(testing_support::pixelBytes(copy), std::vector<unsigned char>(8, 77));
+    }
+}
+
+// Such numbers come from damaged blocks. The table is then taken from behind the 40 bytes that every block has, and
 // nothing beyond it is touched: the blocks here end with their tables.
-TEST(ContainerBlocks, ImpossibleHeaderSizesCountAs40) {
-    for (const std::uint32_t size : {0U, 12U, 39U, 125U, 1000U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+TEST(ContainerBlocks, HeaderSizesBelow40CountAs40) {
+    for (const std::uint32_t size : {0U, 12U, 39U}) {
         const DibPtr image = testing_support::randomImage(5, 3, 8, 1);
         const std::vector<unsigned char> pixels = testing_support::pixelBytes(*image);
         const auto* tableBytes = reinterpret_cast<const unsigned char*>(image->Header) + 40;
@@ -233,6 +302,9 @@ TEST(ContainerBlocks, ImpossibleAnnouncementsAreNotCopied) {
         block.header()->biClrUsed = entries;
         expectRefused();
     }
+    block.header()->biClrUsed = 0x1FFFFFF5U;
+    block.header()->biSize = 44;
+    expectRefused();
 }
 
 TEST(ContainerBlocks, SetMonoPaletteWritesEveryEntry) {
@@ -322,7 +394,7 @@ TEST(ContainerBlocks, CopiesSurviveEveryFailingAllocation) {
               3);
     DibStream* copy = nullptr;
     bool copied = false;
-    std::vector<std::uint32_t> wordsOfPixels;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> words;
     EXPECT_EQ(testing_support::forEachFailingAllocation(
                   [&] {
                       copy = new DibStream;
@@ -334,13 +406,12 @@ TEST(ContainerBlocks, CopiesSurviveEveryFailingAllocation) {
                       EXPECT_EQ(copy->ErrorCode, 0);
                       EXPECT_EQ(copy->Header == nullptr, failureMet);
                       EXPECT_EQ(copy->Buffer == nullptr, failureMet);
-                      EXPECT_EQ(copy->HeaderOwner, failureMet ? 0U : 6U);
-                      wordsOfPixels.push_back(copy->BufferOwner);
+                      words.push_back({copy->HeaderOwner, copy->BufferOwner});
                       copy->Release();
                   }),
               2);
     // A plain run, the header failing, the pixels failing, and the run that meets no failure.
-    EXPECT_EQ(wordsOfPixels, (std::vector<std::uint32_t>{6, 0, 6, 6}));
+    EXPECT_EQ(words, (std::vector<std::pair<std::uint32_t, std::uint32_t>>{{6, 6}, {6, 0}, {0, 6}, {6, 6}}));
 }
 
 }  // namespace

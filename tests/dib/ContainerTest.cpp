@@ -327,6 +327,16 @@ TEST(Container, PluginFolderInUtf8AndWide) {
         EXPECT_STREQ(DibStream::GetDllFilePath(wide), path);
     }
 
+    DibStream::SetDllFilePath("/folder");
+    DibStream::GetDllFilePath(static_cast<char*>(nullptr));
+    EXPECT_EQ(DibStream::GetDllFilePath(static_cast<wchar_t*>(nullptr)), nullptr);
+    EXPECT_STREQ(DibStream::DllPath, L"/folder");
+    DibStream::SetDllFilePath(static_cast<const char*>(nullptr));
+    EXPECT_STREQ(DibStream::DllPath, L"") << "null is the empty path";
+    DibStream::SetDllFilePath("/folder");
+    DibStream::SetDllFilePath(static_cast<const wchar_t*>(nullptr));
+    EXPECT_STREQ(DibStream::DllPath, L"");
+
     const std::string longest(1023, 'x');
     DibStream::SetDllFilePath(longest.c_str());
     DibStream::GetDllFilePath(narrow);

@@ -234,25 +234,61 @@ TEST(Sampler, HalfEmptyImagesGiveZero) {
     EXPECT_EQ(DibGetColor8(&noPixels, 0, 0, 0), 0U);
 }
 
-TEST(Sampler, AnotherDepthNeverLeavesTheRows) {
+// Twelve bytes of 8 bits: rows 1 2 3 4, 5 6 7 8 and 9 10 11 12 from the start of the block.
+DibPtr twelveBytes(int height) {
+    DibPtr dib = blankImage(4, height, 8);
+    for (unsigned i = 0; i < 12; ++i) dib->Buffer[i] = static_cast<unsigned char>(i + 1);
+    return dib;
+}
+
+TEST(Sampler, FewerBitsAreReadInTheWrongLayout) {
+    const DibPtr dib = twelveBytes(-3);
+    EXPECT_EQ(DibGetColor16(dib.get(), 0, 0, 0), 0x0201U);
+    EXPECT_EQ(DibGetColor16(dib.get(), 3, 1, 0), 0x0908U) << "on into the next row";
+    EXPECT_EQ(DibGetColor16(dib.get(), 2, 2, 0), 0x0C0BU);
+    EXPECT_EQ(DibGetColor16(dib.get(), 3, 2, 0), 0U) << "one byte lies beyond the block";
+    EXPECT_EQ(DibGetColor24(dib.get(), 0, 0, 0), 0x030201U);
+    EXPECT_EQ(DibGetColor24(dib.get(), 3, 0, 0), 0x0C0B0AU);
+    EXPECT_EQ(DibGetColor24(dib.get(), 2, 1, 0), 0U);
+    EXPECT_EQ(DibGetColor24(dib.get(), 0, 2, 0), 0x0B0A09U);
+    EXPECT_EQ(DibGetColor24(dib.get(), 1, 2, 0), 0U) << "bytes 13 to 15 of 12";
+    EXPECT_EQ(DibGetColor32(dib.get(), 0, 0, 0), 0x04030201U);
+    EXPECT_EQ(DibGetColor32(dib.get(), 2, 0, 0), 0x0C0B0A09U);
+    EXPECT_EQ(DibGetColor32(dib.get(), 3, 0, 0), 0U);
+    // Mixed: halfway from 1 2 3 to 4 5 6, and from there to 5 6 7 and 8 9 10.
+    EXPECT_EQ(DibGetColor24(dib.get(), 0.5F, 0, 0), 0x040302U);
+    EXPECT_EQ(DibGetColor24(dib.get(), 0.5F, 0.5F, 0), 0x060504U);
+    // A pixel with a weight lies outside.
+    EXPECT_EQ(DibGetColor24(dib.get(), 0.5F, 2, 0), 0U);
+    EXPECT_EQ(DibGetColor24(dib.get(), 1, 1.5F, 0), 0U);
+    EXPECT_EQ(DibGetColor24(dib.get(), 1, 1, 0), 0x0A0908U) << "without weight it is not read";
+
+    // The rows of a bottom-up image lie the other way round, and the block ends after the top one.
+    const DibPtr bottomUp = twelveBytes(3);
+    EXPECT_EQ(DibGetColor24(bottomUp.get(), 0, 2, 0), 0x030201U);
+    EXPECT_EQ(DibGetColor24(bottomUp.get(), 1, 0, 0), 0U);
+    EXPECT_EQ(DibGetColor16(bottomUp.get(), 3, 0, 0), 0U);
+}
+
+TEST(Sampler, NoDepthLeavesTheBlock) {
     for (const int depth : kDepths) {
-        const DibPtr dib = randomImage(8, 1, depth, 3);
-        for (const float x : {0.0F, 3.5F, 7.0F}) {
-            DibGetColor1(dib.get(), x, 0, 0);
-            DibGetColor4(dib.get(), x, 0, 0);
-            DibGetColor8(dib.get(), x, 0, 0);
-            if (depth < 16) {
-                EXPECT_EQ(DibGetColor16(dib.get(), x, 0, 0), 0U);
+        for (const int height : {3, -3}) {
+            const DibPtr dib = randomImage(9, height, depth, 3);
+            for (float x = -1; x < 10; x += 0.5F) {
+                for (float y = -1; y < 4; y += 0.5F) {
+                    for (unsigned flags = 0; flags < 4; ++flags) {
+                        DibGetColor1(dib.get(), x, y, flags);
+                        DibGetColor4(dib.get(), x, y, flags);
+                        DibGetColor8(dib.get(), x, y, flags);
+                        DibGetColor16(dib.get(), x, y, flags);
+                        DibGetColor24(dib.get(), x, y, flags);
+                        DibGetColor32(dib.get(), x, y, flags);
+                    }
+                }
             }
-            if (depth < 24) {
-                EXPECT_EQ(DibGetColor24(dib.get(), x, 0, 0), 0U);
-            }
-            if (depth < 32) {
-                EXPECT_EQ(DibGetColor32(dib.get(), x, 0, 0), 0U);
-            }
+            // The address is that of the image's depth.
+            EXPECT_EQ(DibGetColor8(dib.get(), 7, 0, 0), dib->Pixel(7, 0)[0]);
         }
-        // The address is that of the image's depth.
-        EXPECT_EQ(DibGetColor8(dib.get(), 7, 0, 0), dib->Pixel(7, 0)[0]);
     }
 }
 

@@ -128,6 +128,14 @@ TEST(VexFile, Extensions) {
     EXPECT_EQ(extensionOf("a.\xC3\xA4"), "\xC3\xA4");
 }
 
+TEST(VexFile, NullHasNoExtension) {
+    char out[8] = "before";
+    GetFileExtension(out, nullptr);
+    EXPECT_STREQ(out, "");
+    GetFileExtension(nullptr, "a.bmp");
+    GetFileExtension(nullptr, nullptr);
+}
+
 TEST(VexFile, TheExtensionMayReplaceThePath) {
     char path[] = "a.extension";
     GetFileExtension(path, path);

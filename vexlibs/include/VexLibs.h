@@ -74,10 +74,11 @@ VEX_EXPORT int fopen_s(std::FILE** file, const char* path, const char* mode);
 /// 8-bit form), and `*file` is null.
 VEX_EXPORT int _wfopen_s(std::FILE** file, const wchar_t* path, const wchar_t* mode);
 
-/// Copies the extension of a path, without the dot, into `out`: what follows the last dot of the last path
-/// component. Empty when there is none; a component's first character is never an extension's dot
-/// (".profile").
-/// @param out Holds the extension and its terminator; as long as the path always suffices.
+/// Copies the extension of a path, without the dot, into `out`: the characters after the last dot of the last
+/// path component. It is empty when there is none or the path is null. A dot that starts a component
+/// (".profile") starts no extension.
+/// @param out Room for the extension and its terminator; the length of the path always suffices. It may be
+///            the path itself. Nothing happens when it is null.
 VEX_EXPORT void GetFileExtension(char* out, const char* path);
 
 #endif
