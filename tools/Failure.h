@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tool {
 
@@ -19,12 +21,18 @@ enum ExitCode : int {
 class Failure : public std::runtime_error {
 public:
     Failure(ExitCode exitCode, const std::string& message)
-        : std::runtime_error(message), exitCode_(exitCode) {}
+        : Failure(exitCode, std::vector<std::string>{message}) {}
+    /// @param lines The message, at least one line.
+    Failure(ExitCode exitCode, std::vector<std::string> lines)
+        : std::runtime_error(lines.front()), exitCode_(exitCode), lines_(std::move(lines)) {}
 
     ExitCode exitCode() const { return exitCode_; }
+    /// A name inside of a line may hold a line feed, which begins no other one.
+    const std::vector<std::string>& lines() const { return lines_; }
 
 private:
     ExitCode exitCode_;
+    std::vector<std::string> lines_;
 };
 
 /// A mistake on the command line.

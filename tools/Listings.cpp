@@ -5,6 +5,7 @@
 
 #include "tools/Chain.h"
 #include "tools/Failure.h"
+#include "tools/JsonText.h"
 #include "tools/Layers.h"
 #include "tools/Printable.h"
 #include "tools/Sides.h"
@@ -14,11 +15,6 @@ namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string printed(const Json& json) {
-    // File names need not be UTF-8; JSON text must be.
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
 
 std::string padded(std::string text, std::size_t width) {
     text.resize(std::max(text.size(), width), ' ');
@@ -120,7 +116,7 @@ template <typename Row>
 std::string describeAll(std::span<const Row> rows) {
     Json all = Json::array();
     for (const Row& row : rows) all.push_back(describe(row));
-    return printed(all);
+    return jsonText(all);
 }
 
 }  // namespace
@@ -133,11 +129,11 @@ InfoReport infoReport(const std::vector<std::string>& files, const Format* chose
             all.push_back(describe(file, chosen));
         } catch (const Failure& failure) {
             if (failure.exitCode() != kExitBadInput) throw;
-            report.complaints += (report.complaints.empty() ? "" : "\n") + std::string(failure.what());
+            report.complaints.insert(report.complaints.end(), failure.lines().begin(), failure.lines().end());
         }
     }
     if (asJson) {
-        report.text = printed(all);
+        report.text = jsonText(all);
     } else {
         for (const Json& info : all) report.text += infoLine(info);
     }

@@ -11,8 +11,8 @@ namespace tool {
 
 /// What `dib info` found out.
 struct InfoReport {
-    std::string text;        ///< About the files that could be read.
-    std::string complaints;  ///< About the others, a line each.
+    std::string text;                     ///< About the files that could be read.
+    std::vector<std::string> complaints;  ///< About the others, a line each.
 };
 /// @throws Failure (cancelled).
 InfoReport infoReport(const std::vector<std::string>& files, const Format* chosen, bool asJson);

@@ -1,10 +1,9 @@
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <sstream>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "tools/Cancel.h"
 #include "tools/CommandLine.h"
@@ -15,12 +14,8 @@
 namespace {
 
 // Each line of a message says who speaks.
-void complain(std::string_view message) {
-    for (std::size_t start = 0; start <= message.size();) {
-        const std::size_t end = std::min(message.find('\n', start), message.size());
-        std::fprintf(stderr, "dib: %s\n", tool::printable(message.substr(start, end - start)).c_str());
-        start = end + 1;
-    }
+void complain(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) std::fprintf(stderr, "dib: %s\n", tool::printable(line).c_str());
 }
 
 // What is wrong with the command line. A word that is no command is not told by the parser, which misses one.
@@ -42,7 +37,7 @@ int run(int argumentCount, char** arguments) {
         app.exit(asked, answer);
         tool::print(answer.str());
     } catch (const CLI::ParseError& error) {
-        throw tool::usageFailure(mistakeIn(app, error) + "\ntry `dib --help`");
+        throw tool::Failure(tool::kExitUsage, {mistakeIn(app, error), "try `dib --help`"});
     }
     return tool::kExitDone;
 }
@@ -55,10 +50,10 @@ int main(int argumentCount, char** arguments) {
     try {
         return run(argumentCount, arguments);
     } catch (const tool::Failure& failure) {
-        complain(failure.what());
+        complain(failure.lines());
         return failure.exitCode();
     } catch (const std::exception& error) {
-        complain(error.what());
+        complain({error.what()});
         return tool::kExitOperationFailed;
     }
 }

@@ -1,18 +1,17 @@
 /// Text that others chose, for a terminal.
 #pragma once
 
-#include <cctype>
 #include <string>
 #include <string_view>
 
 namespace tool {
 
-/// The text with '?' for every control character: a name of a file or a layer must not steer the terminal.
-/// Bytes above 127 stay, in whatever language they are.
-inline std::string printable(std::string_view text) {
-    std::string safe;
-    for (const char c : text) safe += std::iscntrl(static_cast<unsigned char>(c)) != 0 ? '?' : c;
-    return safe;
-}
+/// The text with '?' for every character that could steer a terminal or misplace what follows: controls (line feeds, the
+/// 8-bit ones and the line separators among them) and marks of writing direction. Other bytes above 127 stay, in whatever
+/// language they are.
+std::string printable(std::string_view text);
+
+/// JSON text with escapes for the same characters, which only stand in its strings.
+std::string printableJson(std::string_view json);
 
 }  // namespace tool
