@@ -18,11 +18,6 @@ std::string upTo(const std::string& title, std::string_view action) {
     return title + ": " + std::string(action) + ": ";
 }
 
-// Loaders need not set an error code; then what the file was taken for says most.
-std::string loadError(const DibStream& image, const Format& format) {
-    return image.ErrorCode != DIB_OK ? errorText(image) : "cannot be read as " + std::string(format.name);
-}
-
 // Operations need not set an error code; then the picture that they refused says most.
 std::string operationError(const DibStream& image) {
     if (image.ErrorCode != DIB_OK || image.Header == nullptr) return errorText(image);
@@ -74,23 +69,24 @@ const Format& inputFormatOf(const InputFile& file, const std::string& name, cons
     if (format == nullptr) format = formatOfContent(file.firstBytes());
     if (format == nullptr) format = formatOfExtension(name);
     if (format == nullptr) {
-        throw Failure(kExitBadInput, upTo(file.title(), "load") +
-                                         DibStream::GetErrorString(DIB_ERROR_UNSUPPORTED) +
-                                         " (no known format; --from names one)");
+        throw Failure(kExitBadInput, upTo(file.title(), "load") + "no known format; name one with --from");
     }
     if (format->load == nullptr) {
-        throw Failure(kExitBadInput, upTo(file.title(), "load") +
-                                         DibStream::GetErrorString(DIB_ERROR_UNSUPPORTED) + " (" +
-                                         std::string(format->name) + " is not read)");
+        throw Failure(kExitBadInput,
+                      upTo(file.title(), "load") + std::string(format->name) + " files are not read");
     }
     return *format;
 }
 
 void loadPicture(const InputFile& file, const Format& format, DibStream& image, Progress& progress) {
     progress.beginStep("load");
+    image.ErrorCode = DIB_OK;
     const bool loaded = format.load(file.path(), image, &Progress::report, &progress);
     stopIfCancelled();
-    if (!loaded) throw Failure(kExitBadInput, upTo(file.title(), "load") + loadError(image, format));
+    if (!loaded) {
+        throw Failure(kExitBadInput, upTo(file.title(), "load") +
+                                         formats::whyRefused(file.path(), format.diagnose, image.ErrorCode));
+    }
     if (image.Header == nullptr || image.Buffer == nullptr) {
         throw Failure(kExitBadInput, upTo(file.title(), "load") + "no picture in the file");
     }

@@ -99,6 +99,15 @@ bool Descriptor::close() {
     return ::close(number) == 0;
 }
 
+SilencedErrors::SilencedErrors() : kept_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
+    const Descriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (kept_.isOpen() && nowhere.isOpen()) dup2(nowhere.number(), STDERR_FILENO);
+}
+
+SilencedErrors::~SilencedErrors() {
+    if (kept_.isOpen()) dup2(kept_.number(), STDERR_FILENO);
+}
+
 InputFile::InputFile(const std::string& name)
     : path_(name), title_(name == "-" ? "standard input" : name), firstBytes_(kFirstBytes) {
     Descriptor file(name == "-" ? dup(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC));

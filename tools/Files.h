@@ -30,6 +30,18 @@ private:
     int number_;
 };
 
+/// Standard error leads nowhere for as long as this lives.
+class SilencedErrors {
+public:
+    SilencedErrors();
+    ~SilencedErrors();
+    SilencedErrors(const SilencedErrors&) = delete;
+    SilencedErrors& operator=(const SilencedErrors&) = delete;
+
+private:
+    Descriptor kept_;
+};
+
 /// A file to read. Standard input, and whatever else cannot be read twice, is spooled to a file without a
 /// name.
 class InputFile {

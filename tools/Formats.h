@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "formats/diagnosis/Diagnosis.h"
+
 namespace tool {
 
 /// The first bytes of a file, fewer when the file is shorter.
@@ -22,6 +24,7 @@ struct Format {
     std::string_view writesDepths;  ///< The depths that can be saved, in words; empty: is not written.
     bool (*load)(const char* path, DibStream& image, DibProgressCallback callback, void* user);
     bool (*save)(const char* path, DibStream& image, DibProgressCallback callback, void* user);
+    formats::Diagnosis diagnose;  ///< What is wrong with a file that could not be loaded.
     /// Whether a file begins like this format; null when only its name tells.
     bool (*recognizes)(FirstBytes bytes) = nullptr;
     /// The name of the compression inside the file; null when the format has but one way.

@@ -9,11 +9,12 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "formats/diagnosis/PsdLayers.h"
 #include "tools/Cancel.h"
 #include "tools/Chain.h"
-#include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/ImagePtr.h"
+#include "tools/JsonText.h"
 #include "tools/Printable.h"
 #include "tools/Sides.h"
 
@@ -24,6 +25,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char* kColorModes[] = {"bitmap", "grey", "indexed", "RGB", "CMYK"};
+constexpr int kGreyMode = 1;
 
 constexpr const char* kBlendModes[] = {
     "normal",    "darken",      "lighten",      "hue",          "saturation",   "color",       "luminosity",
@@ -98,6 +100,19 @@ const Format& pictureFormat(const Format* chosen) {
     return format;
 }
 
+std::string diagnoseDocument(const formats::RefusedFile& file) {
+    const std::string problem = formats::diagnosePsd(file);
+    return problem.empty() ? formats::diagnosePsdLayers(file) : problem;
+}
+
+// Layers of grey documents come with their grey in blue alone.
+void spreadGrey(DibStream& image) {
+    for (int y = 0; y < height(image); ++y) {
+        auto* row = reinterpret_cast<DibBGRA*>(image.ScanLine(y));
+        for (int x = 0; x < width(image); ++x) row[x].red = row[x].green = row[x].blue;
+    }
+}
+
 std::string within(const std::string& folder, const std::string& name) {
     return (std::filesystem::path(folder) / name).string();
 }
@@ -119,7 +134,12 @@ void exportLayers(const LayerExport& job) {
     progress.beginStep("load");
     const bool loaded = loader.Load(file.path());
     stopIfCancelled();
-    if (!loaded) throw Failure(kExitBadInput, file.title() + ": load: " + errorText(*merged));
+    const int announced = formats::inspectPsdLayers(formats::RefusedFile(file.path())).count;
+    if (!loaded || loader.GetLayerNum() < announced) {
+        throw Failure(kExitBadInput,
+                      file.title() +
+                          ": load: " + formats::whyRefused(file.path(), diagnoseDocument, merged->ErrorCode));
+    }
     progress.endStep();
 
     makeFolder(job.folder);
@@ -134,6 +154,7 @@ void exportLayers(const LayerExport& job) {
         Json& layer = manifest["layers"][static_cast<std::size_t>(i)];
         layer["file"] = nullptr;
         if (image == nullptr) continue;
+        if (loader.GetColorMode() == kGreyMode) spreadGrey(*image);
         const char* layerName = loader.GetLayerInfo(i)->name;
         const std::string name = fileNameOf(i, layerName != nullptr ? layerName : "", format);
         OutputFile picture(within(job.folder, name));
@@ -141,8 +162,7 @@ void exportLayers(const LayerExport& job) {
         picture.commit();
         layer["file"] = name;
     }
-    writeText(within(job.folder, "manifest.json"),
-              manifest.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+    writeText(within(job.folder, "manifest.json"), jsonText(manifest));
     progress.endStep();
 }
 
@@ -177,14 +197,16 @@ void describeDocument(const InputFile& file, Json& info) {
     describeHeader(loader, info);
     info["compression"] = mergedCompression(file.path());
     info["layers"] = describeLayers(loader);
-    info["layersReadable"] = whole;
+    const int announced = formats::inspectPsdLayers(formats::RefusedFile(file.path())).count;
+    info["layerCount"] = std::max(announced, loader.GetLayerNum());
+    info["layersReadable"] = whole && announced <= loader.GetLayerNum();
 }
 
 std::string documentLines(const Json& info) {
     if (!info.contains("layers")) return {};
     std::string lines = "  " + info["colorMode"].get<std::string>() + ", " + info["bitsPerChannel"].dump() +
                         " bits per channel, " + info["channels"].dump() + " channels, " +
-                        std::to_string(info["layers"].size()) + " layers" +
+                        info["layerCount"].dump() + (info["layerCount"] == 1 ? " layer" : " layers") +
                         (info["layersReadable"] ? "" : " (their pixels cannot be read)") + "\n";
     for (std::size_t i = 0; i < info["layers"].size(); ++i) {
         const Json& layer = info["layers"][i];

@@ -39,8 +39,8 @@ TEST_F(ComposeOps, FilesThatCannotBeReadAreFailures) {
         {"absent.bmp", "open file (No such file or directory)"},
         {"in.jpeg", extension},
         {"in", extension},
-        {"text.bmp", "invalid image"},
-        {"text.png", "cannot be read as png"},
+        {"text.bmp", "not a BMP file"},
+        {"text.png", "not a PNG file"},
     };
     for (const auto& [name, message] : kCases) {
         const Result result = run({"run", "in.bmp", "compose:" + name, "out.bmp"});

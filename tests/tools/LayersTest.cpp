@@ -1,5 +1,6 @@
 #include <sys/resource.h>
 
+#include <cstring>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -112,7 +113,46 @@ TEST_F(Layers, ThatCannotBeReadAreStillTold) {
     EXPECT_NE(told.output.find("3 layers (their pixels cannot be read)\n  layer 0 "), std::string::npos);
     const Result result = run({"layers", "in.psd", "out"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.errors, "dib: in.psd: load: failed\n");
+    EXPECT_EQ(result.errors,
+              "dib: in.psd: load: the pixels of layer 0 are ZIP-compressed, which is not read\n");
+    EXPECT_FALSE(std::filesystem::exists("out"));
+}
+
+TEST_F(Layers, OfGreyDocumentsAreGrey) {
+    document_ = {};
+    document_.mode = 1;
+    document_.channels = 1;
+    document_.addLayer({0, 0, 1, 2}, {0}).name = "one";
+    document_.layers[0].channels[0].plane = {10, 200};
+    write();
+    ASSERT_EQ(run({"layers", "in.psd", "out", "--to=bmp"}).errors, "");
+    DibStream layer;
+    ASSERT_TRUE(layer.LoadFromFile("out/000-one.bmp", DibStream::DIB_ACCEPT_ALL));
+    ASSERT_EQ(layer.Header->biBitCount, 32);
+    const unsigned char expected[] = {10, 10, 10, 255, 200, 200, 200, 255};
+    EXPECT_EQ(std::memcmp(layer.ScanLine(0), expected, sizeof expected), 0);
+}
+
+// Documents of 16 bits hold their layers in a block of their own, which is not read.
+TEST_F(Layers, ThatStandInABlockAreCounted) {
+    document_ = {};
+    document_.depth = 16;
+    const std::string section(
+        "\0\0\0\0\0\0\0\0"
+        "8BIMLr16\0\0\0\4\0\2..",
+        24);
+    document_.layerSection = testing_support::PsdBytes(section.begin(), section.end());
+    write();
+    EXPECT_EQ(run({"info", "in.psd"}).output,
+              "in.psd: psd, 5x4 pixels, 24 bits, bottom-up, compression none\n"
+              "  RGB, 16 bits per channel, 3 channels, 2 layers (their pixels cannot be read)\n");
+    const json info = json::parse(run({"info", "--json", "in.psd"}).output)[0];
+    EXPECT_EQ(info["layerCount"], 2);
+    EXPECT_EQ(info["layersReadable"], false);
+    EXPECT_EQ(info["layers"], json::array());
+    const Result result = run({"layers", "in.psd", "out"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.errors, "dib: in.psd: load: layers of 16 bits per channel are not read\n");
     EXPECT_FALSE(std::filesystem::exists("out"));
 }
 

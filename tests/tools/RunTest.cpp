@@ -173,7 +173,7 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
 
 // Exit code 3.
 
-TEST_F(RunCommand, BadInputsAreNamedWithTheLibrarysText) {
+TEST_F(RunCommand, BadInputsAreNamedWithWhatIsWrong) {
     const std::string good = readFile("in.bmp");
     writeFile("empty.bmp", "");
     writeFile("text.bmp", "Not a picture, but long enough to hold a file header and more of it.");
@@ -190,13 +190,13 @@ TEST_F(RunCommand, BadInputsAreNamedWithTheLibrarysText) {
     const std::pair<const char*, const char*> kCases[] = {
         {"missing.bmp", "load: open file (No such file or directory)"},
         {"folder.bmp", "load: read file (Is a directory)"},
-        {"empty.bmp", "load: read file"},
-        {"text.bmp", "load: invalid image"},
-        {"short.bmp", "load: read file"},
-        {"two-bits.bmp", "load: unsupport type"},
-        {"rle4.bmp", "load: unsupport type"},
-        {"unknown", "load: unsupport type (no known format; --from names one)"},
-        {"text.png", "load: cannot be read as png"},
+        {"empty.bmp", "load: the file is empty"},
+        {"text.bmp", "load: not a BMP file"},
+        {"short.bmp", "load: the file ends before its pixels do"},
+        {"two-bits.bmp", "load: 2 bits per pixel are not read"},
+        {"rle4.bmp", "load: 4-bit run-length pixels are not read"},
+        {"unknown", "load: no known format; name one with --from"},
+        {"text.png", "load: not a PNG file"},
     };
     for (const auto& [name, message] : kCases) {
         const Result changed = run({"run", name, "bpp:8", "out.bmp"});
@@ -209,9 +209,9 @@ TEST_F(RunCommand, BadInputsAreNamedWithTheLibrarysText) {
     }
     EXPECT_FALSE(fs::exists("out.bmp"));
     EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}).errors,
-              "dib: standard input: load: unsupport type (no known format; --from names one)\n");
+              "dib: standard input: load: no known format; name one with --from\n");
     EXPECT_EQ(run({"run", "--from=bmp", "-", "bpp:8", "out.bmp"}).errors,
-              "dib: standard input: load: read file\n");
+              "dib: standard input: load: the file is empty\n");
     EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}, "", [] { close(STDIN_FILENO); }).exitCode, 3);
 }
 

@@ -6,6 +6,7 @@
 #include "tests/tools/Program.h"
 #include "tools/Formats.h"
 #include "tools/Operations.h"
+#include "tools/Printable.h"
 
 namespace tool_test {
 
@@ -67,6 +68,46 @@ TEST_F(Info, KeepsControlCharactersOfNamesFromTheTerminal) {
     EXPECT_EQ(run({"info", "a\n\x1B[31m.bmp"}).output.substr(0, 16), "a??[31m.bmp: bmp");
 }
 
+TEST_F(Info, ALineFeedInANameForgesNoLine) {
+    EXPECT_EQ(run({"run", "no\ndib: all is well", "out.bmp"}).errors,
+              "dib: no?dib: all is well: load: open file (No such file or directory)\n");
+    EXPECT_EQ(run({"info", "no\ndib: all is well"}).errors,
+              "dib: no?dib: all is well: load: open file (No such file or directory)\n");
+    EXPECT_EQ(run({"run", "in.bmp", "bl\nur", "out.bmp"}).errors,
+              "dib: no operation 'bl?ur'; `dib ops` lists them\n");
+    EXPECT_EQ(run({"c\nat"}).errors, "dib: no command or option 'c?at'\ndib: try `dib --help`\n");
+    EXPECT_EQ(run({"run", "in.bmp", "a\nb/out.bmp"}).errors,
+              "dib: a?b/out.bmp: save: open file (No such file or directory)\n");
+}
+
+TEST_F(Info, MarksOfDirectionAndEightBitControlsDoNotPass) {
+    // Written "fdp.bmp" from right to left.
+    const std::string turned =
+        "\xE2\x80\xAE"
+        "fdp.bmp";
+    writeFile(turned, readFile("in.bmp"));
+    EXPECT_EQ(run({"info", turned}).output.substr(0, 13), "?fdp.bmp: bmp");
+    const std::string json = run({"info", "--json", turned}).output;
+    EXPECT_NE(json.find("\"file\": \"\\u202efdp.bmp\""), std::string::npos) << json;
+    EXPECT_EQ(nlohmann::json::parse(json)[0]["file"], turned);
+}
+
+TEST(Printable, ReplacesWhatSteersATerminal) {
+    EXPECT_EQ(tool::printable("a\n\r\t\x1B\x7F"
+                              "b"),
+              "a?????b");
+    EXPECT_EQ(tool::printable("\xC2\x80\xC2\x9B\xC2\x9F\xC2\xA0"), "???\xC2\xA0");
+    EXPECT_EQ(tool::printable("\x80\x9B\x9F\xA0\xFF"), "???\xA0\xFF");
+    EXPECT_EQ(tool::printable("\xD8\x9C|\xE2\x80\x8E\xE2\x80\x8F|\xE2\x80\xA8\xE2\x80\xA9|"
+                              "\xE2\x80\xAA\xE2\x80\xAE|\xE2\x81\xA6\xE2\x81\xA9|\xEF\xBB\xBF"),
+              "?|??|??|??|??|?");
+    const std::string foreign =
+        "K\xC3\xA4se \xD8\xA7\xD9\x84 \xE2\x80\xA2\xE2\x81\xA5\xF0\x9F\x8E\xA8 \xE4\xB8\xAD";
+    EXPECT_EQ(tool::printable(foreign), foreign);
+    EXPECT_EQ(tool::printable("cut off \xE2\x80"), "cut off \xE2?");
+    EXPECT_EQ(tool::printableJson("{\n\"\xC2\x9B\xE2\x80\xAE\"}\n"), "{\n\"\\u009b\\u202e\"}\n");
+}
+
 TEST_F(Info, SpeaksOfOneBit) {
     EXPECT_EQ(run({"run", "in.bmp", "bpp:1", "out.bmp"}).exitCode, 0);
     EXPECT_EQ(run({"info", "out.bmp"}).output,
@@ -79,7 +120,7 @@ TEST_F(Info, GoesOnAfterABadFile) {
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_EQ(result.output, "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
     EXPECT_EQ(result.errors,
-              "dib: bad.bmp: load: read file\n"
+              "dib: bad.bmp: load: the file ends inside its header\n"
               "dib: missing.bmp: load: open file (No such file or directory)\n");
     EXPECT_EQ(nlohmann::json::parse(run({"info", "--json", "bad.bmp"}).output), nlohmann::json::array());
 }

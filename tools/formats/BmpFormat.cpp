@@ -31,7 +31,7 @@ std::string_view bmpCompression(FirstBytes bytes) {
 
 constexpr Format kFormats[] = {
     {"bmp", "Windows bitmap", kExtensions, "1, 4, 8, 16, 24, 32", "1, 4, 8, 16, 24, 32", loadBmp, saveBmp,
-     isBmp, bmpCompression},
+     formats::diagnoseBmp, isBmp, bmpCompression},
 };
 
 }  // namespace

@@ -24,12 +24,12 @@ constexpr std::string_view kJpeg[] = {"jpg", "jpeg"};
 constexpr std::string_view kTiff[] = {"tif", "tiff"};
 
 constexpr Format kFormats[] = {
-    {"png", "PNG", kPng, "8, 24, 32", "32; others as 32", runCodec<LoadPNG>, runCodec<SavePNG>, isPng,
-     pngCompression},
+    {"png", "PNG", kPng, "8, 24, 32", "32; others as 32", runCodec<LoadPNG>, runCodec<SavePNG>,
+     formats::diagnosePng, isPng, pngCompression},
     {"jpeg", "JPEG, opaque", kJpeg, "8, 24", "24; others as 24", runCodec<LoadJPEG>, runCodec<SaveJPEG>,
-     isJpeg, jpegCompression},
+     formats::diagnoseJpeg, isJpeg, jpegCompression},
     {"tiff", "TIFF, its first picture", kTiff, "8, 24, 32", "32; others as 32", runCodec<LoadTIFF>,
-     runCodec<SaveTIFF>, isTiff, tiffCompression},
+     runCodec<SaveTIFF>, formats::diagnoseTiff, isTiff, tiffCompression},
 };
 
 }  // namespace

@@ -29,10 +29,10 @@ constexpr std::string_view kExr[] = {"exr"};
 constexpr std::string_view kDds[] = {"dds"};
 
 constexpr Format kFormats[] = {
-    {"exr", "OpenEXR, its first part, by a plug-in", kExr, "8, 32", "", loadExr, nullptr, isExr,
-     anyCompression},
-    {"dds", "DirectDraw surface, its largest level, by a plug-in", kDds, "8, 32", "", loadDds, nullptr, isDds,
-     anyCompression},
+    {"exr", "OpenEXR, its first part, by a plug-in", kExr, "8, 32", "", loadExr, nullptr,
+     formats::diagnoseExr, isExr, anyCompression},
+    {"dds", "DirectDraw surface, its largest level, by a plug-in", kDds, "8, 32", "", loadDds, nullptr,
+     formats::diagnoseDds, isDds, anyCompression},
 };
 
 }  // namespace

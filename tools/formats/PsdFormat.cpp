@@ -12,7 +12,7 @@ bool isPsd(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
 
 constexpr Format kFormats[] = {
     {"psd", "Layered document, its merged picture", kExtensions, "8, 24, 32", "", runCodec<LoadPSD>, nullptr,
-     isPsd, nullptr, true},
+     formats::diagnosePsd, isPsd, nullptr, true},
 };
 
 }  // namespace

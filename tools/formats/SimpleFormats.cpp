@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/Files.h"
 #include "tools/Sides.h"
 #include "tools/WholeFile.h"
 #include "tools/formats/CodecRow.h"
@@ -77,6 +78,12 @@ std::string_view iffCompression(FirstBytes bytes) {
 
 // Radiance.
 
+// The loader prints why it refuses a file, and system reasons that have nothing to do with it.
+bool loadHdr(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
+    const SilencedErrors silence;
+    return LoadHDR(path, &image, callback, user);
+}
+
 bool isHdr(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || startsWith(bytes, "#?RGBE"); }
 
 // Each row has a way of its own.
@@ -90,12 +97,14 @@ constexpr std::string_view kHdr[] = {"hdr"};
 
 constexpr Format kFormats[] = {
     {"tga", "Truevision TGA", kTga, "8, 16, 24, 32", "8, 16, 24, 32; 1 and 4 as 24", runCodec<LoadTGA>,
-     saveTga, nullptr, tgaCompression},
-    {"ppm", "PPM and PGM, binary and ASCII", kPpm, "8, 24", "24", runCodec<LoadPPM>, savePpm, isPnm},
-    {"tim", "TIM texture", kTim, "4, 8, 16", "4, 8, 16; others as 16", runCodec<LoadTIM>, saveTim, isTim},
-    {"iff", "IFF ILBM", kIff, "1, 4, 8, 24", "1, 4, 8, 24; others as 24", runCodec<LoadIFF>, saveIff, isIff,
-     iffCompression},
-    {"hdr", "Radiance HDR", kHdr, "24", "", runCodec<LoadHDR>, nullptr, isHdr, hdrCompression},
+     saveTga, formats::diagnoseTga, nullptr, tgaCompression},
+    {"ppm", "PPM and PGM, binary and ASCII", kPpm, "8, 24", "24", runCodec<LoadPPM>, savePpm,
+     formats::diagnosePpm, isPnm},
+    {"tim", "TIM texture", kTim, "4, 8, 16", "4, 8, 16; others as 16", runCodec<LoadTIM>, saveTim,
+     formats::diagnoseTim, isTim},
+    {"iff", "IFF ILBM", kIff, "1, 4, 8, 24", "1, 4, 8, 24; others as 24", runCodec<LoadIFF>, saveIff,
+     formats::diagnoseIff, isIff, iffCompression},
+    {"hdr", "Radiance HDR", kHdr, "24", "", loadHdr, nullptr, formats::diagnoseHdr, isHdr, hdrCompression},
 };
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/Formats.h"
 #include "tools/Operations.h"
@@ -39,7 +38,7 @@ void checkSecond(const std::string& path) {
     if (kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::character) return;
     DibStream second;
     if (format->load(path.c_str(), second, nullptr, nullptr)) return;
-    fail(second.ErrorCode != DIB_OK ? errorText(second) : "cannot be read as " + std::string(format->name));
+    fail(formats::whyRefused(path.c_str(), format->diagnose, second.ErrorCode));
 }
 
 bool runCompose(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {

@@ -1,0 +1,47 @@
+// A file that a loader refused, and what all formats can say about it.
+#ifndef FORMATS_DIAGNOSIS_REFUSED_FILE_H
+#define FORMATS_DIAGNOSIS_REFUSED_FILE_H
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace formats {
+
+// Random access to the bytes of a file; those beyond its end read as 0.
+class RefusedFile {
+public:
+    explicit RefusedFile(const char* path);
+
+    std::int64_t size() const { return size_; }
+    std::uint32_t byte(std::int64_t at) const;
+    std::uint32_t le16(std::int64_t at) const;
+    std::uint32_t le32(std::int64_t at) const;
+    std::uint32_t be16(std::int64_t at) const;
+    std::uint32_t be32(std::int64_t at) const;
+    // As many bytes as there are, `count` at most.
+    std::string text(std::int64_t at, std::size_t count) const;
+    // The line that begins at `at`, without its line feed; moves `at` behind it. Long lines are cut.
+    std::string line(std::int64_t& at) const;
+
+private:
+    struct Close {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    std::unique_ptr<std::FILE, Close> file_;
+    std::int64_t size_ = 0;
+};
+
+// Why no picture of that size can exist; empty when one can.
+std::string sizeProblem(std::int64_t width, std::int64_t height, int bitCount);
+
+// Four characters that name something in a file, in quotes; others than letters, digits and blanks appear as '?'.
+std::string quoted(const std::string& name);
+
+inline constexpr const char* kShortHeader = "the file ends inside its header";
+inline constexpr const char* kShortPixels = "the file ends before its pixels do";
+
+}  // namespace formats
+
+#endif
