@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "effects/BrightSort.h"
+#include "effects/rank/BrightSort.h"
 #include "tests/reference/RankReference.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/TestImages.h"

@@ -1,16 +1,16 @@
-#include "effects/RankPixels.h"
+#include "effects/rank/BrightnessReader.h"
 
 #include <cstring>
 
 #include "dib/ColorTable.h"
+#include "dib/Depths.h"
 #include "dib/Kernels.h"
 
 namespace dib {
 
 namespace {
 
-// At 16 bits the weights of blue and red are exchanged: callers rank such pixels so, and other weights would
-// let other pixels win.
+// At 16 bits blue and red have each other's weights. Callers rely on it: other weights choose other pixels.
 DIB_ALWAYS_INLINE void brightness16(const std::uint32_t* __restrict values, std::int32_t* __restrict out,
                                     std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -41,7 +41,8 @@ DIB_ALWAYS_INLINE void writeBody(unsigned char* __restrict row, const std::uint3
 
 }  // namespace
 
-RankPixels::RankPixels(const DibStream& image, const Raster& raster, TableWeights weights, Nibbles nibbles)
+BrightnessReader::BrightnessReader(const DibStream& image, const Raster& raster, TableWeights weights,
+                                   Nibbles nibbles)
     : bitCount_(raster.bitCount),
       width_(static_cast<std::size_t>(raster.width)),
       rowBytes_(raster.rowBytes),
@@ -54,26 +55,27 @@ RankPixels::RankPixels(const DibStream& image, const Raster& raster, TableWeight
     }
 }
 
-void RankPixels::readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const {
+void BrightnessReader::readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const {
     withAnyDepth(bitCount_, [&](auto depth) {
         for (std::size_t i = 0; i < count; ++i) values[i] = decltype(depth)::get(spots[i].row, spots[i].x);
         return true;
     });
 }
 
-void RankPixels::readValues(const unsigned char* row, std::uint32_t* values) const {
+void BrightnessReader::readValues(const unsigned char* row, std::uint32_t* values) const {
     withAnyDepth(bitCount_, [&](auto depth) {
         runKernel<readBody<decltype(depth)>>(row, values, width_);
         return true;
     });
     if (swapNibbles_) {
-        // The nibble beside the last pixel of an odd row is row fill, and counts as its partner.
+        // The last pixel of a row of odd width is swapped with the fill nibble beside it.
         for (std::size_t x = 0; x < width_; ++x)
             values[x] = Depth4::get(row, static_cast<std::ptrdiff_t>(x ^ 1U));
     }
 }
 
-void RankPixels::readRow(const unsigned char* row, std::uint32_t* values, std::int32_t* brightness) const {
+void BrightnessReader::readRow(const unsigned char* row, std::uint32_t* values,
+                               std::int32_t* brightness) const {
     readValues(row, values);
     const std::uint32_t* known = values;
     if (bitCount_ == 16) {
@@ -85,7 +87,7 @@ void RankPixels::readRow(const unsigned char* row, std::uint32_t* values, std::i
     }
 }
 
-void RankPixels::writeRow(unsigned char* row, const std::uint32_t* values) const {
+void BrightnessReader::writeRow(unsigned char* row, const std::uint32_t* values) const {
     withAnyDepth(bitCount_, [&](auto depth) {
         using Depth = decltype(depth);
         if (kIsPacked<Depth>) std::memset(row, 0, rowBytes_);

@@ -1,0 +1,174 @@
+// The brightest or darkest pixel of a square.
+//
+// Both filters rank pixels by a score, brightness itself or its distance below white, and take the first
+// visited of the highest.
+
+#include "dib/Kernels.h"
+#include "effects/EffectFrame.h"
+#include "effects/RollingCopy.h"
+#include "effects/rank/BrightnessReader.h"
+#include "effects/rank/SlidingMaximum.h"
+
+namespace {
+
+enum class Extreme { kBrightest, kDarkest };
+
+// The positions of a window that can decide: of several that read the same pixel only the first counts.
+struct DecidingPositions {
+    dib::EdgeAxis axis;
+    int before = 0;           // positions ahead of the pixel
+    std::int64_t length = 0;  // all positions
+
+    DecidingPositions() = default;
+    explicit DecidingPositions(const dib::EdgeWindow& window)
+        : axis(window.axis()),
+          before(window.reach()),
+          length(axis.wrap ? window.count(0) : 2 * std::int64_t{before} + 1) {}
+
+    std::int64_t after() const { return length - 1 - before; }
+    // The range around v, without positions that merely repeat a clamped edge.
+    std::int64_t begin(int v) const { return axis.wrap ? v - before : std::max(v - before, 0); }
+    std::int64_t end(int v) const {
+        return axis.wrap ? v - before + length : std::min<std::int64_t>(v + after() + 1, axis.size);
+    }
+};
+
+DIB_ALWAYS_INLINE void scoreDarkness(std::int32_t* scores, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) scores[i] = dib::kWhiteBrightness - scores[i];
+}
+
+DIB_ALWAYS_INLINE bool allAboveZero(const std::int32_t* scores, std::size_t count) {
+    std::int32_t lowest = INT32_MAX;
+    for (std::size_t i = 0; i < count; ++i) lowest = std::min(lowest, scores[i]);
+    return lowest > 0;
+}
+
+class ExtremeFilter {
+public:
+    ExtremeFilter(const DibStream* image, Extreme extreme, int radius, unsigned int flags)
+        : image_(image),
+          extreme_(extreme),
+          radius_(radius),
+          flags_(flags),
+          carriedAlpha_(~static_cast<std::uint32_t>(radius) & 255U) {}
+
+    bool prepare(const dib::Raster& raster) {
+        width_ = static_cast<std::size_t>(raster.width);
+        bitCount_ = raster.bitCount;
+        if (width_ == 0) return true;
+        // At 4 bits the two pixels of each byte are read swapped; callers know the results so.
+        reader_ = {*image_, raster, {37, 73}, dib::BrightnessReader::Nibbles::kLowFirst};
+        across_ = DecidingPositions(dib::EdgeWindow(dib::axisX(raster, flags_), radius_));
+        down_ = DecidingPositions(dib::EdgeWindow(dib::axisY(raster, flags_), radius_));
+        begin_ = end_ = down_.begin(0);
+        paddedWidth_ = width_ + static_cast<std::size_t>(across_.length) - 1;
+        // Every row is read once, before it is overwritten, except for the first ones if y wraps.
+        return rows_.prepare(raster, 0, down_.axis.wrap ? static_cast<int>(down_.after()) : 0) &&
+               padded_.allocate(2, paddedWidth_) && winners_.allocate(1, width_) &&
+               maximum_.prepare(
+                   width_, static_cast<std::size_t>(std::min<std::int64_t>(down_.length, raster.height)));
+    }
+
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        if (width_ == 0) return;
+        slideTo(y);
+        rows_.keepNext();
+        const dib::Candidates winners = winners_.row(0);
+        maximum_.maximum(winners);
+        if constexpr (Depth::kBits >= 24) replaceLosers(winners);
+        reader_.writeRow(out, winners.value);
+    }
+
+private:
+    // Holds the rows of the window around row y, in visiting order.
+    void slideTo(int y) {
+        for (; begin_ < down_.begin(y); ++begin_) maximum_.pop();
+        for (; end_ < down_.end(y); ++end_) pushRow(down_.axis.at(end_));
+    }
+
+    // The winners along source row y.
+    void pushRow(int y) {
+        const dib::Candidates padded = padded_.row(0);
+        const dib::Candidates row = padded.from(across_.before);
+        reader_.readRow(rows_.row(y), row.value, row.score);
+        scoreRow(row);
+        across_.axis.pad(row.score, across_.before, across_.after());
+        across_.axis.pad(row.value, across_.before, across_.after());
+        dib::maximumAlongRow(padded, paddedWidth_, static_cast<std::size_t>(across_.length), padded_.row(1),
+                             maximum_.next());
+        maximum_.push();
+    }
+
+    void scoreRow(dib::Candidates row) const {
+        if (bitCount_ == 1) {
+            // Index 1 counts as the brighter one of two equally bright entries.
+            const bool zeroIsBrighter = reader_.tableBrightness(0) > reader_.tableBrightness(1);
+            for (std::size_t x = 0; x < width_; ++x) row.score[x] = (row.value[x] == 0) == zeroIsBrighter;
+        }
+        if (extreme_ == Extreme::kDarkest) dib::runKernel<scoreDarkness>(row.score, width_);
+    }
+
+    // An all-black square (for the darkest pixel: all-white) has no winner: its colour stays, and at 32 bits
+    // the alpha of the last winner is carried on, row by row from the left.
+    void replaceLosers(dib::Candidates winners) {
+        if (dib::runKernel<allAboveZero>(winners.score, width_)) {
+            carriedAlpha_ = winners.value[width_ - 1] >> 24;
+            return;
+        }
+        const std::uint32_t color = extreme_ == Extreme::kBrightest ? 0 : 0xFFFFFF;
+        for (std::size_t x = 0; x < width_; ++x) {
+            if (winners.score[x] > 0) {
+                carriedAlpha_ = winners.value[x] >> 24;
+            } else {
+                winners.value[x] = color | (carriedAlpha_ << 24);
+            }
+        }
+    }
+
+    const DibStream* image_;
+    Extreme extreme_;
+    int radius_;
+    unsigned int flags_;
+    std::uint32_t carriedAlpha_;
+    std::size_t width_ = 0;
+    std::size_t paddedWidth_ = 0;
+    int bitCount_ = 0;
+    dib::BrightnessReader reader_;
+    DecidingPositions across_;
+    DecidingPositions down_;
+    std::int64_t begin_ = 0;  // rows held by maximum_, as positions
+    std::int64_t end_ = 0;
+    dib::RollingCopy rows_;
+    dib::CandidateRows padded_;  // a row with its edges, and as much memory again
+    dib::CandidateRows winners_;
+    dib::SlidingMaximum maximum_;
+};
+
+bool filterExtreme(const dib::Progress& progress, DibStream* image, Extreme extreme, int radius,
+                   unsigned int flags) {
+    if (image == nullptr || radius < 0) return false;
+    if (radius == 0) return true;
+    return dib::filterInPlace<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24,
+                              dib::Depth32>(progress, image, ExtremeFilter(image, extreme, radius, flags));
+}
+
+}  // namespace
+
+bool DibEffectBrightMax(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                        unsigned int flags) {
+    return filterExtreme({callback, user}, image, Extreme::kBrightest, radius, flags);
+}
+
+bool DibEffectBrightMin(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                        unsigned int flags) {
+    return filterExtreme({callback, user}, image, Extreme::kDarkest, radius, flags);
+}
+
+bool DibEffectBrightMax(DibProgressCallback callback, void* user, DibStream* image, DEBrightInfo* info) {
+    return DibEffectBrightMax(callback, user, image, info->radius, info->flags);
+}
+
+bool DibEffectBrightMin(DibProgressCallback callback, void* user, DibStream* image, DEBrightInfo* info) {
+    return DibEffectBrightMin(callback, user, image, info->radius, info->flags);
+}

@@ -1,0 +1,23 @@
+// The pixel one step darker than the median of a square: of n positions the one with (n + 1) / 2 brighter ones
+// before it, where the first visited of equally bright pixels counts as brighter. Callers know the filter so.
+
+#include "effects/EffectFrame.h"
+#include "effects/rank/MedianLargeRadius.h"
+#include "effects/rank/MedianSmallRadius.h"
+
+bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
+                           unsigned int flags) {
+    if (image == nullptr || radius < 0) return false;
+    if (radius == 0) return true;
+    const auto filter = [&](auto&& median) {
+        return dib::filterImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24,
+                                dib::Depth32>({callback, user}, image, std::move(median));
+    };
+    if (radius <= dib::MedianSmallRadius::kLargest)
+        return filter(dib::MedianFilter<dib::MedianSmallRadius>(radius, flags));
+    return filter(dib::MedianFilter<dib::MedianLargeRadius>(radius, flags));
+}
+
+bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, DEBrightInfo* info) {
+    return DibEffectBrightMiddle(callback, user, image, info->radius, info->flags);
+}

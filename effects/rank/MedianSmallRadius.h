@@ -1,0 +1,69 @@
+// The median of small squares: every position of many squares is compared at once.
+#ifndef EFFECTS_RANK_MEDIAN_SMALL_RADIUS_H
+#define EFFECTS_RANK_MEDIAN_SMALL_RADIUS_H
+
+#include <array>
+#include <cstdint>
+
+#include "effects/rank/MedianInput.h"
+#include "effects/rank/SelectLanes.h"
+
+namespace dib {
+
+class MedianSmallRadius {
+public:
+    // Beyond this radius the sliding histogram is faster, and bytes no longer count the positions.
+    static constexpr int kLargest = (kLongestSelectSide - 1) / 2;
+
+    MedianSmallRadius(int radius, unsigned int flags)
+        : radius_(radius), side_(2 * radius + 1), flags_(flags) {}
+
+    bool prepare(const FullCopy& source, const Raster& image);
+
+    // Chooses the pixels of row y and stores them.
+    void writeRow(unsigned char* out, int y);
+
+private:
+    // The line of position t of the y axis. Lines hold a row with its edges, as keys or as brightness.
+    BrightnessPlanes lineAt(int t) const {
+        const auto line = static_cast<std::size_t>((t + side_) % side_);
+        return {lines_.get() + 2 * line * lineLength_, lines_.get() + (2 * line + 1) * lineLength_};
+    }
+
+    void numberKeys();
+    void loadBrightness(int t);
+    void loadKeys(int t);
+    void chooseByKeys();
+    void takePositions(std::size_t start, std::size_t end);
+
+    int radius_;
+    int side_;
+    unsigned int flags_;
+    int rank_ = 0;
+    MedianInput input_;
+    EdgeAxis axisX_;
+    EdgeAxis axisY_;
+    std::size_t lineLength_ = 0;
+    MallocPtr<std::int8_t> lines_;
+    // By row of the square.
+    std::array<BrightnessPlanes, kLongestSelectSide> square_{};
+    std::array<const std::int8_t*, kLongestSelectSide> keySquare_{};
+    std::array<const unsigned char*, kLongestSelectSide> sources_{};
+    // By column.
+    MallocPtr<std::uint16_t> positions_;
+    MallocPtr<BrightnessReader::Spot> spots_;
+    MallocPtr<std::int8_t> keys_;
+
+    // Up to 8 bits per pixel a byte, the key, numbers the different brightnesses from dark to bright.
+    bool byKeys_ = false;
+    int keyBits_ = 0;
+    std::array<std::uint8_t, 256> keyOfIndex_{};
+    std::array<bool, 256> seen_{};  // indices
+    // By key: an index seen with it, and whether another one was, too. Then the key does not tell the pixel.
+    std::array<std::uint8_t, 256> indexOfKey_{};
+    std::array<bool, 256> severalIndices_{};
+};
+
+}  // namespace dib
+
+#endif

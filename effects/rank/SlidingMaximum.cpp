@@ -1,0 +1,96 @@
+#include "effects/rank/SlidingMaximum.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "dib/Kernels.h"
+
+namespace dib {
+
+namespace {
+
+// out = the earlier candidate unless the later scores strictly higher.
+DIB_ALWAYS_INLINE void laterIfHigher(const std::int32_t* earlierScore, const std::uint32_t* earlierValue,
+                                     const std::int32_t* laterScore, const std::uint32_t* laterValue,
+                                     std::int32_t* __restrict outScore, std::uint32_t* __restrict outValue,
+                                     std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool later = laterScore[i] > earlierScore[i];
+        outScore[i] = later ? laterScore[i] : earlierScore[i];
+        outValue[i] = later ? laterValue[i] : earlierValue[i];
+    }
+}
+
+// The same with the earlier candidate as the result.
+DIB_ALWAYS_INLINE void replaceIfHigher(std::int32_t* __restrict score, std::uint32_t* __restrict value,
+                                       const std::int32_t* __restrict laterScore,
+                                       const std::uint32_t* __restrict laterValue, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool later = laterScore[i] > score[i];
+        score[i] = later ? laterScore[i] : score[i];
+        value[i] = later ? laterValue[i] : value[i];
+    }
+}
+
+void combine(Candidates earlier, Candidates later, Candidates out, std::size_t count) {
+    runKernel<laterIfHigher>(earlier.score, earlier.value, later.score, later.value, out.score, out.value,
+                             count);
+}
+
+void replace(Candidates earlier, Candidates later, std::size_t count) {
+    runKernel<replaceIfHigher>(earlier.score, earlier.value, later.score, later.value, count);
+}
+
+void copy(Candidates from, Candidates to, std::size_t count) {
+    std::copy_n(from.score, count, to.score);
+    std::copy_n(from.value, count, to.value);
+}
+
+}  // namespace
+
+void maximumAlongRow(Candidates in, std::size_t width, std::size_t window, Candidates scratch,
+                     Candidates out) {
+    std::size_t part = 1;  // in[i] is the maximum of this many candidates from i on
+    for (; 2 * part <= window; part *= 2) {
+        combine(in, in.from(static_cast<std::ptrdiff_t>(part)), scratch, width - 2 * part + 1);
+        std::swap(in, scratch);
+    }
+    combine(in, in.from(static_cast<std::ptrdiff_t>(window - part)), out, width - window + 1);
+}
+
+bool SlidingMaximum::prepare(std::size_t width, std::size_t capacity) {
+    width_ = width;
+    capacity_ = capacity;
+    return rows_.allocate(capacity + 1, width);
+}
+
+void SlidingMaximum::push() {
+    if (middle_ == end_) {
+        copy(rowOf(end_), newest(), width_);
+    } else {
+        replace(newest(), rowOf(end_), width_);
+    }
+    ++end_;
+}
+
+// Gives the rows as they were pushed the maxima of themselves and all later ones.
+void SlidingMaximum::accumulate() {
+    for (std::size_t i = end_; i-- > middle_ + 1;) replace(rowOf(i - 1), rowOf(i), width_);
+    middle_ = end_;
+}
+
+void SlidingMaximum::pop() {
+    if (begin_ == middle_) accumulate();
+    ++begin_;
+}
+
+void SlidingMaximum::maximum(Candidates out) {
+    if (begin_ == middle_) accumulate();
+    if (middle_ == end_) {
+        copy(rowOf(begin_), out, width_);
+    } else {
+        combine(rowOf(begin_), newest(), out, width_);
+    }
+}
+
+}  // namespace dib

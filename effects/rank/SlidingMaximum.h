@@ -1,0 +1,81 @@
+// The candidate with the highest score in a sliding window; of equal scores the first in visiting order wins:
+// the topmost row, in it the leftmost column.
+//
+// Taking the later of two candidates only when it scores strictly higher is associative, so the maximum of a
+// window is that of overlapping parts in visiting order: along a row of parts whose width doubles, down the
+// rows by a queue of running maxima. The cost per pixel hardly depends on the size of the window.
+#ifndef EFFECTS_RANK_SLIDING_MAXIMUM_H
+#define EFFECTS_RANK_SLIDING_MAXIMUM_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dib/Memory.h"
+
+namespace dib {
+
+// A row of candidates: the score that ranks each, and the value that the winner hands on.
+struct Candidates {
+    std::int32_t* score;
+    std::uint32_t* value;
+
+    Candidates from(std::ptrdiff_t x) const { return {score + x, value + x}; }
+};
+
+// Memory for rows of candidates.
+class CandidateRows {
+public:
+    // False when memory is short.
+    bool allocate(std::size_t rows, std::size_t width) {
+        width_ = width;
+        scores_ = allocateArray<std::int32_t>(rows * width);
+        values_ = allocateArray<std::uint32_t>(rows * width);
+        return scores_ != nullptr && values_ != nullptr;
+    }
+    Candidates row(std::size_t i) const { return {scores_.get() + i * width_, values_.get() + i * width_}; }
+
+private:
+    std::size_t width_ = 0;
+    MallocPtr<std::int32_t> scores_;
+    MallocPtr<std::uint32_t> values_;
+};
+
+// out[i] = the maximum of in[i] to in[i + window - 1], for every window that fits into `width` candidates.
+// Overwrites `in` and `scratch`, which are of that width.
+void maximumAlongRow(Candidates in, std::size_t width, std::size_t window, Candidates scratch,
+                     Candidates out);
+
+// A queue of rows that knows the maximum of each column over all rows it holds; rows pushed earlier come first
+// in visiting order.
+class SlidingMaximum {
+public:
+    // For up to `capacity` rows at a time. False when memory is short.
+    bool prepare(std::size_t width, std::size_t capacity);
+    // Where to write the next row before `push`; there must be room for one.
+    Candidates next() const { return rowOf(end_); }
+    // Appends that row.
+    void push();
+    // Removes the row that was pushed first.
+    void pop();
+    // The maxima over all rows held, of which there must be one.
+    void maximum(Candidates out);
+
+private:
+    Candidates rowOf(std::size_t number) const { return rows_.row(number % capacity_); }
+    Candidates newest() const { return rows_.row(capacity_); }
+    void accumulate();
+
+    CandidateRows rows_;  // a ring of `capacity_` rows, and `newest`
+    std::size_t width_ = 0;
+    std::size_t capacity_ = 0;
+    // Rows are numbered as they are pushed. Those from `begin_` to before `middle_` hold the maxima of
+    // themselves and all rows up to `middle_`. Those from `middle_` to before `end_` are as they were pushed;
+    // their maxima are in `newest`.
+    std::size_t begin_ = 0;
+    std::size_t middle_ = 0;
+    std::size_t end_ = 0;
+};
+
+}  // namespace dib
+
+#endif
