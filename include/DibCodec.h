@@ -160,7 +160,9 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 /// - TIFF: the first picture of the file, in every compression that the platform knows, in strips, tiles or planes, turned
 ///   as its orientation says. Grey, palette, RGB and CMYK samples have 1 to 32 bits (palettes up to 8) or are floats of
 ///   16, 32 or 64; signs are not looked at. Inks become colours by (1 - ink)(1 - black). Colours that were multiplied
-///   with alpha are divided by it. Other colour spaces (YCbCr, Lab, LogLuv) become RGB where the platform can do so.
+///   with alpha are divided by it, those of more than 8 bits before they are reduced. Without a photometric tag one or two
+///   samples are grey (in faxes black on white), more are colours. Other colour spaces (YCbCr, Lab, LogLuv) become RGB
+///   where the platform can do so.
 /// @return False when the file cannot be opened, is none of the three or cannot be decoded: the image is kept; when
 /// its size cannot exist, memory is short or its pixels are broken or end early: the image is empty.
 DIB_EXPORT bool LoadJPEG(const char* path, DibStream* image, DibProgressCallback callback, void* user);

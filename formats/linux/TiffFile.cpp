@@ -85,6 +85,7 @@ private:
         return value;
     }
     bool readMeaning();
+    std::uint16_t photometric() const;
     std::size_t colorSamples();
     void findAlpha(std::size_t colors);
     bool isPlain() const;
@@ -111,9 +112,23 @@ private:
     unsigned char colors_[256 * 3] = {};
 };
 
+// Without the tag the number of samples tells: up to two are grey, black on white in faxes, and more are colours.
+std::uint16_t TiffDecoder::photometric() const {
+    std::uint16_t value = PHOTOMETRIC_MASK;
+    if (TIFFGetField(tiff_.get(), TIFFTAG_PHOTOMETRIC, &value) != 0) return value;
+    if (layout_.perPixel > 2) return PHOTOMETRIC_RGB;
+    switch (field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE)) {
+        case COMPRESSION_CCITTRLE:
+        case COMPRESSION_CCITTRLEW:
+        case COMPRESSION_CCITTFAX3:
+        case COMPRESSION_CCITTFAX4: return PHOTOMETRIC_MINISWHITE;
+        default: return PHOTOMETRIC_MINISBLACK;
+    }
+}
+
 // Samples of the colours, which are the first ones of every pixel; 0 for kinds that only the library knows.
 std::size_t TiffDecoder::colorSamples() {
-    switch (field<std::uint16_t>(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK)) {
+    switch (photometric()) {
         case PHOTOMETRIC_MINISBLACK: meaning_.kind = TiffKind::kGrey; return 1;
         case PHOTOMETRIC_MINISWHITE: meaning_.kind = TiffKind::kInvertedGrey; return 1;
         case PHOTOMETRIC_PALETTE: meaning_.kind = TiffKind::kPalette; return 1;

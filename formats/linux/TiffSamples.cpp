@@ -4,6 +4,7 @@
 #include <bit>
 #include <cfloat>
 #include <cstring>
+#include <limits>
 
 namespace formats {
 
@@ -39,6 +40,11 @@ std::uint32_t packedAt(const unsigned char* row, std::size_t index, unsigned bit
     return static_cast<std::uint32_t>(packed >> behind & ((std::uint64_t{1} << bits) - 1));
 }
 
+std::uint64_t integerAt(const unsigned char* row, std::size_t index, unsigned bits) {
+    if (bits == 16) return wordAt<std::uint16_t>(row, index);
+    return bits == 32 ? wordAt<std::uint32_t>(row, index) : packedAt(row, index, bits);
+}
+
 float floatOfHalf(std::uint16_t half) {
     const std::uint32_t sign = (half & 0x8000U) << 16;
     const std::uint32_t exponent = half >> 10 & 31U;
@@ -65,6 +71,10 @@ void unpack(const Channel& from, unsigned bits, float* to, std::size_t pixels, s
     }
 }
 
+constexpr unsigned char byteOfWord(std::uint16_t word) {
+    return static_cast<unsigned char>((word * 255U + 32895U) >> 16);
+}
+
 // Rounded to bytes of the same share of the largest value. Signs are not looked at.
 void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t pixels, std::size_t step) {
     const std::uint64_t largest = (std::uint64_t{1} << bits) - 1;
@@ -72,12 +82,18 @@ void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t p
         if (bits == 8) {
             *to = from.row[at];
         } else if (bits == 16) {
-            *to = static_cast<unsigned char>((wordAt<std::uint16_t>(from.row, at) * 255U + 32895U) >> 16);
+            *to = byteOfWord(wordAt<std::uint16_t>(from.row, at));
         } else {
-            const std::uint64_t value =
-                bits == 32 ? wordAt<std::uint32_t>(from.row, at) : packedAt(from.row, at, bits);
-            *to = static_cast<unsigned char>((value * 255 + largest / 2) / largest);
+            *to = static_cast<unsigned char>((integerAt(from.row, at, bits) * 255 + largest / 2) / largest);
         }
+    }
+}
+
+// The same to 16 bits.
+void unpack(const Channel& from, unsigned bits, std::uint16_t* to, std::size_t pixels, std::size_t step) {
+    const std::uint64_t largest = (std::uint64_t{1} << bits) - 1;
+    for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
+        *to = static_cast<std::uint16_t>((integerAt(from.row, at, bits) * 65535 + largest / 2) / largest);
     }
 }
 
@@ -87,23 +103,36 @@ void unpackIndices(const Channel& from, unsigned bits, unsigned char* to, std::s
         *to = static_cast<unsigned char>(packedAt(from.row, at, bits));
     }
 }
-void unpackIndices(const Channel&, unsigned, float*, std::size_t, std::size_t) {}
+// Indices are bytes: there are none of more bits, and none among floats.
+template <class Sample>
+void unpackIndices(const Channel&, unsigned, Sample*, std::size_t, std::size_t) {}
 
-constexpr unsigned char opaque(unsigned char) { return 255; }
-constexpr float opaque(float) { return 1.0F; }
+template <class Sample>
+constexpr Sample kOpaque = std::numeric_limits<Sample>::max();
+template <>
+constexpr float kOpaque<float> = 1.0F;
 
 // A rounded division by 255.
 unsigned char product(unsigned char a, unsigned char b) {
     const unsigned value = static_cast<unsigned>(a) * b + 128;
     return static_cast<unsigned char>((value + (value >> 8)) >> 8);
 }
+std::uint16_t product(std::uint16_t a, std::uint16_t b) {
+    return static_cast<std::uint16_t>((std::uint32_t{a} * b + 32767U) / 65535U);
+}
 float product(float a, float b) { return a * b; }
 
-unsigned char divided(unsigned char color, unsigned char alpha) {
+template <class Sample>
+Sample divided(Sample color, Sample alpha) {
     if (alpha == 0) return 0;
-    return static_cast<unsigned char>(std::min((color * 255U + alpha / 2U) / alpha, 255U));
+    constexpr std::uint32_t kMost = kOpaque<Sample>;
+    return static_cast<Sample>(std::min((color * kMost + alpha / 2U) / alpha, kMost));
 }
 float divided(float color, float alpha) { return alpha > 0.0F ? color / alpha : 0.0F; }
+
+void show(unsigned char sample, unsigned char& to) { to = sample; }
+void show(std::uint16_t sample, unsigned char& to) { to = byteOfWord(sample); }
+void show(float sample, float& to) { to = sample; }
 
 }  // namespace
 
@@ -121,9 +150,8 @@ bool TiffConverter::start(const TiffLayout& layout, const TiffMeaning& meaning, 
     return unpacked_ != nullptr;
 }
 
-template <class Sample>
-void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Sample* to) {
-    constexpr auto kOpaque = opaque(Sample{});
+template <class Sample, class Shown>
+void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Shown* to) {
     const std::size_t count = meaning_.sampleCount;
     for (std::size_t i = 0; i < count; ++i) {
         const Channel channel = layout_.isPlanar
@@ -142,7 +170,7 @@ void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Sample* to
         switch (meaning_.kind) {
             case TiffKind::kGrey: break;
             case TiffKind::kInvertedGrey:
-                rgb[0] = rgb[1] = rgb[2] = static_cast<Sample>(kOpaque - unpacked[0]);
+                rgb[0] = rgb[1] = rgb[2] = static_cast<Sample>(kOpaque<Sample> - unpacked[0]);
                 break;
             case TiffKind::kPalette:
                 if constexpr (sizeof(Sample) == 1) {
@@ -152,17 +180,17 @@ void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Sample* to
             case TiffKind::kRgb: std::copy_n(unpacked, 3, rgb); break;
             case TiffKind::kInks:
                 for (std::size_t k = 0; k < 3; ++k) {
-                    rgb[k] = product(static_cast<Sample>(kOpaque - unpacked[k]),
-                                     static_cast<Sample>(kOpaque - unpacked[3]));
+                    rgb[k] = product(static_cast<Sample>(kOpaque<Sample> - unpacked[k]),
+                                     static_cast<Sample>(kOpaque<Sample> - unpacked[3]));
                 }
                 break;
         }
-        const Sample alpha = meaning_.hasAlpha ? unpacked[count - 1] : kOpaque;
+        const Sample alpha = meaning_.hasAlpha ? unpacked[count - 1] : kOpaque<Sample>;
         if (meaning_.isMultiplied) {
             for (Sample& color : rgb) color = divided(color, alpha);
         }
-        std::copy_n(rgb, std::min<std::size_t>(step, 3), to);
-        if (step == 4) to[3] = alpha;
+        for (std::size_t k = 0; k < std::min<std::size_t>(step, 3); ++k) show(rgb[k], to[k]);
+        if (step == 4) show(alpha, to[3]);
     }
 }
 
@@ -170,6 +198,9 @@ void TiffConverter::convert(const TiffRows& rows, unsigned char* to) {
     // Rows of blocks from malloc are aligned for floats: a pixel of theirs has 16 bytes.
     if (meaning_.isFloat) {
         convertAs(rows, unpacked_.get(), reinterpret_cast<float*>(to));
+    } else if (meaning_.isMultiplied && layout_.bits > 8) {
+        // Small alphas leave little of the colours in bytes: they are divided before they are reduced.
+        convertAs(rows, reinterpret_cast<std::uint16_t*>(unpacked_.get()), to);
     } else {
         convertAs(rows, reinterpret_cast<unsigned char*>(unpacked_.get()), to);
     }

@@ -33,8 +33,8 @@ public:
     void convert(const TiffRows& rows, unsigned char* to);
 
 private:
-    template <class Sample>
-    void convertAs(const TiffRows& rows, Sample* unpacked, Sample* to);
+    template <class Sample, class Shown>
+    void convertAs(const TiffRows& rows, Sample* unpacked, Shown* to);
 
     TiffLayout layout_;
     TiffMeaning meaning_;

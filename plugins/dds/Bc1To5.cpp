@@ -104,7 +104,8 @@ template <class Range>
 void decodeRedGreen(const unsigned char* bytes, Block& texels) {
     const auto red = decodeChannel<Range>(bytes);
     const auto green = decodeChannel<Range>(bytes + 8);
-    for (std::size_t i = 0; i < texels.size(); ++i) texels[i] = {0, green[i], red[i], 255};
+    const auto blue = static_cast<unsigned char>(Range::byte(0, 1));
+    for (std::size_t i = 0; i < texels.size(); ++i) texels[i] = {blue, green[i], red[i], 255};
 }
 
 }  // namespace

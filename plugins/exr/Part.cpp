@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "plugins/exr/Attributes.h"
 
@@ -83,22 +82,61 @@ struct PixelBytes {
     std::int64_t known = 0;
 };
 
+std::int64_t sampleBytes(const exr_attr_chlist_entry_t& channel) {
+    return channel.pixel_type == EXR_PIXEL_HALF ? 2 : 4;
+}
+
+const exr_attr_chlist_entry_t* channelOf(const exr_attr_chlist_t& channels, const std::string& name) {
+    for (int i = 0; i < channels.num_channels; ++i) {
+        if (name == channels.entries[i].name.str) return &channels.entries[i];
+    }
+    return nullptr;
+}
+
+// The channels that a picture is made of are light, one sample for every `sampling` pixels of a line and of a column.
+bool isLight(const exr_attr_chlist_entry_t& channel, int sampling) {
+    return channel.pixel_type != EXR_PIXEL_UINT && channel.x_sampling == sampling &&
+           channel.y_sampling == sampling;
+}
+
+// Those without a layer where there are any; else those of the first layer that has all colours.
+std::string shownLayer(const exr_attr_chlist_t& channels) {
+    for (const char* name : kChannelNames) {
+        if (channelOf(channels, name) != nullptr) return {};
+    }
+    for (int i = 0; i < channels.num_channels; ++i) {
+        const std::string name = channels.entries[i].name.str;
+        const std::string layer = name.substr(0, name.rfind('.') + 1);
+        if (channelOf(channels, layer + "R") != nullptr && channelOf(channels, layer + "G") != nullptr &&
+            channelOf(channels, layer + "B") != nullptr) {
+            return layer;
+        }
+    }
+    return {};
+}
+
+// Beside luminance there is chroma, or none of it. False for all that is neither.
+bool readChroma(const exr_attr_chlist_t& channels, Part& part) {
+    const exr_attr_chlist_entry_t* red = channelOf(channels, "RY");
+    const exr_attr_chlist_entry_t* blue = channelOf(channels, "BY");
+    if (!part.isShown(kLuminance) || (red == nullptr && blue == nullptr)) return true;
+    part.hasChroma = red != nullptr && blue != nullptr && isLight(*red, 2) && isLight(*blue, 2);
+    return part.hasChroma;
+}
+
 bool readChannels(exr_const_context_t context, Part& part, PixelBytes& bytes) {
     const exr_attr_chlist_t* channels = nullptr;
     if (exr_get_channels(context, kFirst, &channels) != EXR_ERR_SUCCESS) return false;
-    for (int i = 0; i < channels->num_channels; ++i) {
-        const exr_attr_chlist_entry_t& entry = channels->entries[i];
-        const int entryBytes = entry.pixel_type == EXR_PIXEL_HALF ? 2 : 4;
-        bytes.all += entryBytes;
-        for (unsigned channel = 0; channel < kChannels; ++channel) {
-            if (std::strcmp(entry.name.str, kChannelNames[channel]) != 0) continue;
-            if (entry.pixel_type != EXR_PIXEL_HALF && entry.pixel_type != EXR_PIXEL_FLOAT) return false;
-            if (entry.x_sampling != 1 || entry.y_sampling != 1) return false;
-            part.has[channel] = true;
-            bytes.known += entryBytes;
-        }
+    for (int i = 0; i < channels->num_channels; ++i) bytes.all += sampleBytes(channels->entries[i]);
+    part.layer = shownLayer(*channels);
+    for (unsigned channel = 0; channel < kChannels; ++channel) {
+        const exr_attr_chlist_entry_t* entry = channelOf(*channels, part.layer + kChannelNames[channel]);
+        if (entry == nullptr) continue;
+        if (!isLight(*entry, 1)) return false;
+        part.has[channel] = true;
+        bytes.known += sampleBytes(*entry);
     }
-    return std::find(part.has.begin(), part.has.end(), true) != part.has.end();
+    return readChroma(*channels, part) && std::find(part.has.begin(), part.has.end(), true) != part.has.end();
 }
 
 // How many times as long as the file its samples can be: what a compression makes of the longest runs there are.

@@ -3,6 +3,7 @@
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfInputFile.h>
+#include <OpenEXR/ImfRgbaFile.h>
 
 #include <cstdint>
 #include <exception>
@@ -54,7 +55,7 @@ public:
             // to the same place.
             const auto start = reinterpret_cast<std::intptr_t>(planes_[channel].data());
             auto* base = reinterpret_cast<char*>(start - part.left * std::intptr_t{sizeof(float)});
-            frame.insert(kChannelNames[channel], Imf::Slice(Imf::FLOAT, base, sizeof(float), 0));
+            frame.insert(part.layer + kChannelNames[channel], Imf::Slice(Imf::FLOAT, base, sizeof(float), 0));
         }
         file_.setFrameBuffer(frame);
     }
@@ -71,8 +72,38 @@ private:
     std::vector<float> planes_[kChannels];
 };
 
+// The same of a file with luminance and chroma, which OpenEXR makes into colours.
+class ChromaReader {
+public:
+    ChromaReader(Imf::IStream& stream, const Part& part)
+        : part_(part), file_(stream, 0), line_(static_cast<std::size_t>(part.width)) {
+        const auto start = reinterpret_cast<std::intptr_t>(line_.data());
+        const std::intptr_t origin = start - part.left * std::intptr_t{sizeof(Imf::Rgba)};
+        file_.setFrameBuffer(reinterpret_cast<Imf::Rgba*>(origin), 1, 0);
+        for (unsigned place = 0; place < (part.has[kAlpha] ? 4U : 3U); ++place)
+            planes_[place].resize(line_.size());
+    }
+    void read(std::int64_t line) {
+        file_.readPixels(static_cast<int>(part_.top + line));
+        for (std::size_t x = 0; x < line_.size(); ++x) {
+            planes_[kBlue][x] = line_[x].b;
+            planes_[kGreen][x] = line_[x].g;
+            planes_[kRed][x] = line_[x].r;
+            if (part_.has[kAlpha]) planes_[kAlpha][x] = line_[x].a;
+        }
+    }
+    const std::vector<float>& samplesFor(unsigned place) const { return planes_[place]; }
+
+private:
+    const Part& part_;
+    Imf::RgbaInputFile file_;
+    std::vector<Imf::Rgba> line_;
+    std::vector<float> planes_[4];
+};
+
 // Alpha takes the curve too: what was multiplied by it stays so, since the power of a product is the product of powers.
-void putLine(const LineReader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
+template <class Reader>
+void putLine(const Reader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
     for (unsigned place = 0; place < pixelBytes; ++place) {
         const std::vector<float>& samples = reader.samplesFor(place);
         unsigned char* out = pixels + place;
@@ -83,10 +114,11 @@ void putLine(const LineReader& reader, std::size_t pixelBytes, std::size_t width
     }
 }
 
+template <class Reader>
 bool readLines(std::FILE* file, const Part& part, Picture& picture, DibProgressCallback progress,
                void* user) {
     Stream stream(file);
-    LineReader reader(stream, part);
+    Reader reader(stream, part);
     for (std::int64_t y = 0; y < part.height; ++y) {
         reader.read(y);
         putLine(reader, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width),
@@ -102,9 +134,11 @@ bool readLines(std::FILE* file, const Part& part, Picture& picture, DibProgressC
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
     try {
         Part part;
-        return readPart(file, part) &&
-               picture.create(part.width, part.height, part.isGrey() ? Picture::kGrey : Picture::kColor) &&
-               readLines(file, part, picture, progress, user);
+        if (!readPart(file, part)) return false;
+        if (!picture.create(part.width, part.height, part.isGrey() ? Picture::kGrey : Picture::kColor))
+            return false;
+        return part.hasChroma ? readLines<ChromaReader>(file, part, picture, progress, user)
+                              : readLines<LineReader>(file, part, picture, progress, user);
     } catch (const std::exception&) {
         return false;
     }

@@ -1,4 +1,5 @@
 // Where PNG, JPEG and TIFF files come from and where they go: paths, links, rights, and disks that are full.
+#include <DibCocoaUtil.h>
 #include <DibCodec.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -176,8 +177,21 @@ TEST_F(PlatformFiles, SavingAndLoadingNeedSomething) {
         EXPECT_FALSE(saver.saveWide(nullptr, image_.get(), nullptr, nullptr));
     }
     EXPECT_EQ(files(), 0U);
-    EXPECT_FALSE(LoadPNG(static_cast<const char*>(nullptr), &empty, nullptr, nullptr));
-    EXPECT_FALSE(LoadPNG(static_cast<const wchar_t*>(nullptr), &empty, nullptr, nullptr));
+    for (const PathCodec load :
+         {PathCodec{LoadPNG}, PathCodec{LoadJPEG}, PathCodec{LoadTIFF}, PathCodec{LoadEXR}}) {
+        EXPECT_FALSE(load(nullptr, &empty, nullptr, nullptr));
+        EXPECT_FALSE(load(path("a").c_str(), nullptr, nullptr, nullptr));
+    }
+    for (const WidePathCodec load : {WidePathCodec{LoadPNG}, WidePathCodec{LoadJPEG}, WidePathCodec{LoadTIFF},
+                                     WidePathCodec{LoadEXR}, WidePathCodec{LoadDDS}}) {
+        EXPECT_FALSE(load(nullptr, &empty, nullptr, nullptr));
+        EXPECT_FALSE(load(L"a", nullptr, nullptr, nullptr));
+    }
+    EXPECT_FALSE(DibCocoaUtil::LoadImageFile(VexString(), nullptr));
+    EXPECT_FALSE(DibCocoaUtil::LoadImageFile(VexString(), &empty));
+    EXPECT_FALSE(DibCocoaUtil::SaveImageFile(VexString(), nullptr, DibCocoaUtil::DIB_COCOA_PNG));
+    EXPECT_FALSE(DibCocoaUtil::SaveImageFile(VexString(), image_.get(), DibCocoaUtil::DIB_COCOA_PNG));
+    DibCocoaUtil::rawdata_free(nullptr, nullptr, 0);
     EXPECT_EQ(empty.ErrorCode, 0);
 }
 

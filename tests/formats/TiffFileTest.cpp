@@ -175,6 +175,40 @@ TEST(TiffFile, MultipliedColorsAreDivided) {
                 {1, 1, 32, {0, 255, 186, 186}});
 }
 
+// A byte of color over a byte of alpha would be off by up to 35 where alpha is small.
+TEST(TiffFile, MultipliedColorsOf16BitsAreDividedBeforeTheyAreReduced) {
+    const std::vector<std::uint16_t> words = {100, 200, 300, 300, 3, 1, 0, 4, 900, 0, 257, 600, 5, 5, 5, 0};
+    expectShown(TiffBuilder(4, 1, 16, 4, kRgb, rawBytes(words)).set(338, {1}),
+                {4, 1, 32, {255, 170, 85, 1, 0, 64, 191, 0, 109, 0, 255, 2, 0, 0, 0, 0}});
+    expectShown(TiffBuilder(2, 1, 16, 2, kBlackIsZero, rawBytes<std::uint16_t>({100, 300, 32768, 65535}))
+                    .set(338, {1}),
+                {2, 1, 32, {85, 85, 85, 1, 128, 128, 128, 255}});
+    expectShown(TiffBuilder(1, 1, 32, 2, kBlackIsZero, rawBytes<std::uint32_t>({0x00640000, 0x012C0000}))
+                    .set(338, {1}),
+                {1, 1, 32, {85, 85, 85, 1}});
+    expectShown(TiffBuilder(2, 1, 12, 2, kBlackIsZero, packed({10, 30, 4095, 4095}, 12)).set(338, {1}),
+                {2, 1, 32, {85, 85, 85, 2, 255, 255, 255, 255}});
+}
+
+TEST(TiffFile, WithoutAPhotometricTagTheSamplesTell) {
+    const auto untagged = [](TiffBuilder file) {
+        file.fields.erase(262);
+        return file;
+    };
+    expectShown(untagged({9, 1, 1, 1, 0, {0xA0, 0x80}}), {9, 1, 8, {255, 0, 255, 0, 0, 0, 0, 0, 255}});
+    expectShown(untagged({2, 1, 8, 1, 0, {10, 200}}), {2, 1, 8, {10, 200}});
+    expectShown(untagged({1, 1, 16, 1, 0, {0xFF, 0x7F}}), {1, 1, 8, {127}});
+    expectShown(untagged(TiffBuilder(1, 1, 8, 2, 0, {100, 50}).set(338, {2})),
+                {1, 1, 32, {100, 100, 100, 50}});
+    expectShown(untagged({2, 1, 8, 3, 0, {1, 2, 3, 4, 5, 6}}), {2, 1, 24, {3, 2, 1, 6, 5, 4}});
+    expectShown(untagged({1, 1, 8, 4, 0, {1, 2, 3, 4}}), {1, 1, 32, {3, 2, 1, 4}});
+    expectShown(untagged(TiffBuilder(1, 1, 32, 3, 0, rawBytes<float>({1.0F, 0.5F, 0.0F})).floats(3)),
+                {1, 1, 32, {0, 186, 255, 255}});
+    // Faxes are black on white: a white row in modified Huffman codes.
+    expectShown(untagged(TiffBuilder(8, 1, 1, 1, 0, {0x98}).set(259, {2})),
+                {8, 1, 8, {255, 255, 255, 255, 255, 255, 255, 255}});
+}
+
 TEST(TiffFile, InksBecomeColors) {
     expectShown({3, 1, 8, 4, kInks, {0, 0, 0, 0, 255, 0, 100, 0, 0, 128, 255, 100}},
                 {3, 1, 24, {255, 255, 255, 155, 255, 0, 0, 77, 155}});

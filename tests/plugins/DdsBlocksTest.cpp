@@ -98,7 +98,8 @@ TEST(DdsBlocksTest, Bc5IsRedAndGreen) {
     }
     const Bytes low = {0x81, 0x81, 0, 0, 0, 0, 0, 0, 127, 127, 0, 0, 0, 0, 0, 0};
     for (const Format& format : {named("BC5S"), numbered(84)}) {
-        EXPECT_EQ(texel(pixels(file(4, 4, format, low)), 0), (Bytes{0, 255, 0, 255}));
+        EXPECT_EQ(texel(pixels(file(4, 4, format, low)), 0), (Bytes{128, 255, 0, 255}))
+            << "blue is 0 of -1 to 1";
     }
 }
 

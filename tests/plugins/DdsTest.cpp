@@ -37,6 +37,15 @@ TEST(DdsTest, MasksOfEveryDepth) {
     EXPECT_EQ(pixels(file(1, 1, masked(0x41, 16, {0x7C00, 0x3E0, 0x1F, 0x8000}), {0xFF, 0x7F})),
               (Bytes{255, 255, 255, 0}));
     EXPECT_EQ(pixels(file(1, 1, masked(0x40, 8, {0xE0, 0x1C, 0x03, 0}), {0x25})), (Bytes{85, 36, 36, 255}));
+    // Some writers exchange red and blue of these two; GIMP, OpenImageIO and NVIDIA's tools go by the masks as well.
+    const std::uint32_t low = 0x3FF;
+    const std::uint32_t high = 0x3FF00000;
+    EXPECT_EQ(
+        pixels(file(1, 1, masked(0x41, 32, {low, 0xFFC00, high, 0xC0000000}), {0xFF, 0x03, 0x00, 0x40})),
+        (Bytes{0, 0, 255, 85}));
+    EXPECT_EQ(
+        pixels(file(1, 1, masked(0x41, 32, {high, 0xFFC00, low, 0xC0000000}), {0xFF, 0x03, 0x00, 0x40})),
+        (Bytes{255, 0, 0, 85}));
     EXPECT_EQ(pixels(file(1, 1, masked(0x2, 8, {0, 0, 0, 0xFF}), {7})), (Bytes{0, 0, 0, 7}));
     EXPECT_EQ(pixels(file(1, 1, masked(0x20001, 16, {0xFF, 0, 0, 0xFF00}), {9, 8})), (Bytes{9, 9, 9, 8}));
     EXPECT_EQ(pixels(file(1, 1, masked(0x20001, 8, {0x0F, 0, 0, 0xF0}), {0x21})), (Bytes{17, 17, 17, 34}));

@@ -244,10 +244,17 @@ Bytes expectedPixels(const Bytes& bytes) {
     const auto count = static_cast<std::size_t>((data.right - data.left + 1) * (data.bottom - data.top + 1));
     Bytes all;
     const bool hasColors = planes.count("R") + planes.count("G") + planes.count("B") > 0;
+    // Of a file that has layers alone, the first one.
+    std::string layer;
+    for (const auto& [name, plane] : planes) {
+        if (!hasColors && planes.count("Y") == 0 && layer.empty() && name.find('.') != std::string::npos) {
+            layer = name.substr(0, name.rfind('.') + 1);
+        }
+    }
     for (std::size_t i = 0; i < count; ++i) {
-        for (const char* name : {"B", "G", "R", "A"}) {
-            const bool isAlpha = *name == 'A';
-            const auto plane = planes.find(hasColors || isAlpha ? name : "Y");
+        for (const std::string name : {"B", "G", "R", "A"}) {
+            const bool isAlpha = name == "A";
+            const auto plane = planes.find(hasColors || isAlpha || !layer.empty() ? layer + name : "Y");
             all.push_back(plane != planes.end() ? curve(plane->second[i]) : isAlpha ? 255 : 0);
         }
     }

@@ -45,10 +45,8 @@ TEST(ExrSamplesTest, TheBundleReadsThem) {
         SCOPED_TRACE(sample.path.string());
         ++walked;
         DibStream image;
-        const bool loaded = LoadEXR(sample.path.c_str(), &image, nullptr, nullptr);
-        EXPECT_EQ(loaded, sample.path.filename() != "flaga.exr") << "which has layers alone";
-        EXPECT_EQ(loaded, image.Header != nullptr && image.Buffer != nullptr);
-        if (!loaded) continue;
+        ASSERT_TRUE(LoadEXR(sample.path.c_str(), &image, nullptr, nullptr));
+        ASSERT_NE(image.Buffer, nullptr);
         int width = sample.width;
         int height = sample.height;
         for (const Cropped& cropped : kCropped) {

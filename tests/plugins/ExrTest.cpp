@@ -77,6 +77,9 @@ TEST(ExrTest, ChannelsByName) {
              Case{{{"Y", kHalf}, {"Z", kFloat}}, {117}},
              Case{{{"G", kHalf}, {"Y", kFloat}}, {0, 117, 0, 255}},
              Case{{{"G", kHalf}, {"Z", Imf::UINT}, {"diffuse.R", kFloat}}, {0, 117, 0, 255}},
+             Case{{{"left.B", kHalf}, {"left.G", kHalf}, {"left.R", kFloat}, {"left.A", kHalf}},
+                  {117, 186, 255, 0}},
+             Case{{{"a.G", kHalf}, {"b.c.B", kHalf}, {"b.c.G", kHalf}, {"b.c.R", kHalf}}, {186, 255, 0, 255}},
          }) {
         EXPECT_EQ(pixels(write(onePixel(c.channels), gradesAt)), c.pixel) << c.channels[0].name;
     }
@@ -96,6 +99,36 @@ TEST(ExrTest, LuminanceAloneIsGrey) {
     EXPECT_EQ(picture.row(1) + 4, picture.row(0)) << "bottom-up";
 }
 
+// RY and BY are (R - Y) / Y and (B - Y) / Y, and Y is 0.2126 R + 0.7152 G + 0.0722 B.
+TEST(ExrTest, LuminanceAndChromaAreColors) {
+    FileSpec layout = onePixel({{"BY", Imf::HALF, 2}, {"RY", Imf::HALF, 2}, {"Y", Imf::HALF}});
+    layout.data = {2, 4, 9, 11};
+    const auto sampler = [](std::size_t channel, int, int) {
+        constexpr float kRed = 1.0F;
+        constexpr float kBlue = 0.18F;
+        constexpr float kGreen = 0.5F;
+        constexpr float kLuminance = 0.2126F * kRed + 0.7152F * kGreen + 0.0722F * kBlue;
+        return channel == 0   ? (kBlue - kLuminance) / kLuminance
+               : channel == 1 ? (kRed - kLuminance) / kLuminance
+                              : kLuminance;
+    };
+    Picture picture;
+    ASSERT_TRUE(read(write(layout, sampler), picture));
+    EXPECT_EQ(picture.header().biBitCount, 32);
+    EXPECT_EQ(picture.header().biWidth, 8);
+    for (std::size_t y = 0; y < 8; ++y) {
+        for (std::size_t x = 0; x < 8; ++x) {
+            const unsigned char* pixel = picture.row(y) + 4 * x;
+            EXPECT_EQ(Bytes(pixel, pixel + 4), (Bytes{117, 186, 255, 255})) << x << ' ' << y;
+        }
+    }
+    layout.channels.insert(layout.channels.begin(), {"A", Imf::HALF});
+    ASSERT_TRUE(read(write(layout, [&](std::size_t channel, int x,
+                                       int y) { return channel == 0 ? 0.5F : sampler(channel - 1, x, y); }),
+                     picture));
+    EXPECT_EQ(Bytes(picture.row(7), picture.row(7) + 4), (Bytes{117, 186, 255, 186}));
+}
+
 TEST(ExrTest, WhatIsNoPictureIsRefused) {
     const auto refuses = [](const std::vector<ChannelSpec>& channels) {
         FileSpec layout = onePixel(channels);
@@ -103,7 +136,12 @@ TEST(ExrTest, WhatIsNoPictureIsRefused) {
         return pixels(write(layout, gradesAt)).empty();
     };
     EXPECT_TRUE(refuses({{"Z", Imf::FLOAT}}));
-    EXPECT_TRUE(refuses({{"diffuse.R", Imf::FLOAT}})) << "a layer";
+    EXPECT_TRUE(refuses({{"diffuse.R", Imf::FLOAT}})) << "a layer without green and blue";
+    EXPECT_TRUE(refuses({{"a.G", Imf::FLOAT}, {"a.R", Imf::FLOAT}, {"b.B", Imf::FLOAT}})) << "of two layers";
+    EXPECT_TRUE(refuses({{"a.B", Imf::UINT}, {"a.G", Imf::HALF}, {"a.R", Imf::HALF}})) << "whole numbers";
+    EXPECT_TRUE(refuses({{"RY", Imf::HALF, 2}, {"Y", Imf::HALF}})) << "half of chroma";
+    EXPECT_TRUE(refuses({{"BY", Imf::HALF}, {"RY", Imf::HALF}, {"Y", Imf::HALF}})) << "chroma of every pixel";
+    EXPECT_TRUE(refuses({{"BY", Imf::HALF, 2}, {"RY", Imf::HALF, 2}})) << "no luminance";
     EXPECT_TRUE(refuses({{"G", Imf::HALF}, {"R", Imf::UINT}})) << "whole numbers";
     EXPECT_TRUE(refuses({{"A", Imf::UINT}, {"R", Imf::HALF}})) << "whole numbers";
     EXPECT_TRUE(refuses({{"R", Imf::HALF, 2}})) << "a lower resolution";
