@@ -13,7 +13,8 @@ install(FILES ${dib_public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dibs
 # The libraries find each other wherever the prefix is moved to.
 set_target_properties(dibstream PROPERTIES INSTALL_RPATH ${DIB_OWN_FOLDER})
 install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 set(dib_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DibStream)
 set(dib_plugin_dir ${CMAKE_INSTALL_LIBDIR}/dibstream/plugins)
@@ -41,6 +42,20 @@ else()
     set(dib_pc_prefix "\${pcfiledir}/${dib_pc_up}")
     set(dib_pc_libdir "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
     set(dib_pc_includedir "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+# Programs find shared libraries in the prefix by a run path, unless the platform's loader looks there anyway
+# (CMAKE_SKIP_INSTALL_RPATH). Static ones need what the library itself is linked with.
+set(dib_pc_run_path "")
+set(dib_pc_private "")
+if(DIB_LIBRARY_TYPE STREQUAL STATIC)
+    if(APPLE)
+        list(JOIN DIB_PLATFORM_LIBRARIES " " libraries)
+        set(dib_pc_private "Libs.private: ${libraries} -lc++\n")
+    else()
+        set(dib_pc_private "Requires.private: libpng libjpeg libtiff-4 >= 4.5\nLibs.private: -l${CMAKE_DL_LIBS} -lstdc++ -lm\n")
+    endif()
+elseif(NOT CMAKE_SKIP_INSTALL_RPATH)
+    set(dib_pc_run_path " -Wl,-rpath,\${libdir}")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/dibstream.pc.in ${PROJECT_BINARY_DIR}/dibstream.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/dibstream.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

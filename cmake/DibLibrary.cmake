@@ -25,38 +25,36 @@ add_library(dib_files OBJECT ${file_sources})
 dib_library_settings(dib_files)
 target_include_directories(dib_files PUBLIC ${PROJECT_SOURCE_DIR})
 
-# The platform's own image formats.
-add_library(dib_image_libraries INTERFACE)
-if(NOT APPLE)
+# What the library needs of the platform: its image formats and its loader.
+if(APPLE)
+    set(DIB_PLATFORM_LIBRARIES
+        "-framework AppKit" "-framework Foundation" "-framework CoreGraphics" "-framework CoreFoundation")
+else()
     find_package(PNG REQUIRED)
     find_package(JPEG REQUIRED)
     find_package(TIFF 4.5 REQUIRED)
-    target_link_libraries(dib_image_libraries INTERFACE PNG::PNG JPEG::JPEG TIFF::TIFF)
+    set(DIB_PLATFORM_LIBRARIES PNG::PNG JPEG::JPEG TIFF::TIFF ${CMAKE_DL_LIBS})
 endif()
 
 add_library(dibstream_objects OBJECT ${dib_sources})
 dib_library_settings(dibstream_objects)
-target_link_libraries(dibstream_objects PRIVATE $<BUILD_INTERFACE:dib_image_libraries>)
+target_link_libraries(dibstream_objects PRIVATE ${DIB_PLATFORM_LIBRARIES})
 target_include_directories(dibstream_objects PUBLIC
     ${PROJECT_SOURCE_DIR}/include
     ${PROJECT_SOURCE_DIR}/vexlibs/include
     ${PROJECT_SOURCE_DIR})
 
-add_library(dibstream SHARED)
+add_library(dibstream ${DIB_LIBRARY_TYPE}
+    $<TARGET_OBJECTS:dibstream_objects> $<TARGET_OBJECTS:dib_files>)
 add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
-target_link_libraries(dibstream PRIVATE dibstream_objects dib_files VexLibs $<BUILD_INTERFACE:dib_image_libraries>)
-if(APPLE)
-    target_link_libraries(dibstream PRIVATE
-        "-framework AppKit" "-framework Foundation" "-framework CoreGraphics" "-framework CoreFoundation")
-else()
-    target_link_libraries(dibstream PRIVATE ${CMAKE_DL_LIBS})
-endif()
+# DibCocoaUtil.h takes paths as VexString, and LoadDDS is called with the wide form of one.
+target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES})
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>)
-if(NOT DIB_SANITIZE AND NOT APPLE)  # there it is the linker's habit
+if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # there it is the linker's habit
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()
 set_target_properties(dibstream PROPERTIES
@@ -67,5 +65,5 @@ if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
     target_link_libraries(dibstream_internal PUBLIC
-        dibstream_objects dib_files VexLibs_internal dib_image_libraries ${CMAKE_DL_LIBS})
+        dibstream_objects dib_files VexLibs_internal ${DIB_PLATFORM_LIBRARIES})
 endif()

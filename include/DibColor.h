@@ -2,9 +2,8 @@
 /// Colours at positions between pixels, one function for each depth.
 ///
 /// Whole numbers are pixel positions: x = 3.5 lies halfway between columns 3 and 4. x counts columns from the
-/// left, y rows from the top of the picture. The flags hold `DIB_WRAP_X` (1) and `DIB_WRAP_Y` (2) of
-/// DibEffect.h: a set bit wraps that coordinate around the image, a clear bit clamps it to the edge; other
-/// bits are ignored.
+/// left, y rows from the top of the picture. The flags hold `DIB_WRAP_X` (1) and `DIB_WRAP_Y` (2): a set bit
+/// wraps that coordinate around the image, a clear bit clamps it to the edge; other bits are ignored.
 ///
 /// 1, 4, 8 and 16 bits take the nearest pixel to the upper left (coordinates are truncated); 24 and 32 bits
 /// mix the four surrounding pixels with weights in 1/256. The result has the layout of a stored pixel, so
@@ -18,6 +17,13 @@
 #define DIBSTREAM_DIBCOLOR_H
 
 #include <DibStream.h>
+
+/// Flag bits of the functions that read pixels at positions, effects among them. A clear bit clamps that axis to the
+/// edge.
+enum DibEffectFlag : unsigned int {
+    DIB_WRAP_X = 1,  ///< Horizontal coordinates wrap around the image.
+    DIB_WRAP_Y = 2,  ///< Vertical coordinates wrap around the image.
+};
 
 /// The pixel's bit, 0 or 1, of a 1-bit image.
 DIB_EXPORT std::uint32_t DibGetColor1(DibStream* image, float x, float y, unsigned int flags);

@@ -19,7 +19,8 @@
 ///   header, makes the effect write to memory that is no longer the image's: the behaviour is undefined.
 /// - **Positions** are in pixels, columns from the left and rows from the top of the picture. **Angles** are
 ///   in radians.
-/// - **Edges.** An effect that reads other pixels takes flags of `DibEffectFlag`; other bits are ignored.
+/// - **Edges.** An effect that reads other pixels takes flags of `DibEffectFlag` (DibColor.h); other bits are
+///   ignored.
 /// - **NaN and infinity** are valid parameters: a position that evaluates to NaN reads column or row 0, an
 ///   infinite one the nearest edge (0 where the axis wraps).
 /// - **Indexed images** (1, 4 and 8 bits): an effect changes the pixel indices and keeps the colour table,
@@ -27,16 +28,11 @@
 #ifndef DIBSTREAM_DIBEFFECT_H
 #define DIBSTREAM_DIBEFFECT_H
 
+#include <DibColor.h>
 #include <DibStream.h>
 
 #include <cstddef>
 #include <type_traits>
-
-/// Flag bits of the effects that read other pixels. A clear bit clamps that axis to the edge.
-enum DibEffectFlag : unsigned int {
-    DIB_WRAP_X = 1,  ///< Horizontal coordinates wrap around the image.
-    DIB_WRAP_Y = 2,  ///< Vertical coordinates wrap around the image.
-};
 
 /// @name Parameter records
 ///

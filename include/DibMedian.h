@@ -60,7 +60,7 @@ public:
 
     /// Appends a pixel; a full array first grows to 2 x capacity + 128 entries.
     /// @return False, with nothing changed, when memory is short.
-    bool add(DibBGR pixel);
+    DIB_LOCAL bool add(DibBGR pixel);
 };
 
 /// All pixels in 16 x 16 x 16 cells by the top four bits of their channels. Must be zeroed before use and
@@ -71,15 +71,16 @@ public:
     medianhistdata cells[16][16][16];  ///< [red >> 4][green >> 4][blue >> 4].
 
     /// Appends a pixel to its cell. @return False when memory is short.
-    bool add(DibBGR pixel);
+    DIB_LOCAL bool add(DibBGR pixel);
     /// Frees the entries of every cell.
-    void clear();
+    DIB_LOCAL void clear();
     /// Adds 1 to `histogram[component on axis]` for every pixel within the inclusive bounds.
     /// @return The number of such pixels.
-    int search(int rLo, int rHi, int gLo, int gHi, int bLo, int bHi, int* histogram, int axis) const;
+    DIB_LOCAL int search(int rLo, int rHi, int gLo, int gHi, int bLo, int bHi, int* histogram,
+                         int axis) const;
     /// Lowers the minima and raises the maxima to the components of every pixel within the inclusive bounds.
-    void rect(int rLo, int rHi, int gLo, int gHi, int bLo, int bHi, int& rMin, int& rMax, int& gMin,
-              int& gMax, int& bMin, int& bMax) const;
+    DIB_LOCAL void rect(int rLo, int rHi, int gLo, int gHi, int bLo, int bHi, int& rMin, int& rMax, int& gMin,
+                        int& gMax, int& bMin, int& bMax) const;
 
 private:
     template <class Visit>
@@ -119,13 +120,13 @@ public:
 
     /// Appends a box with a new leaf; the first leaf ever made becomes the root.
     /// @return Its index; -1 when memory is short.
-    int add(const colinfo& info);
+    DIB_LOCAL int add(const colinfo& info);
     /// The box to cut next: the greatest score above 0, the earlier one among equals; -1 when there is none.
-    int get_index() const;
+    DIB_LOCAL int get_index() const;
     /// Replaces a box by its halves below and from `cut` on: the last box takes the freed row, and the halves
     /// (with count 0, not yet shrunk) become the last two. @return False when memory is short; the tree stays
     /// whole.
-    bool slice(int box, int axis, int cut, int& lowBox, int& highBox);
+    DIB_LOCAL bool slice(int box, int axis, int cut, int& lowBox, int& highBox);
 };
 
 }  // namespace dibmedian

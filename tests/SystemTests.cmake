@@ -5,6 +5,7 @@ set(system_work ${CMAKE_CURRENT_BINARY_DIR}/system)
 find_package(Python3 COMPONENTS Interpreter)
 find_program(DIB_CLANG_FORMAT clang-format-14)
 find_program(DIB_DOXYGEN doxygen)
+find_program(DIB_CLANG clang++-14)  # lists what the public headers declare
 
 if(Python3_FOUND)
     set(check_includes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-includes.py)
@@ -33,6 +34,16 @@ if(DIB_SANITIZE OR CMAKE_CXX_FLAGS MATCHES "--coverage")
     return()
 endif()
 
+if(Python3_FOUND)
+    set(check_headers ${Python3_EXECUTABLE} ${system_dir}/headers.py ${CMAKE_CXX_COMPILER})
+    add_test(NAME system.headers
+        COMMAND ${check_headers} ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/vexlibs/include)
+    add_test(NAME system.headers.offences
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-headers ${check_headers})
+    add_test(NAME system.declarations.offences
+        COMMAND bash ${system_dir}/declarations.sh ${DIB_CLANG} ${system_work}/declarations ${CMAKE_CXX_COMPILER})
+    set_tests_properties(system.headers PROPERTIES TIMEOUT 600 PROCESSORS 2)
+endif()
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
             $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
@@ -46,18 +57,18 @@ endforeach()
 if(DIB_INSTALL)
     add_test(NAME system.install
         COMMAND bash ${system_dir}/install.sh
-                ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${system_work}/install ${CMAKE_CXX_COMPILER})
+                ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${system_work}/install ${CMAKE_CXX_COMPILER} ${DIB_CLANG})
     set_tests_properties(system.install PROPERTIES TIMEOUT 600)
 endif()
 add_test(NAME system.subproject
     COMMAND bash ${system_dir}/subproject.sh
-            ${PROJECT_SOURCE_DIR} ${system_work}/subproject ${CMAKE_CXX_COMPILER})
+            ${PROJECT_SOURCE_DIR} ${system_work}/subproject ${CMAKE_CXX_COMPILER} ${DIB_CLANG})
 set_tests_properties(system.subproject PROPERTIES TIMEOUT 900 PROCESSORS 2)
 # One compiler's packages are enough.
 if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     add_test(NAME system.packages
         COMMAND bash ${system_dir}/packages.sh
-                ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER})
+                ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER} ${DIB_CLANG})
     set_tests_properties(system.packages PROPERTIES TIMEOUT 1800 PROCESSORS 2 SKIP_RETURN_CODE 77)
 endif()
 if(TARGET dib)

@@ -42,5 +42,5 @@ for main in "$work"/examples/*/main.cpp; do
     program="$work/by-pkg-config/$(basename "$(dirname "$main")")"
     # shellcheck disable=SC2046
     "$compiler" -std=c++17 -Wall -Wextra -Werror "$main" -o "$program" $(pkg-config --cflags --libs dibstream)
-    LD_LIBRARY_PATH="$(pkg-config --variable=libdir dibstream)" run "$program" "$program-output"
+    run "$program" "$program-output"
 done

@@ -1,14 +1,26 @@
 #!/usr/bin/env bash
-# Installs into a scratch prefix, and builds and runs the examples against it.
-# usage: install.sh BUILD_DIR SOURCE_DIR WORK_DIR COMPILER
+# Installs into a scratch prefix, builds and runs the examples against it, and links all that is declared there.
+# usage: install.sh BUILD_DIR SOURCE_DIR WORK_DIR COMPILER CLANG
 set -euo pipefail
-build="$1" source="$2" work="$3" compiler="$4"
+build="$1" source="$2" work="$3" compiler="$4" clang="$5"
 rm -rf "$work"
 mkdir -p "$work"
-prefix="$work/prefix"
+prefix="$work/build/demo/prefix"
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 
 bash "$(dirname "$0")/examples.sh" "$prefix" "$source" "$work" "$compiler"
+bash "$(dirname "$0")/outside.sh" "$prefix" "$work/outside" "$compiler" "$clang"
+
+echo "== as the README says"
+# The scratch folder is laid out as scripts/demo.sh leaves the tree.
+grep -F -- '--prefix build/demo/prefix' "$source/scripts/demo.sh" >/dev/null
+mkdir -p "$work/demo-out"
+cp "$work/picture.bmp" "$work/demo-out/sample.bmp"
+awk '/with pkg-config/ { here = 1 } /^```/ { if (inside) exit; inside = here; next } inside' "$source/README.md" \
+    >"$work/readme.sh"
+grep -F 'pkg-config --cflags --libs dibstream' "$work/readme.sh" >/dev/null
+(cd "$work" && env -u LD_LIBRARY_PATH -u PKG_CONFIG_PATH bash -euxo pipefail readme.sh)
+[ "$(od -An -tu1 -j28 -N1 "$work/photo8.bmp" | tr -d ' ')" = 8 ]
 
 # The major version alone names the binary interface.
 PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name dibstream.pc)")"

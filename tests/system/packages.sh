@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Makes the Debian packages, lets lintian judge them, unpacks them into a scratch root and uses what is there.
-# usage: packages.sh SOURCE_DIR WORK_DIR COMPILER
+# usage: packages.sh SOURCE_DIR WORK_DIR COMPILER CLANG
 set -euo pipefail
-source="$1" work="$2" compiler="$3"
-for tool in cpack dpkg-deb dpkg-shlibdeps lintian pkg-config; do
+source="$1" work="$2" compiler="$3" clang="$4"
+for tool in cpack dpkg-buildflags dpkg-deb dpkg-shlibdeps hardening-check lintian pkg-config; do
     command -v "$tool" >/dev/null || { echo "$tool is not installed"; exit 77; }
 done
 
@@ -40,6 +40,9 @@ echo "== in a scratch root"
 root="$work/root"
 for package in "${packages[@]}"; do dpkg-deb -x "$package" "$root"; done
 library="$(dirname "$root"/usr/lib/*/libdibstream.so.0)"
+# Debian 12 does not ask for control flow protection. VexLibs and the plug-ins call nothing that can be fortified.
+hardening-check --nocfprotection "$root/usr/bin/dib" "$library/libdibstream.so.0"
+hardening-check --nocfprotection --nofortify "$library/libVexLibs.so.0" "$library"/dibstream/plugins/*
 # Nothing but the loader's own folders leads to the libraries: no search path is left in a file.
 for file in "$root/usr/bin/dib" "$library"/lib*.so "$library"/dibstream/plugins/*; do
     if readelf -d "$file" | grep -E 'RPATH|RUNPATH'; then
@@ -68,6 +71,11 @@ for name in $names; do
 done
 
 bash "$(dirname "$0")/examples.sh" "$root/usr" "$source" "$work/use" "$compiler"
+bash "$(dirname "$0")/outside.sh" "$root/usr" "$work/use/outside" "$compiler" "$clang"
+if grep -F rpath "$library/pkgconfig/dibstream.pc"; then
+    echo "programs built against the package get a run path"
+    exit 1
+fi
 [ "$(PKG_CONFIG_PATH="$library/pkgconfig" pkg-config --variable=plugindir dibstream)" -ef "$library/dibstream/plugins" ]
 dib run "$work/use/picture.bmp" resize:8x6 whirl:0.1rad bpp:8,method=median "$work/use/whirled.bmp"
 [ "$(dib info "$work/use/whirled.bmp" | sed 's/.*: //')" = \
