@@ -5,18 +5,26 @@ set(system_work ${CMAKE_CURRENT_BINARY_DIR}/system)
 find_package(Python3 COMPONENTS Interpreter)
 find_program(DIB_CLANG_FORMAT clang-format-14)
 find_program(DIB_DOXYGEN doxygen)
+find_program(DIB_CODESPELL codespell)
 find_program(DIB_CLANG clang++-14)  # lists what the public headers declare
 
 if(Python3_FOUND)
     set(check_includes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-includes.py)
     set(check_quotes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-quotes.py)
-    add_test(NAME tree.includes COMMAND ${check_includes})
-    add_test(NAME tree.quotes COMMAND ${check_quotes})
-    # The checks themselves must see every kind of offence in a tree made of them.
-    add_test(NAME tree.includes.offences
-        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-includes ${check_includes})
-    add_test(NAME tree.quotes.offences
-        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-quotes ${check_quotes})
+    set(check_style ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-style.py)
+    set(check_features ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-features.py)
+    # Each check must also see every kind of offence in a tree made of them.
+    foreach(check includes quotes style features)
+        add_test(NAME tree.${check} COMMAND ${check_${check}})
+        add_test(NAME tree.${check}.offences
+            COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-${check} ${check_${check}})
+    endforeach()
+endif()
+if(DIB_CODESPELL)
+    set(check_spelling bash ${PROJECT_SOURCE_DIR}/scripts/check-spelling.sh)
+    add_test(NAME tree.spelling COMMAND ${check_spelling})
+    add_test(NAME tree.spelling.offences
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-spelling ${check_spelling})
 endif()
 
 add_test(NAME tree.bench-plots

@@ -14,7 +14,7 @@ constexpr int kTileHeight = 240;
 constexpr int kGap = 8;
 constexpr int kMostColumns = 4;
 
-// Makes the picture as large as a tile can show whole. Area averages are the method for making pictures smaller.
+// Shrinks the picture to fit a tile. Area averages are the method for making pictures smaller.
 bool fit(DibStream& picture) {
     const int width = picture.Header->biWidth;
     const int height = std::abs(picture.Header->biHeight);

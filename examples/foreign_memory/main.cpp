@@ -1,4 +1,4 @@
-// Lets the library work on pixels that belong to the program: nothing is copied, and nothing of theirs is freed.
+// Runs an effect on pixels that the program owns, without copying them.
 #include <DibEffect.h>
 #include <DibStream.h>
 
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     // Owners of 0: both blocks are borrowed and must live longer than the view.
     if (!view.SetDib(&header, 0, frame.pixels.data(), 0)) return 1;
 
-    // Effects change pixels where they are; sizes and depths would replace the borrowed block by one of the view's own.
+    // Effects work in the borrowed block. A change of size or depth would give the view a block of its own.
     const DibBGRA before = frame.pixels.front();
     if (!DibEffectReverse(nullptr, nullptr, &view)) return 1;
     if (frame.pixels.front().blue != 255 - before.blue || view.Buffer != view.ScanLine(0)) return 1;

@@ -6,7 +6,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-// Matrices have their first row at the top: UpDown(true) brings the rows into that order, in place.
+// The first row of a matrix is the top row: UpDown(true) reorders the rows in place.
 cv::Mat matrixOf(DibStream& image) {
     if (!image.UpDown(true)) return {};
     const int type = image.Header->biBitCount == 8    ? CV_8UC1
@@ -17,8 +17,8 @@ cv::Mat matrixOf(DibStream& image) {
     return {-image.Header->biHeight, image.Header->biWidth, type, image.Buffer, image.GetPitch()};
 }
 
-// The image borrows matrix and header, and both must live longer. Rows of an image are padded to 4 bytes, so a matrix of
-// CV_8UC4 always fits, others where their width makes such rows.
+// The image borrows matrix and header, and both must live longer. Rows of an image are padded to 4 bytes,
+// so CV_8UC4 always fits, other types only when their rows are a multiple of 4 bytes.
 bool viewOf(cv::Mat& matrix, BITMAPINFOHEADER& header, DibStream& image) {
     const int bitCount = static_cast<int>(matrix.elemSize() * 8);
     if (matrix.depth() != CV_8U || bitCount < 24) return false;

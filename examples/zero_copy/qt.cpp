@@ -6,7 +6,7 @@
 #include <QImage>
 #include <cstdio>
 
-// A QImage has its first row at the top: UpDown(true) brings the rows into that order, in place.
+// The first row of a QImage is the top row: UpDown(true) reorders the rows in place.
 QImage pictureOf(DibStream& image) {
     if (!image.UpDown(true)) return {};
     const auto format = image.Header->biBitCount == 24   ? QImage::Format_BGR888
@@ -17,8 +17,8 @@ QImage pictureOf(DibStream& image) {
             format};
 }
 
-// The image borrows picture and header, and both must live longer. A picture that shares its pixels with others makes
-// its own here, as at every access that may write.
+// The image borrows picture and header, and both must live longer. bits() detaches a picture with shared
+// pixels.
 bool viewOf(QImage& picture, BITMAPINFOHEADER& header, DibStream& image) {
     const int bitCount = picture.format() == QImage::Format_BGR888   ? 24
                          : picture.format() == QImage::Format_ARGB32 ? 32

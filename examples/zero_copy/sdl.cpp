@@ -7,8 +7,8 @@
 
 #include <cstdio>
 
-// A surface has its first row at the top: UpDown(true) brings the rows into that order, in place. The surface is freed
-// with SDL_FreeSurface, which leaves the pixels alone.
+// The first row of a surface is the top row: UpDown(true) reorders the rows in place. SDL_FreeSurface
+// frees the surface and leaves the pixels alone.
 SDL_Surface* surfaceOf(DibStream& image) {
     if (!image.UpDown(true)) return nullptr;
     const int bitCount = image.Header->biBitCount;
@@ -18,7 +18,7 @@ SDL_Surface* surfaceOf(DibStream& image) {
         static_cast<int>(image.GetPitch()), bitCount == 24 ? SDL_PIXELFORMAT_BGR24 : SDL_PIXELFORMAT_BGRA32);
 }
 
-// The image borrows surface and header, and both must live longer. Rows of an image are padded to 4 bytes, no more.
+// The image borrows surface and header, and both must live longer. Rows of an image are padded to 4 bytes.
 bool viewOf(SDL_Surface& surface, BITMAPINFOHEADER& header, DibStream& image) {
     if (surface.format->format != SDL_PIXELFORMAT_BGRA32 || SDL_MUSTLOCK(&surface)) return false;
     if (!image.SetBitmapInfo(header, surface.w, -surface.h, 32)) return false;

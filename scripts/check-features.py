@@ -1,0 +1,64 @@
+#!/usr/bin/env python3
+"""Names each place of the tree that a public effect, loader or saver has not reached yet: what is left to do for a new
+one (docs/adding-an-effect.md, docs/adding-a-format.md).
+
+usage: check-features.py [ROOT]
+"""
+import pathlib
+import re
+import sys
+
+EFFECT = "include/DibEffect.h", r"\b(DibEffect[A-Z]\w*)\("
+RECORD = "include/DibEffect.h", r"^struct (DE\w+Info) \{"
+CODEC = "include/DibCodec.h", r"\b((?:Load|Save)[A-Z]+)\("
+# Declarations, where their name must stand, what that place is for, and names that may be missing there.
+PLACES = [
+    (EFFECT, "tests/exports/*.txt", "exported names", ()),
+    (EFFECT, "tests/effects/*.cpp", "tests", ()),
+    (EFFECT, "tests/digest/Effects.cpp", "digest of all results", ()),
+    (EFFECT, "fuzz/EffectsFuzzer.cpp", "comparison with the plain loop on random input", ()),
+    (EFFECT, "bench/*.cpp", "benches", ()),
+    (EFFECT, "tools/**/*.cpp", "operations of the program", ()),
+    (RECORD, "tests/effects/RecordLayoutTest.cpp", "layout of the record", ()),
+    (CODEC, "tests/exports/*.txt", "exported names", ()),
+    (CODEC, "tests/formats/*.cpp", "tests", ()),
+    # The same as LoadPPM.
+    (CODEC, "tests/digest/*", "digest of all results", ("LoadPGM",)),
+    (CODEC, "tools/**/*.cpp", "formats of the program", ("LoadPGM",)),
+]
+# The formats of DibCodec.h have rows on a page, by the name in the function's.
+PAGES = [("docs/limits.md", "what is read and written")]
+
+
+def names(root, declarations):
+    header, pattern = declarations
+    return sorted(set(re.findall(pattern, (root / header).read_text(encoding="utf-8"), re.MULTILINE)))
+
+
+def words(root, files):
+    return set(re.findall(r"\w+", " ".join(path.read_text(encoding="utf-8") for path in root.glob(files) if path.is_file())))
+
+
+def missing(root):
+    for declarations, files, purpose, exempt in PLACES:
+        found = words(root, files)
+        for name in names(root, declarations):
+            if name not in found and name not in exempt:
+                yield f"{name} is missing in {files} ({purpose})"
+    for page, purpose in PAGES:
+        found = words(root, page)
+        for name in sorted({name[4:] for name in names(root, CODEC)}):
+            if name not in found:
+                yield f"{name} is missing in {page} ({purpose})"
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parent.parent
+    count = sum(len(names(root, declarations)) for declarations in (EFFECT, RECORD, CODEC))
+    wrong = list(missing(root))
+    print("\n".join(wrong + [f"{count} declarations, {len(wrong)} places missing"]))
+    return 1 if wrong or count == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Looks for words that are commonly misspelled. scripts/spelling-words.txt holds the ones that stay: names of the code, and
+# what the library has always printed.
+# usage: scripts/check-spelling.sh [ROOT]
+set -euo pipefail
+here="$(cd "$(dirname "$0")" && pwd)"
+cd "${1:-$here/..}"
+codespell --ignore-words "$here/spelling-words.txt" \
+    --skip './.git,./build,./*-out,./fuzz/seeds,./tests/data,./tests/system/wrong-spelling,*.svg,*.jpg,*.json,expected.txt' |
+    LC_ALL=C sort
+echo "no misspelled words"

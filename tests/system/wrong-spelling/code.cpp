@@ -1,0 +1,1 @@
+// Recieves the picture.

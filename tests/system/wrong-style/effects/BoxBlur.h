@@ -1,0 +1,3 @@
+#pragma once
+// The row lets go
+// of its pixels, and this one line line is longer than the limit.

@@ -1,0 +1,3 @@
+#ifndef EFFECTS_GOOD_H
+#define EFFECTS_GOOD_H
+#endif

@@ -1,0 +1,3 @@
+#ifndef EFFECTS_OTHER_H
+#define EFFECTS_OTHER_H
+#endif
