@@ -1,4 +1,4 @@
-# Packages are compiled and linked with the flags of Debian's own packages, the hardening ones among them.
+# Packages are compiled and linked with Debian's own flags, including those for hardening.
 
 find_program(DPKG_BUILDFLAGS dpkg-buildflags REQUIRED)
 foreach(kind CPPFLAGS CXXFLAGS LDFLAGS)

@@ -2,7 +2,7 @@
 
 include(CMakePackageConfigHelpers)
 
-# What an application needs to be built; the libraries themselves are what it needs to run.
+# Everything is needed to build an application, except the libraries, which it needs to run.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
 file(GLOB dib_public_headers CONFIGURE_DEPENDS
@@ -10,7 +10,7 @@ file(GLOB dib_public_headers CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/vexlibs/include/*.h)
 install(FILES ${dib_public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dibstream)
 
-# The libraries find each other wherever the prefix is moved to.
+# The libraries find each other even after the prefix was moved.
 set_target_properties(dibstream PROPERTIES INSTALL_RPATH ${DIB_OWN_FOLDER})
 install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -31,7 +31,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/DibStreamConfigVersion.cmake
     DESTINATION ${dib_package_dir})
 
-# The prefix is found from where the pkg-config file lies, so that `cmake --install --prefix` needs no new configuration.
+# The prefix is relative to the pkg-config file, so `cmake --install --prefix` works without a new configuration.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_INCLUDEDIR})
     set(dib_pc_prefix ${CMAKE_INSTALL_PREFIX})
     set(dib_pc_libdir ${CMAKE_INSTALL_FULL_LIBDIR})
@@ -43,8 +43,8 @@ else()
     set(dib_pc_libdir "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
     set(dib_pc_includedir "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
 endif()
-# Programs find shared libraries in the prefix by a run path, unless the platform's loader looks there anyway
-# (CMAKE_SKIP_INSTALL_RPATH). Static ones need what the library itself is linked with.
+# A run path leads programs to the shared libraries, except in packages (CMAKE_SKIP_INSTALL_RPATH), which install where the
+# loader looks. With static libraries a program also links what the library uses.
 set(dib_pc_run_path "")
 set(dib_pc_private "")
 if(DIB_LIBRARY_TYPE STREQUAL STATIC)

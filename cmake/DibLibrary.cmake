@@ -1,6 +1,6 @@
-# The image library. Each folder is a layer; a new source file in one of them is picked up by itself.
+# The image library. Each folder is a layer; CMake finds new source files by itself.
 
-# One side of the seams to the platform is built.
+# Only this platform's folders are built.
 if(APPLE)
     set(DIB_PLATFORM mac)
     enable_language(OBJCXX)
@@ -17,7 +17,7 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
 
-# Files that replace others; what the library and the program dib share beside the public headers.
+# Replacing files: the only internal code that the library and the program dib share.
 file(GLOB file_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/files/posix/*.cpp
     ${PROJECT_SOURCE_DIR}/files/${DIB_PLATFORM}/*.cpp)
@@ -25,7 +25,7 @@ add_library(dib_files OBJECT ${file_sources})
 dib_library_settings(dib_files)
 target_include_directories(dib_files PUBLIC ${PROJECT_SOURCE_DIR})
 
-# What the library needs of the platform: its image formats and its loader.
+# Libraries of the platform: image formats and dlopen.
 if(APPLE)
     set(DIB_PLATFORM_LIBRARIES
         "-framework AppKit" "-framework Foundation" "-framework CoreGraphics" "-framework CoreFoundation")
@@ -49,12 +49,12 @@ add_library(dibstream ${DIB_LIBRARY_TYPE}
 add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
-# DibCocoaUtil.h takes paths as VexString, and LoadDDS is called with the wide form of one.
+# Callers of DibCocoaUtil.h and LoadDDS need VexString.
 target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES})
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>)
-if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # there it is the linker's habit
+if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # the default on Apple
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()
 set_target_properties(dibstream PROPERTIES

@@ -3,8 +3,8 @@
 add_library(dib_options INTERFACE)
 target_compile_features(dib_options INTERFACE cxx_std_20)
 target_compile_options(dib_options INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>)
-# Results are the same bytes on every machine: no contraction of a * b + c, whatever the instruction set.
-# Nobody reads errno after a square root, and setting it would keep loops from vectorising.
+# No contraction of a * b + c: results are the same bytes with every instruction set.
+# The library never reads errno after a square root; setting it would prevent vectorisation.
 target_compile_options(dib_options INTERFACE -ffp-contract=off -fno-math-errno -Wall -Wextra -Wconversion -Wshadow)
 if(DIB_WARNINGS_AS_ERRORS)
     target_compile_options(dib_options INTERFACE -Werror)
@@ -15,7 +15,7 @@ if(DIB_SANITIZE)
     target_link_options(dib_options INTERFACE -fsanitize=${DIB_SANITIZE})
 endif()
 
-# How the loader names the folder of the file that it loads libraries for.
+# The dynamic loader's name for the folder of the file that needs a library.
 if(APPLE)
     set(DIB_OWN_FOLDER "@loader_path")
 else()

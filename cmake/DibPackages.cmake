@@ -16,10 +16,10 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/vexlibs)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Packages of one build go together.
+# Packages of one build depend on each other's exact version.
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 
-# dib_package(COMPONENT NAME SECTION SUMMARY TEXT [DEPENDS COMPONENT]): what one package says of itself.
+# dib_package(COMPONENT NAME SECTION SUMMARY TEXT [DEPENDS COMPONENT]): name and description of a package.
 macro(dib_package component name section summary text)
     cmake_parse_arguments(package "" "DEPENDS" "" ${ARGN})
     string(TOUPPER ${component} upper)
@@ -39,7 +39,7 @@ macro(dib_package component name section summary text)
     endif()
 endmacro()
 
-# Debian wants these two packed, without the time of the packing.
+# Debian requires these two compressed, without a time stamp.
 if(DIB_PACKAGES)
     set(dib_package_texts ${PROJECT_BINARY_DIR}/package-texts)
     file(MAKE_DIRECTORY ${dib_package_texts})
@@ -50,7 +50,7 @@ endif()
 dib_package(runtime libdibstream${PROJECT_VERSION_MAJOR} libs "library for pictures in memory and image files"
     "Bitmaps of 1 to 32 bits per pixel: reading and writing of image files,\nconversion between colour depths, resizing, distortions and filters.")
 
-# On which package programs depend that are linked against the libraries.
+# The package that programs linked against the libraries depend on.
 set(dib_shlibs ${PROJECT_BINARY_DIR}/package-texts/shlibs)
 set(dib_package "libdibstream${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})")
 file(WRITE ${dib_shlibs}

@@ -27,9 +27,9 @@ TOOL_PARTS = ("formats/diagnosis/",)
 # takes the extension of its path.
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
 FILE_USERS = {("effects", "Compose", "DibCodec.h"), ("effects", "Compose", "VexLibs.h")}
-# Public headers and the layers below the codecs rest on the standard library and the processor alone.
+# Public headers and the layers below the codecs use the standard library and processor intrinsics only.
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects"}
-# <stdio.h> is how the header for C programs names it.
+# <stdio.h> is for the header that C programs include.
 STANDARD_HEADER = re.compile(r"[a-z_0-9]+|stdio\.h|immintrin\.h|sys/(mman|uio)\.h|unistd\.h")
 FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
 

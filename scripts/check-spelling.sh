@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Looks for words that are commonly misspelled. scripts/spelling-words.txt holds the ones that stay: names of the code, and
-# what the library has always printed.
+# Finds commonly misspelled words. scripts/spelling-words.txt lists the accepted ones: identifiers, and texts that the
+# library has always printed.
 # usage: scripts/check-spelling.sh [ROOT]
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"

@@ -12,10 +12,10 @@ import sys
 
 CODE = {".h", ".cpp", ".mm", ".c"}
 TEXT = CODE | {".md", ".py", ".sh", ".cmake", ".txt"}
-# What is not written by us: build results, and files that tests read or compare with.
+# Build results, and data that tests read.
 SKIPPED = re.compile(r"(^|/)(\.git|build|[a-z]+-out|seeds|data|exports)(/|$)|^tests/system/wrong-|^expected.txt$")
 NAMESPACE = re.compile(r"^\s*using namespace\b")
-# What stands between two words of a text: blanks, and where a line ends what the next one begins with.
+# Between two words of a text: blanks, line breaks with the marks that start a line of a comment, joined strings.
 GAP = r'(?:\s|\\n|"\s*"|(?<=\n)\s*(?://[/!]?|\*|#|>))+'
 
 

@@ -6,7 +6,7 @@ out="demo-out"
 [ $# -eq 0 ] || out="$(realpath -m "$1")"  # before the working directory changes
 cd "$(dirname "$0")/.."
 
-# quietly COMMAND...: shows what a command said only when it fails.
+# quietly COMMAND...: shows the output of a command only when it fails.
 quietly() {
     local said
     said="$("$@" 2>&1)" || { printf '%s\n' "$said" >&2; exit 1; }
@@ -14,11 +14,11 @@ quietly() {
 
 scripts/install-packages.sh build
 echo "Building"
-# Only what is shown is built, and a newer compiler's new warning does not stop the show.
+# Without tests and benches; warnings of newer compilers are not errors here.
 quietly cmake --preset release -B build/demo \
     -DDIB_BUILD_TESTS=OFF -DDIB_BUILD_BENCHES=OFF -DDIB_WARNINGS_AS_ERRORS=OFF
 quietly cmake --build build/demo
-# The examples are built as an application would be: against what is installed.
+# The examples are built like an application, against the installed library.
 quietly cmake --install build/demo --prefix build/demo/prefix
 quietly cmake -S examples -B build/demo/examples -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_PREFIX_PATH="$PWD/build/demo/prefix"

@@ -24,9 +24,9 @@ for folder in "fuzz/seeds/$feature" "tests/data/$feature"; do
     [ -d "$folder" ] && inputs+=("$folder")
 done
 
-# A few bytes can announce pictures of gigabytes, whose shadow memory alone takes most of the time: they fail instead.
+# A few bytes can declare a picture of gigabytes, whose shadow memory alone would take most of the time: make it fail.
 export ASAN_OPTIONS="allocator_may_return_null=1:max_allocation_size_mb=32:${ASAN_OPTIONS:-}"
 
-# libFuzzer writes into the first folder only: the seeds of the tree stay as they are.
+# libFuzzer writes into the first folder only, not into the seeds of the tree.
 exec "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
     -artifact_prefix="$findings/" "${inputs[@]}"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the program and makes the gallery of the sample picture: every operation, on one page.
 # usage: scripts/gallery.sh [FOLDER]     gallery-out/ when none is named
-#        scripts/gallery.sh --update     makes the contact sheet of the README anew: docs/gallery.jpg
+#        scripts/gallery.sh --update     also updates docs/gallery.jpg, the contact sheet of the README
 set -euo pipefail
 folder="$(realpath -m -- "${1:-.}")"
 cd "$(dirname "$0")/.."

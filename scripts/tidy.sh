@@ -8,7 +8,7 @@ cmake --preset clang >/dev/null
 
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
-    # What the build really compiles, each file once.
+    # Each file that the build compiles, once.
     mapfile -t files < <(grep -o '"file": "[^"]*"' "$build/compile_commands.json" | cut -d '"' -f 4 | sort -u |
         grep -E "^$PWD/(vexlibs|dib|geometry|effects|files|formats|plugins|tools)/")
 fi

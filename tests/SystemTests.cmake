@@ -1,4 +1,4 @@
-# Tests of the tree and of what is installed from it, rather than of single functions.
+# Tests of the source tree and of the installed libraries.
 
 set(system_dir ${CMAKE_CURRENT_SOURCE_DIR}/system)
 set(system_work ${CMAKE_CURRENT_BINARY_DIR}/system)
@@ -13,7 +13,7 @@ if(Python3_FOUND)
     set(check_quotes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-quotes.py)
     set(check_style ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-style.py)
     set(check_features ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-features.py)
-    # Each check must also see every kind of offence in a tree made of them.
+    # Each check must also report every kind of offence in a tree made for it.
     foreach(check includes quotes style features)
         add_test(NAME tree.${check} COMMAND ${check_${check}})
         add_test(NAME tree.${check}.offences
@@ -37,7 +37,7 @@ if(DIB_DOXYGEN)
     add_test(NAME tree.reference COMMAND ${PROJECT_SOURCE_DIR}/scripts/docs.sh ${system_work}/docs)
 endif()
 
-# What follows is about the libraries as they are installed: without instrumentation.
+# The tests below examine the libraries as they are installed: without instrumentation.
 if(DIB_SANITIZE OR CMAKE_CXX_FLAGS MATCHES "--coverage")
     return()
 endif()

@@ -8,7 +8,7 @@ mkdir -p "$work"
 cd "$work"
 touch picture.bmp
 
-# bash tells the line and where the cursor stands; its line editor keeps what stands before the last ':' or '='.
+# bash passes the line and the position of the cursor. Its line editor keeps the text before the last ':' or '='.
 "$dib" completion bash >dib.bash
 cat >ask.bash <<'END'
 source ./dib.bash
@@ -21,15 +21,15 @@ kept=${word%"${word##*[:=]}"}
 for offer in "${COMPREPLY[@]}"; do echo "$kept$offer"; done
 END
 
-# fish answers by itself; what stands behind a tab explains.
+# fish completes without its line editor; the text after a tab is an explanation.
 "$dib" completion fish >dib.fish
 cat >ask.fish <<'END'
 source dib.fish
 complete -C $argv[1] | string replace -r '\t.*' ''
-true  # replacing nothing is no failure
+true  # string replace fails when it replaces nothing
 END
 
-# The completion system of zsh works in its line editor only: these stand for the parts of it that are called.
+# The completion system of zsh works in its line editor only, so the functions it offers are replaced.
 "$dib" completion zsh >_dib
 cat >ask.zsh <<'END'
 compdef() { :; }
@@ -60,7 +60,7 @@ offers() {
             fish) got="$(HOME="$work" fish --no-config ask.fish "$line")" ;;
             zsh) got="$(zsh -f ask.zsh "$line")" ;;
         esac
-        # Whether a sign that asks for more belongs to the offer is the shell's affair: fish leaves it to its next round.
+        # Shells differ in whether a trailing '=' belongs to the offer: fish adds it in the next round.
         got="$(printf '%s\n' "$got" | sed 's/=$//' | LC_ALL=C sort -u)"
         [ "$got" = "$wanted" ] && continue
         printf '%s: "%s" is completed to\n%s\ninstead of\n%s\n' "$shell" "$line" "$got" "$wanted"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The list of public declarations must be complete: of a library that forgot to export some, exactly those are missing.
+# The list of public declarations is complete: linking against a library with hidden ones fails for exactly those.
 # usage: declarations.sh CLANG WORK_DIR COMPILER
 set -euo pipefail
 clang="$1" work="$2" compiler="$3"

@@ -5,7 +5,7 @@
 set -euo pipefail
 prefix="$1" source="$2" work="$3" compiler="$4"
 
-# The examples must see nothing of this tree.
+# A copy, so that the examples cannot use other files of the tree.
 cp -r "$source/examples" "$work/examples"
 
 # A picture of 4 x 2 pixels and 24 bits.

@@ -7,8 +7,8 @@ shift
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 
-# Templates of the C++ library that were instantiated here carry its own visibility and are weak: they belong to
-# nobody's interface. Everything else counts, whatever its kind.
+# Instantiated templates of the C++ library are weak and have its visibility: they are not part of the interface. All
+# other names are, whatever their kind.
 standard_template='^_Z(N?K?S[tabsiod]|T[ISV]S[tabsiod]|N?K?9__gnu_cxx)'
 nm -D --defined-only "$@" |
     awk -v standard="$standard_template" 'NF == 3 && !($2 ~ /^[WVu]$/ && $3 ~ standard) { print $3 }' |

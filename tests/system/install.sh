@@ -22,7 +22,7 @@ grep -F 'pkg-config --cflags --libs dibstream' "$work/readme.sh" >/dev/null
 (cd "$work" && env -u LD_LIBRARY_PATH -u PKG_CONFIG_PATH bash -euxo pipefail readme.sh)
 [ "$(od -An -tu1 -j28 -N1 "$work/photo8.bmp" | tr -d ' ')" = 8 ]
 
-# The major version alone names the binary interface.
+# The SONAME has the major version only.
 PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name dibstream.pc)")"
 export PKG_CONFIG_PATH
 major="$(pkg-config --modversion dibstream | cut -d. -f1)"
@@ -30,7 +30,7 @@ for library in libdibstream libVexLibs; do
     objdump -p "$(pkg-config --variable=libdir dibstream)/$library.so" | grep "SONAME *$library.so.$major\$" >/dev/null
 done
 
-# Both ways tell where the plug-ins belong.
+# pkg-config and the CMake package name the folder of the plug-ins.
 plugins="$(pkg-config --variable=plugindir dibstream)"
 cmake -E make_directory "$plugins" "$work/plugin-folder"
 cat >"$work/plugin-folder/CMakeLists.txt" <<'END'

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Takes a folder of pictures through GNU parallel as docs/many-pictures.md tells: on this machine, and on a second one
-# that is a folder behind a stand-in for ssh.
+# Runs the commands of docs/many-pictures.md on a folder of pictures: on this machine, and on a second one, which is a
+# folder reached by a replacement of ssh.
 # usage: many-pictures.sh DIB MAKE_SAMPLE_PICTURE WORK_DIR
 set -euo pipefail
 program="$1" make_sample_picture="$2" work="$3"
@@ -30,7 +30,7 @@ failures() {
         END { for (job in command) if (exit_value[job] != 0) print exit_value[job] "\t" command[job] }' jobs.tsv
 }
 
-# The five pictures, and nothing of the broken one.
+# Results of the five good pictures, and none of the broken one.
 expect_results() {
     [ "$(find small -type f | LC_ALL=C sort | tr '\n' '|')" = \
         "small/five.bmp|small/it's four.bmp|small/one.bmp|small/three of us.bmp|small/two.bmp|" ]
@@ -38,14 +38,14 @@ expect_results() {
         [ "$(dib info "$picture" | sed 's/.*: //')" = \
             "bmp, 32x24 pixels, 8 bits, bottom-up, palette of 256, compression none" ]
     done
-    # The folder is as it was.
+    # The input folder is unchanged.
     [ "$(find pictures -type f | wc -l)" -eq 6 ]
 }
 
 # Number of jobs in the log, which has a line of titles.
 jobs_run() { echo $(($(wc -l <jobs.tsv) - 1)); }
 
-# A run over the folder with one broken file, and then again after it was mended.
+# A run over the folder with one broken file, then again after its repair.
 run_twice() {
     local status=0
     convert 2>messages.txt || status=$?
@@ -56,7 +56,7 @@ run_twice() {
     failures | grep -P '^3\tmkdir -p small && dib run pictures/broken.bmp '
     [ "$(failures | wc -l)" -eq 1 ]
 
-    # Only what failed is done again.
+    # Only failed jobs run again.
     cp pictures/two.bmp pictures/broken.bmp
     rm small/one.bmp
     convert
@@ -74,8 +74,8 @@ if ! command -v rsync >/dev/null; then
     exit 0
 fi
 echo "== on another one"
-# Takes the place of ssh: options, the machine, the command. Home is another folder, and the shell is set as a login
-# sets it: jobs run under it, and whoever starts the tests may have none.
+# Called like ssh, with options, machine and command. Home is another folder. SHELL is set as a login sets it, because
+# jobs run under it and the environment of the tests may lack it.
 cat >"$work/bin/ssh-stand-in" <<STANDIN
 #!/usr/bin/env bash
 while [ "\${1#-}" != "\$1" ]; do case "\$1" in -l | -S | -o | -p | -i) shift 2 ;; *) shift ;; esac; done

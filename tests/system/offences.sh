@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The check must report every offence of a tree made of them, and nothing else.
+# The check must report every offence in the tree, and nothing else.
 # usage: offences.sh TREE CHECK_COMMAND...
 set -euo pipefail
 tree="$1"

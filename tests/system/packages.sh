@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, lets lintian judge them, unpacks them into a scratch root and uses what is there.
+# Makes the Debian packages, checks them with lintian, unpacks them into a scratch root and uses them there.
 # usage: packages.sh SOURCE_DIR WORK_DIR COMPILER CLANG
 set -euo pipefail
 source="$1" work="$2" compiler="$3" clang="$4"
@@ -23,7 +23,7 @@ echo "$names"
 field() { dpkg-deb -f "$work/packages/$1"_*.deb "$2"; }
 version="$(field libdibstream0 Version)"
 for library in libc6 libstdc++6 libpng16-16 libjpeg62-turbo libtiff6; do
-    field libdibstream0 Depends | grep -F "$library (>= " >/dev/null || { echo "$library is not depended upon"; exit 1; }
+    field libdibstream0 Depends | grep -F "$library (>= " >/dev/null || { echo "the package does not depend on $library"; exit 1; }
 done
 for package in dibstream-plugins dibstream-tools libdibstream-dev; do
     field "$package" Depends | grep -F "libdibstream0 (= $version)" >/dev/null
@@ -43,7 +43,7 @@ library="$(dirname "$root"/usr/lib/*/libdibstream.so.0)"
 # Debian 12 does not ask for control flow protection. VexLibs and the plug-ins call nothing that can be fortified.
 hardening-check --nocfprotection "$root/usr/bin/dib" "$library/libdibstream.so.0"
 hardening-check --nocfprotection --nofortify "$library/libVexLibs.so.0" "$library"/dibstream/plugins/*
-# Nothing but the loader's own folders leads to the libraries: no search path is left in a file.
+# Only the loader's own folders lead to the libraries: no file has a search path.
 for file in "$root/usr/bin/dib" "$library"/lib*.so "$library"/dibstream/plugins/*; do
     if readelf -d "$file" | grep -E 'RPATH|RUNPATH'; then
         echo "$file searches in a folder of its own"

@@ -24,7 +24,7 @@ build shared
 cmake --build "$work/shared" --target help >"$work/targets"
 grep -q '^libdibstream.so: \|/libdibstream.so: \|^dibstream: ' "$work/targets"
 if grep -E '^(dib|dib_tests|test_support|dibstream_internal|bench_ours|[A-Za-z0-9]*Fuzzer): ' "$work/targets"; then
-    echo "these targets do not belong into another project"
+    echo "these targets do not belong in another project"
     exit 1
 fi
 [ ! -e "$work/shared/CTestTestfile.cmake" ]
