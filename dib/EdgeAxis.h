@@ -30,11 +30,24 @@ struct EdgeAxis {
     // pixel has `step` values; `row` points to the first of pixel 0. The axis must not be empty.
     template <class T>
     void pad(T* row, std::ptrdiff_t before, std::ptrdiff_t after, std::ptrdiff_t step = 1) const {
-        T* const end = row + size * step;
-        // Every value is copied from one period further in; clamping repeats the pixel at the edge.
-        const std::ptrdiff_t period = wrap ? size * step : step;
-        for (std::ptrdiff_t i = 0; i < after * step; ++i) end[i] = end[i - period];
-        for (std::ptrdiff_t i = 1; i <= before * step; ++i) row[-i] = row[period - i];
+        const std::ptrdiff_t samples = size * step;
+        T* const end = row + samples;
+        if (!wrap) {
+            for (std::ptrdiff_t i = 0; i < after * step; i += step) {
+                for (std::ptrdiff_t c = 0; c < step; ++c) end[i + c] = end[c - step];
+            }
+            for (std::ptrdiff_t i = 1; i <= before; ++i) {
+                for (std::ptrdiff_t c = 0; c < step; ++c) row[c - i * step] = row[c];
+            }
+            return;
+        }
+        for (std::ptrdiff_t done = 0; done < after * step; done += samples) {
+            std::copy_n(row, std::min(samples, after * step - done), end + done);
+        }
+        for (std::ptrdiff_t done = 0; done < before * step; done += samples) {
+            const std::ptrdiff_t count = std::min(samples, before * step - done);
+            std::copy_n(end - count, count, row - done - count);
+        }
     }
 };
 

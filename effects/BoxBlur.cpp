@@ -1,8 +1,8 @@
 // The box blur: the mean of the square around each pixel, at a cost that does not depend on its size.
 //
-// A row of column sums moves down the picture, gaining the row that enters the square and losing the one that
-// leaves it; along that row the same is done with columns. All sums wrap at 32 bits, so what is added and
-// taken away again cancels out whatever happens in between.
+// A row of column sums moves down the picture: each step adds the row that enters the square and subtracts
+// the row that leaves it. Along the row, window sums do the same with columns. All sums wrap at 32 bits, so
+// that what is added and later subtracted cancels out.
 
 #include <DibEffect.h>
 
@@ -16,32 +16,7 @@
 
 namespace {
 
-// The positions from -radius to radius of one axis, brought inside by the edge rule.
-struct Span {
-    std::int64_t radius;
-    std::int64_t size;
-    bool wrap;
-
-    // A shorter reach that meets the same positions while the square moves: each step takes in position at +
-    // reach + 1 and lets go of position at - reach.
-    std::int64_t reach() const { return wrap ? radius % size : std::min(radius, size); }
-
-    // How often a square around position 0 meets a position; what exceeds 32 bits wraps like the sums.
-    std::uint32_t timesMet(std::int64_t position) const {
-        std::int64_t times = 0;
-        if (wrap) {
-            const std::int64_t after = radius >= position ? (radius - position) / size : -1;
-            times = after + (radius + position) / size + 1;
-        } else {
-            times = position <= radius ? 1 : 0;
-            if (position == 0) times += radius;
-            if (position == size - 1) times += std::max<std::int64_t>(radius - position, 0);
-        }
-        return static_cast<std::uint32_t>(times);
-    }
-};
-
-// Up to here column sums, and differences of two, fit 16 bits.
+// Up to this radius column sums, and differences of two, fit 16 bits.
 constexpr int kShortRadius = 63;
 static_assert((2 * kShortRadius + 1) * 255 <= INT16_MAX);
 
@@ -76,20 +51,21 @@ DIB_ALWAYS_INLINE std::uint32_t change(std::uint32_t entering, std::uint32_t lea
     return entering - leaving;
 }
 
-// Pixels of a row that are summed and divided at a time; so many sums stay in the nearest cache.
+// Pixels of a row that are summed and divided at a time; their sums stay in the first-level cache.
 constexpr std::size_t kBlock = 256;
-// Three channels move in four lanes whose last is overwritten by the next pixel, and single channels in fours.
+// Three channels are stored as four lanes, the last of which the next pixel overwrites; single channels in
+// fours.
 constexpr std::size_t kSlack = 4;
 
 using Block = std::array<std::uint32_t, kBlock * 4 + kSlack>;
 
-// The sums of the windows along a piece of a row of column sums; `sum` is that of the first window, and then of
-// the one behind the last.
+// The sums of `width` windows along a row of column sums. `sum` is that of the first window, afterwards that
+// of the window after the last.
 template <int Channels, class Column>
 DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t window, std::size_t width,
                              std::uint32_t* __restrict sum, std::uint32_t* __restrict sums) {
-    // All changes first: what is left for one pixel to wait for the one before it is a single addition. The sums take
-    // their place: in an array of their own, processors take them for each other where both lie alike in their pages.
+    // All differences first, so that a pixel waits for the one before it by a single addition. The sums
+    // overwrite the differences: a second array would suffer 4 KiB store-to-load aliasing.
     const Column* const entering = columns + window * Channels;
     for (std::size_t i = 0; i < width * Channels; ++i) {
         sums[i] = change(entering[i], columns[i]);
@@ -105,7 +81,7 @@ DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t windo
         }
         std::memcpy(sum, &lanes, sizeof lanes);
     } else {
-        // Of one channel four windows are found at once: the changes up to each, then the sum before them.
+        // Four windows of one channel at once: the differences up to each, plus the sum before them.
         const Lanes none{};
         Lanes before = none + sum[0];
         for (std::size_t x = 0; x < width; x += 4) {
@@ -137,33 +113,30 @@ public:
 
     bool prepare(const dib::Raster& image) {
         if (image.width == 0) return true;
-        channels_ = image.bitCount == 8 ? 1 : image.bitCount == 32 ? 4 : 3;
-        isWords_ = image.bitCount == 16;
+        across_ = {dib::axisX(image, flags_), radius_};
+        down_ = {dib::axisY(image, flags_), radius_};
         width_ = static_cast<std::size_t>(image.width);
-        across_ = {radius_, image.width, (flags_ & DIB_WRAP_X) != 0};
-        down_ = {radius_, image.height, (flags_ & DIB_WRAP_Y) != 0};
+        channels_ = static_cast<std::size_t>(dib::channelsOf(image));
         const std::size_t samples = width_ * channels_;
-        const std::size_t padding = static_cast<std::size_t>(across_.reach()) * channels_;
+        padding_ = static_cast<std::size_t>(across_.reach()) * channels_;
         // One column more than the windows need enters after the last pixel.
-        columns_ = dib::allocateZeroed<Column>(samples + 2 * padding + channels_ + kSlack);
-        timesMet_ = dib::allocateArray<std::uint32_t>(width_);
-        if (isWords_) split_ = dib::allocateArray<unsigned char>(2 * samples);
-        if (!columns_ || !timesMet_ || (isWords_ && !split_)) return false;
-        // Rows leave the square one step after the last that needs them; wrapped ones enter it once more.
-        const int reach = static_cast<int>(down_.reach());
-        if (!source_.prepare(image, reach + 1, down_.wrap ? reach : 0)) return false;
-        for (std::size_t x = 0; x < width_; ++x) {
-            timesMet_[x] = across_.timesMet(static_cast<std::int64_t>(x));
-        }
-        return true;
+        columns_ = dib::allocateZeroed<Column>(samples + 2 * padding_ + channels_ + kSlack);
+        firstVisits_ = dib::allocateArray<std::uint32_t>(width_);
+        if (image.bitCount == 16) split_ = dib::allocateArray<unsigned char>(2 * samples);
+        if (!columns_ || !firstVisits_ || (image.bitCount == 16 && !split_)) return false;
+        for (int x = 0; x < image.width; ++x)
+            firstVisits_[static_cast<std::size_t>(x)] = across_.visitsOf(0, x);
+        // A row leaves the square one step after the last row that needs it. Wrapped rows enter once more.
+        return source_.prepare(image, down_.reach() + 1, down_.axis().wrap ? down_.reach() : 0);
     }
 
     template <class Depth>
     void row(unsigned char* out, int y) {
         if (width_ == 0) return;
-        moveColumnsTo(y);
+        constexpr std::size_t kChannels = Depth::kChannels;
+        moveColumnsTo<Depth>(y);
         source_.keepNext();
-        padColumns<Depth::kChannels>();
+        across_.axis().pad(middle(), across_.reach(), across_.reach(), Depth::kChannels);
         std::uint32_t sum[4] = {};
         sumFirstWindow(sum);
         const std::size_t window = 2 * static_cast<std::size_t>(across_.reach()) + 1;
@@ -171,68 +144,51 @@ public:
             Block sums;
             const std::size_t count = std::min(kBlock, width_ - x);
             dib::runKernel<slide<Depth::kChannels, Column>>(
-                static_cast<const Column*>(columns_.get() + x * channels_), window, count, +sum, sums.data());
+                static_cast<const Column*>(columns_.get() + x * kChannels), window, count, +sum, sums.data());
             if constexpr (Depth::kBits == 16) {
                 putWords(sums.data(), out + 2 * x, count);
             } else {
-                mean_.ofSums(sums.data(), out + x * channels_, count * channels_);
+                mean_.ofSums(sums.data(), out + x * kChannels, count * kChannels);
             }
         }
     }
 
 private:
-    // The channels of a source row as bytes; of words in one of two places.
-    const unsigned char* channelsOf(std::int64_t y, int place) {
-        const unsigned char* row = source_.row(static_cast<int>(y));
-        if (!isWords_) return row;
-        unsigned char* channels = split_.get() + static_cast<std::size_t>(place) * width_ * 3;
+    Column* middle() { return columns_.get() + padding_; }
+
+    // The channels of a source row as bytes. Words are split into one of two buffers.
+    template <class Depth>
+    const unsigned char* channelsOfRow(int y, std::size_t buffer) {
+        const unsigned char* row = source_.row(y);
+        if constexpr (Depth::kBits != 16) return row;
+        unsigned char* channels = split_.get() + buffer * width_ * 3;
         dib::runKernel<splitWords>(row, channels, width_);
         return channels;
     }
 
-    Column* middle() { return columns_.get() + static_cast<std::size_t>(across_.reach()) * channels_; }
-
+    template <class Depth>
     void moveColumnsTo(int y) {
         const std::size_t samples = width_ * channels_;
-        if (y == 0) {
-            for (std::int64_t sourceY = 0; sourceY < down_.size; ++sourceY) {
-                const std::uint32_t times = down_.timesMet(sourceY);
-                if (times == 0) continue;
-                dib::runKernel<addTimes<Column>>(middle(), channelsOf(sourceY, 0), samples, times);
-            }
+        const dib::EdgeAxis& axis = down_.axis();
+        if (y > 0) {
+            const unsigned char* entering = channelsOfRow<Depth>(axis.at(std::int64_t{y} + down_.reach()), 0);
+            const unsigned char* leaving =
+                channelsOfRow<Depth>(axis.at(std::int64_t{y} - 1 - down_.reach()), 1);
+            dib::runWidestKernel<exchange<Column>>(middle(), entering, leaving, samples);
             return;
         }
-        const auto size = static_cast<int>(down_.size);
-        const std::int64_t entering = y + down_.reach();
-        const int leaving = static_cast<int>(y - 1 - down_.reach());
-        dib::runWidestKernel<exchange<Column>>(
-            middle(),
-            channelsOf(down_.wrap ? entering % size : std::min<std::int64_t>(entering, size - 1), 0),
-            channelsOf(dib::getLoopY(leaving, size, flags_), 1), samples);
-    }
-
-    // Lays out the columns beyond the edges, so that every window is a run of columns.
-    template <std::size_t Channels>
-    void padColumns() {
-        const std::size_t reach = static_cast<std::size_t>(across_.reach()) * Channels;
-        const std::size_t row = width_ * Channels;
-        Column* const columns = middle();
-        if (across_.wrap) {
-            std::copy_n(columns + row - reach, reach, columns - reach);
-            std::copy_n(columns, reach, columns + row);
-            return;
-        }
-        for (std::size_t i = 0; i < reach; i += Channels) {
-            std::copy_n(columns, Channels, columns - reach + i);
-            std::copy_n(columns + row - Channels, Channels, columns + row + i);
+        for (int from = 0; from < axis.size; ++from) {
+            const std::uint32_t visits = down_.visitsOf(0, from);
+            if (visits == 0) continue;
+            dib::runKernel<addTimes<Column>>(middle(), channelsOfRow<Depth>(from, 0), samples, visits);
         }
     }
 
     void sumFirstWindow(std::uint32_t* first) {
         const Column* column = middle();
-        for (std::size_t x = 0; x < width_; ++x) {
-            for (std::size_t c = 0; c < channels_; ++c) first[c] += timesMet_[x] * *column++;
-            if (!across_.wrap && static_cast<std::int64_t>(x) >= across_.radius) return;
+        const std::size_t end = across_.axis().wrap ? width_ : static_cast<std::size_t>(across_.count(0));
+        for (std::size_t x = 0; x < end; ++x) {
+            for (std::size_t c = 0; c < channels_; ++c) first[c] += firstVisits_[x] * *column++;
         }
     }
 
@@ -248,14 +204,14 @@ private:
     unsigned int flags_;
     dib::BoxMean mean_;
     dib::RollingCopy source_;
-    std::size_t channels_ = 0;
-    bool isWords_ = false;
+    dib::EdgeWindow across_;
+    dib::EdgeWindow down_;
     std::size_t width_ = 0;
-    Span across_{};
-    Span down_{};
-    dib::MallocPtr<Column> columns_;          // sums down the square, with `reach` columns on either side
-    dib::MallocPtr<std::uint32_t> timesMet_;  // by column, in the first window
-    dib::MallocPtr<unsigned char> split_;     // two rows of words taken apart
+    std::size_t channels_ = 0;
+    std::size_t padding_ = 0;                    // samples before the row, and after it
+    dib::MallocPtr<Column> columns_;             // sums down the square, padded
+    dib::MallocPtr<std::uint32_t> firstVisits_;  // by column, how often the first window reads it
+    dib::MallocPtr<unsigned char> split_;        // two rows of words as bytes
 };
 
 }  // namespace

@@ -8,12 +8,12 @@ namespace dib {
 
 namespace {
 
-// The reciprocal is taken too large by up to two of its last bits. So a whole quotient, which the product is
-// rounded to if nothing else, never falls short; any other lies at least 1 / divisor below the next whole number,
-// and what it is moved by, below 256, is less than 2^-14 in float and 2^-43 in double. That is enough for
-// divisors below 2^14 and 2^43, with sums below 2^22 and 2^31, which are exact.
+// The reciprocal is too large by up to two units in the last place, so that a product never falls below a
+// whole quotient. Any other quotient is at least 1 / divisor below the next whole number. Quotients are below
+// 256, so the product exceeds them by less than 2^-14 in float and 2^-43 in double. This is exact for
+// divisors below 2^14 and 2^43 with sums below 2^22 and 2^31.
 constexpr std::int32_t kFloatDivisors = 1 << 14;
-// Up to here no sum reaches 2^31.
+// Up to this divisor no sum reaches 2^31.
 constexpr std::int32_t kPlainDivisors = 0x7FFFFFFF / 255;
 constexpr int kPlainRadius = 1450;
 

@@ -76,6 +76,11 @@ private:
     RowTable rows_;
 };
 
+// The channels of one pixel.
+constexpr int channelsOf(const Raster& image) {
+    return image.bitCount <= 8 ? 1 : image.bitCount == 32 ? 4 : 3;
+}
+
 // The axes of an image with the edge rules of an effect's flags.
 inline EdgeAxis axisX(const Raster& image, unsigned int flags) {
     return {image.width, (flags & DIB_WRAP_X) != 0};

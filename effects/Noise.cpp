@@ -1,5 +1,5 @@
-// Effects of chance. Callers who seed rand() get the same picture again, so the number of draws and their order are
-// part of the result: row by row from the left, and what a draw is made into.
+// Random effects. Callers who seed rand() get the same picture again, so the number and order of draws (row
+// by row, from the left) are part of the result.
 #include <algorithm>
 #include <cstdlib>
 
@@ -14,11 +14,12 @@ using dib::Depth24;
 using dib::Depth32;
 using dib::Depth8;
 
-// Draws are taken a run of pixels ahead, so that the arithmetic on them vectorises.
+// Draws are made for a run of pixels at a time, so that the arithmetic on them vectorises.
 constexpr int kRun = 256;
 
-// The remainder of a draw by a modulus that may have wrapped around to a negative number; a remainder has the sign of
-// the draw, which is never negative. Two multiplications take the place of a division by the same number each time.
+// The remainder of a draw by a modulus that may have wrapped around to a negative number. A remainder has the
+// sign of the draw, which is never negative. Two multiplications replace the division, as the modulus stays
+// the same.
 class Remainder {
 public:
     explicit Remainder(std::uint32_t wrappedModulus)
@@ -39,7 +40,7 @@ private:
 
 std::uint32_t sideOf(int radius) { return 2U * static_cast<std::uint32_t>(radius) + 1U; }
 
-// The colour channels: at 32 bits the fourth byte is no colour.
+// The colour channels. The fourth byte of 32 bits is not one of them.
 template <class Depth>
 constexpr int kColors = Depth::kBits == 8 ? 1 : 3;
 
@@ -55,7 +56,7 @@ DIB_ALWAYS_INLINE void addOffsets(unsigned char* __restrict pixels, const int* _
     }
 }
 
-// Weights that total 255 x 256: the largest draw at full strength replaces a channel whole.
+// 255 x 256: the largest draw at full strength replaces a channel completely.
 constexpr int kFullWeight = 65280;
 
 template <class Depth>
@@ -103,7 +104,7 @@ bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* im
     if (!(scaled > -1.0F && scaled < 257.0F)) return false;
     const int level = static_cast<int>(scaled);
     const auto draw = [&] { return ((std::rand() >> 4) & 255) * level; };
-    // An indexed pixel is a number like any other, pulled towards the brightness of the colour.
+    // An index is pulled towards the brightness of the colour, as if it were a grey.
     const std::uint8_t grey = dib::greyOf(color.blue, color.green, color.red);
     return dib::changePixels<Depth8, Depth24, Depth32>(
         {callback, user}, image, [&](auto depth, unsigned char* row, int width) {
@@ -118,46 +119,44 @@ bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* im
 bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image, unsigned int color,
                          float strength) {
     const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
-    // The fourth byte repeats red, as callers that look at the colour they handed on expect; the effect ignores it.
+    // The fourth byte repeats red, which callers that inspect the colour expect; the effect ignores it.
     const DibBGRA repacked{byte(0), byte(8), byte(16), byte(16)};
     return DibEffectColorNoise(callback, user, image, repacked, strength);
 }
 
 namespace {
 
-// Takes each pixel from a random place of the square around it.
+// Takes each pixel from a random position in the square around it.
 class Scatter {
 public:
     Scatter(int radius, unsigned int flags) : radius_(radius), flags_(flags), remainder_(sideOf(radius)) {}
 
     bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {
         rows_ = copy.rows();
-        width_ = image.width;
-        height_ = image.height;
+        across_ = dib::axisX(image, flags_);
+        down_ = dib::axisY(image, flags_);
         return true;
     }
 
     template <class Depth>
     void row(unsigned char* out, int y) const {
-        for (int x = 0; x < width_; ++x) {
+        for (int x = 0; x < across_.size; ++x) {
             // The column is drawn first.
-            const int column = x - radius_ + remainder_.of(std::rand() >> 8);
-            const int row = y - radius_ + remainder_.of(std::rand() >> 8);
-            const int fromX = inside(column, width_) ? column : dib::getLoopX(column, width_, flags_);
-            const int fromY = inside(row, height_) ? row : dib::getLoopY(row, height_, flags_);
+            const int fromX = across_.at(x - radius_ + draw());
+            const int fromY = down_.at(y - radius_ + draw());
             Depth::put(out, x, Depth::get(rows_[fromY], fromX));
         }
     }
 
 private:
-    static bool inside(int v, int size) { return v >= 0 && v < size; }
+    int draw() const { return remainder_.of(std::rand() >> 8); }
 
     int radius_;
     unsigned int flags_;
     Remainder remainder_;
     const unsigned char* const* rows_ = nullptr;
-    int width_ = 0;
-    int height_ = 0;
+    dib::EdgeAxis across_;
+    dib::EdgeAxis down_;
 };
 
 }  // namespace

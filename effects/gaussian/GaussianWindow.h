@@ -26,7 +26,7 @@ public:
         across_ = axisX(image, flags);
         down_ = axisY(image, flags);
         width_ = static_cast<std::size_t>(image.width);
-        channels_ = static_cast<std::size_t>(image.bitCount) / 8;
+        channels_ = static_cast<std::size_t>(channelsOf(image));
         padding_ = static_cast<std::size_t>(reach) * channels_;
         stride_ = ((samples() + 2 * padding_) / kGaussianPiece + 2) * kGaussianPiece;
         rows_ = allocateZeroed<unsigned char>((static_cast<std::size_t>(side()) + 1) * stride_);

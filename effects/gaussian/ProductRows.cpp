@@ -103,7 +103,8 @@ DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void storeSums(std::uint32_t* to, __m512i by
     _mm512_storeu_si512(to, _mm512_maddubs_epi16(bytes, _mm512_set1_epi8(1)));
 }
 
-// The bytes of each row are spread over the quarters of a vector, so that the interleaved sums come out in order.
+// The bytes of each row are spread over the quarters of a vector, so that the interleaved sums come out in
+// order.
 DIB_TARGET_AVX512 void addRowPairsAvx512(const unsigned char* above, const unsigned char* below,
                                          const unsigned char* nextAbove, const unsigned char* nextBelow,
                                          std::uint32_t* out, std::size_t count) {
