@@ -20,7 +20,8 @@ DIB_ALWAYS_INLINE MixWeight mixWeight(int ofSecond) {
     return 256U + static_cast<std::uint32_t>(ofSecond) * 0xFFFFU;
 }
 
-// The upper left pixels of some mixes, in bytes from the first pixel of the picture, and the weights.
+// The upper left pixels of up to kMixTaps mixes, as offsets in bytes from the first pixel of the picture, and
+// the weights.
 constexpr int kMixTaps = 64;
 struct MixTaps {
     int offset[kMixTaps];
@@ -28,8 +29,8 @@ struct MixTaps {
     MixWeight weightY[kMixTaps];
 };
 
-// The mixed colours; at 24 bits the high byte of each is undefined. On processors without SSE2, and the measure
-// of it.
+// The mixed colours; at 24 bits the high byte of each is undefined. For processors without SSE2, and for
+// tests.
 template <int Bits>
 DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
                                    int count, std::uint32_t* colors) {
@@ -46,7 +47,7 @@ DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowS
 
 #if defined(__SSE2__)
 
-// A pixel and its right neighbour. `Roomy` allows two bytes more to be read at 24 bits.
+// A pixel and its right neighbour. `Roomy`: two more bytes may be read at 24 bits.
 template <int Bits, bool Roomy>
 DIB_ALWAYS_INLINE __m128i loadTwo(const unsigned char* pixels) {
     if constexpr (Bits == 24 && !Roomy) {
@@ -70,8 +71,8 @@ DIB_ALWAYS_INLINE __m128i mixChannels(const unsigned char* upper, const unsigned
     const __m128i rightBytes = _mm_srli_si128(bytes, Bits / 4);
     const __m128i left = _mm_madd_epi16(_mm_unpacklo_epi8(bytes, zero), lines);
     const __m128i right = _mm_madd_epi16(_mm_unpacklo_epi8(rightBytes, zero), lines);
-    // The multiplication is signed: the unsigned 16-bit sums are moved down by 2^15 before it and the result,
-    // whose weights total 256, is moved up by 2^23 after it.
+    // The multiplication is signed, so 2^15 is subtracted from the unsigned 16-bit sums before it. The
+    // weights total 256, so 2^23 is added after it.
     const __m128i pairs = _mm_or_si128(left, _mm_slli_epi32(right, 16));
     const __m128i centered = _mm_xor_si128(pairs, _mm_set1_epi16(INT16_MIN));
     const __m128i sums = _mm_add_epi32(_mm_madd_epi16(centered, columns), _mm_set1_epi32(1 << 23));

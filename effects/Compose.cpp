@@ -21,8 +21,8 @@ using dib::Raster;
 
 enum Mode : unsigned int { kStretch = 0, kTile = 1 };
 
-// The second image's share in 255ths. Only the low byte of the whole number counts, so that opacities beyond 1
-// start over; numbers beyond an int end at its limits, NaN is 0.
+// The second image's share in 255ths. Only the low byte of the rounded number counts, so opacities above 1
+// start over. Numbers beyond an int end at its limits, NaN is 0.
 unsigned int weightOf(float opacity) {
     const double rounded = static_cast<double>(opacity * 255.0F) + 0.5;
     if (std::isnan(rounded) || rounded <= -2147483648.0) return 0;
@@ -30,12 +30,12 @@ unsigned int weightOf(float opacity) {
     return static_cast<unsigned int>(static_cast<int>(rounded)) & 255U;
 }
 
-// The weights total 255 and yet the sum is divided by 256: callers count on white coming out as 254.
+// The weights total 255, but the sum is divided by 256: callers rely on white becoming 254.
 DIB_ALWAYS_INLINE unsigned char blend(unsigned char old, unsigned char other, unsigned int weight) {
     return static_cast<unsigned char>((old * (255 - weight) + other * weight) >> 8);
 }
 
-// The same of two bytes at once. Either sum fills 16 bits at most, so that no byte has to leave its place.
+// The same for two bytes at once. Each sum fits 16 bits, so the bytes need no shuffling.
 DIB_ALWAYS_INLINE std::uint16_t blendPair(std::uint16_t old, std::uint16_t other, unsigned int weight) {
     const unsigned int kept = 255 - weight;
     const auto low = static_cast<std::uint16_t>((old & 0xFFU) * kept + (other & 0xFFU) * weight);
@@ -56,7 +56,7 @@ DIB_ALWAYS_INLINE void blendPairs(unsigned char* __restrict bytes, const unsigne
     }
 }
 
-// Memory that far ahead is asked for block by block: large pictures take an eighth less time.
+// Prefetch one block, 1 KiB ahead (12 % faster on large pictures).
 constexpr std::size_t kAhead = 1024;
 constexpr std::size_t kBlock = 256;
 
@@ -68,7 +68,8 @@ DIB_ALWAYS_INLINE void prefetch(const unsigned char* bytes, const unsigned char*
     }
 }
 
-// Images may share pixels, down to the image that is blended into itself: then one byte goes after the other.
+// Images may share pixels; an image can even be blended into itself. Overlapping runs are blended byte by
+// byte.
 DIB_ALWAYS_INLINE void blendRun(unsigned char* bytes, const unsigned char* other, std::size_t count,
                                 unsigned int weight) {
     const bool apart = std::less_equal<>()(bytes + count, other) || std::less_equal<>()(other + count, bytes);
@@ -80,7 +81,7 @@ DIB_ALWAYS_INLINE void blendRun(unsigned char* bytes, const unsigned char* other
     for (std::size_t i = paired; i < count; ++i) bytes[i] = blend(bytes[i], other[i], weight);
 }
 
-// Blends one row; the other row starts over where it ends.
+// Blends one row. The other row repeats if it is shorter.
 DIB_ALWAYS_INLINE void blendRow(unsigned char* row, std::size_t rowBytes, const unsigned char* other,
                                 std::size_t otherBytes, unsigned int weight) {
     for (std::size_t first = 0; first < rowBytes; first += otherBytes) {
@@ -88,8 +89,8 @@ DIB_ALWAYS_INLINE void blendRow(unsigned char* row, std::size_t rowBytes, const 
     }
 }
 
-// Brings the second image to the depth of the first and, stretched, to its size. `layer`, its rows, become those
-// of `copy` where something has to change.
+// Converts the second image to the depth of the first and stretches it if `mode` says so. If anything
+// changes, `layer` views `copy` instead.
 bool fitLayer(DibStream& second, const Raster& first, Mode mode, std::unique_ptr<DibStream>& copy,
               Raster& layer) {
     const bool newDepth = layer.bitCount != first.bitCount;
@@ -118,7 +119,7 @@ constexpr FileKind kFileKinds[] = {
     {"png", LoadPNG}, {"jpg", LoadJPEG}, {"iff", LoadIFF},
 };
 
-// File names do not change with the language that the application runs in, so only A to Z have a small form.
+// Only A to Z have a lower case here: file names do not depend on the application's locale.
 bool sameLetter(char a, char b) {
     const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
     return small(a) == small(b);
@@ -146,7 +147,7 @@ bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* s
     if (mode != kStretch && mode != kTile) return true;
     Raster layer;
     if (!dib::admitImage(second, layer) || !layer.hasPixels()) return false;
-    // Another depth has no conversion, and its colour table may be shorter than a copy would take it to be.
+    // Other depths have no conversion, and their colour table may be shorter than a copy assumes.
     if (!dib::isDepth(layer.bitCount)) return false;
     if (!first.hasPixels()) return true;
     std::unique_ptr<DibStream> copy;

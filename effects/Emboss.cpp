@@ -1,4 +1,4 @@
-// Emboss: the difference between what lies ahead and what lies behind along a direction, around middle grey.
+// Emboss: middle grey plus the difference between the samples ahead and behind along a direction.
 #include "dib/Kernels.h"
 #include "effects/SinCos.h"
 #include "effects/TapRow.h"
@@ -38,7 +38,7 @@ public:
             taps_.add<Depth>(-dx, -dy, -1);
             taps_.add<Depth>(dx, dy, 1);
         }
-        // Half of an odd highest value: 127.5, or 15.5 for the fields of 16 bits.
+        // Middle grey is half of an odd number: 127.5, or 15.5 for the fields of 16 bits.
         constexpr float kHighest = Depth::kBits == 16 ? 31.0F : 255.0F;
         const std::size_t count = taps_.count<Depth>();
         dib::runKernel<shade>(taps_.sums(), channels_.get(), scale_, kHighest, count);

@@ -6,7 +6,7 @@
 
 namespace {
 
-// The pixel itself takes no part: that is what makes this blur differ from a 3 x 3 box.
+// Without the pixel itself, unlike a 3 x 3 box.
 struct Blur {
     static DIB_ALWAYS_INLINE unsigned char channel(const dib::Cross& c) {
         return static_cast<unsigned char>((c.above + c.left + c.right + c.below) >> 2);

@@ -1,4 +1,4 @@
-// Mosaic: one row is painted per row of blocks and copied over all its rows.
+// Mosaic: for each row of blocks one row of pixels is painted and copied over the rows of these blocks.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -10,13 +10,13 @@ namespace {
 
 using dib::Raster;
 
-// Sums of columns are kept in 16 bits; this many rows of bytes fit.
+// Rows of bytes whose column sums fit 16 bits.
 constexpr int kRowsPerSum = 65535 / 255;
 
 struct Blocks {
     int side;      // no larger than the picture
-    int firstRow;  // of the row of blocks in work
-    int rows;      // of that row of blocks
+    int firstRow;  // of the current row of blocks
+    int rows;      // of the current row of blocks
 };
 
 // The colours of one row of blocks are the first pixels of the blocks.
@@ -45,8 +45,8 @@ DIB_ALWAYS_INLINE void addToColumns(const unsigned char* __restrict row, std::ui
     }
 }
 
-// Truncated as an integer division would, which costs several times as much: both numbers are below 2^42 and
-// the quotient is below 2^8, so that no rounding in double reaches the next whole number.
+// Truncates like an integer division, which takes several times as long. Both numbers are below 2^42 and the
+// quotient is below 2^8, so that rounding in double never reaches the next whole number.
 DIB_ALWAYS_INLINE std::uint32_t quotient(std::int64_t sum, std::int64_t count) {
     return static_cast<std::uint32_t>(static_cast<double>(sum) / static_cast<double>(count));
 }
@@ -143,7 +143,7 @@ bool DibEffectMozaic(DibProgressCallback callback, void* user, DibStream* image,
     Raster raster;
     if (!dib::admitImage(image, raster)) return false;
     const dib::Progress progress{callback, user};
-    // A larger block would be cut to the picture anyway.
+    // Larger blocks are cut to the picture anyway.
     const int side = std::max(1, std::min(blockSize, std::max(raster.width, raster.height)));
     return dib::withAnyDepth(raster.bitCount, [&](auto depth) {
         using Depth = decltype(depth);

@@ -1,4 +1,4 @@
-// Motion blur: samples along a line that starts at the pixel, the nearest weighing most.
+// Motion blur: the mean of samples along a line from the pixel on. Nearer samples weigh more.
 #include "effects/SinCos.h"
 #include "effects/TapRow.h"
 
@@ -30,7 +30,7 @@ public:
             dib::Channels<Depth::kChannels> channels;
             for (std::size_t c = 0; c < channels.size(); ++c) {
                 const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(sums[c])} / divisor_;
-                // Sums of long smears wrap; what is left stays within its byte, but not within five bits.
+                // Sums of long lines wrap. A byte keeps its low bits; fields of 16 bits carry into the next.
                 channels[c] = static_cast<std::uint32_t>(mean) & (Depth::kBits == 16 ? ~0U : 255U);
             }
             if constexpr (Depth::kBits == 16) {

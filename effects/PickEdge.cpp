@@ -9,9 +9,9 @@ struct Gradient {
     static DIB_ALWAYS_INLINE unsigned char channel(const dib::Cross& c) {
         const int dx = c.left - c.right;
         const int dy = c.above - c.below;
-        // At most 2 x 255^2, where the root in single precision never reaches the next whole number too early.
+        // Up to 2 x 255^2 the root in single precision never rounds up to the next whole number.
         const auto length = static_cast<int>(std::sqrt(static_cast<float>(dx * dx + dy * dy)));
-        // Lengths of 256 to 360 wrap to 0 to 104; callers tell strong corners by it.
+        // Lengths of 256 to 360 wrap to 0 to 104, which callers use to recognise strong corners.
         return static_cast<unsigned char>(length);
     }
 };

@@ -4,8 +4,7 @@
 bool DibEffectReverse(DibProgressCallback, void*, DibStream* image) {
     if (image == nullptr) return false;
     if (image->Header == nullptr) return true;
-    // The block counts, not the rows: every depth is inverted alike, and sizes that cannot exist hold
-    // nothing.
+    // The whole block is inverted, whatever the depth. Images of impossible sizes have none.
     const std::size_t imageBytes = dib::admitSize(*image->Header).imageBytes;
     if (imageBytes == 0) return true;
     if (image->Buffer == nullptr) return false;

@@ -1,4 +1,4 @@
-// Ripple and wave: displacements that swing with the distance from a point or a line.
+// Ripple and wave: shifts by the sine of the distance from a point or a line.
 #include <cmath>
 
 #include "effects/Turn.h"
@@ -7,12 +7,12 @@ namespace {
 
 constexpr float kTwoPi = 6.2831855F;
 
-// Replaces each phase in sourceX by its swing.
+// Replaces each phase in sourceX by its sine times the amplitude.
 DIB_ALWAYS_INLINE void swing(const dib::WarpRow& row, float amplitude) {
     for (int x = 0; x < row.width; ++x) row.sourceX[x] = ::sinf(row.sourceX[x]) * amplitude;
 }
 
-// Turns about a point by an angle that swings with the distance from it.
+// Turns each pixel about a point, by the sine of its distance.
 struct Ripple {
     dib::Turn turn;
     float wavelength;
@@ -26,7 +26,7 @@ struct Ripple {
     }
 };
 
-// Shifts across the direction by an amount that swings along it.
+// Shifts each pixel across the direction, by the sine of its distance along it.
 struct Wave {
     float wavelength;
     float amplitude;
@@ -34,9 +34,9 @@ struct Wave {
     float sine;
     float cosine;
 
-    // Signed distance from the line through the middle of the picture that lies across the direction:
-    // positive before that line, negative behind it. The arithmetic gives the line along the direction (side
-    // = 0) a positive distance on both sides; callers rely on the very values, so it must not be simplified.
+    // Signed distance from the line that crosses the direction in the middle of the picture: positive before
+    // that line, negative after it. On the line along the direction (side = 0) it is positive on both sides.
+    // Callers rely on these values, so the arithmetic must not be simplified.
     DIB_ALWAYS_INLINE float distance(float dx, float dy, float cosineDy, float dySquared) const {
         const float across = sine * dx - cosineDy;
         const float squared = (dx * dx + dySquared) - across * across;

@@ -3,7 +3,7 @@
 
 namespace {
 
-// Turns about the middle of the picture.
+// Turns the picture about its middle.
 struct Rotation {
     float sine;
     float cosine;

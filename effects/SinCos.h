@@ -1,5 +1,5 @@
-// Sine and cosine in single precision by one joint evaluation of the C library, so that results are the same
-// wherever in the library an angle is used.
+// Sine and cosine in single precision by the C library's joint function. All effects use it, so that an angle
+// gives the same results everywhere.
 #ifndef EFFECTS_SIN_COS_H
 #define EFFECTS_SIN_COS_H
 

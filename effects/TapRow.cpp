@@ -1,5 +1,5 @@
-// A tap needs no sampling pixel by pixel: within one binade of float all positions of a row round alike, because
-// whole columns are even multiples of the spacing of floats there. A run of the row then is a shifted, weighted row.
+// While x + dx stays in one power-of-two range its fraction is the same for every x, because whole columns
+// are multiples of the spacing of floats there. A tap over such a run is a shifted, weighted row.
 #include "effects/TapRow.h"
 
 #include "dib/Kernels.h"
@@ -8,9 +8,9 @@ namespace dib {
 
 namespace {
 
-// Runs begin here; the short binades before it are sampled pixel by pixel.
+// Positions before the first run are sampled pixel by pixel: their power-of-two ranges are short.
 constexpr float kFirstRun = 16.0F;
-// From here on the spacing of floats is no even part of a column.
+// Wider rows are sampled pixel by pixel: floats are too coarse there.
 constexpr int kWidestRow = 1 << 22;
 
 template <class Depth>
@@ -26,7 +26,7 @@ DIB_ALWAYS_INLINE void addShifted(const unsigned char* __restrict row, std::uint
     }
 }
 
-// The parts of the four pixels around a position, in 1/256 of the way.
+// The weights of the right and the lower neighbours of a position, in 256ths, and of the tap.
 struct TapMix {
     std::uint32_t right;
     std::uint32_t lower;
@@ -46,7 +46,7 @@ DIB_ALWAYS_INLINE void addMixed(const unsigned char* __restrict upper, const uns
     }
 }
 
-// Positions within the pixels: the sample is the row itself.
+// Samples exactly on the pixels.
 template <class Depth>
 DIB_ALWAYS_INLINE void addWhole(const unsigned char* __restrict row, std::uint32_t* __restrict sums,
                                 std::uint32_t weight, std::size_t count) {
@@ -60,7 +60,7 @@ void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
     const int width = source_.width;
     const auto positionOf = [dx](int x) { return static_cast<float>(x) + dx; };
     int x = 0;
-    // The first pixel whose position lies in a run; NaN and far positions never do.
+    // The first pixel whose position is in a run. NaN and far positions never are.
     const float lead = kFirstRun - dx;
     if (lead > 0.0F) x = lead < static_cast<float>(width) ? static_cast<int>(lead) : width;
     while (x < width && !(positionOf(x) >= kFirstRun)) ++x;

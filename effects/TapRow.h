@@ -1,5 +1,5 @@
-// Sums of weighted samples along a line: every pixel of a row samples the unchanged picture at the same distance from
-// itself, tap after tap.
+// Sums of weighted samples: every pixel of a row samples the unchanged picture at the same distance (a tap),
+// tap after tap.
 #ifndef EFFECTS_TAP_ROW_H
 #define EFFECTS_TAP_ROW_H
 
@@ -28,8 +28,8 @@ public:
         std::fill_n(sums_.get(), count<Depth>(), 0U);
     }
 
-    // Adds `weight` times the sample at (x + dx, y + dy) to the sums of every pixel x, channel by channel; sums wrap in
-    // 32 bits.
+    // Adds `weight` times the sample at (x + dx, y + dy) to the sums of every pixel x, channel by channel;
+    // sums wrap in 32 bits.
     template <class Depth>
     void add(float dx, float dy, std::int32_t weight);
 
@@ -41,8 +41,8 @@ public:
     }
 
 private:
-    // Calls whole(first, last, shift, weight) for runs of pixels whose positions are pixel x + shift and the same 1/256
-    // parts of a pixel behind it, with a pixel behind each; each(first, last) for all others.
+    // Calls whole(first, last, shift, weight) for runs of pixels whose samples lie between the pixels x +
+    // shift and x + shift + 1, `weight` 256ths on the way, and each(first, last) for all other pixels.
     template <class Whole, class Each>
     void splitRow(float dx, const Whole& whole, const Each& each) const;
 

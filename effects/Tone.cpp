@@ -59,8 +59,8 @@ ToneTable gammaTable(int low, int high, float gamma) {
     const int levels = wrappedDifference(high, wrappedDifference(low, 1));
     const double exponent = 1.0 / static_cast<double>(gamma);
     return toneTable([=](int value) -> unsigned char {
-        // The limits are compared with the value less `low` once more: black is at 2 low, white at high + low.
-        // Curves have been stored with limits that count on it.
+        // The limits are compared with the value less `low` once more: black is at 2 low, white at high +
+        // low. Curves have been stored with limits that count on it.
         const int d = wrappedDifference(value, low);
         if (d >= high) return 255;
         if (d <= low) return 0;

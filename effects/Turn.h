@@ -1,4 +1,4 @@
-// What the effects share that turn each pixel about a given point by an angle of its own.
+// For effects that turn each pixel about a point, by an angle that depends on its distance.
 #ifndef EFFECTS_TURN_H
 #define EFFECTS_TURN_H
 
@@ -13,8 +13,7 @@ struct Turn {
     float centerX;
     float centerY;
 
-    // Calls `angleOf(radius)` for the distance of each pixel from the centre and keeps the results in
-    // sourceX.
+    // Stores `angleOf(distance from the centre)` of each pixel in sourceX.
     template <class AngleOf>
     DIB_ALWAYS_INLINE void angles(const WarpRow& row, const AngleOf& angleOf) const {
         const float dy = static_cast<float>(row.y) - centerY;
@@ -25,7 +24,7 @@ struct Turn {
         }
     }
 
-    // Replaces the angles in sourceX by the positions turned by them.
+    // Replaces the angles in sourceX by the turned positions.
     DIB_ALWAYS_INLINE void positions(const WarpRow& row) const {
         for (int x = 0; x < row.width; ++x) {
             const SinCos turn = sinCos(row.sourceX[x]);

@@ -1,5 +1,5 @@
-// Sampling a row of positions gives the colours that dib::sample gives one by one, in passes over short blocks:
-// the first resolves the edges, the next find pixels and weights, both vectorised; the last reads the pixels.
+// Samples a row of positions, with the results of dib::sample, in passes over short blocks: one resolves the
+// edges, one finds pixels and weights, one reads and mixes the pixels. All but the last vectorise.
 #include "effects/WarpFrame.h"
 
 #include <algorithm>
@@ -57,14 +57,13 @@ DIB_ALWAYS_INLINE void sampleNearest(const SampleSource& source, unsigned int fl
     }
 }
 
-// How far a position lies towards the pixel behind `index`. A position on the last pixel, which clamping
-// leaves without a pixel behind it, counts as the whole way from the pixel before: that mixes to the same
-// colour.
+// How far a position is on the way from pixel `index` to the next one. The last pixel has no next one when
+// clamped; it counts as the full way from the pixel before, which mixes to the same colour.
 DIB_ALWAYS_INLINE MixWeight weightAfter(float position, int index) {
     return mixWeight(static_cast<int>((position - static_cast<float>(index)) * 256.0F));
 }
 
-// Three bytes are stored as four while another pixel follows to replace the fourth.
+// Three bytes are stored as four; the next pixel overwrites the fourth.
 template <class Depth>
 DIB_ALWAYS_INLINE void storeColors(unsigned char* out, int first, const std::uint32_t* colors, int count) {
     const int overlapping = Depth::kBits == 24 ? count - 1 : 0;
@@ -83,7 +82,7 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
     const int lastColumn = source.width - 1;
     const int lastLine = source.height - 1;
     const int rowStep = static_cast<int>(source.rowStep);
-    // The upper of the two rows that lie at the end of the pixel block.
+    // The upper of the last two rows of the pixel block.
     const int endLine = rowStep < 0 ? 0 : lastLine - 1;
 
     float x[kBlock];
@@ -108,7 +107,7 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
         } else {
             mixRun<kBits, true>(source.top, rowStep, taps, count, color);
         }
-        // Partners on the opposite side of the picture are left to the sampler.
+        // The sampler mixes pixels with those on the opposite side of the picture.
         if (wrapX || wrapY) {
             for (int i = 0; i < count; ++i) {
                 const bool across = (wrapX && x[i] >= static_cast<float>(lastColumn)) ||
@@ -116,7 +115,7 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
                 if (across) color[i] = sample<kBits>(source, x[i], y[i], flags);
             }
         }
-        // The sampler's red in the place of alpha.
+        // Red replaces alpha at the clamped right edge, as the sampler has it.
         if (kBits == 32 && !wrapX) {
             for (int i = 0; i < count; ++i) {
                 const bool atRight = x[i] >= static_cast<float>(lastColumn);

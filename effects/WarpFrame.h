@@ -1,5 +1,5 @@
-// The frame of the effects that move pixels: for every pixel the effect's rule says from which position of
-// the unchanged picture it is taken; the frame samples there and stores the colour.
+// The frame of the effects that move pixels. The effect's rule gives for every pixel its position in the
+// unchanged picture; the frame samples there and stores the colour.
 //
 //     struct Shift {
 //         float distance;
@@ -19,9 +19,8 @@
 
 namespace dib {
 
-// One row of the picture, and where a rule puts the positions of its pixels. The rules work in float in the
-// order that they are written; only calls of the C library stand in loops of their own, so that all else
-// vectorises.
+// One row of the picture, and where a rule stores the positions of its pixels. Rules compute in float, in the
+// order that they are written. They call the C library in separate loops, so that everything else vectorises.
 struct WarpRow {
     int width;
     int height;

@@ -2,7 +2,7 @@
 
 namespace {
 
-// Turns about a point, the more the farther away.
+// Turns each pixel about a point, by an angle in proportion to its distance.
 struct Whirl {
     dib::Turn turn;
     float twist;
