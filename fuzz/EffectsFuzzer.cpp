@@ -1,5 +1,5 @@
-// Random effect, picture and parameters: at every kernel level the result and every byte of the picture must
-// be those of the plain loops. A new effect joins by a row of the table.
+// A random effect with random parameters on a random picture: at every kernel level the result and every byte
+// of the picture must equal those of the plain loops. A new effect is a row of the table.
 #include <DibEffect.h>
 
 #include <cmath>
@@ -31,7 +31,7 @@ struct EffectCase {
     bool (*reference)(DibStream&, const Parameters&);
 };
 
-// A length whose plain loops end soon.
+// A length short enough for the plain loops.
 int shortOf(const Parameters& p) { return p.whole % 32; }
 
 // The plain loops go over the square around each pixel, or sort it, so large squares go with small pictures:
@@ -44,13 +44,13 @@ int boxRadiusOf(const DibStream& image, const Parameters& p) { return p.whole % 
 float gaussianRadiusOf(const DibStream& image, const Parameters& p) {
     return std::fmod(p.real[0], static_cast<float>(radiusLimitOf(image)));
 }
-// Both ways of finding the middle, which change at radius 8, with their edges.
+// Radii around 8, where the median changes its algorithm.
 int rankRadiusOf(const Parameters& p) { return 1 + std::abs(shortOf(p)) % 9; }
 int middleRadiusOf(const DibStream& image, const Parameters& p) {
     return pixelsOf(image) <= 256 ? rankRadiusOf(p) : 1 + std::abs(shortOf(p)) % 2;
 }
 
-// A picture of any depth and row order that the parameters tell.
+// A picture of any depth and row order, derived from the parameters.
 std::unique_ptr<DibStream> secondImage(const Parameters& p) {
     constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
     const auto bits = static_cast<std::uint32_t>(p.whole);
@@ -192,7 +192,7 @@ const EffectCase kEffects[] = {
      }},
 };
 
-// Mostly numbers of the size of pictures and angles, sometimes any bit pattern.
+// Mostly numbers in the range of pictures and angles, sometimes any bit pattern.
 Parameters parametersFrom(fuzz::Input& input) {
     Parameters parameters{};
     for (float& real : parameters.real) {

@@ -66,7 +66,7 @@ void randomImage(Input& input, DibStream& image, int maxSide) {
     const int height = 1 + input.below(maxSide);
     require(image.Create(width, input.below(2) == 0 ? height : -height, depth), "a small image can be made");
     image.SetMonoPalette();
-    // A short input repeats as a cheap pattern, so that pictures are not mostly black.
+    // A cheap pattern where the input is too short, so that pictures are not mostly black.
     std::uint32_t state = input.word();
     const std::size_t bytes = dib::admitSize(*image.Header).imageBytes;
     for (std::size_t i = 0; i < bytes; ++i) {

@@ -1,4 +1,4 @@
-// What every fuzz target shares: reading decisions from the input, and files that live in memory.
+// What fuzz targets share: decisions read from the input, and files in memory.
 #ifndef FUZZ_FUZZ_SUPPORT_H
 #define FUZZ_FUZZ_SUPPORT_H
 
@@ -36,7 +36,7 @@ private:
 // Calls `read` with the bytes as an open file.
 void withFile(const std::uint8_t* data, std::size_t size, const std::function<void(std::FILE*)>& read);
 
-// Calls `use` with the path of a file in memory that holds the bytes, for what takes nothing but paths.
+// Calls `use` with the path of a file in memory that holds the bytes, for functions that take paths only.
 void withPath(const std::uint8_t* data, std::size_t size, const std::function<void(const char*)>& use);
 
 // Stops the process with a message when a promise is broken.
@@ -45,8 +45,8 @@ void require(bool kept, const char* promise);
 // An image of at most maxSide x maxSide in any depth and row order, filled from the input.
 void randomImage(Input& input, DibStream& image, int maxSide);
 
-// Lends the image a header of its own whose table is exactly as long as it announces, mostly shorter or longer than the
-// depth addresses. The block must outlive the loan.
+// Gives the image a borrowed header whose table has exactly the announced length, mostly not the one that the
+// depth addresses. The block must outlive the image's use of it.
 dib::MallocPtr<unsigned char> lendHeader(Input& input, DibStream& image);
 
 // Every byte of a loaded image can be read, and its blocks fit its header.

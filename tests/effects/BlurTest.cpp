@@ -27,7 +27,7 @@ testing_support::EffectRun blurBy(int radius, unsigned int flags) {
     };
 }
 
-// What becomes of a row of 8-bit pixels.
+// A row of 8-bit pixels after the blur.
 std::vector<std::uint32_t> blurred(const std::vector<std::uint32_t>& row, int radius, unsigned int flags,
                                    int depth = 8) {
     const int width = static_cast<int>(row.size());
@@ -97,7 +97,7 @@ TEST(Blur, ClampedEdgesCountAsOftenAsTheSquareOverhangs) {
     EXPECT_EQ(blurred({90, 0, 0, 30}, 1, 1), (std::vector<std::uint32_t>{40, 30, 10, 40}));
     // Of 21 columns, 10, 9, 8 and 7 lie on the left of the picture and are its first.
     EXPECT_EQ(blurred({210, 0, 0, 0}, 10, 0), (std::vector<std::uint32_t>{110, 100, 90, 80}));
-    // 21 columns are seven whole pictures.
+    // 21 columns cover the picture exactly seven times.
     EXPECT_EQ(blurred({30, 60, 99}, 10, 3), (std::vector<std::uint32_t>{63, 63, 63}));
 }
 

@@ -1,4 +1,4 @@
-// Images blended in from files.
+// Compose with an image file.
 #include <DibCodec.h>
 #include <DibEffect.h>
 #include <gtest/gtest.h>
@@ -47,7 +47,8 @@ protected:
         return at(name);
     }
 
-    // What the file makes of a black pixel at 24 bits; all ones when it is refused, which must change nothing.
+    // A black pixel at 24 bits after the file was blended in. All ones if the file was refused, which must
+    // change nothing.
     static std::uint32_t over(const std::string& path, float opacity = 1, unsigned int mode = kStretch) {
         const DibPtr image = blankImage(1, 1, 24);
         if (DibEffectCompose(nullptr, nullptr, image.get(), path.c_str(), opacity, mode)) {
@@ -58,7 +59,7 @@ protected:
     }
 
 private:
-    // Tests of one program may run side by side.
+    // Tests of one program may run at the same time.
     const std::string folder_ = testing_support::temporaryPath("compose-") +
                                 ::testing::UnitTest::GetInstance()->current_test_info()->name();
 };
@@ -82,7 +83,7 @@ TEST_F(ComposeFile, EachExtensionHasItsReader) {
     ASSERT_TRUE(SavePNG(at("a.png").c_str(), picture.get(), nullptr, nullptr));
     EXPECT_EQ(over(at("a.png")), 0x314A63U);
 
-    // One grey survives the compression as it is.
+    // Compression does not change a single grey.
     const DibPtr grey = plainImage(8, 8, 24, 0x808080);
     ASSERT_TRUE(SaveJPEG(at("a.jpg").c_str(), grey.get(), nullptr, nullptr));
     EXPECT_EQ(over(at("a.jpg")), 0x7F7F7FU);
@@ -112,7 +113,7 @@ TEST_F(ComposeFile, TheExtensionAloneTellsTheFormat) {
 }
 
 TEST_F(ComposeFile, FilesOfOtherExtensionsAreNotOpened) {
-    // To open a pipe that nobody writes to would wait for ever.
+    // Opening a pipe without a writer would block.
     ASSERT_EQ(mkfifo(at("pipe.jpeg").c_str(), 0600), 0);
     EXPECT_EQ(over(at("pipe.jpeg")), kRefused);
 }
@@ -143,7 +144,7 @@ TEST_F(ComposeFile, FailedLoads) {
         write("short.ppm", "P6\n2 2\n255\nabc");
         EXPECT_EQ(over(at("short.ppm"), 1, mode), kRefused);
     }
-    EXPECT_EQ(over(bmp("a.bmp"), 1, 2), 0U);  // another mode blends nothing and is no failure
+    EXPECT_EQ(over(bmp("a.bmp"), 1, 2), 0U);  // other modes blend nothing and succeed
 }
 
 TEST_F(ComposeFile, FilesOfEveryDepthAreTaken) {
@@ -216,7 +217,7 @@ TEST_F(ComposeFile, TheRecordChoosesTheOverload) {
     EXPECT_EQ(blend({77, nullptr, white.get(), 0.5F, kTile}), 0x7F7F7FU);
     EXPECT_EQ(blend({77, nullptr, white.get(), 0.5F, 2}), 0U);
     EXPECT_EQ(blend({77, nullptr, nullptr, 1, kTile}), kRefused);
-    // A path wins over an image, also when it leads nowhere.
+    // A path takes precedence over an image, even if there is no such file.
     EXPECT_EQ(blend({77, path.c_str(), white.get(), 1, kStretch}), 0x314A63U);
     EXPECT_EQ(blend({77, path.c_str(), nullptr, 0.5F, kStretch}), 0x192532U);
     EXPECT_EQ(blend({77, "", white.get(), 1, kStretch}), kRefused);

@@ -30,7 +30,7 @@ bool compose(DibStream* image, DibStream* second, float opacity, unsigned int mo
     return DibEffectCompose(nullptr, nullptr, image, second, opacity, mode);
 }
 
-// What a byte of the first image becomes when `other` is blended in.
+// A byte of the first image after `other` was blended in.
 std::uint32_t blended(std::uint32_t old, std::uint32_t other, float opacity) {
     const DibPtr image = plainImage(1, 1, 8, old);
     const DibPtr second = plainImage(1, 1, 8, other);
@@ -210,7 +210,7 @@ TEST(Compose, AnotherDepthIsConvertedFirst) {
 TEST(Compose, IndicesAreBlendedAsNumbers) {
     const DibPtr first = plainImage(1, 1, 8, 10);
     const DibPtr second = plainImage(1, 1, 8, 200);
-    // Palettes that have nothing to do with the indices stay out of it.
+    // Colour tables play no part, even if they do not match the indices.
     std::memset(reinterpret_cast<unsigned char*>(second->Header) + 40, 0, 1024);
     const auto header = testing_support::headerBytes(*first);
     EXPECT_TRUE(compose(first.get(), second.get(), 0.5F, kStretch));
@@ -299,7 +299,7 @@ TEST(Compose, OtherModesBlendNothing) {
             }
             EXPECT_TRUE(sameImage(*image, *before));
         }
-        // The depth of the first image comes first.
+        // The depth of the first image is checked first.
         const DibPtr refused = randomImage(4, 4, 16, 1);
         EXPECT_FALSE(compose(refused.get(), second.get(), 0.5F, mode));
         EXPECT_FALSE(compose(&empty, second.get(), 0.5F, mode));

@@ -1,4 +1,4 @@
-// What both tests of compositions name.
+// Shared by the tests of compose.
 #ifndef TESTS_EFFECTS_COMPOSE_TEST_SUPPORT_H
 #define TESTS_EFFECTS_COMPOSE_TEST_SUPPORT_H
 

@@ -43,7 +43,7 @@ TEST(GaussianBlur, EqualsThePlainLoops) {
     }
 }
 
-// One of the two algorithms, whichever the effect would choose.
+// Runs one of the two algorithms, even if the effect chose the other.
 template <class Algorithm>
 bool blurBy(DibStream& image, float radius, unsigned int flags) {
     dib::GaussianKernel kernel;
@@ -51,7 +51,7 @@ bool blurBy(DibStream& image, float radius, unsigned int flags) {
                                        {nullptr, nullptr}, &image, Algorithm(kernel, flags));
 }
 
-// Radii at which either algorithm is chosen, windows larger than the image among them.
+// Radii for which either algorithm is chosen. Some windows are larger than the image.
 TEST(GaussianBlur, BothAlgorithmsEqualThePlainLoops) {
     for (const float radius : {1.0F, 2.5F, 21.5F, 48.0F, 70.0F, 90.25F, 255.0F}) {
         for (unsigned flags = 0; flags < 4; ++flags) {
@@ -82,7 +82,7 @@ TEST(GaussianBlur, BothAlgorithmsEqualThePlainLoops) {
     dib::limitKernelLevel(dib::bestKernelLevel());
 }
 
-// The half-sizes that the comment at the top of GaussianBlur.cpp names.
+// The half-sizes in the table at the top of GaussianBlur.cpp.
 TEST(GaussianBlur, WideKernelsAreSummedByBoxes) {
     for (int half = 1; half <= 255; ++half) {
         dib::GaussianKernel kernel;
@@ -149,7 +149,7 @@ TEST(GaussianBlur, TheSpreadIsTheRadiusItself) {
     EXPECT_EQ(soft.weight(1, 1), 743U);
 }
 
-// One block, and more than are worked on side by side; the largest samples and weights that halves hold.
+// One block, and more blocks than are processed together, with the largest samples and weights that fit.
 TEST(GaussianByProducts, WeighsPairsExactlyAtEveryLevel) {
     constexpr std::size_t kStride = 7 * dib::kGaussianBlock;
     constexpr std::size_t kPairs = 3;

@@ -56,7 +56,7 @@ TEST(MotionBlur, EqualsThePlainLoops) {
     }
 }
 
-// Positions round differently in every binade of float, so a wide row has seams.
+// Positions round differently in every power-of-two range of floats, so a wide row has seams.
 TEST(MotionBlur, WideRowsAtManyAngles) {
     Random random(11);
     for (int round = 0; round < 24; ++round) {
@@ -118,7 +118,7 @@ TEST(MotionBlur, LengthsThatDoNothing) {
 
 TEST(MotionBlur, UniformImagesStayAndBit15Goes) {
     for (const int depth : kSampled) {
-        // The right edge of 32 bits samples red in the place of alpha, so they are equal here.
+        // At the right edge of 32 bits the sampler replaces alpha by red, so they are equal here.
         const std::uint32_t value = depth == 32 ? 0x20201008 : 0x1234;
         const DibPtr image = blankImage(9, 5, depth);
         fillImage(*image, depth == 16 ? value | 0x8000 : value);
@@ -195,7 +195,8 @@ TEST(Emboss, UniformImagesBecomeMiddleGrey) {
     }
 }
 
-// The sampler's red in the place of alpha shows wherever the sample ahead falls on the last column.
+// Alpha differs wherever the sample ahead is in the last column, because the sampler replaces it by red
+// there.
 TEST(Emboss, UniformAlphaUnlikeRedShowsTheRightEdge) {
     for (const int height : {4, -4}) {
         for (const unsigned flags : {0U, 1U, 2U, 3U}) {

@@ -155,18 +155,8 @@ TEST(Mosaic, FailingAllocations) {
     EXPECT_GT(testing_support::expectSurvivesFailingAllocations(mosaicOf(3), kAll), 6);
 }
 
-TEST(Mosaic, RecordOverloadPassesTheBlockSizeOn) {
-    const DibPtr image = randomImage(9, 9, 24, 5);
-    const DibPtr expected(image->Clone());
-    EXPECT_TRUE(DibEffectMozaic(nullptr, nullptr, expected.get(), 3));
-    DEMozaicInfo info{0x87654321, 3};
-    ProgressLog log;
-    EXPECT_TRUE(DibEffectMozaic(ProgressLog::callback, &log, image.get(), &info));
-    EXPECT_TRUE(testing_support::sameImage(*image, *expected));
-    EXPECT_EQ(log.fractions.size(), 3U);
-    EXPECT_EQ(info.tag, 0x87654321U);
-    info.blockSize = 0;
-    EXPECT_FALSE(DibEffectMozaic(nullptr, nullptr, image.get(), &info));
+TEST(Mosaic, RecordOverload) {
+    testing_support::expectRecordOverload(mosaicOf(3), DibEffectMozaic, DEMozaicInfo{0, 3});
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ const std::vector<int> kDiffuseDepths{8, 16, 24, 32};
 constexpr unsigned kSeed = 7;
 constexpr DibBGRA kColor{10, 200, 90, 5};
 
-// Effect and reference draw from the same start.
+// Seeds rand() for the effect and for the reference.
 testing_support::EffectRun seeded(const testing_support::EffectRun& run) {
     return [=](DibProgressCallback callback, void* user, DibStream* image) {
         std::srand(kSeed);
@@ -229,7 +229,7 @@ TEST(Diffuse, OnePixelStillDrawsTwice) {
     EXPECT_EQ(next, drawAfter(2));
 }
 
-// Every pixel of the source has a value of its own, so the place it came from can be read off the result.
+// Every pixel of the source has its own value, so the result shows where each pixel came from.
 TEST(Diffuse, EveryPixelIsAWholeOneOfItsNeighbourhood) {
     for (const int depth : kDiffuseDepths) {
         for (const int height : {9, -9}) {

@@ -1,5 +1,5 @@
-// The records are handed over as memory by callers built elsewhere: their layout is checked field by field
-// when this file is compiled.
+// Callers built by other compilers pass the records as memory, so compiling this file checks the layout field
+// by field.
 #include <DibEffect.h>
 
 #include <cstddef>

@@ -82,7 +82,7 @@ TEST(Wave, FailingAllocations) {
     EXPECT_EQ(testing_support::expectSurvivesFailingAllocations(WaveOf{5, 2, 0, 1, 3}, kAll), 6 * 5);
 }
 
-// Zero wavelength is judged before zero amplitude.
+// Wavelength 0 is checked before amplitude 0.
 template <class Effect>
 void expectZeroes(Effect zeroWavelength, Effect zeroAmplitude, Effect both) {
     ProgressLog log;
@@ -189,31 +189,12 @@ TEST(Wave, FlagsBringPixelsFromTheOppositeSide) {
 }
 
 TEST(Ripple, RecordOverload) {
-    const DibPtr image = randomImage(9, 8, 24, 5);
-    const DibPtr expected(image->Clone());
-    EXPECT_TRUE(DibEffectRipple(nullptr, nullptr, expected.get(), 1, 2, 3, 4, 5, 1));
-    DERippleInfo info{0xFFFFFFFF, 1, 2, 3, 4, 5, 1};
-    ProgressLog log;
-    EXPECT_TRUE(DibEffectRipple(ProgressLog::callback, &log, image.get(), &info));
-    EXPECT_TRUE(testing_support::sameImage(*image, *expected));
-    EXPECT_EQ(log.fractions.size(), 8U);
-    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
-    info.wavelength = 0;
-    EXPECT_FALSE(DibEffectRipple(nullptr, nullptr, image.get(), &info));
+    testing_support::expectRecordOverload(RippleOf{1, 2, 3, 4, 5, 1}, DibEffectRipple,
+                                          DERippleInfo{0, 1, 2, 3, 4, 5, 1});
 }
 
 TEST(Wave, RecordOverload) {
-    const DibPtr image = randomImage(9, 8, 24, 5);
-    const DibPtr expected(image->Clone());
-    EXPECT_TRUE(DibEffectWave(nullptr, nullptr, expected.get(), 3, 4, 5, 6, 2));
-    DEWaveInfo info{0xFFFFFFFF, 3, 4, 5, 6, 2};
-    ProgressLog log;
-    EXPECT_TRUE(DibEffectWave(ProgressLog::callback, &log, image.get(), &info));
-    EXPECT_TRUE(testing_support::sameImage(*image, *expected));
-    EXPECT_EQ(log.fractions.size(), 8U);
-    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
-    info.wavelength = 0;
-    EXPECT_FALSE(DibEffectWave(nullptr, nullptr, image.get(), &info));
+    testing_support::expectRecordOverload(WaveOf{3, 4, 5, 6, 2}, DibEffectWave, DEWaveInfo{0, 3, 4, 5, 6, 2});
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ TEST(Rotate, HalfTurn) {
             for (int x = 0; x < 7; ++x) {
                 const std::uint32_t turned = pixelValue(*image, x, y);
                 const std::uint32_t expected = pixelValue(*before, 6 - x, 5 - y);
-                // The computed position may fall short of the pixel by less than a weight of 1 in 256.
+                // The computed position may be less than 1/256 short of the pixel.
                 for (int shift = 0; shift < 24; shift += 8) {
                     EXPECT_NEAR(turned >> shift & 255, expected >> shift & 255, 2) << x << ", " << y;
                 }
@@ -90,7 +90,7 @@ TEST(Rotate, PositiveAnglesTurnCounterClockwise) {
 TEST(Rotate, OnePixelStaysItself) {
     for (const int depth : kAll) {
         const DibPtr image = blankImage(1, 1, depth);
-        // Alpha like red, which takes its place at a clamped edge.
+        // Alpha equals red, which replaces it at a clamped edge.
         setPixelValue(*image, 0, 0,
                       depth == 1 ? 1U : 0x0A0A0905U & static_cast<std::uint32_t>((1ULL << depth) - 1));
         const std::uint32_t value = pixelValue(*image, 0, 0);
@@ -142,17 +142,7 @@ TEST(Rotate, RedTakesThePlaceOfAlphaAtTheClampedRightEdge) {
 }
 
 TEST(Rotate, RecordOverload) {
-    const DibPtr image = randomImage(9, 8, 24, 5);
-    const DibPtr expected(image->Clone());
-    EXPECT_TRUE(DibEffectRotate(nullptr, nullptr, expected.get(), 0.7F, 2));
-    DERotateInfo info{0xFFFFFFFF, 0.7F, 2};
-    ProgressLog log;
-    EXPECT_TRUE(DibEffectRotate(ProgressLog::callback, &log, image.get(), &info));
-    EXPECT_TRUE(testing_support::sameImage(*image, *expected));
-    EXPECT_EQ(log.fractions.size(), 8U);
-    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
-    image->BufferFree();
-    EXPECT_FALSE(DibEffectRotate(nullptr, nullptr, image.get(), &info));
+    testing_support::expectRecordOverload(rotateBy(0.7F, 2), DibEffectRotate, DERotateInfo{0, 0.7F, 2});
 }
 
 }  // namespace

@@ -108,7 +108,7 @@ TEST(Tone, OnlyTheColorTableOfIndexedImagesChanges) {
     EXPECT_EQ(testing_support::headerBytes(*image)[40 + 7], reserved);
 }
 
-// Replaces the header by a block of the test's own with this many table entries, whose bytes are all 10.
+// Replaces the header by a borrowed block with this many table entries, whose bytes are all 10.
 std::vector<std::uint32_t> lendTable(DibStream& image, std::size_t entries) {
     std::vector<std::uint32_t> block(10 + entries, 0x0A0A0A0A);
     std::memcpy(block.data(), image.Header, 40);
@@ -311,7 +311,7 @@ TEST(Tone, TablesOfRisingLinesAreMappedAsLines) {
             EXPECT_TRUE(line.fit(lineTable(slope, offset).data())) << slope << " " << offset;
         }
     }
-    // One more here and there still is a line, two are not; nor is a falling one.
+    // Entries one above the line are allowed, entries two above it and falling lines are not.
     auto table = lineTable(1.3, -12);
     table[100] = 119;
     EXPECT_TRUE(line.fit(table.data()));

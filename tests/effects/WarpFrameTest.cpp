@@ -1,4 +1,4 @@
-// The passes that sample a row against the samplers one by one.
+// Rows sampled in passes must equal rows sampled pixel by pixel.
 #include "effects/WarpFrame.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ struct Positions {
     }
 };
 
-// Positions inside, on whole pixels, about the edges, far away and nowhere.
+// Positions inside, on whole pixels, near the edges, far away, infinite and NaN.
 Positions positionsFor(int width, int height) {
     Positions positions;
     Random random(11);
@@ -113,7 +113,7 @@ void expectSameMix() {
     unsigned char pixels[256];
     dib::MixTaps taps;
     for (int round = 0; round < 500; ++round) {
-        // Extremes are frequent: they are where 16-bit sums would overflow.
+        // Extremes are frequent, because 16-bit sums would overflow there.
         for (unsigned char& byte : pixels) {
             byte = random.below(3) == 0 ? 255 : static_cast<unsigned char>(random.next());
         }

@@ -106,17 +106,8 @@ TEST(Whirl, BeyondTheBorderClampsOrWraps) {
 }
 
 TEST(Whirl, RecordOverload) {
-    const DibPtr image = randomImage(9, 8, 24, 5);
-    const DibPtr expected(image->Clone());
-    EXPECT_TRUE(DibEffectWhirl(nullptr, nullptr, expected.get(), 1, 2, 0.3F, 1));
-    DEWhirlInfo info{0xFFFFFFFF, 1, 2, 0.3F, 1};
-    ProgressLog log;
-    EXPECT_TRUE(DibEffectWhirl(ProgressLog::callback, &log, image.get(), &info));
-    EXPECT_TRUE(testing_support::sameImage(*image, *expected));
-    EXPECT_EQ(log.fractions.size(), 8U);
-    EXPECT_EQ(info.tag, 0xFFFFFFFFU);
-    image->BufferFree();
-    EXPECT_FALSE(DibEffectWhirl(nullptr, nullptr, image.get(), &info));
+    testing_support::expectRecordOverload(WhirlOf{1, 2, 0.3F, 1}, DibEffectWhirl,
+                                          DEWhirlInfo{0, 1, 2, 0.3F, 1});
 }
 
 }  // namespace

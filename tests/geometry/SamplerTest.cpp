@@ -12,6 +12,7 @@
 
 namespace {
 
+using reference::colorAt;
 using testing_support::blankImage;
 using testing_support::DibPtr;
 using testing_support::kDepths;
@@ -22,17 +23,6 @@ using testing_support::setPixelValue;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-
-std::uint32_t colorAt(DibStream& image, float x, float y, unsigned int flags) {
-    switch (image.Header->biBitCount) {
-        case 1: return DibGetColor1(&image, x, y, flags);
-        case 4: return DibGetColor4(&image, x, y, flags);
-        case 8: return DibGetColor8(&image, x, y, flags);
-        case 16: return DibGetColor16(&image, x, y, flags);
-        case 24: return DibGetColor24(&image, x, y, flags);
-        default: return DibGetColor32(&image, x, y, flags);
-    }
-}
 
 template <int Bits>
 std::uint32_t inlinedColorAt(const dib::SampleSource& source, float x, float y, unsigned int flags) {

@@ -11,14 +11,7 @@ namespace reference {
 
 namespace {
 
-int loop(int v, int size, bool wrap) {
-    if (!wrap) return v < 0 ? 0 : v >= size ? size - 1 : v;
-    if (v >= size) return v % size;
-    if (v < 0) return -v % size == 0 ? 0 : size - -v % size;
-    return v;
-}
-
-// An unchanged copy, read by channel at positions beyond the edges.
+// An unchanged copy, read by channel at any position.
 struct Source {
     std::unique_ptr<DibStream> copy;
     int width;
@@ -36,7 +29,7 @@ struct Source {
     int channels() const { return bits == 8 ? 1 : bits == 32 ? 4 : 3; }
     std::uint32_t channel(int x, int y, int c) const {
         const std::uint32_t value =
-            pixelAt(*copy, loop(x, width, (flags & 1U) != 0), loop(y, height, (flags & 2U) != 0));
+            pixelAt(*copy, edgePixel(x, width, (flags & 1U) != 0), edgePixel(y, height, (flags & 2U) != 0));
         return bits == 16 ? (value >> (5 * c)) & 31U : (value >> (8 * c)) & 255U;
     }
 };
@@ -57,10 +50,7 @@ void change(DibStream& image, unsigned int flags, const Rule& rule) {
     }
 }
 
-bool isByteDepth(const DibStream& image) {
-    const int bits = image.Header->biBitCount;
-    return bits == 8 || bits == 24 || bits == 32;
-}
+bool isByteDepth(const DibStream& image) { return hasDepth(image, {8, 24, 32}); }
 
 }  // namespace
 

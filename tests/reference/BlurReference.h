@@ -1,4 +1,4 @@
-// The blurs and the light sharpening as plain nested loops, every neighbour looked up by itself.
+// The blurs and the light sharpening as plain nested loops that look up every neighbour.
 #ifndef TESTS_REFERENCE_BLUR_REFERENCE_H
 #define TESTS_REFERENCE_BLUR_REFERENCE_H
 

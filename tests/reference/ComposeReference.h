@@ -1,4 +1,4 @@
-// Compose as plain loops; as in EffectReference.h.
+// Compose as plain loops, by the rules of EffectReference.h.
 #ifndef TESTS_REFERENCE_COMPOSE_REFERENCE_H
 #define TESTS_REFERENCE_COMPOSE_REFERENCE_H
 
@@ -6,7 +6,7 @@
 
 namespace reference {
 
-// The second image is converted and resized by the library itself, which other references judge.
+// The second image is converted and resized by the library itself, whose own tests check the result.
 bool compose(DibStream& image, DibStream& second, float opacity, unsigned int mode);
 
 }  // namespace reference

@@ -13,12 +13,7 @@ namespace reference {
 
 namespace {
 
-int widthOf(const DibStream& image) { return image.Header->biWidth; }
-int heightOf(const DibStream& image) { return std::abs(image.Header->biHeight); }
-
-bool isEffectDepth(int bits) {
-    return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
+bool hasEffectDepth(const DibStream& image) { return hasDepth(image, {1, 4, 8, 16, 24, 32}); }
 
 struct Point {
     float x;
@@ -29,7 +24,7 @@ struct Point {
 template <class PositionOf>
 bool warp(DibStream& image, unsigned int flags, const PositionOf& positionOf) {
     const int bits = image.Header->biBitCount;
-    if (!isEffectDepth(bits)) return false;
+    if (!hasEffectDepth(image)) return false;
     const std::unique_ptr<DibStream> copy(image.Clone());
     for (int y = 0; y < heightOf(image); ++y) {
         if (bits < 8) std::memset(image.ScanLine(y), 0, image.GetPitch());
@@ -64,6 +59,19 @@ void setPixel(DibStream& image, int x, int y, std::uint32_t value) {
     for (int byte = 0; byte < bits / 8; ++byte) at[byte] = static_cast<unsigned char>(value >> (8 * byte));
 }
 
+int widthOf(const DibStream& image) { return image.Header->biWidth; }
+int heightOf(const DibStream& image) { return std::abs(image.Header->biHeight); }
+
+bool hasDepth(const DibStream& image, std::initializer_list<int> depths) {
+    return std::find(depths.begin(), depths.end(), image.Header->biBitCount) != depths.end();
+}
+
+int edgePixel(std::int64_t v, int size, bool wrap) {
+    if (!wrap) return static_cast<int>(v < 0 ? 0 : v >= size ? size - 1 : v);
+    if (v >= 0) return static_cast<int>(v % size);
+    return static_cast<int>(-v % size == 0 ? 0 : size - -v % size);
+}
+
 bool reverse(DibStream& image) {
     const std::int64_t bytes = std::int64_t{image.GetPitch()} * heightOf(image);
     for (std::int64_t i = 0; i < bytes; ++i) image.Buffer[i] = static_cast<unsigned char>(~image.Buffer[i]);
@@ -76,7 +84,7 @@ bool mosaic(DibStream& image, int blockSize) {
     const int width = widthOf(image);
     const int height = heightOf(image);
     const int bits = image.Header->biBitCount;
-    if (!isEffectDepth(bits)) return false;
+    if (!hasEffectDepth(image)) return false;
     const std::int64_t n = blockSize;
     for (std::int64_t by = 0; by < height; by += n) {
         for (std::int64_t bx = 0; bx < width; bx += n) {

@@ -19,22 +19,13 @@ int field(int bits, std::uint32_t value, int c) {
 std::uint32_t fieldAt(int bits, std::uint32_t value, int c) { return value << (bits == 16 ? 5 * c : 8 * c); }
 int fieldsOf(int bits) { return bits == 8 ? 1 : bits == 32 ? 4 : 3; }
 
-bool isOneOf(int bits, std::initializer_list<int> depths) {
-    for (const int depth : depths) {
-        if (bits == depth) return true;
-    }
-    return false;
-}
-
-int rowsOf(const DibStream& image) { return std::abs(image.Header->biHeight); }
-
 }  // namespace
 
 bool motionBlur(DibStream& image, int length, float angle, unsigned int flags) {
     if (length < 1) return false;
     if (length == 1) return true;
     const int bits = image.Header->biBitCount;
-    if (!isOneOf(bits, {8, 16, 24, 32})) return false;
+    if (!hasDepth(image, {8, 16, 24, 32})) return false;
     float s = 0;
     float c = 0;
     ::sincosf(angle, &s, &c);
@@ -42,7 +33,7 @@ bool motionBlur(DibStream& image, int length, float angle, unsigned int flags) {
     // Sums and divisor wrap in 32 bits.
     const auto wide = static_cast<std::uint32_t>(length);
     const std::int64_t divisor = static_cast<std::int32_t>(wide * (wide + 1)) / 2;
-    for (int y = 0; y < rowsOf(image); ++y) {
+    for (int y = 0; y < heightOf(image); ++y) {
         for (int x = 0; x < image.Header->biWidth; ++x) {
             std::uint32_t sums[4] = {};
             for (int i = 0; i < length; ++i) {
@@ -68,13 +59,13 @@ bool motionBlur(DibStream& image, int length, float angle, unsigned int flags) {
 
 bool emboss(DibStream& image, float strength, int distance, float angle, unsigned int flags) {
     const int bits = image.Header->biBitCount;
-    if (distance < 1 || !isOneOf(bits, {8, 16, 24, 32})) return false;
+    if (distance < 1 || !hasDepth(image, {8, 16, 24, 32})) return false;
     float s = 0;
     float c = 0;
     ::sincosf(angle, &s, &c);
     const float scale = strength / static_cast<float>(distance);
     const std::unique_ptr<DibStream> copy(image.Clone());
-    for (int y = 0; y < rowsOf(image); ++y) {
+    for (int y = 0; y < heightOf(image); ++y) {
         for (int x = 0; x < image.Header->biWidth; ++x) {
             int sums[4] = {};
             for (int i = distance; i >= 1; --i) {
@@ -102,10 +93,10 @@ bool emboss(DibStream& image, float strength, int distance, float angle, unsigne
 
 bool pickEdge(DibStream& image, unsigned int flags) {
     const int bits = image.Header->biBitCount;
-    if (!isOneOf(bits, {8, 24, 32})) return false;
+    if (!hasDepth(image, {8, 24, 32})) return false;
     const std::unique_ptr<DibStream> copy(image.Clone());
     const int width = image.Header->biWidth;
-    const int height = rowsOf(image);
+    const int height = heightOf(image);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const int left = x > 0 ? x - 1 : (flags & 1) != 0 ? width - 1 : x;

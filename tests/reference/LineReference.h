@@ -1,4 +1,4 @@
-// Motion blur, emboss and edge detection as plain loops; as in EffectReference.h.
+// Motion blur, emboss and edge detection as plain loops, by the rules of EffectReference.h.
 #ifndef TESTS_REFERENCE_LINE_REFERENCE_H
 #define TESTS_REFERENCE_LINE_REFERENCE_H
 

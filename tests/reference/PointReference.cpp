@@ -12,16 +12,7 @@ namespace reference {
 
 namespace {
 
-int rowsOf(const DibStream& image) { return std::abs(image.Header->biHeight); }
-
-bool isOneOf(int bits, std::initializer_list<int> depths) {
-    for (const int depth : depths) {
-        if (bits == depth) return true;
-    }
-    return false;
-}
-
-// Changes the bytes of a pixel value that are colours, one by one: byte 0 is blue (or the index).
+// Changes the colours of a pixel value one by one. Byte 0 is blue or the index.
 std::uint32_t changeColors(int bits, std::uint32_t value, const std::function<int(int, int)>& change) {
     const int colors = bits == 8 ? 1 : 3;
     for (int c = 0; c < colors; ++c) {
@@ -34,16 +25,10 @@ std::uint32_t changeColors(int bits, std::uint32_t value, const std::function<in
 
 int clampByte(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
 
-std::int64_t place(std::int64_t v, std::int64_t size, bool wrap) {
-    if (!wrap) return v < 0 ? 0 : v >= size ? size - 1 : v;
-    while (v < 0) v += size * (1 + -v / size);
-    return v % size;
-}
-
 bool tone(DibStream& image, const std::function<int(int)>& curve) {
     const int bits = image.Header->biBitCount;
-    if (isOneOf(bits, {24, 32})) {
-        for (int y = 0; y < rowsOf(image); ++y) {
+    if (hasDepth(image, {24, 32})) {
+        for (int y = 0; y < heightOf(image); ++y) {
             for (int x = 0; x < image.Header->biWidth; ++x) {
                 const std::uint32_t old = pixelAt(image, x, y);
                 setPixel(image, x, y, changeColors(bits, old, [&](int, int v) { return curve(v); }));
@@ -51,7 +36,7 @@ bool tone(DibStream& image, const std::function<int(int)>& curve) {
         }
         return true;
     }
-    if (!isOneOf(bits, {1, 4, 8})) return false;
+    if (!hasDepth(image, {1, 4, 8})) return false;
     const auto used = static_cast<std::int32_t>(image.Header->biClrUsed);
     const std::int32_t entries = used != 0 ? used : 1 << bits;
     unsigned char* entry = reinterpret_cast<unsigned char*>(image.Header) + image.Header->biSize;
@@ -72,9 +57,9 @@ std::int64_t truncate(float f) {
 
 bool noise(DibStream& image, int amount) {
     const int bits = image.Header->biBitCount;
-    if (amount < 0 || !isOneOf(bits, {8, 24, 32})) return false;
+    if (amount < 0 || !hasDepth(image, {8, 24, 32})) return false;
     const auto modulus = static_cast<std::int32_t>(2 * static_cast<std::uint32_t>(amount) + 1);
-    for (int y = 0; y < rowsOf(image); ++y) {
+    for (int y = 0; y < heightOf(image); ++y) {
         for (int x = 0; x < image.Header->biWidth; ++x) {
             const int r = (std::rand() >> 4) % modulus - amount;
             const std::uint32_t old = pixelAt(image, x, y);
@@ -89,10 +74,10 @@ bool colorNoise(DibStream& image, DibBGRA color, float strength) {
     const float scaled = strength * 256;
     if (!(scaled < 257) || !(scaled > -1)) return false;
     const int level = static_cast<int>(scaled);
-    if (!isOneOf(bits, {8, 24, 32})) return false;
+    if (!hasDepth(image, {8, 24, 32})) return false;
     const int grey = (37 * color.blue + 146 * color.green + 73 * color.red) >> 8;
     const int targets[] = {bits == 8 ? grey : color.blue, color.green, color.red};
-    for (int y = 0; y < rowsOf(image); ++y) {
+    for (int y = 0; y < heightOf(image); ++y) {
         for (int x = 0; x < image.Header->biWidth; ++x) {
             const int t = ((std::rand() >> 4) & 255) * level;
             const std::uint32_t old = pixelAt(image, x, y);
@@ -107,17 +92,16 @@ bool colorNoise(DibStream& image, DibBGRA color, float strength) {
 bool diffuse(DibStream& image, int radius, unsigned int flags) {
     if (radius < 0) return false;
     if (radius == 0) return true;
-    if (!isOneOf(image.Header->biBitCount, {8, 16, 24, 32})) return false;
+    if (!hasDepth(image, {8, 16, 24, 32})) return false;
     const std::unique_ptr<DibStream> copy(image.Clone());
     const auto modulus = static_cast<std::int32_t>(2 * static_cast<std::uint32_t>(radius) + 1);
-    for (int y = 0; y < rowsOf(image); ++y) {
+    for (int y = 0; y < heightOf(image); ++y) {
         for (int x = 0; x < image.Header->biWidth; ++x) {
             const std::int64_t a = (std::rand() >> 8) % modulus;
-            const std::int64_t fromX =
-                place(std::int64_t{x} - radius + a, image.Header->biWidth, (flags & 1) != 0);
+            const int fromX = edgePixel(std::int64_t{x} - radius + a, widthOf(image), (flags & 1) != 0);
             const std::int64_t b = (std::rand() >> 8) % modulus;
-            const std::int64_t fromY = place(std::int64_t{y} - radius + b, rowsOf(image), (flags & 2) != 0);
-            setPixel(image, x, y, pixelAt(*copy, static_cast<int>(fromX), static_cast<int>(fromY)));
+            const int fromY = edgePixel(std::int64_t{y} - radius + b, heightOf(image), (flags & 2) != 0);
+            setPixel(image, x, y, pixelAt(*copy, fromX, fromY));
         }
     }
     return true;

@@ -1,4 +1,4 @@
-// Noise, diffuse and the tone curves as plain loops; as in EffectReference.h.
+// Noise, diffuse and the tone curves as plain loops, by the rules of EffectReference.h.
 #ifndef TESTS_REFERENCE_POINT_REFERENCE_H
 #define TESTS_REFERENCE_POINT_REFERENCE_H
 

@@ -12,13 +12,6 @@ namespace reference {
 
 namespace {
 
-int loop(int v, int size, bool wrap) {
-    if (!wrap) return v < 0 ? 0 : v >= size ? size - 1 : v;
-    if (v >= size) return v % size;
-    if (v < 0) return -v % size == 0 ? 0 : size - -v % size;
-    return v;
-}
-
 struct Source {
     std::unique_ptr<DibStream> copy;
     int width = 0;
@@ -81,8 +74,8 @@ void eachNeighbour(const Source& source, int x, int y, int radius, unsigned flag
                    Visit visit) {
     for (int sy = y - radius; sy <= y + radius; ++sy) {
         for (int sx = x - radius; sx <= x + radius; ++sx) {
-            const int mappedX = loop(sx, source.width, (flags & 1) != 0);
-            const int mappedY = loop(sy, source.height, (flags & 2) != 0);
+            const int mappedX = edgePixel(sx, source.width, (flags & 1) != 0);
+            const int mappedY = edgePixel(sy, source.height, (flags & 2) != 0);
             visit(source.value(mappedX, mappedY, swapNibbles));
         }
     }

@@ -1,5 +1,7 @@
 #include "tests/reference/SamplerReference.h"
 
+#include <DibColor.h>
+
 #include <cmath>
 #include <cstdlib>
 
@@ -7,7 +9,7 @@ namespace reference {
 
 namespace {
 
-// NaN is position 0; so is an infinity that wraps, which has no place on the axis.
+// NaN gives 0, and so does an infinity that wraps.
 float edgeRule(float value, float size, bool wrap) {
     if (std::isnan(value) || (wrap && std::isinf(value))) return 0;
     if (wrap) {
@@ -33,6 +35,17 @@ std::uint32_t nearest(DibStream& image, int x, int y) {
 }
 
 }  // namespace
+
+std::uint32_t colorAt(DibStream& image, float x, float y, unsigned int flags) {
+    switch (image.Header->biBitCount) {
+        case 1: return DibGetColor1(&image, x, y, flags);
+        case 4: return DibGetColor4(&image, x, y, flags);
+        case 8: return DibGetColor8(&image, x, y, flags);
+        case 16: return DibGetColor16(&image, x, y, flags);
+        case 24: return DibGetColor24(&image, x, y, flags);
+        default: return DibGetColor32(&image, x, y, flags);
+    }
+}
 
 std::uint32_t sampleColor(DibStream& image, float x, float y, unsigned int flags) {
     const bool wrapX = (flags & 1) != 0;

@@ -147,4 +147,24 @@ int expectSurvivesFailingAllocations(const EffectRun& run, const std::vector<int
     return failures;
 }
 
+void expectSameRun(const EffectRun& run, const EffectRun& expected) {
+    for (const bool hasPixels : {true, false}) {
+        const DibPtr image = randomImage(9, 8, 24, 5);
+        const DibPtr other = copyOf(*image);
+        if (!hasPixels) {
+            image->BufferFree();
+            other->BufferFree();
+        }
+        ProgressLog log;
+        ProgressLog otherLog;
+        EXPECT_EQ(run(ProgressLog::callback, &log, image.get()), hasPixels);
+        EXPECT_EQ(expected(ProgressLog::callback, &otherLog, other.get()), hasPixels);
+        EXPECT_EQ(log.fractions, otherLog.fractions);
+        EXPECT_EQ(log.fractions.empty(), !hasPixels);
+        if (hasPixels) {
+            EXPECT_TRUE(sameImage(*image, *other));
+        }
+    }
+}
+
 }  // namespace testing_support

@@ -4,7 +4,9 @@
 #define TESTS_SUPPORT_EFFECT_CHECKS_H
 
 #include <DibEffect.h>
+#include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -30,6 +32,23 @@ void expectProgressByRow(const EffectRun& run, const std::vector<int>& depths);
 // Whichever allocation fails, the effect gives false, changes nothing, error code included, and leaks
 // nothing. Returns the number of allocations that were made to fail.
 int expectSurvivesFailingAllocations(const EffectRun& run, const std::vector<int>& depths);
+
+// Both runs must agree in result, picture and progress on a picture of 9 x 8 pixels and 24 bits, which they
+// must report, and give false without pixels.
+void expectSameRun(const EffectRun& run, const EffectRun& expected);
+
+// The overload with a record must do what the direct one does, and leave the record unchanged.
+template <class Info>
+void expectRecordOverload(const EffectRun& direct,
+                          bool (*overload)(DibProgressCallback, void*, DibStream*, Info*), const Info& info) {
+    Info passed = info;
+    passed.tag = 0x87654321;
+    const Info before = passed;
+    expectSameRun([&](DibProgressCallback callback, void* user,
+                      DibStream* image) { return overload(callback, user, image, &passed); },
+                  direct);
+    EXPECT_EQ(std::memcmp(&passed, &before, sizeof passed), 0);
+}
 
 }  // namespace testing_support
 
