@@ -1,4 +1,4 @@
-// Our side of the comparison: the same pictures as an image of ours, and results for the exactness check.
+// Our side of the comparison: the shared pictures as DibStream images, and results for the exactness check.
 #ifndef BENCH_BENCH_H
 #define BENCH_BENCH_H
 

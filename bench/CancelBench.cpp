@@ -4,7 +4,7 @@
 
 namespace {
 
-// How long an effect holds on to its caller: the time until the first row is reported, which ends it.
+// How long an effect takes to stop: the time until the callback for the first row cancels it.
 void addCancel(const std::string& name, bool (*effect)(DibProgressCallback, DibStream*)) {
     pb::add("cancel_" + name, pb::W, pb::H, 24, "ours", "the callback stops at the first row", [=] {
         const bench::DibRef image = bench::dibOf(pb::img(pb::W, pb::H, 3));

@@ -4,7 +4,7 @@
 
 namespace {
 
-// Of pictures of one depth and size, so nothing is converted or stretched.
+// Both pictures have one depth and size, so that nothing is converted or stretched.
 const bench::Registrar registrar([] {
     for (const int depth : {8, 24, 32}) {
         const auto second = std::make_shared<bench::DibRef>();

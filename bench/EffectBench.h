@@ -1,4 +1,4 @@
-// Registers effects: the timed call works again and again on one image, the check on a fresh one.
+// Registers effects. The timed calls work on one image again and again, the exactness check on a fresh one.
 #ifndef BENCH_EFFECT_BENCH_H
 #define BENCH_EFFECT_BENCH_H
 

@@ -1,5 +1,5 @@
-// A few operations of every kind on pictures from small to large: whether the time grows as the pixels do. The usual
-// size is measured where the operation is at home.
+// A few operations of every kind on small to large pictures: does the time grow in proportion to the pixels?
+// The other files measure the usual size.
 #include <DibEffect.h>
 
 #include "bench/EffectBench.h"

@@ -1,4 +1,4 @@
-// How much memory a case holds at its peak, beside what was there before.
+// The peak of memory that a case adds to what the process held before.
 #ifndef BENCH_PEAK_MEMORY_H
 #define BENCH_PEAK_MEMORY_H
 
@@ -10,12 +10,12 @@
 
 namespace bench {
 
-// Asks the kernel, which sees every allocation, whoever makes it: the highest resident size since it was told to
-// forget (Linux only; elsewhere 0).
+// Reads the highest resident size since the last reset from the kernel, which sees every allocation (Linux
+// only; elsewhere 0).
 class PeakMemory : public benchmark::MemoryManager {
 public:
     void Start() override {
-        // Pages that earlier cases freed but the allocator kept would hide what this one takes.
+        // Pages that earlier cases freed and the allocator kept would hide what this case takes.
         malloc_trim(0);
         if (std::FILE* file = std::fopen("/proc/self/clear_refs", "w")) {
             std::fputs("5", file);

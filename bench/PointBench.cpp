@@ -34,7 +34,7 @@ const bench::Registrar registrar([] {
                                      static_cast<float>(pb::kContrast));
         });
     }
-    // The random numbers alone: what the effects above cannot go below.
+    // The random numbers alone, a lower limit for the effects above.
     pb::add("noise20", pb::W, pb::H, 24, "ours.rand", "one rand() a pixel", [] {
         return pb::Op([] {
             for (int i = 0; i < pb::W * pb::H; ++i) benchmark::DoNotOptimize(std::rand());
