@@ -61,7 +61,7 @@ set_target_properties(dibstream PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
 
-if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS)
+if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS OR DIB_BUILD_TOOLS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
     target_link_libraries(dibstream_internal PUBLIC

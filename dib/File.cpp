@@ -41,11 +41,6 @@ std::optional<std::uint64_t> bytesLeft(std::FILE* file) {
     return static_cast<std::uint64_t>(end - position);
 }
 
-void skipBytes(std::FILE* file, std::uint64_t bytes) {
-    if (bytes == 0 || std::fseek(file, static_cast<long>(bytes), SEEK_CUR) == 0) return;
-    while (bytes-- > 0 && std::fgetc(file) != EOF) continue;
-}
-
 namespace {
 
 // As many rows at once as every system takes.

@@ -33,12 +33,6 @@ bool seekTo(std::FILE* file, std::int64_t position);
 // they allocate what a header announces.
 std::optional<std::uint64_t> bytesLeft(std::FILE* file);
 
-// Whether a file is known to end. Loops that wait for something useful to come must leave a stream that does not.
-inline bool hasKnownEnd(std::FILE* file) { return bytesLeft(file).has_value(); }
-
-// Moves forward, reading where a stream cannot be sought; less when it ends before.
-void skipBytes(std::FILE* file, std::uint64_t bytes);
-
 // Whether all bytes were read / written.
 inline bool readBytes(std::FILE* file, void* out, std::size_t bytes) {
     return std::fread(out, 1, bytes, file) == bytes;
@@ -46,6 +40,8 @@ inline bool readBytes(std::FILE* file, void* out, std::size_t bytes) {
 inline bool writeBytes(std::FILE* file, const void* from, std::size_t bytes) {
     return std::fwrite(from, 1, bytes, file) == bytes;
 }
+// The next byte, negative at the end, without the lock that `getc` takes.
+inline int nextByte(std::FILE* file) { return getc_unlocked(file); }
 
 // Rows are blocks of `rowBytes` bytes, of which the next lies `step` bytes behind the one before (in front of it when
 // negative). Files of the system take and give them without a copy between: turning a picture round on the way costs a

@@ -1,5 +1,4 @@
 // A second image blended into the first with one weight for all of it.
-#include <DibCodec.h>
 #include <VexLibs.h>
 
 #include <algorithm>
@@ -7,13 +6,12 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <iterator>
 #include <memory>
-#include <string_view>
 
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
 #include "effects/EffectFrame.h"
+#include "formats/Formats.h"
 
 namespace {
 
@@ -103,39 +101,12 @@ bool fitLayer(DibStream& second, const Raster& first, Mode mode, std::unique_ptr
     return dib::admitImage(copy.get(), layer);
 }
 
-using Reader = bool (*)(const char* path, DibStream* image, DibProgressCallback callback, void* user);
-
-bool loadBmp(const char* path, DibStream* image, DibProgressCallback, void*) {
-    return image->LoadFromFile(path, DibStream::DIB_ACCEPT_ALL);
-}
-
-struct FileKind {
-    std::string_view extension;
-    Reader load;
-};
-
-constexpr FileKind kFileKinds[] = {
-    {"bmp", loadBmp}, {"ppm", LoadPPM},  {"pgm", LoadPGM}, {"tga", LoadTGA},
-    {"png", LoadPNG}, {"jpg", LoadJPEG}, {"iff", LoadIFF},
-};
-
-// Only A to Z have a lower case here: file names do not depend on the application's locale.
-bool sameLetter(char a, char b) {
-    const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return small(a) == small(b);
-}
-
-// The reader of files with this extension, or null.
-Reader readerOf(const char* path) {
-    const dib::MallocPtr<char> text = dib::allocateArray<char>(std::strlen(path) + 1);
-    if (text == nullptr) return nullptr;
-    GetFileExtension(text.get(), path);
-    const std::string_view extension = text.get();
-    const auto* kind = std::find_if(std::begin(kFileKinds), std::end(kFileKinds), [&](const FileKind& row) {
-        return std::equal(row.extension.begin(), row.extension.end(), extension.begin(), extension.end(),
-                          sameLetter);
-    });
-    return kind != std::end(kFileKinds) ? kind->load : nullptr;
+// The format of files with this extension that can be blended in, or null.
+const formats::FileFormat* formatOf(const char* path) {
+    const dib::MallocPtr<char> extension = dib::allocateArray<char>(std::strlen(path) + 1);
+    if (extension == nullptr) return nullptr;
+    GetFileExtension(extension.get(), path);
+    return formats::composeFormatOfExtension(extension.get());
 }
 
 }  // namespace
@@ -163,10 +134,10 @@ bool DibEffectCompose(DibProgressCallback, void*, DibStream* image, DibStream* s
 bool DibEffectCompose(DibProgressCallback callback, void* user, DibStream* image, const char* path,
                       float opacity, unsigned int mode) {
     if (path == nullptr) return false;
-    const Reader load = readerOf(path);
-    if (load == nullptr) return false;
+    const formats::FileFormat* format = formatOf(path);
+    if (format == nullptr) return false;
     DibStream second;
-    if (!load(path, &second, nullptr, nullptr)) return false;
+    if (!format->load(path, &second, nullptr, nullptr)) return false;
     if (second.Header == nullptr || second.Buffer == nullptr) return false;
     return DibEffectCompose(callback, user, image, &second, opacity, mode);
 }

@@ -17,32 +17,39 @@ ByteReader::ByteReader(std::FILE* file, Buffering buffering)
 void ByteReader::fill(std::size_t wanted) {
     if (file_ == nullptr || isAtEnd()) return;
     const std::size_t rest = buffered();
-    std::memmove(buffer_, next_, rest);
-    const std::size_t most = (isExact_ ? std::min(wanted, kBufferBytes) : kBufferBytes) - rest;
-    const std::size_t got = std::fread(buffer_ + rest, 1, most, file_);
-    endPosition_ += static_cast<std::int64_t>(got);
+    if (rest > 0) std::memmove(buffer_, next_, rest);
     next_ = buffer_;
-    end_ = buffer_ + rest + got;
+    end_ = buffer_ + rest;
+    const std::size_t most = kBufferBytes - rest;
+    std::size_t asked = isExact_ ? std::min(wanted - rest, most) : most;
+    if (!isExact_) {
+        // Headers are short, and whole blocks pass by the buffer of the stream.
+        constexpr std::size_t kBlock = 4096;
+        const std::size_t blocks = isFirst_ ? kBlock : most / kBlock * kBlock;
+        if (rest + blocks >= wanted) asked = blocks;
+        isFirst_ = false;
+    }
+    const std::size_t got = std::fread(buffer_ + rest, 1, asked, file_);
+    end_ += got;
+    endPosition_ += static_cast<std::int64_t>(got);
 }
 
 std::size_t ByteReader::copyMore(unsigned char* out, std::size_t bytes) {
-    std::size_t done = 0;
-    while (done < bytes) {
+    const std::size_t held = buffered();
+    std::memcpy(out, next_, held);
+    next_ = end_;
+    const std::size_t left = bytes - held;
+    if (file_ != nullptr && (left >= kBufferBytes || isExact_)) {
         // Large parts go straight to where they belong.
-        if (next_ == end_ && bytes - done >= kBufferBytes && file_ != nullptr) {
-            const std::size_t direct = isAtEnd() ? 0 : std::fread(out + done, 1, bytes - done, file_);
-            endPosition_ += static_cast<std::int64_t>(direct);
-            next_ = end_ = buffer_;
-            return done + direct;
-        }
-        const Bytes source = ahead(std::min(bytes - done, kBufferBytes));
-        const std::size_t part = std::min(bytes - done, source.size);
-        if (part == 0) break;
-        std::memcpy(out + done, source.data, part);
-        consume(part);
-        done += part;
+        const std::size_t direct = isAtEnd() ? 0 : std::fread(out + held, 1, left, file_);
+        next_ = end_ = buffer_;
+        endPosition_ += static_cast<std::int64_t>(direct);
+        return held + direct;
     }
-    return done;
+    const std::size_t part = std::min(left, ahead(left).size);
+    std::memcpy(out + held, next_, part);
+    next_ += part;
+    return held + part;
 }
 
 std::size_t ByteReader::readRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,

@@ -56,7 +56,8 @@ public:
     // Copies up to `bytes` bytes; returns how many there were.
     std::size_t copy(void* out, std::size_t bytes) {
         if (bytes > buffered()) return copyMore(static_cast<unsigned char*>(out), bytes);
-        std::memcpy(out, next_, bytes);
+        // memmove is always called: of a memcpy known to be short, compilers make slow string instructions.
+        std::memmove(out, next_, bytes);
         next_ += bytes;
         return bytes;
     }
@@ -78,9 +79,10 @@ public:
     // Puts the file, where that is possible, to where reading stopped.
     void leave();
 
-    // The length of the source; negative where it is not known. A loop that waits for something useful to come must
-    // leave a source without a known end.
+    // The length of the source; negative where it is not known.
     std::int64_t size();
+    // A loop that waits for something useful to come must leave a source without a known end.
+    bool hasKnownEnd() { return size() >= 0; }
     // Bytes from the position to the end; 0 beyond it or where it is not known.
     std::int64_t remaining();
 
@@ -101,6 +103,7 @@ private:
     const unsigned char* memory_ = nullptr;
     bool canSeek_ = false;
     bool isExact_ = false;
+    bool isFirst_ = true;  // nothing was read so far
     const unsigned char* next_ = nullptr;
     const unsigned char* end_ = nullptr;
     std::int64_t endPosition_ = 0;  // of *end_, and of the file

@@ -6,15 +6,18 @@
 
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "dib/File.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/ByteWriter.h"
 
 namespace formats {
 
-// What a codec does with a file that is open.
-using StreamCodec = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
+// What a loader does with a file that is open, and a saver.
+using Loader = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
+using Writer = bool (*)(ByteWriter&, DibStream*, DibProgressCallback, void*);
 
 // Most codecs store a code when their file cannot be opened; callers rely on some to leave the image's own.
 enum class OpenFailure { kStoresCode, kLeavesCode };
@@ -24,28 +27,44 @@ inline bool fail(DibStream* image, DibErrorCode code) {
     return false;
 }
 
-inline bool runOnFile(const dib::FilePtr& file, StreamCodec codec, DibStream* image,
-                      DibProgressCallback callback, void* user, OpenFailure openFailure) {
-    if (file != nullptr) return codec(file.get(), image, callback, user);
+inline bool failToOpen(DibStream* image, OpenFailure openFailure) {
     return openFailure == OpenFailure::kStoresCode ? fail(image, DIB_ERROR_OPEN) : false;
 }
 
-// The path overloads: each is one call. The codec's name alone is enough for `codec`: among its overloads the
-// one that takes a FILE* is chosen.
+// The path overloads: each is one call. A loader's name alone is enough for `load`: among its overloads the one that
+// takes a FILE* is chosen.
 template <class Char>
-bool loadPath(const Char* path, StreamCodec codec, DibStream* image, DibProgressCallback callback, void* user,
+bool loadPath(const Char* path, Loader load, DibStream* image, DibProgressCallback callback, void* user,
               OpenFailure openFailure = OpenFailure::kStoresCode) {
     if (image == nullptr) return false;
-    return runOnFile(dib::openForReading(path), codec, image, callback, user, openFailure);
-}
-template <class Char>
-bool savePath(const Char* path, StreamCodec codec, DibStream* image, DibProgressCallback callback, void* user,
-              OpenFailure openFailure = OpenFailure::kStoresCode) {
-    if (image == nullptr) return false;
-    return runOnFile(dib::openForWriting(path), codec, image, callback, user, openFailure);
+    const dib::FilePtr file = dib::openForReading(path);
+    return file != nullptr ? load(file.get(), image, callback, user) : failToOpen(image, openFailure);
 }
 
-// Tells the callback, if there is one, that `done` of `total` rows are done; false when it cancels.
+// How a save ended. To the classic savers, which do not report errors of writing, a short file is a saved one.
+enum class SaveEnd { kRefused, kShort, kWhole };
+
+template <class Char>
+SaveEnd saveFile(const Char* path, Writer write, DibStream* image, DibProgressCallback callback, void* user,
+                 OpenFailure openFailure = OpenFailure::kStoresCode) {
+    if (image == nullptr) return SaveEnd::kRefused;
+    dib::FilePtr file = dib::openForWriting(path);
+    if (file == nullptr) {
+        failToOpen(image, openFailure);
+        return SaveEnd::kRefused;
+    }
+    ByteWriter out(file.get());
+    if (!write(out, image, callback, user)) return SaveEnd::kRefused;
+    return dib::closeWritten(std::move(file)) && out.isWhole() ? SaveEnd::kWhole : SaveEnd::kShort;
+}
+
+template <class Char>
+bool savePath(const Char* path, Writer write, DibStream* image, DibProgressCallback callback, void* user,
+              OpenFailure openFailure = OpenFailure::kStoresCode) {
+    return saveFile(path, write, image, callback, user, openFailure) != SaveEnd::kRefused;
+}
+
+// Reports that `done` of `total` rows are done; false when the callback cancels.
 inline bool report(DibProgressCallback callback, void* user, int done, int total) {
     return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
 }

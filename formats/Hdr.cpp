@@ -9,11 +9,13 @@
 #include <cstring>
 
 #include "dib/Memory.h"
-#include "formats/ByteSource.h"
+#include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
+#include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rgbe.h"
 
+using formats::ByteReader;
 using formats::fail;
 using formats::kRgbeBytes;
 using formats::RgbeError;
@@ -66,19 +68,19 @@ void storeRow(const unsigned char* pixels, std::size_t plane, std::size_t step, 
 }
 
 // Reads one row, flat or in packets, and stores it.
-RgbeError readRow(formats::ByteSource& source, int width, unsigned char* work, unsigned char* out) {
+RgbeError readRow(ByteReader& source, int width, unsigned char* work, unsigned char* out) {
     const std::size_t bytes = static_cast<std::size_t>(width) * kRgbeBytes;
     if (formats::widthHasPackets(width)) {
         unsigned char start[kRgbeBytes];
-        if (!source.copy(start, sizeof start)) return RgbeError::kRead;
+        if (!source.read(start, sizeof start)) return RgbeError::kRead;
         if (formats::startsPackets(start)) {
             const RgbeError error = formats::readRgbePackets(source, start, width, work);
             if (error == RgbeError::kNone) storeRow(work, static_cast<std::size_t>(width), 1, out, width);
             return error;
         }
         std::memcpy(work, start, sizeof start);
-        if (!source.copy(work + sizeof start, bytes - sizeof start)) return RgbeError::kRead;
-    } else if (!source.copy(work, bytes)) {
+        if (!source.read(work + sizeof start, bytes - sizeof start)) return RgbeError::kRead;
+    } else if (!source.read(work, bytes)) {
         return RgbeError::kRead;
     }
     storeRow(work, 1, kRgbeBytes, out, width);
@@ -101,18 +103,19 @@ bool LoadHDR(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     rgbe_header_info info;
     int width = 0;
     int height = 0;
-    if (RGBE_ReadHeader(file, &width, &height, &info) != 0) return fail(image, DIB_ERROR_INVALID);
-    if (width < 0 || height < 0) return fail(image, DIB_ERROR_INVALID);
+    ByteReader reader(file);
+    if (!formats::reportRgbe(formats::readRgbeHeader(reader, width, height, &info), file) || width < 0 ||
+        height < 0)
+        return fail(image, DIB_ERROR_INVALID);
     formats::NewImage picture(image);
     const std::uint64_t fewestBytes = fewestRowBytes(width) * static_cast<std::uint64_t>(height);
-    if (!picture.create(file, width, height, 24, fewestBytes)) return false;
+    if (!picture.create(reader, width, height, 24, fewestBytes)) return false;
     const auto row = dib::allocateArray<unsigned char>(static_cast<std::size_t>(width) * kRgbeBytes);
     if (row == nullptr) return fail(image, DIB_ERROR_MEMORY);
 
-    formats::ByteSource source(file);
     for (int y = 0; y < height; ++y) {
         unsigned char* out = image->ScanLine(y);
-        const RgbeError error = readRow(source, width, row.get(), out);
+        const RgbeError error = readRow(reader, width, row.get(), out);
         if (!formats::reportRgbe(error, file)) return fail(image, DIB_ERROR_INVALID);
         picture.read(out);
     }
@@ -125,3 +128,31 @@ bool LoadHDR(const char* path, DibStream* image, DibProgressCallback callback, v
 bool LoadHDR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
     return formats::loadPath(path, LoadHDR, image, callback, user, formats::OpenFailure::kLeavesCode);
 }
+
+namespace formats {
+
+namespace {
+
+bool recognizes(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || startsWith(bytes, "#?RGBE"); }
+
+// Each row has a way of its own.
+std::string_view compression(FirstBytes) { return "unknown"; }
+
+constexpr Extension kExtensions[] = {{"hdr"}};
+constexpr std::string_view kMimeTypes[] = {"image/vnd.radiance"};
+
+}  // namespace
+
+constinit const FileFormat kHdrFormat = {
+    .name = "hdr",
+    .title = "Radiance HDR",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "24",
+    .writesDepths = "",
+    .load = LoadHDR,
+    .recognizes = recognizes,
+    .compression = compression,
+};
+
+}  // namespace formats

@@ -4,8 +4,6 @@
 #include <climits>
 #include <cstdlib>
 
-#include "dib/File.h"
-
 namespace formats {
 
 namespace {
@@ -13,8 +11,7 @@ constexpr std::int64_t kMostLines = 1 << 20;
 }
 
 bool HeaderLines::next() {
-    if ((linesRead_ != kMostLines || dib::hasKnownEnd(file_)) &&
-        std::fgets(line_, sizeof line_, file_) != nullptr) {
+    if ((linesRead_ != kMostLines || source_.hasKnownEnd()) && source_.line(line_, sizeof line_)) {
         ++linesRead_;
         return true;
     }

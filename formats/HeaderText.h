@@ -3,14 +3,15 @@
 #define FORMATS_HEADER_TEXT_H
 
 #include <cstdint>
-#include <cstdio>
+
+#include "formats/ByteReader.h"
 
 namespace formats {
 
 // Reads a header line by line. A line longer than 127 characters comes in pieces of that length.
 class HeaderLines {
 public:
-    explicit HeaderLines(std::FILE* file) : file_(file) {}
+    explicit HeaderLines(ByteReader& source) : source_(source) {}
 
     // Reads the next line, line feed included. False when there is none, or when a stream without a known end has
     // given as many lines as no header has.
@@ -19,7 +20,7 @@ public:
     const char* text() const { return line_; }
 
 private:
-    std::FILE* file_;
+    ByteReader& source_;
     std::int64_t linesRead_ = 0;
     char line_[128] = {};
 };

@@ -4,13 +4,12 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
-#include "dib/File.h"
 
 namespace formats {
 
-bool iff_chunk::load(std::FILE* file) {
-    unsigned char bytes[kBytes];
-    if (!dib::readBytes(file, bytes, sizeof bytes)) return false;
+bool iff_chunk::load(ByteReader& file) {
+    const unsigned char* bytes = file.take(kBytes);
+    if (bytes == nullptr) return false;
     std::memcpy(id, bytes, sizeof id);
     length = dib::readBe32(bytes + sizeof id);
     return true;

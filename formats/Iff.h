@@ -3,8 +3,9 @@
 #define FORMATS_IFF_H
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+
+#include "formats/ByteReader.h"
 
 namespace formats {
 
@@ -15,7 +16,9 @@ struct iff_chunk {
     std::uint32_t length = 0;
 
     // Reads the eight bytes; false on a short read.
-    bool load(std::FILE* file);
+    bool load(ByteReader& file);
+    // Of the whole chunk.
+    std::int64_t bytes() const { return kBytes + std::int64_t{length}; }
     bool is(const char* name) const;
 };
 

@@ -11,91 +11,21 @@
 #include "dib/ColorTable.h"
 #include "dib/Memory.h"
 #include "formats/BitPlanes.h"
-#include "formats/ByteSource.h"
+#include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/IlbmLayout.h"
 #include "formats/NewImage.h"
+#include "formats/PackBits.h"
 
+using formats::BitmapHeader;
+using formats::ByteReader;
 using formats::clearBehind;
 using formats::fail;
 using formats::iff_chunk;
-using formats::kBmhdBytes;
 using formats::kMostPlanes;
 using formats::pixelGroups;
-using formats::planeRowBytes;
 
 namespace {
-
-struct BitmapHeader {
-    int width = 0;
-    int height = 0;
-    int planes = 0;
-    bool hasMask = false;
-    unsigned compression = 0;  // 0 none, 1 packets
-
-    std::size_t planeBytes() const { return planeRowBytes(static_cast<std::size_t>(width)); }
-    std::size_t colorBytes() const { return planeBytes() * static_cast<std::size_t>(planes); }
-    std::size_t maskBytes() const { return hasMask ? planeBytes() : 0; }
-    // A packet of two bytes holds at most 128 bytes of a plane.
-    std::uint64_t fewestBytes() const {
-        const std::uint64_t bytes = (colorBytes() + maskBytes()) * static_cast<std::uint64_t>(height);
-        return compression == 1 ? (bytes + 63) / 64 : bytes;
-    }
-    int bitCount() const { return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : 24; }
-};
-
-std::optional<BitmapHeader> readBitmapHeader(std::FILE* file) {
-    unsigned char bytes[kBmhdBytes];
-    if (!dib::readBytes(file, bytes, sizeof bytes)) return {};
-    return BitmapHeader{dib::readBe16(bytes), dib::readBe16(bytes + 2), bytes[8], bytes[9] == 1, bytes[10]};
-}
-
-// The bytes of compressed planes. A packet is a count byte and either that many bytes or one to repeat; packets
-// run on across the ends of planes and rows.
-class PacketBytes {
-public:
-    explicit PacketBytes(std::FILE* file) : source_(file) {}
-
-    bool read(unsigned char* out, std::size_t bytes) {
-        while (bytes > 0) {
-            if (left_ == 0 && !nextPacket()) return false;
-            const std::size_t count = std::min(left_, bytes);
-            if (literals_ != nullptr) {
-                std::memcpy(out, literals_, count);
-                literals_ += count;
-            } else {
-                std::memset(out, repeated_, count);
-            }
-            out += count;
-            bytes -= count;
-            left_ -= count;
-        }
-        return true;
-    }
-
-private:
-    bool nextPacket() {
-        int header = 0;
-        do {
-            header = source_.byte();
-        } while (header == 128);
-        if (header < 0) return false;
-        if (header < 128) {
-            left_ = static_cast<std::size_t>(header) + 1;
-            literals_ = source_.take(left_);
-            return literals_ != nullptr;
-        }
-        left_ = static_cast<std::size_t>(257 - header);
-        literals_ = nullptr;
-        repeated_ = source_.byte();
-        return repeated_ >= 0;
-    }
-
-    formats::ByteSource source_;
-    const unsigned char* literals_ = nullptr;
-    int repeated_ = 0;
-    std::size_t left_ = 0;
-};
 
 // The planes of one row and what they become.
 class PlaneRow {
@@ -176,15 +106,15 @@ class FormReader {
 public:
     enum class Outcome { kNoBody, kDecoded, kFailed };
 
-    FormReader(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user)
+    FormReader(ByteReader& file, DibStream* image, DibProgressCallback callback, void* user)
         : file_(file), image_(image), picture_(image), callback_(callback), user_(user) {}
 
-    // Reads the chunks from `start` to `end`. Chunks of odd length are not followed by a fill byte here: files
-    // that have one are read one byte early.
-    Outcome read(off_t start, off_t end) {
-        for (off_t at = start; at < end;) {
+    // Reads the chunks from here to `end`. Chunks of odd length are not followed by a fill byte here: files that have
+    // one are read one byte early.
+    Outcome read(std::int64_t end) {
+        for (std::int64_t at = file_.position(); at < end;) {
             iff_chunk chunk;
-            if (fseeko(file_, at, SEEK_SET) != 0 || !chunk.load(file_)) break;
+            if (!file_.seek(at) || !chunk.load(file_)) break;
             if (chunk.is("BMHD")) {
                 if (!startImage()) break;
             } else if (chunk.is("CMAP")) {
@@ -192,7 +122,7 @@ public:
             } else if (chunk.is("BODY") && header_) {
                 return readBody() ? Outcome::kDecoded : Outcome::kFailed;
             }
-            at += iff_chunk::kBytes + static_cast<off_t>(chunk.length);
+            at += chunk.bytes();
         }
         return Outcome::kNoBody;
     }
@@ -202,15 +132,17 @@ private:
 
     // False when nothing more of the FORM can be used.
     bool startImage() {
-        header_ = readBitmapHeader(file_);
-        if (!header_) return false;
-        if (header_->compression > 1) return fail(image_, DIB_ERROR_UNSUPPORTED);
-        const bool created =
-            header_->planes <= kMostPlanes && picture_.create(file_, header_->width, header_->height,
-                                                              header_->bitCount(), header_->fewestBytes());
-        if (!created) header_.reset();
+        header_.reset();
+        const unsigned char* bytes = file_.take(BitmapHeader::kBytes);
+        if (bytes == nullptr) return false;
+        const BitmapHeader header = BitmapHeader::parse(bytes);
+        if (header.compression > 1) return fail(image_, DIB_ERROR_UNSUPPORTED);
+        if (header.planes > formats::kMostPlanes) return true;
+        if (!picture_.create(file_, header.width, header.height, header.bitCount(), header.fewestBytes()))
+            return true;
+        header_ = header;
         // A file may lack its colours.
-        if (created && header_->bitCount() == 4) image_->SetMonoPalette();
+        if (header.bitCount() == 4) image_->SetMonoPalette();
         return true;
     }
 
@@ -224,51 +156,44 @@ private:
         if (image_->Header == nullptr) return;
         std::array<unsigned char, kMostColors * 3> colors;
         const std::size_t count = std::min<std::size_t>(tableEntries(), fileColors);
-        const std::size_t read = std::fread(colors.data(), 3, count, file_);
+        const std::size_t read = file_.copy(colors.data(), 3 * count) / 3;
         DibBGRA* table = dib::colorTable(image_->Header);
         for (std::size_t i = 0; i < read; ++i)
             table[i] = {colors[3 * i + 2], colors[3 * i + 1], colors[3 * i], 0};
     }
 
     bool readBody() {
-        if (header_->planes == 0 && !header_->hasMask) return readNothing();
+        if (header_->fewestBytes() == 0) return reportBlankRows();
         PlaneRow row(*header_, image_->Header->biBitCount);
         if (!row.ready()) return fail(image_, DIB_ERROR_MEMORY);
-        if (header_->compression == 1) {
-            PacketBytes packets(file_);
-            return readRows(row,
-                            [&](unsigned char* out, std::size_t bytes) { return packets.read(out, bytes); });
+        formats::PackBits packets(file_);
+        for (int y = 0; y < header_->height; ++y) {
+            if (!fill(packets, row.planes(), header_->colorBytes()) ||
+                !fill(packets, row.mask(), header_->maskBytes()))
+                return fail(image_, DIB_ERROR_INVALID);
+            unsigned char* out = image_->ScanLine(y);
+            row.storeInto(out, image_->GetPitch());
+            picture_.read(out);
+            if (!picture_.report(callback_, user_, y)) return false;
         }
-        return readRows(
-            row, [&](unsigned char* out, std::size_t bytes) { return dib::readBytes(file_, out, bytes); });
+        return true;
+    }
+
+    // Fills planes from the file. Packets run on across the ends of planes and rows.
+    bool fill(formats::PackBits& packets, unsigned char* planes, std::size_t bytes) {
+        if (header_->compression == 0) return file_.read(planes, bytes);
+        return packets.unpack({planes, bytes}) != formats::PackBitsEnd::kShort;
     }
 
     // Rows without planes take no byte of the file, so their number is not limited by it: none is written.
-    bool readNothing() {
+    bool reportBlankRows() {
         for (int y = 0; callback_ != nullptr && y < header_->height; ++y) {
-            if (!reportRow(y)) return false;
+            if (!picture_.report(callback_, user_, y)) return false;
         }
         return true;
     }
 
-    bool reportRow(int y) {
-        return formats::report(callback_, user_, y, header_->height) || fail(image_, DIB_ERROR_INTERRUPTED);
-    }
-
-    template <class Read>
-    bool readRows(PlaneRow& row, Read read) {
-        for (int y = 0; y < header_->height; ++y) {
-            if (!read(row.planes(), header_->colorBytes()) || !read(row.mask(), header_->maskBytes())) {
-                return fail(image_, DIB_ERROR_INVALID);
-            }
-            row.storeInto(image_->ScanLine(y), image_->GetPitch());
-            picture_.read(image_->ScanLine(y));
-            if (!reportRow(y)) return false;
-        }
-        return true;
-    }
-
-    std::FILE* file_;
+    ByteReader& file_;
     DibStream* image_;
     formats::NewImage picture_;
     DibProgressCallback callback_;
@@ -279,23 +204,20 @@ private:
 }  // namespace
 
 bool LoadIFF(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
-    const off_t start = ftello(file);
-    const off_t end = start + static_cast<off_t>(dib::bytesLeft(file).value_or(0));
+    ByteReader reader(file);
     bool decoded = false;
-    for (off_t at = start; at < end;) {
+    for (std::int64_t at = reader.position(); at < reader.size();) {
         iff_chunk chunk;
-        if (fseeko(file, at, SEEK_SET) != 0 || !chunk.load(file)) break;
+        if (!reader.seek(at) || !chunk.load(reader)) break;
         if (chunk.is("FORM")) {
-            unsigned char type[4];
-            if (!dib::readBytes(file, type, sizeof type) || std::memcmp(type, "ILBM", sizeof type) != 0)
-                break;
+            const unsigned char* type = reader.take(4);
+            if (type == nullptr || std::memcmp(type, "ILBM", 4) != 0) break;
             // The length is taken as a position in the file, as if nothing stood before the FORM.
-            FormReader form(file, image, callback, user);
-            const auto outcome = form.read(ftello(file), static_cast<off_t>(chunk.length));
+            const auto outcome = FormReader(reader, image, callback, user).read(chunk.length);
             if (outcome == FormReader::Outcome::kFailed) return false;
             if (outcome == FormReader::Outcome::kDecoded) decoded = true;
         }
-        at += iff_chunk::kBytes + static_cast<off_t>(chunk.length);
+        at += chunk.bytes();
     }
     // A later picture that cannot be created takes the earlier one away.
     return decoded && image->Header != nullptr;

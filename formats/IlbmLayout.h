@@ -2,17 +2,60 @@
 #ifndef FORMATS_ILBM_LAYOUT_H
 #define FORMATS_ILBM_LAYOUT_H
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
+
+#include "dib/Bytes.h"
 
 namespace formats {
 
-constexpr int kBmhdBytes = 20;
 constexpr int kMostPlanes = 24;
 
 // Bytes of one plane of one row: planes are padded to words.
 constexpr std::size_t planeRowBytes(std::size_t width) { return (width + 15) / 16 * 2; }
 // Groups of eight pixels, the last one perhaps broken.
 constexpr std::size_t pixelGroups(std::size_t width) { return (width + 7) / 8; }
+
+// The content of a BMHD chunk. Positions, the transparent colour, the shape of pixels and the size of the page are not
+// read.
+struct BitmapHeader {
+    static constexpr std::size_t kBytes = 20;
+
+    int width = 0;
+    int height = 0;
+    int planes = 0;
+    bool hasMask = false;
+    unsigned compression = 0;  // 0 none, 1 PackBits
+
+    static BitmapHeader parse(const unsigned char* bytes) {
+        return {dib::readBe16(bytes), dib::readBe16(bytes + 2), bytes[8], bytes[9] == 1, bytes[10]};
+    }
+    // Sizes keep their low 16 bits.
+    std::array<unsigned char, kBytes> bytes() const {
+        std::array<unsigned char, kBytes> bytes{};
+        for (const std::size_t size : {std::size_t{0}, std::size_t{16}}) {  // of the picture and of the page
+            dib::writeBe16(&bytes[size], static_cast<std::uint32_t>(width));
+            dib::writeBe16(&bytes[size + 2], static_cast<std::uint32_t>(height));
+        }
+        bytes[8] = static_cast<unsigned char>(planes);
+        bytes[9] = hasMask ? 1 : 0;
+        bytes[10] = static_cast<unsigned char>(compression);
+        bytes[14] = 1;  // pixels are
+        bytes[15] = 1;  // square
+        return bytes;
+    }
+
+    std::size_t planeBytes() const { return planeRowBytes(static_cast<std::size_t>(width)); }
+    std::size_t colorBytes() const { return planeBytes() * static_cast<std::size_t>(planes); }
+    std::size_t maskBytes() const { return hasMask ? planeBytes() : 0; }
+    // Of all rows in the file. A packet of two bytes holds at most 128 bytes of a plane.
+    std::uint64_t fewestBytes() const {
+        const std::uint64_t bytes = (colorBytes() + maskBytes()) * static_cast<std::uint64_t>(height);
+        return compression == 1 ? (bytes + 63) / 64 : bytes;
+    }
+    int bitCount() const { return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : 24; }
+};
 
 // Sets the bits behind the last pixel of a row to 0.
 inline void clearBehind(unsigned char* bits, std::size_t width) {

@@ -7,14 +7,16 @@
 #include "dib/Memory.h"
 #include "formats/BitPlanes.h"
 #include "formats/CodecFrame.h"
+#include "formats/Formats.h"
 #include "formats/Ilbm.h"
 #include "formats/IlbmLayout.h"
 
+using formats::BitmapHeader;
+using formats::ByteWriter;
 using formats::clearBehind;
 using formats::fail;
 using formats::iff_chunk;
 using formats::iff_outstream;
-using formats::kBmhdBytes;
 using formats::kMostPlanes;
 using formats::pixelGroups;
 using formats::planeRowBytes;
@@ -68,18 +70,10 @@ private:
     dib::MallocPtr<unsigned char> pixels_;
 };
 
-bool appendBitmapHeader(iff_outstream& out, const BITMAPINFOHEADER& header) {
-    const auto width = static_cast<std::uint32_t>(header.biWidth);
-    const auto height = static_cast<std::uint32_t>(dib::rowCount(header.biHeight));
-    unsigned char bytes[kBmhdBytes] = {};
-    dib::writeBe16(bytes, width);
-    dib::writeBe16(bytes + 2, height);
-    bytes[8] = static_cast<unsigned char>(header.biBitCount);
-    bytes[14] = 1;  // pixels are
-    bytes[15] = 1;  // square
-    dib::writeBe16(bytes + 16, width);
-    dib::writeBe16(bytes + 18, height);
-    return out.append("BMHD", 4) && out.dword(kBmhdBytes) && out.append(bytes, sizeof bytes);
+bool appendBitmapHeader(iff_outstream& out, const BITMAPINFOHEADER& info) {
+    const BitmapHeader header{info.biWidth, static_cast<int>(dib::rowCount(info.biHeight)), info.biBitCount};
+    return out.append("BMHD", 4) && out.dword(BitmapHeader::kBytes) &&
+           out.append(header.bytes().data(), BitmapHeader::kBytes);
 }
 
 bool appendColors(iff_outstream& out, const BITMAPINFOHEADER& header) {
@@ -115,6 +109,14 @@ bool appendBody(iff_outstream& out, DibStream& image) {
     return true;
 }
 
+void writeForm(ByteWriter& file, const iff_outstream& form) {
+    unsigned char head[iff_chunk::kBytes] = {'F', 'O', 'R', 'M'};
+    dib::writeBe32(head + 4, form.length);
+    file.bytes(head, sizeof head);
+    file.bytes(form.buffer, form.length);
+}
+
+// The file is opened when all of its content is there.
 template <class Char>
 bool saveForm(const Char* path, DibStream* image, DibProgressCallback callback, void* user) {
     if (image == nullptr) return false;
@@ -122,10 +124,8 @@ bool saveForm(const Char* path, DibStream* image, DibProgressCallback callback, 
     if (!SaveIFF(form, image, callback, user)) return false;
     const dib::FilePtr file = dib::openForWriting(path);
     if (file == nullptr) return fail(image, DIB_ERROR_OPEN);
-    unsigned char head[iff_chunk::kBytes] = {'F', 'O', 'R', 'M'};
-    dib::writeBe32(head + 4, form.length);
-    dib::writeBytes(file.get(), head, sizeof head);
-    dib::writeBytes(file.get(), form.buffer, form.length);
+    ByteWriter out(file.get());
+    writeForm(out, form);
     return true;
 }
 
@@ -152,3 +152,43 @@ bool SaveIFF(const char* path, DibStream* image, DibProgressCallback callback, v
 bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
     return saveForm(path, image, callback, user);
 }
+
+namespace formats {
+
+namespace {
+
+bool writeIlbm(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
+    iff_outstream form;
+    if (!SaveIFF(form, image, callback, user)) return false;
+    writeForm(file, form);
+    return true;
+}
+
+bool recognizes(FirstBytes bytes) {
+    return startsWith(bytes, "FORM") && bytes.size() >= 12 && startsWith(bytes.subspan(8), "ILBM");
+}
+
+std::string_view compression(FirstBytes bytes) {
+    const bool known = bytes.size() > 30 && startsWith(bytes.subspan(12), "BMHD");
+    return known && bytes[30] == 1 ? "packbits" : "none";
+}
+
+constexpr Extension kExtensions[] = {{"iff", true}, {"lbm"}, {"ilbm"}};
+constexpr std::string_view kMimeTypes[] = {"image/x-ilbm"};
+
+}  // namespace
+
+constinit const FileFormat kIlbmFormat = {
+    .name = "iff",
+    .title = "IFF ILBM",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "1, 4, 8, 24",
+    .writesDepths = "1, 4, 8, 24; others as 24",
+    .load = LoadIFF,
+    .save = saveWhole<writeIlbm>,
+    .recognizes = recognizes,
+    .compression = compression,
+};
+
+}  // namespace formats

@@ -2,9 +2,10 @@
 
 #include <cstring>
 
-#include "dib/File.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/CallbackGuard.h"
+#include "formats/CodecFrame.h"
 
 namespace formats {
 
@@ -17,9 +18,9 @@ constexpr std::size_t kSmallBytes = 512 * 1024;
 
 bool NewImage::create(int width, int height, int bitCount) { return create(width, height, bitCount, false); }
 
-bool NewImage::create(std::FILE* file, int width, int height, int bitCount, std::uint64_t fewestBytes) {
+bool NewImage::create(ByteReader& file, int width, int height, int bitCount, std::uint64_t fewestBytes) {
     const bool isSmall = dib::admitSize(width, height, bitCount).imageBytes <= kSmallBytes;
-    const bool isShort = !isSmall && dib::bytesLeft(file).value_or(0) < fewestBytes;
+    const bool isShort = !isSmall && static_cast<std::uint64_t>(file.remaining()) < fewestBytes;
     return create(width, height, bitCount, isShort || fewestBytes == 0);
 }
 
@@ -56,6 +57,18 @@ bool NewImage::isIntact() const {
     const BITMAPINFOHEADER* header = image_->Header;
     return header != nullptr && pixels_ != nullptr && image_->Buffer == pixels_ &&
            header->biWidth == width_ && header->biHeight == height_ && header->biBitCount == bitCount_;
+}
+
+bool NewImage::report(DibProgressCallback callback, void* user, int row) {
+    if (callback == nullptr) return true;
+    const CallbackGuard guard(*image_);
+    const bool goesOn = formats::report(callback, user, row, height_);
+    if (!guard.isIntact()) pixels_ = begin_ = end_ = nullptr;
+    return (goesOn && pixels_ != nullptr) || fail(*this, DIB_ERROR_INTERRUPTED);
+}
+
+void NewImage::clearRows(int first, int end) {
+    for (int y = first; y < end && isIntact(); ++y) std::memset(image_->ScanLine(y), 0, rowBytes_);
 }
 
 void NewImage::clearUnread() {

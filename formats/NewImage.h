@@ -9,8 +9,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
+
+#include "formats/ByteReader.h"
 
 namespace formats {
 
@@ -26,7 +27,7 @@ public:
     bool create(int width, int height, int bitCount);
     // The same with pixels of 0 when fewer than `fewestBytes` follow in the file, which is the least that all rows
     // take; 0 when no row will be read.
-    bool create(std::FILE* file, int width, int height, int bitCount, std::uint64_t fewestBytes);
+    bool create(ByteReader& file, int width, int height, int bitCount, std::uint64_t fewestBytes);
 
     // Says that the pixels of `rows` rows have been read, and clears the fill behind them. They start at `first` in
     // the pixel block; rows are read one after the other from either end of it.
@@ -48,8 +49,14 @@ public:
     // The same for one row of which the first `bytes` came; the others become 0.
     void readPart(unsigned char* row, std::size_t bytes);
 
+    // Makes rows 0 that were read too far ahead: from `first` up to `end`, counted from the top.
+    void clearRows(int first, int end);
+
     // Whether the image still has the blocks that were created: a callback may have emptied or replaced it.
     bool isIntact() const;
+    // Reports that a row is done. False with the code when the callback cancels, and when it emptied or replaced the
+    // image, which then belongs to the callback alone.
+    bool report(DibProgressCallback callback, void* user, int row);
 
     DibStream* get() const { return image_; }
     DibStream* operator->() const { return image_; }

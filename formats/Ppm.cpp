@@ -8,12 +8,16 @@
 
 #include "dib/Kernels.h"
 #include "dib/PixelShuffles.h"
+#include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
+#include "formats/Formats.h"
 #include "formats/HeaderText.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
 
+using formats::ByteReader;
+using formats::ByteWriter;
 using formats::fail;
 
 namespace {
@@ -32,18 +36,32 @@ const Kind* kindOf(const char* firstLine) {
     return nullptr;
 }
 
-struct PictureSize {
+struct Header {
+    const Kind* kind = nullptr;
     int width = 0;
     int height = 0;
 };
 
-// The first line that is no comment.
-bool readSize(formats::HeaderLines& lines, PictureSize& size) {
+// Reads the three lines, with comments before the second. Returns the code of a failure.
+DibErrorCode readHeader(ByteReader& file, Header& header) {
+    formats::HeaderLines lines(file);
+    if (!lines.next()) return DIB_ERROR_INVALID;
+    header.kind = kindOf(lines.text());
+    if (header.kind == nullptr) return DIB_ERROR_UNSUPPORTED;
     do {
-        if (!lines.next()) return false;
+        if (!lines.next()) return DIB_ERROR_INVALID;
     } while (lines.text()[0] == '#');
     const char* at = lines.text();
-    return formats::readNumber(at, size.width) && formats::readNumber(at, size.height);
+    if (!formats::readNumber(at, header.width) || !formats::readNumber(at, header.height) || header.width < 0)
+        return DIB_ERROR_INVALID;
+    lines.next();  // The largest sample is not interpreted: samples are stored as they are.
+    return DIB_OK;
+}
+
+void writeHeader(ByteWriter& file, int width, int height) {
+    char text[40];
+    const int length = std::snprintf(text, sizeof text, "P6\n%d %d\n255\n", width, height);
+    file.bytes(text, static_cast<std::size_t>(length));
 }
 
 // Exchanges two rows, and their red and blue. The two may be one.
@@ -64,7 +82,7 @@ void exchangeColors(unsigned char* first, unsigned char* second, std::size_t byt
 // from elsewhere costs the memory of the picture twice.
 class BinaryRows {
 public:
-    BinaryRows(std::FILE* file, formats::NewImage& image)
+    BinaryRows(ByteReader& file, formats::NewImage& image)
         : file_(file),
           image_(image),
           rowBytes_(static_cast<std::size_t>(image->Header->biWidth) * image->Header->biBitCount / 8) {}
@@ -77,6 +95,9 @@ public:
         return false;
     }
 
+    // Where the rows end that were read, be they reported or not.
+    int readEnd() const { return blockEnd_; }
+
 private:
     void readBlock() {
         const auto left = static_cast<std::size_t>(image_->Header->biHeight - blockEnd_);
@@ -88,15 +109,15 @@ private:
         blockEnd_ += static_cast<int>(rows);
         const std::size_t bytes =
             hasColors ? readColors(image_->ScanLine(blockEnd_ - 1), rows)
-                      : dib::readRows(file_, image_->ScanLine(first),
-                                      -static_cast<std::ptrdiff_t>(image_->GetPitch()), rowBytes_, rows);
+                      : file_.readRows(image_->ScanLine(first),
+                                       -static_cast<std::ptrdiff_t>(image_->GetPitch()), rowBytes_, rows);
         wholeRows_ = first + static_cast<int>(bytes / rowBytes_);
         partBytes_ = bytes % rowBytes_;
     }
 
     // The block is read in one piece, the top row first and without fill. Exchanging rows exchanges their red and blue.
     std::size_t readColors(unsigned char* block, std::size_t rows) {
-        const std::size_t bytes = std::fread(block, 1, rows * rowBytes_, file_);
+        const std::size_t bytes = file_.copy(block, rows * rowBytes_);
         const std::size_t pitch = image_->GetPitch();
         if (pitch > rowBytes_) spreadRows(block, pitch, rows);
         for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
@@ -109,7 +130,7 @@ private:
             std::memmove(block + row * pitch, block + row * rowBytes_, rowBytes_);
     }
 
-    std::FILE* file_;
+    ByteReader& file_;
     formats::NewImage& image_;
     std::size_t rowBytes_;
     int blockEnd_ = 0;           // rows read so far, those that the file lacks included
@@ -119,7 +140,7 @@ private:
 
 class AsciiRows {
 public:
-    AsciiRows(std::FILE* file, formats::NewImage& image) : file_(file), image_(image) {}
+    AsciiRows(ByteReader& file, formats::NewImage& image) : file_(file), image_(image) {}
 
     bool read(int y) {
         unsigned char* out = image_->ScanLine(y);
@@ -139,8 +160,10 @@ public:
         return true;
     }
 
+    int readEnd() const { return 0; }
+
 private:
-    std::FILE* file_;
+    ByteReader& file_;
     formats::NewImage& image_;
 };
 
@@ -151,11 +174,37 @@ bool readPixels(Rows rows, formats::NewImage& image, DibProgressCallback callbac
     unsigned char* row = image->ScanLine(0);
     for (int y = 0; y < height; ++y, row -= pitch) {
         if (!rows.read(y)) return fail(image, DIB_ERROR_READ);
-        // A load that is cancelled keeps the rows that were reported, none that were read ahead.
         image.read(row);
-        if (!formats::report(callback, user, y, height)) return fail(image, DIB_ERROR_INTERRUPTED);
+        if (image.report(callback, user, y)) continue;
+        // A load that is cancelled keeps the rows that were reported, none that were read ahead.
+        image.clearRows(y + 1, rows.readEnd());
+        return false;
     }
     image->ErrorCode = DIB_OK;
+    return true;
+}
+
+bool writePpm(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
+    // A callback may change the image: it is then written as it was at the start.
+    const bool converts = image->Header == nullptr || image->Header->biBitCount != 24;
+    formats::ImagePtr copy;
+    if (converts || callback != nullptr) {
+        copy.reset(image->Clone());
+        if (copy == nullptr || (converts && !copy->ChangeBpp(24, 0))) return false;
+    }
+    DibStream& source = copy != nullptr ? *copy : *image;
+    if (!dib::hasRows(source)) return false;
+
+    const dib::ImageSize size = dib::admitSize(*source.Header);
+    const int height = static_cast<int>(size.rows);
+    const auto width = static_cast<std::size_t>(source.Header->biWidth);
+    writeHeader(file, source.Header->biWidth, height);
+    formats::RowWriter rows(file, width * 3, size.rows);
+    if (!rows.ready()) return false;
+    for (int y = 0; y < height; ++y) {
+        formats::swapRedBlue(source.ScanLine(y), rows.next(), width);
+        if (!formats::report(callback, user, y, height)) return false;
+    }
     return true;
 }
 
@@ -163,25 +212,35 @@ bool readPixels(Rows rows, formats::NewImage& image, DibProgressCallback callbac
 
 namespace formats {
 
-int readInt(std::FILE* file, int& value) {
+int readInt(ByteReader& file, int& value) {
     // No number of a stream without a known end has more characters than this, its leading ones included.
     constexpr std::int64_t kMostCharacters = 1 << 24;
     bool negative = false;
     bool anyDigit = false;
     unsigned int magnitude = 0;  // wraps, which keeps the low byte right
-    for (std::int64_t i = 0; i != kMostCharacters || dib::hasKnownEnd(file); ++i) {
-        const int c = getc_unlocked(file);
-        if (c == '-') {
-            negative = true;
-        } else if (c >= '0' && c <= '9') {
-            magnitude = magnitude * 10 + static_cast<unsigned int>(c - '0');
-            anyDigit = true;
-        } else if (anyDigit) {
-            value = static_cast<int>(negative ? 0U - magnitude : magnitude);
-            return 1;
-        } else if (c == EOF) {
-            return 0;
+    std::int64_t left = kMostCharacters;
+    while (left > 0 || file.hasKnownEnd()) {
+        const ByteReader::Bytes ahead = file.ahead(1);
+        const std::size_t count =
+            left > 0 ? std::min(ahead.size, static_cast<std::size_t>(left)) : ahead.size;
+        for (std::size_t i = 0; i < count; ++i) {
+            const unsigned char c = ahead.data[i];
+            if (c >= '0' && c <= '9') {
+                magnitude = magnitude * 10 + static_cast<unsigned int>(c - '0');
+                anyDigit = true;
+            } else if (c == '-') {
+                negative = true;
+            } else if (anyDigit) {
+                file.consume(i + 1);
+                value = static_cast<int>(negative ? 0U - magnitude : magnitude);
+                return 1;
+            }
         }
+        file.consume(count);
+        left -= static_cast<std::int64_t>(count);
+        if (count > 0) continue;
+        if (anyDigit) value = static_cast<int>(negative ? 0U - magnitude : magnitude);
+        return anyDigit ? 1 : 0;
     }
     return 0;
 }
@@ -190,23 +249,21 @@ int readInt(std::FILE* file, int& value) {
 
 bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
     image->ErrorCode = DIB_ERROR_GENERAL;
-    formats::HeaderLines lines(file);
-    if (!lines.next()) return fail(image, DIB_ERROR_INVALID);
-    const Kind* kind = kindOf(lines.text());
-    if (kind == nullptr) return fail(image, DIB_ERROR_UNSUPPORTED);
-    PictureSize size;
-    if (!readSize(lines, size) || size.width < 0) return fail(image, DIB_ERROR_INVALID);
-    lines.next();  // The largest sample is not interpreted: samples are stored as they are.
+    ByteReader reader(file);
+    Header header;
+    const DibErrorCode refused = readHeader(reader, header);
+    if (refused != DIB_OK) return fail(image, refused);
 
     // Below a height of 0 there are no rows to read, which leaves the load without its success.
-    const std::uint64_t rows = static_cast<std::uint64_t>(std::max(size.height, 0));
-    const std::uint64_t fewestBytes = static_cast<std::uint64_t>(size.width) * rows * (kind->bitCount / 8);
+    const int bitCount = header.kind->bitCount;
+    const std::uint64_t rows = static_cast<std::uint64_t>(std::max(header.height, 0));
+    const std::uint64_t fewestBytes = static_cast<std::uint64_t>(header.width) * rows * (bitCount / 8);
     formats::NewImage picture(image);
-    if (!picture.create(file, size.width, size.height, kind->bitCount, fewestBytes)) return false;
+    if (!picture.create(reader, header.width, header.height, bitCount, fewestBytes)) return false;
     image->SetMonoPalette();
-    if (size.height < 0) return false;
-    if (kind->ascii) return readPixels(AsciiRows(file, picture), picture, callback, user);
-    return readPixels(BinaryRows(file, picture), picture, callback, user);
+    if (header.height < 0) return false;
+    if (header.kind->ascii) return readPixels(AsciiRows(reader, picture), picture, callback, user);
+    return readPixels(BinaryRows(reader, picture), picture, callback, user);
 }
 
 bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
@@ -223,32 +280,43 @@ bool LoadPGM(const wchar_t* path, DibStream* image, DibProgressCallback callback
 }
 
 bool SavePPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
-    // A callback may change the image: it is then written as it was at the start.
-    const bool converts = image->Header == nullptr || image->Header->biBitCount != 24;
-    formats::ImagePtr copy;
-    if (converts || callback != nullptr) {
-        copy.reset(image->Clone());
-        if (copy == nullptr || (converts && !copy->ChangeBpp(24, 0))) return false;
-    }
-    DibStream& source = copy != nullptr ? *copy : *image;
-    if (!dib::hasRows(source)) return false;
-
-    const dib::ImageSize size = dib::admitSize(*source.Header);
-    const int height = static_cast<int>(size.rows);
-    const auto width = static_cast<std::size_t>(source.Header->biWidth);
-    std::fprintf(file, "P6\n%d %d\n255\n", source.Header->biWidth, height);
-    formats::RowWriter rows(file, width * 3, size.rows);
-    if (!rows.ready()) return false;
-    for (int y = 0; y < height; ++y) {
-        formats::swapRedBlue(source.ScanLine(y), rows.next(), width);
-        if (!formats::report(callback, user, y, height)) return false;
-    }
-    return true;
+    ByteWriter out(file);
+    return writePpm(out, image, callback, user);
 }
-
 bool SavePPM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, SavePPM, image, callback, user, formats::OpenFailure::kLeavesCode);
+    return formats::savePath(path, writePpm, image, callback, user, formats::OpenFailure::kLeavesCode);
 }
 bool SavePPM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, SavePPM, image, callback, user, formats::OpenFailure::kLeavesCode);
+    return formats::savePath(path, writePpm, image, callback, user, formats::OpenFailure::kLeavesCode);
 }
+
+namespace formats {
+
+namespace {
+
+bool recognizes(FirstBytes bytes) {
+    for (const Kind& kind : kKinds) {
+        if (startsWith(bytes, kind.firstLine)) return true;
+    }
+    return false;
+}
+
+constexpr Extension kExtensions[] = {{"ppm", true}, {"pgm", true}, {"pnm"}};
+constexpr std::string_view kMimeTypes[] = {"image/x-portable-pixmap", "image/x-portable-graymap",
+                                           "image/x-portable-anymap"};
+
+}  // namespace
+
+constinit const FileFormat kPpmFormat = {
+    .name = "ppm",
+    .title = "PPM and PGM, binary and ASCII",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "8, 24",
+    .writesDepths = "24",
+    .load = LoadPPM,
+    .save = saveWhole<writePpm>,
+    .recognizes = recognizes,
+};
+
+}  // namespace formats

@@ -6,6 +6,8 @@
 
 #include <cstdio>
 
+#include "formats/ByteReader.h"
+
 DIB_LOCAL bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user);
 DIB_LOCAL bool SavePPM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user);
 
@@ -13,7 +15,7 @@ namespace formats {
 
 // Reads a decimal number of an ASCII file: 1 when there was one, 0 otherwise. Everything before its digits is
 // skipped, and the character that ends it is consumed.
-int readInt(std::FILE* file, int& value);
+int readInt(ByteReader& file, int& value);
 
 }  // namespace formats
 

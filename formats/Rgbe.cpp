@@ -13,6 +13,7 @@
 #include "dib/Memory.h"
 #include "formats/HeaderText.h"
 
+using formats::ByteReader;
 using formats::kRgbeBytes;
 using formats::RgbeError;
 
@@ -55,14 +56,16 @@ namespace {
 
 int result(RgbeError error, std::FILE* file) { return formats::reportRgbe(error, file) ? 0 : -1; }
 
-constexpr const char* kFormatLine = "FORMAT=32-bit_rle_rgbe\n";
-
-// The file's own buffer, from which no byte too many is taken.
-struct ExactSource {
+// The public routines leave every byte in the file that they do not need. Packets are many and short, so their bytes
+// come from the stream's own buffer.
+constexpr auto kExact = ByteReader::Buffering::kExact;
+struct PacketSource {
     std::FILE* file;
-    int byte() { return getc_unlocked(file); }
-    bool copy(unsigned char* out, std::size_t bytes) { return dib::readBytes(file, out, bytes); }
+    int byte() { return dib::nextByte(file); }
+    bool read(unsigned char* out, std::size_t bytes) { return dib::readBytes(file, out, bytes); }
 };
+
+constexpr const char* kFormatLine = "FORMAT=32-bit_rle_rgbe\n";
 
 // Header.
 
@@ -100,8 +103,12 @@ bool readSize(const char* at, int& width, int& height) {
     return skipText(at, "+X") && formats::readNumber(at, width);
 }
 
-RgbeError readHeader(std::FILE* file, int& width, int& height, rgbe_header_info* info) {
-    formats::HeaderLines lines(file);
+}  // namespace
+
+namespace formats {
+
+RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_header_info* info) {
+    HeaderLines lines(source);
     if (info != nullptr) *info = {0, {}, 1.0F, 1.0F};
     if (!lines.next()) return RgbeError::kRead;
     if (info != nullptr && std::strncmp(lines.text(), "#?", 2) == 0) {
@@ -122,6 +129,10 @@ RgbeError readHeader(std::FILE* file, int& width, int& height, rgbe_header_info*
     return readSize(lines.text(), width, height) ? RgbeError::kNone : RgbeError::kNoSize;
 }
 
+}  // namespace formats
+
+namespace {
+
 // Flat pixels, a block at a time.
 
 constexpr std::int64_t kBlockPixels = 1024;
@@ -139,16 +150,16 @@ RgbeError writeFlat(std::FILE* file, const float* data, std::int64_t count) {
     return RgbeError::kNone;
 }
 
-RgbeError readFlat(std::FILE* file, float* data, std::int64_t count) {
-    std::array<unsigned char, kBlockPixels * kRgbeBytes> block;
+RgbeError readFlat(ByteReader& source, float* data, std::int64_t count) {
     while (count > 0) {
-        const auto wanted = static_cast<std::size_t>(std::min(count, kBlockPixels));
-        const std::size_t pixels = std::fread(block.data(), kRgbeBytes, wanted, file);
-        for (std::size_t i = 0; i < pixels; ++i, data += 3) {
-            rgbe2float(data, data + 1, data + 2, &block[i * kRgbeBytes]);
-        }
+        const std::int64_t wanted = std::min(count, kBlockPixels);
+        const ByteReader::Bytes block = source.ahead(static_cast<std::size_t>(wanted * kRgbeBytes));
+        const std::int64_t pixels = std::min(wanted, static_cast<std::int64_t>(block.size / kRgbeBytes));
+        for (std::int64_t i = 0; i < pixels; ++i, data += 3)
+            rgbe2float(data, data + 1, data + 2, block.data + i * kRgbeBytes);
         if (pixels < wanted) return RgbeError::kRead;
-        count -= static_cast<std::int64_t>(pixels);
+        source.consume(static_cast<std::size_t>(pixels * kRgbeBytes));
+        count -= pixels;
     }
     return RgbeError::kNone;
 }
@@ -157,20 +168,21 @@ RgbeError readFlat(std::FILE* file, float* data, std::int64_t count) {
 
 RgbeError readRows(std::FILE* file, float* data, int width, int rows) {
     if (width <= 0 || rows <= 0) return RgbeError::kNone;
-    if (!formats::widthHasPackets(width)) return readFlat(file, data, std::int64_t{width} * rows);
+    ByteReader flat(file, kExact);
+    PacketSource packets{file};
+    if (!formats::widthHasPackets(width)) return readFlat(flat, data, std::int64_t{width} * rows);
     const auto stride = static_cast<std::size_t>(width);
     dib::MallocPtr<unsigned char> planes;
-    ExactSource source{file};
     for (; rows > 0; --rows) {
         unsigned char start[kRgbeBytes];
-        if (!dib::readBytes(file, start, sizeof start)) return RgbeError::kRead;
+        if (!packets.read(start, sizeof start)) return RgbeError::kRead;
         if (!formats::startsPackets(start)) {
             rgbe2float(data, data + 1, data + 2, start);
-            return readFlat(file, data + 3, std::int64_t{width} * rows - 1);
+            return readFlat(flat, data + 3, std::int64_t{width} * rows - 1);
         }
         if (planes == nullptr) planes = dib::allocateArray<unsigned char>(stride * kRgbeBytes);
         if (planes == nullptr) return RgbeError::kMemory;
-        const RgbeError error = formats::readRgbePackets(source, start, width, planes.get());
+        const RgbeError error = formats::readRgbePackets(packets, start, width, planes.get());
         if (error != RgbeError::kNone) return error;
         for (std::size_t x = 0; x < stride; ++x, data += 3) {
             const unsigned char pixel[] = {planes[x], planes[stride + x], planes[2 * stride + x],
@@ -273,12 +285,16 @@ int RGBE_WriteHeader(FILE* file, int width, int height, const rgbe_header_info* 
     return result(writeHeader(file, width, height, info), file);
 }
 int RGBE_ReadHeader(FILE* file, int* width, int* height, rgbe_header_info* info) {
-    return result(readHeader(file, *width, *height, info), file);
+    ByteReader source(file, kExact);
+    return result(formats::readRgbeHeader(source, *width, *height, info), file);
 }
 int RGBE_WritePixels(FILE* file, const float* data, int count) {
     return result(writeFlat(file, data, count), file);
 }
-int RGBE_ReadPixels(FILE* file, float* data, int count) { return result(readFlat(file, data, count), file); }
+int RGBE_ReadPixels(FILE* file, float* data, int count) {
+    ByteReader source(file, kExact);
+    return result(readFlat(source, data, count), file);
+}
 int RGBE_WritePixels_RLE(FILE* file, const float* data, int width, int rows) {
     return result(writeRows(file, data, width, rows), file);
 }

@@ -4,9 +4,10 @@
 
 #include <DibRgbe.h>
 
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
+
+#include "formats/ByteReader.h"
 
 namespace formats {
 
@@ -24,8 +25,11 @@ inline bool startsPackets(const unsigned char* bytes) {
     return bytes[0] == 2 && bytes[1] == 2 && (bytes[2] & 0x80) == 0;
 }
 
+// Reads the lines of a header.
+RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_header_info* info);
+
 // Reads the packets of one row behind its four first bytes into four planes, red to exponent, of `width` bytes.
-// `Source` gives the next byte (negative at the end) or copies several.
+// `Source` gives the next byte (negative at the end) or reads several.
 template <class Source>
 RgbeError readRgbePackets(Source& source, const unsigned char* start, int width, unsigned char* planes) {
     if ((start[2] << 8 | start[3]) != width) return RgbeError::kWidth;
@@ -40,7 +44,7 @@ RgbeError readRgbePackets(Source& source, const unsigned char* start, int width,
                 const int value = source.byte();
                 if (value < 0) return RgbeError::kRead;
                 std::memset(planes, value, bytes);
-            } else if (!source.copy(planes, bytes)) {
+            } else if (!source.read(planes, bytes)) {
                 return RgbeError::kRead;
             }
             planes += count;

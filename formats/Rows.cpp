@@ -1,7 +1,6 @@
 #include "formats/Rows.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace formats {
 
@@ -17,38 +16,7 @@ std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows) {
     return std::clamp(fitting, std::size_t{1}, std::max(rows, std::size_t{1}));
 }
 
-RowReader::RowReader(std::FILE* file, std::size_t rowBytes, std::size_t rows)
-    : file_(file),
-      rowBytes_(rowBytes),
-      rowsToRead_(rows),
-      rowsPerBlock_(rowsPerBlock(rowBytes, rows)),
-      block_(dib::allocateArray<unsigned char>(std::max(rowsPerBlock_ * rowBytes, std::size_t{1}))) {}
-
-std::size_t RowReader::atHand() {
-    if (position_ == filled_) {
-        const std::size_t rows = std::min(rowsToRead_, rowsPerBlock_);
-        rowsToRead_ -= rows;
-        position_ = 0;
-        filled_ = std::fread(block_.get(), 1, rows * rowBytes_, file_);
-    }
-    return std::min(rowBytes_, filled_ - position_);
-}
-
-const unsigned char* RowReader::next() {
-    if (atHand() < rowBytes_) return nullptr;
-    const unsigned char* row = block_.get() + position_;
-    position_ += rowBytes_;
-    return row;
-}
-
-std::size_t RowReader::copyNext(unsigned char* out) {
-    const std::size_t bytes = atHand();
-    std::memcpy(out, block_.get() + position_, bytes);
-    position_ += bytes;
-    return bytes;
-}
-
-RowWriter::RowWriter(std::FILE* file, std::size_t rowBytes, std::size_t rows)
+RowWriter::RowWriter(ByteWriter& file, std::size_t rowBytes, std::size_t rows)
     : file_(file),
       rowBytes_(rowBytes),
       blockBytes_(rowsPerBlock(rowBytes, rows) * rowBytes),
@@ -64,7 +32,7 @@ unsigned char* RowWriter::next() {
 }
 
 void RowWriter::flush() {
-    if (filled_ > 0) std::fwrite(block_.get(), 1, filled_, file_);
+    if (filled_ > 0) file_.bytes(block_.get(), filled_);
     filled_ = 0;
 }
 

@@ -10,11 +10,14 @@
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Memory.h"
-#include "formats/ByteSource.h"
+#include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
+#include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
 
+using formats::ByteReader;
+using formats::ByteWriter;
 using formats::fail;
 using formats::NewImage;
 
@@ -47,9 +50,12 @@ struct TgaHeader {
         return static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) / 8;
     }
     std::size_t rows() const { return static_cast<std::size_t>(height); }
+
+    static TgaHeader parse(const unsigned char* bytes);
+    std::array<unsigned char, kBytes> bytes() const;
 };
 
-TgaHeader parseHeader(const unsigned char* bytes) {
+TgaHeader TgaHeader::parse(const unsigned char* bytes) {
     TgaHeader header;
     header.idBytes = bytes[0];
     header.colorMapType = bytes[1];
@@ -64,6 +70,20 @@ TgaHeader parseHeader(const unsigned char* bytes) {
     return header;
 }
 
+std::array<unsigned char, TgaHeader::kBytes> TgaHeader::bytes() const {
+    std::array<unsigned char, kBytes> bytes{};
+    bytes[0] = static_cast<unsigned char>(idBytes);
+    bytes[1] = static_cast<unsigned char>(colorMapType);
+    bytes[2] = static_cast<unsigned char>(imageType);
+    dib::writeLe16(&bytes[5], static_cast<std::uint16_t>(mapEntries));
+    bytes[7] = static_cast<unsigned char>(mapEntryBits);
+    dib::writeLe16(&bytes[12], static_cast<std::uint16_t>(width));
+    dib::writeLe16(&bytes[14], static_cast<std::uint16_t>(height));
+    bytes[16] = static_cast<unsigned char>(bitCount);
+    bytes[17] = static_cast<unsigned char>(descriptor);
+    return bytes;
+}
+
 // Bytes of one entry of a map beside pixels that do not use it. Sizes other than these skip nothing: files with
 // 15-bit entries, whose pixels then start too early, have always been read so.
 std::size_t skippedEntryBytes(const TgaHeader& header) {
@@ -76,25 +96,25 @@ bool unusedMapIsValid(const TgaHeader& header) {
     return !header.hasMap() || header.mapEntries >= 0 || skippedEntryBytes(header) == 0;
 }
 
-void skipUnusedMap(std::FILE* file, const TgaHeader& header) {
+void skipUnusedMap(ByteReader& file, const TgaHeader& header) {
     const std::size_t entryBytes = skippedEntryBytes(header);
     if (header.hasMap() && entryBytes > 0)
-        dib::skipBytes(file, entryBytes * static_cast<std::size_t>(header.mapEntries));
+        file.skip(entryBytes * static_cast<std::size_t>(header.mapEntries));
 }
 
 // Image sizes. Raw pixels are kept in the row order of the file; run-length ones always bottom-up.
-bool createInFileOrder(std::FILE* file, NewImage& image, const TgaHeader& header, int bitCount) {
+bool createInFileOrder(ByteReader& file, NewImage& image, const TgaHeader& header, int bitCount) {
     const int height = header.topRowFirst() ? -header.height : header.height;
     // A height below 1 in the header makes an image without any row to read.
     const std::uint64_t fewestBytes = header.height < 1 ? 0 : header.rowBytes() * header.rows();
     return image.create(file, header.width, height, bitCount, fewestBytes);
 }
 
-bool readRawPixels(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readRawPixels(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (header.height < 1) return true;
     const std::size_t pitch = image->GetPitch();
-    const std::size_t bytes = dib::readRows(file, image->Buffer, static_cast<std::ptrdiff_t>(pitch),
-                                            header.rowBytes(), header.rows());
+    const std::size_t bytes =
+        file.readRows(image->Buffer, static_cast<std::ptrdiff_t>(pitch), header.rowBytes(), header.rows());
     const std::size_t whole = bytes / header.rowBytes();
     image.read(image->Buffer, whole);
     if (whole == header.rows()) return true;
@@ -103,10 +123,10 @@ bool readRawPixels(std::FILE* file, NewImage& image, const TgaHeader& header) {
 }
 
 // Reads a map of 24-bit entries into the table of an 8-bit image.
-bool readMap24(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readMap24(ByteReader& file, NewImage& image, const TgaHeader& header) {
     std::array<unsigned char, 256 * 3> map;
     const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
-    if (!dib::readBytes(file, map.data(), entries * 3)) return fail(image, DIB_ERROR_READ);
+    if (!file.read(map.data(), entries * 3)) return fail(image, DIB_ERROR_READ);
     DibBGRA* table = dib::colorTable(image->Header);
     for (std::size_t i = 0; i < entries; ++i) table[i] = {map[3 * i], map[3 * i + 1], map[3 * i + 2], 0};
     return true;
@@ -115,29 +135,24 @@ bool readMap24(std::FILE* file, NewImage& image, const TgaHeader& header) {
 constexpr int kTableEntries = 256;
 
 // Raw pixels looked up in a map of 32-bit entries, which an image keeps only as pixels.
-bool readExpanded(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readExpanded(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (!createInFileOrder(file, image, header, 32)) return false;
-    const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
-    const auto map = dib::allocateArray<DibBGRA>(std::max(entries, std::size_t{1}));
-    if (map == nullptr) return fail(image, DIB_ERROR_MEMORY);
-    if (!dib::readBytes(file, map.get(), entries * sizeof(DibBGRA))) return fail(image, DIB_ERROR_READ);
-    if (header.height < 1) return true;
-
     std::array<DibBGRA, kTableEntries> table{};  // what the map lacks is transparent black
-    std::copy_n(map.get(), std::min(entries, table.size()), table.begin());
-    formats::RowReader rows(file, header.rowBytes(), header.rows());
-    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
-    for (std::size_t row = 0; row < header.rows(); ++row) {
-        const unsigned char* indices = rows.next();
+    const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
+    const std::size_t used = std::min(entries, table.size());
+    if (!file.read(table.data(), used * sizeof(DibBGRA)) || !file.pass((entries - used) * sizeof(DibBGRA)))
+        return fail(image, DIB_ERROR_READ);
+    for (int row = 0; row < header.height; ++row) {
+        const unsigned char* indices = file.take(header.rowBytes());
         if (indices == nullptr) return fail(image, DIB_ERROR_READ);
-        auto* out = reinterpret_cast<DibBGRA*>(image->Buffer + row * image->GetPitch());
-        for (int x = 0; x < header.width; ++x) out[x] = table[indices[x]];
-        image.read(image->Buffer + row * image->GetPitch());
+        unsigned char* out = image->Buffer + static_cast<std::size_t>(row) * image->GetPitch();
+        for (int x = 0; x < header.width; ++x) std::memcpy(out + 4 * x, &table[indices[x]], sizeof(DibBGRA));
+        image.read(out);
     }
     return true;
 }
 
-bool readMapped(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readMapped(ByteReader& file, NewImage& image, const TgaHeader& header) {
     const bool known = header.mapEntryBits == 24 || header.mapEntryBits == 32;
     if (header.bitCount != 8 || !header.hasMap() || !known) return fail(image, DIB_ERROR_UNSUPPORTED);
     if (header.mapEntries < 0) return fail(image, DIB_ERROR_INVALID);
@@ -147,7 +162,7 @@ bool readMapped(std::FILE* file, NewImage& image, const TgaHeader& header) {
            readRawPixels(file, image, header);
 }
 
-bool readTrueColor(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readTrueColor(ByteReader& file, NewImage& image, const TgaHeader& header) {
     const bool known = header.bitCount == 16 || header.bitCount == 24 || header.bitCount == 32;
     if (!known) return fail(image, DIB_ERROR_UNSUPPORTED);
     if (!unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
@@ -156,7 +171,7 @@ bool readTrueColor(std::FILE* file, NewImage& image, const TgaHeader& header) {
     return readRawPixels(file, image, header);
 }
 
-bool readGrey(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readGrey(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (header.bitCount != 8) return fail(image, DIB_ERROR_UNSUPPORTED);
     if (!unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
     if (!createInFileOrder(file, image, header, 8)) return false;
@@ -166,52 +181,66 @@ bool readGrey(std::FILE* file, NewImage& image, const TgaHeader& header) {
 }
 
 template <std::size_t kPixelBytes>
-void fillPixels(unsigned char* out, const unsigned char* pixel, int count) {
+void fillPixels(unsigned char* out, const unsigned char* pixel, std::size_t bytes) {
     unsigned char value[kPixelBytes];
     std::memcpy(value, pixel, kPixelBytes);
-    for (int i = 0; i < count; ++i)
-        std::memcpy(out + static_cast<std::size_t>(i) * kPixelBytes, value, kPixelBytes);
+    for (std::size_t i = 0; i < bytes; i += kPixelBytes) std::memcpy(out + i, value, kPixelBytes);
 }
 
 // Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They run
 // on across the ends of rows, and the last one may hold more than the image takes.
 template <std::size_t kPixelBytes>
-bool decodePackets(std::FILE* file, NewImage& image, const TgaHeader& header) {
-    formats::ByteSource source(file);
-    const int step = header.topRowFirst() ? 1 : -1;
-    const int end = header.topRowFirst() ? header.height : -1;
-    int y = header.topRowFirst() ? 0 : header.height - 1;
-    int x = 0;
-    unsigned char* row = image->ScanLine(y);
-    const auto endInRow = [&](std::size_t pixels) {
-        image.readPart(row, pixels * kPixelBytes);
-        return fail(image, DIB_ERROR_READ);
-    };
-    while (y != end) {
-        const int packet = source.byte();
-        if (packet < 0) return endInRow(static_cast<std::size_t>(x));
-        const bool isRun = (packet & 0x80) != 0;
-        const unsigned char* repeated = isRun ? source.take(kPixelBytes) : nullptr;
-        if (isRun && repeated == nullptr) return endInRow(static_cast<std::size_t>(x));
-        for (int left = (packet & 0x7F) + 1; left > 0 && y != end;) {
-            const int count = std::min(left, header.width - x);
-            unsigned char* out = row + static_cast<std::size_t>(x) * kPixelBytes;
-            if (isRun) {
-                fillPixels<kPixelBytes>(out, repeated, count);
+class PacketReader {
+public:
+    explicit PacketReader(ByteReader& file) : file_(file) {}
+
+    // Fills a row; returns how many bytes the file had for it, in whole pixels.
+    std::size_t read(unsigned char* row, std::size_t rowBytes) {
+        std::size_t done = 0;
+        while (done < rowBytes && (left_ > 0 || open())) {
+            const std::size_t wanted = std::min(left_, rowBytes - done);
+            std::size_t moved = wanted;
+            if (isRun_) {
+                fillPixels<kPixelBytes>(row + done, pixel_, wanted);
             } else {
-                const std::size_t wanted = static_cast<std::size_t>(count) * kPixelBytes;
-                const std::size_t atHand = std::min(wanted, source.fill(wanted));
-                std::memcpy(out, source.advance(atHand), atHand - atHand % kPixelBytes);
-                if (atHand < wanted) return endInRow(static_cast<std::size_t>(x) + atHand / kPixelBytes);
+                moved = std::min(wanted, file_.ahead(wanted).size) / kPixelBytes * kPixelBytes;
+                file_.read(row + done, moved);
             }
-            left -= count;
-            x += count;
-            if (x < header.width) continue;
-            image.read(row);
-            x = 0;
-            y += step;
-            row = image->ScanLine(y);
+            done += moved;
+            left_ -= moved;
+            if (moved < wanted) break;
         }
+        return done;
+    }
+
+private:
+    bool open() {
+        const int packet = file_.byte();
+        if (packet < 0) return false;
+        isRun_ = (packet & 0x80) != 0;
+        if (isRun_ && !file_.read(pixel_, kPixelBytes)) return false;
+        left_ = (static_cast<std::size_t>(packet & 0x7F) + 1) * kPixelBytes;
+        return true;
+    }
+
+    ByteReader& file_;
+    std::size_t left_ = 0;  // bytes of the open packet
+    bool isRun_ = false;
+    unsigned char pixel_[kPixelBytes] = {};
+};
+
+template <std::size_t kPixelBytes>
+bool readPackets(ByteReader& file, NewImage& image, const TgaHeader& header) {
+    PacketReader<kPixelBytes> packets(file);
+    const int last = header.height - 1;
+    for (int i = 0; i <= last; ++i) {
+        unsigned char* row = image->ScanLine(header.topRowFirst() ? i : last - i);
+        const std::size_t bytes = packets.read(row, header.rowBytes());
+        if (bytes < header.rowBytes()) {
+            image.readPart(row, bytes);
+            return fail(image, DIB_ERROR_READ);
+        }
+        image.read(row);
     }
     return true;
 }
@@ -222,7 +251,7 @@ std::uint64_t fewestPacketBytes(const TgaHeader& header) {
     return (pixels + 127) / 128 * (1 + static_cast<unsigned>(header.bitCount) / 8);
 }
 
-bool readRunLengthMapped(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readRunLengthMapped(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (header.bitCount != 8 || !header.hasMap()) return false;
     const bool known = header.mapEntryBits == 24;
     const bool fitting = header.mapEntries >= 0 && header.mapEntries <= kTableEntries;
@@ -230,23 +259,23 @@ bool readRunLengthMapped(std::FILE* file, NewImage& image, const TgaHeader& head
     const std::uint64_t fewestBytes = known ? fewestPacketBytes(header) : 0;
     if (!image.create(file, header.width, header.height, 8, fewestBytes)) return false;
     if (!known) return false;  // the new image stays
-    return readMap24(file, image, header) && decodePackets<1>(file, image, header);
+    return readMap24(file, image, header) && readPackets<1>(file, image, header);
 }
 
-bool readRunLengthTrueColor(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readRunLengthTrueColor(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (header.bitCount != 16 && header.bitCount != 24 && header.bitCount != 32) return false;
     if (header.height < 0 || !unusedMapIsValid(header)) return fail(image, DIB_ERROR_INVALID);
     if (!image.create(file, header.width, header.height, header.bitCount, fewestPacketBytes(header)))
         return false;
     skipUnusedMap(file, header);
     switch (header.bitCount) {
-        case 16: return decodePackets<2>(file, image, header);
-        case 24: return decodePackets<3>(file, image, header);
-        default: return decodePackets<4>(file, image, header);
+        case 16: return readPackets<2>(file, image, header);
+        case 24: return readPackets<3>(file, image, header);
+        default: return readPackets<4>(file, image, header);
     }
 }
 
-bool readImage(std::FILE* file, NewImage& image, const TgaHeader& header) {
+bool readImage(ByteReader& file, NewImage& image, const TgaHeader& header) {
     switch (header.imageType) {
         case kMapped: return readMapped(file, image, header);
         case kTrueColor: return readTrueColor(file, image, header);
@@ -261,21 +290,8 @@ constexpr bool isKnownType(unsigned type) {
     return (type >= kMapped && type <= kGrey) || type == kRunLengthMapped || type == kRunLengthTrueColor;
 }
 
-void writeHeader(std::FILE* file, const TgaHeader& header) {
-    unsigned char bytes[TgaHeader::kBytes] = {};
-    bytes[1] = static_cast<unsigned char>(header.colorMapType);
-    bytes[2] = static_cast<unsigned char>(header.imageType);
-    dib::writeLe16(bytes + 5, static_cast<std::uint16_t>(header.mapEntries));
-    bytes[7] = static_cast<unsigned char>(header.mapEntryBits);
-    dib::writeLe16(bytes + 12, static_cast<std::uint16_t>(header.width));
-    dib::writeLe16(bytes + 14, static_cast<std::uint16_t>(header.height));
-    bytes[16] = static_cast<unsigned char>(header.bitCount);
-    bytes[17] = static_cast<unsigned char>(header.descriptor);
-    dib::writeBytes(file, bytes, sizeof bytes);
-}
-
 // The colours of a table as blue, green, red.
-bool writeMap(std::FILE* file, const DibBGRA* table, std::size_t entries) {
+bool writeMap(ByteWriter& file, const DibBGRA* table, std::size_t entries) {
     formats::RowWriter map(file, sizeof(DibBGR), entries);
     if (!map.ready()) return false;
     for (std::size_t i = 0; i < entries; ++i) std::memcpy(map.next(), &table[i], sizeof(DibBGR));
@@ -299,29 +315,30 @@ TgaHeader headerOf(const BITMAPINFOHEADER& info) {
     return header;
 }
 
-}  // namespace
-
-bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
-    image->ErrorCode = DIB_ERROR_GENERAL;
-    unsigned char bytes[TgaHeader::kBytes];
-    if (!dib::readBytes(file, bytes, sizeof bytes)) return fail(image, DIB_ERROR_READ);
-    const TgaHeader header = parseHeader(bytes);
-    dib::skipBytes(file, header.idBytes);
-    if (!isKnownType(header.imageType)) return false;
-    NewImage picture(image);
-    if (!readImage(file, picture, header)) return false;
-    image->ErrorCode = DIB_OK;
+// Writes the rows from the bottom of the picture up.
+bool writePixels(ByteWriter& file, DibStream& source, DibStream* image, DibProgressCallback callback,
+                 void* user) {
+    const dib::ImageSize size = dib::admitSize(*source.Header);
+    const std::size_t rowBytes =
+        static_cast<std::size_t>(source.Header->biWidth) * source.Header->biBitCount / 8;
+    const int height = static_cast<int>(size.rows);
+    if (callback == nullptr) {
+        const unsigned char* bottom = source.ScanLine(height - 1);
+        const std::ptrdiff_t up = height > 1 ? source.ScanLine(height - 2) - bottom : 0;
+        file.rows(bottom, up, rowBytes, size.rows);
+        return true;
+    }
+    formats::RowWriter rows(file, rowBytes, size.rows);
+    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
+    for (int row = 0; row < height; ++row) {
+        std::memcpy(rows.next(), source.ScanLine(height - 1 - row), rowBytes);
+        if (formats::report(callback, user, row, height)) continue;
+        return source.Header->biBitCount == 8 ? false : fail(image, DIB_ERROR_INTERRUPTED);
+    }
     return true;
 }
 
-bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::loadPath(path, LoadTGA, image, callback, user);
-}
-bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::loadPath(path, LoadTGA, image, callback, user);
-}
-
-bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+bool writeTga(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
     // A callback may change the image: it is then written as it was at the start.
     const bool converts = image->Header == nullptr || image->Header->biBitCount < 8;
     formats::ImagePtr copy;
@@ -335,7 +352,7 @@ bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
         // No image makes a file without pixels.
         TgaHeader empty;
         empty.imageType = kTrueColor;
-        writeHeader(file, empty);
+        file.bytes(empty.bytes().data(), TgaHeader::kBytes);
         return true;
     }
     if (!dib::hasRows(source)) return fail(image, DIB_ERROR_INVALID);
@@ -343,40 +360,68 @@ bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     if (bitCount != 8 && bitCount != 16 && bitCount != 24 && bitCount != 32) {
         return fail(image, converts ? DIB_ERROR_MEMORY : DIB_ERROR_UNSUPPORTED);
     }
-
     const TgaHeader header = headerOf(*source.Header);
-    writeHeader(file, header);
+    file.bytes(header.bytes().data(), TgaHeader::kBytes);
     const auto entries = static_cast<std::uint16_t>(header.mapEntries);
     if (!writeMap(file, dib::colorTable(image->Header), entries)) return fail(image, DIB_ERROR_MEMORY);
+    return writePixels(file, source, image, callback, user);
+}
 
-    const dib::ImageSize size = dib::admitSize(*source.Header);
-    const std::size_t rowBytes =
-        static_cast<std::size_t>(source.Header->biWidth) * static_cast<std::size_t>(bitCount) / 8;
-    const int height = static_cast<int>(size.rows);
-    if (copy == nullptr && source.Header->biHeight > 0 && rowBytes == size.rowBytes) {
-        // The pixels lie in memory as the file has them.
-        dib::writeBytes(file, source.Buffer, size.imageBytes);
-        return true;
-    }
-    if (callback == nullptr) {
-        const unsigned char* bottom = source.ScanLine(height - 1);
-        const std::ptrdiff_t up = height > 1 ? source.ScanLine(height - 2) - bottom : 0;
-        dib::writeRows(file, bottom, up, rowBytes, size.rows);
-        return true;
-    }
-    formats::RowWriter rows(file, rowBytes, size.rows);
-    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
-    for (int row = 0; row < height; ++row) {
-        std::memcpy(rows.next(), source.ScanLine(height - 1 - row), rowBytes);
-        if (formats::report(callback, user, row, height)) continue;
-        return bitCount == 8 ? false : fail(image, DIB_ERROR_INTERRUPTED);
-    }
+}  // namespace
+
+bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
+    image->ErrorCode = DIB_ERROR_GENERAL;
+    ByteReader reader(file);
+    const unsigned char* bytes = reader.take(TgaHeader::kBytes);
+    if (bytes == nullptr) return fail(image, DIB_ERROR_READ);
+    const TgaHeader header = TgaHeader::parse(bytes);
+    reader.skip(header.idBytes);
+    if (!isKnownType(header.imageType)) return false;
+    NewImage picture(image);
+    if (!readImage(reader, picture, header)) return false;
+    image->ErrorCode = DIB_OK;
     return true;
 }
 
+bool LoadTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadTGA, image, callback, user);
+}
+bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return formats::loadPath(path, LoadTGA, image, callback, user);
+}
+
+bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    ByteWriter out(file);
+    return writeTga(out, image, callback, user);
+}
 bool SaveTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, SaveTGA, image, callback, user);
+    return formats::savePath(path, writeTga, image, callback, user);
 }
 bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, SaveTGA, image, callback, user);
+    return formats::savePath(path, writeTga, image, callback, user);
 }
+
+namespace formats {
+
+namespace {
+
+std::string_view compression(FirstBytes bytes) { return bytes.size() > 2 && bytes[2] >= 9 ? "rle" : "none"; }
+
+constexpr Extension kExtensions[] = {{"tga", true}};
+constexpr std::string_view kMimeTypes[] = {"image/x-tga"};
+
+}  // namespace
+
+constinit const FileFormat kTgaFormat = {
+    .name = "tga",
+    .title = "Truevision TGA",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "8, 16, 24, 32",
+    .writesDepths = "8, 16, 24, 32; 1 and 4 as 24",
+    .load = LoadTGA,
+    .save = saveWhole<writeTga>,
+    .compression = compression,
+};
+
+}  // namespace formats

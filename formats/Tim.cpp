@@ -10,10 +10,14 @@
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Kernels.h"
+#include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
+#include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
 
+using formats::ByteReader;
+using formats::ByteWriter;
 using formats::fail;
 
 namespace {
@@ -26,9 +30,9 @@ using ColorTable = std::array<DibBGRA, kMostColors>;
 
 // Reads fields of the file; those that it lacks are 0.
 template <std::size_t kBytes>
-std::array<unsigned char, kBytes> readFields(std::FILE* file) {
+std::array<unsigned char, kBytes> readFields(ByteReader& file) {
     std::array<unsigned char, kBytes> fields{};
-    dib::readBytes(file, fields.data(), kBytes);
+    file.read(fields.data(), kBytes);
     return fields;
 }
 
@@ -38,26 +42,38 @@ struct BlockHeader {
     std::uint32_t length = 0;  // bytes of the block, these included
     unsigned width = 0;        // in words
     unsigned height = 0;
+
+    static BlockHeader read(ByteReader& file) {
+        const auto fields = readFields<kBytes>(file);
+        return {dib::readLe32(&fields[0]), dib::readLe16(&fields[8]), dib::readLe16(&fields[10])};
+    }
+    void write(ByteWriter& file) const {
+        unsigned char fields[kBytes] = {};
+        dib::writeLe32(fields, length);
+        dib::writeLe16(fields + 8, width);
+        dib::writeLe16(fields + 10, height);
+        file.bytes(fields, kBytes);
+    }
 };
 
-BlockHeader readBlockHeader(std::FILE* file) {
-    const auto fields = readFields<BlockHeader::kBytes>(file);
-    return {dib::readLe32(&fields[0]), dib::readLe16(&fields[8]), dib::readLe16(&fields[10])};
+// Colours as words.
+
+DibBGRA colorOf(unsigned word) {
+    return {static_cast<std::uint8_t>(word >> 7 & 0xF8), static_cast<std::uint8_t>(word >> 2 & 0xF8),
+            static_cast<std::uint8_t>(word << 3 & 0xF8), 0};
 }
 
-void readLookup(std::FILE* file, ColorTable& colors) {
-    const off_t start = ftello(file);
-    const BlockHeader block = readBlockHeader(file);
+unsigned wordOf(const DibBGRA& color) {
+    return static_cast<unsigned>(color.red >> 3 | color.green >> 3 << 5 | color.blue >> 3 << 10);
+}
+
+void readLookup(ByteReader& file, ColorTable& colors) {
+    const std::int64_t start = file.position();
+    const BlockHeader block = BlockHeader::read(file);
     const std::size_t count = std::min(std::size_t{block.width} * block.height, kMostColors);
-    for (std::size_t i = 0; i < count; ++i) {
-        const unsigned word = dib::readLe16(readFields<2>(file).data());
-        colors[i] = {static_cast<std::uint8_t>(word >> 7 & 0xF8), static_cast<std::uint8_t>(word >> 2 & 0xF8),
-                     static_cast<std::uint8_t>(word << 3 & 0xF8), 0};
-    }
-    // The length decides where the pixels start, whatever the size of the table was. A pipe only goes forward.
-    if (start >= 0 && fseeko(file, start + static_cast<off_t>(block.length), SEEK_SET) == 0) return;
-    const std::size_t read = BlockHeader::kBytes + 2 * count;
-    if (block.length > read) dib::skipBytes(file, block.length - read);
+    for (std::size_t i = 0; i < count; ++i) colors[i] = colorOf(dib::readLe16(readFields<2>(file).data()));
+    // The length decides where the pixels start, whatever the size of the table was.
+    file.seek(start + std::int64_t{block.length});
 }
 
 // Pixel words of the file and of images differ by these; each is its own inverse but for the 16th bit.
@@ -83,20 +99,21 @@ void exchangeOrder(unsigned char* row, std::size_t bytes, int bitCount) {
 }  // namespace
 
 bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
-    if (dib::readLe32(readFields<4>(file).data()) != kIdentifier) return fail(image, DIB_ERROR_INVALID);
-    const std::uint32_t flags = dib::readLe32(readFields<4>(file).data());
+    ByteReader reader(file);
+    if (dib::readLe32(readFields<4>(reader).data()) != kIdentifier) return fail(image, DIB_ERROR_INVALID);
+    const std::uint32_t flags = dib::readLe32(readFields<4>(reader).data());
     const std::uint32_t mode = flags & kModeMask;
     if (mode > 2) return fail(image, DIB_ERROR_UNSUPPORTED);
     const int bitCount = 4 << mode;
 
     ColorTable colors{};
-    if ((flags & kHasLookup) != 0) readLookup(file, colors);
-    const BlockHeader block = readBlockHeader(file);
+    if ((flags & kHasLookup) != 0) readLookup(reader, colors);
+    const BlockHeader block = BlockHeader::read(reader);
     const int width = static_cast<int>(block.width) * 16 / bitCount;
     const int height = static_cast<int>(block.height);
     const std::size_t rowBytes = std::size_t{block.width} * 2;
     formats::NewImage picture(image);
-    if (!picture.create(file, width, height, bitCount, rowBytes * block.height)) return false;
+    if (!picture.create(reader, width, height, bitCount, rowBytes * block.height)) return false;
     if ((flags & kHasLookup) == 0) {
         image->SetMonoPalette();
     } else if (bitCount <= 8) {
@@ -104,15 +121,12 @@ bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     }
 
     // Pixels that the file lacks are 0: it is not an error that it ends early.
-    formats::RowReader rows(file, rowBytes, block.height);
-    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
     for (int y = 0; y < height; ++y) {
         unsigned char* row = image->ScanLine(y);
-        const std::size_t read = rows.copyNext(row);
+        const std::size_t read = reader.copy(row, rowBytes);
         if (read == 0) break;
-        std::memset(row + read, 0, rowBytes - read);
+        picture.readPart(row, read);
         exchangeOrder(row, rowBytes, bitCount);
-        picture.read(row);
     }
     return true;
 }
@@ -126,27 +140,15 @@ bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback
 
 namespace {
 
-void writeBlockHeader(std::FILE* file, const BlockHeader& block) {
-    unsigned char fields[BlockHeader::kBytes] = {};
-    dib::writeLe32(fields, block.length);
-    dib::writeLe16(fields + 8, block.width);
-    dib::writeLe16(fields + 10, block.height);
-    dib::writeBytes(file, fields, sizeof fields);
-}
-
 // One row of as many colours as the depth addresses; those that the image does not have are 0.
-void writeLookup(std::FILE* file, const BITMAPINFOHEADER& header) {
+void writeLookup(ByteWriter& file, const BITMAPINFOHEADER& header) {
     const std::size_t count = dib::addressableEntries(header.biBitCount);
     const ColorTable colors = dib::readColorTable(header);
     std::array<unsigned char, kMostColors * 2> words;
-    for (std::size_t i = 0; i < count; ++i) {
-        const DibBGRA& color = colors[i];
-        dib::writeLe16(&words[2 * i], static_cast<std::uint32_t>(color.red >> 3 | color.green >> 3 << 5 |
-                                                                 color.blue >> 3 << 10));
-    }
-    writeBlockHeader(
-        file, {static_cast<std::uint32_t>(BlockHeader::kBytes + 2 * count), static_cast<unsigned>(count), 1});
-    dib::writeBytes(file, words.data(), 2 * count);
+    for (std::size_t i = 0; i < count; ++i) dib::writeLe16(&words[2 * i], wordOf(colors[i]));
+    BlockHeader{static_cast<std::uint32_t>(BlockHeader::kBytes + 2 * count), static_cast<unsigned>(count), 1}
+        .write(file);
+    file.bytes(words.data(), 2 * count);
 }
 
 std::uint32_t flagsOf(int bitCount) {
@@ -157,36 +159,19 @@ std::uint32_t flagsOf(int bitCount) {
     }
 }
 
-void writePixels(DibStream& image, formats::RowWriter& rows, std::size_t rowBytes) {
-    const int height = static_cast<int>(dib::admitSize(*image.Header).rows);
-    for (int y = 0; y < height; ++y) {
-        unsigned char* row = rows.next();
-        std::memcpy(row, image.ScanLine(y), rowBytes);
-        exchangeOrder(row, rowBytes, image.Header->biBitCount);
-    }
+void writeWord(ByteWriter& file, std::uint32_t word) {
+    unsigned char bytes[4];
+    dib::writeLe32(bytes, word);
+    file.bytes(bytes, sizeof bytes);
 }
 
-// Saving always answers false, also when the file is complete: callers have never been able to rely on it.
-bool saveWithoutAnswer(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
-    SaveTIM(file, image, callback, user);
-    return false;
-}
-
-}  // namespace
-
-void SaveTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
-    unsigned char word[4];
-    dib::writeLe32(word, kIdentifier);
-    dib::writeBytes(file, word, sizeof word);
-
+bool writeTim(ByteWriter& file, DibStream* image, DibProgressCallback, void*) {
+    writeWord(file, kIdentifier);
     const int held = dib::hasRows(*image) ? image->Header->biBitCount : 0;
     formats::ImagePtr converted;
     if (held != 4 && held != 8 && held != 16) {
         converted.reset(image->Clone());
-        if (converted == nullptr || !converted->ChangeBpp(16, 0)) {
-            image->ErrorCode = DIB_ERROR_MEMORY;
-            return;
-        }
+        if (converted == nullptr || !converted->ChangeBpp(16, 0)) return fail(image, DIB_ERROR_MEMORY);
     }
     DibStream& source = converted != nullptr ? *converted : *image;
     const BITMAPINFOHEADER& header = *source.Header;
@@ -195,22 +180,61 @@ void SaveTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
     const std::size_t words =
         (static_cast<std::size_t>(header.biWidth) * header.biBitCount + 15) / 16 & 0xFFFF;
     formats::RowWriter rows(file, words * 2, size.rows);
-    if (!rows.ready()) {
-        image->ErrorCode = DIB_ERROR_MEMORY;
-        return;
-    }
+    if (!rows.ready()) return fail(image, DIB_ERROR_MEMORY);
 
-    dib::writeLe32(word, flagsOf(header.biBitCount));
-    dib::writeBytes(file, word, sizeof word);
+    writeWord(file, flagsOf(header.biBitCount));
     if (header.biBitCount != 16) writeLookup(file, header);
-    writeBlockHeader(file, {static_cast<std::uint32_t>(words * 2 * size.rows + BlockHeader::kBytes),
-                            static_cast<unsigned>(words), static_cast<unsigned>(size.rows)});
-    writePixels(source, rows, words * 2);
+    BlockHeader{static_cast<std::uint32_t>(words * 2 * size.rows + BlockHeader::kBytes),
+                static_cast<unsigned>(words), static_cast<unsigned>(size.rows)}
+        .write(file);
+    for (int y = 0; y < static_cast<int>(size.rows); ++y) {
+        unsigned char* row = rows.next();
+        std::memcpy(row, source.ScanLine(y), words * 2);
+        exchangeOrder(row, words * 2, header.biBitCount);
+    }
+    return true;
 }
 
+}  // namespace
+
+void SaveTIM(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
+    ByteWriter out(file);
+    writeTim(out, image, callback, user);
+}
+
+// Saving always answers false, also when the file is complete: callers have never been able to rely on it.
 bool SaveTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, saveWithoutAnswer, image, callback, user);
+    formats::saveFile(path, writeTim, image, callback, user);
+    return false;
 }
 bool SaveTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, saveWithoutAnswer, image, callback, user);
+    formats::saveFile(path, writeTim, image, callback, user);
+    return false;
 }
+
+namespace formats {
+
+namespace {
+
+bool recognizes(FirstBytes bytes) {
+    return bytes.size() >= 8 && dib::readLe32(bytes.data()) == kIdentifier && bytes[4] < 16;
+}
+
+constexpr Extension kExtensions[] = {{"tim"}};
+constexpr std::string_view kMimeTypes[] = {"image/x-tim"};
+
+}  // namespace
+
+constinit const FileFormat kTimFormat = {
+    .name = "tim",
+    .title = "TIM texture",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "4, 8, 16",
+    .writesDepths = "4, 8, 16; others as 16",
+    .load = LoadTIM,
+    .save = saveWhole<writeTim>,
+    .recognizes = recognizes,
+};
+
+}  // namespace formats

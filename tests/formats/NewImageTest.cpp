@@ -24,14 +24,15 @@ using formats::NewImage;
 constexpr unsigned char kOld = 0xA5;
 
 TEST(NewImage, FillAndRowsThatWereNotReadAreZero) {
-    const dib::FilePtr file = testing_support::openBytes(Bytes(1));
+    const Bytes one(1);
+    formats::ByteReader file(one.data(), one.size());
     const testing_support::FillNewBlocks fill(kOld);
     for (const int height : {3, -3}) {
         for (const bool fromEnd : {false, true}) {
             DibStream image;
             {
                 NewImage rows(&image);
-                ASSERT_TRUE(rows.create(file.get(), 3, height, 24, 1));
+                ASSERT_TRUE(rows.create(file, 3, height, 24, 1));
                 ASSERT_EQ(image.Buffer[0], kOld);
                 unsigned char* first = image.Buffer + (fromEnd ? 24 : 0);
                 std::fill_n(first, 12, 7);
@@ -49,12 +50,13 @@ TEST(NewImage, FillAndRowsThatWereNotReadAreZero) {
 }
 
 TEST(NewImage, SeveralRowsAreReadAtOnce) {
-    const dib::FilePtr file = testing_support::openBytes(Bytes(1));
+    const Bytes one(1);
+    formats::ByteReader file(one.data(), one.size());
     const testing_support::FillNewBlocks fill(kOld);
     DibStream image;
     {
         NewImage rows(&image);
-        ASSERT_TRUE(rows.create(file.get(), 4, 4, 8, 1));
+        ASSERT_TRUE(rows.create(file, 4, 4, 8, 1));
         rows.read(image.Buffer, 3);
     }
     EXPECT_EQ(Bytes(image.Buffer, image.Buffer + 16),
@@ -63,14 +65,15 @@ TEST(NewImage, SeveralRowsAreReadAtOnce) {
 }
 
 TEST(NewImage, ReplacedImagesAreLeftAlone) {
-    const dib::FilePtr file = testing_support::openBytes(Bytes(1));
+    const Bytes one(1);
+    formats::ByteReader file(one.data(), one.size());
     DibStream image;
     unsigned char other[16];
     std::fill_n(other, sizeof other, kOld);
     {
         NewImage rows(&image);
         EXPECT_FALSE(rows.isIntact());
-        ASSERT_TRUE(rows.create(file.get(), 2, 2, 32, 1));
+        ASSERT_TRUE(rows.create(file, 2, 2, 32, 1));
         EXPECT_TRUE(rows.isIntact());
         BITMAPINFOHEADER* header = image.CreateHeader(2, 2, 32);
         ASSERT_TRUE(image.SetDib(header, 6, other, 0));
@@ -79,25 +82,26 @@ TEST(NewImage, ReplacedImagesAreLeftAlone) {
     EXPECT_EQ(Bytes(other, other + 16), Bytes(16, kOld));
     {
         NewImage rows(&image);
-        ASSERT_TRUE(rows.create(file.get(), 2, 2, 32, 1));
+        ASSERT_TRUE(rows.create(file, 2, 2, 32, 1));
         image.Clear();
         EXPECT_FALSE(rows.isIntact());
     }
     EXPECT_EQ(image.Buffer, nullptr);
     {
         NewImage rows(&image);
-        ASSERT_TRUE(rows.create(file.get(), 2, 2, 32, 1));
+        ASSERT_TRUE(rows.create(file, 2, 2, 32, 1));
         image.Header->biWidth = 3;
         EXPECT_FALSE(rows.isIntact());
     }
 }
 
 TEST(NewImage, CreatesAsCreateDoes) {
-    const dib::FilePtr file = testing_support::openBytes(Bytes(1));
+    const Bytes one(1);
+    formats::ByteReader file(one.data(), one.size());
     for (const std::uint64_t fewestBytes : {0, 1}) {
         DibStream image;
         NewImage rows(&image);
-        ASSERT_TRUE(rows.create(file.get(), 3, -2, 8, fewestBytes));
+        ASSERT_TRUE(rows.create(file, 3, -2, 8, fewestBytes));
         DibStream same;
         ASSERT_TRUE(same.Create(3, -2, 8));
         EXPECT_EQ(testing_support::headerBytes(image), testing_support::headerBytes(same));
@@ -110,7 +114,7 @@ TEST(NewImage, CreatesAsCreateDoes) {
         };
         for (const Refused size : {Refused{0, 1, 8}, {1, 0, 8}, {-1, 1, 8}, {1, 1, 12}, {46341, 46341, 8}}) {
             image.ErrorCode = 0;
-            EXPECT_FALSE(rows.create(file.get(), size.width, size.height, size.bitCount, fewestBytes));
+            EXPECT_FALSE(rows.create(file, size.width, size.height, size.bitCount, fewestBytes));
             EXPECT_EQ(image.ErrorCode, 2);
             EXPECT_EQ(image.Header, nullptr);
             EXPECT_EQ(image.Buffer, nullptr);
@@ -121,13 +125,14 @@ TEST(NewImage, CreatesAsCreateDoes) {
 }
 
 TEST(NewImage, EveryAllocationMayFail) {
-    const dib::FilePtr file = testing_support::openBytes(Bytes(1));
+    const Bytes one(1);
+    formats::ByteReader file(one.data(), one.size());
     for (const std::uint64_t fewestBytes : {0, 1}) {
         DibPtr image;
         bool created = false;
         const int failures = testing_support::forEachFailingAllocation(
             [&] { image.reset(new DibStream); },
-            [&] { created = NewImage(image.get()).create(file.get(), 3, 3, 8, fewestBytes); },
+            [&] { created = NewImage(image.get()).create(file, 3, 3, 8, fewestBytes); },
             [&](bool failureMet) {
                 EXPECT_EQ(created, !failureMet);
                 EXPECT_EQ(image->ErrorCode, failureMet ? 2 : 0);

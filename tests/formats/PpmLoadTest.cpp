@@ -146,6 +146,23 @@ TEST(PpmLoad, CancelledLoadsKeepTheRowsBefore) {
     }
 }
 
+// Rows that were read ahead of a cancelled one are dropped, in files that are too short for their picture, too.
+TEST(PpmLoad, CancelledLoadsOfShortFilesKeepTheRowsBefore) {
+    for (const char* kind : {"P5", "P6"}) {
+        Bytes file = bytesOf(std::string(kind) + "\n1003 900\n255\n");
+        file.insert(file.end(), 700 * 1003, 'x');
+        const auto cancel = [](float, void*) { return false; };
+        DibStream image;
+        EXPECT_FALSE(LoadPPM(testing_support::openBytes(file).get(), &image, cancel, nullptr));
+        EXPECT_EQ(image.ErrorCode, 9);
+        EXPECT_EQ(image.ScanLine(0)[1000], 'x');
+        for (const int y : {1, 100, 899}) {
+            const unsigned char* row = image.ScanLine(y);
+            EXPECT_EQ(Bytes(row, row + image.GetPitch()), Bytes(image.GetPitch(), 0)) << kind << " " << y;
+        }
+    }
+}
+
 // Byte i of the samples, which do not repeat from row to row.
 unsigned char sampleByte(std::size_t i) { return static_cast<unsigned char>(i * 7 + i / 251); }
 
@@ -286,10 +303,10 @@ TEST(PpmLoad, PathsOfBothWidths) {
 TEST(PpmReadInt, Numbers) {
     const auto read = [](const std::string& text, std::size_t* consumed = nullptr) {
         const Bytes bytes = bytesOf(text);
-        const dib::FilePtr file = testing_support::openBytes(bytes);
+        formats::ByteReader reader(bytes.data(), bytes.size());
         int value = -12345;
-        if (formats::readInt(file.get(), value) == 0) return -12345;
-        if (consumed != nullptr) *consumed = static_cast<std::size_t>(std::ftell(file.get()));
+        if (formats::readInt(reader, value) == 0) return -12345;
+        if (consumed != nullptr) *consumed = static_cast<std::size_t>(reader.position());
         return value;
     };
     EXPECT_EQ(read(""), -12345);

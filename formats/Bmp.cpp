@@ -1,0 +1,49 @@
+// BMP as a row of the table of formats; `DibStream` itself reads and writes these files.
+#include "formats/Formats.h"
+
+namespace formats {
+
+namespace {
+
+bool load(const char* path, DibStream* image, DibProgressCallback, void*) {
+    return image->LoadFromFile(path, DibStream::DIB_ACCEPT_ALL);
+}
+
+bool save(const char* path, DibStream* image, DibProgressCallback, void*) {
+    // Masks were obeyed when the picture was loaded, and the file gets none: it must not announce any.
+    if (image->Header != nullptr) image->Header->biCompression = 0;
+    return image->SaveToFile(path);
+}
+
+bool recognizes(FirstBytes bytes) { return startsWith(bytes, "BM"); }
+
+// Rows are unpacked while they are loaded, so only the file tells how they were packed.
+std::string_view compression(FirstBytes bytes) {
+    constexpr std::size_t kOffset = 30;
+    if (bytes.size() <= kOffset) return "none";
+    switch (bytes[kOffset]) {
+        case 1: return "rle8";
+        case 3: return "masks";
+        default: return "none";
+    }
+}
+
+constexpr Extension kExtensions[] = {{"bmp", true}, {"dib"}};
+constexpr std::string_view kMimeTypes[] = {"image/bmp"};
+
+}  // namespace
+
+constinit const FileFormat kBmpFormat = {
+    .name = "bmp",
+    .title = "Windows bitmap",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "1, 4, 8, 16, 24, 32",
+    .writesDepths = "1, 4, 8, 16, 24, 32",
+    .load = load,
+    .save = save,
+    .recognizes = recognizes,
+    .compression = compression,
+};
+
+}  // namespace formats

@@ -1,0 +1,129 @@
+// The table of file formats.
+#include "formats/Formats.h"
+
+#include <set>
+
+#include "tests/formats/CodecTest.h"
+
+namespace {
+
+using namespace codec_test;
+using formats::FileFormat;
+
+TEST(Formats, EveryRowIsComplete) {
+    std::set<std::string_view> names;
+    std::set<std::string_view> extensions;
+    for (const FileFormat* format : formats::allFormats()) {
+        SCOPED_TRACE(format->name);
+        EXPECT_TRUE(names.insert(format->name).second);
+        EXPECT_FALSE(format->title.empty());
+        EXPECT_FALSE(format->mimeTypes.empty());
+        EXPECT_FALSE(format->readsDepths.empty());
+        EXPECT_NE(format->load, nullptr);
+        EXPECT_EQ(format->save == nullptr, format->writesDepths.empty());
+        ASSERT_FALSE(format->extensions.empty());
+        for (const formats::Extension& extension : format->extensions) {
+            EXPECT_TRUE(extensions.insert(extension.name).second) << extension.name;
+            EXPECT_EQ(formats::formatOfExtension(extension.name), format);
+        }
+    }
+    EXPECT_EQ(names, (std::set<std::string_view>{"bmp", "tga", "ppm", "tim", "iff", "hdr", "psd", "png",
+                                                 "jpeg", "tiff", "exr", "dds"}));
+}
+
+TEST(Formats, ExtensionsInLettersOfAnySize) {
+    EXPECT_EQ(formats::formatOfExtension("TiFf"), &formats::kTiffFormat);
+    EXPECT_EQ(formats::formatOfExtension(""), nullptr);
+    EXPECT_EQ(formats::formatOfExtension("tgaa"), nullptr);
+    EXPECT_EQ(formats::formatOfExtension("tg"), nullptr);
+}
+
+TEST(Formats, ComposeKnowsSevenExtensions) {
+    std::set<std::string_view> known;
+    for (const FileFormat* format : formats::allFormats()) {
+        for (const formats::Extension& extension : format->extensions) {
+            if (formats::composeFormatOfExtension(extension.name) == nullptr) continue;
+            EXPECT_EQ(formats::composeFormatOfExtension(extension.name), format);
+            known.insert(extension.name);
+        }
+    }
+    EXPECT_EQ(known, (std::set<std::string_view>{"bmp", "ppm", "pgm", "tga", "png", "jpg", "iff"}));
+    EXPECT_EQ(formats::composeFormatOfExtension("PNG"), &formats::kPngFormat);
+}
+
+TEST(Formats, FilesAreRecognizedByTheirFirstBytes) {
+    const auto formatOf = [](const std::string& text) -> std::string_view {
+        const Bytes bytes = bytesOf(text);
+        const FileFormat* format = formats::formatOfContent(bytes);
+        return format != nullptr ? format->name : "";
+    };
+    EXPECT_EQ(formatOf("BM1234"), "bmp");
+    for (const char* kind : {"P2\n", "P3\n", "P5\n", "P6\n"}) EXPECT_EQ(formatOf(kind), "ppm");
+    EXPECT_EQ(formatOf("P4\n"), "");
+    EXPECT_EQ(formatOf(std::string("\x10\0\0\0\x09\0\0\0", 8)), "tim");
+    EXPECT_EQ(formatOf(std::string("\x10\0\0\0\x10\0\0\0", 8)), "");
+    EXPECT_EQ(formatOf("FORM1234ILBM"), "iff");
+    EXPECT_EQ(formatOf("FORM1234ILB"), "");
+    EXPECT_EQ(formatOf("#?RADIANCE\n"), "hdr");
+    EXPECT_EQ(formatOf("#?RGBE\n"), "hdr");
+    EXPECT_EQ(formatOf("8BPS"), "psd");
+    EXPECT_EQ(formatOf("\x89PNG\r\n\x1A\n"), "png");
+    EXPECT_EQ(formatOf("\xFF\xD8\xFF"), "jpeg");
+    for (const std::string& start : {std::string("II*\0", 4), std::string("MM\0*", 4),
+                                     std::string("II+\0", 4), std::string("MM\0+", 4)}) {
+        EXPECT_EQ(formatOf(start), "tiff");
+    }
+    EXPECT_EQ(formatOf("\x76\x2F\x31\x01"), "exr");
+    EXPECT_EQ(formatOf("DDS "), "dds");
+    EXPECT_EQ(formatOf(""), "");
+}
+
+TEST(Formats, PackingsHaveNames) {
+    const auto packing = [](const FileFormat& format, std::size_t at, unsigned char value) {
+        Bytes bytes = bytesOf("FORM1234ILBMBMHD");
+        bytes.resize(64);
+        bytes[at] = value;
+        return format.compression(bytes);
+    };
+    EXPECT_EQ(packing(formats::kBmpFormat, 30, 0), "none");
+    EXPECT_EQ(packing(formats::kBmpFormat, 30, 1), "rle8");
+    EXPECT_EQ(packing(formats::kBmpFormat, 30, 3), "masks");
+    EXPECT_EQ(formats::kBmpFormat.compression({}), "none");
+    EXPECT_EQ(packing(formats::kTgaFormat, 2, 3), "none");
+    EXPECT_EQ(packing(formats::kTgaFormat, 2, 10), "rle");
+    EXPECT_EQ(packing(formats::kIlbmFormat, 30, 0), "none");
+    EXPECT_EQ(packing(formats::kIlbmFormat, 30, 1), "packbits");
+}
+
+// The savers of the rows notice what the classic ones do not.
+TEST(Formats, SaversSayWhetherTheWholeFileWasWritten) {
+    for (const FileFormat* format : formats::allFormats()) {
+        if (format->save == nullptr) continue;
+        for (const int bitCount : {1, 4, 8, 16, 24, 32}) {
+            SCOPED_TRACE(std::string(format->name) + " " + std::to_string(bitCount));
+            const DibPtr image = testing_support::randomImage(70, 50, bitCount, 3);
+            const TemporaryFile file("." + std::string(format->extensions[0].name));
+            EXPECT_TRUE(format->save(file.path(), image.get(), nullptr, nullptr));
+            DibStream loaded;
+            EXPECT_TRUE(format->load(file.path(), &loaded, nullptr, nullptr));
+            EXPECT_EQ(loaded.Header->biWidth, format == &formats::kTimFormat && bitCount == 4 ? 72 : 70);
+            EXPECT_FALSE(format->save("/nonexistent/file", image.get(), nullptr, nullptr));
+        }
+    }
+    for (const FileFormat* format : {&formats::kBmpFormat, &formats::kTgaFormat, &formats::kPpmFormat,
+                                     &formats::kTimFormat, &formats::kIlbmFormat}) {
+        for (const int side : {1, 300}) {
+            SCOPED_TRACE(format->name);
+            const DibPtr image = testing_support::randomImage(side, side, 24, 3);
+            const auto save = [&](const char* path) {
+                return format->save(path, image.get(), nullptr, nullptr);
+            };
+            forEveryDeadFile(save, [&](bool saved, const char*) {
+                EXPECT_FALSE(saved);
+                EXPECT_EQ(image->ErrorCode, 5);
+            });
+        }
+    }
+}
+
+}  // namespace
