@@ -9,7 +9,8 @@ namespace formats {
 
 namespace {
 
-// Transposes a matrix of 8 x 8 bits (byte k, bit c) by exchanging blocks of 1, 2 and 4 bits across the diagonal.
+// Transposes a matrix of 8 x 8 bits (byte k, bit c) by exchanging blocks of 1, 2 and 4 bits across the
+// diagonal.
 DIB_ALWAYS_INLINE std::uint64_t transpose(std::uint64_t matrix) {
     std::uint64_t change = (matrix ^ (matrix >> 7)) & 0x00AA00AA00AA00AAU;
     matrix ^= change ^ (change << 7);

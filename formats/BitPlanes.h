@@ -1,5 +1,5 @@
-// Rows kept as planes. A bit plane holds one bit of every pixel, the leftmost in the top bit; a plane of bytes holds
-// one colour of every pixel.
+// Rows kept as planes. A bit plane holds one bit of every pixel, the leftmost in the top bit; a plane of
+// bytes holds one colour of every pixel.
 #ifndef FORMATS_BIT_PLANES_H
 #define FORMATS_BIT_PLANES_H
 
@@ -11,7 +11,8 @@ namespace formats {
 // Planes are handled eight at a time.
 constexpr int kPlaneGroup = 8;
 
-// Turns eight planes, `stride` bytes apart, into a byte per pixel, plane k into bit k, for 8 x `groups` pixels.
+// Turns eight planes, `stride` bytes apart, into a byte per pixel, plane k into bit k, for 8 x `groups`
+// pixels.
 void planesToBytes(const unsigned char* planes, std::size_t stride, unsigned char* pixels,
                    std::size_t groups);
 
@@ -19,8 +20,8 @@ void planesToBytes(const unsigned char* planes, std::size_t stride, unsigned cha
 void bytesToPlanes(const unsigned char* pixels, std::size_t groups, unsigned char* planes,
                    std::size_t stride);
 
-// Planes of a byte per pixel, red, green, blue and, when there are four, alpha, become pixels of 3 or 4 bytes: blue,
-// green, red, alpha.
+// Planes of a byte per pixel, red, green, blue and, when there are four, alpha, become pixels of 3 or 4
+// bytes: blue, green, red, alpha.
 void joinColors(std::span<const unsigned char* const> planes, unsigned char* pixels, std::size_t count);
 
 // The reverse, into three planes that are `stride` bytes apart.

@@ -11,10 +11,12 @@ namespace formats {
 
 class ByteReader {
 public:
-    // How much is read from the file: blocks, or no byte that was not asked for (what follows is then read by others).
+    // How much is read from the file: blocks, or no byte that was not asked for (what follows is then read by
+    // others).
     enum class Buffering { kBlocks, kExact };
 
-    // Reads from where the file stands. Positions count from the start of the file, those of a pipe from here.
+    // Reads from where the file stands. Positions count from the start of the file, those of a pipe from
+    // here.
     explicit ByteReader(std::FILE* file, Buffering buffering = Buffering::kBlocks);
     // Reads memory, which must outlive the reader.
     ByteReader(const unsigned char* bytes, std::size_t size)
@@ -33,8 +35,8 @@ public:
         const unsigned char* data;
         std::size_t size;
     };
-    // The bytes ahead, valid until the next call: at least `wanted` (kBufferBytes at most) unless the source ends
-    // before.
+    // The bytes ahead, valid until the next call: at least `wanted` (kBufferBytes at most) unless the source
+    // ends before.
     Bytes ahead(std::size_t wanted) {
         if (buffered() < wanted) fill(wanted);
         return {next_, buffered()};
@@ -47,7 +49,8 @@ public:
         if (next_ == end_) fill(1);
         return next_ != end_ ? *next_++ : -1;
     }
-    // The next `bytes` bytes (kBufferBytes at most), valid until the next call; null when the source ends before.
+    // The next `bytes` bytes (kBufferBytes at most), valid until the next call; null when the source ends
+    // before.
     const unsigned char* take(std::size_t bytes) {
         if (ahead(bytes).size < bytes) return nullptr;
         next_ += bytes;
@@ -65,13 +68,13 @@ public:
     bool read(void* out, std::size_t bytes) { return copy(out, bytes) == bytes; }
     // Copies rows to where they belong (dib/File.h); returns the bytes that there were of them all.
     std::size_t readRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows);
-    // Copies the next line, line feed included, and ends it by NUL. A line of `most` bytes or more comes in pieces.
-    // False when there is none.
+    // Copies the next line, line feed included, and ends it by NUL. A line of `most` bytes or more comes in
+    // pieces. False when there is none.
     bool line(char* out, std::size_t most);
 
     std::int64_t position() const { return endPosition_ - static_cast<std::int64_t>(buffered()); }
-    // Goes to any position, also one beyond the end, where nothing is found. A pipe only goes forward; false when it
-    // cannot go there.
+    // Goes to any position, also one beyond the end, where nothing is found. A pipe only goes forward; false
+    // when it cannot go there.
     bool seek(std::int64_t position);
     bool skip(std::uint64_t bytes) { return seek(position() + static_cast<std::int64_t>(bytes)); }
     // Moves past bytes that are there; false when the source ends before.

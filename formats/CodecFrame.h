@@ -31,8 +31,8 @@ inline bool failToOpen(DibStream* image, OpenFailure openFailure) {
     return openFailure == OpenFailure::kStoresCode ? fail(image, DIB_ERROR_OPEN) : false;
 }
 
-// The path overloads: each is one call. A loader's name alone is enough for `load`: among its overloads the one that
-// takes a FILE* is chosen.
+// The path overloads: each is one call. A loader's name alone is enough for `load`: among its overloads the
+// one that takes a FILE* is chosen.
 template <class Char>
 bool loadPath(const Char* path, Loader load, DibStream* image, DibProgressCallback callback, void* user,
               OpenFailure openFailure = OpenFailure::kStoresCode) {
@@ -41,7 +41,8 @@ bool loadPath(const Char* path, Loader load, DibStream* image, DibProgressCallba
     return file != nullptr ? load(file.get(), image, callback, user) : failToOpen(image, openFailure);
 }
 
-// How a save ended. To the classic savers, which do not report errors of writing, a short file is a saved one.
+// How a save ended. To the classic savers, which do not report errors of writing, a short file is a saved
+// one.
 enum class SaveEnd { kRefused, kShort, kWhole };
 
 template <class Char>

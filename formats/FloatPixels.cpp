@@ -14,9 +14,9 @@ namespace {
 // 1 / 2.2 as the nearest single but one, which loaded floats have always been raised to.
 constexpr double kGamma = 0.45454543828964233;
 
-// The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats that share their upper 16
-// bits differ by less than a 128th of the smaller one, or are too small to show, and hence by less than one byte: one
-// comparison settles which of two it is.
+// The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats that share
+// their upper 16 bits differ by less than a 128th of the smaller one, or are too small to show, and hence by
+// less than one byte: one comparison settles which of two it is.
 class LightCurve {
 public:
     LightCurve() {

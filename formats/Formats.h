@@ -40,7 +40,8 @@ struct FileFormat {
     std::string_view readsDepths;   // what a loaded image can be
     std::string_view writesDepths;  // what can be saved, and what becomes of other depths; empty: nothing
     PathCodec load;
-    // True only when the whole file was written, with DIB_ERROR_WRITE when it was not; null: nothing can be saved.
+    // True only when the whole file was written, with DIB_ERROR_WRITE when it was not; null: nothing can be
+    // saved.
     PathCodec save = nullptr;
     // Whether a file begins like this format; null when nothing tells.
     bool (*recognizes)(FirstBytes bytes) = nullptr;

@@ -1,5 +1,5 @@
-// Radiance pixels as bytes. Only 65536 pairs of mantissa and exponent exist, so the power function is evaluated
-// once for each of them.
+// Radiance pixels as bytes. Only 65536 pairs of mantissa and exponent exist, so the power function is
+// evaluated once for each of them.
 #include "formats/Hdr.h"
 
 #include <array>

@@ -13,8 +13,8 @@ class HeaderLines {
 public:
     explicit HeaderLines(ByteReader& source) : source_(source) {}
 
-    // Reads the next line, line feed included. False when there is none, or when a stream without a known end has
-    // given as many lines as no header has.
+    // Reads the next line, line feed included. False when there is none, or when a stream without a known end
+    // has given as many lines as no header has.
     bool next();
     // The line, ended by NUL; empty after a failure.
     const char* text() const { return line_; }

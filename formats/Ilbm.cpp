@@ -55,8 +55,8 @@ public:
     }
 
 private:
-    // Each group of eight pixels comes out turned by one place to the right; programs that use these images turn
-    // it back.
+    // Each group of eight pixels comes out turned by one place to the right; programs that use these images
+    // turn it back.
     void storeRotatedBits(unsigned char* row, std::size_t rowBytes) {
         clearBehind(planes(), width_);
         std::memset(row, 0, rowBytes);
@@ -109,8 +109,8 @@ public:
     FormReader(ByteReader& file, DibStream* image, DibProgressCallback callback, void* user)
         : file_(file), image_(image), picture_(image), callback_(callback), user_(user) {}
 
-    // Reads the chunks from here to `end`. Chunks of odd length are not followed by a fill byte here: files that have
-    // one are read one byte early.
+    // Reads the chunks from here to `end`. Chunks of odd length are not followed by a fill byte here: files
+    // that have one are read one byte early.
     Outcome read(std::int64_t end) {
         for (std::int64_t at = file_.position(); at < end;) {
             iff_chunk chunk;

@@ -17,8 +17,8 @@ constexpr std::size_t planeRowBytes(std::size_t width) { return (width + 15) / 1
 // Groups of eight pixels, the last one perhaps broken.
 constexpr std::size_t pixelGroups(std::size_t width) { return (width + 7) / 8; }
 
-// The content of a BMHD chunk. Positions, the transparent colour, the shape of pixels and the size of the page are not
-// read.
+// The content of a BMHD chunk. Positions, the transparent colour, the shape of pixels and the size of the
+// page are not read.
 struct BitmapHeader {
     static constexpr std::size_t kBytes = 20;
 

@@ -11,7 +11,8 @@ namespace formats {
 
 namespace {
 
-// A picture of this size may be touched whole, and for a smaller one asking for the length of the file would show.
+// A picture of this size may be touched whole, and for a smaller one asking for the length of the file would
+// show.
 constexpr std::size_t kSmallBytes = 512 * 1024;
 
 }  // namespace

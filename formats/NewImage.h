@@ -1,7 +1,8 @@
 // The image that a file announces, while its rows are read.
 //
-// A file of few bytes may announce a large picture, so no row is touched before it is read. Whatever ends a load, the
-// rows that were not read are 0: from the start, where the file cannot hold them all, else at the end.
+// A file of few bytes may announce a large picture, so no row is touched before it is read. Whatever ends a
+// load, the rows that were not read are 0: from the start, where the file cannot hold them all, else at the
+// end.
 #ifndef FORMATS_NEW_IMAGE_H
 #define FORMATS_NEW_IMAGE_H
 
@@ -25,12 +26,12 @@ public:
 
     // As `DibStream::Create`, but for pixels and fill bytes, which are undefined.
     bool create(int width, int height, int bitCount);
-    // The same with pixels of 0 when fewer than `fewestBytes` follow in the file, which is the least that all rows
-    // take; 0 when no row will be read.
+    // The same with pixels of 0 when fewer than `fewestBytes` follow in the file, which is the least that all
+    // rows take; 0 when no row will be read.
     bool create(ByteReader& file, int width, int height, int bitCount, std::uint64_t fewestBytes);
 
-    // Says that the pixels of `rows` rows have been read, and clears the fill behind them. They start at `first` in
-    // the pixel block; rows are read one after the other from either end of it.
+    // Says that the pixels of `rows` rows have been read, and clears the fill behind them. They start at
+    // `first` in the pixel block; rows are read one after the other from either end of it.
     void read(unsigned char* first, std::size_t rows = 1) {
         const std::size_t bytes = rows * rowBytes_;
         // Only the last word of a row has fill.
@@ -54,8 +55,8 @@ public:
 
     // Whether the image still has the blocks that were created: a callback may have emptied or replaced it.
     bool isIntact() const;
-    // Reports that a row is done. False with the code when the callback cancels, and when it emptied or replaced the
-    // image, which then belongs to the callback alone.
+    // Reports that a row is done. False with the code when the callback cancels, and when it emptied or
+    // replaced the image, which then belongs to the callback alone.
     bool report(DibProgressCallback callback, void* user, int row);
 
     DibStream* get() const { return image_; }

@@ -1,5 +1,5 @@
-// PackBits, also called ByteRun1: a header byte n of 0 to 127 is followed by n + 1 bytes, one of -1 to -127 by a byte
-// that stands 1 - n times, and -128 means nothing.
+// PackBits, also called ByteRun1: a header byte n of 0 to 127 is followed by n + 1 bytes, one of -1 to -127
+// by a byte that stands 1 - n times, and -128 means nothing.
 #ifndef FORMATS_PACK_BITS_H
 #define FORMATS_PACK_BITS_H
 
@@ -20,7 +20,8 @@ class PackBits {
 public:
     explicit PackBits(ByteReader& source) : source_(source) {}
 
-    // Fills `out`, first with what the last packet had left. A packet of which the source lacks bytes gives none.
+    // Fills `out`, first with what the last packet had left. A packet of which the source lacks bytes gives
+    // none.
     PackBitsEnd unpack(std::span<unsigned char> out);
 
     // Bytes that the last `unpack` gave.
@@ -43,8 +44,8 @@ private:
     unsigned char repeated_ = 0;
 };
 
-// Unpacks a row that lies in memory. False when the packed bytes do not give exactly `count`; what `out` then holds is
-// of no use.
+// Unpacks a row that lies in memory. False when the packed bytes do not give exactly `count`; what `out` then
+// holds is of no use.
 bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned char* out, std::size_t count);
 
 }  // namespace formats

@@ -78,8 +78,8 @@ void exchangeColors(unsigned char* first, unsigned char* second, std::size_t byt
 
 // Row readers fill row y of the image from the file; false when the file ends before.
 
-// Blocks of rows are read to where they belong, which for colours means turning them round there: a row that is copied
-// from elsewhere costs the memory of the picture twice.
+// Blocks of rows are read to where they belong, which for colours means turning them round there: a row that
+// is copied from elsewhere costs the memory of the picture twice.
 class BinaryRows {
 public:
     BinaryRows(ByteReader& file, formats::NewImage& image)
@@ -115,7 +115,8 @@ private:
         partBytes_ = bytes % rowBytes_;
     }
 
-    // The block is read in one piece, the top row first and without fill. Exchanging rows exchanges their red and blue.
+    // The block is read in one piece, the top row first and without fill. Exchanging rows exchanges their red
+    // and blue.
     std::size_t readColors(unsigned char* block, std::size_t rows) {
         const std::size_t bytes = file_.copy(block, rows * rowBytes_);
         const std::size_t pitch = image_->GetPitch();

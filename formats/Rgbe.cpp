@@ -1,5 +1,5 @@
-// A Radiance file is lines of text up to an empty one, a line with the size, and rows of pixels, top row first,
-// flat or in run-length packets of one component at a time.
+// A Radiance file is lines of text up to an empty one, a line with the size, and rows of pixels, top row
+// first, flat or in run-length packets of one component at a time.
 #include "formats/Rgbe.h"
 
 #include <algorithm>
@@ -56,8 +56,8 @@ namespace {
 
 int result(RgbeError error, std::FILE* file) { return formats::reportRgbe(error, file) ? 0 : -1; }
 
-// The public routines leave every byte in the file that they do not need. Packets are many and short, so their bytes
-// come from the stream's own buffer.
+// The public routines leave every byte in the file that they do not need. Packets are many and short, so
+// their bytes come from the stream's own buffer.
 constexpr auto kExact = ByteReader::Buffering::kExact;
 struct PacketSource {
     std::FILE* file;
@@ -220,8 +220,8 @@ bool writeLiterals(std::FILE* file, const unsigned char* bytes, std::size_t coun
     return true;
 }
 
-// One component of a row. What stands before a run, or before the end of the row, becomes literals, unless it is
-// nothing but two or three equal bytes, which make a short run.
+// One component of a row. What stands before a run, or before the end of the row, becomes literals, unless it
+// is nothing but two or three equal bytes, which make a short run.
 bool writeComponent(std::FILE* file, const unsigned char* bytes, std::size_t count) {
     for (std::size_t at = 0; at < count;) {
         std::size_t run = at;  // where the next run starts, and its length

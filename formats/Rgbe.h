@@ -28,8 +28,8 @@ inline bool startsPackets(const unsigned char* bytes) {
 // Reads the lines of a header.
 RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_header_info* info);
 
-// Reads the packets of one row behind its four first bytes into four planes, red to exponent, of `width` bytes.
-// `Source` gives the next byte (negative at the end) or reads several.
+// Reads the packets of one row behind its four first bytes into four planes, red to exponent, of `width`
+// bytes. `Source` gives the next byte (negative at the end) or reads several.
 template <class Source>
 RgbeError readRgbePackets(Source& source, const unsigned char* start, int width, unsigned char* planes) {
     if ((start[2] << 8 | start[3]) != width) return RgbeError::kWidth;

@@ -1,5 +1,6 @@
-// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. They have the byte order
-// of images in memory, so they are stored as they are; only colour maps of 32-bit entries are looked up.
+// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. They have the byte
+// order of images in memory, so they are stored as they are; only colour maps of 32-bit entries are looked
+// up.
 #include "formats/Tga.h"
 
 #include <algorithm>
@@ -84,8 +85,8 @@ std::array<unsigned char, TgaHeader::kBytes> TgaHeader::bytes() const {
     return bytes;
 }
 
-// Bytes of one entry of a map beside pixels that do not use it. Sizes other than these skip nothing: files with
-// 15-bit entries, whose pixels then start too early, have always been read so.
+// Bytes of one entry of a map beside pixels that do not use it. Sizes other than these skip nothing: files
+// with 15-bit entries, whose pixels then start too early, have always been read so.
 std::size_t skippedEntryBytes(const TgaHeader& header) {
     const unsigned bits = header.mapEntryBits;
     return bits == 8 || bits == 16 || bits == 24 || bits == 32 ? bits / 8 : 0;
@@ -187,8 +188,8 @@ void fillPixels(unsigned char* out, const unsigned char* pixel, std::size_t byte
     for (std::size_t i = 0; i < bytes; i += kPixelBytes) std::memcpy(out + i, value, kPixelBytes);
 }
 
-// Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They run
-// on across the ends of rows, and the last one may hold more than the image takes.
+// Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They
+// run on across the ends of rows, and the last one may hold more than the image takes.
 template <std::size_t kPixelBytes>
 class PacketReader {
 public:

@@ -1,5 +1,5 @@
-// A TIM file is an identifier, a word of flags, a block of lookup colours when the flags say so, and a block of
-// pixels, top row first. Colours are words of 5 bits each, red in the low ones.
+// A TIM file is an identifier, a word of flags, a block of lookup colours when the flags say so, and a block
+// of pixels, top row first. Colours are words of 5 bits each, red in the low ones.
 #include "formats/Tim.h"
 
 #include <algorithm>
