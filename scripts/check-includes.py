@@ -69,7 +69,7 @@ def judge(root, layer, source, quote, name):
     if target != layer and target not in ALLOWED[layer]:
         return f"{layer}/ may not include {name} of {target}/"
     if base in CODEC_HEADERS and layer == "effects":
-        return f"only compose may include {base} in {layer}/"
+        return f"{layer}/ works on images in memory and may not include {base}"
     return None
 
 

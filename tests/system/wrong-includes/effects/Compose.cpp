@@ -1,4 +1,3 @@
-#include <DibCodec.h>
 #include <DibStream.h>
 
-#include "dib/Private.h"
+#include "formats/Formats.h"

@@ -1,0 +1,1 @@
+// A private header of the tree of offences.
