@@ -14,6 +14,7 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/*.cpp
+    ${PROJECT_SOURCE_DIR}/formats/psd/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
 

@@ -6,9 +6,9 @@
 
 namespace formats {
 
-// Around one call of the callback: remembers the blocks of the image and marks its ownership words. Addresses alone
-// would not do, because a new block often gets the address of the one just freed; every way to release or install a
-// block also writes the ownership word.
+// Around one call of the callback: remembers the blocks of the image and marks its ownership words. Addresses
+// alone would not do, because a new block often gets the address of the one just freed; every way to release
+// or install a block also writes the ownership word.
 class CallbackGuard {
 public:
     explicit CallbackGuard(DibStream& image)

@@ -1,39 +1,19 @@
 #include "formats/PackBits.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
 #include <cstring>
 
 namespace formats {
 
 namespace {
 
-constexpr unsigned kNoOperation = 128;
+constexpr int kNoOperation = -128;
 constexpr std::size_t kLongestRun = 128;
 constexpr std::size_t kLongestPacket = 1 + kLongestRun;
 
 // Most packets are short. Where both sides have room for the longest one they are moved in blocks of fixed
 // size: what is written too much is overwritten by the next packet.
 constexpr std::size_t kBlock = 16;
-
-// What a packet takes and gives, by its header byte.
-struct Packet {
-    std::uint8_t packed;
-    std::uint8_t unpacked;
-};
-constexpr auto kPackets = [] {
-    std::array<Packet, 256> packets{};
-    for (unsigned header = 0; header < 256; ++header) {
-        if (header < 128) {
-            packets[header] = {static_cast<std::uint8_t>(header + 2), static_cast<std::uint8_t>(header + 1)};
-        } else {
-            packets[header] = {2, static_cast<std::uint8_t>(257 - header)};
-        }
-    }
-    packets[kNoOperation] = {1, 0};
-    return packets;
-}();
 
 inline void copyBlocks(unsigned char* to, const unsigned char* from, std::size_t length) {
     for (std::size_t i = 0; i < length; i += kBlock) std::memcpy(to + i, from + i, kBlock);
@@ -49,33 +29,42 @@ struct Unpacked {
 };
 
 // Unpacks until the output is full, or the next packet is not whole or has no room.
-Unpacked unpackWholePackets(const unsigned char* const packed, std::size_t packedBytes,
-                            unsigned char* const out, std::size_t count) {
-    std::size_t from = 0;
-    std::size_t to = 0;
-    while (to < count && from < packedBytes) {
-        const unsigned header = packed[from];
-        const Packet packet = kPackets[header];
-        const std::size_t room = count - to;
-        const std::size_t rest = packedBytes - from;
-        if (room >= kLongestRun && rest >= kLongestPacket) {
-            if (header < kNoOperation) {
-                copyBlocks(out + to, packed + from + 1, packet.unpacked);
+Unpacked unpackWholePackets(const unsigned char* packed, std::size_t packedBytes, unsigned char* out,
+                            std::size_t count) {
+    const unsigned char* from = packed;
+    unsigned char* to = out;
+    const unsigned char* const packedEnd = packed + packedBytes;
+    unsigned char* const end = out + count;
+    while (to < end && from < packedEnd) {
+        const int header = static_cast<signed char>(*from);
+        const auto room = static_cast<std::size_t>(end - to);
+        const auto rest = static_cast<std::size_t>(packedEnd - from);
+        const bool roomy = room >= kLongestRun && rest >= kLongestPacket;
+        if (header >= 0) {
+            const std::size_t length = static_cast<std::size_t>(header) + 1;
+            if (roomy) {
+                copyBlocks(to, from + 1, length);
             } else {
-                fillBlocks(out + to, packed[from + 1], packet.unpacked);
+                if (length > room || length >= rest) break;
+                std::memcpy(to, from + 1, length);
             }
+            from += 1 + length;
+            to += length;
+        } else if (header != kNoOperation) {
+            const std::size_t length = static_cast<std::size_t>(1 - header);
+            if (roomy) {
+                fillBlocks(to, from[1], length);
+            } else {
+                if (length > room || rest < 2) break;
+                std::memset(to, from[1], length);
+            }
+            from += 2;
+            to += length;
         } else {
-            if (packet.packed > rest || packet.unpacked > room) break;
-            if (header < kNoOperation) {
-                std::memcpy(out + to, packed + from + 1, packet.unpacked);
-            } else if (header > kNoOperation) {
-                std::memset(out + to, packed[from + 1], packet.unpacked);
-            }
+            from += 1;
         }
-        from += packet.packed;
-        to += packet.unpacked;
     }
-    return {from, to};
+    return {static_cast<std::size_t>(from - packed), static_cast<std::size_t>(to - out)};
 }
 
 }  // namespace
@@ -98,12 +87,14 @@ PackBitsEnd PackBits::unpack(std::span<unsigned char> out) {
 
 bool PackBits::open() {
     const ByteReader::Bytes source = source_.ahead(kLongestPacket);
-    if (source.size < 2 || source.size < kPackets[source.data[0]].packed) {
+    const int header = source.size > 0 ? static_cast<signed char>(source.data[0]) : 0;
+    const std::size_t length = static_cast<std::size_t>(header < 0 ? 1 - header : 1 + header);
+    isRun_ = header < 0;
+    if (source.size < (isRun_ ? 2 : 1 + length)) {
         source_.consume(source.size);
         return false;
     }
-    isRun_ = source.data[0] > kNoOperation;
-    left_ = kPackets[source.data[0]].unpacked;
+    left_ = length;
     repeated_ = source.data[1];
     source_.consume(isRun_ ? 2 : 1);
     return true;

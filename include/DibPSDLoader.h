@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <vector>
 
-namespace formats {
-class PsdReader;
+namespace formats::psd {
+class Document;
 }
 
 /// What a channel of a document or layer is. Any other value is a channel that is read and dropped.
@@ -123,8 +123,9 @@ public:
     DIB_EXPORT void InitVariable();
     /// Progress: called once per section, per layer and per channel with position / file size.
     ///
-    /// At each call the target holds the channels stored so far and 0xFF elsewhere, so it can be shown while it
-    /// loads. A callback that empties or replaces the target's blocks ends the load, which then returns false.
+    /// At each call the target holds the channels stored so far and 0xFF elsewhere, so it can be shown while
+    /// it loads. A callback that empties or replaces the target's blocks ends the load, which then returns
+    /// false.
     DIB_EXPORT void SetCallback(DibProgressCallback callback, void* user);
     /// Where a diagnostic text is written during loads; null (the default) for nowhere. Not owned.
     DIB_EXPORT void SetLog(std::FILE* log);
@@ -147,8 +148,8 @@ public:
     ///           short, or the callback cancelled.
     ///
     /// Before the header is accepted the target is left alone; afterwards it holds a picture of the
-    /// document's size with the rows that were stored before the failure, the rest 0xFF. A load that is started
-    /// by the callback of another load of the same loader fails.
+    /// document's size with the rows that were stored before the failure, the rest 0xFF. A load that is
+    /// started by the callback of another load of the same loader fails.
     ///
     /// A load handles at most 64 MiB plus 1024 bytes of pixels per byte of file; no document that really
     /// holds its pixels comes near that, and one that exceeds it fails.
@@ -203,8 +204,9 @@ public:
 
     /// @name Steps of a load, in file order
     ///
-    /// Each starts at the current position of the file and returns false when it cannot be read or the callback
-    /// cancels. They work while a load runs, that is, when its callback calls them, and return false otherwise.
+    /// Each starts at the current position of the file and returns false when it cannot be read or the
+    /// callback cancels. They work while a load runs, that is, when its callback calls them, and return false
+    /// otherwise.
     /// @{
 
     /// Reads and checks the header.
@@ -216,8 +218,8 @@ public:
     /// Reads the layers if they are enabled; otherwise skips the section.
     DIB_EXPORT bool LoadLayerMaskInfo();
     /// Reads a compression word and one channel per id into `dib` (null drops them).
-    /// @param extra Each mask becomes an 8-bit picture at the end of this list, which holds its reference; null
-    ///              reads masks and drops them.
+    /// @param extra Each mask becomes an 8-bit picture at the end of this list, which holds its reference;
+    ///              null reads masks and drops them.
     DIB_EXPORT bool LoadImageData(DibStream* dib, std::vector<DibStream*>* extra,
                                   const std::vector<PSD_CHANNEL_ID>& ids);
     /// Reads `count` bytes; below 1 nothing, which succeeds.
@@ -232,6 +234,8 @@ public:
     /// @}
 
 private:
+    friend class formats::psd::Document;
+
     struct FileHeader {
         char signature[4];
         std::uint16_t version;
@@ -243,22 +247,10 @@ private:
         std::uint16_t mode;
     };
 
-    template <class Path>
-    bool LoadPath(const Path* path);
-    bool LoadSections();
-    bool CreateTarget();
-    void FillTarget();
-    bool StorePlanes(DibStream& image, std::size_t channels, const unsigned char* packedLengths);
     void DropDocument();
-    void LogResource(int id, const unsigned char* data, std::uint32_t size) const;
-    bool LoadLayerRecord(int index, std::vector<std::uint32_t>& channelLengths);
-    void LoadLayerMaskRecord(PSDLayerInfo& layer);
-    void LoadLayerBlendRanges(int index, PSDLayerInfo& layer);
-    bool LoadLayerPixels(int index, const std::vector<std::uint32_t>& channelLengths);
-    bool LoadLayerMask(int index);
-    void SetTargetError(int code);
-    __attribute__((format(printf, 2, 3))) void Log(const char* format, ...) const;
 
+    // The order of these fields is part of the interface. Everything else that a load needs is in the
+    // document.
     FileHeader header_ = {};
     DibStream* target_ = nullptr;
     std::vector<DibStream*> channelImages_;
@@ -271,8 +263,7 @@ private:
     bool enableMask_ = false;
     std::FILE* stream_ = nullptr;
     std::int64_t fileSize_ = 0;
-    formats::PsdReader* reader_ = nullptr;
-    bool fillPending_ = false;
+    formats::psd::Document* document_ = nullptr;  // while a load runs
 };
 
 #endif

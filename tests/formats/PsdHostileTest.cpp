@@ -189,7 +189,8 @@ TEST(PsdHostile, ChannelCountsBeyondTheFile) {
 }
 
 TEST(PsdHostile, ReadingTheSameBytesAgainAndAgainEnds) {
-    // Every channel says that it is 0 bytes long, so all of them decode the same rows: 4000 layers times 1 MiB.
+    // Every channel says that it is 0 bytes long, so all of them decode the same rows: 4000 layers times 1
+    // MiB.
     constexpr int kLayers = 4000;
     constexpr int kSide = 1024;
     ByteWriter section;

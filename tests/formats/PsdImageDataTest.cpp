@@ -211,13 +211,23 @@ TEST(PsdImageData, EveryKernelLevelStoresTheSame) {
         dib::limitKernelLevel(level);
         for (const int channels : {1, 3, 4}) {
             for (const int width : {1, 7, 16, 31, 33, 64, 257, 70000}) {
-                PsdDocument document;
-                document.channels = channels;
-                document.width = width;
-                document.height = 3;
-                const Load load(document.bytes());
-                ASSERT_TRUE(load.result);
-                EXPECT_TRUE(testing_support::sameImage(*load.image, *expectedMerged(document)));
+                for (const int depth : {8, 16, 32}) {
+                    PsdDocument document;
+                    document.channels = channels;
+                    document.depth = depth;
+                    document.width = width;
+                    document.height = 3;
+                    const DibPtr expected = expectedMerged(document);
+                    // Side by side, and channel by channel where a callback watches.
+                    ProgressLog progress;
+                    for (ProgressLog* log : {static_cast<ProgressLog*>(nullptr), &progress}) {
+                        Load load;
+                        load.progress = log;
+                        ASSERT_TRUE(load.run(document.bytes()));
+                        EXPECT_TRUE(testing_support::sameImage(*load.image, *expected))
+                            << width << " " << depth;
+                    }
+                }
             }
         }
     }

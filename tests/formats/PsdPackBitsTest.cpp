@@ -40,8 +40,8 @@ TEST(PsdPackBits, RowsOfTheWrongLength) {
     EXPECT_EQ(logOfRow(3, 2, {0, 1, 0x80}, false), "invalid load bytes 1/3\n");
 }
 
-// Whatever is wrong with a packed document, a callback changes neither the picture nor what is said; it hears of
-// the channels up to the one that is damaged.
+// Whatever is wrong with a packed document, a callback changes neither the picture nor what is said; it hears
+// of the channels up to the one that is damaged.
 TEST(PsdPackBits, DamageIsTheSameWithACallback) {
     PsdDocument packed;
     packed.channels = 4;

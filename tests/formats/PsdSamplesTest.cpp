@@ -10,8 +10,8 @@ using testing_support::Sample;
 
 bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-// Two writers end packed rows with a no-operation, which does not belong to the row: the packed length is then
-// one more than what the row takes.
+// Two writers end packed rows with a no-operation, which does not belong to the row: the packed length is
+// then one more than what the row takes.
 bool endsRowsWithNoOperation(const Sample& sample) {
     static const std::set<std::string> names = {"imcompressRLEPSD.psd", "imcompressZipPSD.psd",
                                                 "sketchbook.psd"};
@@ -115,8 +115,8 @@ int byteOfChannel(int mode, const DibStream& image, int id) {
     return id >= 0 && id <= 2 ? 2 - id : -1;
 }
 
-// Compares one channel with the grey picture that another reader made of it. Its 16-bit samples are scaled here, where
-// documents give their high byte.
+// Compares one channel with the grey picture that another reader made of it. Its 16-bit samples are scaled
+// here, where documents give their high byte.
 int compareChannel(int mode, DibStream& image, int id, const std::filesystem::path& expected, int tolerance) {
     const int byte = byteOfChannel(mode, image, id);
     DibStream plane;

@@ -1,4 +1,5 @@
-// The steps of a load one by one: what they consume, and what only other callers than the loader itself ask for.
+// The steps of a load one by one: what they consume, and what only other callers than the loader itself ask
+// for.
 #include <cstdlib>
 
 #include "tests/formats/PsdTest.h"
