@@ -10,14 +10,14 @@ bool load(const char* path, DibStream* image, DibProgressCallback, void*) {
 }
 
 bool save(const char* path, DibStream* image, DibProgressCallback, void*) {
-    // Masks were obeyed when the picture was loaded, and the file gets none: it must not announce any.
+    // Loading has applied the channel masks and the file gets none, so its header must not announce any.
     if (image->Header != nullptr) image->Header->biCompression = 0;
     return image->SaveToFile(path);
 }
 
 bool recognizes(FirstBytes bytes) { return startsWith(bytes, "BM"); }
 
-// Rows are unpacked while they are loaded, so only the file tells how they were packed.
+// Loading unpacks rows, so only the file says how they were packed.
 std::string_view compression(FirstBytes bytes) {
     constexpr std::size_t kOffset = 30;
     if (bytes.size() <= kOffset) return "none";

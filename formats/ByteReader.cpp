@@ -23,7 +23,7 @@ void ByteReader::fill(std::size_t wanted) {
     const std::size_t most = kBufferBytes - rest;
     std::size_t asked = isExact_ ? std::min(wanted - rest, most) : most;
     if (!isExact_) {
-        // Headers are short, and whole blocks pass by the buffer of the stream.
+        // One block is enough for a header; whole blocks bypass the buffer of the stream.
         constexpr std::size_t kBlock = 4096;
         const std::size_t blocks = isFirst_ ? kBlock : most / kBlock * kBlock;
         if (rest + blocks >= wanted) asked = blocks;
@@ -40,7 +40,7 @@ std::size_t ByteReader::copyMore(unsigned char* out, std::size_t bytes) {
     next_ = end_;
     const std::size_t left = bytes - held;
     if (file_ != nullptr && (left >= kBufferBytes || isExact_)) {
-        // Large parts go straight to where they belong.
+        // Large parts bypass the buffer.
         const std::size_t direct = isAtEnd() ? 0 : std::fread(out + held, 1, left, file_);
         next_ = end_ = buffer_;
         endPosition_ += static_cast<std::int64_t>(direct);
@@ -86,7 +86,7 @@ bool ByteReader::seek(std::int64_t position) {
         endPosition_ = std::max(position, size_);
         return position >= 0;
     }
-    // The buffer holds what comes before endPosition_.
+    // The buffer holds the bytes before endPosition_.
     if (position <= endPosition_ && position >= endPosition_ - (end_ - buffer_)) {
         next_ = end_ - (endPosition_ - position);
         return true;
@@ -107,7 +107,7 @@ bool ByteReader::pass(std::uint64_t bytes) {
 }
 
 bool ByteReader::dropBuffer(std::int64_t position) {
-    // Beyond the end there is nothing to read, so the file itself need not go there.
+    // Some streams cannot seek beyond their end.
     const std::int64_t target = size() >= 0 ? std::min(position, size()) : position;
     if (position < 0 || !dib::seekTo(file_, target)) return false;
     next_ = end_ = buffer_;

@@ -1,4 +1,4 @@
-// Writing a file. What could not be written is remembered: the classic savers do not report it, others do.
+// Writes a file and remembers whether a write failed. The classic savers do not report that, others do.
 #ifndef FORMATS_BYTE_WRITER_H
 #define FORMATS_BYTE_WRITER_H
 
@@ -18,13 +18,13 @@ public:
     void bytes(const void* from, std::size_t count) {
         if (!dib::writeBytes(file_, from, count)) isWhole_ = false;
     }
-    // Rows from where they lie (dib/File.h).
+    // Rows of an image (dib/File.h).
     void rows(const unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows) {
         if (step == static_cast<std::ptrdiff_t>(rowBytes)) return bytes(first, rowBytes * rows);
         if (!dib::writeRows(file_, first, step, rowBytes, rows)) isWhole_ = false;
     }
 
-    // Whether everything was written so far, but for what the system still has to do when the file is closed.
+    // Whether every write succeeded; closing the file may still fail.
     bool isWhole() const { return isWhole_; }
 
 private:

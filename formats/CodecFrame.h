@@ -15,11 +15,12 @@
 
 namespace formats {
 
-// What a loader does with a file that is open, and a saver.
+// A loader and a saver on an open file.
 using Loader = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
 using Writer = bool (*)(ByteWriter&, DibStream*, DibProgressCallback, void*);
 
-// Most codecs store a code when their file cannot be opened; callers rely on some to leave the image's own.
+// Most codecs store a code when the file cannot be opened; some leave the code of the image, as callers
+// expect.
 enum class OpenFailure { kStoresCode, kLeavesCode };
 
 inline bool fail(DibStream* image, DibErrorCode code) {
@@ -41,8 +42,7 @@ bool loadPath(const Char* path, Loader load, DibStream* image, DibProgressCallba
     return file != nullptr ? load(file.get(), image, callback, user) : failToOpen(image, openFailure);
 }
 
-// How a save ended. To the classic savers, which do not report errors of writing, a short file is a saved
-// one.
+// The result of a save. The classic savers do not report errors of writing: they return true for kShort.
 enum class SaveEnd { kRefused, kShort, kWhole };
 
 template <class Char>

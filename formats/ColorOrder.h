@@ -1,4 +1,4 @@
-// Pixels whose colours stand in the other order.
+// Conversions between the orders blue, green, red and red, green, blue.
 #ifndef FORMATS_COLOR_ORDER_H
 #define FORMATS_COLOR_ORDER_H
 

@@ -11,12 +11,12 @@ namespace formats {
 
 namespace {
 
-// 1 / 2.2 as the nearest single but one, which loaded floats have always been raised to.
+// One float below the nearest to 1 / 2.2. Loaded bytes depend on this exact value.
 constexpr double kGamma = 0.45454543828964233;
 
-// The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats that share
-// their upper 16 bits differ by less than a 128th of the smaller one, or are too small to show, and hence by
-// less than one byte: one comparison settles which of two it is.
+// The curve rises, so a float has the highest byte whose least float it reaches. Floats with the same upper
+// 16 bits differ by less than 1/128 of the smaller one, or are tiny, so their bytes differ by at most 1: a
+// table by the upper bits and one comparison give the byte.
 class LightCurve {
 public:
     LightCurve() {

@@ -11,7 +11,7 @@ constexpr const FileFormat* kFormats[] = {
     &kPsdFormat, &kPngFormat, &kJpegFormat, &kTiffFormat, &kExrFormat,  &kDdsFormat,
 };
 
-// File names do not change with the language that the application runs in, so only A to Z have a small form.
+// Only A to Z have a lower case here: file names do not depend on the application's locale.
 bool isNamed(std::string_view small, std::string_view any) {
     const auto same = [](char a, char b) {
         return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b - 'A' + 'a') : b);

@@ -1,4 +1,5 @@
-// The table of file formats. A format is one row, which stands beside its codec; Formats.cpp lists the rows.
+// The table of file formats. Each format is one row, defined in the source of its codec; Formats.cpp lists
+// the rows.
 #ifndef FORMATS_FORMATS_H
 #define FORMATS_FORMATS_H
 
@@ -25,7 +26,7 @@ constexpr bool startsWith(FirstBytes bytes, std::string_view text) {
 }
 
 struct Extension {
-    std::string_view name;   // in small letters, without the dot
+    std::string_view name;   // lower case, without the dot
     bool inCompose = false;  // DibEffectCompose loads files of this extension
 };
 
@@ -67,7 +68,7 @@ extern const FileFormat kDdsFormat;
 // Every format, in the order in which lists show them.
 std::span<const FileFormat* const> allFormats();
 
-// The format that goes by an extension, whatever the size of its letters; null when there is none.
+// The format of an extension in upper or lower case; null when there is none.
 const FileFormat* formatOfExtension(std::string_view extension);
 // The format whose files begin like this; null when there is none.
 const FileFormat* formatOfContent(FirstBytes bytes);

@@ -22,14 +22,14 @@ using formats::RgbeError;
 
 namespace {
 
-// One step below the nearest single to 1 / 2.2, which images have always been converted with.
+// One float below the nearest to 1 / 2.2. Loaded bytes depend on this exact value.
 constexpr float kGamma = std::bit_cast<float>(std::uint32_t{0x3EE8BA2E});
 
 unsigned char toneOf(float value) {
     const float raised = std::pow(value, kGamma);
     if (!(raised > 0.0F)) return 0;
     if (raised >= 1.0F) return 255;
-    // Between 0 and 1 a truncated single-precision sum is the rounding that converted images have always had.
+    // Loaded bytes depend on this rounding: a sum in single precision, truncated.
     return static_cast<unsigned char>(raised * 255.0F + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
 }
 
@@ -55,7 +55,7 @@ const Tones& tones() {
     return table;
 }
 
-// Component k of pixel x stands at pixels[k * plane + x * step].
+// Component k of pixel x is pixels[k * plane + x * step].
 void storeRow(const unsigned char* pixels, std::size_t plane, std::size_t step, unsigned char* out,
               int width) {
     const Tones& table = tones();
@@ -87,7 +87,7 @@ RgbeError readRow(ByteReader& source, int width, unsigned char* work, unsigned c
     return RgbeError::kNone;
 }
 
-// Each part of a packed row is at best made of packets of two bytes for 127 pixels.
+// The shortest packing of a component is two bytes for 127 pixels.
 std::uint64_t fewestRowBytes(int width) {
     const auto pixels = static_cast<std::uint64_t>(width);
     return kRgbeBytes * (formats::widthHasPackets(width) ? 1 + (pixels + 126) / 127 * 2 : pixels);
@@ -135,7 +135,7 @@ namespace {
 
 bool recognizes(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || startsWith(bytes, "#?RGBE"); }
 
-// Each row has a way of its own.
+// Each row may be packed or flat.
 std::string_view compression(FirstBytes) { return "unknown"; }
 
 constexpr Extension kExtensions[] = {{"hdr"}};

@@ -10,7 +10,7 @@ DIB_LOCAL bool LoadHDR(std::FILE* file, DibStream* image, DibProgressCallback ca
 
 namespace formats {
 
-// The byte that a mantissa becomes with its exponent: raised to 1 / 2.2 and cut to what a byte holds.
+// The byte of a mantissa with an exponent: the value raised to 1 / 2.2, scaled to 255 and clamped.
 unsigned char hdrByte(unsigned char mantissa, unsigned char exponent);
 
 }  // namespace formats

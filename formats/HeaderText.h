@@ -13,8 +13,8 @@ class HeaderLines {
 public:
     explicit HeaderLines(ByteReader& source) : source_(source) {}
 
-    // Reads the next line, line feed included. False when there is none, or when a stream without a known end
-    // has given as many lines as no header has.
+    // Reads the next line, line feed included. False when there is none. The number of lines is limited when
+    // the end of the source is unknown.
     bool next();
     // The line, ended by NUL; empty after a failure.
     const char* text() const { return line_; }
@@ -25,8 +25,8 @@ private:
     char line_[128] = {};
 };
 
-// Reads a decimal number at `at`, white space and a sign before it allowed, and moves behind it. Numbers that
-// do not fit are cut to the nearest int. False, with nothing changed, when there is no number.
+// Reads a decimal number at `at` with optional white space and sign, and moves `at` past it. Numbers that do
+// not fit become the nearest int. False, with nothing changed, when there is no number.
 bool readNumber(const char*& at, int& number);
 
 }  // namespace formats

@@ -17,12 +17,12 @@ struct iff_chunk {
 
     // Reads the eight bytes; false on a short read.
     bool load(ByteReader& file);
-    // Of the whole chunk.
+    // Bytes of the whole chunk.
     std::int64_t bytes() const { return kBytes + std::int64_t{length}; }
     bool is(const char* name) const;
 };
 
-// Bytes in memory that grow at their end. All of these are false, with nothing changed, when memory is short.
+// A growing block of bytes. Each function returns false, with nothing changed, when memory is short.
 struct iff_outstream {
     unsigned char* buffer = nullptr;
     std::uint32_t capacity = 0;

@@ -1,5 +1,5 @@
 // An ILBM file is a FORM chunk that holds chunks: BMHD (size and depth), CMAP (colours) and BODY (rows of bit
-// planes, top row first). All numbers have their most significant byte first.
+// planes, top row first). All numbers are big-endian.
 #include "formats/Ilbm.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ using formats::pixelGroups;
 
 namespace {
 
-// The planes of one row and what they become.
+// The planes of one row, and their conversion to pixels.
 class PlaneRow {
 public:
     PlaneRow(const BitmapHeader& header, int bitCount)
@@ -38,7 +38,7 @@ public:
           bitCount_(bitCount) {}
 
     bool ready() const { return planes_ != nullptr && pixels_ != nullptr; }
-    // Where the colour planes go, those that the file lacks staying 0, and the mask.
+    // Room for the colour planes, of which missing ones stay 0, and for the mask.
     unsigned char* planes() { return planes_.get(); }
     unsigned char* mask() { return planes_.get() + kMostPlanes * header_.planeBytes(); }
 
@@ -55,8 +55,7 @@ public:
     }
 
 private:
-    // Each group of eight pixels comes out turned by one place to the right; programs that use these images
-    // turn it back.
+    // Rotates each group of eight pixels by one to the right; programs that use these images rotate it back.
     void storeRotatedBits(unsigned char* row, std::size_t rowBytes) {
         clearBehind(planes(), width_);
         std::memset(row, 0, rowBytes);
@@ -65,7 +64,7 @@ private:
         }
     }
 
-    // Of up to four planes only zero and nonzero are told apart, as indices 0 and 15.
+    // With up to four planes, zero values become index 0 and all others index 15.
     void storeTwoValues(unsigned char* row, std::size_t rowBytes) {
         constexpr unsigned char kPairs[] = {0x00, 0x0F, 0xF0, 0xFF};
         const std::size_t stride = header_.planeBytes();
@@ -109,8 +108,8 @@ public:
     FormReader(ByteReader& file, DibStream* image, DibProgressCallback callback, void* user)
         : file_(file), image_(image), picture_(image), callback_(callback), user_(user) {}
 
-    // Reads the chunks from here to `end`. Chunks of odd length are not followed by a fill byte here: files
-    // that have one are read one byte early.
+    // Reads the chunks up to the position `end`. Chunks of odd length are not padded: in files that pad them
+    // the next chunk is read one byte early.
     Outcome read(std::int64_t end) {
         for (std::int64_t at = file_.position(); at < end;) {
             iff_chunk chunk;
@@ -130,7 +129,7 @@ public:
 private:
     static constexpr std::size_t kMostColors = 256;
 
-    // False when nothing more of the FORM can be used.
+    // False when the rest of the FORM is of no use.
     bool startImage() {
         header_.reset();
         const unsigned char* bytes = file_.take(BitmapHeader::kBytes);
@@ -141,12 +140,12 @@ private:
         if (!picture_.create(file_, header.width, header.height, header.bitCount(), header.fewestBytes()))
             return true;
         header_ = header;
-        // A file may lack its colours.
+        // The file may have no colours.
         if (header.bitCount() == 4) image_->SetMonoPalette();
         return true;
     }
 
-    // Colours that come before a picture of their own are those of the picture that is already there.
+    // Colours that come before the size of their picture go into the image that is there.
     std::size_t tableEntries() const {
         if (image_->Header->biBitCount > 8) return 0;
         return std::min(dib::announcedEntries(*image_->Header), kMostColors);
@@ -179,13 +178,13 @@ private:
         return true;
     }
 
-    // Fills planes from the file. Packets run on across the ends of planes and rows.
+    // Fills planes from the file. Packets may cross the ends of planes and rows.
     bool fill(formats::PackBits& packets, unsigned char* planes, std::size_t bytes) {
         if (header_->compression == 0) return file_.read(planes, bytes);
         return packets.unpack({planes, bytes}) != formats::PackBitsEnd::kShort;
     }
 
-    // Rows without planes take no byte of the file, so their number is not limited by it: none is written.
+    // Rows without planes take no bytes of the file, so any number of them costs nothing: they stay 0.
     bool reportBlankRows() {
         for (int y = 0; callback_ != nullptr && y < header_->height; ++y) {
             if (!picture_.report(callback_, user_, y)) return false;
@@ -212,14 +211,14 @@ bool LoadIFF(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
         if (chunk.is("FORM")) {
             const unsigned char* type = reader.take(4);
             if (type == nullptr || std::memcmp(type, "ILBM", 4) != 0) break;
-            // The length is taken as a position in the file, as if nothing stood before the FORM.
+            // The length is used as the position of the end, as if the FORM started the file.
             const auto outcome = FormReader(reader, image, callback, user).read(chunk.length);
             if (outcome == FormReader::Outcome::kFailed) return false;
             if (outcome == FormReader::Outcome::kDecoded) decoded = true;
         }
         at += chunk.bytes();
     }
-    // A later picture that cannot be created takes the earlier one away.
+    // A later picture that cannot be created leaves no image.
     return decoded && image->Header != nullptr;
 }
 

@@ -9,7 +9,7 @@
 #include "formats/Iff.h"
 
 DIB_LOCAL bool LoadIFF(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user);
-// Builds what stands behind the length of the FORM. The callback is not called.
+// Builds the content of the FORM chunk. The callback is not called.
 DIB_LOCAL bool SaveIFF(formats::iff_outstream& out, DibStream* image, DibProgressCallback callback,
                        void* user);
 

@@ -1,4 +1,4 @@
-// What reader and writer of ILBM files share about their layout.
+// The layout of ILBM files, for reader and writer.
 #ifndef FORMATS_ILBM_LAYOUT_H
 #define FORMATS_ILBM_LAYOUT_H
 
@@ -14,7 +14,7 @@ constexpr int kMostPlanes = 24;
 
 // Bytes of one plane of one row: planes are padded to words.
 constexpr std::size_t planeRowBytes(std::size_t width) { return (width + 15) / 16 * 2; }
-// Groups of eight pixels, the last one perhaps broken.
+// Groups of eight pixels; the last one may have fewer.
 constexpr std::size_t pixelGroups(std::size_t width) { return (width + 7) / 8; }
 
 // The content of a BMHD chunk. Positions, the transparent colour, the shape of pixels and the size of the
@@ -41,8 +41,7 @@ struct BitmapHeader {
         bytes[8] = static_cast<unsigned char>(planes);
         bytes[9] = hasMask ? 1 : 0;
         bytes[10] = static_cast<unsigned char>(compression);
-        bytes[14] = 1;  // pixels are
-        bytes[15] = 1;  // square
+        bytes[14] = bytes[15] = 1;  // square pixels
         return bytes;
     }
 

@@ -1,4 +1,4 @@
-// Writing ILBM: the whole FORM is built in memory before its file is opened, uncompressed, plane by plane.
+// Writing ILBM: the FORM is built in memory, uncompressed, before the file is opened.
 #include <array>
 #include <cstring>
 
@@ -23,7 +23,7 @@ using formats::planeRowBytes;
 
 namespace {
 
-// A row of any written depth spread over planes.
+// Splits a row of any written depth into planes.
 class PlaneSpreader {
 public:
     explicit PlaneSpreader(const BITMAPINFOHEADER& header)
@@ -31,7 +31,7 @@ public:
           stride_(planeRowBytes(width_)),
           bitCount_(header.biBitCount),
           planes_(dib::allocateZeroed<unsigned char>(kMostPlanes * stride_ + 1)),
-          // Pixels behind the end of a row are 0 and stay so.
+          // Pixels beyond the end of a row stay 0.
           pixels_(dib::allocateZeroed<unsigned char>(3 * 8 * stride_ + 1)) {}
 
     bool ready() const { return planes_ != nullptr && pixels_ != nullptr; }
@@ -90,7 +90,7 @@ bool appendColors(iff_outstream& out, const BITMAPINFOHEADER& header) {
     return out.append("CMAP", 4) && out.dword(static_cast<unsigned>(length)) && out.append(bytes, length);
 }
 
-// Plane rows have even lengths, so the body needs no fill byte behind it.
+// Plane rows have even lengths, so the body needs no padding.
 bool appendBody(iff_outstream& out, DibStream& image) {
     const BITMAPINFOHEADER& header = *image.Header;
     PlaneSpreader planes(header);
@@ -116,7 +116,7 @@ void writeForm(ByteWriter& file, const iff_outstream& form) {
     file.bytes(form.buffer, form.length);
 }
 
-// The file is opened when all of its content is there.
+// Opens the file only when its content has been built.
 template <class Char>
 bool saveForm(const Char* path, DibStream* image, DibProgressCallback callback, void* user) {
     if (image == nullptr) return false;

@@ -11,8 +11,8 @@ constexpr int kNoOperation = -128;
 constexpr std::size_t kLongestRun = 128;
 constexpr std::size_t kLongestPacket = 1 + kLongestRun;
 
-// Most packets are short. Where both sides have room for the longest one they are moved in blocks of fixed
-// size: what is written too much is overwritten by the next packet.
+// Most packets are short. Where both sides have room for the longest packet, blocks of fixed size are copied;
+// the next packet overwrites the excess.
 constexpr std::size_t kBlock = 16;
 
 inline void copyBlocks(unsigned char* to, const unsigned char* from, std::size_t length) {
@@ -28,7 +28,7 @@ struct Unpacked {
     std::size_t unpacked;
 };
 
-// Unpacks until the output is full, or the next packet is not whole or has no room.
+// Unpacks until the output is full or the next packet is incomplete or does not fit.
 Unpacked unpackWholePackets(const unsigned char* packed, std::size_t packedBytes, unsigned char* out,
                             std::size_t count) {
     const unsigned char* from = packed;

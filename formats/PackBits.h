@@ -20,21 +20,20 @@ class PackBits {
 public:
     explicit PackBits(ByteReader& source) : source_(source) {}
 
-    // Fills `out`, first with what the last packet had left. A packet of which the source lacks bytes gives
-    // none.
+    // Fills `out`, first with the rest of the last packet. An incomplete packet at the end gives no bytes.
     PackBitsEnd unpack(std::span<unsigned char> out);
 
-    // Bytes that the last `unpack` gave.
+    // Bytes that the last `unpack` wrote.
     std::size_t unpacked() const { return unpacked_; }
-    // Bytes that the last packet has left.
+    // Bytes of the last packet that did not fit.
     std::size_t left() const { return left_; }
-    // Moves past them.
+    // Skips them.
     void drop();
 
 private:
-    // Moves bytes of the open packet to the rest of the output.
+    // Copies bytes of the open packet to the rest of the output.
     void takeOpen(std::span<unsigned char> out);
-    // Opens the next packet; false when the source does not have all of it.
+    // Opens the next packet; false when it is incomplete.
     bool open();
 
     ByteReader& source_;
@@ -44,8 +43,7 @@ private:
     unsigned char repeated_ = 0;
 };
 
-// Unpacks a row that lies in memory. False when the packed bytes do not give exactly `count`; what `out` then
-// holds is of no use.
+// Unpacks a row in memory. False, with `out` undefined, unless the packed bytes give exactly `count` bytes.
 bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned char* out, std::size_t count);
 
 }  // namespace formats

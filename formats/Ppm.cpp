@@ -23,7 +23,7 @@ using formats::fail;
 namespace {
 
 struct Kind {
-    const char* firstLine;  // compared whole: a blank or a carriage return after the letters is another file
+    const char* firstLine;  // compared whole: a blank or carriage return after the letters is refused
     int bitCount;
     bool ascii;
 };
@@ -64,7 +64,7 @@ void writeHeader(ByteWriter& file, int width, int height) {
     file.bytes(text, static_cast<std::size_t>(length));
 }
 
-// Exchanges two rows, and their red and blue. The two may be one.
+// Exchanges two rows, and red and blue in each. Both may be the same row.
 void exchangeColors(unsigned char* first, unsigned char* second, std::size_t bytes) {
     const std::size_t pixels = bytes / 3;
     const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
@@ -78,8 +78,8 @@ void exchangeColors(unsigned char* first, unsigned char* second, std::size_t byt
 
 // Row readers fill row y of the image from the file; false when the file ends before.
 
-// Blocks of rows are read to where they belong, which for colours means turning them round there: a row that
-// is copied from elsewhere costs the memory of the picture twice.
+// Reads blocks of rows into the image and, for colours, turns them upside down in place: reading them
+// elsewhere and copying takes twice the memory traffic.
 class BinaryRows {
 public:
     BinaryRows(ByteReader& file, formats::NewImage& image)
@@ -90,19 +90,19 @@ public:
     bool read(int y) {
         if (y == blockEnd_) readBlock();
         if (y < wholeRows_) return true;
-        // Grey bytes are the pixels themselves.
+        // Grey samples are stored as they are.
         if (image_->Header->biBitCount == 8) image_.readPart(image_->ScanLine(y), partBytes_);
         return false;
     }
 
-    // Where the rows end that were read, be they reported or not.
+    // The end of the rows that were read, reported or not.
     int readEnd() const { return blockEnd_; }
 
 private:
     void readBlock() {
         const auto left = static_cast<std::size_t>(image_->Header->biHeight - blockEnd_);
         const bool hasColors = image_->Header->biBitCount == 24;
-        // What is passed over once more must still be in the cache then.
+        // Rows that are exchanged must still be in the cache.
         const std::size_t rows = hasColors ? formats::rowsPerBlock(rowBytes_, left)
                                            : std::min(left, 4 * formats::rowsPerBlock(rowBytes_, left));
         const int first = blockEnd_;
@@ -115,8 +115,7 @@ private:
         partBytes_ = bytes % rowBytes_;
     }
 
-    // The block is read in one piece, the top row first and without fill. Exchanging rows exchanges their red
-    // and blue.
+    // Reads the block in one piece, top row first and without fill, then spreads and exchanges the rows.
     std::size_t readColors(unsigned char* block, std::size_t rows) {
         const std::size_t bytes = file_.copy(block, rows * rowBytes_);
         const std::size_t pitch = image_->GetPitch();
@@ -134,9 +133,9 @@ private:
     ByteReader& file_;
     formats::NewImage& image_;
     std::size_t rowBytes_;
-    int blockEnd_ = 0;           // rows read so far, those that the file lacks included
-    int wholeRows_ = 0;          // and those that it had
-    std::size_t partBytes_ = 0;  // of the row after these
+    int blockEnd_ = 0;           // rows read so far, missing ones included
+    int wholeRows_ = 0;          // rows that the file had
+    std::size_t partBytes_ = 0;  // bytes of the row after these
 };
 
 class AsciiRows {
@@ -147,7 +146,7 @@ public:
         unsigned char* out = image_->ScanLine(y);
         const int channels = image_->Header->biBitCount / 8;
         for (int x = 0; x < image_->Header->biWidth; ++x, out += channels) {
-            // Samples of a pixel come red first and are stored blue first.
+            // Red comes first in the file and last in the image.
             for (int channel = channels - 1; channel >= 0; --channel) {
                 int sample = 0;
                 if (formats::readInt(file_, sample) == 0) {
@@ -177,7 +176,7 @@ bool readPixels(Rows rows, formats::NewImage& image, DibProgressCallback callbac
         if (!rows.read(y)) return fail(image, DIB_ERROR_READ);
         image.read(row);
         if (image.report(callback, user, y)) continue;
-        // A load that is cancelled keeps the rows that were reported, none that were read ahead.
+        // Keep the rows that were reported, not those read ahead.
         image.clearRows(y + 1, rows.readEnd());
         return false;
     }
@@ -186,7 +185,7 @@ bool readPixels(Rows rows, formats::NewImage& image, DibProgressCallback callbac
 }
 
 bool writePpm(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
-    // A callback may change the image: it is then written as it was at the start.
+    // A callback may change the image, so a copy of it is written.
     const bool converts = image->Header == nullptr || image->Header->biBitCount != 24;
     formats::ImagePtr copy;
     if (converts || callback != nullptr) {
@@ -214,7 +213,7 @@ bool writePpm(ByteWriter& file, DibStream* image, DibProgressCallback callback, 
 namespace formats {
 
 int readInt(ByteReader& file, int& value) {
-    // No number of a stream without a known end has more characters than this, its leading ones included.
+    // The limit of a number with the characters before it, when the end of the source is unknown.
     constexpr std::int64_t kMostCharacters = 1 << 24;
     bool negative = false;
     bool anyDigit = false;
@@ -255,7 +254,7 @@ bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     const DibErrorCode refused = readHeader(reader, header);
     if (refused != DIB_OK) return fail(image, refused);
 
-    // Below a height of 0 there are no rows to read, which leaves the load without its success.
+    // A negative height creates an image without reading a row, and fails.
     const int bitCount = header.kind->bitCount;
     const std::uint64_t rows = static_cast<std::uint64_t>(std::max(header.height, 0));
     const std::uint64_t fewestBytes = static_cast<std::uint64_t>(header.width) * rows * (bitCount / 8);

@@ -13,8 +13,8 @@ DIB_LOCAL bool SavePPM(std::FILE* file, DibStream* image, DibProgressCallback ca
 
 namespace formats {
 
-// Reads a decimal number of an ASCII file: 1 when there was one, 0 otherwise. Everything before its digits is
-// skipped, and the character that ends it is consumed.
+// Reads a decimal number of an ASCII file: 1 on success, 0 when there is none. Skips everything before the
+// digits and consumes the character after them.
 int readInt(ByteReader& file, int& value);
 
 }  // namespace formats

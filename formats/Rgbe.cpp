@@ -1,5 +1,5 @@
 // A Radiance file is lines of text up to an empty one, a line with the size, and rows of pixels, top row
-// first, flat or in run-length packets of one component at a time.
+// first, either flat or one component after the other in run-length packets.
 #include "formats/Rgbe.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ namespace formats {
 
 namespace {
 
-// A file that merely ends leaves the system's error number as some earlier call set it.
+// At the end of a file errno still has the value of an earlier call.
 void printSystemError(const char* what, std::FILE* file) {
     const int earlier = errno;
     if (std::ferror(file) == 0) errno = 0;
@@ -56,8 +56,8 @@ namespace {
 
 int result(RgbeError error, std::FILE* file) { return formats::reportRgbe(error, file) ? 0 : -1; }
 
-// The public routines leave every byte in the file that they do not need. Packets are many and short, so
-// their bytes come from the stream's own buffer.
+// The public routines read no byte that they do not need. Packets are many and short, so their bytes are
+// taken from the buffer of the stream.
 constexpr auto kExact = ByteReader::Buffering::kExact;
 struct PacketSource {
     std::FILE* file;
@@ -96,7 +96,7 @@ bool skipText(const char*& at, const char* text) {
     return true;
 }
 
-// A line such as "-Y 480 +X 640", in which white space may be missing.
+// A line such as "-Y 480 +X 640"; white space is optional.
 bool readSize(const char* at, int& width, int& height) {
     if (!skipText(at, "-Y") || !formats::readNumber(at, height)) return false;
     while (std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
@@ -220,8 +220,8 @@ bool writeLiterals(std::FILE* file, const unsigned char* bytes, std::size_t coun
     return true;
 }
 
-// One component of a row. What stands before a run, or before the end of the row, becomes literals, unless it
-// is nothing but two or three equal bytes, which make a short run.
+// Writes one component of a row. Bytes before a run, or before the end of the row, become literals; two or
+// three equal bytes become a short run.
 bool writeComponent(std::FILE* file, const unsigned char* bytes, std::size_t count) {
     for (std::size_t at = 0; at < count;) {
         std::size_t run = at;  // where the next run starts, and its length
@@ -322,7 +322,7 @@ void float2rgbe(unsigned char* rgbe, float red, float green, float blue) {
 }
 
 void rgbe2float(float* red, float* green, float* blue, const unsigned char* rgbe) {
-    // Exponent 0 stands for black. Mantissas are counted in 256ths, which makes the bias of 128 one of 136.
+    // Exponent 0 is black. Mantissas are 256ths, which turns the bias of 128 into 136.
     const float scale = rgbe[3] != 0 ? static_cast<float>(std::ldexp(1.0, rgbe[3] - 136)) : 0.0F;
     *red = static_cast<float>(rgbe[0]) * scale;
     *green = static_cast<float>(rgbe[1]) * scale;

@@ -20,7 +20,7 @@ bool reportRgbe(RgbeError error, std::FILE* file);
 
 constexpr bool widthHasPackets(int width) { return width >= 8 && width <= 32767; }
 
-// Whether the first four bytes of a row say that packets follow; otherwise they are its first pixel.
+// Whether the first four bytes of a row announce packets; otherwise they are its first pixel.
 inline bool startsPackets(const unsigned char* bytes) {
     return bytes[0] == 2 && bytes[1] == 2 && (bytes[2] & 0x80) == 0;
 }
@@ -28,8 +28,8 @@ inline bool startsPackets(const unsigned char* bytes) {
 // Reads the lines of a header.
 RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_header_info* info);
 
-// Reads the packets of one row behind its four first bytes into four planes, red to exponent, of `width`
-// bytes. `Source` gives the next byte (negative at the end) or reads several.
+// Reads the packets of one row, after its first four bytes, into four planes of `width` bytes, red to
+// exponent. `Source` has `byte()` (negative at the end) and `read()`.
 template <class Source>
 RgbeError readRgbePackets(Source& source, const unsigned char* start, int width, unsigned char* planes) {
     if ((start[2] << 8 | start[3]) != width) return RgbeError::kWidth;

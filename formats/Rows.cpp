@@ -6,7 +6,7 @@ namespace formats {
 
 namespace {
 
-// Small enough to stay in the second-level cache, large enough that the cost of a call does not show.
+// Fits the second-level cache; the cost of a call is negligible beside such a block.
 constexpr std::size_t kBlockBytes = 256 * 1024;
 
 }  // namespace

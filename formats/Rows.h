@@ -1,4 +1,4 @@
-// Rows of pixels in blocks of many, so that a picture costs few calls whatever its width.
+// Blocks of rows, so that narrow pictures take few calls, too.
 #ifndef FORMATS_ROWS_H
 #define FORMATS_ROWS_H
 
@@ -15,7 +15,7 @@ std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows);
 class RowWriter {
 public:
     RowWriter(ByteWriter& file, std::size_t rowBytes, std::size_t rows);
-    // Writes what is still held.
+    // Writes the rows that are still in the block.
     ~RowWriter();
     RowWriter(const RowWriter&) = delete;
     RowWriter& operator=(const RowWriter&) = delete;

@@ -1,6 +1,5 @@
-// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. They have the byte
-// order of images in memory, so they are stored as they are; only colour maps of 32-bit entries are looked
-// up.
+// A TGA file is an 18-byte header, an identification text, a colour map and the pixels. Pixels have the byte
+// order of images in memory and are stored unchanged; only colour maps of 32-bit entries are looked up.
 #include "formats/Tga.h"
 
 #include <algorithm>
@@ -61,7 +60,7 @@ TgaHeader TgaHeader::parse(const unsigned char* bytes) {
     header.idBytes = bytes[0];
     header.colorMapType = bytes[1];
     header.imageType = bytes[2];
-    // Bytes 3 and 4 name the first entry of the map; indices count from the first stored one all the same.
+    // Bytes 3 and 4, the index of the first entry, are ignored: indices count from the first stored entry.
     header.mapEntries = static_cast<std::int16_t>(dib::readLe16(bytes + 5));
     header.mapEntryBits = bytes[7];
     header.width = static_cast<std::int16_t>(dib::readLe16(bytes + 12));
@@ -85,14 +84,14 @@ std::array<unsigned char, TgaHeader::kBytes> TgaHeader::bytes() const {
     return bytes;
 }
 
-// Bytes of one entry of a map beside pixels that do not use it. Sizes other than these skip nothing: files
-// with 15-bit entries, whose pixels then start too early, have always been read so.
+// Bytes of one entry of a map that the pixels do not use. Maps of other sizes, 15 bits among them, are not
+// skipped: callers rely on how such files have always been read.
 std::size_t skippedEntryBytes(const TgaHeader& header) {
     const unsigned bits = header.mapEntryBits;
     return bits == 8 || bits == 16 || bits == 24 || bits == 32 ? bits / 8 : 0;
 }
 
-// Whether that map can be skipped: not backwards.
+// A map of negative length cannot be skipped.
 bool unusedMapIsValid(const TgaHeader& header) {
     return !header.hasMap() || header.mapEntries >= 0 || skippedEntryBytes(header) == 0;
 }
@@ -103,10 +102,10 @@ void skipUnusedMap(ByteReader& file, const TgaHeader& header) {
         file.skip(entryBytes * static_cast<std::size_t>(header.mapEntries));
 }
 
-// Image sizes. Raw pixels are kept in the row order of the file; run-length ones always bottom-up.
+// Raw pixels keep the row order of the file; run-length pictures are always bottom-up.
 bool createInFileOrder(ByteReader& file, NewImage& image, const TgaHeader& header, int bitCount) {
     const int height = header.topRowFirst() ? -header.height : header.height;
-    // A height below 1 in the header makes an image without any row to read.
+    // A negative height makes an image without rows to read.
     const std::uint64_t fewestBytes = header.height < 1 ? 0 : header.rowBytes() * header.rows();
     return image.create(file, header.width, height, bitCount, fewestBytes);
 }
@@ -135,10 +134,10 @@ bool readMap24(ByteReader& file, NewImage& image, const TgaHeader& header) {
 
 constexpr int kTableEntries = 256;
 
-// Raw pixels looked up in a map of 32-bit entries, which an image keeps only as pixels.
+// Looks raw pixels up in a map of 32-bit entries, because tables of images have no alpha.
 bool readExpanded(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (!createInFileOrder(file, image, header, 32)) return false;
-    std::array<DibBGRA, kTableEntries> table{};  // what the map lacks is transparent black
+    std::array<DibBGRA, kTableEntries> table{};  // missing entries are transparent black
     const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
     const std::size_t used = std::min(entries, table.size());
     if (!file.read(table.data(), used * sizeof(DibBGRA)) || !file.pass((entries - used) * sizeof(DibBGRA)))
@@ -188,14 +187,14 @@ void fillPixels(unsigned char* out, const unsigned char* pixel, std::size_t byte
     for (std::size_t i = 0; i < bytes; i += kPixelBytes) std::memcpy(out + i, value, kPixelBytes);
 }
 
-// Packets of a count byte and pixels: with its top bit set one pixel to repeat, else as many as counted. They
-// run on across the ends of rows, and the last one may hold more than the image takes.
+// A packet is a count byte and pixels: one to repeat when the top bit of the count is set, otherwise as many
+// as counted. Packets may cross the ends of rows, and the last one may exceed the picture.
 template <std::size_t kPixelBytes>
 class PacketReader {
 public:
     explicit PacketReader(ByteReader& file) : file_(file) {}
 
-    // Fills a row; returns how many bytes the file had for it, in whole pixels.
+    // Fills a row; returns the bytes of the whole pixels that the file had for it.
     std::size_t read(unsigned char* row, std::size_t rowBytes) {
         std::size_t done = 0;
         while (done < rowBytes && (left_ > 0 || open())) {
@@ -246,7 +245,7 @@ bool readPackets(ByteReader& file, NewImage& image, const TgaHeader& header) {
     return true;
 }
 
-// A run of 128 pixels takes a count byte and a pixel.
+// The shortest packing: a count byte and a pixel for 128 pixels.
 std::uint64_t fewestPacketBytes(const TgaHeader& header) {
     const std::uint64_t pixels = static_cast<std::size_t>(header.width) * header.rows();
     return (pixels + 127) / 128 * (1 + static_cast<unsigned>(header.bitCount) / 8);
@@ -259,7 +258,7 @@ bool readRunLengthMapped(ByteReader& file, NewImage& image, const TgaHeader& hea
     if (header.height < 0 || (known && !fitting)) return fail(image, DIB_ERROR_INVALID);
     const std::uint64_t fewestBytes = known ? fewestPacketBytes(header) : 0;
     if (!image.create(file, header.width, header.height, 8, fewestBytes)) return false;
-    if (!known) return false;  // the new image stays
+    if (!known) return false;  // with a blank image
     return readMap24(file, image, header) && readPackets<1>(file, image, header);
 }
 
@@ -299,7 +298,7 @@ bool writeMap(ByteWriter& file, const DibBGRA* table, std::size_t entries) {
     return true;
 }
 
-// The header that says how an image of 8 bits or more is written.
+// The header of a file for an image of 8 bits or more.
 TgaHeader headerOf(const BITMAPINFOHEADER& info) {
     TgaHeader header;
     header.imageType = kTrueColor;
@@ -316,7 +315,7 @@ TgaHeader headerOf(const BITMAPINFOHEADER& info) {
     return header;
 }
 
-// Writes the rows from the bottom of the picture up.
+// Writes the rows, bottom row first.
 bool writePixels(ByteWriter& file, DibStream& source, DibStream* image, DibProgressCallback callback,
                  void* user) {
     const dib::ImageSize size = dib::admitSize(*source.Header);
@@ -340,7 +339,7 @@ bool writePixels(ByteWriter& file, DibStream& source, DibStream* image, DibProgr
 }
 
 bool writeTga(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
-    // A callback may change the image: it is then written as it was at the start.
+    // A callback may change the image, so a copy of it is written.
     const bool converts = image->Header == nullptr || image->Header->biBitCount < 8;
     formats::ImagePtr copy;
     if (converts || callback != nullptr) {
@@ -350,7 +349,7 @@ bool writeTga(ByteWriter& file, DibStream* image, DibProgressCallback callback, 
     }
     DibStream& source = copy != nullptr ? *copy : *image;
     if (source.Header == nullptr) {
-        // No image makes a file without pixels.
+        // Without an image the file has no pixels.
         TgaHeader empty;
         empty.imageType = kTrueColor;
         file.bytes(empty.bytes().data(), TgaHeader::kBytes);

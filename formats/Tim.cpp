@@ -1,5 +1,5 @@
-// A TIM file is an identifier, a word of flags, a block of lookup colours when the flags say so, and a block
-// of pixels, top row first. Colours are words of 5 bits each, red in the low ones.
+// A TIM file is an identifier, a word of flags, an optional block of lookup colours and a block of pixels,
+// top row first. Colours are words of three times 5 bits, red lowest.
 #include "formats/Tim.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ constexpr std::uint32_t kHasLookup = 8;
 constexpr std::size_t kMostColors = 256;
 using ColorTable = std::array<DibBGRA, kMostColors>;
 
-// Reads fields of the file; those that it lacks are 0.
+// Reads fields of the file; missing ones are 0.
 template <std::size_t kBytes>
 std::array<unsigned char, kBytes> readFields(ByteReader& file) {
     std::array<unsigned char, kBytes> fields{};
@@ -36,7 +36,7 @@ std::array<unsigned char, kBytes> readFields(ByteReader& file) {
     return fields;
 }
 
-// What both kinds of blocks start with; their position in the frame buffer is not kept.
+// The start of both kinds of blocks; their position in the frame buffer is ignored.
 struct BlockHeader {
     static constexpr std::size_t kBytes = 12;
     std::uint32_t length = 0;  // bytes of the block, these included
@@ -72,11 +72,11 @@ void readLookup(ByteReader& file, ColorTable& colors) {
     const BlockHeader block = BlockHeader::read(file);
     const std::size_t count = std::min(std::size_t{block.width} * block.height, kMostColors);
     for (std::size_t i = 0; i < count; ++i) colors[i] = colorOf(dib::readLe16(readFields<2>(file).data()));
-    // The length decides where the pixels start, whatever the size of the table was.
+    // The pixels start after the length of the block, whatever the size of the table.
     file.seek(start + std::int64_t{block.length});
 }
 
-// Pixel words of the file and of images differ by these; each is its own inverse but for the 16th bit.
+// The conversions between words of the file and of images, both ways; the 16th bit is lost.
 
 DIB_ALWAYS_INLINE void swapColors(std::uint16_t* words, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -120,7 +120,7 @@ bool LoadTIM(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
         std::copy_n(colors.begin(), dib::addressableEntries(bitCount), dib::colorTable(image->Header));
     }
 
-    // Pixels that the file lacks are 0: it is not an error that it ends early.
+    // Missing pixels are 0: a file that ends early is not an error.
     for (int y = 0; y < height; ++y) {
         unsigned char* row = image->ScanLine(y);
         const std::size_t read = reader.copy(row, rowBytes);
@@ -140,7 +140,7 @@ bool LoadTIM(const wchar_t* path, DibStream* image, DibProgressCallback callback
 
 namespace {
 
-// One row of as many colours as the depth addresses; those that the image does not have are 0.
+// One row of all colours that the depth can address; missing ones are 0.
 void writeLookup(ByteWriter& file, const BITMAPINFOHEADER& header) {
     const std::size_t count = dib::addressableEntries(header.biBitCount);
     const ColorTable colors = dib::readColorTable(header);
@@ -202,7 +202,7 @@ void SaveTIM(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     writeTim(out, image, callback, user);
 }
 
-// Saving always answers false, also when the file is complete: callers have never been able to rely on it.
+// Always returns false, even for a complete file: callers must not use the result.
 bool SaveTIM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
     formats::saveFile(path, writeTim, image, callback, user);
     return false;

@@ -2,8 +2,8 @@
  * @file
  * Radiance RGBE files as floats: header and pixels, for C and C++.
  *
- * A pixel of a file is 4 bytes: mantissas of red, green and blue and the exponent that they share. Every routine
- * of the `RGBE_` family works on an open file from where it stands, reads no further than it must, returns 0 on
+ * A pixel of a file is 4 bytes: mantissas of red, green and blue and their common exponent. Every `RGBE_`
+ * routine works on an open file from its current position, reads no byte that it does not need, returns 0 on
  * success and -1 on failure, and prints the reason of a failure to standard error.
  */
 #ifndef DIBSTREAM_DIBRGBE_H
@@ -23,7 +23,7 @@ enum {
     RGBE_VALID_EXPOSURE = 4     /**< `exposure` is set. */
 };
 
-/** What a header says beside the size. */
+/** The fields of a header other than the size. */
 typedef struct rgbe_header_info {
     int valid;            /**< Which of the fields are set: bits of 1, 2 and 4. */
     char programtype[16]; /**< The text after "#?" on the first line, at most 15 characters. */
@@ -34,8 +34,8 @@ typedef struct rgbe_header_info {
 /** Writes the header of a picture. @param info May be null: the program type is then "RGBE". */
 DIB_EXPORT int RGBE_WriteHeader(FILE* file, int width, int height, const rgbe_header_info* info);
 /**
- * Reads a header up to the first pixel. A size that does not fit an int is cut to the nearest one; its sign is not
- * judged. @param info Filled when it is not null.
+ * Reads a header up to the first pixel. A size that does not fit an int becomes the nearest one; negative
+ * sizes are returned unchanged. @param info May be null.
  */
 DIB_EXPORT int RGBE_ReadHeader(FILE* file, int* width, int* height, rgbe_header_info* info);
 
@@ -47,14 +47,13 @@ DIB_EXPORT int RGBE_ReadPixels(FILE* file, float* data, int count);
 /** Writes `rows` rows in run-length packets; flat where the width is below 8 or above 32767. */
 DIB_EXPORT int RGBE_WritePixels_RLE(FILE* file, const float* data, int width, int rows);
 /**
- * Reads `rows` rows. Each may be in packets; at the first one that is not, that row and all that follow are read
- * flat.
+ * Reads `rows` rows. Each may be in packets; the first row that is not, and all rows after it, are read flat.
  */
 DIB_EXPORT int RGBE_ReadPixels_RLE(FILE* file, float* data, int width, int rows);
 
 /**
- * Turns a colour into a pixel of 4 bytes. Colours whose largest part is below 1e-32 become four zeros, negative
- * parts and those that are not numbers 0; from 2^127 on a part is the largest that a pixel can hold.
+ * Turns a colour into a pixel of 4 bytes. A colour whose largest part is below 1e-32 becomes four zeros;
+ * negative parts and NaN become 0; parts of 2^127 and more become the largest that a pixel can hold.
  */
 DIB_EXPORT void float2rgbe(unsigned char* rgbe, float red, float green, float blue);
 /** Turns a pixel of 4 bytes into a colour. */
