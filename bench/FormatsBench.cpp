@@ -23,8 +23,8 @@ void load(const char* op, int width, int height, int depth, Codec codec) {
     });
 }
 
-// Bottom-up images are as `Create` makes them; top-down ones have their first row where the file has its last, or
-// the other way round.
+// Bottom-up images are as `Create` makes them; top-down ones have their first row where the file has its
+// last, or the other way round.
 void save(const char* op, const char* file, Codec codec) {
     for (const bool topDown : {false, true}) {
         pb::add(op, pb::W, pb::H, 24, topDown ? "ours.topdown" : "ours", "", [=] {

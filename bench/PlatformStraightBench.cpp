@@ -1,5 +1,6 @@
-// The image libraries used straight, for comparison, as an application with pixels in our order would: the same files
-// into fresh memory, and the same kinds of files (32-bit PNG and TIFF with the settings of ours, JPEG of quality 90).
+// The image libraries used straight, for comparison, as an application with pixels in our order would: the
+// same files into fresh memory, and the same kinds of files (32-bit PNG and TIFF with the settings of ours,
+// JPEG of quality 90).
 #include <cstdio>
 // jpeglib.h needs FILE from the header above.
 #include <jpeglib.h>

@@ -3,24 +3,24 @@
 //
 // What an effect reads decides its source and how it treats positions outside the image:
 //
-//   effect                     | reads               | source                  | edges
-//   ---------------------------|---------------------|-------------------------|--------------------------------
-//   reverse, gamma, contrast,  | the pixel itself    | the image               | none
-//   noise, colour noise        |                     |                         |
-//   mosaic                     | the rows of a block | the image: a block is   | blocks are cut
-//                              |                     | read before it is drawn |
-//   compose                    | the second image    | the image               | stretched or tiled
-//   light blur, light sharpen, | four neighbours     | RollingCopy: two rows   | getLoopY by row; the first and
-//   edges                      |                     | stay in the cache       | last pixel of a row apart
-//   box blur                   | columns entering    | RollingCopy: the square | rows by EdgeAxis::at; column
-//                              | and leaving         | above the row           | sums are padded
-//   Gaussian blur, brightest,  | every row once, as  | RollingCopy: only the   | rows by EdgeAxis::at; their
-//   darkest                    | it enters           | first rows, if y wraps  | own rows are padded
-//   middle                     | pixels of the whole | FullCopy: the pixel     | EdgeWindow: pixels with their
-//                              | square              | found is read again     | number of visits
-//   diffuse                    | any pixel around    | FullCopy                | getLoopX, getLoopY by pixel
-//   rotate, ripple, wave,      | any position        | FullCopy                | the sampler's, by position
-//   whirl, motion blur, emboss |                     |                         |
+// effect                     | reads               | source                  | edges
+// ---------------------------|---------------------|-------------------------|-------------------------------
+// reverse, gamma, contrast,  | the pixel itself    | the image               | none
+// noise, colour noise        |                     |                         |
+// mosaic                     | the rows of a block | the image: a block is   | blocks are cut
+//                            |                     | read before it is drawn |
+// compose                    | the second image    | the image               | stretched or tiled
+// light blur, light sharpen, | four neighbours     | RollingCopy: two rows   | getLoopY by row; the first and
+// edges                      |                     | stay in the cache       | last pixel of a row apart
+// box blur                   | columns entering    | RollingCopy: the square | rows by EdgeAxis::at; column
+//                            | and leaving         | above the row           | sums are padded
+// Gaussian blur, brightest,  | every row once, as  | RollingCopy: only the   | rows by EdgeAxis::at; their
+// darkest                    | it enters           | first rows, if y wraps  | own rows are padded
+// middle                     | pixels of the whole | FullCopy: the pixel     | EdgeWindow: pixels with their
+//                            | square              | found is read again     | number of visits
+// diffuse                    | any pixel around    | FullCopy                | getLoopX, getLoopY by pixel
+// rotate, ripple, wave,      | any position        | FullCopy                | the sampler's, by position
+// whirl, motion blur, emboss |                     |                         |
 #ifndef EFFECTS_EFFECT_FRAME_H
 #define EFFECTS_EFFECT_FRAME_H
 

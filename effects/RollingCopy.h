@@ -10,9 +10,9 @@
 
 namespace dib {
 
-// An image is overwritten from the top down, so the rows below are still unchanged. Of the rows above a filter
-// needs only the last few, and if y wraps, the first few again at the end. Unlike a full copy, these rows stay
-// in the processor's cache.
+// An image is overwritten from the top down, so the rows below are still unchanged. Of the rows above a
+// filter needs only the last few, and if y wraps, the first few again at the end. Unlike a full copy, these
+// rows stay in the processor's cache.
 class RollingCopy {
 public:
     // Keeps the last `above` rows and the first `first`. False when memory is short.

@@ -11,7 +11,7 @@ import sys
 EFFECT = "include/DibEffect.h", r"\b(DibEffect[A-Z]\w*)\("
 RECORD = "include/DibEffect.h", r"^struct (DE\w+Info) \{"
 CODEC = "include/DibCodec.h", r"\b((?:Load|Save)[A-Z]+)\("
-# Declarations, where their name must stand, what that place is for, and names that may be missing there.
+# Declarations, where each name must appear, what that place is for, and names that need not appear there.
 PLACES = [
     (EFFECT, "tests/exports/*.txt", "exported names", ()),
     (EFFECT, "tests/effects/*.cpp", "tests", ()),
@@ -22,12 +22,18 @@ PLACES = [
     (RECORD, "tests/effects/RecordLayoutTest.cpp", "layout of the record", ()),
     (CODEC, "tests/exports/*.txt", "exported names", ()),
     (CODEC, "tests/formats/*.cpp", "tests", ()),
-    # The same as LoadPPM.
+    # LoadPGM is the same as LoadPPM.
     (CODEC, "tests/digest/*", "digest of all results", ("LoadPGM",)),
     (CODEC, "tools/**/*.cpp", "formats of the program", ("LoadPGM",)),
+    # Fuzzed through another function: a loader of the same files, DibPSDLoader, the functions of the plug-ins.
+    (CODEC, "fuzz/*.cpp", "fuzzing", ("LoadPGM", "LoadJPEG", "LoadTIFF", "LoadPSD", "LoadDDS", "LoadEXR")),
+    (CODEC, "bench/*.cpp", "benches", ("LoadDDS", "LoadEXR", "SaveIFF", "SaveTIM")),
 ]
-# The formats of DibCodec.h have rows on a page, by the name in the function's.
-PAGES = [("docs/limits.md", "what is read and written")]
+# The same by the format, which is the name of the function without its first word, in letters of any size.
+FORMAT_PLACES = [
+    ("docs/limits.md", "{}", "what is read and written", ()),
+    ("formats/diagnosis/*.h", "diagnose{}", "reasons why a file is refused", ("PGM",)),
+]
 
 
 def names(root, declarations):
@@ -45,11 +51,11 @@ def missing(root):
         for name in names(root, declarations):
             if name not in found and name not in exempt:
                 yield f"{name} is missing in {files} ({purpose})"
-    for page, purpose in PAGES:
-        found = words(root, page)
+    for files, pattern, purpose, exempt in FORMAT_PLACES:
+        found = {word.lower() for word in words(root, files)}
         for name in sorted({name[4:] for name in names(root, CODEC)}):
-            if name not in found:
-                yield f"{name} is missing in {page} ({purpose})"
+            if pattern.format(name).lower() not in found and name not in exempt:
+                yield f"{pattern.format(name)} is missing in {files} ({purpose})"
 
 
 def main():

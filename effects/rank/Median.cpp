@@ -1,5 +1,6 @@
-// The pixel one step darker than the median of a square: of n positions the one with (n + 1) / 2 brighter ones
-// before it, where the first visited of equally bright pixels counts as brighter. Callers know the filter so.
+// The pixel one step darker than the median of a square: of n positions the one with (n + 1) / 2 brighter
+// ones before it, where the first visited of equally bright pixels counts as brighter. Callers know the
+// filter so.
 
 #include "effects/EffectFrame.h"
 #include "effects/rank/MedianLargeRadius.h"

@@ -21,7 +21,8 @@ constexpr std::int64_t kLongestSide = 46340;
 // Pixels that matchClass compares at a time.
 constexpr int kMatchLanes = 16;
 
-// Bit i is set when brightness[i] is of the class, for i = 0 to kMatchLanes - 1. All of these must be readable.
+// Bit i is set when brightness[i] is of the class, for i = 0 to kMatchLanes - 1. All of these must be
+// readable.
 std::uint32_t matchClass(const std::uint16_t* brightness, std::uint32_t brightnessClass) {
     constexpr int kShift = BrightnessHistogram::kClassShift;
 #if defined(__SSE2__)
@@ -205,8 +206,8 @@ struct RowOfVisit {
     std::uint32_t inRow;  // visits each time the row is visited
 };
 
-// The row of visit number `level.rank` to the pixels of a brightness. With `rounds`, the window visits all its
-// rows in turns, and this counts one turn.
+// The row of visit number `level.rank` to the pixels of a brightness. With `rounds`, the window visits all
+// its rows in turns, and this counts one turn.
 DIB_ALWAYS_INLINE RowOfVisit findRow(const WindowRow* rows, std::size_t count, std::ptrdiff_t first,
                                      RowVisits visits, BrightnessHistogram::LevelRank level, bool rounds) {
     std::uint32_t rank = level.rank;

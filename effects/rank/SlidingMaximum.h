@@ -45,8 +45,8 @@ private:
 void maximumAlongRow(Candidates in, std::size_t width, std::size_t window, Candidates scratch,
                      Candidates out);
 
-// A queue of rows that knows the maximum of each column over all rows it holds; rows pushed earlier come first
-// in visiting order.
+// A queue of rows that knows the maximum of each column over all rows it holds; rows pushed earlier come
+// first in visiting order.
 class SlidingMaximum {
 public:
     // For up to `capacity` rows at a time. False when memory is short.

@@ -168,7 +168,8 @@ TEST(BmpSave, ImagesWithoutPixels) {
     EXPECT_EQ(loaded.GetImageSize(), 0);
     EXPECT_NE(loaded.Buffer, nullptr);
 
-    // Rows without columns are not walked over one by one. As `Create` refuses them, so does reading them back.
+    // Rows without columns are not walked over one by one. As `Create` refuses them, so does reading them
+    // back.
     for (const int height : {1, -1, INT_MAX, -INT_MAX}) {
         ASSERT_TRUE(dib.SetBitmapInfo(header, 0, height, 24));
         const Bytes file = save(dib);

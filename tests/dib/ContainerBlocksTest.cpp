@@ -218,8 +218,8 @@ TEST(ContainerBlocks, CopyTakesHeadersAtAnyAddress) {
     }
 }
 
-// Such numbers come from damaged blocks. The table is then taken from behind the 40 bytes that every block has, and
-// nothing beyond it is touched: the blocks here end with their tables.
+// Such numbers come from damaged blocks. The table is then taken from behind the 40 bytes that every block
+// has, and nothing beyond it is touched: the blocks here end with their tables.
 TEST(ContainerBlocks, HeaderSizesBelow40CountAs40) {
     for (const std::uint32_t size : {0U, 12U, 39U}) {
         const DibPtr image = testing_support::randomImage(5, 3, 8, 1);

@@ -314,8 +314,8 @@ INSTANTIATE_TEST_SUITE_P(EveryOperation, ConvertFailure,
                                            FailureCase{24, 1, 0, 2, 1}, FailureCase{1, 8, 2, 10, 2},
                                            FailureCase{1, 4, 2, 10, 2}));
 
-// The same from blocks that belong to someone else: after a failure they are still there, or the object is empty, and
-// they are never freed or written.
+// The same from blocks that belong to someone else: after a failure they are still there, or the object is
+// empty, and they are never freed or written.
 class BorrowedConvertFailure : public ::testing::TestWithParam<FailureCase> {};
 
 TEST_P(BorrowedConvertFailure, LeavesThePromisedState) {
@@ -352,8 +352,8 @@ TEST_P(BorrowedConvertFailure, LeavesThePromisedState) {
     EXPECT_EQ(emptied, param.emptied);
 }
 
-// The 65 pixels have as many colours, so the quantizer makes 65 boxes in a tree of 129 nodes, beside the packed pixels,
-// its four working blocks and the two tables of the indices.
+// The 65 pixels have as many colours, so the quantizer makes 65 boxes in a tree of 129 nodes, beside the
+// packed pixels, its four working blocks and the two tables of the indices.
 INSTANTIATE_TEST_SUITE_P(Sources, BorrowedConvertFailure,
                          ::testing::Values(FailureCase{24, 8, 2, 136, 2}, FailureCase{8, 1, 0, 2, 1}));
 

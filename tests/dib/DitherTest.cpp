@@ -84,8 +84,8 @@ TEST(Dither, ErrorDiffusionOverThreeRowsByHand) {
     //   70   83   92   95   96
     //   95  123 -111  100  110
     //  107 -121  103 -126   97
-    // What the first columns cannot give to their left goes two rows down and two to the right: without it the last
-    // row would be white in columns 1 and 4.
+    // What the first columns cannot give to their left goes two rows down and two to the right: without it
+    // the last row would be white in columns 1 and 4.
     const DibPtr image = oneColor(5, -3, 0x464646);
     ASSERT_TRUE(image->ChangeTo1Bit(0));
     EXPECT_EQ(image->Buffer[0], 0x00);

@@ -139,8 +139,8 @@ TEST(MedianCutImage, BoxesWithoutEntryTakeTheNearest) {
     EXPECT_EQ(approximate, 4);
 }
 
-// Boxes of several colours without an entry: what counts is the pixel's own colour and not the centre of its box, and
-// of two entries equally near the first.
+// Boxes of several colours without an entry: what counts is the pixel's own colour and not the centre of its
+// box, and of two entries equally near the first.
 TEST(MedianCutImage, PixelsOfBoxesWithoutEntryTakeTheirOwnNearest) {
     constexpr int kWidth = 400, kHeight = 60;
     const DibPtr image = testing_support::randomImage(kWidth, kHeight, 24, 21);

@@ -17,8 +17,8 @@ inline int walk(const dibmedian::mediancut& cut, DibBGR pixel) {
     return node->index;
 }
 
-// The dark box scores 2 bits x 2 reds, the bright one 10 bits x 1: the greater score is a single colour, and that ends
-// it, although the other box could still be cut.
+// The dark box scores 2 bits x 2 reds, the bright one 10 bits x 1: the greater score is a single colour, and
+// that ends it, although the other box could still be cut.
 inline Pixels darkPairAndManyReds() {
     Pixels pixels(1002, DibBGR{0, 0, 200});
     pixels[0] = {0, 0, 0};

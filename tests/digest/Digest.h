@@ -1,5 +1,6 @@
-// Hashes of what operations leave behind: result, code, header, colour table, pixels and the calls of the callback.
-// A line of the digest is one operation on one kind of image; whatever a caller can see enters its hash.
+// Hashes of what operations leave behind: result, code, header, colour table, pixels and the calls of the
+// callback. A line of the digest is one operation on one kind of image; whatever a caller can see enters its
+// hash.
 #ifndef TESTS_DIGEST_DIGEST_H
 #define TESTS_DIGEST_DIGEST_H
 
@@ -46,7 +47,8 @@ private:
     int calls_ = 0;
 };
 
-/// Prints a line: its name, on what it depends beside this library ("-", "rand", "libm" or "codec"), and the hash.
+/// Prints a line: its name, on what it depends beside this library ("-", "rand", "libm" or "codec"), and the
+/// hash.
 void line(const std::string& name, const char* dependsOn, const Hash& hash);
 
 struct Kind {
@@ -61,7 +63,8 @@ inline constexpr Kind kKinds[] = {{1, false},  {1, true},  {4, false},  {4, true
 /// An image of random pixels, fill bytes and colours that depend on nothing but the arguments.
 DibPtr picture(const Kind& kind, int width, int height);
 
-/// Runs an operation on images of several sizes, and once more with a callback that cancels at its third call.
+/// Runs an operation on images of several sizes, and once more with a callback that cancels at its third
+/// call.
 using Operation = std::function<bool(DibProgressCallback, void*, DibStream*)>;
 Hash runOnSizes(const Kind& kind, const Operation& operation);
 

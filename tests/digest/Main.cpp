@@ -1,5 +1,5 @@
-// Prints one line with a hash for every operation of the library, so that two builds, machines or kernel levels can be
-// compared: the same list means the same bytes, codes and calls of callbacks.
+// Prints one line with a hash for every operation of the library, so that two builds, machines or kernel
+// levels can be compared: the same list means the same bytes, codes and calls of callbacks.
 #include <cstdio>
 #include <cstdlib>
 #include <string>

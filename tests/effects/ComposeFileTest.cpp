@@ -15,6 +15,7 @@
 #include "tests/support/Paths.h"
 #include "tests/support/TestImages.h"
 
+namespace compose_test {
 namespace {
 
 using testing_support::blankImage;
@@ -24,8 +25,6 @@ using testing_support::plainImage;
 using testing_support::ProgressLog;
 using testing_support::randomImage;
 using testing_support::sameImage;
-
-using namespace compose_test;
 
 class ComposeFile : public ::testing::Test {
 protected:
@@ -225,3 +224,4 @@ TEST_F(ComposeFile, TheRecordChoosesTheOverload) {
 }
 
 }  // namespace
+}  // namespace compose_test

@@ -13,6 +13,7 @@
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/TestImages.h"
 
+namespace compose_test {
 namespace {
 
 using testing_support::blankImage;
@@ -23,8 +24,6 @@ using testing_support::ProgressLog;
 using testing_support::randomImage;
 using testing_support::sameImage;
 using testing_support::setPixelValue;
-
-using namespace compose_test;
 
 bool compose(DibStream* image, DibStream* second, float opacity, unsigned int mode) {
     return DibEffectCompose(nullptr, nullptr, image, second, opacity, mode);
@@ -394,3 +393,4 @@ TEST(Compose, FailingAllocations) {
 }
 
 }  // namespace
+}  // namespace compose_test

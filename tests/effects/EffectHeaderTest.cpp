@@ -158,7 +158,8 @@ TEST(EffectCallback, LaterRowsAreReadFromTheImageOrFromACopy) {
     Scribble onSoft{soft.get(), 2, 200};
     EXPECT_TRUE(DibEffectBlurLittle(Scribble::callback, &onSoft, soft.get(), 0));
     EXPECT_EQ(columnOf(*soft, 4), (std::vector<std::uint32_t>{0, 50, 100, 50}));
-    // This one reads a copy, so that what the callback wrote is lost: 127 plus the row below minus that above.
+    // This one reads a copy, so that what the callback wrote is lost: 127 plus the row below minus that
+    // above.
     const DibPtr relief = blankImage(1, 4, 8);
     Scribble onRelief{relief.get(), 2, 200};
     EXPECT_TRUE(DibEffectEmboss(Scribble::callback, &onRelief, relief.get(), 1, 1, 1.5707964F, 0));
@@ -194,7 +195,8 @@ TEST(MotionBlurLength, WrapsInThirtyTwoBits) {
     EXPECT_NE(smeared(16, 0x7FFF, 11771), 0x7FFFU);
     // The divisor 46340 x 46341 / 2 is the last one that fits: 1 and 2 keep their means.
     EXPECT_EQ(smeared(8, 1, 46340), 1U);
-    // From the next length on the divisor is -1073716337: sums of 1073767311 x value, which wrap, give -1, 2 and 0.
+    // From the next length on the divisor is -1073716337: sums of 1073767311 x value, which wrap, give -1, 2
+    // and 0.
     EXPECT_EQ(smeared(8, 1, 46341), 255U);
     EXPECT_EQ(smeared(8, 2, 46341), 2U);
     EXPECT_EQ(smeared(8, 3, 46341), 0U);

@@ -1,4 +1,5 @@
-// Both medians by themselves: where both apply they give the same, and each handles what the other never sees.
+// Both medians by themselves: where both apply they give the same, and each handles what the other never
+// sees.
 #include <gtest/gtest.h>
 
 #include "effects/rank/MedianLargeRadius.h"

@@ -73,7 +73,8 @@ DibPtr imageOfTies(int width, int height, int depth, std::uint64_t seed) {
 
 using Row = std::vector<std::uint32_t>;
 
-// What becomes of an image of one row at radius 1. Up to 8 bits, `table` replaces the first entries of the grey table.
+// What becomes of an image of one row at radius 1. Up to 8 bits, `table` replaces the first entries of the
+// grey table.
 Row ranked(Effect effect, int depth, const Row& row, unsigned int flags = 0,
            const std::vector<DibBGRA>& table = {}) {
     const int width = static_cast<int>(row.size());
@@ -360,8 +361,8 @@ TEST(Rank, SixteenBitWeightsExchangeTheOuterFields) {
     EXPECT_EQ(pixelValue(*image, 1, 0), 11U);
 }
 
-// Blue and red exchange their weights between the middle of indexed colours and that of direct ones, so 10 of blue and
-// 15 of red exchange their places.
+// Blue and red exchange their weights between the middle of indexed colours and that of direct ones, so 10 of
+// blue and 15 of red exchange their places.
 TEST(Rank, TheMiddleWeighsIndexedAndDirectColorsApart) {
     const std::vector<DibBGRA> table{{0, 0, 0, 0}, {10, 0, 0, 0}, {0, 0, 15, 0}};
     // 73 x 10 = 730, 37 x 15 = 555

@@ -81,7 +81,8 @@ TEST(Whirl, TheCentreMayLieOutside) {
     for (int y = 0; y < 9; ++y) {
         for (int x = 0; x < 9; ++x) setPixelValue(*image, x, y, static_cast<std::uint32_t>(10 * y + x));
     }
-    // 108 pixels right of the centre the turn is 0.0231 and leads to (7.97, 6.50); 100 pixels, to (-0.02, 6.14).
+    // 108 pixels right of the centre the turn is 0.0231 and leads to (7.97, 6.50); 100 pixels, to (-0.02,
+    // 6.14).
     EXPECT_TRUE(DibEffectWhirl(nullptr, nullptr, image.get(), -100, 4, 0.000214335F, 0));
     EXPECT_EQ(pixelValue(*image, 8, 4), 67U);
     EXPECT_EQ(pixelValue(*image, 0, 4), 60U);

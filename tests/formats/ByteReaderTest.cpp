@@ -5,9 +5,9 @@
 
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using formats::ByteReader;
 
 // Byte i of the sources, which does not repeat from block to block.
@@ -193,3 +193,4 @@ TEST(ByteReader, RowsGoWhereTheyBelong) {
 }
 
 }  // namespace
+}  // namespace codec_test

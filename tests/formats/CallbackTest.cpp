@@ -1,13 +1,13 @@
-// Callbacks that empty or replace the image while it is loaded: the load ends, and what the callback did stays.
+// Callbacks that empty or replace the image while it is loaded: the load ends, and what the callback did
+// stays.
 #include <functional>
 
 #include "formats/Ilbm.h"
 #include "formats/Ppm.h"
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 Bytes ilbm(unsigned planes, unsigned compression, const Bytes& body) {
     ByteWriter bitmap;
@@ -97,3 +97,4 @@ TEST(Callback, ImagesThatAreEmptiedOrReplacedEndTheLoad) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -1,14 +1,14 @@
-// Real files of many makers: none does harm, and those whose picture is known show it, but for what each codec
-// promises to read otherwise.
+// Real files of many makers: none does harm, and those whose picture is known show it, but for what each
+// codec promises to read otherwise.
 #include <DibCodec.h>
 
 #include <algorithm>
 
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using testing_support::expectedPicture;
 using testing_support::Picture;
 using testing_support::pictureOf;
@@ -210,3 +210,4 @@ TEST(CodecSamples, HdrPacketsAndFlatPixelsShowTheSame) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -1,4 +1,5 @@
-// What the tests of all codecs share: loading bytes, saving to bytes, paths, failing allocations and damaged files.
+// What the tests of all codecs share: loading bytes, saving to bytes, paths, failing allocations and damaged
+// files.
 #ifndef TESTS_FORMATS_CODEC_TEST_H
 #define TESTS_FORMATS_CODEC_TEST_H
 
@@ -104,8 +105,8 @@ inline void forEveryExtremeByte(
     }
 }
 
-// A file in a folder that is not there, an empty path and a null one: both overloads of a codec answer false and leave
-// this code.
+// A file in a folder that is not there, an empty path and a null one: both overloads of a codec answer false
+// and leave this code.
 inline void expectNoFile(PathCodec narrow, WidePathCodec wide, DibStream& image, int code) {
     for (const char* path : {"/nonexistent/file", "", static_cast<const char*>(nullptr)}) {
         image.ErrorCode = kUntouched;
@@ -119,8 +120,8 @@ inline void expectNoFile(PathCodec narrow, WidePathCodec wide, DibStream& image,
     }
 }
 
-// Loads a file once for every allocation that can fail: each failure must give code 2, and the load without one
-// succeed. Returns how many allocations there were.
+// Loads a file once for every allocation that can fail: each failure must give code 2, and the load without
+// one succeed. Returns how many allocations there were.
 inline int failEveryAllocation(Codec codec, const Bytes& bytes) {
     DibPtr image;
     dib::FilePtr file;
@@ -222,8 +223,8 @@ inline void expectWritten(PathCodec narrow, WidePathCodec wide, DibStream& image
     EXPECT_EQ(second.bytes(), expected);
 }
 
-// Saves under conditions in which nothing can be written: a full device and a pipe that nobody reads. `judge` gets
-// what the path overload returned each time.
+// Saves under conditions in which nothing can be written: a full device and a pipe that nobody reads. `judge`
+// gets what the path overload returned each time.
 inline void forEveryDeadFile(const std::function<bool(const char* path)>& savePath,
                              const std::function<void(bool saved, const char* path)>& judge) {
     if (std::filesystem::exists("/dev/full")) judge(savePath("/dev/full"), "/dev/full");

@@ -3,9 +3,8 @@
 #include "dib/Kernels.h"
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 TEST(ColorOrder, ExchangesEverywhereAlike) {
     for (const auto level : {dib::KernelLevel::kBaseline, dib::bestKernelLevel()}) {
@@ -46,3 +45,4 @@ TEST(ColorOrder, WidensEverywhereAlike) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -1,5 +1,5 @@
-// Files exchanged with independent programs: what they write is read here to the same pixels, and what is written
-// here is read there to the same pixels. A program that is not installed is skipped.
+// Files exchanged with independent programs: what they write is read here to the same pixels, and what is
+// written here is read there to the same pixels. A program that is not installed is skipped.
 #include <DibCodec.h>
 
 #include <cmath>
@@ -9,9 +9,9 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/Exchange.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using testing_support::Picture;
 using testing_support::pictureOf;
 using testing_support::samePicture;
@@ -45,9 +45,9 @@ struct Theirs {
     int bitCount;
     int tolerance;
 };
-// Left out is what a program does not hand over as it is: one turns TGA pictures upside down both ways, one takes
-// noise apart into colours of other resolution (which greys do not have) and reads the words of TIM otherwise, and
-// colours of an odd count shift the chunk behind them, which is not read then.
+// Left out is what a program does not hand over as it is: one turns TGA pictures upside down both ways, one
+// takes noise apart into colours of other resolution (which greys do not have) and reads the words of TIM
+// otherwise, and colours of an odd count shift the chunk behind them, which is not read then.
 const Theirs kTheirs[] = {
     {"ppmtotga -rgb -norle IN >OUT", Source::kColors, LoadTGA, 24, 0},
     {"ppmtotga -rgb IN >OUT", Source::kColors, LoadTGA, 24, 0},
@@ -204,8 +204,8 @@ TEST(Exchange, WhatIsWrittenHere) {
     if (read == 0) GTEST_SKIP() << "no program to exchange files with";
 }
 
-// Floats with another maker of Radiance files, by way of a format of plain floats; both sides keep eight bits of the
-// largest part.
+// Floats with another maker of Radiance files, by way of a format of plain floats; both sides keep eight bits
+// of the largest part.
 TEST(Exchange, RadianceFloats) {
     if (!installed("convert")) GTEST_SKIP() << "no program to exchange files with";
     constexpr int kWidth = 32;
@@ -254,3 +254,4 @@ TEST(Exchange, RadianceFloats) {
 }
 
 }  // namespace
+}  // namespace codec_test

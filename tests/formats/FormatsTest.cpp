@@ -5,9 +5,9 @@
 
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using formats::FileFormat;
 
 TEST(Formats, EveryRowIsComplete) {
@@ -127,3 +127,4 @@ TEST(Formats, SaversSayWhetherTheWholeFileWasWritten) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -5,10 +5,8 @@
 #include "tests/formats/RgbeTest.h"
 #include "tests/reference/CodecReference.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
-using namespace rgbe_test;
 
 const std::string kHead = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n";
 
@@ -209,3 +207,4 @@ TEST(HdrLoad, NeverCallsTheCallback) {
 }
 
 }  // namespace
+}  // namespace codec_test

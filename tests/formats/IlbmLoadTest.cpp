@@ -6,9 +6,9 @@
 #include "tests/formats/IlbmTest.h"
 #include "tests/reference/CodecReference.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using ilbm_test::chunk;
 
 struct Bmhd {
@@ -132,7 +132,8 @@ TEST(IlbmLoad, RowsComeTopFirstIntoABottomUpImage) {
 }
 
 TEST(IlbmLoad, PacketsCrossPlanesAndRows) {
-    // 2 rows of 8 planes of 2 bytes: a run over the first plane and a half, 128 as filler, literals over the rest.
+    // 2 rows of 8 planes of 2 bytes: a run over the first plane and a half, 128 as filler, literals over the
+    // rest.
     ByteWriter body;
     body.u8(0xFE).u8(0x80).u8(0x80).u8(0x1C);
     for (unsigned i = 0; i < 29; ++i) body.u8(i == 13 ? 0x80 : 0);
@@ -216,8 +217,8 @@ TEST(IlbmLoad, ChunksOfOddLengthAreNotRoundedUp) {
 TEST(IlbmLoad, TopLevelChunks) {
     const Bytes good = picture({1, 1, 8}, Bytes(16));
     const auto joined = [](const Bytes& a, const Bytes& b) { return ByteWriter().raw(a).raw(b).bytes; };
-    // Other chunks are skipped; the length of the FORM is compared with the position in the file, so a chunk in
-    // front of it cuts its end off unless bytes behind the picture make up for it.
+    // Other chunks are skipped; the length of the FORM is compared with the position in the file, so a chunk
+    // in front of it cuts its end off unless bytes behind the picture make up for it.
     EXPECT_FALSE(load(LoadIFF, joined(chunk("JUNK", Bytes(100)), good)).result);
     const Bytes roomy = form({bmhd({1, 1, 8}), chunk("BODY", Bytes(16)), chunk("JUNK", Bytes(100))});
     EXPECT_TRUE(load(LoadIFF, joined(chunk("JUNK", Bytes(20)), roomy)).result);
@@ -362,3 +363,4 @@ TEST(IlbmLoad, EveryPlaneCountMatchesThePlainLoops) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -5,9 +5,9 @@
 #include "tests/reference/CodecReference.h"
 #include "tests/support/Paths.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using ilbm_test::chunk;
 using Outstream = formats::iff_outstream;
 
@@ -187,3 +187,4 @@ TEST(IlbmSave, CallbacksAreNotCalled) {
 }
 
 }  // namespace
+}  // namespace codec_test

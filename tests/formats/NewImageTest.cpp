@@ -1,4 +1,5 @@
-// Files that hold less than they announce: they take little memory, and what they lack is 0, never old memory.
+// Files that hold less than they announce: they take little memory, and what they lack is 0, never old
+// memory.
 #include "formats/NewImage.h"
 
 #include <DibCodec.h>
@@ -16,9 +17,9 @@
 #include "tests/formats/TiffBuilder.h"
 #include "tests/support/PeakMemory.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using formats::NewImage;
 
 constexpr unsigned char kOld = 0xA5;
@@ -371,3 +372,4 @@ TEST(OldMemory, MissingPixelsAreZero) {
 }
 
 }  // namespace
+}  // namespace codec_test

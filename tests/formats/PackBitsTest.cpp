@@ -4,9 +4,9 @@
 
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using formats::ByteReader;
 using formats::PackBits;
 using formats::PackBitsEnd;
@@ -143,3 +143,4 @@ TEST(PackBits, RowsInMemoryMustUnpackWhole) {
 }
 
 }  // namespace
+}  // namespace codec_test

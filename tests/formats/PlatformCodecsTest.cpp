@@ -7,9 +7,8 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/support/Paths.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 struct RoundTrip {
     PathCodec save;
@@ -119,3 +118,4 @@ TEST(PlatformCodecs, SurviveFailingAllocations) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -1,5 +1,5 @@
-// PNG, JPEG and TIFF files of independent programs: every variant that they write is read to the same pixels. A program
-// that is not installed is skipped.
+// PNG, JPEG and TIFF files of independent programs: every variant that they write is read to the same pixels.
+// A program that is not installed is skipped.
 #include <DibCodec.h>
 
 #include <cmath>
@@ -10,9 +10,9 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/Exchange.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using testing_support::Picture;
 using testing_support::pictureOf;
 using testing_support::readPnm;
@@ -333,3 +333,4 @@ TEST(PlatformExchangeLoad, InksOfJpegAndTiffFilesBecomeTheirColors) {
 }
 
 }  // namespace
+}  // namespace codec_test

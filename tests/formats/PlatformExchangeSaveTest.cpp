@@ -1,13 +1,13 @@
-// PNG, JPEG and TIFF files that are written here: independent programs read the same pixels. A program that is not
-// installed is skipped.
+// PNG, JPEG and TIFF files that are written here: independent programs read the same pixels. A program that
+// is not installed is skipped.
 #include <DibCodec.h>
 
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/Exchange.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using testing_support::pictureOf;
 using testing_support::readPnm;
 using testing_support::samePicture;
@@ -44,7 +44,7 @@ TEST(PlatformExchangeSave, PixelsThatIndependentProgramsRead) {
             const auto picture = readPnm(out.path());
             EXPECT_TRUE(picture.has_value());
             if (!picture) continue;
-            // What JPEG makes of a picture is told by loading it again.
+            // JPEG loses detail: compare with the saved file loaded again.
             if (ours.save == PathCodec{SaveJPEG}) {
                 DibStream again;
                 ASSERT_TRUE(LoadJPEG(in.path(), &again, nullptr, nullptr));
@@ -79,3 +79,4 @@ TEST(PlatformExchangeSave, AlphaThatIndependentProgramsRead) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -11,9 +11,8 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/support/Paths.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 struct Saver {
     PathCodec save;
@@ -226,3 +225,4 @@ TEST_F(PlatformFiles, JpegFilesHaveQuality90AndHalvedColors) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -7,9 +7,8 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/TiffBuilder.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 // The largest memory in use since it was last reset, in bytes.
 std::size_t peakMemory() {
@@ -72,8 +71,8 @@ Bytes pngOf(std::uint32_t width, std::uint32_t height, unsigned bits, unsigned c
     return file.raw(chunk("IDAT", pixels)).raw(chunk("IEND", {})).bytes;
 }
 
-// Zlib streams without a checksum: `blocks` times 258 x 4096 zero bytes from about 1 KiB each. The codes are fixed: a
-// zero byte, then runs of 258 at distance 1.
+// Zlib streams without a checksum: `blocks` times 258 x 4096 zero bytes from about 1 KiB each. The codes are
+// fixed: a zero byte, then runs of 258 at distance 1.
 class BitWriter {
 public:
     void bits(std::uint32_t value, int count) {
@@ -307,3 +306,4 @@ TEST(PlatformHostile, TiffSamplesMayBeMany) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -9,9 +9,9 @@
 
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using formats::BitmapLayout;
 using formats::ColorTriples;
 
@@ -289,3 +289,4 @@ TEST(PlatformImages, ImagesOfNothingAreNotMade) {
 }
 
 }  // namespace
+}  // namespace codec_test

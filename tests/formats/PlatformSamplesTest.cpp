@@ -1,13 +1,13 @@
-// Real PNG, JPEG and TIFF files of many makers: none does harm, and where several independent decoders agree on the
-// picture, it is shown here, too.
+// Real PNG, JPEG and TIFF files of many makers: none does harm, and where several independent decoders agree
+// on the picture, it is shown here, too.
 #include <DibCodec.h>
 
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/Exchange.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using testing_support::pictureOf;
 using testing_support::readPnm;
 using testing_support::samePicture;
@@ -53,3 +53,4 @@ TEST(PlatformSamples, Jpeg) { walk("jpeg"); }
 TEST(PlatformSamples, Tiff) { walk("tiff"); }
 
 }  // namespace
+}  // namespace codec_test

@@ -9,9 +9,9 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/support/Paths.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 namespace fs = std::filesystem;
 
 // Small bundles built for these tests.
@@ -142,7 +142,7 @@ TEST_F(PluginBundlesTest, WhatIsNoPluginIsRefused) {
     EXPECT_FALSE(loadExr()) << "a pipe, which nobody waits for";
     fs::remove("vexlibexr.bundle");
     fs::create_directories("vexlibexr.bundle/Contents/Linux/vexlibexr");
-    EXPECT_FALSE(loadExr()) << "a folder in the place of code";
+    EXPECT_FALSE(loadExr()) << "a folder where the code should be";
     EXPECT_EQ(image.Header, nullptr);
 }
 
@@ -188,3 +188,4 @@ TEST_F(PluginBundlesTest, EveryFailingAllocationIsSurvived) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -11,9 +11,9 @@
 
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using Steps = std::vector<std::string>;
 
 // What the plug-in functions below were called with, and what they answer.
@@ -288,7 +288,8 @@ TEST_F(PluginTest, ARefusedFileKeepsTheImage) {
 }
 
 TEST_F(PluginTest, WhatARefusalLeavesBehindIsNotTouched) {
-    // Plug-ins may free their blocks and forget to clear the pointers: freeing them again would break the process.
+    // Plug-ins may free their blocks and forget to clear the pointers: freeing them again would break the
+    // process.
     reply.result = false;
     reply.header = reinterpret_cast<BITMAPINFOHEADER*>(16);
     reply.buffer = reinterpret_cast<unsigned char*>(16);
@@ -392,3 +393,4 @@ TEST_F(PluginTest, EveryFailingAllocationIsSurvived) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -6,9 +6,8 @@
 #include "dib/Kernels.h"
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 Loaded loadText(const std::string& text, ProgressLog* log = nullptr) {
     return load(LoadPPM, bytesOf(text), log);
@@ -146,7 +145,8 @@ TEST(PpmLoad, CancelledLoadsKeepTheRowsBefore) {
     }
 }
 
-// Rows that were read ahead of a cancelled one are dropped, in files that are too short for their picture, too.
+// Rows that were read ahead of a cancelled one are dropped, in files that are too short for their picture,
+// too.
 TEST(PpmLoad, CancelledLoadsOfShortFilesKeepTheRowsBefore) {
     for (const char* kind : {"P5", "P6"}) {
         Bytes file = bytesOf(std::string(kind) + "\n1003 900\n255\n");
@@ -323,3 +323,4 @@ TEST(PpmReadInt, Numbers) {
 }
 
 }  // namespace
+}  // namespace codec_test

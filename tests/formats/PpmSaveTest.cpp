@@ -2,9 +2,8 @@
 #include "formats/Ppm.h"
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 TEST(PpmSave, WritesRedFirstTopRowFirst) {
     for (const int height : {2, -2}) {
@@ -119,3 +118,4 @@ TEST(PpmSave, PathsOfBothWidths) {
 }
 
 }  // namespace
+}  // namespace codec_test

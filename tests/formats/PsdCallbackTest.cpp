@@ -3,9 +3,8 @@
 
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
-
-using namespace psd_test;
 
 // Runs `act` at each call, with the number of calls before.
 struct Watcher {
@@ -201,3 +200,4 @@ TEST(PsdCallback, TheLoaderMayBeUsedMeanwhile) {
 }
 
 }  // namespace
+}  // namespace psd_test

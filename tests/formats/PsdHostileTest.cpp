@@ -3,9 +3,8 @@
 
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
-
-using namespace psd_test;
 
 // A document of every feature.
 PsdDocument everything(PsdCompression compression) {
@@ -230,3 +229,4 @@ TEST(PsdHostile, Bombs) {
 }
 
 }  // namespace
+}  // namespace psd_test

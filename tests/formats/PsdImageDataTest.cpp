@@ -2,9 +2,8 @@
 #include "dib/Kernels.h"
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
-
-using namespace psd_test;
 
 TEST(PsdImageData, EveryVariantEqualsTheReference) {
     for (const PsdDocument& variant : testing_support::psdVariants()) {
@@ -288,3 +287,4 @@ TEST(PsdImageData, StoreLineRefusesWhatIsNotThere) {
 }
 
 }  // namespace
+}  // namespace psd_test

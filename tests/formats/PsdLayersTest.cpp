@@ -1,9 +1,8 @@
 // The layer and mask section: records, their log, pictures, and the references that callers get.
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
-
-using namespace psd_test;
 
 TEST(PsdLayers, AreSkippedUnlessEnabled) {
     PsdDocument document;
@@ -379,3 +378,4 @@ TEST(PsdLayers, RectanglesWhoseDifferenceIsNoInt) {
 }
 
 }  // namespace
+}  // namespace psd_test

@@ -1,9 +1,8 @@
 // The frame: header, colour-mode data, resources, progress, entry points.
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
-
-using namespace psd_test;
 
 TEST(PsdLoader, HeaderIsLogged) {
     PsdDocument document;
@@ -387,3 +386,4 @@ TEST(PsdLoader, TheFileStandsWhereReadingStopped) {
 }
 
 }  // namespace
+}  // namespace psd_test

@@ -1,9 +1,8 @@
 // PackBits rows and what is said about damaged ones.
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
-
-using namespace psd_test;
 
 // Loads one grey row of packed bytes and gives what the log says of it.
 std::string logOfRow(int width, int packedSize, const Bytes& packed, bool expectedResult, Bytes pixels = {}) {
@@ -89,3 +88,4 @@ TEST(PsdPackBits, TableOfLengthsBeyondTheFile) {
 }
 
 }  // namespace
+}  // namespace psd_test

@@ -3,9 +3,9 @@
 
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
 
-using namespace psd_test;
 using testing_support::Sample;
 
 bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
@@ -170,3 +170,4 @@ TEST(PsdSamples, ChannelsAsAnotherReaderShowsThem) {
 }
 
 }  // namespace
+}  // namespace psd_test

@@ -4,11 +4,10 @@
 
 #include "tests/formats/PsdTest.h"
 
+namespace psd_test {
 namespace {
 
-using namespace psd_test;
-
-// Runs steps on bytes that stand behind a good header, from within the callback of the colour-mode data.
+// Runs steps on bytes that follow a good header, from the callback of the colour-mode data.
 struct Steps {
     const std::function<void(DibPSDLoader&)>& act;
     DibPSDLoader* loader;
@@ -356,3 +355,4 @@ TEST(PsdSteps, LoadPSDMayBeCalledAgainAndAgain) {
 }
 
 }  // namespace
+}  // namespace psd_test

@@ -7,10 +7,9 @@
 #include <cstring>
 #include <limits>
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
-using namespace rgbe_test;
 using Floats = std::vector<float>;
 
 TEST(Rgbe, PixelsFromColours) {
@@ -134,7 +133,8 @@ TEST(Rgbe, PacketsOfRunsAndLiterals) {
     };
     EXPECT_EQ(redPackets({1, 1, 1, 1, 1, 1, 1, 1}), (Bytes{136, 1}));
     EXPECT_EQ(redPackets({1, 2, 3, 4, 5, 6, 7, 8}), (Bytes{8, 1, 2, 3, 4, 5, 6, 7, 8}));
-    // Three equal bytes are no run among others, but are one where nothing else stands before a run or the end.
+    // Three equal bytes are no run among others, but are one where nothing else stands before a run or the
+    // end.
     EXPECT_EQ(redPackets({9, 1, 1, 1, 2, 2, 2, 2}), (Bytes{4, 9, 1, 1, 1, 132, 2}));
     EXPECT_EQ(redPackets({1, 1, 1, 2, 2, 2, 2, 2}), (Bytes{131, 1, 133, 2}));
     EXPECT_EQ(redPackets({1, 1, 1, 1, 1, 1, 2, 2}), (Bytes{134, 1, 130, 2}));
@@ -239,3 +239,4 @@ TEST(Rgbe, WorksFromC) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -6,10 +6,7 @@
 
 #include "tests/formats/CodecTest.h"
 
-namespace rgbe_test {
-
-using codec_test::Bytes;
-using codec_test::ByteWriter;
+namespace codec_test {
 
 inline Bytes packetStart(unsigned width) {
     return {2, 2, static_cast<unsigned char>(width >> 8), static_cast<unsigned char>(width)};
@@ -31,6 +28,6 @@ std::string printedBy(Act act) {
     return ::testing::internal::GetCapturedStderr();
 }
 
-}  // namespace rgbe_test
+}  // namespace codec_test
 
 #endif

@@ -5,9 +5,8 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/reference/CodecReference.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 // The fields of a header that the tests vary.
 struct Fields {
@@ -382,3 +381,4 @@ TEST(TgaLoad, RandomPacketsMatchThePlainDecoder) {
 }
 
 }  // namespace
+}  // namespace codec_test

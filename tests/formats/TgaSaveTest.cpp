@@ -4,9 +4,8 @@
 #include "formats/Tga.h"
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 Bytes savedHeader(unsigned mapType, unsigned type, unsigned mapEntries, unsigned mapBits, unsigned width,
                   unsigned height, unsigned bitCount, unsigned descriptor) {
@@ -209,3 +208,4 @@ TEST(TgaSave, PathsOfBothWidths) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -7,9 +7,8 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/TiffBuilder.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 enum : unsigned { kWhiteIsZero = 0, kBlackIsZero = 1, kRgb = 2, kPalette = 3, kInks = 5 };
 
@@ -69,7 +68,8 @@ TEST(TiffFile, GreyOfEveryDepthBecomes8Bits) {
         for (const std::uint32_t sample : samples) {
             expected.push_back(static_cast<unsigned char>(std::lround(255.0 * sample / largest)));
         }
-        // Of whole bytes the order of the file holds; the high byte first is the order of packed samples, too.
+        // Of whole bytes the order of the file holds; the high byte first is the order of packed samples,
+        // too.
         TiffBuilder file(5, 1, bits, 1, kBlackIsZero, packed(samples, bits));
         file.bigEndian = true;
         expectShown(file, {5, 1, 8, expected});
@@ -143,7 +143,8 @@ TEST(TiffFile, PlanesAreJoined) {
 TEST(TiffFile, AlphaIsStraight) {
     expectShown(TiffBuilder(2, 1, 8, 4, kRgb, {1, 2, 3, 4, 5, 6, 7, 8}).set(338, {2}),
                 {2, 1, 32, {3, 2, 1, 4, 7, 6, 5, 8}});
-    // A fourth sample that says nothing of itself is alpha, too; of several extra ones the first that is alpha.
+    // A fourth sample that says nothing of itself is alpha, too; of several extra ones the first that is
+    // alpha.
     expectShown(TiffBuilder(1, 1, 8, 4, kRgb, {1, 2, 3, 4}).set(338, {0}), {1, 1, 32, {3, 2, 1, 4}});
     expectShown(TiffBuilder(1, 1, 8, 5, kRgb, {1, 2, 3, 4, 5}).set(338, {0, 2}), {1, 1, 32, {3, 2, 1, 5}});
     expectShown(TiffBuilder(1, 1, 8, 5, kRgb, {1, 2, 3, 4, 5}).set(338, {0, 0}), {1, 1, 24, {3, 2, 1}});
@@ -285,7 +286,7 @@ TEST(TiffFile, TilesMeetInTheMiddle) {
 }
 
 TEST(TiffFile, PicturesAreTurnedAsViewersDo) {
-    // Rows 1 2 3 and 4 5 6; what stands in the file's first row and column is told by the orientation.
+    // Rows 1 2 3 and 4 5 6. The orientation says where the file's first row and column belong.
     const Shown turned[] = {
         {3, 2, 8, {1, 2, 3, 4, 5, 6}}, {3, 2, 8, {3, 2, 1, 6, 5, 4}}, {3, 2, 8, {6, 5, 4, 3, 2, 1}},
         {3, 2, 8, {4, 5, 6, 1, 2, 3}}, {2, 3, 8, {1, 4, 2, 5, 3, 6}}, {2, 3, 8, {4, 1, 5, 2, 6, 3}},
@@ -384,3 +385,4 @@ TEST(TiffFile, SurvivesFailingAllocations) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -6,9 +6,8 @@
 #include "dib/Kernels.h"
 #include "tests/formats/CodecTest.h"
 
+namespace codec_test {
 namespace {
-
-using namespace codec_test;
 
 ByteWriter timStart(unsigned flags) { return ByteWriter().le32(0x10).le32(flags); }
 
@@ -358,3 +357,4 @@ TEST(TimSave, EveryFailingAllocation) {
 }
 
 }  // namespace
+}  // namespace codec_test

@@ -1,4 +1,4 @@
-/* The routines as a C program uses them: every one writes or reads back a row. Returns 0 when all is as written. */
+/* The routines in a C program: each writes a row or reads it back. Returns 0 when every row is as written. */
 #include <DibRgbe.h>
 #include <string.h>
 

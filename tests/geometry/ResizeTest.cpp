@@ -77,7 +77,8 @@ TEST(Resize, ExactHalvesOfDeepImagesNeedNoMethod) {
     EXPECT_EQ(indexed->ErrorCode, 0);
 }
 
-// The method needs other memory than the halving, so it may succeed where that failed. The code of the halving stays.
+// The method needs other memory than the halving, so it may succeed where that failed. The code of the
+// halving stays.
 TEST(Resize, HalvingThatFailsForMemoryLeavesItToTheMethod) {
     const auto resized = [](long failing, int method, int before) {
         const DibPtr dib = blankImage(2, 1, 24);

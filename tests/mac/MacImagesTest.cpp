@@ -1,5 +1,6 @@
-// The macOS side of the image bridge, on doubles of the system's frameworks: which calls it makes, in which order and
-// with what, and that everything it made is let go of. That the frameworks answer as the doubles do is not shown here.
+// The macOS side of the image bridge, on doubles of the system's frameworks: which calls it makes, in which
+// order and with what arguments, and that it releases everything it made. These tests cannot show that the
+// frameworks behave like the doubles.
 #include <DibCocoaUtil.h>
 #include <DibCodec.h>
 #include <gtest/gtest.h>
@@ -37,7 +38,7 @@ protected:
     void TearDown() override { EXPECT_EQ(fake.objects, 0); }
 
     bool load() { return LoadPNG("a.png", &image, nullptr, nullptr); }
-    // Whether `call` is the last but for what lets go of objects.
+    // Whether only releases follow `call`.
     void expectStopsAt(const std::string& call) const {
         Calls made;
         for (const std::string& text : fake.calls) {

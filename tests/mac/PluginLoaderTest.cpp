@@ -1,5 +1,5 @@
-// The macOS side of the plug-in loader, on a double of the system's framework: which calls it makes, in which order and
-// with what. That the framework answers as the double does is not shown here.
+// The macOS side of the plug-in loader, on a double of the system's framework: which calls it makes, in which
+// order and with what. That the framework answers as the double does is not shown here.
 #include <DibCodec.h>
 #include <DibPlugin.h>
 #include <gtest/gtest.h>

@@ -34,7 +34,8 @@ private:
     std::size_t at_ = 0;
 };
 
-// Red and blue as end points: the larger number first makes four colours, the smaller first three and a clear one.
+// Red and blue as end points: the larger number first makes four colours, the smaller first three and a clear
+// one.
 TEST(DdsBlocksTest, Bc1) {
     const Bytes four = pixels(file(4, 4, named("DXT1"), {0x00, 0xF8, 0x1F, 0x00, 0xE4, 0, 0, 0}));
     EXPECT_EQ(texel(four, 0), (Bytes{0, 0, 255, 255}));
@@ -134,8 +135,8 @@ TEST(DdsBlocksTest, Bc7ModesOfOneSubset) {
     EXPECT_EQ(texel(pixels(file(4, 4, numbered(98), five.bytes)), 1), (Bytes{171, 171, 171, 84}));
 }
 
-// The first subset from 0 to all ones by its indices, the others all ones: partition 0 gives them the right half of
-// two, and of three the lower part too.
+// The first subset from 0 to all ones by its indices, the others all ones: partition 0 gives them the right
+// half of two, and of three the lower part too.
 TEST(DdsBlocksTest, Bc7ModesOfMoreSubsets) {
     struct Case {
         int mode, subsets, partitionBits, colorBits, alphaBits, lowBits, indexBits;

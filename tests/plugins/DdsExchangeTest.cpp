@@ -1,5 +1,5 @@
-// Random blocks of every kind against other decoders, where they are installed: Python's imaging library, and a graphics
-// driver that runs without a screen.
+// Random blocks of every kind against other decoders, where they are installed: Python's imaging library, and
+// a graphics driver that runs without a screen.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -29,8 +29,8 @@ constexpr const char* kPictures =
     "if len(sys.argv) > 1:\n"
     "    open(sys.argv[2], 'wb').write(Image.open(sys.argv[1]).convert('RGBA').tobytes())\n";
 
-// Writes the blocks in the file that is named first as texels of four floats, as a graphics driver sees them: the third
-// argument is the driver's number of their format, the last the side of the square.
+// Writes the blocks in the file that is named first as texels of four floats, as a graphics driver sees them:
+// the third argument is the driver's number of their format, the last the side of the square.
 constexpr const char* kTextures = R"(
 import ctypes, sys
 gl = ctypes.CDLL('libOSMesa.so.8')
@@ -142,7 +142,8 @@ Texels seenByDriver(const OtherDecoder& driver, const Bytes& blocks, int drivers
     return texels;
 }
 
-// The driver interpolates in signed bytes, up to two off, and takes -128 for a number of its own rather than for -127.
+// The driver interpolates in signed bytes, up to two off, and takes -128 for a number of its own rather than
+// for -127.
 TEST(DdsExchangeTest, SignedBlocksLookNearlyTheSame) {
     const OtherDecoder driver(kTextures);
     if (!driver.isInstalled()) GTEST_SKIP() << "no other decoder is installed";

@@ -1,5 +1,5 @@
-// Real DDS files of many makers, through the bundle: none does harm, and where several independent decoders agree on the
-// picture, it is shown here, too.
+// Real DDS files of many makers, through the bundle: none does harm, and where several independent decoders
+// agree on the picture, it is shown here, too.
 #include <DibCodec.h>
 
 #include <algorithm>
@@ -9,16 +9,16 @@
 #include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 
+namespace codec_test {
 namespace {
 
-using namespace codec_test;
 using testing_support::pictureOf;
 using testing_support::readPnm;
 using testing_support::samePicture;
 using testing_support::Sample;
 
-// Texels of halves or under a palette, numbers that stand for no format here, masks outside the texels or none at all, and
-// sizes that the file cannot hold.
+// Texels of halves or under a palette, numbers that stand for no format here, masks outside the texels or
+// none at all, and sizes that the file cannot hold.
 constexpr std::string_view kRefused[] = {
     "DX10 R16G16B16A16_FLOAT.dds",
     "DX9 R16G16B16A16_FLOAT.dds",
@@ -64,3 +64,4 @@ TEST(DdsSamplesTest, TheBundleReadsThem) {
 }
 
 }  // namespace
+}  // namespace codec_test

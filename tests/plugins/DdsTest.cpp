@@ -37,7 +37,8 @@ TEST(DdsTest, MasksOfEveryDepth) {
     EXPECT_EQ(pixels(file(1, 1, masked(0x41, 16, {0x7C00, 0x3E0, 0x1F, 0x8000}), {0xFF, 0x7F})),
               (Bytes{255, 255, 255, 0}));
     EXPECT_EQ(pixels(file(1, 1, masked(0x40, 8, {0xE0, 0x1C, 0x03, 0}), {0x25})), (Bytes{85, 36, 36, 255}));
-    // Some writers exchange red and blue of these two; GIMP, OpenImageIO and NVIDIA's tools go by the masks as well.
+    // Some writers exchange red and blue of these two; GIMP, OpenImageIO and NVIDIA's tools go by the masks
+    // as well.
     const std::uint32_t low = 0x3FF;
     const std::uint32_t high = 0x3FF00000;
     EXPECT_EQ(
@@ -82,8 +83,7 @@ TEST(DdsTest, MasksOfLuminanceBesideTheTexelMeanAllOfIt) {
 
 TEST(DdsTest, NumbersOfUncompressedFormats) {
     EXPECT_EQ(pixels(file(1, 1, numbered(28), {1, 2, 3, 4})), (Bytes{3, 2, 1, 4}));
-    EXPECT_EQ(pixels(file(1, 1, numbered(28, 3), {1, 2, 3, 4})), (Bytes{3, 2, 1, 255}))
-        << "told to be opaque";
+    EXPECT_EQ(pixels(file(1, 1, numbered(28, 3), {1, 2, 3, 4})), (Bytes{3, 2, 1, 255})) << "declared opaque";
     EXPECT_EQ(pixels(file(1, 1, numbered(87), {1, 2, 3, 4})), (Bytes{1, 2, 3, 4}));
     EXPECT_EQ(pixels(file(1, 1, numbered(88), {1, 2, 3, 4})), (Bytes{1, 2, 3, 255}));
     EXPECT_EQ(pixels(file(1, 1, numbered(61), {5})), Bytes{5});

@@ -70,8 +70,8 @@ Bytes withTiles(const Bytes& bytes, std::uint32_t columns, std::uint32_t rows, u
 // The samples of the first part's data window, row by row, by channel.
 std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window& data);
 
-// A picture of red, green, blue and alpha, and something smooth to show in it: a little of everything that a curve can
-// meet, and other values in every channel.
+// A picture of red, green, blue and alpha, and something smooth to show in it: a little of everything that a
+// curve can meet, and other values in every channel.
 FileSpec colors(int width, int height, Imf::PixelType type);
 float sampleAt(std::size_t channel, int x, int y);
 

@@ -1,5 +1,6 @@
-// Real EXR files of several makers, through the bundle: the sizes of their data windows, and what OpenEXR's classes read
-// of the whole picture at once under the curve. Screens' pictures by other decoders follow other curves.
+// Real EXR files of several makers, through the bundle: the sizes of their data windows, and what OpenEXR's
+// classes read of the whole picture at once under the curve. Screens' pictures by other decoders follow other
+// curves.
 #include <DibCodec.h>
 
 #include "tests/plugins/ExrFile.h"

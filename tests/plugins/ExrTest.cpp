@@ -170,7 +170,7 @@ TEST(ExrTest, SamplesOutsideTheCurve) {
     }
 }
 
-// The samples are many times as long as the file, which is no reason to refuse it.
+// The samples are many times as long as the file, but the file is accepted.
 TEST(ExrTest, PicturesOfOneColor) {
     for (const NamedCompression& compression : kCompressions) {
         for (const int tileSide : {0, 512}) {
@@ -272,7 +272,8 @@ TEST(ExrTest, ProgressIsToldAfterEachLineAndCanStop) {
     }
 }
 
-// OpenEXR itself loses blocks when memory runs out while it reads a header; those before it starts are the picture's.
+// OpenEXR itself loses blocks when memory runs out while it reads a header; those before it starts are the
+// picture's.
 TEST(ExrTest, EveryAllocationMayFail) {
     const LeaksAllowed leaks;
     for (const int tileSide : {0, 8}) {

@@ -1,4 +1,5 @@
-// Pixels of files unpacked one at a time, as the formats describe them: what the codecs' fast loops must equal.
+// Pixels of files unpacked one at a time, as the formats describe them: what the codecs' fast loops must
+// equal.
 #ifndef TESTS_REFERENCE_CODEC_REFERENCE_H
 #define TESTS_REFERENCE_CODEC_REFERENCE_H
 

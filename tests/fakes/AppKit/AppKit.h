@@ -1,6 +1,7 @@
-// The few classes of the system's framework that the macOS side of the image bridge uses. FakeAppKit.mm defines them.
-#ifndef TESTS_FAKES_APP_KIT_H
-#define TESTS_FAKES_APP_KIT_H
+// The few classes of the system's framework that the macOS side of the image bridge uses. FakeAppKit.mm
+// defines them.
+#ifndef TESTS_FAKES_APPKIT_APP_KIT_H
+#define TESTS_FAKES_APPKIT_APP_KIT_H
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreGraphics/CoreGraphics.h>

@@ -1,7 +1,8 @@
-// The few declarations of the system's framework that the macOS side of the plug-in loader uses, with the types that it
-// gives them, so that the side compiles and can be watched elsewhere. FakeFoundation.cpp defines them.
-#ifndef TESTS_FAKES_CORE_FOUNDATION_H
-#define TESTS_FAKES_CORE_FOUNDATION_H
+// The few declarations of the system's framework that the macOS side of the plug-in loader uses, with the
+// types that it gives them, so that the side compiles and can be watched elsewhere. FakeFoundation.cpp
+// defines them.
+#ifndef TESTS_FAKES_COREFOUNDATION_CORE_FOUNDATION_H
+#define TESTS_FAKES_COREFOUNDATION_CORE_FOUNDATION_H
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
-// The few declarations of the system's framework that the macOS side of the image bridge uses, with the types that it
-// gives them. FakeGraphics.cpp defines them.
-#ifndef TESTS_FAKES_CORE_GRAPHICS_H
-#define TESTS_FAKES_CORE_GRAPHICS_H
+// The few declarations of the system's framework that the macOS side of the image bridge uses, with the types
+// that it gives them. FakeGraphics.cpp defines them.
+#ifndef TESTS_FAKES_COREGRAPHICS_CORE_GRAPHICS_H
+#define TESTS_FAKES_COREGRAPHICS_CORE_GRAPHICS_H
 
 #include <CoreFoundation/CoreFoundation.h>
 

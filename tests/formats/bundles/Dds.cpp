@@ -1,4 +1,4 @@
-// A bundle for tests: reports three thirds of progress and gives up when it is told to.
+// A bundle for tests: reports three thirds of progress and gives up when the callback cancels.
 #include <DibExport.h>
 #include <DibPlugin.h>
 

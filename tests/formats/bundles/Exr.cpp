@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-// One pixel: the length of the path, its last byte, whether there is a progress function, and how often this code has
-// been called, which starts again only when it is loaded again.
+// One pixel: the length of the path, its last byte, whether there is a progress function, and how often this
+// code has been called, which starts again only when it is loaded again.
 extern "C" DIB_EXPORT bool LoadEXR(const char* path, BITMAPINFOHEADER** header, unsigned char** buffer,
                                    DibProgressCallback progress, void* user) {
     static unsigned char calls = 0;

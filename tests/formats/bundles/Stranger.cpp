@@ -1,4 +1,4 @@
-// A shared object that is no plug-in: its export has another name.
+// A shared object that is not a plug-in: its export has another name.
 #include <DibExport.h>
 
 extern "C" DIB_EXPORT bool LoadOther() { return true; }

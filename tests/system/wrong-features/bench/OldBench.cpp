@@ -1,1 +1,1 @@
-// DibEffectOld DibEffectNewer
+// LoadOLD DibEffectOld DibEffectNewer

@@ -1,1 +1,1 @@
-// DibEffectOld
+// LoadOLD DibEffectOld
