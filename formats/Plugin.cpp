@@ -12,6 +12,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/OpenBundle.h"
 
 namespace formats {
 
@@ -47,26 +48,6 @@ private:
     char text_[kFolderBytes + 32];
 };
 
-class OpenBundle {
-public:
-    OpenBundle(PluginLoader& loader, const char* path) : loader_(loader), bundle_(loader.open(path)) {}
-    ~OpenBundle() {
-        if (bundle_ != nullptr) loader_.release(bundle_);
-    }
-    OpenBundle(const OpenBundle&) = delete;
-    OpenBundle& operator=(const OpenBundle&) = delete;
-
-    // The export, or null when there is no bundle, no code or no such name.
-    void* load(const char* name) {
-        if (bundle_ == nullptr || !loader_.loadCode(bundle_)) return nullptr;
-        return loader_.findExport(bundle_, name);
-    }
-
-private:
-    PluginLoader& loader_;
-    PluginLoader::Bundle bundle_;
-};
-
 // Whether blocks that fit such a header can exist: all of the library's offsets into them are then exact.
 bool isPossible(const BITMAPINFOHEADER& header) {
     const std::uint32_t mostEntries = header.biBitCount <= 8 ? 1U << header.biBitCount : 256;
@@ -89,7 +70,8 @@ bool loadThroughPlugin(PluginLoader& loader, const Plugin& plugin, const Char* p
     const BundlePath bundlePath(plugin.bundle);
     if (!bundlePath.isKnown()) return false;
     OpenBundle bundle(loader, bundlePath.text());
-    const auto function = reinterpret_cast<Function>(bundle.load(plugin.name));
+    if (!bundle.exists() || !bundle.loadCode()) return false;
+    const auto function = reinterpret_cast<Function>(bundle.find(plugin.name));
     if (function == nullptr) return false;
     BITMAPINFOHEADER* header = nullptr;
     unsigned char* buffer = nullptr;

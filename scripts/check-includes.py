@@ -22,7 +22,7 @@ ALLOWED = {
     "tools": {"include", "vexlibs", "files"},
 }
 # Parts of formats/ that are linked into the tool itself: what no public header says yet.
-TOOL_PARTS = ("formats/diagnosis/", "formats/Formats.h")
+TOOL_PARTS = ("formats/diagnosis/", "formats/Formats.h", "formats/OpenBundle.h")
 # Effects work on images in memory; compose alone loads its second image, which the table of formats knows how to, and
 # takes the extension of its path.
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}

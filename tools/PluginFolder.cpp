@@ -9,6 +9,7 @@
 #include <mach-o/dyld.h>
 #endif
 
+#include "formats/OpenBundle.h"
 #include "tools/Failure.h"
 
 namespace tool {
@@ -44,12 +45,13 @@ void usePluginFolder(const std::string& folder) {
     DibStream::SetDllFilePath(current.c_str());
 }
 
-void requirePlugin(const std::string& bundle, const std::string& files) {
-    std::error_code error;
-    const fs::path path = currentFolder() / bundle;
-    if (fs::exists(path, error)) return;
-    throw Failure(kExitBadInput, "there is no plug-in for " + files + " files: " + path.string() +
-                                     " is missing (--plugins names another folder)");
+void requirePlugin(const Plugin& plugin) {
+    const std::string path = (currentFolder() / plugin.bundle).string();
+    const std::string problem =
+        formats::bundleProblem(formats::platformPluginLoader(), path, plugin.function);
+    if (problem.empty()) return;
+    throw Failure(kExitBadInput, std::string("there is no plug-in for ") + plugin.files + " files: " + path +
+                                     " " + problem + " (--plugins names another folder)");
 }
 
 }  // namespace tool

@@ -69,6 +69,29 @@ TEST_F(PluginFormats, AMissingPlugInIsNamed) {
     }
 }
 
+TEST_F(PluginFormats, ABrokenPlugInIsNoBrokenPicture) {
+    const auto errorsOf = [](const std::string& name) {
+        const Result result = run({"run", "--plugins=mine", "one." + name, "out.bmp"});
+        EXPECT_EQ(result.exitCode, 3);
+        return result.errors;
+    };
+    writeFile("one.dds", ddsBytes());
+    writeFile("one.exr", "\x76\x2F\x31\x01");
+    std::filesystem::create_directory("mine");
+    writeFile("mine/vexlibdds.bundle", "no code");
+    std::filesystem::create_symlink(std::filesystem::path(DIB_TOOL_TEST_PLUGINS) / "vexlibdds.bundle",
+                                    "mine/vexlibexr.bundle");
+    EXPECT_EQ(errorsOf("dds"),
+              "dib: there is no plug-in for DDS files: mine/vexlibdds.bundle holds no code that can be "
+              "loaded here (--plugins names another folder)\n");
+    EXPECT_EQ(errorsOf("exr"),
+              "dib: there is no plug-in for EXR files: mine/vexlibexr.bundle has no function LoadEXR "
+              "(--plugins names another folder)\n");
+    std::filesystem::remove("mine/vexlibdds.bundle");
+    std::filesystem::create_directory("mine/vexlibdds.bundle");
+    EXPECT_NE(errorsOf("dds").find("holds no code"), std::string::npos) << "an empty folder";
+}
+
 TEST_F(PluginFormats, BrokenFilesFail) {
     writeFile("one.dds", ddsBytes().substr(0, 130));
     EXPECT_EQ(run({"run", "one.dds", "out.bmp"}).exitCode, 3);

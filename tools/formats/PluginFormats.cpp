@@ -10,12 +10,12 @@ namespace tool {
 namespace {
 
 bool loadExr(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
-    requirePlugin("vexlibexr.bundle", "EXR");
+    requirePlugin({"vexlibexr.bundle", "LoadEXR", "EXR"});
     return LoadEXR(path, &image, callback, user);
 }
 
 bool loadDds(const char* path, DibStream& image, DibProgressCallback callback, void* user) {
-    requirePlugin("vexlibdds.bundle", "DDS");
+    requirePlugin({"vexlibdds.bundle", "LoadDDS", "DDS"});
     return LoadDDS(VexString::fromUtf8String(path).c_str(), &image, callback, user);
 }
 
