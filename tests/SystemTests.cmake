@@ -52,6 +52,9 @@ if(Python3_FOUND)
         COMMAND bash ${system_dir}/declarations.sh ${DIB_CLANG} ${system_work}/declarations ${CMAKE_CXX_COMPILER})
     set_tests_properties(system.headers PROPERTIES TIMEOUT 600 PROCESSORS 2)
 endif()
+add_test(NAME system.digest
+    COMMAND bash ${system_dir}/digest.sh $<TARGET_FILE:digest> ${CMAKE_CURRENT_SOURCE_DIR}/digest/list.txt)
+set_tests_properties(system.digest PROPERTIES TIMEOUT 600)
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
             $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)

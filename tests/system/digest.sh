@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Every operation gives the hash of the list, at every kernel level.
+# usage: digest.sh DIGEST LIST
+#
+# Lines that depend on the versions of libpng, libjpeg and libtiff are not compared. When a result changes on purpose:
+# build/dev/tests/digest | grep -v ' codec ' >tests/digest/list.txt
+set -euo pipefail
+digest="$1"
+list="$2"
+folder="$(mktemp -d)"
+trap 'rm -rf "$folder"' EXIT
+
+for level in 0 1 2; do
+    "$digest" --level=$level | grep -v ' codec ' >"$folder/$level.txt"
+    if ! diff "$list" "$folder/$level.txt" >"$folder/difference.txt"; then
+        echo "kernel level $level differs from $list:"
+        head -n 40 "$folder/difference.txt"
+        exit 1
+    fi
+done
