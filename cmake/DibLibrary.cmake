@@ -10,6 +10,8 @@ endif()
 
 file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/dib/*.cpp
+    ${PROJECT_SOURCE_DIR}/dib/posix/*.cpp
+    ${PROJECT_SOURCE_DIR}/dib/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/geometry/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*/*.cpp

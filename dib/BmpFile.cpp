@@ -72,7 +72,7 @@ unsigned int acceptBit(int bitCount) {
 }
 
 // Decodes byte runs into a zeroed pixel block. Positions are plain offsets, so a run that passes the end of
-// its row goes on in the next one; what would land behind the block is dropped.
+// its row continues in the next one; bytes beyond the block are dropped.
 class RunLengthDecoder {
 public:
     RunLengthDecoder(unsigned char* block, const dib::ImageSize& size) : block_(block), size_(size) {}
@@ -138,7 +138,7 @@ DIB_ALWAYS_INLINE void moveChannels(unsigned char* pixels, std::size_t count, Ch
     }
 }
 
-// Reads one file from top to bottom; every step tells whether the next may follow.
+// Reads one file from top to bottom. Each step returns whether to go on.
 class BmpReader {
 public:
     explicit BmpReader(std::FILE* file) : file_(file) {}
@@ -194,8 +194,7 @@ private:
         colors_ = most == 0 ? 0 : dib::announcedEntries(info_.fields);
         if (colors_ > most) return fail(DIB_ERROR_INVALID);
         size_ = dib::admitSize(info_.fields);
-        // Rows without columns cost a file nothing to announce, yet everything that walks over rows would meet
-        // thousands of millions of them. As little as `Create` can make such an image does a file.
+        // Like `Create`, refuse zero-width images with rows: a small file could announce billions of them.
         if (!size_.admitted || (size_.rowBytes == 0 && size_.rows > 0)) return fail(DIB_ERROR_MEMORY);
         return true;
     }
@@ -211,8 +210,8 @@ private:
         header.biSizeImage = static_cast<std::uint32_t>(size_.imageBytes);
         header.biClrUsed = static_cast<std::uint32_t>(colors_);
         header.biClrImportant = header.biClrUsed;
-        // Runs are gone after decoding. So are channel masks, but their 3 stays: callers recognise by it that
-        // the file described its channels.
+        // Decoded runs are plain pixels. So are pixels with masks, but their 3 stays: by it callers recognise
+        // that the file described its channels.
         if (header.biCompression == kRunLength8) header.biCompression = kUncompressed;
         std::memcpy(headerBlock_.get(), &header, kHeaderBytes);
 
@@ -322,7 +321,7 @@ bool writePixels(std::FILE* file, const DibStream& image) {
 
 template <class Path>
 bool savePath(DibStream& image, const Path* path) {
-    // Judged before the file is opened, so that a file in that place survives.
+    // Checked before the file is opened, so that an existing file survives.
     if (!isWritable(image)) {
         image.ErrorCode = DIB_ERROR_INVALID;
         return false;

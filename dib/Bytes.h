@@ -1,4 +1,4 @@
-// Numbers in files: fixed width, explicit byte order, no alignment.
+// Numbers in files, of fixed width and explicit byte order, at any address.
 #ifndef DIB_BYTES_H
 #define DIB_BYTES_H
 

@@ -8,8 +8,8 @@
 
 namespace dib {
 
-DepthChange::DepthChange(DibStream& image, int bitCount)
-    : image_(image), bitCount_(bitCount), source_(image) {
+DepthChange::DepthChange(DibStream& image, Packed form, int bitCount)
+    : image_(image), bitCount_(bitCount), source_(image, form) {
     if (!source_.readable()) return;
     size_ = admitSize(image.Header->biWidth, image.Header->biHeight, bitCount);
     if (size_.admitted) pixels_ = allocateImageBlock(size_.imageBytes);
@@ -44,18 +44,32 @@ void packNibbles(const std::uint8_t* values, std::uint8_t* to, std::size_t count
 using dib::DepthChange;
 using dib::forEachStrip;
 using dib::kStripPixels;
+using dib::Packed;
 
 namespace {
 
 unsigned int selector(unsigned int flags) { return flags & 0xFFFF; }
 
+// The packed form is the new image, but for the fill of its rows.
+bool convertRows(DibStream& image, Packed form) {
+    const std::size_t pixelBytes = dib::bytesOf(form);
+    DepthChange change(image, form, static_cast<int>(8 * pixelBytes));
+    if (!change.started()) return false;
+    for (std::size_t row = 0; row < change.rows(); ++row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().read(row, x, count, change.row(row) + pixelBytes * x);
+        });
+    }
+    return change.finish();
+}
+
 bool changeToDitheredCube(DibStream& image) {
-    DepthChange change(image, 8);
+    DepthChange change(image, Packed::kBgr, 8);
     if (!change.started()) return false;
     std::uint8_t scratch[kStripPixels * 3];
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            const std::uint8_t* bgr = change.source().bgr(row, x, count, scratch);
+            const std::uint8_t* bgr = change.source().strip(row, x, count, scratch);
             dib::ditherToCube(bgr, change.row(row) + x, count, row);
         });
     }
@@ -116,13 +130,13 @@ bool DibStream::ChangeBpp(int bitCount, unsigned int flags) {
 }
 
 bool DibStream::ChangeTo1Bit(unsigned int) {
-    DepthChange change(*this, 1);
+    DepthChange change(*this, Packed::kGrey, 1);
     if (!change.started()) return false;
     dib::ErrorDiffusion diffusion(change.width());
     if (!diffusion.ready()) return dib::failForMemory(*this);
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            change.source().readGrey(row, x, count, diffusion.grey() + x);
+            change.source().read(row, x, count, diffusion.grey() + x);
         });
         diffusion.diffuse(change.row(row));
     }
@@ -131,12 +145,12 @@ bool DibStream::ChangeTo1Bit(unsigned int) {
 
 bool DibStream::ChangeTo4Bit(unsigned int flags) {
     if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut4(flags);
-    DepthChange change(*this, 4);
+    DepthChange change(*this, Packed::kGrey, 4);
     if (!change.started()) return false;
     std::uint8_t grey[kStripPixels];
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            change.source().readGrey(row, x, count, grey);
+            change.source().read(row, x, count, grey);
             for (std::size_t i = 0; i < count; ++i) grey[i] >>= 4;
             dib::packNibbles(grey, change.row(row) + x / 2, count);
         });
@@ -149,25 +163,18 @@ bool DibStream::ChangeTo4Bit(unsigned int flags) {
 bool DibStream::ChangeTo8Bit(unsigned int flags) {
     if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut8(flags);
     if (selector(flags) == DIB_DITHER) return changeToDitheredCube(*this);
-    DepthChange change(*this, 8);
-    if (!change.started()) return false;
-    for (std::size_t row = 0; row < change.rows(); ++row) {
-        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            change.source().readGrey(row, x, count, change.row(row) + x);
-        });
-    }
-    return change.finish();
+    return convertRows(*this, Packed::kGrey);
 }
 
 bool DibStream::ChangeTo16Bit(unsigned int flags) {
-    DepthChange change(*this, 16);
+    DepthChange change(*this, Packed::kBgr, 16);
     if (!change.started()) return false;
     std::uint8_t scratch[kStripPixels * 3];
     dib::RemainderCarry carry;
     for (std::size_t row = 0; row < change.rows(); ++row) {
         auto* words = reinterpret_cast<std::uint16_t*>(change.row(row));
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            const std::uint8_t* bgr = change.source().bgr(row, x, count, scratch);
+            const std::uint8_t* bgr = change.source().strip(row, x, count, scratch);
             if (selector(flags) == DIB_DITHER) {
                 dib::carryToWords(bgr, words + x, count, carry);
             } else {
@@ -178,16 +185,7 @@ bool DibStream::ChangeTo16Bit(unsigned int flags) {
     return change.finish();
 }
 
-bool DibStream::ChangeTo24Bit(unsigned int) {
-    DepthChange change(*this, 24);
-    if (!change.started()) return false;
-    for (std::size_t row = 0; row < change.rows(); ++row) {
-        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            change.source().readBgr(row, x, count, change.row(row) + 3 * x);
-        });
-    }
-    return change.finish();
-}
+bool DibStream::ChangeTo24Bit(unsigned int) { return convertRows(*this, Packed::kBgr); }
 
 bool DibStream::ChangeTo32Bit(unsigned int) {
     dib::MallocPtr<unsigned char> pixels(Create32Bit());

@@ -1,4 +1,11 @@
-// The frame of every depth conversion: new pixels are made beside the old ones and then take their place.
+// The frame of every depth conversion: it makes the new pixels beside the old ones, then replaces them.
+//
+// How the files work together: `RowConverter` turns pixels of any depth into packed bytes, by the loops of
+// `PixelKernels` and the vectors of `PixelShuffles`. `PixelReader` does so for strips of an image,
+// `DepthChange` reads through it and owns the result. `ChangeDepth.cpp` has one method for each new depth,
+// `Dither.cpp` the three dithers, `MedianCut`, `ColorCloud` and `MedianLookup` the palettes,
+// `PackedPixels.cpp` the packed arrays for callers. A new source depth is a row of the table in
+// RowConverter.cpp, a new target depth a method in ChangeDepth.cpp.
 #ifndef DIB_CHANGE_DEPTH_H
 #define DIB_CHANGE_DEPTH_H
 
@@ -16,7 +23,8 @@ namespace dib {
 // A conversion in progress: reads the image and owns the pixel block that will replace the old one.
 class DepthChange {
 public:
-    DepthChange(DibStream& image, int bitCount);
+    // The source is read in this packed form; `bitCount` is the new depth.
+    DepthChange(DibStream& image, Packed form, int bitCount);
 
     // False when the source cannot be read or memory is short; the image is unchanged.
     bool started() const { return pixels_ != nullptr; }
@@ -26,7 +34,7 @@ public:
     std::size_t rows() const { return source_.rows(); }
     unsigned char* row(std::size_t bufferRow) { return pixels_.get() + bufferRow * size_.rowBytes; }
 
-    // Installs the new pixels behind a fresh header with the table of `DibStream::Create`. On failure the
+    // Installs the new pixels with a new header and the table of `DibStream::Create`. On failure the
     // image is left empty, as by `Create`.
     bool finish();
 

@@ -52,7 +52,7 @@ bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
         for (std::size_t i = 0; i < count; ++i) sorted[next[cells[i]]++] = lows[i];
     });
 
-    // By now each entry of `next` is the end of its cell, which is where the cell after it starts.
+    // Now each entry of `next` is the end of its cell.
     std::uint32_t begin = 0;
     for (std::uint32_t cell = 0; cell < kColorCells; ++cell) {
         const std::uint32_t end = next[cell];
@@ -99,8 +99,8 @@ int ColorCloud::split(int number, int axis, std::uint32_t cut) {
     ColorRange& low = ranges_[static_cast<std::size_t>(number)];
     ColorRange& high = ranges_[static_cast<std::size_t>(rangeCount_)];
 
-    // Colours of the lower half are exchanged to the front; without a branch, since a median cut is a coin
-    // toss.
+    // Swaps colours of the lower half to the front, without a branch: at a median cut it would be
+    // unpredictable.
     CountedColor* const colors = colors_.get();
     std::uint32_t middle = low.begin;
     for (std::uint32_t i = low.begin; i < low.end; ++i) {

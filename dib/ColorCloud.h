@@ -1,6 +1,6 @@
-// The distinct colours of a picture with their pixel counts, divided into boxes. This is what the quantizer
-// works on: every box owns a contiguous range of colours and a histogram per channel, so that cutting a box
-// touches its own colours only and shrinking it touches none.
+// The distinct colours of a picture with their pixel counts, divided into boxes. The quantizer works on it:
+// every box owns a contiguous range of colours and a histogram per channel, so cutting a box touches only its
+// own colours, and shrinking it none.
 #ifndef DIB_COLOR_CLOUD_H
 #define DIB_COLOR_CLOUD_H
 

@@ -1,4 +1,4 @@
-// Access to the colour table behind a header: how long it is, and reading that never passes its end.
+// The colour table that follows a header: its length, and reading that never passes its end.
 #ifndef DIB_COLOR_TABLE_H
 #define DIB_COLOR_TABLE_H
 
@@ -27,14 +27,14 @@ inline std::size_t announcedEntries(const BITMAPINFOHEADER& header) {
 // The longest info header that files have: its fifth version.
 constexpr std::size_t kLongestHeaderBytes = 124;
 
-// Where the table starts: after the header, whose length is `biSize`. Every block has 40 bytes, so smaller values
-// count as 40.
+// Where the table starts: after the header, whose length is `biSize`. Every block has 40 bytes, so smaller
+// values count as 40.
 inline std::size_t tableOffset(const BITMAPINFOHEADER& header) {
     return std::max<std::size_t>(header.biSize, kHeaderBytes);
 }
 
-// Whether the size of the header block, with its announced entries, fits in a signed 32-bit number like every other
-// size of an image. Larger announcements are damage.
+// Whether the size of the header block, with its announced entries, fits in a signed 32-bit number like every
+// other size of an image. Larger announcements are damage.
 inline bool announcesPossibleTable(const BITMAPINFOHEADER& header) {
     const std::size_t offset = tableOffset(header);
     return offset <= INT32_MAX && announcedEntries(header) <= (INT32_MAX - offset) / kEntryBytes;
@@ -49,17 +49,17 @@ inline const DibBGRA* colorTable(const BITMAPINFOHEADER* header) {
                                             tableOffset(*header));
 }
 
-// A full table: the announced entries that the depth can address, black beyond them. Consumers index this
-// copy, so that no pixel value reads outside the block.
+// A full table: the announced entries that the depth can address, black beyond them. Readers index this copy,
+// so no pixel value reads outside the block.
 std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header);
 
 // Writes the first `entries` entries of the grey ramp of the header's depth (1, 4 or 8 bits) into its table,
 // which must hold them.
 void writeGreyEntries(BITMAPINFOHEADER& header, std::size_t entries);
 
-// Makes sure that the header block of an image holds at least `entries` table entries behind a 40-byte
-// header: a block that announces fewer is replaced by a grown one of the image's own, old entries kept and
-// new ones zero. `biClrUsed` stays. Returns false, with nothing changed, when memory is short.
+// Makes sure that the header block of an image holds at least `entries` table entries after a 40-byte header:
+// a block that announces fewer is replaced by a larger one that the image owns, with the new entries zero.
+// `biClrUsed` stays. Returns false, with nothing changed, when memory is short.
 bool ensureColorTable(DibStream& image, std::size_t entries);
 
 }  // namespace dib

@@ -1,9 +1,7 @@
 #include <DibStream.h>
-#include <VexLibs.h>
 
 #include <algorithm>
 #include <cstring>
-#include <cwchar>
 #include <new>
 
 #include "dib/ColorTable.h"
@@ -15,8 +13,6 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
 
 using dib::kHeaderBytes;
 using dib::kOwned;
-
-wchar_t DibStream::DllPath[1024] = {};
 
 // Life and counting.
 
@@ -72,9 +68,9 @@ bool DibStream::SetBuffer(void* buffer, unsigned int owner) {
 
 namespace {
 
-// Copies 40 bytes and as many as the announced table has, whatever biSize says. The rest of the copy is zero; it has
-// room for every entry that the depth can address, from where SetMonoPalette and readers of the copy look for its
-// table. `header` is what stands at the start of the block `from`, which may lie at any address.
+// Copies 40 bytes and the length of the announced table, whatever biSize is. The rest of the copy is zero,
+// with room for every entry that the depth can address at the place where biSize puts the table. `header` is
+// the start of the block `from`, which may lie at any address.
 BITMAPINFOHEADER* copyHeaderBlock(const BITMAPINFOHEADER& header, const void* from) {
     if (!dib::announcesPossibleTable(header)) return nullptr;
     const std::size_t announced = dib::announcedEntries(header);
@@ -173,7 +169,7 @@ BITMAPINFOHEADER* DibStream::CreateHeader(int width, int height, int bitCount) {
     }
     auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.release());
     *header = info;
-    // A 4-bit table stays as it is: whoever makes such an image writes a table of its own.
+    // A 4-bit table stays uninitialised: callers that make such an image write their own table.
     if (bitCount == 8 || bitCount == 1) dib::writeGreyEntries(*header, info.biClrUsed);
     return header;
 }
@@ -217,48 +213,6 @@ void DibStream::SetMonoPalette() {
     }
 }
 
-// The alpha plane.
-
-DibStream* DibStream::CreateAlphaDib() {
-    if (Header == nullptr || Buffer == nullptr || Header->biBitCount != 32) return nullptr;
-    const dib::ImageSize size = dib::admitSize(*Header);
-    if (!size.admitted) return nullptr;
-    auto* alpha = new (std::nothrow) DibStream;
-    if (alpha == nullptr) return nullptr;
-    if (!alpha->Create(Header->biWidth, Header->biHeight, 8)) {
-        delete alpha;
-        return nullptr;
-    }
-    alpha->SetMonoPalette();
-
-    const std::size_t width = static_cast<std::size_t>(Header->biWidth);
-    const std::size_t alphaRowBytes = alpha->GetPitch();
-    for (std::size_t row = 0; row < size.rows; ++row) {
-        const unsigned char* from = Buffer + row * size.rowBytes;
-        unsigned char* to = alpha->Buffer + row * alphaRowBytes;
-        for (std::size_t x = 0; x < width; ++x) to[x] = from[4 * x + 3];
-    }
-    return alpha;
-}
-
-bool DibStream::SetAlphaPlane(DibStream* alpha) {
-    if (alpha == nullptr || Header == nullptr || Buffer == nullptr || Header->biBitCount != 32) return false;
-    if (alpha->Header == nullptr || alpha->Buffer == nullptr || alpha->Header->biBitCount != 8) return false;
-    if (Header->biWidth != alpha->Header->biWidth) return false;
-    if (dib::rowCount(Header->biHeight) != dib::rowCount(alpha->Header->biHeight)) return false;
-
-    const dib::ImageSize size = dib::admitSize(*Header);
-    if (!size.admitted) return false;
-    const std::size_t width = static_cast<std::size_t>(Header->biWidth);
-    const std::size_t alphaRowBytes = alpha->GetPitch();
-    for (std::size_t row = 0; row < size.rows; ++row) {
-        const unsigned char* from = alpha->Buffer + row * alphaRowBytes;
-        unsigned char* to = Buffer + row * size.rowBytes;
-        for (std::size_t x = 0; x < width; ++x) to[4 * x + 3] = from[x];
-    }
-    return true;
-}
-
 // Addressing.
 
 std::uint32_t DibStream::GetPitch() const {
@@ -288,7 +242,7 @@ unsigned char* DibStream::Pixel(int x, int y) {
     }
 }
 
-// Error texts and plug-in folder.
+// Error texts.
 
 const char* DibStream::GetErrorString(int code) {
     static constexpr const char* kTexts[] = {
@@ -296,28 +250,4 @@ const char* DibStream::GetErrorString(int code) {
         "write file", "invalid image", "unsupport type",  "not match type", "load interrput",
     };
     return static_cast<unsigned int>(code) < std::size(kTexts) ? kTexts[code] : "(undefined)";
-}
-
-void DibStream::SetDllFilePath(const char* path) {
-    try {
-        std::wcscpy(DllPath, VexString::fromUtf8String(path).c_str());
-    } catch (const std::bad_alloc&) {
-        // The folder stays as it was.
-    }
-}
-
-void DibStream::SetDllFilePath(const wchar_t* path) { std::wcscpy(DllPath, path != nullptr ? path : L""); }
-
-void DibStream::GetDllFilePath(char* out) {
-    if (out == nullptr) return;
-    *out = '\0';
-    try {
-        std::strcpy(out, VexString(DllPath).toUtf8String().c_str());
-    } catch (const std::bad_alloc&) {
-        // An empty path finds the plug-ins relative to the working directory.
-    }
-}
-
-wchar_t* DibStream::GetDllFilePath(wchar_t* out) {
-    return out != nullptr ? std::wcscpy(out, DllPath) : nullptr;
 }

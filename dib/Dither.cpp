@@ -79,13 +79,12 @@ void carryToWords(const std::uint8_t* bgr, std::uint16_t* to, std::size_t count,
 //          2   4   8   4   2
 //          1   2   4   2   1
 //
-// The last weight, two rows down and two to the right, is not a share of its own: it gets whatever the shares
-// given inside the picture and the division by 42 left over. At the left edge, where shares have nowhere to
-// go, that is more than 1/42.
+// The last weight, two rows down and two to the right, is not a fixed share: it gets the rest that the shares
+// inside the picture and the division by 42 leave. At the left edge, where shares have nowhere to go, that is
+// more than 1/42.
 //
-// Instead of scattering its error to twelve places, each row keeps its errors, and the sums that arrive from
-// the two rows above are gathered for a whole row at once. Only what comes from the left is summed pixel by
-// pixel.
+// Errors are not scattered to twelve places: each row keeps its errors, and the sums from the two rows above
+// are gathered for a whole row at once. Only shares from the left are added pixel by pixel.
 
 namespace {
 
@@ -109,17 +108,17 @@ struct Trail {
     std::int64_t beforeLast = 0;
 };
 
-// Every pixel waits for the error of the one before, so what counts is the way from a sum to the next: a
-// multiplication for the division, no branch (black and white follow each other without a pattern) and the decision
-// beside the division instead of after it. With k = 128 - grey, grey + sum / 42 >= 128 holds from sum = 42 k on, or,
-// where truncation rounds up, from 42 k - 41 on.
+// Every pixel waits for the error of the one before, so the latency from one sum to the next counts: a
+// multiplication replaces the division, there is no branch (black and white are unpredictable), and the
+// decision runs beside the division instead of after it. With k = 128 - grey, grey + sum / 42 >= 128 holds
+// from sum = 42 k on, or, where truncation rounds up, from 42 k - 41 on.
 constexpr std::int64_t whiteFrom(std::int64_t grey) {
     const std::int64_t k = 128 - grey;
     return k > 0 ? 42 * k : 42 * k - 41;
 }
 
-// floor(sum / 42) for sums of 32 bits, but one less for negative multiples of 42, so that subtracting the sign gives
-// the quotient truncated towards zero: 818089009 / 2^35 exceeds 1 / 42 by 10 / (42 x 2^35).
+// floor(sum / 42) for sums of 32 bits, but one less for negative multiples of 42, so that subtracting the
+// sign gives the quotient truncated towards zero: 818089009 / 2^35 exceeds 1 / 42 by 10 / (42 x 2^35).
 constexpr std::int64_t divideBy42(std::int64_t sum) { return (sum * 818089009) >> 35; }
 
 inline std::int64_t diffusePixel(std::int64_t grey, std::int64_t incoming, Trail& trail, std::int32_t& error,

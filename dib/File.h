@@ -21,12 +21,12 @@ FilePtr openForReading(const wchar_t* path);
 FilePtr openForWriting(const char* path);
 FilePtr openForWriting(const wchar_t* path);
 
-// Whether the file could be closed: what is still buffered is written then, so an error is a write error.
+// Whether the file could be closed. Closing writes what is still buffered, so an error is a write error.
 inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0; }
 
-// Where an open file stands; negative for a stream that cannot seek.
+// The position in an open file; negative for a stream that cannot seek.
 std::int64_t positionIn(std::FILE* file);
-// Whether it could be put to a position.
+// Whether the position could be set.
 bool seekTo(std::FILE* file, std::int64_t position);
 
 // Bytes between the current position and the end; nothing for a stream that cannot seek. Readers ask before
@@ -43,14 +43,14 @@ inline bool writeBytes(std::FILE* file, const void* from, std::size_t bytes) {
 // The next byte, negative at the end, without the lock that `getc` takes.
 inline int nextByte(std::FILE* file) { return getc_unlocked(file); }
 
-// Rows are blocks of `rowBytes` bytes, of which the next lies `step` bytes behind the one before (in front of it when
-// negative). Files of the system take and give them without a copy between: turning a picture round on the way costs a
-// third of what gathering its rows does.
+// Rows are blocks of `rowBytes` bytes; each starts `step` bytes after the one before it (before it when
+// negative). The system reads and writes them in place: turning a picture upside down costs a third of what
+// gathering its rows first does.
 
-// Reads rows and returns the bytes that the file had of them all; it stands behind these then.
+// Reads rows and returns the number of bytes read; the file is then positioned after them.
 std::size_t readRows(std::FILE* file, unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
                      std::size_t rows);
-// Whether all rows were written. What the stream holds back is written first.
+// Whether all rows were written. Buffered bytes of the stream are written first.
 bool writeRows(std::FILE* file, const unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
                std::size_t rows);
 

@@ -16,7 +16,7 @@ constexpr std::int64_t rowCount(std::int32_t height) {
     return rows < 0 ? -rows : rows;
 }
 
-// Bytes per row in the 32-bit arithmetic that callers see, whatever it wraps to.
+// Bytes per row in the 32-bit arithmetic that callers see; it may wrap.
 constexpr std::uint32_t pitch32(std::uint32_t bitCount, std::int32_t width) {
     return ((bitCount * static_cast<std::uint32_t>(width) + 31U) >> 3) & ~std::uint32_t{3};
 }
@@ -28,8 +28,9 @@ struct ImageSize {
     std::size_t imageBytes = 0;  // pitch x rows; may be 0 in an admitted size
 };
 
-// Admits sizes whose width is not negative, whose row counted in bits fits in 32 bits as GetPitch computes it, and
-// whose pitch times rows fits in a signed 32-bit number: every 32-bit size and offset of the image is then exact.
+// Admits sizes whose width is not negative, whose row counted in bits fits in 32 bits as GetPitch computes
+// it, and whose pitch times rows fits in a signed 32-bit number: every 32-bit size and offset of the image is
+// then exact.
 constexpr ImageSize admitSize(std::int64_t width, std::int32_t height, std::int64_t bitCount) {
     if (width < 0 || width > INT32_MAX || bitCount < 0) return {};
     if (bitCount * width + 31 > UINT32_MAX) return {};
@@ -46,8 +47,8 @@ inline ImageSize admitSize(const BITMAPINFOHEADER& header) {
     return admitSize(header.biWidth, header.biHeight, header.biBitCount);
 }
 
-// Makes the fill bytes behind all rows 0: they belong to the block and to the files it is saved to, and are the same on
-// every run. Only the last word of a row has any, so pixels are written afterwards.
+// Makes the fill bytes at the ends of all rows 0. They are part of the block and of saved files, and must be
+// the same on every run. This clears the last word of each row, so call it before the pixels are written.
 inline void clearRowFill(unsigned char* block, const ImageSize& size) {
     if (size.rowBytes == 0) return;
     for (std::size_t end = size.rowBytes; end <= size.imageBytes; end += size.rowBytes)

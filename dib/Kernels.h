@@ -4,11 +4,13 @@
 //     DIB_ALWAYS_INLINE void invertRow(std::uint8_t* row, std::size_t count) { ... plain loop ... }
 //     dib::runKernel<invertRow>(row, count);
 //
-// The body is the definition; both builds of it are the same arithmetic, so results never depend on the machine. Where
-// no compiler finds the vectors, a step by hand for AVX2 stands beside the plain loop (PixelShuffles, ToneLookup, RowsAvx2
-// and a few of the effects); tests hold them to the plain loop byte for byte.
+// The body is the definition. All builds do the same arithmetic, so results never depend on the machine.
+// Where compilers do not find the vectors they are written by hand (PixelShuffles, ToneLookup, RowVectors and
+// a few of the effects); tests compare them with the plain loop byte for byte.
 #ifndef DIB_KERNELS_H
 #define DIB_KERNELS_H
+
+#include <cstddef>
 
 #define DIB_ALWAYS_INLINE inline __attribute__((always_inline))
 #define DIB_NO_INLINE __attribute__((noinline))
@@ -59,6 +61,14 @@ DIB_TARGET_AVX512 DIB_NO_INLINE auto runKernelAvx512(Args... args) {
 template <auto Body, auto Wide = Body, class... Args>
 inline auto runWidestKernel(Args... args) {
     return kernelLevel() == KernelLevel::kAvx512 ? runKernelAvx512<Wide>(args...) : runKernel<Body>(args...);
+}
+
+// A part of a loop in vectors that are written by hand, because compilers do not find them. From the front it
+// does as many elements as whole vectors take, and returns how many those are: none below AVX2. A plain loop
+// does the rest.
+template <auto Vectors, class... Args>
+inline std::size_t runVectors(Args... args) {
+    return kernelLevel() >= KernelLevel::kAvx2 ? Vectors(args...) : 0;
 }
 
 // The build for the level in use, of a body whose wider builds are written by hand because compilers do not

@@ -14,8 +14,8 @@ namespace {
 constexpr std::size_t kTableBytes = kColorsPerCell;
 constexpr int kSlots = MedianLookup::kSlots;
 
-// The entry whose colour has the smallest sum of squared channel differences; the first among equals, because the
-// number of the entry stands in the low bits of what is compared.
+// The entry whose colour has the smallest sum of squared channel differences; the first among equals, because
+// the low bits of the compared values are the entry's number.
 DIB_ALWAYS_INLINE std::uint8_t nearestEntry(const MedianLookup::Palette* palette, std::int32_t blue,
                                             std::int32_t green, std::int32_t red) {
     std::int32_t nearest = INT32_MAX;
@@ -66,8 +66,8 @@ void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t co
     });
 }
 
-// Descends as long as the whole cell goes one way. A table of its own is needed only by a cell that a cut divides, or
-// that lies in a box without an entry.
+// Descends while the whole cell is on one side of the cut. Only a cell that a cut divides, or in a box
+// without an entry, needs its own table.
 std::uint32_t MedianLookup::makeTable(std::uint32_t cell) {
     const std::uint32_t low[3] = {(cell & 31) << 3, (cell >> 5 & 31) << 3, (cell >> 10) << 3};
     const Block block = {{low[0], low[1], low[2]}, {low[0] | 7, low[1] | 7, low[2] | 7}};

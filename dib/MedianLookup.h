@@ -14,12 +14,13 @@ namespace dib {
 // Palette entry i: the centre of box i.
 DibBGRA boxCentre(const dibmedian::colinfo& box);
 
-// Boxes may outnumber the entries of an 8-bit palette: pixels of the boxes from 256 on get the entry nearest to them.
+// Boxes may outnumber the entries of an 8-bit palette: pixels of the boxes from 256 on get the entry nearest
+// to them.
 class MedianLookup {
 public:
     static constexpr int kSlots = 256;
 
-    // The entries channel by channel, as the search for the nearest wants them. Those in use are as many as boxes.
+    // The entries channel by channel, for the search of the nearest. There are as many as boxes.
     struct Palette {
         std::int32_t blue[kSlots];
         std::int32_t green[kSlots];
@@ -49,8 +50,8 @@ private:
 
     const dibmedian::coltree* root_;
     Palette palette_{};
-    // A cell's table gives the index for the nine low bits of a colour. Cells that lie in one box with an entry share one
-    // of the first 256 tables.
+    // A cell's table gives the index for the nine low bits of a colour. Cells that lie in one box with an
+    // entry share one of the first 256 tables.
     MallocPtr<std::uint32_t> tableOf_;  // start of a cell's table plus 1; 0 while unknown
     MallocPtr<std::uint8_t> tables_;
     std::size_t tableCount_ = kSlots;

@@ -1,5 +1,5 @@
-// Blocks from malloc with an owner: what the library hands out must be freed with free. And what is said when there is
-// no memory for one.
+// Owned blocks from malloc, since callers free the blocks that they get with free; and the failure of an
+// allocation.
 #ifndef DIB_MEMORY_H
 #define DIB_MEMORY_H
 
@@ -12,7 +12,7 @@
 
 namespace dib {
 
-// The ownership word that the library writes beside its own blocks.
+// The ownership word that the library writes for its own blocks.
 constexpr unsigned int kOwned = 6;
 
 struct FreeDeleter {
@@ -35,15 +35,14 @@ MallocPtr<T> allocateZeroed(std::size_t count) {
     return MallocPtr<T>(static_cast<T*>(std::calloc(count, sizeof(T))));
 }
 
-// A pixel block of at least one byte. Every block of pixels comes from here, so that large ones can be placed
-// on huge pages.
+// A pixel block of at least one byte. All pixel blocks come from here, so that large ones can use large
+// pages.
 MallocPtr<unsigned char> allocateImageBlock(std::size_t bytes);
 
-// The same, zeroed. A large block costs memory only where it is written, so a picture that is mostly
-// background may be announced as large as it likes.
+// The same, zeroed. A large block takes memory only where it is written.
 MallocPtr<unsigned char> allocateZeroedImageBlock(std::size_t bytes);
 
-// Leaves the code of short memory in an image, which sizes that cannot exist get too. Always false.
+// Stores the code of short memory, which also stands for sizes that cannot exist. Always false.
 inline bool failForMemory(DibStream& image) {
     image.ErrorCode = DIB_ERROR_MEMORY;
     return false;

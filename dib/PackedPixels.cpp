@@ -7,15 +7,15 @@
 
 namespace {
 
-using Read = void (dib::PixelReader::*)(std::size_t, std::size_t, std::size_t, std::uint8_t*) const;
-
-unsigned char* createPacked(DibStream& image, std::size_t pixelBytes, Read read) {
-    const dib::PixelReader reader(image);
+unsigned char* createPacked(DibStream& image, dib::Packed form) {
+    const dib::PixelReader reader(image, form);
     if (!reader.readable()) return nullptr;
 
     const BITMAPINFOHEADER& header = *image.Header;
+    const std::size_t pixelBytes = dib::bytesOf(form);
     dib::MallocPtr<unsigned char> packed;
-    if (dib::admitSize(header.biWidth, header.biHeight, static_cast<std::int64_t>(8 * pixelBytes)).admitted) {
+    const auto pixelBits = static_cast<std::int64_t>(8 * pixelBytes);
+    if (dib::admitSize(header.biWidth, header.biHeight, pixelBits).admitted) {
         packed = dib::allocateImageBlock(reader.width() * pixelBytes * reader.rows());
     }
     if (packed == nullptr) {
@@ -25,7 +25,7 @@ unsigned char* createPacked(DibStream& image, std::size_t pixelBytes, Read read)
     for (std::size_t row = 0; row < reader.rows(); ++row) {
         unsigned char* to = packed.get() + row * reader.width() * pixelBytes;
         dib::forEachStrip(reader.width(), [&](std::size_t x, std::size_t count) {
-            (reader.*read)(row, x, count, to + x * pixelBytes);
+            reader.read(row, x, count, to + x * pixelBytes);
         });
     }
     return packed.release();
@@ -33,8 +33,8 @@ unsigned char* createPacked(DibStream& image, std::size_t pixelBytes, Read read)
 
 }  // namespace
 
-unsigned char* DibStream::Create8Bit() { return createPacked(*this, 1, &dib::PixelReader::readGrey); }
+unsigned char* DibStream::Create8Bit() { return createPacked(*this, dib::Packed::kGrey); }
 
-unsigned char* DibStream::Create24Bit() { return createPacked(*this, 3, &dib::PixelReader::readBgr); }
+unsigned char* DibStream::Create24Bit() { return createPacked(*this, dib::Packed::kBgr); }
 
-unsigned char* DibStream::Create32Bit() { return createPacked(*this, 4, &dib::PixelReader::readBgra); }
+unsigned char* DibStream::Create32Bit() { return createPacked(*this, dib::Packed::kBgra); }

@@ -80,8 +80,8 @@ DIB_ALWAYS_INLINE void bgrToWords(const std::uint8_t* __restrict from, std::uint
     }
 }
 
-// What bgrToWords drops: the three low bits of each channel, red highest. The quantizer calls the colours of one word a
-// cell: the word is its number, and these bits tell its colours apart.
+// The three low bits of each channel, red highest, which bgrToWords drops. The quantizer calls the colours of
+// one word a cell: the word is its number, and these bits distinguish its colours.
 constexpr std::size_t kColorCells = 32768;
 constexpr std::size_t kColorsPerCell = 512;
 DIB_ALWAYS_INLINE void bgrToLowBits(const std::uint8_t* __restrict from, std::uint16_t* __restrict to,
@@ -98,8 +98,8 @@ DIB_ALWAYS_INLINE void indicesToBgra(const std::uint8_t* __restrict from, std::u
     for (std::size_t i = 0; i < count; ++i) std::memcpy(to + 4 * i, &table[from[i]], 4);
 }
 
-// The three-byte form also stores whole words, each overwritten in part by the next pixel; only the last one must not
-// reach past the end. Eight indices are fetched at once, which leaves the loads to the table.
+// The three-byte form also stores whole words, each overwritten in part by the next pixel; only the last one
+// must not reach past the end. Loading eight indices at once leaves the load units to the table.
 DIB_ALWAYS_INLINE void indicesToBgr(const std::uint8_t* __restrict from, std::uint8_t* __restrict to,
                                     std::size_t count, const std::uint32_t* __restrict table) {
     std::size_t i = 0;

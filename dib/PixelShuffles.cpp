@@ -4,12 +4,14 @@
 
 #include <immintrin.h>
 
+#include "dib/Kernels.h"
+
 namespace dib {
 
 namespace {
 
-// Eight pixels, four in each half of the vector. Of 3-byte pixels each half also loads four bytes that are not its
-// own, up to byte 28.
+// Eight pixels, four in each half of the vector. Of 3-byte pixels each half also loads four bytes that are
+// not its own, up to byte 28.
 template <std::size_t kBytes>
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i loadEight(const std::uint8_t* from) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
@@ -19,8 +21,8 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i loadEight(const std::uint8_t* from) {
 
 constexpr std::size_t kPixelsBeyond = 2;  // that a load of eight 3-byte pixels may reach into
 
-// Eight sums of 37 blue + 146 green + 73 red as two 16-bit halves each. Green goes in twice, with 91 and 55, which
-// keeps its weight in a signed byte and both halves (128 x 255) in a signed word.
+// Eight sums of 37 blue + 146 green + 73 red as two 16-bit halves each. Green goes in twice, with 91 and 55,
+// which keeps its weight in a signed byte and both halves (128 x 255) in a signed word.
 template <std::size_t kBytes>
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i weighEight(const std::uint8_t* from) {
     constexpr char k = kBytes;
@@ -39,8 +41,7 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i greySixteen(const std::uint8_t* from) 
 }
 
 template <std::size_t kBytes>
-DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t shuffleToGrey(const std::uint8_t* from, std::uint8_t* to,
-                                                            std::size_t count) {
+DIB_TARGET_AVX2 std::size_t toGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     // Packing leaves groups of four pixels in the order 0 2 4 6 1 3 5 7.
     const __m256i inOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     std::size_t i = 0;
@@ -58,7 +59,7 @@ struct SixteenPixels {
     __m128i parts[3];
 };
 
-// Exchanges their first and last bytes, two of which stand across the ends of a vector.
+// Exchanges the first and last byte of each pixel; two pixels cross the end of a vector.
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE SixteenPixels exchangeSixteen(const std::uint8_t* from) {
     const auto* at = reinterpret_cast<const __m128i*>(from);
     const __m128i a = _mm_loadu_si128(at);
@@ -94,23 +95,21 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t widen(const std::uint8_t* from, st
     return i;
 }
 
-}  // namespace
-
-DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t widenInOrder(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     return widen(from, to, count, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
 }
 
-DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t widenExchanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     return widen(from, to, count, _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1));
 }
 
-DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t exchange(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) storeSixteen(to + 3 * i, exchangeSixteen(from + 3 * i));
     return i;
 }
 
-DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t exchangeRows(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {
         const SixteenPixels fromFirst = exchangeSixteen(first + 3 * i);
@@ -121,12 +120,25 @@ DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t
     return i;
 }
 
-DIB_TARGET_AVX2 std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return shuffleToGrey<3>(from, to, count);
-}
+}  // namespace
 
-DIB_TARGET_AVX2 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return shuffleToGrey<4>(from, to, count);
+std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return runVectors<widenInOrder>(from, to, count);
+}
+std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return runVectors<widenExchanged>(from, to, count);
+}
+std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return runVectors<exchange>(from, to, count);
+}
+std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
+    return runVectors<exchangeRows>(first, second, count);
+}
+std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return runVectors<toGrey<3>>(from, to, count);
+}
+std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    return runVectors<toGrey<4>>(from, to, count);
 }
 
 }  // namespace dib

@@ -1,16 +1,13 @@
-// The conversions that the compilers do not turn into byte shuffles well enough, by hand for AVX2. Against the plain
-// loops of PixelKernels.h (and of the formats), which remain their definition, they take 0.7 (widening), 0.6 (grey) and
-// 0.5 (exchange of red and blue) of the time.
+// The conversions that the compilers do not turn into byte shuffles well enough, by hand for AVX2. Against
+// the plain loops of PixelKernels.h (and of the formats), which remain their definition, they take 0.7
+// (widening), 0.6 (grey) and 0.5 (exchange of red and blue) of the time.
 //
-// Each converts as many pixels from the front as it can in whole vectors without touching a byte beyond the last
-// pixel, and returns how many those are; the plain loop does the rest. Elsewhere than on x86-64 that is none.
+// Each is the vector part of a loop (see `runVectors`) and touches no byte beyond the last pixel.
 #ifndef DIB_PIXEL_SHUFFLES_H
 #define DIB_PIXEL_SHUFFLES_H
 
 #include <cstddef>
 #include <cstdint>
-
-#include "dib/Kernels.h"
 
 namespace dib {
 
@@ -21,12 +18,6 @@ std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::si
 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);
 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
-
-// The same at the level in use: none below AVX2.
-using Shuffle = std::size_t (*)(const std::uint8_t*, std::uint8_t*, std::size_t);
-inline std::size_t shuffled(Shuffle shuffle, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return kernelLevel() >= KernelLevel::kAvx2 ? shuffle(from, to, count) : 0;
-}
 
 }  // namespace dib
 

@@ -70,7 +70,7 @@ void mapPlain(unsigned char* bytes, std::size_t count, const unsigned char* tabl
 
 #if defined(__x86_64__)
 
-// No loop of look-ups vectorises by itself, so both ways of mapping are written in instructions.
+// Compilers do not vectorise lookups, so both ways of mapping are written by hand.
 
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i twice(const std::uint8_t* sixteen) {
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sixteen)));
@@ -78,8 +78,8 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i twice(const std::uint8_t* sixteen) {
 
 // Runs `map` over vectors of bytes.
 template <bool KeepFourth, class Map>
-DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t mapVectors(unsigned char* bytes, std::size_t count,
-                                                         const Map& map) {
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t mapInVectors(unsigned char* bytes, std::size_t count,
+                                                           const Map& map) {
     const __m256i fourth = _mm256_set1_epi32(static_cast<int>(0xFF000000U));
     std::size_t done = 0;
     for (; done + 32 <= count; done += 32) {
@@ -92,9 +92,9 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t mapVectors(unsigned char* bytes, s
     return done;
 }
 
-// The table in sixteen registers of sixteen entries, each register but the first of either half exclusive-ored
-// with the one before it. A byte selects from the registers up to its own, which leaves its own alone; in those
-// behind it the byte, lowered by their start, is negative and selects 0.
+// The table in sixteen registers of sixteen entries, each register but the first of either half
+// exclusive-ored with the one before it. A byte selects from the registers up to its own; the exclusive-ors
+// cancel all but the last. In later registers the byte, lowered by their start, is negative and selects 0.
 template <bool KeepFourth>
 DIB_TARGET_AVX2 std::size_t mapByTable(unsigned char* bytes, std::size_t count, const unsigned char* table) {
     __m256i parts[16];
@@ -104,7 +104,7 @@ DIB_TARGET_AVX2 std::size_t mapByTable(unsigned char* bytes, std::size_t count, 
     }
     const __m256i topBit = _mm256_set1_epi8(-128);
     const __m256i step = _mm256_set1_epi8(16);
-    return mapVectors<KeepFourth>(bytes, count, [&](__m256i values) DIB_TARGET_AVX2 {
+    return mapInVectors<KeepFourth>(bytes, count, [&](__m256i values) DIB_TARGET_AVX2 {
         __m256i low = values;
         __m256i high = _mm256_xor_si256(values, topBit);
         __m256i result =
@@ -120,7 +120,8 @@ DIB_TARGET_AVX2 std::size_t mapByTable(unsigned char* bytes, std::size_t count, 
 }
 
 template <bool KeepFourth>
-DIB_TARGET_AVX2 std::size_t mapByLine(unsigned char* bytes, std::size_t count, const ToneLine& line) {
+DIB_TARGET_AVX2 std::size_t mapByLine(unsigned char* bytes, std::size_t count, const ToneLine* toneLine) {
+    const ToneLine& line = *toneLine;
     const __m256i slope = _mm256_set1_epi16(line.slope);
     const __m256i offset = _mm256_set1_epi16(line.offset);
     const __m256i moreBelow = twice(line.oneMore.data());
@@ -133,10 +134,10 @@ DIB_TARGET_AVX2 std::size_t mapByLine(unsigned char* bytes, std::size_t count, c
         const __m256i sum = _mm256_adds_epi16(_mm256_mulhi_epu16(timesPower8, slope), offset);
         return _mm256_srai_epi16(sum, ToneLine::kFractionBits);
     };
-    return mapVectors<KeepFourth>(bytes, count, [&](__m256i values) DIB_TARGET_AVX2 {
+    return mapInVectors<KeepFourth>(bytes, count, [&](__m256i values) DIB_TARGET_AVX2 {
         const __m256i onLine = _mm256_packus_epi16(along(_mm256_unpacklo_epi8(zero, values)),
                                                    along(_mm256_unpackhi_epi8(zero, values)));
-        // Indices of 128 and more select 0, so each half answers for its own values.
+        // Indices of 128 and more select 0, so each half serves its own values.
         const __m256i more =
             _mm256_or_si256(_mm256_shuffle_epi8(moreBelow, values),
                             _mm256_shuffle_epi8(moreAbove, _mm256_xor_si256(values, topBit)));
@@ -145,28 +146,40 @@ DIB_TARGET_AVX2 std::size_t mapByLine(unsigned char* bytes, std::size_t count, c
     });
 }
 
-#endif
-
-}  // namespace
+#else
 
 template <bool KeepFourth>
-std::size_t ToneLookup::mapFast(unsigned char* bytes, std::size_t count) const {
-#if defined(__x86_64__)
-    if (kernelLevel() >= KernelLevel::kAvx2) {
-        return isLine_ ? mapByLine<KeepFourth>(bytes, count, line_)
-                       : mapByTable<KeepFourth>(bytes, count, table_);
-    }
-#endif
+std::size_t mapByTable(unsigned char*, std::size_t, const unsigned char*) {
+    return 0;
+}
+template <bool KeepFourth>
+std::size_t mapByLine(unsigned char*, std::size_t, const ToneLine*) {
     return 0;
 }
 
+#endif
+
+DIB_ALWAYS_INLINE void invertBody(unsigned char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
+}
+
+}  // namespace
+
+void invertBytes(unsigned char* bytes, std::size_t count) { runKernel<invertBody>(bytes, count); }
+
+template <bool KeepFourth>
+std::size_t ToneLookup::mapVectors(unsigned char* bytes, std::size_t count) const {
+    return isLine_ ? runVectors<mapByLine<KeepFourth>>(bytes, count, &line_)
+                   : runVectors<mapByTable<KeepFourth>>(bytes, count, table_);
+}
+
 void ToneLookup::mapBytes(unsigned char* bytes, std::size_t count) const {
-    const std::size_t done = mapFast<false>(bytes, count);
+    const std::size_t done = mapVectors<false>(bytes, count);
     mapPlain(bytes + done, count - done, table_);
 }
 
 void ToneLookup::mapColors(unsigned char* pixels, std::size_t count) const {
-    const std::size_t done = mapFast<true>(pixels, 4 * count);
+    const std::size_t done = mapVectors<true>(pixels, 4 * count);
     for (std::size_t i = done; i < 4 * count; i += 4) mapPlain(pixels + i, 3, table_);
 }
 

@@ -1,4 +1,4 @@
-// Bytes through a table of 256 entries.
+// Tone curves: bytes through a table of 256 entries.
 #ifndef DIB_TONE_LOOKUP_H
 #define DIB_TONE_LOOKUP_H
 
@@ -53,12 +53,15 @@ public:
 
 private:
     template <bool KeepFourth>
-    std::size_t mapFast(unsigned char* bytes, std::size_t count) const;
+    std::size_t mapVectors(unsigned char* bytes, std::size_t count) const;
 
     const unsigned char* table_;
     ToneLine line_;
     bool isLine_;
 };
+
+// Replaces every byte by its complement, which needs no table.
+void invertBytes(unsigned char* bytes, std::size_t count);
 
 }  // namespace dib
 

@@ -1,4 +1,4 @@
-#include "dib/ByteTone.h"
+#include "dib/ToneLookup.h"
 #include "effects/EffectFrame.h"
 
 bool DibEffectReverse(DibProgressCallback, void*, DibStream* image) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "geometry/RowsAvx2.h"
+#include "geometry/RowVectors.h"
 
 namespace dib {
 
@@ -59,9 +59,10 @@ namespace {
 
 template <int Channels>
 DIB_ALWAYS_INLINE void averageAcrossBody(const unsigned char* __restrict row, const AreaSpans& spans,
-                                         unsigned char* __restrict out) {
+                                         std::size_t firstSpan, unsigned char* __restrict out) {
     const std::size_t taps = spans.taps();
-    for (std::size_t i = 0; i < spans.count(); ++i) {
+    out += firstSpan * Channels;
+    for (std::size_t i = firstSpan; i < spans.count(); ++i) {
         const unsigned char* pixel = row + spans.first(i) * Channels;
         const std::uint16_t* weights = spans.weights(i);
         std::int32_t sums[Channels] = {};
@@ -109,14 +110,12 @@ DIB_ALWAYS_INLINE void divideRowBody(const std::int32_t* __restrict sums, float 
 }  // namespace
 
 void averageAcross(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out) {
-    if (!spans.isExact()) {
-        averageLongSpans(row, spans, static_cast<std::size_t>(channels), out);
-    } else if (kernelLevel() >= KernelLevel::kAvx2) {
-        averageAcrossAvx2(row, spans, channels, out);
-    } else if (channels == 3) {
-        averageAcrossBody<3>(row, spans, out);
+    if (!spans.isExact()) return averageLongSpans(row, spans, static_cast<std::size_t>(channels), out);
+    const std::size_t done = averageAcrossVectors(row, spans, channels, out);
+    if (channels == 3) {
+        averageAcrossBody<3>(row, spans, done, out);
     } else {
-        averageAcrossBody<4>(row, spans, out);
+        averageAcrossBody<4>(row, spans, done, out);
     }
 }
 

@@ -26,7 +26,7 @@ DIB_ALWAYS_INLINE std::int32_t divideExactly(std::int32_t sum, float inverseTota
 // `taps` neighbours from there on (those that do not belong to it weigh 0). Weights never exceed 256.
 class AreaSpans {
 public:
-    // How many taps the kernels take at once; `taps` is a multiple of it.
+    // Taps that the kernels process at once; `taps` is a multiple.
     static constexpr std::size_t kGroup = 4;
 
     AreaSpans(std::size_t sourceCount, std::size_t count);

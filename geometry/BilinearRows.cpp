@@ -1,7 +1,7 @@
 #include "geometry/BilinearRows.h"
 
 #include "dib/Kernels.h"
-#include "geometry/RowsAvx2.h"
+#include "geometry/RowVectors.h"
 
 namespace dib {
 
@@ -38,8 +38,7 @@ DIB_ALWAYS_INLINE void mixDownBody(const std::uint16_t* __restrict upper,
 
 void mixAcross(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
                std::uint16_t* sums) {
-    const bool wide = kernelLevel() >= KernelLevel::kAvx2;
-    const std::size_t done = wide ? mixAcrossAvx2(row, taps, count, channels, sums) : 0;
+    const std::size_t done = mixAcrossVectors(row, taps, count, channels, sums);
     sums += done * static_cast<std::size_t>(channels);
     if (channels == 3) {
         mixAcrossBody<3>(row, taps + done, count - done, sums);
@@ -50,8 +49,7 @@ void mixAcross(const unsigned char* row, const ColumnTap* taps, std::size_t coun
 
 void mixDown(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
              std::size_t count, unsigned char* out) {
-    const bool wide = kernelLevel() >= KernelLevel::kAvx2;
-    const std::size_t done = wide ? mixDownAvx2(upper, lower, lowerWeight, count, out) : 0;
+    const std::size_t done = mixDownVectors(upper, lower, lowerWeight, count, out);
     mixDownBody(upper + done, lower + done, lowerWeight, count - done, out + done);
 }
 

@@ -17,7 +17,7 @@ Canvas::Canvas(DibStream& image, int width, int height) {
 
 bool Canvas::installInto(DibStream& image) {
     if (!ensureColorTable(image, addressableEntries(header.biBitCount))) return false;
-    // A longer header had its table behind it; behind 40 bytes it stays the table of the image.
+    // The table of a longer header moves to where that of a 40-byte header is.
     const std::size_t entries = addressableEntries(header.biBitCount);
     auto* block = reinterpret_cast<unsigned char*>(image.Header);
     std::memmove(block + kHeaderBytes, colorTable(image.Header), entries * kEntryBytes);

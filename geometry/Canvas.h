@@ -1,5 +1,5 @@
-// A new size for an image: the header and pixel block that are filled while the image still holds the old
-// ones, and take their place at the end.
+// A new size for an image: a header and a pixel block that are filled while the image still has the old ones,
+// and then replace them.
 #ifndef GEOMETRY_CANVAS_H
 #define GEOMETRY_CANVAS_H
 

@@ -23,8 +23,8 @@ struct Overlap {
           length(std::min(oldSize, newSize)) {}
 };
 
-// One row of the fill value: every byte up to 8 bits, every word at 16; at 24 bits the pixels alone, where fill bytes
-// could hold no whole one.
+// One row of the fill value: every byte up to 8 bits, every word at 16; at 24 bits the pixels alone, where
+// fill bytes could hold no whole one.
 void fillRow(unsigned char* row, std::size_t rowBytes, std::size_t width, int depth, std::uint32_t fill) {
     switch (depth) {
         case 1: std::memset(row, fill != 0 ? 255 : 0, rowBytes); return;

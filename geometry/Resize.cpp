@@ -4,9 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "dib/Kernels.h"
 #include "geometry/Canvas.h"
-#include "geometry/RowsAvx2.h"
+#include "geometry/RowVectors.h"
 
 bool DibStream::Resize(int width, int height, DIB_RESIZE_METHOD method) {
     if (Buffer == nullptr || Header == nullptr) return false;
@@ -38,8 +37,7 @@ void halveRowEnd(const unsigned char* first, const unsigned char* second, unsign
 
 void halveRow(const unsigned char* first, const unsigned char* second, int channels, unsigned char* out,
               std::size_t width) {
-    const bool wide = dib::kernelLevel() >= dib::KernelLevel::kAvx2;
-    const std::size_t done = wide ? dib::halveRowAvx2(first, second, channels, out, width) : 0;
+    const std::size_t done = dib::halveRowVectors(first, second, channels, out, width);
     if (channels == 3) {
         halveRowEnd<3>(first, second, out, done, width);
     } else {

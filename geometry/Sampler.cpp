@@ -31,7 +31,7 @@ private:
     const unsigned char* end_;
 };
 
-// The layout is that of `Bits`, whatever the depth of the image is.
+// Reads in the layout of `Bits`, whatever the depth of the image.
 template <int Bits>
 std::uint32_t colorAt(DibStream* image, float x, float y, unsigned int flags) {
     if (image == nullptr) return 0;

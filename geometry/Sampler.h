@@ -108,8 +108,8 @@ DIB_ALWAYS_INLINE std::uint64_t mixColumns(const unsigned char* row, const Colum
            spreadChannels(both >> Bits & kPixel) * pair.rightWeight;
 }
 
-// The up to four pixels that are mixed. An axis without a second pixel mixes the pixel with itself at weight 0. That is
-// exact: a channel weighted by 256 and shifted back by 8 is the channel.
+// The up to four pixels that are mixed. An axis without a second pixel mixes the pixel with itself at weight
+// 0. That is exact: a channel weighted by 256 and shifted back by 8 is the channel.
 struct BilinearTaps {
     const unsigned char* upper;
     const unsigned char* lower;

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "dib/ByteTone.h"
 #include "dib/ToneLookup.h"
 #include "geometry/Canvas.h"
 

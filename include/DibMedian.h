@@ -64,7 +64,7 @@ public:
 };
 
 /// All pixels in 16 x 16 x 16 cells by the top four bits of their channels. Must be zeroed before use and
-/// cleared after it. `execute` comes to the same boxes by counting distinct colours, which is several times
+/// cleared after it. `execute` finds the same boxes by counting distinct colours, which is several times
 /// faster.
 class medianhist {
 public:
@@ -94,7 +94,7 @@ public:
     /// The rows of the table of boxes, and so the limit of any `maxColours`.
     static constexpr int kMaxBoxes = 260;
 
-    /// A box and the leaf that stands for it, which the tree owns.
+    /// A box and its leaf, which the tree owns.
     struct Box {
         colinfo info;   ///< Its bounds and pixels.
         coltree* leaf;  ///< Its leaf.

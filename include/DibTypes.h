@@ -1,6 +1,5 @@
 /// @file
-/// What an image is made of, and what its operations say: the header, the pixels, the progress callback
-/// and the error codes.
+/// The types of images: header, pixels, progress callback and error codes.
 #ifndef DIBSTREAM_DIBTYPES_H
 #define DIBSTREAM_DIBTYPES_H
 
@@ -36,12 +35,12 @@ struct DibBGRA {
     std::uint8_t blue;   ///< 0 to 255.
     std::uint8_t green;  ///< 0 to 255.
     std::uint8_t red;    ///< 0 to 255.
-    std::uint8_t alpha;  ///< 0 to 255; what it means is the image's affair.
+    std::uint8_t alpha;  ///< 0 to 255; its meaning depends on the image.
 };
 static_assert(sizeof(DibBGRA) == 4);
 
-/// Told the fraction of the work that is done, from 0 to 1, and the pointer that the caller gave; returning
-/// false cancels the operation.
+/// Called with the fraction of the work that is done, from 0 to 1, and the caller's pointer; returning false
+/// cancels the operation.
 using DibProgressCallback = bool (*)(float, void*);
 
 /// The codes held in `DibStream::ErrorCode`.
@@ -50,8 +49,8 @@ enum DibErrorCode : int {
     DIB_ERROR_GENERAL = 1,      ///< Failed without a more exact code.
     DIB_ERROR_MEMORY = 2,       ///< An allocation failed, or an image cannot exist in that size or depth.
     DIB_ERROR_OPEN = 3,         ///< The file cannot be opened.
-    DIB_ERROR_READ = 4,         ///< A read came short.
-    DIB_ERROR_WRITE = 5,        ///< A write came short.
+    DIB_ERROR_READ = 4,         ///< The file ends early, or reading failed.
+    DIB_ERROR_WRITE = 5,        ///< Writing failed.
     DIB_ERROR_INVALID = 6,      ///< Bad header or data in a file.
     DIB_ERROR_UNSUPPORTED = 7,  ///< A variant that the codec does not handle.
     DIB_ERROR_MISMATCH = 8,     ///< The image's depth or kind does not fit the operation.

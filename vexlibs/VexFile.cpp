@@ -34,6 +34,6 @@ void GetFileExtension(char* out, const char* path) {
     const char* name = slash != nullptr ? slash + 1 : path;
     const char* dot = std::strrchr(name, '.');
     const char* extension = dot != nullptr && dot != name ? dot + 1 : "";
-    // The extension may be wanted in the path's own memory.
+    // `out` may be the path itself.
     std::memmove(out, extension, std::strlen(extension) + 1);
 }

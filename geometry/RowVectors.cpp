@@ -1,10 +1,12 @@
-#include "geometry/RowsAvx2.h"
+#include "geometry/RowVectors.h"
 
 #if defined(__x86_64__)
 
 #include <immintrin.h>
 
 #include <cstring>
+
+#include "dib/Kernels.h"
 
 namespace dib {
 
@@ -64,8 +66,8 @@ DIB_TARGET_AVX2 std::size_t mixAcrossIn4(const unsigned char* row, const ColumnT
     return count / 4 * 4;
 }
 
-// 16 values of mixDown: the high halves of both products and the carry out of their low halves, which is there
-// when saturation makes a difference.
+// 16 values of mixDown: the high halves of both products and the carry out of their low halves, which is
+// there when saturation makes a difference.
 DIB_TARGET_AVX2 inline __m256i mixDown16(const std::uint16_t* upper, const std::uint16_t* lower, __m256i w0,
                                          __m256i w1) {
     const __m256i a = load32(upper);
@@ -109,7 +111,9 @@ DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::u
 }
 
 template <int Channels>
-DIB_TARGET_AVX2 void averageAcrossIn2(const unsigned char* row, const AreaSpans& spans, unsigned char* out) {
+DIB_TARGET_AVX2 std::size_t averageAcrossIn2(const unsigned char* row, const AreaSpans* rowSpans,
+                                             unsigned char* out) {
+    const AreaSpans& spans = *rowSpans;
     const __m256i pairs = joinLanes(pairMask(Channels, 0), pairMask(Channels, 2));
     const std::size_t taps = spans.taps();
     const std::uint32_t* firsts = spans.firsts();
@@ -135,6 +139,7 @@ DIB_TARGET_AVX2 void averageAcrossIn2(const unsigned char* row, const AreaSpans&
         const int second = _mm256_extract_epi32(bytes, 4);
         std::memcpy(out + j * Channels, &second, 4);
     }
+    return spans.count();
 }
 
 // Four pixels of two rows as the sums of each pixel with its neighbour and the pixels below, in the low 12 or
@@ -186,27 +191,27 @@ DIB_TARGET_AVX2 std::size_t halveIn8(const unsigned char* first, const unsigned 
 
 }  // namespace
 
-std::size_t mixAcrossAvx2(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
-                          std::uint16_t* sums) {
-    return channels == 3 ? mixAcrossIn4<3>(row, taps, count, sums) : mixAcrossIn4<4>(row, taps, count, sums);
+std::size_t mixAcrossVectors(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
+                             std::uint16_t* sums) {
+    return channels == 3 ? runVectors<mixAcrossIn4<3>>(row, taps, count, sums)
+                         : runVectors<mixAcrossIn4<4>>(row, taps, count, sums);
 }
 
-std::size_t mixDownAvx2(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
-                        std::size_t count, unsigned char* out) {
-    return mixDownIn32(upper, lower, lowerWeight, count, out);
+std::size_t mixDownVectors(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
+                           std::size_t count, unsigned char* out) {
+    return runVectors<mixDownIn32>(upper, lower, lowerWeight, count, out);
 }
 
-void averageAcrossAvx2(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out) {
-    if (channels == 3) {
-        averageAcrossIn2<3>(row, spans, out);
-    } else {
-        averageAcrossIn2<4>(row, spans, out);
-    }
+std::size_t averageAcrossVectors(const unsigned char* row, const AreaSpans& spans, int channels,
+                                 unsigned char* out) {
+    return channels == 3 ? runVectors<averageAcrossIn2<3>>(row, &spans, out)
+                         : runVectors<averageAcrossIn2<4>>(row, &spans, out);
 }
 
-std::size_t halveRowAvx2(const unsigned char* first, const unsigned char* second, int channels,
-                         unsigned char* out, std::size_t width) {
-    return channels == 3 ? halveIn8<3>(first, second, out, width) : halveIn8<4>(first, second, out, width);
+std::size_t halveRowVectors(const unsigned char* first, const unsigned char* second, int channels,
+                            unsigned char* out, std::size_t width) {
+    return channels == 3 ? runVectors<halveIn8<3>>(first, second, out, width)
+                         : runVectors<halveIn8<4>>(first, second, out, width);
 }
 
 }  // namespace dib
@@ -215,16 +220,15 @@ std::size_t halveRowAvx2(const unsigned char* first, const unsigned char* second
 
 namespace dib {
 
-// Never reached: without AVX2 the level is the baseline.
-std::size_t mixAcrossAvx2(const unsigned char*, const ColumnTap*, std::size_t, int, std::uint16_t*) {
+std::size_t mixAcrossVectors(const unsigned char*, const ColumnTap*, std::size_t, int, std::uint16_t*) {
     return 0;
 }
-std::size_t mixDownAvx2(const std::uint16_t*, const std::uint16_t*, std::uint32_t, std::size_t,
-                        unsigned char*) {
+std::size_t mixDownVectors(const std::uint16_t*, const std::uint16_t*, std::uint32_t, std::size_t,
+                           unsigned char*) {
     return 0;
 }
-void averageAcrossAvx2(const unsigned char*, const AreaSpans&, int, unsigned char*) {}
-std::size_t halveRowAvx2(const unsigned char*, const unsigned char*, int, unsigned char*, std::size_t) {
+std::size_t averageAcrossVectors(const unsigned char*, const AreaSpans&, int, unsigned char*) { return 0; }
+std::size_t halveRowVectors(const unsigned char*, const unsigned char*, int, unsigned char*, std::size_t) {
     return 0;
 }
 
