@@ -99,7 +99,7 @@ TEST(NewImage, ReplacedImagesAreLeftAlone) {
 TEST(NewImage, CreatesAsCreateDoes) {
     const Bytes one(1);
     formats::ByteReader file(one.data(), one.size());
-    for (const std::uint64_t fewestBytes : {0, 1}) {
+    for (const std::uint64_t fewestBytes : {std::uint64_t{0}, std::uint64_t{1}}) {
         DibStream image;
         NewImage rows(&image);
         ASSERT_TRUE(rows.create(file, 3, -2, 8, fewestBytes));
@@ -128,7 +128,7 @@ TEST(NewImage, CreatesAsCreateDoes) {
 TEST(NewImage, EveryAllocationMayFail) {
     const Bytes one(1);
     formats::ByteReader file(one.data(), one.size());
-    for (const std::uint64_t fewestBytes : {0, 1}) {
+    for (const std::uint64_t fewestBytes : {std::uint64_t{0}, std::uint64_t{1}}) {
         DibPtr image;
         bool created = false;
         const int failures = testing_support::forEachFailingAllocation(
