@@ -256,7 +256,8 @@ bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     // A negative height creates an image without reading a row, and fails.
     const int bitCount = header.kind->bitCount;
     const std::uint64_t rows = static_cast<std::uint64_t>(std::max(header.height, 0));
-    const std::uint64_t fewestBytes = static_cast<std::uint64_t>(header.width) * rows * (bitCount / 8);
+    const std::uint64_t fewestBytes =
+        static_cast<std::uint64_t>(header.width) * rows * (bitCount == 24 ? 3 : 1U);
     formats::NewImage picture(image);
     if (!picture.create(reader, header.width, header.height, bitCount, fewestBytes)) return false;
     image->SetMonoPalette();
