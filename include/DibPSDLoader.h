@@ -111,7 +111,7 @@ public:
 
     /// A loader without target: loading makes one that lives as long as the loader.
     DIB_EXPORT DibPSDLoader();
-    /// A loader that fills `dib` and holds a reference to it; null is as without.
+    /// A loader that fills `dib` and holds a reference to it; null is the same as no target.
     DIB_EXPORT explicit DibPSDLoader(DibStream* dib);
     /// Releases the target and every layer.
     DIB_EXPORT ~DibPSDLoader();
@@ -129,7 +129,7 @@ public:
     DIB_EXPORT void SetCallback(DibProgressCallback callback, void* user);
     /// Where a diagnostic text is written during loads; null (the default) for nowhere. Not owned.
     DIB_EXPORT void SetLog(std::FILE* log);
-    /// Whether layers are read; without, the whole section is skipped. Default false.
+    /// Whether layers are read; otherwise the whole section is skipped. Default false.
     DIB_EXPORT void EnableLayer(bool enable);
     /// Whether layer masks are decoded, so that a damaged one fails the load. They are not kept. Default
     /// false.

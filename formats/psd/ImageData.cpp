@@ -67,7 +67,7 @@ bool readPackBitsRow(Document& document, unsigned char* out, std::int64_t count,
     Reader& file = document.file;
     const auto wanted = static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
     const auto available = static_cast<std::size_t>(std::max<std::int64_t>(packedBytes, 0));
-    if (available <= Reader::kBufferBytes) {
+    if (std::min(count, packedBytes) >= 0 && available <= Reader::kBufferBytes) {
         const Reader::Bytes row = file.ahead(available);
         if (row.size >= available && unpackRow(row.data, available, out, wanted)) {
             file.consume(available);
@@ -111,12 +111,6 @@ struct Channels {
     }
 };
 
-// What is in the image before the planes are read one after the other: the first rows of the first channels.
-struct Stored {
-    std::size_t channels = 0;
-    std::int64_t rows = 0;
-};
-
 // The first channels of the target that can be stored side by side, one for each byte of a pixel; 0 when they
 // cannot.
 std::size_t interleavedChannels(const Document& document, const Channels& channels) {
@@ -140,11 +134,11 @@ public:
     }
     // Stores rows of several planes at once, as far as they are whole.
     void storeInterleaved() {
-        stored_.channels = interleavedChannels(document_, channels_);
-        if (stored_.channels > 0)
-            stored_.rows = storeSideBySide(document_.file, *image_, stored_.channels, planes_);
+        storedChannels_ = interleavedChannels(document_, channels_);
+        if (storedChannels_ > 0)
+            storedRows_ = storeSideBySide(document_.file, *image_, storedChannels_, planes_);
     }
-    std::int64_t storedRows() const { return stored_.rows; }
+    std::int64_t storedRows() const { return storedRows_; }
     // Reads the rest, plane after plane.
     bool readPlanes(std::vector<DibStream*>* masks);
 
@@ -159,7 +153,8 @@ private:
     Channels channels_;
     Planes planes_;
     dib::MallocPtr<unsigned char> line_;
-    Stored stored_;
+    std::size_t storedChannels_ = 0;  // the first ones, of which the image has
+    std::int64_t storedRows_ = 0;     // so many rows before `readPlanes`
 };
 
 bool BlockReader::readPlanes(std::vector<DibStream*>* masks) {
@@ -191,7 +186,7 @@ bool BlockReader::report() {
 bool BlockReader::readPlane(std::size_t channel, DibStream* destination, PSD_CHANNEL_ID id) {
     Reader& file = document_.file;
     const SampleKind kind = {document_.header.mode, document_.header.depth};
-    const std::int64_t first = channel < stored_.channels ? stored_.rows : 0;
+    const std::int64_t first = channel < storedChannels_ ? storedRows_ : 0;
     file.seek(file.position() + planes_.bytesInFileUpTo(channel, first));
     for (std::int64_t row = first; row < planes_.rows; ++row) {
         const std::int64_t fileBytes = planes_.bytesInFile(channel, row);
@@ -219,13 +214,13 @@ DibStream* BlockReader::addMask(std::vector<DibStream*>& masks) try {
     return nullptr;
 }
 
-// The planes behind a damaged one do not show, although the rows above the damage were stored with the
-// others.
+// Reading stops at a damaged plane, so the later ones must not show: erases the rows of theirs that were
+// stored side by side.
 void BlockReader::eraseChannelsFrom(std::size_t channel) {
     const SampleKind kind = {document_.header.mode, document_.header.depth};
     std::memset(line_.get(), 0xFF, static_cast<std::size_t>(planes_.rowBytes));
-    for (; channel < stored_.channels; ++channel) {
-        for (int row = 0; row < stored_.rows; ++row)
+    for (; channel < storedChannels_; ++channel) {
+        for (int row = 0; row < storedRows_; ++row)
             storeRow(kind, image_, row, channels_.id(channel), line_.get());
     }
 }
@@ -241,7 +236,7 @@ bool readImageData(Document& document, DibStream* image, std::vector<DibStream*>
 bool readMergedPicture(Document& document) {
     constexpr PSD_CHANNEL_ID kColours[] = {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE,
                                            PSD_CHANNEL_TRANSPARENCY};
-    // A second channel of two is not stored: whether it is green or alpha is not said by the count.
+    // A second channel of two is not stored: the count does not say whether it is green or alpha.
     const std::size_t count = document.header.channels;
     const std::size_t known = count < 3 ? std::min<std::size_t>(count, 1) : std::min<std::size_t>(count, 4);
     BlockReader block(document, document.target, {{kColours, known}, count});

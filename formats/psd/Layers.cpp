@@ -154,7 +154,7 @@ bool readPixels(Document& document, std::size_t index, const ChannelLengths& len
 }
 
 bool readAllLayers(Document& document, int count) {
-    // Records are made as they are met: where the file ends, the layers that were announced end, too.
+    // Records are created as they are read: a count beyond the end of the file costs no memory.
     std::vector<ChannelLengths> channelLengths;
     for (int i = 0; i < count && document.file.remaining() > 0; ++i) {
         PSDLayerInfo& layer = document.layers.emplace_back();

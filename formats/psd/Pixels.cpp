@@ -13,7 +13,7 @@
 namespace formats::psd {
 
 bool createPicture(Reader& file, DibStream& image, std::int64_t width, std::int64_t height, int bitCount) {
-    // Numbers that are no int are no size either; the largest int never fits with the other side above 0.
+    // Larger numbers fail as the largest int does.
     const int columns = static_cast<int>(std::min<std::int64_t>(width, INT32_MAX));
     const int rows = static_cast<int>(std::min<std::int64_t>(height, INT32_MAX));
     const dib::ImageSize size = dib::admitSize(columns, rows, bitCount);

@@ -68,7 +68,7 @@ void fillRowEnd(DibStream& image, int row, std::size_t usedBytes) {
     std::memset(image.ScanLine(row) + usedBytes, 0xFF, image.GetPitch() - usedBytes);
 }
 
-// The rows of a single raw plane are those of the picture, which has them the other way round.
+// A single raw plane has the rows of the picture in reverse order.
 std::int64_t storeOnlyPlane(Reader& file, DibStream& image, const Planes& planes) {
     const auto width = static_cast<std::size_t>(planes.width);
     const auto step = -static_cast<std::ptrdiff_t>(image.GetPitch());

@@ -181,6 +181,20 @@ TEST(PsdCallback, TheLoaderMayBeUsedMeanwhile) {
         loader.SetCallback(Watcher::callback, &watcher);
         EXPECT_TRUE(loader.Load(testing_support::openBytes(bytes).get()));
     }
+    // Layers are not read while they are being read.
+    {
+        DibPSDLoader loader(image.get());
+        loader.EnableLayer(true);
+        Watcher watcher{[&](int call) {
+            if (call == 4 || call == 5) {
+                EXPECT_FALSE(loader.LoadLayerMaskInfo());
+            }
+        }};
+        loader.SetCallback(Watcher::callback, &watcher);
+        EXPECT_TRUE(loader.Load(testing_support::openBytes(bytes).get()));
+        EXPECT_EQ(loader.GetLayerNum(), 1);
+        EXPECT_EQ(watcher.calls, kSectionCalls + 2 + 3);
+    }
     // Without its target the load has nothing to fill.
     for (const int call : {0, 1, 4, 5}) {
         image->AddRef();  // the reference that the loader forgets

@@ -129,8 +129,13 @@ TEST(PsdSteps, PackBitsRowsConsumeWhatTheyUnpack) {
             EXPECT_FALSE(loader.DecodeRLE(row, 1, 3));
             EXPECT_FALSE(loader.DecodeRLE(row, 2, 4));
             EXPECT_EQ(nextByte(loader), 66);
+            EXPECT_FALSE(loader.DecodeRLE(row, -5, 0));
+            EXPECT_FALSE(loader.DecodeRLE(row, 0, -3));
+            EXPECT_TRUE(loader.DecodeRLE(row, 0, 0));
         });
-    EXPECT_EQ(log, "invalid posotion 2/3\ninvalid load bytes 3/2\n");
+    EXPECT_EQ(log,
+              "invalid posotion 2/3\ninvalid load bytes 3/2\n"
+              "invalid load bytes 0/-5\ninvalid posotion 0/-3\n");
 }
 
 TEST(PsdSteps, PlanesWithoutAnImageAreRead) {
