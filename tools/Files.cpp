@@ -5,17 +5,17 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <random>
 
 #include "tools/Cancel.h"
 #include "tools/Failure.h"
 
 namespace tool {
+
+using files::Descriptor;
 
 namespace {
 
@@ -67,13 +67,6 @@ CopyResult copyBytes(int from, int to) {
     }
 }
 
-std::string eightRandomLetters() {
-    std::random_device source;
-    std::string letters(8, ' ');
-    for (char& letter : letters) letter = static_cast<char>('a' + source() % 26);
-    return letters;
-}
-
 }  // namespace
 
 void guardStandardStreams() {
@@ -82,21 +75,6 @@ void guardStandardStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
         if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", modes[stream]) < 0) std::abort();
     }
-}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-}
-
-Descriptor::~Descriptor() {
-    if (isOpen()) ::close(number_);
-}
-
-bool Descriptor::close() {
-    const int number = number_;
-    number_ = -1;
-    return ::close(number) == 0;
 }
 
 SilencedErrors::SilencedErrors() : kept_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
@@ -133,7 +111,7 @@ InputFile::InputFile(const std::string& name)
 }
 
 OutputFile::OutputFile(const std::string& name)
-    : target_(name), title_(name == "-" ? "standard output" : name) {
+    : name_(name), title_(name == "-" ? "standard output" : name) {
     struct stat status {};
     const bool exists = name != "-" && stat(name.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, EISDIR);
@@ -143,49 +121,24 @@ OutputFile::OutputFile(const std::string& name)
         path_ = descriptorPath(spool_);
         return;
     }
-    if (exists) {
-        // A symbolic link stays one: the file that it points to is replaced.
-        char resolved[PATH_MAX];
-        if (realpath(name.c_str(), resolved) != nullptr) target_ = resolved;
-    }
-    makeBesideTarget();
-}
-
-void OutputFile::makeBesideTarget() {
-    const std::size_t slash = target_.rfind('/');
-    const std::string folder = slash == std::string::npos ? "" : target_.substr(0, slash + 1);
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        path_ = folder + ".dib-" + eightRandomLetters();
-        const Descriptor made(open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
-        if (made.isOpen()) {
-            setUnfinishedFile(path_.c_str());
-            return;
-        }
-        if (errno != EEXIST) break;
-    }
-    fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, errno);
+    replaced_ = std::make_unique<files::ReplacedFile>(name.c_str());
+    if (replaced_->error() != 0) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, replaced_->error());
+    path_ = replaced_->path();
+    setUnfinishedFile(path_.c_str());
 }
 
 OutputFile::~OutputFile() {
-    if (isCommitted_ || spool_.isOpen()) return;
-    unlink(path_.c_str());
+    replaced_.reset();
     setUnfinishedFile(nullptr);
 }
 
 void OutputFile::commit() {
-    if (spool_.isOpen()) {
-        copyToTarget();
-        return;
-    }
-    if (rename(path_.c_str(), target_.c_str()) != 0) {
-        fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, errno);
-    }
-    isCommitted_ = true;
-    setUnfinishedFile(nullptr);
+    if (replaced_ == nullptr) return copyToTarget();
+    if (!replaced_->commit()) fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, replaced_->error());
 }
 
 void OutputFile::copyToTarget() {
-    Descriptor target(target_ == "-" ? dup(STDOUT_FILENO) : open(target_.c_str(), O_WRONLY | O_CLOEXEC));
+    Descriptor target(name_ == "-" ? dup(STDOUT_FILENO) : open(name_.c_str(), O_WRONLY | O_CLOEXEC));
     if (!target.isOpen()) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, errno);
     lseek(spool_.number(), 0, SEEK_SET);
     const CopyResult copied = copyBytes(spool_.number(), target.number());

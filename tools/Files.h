@@ -6,29 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "files/ReplacedFile.h"
 #include "tools/Formats.h"
 
 namespace tool {
 
 /// Makes sure that no file that the program opens takes the place of a standard stream that its caller closed.
 void guardStandardStreams();
-
-/// An open file descriptor.
-class Descriptor {
-public:
-    explicit Descriptor(int number = -1) : number_(number) {}
-    Descriptor(Descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    ~Descriptor();
-
-    int number() const { return number_; }
-    bool isOpen() const { return number_ >= 0; }
-    /// Closes now. @return False when that failed.
-    bool close();
-
-private:
-    int number_;
-};
 
 /// Standard error leads nowhere for as long as this lives.
 class SilencedErrors {
@@ -39,7 +23,7 @@ public:
     SilencedErrors& operator=(const SilencedErrors&) = delete;
 
 private:
-    Descriptor kept_;
+    files::Descriptor kept_;
 };
 
 /// A file to read. Standard input, and whatever else cannot be read twice, is spooled to a file without a
@@ -58,13 +42,12 @@ public:
 private:
     std::string path_;
     std::string title_;
-    Descriptor spool_;
+    files::Descriptor spool_;
     std::vector<unsigned char> firstBytes_;
 };
 
-/// A file to write. The library writes to `path()`: a new file beside the target, or one without a name when
-/// the target is standard output, a device or a pipe. `commit` puts it in place; otherwise nothing remains of
-/// it.
+/// A file to write. The library writes to `path()`: a temporary file in the folder of the target, or one without a name
+/// when the target is standard output, a device or a pipe. Without `commit` the target stays as it was.
 class OutputFile {
 public:
     /// @throws Failure (output) when it cannot be made.
@@ -79,14 +62,13 @@ public:
     void commit();
 
 private:
-    void makeBesideTarget();
     void copyToTarget();
 
-    std::string target_;
+    std::string name_;
     std::string title_;
     std::string path_;
-    Descriptor spool_;  ///< Open when the bytes are copied to the target instead of being renamed.
-    bool isCommitted_ = false;
+    std::unique_ptr<files::ReplacedFile> replaced_;  ///< Null when `spool_` is copied to the target.
+    files::Descriptor spool_;
 };
 
 /// Makes a folder and those above it, where they are not there. @throws Failure (output).

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -309,6 +310,48 @@ TEST_F(RunCommand, AFailedSaveLeavesTheOldFile) {
 TEST_F(RunCommand, NewFilesHaveThePermissionsOfTheUmask) {
     EXPECT_EQ(run({"run", "in.bmp", "out.bmp"}, "", [] { umask(027); }).exitCode, 0);
     EXPECT_EQ(fs::status("out.bmp").permissions(), static_cast<fs::perms>(0640));
+}
+
+TEST_F(RunCommand, ReplacedFilesKeepTheirModeAndAttributes) {
+    for (const int mode : {0600, 0640, 0755}) {
+        writeFile("out.bmp", "old");
+        fs::permissions("out.bmp", static_cast<fs::perms>(mode));
+        const bool hasAttributes = setxattr("out.bmp", "user.origin", "camera", 6, 0) == 0;
+        ASSERT_EQ(run({"run", "in.bmp", "out.bmp"}, "", [] { umask(022); }).errors, "");
+        EXPECT_EQ(readFile("out.bmp"), readFile("in.bmp"));
+        EXPECT_EQ(fs::status("out.bmp").permissions(), static_cast<fs::perms>(mode));
+        char origin[8] = {};
+        if (hasAttributes) {
+            EXPECT_EQ(getxattr("out.bmp", "user.origin", origin, sizeof origin), 6);
+            EXPECT_STREQ(origin, "camera");
+        }
+    }
+}
+
+TEST_F(RunCommand, ReplacedFilesKeepTheirOwner) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can write files of others";
+    writeFile("out.bmp", "old");
+    ASSERT_EQ(chown("out.bmp", 12345, 23456), 0);
+    ASSERT_EQ(run({"run", "in.bmp", "out.bmp"}).errors, "");
+    struct stat status {};
+    ASSERT_EQ(stat("out.bmp", &status), 0);
+    EXPECT_EQ(status.st_uid, 12345U);
+    EXPECT_EQ(status.st_gid, 23456U);
+}
+
+TEST_F(RunCommand, ProtectedFilesStay) {
+    writeFile("out.bmp", "old");
+    fs::permissions("out.bmp", static_cast<fs::perms>(0444));
+    fs::permissions(".", fs::perms::all);
+    // Root may write everything.
+    const Result result = run({"run", "in.bmp", "out.bmp"}, "", [] {
+        if (geteuid() == 0 && setuid(65534) != 0) _exit(126);
+    });
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_EQ(result.errors, "dib: out.bmp: save: open file (Permission denied)\n");
+    EXPECT_EQ(readFile("out.bmp"), "old");
+    EXPECT_EQ(fs::status("out.bmp").permissions(), static_cast<fs::perms>(0444));
+    EXPECT_EQ(filesHere(), kInputAndOutput);
 }
 
 TEST_F(RunCommand, SymbolicLinksAndDevicesStay) {
