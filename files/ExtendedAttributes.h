@@ -1,4 +1,5 @@
-// The named values that a system keeps with a file beside its content: labels, access lists, download origins.
+// The named values that a system keeps with a file beside its content: labels, access lists, download
+// origins.
 #ifndef FILES_EXTENDED_ATTRIBUTES_H
 #define FILES_EXTENDED_ATTRIBUTES_H
 

@@ -8,13 +8,13 @@
 
 namespace files {
 
-// The new file is written under a temporary name in the folder of the target, and removed with the object unless
-// commit() renamed it. A link to a file is followed and stays. Targets that cannot be replaced (devices, pipes, files
-// without a name) are written directly.
+// The new file is written under a temporary name in the folder of the target, and removed with the object
+// unless commit() renamed it. A link to a file is followed and stays. Targets that cannot be replaced
+// (devices, pipes, files without a name) are written directly.
 //
-// The new file gets the owner, group, mode and extended attributes of the file that it replaces, as far as the system
-// permits, and is private until then. Set-user-ID and set-group-ID bits stay only with the same owner and group. Where
-// there was no file, it gets the mode of any new file.
+// The new file gets the owner, group, mode and extended attributes of the file that it replaces, as far as
+// the system permits, and is private until then. Set-user-ID and set-group-ID bits stay only with the same
+// owner and group. Where there was no file, it gets the mode of any new file.
 //
 // The constructor and commit() may throw std::bad_alloc.
 class ReplacedFile {
@@ -24,14 +24,15 @@ public:
     ReplacedFile(const ReplacedFile&) = delete;
     ReplacedFile& operator=(const ReplacedFile&) = delete;
 
-    // The system's error number of the step that failed, or 0. A target that is protected from writing fails with EACCES,
-    // although its folder would permit to replace it.
+    // The system's error number of the step that failed, or 0. A target that is protected from writing fails
+    // with EACCES, although its folder would permit to replace it.
     int error() const { return error_; }
     // The file to write: an empty one that exists, to be written through the descriptor or opened by name.
     const std::string& path() const { return path_; }
     // Open for writing until it is taken.
     Descriptor& descriptor() { return descriptor_; }
-    // Puts the file in place, after it was written and closed. False when it could not be: the target is unchanged.
+    // Puts the file in place, after it was written and closed. False when it could not be: the target is
+    // unchanged.
     bool commit();
 
 private:

@@ -27,8 +27,8 @@ private:
     PluginLoader::Bundle bundle_;
 };
 
-// Why the bundle at a path cannot be used, as the end of a sentence about it; empty when it has the export. Loads its
-// code.
+// Why the bundle at a path cannot be used, as the end of a sentence about it; empty when it has the export.
+// Loads its code.
 inline std::string bundleProblem(PluginLoader& loader, const std::string& path, const char* name) {
     OpenBundle bundle(loader, path.c_str());
     if (!bundle.exists()) return "is missing";

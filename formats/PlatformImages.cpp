@@ -1,5 +1,5 @@
-// What becomes of a foreign bitmap and of an image that leaves: choice of depth, pixels, row order, and the order of
-// the platform's steps.
+// What becomes of a foreign bitmap and of an image that leaves: choice of depth, pixels, row order, and the
+// order of the platform's steps.
 #include "formats/PlatformImages.h"
 
 #include <algorithm>
@@ -94,8 +94,9 @@ std::unique_ptr<PlatformImage> makeImage(ImagePlatform& platform, const RowSourc
     return platform.makeImage(block.release(), width, height, DibCocoaUtil::rawdata_free);
 }
 
-// A 32-bit image with the same picture: the image itself, or a converted copy that `converted` owns. Of 24 bits, too,
-// the image itself: its colours are made opaque on their way to the platform as the conversion would make them.
+// A 32-bit image with the same picture: the image itself, or a converted copy that `converted` owns. Of 24
+// bits, too, the image itself: its colours are made opaque on their way to the platform as the conversion
+// would make them.
 DibStream* as32Bit(DibStream* dib, ImagePtr& converted) {
     if (dib->Header->biBitCount == 32 || dib->Header->biBitCount == 24) return dib;
     // A failing Clone would leave its code in the caller's image; only the result is to tell.

@@ -1,5 +1,6 @@
-// The seam between the library and the platform's image decoders and encoders. Everything that makes a picture of
-// this library out of a foreign bitmap, or the reverse, is written against it; a platform's side is thin.
+// The seam between the library and the platform's image decoders and encoders. Everything that makes a
+// picture of this library out of a foreign bitmap, or the reverse, is written against it; a platform's side
+// is thin.
 #ifndef FORMATS_PLATFORM_IMAGES_H
 #define FORMATS_PLATFORM_IMAGES_H
 
@@ -24,8 +25,8 @@ struct ColorTriples {
     std::size_t count = 0;
 };
 
-// A file that is open for decoding. The calls come in this order, each once; what they return lives as long as the
-// decoder, a row until the next one. Nothing throws.
+// A file that is open for decoding. The calls come in this order, each once; what they return lives as long
+// as the decoder, a row until the next one. Nothing throws.
 class BitmapDecoder {
 public:
     virtual ~BitmapDecoder() = default;
@@ -33,7 +34,8 @@ public:
     virtual bool readLayout(BitmapLayout& layout) = 0;
     virtual ColorTriples readColors() = 0;
     virtual bool startPixels() = 0;
-    // The next row from the top: bytesPerRow bytes in the order red, green, blue, alpha; null when it cannot be had.
+    // The next row from the top: bytesPerRow bytes in the order red, green, blue, alpha; null when it cannot
+    // be had.
     virtual const unsigned char* nextRow() = 0;
 };
 
@@ -54,8 +56,8 @@ public:
     virtual ~ImagePlatform() = default;
     // Null when the file cannot be opened or is of no known kind.
     virtual std::unique_ptr<BitmapDecoder> open(const VexString& path) = 0;
-    // Takes over rows of red, green, blue, alpha bytes without fill, top row first. They are given back with `release`
-    // once, at the latest with the image, and also when there is none.
+    // Takes over rows of red, green, blue, alpha bytes without fill, top row first. They are given back with
+    // `release` once, at the latest with the image, and also when there is none.
     virtual std::unique_ptr<PlatformImage> makeImage(const unsigned char* pixels, int width, int height,
                                                      ReleasePixels release) = 0;
 };

@@ -1,5 +1,6 @@
-// EXR and DDS files are decoded by plug-ins: bundles in a folder that the application names, each with one export. A
-// load opens the bundle, loads its code, looks the export up, calls it and adopts the picture that it returns.
+// EXR and DDS files are decoded by plug-ins: bundles in a folder that the application names, each with one
+// export. A load opens the bundle, loads its code, looks the export up, calls it and adopts the picture that
+// it returns.
 #include "formats/Plugin.h"
 
 #include <DibPlugin.h>
@@ -34,7 +35,7 @@ public:
     explicit BundlePath(const char* bundle) {
         char folder[kFolderBytes];
         DibStream::GetDllFilePath(folder);
-        // A folder that cannot be told in UTF-8 must not turn into the working directory.
+        // A folder without a UTF-8 form must not turn into the working directory.
         isKnown_ = folder[0] != '\0' || DibStream::DllPath[0] == L'\0';
         const std::size_t length = std::strlen(folder);
         const bool needsSlash = length > 0 && folder[length - 1] != '/';

@@ -223,10 +223,11 @@ DIB_EXPORT bool SaveTIFF(const wchar_t* path, DibStream* image, DibProgressCallb
 /// These files are decoded by plug-ins, bundle files in the folder of `DibStream::SetDllFilePath`:
 /// "vexlibexr.bundle" and "vexlibdds.bundle". Without a folder they are looked for in the working directory,
 /// so an application that reads files of others should name one. A plug-in is loaded at its first use and
-/// stays in the process. What pictures look like is the plug-in's affair; DibPlugin.h tells how to write one.
+/// stays in the process. The plug-in decides what its pictures look like;
+/// DibPlugin.h describes how to write one.
 ///
 /// A failure keeps the image and its code: the bundle, its code or its export is missing, the plug-in refuses
-/// the file, or what it returns is no picture. Success does not store a code either.
+/// the file, or what it returns is not a picture. Success does not store a code either.
 /// @{
 
 /// Loads an EXR file. The callback is never called.

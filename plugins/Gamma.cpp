@@ -21,8 +21,8 @@ float floatOf(std::uint32_t bits) {
     return value;
 }
 
-// The smallest sample that gives each byte from 1 on; none gives one after 255. The curve rises, and so do floats with
-// their bits, so that each is found by halving the range between 0 and 1.
+// The smallest sample that gives each byte from 1 on; none gives one after 255. The curve rises, and so do
+// floats with their bits, so that each is found by halving the range between 0 and 1.
 std::array<float, kLevels + 1> thresholds() {
     std::array<float, kLevels + 1> smallest{};
     smallest.back() = std::numeric_limits<float>::infinity();
@@ -39,8 +39,8 @@ std::array<float, kLevels + 1> thresholds() {
     return smallest;
 }
 
-// The byte of a sample between 0 and 1 is told by its exponent and the highest seven bits of its fraction, or is the
-// next one: from one such sample to the next, 1/128 larger at most, the curve rises by less than one byte.
+// Exponent and the highest seven bits of the fraction decide the byte of a sample between 0 and 1, except
+// that it may be one higher: over a step of these bits, at most 1/128, the curve rises by less than one byte.
 constexpr unsigned kTold = 16;
 constexpr std::size_t kGuesses = kOne >> kTold;
 

@@ -6,7 +6,8 @@
 
 namespace plugins {
 
-// floor(sample^0.45454543828964233 * 255 + 0.5) from 0 to 255; 0 for NaN and what is negative, 255 for infinity.
+// floor(sample^0.45454543828964233 * 255 + 0.5) from 0 to 255; 0 for NaN and what is negative, 255 for
+// infinity.
 unsigned char gammaByte(float sample);
 
 float floatOfHalf(std::uint16_t bits);

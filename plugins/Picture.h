@@ -1,4 +1,5 @@
-// The picture that a plug-in makes: a header block and a pixel block, both from malloc, for the caller to free.
+// The picture that a plug-in makes: a header block and a pixel block, both from malloc, for the caller to
+// free.
 #ifndef PLUGINS_PICTURE_H
 #define PLUGINS_PICTURE_H
 
@@ -16,8 +17,8 @@ public:
     static constexpr int kGrey = 8;
     static constexpr int kColor = 32;
 
-    // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False, and nothing is asked of the
-    // system, for sizes that the library would refuse.
+    // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False, and nothing is asked of
+    // the system, for sizes that the library would refuse.
     bool create(std::int64_t width, std::int64_t height, int bitCount) {
         if (width < 1 || height < 1 || width > kMostBytes || height > kMostBytes) return false;
         const std::int64_t pitch = ((bitCount * width + 31) >> 3) & ~std::int64_t{3};

@@ -9,7 +9,8 @@ namespace files {
 
 namespace {
 
-// Privileges of a program file. The system takes them away when the file is written, so a new content must not have them.
+// Privileges of a program file. The system takes them away when the file is written, so a new content must
+// not have them.
 constexpr char kCapability[] = "security.capability";
 
 void copyAttribute(int from, int to, const char* name) {

@@ -24,7 +24,7 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
 }
 
 // The name behind all links; empty when no file has it. Descriptors can lead to files that lost their name
-// ("/dev/fd/3"), and a device or pipe is no file to replace.
+// ("/dev/fd/3"), and devices and pipes must not be replaced.
 std::string replaceableName(const char* path, const struct stat& old) {
     char resolved[PATH_MAX];
     struct stat named {};
@@ -33,8 +33,8 @@ std::string replaceableName(const char* path, const struct stat& old) {
     return isReplaceable ? resolved : "";
 }
 
-// Gives a new file the owner, attributes and mode of the one at `target`, as far as permitted. A change of owner clears
-// set-ID bits, and attributes can hold access lists, so the mode comes last.
+// Gives a new file the owner, attributes and mode of the one at `target`, as far as permitted. A change of
+// owner clears set-ID bits, and attributes can hold access lists, so the mode comes last.
 void copyRights(const std::string& target, int to) {
     struct stat wanted {};
     struct stat made {};

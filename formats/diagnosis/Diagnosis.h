@@ -1,6 +1,7 @@
-// What is wrong with a file that a loader refused, in words: loaders answer with a code, which often says no more than
-// that they failed. Each function looks at the file in the order in which the loader of the format does, and returns the
-// first thing that the loader does not accept: "run-length grey is not read". It is empty when nothing of the kind is found.
+// What is wrong with a file that a loader refused, in words: loaders answer with a code, which often says no
+// more than that they failed. Each function looks at the file in the order in which the loader of the format
+// does, and returns the first thing that the loader does not accept: "run-length grey is not read". It is
+// empty when nothing of the kind is found.
 #ifndef FORMATS_DIAGNOSIS_DIAGNOSIS_H
 #define FORMATS_DIAGNOSIS_DIAGNOSIS_H
 
@@ -25,7 +26,8 @@ std::string diagnoseTiff(const RefusedFile& file);
 std::string diagnoseExr(const RefusedFile& file);
 std::string diagnoseDds(const RefusedFile& file);
 
-// Never empty: where the format's own diagnosis finds nothing, what the loader's code and the size of the file say.
+// Never empty: where the format's own diagnosis finds nothing, what the loader's code and the size of the
+// file say.
 std::string whyRefused(const char* path, Diagnosis diagnose, int errorCode);
 
 }  // namespace formats

@@ -36,7 +36,8 @@ private:
 // Why no picture of that size can exist; empty when one can.
 std::string sizeProblem(std::int64_t width, std::int64_t height, int bitCount);
 
-// Four characters that name something in a file, in quotes; others than letters, digits and blanks appear as '?'.
+// Four characters that name something in a file, in quotes; others than letters, digits and blanks appear as
+// '?'.
 std::string quoted(const std::string& name);
 
 inline constexpr const char* kShortHeader = "the file ends inside its header";

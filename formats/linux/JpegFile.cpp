@@ -91,8 +91,8 @@ void limitScans(j_common_ptr codec) {
     if (scans > kAlwaysAllowed && scans * (pixels + 65536) > kMostPixels) Reports::of(codec).jump.leave();
 }
 
-// A block of 8 x 8 samples takes a bit at least. Packed arithmetically it can take next to nothing: there the limit is
-// what no picture with anything in it comes near to.
+// A block of 8 x 8 samples takes a bit at least. Packed arithmetically it can take next to nothing: there the
+// limit is what no picture with anything in it comes near to.
 bool JpegDecoder::couldHold(std::uint64_t fileBytes) const {
     const std::uint64_t blocksPerByte = jpeg_.arith_code != 0 ? 8192 : 8;
     std::uint64_t fewest = UINT64_MAX;

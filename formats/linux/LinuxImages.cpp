@@ -1,4 +1,5 @@
-// The platform's images where there is no imaging framework: files told apart by their first bytes, and written whole.
+// The platform's images where there is no imaging framework: files told apart by their first bytes, and
+// written whole.
 #include <algorithm>
 #include <cstring>
 #include <new>

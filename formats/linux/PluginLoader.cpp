@@ -20,9 +20,9 @@ struct SharedObject {
     void* code = nullptr;
 };
 
-// The executable of a bundle folder goes by the folder's name without its extension. Where the other platform keeps it
-// is looked at too, so that one folder can be laid out for both.
-// What is no file holds no code: opening a pipe would wait for a writer.
+// The executable of a bundle folder has the folder's name without its extension. It is also searched where
+// the other platform keeps it, so one folder can serve both. Skips non-regular files: opening a FIFO would
+// block.
 fs::path executableOf(const fs::path& bundle) {
     std::error_code error;
     if (fs::is_regular_file(bundle, error)) return bundle;
@@ -41,8 +41,8 @@ public:
             if (!fs::exists(path, error)) return nullptr;
             auto bundle = std::make_unique<SharedObject>();
             const fs::path executable = executableOf(path);
-            // Absolute: a bare name would be searched for in the system's folders, and a relative one would still mean
-            // the code that it meant before the working directory changed.
+            // Absolute: a bare name would be searched for in the system's folders, and a relative one would
+            // still mean the code that it meant before the working directory changed.
             if (!executable.empty()) bundle->path = fs::absolute(executable, error).string();
             return bundle.release();
         } catch (const std::bad_alloc&) {
@@ -50,7 +50,8 @@ public:
         }
     }
 
-    // The code is never closed, so loading it again only finds it. Its names serve nobody but its own lookups.
+    // The code is never closed, so loading it again only finds it. Its names serve nobody but its own
+    // lookups.
     bool loadCode(Bundle bundle) override {
         auto* object = static_cast<SharedObject*>(bundle);
         if (object->path.empty()) return false;  // which would name the program itself

@@ -87,7 +87,8 @@ bool PngDecoder::readLayout(BitmapLayout& layout) {
     }
     layout.bytesPerRow = rowBytes_ = layout.width * (layout.bitsPerPixel / 8);
 
-    // Nothing is unpacked to more than 1032 times its size: what could not be in the file need not be waited for.
+    // Nothing is unpacked to more than 1032 times its size: what could not be in the file need not be waited
+    // for.
     constexpr std::uint64_t kMostExpansion = 1032;
     if (height_ > INT_MAX || !dib::admitSize(width_, static_cast<int>(height_), 32).admitted) return true;
     const std::uint64_t pixelBits =
@@ -157,8 +158,8 @@ struct PngWriter {
         png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width),
                      static_cast<png_uint_32>(picture.height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
                      PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-        // Against the library's own choice (level 6, all filters) files of photographs, drawings and noise became -1 to
-        // +4 % longer and took a quarter to two thirds of the time.
+        // Against the library's own choice (level 6, all filters) files of photographs, drawings and noise
+        // became -1 to +4 % longer and took a quarter to two thirds of the time.
         constexpr int kLevel = 4;
         png_set_compression_level(png, kLevel);
         png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FAST_FILTERS);

@@ -1,5 +1,5 @@
-// TIFF files by libtiff: its samples as they are stored, or its own conversion to 32-bit pixels where the colour space is
-// not one of the simple ones.
+// TIFF files by libtiff: its samples as they are stored, or its own conversion to 32-bit pixels where the
+// colour space is not one of the simple ones.
 #include <tiffio.h>
 
 #include <algorithm>
@@ -59,7 +59,8 @@ TiffPtr openTiffFile(std::FILE* file, const char* mode) {
     return tiff;
 }
 
-// How a picture is turned for display: the coordinates exchanged, then each mirrored in the picture as it is stored.
+// How a picture is turned for display: the coordinates exchanged, then each mirrored in the picture as it is
+// stored.
 struct Turn {
     bool exchanged;
     bool mirroredX;
@@ -112,7 +113,8 @@ private:
     unsigned char colors_[256 * 3] = {};
 };
 
-// Without the tag the number of samples tells: up to two are grey, black on white in faxes, and more are colours.
+// Without the tag the number of samples tells: up to two are grey, black on white in faxes, and more are
+// colours.
 std::uint16_t TiffDecoder::photometric() const {
     std::uint16_t value = PHOTOMETRIC_MASK;
     if (TIFFGetField(tiff_.get(), TIFFTAG_PHOTOMETRIC, &value) != 0) return value;

@@ -24,7 +24,8 @@ Word wordAt(const unsigned char* row, std::size_t index) {
     return word;
 }
 
-// Samples of 16, 24 and 32 bits come in the order of the machine; all others are packed from the high bits down.
+// Samples of 16, 24 and 32 bits come in the order of the machine; all others are packed from the high bits
+// down.
 std::uint32_t packedAt(const unsigned char* row, std::size_t index, unsigned bits) {
     if (bits == 24) {
         const unsigned char* p = row + index * 3;

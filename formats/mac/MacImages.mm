@@ -12,8 +12,8 @@ namespace formats {
 
 namespace {
 
-// What the framework lends lives as long as the newest pool, and a program without an event loop has none. Pools are
-// nested: the bridge lets go of its decoders and images in reverse order.
+// Objects that the framework lends live as long as the newest pool, and a program without an event loop has
+// none. Pools are nested: the bridge releases its decoders and images in reverse order.
 class Pool {
 public:
     Pool() : pool_([[NSAutoreleasePool alloc] init]) {}

@@ -20,8 +20,8 @@ struct Layout {
     unsigned char bit[80] = {};
     int bits = 0;
 
-    // From text such as "gy4 rw0-9": a channel and end point, and a bit or a range of them, in either direction.
-    // "d" is the partition.
+    // From text such as "gy4 rw0-9": a channel and end point, and a bit or a range of them, in either
+    // direction. "d" is the partition.
     constexpr explicit Layout(std::string_view text) {
         std::size_t at = 0;
         const auto number = [&] {

@@ -25,7 +25,8 @@ using Block = std::array<Texel, 16>;
 using FloatBlock = std::array<FloatTexel, 16>;
 using BlockDecoder = void (*)(const unsigned char* bytes, Block& texels);
 
-// Every decoder takes any bytes. A channel that a format does not hold is 0, in the range of the others, and alpha is 255.
+// Every decoder takes any bytes. A channel that a format does not hold is 0, in the range of the others, and
+// alpha is 255.
 void decodeBc1(const unsigned char* bytes, Block& texels);
 void decodeBc2(const unsigned char* bytes, Block& texels);
 void decodeBc3(const unsigned char* bytes, Block& texels);

@@ -10,8 +10,8 @@
 
 namespace plugins::dds {
 
-// False for what is no DDS file, is short, or is too large; when memory runs out; and when the progress function,
-// which may be null and is called after each row of blocks or of texels, says so.
+// False when the file is not DDS, is too short or too large, when memory runs out, and when the progress
+// function cancels. It may be null and is called after each row of blocks or texels.
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user);
 
 // The same from a file by its name; see `DibPluginLoadDDS`.

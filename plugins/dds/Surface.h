@@ -48,8 +48,8 @@ struct Surface {
     std::uint64_t unitRows() const { return (std::uint64_t{height} + unitSide() - 1) / unitSide(); }
 };
 
-// Leaves the file at the first byte of the picture. False when the header is short, is none, or names a format
-// that is not known.
+// Leaves the file at the first byte of the picture. False when the header is short, is none, or names a
+// format that is not known.
 bool readSurface(std::FILE* file, Surface& surface);
 
 }  // namespace plugins::dds

@@ -77,8 +77,8 @@ constexpr TypeBytes kTypes[] = {
     {"timecode", 8},
 };
 
-// Whether a value takes as many bytes as it is said to. OpenEXR's classes take those that its type has, whatever is said,
-// and would go on in the midst of a value.
+// Whether a value takes as many bytes as it is said to. OpenEXR's classes take those that its type has,
+// whatever is said, and would go on in the midst of a value.
 bool isValueWhole(std::FILE* file, const std::string& type, std::int64_t bytes) {
     if (type == "chlist") return isChannelListWhole(file, std::ftell(file) + bytes);
     if (type == "stringvector") return areTextsWhole(file, std::ftell(file) + bytes);

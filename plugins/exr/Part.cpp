@@ -1,6 +1,6 @@
-// The header is read by OpenEXR's C interface, which compares what the header announces with the length of the file before
-// it allocates. The pixels are read by OpenEXR's classes: in the versions that the plug-in is built with the C interface
-// does not know DWA compression, and takes the floats of B44 files apart wrongly.
+// The header is read by OpenEXR's C interface, which compares what the header announces with the length of
+// the file before it allocates. The pixels are read by OpenEXR's classes: in the versions that the plug-in is
+// built with the C interface does not know DWA compression, and takes the floats of B44 files apart wrongly.
 #include "plugins/exr/Part.h"
 
 #include <OpenEXR/openexr.h>
@@ -33,8 +33,8 @@ std::int64_t readAt(exr_const_context_t /*context*/, void* user, void* bytes, st
     return std::ferror(file) != 0 ? -1 : static_cast<std::int64_t>(got);
 }
 
-// Without a handler mistakes would be printed. Some are no failures: the C interface then goes on with sizes that are not
-// the file's, and which OpenEXR's classes, who go by the file, do not share.
+// Without a handler mistakes would be printed. Some are no failures: the C interface then goes on with sizes
+// that are not the file's, and which OpenEXR's classes, who go by the file, do not share.
 void noteMistake(exr_const_context_t context, exr_result_t /*code*/, const char* /*message*/) {
     void* user = nullptr;
     if (exr_get_user_data(context, &user) == EXR_ERR_SUCCESS && user != nullptr) {
@@ -93,7 +93,8 @@ const exr_attr_chlist_entry_t* channelOf(const exr_attr_chlist_t& channels, cons
     return nullptr;
 }
 
-// The channels that a picture is made of are light, one sample for every `sampling` pixels of a line and of a column.
+// The channels that a picture is made of are light, one sample for every `sampling` pixels of a line and of a
+// column.
 bool isLight(const exr_attr_chlist_entry_t& channel, int sampling) {
     return channel.pixel_type != EXR_PIXEL_UINT && channel.x_sampling == sampling &&
            channel.y_sampling == sampling;
@@ -139,7 +140,8 @@ bool readChannels(exr_const_context_t context, Part& part, PixelBytes& bytes) {
     return readChroma(*channels, part) && std::find(part.has.begin(), part.has.end(), true) != part.has.end();
 }
 
-// How many times as long as the file its samples can be: what a compression makes of the longest runs there are.
+// How many times as long as the file its samples can be: what a compression makes of the longest runs there
+// are.
 std::int64_t mostExpansion(exr_compression_t compression) {
     constexpr std::int64_t kDeflate = 1032;
     switch (compression) {
@@ -183,8 +185,8 @@ bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
     return chunks.columns > 0 && chunks.rows > 0;
 }
 
-// Whether the file can hold all chunks of all parts and levels, each of which takes an entry of a table and a header of its
-// own: OpenEXR's classes allocate tables for them.
+// Whether the file can hold all chunks of all parts and levels, each of which takes an entry of a table and a
+// header of its own: OpenEXR's classes allocate tables for them.
 bool areChunksThere(exr_const_context_t context, std::int64_t fileBytes) {
     constexpr std::int64_t kLeastChunkBytes = 16;
     int parts = 0;
@@ -198,7 +200,8 @@ bool areChunksThere(exr_const_context_t context, std::int64_t fileBytes) {
     return left >= 0;
 }
 
-// Whether a row of chunks, which OpenEXR's classes allocate, is in proportion to the picture: tiles reach beyond its edges.
+// Whether a row of chunks, which OpenEXR's classes allocate, is in proportion to the picture: tiles reach
+// beyond its edges.
 bool areChunksInProportion(const Chunks& chunks, const Part& part, std::int64_t pixelBytes) {
     const std::int64_t pictureBytes = part.width * part.height * pixelBytes;
     const std::int64_t mostBytes =

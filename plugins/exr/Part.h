@@ -30,10 +30,10 @@ struct Part {
     bool isGrey() const { return isShown(kLuminance) && !has[kAlpha] && !hasChroma; }
 };
 
-// False when the file is none, when its sizes cannot be true or are too large to decode, and when the part holds several
-// samples per pixel, none of the channels, or one of them as whole numbers, which count things rather than light, or at
-// a resolution of its own. A part without any of the channels is read by those of its first layer that has red, green
-// and blue. Throws std::bad_alloc.
+// False when the file is none, when its sizes cannot be true or are too large to decode, and when the part
+// holds several samples per pixel, none of the channels, or one of them as whole numbers, which count things
+// rather than light, or at a resolution of its own. A part without any of the channels is read by those of
+// its first layer that has red, green and blue. Throws std::bad_alloc.
 bool readPart(std::FILE* file, Part& part);
 
 }  // namespace plugins::exr

@@ -51,8 +51,8 @@ public:
         for (unsigned channel = 0; channel < kChannels; ++channel) {
             if (!part.isShown(channel)) continue;
             planes_[channel].resize(static_cast<std::size_t>(part.width));
-            // What the first column's coordinate is multiplied by leads to the plane's first sample; each line is read
-            // to the same place.
+            // What the first column's coordinate is multiplied by leads to the plane's first sample; each
+            // line is read to the same place.
             const auto start = reinterpret_cast<std::intptr_t>(planes_[channel].data());
             auto* base = reinterpret_cast<char*>(start - part.left * std::intptr_t{sizeof(float)});
             frame.insert(part.layer + kChannelNames[channel], Imf::Slice(Imf::FLOAT, base, sizeof(float), 0));
@@ -101,7 +101,8 @@ private:
     std::vector<float> planes_[4];
 };
 
-// Alpha takes the curve too: what was multiplied by it stays so, since the power of a product is the product of powers.
+// Alpha takes the curve too: what was multiplied by it stays so, since the power of a product is the product
+// of powers.
 template <class Reader>
 void putLine(const Reader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
     for (unsigned place = 0; place < pixelBytes; ++place) {

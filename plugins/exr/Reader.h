@@ -10,8 +10,9 @@
 
 namespace plugins::exr {
 
-// False for what is no EXR file, is short or broken, is too large, or holds no picture that the plug-in knows; when
-// memory runs out; and when the progress function, which may be null and is called after each line, says so.
+// False when the file is not EXR, is too short, broken or too large, or holds no picture that the plug-in
+// reads, when memory runs out, and when the progress function cancels. It may be null and is called after
+// each line.
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user);
 
 // The same from a file by its name in UTF-8.
