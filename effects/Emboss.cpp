@@ -43,10 +43,11 @@ public:
         const std::size_t count = taps_.count<Depth>();
         dib::runKernel<shade>(taps_.sums(), channels_.get(), scale_, kHighest, count);
         const std::uint32_t* from = channels_.get();
-        for (std::size_t x = 0; x < count / Depth::kChannels; ++x) {
+        const int width = taps_.width();
+        for (int x = 0; x < width; ++x) {
             dib::Channels<Depth::kChannels> channels;
-            for (auto& channel : channels) channel = *from++;
-            Depth::put(out, static_cast<std::ptrdiff_t>(x), Depth::join(channels));
+            for (std::uint32_t& channel : channels) channel = *from++;
+            Depth::put(out, x, Depth::join(channels));
         }
     }
 

@@ -64,7 +64,7 @@ public:
     }
 
     void read(const Raster& raster, const Blocks& blocks) {
-        rows_ = static_cast<std::int64_t>(blocks.rows);
+        rows_ = blocks.rows;
         std::fill_n(sums_.get(), (width_ / side_ + 1) * kChannels, 0);
         for (int done = 0; done < blocks.rows; done += kRowsPerSum) {
             const int rows = std::min(blocks.rows - done, kRowsPerSum);
@@ -86,7 +86,7 @@ public:
 
     std::uint32_t color(int firstColumn, int columns) const {
         const std::int64_t* sums = &sums_[static_cast<std::size_t>(firstColumn) / side_ * kChannels];
-        const std::int64_t count = rows_ * static_cast<std::int64_t>(columns);
+        const std::int64_t count = rows_ * columns;
         dib::Channels<Depth::kChannels> average;
         for (std::size_t c = 0; c < kChannels; ++c) average[c] = quotient(sums[c], count);
         return Depth::join(average);

@@ -25,13 +25,13 @@ public:
             taps_.add<Depth>(distance * line_.cosine, distance * line_.sine, length_ - i);
         }
         const std::uint32_t* sums = taps_.sums();
-        const auto width = static_cast<std::ptrdiff_t>(taps_.count<Depth>() / Depth::kChannels);
-        for (std::ptrdiff_t x = 0; x < width; ++x, sums += Depth::kChannels) {
+        const int width = taps_.width();
+        for (int x = 0; x < width; ++x) {
             dib::Channels<Depth::kChannels> channels;
-            for (std::size_t c = 0; c < channels.size(); ++c) {
-                const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(sums[c])} / divisor_;
+            for (std::uint32_t& channel : channels) {
+                const std::int64_t mean = std::int64_t{static_cast<std::int32_t>(*sums++)} / divisor_;
                 // Sums of long lines wrap. A byte keeps its low bits; fields of 16 bits carry into the next.
-                channels[c] = static_cast<std::uint32_t>(mean) & (Depth::kBits == 16 ? ~0U : 255U);
+                channel = static_cast<std::uint32_t>(mean) & (Depth::kBits == 16 ? ~0U : 255U);
             }
             if constexpr (Depth::kBits == 16) {
                 Depth::put(out, x, (channels[2] * 1024 + channels[1] * 32 + channels[0]) & 0x7FFFU);

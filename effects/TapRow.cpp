@@ -112,13 +112,10 @@ void TapRow::add(float dx, float dy, std::int32_t weight) {
         }
     };
     const auto each = [&](int first, int last) {
+        std::uint32_t* sums = sums_.get() + std::ptrdiff_t{first} * kChannels;
         for (int x = first; x < last; ++x) {
-            const auto channels =
-                Depth::split(sample<Depth::kBits>(source_, static_cast<float>(x) + dx, y, flags_));
-            for (int c = 0; c < kChannels; ++c) {
-                sums_[static_cast<std::size_t>(x) * kChannels + static_cast<std::size_t>(c)] +=
-                    wrapped * channels[static_cast<std::size_t>(c)];
-            }
+            const std::uint32_t color = sample<Depth::kBits>(source_, static_cast<float>(x) + dx, y, flags_);
+            for (const std::uint32_t channel : Depth::split(color)) *sums++ += wrapped * channel;
         }
     };
     splitRow(dx, whole, each);

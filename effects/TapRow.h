@@ -39,6 +39,7 @@ public:
     std::size_t count() const {
         return static_cast<std::size_t>(source_.width) * Depth::kChannels;
     }
+    int width() const { return source_.width; }
 
 private:
     // Calls whole(first, last, shift, weight) for runs of pixels whose samples lie between the pixels x +

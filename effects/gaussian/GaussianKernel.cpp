@@ -7,34 +7,35 @@
 namespace dib {
 
 bool GaussianKernel::build(float radius) {
-    const bool isCut = std::floor(radius) > static_cast<float>(kMaxHalf);
+    const bool isCut = std::floor(radius) > kMaxHalf;
     half_ = isCut ? kMaxHalf : static_cast<int>(radius);
-    const float spread = isCut ? static_cast<float>(kMaxHalf) : radius;
-    const std::size_t side = static_cast<std::size_t>(half_) + 1;
-    const MallocPtr<float> exact = allocateArray<float>(side * side);
-    weights_ = allocateArray<std::uint32_t>(side * side);
+    const float spread = isCut ? kMaxHalf : radius;
+    const auto side = static_cast<std::size_t>(half_) + 1;
+    const std::size_t entries = side * side;
+    const MallocPtr<float> exact = allocateArray<float>(entries);
+    weights_ = allocateArray<std::uint32_t>(entries);
     if (exact == nullptr || weights_ == nullptr) return false;
 
     // The mix of single and double precision is part of the result: the last bit decides where a weight is
     // cut.
+    float* next = exact.get();
     for (int j = 0; j <= half_; ++j) {
         const float v = static_cast<float>(j) / spread * 3.0F;
         for (int i = 0; i <= half_; ++i) {
             const float u = static_cast<float>(i) / spread * 3.0F;
             const float squares = u * u + v * v;
-            exact[static_cast<std::size_t>(j) * side + static_cast<std::size_t>(i)] =
-                static_cast<float>(std::exp(-0.5 * static_cast<double>(squares)));
+            *next++ = static_cast<float>(std::exp(-0.5 * double{squares}));
         }
     }
     // Over the whole table row by row: a sum in single precision depends on the order.
     float total = 0;
     for (int j = -half_; j <= half_; ++j) {
-        const float* row = exact.get() + static_cast<std::size_t>(std::abs(j)) * side;
+        const float* row = exact.get() + std::abs(j) * (half_ + 1);
         for (int i = -half_; i <= half_; ++i) total += row[std::abs(i)];
     }
     if (total == 0) return false;
     const float factor = 65536.0F / total;
-    for (std::size_t k = 0; k < side * side; ++k) weights_[k] = static_cast<std::uint32_t>(exact[k] * factor);
+    for (std::size_t k = 0; k < entries; ++k) weights_[k] = static_cast<std::uint32_t>(exact[k] * factor);
     survey();
     return true;
 }

@@ -19,10 +19,7 @@ public:
     bool build(float radius);
 
     // Of the pixel `across` columns and `down` rows away, both from 0 to half().
-    std::uint32_t weight(int across, int down) const {
-        return weights_[static_cast<std::size_t>(down) * static_cast<std::size_t>(half_ + 1) +
-                        static_cast<std::size_t>(across)];
-    }
+    std::uint32_t weight(int across, int down) const { return weights_.get()[down * (half_ + 1) + across]; }
     int half() const { return half_; }
     // The largest distance along an axis at which a weight is not 0.
     int reach() const { return reach_; }
