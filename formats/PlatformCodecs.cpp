@@ -4,6 +4,8 @@
 
 #include <new>
 
+#include "formats/Formats.h"
+
 namespace {
 
 VexString pathText(const char* path) { return VexString::fromAnsiString(path); }
@@ -55,3 +57,69 @@ bool SavePNG(const char* path, DibStream* image, DibProgressCallback, void*) {
 bool SavePNG(const wchar_t* path, DibStream* image, DibProgressCallback, void*) {
     return save(path, image, DibCocoaUtil::DIB_COCOA_PNG);
 }
+
+namespace formats {
+
+namespace {
+
+bool isPng(FirstBytes bytes) { return startsWith(bytes, "\x89PNG\r\n\x1A\n"); }
+bool isJpeg(FirstBytes bytes) { return startsWith(bytes, "\xFF\xD8\xFF"); }
+bool isTiff(FirstBytes bytes) {
+    return startsWith(bytes, {"II*\0", 4}) || startsWith(bytes, {"MM\0*", 4}) ||
+           startsWith(bytes, {"II+\0", 4}) || startsWith(bytes, {"MM\0+", 4});
+}
+
+std::string_view deflate(FirstBytes) { return "deflate"; }
+std::string_view dct(FirstBytes) { return "dct"; }
+// The directory that names the compression of a TIFF file may be anywhere in the file.
+std::string_view unknown(FirstBytes) { return "unknown"; }
+
+constexpr Extension kPng[] = {{"png", true}};
+constexpr Extension kJpeg[] = {{"jpg", true}, {"jpeg"}};
+constexpr Extension kTiff[] = {{"tif"}, {"tiff"}};
+constexpr std::string_view kPngTypes[] = {"image/png"};
+constexpr std::string_view kJpegTypes[] = {"image/jpeg"};
+constexpr std::string_view kTiffTypes[] = {"image/tiff"};
+
+}  // namespace
+
+constinit const FileFormat kPngFormat = {
+    .name = "png",
+    .title = "PNG",
+    .extensions = kPng,
+    .mimeTypes = kPngTypes,
+    .readsDepths = "8, 24, 32",
+    .writesDepths = "32; others as 32",
+    .load = LoadPNG,
+    .save = SavePNG,
+    .recognizes = isPng,
+    .compression = deflate,
+};
+
+constinit const FileFormat kJpegFormat = {
+    .name = "jpeg",
+    .title = "JPEG, opaque",
+    .extensions = kJpeg,
+    .mimeTypes = kJpegTypes,
+    .readsDepths = "8, 24",
+    .writesDepths = "24; others as 24",
+    .load = LoadJPEG,
+    .save = SaveJPEG,
+    .recognizes = isJpeg,
+    .compression = dct,
+};
+
+constinit const FileFormat kTiffFormat = {
+    .name = "tiff",
+    .title = "TIFF, its first picture",
+    .extensions = kTiff,
+    .mimeTypes = kTiffTypes,
+    .readsDepths = "8, 24, 32",
+    .writesDepths = "32; others as 32",
+    .load = LoadTIFF,
+    .save = SaveTIFF,
+    .recognizes = isTiff,
+    .compression = unknown,
+};
+
+}  // namespace formats

@@ -13,6 +13,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/Formats.h"
 #include "formats/OpenBundle.h"
 
 namespace formats {
@@ -117,3 +118,56 @@ bool LoadEXR(const wchar_t* path, DibStream* image, DibProgressCallback callback
 bool LoadDDS(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
     return formats::loadDds(formats::platformPluginLoader(), path, image, callback, user);
 }
+
+namespace formats {
+
+namespace {
+
+bool isExr(FirstBytes bytes) { return startsWith(bytes, "\x76\x2F\x31\x01"); }
+bool isDds(FirstBytes bytes) { return startsWith(bytes, "DDS "); }
+
+// Files name their compression beyond the first bytes.
+std::string_view unknown(FirstBytes) { return "unknown"; }
+
+bool loadDdsFile(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    try {
+        return LoadDDS(VexString::fromUtf8String(path).c_str(), image, callback, user);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+constexpr Extension kExrExtensions[] = {{"exr"}};
+constexpr Extension kDdsExtensions[] = {{"dds"}};
+constexpr std::string_view kExrTypes[] = {"image/x-exr"};
+constexpr std::string_view kDdsTypes[] = {"image/x-dds"};
+
+}  // namespace
+
+constinit const FileFormat kExrFormat = {
+    .name = "exr",
+    .title = "OpenEXR, its first part, by a plug-in",
+    .extensions = kExrExtensions,
+    .mimeTypes = kExrTypes,
+    .readsDepths = "8, 32",
+    .writesDepths = "",
+    .load = LoadEXR,
+    .recognizes = isExr,
+    .compression = unknown,
+    .plugin = kExr.bundle,
+};
+
+constinit const FileFormat kDdsFormat = {
+    .name = "dds",
+    .title = "DirectDraw surface, its largest level, by a plug-in",
+    .extensions = kDdsExtensions,
+    .mimeTypes = kDdsTypes,
+    .readsDepths = "8, 32",
+    .writesDepths = "",
+    .load = loadDdsFile,
+    .recognizes = isDds,
+    .compression = unknown,
+    .plugin = kDds.bundle,
+};
+
+}  // namespace formats

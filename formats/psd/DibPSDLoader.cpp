@@ -4,6 +4,7 @@
 
 #include "dib/File.h"
 #include "formats/CodecFrame.h"
+#include "formats/Formats.h"
 #include "formats/psd/Document.h"
 #include "formats/psd/Pixels.h"
 
@@ -150,3 +151,28 @@ bool LoadPSD(const char* path, DibStream* dib, DibProgressCallback callback, voi
 bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback callback, void* user) {
     return formats::loadPath(path, loadMerged, dib, callback, user);
 }
+
+namespace formats {
+
+namespace {
+
+bool recognizes(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
+
+constexpr Extension kExtensions[] = {{"psd"}};
+constexpr std::string_view kMimeTypes[] = {"image/x-psd"};
+
+}  // namespace
+
+constinit const FileFormat kPsdFormat = {
+    .name = "psd",
+    .title = "Layered document, its merged picture",
+    .extensions = kExtensions,
+    .mimeTypes = kMimeTypes,
+    .readsDepths = "8, 24, 32",
+    .writesDepths = "",
+    .load = LoadPSD,
+    .recognizes = recognizes,
+    .hasLayers = true,
+};
+
+}  // namespace formats
