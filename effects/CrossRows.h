@@ -1,4 +1,4 @@
-// Filters of the four edge-adjacent neighbours: each channel of the result follows from the same channel of
+// Filters of the four neighbours that share an edge: each channel of the result depends on the same channel of
 // the pixel and of the pixels above, left, right and below.
 //
 //     struct Mean {
@@ -28,8 +28,7 @@ struct Cross {
     short below;
 };
 
-// The rows of a row's neighbours; above and below an edge row lies the row itself or, wrapped, the opposite
-// edge.
+// A row and its neighbours. The neighbour of an edge row is the row itself or, wrapped, the opposite edge.
 struct CrossRows {
     const unsigned char* above;
     const unsigned char* center;
@@ -44,7 +43,7 @@ DIB_ALWAYS_INLINE unsigned char crossChannel(const CrossRows& rows, std::ptrdiff
         {rows.above[at], rows.center[left], rows.center[at], rows.center[right], rows.below[at]});
 }
 
-// A row of pixels of `channels` bytes. The inner pixels are one flat run of bytes whose neighbours lie
+// A row of pixels of `channels` bytes. The inner pixels are one flat run of bytes with the neighbours
 // `channels` bytes to either side.
 template <class Rule>
 DIB_ALWAYS_INLINE void crossRow(CrossRows rows, unsigned char* __restrict out, int width, int channels,
@@ -70,29 +69,28 @@ public:
     explicit CrossFilter(unsigned int flags) : flags_(flags) {}
 
     bool prepare(const Raster& image) {
-        width_ = image.width;
-        height_ = image.height;
-        // The row and the one above; below the last row, where rows wrap, lies the first.
-        return source_.prepare(image, 2, (flags_ & DIB_WRAP_Y) != 0 ? 1 : 0);
+        axisX_ = axisX(image, flags_);
+        axisY_ = axisY(image, flags_);
+        // The row and the one above it, and if y wraps the first row, which is below the last.
+        return source_.prepare(image, 2, axisY_.wrap ? 1 : 0);
     }
 
     template <class Depth>
     void row(unsigned char* out, int y) {
         static_assert(Depth::kBits == 8 * Depth::kChannels);
         source_.keepNext();
-        const CrossRows rows = {source_.row(getLoopY(y - 1, height_, flags_)), source_.row(y),
-                                source_.row(getLoopY(y + 1, height_, flags_))};
-        runWidestKernel<crossRow<Rule>>(rows, out, width_, Depth::kChannels, (flags_ & DIB_WRAP_X) != 0);
+        const CrossRows rows = {source_.row(axisY_.at(y - 1)), source_.row(y), source_.row(axisY_.at(y + 1))};
+        runWidestKernel<crossRow<Rule>>(rows, out, axisX_.size, Depth::kChannels, axisX_.wrap);
     }
 
 private:
     unsigned int flags_;
+    EdgeAxis axisX_;
+    EdgeAxis axisY_;
     RollingCopy source_;
-    int width_ = 0;
-    int height_ = 0;
 };
 
-// The effect that such a filter is.
+// Runs such a filter as an effect.
 template <class Rule>
 bool filterCross(const Progress& progress, DibStream* image, unsigned int flags) {
     return filterInPlace<Depth8, Depth24, Depth32>(progress, image, CrossFilter<Rule>(flags));

@@ -10,7 +10,7 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
                            unsigned int flags) {
     if (image == nullptr || radius < 0) return false;
     if (radius == 0) return true;
-    const auto filter = [&](auto&& median) {
+    const auto filter = [&](auto median) {
         return dib::filterImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24,
                                 dib::Depth32>({callback, user}, image, std::move(median));
     };
