@@ -10,6 +10,10 @@
 #include <cstdlib>
 #include <memory>
 
+#include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+
 namespace plugins {
 
 class Picture {
@@ -20,15 +24,15 @@ public:
     // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False, and nothing is asked of
     // the system, for sizes that the library would refuse.
     bool create(std::int64_t width, std::int64_t height, int bitCount) {
-        if (width < 1 || height < 1 || width > kMostBytes || height > kMostBytes) return false;
-        const std::int64_t pitch = ((bitCount * width + 31) >> 3) & ~std::int64_t{3};
-        if (pitch > kMostBytes / height) return false;
-        const std::size_t entries = bitCount <= kGrey ? std::size_t{1} << bitCount : 0;
+        if (width < 1 || height < 1 || height > INT32_MAX) return false;
+        const dib::ImageSize size = dib::admitSize(width, static_cast<std::int32_t>(height), bitCount);
+        if (!size.admitted) return false;
+        const std::size_t entries = dib::addressableEntries(bitCount);
         const std::size_t headerBytes = sizeof(BITMAPINFOHEADER) + entries * 4;
-        pitch_ = static_cast<std::size_t>(pitch);
+        pitch_ = size.rowBytes;
         header_.reset(static_cast<BITMAPINFOHEADER*>(std::calloc(1, headerBytes)));
         if (header_ == nullptr) return false;
-        buffer_.reset(static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(height), pitch_)));
+        buffer_.reset(static_cast<unsigned char*>(std::calloc(size.rows, pitch_)));
         if (buffer_ == nullptr) return false;
         header_->biSize = sizeof(BITMAPINFOHEADER);
         header_->biWidth = static_cast<std::int32_t>(width);
@@ -36,7 +40,7 @@ public:
         header_->biPlanes = 1;
         header_->biBitCount = static_cast<std::uint16_t>(bitCount);
         header_->biClrUsed = static_cast<std::uint32_t>(entries);
-        header_->biSizeImage = static_cast<std::uint32_t>(pitch * height);
+        header_->biSizeImage = static_cast<std::uint32_t>(size.imageBytes);
         auto* table = reinterpret_cast<unsigned char*>(header_.get() + 1);
         for (std::size_t i = 0; i < entries * 4; ++i) {
             if (i % 4 != 3) table[i] = static_cast<unsigned char>(i / 4);
@@ -56,12 +60,8 @@ public:
     }
 
 private:
-    static constexpr std::int64_t kMostBytes = INT32_MAX;
-    struct Free {
-        void operator()(void* block) const { std::free(block); }
-    };
-    std::unique_ptr<BITMAPINFOHEADER, Free> header_;
-    std::unique_ptr<unsigned char, Free> buffer_;
+    std::unique_ptr<BITMAPINFOHEADER, dib::FreeDeleter> header_;
+    std::unique_ptr<unsigned char, dib::FreeDeleter> buffer_;
     std::size_t pitch_ = 0;
 };
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string_view>
 
-namespace {
+#include "Utf8.h"
 
-constexpr std::uint32_t kByteEscape = 0xDC00;
+namespace {
 
 struct Decoded {
     std::uint32_t character;
@@ -15,7 +15,7 @@ struct Decoded {
 // One character of UTF-8 in its shortest form; anything else is a single byte to be escaped.
 Decoded decode(const unsigned char* text, std::size_t left) {
     const unsigned char lead = text[0];
-    const Decoded escaped{kByteEscape + lead, 1};
+    const Decoded escaped{vexlibs::kByteEscape + lead, 1};
     if (lead < 0x80) return {lead, 1};
     const std::size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
     if (length == 0 || length > left) return escaped;
@@ -29,34 +29,6 @@ Decoded decode(const unsigned char* text, std::size_t left) {
     const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
     if (character < kSmallest[length] || character > 0x10FFFF || surrogate) return escaped;
     return {character, length};
-}
-
-bool isEscapedByte(std::uint32_t character) { return character >= 0xDC80 && character <= 0xDCFF; }
-
-bool hasUtf8Form(std::uint32_t character) {
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    return isEscapedByte(character) || (character <= 0x10FFFF && !surrogate);
-}
-
-void append(std::string& out, std::uint32_t character) {
-    const auto put = [&out](std::uint32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (isEscapedByte(character)) {
-        put(character - kByteEscape);
-    } else if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | (character >> 6));
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | (character >> 12));
-        put(0x80 | ((character >> 6) & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | (character >> 18));
-        put(0x80 | ((character >> 12) & 0x3F));
-        put(0x80 | ((character >> 6) & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
 }
 
 }  // namespace
@@ -88,16 +60,6 @@ VexString VexString::fromUtf8String(const char* text) {
 
 VexString VexString::fromAnsiString(const char* text) { return fromUtf8String(text); }
 
-bool VexString::isValid() const {
-    for (const wchar_t character : text_) {
-        if (!hasUtf8Form(static_cast<std::uint32_t>(character))) return false;
-    }
-    return true;
-}
+bool VexString::isValid() const { return vexlibs::hasUtf8Form(text_); }
 
-VexAnsiString VexString::toUtf8String() const {
-    if (!isValid()) return {};
-    std::string bytes;
-    for (const wchar_t character : text_) append(bytes, static_cast<std::uint32_t>(character));
-    return VexAnsiString(bytes.c_str());
-}
+VexAnsiString VexString::toUtf8String() const { return VexAnsiString(vexlibs::utf8Of(text_).c_str()); }

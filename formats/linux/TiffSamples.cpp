@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+#include "dib/HalfFloat.h"
+
 namespace formats {
 
 namespace {
@@ -46,23 +48,10 @@ std::uint64_t integerAt(const unsigned char* row, std::size_t index, unsigned bi
     return bits == 32 ? wordAt<std::uint32_t>(row, index) : packedAt(row, index, bits);
 }
 
-float floatOfHalf(std::uint16_t half) {
-    const std::uint32_t sign = (half & 0x8000U) << 16;
-    const std::uint32_t exponent = half >> 10 & 31U;
-    const std::uint32_t fraction = half & 0x3FFU;
-    if (exponent == 0) {
-        constexpr float kLeast = 1.0F / (1 << 24);
-        const float value = static_cast<float>(fraction) * kLeast;
-        return sign != 0 ? -value : value;
-    }
-    const std::uint32_t wide = exponent == 31 ? 255 : exponent + 127 - 15;
-    return std::bit_cast<float>(sign | wide << 23 | fraction << 13);
-}
-
 void unpack(const Channel& from, unsigned bits, float* to, std::size_t pixels, std::size_t step) {
     for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
         if (bits == 16) {
-            *to = floatOfHalf(wordAt<std::uint16_t>(from.row, at));
+            *to = dib::floatOfHalf(wordAt<std::uint16_t>(from.row, at));
         } else if (bits == 32) {
             *to = wordAt<float>(from.row, at);
         } else {

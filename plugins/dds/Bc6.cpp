@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "plugins/Gamma.h"
+#include "dib/HalfFloat.h"
+#include "dib/LightCurve.h"
 #include "plugins/dds/Blocks.h"
 #include "plugins/dds/Subsets.h"
 
@@ -201,15 +202,16 @@ struct EndPoints {
 // An interpolated value is nearly a half; it is scaled so that no infinity comes out of what is not negative.
 float sampleOf(int value, bool isSigned) {
     const int half = isSigned ? std::abs(value) * 31 >> 5 : value * 31 >> 6;
-    const float magnitude = floatOfHalf(static_cast<std::uint16_t>(half));
+    const float magnitude = dib::floatOfHalf(static_cast<std::uint16_t>(half));
     return value < 0 ? -magnitude : magnitude;
 }
 
 void decode(const unsigned char* bytes, bool isSigned, Block& texels) {
     FloatBlock samples;
     decodeBc6Samples(bytes, isSigned, samples);
+    const dib::LightCurve& curve = dib::lightCurve();
     for (std::size_t i = 0; i < texels.size(); ++i) {
-        texels[i] = {gammaByte(samples[i].blue), gammaByte(samples[i].green), gammaByte(samples[i].red), 255};
+        texels[i] = {curve(samples[i].blue), curve(samples[i].green), curve(samples[i].red), 255};
     }
 }
 

@@ -3,20 +3,17 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <string>
 #include <vector>
 
+#include "dib/File.h"
 #include "plugins/dds/Surface.h"
+#include "vexlibs/Utf8.h"
 
 namespace plugins::dds {
 
 namespace {
 
 static_assert(sizeof(Texel) == 4, "texels are copied into 32-bit rows");
-
-struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 // Whether the rest of the file is as long as the picture; asked before memory is, since headers may lie.
 bool isThere(std::FILE* file, std::uint64_t units, std::uint64_t unitBytes) {
@@ -85,30 +82,6 @@ bool readRows(std::FILE* file, const Surface& surface, Picture& picture, DibProg
     return true;
 }
 
-// Empty when a character is none.
-std::string utf8Of(const wchar_t* path) {
-    std::string text;
-    for (; *path != L'\0'; ++path) {
-        const auto code = static_cast<std::uint32_t>(*path);
-        const auto put = [&text](std::uint32_t byte) { text.push_back(static_cast<char>(byte)); };
-        if (code >= 0xDC80 && code <= 0xDCFF) {  // a byte that was no UTF-8
-            put(code - 0xDC00);
-        } else if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-            return {};
-        } else if (code < 0x80) {
-            put(code);
-        } else {
-            if (code >= 0x10000) put(0xF0 | code >> 18);
-            if (code >= 0x10000) put(0x80 | (code >> 12 & 63));
-            if (code >= 0x800 && code < 0x10000) put(0xE0 | code >> 12);
-            if (code >= 0x800) put(0x80 | (code >> 6 & 63));
-            if (code < 0x800) put(0xC0 | code >> 6);
-            put(0x80 | (code & 63));
-        }
-    }
-    return text;
-}
-
 }  // namespace
 
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
@@ -127,7 +100,7 @@ bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void*
 
 bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, void* user) {
     try {
-        const std::unique_ptr<std::FILE, Close> file(std::fopen(utf8Of(path).c_str(), "rb"));
+        const dib::FilePtr file(std::fopen(vexlibs::utf8Of(path).c_str(), "rb"));
         return file != nullptr && read(file.get(), picture, progress, user);
     } catch (const std::bad_alloc&) {
         return false;

@@ -1,5 +1,7 @@
 #include "plugins/dds/Surface.h"
 
+#include "dib/Bytes.h"
+
 namespace plugins::dds {
 
 namespace {
@@ -26,11 +28,6 @@ constexpr std::size_t kSecondHeaderBytes = 20;
 constexpr std::size_t kAlphaMode = 16;
 constexpr std::uint32_t kAlphaModeBits = 7;
 constexpr std::uint32_t kAlphaIsOpaque = 3;
-
-std::uint32_t wordAt(const unsigned char* bytes, std::size_t at) {
-    return static_cast<std::uint32_t>(bytes[at]) | static_cast<std::uint32_t>(bytes[at + 1]) << 8 |
-           static_cast<std::uint32_t>(bytes[at + 2]) << 16 | static_cast<std::uint32_t>(bytes[at + 3]) << 24;
-}
 
 constexpr std::uint32_t fourCc(const char (&text)[5]) {
     std::uint32_t code = 0;
@@ -137,8 +134,9 @@ bool useMasks(const Masks& masks, Surface& surface) {
 
 // The masks of the first header count as far as its flags say.
 bool useFirstHeader(const unsigned char* header, std::uint32_t flags, Surface& surface) {
-    Masks masks = {wordAt(header, kBitCount), wordAt(header, kMasks), wordAt(header, kMasks + 4),
-                   wordAt(header, kMasks + 8), wordAt(header, kMasks + 12)};
+    Masks masks = {dib::readLe32(header + kBitCount), dib::readLe32(header + kMasks),
+                   dib::readLe32(header + kMasks + 4), dib::readLe32(header + kMasks + 8),
+                   dib::readLe32(header + kMasks + 12)};
     if ((flags & (kHasAlpha | kIsAlpha)) == 0) masks.alpha = 0;
     if ((flags & kIsLuminance) != 0) {
         // Writers that put the mask beside the texel mean all of it: nothing else fits into one byte.
@@ -154,8 +152,8 @@ bool useFirstHeader(const unsigned char* header, std::uint32_t flags, Surface& s
 bool useSecondHeader(std::FILE* file, Surface& surface) {
     unsigned char header[kSecondHeaderBytes];
     if (std::fread(header, 1, sizeof header, file) != sizeof header) return false;
-    surface.isOpaque = (wordAt(header, kAlphaMode) & kAlphaModeBits) == kAlphaIsOpaque;
-    const std::uint32_t number = wordAt(header, 0);
+    surface.isOpaque = (dib::readLe32(header + kAlphaMode) & kAlphaModeBits) == kAlphaIsOpaque;
+    const std::uint32_t number = dib::readLe32(header);
     for (const NumberedMasks& numbered : kMaskNumbers) {
         if (numbered.number == number) return useMasks(numbered.masks, surface);
     }
@@ -167,15 +165,15 @@ bool useSecondHeader(std::FILE* file, Surface& surface) {
 bool readSurface(std::FILE* file, Surface& surface) {
     unsigned char header[kHeaderBytes];
     if (std::fread(header, 1, sizeof header, file) != sizeof header) return false;
-    if (wordAt(header, 0) != fourCc("DDS ") || wordAt(header, kSize) != 124 ||
-        wordAt(header, kFormatSize) != 32) {
+    if (dib::readLe32(header) != fourCc("DDS ") || dib::readLe32(header + kSize) != 124 ||
+        dib::readLe32(header + kFormatSize) != 32) {
         return false;
     }
-    surface.width = wordAt(header, kWidth);
-    surface.height = wordAt(header, kHeight);
-    const std::uint32_t flags = wordAt(header, kFormatFlags);
+    surface.width = dib::readLe32(header + kWidth);
+    surface.height = dib::readLe32(header + kHeight);
+    const std::uint32_t flags = dib::readLe32(header + kFormatFlags);
     if ((flags & kIsFourCc) == 0) return useFirstHeader(header, flags, surface);
-    const std::uint32_t code = wordAt(header, kFourCc);
+    const std::uint32_t code = dib::readLe32(header + kFourCc);
     return code == fourCc("DX10") ? useSecondHeader(file, surface) : useBlocks(kFourCcs, code, surface);
 }
 

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string>
 
+#include "dib/Bytes.h"
+
 namespace plugins::exr {
 
 namespace {
@@ -22,7 +24,7 @@ bool readText(std::FILE* file, std::string& text) {
 bool readLength(std::FILE* file, std::int64_t& length) {
     unsigned char n[4];
     if (std::fread(n, 1, sizeof n, file) != sizeof n) return false;
-    length = n[0] | n[1] << 8 | n[2] << 16 | std::int64_t{n[3]} << 24;
+    length = dib::readLe32(n);
     return true;
 }
 

@@ -7,20 +7,16 @@
 
 #include <cstdint>
 #include <exception>
-#include <memory>
 #include <stdexcept>
 #include <vector>
 
-#include "plugins/Gamma.h"
+#include "dib/File.h"
+#include "dib/LightCurve.h"
 #include "plugins/exr/Part.h"
 
 namespace plugins::exr {
 
 namespace {
-
-struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 class Stream final : public Imf::IStream {
 public:
@@ -105,13 +101,14 @@ private:
 // of powers.
 template <class Reader>
 void putLine(const Reader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
+    const dib::LightCurve& curve = dib::lightCurve();
     for (unsigned place = 0; place < pixelBytes; ++place) {
         const std::vector<float>& samples = reader.samplesFor(place);
         unsigned char* out = pixels + place;
         if (samples.empty()) {
             for (std::size_t x = 0; x < width; ++x) out[x * pixelBytes] = place == kAlpha ? 255 : 0;
         }
-        for (std::size_t x = 0; x < samples.size(); ++x) out[x * pixelBytes] = gammaByte(samples[x]);
+        for (std::size_t x = 0; x < samples.size(); ++x) out[x * pixelBytes] = curve(samples[x]);
     }
 }
 
@@ -146,7 +143,7 @@ bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void*
 }
 
 bool read(const char* path, Picture& picture, DibProgressCallback progress, void* user) {
-    const std::unique_ptr<std::FILE, Close> file(std::fopen(path, "rb"));
+    const dib::FilePtr file(std::fopen(path, "rb"));
     return file != nullptr && read(file.get(), picture, progress, user);
 }
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "plugins/Gamma.h"
+#include "dib/LightCurve.h"
 #include "tests/plugins/DdsFile.h"
 #include "tests/support/Paths.h"
 
@@ -92,19 +92,20 @@ TEST(DdsTest, NumbersOfUncompressedFormats) {
 }
 
 TEST(DdsTest, GammaCurve) {
+    const dib::LightCurve& curve = dib::lightCurve();
     const float infinity = std::numeric_limits<float>::infinity();
-    EXPECT_EQ(plugins::gammaByte(0.5F), 186);
-    EXPECT_EQ(plugins::gammaByte(0.18F), 117);
-    EXPECT_EQ(plugins::gammaByte(1.0F), 255);
-    EXPECT_EQ(plugins::gammaByte(infinity), 255);
-    EXPECT_EQ(plugins::gammaByte(-infinity), 0);
-    EXPECT_EQ(plugins::gammaByte(-0.5F), 0);
-    EXPECT_EQ(plugins::gammaByte(std::numeric_limits<float>::quiet_NaN()), 0);
+    EXPECT_EQ(curve(0.5F), 186);
+    EXPECT_EQ(curve(0.18F), 117);
+    EXPECT_EQ(curve(1.0F), 255);
+    EXPECT_EQ(curve(infinity), 255);
+    EXPECT_EQ(curve(-infinity), 0);
+    EXPECT_EQ(curve(-0.5F), 0);
+    EXPECT_EQ(curve(std::numeric_limits<float>::quiet_NaN()), 0);
     // From the smallest samples, a fraction of a thousandth further each time.
     for (float sample = std::numeric_limits<float>::denorm_min(); sample < 1.1F;
          sample += std::max(sample / 4096, std::numeric_limits<float>::denorm_min())) {
         const double byte = std::floor(std::pow(double{sample}, 0.45454543828964233) * 255.0 + 0.5);
-        ASSERT_EQ(plugins::gammaByte(sample), static_cast<int>(std::min(byte, 255.0))) << sample;
+        ASSERT_EQ(curve(sample), static_cast<int>(std::min(byte, 255.0))) << sample;
     }
 }
 
