@@ -1,5 +1,5 @@
-// Filters of the four neighbours that share an edge: each channel of the result depends on the same channel of
-// the pixel and of the pixels above, left, right and below.
+// Filters of the four neighbours that share an edge: each channel of the result depends on the same channel
+// of the pixel and of the pixels above, left, right and below.
 //
 //     struct Mean {
 //         static DIB_ALWAYS_INLINE unsigned char channel(const dib::Cross& c) {
