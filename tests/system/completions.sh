@@ -6,6 +6,7 @@ dib="$1" work="$2"
 rm -rf "$work"
 mkdir -p "$work"
 cd "$work"
+PATH="$(dirname "$dib"):$PATH"
 touch picture.bmp
 
 # bash passes the line and the position of the cursor. Its line editor keeps the text before the last ':' or '='.
@@ -16,6 +17,8 @@ complete -p dib >/dev/null
 COMP_LINE=$1 COMP_POINT=${#1}
 _dib 2>/dev/null
 word=${1##* }
+# What the line editor does where nothing is offered.
+[ ${#COMPREPLY[@]} -gt 0 ] || mapfile -t COMPREPLY < <(compgen -f -- "$word")
 kept=${word%"${word##*[:=]}"}
 [[ $word == *[:=]* ]] || kept=
 for offer in "${COMPREPLY[@]}"; do echo "$kept$offer"; done
@@ -33,17 +36,15 @@ END
 "$dib" completion zsh >_dib
 cat >ask.zsh <<'END'
 compdef() { :; }
-offer() { for word in "$@"; do [[ $word == $PREFIX* ]] && print -r -- "$before$word"; done; return 0; }
-compadd() { while [[ $1 == -* ]]; do [[ $1 == -S ]] && shift; [[ $1 == -- ]] && { shift; break; }; shift; done; offer "$@"; }
+offer() { for word in "$@"; do [[ $word == $PREFIX* ]] && print -r -- "$word"; done; return 0; }
 _describe() {
     while [[ $1 == -* ]]; do shift 2; done
     local entry
     for entry in ${(P)2}; do entry=${entry//\\:/$'\1'}; offer "${${entry%%:*}//$'\1'/:}"; done
 }
 _files() { offer *; }
-compset() { before=${PREFIX%"${PREFIX##*[:,]}"}; PREFIX=${PREFIX##*[:,]}; }
 source ./_dib
-words=(${(s: :)1}) CURRENT=$#words PREFIX=$words[-1] before=
+words=(${(s: :)1}) CURRENT=$#words PREFIX=$words[-1]
 _dib
 END
 

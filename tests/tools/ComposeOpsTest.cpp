@@ -34,7 +34,8 @@ TEST_F(ComposeOps, FilesThatCannotBeReadAreFailures) {
     writeFile("in", readFile("in.bmp"));
     writeFile("text.bmp", "Not a picture, but long enough to hold a file header and more of it.");
     writeFile("text.png", "Not a picture");
-    const std::string extension = "unsupport type (`dib help compose` tells the extensions)";
+    const std::string extension =
+        "cannot read files with this extension; `dib help compose` lists those that can be";
     const std::pair<std::string, std::string> kCases[] = {
         {"absent.bmp", "open file (No such file or directory)"},
         {"in.jpeg", extension},
@@ -54,8 +55,7 @@ TEST_F(ComposeOps, ThePictureThatDoesNotSuitIsNamed) {
     EXPECT_EQ(run({"run", "in.bmp", "compose:a\\,b.bmp", "out.bmp"}).exitCode, 0);
     const Result result = run({"run", "in.bmp", "bpp:16", "compose:in.bmp", "out.bmp"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors,
-              "dib: in.bmp: compose: cannot be done to a picture of 33x21 pixels with 16 bits\n");
+    EXPECT_EQ(result.errors, "dib: in.bmp: compose: does not support 33x21 pictures with 16 bits\n");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tools/Gallery.h"
+#include "tools/gallery/Gallery.h"
 
 #include <DibCodec.h>
 
@@ -10,10 +10,10 @@
 
 #include "tests/tools/GalleryCalls.h"
 #include "tests/tools/Program.h"
-#include "tools/CallText.h"
-#include "tools/ContactSheet.h"
-#include "tools/Html.h"
-#include "tools/Operations.h"
+#include "tools/gallery/CallText.h"
+#include "tools/gallery/ContactSheet.h"
+#include "tools/gallery/Html.h"
+#include "tools/operations/Operations.h"
 
 namespace tool_test {
 
@@ -272,7 +272,7 @@ TEST_F(Gallery, SaysWhatIsWrong) {
 
     const Result file = run({"gallery", "in.bmp", "in.bmp"});
     EXPECT_EQ(file.exitCode, 4);
-    EXPECT_TRUE(file.errors.starts_with("dib: in.bmp: no folder can be made here")) << file.errors;
+    EXPECT_TRUE(file.errors.starts_with("dib: in.bmp: cannot create folder")) << file.errors;
 
     EXPECT_EQ(run({"gallery", "in.bmp"}).exitCode, 2);
     for (const char* side : {"--side=239", "--side=1025", "--side=many"}) {

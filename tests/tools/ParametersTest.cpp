@@ -2,8 +2,8 @@
 
 #include <numbers>
 
-#include "tools/Failure.h"
-#include "tools/Operations.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/operations/Operations.h"
 
 namespace {
 
@@ -105,7 +105,7 @@ TEST(Parameters, SizesHaveTwoLengthsOrOnePercentage) {
     EXPECT_EQ(size("50%"), std::pair(5, 4));
     EXPECT_EQ(size("50%x14"), std::pair(5, 14));
     EXPECT_EQ(size("1%"), std::pair(1, 1));
-    EXPECT_EQ(refusal(kExtent, "320"), "op: extent: '320' is neither WIDTHxHEIGHT nor a percentage");
+    EXPECT_EQ(refusal(kExtent, "320"), "op: extent: '320' must be WIDTHxHEIGHT or a percentage");
     EXPECT_EQ(refusal(kExtent, "320x"), "op: extent: '320x' is not a whole number");
     EXPECT_EQ(refusal(kExtent, "x"), "op: extent: 'x' is not a whole number");
     EXPECT_EQ(refusal(kExtent, "0x5"), "op: extent: '0x5' is outside 1 to 2147483647");
@@ -118,10 +118,10 @@ TEST(Parameters, FlagsRunTogetherOrAreJoined) {
     EXPECT_EQ(one(kWrap, "y").word("wrap"), 2U);
     EXPECT_EQ(one(kWrap, "xy").word("wrap"), 3U);
     EXPECT_EQ(one(kWrap, "y+x").word("wrap"), 3U);
-    EXPECT_EQ(refusal(kWrap, ""), "op: wrap: '' is neither none, x, y nor several of them joined by '+'");
+    EXPECT_EQ(refusal(kWrap, ""), "op: wrap: '' must be none, x, y or a combination such as x+y");
     for (const char* text : {"z", "x+", "+x", "x+z", "X"}) {
-        EXPECT_EQ(refusal(kWrap, text), "op: wrap: '" + std::string(text) +
-                                            "' is neither none, x, y nor several of them joined by '+'");
+        EXPECT_EQ(refusal(kWrap, text),
+                  "op: wrap: '" + std::string(text) + "' must be none, x, y or a combination such as x+y");
     }
 }
 
@@ -134,7 +134,7 @@ TEST(Parameters, ColorsAreSixOrEightHexDigits) {
     EXPECT_EQ(one(kTint, "#12abf080").color("tint").alpha, 0x80);
     for (const char* text : {"", "#", "#12345", "#1234567", "123456", "#12345g", "#-12345", "#123456789"}) {
         EXPECT_EQ(refusal(kTint, text),
-                  "op: tint: '" + std::string(text) + "' is not a colour #rrggbb or #rrggbbaa");
+                  "op: tint: '" + std::string(text) + "' must be a colour #rrggbb or #rrggbbaa");
     }
 }
 

@@ -82,11 +82,11 @@ TEST_F(PluginFormats, ABrokenPlugInIsNoBrokenPicture) {
     std::filesystem::create_symlink(std::filesystem::path(DIB_TOOL_TEST_PLUGINS) / "vexlibdds.bundle",
                                     "mine/vexlibexr.bundle");
     EXPECT_EQ(errorsOf("dds"),
-              "dib: there is no plug-in for DDS files: mine/vexlibdds.bundle holds no code that can be "
-              "loaded here (--plugins names another folder)\n");
+              "dib: no plug-in for DDS files: mine/vexlibdds.bundle holds no code that can be "
+              "loaded here (set its folder with --plugins)\n");
     EXPECT_EQ(errorsOf("exr"),
-              "dib: there is no plug-in for EXR files: mine/vexlibexr.bundle has no function LoadEXR "
-              "(--plugins names another folder)\n");
+              "dib: no plug-in for EXR files: mine/vexlibexr.bundle has no function LoadEXR "
+              "(set its folder with --plugins)\n");
     std::filesystem::remove("mine/vexlibdds.bundle");
     std::filesystem::create_directory("mine/vexlibdds.bundle");
     EXPECT_NE(errorsOf("dds").find("holds no code"), std::string::npos) << "an empty folder";

@@ -91,6 +91,8 @@ std::vector<std::string> filesHere() {
     return names;
 }
 
+std::string programFolder() { return fs::path(DIB_PROGRAM).parent_path(); }
+
 bool isInstalled(const std::string& program) {
     return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
 }

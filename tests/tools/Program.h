@@ -43,6 +43,8 @@ std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& bytes);
 /// The names in the working folder, sorted.
 std::vector<std::string> filesHere();
+/// The folder of the program that is tested.
+std::string programFolder();
 /// Whether a program can be found on the search path.
 bool isInstalled(const std::string& program);
 

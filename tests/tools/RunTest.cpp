@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "tests/tools/Program.h"
-#include "tools/Chain.h"
-#include "tools/Failure.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/commands/Run.h"
 
 namespace tool_test {
 
@@ -87,15 +87,15 @@ TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
     const auto chainOf = [](bool (*failing)(DibStream&, const tool::Arguments&, DibProgressCallback, void*)) {
         static tool::Operation operation;
         operation = {"spoil", "Fails.", "spoil", {}, {}, {}, failing};
-        tool::Chain chain;
+        tool::RunJob chain;
         chain.input = "in.bmp";
         chain.output = "out.bmp";
         chain.steps.push_back({&operation, tool::Arguments({}, {})});
         return chain;
     };
-    const auto messageOf = [](const tool::Chain& chain) -> std::string {
+    const auto messageOf = [](const tool::RunJob& chain) -> std::string {
         try {
-            tool::runChain(chain);
+            tool::runJob(chain);
         } catch (const tool::Failure& failure) {
             EXPECT_EQ(failure.exitCode(), 1);
             return failure.what();
@@ -109,7 +109,7 @@ TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
               "in.bmp: spoil: allocate memory");
     EXPECT_EQ(messageOf(chainOf(
                   [](DibStream&, const tool::Arguments&, DibProgressCallback, void*) { return false; })),
-              "in.bmp: spoil: cannot be done to a picture of 33x21 pixels with 24 bits");
+              "in.bmp: spoil: does not support 33x21 pictures with 24 bits");
     EXPECT_EQ(filesHere(), kOnlyInput);
 }
 
@@ -126,26 +126,25 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
         {{"run", "in.bmp", "bpp:8,colour=4", "out.bmp"}, "dib: bpp: no parameter 'colour'" + usage},
         {{"run", "in.bmp", "bpp", "out.bmp"}, "dib: bpp: depth is missing" + usage},
         {{"run", "in.bmp", "bpp:method=grey", "out.bmp"}, "dib: bpp: depth is missing" + usage},
-        {{"run", "in.bmp", "bpp:12", "out.bmp"}, "dib: bpp: depth: '12' is none of 1, 4, 8, 16, 24, 32\n"},
-        {{"run", "in.bmp", "bpp:", "out.bmp"}, "dib: bpp: depth: '' is none of 1, 4, 8, 16, 24, 32\n"},
-        {{"run", "in.bmp", "bpp:8 ", "out.bmp"}, "dib: bpp: depth: '8 ' is none of 1, 4, 8, 16, 24, 32\n"},
+        {{"run", "in.bmp", "bpp:12", "out.bmp"}, "dib: bpp: depth: '12' is not one of 1, 4, 8, 16, 24, 32\n"},
+        {{"run", "in.bmp", "bpp:", "out.bmp"}, "dib: bpp: depth: '' is not one of 1, 4, 8, 16, 24, 32\n"},
+        {{"run", "in.bmp", "bpp:8 ", "out.bmp"}, "dib: bpp: depth: '8 ' is not one of 1, 4, 8, 16, 24, 32\n"},
         {{"run", "in.bmp", "bpp:8,method=", "out.bmp"},
-         "dib: bpp: method: '' is none of plain, grey, dither, median, truncate, diffuse\n"},
+         "dib: bpp: method: '' is not one of plain, grey, dither, median, truncate, diffuse\n"},
         {{"run", "in.bmp", "bpp:24,method=median", "out.bmp"},
-         "dib: bpp: method: does not go with depth 24" + usage},
+         "dib: bpp: method: not available for depth 24" + usage},
         {{"run", "in.bmp", "bpp:4,method=dither", "out.bmp"},
-         "dib: bpp: method: does not go with depth 4" + usage},
+         "dib: bpp: method: not available for depth 4" + usage},
         {{"run", "in.bmp", "bpp:8,method=truncate", "out.bmp"},
-         "dib: bpp: method: does not go with depth 8" + usage},
+         "dib: bpp: method: not available for depth 8" + usage},
         {{"run", "in.bmp", "bpp:8,method=diffuse", "out.bmp"},
-         "dib: bpp: method: does not go with depth 8" + usage},
+         "dib: bpp: method: not available for depth 8" + usage},
         {{"run", "in.bmp", "bpp:1,method=grey", "out.bmp"},
-         "dib: bpp: method: does not go with depth 1" + usage},
+         "dib: bpp: method: not available for depth 1" + usage},
         {{"run", "in.bmp", "bqq:8", "out.bmp"}, "dib: no operation 'bqq'; `dib ops` lists them\n"},
         {{"run", "in.bmp", "", "out.bmp"}, "dib: no operation ''; `dib ops` lists them\n"},
-        {{"run"}, "dib: run: an INPUT and an OUTPUT are needed\n"},
-        {{"run", "in.bmp"}, "dib: run: an INPUT and an OUTPUT are needed\n"},
-        {{"bench-report"}, "dib: bench-report: RESULTS.json and an OUTPUT are needed\n"},
+        {{"run"}, "dib: run: INPUT and OUTPUT are required\n"},
+        {{"run", "in.bmp"}, "dib: run: INPUT and OUTPUT are required\n"},
         {{"cat"}, "dib: no command or option 'cat'\ndib: try `dib --help`\n"},
         {{"--cat", "run"}, "dib: The following argument was not expected: --cat\ndib: try `dib --help`\n"},
         {{"run", "in.bmp", "b\x1B[31m", "out.bmp"}, "dib: no operation 'b?[31m'; `dib ops` lists them\n"},

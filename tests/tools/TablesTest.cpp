@@ -3,9 +3,9 @@
 #include <set>
 
 #include "tests/tools/Program.h"
-#include "tools/Failure.h"
-#include "tools/Formats.h"
-#include "tools/Operations.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/io/Formats.h"
+#include "tools/operations/Operations.h"
 
 namespace tool_test {
 

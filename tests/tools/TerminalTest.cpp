@@ -69,7 +69,7 @@ TEST_F(Terminal, ShowsNoBarWhenNoneIsWanted) {
 TEST_F(Terminal, IsNotFilledWithAPicture) {
     const Result result = runWithTerminal(STDOUT_FILENO, {"run", "in.bmp", "bpp:8", "-"});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.errors, "dib: standard output is a terminal; a picture goes to a file or a pipe\n");
+    EXPECT_EQ(result.errors, "dib: standard output is a terminal; write the picture to a file or a pipe\n");
     EXPECT_EQ(shown(), "");
 }
 

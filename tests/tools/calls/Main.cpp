@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "tests/tools/GalleryCalls.h"
-#include "tools/CallText.h"
-#include "tools/Operations.h"
+#include "tools/gallery/CallText.h"
+#include "tools/operations/Operations.h"
 
 namespace {
 

@@ -1,0 +1,186 @@
+#include "tools/cli/Completion.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "tools/cli/Commands.h"
+#include "tools/cli/Options.h"
+#include "tools/operations/Operations.h"
+
+namespace tool {
+
+namespace {
+
+// The words that begin with what was typed.
+class Offers {
+public:
+    explicit Offers(std::string_view typed) : typed_(typed) {}
+
+    void add(const std::string& word, std::string_view help = {}) {
+        if (word.starts_with(typed_)) lines_ += word + (help.empty() ? "" : "\t" + std::string(help)) + "\n";
+    }
+    void addEach(const std::string& head, const std::string& choices) {
+        for (const std::string& choice : CLI::detail::split(choices, '|')) add(head + choice);
+    }
+    void alsoFiles() { kind_ = "files\n"; }
+    std::string text() const { return kind_ + lines_; }
+
+private:
+    std::string_view typed_;
+    std::string kind_ = "words\n";
+    std::string lines_;
+};
+
+void offerOptions(const CLI::App& app, const Command& command, const std::string& typed, Offers& offers) {
+    const std::size_t equals = typed.find('=');
+    for (const OptionText& option : optionTexts(app, command)) {
+        if (equals == std::string::npos) {
+            offers.add(option.name + (option.values.empty() ? "" : "="), option.help);
+        } else if (option.name != typed.substr(0, equals)) {
+            continue;
+        } else if (option.values == kFormatPlaceholder) {
+            for (const Format& format : formats()) offers.add(option.name + "=" + std::string(format.name));
+        } else if (option.values.find('|') != std::string::npos) {
+            offers.addEach(option.name + "=", option.values);
+        }
+    }
+}
+
+void offerValues(const Parameter& parameter, const std::string& head, Offers& offers) {
+    if (parameter.kind == ParameterKind::Flags) offers.add(head + "none");
+    for (const Choice& choice : parameter.choices) offers.add(head + std::string(choice.name), choice.help);
+}
+
+// What can follow the last colon or comma of "bpp:8,method=".
+void offerParameters(const Operation& operation, const std::string& typed, Offers& offers) {
+    const std::size_t separator = typed.find_last_of(":,");
+    const std::string head = typed.substr(0, separator + 1);
+    const std::string value = typed.substr(separator + 1);
+    const std::size_t equals = value.find('=');
+    for (const Parameter& parameter : operation.parameters) {
+        const std::string key = std::string(parameter.name) + "=";
+        if (equals == std::string::npos) {
+            offers.add(head + key, parameter.help);
+        } else if (value.starts_with(key)) {
+            offerValues(parameter, head + key, offers);
+        }
+    }
+    const bool isFirst = typed[separator] == ':' && equals == std::string::npos;
+    if (isFirst && !operation.parameters.empty()) offerValues(operation.parameters.front(), head, offers);
+}
+
+void offerOperations(const std::string& typed, Offers& offers) {
+    const std::size_t colon = typed.find(':');
+    const Operation* begun = colon != std::string::npos ? findOperation(typed.substr(0, colon)) : nullptr;
+    if (begun != nullptr) return offerParameters(*begun, typed, offers);
+    for (const Operation& operation : operations())
+        offers.add(std::string(operation.name) + (operation.parameters.empty() ? "" : ":"), operation.help);
+    offers.alsoFiles();
+}
+
+void offerCommands(Offers& offers) {
+    for (const Command& command : commands()) offers.add(command.name, command.help);
+}
+
+void offerOperands(std::string_view command, const std::string& typed, Offers& offers) {
+    if (command == "run") return offerOperations(typed, offers);
+    if (command == "completion") return offers.addEach("", kShells);
+    if (command == "info" || command == "layers" || command == "gallery") return offers.alsoFiles();
+    if (command != "help") return;
+    offerCommands(offers);
+    for (const Operation& operation : operations()) offers.add(std::string(operation.name), operation.help);
+}
+
+constexpr const char* kBashScript = R"(# bash completion for dib
+
+_dib() {
+    local line=${COMP_LINE:0:COMP_POINT} kept='' kind offer
+    local -a words
+    read -ra words <<<"$line"
+    [[ $line == *[[:blank:]] ]] && words+=('')
+    local current=${words[-1]}
+    COMPREPLY=()
+    # The line editor keeps what stands before its own last word break.
+    [[ $current == *[:=]* ]] && kept=${current%"${current##*[:=]}"}
+    while IFS=$'\t' read -r offer _; do
+        if [[ -z $kind ]]; then
+            kind=$offer
+            continue
+        fi
+        COMPREPLY+=("${offer#"$kept"}")
+        [[ $offer == *[:=] ]] && compopt -o nospace 2>/dev/null
+    done < <("${words[0]}" __complete "${words[@]:1}" 2>/dev/null)
+    # Without words the line editor offers files by itself.
+    [[ $kind == files && ${#COMPREPLY[@]} -gt 0 ]] &&
+        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$current")
+    return 0
+}
+
+complete -o default -F _dib dib
+)";
+
+constexpr const char* kZshScript = R"(#compdef dib
+
+_dib() {
+    local kind line word
+    local -a whole begun
+    for line in "${(@f)$(${words[1]} __complete "${(@)words[2,CURRENT]}" 2>/dev/null)}"; do
+        if [[ -z $kind ]]; then
+            kind=$line
+            continue
+        fi
+        # _describe splits "word:explanation" at the first bare colon.
+        word=${${line%%$'\t'*}//:/\\:}
+        [[ $line == *$'\t'* ]] && line=$word:${line#*$'\t'} || line=$word
+        if [[ $word == *[:=]* ]]; then begun+=("$line"); else whole+=("$line"); fi
+    done
+    _describe -t words word whole
+    _describe -t words word begun -S ''
+    [[ $kind != files ]] || _files
+}
+
+if [[ $funcstack[1] == _dib ]]; then
+    _dib "$@"
+else
+    compdef _dib dib
+fi
+)";
+
+constexpr const char* kFishScript = R"(# fish completion for dib
+
+function __dib_complete
+    set -l words (commandline -opc)
+    set -l current (commandline -ct)
+    set -l lines ($words[1] __complete $words[2..] "$current" 2>/dev/null)
+    test "$lines[1]" = files; and __fish_complete_path "$current"
+    printf '%s\n' $lines[2..]
+end
+
+complete -c dib -f -a '(__dib_complete)'
+)";
+
+}  // namespace
+
+std::string completions(const CLI::App& app, const std::vector<std::string>& words) {
+    const std::string typed = words.empty() ? "" : words.back();
+    Offers offers(typed);
+    if (words.size() < 2) {
+        offerCommands(offers);
+        offers.addEach("", "--help|--version");
+        return offers.text();
+    }
+    const auto command = std::ranges::find(commands(), words.front(), &Command::name);
+    if (command == commands().end()) return offers.text();
+    if (typed.starts_with('-')) {
+        offerOptions(app, *command, typed, offers);
+    } else {
+        offerOperands(command->name, typed, offers);
+    }
+    return offers.text();
+}
+
+std::string completionScript(const std::string& shell) {
+    return shell == "bash" ? kBashScript : shell == "zsh" ? kZshScript : kFishScript;
+}
+
+}  // namespace tool

@@ -1,0 +1,65 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/cli/Cancel.h"
+#include "tools/cli/Commands.h"
+#include "tools/cli/Completion.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/cli/Printable.h"
+#include "tools/io/Files.h"
+#include "tools/io/PluginFolder.h"
+
+namespace {
+
+// Every line of a message begins with the name of the program.
+void complain(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) std::fprintf(stderr, "dib: %s\n", tool::printable(line).c_str());
+}
+
+// What is wrong with the command line. The parser does not name a word that is no command.
+std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> rest = app.remaining();
+    if (!app.get_subcommands().empty() || rest.empty()) return error.what();
+    return "no command or option '" + rest.front() + "'";
+}
+
+int run(int argumentCount, char** arguments) {
+    CLI::App app("Reads, changes and writes pictures.", "dib");
+    tool::declareCommands(app);
+    if (argumentCount > 1 && arguments[1] == std::string_view(tool::kCompleteCommand)) {
+        tool::print(tool::completions(app, {arguments + 2, arguments + argumentCount}));
+        return tool::kExitDone;
+    }
+    tool::usePluginFolder("");
+    try {
+        app.parse(argumentCount, arguments);
+    } catch (const CLI::Success& asked) {
+        std::ostringstream answer;
+        app.exit(asked, answer);
+        tool::print(answer.str());
+    } catch (const CLI::ParseError& error) {
+        throw tool::Failure(tool::kExitUsage, {mistakeIn(app, error), "try `dib --help`"});
+    }
+    return tool::kExitDone;
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    tool::guardStandardStreams();
+    tool::installSignalHandlers();
+    try {
+        return run(argumentCount, arguments);
+    } catch (const tool::Failure& failure) {
+        complain(failure.lines());
+        return failure.exitCode();
+    } catch (const std::exception& error) {
+        complain({error.what()});
+        return tool::kExitOperationFailed;
+    }
+}

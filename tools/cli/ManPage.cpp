@@ -1,0 +1,139 @@
+#include "tools/cli/ManPage.h"
+
+#include "tools/cli/Commands.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/io/Formats.h"
+#include "tools/operations/OperationText.h"
+
+namespace tool {
+
+namespace {
+
+// The day on which the wording last changed; the build day would make builds differ.
+constexpr const char* kDate = "2026-11-21";
+
+// Text that roff prints as it is: no escapes, no requests, no hyphens that turn typographic.
+std::string escaped(std::string_view text) {
+    std::string roff;
+    for (const char c : text) {
+        if ((c == '.' || c == '\'') && (roff.empty() || roff.back() == '\n')) roff += "\\&";
+        if (c == '\\') {
+            roff += "\\e";
+        } else if (c == '-') {
+            roff += "\\-";
+        } else {
+            roff += c;
+        }
+    }
+    return roff;
+}
+
+// Running text with short lines and each sentence on a new one, as roff sources are written.
+std::string paragraph(std::string_view text) {
+    constexpr std::size_t kLineLength = 60;
+    std::string lines;
+    std::size_t lineStart = 0;
+    for (const char c : text) {
+        const bool breaks = c == ' ' && (lines.ends_with('.') || lines.size() - lineStart >= kLineLength);
+        lines += breaks ? '\n' : c;
+        if (breaks) lineStart = lines.size();
+    }
+    return escaped(lines);
+}
+
+std::string bold(std::string_view text) { return "\\fB" + escaped(text) + "\\fR"; }
+
+// A paragraph with a hanging tag.
+std::string item(const std::string& tag, const std::string& body) {
+    return ".TP\n" + tag + "\n" + body + "\n";
+}
+
+std::string commandSection(const CLI::App& app) {
+    std::string roff = ".SH COMMANDS\n";
+    for (const Command& command : commands()) {
+        std::string tag = bold(command.name);
+        const std::string operands = operandText(app, command);
+        if (!operands.empty()) tag += " " + escaped(operands);
+        roff += item(tag, paragraph(std::string(command.help) + "."));
+        for (const OptionText& option : optionTexts(app, command)) {
+            if (option.name == "--help") continue;
+            roff += ".RS\n" +
+                    item(bold(option.name) + (option.values.empty() ? "" : "=" + escaped(option.values)),
+                         paragraph(option.help + ".")) +
+                    ".RE\n";
+        }
+    }
+    return roff;
+}
+
+std::string choices(const Parameter& parameter) {
+    std::string roff;
+    for (const Choice& choice : parameter.choices) {
+        roff += item(bold(choice.name), paragraph(std::string(choice.help) + "."));
+    }
+    return roff.empty() ? roff : ".RS\n" + roff + ".RE\n";
+}
+
+std::string operationTable() {
+    std::string roff = ".SH OPERATIONS\n";
+    for (const Operation& operation : operations()) {
+        roff += ".SS " + escaped(synopsis(operation)) + "\n" + paragraph(operation.help) + "\n";
+        for (const Parameter& parameter : operation.parameters) {
+            const std::string limits = constraints(parameter);
+            roff += item(bold(parameter.name), paragraph(std::string(parameter.help) +
+                                                         (limits.empty() ? "" : " (" + limits + ")") + "."));
+            roff += choices(parameter);
+        }
+        roff += ".PP\nExample: " + bold(operation.example) + "\n";
+    }
+    return roff;
+}
+
+std::string formatTable() {
+    std::string roff = ".SH FORMATS\n";
+    for (const Format& format : formats()) {
+        roff += item(bold(format.name), paragraph(format.help) +
+                                            ".\nReads: " + escaped(depthsText(format.readsDepths)) +
+                                            ".\nWrites: " + escaped(depthsText(format.writesDepths)) + ".");
+    }
+    return roff;
+}
+
+std::string exitStatus() {
+    const std::pair<int, const char*> codes[] = {
+        {kExitDone, "Done."},
+        {kExitOperationFailed, "An operation failed."},
+        {kExitUsage, "The command line is wrong."},
+        {kExitBadInput, "An input cannot be read or is not supported."},
+        {kExitOutputFailed, "The output cannot be written."},
+        {kExitCancelled, "Cancelled by a signal."},
+    };
+    std::string roff = ".SH EXIT STATUS\n";
+    for (const auto& [code, meaning] : codes) roff += item(bold(std::to_string(code)), meaning);
+    return roff;
+}
+
+}  // namespace
+
+std::string manPage(const CLI::App& app) {
+    return std::string(".TH DIB 1 ") + kDate + " \"DibStream " DIB_TOOL_VERSION "\"\n" +
+           ".SH NAME\ndib \\- read, change and write pictures\n"
+           ".SH SYNOPSIS\n.B dib run\n.I INPUT\n.RI [ OPERATION ]...\n.I OUTPUT\n.br\n"
+           ".B dib info\n.IR FILE ...\n.RB [ \\-\\-json ]\n.br\n"
+           ".B dib\n.I COMMAND\n.RI [ ARGUMENT ]...\n"
+           ".SH DESCRIPTION\n"
+           "An operation is written as its name, a colon and its parameters,\nseparated by commas.\n"
+           "A parameter is given by its place or as\n.IR name = value .\n"
+           "A comma or a backslash inside a value is written with a backslash before it.\n.PP\n"
+           "A file\n.B \\-\nis standard input or standard output.\n"
+           "An output is written to a temporary file in the folder of its target,\nwhich is renamed when it "
+           "is complete.\n" +
+           commandSection(app) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
+           item(bold("TMPDIR"), "Folder for temporary copies of pipes; /tmp when unset.") + exitStatus() +
+           ".SH EXAMPLES\n.nf\n"
+           "dib run in.bmp bpp:8,method=median out.bmp\n"
+           "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"
+           "dib info *.bmp \\-\\-json\n.fi\n";
+}
+
+}  // namespace tool

@@ -1,0 +1,15 @@
+/// The manual page.
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+/// As roff.
+std::string manPage(const CLI::App& app);
+
+}  // namespace tool

@@ -1,0 +1,28 @@
+/// Operands and options that several commands have.
+#pragma once
+
+#include <string>
+
+#include "tools/io/Formats.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+inline constexpr const char* kFormatPlaceholder = "FORMAT";  ///< Stands for the name of a format.
+inline constexpr const char* kShells = "bash|zsh|fish";
+
+/// An operand that must be given.
+void addOperand(CLI::App& command, const std::string& name, std::string& value, const std::string& help);
+/// "--from" or "--to"; `format` keeps its value where the option is not given.
+void addFormat(CLI::App& command, const std::string& name, const Format*& format, const std::string& help);
+/// "--plugins", which takes effect at once.
+void addPlugins(CLI::App& command);
+/// "--progress"; `isShown` is set in any case.
+void addProgress(CLI::App& command, bool& isShown);
+/// "--json".
+void addJson(CLI::App& command, bool& asJson);
+
+}  // namespace tool

@@ -1,0 +1,44 @@
+// `dib help`, `dib completion` and `dib man`: what the program says about itself.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "tools/cli/Commands.h"
+#include "tools/cli/Completion.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/cli/ManPage.h"
+#include "tools/cli/Options.h"
+#include "tools/io/Files.h"
+#include "tools/operations/OperationText.h"
+
+namespace tool {
+
+namespace {
+
+std::string helpOn(const CLI::App& app, const std::string& topic) {
+    if (topic.empty()) return app.help();
+    if (const Operation* operation = findOperation(topic)) return operationHelp(*operation);
+    if (std::ranges::find(commands(), topic, &Command::name) != commands().end())
+        return app.get_subcommand(topic)->help("dib");
+    throw usageFailure("no operation or command '" + topic + "'; `dib ops` lists the operations");
+}
+
+}  // namespace
+
+void declareHelp(CLI::App& command) {
+    const auto topic = std::make_shared<std::string>();
+    command.add_option("TOPIC", *topic, "An operation or a command")->type_name("");
+    command.callback([&command, topic] { print(helpOn(*command.get_parent(), *topic)); });
+}
+
+void declareCompletion(CLI::App& command) {
+    const auto shell = std::make_shared<std::string>();
+    addOperand(command, "SHELL", *shell, kShells);
+    command.get_option("SHELL")->check(CLI::IsMember(CLI::detail::split(kShells, '|')).description(""));
+    command.callback([shell] { print(completionScript(*shell)); });
+}
+
+void declareMan(CLI::App& command) {
+    command.callback([&command] { print(manPage(*command.get_parent())); });
+}
+
+}  // namespace tool

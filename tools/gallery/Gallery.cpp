@@ -1,0 +1,184 @@
+#include "tools/gallery/Gallery.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tools/cli/Cancel.h"
+#include "tools/cli/ExitCode.h"
+#include "tools/commands/Pictures.h"
+#include "tools/gallery/CallText.h"
+#include "tools/gallery/ContactSheet.h"
+#include "tools/gallery/GalleryPage.h"
+#include "tools/io/Images.h"
+
+namespace tool {
+
+namespace {
+
+constexpr const char* kInput = "in.bmp";
+constexpr const char* kOther = "other.bmp";
+constexpr const char* kPictureFolder = "pictures";
+
+// The contact sheet shows the second sample, which says more than the plainest one, unless there is nothing to set.
+std::size_t sampleOfSheet(const Operation& operation) { return operation.parameters.empty() ? 0 : 1; }
+
+void need(bool done, const std::string& title, const DibStream& image) {
+    if (!done) throw Failure(kExitOperationFailed, title + ": " + errorText(image));
+}
+
+ImagePtr cloneOf(DibStream& image) {
+    ImagePtr copy(image.Clone());
+    need(copy != nullptr, kInput, image);
+    return copy;
+}
+
+// The folder that the gallery is written to.
+class Folder {
+public:
+    Folder(const std::string& path, Progress& progress) : path_(path), progress_(progress) {
+        makeFolder(path);
+        makeFolder(pathOf(kPictureFolder));
+    }
+
+    const std::string& path() const { return path_; }
+    std::string pathOf(const std::string& name) const { return std::filesystem::path(path_) / name; }
+
+    // In the format of the name's extension.
+    void save(DibStream& image, const std::string& name) const {
+        OutputFile file(pathOf(name));
+        savePicture(file, *formatOfExtension(name), image, progress_);
+    }
+
+    // Saves a picture of the page.
+    ShownPicture show(DibStream& image, const std::string& name) const {
+        const std::string picture = std::string(kPictureFolder) + "/" + name + ".png";
+        save(image, picture);
+        std::ifstream file(pathOf(picture), std::ios::binary);
+        std::ostringstream bytes;
+        bytes << file.rdbuf();
+        return {bytes.str(), width(image), height(image), image.Header->biBitCount};
+    }
+
+private:
+    std::string path_;
+    Progress& progress_;
+};
+
+// Every operation accepts 24 bits. The sides are bounded, so that the settings of the samples suit every picture:
+// the longer one is as wanted, and a picture more than three times as long as wide is cut at both ends.
+void fit(DibStream& image, int longerSide, const std::string& title) {
+    constexpr int kLongest = 3;
+    need(image.ChangeBpp(24, 0), title, image);
+    const int columns = std::min(width(image), kLongest * height(image));
+    const int rows = std::min(height(image), kLongest * width(image));
+    need(image.ChangeSize(columns, rows, 0), title, image);
+    const double scale = static_cast<double>(longerSide) / std::max(columns, rows);
+    const auto scaled = [scale](int side) { return static_cast<int>(std::lround(side * scale)); };
+    const auto method = scale < 1 ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR;
+    need(image.Resize(scaled(columns), scaled(rows), method), title, image);
+}
+
+// Rings whose distance shrinks outwards, in two colours: a picture that shows well how it was laid over another.
+void paintOther(DibStream& image) {
+    constexpr int kWidth = 160;
+    constexpr int kHeight = 120;
+    constexpr int kRed[] = {250, 24};
+    constexpr int kGreen[] = {196, 60};
+    constexpr int kBlue[] = {72, 140};
+    need(image.Create(kWidth, kHeight, 24), kOther, image);
+    for (int y = 0; y < kHeight; ++y) {
+        auto* row = reinterpret_cast<DibBGR*>(image.ScanLine(y));
+        for (int x = 0; x < kWidth; ++x) {
+            const int dx = 2 * x - kWidth + 1;
+            const int dy = 2 * y - kHeight + 1;
+            const int phase = (dx * dx + dy * dy) / 10 % 512;
+            const int share = phase < 256 ? phase : 511 - phase;
+            const auto mixed = [share](const int(&ends)[2]) {
+                return static_cast<unsigned char>((ends[0] * (255 - share) + ends[1] * share) / 255);
+            };
+            row[x] = {mixed(kBlue), mixed(kGreen), mixed(kRed)};
+        }
+    }
+}
+
+// Renders the samples one after the other and puts one of each operation on the sheet.
+class Renderer {
+public:
+    Renderer(const Folder& folder, DibStream& input, ContactSheet& sheet, Progress& progress)
+        : folder_(folder), input_(input), sheet_(sheet), progress_(progress) {}
+
+    ShownOperation render(const Operation& operation) {
+        ShownOperation result{&operation, {}};
+        for (std::size_t i = 0; i < operation.samples.size(); ++i) {
+            const std::string name = std::string(operation.name) + "-" + std::to_string(i + 1);
+            result.samples[i] = renderSample(operation.samples[i], name);
+            if (i == sampleOfSheet(operation)) addToSheet(operation.name);
+        }
+        return result;
+    }
+
+private:
+    ShownSample renderSample(std::string_view chain, const std::string& name) {
+        ShownSample sample;
+        sample.chain = chain;
+        image_ = cloneOf(input_);
+        for (Step& step : parseSample(chain)) {
+            sample.call += (sample.call.empty() ? "" : "\n") + callText(step, *image_);
+            // The page names files as seen from its own folder.
+            step.arguments.placePaths(folder_.path());
+            applyStep(step, kInput, *image_, progress_);
+        }
+        sample.result = folder_.show(*image_, name);
+        return sample;
+    }
+
+    void addToSheet(std::string_view name) {
+        need(image_->ChangeBpp(24, 0), kInput, *image_);
+        sheet_.add(*image_, name);
+    }
+
+    const Folder& folder_;
+    DibStream& input_;
+    ContactSheet& sheet_;
+    Progress& progress_;
+    ImagePtr image_;
+};
+
+std::size_t stepCount() {
+    std::size_t count = 0;
+    for (const Operation& operation : operations()) {
+        for (const std::string_view chain : operation.samples) count += parseSample(chain).size();
+    }
+    return count;
+}
+
+}  // namespace
+
+void makeGallery(const GalleryJob& job) {
+    Progress progress(stepCount() + 1, job.showsProgress);
+    DibStream input;
+    {
+        const InputFile file(job.input);
+        loadPicture(file, inputFormatOf(file, job.inputFormat), input, progress);
+        fit(input, job.longerSide, file.title());
+    }
+    const Folder folder(job.folder, progress);
+    folder.save(input, kInput);
+    DibStream other;
+    paintOther(other);
+    folder.save(other, kOther);
+
+    Gallery gallery{folder.show(input, "in"), folder.show(other, "other"), {}};
+    ContactSheet sheet(static_cast<int>(operations().size()) + 1);
+    sheet.add(input, "original");
+    Renderer renderer(folder, input, sheet, progress);
+    for (const Operation& operation : operations()) gallery.operations.push_back(renderer.render(operation));
+    stopIfCancelled();
+    folder.save(sheet.image(), "contact-sheet.jpg");
+    writeText(folder.pathOf("index.html"), galleryPage(gallery));
+}
+
+}  // namespace tool

@@ -1,0 +1,27 @@
+/// `dib gallery`: what every operation of the table does to one picture.
+#pragma once
+
+#include <string>
+
+#include "tools/io/Formats.h"
+
+namespace tool {
+
+inline constexpr int kSmallestGallerySide = 240;
+inline constexpr int kLargestGallerySide = 1024;
+
+struct GalleryJob {
+    std::string input;
+    std::string folder;                   ///< Created if missing.
+    const Format* inputFormat = nullptr;  ///< Null: by the content, else by the name.
+    int longerSide = 320;  ///< Of the picture that is shown, `kSmallestGallerySide` to `kLargestGallerySide`.
+    bool showsProgress = false;
+};
+
+/// Writes a page with every sample of every operation, "index.html", and beside it the pictures, a contact sheet
+/// and the two pictures that the commands on the page start from, "in.bmp" and "other.bmp": run in the folder,
+/// they give what the page shows.
+/// @throws Failure.
+void makeGallery(const GalleryJob& job);
+
+}  // namespace tool

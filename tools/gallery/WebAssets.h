@@ -1,0 +1,12 @@
+/// The files of tools/web, which the build turns into text of the program.
+#pragma once
+
+#include <string_view>
+
+namespace tool {
+
+extern const std::string_view kBaseStyle;
+extern const std::string_view kGalleryStyle;
+extern const std::string_view kGalleryScript;
+
+}  // namespace tool

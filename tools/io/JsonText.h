@@ -1,0 +1,25 @@
+/// JSON as files and standard output have it.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tools/cli/Printable.h"
+
+namespace tool {
+
+using Json = nlohmann::ordered_json;
+
+/// Names of files and layers need not be UTF-8; JSON text must be.
+inline std::string jsonText(const Json& json) {
+    return printableJson(json.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
+}
+
+template <class Rows, class JsonOf>
+Json jsonList(const Rows& rows, JsonOf jsonOf) {
+    Json list = Json::array();
+    for (const auto& row : rows) list.push_back(jsonOf(row));
+    return list;
+}
+
+}  // namespace tool

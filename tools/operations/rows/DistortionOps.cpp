@@ -1,0 +1,122 @@
+#include <DibEffect.h>
+
+#include "tools/io/Images.h"
+#include "tools/operations/Operations.h"
+
+namespace tool {
+
+namespace {
+
+constexpr Parameter kCenterX =
+    position("x", "column of the centre, which may lie outside the picture", "50%");
+constexpr Parameter kCenterY = position("y", "row of the centre, counted from the top", "50%");
+constexpr Parameter kWavelength = number("wavelength", "from crest to crest, not 0", kAnyNumber, {}, "px");
+constexpr Parameter kPhase = angle("phase", "where in a wave the middle lies", "0");
+
+std::string checkWavelength(const Arguments& arguments) {
+    return arguments.number("wavelength") == 0 ? "wavelength: must not be 0" : "";
+}
+
+float centerX(const Arguments& arguments, const DibStream& image) {
+    return arguments.position("x", width(image));
+}
+float centerY(const Arguments& arguments, const DibStream& image) {
+    return arguments.position("y", height(image));
+}
+
+constexpr Parameter kRotate[] = {angle("angle", "counter-clockwise when positive"), wrap()};
+
+bool runRotate(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return DibEffectRotate(callback, user, &image, arguments.radians("angle"), arguments.word("wrap"));
+}
+
+constexpr Parameter kRipple[] = {
+    kWavelength, angle("amplitude", "the largest turn about the centre"), kPhase, kCenterX, kCenterY, wrap()};
+
+bool runRipple(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return DibEffectRipple(callback, user, &image, centerX(arguments, image), centerY(arguments, image),
+                           arguments.number("wavelength"), arguments.radians("amplitude"),
+                           arguments.radians("phase"), arguments.word("wrap"));
+}
+
+constexpr Parameter kWave[] = {
+    kWavelength, number("amplitude", "the largest shift", kAnyNumber, {}, "px"), kPhase,
+    angle("direction", "along which the waves run; 0 runs along x and moves pixels along y", "0"), wrap()};
+
+bool runWave(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return DibEffectWave(callback, user, &image, arguments.number("wavelength"),
+                         arguments.number("amplitude"), arguments.radians("phase"),
+                         arguments.radians("direction"), arguments.word("wrap"));
+}
+
+constexpr Parameter kWhirl[] = {angle("twist", "turn for each pixel of distance from the centre"), kCenterX,
+                                kCenterY, wrap()};
+
+bool runWhirl(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return DibEffectWhirl(callback, user, &image, centerX(arguments, image), centerY(arguments, image),
+                          arguments.radians("twist"), arguments.word("wrap"));
+}
+
+constexpr Parameter kMosaic[] = {integer("size", "side of a block", {1, kAnyInteger.max}, {}, "px")};
+
+bool runMosaic(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
+    return DibEffectMozaic(callback, user, &image, arguments.integer("size"));
+}
+
+bool runReverse(DibStream& image, const Arguments&, DibProgressCallback callback, void* user) {
+    return DibEffectReverse(callback, user, &image);
+}
+
+constexpr Operation kOperations[] = {
+    {"rotate",
+     "Turns the picture about its middle; the size stays.",
+     "rotate:30,wrap=xy",
+     {"rotate:15", "rotate:30,wrap=xy", "rotate:-90"},
+     kRotate,
+     "DibEffectRotate(nullptr, nullptr, &image, {angle}, {wrap})",
+     runRotate},
+    {"ripple",
+     "Makes rings about a point.",
+     "ripple:40,3deg,x=25%,y=10",
+     {"ripple:40,4deg", "ripple:24,8deg,phase=90", "ripple:60,10deg,x=25%,y=75%,wrap=xy"},
+     kRipple,
+     "DibEffectRipple(nullptr, nullptr, &image, {x:width}, {y:height}, {wavelength}, {amplitude}, {phase}, "
+     "{wrap})",
+     runRipple,
+     checkWavelength},
+    {"wave",
+     "Makes parallel waves.",
+     "wave:60,8,direction=0.5rad",
+     {"wave:60,8", "wave:24,6,direction=45", "wave:120,24,phase=90,wrap=xy"},
+     kWave,
+     "DibEffectWave(nullptr, nullptr, &image, {wavelength}, {amplitude}, {phase}, {direction}, {wrap})",
+     runWave,
+     checkWavelength},
+    {"whirl",
+     "Twists the picture about a point.",
+     "whirl:0.003rad",
+     {"whirl:0.4", "whirl:1.2", "whirl:-0.8,x=30%,y=60%,wrap=xy"},
+     kWhirl,
+     "DibEffectWhirl(nullptr, nullptr, &image, {x:width}, {y:height}, {twist}, {wrap})",
+     runWhirl},
+    {"mosaic",
+     "Paints square blocks in their average colour; up to 8 bits in that of their first pixel.",
+     "mosaic:10",
+     {"mosaic:4", "mosaic:12", "mosaic:32"},
+     kMosaic,
+     "DibEffectMozaic(nullptr, nullptr, &image, {size})",
+     runMosaic},
+    {"reverse",
+     "Inverts every bit of the pixels: colours above 8 bits, else indices into the colour table.",
+     "reverse",
+     {"reverse", "bpp:8,method=median reverse", "bpp:1 reverse"},
+     {},
+     "DibEffectReverse(nullptr, nullptr, &image)",
+     runReverse},
+};
+
+}  // namespace
+
+std::span<const Operation> distortionOps() { return kOperations; }
+
+}  // namespace tool
