@@ -236,10 +236,10 @@ TEST_F(Diagnosis, Tiff) {
 }
 
 // Whoever has no plug-ins is told so instead.
-TEST(DiagnosisOfPluginFormats, ReadsTheHeader) {
+TEST_F(Diagnosis, OfPluginFormatsReadsTheHeader) {
     const auto why = [](const std::string& bytes, formats::Diagnosis diagnose) {
-        writeFile("../refused", bytes);
-        return formats::whyRefused("../refused", diagnose, 0);
+        writeFile("refused", bytes);
+        return formats::whyRefused("refused", diagnose, 0);
     };
     std::string dds = edited(std::string(128, '\0'),
                              {{0, {'D', 'D', 'S', ' ', 124}}, {12, {4}}, {16, {4}}, {76, {32}}, {80, {4}}});
@@ -272,13 +272,13 @@ TEST(DiagnosisOfPluginFormats, ReadsTheHeader) {
               "the pixels are damaged or end too early, or the channels \"Q\" are not read");
 }
 
-TEST(DiagnosisWithoutAReason, SaysWhatTheCodeSays) {
+TEST_F(Diagnosis, WithoutAReasonSaysWhatTheCodeSays) {
     const auto nothing = [](const formats::RefusedFile&) { return std::string(); };
-    writeFile("../refused", "x");
-    EXPECT_EQ(formats::whyRefused("../refused", nothing, 2), "there is not enough memory for the picture");
-    EXPECT_EQ(formats::whyRefused("../refused", nothing, 4), "the file ends before its pixels do");
-    EXPECT_EQ(formats::whyRefused("../refused", nothing, 0), "the pixels are damaged or end too early");
-    EXPECT_EQ(formats::whyRefused("../absent", nothing, 0), "the file is empty");
+    writeFile("refused", "x");
+    EXPECT_EQ(formats::whyRefused("refused", nothing, 2), "there is not enough memory for the picture");
+    EXPECT_EQ(formats::whyRefused("refused", nothing, 4), "the file ends before its pixels do");
+    EXPECT_EQ(formats::whyRefused("refused", nothing, 0), "the pixels are damaged or end too early");
+    EXPECT_EQ(formats::whyRefused("absent", nothing, 0), "the file is empty");
 }
 
 }  // namespace
