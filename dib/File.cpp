@@ -25,10 +25,15 @@ FilePtr openForWriting(const wchar_t* path) { return open(path, L"wb"); }
 
 std::optional<std::uint64_t> bytesLeft(std::FILE* file) {
     const std::int64_t position = positionIn(file);
-    if (position < 0 || std::fseek(file, 0, SEEK_END) != 0) return {};
-    const std::int64_t end = positionIn(file);
+    if (position < 0) return {};
+    std::int64_t end = sizeOnDisk(file);
+    if (end < 0) {
+        if (std::fseek(file, 0, SEEK_END) != 0) return {};
+        end = positionIn(file);
+        if (!seekTo(file, position)) return {};
+    }
     // Devices and pipes may claim an end that lies before the position.
-    if (!seekTo(file, position) || end < position) return {};
+    if (end < position) return {};
     return static_cast<std::uint64_t>(end - position);
 }
 

@@ -29,6 +29,10 @@ std::int64_t positionIn(std::FILE* file);
 // Whether the position could be set.
 bool seekTo(std::FILE* file, std::int64_t position);
 
+// The size of a file that the system keeps on a disk; negative for everything else. Seeking to the end would
+// give up what the stream has buffered.
+std::int64_t sizeOnDisk(std::FILE* file);
+
 // Bytes between the current position and the end; nothing for a stream that cannot seek. Readers ask before
 // they allocate what a header announces.
 std::optional<std::uint64_t> bytesLeft(std::FILE* file);

@@ -1,4 +1,5 @@
 // Positions of 64 bits, and rows that the system reads and writes in place.
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -12,6 +13,14 @@ namespace dib {
 std::int64_t positionIn(std::FILE* file) { return ftello(file); }
 
 bool seekTo(std::FILE* file, std::int64_t position) { return fseeko(file, position, SEEK_SET) == 0; }
+
+std::int64_t sizeOnDisk(std::FILE* file) {
+    const int descriptor = fileno(file);
+    struct stat status = {};
+    if (descriptor < 0 || fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+    // Files that the system makes up as they are read have no size.
+    return status.st_size > 0 ? std::int64_t{status.st_size} : -1;
+}
 
 namespace {
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -19,6 +20,32 @@ using Bytes = std::vector<unsigned char>;
 // Three rows of two bytes, from the last to the first.
 const Bytes kBlock = {1, 2, 3, 4, 5, 6};
 bool writeTurned(std::FILE* file) { return dib::writeRows(file, kBlock.data() + 4, -2, 2, 3); }
+
+TEST(BytesLeft, CountFromThePositionToTheEnd) {
+    const dib::FilePtr file(std::tmpfile());
+    EXPECT_EQ(dib::bytesLeft(file.get()), 0U);
+    ASSERT_GE(std::fputs("abcdef", file.get()), 0);
+    std::rewind(file.get());
+    EXPECT_EQ(dib::bytesLeft(file.get()), 6U);
+    EXPECT_EQ(std::fgetc(file.get()), 'a');
+    EXPECT_EQ(dib::bytesLeft(file.get()), 5U);
+    EXPECT_EQ(std::fgetc(file.get()), 'b');
+    ASSERT_EQ(std::fseek(file.get(), 9, SEEK_SET), 0);
+    EXPECT_EQ(dib::bytesLeft(file.get()), std::nullopt) << "behind the end";
+}
+
+TEST(BytesLeft, MemoryStreamsHaveAnEndAndPipesHaveNone) {
+    Bytes block = {1, 2, 3, 4, 5};
+    const dib::FilePtr memory(fmemopen(block.data(), block.size(), "rb"));
+    EXPECT_EQ(std::fgetc(memory.get()), 1);
+    EXPECT_EQ(dib::bytesLeft(memory.get()), 4U);
+    EXPECT_EQ(std::fgetc(memory.get()), 2);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const dib::FilePtr reading(fdopen(ends[0], "rb"));
+    const dib::FilePtr writing(fdopen(ends[1], "wb"));
+    EXPECT_EQ(dib::bytesLeft(reading.get()), std::nullopt);
+}
 
 TEST(WriteRows, StandBetweenWhatTheStreamWritesBeforeAndAfter) {
     const Bytes written = testing_support::writtenBytes([](std::FILE* file) {
