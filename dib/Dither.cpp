@@ -20,8 +20,7 @@ constexpr std::uint8_t kHalftone8x8[8][8] = {
 // The cube has six levels 51 apart.
 constexpr unsigned int kLevelStep = 51;
 
-// x / 51 for the sums that occur (up to 305): 1286 / 65536 exceeds 1 / 51 by so little that the quotient
-// never rounds up.
+// x / 51 for the sums that occur (up to 305). 1286 / 65536 exceeds 1 / 51 too little to round a quotient up.
 constexpr std::uint16_t divideBy51(unsigned int x) { return static_cast<std::uint16_t>(x * 1286U >> 16); }
 constexpr bool divisionHolds() {
     for (unsigned int x = 0; x <= 255 + 50; ++x) {

@@ -12,9 +12,9 @@ namespace dib {
 
 // floor(255 v^0.4545... + 0.5), held within 0 to 255; 0 for NaN and negative values.
 //
-// The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats with the same upper 16
-// bits differ by less than a 128th, or are too small to show, and so by less than one byte: one comparison decides
-// between two bytes.
+// The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats with the same
+// upper 16 bits differ by less than a 128th, or are too small to show, and so by less than one byte: one
+// comparison decides between two bytes.
 class LightCurve {
 public:
     LightCurve() {

@@ -10,8 +10,8 @@
 // mosaic                     | the rows of a block | the image: a block is   | blocks are cut
 //                            |                     | read before it is drawn |
 // compose                    | the second image    | the image               | stretched or tiled
-// light blur, light sharpen, | four neighbours     | RollingCopy: two rows   | rows by EdgeAxis::at; first and
-// edges                      |                     | stay in the cache       | last pixel of a row apart
+// light blur, light sharpen, | four neighbours     | RollingCopy: two rows   | rows by EdgeAxis::at; both
+// edges                      |                     | stay in the cache       | ends of a row apart
 // box blur                   | columns entering    | RollingCopy: the square | rows by EdgeAxis::at; column
 //                            | and leaving         | above the row           | sums are padded
 // Gaussian blur, brightest,  | every row once, as  | RollingCopy: only the   | rows by EdgeAxis::at; their

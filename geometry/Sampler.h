@@ -143,7 +143,7 @@ template <int Bits>
 DIB_ALWAYS_INLINE std::uint32_t mixTaps(const BilinearTaps& taps) {
     const std::uint32_t color = mixRows(mixColumns<Bits>(taps.upper, taps.columns),
                                         mixColumns<Bits>(taps.lower, taps.columns), taps.lowerWeight);
-    // Callers rely on red in the place of alpha at the clamped right edge.
+    // Callers rely on red instead of alpha at the clamped right edge.
     if (Bits == 32 && taps.isClampedRightEdge) {
         return (color & 0x00FFFFFFU) | ((color << 8) & 0xFF000000U);
     }

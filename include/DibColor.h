@@ -18,8 +18,8 @@
 
 #include <DibStream.h>
 
-/// Flag bits of the functions that read pixels at positions, effects among them. A clear bit clamps that axis to the
-/// edge.
+/// Flag bits of the functions that read pixels at positions, effects among them. A clear bit clamps that
+/// axis to the edge.
 enum DibEffectFlag : unsigned int {
     DIB_WRAP_X = 1,  ///< Horizontal coordinates wrap around the image.
     DIB_WRAP_Y = 2,  ///< Vertical coordinates wrap around the image.

@@ -235,7 +235,7 @@ TEST_F(Diagnosis, Tiff) {
               "the pixels (compression 5) are damaged, end too early or are of a kind that is not read");
 }
 
-// Whoever has no plug-ins is told so instead.
+// Without plug-ins the message says so instead.
 TEST_F(Diagnosis, OfPluginFormatsReadsTheHeader) {
     const auto why = [](const std::string& bytes, formats::Diagnosis diagnose) {
         writeFile("refused", bytes);

@@ -1,5 +1,6 @@
 /// The C++ calls that the gallery shows, compiled.
-#pragma once
+#ifndef TESTS_TOOLS_GALLERY_CALLS_H
+#define TESTS_TOOLS_GALLERY_CALLS_H
 
 #include <DibStream.h>
 
@@ -20,3 +21,5 @@ struct GalleryCall {
 std::span<const GalleryCall> galleryCalls();
 
 }  // namespace tool_test
+
+#endif

@@ -1,5 +1,6 @@
 /// Runs the built program in a folder of its own and looks at what it leaves.
-#pragma once
+#ifndef TESTS_TOOLS_PROGRAM_H
+#define TESTS_TOOLS_PROGRAM_H
 
 #include <DibStream.h>
 #include <gtest/gtest.h>
@@ -63,3 +64,5 @@ protected:
 };
 
 }  // namespace tool_test
+
+#endif

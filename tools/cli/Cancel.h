@@ -1,6 +1,7 @@
 /// Ctrl-C and its kin: a first signal asks the running operation to stop, a second one ends the program at
 /// once.
-#pragma once
+#ifndef TOOLS_CLI_CANCEL_H
+#define TOOLS_CLI_CANCEL_H
 
 namespace tool {
 
@@ -16,3 +17,5 @@ void stopIfCancelled();
 void setUnfinishedFile(const char* path);
 
 }  // namespace tool
+
+#endif

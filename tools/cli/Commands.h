@@ -1,5 +1,6 @@
 /// The commands of the program. Each is a row of a table, and a file in tools/commands/ that declares its options.
-#pragma once
+#ifndef TOOLS_CLI_COMMANDS_H
+#define TOOLS_CLI_COMMANDS_H
 
 #include <span>
 #include <string>
@@ -35,3 +36,5 @@ std::vector<OptionText> optionTexts(const CLI::App& app, const Command& command)
 std::string operandText(const CLI::App& app, const Command& command);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// Completion of command lines: the scripts for the shells, and the answers that they ask the program for.
-#pragma once
+#ifndef TOOLS_CLI_COMPLETION_H
+#define TOOLS_CLI_COMPLETION_H
 
 #include <string>
 #include <vector>
@@ -21,3 +22,5 @@ std::string completions(const CLI::App& app, const std::vector<std::string>& wor
 std::string completionScript(const std::string& shell);
 
 }  // namespace tool
+
+#endif

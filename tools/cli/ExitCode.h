@@ -1,4 +1,5 @@
-#pragma once
+#ifndef TOOLS_CLI_EXIT_CODE_H
+#define TOOLS_CLI_EXIT_CODE_H
 
 #include <stdexcept>
 #include <string>
@@ -39,3 +40,5 @@ private:
 inline Failure usageFailure(const std::string& message) { return Failure(kExitUsage, message); }
 
 }  // namespace tool
+
+#endif

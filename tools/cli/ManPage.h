@@ -1,5 +1,6 @@
 /// The manual page.
-#pragma once
+#ifndef TOOLS_CLI_MAN_PAGE_H
+#define TOOLS_CLI_MAN_PAGE_H
 
 #include <string>
 
@@ -13,3 +14,5 @@ namespace tool {
 std::string manPage(const CLI::App& app);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// Operands and options that several commands have.
-#pragma once
+#ifndef TOOLS_CLI_OPTIONS_H
+#define TOOLS_CLI_OPTIONS_H
 
 #include <string>
 
@@ -26,3 +27,5 @@ void addProgress(CLI::App& command, bool& isShown);
 void addJson(CLI::App& command, bool& asJson);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// Text that others chose, for a terminal.
-#pragma once
+#ifndef TOOLS_CLI_PRINTABLE_H
+#define TOOLS_CLI_PRINTABLE_H
 
 #include <string>
 #include <string_view>
@@ -15,3 +16,5 @@ std::string printable(std::string_view text);
 std::string printableJson(std::string_view json);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// The progress of a chain of steps, each with an equal share, drawn on standard error.
-#pragma once
+#ifndef TOOLS_CLI_PROGRESS_H
+#define TOOLS_CLI_PROGRESS_H
 
 #include <cstddef>
 #include <string>
@@ -34,3 +35,5 @@ private:
 };
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// What a document with layers says about itself.
-#pragma once
+#ifndef TOOLS_COMMANDS_DOCUMENTS_H
+#define TOOLS_COMMANDS_DOCUMENTS_H
 
 #include <DibPSDLoader.h>
 
@@ -45,3 +46,5 @@ std::string textOf(const DocumentInfo& document, bool isReadable);
 std::string mergedCompression(const InputFile& file);
 
 }  // namespace tool
+
+#endif

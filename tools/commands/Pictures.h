@@ -1,5 +1,6 @@
 /// The steps of every command that works on a picture: load, change, save.
-#pragma once
+#ifndef TOOLS_COMMANDS_PICTURES_H
+#define TOOLS_COMMANDS_PICTURES_H
 
 #include <string>
 
@@ -33,3 +34,5 @@ void savePicture(OutputFile& file, const Format& format, DibStream& image, Progr
 std::string errorText(const DibStream& image);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// `dib run`: a picture through operations into a file.
-#pragma once
+#ifndef TOOLS_COMMANDS_RUN_H
+#define TOOLS_COMMANDS_RUN_H
 
 #include <string>
 #include <vector>
@@ -22,3 +23,5 @@ struct RunJob {
 void runJob(const RunJob& job);
 
 }  // namespace tool
+
+#endif

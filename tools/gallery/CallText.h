@@ -1,5 +1,6 @@
 /// How an operation of the table is called in C++.
-#pragma once
+#ifndef TOOLS_GALLERY_CALL_TEXT_H
+#define TOOLS_GALLERY_CALL_TEXT_H
 
 #include <string>
 
@@ -14,3 +15,5 @@ namespace tool {
 std::string callText(const Step& step, const DibStream& image);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// Many small pictures with their names on one.
-#pragma once
+#ifndef TOOLS_GALLERY_CONTACT_SHEET_H
+#define TOOLS_GALLERY_CONTACT_SHEET_H
 
 #include <DibStream.h>
 
@@ -26,3 +27,5 @@ private:
 };
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// `dib gallery`: what every operation of the table does to one picture.
-#pragma once
+#ifndef TOOLS_GALLERY_GALLERY_H
+#define TOOLS_GALLERY_GALLERY_H
 
 #include <string>
 
@@ -25,3 +26,5 @@ struct GalleryJob {
 void makeGallery(const GalleryJob& job);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// The page of `dib gallery`.
-#pragma once
+#ifndef TOOLS_GALLERY_GALLERY_PAGE_H
+#define TOOLS_GALLERY_GALLERY_PAGE_H
 
 #include <array>
 #include <string>
@@ -37,3 +38,5 @@ struct Gallery {
 std::string galleryPage(const Gallery& gallery);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// Pieces of web pages that need nothing from outside themselves.
-#pragma once
+#ifndef TOOLS_GALLERY_HTML_H
+#define TOOLS_GALLERY_HTML_H
 
 #include <string>
 #include <string_view>
@@ -21,3 +22,5 @@ struct HtmlPage {
 std::string htmlDocument(const HtmlPage& page);
 
 }  // namespace tool
+
+#endif

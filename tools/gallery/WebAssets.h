@@ -1,5 +1,6 @@
 /// The files of tools/web, which the build turns into text of the program.
-#pragma once
+#ifndef TOOLS_GALLERY_WEB_ASSETS_H
+#define TOOLS_GALLERY_WEB_ASSETS_H
 
 #include <string_view>
 
@@ -10,3 +11,5 @@ extern const std::string_view kGalleryStyle;
 extern const std::string_view kGalleryScript;
 
 }  // namespace tool
+
+#endif

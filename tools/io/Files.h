@@ -1,5 +1,6 @@
 /// Files as the command line names them: "-" is standard input or output, and an output is complete or unchanged.
-#pragma once
+#ifndef TOOLS_IO_FILES_H
+#define TOOLS_IO_FILES_H
 
 #include <memory>
 #include <string>
@@ -81,3 +82,5 @@ void makeFolder(const std::string& folder);
 void writeText(const std::string& name, const std::string& text);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// The table of file formats; a format is one row of one file in tools/formats/.
-#pragma once
+#ifndef TOOLS_IO_FORMATS_H
+#define TOOLS_IO_FORMATS_H
 
 #include <DibStream.h>
 
@@ -52,3 +53,5 @@ std::string extensionOf(const std::string& fileName);
 std::string loweredExtensionOf(const std::string& fileName);
 
 }  // namespace tool
+
+#endif

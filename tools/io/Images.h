@@ -1,5 +1,6 @@
 /// Shorthand for images.
-#pragma once
+#ifndef TOOLS_IO_IMAGES_H
+#define TOOLS_IO_IMAGES_H
 
 #include <DibStream.h>
 
@@ -19,3 +20,5 @@ struct ReleaseImage {
 using ImagePtr = std::unique_ptr<DibStream, ReleaseImage>;
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// JSON as files and standard output have it.
-#pragma once
+#ifndef TOOLS_IO_JSON_TEXT_H
+#define TOOLS_IO_JSON_TEXT_H
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -23,3 +24,5 @@ Json jsonList(const Rows& rows, JsonOf jsonOf) {
 }
 
 }  // namespace tool
+
+#endif

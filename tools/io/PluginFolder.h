@@ -1,5 +1,6 @@
 /// Where the plug-ins for EXR and DDS files are looked for.
-#pragma once
+#ifndef TOOLS_IO_PLUGIN_FOLDER_H
+#define TOOLS_IO_PLUGIN_FOLDER_H
 
 #include <string>
 
@@ -19,3 +20,5 @@ struct Plugin {
 void requirePlugin(const Plugin& plugin);
 
 }  // namespace tool
+
+#endif

@@ -1,5 +1,6 @@
 /// Whether a file was written whole, for codecs that do not tell.
-#pragma once
+#ifndef TOOLS_IO_WHOLE_FILE_H
+#define TOOLS_IO_WHOLE_FILE_H
 
 #include <DibStream.h>
 
@@ -26,3 +27,5 @@ inline std::uint64_t packedBytes(const DibStream& image, unsigned bitCount, unsi
 }
 
 }  // namespace tool
+
+#endif

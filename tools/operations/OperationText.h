@@ -1,5 +1,6 @@
 /// Operations in words: for help, lists and the manual.
-#pragma once
+#ifndef TOOLS_OPERATIONS_OPERATION_TEXT_H
+#define TOOLS_OPERATIONS_OPERATION_TEXT_H
 
 #include <string>
 
@@ -17,3 +18,5 @@ std::string operationHelp(const Operation& operation);
 std::string padded(std::string_view text, std::size_t width);
 
 }  // namespace tool
+
+#endif

@@ -1,6 +1,7 @@
 /// The table of operations. It drives the parser, the help, the man page, the shell completion and the JSON
 /// of `dib ops`; an operation is one row of one file in tools/ops/.
-#pragma once
+#ifndef TOOLS_OPERATIONS_OPERATIONS_H
+#define TOOLS_OPERATIONS_OPERATIONS_H
 
 #include <DibStream.h>
 
@@ -95,3 +96,5 @@ Step parseStep(std::string_view text);
 std::vector<Step> parseSample(std::string_view text);
 
 }  // namespace tool
+
+#endif

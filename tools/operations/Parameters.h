@@ -1,5 +1,6 @@
 /// The parameters of operations: how a row of the table declares them, and how their text becomes a value.
-#pragma once
+#ifndef TOOLS_OPERATIONS_PARAMETERS_H
+#define TOOLS_OPERATIONS_PARAMETERS_H
 
 #include <DibEffect.h>
 #include <DibStream.h>
@@ -132,3 +133,5 @@ std::string_view kindName(ParameterKind kind);
 std::string plainNumber(double number);
 
 }  // namespace tool
+
+#endif

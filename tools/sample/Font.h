@@ -1,4 +1,5 @@
-#pragma once
+#ifndef TOOLS_SAMPLE_FONT_H
+#define TOOLS_SAMPLE_FONT_H
 
 #include <string_view>
 
@@ -11,3 +12,5 @@ constexpr int textColumns(std::string_view text) { return static_cast<int>(text.
 inline constexpr int kTextRows = 7;
 
 }  // namespace sample
+
+#endif

@@ -1,6 +1,7 @@
 /// What the sample picture is painted with. Every function uses only additions, multiplications, divisions, square
 /// roots and comparisons, which give the same bits on every machine; the C library's sines and powers do not.
-#pragma once
+#ifndef TOOLS_SAMPLE_PAINT_H
+#define TOOLS_SAMPLE_PAINT_H
 
 #include <algorithm>
 #include <cmath>
@@ -67,3 +68,5 @@ inline double cloudNoise(double x, double y, int octaves, std::uint32_t seed = 0
 }
 
 }  // namespace sample
+
+#endif

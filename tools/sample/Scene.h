@@ -1,6 +1,7 @@
 /// A lake in evening light: a sky of gradients and clouds, textured hills, a house and a sailing boat with hard edges,
 /// their reflections, a sign with fine lettering, and someone with a face.
-#pragma once
+#ifndef TOOLS_SAMPLE_SCENE_H
+#define TOOLS_SAMPLE_SCENE_H
 
 #include "tools/sample/Paint.h"
 
@@ -10,3 +11,5 @@ namespace sample {
 Color sceneColor(double x, double y, double aspect);
 
 }  // namespace sample
+
+#endif

@@ -1,5 +1,6 @@
 /// What the rows of codecs share.
-#pragma once
+#ifndef TOOLS_IO_FORMATS_CODEC_ROW_H
+#define TOOLS_IO_FORMATS_CODEC_ROW_H
 
 #include <cstring>
 #include <string_view>
@@ -21,3 +22,5 @@ inline bool startsWith(FirstBytes bytes, std::string_view text) {
 }
 
 }  // namespace tool
+
+#endif
