@@ -6,8 +6,8 @@
 /// stores in `DibStream::ErrorCode`.
 ///
 /// Rows that a failed load did not read are 0 (0xFF in PSD files). A file that is shorter than its picture
-/// costs memory only for the rows that it has. A callback that empties or replaces the image cancels the
-/// load.
+/// costs memory only for the rows that it has. A callback that empties or replaces the image cancels a load
+/// of PSD, PPM, PGM or ILBM; the other loaders call none, or install their picture after the last call.
 #ifndef DIBSTREAM_DIBCODEC_H
 #define DIBSTREAM_DIBCODEC_H
 

@@ -82,10 +82,10 @@ TEST_F(PluginFormats, ABrokenPlugInIsNoBrokenPicture) {
     std::filesystem::create_symlink(std::filesystem::path(DIB_TOOL_TEST_PLUGINS) / "vexlibdds.bundle",
                                     "mine/vexlibexr.bundle");
     EXPECT_EQ(errorsOf("dds"),
-              "dib: no plug-in for DDS files: mine/vexlibdds.bundle holds no code that can be "
+              "dib: cannot use the plug-in for DDS files: mine/vexlibdds.bundle holds no code that can be "
               "loaded here (set its folder with --plugins)\n");
     EXPECT_EQ(errorsOf("exr"),
-              "dib: no plug-in for EXR files: mine/vexlibexr.bundle has no function LoadEXR "
+              "dib: cannot use the plug-in for EXR files: mine/vexlibexr.bundle has no function LoadEXR "
               "(set its folder with --plugins)\n");
     std::filesystem::remove("mine/vexlibdds.bundle");
     std::filesystem::create_directory("mine/vexlibdds.bundle");

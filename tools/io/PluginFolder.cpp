@@ -50,8 +50,8 @@ void requirePlugin(const Plugin& plugin) {
     const std::string problem =
         formats::bundleProblem(formats::platformPluginLoader(), path, plugin.function);
     if (problem.empty()) return;
-    throw Failure(kExitBadInput, std::string("no plug-in for ") + plugin.files + " files: " + path + " " +
-                                     problem + " (set its folder with --plugins)");
+    throw Failure(kExitBadInput, std::string("cannot use the plug-in for ") + plugin.files +
+                                     " files: " + path + " " + problem + " (set its folder with --plugins)");
 }
 
 }  // namespace tool
