@@ -150,7 +150,8 @@ public:
                 int sample = 0;
                 if (formats::readInt(file_, sample) == 0) {
                     std::fill_n(out, channel + 1, 0);
-                    image_.readPart(image_->ScanLine(y), static_cast<std::size_t>((x + 1) * channels));
+                    image_.readPart(image_->ScanLine(y),
+                                    (static_cast<std::size_t>(x) + 1) * static_cast<std::size_t>(channels));
                     return false;
                 }
                 out[channel] = static_cast<unsigned char>(sample);

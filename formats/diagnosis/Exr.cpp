@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "formats/diagnosis/Diagnosis.h"
 
 namespace formats {
@@ -6,7 +8,8 @@ namespace {
 
 // A text that ends with NUL; moves `at` behind it.
 std::string textAt(const RefusedFile& file, std::int64_t& at) {
-    const std::string text = file.text(at, 256).c_str();
+    std::string text = file.text(at, 256);
+    text.resize(std::min(text.find('\0'), text.size()));
     at += static_cast<std::int64_t>(text.size()) + 1;
     return text;
 }

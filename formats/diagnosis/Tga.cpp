@@ -11,7 +11,7 @@ std::string mapProblem(const RefusedFile& file, bool isPacked, std::uint32_t bit
     const auto entries = static_cast<std::int16_t>(file.le16(5));
     if (bitCount != 8) return "colour-mapped pixels of " + std::to_string(bitCount) + " bits are not read";
     if (file.byte(1) == 0) return "the colour map is missing";
-    const std::string kind = "colour maps of " + std::to_string(entryBits) + "-bit entries are not read";
+    std::string kind = "colour maps of " + std::to_string(entryBits) + "-bit entries are not read";
     if (entryBits != 24 && entryBits != 32) return kind;
     if (entryBits == 32 && isPacked) return kind + " beside run-length pixels";
     if (entries < 0 || (entryBits == 24 && entries > 256))

@@ -107,7 +107,7 @@ std::string shownLayer(const exr_attr_chlist_t& channels) {
     }
     for (int i = 0; i < channels.num_channels; ++i) {
         const std::string name = channels.entries[i].name.str;
-        const std::string layer = name.substr(0, name.rfind('.') + 1);
+        std::string layer = name.substr(0, name.rfind('.') + 1);
         if (channelOf(channels, layer + "R") != nullptr && channelOf(channels, layer + "G") != nullptr &&
             channelOf(channels, layer + "B") != nullptr) {
             return layer;
