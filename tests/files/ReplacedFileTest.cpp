@@ -102,7 +102,7 @@ TEST_F(ReplacedFiles, AreReplacedByTheNameOfALink) {
 }
 
 TEST_F(ReplacedFiles, KeepTheirModeAndArePrivateUntilThen) {
-    for (const mode_t wanted : {0600, 0640, 0644, 0755, 0666}) {
+    for (const mode_t wanted : {0600U, 0640U, 0644U, 0755U, 0666U}) {
         write("file", "old", wanted);
         ReplacedFile file(path("file").c_str());
         struct stat made {};
