@@ -8,7 +8,7 @@ RESULTS.json is what Google Benchmark writes, with names of the form operation/W
 out. Times are medians of processor time over all repetitions in all files.
 
 Writes into FOLDER, as far as the results have something to show:
-  throughput.svg   each operation beside the other programs, of the most measured kind of picture
+  throughput.svg   each operation beside the peer programs, of the most measured kind of picture
   size.svg         time per pixel by the size of the picture
   radius.svg       time by radius, a panel for each filter
   memory.svg       the largest amount of memory that a call holds besides the picture
