@@ -36,7 +36,7 @@ struct OddChannel {
 OddChannel oddChannel(const RefusedFile& file, std::int64_t records, int layers) {
     constexpr std::int64_t kChannelEntry = 6;
     constexpr std::int64_t kToExtra = 12;
-    const auto channelsOf = [&file](std::int64_t record) { return record + 16; };
+    const auto channelsOf = [](std::int64_t record) { return record + 16; };
     const auto nextRecord = [&](std::int64_t record) {
         const std::int64_t channels = channelsOf(record);
         return behindSection(file, channels + 2 + kChannelEntry * file.be16(channels) + kToExtra);
