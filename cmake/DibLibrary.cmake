@@ -16,6 +16,8 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/*.cpp
+    ${PROJECT_SOURCE_DIR}/formats/diagnosis/*.cpp
+    ${PROJECT_SOURCE_DIR}/formats/door/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/psd/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)

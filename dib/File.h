@@ -21,6 +21,13 @@ FilePtr openForReading(const wchar_t* path);
 FilePtr openForWriting(const char* path);
 FilePtr openForWriting(const wchar_t* path);
 
+// A stream on an open descriptor, which it then owns; null on failure.
+FilePtr openDescriptor(int descriptor);
+// The descriptor of a stream.
+int descriptorOf(std::FILE* file);
+// Whether there is something to read: a folder can be opened, too.
+bool isReadable(std::FILE* file);
+
 // Whether the file could be closed. Closing writes what is still buffered, so an error is a write error.
 inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0; }
 

@@ -31,6 +31,8 @@ public:
     const std::string& path() const { return path_; }
     // Open for writing until it is taken.
     Descriptor& descriptor() { return descriptor_; }
+    // Waits until the system has stored on the disk what was written. False when it could not.
+    static bool storeOnDisk(int descriptor);
     // Puts the file in place, after it was written and closed. False when it could not be: the target is
     // unchanged.
     bool commit();

@@ -28,22 +28,25 @@ std::string_view compression(FirstBytes bytes) {
     }
 }
 
-constexpr Extension kExtensions[] = {{"bmp", true}, {"dib"}};
-constexpr std::string_view kMimeTypes[] = {"image/bmp"};
+constexpr const char* kExtensions[] = {"bmp", "dib", nullptr};
+constexpr const char* kCompose[] = {"bmp", nullptr};
+constexpr const char* kMimeTypes[] = {"image/bmp", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kBmpFormat = {
-    .name = "bmp",
-    .title = "Windows bitmap",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "1, 4, 8, 16, 24, 32",
-    .writesDepths = "1, 4, 8, 16, 24, 32",
-    .load = load,
-    .save = save,
+    .info = {.name = "bmp",
+             .title = "Windows bitmap",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({1, 4, 8, 16, 24, 32}),
+             .writeDepths = depths({1, 4, 8, 16, 24, 32})},
+    .composeExtensions = kCompose,
     .recognizes = recognizes,
     .compression = compression,
+    .load = load,
+    .save = save,
+    .diagnose = diagnoseBmp,
 };
 
 }  // namespace formats

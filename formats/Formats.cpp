@@ -1,6 +1,9 @@
 #include "formats/Formats.h"
 
 #include <algorithm>
+#include <iterator>
+
+#include "formats/door/Frame.h"
 
 namespace formats {
 
@@ -19,33 +22,80 @@ bool isNamed(std::string_view small, std::string_view any) {
     return std::equal(small.begin(), small.end(), any.begin(), any.end(), same);
 }
 
-template <class Accept>
-const FileFormat* findExtension(std::string_view name, Accept accept) {
-    for (const FileFormat* format : kFormats) {
-        for (const Extension& extension : format->extensions) {
-            if (isNamed(extension.name, name) && accept(extension)) return format;
-        }
+// The public records of the same formats.
+constexpr const DibFormat* kRecords[] = {
+    &kBmpFormat.info, &kTgaFormat.info, &kPpmFormat.info, &kTimFormat.info,  &kIlbmFormat.info,
+    &kHdrFormat.info, &kPsdFormat.info, &kPngFormat.info, &kJpegFormat.info, &kTiffFormat.info,
+    &kExrFormat.info, &kDdsFormat.info, nullptr,
+};
+static_assert(std::size(kRecords) == std::size(kFormats) + 1);
+
+bool contains(const char* const* names, std::string_view name) {
+    for (; names != nullptr && *names != nullptr; ++names) {
+        if (isNamed(*names, name)) return true;
     }
-    return nullptr;
+    return false;
+}
+
+template <class Accept>
+const FileFormat* findFormat(Accept accept) {
+    const auto* found = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                     [&](const FileFormat* format) { return accept(*format); });
+    return found != std::end(kFormats) ? *found : nullptr;
 }
 
 }  // namespace
 
 std::span<const FileFormat* const> allFormats() { return kFormats; }
 
+const FileFormat* formatOfName(std::string_view name) {
+    const FileFormat* format =
+        findFormat([&](const FileFormat& one) { return isNamed(one.info.name, name); });
+    return format != nullptr ? format : formatOfExtension(name);
+}
+
 const FileFormat* formatOfExtension(std::string_view extension) {
-    return findExtension(extension, [](const Extension&) { return true; });
+    return findFormat([&](const FileFormat& one) { return contains(one.info.extensions, extension); });
+}
+
+const char* extensionOf(const char* path) {
+    const std::string_view name(path);
+    const std::size_t dot = name.find_last_of("./");
+    return dot != std::string_view::npos && name[dot] == '.' ? path + dot + 1 : path + name.size();
 }
 
 const FileFormat* composeFormatOfExtension(std::string_view extension) {
-    return findExtension(extension, [](const Extension& found) { return found.inCompose; });
+    return findFormat([&](const FileFormat& one) { return contains(one.composeExtensions, extension); });
 }
 
 const FileFormat* formatOfContent(FirstBytes bytes) {
-    for (const FileFormat* format : kFormats) {
-        if (format->recognizes != nullptr && format->recognizes(bytes)) return format;
-    }
-    return nullptr;
+    return findFormat(
+        [&](const FileFormat& one) { return one.recognizes != nullptr && one.recognizes(bytes); });
+}
+
+const FileFormat* formatOfResemblance(FirstBytes bytes) {
+    return findFormat(
+        [&](const FileFormat& one) { return one.resembles != nullptr && one.resembles(bytes); });
+}
+
+const FileFormat* formatOf(const DibFormat* format) {
+    return format != nullptr ? formatOfName(format->name) : nullptr;
 }
 
 }  // namespace formats
+
+const DibFormat* const* DibGetFormats(std::size_t* count) {
+    if (count != nullptr) *count = std::size(formats::kRecords) - 1;
+    return formats::kRecords;
+}
+
+const DibFormat* DibFindFormat(const char* nameOrExtension) {
+    const formats::FileFormat* format =
+        nameOrExtension != nullptr ? formats::formatOfName(nameOrExtension) : nullptr;
+    return format != nullptr ? &format->info : nullptr;
+}
+
+bool DibIsFormatAvailable(const DibFormat* format) {
+    const formats::FileFormat* row = formats::formatOf(format);
+    return row != nullptr && formats::isAvailable(*row, nullptr);
+}

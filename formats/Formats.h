@@ -3,13 +3,16 @@
 #ifndef FORMATS_FORMATS_H
 #define FORMATS_FORMATS_H
 
-#include <DibStream.h>
+#include <DibFile.h>
 
 #include <cstddef>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
 #include "formats/CodecFrame.h"
+#include "formats/diagnosis/Diagnosis.h"
+#include "formats/door/Request.h"
 
 namespace formats {
 
@@ -25,31 +28,46 @@ constexpr bool startsWith(FirstBytes bytes, std::string_view text) {
     return true;
 }
 
-struct Extension {
-    std::string_view name;   // lower case, without the dot
-    bool inCompose = false;  // DibEffectCompose loads files of this extension
-};
+// The bits of depths: depths({8, 24}).
+constexpr unsigned int depths(std::initializer_list<int> bitCounts) {
+    unsigned int bits = 0;
+    for (const int bitCount : bitCounts) {
+        bits |= bitCount == 1    ? DibStream::DIB_ACCEPT_1
+                : bitCount == 4  ? DibStream::DIB_ACCEPT_4
+                : bitCount == 8  ? DibStream::DIB_ACCEPT_8
+                : bitCount == 16 ? DibStream::DIB_ACCEPT_16
+                : bitCount == 24 ? DibStream::DIB_ACCEPT_24
+                                 : DibStream::DIB_ACCEPT_32;
+    }
+    return bits;
+}
 
 struct FileFormat {
     // Works on a file. Paths are UTF-8.
     using PathCodec = bool (*)(const char* path, DibStream* image, DibProgressCallback callback, void* user);
 
-    std::string_view name;  // a short word
-    std::string_view title;
-    std::span<const Extension> extensions;  // the first is the usual one
-    std::span<const std::string_view> mimeTypes;
-    std::string_view readsDepths;   // what a loaded image can be
-    std::string_view writesDepths;  // what can be saved, and what becomes of other depths; empty: nothing
-    PathCodec load;
-    // True only when the whole file was written, with DIB_ERROR_WRITE when it was not; null: nothing can be
-    // saved.
-    PathCodec save = nullptr;
+    DibFormat info;                                  // what applications see
+    const char* const* composeExtensions = nullptr;  // of files that DibEffectCompose loads, ended by null
+
     // Whether a file begins like this format; null when nothing tells.
     bool (*recognizes)(FirstBytes bytes) = nullptr;
+    // The same where the format has no signature, by the fields of its header; asked last, and only of data
+    // without a name.
+    bool (*resembles)(FirstBytes bytes) = nullptr;
     // The name of the packing inside the file; null when there is only one way.
     std::string_view (*compression)(FirstBytes bytes) = nullptr;
-    const char* plugin = nullptr;  // the bundle file that decodes it
-    bool hasLayers = false;        // DibPSDLoader reads more than the picture
+
+    // The classic codec. The saver returns true only when the whole file was written, and stores
+    // DIB_ERROR_WRITE when it was not; null: nothing can be saved.
+    PathCodec load;
+    PathCodec save = nullptr;
+
+    // What the functions of DibFile.h need (formats/door/Request.h).
+    bool (*probe)(ProbeRequest& request) = nullptr;
+    bool (*read)(ReadRequest& request) = nullptr;
+    bool (*losses)(LossRequest& request) = nullptr;
+    bool (*write)(WriteRequest& request) = nullptr;
+    Diagnosis diagnose = nullptr;  // what is wrong with a file that was refused
 };
 
 extern const FileFormat kBmpFormat;
@@ -68,10 +86,17 @@ extern const FileFormat kDdsFormat;
 // Every format, in the order in which lists show them.
 std::span<const FileFormat* const> allFormats();
 
-// The format of an extension in upper or lower case; null when there is none.
+// The format of a name or an extension in upper or lower case; null when there is none.
+const FileFormat* formatOfName(std::string_view name);
 const FileFormat* formatOfExtension(std::string_view extension);
+// What follows the last dot of the last component of a path; empty when there is none.
+const char* extensionOf(const char* path);
 // The format whose files begin like this; null when there is none.
 const FileFormat* formatOfContent(FirstBytes bytes);
+// The format without a signature that a file may have; null when there is none.
+const FileFormat* formatOfResemblance(FirstBytes bytes);
+// The row of a public record.
+const FileFormat* formatOf(const DibFormat* format);
 // The format that DibEffectCompose loads by an extension; null when it loads none.
 const FileFormat* composeFormatOfExtension(std::string_view extension);
 

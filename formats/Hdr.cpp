@@ -138,21 +138,21 @@ bool recognizes(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || st
 // Each row may be packed or flat.
 std::string_view compression(FirstBytes) { return "unknown"; }
 
-constexpr Extension kExtensions[] = {{"hdr"}};
-constexpr std::string_view kMimeTypes[] = {"image/vnd.radiance"};
+constexpr const char* kExtensions[] = {"hdr", nullptr};
+constexpr const char* kMimeTypes[] = {"image/vnd.radiance", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kHdrFormat = {
-    .name = "hdr",
-    .title = "Radiance HDR",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "24",
-    .writesDepths = "",
-    .load = LoadHDR,
+    .info = {.name = "hdr",
+             .title = "Radiance HDR",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({24})},
     .recognizes = recognizes,
     .compression = compression,
+    .load = LoadHDR,
+    .diagnose = diagnoseHdr,
 };
 
 }  // namespace formats

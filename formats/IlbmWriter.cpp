@@ -173,22 +173,25 @@ std::string_view compression(FirstBytes bytes) {
     return known && bytes[30] == 1 ? "packbits" : "none";
 }
 
-constexpr Extension kExtensions[] = {{"iff", true}, {"lbm"}, {"ilbm"}};
-constexpr std::string_view kMimeTypes[] = {"image/x-ilbm"};
+constexpr const char* kExtensions[] = {"iff", "lbm", "ilbm", nullptr};
+constexpr const char* kCompose[] = {"iff", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-ilbm", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kIlbmFormat = {
-    .name = "iff",
-    .title = "IFF ILBM",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "1, 4, 8, 24",
-    .writesDepths = "1, 4, 8, 24; others as 24",
-    .load = LoadIFF,
-    .save = saveWhole<writeIlbm>,
+    .info = {.name = "iff",
+             .title = "IFF ILBM",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({1, 4, 8, 24}),
+             .writeDepths = depths({1, 4, 8, 24})},
+    .composeExtensions = kCompose,
     .recognizes = recognizes,
     .compression = compression,
+    .load = LoadIFF,
+    .save = saveWhole<writeIlbm>,
+    .diagnose = diagnoseIff,
 };
 
 }  // namespace formats

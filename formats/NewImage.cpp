@@ -51,6 +51,7 @@ bool NewImage::create(int width, int height, int bitCount, bool isBlank) {
 
 void NewImage::readPart(unsigned char* row, std::size_t bytes) {
     std::memset(row + bytes, 0, rowBytes_ - bytes);
+    progress_ = nullptr;  // no whole row: the load ends here
     read(row);
 }
 

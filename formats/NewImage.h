@@ -10,15 +10,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "formats/ByteReader.h"
+#include "formats/door/Progress.h"
 
 namespace formats {
 
 class NewImage {
 public:
-    explicit NewImage(DibStream* image) : image_(image) {}
+    explicit NewImage(DibStream* image, Progress* progress = nullptr) : image_(image), progress_(progress) {}
     // Makes the rows 0 that were not read.
     ~NewImage() { clearUnread(); }
     NewImage(const NewImage&) = delete;
@@ -31,8 +33,9 @@ public:
     bool create(ByteReader& file, int width, int height, int bitCount, std::uint64_t fewestBytes);
 
     // Says that the pixels of `rows` rows have been read, and clears the fill behind them. They start at
-    // `first` in the pixel block; rows are read one after the other from either end of it.
-    void read(unsigned char* first, std::size_t rows = 1) {
+    // `first` in the pixel block; rows are read one after the other from either end of it. False when the
+    // caller of a load that has a Progress cancels.
+    bool read(unsigned char* first, std::size_t rows = 1) {
         const std::size_t bytes = rows * rowBytes_;
         // Only the last word of a row has fill.
         for (std::size_t end = rowBytes_; lastWord_ != UINT32_MAX && end <= bytes; end += rowBytes_) {
@@ -46,6 +49,9 @@ public:
         } else if (first + bytes == end_) {
             end_ -= bytes;
         }
+        if (progress_ == nullptr) return true;
+        rowsRead_ += rows;
+        return progress_->rows(rowsRead_, static_cast<std::size_t>(std::abs(std::int64_t{height_})));
     }
     // The same for one row of which the first `bytes` came; the others become 0.
     void readPart(unsigned char* row, std::size_t bytes);
@@ -67,6 +73,8 @@ private:
     void clearUnread();
 
     DibStream* image_;
+    Progress* progress_;
+    std::size_t rowsRead_ = 0;
     std::int32_t width_ = 0;
     std::int32_t height_ = 0;
     int bitCount_ = 0;

@@ -74,52 +74,59 @@ std::string_view dct(FirstBytes) { return "dct"; }
 // The directory that names the compression of a TIFF file may be anywhere in the file.
 std::string_view unknown(FirstBytes) { return "unknown"; }
 
-constexpr Extension kPng[] = {{"png", true}};
-constexpr Extension kJpeg[] = {{"jpg", true}, {"jpeg"}};
-constexpr Extension kTiff[] = {{"tif"}, {"tiff"}};
-constexpr std::string_view kPngTypes[] = {"image/png"};
-constexpr std::string_view kJpegTypes[] = {"image/jpeg"};
-constexpr std::string_view kTiffTypes[] = {"image/tiff"};
+constexpr const char* kPng[] = {"png", nullptr};
+constexpr const char* kPngCompose[] = {"png", nullptr};
+constexpr const char* kJpeg[] = {"jpg", "jpeg", nullptr};
+constexpr const char* kJpegCompose[] = {"jpg", nullptr};
+constexpr const char* kTiff[] = {"tif", "tiff", nullptr};
+constexpr const char* kPngTypes[] = {"image/png", nullptr};
+constexpr const char* kJpegTypes[] = {"image/jpeg", nullptr};
+constexpr const char* kTiffTypes[] = {"image/tiff", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kPngFormat = {
-    .name = "png",
-    .title = "PNG",
-    .extensions = kPng,
-    .mimeTypes = kPngTypes,
-    .readsDepths = "8, 24, 32",
-    .writesDepths = "32; others as 32",
-    .load = LoadPNG,
-    .save = SavePNG,
+    .info = {.name = "png",
+             .title = "PNG",
+             .extensions = kPng,
+             .mimeTypes = kPngTypes,
+             .readDepths = depths({8, 24, 32}),
+             .writeDepths = depths({32})},
+    .composeExtensions = kPngCompose,
     .recognizes = isPng,
     .compression = deflate,
+    .load = LoadPNG,
+    .save = SavePNG,
+    .diagnose = diagnosePng,
 };
 
 constinit const FileFormat kJpegFormat = {
-    .name = "jpeg",
-    .title = "JPEG, opaque",
-    .extensions = kJpeg,
-    .mimeTypes = kJpegTypes,
-    .readsDepths = "8, 24",
-    .writesDepths = "24; others as 24",
-    .load = LoadJPEG,
-    .save = SaveJPEG,
+    .info = {.name = "jpeg",
+             .title = "JPEG, opaque",
+             .extensions = kJpeg,
+             .mimeTypes = kJpegTypes,
+             .readDepths = depths({8, 24}),
+             .writeDepths = depths({24})},
+    .composeExtensions = kJpegCompose,
     .recognizes = isJpeg,
     .compression = dct,
+    .load = LoadJPEG,
+    .save = SaveJPEG,
+    .diagnose = diagnoseJpeg,
 };
 
 constinit const FileFormat kTiffFormat = {
-    .name = "tiff",
-    .title = "TIFF, its first picture",
-    .extensions = kTiff,
-    .mimeTypes = kTiffTypes,
-    .readsDepths = "8, 24, 32",
-    .writesDepths = "32; others as 32",
-    .load = LoadTIFF,
-    .save = SaveTIFF,
+    .info = {.name = "tiff",
+             .title = "TIFF, its first picture",
+             .extensions = kTiff,
+             .mimeTypes = kTiffTypes,
+             .readDepths = depths({8, 24, 32}),
+             .writeDepths = depths({32})},
     .recognizes = isTiff,
     .compression = unknown,
+    .load = LoadTIFF,
+    .save = SaveTIFF,
+    .diagnose = diagnoseTiff,
 };
 
 }  // namespace formats

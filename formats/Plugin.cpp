@@ -15,6 +15,7 @@
 #include "dib/Memory.h"
 #include "formats/Formats.h"
 #include "formats/OpenBundle.h"
+#include "formats/door/Frame.h"
 
 namespace formats {
 
@@ -93,6 +94,21 @@ bool loadDds(PluginLoader& loader, const wchar_t* path, DibStream* image, DibPro
     return loadThroughPlugin<DibPluginLoadDDS>(loader, kDds, path, image, DdsCallback, &context);
 }
 
+bool isAvailable(const FileFormat& format, DibFileResult* result) {
+    const Plugin* plugin = nullptr;
+    if (&format == &kExrFormat) plugin = &kExr;
+    if (&format == &kDdsFormat) plugin = &kDds;
+    if (plugin == nullptr) return true;
+    const BundlePath path(plugin->bundle);
+    const std::string problem =
+        path.isKnown() ? bundleProblem(platformPluginLoader(), path.text(), plugin->name) : "is missing";
+    if (!problem.empty() && result != nullptr) {
+        refuse(*result, DIB_ERROR_UNSUPPORTED, "the plug-in for %s files %s: %.120s", format.info.name,
+               problem.c_str(), path.text());
+    }
+    return problem.empty();
+}
+
 }  // namespace formats
 
 bool DdsCallback(float progress, void* context) {
@@ -137,37 +153,37 @@ bool loadDdsFile(const char* path, DibStream* image, DibProgressCallback callbac
     }
 }
 
-constexpr Extension kExrExtensions[] = {{"exr"}};
-constexpr Extension kDdsExtensions[] = {{"dds"}};
-constexpr std::string_view kExrTypes[] = {"image/x-exr"};
-constexpr std::string_view kDdsTypes[] = {"image/x-dds"};
+constexpr const char* kExrExtensions[] = {"exr", nullptr};
+constexpr const char* kDdsExtensions[] = {"dds", nullptr};
+constexpr const char* kExrTypes[] = {"image/x-exr", nullptr};
+constexpr const char* kDdsTypes[] = {"image/x-dds", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kExrFormat = {
-    .name = "exr",
-    .title = "OpenEXR, its first part, by a plug-in",
-    .extensions = kExrExtensions,
-    .mimeTypes = kExrTypes,
-    .readsDepths = "8, 32",
-    .writesDepths = "",
-    .load = LoadEXR,
+    .info = {.name = "exr",
+             .title = "OpenEXR, its first part, by a plug-in",
+             .extensions = kExrExtensions,
+             .mimeTypes = kExrTypes,
+             .readDepths = depths({8, 32}),
+             .plugin = kExr.bundle},
     .recognizes = isExr,
     .compression = unknown,
-    .plugin = kExr.bundle,
+    .load = LoadEXR,
+    .diagnose = diagnoseExr,
 };
 
 constinit const FileFormat kDdsFormat = {
-    .name = "dds",
-    .title = "DirectDraw surface, its largest level, by a plug-in",
-    .extensions = kDdsExtensions,
-    .mimeTypes = kDdsTypes,
-    .readsDepths = "8, 32",
-    .writesDepths = "",
-    .load = loadDdsFile,
+    .info = {.name = "dds",
+             .title = "DirectDraw surface, its largest level, by a plug-in",
+             .extensions = kDdsExtensions,
+             .mimeTypes = kDdsTypes,
+             .readDepths = depths({8, 32}),
+             .plugin = kDds.bundle},
     .recognizes = isDds,
     .compression = unknown,
-    .plugin = kDds.bundle,
+    .load = loadDdsFile,
+    .diagnose = diagnoseDds,
 };
 
 }  // namespace formats

@@ -302,22 +302,25 @@ bool recognizes(FirstBytes bytes) {
     return false;
 }
 
-constexpr Extension kExtensions[] = {{"ppm", true}, {"pgm", true}, {"pnm"}};
-constexpr std::string_view kMimeTypes[] = {"image/x-portable-pixmap", "image/x-portable-graymap",
-                                           "image/x-portable-anymap"};
+constexpr const char* kExtensions[] = {"ppm", "pgm", "pnm", nullptr};
+constexpr const char* kCompose[] = {"ppm", "pgm", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-portable-pixmap", "image/x-portable-graymap",
+                                      "image/x-portable-anymap", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kPpmFormat = {
-    .name = "ppm",
-    .title = "PPM and PGM, binary and ASCII",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "8, 24",
-    .writesDepths = "24",
+    .info = {.name = "ppm",
+             .title = "PPM and PGM, binary and ASCII",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({8, 24}),
+             .writeDepths = depths({24})},
+    .composeExtensions = kCompose,
+    .recognizes = recognizes,
     .load = LoadPPM,
     .save = saveWhole<writePpm>,
-    .recognizes = recognizes,
+    .diagnose = diagnosePpm,
 };
 
 }  // namespace formats

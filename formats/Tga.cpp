@@ -407,21 +407,24 @@ namespace {
 
 std::string_view compression(FirstBytes bytes) { return bytes.size() > 2 && bytes[2] >= 9 ? "rle" : "none"; }
 
-constexpr Extension kExtensions[] = {{"tga", true}};
-constexpr std::string_view kMimeTypes[] = {"image/x-tga"};
+constexpr const char* kExtensions[] = {"tga", nullptr};
+constexpr const char* kCompose[] = {"tga", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-tga", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kTgaFormat = {
-    .name = "tga",
-    .title = "Truevision TGA",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "8, 16, 24, 32",
-    .writesDepths = "8, 16, 24, 32; 1 and 4 as 24",
+    .info = {.name = "tga",
+             .title = "Truevision TGA",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({8, 16, 24, 32}),
+             .writeDepths = depths({8, 16, 24, 32})},
+    .composeExtensions = kCompose,
+    .compression = compression,
     .load = LoadTGA,
     .save = saveWhole<writeTga>,
-    .compression = compression,
+    .diagnose = diagnoseTga,
 };
 
 }  // namespace formats

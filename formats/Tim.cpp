@@ -220,21 +220,22 @@ bool recognizes(FirstBytes bytes) {
     return bytes.size() >= 8 && dib::readLe32(bytes.data()) == kIdentifier && bytes[4] < 16;
 }
 
-constexpr Extension kExtensions[] = {{"tim"}};
-constexpr std::string_view kMimeTypes[] = {"image/x-tim"};
+constexpr const char* kExtensions[] = {"tim", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-tim", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kTimFormat = {
-    .name = "tim",
-    .title = "TIM texture",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "4, 8, 16",
-    .writesDepths = "4, 8, 16; others as 16",
+    .info = {.name = "tim",
+             .title = "TIM texture",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({4, 8, 16}),
+             .writeDepths = depths({4, 8, 16})},
+    .recognizes = recognizes,
     .load = LoadTIM,
     .save = saveWhole<writeTim>,
-    .recognizes = recognizes,
+    .diagnose = diagnoseTim,
 };
 
 }  // namespace formats

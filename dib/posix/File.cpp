@@ -10,6 +10,15 @@
 
 namespace dib {
 
+FilePtr openDescriptor(int descriptor) { return FilePtr(fdopen(descriptor, "wb")); }
+
+int descriptorOf(std::FILE* file) { return fileno(file); }
+
+bool isReadable(std::FILE* file) {
+    struct stat status = {};
+    return fstat(fileno(file), &status) != 0 || !S_ISDIR(status.st_mode);
+}
+
 std::int64_t positionIn(std::FILE* file) { return ftello(file); }
 
 bool seekTo(std::FILE* file, std::int64_t position) { return fseeko(file, position, SEEK_SET) == 0; }

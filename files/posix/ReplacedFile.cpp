@@ -99,6 +99,11 @@ ReplacedFile::~ReplacedFile() {
     if (isTemporary_) ::unlink(path_.c_str());
 }
 
+bool ReplacedFile::storeOnDisk(int descriptor) {
+    // Devices and pipes have no disk.
+    return fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
+}
+
 bool ReplacedFile::commit() {
     if (error_ != 0) return false;
     if (!isTemporary_) return true;

@@ -2,10 +2,19 @@
 
 #include <DibStream.h>
 
+#include "dib/File.h"
+
 namespace formats {
 
 std::string whyRefused(const char* path, Diagnosis diagnose, int errorCode) {
-    const RefusedFile file(path);
+    const dib::FilePtr opened = dib::openForReading(path);
+    if (opened == nullptr) return "the file cannot be opened";
+    ByteReader file(opened.get());
+    return whyRefused(file, diagnose, errorCode);
+}
+
+std::string whyRefused(ByteReader& reader, Diagnosis diagnose, int errorCode) {
+    const RefusedFile file(reader);
     if (file.size() == 0) return "the file is empty";
     if (std::string reason = diagnose(file); !reason.empty()) return reason;
     switch (errorCode) {

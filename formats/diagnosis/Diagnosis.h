@@ -28,6 +28,7 @@ std::string diagnoseDds(const RefusedFile& file);
 
 // Never empty: where the format's own diagnosis finds nothing, what the loader's code and the size of the
 // file say.
+std::string whyRefused(ByteReader& file, Diagnosis diagnose, int errorCode);
 std::string whyRefused(const char* path, Diagnosis diagnose, int errorCode);
 
 }  // namespace formats

@@ -1,7 +1,5 @@
 #include "formats/diagnosis/RefusedFile.h"
 
-#include <sys/types.h>
-
 #include <cctype>
 #include <cstdlib>
 
@@ -9,14 +7,13 @@
 
 namespace formats {
 
-RefusedFile::RefusedFile(const char* path) : file_(std::fopen(path, "rb")) {
-    if (file_ != nullptr && fseeko(file_.get(), 0, SEEK_END) == 0) size_ = ftello(file_.get());
-}
+OpenedFile::OpenedFile(const char* path)
+    : file_(dib::openForReading(path)), reader_(file_.get()), bytes_(reader_) {}
 
 std::string RefusedFile::text(std::int64_t at, std::size_t count) const {
-    std::string bytes(count, '\0');
-    if (at < 0 || at >= size_ || fseeko(file_.get(), at, SEEK_SET) != 0) return {};
-    bytes.resize(std::fread(bytes.data(), 1, count, file_.get()));
+    if (at < 0 || at >= size_ || !file_.seek(at)) return {};
+    std::string bytes(std::min(count, static_cast<std::size_t>(size_ - at)), '\0');
+    bytes.resize(file_.copy(bytes.data(), bytes.size()));
     return bytes;
 }
 

@@ -2,17 +2,19 @@
 #ifndef FORMATS_DIAGNOSIS_REFUSED_FILE_H
 #define FORMATS_DIAGNOSIS_REFUSED_FILE_H
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string>
+
+#include "dib/File.h"
+#include "formats/ByteReader.h"
 
 namespace formats {
 
 // Random access to the bytes of a file; those beyond its end read as 0.
 class RefusedFile {
 public:
-    explicit RefusedFile(const char* path);
+    explicit RefusedFile(ByteReader& file) : file_(file), size_(std::max<std::int64_t>(file.size(), 0)) {}
 
     std::int64_t size() const { return size_; }
     std::uint32_t byte(std::int64_t at) const;
@@ -26,11 +28,20 @@ public:
     std::string line(std::int64_t& at) const;
 
 private:
-    struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    std::unique_ptr<std::FILE, Close> file_;
-    std::int64_t size_ = 0;
+    ByteReader& file_;
+    std::int64_t size_;
+};
+
+// The same with the file that it reads; empty when there is none.
+class OpenedFile {
+public:
+    explicit OpenedFile(const char* path);
+    const RefusedFile& get() const { return bytes_; }
+
+private:
+    dib::FilePtr file_;
+    ByteReader reader_;
+    RefusedFile bytes_;
 };
 
 // Why no picture of that size can exist; empty when one can.

@@ -158,21 +158,21 @@ namespace {
 
 bool recognizes(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
 
-constexpr Extension kExtensions[] = {{"psd"}};
-constexpr std::string_view kMimeTypes[] = {"image/x-psd"};
+constexpr const char* kExtensions[] = {"psd", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-psd", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kPsdFormat = {
-    .name = "psd",
-    .title = "Layered document, its merged picture",
-    .extensions = kExtensions,
-    .mimeTypes = kMimeTypes,
-    .readsDepths = "8, 24, 32",
-    .writesDepths = "",
-    .load = LoadPSD,
+    .info = {.name = "psd",
+             .title = "Layered document, its merged picture",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({8, 24, 32}),
+             .hasLayers = true},
     .recognizes = recognizes,
-    .hasLayers = true,
+    .load = LoadPSD,
+    .diagnose = diagnosePsd,
 };
 
 }  // namespace formats

@@ -14,17 +14,21 @@ TEST(Formats, EveryRowIsComplete) {
     std::set<std::string_view> names;
     std::set<std::string_view> extensions;
     for (const FileFormat* format : formats::allFormats()) {
-        SCOPED_TRACE(format->name);
-        EXPECT_TRUE(names.insert(format->name).second);
-        EXPECT_FALSE(format->title.empty());
-        EXPECT_FALSE(format->mimeTypes.empty());
-        EXPECT_FALSE(format->readsDepths.empty());
+        const DibFormat& info = format->info;
+        SCOPED_TRACE(info.name);
+        EXPECT_TRUE(names.insert(info.name).second);
+        EXPECT_NE(info.title[0], '\0');
+        ASSERT_NE(info.mimeTypes, nullptr);
+        EXPECT_NE(info.mimeTypes[0], nullptr);
+        EXPECT_NE(info.readDepths, 0U);
         EXPECT_NE(format->load, nullptr);
-        EXPECT_EQ(format->save == nullptr, format->writesDepths.empty());
-        ASSERT_FALSE(format->extensions.empty());
-        for (const formats::Extension& extension : format->extensions) {
-            EXPECT_TRUE(extensions.insert(extension.name).second) << extension.name;
-            EXPECT_EQ(formats::formatOfExtension(extension.name), format);
+        EXPECT_NE(format->diagnose, nullptr);
+        EXPECT_EQ(format->save == nullptr, info.writeDepths == 0);
+        ASSERT_NE(info.extensions, nullptr);
+        ASSERT_NE(info.extensions[0], nullptr);
+        for (const char* const* extension = info.extensions; *extension != nullptr; ++extension) {
+            EXPECT_TRUE(extensions.insert(*extension).second) << *extension;
+            EXPECT_EQ(formats::formatOfExtension(*extension), format);
         }
     }
     EXPECT_EQ(names, (std::set<std::string_view>{"bmp", "tga", "ppm", "tim", "iff", "hdr", "psd", "png",
@@ -41,21 +45,22 @@ TEST(Formats, ExtensionsInLettersOfAnySize) {
 TEST(Formats, ComposeKnowsSevenExtensions) {
     std::set<std::string_view> known;
     for (const FileFormat* format : formats::allFormats()) {
-        for (const formats::Extension& extension : format->extensions) {
-            if (formats::composeFormatOfExtension(extension.name) == nullptr) continue;
-            EXPECT_EQ(formats::composeFormatOfExtension(extension.name), format);
-            known.insert(extension.name);
+        for (const char* const* extension = format->composeExtensions;
+             extension != nullptr && *extension != nullptr; ++extension) {
+            EXPECT_EQ(formats::composeFormatOfExtension(*extension), format);
+            known.insert(*extension);
         }
     }
     EXPECT_EQ(known, (std::set<std::string_view>{"bmp", "ppm", "pgm", "tga", "png", "jpg", "iff"}));
     EXPECT_EQ(formats::composeFormatOfExtension("PNG"), &formats::kPngFormat);
+    EXPECT_EQ(formats::composeFormatOfExtension("tiff"), nullptr);
 }
 
 TEST(Formats, FilesAreRecognizedByTheirFirstBytes) {
     const auto formatOf = [](const std::string& text) -> std::string_view {
         const Bytes bytes = bytesOf(text);
         const FileFormat* format = formats::formatOfContent(bytes);
-        return format != nullptr ? format->name : "";
+        return format != nullptr ? format->info.name : "";
     };
     EXPECT_EQ(formatOf("BM1234"), "bmp");
     for (const char* kind : {"P2\n", "P3\n", "P5\n", "P6\n"}) EXPECT_EQ(formatOf(kind), "ppm");
@@ -100,9 +105,9 @@ TEST(Formats, SaversSayWhetherTheWholeFileWasWritten) {
     for (const FileFormat* format : formats::allFormats()) {
         if (format->save == nullptr) continue;
         for (const int bitCount : {1, 4, 8, 16, 24, 32}) {
-            SCOPED_TRACE(std::string(format->name) + " " + std::to_string(bitCount));
+            SCOPED_TRACE(std::string(format->info.name) + " " + std::to_string(bitCount));
             const DibPtr image = testing_support::randomImage(70, 50, bitCount, 3);
-            const TemporaryFile file("." + std::string(format->extensions[0].name));
+            const TemporaryFile file("." + std::string(format->info.extensions[0]));
             EXPECT_TRUE(format->save(file.path(), image.get(), nullptr, nullptr));
             DibStream loaded;
             EXPECT_TRUE(format->load(file.path(), &loaded, nullptr, nullptr));
@@ -113,7 +118,7 @@ TEST(Formats, SaversSayWhetherTheWholeFileWasWritten) {
     for (const FileFormat* format : {&formats::kBmpFormat, &formats::kTgaFormat, &formats::kPpmFormat,
                                      &formats::kTimFormat, &formats::kIlbmFormat}) {
         for (const int side : {1, 300}) {
-            SCOPED_TRACE(format->name);
+            SCOPED_TRACE(format->info.name);
             const DibPtr image = testing_support::randomImage(side, side, 24, 3);
             const auto save = [&](const char* path) {
                 return format->save(path, image.get(), nullptr, nullptr);

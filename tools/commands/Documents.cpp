@@ -59,7 +59,7 @@ DocumentInfo documentInfo(DibPSDLoader& loader, const InputFile& file) {
     DocumentInfo info{
         nameOf(kColorModes, loader.GetColorMode()), loader.GetDepth(), loader.GetChannelNum(), {}, 0};
     for (int i = 0; i < loader.GetLayerNum(); ++i) info.layers.push_back(layerInfo(loader, i));
-    const int announced = formats::inspectPsdLayers(formats::RefusedFile(file.path())).count;
+    const int announced = formats::inspectPsdLayers(formats::OpenedFile(file.path()).get()).count;
     info.layerCount = std::max(announced, loader.GetLayerNum());
     return info;
 }
@@ -96,7 +96,8 @@ std::string textOf(const DocumentInfo& document, bool isReadable) {
 
 // The compression word follows three sections of any length.
 std::string mergedCompression(const InputFile& file) {
-    const formats::RefusedFile bytes(file.path());
+    const formats::OpenedFile opened(file.path());
+    const formats::RefusedFile& bytes = opened.get();
     std::int64_t at = 26;
     for (int section = 0; section < 3; ++section) at += 4 + std::int64_t{bytes.be32(at)};
     if (at + 2 > bytes.size()) return "unknown";

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "files/NamelessFile.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 
@@ -23,19 +24,6 @@ namespace {
                        int reason) {
     throw Failure(code, title + ": " + action + ": " + DibStream::GetErrorString(error) + " (" +
                             std::strerror(reason) + ")");
-}
-
-// A file without a name, gone with its descriptor whatever becomes of the program.
-Descriptor makeSpool() {
-    const char* folder = std::getenv("TMPDIR");
-    std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/dib-XXXXXX";
-    Descriptor spool(mkostemp(path.data(), O_CLOEXEC));
-    if (spool.isOpen()) unlink(path.c_str());
-    return spool;
-}
-
-std::string descriptorPath(const Descriptor& descriptor) {
-    return "/dev/fd/" + std::to_string(descriptor.number());
 }
 
 bool writeAll(int to, const char* bytes, std::size_t count) {
@@ -104,13 +92,13 @@ InputFile::InputFile(const std::string& name)
     fstat(file.number(), &status);
     if (S_ISDIR(status.st_mode)) fail(kExitBadInput, title_, "load", DIB_ERROR_READ, EISDIR);
     if (name == "-" || !S_ISREG(status.st_mode)) {
-        spool_ = makeSpool();
+        spool_ = files::makeNamelessFile();
         if (!spool_.isOpen()) fail(kExitBadInput, title_, "spool", DIB_ERROR_OPEN, errno);
         const CopyResult copied = copyBytes(file.number(), spool_.number());
         stopIfCancelled();
         if (copied == CopyResult::ReadFailed) fail(kExitBadInput, title_, "load", DIB_ERROR_READ, errno);
         if (copied == CopyResult::WriteFailed) fail(kExitBadInput, title_, "spool", DIB_ERROR_WRITE, errno);
-        path_ = descriptorPath(spool_);
+        path_ = files::pathOf(spool_);
     }
     const int readable = spool_.isOpen() ? spool_.number() : file.number();
     const ssize_t count = pread(readable, firstBytes_.data(), firstBytes_.size(), 0);
@@ -123,9 +111,9 @@ OutputFile::OutputFile(const std::string& name)
     const bool exists = name != "-" && stat(name.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, EISDIR);
     if (name == "-" || (exists && !S_ISREG(status.st_mode))) {
-        spool_ = makeSpool();
+        spool_ = files::makeNamelessFile();
         if (!spool_.isOpen()) fail(kExitOutputFailed, title_, "spool", DIB_ERROR_OPEN, errno);
-        path_ = descriptorPath(spool_);
+        path_ = files::pathOf(spool_);
         return;
     }
     replaced_ = std::make_unique<files::ReplacedFile>(name.c_str());

@@ -1,0 +1,45 @@
+// What every function of DibFile.h does around its work.
+#ifndef FORMATS_DOOR_FRAME_H
+#define FORMATS_DOOR_FRAME_H
+
+#include <DibFile.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+
+#include "formats/Formats.h"
+
+namespace formats {
+
+// The caller's options with the defaults of the fields that the caller's version of the record did not have.
+template <class Options>
+Options completed(const Options* options) {
+    Options complete;
+    if (options != nullptr) std::memcpy(&complete, options, std::min(options->size, sizeof complete));
+    complete.size = sizeof complete;
+    return complete;
+}
+
+// Runs the work of a call, whose result starts anew; no exception leaves it.
+template <class Work>
+auto runCall(DibFileResult& result, const Work& work) -> decltype(work()) {
+    result = DibFileResult();
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+    } catch (const std::length_error&) {
+    }
+    result.reason[0] = '\0';
+    refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
+    return {};
+}
+
+// Whether the plug-in of the format can be used, or none is needed; the reason why not goes to `result`
+// unless it is null.
+bool isAvailable(const FileFormat& format, DibFileResult* result);
+
+}  // namespace formats
+
+#endif

@@ -1,0 +1,263 @@
+// Opening and probing: find the format, apply the limits, decode, judge what came.
+#include <DibFile.h>
+
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "dib/ImageSize.h"
+#include "formats/Formats.h"
+#include "formats/door/Alpha.h"
+#include "formats/door/Frame.h"
+#include "formats/door/Orientation.h"
+#include "formats/door/Source.h"
+
+namespace formats {
+
+namespace {
+
+const FileFormat* formatOfPath(const char* path) {
+    return path != nullptr ? formatOfExtension(extensionOf(path)) : nullptr;
+}
+
+bool accepts(const DibLoadOptions& options, const FileFormat& format) {
+    if (options.formats == nullptr) return true;
+    for (const char* const* name = options.formats; *name != nullptr; ++name) {
+        if (formatOfName(*name) == &format) return true;
+    }
+    return false;
+}
+
+// The content decides, then a name.
+const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
+    const FirstBytes bytes = source.firstBytes();
+    if (const FileFormat* format = formatOfContent(bytes)) return format;
+    if (const FileFormat* format = formatOfPath(options.name)) return format;
+    if (const FileFormat* format = formatOfPath(source.path())) return format;
+    return formatOfResemblance(bytes);
+}
+
+const FileFormat* recognize(Source& source, const DibLoadOptions& options, DibFileResult& result) {
+    const FileFormat* format = findFormat(source, options);
+    if (format == nullptr) {
+        const bool isEmpty = source.reader().size() == 0;
+        refuse(result, isEmpty ? DIB_ERROR_READ : DIB_ERROR_UNSUPPORTED,
+               isEmpty ? "the file is empty" : "the format of the file is not known");
+        return nullptr;
+    }
+    result.format = &format->info;
+    if (!accepts(options, *format)) {
+        refuse(result, DIB_ERROR_MISMATCH, "%s files are not among the accepted formats", format->info.name);
+        return nullptr;
+    }
+    return format;
+}
+
+bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const DibLoadOptions& options,
+           DibFileResult& result) {
+    info.format = &format.info;
+    if (format.compression != nullptr) {
+        const std::string_view packing = format.compression(source.firstBytes());
+        if (packing != "unknown") packing.copy(info.compression, sizeof info.compression - 1);
+    }
+    ProbeRequest request = {source.reader(), source.path(), options, info, result};
+    return format.probe != nullptr && source.reader().seek(0) && format.probe(request);
+}
+
+using Count = unsigned long long;
+
+// A refusal names the limit, the need and the setting.
+bool isWithinLimits(const DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) {
+    const Count pixels =
+        static_cast<Count>(std::abs(std::int64_t{info.width}) * std::abs(std::int64_t{info.height}));
+    const Count bytes = pixels / 8 * static_cast<Count>(info.bitCount);
+    const auto refuseFor = [&](const char* what, Count need, Count limit, const char* setting) {
+        return refuse(result, DIB_ERROR_MISMATCH,
+                      "the picture of %dx%d pixels needs %llu %s; the limit is %llu (%s)", info.width,
+                      info.height, need, what, limit, setting);
+    };
+    if (pixels > options.mostPixels) return refuseFor("pixels", pixels, options.mostPixels, "mostPixels");
+    if (bytes > options.mostBytes) return refuseFor("bytes", bytes, options.mostBytes, "mostBytes");
+    if (info.layers > options.mostLayers) {
+        return refuseFor("layers", static_cast<Count>(info.layers), static_cast<Count>(options.mostLayers),
+                         "mostLayers");
+    }
+    return true;
+}
+
+bool hasPart(const DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) {
+    const auto check = [&](const char* what, int asked, int count) {
+        return (asked >= 0 && asked < count) ||
+               refuse(result, DIB_ERROR_MISMATCH, "there is no %s %d: the file has %d", what, asked, count);
+    };
+    return check("page", options.page, info.pages) && check("level", options.level, info.levels) &&
+           (options.layer < 0 || check("layer", options.layer, info.layers));
+}
+
+// Formats that have no reader of their own here go through the classic loader.
+bool readByPath(const FileFormat& format, Source& source, ReadRequest& request) {
+    const char* path = source.pathForDecoder();
+    if (path == nullptr) return false;
+    request.image->ErrorCode = DIB_OK;
+    if (format.load(path, request.image, Progress::forward, &request.progress)) return true;
+    request.result.code = request.image->ErrorCode != DIB_OK ? request.image->ErrorCode : DIB_ERROR_INVALID;
+    return false;
+}
+
+bool hasPixels(const DibStream& image) { return image.Buffer != nullptr && dib::hasRows(image); }
+
+// A picture that could be read in part is kept, with a warning, or refused, with a reason.
+bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request) {
+    DibFileResult& result = request.result;
+    if (request.progress.isCancelled()) {
+        result.reason[0] = '\0';
+        return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
+    }
+    if (result.code == DIB_OK) result.code = DIB_ERROR_INVALID;
+    if (result.reason[0] == '\0') {
+        source.reader().seek(0);
+        const std::string why = whyRefused(source.reader(), format.diagnose, result.code);
+        refuse(result, static_cast<DibErrorCode>(result.code), "%s", why.c_str());
+    }
+    const std::size_t done = request.progress.rowsDone();
+    if (!hasPixels(*request.image) || done == 0) return false;
+    const std::size_t rows = dib::rowCount(request.image->Header->biHeight);
+    if (request.keepsDamaged()) {
+        note(result, DIB_NOTE_WARNING, "%.70s: %zu of %zu rows were read", result.reason, done, rows);
+        result.reason[0] = '\0';
+        result.code = DIB_OK;
+        return true;
+    }
+    const std::size_t length = std::strlen(result.reason);
+    std::snprintf(result.reason + length, sizeof result.reason - length, " (in row %zu of %zu)", done + 1,
+                  rows);
+    return false;
+}
+
+// Moves the picture into the caller's image.
+void install(DibStream& loaded, DibStream& image) {
+    image.SetDib(loaded.Header, loaded.HeaderOwner, loaded.Buffer, loaded.BufferOwner);
+    loaded.Header = nullptr;
+    loaded.Buffer = nullptr;
+    loaded.HeaderOwner = loaded.BufferOwner = 0;
+}
+
+bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFileResult& result,
+          Progress& progress) {
+    const FileFormat* format = recognize(source, options, result);
+    if (format == nullptr) return false;
+    if (!isAvailable(*format, &result)) return false;
+    DibFileInfo info;
+    const bool isKnown = probe(source, *format, info, options, result);
+    if (isKnown && (!isWithinLimits(info, options, result) || !hasPart(info, options, result))) return false;
+    result.reason[0] = '\0';
+    result.code = DIB_OK;
+    if (!progress.report(0)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
+
+    DibStream loaded;
+    ReadRequest request = {source.reader(), source.path(), options, &loaded, result, progress};
+    source.reader().seek(0);
+    const bool isRead =
+        format->read != nullptr ? format->read(request) : readByPath(*format, source, request);
+    if ((!isRead || progress.isCancelled()) && !judgeDamage(*format, source, request)) return false;
+    if (!hasPixels(loaded)) return refuse(result, DIB_ERROR_INVALID, "the file contains no picture");
+    if (!isKnown) {
+        info = {.format = info.format,
+                .width = loaded.Header->biWidth,
+                .height = static_cast<int>(dib::rowCount(loaded.Header->biHeight)),
+                .bitCount = loaded.Header->biBitCount};
+        if (!isWithinLimits(info, options, result)) return false;
+    }
+    judgeAlpha(loaded, options.alpha, result);
+    if (options.appliesOrientation && !turnUpright(loaded, result)) return false;
+    if (!progress.report(1)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
+    install(loaded, image);
+    return true;
+}
+
+// One overload for each kind of source, so that every door below is one line.
+template <class Char>
+bool openSource(Source& source, const DibLoadOptions&, const Char* path) {
+    return source.open(path);
+}
+bool openSource(Source& source, const DibLoadOptions&, const void* bytes, std::size_t size) {
+    return source.open(bytes, size);
+}
+bool openSource(Source& source, const DibLoadOptions& options, std::FILE* file) {
+    return source.open(file, options.mostBytes);
+}
+bool openSource(Source& source, const DibLoadOptions& options, const DibReader* reader) {
+    return source.open(*reader, options.mostBytes);
+}
+
+template <class... From>
+bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* result,
+              DibProgressCallback callback, void* user, From... from) {
+    DibFileResult own;
+    DibFileResult& out = result != nullptr ? *result : own;
+    const bool isLoaded = runCall(out, [&] {
+        if (image == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no image to load into");
+        const DibLoadOptions complete = completed(options);
+        Progress progress(callback, user);
+        Source source(out);
+        return openSource(source, complete, from...) && load(source, *image, complete, out, progress);
+    });
+    if (image != nullptr) image->ErrorCode = out.code;
+    return isLoaded;
+}
+
+template <class... From>
+bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* result, From... from) {
+    DibFileResult own;
+    DibFileResult& out = result != nullptr ? *result : own;
+    return runCall(out, [&] {
+        if (info == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no record to fill");
+        *info = DibFileInfo();
+        const DibLoadOptions complete = completed(options);
+        Source source(out);
+        if (!openSource(source, complete, from...)) return false;
+        const FileFormat* format = recognize(source, complete, out);
+        if (format == nullptr) return false;
+        if (probe(source, *format, *info, complete, out)) return true;
+        source.reader().seek(0);
+        const std::string why = whyRefused(source.reader(), format->diagnose, DIB_ERROR_INVALID);
+        return refuse(out, DIB_ERROR_INVALID, "%s", why.c_str());
+    });
+}
+
+}  // namespace
+
+}  // namespace formats
+
+bool DibLoadFile(const char* path, DibStream* image, const DibLoadOptions* options, DibFileResult* result,
+                 DibProgressCallback callback, void* user) {
+    return formats::loadFrom(image, options, result, callback, user, path);
+}
+bool DibLoadFile(const wchar_t* path, DibStream* image, const DibLoadOptions* options, DibFileResult* result,
+                 DibProgressCallback callback, void* user) {
+    return formats::loadFrom(image, options, result, callback, user, path);
+}
+bool DibLoadMemory(const void* bytes, std::size_t size, DibStream* image, const DibLoadOptions* options,
+                   DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::loadFrom(image, options, result, callback, user, bytes, size);
+}
+bool DibLoadStream(std::FILE* file, DibStream* image, const DibLoadOptions* options, DibFileResult* result,
+                   DibProgressCallback callback, void* user) {
+    return formats::loadFrom(image, options, result, callback, user, file);
+}
+bool DibLoadStream(const DibReader& reader, DibStream* image, const DibLoadOptions* options,
+                   DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::loadFrom(image, options, result, callback, user, &reader);
+}
+
+bool DibProbeFile(const char* path, DibFileInfo* info, const DibLoadOptions* options, DibFileResult* result) {
+    return formats::probeFrom(info, options, result, path);
+}
+bool DibProbeFile(const wchar_t* path, DibFileInfo* info, const DibLoadOptions* options,
+                  DibFileResult* result) {
+    return formats::probeFrom(info, options, result, path);
+}
+bool DibProbeMemory(const void* bytes, std::size_t size, DibFileInfo* info, const DibLoadOptions* options,
+                    DibFileResult* result) {
+    return formats::probeFrom(info, options, result, bytes, size);
+}

@@ -1,0 +1,15 @@
+// Turning pictures as their files ask.
+#ifndef FORMATS_DOOR_ORIENTATION_H
+#define FORMATS_DOOR_ORIENTATION_H
+
+#include <DibFile.h>
+
+namespace formats {
+
+// Turns a picture that has pixels by `result.metadata.orientation`, which becomes 1. False with code 2 and a
+// reason when memory is short.
+bool turnUpright(DibStream& image, DibFileResult& result);
+
+}  // namespace formats
+
+#endif

@@ -1,0 +1,65 @@
+// What the functions of DibFile.h ask of a codec. A row of the table of formats (formats/Formats.h) names the
+// functions that answer.
+#ifndef FORMATS_DOOR_REQUEST_H
+#define FORMATS_DOOR_REQUEST_H
+
+#include <DibFile.h>
+
+#include "formats/ByteReader.h"
+#include "formats/ByteWriter.h"
+#include "formats/door/Progress.h"
+
+namespace formats {
+
+// Adds a note to a result; the text is as by printf.
+[[gnu::format(printf, 3, 4)]] void note(DibFileResult& result, DibNoteKind kind, const char* text, ...);
+// Stores why a call fails; the first reason stays. Returns false.
+[[gnu::format(printf, 3, 4)]] bool refuse(DibFileResult& result, DibErrorCode code, const char* reason, ...);
+
+// Decode a file into an image, which is empty at first. A codec that fails returns false with a code in
+// `result`; where it has no reason of its own, the diagnosis of the format finds one. It leaves in the image
+// what it could read, with the rows that it could not read 0, and has told `progress` how many those are
+// (NewImage does both). The caller decides whether they are kept.
+struct ReadRequest {
+    ByteReader& file;  // at its start
+    const char* path;  // UTF-8; null when the file is in memory. For decoders that open files themselves.
+    const DibLoadOptions& options;
+    DibStream* image;
+    DibFileResult& result;
+    Progress& progress;
+
+    bool keepsDamaged() const { return options.damage == DIB_DAMAGE_KEEP; }
+};
+
+// Read the headers of a file. `info` has its defaults at first. Resolution, orientation and so on go to
+// `result.metadata`; blocks that may be long (profiles, EXIF) are left to the load. False without a reason
+// when they cannot be read.
+struct ProbeRequest {
+    ByteReader& file;
+    const char* path;
+    const DibLoadOptions& options;
+    DibFileInfo& info;
+    DibFileResult& result;
+};
+
+// Encode an image that has pixels and a depth of the six. False with a code in `result` when it cannot;
+// errors of writing are noticed by the caller, who asks `file.isWhole()`.
+struct WriteRequest {
+    ByteWriter& file;
+    const DibStream& image;
+    const DibSaveOptions& options;
+    DibFileResult& result;
+    Progress& progress;
+};
+
+// Say what a file cannot hold, by note(result, DIB_NOTE_LOSS, ...). False with a code and a reason when no
+// file can be made of the image at all.
+struct LossRequest {
+    const DibStream& image;
+    const DibSaveOptions& options;
+    DibFileResult& result;
+};
+
+}  // namespace formats
+
+#endif

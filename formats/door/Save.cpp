@@ -1,0 +1,267 @@
+// Saving: find the format, say what it cannot hold, encode, put the file in place.
+#include <DibFile.h>
+#include <VexLibs.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "dib/File.h"
+#include "dib/ImageSize.h"
+#include "files/NamelessFile.h"
+#include "files/ReplacedFile.h"
+#include "formats/Formats.h"
+#include "formats/door/Frame.h"
+
+namespace formats {
+
+namespace {
+
+struct Save {
+    const DibStream& image;
+    const DibSaveOptions& options;
+    DibFileResult& result;
+    Progress& progress;
+    const FileFormat* format = nullptr;
+};
+
+bool isDepth(int bitCount) {
+    return bitCount == 1 || bitCount == 4 || bitCount == 8 || bitCount == 16 || bitCount == 24 ||
+           bitCount == 32;
+}
+
+bool judgeImage(const DibStream* image, DibFileResult& result) {
+    const bool hasPicture = image != nullptr && image->Header != nullptr && image->Buffer != nullptr &&
+                            dib::hasRows(*image) && isDepth(image->Header->biBitCount) &&
+                            dib::admitSize(*image->Header).imageBytes > 0;
+    return hasPicture || refuse(result, DIB_ERROR_INVALID, "the image has no pixels");
+}
+
+// By the option, else by the extension of the path.
+const FileFormat* chooseFormat(const char* name, const char* path, DibFileResult& result) {
+    const FileFormat* format = nullptr;
+    if (name != nullptr) {
+        format = formatOfName(name);
+        if (format == nullptr) refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the name %.60s", name);
+    } else if (path != nullptr) {
+        const char* extension = extensionOf(path);
+        format = formatOfExtension(extension);
+        if (format == nullptr) {
+            refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the extension \"%.60s\"", extension);
+        }
+    } else {
+        refuse(result, DIB_ERROR_UNSUPPORTED, "no format is chosen (DibSaveOptions::format)");
+    }
+    if (format == nullptr) return nullptr;
+    result.format = &format->info;
+    if (format->write != nullptr || format->save != nullptr) return format;
+    refuse(result, DIB_ERROR_UNSUPPORTED, "%s files cannot be written", format->info.name);
+    return nullptr;
+}
+
+int countLosses(const DibFileResult& result) {
+    int count = 0;
+    for (int i = 0; i < result.noteCount; ++i) count += result.notes[i].kind == DIB_NOTE_LOSS ? 1 : 0;
+    return count;
+}
+
+const char* firstLoss(const DibFileResult& result) {
+    for (int i = 0; i < result.noteCount; ++i) {
+        if (result.notes[i].kind == DIB_NOTE_LOSS) return result.notes[i].text;
+    }
+    return "";
+}
+
+bool judgeLosses(Save& save) {
+    LossRequest request = {save.image, save.options, save.result};
+    if (save.format->losses != nullptr && !save.format->losses(request)) return false;
+    if (!save.options.refusesLosses || countLosses(save.result) == 0) return true;
+    return refuse(save.result, DIB_ERROR_MISMATCH, "%s", firstLoss(save.result));
+}
+
+// The classic savers take an image that they may mark with a code: this one borrows the blocks of the caller's.
+class Borrowed : public DibStream {
+public:
+    explicit Borrowed(const DibStream& image) {
+        Header = image.Header;
+        Buffer = image.Buffer;
+    }
+};
+
+// Formats that have no writer of their own here go through the classic saver.
+bool writeByPath(WriteRequest& request, const FileFormat& format) {
+    const files::Descriptor copy = files::makeNamelessFile();
+    if (!copy.isOpen()) return refuse(request.result, DIB_ERROR_OPEN, "no temporary file can be made");
+    const std::string path = files::pathOf(copy);
+    Borrowed image(request.image);
+    if (!format.save(path.c_str(), &image, Progress::forward, &request.progress)) {
+        request.result.code = image.ErrorCode != DIB_OK ? image.ErrorCode : DIB_ERROR_WRITE;
+        return false;
+    }
+    const dib::FilePtr file = dib::openForReading(path.c_str());
+    if (file == nullptr) return refuse(request.result, DIB_ERROR_OPEN, "the temporary file is lost");
+    ByteReader reader(file.get());
+    for (;;) {
+        const ByteReader::Bytes part = reader.ahead(ByteReader::kBufferBytes);
+        if (part.size == 0) return true;
+        request.file.bytes(part.data, part.size);
+        reader.consume(part.size);
+    }
+}
+
+bool encode(Save& save, ByteWriter& file) {
+    DibFileResult& result = save.result;
+    if (!save.progress.report(0)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
+    WriteRequest request = {file, save.image, save.options, result, save.progress};
+    const bool isEncoded =
+        save.format->write != nullptr ? save.format->write(request) : writeByPath(request, *save.format);
+    if (save.progress.isCancelled()) {
+        result.reason[0] = '\0';
+        return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
+    }
+    if (file.isShortOfMemory())
+        return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory for the file");
+    if (!file.isWhole())
+        return refuse(result, DIB_ERROR_WRITE, "the file cannot be written: %s", std::strerror(errno));
+    if (isEncoded) return true;
+    const auto code = static_cast<DibErrorCode>(result.code != DIB_OK ? result.code : DIB_ERROR_INVALID);
+    return refuse(result, code, "%s", DibStream::GetErrorString(code));
+}
+
+bool finish(Save& save) {
+    if (save.progress.report(1)) return true;
+    return refuse(save.result, DIB_ERROR_INTERRUPTED, "cancelled");
+}
+
+bool refuseForSystem(DibFileResult& result, DibErrorCode code, const char* what, int why) {
+    return refuse(result, code, "%s%s%s", what, why != 0 ? ": " : "", why != 0 ? std::strerror(why) : "");
+}
+
+bool saveToPath(Save& save, const char* path) {
+    files::ReplacedFile target(path);
+    if (target.error() != 0) {
+        return refuseForSystem(save.result, DIB_ERROR_OPEN, "the file cannot be created", target.error());
+    }
+    dib::FilePtr file = dib::openDescriptor(target.descriptor().number());
+    if (file == nullptr)
+        return refuse(save.result, DIB_ERROR_MEMORY, "there is not enough memory for the file");
+    target.descriptor().take();
+    errno = 0;
+    ByteWriter writer(file.get());
+    if (!encode(save, writer)) return false;
+    const bool isStored =
+        std::fflush(file.get()) == 0 && files::ReplacedFile::storeOnDisk(dib::descriptorOf(file.get()));
+    if (!isStored || !dib::closeWritten(std::move(file))) {
+        return refuseForSystem(save.result, DIB_ERROR_WRITE, "the file cannot be written", errno);
+    }
+    if (!finish(save)) return false;
+    if (target.commit()) return true;
+    return refuseForSystem(save.result, DIB_ERROR_WRITE, "the file cannot be put in its place",
+                           target.error());
+}
+
+bool saveTo(Save& save, const wchar_t* path) {
+    const VexString wide(path);
+    if (!wide.isValid()) return refuse(save.result, DIB_ERROR_OPEN, "the path has no UTF-8 form");
+    return saveToPath(save, wide.toUtf8String().c_str());
+}
+bool saveTo(Save& save, const char* path) { return saveToPath(save, path); }
+
+bool saveTo(Save& save, DibBytes* bytes) {
+    DibBytes encoded;
+    ByteWriter writer(encoded);
+    if (!encode(save, writer) || !finish(save)) return false;
+    *bytes = std::move(encoded);
+    return true;
+}
+
+bool saveTo(Save& save, const DibWriter* writer) {
+    DibBytes encoded;
+    ByteWriter memory(encoded);
+    if (!encode(save, memory)) return false;
+    if (!writer->write(writer->context, encoded.data, encoded.size)) {
+        return refuse(save.result, DIB_ERROR_WRITE, "the stream took not all of the file");
+    }
+    return finish(save);
+}
+
+bool saveTo(Save& save, std::FILE* file) {
+    const auto write = [](void* context, const void* from, std::size_t bytes) {
+        auto* to = static_cast<std::FILE*>(context);
+        return dib::writeBytes(to, from, bytes) && std::fflush(to) == 0;
+    };
+    const DibWriter writer = {write, file};
+    return saveTo(save, &writer);
+}
+
+const char* pathFor(const char* path) { return path; }
+template <class Target>
+const char* pathFor(const Target*) {
+    return nullptr;
+}
+
+bool isThere(const DibWriter* writer) { return writer->write != nullptr; }
+template <class Target>
+bool isThere(const Target* target) {
+    return target != nullptr;
+}
+
+template <class Target>
+bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult* result,
+            DibProgressCallback callback, void* user, Target* target) {
+    DibFileResult own;
+    DibFileResult& out = result != nullptr ? *result : own;
+    return runCall(out, [&] {
+        if (!isThere(target)) return refuse(out, DIB_ERROR_OPEN, "there is nothing to write to");
+        if (!judgeImage(image, out)) return false;
+        const DibSaveOptions complete = completed(options);
+        Progress progress(callback, user);
+        Save save = {*image, complete, out, progress};
+        std::string name;
+        if constexpr (std::is_same_v<Target, const wchar_t>) name = VexString(target).toUtf8String().c_str();
+        const char* path = name.empty() ? pathFor(target) : name.c_str();
+        save.format = chooseFormat(complete.format, path, out);
+        return save.format != nullptr && judgeLosses(save) && saveTo(save, target);
+    });
+}
+
+}  // namespace
+
+}  // namespace formats
+
+int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptions* options,
+                  DibFileResult* result) {
+    using namespace formats;
+    DibFileResult own;
+    DibFileResult& out = result != nullptr ? *result : own;
+    return runCall(out, [&] {
+        if (!judgeImage(image, out)) return 0;
+        const DibSaveOptions complete = completed(options);
+        const FileFormat* row = chooseFormat(format, nullptr, out);
+        if (row == nullptr) return 0;
+        LossRequest request = {*image, complete, out};
+        if (row->losses != nullptr) row->losses(request);
+        return countLosses(out);
+    });
+}
+
+bool DibSaveFile(const char* path, const DibStream* image, const DibSaveOptions* options,
+                 DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::saveAs(image, options, result, callback, user, path);
+}
+bool DibSaveFile(const wchar_t* path, const DibStream* image, const DibSaveOptions* options,
+                 DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::saveAs(image, options, result, callback, user, path);
+}
+bool DibSaveMemory(DibBytes* bytes, const DibStream* image, const DibSaveOptions* options,
+                   DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::saveAs(image, options, result, callback, user, bytes);
+}
+bool DibSaveStream(std::FILE* file, const DibStream* image, const DibSaveOptions* options,
+                   DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::saveAs(image, options, result, callback, user, file);
+}
+bool DibSaveStream(const DibWriter& writer, const DibStream* image, const DibSaveOptions* options,
+                   DibFileResult* result, DibProgressCallback callback, void* user) {
+    return formats::saveAs(image, options, result, callback, user, &writer);
+}

@@ -1,0 +1,103 @@
+#include "formats/door/Source.h"
+
+#include <VexLibs.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "files/NamelessFile.h"
+#include "formats/door/Request.h"
+
+namespace formats {
+
+bool Source::open(const char* path) {
+    if (path == nullptr || *path == '\0') return refuse(result_, DIB_ERROR_OPEN, "the path is empty");
+    errno = 0;
+    path_ = path;
+    file_ = dib::openForReading(path);
+    if (file_ == nullptr) {
+        const int why = errno;
+        return refuse(result_, DIB_ERROR_OPEN, "the file cannot be opened%s%s", why != 0 ? ": " : "",
+                      why != 0 ? std::strerror(why) : "");
+    }
+    // A folder can be opened, but not read.
+    if (!dib::isReadable(file_.get())) return refuse(result_, DIB_ERROR_READ, "this is a folder, not a file");
+    if (dib::positionIn(file_.get()) < 0) return open(file_.get(), UINT64_MAX);
+    reader_ = std::make_unique<ByteReader>(file_.get());
+    return true;
+}
+
+bool Source::open(const wchar_t* path) {
+    if (path == nullptr) return refuse(result_, DIB_ERROR_OPEN, "the path is empty");
+    const VexString wide(path);
+    if (!wide.isValid()) return refuse(result_, DIB_ERROR_OPEN, "the path has no UTF-8 form");
+    return open(wide.toUtf8String().c_str());
+}
+
+bool Source::open(const void* bytes, std::size_t size) {
+    if (bytes == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no block of memory");
+    reader_ = std::make_unique<ByteReader>(static_cast<const unsigned char*>(bytes), size);
+    return true;
+}
+
+bool Source::open(std::FILE* file, std::uint64_t mostBytes) {
+    if (file == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no open file");
+    if (dib::positionIn(file) == 0) {
+        reader_ = std::make_unique<ByteReader>(file);
+        return true;
+    }
+    const auto read = [](void* context, void* out, std::size_t bytes) {
+        return std::fread(out, 1, bytes, static_cast<std::FILE*>(context));
+    };
+    return open(DibReader{read, file}, mostBytes);
+}
+
+bool Source::open(const DibReader& reader, std::uint64_t mostBytes) {
+    if (reader.read == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no function to read with");
+    constexpr std::size_t kFirst = 64 * 1024;
+    std::size_t capacity = 0;
+    for (;;) {
+        if (bytes_.size == capacity) {
+            capacity = capacity == 0 ? kFirst : 2 * capacity;
+            void* block = std::realloc(bytes_.data, capacity);
+            if (block == nullptr)
+                return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the stream");
+            bytes_.data = static_cast<unsigned char*>(block);
+        }
+        const std::size_t got =
+            reader.read(reader.context, bytes_.data + bytes_.size, capacity - bytes_.size);
+        if (got == 0 || got > capacity - bytes_.size) break;
+        bytes_.size += got;
+        if (bytes_.size > mostBytes) {
+            return refuse(result_, DIB_ERROR_MISMATCH, "the stream is longer than %llu bytes (mostBytes)",
+                          static_cast<unsigned long long>(mostBytes));
+        }
+    }
+    return open(bytes_.data, bytes_.size);
+}
+
+const char* Source::pathForDecoder() {
+    if (!path_.empty() && bytes_.data == nullptr) return path_.c_str();
+    copy_ = files::makeNamelessFile();
+    dib::FilePtr out(copy_.isOpen() ? std::fopen(files::pathOf(copy_).c_str(), "wb") : nullptr);
+    bool isWhole = out != nullptr && reader_->seek(0);
+    while (isWhole) {
+        const ByteReader::Bytes part = reader_->ahead(ByteReader::kBufferBytes);
+        if (part.size == 0) break;
+        isWhole = dib::writeBytes(out.get(), part.data, part.size);
+        reader_->consume(part.size);
+    }
+    if (!isWhole || !dib::closeWritten(std::move(out))) {
+        refuse(result_, DIB_ERROR_WRITE, "no temporary copy can be made for the decoder");
+        return nullptr;
+    }
+    copyPath_ = files::pathOf(copy_);
+    return copyPath_.c_str();
+}
+
+FirstBytes Source::firstBytes() {
+    const ByteReader::Bytes bytes = reader_->ahead(kFirstBytes);
+    return {bytes.data, std::min(bytes.size, kFirstBytes)};
+}
+
+}  // namespace formats

@@ -1,0 +1,50 @@
+// Where the bytes of a file come from: a path, memory, an open file or a function.
+#ifndef FORMATS_DOOR_SOURCE_H
+#define FORMATS_DOOR_SOURCE_H
+
+#include <DibFile.h>
+
+#include <memory>
+#include <string>
+
+#include "dib/File.h"
+#include "files/Descriptor.h"
+#include "formats/ByteReader.h"
+#include "formats/Formats.h"
+
+namespace formats {
+
+class Source {
+public:
+    explicit Source(DibFileResult& result) : result_(result) {}
+
+    // Each is called once. False with the reason in the result. May throw std::bad_alloc.
+    bool open(const char* path);
+    bool open(const wchar_t* path);
+    bool open(const void* bytes, std::size_t size);
+    // A file that is at its start and can seek is read where it is; everything else is read to its end first,
+    // up to `mostBytes`.
+    bool open(std::FILE* file, std::uint64_t mostBytes);
+    bool open(const DibReader& reader, std::uint64_t mostBytes);
+
+    ByteReader& reader() { return *reader_; }
+    // UTF-8; null when there is none.
+    const char* path() const { return path_.empty() ? nullptr : path_.c_str(); }
+    // The path, or that of a copy without a name, for decoders that open files themselves. Null with the
+    // reason in the result when the copy cannot be made.
+    const char* pathForDecoder();
+    FirstBytes firstBytes();
+
+private:
+    DibFileResult& result_;
+    std::string path_;
+    dib::FilePtr file_;
+    DibBytes bytes_;
+    std::unique_ptr<ByteReader> reader_;
+    files::Descriptor copy_;
+    std::string copyPath_;
+};
+
+}  // namespace formats
+
+#endif

@@ -1,0 +1,291 @@
+/// @file
+/// Opening and saving image files of any format: the first choice of applications.
+///
+/// The functions of DibCodec.h read and write one format each, exactly as they always have. The functions
+/// here find the format themselves, take files, memory and streams alike, give a reason in words when they
+/// fail and say what they assumed or lost on the way.
+///
+///     DibStream image;
+///     DibFileResult result;
+///     if (!DibLoadFile("photo.jpg", &image, nullptr, &result)) std::puts(result.reason);
+///     if (!DibSaveFile("photo.png", &image, nullptr, &result)) std::puts(result.reason);
+///
+/// Rules common to the functions
+/// -----------------------------
+/// - **Paths** are UTF-8 or wide. A null path, image, block or stream fails with a reason.
+/// - **Options** travel with the call. A null pointer means the defaults.
+/// - **Results.** The functions return whether they succeeded. `DibFileResult` says why not, and what they
+///   noted. A null pointer means that the caller does not want to know.
+/// - **Failure.** A load that fails leaves the image as it was, a save that fails the file. Nothing throws,
+///   and every allocation may fail (code 2). Loads also store the code in `DibStream::ErrorCode`, 0 included.
+/// - **Progress.** The callback gets fractions that start at 0, never go back and end at 1 when the call
+///   succeeds. Returning false cancels (code 9). The callback must not change the image.
+/// - **Threads.** Nothing is shared between calls but `DibStream::DllPath`. Several threads may save the same
+///   image, or read its rows, while none changes it.
+#ifndef DIBSTREAM_DIBFILE_H
+#define DIBSTREAM_DIBFILE_H
+
+#include <DibExport.h>
+#include <DibStream.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+/// @name Formats
+/// @{
+
+/// A file format. The records live as long as the program.
+struct DibFormat {
+    const char* name;             ///< A short word, as options have it: "png".
+    const char* title = nullptr;  ///< For people: "Truevision TGA".
+    const char* const*
+        extensions;  ///< Lower case, without the dot, the usual one first; a null ends the list.
+    const char* const* mimeTypes = nullptr;  ///< A null ends the list.
+    unsigned int readDepths = 0;   ///< Depths that a load gives: `DibStream::DIB_ACCEPT_1` and so on.
+    unsigned int writeDepths = 0;  ///< Depths that a file holds as they are; 0 when nothing can be saved.
+    bool hasLayers = false;        ///< `DibLoadOptions::layer` chooses one.
+    bool hasPages = false;         ///< `DibLoadOptions::page` chooses one.
+    const char* plugin = nullptr;  ///< The file of the plug-in that decodes it; null when none is needed.
+};
+
+/// All formats, in the order in which lists show them; a null ends the list.
+/// @param count Gets their number, unless it is null.
+DIB_EXPORT const DibFormat* const* DibGetFormats(std::size_t* count = nullptr);
+/// The format of that name or extension, in upper or lower case; null when there is none.
+DIB_EXPORT const DibFormat* DibFindFormat(const char* nameOrExtension);
+/// Whether the format can be read now: false only when its plug-in is missing or cannot be loaded.
+DIB_EXPORT bool DibIsFormatAvailable(const DibFormat* format);
+/// @}
+
+/// @name Results
+/// @{
+
+/// A block of bytes that the object frees.
+struct DibBytes {
+    unsigned char* data = nullptr;  ///< Allocated with `malloc`; null when there is none.
+    std::size_t size = 0;           ///< In bytes.
+
+    DibBytes() = default;
+    DibBytes(DibBytes&& other) noexcept
+        : data(std::exchange(other.data, nullptr)), size(std::exchange(other.size, 0)) {}
+    DibBytes& operator=(DibBytes&& other) noexcept {
+        std::swap(data, other.data);
+        std::swap(size, other.size);
+        return *this;
+    }
+    ~DibBytes() { std::free(data); }
+};
+
+/// What a file says about its picture beside the pixels.
+struct DibMetadata {
+    double xResolution = 0;  ///< Pixels per inch; 0 when unknown.
+    double yResolution = 0;  ///< Pixels per inch; 0 when unknown.
+    /// How the stored rows must be turned for display, 1 to 8 as in EXIF; 1 is upright. It is 1 after a load
+    /// that has turned the picture.
+    int orientation = 1;
+    DibBytes colorProfile;  ///< ICC profile.
+    DibBytes exif;          ///< EXIF block, from its byte-order mark on.
+};
+
+/// What a note is about.
+enum DibNoteKind : int {
+    DIB_NOTE_WARNING = 0,     ///< The file is damaged or breaks a rule, and was read all the same.
+    DIB_NOTE_ASSUMPTION = 1,  ///< The file leaves something open: "alpha is 0 everywhere and was ignored".
+    DIB_NOTE_LOSS = 2,        ///< Something was not kept: "16 bits a sample became 8".
+};
+
+/// One thing that a caller may want to know of a call that succeeded.
+struct DibNote {
+    DibNoteKind kind;  ///< What it is about.
+    char text[124];    ///< English, UTF-8, without a full stop.
+};
+
+/// The outcome of a call. Each call starts it anew.
+struct DibFileResult {
+    static constexpr int kMostNotes = 16;  ///< Further notes are dropped.
+
+    const DibFormat* format = nullptr;  ///< Of the file; null when it was not recognised.
+    int code = DIB_OK;                  ///< `DibErrorCode`.
+    char reason[256] = "";              ///< Why the call failed, in words; empty when it succeeded.
+    int noteCount = 0;                  ///< Number of notes.
+    DibNote notes[kMostNotes] = {};     ///< Warnings, assumptions and losses.
+    DibMetadata metadata;               ///< Of a file that was opened or probed.
+};
+
+/// What a file holds, as far as its headers tell.
+struct DibFileInfo {
+    const DibFormat* format = nullptr;
+    int width = 0;       ///< Columns of the picture as a load gives it.
+    int height = 0;      ///< Rows.
+    int bitCount = 0;    ///< Depth of the image that a load makes.
+    int storedBits = 0;  ///< Bits per pixel in the file.
+    int pages = 1;       ///< Pictures in the file.
+    int layers = 0;      ///< Layers of a document.
+    int levels = 1;      ///< Sizes of the same picture.
+    bool hasAlpha = false;
+    char compression[16] = "";  ///< "none", "rle", "deflate" ...; empty when unknown.
+};
+/// @}
+
+/// @name Options
+/// @{
+
+/// What to do with a file whose pixels are damaged or end too early.
+enum DibDamagePolicy : int {
+    DIB_DAMAGE_REFUSE = 0,  ///< The load fails.
+    DIB_DAMAGE_KEEP = 1,    ///< The load keeps the rows that could be read, with a warning; the others are 0.
+};
+
+/// What the alpha of a file means.
+enum DibAlphaPolicy : int {
+    DIB_ALPHA_GUESS = 0,   ///< Alpha that is 0 everywhere becomes 255, with a note.
+    DIB_ALPHA_STORED = 1,  ///< Alpha stays as the file has it.
+};
+
+/// How to open a file.
+struct DibLoadOptions {
+    std::size_t size = sizeof(DibLoadOptions);  ///< Bytes of this record, by which it may grow.
+    const char* const* formats = nullptr;       ///< Names of the accepted formats, ended by null; null: all.
+    const char* name = nullptr;             ///< A file name that says the format where the content does not.
+    std::uint64_t mostPixels = 1ULL << 31;  ///< Larger pictures are refused.
+    std::uint64_t mostBytes = 1ULL << 33;   ///< Of memory for the image; of a stream as well.
+    int mostLayers = 1 << 16;               ///< Documents with more are refused.
+    DibDamagePolicy damage = DIB_DAMAGE_REFUSE;
+    DibAlphaPolicy alpha = DIB_ALPHA_GUESS;
+    int page = 0;                    ///< From 0; formats with one page know no other.
+    int layer = -1;                  ///< From 0; -1 is the merged picture.
+    int level = 0;                   ///< From 0, which is the largest.
+    bool appliesOrientation = true;  ///< Turns the picture as the file asks.
+};
+
+/// How a TIFF file packs its rows.
+enum DibTiffCompression : int {
+    DIB_TIFF_DEFLATE = 0,   ///< With horizontal differences.
+    DIB_TIFF_LZW = 1,       ///< With horizontal differences.
+    DIB_TIFF_PACKBITS = 2,  ///< Run lengths.
+    DIB_TIFF_NONE = 3,      ///< Raw.
+};
+
+/// How to save a file.
+struct DibSaveOptions {
+    std::size_t size = sizeof(DibSaveOptions);  ///< Bytes of this record, by which it may grow.
+    const char* format = nullptr;               ///< Name of the format; null: by the extension of the path.
+    bool refusesLosses = false;                 ///< Fails when the file cannot hold all of the image.
+    int quality = 90;                           ///< JPEG, 1 to 100.
+    int compressionLevel = -1;  ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
+    bool runLengths = true;     ///< Run lengths where a format has them as an option.
+    DibTiffCompression tiffCompression = DIB_TIFF_DEFLATE;
+    const DibMetadata* metadata = nullptr;  ///< What the file says beside the pixels; null: nothing.
+};
+/// @}
+
+/// @name Streams
+/// @{
+
+/// Where bytes come from.
+struct DibReader {
+    /// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end and after an error.
+    std::size_t (*read)(void* context, void* out, std::size_t bytes);
+    void* context;  ///< First argument of `read`.
+};
+
+/// Where bytes go.
+struct DibWriter {
+    bool (*write)(void* context, const void* from, std::size_t bytes);  ///< False when not all was written.
+    void* context;                                                      ///< First argument of `write`.
+};
+/// @}
+
+/// @name Open
+/// @{
+
+/// Replaces the image by the picture of a file. The content of the file decides its format; the extension
+/// helps where a format has no signature.
+/// @return False with a code and a reason, and the image unchanged:
+/// - 3 the file cannot be opened;
+/// - 4 it ends early, or reading failed;
+/// - 6 it is damaged;
+/// - 7 its format, or this variant of it, is not read;
+/// - 8 an option refuses it (accepted formats, limits, pages);
+/// - 9 the callback cancelled;
+/// - 2 memory is short, or no image can have that size.
+DIB_EXPORT bool DibLoadFile(const char* path, DibStream* image, const DibLoadOptions* options = nullptr,
+                            DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                            void* user = nullptr);
+/// The same for a wide path.
+DIB_EXPORT bool DibLoadFile(const wchar_t* path, DibStream* image, const DibLoadOptions* options = nullptr,
+                            DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                            void* user = nullptr);
+/// The same for a file in memory.
+DIB_EXPORT bool DibLoadMemory(const void* bytes, std::size_t size, DibStream* image,
+                              const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr,
+                              DibProgressCallback callback = nullptr, void* user = nullptr);
+/// The same from the current position of an open file or pipe, which stays open. The picture must be the last
+/// thing in it: the position after the call is not defined.
+DIB_EXPORT bool DibLoadStream(std::FILE* file, DibStream* image, const DibLoadOptions* options = nullptr,
+                              DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                              void* user = nullptr);
+/// The same from a function.
+DIB_EXPORT bool DibLoadStream(const DibReader& reader, DibStream* image,
+                              const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr,
+                              DibProgressCallback callback = nullptr, void* user = nullptr);
+
+/// Reads what the headers of a file say, without decoding or allocating its pixels. Pages, layers and levels
+/// are counted; limits are not applied.
+/// @return False with a code and a reason as by `DibLoadFile`.
+DIB_EXPORT bool DibProbeFile(const char* path, DibFileInfo* info, const DibLoadOptions* options = nullptr,
+                             DibFileResult* result = nullptr);
+/// The same for a wide path.
+DIB_EXPORT bool DibProbeFile(const wchar_t* path, DibFileInfo* info, const DibLoadOptions* options = nullptr,
+                             DibFileResult* result = nullptr);
+/// The same for a file in memory.
+DIB_EXPORT bool DibProbeMemory(const void* bytes, std::size_t size, DibFileInfo* info,
+                               const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr);
+/// @}
+
+/// @name Save
+/// @{
+
+/// Says what a file of that format cannot hold of the image, as notes of the result.
+/// @return The number of losses; 0 as well when nothing can be said, which the result's code tells: 6 the
+/// image has no pixels, 7 the format is unknown or cannot be written.
+DIB_EXPORT int DibSaveLosses(const DibStream* image, const char* format,
+                             const DibSaveOptions* options = nullptr, DibFileResult* result = nullptr);
+
+/// Writes the image to a file, whole or not at all: the file is written under a temporary name beside the
+/// target, flushed to the disk and renamed. Permissions and symbolic links of an existing file are kept.
+/// Losses are noted.
+/// @return False with a code and a reason, and the old file unchanged:
+/// - 3 the file cannot be created;
+/// - 5 it cannot be written to the end;
+/// - 6 the image has no pixels;
+/// - 7 the format is unknown or cannot be written;
+/// - 8 the file cannot hold all of the image, and `refusesLosses` is set, or cannot hold its size at all;
+/// - 9 the callback cancelled;
+/// - 2 memory is short.
+DIB_EXPORT bool DibSaveFile(const char* path, const DibStream* image, const DibSaveOptions* options = nullptr,
+                            DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                            void* user = nullptr);
+/// The same for a wide path.
+DIB_EXPORT bool DibSaveFile(const wchar_t* path, const DibStream* image,
+                            const DibSaveOptions* options = nullptr, DibFileResult* result = nullptr,
+                            DibProgressCallback callback = nullptr, void* user = nullptr);
+/// The same to a block of memory. `DibSaveOptions::format` must be set.
+DIB_EXPORT bool DibSaveMemory(DibBytes* bytes, const DibStream* image, const DibSaveOptions* options,
+                              DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                              void* user = nullptr);
+/// The same to an open file or pipe, which stays open and is flushed. `DibSaveOptions::format` must be set.
+/// The picture is encoded in memory first: a failure to encode writes nothing.
+DIB_EXPORT bool DibSaveStream(std::FILE* file, const DibStream* image, const DibSaveOptions* options,
+                              DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                              void* user = nullptr);
+/// The same to a function.
+DIB_EXPORT bool DibSaveStream(const DibWriter& writer, const DibStream* image, const DibSaveOptions* options,
+                              DibFileResult* result = nullptr, DibProgressCallback callback = nullptr,
+                              void* user = nullptr);
+/// @}
+
+#endif
