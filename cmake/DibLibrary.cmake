@@ -62,6 +62,10 @@ target_include_directories(dibstream INTERFACE
 if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # the default on Apple
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()
+if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT APPLE)
+    target_link_options(dibstream PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    set_property(TARGET dibstream APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+endif()
 set_target_properties(dibstream PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})

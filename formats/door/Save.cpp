@@ -79,7 +79,7 @@ bool judgeLosses(Save& save) {
     return refuse(save.result, DIB_ERROR_MISMATCH, "%s", firstLoss(save.result));
 }
 
-// The classic savers take an image that they may mark with a code: this one borrows the blocks of the caller's.
+// The classic savers store codes in their image: this one borrows the blocks of the caller's.
 class Borrowed : public DibStream {
 public:
     explicit Borrowed(const DibStream& image) {
@@ -231,17 +231,16 @@ bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult
 
 int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptions* options,
                   DibFileResult* result) {
-    using namespace formats;
     DibFileResult own;
     DibFileResult& out = result != nullptr ? *result : own;
-    return runCall(out, [&] {
-        if (!judgeImage(image, out)) return 0;
-        const DibSaveOptions complete = completed(options);
-        const FileFormat* row = chooseFormat(format, nullptr, out);
+    return formats::runCall(out, [&] {
+        if (!formats::judgeImage(image, out)) return 0;
+        const DibSaveOptions complete = formats::completed(options);
+        const formats::FileFormat* row = formats::chooseFormat(format, nullptr, out);
         if (row == nullptr) return 0;
-        LossRequest request = {*image, complete, out};
+        formats::LossRequest request = {*image, complete, out};
         if (row->losses != nullptr) row->losses(request);
-        return countLosses(out);
+        return formats::countLosses(out);
     });
 }
 
