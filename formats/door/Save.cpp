@@ -30,11 +30,13 @@ bool isDepth(int bitCount) {
            bitCount == 32;
 }
 
-bool judgeImage(const DibStream* image, DibFileResult& result) {
-    const bool hasPicture = image != nullptr && image->Header != nullptr && image->Buffer != nullptr &&
-                            dib::hasRows(*image) && isDepth(image->Header->biBitCount) &&
-                            dib::admitSize(*image->Header).imageBytes > 0;
-    return hasPicture || refuse(result, DIB_ERROR_INVALID, "the image has no pixels");
+bool hasPicture(const DibStream* image) {
+    return image != nullptr && image->Header != nullptr && image->Buffer != nullptr && dib::hasRows(*image) &&
+           isDepth(image->Header->biBitCount) && dib::admitSize(*image->Header).imageBytes > 0;
+}
+
+bool refuseEmpty(DibFileResult& result) {
+    return refuse(result, DIB_ERROR_INVALID, "the image has no pixels");
 }
 
 // By the option, else by the extension of the path.
@@ -213,7 +215,7 @@ bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult
     DibFileResult& out = result != nullptr ? *result : own;
     return runCall(out, [&] {
         if (!isThere(target)) return refuse(out, DIB_ERROR_OPEN, "there is nothing to write to");
-        if (!judgeImage(image, out)) return false;
+        if (!hasPicture(image)) return refuseEmpty(out);
         const DibSaveOptions complete = completed(options);
         Progress progress(callback, user);
         Save save = {*image, complete, out, progress};
@@ -234,7 +236,7 @@ int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptio
     DibFileResult own;
     DibFileResult& out = result != nullptr ? *result : own;
     return formats::runCall(out, [&] {
-        if (!formats::judgeImage(image, out)) return 0;
+        if (!formats::hasPicture(image)) return formats::refuseEmpty(out) ? 1 : 0;
         const DibSaveOptions complete = formats::completed(options);
         const formats::FileFormat* row = formats::chooseFormat(format, nullptr, out);
         if (row == nullptr) return 0;
