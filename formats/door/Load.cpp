@@ -121,7 +121,7 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
     }
     const std::size_t done = request.progress.rowsDone();
     if (!hasPixels(*request.image) || done == 0) return false;
-    const std::size_t rows = dib::rowCount(request.image->Header->biHeight);
+    const auto rows = static_cast<std::size_t>(dib::rowCount(request.image->Header->biHeight));
     if (request.keepsDamaged()) {
         note(result, DIB_NOTE_WARNING, "%.70s: %zu of %zu rows were read", result.reason, done, rows);
         result.reason[0] = '\0';
