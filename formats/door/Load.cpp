@@ -68,9 +68,8 @@ using Count = unsigned long long;
 
 // A refusal names the limit, the need and the setting.
 bool isWithinLimits(const DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) {
-    const Count pixels =
-        static_cast<Count>(std::abs(std::int64_t{info.width}) * std::abs(std::int64_t{info.height}));
-    const Count bytes = pixels / 8 * static_cast<Count>(info.bitCount);
+    const Count pixels = Count{static_cast<unsigned>(info.width)} * static_cast<unsigned>(info.height);
+    const Count bytes = (pixels * static_cast<unsigned>(info.bitCount) + 7) / 8;
     const auto refuseFor = [&](const char* what, Count need, Count limit, const char* setting) {
         return refuse(result, DIB_ERROR_MISMATCH,
                       "the picture of %dx%d pixels needs %llu %s; the limit is %llu (%s)", info.width,
