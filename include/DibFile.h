@@ -127,6 +127,8 @@ struct DibFileInfo {
     int levels = 1;      ///< Sizes of the same picture.
     bool hasAlpha = false;
     char compression[16] = "";  ///< "none", "rle", "deflate" ...; empty when unknown.
+    int paletteSize = 0;        ///< Entries of the colour table that a load gives; 0 when there is none.
+    bool isTopDown = false;     ///< Whether a load gives a negative height.
 };
 /// @}
 
@@ -159,6 +161,7 @@ struct DibLoadOptions {
     int layer = -1;                  ///< From 0; -1 is the merged picture.
     int level = 0;                   ///< From 0, which is the largest.
     bool appliesOrientation = true;  ///< Turns the picture as the file asks.
+    const char* format = nullptr;    ///< Name of the format that the file has for certain; null: detected.
 };
 
 /// How a TIFF file packs its rows.

@@ -28,8 +28,9 @@ bool accepts(const DibLoadOptions& options, const FileFormat& format) {
     return false;
 }
 
-// The content decides, then a name.
+// What the caller says, then the content, then a name.
 const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
+    if (options.format != nullptr) return formatOfName(options.format);
     const FirstBytes bytes = source.firstBytes();
     if (const FileFormat* format = formatOfContent(bytes)) return format;
     if (const FileFormat* format = formatOfPath(options.name)) return format;
@@ -39,6 +40,10 @@ const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
 
 const FileFormat* recognize(Source& source, const DibLoadOptions& options, DibFileResult& result) {
     const FileFormat* format = findFormat(source, options);
+    if (format == nullptr && options.format != nullptr) {
+        refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the name %.60s", options.format);
+        return nullptr;
+    }
     if (format == nullptr) {
         const bool isEmpty = source.reader().size() == 0;
         refuse(result, isEmpty ? DIB_ERROR_READ : DIB_ERROR_UNSUPPORTED,
