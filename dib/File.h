@@ -28,8 +28,12 @@ int descriptorOf(std::FILE* file);
 // Whether there is something to read: a folder can be opened, too.
 bool isReadable(std::FILE* file);
 
-// Whether the file could be closed. Closing writes what is still buffered, so an error is a write error.
-inline bool closeWritten(FilePtr file) { return std::fclose(file.release()) == 0; }
+// Whether all that was written arrived. Closing writes what is still buffered, and seeking does, whose errors
+// only the stream remembers.
+inline bool closeWritten(FilePtr file) {
+    const bool isWhole = std::ferror(file.get()) == 0;
+    return std::fclose(file.release()) == 0 && isWhole;
+}
 
 // The position in an open file; negative for a stream that cannot seek.
 std::int64_t positionIn(std::FILE* file);

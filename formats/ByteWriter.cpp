@@ -52,7 +52,10 @@ std::int64_t ByteWriter::position() const {
 
 bool ByteWriter::seek(std::int64_t position) {
     if (position < 0) return false;
-    if (memory_ == nullptr) return dib::seekTo(file_, position);
+    if (memory_ == nullptr) {
+        if (!dib::seekTo(file_, position)) isWhole_ = false;
+        return isWhole_;
+    }
     at_ = static_cast<std::size_t>(position);
     return true;
 }

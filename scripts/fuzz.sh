@@ -20,7 +20,13 @@ corpus="$build/corpus/$target"
 findings="$build/findings/$target"
 mkdir -p "$corpus" "$findings"
 inputs=("$corpus")
-for folder in "fuzz/seeds/$feature" "tests/data/$feature"; do
+# The door opens the files of every format.
+case "$feature" in
+open) more=(fuzz/seeds/{bmp,tga,ppm,tim,ilbm,hdr,psd,platformcodecs,dds,exr}) ;;
+save) more=(fuzz/seeds/{tgaroundtrip,ilbmroundtrip}) ;;
+*) more=() ;;
+esac
+for folder in "fuzz/seeds/$feature" "tests/data/$feature" "${more[@]}"; do
     [ -d "$folder" ] && inputs+=("$folder")
 done
 

@@ -153,7 +153,8 @@ bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFi
     if (!isAvailable(*format, &result)) return false;
     DibFileInfo info;
     const bool isKnown = probe(source, *format, info, options, result);
-    if (isKnown && (!isWithinLimits(info, options, result) || !hasPart(info, options, result))) return false;
+    if (!hasPart(info, options, result)) return false;
+    if (isKnown && !isWithinLimits(info, options, result)) return false;
     result.reason[0] = '\0';
     result.code = DIB_OK;
     if (!progress.report(0)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");

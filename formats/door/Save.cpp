@@ -111,6 +111,12 @@ bool writeByPath(WriteRequest& request, const FileFormat& format) {
     }
 }
 
+constexpr const char* kUnwritten = "the file cannot be written";
+
+bool refuseForSystem(DibFileResult& result, DibErrorCode code, const char* what, int why) {
+    return refuse(result, code, "%s%s%s", what, why != 0 ? ": " : "", why != 0 ? std::strerror(why) : "");
+}
+
 bool encode(Save& save, ByteWriter& file) {
     DibFileResult& result = save.result;
     if (!save.progress.report(0)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
@@ -121,22 +127,18 @@ bool encode(Save& save, ByteWriter& file) {
         result.reason[0] = '\0';
         return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
     }
-    if (file.isShortOfMemory())
-        return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory for the file");
-    if (!file.isWhole())
-        return refuse(result, DIB_ERROR_WRITE, "the file cannot be written: %s", std::strerror(errno));
-    if (isEncoded) return true;
-    const auto code = static_cast<DibErrorCode>(result.code != DIB_OK ? result.code : DIB_ERROR_INVALID);
-    return refuse(result, code, "%s", DibStream::GetErrorString(code));
+    if (isEncoded && file.isWhole()) return true;
+    if (file.isShortOfMemory() || result.code == DIB_ERROR_MEMORY) {
+        return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
+    }
+    if (!file.isWhole() || result.code == DIB_ERROR_WRITE)
+        return refuseForSystem(result, DIB_ERROR_WRITE, kUnwritten, errno);
+    return refuse(result, DIB_ERROR_INVALID, "the image cannot be encoded");
 }
 
 bool finish(Save& save) {
     if (save.progress.report(1)) return true;
     return refuse(save.result, DIB_ERROR_INTERRUPTED, "cancelled");
-}
-
-bool refuseForSystem(DibFileResult& result, DibErrorCode code, const char* what, int why) {
-    return refuse(result, code, "%s%s%s", what, why != 0 ? ": " : "", why != 0 ? std::strerror(why) : "");
 }
 
 bool saveToPath(Save& save, const char* path) {
@@ -154,7 +156,7 @@ bool saveToPath(Save& save, const char* path) {
     const bool isStored =
         std::fflush(file.get()) == 0 && files::ReplacedFile::storeOnDisk(dib::descriptorOf(file.get()));
     if (!isStored || !dib::closeWritten(std::move(file))) {
-        return refuseForSystem(save.result, DIB_ERROR_WRITE, "the file cannot be written", errno);
+        return refuseForSystem(save.result, DIB_ERROR_WRITE, kUnwritten, errno);
     }
     if (!finish(save)) return false;
     if (target.commit()) return true;

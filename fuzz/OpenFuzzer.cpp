@@ -1,0 +1,71 @@
+// Any bytes through the door: probe and open by content. The last byte chooses among the options, so that
+// plain files are seeds.
+#include <DibFile.h>
+
+#include <cstring>
+#include <string>
+
+#include "fuzz/FuzzSupport.h"
+
+namespace {
+
+// Formats without a signature are found by a name.
+const char* const kNames[] = {nullptr, "x.tga", "x.pgm", "x.bmp"};
+
+struct Progress {
+    float last = -1;
+    int calls = 0;
+    int mostCalls = 0;
+
+    static bool report(float fraction, void* user) {
+        auto& progress = *static_cast<Progress*>(user);
+        fuzz::require(fraction >= progress.last && fraction >= 0 && fraction <= 1,
+                      "progress never goes back");
+        progress.last = fraction;
+        return ++progress.calls != progress.mostCalls;
+    }
+};
+
+void checkResult(bool isDone, const DibFileResult& result) {
+    fuzz::require(isDone == (result.code == DIB_OK), "a failure has a code");
+    fuzz::require(isDone == (result.reason[0] == '\0'), "a failure has a reason");
+    fuzz::require(std::memchr(result.reason, 0, sizeof result.reason) != nullptr, "reasons end");
+    fuzz::require(result.noteCount >= 0 && result.noteCount <= DibFileResult::kMostNotes,
+                  "notes are counted");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) return 0;
+    const unsigned choice = data[size - 1];
+    DibLoadOptions options;
+    options.damage = (choice & 1U) != 0 ? DIB_DAMAGE_KEEP : DIB_DAMAGE_REFUSE;
+    options.alpha = (choice & 2U) != 0 ? DIB_ALPHA_STORED : DIB_ALPHA_GUESS;
+    options.name = kNames[choice >> 2 & 3U];
+    options.layer = (choice & 16U) != 0 ? 0 : -1;
+    options.mostBytes = 1U << 24;
+
+    DibFileInfo info;
+    DibFileResult result;
+    const bool isProbed = DibProbeMemory(data, size, &info, &options, &result);
+    checkResult(isProbed, result);
+    fuzz::require(info.width >= 0 && info.height >= 0, "sizes are not negative");
+
+    DibStream image;
+    Progress progress;
+    progress.mostCalls = (choice & 32U) != 0 ? static_cast<int>(choice >> 6) + 1 : 0;
+    const bool isLoaded = DibLoadMemory(data, size, &image, &options, &result, Progress::report, &progress);
+    checkResult(isLoaded, result);
+    fuzz::require(!isLoaded || progress.last == 1.0F, "progress ends at 1");
+    fuzz::require(isLoaded == (image.Header != nullptr && image.Buffer != nullptr),
+                  "a loaded image has pixels");
+    if (!isLoaded) return 0;
+    fuzz::checkImage(image);
+    if (!isProbed || options.layer >= 0) return 0;
+    const int rows = std::abs(image.Header->biHeight);
+    const bool isSame = info.width == image.Header->biWidth && info.height == rows;
+    const bool isTurned = info.width == rows && info.height == image.Header->biWidth;
+    fuzz::require(isSame || isTurned, "a probe gives the size that a load gives");
+    return 0;
+}

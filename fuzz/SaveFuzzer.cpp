@@ -1,0 +1,46 @@
+// Any image through the door: saved in a format, opened again, compared where nothing was lost.
+#include <DibFile.h>
+
+#include <cstring>
+#include <string>
+
+#include "fuzz/CodecFuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    DibSaveOptions options;
+    std::size_t count = 0;
+    const DibFormat* const* formats = DibGetFormats(&count);
+    const DibFormat& format = *formats[input.below(static_cast<int>(count))];
+    if (format.writeDepths == 0) return 0;
+    options.format = format.name;
+    options.runLengths = input.below(2) == 0;
+    options.quality = 1 + input.below(100);
+    options.compressionLevel = input.below(11) - 1;
+    options.tiffCompression = static_cast<DibTiffCompression>(input.below(4));
+    DibMetadata metadata;
+    metadata.xResolution = metadata.yResolution = input.below(1000);
+    options.metadata = &metadata;
+
+    DibStream image;
+    fuzz::randomImage(input, image, 40);
+    DibFileResult result;
+    DibBytes bytes;
+    fuzz::require(DibSaveMemory(&bytes, &image, &options, &result), "a small image can be saved");
+    bool isExact = true;
+    for (int i = 0; i < result.noteCount; ++i) isExact = isExact && result.notes[i].kind != DIB_NOTE_LOSS;
+
+    DibLoadOptions loading;
+    const std::string name = std::string("x.") + format.extensions[0];
+    loading.name = name.c_str();
+    loading.alpha = DIB_ALPHA_STORED;
+    DibStream loaded;
+    fuzz::require(DibLoadMemory(bytes.data, bytes.size, &loaded, &loading, &result),
+                  "what was saved can be opened");
+    fuzz::require(result.format == &format, "the format is found again");
+    fuzz::checkImage(loaded);
+    const bool isLossless =
+        std::strcmp(format.name, "jpeg") != 0 && image.Header->biBitCount >= 24 && isExact;
+    if (isLossless) fuzz::requireSameColors(image, loaded);
+    return 0;
+}

@@ -1,0 +1,293 @@
+// Opening: where the bytes come from, which format they have, what the options refuse.
+#include <cstring>
+#include <thread>
+
+#include "tests/formats/DoorTest.h"
+
+namespace door_test {
+namespace {
+
+using codec_test::TemporaryFile;
+using testing_support::pixelBytes;
+using testing_support::randomImage;
+using testing_support::sameImage;
+
+// A picture of 3 x 2 pixels as a PPM file.
+Bytes smallPpm() { return codec_test::bytesOf("P6\n3 2\n255\nabcdefghijklmnopqr"); }
+
+std::string nameWith(const DibFormat& format) { return std::string("picture.") + format.extensions[0]; }
+
+// Hands out a file in small pieces.
+struct Pieces {
+    Bytes bytes;
+    std::size_t at = 0;
+    std::size_t most = 7;
+
+    static std::size_t read(void* context, void* out, std::size_t bytes) {
+        auto& pieces = *static_cast<Pieces*>(context);
+        const std::size_t part = std::min({bytes, pieces.most, pieces.bytes.size() - pieces.at});
+        std::memcpy(out, pieces.bytes.data() + pieces.at, part);
+        pieces.at += part;
+        return part;
+    }
+};
+
+TEST(DoorLoad, EverySourceGivesTheSamePicture) {
+    const DibPtr image = randomImage(61, 47, 24, 5);
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const Bytes bytes = saved(*image, format->name);
+        ASSERT_FALSE(bytes.empty());
+        const std::string name = nameWith(*format);
+        const DibLoadOptions options = named(name);
+        const Opened expected = opened(bytes, options);
+        ASSERT_TRUE(expected.isLoaded) << expected.reason();
+        EXPECT_EQ(expected.result.format, format);
+        EXPECT_EQ(expected.image->ErrorCode, 0);
+
+        const TemporaryFile file("." + std::string(format->extensions[0]), bytes);
+        DibStream image2;
+        EXPECT_TRUE(DibLoadFile(file.path(), &image2));
+        EXPECT_TRUE(sameImage(image2, *expected.image));
+        DibStream wide;
+        EXPECT_TRUE(DibLoadFile(file.widePath().c_str(), &wide));
+        EXPECT_TRUE(sameImage(wide, *expected.image));
+
+        const dib::FilePtr seekable(std::fopen(file.path(), "rb"));
+        DibStream streamed;
+        EXPECT_TRUE(DibLoadStream(seekable.get(), &streamed, &options));
+        EXPECT_TRUE(sameImage(streamed, *expected.image));
+
+        Pieces pieces{bytes};
+        DibStream called;
+        EXPECT_TRUE(DibLoadStream(DibReader{Pieces::read, &pieces}, &called, &options));
+        EXPECT_TRUE(sameImage(called, *expected.image));
+    }
+}
+
+TEST(DoorLoad, PipesAndFilesInTheMiddleAreReadToTheirEnd) {
+    const Bytes bytes = smallPpm();
+    const DibPtr expected = std::move(opened(bytes).image);
+
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    close(ends[1]);
+    const dib::FilePtr reading(fdopen(ends[0], "rb"));
+    DibStream piped;
+    EXPECT_TRUE(DibLoadStream(reading.get(), &piped));
+    EXPECT_TRUE(sameImage(piped, *expected));
+
+    Bytes prefixed = codec_test::bytesOf("prefix");
+    prefixed.insert(prefixed.end(), bytes.begin(), bytes.end());
+    const TemporaryFile file(".bin", prefixed);
+    const dib::FilePtr inTheMiddle(std::fopen(file.path(), "rb"));
+    std::fseek(inTheMiddle.get(), 6, SEEK_SET);
+    DibStream behind;
+    EXPECT_TRUE(DibLoadStream(inTheMiddle.get(), &behind));
+    EXPECT_TRUE(sameImage(behind, *expected));
+}
+
+TEST(DoorLoad, TheContentDecidesThenTheName) {
+    const DibPtr image = randomImage(20, 10, 24, 1);
+    const TemporaryFile wrongName(".jpg", saved(*image, "png"));
+    Opened found;
+    EXPECT_TRUE(DibLoadFile(wrongName.path(), found.image.get(), nullptr, &found.result));
+    EXPECT_STREQ(found.result.format->name, "png");
+
+    // A header of zeros has no content to go by.
+    const Bytes nothing(100, 0);
+    EXPECT_EQ(opened(nothing).reason(), "the format of the file is not known");
+    EXPECT_EQ(opened(nothing).result.code, 7);
+    EXPECT_EQ(opened(nothing).result.format, nullptr);
+    const Opened guessed = opened(nothing, named("folder/x.TGA"));
+    EXPECT_STREQ(guessed.result.format->name, "tga");
+    EXPECT_FALSE(guessed.isLoaded);
+    EXPECT_EQ(opened({}).reason(), "there is no block of memory");
+    const unsigned char byte = 0;
+    DibFileResult result;
+    DibStream empty;
+    EXPECT_FALSE(DibLoadMemory(&byte, 0, &empty, nullptr, &result));
+    EXPECT_STREQ(result.reason, "the file is empty");
+    EXPECT_EQ(result.code, 4);
+}
+
+TEST(DoorLoad, WhatIsNotThereHasAReason) {
+    DibStream image;
+    DibFileResult result;
+    const auto expect = [&](bool isLoaded, int code, const char* reason) {
+        EXPECT_FALSE(isLoaded);
+        EXPECT_EQ(result.code, code);
+        EXPECT_STREQ(result.reason, reason);
+    };
+    expect(DibLoadFile("/nonexistent/file", &image, nullptr, &result), 3,
+           "the file cannot be opened: No such file or directory");
+    EXPECT_EQ(image.ErrorCode, 3);
+    expect(DibLoadFile(L"/nonexistent/file", &image, nullptr, &result), 3,
+           "the file cannot be opened: No such file or directory");
+    expect(DibLoadFile("/", &image, nullptr, &result), 4, "this is a folder, not a file");
+    expect(DibLoadFile("", &image, nullptr, &result), 3, "the path is empty");
+    expect(DibLoadFile(static_cast<const char*>(nullptr), &image, nullptr, &result), 3, "the path is empty");
+    expect(DibLoadFile(static_cast<const wchar_t*>(nullptr), &image, nullptr, &result), 3,
+           "the path is empty");
+    expect(DibLoadMemory(nullptr, 5, &image, nullptr, &result), 3, "there is no block of memory");
+    expect(DibLoadStream(static_cast<std::FILE*>(nullptr), &image, nullptr, &result), 3,
+           "there is no open file");
+    expect(DibLoadStream(DibReader{nullptr, nullptr}, &image, nullptr, &result), 3,
+           "there is no function to read with");
+    expect(DibLoadFile("x.png", nullptr, nullptr, &result), 6, "there is no image to load into");
+    EXPECT_FALSE(DibLoadFile("/nonexistent/file", &image));
+    EXPECT_FALSE(DibProbeFile("/nonexistent/file", nullptr));
+}
+
+TEST(DoorLoad, OptionsRefuseWithTheirNames) {
+    const Bytes file = smallPpm();
+    const char* pngOnly[] = {"png", "jpg", nullptr};
+    DibLoadOptions options;
+    options.formats = pngOnly;
+    EXPECT_EQ(opened(file, options).reason(), "ppm files are not among the accepted formats");
+    EXPECT_EQ(opened(file, options).result.code, 8);
+    const char* withPpm[] = {"png", "ppm", nullptr};
+    options.formats = withPpm;
+    EXPECT_TRUE(opened(file, options).isLoaded);
+
+    options = {};
+    options.mostPixels = 5;
+    EXPECT_EQ(opened(file, options).reason(),
+              "the picture of 3x2 pixels needs 6 pixels; the limit is 5 (mostPixels)");
+    options.mostPixels = 6;
+    options.mostBytes = 17;
+    EXPECT_EQ(opened(file, options).reason(),
+              "the picture of 3x2 pixels needs 18 bytes; the limit is 17 (mostBytes)");
+    EXPECT_EQ(opened(file, options).result.code, 8);
+    options.mostBytes = 18;
+    EXPECT_TRUE(opened(file, options).isLoaded);
+
+    Pieces pieces{file};
+    DibStream image;
+    DibFileResult result;
+    EXPECT_FALSE(DibLoadStream(DibReader{Pieces::read, &pieces}, &image, &options, &result));
+    EXPECT_STREQ(result.reason, "the stream is longer than 18 bytes (mostBytes)");
+
+    options = {};
+    options.page = 1;
+    EXPECT_EQ(opened(file, options).reason(), "there is no page 1: the file has 1");
+}
+
+// A program that was built with an older header has shorter options: the rest are defaults.
+TEST(DoorLoad, ShorterOptionsAreCompleted) {
+    DibLoadOptions options;
+    options.mostPixels = 1;
+    options.size = offsetof(DibLoadOptions, mostPixels);
+    EXPECT_TRUE(opened(smallPpm(), options).isLoaded);
+    options.size = sizeof options;
+    EXPECT_FALSE(opened(smallPpm(), options).isLoaded);
+}
+
+TEST(DoorLoad, AFailureLeavesTheImage) {
+    const DibPtr image = randomImage(9, 8, 16, 4);
+    const DibPtr before(image->Clone());
+    Bytes file = smallPpm();
+    file.pop_back();
+    DibFileResult result;
+    EXPECT_FALSE(DibLoadMemory(file.data(), file.size(), image.get(), nullptr, &result));
+    EXPECT_TRUE(sameImage(*image, *before));
+    EXPECT_EQ(image->ErrorCode, result.code);
+    EXPECT_EQ(result.code, 4);
+}
+
+TEST(DoorLoad, ProgressRisesToOneAndCancels) {
+    const DibPtr image = randomImage(61, 47, 24, 5);
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const Bytes bytes = saved(*image, format->name);
+        const std::string name = nameWith(*format);
+        const DibLoadOptions options = named(name);
+        ProgressLog log;
+        DibStream loaded;
+        ASSERT_TRUE(DibLoadMemory(bytes.data(), bytes.size(), &loaded, &options, nullptr,
+                                  ProgressLog::callback, &log));
+        ASSERT_GE(log.fractions.size(), 2U);
+        EXPECT_EQ(log.fractions.front(), 0.F);
+        EXPECT_EQ(log.fractions.back(), 1.F);
+        EXPECT_TRUE(std::is_sorted(log.fractions.begin(), log.fractions.end()));
+        const int calls = static_cast<int>(log.fractions.size());
+        for (int at = 0; at < calls; ++at) {
+            ProgressLog cancelling{{}, at};
+            DibStream unchanged;
+            DibFileResult result;
+            EXPECT_FALSE(DibLoadMemory(bytes.data(), bytes.size(), &unchanged, &options, &result,
+                                       ProgressLog::callback, &cancelling));
+            EXPECT_EQ(result.code, 9);
+            EXPECT_STREQ(result.reason, "cancelled");
+            EXPECT_EQ(unchanged.Header, nullptr);
+            EXPECT_EQ(static_cast<int>(cancelling.fractions.size()), at + 1);
+        }
+    }
+}
+
+TEST(DoorLoad, AlphaOfZeroEverywhereIsOpaque) {
+    DibPtr image = testing_support::plainImage(4, 3, 32, 0x00112233);
+    const Bytes invisible = saved(*image, "png");
+    const Opened guessed = opened(invisible);
+    ASSERT_TRUE(guessed.isLoaded);
+    EXPECT_EQ(testing_support::pixelValue(*guessed.image, 3, 2), 0xFF112233U);
+    ASSERT_EQ(guessed.result.noteCount, 1);
+    EXPECT_EQ(guessed.result.notes[0].kind, DIB_NOTE_ASSUMPTION);
+    EXPECT_EQ(guessed.note(0), "alpha is 0 everywhere, so it was taken for unused and made opaque");
+
+    DibLoadOptions stored;
+    stored.alpha = DIB_ALPHA_STORED;
+    const Opened kept = opened(invisible, stored);
+    EXPECT_EQ(testing_support::pixelValue(*kept.image, 3, 2), 0x00112233U);
+    EXPECT_EQ(kept.result.noteCount, 0);
+
+    testing_support::setPixelValue(*image, 3, 2, 0x01112233);
+    const Opened visible = opened(saved(*image, "png"));
+    EXPECT_EQ(testing_support::pixelValue(*visible.image, 0, 0), 0x00112233U);
+    EXPECT_EQ(visible.result.noteCount, 0);
+}
+
+TEST(DoorLoad, EveryFailingAllocationIsCode2) {
+    const DibPtr image = randomImage(31, 17, 24, 3);
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const Bytes bytes = saved(*image, format->name);
+        const std::string name = nameWith(*format);
+        const DibLoadOptions options = named(name);
+        DibPtr target;
+        DibFileResult result;
+        bool isLoaded = false;
+        const int met = testing_support::forEachFailingAllocation(
+            [&] { target.reset(new DibStream); },
+            [&] { isLoaded = DibLoadMemory(bytes.data(), bytes.size(), target.get(), &options, &result); },
+            [&](bool failureMet) {
+                EXPECT_EQ(isLoaded, !failureMet);
+                EXPECT_EQ(result.code == 0, !failureMet);
+                EXPECT_EQ(result.reason[0] == '\0', !failureMet);
+                EXPECT_EQ(target->Header == nullptr, failureMet);
+                target.reset();
+                result = {};
+            });
+        EXPECT_GE(met, 2);
+    }
+}
+
+TEST(DoorLoad, ThreadsShareNothing) {
+    const DibPtr image = randomImage(40, 30, 24, 3);
+    std::vector<std::thread> threads;
+    std::vector<int> good(4, 0);
+    for (std::size_t t = 0; t < good.size(); ++t) {
+        threads.emplace_back([&, t] {
+            for (const DibFormat* format : writableFormats()) {
+                const std::string name = nameWith(*format);
+                good[t] += opened(saved(*image, format->name), named(name)).isLoaded ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(good, std::vector<int>(4, static_cast<int>(writableFormats().size())));
+}
+
+}  // namespace
+}  // namespace door_test

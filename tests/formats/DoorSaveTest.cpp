@@ -1,0 +1,214 @@
+// Saving: whole or not at all, by name or format, and what is said of losses.
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <cstring>
+
+#include "tests/formats/DoorTest.h"
+
+namespace door_test {
+namespace {
+
+namespace fs = std::filesystem;
+using codec_test::TemporaryFile;
+using testing_support::randomImage;
+
+TEST(DoorSave, EveryTargetGetsTheSameBytes) {
+    const DibPtr image = randomImage(33, 21, 24, 5);
+    const DibPtr before(image->Clone());
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const Bytes expected = saved(*image, format->name);
+        ASSERT_FALSE(expected.empty());
+
+        const TemporaryFile byName("." + std::string(format->extensions[0]));
+        DibFileResult result;
+        EXPECT_TRUE(DibSaveFile(byName.path(), image.get(), nullptr, &result)) << result.reason;
+        EXPECT_EQ(result.format, format);
+        EXPECT_EQ(byName.bytes(), expected);
+        EXPECT_TRUE(DibSaveFile(byName.widePath().c_str(), image.get()));
+        EXPECT_EQ(byName.bytes(), expected);
+
+        DibSaveOptions options;
+        options.format = format->extensions[0];
+        const TemporaryFile byFormat(".out");
+        EXPECT_TRUE(DibSaveFile(byFormat.path(), image.get(), &options));
+        EXPECT_EQ(byFormat.bytes(), expected);
+
+        EXPECT_EQ(testing_support::writtenBytes(
+                      [&](std::FILE* file) { EXPECT_TRUE(DibSaveStream(file, image.get(), &options)); }),
+                  expected);
+        Bytes called;
+        const auto append = [](void* context, const void* from, std::size_t bytes) {
+            const auto* first = static_cast<const unsigned char*>(from);
+            auto& to = *static_cast<Bytes*>(context);
+            to.insert(to.end(), first, first + bytes);
+            return true;
+        };
+        EXPECT_TRUE(DibSaveStream(DibWriter{append, &called}, image.get(), &options));
+        EXPECT_EQ(called, expected);
+    }
+    EXPECT_TRUE(testing_support::sameImage(*image, *before));
+    EXPECT_EQ(image->ErrorCode, 0);
+}
+
+TEST(DoorSave, WhatCannotBeSavedHasAReason) {
+    const DibPtr image = randomImage(4, 4, 24, 5);
+    DibFileResult result;
+    const auto expect = [&](bool isSaved, int code, const char* reason) {
+        EXPECT_FALSE(isSaved);
+        EXPECT_EQ(result.code, code);
+        EXPECT_STREQ(result.reason, reason);
+    };
+    const DibStream empty;
+    DibSaveOptions options;
+    DibBytes bytes;
+    expect(DibSaveFile("x.png", &empty, nullptr, &result), 6, "the image has no pixels");
+    expect(DibSaveFile("x.png", nullptr, nullptr, &result), 6, "the image has no pixels");
+    expect(DibSaveFile(static_cast<const char*>(nullptr), image.get(), nullptr, &result), 3,
+           "there is nothing to write to");
+    expect(DibSaveFile(static_cast<const wchar_t*>(nullptr), image.get(), nullptr, &result), 3,
+           "there is nothing to write to");
+    expect(DibSaveMemory(nullptr, image.get(), nullptr, &result), 3, "there is nothing to write to");
+    expect(DibSaveStream(static_cast<std::FILE*>(nullptr), image.get(), nullptr, &result), 3,
+           "there is nothing to write to");
+    expect(DibSaveStream(DibWriter{nullptr, nullptr}, image.get(), nullptr, &result), 3,
+           "there is nothing to write to");
+    expect(DibSaveMemory(&bytes, image.get(), nullptr, &result), 7,
+           "no format is chosen (DibSaveOptions::format)");
+    expect(DibSaveFile("folder.png/picture", image.get(), nullptr, &result), 7,
+           "no format has the extension \"\"");
+    expect(DibSaveFile("picture.xyz", image.get(), nullptr, &result), 7,
+           "no format has the extension \"xyz\"");
+    options.format = "webp2";
+    expect(DibSaveFile("picture.png", image.get(), &options, &result), 7, "no format has the name webp2");
+    expect(DibSaveFile("picture.psd", image.get(), nullptr, &result), 7, "psd files cannot be written");
+    expect(DibSaveFile("/nonexistent/picture.png", image.get(), nullptr, &result), 3,
+           "the file cannot be created: No such file or directory");
+}
+
+TEST(DoorSave, ProgressRisesToOneAndCancelLeavesTheOldFile) {
+    const DibPtr image = randomImage(61, 47, 24, 5);
+    const Bytes old = codec_test::bytesOf("old");
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const TemporaryFile file("." + std::string(format->extensions[0]), old);
+        ProgressLog log;
+        const TemporaryFile other("." + std::string(format->extensions[0]));
+        ASSERT_TRUE(DibSaveFile(other.path(), image.get(), nullptr, nullptr, ProgressLog::callback, &log));
+        EXPECT_EQ(log.fractions.front(), 0.F);
+        EXPECT_EQ(log.fractions.back(), 1.F);
+        EXPECT_TRUE(std::is_sorted(log.fractions.begin(), log.fractions.end()));
+        for (int at = 0; at < static_cast<int>(log.fractions.size()); ++at) {
+            ProgressLog cancelling{{}, at};
+            DibFileResult result;
+            EXPECT_FALSE(
+                DibSaveFile(file.path(), image.get(), nullptr, &result, ProgressLog::callback, &cancelling));
+            EXPECT_EQ(result.code, 9);
+            EXPECT_STREQ(result.reason, "cancelled");
+            EXPECT_EQ(file.bytes(), old);
+        }
+    }
+}
+
+TEST(DoorSave, LinksAndPermissionsStay) {
+    const DibPtr image = randomImage(5, 5, 24, 5);
+    const TemporaryFile target(".png", codec_test::bytesOf("old"));
+    ASSERT_EQ(chmod(target.path(), 0640), 0);
+    const std::string link = std::string(target.path()) + ".link.png";
+    fs::remove(link);
+    fs::create_symlink(target.path(), link);
+    EXPECT_TRUE(DibSaveFile(link.c_str(), image.get()));
+    EXPECT_TRUE(fs::is_symlink(link));
+    fs::remove(link);
+    struct stat status = {};
+    ASSERT_EQ(stat(target.path(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(target.bytes(), saved(*image, "png"));
+}
+
+// The size that files may have is reached at every byte in turn.
+TEST(DoorSave, AFullDiskLeavesTheOldFileAtEveryWrite) {
+    const DibPtr image = randomImage(40, 30, 24, 5);
+    const Bytes old = codec_test::bytesOf("old");
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limits = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limits), 0);
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const TemporaryFile file("." + std::string(format->extensions[0]), old);
+        const std::size_t size = saved(*image, format->name).size();
+        for (std::size_t most = 0; most < size; most += 1 + size / 40) {
+            const rlimit low = {most, limits.rlim_max};
+            ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &low), 0);
+            DibFileResult result;
+            const bool isSaved = DibSaveFile(file.path(), image.get(), nullptr, &result);
+            ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limits), 0);
+            EXPECT_FALSE(isSaved);
+            EXPECT_EQ(result.code, 5) << result.reason;
+            EXPECT_NE(std::string(result.reason).find("cannot be written"), std::string::npos)
+                << result.reason;
+            EXPECT_EQ(file.bytes(), old);
+        }
+    }
+    std::signal(SIGXFSZ, before);
+    // No temporary file is left behind.
+    const fs::path folder = fs::path(testing_support::temporaryPath());
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        EXPECT_EQ(entry.path().filename().string().find(".AFullDisk"), std::string::npos) << entry.path();
+    }
+}
+
+TEST(DoorSave, DeadTargetsAreTold) {
+    const DibPtr image = randomImage(40, 30, 24, 5);
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        DibSaveOptions options;
+        options.format = format->name;
+        DibFileResult result;
+        codec_test::forEveryDeadFile(
+            [&](const char* path) { return DibSaveFile(path, image.get(), &options, &result); },
+            [&](bool isSaved, const char*) {
+                EXPECT_FALSE(isSaved);
+                EXPECT_EQ(result.code, 5) << result.reason;
+            });
+        const auto refusing = [](void*, const void*, std::size_t) { return false; };
+        EXPECT_FALSE(DibSaveStream(DibWriter{refusing, nullptr}, image.get(), &options, &result));
+        EXPECT_EQ(result.code, 5);
+        EXPECT_STREQ(result.reason, "the stream took not all of the file");
+    }
+}
+
+TEST(DoorSave, EveryFailingAllocationLeavesNothing) {
+    const DibPtr image = randomImage(31, 17, 24, 3);
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        DibSaveOptions options;
+        options.format = format->name;
+        DibFileResult result;
+        DibBytes bytes;
+        bool isSaved = false;
+        const int met = testing_support::forEachFailingAllocation(
+            [] {}, [&] { isSaved = DibSaveMemory(&bytes, image.get(), &options, &result); },
+            [&](bool failureMet) {
+                EXPECT_EQ(isSaved, !failureMet);
+                EXPECT_EQ(result.code == 0, !failureMet) << result.code;
+                EXPECT_EQ(bytes.data == nullptr, failureMet);
+                bytes = DibBytes();
+                result = {};
+            });
+        EXPECT_GE(met, 1);
+    }
+}
+
+TEST(DoorSave, LossesCanBeRefused) {
+    const DibPtr image = randomImage(8, 8, 32, 5);
+    DibFileResult result;
+    EXPECT_EQ(DibSaveLosses(image.get(), "psd", nullptr, &result), 0);
+    EXPECT_EQ(result.code, 7);
+    EXPECT_EQ(DibSaveLosses(nullptr, "png", nullptr, &result), 0);
+    EXPECT_EQ(result.code, 6);
+}
+
+}  // namespace
+}  // namespace door_test
