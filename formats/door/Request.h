@@ -5,6 +5,8 @@
 
 #include <DibFile.h>
 
+#include <string_view>
+
 #include "formats/ByteReader.h"
 #include "formats/ByteWriter.h"
 #include "formats/door/Progress.h"
@@ -29,6 +31,11 @@ struct ReadRequest {
     Progress& progress;
 
     bool keepsDamaged() const { return options.damage == DIB_DAMAGE_KEEP; }
+    // The result of a decoder that stores its codes in the image.
+    bool end(bool isRead) {
+        if (!isRead) result.code = image->ErrorCode;
+        return isRead;
+    }
 };
 
 // Read the headers of a file. `info` has its defaults at first. Resolution, orientation and so on go to
@@ -41,6 +48,9 @@ struct ProbeRequest {
     DibFileInfo& info;
     DibFileResult& result;
 };
+
+// Stores the name of a packing in `info.compression`.
+void nameCompression(DibFileInfo& info, std::string_view name);
 
 // Encode an image that has pixels and a depth of the six. False with a code in `result` when it cannot;
 // errors of writing are noticed by the caller, who asks `file.isWhole()`.
@@ -59,6 +69,11 @@ struct LossRequest {
     const DibSaveOptions& options;
     DibFileResult& result;
 };
+
+// Note what a file of that depth loses of the image: depth and transparency.
+void noteDepth(LossRequest& request, int fileBits);
+// Note what a file without metadata loses of the options' metadata.
+void noteMetadata(LossRequest& request);
 
 }  // namespace formats
 

@@ -1,6 +1,9 @@
 // What a call notes, and why it fails.
+#include <algorithm>
 #include <cstdarg>
+#include <cstring>
 
+#include "dib/ImageSize.h"
 #include "formats/door/Request.h"
 
 namespace formats {
@@ -23,6 +26,45 @@ bool refuse(DibFileResult& result, DibErrorCode code, const char* reason, ...) {
     std::vsnprintf(result.reason, sizeof result.reason, reason, values);
     va_end(values);
     return false;
+}
+
+void nameCompression(DibFileInfo& info, std::string_view name) {
+    const std::size_t length = std::min(name.size(), sizeof info.compression - 1);
+    std::memcpy(info.compression, name.data(), length);
+    info.compression[length] = '\0';
+}
+
+namespace {
+
+bool hasTransparency(const DibStream& image) {
+    const std::size_t bytes = dib::admitSize(*image.Header).imageBytes;
+    for (std::size_t i = 3; i < bytes; i += 4) {
+        if (image.Buffer[i] != 255) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void noteDepth(LossRequest& request, int fileBits) {
+    const int bitCount = request.image.Header->biBitCount;
+    if (bitCount == fileBits) return;
+    if (bitCount == 32 && hasTransparency(request.image))
+        note(request.result, DIB_NOTE_LOSS, "transparency is not kept");
+    note(request.result, DIB_NOTE_LOSS,
+         bitCount == 1 ? "%d bit a pixel becomes %d" : "%d bits a pixel become %d", bitCount, fileBits);
+}
+
+void noteMetadata(LossRequest& request) {
+    const DibMetadata* metadata = request.options.metadata;
+    if (metadata == nullptr) return;
+    const auto lose = [&](bool isThere, const char* text) {
+        if (isThere) note(request.result, DIB_NOTE_LOSS, "%s", text);
+    };
+    lose(metadata->xResolution > 0 || metadata->yResolution > 0, "the resolution is not kept");
+    lose(metadata->orientation != 1, "the orientation is not kept");
+    lose(metadata->colorProfile.size > 0, "the colour profile is not kept");
+    lose(metadata->exif.size > 0, "the EXIF block is not kept");
 }
 
 }  // namespace formats
