@@ -27,8 +27,6 @@ if(DIB_CODESPELL)
         COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-spelling ${check_spelling})
 endif()
 
-add_test(NAME tree.format-tables
-    COMMAND ${PROJECT_SOURCE_DIR}/scripts/format-tables.sh --check $<TARGET_FILE:format_tables>)
 add_test(NAME tree.bench-plots
     COMMAND bash ${system_dir}/bench-plots.sh ${PROJECT_SOURCE_DIR}/scripts/bench-plots.py ${system_work}/bench-plots)
 set_tests_properties(tree.bench-plots PROPERTIES SKIP_RETURN_CODE 77)
