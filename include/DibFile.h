@@ -122,17 +122,17 @@ struct DibFileResult {
 /// What a file holds, as far as its headers tell.
 struct DibFileInfo {
     const DibFormat* format = nullptr;  ///< Of the file.
-    int width = 0;              ///< Columns of the picture as a load gives it.
-    int height = 0;             ///< Rows.
-    int bitCount = 0;           ///< Depth of the image that a load makes.
-    int storedBits = 0;         ///< Bits per pixel in the file.
-    int pages = 1;              ///< Pictures in the file.
-    int layers = 0;             ///< Layers of a document.
-    int levels = 1;             ///< Sizes of the same picture.
-    bool hasAlpha = false;      ///< Whether the pixels of a load have alpha.
-    char compression[16] = "";  ///< "none", "rle", "deflate" ...; empty when unknown.
-    int paletteSize = 0;        ///< Entries of the colour table that a load gives; 0 when there is none.
-    bool isTopDown = false;     ///< Whether a load gives a negative height.
+    int width = 0;                      ///< Columns of the picture as a load gives it.
+    int height = 0;                     ///< Rows.
+    int bitCount = 0;                   ///< Depth of the image that a load makes.
+    int storedBits = 0;                 ///< Bits per pixel in the file.
+    int pages = 1;                      ///< Pictures in the file.
+    int layers = 0;                     ///< Layers of a document.
+    int levels = 1;                     ///< Sizes of the same picture.
+    bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
+    char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
+    int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
+    bool isTopDown = false;  ///< Whether a load gives a negative height.
 };
 /// @}
 
