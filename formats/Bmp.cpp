@@ -1,4 +1,7 @@
-// BMP as a row of the table of formats; `DibStream` itself reads and writes these files.
+// BMP as a row of the table of formats.
+#include "formats/Bmp.h"
+
+#include "dib/Bytes.h"
 #include "formats/Formats.h"
 
 namespace formats {
@@ -15,7 +18,22 @@ bool save(const char* path, DibStream* image, DibProgressCallback, void*) {
     return image->SaveToFile(path);
 }
 
-bool recognizes(FirstBytes bytes) { return startsWith(bytes, "BM"); }
+bool recognizes(FirstBytes bytes) {
+    constexpr std::size_t kArrayHeaderBytes = 14;
+    if (startsWith(bytes, "BM")) return true;
+    return startsWith(bytes, "BA") && bytes.size() > kArrayHeaderBytes &&
+           startsWith(bytes.subspan(kArrayHeaderBytes), "BM");
+}
+
+// A bitmap without a file header, as programs keep them in resources and on clipboards.
+bool resembles(FirstBytes bytes) {
+    if (bytes.size() < 40) return false;
+    const std::uint32_t length = dib::readLe32(bytes.data());
+    const bool isKnown = length == 40 || length == 52 || length == 56 || length == 108 || length == 124;
+    const unsigned bits = dib::readLe16(bytes.data() + 14);
+    return isKnown && dib::readLe16(bytes.data() + 12) == 1 && bits <= 32 &&
+           dib::readLe32(bytes.data() + 16) <= 6;
+}
 
 // Loading unpacks rows, so only the file says how they were packed.
 std::string_view compression(FirstBytes bytes) {
@@ -43,9 +61,14 @@ constinit const FileFormat kBmpFormat = {
              .writeDepths = depths({1, 4, 8, 16, 24, 32})},
     .composeExtensions = kCompose,
     .recognizes = recognizes,
+    .resembles = resembles,
     .compression = compression,
     .load = load,
     .save = save,
+    .probe = probeBmp,
+    .read = readBmp,
+    .losses = findBmpLosses,
+    .write = writeBmp,
     .diagnose = diagnoseBmp,
 };
 

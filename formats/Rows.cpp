@@ -16,6 +16,12 @@ std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows) {
     return std::clamp(fitting, std::size_t{1}, std::max(rows, std::size_t{1}));
 }
 
+std::size_t rowsPerStep(const Progress& progress, std::size_t rowBytes, std::size_t rows) {
+    constexpr std::size_t kStepBytes = 1024 * 1024;
+    if (!progress.isWatched()) return std::max(rows, std::size_t{1});
+    return std::max(kStepBytes / std::max(rowBytes, std::size_t{1}), std::size_t{1});
+}
+
 RowWriter::RowWriter(ByteWriter& file, std::size_t rowBytes, std::size_t rows)
     : file_(file),
       rowBytes_(rowBytes),

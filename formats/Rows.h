@@ -6,11 +6,15 @@
 
 #include "dib/Memory.h"
 #include "formats/ByteWriter.h"
+#include "formats/door/Progress.h"
 
 namespace formats {
 
 // How many rows of a picture are best read or written at once.
 std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows);
+
+// How many rows a call moves before it reports them: about 1 MiB, and all at once when nobody is told.
+std::size_t rowsPerStep(const Progress& progress, std::size_t rowBytes, std::size_t rows);
 
 class RowWriter {
 public:

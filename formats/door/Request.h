@@ -72,8 +72,15 @@ struct LossRequest {
 
 // Note what a file of that depth loses of the image: depth and transparency.
 void noteDepth(LossRequest& request, int fileBits);
-// Note what a file without metadata loses of the options' metadata.
-void noteMetadata(LossRequest& request);
+// Which of the options' metadata a file holds.
+struct HeldMetadata {
+    bool resolution = false;
+    bool orientation = false;
+    bool colorProfile = false;
+    bool exif = false;
+};
+// Note what it does not hold.
+void noteMetadata(LossRequest& request, const HeldMetadata& held = {});
 
 }  // namespace formats
 

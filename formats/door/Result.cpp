@@ -55,16 +55,17 @@ void noteDepth(LossRequest& request, int fileBits) {
          bitCount == 1 ? "%d bit a pixel becomes %d" : "%d bits a pixel become %d", bitCount, fileBits);
 }
 
-void noteMetadata(LossRequest& request) {
+void noteMetadata(LossRequest& request, const HeldMetadata& held) {
     const DibMetadata* metadata = request.options.metadata;
     if (metadata == nullptr) return;
-    const auto lose = [&](bool isThere, const char* text) {
-        if (isThere) note(request.result, DIB_NOTE_LOSS, "%s", text);
+    const auto lose = [&](bool isThere, bool isHeld, const char* text) {
+        if (isThere && !isHeld) note(request.result, DIB_NOTE_LOSS, "%s", text);
     };
-    lose(metadata->xResolution > 0 || metadata->yResolution > 0, "the resolution is not kept");
-    lose(metadata->orientation != 1, "the orientation is not kept");
-    lose(metadata->colorProfile.size > 0, "the colour profile is not kept");
-    lose(metadata->exif.size > 0, "the EXIF block is not kept");
+    lose(metadata->xResolution > 0 || metadata->yResolution > 0, held.resolution,
+         "the resolution is not kept");
+    lose(metadata->orientation != 1, held.orientation, "the orientation is not kept");
+    lose(metadata->colorProfile.size > 0, held.colorProfile, "the colour profile is not kept");
+    lose(metadata->exif.size > 0, held.exif, "the EXIF block is not kept");
 }
 
 }  // namespace formats

@@ -72,7 +72,8 @@ inline void expectOneFromEverySource(const Bytes& bytes, const std::string& exte
     EXPECT_EQ(info.format, memory.result.format);
     if (options.layer >= 0) return;
     EXPECT_EQ(info.width, memory.image->Header->biWidth);
-    EXPECT_EQ(info.height, memory.image->Header->biHeight);
+    EXPECT_EQ(info.height, std::abs(memory.image->Header->biHeight));
+    EXPECT_EQ(info.isTopDown, memory.image->Header->biHeight < 0);
     EXPECT_EQ(info.bitCount, memory.image->Header->biBitCount);
     const bool hasPalette = info.bitCount <= 8;
     EXPECT_EQ(info.paletteSize, hasPalette ? static_cast<int>(memory.image->Header->biClrUsed) : 0);

@@ -1,0 +1,201 @@
+#include "formats/BmpHeader.h"
+
+#include <algorithm>
+#include <string>
+
+#include "dib/Bytes.h"
+#include "formats/Formats.h"
+
+namespace formats {
+
+namespace {
+
+constexpr std::uint32_t kFileHeaderBytes = 14;
+constexpr std::uint32_t kCoreHeader = 12;
+constexpr std::uint32_t kShortestOs2 = 16;
+constexpr std::uint32_t kWindowsHeader = 40;
+constexpr std::uint32_t kWithMasks = 52;
+constexpr std::uint32_t kWithAlphaMask = 56;
+constexpr std::uint32_t kOs2Header = 64;
+constexpr std::uint32_t kVersion5 = 124;
+constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;  // "MBED"
+
+enum Compression : std::uint32_t {
+    kNone = 0,
+    kRle8 = 1,
+    kRle4 = 2,
+    kMasks = 3,  // with an OS/2 header: a fax code
+    kJpeg = 4,   // with an OS/2 header: 24-bit run lengths
+    kPng = 5,
+    kMasksWithAlpha = 6
+};
+
+// Reads the headers from top to bottom; each step returns whether to go on.
+class HeaderReader {
+public:
+    HeaderReader(ByteReader& file, BmpHeader& header, DibFileResult& result)
+        : file_(file), header_(header), result_(result) {}
+
+    bool read() {
+        return readFileHeader() && readInfoHeader() && judgePacking() && judgeSize() && findTable();
+    }
+
+private:
+    bool refuseShort() { return refuse(result_, DIB_ERROR_READ, "%s", kShortHeader); }
+
+    bool readFileHeader() {
+        const ByteReader::Bytes ahead = file_.ahead(2 * kFileHeaderBytes);
+        const FirstBytes bytes(ahead.data, ahead.size);
+        // An array of OS/2 bitmaps begins with a header of its own; the first bitmap is the best.
+        if (startsWith(bytes, "BA")) infoStart_ = kFileHeaderBytes;
+        if (!startsWith(bytes.subspan(std::min<std::size_t>(infoStart_, bytes.size())), "BM")) {
+            return infoStart_ == 0 || refuse(result_, DIB_ERROR_INVALID, "this is not a bitmap");
+        }
+        infoStart_ += kFileHeaderBytes;
+        if (bytes.size() < infoStart_) return refuseShort();
+        header_.pixelStart = dib::readLe32(bytes.data() + infoStart_ - 4);
+        return file_.skip(infoStart_);
+    }
+
+    bool readInfoHeader() {
+        if (!file_.read(info_, 4)) return refuseShort();
+        length_ = dib::readLe32(info_);
+        if (length_ != kCoreHeader && (length_ < kShortestOs2 || length_ > kVersion5)) {
+            return refuse(result_, DIB_ERROR_UNSUPPORTED, "headers of %u bytes are not read", length_);
+        }
+        if (!file_.read(info_ + 4, length_ - 4)) return refuseShort();
+        if (length_ == kCoreHeader) {
+            header_.width = dib::readLe16(info_ + 4);
+            header_.height = static_cast<std::int16_t>(dib::readLe16(info_ + 6));
+            header_.bitCount = dib::readLe16(info_ + 10);
+            header_.entryBytes = 3;
+            return true;
+        }
+        header_.width = static_cast<std::int32_t>(dib::readLe32(info_ + 4));
+        header_.height = static_cast<std::int32_t>(dib::readLe32(info_ + 8));
+        header_.bitCount = dib::readLe16(info_ + 14);
+        compression_ = dib::readLe32(info_ + 16);
+        header_.xPixelsPerMeter = static_cast<std::int32_t>(dib::readLe32(info_ + 24));
+        header_.yPixelsPerMeter = static_cast<std::int32_t>(dib::readLe32(info_ + 28));
+        colors_ = dib::readLe32(info_ + 32);
+        if (length_ == kVersion5 && dib::readLe32(info_ + 56) == kEmbeddedProfile) {
+            header_.profileStart = infoStart_ + std::int64_t{dib::readLe32(info_ + 112)};
+            header_.profileBytes = dib::readLe32(info_ + 116);
+        }
+        return true;
+    }
+
+    bool judgePacking() {
+        const int bits = header_.bitCount;
+        switch (compression_) {
+            case kNone: return useUsualMasks();
+            case kRle8: return pack(BmpHeader::Packing::kRuns8, bits == 8);
+            case kRle4: return pack(BmpHeader::Packing::kRuns4, bits == 4);
+            case kMasks:
+            case kMasksWithAlpha:
+                if (bits == 1) return refuse(result_, DIB_ERROR_UNSUPPORTED, "Huffman codes are not read");
+                return readMasks();
+            case kJpeg:
+                if (length_ <= kOs2Header && bits == 24) return pack(BmpHeader::Packing::kRuns24, true);
+                return embed(BmpHeader::Packing::kJpeg);
+            case kPng: return embed(BmpHeader::Packing::kPng);
+            default:
+                return refuse(result_, DIB_ERROR_UNSUPPORTED, "compression %u is not known", compression_);
+        }
+    }
+
+    bool embed(BmpHeader::Packing packing) {
+        header_.packing = packing;
+        if (header_.bitCount <= 8) header_.bitCount = 24;
+        return true;
+    }
+
+    bool pack(BmpHeader::Packing packing, bool isPossible) {
+        header_.packing = packing;
+        return isPossible ||
+               refuse(result_, DIB_ERROR_INVALID, "run lengths of %u bits do not fit pixels of %d",
+                      packing == BmpHeader::Packing::kRuns4 ? 4U : 8U, header_.bitCount);
+    }
+
+    bool useUsualMasks() {
+        const int bits = header_.bitCount;
+        const bool isKnown =
+            bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+        header_.masks = bits == 16 ? k555 : k888;
+        return isKnown || refuse(result_, DIB_ERROR_UNSUPPORTED, "%d bits per pixel are not read", bits);
+    }
+
+    // Long headers contain the masks; behind others they follow.
+    bool readMasks() {
+        if (!useUsualMasks()) return false;
+        if (header_.bitCount < 16)
+            return refuse(result_, DIB_ERROR_INVALID, "masks do not fit pixels of %d bits", header_.bitCount);
+        const bool isInside = length_ >= kWithMasks && length_ != kOs2Header;
+        const bool hasAlpha = isInside ? length_ >= kWithAlphaMask : compression_ == kMasksWithAlpha;
+        unsigned char* at = info_ + kWindowsHeader;
+        if (!isInside) {
+            maskBytes_ = hasAlpha ? 16 : 12;
+            if (!file_.read(at, maskBytes_)) return refuseShort();
+        }
+        const ChannelMasks masks = {dib::readLe32(at), dib::readLe32(at + 4), dib::readLe32(at + 8),
+                                    hasAlpha ? dib::readLe32(at + 12) : 0};
+        if (masks == ChannelMasks()) return true;
+        header_.masks = masks;
+        header_.hasMasks = true;
+        return true;
+    }
+
+    bool judgeSize() {
+        const std::string problem = sizeProblem(header_.width, header_.height, header_.imageBits());
+        if (problem.empty()) return true;
+        const bool isTooLarge = header_.width > 0 && header_.height != 0;
+        return refuse(result_, isTooLarge ? DIB_ERROR_MEMORY : DIB_ERROR_INVALID, "%s", problem.c_str());
+    }
+
+    // The table ends where the pixels start; files with fewer entries than they announce are common.
+    bool findTable() {
+        header_.tableStart = std::int64_t{infoStart_} + length_ + maskBytes_;
+        const std::uint64_t announced = header_.hasTable() && colors_ == 0 ? 1U << header_.bitCount : colors_;
+        const auto entryBytes = static_cast<std::int64_t>(header_.entryBytes);
+        if (header_.pixelStart < header_.tableStart) {
+            header_.pixelStart = header_.tableStart + static_cast<std::int64_t>(announced) * entryBytes;
+        }
+        if (!header_.hasTable()) return true;
+        const auto fitting =
+            static_cast<std::uint64_t>((header_.pixelStart - header_.tableStart) / entryBytes);
+        header_.entries = std::min({announced, fitting, std::uint64_t{1} << header_.bitCount});
+        return true;
+    }
+
+    ByteReader& file_;
+    BmpHeader& header_;
+    DibFileResult& result_;
+    std::uint32_t infoStart_ = 0;
+    std::uint32_t length_ = 0;     // of the info header
+    std::uint32_t maskBytes_ = 0;  // behind it
+    std::uint32_t compression_ = kNone;
+    std::uint32_t colors_ = 0;
+    unsigned char info_[kVersion5] = {};  // fields that a short header does not have are 0
+};
+
+}  // namespace
+
+int BmpHeader::imageBits() const {
+    switch (bitCount) {
+        case 2: return 4;
+        case 16: return masks == k555 ? 16 : masks.alpha != 0 ? 32 : 24;
+        case 24: return masks.alpha != 0 ? 32 : 24;
+        default: return bitCount;
+    }
+}
+
+bool BmpHeader::isLaidOutAsImage() const {
+    if (bitCount != imageBits()) return false;
+    return !hasMasks || bitCount == 16 || masks == (bitCount == 32 ? k8888 : k888);
+}
+
+bool readBmpHeader(ByteReader& file, BmpHeader& header, DibFileResult& result) {
+    return HeaderReader(file, header, result).read();
+}
+
+}  // namespace formats

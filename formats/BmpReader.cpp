@@ -1,0 +1,229 @@
+// Reading BMP files: headers, colour table, colour profile, pixels.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+#include "formats/Bmp.h"
+#include "formats/BmpHeader.h"
+#include "formats/BmpRuns.h"
+#include "formats/Formats.h"
+#include "formats/NewImage.h"
+#include "formats/Rows.h"
+
+namespace formats {
+
+namespace {
+
+using Packing = BmpHeader::Packing;
+constexpr double kMetersPerInch = 0.0254;
+
+const FileFormat& embeddedFormat(Packing packing) {
+    return packing == Packing::kPng ? kPngFormat : kJpegFormat;
+}
+
+bool isEmbedded(Packing packing) { return packing == Packing::kPng || packing == Packing::kJpeg; }
+
+const char* nameOf(const BmpHeader& header) {
+    switch (header.packing) {
+        case Packing::kRuns4: return "rle4";
+        case Packing::kRuns8: return "rle8";
+        case Packing::kRuns24: return "rle24";
+        case Packing::kPng: return "png";
+        case Packing::kJpeg: return "jpeg";
+        default: return header.hasMasks ? "masks" : "none";
+    }
+}
+
+void describeResolution(const BmpHeader& header, DibMetadata& metadata) {
+    metadata.xResolution = std::max(header.xPixelsPerMeter, 0.0) * kMetersPerInch;
+    metadata.yResolution = std::max(header.yPixelsPerMeter, 0.0) * kMetersPerInch;
+}
+
+class BmpReader {
+public:
+    BmpReader(ReadRequest& request, const BmpHeader& header)
+        : request_(request), file_(request.file), header_(header), image_(request.image, &request.progress) {}
+
+    bool read() {
+        readProfile();
+        if (isEmbedded(header_.packing)) return readEmbedded();
+        return create() && readTable() && readPixels();
+    }
+
+private:
+    bool refuseShort(const char* reason) { return refuse(request_.result, DIB_ERROR_READ, "%s", reason); }
+    bool refuseMemory() {
+        return refuse(request_.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
+    }
+
+    // A profile that the file does not hold is left out.
+    void readProfile() {
+        const std::int64_t end = header_.profileStart + header_.profileBytes;
+        if (header_.profileBytes == 0 || file_.size() < end || !file_.seek(header_.profileStart)) return;
+        DibBytes& profile = request_.result.metadata.colorProfile;
+        profile.data = static_cast<unsigned char*>(std::malloc(header_.profileBytes));
+        if (profile.data != nullptr) profile.size = file_.copy(profile.data, header_.profileBytes);
+    }
+
+    // The pixels are a whole file of another format.
+    bool readEmbedded() {
+        const FileFormat& format = embeddedFormat(header_.packing);
+        if (format.read == nullptr) {
+            return refuse(request_.result, DIB_ERROR_UNSUPPORTED, "%s pixels are not read", nameOf(header_));
+        }
+        if (!file_.seek(header_.pixelStart)) return refuseShort(kShortPixels);
+        const auto size = static_cast<std::size_t>(file_.remaining());
+        const auto bytes = dib::allocateArray<unsigned char>(std::max(size, std::size_t{1}));
+        if (bytes == nullptr) return refuseMemory();
+        if (size == 0 || !file_.read(bytes.get(), size)) return refuseShort(kShortPixels);
+        ByteReader inner(bytes.get(), size);
+        ReadRequest request = {inner,          nullptr,         request_.options,
+                               request_.image, request_.result, request_.progress};
+        return format.read(request) ||
+               refuse(request_.result, DIB_ERROR_INVALID, "the %s file inside is damaged", format.info.name);
+    }
+
+    bool create() {
+        const dib::ImageSize stored = dib::admitSize(header_.width, header_.height, header_.bitCount);
+        const bool isPacked = header_.packing != Packing::kRaw;
+        const std::uint64_t fewestBytes = isPacked ? 0 : stored.imageBytes;
+        // The table comes first.
+        const bool isCreated =
+            file_.seek(header_.pixelStart) &&
+            image_.create(file_, header_.width, header_.height, header_.imageBits(), fewestBytes);
+        return isCreated || refuseMemory();
+    }
+
+    // The table in memory holds every index: those beyond the file's are black.
+    bool readTable() {
+        if (!header_.hasTable()) return true;
+        DibBGRA* table = dib::colorTable(image_->Header);
+        if (header_.entries == 0) {
+            note(request_.result, DIB_NOTE_ASSUMPTION,
+                 "there is no palette, so indices were taken for greys");
+            image_->SetMonoPalette();
+            return file_.seek(header_.pixelStart);
+        }
+        std::memset(table, 0, dib::addressableEntries(image_->Header->biBitCount) * dib::kEntryBytes);
+        unsigned char stored[256 * dib::kEntryBytes];
+        if (!file_.seek(header_.tableStart) || !file_.read(stored, header_.entries * header_.entryBytes)) {
+            return refuseShort("the file ends inside its palette");
+        }
+        for (std::size_t i = 0; i < header_.entries; ++i)
+            std::memcpy(&table[i], stored + i * header_.entryBytes, header_.entryBytes);
+        image_->Header->biClrUsed = image_->Header->biClrImportant =
+            static_cast<std::uint32_t>(header_.paletteSize());
+        return file_.seek(header_.pixelStart);
+    }
+
+    bool readPixels() {
+        if (header_.packing != Packing::kRaw) return readRuns();
+        if (header_.isLaidOutAsImage()) return readRaw();
+        return header_.bitCount == 2 ? readPairs() : readMasked();
+    }
+
+    bool readRuns() {
+        const dib::ImageSize size = dib::admitSize(*image_->Header);
+        const BmpRows rows = {image_->Buffer, size.rowBytes, static_cast<std::size_t>(header_.width),
+                              size.rows};
+        return decodeBmpRuns(file_, header_.bitCount, rows, request_.progress) ||
+               refuseShort("the run-length data end early");
+    }
+
+    // Rows that are stored as the image holds them. The fill of the last one may be missing.
+    bool readRaw() {
+        const dib::ImageSize size = dib::admitSize(*image_->Header);
+        const std::size_t pixelBytes =
+            (static_cast<std::size_t>(header_.width) * image_->Header->biBitCount + 7) / 8;
+        const std::size_t step = rowsPerStep(request_.progress, size.rowBytes, size.rows);
+        for (std::size_t row = 0; row < size.rows; row += step) {
+            unsigned char* first = image_->Buffer + row * size.rowBytes;
+            const std::size_t rows = std::min(step, size.rows - row);
+            const std::size_t bytes = file_.copy(first, rows * size.rowBytes);
+            const bool isComplete = bytes + size.rowBytes >= rows * size.rowBytes + pixelBytes;
+            const std::size_t whole = isComplete ? rows : bytes / size.rowBytes;
+            if (whole > 0 && !image_.read(first, whole)) return false;
+            if (isComplete) continue;
+            image_.readPart(first + whole * size.rowBytes, bytes % size.rowBytes);
+            return refuseShort(kShortPixels);
+        }
+        return true;
+    }
+
+    // Calls `convert(from, to)` for every row of the file.
+    template <class Convert>
+    bool convertRows(const Convert& convert) {
+        const dib::ImageSize size = dib::admitSize(header_.width, header_.height, header_.bitCount);
+        const std::size_t neededBytes =
+            (static_cast<std::size_t>(header_.width) * static_cast<std::size_t>(header_.bitCount) + 7) / 8;
+        const auto row = dib::allocateZeroed<unsigned char>(size.rowBytes);
+        if (row == nullptr) return refuseMemory();
+        for (std::size_t y = 0; y < size.rows; ++y) {
+            unsigned char* to = image_->Buffer + y * image_->GetPitch();
+            if (file_.copy(row.get(), size.rowBytes) < neededBytes) return refuseShort(kShortPixels);
+            convert(row.get(), to);
+            if (!image_.read(to)) return false;
+        }
+        return true;
+    }
+
+    bool readMasked() {
+        const int bits = header_.imageBits();
+        const int deepest = deepestChannel(header_.masks);
+        if (deepest > 8) {
+            note(request_.result, DIB_NOTE_LOSS, "channels of %d bits became 8", deepest);
+        } else if (bits != header_.bitCount) {
+            note(request_.result, DIB_NOTE_ASSUMPTION, "pixels of %d bits became %d", header_.bitCount, bits);
+        }
+        return convertRows([&](const unsigned char* from, unsigned char* to) {
+            spreadChannels(from, header_.bitCount / 8, to, bits / 8, static_cast<std::size_t>(header_.width),
+                           header_.masks);
+        });
+    }
+
+    // Pixels of 2 bits become 4.
+    bool readPairs() {
+        return convertRows([&](const unsigned char* from, unsigned char* to) {
+            const std::size_t bytes = (static_cast<std::size_t>(header_.width) + 1) / 2;
+            for (std::size_t i = 0; i < bytes; ++i) {
+                const unsigned pair = i % 2 == 0 ? from[i / 2] >> 4U : from[i / 2] & 15U;
+                to[i] = static_cast<unsigned char>((pair & 12U) << 2 | (pair & 3U));
+            }
+        });
+    }
+
+    ReadRequest& request_;
+    ByteReader& file_;
+    const BmpHeader& header_;
+    NewImage image_;
+};
+
+}  // namespace
+
+bool probeBmp(ProbeRequest& request) {
+    BmpHeader header;
+    if (!readBmpHeader(request.file, header, request.result)) return false;
+    DibFileInfo& info = request.info;
+    info.width = header.width;
+    info.height = static_cast<int>(dib::rowCount(header.height));
+    info.bitCount = header.imageBits();
+    info.storedBits = header.bitCount;
+    info.hasAlpha = header.masks.alpha != 0;
+    info.isTopDown = header.height < 0;
+    info.paletteSize = static_cast<int>(header.paletteSize());
+    nameCompression(info, nameOf(header));
+    describeResolution(header, request.result.metadata);
+    return true;
+}
+
+bool readBmp(ReadRequest& request) {
+    BmpHeader header;
+    if (!readBmpHeader(request.file, header, request.result)) return false;
+    describeResolution(header, request.result.metadata);
+    return BmpReader(request, header).read();
+}
+
+}  // namespace formats

@@ -1,0 +1,175 @@
+#include "formats/BmpRuns.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace formats {
+
+namespace {
+
+enum Escape : unsigned char { kEndOfLine = 0, kEndOfBitmap = 1, kDelta = 2 };
+constexpr std::size_t kFewestLiterals = 3;  // smaller numbers are escapes
+constexpr std::size_t kMostPixels = 255;
+
+// How `count` pixels are written from column x on: of one code, or of literals that follow each other. `done`
+// of them are in the row before.
+struct Pixels4 {
+    static constexpr std::size_t kRunBytes = 1;
+    static constexpr std::size_t literalBytes(std::size_t count) { return (count + 1) / 2; }
+    static constexpr std::size_t literalsIn(std::size_t bytes) { return bytes * 2; }
+    static void put(unsigned char* row, std::size_t x, unsigned nibble) {
+        const unsigned shift = x % 2 == 0 ? 4 : 0;
+        row[x / 2] = static_cast<unsigned char>((row[x / 2] & 0xF0U >> shift) | nibble << shift);
+    }
+    static unsigned nibbleOf(const unsigned char* code, std::size_t i) {
+        return i % 2 == 0 ? code[i / 2] >> 4U : code[i / 2] & 15U;
+    }
+    static void run(unsigned char* row, std::size_t x, std::size_t done, std::size_t count,
+                    const unsigned char* code) {
+        for (std::size_t i = 0; i < count; ++i) put(row, x + i, nibbleOf(code, (done + i) % 2));
+    }
+    static void copy(unsigned char* row, std::size_t x, std::size_t done, std::size_t count,
+                     const unsigned char* code) {
+        for (std::size_t i = 0; i < count; ++i) put(row, x + i, nibbleOf(code, done + i));
+    }
+};
+
+template <std::size_t kPixelBytes>
+struct WholeBytes {
+    static constexpr std::size_t kRunBytes = kPixelBytes;
+    static constexpr std::size_t literalBytes(std::size_t count) { return count * kPixelBytes; }
+    static constexpr std::size_t literalsIn(std::size_t bytes) { return bytes / kPixelBytes; }
+    static void run(unsigned char* row, std::size_t x, std::size_t, std::size_t count,
+                    const unsigned char* code) {
+        for (std::size_t i = 0; i < count; ++i) std::memcpy(row + (x + i) * kPixelBytes, code, kPixelBytes);
+    }
+    static void copy(unsigned char* row, std::size_t x, std::size_t done, std::size_t count,
+                     const unsigned char* code) {
+        std::memcpy(row + x * kPixelBytes, code + done * kPixelBytes, count * kPixelBytes);
+    }
+};
+
+// Where the next pixel goes. Pixels that pass the end of a row continue in the next one, as encoders without
+// ends of lines have it; the row that an escape counts from stays.
+template <class Pixels>
+class RunDecoder {
+public:
+    RunDecoder(ByteReader& file, const BmpRows& image, Progress& progress)
+        : file_(file), image_(image), progress_(progress) {}
+
+    bool decode() {
+        while (y_ < image_.rows) {
+            const int count = file_.byte();
+            if (count < 0) return isComplete();
+            if (count > 0) {
+                const unsigned char* code = file_.take(Pixels::kRunBytes);
+                if (code == nullptr) return isComplete();
+                if (!write<Pixels::run>(static_cast<std::size_t>(count), code)) return false;
+                continue;
+            }
+            const int escape = file_.byte();
+            if (escape < 0) return isComplete();
+            if (escape == kEndOfBitmap) return progress_.rows(image_.rows, image_.rows);
+            if (escape == kEndOfLine) {
+                if (!moveTo(0, y_ + 1)) return false;
+            } else if (escape == kDelta) {
+                const unsigned char* step = file_.take(2);
+                if (step == nullptr) return isComplete();
+                if (!moveTo(x_ + step[0], y_ + step[1])) return false;
+            } else if (!readLiterals(static_cast<std::size_t>(escape))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    bool isComplete() const { return y_ * image_.width + x_ >= image_.rows * image_.width; }
+
+    bool moveTo(std::size_t x, std::size_t y) {
+        const bool isNewRow = y != y_;
+        x_ = x;
+        y_ = y;
+        return !isNewRow || progress_.rows(std::min(y, image_.rows), image_.rows);
+    }
+
+    template <auto put>
+    bool write(std::size_t count, const unsigned char* code) {
+        for (std::size_t done = 0; done < count;) {
+            const std::size_t row = y_ + x_ / image_.width;
+            const std::size_t column = x_ % image_.width;
+            const std::size_t part = std::min(count - done, image_.width - column);
+            if (row < image_.rows) put(image_.pixels + row * image_.pitch, column, done, part, code);
+            done += part;
+            x_ += part;
+            if (done < count && !progress_.rows(std::min(row + 1, image_.rows), image_.rows)) return false;
+        }
+        return true;
+    }
+
+    bool readLiterals(std::size_t count) {
+        const std::size_t bytes = Pixels::literalBytes(count);
+        const ByteReader::Bytes ahead = file_.ahead(bytes);
+        const bool isWhole = ahead.size >= bytes;
+        // What is left of a file that ends inside still shows.
+        if (!write<Pixels::copy>(isWhole ? count : Pixels::literalsIn(ahead.size), ahead.data)) return false;
+        if (!isWhole) return isComplete();
+        file_.consume(bytes);
+        if (bytes % 2 != 0) file_.byte();
+        return true;
+    }
+
+    ByteReader& file_;
+    const BmpRows& image_;
+    Progress& progress_;
+    std::size_t x_ = 0;
+    std::size_t y_ = 0;
+};
+
+}  // namespace
+
+bool decodeBmpRuns(ByteReader& file, int bitCount, const BmpRows& image, Progress& progress) {
+    switch (bitCount) {
+        case 4: return RunDecoder<Pixels4>(file, image, progress).decode();
+        case 8: return RunDecoder<WholeBytes<1>>(file, image, progress).decode();
+        default: return RunDecoder<WholeBytes<3>>(file, image, progress).decode();
+    }
+}
+
+std::size_t encodeBmpRow(const unsigned char* row, std::size_t width, unsigned char* out) {
+    unsigned char* const start = out;
+    std::size_t x = 0;
+    const auto runAt = [&](std::size_t at) {
+        std::size_t count = 1;
+        while (at + count < width && count < kMostPixels && row[at + count] == row[at]) ++count;
+        return count;
+    };
+    while (x < width) {
+        const std::size_t run = runAt(x);
+        // Literals go on to the next run that is longer than its own escape would be.
+        std::size_t end = x + run;
+        while (run < kFewestLiterals && end < width && end - x < kMostPixels) {
+            const std::size_t next = runAt(end);
+            if (next > kFewestLiterals) break;
+            end += next;
+        }
+        const std::size_t literals = std::min(end - x, kMostPixels);
+        if (run >= kFewestLiterals || literals < kFewestLiterals) {
+            *out++ = static_cast<unsigned char>(run);
+            *out++ = row[x];
+            x += run;
+            continue;
+        }
+        *out++ = 0;
+        *out++ = static_cast<unsigned char>(literals);
+        std::memcpy(out, row + x, literals);
+        out += literals;
+        x += literals;
+        if (literals % 2 != 0) *out++ = 0;
+    }
+    *out++ = 0;
+    *out++ = kEndOfLine;
+    return static_cast<std::size_t>(out - start);
+}
+
+}  // namespace formats
