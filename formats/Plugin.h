@@ -16,7 +16,8 @@ struct DdsContext {
     void* user;
 };
 
-bool loadExr(PluginLoader& loader, const char* path, DibStream* image);
+bool loadExr(PluginLoader& loader, const char* path, DibStream* image, DibProgressCallback callback = nullptr,
+             void* user = nullptr);
 bool loadDds(PluginLoader& loader, const wchar_t* path, DibStream* image, DibProgressCallback callback,
              void* user);
 

@@ -28,8 +28,8 @@
 ///   124.
 /// - Nothing is thrown. Nothing is printed.
 /// - The progress function is called, when it is given, with the fraction done, from 0 to 1, and the progress
-///   user pointer; when it returns false the function gives up and returns false. EXR plug-ins are given none
-///   at present.
+///   user pointer; when it returns false the function gives up and returns false. `LoadEXR` of DibCodec.h
+///   gives EXR plug-ins none, the functions of DibFile.h give one to all.
 #ifndef DIBSTREAM_DIBPLUGIN_H
 #define DIBSTREAM_DIBPLUGIN_H
 

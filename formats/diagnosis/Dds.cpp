@@ -1,83 +1,137 @@
-#include "formats/diagnosis/Diagnosis.h"
+#include "formats/diagnosis/DdsHeader.h"
 
 #include <cctype>
+
+#include "formats/diagnosis/Diagnosis.h"
 
 namespace formats {
 
 namespace {
 
-struct KnownFormats {
+enum class Shows { kGrey, kColors, kColorsAndAlpha };
+
+struct Kind {
+    int bitsPerPixel;
+    const char* packing;
+    Shows shows = Shows::kColorsAndAlpha;
+};
+constexpr Kind kBc1 = {4, "bc1"};
+constexpr Kind kBc2 = {8, "bc2"};
+constexpr Kind kBc3 = {8, "bc3"};
+constexpr Kind kBc4 = {4, "bc4", Shows::kGrey};
+constexpr Kind kBc5 = {8, "bc5", Shows::kColors};
+constexpr Kind kBc6 = {8, "bc6", Shows::kColors};
+constexpr Kind kBc7 = {8, "bc7"};
+constexpr Kind plain(int bits, Shows shows = Shows::kColorsAndAlpha) { return {bits, "none", shows}; }
+
+struct NumberedKinds {
     std::uint32_t first;  // number in the second header
     std::uint32_t last;
-    int bitsPerPixel;
+    Kind kind;
 };
-constexpr KnownFormats kNumbers[] = {{24, 24, 32}, {27, 29, 32}, {49, 49, 16}, {56, 56, 16}, {61, 61, 8},
-                                     {65, 65, 8},  {70, 72, 4},  {73, 78, 8},  {79, 81, 4},  {82, 84, 8},
-                                     {85, 86, 16}, {87, 88, 32}, {90, 93, 32}, {94, 99, 8},  {115, 115, 16}};
+constexpr NumberedKinds kNumbers[] = {{24, 24, plain(32)},
+                                      {27, 29, plain(32)},
+                                      {49, 49, plain(16, Shows::kColors)},
+                                      {56, 56, plain(16, Shows::kGrey)},
+                                      {61, 61, plain(8, Shows::kGrey)},
+                                      {65, 65, plain(8)},
+                                      {70, 72, kBc1},
+                                      {73, 75, kBc2},
+                                      {76, 78, kBc3},
+                                      {79, 81, kBc4},
+                                      {82, 84, kBc5},
+                                      {85, 85, plain(16, Shows::kColors)},
+                                      {86, 86, plain(16)},
+                                      {87, 87, plain(32)},
+                                      {88, 88, plain(32, Shows::kColors)},
+                                      {90, 91, plain(32)},
+                                      {92, 93, plain(32, Shows::kColors)},
+                                      {94, 96, kBc6},
+                                      {97, 99, kBc7},
+                                      {115, 115, plain(16)}};
 
-struct KnownCode {
+struct CodedKind {
     const char* code;
-    int bitsPerPixel;
+    Kind kind;
 };
-constexpr KnownCode kCodes[] = {{"DXT1", 4}, {"DXT2", 8}, {"DXT3", 8}, {"DXT4", 8}, {"DXT5", 8}, {"ATI1", 4},
-                                {"BC4U", 4}, {"BC4S", 4}, {"ATI2", 8}, {"BC5U", 8}, {"BC5S", 8}};
+constexpr CodedKind kCodes[] = {{"DXT1", kBc1}, {"DXT2", kBc2}, {"DXT3", kBc2}, {"DXT4", kBc3},
+                                {"DXT5", kBc3}, {"ATI1", kBc4}, {"BC4U", kBc4}, {"BC4S", kBc4},
+                                {"ATI2", kBc5}, {"BC5U", kBc5}, {"BC5S", kBc5}};
 
-// How many bits a pixel has; 0 for a format that is not read.
-struct PixelFormat {
-    std::string name;
-    int bitsPerPixel = 0;
-};
-
-PixelFormat numberedFormat(std::uint32_t number) {
-    PixelFormat format{"number " + std::to_string(number)};
-    for (const KnownFormats& known : kNumbers) {
-        if (number >= known.first && number <= known.last) format.bitsPerPixel = known.bitsPerPixel;
-    }
-    return format;
+void use(const Kind& kind, DdsHeader& header) {
+    header.bitsPerPixel = kind.bitsPerPixel;
+    header.packing = kind.packing;
+    header.isGrey = kind.shows == Shows::kGrey;
+    header.hasAlpha = kind.shows == Shows::kColorsAndAlpha;
 }
 
-PixelFormat codedFormat(const RefusedFile& file) {
+void useNumber(std::uint32_t number, DdsHeader& header) {
+    header.pixelFormat = "number " + std::to_string(number);
+    for (const NumberedKinds& known : kNumbers) {
+        if (number >= known.first && number <= known.last) use(known.kind, header);
+    }
+}
+
+void useCode(const RefusedFile& file, DdsHeader& header) {
     constexpr std::int64_t kPlace = 84;
     const std::string code = file.text(kPlace, 4);
-    if (code == "DX10") return numberedFormat(file.le32(128));
+    if (code == "DX10") return useNumber(file.le32(128), header);
     const bool isText =
         std::isalnum(static_cast<unsigned char>(code.front())) != 0 && file.byte(kPlace + 3) != 0;
-    PixelFormat format{isText ? quoted(code) : "code " + std::to_string(file.le32(kPlace))};
-    for (const KnownCode& known : kCodes) {
-        if (code == known.code) format.bitsPerPixel = known.bitsPerPixel;
+    header.pixelFormat = isText ? quoted(code) : "code " + std::to_string(file.le32(kPlace));
+    for (const CodedKind& known : kCodes) {
+        if (code == known.code) use(known.kind, header);
     }
-    return format;
 }
 
-PixelFormat maskedFormat(const RefusedFile& file) {
-    constexpr std::uint32_t kAlpha = 2;
+void useMasks(const RefusedFile& file, std::uint32_t flags, DdsHeader& header) {
+    constexpr std::uint32_t kHasAlpha = 1;
+    constexpr std::uint32_t kIsAlpha = 2;
     constexpr std::uint32_t kRgb = 0x40;
     constexpr std::uint32_t kLuminance = 0x20000;
-    const std::uint32_t flags = file.le32(80);
     const std::uint32_t bits = file.le32(88);
-    PixelFormat format{std::to_string(bits) + " bits with flags " + std::to_string(flags)};
-    const bool hasMasks = (file.le32(92) | file.le32(96) | file.le32(100) | file.le32(104)) != 0;
-    if (!hasMasks) format.name += " and no masks";
+    const std::uint32_t red = file.le32(92);
+    const std::uint32_t alpha = (flags & (kHasAlpha | kIsAlpha)) != 0 ? file.le32(104) : 0;
+    header.pixelFormat = std::to_string(bits) + " bits with flags " + std::to_string(flags);
+    const bool hasMasks = (red | file.le32(96) | file.le32(100) | file.le32(104)) != 0;
+    if (!hasMasks) header.pixelFormat += " and no masks";
     const bool isKnown = bits == 8 || bits == 16 || bits == 24 || bits == 32;
-    if (isKnown && hasMasks && (flags & (kAlpha | kRgb | kLuminance)) != 0)
-        format.bitsPerPixel = static_cast<int>(bits);
-    return format;
+    if (!isKnown || !hasMasks || (flags & (kIsAlpha | kRgb | kLuminance)) == 0) return;
+    const bool isGrey = (flags & kLuminance) != 0 ||
+                        ((flags & kRgb) != 0 && red != 0 && red == file.le32(96) && red == file.le32(100));
+    use(plain(static_cast<int>(bits), alpha != 0 ? Shows::kColorsAndAlpha
+                                      : isGrey   ? Shows::kGrey
+                                                 : Shows::kColors),
+        header);
 }
 
 }  // namespace
 
+DdsHeader readDdsHeader(const RefusedFile& file) {
+    constexpr std::uint32_t kHasCode = 4;
+    DdsHeader header;
+    header.height = file.le32(12);
+    header.width = file.le32(16);
+    const std::uint32_t flags = file.le32(80);
+    if ((flags & kHasCode) != 0) {
+        useCode(file, header);
+    } else {
+        useMasks(file, flags, header);
+    }
+    return header;
+}
+
 std::string diagnoseDds(const RefusedFile& file) {
     constexpr std::int64_t kHeaderBytes = 128;
-    constexpr std::uint32_t kHasCode = 4;
     if (file.text(0, 4) != "DDS ") return "not a DDS file";
     if (file.size() < kHeaderBytes) return kShortHeader;
     if (file.le32(4) != 124 || file.le32(76) != 32) return "the header is damaged";
-    const PixelFormat format = (file.le32(80) & kHasCode) != 0 ? codedFormat(file) : maskedFormat(file);
-    if (format.bitsPerPixel == 0) return "pixels of format " + format.name + " are not read";
-    if (std::string problem = sizeProblem(file.le32(16), file.le32(12), 32); !problem.empty()) return problem;
-    const std::int64_t pixels = std::int64_t{file.le32(16)} * file.le32(12);
-    if (pixels / 8 * format.bitsPerPixel > file.size() - kHeaderBytes) return kShortPixels;
-    return "pixels of format " + format.name + " are not read or end too early";
+    const DdsHeader header = readDdsHeader(file);
+    if (header.bitsPerPixel == 0) return "pixels of format " + header.pixelFormat + " are not read";
+    if (std::string problem = sizeProblem(header.width, header.height, 32); !problem.empty()) return problem;
+    if (header.width * header.height * header.bitsPerPixel / 8 > file.size() - kHeaderBytes)
+        return kShortPixels;
+    return "pixels of format " + header.pixelFormat + " are not read or end too early";
 }
 
 }  // namespace formats

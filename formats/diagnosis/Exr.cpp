@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <bit>
 
 #include "formats/diagnosis/Diagnosis.h"
+#include "formats/diagnosis/ExrHeader.h"
 
 namespace formats {
 
@@ -14,43 +16,71 @@ std::string textAt(const RefusedFile& file, std::int64_t& at) {
     return text;
 }
 
-std::string channelNames(const RefusedFile& file, std::int64_t at) {
+// Names of compressions by their number.
+constexpr const char* kCompressions[] = {"none",  "rle", "zips", "zip",  "piz",
+                                         "pxr24", "b44", "b44a", "dwaa", "dwab"};
+
+void readChannels(const RefusedFile& file, std::int64_t at, ExrHeader& header) {
     constexpr std::int64_t kEntryBytes = 16;  // behind the name
-    std::string names;
-    for (std::string name; !(name = textAt(file, at)).empty(); at += kEntryBytes)
-        names += (names.empty() ? "" : ", ") + quoted(name);
-    return names;
+    constexpr std::uint32_t kHalf = 1;
+    for (std::string name; !(name = textAt(file, at)).empty(); at += kEntryBytes) {
+        header.sampleBits += file.le32(at) == kHalf ? 16 : 32;
+        header.channels.push_back(std::move(name));
+    }
 }
 
-std::string windowProblem(const RefusedFile& file, std::int64_t at) {
+float floatAt(const RefusedFile& file, std::int64_t at) { return std::bit_cast<float>(file.le32(at)); }
+
+void readAttribute(const RefusedFile& file, const std::string& name, std::int64_t at, ExrHeader& header) {
     const auto edge = [&](int i) { return std::int64_t{static_cast<std::int32_t>(file.le32(at + 4 * i))}; };
-    return sizeProblem(edge(2) - edge(0) + 1, edge(3) - edge(1) + 1, 32);
+    if (name == "channels") readChannels(file, at, header);
+    if (name == "dataWindow") {
+        header.width = edge(2) - edge(0) + 1;
+        header.height = edge(3) - edge(1) + 1;
+    }
+    if (name == "compression" && file.byte(at) < std::size(kCompressions))
+        header.compression = kCompressions[file.byte(at)];
+    if (name == "xDensity") header.pixelsPerInch = floatAt(file, at);
+    if (name == "pixelAspectRatio") header.pixelAspect = floatAt(file, at);
 }
 
 }  // namespace
 
-std::string diagnoseExr(const RefusedFile& file) {
+bool ExrHeader::has(const std::string& channel) const {
+    return std::ranges::find(channels, channel) != channels.end();
+}
+
+bool readExrHeader(const RefusedFile& file, ExrHeader& header) {
     constexpr std::int64_t kFirstAttribute = 8;
-    constexpr std::uint32_t kDeep = 8;
-    if (file.le32(0) != 0x01312F76) return "not an EXR file";
-    if (file.size() < kFirstAttribute) return kShortHeader;
-    if (file.byte(4) != 2) return "version " + std::to_string(file.byte(4)) + " is not known";
-    if ((file.byte(5) & kDeep) != 0) return "deep pictures are not read";
-    std::string channels;
-    for (std::int64_t at = kFirstAttribute;;) {
-        if (at >= file.size()) return kShortHeader;
+    for (std::int64_t at = kFirstAttribute; at < file.size();) {
         const std::string name = textAt(file, at);
-        if (name.empty()) break;
+        if (name.empty()) return true;
         textAt(file, at);
         const std::int64_t value = at + 4;
-        if (name == "channels") channels = channelNames(file, value);
-        if (name == "dataWindow") {
-            if (std::string problem = windowProblem(file, value); !problem.empty()) return problem;
-        }
+        readAttribute(file, name, value, header);
         at = value + file.le32(at);
     }
-    if (channels.empty()) return "the list of channels is missing";
-    return "the pixels are damaged or end too early, or the channels " + channels + " are not read";
+    return false;
+}
+
+std::string diagnoseExr(const RefusedFile& file) {
+    constexpr std::int64_t kHeaderBytes = 8;
+    constexpr std::uint32_t kDeep = 8;
+    if (file.le32(0) != 0x01312F76) return "not an EXR file";
+    if (file.size() < kHeaderBytes) return kShortHeader;
+    if (file.byte(4) != 2) return "version " + std::to_string(file.byte(4)) + " is not known";
+    if ((file.byte(5) & kDeep) != 0) return "deep pictures are not read";
+    ExrHeader header;
+    const bool isWhole = readExrHeader(file, header);
+    if (header.hasWindow()) {
+        if (std::string problem = sizeProblem(header.width, header.height, 32); !problem.empty())
+            return problem;
+    }
+    if (!isWhole) return kShortHeader;
+    if (header.channels.empty()) return "the list of channels is missing";
+    std::string names;
+    for (const std::string& name : header.channels) names += (names.empty() ? "" : ", ") + quoted(name);
+    return "the pixels are damaged or end too early, or the channels " + names + " are not read";
 }
 
 }  // namespace formats

@@ -8,6 +8,7 @@
 #include "dib/ImageSize.h"
 #include "formats/Formats.h"
 #include "formats/door/Alpha.h"
+#include "formats/door/DecoderPath.h"
 #include "formats/door/Frame.h"
 #include "formats/door/Orientation.h"
 #include "formats/door/Source.h"
@@ -65,7 +66,7 @@ bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const Di
         const std::string_view packing = format.compression(source.firstBytes());
         if (packing != "unknown") packing.copy(info.compression, sizeof info.compression - 1);
     }
-    ProbeRequest request = {source.reader(), source.path(), options, info, result};
+    ProbeRequest request = {source.reader(), source.pathToReadAgain(), options, info, result};
     return format.probe != nullptr && source.reader().seek(0) && format.probe(request);
 }
 
@@ -99,11 +100,11 @@ bool hasPart(const DibFileInfo& info, const DibLoadOptions& options, DibFileResu
 }
 
 // Formats that have no reader of their own here go through the classic loader.
-bool readByPath(const FileFormat& format, Source& source, ReadRequest& request) {
-    const char* path = source.pathForDecoder();
-    if (path == nullptr) return false;
+bool readByPath(const FileFormat& format, ReadRequest& request) {
+    const DecoderPath path(request);
+    if (path.get() == nullptr) return false;
     request.image->ErrorCode = DIB_OK;
-    if (format.load(path, request.image, Progress::forward, &request.progress)) return true;
+    if (format.load(path.get(), request.image, Progress::forward, &request.progress)) return true;
     request.result.code = request.image->ErrorCode != DIB_OK ? request.image->ErrorCode : DIB_ERROR_INVALID;
     return false;
 }
@@ -160,10 +161,9 @@ bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFi
     if (!progress.report(0)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
 
     DibStream loaded;
-    ReadRequest request = {source.reader(), source.path(), options, &loaded, result, progress};
+    ReadRequest request = {source.reader(), source.pathToReadAgain(), options, &loaded, result, progress};
     source.reader().seek(0);
-    const bool isRead =
-        format->read != nullptr ? format->read(request) : readByPath(*format, source, request);
+    const bool isRead = format->read != nullptr ? format->read(request) : readByPath(*format, request);
     if ((!isRead || progress.isCancelled()) && !judgeDamage(*format, source, request)) return false;
     if (!hasPixels(loaded)) return refuse(result, DIB_ERROR_INVALID, "the file contains no picture");
     if (!isKnown) {

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "files/NamelessFile.h"
 #include "formats/door/Request.h"
 
 namespace formats {
@@ -74,25 +73,6 @@ bool Source::open(const DibReader& reader, std::uint64_t mostBytes) {
         }
     }
     return open(bytes_.data, bytes_.size);
-}
-
-const char* Source::pathForDecoder() {
-    if (!path_.empty() && bytes_.data == nullptr) return path_.c_str();
-    copy_ = files::makeNamelessFile();
-    dib::FilePtr out(copy_.isOpen() ? std::fopen(files::pathOf(copy_).c_str(), "wb") : nullptr);
-    bool isWhole = out != nullptr && reader_->seek(0);
-    while (isWhole) {
-        const ByteReader::Bytes part = reader_->ahead(ByteReader::kBufferBytes);
-        if (part.size == 0) break;
-        isWhole = dib::writeBytes(out.get(), part.data, part.size);
-        reader_->consume(part.size);
-    }
-    if (!isWhole || !dib::closeWritten(std::move(out))) {
-        refuse(result_, DIB_ERROR_WRITE, "no temporary copy can be made for the decoder");
-        return nullptr;
-    }
-    copyPath_ = files::pathOf(copy_);
-    return copyPath_.c_str();
 }
 
 FirstBytes Source::firstBytes() {

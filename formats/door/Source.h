@@ -8,7 +8,6 @@
 #include <string>
 
 #include "dib/File.h"
-#include "files/Descriptor.h"
 #include "formats/ByteReader.h"
 #include "formats/Formats.h"
 
@@ -30,9 +29,8 @@ public:
     ByteReader& reader() { return *reader_; }
     // UTF-8; null when there is none.
     const char* path() const { return path_.empty() ? nullptr : path_.c_str(); }
-    // The path, or that of a copy without a name, for decoders that open files themselves. Null with the
-    // reason in the result when the copy cannot be made.
-    const char* pathForDecoder();
+    // The same, but null as well for what cannot be read twice.
+    const char* pathToReadAgain() const { return bytes_.data == nullptr ? path() : nullptr; }
     FirstBytes firstBytes();
 
 private:
@@ -41,8 +39,6 @@ private:
     dib::FilePtr file_;
     DibBytes bytes_;
     std::unique_ptr<ByteReader> reader_;
-    files::Descriptor copy_;
-    std::string copyPath_;
 };
 
 }  // namespace formats

@@ -1,0 +1,36 @@
+#include "formats/door/DecoderPath.h"
+
+#include "dib/File.h"
+#include "files/NamelessFile.h"
+
+namespace formats {
+
+namespace {
+
+bool copyTo(const std::string& path, ByteReader& from) {
+    dib::FilePtr to(std::fopen(path.c_str(), "wb"));
+    if (to == nullptr || !from.seek(0)) return false;
+    for (;;) {
+        const ByteReader::Bytes part = from.ahead(ByteReader::kBufferBytes);
+        if (part.size == 0) return dib::closeWritten(std::move(to));
+        if (!dib::writeBytes(to.get(), part.data, part.size)) return false;
+        from.consume(part.size);
+    }
+}
+
+}  // namespace
+
+DecoderPath::DecoderPath(ReadRequest& request) {
+    if (request.path != nullptr) {
+        path_ = request.path;
+        return;
+    }
+    copy_ = files::makeNamelessFile();
+    if (copy_.isOpen() && copyTo(files::pathOf(copy_), request.file)) {
+        path_ = files::pathOf(copy_);
+    } else {
+        refuse(request.result, DIB_ERROR_WRITE, "no temporary copy can be made for the decoder");
+    }
+}
+
+}  // namespace formats

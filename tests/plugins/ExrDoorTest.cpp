@@ -1,0 +1,91 @@
+#include "dib/Bytes.h"
+#include "tests/plugins/ExrFile.h"
+#include "tests/plugins/PluginDoorTest.h"
+
+namespace {
+
+using door_test::opened;
+using exr_test::Bytes;
+using plugin_test::PluginsInUse;
+
+exr_test::FileSpec grey() {
+    exr_test::FileSpec spec = exr_test::colors(5, 4, Imf::HALF);
+    spec.channels = {{"Y", Imf::FLOAT}};
+    return spec;
+}
+
+TEST(ExrDoor, EverySourceGivesOnePicture) {
+    const PluginsInUse plugins;
+    for (const auto& named : exr_test::kCompressions) {
+        exr_test::FileSpec spec = exr_test::colors(7, 5, Imf::HALF);
+        spec.compression = named.compression;
+        const Bytes bytes = exr_test::write(spec, exr_test::sampleAt);
+        door_test::expectOneFromEverySource(bytes, ".exr");
+        EXPECT_EQ(codec_test::pixelsOf(*opened(bytes).image), exr_test::pixels(bytes)) << named.name;
+        DibFileInfo info;
+        ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info));
+        std::string lower = named.name;
+        std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return std::tolower(c); });
+        EXPECT_EQ(info.compression, lower);
+        EXPECT_EQ(info.storedBits, 64);
+        EXPECT_TRUE(info.hasAlpha);
+    }
+    const Bytes bytes = exr_test::write(exr_test::colors(7, 5, Imf::FLOAT), exr_test::sampleAt);
+    door_test::expectLoadProgress(bytes, 7);
+    plugin_test::expectFailingAllocationsAreSurvived(bytes);
+}
+
+TEST(ExrDoor, LuminanceIsGrey) {
+    const PluginsInUse plugins;
+    const Bytes bytes = exr_test::write(grey(), exr_test::sampleAt);
+    door_test::expectOneFromEverySource(bytes, ".exr");
+    DibFileInfo info;
+    DibFileResult result;
+    ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info, nullptr, &result));
+    EXPECT_EQ(info.bitCount, 8);
+    EXPECT_EQ(info.paletteSize, 256);
+    EXPECT_EQ(info.storedBits, 32);
+    EXPECT_FALSE(info.hasAlpha);
+    EXPECT_EQ(result.metadata.xResolution, 0);
+}
+
+TEST(ExrDoor, CutFilesAreRefusedWithTheRow) {
+    const PluginsInUse plugins;
+    exr_test::FileSpec spec = exr_test::colors(40, 40, Imf::FLOAT);
+    spec.compression = Imf::ZIPS_COMPRESSION;
+    const Bytes bytes = exr_test::write(spec, exr_test::sampleAt);
+    // The table of where the rows are ends where the first row is.
+    constexpr std::size_t kTableBytes = std::size_t{40} * 8;
+    std::size_t table = 0;
+    while (dib::readLe32(&bytes[table]) != table + kTableBytes) ++table;
+    const auto row31 = static_cast<std::ptrdiff_t>(dib::readLe32(&bytes[table + 8 * 30]));
+    const Bytes cut(bytes.begin(), bytes.begin() + row31 + 9);
+    const door_test::Opened load = opened(cut);
+    EXPECT_FALSE(load.isLoaded);
+    EXPECT_EQ(load.result.code, 6);
+    EXPECT_EQ(load.reason(), "the pixels are damaged or end too early (in row 31 of 40)");
+}
+
+TEST(ExrDoor, AMissingPluginIsNamedWithItsFolder) {
+    const PluginsInUse plugins;
+    DibStream::SetDllFilePath("/nonexistent");
+    const door_test::Opened load = opened(exr_test::write(grey(), exr_test::sampleAt));
+    EXPECT_EQ(load.result.code, 7);
+    EXPECT_EQ(load.reason(), "the plug-in for exr files is missing: /nonexistent/vexlibexr.bundle");
+}
+
+TEST(ExrDoor, LimitsHoldBeforeAnythingIsDecoded) {
+    const PluginsInUse plugins;
+    DibLoadOptions options;
+    options.mostPixels = 19;
+    const door_test::Opened load = opened(exr_test::write(grey(), exr_test::sampleAt), options);
+    EXPECT_EQ(load.result.code, 8);
+    EXPECT_EQ(load.reason(), "the picture of 5x4 pixels needs 20 pixels; the limit is 19 (mostPixels)");
+}
+
+TEST(ExrDoor, ProbesOfSamples) {
+    const PluginsInUse plugins;
+    if (plugin_test::expectProbesOfSamples("exr") == 0) GTEST_SKIP() << "no samples";
+}
+
+}  // namespace
