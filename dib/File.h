@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+#include "dib/posix/NextByte.h"
+
 namespace dib {
 
 struct CloseFile {
@@ -55,8 +57,6 @@ inline bool readBytes(std::FILE* file, void* out, std::size_t bytes) {
 inline bool writeBytes(std::FILE* file, const void* from, std::size_t bytes) {
     return std::fwrite(from, 1, bytes, file) == bytes;
 }
-// The next byte, negative at the end, without the lock that `getc` takes.
-inline int nextByte(std::FILE* file) { return getc_unlocked(file); }
 
 // Rows are blocks of `rowBytes` bytes; each starts `step` bytes after the one before it (before it when
 // negative). The system reads and writes them in place: turning a picture upside down costs a third of what

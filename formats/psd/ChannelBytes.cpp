@@ -22,9 +22,9 @@ DIB_ALWAYS_INLINE void placeInFour(const unsigned char* __restrict bytes, unsign
 #if defined(__x86_64__)
 
 // No compiler finds this: the bytes of sixteen pixels are spread over three vectors, which take the others of
-// their 48 bytes from the image. Returns how many pixels were done.
-DIB_TARGET_AVX2 std::size_t placeInThreeAvx2(const unsigned char* bytes, unsigned char* pixels,
-                                             std::size_t byte, std::size_t count) {
+// their 48 bytes from the image.
+DIB_TARGET_AVX2 std::size_t placeSixteens(const unsigned char* bytes, unsigned char* pixels, std::size_t byte,
+                                          std::size_t count) {
     alignas(16) signed char from[48];
     for (std::size_t i = 0; i < sizeof from; ++i)
         from[i] = i % 3 == byte ? static_cast<signed char>(i / 3) : -1;
@@ -42,15 +42,11 @@ DIB_TARGET_AVX2 std::size_t placeInThreeAvx2(const unsigned char* bytes, unsigne
     return x;
 }
 
-#endif
+#else
 
-void placeInThree(const unsigned char* bytes, unsigned char* pixels, std::size_t byte, std::size_t count) {
-    std::size_t x = 0;
-#if defined(__x86_64__)
-    if (dib::kernelLevel() >= dib::KernelLevel::kAvx2) x = placeInThreeAvx2(bytes, pixels, byte, count);
+std::size_t placeSixteens(const unsigned char*, unsigned char*, std::size_t, std::size_t) { return 0; }
+
 #endif
-    for (; x < count; ++x) pixels[3 * x + byte] = bytes[x];
-}
 
 }  // namespace
 
@@ -59,7 +55,8 @@ void placeBytes(const unsigned char* bytes, unsigned char* pixels, std::size_t p
     if (pixelBytes == 4) {
         dib::runKernel<placeInFour>(bytes, pixels, static_cast<unsigned int>(8 * byte), count);
     } else {
-        placeInThree(bytes, pixels, byte, count);
+        std::size_t x = dib::runVectors<placeSixteens>(bytes, pixels, byte, count);
+        for (; x < count; ++x) pixels[3 * x + byte] = bytes[x];
     }
 }
 
