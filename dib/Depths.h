@@ -15,18 +15,14 @@
 namespace dib {
 
 // Channels of one pixel, blue first.
-template <int Count>
-using Channels = std::array<std::uint32_t, static_cast<std::size_t>(Count)>;
+template <std::size_t Count>
+using Channels = std::array<std::uint32_t, Count>;
 
-// A depth by its bits.
+// The depths.
 //
 // `put` expects the bits of the pixel to be zero at 1 and 4 bits: a row of these is cleared before its pixels
 // are written.
-template <int Bits>
-struct PixelDepth;
-
-template <>
-struct PixelDepth<1> {
+struct Depth1 {
     static constexpr int kBits = 1;
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -37,8 +33,7 @@ struct PixelDepth<1> {
     }
 };
 
-template <>
-struct PixelDepth<4> {
+struct Depth4 {
     static constexpr int kBits = 4;
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -49,8 +44,7 @@ struct PixelDepth<4> {
     }
 };
 
-template <>
-struct PixelDepth<8> {
+struct Depth8 {
     static constexpr int kBits = 8;
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) { return row[x]; }
@@ -62,8 +56,7 @@ struct PixelDepth<8> {
 };
 
 // Bit 15 belongs to no channel.
-template <>
-struct PixelDepth<16> {
+struct Depth16 {
     static constexpr int kBits = 16;
     static constexpr int kChannels = 3;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -83,8 +76,7 @@ struct PixelDepth<16> {
     }
 };
 
-template <>
-struct PixelDepth<24> {
+struct Depth24 {
     static constexpr int kBits = 24;
     static constexpr int kChannels = 3;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -105,8 +97,7 @@ struct PixelDepth<24> {
     }
 };
 
-template <>
-struct PixelDepth<32> {
+struct Depth32 {
     static constexpr int kBits = 32;
     static constexpr int kChannels = 4;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) {
@@ -125,16 +116,13 @@ struct PixelDepth<32> {
     }
 };
 
-using Depth1 = PixelDepth<1>;
-using Depth4 = PixelDepth<4>;
-using Depth8 = PixelDepth<8>;
-using Depth16 = PixelDepth<16>;
-using Depth24 = PixelDepth<24>;
-using Depth32 = PixelDepth<32>;
-
 // Several pixels of these depths share a byte.
 template <class Depth>
 inline constexpr bool kIsPacked = Depth::kBits < 8;
+
+// Pixels of these depths mix with their neighbours, byte by byte; others are taken whole.
+template <class Depth>
+inline constexpr bool kMixes = Depth::kBits >= 24;
 
 // Calls `visit` with the depth type of that many bits; false, without a call, when it is not among `Depths`.
 //

@@ -16,9 +16,11 @@
 #define DIB_NO_INLINE __attribute__((noinline))
 
 #if defined(__x86_64__)
+#define DIB_HAS_AVX2 1
 #define DIB_TARGET_AVX2 __attribute__((target("avx2")))
 #define DIB_TARGET_AVX512 __attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl,avx512vnni")))
 #else
+#define DIB_HAS_AVX2 0
 #define DIB_TARGET_AVX2
 #define DIB_TARGET_AVX512
 #endif
@@ -65,10 +67,14 @@ inline auto runWidestKernel(Args... args) {
 
 // A part of a loop in vectors that are written by hand, because compilers do not find them. From the front it
 // does as many elements as whole vectors take, and returns how many those are: none below AVX2. A plain loop
-// does the rest.
+// does the rest. Where the processor never has AVX2, `Vectors` need not be defined.
 template <auto Vectors, class... Args>
-inline std::size_t runVectors(Args... args) {
-    return kernelLevel() >= KernelLevel::kAvx2 ? Vectors(args...) : 0;
+inline auto runVectors(Args... args) {
+    using Count = decltype(Vectors(args...));
+    if constexpr (DIB_HAS_AVX2 != 0) {
+        if (kernelLevel() >= KernelLevel::kAvx2) return Vectors(args...);
+    }
+    return Count{0};
 }
 
 // The build for the level in use, of a body whose wider builds are written by hand because compilers do not

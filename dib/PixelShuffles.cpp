@@ -40,20 +40,6 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i greySixteen(const std::uint8_t* from) 
         _mm256_hadd_epi16(weighEight<kBytes>(from), weighEight<kBytes>(from + 8 * kBytes)), 8);
 }
 
-template <std::size_t kBytes>
-DIB_TARGET_AVX2 std::size_t toGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    // Packing leaves groups of four pixels in the order 0 2 4 6 1 3 5 7.
-    const __m256i inOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    std::size_t i = 0;
-    for (; i + 32 + kPixelsBeyond <= count; i += 32) {
-        const std::uint8_t* at = from + kBytes * i;
-        const __m256i greys =
-            _mm256_packus_epi16(greySixteen<kBytes>(at), greySixteen<kBytes>(at + 16 * kBytes));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i), _mm256_permutevar8x32_epi32(greys, inOrder));
-    }
-    return i;
-}
-
 // Sixteen 3-byte pixels as three vectors.
 struct SixteenPixels {
     __m128i parts[3];
@@ -95,21 +81,23 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t widen(const std::uint8_t* from, st
     return i;
 }
 
-DIB_TARGET_AVX2 std::size_t widenInOrder(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+}  // namespace
+
+DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     return widen(from, to, count, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
 }
 
-DIB_TARGET_AVX2 std::size_t widenExchanged(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     return widen(from, to, count, _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1));
 }
 
-DIB_TARGET_AVX2 std::size_t exchange(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) storeSixteen(to + 3 * i, exchangeSixteen(from + 3 * i));
     return i;
 }
 
-DIB_TARGET_AVX2 std::size_t exchangeRows(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
+DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {
         const SixteenPixels fromFirst = exchangeSixteen(first + 3 * i);
@@ -120,39 +108,21 @@ DIB_TARGET_AVX2 std::size_t exchangeRows(std::uint8_t* first, std::uint8_t* seco
     return i;
 }
 
-}  // namespace
-
-std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return runVectors<widenInOrder>(from, to, count);
+template <std::size_t kBytes>
+DIB_TARGET_AVX2 std::size_t shuffleToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    // Packing leaves groups of four pixels in the order 0 2 4 6 1 3 5 7.
+    const __m256i inOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    std::size_t i = 0;
+    for (; i + 32 + kPixelsBeyond <= count; i += 32) {
+        const std::uint8_t* at = from + kBytes * i;
+        const __m256i greys =
+            _mm256_packus_epi16(greySixteen<kBytes>(at), greySixteen<kBytes>(at + 16 * kBytes));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i), _mm256_permutevar8x32_epi32(greys, inOrder));
+    }
+    return i;
 }
-std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return runVectors<widenExchanged>(from, to, count);
-}
-std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return runVectors<exchange>(from, to, count);
-}
-std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
-    return runVectors<exchangeRows>(first, second, count);
-}
-std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return runVectors<toGrey<3>>(from, to, count);
-}
-std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return runVectors<toGrey<4>>(from, to, count);
-}
-
-}  // namespace dib
-
-#else
-
-namespace dib {
-
-std::size_t shuffleBgrToBgra(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
-std::size_t shuffleBgrToRgba(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
-std::size_t shuffleAndExchange(std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
-std::size_t shuffleBgrToRgb(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
-std::size_t shuffleBgrToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
-std::size_t shuffleBgraToGrey(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
+template std::size_t shuffleToGrey<3>(const std::uint8_t*, std::uint8_t*, std::size_t);
+template std::size_t shuffleToGrey<4>(const std::uint8_t*, std::uint8_t*, std::size_t);
 
 }  // namespace dib
 

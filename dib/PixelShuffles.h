@@ -2,22 +2,24 @@
 // the plain loops of PixelKernels.h (and of the formats), which remain their definition, they take 0.7
 // (widening), 0.6 (grey) and 0.5 (exchange of red and blue) of the time.
 //
-// Each is the vector part of a loop (see `runVectors`) and touches no byte beyond the last pixel.
+// Each is the vector part of a loop, to be called by `runVectors`, and touches no byte beyond the last pixel.
 #ifndef DIB_PIXEL_SHUFFLES_H
 #define DIB_PIXEL_SHUFFLES_H
 
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Kernels.h"
+
 namespace dib {
 
-std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
-std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
-std::size_t shuffleBgrToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+template <std::size_t kBytes>
+DIB_TARGET_AVX2 std::size_t shuffleToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 // Two rows change places while red and blue do; both may be the same row.
-std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);
-std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
-std::size_t shuffleBgraToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);
 
 }  // namespace dib
 

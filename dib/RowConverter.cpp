@@ -27,7 +27,7 @@ void runOnPixels(Bytes from, std::uint8_t* to, std::size_t count, const IndexCol
 // The same with a vector part.
 template <auto Kernel, auto Vectors, std::size_t kFromBytes, std::size_t kToBytes>
 void shufflePixels(Bytes from, std::uint8_t* to, std::size_t count, const IndexColors&) {
-    const std::size_t done = Vectors(from, to, count);
+    const std::size_t done = runVectors<Vectors>(from, to, count);
     runKernel<Kernel>(from + kFromBytes * done, to + kToBytes * done, count - done);
 }
 
@@ -86,9 +86,9 @@ constexpr Converters kConverters[] = {
     {8, {indicesToGrey<8>, indicesToColors<8>, indicesToColorsWithAlpha<8>}},
     {16, {runOnPixels<wordsToGrey>, runOnPixels<wordsToBgr<3>>, runOnPixels<wordsToBgr<4>>}},
     {24,
-     {shufflePixels<bgrToGrey<3>, shuffleBgrToGrey, 3, 1>, copyPixels<3>,
+     {shufflePixels<bgrToGrey<3>, shuffleToGrey<3>, 3, 1>, copyPixels<3>,
       shufflePixels<bgrToBgra, shuffleBgrToBgra, 3, 4>}},
-    {32, {shufflePixels<bgrToGrey<4>, shuffleBgraToGrey, 4, 1>, runOnPixels<bgraToBgr>, copyPixels<4>}},
+    {32, {shufflePixels<bgrToGrey<4>, shuffleToGrey<4>, 4, 1>, runOnPixels<bgraToBgr>, copyPixels<4>}},
 };
 
 }  // namespace

@@ -31,7 +31,7 @@ struct MixTaps {
 
 // The mixed colours; at 24 bits the high byte of each is undefined. For processors without SSE2, and for
 // tests.
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
                                    int count, std::uint32_t* colors) {
     for (int i = 0; i < count; ++i) {
@@ -39,8 +39,8 @@ DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowS
         const unsigned char* lower = upper + rowStep;
         const std::uint64_t left = taps.weightX[i] & 0xFFFFU;
         const std::uint64_t right = taps.weightX[i] >> 16;
-        colors[i] = mixRows(readChannels<Bits>(upper, 0) * left + readChannels<Bits>(upper, 1) * right,
-                            readChannels<Bits>(lower, 0) * left + readChannels<Bits>(lower, 1) * right,
+        colors[i] = mixRows(readChannels<Depth>(upper, 0) * left + readChannels<Depth>(upper, 1) * right,
+                            readChannels<Depth>(lower, 0) * left + readChannels<Depth>(lower, 1) * right,
                             taps.weightY[i] >> 16);
     }
 }
@@ -48,9 +48,9 @@ DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowS
 #if defined(__SSE2__)
 
 // A pixel and its right neighbour. `Roomy`: two more bytes may be read at 24 bits.
-template <int Bits, bool Roomy>
+template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE __m128i loadTwo(const unsigned char* pixels) {
-    if constexpr (Bits == 24 && !Roomy) {
+    if constexpr (Depth::kBits == 24 && !Roomy) {
         std::uint64_t both = 0;
         std::memcpy(&both, pixels, 6);
         return _mm_cvtsi64_si128(static_cast<std::int64_t>(both));
@@ -60,15 +60,15 @@ DIB_ALWAYS_INLINE __m128i loadTwo(const unsigned char* pixels) {
 }
 
 // The channels of the mixed pixel in 32-bit lanes.
-template <int Bits, bool Roomy>
+template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE __m128i mixChannels(const unsigned char* upper, const unsigned char* lower,
                                       MixWeight weightX, MixWeight weightY) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i columns = _mm_set1_epi32(static_cast<std::int32_t>(weightX));
     const __m128i lines = _mm_set1_epi32(static_cast<std::int32_t>(weightY));
     // Each byte beside the one below it: first those of the left pixel, then those of the right one.
-    const __m128i bytes = _mm_unpacklo_epi8(loadTwo<Bits, Roomy>(upper), loadTwo<Bits, Roomy>(lower));
-    const __m128i rightBytes = _mm_srli_si128(bytes, Bits / 4);
+    const __m128i bytes = _mm_unpacklo_epi8(loadTwo<Depth, Roomy>(upper), loadTwo<Depth, Roomy>(lower));
+    const __m128i rightBytes = _mm_srli_si128(bytes, Depth::kBits / 4);
     const __m128i left = _mm_madd_epi16(_mm_unpacklo_epi8(bytes, zero), lines);
     const __m128i right = _mm_madd_epi16(_mm_unpacklo_epi8(rightBytes, zero), lines);
     // The multiplication is signed, so 2^15 is subtracted from the unsigned 16-bit sums before it. The
@@ -79,12 +79,12 @@ DIB_ALWAYS_INLINE __m128i mixChannels(const unsigned char* upper, const unsigned
     return _mm_srli_epi32(sums, 16);
 }
 
-template <int Bits, bool Roomy>
+template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE void mixRun(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
                               int count, std::uint32_t* colors) {
     const auto channels = [&](int i) {
         const unsigned char* upper = top + taps.offset[i];
-        return mixChannels<Bits, Roomy>(upper, upper + rowStep, taps.weightX[i], taps.weightY[i]);
+        return mixChannels<Depth, Roomy>(upper, upper + rowStep, taps.weightX[i], taps.weightY[i]);
     };
     int i = 0;
     for (; i + 4 <= count; i += 4) {
@@ -100,10 +100,10 @@ DIB_ALWAYS_INLINE void mixRun(const unsigned char* top, std::ptrdiff_t rowStep, 
 
 #else
 
-template <int Bits, bool Roomy>
+template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE void mixRun(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
                               int count, std::uint32_t* colors) {
-    mixRunPlain<Bits>(top, rowStep, taps, count, colors);
+    mixRunPlain<Depth>(top, rowStep, taps, count, colors);
 }
 
 #endif

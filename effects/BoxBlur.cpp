@@ -22,14 +22,14 @@ static_assert((2 * kShortRadius + 1) * 255 <= INT16_MAX);
 
 template <class Column>
 DIB_ALWAYS_INLINE void addTimes(Column* __restrict sums, const unsigned char* __restrict row,
-                                std::size_t count, std::uint32_t times) {
-    for (std::size_t i = 0; i < count; ++i) sums[i] = static_cast<Column>(sums[i] + row[i] * times);
+                                std::ptrdiff_t count, std::uint32_t times) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] = static_cast<Column>(sums[i] + row[i] * times);
 }
 
 template <class Column>
 DIB_ALWAYS_INLINE void exchange(Column* __restrict sums, const unsigned char* __restrict entering,
-                                const unsigned char* __restrict leaving, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+                                const unsigned char* __restrict leaving, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
         sums[i] = static_cast<Column>(sums[i] + static_cast<Column>(entering[i] - leaving[i]));
     }
 }
@@ -52,28 +52,28 @@ DIB_ALWAYS_INLINE std::uint32_t change(std::uint32_t entering, std::uint32_t lea
 }
 
 // Pixels of a row that are summed and divided at a time; their sums stay in the first-level cache.
-constexpr std::size_t kBlock = 256;
+constexpr std::ptrdiff_t kBlock = 256;
 // Three channels are stored as four lanes, the last of which the next pixel overwrites; single channels in
 // fours.
-constexpr std::size_t kSlack = 4;
+constexpr std::ptrdiff_t kSlack = 4;
 
 using Block = std::array<std::uint32_t, kBlock * 4 + kSlack>;
 
 // The sums of `width` windows along a row of column sums. `sum` is that of the first window, afterwards that
 // of the window after the last.
 template <int Channels, class Column>
-DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t window, std::size_t width,
+DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::ptrdiff_t window, std::ptrdiff_t width,
                              std::uint32_t* __restrict sum, std::uint32_t* __restrict sums) {
     // All differences first, so that a pixel waits for the one before it by a single addition. The sums
     // overwrite the differences: a second array would suffer 4 KiB store-to-load aliasing.
     const Column* const entering = columns + window * Channels;
-    for (std::size_t i = 0; i < width * Channels; ++i) {
+    for (std::ptrdiff_t i = 0; i < width * Channels; ++i) {
         sums[i] = change(entering[i], columns[i]);
     }
     Lanes lanes = load(sum);
     if constexpr (Channels > 1) {
         Lanes step = load(sums);
-        for (std::size_t x = 0; x < width; ++x) {
+        for (std::ptrdiff_t x = 0; x < width; ++x) {
             const Lanes next = load(sums + (x + 1) * Channels);
             std::memcpy(sums + x * Channels, &lanes, sizeof lanes);
             lanes += step;
@@ -84,7 +84,7 @@ DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t windo
         // Four windows of one channel at once: the differences up to each, plus the sum before them.
         const Lanes none{};
         Lanes before = none + sum[0];
-        for (std::size_t x = 0; x < width; x += 4) {
+        for (std::ptrdiff_t x = 0; x < width; x += 4) {
             const Lanes steps = load(sums + x);
             const Lanes pairs = steps + __builtin_shufflevector(none, steps, 3, 4, 5, 6);
             const Lanes upTo = pairs + __builtin_shufflevector(none, pairs, 2, 3, 4, 5);
@@ -97,12 +97,12 @@ DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::size_t windo
 }
 
 DIB_ALWAYS_INLINE void splitWords(const unsigned char* __restrict words, unsigned char* __restrict channels,
-                                  std::size_t width) {
-    for (std::size_t x = 0; x < width; ++x) {
-        const auto value = static_cast<unsigned>(words[2 * x] | (words[2 * x + 1] << 8));
-        channels[3 * x] = static_cast<unsigned char>(value & 31U);
-        channels[3 * x + 1] = static_cast<unsigned char>((value >> 5) & 31U);
-        channels[3 * x + 2] = static_cast<unsigned char>((value >> 10) & 31U);
+                                  std::ptrdiff_t width) {
+    for (std::ptrdiff_t x = 0; x < width; ++x) {
+        const auto [blue, green, red] = dib::Depth16::split(dib::Depth16::get(words, x));
+        dib::Depth8::put(channels, 3 * x, blue);
+        dib::Depth8::put(channels, 3 * x + 1, green);
+        dib::Depth8::put(channels, 3 * x + 2, red);
     }
 }
 
@@ -115,17 +115,16 @@ public:
         if (image.width == 0) return true;
         across_ = {dib::axisX(image, flags_), radius_};
         down_ = {dib::axisY(image, flags_), radius_};
-        width_ = static_cast<std::size_t>(image.width);
-        channels_ = static_cast<std::size_t>(dib::channelsOf(image));
-        const std::size_t samples = width_ * channels_;
-        padding_ = static_cast<std::size_t>(across_.reach()) * channels_;
+        width_ = image.width;
+        channels_ = dib::channelsOf(image);
+        const std::ptrdiff_t samples = width_ * channels_;
+        padding_ = std::ptrdiff_t{across_.reach()} * channels_;
         // One column more than the windows need enters after the last pixel.
         columns_ = dib::allocateZeroed<Column>(samples + 2 * padding_ + channels_ + kSlack);
         firstVisits_ = dib::allocateArray<std::uint32_t>(width_);
         if (image.bitCount == 16) split_ = dib::allocateArray<unsigned char>(2 * samples);
         if (!columns_ || !firstVisits_ || (image.bitCount == 16 && !split_)) return false;
-        for (int x = 0; x < image.width; ++x)
-            firstVisits_[static_cast<std::size_t>(x)] = across_.visitsOf(0, x);
+        for (int x = 0; x < image.width; ++x) firstVisits_[x] = across_.visitsOf(0, x);
         // A row leaves the square one step after the last row that needs it. Wrapped rows enter once more.
         return source_.prepare(image, down_.reach() + 1, down_.axis().wrap ? down_.reach() : 0);
     }
@@ -133,18 +132,18 @@ public:
     template <class Depth>
     void row(unsigned char* out, int y) {
         if (width_ == 0) return;
-        constexpr std::size_t kChannels = Depth::kChannels;
+        constexpr std::ptrdiff_t kChannels = Depth::kChannels;
         moveColumnsTo<Depth>(y);
         source_.keepNext();
         across_.axis().pad(middle(), across_.reach(), across_.reach(), Depth::kChannels);
         std::uint32_t sum[4] = {};
         sumFirstWindow(sum);
-        const std::size_t window = 2 * static_cast<std::size_t>(across_.reach()) + 1;
-        for (std::size_t x = 0; x < width_; x += kBlock) {
+        const std::ptrdiff_t window = 2 * std::ptrdiff_t{across_.reach()} + 1;
+        for (std::ptrdiff_t x = 0; x < width_; x += kBlock) {
             Block sums;
-            const std::size_t count = std::min(kBlock, width_ - x);
-            dib::runKernel<slide<Depth::kChannels, Column>>(
-                static_cast<const Column*>(columns_.get() + x * kChannels), window, count, +sum, sums.data());
+            const std::ptrdiff_t count = std::min(kBlock, width_ - x);
+            dib::runKernel<slide<Depth::kChannels, Column>>(columns_.get() + x * kChannels, window, count,
+                                                            +sum, sums.data());
             if constexpr (Depth::kBits == 16) {
                 putWords(sums.data(), out + 2 * x, count);
             } else {
@@ -158,7 +157,7 @@ private:
 
     // The channels of a source row as bytes. Words are split into one of two buffers.
     template <class Depth>
-    const unsigned char* channelsOfRow(int y, std::size_t buffer) {
+    const unsigned char* channelsOfRow(int y, std::ptrdiff_t buffer) {
         const unsigned char* row = source_.row(y);
         if constexpr (Depth::kBits != 16) return row;
         unsigned char* channels = split_.get() + buffer * width_ * 3;
@@ -168,7 +167,7 @@ private:
 
     template <class Depth>
     void moveColumnsTo(int y) {
-        const std::size_t samples = width_ * channels_;
+        const std::ptrdiff_t samples = width_ * channels_;
         const dib::EdgeAxis& axis = down_.axis();
         if (y > 0) {
             const unsigned char* entering = channelsOfRow<Depth>(axis.at(std::int64_t{y} + down_.reach()), 0);
@@ -186,17 +185,17 @@ private:
 
     void sumFirstWindow(std::uint32_t* first) {
         const Column* column = middle();
-        const std::size_t end = across_.axis().wrap ? width_ : static_cast<std::size_t>(across_.count(0));
-        for (std::size_t x = 0; x < end; ++x) {
-            for (std::size_t c = 0; c < channels_; ++c) first[c] += firstVisits_[x] * *column++;
+        const std::ptrdiff_t end = across_.axis().wrap ? width_ : across_.count(0);
+        for (std::ptrdiff_t x = 0; x < end; ++x) {
+            for (std::ptrdiff_t c = 0; c < channels_; ++c) first[c] += firstVisits_[x] * *column++;
         }
     }
 
-    void putWords(const std::uint32_t* sum, unsigned char* out, std::size_t count) {
-        for (std::size_t x = 0; x < count; ++x, sum += 3) {
+    void putWords(const std::uint32_t* sum, unsigned char* out, std::ptrdiff_t count) {
+        for (std::ptrdiff_t x = 0; x < count; ++x, sum += 3) {
             const std::uint32_t word = mean_.of(sum[2]) * 1024 + mean_.of(sum[1]) * 32 + mean_.of(sum[0]);
             // Bit 15 is never set, even where sums of huge squares have wrapped.
-            dib::Depth16::put(out, static_cast<std::ptrdiff_t>(x), word & 0x7FFFU);
+            dib::Depth16::put(out, x, word & 0x7FFFU);
         }
     }
 
@@ -206,9 +205,9 @@ private:
     dib::RollingCopy source_;
     dib::EdgeWindow across_;
     dib::EdgeWindow down_;
-    std::size_t width_ = 0;
-    std::size_t channels_ = 0;
-    std::size_t padding_ = 0;                    // samples before the row, and after it
+    std::ptrdiff_t width_ = 0;
+    std::ptrdiff_t channels_ = 0;
+    std::ptrdiff_t padding_ = 0;                 // samples before the row, and after it
     dib::MallocPtr<Column> columns_;             // sums down the square, padded
     dib::MallocPtr<std::uint32_t> firstVisits_;  // by column, how often the first window reads it
     dib::MallocPtr<unsigned char> split_;        // two rows of words as bytes

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "dib/Depths.h"
 #include "dib/Kernels.h"
 
 namespace dib {
@@ -19,8 +20,8 @@ constexpr int kPlainRadius = 1450;
 
 template <class Real>
 DIB_ALWAYS_INLINE void multiply(const std::uint32_t* __restrict sums, unsigned char* __restrict out,
-                                std::size_t count, Real reciprocal) {
-    for (std::size_t i = 0; i < count; ++i) {
+                                std::ptrdiff_t count, Real reciprocal) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
         const Real quotient = static_cast<Real>(static_cast<std::int32_t>(sums[i])) * reciprocal;
         out[i] = static_cast<unsigned char>(static_cast<std::int32_t>(quotient));
     }
@@ -36,15 +37,14 @@ BoxMean::BoxMean(int radius) {
     static_assert((2 * kPlainRadius + 1) * (2 * kPlainRadius + 1) <= kPlainDivisors);
 }
 
-void BoxMean::ofSums(const std::uint32_t* sums, unsigned char* out, std::size_t count) const {
+void BoxMean::ofSums(const std::uint32_t* sums, unsigned char* out, std::ptrdiff_t count) const {
     if (mayWrap_) {
-        for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(of(sums[i]));
+        for (std::ptrdiff_t i = 0; i < count; ++i) Depth8::put(out, i, of(sums[i]));
     } else if (divisor_ < kFloatDivisors) {
         runWidestKernel<multiply<float>>(sums, out, count,
                                          std::nextafter(1.0F / static_cast<float>(divisor_), 1.0F));
     } else {
-        runWidestKernel<multiply<double>>(sums, out, count,
-                                          std::nextafter(1.0 / static_cast<double>(divisor_), 1.0));
+        runWidestKernel<multiply<double>>(sums, out, count, std::nextafter(1.0 / divisor_, 1.0));
     }
 }
 

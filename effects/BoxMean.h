@@ -17,7 +17,7 @@ public:
         return static_cast<std::uint32_t>(std::int64_t{static_cast<std::int32_t>(sum)} / divisor_);
     }
     // The same for a row of sums, low bytes.
-    void ofSums(const std::uint32_t* sums, unsigned char* out, std::size_t count) const;
+    void ofSums(const std::uint32_t* sums, unsigned char* out, std::ptrdiff_t count) const;
 
     std::int32_t divisor() const { return divisor_; }
 

@@ -22,10 +22,10 @@ enum Mode : unsigned int { kStretch = 0, kTile = 1 };
 // The second image's share in 255ths. Only the low byte of the rounded number counts, so opacities above 1
 // start over. Numbers beyond an int end at its limits, NaN is 0.
 unsigned int weightOf(float opacity) {
-    const double rounded = static_cast<double>(opacity * 255.0F) + 0.5;
+    const double rounded = opacity * 255.0F + 0.5;
     if (std::isnan(rounded) || rounded <= -2147483648.0) return 0;
     if (rounded >= 2147483647.0) return 255;
-    return static_cast<unsigned int>(static_cast<int>(rounded)) & 255U;
+    return static_cast<int>(rounded) & 255;
 }
 
 // The weights total 255, but the sum is divided by 256: callers rely on white becoming 254.
@@ -43,8 +43,8 @@ DIB_ALWAYS_INLINE std::uint16_t blendPair(std::uint16_t old, std::uint16_t other
 
 // Blends runs that do not overlap; `count` is even.
 DIB_ALWAYS_INLINE void blendPairs(unsigned char* __restrict bytes, const unsigned char* __restrict other,
-                                  std::size_t count, unsigned int weight) {
-    for (std::size_t i = 0; i < count / 2; ++i) {
+                                  std::ptrdiff_t count, unsigned int weight) {
+    for (std::ptrdiff_t i = 0; i < count / 2; ++i) {
         std::uint16_t pair;
         std::uint16_t otherPair;
         std::memcpy(&pair, bytes + 2 * i, 2);
@@ -55,12 +55,12 @@ DIB_ALWAYS_INLINE void blendPairs(unsigned char* __restrict bytes, const unsigne
 }
 
 // Prefetch one block, 1 KiB ahead (12 % faster on large pictures).
-constexpr std::size_t kAhead = 1024;
-constexpr std::size_t kBlock = 256;
+constexpr std::ptrdiff_t kAhead = 1024;
+constexpr std::ptrdiff_t kBlock = 256;
 
 DIB_ALWAYS_INLINE void prefetch(const unsigned char* bytes, const unsigned char* other) {
-    constexpr std::size_t kLine = 64;
-    for (std::size_t i = 0; i < kBlock; i += kLine) {
+    constexpr std::ptrdiff_t kLine = 64;
+    for (std::ptrdiff_t i = 0; i < kBlock; i += kLine) {
         __builtin_prefetch(bytes + i, 1);
         __builtin_prefetch(other + i);
     }
@@ -68,21 +68,21 @@ DIB_ALWAYS_INLINE void prefetch(const unsigned char* bytes, const unsigned char*
 
 // Images may share pixels; an image can even be blended into itself. Overlapping runs are blended byte by
 // byte.
-DIB_ALWAYS_INLINE void blendRun(unsigned char* bytes, const unsigned char* other, std::size_t count,
+DIB_ALWAYS_INLINE void blendRun(unsigned char* bytes, const unsigned char* other, std::ptrdiff_t count,
                                 unsigned int weight) {
     const bool apart = std::less_equal<>()(bytes + count, other) || std::less_equal<>()(other + count, bytes);
-    const std::size_t paired = apart ? count & ~std::size_t{1} : 0;
-    for (std::size_t done = 0; done < paired; done += kBlock) {
+    const std::ptrdiff_t paired = apart ? count & ~std::ptrdiff_t{1} : 0;
+    for (std::ptrdiff_t done = 0; done < paired; done += kBlock) {
         prefetch(bytes + done + kAhead, other + done + kAhead);
         blendPairs(bytes + done, other + done, std::min(kBlock, paired - done), weight);
     }
-    for (std::size_t i = paired; i < count; ++i) bytes[i] = blend(bytes[i], other[i], weight);
+    for (std::ptrdiff_t i = paired; i < count; ++i) bytes[i] = blend(bytes[i], other[i], weight);
 }
 
 // Blends one row. The other row repeats if it is shorter.
-DIB_ALWAYS_INLINE void blendRow(unsigned char* row, std::size_t rowBytes, const unsigned char* other,
-                                std::size_t otherBytes, unsigned int weight) {
-    for (std::size_t first = 0; first < rowBytes; first += otherBytes) {
+DIB_ALWAYS_INLINE void blendRow(unsigned char* row, std::ptrdiff_t rowBytes, const unsigned char* other,
+                                std::ptrdiff_t otherBytes, unsigned int weight) {
+    for (std::ptrdiff_t first = 0; first < rowBytes; first += otherBytes) {
         blendRun(row + first, other, std::min(otherBytes, rowBytes - first), weight);
     }
 }

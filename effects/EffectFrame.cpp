@@ -5,10 +5,10 @@ namespace dib {
 RowTable initRow(DibStream& image) {
     const std::int64_t rows = image.Header != nullptr ? rowCount(image.Header->biHeight) : 0;
     // One entry more, so that an image without rows still differs from a failed allocation.
-    RowTable table = allocateArray<unsigned char*>(static_cast<std::size_t>(rows) + 1);
+    RowTable table = allocateArray<unsigned char*>(std::ptrdiff_t{rows} + 1);
     if (table == nullptr) return nullptr;
     for (std::int64_t y = 0; y < rows; ++y) {
-        table[static_cast<std::size_t>(y)] = image.ScanLine(static_cast<int>(y));
+        table[y] = image.ScanLine(static_cast<int>(y));
     }
     return table;
 }

@@ -68,7 +68,7 @@ public:
     bool ready() const { return rows_ != nullptr; }
 
     DibStream& image() const { return *copy_; }
-    const unsigned char* row(std::ptrdiff_t y) const { return rows_[static_cast<std::size_t>(y)]; }
+    const unsigned char* row(std::ptrdiff_t y) const { return rows_[y]; }
     const unsigned char* const* rows() const { return rows_.get(); }
 
 private:

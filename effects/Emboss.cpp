@@ -6,8 +6,8 @@
 namespace {
 
 DIB_ALWAYS_INLINE void shade(const std::uint32_t* __restrict sums, std::uint32_t* __restrict channels,
-                             float scale, float highest, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+                             float scale, float highest, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float value = static_cast<float>(static_cast<std::int32_t>(sums[i])) * scale + (highest * 0.5F);
         // Written so that NaN becomes 0.
         const float positive = value > 0.0F ? value : 0.0F;
@@ -25,7 +25,7 @@ public:
           flags_(flags) {}
 
     bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {
-        channels_ = dib::allocateArray<std::uint32_t>(static_cast<std::size_t>(image.width) * 4 + 1);
+        channels_ = dib::allocateArray<std::uint32_t>(std::ptrdiff_t{image.width} * 4 + 1);
         return channels_ != nullptr && taps_.prepare(copy, image, flags_);
     }
 
@@ -40,7 +40,7 @@ public:
         }
         // Middle grey is half of an odd number: 127.5, or 15.5 for the fields of 16 bits.
         constexpr float kHighest = Depth::kBits == 16 ? 31.0F : 255.0F;
-        const std::size_t count = taps_.count<Depth>();
+        const std::ptrdiff_t count = taps_.count<Depth>();
         dib::runKernel<shade>(taps_.sums(), channels_.get(), scale_, kHighest, count);
         const std::uint32_t* from = channels_.get();
         const int width = taps_.width();

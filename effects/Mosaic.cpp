@@ -1,6 +1,5 @@
 // Mosaic: for each row of blocks one row of pixels is painted and copied over the rows of these blocks.
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "dib/Kernels.h"
@@ -11,21 +10,23 @@ namespace {
 using dib::Raster;
 
 // Rows of bytes whose column sums fit 16 bits.
-constexpr int kRowsPerSum = 65535 / 255;
+constexpr std::ptrdiff_t kRowsPerSum = 65535 / 255;
 
-struct Blocks {
-    int side;      // no larger than the picture
-    int firstRow;  // of the current row of blocks
-    int rows;      // of the current row of blocks
+// The rows of the picture in one row of blocks.
+struct BlockRow {
+    std::ptrdiff_t firstRow;
+    std::ptrdiff_t rows;
 };
 
 // The colours of one row of blocks are the first pixels of the blocks.
 template <class Depth>
 class FirstPixels {
 public:
-    bool prepare(const Raster&, int) { return true; }
-    void read(const Raster& raster, const Blocks& blocks) { row_ = raster.row(blocks.firstRow); }
-    std::uint32_t color(int firstColumn, int) const { return Depth::get(row_, firstColumn); }
+    bool prepare(const Raster&, std::ptrdiff_t) { return true; }
+    void read(const Raster& raster, const BlockRow& blocks) { row_ = raster.row(blocks.firstRow); }
+    std::uint32_t color(std::ptrdiff_t firstColumn, std::ptrdiff_t) const {
+        return Depth::get(row_, firstColumn);
+    }
 
 private:
     const unsigned char* row_ = nullptr;
@@ -33,14 +34,16 @@ private:
 
 template <class Depth>
 DIB_ALWAYS_INLINE void addToColumns(const unsigned char* __restrict row, std::uint16_t* __restrict sums,
-                                    std::size_t width) {
+                                    std::ptrdiff_t width) {
     if constexpr (Depth::kBits == 16) {
-        for (std::size_t x = 0; x < width; ++x) {
-            const auto channels = Depth::split(Depth::get(row, static_cast<std::ptrdiff_t>(x)));
-            for (std::size_t c = 0; c < 3; ++c) sums[3 * x + c] += static_cast<std::uint16_t>(channels[c]);
+        for (std::ptrdiff_t x = 0; x < width; ++x) {
+            const auto [blue, green, red] = Depth::split(Depth::get(row, x));
+            sums[3 * x] += static_cast<std::uint16_t>(blue);
+            sums[3 * x + 1] += static_cast<std::uint16_t>(green);
+            sums[3 * x + 2] += static_cast<std::uint16_t>(red);
         }
     } else {
-        for (std::size_t i = 0; i < width * Depth::kChannels; ++i)
+        for (std::ptrdiff_t i = 0; i < width * Depth::kChannels; ++i)
             sums[i] = static_cast<std::uint16_t>(sums[i] + row[i]);
     }
 }
@@ -55,80 +58,78 @@ DIB_ALWAYS_INLINE std::uint32_t quotient(std::int64_t sum, std::int64_t count) {
 template <class Depth>
 class Averages {
 public:
-    bool prepare(const Raster& raster, int side) {
-        width_ = static_cast<std::size_t>(raster.width);
-        side_ = static_cast<std::size_t>(side);
+    bool prepare(const Raster& raster, std::ptrdiff_t side) {
+        width_ = raster.width;
+        side_ = side;
         columns_ = dib::allocateArray<std::uint16_t>(width_ * kChannels);
         sums_ = dib::allocateArray<std::int64_t>((width_ / side_ + 1) * kChannels);
         return columns_ != nullptr && sums_ != nullptr;
     }
 
-    void read(const Raster& raster, const Blocks& blocks) {
+    void read(const Raster& raster, const BlockRow& blocks) {
         rows_ = blocks.rows;
         std::fill_n(sums_.get(), (width_ / side_ + 1) * kChannels, 0);
-        for (int done = 0; done < blocks.rows; done += kRowsPerSum) {
-            const int rows = std::min(blocks.rows - done, kRowsPerSum);
+        for (std::ptrdiff_t done = 0; done < blocks.rows; done += kRowsPerSum) {
+            const std::ptrdiff_t rows = std::min(blocks.rows - done, kRowsPerSum);
             std::fill_n(columns_.get(), width_ * kChannels, 0);
-            for (int y = 0; y < rows; ++y) {
+            for (std::ptrdiff_t y = 0; y < rows; ++y) {
                 const unsigned char* row = raster.row(blocks.firstRow + done + y);
                 dib::runKernel<addToColumns<Depth>>(row, columns_.get(), width_);
             }
-            for (std::size_t x = 0, block = 0; x < width_; x += side_, ++block) {
-                const std::size_t end = std::min(x + side_, width_);
-                std::array<std::int64_t, kChannels> sum{};
-                for (std::size_t column = x; column < end; ++column) {
-                    for (std::size_t c = 0; c < kChannels; ++c) sum[c] += columns_[column * kChannels + c];
+            for (std::ptrdiff_t x = 0, block = 0; x < width_; x += side_, ++block) {
+                const std::ptrdiff_t end = std::min(x + side_, width_);
+                std::int64_t sum[kChannels] = {};
+                for (std::ptrdiff_t column = x; column < end; ++column) {
+                    for (std::ptrdiff_t c = 0; c < kChannels; ++c) sum[c] += columns_[column * kChannels + c];
                 }
-                for (std::size_t c = 0; c < kChannels; ++c) sums_[block * kChannels + c] += sum[c];
+                for (std::ptrdiff_t c = 0; c < kChannels; ++c) sums_[block * kChannels + c] += sum[c];
             }
         }
     }
 
-    std::uint32_t color(int firstColumn, int columns) const {
-        const std::int64_t* sums = &sums_[static_cast<std::size_t>(firstColumn) / side_ * kChannels];
+    std::uint32_t color(std::ptrdiff_t firstColumn, std::ptrdiff_t columns) const {
+        const std::int64_t* sums = &sums_[firstColumn / side_ * kChannels];
         const std::int64_t count = rows_ * columns;
         dib::Channels<Depth::kChannels> average;
-        for (std::size_t c = 0; c < kChannels; ++c) average[c] = quotient(sums[c], count);
+        for (std::uint32_t& channel : average) channel = quotient(*sums++, count);
         return Depth::join(average);
     }
 
 private:
-    static constexpr std::size_t kChannels = Depth::kChannels;
+    static constexpr std::ptrdiff_t kChannels = Depth::kChannels;
     dib::MallocPtr<std::uint16_t> columns_;  // sums of the columns of some rows
     dib::MallocPtr<std::int64_t> sums_;      // sums of the blocks
-    std::size_t width_ = 0;
-    std::size_t side_ = 1;
+    std::ptrdiff_t width_ = 0;
+    std::ptrdiff_t side_ = 1;
     std::int64_t rows_ = 0;
 };
 
 // Overwrites the pixels of a row and leaves the row's fill bits as they are.
 void replacePixels(unsigned char* row, const unsigned char* from, const Raster& raster) {
-    const std::size_t bits =
-        static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.bitCount);
-    std::memcpy(row, from, bits / 8);
+    const std::ptrdiff_t bits = std::ptrdiff_t{raster.width} * raster.bitCount;
+    std::copy_n(from, bits / 8, row);
     if (bits % 8 == 0) return;
     const unsigned fill = 255U >> (bits % 8);
     row[bits / 8] = static_cast<unsigned char>((row[bits / 8] & fill) | (from[bits / 8] & ~fill));
 }
 
 template <class Depth, class Colors>
-bool paintBlocks(const dib::Progress& progress, const Raster& raster, int side) {
+bool paintBlocks(const dib::Progress& progress, const Raster& raster, std::ptrdiff_t side) {
     Colors colors;
     auto painted = dib::allocateArray<unsigned char>(raster.rowBytes + 1);
     if (painted == nullptr || !colors.prepare(raster, side)) return false;
 
-    for (std::int64_t y = 0; y < raster.height; y += side) {
-        const int firstRow = static_cast<int>(y);
-        const Blocks blocks{side, firstRow, std::min(side, raster.height - firstRow)};
+    for (std::ptrdiff_t y = 0; y < raster.height; y += side) {
+        const BlockRow blocks{y, std::min(side, raster.height - y)};
         colors.read(raster, blocks);
         if (dib::kIsPacked<Depth>) std::memset(painted.get(), 0, raster.rowBytes);
-        for (std::int64_t x = 0; x < raster.width; x += side) {
-            const auto end = std::min<std::int64_t>(x + side, raster.width);
-            const std::uint32_t color = colors.color(static_cast<int>(x), static_cast<int>(end - x));
-            for (std::int64_t column = x; column < end; ++column) Depth::put(painted.get(), column, color);
+        for (std::ptrdiff_t x = 0; x < raster.width; x += side) {
+            const std::ptrdiff_t end = std::min<std::ptrdiff_t>(x + side, raster.width);
+            const std::uint32_t color = colors.color(x, end - x);
+            for (std::ptrdiff_t column = x; column < end; ++column) Depth::put(painted.get(), column, color);
         }
-        for (int row = 0; row < blocks.rows; ++row) {
-            replacePixels(raster.row(firstRow + row), painted.get(), raster);
+        for (std::ptrdiff_t row = 0; row < blocks.rows; ++row) {
+            replacePixels(raster.row(y + row), painted.get(), raster);
         }
         if (!progress.report(y + 1, raster.height)) return false;
     }

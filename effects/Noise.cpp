@@ -79,7 +79,7 @@ void changeRow(unsigned char* row, int width, const Draw& draw, const Change& ch
     for (int x = 0; x < width; x += kRun) {
         const int count = std::min(width - x, kRun);
         std::generate_n(draws, count, draw);
-        change(row + std::ptrdiff_t{x} * (Depth::kBits / 8), static_cast<const int*>(draws), count);
+        change(row + std::ptrdiff_t{x} * (Depth::kBits / 8), draws, count);
     }
 }
 

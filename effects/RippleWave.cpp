@@ -48,7 +48,7 @@ struct Wave {
 
     DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
         const float centerX = dib::middleOf(row.width);
-        const float dy = static_cast<float>(row.y) - dib::middleOf(row.height);
+        const float dy = row.y - dib::middleOf(row.height);
         const float cosineDy = cosine * dy;
         const float dySquared = dy * dy;
         for (int x = 0; x < row.width; ++x) {
@@ -59,7 +59,7 @@ struct Wave {
         for (int x = 0; x < row.width; ++x) {
             const float shift = row.sourceX[x];
             row.sourceX[x] = static_cast<float>(x) - sine * shift;
-            row.sourceY[x] = shift * cosine + static_cast<float>(row.y);
+            row.sourceY[x] = shift * cosine + row.y;
         }
     }
 };

@@ -2,8 +2,8 @@
 #ifndef EFFECTS_ROLLING_COPY_H
 #define EFFECTS_ROLLING_COPY_H
 
+#include <algorithm>
 #include <cstddef>
-#include <cstring>
 
 #include "dib/Memory.h"
 #include "effects/EffectFrame.h"
@@ -21,8 +21,7 @@ public:
         const std::int64_t slots = std::int64_t{above} + first;
         first_ = slots < image.height ? first : 0;
         ring_ = slots < image.height ? above : image.height;
-        slots_ =
-            allocateArray<unsigned char>(static_cast<std::size_t>(first_ + ring_) * image.pixelBytes() + 1);
+        slots_ = allocateArray<unsigned char>(std::ptrdiff_t{first_ + ring_} * image.pixelBytes() + 1);
         return slots_ != nullptr;
     }
 
@@ -31,14 +30,14 @@ public:
     // Copies the next row, which is about to be overwritten.
     void keepNext() {
         if (written_ < first_ || ring_ != 0)
-            std::memcpy(slot(written_), image_.row(written_), image_.pixelBytes());
+            std::copy_n(image_.row(written_), image_.pixelBytes(), slot(written_));
         ++written_;
     }
 
 private:
     unsigned char* slot(int y) const {
         const int at = y < first_ ? y : first_ + (y - first_) % ring_;
-        return slots_.get() + static_cast<std::size_t>(at) * image_.pixelBytes();
+        return slots_.get() + std::ptrdiff_t{at} * image_.pixelBytes();
     }
 
     Raster image_;

@@ -11,7 +11,7 @@ struct Rotation {
     DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
         const float centerX = dib::middleOf(row.width);
         const float centerY = dib::middleOf(row.height);
-        const float dy = static_cast<float>(row.y) - centerY;
+        const float dy = row.y - centerY;
         const float sineDy = sine * dy;
         const float cosineDy = dy * cosine;
         for (int x = 0; x < row.width; ++x) {

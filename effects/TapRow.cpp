@@ -15,13 +15,15 @@ constexpr int kWidestRow = 1 << 22;
 
 template <class Depth>
 DIB_ALWAYS_INLINE void addShifted(const unsigned char* __restrict row, std::uint32_t* __restrict sums,
-                                  std::uint32_t weight, std::size_t count) {
+                                  std::uint32_t weight, std::ptrdiff_t count) {
     if constexpr (Depth::kBits == 8) {
-        for (std::size_t x = 0; x < count; ++x) sums[x] += weight * row[x];
+        for (std::ptrdiff_t x = 0; x < count; ++x) sums[x] += weight * row[x];
     } else {
-        for (std::size_t x = 0; x < count; ++x) {
-            const auto channels = Depth16::split(Depth16::get(row, static_cast<std::ptrdiff_t>(x)));
-            for (std::size_t c = 0; c < 3; ++c) sums[3 * x + c] += weight * channels[c];
+        for (std::ptrdiff_t x = 0; x < count; ++x) {
+            const auto [blue, green, red] = Depth16::split(Depth16::get(row, x));
+            sums[3 * x] += weight * blue;
+            sums[3 * x + 1] += weight * green;
+            sums[3 * x + 2] += weight * red;
         }
     }
 }
@@ -35,11 +37,11 @@ struct TapMix {
 
 template <class Depth>
 DIB_ALWAYS_INLINE void addMixed(const unsigned char* __restrict upper, const unsigned char* __restrict lower,
-                                std::uint32_t* __restrict sums, TapMix mix, std::size_t count) {
+                                std::uint32_t* __restrict sums, TapMix mix, std::ptrdiff_t count) {
     constexpr int kStep = Depth::kChannels;
     const auto right = static_cast<std::uint16_t>(mix.right);
     const auto left = static_cast<std::uint16_t>(256 - mix.right);
-    for (std::size_t i = 0; i < count * kStep; ++i) {
+    for (std::ptrdiff_t i = 0; i < count * kStep; ++i) {
         const auto above = static_cast<std::uint16_t>(upper[i] * left + upper[i + kStep] * right);
         const auto below = static_cast<std::uint16_t>(lower[i] * left + lower[i + kStep] * right);
         sums[i] += mix.weight * ((above * (256U - mix.lower) + below * mix.lower) >> 16);
@@ -49,8 +51,8 @@ DIB_ALWAYS_INLINE void addMixed(const unsigned char* __restrict upper, const uns
 // Samples exactly on the pixels.
 template <class Depth>
 DIB_ALWAYS_INLINE void addWhole(const unsigned char* __restrict row, std::uint32_t* __restrict sums,
-                                std::uint32_t weight, std::size_t count) {
-    for (std::size_t i = 0; i < count * Depth::kChannels; ++i) sums[i] += weight * row[i];
+                                std::uint32_t weight, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count * Depth::kChannels; ++i) sums[i] += weight * row[i];
 }
 
 }  // namespace
@@ -62,9 +64,9 @@ void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
     int x = 0;
     // The first pixel whose position is in a run. NaN and far positions never are.
     const float lead = kFirstRun - dx;
-    if (lead > 0.0F) x = lead < static_cast<float>(width) ? static_cast<int>(lead) : width;
+    if (lead > 0.0F) x = lead < source_.widthReal ? static_cast<int>(lead) : width;
     while (x < width && !(positionOf(x) >= kFirstRun)) ++x;
-    const float lastPosition = static_cast<float>(width - 1);
+    const float lastPosition = source_.widthReal - 1.0F;
     if (width > kWidestRow) x = width;
 
     each(0, x);
@@ -72,7 +74,7 @@ void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
         const float position = positionOf(x);
         const float binadeEnd = std::ldexp(1.0F, std::ilogb(position) + 1);
         const float end = std::min(binadeEnd, lastPosition);
-        int last = static_cast<int>(std::min(static_cast<float>(width), std::ceil(end - dx)));
+        int last = static_cast<int>(std::min(source_.widthReal, std::ceil(end - dx)));
         while (last > x + 1 && !(positionOf(last - 1) < end)) --last;
         const auto index = static_cast<int>(position);
         whole(x, std::max(last, x + 1), index - x,
@@ -94,7 +96,7 @@ void TapRow::add(float dx, float dy, std::int32_t weight) {
     const auto whole = [&](int first, int last, int shift, std::uint32_t right) {
         std::uint32_t* sums = sums_.get() + std::ptrdiff_t{first} * kChannels;
         const unsigned char* from = upper + std::ptrdiff_t{first + shift} * (Depth::kBits / 8);
-        const auto count = static_cast<std::size_t>(last - first);
+        const std::ptrdiff_t count = last - first;
         if constexpr (Depth::kBits <= 16) {
             runKernel<addShifted<Depth>>(from, sums, wrapped, count);
         } else {
@@ -114,7 +116,7 @@ void TapRow::add(float dx, float dy, std::int32_t weight) {
     const auto each = [&](int first, int last) {
         std::uint32_t* sums = sums_.get() + std::ptrdiff_t{first} * kChannels;
         for (int x = first; x < last; ++x) {
-            const std::uint32_t color = sample<Depth::kBits>(source_, static_cast<float>(x) + dx, y, flags_);
+            const std::uint32_t color = sample<Depth>(source_, static_cast<float>(x) + dx, y, flags_);
             for (const std::uint32_t channel : Depth::split(color)) *sums++ += wrapped * channel;
         }
     };

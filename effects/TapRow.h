@@ -17,7 +17,7 @@ public:
     bool prepare(const FullCopy& copy, const Raster& image, unsigned int flags) {
         source_ = SampleSource(copy.image());
         flags_ = flags;
-        sums_ = allocateArray<std::uint32_t>(static_cast<std::size_t>(image.width) * 4 + 1);
+        sums_ = allocateArray<std::uint32_t>(std::ptrdiff_t{image.width} * 4 + 1);
         return sums_ != nullptr;
     }
 
@@ -36,8 +36,8 @@ public:
     // The sums, the channels of each pixel side by side.
     const std::uint32_t* sums() const { return sums_.get(); }
     template <class Depth>
-    std::size_t count() const {
-        return static_cast<std::size_t>(source_.width) * Depth::kChannels;
+    std::ptrdiff_t count() const {
+        return std::ptrdiff_t{source_.width} * Depth::kChannels;
     }
     int width() const { return source_.width; }
 

@@ -57,15 +57,15 @@ int wrappedDifference(int a, int b) {
 
 ToneTable gammaTable(int low, int high, float gamma) {
     const int levels = wrappedDifference(high, wrappedDifference(low, 1));
-    const double exponent = 1.0 / static_cast<double>(gamma);
+    const double range = levels;
+    const double exponent = 1.0 / gamma;
     return toneTable([=](int value) -> unsigned char {
         // The limits are compared with the value less `low` once more: black is at 2 low, white at high +
         // low. Curves have been stored with limits that count on it.
         const int d = wrappedDifference(value, low);
         if (d >= high) return 255;
         if (d <= low) return 0;
-        const double share = static_cast<double>(d) / static_cast<double>(levels);
-        const auto power = static_cast<float>(std::pow(share, exponent));
+        const auto power = static_cast<float>(std::pow(d / range, exponent));
         return static_cast<unsigned char>(truncated(power * static_cast<float>(levels) + 0.5F));
     });
 }

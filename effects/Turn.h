@@ -16,7 +16,7 @@ struct Turn {
     // Stores `angleOf(distance from the centre)` of each pixel in sourceX.
     template <class AngleOf>
     DIB_ALWAYS_INLINE void angles(const WarpRow& row, const AngleOf& angleOf) const {
-        const float dy = static_cast<float>(row.y) - centerY;
+        const float dy = row.y - centerY;
         const float dySquared = dy * dy;
         for (int x = 0; x < row.width; ++x) {
             const float dx = static_cast<float>(x) - centerX;
@@ -31,7 +31,7 @@ struct Turn {
             row.sourceX[x] = turn.sine;
             row.sourceY[x] = turn.cosine;
         }
-        const float dy = static_cast<float>(row.y) - centerY;
+        const float dy = row.y - centerY;
         for (int x = 0; x < row.width; ++x) {
             const float dx = static_cast<float>(x) - centerX;
             const float sine = row.sourceX[x];

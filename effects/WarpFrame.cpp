@@ -19,7 +19,7 @@ template <class Depth>
 DIB_ALWAYS_INLINE void sampleEach(const SampleSource& source, unsigned int flags, const WarpRow& row,
                                   unsigned char* out) {
     for (int x = 0; x < row.width; ++x) {
-        Depth::put(out, x, sample<Depth::kBits>(source, row.sourceX[x], row.sourceY[x], flags));
+        Depth::put(out, x, sample<Depth>(source, row.sourceX[x], row.sourceY[x], flags));
     }
 }
 
@@ -52,7 +52,7 @@ DIB_ALWAYS_INLINE void sampleNearest(const SampleSource& source, unsigned int fl
         }
         for (int i = 0; i < count; ++i) {
             const unsigned char* at = source.top + offset[i];
-            Depth::put(out, first + i, readIndexedPixel<Depth::kBits>(at, column[i]));
+            Depth::put(out, first + i, readIndexedPixel<Depth>(at, column[i]));
         }
     }
 }
@@ -81,6 +81,8 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
     // From these positions on there is no next pixel.
     const int lastColumn = source.width - 1;
     const int lastLine = source.height - 1;
+    const auto endX = static_cast<float>(lastColumn);
+    const auto endY = static_cast<float>(lastLine);
     const int rowStep = static_cast<int>(source.rowStep);
     // The upper of the last two rows of the pixel block.
     const int endLine = rowStep < 0 ? 0 : lastLine - 1;
@@ -103,23 +105,22 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
             atEnd |= (column == lastColumn - 1 ? 1 : 0) & (line == endLine ? 1 : 0);
         }
         if (atEnd != 0) {
-            mixRun<kBits, false>(source.top, rowStep, taps, count, color);
+            mixRun<Depth, false>(source.top, rowStep, taps, count, color);
         } else {
-            mixRun<kBits, true>(source.top, rowStep, taps, count, color);
+            mixRun<Depth, true>(source.top, rowStep, taps, count, color);
         }
         // The sampler mixes pixels with those on the opposite side of the picture.
         if (wrapX || wrapY) {
             for (int i = 0; i < count; ++i) {
-                const bool across = (wrapX && x[i] >= static_cast<float>(lastColumn)) ||
-                                    (wrapY && y[i] >= static_cast<float>(lastLine));
-                if (across) color[i] = sample<kBits>(source, x[i], y[i], flags);
+                const bool across = (wrapX && x[i] >= endX) || (wrapY && y[i] >= endY);
+                if (across) color[i] = sample<Depth>(source, x[i], y[i], flags);
             }
         }
         // Red replaces alpha at the clamped right edge, as the sampler has it.
         if (kBits == 32 && !wrapX) {
             for (int i = 0; i < count; ++i) {
-                const bool atRight = x[i] >= static_cast<float>(lastColumn);
-                const bool hasBelow = y[i] < static_cast<float>(lastLine);
+                const bool atRight = x[i] >= endX;
+                const bool hasBelow = y[i] < endY;
                 const std::uint32_t red = color[i] << 8;
                 const std::uint32_t alpha = (atRight & hasBelow) ? red : color[i];
                 color[i] = (color[i] & 0x00FFFFFFU) | (alpha & 0xFF000000U);
@@ -135,10 +136,10 @@ template <class Depth>
 void sampleRow(const SampleSource& source, unsigned int flags, const WarpRow& row, unsigned char* out) {
     const int smaller = std::min(source.width, source.height);
     const int larger = std::max(source.width, source.height);
-    if (larger > kExactSize || (Depth::kBits >= 24 && smaller < 2)) {
+    if (larger > kExactSize || (kMixes<Depth> && smaller < 2)) {
         return runKernel<sampleEach<Depth>>(source, flags, row, out);
     }
-    if constexpr (Depth::kBits >= 24) {
+    if constexpr (kMixes<Depth>) {
         runKernel<sampleMixed<Depth>>(source, flags, row, out);
     } else {
         runKernel<sampleNearest<Depth>>(source, flags, row, out);

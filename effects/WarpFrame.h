@@ -6,7 +6,7 @@
 //         DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
 //             for (int x = 0; x < row.width; ++x) {
 //                 row.sourceX[x] = static_cast<float>(x) - distance;
-//                 row.sourceY[x] = static_cast<float>(row.y);
+//                 row.sourceY[x] = row.y;
 //             }
 //         }
 //     };
@@ -24,7 +24,7 @@ namespace dib {
 struct WarpRow {
     int width;
     int height;
-    int y;
+    float y;
     float* __restrict sourceX;
     float* __restrict sourceY;
 };
@@ -49,14 +49,14 @@ public:
 
     bool prepare(const FullCopy& copy, const Raster& image) {
         source_ = SampleSource(copy.image());
-        positions_ = allocateArray<float>(static_cast<std::size_t>(image.width) * 2 + 1);
+        positions_ = allocateArray<float>(std::ptrdiff_t{image.width} * 2 + 1);
         row_ = {image.width, image.height, 0, positions_.get(), positions_.get() + image.width};
         return positions_ != nullptr;
     }
 
     template <class Depth>
     void row(unsigned char* out, int y) {
-        row_.y = y;
+        row_.y = static_cast<float>(y);
         runKernel<placeRow<Rule>>(rule_, row_);
         sampleRow<Depth>(source_, flags_, row_, out);
     }

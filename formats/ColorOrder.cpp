@@ -42,7 +42,7 @@ DIB_ALWAYS_INLINE void expandToRgbaLoop(const unsigned char* __restrict from, un
 }  // namespace
 
 void swapRedBlue(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const std::size_t done = dib::shuffleBgrToRgb(from, to, pixels);
+    const std::size_t done = dib::runVectors<dib::shuffleBgrToRgb>(from, to, pixels);
     dib::runKernel<swapRedBlueLoop>(from + 3 * done, to + 3 * done, pixels - done);
 }
 
@@ -51,7 +51,7 @@ void swapRedBlue32(const unsigned char* from, unsigned char* to, std::size_t pix
 }
 
 void expandToRgba(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    const std::size_t done = dib::shuffleBgrToRgba(from, to, pixels);
+    const std::size_t done = dib::runVectors<dib::shuffleBgrToRgba>(from, to, pixels);
     dib::runKernel<expandToRgbaLoop>(from + 3 * done, to + 4 * done, pixels - done);
 }
 

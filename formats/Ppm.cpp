@@ -67,7 +67,7 @@ void writeHeader(ByteWriter& file, int width, int height) {
 // Exchanges two rows, and red and blue in each. Both may be the same row.
 void exchangeColors(unsigned char* first, unsigned char* second, std::size_t bytes) {
     const std::size_t pixels = bytes / 3;
-    for (std::size_t i = dib::shuffleAndExchange(first, second, pixels); i < pixels; ++i) {
+    for (std::size_t i = dib::runVectors<dib::shuffleAndExchange>(first, second, pixels); i < pixels; ++i) {
         const DibBGR one = {first[3 * i + 2], first[3 * i + 1], first[3 * i]};
         const DibBGR other = {second[3 * i + 2], second[3 * i + 1], second[3 * i]};
         std::memcpy(second + 3 * i, &one, sizeof one);

@@ -27,48 +27,49 @@ DIB_ALWAYS_INLINE std::int32_t divideExactly(std::int32_t sum, float inverseTota
 class AreaSpans {
 public:
     // Taps that the kernels process at once; `taps` is a multiple.
-    static constexpr std::size_t kGroup = 4;
+    static constexpr int kGroup = 4;
 
-    AreaSpans(std::size_t sourceCount, std::size_t count);
+    AreaSpans(int sourceCount, int count);
 
     // False when memory was short.
     bool ready() const { return firsts_ && weights_ && totals_ && inverses_; }
-    std::size_t count() const { return count_; }
-    std::size_t taps() const { return taps_; }
+    int count() const { return count_; }
+    int taps() const { return taps_; }
     // Whether every total is below kExactTotal.
     bool isExact() const { return isExact_; }
 
-    std::size_t first(std::size_t i) const { return firsts_[i]; }
-    const std::uint16_t* weights(std::size_t i) const { return weights_.get() + i * taps_; }
-    std::uint32_t total(std::size_t i) const { return totals_[i]; }
-    const std::uint32_t* firsts() const { return firsts_.get(); }
+    int first(int i) const { return firsts_[i]; }
+    const std::uint16_t* weights(int i) const { return weights_.get() + std::ptrdiff_t{i} * taps_; }
+    std::uint32_t total(int i) const { return totals_[i]; }
+    const int* firsts() const { return firsts_.get(); }
     const float* inverses() const { return inverses_.get(); }
 
 private:
-    void fillSpan(std::size_t i, std::size_t sourceCount);
+    void fillSpan(int i, int sourceCount);
 
-    std::size_t count_;
-    std::size_t taps_;
+    int count_;
+    int taps_;
     bool isExact_ = true;
-    MallocPtr<std::uint32_t> firsts_;
+    MallocPtr<int> firsts_;
     MallocPtr<std::uint16_t> weights_;
     MallocPtr<std::uint32_t> totals_;
     MallocPtr<float> inverses_;
 };
 
 // Bytes of a row that averageAcross may read after its end, and bytes that it may write after its result.
-inline std::size_t areaReadBytes(const AreaSpans& spans) { return spans.taps() * 4 + 16; }
-constexpr std::size_t kAreaWriteSlack = 4;
+inline std::ptrdiff_t areaReadBytes(const AreaSpans& spans) { return std::ptrdiff_t{spans.taps()} * 4 + 16; }
+constexpr int kAreaWriteSlack = 4;
 
-// The means of one row, `channels` (3 or 4) bytes per span.
-void averageAcross(const unsigned char* row, const AreaSpans& spans, int channels, unsigned char* out);
+// The means of one row, 3 or 4 bytes per span.
+template <int Channels>
+void averageAcross(const unsigned char* row, const AreaSpans& spans, unsigned char* out);
 
 // sums[i] += row[i] x weight, or = when `isFirst`. Sum is int32_t for exact spans, int64_t otherwise.
 template <class Sum>
-void addRow(Sum* sums, const unsigned char* row, std::uint32_t weight, bool isFirst, std::size_t count);
+void addRow(Sum* sums, const unsigned char* row, Sum weight, bool isFirst, std::ptrdiff_t count);
 // out[i] = sums[i] / total, truncated.
-void divideRow(const std::int32_t* sums, std::uint32_t total, std::size_t count, unsigned char* out);
-void divideRow(const std::int64_t* sums, std::uint32_t total, std::size_t count, unsigned char* out);
+void divideRow(const std::int32_t* sums, std::uint32_t total, std::ptrdiff_t count, unsigned char* out);
+void divideRow(const std::int64_t* sums, std::uint32_t total, std::ptrdiff_t count, unsigned char* out);
 
 }  // namespace dib
 

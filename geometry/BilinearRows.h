@@ -13,22 +13,22 @@ namespace dib {
 
 // Byte offset of the left source pixel, and the weights of it and of its right neighbour; their sum is 256.
 struct ColumnTap {
-    std::uint32_t offset;
+    std::int32_t offset;
     std::uint16_t left;
     std::uint16_t right;
 };
 
 // Bytes that mixAcross may read after the offset of a tap, and sums that it may write after the last one.
-constexpr std::size_t kTapReadBytes = 16;
-constexpr std::size_t kSumSlack = 8;
+constexpr std::ptrdiff_t kTapReadBytes = 16;
+constexpr std::ptrdiff_t kSumSlack = 8;
 
-// sums[i * channels + c] for each of the `count` taps; `channels` is 3 or 4.
-void mixAcross(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
-               std::uint16_t* sums);
+// sums[i * Channels + c] for each of the `count` taps; there are 3 or 4 channels.
+template <int Channels>
+void mixAcross(const unsigned char* row, const ColumnTap* taps, int count, std::uint16_t* sums);
 
 // out[i] = (upper[i] x (256 - lowerWeight) + lower[i] x lowerWeight) >> 16; the weight is 0 to 256.
-void mixDown(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
-             std::size_t count, unsigned char* out);
+void mixDown(const std::uint16_t* upper, const std::uint16_t* lower, std::uint16_t lowerWeight,
+             std::ptrdiff_t count, unsigned char* out);
 
 }  // namespace dib
 

@@ -3,28 +3,27 @@
 #define GEOMETRY_BIT_COPY_H
 
 #include <algorithm>
-#include <cstddef>
-#include <cstring>
+#include <cstdint>
 
 namespace dib {
 
 // Copies `count` bits from bit `fromBit` of `from` to bit `toBit` of `to`. Bits around the target stay, and
 // no byte is read that holds none of the copied bits. The ranges must not overlap.
-inline void copyBits(unsigned char* to, std::size_t toBit, const unsigned char* from, std::size_t fromBit,
-                     std::size_t count) {
+inline void copyBits(unsigned char* to, std::int64_t toBit, const unsigned char* from, std::int64_t fromBit,
+                     std::int64_t count) {
     to += toBit / 8;
     from += fromBit / 8;
     toBit %= 8;
     fromBit %= 8;
     if (toBit == 0 && fromBit == 0) {
-        std::memcpy(to, from, count / 8);
+        std::copy_n(from, count / 8, to);
         to += count / 8;
         from += count / 8;
         count %= 8;
     }
     // One target byte at a time, or what is left of it.
     while (count > 0) {
-        const std::size_t bits = std::min(8 - toBit, count);
+        const std::int64_t bits = std::min(8 - toBit, count);
         unsigned window = from[0] * 256U;
         if (fromBit + bits > 8) window |= from[1];
         const unsigned mask = (0xFF00U >> bits & 0xFFU) >> toBit;

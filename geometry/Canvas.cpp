@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "dib/ColorTable.h"
 
@@ -10,9 +11,7 @@ namespace dib {
 Canvas::Canvas(DibStream& image, int width, int height) {
     if (!image.SetBitmapInfo(header, width, height, image.Header->biBitCount)) return;
     pixels.reset(image.CreateBuffer(&header));
-    const ImageSize size = admitSize(header);
-    rowBytes = size.rowBytes;
-    rows = size.rows;
+    if (viewRows(header, pixels.get(), rows)) rows = rows.inBlockOrder();
 }
 
 bool Canvas::installInto(DibStream& image) {

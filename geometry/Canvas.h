@@ -5,29 +5,18 @@
 
 #include <DibStream.h>
 
-#include <cstddef>
-#include <cstring>
-
-#include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Raster.h"
 
 namespace dib {
 
 struct Canvas {
     BITMAPINFOHEADER header;
     MallocPtr<unsigned char> pixels;  // null when the size cannot exist or memory is short
-    std::size_t rowBytes = 0;
-    std::size_t rows = 0;
+    Raster rows;                      // in block order; their fill bytes are 0
 
     // The depth is that of the image.
     Canvas(DibStream& image, int width, int height);
-
-    unsigned char* row(std::size_t bufferRow) const { return pixels.get() + bufferRow * rowBytes; }
-
-    // Zeroes what follows the first `used` bytes of a row, so that no uninitialised byte becomes visible.
-    void clearRowEnd(std::size_t bufferRow, std::size_t used) const {
-        std::memset(row(bufferRow) + used, 0, rowBytes - used);
-    }
 
     // Overwrites the 40 header bytes of the image and replaces its pixel block; the colour table stays, in a
     // grown block where it would be shorter than the new header announces. False, with the image unchanged,

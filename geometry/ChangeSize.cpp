@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Depths.h"
 #include "geometry/BitCopy.h"
 #include "geometry/Canvas.h"
 
@@ -13,54 +14,50 @@ namespace {
 
 // Where the copied block starts on one axis, in the old image and in the new one, and how long it is.
 struct Overlap {
-    std::size_t from;
-    std::size_t to;
-    std::size_t length;
+    int from;
+    int to;
+    int length;
 
-    Overlap(std::size_t oldSize, std::size_t newSize)
-        : from(newSize < oldSize ? (oldSize - newSize) / 2 : 0),
-          to(newSize < oldSize ? 0 : (newSize - oldSize) / 2),
+    Overlap(int oldSize, int newSize)
+        : from(std::max(oldSize - newSize, 0) / 2),
+          to(std::max(newSize - oldSize, 0) / 2),
           length(std::min(oldSize, newSize)) {}
 };
 
-// One row of the fill value: every byte up to 8 bits, every word at 16; at 24 bits the pixels alone, where
-// fill bytes could hold no whole one.
-void fillRow(unsigned char* row, std::size_t rowBytes, std::size_t width, int depth, std::uint32_t fill) {
-    switch (depth) {
-        case 1: std::memset(row, fill != 0 ? 255 : 0, rowBytes); return;
-        case 4: std::memset(row, static_cast<int>((fill & 15U) * 17U), rowBytes); return;
-        case 8: std::memset(row, static_cast<int>(fill & 255U), rowBytes); return;
-        default: break;
-    }
-    const std::size_t pixelBytes = static_cast<std::size_t>(depth) / 8;
-    const std::size_t pixels = depth == 24 ? width : rowBytes / pixelBytes;
-    for (std::size_t x = 0; x < pixels; ++x) std::memcpy(row + x * pixelBytes, &fill, pixelBytes);
-    std::memset(row + pixels * pixelBytes, 0, rowBytes - pixels * pixelBytes);
+// The first row of the fill value: every byte up to 8 bits, every word at 16; at 24 bits the pixels alone,
+// where fill bytes could hold no whole one.
+void fillFirstRow(const dib::Raster& rows, std::uint32_t fill) {
+    std::uint32_t value = fill;
+    if (rows.bitCount == 1) value = fill != 0 ? 255 : 0;
+    if (rows.bitCount == 4) value = (fill & 15U) * 17U;
+    const int unitBits = std::max(rows.bitCount, 8);
+    dib::withDepth<dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(unitBits, [&](auto depth) {
+        using Unit = decltype(depth);
+        const std::ptrdiff_t units = Unit::kBits == 24 ? rows.width : rows.rowStep / (Unit::kBits / 8);
+        for (std::ptrdiff_t x = 0; x < units; ++x) Unit::put(rows.top, x, value);
+        return true;
+    });
 }
 
 }  // namespace
 
 bool DibStream::ChangeSize(int width, int height, unsigned int fill) {
-    if (Buffer == nullptr || Header == nullptr) return false;
-    const dib::ImageSize old = dib::admitSize(*Header);
-    const int depth = Header->biBitCount;
-    if (!dib::isDepth(depth) || !old.admitted) return false;
+    dib::Raster old;
+    if (Buffer == nullptr || !dib::viewRows(*this, old) || !dib::isDepth(old.bitCount)) return false;
+    old = old.inBlockOrder();
 
     dib::Canvas canvas(*this, width, dib::heightLike(height, Header->biHeight));
     if (canvas.pixels == nullptr) return dib::failForMemory(*this);
-    const auto newWidth = static_cast<std::size_t>(width);
-    fillRow(canvas.row(0), canvas.rowBytes, newWidth, depth, fill);
-    for (std::size_t row = 1; row < canvas.rows; ++row) {
-        std::memcpy(canvas.row(row), canvas.row(0), canvas.rowBytes);
-    }
+    const dib::Raster& rows = canvas.rows;
+    fillFirstRow(rows, fill);
+    for (int y = 1; y < rows.height; ++y) std::memcpy(rows.row(y), rows.top, rows.rowBytes);
 
-    const Overlap columns(static_cast<std::size_t>(Header->biWidth), newWidth);
-    const Overlap lines(old.rows, canvas.rows);
-    const auto pixelBits = static_cast<std::size_t>(depth);
-    for (std::size_t line = 0; line < lines.length; ++line) {
-        dib::copyBits(canvas.row(lines.to + line), columns.to * pixelBits,
-                      Buffer + (lines.from + line) * old.rowBytes, columns.from * pixelBits,
-                      columns.length * pixelBits);
+    const Overlap columns(old.width, rows.width);
+    const Overlap lines(old.height, rows.height);
+    const std::int64_t bits = old.bitCount;
+    for (int y = 0; y < lines.length; ++y) {
+        dib::copyBits(rows.row(lines.to + y), columns.to * bits, old.row(lines.from + y), columns.from * bits,
+                      columns.length * bits);
     }
     return canvas.installInto(*this) || dib::failForMemory(*this);
 }

@@ -2,7 +2,6 @@
 #include <DibStream.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -34,34 +33,31 @@ void copyBlockBits(unsigned char* to, const unsigned char* block, std::int64_t b
                    std::int64_t firstBit, std::int64_t count) {
     const std::int64_t begin = std::clamp(firstBit, std::int64_t{0}, blockBits);
     const std::int64_t end = std::clamp(firstBit + count, begin, blockBits);
-    if (end - begin < count) std::memset(to, 0, static_cast<std::size_t>((count + 7) / 8));
-    if (begin == end) return;
-    dib::copyBits(to, static_cast<std::size_t>(begin - firstBit), block, static_cast<std::size_t>(begin),
-                  static_cast<std::size_t>(end - begin));
+    if (end - begin < count) std::fill_n(to, (count + 7) / 8, 0);
+    if (begin != end) dib::copyBits(to, begin - firstBit, block, begin, end - begin);
 }
 
-// Copies the rectangle, row by row from its top, to rows that start at `top` and lie `rowStep` bytes apart.
-// From 8 bits on whole rows are copied, fill bytes included; `wholeBytes` asks for the same below, where x
-// must then lie on a byte. Otherwise exactly the pixels are copied into cleared rows.
-void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, unsigned char* top,
-              std::ptrdiff_t rowStep, std::size_t rowBytes) {
-    const dib::ImageSize size = dib::admitSize(*image.Header);
-    const int depth = image.Header->biBitCount;
-    const auto blockBits = static_cast<std::int64_t>(size.imageBytes) * 8;
-    const bool pixelsOnly = depth < 8 && !wholeBytes;
-    const auto count =
-        pixelsOnly ? std::int64_t{area.width} * depth : static_cast<std::int64_t>(rowBytes) * 8;
-    const auto rowBits = static_cast<std::int64_t>(size.rowBytes) * 8;
+// Copies the rectangle, row by row from its top. From 8 bits on whole rows are copied, fill bytes included;
+// `wholeBytes` asks for the same below, where x must then lie on a byte. Otherwise exactly the pixels are
+// copied into cleared rows. The source is the whole block and not a view of its rows, since a rectangle may
+// begin before the first byte of a row.
+void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, const dib::Raster& to) {
+    dib::Raster source;
+    if (!dib::viewRows(image, source)) return;
+    const std::int64_t rowBits = 8 * source.inBlockOrder().rowStep;
+    const std::int64_t blockBits = rowBits * source.height;
+    const bool pixelsOnly = to.bitCount < 8 && !wholeBytes;
+    const std::int64_t count =
+        pixelsOnly ? std::int64_t{area.width} * to.bitCount : 8 * to.inBlockOrder().rowStep;
     // No x of an int leads back into the block from rows that far away; rows have at least four bytes.
     const std::int64_t farRow = (std::int64_t{1} << 40) / std::max(rowBits, std::int64_t{32});
     for (int k = 0; k < area.height; ++k) {
         const std::int64_t y = std::int64_t{area.y} + k;
-        const std::int64_t bufferRow = image.Header->biHeight > 0 ? image.Header->biHeight - 1 - y : y;
+        const std::int64_t blockRow = image.Header->biHeight > 0 ? image.Header->biHeight - 1 - y : y;
         const std::int64_t firstBit =
-            std::clamp(bufferRow, -farRow, farRow) * rowBits + std::int64_t{area.x} * depth;
-        unsigned char* to = top + k * rowStep;
-        if (pixelsOnly) std::memset(to, 0, rowBytes);
-        copyBlockBits(to, image.Buffer, blockBits, firstBit, count);
+            std::clamp(blockRow, -farRow, farRow) * rowBits + std::int64_t{area.x} * to.bitCount;
+        if (pixelsOnly) std::memset(to.row(k), 0, to.rowBytes);
+        copyBlockBits(to.row(k), image.Buffer, blockBits, firstBit, count);
     }
 }
 
@@ -71,9 +67,9 @@ bool DibStream::ClipCut(int x, int y, int width, int height) {
     const Rectangle area{x, y, width, height};
     if (!isAdmitted(*this, area)) return false;
     dib::Canvas canvas(*this, width, height);
-    if (canvas.pixels == nullptr) return false;
-    copyRows(*this, area, false, canvas.row(canvas.rows - 1), -static_cast<std::ptrdiff_t>(canvas.rowBytes),
-             canvas.rowBytes);
+    dib::Raster cut;
+    if (canvas.pixels == nullptr || !dib::viewRows(canvas.header, canvas.pixels.get(), cut)) return false;
+    copyRows(*this, area, false, cut);
     return canvas.installInto(*this);
 }
 
@@ -83,7 +79,8 @@ DibStream* DibStream::ClipClone(int x, int y, int width, int height) {
     const int depth = Header->biBitCount;
     auto* clip = new (std::nothrow) DibStream;
     if (clip == nullptr) return nullptr;
-    if (!clip->Create(width, height, depth)) {
+    dib::Raster rows;
+    if (!clip->Create(width, height, depth) || !dib::viewRows(*clip, rows)) {
         clip->Release();
         return nullptr;
     }
@@ -93,9 +90,6 @@ DibStream* DibStream::ClipClone(int x, int y, int width, int height) {
     if (depth == 4) std::memset(table, 0, entries * dib::kEntryBytes);
     std::memcpy(table, dib::colorTable(Header),
                 std::min(entries, dib::announcedEntries(*Header)) * dib::kEntryBytes);
-
-    const std::size_t rowBytes = clip->GetPitch();
-    copyRows(*this, area, depth == 4 && x % 2 == 0, clip->ScanLine(0), -static_cast<std::ptrdiff_t>(rowBytes),
-             rowBytes);
+    copyRows(*this, area, depth == 4 && x % 2 == 0, rows);
     return clip;
 }

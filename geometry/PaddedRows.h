@@ -2,41 +2,37 @@
 #ifndef GEOMETRY_PADDED_ROWS_H
 #define GEOMETRY_PADDED_ROWS_H
 
-#include <DibStream.h>
-
 #include <cstddef>
 #include <cstring>
 
-#include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Raster.h"
 
 namespace dib {
 
 class PaddedRows {
 public:
-    // `extraBytes` after the end of each row can be read.
-    PaddedRows(const DibStream& image, std::size_t extraBytes)
-        : block_(image.Buffer),
-          size_(admitSize(*image.Header)),
+    // Rows in block order. `extraBytes` after the end of each can be read.
+    PaddedRows(const Raster& rows, std::ptrdiff_t extraBytes)
+        : rows_(rows),
           extraBytes_(extraBytes),
-          copy_(allocateZeroed<unsigned char>(size_.rowBytes + extraBytes)) {}
+          copy_(allocateZeroed<unsigned char>(rows.rowStep + extraBytes)) {}
 
     // False when memory was short; no row may then be asked for.
     bool ready() const { return copy_ != nullptr; }
 
     // The row is valid until the next call. Inside the block the next rows follow; only a row near the end of
     // the block has to be copied.
-    const unsigned char* row(std::size_t bufferRow) const {
-        const unsigned char* start = block_ + bufferRow * size_.rowBytes;
-        if ((bufferRow + 1) * size_.rowBytes + extraBytes_ <= size_.imageBytes) return start;
-        std::memcpy(copy_.get(), start, size_.rowBytes);
+    const unsigned char* row(int y) const {
+        const unsigned char* start = rows_.row(y);
+        if ((rows_.height - 1 - y) * rows_.rowStep >= extraBytes_) return start;
+        std::memcpy(copy_.get(), start, rows_.rowBytes);
         return copy_.get();
     }
 
 private:
-    const unsigned char* block_;
-    ImageSize size_;
-    std::size_t extraBytes_;
+    Raster rows_;
+    std::ptrdiff_t extraBytes_;
     MallocPtr<unsigned char> copy_;
 };
 

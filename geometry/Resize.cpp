@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Depths.h"
 #include "geometry/Canvas.h"
 #include "geometry/RowVectors.h"
 
@@ -23,43 +24,32 @@ bool DibStream::Resize(int width, int height, DIB_RESIZE_METHOD method) {
 namespace {
 
 // Each result is the mean of two neighbours in two rows, truncated.
-template <std::size_t Channels>
-void halveRowEnd(const unsigned char* first, const unsigned char* second, unsigned char* out,
-                 std::size_t begin, std::size_t end) {
-    for (std::size_t x = begin; x < end; ++x) {
-        for (std::size_t c = 0; c < Channels; ++c) {
-            const std::size_t at = 2 * x * Channels + c;
+template <int Channels>
+void halveRow(const unsigned char* first, const unsigned char* second, unsigned char* out, int width) {
+    std::ptrdiff_t x = dib::runVectors<dib::halveVectors<Channels>>(first, second, out, width);
+    for (; x < width; ++x) {
+        for (int c = 0; c < Channels; ++c) {
+            const std::ptrdiff_t at = 2 * x * Channels + c;
             const int sum = first[at] + first[at + Channels] + second[at] + second[at + Channels];
             out[x * Channels + c] = static_cast<unsigned char>(sum >> 2);
         }
     }
 }
 
-void halveRow(const unsigned char* first, const unsigned char* second, int channels, unsigned char* out,
-              std::size_t width) {
-    const std::size_t done = dib::halveRowVectors(first, second, channels, out, width);
-    if (channels == 3) {
-        halveRowEnd<3>(first, second, out, done, width);
-    } else {
-        halveRowEnd<4>(first, second, out, done, width);
-    }
-}
-
 }  // namespace
 
 bool DibStream::ResizeHalf() {
-    if (!dib::hasPixels(*this)) return false;
-    const int depth = Header->biBitCount;
-    if (depth != 24 && depth != 32) return false;
-
-    const std::size_t rowBytes = GetPitch();
-    dib::Canvas half(*this, Header->biWidth / 2, Header->biHeight / 2);
-    if (half.pixels == nullptr) return dib::failForMemory(*this);
-    const auto width = static_cast<std::size_t>(half.header.biWidth);
-    for (std::size_t row = 0; row < half.rows; ++row) {
-        const unsigned char* first = Buffer + 2 * row * rowBytes;
-        halveRow(first, first + rowBytes, depth / 8, half.row(row), width);
-        half.clearRowEnd(row, width * static_cast<std::size_t>(depth) / 8);
-    }
-    return half.installInto(*this) || dib::failForMemory(*this);
+    dib::Raster from;
+    if (!dib::viewRows(*this, from) || !from.hasPixels()) return false;
+    from = from.inBlockOrder();
+    return dib::withDepth<dib::Depth24, dib::Depth32>(from.bitCount, [&](auto depth) {
+        dib::Canvas half(*this, Header->biWidth / 2, Header->biHeight / 2);
+        if (half.pixels == nullptr) return dib::failForMemory(*this);
+        for (int y = 0; y < half.rows.height; ++y) {
+            const unsigned char* first = from.row(2 * std::ptrdiff_t{y});
+            halveRow<decltype(depth)::kChannels>(first, first + from.rowStep, half.rows.row(y),
+                                                 half.rows.width);
+        }
+        return half.installInto(*this) || dib::failForMemory(*this);
+    });
 }

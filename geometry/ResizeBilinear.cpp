@@ -17,27 +17,28 @@ namespace {
 
 // A source pixel and the weight, in 1/256, of the pixel after it.
 struct Position {
-    std::int32_t index;
-    std::int32_t nextWeight;
+    int index;
+    std::uint16_t nextWeight;
 
     // The pixel taken where nothing is mixed: the next one once its weight passes one half.
-    std::size_t nearest() const { return static_cast<std::size_t>(nextWeight > 128 ? index + 1 : index); }
+    int nearest() const { return nextWeight > 128 ? index + 1 : index; }
 };
 
 // Where each of `count` output pixels lies among `sourceCount` source pixels. The last one is the last source
 // pixel exactly. The pixel after the index exists, but for a source of one pixel, whose second weight is 0.
-dib::MallocPtr<Position> placePixels(std::size_t sourceCount, std::size_t count) {
+dib::MallocPtr<Position> placePixels(int sourceCount, int count) {
     auto table = dib::allocateArray<Position>(count);
     if (table == nullptr) return table;
-    const double step = static_cast<double>(sourceCount - 1) / static_cast<double>(count - 1);
-    const auto lastPair = static_cast<std::int32_t>(sourceCount) - 2;
+    const double pixels = count - 1;
+    const double step = (sourceCount - 1) / pixels;
+    const int lastPair = sourceCount - 2;
     double position = 0.0;
-    for (std::size_t i = 0; i + 1 < count; ++i) {
+    for (int i = 0; i + 1 < count; ++i) {
         double whole = 0.0;
         const double f = std::modf(position, &whole);
-        const auto smooth = static_cast<std::int32_t>((f * -2.0 + 3.0) * f * f * 256.0);
+        const auto smooth = static_cast<std::uint16_t>((f * -2.0 + 3.0) * f * f * 256.0);
         // Accumulated rounding may reach the last pixel early.
-        const auto index = static_cast<std::int32_t>(whole);
+        const auto index = static_cast<int>(whole);
         table[i] = index > lastPair ? Position{lastPair, 256} : Position{index, smooth};
         position += step;
     }
@@ -46,96 +47,81 @@ dib::MallocPtr<Position> placePixels(std::size_t sourceCount, std::size_t count)
     return table;
 }
 
-struct Placement {
-    const Position* columns;
-    const Position* lines;
+// From the rows of an image to those of a canvas, both in block order.
+struct Resampling {
+    dib::Raster from;
+    dib::Raster to;
+    dib::MallocPtr<Position> columns;
+    dib::MallocPtr<Position> lines;
 };
 
 // 24 and 32 bits. The two source rows in use are kept as mixed across, so that each is mixed once.
-bool mixInto(const DibStream& image, const dib::Canvas& canvas, const Placement& place) {
-    const int channels = canvas.header.biBitCount / 8;
-    const auto width = static_cast<std::size_t>(canvas.header.biWidth);
-    const std::size_t sums = width * static_cast<std::size_t>(channels);
-    const dib::ImageSize source = dib::admitSize(*image.Header);
-
-    const dib::PaddedRows rows(image, dib::kTapReadBytes);
-    const auto taps = dib::allocateArray<dib::ColumnTap>(width);
+template <int Channels>
+bool mixRows(const Resampling& work) {
+    const dib::Raster& to = work.to;
+    const std::ptrdiff_t sums = to.pixelBytes();
+    const dib::PaddedRows rows(work.from, dib::kTapReadBytes);
+    const auto taps = dib::allocateArray<dib::ColumnTap>(to.width);
     const auto firstLine = dib::allocateArray<std::uint16_t>(sums + dib::kSumSlack);
     const auto secondLine = dib::allocateArray<std::uint16_t>(sums + dib::kSumSlack);
     if (!rows.ready() || taps == nullptr || firstLine == nullptr || secondLine == nullptr) return false;
-    for (std::size_t i = 0; i < width; ++i) {
-        const auto right = static_cast<std::uint16_t>(place.columns[i].nextWeight);
-        taps[i] = {static_cast<std::uint32_t>(place.columns[i].index * channels),
-                   static_cast<std::uint16_t>(256 - right), right};
+    for (int i = 0; i < to.width; ++i) {
+        const std::uint16_t right = work.columns[i].nextWeight;
+        taps[i] = {work.columns[i].index * Channels, static_cast<std::uint16_t>(256 - right), right};
     }
 
     std::uint16_t* upper = firstLine.get();
     std::uint16_t* lower = secondLine.get();
-    std::size_t upperRow = source.rows;  // none yet
-    std::size_t lowerRow = source.rows;
-    for (std::size_t line = 0; line < canvas.rows; ++line) {
-        const auto y = static_cast<std::size_t>(place.lines[line].index);
-        const std::size_t below = std::min(y + 1, source.rows - 1);
+    int upperRow = -1;  // none yet
+    int lowerRow = -1;
+    for (int line = 0; line < to.height; ++line) {
+        const int y = work.lines[line].index;
+        const int below = std::min(y + 1, work.from.height - 1);
         if (lowerRow == y) {
             std::swap(upper, lower);
             std::swap(upperRow, lowerRow);
         }
-        if (upperRow != y) dib::mixAcross(rows.row(y), taps.get(), width, channels, upper);
-        if (lowerRow != below) dib::mixAcross(rows.row(below), taps.get(), width, channels, lower);
+        if (upperRow != y) dib::mixAcross<Channels>(rows.row(y), taps.get(), to.width, upper);
+        if (lowerRow != below) dib::mixAcross<Channels>(rows.row(below), taps.get(), to.width, lower);
         upperRow = y;
         lowerRow = below;
-        dib::mixDown(upper, lower, static_cast<std::uint32_t>(place.lines[line].nextWeight), sums,
-                     canvas.row(line));
-        canvas.clearRowEnd(line, sums);
+        dib::mixDown(upper, lower, work.lines[line].nextWeight, sums, to.row(line));
     }
     return true;
 }
 
-template <class Depth>
-void pickRow(const unsigned char* from, const Position* columns, std::size_t width, unsigned char* to) {
-    for (std::size_t i = 0; i < width; ++i) {
-        const auto x = static_cast<std::ptrdiff_t>(columns[i].nearest());
-        Depth::put(to, static_cast<std::ptrdiff_t>(i), Depth::get(from, x));
-    }
-}
-
 // 1, 4, 8 and 16 bits. Neighbouring output rows often come from the same source row.
-void pickInto(const DibStream& image, const dib::Canvas& canvas, const Placement& place) {
-    const std::size_t sourceRowBytes = image.GetPitch();
-    const auto width = static_cast<std::size_t>(canvas.header.biWidth);
-    for (std::size_t line = 0; line < canvas.rows; ++line) {
-        unsigned char* to = canvas.row(line);
-        if (line > 0 && place.lines[line].nearest() == place.lines[line - 1].nearest()) {
-            std::memcpy(to, canvas.row(line - 1), canvas.rowBytes);
+template <class Depth>
+void pickRows(const Resampling& work) {
+    for (int line = 0; line < work.to.height; ++line) {
+        unsigned char* to = work.to.row(line);
+        const int y = work.lines[line].nearest();
+        if (line > 0 && y == work.lines[line - 1].nearest()) {
+            std::memcpy(to, to - work.to.rowStep, work.to.rowBytes);
             continue;
         }
-        std::memset(to, 0, canvas.rowBytes);
-        const unsigned char* from = image.Buffer + place.lines[line].nearest() * sourceRowBytes;
-        switch (canvas.header.biBitCount) {
-            case 1: pickRow<dib::Depth1>(from, place.columns, width, to); break;
-            case 4: pickRow<dib::Depth4>(from, place.columns, width, to); break;
-            case 8: pickRow<dib::Depth8>(from, place.columns, width, to); break;
-            default: pickRow<dib::Depth16>(from, place.columns, width, to); break;
-        }
+        std::memset(to, 0, work.to.rowBytes);
+        const unsigned char* from = work.from.row(y);
+        for (int x = 0; x < work.to.width; ++x)
+            Depth::put(to, x, Depth::get(from, work.columns[x].nearest()));
     }
 }
 
 }  // namespace
 
 bool DibStream::ResizeBilinear(int width, int height) {
-    if (!dib::hasPixels(*this) || !dib::isDepth(Header->biBitCount)) return false;
+    dib::Raster from;
+    if (!dib::viewRows(*this, from) || !from.hasPixels() || !dib::isDepth(from.bitCount)) return false;
     dib::Canvas canvas(*this, width, dib::heightLike(height, Header->biHeight));
     if (canvas.pixels == nullptr) return dib::failForMemory(*this);
 
-    const auto columns =
-        placePixels(static_cast<std::size_t>(Header->biWidth), static_cast<std::size_t>(width));
-    const auto lines = placePixels(dib::admitSize(*Header).rows, canvas.rows);
-    if (columns == nullptr || lines == nullptr) return dib::failForMemory(*this);
-    const Placement place{columns.get(), lines.get()};
-    if (Header->biBitCount < 24) {
-        pickInto(*this, canvas, place);
-    } else if (!mixInto(*this, canvas, place)) {
-        return dib::failForMemory(*this);
-    }
-    return canvas.installInto(*this) || dib::failForMemory(*this);
+    const Resampling work{from.inBlockOrder(), canvas.rows, placePixels(from.width, width),
+                          placePixels(from.height, canvas.rows.height)};
+    if (work.columns == nullptr || work.lines == nullptr) return dib::failForMemory(*this);
+    const bool done = dib::withAnyDepth(from.bitCount, [&](auto depth) {
+        if constexpr (dib::kMixes<decltype(depth)>) return mixRows<decltype(depth)::kChannels>(work);
+        pickRows<decltype(depth)>(work);
+        return true;
+    });
+    return (done && canvas.installInto(*this)) || dib::failForMemory(*this);
 }

@@ -1,10 +1,11 @@
 // Area averaging.
 #include <DibStream.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
+#include "dib/Depths.h"
 #include "geometry/AreaRows.h"
 #include "geometry/Canvas.h"
 #include "geometry/PaddedRows.h"
@@ -12,77 +13,75 @@
 namespace {
 
 // Source rows averaged across, one at a time: consecutive output rows share at most the row between them.
+template <int Channels>
 class AveragedRows {
 public:
-    AveragedRows(const DibStream& image, const dib::AreaSpans& columns, std::size_t channels)
-        : rows_(image, dib::areaReadBytes(columns)),
+    AveragedRows(const dib::Raster& rows, const dib::AreaSpans& columns)
+        : rows_(rows, dib::areaReadBytes(columns)),
           columns_(columns),
-          channels_(channels),
-          line_(dib::allocateArray<unsigned char>(columns.count() * channels + dib::kAreaWriteSlack)) {}
+          line_(dib::allocateArray<unsigned char>(columns.count() * Channels + dib::kAreaWriteSlack)) {}
 
     bool ready() const { return rows_.ready() && line_ != nullptr; }
 
-    const unsigned char* row(std::size_t bufferRow) {
-        if (bufferRow != current_) {
-            dib::averageAcross(rows_.row(bufferRow), columns_, static_cast<int>(channels_), line_.get());
-            current_ = bufferRow;
-        }
+    const unsigned char* row(int y) {
+        if (y != current_) dib::averageAcross<Channels>(rows_.row(y), columns_, line_.get());
+        current_ = y;
         return line_.get();
     }
 
 private:
     dib::PaddedRows rows_;
     const dib::AreaSpans& columns_;
-    std::size_t channels_;
     dib::MallocPtr<unsigned char> line_;
-    std::size_t current_ = SIZE_MAX;
+    int current_ = -1;
 };
 
 // Averages the rows of each span of lines. The truncation to bytes between both passes belongs to the result.
-template <class Sum>
-bool averageDown(AveragedRows& rows, const dib::AreaSpans& lines, const dib::Canvas& canvas,
-                 std::size_t rowValues) {
-    const auto sums = dib::allocateArray<Sum>(rowValues);
+template <class Sum, int Channels>
+bool averageDown(AveragedRows<Channels>& rows, const dib::AreaSpans& lines, const dib::Raster& to) {
+    const std::ptrdiff_t values = to.pixelBytes();
+    const auto sums = dib::allocateArray<Sum>(values);
     if (sums == nullptr) return false;
-    for (std::size_t line = 0; line < canvas.rows; ++line) {
-        const std::uint16_t* weights = lines.weights(line);
-        const std::size_t first = lines.first(line);
-        if (lines.total(line) == weights[0]) {
-            std::memcpy(canvas.row(line), rows.row(first), rowValues);
+    for (int y = 0; y < to.height; ++y) {
+        const std::uint16_t* weights = lines.weights(y);
+        const int first = lines.first(y);
+        if (lines.total(y) == weights[0]) {
+            std::copy_n(rows.row(first), values, to.row(y));
         } else {
-            for (std::size_t k = 0; k < lines.taps() && weights[k] != 0; ++k) {
-                dib::addRow(sums.get(), rows.row(first + k), weights[k], k == 0, rowValues);
+            for (int k = 0; k < lines.taps() && weights[k] != 0; ++k) {
+                dib::addRow(sums.get(), rows.row(first + k), Sum{weights[k]}, k == 0, values);
             }
-            dib::divideRow(sums.get(), lines.total(line), rowValues, canvas.row(line));
+            dib::divideRow(sums.get(), lines.total(y), values, to.row(y));
         }
-        canvas.clearRowEnd(line, rowValues);
     }
     return true;
 }
 
-bool averageInto(const DibStream& image, const dib::Canvas& canvas) {
-    const auto channels = static_cast<std::size_t>(canvas.header.biBitCount) / 8;
-    const auto width = static_cast<std::size_t>(canvas.header.biWidth);
-    const dib::AreaSpans columns(static_cast<std::size_t>(image.Header->biWidth), width);
-    const dib::AreaSpans lines(dib::admitSize(*image.Header).rows, canvas.rows);
+template <int Channels>
+bool averageInto(const dib::Raster& from, const dib::Raster& to) {
+    const dib::AreaSpans columns(from.width, to.width);
+    const dib::AreaSpans lines(from.height, to.height);
     if (!columns.ready() || !lines.ready()) return false;
-    AveragedRows rows(image, columns, channels);
+    AveragedRows<Channels> rows(from, columns);
     if (!rows.ready()) return false;
-    return lines.isExact() ? averageDown<std::int32_t>(rows, lines, canvas, width * channels)
-                           : averageDown<std::int64_t>(rows, lines, canvas, width * channels);
+    return lines.isExact() ? averageDown<std::int32_t>(rows, lines, to)
+                           : averageDown<std::int64_t>(rows, lines, to);
 }
 
 }  // namespace
 
 bool DibStream::ResizeIntegral(int width, int height) {
-    if (!dib::hasPixels(*this) || !dib::isDepth(Header->biBitCount)) return false;
+    dib::Raster from;
+    if (!dib::viewRows(*this, from) || !from.hasPixels() || !dib::isDepth(from.bitCount)) return false;
     dib::Canvas canvas(*this, width, dib::heightLike(height, Header->biHeight));
     if (canvas.pixels == nullptr) return dib::failForMemory(*this);
-    if (Header->biBitCount < 24) {
+    const bool done = dib::withAnyDepth(from.bitCount, [&](auto depth) {
+        if constexpr (dib::kMixes<decltype(depth)>) {
+            return averageInto<decltype(depth)::kChannels>(from.inBlockOrder(), canvas.rows);
+        }
         // Indices and 16-bit words cannot be averaged; callers still get the new size.
-        std::memset(canvas.pixels.get(), 0, canvas.rowBytes * canvas.rows);
-    } else if (!averageInto(*this, canvas)) {
-        return dib::failForMemory(*this);
-    }
-    return canvas.installInto(*this) || dib::failForMemory(*this);
+        std::fill_n(canvas.pixels.get(), canvas.rows.rowStep * canvas.rows.height, 0);
+        return true;
+    });
+    return (done && canvas.installInto(*this)) || dib::failForMemory(*this);
 }

@@ -35,9 +35,60 @@ DIB_TARGET_AVX2 inline __m256i load32(const void* at) {
     return _mm256_loadu_si256(static_cast<const __m256i*>(at));
 }
 
+// 16 values of mixDown: the high halves of both products and the carry out of their low halves, which is
+// there when saturation makes a difference.
+DIB_TARGET_AVX2 inline __m256i mixDown16(const std::uint16_t* upper, const std::uint16_t* lower, __m256i w0,
+                                         __m256i w1) {
+    const __m256i a = load32(upper);
+    const __m256i b = load32(lower);
+    const __m256i high = _mm256_add_epi16(_mm256_mulhi_epu16(a, w0), _mm256_mulhi_epu16(b, w1));
+    const __m256i lowA = _mm256_mullo_epi16(a, w0);
+    const __m256i lowB = _mm256_mullo_epi16(b, w1);
+    const __m256i noCarry =
+        _mm256_cmpeq_epi16(_mm256_add_epi16(lowA, lowB), _mm256_adds_epu16(lowA, lowB));  // -1 or 0
+    return _mm256_add_epi16(_mm256_add_epi16(high, _mm256_set1_epi16(1)), noCarry);
+}
+
+// The weighted sums of one span: pixels 0 and 1 of each group of four in the low lane, 2 and 3 in the high.
 template <int Channels>
-DIB_TARGET_AVX2 std::size_t mixAcrossIn4(const unsigned char* row, const ColumnTap* taps, std::size_t count,
-                                         std::uint16_t* sums) {
+DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::uint16_t* weights, int taps,
+                                        __m256i pairs) {
+    const __m256i spread =
+        joinLanes(_mm_set1_epi32(0x03020100), _mm_set1_epi32(0x07060504));  // both halves of four weights
+    __m256i sums = _mm256_setzero_si256();
+    for (int k = 0; k < taps; k += AreaSpans::kGroup, pixel += AreaSpans::kGroup * Channels) {
+        long long fourWeights;
+        std::memcpy(&fourWeights, weights + k, sizeof fourWeights);
+        const __m256i weight = _mm256_shuffle_epi8(_mm256_set1_epi64x(fourWeights), spread);
+        const __m256i fourPixels = _mm256_broadcastsi128_si256(load16(pixel));
+        sums = _mm256_add_epi32(sums, _mm256_madd_epi16(_mm256_shuffle_epi8(fourPixels, pairs), weight));
+    }
+    return sums;
+}
+
+// Four pixels of two rows as the sums of each pixel with its neighbour and the pixels below, in the low 12 or
+// 16 bytes of each lane.
+template <int Channels>
+DIB_TARGET_AVX2 inline __m256i sumSquares(const unsigned char* first, const unsigned char* second,
+                                          std::ptrdiff_t highOffset, __m256i neighbours) {
+    const __m256i ones = _mm256_set1_epi8(1);
+    const __m256i above = joinLanes(load16(first), load16(first + highOffset));
+    const __m256i below = joinLanes(load16(second), load16(second + highOffset));
+    return _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(above, neighbours), ones),
+                            _mm256_maddubs_epi16(_mm256_shuffle_epi8(below, neighbours), ones));
+}
+
+// Which bytes of four pixels are the same channel of neighbours.
+DIB_TARGET_AVX2 inline __m128i neighbourMask(int channels) {
+    return channels == 3 ? _mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 9, 7, 10, 8, 11, kNone, kNone, kNone, kNone)
+                         : _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+}
+
+}  // namespace
+
+template <int Channels>
+DIB_TARGET_AVX2 int mixAcrossVectors(const unsigned char* row, const ColumnTap* taps, int count,
+                                     std::uint16_t* sums) {
     const __m128i pair = pairMask(Channels, 0);
     const __m256i pairs = joinLanes(pair, pair);
     // The weights of the first and of the second tap in each half of four taps, once per channel.
@@ -46,7 +97,7 @@ DIB_TARGET_AVX2 std::size_t mixAcrossIn4(const unsigned char* row, const ColumnT
     // The three used sums of each pixel close together.
     const __m128i tight = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, kNone, kNone, kNone, kNone);
 
-    for (std::size_t i = 0; i + 4 <= count; i += 4, sums += 4 * Channels) {
+    for (int i = 0; i + 4 <= count; i += 4, sums += 4 * Channels) {
         const __m256i weights = load32(taps + i);
         const __m256i even = joinLanes(load16(row + taps[i].offset), load16(row + taps[i + 2].offset));
         const __m256i odd = joinLanes(load16(row + taps[i + 1].offset), load16(row + taps[i + 3].offset));
@@ -66,25 +117,12 @@ DIB_TARGET_AVX2 std::size_t mixAcrossIn4(const unsigned char* row, const ColumnT
     return count / 4 * 4;
 }
 
-// 16 values of mixDown: the high halves of both products and the carry out of their low halves, which is
-// there when saturation makes a difference.
-DIB_TARGET_AVX2 inline __m256i mixDown16(const std::uint16_t* upper, const std::uint16_t* lower, __m256i w0,
-                                         __m256i w1) {
-    const __m256i a = load32(upper);
-    const __m256i b = load32(lower);
-    const __m256i high = _mm256_add_epi16(_mm256_mulhi_epu16(a, w0), _mm256_mulhi_epu16(b, w1));
-    const __m256i lowA = _mm256_mullo_epi16(a, w0);
-    const __m256i lowB = _mm256_mullo_epi16(b, w1);
-    const __m256i noCarry =
-        _mm256_cmpeq_epi16(_mm256_add_epi16(lowA, lowB), _mm256_adds_epu16(lowA, lowB));  // -1 or 0
-    return _mm256_add_epi16(_mm256_add_epi16(high, _mm256_set1_epi16(1)), noCarry);
-}
-
-DIB_TARGET_AVX2 std::size_t mixDownIn32(const std::uint16_t* upper, const std::uint16_t* lower,
-                                        std::uint32_t lowerWeight, std::size_t count, unsigned char* out) {
-    const __m256i w0 = _mm256_set1_epi16(static_cast<short>(256U - lowerWeight));
+DIB_TARGET_AVX2 std::ptrdiff_t mixDownVectors(const std::uint16_t* upper, const std::uint16_t* lower,
+                                              std::uint16_t lowerWeight, std::ptrdiff_t count,
+                                              unsigned char* out) {
+    const __m256i w0 = _mm256_set1_epi16(static_cast<short>(256 - lowerWeight));
     const __m256i w1 = _mm256_set1_epi16(static_cast<short>(lowerWeight));
-    std::size_t i = 0;
+    std::ptrdiff_t i = 0;
     for (; i + 32 <= count; i += 32) {
         const __m256i packed = _mm256_packus_epi16(mixDown16(upper + i, lower + i, w0, w1),
                                                    mixDown16(upper + i + 16, lower + i + 16, w0, w1));
@@ -93,38 +131,20 @@ DIB_TARGET_AVX2 std::size_t mixDownIn32(const std::uint16_t* upper, const std::u
     return i;
 }
 
-// The weighted sums of one span: pixels 0 and 1 of each group of four in the low lane, 2 and 3 in the high.
 template <int Channels>
-DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::uint16_t* weights,
-                                        std::size_t taps, __m256i pairs) {
-    const __m256i spread =
-        joinLanes(_mm_set1_epi32(0x03020100), _mm_set1_epi32(0x07060504));  // both halves of four weights
-    __m256i sums = _mm256_setzero_si256();
-    for (std::size_t k = 0; k < taps; k += AreaSpans::kGroup, pixel += AreaSpans::kGroup * Channels) {
-        long long fourWeights;
-        std::memcpy(&fourWeights, weights + k, sizeof fourWeights);
-        const __m256i weight = _mm256_shuffle_epi8(_mm256_set1_epi64x(fourWeights), spread);
-        const __m256i fourPixels = _mm256_broadcastsi128_si256(load16(pixel));
-        sums = _mm256_add_epi32(sums, _mm256_madd_epi16(_mm256_shuffle_epi8(fourPixels, pairs), weight));
-    }
-    return sums;
-}
-
-template <int Channels>
-DIB_TARGET_AVX2 std::size_t averageAcrossIn2(const unsigned char* row, const AreaSpans* rowSpans,
-                                             unsigned char* out) {
+DIB_TARGET_AVX2 int averageVectors(const unsigned char* row, const AreaSpans* rowSpans, unsigned char* out) {
     const AreaSpans& spans = *rowSpans;
     const __m256i pairs = joinLanes(pairMask(Channels, 0), pairMask(Channels, 2));
-    const std::size_t taps = spans.taps();
-    const std::uint32_t* firsts = spans.firsts();
+    const int taps = spans.taps();
+    const int* firsts = spans.firsts();
     const float* inverses = spans.inverses();
-    for (std::size_t i = 0; i < spans.count(); i += 2) {
+    for (int i = 0; i < spans.count(); i += 2) {
         // An odd last span is computed twice and stored once.
-        const std::size_t j = i + 1 < spans.count() ? i + 1 : i;
+        const int j = i + 1 < spans.count() ? i + 1 : i;
         const __m256i a =
-            spanSums<Channels>(row + std::size_t{firsts[i]} * Channels, spans.weights(i), taps, pairs);
+            spanSums<Channels>(row + std::ptrdiff_t{firsts[i]} * Channels, spans.weights(i), taps, pairs);
         const __m256i b =
-            spanSums<Channels>(row + std::size_t{firsts[j]} * Channels, spans.weights(j), taps, pairs);
+            spanSums<Channels>(row + std::ptrdiff_t{firsts[j]} * Channels, spans.weights(j), taps, pairs);
         const __m256i sums =
             _mm256_add_epi32(_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31));
         const __m256 inverse = _mm256_set_m128(_mm_set1_ps(inverses[j]), _mm_set1_ps(inverses[i]));
@@ -134,41 +154,23 @@ DIB_TARGET_AVX2 std::size_t averageAcrossIn2(const unsigned char* row, const Are
         const __m256i words = _mm256_packus_epi32(wide, wide);
         const __m256i bytes = _mm256_packus_epi16(words, words);
         const int first = _mm256_extract_epi32(bytes, 0);
-        std::memcpy(out + i * Channels, &first, 4);
+        std::memcpy(out + std::ptrdiff_t{i} * Channels, &first, 4);
         if (j == i) break;
         const int second = _mm256_extract_epi32(bytes, 4);
-        std::memcpy(out + j * Channels, &second, 4);
+        std::memcpy(out + std::ptrdiff_t{j} * Channels, &second, 4);
     }
     return spans.count();
 }
 
-// Four pixels of two rows as the sums of each pixel with its neighbour and the pixels below, in the low 12 or
-// 16 bytes of each lane.
 template <int Channels>
-DIB_TARGET_AVX2 inline __m256i sumSquares(const unsigned char* first, const unsigned char* second,
-                                          std::size_t highOffset, __m256i neighbours) {
-    const __m256i ones = _mm256_set1_epi8(1);
-    const __m256i above = joinLanes(load16(first), load16(first + highOffset));
-    const __m256i below = joinLanes(load16(second), load16(second + highOffset));
-    return _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(above, neighbours), ones),
-                            _mm256_maddubs_epi16(_mm256_shuffle_epi8(below, neighbours), ones));
-}
-
-// Which bytes of four pixels are the same channel of neighbours.
-DIB_TARGET_AVX2 inline __m128i neighbourMask(int channels) {
-    return channels == 3 ? _mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 9, 7, 10, 8, 11, kNone, kNone, kNone, kNone)
-                         : _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
-}
-
-template <int Channels>
-DIB_TARGET_AVX2 std::size_t halveIn8(const unsigned char* first, const unsigned char* second,
-                                     unsigned char* out, std::size_t width) {
+DIB_TARGET_AVX2 std::ptrdiff_t halveVectors(const unsigned char* first, const unsigned char* second,
+                                            unsigned char* out, int width) {
     const __m256i neighbours = joinLanes(neighbourMask(Channels), neighbourMask(Channels));
     const __m128i tight = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, kNone, kNone, kNone, kNone);
-    constexpr std::size_t kLaneBytes = 4 * Channels;  // two pixels of the result
+    constexpr std::ptrdiff_t kLaneBytes = 4 * Channels;  // two pixels of the result
     // The last loads and stores of 24 bits pass the eight pixels by four bytes.
-    constexpr std::size_t kAhead = Channels == 3 ? 10 : 8;
-    std::size_t x = 0;
+    constexpr std::ptrdiff_t kAhead = Channels == 3 ? 10 : 8;
+    std::ptrdiff_t x = 0;
     for (; x + kAhead <= width; x += 8) {
         const unsigned char* above = first + x * 2 * Channels;
         const unsigned char* below = second + x * 2 * Channels;
@@ -189,48 +191,12 @@ DIB_TARGET_AVX2 std::size_t halveIn8(const unsigned char* first, const unsigned 
     return x;
 }
 
-}  // namespace
-
-std::size_t mixAcrossVectors(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
-                             std::uint16_t* sums) {
-    return channels == 3 ? runVectors<mixAcrossIn4<3>>(row, taps, count, sums)
-                         : runVectors<mixAcrossIn4<4>>(row, taps, count, sums);
-}
-
-std::size_t mixDownVectors(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
-                           std::size_t count, unsigned char* out) {
-    return runVectors<mixDownIn32>(upper, lower, lowerWeight, count, out);
-}
-
-std::size_t averageAcrossVectors(const unsigned char* row, const AreaSpans& spans, int channels,
-                                 unsigned char* out) {
-    return channels == 3 ? runVectors<averageAcrossIn2<3>>(row, &spans, out)
-                         : runVectors<averageAcrossIn2<4>>(row, &spans, out);
-}
-
-std::size_t halveRowVectors(const unsigned char* first, const unsigned char* second, int channels,
-                            unsigned char* out, std::size_t width) {
-    return channels == 3 ? runVectors<halveIn8<3>>(first, second, out, width)
-                         : runVectors<halveIn8<4>>(first, second, out, width);
-}
-
-}  // namespace dib
-
-#else
-
-namespace dib {
-
-std::size_t mixAcrossVectors(const unsigned char*, const ColumnTap*, std::size_t, int, std::uint16_t*) {
-    return 0;
-}
-std::size_t mixDownVectors(const std::uint16_t*, const std::uint16_t*, std::uint32_t, std::size_t,
-                           unsigned char*) {
-    return 0;
-}
-std::size_t averageAcrossVectors(const unsigned char*, const AreaSpans&, int, unsigned char*) { return 0; }
-std::size_t halveRowVectors(const unsigned char*, const unsigned char*, int, unsigned char*, std::size_t) {
-    return 0;
-}
+template int mixAcrossVectors<3>(const unsigned char*, const ColumnTap*, int, std::uint16_t*);
+template int mixAcrossVectors<4>(const unsigned char*, const ColumnTap*, int, std::uint16_t*);
+template int averageVectors<3>(const unsigned char*, const AreaSpans*, unsigned char*);
+template int averageVectors<4>(const unsigned char*, const AreaSpans*, unsigned char*);
+template std::ptrdiff_t halveVectors<3>(const unsigned char*, const unsigned char*, unsigned char*, int);
+template std::ptrdiff_t halveVectors<4>(const unsigned char*, const unsigned char*, unsigned char*, int);
 
 }  // namespace dib
 

@@ -6,23 +6,27 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Kernels.h"
 #include "geometry/AreaRows.h"
 #include "geometry/BilinearRows.h"
 
 namespace dib {
 
 // Of mixAcross: taps done.
-std::size_t mixAcrossVectors(const unsigned char* row, const ColumnTap* taps, std::size_t count, int channels,
-                             std::uint16_t* sums);
+template <int Channels>
+DIB_TARGET_AVX2 int mixAcrossVectors(const unsigned char* row, const ColumnTap* taps, int count,
+                                     std::uint16_t* sums);
 // Of mixDown: values done.
-std::size_t mixDownVectors(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t lowerWeight,
-                           std::size_t count, unsigned char* out);
+DIB_TARGET_AVX2 std::ptrdiff_t mixDownVectors(const std::uint16_t* upper, const std::uint16_t* lower,
+                                              std::uint16_t lowerWeight, std::ptrdiff_t count,
+                                              unsigned char* out);
 // Of averageAcross, for exact spans: spans done.
-std::size_t averageAcrossVectors(const unsigned char* row, const AreaSpans& spans, int channels,
-                                 unsigned char* out);
+template <int Channels>
+DIB_TARGET_AVX2 int averageVectors(const unsigned char* row, const AreaSpans* spans, unsigned char* out);
 // The means of two by two pixels: pixels of the result done.
-std::size_t halveRowVectors(const unsigned char* first, const unsigned char* second, int channels,
-                            unsigned char* out, std::size_t width);
+template <int Channels>
+DIB_TARGET_AVX2 std::ptrdiff_t halveVectors(const unsigned char* first, const unsigned char* second,
+                                            unsigned char* out, int width);
 
 }  // namespace dib
 

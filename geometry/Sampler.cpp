@@ -13,7 +13,7 @@ public:
     bool holds(const unsigned char* pixel, std::ptrdiff_t bytes) const { return bytes <= end_ - pixel; }
 
     // Mixes pixels whose columns are those of deeper rows. Pixels of weight 0 are not read.
-    template <int Bits>
+    template <class Depth>
     std::uint32_t mix(dib::BilinearTaps taps) const {
         dib::ColumnPair& columns = taps.columns;
         columns.readAtOnce = false;
@@ -21,56 +21,56 @@ public:
         if (taps.lowerWeight == 0) taps.lower = taps.upper;
         for (const unsigned char* row : {taps.upper, taps.lower}) {
             for (const std::ptrdiff_t column : {columns.left, columns.right}) {
-                if (!holds(row + column * (Bits / 8), Bits / 8)) return 0;
+                if (!holds(row + column * (Depth::kBits / 8), Depth::kBits / 8)) return 0;
             }
         }
-        return dib::mixTaps<Bits>(taps);
+        return dib::mixTaps<Depth>(taps);
     }
 
 private:
     const unsigned char* end_;
 };
 
-// Reads in the layout of `Bits`, whatever the depth of the image.
-template <int Bits>
+// Reads in the layout of `Depth::kBits`, whatever the depth of the image.
+template <class Depth>
 std::uint32_t colorAt(DibStream* image, float x, float y, unsigned int flags) {
     if (image == nullptr) return 0;
     const dib::SampleSource source(*image);
     if (!source.readable()) return 0;
-    const bool isShallow = image->Header->biBitCount < Bits;
-    if constexpr (Bits >= 24) {
-        if (isShallow) return ShallowBlock(*image).mix<Bits>(dib::bilinearTaps<Bits>(source, x, y, flags));
-        return dib::sample<Bits>(source, x, y, flags);
+    const bool isShallow = image->Header->biBitCount < Depth::kBits;
+    if constexpr (dib::kMixes<Depth>) {
+        if (isShallow) return ShallowBlock(*image).mix<Depth>(dib::bilinearTaps<Depth>(source, x, y, flags));
+        return dib::sample<Depth>(source, x, y, flags);
     } else {
         const dib::PixelIndex at = dib::nearestPixel(source, x, y, flags);
         const unsigned char* pixel = image->Pixel(static_cast<int>(at.column), static_cast<int>(at.row));
-        if (pixel == nullptr || (isShallow && !ShallowBlock(*image).holds(pixel, Bits / 8))) return 0;
-        return dib::readIndexedPixel<Bits>(pixel, at.column);
+        if (pixel == nullptr || (isShallow && !ShallowBlock(*image).holds(pixel, Depth::kBits / 8))) return 0;
+        return dib::readIndexedPixel<Depth>(pixel, at.column);
     }
 }
 
 }  // namespace
 
 std::uint32_t DibGetColor1(DibStream* image, float x, float y, unsigned int flags) {
-    return colorAt<1>(image, x, y, flags);
+    return colorAt<dib::Depth1>(image, x, y, flags);
 }
 
 std::uint32_t DibGetColor4(DibStream* image, float x, float y, unsigned int flags) {
-    return colorAt<4>(image, x, y, flags);
+    return colorAt<dib::Depth4>(image, x, y, flags);
 }
 
 std::uint32_t DibGetColor8(DibStream* image, float x, float y, unsigned int flags) {
-    return colorAt<8>(image, x, y, flags);
+    return colorAt<dib::Depth8>(image, x, y, flags);
 }
 
 std::uint32_t DibGetColor16(DibStream* image, float x, float y, unsigned int flags) {
-    return colorAt<16>(image, x, y, flags);
+    return colorAt<dib::Depth16>(image, x, y, flags);
 }
 
 std::uint32_t DibGetColor24(DibStream* image, float x, float y, unsigned int flags) {
-    return colorAt<24>(image, x, y, flags);
+    return colorAt<dib::Depth24>(image, x, y, flags);
 }
 
 std::uint32_t DibGetColor32(DibStream* image, float x, float y, unsigned int flags) {
-    return colorAt<32>(image, x, y, flags);
+    return colorAt<dib::Depth32>(image, x, y, flags);
 }

@@ -1,5 +1,5 @@
 // The bodies of the colour samplers, for code that samples many positions of one image: build a SampleSource
-// once and call sample<Bits>() in the loop, where it inlines.
+// once and call sample<Depth>() in the loop, where it inlines.
 #ifndef GEOMETRY_SAMPLER_H
 #define GEOMETRY_SAMPLER_H
 
@@ -58,10 +58,10 @@ DIB_ALWAYS_INLINE PixelIndex nearestPixel(const SampleSource& source, float x, f
 }
 
 // The value of a pixel of at most 16 bits, given the first byte that holds it.
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE std::uint32_t readIndexedPixel(const unsigned char* at, std::ptrdiff_t x) {
-    constexpr std::ptrdiff_t kPixelsPerByte = Bits < 8 ? 8 / Bits : 1;
-    return PixelDepth<Bits>::get(at, x & (kPixelsPerByte - 1));
+    constexpr std::ptrdiff_t kPixelsPerByte = Depth::kBits < 8 ? 8 / Depth::kBits : 1;
+    return Depth::get(at, x & (kPixelsPerByte - 1));
 }
 
 // Four channels in the 16-bit lanes of one word, in the order 0, 2, 1, 3, so that one multiplication weights
@@ -80,9 +80,9 @@ DIB_ALWAYS_INLINE std::uint32_t mixRows(std::uint64_t upper, std::uint64_t lower
     return static_cast<std::uint32_t>(joined | joined >> 24);
 }
 
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE std::uint64_t readChannels(const unsigned char* row, std::ptrdiff_t x) {
-    return spreadChannels(PixelDepth<Bits>::get(row, x));
+    return spreadChannels(Depth::get(row, x));
 }
 
 // Where the two pixels of a row are that get mixed, and their weights. Away from the right edge both are read
@@ -95,17 +95,17 @@ struct ColumnPair {
     bool readAtOnce;
 };
 
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE std::uint64_t mixColumns(const unsigned char* row, const ColumnPair& pair) {
     if (!pair.readAtOnce) {
-        return readChannels<Bits>(row, pair.left) * pair.leftWeight +
-               readChannels<Bits>(row, pair.right) * pair.rightWeight;
+        return readChannels<Depth>(row, pair.left) * pair.leftWeight +
+               readChannels<Depth>(row, pair.right) * pair.rightWeight;
     }
     std::uint64_t both;
-    std::memcpy(&both, row + pair.left * (Bits / 8), sizeof both);
-    constexpr std::uint64_t kPixel = (std::uint64_t{1} << Bits) - 1;
+    std::memcpy(&both, row + pair.left * (Depth::kBits / 8), sizeof both);
+    constexpr std::uint64_t kPixel = (std::uint64_t{1} << Depth::kBits) - 1;
     return spreadChannels(both & kPixel) * pair.leftWeight +
-           spreadChannels(both >> Bits & kPixel) * pair.rightWeight;
+           spreadChannels(both >> Depth::kBits & kPixel) * pair.rightWeight;
 }
 
 // The up to four pixels that are mixed. An axis without a second pixel mixes the pixel with itself at weight
@@ -118,7 +118,7 @@ struct BilinearTaps {
     bool isClampedRightEdge;  // with two rows
 };
 
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE BilinearTaps bilinearTaps(const SampleSource& source, float x, float y,
                                             unsigned int flags) {
     const bool wrapX = (flags & DIB_WRAP_X) != 0;
@@ -135,29 +135,29 @@ DIB_ALWAYS_INLINE BilinearTaps bilinearTaps(const SampleSource& source, float x,
     const unsigned char* lower = hasBelow ? upper + source.rowStep : wrapY ? source.top : upper;
     const std::uint32_t right = mixesColumns ? column.weight : 0;
     const ColumnPair pair{column.index, partner, 256U - right, right,
-                          column.index + (Bits == 24 ? 2 : 1) < source.width};
+                          column.index + (Depth::kBits == 24 ? 2 : 1) < source.width};
     return {upper, lower, pair, mixesRows ? line.weight : 0, !mixesColumns && mixesRows};
 }
 
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE std::uint32_t mixTaps(const BilinearTaps& taps) {
-    const std::uint32_t color = mixRows(mixColumns<Bits>(taps.upper, taps.columns),
-                                        mixColumns<Bits>(taps.lower, taps.columns), taps.lowerWeight);
+    const std::uint32_t color = mixRows(mixColumns<Depth>(taps.upper, taps.columns),
+                                        mixColumns<Depth>(taps.lower, taps.columns), taps.lowerWeight);
     // Callers rely on red instead of alpha at the clamped right edge.
-    if (Bits == 32 && taps.isClampedRightEdge) {
+    if (Depth::kBits == 32 && taps.isClampedRightEdge) {
         return (color & 0x00FFFFFFU) | ((color << 8) & 0xFF000000U);
     }
     return color;
 }
 
 // The colour of an image of exactly this depth; `source` must be readable.
-template <int Bits>
+template <class Depth>
 DIB_ALWAYS_INLINE std::uint32_t sample(const SampleSource& source, float x, float y, unsigned int flags) {
-    if constexpr (Bits >= 24) {
-        return mixTaps<Bits>(bilinearTaps<Bits>(source, x, y, flags));
+    if constexpr (kMixes<Depth>) {
+        return mixTaps<Depth>(bilinearTaps<Depth>(source, x, y, flags));
     } else {
         const PixelIndex at = nearestPixel(source, x, y, flags);
-        return PixelDepth<Bits>::get(source.row(at.row), at.column);
+        return Depth::get(source.row(at.row), at.column);
     }
 }
 

@@ -1,40 +1,36 @@
 // The cyclic shift.
 #include <DibStream.h>
 
-#include <cstddef>
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 #include "dib/EdgeAxis.h"
+#include "dib/Memory.h"
+#include "dib/Raster.h"
 #include "geometry/BitCopy.h"
-#include "geometry/Canvas.h"
 
 namespace {
 
 // The amount of a shift, of any int, as one of 0 to size - 1.
-std::size_t cyclic(std::int64_t amount, std::size_t size) {
-    return static_cast<std::size_t>(dib::EdgeAxis{static_cast<int>(size), true}.at(amount));
-}
+int cyclic(std::int64_t amount, int size) { return dib::EdgeAxis{size, true}.at(amount); }
 
-// Writes rows turned right by some pixels.
+// Writes rows turned right by some bits.
 struct RowTurn {
-    std::size_t rowBytes;
-    std::size_t pixelBits;
-    std::size_t width;
-    std::size_t shift;
+    const dib::Raster& rows;
+    std::int64_t shiftBits;
 
     void operator()(unsigned char* to, const unsigned char* from) const {
-        if (shift == 0) {
-            std::memcpy(to, from, rowBytes);
+        if (shiftBits == 0) {
+            std::memcpy(to, from, rows.rowBytes);
             return;
         }
-        const std::size_t bits = width * pixelBits;
-        const std::size_t shiftBits = shift * pixelBits;
-        if (pixelBits >= 8) {
+        const std::int64_t bits = std::int64_t{rows.width} * rows.bitCount;
+        if (rows.bitCount >= 8) {
             // The fill bytes stay with their row.
-            std::memcpy(to + bits / 8, from + bits / 8, rowBytes - bits / 8);
+            std::copy(from + bits / 8, from + rows.rowStep, to + bits / 8);
         } else {
-            std::memset(to, 0, rowBytes);
+            std::memset(to, 0, rows.rowBytes);
         }
         dib::copyBits(to, shiftBits, from, 0, bits - shiftBits);
         dib::copyBits(to, 0, from, bits - shiftBits, shiftBits);
@@ -44,34 +40,30 @@ struct RowTurn {
 }  // namespace
 
 bool DibStream::Scroll(int dx, int dy) {
-    if (!dib::hasPixels(*this)) return false;
-    const dib::ImageSize size = dib::admitSize(*Header);
-    const int depth = Header->biBitCount;
-    const std::int64_t downBuffer = Header->biHeight > 0 ? -std::int64_t{dy} : dy;
-    const std::size_t lines = cyclic(downBuffer, size.rows);
-    const auto width = static_cast<std::size_t>(Header->biWidth);
-    const RowTurn turn{size.rowBytes, static_cast<std::size_t>(depth), width,
-                       dib::isDepth(depth) ? cyclic(dx, width) : 0};
-    if (lines == 0 && turn.shift == 0) return true;
-
-    const auto saved = dib::allocateArray<unsigned char>(size.rowBytes);
+    dib::Raster rows;
+    if (!dib::hasPixels(*this) || !dib::viewRows(*this, rows)) return false;
+    const int lines = cyclic(rows.rowStep < 0 ? -std::int64_t{dy} : dy, rows.height);
+    rows = rows.inBlockOrder();
+    const int shift = dib::isDepth(rows.bitCount) ? cyclic(dx, rows.width) : 0;
+    if (lines == 0 && shift == 0) return true;
+    const RowTurn turn{rows, std::int64_t{shift} * rows.bitCount};
+    const auto saved = dib::allocateArray<unsigned char>(rows.rowBytes);
     if (saved == nullptr) return false;
-    const auto row = [&](std::size_t index) { return Buffer + index * size.rowBytes; };
 
     // Every row moves once, straight to its place: along each cycle of rows a row is written after it was
     // read and the first one waits in `saved`.
-    std::size_t moved = 0;
-    for (std::size_t start = 0; moved < size.rows; ++start) {
-        std::memcpy(saved.get(), row(start), size.rowBytes);
-        std::size_t to = start;
+    int moved = 0;
+    for (int start = 0; moved < rows.height; ++start) {
+        std::memcpy(saved.get(), rows.row(start), rows.rowBytes);
+        int to = start;
         for (;;) {
-            const std::size_t from = to >= lines ? to - lines : to + size.rows - lines;
+            const int from = to >= lines ? to - lines : to + (rows.height - lines);
             ++moved;
             if (from == start) break;
-            turn(row(to), row(from));
+            turn(rows.row(to), rows.row(from));
             to = from;
         }
-        turn(row(to), saved.get());
+        turn(rows.row(to), saved.get());
     }
     return true;
 }

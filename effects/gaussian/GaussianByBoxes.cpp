@@ -12,9 +12,9 @@ namespace {
 
 // Measured per sample of a row at 24 bits, in picoseconds.
 struct Costs {
-    std::size_t product;
-    std::size_t box;
-    std::size_t row;  // of boxes
+    std::ptrdiff_t product;
+    std::ptrdiff_t box;
+    std::ptrdiff_t row;  // of boxes
 };
 DIB_ALWAYS_INLINE constexpr Costs costs() { return {35, 29, 367}; }
 DIB_ALWAYS_INLINE constexpr Costs costsOfWidest() { return {15, 27, 203}; }
@@ -23,14 +23,14 @@ DIB_ALWAYS_INLINE constexpr Costs costsOfWidest() { return {15, 27, 203}; }
 
 bool boxesAreCheaper(const GaussianKernel& kernel) {
     if (!kernel.falls()) return false;
-    std::size_t products = 0;
-    std::size_t boxes = 0;
+    std::ptrdiff_t products = 0;
+    std::ptrdiff_t boxes = 0;
     for (int j = 0; j <= kernel.reach(); ++j) {
         boxes += kernel.weight(0, j);
         for (int i = 0; i <= kernel.reach(); ++i) products += kernel.weight(i, j) != 0 ? 1 : 0;
     }
     const Costs cost = runWidestKernel<costs, costsOfWidest>();
-    const std::size_t rows = static_cast<std::size_t>(kernel.reach()) + 1;
+    const std::ptrdiff_t rows = std::ptrdiff_t{kernel.reach()} + 1;
     return boxes * cost.box + rows * cost.row < products * cost.product;
 }
 
@@ -44,7 +44,7 @@ bool GaussianByBoxes::prepare(const Raster& image) {
 // For each row one half width per unit of its middle weight: the widest run of weights that reach so high.
 bool GaussianByBoxes::listBoxes() {
     const int reach = kernel_.reach();
-    std::size_t count = 0;
+    std::ptrdiff_t count = 0;
     for (int j = 0; j <= reach; ++j) count += kernel_.weight(0, j);
     halves_ = allocateArray<std::uint8_t>(count + 1);
     if (halves_ == nullptr) return false;
@@ -62,18 +62,18 @@ bool GaussianByBoxes::listBoxes() {
 namespace {
 
 DIB_ALWAYS_INLINE void addRows(const unsigned char* above, const unsigned char* below,
-                               std::uint16_t* __restrict out, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<std::uint16_t>(above[i] + below[i]);
+                               std::uint16_t* __restrict out, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = static_cast<std::uint16_t>(above[i] + below[i]);
 }
 
 // Turns the steps between the pixels of a row into the pixels, given the first one.
-template <std::size_t Channels>
-DIB_ALWAYS_INLINE void addUpSteps(std::uint32_t* __restrict row, std::size_t pixels,
+template <std::ptrdiff_t Channels>
+DIB_ALWAYS_INLINE void addUpSteps(std::uint32_t* __restrict row, std::ptrdiff_t pixels,
                                   const std::uint32_t* __restrict first) {
     std::uint32_t total[Channels];
-    for (std::size_t c = 0; c < Channels; ++c) total[c] = first[c];
-    for (std::size_t x = 0; x < pixels; ++x, row += Channels) {
-        for (std::size_t c = 0; c < Channels; ++c) {
+    for (std::ptrdiff_t c = 0; c < Channels; ++c) total[c] = first[c];
+    for (std::ptrdiff_t x = 0; x < pixels; ++x, row += Channels) {
+        for (std::ptrdiff_t c = 0; c < Channels; ++c) {
             const std::uint32_t step = row[c];
             row[c] = total[c];
             total[c] += step;
@@ -82,35 +82,35 @@ DIB_ALWAYS_INLINE void addUpSteps(std::uint32_t* __restrict row, std::size_t pix
 }
 
 DIB_ALWAYS_INLINE void putHighHalves(const std::uint32_t* __restrict sums, unsigned char* __restrict out,
-                                     std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(sums[i] >> 16);
+                                     std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) Depth8::put(out, i, sums[i] >> 16);
 }
 
 }  // namespace
 
-template <std::size_t Channels>
+template <std::ptrdiff_t Channels>
 void GaussianByBoxes::blurRow(unsigned char* out) {
-    const std::size_t samples = window_.samples();
+    const std::ptrdiff_t samples = window_.samples();
     const std::uint16_t* folded = folded_.get() + window_.padding();
     const std::uint8_t* halves = halves_.get();
     std::uint32_t first[Channels] = {};
     std::fill_n(steps_.get(), samples, 0U);
     for (int j = 0; j <= kernel_.reach(); ++j) {
-        const std::size_t boxes = kernel_.weight(0, j);
+        const std::ptrdiff_t boxes = kernel_.weight(0, j);
         if (boxes == 0) continue;
         runKernel<addRows>(window_.above(j), window_.below(j), folded_.get(),
                            samples + 2 * window_.padding());
         const int half = halves[0];
-        const std::uint16_t* tap = folded - static_cast<std::size_t>(half) * Channels;
+        const std::uint16_t* tap = folded - std::ptrdiff_t{half} * Channels;
         for (int i = -half; i <= half; ++i, tap += Channels) {
             const std::uint32_t weight = kernel_.weight(std::abs(i), j);
-            for (std::size_t c = 0; c < Channels; ++c) first[c] += weight * tap[c];
+            for (std::ptrdiff_t c = 0; c < Channels; ++c) first[c] += weight * tap[c];
         }
         addBoxSteps(folded, Channels, halves, boxes, steps_.get(), samples);
         halves += boxes;
     }
-    runKernel<addUpSteps<Channels>>(steps_.get(), window_.width(), static_cast<const std::uint32_t*>(first));
-    runKernel<putHighHalves>(static_cast<const std::uint32_t*>(steps_.get()), out, samples);
+    runKernel<addUpSteps<Channels>>(steps_.get(), window_.width(), first);
+    runKernel<putHighHalves>(steps_.get(), out, samples);
 }
 
 template void GaussianByBoxes::blurRow<1>(unsigned char*);
@@ -120,24 +120,24 @@ template void GaussianByBoxes::blurRow<4>(unsigned char*);
 namespace {
 
 // As many differences of samples, each up to 510, as fit a sum of 16 bits.
-constexpr std::size_t kGroup = 32767 / 510;
+constexpr std::ptrdiff_t kGroup = 32767 / 510;
 
-template <std::size_t Width>
+template <std::ptrdiff_t Width>
 DIB_ALWAYS_INLINE void addStepsInBlocks(const std::uint16_t* __restrict row, std::ptrdiff_t step,
-                                        const std::uint8_t* __restrict halves, std::size_t count,
-                                        std::uint32_t* __restrict steps, std::size_t samples) {
+                                        const std::uint8_t* __restrict halves, std::ptrdiff_t count,
+                                        std::uint32_t* __restrict steps, std::ptrdiff_t samples) {
     using Samples __attribute__((vector_size(Width))) = std::int16_t;
     using WideSamples __attribute__((vector_size(2 * Width))) = std::int32_t;
-    constexpr std::size_t kLanes = Width / sizeof(std::int16_t);
-    constexpr std::size_t kVectors = kGaussianBlock / kLanes;
-    for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
-        for (std::size_t first = 0; first < count; first += kGroup) {
-            const std::size_t end = count - first < kGroup ? count : first + kGroup;
+    constexpr std::ptrdiff_t kLanes = Width / sizeof(std::int16_t);
+    constexpr std::ptrdiff_t kVectors = kGaussianBlock / kLanes;
+    for (std::ptrdiff_t x = 0; x < samples; x += kGaussianBlock) {
+        for (std::ptrdiff_t first = 0; first < count; first += kGroup) {
+            const std::ptrdiff_t end = count - first < kGroup ? count : first + kGroup;
             Samples sum[kVectors] = {};
-            for (std::size_t i = first; i < end; ++i) {
+            for (std::ptrdiff_t i = first; i < end; ++i) {
                 const std::uint16_t* back = row + x - halves[i] * step;
                 const std::uint16_t* ahead = row + x + (halves[i] + 1) * step;
-                for (std::size_t k = 0; k < kVectors; ++k) {
+                for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
                     Samples leaving;
                     Samples entering;
                     std::memcpy(&leaving, back + kLanes * k, sizeof leaving);
@@ -145,7 +145,7 @@ DIB_ALWAYS_INLINE void addStepsInBlocks(const std::uint16_t* __restrict row, std
                     sum[k] += entering - leaving;
                 }
             }
-            for (std::size_t k = 0; k < kVectors; ++k) {
+            for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
                 WideSamples total;
                 std::memcpy(&total, steps + x + kLanes * k, sizeof total);
                 total += __builtin_convertvector(sum[k], WideSamples);
@@ -156,13 +156,13 @@ DIB_ALWAYS_INLINE void addStepsInBlocks(const std::uint16_t* __restrict row, std
 }
 
 // Bytes of the vectors: of AVX2, and of AVX-512.
-constexpr std::size_t kWidth = 32;
-constexpr std::size_t kWideWidth = 64;
+constexpr std::ptrdiff_t kWidth = 32;
+constexpr std::ptrdiff_t kWideWidth = 64;
 
 }  // namespace
 
-void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
-                 std::uint32_t* steps, std::size_t samples) {
+void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves,
+                 std::ptrdiff_t count, std::uint32_t* steps, std::ptrdiff_t samples) {
     runWidestKernel<addStepsInBlocks<kWidth>, addStepsInBlocks<kWideWidth>>(row, step, halves, count, steps,
                                                                             samples);
 }

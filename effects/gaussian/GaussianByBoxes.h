@@ -25,12 +25,12 @@ public:
     void row(unsigned char* out, int y) {
         if (window_.width() == 0) return;
         window_.moveTo(y);
-        blurRow<static_cast<std::size_t>(Depth::kChannels)>(out);
+        blurRow<Depth::kChannels>(out);
     }
 
 private:
     bool listBoxes();
-    template <std::size_t Channels>
+    template <std::ptrdiff_t Channels>
     void blurRow(unsigned char* out);
 
     const GaussianKernel& kernel_;
@@ -44,8 +44,8 @@ private:
 // steps[x] += the sum over `halves` of row[x + (h + 1) * step] - row[x - h * step], in two's complement: what
 // boxes of half width h around pixel x change by on the way to the next pixel, `step` samples on. Samples are
 // at most 510. Works on whole blocks of kGaussianBlock samples.
-void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves, std::size_t count,
-                 std::uint32_t* steps, std::size_t samples);
+void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves,
+                 std::ptrdiff_t count, std::uint32_t* steps, std::ptrdiff_t samples);
 
 }  // namespace dib
 

@@ -11,6 +11,7 @@ namespace {
 
 // A 64-byte vector that crosses a cache line takes twice as long to load.
 constexpr std::size_t kCacheLine = 64;
+constexpr std::ptrdiff_t kLineSums = kCacheLine / sizeof(std::uint32_t);
 
 std::uint32_t* atCacheLine(std::uint32_t* block) {
     const std::size_t past = reinterpret_cast<std::uintptr_t>(block) % kCacheLine;
@@ -21,8 +22,8 @@ std::uint32_t* atCacheLine(std::uint32_t* block) {
 
 bool GaussianByProducts::prepare(const Raster& image) {
     if (!window_.prepare(image, kernel_.reach(), flags_) || !pairWeights()) return false;
-    const std::size_t distances = static_cast<std::size_t>(kernel_.reach()) + 1;
-    pairs_ = allocateArray<std::uint32_t>(pairCount() * kGaussianPiece + kCacheLine / sizeof(std::uint32_t));
+    const std::ptrdiff_t distances = std::ptrdiff_t{kernel_.reach()} + 1;
+    pairs_ = allocateArray<std::uint32_t>(pairCount() * kGaussianPiece + kLineSums);
     sums_ = allocateZeroed<std::uint32_t>(distances * sumsStride() + kGaussianBlock);
     return pairs_ != nullptr && sums_ != nullptr;
 }
@@ -30,7 +31,7 @@ bool GaussianByProducts::prepare(const Raster& image) {
 // For each column the weights of two rows at a time, the nearer row in the low half.
 bool GaussianByProducts::pairWeights() {
     const int reach = kernel_.reach();
-    weights_ = allocateZeroed<std::uint32_t>((static_cast<std::size_t>(reach) + 1) * pairCount());
+    weights_ = allocateZeroed<std::uint32_t>((std::ptrdiff_t{reach} + 1) * pairCount());
     if (weights_ == nullptr) return false;
     std::uint32_t* weights = weights_.get();
     for (int i = 0; i <= reach; ++i, weights += pairCount()) {
@@ -40,7 +41,7 @@ bool GaussianByProducts::pairWeights() {
 }
 
 // Adds up the rows above and below at each distance, two distances in one element, from sample `start` on.
-void GaussianByProducts::pairRows(std::size_t start) {
+void GaussianByProducts::pairRows(std::ptrdiff_t start) {
     std::uint32_t* pairs = atCacheLine(pairs_.get());
     for (int j = 0; j <= kernel_.reach(); j += 2, pairs += kGaussianPiece) {
         addRowPairs(window_.below(j) + start, window_.above(j) + start, window_.below(j + 1) + start,
@@ -52,12 +53,12 @@ void GaussianByProducts::pairRows(std::size_t start) {
 void GaussianByProducts::weighColumns() {
     const std::uint32_t* pairs = atCacheLine(pairs_.get());
     const bool smallWeights = kernel_.weight(0, 0) < 0x8000;
-    const std::size_t before = 2 * window_.padding();
+    const std::ptrdiff_t before = 2 * window_.padding();
     std::uint32_t* sums = sums_.get();
     const std::uint32_t* weights = weights_.get();
     for (int i = 0; i <= kernel_.reach(); ++i, sums += sumsStride(), weights += pairCount()) {
-        std::memmove(sums, sums + kGaussianPiece, before * sizeof *sums);
-        std::size_t count = pairCount();
+        std::copy_n(sums + kGaussianPiece, before, sums);
+        std::ptrdiff_t count = pairCount();
         while (count > 1 && weights[count - 1] == 0) --count;
         weighPairs(pairs, kGaussianPiece, weights, count, smallWeights, sums + before, kGaussianPiece);
     }
@@ -65,17 +66,16 @@ void GaussianByProducts::weighColumns() {
 
 // Piece by piece from the left. Results lag two paddings behind, where the columns on both sides are known.
 void GaussianByProducts::blurRow(unsigned char* out) {
-    const std::size_t lag = 2 * window_.padding();
-    const std::size_t end = window_.samples() + lag;
-    for (std::size_t start = 0; start < end; start += kGaussianPiece) {
+    const std::ptrdiff_t lag = 2 * window_.padding();
+    const std::ptrdiff_t end = window_.samples() + lag;
+    for (std::ptrdiff_t start = 0; start < end; start += kGaussianPiece) {
         pairRows(start);
         weighColumns();
-        const std::size_t skipped = start < lag ? std::min(lag - start, kGaussianPiece) : 0;
-        const std::size_t ready = std::min(kGaussianPiece, end - start);
+        const std::ptrdiff_t skipped = start < lag ? std::min(lag - start, kGaussianPiece) : 0;
+        const std::ptrdiff_t ready = std::min(kGaussianPiece, end - start);
         if (skipped >= ready) continue;
-        gatherColumns(sums_.get() + window_.padding() + skipped, sumsStride(),
-                      static_cast<std::ptrdiff_t>(window_.channels()), kernel_.reach(),
-                      out + (start + skipped - lag), ready - skipped);
+        gatherColumns(sums_.get() + window_.padding() + skipped, sumsStride(), window_.channels(),
+                      kernel_.reach(), out + (start + skipped - lag), ready - skipped);
     }
 }
 

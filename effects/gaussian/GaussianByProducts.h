@@ -24,11 +24,11 @@ public:
     }
 
 private:
-    std::size_t pairCount() const { return static_cast<std::size_t>(kernel_.reach()) / 2 + 1; }
+    std::ptrdiff_t pairCount() const { return std::ptrdiff_t{kernel_.reach()} / 2 + 1; }
     // The column sums of one distance: those of a piece after those of the two paddings before it.
-    std::size_t sumsStride() const { return 2 * window_.padding() + kGaussianPiece; }
+    std::ptrdiff_t sumsStride() const { return 2 * window_.padding() + kGaussianPiece; }
     bool pairWeights();
-    void pairRows(std::size_t start);
+    void pairRows(std::ptrdiff_t start);
     void weighColumns();
     void blurRow(unsigned char* out);
 

@@ -10,8 +10,8 @@ bool GaussianKernel::build(float radius) {
     const bool isCut = std::floor(radius) > kMaxHalf;
     half_ = isCut ? kMaxHalf : static_cast<int>(radius);
     const float spread = isCut ? kMaxHalf : radius;
-    const auto side = static_cast<std::size_t>(half_) + 1;
-    const std::size_t entries = side * side;
+    const auto side = std::ptrdiff_t{half_} + 1;
+    const std::ptrdiff_t entries = side * side;
     const MallocPtr<float> exact = allocateArray<float>(entries);
     weights_ = allocateArray<std::uint32_t>(entries);
     if (exact == nullptr || weights_ == nullptr) return false;
@@ -35,7 +35,7 @@ bool GaussianKernel::build(float radius) {
     }
     if (total == 0) return false;
     const float factor = 65536.0F / total;
-    for (std::size_t k = 0; k < entries; ++k) weights_[k] = static_cast<std::uint32_t>(exact[k] * factor);
+    for (std::ptrdiff_t k = 0; k < entries; ++k) weights_[k] = static_cast<std::uint32_t>(exact[k] * factor);
     survey();
     return true;
 }

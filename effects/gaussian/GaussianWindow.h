@@ -12,9 +12,9 @@
 namespace dib {
 
 // Kernels work on blocks of this many samples.
-constexpr std::size_t kGaussianBlock = 64;
+constexpr std::ptrdiff_t kGaussianBlock = 64;
 // Sums of a piece of a row stay in the first-level cache for several distances.
-constexpr std::size_t kGaussianPiece = 4 * kGaussianBlock;
+constexpr std::ptrdiff_t kGaussianPiece = 4 * kGaussianBlock;
 
 // The unchanged rows from `reach` above the current one to `reach` below it, with `reach` pixels beyond the
 // edges on either side. What lies behind them can be read up to a whole piece beyond.
@@ -25,11 +25,11 @@ public:
         reach_ = reach;
         across_ = axisX(image, flags);
         down_ = axisY(image, flags);
-        width_ = static_cast<std::size_t>(image.width);
-        channels_ = static_cast<std::size_t>(channelsOf(image));
-        padding_ = static_cast<std::size_t>(reach) * channels_;
+        width_ = image.width;
+        channels_ = channelsOf(image);
+        padding_ = std::ptrdiff_t{reach} * channels_;
         stride_ = ((samples() + 2 * padding_) / kGaussianPiece + 2) * kGaussianPiece;
-        rows_ = allocateZeroed<unsigned char>((static_cast<std::size_t>(side()) + 1) * stride_);
+        rows_ = allocateZeroed<unsigned char>((std::ptrdiff_t{side()} + 1) * stride_);
         // The first rows follow the last one where rows wrap.
         const int firstRows = down_.wrap ? std::min(reach, image.height) : 0;
         return rows_ != nullptr && source_.prepare(image, 0, firstRows);
@@ -51,26 +51,24 @@ public:
         return distance > reach_ ? black() : slot(y_ + distance);
     }
 
-    std::size_t width() const { return width_; }
-    std::size_t channels() const { return channels_; }
-    std::size_t samples() const { return width_ * channels_; }
+    std::ptrdiff_t width() const { return width_; }
+    std::ptrdiff_t channels() const { return channels_; }
+    std::ptrdiff_t samples() const { return width_ * channels_; }
     // Samples before the row, and after it.
-    std::size_t padding() const { return padding_; }
+    std::ptrdiff_t padding() const { return padding_; }
     // Samples from one row of the window to the next.
-    std::size_t stride() const { return stride_; }
+    std::ptrdiff_t stride() const { return stride_; }
 
 private:
     int side() const { return 2 * reach_ + 1; }
-    unsigned char* slot(int t) const {
-        return rows_.get() + static_cast<std::size_t>((t + side()) % side()) * stride_;
-    }
-    const unsigned char* black() const { return rows_.get() + static_cast<std::size_t>(side()) * stride_; }
+    unsigned char* slot(int t) const { return rows_.get() + std::ptrdiff_t{(t + side()) % side()} * stride_; }
+    const unsigned char* black() const { return rows_.get() + std::ptrdiff_t{side()} * stride_; }
 
     // Position t of the vertical axis, which may lie beyond its edges.
     void load(int t) {
         unsigned char* row = slot(t) + padding_;
-        std::memcpy(row, source_.row(down_.at(t)), samples());
-        across_.pad(row, reach_, reach_, static_cast<std::ptrdiff_t>(channels_));
+        std::copy_n(source_.row(down_.at(t)), samples(), row);
+        across_.pad(row, reach_, reach_, channels_);
     }
 
     RollingCopy source_;
@@ -78,10 +76,10 @@ private:
     EdgeAxis down_;
     int reach_ = 0;
     int y_ = 0;
-    std::size_t width_ = 0;
-    std::size_t channels_ = 0;
-    std::size_t padding_ = 0;
-    std::size_t stride_ = 0;
+    std::ptrdiff_t width_ = 0;
+    std::ptrdiff_t channels_ = 0;
+    std::ptrdiff_t padding_ = 0;
+    std::ptrdiff_t stride_ = 0;
     MallocPtr<unsigned char> rows_;  // a ring of them, and a black one
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "dib/Depths.h"
 #include "dib/Kernels.h"
 #include "effects/gaussian/GaussianWindow.h"
 
@@ -19,20 +20,19 @@ DIB_ALWAYS_INLINE std::uint32_t product(std::uint32_t pair, std::uint32_t weight
 
 DIB_ALWAYS_INLINE void addRowPairsPlain(const unsigned char* above, const unsigned char* below,
                                         const unsigned char* nextAbove, const unsigned char* nextBelow,
-                                        std::uint32_t* __restrict out, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = (static_cast<std::uint32_t>(nextAbove[i]) + nextBelow[i]) << 16 |
-                 (static_cast<std::uint32_t>(above[i]) + below[i]);
+                                        std::uint32_t* __restrict out, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        out[i] = (std::uint32_t{nextAbove[i]} + nextBelow[i]) << 16 | (std::uint32_t{above[i]} + below[i]);
     }
 }
 
-DIB_ALWAYS_INLINE void weighPairsPlain(const std::uint32_t* __restrict pairs, std::size_t stride,
-                                       const std::uint32_t* __restrict weights, std::size_t count,
-                                       std::uint32_t* __restrict sums, std::size_t samples) {
-    for (std::size_t x = 0; x < samples; ++x) sums[x] = product(pairs[x], weights[0]);
-    for (std::size_t j = 1; j < count; ++j) {
+DIB_ALWAYS_INLINE void weighPairsPlain(const std::uint32_t* __restrict pairs, std::ptrdiff_t stride,
+                                       const std::uint32_t* __restrict weights, std::ptrdiff_t count,
+                                       std::uint32_t* __restrict sums, std::ptrdiff_t samples) {
+    for (std::ptrdiff_t x = 0; x < samples; ++x) sums[x] = product(pairs[x], weights[0]);
+    for (std::ptrdiff_t j = 1; j < count; ++j) {
         const std::uint32_t* row = pairs + j * stride;
-        for (std::size_t x = 0; x < samples; ++x) sums[x] += product(row[x], weights[j]);
+        for (std::ptrdiff_t x = 0; x < samples; ++x) sums[x] += product(row[x], weights[j]);
     }
 }
 
@@ -51,9 +51,9 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i load(const unsigned char* from) {
 // first.
 DIB_TARGET_AVX2 void addRowPairsAvx2(const unsigned char* above, const unsigned char* below,
                                      const unsigned char* nextAbove, const unsigned char* nextBelow,
-                                     std::uint32_t* out, std::size_t count) {
+                                     std::uint32_t* out, std::ptrdiff_t count) {
     const __m256i ones = _mm256_set1_epi8(1);
-    for (std::size_t x = 0; x < count; x += 32, out += 32) {
+    for (std::ptrdiff_t x = 0; x < count; x += 32, out += 32) {
         const __m256i a = load(above + x);
         const __m256i b = load(below + x);
         const __m256i c = load(nextAbove + x);
@@ -71,26 +71,26 @@ DIB_TARGET_AVX2 void addRowPairsAvx2(const unsigned char* above, const unsigned 
 }
 
 // Both products of eight pairs in one instruction; the sums of a block stay in registers.
-DIB_TARGET_AVX2 void weighPairsAvx2(const std::uint32_t* pairs, std::size_t stride,
-                                    const std::uint32_t* weights, std::size_t count, std::uint32_t* sums,
-                                    std::size_t samples) {
-    constexpr std::size_t kVectors = kGaussianBlock / 8;
-    for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
+DIB_TARGET_AVX2 void weighPairsAvx2(const std::uint32_t* pairs, std::ptrdiff_t stride,
+                                    const std::uint32_t* weights, std::ptrdiff_t count, std::uint32_t* sums,
+                                    std::ptrdiff_t samples) {
+    constexpr std::ptrdiff_t kVectors = kGaussianBlock / 8;
+    for (std::ptrdiff_t x = 0; x < samples; x += kGaussianBlock) {
         __m256i sum[kVectors];
         const auto* nearest = reinterpret_cast<const __m256i*>(pairs + x);
         const __m256i nearestWeight = _mm256_set1_epi32(static_cast<int>(weights[0]));
-        for (std::size_t k = 0; k < kVectors; ++k) {
+        for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
             sum[k] = _mm256_madd_epi16(_mm256_loadu_si256(nearest + k), nearestWeight);
         }
-        for (std::size_t j = 1; j < count; ++j) {
+        for (std::ptrdiff_t j = 1; j < count; ++j) {
             const auto* row = reinterpret_cast<const __m256i*>(pairs + j * stride + x);
             const __m256i weight = _mm256_set1_epi32(static_cast<int>(weights[j]));
-            for (std::size_t k = 0; k < kVectors; ++k) {
+            for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
                 sum[k] = _mm256_add_epi32(sum[k], _mm256_madd_epi16(_mm256_loadu_si256(row + k), weight));
             }
         }
         auto* to = reinterpret_cast<__m256i*>(sums + x);
-        for (std::size_t k = 0; k < kVectors; ++k) _mm256_storeu_si256(to + k, sum[k]);
+        for (std::ptrdiff_t k = 0; k < kVectors; ++k) _mm256_storeu_si256(to + k, sum[k]);
     }
 }
 
@@ -107,9 +107,9 @@ DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void storeSums(std::uint32_t* to, __m512i by
 // order.
 DIB_TARGET_AVX512 void addRowPairsAvx512(const unsigned char* above, const unsigned char* below,
                                          const unsigned char* nextAbove, const unsigned char* nextBelow,
-                                         std::uint32_t* out, std::size_t count) {
+                                         std::uint32_t* out, std::ptrdiff_t count) {
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    for (std::size_t x = 0; x < count; x += 64, out += 64) {
+    for (std::ptrdiff_t x = 0; x < count; x += 64, out += 64) {
         const __m512i a = loadSpread(above + x, order);
         const __m512i b = loadSpread(below + x, order);
         const __m512i c = loadSpread(nextAbove + x, order);
@@ -127,27 +127,27 @@ DIB_TARGET_AVX512 void addRowPairsAvx512(const unsigned char* above, const unsig
 
 // Products of sixteen pairs and their addition in one instruction; as many blocks side by side as cover its
 // delay.
-template <std::size_t Vectors>
-DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void weighVectorsAvx512(const std::uint32_t* pairs, std::size_t stride,
-                                                            const std::uint32_t* weights, std::size_t count,
-                                                            std::uint32_t* sums) {
+template <std::ptrdiff_t Vectors>
+DIB_TARGET_AVX512 DIB_ALWAYS_INLINE void weighVectorsAvx512(const std::uint32_t* pairs, std::ptrdiff_t stride,
+                                                            const std::uint32_t* weights,
+                                                            std::ptrdiff_t count, std::uint32_t* sums) {
     __m512i sum[Vectors];
     for (__m512i& vector : sum) vector = _mm512_setzero_si512();
-    for (std::size_t j = 0; j < count; ++j) {
+    for (std::ptrdiff_t j = 0; j < count; ++j) {
         const std::uint32_t* row = pairs + j * stride;
         const __m512i weight = _mm512_set1_epi32(static_cast<int>(weights[j]));
-        for (std::size_t k = 0; k < Vectors; ++k) {
+        for (std::ptrdiff_t k = 0; k < Vectors; ++k) {
             sum[k] = _mm512_dpwssd_epi32(sum[k], _mm512_loadu_si512(row + 16 * k), weight);
         }
     }
-    for (std::size_t k = 0; k < Vectors; ++k) _mm512_storeu_si512(sums + 16 * k, sum[k]);
+    for (std::ptrdiff_t k = 0; k < Vectors; ++k) _mm512_storeu_si512(sums + 16 * k, sum[k]);
 }
 
-DIB_TARGET_AVX512 void weighPairsAvx512(const std::uint32_t* pairs, std::size_t stride,
-                                        const std::uint32_t* weights, std::size_t count, std::uint32_t* sums,
-                                        std::size_t samples) {
-    constexpr std::size_t kVectors = kGaussianBlock / 16;
-    std::size_t x = 0;
+DIB_TARGET_AVX512 void weighPairsAvx512(const std::uint32_t* pairs, std::ptrdiff_t stride,
+                                        const std::uint32_t* weights, std::ptrdiff_t count,
+                                        std::uint32_t* sums, std::ptrdiff_t samples) {
+    constexpr std::ptrdiff_t kVectors = kGaussianBlock / 16;
+    std::ptrdiff_t x = 0;
     for (; x + 3 * kGaussianBlock < samples; x += 4 * kGaussianBlock) {
         weighVectorsAvx512<4 * kVectors>(pairs + x, stride, weights, count, sums + x);
     }
@@ -166,56 +166,56 @@ constexpr auto weighPairsAvx512 = weighPairsPlain;
 #endif
 
 // Bytes of the vectors: of AVX2, and of AVX-512.
-constexpr std::size_t kWidth = 32;
-constexpr std::size_t kWideWidth = 64;
+constexpr std::ptrdiff_t kWidth = 32;
+constexpr std::ptrdiff_t kWideWidth = 64;
 
-template <std::size_t Width>
-DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std::size_t stride,
+template <std::ptrdiff_t Width>
+DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std::ptrdiff_t stride,
                                     std::ptrdiff_t step, std::ptrdiff_t reach, unsigned char* __restrict out,
-                                    std::size_t samples) {
+                                    std::ptrdiff_t samples) {
     using Sums __attribute__((vector_size(Width))) = std::uint32_t;
-    constexpr std::size_t kLanes = Width / sizeof(std::uint32_t);
-    constexpr std::size_t kVectors = kGaussianBlock / kLanes;
+    constexpr std::ptrdiff_t kLanes = Width / sizeof(std::uint32_t);
+    constexpr std::ptrdiff_t kVectors = kGaussianBlock / kLanes;
     const auto addTo = [](Sums* sum, const std::uint32_t* from) {
-        for (std::size_t k = 0; k < kVectors; ++k) {
+        for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
             Sums add;
             std::memcpy(&add, from + kLanes * k, sizeof add);
             sum[k] += add;
         }
     };
-    for (std::size_t x = 0; x < samples; x += kGaussianBlock) {
+    for (std::ptrdiff_t x = 0; x < samples; x += kGaussianBlock) {
         Sums sum[kVectors] = {};
         addTo(sum, columns + x);
         for (std::ptrdiff_t i = 1; i <= reach; ++i) {
-            const std::uint32_t* column = columns + static_cast<std::size_t>(i) * stride + x;
+            const std::uint32_t* column = columns + std::ptrdiff_t{i} * stride + x;
             addTo(sum, column - i * step);
             addTo(sum, column + i * step);
         }
         std::uint32_t sums[kGaussianBlock];
         std::memcpy(sums, sum, sizeof sums);
-        const std::size_t count = samples - x < kGaussianBlock ? samples - x : kGaussianBlock;
-        for (std::size_t k = 0; k < count; ++k) out[x + k] = static_cast<unsigned char>(sums[k] >> 16);
+        const std::ptrdiff_t count = samples - x < kGaussianBlock ? samples - x : kGaussianBlock;
+        for (std::ptrdiff_t k = 0; k < count; ++k) Depth8::put(out, x + k, sums[k] >> 16);
     }
 }
 
 }  // namespace
 
 void addRowPairs(const unsigned char* above, const unsigned char* below, const unsigned char* nextAbove,
-                 const unsigned char* nextBelow, std::uint32_t* out, std::size_t count) {
+                 const unsigned char* nextBelow, std::uint32_t* out, std::ptrdiff_t count) {
     runHandWritten<addRowPairsPlain, addRowPairsAvx2, addRowPairsAvx512>(above, below, nextAbove, nextBelow,
                                                                          out, count);
 }
 
-void weighPairs(const std::uint32_t* pairs, std::size_t stride, const std::uint32_t* weights,
-                std::size_t count, bool smallWeights, std::uint32_t* sums, std::size_t samples) {
+void weighPairs(const std::uint32_t* pairs, std::ptrdiff_t stride, const std::uint32_t* weights,
+                std::ptrdiff_t count, bool smallWeights, std::uint32_t* sums, std::ptrdiff_t samples) {
     // The wider builds multiply signed halves.
     if (!smallWeights) return runKernel<weighPairsPlain>(pairs, stride, weights, count, sums, samples);
     runHandWritten<weighPairsPlain, weighPairsAvx2, weighPairsAvx512>(pairs, stride, weights, count, sums,
                                                                       samples);
 }
 
-void gatherColumns(const std::uint32_t* columns, std::size_t stride, std::ptrdiff_t step,
-                   std::ptrdiff_t reach, unsigned char* out, std::size_t samples) {
+void gatherColumns(const std::uint32_t* columns, std::ptrdiff_t stride, std::ptrdiff_t step,
+                   std::ptrdiff_t reach, unsigned char* out, std::ptrdiff_t samples) {
     runWidestKernel<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>>(columns, stride, step, reach, out,
                                                                     samples);
 }

@@ -27,7 +27,7 @@ public:
 
     // Clears all counts. False when memory is short.
     bool prepare() {
-        levels_ = allocateZeroed<std::uint32_t>(std::size_t{kClasses} << kClassShift);
+        levels_ = allocateZeroed<std::uint32_t>(std::ptrdiff_t{kClasses} << kClassShift);
         return levels_ != nullptr;
     }
 
@@ -40,7 +40,7 @@ public:
     }
 
     // Moves the window sideways: column `out` of each row leaves it and column `in` enters.
-    void slide(const WindowRow* rows, std::size_t rowCount, std::ptrdiff_t out, std::ptrdiff_t in) {
+    void slide(const WindowRow* rows, std::ptrdiff_t rowCount, std::ptrdiff_t out, std::ptrdiff_t in) {
         // In locals, which stores to the counts cannot change.
         std::uint32_t brighter = brighter_;
         const std::uint32_t current = current_;

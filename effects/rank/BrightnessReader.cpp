@@ -11,32 +11,27 @@ namespace dib {
 namespace {
 
 // At 16 bits blue and red have each other's weights. Callers rely on it: other weights choose other pixels.
-DIB_ALWAYS_INLINE void brightness16(const std::uint32_t* __restrict values, std::int32_t* __restrict out,
-                                    std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint32_t v = values[i];
-        out[i] = static_cast<std::int32_t>(73 * (v & 31) + 146 * ((v >> 5) & 31) + 37 * ((v >> 10) & 31));
-    }
-}
-
-DIB_ALWAYS_INLINE void brightness24(const std::uint32_t* __restrict values, std::int32_t* __restrict out,
-                                    std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint32_t v = values[i];
-        out[i] = static_cast<std::int32_t>(37 * (v & 255) + 146 * ((v >> 8) & 255) + 73 * ((v >> 16) & 255));
+template <class Depth>
+DIB_ALWAYS_INLINE void weigh(const std::uint32_t* __restrict values, std::int32_t* __restrict out,
+                             std::ptrdiff_t count) {
+    constexpr std::uint32_t kBlue = Depth::kBits == 16 ? 73 : 37;
+    constexpr std::uint32_t kRed = Depth::kBits == 16 ? 37 : 73;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const auto [blue, green, red] = Depth::split(values[i]);
+        out[i] = static_cast<std::int32_t>(kBlue * blue + 146 * green + kRed * red);
     }
 }
 
 template <class Depth>
 DIB_ALWAYS_INLINE void readBody(const unsigned char* __restrict row, std::uint32_t* __restrict values,
-                                std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x) values[x] = Depth::get(row, static_cast<std::ptrdiff_t>(x));
+                                std::ptrdiff_t count) {
+    for (std::ptrdiff_t x = 0; x < count; ++x) values[x] = Depth::get(row, x);
 }
 
 template <class Depth>
 DIB_ALWAYS_INLINE void writeBody(unsigned char* __restrict row, const std::uint32_t* __restrict values,
-                                 std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x) Depth::put(row, static_cast<std::ptrdiff_t>(x), values[x]);
+                                 std::ptrdiff_t count) {
+    for (std::ptrdiff_t x = 0; x < count; ++x) Depth::put(row, x, values[x]);
 }
 
 }  // namespace
@@ -44,7 +39,7 @@ DIB_ALWAYS_INLINE void writeBody(unsigned char* __restrict row, const std::uint3
 BrightnessReader::BrightnessReader(const DibStream& image, const Raster& raster, TableWeights weights,
                                    Nibbles nibbles)
     : bitCount_(raster.bitCount),
-      width_(static_cast<std::size_t>(raster.width)),
+      width_(raster.width),
       rowBytes_(raster.rowBytes),
       swapNibbles_(raster.bitCount == 4 && nibbles == Nibbles::kLowFirst) {
     if (bitCount_ > 8) return;
@@ -55,9 +50,9 @@ BrightnessReader::BrightnessReader(const DibStream& image, const Raster& raster,
     }
 }
 
-void BrightnessReader::readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const {
+void BrightnessReader::readSpots(const Spot* spots, std::uint32_t* values, std::ptrdiff_t count) const {
     withAnyDepth(bitCount_, [&](auto depth) {
-        for (std::size_t i = 0; i < count; ++i) values[i] = decltype(depth)::get(spots[i].row, spots[i].x);
+        for (std::ptrdiff_t i = 0; i < count; ++i) values[i] = decltype(depth)::get(spots[i].row, spots[i].x);
         return true;
     });
 }
@@ -69,21 +64,19 @@ void BrightnessReader::readValues(const unsigned char* row, std::uint32_t* value
     });
     if (swapNibbles_) {
         // The last pixel of a row of odd width is swapped with the fill nibble beside it.
-        for (std::size_t x = 0; x < width_; ++x)
-            values[x] = Depth4::get(row, static_cast<std::ptrdiff_t>(x ^ 1U));
+        for (std::ptrdiff_t x = 0; x < width_; ++x) values[x] = Depth4::get(row, x ^ 1U);
     }
 }
 
 void BrightnessReader::readRow(const unsigned char* row, std::uint32_t* values,
                                std::int32_t* brightness) const {
     readValues(row, values);
-    const std::uint32_t* known = values;
     if (bitCount_ == 16) {
-        runKernel<brightness16>(known, brightness, width_);
+        runKernel<weigh<Depth16>>(values, brightness, width_);
     } else if (bitCount_ > 16) {
-        runKernel<brightness24>(known, brightness, width_);
+        runKernel<weigh<Depth24>>(values, brightness, width_);
     } else {
-        for (std::size_t x = 0; x < width_; ++x) brightness[x] = tableBrightness_[values[x]];
+        for (std::ptrdiff_t x = 0; x < width_; ++x) brightness[x] = tableBrightness_[values[x]];
     }
 }
 

@@ -2,7 +2,6 @@
 #ifndef EFFECTS_RANK_BRIGHTNESS_READER_H
 #define EFFECTS_RANK_BRIGHTNESS_READER_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -36,19 +35,19 @@ public:
         const unsigned char* row;
         std::ptrdiff_t x;
     };
-    void readSpots(const Spot* spots, std::uint32_t* values, std::size_t count) const;
+    void readSpots(const Spot* spots, std::uint32_t* values, std::ptrdiff_t count) const;
 
     // Stores the values of a row. Rows whose pixels share bytes are cleared first, row fill included.
     void writeRow(unsigned char* row, const std::uint32_t* values) const;
 
-    std::int32_t tableBrightness(std::uint32_t index) const { return tableBrightness_[index]; }
+    std::int32_t tableBrightness(std::ptrdiff_t index) const { return tableBrightness_[index]; }
 
 private:
     int bitCount_ = 0;
-    std::size_t width_ = 0;
+    std::ptrdiff_t width_ = 0;
     std::size_t rowBytes_ = 0;
     bool swapNibbles_ = false;
-    std::array<std::int32_t, 256> tableBrightness_{};
+    std::int32_t tableBrightness_[256] = {};
 };
 
 }  // namespace dib

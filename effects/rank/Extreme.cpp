@@ -33,13 +33,13 @@ struct DecidingPositions {
     }
 };
 
-DIB_ALWAYS_INLINE void scoreDarkness(std::int32_t* scores, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) scores[i] = dib::kWhiteBrightness - scores[i];
+DIB_ALWAYS_INLINE void scoreDarkness(std::int32_t* scores, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) scores[i] = dib::kWhiteBrightness - scores[i];
 }
 
-DIB_ALWAYS_INLINE bool allAboveZero(const std::int32_t* scores, std::size_t count) {
+DIB_ALWAYS_INLINE bool allAboveZero(const std::int32_t* scores, std::ptrdiff_t count) {
     std::int32_t lowest = INT32_MAX;
-    for (std::size_t i = 0; i < count; ++i) lowest = std::min(lowest, scores[i]);
+    for (std::ptrdiff_t i = 0; i < count; ++i) lowest = std::min(lowest, scores[i]);
     return lowest > 0;
 }
 
@@ -53,7 +53,7 @@ public:
           carriedAlpha_(~static_cast<std::uint32_t>(radius) & 255U) {}
 
     bool prepare(const dib::Raster& raster) {
-        width_ = static_cast<std::size_t>(raster.width);
+        width_ = raster.width;
         bitCount_ = raster.bitCount;
         if (width_ == 0) return true;
         // At 4 bits the two pixels of each byte are read swapped; callers know the results so.
@@ -61,12 +61,11 @@ public:
         across_ = DecidingPositions(dib::EdgeWindow(dib::axisX(raster, flags_), radius_));
         down_ = DecidingPositions(dib::EdgeWindow(dib::axisY(raster, flags_), radius_));
         begin_ = end_ = down_.begin(0);
-        paddedWidth_ = width_ + static_cast<std::size_t>(across_.length) - 1;
+        paddedWidth_ = width_ + std::ptrdiff_t{across_.length} - 1;
         // Every row is read once, before it is overwritten, except for the first ones if y wraps.
         return rows_.prepare(raster, 0, down_.axis.wrap ? static_cast<int>(down_.after()) : 0) &&
                padded_.allocate(2, paddedWidth_) && winners_.allocate(1, width_) &&
-               maximum_.prepare(
-                   width_, static_cast<std::size_t>(std::min<std::int64_t>(down_.length, raster.height)));
+               maximum_.prepare(width_, std::min<std::int64_t>(down_.length, raster.height));
     }
 
     template <class Depth>
@@ -95,8 +94,7 @@ private:
         scoreRow(row);
         across_.axis.pad(row.score, across_.before, across_.after());
         across_.axis.pad(row.value, across_.before, across_.after());
-        dib::maximumAlongRow(padded, paddedWidth_, static_cast<std::size_t>(across_.length), padded_.row(1),
-                             maximum_.next());
+        dib::maximumAlongRow(padded, paddedWidth_, across_.length, padded_.row(1), maximum_.next());
         maximum_.push();
     }
 
@@ -104,7 +102,7 @@ private:
         if (bitCount_ == 1) {
             // Index 1 counts as the brighter one of two equally bright entries.
             const bool zeroIsBrighter = reader_.tableBrightness(0) > reader_.tableBrightness(1);
-            for (std::size_t x = 0; x < width_; ++x) row.score[x] = (row.value[x] == 0) == zeroIsBrighter;
+            for (std::ptrdiff_t x = 0; x < width_; ++x) row.score[x] = (row.value[x] == 0) == zeroIsBrighter;
         }
         if (extreme_ == Extreme::kDarkest) dib::runKernel<scoreDarkness>(row.score, width_);
     }
@@ -117,7 +115,7 @@ private:
             return;
         }
         const std::uint32_t color = extreme_ == Extreme::kBrightest ? 0 : 0xFFFFFF;
-        for (std::size_t x = 0; x < width_; ++x) {
+        for (std::ptrdiff_t x = 0; x < width_; ++x) {
             if (winners.score[x] > 0) {
                 carriedAlpha_ = winners.value[x] >> 24;
             } else {
@@ -131,8 +129,8 @@ private:
     int radius_;
     unsigned int flags_;
     std::uint32_t carriedAlpha_;
-    std::size_t width_ = 0;
-    std::size_t paddedWidth_ = 0;
+    std::ptrdiff_t width_ = 0;
+    std::ptrdiff_t paddedWidth_ = 0;
     int bitCount_ = 0;
     dib::BrightnessReader reader_;
     DecidingPositions across_;

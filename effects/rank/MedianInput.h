@@ -15,7 +15,7 @@ public:
     // False when memory is short.
     bool prepare(const FullCopy& source, const Raster& image) {
         source_ = &source;
-        width_ = static_cast<std::size_t>(image.width);
+        width_ = image.width;
         bitCount_ = image.bitCount;
         // The maximum and minimum give blue and red of a colour table each other's weights; callers rely on
         // both.
@@ -26,7 +26,7 @@ public:
         return values_ != nullptr && brightness_ != nullptr && chosen_ != nullptr;
     }
 
-    std::size_t width() const { return width_; }
+    std::ptrdiff_t width() const { return width_; }
     int bitCount() const { return bitCount_; }
     const BrightnessReader& reader() const { return reader_; }
     const unsigned char* row(int y) const { return source_->row(y); }
@@ -51,7 +51,7 @@ public:
 
 private:
     const FullCopy* source_ = nullptr;
-    std::size_t width_ = 0;
+    std::ptrdiff_t width_ = 0;
     int bitCount_ = 0;
     BrightnessReader reader_;
     MallocPtr<std::uint32_t> values_;

@@ -50,8 +50,8 @@ bool MedianLargeRadius::prepare(const FullCopy& source, const Raster& image) {
     down_ = EdgeWindow(axisY(image, flags_), radius_);
     if (down_.side() > kLongestSide) return false;
     rank_ = medianRank(radius_, image.bitCount);
-    lineCount_ = static_cast<std::size_t>(std::min<std::int64_t>(down_.side(), image.height));
-    lineLength_ = static_cast<std::size_t>(image.width) * (across_.axis().wrap ? 2 : 1) + kMatchLanes;
+    lineCount_ = std::min<std::int64_t>(down_.side(), image.height);
+    lineLength_ = std::ptrdiff_t{image.width} * (across_.axis().wrap ? 2 : 1) + kMatchLanes;
     lines_ = allocateZeroed<std::uint16_t>(lineCount_ * lineLength_);
     loaded_ = allocateArray<int>(lineCount_);
     window_ = allocateArray<WindowRow>(lineCount_);
@@ -82,22 +82,20 @@ void MedianLargeRadius::writeRow(unsigned char* out, int y) {
 // Moves the window down to row y, at column x.
 void MedianLargeRadius::enterRow(int y, int x) {
     const std::int64_t top = std::int64_t{y} - radius_;
-    const auto rowsAround = static_cast<std::size_t>(down_.count(y));
-    const auto position = [&](std::size_t i) {
-        return (down_.axis().wrap ? top : down_.first(y)) + static_cast<std::int64_t>(i);
-    };
+    const auto rowsAround = down_.count(y);
+    const auto position = [&](std::ptrdiff_t i) { return (down_.axis().wrap ? top : down_.first(y)) + i; };
     if (y == 0) {
-        for (std::size_t i = 0; i < rowsAround; ++i) {
-            count(x, load(position(i)), down_.visits(0, static_cast<std::int64_t>(i)));
+        for (std::ptrdiff_t i = 0; i < rowsAround; ++i) {
+            count(x, load(position(i)), down_.visits(0, i));
         }
     } else {
         count(x, load(top - 1), ~0U);
         count(x, load(std::int64_t{y} + radius_), 1);
     }
     windowRows_ = rowsAround;
-    for (std::size_t i = 0; i < rowsAround; ++i) {
+    for (std::ptrdiff_t i = 0; i < rowsAround; ++i) {
         const std::int64_t t = position(i);
-        window_[i] = {load(t), input_.row(down_.axis().at(t)), down_.visits(y, static_cast<std::int64_t>(i))};
+        window_[i] = {load(t), input_.row(down_.axis().at(t)), down_.visits(y, i)};
     }
 }
 
@@ -106,12 +104,12 @@ void MedianLargeRadius::enterRow(int y, int x) {
 const std::uint16_t* MedianLargeRadius::load(std::int64_t t) {
     const int row = down_.axis().at(t);
     const EdgeAxis ring{static_cast<int>(lineCount_), true};
-    const auto at = static_cast<std::size_t>(ring.at(down_.axis().wrap ? t : row));
+    const auto at = ring.at(down_.axis().wrap ? t : row);
     std::uint16_t* const line = lines_.get() + at * lineLength_;
     if (loaded_[at] == row) return line;
     const std::int32_t* brightness = input_.readBrightness(row);
     const std::uint32_t* values = input_.values();
-    for (std::size_t x = 0; x < input_.width(); ++x) {
+    for (std::ptrdiff_t x = 0; x < input_.width(); ++x) {
         line[x] = static_cast<std::uint16_t>(brightness[x]);
         values_.note(line[x], values[x]);
     }
@@ -131,7 +129,7 @@ void MedianLargeRadius::count(int x, const std::uint16_t* line, std::uint32_t ti
 // The pixel for column x.
 std::uint32_t MedianLargeRadius::choose(int x) {
     const BrightnessHistogram::ClassRank found = histogram_.find(rank_);
-    const bool noneTwice = across_.visitsOnce(x) && static_cast<std::int64_t>(windowRows_) == down_.side();
+    const bool noneTwice = across_.visitsOnce(x) && windowRows_ == down_.side();
     Spot spot{};
     if (noneTwice && found.inClass <= kShortList) {
         spot = rankShortList(x, found);
@@ -201,17 +199,17 @@ DIB_ALWAYS_INLINE std::uint32_t countEqual(const std::uint16_t* from, std::ptrdi
 }
 
 struct RowOfVisit {
-    std::size_t row;
+    std::ptrdiff_t row;
     std::uint32_t rank;   // of the visit, counted from the first in this row
     std::uint32_t inRow;  // visits each time the row is visited
 };
 
 // The row of visit number `level.rank` to the pixels of a brightness. With `rounds`, the window visits all
 // its rows in turns, and this counts one turn.
-DIB_ALWAYS_INLINE RowOfVisit findRow(const WindowRow* rows, std::size_t count, std::ptrdiff_t first,
+DIB_ALWAYS_INLINE RowOfVisit findRow(const WindowRow* rows, std::ptrdiff_t count, std::ptrdiff_t first,
                                      RowVisits visits, BrightnessHistogram::LevelRank level, bool rounds) {
     std::uint32_t rank = level.rank;
-    for (std::size_t j = 0; j < count; ++j) {
+    for (std::ptrdiff_t j = 0; j < count; ++j) {
         const std::uint16_t* row = rows[j].brightness + first;
         std::uint32_t inRow = countEqual(row, visits.remainder, level.brightness);
         if (visits.turns != 0) inRow += visits.turns * countEqual(row, visits.length, level.brightness);
@@ -229,8 +227,8 @@ DIB_ALWAYS_INLINE RowOfVisit findRow(const WindowRow* rows, std::size_t count, s
 // The pixel of visit number `level.rank` to pixels of that brightness.
 MedianLargeRadius::Spot MedianLargeRadius::nthVisit(int x, BrightnessHistogram::LevelRank level) const {
     const auto find = [&](std::uint32_t rank) {
-        return runKernel<findRow>(static_cast<const WindowRow*>(window_.get()), windowRows_,
-                                  std::ptrdiff_t{across_.first(x)}, visitsAround(across_, x),
+        return runKernel<findRow>(window_.get(), windowRows_, std::ptrdiff_t{across_.first(x)},
+                                  visitsAround(across_, x),
                                   BrightnessHistogram::LevelRank{level.brightness, rank}, down_.repeats());
     };
     RowOfVisit found = find(level.rank);

@@ -15,12 +15,12 @@ namespace dib {
 class LevelValues {
 public:
     // Forgets all values. False when memory is short.
-    bool prepare(std::size_t levels) {
+    bool prepare(std::ptrdiff_t levels) {
         values_ = allocateZeroed<std::uint32_t>(levels);
         kinds_ = allocateZeroed<Kind>(levels);
         return values_ != nullptr && kinds_ != nullptr;
     }
-    void note(std::size_t level, std::uint32_t value) {
+    void note(std::ptrdiff_t level, std::uint32_t value) {
         Kind& kind = kinds_[level];
         if (kind == Kind::kUnseen) {
             kind = Kind::kOneValue;
@@ -29,9 +29,9 @@ public:
             kind = Kind::kSeveral;
         }
     }
-    bool several(std::size_t level) const { return kinds_[level] == Kind::kSeveral; }
+    bool several(std::ptrdiff_t level) const { return kinds_[level] == Kind::kSeveral; }
     // The first one.
-    std::uint32_t value(std::size_t level) const { return values_[level]; }
+    std::uint32_t value(std::ptrdiff_t level) const { return values_[level]; }
 
 private:
     enum class Kind : std::uint8_t { kUnseen, kOneValue, kSeveral };
@@ -73,12 +73,12 @@ private:
     EdgeWindow across_;
     EdgeWindow down_;
     // Lines hold the brightness of a row; a wrapped row twice, so that every window is one run of it.
-    std::size_t lineCount_ = 0;
-    std::size_t lineLength_ = 0;
+    std::ptrdiff_t lineCount_ = 0;
+    std::ptrdiff_t lineLength_ = 0;
     MallocPtr<std::uint16_t> lines_;
     MallocPtr<int> loaded_;  // the row in each line, or -1
     MallocPtr<WindowRow> window_;
-    std::size_t windowRows_ = 0;
+    std::ptrdiff_t windowRows_ = 0;
     BrightnessHistogram histogram_;
     LevelValues values_;
 };

@@ -2,7 +2,6 @@
 #ifndef EFFECTS_RANK_MEDIAN_SMALL_RADIUS_H
 #define EFFECTS_RANK_MEDIAN_SMALL_RADIUS_H
 
-#include <array>
 #include <cstdint>
 
 #include "effects/rank/MedianInput.h"
@@ -26,7 +25,7 @@ public:
 private:
     // The line of position t of the y axis. Lines hold a row with its edges, as keys or as brightness.
     BrightnessPlanes lineAt(int t) const {
-        const auto line = static_cast<std::size_t>((t + side_) % side_);
+        const auto line = (t + side_) % side_;
         return {lines_.get() + 2 * line * lineLength_, lines_.get() + (2 * line + 1) * lineLength_};
     }
 
@@ -34,7 +33,7 @@ private:
     void loadBrightness(int t);
     void loadKeys(int t);
     void chooseByKeys();
-    void takePositions(std::size_t start, std::size_t end);
+    void takePositions(std::ptrdiff_t start, std::ptrdiff_t end);
 
     int radius_;
     int side_;
@@ -43,12 +42,12 @@ private:
     MedianInput input_;
     EdgeAxis axisX_;
     EdgeAxis axisY_;
-    std::size_t lineLength_ = 0;
+    std::ptrdiff_t lineLength_ = 0;
     MallocPtr<std::int8_t> lines_;
     // By row of the square.
-    std::array<BrightnessPlanes, kLongestSelectSide> square_{};
-    std::array<const std::int8_t*, kLongestSelectSide> keySquare_{};
-    std::array<const unsigned char*, kLongestSelectSide> sources_{};
+    BrightnessPlanes square_[kLongestSelectSide] = {};
+    const std::int8_t* keySquare_[kLongestSelectSide] = {};
+    const unsigned char* sources_[kLongestSelectSide] = {};
     // By column.
     MallocPtr<std::uint16_t> positions_;
     MallocPtr<BrightnessReader::Spot> spots_;
@@ -57,11 +56,11 @@ private:
     // Up to 8 bits per pixel a byte, the key, numbers the different brightnesses from dark to bright.
     bool byKeys_ = false;
     int keyBits_ = 0;
-    std::array<std::uint8_t, 256> keyOfIndex_{};
-    std::array<bool, 256> seen_{};  // indices
+    std::uint8_t keyOfIndex_[256] = {};
+    bool seen_[256] = {};  // indices
     // By key: an index seen with it, and whether another one was, too. Then the key does not tell the pixel.
-    std::array<std::uint8_t, 256> indexOfKey_{};
-    std::array<bool, 256> severalIndices_{};
+    std::uint8_t indexOfKey_[256] = {};
+    bool severalIndices_[256] = {};
 };
 
 }  // namespace dib

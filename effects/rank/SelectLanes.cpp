@@ -14,6 +14,8 @@ using Bytes = std::int8_t __attribute__((vector_size(kSelectLanes)));
 using Counts = std::uint8_t __attribute__((vector_size(kSelectLanes)));
 
 constexpr std::int8_t kDarkest = -128;  // 0, flipped
+// A count or a bit as one lane.
+constexpr std::uint8_t lane(int value) { return static_cast<std::uint8_t>(value); }
 constexpr int kMostPositions = kLongestSelectSide * kLongestSelectSide;
 
 // The bytes of a block of squares, position by position: they are read many times, and aligned here.
@@ -37,7 +39,7 @@ DIB_ALWAYS_INLINE void highestReached(const Squares& squares, int positions, int
     level = Bytes{} + kDarkest;
     for (int bit = bits - 1; bit >= 0; --bit) {
         // A bit can be added to a flipped byte as to the byte itself.
-        const auto step = static_cast<std::uint8_t>(1 << bit);
+        const auto step = lane(1 << bit);
         const auto higher = reinterpret_cast<Bytes>(reinterpret_cast<Counts>(level) + step);
         Counts darker = Counts{} - reinterpret_cast<Counts>(squares.at[0] < higher);
         Counts darkerToo{};
@@ -61,27 +63,27 @@ DIB_ALWAYS_INLINE void storePositions(int count, Counts& before, std::uint16_t* 
         equalAt(p, equalBytes);
         const auto equal = reinterpret_cast<Counts>(equalBytes);
         const Counts hit = equal & reinterpret_cast<Counts>(before == 0);
-        position = (hit & static_cast<std::uint8_t>(p)) | (position & ~hit);
+        position = (hit & lane(p)) | (position & ~hit);
         before += equal;
     }
     std::uint16_t found[kSelectLanes];
-    for (std::size_t lane = 0; lane < kSelectLanes; ++lane) found[lane] = position[lane];
+    for (std::ptrdiff_t lane = 0; lane < kSelectLanes; ++lane) found[lane] = position[lane];
     std::memcpy(positions, found, results * sizeof *positions);
 }
 
-DIB_ALWAYS_INLINE std::size_t resultsFrom(std::size_t x, std::size_t end) {
-    return end - x < kSelectLanes ? end - x : kSelectLanes;
+DIB_ALWAYS_INLINE std::size_t resultsFrom(std::ptrdiff_t x, std::ptrdiff_t end) {
+    return static_cast<std::size_t>(end - x < kSelectLanes ? end - x : kSelectLanes);
 }
 
 DIB_ALWAYS_INLINE void selectBody(const BrightnessPlanes* rows, int side, int rank, std::uint16_t* positions,
-                                  std::size_t count) {
+                                  std::ptrdiff_t count) {
     const int square = side * side;
     Squares highBytes;
     Squares lowBytes;
 
-    for (std::size_t x = 0; x < count; x += kSelectLanes) {
+    for (std::ptrdiff_t x = 0; x < count; x += kSelectLanes) {
         // The high byte of the brightness selected.
-        Counts mostDarker = Counts{} + static_cast<std::uint8_t>(square - rank - 1);
+        Counts mostDarker = Counts{} + lane(square - rank - 1);
         gather(side, highBytes, [&](int j) { return rows[j].high + x; });
         Bytes high;
         highestReached(highBytes, square, 8, mostDarker, high);
@@ -102,7 +104,7 @@ DIB_ALWAYS_INLINE void selectBody(const BrightnessPlanes* rows, int side, int ra
 
         // Of the pixels of exactly that brightness, the one that completes the rank.
         for (int p = 0; p < square; ++p) brighter -= reinterpret_cast<Counts>(lowBytes.at[p] > low);
-        Counts before = static_cast<std::uint8_t>(rank) - brighter;
+        Counts before = lane(rank) - brighter;
         storePositions(square, before, positions + x, resultsFrom(x, count), [&](int p, Bytes& equal) {
             equal = (highBytes.at[p] == high) & (lowBytes.at[p] == low);
         });
@@ -110,11 +112,11 @@ DIB_ALWAYS_INLINE void selectBody(const BrightnessPlanes* rows, int side, int ra
 }
 
 DIB_ALWAYS_INLINE void keysBody(const std::int8_t* const* rows, int side, int rank, int bits,
-                                std::int8_t* keys, std::size_t count) {
+                                std::int8_t* keys, std::ptrdiff_t count) {
     const int square = side * side;
-    const Counts mostDarker = Counts{} + static_cast<std::uint8_t>(square - rank - 1);
+    const Counts mostDarker = Counts{} + lane(square - rank - 1);
     Squares squares;
-    for (std::size_t x = 0; x < count; x += kSelectLanes) {
+    for (std::ptrdiff_t x = 0; x < count; x += kSelectLanes) {
         gather(side, squares, [&](int j) { return rows[j] + x; });
         Bytes key;
         highestReached(squares, square, bits, mostDarker, key);
@@ -123,17 +125,17 @@ DIB_ALWAYS_INLINE void keysBody(const std::int8_t* const* rows, int side, int ra
 }
 
 DIB_ALWAYS_INLINE void positionsBody(const std::int8_t* const* rows, int side, int rank,
-                                     const std::int8_t* keys, std::uint16_t* positions, std::size_t first,
-                                     std::size_t end) {
+                                     const std::int8_t* keys, std::uint16_t* positions, std::ptrdiff_t first,
+                                     std::ptrdiff_t end) {
     const int square = side * side;
     Squares squares;
-    for (std::size_t x = first; x < end; x += kSelectLanes) {
+    for (std::ptrdiff_t x = first; x < end; x += kSelectLanes) {
         gather(side, squares, [&](int j) { return rows[j] + x; });
         Bytes key{};
         std::memcpy(&key, keys + x, resultsFrom(x, end));
         Counts brighter{};
         for (int p = 0; p < square; ++p) brighter -= reinterpret_cast<Counts>(squares.at[p] > key);
-        Counts before = static_cast<std::uint8_t>(rank) - brighter;
+        Counts before = lane(rank) - brighter;
         storePositions(square, before, positions + x, resultsFrom(x, end),
                        [&](int p, Bytes& equal) { equal = squares.at[p] == key; });
     }
@@ -142,17 +144,17 @@ DIB_ALWAYS_INLINE void positionsBody(const std::int8_t* const* rows, int side, i
 }  // namespace
 
 void selectByBrightness(const BrightnessPlanes* rows, int side, int rank, std::uint16_t* positions,
-                        std::size_t count) {
+                        std::ptrdiff_t count) {
     runKernel<selectBody>(rows, side, rank, positions, count);
 }
 
 void selectKeys(const std::int8_t* const* rows, int side, int rank, int bits, std::int8_t* keys,
-                std::size_t count) {
+                std::ptrdiff_t count) {
     runKernel<keysBody>(rows, side, rank, bits, keys, count);
 }
 
 void positionsOfKeys(const std::int8_t* const* rows, int side, int rank, const std::int8_t* keys,
-                     std::uint16_t* positions, std::size_t first, std::size_t end) {
+                     std::uint16_t* positions, std::ptrdiff_t first, std::ptrdiff_t end) {
     runKernel<positionsBody>(rows, side, rank, keys, positions, first, end);
 }
 

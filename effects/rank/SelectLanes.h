@@ -8,7 +8,7 @@
 namespace dib {
 
 // Squares handled at once. Rows must be readable for so many columns more than there are results.
-constexpr std::size_t kSelectLanes = 32;
+constexpr std::ptrdiff_t kSelectLanes = 32;
 // The largest square has fewer than 256 positions, so that bytes can count them.
 constexpr int kLongestSelectSide = 15;
 
@@ -31,15 +31,15 @@ struct BrightnessPlanes {
 
 // positions[x] = the position selected in square x.
 void selectByBrightness(const BrightnessPlanes* rows, int side, int rank, std::uint16_t* positions,
-                        std::size_t count);
+                        std::ptrdiff_t count);
 
 // The same where bytes of `bits` bits, called keys and flipped like those above, rank the pixels, in two
 // steps: the key alone often tells the pixel. keys[x] = the key selected in square x.
 void selectKeys(const std::int8_t* const* rows, int side, int rank, int bits, std::int8_t* keys,
-                std::size_t count);
+                std::ptrdiff_t count);
 // positions[x] = the position of that key, for the squares from `first` to before `end`.
 void positionsOfKeys(const std::int8_t* const* rows, int side, int rank, const std::int8_t* keys,
-                     std::uint16_t* positions, std::size_t first, std::size_t end);
+                     std::uint16_t* positions, std::ptrdiff_t first, std::ptrdiff_t end);
 
 }  // namespace dib
 

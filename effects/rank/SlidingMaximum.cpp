@@ -13,8 +13,8 @@ namespace {
 DIB_ALWAYS_INLINE void laterIfHigher(const std::int32_t* earlierScore, const std::uint32_t* earlierValue,
                                      const std::int32_t* laterScore, const std::uint32_t* laterValue,
                                      std::int32_t* __restrict outScore, std::uint32_t* __restrict outValue,
-                                     std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+                                     std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
         const bool later = laterScore[i] > earlierScore[i];
         outScore[i] = later ? laterScore[i] : earlierScore[i];
         outValue[i] = later ? laterValue[i] : earlierValue[i];
@@ -24,41 +24,41 @@ DIB_ALWAYS_INLINE void laterIfHigher(const std::int32_t* earlierScore, const std
 // The same with the earlier candidate as the result.
 DIB_ALWAYS_INLINE void replaceIfHigher(std::int32_t* __restrict score, std::uint32_t* __restrict value,
                                        const std::int32_t* __restrict laterScore,
-                                       const std::uint32_t* __restrict laterValue, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+                                       const std::uint32_t* __restrict laterValue, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
         const bool later = laterScore[i] > score[i];
         score[i] = later ? laterScore[i] : score[i];
         value[i] = later ? laterValue[i] : value[i];
     }
 }
 
-void combine(Candidates earlier, Candidates later, Candidates out, std::size_t count) {
+void combine(Candidates earlier, Candidates later, Candidates out, std::ptrdiff_t count) {
     runKernel<laterIfHigher>(earlier.score, earlier.value, later.score, later.value, out.score, out.value,
                              count);
 }
 
-void replace(Candidates earlier, Candidates later, std::size_t count) {
+void replace(Candidates earlier, Candidates later, std::ptrdiff_t count) {
     runKernel<replaceIfHigher>(earlier.score, earlier.value, later.score, later.value, count);
 }
 
-void copy(Candidates from, Candidates to, std::size_t count) {
+void copy(Candidates from, Candidates to, std::ptrdiff_t count) {
     std::copy_n(from.score, count, to.score);
     std::copy_n(from.value, count, to.value);
 }
 
 }  // namespace
 
-void maximumAlongRow(Candidates in, std::size_t width, std::size_t window, Candidates scratch,
+void maximumAlongRow(Candidates in, std::ptrdiff_t width, std::ptrdiff_t window, Candidates scratch,
                      Candidates out) {
-    std::size_t part = 1;  // in[i] is the maximum of this many candidates from i on
+    std::ptrdiff_t part = 1;  // in[i] is the maximum of this many candidates from i on
     for (; 2 * part <= window; part *= 2) {
-        combine(in, in.from(static_cast<std::ptrdiff_t>(part)), scratch, width - 2 * part + 1);
+        combine(in, in.from(part), scratch, width - 2 * part + 1);
         std::swap(in, scratch);
     }
-    combine(in, in.from(static_cast<std::ptrdiff_t>(window - part)), out, width - window + 1);
+    combine(in, in.from(window - part), out, width - window + 1);
 }
 
-bool SlidingMaximum::prepare(std::size_t width, std::size_t capacity) {
+bool SlidingMaximum::prepare(std::ptrdiff_t width, std::ptrdiff_t capacity) {
     width_ = width;
     capacity_ = capacity;
     return rows_.allocate(capacity + 1, width);
@@ -75,7 +75,7 @@ void SlidingMaximum::push() {
 
 // Gives the rows as they were pushed the maxima of themselves and all later ones.
 void SlidingMaximum::accumulate() {
-    for (std::size_t i = end_; i-- > middle_ + 1;) replace(rowOf(i - 1), rowOf(i), width_);
+    for (std::ptrdiff_t i = end_; i-- > middle_ + 1;) replace(rowOf(i - 1), rowOf(i), width_);
     middle_ = end_;
 }
 

@@ -26,23 +26,25 @@ struct Candidates {
 class CandidateRows {
 public:
     // False when memory is short.
-    bool allocate(std::size_t rows, std::size_t width) {
+    bool allocate(std::ptrdiff_t rows, std::ptrdiff_t width) {
         width_ = width;
         scores_ = allocateArray<std::int32_t>(rows * width);
         values_ = allocateArray<std::uint32_t>(rows * width);
         return scores_ != nullptr && values_ != nullptr;
     }
-    Candidates row(std::size_t i) const { return {scores_.get() + i * width_, values_.get() + i * width_}; }
+    Candidates row(std::ptrdiff_t i) const {
+        return {scores_.get() + i * width_, values_.get() + i * width_};
+    }
 
 private:
-    std::size_t width_ = 0;
+    std::ptrdiff_t width_ = 0;
     MallocPtr<std::int32_t> scores_;
     MallocPtr<std::uint32_t> values_;
 };
 
 // out[i] = the maximum of in[i] to in[i + window - 1], for every window that fits into `width` candidates.
 // Overwrites `in` and `scratch`, which are of that width.
-void maximumAlongRow(Candidates in, std::size_t width, std::size_t window, Candidates scratch,
+void maximumAlongRow(Candidates in, std::ptrdiff_t width, std::ptrdiff_t window, Candidates scratch,
                      Candidates out);
 
 // A queue of rows that knows the maximum of each column over all rows it holds; rows pushed earlier come
@@ -50,7 +52,7 @@ void maximumAlongRow(Candidates in, std::size_t width, std::size_t window, Candi
 class SlidingMaximum {
 public:
     // For up to `capacity` rows at a time. False when memory is short.
-    bool prepare(std::size_t width, std::size_t capacity);
+    bool prepare(std::ptrdiff_t width, std::ptrdiff_t capacity);
     // Where to write the next row before `push`; there must be room for one.
     Candidates next() const { return rowOf(end_); }
     // Appends that row.
@@ -61,19 +63,19 @@ public:
     void maximum(Candidates out);
 
 private:
-    Candidates rowOf(std::size_t number) const { return rows_.row(number % capacity_); }
+    Candidates rowOf(std::ptrdiff_t number) const { return rows_.row(number % capacity_); }
     Candidates newest() const { return rows_.row(capacity_); }
     void accumulate();
 
     CandidateRows rows_;  // a ring of `capacity_` rows, and `newest`
-    std::size_t width_ = 0;
-    std::size_t capacity_ = 0;
+    std::ptrdiff_t width_ = 0;
+    std::ptrdiff_t capacity_ = 0;
     // Rows are numbered as they are pushed. Those from `begin_` to before `middle_` hold the maxima of
     // themselves and all rows up to `middle_`. Those from `middle_` to before `end_` are as they were pushed;
     // their maxima are in `newest`.
-    std::size_t begin_ = 0;
-    std::size_t middle_ = 0;
-    std::size_t end_ = 0;
+    std::ptrdiff_t begin_ = 0;
+    std::ptrdiff_t middle_ = 0;
+    std::ptrdiff_t end_ = 0;
 };
 
 }  // namespace dib

@@ -223,7 +223,7 @@ TEST(BoxMean, IsExactAtEveryStepOfEveryRadius) {
             expected.push_back(static_cast<unsigned char>(q));
         }
         std::vector<unsigned char> actual(sums.size());
-        mean.ofSums(sums.data(), actual.data(), sums.size());
+        mean.ofSums(sums.data(), actual.data(), std::ssize(sums));
         ASSERT_EQ(actual, expected) << radius;
     }
 }

@@ -151,22 +151,23 @@ TEST(GaussianBlur, TheSpreadIsTheRadiusItself) {
 
 // One block, and more blocks than are processed together, with the largest samples and weights that fit.
 TEST(GaussianByProducts, WeighsPairsExactlyAtEveryLevel) {
-    constexpr std::size_t kStride = 7 * dib::kGaussianBlock;
-    constexpr std::size_t kPairs = 3;
+    constexpr std::ptrdiff_t kStride = 7 * dib::kGaussianBlock;
+    constexpr std::ptrdiff_t kPairs = 3;
     const std::uint32_t weights[kPairs] = {0x7FFF7FFF, 0x00010002, 0x7FFF0000};
     std::vector<std::uint32_t> pairs(kPairs * kStride);
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         pairs[i] = static_cast<std::uint32_t>(i % 511 << 16 | (510 - i * 7 % 511));
     }
-    for (const std::size_t samples : {dib::kGaussianBlock, kStride}) {
+    for (const std::ptrdiff_t samples : {dib::kGaussianBlock, kStride}) {
         for (const auto level : dib::kKernelLevels) {
             dib::limitKernelLevel(level);
-            std::vector<std::uint32_t> sums(samples + 1, 5);
-            dib::weighPairs(pairs.data(), kStride, weights, kPairs, true, sums.data(), samples);
-            for (std::size_t x = 0; x < samples; ++x) {
+            std::uint32_t sums[kStride + 1];
+            std::fill_n(sums, samples + 1, 5U);
+            dib::weighPairs(pairs.data(), kStride, weights, kPairs, true, sums, samples);
+            for (std::ptrdiff_t x = 0; x < samples; ++x) {
                 std::uint32_t expected = 0;
-                for (std::size_t j = 0; j < kPairs; ++j) {
-                    const std::uint32_t pair = pairs[j * kStride + x];
+                for (std::ptrdiff_t j = 0; j < kPairs; ++j) {
+                    const std::uint32_t pair = pairs.data()[j * kStride + x];
                     expected += (pair & 0xFFFFU) * (weights[j] & 0xFFFFU) + (pair >> 16) * (weights[j] >> 16);
                 }
                 EXPECT_EQ(sums[x], expected) << x;
@@ -187,7 +188,7 @@ TEST(GaussianByBoxes, StepsOfManyBoxesAreExact) {
     for (const auto level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         std::vector<std::uint32_t> steps(kSamples, 7);
-        dib::addBoxSteps(row.data() + kPadding, 1, halves.data(), halves.size(), steps.data(), kSamples);
+        dib::addBoxSteps(row.data() + kPadding, 1, halves.data(), std::ssize(halves), steps.data(), kSamples);
         for (std::size_t x = 0; x < kSamples; ++x) {
             const bool crossesTheEdge = x + 4 >= kSamples / 2 && x < kSamples / 2 + 3;
             EXPECT_EQ(steps[x], crossesTheEdge ? 102007U : 7U) << x;

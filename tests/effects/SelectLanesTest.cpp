@@ -32,20 +32,20 @@ public:
 
     std::vector<std::uint16_t> byBrightness(int rank) const {
         std::vector<std::uint16_t> positions(squares());
-        dib::selectByBrightness(planes_.data(), side(), rank, positions.data(), squares());
+        dib::selectByBrightness(planes_.data(), side(), rank, positions.data(), std::ssize(positions));
         return positions;
     }
     // As keys count the low bytes of the numbers.
     std::vector<int> keys(int rank, int bits) const {
         std::vector<std::int8_t> keys(squares());
-        dib::selectKeys(keys_.data(), side(), rank, bits, keys.data(), squares());
+        dib::selectKeys(keys_.data(), side(), rank, bits, keys.data(), std::ssize(keys));
         std::vector<int> result;
         for (const std::int8_t key : keys) result.push_back(key + 128);
         return result;
     }
-    std::vector<std::uint16_t> positionsOfKeys(int rank, std::size_t first, std::size_t end) const {
+    std::vector<std::uint16_t> positionsOfKeys(int rank, std::ptrdiff_t first, std::ptrdiff_t end) const {
         std::vector<std::int8_t> keys(squares());
-        dib::selectKeys(keys_.data(), side(), rank, 8, keys.data(), squares());
+        dib::selectKeys(keys_.data(), side(), rank, 8, keys.data(), std::ssize(keys));
         std::vector<std::uint16_t> positions(squares(), 999);
         dib::positionsOfKeys(keys_.data(), side(), rank, keys.data(), positions.data(), first, end);
         return positions;

@@ -23,13 +23,14 @@ void put(Candidates row, const Scores& scores, const Values& values) {
     std::copy(values.begin(), values.end(), row.value);
 }
 
-Values alongRow(const Scores& scores, const Values& values, std::size_t window) {
+Values alongRow(const Scores& scores, const Values& values, std::ptrdiff_t window) {
     CandidateRows rows;
-    EXPECT_TRUE(rows.allocate(3, scores.size()));
+    const std::ptrdiff_t width = std::ssize(scores);
+    EXPECT_TRUE(rows.allocate(3, width));
     put(rows.row(0), scores, values);
-    dib::maximumAlongRow(rows.row(0), scores.size(), window, rows.row(1), rows.row(2));
+    dib::maximumAlongRow(rows.row(0), width, window, rows.row(1), rows.row(2));
     const std::uint32_t* const out = rows.row(2).value;
-    return {out, out + (scores.size() - window + 1)};
+    return {out, out + (width - window + 1)};
 }
 
 TEST(MaximumAlongRow, TakesTheFirstOfTheHighest) {
@@ -47,7 +48,7 @@ TEST(MaximumAlongRow, EqualsThePlainLoopAtEveryLevel) {
     testing_support::Random random(3);
     for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
-        for (std::size_t window = 1; window <= 40; ++window) {
+        for (std::ptrdiff_t window = 1; window <= 40; ++window) {
             Scores scores(77);
             Values values(77);
             for (std::size_t i = 0; i < scores.size(); ++i) {
@@ -55,9 +56,9 @@ TEST(MaximumAlongRow, EqualsThePlainLoopAtEveryLevel) {
                 values[i] = static_cast<std::uint32_t>(i);
             }
             Values expected;
-            for (std::size_t i = 0; i + window <= scores.size(); ++i) {
-                const auto from = scores.begin() + static_cast<std::ptrdiff_t>(i);
-                const auto highest = std::max_element(from, from + static_cast<std::ptrdiff_t>(window));
+            for (std::ptrdiff_t i = 0; i + window <= std::ssize(scores); ++i) {
+                const auto from = scores.begin() + i;
+                const auto highest = std::max_element(from, from + window);
                 expected.push_back(static_cast<std::uint32_t>(highest - scores.begin()));
             }
             EXPECT_EQ(alongRow(scores, values, window), expected) << window;
@@ -95,14 +96,14 @@ TEST(SlidingMaximum, KeepsTheMaximaOfItsRows) {
 
 TEST(SlidingMaximum, EqualsThePlainLoopWhileItSlides) {
     testing_support::Random random(8);
-    for (const std::size_t capacity : {1U, 2U, 5U, 8U}) {
+    for (const int capacity : {1, 2, 5, 8}) {
         SlidingMaximum rows;
         CandidateRows out;
         ASSERT_TRUE(rows.prepare(1, capacity) && out.allocate(1, 1));
         Scores held;
         std::uint32_t oldest = 0;
         for (int step = 0; step < 300; ++step) {
-            if (held.size() == capacity || (!held.empty() && random.below(3) == 0)) {
+            if (std::ssize(held) == capacity || (!held.empty() && random.below(3) == 0)) {
                 rows.pop();
                 held.erase(held.begin());
                 ++oldest;

@@ -80,7 +80,7 @@ void expectSameAsSampler(int width, int height) {
                 for (int i = 0; i < columns; ++i) {
                     const auto at = static_cast<std::size_t>(i);
                     ASSERT_EQ(pixelValue(*out, i, 0),
-                              dib::sample<Depth::kBits>(source, positions.x[at], positions.y[at], flags))
+                              dib::sample<Depth>(source, positions.x[at], positions.y[at], flags))
                         << Depth::kBits << " bits, " << width << " x " << height << ", flags " << flags
                         << " at " << positions.x[at] << ", " << positions.y[at];
                 }
@@ -106,10 +106,10 @@ TEST(WarpFrame, SamplesEveryDepthLikeTheSamplers) {
     expectSameAtAllSizes<dib::Depth32>();
 }
 
-template <int Bits, bool Roomy>
+template <class Depth, bool Roomy>
 void expectSameMix() {
     Random random(31);
-    constexpr std::uint32_t kMask = Bits == 24 ? 0x00FFFFFFU : 0xFFFFFFFFU;
+    constexpr std::uint32_t kMask = Depth::kBits == 24 ? 0x00FFFFFFU : 0xFFFFFFFFU;
     unsigned char pixels[256];
     dib::MixTaps taps;
     for (int round = 0; round < 500; ++round) {
@@ -128,16 +128,16 @@ void expectSameMix() {
         std::uint32_t plain[dib::kMixTaps];
         std::uint32_t vector[dib::kMixTaps];
         const int count = 1 + random.below(dib::kMixTaps);
-        dib::mixRunPlain<Bits>(pixels, 128, taps, count, plain);
-        dib::mixRun<Bits, Roomy>(pixels, 128, taps, count, vector);
+        dib::mixRunPlain<Depth>(pixels, 128, taps, count, plain);
+        dib::mixRun<Depth, Roomy>(pixels, 128, taps, count, vector);
         for (int i = 0; i < count; ++i) ASSERT_EQ(vector[i] & kMask, plain[i] & kMask) << i;
     }
 }
 
 TEST(WarpFrame, VectorMixIsThePlainOne) {
-    expectSameMix<24, false>();
-    expectSameMix<24, true>();
-    expectSameMix<32, true>();
+    expectSameMix<dib::Depth24, false>();
+    expectSameMix<dib::Depth24, true>();
+    expectSameMix<dib::Depth32, true>();
 }
 
 TEST(WarpFrame, PlainMix) {
@@ -147,7 +147,7 @@ TEST(WarpFrame, PlainMix) {
     const unsigned char pixels[] = {0, 1, 2, 255, 3, 4};
     dib::MixTaps taps{{0}, {dib::mixWeight(128)}, {dib::mixWeight(77)}};
     std::uint32_t color = 0;
-    dib::mixRunPlain<24>(pixels, 0, taps, 1, &color);
+    dib::mixRunPlain<dib::Depth24>(pixels, 0, taps, 1, &color);
     EXPECT_EQ(color & 0xFFFFFF, 0x03027FU);
 }
 

@@ -24,21 +24,15 @@ using testing_support::setPixelValue;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
-template <int Bits>
-std::uint32_t inlinedColorAt(const dib::SampleSource& source, float x, float y, unsigned int flags) {
-    return dib::sample<Bits>(source, x, y, flags);
-}
 std::uint32_t inlinedColorAt(DibStream& image, float x, float y, unsigned int flags) {
     const dib::SampleSource source(image);
     EXPECT_TRUE(source.readable());
-    switch (image.Header->biBitCount) {
-        case 1: return inlinedColorAt<1>(source, x, y, flags);
-        case 4: return inlinedColorAt<4>(source, x, y, flags);
-        case 8: return inlinedColorAt<8>(source, x, y, flags);
-        case 16: return inlinedColorAt<16>(source, x, y, flags);
-        case 24: return inlinedColorAt<24>(source, x, y, flags);
-        default: return inlinedColorAt<32>(source, x, y, flags);
-    }
+    std::uint32_t color = 0;
+    EXPECT_TRUE(dib::withAnyDepth(image.Header->biBitCount, [&](auto depth) {
+        color = dib::sample<decltype(depth)>(source, x, y, flags);
+        return true;
+    }));
+    return color;
 }
 
 // Four columns of indices 10, 20, 30, 40.
