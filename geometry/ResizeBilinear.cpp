@@ -51,8 +51,8 @@ dib::MallocPtr<Position> placePixels(int sourceCount, int count) {
 struct Resampling {
     dib::Raster from;
     dib::Raster to;
-    dib::MallocPtr<Position> columns;
-    dib::MallocPtr<Position> lines;
+    const Position* columns;
+    const Position* lines;
 };
 
 // 24 and 32 bits. The two source rows in use are kept as mixed across, so that each is mixed once.
@@ -115,9 +115,10 @@ bool DibStream::ResizeBilinear(int width, int height) {
     dib::Canvas canvas(*this, width, dib::heightLike(height, Header->biHeight));
     if (canvas.pixels == nullptr) return dib::failForMemory(*this);
 
-    const Resampling work{from.inBlockOrder(), canvas.rows, placePixels(from.width, width),
-                          placePixels(from.height, canvas.rows.height)};
-    if (work.columns == nullptr || work.lines == nullptr) return dib::failForMemory(*this);
+    const auto columns = placePixels(from.width, width);
+    const auto lines = placePixels(from.height, canvas.rows.height);
+    if (columns == nullptr || lines == nullptr) return dib::failForMemory(*this);
+    const Resampling work{from.inBlockOrder(), canvas.rows, columns.get(), lines.get()};
     const bool done = dib::withAnyDepth(from.bitCount, [&](auto depth) {
         if constexpr (dib::kMixes<decltype(depth)>) return mixRows<decltype(depth)::kChannels>(work);
         pickRows<decltype(depth)>(work);

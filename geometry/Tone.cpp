@@ -56,7 +56,8 @@ std::size_t passBytes(const DibStream& image) {
 unsigned char brightened(int value, float factor) {
     if (factor < 1.0F) {
         const float scaled = static_cast<float>(value) * factor;
-        return static_cast<unsigned char>(scaled + 0.5);
+        const double raised = scaled + 0.5;
+        return static_cast<unsigned char>(raised);
     }
     const float step = static_cast<float>(255 - value) * (1.0F - 1.0F / factor);
     return static_cast<unsigned char>(static_cast<int>(step) + value);
