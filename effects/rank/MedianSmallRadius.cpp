@@ -28,7 +28,7 @@ void MedianSmallRadius::numberKeys() {
     const auto rankedBy = [&](int index) {
         return input_.bitCount() == 1 ? index : input_.reader().tableBrightness(index);
     };
-    std::int32_t levels[256];
+    std::int32_t levels[256] = {};
     for (int index = 0; index < indices; ++index) levels[index] = rankedBy(index);
     std::sort(levels, levels + indices);
     std::int32_t* const end = std::unique(levels, levels + indices);
