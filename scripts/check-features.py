@@ -24,7 +24,6 @@ PLACES = [
     (CODEC, "tests/formats/*.cpp", "tests", ()),
     # LoadPGM is the same as LoadPPM.
     (CODEC, "tests/digest/*", "digest of all results", ("LoadPGM",)),
-    (CODEC, "tools/**/*.cpp", "formats of the program", ("LoadPGM",)),
     # Fuzzed through another function: a loader of the same files, DibPSDLoader, the functions of the plug-ins.
     (CODEC, "fuzz/*.cpp", "fuzzing", ("LoadPGM", "LoadJPEG", "LoadTIFF", "LoadPSD", "LoadDDS", "LoadEXR")),
     (CODEC, "bench/*.cpp", "benches", ("LoadDDS", "LoadEXR", "SaveIFF", "SaveTIM")),

@@ -40,15 +40,17 @@ const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
 }
 
 const FileFormat* recognize(Source& source, const DibLoadOptions& options, DibFileResult& result) {
+    if (source.firstBytes().empty() && source.reader().size() == 0) {
+        refuse(result, DIB_ERROR_READ, "the file is empty");
+        return nullptr;
+    }
     const FileFormat* format = findFormat(source, options);
     if (format == nullptr && options.format != nullptr) {
         refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the name %.60s", options.format);
         return nullptr;
     }
     if (format == nullptr) {
-        const bool isEmpty = source.reader().size() == 0;
-        refuse(result, isEmpty ? DIB_ERROR_READ : DIB_ERROR_UNSUPPORTED,
-               isEmpty ? "the file is empty" : "the format of the file is not known");
+        refuse(result, DIB_ERROR_UNSUPPORTED, "the format of the file is not known");
         return nullptr;
     }
     result.format = &format->info;

@@ -183,8 +183,9 @@ bool saveTo(Save& save, const DibWriter* writer) {
     DibBytes encoded;
     ByteWriter memory(encoded);
     if (!encode(save, memory)) return false;
+    errno = 0;
     if (!writer->write(writer->context, encoded.data, encoded.size)) {
-        return refuse(save.result, DIB_ERROR_WRITE, "the stream took not all of the file");
+        return refuseForSystem(save.result, DIB_ERROR_WRITE, "the stream cannot be written", errno);
     }
     return finish(save);
 }

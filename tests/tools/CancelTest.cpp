@@ -30,9 +30,6 @@ TEST_P(CancelBy, LeavesNothingHalfWritten) {
     writeFile("out.bmp", "old");
     Program program(longChain("out.bmp"));
     ASSERT_TRUE(program.errorsContain("bpp"));
-    const Names during = filesHere();
-    EXPECT_EQ(during.size(), 3U) << "the unfinished file lies beside its target";
-    EXPECT_TRUE(during.front().starts_with(".dib-"));
     program.signal(GetParam());
     const Result result = program.finish();
     EXPECT_EQ(result.exitCode, 130);

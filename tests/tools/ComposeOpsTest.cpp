@@ -30,23 +30,27 @@ TEST_F(ComposeOps, AreTheLibrarys) {
 TEST_F(ComposeOps, FilesThatCannotBeReadAreFailures) {
     makePicture(picture_, 4, 3, 24);
     ASSERT_TRUE(picture_.SaveToFile("in.bmp"));
-    writeFile("in.jpeg", readFile("in.bmp"));
-    writeFile("in", readFile("in.bmp"));
-    writeFile("text.bmp", "Not a picture, but long enough to hold a file header and more of it.");
+    writeFile("empty.bmp", "");
     writeFile("text.png", "Not a picture");
-    const std::string extension =
-        "cannot read files with this extension; `dib help compose` lists those that can be";
     const std::pair<std::string, std::string> kCases[] = {
-        {"absent.bmp", "open file (No such file or directory)"},
-        {"in.jpeg", extension},
-        {"in", extension},
-        {"text.bmp", "not a BMP file"},
+        {"absent.bmp", "the file cannot be opened: No such file or directory"},
+        {"empty.bmp", "the file is empty"},
         {"text.png", "not a PNG file"},
     };
     for (const auto& [name, message] : kCases) {
         const Result result = run({"run", "in.bmp", "compose:" + name, "out.bmp"});
         EXPECT_EQ(result.exitCode, 3) << name;
         EXPECT_EQ(result.errors, "dib: " + name + ": compose: " + message + "\n");
+    }
+}
+
+TEST_F(ComposeOps, TheSecondPictureMayBeOfAnyFormat) {
+    ASSERT_EQ(run({"run", "in.bmp", "compose:in.bmp", "expected.bmp"}).errors, "");
+    ASSERT_EQ(run({"run", "in.bmp", "second.tiff"}).errors, "");
+    ASSERT_EQ(run({"run", "--to=iff", "in.bmp", "unnamed"}).errors, "");
+    for (const std::string second : {"second.tiff", "unnamed"}) {
+        EXPECT_EQ(run({"run", "in.bmp", "compose:" + second, "out.bmp"}).errors, "");
+        EXPECT_EQ(readFile("out.bmp"), readFile("expected.bmp")) << second;
     }
 }
 

@@ -267,7 +267,8 @@ TEST_F(Gallery, ReadsStandardInput) {
 TEST_F(Gallery, SaysWhatIsWrong) {
     const Result missing = run({"gallery", "missing.bmp", "gallery"});
     EXPECT_EQ(missing.exitCode, 3);
-    EXPECT_EQ(missing.errors, "dib: missing.bmp: load: open file (No such file or directory)\n");
+    EXPECT_EQ(missing.errors,
+              "dib: missing.bmp: load: the file cannot be opened: No such file or directory\n");
     EXPECT_FALSE(fs::exists("gallery"));
 
     const Result file = run({"gallery", "in.bmp", "in.bmp"});

@@ -62,7 +62,7 @@ TEST_F(PluginFormats, AMissingPlugInIsNamed) {
     for (const std::string name : {"dds", "exr"}) {
         const Result result = run({"run", "--plugins=nowhere", "one." + name, "out.bmp"});
         EXPECT_EQ(result.exitCode, 3);
-        EXPECT_NE(result.errors.find("nowhere/vexlib" + name + ".bundle is missing"), std::string::npos)
+        EXPECT_NE(result.errors.find("is missing: nowhere/vexlib" + name + ".bundle"), std::string::npos)
             << result.errors;
         EXPECT_FALSE(std::filesystem::exists("out.bmp"));
         EXPECT_EQ(run({"info", "--plugins=nowhere", "one." + name}).exitCode, 3);
@@ -82,10 +82,10 @@ TEST_F(PluginFormats, ABrokenPlugInIsNoBrokenPicture) {
     std::filesystem::create_symlink(std::filesystem::path(DIB_TOOL_TEST_PLUGINS) / "vexlibdds.bundle",
                                     "mine/vexlibexr.bundle");
     EXPECT_EQ(errorsOf("dds"),
-              "dib: cannot use the plug-in for DDS files: mine/vexlibdds.bundle holds no code that can be "
-              "loaded here (set its folder with --plugins)\n");
+              "dib: one.dds: load: the plug-in for dds files holds no code that can be loaded here: "
+              "mine/vexlibdds.bundle (set its folder with --plugins)\n");
     EXPECT_EQ(errorsOf("exr"),
-              "dib: cannot use the plug-in for EXR files: mine/vexlibexr.bundle has no function LoadEXR "
+              "dib: one.exr: load: the plug-in for exr files has no function LoadEXR: mine/vexlibexr.bundle "
               "(set its folder with --plugins)\n");
     std::filesystem::remove("mine/vexlibdds.bundle");
     std::filesystem::create_directory("mine/vexlibdds.bundle");

@@ -1,5 +1,6 @@
 #include "tests/tools/Program.h"
 
+#include <DibFile.h>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -115,8 +116,12 @@ void makePicture(DibStream& image, int width, int height, int bitCount) {
 }
 
 std::string bmpBytes(DibStream& image) {
-    EXPECT_TRUE(image.SaveToFile("../expected.bmp"));
-    return readFile("../expected.bmp");
+    DibSaveOptions options;
+    options.format = "bmp";
+    options.runLengths = false;
+    DibBytes bytes;
+    EXPECT_TRUE(DibSaveMemory(&bytes, &image, &options));
+    return {reinterpret_cast<const char*>(bytes.data), bytes.size};
 }
 
 void ToolTest::SetUp() {

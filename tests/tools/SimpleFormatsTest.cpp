@@ -44,7 +44,8 @@ TEST_F(SimpleFormats, AFullDiskIsNoticed) {
             setrlimit(RLIMIT_FSIZE, &limit);
         });
         EXPECT_EQ(result.exitCode, 4) << extension;
-        EXPECT_EQ(result.errors, "dib: out." + extension + ": save: write file\n");
+        EXPECT_EQ(result.errors,
+                  "dib: out." + extension + ": save: the file cannot be written: File too large\n");
         EXPECT_EQ(run({"run", "--to=" + extension, "in.bmp", "/dev/full"}).exitCode, 4) << extension;
     }
     EXPECT_EQ(filesHere(), (std::vector<std::string>{"in.bmp"}));

@@ -70,14 +70,14 @@ TEST_F(Info, KeepsControlCharactersOfNamesFromTheTerminal) {
 
 TEST_F(Info, ALineFeedInANameForgesNoLine) {
     EXPECT_EQ(run({"run", "no\ndib: all is well", "out.bmp"}).errors,
-              "dib: no?dib: all is well: load: open file (No such file or directory)\n");
+              "dib: no?dib: all is well: load: the file cannot be opened: No such file or directory\n");
     EXPECT_EQ(run({"info", "no\ndib: all is well"}).errors,
-              "dib: no?dib: all is well: load: open file (No such file or directory)\n");
+              "dib: no?dib: all is well: load: the file cannot be opened: No such file or directory\n");
     EXPECT_EQ(run({"run", "in.bmp", "bl\nur", "out.bmp"}).errors,
-              "dib: no operation 'bl?ur'; `dib ops` lists them\n");
+              "dib: no operation 'bl?ur'; did you mean 'blur'?\n");
     EXPECT_EQ(run({"c\nat"}).errors, "dib: no command or option 'c?at'\ndib: try `dib --help`\n");
     EXPECT_EQ(run({"run", "in.bmp", "a\nb/out.bmp"}).errors,
-              "dib: a?b/out.bmp: save: open file (No such file or directory)\n");
+              "dib: a?b/out.bmp: save: the file cannot be created: No such file or directory\n");
 }
 
 TEST_F(Info, MarksOfDirectionAndEightBitControlsDoNotPass) {
@@ -121,7 +121,7 @@ TEST_F(Info, GoesOnAfterABadFile) {
     EXPECT_EQ(result.output, "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
     EXPECT_EQ(result.errors,
               "dib: bad.bmp: load: the file ends inside its header\n"
-              "dib: missing.bmp: load: open file (No such file or directory)\n");
+              "dib: missing.bmp: load: the file cannot be opened: No such file or directory\n");
     EXPECT_EQ(nlohmann::json::parse(run({"info", "--json", "bad.bmp"}).output), nlohmann::json::array());
 }
 

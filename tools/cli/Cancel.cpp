@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
 
 #include "tools/cli/ExitCode.h"
@@ -12,14 +11,10 @@ namespace tool {
 namespace {
 
 volatile std::sig_atomic_t signalled = 0;
-std::atomic<const char*> unfinishedFile = nullptr;
-static_assert(std::atomic<const char*>::is_always_lock_free, "signal handlers may use it");
+volatile std::sig_atomic_t isWriting = 0;
 
 extern "C" void handleSignal(int) {
-    if (signalled != 0) {
-        if (const char* path = unfinishedFile) unlink(path);
-        _exit(kExitCancelled);
-    }
+    if (signalled != 0 && isWriting == 0) _exit(kExitCancelled);
     signalled = 1;
 }
 
@@ -40,6 +35,7 @@ void stopIfCancelled() {
     if (isCancelled()) throw Failure(kExitCancelled, "cancelled");
 }
 
-void setUnfinishedFile(const char* path) { unfinishedFile = path; }
+FileUnderWay::FileUnderWay() { isWriting = 1; }
+FileUnderWay::~FileUnderWay() { isWriting = 0; }
 
 }  // namespace tool

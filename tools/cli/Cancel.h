@@ -1,5 +1,5 @@
-/// Ctrl-C and its kin: a first signal asks the running operation to stop, a second one ends the program at
-/// once.
+/// Signals that end the program, such as Ctrl-C: the first one asks the running operation to stop, a second
+/// one ends the program at once.
 #ifndef TOOLS_CLI_CANCEL_H
 #define TOOLS_CLI_CANCEL_H
 
@@ -13,8 +13,15 @@ bool isCancelled();
 /// @throws Failure (cancelled) when a signal asked for the end.
 void stopIfCancelled();
 
-/// The file that a second signal removes before the program dies; null for none. The text must live on.
-void setUnfinishedFile(const char* path);
+/// While one lives, a second signal does not end the program either: a file is being written, and saving
+/// stops soon and removes what it began.
+class FileUnderWay {
+public:
+    FileUnderWay();
+    ~FileUnderWay();
+    FileUnderWay(const FileUnderWay&) = delete;
+    FileUnderWay& operator=(const FileUnderWay&) = delete;
+};
 
 }  // namespace tool
 

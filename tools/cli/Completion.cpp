@@ -5,6 +5,7 @@
 
 #include "tools/cli/Commands.h"
 #include "tools/cli/Options.h"
+#include "tools/io/Formats.h"
 #include "tools/operations/Operations.h"
 
 namespace tool {
@@ -39,7 +40,7 @@ void offerOptions(const CLI::App& app, const Command& command, const std::string
         } else if (option.name != typed.substr(0, equals)) {
             continue;
         } else if (option.values == kFormatPlaceholder) {
-            for (const Format& format : formats()) offers.add(option.name + "=" + std::string(format.name));
+            for (const DibFormat* format : formats()) offers.add(option.name + "=" + format->name);
         } else if (option.values.find('|') != std::string::npos) {
             offers.addEach(option.name + "=", option.values);
         }

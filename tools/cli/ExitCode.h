@@ -15,6 +15,7 @@ enum ExitCode : int {
     kExitUsage = 2,
     kExitBadInput = 3,
     kExitOutputFailed = 4,
+    kExitStrict = 5,
     kExitCancelled = 130,
 };
 

@@ -1,5 +1,5 @@
 #include <CLI/CLI.hpp>
-#include <cstdio>
+#include <algorithm>
 #include <exception>
 #include <sstream>
 #include <string>
@@ -11,21 +11,26 @@
 #include "tools/cli/Completion.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Printable.h"
+#include "tools/cli/Suggestion.h"
 #include "tools/io/Files.h"
 #include "tools/io/PluginFolder.h"
 
 namespace {
 
-// Every line of a message begins with the name of the program.
-void complain(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines) std::fprintf(stderr, "dib: %s\n", tool::printable(line).c_str());
-}
-
 // What is wrong with the command line. The parser does not name a word that is no command.
 std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
-    const std::vector<std::string> rest = app.remaining();
-    if (!app.get_subcommands().empty() || rest.empty()) return error.what();
-    return "no command or option '" + rest.front() + "'";
+    const std::vector<std::string> rest = app.remaining(true);
+    if (rest.empty()) return error.what();
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    if (chosen.empty()) {
+        return "no command or option '" + rest.front() + "'" +
+               tool::suggestion(rest.front(), tool::namesOf(tool::commands()));
+    }
+    const std::string typed = rest.front().substr(0, rest.front().find('='));
+    const auto command =
+        std::ranges::find(tool::commands(), chosen.front()->get_name(), &tool::Command::name);
+    return chosen.front()->get_name() + ": no option '" + typed + "'" +
+           tool::suggestion(typed, tool::namesOf(tool::optionTexts(app, *command)));
 }
 
 int run(int argumentCount, char** arguments) {
@@ -56,10 +61,10 @@ int main(int argumentCount, char** arguments) {
     try {
         return run(argumentCount, arguments);
     } catch (const tool::Failure& failure) {
-        complain(failure.lines());
+        tool::complain(failure.lines());
         return failure.exitCode();
     } catch (const std::exception& error) {
-        complain({error.what()});
+        tool::complain({error.what()});
         return tool::kExitOperationFailed;
     }
 }

@@ -91,10 +91,10 @@ std::string operationTable() {
 
 std::string formatTable() {
     std::string roff = ".SH FORMATS\n";
-    for (const Format& format : formats()) {
-        roff += item(bold(format.name), paragraph(format.help) +
-                                            ".\nReads: " + escaped(depthsText(format.readsDepths)) +
-                                            ".\nWrites: " + escaped(depthsText(format.writesDepths)) + ".");
+    for (const DibFormat* format : formats()) {
+        roff += item(bold(format->name), paragraph(format->title) +
+                                             ".\nReads: " + escaped(depthsText(format->readDepths)) +
+                                             ".\nWrites: " + escaped(depthsText(format->writeDepths)) + ".");
     }
     return roff;
 }
@@ -106,6 +106,7 @@ std::string exitStatus() {
         {kExitUsage, "The command line is wrong."},
         {kExitBadInput, "An input cannot be read or is not supported."},
         {kExitOutputFailed, "The output cannot be written."},
+        {kExitStrict, "Something would be lost, assumed or damaged, and \\-\\-strict was given."},
         {kExitCancelled, "Cancelled by a signal."},
     };
     std::string roff = ".SH EXIT STATUS\n";
@@ -129,7 +130,7 @@ std::string manPage(const CLI::App& app) {
            "An output is written to a temporary file in the folder of its target,\nwhich is renamed when it "
            "is complete.\n" +
            commandSection(app) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
-           item(bold("TMPDIR"), "Folder for temporary copies of pipes; /tmp when unset.") + exitStatus() +
+           item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") + exitStatus() +
            ".SH EXAMPLES\n.nf\n"
            "dib run in.bmp bpp:8,method=median out.bmp\n"
            "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"

@@ -3,20 +3,89 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 
+#include "tools/cli/Suggestion.h"
+#include "tools/io/Formats.h"
 #include "tools/io/PluginFolder.h"
 
 namespace tool {
+
+namespace {
+
+const DibFormat& formatNamed(const std::string& name) {
+    for (const DibFormat* format : formats()) {
+        if (name == format->name) return *format;
+    }
+    std::vector<std::string> names;
+    for (const DibFormat* format : formats()) names.emplace_back(format->name);
+    throw usageFailure("no format '" + name + "'" + suggestion(name, names, "; `dib formats` lists them"));
+}
+
+// "100M" as a number; the letters are powers of 1000.
+std::uint64_t amount(const std::string& text) {
+    std::uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const std::string unit(stop, end);
+    const std::uint64_t factor = unit.empty() ? 1 : unit == "K" ? 1000 : unit == "M" ? 1000000 : 1000000000;
+    const bool isUnit = unit.empty() || unit == "K" || unit == "M" || unit == "G";
+    if (error != std::errc() || !isUnit || number == 0 || number > UINT64_MAX / factor)
+        throw usageFailure("--limit: '" + text + "' is not a number from 1, with K, M or G behind it or not");
+    return number * factor;
+}
+
+// "pixels:100M,layers:50".
+void setLimits(DibLoadOptions& options, const std::string& text) {
+    for (const std::string& part : CLI::detail::split(text, ',')) {
+        const std::size_t colon = std::min(part.find(':'), part.size());
+        const std::string name = part.substr(0, colon);
+        if (colon == part.size() || (name != "pixels" && name != "bytes" && name != "layers"))
+            throw usageFailure("--limit: '" + part + "' is not pixels:N, bytes:N or layers:N");
+        const std::uint64_t most = amount(part.substr(colon + 1));
+        if (name == "pixels") options.mostPixels = most;
+        if (name == "bytes") options.mostBytes = most;
+        if (name == "layers") options.mostLayers = static_cast<int>(std::min<std::uint64_t>(most, INT_MAX));
+    }
+}
+
+}  // namespace
 
 void addOperand(CLI::App& command, const std::string& name, std::string& value, const std::string& help) {
     command.add_option(name, value, help)->type_name("")->required();
 }
 
-void addFormat(CLI::App& command, const std::string& name, const Format*& format, const std::string& help) {
+void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help) {
     command
         .add_option_function<std::string>(
-            name, [&format](const std::string& chosen) { format = &formatNamed(chosen); }, help)
+            name, [&format](const std::string& chosen) { format = formatNamed(chosen).name; }, help)
         ->type_name(kFormatPlaceholder);
+}
+
+void addOpening(CLI::App& command, DibLoadOptions& options) {
+    addFormat(command, "--from", options.format, "Format of the input; overrides detection");
+    command.add_flag_callback(
+        "--keep-damaged", [&options] { options.damage = DIB_DAMAGE_KEEP; },
+        "Keeps the rows that can be read of a damaged file; the others are black");
+    command
+        .add_option_function<std::string>(
+            "--limit", [&options](const std::string& text) { setLimits(options, text); },
+            "Refuses larger inputs: pixels:N, bytes:N of memory or layers:N, separated by commas; K, M and G "
+            "are "
+            "powers of 1000")
+        ->type_name("LIMITS");
+    addPlugins(command);
+}
+
+void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp) {
+    addFormat(command, "--to", options.save.format, formatHelp);
+    command.add_option("--quality", options.save.quality, "Quality of JPEG files, 1 to 100; default 90")
+        ->check(CLI::Range(1, 100).description(""))
+        ->type_name("QUALITY");
+    command.add_flag(
+        "--strict", options.isStrict,
+        "Fails when anything is lost, assumed or damaged, and lists it; nothing is written then");
+    command.add_flag("--verbose", options.isVerbose, "Lists what is lost and assumed, not only damage");
 }
 
 void addPlugins(CLI::App& command) {

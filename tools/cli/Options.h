@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tools/io/Formats.h"
+#include "tools/commands/Pictures.h"
 
 namespace CLI {
 class App;
@@ -18,7 +18,11 @@ inline constexpr const char* kShells = "bash|zsh|fish";
 /// An operand that must be given.
 void addOperand(CLI::App& command, const std::string& name, std::string& value, const std::string& help);
 /// "--from" or "--to"; `format` keeps its value where the option is not given.
-void addFormat(CLI::App& command, const std::string& name, const Format*& format, const std::string& help);
+void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help);
+/// How pictures are opened: "--from", "--keep-damaged", "--limit" and "--plugins".
+void addOpening(CLI::App& command, DibLoadOptions& options);
+/// How pictures are saved: "--to", "--quality", "--strict" and "--verbose".
+void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp);
 /// "--plugins", which takes effect at once.
 void addPlugins(CLI::App& command);
 /// "--progress"; `isShown` is set in any case.

@@ -65,6 +65,10 @@ std::string printable(std::string_view text) {
     return replaced(text, [](std::uint32_t) { return "?"; });
 }
 
+void complain(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) std::fprintf(stderr, "dib: %s\n", printable(line).c_str());
+}
+
 std::string printableJson(std::string_view json) {
     return replaced(json, [](std::uint32_t code) {
         if (code == '\n') return std::string("\n");

@@ -4,15 +4,19 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tool {
 
-/// The text with '?' for every character that could steer a terminal or misplace what follows: controls (line feeds, the
-/// 8-bit ones and the line separators among them) and marks of writing direction. Other bytes above 127 stay, in whatever
-/// language they are.
+/// The text with '?' for every character that could steer a terminal or misplace what follows: controls (line
+/// feeds, the 8-bit ones and the line separators among them) and marks of writing direction. Other bytes above
+/// 127 stay.
 std::string printable(std::string_view text);
 
-/// JSON text with escapes for the same characters, which only stand in its strings.
+/// Prints lines to standard error, each with the name of the program before it.
+void complain(const std::vector<std::string>& lines);
+
+/// JSON text with escapes for the same characters, which occur in its strings only.
 std::string printableJson(std::string_view json);
 
 }  // namespace tool

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "formats/diagnosis/Diagnosis.h"
 #include "formats/diagnosis/PsdLayers.h"
+#include "tools/cli/Cancel.h"
 
 namespace tool {
 
@@ -59,7 +61,9 @@ DocumentInfo documentInfo(DibPSDLoader& loader, const InputFile& file) {
     DocumentInfo info{
         nameOf(kColorModes, loader.GetColorMode()), loader.GetDepth(), loader.GetChannelNum(), {}, 0};
     for (int i = 0; i < loader.GetLayerNum(); ++i) info.layers.push_back(layerInfo(loader, i));
-    const int announced = formats::inspectPsdLayers(formats::OpenedFile(file.path()).get()).count;
+    const FilePtr opened = file.open();
+    formats::ByteReader reader(opened.get());
+    const int announced = formats::inspectPsdLayers(formats::RefusedFile(reader)).count;
     info.layerCount = std::max(announced, loader.GetLayerNum());
     return info;
 }
@@ -79,25 +83,46 @@ Json jsonOf(const DocumentInfo& document) {
             {"bitsPerChannel", document.bitsPerChannel},
             {"channels", document.channels},
             {"layers", jsonList(document.layers, [](const LayerInfo& layer) { return jsonOf(layer); })},
-            {"layerCount", document.layerCount}};
+            {"layerCount", document.layerCount},
+            {"layersReadable", document.layersReadable}};
 }
 
-std::string textOf(const DocumentInfo& document, bool isReadable) {
+std::string textOf(const DocumentInfo& document) {
     std::string text = "  " + document.colorMode + ", " + std::to_string(document.bitsPerChannel) +
                        " bits per channel, " + std::to_string(document.channels) + " channels, " +
                        std::to_string(document.layerCount) +
                        (document.layerCount == 1 ? " layer" : " layers") +
-                       (isReadable ? "" : " (their pixels cannot be read)") + "\n";
+                       (document.layersReadable ? "" : " (their pixels cannot be read)") + "\n";
     int number = 0;
     for (const LayerInfo& layer : document.layers)
         text += "  layer " + std::to_string(number++) + " " + textOf(layer) + "\n";
     return text;
 }
 
+DocumentInfo readDocument(const InputFile& file) {
+    DibPSDLoader loader;
+    const auto isWanted = [](float, void*) { return !isCancelled(); };
+    loader.SetCallback(isWanted, nullptr);
+    loader.EnableLayer(true);
+    // Layers that cannot be decoded still have records, and more is not needed here.
+    const bool isLoaded = loader.Load(file.open().get());
+    stopIfCancelled();
+    DocumentInfo info = documentInfo(loader, file);
+    info.layersReadable = isLoaded && info.layerCount == loader.GetLayerNum();
+    return info;
+}
+
+std::string layersProblem(const InputFile& file) {
+    const FilePtr opened = file.open();
+    formats::ByteReader reader(opened.get());
+    return formats::whyRefused(reader, formats::diagnosePsdLayers, DIB_ERROR_INVALID);
+}
+
 // The compression word follows three sections of any length.
 std::string mergedCompression(const InputFile& file) {
-    const formats::OpenedFile opened(file.path());
-    const formats::RefusedFile& bytes = opened.get();
+    const FilePtr opened = file.open();
+    formats::ByteReader reader(opened.get());
+    const formats::RefusedFile bytes(reader);
     std::int64_t at = 26;
     for (int section = 0; section < 3; ++section) at += 4 + std::int64_t{bytes.be32(at)};
     if (at + 2 > bytes.size()) return "unknown";

@@ -33,14 +33,19 @@ struct DocumentInfo {
     int channels;
     std::vector<LayerInfo> layers;  ///< Those whose records can be read.
     int layerCount;                 ///< Of all that the document announces.
+    bool layersReadable = false;    ///< Whether the pixels of every layer can be read.
 };
 
 /// What the loader knows after it has read `file`, successfully or not.
 DocumentInfo documentInfo(DibPSDLoader& loader, const InputFile& file);
+DocumentInfo readDocument(const InputFile& file);
 
 Json jsonOf(const DocumentInfo& document);
 /// Lines about the document and its layers, indented.
-std::string textOf(const DocumentInfo& document, bool isReadable);
+std::string textOf(const DocumentInfo& document);
+
+/// Why layers cannot be read.
+std::string layersProblem(const InputFile& file);
 
 /// How the merged picture is packed.
 std::string mergedCompression(const InputFile& file);

@@ -11,7 +11,7 @@ void declareGallery(CLI::App& command) {
     const auto job = std::make_shared<GalleryJob>();
     addOperand(command, "INPUT", job->input, "A picture; '-' is standard input");
     addOperand(command, "FOLDER", job->folder, "Folder for the page; created if missing");
-    addFormat(command, "--from", job->inputFormat, "Format of the picture; overrides detection");
+    addOpening(command, job->pictures.load);
     command
         .add_option("--side", job->longerSide,
                     "Pixels of the longer side of the pictures, " + std::to_string(kSmallestGallerySide) +
@@ -19,7 +19,6 @@ void declareGallery(CLI::App& command) {
                         std::to_string(job->longerSide))
         ->check(CLI::Range(kSmallestGallerySide, kLargestGallerySide).description(""))
         ->type_name("PIXELS");
-    addPlugins(command);
     addProgress(command, job->showsProgress);
     command.callback([job] { makeGallery(*job); });
 }

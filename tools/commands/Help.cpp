@@ -7,6 +7,7 @@
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/ManPage.h"
 #include "tools/cli/Options.h"
+#include "tools/cli/Suggestion.h"
 #include "tools/io/Files.h"
 #include "tools/operations/OperationText.h"
 
@@ -19,7 +20,10 @@ std::string helpOn(const CLI::App& app, const std::string& topic) {
     if (const Operation* operation = findOperation(topic)) return operationHelp(*operation);
     if (std::ranges::find(commands(), topic, &Command::name) != commands().end())
         return app.get_subcommand(topic)->help("dib");
-    throw usageFailure("no operation or command '" + topic + "'; `dib ops` lists the operations");
+    std::vector<std::string> names = namesOf(operations());
+    for (const Command& command : commands()) names.emplace_back(command.name);
+    throw usageFailure("no operation or command '" + topic + "'" +
+                       suggestion(topic, names, "; `dib ops` lists the operations"));
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
 #include "tools/commands/Documents.h"
-#include "tools/commands/Pictures.h"
 
 namespace tool {
 
@@ -12,85 +11,65 @@ namespace {
 
 struct PictureInfo {
     std::string file;
-    std::string format;
-    int width;
-    int height;
-    int bitsPerPixel;
-    std::string rowOrder;
-    std::uint32_t paletteSize;
+    DibFileInfo header;
     std::string compression;
     std::optional<DocumentInfo> document;
-    bool layersReadable;
 };
 
-std::uint32_t paletteSize(const BITMAPINFOHEADER& header) {
-    if (header.biBitCount > 8) return 0;
-    return header.biClrUsed != 0 ? header.biClrUsed : 1U << header.biBitCount;
-}
-
-void readDocument(const InputFile& file, PictureInfo& info) {
-    Progress progress(1, false);
-    DibPSDLoader loader;
-    loader.SetCallback(&Progress::report, &progress);
-    loader.EnableLayer(true);
-    // Layers that cannot be decoded still have records, and more is not needed here.
-    const bool loaded = loader.Load(file.path());
-    stopIfCancelled();
-    info.document = documentInfo(loader, file);
-    info.compression = mergedCompression(file);
-    info.layersReadable = loaded && info.document->layerCount == loader.GetLayerNum();
-}
-
-PictureInfo readInfo(const std::string& name, const Format* chosen) {
-    const InputFile file(name);
-    const Format& format = inputFormatOf(file, chosen);
+PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
+    const InputFile file(name, InputFile::kReadTwice);
+    PictureInfo info{name, {}, {}, {}};
+    DibFileResult result;
+    file.probe(info.header, options, result);
+    PictureOptions pictures;
+    pictures.load = options;
     DibStream image;
     Progress progress(1, false);
-    loadPicture(file, format, image, progress);
+    Notes notes(pictures);
+    loadPicture(file, image, pictures, progress, notes);
     const BITMAPINFOHEADER& header = *image.Header;
-    PictureInfo info{name,
-                     std::string(format.name),
-                     width(image),
-                     height(image),
-                     header.biBitCount,
-                     header.biHeight < 0 ? "top-down" : "bottom-up",
-                     paletteSize(header),
-                     header.biCompression == 0 ? "none" : "masks",
-                     {},
-                     false};
-    if (format.compression != nullptr) info.compression = format.compression(file.firstBytes());
-    if (format.hasLayers) readDocument(file, info);
+    info.header.width = width(image);
+    info.header.height = height(image);
+    info.header.bitCount = header.biBitCount;
+    info.header.isTopDown = header.biHeight < 0;
+    if (header.biBitCount <= 8)
+        info.header.paletteSize =
+            static_cast<int>(header.biClrUsed != 0 ? header.biClrUsed : 1U << header.biBitCount);
+    info.compression = info.header.compression[0] != '\0' ? info.header.compression : "unknown";
+    if (info.header.format->hasLayers) {
+        info.document = readDocument(file);
+        info.compression = mergedCompression(file);
+    }
     return info;
 }
 
 Json jsonOf(const PictureInfo& info) {
     Json json = {{"file", info.file},
-                 {"format", info.format},
-                 {"width", info.width},
-                 {"height", info.height},
-                 {"bitsPerPixel", info.bitsPerPixel},
-                 {"rowOrder", info.rowOrder},
-                 {"paletteSize", info.paletteSize},
+                 {"format", info.header.format->name},
+                 {"width", info.header.width},
+                 {"height", info.header.height},
+                 {"bitsPerPixel", info.header.bitCount},
+                 {"rowOrder", info.header.isTopDown ? "top-down" : "bottom-up"},
+                 {"paletteSize", info.header.paletteSize},
                  {"compression", info.compression}};
-    if (info.document) {
-        json.update(jsonOf(*info.document));
-        json["layersReadable"] = info.layersReadable;
-    }
+    if (info.document) json.update(jsonOf(*info.document));
     return json;
 }
 
 std::string textOf(const PictureInfo& info) {
-    std::string text = printable(info.file) + ": " + info.format + ", " + std::to_string(info.width) + "x" +
-                       std::to_string(info.height) + " pixels, " + std::to_string(info.bitsPerPixel) +
-                       (info.bitsPerPixel == 1 ? " bit, " : " bits, ") + info.rowOrder;
-    if (info.paletteSize != 0) text += ", palette of " + std::to_string(info.paletteSize);
+    const DibFileInfo& header = info.header;
+    std::string text = printable(info.file) + ": " + header.format->name + ", " +
+                       std::to_string(header.width) + "x" + std::to_string(header.height) + " pixels, " +
+                       std::to_string(header.bitCount) + (header.bitCount == 1 ? " bit, " : " bits, ") +
+                       (header.isTopDown ? "top-down" : "bottom-up");
+    if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + info.compression + "\n";
-    return info.document ? text + textOf(*info.document, info.layersReadable) : text;
+    return info.document ? text + textOf(*info.document) : text;
 }
 
 struct InfoJob {
     std::vector<std::string> files;
-    const Format* format = nullptr;
+    DibLoadOptions options;
     bool asJson = false;
 };
 
@@ -100,7 +79,7 @@ void printInfo(const InfoJob& job) {
     std::vector<std::string> complaints;
     for (const std::string& file : job.files) {
         try {
-            infos.push_back(readInfo(file, job.format));
+            infos.push_back(readInfo(file, job.options));
         } catch (const Failure& failure) {
             if (failure.exitCode() != kExitBadInput) throw;
             complaints.insert(complaints.end(), failure.lines().begin(), failure.lines().end());
@@ -121,7 +100,7 @@ void printInfo(const InfoJob& job) {
 void declareInfo(CLI::App& command) {
     const auto job = std::make_shared<InfoJob>();
     command.add_option("FILE...", job->files, "Pictures; '-' is standard input")->type_name("")->required();
-    addFormat(command, "--from", job->format, "Format of the files; overrides detection");
+    addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");
     addPlugins(command);
     addJson(command, job->asJson);
     command.callback([job] { printInfo(*job); });

@@ -3,7 +3,6 @@
 #include <cctype>
 #include <filesystem>
 
-#include "formats/diagnosis/PsdLayers.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
 #include "tools/commands/Documents.h"
@@ -16,14 +15,13 @@ namespace {
 struct LayersJob {
     std::string document;
     std::string folder;
-    const Format* inputFormat = nullptr;
-    const Format* format = nullptr;  // of the pictures; null: PNG
+    PictureOptions pictures;  // where no format is chosen, the pictures are PNG files
     bool showsProgress = false;
 };
 
 // A file name from a layer's number, which makes it unique, and the harmless part of its name: whatever the document
 // says, it is no path, hidden file, device or option.
-std::string fileNameOf(int index, const std::string& layerName, const Format& format) {
+std::string fileNameOf(int index, const std::string& layerName, const DibFormat& format) {
     constexpr std::size_t kLongest = 40;
     std::string number = std::to_string(index);
     number.insert(0, number.size() < 3 ? 3 - number.size() : 0, '0');
@@ -33,12 +31,7 @@ std::string fileNameOf(int index, const std::string& layerName, const Format& fo
         name += byte < 128 && (std::isalnum(byte) != 0 || c == '-') ? c : '_';
     }
     if (name.find_first_not_of('_') == std::string::npos) name = "layer";
-    return number + "-" + name + "." + std::string(format.extensions.front());
-}
-
-std::string diagnoseDocument(const formats::RefusedFile& file) {
-    const std::string problem = formats::diagnosePsd(file);
-    return problem.empty() ? formats::diagnosePsdLayers(file) : problem;
+    return number + "-" + name + "." + format.extensions[0];
 }
 
 // The loader stores the grey of layers of grey documents in blue alone.
@@ -49,46 +42,54 @@ void spreadGrey(DibStream& image) {
     }
 }
 
-void exportLayers(const LayersJob& job) {
-    const Format& format = job.format != nullptr ? *job.format : formatNamed("png");
-    requireSaver(format, job.folder);
-    const InputFile file(job.document);
-    const Format& inputFormat = inputFormatOf(file, job.inputFormat);
-    if (!inputFormat.hasLayers) {
-        throw Failure(kExitBadInput,
-                      file.title() + ": load: " + std::string(inputFormat.name) + " files have no layers");
-    }
-    Progress progress(2, job.showsProgress);
-    const ImagePtr merged(new DibStream);
-    DibPSDLoader loader(merged.get());
-    loader.SetCallback(&Progress::report, &progress);
-    loader.EnableLayer(true);
-    progress.beginStep("load");
-    const bool loaded = loader.Load(file.path());
-    stopIfCancelled();
-    const DocumentInfo document = documentInfo(loader, file);
-    if (!loaded || loader.GetLayerNum() < document.layerCount)
-        throw loadFailure(file, diagnoseDocument, merged->ErrorCode);
-    progress.endStep();
-
-    makeFolder(job.folder);
-    progress.beginStep("save");
-    Json manifest = {{"document", file.title()}, {"width", width(*merged)}, {"height", height(*merged)}};
-    manifest.update(jsonOf(document));
-    manifest.erase("layerCount");
+// Writes the pictures of the layers and stores the names of their files in the manifest.
+void writeLayers(const LayersJob& job, const DibFormat& format, DibPSDLoader& loader, Json& manifest,
+                 Progress& progress, Notes& notes) {
     for (int i = 0; i < loader.GetLayerNum(); ++i) {
         int left = 0;
         int top = 0;
         const ImagePtr image(loader.GetLayerImage(i, left, top));
-        const auto index = static_cast<std::size_t>(i);
-        Json& entry = manifest["layers"][index]["file"];
+        Json& entry = manifest["layers"][static_cast<std::size_t>(i)];
+        entry["file"] = nullptr;
         if (image == nullptr) continue;
-        if (document.colorMode == "grey") spreadGrey(*image);
-        const std::string name = fileNameOf(i, document.layers[index].name, format);
-        OutputFile picture(std::filesystem::path(job.folder) / name);
-        savePicture(picture, format, *image, progress);
-        entry = name;
+        if (manifest["colorMode"] == "grey") spreadGrey(*image);
+        const std::string name = fileNameOf(i, loader.GetLayerInfo(i)->name, format);
+        savePicture(std::filesystem::path(job.folder) / name, format, *image, job.pictures, progress, notes);
+        entry["file"] = name;
     }
+}
+
+void exportLayers(const LayersJob& job) {
+    const char* chosen = job.pictures.save.format;
+    const DibFormat& format = *DibFindFormat(chosen != nullptr ? chosen : "png");
+    requireSaver(format, job.folder);
+    Notes notes(job.pictures);
+    Progress progress(3, job.showsProgress);
+    const InputFile file(job.document, InputFile::kReadTwice);
+    DibStream merged;
+    const DibFormat& inputFormat = *loadPicture(file, merged, job.pictures, progress, notes);
+    if (!inputFormat.hasLayers) {
+        throw Failure(kExitBadInput,
+                      file.title() + ": load: " + std::string(inputFormat.name) + " files have no layers");
+    }
+    DibPSDLoader loader;
+    loader.SetCallback(&Progress::report, &progress);
+    loader.EnableLayer(true);
+    progress.beginStep("load");
+    const bool isLoaded = loader.Load(file.open().get());
+    stopIfCancelled();
+    const DocumentInfo document = documentInfo(loader, file);
+    if (!isLoaded || loader.GetLayerNum() < document.layerCount)
+        throw Failure(kExitBadInput, file.title() + ": load: " + layersProblem(file));
+    progress.endStep();
+
+    makeFolder(job.folder);
+    progress.beginStep("save");
+    Json manifest = {{"document", file.title()}, {"width", width(merged)}, {"height", height(merged)}};
+    manifest.update(jsonOf(document));
+    manifest.erase("layerCount");
+    manifest.erase("layersReadable");
+    writeLayers(job, format, loader, manifest, progress, notes);
     writeText(std::filesystem::path(job.folder) / "manifest.json", jsonText(manifest));
     progress.endStep();
 }
@@ -99,8 +100,8 @@ void declareLayers(CLI::App& command) {
     const auto job = std::make_shared<LayersJob>();
     addOperand(command, "FILE", job->document, "A document; '-' is standard input");
     addOperand(command, "FOLDER", job->folder, "Folder for the pictures; created if missing");
-    addFormat(command, "--from", job->inputFormat, "Format of the document; overrides detection");
-    addFormat(command, "--to", job->format, "Format of the pictures");
+    addOpening(command, job->pictures.load);
+    addSaving(command, job->pictures, "Format of the pictures");
     addProgress(command, job->showsProgress);
     command.callback([job] { exportLayers(*job); });
 }

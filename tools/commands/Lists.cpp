@@ -40,43 +40,48 @@ Json jsonOf(const Operation& operation) {
             {"parameters", jsonList(operation.parameters, [](const Parameter& row) { return jsonOf(row); })}};
 }
 
-Json jsonOf(const Format& format) {
-    return {{"name", format.name},
-            {"help", format.help},
-            {"extensions", format.extensions},
-            {"reads", format.load != nullptr},
-            {"writes", format.save != nullptr},
-            {"readsDepths", format.readsDepths},
-            {"writesDepths", format.writesDepths}};
+std::string joined(const char* const* words) {
+    std::string text;
+    for (; *words != nullptr; ++words) text += (text.empty() ? "" : ", ") + std::string(*words);
+    return text;
 }
 
-std::string textOf(const Format& format) {
-    std::string extensions;
-    for (const std::string_view extension : format.extensions)
-        extensions += (extensions.empty() ? "" : ", ") + std::string(extension);
-    return padded(format.name, 6) + " " + std::string(format.help) + "\n       extensions  " + extensions +
-           "\n       reads       " + depthsText(format.readsDepths) + "\n       writes      " +
-           depthsText(format.writesDepths) + "\n";
+Json jsonOf(const DibFormat* format) {
+    Json json = {{"name", format->name},
+                 {"help", format->title},
+                 {"extensions", Json::array()},
+                 {"reads", format->readDepths != 0},
+                 {"writes", format->writeDepths != 0},
+                 {"readsDepths", depthsText(format->readDepths)},
+                 {"writesDepths", depthsText(format->writeDepths)}};
+    for (const char* const* word = format->extensions; *word != nullptr; ++word)
+        json["extensions"].push_back(*word);
+    return json;
+}
+
+std::string textOf(const DibFormat* format) {
+    return padded(format->name, 6) + " " + format->title + "\n       extensions  " +
+           joined(format->extensions) + "\n       reads       " + depthsText(format->readDepths) +
+           "\n       writes      " + depthsText(format->writeDepths) + "\n";
 }
 
 // Declares a command that prints a table, as text with `separator` between the rows or as JSON.
-template <class Row>
-void declareList(CLI::App& command, std::span<const Row> (*table)(), std::string (*text)(const Row&),
-                 const char* separator) {
+template <class Table, class TextOf>
+void declareList(CLI::App& command, Table table, TextOf textOfRow, const char* separator) {
     const auto asJson = std::make_shared<bool>(false);
     addJson(command, *asJson);
     command.callback([=] {
-        if (*asJson) return print(jsonText(jsonList(table(), [](const Row& row) { return jsonOf(row); })));
+        if (*asJson) return print(jsonText(jsonList(table(), [](const auto& row) { return jsonOf(row); })));
         std::string all;
-        for (const Row& row : table()) all += (all.empty() ? "" : separator) + text(row);
+        for (const auto& row : table()) all += (all.empty() ? "" : separator) + textOfRow(row);
         print(all);
     });
 }
 
 }  // namespace
 
-void declareOps(CLI::App& command) { declareList<Operation>(command, operations, operationHelp, "\n"); }
+void declareOps(CLI::App& command) { declareList(command, operations, operationHelp, "\n"); }
 
-void declareFormats(CLI::App& command) { declareList<Format>(command, formats, textOf, ""); }
+void declareFormats(CLI::App& command) { declareList(command, formats, textOf, ""); }
 
 }  // namespace tool

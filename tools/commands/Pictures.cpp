@@ -1,6 +1,7 @@
 #include "tools/commands/Pictures.h"
 
 #include "tools/cli/Cancel.h"
+#include "tools/cli/Printable.h"
 
 namespace tool {
 
@@ -20,33 +21,45 @@ std::string errorText(const DibStream& image) {
     return text.empty() ? "failed" : text;
 }
 
-const Format& inputFormatOf(const InputFile& file, const Format* chosen) {
-    const Format* format = chosen;
-    if (format == nullptr) format = formatOfContent(file.firstBytes());
-    if (format == nullptr) format = formatOfExtension(file.name());
-    if (format == nullptr)
-        throw Failure(kExitBadInput, file.title() + ": load: no known format; name one with --from");
-    if (format->load == nullptr) {
-        throw Failure(kExitBadInput,
-                      file.title() + ": load: cannot read " + std::string(format->name) + " files");
+Notes::~Notes() { complain(lines_); }
+
+void Notes::add(const std::string& title, const DibFileResult& result) {
+    constexpr const char* kKinds[] = {": warning: ", ": assumption: ", ": loss: "};
+    for (int i = 0; i < result.noteCount; ++i) {
+        const DibNote& note = result.notes[i];
+        if (options_.isStrict || options_.isVerbose || note.kind == DIB_NOTE_WARNING)
+            lines_.push_back(title + kKinds[note.kind] + note.text);
     }
-    return *format;
 }
 
-Failure loadFailure(const InputFile& file, formats::Diagnosis diagnose, int errorCode) {
-    return Failure(kExitBadInput,
-                   file.title() + ": load: " + formats::whyRefused(file.path(), diagnose, errorCode));
+void Notes::judge() {
+    if (options_.isStrict && !lines_.empty()) throw Failure(kExitStrict, std::exchange(lines_, {}));
 }
 
-void loadPicture(const InputFile& file, const Format& format, DibStream& image, Progress& progress) {
+Failure loadFailure(const std::string& title, const DibFileResult& result) {
+    std::string reason = result.reason;
+    // The library names the fields of its options.
+    for (const auto& [field, option] :
+         {std::pair("(mostPixels)", "(--limit=pixels)"), std::pair("(mostBytes)", "(--limit=bytes)"),
+          std::pair("(mostLayers)", "(--limit=layers)")}) {
+        if (reason.ends_with(field)) reason.replace(reason.rfind('('), std::string::npos, option);
+    }
+    if (result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED) reason += " (name it with --from)";
+    if (result.format != nullptr && !DibIsFormatAvailable(result.format))
+        reason += " (set its folder with --plugins)";
+    return Failure(kExitBadInput, title + ": load: " + reason);
+}
+
+const DibFormat* loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
+                             Progress& progress, Notes& notes) {
     progress.beginStep("load");
-    image.ErrorCode = DIB_OK;
-    const bool loaded = format.load(file.path(), image, &Progress::report, &progress);
+    DibFileResult result;
+    const bool isLoaded = file.load(image, options.load, result, &Progress::report, &progress);
     stopIfCancelled();
-    if (!loaded) throw loadFailure(file, format.diagnose, image.ErrorCode);
-    if (image.Header == nullptr || image.Buffer == nullptr)
-        throw Failure(kExitBadInput, file.title() + ": load: the file contains no picture");
+    if (!isLoaded) throw loadFailure(file.title(), result);
+    notes.add(file.title() + ": load", result);
     progress.endStep();
+    return result.format;
 }
 
 void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress) {
@@ -60,17 +73,29 @@ void applyStep(const Step& step, const std::string& title, DibStream& image, Pro
     progress.endStep();
 }
 
-void requireSaver(const Format& format, const std::string& title) {
-    if (format.save == nullptr)
+void requireSaver(const DibFormat& format, const std::string& title) {
+    if (format.writeDepths == 0)
         throw usageFailure(title + ": cannot write " + std::string(format.name) + " files");
 }
 
-void savePicture(OutputFile& file, const Format& format, DibStream& image, Progress& progress) {
-    image.ErrorCode = DIB_OK;
-    const bool saved = format.save(file.path(), image, &Progress::report, &progress);
+void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,
+                 const PictureOptions& options, Progress& progress, Notes& notes) {
+    const std::string title = outputTitle(name) + ": save";
+    DibSaveOptions save = options.save;
+    save.format = format.name;
+    DibFileResult result;
+    if (options.isStrict) {
+        DibSaveLosses(&image, format.name, &save, &result);
+        notes.add(title, result);
+        notes.judge();
+    }
+    const FileUnderWay noSecondSignal;
+    const bool isSaved =
+        name == "-" ? DibSaveStream(stdout, &image, &save, &result, &Progress::report, &progress)
+                    : DibSaveFile(name.c_str(), &image, &save, &result, &Progress::report, &progress);
     stopIfCancelled();
-    if (!saved) throw Failure(kExitOutputFailed, file.title() + ": save: " + errorText(image));
-    file.commit();
+    if (!isSaved) throw Failure(kExitOutputFailed, title + ": " + result.reason);
+    notes.add(title, result);
 }
 
 }  // namespace tool

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "tools/cli/Options.h"
-#include "tools/commands/Pictures.h"
+#include "tools/io/Formats.h"
 #include "tools/operations/OperationText.h"
 
 namespace tool {
@@ -21,30 +21,24 @@ void checkPaths(const std::vector<Step>& steps) {
             if (parameter.kind != ParameterKind::Path) continue;
             const std::string path = step.arguments.path(parameter.name);
             if (access(path.c_str(), R_OK) == 0) continue;
-            throw Failure(kExitBadInput, path + ": " + std::string(step.operation->name) + ": " +
-                                             DibStream::GetErrorString(DIB_ERROR_OPEN) + " (" +
-                                             std::strerror(errno) + ")");
+            throw Failure(kExitBadInput, path + ": " + std::string(step.operation->name) +
+                                             ": the file cannot be opened: " + std::strerror(errno));
         }
     }
 }
 
-const Format& outputFormatOf(const RunJob& job, const Format& inputFormat) {
-    const Format* format = job.outputFormat;
-    if (format == nullptr && job.output == "-") {
-        format = inputFormat.save != nullptr ? &inputFormat : &formatNamed("bmp");
-    } else if (format == nullptr) {
-        format = formatOfExtension(job.output);
-    }
-    if (format == nullptr) throw usageFailure(job.output + ": no format has this extension; use --to");
-    requireSaver(*format, job.output);
-    return *format;
-}
-
-// Reports usage errors before the input is read.
-void checkOutput(const RunJob& job) {
+// The format that the command line asks for; null where the input decides. Reports what cannot be written
+// before the input is read.
+const DibFormat* checkOutput(const RunJob& job) {
     if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
         throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
-    if (job.output != "-" || job.outputFormat != nullptr) outputFormatOf(job, formatNamed("bmp"));
+    const char* chosen = job.pictures.save.format;
+    if (job.output == "-" && chosen == nullptr) return nullptr;
+    const DibFormat* format = chosen != nullptr ? DibFindFormat(chosen) : formatOfExtension(job.output);
+    if (format == nullptr) throw usageFailure(job.output + ": no format has this extension; use --to");
+    requireSaver(*format, job.output);
+    requireWritable(job.output);
+    return format;
 }
 
 std::string operationSummary() {
@@ -61,20 +55,18 @@ std::string operationSummary() {
 }  // namespace
 
 void runJob(const RunJob& job) {
-    checkOutput(job);
+    const DibFormat* format = checkOutput(job);
     checkPaths(job.steps);
+    Notes notes(job.pictures);
     // Loading and saving count as steps, too.
     Progress progress(job.steps.size() + 2, job.showsProgress);
-    const InputFile input(job.input);
-    const Format& inputFormat = inputFormatOf(input, job.inputFormat);
-    const Format& outputFormat = outputFormatOf(job, inputFormat);
     DibStream image;
-    loadPicture(input, inputFormat, image, progress);
-    // Created before the work starts, so that a folder that cannot be written is reported at once.
-    OutputFile output(job.output);
+    const InputFile input(job.input);
+    const DibFormat* inputFormat = loadPicture(input, image, job.pictures, progress, notes);
+    if (format == nullptr) format = inputFormat->writeDepths != 0 ? inputFormat : DibFindFormat("bmp");
     for (const Step& step : job.steps) applyStep(step, input.title(), image, progress);
     progress.beginStep("save");
-    savePicture(output, outputFormat, image, progress);
+    savePicture(job.output, *format, image, job.pictures, progress, notes);
     progress.endStep();
 }
 
@@ -86,9 +78,8 @@ void declareRun(CLI::App& command) {
     const auto options = std::make_shared<Options>();
     RunJob& job = options->job;
     command.add_option("chain", options->words)->group("");
-    addFormat(command, "--from", job.inputFormat, "Format of the input; overrides detection");
-    addFormat(command, "--to", job.outputFormat, "Format of the output; overrides its extension");
-    addPlugins(command);
+    addOpening(command, job.pictures.load);
+    addSaving(command, job.pictures, "Format of the output; overrides its extension");
     addProgress(command, job.showsProgress);
     command.footer(operationSummary);
     command.callback([options] {

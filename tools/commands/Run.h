@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/io/Formats.h"
+#include "tools/commands/Pictures.h"
 #include "tools/operations/Operations.h"
 
 namespace tool {
@@ -14,8 +14,7 @@ struct RunJob {
     std::string input;
     std::vector<Step> steps;
     std::string output;
-    const Format* inputFormat = nullptr;   ///< Null: by the content, else by the name.
-    const Format* outputFormat = nullptr;  ///< Null: by the name; standard output takes the input's format.
+    PictureOptions pictures;  ///< Where no format is chosen, standard output takes the input's.
     bool showsProgress = false;
 };
 

@@ -12,6 +12,7 @@
 #include "tools/gallery/CallText.h"
 #include "tools/gallery/ContactSheet.h"
 #include "tools/gallery/GalleryPage.h"
+#include "tools/io/Formats.h"
 #include "tools/io/Images.h"
 
 namespace tool {
@@ -38,8 +39,9 @@ ImagePtr cloneOf(DibStream& image) {
 // The folder that the gallery is written to.
 class Folder {
 public:
-    Folder(const std::string& path, Progress& progress) : path_(path), progress_(progress) {
-        makeFolder(path);
+    Folder(const GalleryJob& job, Progress& progress, Notes& notes)
+        : path_(job.folder), pictures_(job.pictures), progress_(progress), notes_(notes) {
+        makeFolder(path_);
         makeFolder(pathOf(kPictureFolder));
     }
 
@@ -48,8 +50,7 @@ public:
 
     // In the format of the name's extension.
     void save(DibStream& image, const std::string& name) const {
-        OutputFile file(pathOf(name));
-        savePicture(file, *formatOfExtension(name), image, progress_);
+        savePicture(pathOf(name), *formatOfExtension(name), image, pictures_, progress_, notes_);
     }
 
     // Saves a picture of the page.
@@ -63,8 +64,10 @@ public:
     }
 
 private:
-    std::string path_;
+    const std::string& path_;
+    const PictureOptions& pictures_;
     Progress& progress_;
+    Notes& notes_;
 };
 
 // Every operation accepts 24 bits. The sides are bounded, so that the settings of the samples suit every picture:
@@ -158,14 +161,13 @@ std::size_t stepCount() {
 }  // namespace
 
 void makeGallery(const GalleryJob& job) {
+    Notes notes(job.pictures);
     Progress progress(stepCount() + 1, job.showsProgress);
     DibStream input;
-    {
-        const InputFile file(job.input);
-        loadPicture(file, inputFormatOf(file, job.inputFormat), input, progress);
-        fit(input, job.longerSide, file.title());
-    }
-    const Folder folder(job.folder, progress);
+    const InputFile file(job.input);
+    loadPicture(file, input, job.pictures, progress, notes);
+    fit(input, job.longerSide, file.title());
+    const Folder folder(job, progress, notes);
     folder.save(input, kInput);
     DibStream other;
     paintOther(other);

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tools/io/Formats.h"
+#include "tools/commands/Pictures.h"
 
 namespace tool {
 
@@ -13,8 +13,8 @@ inline constexpr int kLargestGallerySide = 1024;
 
 struct GalleryJob {
     std::string input;
-    std::string folder;                   ///< Created if missing.
-    const Format* inputFormat = nullptr;  ///< Null: by the content, else by the name.
+    std::string folder;       ///< Created if missing.
+    PictureOptions pictures;  ///< How the input is opened.
     int longerSide = 320;  ///< Of the picture that is shown, `kSmallestGallerySide` to `kLargestGallerySide`.
     bool showsProgress = false;
 };

@@ -1,59 +1,21 @@
 #include "tools/io/Files.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
-#include "files/NamelessFile.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 
 namespace tool {
 
-using files::Descriptor;
-
 namespace {
 
-[[noreturn]] void fail(ExitCode code, const std::string& title, const char* action, DibErrorCode error,
-                       int reason) {
-    throw Failure(code, title + ": " + action + ": " + DibStream::GetErrorString(error) + " (" +
-                            std::strerror(reason) + ")");
-}
-
-bool writeAll(int to, const char* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = write(to, bytes, count);
-        if (written < 0) {
-            if (errno == EINTR && !isCancelled()) continue;
-            return false;
-        }
-        bytes += written;
-        count -= static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
-enum class CopyResult { Done, ReadFailed, WriteFailed };
-
-// Copies until the end; errno says why when it fails.
-CopyResult copyBytes(int from, int to) {
-    std::vector<char> block(1 << 16);
-    for (;;) {
-        const ssize_t count = read(from, block.data(), block.size());
-        if (count == 0) return CopyResult::Done;
-        if (count < 0) {
-            if (errno == EINTR && !isCancelled()) continue;
-            return CopyResult::ReadFailed;
-        }
-        if (!writeAll(to, block.data(), static_cast<std::size_t>(count))) return CopyResult::WriteFailed;
-    }
-}
+std::string systemError() { return std::strerror(errno); }
 
 }  // namespace
 
@@ -66,81 +28,58 @@ void guardStandardStreams() {
 }
 
 void print(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-        throw Failure(kExitOutputFailed,
-                      "standard output: write file (" + std::string(std::strerror(errno)) + ")");
-    }
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
+    throw Failure(kExitOutputFailed, "standard output: write file (" + systemError() + ")");
 }
 
-SilencedErrors::SilencedErrors() : kept_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
-    const Descriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    if (kept_.isOpen() && nowhere.isOpen()) dup2(nowhere.number(), STDERR_FILENO);
+std::string outputTitle(const std::string& name) { return name == "-" ? "standard output" : name; }
+
+InputFile::InputFile(const std::string& name, Use use) : name_(name) {
+    std::error_code none;
+    isInMemory_ = use == kReadTwice && (name == "-" || std::filesystem::is_fifo(name, none));
+    if (isInMemory_) readAll();
 }
 
-SilencedErrors::~SilencedErrors() {
-    if (kept_.isOpen()) dup2(kept_.number(), STDERR_FILENO);
-}
-
-InputFile::InputFile(const std::string& name)
-    : name_(name), title_(name == "-" ? "standard input" : name), path_(name), firstBytes_(kFirstBytes) {
-    Descriptor file(name == "-" ? dup(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen()) {
-        stopIfCancelled();
-        fail(kExitBadInput, title_, "load", DIB_ERROR_OPEN, errno);
-    }
-    struct stat status {};
-    fstat(file.number(), &status);
-    if (S_ISDIR(status.st_mode)) fail(kExitBadInput, title_, "load", DIB_ERROR_READ, EISDIR);
-    if (name == "-" || !S_ISREG(status.st_mode)) {
-        spool_ = files::makeNamelessFile();
-        if (!spool_.isOpen()) fail(kExitBadInput, title_, "spool", DIB_ERROR_OPEN, errno);
-        const CopyResult copied = copyBytes(file.number(), spool_.number());
-        stopIfCancelled();
-        if (copied == CopyResult::ReadFailed) fail(kExitBadInput, title_, "load", DIB_ERROR_READ, errno);
-        if (copied == CopyResult::WriteFailed) fail(kExitBadInput, title_, "spool", DIB_ERROR_WRITE, errno);
-        path_ = files::pathOf(spool_);
-    }
-    const int readable = spool_.isOpen() ? spool_.number() : file.number();
-    const ssize_t count = pread(readable, firstBytes_.data(), firstBytes_.size(), 0);
-    firstBytes_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-}
-
-OutputFile::OutputFile(const std::string& name)
-    : name_(name), title_(name == "-" ? "standard output" : name) {
-    struct stat status {};
-    const bool exists = name != "-" && stat(name.c_str(), &status) == 0;
-    if (exists && S_ISDIR(status.st_mode)) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, EISDIR);
-    if (name == "-" || (exists && !S_ISREG(status.st_mode))) {
-        spool_ = files::makeNamelessFile();
-        if (!spool_.isOpen()) fail(kExitOutputFailed, title_, "spool", DIB_ERROR_OPEN, errno);
-        path_ = files::pathOf(spool_);
-        return;
-    }
-    replaced_ = std::make_unique<files::ReplacedFile>(name.c_str());
-    if (replaced_->error() != 0) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, replaced_->error());
-    path_ = replaced_->path();
-    setUnfinishedFile(path_.c_str());
-}
-
-OutputFile::~OutputFile() {
-    replaced_.reset();
-    setUnfinishedFile(nullptr);
-}
-
-void OutputFile::commit() {
-    if (replaced_ == nullptr) return copyToTarget();
-    if (!replaced_->commit()) fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, replaced_->error());
-}
-
-void OutputFile::copyToTarget() {
-    Descriptor target(name_ == "-" ? dup(STDOUT_FILENO) : open(name_.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!target.isOpen()) fail(kExitOutputFailed, title_, "save", DIB_ERROR_OPEN, errno);
-    lseek(spool_.number(), 0, SEEK_SET);
-    const CopyResult copied = copyBytes(spool_.number(), target.number());
+void InputFile::readAll() {
+    const FilePtr opened(name_ == "-" ? nullptr : std::fopen(name_.c_str(), "rb"));
+    std::FILE* file = name_ == "-" ? stdin : opened.get();
+    char block[1 << 16];
+    for (std::size_t count = 1; file != nullptr && count > 0; bytes_.append(block, count))
+        count = std::fread(block, 1, sizeof block, file);
     stopIfCancelled();
-    if (copied != CopyResult::Done || !target.close()) {
-        fail(kExitOutputFailed, title_, "save", DIB_ERROR_WRITE, errno);
-    }
+    if (file == nullptr || std::ferror(file) != 0)
+        throw Failure(kExitBadInput, title() + ": load: the file cannot be read: " + systemError());
+}
+
+bool InputFile::probe(DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) const {
+    if (isInMemory_) return DibProbeMemory(bytes_.data(), bytes_.size(), &info, &options, &result);
+    return DibProbeFile(name_.c_str(), &info, &options, &result);
+}
+
+bool InputFile::load(DibStream& image, const DibLoadOptions& options, DibFileResult& result,
+                     DibProgressCallback callback, void* user) const {
+    if (isInMemory_)
+        return DibLoadMemory(bytes_.data(), bytes_.size(), &image, &options, &result, callback, user);
+    if (name_ == "-") return DibLoadStream(stdin, &image, &options, &result, callback, user);
+    return DibLoadFile(name_.c_str(), &image, &options, &result, callback, user);
+}
+
+FilePtr InputFile::open() const {
+    // The block is only read.
+    if (isInMemory_) return FilePtr(fmemopen(const_cast<char*>(bytes_.data()), bytes_.size(), "rb"));
+    return FilePtr(std::fopen(name_.c_str(), "rb"));
+}
+
+void requireWritable(const std::string& name) {
+    if (name == "-") return;
+    std::error_code none;
+    const bool isThere = std::filesystem::exists(name, none);
+    const std::string folder = std::filesystem::path(name).parent_path();
+    const std::string target = isThere ? name : folder.empty() ? "." : folder + "/";
+    errno = std::filesystem::is_directory(name, none) ? EISDIR : 0;
+    if (errno == 0 && faccessat(AT_FDCWD, target.c_str(), isThere ? W_OK : W_OK | X_OK, AT_EACCESS) == 0)
+        return;
+    throw Failure(kExitOutputFailed, name + ": save: the file cannot be created: " + systemError());
 }
 
 void makeFolder(const std::string& folder) {
@@ -153,14 +92,14 @@ void makeFolder(const std::string& folder) {
 }
 
 void writeText(const std::string& name, const std::string& text) {
-    OutputFile output(name);
-    std::FILE* file = std::fopen(output.path(), "wb");
-    const bool written = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = file != nullptr && std::fclose(file) == 0;
-    if (!written || !closed) {
-        throw Failure(kExitOutputFailed, output.title() + ": " + DibStream::GetErrorString(DIB_ERROR_WRITE));
-    }
-    output.commit();
+    const std::string unfinished = name + ".part";
+    FilePtr file(std::fopen(unfinished.c_str(), "wb"));
+    bool isWritten = file != nullptr && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+    isWritten = file != nullptr && std::fclose(file.release()) == 0 && isWritten;
+    if (isWritten && std::rename(unfinished.c_str(), name.c_str()) == 0) return;
+    const std::string why = systemError();
+    std::remove(unfinished.c_str());
+    throw Failure(kExitOutputFailed, name + ": save: the file cannot be written: " + why);
 }
 
 }  // namespace tool

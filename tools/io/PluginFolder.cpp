@@ -9,9 +9,6 @@
 #include <mach-o/dyld.h>
 #endif
 
-#include "formats/OpenBundle.h"
-#include "tools/cli/ExitCode.h"
-
 namespace tool {
 
 namespace {
@@ -30,28 +27,12 @@ fs::path ownPath() {
 #endif
 }
 
-// Of the plug-ins that were looked for last, for messages.
-fs::path& currentFolder() {
-    static fs::path folder;
-    return folder;
-}
-
 }  // namespace
 
 void usePluginFolder(const std::string& folder) {
-    fs::path& current = currentFolder();
-    current = folder;
-    if (folder.empty()) current = (ownPath().parent_path() / DIB_TOOL_PLUGIN_FOLDER).lexically_normal();
-    DibStream::SetDllFilePath(current.c_str());
-}
-
-void requirePlugin(const Plugin& plugin) {
-    const std::string path = (currentFolder() / plugin.bundle).string();
-    const std::string problem =
-        formats::bundleProblem(formats::platformPluginLoader(), path, plugin.function);
-    if (problem.empty()) return;
-    throw Failure(kExitBadInput, std::string("cannot use the plug-in for ") + plugin.files +
-                                     " files: " + path + " " + problem + " (set its folder with --plugins)");
+    std::string path = folder;
+    if (path.empty()) path = (ownPath().parent_path() / DIB_TOOL_PLUGIN_FOLDER).lexically_normal();
+    DibStream::SetDllFilePath(path.c_str());
 }
 
 }  // namespace tool

@@ -10,15 +10,6 @@ namespace tool {
 /// where a build puts them.
 void usePluginFolder(const std::string& folder);
 
-struct Plugin {
-    const char* bundle;    ///< Its file name.
-    const char* function;  ///< The name of its loader.
-    const char* files;     ///< Its kind of files, for messages.
-};
-
-/// @throws Failure (bad input) when it is not in the folder or cannot be used.
-void requirePlugin(const Plugin& plugin);
-
 }  // namespace tool
 
 #endif

@@ -2,6 +2,7 @@
 #include <optional>
 
 #include "tools/cli/ExitCode.h"
+#include "tools/cli/Suggestion.h"
 #include "tools/operations/Operations.h"
 
 namespace tool {
@@ -40,7 +41,7 @@ public:
         const bool isPath = free != texts_.end() &&
                             operation_.parameters[static_cast<std::size_t>(free - texts_.begin())].kind ==
                                 ParameterKind::Path;
-        if (equals != std::string::npos && !isPath) fail("no parameter '" + part.substr(0, equals) + "'");
+        if (equals != std::string::npos && !isPath) failAtName(part.substr(0, equals));
         if (free == texts_.end()) fail("too many values, at '" + part + "'");
         *free = part;
     }
@@ -69,6 +70,10 @@ private:
                            ")");
     }
 
+    [[noreturn]] void failAtName(const std::string& name) const {
+        fail("no parameter '" + name + "'" + suggestion(name, namesOf(operation_.parameters)));
+    }
+
     std::size_t indexOf(std::string_view name) const {
         const auto& parameters = operation_.parameters;
         const auto found = std::ranges::find(parameters, name, &Parameter::name);
@@ -85,7 +90,10 @@ Step parseStep(std::string_view text) {
     const std::size_t colon = text.find(':');
     const std::string name(text.substr(0, colon));
     const Operation* operation = findOperation(name);
-    if (operation == nullptr) throw usageFailure("no operation '" + name + "'; `dib ops` lists them");
+    if (operation == nullptr) {
+        throw usageFailure("no operation '" + name + "'" +
+                           suggestion(name, namesOf(operations()), "; `dib ops` lists them"));
+    }
     Call call(*operation);
     if (colon != std::string_view::npos) {
         for (const std::string& part : splitAtCommas(text.substr(colon + 1))) call.take(part);

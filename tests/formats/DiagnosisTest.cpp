@@ -1,31 +1,41 @@
-// What the program says of files that cannot be read, file by file.
+// Why the classic loaders refuse a file, in words.
 #include "formats/diagnosis/Diagnosis.h"
+
+#include <DibCodec.h>
 
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 
+#include "formats/Formats.h"
+#include "tests/formats/CodecTest.h"
 #include "tests/support/PsdBuilder.h"
-#include "tests/tools/Program.h"
 
-namespace tool_test {
-
+namespace codec_test {
 namespace {
 
-class Diagnosis : public ToolTest {
-protected:
-    // What the program says when it is asked to load a file of these bytes.
-    static std::string said(const std::string& bytes, const std::string& name) {
-        writeFile(name, bytes);
-        const Result result = run({"run", name, "out.bmp"});
-        EXPECT_EQ(result.exitCode, 3) << name << result.errors;
-        const std::string start = "dib: " + name + ": load: ";
-        EXPECT_TRUE(result.errors.starts_with(start)) << result.errors;
-        EXPECT_TRUE(result.errors.ends_with("\n"));
-        return result.errors.size() > start.size()
-                   ? result.errors.substr(start.size(), result.errors.size() - start.size() - 1)
-                   : result.errors;
-    }
-};
+Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+std::string textOf(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+
+// The reason when the classic loader of the name's format refuses a file of these bytes.
+std::string said(const std::string& bytes, const std::string& name) {
+    const std::string extension = name.substr(name.find('.'));
+    const TemporaryFile file(extension, bytesOf(bytes));
+    const formats::FileFormat& format = *formats::formatOfExtension(extension.substr(1));
+    DibStream image;
+    image.ErrorCode = DIB_OK;
+    EXPECT_FALSE(format.load(file.path(), &image, nullptr, nullptr)) << name;
+    return formats::whyRefused(file.path(), format.diagnose, image.ErrorCode);
+}
+
+// A file of 33 x 21 pixels of 24 bits.
+std::string savedBy(bool (*save)(const char*, DibStream*, DibProgressCallback, void*),
+                    const char* extension) {
+    const TemporaryFile file(extension);
+    const auto image = testing_support::randomImage(33, 21, 24, 1);
+    EXPECT_TRUE(save(file.path(), image.get(), nullptr, nullptr));
+    return textOf(file.bytes());
+}
 
 struct Edit {
     std::size_t at;
@@ -40,8 +50,8 @@ std::string edited(std::string bytes, std::initializer_list<Edit> edits) {
     return bytes;
 }
 
-TEST_F(Diagnosis, Bmp) {
-    const std::string good = readFile("in.bmp");
+TEST(Diagnosis, Bmp) {
+    const std::string good = savedBy(formats::kBmpFormat.save, ".bmp");
     const auto bmp = [&good](std::initializer_list<Edit> edits) {
         return said(edited(good, edits), "a.bmp");
     };
@@ -79,7 +89,7 @@ std::string tga(int type, int bitCount, int mapType = 0, int mapEntries = 0, int
                                           {12, {1, 0, 1, 0, bitCount}}});
 }
 
-TEST_F(Diagnosis, Tga) {
+TEST(Diagnosis, Tga) {
     EXPECT_EQ(said("short", "a.tga"), "the file ends inside its header");
     EXPECT_EQ(said(tga(0, 24), "a.tga"), "there is no picture in the file");
     EXPECT_EQ(said(tga(11, 8), "a.tga"), "run-length grey is not read");
@@ -98,7 +108,7 @@ TEST_F(Diagnosis, Tga) {
     EXPECT_EQ(said(tga(10, 24), "a.tga"), "the file ends before its pixels do");
 }
 
-TEST_F(Diagnosis, PpmAndTim) {
+TEST(Diagnosis, PpmAndTim) {
     EXPECT_EQ(said("P4\n1 1\n\1", "a.ppm"), "bitmaps (P4) are not read");
     EXPECT_EQ(said("PX\n", "a.ppm"), "not a PPM or PGM file");
     EXPECT_EQ(said("P6\r\n1 1\n255\nabc", "a.ppm"), "the first line must be P6 alone");
@@ -112,7 +122,7 @@ TEST_F(Diagnosis, PpmAndTim) {
     EXPECT_EQ(said(std::string("\x10\0\0\0\2\0\0\0", 8), "a.tim"), "a picture of 0x0 pixels is empty");
 }
 
-TEST_F(Diagnosis, Iff) {
+TEST(Diagnosis, Iff) {
     const auto iff = [](const std::string& chunks, const std::string& type = "ILBM") {
         return said(std::string("FORM\0\0\1\0", 8) + type + chunks, "a.iff");
     };
@@ -135,7 +145,7 @@ TEST_F(Diagnosis, Iff) {
               "fill bytes after chunks of odd length are not read");
 }
 
-TEST_F(Diagnosis, Radiance) {
+TEST(Diagnosis, Radiance) {
     const std::string start = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n";
     EXPECT_EQ(said("text", "a.hdr"), "not a Radiance file");
     EXPECT_EQ(said("#?RADIANCE\nFORMAT=", "a.hdr"), "the file ends inside its header");
@@ -152,7 +162,7 @@ TEST_F(Diagnosis, Radiance) {
               "the run-length pixels are damaged or end too early");
 }
 
-TEST_F(Diagnosis, Documents) {
+TEST(Diagnosis, Documents) {
     const testing_support::PsdDocument document;
     const auto bytes = document.bytes();
     const std::string good(bytes.begin(), bytes.end());
@@ -186,10 +196,8 @@ TEST_F(Diagnosis, Documents) {
     EXPECT_EQ(said(head + std::string("\0\1\0\3\1a", 6), "a.psd"), "the file ends before its pixels do");
 }
 
-TEST_F(Diagnosis, PngAndJpeg) {
-    EXPECT_EQ(run({"run", "in.bmp", "a.png"}).exitCode, 0);
-    EXPECT_EQ(run({"run", "in.bmp", "a.jpg"}).exitCode, 0);
-    const std::string png = readFile("a.png");
+TEST(Diagnosis, PngAndJpeg) {
+    const std::string png = savedBy(SavePNG, ".png");
     EXPECT_EQ(said("text", "a.png"), "not a PNG file");
     EXPECT_EQ(said(png.substr(0, 60), "a.png"), "the file ends inside its chunk \"IDAT\"");
     EXPECT_EQ(said(png.substr(0, 33), "a.png"), "the file ends before its last chunk (IEND)");
@@ -197,7 +205,7 @@ TEST_F(Diagnosis, PngAndJpeg) {
     EXPECT_EQ(said(png.substr(0, 33) + png.substr(png.size() - 12), "a.png"),
               "the pixels (IDAT) are missing");
 
-    const std::string jpeg = readFile("a.jpg");
+    const std::string jpeg = savedBy(SaveJPEG, ".jpg");
     const std::size_t frame = jpeg.find("\xFF\xC0");
     ASSERT_NE(frame, std::string::npos);
     EXPECT_EQ(said("text", "a.jpg"), "not a JPEG file");
@@ -208,7 +216,7 @@ TEST_F(Diagnosis, PngAndJpeg) {
     EXPECT_EQ(said(edited(jpeg, {{frame, {0}}}), "a.jpg"), "the header is damaged");
 }
 
-TEST_F(Diagnosis, Tiff) {
+TEST(Diagnosis, Tiff) {
     // A directory with the tags that matter; each value is a short one.
     const auto tiff = [](std::initializer_list<std::pair<int, int>> tags) {
         std::string bytes("II*\0\x8\0\0\0", 8);
@@ -236,10 +244,10 @@ TEST_F(Diagnosis, Tiff) {
 }
 
 // Without plug-ins the message says so instead.
-TEST_F(Diagnosis, OfPluginFormatsReadsTheHeader) {
+TEST(Diagnosis, OfPluginFormatsReadsTheHeader) {
     const auto why = [](const std::string& bytes, formats::Diagnosis diagnose) {
-        writeFile("refused", bytes);
-        return formats::whyRefused("refused", diagnose, 0);
+        const TemporaryFile file(".refused", bytesOf(bytes));
+        return formats::whyRefused(file.path(), diagnose, 0);
     };
     std::string dds = edited(std::string(128, '\0'),
                              {{0, {'D', 'D', 'S', ' ', 124}}, {12, {4}}, {16, {4}}, {76, {32}}, {80, {4}}});
@@ -272,15 +280,14 @@ TEST_F(Diagnosis, OfPluginFormatsReadsTheHeader) {
               "the pixels are damaged or end too early, or the channels \"Q\" are not read");
 }
 
-TEST_F(Diagnosis, WithoutAReasonSaysWhatTheCodeSays) {
+TEST(Diagnosis, WithoutAReasonSaysWhatTheCodeSays) {
     const auto nothing = [](const formats::RefusedFile&) { return std::string(); };
-    writeFile("refused", "x");
-    EXPECT_EQ(formats::whyRefused("refused", nothing, 2), "there is not enough memory for the picture");
-    EXPECT_EQ(formats::whyRefused("refused", nothing, 4), "the file ends before its pixels do");
-    EXPECT_EQ(formats::whyRefused("refused", nothing, 0), "the pixels are damaged or end too early");
-    EXPECT_EQ(formats::whyRefused("absent", nothing, 0), "the file is empty");
+    const TemporaryFile refused(".refused", {'x'});
+    EXPECT_EQ(formats::whyRefused(refused.path(), nothing, 2), "there is not enough memory for the picture");
+    EXPECT_EQ(formats::whyRefused(refused.path(), nothing, 4), "the file ends before its pixels do");
+    EXPECT_EQ(formats::whyRefused(refused.path(), nothing, 0), "the pixels are damaged or end too early");
+    EXPECT_EQ(formats::whyRefused("absent", nothing, 0), "the file cannot be opened");
 }
 
 }  // namespace
-
-}  // namespace tool_test
+}  // namespace codec_test

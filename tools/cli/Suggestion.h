@@ -1,0 +1,28 @@
+/// "Did you mean": the known word that was probably meant by one that is not known.
+#ifndef TOOLS_CLI_SUGGESTION_H
+#define TOOLS_CLI_SUGGESTION_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tool {
+
+/// The end of a message about an unknown word: "; did you mean 'blur'?", or `otherwise` where no word is
+/// near. Near are words that begin with the typed one, if that has three letters or more, and words that
+/// differ from it by a third of its letters at most, or by one: added, missing, wrong or exchanged with the
+/// next.
+std::string suggestion(std::string_view typed, const std::vector<std::string>& words,
+                       std::string_view otherwise = "");
+
+/// The names of the rows of a table.
+template <class Rows>
+std::vector<std::string> namesOf(const Rows& rows) {
+    std::vector<std::string> names;
+    for (const auto& row : rows) names.emplace_back(row.name);
+    return names;
+}
+
+}  // namespace tool
+
+#endif
