@@ -127,7 +127,8 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
         refuse(result, static_cast<DibErrorCode>(result.code), "%s", why.c_str());
     }
     const std::size_t done = request.progress.rowsDone();
-    if (!hasPixels(*request.image) || done == 0) return false;
+    const bool isDamage = result.code == DIB_ERROR_READ || result.code == DIB_ERROR_INVALID;
+    if (!isDamage || !hasPixels(*request.image) || done == 0) return false;
     const auto rows = static_cast<std::size_t>(dib::rowCount(request.image->Header->biHeight));
     if (request.keepsDamaged()) {
         note(result, DIB_NOTE_WARNING, "%.70s: %zu of %zu rows were read", result.reason, done, rows);
@@ -182,19 +183,10 @@ bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFi
     return true;
 }
 
-// One overload for each kind of source, so that every door below is one line.
-template <class Char>
-bool openSource(Source& source, const DibLoadOptions&, const Char* path) {
-    return source.open(path);
-}
-bool openSource(Source& source, const DibLoadOptions&, const void* bytes, std::size_t size) {
-    return source.open(bytes, size);
-}
-bool openSource(Source& source, const DibLoadOptions& options, std::FILE* file) {
-    return source.open(file, options.mostBytes);
-}
-bool openSource(Source& source, const DibLoadOptions& options, const DibReader* reader) {
-    return source.open(*reader, options.mostBytes);
+bool openSource(Source& source, const DibReader* reader) { return source.open(*reader); }
+template <class... From>
+bool openSource(Source& source, From... from) {
+    return source.open(from...);
 }
 
 template <class... From>
@@ -206,8 +198,8 @@ bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* re
         if (image == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no image to load into");
         const DibLoadOptions complete = completed(options);
         Progress progress(callback, user);
-        Source source(out);
-        return openSource(source, complete, from...) && load(source, *image, complete, out, progress);
+        Source source(out, complete.mostBytes);
+        return openSource(source, from...) && load(source, *image, complete, out, progress);
     });
     if (image != nullptr) image->ErrorCode = out.code;
     return isLoaded;
@@ -221,8 +213,8 @@ bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* 
         if (info == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no record to fill");
         *info = DibFileInfo();
         const DibLoadOptions complete = completed(options);
-        Source source(out);
-        if (!openSource(source, complete, from...)) return false;
+        Source source(out, complete.mostBytes);
+        if (!openSource(source, from...)) return false;
         const FileFormat* format = recognize(source, complete, out);
         if (format == nullptr) return false;
         if (probe(source, *format, *info, complete, out)) return true;

@@ -21,7 +21,7 @@ bool Source::open(const char* path) {
     }
     // A folder can be opened, but not read.
     if (!dib::isReadable(file_.get())) return refuse(result_, DIB_ERROR_READ, "this is a folder, not a file");
-    if (dib::positionIn(file_.get()) < 0) return open(file_.get(), UINT64_MAX);
+    if (dib::positionIn(file_.get()) < 0) return open(file_.get());
     reader_ = std::make_unique<ByteReader>(file_.get());
     return true;
 }
@@ -39,7 +39,7 @@ bool Source::open(const void* bytes, std::size_t size) {
     return true;
 }
 
-bool Source::open(std::FILE* file, std::uint64_t mostBytes) {
+bool Source::open(std::FILE* file) {
     if (file == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no open file");
     if (dib::positionIn(file) == 0) {
         reader_ = std::make_unique<ByteReader>(file);
@@ -48,10 +48,10 @@ bool Source::open(std::FILE* file, std::uint64_t mostBytes) {
     const auto read = [](void* context, void* out, std::size_t bytes) {
         return std::fread(out, 1, bytes, static_cast<std::FILE*>(context));
     };
-    return open(DibReader{read, file}, mostBytes);
+    return open(DibReader{read, file});
 }
 
-bool Source::open(const DibReader& reader, std::uint64_t mostBytes) {
+bool Source::open(const DibReader& reader) {
     if (reader.read == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no function to read with");
     constexpr std::size_t kFirst = 64 * 1024;
     std::size_t capacity = 0;
@@ -67,9 +67,9 @@ bool Source::open(const DibReader& reader, std::uint64_t mostBytes) {
             reader.read(reader.context, bytes_.data + bytes_.size, capacity - bytes_.size);
         if (got == 0 || got > capacity - bytes_.size) break;
         bytes_.size += got;
-        if (bytes_.size > mostBytes) {
+        if (bytes_.size > mostBytes_) {
             return refuse(result_, DIB_ERROR_MISMATCH, "the stream is longer than %llu bytes (mostBytes)",
-                          static_cast<unsigned long long>(mostBytes));
+                          static_cast<unsigned long long>(mostBytes_));
         }
     }
     return open(bytes_.data, bytes_.size);

@@ -15,16 +15,16 @@ namespace formats {
 
 class Source {
 public:
-    explicit Source(DibFileResult& result) : result_(result) {}
+    // What cannot be read where it is is read to its end first, up to `mostBytes`.
+    Source(DibFileResult& result, std::uint64_t mostBytes) : result_(result), mostBytes_(mostBytes) {}
 
     // Each is called once. False with the reason in the result. May throw std::bad_alloc.
     bool open(const char* path);
     bool open(const wchar_t* path);
     bool open(const void* bytes, std::size_t size);
-    // A file that is at its start and can seek is read where it is; everything else is read to its end first,
-    // up to `mostBytes`.
-    bool open(std::FILE* file, std::uint64_t mostBytes);
-    bool open(const DibReader& reader, std::uint64_t mostBytes);
+    // A file that is at its start and can seek is read where it is.
+    bool open(std::FILE* file);
+    bool open(const DibReader& reader);
 
     ByteReader& reader() { return *reader_; }
     // UTF-8; null when there is none.
@@ -35,6 +35,7 @@ public:
 
 private:
     DibFileResult& result_;
+    std::uint64_t mostBytes_;
     std::string path_;
     dib::FilePtr file_;
     DibBytes bytes_;
