@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "dib/ImageSize.h"
 #include "formats/Formats.h"
@@ -69,7 +70,11 @@ bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const Di
         if (packing != "unknown") packing.copy(info.compression, sizeof info.compression - 1);
     }
     ProbeRequest request = {source.reader(), source.pathToReadAgain(), options, info, result};
-    return format.probe != nullptr && source.reader().seek(0) && format.probe(request);
+    if (format.probe == nullptr || !source.reader().seek(0) || !format.probe(request)) return false;
+    if (options.appliesOrientation && exchangesSides(result.metadata.orientation)) {
+        std::swap(info.width, info.height);
+    }
+    return true;
 }
 
 using Count = unsigned long long;

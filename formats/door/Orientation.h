@@ -6,6 +6,9 @@
 
 namespace formats {
 
+// Whether turning a picture exchanges its width and height.
+constexpr bool exchangesSides(int orientation) { return orientation >= 5 && orientation <= 8; }
+
 // Turns a picture that has pixels by `result.metadata.orientation`, which becomes 1. False with code 2 and a
 // reason when memory is short.
 bool turnUpright(DibStream& image, DibFileResult& result);
