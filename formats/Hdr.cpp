@@ -2,6 +2,7 @@
 // evaluated once for each of them.
 #include "formats/Hdr.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -12,6 +13,7 @@
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/Formats.h"
+#include "formats/HeaderText.h"
 #include "formats/NewImage.h"
 #include "formats/Rgbe.h"
 
@@ -55,6 +57,73 @@ const Tones& tones() {
     return table;
 }
 
+// What the functions of DibFile.h read beside what the classic loader does.
+struct Dialect {
+    bool knowsOrders;   // all eight orders of rows and columns
+    bool knowsXyz;      // pixels in CIE XYZ
+    bool knowsOldRuns;  // flat rows in which a pixel repeats the one before it
+};
+constexpr Dialect kClassic = {.knowsOrders = false, .knowsXyz = false, .knowsOldRuns = false};
+constexpr Dialect kWide = {.knowsOrders = true, .knowsXyz = true, .knowsOldRuns = true};
+
+// Rows and columns as they are stored.
+struct Header {
+    int width = 0;
+    int height = 0;
+    int orientation = 1;  // as in DibMetadata
+    bool isXyz = false;
+};
+
+// "-Y 480 +X 640": the rows with the side that the first of them is at, then the columns.
+bool readOrder(const char* at, Header& header) {
+    struct Axis {
+        bool isMinus = false;
+        char name = 0;
+    };
+    const auto readAxis = [&at](Axis& axis, int& count) {
+        while (*at == ' ') ++at;
+        if (*at != '-' && *at != '+') return false;
+        axis = {*at == '-', at[1]};
+        if (axis.name != 'X' && axis.name != 'Y') return false;
+        at += 2;
+        return formats::readNumber(at, count);
+    };
+    Axis rows;
+    Axis columns;
+    if (!readAxis(rows, header.height) || !readAxis(columns, header.width) || rows.name == columns.name)
+        return false;
+    constexpr int kByRows[2][2] = {{4, 3}, {1, 2}};     // [-Y][-X]
+    constexpr int kByColumns[2][2] = {{8, 5}, {7, 6}};  // [-X][-Y]
+    const auto& orientations = rows.name == 'Y' ? kByRows : kByColumns;
+    header.orientation = orientations[rows.isMinus ? 1 : 0][columns.isMinus ? 1 : 0];
+    return true;
+}
+
+RgbeError readWideHeader(ByteReader& file, Header& header) {
+    formats::HeaderLines lines(file);
+    bool isFormatKnown = false;
+    do {
+        if (!lines.next()) return RgbeError::kRead;
+        std::string_view line = lines.text();
+        line = line.substr(0, line.find_last_not_of(" \r\n") + 1);
+        if (line.empty()) break;
+        const bool isXyz = line == "FORMAT=32-bit_rle_xyze";
+        if (isXyz || line == "FORMAT=32-bit_rle_rgbe") {
+            isFormatKnown = true;
+            header.isXyz = isXyz;
+        }
+    } while (true);
+    if (!isFormatKnown) return RgbeError::kNoFormat;
+    if (!lines.next()) return RgbeError::kRead;
+    return readOrder(lines.text(), header) ? RgbeError::kNone : RgbeError::kNoSize;
+}
+
+RgbeError readHeader(ByteReader& file, const Dialect& dialect, Header& header) {
+    if (dialect.knowsOrders && dialect.knowsXyz) return readWideHeader(file, header);
+    rgbe_header_info info;
+    return formats::readRgbeHeader(file, header.width, header.height, &info);
+}
+
 // Component k of pixel x is pixels[k * plane + x * step].
 void storeRow(const unsigned char* pixels, std::size_t plane, std::size_t step, unsigned char* out,
               int width) {
@@ -67,30 +136,120 @@ void storeRow(const unsigned char* pixels, std::size_t plane, std::size_t step, 
     }
 }
 
-// Reads one row, flat or in packets, and stores it.
-RgbeError readRow(ByteReader& source, int width, unsigned char* work, unsigned char* out) {
-    const std::size_t bytes = static_cast<std::size_t>(width) * kRgbeBytes;
-    if (formats::widthHasPackets(width)) {
-        unsigned char start[kRgbeBytes];
-        if (!source.read(start, sizeof start)) return RgbeError::kRead;
-        if (formats::startsPackets(start)) {
-            const RgbeError error = formats::readRgbePackets(source, start, width, work);
-            if (error == RgbeError::kNone) storeRow(work, static_cast<std::size_t>(width), 1, out, width);
-            return error;
-        }
-        std::memcpy(work, start, sizeof start);
-        if (!source.read(work + sizeof start, bytes - sizeof start)) return RgbeError::kRead;
-    } else if (!source.read(work, bytes)) {
-        return RgbeError::kRead;
+// The same of pixels in CIE XYZ, to red (0.64, 0.33), green (0.29, 0.6) and blue (0.15, 0.06) with a white of
+// equal energy, which is what the format takes for red, green and blue.
+void storeXyzRow(const unsigned char* pixels, std::size_t plane, std::size_t step, unsigned char* out,
+                 int width) {
+    constexpr float kMatrix[3][3] = {
+        {0.0747F, -0.2519F, 1.1772F}, {-1.0221F, 1.9783F, 0.0438F}, {2.5653F, -1.1669F, -0.3985F}};
+    for (int x = 0; x < width; ++x, pixels += step, out += 3) {
+        const unsigned char pixel[] = {pixels[0], pixels[plane], pixels[2 * plane], pixels[3 * plane]};
+        float xyz[3];
+        rgbe2float(&xyz[0], &xyz[1], &xyz[2], pixel);
+        for (std::size_t i = 0; i < 3; ++i)
+            out[i] = toneOf(kMatrix[i][0] * xyz[0] + kMatrix[i][1] * xyz[1] + kMatrix[i][2] * xyz[2]);
     }
-    storeRow(work, 1, kRgbeBytes, out, width);
+}
+
+// Old files repeat the pixel before by one of red, green and blue 1: as often as its exponent says, which a
+// run that follows directly has multiplied by 256.
+RgbeError readOldRuns(ByteReader& source, std::size_t width, std::size_t done, unsigned char* work) {
+    const auto isRun = [](const unsigned char* pixel) {
+        return pixel[0] == 1 && pixel[1] == 1 && pixel[2] == 1;
+    };
+    unsigned shift = 0;
+    while (done < width) {
+        const ByteReader::Bytes bytes = source.ahead(kRgbeBytes);
+        const std::size_t pixels = std::min(bytes.size / kRgbeBytes, width - done);
+        if (pixels == 0) return RgbeError::kRead;
+        std::size_t plain = 0;
+        while (plain < pixels && (done + plain == 0 || !isRun(bytes.data + plain * kRgbeBytes))) ++plain;
+        std::memcpy(work + done * kRgbeBytes, bytes.data, plain * kRgbeBytes);
+        source.consume(plain * kRgbeBytes);
+        done += plain;
+        if (plain > 0) shift = 0;
+        if (plain == pixels) continue;
+        constexpr unsigned kMostShift = 16;
+        const std::size_t length = std::size_t{source.take(kRgbeBytes)[3]} << shift;
+        if (length > width - done || shift > kMostShift) return RgbeError::kPackets;
+        for (std::size_t end = done + length; done < end; ++done)
+            std::memcpy(work + done * kRgbeBytes, work + (done - 1) * kRgbeBytes, kRgbeBytes);
+        shift += 8;
+    }
     return RgbeError::kNone;
 }
+
+// Reads one row, flat or in packets, and stores it.
+class RowReader {
+public:
+    RowReader(ByteReader& source, const Dialect& dialect, const Header& header)
+        : source_(source),
+          dialect_(dialect),
+          store_(header.isXyz ? storeXyzRow : storeRow),
+          width_(header.width),
+          work_(dib::allocateArray<unsigned char>(static_cast<std::size_t>(width_) * kRgbeBytes)) {}
+    bool ready() const { return work_ != nullptr; }
+
+    RgbeError read(unsigned char* out) {
+        std::size_t pixels = 0;
+        if (formats::widthHasPackets(width_)) {
+            unsigned char start[kRgbeBytes];
+            if (!source_.read(start, sizeof start)) return RgbeError::kRead;
+            if (formats::startsPackets(start)) {
+                const RgbeError error = formats::readRgbePackets(source_, start, width_, work_.get());
+                if (error == RgbeError::kNone)
+                    store_(work_.get(), static_cast<std::size_t>(width_), 1, out, width_);
+                return error;
+            }
+            std::memcpy(work_.get(), start, sizeof start);
+            pixels = 1;
+        }
+        const RgbeError error = readFlat(pixels);
+        if (error == RgbeError::kNone) store_(work_.get(), 1, kRgbeBytes, out, width_);
+        return error;
+    }
+
+private:
+    // Reads the pixels behind the first ones.
+    RgbeError readFlat(std::size_t first) {
+        const auto width = static_cast<std::size_t>(width_);
+        if (dialect_.knowsOldRuns) return readOldRuns(source_, width, first, work_.get());
+        const bool isRead = source_.read(work_.get() + first * kRgbeBytes, (width - first) * kRgbeBytes);
+        return isRead ? RgbeError::kNone : RgbeError::kRead;
+    }
+
+    ByteReader& source_;
+    const Dialect& dialect_;
+    decltype(&storeRow) store_;
+    int width_;
+    dib::MallocPtr<unsigned char> work_;
+};
 
 // The shortest packing of a component is two bytes for 127 pixels.
 std::uint64_t fewestRowBytes(int width) {
     const auto pixels = static_cast<std::uint64_t>(width);
     return kRgbeBytes * (formats::widthHasPackets(width) ? 1 + (pixels + 126) / 127 * 2 : pixels);
+}
+
+// What is wrong with the file goes to `error`.
+bool decode(ByteReader& file, const Dialect& dialect, Header& header, formats::NewImage& picture,
+            RgbeError& error) {
+    error = readHeader(file, dialect, header);
+    if (error != RgbeError::kNone || header.width < 0 || header.height < 0)
+        return fail(picture, DIB_ERROR_INVALID);
+    const std::uint64_t fewestBytes =
+        fewestRowBytes(header.width) * static_cast<std::uint64_t>(header.height);
+    if (!picture.create(file, header.width, header.height, 24, fewestBytes)) return false;
+    RowReader row(file, dialect, header);
+    if (!row.ready()) return fail(picture, DIB_ERROR_MEMORY);
+
+    for (int y = 0; y < header.height; ++y) {
+        unsigned char* out = picture->ScanLine(y);
+        error = row.read(out);
+        if (error != RgbeError::kNone) return fail(picture, DIB_ERROR_INVALID);
+        if (!picture.read(out)) return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -100,26 +259,13 @@ unsigned char hdrByte(unsigned char mantissa, unsigned char exponent) { return t
 }  // namespace formats
 
 bool LoadHDR(std::FILE* file, DibStream* image, DibProgressCallback, void*) {
-    rgbe_header_info info;
-    int width = 0;
-    int height = 0;
     ByteReader reader(file);
-    if (!formats::reportRgbe(formats::readRgbeHeader(reader, width, height, &info), file) || width < 0 ||
-        height < 0)
-        return fail(image, DIB_ERROR_INVALID);
     formats::NewImage picture(image);
-    const std::uint64_t fewestBytes = fewestRowBytes(width) * static_cast<std::uint64_t>(height);
-    if (!picture.create(reader, width, height, 24, fewestBytes)) return false;
-    const auto row = dib::allocateArray<unsigned char>(static_cast<std::size_t>(width) * kRgbeBytes);
-    if (row == nullptr) return fail(image, DIB_ERROR_MEMORY);
-
-    for (int y = 0; y < height; ++y) {
-        unsigned char* out = image->ScanLine(y);
-        const RgbeError error = readRow(reader, width, row.get(), out);
-        if (!formats::reportRgbe(error, file)) return fail(image, DIB_ERROR_INVALID);
-        picture.read(out);
-    }
-    return true;
+    Header header;
+    RgbeError error = RgbeError::kNone;
+    const bool isRead = decode(reader, kClassic, header, picture, error);
+    formats::reportRgbe(error, file);
+    return isRead;
 }
 
 bool LoadHDR(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
@@ -138,6 +284,39 @@ bool recognizes(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || st
 // Each row may be packed or flat.
 std::string_view compression(FirstBytes) { return "unknown"; }
 
+bool probe(ProbeRequest& request) {
+    Header header;
+    if (readHeader(request.file, kWide, header) != RgbeError::kNone) return false;
+    constexpr int kFirstExchanged = 5;
+    const bool isTurned = request.options.appliesOrientation && header.orientation >= kFirstExchanged;
+    request.info.width = isTurned ? header.height : header.width;
+    request.info.height = isTurned ? header.width : header.height;
+    request.info.bitCount = 24;
+    request.info.storedBits = 32;
+    request.result.metadata.orientation = request.options.appliesOrientation ? 1 : header.orientation;
+    // The first row tells.
+    const ByteReader::Bytes start = request.file.ahead(kRgbeBytes);
+    const bool isPacked =
+        widthHasPackets(header.width) && start.size >= kRgbeBytes && startsPackets(start.data);
+    nameCompression(request.info, isPacked ? "rle" : "none");
+    return header.width > 0 && header.height > 0;
+}
+
+bool read(ReadRequest& request) {
+    Header header;
+    RgbeError error = RgbeError::kNone;
+    NewImage picture(request.image, &request.progress);
+    const bool isRead = request.end(decode(request.file, kWide, header, picture, error));
+    request.result.metadata.orientation = header.orientation;
+    const bool hasPicture = request.image->Header != nullptr;
+    if (hasPicture && error == RgbeError::kRead) refuse(request.result, DIB_ERROR_READ, "%s", kShortPixels);
+    if (error == RgbeError::kWidth)
+        refuse(request.result, DIB_ERROR_INVALID, "a row of run lengths is of another width");
+    if (error == RgbeError::kPackets)
+        refuse(request.result, DIB_ERROR_INVALID, "the run lengths are damaged");
+    return isRead;
+}
+
 constexpr const char* kExtensions[] = {"hdr", nullptr};
 constexpr const char* kMimeTypes[] = {"image/vnd.radiance", nullptr};
 
@@ -152,6 +331,8 @@ constinit const FileFormat kHdrFormat = {
     .recognizes = recognizes,
     .compression = compression,
     .load = LoadHDR,
+    .probe = probe,
+    .read = read,
     .diagnose = diagnoseHdr,
 };
 

@@ -68,14 +68,18 @@ struct DibBytes {
     unsigned char* data = nullptr;  ///< Allocated with `malloc`; null when there is none.
     std::size_t size = 0;           ///< In bytes.
 
+    /// No block.
     DibBytes() = default;
+    /// Takes the other's block, which has none then.
     DibBytes(DibBytes&& other) noexcept
         : data(std::exchange(other.data, nullptr)), size(std::exchange(other.size, 0)) {}
+    /// Exchanges the blocks.
     DibBytes& operator=(DibBytes&& other) noexcept {
         std::swap(data, other.data);
         std::swap(size, other.size);
         return *this;
     }
+    /// Frees the block.
     ~DibBytes() { std::free(data); }
 };
 
@@ -117,18 +121,18 @@ struct DibFileResult {
 
 /// What a file holds, as far as its headers tell.
 struct DibFileInfo {
-    const DibFormat* format = nullptr;
-    int width = 0;       ///< Columns of the picture as a load gives it.
-    int height = 0;      ///< Rows.
-    int bitCount = 0;    ///< Depth of the image that a load makes.
-    int storedBits = 0;  ///< Bits per pixel in the file.
-    int pages = 1;       ///< Pictures in the file.
-    int layers = 0;      ///< Layers of a document.
-    int levels = 1;      ///< Sizes of the same picture.
-    bool hasAlpha = false;
-    char compression[16] = "";  ///< "none", "rle", "deflate" ...; empty when unknown.
-    int paletteSize = 0;        ///< Entries of the colour table that a load gives; 0 when there is none.
-    bool isTopDown = false;     ///< Whether a load gives a negative height.
+    const DibFormat* format = nullptr;  ///< Of the file.
+    int width = 0;                      ///< Columns of the picture as a load gives it.
+    int height = 0;                     ///< Rows.
+    int bitCount = 0;                   ///< Depth of the image that a load makes.
+    int storedBits = 0;                 ///< Bits per pixel in the file.
+    int pages = 1;                      ///< Pictures in the file.
+    int layers = 0;                     ///< Layers of a document.
+    int levels = 1;                     ///< Sizes of the same picture.
+    bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
+    char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
+    int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
+    bool isTopDown = false;  ///< Whether a load gives a negative height.
 };
 /// @}
 
@@ -155,13 +159,13 @@ struct DibLoadOptions {
     std::uint64_t mostPixels = 1ULL << 31;  ///< Larger pictures are refused.
     std::uint64_t mostBytes = 1ULL << 33;   ///< Of memory for the image; of a stream as well.
     int mostLayers = 1 << 16;               ///< Documents with more are refused.
-    DibDamagePolicy damage = DIB_DAMAGE_REFUSE;
-    DibAlphaPolicy alpha = DIB_ALPHA_GUESS;
-    int page = 0;                    ///< From 0; formats with one page know no other.
-    int layer = -1;                  ///< From 0; -1 is the merged picture.
-    int level = 0;                   ///< From 0, which is the largest.
-    bool appliesOrientation = true;  ///< Turns the picture as the file asks.
-    const char* format = nullptr;    ///< Name of the format that the file has for certain; null: detected.
+    DibDamagePolicy damage = DIB_DAMAGE_REFUSE;  ///< What becomes of damaged pixels.
+    DibAlphaPolicy alpha = DIB_ALPHA_GUESS;      ///< What alpha means.
+    int page = 0;                                ///< From 0; formats with one page know no other.
+    int layer = -1;                              ///< From 0; -1 is the merged picture.
+    int level = 0;                               ///< From 0, which is the largest.
+    bool appliesOrientation = true;              ///< Turns the picture as the file asks.
+    const char* format = nullptr;  ///< Name of the format that the file has for certain; null: detected.
 };
 
 /// How a TIFF file packs its rows.
@@ -180,7 +184,7 @@ struct DibSaveOptions {
     int quality = 90;                           ///< JPEG, 1 to 100.
     int compressionLevel = -1;  ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
     bool runLengths = true;     ///< Run lengths where a format has them as an option.
-    DibTiffCompression tiffCompression = DIB_TIFF_DEFLATE;
+    DibTiffCompression tiffCompression = DIB_TIFF_DEFLATE;  ///< How TIFF rows are packed.
     const DibMetadata* metadata = nullptr;  ///< What the file says beside the pixels; null: nothing.
 };
 /// @}

@@ -24,11 +24,14 @@ public:
     /// A new empty image; no image when memory is short.
     static DibHandle make() { return DibHandle(new (std::nothrow) DibStream); }
 
+    /// Takes the other's reference, which has none then.
     DibHandle(DibHandle&& other) noexcept : image_(other.release()) {}
+    /// Exchanges the references.
     DibHandle& operator=(DibHandle&& other) noexcept {
         std::swap(image_, other.image_);
         return *this;
     }
+    /// Drops the reference.
     ~DibHandle() {
         if (image_ != nullptr) image_->Release();
     }

@@ -13,8 +13,9 @@ if(Python3_FOUND)
     set(check_quotes ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-quotes.py)
     set(check_style ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-style.py)
     set(check_features ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-features.py)
+    set(check_reached ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/reached-table.py --check)
     # Each check must also report every kind of offence in a tree made for it.
-    foreach(check includes quotes style features)
+    foreach(check includes quotes style features reached)
         add_test(NAME tree.${check} COMMAND ${check_${check}})
         add_test(NAME tree.${check}.offences
             COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-${check} ${check_${check}})

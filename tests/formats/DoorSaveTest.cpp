@@ -1,6 +1,7 @@
 // Saving: whole or not at all, by name or format, and what is said of losses.
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cstring>
 
@@ -157,6 +158,45 @@ TEST(DoorSave, AFullDiskLeavesTheOldFileAtEveryWrite) {
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
         EXPECT_EQ(entry.path().filename().string().find(".AFullDisk"), std::string::npos) << entry.path();
     }
+}
+
+// A process that dies while it saves leaves the file of before or the new one, never a part.
+TEST(DoorSave, AKilledProcessLeavesAWholeFile) {
+    constexpr int kRounds = 200;
+    const DibPtr first = randomImage(300, 200, 24, 5);
+    const DibPtr second = randomImage(200, 310, 24, 6);
+    const fs::path folder = fs::path(testing_support::temporaryPath()) / "killed";
+    testing_support::Random random(7);
+    int firstStands = 0;
+    int secondStands = 0;
+    for (const char* name : {"picture.bmp", "picture.png"}) {
+        fs::remove_all(folder);
+        fs::create_directory(folder);
+        const std::string path = folder / name;
+        ASSERT_TRUE(DibSaveFile(path.c_str(), first.get()));
+        const Bytes firstFile = testing_support::readFileBytes(path);
+        ASSERT_TRUE(DibSaveFile(path.c_str(), second.get()));
+        const Bytes secondFile = testing_support::readFileBytes(path);
+        for (int round = 0; round < kRounds / 2; ++round) {
+            const pid_t child = fork();
+            ASSERT_GE(child, 0);
+            while (child == 0) {
+                if (!DibSaveFile(path.c_str(), first.get()) || !DibSaveFile(path.c_str(), second.get()))
+                    _exit(1);
+            }
+            usleep(static_cast<useconds_t>(random.between(0, 20000)));
+            kill(child, SIGKILL);
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            ASSERT_TRUE(WIFSIGNALED(status));
+            const Bytes file = testing_support::readFileBytes(path);
+            ASSERT_TRUE(file == firstFile || file == secondFile) << name << ", " << file.size() << " bytes";
+            ++(file == firstFile ? firstStands : secondStands);
+        }
+    }
+    EXPECT_GT(firstStands, 0);
+    EXPECT_GT(secondStands, 0);
+    fs::remove_all(folder);
 }
 
 TEST(DoorSave, DeadTargetsAreTold) {
