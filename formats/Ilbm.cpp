@@ -7,98 +7,31 @@
 #include <cstring>
 #include <optional>
 
-#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
-#include "dib/Memory.h"
-#include "formats/BitPlanes.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/IlbmLayout.h"
+#include "formats/IlbmRows.h"
 #include "formats/NewImage.h"
-#include "formats/PackBits.h"
 
 using formats::BitmapHeader;
 using formats::ByteReader;
-using formats::clearBehind;
 using formats::fail;
 using formats::iff_chunk;
-using formats::kMostPlanes;
-using formats::pixelGroups;
 
 namespace {
 
-// The planes of one row, and their conversion to pixels.
-class PlaneRow {
-public:
-    PlaneRow(const BitmapHeader& header, int bitCount)
-        : header_(header),
-          width_(static_cast<std::size_t>(header.width)),
-          planes_(dib::allocateZeroed<unsigned char>(kMostPlanes * header.planeBytes() + header.maskBytes())),
-          pixels_(dib::allocateArray<unsigned char>(3 * 8 * header.planeBytes())),
-          bitCount_(bitCount) {}
-
-    bool ready() const { return planes_ != nullptr && pixels_ != nullptr; }
-    // Room for the colour planes, of which missing ones stay 0, and for the mask.
-    unsigned char* planes() { return planes_.get(); }
-    unsigned char* mask() { return planes_.get() + kMostPlanes * header_.planeBytes(); }
-
-    void storeInto(unsigned char* row, std::size_t rowBytes) {
-        switch (bitCount_) {
-            case 1: return storeRotatedBits(row, rowBytes);
-            case 4: return storeTwoValues(row, rowBytes);
-            case 8:
-                formats::planesToBytes(planes(), header_.planeBytes(), pixels_.get(), pixelGroups(width_));
-                std::memcpy(row, pixels_.get(), width_);
-                return;
-            default: return storeColors(row);
-        }
+// Callers rely on pixels of one plane being rotated, which they undo, and on up to four planes telling 0 from
+// all others.
+formats::IlbmPixels classicPixels(int bitCount) {
+    using formats::IlbmPixels;
+    switch (bitCount) {
+        case 1: return IlbmPixels::kRotatedBits;
+        case 4: return IlbmPixels::kTwoValues;
+        case 8: return IlbmPixels::kBytes;
+        default: return IlbmPixels::kColors;
     }
-
-private:
-    // Rotates each group of eight pixels by one to the right; programs that use these images rotate it back.
-    void storeRotatedBits(unsigned char* row, std::size_t rowBytes) {
-        clearBehind(planes(), width_);
-        std::memset(row, 0, rowBytes);
-        for (std::size_t i = 0; i < pixelGroups(width_); ++i) {
-            row[i] = static_cast<unsigned char>(planes()[i] >> 1 | planes()[i] << 7);
-        }
-    }
-
-    // With up to four planes, zero values become index 0 and all others index 15.
-    void storeTwoValues(unsigned char* row, std::size_t rowBytes) {
-        constexpr unsigned char kPairs[] = {0x00, 0x0F, 0xF0, 0xFF};
-        const std::size_t stride = header_.planeBytes();
-        unsigned char* any = planes();
-        for (int k = 1; k < header_.planes; ++k) {
-            const unsigned char* plane = planes() + static_cast<std::size_t>(k) * stride;
-            for (std::size_t i = 0; i < stride; ++i) any[i] = static_cast<unsigned char>(any[i] | plane[i]);
-        }
-        clearBehind(any, width_);
-        std::memset(row, 0, rowBytes);
-        for (std::size_t i = 0; i < pixelGroups(width_); ++i) {
-            for (std::size_t pair = 0; pair < 4; ++pair)
-                row[4 * i + pair] = kPairs[any[i] >> (6 - 2 * pair) & 3];
-        }
-    }
-
-    void storeColors(unsigned char* row) {
-        const std::size_t stride = header_.planeBytes();
-        const std::size_t channelBytes = 8 * stride;
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            formats::planesToBytes(planes() + 8 * channel * stride, stride,
-                                   pixels_.get() + channel * channelBytes, pixelGroups(width_));
-        }
-        const unsigned char* const colors[] = {pixels_.get(), pixels_.get() + channelBytes,
-                                               pixels_.get() + 2 * channelBytes};
-        formats::joinColors(colors, row, width_);
-    }
-
-    BitmapHeader header_;
-    std::size_t width_;
-    dib::MallocPtr<unsigned char> planes_;
-    dib::MallocPtr<unsigned char> pixels_;
-    int bitCount_;
-};
+}
 
 // Reads one FORM, chunk by chunk.
 class FormReader {
@@ -163,25 +96,9 @@ private:
 
     bool readBody() {
         if (header_->fewestBytes() == 0) return reportBlankRows();
-        PlaneRow row(*header_, image_->Header->biBitCount);
+        formats::PlaneRow row(*header_, classicPixels(image_->Header->biBitCount));
         if (!row.ready()) return fail(image_, DIB_ERROR_MEMORY);
-        formats::PackBits packets(file_);
-        for (int y = 0; y < header_->height; ++y) {
-            if (!fill(packets, row.planes(), header_->colorBytes()) ||
-                !fill(packets, row.mask(), header_->maskBytes()))
-                return fail(image_, DIB_ERROR_INVALID);
-            unsigned char* out = image_->ScanLine(y);
-            row.storeInto(out, image_->GetPitch());
-            picture_.read(out);
-            if (!picture_.report(callback_, user_, y)) return false;
-        }
-        return true;
-    }
-
-    // Fills planes from the file. Packets may cross the ends of planes and rows.
-    bool fill(formats::PackBits& packets, unsigned char* planes, std::size_t bytes) {
-        if (header_->compression == 0) return file_.read(planes, bytes);
-        return packets.unpack({planes, bytes}) != formats::PackBitsEnd::kShort;
+        return formats::readIlbmRows(file_, *header_, row, picture_, callback_, user_);
     }
 
     // Rows without planes take no bytes of the file, so any number of them costs nothing: they stay 0.

@@ -10,7 +10,8 @@
 
 namespace formats {
 
-constexpr int kMostPlanes = 24;
+constexpr int kMostPlanes = 24;      // of the classic loader
+constexpr int kMostWidePlanes = 32;  // red, green, blue and alpha
 
 // Bytes of one plane of one row: planes are padded to words.
 constexpr std::size_t planeRowBytes(std::size_t width) { return (width + 15) / 16 * 2; }
@@ -27,6 +28,7 @@ struct BitmapHeader {
     int planes = 0;
     bool hasMask = false;
     unsigned compression = 0;  // 0 none, 1 PackBits
+    bool isChunky = false;     // a byte a pixel in rows of even length, as in FORMs of type PBM
 
     static BitmapHeader parse(const unsigned char* bytes) {
         return {dib::readBe16(bytes), dib::readBe16(bytes + 2), bytes[8], bytes[9] == 1, bytes[10]};
@@ -46,7 +48,10 @@ struct BitmapHeader {
     }
 
     std::size_t planeBytes() const { return planeRowBytes(static_cast<std::size_t>(width)); }
-    std::size_t colorBytes() const { return planeBytes() * static_cast<std::size_t>(planes); }
+    std::size_t colorBytes() const {
+        return isChunky ? (static_cast<std::size_t>(width) + 1) / 2 * 2
+                        : planeBytes() * static_cast<std::size_t>(planes);
+    }
     std::size_t maskBytes() const { return hasMask ? planeBytes() : 0; }
     // Of all rows in the file. A packet of two bytes holds at most 128 bytes of a plane.
     std::uint64_t fewestBytes() const {

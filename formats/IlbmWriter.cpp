@@ -1,15 +1,21 @@
-// Writing ILBM: the FORM is built in memory, uncompressed, before the file is opened.
+// Writing ILBM. The classic saver builds the FORM in memory, uncompressed, before it opens the file.
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
+#include <span>
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Memory.h"
+#include "dib/PixelReader.h"
+#include "dib/Raster.h"
+#include "dib/RowConverter.h"
 #include "formats/BitPlanes.h"
 #include "formats/CodecFrame.h"
-#include "formats/Formats.h"
 #include "formats/Ilbm.h"
 #include "formats/IlbmLayout.h"
+#include "formats/PackBits.h"
 
 using formats::BitmapHeader;
 using formats::ByteWriter;
@@ -26,10 +32,10 @@ namespace {
 // Splits a row of any written depth into planes.
 class PlaneSpreader {
 public:
-    explicit PlaneSpreader(const BITMAPINFOHEADER& header)
-        : width_(static_cast<std::size_t>(header.biWidth)),
+    PlaneSpreader(int width, int bitCount)
+        : width_(static_cast<std::size_t>(width)),
           stride_(planeRowBytes(width_)),
-          bitCount_(header.biBitCount),
+          bitCount_(bitCount),
           planes_(dib::allocateZeroed<unsigned char>(kMostPlanes * stride_ + 1)),
           // Pixels beyond the end of a row stay 0.
           pixels_(dib::allocateZeroed<unsigned char>(3 * 8 * stride_ + 1)) {}
@@ -93,7 +99,7 @@ bool appendColors(iff_outstream& out, const BITMAPINFOHEADER& header) {
 // Plane rows have even lengths, so the body needs no padding.
 bool appendBody(iff_outstream& out, DibStream& image) {
     const BITMAPINFOHEADER& header = *image.Header;
-    PlaneSpreader planes(header);
+    PlaneSpreader planes(header.biWidth, header.biBitCount);
     if (!planes.ready()) return false;
     const int height = static_cast<int>(dib::admitSize(header).rows);
     const std::uint64_t length = std::uint64_t{header.biBitCount} * static_cast<std::uint64_t>(height) *
@@ -155,43 +161,153 @@ bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallback callback
 
 namespace formats {
 
-namespace {
-
-bool writeIlbm(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
+bool saveIlbmWhole(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
     iff_outstream form;
     if (!SaveIFF(form, image, callback, user)) return false;
     writeForm(file, form);
     return true;
 }
 
-bool recognizes(FirstBytes bytes) {
-    return startsWith(bytes, "FORM") && bytes.size() >= 12 && startsWith(bytes.subspan(8), "ILBM");
+namespace {
+
+constexpr int kMostSide = 65535;
+
+// The depth that holds the pixels of an image.
+int fileBits(int bitCount) { return bitCount == 16 || bitCount == 32 ? 24 : bitCount; }
+
+void writeNumber(ByteWriter& file, std::uint32_t number) {
+    unsigned char bytes[4];
+    dib::writeBe32(bytes, number);
+    file.bytes(bytes, sizeof bytes);
 }
 
-std::string_view compression(FirstBytes bytes) {
-    const bool known = bytes.size() > 30 && startsWith(bytes.subspan(12), "BMHD");
-    return known && bytes[30] == 1 ? "packbits" : "none";
+void writeChunk(ByteWriter& file, const char* name, std::span<const unsigned char> content) {
+    file.bytes(name, 4);
+    writeNumber(file, static_cast<std::uint32_t>(content.size()));
+    file.bytes(content.data(), content.size());
 }
 
-constexpr const char* kExtensions[] = {"iff", "lbm", "ilbm", nullptr};
-constexpr const char* kCompose[] = {"iff", nullptr};
-constexpr const char* kMimeTypes[] = {"image/x-ilbm", nullptr};
+void writeColors(ByteWriter& file, const BITMAPINFOHEADER& header) {
+    const std::size_t count = dib::addressableEntries(header.biBitCount);
+    if (count == 0) return;
+    const std::array<DibBGRA, 256> table = dib::readColorTable(header);
+    std::array<unsigned char, 256 * 3> bytes;
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[3 * i] = table[i].red;
+        bytes[3 * i + 1] = table[i].green;
+        bytes[3 * i + 2] = table[i].blue;
+    }
+    writeChunk(file, "CMAP", {bytes.data(), 3 * count});
+}
+
+std::uint32_t wholeResolution(double resolution) {
+    return static_cast<std::uint32_t>(std::lround(std::clamp(resolution, 0.0, 65535.0)));
+}
+
+void writeResolution(ByteWriter& file, const DibMetadata* metadata) {
+    if (metadata == nullptr || metadata->xResolution <= 0) return;
+    unsigned char bytes[4];
+    dib::writeBe16(bytes, wholeResolution(metadata->xResolution));
+    dib::writeBe16(bytes + 2, wholeResolution(metadata->yResolution));
+    writeChunk(file, "DPI ", bytes);
+}
+
+// The rows of an image in a depth that the file has.
+class RowSource {
+public:
+    RowSource(const DibStream& image, const dib::Raster& raster)
+        : raster_(raster),
+          convert_(fileBits(raster.bitCount) != raster.bitCount
+                       ? dib::converterOf(raster.bitCount, dib::Packed::kBgr)
+                       : nullptr),
+          colors_(*image.Header),
+          row_(dib::allocateArray<unsigned char>(
+              convert_ != nullptr ? 3 * static_cast<std::size_t>(raster.width) : 1)) {}
+    bool ready() const { return row_ != nullptr; }
+
+    // Valid until the next call.
+    const unsigned char* row(int y) {
+        const unsigned char* stored = raster_.row(y);
+        if (convert_ == nullptr) return stored;
+        const auto bytes = static_cast<std::size_t>(raster_.bitCount / 8);
+        dib::forEachStrip(static_cast<std::size_t>(raster_.width), [&](std::size_t x, std::size_t count) {
+            convert_(stored + bytes * x, row_.get() + 3 * x, count, colors_);
+        });
+        return row_.get();
+    }
+
+private:
+    dib::Raster raster_;
+    dib::RowConverter convert_;
+    dib::IndexColors colors_;
+    dib::MallocPtr<unsigned char> row_;
+};
+
+// Every plane of a row is packed on its own.
+bool writeRows(WriteRequest& request, const dib::Raster& raster) {
+    const int planeCount = fileBits(raster.bitCount);
+    RowSource source(request.image, raster);
+    PlaneSpreader planes(raster.width, planeCount);
+    const auto planeBytes = static_cast<std::size_t>(planes.planeBytes());
+    const auto packed = dib::allocateArray<unsigned char>(packedBound(planeBytes));
+    if (!source.ready() || !planes.ready() || packed == nullptr) {
+        request.result.code = DIB_ERROR_MEMORY;
+        return false;
+    }
+    for (int y = 0; y < raster.height; ++y) {
+        planes.spread(source.row(y));
+        for (int k = 0; k < planeCount; ++k) {
+            if (request.options.runLengths) {
+                request.file.bytes(packed.get(), packRow(planes.plane(k), planeBytes, packed.get()));
+            } else {
+                request.file.bytes(planes.plane(k), planeBytes);
+            }
+        }
+        if (!request.progress.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(raster.height)))
+            return false;
+    }
+    return true;
+}
+
+// Lengths are known when everything is written.
+void setLength(ByteWriter& file, std::int64_t at, std::int64_t end) {
+    file.seek(at);
+    writeNumber(file, static_cast<std::uint32_t>(end - at - 4));
+    file.seek(file.size());
+}
 
 }  // namespace
 
-constinit const FileFormat kIlbmFormat = {
-    .info = {.name = "iff",
-             .title = "IFF ILBM",
-             .extensions = kExtensions,
-             .mimeTypes = kMimeTypes,
-             .readDepths = depths({1, 4, 8, 24}),
-             .writeDepths = depths({1, 4, 8, 24})},
-    .composeExtensions = kCompose,
-    .recognizes = recognizes,
-    .compression = compression,
-    .load = LoadIFF,
-    .save = saveWhole<writeIlbm>,
-    .diagnose = diagnoseIff,
-};
+bool noteIlbmLosses(LossRequest& request) {
+    const BITMAPINFOHEADER& header = *request.image.Header;
+    if (header.biWidth > kMostSide || dib::rowCount(header.biHeight) > kMostSide) {
+        return refuse(request.result, DIB_ERROR_MISMATCH, "ILBM files hold at most %dx%d pixels", kMostSide,
+                      kMostSide);
+    }
+    noteDepth(request, fileBits(header.biBitCount));
+    noteMetadata(request, {.resolution = true});
+    return true;
+}
+
+bool writeIlbm(WriteRequest& request) {
+    ByteWriter& file = request.file;
+    dib::Raster raster;
+    dib::viewRows(request.image, raster);
+    BitmapHeader header{raster.width, raster.height, fileBits(raster.bitCount)};
+    header.compression = request.options.runLengths ? 1 : 0;
+    constexpr std::int64_t kFormLength = 4;
+    file.bytes("FORM\0\0\0\0ILBM", 12);
+    writeChunk(file, "BMHD", header.bytes());
+    writeColors(file, *request.image.Header);
+    writeResolution(file, request.options.metadata);
+    file.bytes("BODY\0\0\0\0", 8);
+    const std::int64_t body = file.position();
+    if (!writeRows(request, raster)) return false;
+    const std::int64_t end = file.position();
+    if (end % 2 != 0) file.bytes("", 1);
+    setLength(file, body - 4, end);
+    setLength(file, kFormLength, file.position());
+    return true;
+}
 
 }  // namespace formats

@@ -122,4 +122,28 @@ bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned ch
     return row.unpacked == count && row.packed == packedBytes;
 }
 
+std::size_t packRow(const unsigned char* row, std::size_t count, unsigned char* out) {
+    // A run of two saves nothing.
+    constexpr std::size_t kShortestRun = 3;
+    const auto startsRun = [&](std::size_t at) {
+        return at + kShortestRun <= count && row[at] == row[at + 1] && row[at] == row[at + 2];
+    };
+    unsigned char* to = out;
+    for (std::size_t at = 0; at < count;) {
+        const std::size_t most = std::min(count, at + kLongestRun);
+        std::size_t end = at + 1;
+        if (startsRun(at)) {
+            while (end < most && row[end] == row[at]) ++end;
+            *to++ = static_cast<unsigned char>(257 - (end - at));
+            *to++ = row[at];
+        } else {
+            while (end < most && !startsRun(end)) ++end;
+            *to++ = static_cast<unsigned char>(end - at - 1);
+            to = std::copy(row + at, row + end, to);
+        }
+        at = end;
+    }
+    return static_cast<std::size_t>(to - out);
+}
+
 }  // namespace formats

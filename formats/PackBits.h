@@ -46,6 +46,10 @@ private:
 // Unpacks a row in memory. False, with `out` undefined, unless the packed bytes give exactly `count` bytes.
 bool unpackRow(const unsigned char* packed, std::size_t packedBytes, unsigned char* out, std::size_t count);
 
+// Packs a row; returns the length. `out` has room for `packedBound(count)` bytes.
+std::size_t packRow(const unsigned char* row, std::size_t count, unsigned char* out);
+constexpr std::size_t packedBound(std::size_t count) { return count + (count + 127) / 128; }
+
 }  // namespace formats
 
 #endif

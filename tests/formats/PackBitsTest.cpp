@@ -142,5 +142,38 @@ TEST(PackBits, RowsInMemoryMustUnpackWhole) {
     EXPECT_GT(whole, 1000);
 }
 
+Bytes packed(const Bytes& row) {
+    Bytes out(formats::packedBound(row.size()));
+    out.resize(formats::packRow(row.data(), row.size(), out.data()));
+    return out;
+}
+
+TEST(PackBits, ThreeEqualBytesAreARun) {
+    EXPECT_EQ(packed({}), Bytes());
+    EXPECT_EQ(packed({7}), (Bytes{0, 7}));
+    EXPECT_EQ(packed({7, 7}), (Bytes{1, 7, 7}));
+    EXPECT_EQ(packed({7, 7, 7}), (Bytes{0xFE, 7}));
+    EXPECT_EQ(packed({1, 2, 2, 3, 3, 3, 3, 4}), (Bytes{2, 1, 2, 2, 0xFD, 3, 0, 4}));
+    EXPECT_EQ(packed(Bytes(129, 5)), (Bytes{0x81, 5, 0, 5}));
+    Bytes rising(129);
+    for (std::size_t i = 0; i < rising.size(); ++i) rising[i] = static_cast<unsigned char>(i);
+    EXPECT_EQ(packed(rising).size(), 131U);
+    EXPECT_EQ(packed(rising)[0], 127);
+}
+
+TEST(PackBits, PackedRowsComeBack) {
+    testing_support::Random random(6);
+    for (int round = 0; round < 2000; ++round) {
+        Bytes row(static_cast<std::size_t>(random.between(1, 400)));
+        const int values = random.between(1, 4);
+        for (unsigned char& byte : row) byte = static_cast<unsigned char>(random.below(values));
+        const Bytes bytes = packed(row);
+        ASSERT_LE(bytes.size(), formats::packedBound(row.size()));
+        Bytes back(row.size());
+        ASSERT_TRUE(formats::unpackRow(bytes.data(), bytes.size(), back.data(), back.size()));
+        ASSERT_EQ(back, row);
+    }
+}
+
 }  // namespace
 }  // namespace codec_test

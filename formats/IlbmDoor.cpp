@@ -1,0 +1,84 @@
+// ILBM for the functions of DibFile.h: what is read beside what the classic loader reads is in IlbmForm.cpp.
+#include <algorithm>
+
+#include "dib/ColorTable.h"
+#include "formats/Formats.h"
+#include "formats/Ilbm.h"
+#include "formats/IlbmForm.h"
+#include "formats/IlbmRows.h"
+#include "formats/NewImage.h"
+
+namespace formats {
+
+namespace {
+
+bool recognizes(FirstBytes bytes) {
+    return startsWith(bytes, "FORM") && bytes.size() >= 12 &&
+           (startsWith(bytes.subspan(8), "ILBM") || startsWith(bytes.subspan(8), "PBM "));
+}
+
+std::string_view compression(FirstBytes bytes) {
+    const bool known = bytes.size() > 30 && startsWith(bytes.subspan(12), "BMHD");
+    return known && bytes[30] == 1 ? "packbits" : "none";
+}
+
+bool probe(ProbeRequest& request) {
+    IlbmForm form;
+    if (!readIlbmForm(request.file, form, request.result)) return false;
+    request.info.width = form.header.width;
+    request.info.height = form.header.height;
+    request.info.bitCount = bitCountOf(form.pixels);
+    request.info.storedBits = form.header.planes;
+    request.info.paletteSize = static_cast<int>(dib::addressableEntries(request.info.bitCount));
+    request.info.hasAlpha = form.pixels == IlbmPixels::kColorsAndAlpha;
+    request.result.metadata.xResolution = form.xResolution;
+    request.result.metadata.yResolution = form.yResolution;
+    nameCompression(request.info, form.header.compression == 1 ? "packbits" : "none");
+    return true;
+}
+
+bool read(ReadRequest& request) {
+    IlbmForm form;
+    if (!readIlbmForm(request.file, form, request.result)) return false;
+    request.result.metadata.xResolution = form.xResolution;
+    request.result.metadata.yResolution = form.yResolution;
+    if (form.header.hasMask) note(request.result, DIB_NOTE_LOSS, "the mask is not applied");
+    const BitmapHeader& header = form.header;
+    const int bitCount = bitCountOf(form.pixels);
+    NewImage picture(request.image, &request.progress);
+    if (!picture.create(request.file, header.width, header.height, bitCount, header.fewestBytes()))
+        return request.end(false);
+    std::copy_n(form.colors.begin(), dib::addressableEntries(bitCount), dib::colorTable(picture->Header));
+    PlaneRow row(header, form.pixels, &form.colors);
+    if (!row.ready()) return request.end(fail(picture, DIB_ERROR_MEMORY));
+    if (request.file.seek(form.body) && readIlbmRows(request.file, header, row, picture)) return true;
+    if (request.progress.isCancelled()) return false;
+    return refuse(request.result, DIB_ERROR_READ, "%s", kShortPixels);
+}
+
+constexpr const char* kExtensions[] = {"iff", "lbm", "ilbm", nullptr};
+constexpr const char* kCompose[] = {"iff", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-ilbm", nullptr};
+
+}  // namespace
+
+constinit const FileFormat kIlbmFormat = {
+    .info = {.name = "iff",
+             .title = "IFF ILBM",
+             .extensions = kExtensions,
+             .mimeTypes = kMimeTypes,
+             .readDepths = depths({1, 4, 8, 24, 32}),
+             .writeDepths = depths({1, 4, 8, 24})},
+    .composeExtensions = kCompose,
+    .recognizes = recognizes,
+    .compression = compression,
+    .load = LoadIFF,
+    .save = saveWhole<saveIlbmWhole>,
+    .probe = probe,
+    .read = read,
+    .losses = noteIlbmLosses,
+    .write = writeIlbm,
+    .diagnose = diagnoseIff,
+};
+
+}  // namespace formats

@@ -1,0 +1,29 @@
+// What the chunks of an ILBM file say of its picture, for the functions of DibFile.h.
+#ifndef FORMATS_ILBM_FORM_H
+#define FORMATS_ILBM_FORM_H
+
+#include <DibFile.h>
+
+#include "formats/ByteReader.h"
+#include "formats/IlbmLayout.h"
+#include "formats/IlbmRows.h"
+
+namespace formats {
+
+struct IlbmForm {
+    BitmapHeader header;
+    std::uint32_t viewMode = 0;  // of the screen that the picture was made for
+    std::size_t colorCount = 0;  // that the file has
+    IlbmColors colors{};         // of the picture
+    int xResolution = 0;         // pixels per inch
+    int yResolution = 0;
+    std::int64_t body = 0;  // the position of the rows
+    IlbmPixels pixels = IlbmPixels::kBits;
+};
+
+// Reads the chunks up to the rows. False with the reason in the result.
+bool readIlbmForm(ByteReader& file, IlbmForm& form, DibFileResult& result);
+
+}  // namespace formats
+
+#endif
