@@ -15,10 +15,12 @@ CODEC = "include/DibCodec.h", r"\b((?:Load|Save)[A-Z]+)\("
 PLACES = [
     (EFFECT, "tests/exports/*.txt", "exported names", ()),
     (EFFECT, "tests/effects/*.cpp", "tests", ()),
+    (EFFECT, "tests/effects/EffectHeaderTest.cpp", "calls with literal arguments", ()),
     (EFFECT, "tests/digest/Effects.cpp", "digest of all results", ()),
     (EFFECT, "fuzz/EffectsFuzzer.cpp", "comparison with the plain loop on random input", ()),
     (EFFECT, "bench/*.cpp", "benches", ()),
     (EFFECT, "tools/**/*.cpp", "operations of the program", ()),
+    (RECORD, "tests/exports/*.txt", "exported overload with a record", ()),
     (RECORD, "tests/effects/RecordLayoutTest.cpp", "layout of the record", ()),
     (CODEC, "tests/exports/*.txt", "exported names", ()),
     (CODEC, "tests/formats/*.cpp", "tests", ()),

@@ -1,4 +1,4 @@
-// A bundle for tests: tells by its picture what it was called with.
+// A bundle for tests: its picture shows what it was called with.
 #include <DibExport.h>
 #include <DibPlugin.h>
 
@@ -14,7 +14,11 @@ extern "C" DIB_EXPORT bool LoadEXR(const char* path, BITMAPINFOHEADER** header, 
     if (length == 0) return false;
     auto* made = static_cast<BITMAPINFOHEADER*>(std::calloc(1, sizeof(BITMAPINFOHEADER)));
     auto* pixel = static_cast<unsigned char*>(std::malloc(4));
-    if (made == nullptr || pixel == nullptr) std::abort();
+    if (made == nullptr || pixel == nullptr) {
+        std::free(made);
+        std::free(pixel);
+        return false;
+    }
     made->biSize = 40;
     made->biWidth = 1;
     made->biHeight = 1;
