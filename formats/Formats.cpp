@@ -58,6 +58,12 @@ const FileFormat* formatOfExtension(std::string_view extension) {
     return findFormat([&](const FileFormat& one) { return contains(one.info.extensions, extension); });
 }
 
+const char* spellingOf(const FileFormat& format, std::string_view nameOrExtension) {
+    const char* const* extension = format.info.extensions;
+    while (*extension != nullptr && !isNamed(*extension, nameOrExtension)) ++extension;
+    return *extension != nullptr ? *extension : format.info.name;
+}
+
 const char* extensionOf(const char* path) {
     const std::string_view name(path);
     const std::size_t dot = name.find_last_of("./");

@@ -89,6 +89,8 @@ std::span<const FileFormat* const> allFormats();
 // The format of a name or an extension in upper or lower case; null when there is none.
 const FileFormat* formatOfName(std::string_view name);
 const FileFormat* formatOfExtension(std::string_view extension);
+// The row's own spelling of its name or of one of its extensions; its name for everything else.
+const char* spellingOf(const FileFormat& format, std::string_view nameOrExtension);
 // What follows the last dot of the last component of a path; empty when there is none.
 const char* extensionOf(const char* path);
 // The format whose files begin like this; null when there is none.

@@ -6,14 +6,14 @@
 #include <cstdint>
 #include <cstring>
 
-#include "dib/Kernels.h"
-#include "dib/PixelShuffles.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
 #include "formats/Formats.h"
 #include "formats/HeaderText.h"
 #include "formats/NewImage.h"
+#include "formats/Pnm.h"
+#include "formats/PpmRows.h"
 #include "formats/Rows.h"
 
 using formats::ByteReader;
@@ -64,78 +64,7 @@ void writeHeader(ByteWriter& file, int width, int height) {
     file.bytes(text, static_cast<std::size_t>(length));
 }
 
-// Exchanges two rows, and red and blue in each. Both may be the same row.
-void exchangeColors(unsigned char* first, unsigned char* second, std::size_t bytes) {
-    const std::size_t pixels = bytes / 3;
-    for (std::size_t i = dib::runVectors<dib::shuffleAndExchange>(first, second, pixels); i < pixels; ++i) {
-        const DibBGR one = {first[3 * i + 2], first[3 * i + 1], first[3 * i]};
-        const DibBGR other = {second[3 * i + 2], second[3 * i + 1], second[3 * i]};
-        std::memcpy(second + 3 * i, &one, sizeof one);
-        std::memcpy(first + 3 * i, &other, sizeof other);
-    }
-}
-
 // Row readers fill row y of the image from the file; false when the file ends before.
-
-// Reads blocks of rows into the image and, for colours, turns them upside down in place: reading them
-// elsewhere and copying takes twice the memory traffic.
-class BinaryRows {
-public:
-    BinaryRows(ByteReader& file, formats::NewImage& image)
-        : file_(file),
-          image_(image),
-          rowBytes_(static_cast<std::size_t>(image->Header->biWidth) * image->Header->biBitCount / 8) {}
-
-    bool read(int y) {
-        if (y == blockEnd_) readBlock();
-        if (y < wholeRows_) return true;
-        // Grey samples are stored as they are.
-        if (image_->Header->biBitCount == 8) image_.readPart(image_->ScanLine(y), partBytes_);
-        return false;
-    }
-
-    // The end of the rows that were read, reported or not.
-    int readEnd() const { return blockEnd_; }
-
-private:
-    void readBlock() {
-        const auto left = static_cast<std::size_t>(image_->Header->biHeight - blockEnd_);
-        const bool hasColors = image_->Header->biBitCount == 24;
-        // Rows that are exchanged must still be in the cache.
-        const std::size_t rows = hasColors ? formats::rowsPerBlock(rowBytes_, left)
-                                           : std::min(left, 4 * formats::rowsPerBlock(rowBytes_, left));
-        const int first = blockEnd_;
-        blockEnd_ += static_cast<int>(rows);
-        const std::size_t bytes =
-            hasColors ? readColors(image_->ScanLine(blockEnd_ - 1), rows)
-                      : file_.readRows(image_->ScanLine(first),
-                                       -static_cast<std::ptrdiff_t>(image_->GetPitch()), rowBytes_, rows);
-        wholeRows_ = first + static_cast<int>(bytes / rowBytes_);
-        partBytes_ = bytes % rowBytes_;
-    }
-
-    // Reads the block in one piece, top row first and without fill, then spreads and exchanges the rows.
-    std::size_t readColors(unsigned char* block, std::size_t rows) {
-        const std::size_t bytes = file_.copy(block, rows * rowBytes_);
-        const std::size_t pitch = image_->GetPitch();
-        if (pitch > rowBytes_) spreadRows(block, pitch, rows);
-        for (std::size_t row = 0; row < (rows + 1) / 2; ++row)
-            exchangeColors(block + row * pitch, block + (rows - 1 - row) * pitch, rowBytes_);
-        return bytes;
-    }
-
-    void spreadRows(unsigned char* block, std::size_t pitch, std::size_t rows) {
-        for (std::size_t row = rows; row-- > 0;)
-            std::memmove(block + row * pitch, block + row * rowBytes_, rowBytes_);
-    }
-
-    ByteReader& file_;
-    formats::NewImage& image_;
-    std::size_t rowBytes_;
-    int blockEnd_ = 0;           // rows read so far, missing ones included
-    int wholeRows_ = 0;          // rows that the file had
-    std::size_t partBytes_ = 0;  // bytes of the row after these
-};
 
 class AsciiRows {
 public:
@@ -264,7 +193,7 @@ bool LoadPPM(std::FILE* file, DibStream* image, DibProgressCallback callback, vo
     image->SetMonoPalette();
     if (header.height < 0) return false;
     if (header.kind->ascii) return readPixels(AsciiRows(reader, picture), picture, callback, user);
-    return readPixels(BinaryRows(reader, picture), picture, callback, user);
+    return readPixels(formats::BinaryRows(reader, picture), picture, callback, user);
 }
 
 bool LoadPPM(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
@@ -295,31 +224,29 @@ namespace formats {
 
 namespace {
 
-bool recognizes(FirstBytes bytes) {
-    for (const Kind& kind : kKinds) {
-        if (startsWith(bytes, kind.firstLine)) return true;
-    }
-    return false;
-}
-
-constexpr const char* kExtensions[] = {"ppm", "pgm", "pnm", nullptr};
+constexpr const char* kExtensions[] = {"ppm", "pgm", "pnm", "pbm", "pam", "pfm", nullptr};
 constexpr const char* kCompose[] = {"ppm", "pgm", nullptr};
-constexpr const char* kMimeTypes[] = {"image/x-portable-pixmap", "image/x-portable-graymap",
-                                      "image/x-portable-anymap", nullptr};
+constexpr const char* kMimeTypes[] = {"image/x-portable-pixmap",       "image/x-portable-graymap",
+                                      "image/x-portable-anymap",       "image/x-portable-bitmap",
+                                      "image/x-portable-arbitrarymap", nullptr};
 
 }  // namespace
 
 constinit const FileFormat kPpmFormat = {
     .info = {.name = "ppm",
-             .title = "PPM and PGM, binary and ASCII",
+             .title = "PBM, PGM, PPM, PAM and PFM",
              .extensions = kExtensions,
              .mimeTypes = kMimeTypes,
-             .readDepths = depths({8, 24}),
-             .writeDepths = depths({24})},
+             .readDepths = depths({1, 8, 24, 32}),
+             .writeDepths = depths({1, 8, 24, 32})},
     .composeExtensions = kCompose,
-    .recognizes = recognizes,
+    .recognizes = recognizesPnm,
     .load = LoadPPM,
     .save = saveWhole<writePpm>,
+    .probe = probePnm,
+    .read = readPnm,
+    .losses = findPnmLosses,
+    .write = writePnm,
     .diagnose = diagnosePpm,
 };
 

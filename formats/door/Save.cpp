@@ -219,14 +219,18 @@ bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult
     return runCall(out, [&] {
         if (!isThere(target)) return refuse(out, DIB_ERROR_OPEN, "there is nothing to write to");
         if (!hasPicture(image)) return refuseEmpty(out);
-        const DibSaveOptions complete = completed(options);
+        DibSaveOptions complete = completed(options);
         Progress progress(callback, user);
         Save save = {*image, complete, out, progress};
         std::string name;
         if constexpr (std::is_same_v<Target, const wchar_t>) name = VexString(target).toUtf8String().c_str();
         const char* path = name.empty() ? pathFor(target) : name.c_str();
         save.format = chooseFormat(complete.format, path, out);
-        return save.format != nullptr && judgeLosses(save) && saveTo(save, target);
+        if (save.format == nullptr) return false;
+        // Some formats are a family, of which the name or the extension says the member.
+        complete.format =
+            spellingOf(*save.format, complete.format != nullptr ? complete.format : extensionOf(path));
+        return judgeLosses(save) && saveTo(save, target);
     });
 }
 
@@ -240,9 +244,10 @@ int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptio
     DibFileResult& out = result != nullptr ? *result : own;
     return formats::runCall(out, [&] {
         if (!formats::hasPicture(image)) return formats::refuseEmpty(out) ? 1 : 0;
-        const DibSaveOptions complete = formats::completed(options);
+        DibSaveOptions complete = formats::completed(options);
         const formats::FileFormat* row = formats::chooseFormat(format, nullptr, out);
         if (row == nullptr) return 0;
+        complete.format = formats::spellingOf(*row, format);
         formats::LossRequest request = {*image, complete, out};
         if (row->losses != nullptr) row->losses(request);
         return formats::countLosses(out);

@@ -63,8 +63,9 @@ TEST(Formats, FilesAreRecognizedByTheirFirstBytes) {
         return format != nullptr ? format->info.name : "";
     };
     EXPECT_EQ(formatOf("BM1234"), "bmp");
-    for (const char* kind : {"P2\n", "P3\n", "P5\n", "P6\n"}) EXPECT_EQ(formatOf(kind), "ppm");
-    EXPECT_EQ(formatOf("P4\n"), "");
+    for (const char* kind : {"P1\n", "P2 ", "P3\t", "P4\r", "P5#", "P6\n", "P7\n", "PF\n", "Pf\n"})
+        EXPECT_EQ(formatOf(kind), "ppm");
+    for (const char* other : {"P0\n", "P8\n", "P5", "P5x", "Pg\n"}) EXPECT_EQ(formatOf(other), "");
     EXPECT_EQ(formatOf(std::string("\x10\0\0\0\x09\0\0\0", 8)), "tim");
     EXPECT_EQ(formatOf(std::string("\x10\0\0\0\x10\0\0\0", 8)), "");
     EXPECT_EQ(formatOf("FORM1234ILBM"), "iff");

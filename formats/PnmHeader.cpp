@@ -1,0 +1,201 @@
+#include "formats/PnmHeader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "formats/diagnosis/RefusedFile.h"
+
+namespace formats {
+
+namespace {
+
+constexpr std::uint32_t kMostValue = 65535;
+
+class HeaderReader {
+public:
+    HeaderReader(ByteReader& file, PnmHeader& header, DibFileResult& result)
+        : file_(file), header_(header), result_(result) {}
+
+    bool read() { return readKind() && (isPam_ ? readFields() : readNumbers()) && judge(); }
+
+private:
+    bool refuseShort() { return refuse(result_, DIB_ERROR_READ, "%s", kShortHeader); }
+    bool refuseInvalid(const char* reason) { return refuse(result_, DIB_ERROR_INVALID, "%s", reason); }
+
+    bool readKind() {
+        const int letter = file_.byte();
+        const int kind = file_.byte();
+        if (kind < 0) return refuseShort();
+        if (letter != 'P') return refuseInvalid("this is not a PNM file");
+        const bool isNumber = kind >= '1' && kind <= '7';
+        if (!isNumber && kind != 'F' && kind != 'f') return refuseInvalid("this is not a PNM file");
+        isPam_ = kind == '7';
+        isFloat_ = !isNumber;
+        header_.isText = kind >= '1' && kind <= '3';
+        header_.isBitmap = header_.isZeroWhite = kind == '1' || kind == '4';
+        header_.channels = kind == '3' || kind == '6' || kind == 'F' ? 3 : 1;
+        return true;
+    }
+
+    bool readNumbers() {
+        std::uint32_t width = 0;
+        std::uint32_t height = 0;
+        if (!readPnmNumber(file_, width) || !readPnmNumber(file_, height))
+            return refuseInvalid("the size is not two numbers");
+        header_.width = clamped(width);
+        header_.height = clamped(height);
+        if (isFloat_) return readScale();
+        if (!header_.isBitmap && !readPnmNumber(file_, header_.largest))
+            return refuseInvalid("the largest value is not a number");
+        return true;
+    }
+
+    static int clamped(std::uint32_t number) {
+        return static_cast<int>(std::min<std::uint32_t>(number, INT32_MAX));
+    }
+
+    // A negative scale says that the lowest byte of each float comes first.
+    bool readScale() {
+        char text[40];
+        if (!file_.line(text, sizeof text)) return refuseShort();
+        const char* end = text + std::strlen(text);
+        const char* start =
+            std::find_if_not(static_cast<const char*>(text), end, [](char c) { return isPnmBlank(c); });
+        double scale = 0;
+        const bool isNumber = std::from_chars(start, end, scale).ec == std::errc();
+        if (!isNumber || !(std::abs(scale) > 0)) return refuseInvalid("the scale is not a number");
+        header_.isLittleEndian = scale < 0;
+        header_.scale = std::abs(scale);
+        return true;
+    }
+
+    // Lines of a name and a value, in any order, up to ENDHDR.
+    bool readFields() {
+        constexpr int kMostLines = 4096;
+        header_.largest = 255;
+        int channels = 0;
+        char line[256];
+        for (int i = 0; i < kMostLines; ++i) {
+            if (!file_.line(line, sizeof line)) return refuseShort();
+            std::string_view text(line);
+            const std::string_view name = takeWord(text);
+            const std::string_view value = takeWord(text);
+            if (name == "ENDHDR") return chooseChannels(channels);
+            if (name.empty() || name.front() == '#') continue;
+            if (name == "TUPLTYPE") {
+                type_ = value;
+                continue;
+            }
+            int number = 0;
+            const auto parsed = std::from_chars(value.data(), value.data() + value.size(), number);
+            if (parsed.ec != std::errc() || number < 0)
+                return refuse(result_, DIB_ERROR_INVALID, "%.20s is not a number", std::string(name).c_str());
+            if (name == "WIDTH") header_.width = number;
+            if (name == "HEIGHT") header_.height = number;
+            if (name == "DEPTH") channels = number;
+            if (name == "MAXVAL") header_.largest = static_cast<std::uint32_t>(number);
+        }
+        return refuseInvalid("the header does not end");
+    }
+
+    static std::string_view takeWord(std::string_view& text) {
+        const auto isBlank = [](char c) { return isPnmBlank(c); };
+        const auto* start = std::find_if_not(text.begin(), text.end(), isBlank);
+        const auto* end = std::find_if(start, text.end(), isBlank);
+        const std::string_view word = text.substr(static_cast<std::size_t>(start - text.begin()),
+                                                  static_cast<std::size_t>(end - start));
+        text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+        return word;
+    }
+
+    bool isType(std::string_view type) const { return type_ == type; }
+
+    bool chooseChannels(int channels) {
+        const int usual = isType("RGB_ALPHA") || isType("CMYK") ? 4
+                          : isType("RGB")                       ? 3
+                          : type_.ends_with("_ALPHA")           ? 2
+                                                                : 1;
+        header_.channels = channels != 0 ? channels : usual;
+        header_.isCmyk = header_.channels == 4 && isType("CMYK");
+        header_.isBitmap = header_.channels == 1 && header_.largest == 1;
+        if (header_.channels >= 1 && header_.channels <= 4) return true;
+        return refuse(result_, DIB_ERROR_UNSUPPORTED, "%d channels are not read", channels);
+    }
+
+    bool judge() {
+        using Samples = PnmHeader::Samples;
+        if (header_.largest == 0 || header_.largest > kMostValue)
+            return refuse(result_, DIB_ERROR_INVALID, "a largest value of %u is impossible", header_.largest);
+        header_.samples = isFloat_                      ? Samples::kFloats
+                          : header_.largest > 255       ? Samples::kWords
+                          : header_.isBitmap && !isPam_ ? Samples::kBits
+                                                        : Samples::kBytes;
+        const std::string problem = sizeProblem(header_.width, header_.height, header_.imageBits());
+        if (problem.empty()) return true;
+        const bool isEmpty = header_.width == 0 || header_.height == 0;
+        return refuse(result_, isEmpty ? DIB_ERROR_INVALID : DIB_ERROR_MEMORY, "%s", problem.c_str());
+    }
+
+    ByteReader& file_;
+    PnmHeader& header_;
+    DibFileResult& result_;
+    bool isPam_ = false;
+    bool isFloat_ = false;
+    std::string type_;
+};
+
+}  // namespace
+
+int nextPnmByte(ByteReader& file) {
+    int byte = file.byte();
+    if (byte == '#') {
+        while (byte >= 0 && byte != '\n' && byte != '\r') byte = file.byte();
+    }
+    return byte;
+}
+
+bool readPnmNumber(ByteReader& file, std::uint32_t& number) {
+    int byte = nextPnmByte(file);
+    while (isPnmBlank(byte)) byte = nextPnmByte(file);
+    if (byte < '0' || byte > '9') return false;
+    std::uint64_t value = 0;
+    for (; byte >= '0' && byte <= '9'; byte = nextPnmByte(file))
+        value = std::min<std::uint64_t>(value * 10 + static_cast<unsigned>(byte - '0'), UINT32_MAX);
+    number = static_cast<std::uint32_t>(value);
+    return true;
+}
+
+int PnmHeader::imageBits() const {
+    if (isBitmap) return 1;
+    switch (channels) {
+        case 1: return 8;
+        case 3: return 24;
+        default: return isCmyk ? 24 : 32;
+    }
+}
+
+int PnmHeader::storedBits() const {
+    switch (samples) {
+        case Samples::kBits: return 1;
+        case Samples::kBytes: return 8 * channels;
+        case Samples::kWords: return 16 * channels;
+        default: return 32 * channels;
+    }
+}
+
+std::uint64_t PnmHeader::rowBytes() const {
+    const auto pixels = static_cast<std::uint64_t>(width);
+    // A sample of text is a digit, and a blank but in bitmaps.
+    if (isText) return isBitmap ? pixels : 2 * pixels * static_cast<unsigned>(channels) - 1;
+    return (pixels * static_cast<unsigned>(storedBits()) + 7) / 8;
+}
+
+bool readPnmHeader(ByteReader& file, PnmHeader& header, DibFileResult& result) {
+    return HeaderReader(file, header, result).read();
+}
+
+}  // namespace formats

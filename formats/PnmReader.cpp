@@ -1,0 +1,219 @@
+// Reading the rows of PBM, PGM, PPM, PAM and PFM files, top row first but for PFM.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "dib/Bytes.h"
+#include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+#include "formats/NewImage.h"
+#include "formats/Pnm.h"
+#include "formats/PnmHeader.h"
+#include "formats/PpmRows.h"
+
+namespace formats {
+
+namespace {
+
+using Samples = PnmHeader::Samples;
+
+// Samples of one row as bytes: read from the file, scaled and rounded.
+class RowReader {
+public:
+    RowReader(ByteReader& file, const PnmHeader& header)
+        : file_(file),
+          header_(header),
+          count_(static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.channels)) {}
+
+    // False when memory is short.
+    bool prepare() {
+        samples_ = dib::allocateZeroed<unsigned char>(count_);
+        if (!header_.isText) row_ = dib::allocateZeroed<unsigned char>(header_.rowBytes());
+        if (samples_ == nullptr || (!header_.isText && row_ == nullptr)) return false;
+        if (header_.samples == Samples::kFloats) return true;
+        scaled_ = dib::allocateArray<unsigned char>(std::size_t{header_.largest} + 1);
+        if (scaled_ == nullptr) return false;
+        for (std::uint32_t i = 0; i <= header_.largest; ++i)
+            scaled_[i] = static_cast<unsigned char>((i * 255 + header_.largest / 2) / header_.largest);
+        return true;
+    }
+
+    // False when the file ends before the row does, or text holds something else than numbers.
+    bool read() {
+        if (header_.isText) return header_.isBitmap ? readDigits() : readNumbers();
+        if (!file_.read(row_.get(), header_.rowBytes())) return false;
+        switch (header_.samples) {
+            case Samples::kBits: return expandBits();
+            case Samples::kBytes:
+                for (std::size_t i = 0; i < count_; ++i) samples_[i] = scaled(row_[i]);
+                return true;
+            case Samples::kWords:
+                for (std::size_t i = 0; i < count_; ++i) samples_[i] = scaled(dib::readBe16(&row_[2 * i]));
+                return true;
+            default:
+                for (std::size_t i = 0; i < count_; ++i) samples_[i] = byteOf(&row_[4 * i]);
+                return true;
+        }
+    }
+
+    const unsigned char* samples() const { return samples_.get(); }
+
+private:
+    unsigned char scaled(std::uint32_t value) const { return scaled_[std::min(value, header_.largest)]; }
+
+    unsigned char byteOf(const unsigned char* bytes) const {
+        const std::uint32_t word = header_.isLittleEndian ? dib::readLe32(bytes) : dib::readBe32(bytes);
+        const double value = std::bit_cast<float>(word) / header_.scale * 255;
+        // Not a number ends as 0.
+        return value > 0 ? static_cast<unsigned char>(std::lround(std::min(value, 255.0))) : 0;
+    }
+
+    bool expandBits() {
+        for (std::size_t i = 0; i < count_; ++i)
+            samples_[i] = (row_[i / 8] >> (7 - i % 8) & 1) != 0 ? 255 : 0;
+        return true;
+    }
+
+    bool readNumbers() {
+        for (std::size_t i = 0; i < count_; ++i) {
+            std::uint32_t value = 0;
+            if (!readPnmNumber(file_, value)) return false;
+            samples_[i] = scaled(value);
+        }
+        return true;
+    }
+
+    // The digits of a bitmap need no blanks between them.
+    bool readDigits() {
+        for (std::size_t i = 0; i < count_; ++i) {
+            int byte = nextPnmByte(file_);
+            while (isPnmBlank(byte)) byte = nextPnmByte(file_);
+            if (byte != '0' && byte != '1') return false;
+            samples_[i] = byte == '1' ? 255 : 0;
+        }
+        return true;
+    }
+
+    ByteReader& file_;
+    const PnmHeader& header_;
+    std::size_t count_;
+    dib::MallocPtr<unsigned char> samples_;
+    dib::MallocPtr<unsigned char> row_;
+    dib::MallocPtr<unsigned char> scaled_;  // by value
+};
+
+// Stores a row of samples as the pixels of an image.
+void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char* to) {
+    const auto width = static_cast<std::size_t>(header.width);
+    if (header.isBitmap) {
+        std::memset(to, 0, (width + 7) / 8);
+        for (std::size_t x = 0; x < width; ++x) {
+            const bool isWhite = (from[x] != 0) != header.isZeroWhite;
+            to[x / 8] |= static_cast<unsigned char>((isWhite ? 0x80 : 0) >> x % 8);
+        }
+        return;
+    }
+    if (header.channels == 1) {
+        std::memcpy(to, from, width);
+        return;
+    }
+    if (header.isCmyk) {
+        const auto without = [](unsigned ink, unsigned black) {
+            return static_cast<unsigned char>(((255 - ink) * (255 - black) + 127) / 255);
+        };
+        for (std::size_t x = 0; x < width; ++x, from += 4, to += 3) {
+            to[0] = without(from[2], from[3]);
+            to[1] = without(from[1], from[3]);
+            to[2] = without(from[0], from[3]);
+        }
+        return;
+    }
+    const bool isGrey = header.channels == 2;
+    const bool hasAlpha = header.channels != 3;
+    const auto channels = static_cast<std::size_t>(header.channels);
+    for (std::size_t x = 0; x < width; ++x, from += channels, to += hasAlpha ? 4 : 3) {
+        to[0] = from[isGrey ? 0 : 2];
+        to[1] = from[isGrey ? 0 : 1];
+        to[2] = from[0];
+        if (hasAlpha) to[3] = from[channels - 1];
+    }
+}
+
+void noteLosses(const PnmHeader& header, DibFileResult& result) {
+    if (header.samples == Samples::kWords) {
+        note(result, DIB_NOTE_LOSS, "samples of 16 bits became 8");
+    } else if (header.samples == Samples::kFloats) {
+        note(result, DIB_NOTE_LOSS, "floating-point samples became 8 bits");
+    }
+    if (header.isCmyk) note(result, DIB_NOTE_ASSUMPTION, "CMYK became RGB without a colour profile");
+}
+
+bool endShort(ReadRequest& request) {
+    if (request.progress.isCancelled()) return false;
+    return refuse(request.result, DIB_ERROR_READ, "%s", kShortPixels);
+}
+
+// Samples that are bytes already.
+bool readBytes(ReadRequest& request, NewImage& image) {
+    BinaryRows rows(request.file, image);
+    for (int y = 0; y < image->Header->biHeight; ++y) {
+        if (!rows.read(y)) return endShort(request);
+        if (!image.read(image->ScanLine(y))) return false;
+    }
+    return true;
+}
+
+bool readSamples(ReadRequest& request, const PnmHeader& header, NewImage& image) {
+    RowReader rows(request.file, header);
+    if (!rows.prepare()) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+    for (int y = 0; y < header.height; ++y) {
+        if (!rows.read()) {
+            const bool isText = header.isText && request.file.ahead(1).size > 0;
+            return isText ? refuse(request.result, DIB_ERROR_INVALID, "the pixels are not all numbers")
+                          : endShort(request);
+        }
+        unsigned char* to = image->ScanLine(header.samples == Samples::kFloats ? header.height - 1 - y : y);
+        storeRow(rows.samples(), header, to);
+        if (!image.read(to)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool recognizesPnm(FirstBytes bytes) {
+    if (bytes.size() < 3 || bytes[0] != 'P') return false;
+    const bool isKnown = (bytes[1] >= '1' && bytes[1] <= '7') || bytes[1] == 'F' || bytes[1] == 'f';
+    return isKnown && (isPnmBlank(bytes[2]) || bytes[2] == '#');
+}
+
+bool probePnm(ProbeRequest& request) {
+    PnmHeader header;
+    if (!readPnmHeader(request.file, header, request.result)) return false;
+    DibFileInfo& info = request.info;
+    info.width = header.width;
+    info.height = header.height;
+    info.bitCount = header.imageBits();
+    info.storedBits = header.storedBits();
+    info.hasAlpha = info.bitCount == 32;
+    info.paletteSize = info.bitCount <= 8 ? 1 << info.bitCount : 0;
+    nameCompression(info, header.isText ? "text" : "none");
+    return true;
+}
+
+bool readPnm(ReadRequest& request) {
+    PnmHeader header;
+    if (!readPnmHeader(request.file, header, request.result)) return false;
+    NewImage image(request.image, &request.progress);
+    const std::uint64_t fewestBytes = header.rowBytes() * static_cast<unsigned>(header.height);
+    if (!image.create(request.file, header.width, header.height, header.imageBits(), fewestBytes))
+        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
+    noteLosses(header, request.result);
+    const bool isPlain = header.samples == Samples::kBytes && !header.isText && header.largest == 255 &&
+                         (header.channels == 1 || header.channels == 3);
+    return isPlain ? readBytes(request, image) : readSamples(request, header, image);
+}
+
+}  // namespace formats
