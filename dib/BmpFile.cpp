@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "dib/Bytes.h"
@@ -58,17 +59,11 @@ bool compressionIsSupported(const InfoHeader& info) {
     }
 }
 
-// The bit of the caller's mask that accepts a depth; 0 for a depth that does not exist.
-unsigned int acceptBit(int bitCount) {
-    switch (bitCount) {
-        case 1: return DibStream::DIB_ACCEPT_1;
-        case 4: return DibStream::DIB_ACCEPT_4;
-        case 8: return DibStream::DIB_ACCEPT_8;
-        case 16: return DibStream::DIB_ACCEPT_16;
-        case 24: return DibStream::DIB_ACCEPT_24;
-        case 32: return DibStream::DIB_ACCEPT_32;
-        default: return 0;
-    }
+// Which bit of the caller's mask accepts a depth; none for a depth that does not exist.
+std::optional<unsigned int> acceptBit(int bitCount) {
+    const auto* known = std::find(std::begin(dib::kDepths), std::end(dib::kDepths), bitCount);
+    if (known == std::end(dib::kDepths)) return {};
+    return 1U << (known - dib::kDepths);
 }
 
 // Decodes byte runs into a zeroed pixel block. Positions are plain offsets, so a run that passes the end of
@@ -77,11 +72,11 @@ class RunLengthDecoder {
 public:
     RunLengthDecoder(unsigned char* block, const dib::ImageSize& size) : block_(block), size_(size) {}
 
-    void decode(const unsigned char* code, const unsigned char* end) {
-        while (row_ < size_.rows && end - code >= 2) {
+    void decode(std::span<const unsigned char> code) {
+        while (row_ < size_.rows && code.size() >= 2) {
             const std::size_t count = code[0];
             const unsigned char value = code[1];
-            code += 2;
+            code = code.subspan(2);
             if (count > 0) {
                 std::memset(block_ + offset(), value, room(count));
                 column_ += count;
@@ -91,19 +86,18 @@ public:
             } else if (value == kEndOfBitmap) {
                 return;
             } else if (value == kDelta) {
-                if (end - code < 2) return;
+                if (code.size() < 2) return;
                 column_ += code[0];
                 row_ += code[1];
-                code += 2;
+                code = code.subspan(2);
             } else {
-                const std::size_t present =
-                    std::min<std::size_t>(value, static_cast<std::size_t>(end - code));
-                std::memcpy(block_ + offset(), code, room(present));
+                const std::size_t present = std::min<std::size_t>(value, code.size());
+                std::memcpy(block_ + offset(), code.data(), room(present));
                 column_ += present;
                 // Literal bytes are padded to an even count.
                 const std::size_t stored = value + (value & 1U);
-                if (static_cast<std::size_t>(end - code) <= stored) return;
-                code += stored;
+                if (code.size() <= stored) return;
+                code = code.subspan(stored);
             }
         }
     }
@@ -182,11 +176,9 @@ private:
     }
 
     bool judgeVariant(unsigned int acceptedDepths) {
-        if (!compressionIsSupported(info_)) return fail(DIB_ERROR_UNSUPPORTED);
-        const unsigned int accept = acceptBit(info_.fields.biBitCount);
-        if (accept == 0) return fail(DIB_ERROR_UNSUPPORTED);
-        if ((acceptedDepths & accept) == 0) return fail(DIB_ERROR_MISMATCH);
-        return true;
+        const std::optional<unsigned int> accept = acceptBit(info_.fields.biBitCount);
+        if (!compressionIsSupported(info_) || !accept) return fail(DIB_ERROR_UNSUPPORTED);
+        return (acceptedDepths & *accept) != 0 || fail(DIB_ERROR_MISMATCH);
     }
 
     bool admitSizes() {
@@ -222,9 +214,7 @@ private:
     // Without an offset the pixels follow the colour table. A file that cannot hold them fails before they
     // are allocated.
     bool seekPixels() {
-        if (pixelOffset_ != 0 && std::fseek(file_, static_cast<long>(pixelOffset_), SEEK_SET) != 0) {
-            return fail(DIB_ERROR_READ);
-        }
+        if (pixelOffset_ != 0 && !dib::seekTo(file_, pixelOffset_)) return fail(DIB_ERROR_READ);
         storedBytes_ =
             info_.fields.biCompression == kRunLength8 ? info_.fields.biSizeImage : size_.imageBytes;
         if (storedBytes_ > 0 && dib::bytesLeft(file_).value_or(storedBytes_) < storedBytes_) {
@@ -248,7 +238,7 @@ private:
         if (!dib::readBytes(file_, runs.get(), storedBytes_)) return fail(DIB_ERROR_READ);
         pixels_ = dib::allocateZeroedImageBlock(size_.imageBytes);
         if (pixels_ == nullptr) return fail(DIB_ERROR_MEMORY);
-        RunLengthDecoder(pixels_.get(), size_).decode(runs.get(), runs.get() + storedBytes_);
+        RunLengthDecoder(pixels_.get(), size_).decode({runs.get(), storedBytes_});
         return true;
     }
 

@@ -53,7 +53,7 @@ unsigned int selector(unsigned int flags) { return flags & 0xFFFF; }
 // The packed form is the new image, but for the fill of its rows.
 bool convertRows(DibStream& image, Packed form) {
     const std::size_t pixelBytes = dib::bytesOf(form);
-    DepthChange change(image, form, static_cast<int>(8 * pixelBytes));
+    DepthChange change(image, form, dib::bitsOf(form));
     if (!change.started()) return false;
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
@@ -97,9 +97,8 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
 
     const std::size_t entries = dib::addressableEntries(bitCount);
     DibBGRA* table = dib::colorTable(image.Header);
-    for (std::size_t i = 0; i < entries; ++i) {
-        const bool used = i < static_cast<std::size_t>(quantizer.boxCount);
-        table[i] = used ? dib::boxCentre(quantizer.boxes[i].info) : DibBGRA{};
+    for (int i = 0; std::cmp_less(i, entries); ++i) {
+        table[i] = i < quantizer.boxCount ? dib::boxCentre(quantizer.boxes[i].info) : DibBGRA{};
     }
     const std::size_t rowBytes = image.GetPitch();
     std::uint8_t strip[kStripPixels];
@@ -200,11 +199,11 @@ bool DibStream::ChangeTo32Bit(unsigned int) {
 // quantizer's table and means as many boxes as that holds. At 4 bits such a limit can never be below 16 and
 // so is never used. Callers pass the selector alone.
 bool DibStream::MedianCut8(unsigned int flags) {
-    const unsigned int limit = flags & 0xFF0000;
-    return changeToMedianCut(*this, 8, limit != 0 ? static_cast<int>(limit) : 256);
+    const int limit = flags & 0xFF0000;
+    return changeToMedianCut(*this, 8, limit != 0 ? limit : 256);
 }
 
 bool DibStream::MedianCut4(unsigned int flags) {
-    const unsigned int limit = flags & 0xFF0000;
-    return changeToMedianCut(*this, 4, limit != 0 && limit < 16 ? static_cast<int>(limit) : 16);
+    const int limit = flags & 0xFF0000;
+    return changeToMedianCut(*this, 4, limit != 0 && limit < 16 ? limit : 16);
 }

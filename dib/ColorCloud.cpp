@@ -42,13 +42,13 @@ bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
     std::uint16_t cells[kStripPixels];
     std::uint16_t lows[kStripPixels];
     forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
-        runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), count);
+        runKernel<bgrToWords>(bgr + 3 * start, cells, count);
         for (std::size_t i = 0; i < count; ++i) ++next[cells[i] + 1U];
     });
     for (std::size_t cell = 0; cell < kColorCells; ++cell) next[cell + 1] += next[cell];
     forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
-        runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), count);
-        runKernel<bgrToLowBits>(bgr + 3 * start, static_cast<std::uint16_t*>(lows), count);
+        runKernel<bgrToWords>(bgr + 3 * start, cells, count);
+        runKernel<bgrToLowBits>(bgr + 3 * start, lows, count);
         for (std::size_t i = 0; i < count; ++i) sorted[next[cells[i]]++] = lows[i];
     });
 
@@ -95,9 +95,9 @@ void ColorCloud::fillHistogram(ColorRange& range) const {
     }
 }
 
-int ColorCloud::split(int number, int axis, std::uint32_t cut) {
-    ColorRange& low = ranges_[static_cast<std::size_t>(number)];
-    ColorRange& high = ranges_[static_cast<std::size_t>(rangeCount_)];
+int ColorCloud::split(int number, int axis, int cut) {
+    ColorRange& low = ranges_[number];
+    ColorRange& high = ranges_[rangeCount_];
 
     // Swaps colours of the lower half to the front, without a branch: at a median cut it would be
     // unpredictable.

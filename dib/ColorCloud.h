@@ -17,7 +17,7 @@ struct CountedColor {
 };
 
 // The component of a colour on an axis of the quantizer: 0 blue, 1 green, 2 red.
-constexpr std::uint32_t component(std::uint32_t color, int axis) { return color >> (8 * axis) & 255U; }
+constexpr int component(std::uint32_t color, int axis) { return color >> (8 * axis) & 255U; }
 
 // The colours of one box.
 struct ColorRange {
@@ -32,11 +32,11 @@ public:
     // Returns false when memory is short.
     bool collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges);
 
-    const ColorRange& range(int number) const { return ranges_[static_cast<std::size_t>(number)]; }
+    const ColorRange& range(int number) const { return ranges_[number]; }
 
     // Splits a range: it keeps the colours whose component is below `cut`, the others move to a new range.
     // Returns its number.
-    int split(int number, int axis, std::uint32_t cut);
+    int split(int number, int axis, int cut);
 
 private:
     bool sortIntoCells(const std::uint8_t* bgr, std::size_t pixels);

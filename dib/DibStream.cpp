@@ -229,17 +229,8 @@ unsigned char* DibStream::ScanLine(int y) {
 }
 
 unsigned char* DibStream::Pixel(int x, int y) {
-    if (Header == nullptr || Buffer == nullptr) return nullptr;
-    const std::ptrdiff_t column = x;
-    switch (Header->biBitCount) {
-        case 32: return ScanLine(y) + column * 4;
-        case 24: return ScanLine(y) + column * 3;
-        case 16: return ScanLine(y) + column * 2;
-        case 8: return ScanLine(y) + column;
-        case 4: return ScanLine(y) + (column >> 1);
-        case 1: return ScanLine(y) + (column >> 3);
-        default: return nullptr;
-    }
+    if (Header == nullptr || Buffer == nullptr || !dib::isDepth(Header->biBitCount)) return nullptr;
+    return ScanLine(y) + (std::ptrdiff_t{x} * Header->biBitCount >> 3);
 }
 
 // Error texts.

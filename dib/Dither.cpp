@@ -35,10 +35,10 @@ static_assert(divisionHolds());
 DIB_ALWAYS_INLINE void ditherKernel(const std::uint8_t* __restrict bgr, std::uint8_t* __restrict to,
                                     std::size_t count, const std::uint16_t* __restrict raise) {
     for (std::size_t i = 0; i < count; ++i) {
-        const std::uint16_t blue = divideBy51(static_cast<std::uint16_t>(bgr[3 * i] + raise[i]));
-        const std::uint16_t green = divideBy51(static_cast<std::uint16_t>(bgr[3 * i + 1] + raise[i]));
-        const std::uint16_t red = divideBy51(static_cast<std::uint16_t>(bgr[3 * i + 2] + raise[i]));
-        to[i] = static_cast<std::uint8_t>(red + 6 * green + 36 * blue);
+        const auto level = [&](std::size_t at) {
+            return divideBy51(static_cast<std::uint16_t>(bgr[at] + raise[i]));
+        };
+        to[i] = static_cast<std::uint8_t>(level(3 * i + 2) + 6 * level(3 * i + 1) + 36 * level(3 * i));
     }
 }
 
@@ -55,7 +55,7 @@ void ditherToCube(const std::uint8_t* bgr, std::uint8_t* to, std::size_t count, 
         raise[i] = static_cast<std::uint16_t>(kLevelStep - 1 - kHalftone8x8[i][bufferRow % 8]);
     }
     for (std::size_t i = 8; i < count; i += 8) std::memcpy(raise + i, raise, 8 * sizeof raise[0]);
-    runKernel<ditherKernel>(bgr, to, count, static_cast<const std::uint16_t*>(raise));
+    runKernel<ditherKernel>(bgr, to, count, raise);
 }
 
 void carryToWords(const std::uint8_t* bgr, std::uint16_t* to, std::size_t count, RemainderCarry& carry) {
@@ -150,9 +150,7 @@ ErrorDiffusion::ErrorDiffusion(std::size_t width) : width_(width) {
 }
 
 void ErrorDiffusion::diffuse(std::uint8_t* bits) {
-    runKernel<gatherKernel>(static_cast<const std::int32_t*>(above_.error),
-                            static_cast<const std::int32_t*>(twoAbove_.error),
-                            static_cast<const std::int32_t*>(twoAbove_.remainder), incoming_, width_);
+    runKernel<gatherKernel>(above_.error, twoAbove_.error, twoAbove_.remainder, incoming_, width_);
 
     Trail trail;
     std::int32_t* error = current_.error + kMargin;

@@ -4,9 +4,11 @@
 
 #include <DibStream.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 namespace dib {
 
@@ -65,10 +67,11 @@ inline bool hasPixels(const DibStream& image) {
     return hasRows(image) && admitSize(*image.Header).imageBytes > 0;
 }
 
+constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
+
 // Whether a depth is one of the six that exist.
 constexpr bool isDepth(int bitCount) {
-    return bitCount == 1 || bitCount == 4 || bitCount == 8 || bitCount == 16 || bitCount == 24 ||
-           bitCount == 32;
+    return std::find(std::begin(kDepths), std::end(kDepths), bitCount) != std::end(kDepths);
 }
 
 }  // namespace dib

@@ -133,7 +133,7 @@ bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
         int high = -1;
         if (!slice(chosen, axis, median.cut, low, high)) return false;
         rangeOf[low] = range;
-        rangeOf[high] = cloud.split(range, axis, static_cast<std::uint32_t>(median.cut));
+        rangeOf[high] = cloud.split(range, axis, median.cut);
         boxes[low].info.count = static_cast<std::int32_t>(median.below);
         boxes[high].info.count =
             static_cast<std::int32_t>(static_cast<std::uint32_t>(box.count) - median.below);

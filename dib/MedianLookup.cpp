@@ -56,8 +56,8 @@ void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t co
     std::uint16_t cells[kStripPixels];
     std::uint16_t lows[kStripPixels];
     forEachStrip(count, [&](std::size_t start, std::size_t length) {
-        runKernel<bgrToWords>(bgr + 3 * start, static_cast<std::uint16_t*>(cells), length);
-        runKernel<bgrToLowBits>(bgr + 3 * start, static_cast<std::uint16_t*>(lows), length);
+        runKernel<bgrToWords>(bgr + 3 * start, cells, length);
+        runKernel<bgrToLowBits>(bgr + 3 * start, lows, length);
         for (std::size_t i = 0; i < length; ++i) {
             std::uint32_t table = tableOf_[cells[i]];
             if (table == 0) table = makeTable(cells[i]);
@@ -68,12 +68,12 @@ void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t co
 
 // Descends while the whole cell is on one side of the cut. Only a cell that a cut divides, or in a box
 // without an entry, needs its own table.
-std::uint32_t MedianLookup::makeTable(std::uint32_t cell) {
-    const std::uint32_t low[3] = {(cell & 31) << 3, (cell >> 5 & 31) << 3, (cell >> 10) << 3};
+std::uint32_t MedianLookup::makeTable(int cell) {
+    const int low[3] = {(cell & 31) << 3, (cell >> 5 & 31) << 3, (cell >> 10) << 3};
     const Block block = {{low[0], low[1], low[2]}, {low[0] | 7, low[1] | 7, low[2] | 7}};
     const dibmedian::coltree* node = root_;
     while (node->axis >= 0) {
-        const auto cut = static_cast<std::uint32_t>(node->cut);
+        const int cut = node->cut;
         if (block.high[node->axis] < cut) {
             node = node->left;
         } else if (block.low[node->axis] >= cut) {
@@ -95,7 +95,7 @@ void MedianLookup::fill(const dibmedian::coltree* node, Block block, std::uint8_
         if (block.low[axis] > block.high[axis]) return;
     }
     if (node->axis >= 0) {
-        const auto cut = static_cast<std::uint32_t>(node->cut);
+        const int cut = node->cut;
         Block below = block;
         Block above = block;
         below.high[node->axis] = std::min(block.high[node->axis], cut - 1);
@@ -104,26 +104,23 @@ void MedianLookup::fill(const dibmedian::coltree* node, Block block, std::uint8_
         fill(node->right, above, table);
         return;
     }
-    for (std::uint32_t red = block.low[2]; red <= block.high[2]; ++red) {
-        for (std::uint32_t green = block.low[1]; green <= block.high[1]; ++green) {
+    for (int red = block.low[2]; red <= block.high[2]; ++red) {
+        for (int green = block.low[1]; green <= block.high[1]; ++green) {
             fillBlues(node->index, block, green, red, table);
         }
     }
 }
 
-void MedianLookup::fillBlues(int box, const Block& block, std::uint32_t green, std::uint32_t red,
-                             std::uint8_t* table) const {
+void MedianLookup::fillBlues(int box, const Block& block, int green, int red, std::uint8_t* table) const {
     std::uint8_t* entries = table + ((red & 7) << 6 | (green & 7) << 3);
-    const std::uint32_t first = block.low[0];
-    const std::uint32_t last = block.high[0];
+    const int first = block.low[0];
+    const int last = block.high[0];
     if (box < kSlots) {
-        std::memset(entries + (first & 7), box, last - first + 1);
+        std::fill_n(entries + (first & 7), last - first + 1, static_cast<std::uint8_t>(box));
         return;
     }
-    for (std::uint32_t blue = first; blue <= last; ++blue) {
-        entries[blue & 7] =
-            runKernel<nearestEntry>(&palette_, static_cast<std::int32_t>(blue),
-                                    static_cast<std::int32_t>(green), static_cast<std::int32_t>(red));
+    for (int blue = first; blue <= last; ++blue) {
+        entries[blue & 7] = runKernel<nearestEntry>(&palette_, blue, green, red);
     }
 }
 

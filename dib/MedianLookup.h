@@ -38,15 +38,14 @@ public:
 private:
     // Inclusive bounds of a block of colours, by axis.
     struct Block {
-        std::uint32_t low[3];
-        std::uint32_t high[3];
+        int low[3];
+        int high[3];
     };
 
-    std::uint32_t makeTable(std::uint32_t cell);
+    std::uint32_t makeTable(int cell);
     void fill(const dibmedian::coltree* node, Block block, std::uint8_t* table) const;
     // The part of a fill that lies in one box and differs in blue alone.
-    void fillBlues(int box, const Block& block, std::uint32_t green, std::uint32_t red,
-                   std::uint8_t* table) const;
+    void fillBlues(int box, const Block& block, int green, int red, std::uint8_t* table) const;
 
     const dibmedian::coltree* root_;
     Palette palette_{};

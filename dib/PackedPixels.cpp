@@ -14,8 +14,7 @@ unsigned char* createPacked(DibStream& image, dib::Packed form) {
     const BITMAPINFOHEADER& header = *image.Header;
     const std::size_t pixelBytes = dib::bytesOf(form);
     dib::MallocPtr<unsigned char> packed;
-    const auto pixelBits = static_cast<std::int64_t>(8 * pixelBytes);
-    if (dib::admitSize(header.biWidth, header.biHeight, pixelBits).admitted) {
+    if (dib::admitSize(header.biWidth, header.biHeight, dib::bitsOf(form)).admitted) {
         packed = dib::allocateImageBlock(reader.width() * pixelBytes * reader.rows());
     }
     if (packed == nullptr) {

@@ -13,7 +13,7 @@ PixelReader::PixelReader(DibStream& image, Packed form) : pixels_(image.Buffer) 
     }
     const int bitCount = image.Header->biBitCount;
     convert_ = converterOf(bitCount, form);
-    isStored_ = bitCount >= 24 && bytesOf(form) * 8 == static_cast<std::size_t>(bitCount);
+    isStored_ = bitCount >= 24 && bitsOf(form) == bitCount;
     bitCount_ = static_cast<std::size_t>(bitCount);
     width_ = static_cast<std::size_t>(image.Header->biWidth);
     if (bitCount <= 8) colors_ = IndexColors(*image.Header);

@@ -12,6 +12,7 @@ namespace dib {
 // Packed pixels have one grey byte, or blue, green, red (, alpha).
 enum class Packed { kGrey, kBgr, kBgra };
 
+constexpr int bitsOf(Packed form) { return form == Packed::kGrey ? 8 : form == Packed::kBgr ? 24 : 32; }
 constexpr std::size_t bytesOf(Packed form) {
     return form == Packed::kGrey ? 1 : form == Packed::kBgr ? 3 : 4;
 }

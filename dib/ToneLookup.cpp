@@ -184,9 +184,8 @@ void ToneLookup::mapColors(unsigned char* pixels, std::size_t count) const {
 }
 
 void ToneLookup::mapColorTable(BITMAPINFOHEADER* header) const {
-    const auto entries = static_cast<std::int32_t>(announcedEntries(*header));
-    if (entries < 1) return;
-    mapColors(reinterpret_cast<unsigned char*>(colorTable(header)), static_cast<std::size_t>(entries));
+    const std::size_t entries = announcedEntries(*header);
+    if (entries <= INT32_MAX) mapColors(reinterpret_cast<unsigned char*>(colorTable(header)), entries);
 }
 
 }  // namespace dib

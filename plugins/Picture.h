@@ -28,30 +28,28 @@ public:
         const dib::ImageSize size = dib::admitSize(width, static_cast<std::int32_t>(height), bitCount);
         if (!size.admitted) return false;
         const std::size_t entries = dib::addressableEntries(bitCount);
-        const std::size_t headerBytes = sizeof(BITMAPINFOHEADER) + entries * 4;
-        pitch_ = size.rowBytes;
+        const std::size_t headerBytes = dib::kHeaderBytes + entries * dib::kEntryBytes;
+        size_ = size;
         header_.reset(static_cast<BITMAPINFOHEADER*>(std::calloc(1, headerBytes)));
-        if (header_ == nullptr) return false;
-        buffer_.reset(static_cast<unsigned char*>(std::calloc(size.rows, pitch_)));
-        if (buffer_ == nullptr) return false;
-        header_->biSize = sizeof(BITMAPINFOHEADER);
+        buffer_ = dib::allocateZeroed<unsigned char>(size.imageBytes);
+        if (header_ == nullptr || buffer_ == nullptr) return false;
+        header_->biSize = dib::kHeaderBytes;
         header_->biWidth = static_cast<std::int32_t>(width);
         header_->biHeight = static_cast<std::int32_t>(height);
         header_->biPlanes = 1;
         header_->biBitCount = static_cast<std::uint16_t>(bitCount);
         header_->biClrUsed = static_cast<std::uint32_t>(entries);
         header_->biSizeImage = static_cast<std::uint32_t>(size.imageBytes);
-        auto* table = reinterpret_cast<unsigned char*>(header_.get() + 1);
-        for (std::size_t i = 0; i < entries * 4; ++i) {
-            if (i % 4 != 3) table[i] = static_cast<unsigned char>(i / 4);
+        DibBGRA* table = dib::colorTable(header_.get());
+        for (std::size_t i = 0; i < entries; ++i) {
+            const auto grey = static_cast<unsigned char>(i);
+            table[i] = {grey, grey, grey, 0};
         }
         return true;
     }
 
     // The first byte of row y, counted from the top.
-    unsigned char* row(std::size_t y) {
-        return buffer_.get() + (static_cast<std::size_t>(header_->biHeight) - 1 - y) * pitch_;
-    }
+    unsigned char* row(std::size_t y) { return buffer_.get() + (size_.rows - 1 - y) * size_.rowBytes; }
     const BITMAPINFOHEADER& header() const { return *header_; }
 
     void release(BITMAPINFOHEADER** header, unsigned char** buffer) {
@@ -61,8 +59,8 @@ public:
 
 private:
     std::unique_ptr<BITMAPINFOHEADER, dib::FreeDeleter> header_;
-    std::unique_ptr<unsigned char, dib::FreeDeleter> buffer_;
-    std::size_t pitch_ = 0;
+    dib::MallocPtr<unsigned char> buffer_;
+    dib::ImageSize size_;
 };
 
 }  // namespace plugins

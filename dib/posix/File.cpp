@@ -33,6 +33,11 @@ std::int64_t sizeOnDisk(std::FILE* file) {
 
 namespace {
 
+template <class Byte>
+Byte* rowAt(Byte* first, std::ptrdiff_t step, std::size_t row) {
+    return first + static_cast<std::ptrdiff_t>(row) * step;
+}
+
 // Every system accepts as many rows at once.
 constexpr std::size_t kRowsAtOnce = 1024;
 
@@ -47,10 +52,8 @@ std::size_t transferRows(unsigned char* first, std::ptrdiff_t step, std::size_t 
         const std::size_t begin = done % rowBytes;  // a system may move less than it was given
         iovec parts[kRowsAtOnce];
         const std::size_t count = std::min(rows - row, kRowsAtOnce);
-        for (std::size_t i = 0; i < count; ++i) {
-            parts[i] = {first + static_cast<std::ptrdiff_t>(row + i) * step, rowBytes};
-        }
-        parts[0].iov_base = static_cast<unsigned char*>(parts[0].iov_base) + begin;
+        for (std::size_t i = 0; i < count; ++i) parts[i] = {rowAt(first, step, row + i), rowBytes};
+        parts[0].iov_base = rowAt(first, step, row) + begin;
         parts[0].iov_len -= begin;
         const ssize_t moved = transfer(parts, static_cast<int>(count), done);
         if (moved < 0 && errno == EINTR) continue;
@@ -72,7 +75,7 @@ std::size_t readRows(std::FILE* file, unsigned char* first, std::ptrdiff_t step,
     if (descriptor < 0 || start < 0) {
         // A stream in memory, or a pipe.
         for (std::size_t row = 0; row < rows && done == row * rowBytes; ++row) {
-            done += std::fread(first + static_cast<std::ptrdiff_t>(row) * step, 1, rowBytes, file);
+            done += std::fread(rowAt(first, step, row), 1, rowBytes, file);
         }
         return done;
     }
@@ -91,7 +94,7 @@ bool writeRows(std::FILE* file, const unsigned char* first, std::ptrdiff_t step,
     if (descriptor < 0) {
         // A stream in memory.
         for (std::size_t row = 0; row < rows; ++row) {
-            if (!writeBytes(file, first + static_cast<std::ptrdiff_t>(row) * step, rowBytes)) return false;
+            if (!writeBytes(file, rowAt(first, step, row), rowBytes)) return false;
         }
         return true;
     }

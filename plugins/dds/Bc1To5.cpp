@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Bytes.h"
 #include "plugins/dds/Blocks.h"
 
 namespace plugins::dds {
@@ -33,8 +34,8 @@ Texel mix(const Texel& a, unsigned shareOfA, const Texel& b, unsigned shareOfB) 
 
 // Two end points and 2-bit indices. In BC1 their order tells whether the fourth colour is clear.
 void decodeColors(const unsigned char* bytes, bool mayBeClear, Block& texels) {
-    const auto first = static_cast<unsigned>(littleEndian(bytes, 2));
-    const auto second = static_cast<unsigned>(littleEndian(bytes + 2, 2));
+    const unsigned first = dib::readLe16(bytes);
+    const unsigned second = dib::readLe16(bytes + 2);
     Texel palette[4] = {fromRgb565(first), fromRgb565(second), {}, {}};
     if (first > second || !mayBeClear) {
         palette[2] = mix(palette[0], 2, palette[1], 1);
@@ -43,7 +44,7 @@ void decodeColors(const unsigned char* bytes, bool mayBeClear, Block& texels) {
         palette[2] = mix(palette[0], 1, palette[1], 1);
         palette[3] = {0, 0, 0, 0};
     }
-    std::uint64_t indices = littleEndian(bytes + 4, 4);
+    std::uint32_t indices = dib::readLe32(bytes + 4);
     for (Texel& texel : texels) {
         texel = palette[indices & 3];
         indices >>= 2;

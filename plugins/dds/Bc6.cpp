@@ -19,6 +19,7 @@ constexpr int kPartition = 12;  // the field after those of 3 channels x 4 end p
 struct Layout {
     unsigned char field[80] = {};
     unsigned char bit[80] = {};
+    unsigned char width[kPartition + 1] = {};  // bits of each field
     int bits = 0;
 
     // From text such as "gy4 rw0-9": a channel and end point, and a bit or a range of them, in either
@@ -45,7 +46,7 @@ struct Layout {
                 last = number();
             }
             const int step = last < first ? -1 : 1;
-            for (int i = first; i != last + step; i += step, ++bits) {
+            for (int i = first; i != last + step; i += step, ++bits, ++width[name]) {
                 field[bits] = static_cast<unsigned char>(name);
                 bit[bits] = static_cast<unsigned char>(i);
             }
@@ -54,96 +55,59 @@ struct Layout {
     }
 };
 
+// The layout also says how many bits the end points have, and a partition belongs to two subsets.
 struct Mode {
     unsigned code;
-    int subsets;
-    int baseBits;      // of the first end point
-    int deltaBits[3];  // of the others, for each channel
-    bool isRelative;   // whether the others are differences to the first
     Layout layout;
+
+    constexpr int subsets() const { return layout.width[kPartition] != 0 ? 2 : 1; }
+    int baseBits() const { return layout.width[0]; }
+    int deltaBits(int channel) const { return layout.width[3 + channel]; }
+    // End points shorter than the first one are differences to it.
+    bool isRelative() const { return deltaBits(0) < baseBits(); }
 };
 
 constexpr Mode kModes[] = {
     {0x00,
-     2,
-     10,
-     {5, 5, 5},
-     true,
      Layout("gy4 by4 bz4 rw0-9 gw0-9 bw0-9 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 rz0-4 "
             "bz3 d0-4")},
     {0x01,
-     2,
-     7,
-     {6, 6, 6},
-     true,
      Layout("gy5 gz4 gz5 rw0-6 bz0 bz1 by4 gw0-6 by5 bz2 gy4 bw0-6 bz3 bz5 bz4 rx0-5 gy0-3 gx0-5 gz0-3 bx0-5 "
             "by0-3 ry0-5 rz0-5 d0-4")},
     {0x02,
-     2,
-     11,
-     {5, 4, 4},
-     true,
      Layout("rw0-9 gw0-9 bw0-9 rx0-4 rw10 gy0-3 gx0-3 gw10 bz0 gz0-3 bx0-3 bw10 bz1 by0-3 ry0-4 bz2 rz0-4 "
             "bz3 d0-4")},
     {0x06,
-     2,
-     11,
-     {4, 5, 4},
-     true,
      Layout("rw0-9 gw0-9 bw0-9 rx0-3 rw10 gz4 gy0-3 gx0-4 gw10 gz0-3 bx0-3 bw10 bz1 by0-3 ry0-3 bz0 bz2 "
             "rz0-3 gy4 bz3 d0-4")},
     {0x0A,
-     2,
-     11,
-     {4, 4, 5},
-     true,
      Layout("rw0-9 gw0-9 bw0-9 rx0-3 rw10 by4 gy0-3 gx0-3 gw10 bz0 gz0-3 bx0-4 bw10 by0-3 ry0-3 bz1 bz2 "
             "rz0-3 bz4 bz3 d0-4")},
     {0x0E,
-     2,
-     9,
-     {5, 5, 5},
-     true,
      Layout("rw0-8 by4 gw0-8 gy4 bw0-8 bz4 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 rz0-4 "
             "bz3 d0-4")},
     {0x12,
-     2,
-     8,
-     {6, 5, 5},
-     true,
      Layout("rw0-7 gz4 by4 gw0-7 bz2 gy4 bw0-7 bz3 bz4 rx0-5 gy0-3 gx0-4 bz0 gz0-3 bx0-4 bz1 by0-3 ry0-5 "
             "rz0-5 d0-4")},
     {0x16,
-     2,
-     8,
-     {5, 6, 5},
-     true,
      Layout("rw0-7 bz0 by4 gw0-7 gy5 gy4 bw0-7 gz5 bz4 rx0-4 gz4 gy0-3 gx0-5 gz0-3 bx0-4 bz1 by0-3 ry0-4 bz2 "
             "rz0-4 bz3 d0-4")},
     {0x1A,
-     2,
-     8,
-     {5, 5, 6},
-     true,
      Layout("rw0-7 bz1 by4 gw0-7 by5 gy4 bw0-7 bz5 bz4 rx0-4 gz4 gy0-3 gx0-4 bz0 gz0-3 bx0-5 by0-3 ry0-4 bz2 "
             "rz0-4 bz3 d0-4")},
     {0x1E,
-     2,
-     6,
-     {6, 6, 6},
-     false,
      Layout("rw0-5 gz4 bz0 bz1 by4 gw0-5 gy5 by5 bz2 gy4 bw0-5 gz5 bz3 bz5 bz4 rx0-5 gy0-3 gx0-5 gz0-3 bx0-5 "
             "by0-3 ry0-5 rz0-5 d0-4")},
-    {0x03, 1, 10, {10, 10, 10}, false, Layout("rw0-9 gw0-9 bw0-9 rx0-9 gx0-9 bx0-9")},
-    {0x07, 1, 11, {9, 9, 9}, true, Layout("rw0-9 gw0-9 bw0-9 rx0-8 rw10 gx0-8 gw10 bx0-8 bw10")},
-    {0x0B, 1, 12, {8, 8, 8}, true, Layout("rw0-9 gw0-9 bw0-9 rx0-7 rw11-10 gx0-7 gw11-10 bx0-7 bw11-10")},
-    {0x0F, 1, 16, {4, 4, 4}, true, Layout("rw0-9 gw0-9 bw0-9 rx0-3 rw15-10 gx0-3 gw15-10 bx0-3 bw15-10")},
+    {0x03, Layout("rw0-9 gw0-9 bw0-9 rx0-9 gx0-9 bx0-9")},
+    {0x07, Layout("rw0-9 gw0-9 bw0-9 rx0-8 rw10 gx0-8 gw10 bx0-8 bw10")},
+    {0x0B, Layout("rw0-9 gw0-9 bw0-9 rx0-7 rw11-10 gx0-7 gw11-10 bx0-7 bw11-10")},
+    {0x0F, Layout("rw0-9 gw0-9 bw0-9 rx0-3 rw15-10 gx0-3 gw15-10 bx0-3 bw15-10")},
 };
 
 constexpr bool layoutsAreWhole() {
     for (const Mode& mode : kModes) {
         const int modeBits = mode.code < 2 ? 2 : 5;
-        if (modeBits + mode.layout.bits != (mode.subsets == 2 ? 82 : 65)) return false;
+        if (modeBits + mode.layout.bits != (mode.subsets() == 2 ? 82 : 65)) return false;
     }
     return true;
 }
@@ -185,13 +149,14 @@ struct EndPoints {
         partition = static_cast<unsigned>(raw[kPartition]);
         for (int channel = 0; channel < 3; ++channel) {
             const int base = raw[channel];
-            for (int end = 0; end < 2 * mode.subsets; ++end) {
+            for (int end = 0; end < 2 * mode.subsets(); ++end) {
                 int whole = raw[channel + 3 * end];
-                if (mode.isRelative && end > 0) {
-                    whole = (base + signExtend(whole, mode.deltaBits[channel])) & ((1 << mode.baseBits) - 1);
+                if (mode.isRelative() && end > 0) {
+                    whole =
+                        (base + signExtend(whole, mode.deltaBits(channel))) & ((1 << mode.baseBits()) - 1);
                 }
-                if (isSigned) whole = signExtend(whole, mode.baseBits);
-                value[end][channel] = unquantize(whole, mode.baseBits, isSigned);
+                if (isSigned) whole = signExtend(whole, mode.baseBits());
+                value[end][channel] = unquantize(whole, mode.baseBits(), isSigned);
             }
         }
     }
@@ -225,11 +190,11 @@ void decodeBc6Samples(const unsigned char* bytes, bool isSigned, FloatBlock& sam
         return;
     }
     const EndPoints ends(*mode, bits, isSigned);
-    const int indexBits = mode->subsets == 2 ? 3 : 4;
+    const int indexBits = mode->subsets() == 2 ? 3 : 4;
     for (unsigned i = 0; i < samples.size(); ++i) {
-        const bool isAnchored = isAnchor(mode->subsets, ends.partition, i);
+        const bool isAnchored = isAnchor(mode->subsets(), ends.partition, i);
         const unsigned index = bits.take(isAnchored ? indexBits - 1 : indexBits);
-        const unsigned subset = subsetOf(mode->subsets, ends.partition, i);
+        const unsigned subset = subsetOf(mode->subsets(), ends.partition, i);
         const auto channel = [&](int c) {
             const int value =
                 interpolate(ends.value[2 * subset][c], ends.value[2 * subset + 1][c], index, indexBits);

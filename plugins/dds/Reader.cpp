@@ -47,8 +47,7 @@ void putTexels(const Surface& surface, const unsigned char* bytes, std::size_t y
     unsigned char* out = picture.row(y);
     for (std::uint32_t x = 0; x < surface.width; ++x) {
         std::uint32_t texel = 0;
-        for (std::size_t i = 0; i < surface.unitBytes; ++i)
-            texel |= static_cast<std::uint32_t>(*bytes++) << (8 * i);
+        for (std::size_t i = 0; i < surface.unitBytes; ++i) texel |= std::uint32_t{*bytes++} << (8 * i);
         if (surface.isGrey) {
             *out++ = surface.red.byte(texel, 0);
             continue;
@@ -62,8 +61,8 @@ void putTexels(const Surface& surface, const unsigned char* bytes, std::size_t y
 
 bool readRows(std::FILE* file, const Surface& surface, Picture& picture, DibProgressCallback progress,
               void* user) {
-    const auto rows = static_cast<std::size_t>(surface.unitRows());
-    const auto unitsPerRow = static_cast<std::size_t>(surface.unitsPerRow());
+    const std::size_t rows = surface.unitRows();
+    const std::size_t unitsPerRow = surface.unitsPerRow();
     std::vector<unsigned char> bytes(unitsPerRow * surface.unitBytes);
     Block texels;
     for (std::size_t row = 0; row < rows; ++row) {

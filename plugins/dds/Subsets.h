@@ -13,7 +13,7 @@ public:
     unsigned take(int count) {
         unsigned value = 0;
         for (int i = 0; i < count; ++i, ++at_) {
-            value |= (static_cast<unsigned>(bytes_[at_ >> 3]) >> (at_ & 7) & 1U) << i;
+            value |= (unsigned{bytes_[at_ >> 3]} >> (at_ & 7) & 1U) << i;
         }
         return value;
     }
