@@ -16,16 +16,15 @@ ALLOWED = {
     "effects": {"include", "dib", "geometry"},
     "files": set(),
     "formats": {"include", "vexlibs", "dib", "files"},
-    # Headers of the library that need nothing but themselves: what plug-ins link is nothing of it.
+    # Only headers that need no compiled code of the library: plug-ins link nothing of it.
     "plugins": {"include", "vexlibs", "dib"},
-    # The tool is an application: it uses what is installed, VexLibs.h among it. Replacing files is the one thing that it
-    # shares with the library beside that.
-    "tools": {"include", "vexlibs", "files"},
+    # The tool is an application: it uses the installed headers, VexLibs.h among them.
+    "tools": {"include", "vexlibs"},
 }
-# Parts of formats/ that are linked into the tool itself: what no public header says yet.
-TOOL_PARTS = ("formats/diagnosis/", "formats/Formats.h", "formats/OpenBundle.h")
-# Effects work on images in memory; compose alone loads its second image, which the table of formats knows how to, and
-# takes the extension of its path.
+# The part of formats/ that is linked into the tool itself, because no public header has it.
+TOOL_PARTS = ("formats/diagnosis/",)
+# Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of
+# formats, by the extension of the path.
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
 FILE_USERS = {("effects", "Compose", "Formats.h"), ("effects", "Compose", "VexLibs.h")}
 # Public headers and the layers below the codecs use the standard library and processor intrinsics only.
