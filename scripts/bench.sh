@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs the benches, ours and those of the peer programs that are built, and plots the results (bench-plots.py).
 # usage: scripts/bench.sh [FOLDER] [FILTER]     default: bench-out/ and every operation except cancel_*
-# DIB_PEERS names the folder with the other side of the comparison (docs/performance.md), DIB_PEERS_BUILD where its
-# programs are built; those that are not built are left out.
+# DIB_PEERS names the folder of the compared programs (docs/performance.md), DIB_PEERS_BUILD the folder where they are
+# built; programs that are not built are left out.
 set -euo pipefail
 [ $# -eq 0 ] || out="$(realpath -m -- "$1")"
 cd "$(dirname "$0")/.."

@@ -2,8 +2,8 @@
 """Checks that code quoted in the documentation is what the tree contains.
 
 A code block that follows the line `<!-- whole of FILE -->` must equal that file; one that follows
-`<!-- from FILE -->` must stand in it. Every block of C++ is such a quotation. Links to files of the tree must lead
-somewhere, and every page must be linked from another one.
+`<!-- from FILE -->` must occur in it. Every block of C++ is such a quotation. Links to files of the tree must have a
+target, and every page must be linked from another one.
 
 usage: check-quotes.py [ROOT]
 """
@@ -22,10 +22,10 @@ def links(page):
 
 
 def unlinked(root, pages):
-    """The pages that no other page leads to."""
+    """The pages that no other page links to."""
     linked = {(page.parent / link).resolve() for page in pages for link in links(page)
               if (page.parent / link).resolve() != page.resolve()}
-    return [f"{page.relative_to(root)}: no page leads here" for page in pages
+    return [f"{page.relative_to(root)}: no page links here" for page in pages
             if page != root / "README.md" and page.resolve() not in linked]
 
 
@@ -36,7 +36,7 @@ def check(root, page):
     if len(quotes) != text.count("<!-- whole of ") + text.count("<!-- from "):
         wrong.append("a quotation is not followed by a code block")
     if len(CODE.findall(text)) > len(quotes):
-        wrong.append("a block of C++ is no quotation")
+        wrong.append("a block of C++ is not a quotation")
     for kind, name, code in quotes:
         file = root / name
         source = file.read_text(encoding="utf-8") if file.is_file() else None
@@ -44,7 +44,7 @@ def check(root, page):
             wrong.append(f"{name} is quoted, but does not exist")
         elif code != source if kind == "whole of" else code not in source:
             wrong.append(f"a quotation differs from {name}")
-    wrong += [f"the link to {link} leads nowhere" for link in links(page)
+    wrong += [f"{link} is linked, but does not exist" for link in links(page)
               if not (page.parent / link).exists()]
     return len(quotes), [f"{page.relative_to(root)}: {line}" for line in wrong]
 

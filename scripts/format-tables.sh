@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Writes the tables of formats into the documentation, or with --check says whether they are up to date.
+# Writes the tables of formats into the documentation, or with --check fails when they are out of date.
 # usage: scripts/format-tables.sh [--check] [PROGRAM]
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -30,7 +30,8 @@ for folder in "fuzz/seeds/$feature" "tests/data/$feature" "${more[@]}"; do
     [ -d "$folder" ] && inputs+=("$folder")
 done
 
-# A few bytes can declare a picture of gigabytes, whose shadow memory alone would take most of the time: make it fail.
+# A few bytes can declare a picture of gigabytes, whose shadow memory alone would take most of the time. Allocations of
+# that size fail instead.
 export ASAN_OPTIONS="allocator_may_return_null=1:max_allocation_size_mb=32:${ASAN_OPTIONS:-}"
 
 # libFuzzer writes into the first folder only, not into the seeds of the tree.
