@@ -33,6 +33,9 @@ PLACES = [
 # The same by the format, which is the name of the function without its first word, in letters of any size.
 FORMAT_PLACES = [
     ("docs/limits.md", "{}", "what is read and written", ()),
+    # The row of ILBM has another name than its functions.
+    ("formats/Formats.cpp", "k{}Format", "table of formats", ("PGM", "IFF")),
+    ("tests/formats/FormatsTest.cpp", "{}", "tests of the table of formats", ()),
     ("formats/diagnosis/*.h", "diagnose{}", "reasons why a file is refused", ("PGM",)),
 ]
 
