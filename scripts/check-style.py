@@ -26,12 +26,6 @@ def sources(root):
             yield path, name
 
 
-def notYet(root):
-    """Folders that are still to be cleaned, one a line."""
-    file = root / "scripts" / "not-yet-plain.txt"
-    return tuple(file.read_text(encoding="utf-8").split()) if file.exists() else ()
-
-
 def columnLimit(root):
     return int(re.search(r"^ColumnLimit: (\d+)$", (root / ".clang-format").read_text(encoding="utf-8"), re.MULTILINE)[1])
 
@@ -76,11 +70,8 @@ def main():
     root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parent.parent
     limit = columnLimit(root)
     words = list(phrases(root))
-    skipped = notYet(root)
     files = wrong = 0
     for path, name in sources(root):
-        if name.startswith(skipped):
-            continue
         files += 1
         text = path.read_text(encoding="utf-8")
         found = list(checkWords(text, words)) if name != "scripts/plain-words.txt" else []

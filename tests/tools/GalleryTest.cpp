@@ -12,7 +12,7 @@
 #include "tests/tools/Program.h"
 #include "tools/gallery/CallText.h"
 #include "tools/gallery/ContactSheet.h"
-#include "tools/gallery/Html.h"
+#include "tools/gallery/GalleryPage.h"
 #include "tools/operations/Operations.h"
 
 namespace tool_test {

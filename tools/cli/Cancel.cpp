@@ -24,7 +24,7 @@ void installSignalHandlers() {
     struct sigaction action {};
     action.sa_handler = handleSignal;
     sigemptyset(&action.sa_mask);
-    // Without SA_RESTART a signal also ends a wait for standard input.
+    // No SA_RESTART: a signal must also end a blocked read of standard input.
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
     for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
 }

@@ -1,20 +1,20 @@
-/// Signals that end the program, such as Ctrl-C: the first one asks the running operation to stop, a second
-/// one ends the program at once.
+// Signals that end the program, such as Ctrl-C: the first one asks the running operation to stop, a second
+// one ends the program at once.
 #ifndef TOOLS_CLI_CANCEL_H
 #define TOOLS_CLI_CANCEL_H
 
 namespace tool {
 
-/// Takes over SIGINT, SIGTERM and SIGHUP; ignores SIGPIPE and SIGXFSZ, so that a write that hits them fails.
+// Handles SIGINT, SIGTERM and SIGHUP; ignores SIGPIPE and SIGXFSZ, so that the write fails instead.
 void installSignalHandlers();
 
-/// Whether a signal asked for the end.
+// Whether a signal has arrived.
 bool isCancelled();
-/// @throws Failure (cancelled) when a signal asked for the end.
+// Throws Failure (cancelled) when a signal has arrived.
 void stopIfCancelled();
 
-/// While one lives, a second signal does not end the program either: a file is being written, and saving
-/// stops soon and removes what it began.
+// While an object exists, a second signal does not end the program at once: the save that is running stops by
+// itself and removes its temporary file.
 class FileUnderWay {
 public:
     FileUnderWay();

@@ -1,4 +1,5 @@
-/// The commands of the program. Each is a row of a table, and a file in tools/commands/ that declares its options.
+// The commands of the program. Each is a row of a table and a file in tools/commands/ that declares its
+// options.
 #ifndef TOOLS_CLI_COMMANDS_H
 #define TOOLS_CLI_COMMANDS_H
 
@@ -15,24 +16,24 @@ namespace tool {
 struct Command {
     const char* name;
     const char* help;
-    /// Declares operands and options on `command`, and the callback that runs it. The callback throws Failure.
+    // Declares operands and options on `command`, and the callback that runs it. The callback throws Failure.
     void (*declare)(CLI::App& command);
-    /// The operands, where the parser knows them as one list only.
+    // Text of the operands; null: as declared.
     const char* operands = nullptr;
 };
 std::span<const Command> commands();
 
-/// Declares every command on `app`; parsing then runs the chosen one. @throws Failure.
+// Declares every command on `app`; parsing then runs the chosen one. Throws Failure.
 void declareCommands(CLI::App& app);
 
-/// What the manual and the completion say about an option.
+// What the manual and the completion say about an option.
 struct OptionText {
-    std::string name;    ///< "--progress"
-    std::string values;  ///< "auto|always|never", a placeholder, or empty for a switch.
+    std::string name;    // "--progress"
+    std::string values;  // "auto|always|never", a placeholder, or empty for a switch.
     std::string help;
 };
 std::vector<OptionText> optionTexts(const CLI::App& app, const Command& command);
-/// "INPUT [OPERATION]... OUTPUT"
+// "INPUT [OPERATION]... OUTPUT"
 std::string operandText(const CLI::App& app, const Command& command);
 
 }  // namespace tool

@@ -5,6 +5,7 @@
 
 #include "tools/cli/Commands.h"
 #include "tools/cli/Options.h"
+#include "tools/io/Assets.h"
 #include "tools/io/Formats.h"
 #include "tools/operations/Operations.h"
 
@@ -92,74 +93,6 @@ void offerOperands(std::string_view command, const std::string& typed, Offers& o
     for (const Operation& operation : operations()) offers.add(std::string(operation.name), operation.help);
 }
 
-constexpr const char* kBashScript = R"(# bash completion for dib
-
-_dib() {
-    local line=${COMP_LINE:0:COMP_POINT} kept='' kind offer
-    local -a words
-    read -ra words <<<"$line"
-    [[ $line == *[[:blank:]] ]] && words+=('')
-    local current=${words[-1]}
-    COMPREPLY=()
-    # The line editor keeps what stands before its own last word break.
-    [[ $current == *[:=]* ]] && kept=${current%"${current##*[:=]}"}
-    while IFS=$'\t' read -r offer _; do
-        if [[ -z $kind ]]; then
-            kind=$offer
-            continue
-        fi
-        COMPREPLY+=("${offer#"$kept"}")
-        [[ $offer == *[:=] ]] && compopt -o nospace 2>/dev/null
-    done < <("${words[0]}" __complete "${words[@]:1}" 2>/dev/null)
-    # Without words the line editor offers files by itself.
-    [[ $kind == files && ${#COMPREPLY[@]} -gt 0 ]] &&
-        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$current")
-    return 0
-}
-
-complete -o default -F _dib dib
-)";
-
-constexpr const char* kZshScript = R"(#compdef dib
-
-_dib() {
-    local kind line word
-    local -a whole begun
-    for line in "${(@f)$(${words[1]} __complete "${(@)words[2,CURRENT]}" 2>/dev/null)}"; do
-        if [[ -z $kind ]]; then
-            kind=$line
-            continue
-        fi
-        # _describe splits "word:explanation" at the first bare colon.
-        word=${${line%%$'\t'*}//:/\\:}
-        [[ $line == *$'\t'* ]] && line=$word:${line#*$'\t'} || line=$word
-        if [[ $word == *[:=]* ]]; then begun+=("$line"); else whole+=("$line"); fi
-    done
-    _describe -t words word whole
-    _describe -t words word begun -S ''
-    [[ $kind != files ]] || _files
-}
-
-if [[ $funcstack[1] == _dib ]]; then
-    _dib "$@"
-else
-    compdef _dib dib
-fi
-)";
-
-constexpr const char* kFishScript = R"(# fish completion for dib
-
-function __dib_complete
-    set -l words (commandline -opc)
-    set -l current (commandline -ct)
-    set -l lines ($words[1] __complete $words[2..] "$current" 2>/dev/null)
-    test "$lines[1]" = files; and __fish_complete_path "$current"
-    printf '%s\n' $lines[2..]
-end
-
-complete -c dib -f -a '(__dib_complete)'
-)";
-
 }  // namespace
 
 std::string completions(const CLI::App& app, const std::vector<std::string>& words) {
@@ -181,7 +114,7 @@ std::string completions(const CLI::App& app, const std::vector<std::string>& wor
 }
 
 std::string completionScript(const std::string& shell) {
-    return shell == "bash" ? kBashScript : shell == "zsh" ? kZshScript : kFishScript;
+    return std::string(shell == "bash" ? kBashScript : shell == "zsh" ? kZshScript : kFishScript);
 }
 
 }  // namespace tool

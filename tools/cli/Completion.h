@@ -1,4 +1,4 @@
-/// Completion of command lines: the scripts for the shells, and the answers that they ask the program for.
+// Completion of command lines: the scripts for the shells and the program's answers to them.
 #ifndef TOOLS_CLI_COMPLETION_H
 #define TOOLS_CLI_COMPLETION_H
 
@@ -11,14 +11,14 @@ class App;
 
 namespace tool {
 
-/// The hidden command that the scripts call, with the words behind the program's name as arguments.
+// The hidden command that the scripts call with the words after the program's name.
 inline constexpr const char* kCompleteCommand = "__complete";
 
-/// What can stand in the place of the last word, which may be empty: "files" or "words" on the first line, which says
-/// whether file names are possible too, then a line for each word, which a tab and an explanation may follow.
+// Completions of the last word, which may be empty. The first line is "files" if file names fit as well, else
+// "words"; then each word has a line, with a tab and an explanation after it if there is one.
 std::string completions(const CLI::App& app, const std::vector<std::string>& words);
 
-/// The script for one of `kShells`.
+// The script for one of `kShells`.
 std::string completionScript(const std::string& shell);
 
 }  // namespace tool

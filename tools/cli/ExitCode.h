@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// What the program gives back to the shell.
+// The exit status of the program.
 enum ExitCode : int {
     kExitDone = 0,
     kExitOperationFailed = 1,
@@ -19,17 +19,16 @@ enum ExitCode : int {
     kExitCancelled = 130,
 };
 
-/// Ends the program: a message for standard error and the code for the shell.
+// Ends the program with a message on standard error and an exit status.
 class Failure : public std::runtime_error {
 public:
     Failure(ExitCode exitCode, const std::string& message)
         : Failure(exitCode, std::vector<std::string>{message}) {}
-    /// @param lines The message, at least one line.
     Failure(ExitCode exitCode, std::vector<std::string> lines)
         : std::runtime_error(lines.front()), exitCode_(exitCode), lines_(std::move(lines)) {}
 
     ExitCode exitCode() const { return exitCode_; }
-    /// A name inside of a line may hold a line feed, which begins no other one.
+    // At least one. A line feed inside a line comes from a name and starts no new line.
     const std::vector<std::string>& lines() const { return lines_; }
 
 private:
@@ -37,7 +36,7 @@ private:
     std::vector<std::string> lines_;
 };
 
-/// A mistake on the command line.
+// A mistake on the command line.
 inline Failure usageFailure(const std::string& message) { return Failure(kExitUsage, message); }
 
 }  // namespace tool

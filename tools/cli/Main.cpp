@@ -17,7 +17,7 @@
 
 namespace {
 
-// What is wrong with the command line. The parser does not name a word that is no command.
+// What is wrong with the command line; the parser does not name unknown words.
 std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> rest = app.remaining(true);
     if (rest.empty()) return error.what();

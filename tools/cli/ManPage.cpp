@@ -9,10 +9,10 @@ namespace tool {
 
 namespace {
 
-// The day on which the wording last changed; the build day would make builds differ.
+// When the wording last changed. The date of the build would make builds differ.
 constexpr const char* kDate = "2026-11-21";
 
-// Text that roff prints as it is: no escapes, no requests, no hyphens that turn typographic.
+// Text that roff prints unchanged: escapes, requests and hyphens are masked.
 std::string escaped(std::string_view text) {
     std::string roff;
     for (const char c : text) {
@@ -28,7 +28,7 @@ std::string escaped(std::string_view text) {
     return roff;
 }
 
-// Running text with short lines and each sentence on a new one, as roff sources are written.
+// Text in short lines, with each sentence on a new one, as is usual in roff.
 std::string paragraph(std::string_view text) {
     constexpr std::size_t kLineLength = 60;
     std::string lines;

@@ -1,4 +1,4 @@
-/// The manual page.
+// The manual page.
 #ifndef TOOLS_CLI_MAN_PAGE_H
 #define TOOLS_CLI_MAN_PAGE_H
 
@@ -10,7 +10,7 @@ class App;
 
 namespace tool {
 
-/// As roff.
+// In roff.
 std::string manPage(const CLI::App& app);
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-/// Operands and options that several commands have.
+// Operands and options that several commands have.
 #ifndef TOOLS_CLI_OPTIONS_H
 #define TOOLS_CLI_OPTIONS_H
 
@@ -12,22 +12,22 @@ class App;
 
 namespace tool {
 
-inline constexpr const char* kFormatPlaceholder = "FORMAT";  ///< Stands for the name of a format.
+inline constexpr const char* kFormatPlaceholder = "FORMAT";  // Stands for the name of a format.
 inline constexpr const char* kShells = "bash|zsh|fish";
 
-/// An operand that must be given.
+// An operand that must be given.
 void addOperand(CLI::App& command, const std::string& name, std::string& value, const std::string& help);
-/// "--from" or "--to"; `format` keeps its value where the option is not given.
+// "--from" or "--to"; `format` keeps its value where the option is not given.
 void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help);
-/// How pictures are opened: "--from", "--keep-damaged", "--limit" and "--plugins".
+// How pictures are opened: "--from", "--keep-damaged", "--limit" and "--plugins".
 void addOpening(CLI::App& command, DibLoadOptions& options);
-/// How pictures are saved: "--to", "--quality", "--strict" and "--verbose".
+// How pictures are saved: "--to", "--quality", "--strict" and "--verbose".
 void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp);
-/// "--plugins", which takes effect at once.
+// "--plugins", which takes effect at once.
 void addPlugins(CLI::App& command);
-/// "--progress"; `isShown` is set in any case.
+// "--progress"; `isShown` is set in any case.
 void addProgress(CLI::App& command, bool& isShown);
-/// "--json".
+// "--json".
 void addJson(CLI::App& command, bool& asJson);
 
 }  // namespace tool

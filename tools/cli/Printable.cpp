@@ -12,7 +12,7 @@ struct Character {
     std::size_t bytes;
 };
 
-// The first character of a UTF-8 text; a byte that begins none stands for itself.
+// The first character of a UTF-8 text; an invalid byte counts as one character.
 Character firstOf(std::string_view text) {
     const auto byte = [text](std::size_t i) -> std::uint32_t {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
@@ -32,13 +32,13 @@ struct CodeRange {
     std::uint32_t first;
     std::uint32_t last;
 };
-constexpr CodeRange kSteering[] = {
+constexpr CodeRange kControls[] = {
     {0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200E, 0x200F},
     {0x2028, 0x202E}, {0x2066, 0x2069}, {0xFEFF, 0xFEFF},
 };
 
-bool isSteering(std::uint32_t code) {
-    for (const CodeRange& range : kSteering) {
+bool isControl(std::uint32_t code) {
+    for (const CodeRange& range : kControls) {
         if (code >= range.first && code <= range.last) return true;
     }
     return false;
@@ -49,7 +49,7 @@ std::string replaced(std::string_view text, Replace replacementOf) {
     std::string safe;
     while (!text.empty()) {
         const Character character = firstOf(text);
-        if (isSteering(character.code)) {
+        if (isControl(character.code)) {
             safe += replacementOf(character.code);
         } else {
             safe += text.substr(0, character.bytes);

@@ -1,4 +1,4 @@
-/// Text that others chose, for a terminal.
+// Text from files and command lines, made safe for a terminal.
 #ifndef TOOLS_CLI_PRINTABLE_H
 #define TOOLS_CLI_PRINTABLE_H
 
@@ -8,15 +8,15 @@
 
 namespace tool {
 
-/// The text with '?' for every character that could steer a terminal or misplace what follows: controls (line
-/// feeds, the 8-bit ones and the line separators among them) and marks of writing direction. Other bytes above
-/// 127 stay.
+// The text with '?' for every character that can control a terminal or reorder the text after it: controls
+// (line feeds, the 8-bit ones and the line separators among them) and marks of writing direction. Other
+// bytes above 127 stay.
 std::string printable(std::string_view text);
 
-/// Prints lines to standard error, each with the name of the program before it.
+// Prints lines to standard error, each after the name of the program.
 void complain(const std::vector<std::string>& lines);
 
-/// JSON text with escapes for the same characters, which occur in its strings only.
+// JSON text with escapes for the same characters, which occur in its strings only.
 std::string printableJson(std::string_view json);
 
 }  // namespace tool

@@ -30,7 +30,7 @@ bool Progress::report(float fractionOfStep, void* user) {
 
 void Progress::draw(double fractionOfStep) {
     if (!isShown_) return;
-    // Written so that a fraction that is not a number counts as 0.
+    // NaN counts as 0.
     const double share = fractionOfStep > 0 ? std::min(fractionOfStep, 1.0) : 0.0;
     const double whole = (static_cast<double>(stepsDone_) + share) / static_cast<double>(stepCount_);
     const int percent = static_cast<int>(whole * 100);

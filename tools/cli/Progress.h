@@ -1,4 +1,4 @@
-/// The progress of a chain of steps, each with an equal share, drawn on standard error.
+// The progress of a chain of steps, each with an equal share, drawn on standard error.
 #ifndef TOOLS_CLI_PROGRESS_H
 #define TOOLS_CLI_PROGRESS_H
 
@@ -9,19 +9,18 @@ namespace tool {
 
 class Progress {
 public:
-    /// @param stepCount Steps in all.
-    /// @param isShown   Whether to draw; cancelling works without.
+    // Draws only if `isShown`; cancelling always works.
     Progress(std::size_t stepCount, bool isShown) : stepCount_(stepCount), isShown_(isShown) {}
-    /// Takes the bar off the terminal.
+    // Removes the bar from the terminal.
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// @throws Failure (cancelled) when a signal asked for the end.
+    // Throws Failure (cancelled) when a signal has arrived.
     void beginStep(const std::string& title);
     void endStep();
 
-    /// The callback of the library; `user` is the Progress.
+    // The callback of the library; `user` is the Progress.
     static bool report(float fractionOfStep, void* user);
 
 private:

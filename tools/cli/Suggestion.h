@@ -1,4 +1,4 @@
-/// "Did you mean": the known word that was probably meant by one that is not known.
+// "Did you mean": the known word nearest to an unknown one.
 #ifndef TOOLS_CLI_SUGGESTION_H
 #define TOOLS_CLI_SUGGESTION_H
 
@@ -8,14 +8,14 @@
 
 namespace tool {
 
-/// The end of a message about an unknown word: "; did you mean 'blur'?", or `otherwise` where no word is
-/// near. Near are words that begin with the typed one, if that has three letters or more, and words that
-/// differ from it by a third of its letters at most, or by one: added, missing, wrong or exchanged with the
-/// next.
+// The end of a message about an unknown word: "; did you mean 'blur'?", or `otherwise` where no word is
+// near. Near are words that begin with the typed one, if that has three letters or more, and words that
+// differ from it by a third of its letters at most, or by one: added, missing, wrong or exchanged with the
+// next.
 std::string suggestion(std::string_view typed, const std::vector<std::string>& words,
                        std::string_view otherwise = "");
 
-/// The names of the rows of a table.
+// The names of the rows of a table.
 template <class Rows>
 std::vector<std::string> namesOf(const Rows& rows) {
     std::vector<std::string> names;

@@ -1,4 +1,4 @@
-/// What a document with layers says about itself.
+// What a document with layers says about itself.
 #ifndef TOOLS_COMMANDS_DOCUMENTS_H
 #define TOOLS_COMMANDS_DOCUMENTS_H
 
@@ -31,23 +31,23 @@ struct DocumentInfo {
     std::string colorMode;
     int bitsPerChannel;
     int channels;
-    std::vector<LayerInfo> layers;  ///< Those whose records can be read.
-    int layerCount;                 ///< Of all that the document announces.
-    bool layersReadable = false;    ///< Whether the pixels of every layer can be read.
+    std::vector<LayerInfo> layers;  // Those whose records can be read.
+    int layerCount;                 // Of all that the document announces.
+    bool layersReadable = false;    // Whether the pixels of every layer can be read.
 };
 
-/// What the loader knows after it has read `file`, successfully or not.
+// What the loader knows after it has read `file`, successfully or not.
 DocumentInfo documentInfo(DibPSDLoader& loader, const InputFile& file);
 DocumentInfo readDocument(const InputFile& file);
 
 Json jsonOf(const DocumentInfo& document);
-/// Lines about the document and its layers, indented.
+// Lines about the document and its layers, indented.
 std::string textOf(const DocumentInfo& document);
 
-/// Why layers cannot be read.
+// Why layers cannot be read.
 std::string layersProblem(const InputFile& file);
 
-/// How the merged picture is packed.
+// How the merged picture is packed.
 std::string mergedCompression(const InputFile& file);
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// `dib help`, `dib completion` and `dib man`: what the program says about itself.
+// `dib help`, `dib completion` and `dib man`: the program's own documentation.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 

@@ -19,8 +19,8 @@ struct LayersJob {
     bool showsProgress = false;
 };
 
-// A file name from a layer's number, which makes it unique, and the harmless part of its name: whatever the document
-// says, it is no path, hidden file, device or option.
+// A file name from the number of a layer, which makes it unique, and the letters of its name: never a path, a
+// hidden file, a device or an option.
 std::string fileNameOf(int index, const std::string& layerName, const DibFormat& format) {
     constexpr std::size_t kLongest = 40;
     std::string number = std::to_string(index);

@@ -1,4 +1,4 @@
-// `dib ops` and `dib formats`: the tables of the program.
+// `dib ops` and `dib formats`: the operations and the file formats.
 #include <CLI/CLI.hpp>
 
 #include "tools/cli/Options.h"

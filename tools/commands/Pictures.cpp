@@ -7,7 +7,7 @@ namespace tool {
 
 namespace {
 
-// Operations need not set an error code. The refused picture then says most.
+// Not every failed operation sets an error code; size and depth are then the best hint.
 std::string operationError(const DibStream& image) {
     if (image.ErrorCode != DIB_OK || image.Header == nullptr) return errorText(image);
     return "does not support " + std::to_string(width(image)) + "x" + std::to_string(height(image)) +
@@ -65,7 +65,7 @@ const DibFormat* loadPicture(const InputFile& file, DibStream& image, const Pict
 void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress) {
     const std::string name(step.operation->name);
     progress.beginStep(name);
-    // Success does not clear the code, and a failure need not set one: an old code would mislead.
+    // Operations do not clear the code of an earlier failure, and not every failure sets one.
     image.ErrorCode = DIB_OK;
     const bool done = step.operation->run(image, step.arguments, &Progress::report, &progress);
     stopIfCancelled();

@@ -1,4 +1,4 @@
-/// The steps of every command that works on a picture: load, change, save.
+// The steps of every command that works on a picture: load, change, save.
 #ifndef TOOLS_COMMANDS_PICTURES_H
 #define TOOLS_COMMANDS_PICTURES_H
 
@@ -15,17 +15,17 @@
 
 namespace tool {
 
-/// How the command line wants pictures opened and saved.
+// How the command line wants pictures opened and saved.
 struct PictureOptions {
     DibLoadOptions load;
-    /// The format is null where the name of the output decides. Rows are raw, which every program reads.
+    // The format is null where the name of the output decides. Rows are raw, which every program reads.
     DibSaveOptions save = {.runLengths = false};
-    bool isStrict = false;   ///< Notes of the library are failures.
-    bool isVerbose = false;  ///< Every note is shown, not warnings alone.
+    bool isStrict = false;   // notes of the library are failures
+    bool isVerbose = false;  // every note is shown, not warnings alone
 };
 
-/// What the library noted when it opened and saved pictures: losses, assumptions and warnings. They are shown
-/// when the object ends, after the progress bar that is made later.
+// Losses, assumptions and warnings of the library. They are printed when the object is destroyed: declare it
+// before the progress bar, which is then gone.
 class Notes {
 public:
     explicit Notes(const PictureOptions& options) : options_(options) {}
@@ -33,9 +33,9 @@ public:
     Notes(const Notes&) = delete;
     Notes& operator=(const Notes&) = delete;
 
-    /// @param title The file and what was done with it: "in.bmp: load".
+    // `title` is the file and what was done with it: "in.bmp: load".
     void add(const std::string& title, const DibFileResult& result);
-    /// @throws Failure (strict) with all notes when there are any and the options refuse them.
+    // Throws Failure (strict) with all notes when there are any and the options refuse them.
     void judge();
 
 private:
@@ -43,25 +43,23 @@ private:
     std::vector<std::string> lines_;
 };
 
-/// Loads a picture. @return Its format. @throws Failure (bad input).
+// Loads a picture and returns its format. Throws Failure (bad input).
 const DibFormat* loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
                              Progress& progress, Notes& notes);
-/// The failure of a load with that result.
+// The failure of a load with that result.
 Failure loadFailure(const std::string& title, const DibFileResult& result);
 
-/// @param title What messages call the picture.
-/// @throws Failure (operation).
+// `title` is the name of the picture in messages. Throws Failure (operation).
 void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress);
 
-/// @throws Failure (usage) when the format cannot be written.
+// Throws Failure (usage) when the format cannot be written.
 void requireSaver(const DibFormat& format, const std::string& title);
-/// Saves a picture, "-" to standard output, within the step of the progress that is under way.
-/// @throws Failure (output, or strict before anything is written).
+// Saves a picture within the current step of the progress. Throws Failure (output, or strict before
+// anything is written).
 void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,
                  const PictureOptions& options, Progress& progress, Notes& notes);
 
-/// The library's text for the code of an image; "failed" where there is none, since not every failure sets a
-/// code.
+// The library's text for the error code of an image; "failed" when there is no code.
 std::string errorText(const DibStream& image);
 
 }  // namespace tool

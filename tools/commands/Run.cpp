@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-// A file that an operation needs must exist before any work is done.
+// Checks before any work is done that the files of operations can be read.
 void checkPaths(const std::vector<Step>& steps) {
     for (const Step& step : steps) {
         for (const Parameter& parameter : step.operation->parameters) {

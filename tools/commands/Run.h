@@ -1,4 +1,4 @@
-/// `dib run`: a picture through operations into a file.
+// `dib run`: opens a picture, applies operations and saves it.
 #ifndef TOOLS_COMMANDS_RUN_H
 #define TOOLS_COMMANDS_RUN_H
 
@@ -14,11 +14,11 @@ struct RunJob {
     std::string input;
     std::vector<Step> steps;
     std::string output;
-    PictureOptions pictures;  ///< Where no format is chosen, standard output takes the input's.
+    PictureOptions pictures;  // where no format is chosen, standard output has the input's
     bool showsProgress = false;
 };
 
-/// @throws Failure. The output is then as it was.
+// Throws Failure and leaves the output unchanged.
 void runJob(const RunJob& job);
 
 }  // namespace tool

@@ -34,7 +34,7 @@ std::string colorLiteral(const DibBGRA& color) {
            std::to_string(color.red) + ", " + std::to_string(color.alpha) + "}";
 }
 
-// Colours of many bits are read as hexadecimal.
+// Colours are easier to read in hexadecimal.
 std::string pixelLiteral(std::uint32_t value) {
     if (value < 256) return std::to_string(value);
     char digits[16];
@@ -55,11 +55,11 @@ std::string flagsLiteral(const Parameter& parameter, std::uint32_t flags) {
         if ((flags & choice.value) != 0)
             text += (text.empty() ? "" : " | ") + choiceLiteral(parameter, choice.value);
     }
-    // A plain 0 could be a null pointer, and then the overload with a record is as good.
+    // A plain 0 could be a null pointer, and the overload with a record would match as well.
     return text.empty() ? "0U" : text;
 }
 
-// One step's values, by what stands between the braces of a placeholder.
+// One step's values, by the text between the braces of a placeholder.
 class Values {
 public:
     Values(const Step& step, const DibStream& image) : step_(step), image_(image) {}

@@ -35,8 +35,8 @@ void fill(DibStream& image, DibBGR color) {
     for (int y = 0; y < height(image); ++y) std::fill_n(row(image, y), width(image), color);
 }
 
-// The lettering in white on black. The letters are a grid of few cells: painted large, blurred until their corners
-// are round and sharpened again, they come out smooth when they are scaled down.
+// Smooth lettering in white on black. The letters are grids of few cells: they are painted large, blurred
+// to round their corners, sharpened and scaled down.
 ImagePtr lettering(const std::string& text) {
     constexpr int kCell = 10;
     constexpr int kMargin = kCell;

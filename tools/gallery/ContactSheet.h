@@ -1,4 +1,4 @@
-/// Many small pictures with their names on one.
+// Many small pictures with their names on one.
 #ifndef TOOLS_GALLERY_CONTACT_SHEET_H
 #define TOOLS_GALLERY_CONTACT_SHEET_H
 
@@ -10,13 +10,11 @@ namespace tool {
 
 class ContactSheet {
 public:
-    /// @throws std::bad_alloc.
+    // Throws std::bad_alloc, as does add().
     explicit ContactSheet(int pictureCount);
 
-    /// Puts a picture of 24 bits at the next place, left to right and top to bottom. It is scaled down to its place,
-    /// never up.
-    /// @param name Letters, digits and hyphens; shown in capitals.
-    /// @throws std::bad_alloc.
+    // Puts a picture of 24 bits at the next place, left to right and top to bottom, scaled down to fit.
+    // `name` has letters, digits and hyphens; it is shown in capitals.
     void add(DibStream& picture, std::string_view name);
 
     DibStream& image() { return sheet_; }

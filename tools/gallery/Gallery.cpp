@@ -23,7 +23,8 @@ constexpr const char* kInput = "in.bmp";
 constexpr const char* kOther = "other.bmp";
 constexpr const char* kPictureFolder = "pictures";
 
-// The contact sheet shows the second sample, which says more than the plainest one, unless there is nothing to set.
+// The contact sheet shows the second sample, which has more effect than the first one, unless there is
+// nothing to set.
 std::size_t sampleOfSheet(const Operation& operation) { return operation.parameters.empty() ? 0 : 1; }
 
 void need(bool done, const std::string& title, const DibStream& image) {
@@ -70,8 +71,8 @@ private:
     Notes& notes_;
 };
 
-// Every operation accepts 24 bits. The sides are bounded, so that the settings of the samples suit every picture:
-// the longer one is as wanted, and a picture more than three times as long as wide is cut at both ends.
+// Converts to 24 bits, which every operation accepts, and to sizes that suit the settings of the samples: the
+// longer side is `longerSide`, and a picture longer than three times its width is cut at both ends.
 void fit(DibStream& image, int longerSide, const std::string& title) {
     constexpr int kLongest = 3;
     need(image.ChangeBpp(24, 0), title, image);
@@ -84,7 +85,7 @@ void fit(DibStream& image, int longerSide, const std::string& title) {
     need(image.Resize(scaled(columns), scaled(rows), method), title, image);
 }
 
-// Rings whose distance shrinks outwards, in two colours: a picture that shows well how it was laid over another.
+// Rings in two colours whose distance shrinks outwards: blended into another picture, they show how.
 void paintOther(DibStream& image) {
     constexpr int kWidth = 160;
     constexpr int kHeight = 120;
@@ -130,7 +131,7 @@ private:
         image_ = cloneOf(input_);
         for (Step& step : parseSample(chain)) {
             sample.call += (sample.call.empty() ? "" : "\n") + callText(step, *image_);
-            // The page names files as seen from its own folder.
+            // File names on the page are relative to its folder.
             step.arguments.placePaths(folder_.path());
             applyStep(step, kInput, *image_, progress_);
         }

@@ -1,4 +1,4 @@
-/// `dib gallery`: what every operation of the table does to one picture.
+// `dib gallery`: what every operation of the table does to one picture.
 #ifndef TOOLS_GALLERY_GALLERY_H
 #define TOOLS_GALLERY_GALLERY_H
 
@@ -13,16 +13,15 @@ inline constexpr int kLargestGallerySide = 1024;
 
 struct GalleryJob {
     std::string input;
-    std::string folder;       ///< Created if missing.
-    PictureOptions pictures;  ///< How the input is opened.
-    int longerSide = 320;  ///< Of the picture that is shown, `kSmallestGallerySide` to `kLargestGallerySide`.
+    std::string folder;       // created if missing
+    PictureOptions pictures;  // how the input is opened
+    int longerSide = 320;     // of the shown picture, `kSmallestGallerySide` to `kLargestGallerySide`
     bool showsProgress = false;
 };
 
-/// Writes a page with every sample of every operation, "index.html", and beside it the pictures, a contact sheet
-/// and the two pictures that the commands on the page start from, "in.bmp" and "other.bmp": run in the folder,
-/// they give what the page shows.
-/// @throws Failure.
+// Writes "index.html", a page with every sample of every operation, their pictures and a contact sheet. The
+// commands on the page start from "in.bmp" and "other.bmp", which are written too: run in the folder, they
+// give what the page shows. Throws Failure.
 void makeGallery(const GalleryJob& job);
 
 }  // namespace tool

@@ -1,7 +1,9 @@
 #include "tools/gallery/GalleryPage.h"
 
-#include "tools/gallery/Html.h"
-#include "tools/gallery/WebAssets.h"
+#include <algorithm>
+#include <cstdint>
+
+#include "tools/io/Assets.h"
 
 namespace tool {
 
@@ -20,7 +22,7 @@ std::string imageElement(const ShownPicture& picture, const std::string& alterna
            "\" decoding=\"async\" src=\"" + dataAddress("image/png", picture.png) + "\">";
 }
 
-// Told where the browser may break the line.
+// With <wbr> where the browser may break the line.
 std::string synopsisText(const Operation& operation) {
     std::string html;
     for (const char c : synopsis(operation)) {
@@ -40,25 +42,8 @@ std::string sourceFigure(const ShownPicture& picture, const std::string& file, c
            pixelsText(picture) + "</figcaption></figure>\n";
 }
 
-std::string masthead(const Gallery& gallery) {
-    const std::size_t count = gallery.operations.size();
-    const std::size_t samples = count * std::tuple_size_v<decltype(Operation::samples)>;
-    return "<header class=\"masthead\">\n<div>\n<p class=\"kicker\">DibStream " DIB_TOOL_VERSION
-           "</p>\n<h1>Gallery</h1>\n<p class=\"lead\">" +
-           std::to_string(count) + " operations in " + std::to_string(samples) +
-           " settings: what each does to one picture, the command that does it and the C++ call.</p>\n"
-           "<p class=\"hint\">Open a picture to compare it with the original: the arrow keys move the "
-           "divider, "
-           "Escape closes. The commands give these pictures when they are run in the folder of this page; in "
-           "C++, <code>image</code> is a <code>DibStream</code> that holds <code>in.bmp</code>.</p>\n</div>\n"
-           "<div class=\"sources\">\n" +
-           sourceFigure(gallery.original, "in.bmp", "The original picture", " id=\"original\"") +
-           sourceFigure(gallery.other, "other.bmp", "The second picture: rings in two colours", "") +
-           "</div>\n</header>\n";
-}
-
 std::string contents() {
-    std::string html = "<nav class=\"contents\" aria-label=\"Operations\">\n<dl>\n";
+    std::string html;
     for (const Area& area : areas()) {
         html += "<div><dt>" + htmlText(area.title) + "</dt>";
         for (const Operation& operation : area.operations) {
@@ -67,7 +52,7 @@ std::string contents() {
         }
         html += "</div>\n";
     }
-    return html + "</dl>\n</nav>\n";
+    return html;
 }
 
 std::string sampleFigure(const ShownOperation& shown, const ShownSample& sample) {
@@ -92,34 +77,74 @@ std::string operationArticle(const ShownOperation& shown) {
     return html + "</div>\n</article>\n";
 }
 
-constexpr std::string_view kViewer = R"(<dialog id="viewer" aria-labelledby="viewer-title">
-<form method="dialog"><h2 id="viewer-title"></h2><p id="viewer-place"></p><button aria-label="Close">Close</button></form>
-<div id="stage">
-<img id="stage-before" alt="">
-<img id="stage-after" alt="">
-<input id="divider" type="range" min="0" max="100" value="50" autofocus aria-label="Divider: the original is to the left of it, the result to the right">
-<span id="handle" aria-hidden="true"></span>
-<span class="tag left" aria-hidden="true">before</span><span class="tag right" aria-hidden="true">after</span>
-</div>
-<p class="text"><code class="command" id="viewer-command"></code><code class="call" id="viewer-call"></code></p>
-<p class="turn"><button type="button" id="previous">← Previous</button><button type="button" id="next">Next →</button></p>
-</dialog>
-)";
+std::string sections(const Gallery& gallery) {
+    std::string html;
+    auto shown = gallery.operations.begin();
+    for (const Area& area : areas()) {
+        html += "<section>\n<h2>" + htmlText(area.title) + "</h2>\n";
+        for (std::size_t i = 0; i < area.operations.size(); ++i) html += operationArticle(*shown++);
+        html += "</section>\n";
+    }
+    return html;
+}
 
 }  // namespace
 
-std::string galleryPage(const Gallery& gallery) {
-    std::string body = "<a class=\"skip\" href=\"#operations\">Skip to the pictures</a>\n" +
-                       masthead(gallery) + contents() + "<main id=\"operations\">\n";
-    auto shown = gallery.operations.begin();
-    for (const Area& area : areas()) {
-        body += "<section>\n<h2>" + htmlText(area.title) + "</h2>\n";
-        for (std::size_t i = 0; i < area.operations.size(); ++i) body += operationArticle(*shown++);
-        body += "</section>\n";
+std::string htmlText(std::string_view text) {
+    std::string escaped;
+    for (const char c : text) {
+        switch (c) {
+            case '&': escaped += "&amp;"; break;
+            case '<': escaped += "&lt;"; break;
+            case '>': escaped += "&gt;"; break;
+            case '"': escaped += "&quot;"; break;
+            default: escaped += c;
+        }
     }
-    body.append("</main>\n").append(kViewer);
-    const std::string style = std::string(kBaseStyle) + std::string(kGalleryStyle);
-    return htmlDocument({"DibStream gallery", style, kGalleryScript, std::move(body)});
+    return escaped;
+}
+
+std::string dataAddress(std::string_view mediaType, std::string_view bytes) {
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string address = "data:" + std::string(mediaType) + ";base64,";
+    address.reserve(address.size() + (bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        // Three bytes make four digits; '=' pads the last group.
+        const std::size_t count = std::min<std::size_t>(3, bytes.size() - i);
+        std::uint32_t group = 0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            group = group << 8 | (k < count ? static_cast<unsigned char>(bytes[i + k]) : 0U);
+        }
+        for (std::size_t k = 0; k < 4; ++k) {
+            address += k <= count ? kDigits[group >> (18 - 6 * k) & 63] : '=';
+        }
+    }
+    return address;
+}
+
+std::string galleryPage(const Gallery& gallery) {
+    const std::size_t count = gallery.operations.size();
+    const std::pair<std::string_view, std::string> kParts[] = {
+        {"style", std::string(kBaseStyle) + std::string(kGalleryStyle)},
+        {"version", DIB_TOOL_VERSION},
+        {"operations", std::to_string(count)},
+        {"samples", std::to_string(count * std::tuple_size_v<decltype(Operation::samples)>)},
+        {"original", sourceFigure(gallery.original, "in.bmp", "The original picture", " id=\"original\"")},
+        {"other", sourceFigure(gallery.other, "other.bmp", "The second picture: rings in two colours", "")},
+        {"contents", contents()},
+        {"sections", sections(gallery)},
+        {"script", std::string(kGalleryScript)},
+    };
+    // Filled in the order of the page: text of a part that looks like a placeholder stays.
+    std::string page;
+    std::string_view rest = kGalleryPage;
+    for (const auto& [name, part] : kParts) {
+        const std::string placeholder = "{{" + std::string(name) + "}}";
+        const std::size_t place = rest.find(placeholder);
+        page.append(rest.substr(0, place)).append(part);
+        rest.remove_prefix(place + placeholder.size());
+    }
+    return page.append(rest);
 }
 
 }  // namespace tool

@@ -20,7 +20,7 @@ std::string systemError() { return std::strerror(errno); }
 }  // namespace
 
 void guardStandardStreams() {
-    // Opened the wrong way round, so that using a closed stream still fails.
+    // In the wrong direction, so that using a closed stream still fails.
     const int modes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
         if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", modes[stream]) < 0) std::abort();
@@ -65,7 +65,7 @@ bool InputFile::load(DibStream& image, const DibLoadOptions& options, DibFileRes
 }
 
 FilePtr InputFile::open() const {
-    // The block is only read.
+    // The mode is "rb": the block is not changed.
     if (isInMemory_) return FilePtr(fmemopen(const_cast<char*>(bytes_.data()), bytes_.size(), "rb"));
     return FilePtr(std::fopen(name_.c_str(), "rb"));
 }

@@ -1,4 +1,4 @@
-/// The library's table of file formats as the program shows it.
+// The library's table of file formats as the program shows it.
 #ifndef TOOLS_IO_FORMATS_H
 #define TOOLS_IO_FORMATS_H
 
@@ -10,20 +10,20 @@
 
 namespace tool {
 
-/// Every format, in the order in which help lists them.
+// Every format, in the order in which help lists them.
 inline std::span<const DibFormat* const> formats() {
     std::size_t count = 0;
     const DibFormat* const* all = DibGetFormats(&count);
     return {all, count};
 }
 
-/// The format of a file name's extension, or null.
+// The format of a file name's extension, or null.
 inline const DibFormat* formatOfExtension(const std::string& fileName) {
     const std::string extension = std::filesystem::path(fileName).extension();
     return extension.empty() ? nullptr : DibFindFormat(extension.c_str() + 1);
 }
 
-/// A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 bits", or "no" for none.
+// A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 bits", or "no" for none.
 inline std::string depthsText(unsigned int depths) {
     std::string text;
     for (const char* bits : {"1", "4", "8", "16", "24", "32"}) {

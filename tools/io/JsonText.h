@@ -1,4 +1,4 @@
-/// JSON as files and standard output have it.
+// JSON as files and standard output have it.
 #ifndef TOOLS_IO_JSON_TEXT_H
 #define TOOLS_IO_JSON_TEXT_H
 
@@ -11,7 +11,7 @@ namespace tool {
 
 using Json = nlohmann::ordered_json;
 
-/// Names of files and layers need not be UTF-8; JSON text must be.
+// Invalid UTF-8, which names of files and layers may hold, is replaced.
 inline std::string jsonText(const Json& json) {
     return printableJson(json.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
 }

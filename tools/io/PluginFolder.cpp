@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The file that this program is; empty when the system does not tell.
+// The path of this program; empty when the system does not know it.
 fs::path ownPath() {
     std::error_code error;
 #ifdef __APPLE__

@@ -1,4 +1,4 @@
-/// Where the plug-ins for EXR and DDS files are looked for.
+// Where the library looks for the plug-ins of EXR and DDS files.
 #ifndef TOOLS_IO_PLUGIN_FOLDER_H
 #define TOOLS_IO_PLUGIN_FOLDER_H
 
@@ -6,8 +6,8 @@
 
 namespace tool {
 
-/// Names the folder to the library; when it is empty, the folder that is installed with the program, which is also
-/// where a build puts them.
+// Sets the folder; an empty text is the folder installed with the program, which has the same place in a
+// build.
 void usePluginFolder(const std::string& folder);
 
 }  // namespace tool

@@ -5,7 +5,7 @@
 
 namespace sample {
 
-/// Whether a cell of a line of text is inked. Letters are 5 cells wide and 7 high, and stand 6 cells apart.
+// Whether a cell of a line of text is inked. Letters are 5 cells wide and 7 high, and stand 6 cells apart.
 bool isInked(std::string_view text, int column, int row);
 
 constexpr int textColumns(std::string_view text) { return static_cast<int>(text.size()) * 6 - 1; }

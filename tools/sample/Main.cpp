@@ -32,7 +32,7 @@ unsigned char toByte(double value) {
     return static_cast<unsigned char>(std::lround(sample::clamped(value) * 255));
 }
 
-// Four points of a pixel, so that hard edges come out as a lens would show them.
+// The mean of four points of a pixel, which smooths hard edges.
 sample::Color pixelColor(int column, int row, int width, int height) {
     const double aspect = static_cast<double>(width) / height;
     sample::Color sum{0, 0, 0};
@@ -58,7 +58,7 @@ bool paint(DibStream& image, int width, int height) {
         unsigned char* pixel = image.ScanLine(row);
         for (int column = 0; column < width; ++column, pixel += 4) {
             const sample::Color color = pixelColor(column, row, width, height);
-            // A breath of grain, as film has it.
+            // Slight film grain.
             const double grain = (sample::hash(column, row, 211) - 0.5) * 0.018;
             pixel[0] = toByte(color.blue + grain);
             pixel[1] = toByte(color.green + grain);

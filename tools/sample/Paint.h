@@ -1,5 +1,5 @@
-/// What the sample picture is painted with. Every function uses only additions, multiplications, divisions, square
-/// roots and comparisons, which give the same bits on every machine; the C library's sines and powers do not.
+// Colours and noise of the sample picture. Only additions, multiplications, divisions, square roots and
+// comparisons are used: they give the same bits on every machine, unlike the C library's sines and powers.
 #ifndef TOOLS_SAMPLE_PAINT_H
 #define TOOLS_SAMPLE_PAINT_H
 
@@ -22,7 +22,7 @@ constexpr double clamped(double value) { return std::clamp(value, 0.0, 1.0); }
 constexpr double mix(double a, double b, double t) { return a + (b - a) * t; }
 constexpr Color mix(Color a, Color b, double t) { return a * (1 - t) + b * t; }
 
-/// 0 up to `from`, 1 above `to`, smooth in between.
+// 0 up to `from`, 1 above `to`, smooth in between.
 constexpr double ramp(double from, double to, double x) {
     const double t = clamped((x - from) / (to - from));
     return t * t * (3 - 2 * t);
@@ -31,7 +31,7 @@ constexpr double ramp(double from, double to, double x) {
 constexpr double squared(double x) { return x * x; }
 inline double distance(double x, double y) { return std::sqrt(x * x + y * y); }
 
-/// 0 to 1, without pattern.
+// A pseudo-random number from 0 to below 1.
 constexpr double hash(std::int32_t x, std::int32_t y, std::uint32_t seed = 0) {
     std::uint32_t h = static_cast<std::uint32_t>(x) * 0x9E3779B1U ^
                       static_cast<std::uint32_t>(y) * 0x85EBCA77U ^ (seed + 1U) * 0xC2B2AE3DU;
@@ -40,7 +40,7 @@ constexpr double hash(std::int32_t x, std::int32_t y, std::uint32_t seed = 0) {
     return static_cast<double>(h ^ (h >> 15)) / 4294967296.0;
 }
 
-/// Smooth noise from 0 to 1 with features of size 1.
+// Smooth noise from 0 to 1 with features of size 1.
 inline double noise(double x, double y, std::uint32_t seed = 0) {
     const double left = std::floor(x);
     const double top = std::floor(y);
@@ -52,7 +52,7 @@ inline double noise(double x, double y, std::uint32_t seed = 0) {
                mix(hash(column, row + 1, seed), hash(column + 1, row + 1, seed), s), t);
 }
 
-/// Noise with ever finer detail, 0 to 1, around one half.
+// Noise with ever finer detail, 0 to 1, around one half.
 inline double cloudNoise(double x, double y, int octaves, std::uint32_t seed = 0) {
     double sum = 0;
     double weight = 0.5;

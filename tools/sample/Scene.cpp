@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kHorizon = 0.55;
 
-// Every part of the picture is a function from a point to a colour, or to nothing where the part is not.
+// A part of the picture: the colour at a point, or nothing outside the part.
 using Layer = std::optional<Color>;
 
 struct Point {
@@ -18,7 +18,7 @@ struct Point {
     double y;
 };
 
-// The scene is laid out for a picture of 4 : 3; wider ones show more at both sides.
+// The scene fits a picture of 4 : 3; wider ones show more at both sides.
 struct Place {
     double sunX;
     double sunY = 0.395;
@@ -150,7 +150,7 @@ Layer boat(double x, double up) {
 
 constexpr double kWaterline = 0.715;
 
-// Water shows what is above it, shaken by ripples that shrink with distance.
+// Water mirrors what is above it, displaced by ripples that shrink with distance.
 Color waterColor(Point p) {
     const double depth = (p.y - kHorizon) / (1 - kHorizon);
     const double scale = 1 / (0.02 + depth * 0.55);
@@ -229,7 +229,7 @@ Layer meadow(Point p, double aspect) {
     return std::nullopt;
 }
 
-// Someone who looks out of the picture. Lengths are in heads.
+// A person who looks at the viewer. Lengths are in heads.
 
 constexpr Color kSkinLight{0.96, 0.76, 0.61};
 constexpr Color kSkinDark{0.58, 0.34, 0.26};
