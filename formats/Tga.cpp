@@ -15,74 +15,17 @@
 #include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
+#include "formats/TgaHeader.h"
+#include "formats/TgaPackets.h"
 
 using formats::ByteReader;
 using formats::ByteWriter;
 using formats::fail;
 using formats::NewImage;
+using formats::PacketReader;
+using formats::TgaHeader;
 
 namespace {
-
-enum ImageType : unsigned {
-    kMapped = 1,
-    kTrueColor = 2,
-    kGrey = 3,
-    kRunLengthMapped = 9,
-    kRunLengthTrueColor = 10
-};
-
-struct TgaHeader {
-    static constexpr std::size_t kBytes = 18;
-
-    unsigned idBytes = 0;
-    unsigned colorMapType = 0;
-    unsigned imageType = 0;
-    std::int16_t mapEntries = 0;
-    unsigned mapEntryBits = 0;
-    std::int16_t width = 0;
-    std::int16_t height = 0;
-    int bitCount = 0;
-    unsigned descriptor = 0;
-
-    bool hasMap() const { return colorMapType != 0; }
-    bool topRowFirst() const { return (descriptor & 0x20) != 0; }
-    std::size_t rowBytes() const {
-        return static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) / 8;
-    }
-    std::size_t rows() const { return static_cast<std::size_t>(height); }
-
-    static TgaHeader parse(const unsigned char* bytes);
-    std::array<unsigned char, kBytes> bytes() const;
-};
-
-TgaHeader TgaHeader::parse(const unsigned char* bytes) {
-    TgaHeader header;
-    header.idBytes = bytes[0];
-    header.colorMapType = bytes[1];
-    header.imageType = bytes[2];
-    // Bytes 3 and 4, the index of the first entry, are ignored: indices count from the first stored entry.
-    header.mapEntries = static_cast<std::int16_t>(dib::readLe16(bytes + 5));
-    header.mapEntryBits = bytes[7];
-    header.width = static_cast<std::int16_t>(dib::readLe16(bytes + 12));
-    header.height = static_cast<std::int16_t>(dib::readLe16(bytes + 14));
-    header.bitCount = bytes[16];
-    header.descriptor = bytes[17];
-    return header;
-}
-
-std::array<unsigned char, TgaHeader::kBytes> TgaHeader::bytes() const {
-    std::array<unsigned char, kBytes> bytes{};
-    bytes[0] = static_cast<unsigned char>(idBytes);
-    bytes[1] = static_cast<unsigned char>(colorMapType);
-    bytes[2] = static_cast<unsigned char>(imageType);
-    dib::writeLe16(&bytes[5], static_cast<std::uint16_t>(mapEntries));
-    bytes[7] = static_cast<unsigned char>(mapEntryBits);
-    dib::writeLe16(&bytes[12], static_cast<std::uint16_t>(width));
-    dib::writeLe16(&bytes[14], static_cast<std::uint16_t>(height));
-    bytes[16] = static_cast<unsigned char>(bitCount);
-    bytes[17] = static_cast<unsigned char>(descriptor);
-    return bytes;
-}
 
 // Bytes of one entry of a map that the pixels do not use. Maps of other sizes, 15 bits among them, are not
 // skipped: callers rely on how such files have always been read.
@@ -181,55 +124,6 @@ bool readGrey(ByteReader& file, NewImage& image, const TgaHeader& header) {
 }
 
 template <std::size_t kPixelBytes>
-void fillPixels(unsigned char* out, const unsigned char* pixel, std::size_t bytes) {
-    unsigned char value[kPixelBytes];
-    std::memcpy(value, pixel, kPixelBytes);
-    for (std::size_t i = 0; i < bytes; i += kPixelBytes) std::memcpy(out + i, value, kPixelBytes);
-}
-
-// A packet is a count byte and pixels: one to repeat when the top bit of the count is set, otherwise as many
-// as counted. Packets may cross the ends of rows, and the last one may exceed the picture.
-template <std::size_t kPixelBytes>
-class PacketReader {
-public:
-    explicit PacketReader(ByteReader& file) : file_(file) {}
-
-    // Fills a row; returns the bytes of the whole pixels that the file had for it.
-    std::size_t read(unsigned char* row, std::size_t rowBytes) {
-        std::size_t done = 0;
-        while (done < rowBytes && (left_ > 0 || open())) {
-            const std::size_t wanted = std::min(left_, rowBytes - done);
-            std::size_t moved = wanted;
-            if (isRun_) {
-                fillPixels<kPixelBytes>(row + done, pixel_, wanted);
-            } else {
-                moved = std::min(wanted, file_.ahead(wanted).size) / kPixelBytes * kPixelBytes;
-                file_.read(row + done, moved);
-            }
-            done += moved;
-            left_ -= moved;
-            if (moved < wanted) break;
-        }
-        return done;
-    }
-
-private:
-    bool open() {
-        const int packet = file_.byte();
-        if (packet < 0) return false;
-        isRun_ = (packet & 0x80) != 0;
-        if (isRun_ && !file_.read(pixel_, kPixelBytes)) return false;
-        left_ = (static_cast<std::size_t>(packet & 0x7F) + 1) * kPixelBytes;
-        return true;
-    }
-
-    ByteReader& file_;
-    std::size_t left_ = 0;  // bytes of the open packet
-    bool isRun_ = false;
-    unsigned char pixel_[kPixelBytes] = {};
-};
-
-template <std::size_t kPixelBytes>
 bool readPackets(ByteReader& file, NewImage& image, const TgaHeader& header) {
     PacketReader<kPixelBytes> packets(file);
     const int last = header.height - 1;
@@ -277,17 +171,18 @@ bool readRunLengthTrueColor(ByteReader& file, NewImage& image, const TgaHeader& 
 
 bool readImage(ByteReader& file, NewImage& image, const TgaHeader& header) {
     switch (header.imageType) {
-        case kMapped: return readMapped(file, image, header);
-        case kTrueColor: return readTrueColor(file, image, header);
-        case kGrey: return readGrey(file, image, header);
-        case kRunLengthMapped: return readRunLengthMapped(file, image, header);
-        case kRunLengthTrueColor: return readRunLengthTrueColor(file, image, header);
+        case formats::kMapped: return readMapped(file, image, header);
+        case formats::kTrueColor: return readTrueColor(file, image, header);
+        case formats::kGrey: return readGrey(file, image, header);
+        case formats::kRunLengthMapped: return readRunLengthMapped(file, image, header);
+        case formats::kRunLengthTrueColor: return readRunLengthTrueColor(file, image, header);
         default: return false;
     }
 }
 
 constexpr bool isKnownType(unsigned type) {
-    return (type >= kMapped && type <= kGrey) || type == kRunLengthMapped || type == kRunLengthTrueColor;
+    return (type >= formats::kMapped && type <= formats::kGrey) || type == formats::kRunLengthMapped ||
+           type == formats::kRunLengthTrueColor;
 }
 
 // The colours of a table as blue, green, red.
@@ -301,13 +196,13 @@ bool writeMap(ByteWriter& file, const DibBGRA* table, std::size_t entries) {
 // The header of a file for an image of 8 bits or more.
 TgaHeader headerOf(const BITMAPINFOHEADER& info) {
     TgaHeader header;
-    header.imageType = kTrueColor;
+    header.imageType = formats::kTrueColor;
     header.width = static_cast<std::int16_t>(info.biWidth);
     header.height = static_cast<std::int16_t>(dib::rowCount(info.biHeight));
     header.bitCount = info.biBitCount;
     header.descriptor = info.biBitCount == 32 ? 8 : 0;  // bits of alpha
     if (info.biBitCount == 8) {
-        header.imageType = kMapped;
+        header.imageType = formats::kMapped;
         header.colorMapType = 1;
         header.mapEntries = static_cast<std::int16_t>(dib::announcedEntries(info));
         header.mapEntryBits = 24;
@@ -338,7 +233,7 @@ bool writePixels(ByteWriter& file, DibStream& source, DibStream* image, DibProgr
     return true;
 }
 
-bool writeTga(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
+bool writeClassicTga(ByteWriter& file, DibStream* image, DibProgressCallback callback, void* user) {
     // A callback may change the image, so a copy of it is written.
     const bool converts = image->Header == nullptr || image->Header->biBitCount < 8;
     formats::ImagePtr copy;
@@ -351,7 +246,7 @@ bool writeTga(ByteWriter& file, DibStream* image, DibProgressCallback callback, 
     if (source.Header == nullptr) {
         // Without an image the file has no pixels.
         TgaHeader empty;
-        empty.imageType = kTrueColor;
+        empty.imageType = formats::kTrueColor;
         file.bytes(empty.bytes().data(), TgaHeader::kBytes);
         return true;
     }
@@ -392,13 +287,13 @@ bool LoadTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback
 
 bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user) {
     ByteWriter out(file);
-    return writeTga(out, image, callback, user);
+    return writeClassicTga(out, image, callback, user);
 }
 bool SaveTGA(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, writeTga, image, callback, user);
+    return formats::savePath(path, writeClassicTga, image, callback, user);
 }
 bool SaveTGA(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user) {
-    return formats::savePath(path, writeTga, image, callback, user);
+    return formats::savePath(path, writeClassicTga, image, callback, user);
 }
 
 namespace formats {
@@ -421,9 +316,14 @@ constinit const FileFormat kTgaFormat = {
              .readDepths = depths({8, 16, 24, 32}),
              .writeDepths = depths({8, 16, 24, 32})},
     .composeExtensions = kCompose,
+    .resembles = resemblesTga,
     .compression = compression,
     .load = LoadTGA,
-    .save = saveWhole<writeTga>,
+    .save = saveWhole<writeClassicTga>,
+    .probe = probeTga,
+    .read = readTga,
+    .losses = findTgaLosses,
+    .write = writeTga,
     .diagnose = diagnoseTga,
 };
 

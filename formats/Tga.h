@@ -1,4 +1,4 @@
-// TGA on an open file.
+// TGA on an open file, and what the table of formats asks of the format.
 #ifndef FORMATS_TGA_H
 #define FORMATS_TGA_H
 
@@ -6,7 +6,19 @@
 
 #include <cstdio>
 
+#include "formats/Formats.h"
+
 DIB_LOCAL bool LoadTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user);
 DIB_LOCAL bool SaveTGA(std::FILE* file, DibStream* image, DibProgressCallback callback, void* user);
+
+namespace formats {
+
+bool resemblesTga(FirstBytes bytes);
+bool probeTga(ProbeRequest& request);
+bool readTga(ReadRequest& request);
+bool findTgaLosses(LossRequest& request);
+bool writeTga(WriteRequest& request);
+
+}  // namespace formats
 
 #endif

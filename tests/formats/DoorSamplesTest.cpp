@@ -68,6 +68,8 @@ void expectCutSamples(const char* name) {
 
 TEST(DoorSamples, BmpShowsWhatIsKnown) { expectSamples("bmp", 60); }
 TEST(DoorSamples, CutBmpIsKeptOrRefused) { expectCutSamples("bmp"); }
+TEST(DoorSamples, TgaShowsWhatIsKnown) { expectSamples("tga", 100); }
+TEST(DoorSamples, CutTgaIsKeptOrRefused) { expectCutSamples("tga"); }
 TEST(DoorSamples, PnmShowsWhatIsKnown) { expectSamples("pnm", 6); }
 TEST(DoorSamples, CutPnmIsKeptOrRefused) { expectCutSamples("pnm"); }
 

@@ -40,7 +40,7 @@ TEST_F(SimpleFormats, AreRecognizedByTheirFirstBytes) {
 TEST_F(SimpleFormats, AFullDiskIsNoticed) {
     for (const std::string extension : {"tga", "ppm", "tim", "iff"}) {
         const Result result = run({"run", "in.bmp", "bpp:8", "out." + extension}, "", [] {
-            const rlimit limit = {900, 900};
+            const rlimit limit = {200, 200};
             setrlimit(RLIMIT_FSIZE, &limit);
         });
         EXPECT_EQ(result.exitCode, 4) << extension;

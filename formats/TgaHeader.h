@@ -1,0 +1,52 @@
+// The header of a TGA file, and the mark at the end of newer ones.
+#ifndef FORMATS_TGA_HEADER_H
+#define FORMATS_TGA_HEADER_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace formats {
+
+enum TgaImageType : unsigned {
+    kMapped = 1,
+    kTrueColor = 2,
+    kGrey = 3,
+    kRunLength = 8,  // added to the others
+    kRunLengthMapped = kRunLength | kMapped,
+    kRunLengthTrueColor = kRunLength | kTrueColor,
+    kRunLengthGrey = kRunLength | kGrey
+};
+
+inline constexpr char kTgaSignature[] = "TRUEVISION-XFILE.";  // stored with its NUL
+
+// Sizes have a sign in the classic reader.
+struct TgaHeader {
+    static constexpr std::size_t kBytes = 18;
+
+    unsigned idBytes = 0;
+    unsigned colorMapType = 0;
+    unsigned imageType = 0;
+    unsigned mapFirst = 0;  // index of the first entry
+    std::int16_t mapEntries = 0;
+    unsigned mapEntryBits = 0;
+    std::int16_t width = 0;
+    std::int16_t height = 0;
+    int bitCount = 0;
+    unsigned descriptor = 0;
+
+    bool hasMap() const { return colorMapType != 0; }
+    bool isRightToLeft() const { return (descriptor & 0x10) != 0; }
+    bool topRowFirst() const { return (descriptor & 0x20) != 0; }
+    std::size_t rowBytes() const {
+        return static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) / 8;
+    }
+    std::size_t rows() const { return static_cast<std::size_t>(height); }
+
+    static TgaHeader parse(const unsigned char* bytes);
+    std::array<unsigned char, kBytes> bytes() const;
+};
+
+}  // namespace formats
+
+#endif

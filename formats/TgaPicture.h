@@ -1,0 +1,51 @@
+// What the headers, the footer and the colour map of a TGA file say of its picture.
+#ifndef FORMATS_TGA_PICTURE_H
+#define FORMATS_TGA_PICTURE_H
+
+#include <DibStream.h>
+
+#include <array>
+#include <cstddef>
+
+#include "formats/ChannelMasks.h"
+#include "formats/TgaHeader.h"
+#include "formats/door/Request.h"
+
+namespace formats {
+
+constexpr std::size_t kMostTgaIndices = 256;
+constexpr ChannelMasks kTgaWordsWithAlpha = {0x7C00, 0x03E0, 0x001F, 0x8000};
+
+// How stored pixels become those of the image.
+enum class TgaChange { kNone, kOpaque, kWords, kGreyAndAlpha, kGreyOnly, kLookUp };
+
+struct TgaPicture {
+    TgaHeader header;
+    int width = 0;
+    int height = 0;
+    std::size_t pixelBytes = 0;  // stored
+    bool isPacked = false;
+    bool isMapped = false;
+    bool isGrey = false;
+    bool hasAlpha = false;
+    bool isPremultiplied = false;
+    int bitCount = 0;  // of the image
+    TgaChange change = TgaChange::kNone;
+    std::array<DibBGRA, kMostTgaIndices> map{};  // by index; black where the file has no entry
+    std::size_t entries = 0;
+
+    std::size_t rowBytes() const { return static_cast<std::size_t>(width) * pixelBytes; }
+    bool dividesByAlpha() const { return isPremultiplied && hasAlpha && bitCount == 32; }
+    // Whether rows are stored as the image holds them.
+    bool isPlain() const {
+        return !isPacked && !header.isRightToLeft() && change == TgaChange::kNone && !dividesByAlpha();
+    }
+};
+
+// Leaves the file at the first pixel. False with a code and a reason.
+bool readTgaPicture(ByteReader& file, TgaPicture& picture, const DibLoadOptions& options,
+                    DibFileResult& result);
+
+}  // namespace formats
+
+#endif

@@ -1,0 +1,199 @@
+// Reading TGA files as other programs show them: every kind of colour map, grey with alpha, pixels from right
+// to left, and alpha where the file says that there is some. The picture keeps the row order of the file.
+#include <algorithm>
+#include <cstring>
+
+#include "dib/ColorTable.h"
+#include "dib/Memory.h"
+#include "formats/NewImage.h"
+#include "formats/Rows.h"
+#include "formats/Tga.h"
+#include "formats/TgaPackets.h"
+#include "formats/TgaPicture.h"
+
+namespace formats {
+
+namespace {
+
+template <std::size_t kPixelBytes>
+void mirror(unsigned char* row, std::size_t width) {
+    unsigned char pixel[kPixelBytes];
+    for (std::size_t left = 0, right = width; left + 1 < right; ++left) {
+        --right;
+        std::memcpy(pixel, row + left * kPixelBytes, kPixelBytes);
+        std::memcpy(row + left * kPixelBytes, row + right * kPixelBytes, kPixelBytes);
+        std::memcpy(row + right * kPixelBytes, pixel, kPixelBytes);
+    }
+}
+
+class RowsReader {
+public:
+    RowsReader(ReadRequest& request, const TgaPicture& picture, NewImage& image)
+        : request_(request), file_(request.file), picture_(picture), image_(image) {}
+
+    bool read() {
+        if (picture_.isPlain()) return readBlocks();
+        switch (picture_.pixelBytes) {
+            case 1: return readRows<1>();
+            case 2: return readRows<2>();
+            case 3: return readRows<3>();
+            default: return readRows<4>();
+        }
+    }
+
+private:
+    bool refuseShort() { return refuse(request_.result, DIB_ERROR_READ, "%s", kShortPixels); }
+    std::size_t rows() const { return static_cast<std::size_t>(picture_.height); }
+
+    bool readBlocks() {
+        const std::size_t pitch = image_->GetPitch();
+        const std::size_t step = rowsPerStep(request_.progress, pitch, rows());
+        for (std::size_t y = 0; y < rows(); y += step) {
+            unsigned char* first = image_->Buffer + y * pitch;
+            const std::size_t count = std::min(step, rows() - y);
+            const std::size_t bytes =
+                file_.readRows(first, static_cast<std::ptrdiff_t>(pitch), picture_.rowBytes(), count);
+            const std::size_t whole = bytes / picture_.rowBytes();
+            if (whole > 0 && !image_.read(first, whole)) return false;
+            if (whole == count) continue;
+            image_.readPart(first + whole * pitch, bytes % picture_.rowBytes());
+            return refuseShort();
+        }
+        return true;
+    }
+
+    template <std::size_t kPixelBytes>
+    bool readRows() {
+        const bool isInPlace = picture_.change == TgaChange::kNone || picture_.change == TgaChange::kOpaque;
+        const auto buffer = dib::allocateZeroed<unsigned char>(isInPlace ? 1 : picture_.rowBytes());
+        if (buffer == nullptr) return refuse(request_.result, DIB_ERROR_MEMORY, "there is not enough memory");
+        PacketReader<kPixelBytes> packets(file_);
+        const std::size_t bytes = picture_.rowBytes();
+        const auto width = static_cast<std::size_t>(picture_.width);
+        unsigned char* out = image_->Buffer;
+        for (std::size_t y = 0; y < rows(); ++y, out += image_->GetPitch()) {
+            unsigned char* row = isInPlace ? out : buffer.get();
+            const std::size_t got = picture_.isPacked ? packets.read(row, bytes) : file_.copy(row, bytes);
+            if (got < bytes) {
+                if (picture_.change == TgaChange::kNone && !picture_.header.isRightToLeft())
+                    image_.readPart(out, got);
+                return refuseShort();
+            }
+            if (picture_.header.isRightToLeft()) mirror<kPixelBytes>(row, width);
+            change(row, out, width);
+            if (!image_.read(out)) return false;
+        }
+        if (dropsBytes_) {
+            note(request_.result, DIB_NOTE_ASSUMPTION,
+                 "the header announces no alpha, so the fourth byte of the pixels was ignored");
+        }
+        return true;
+    }
+
+    void change(const unsigned char* row, unsigned char* out, std::size_t width) {
+        switch (picture_.change) {
+            case TgaChange::kNone: break;
+            case TgaChange::kOpaque: makeOpaque(out, width); break;
+            case TgaChange::kWords: spreadChannels(row, 2, out, 4, width, kTgaWordsWithAlpha); break;
+            case TgaChange::kGreyOnly:
+                for (std::size_t x = 0; x < width; ++x) out[x] = row[2 * x];
+                break;
+            case TgaChange::kGreyAndAlpha:
+                for (std::size_t x = 0; x < width; ++x) {
+                    std::memset(out + 4 * x, row[2 * x], 3);
+                    out[4 * x + 3] = row[2 * x + 1];
+                }
+                break;
+            case TgaChange::kLookUp:
+                for (std::size_t x = 0; x < width; ++x) std::memcpy(out + 4 * x, &picture_.map[row[x]], 4);
+                break;
+        }
+        if (picture_.isPremultiplied && picture_.bitCount == 32 && picture_.hasAlpha)
+            divideByAlpha(out, width);
+    }
+
+    void makeOpaque(unsigned char* row, std::size_t width) {
+        // All 0 or all 255 is what programs without alpha write.
+        unsigned char all = 255;
+        unsigned char any = 0;
+        for (std::size_t x = 0; x < width; ++x) {
+            all &= row[4 * x + 3];
+            any |= row[4 * x + 3];
+            row[4 * x + 3] = 255;
+        }
+        all_ &= all;
+        any_ |= any;
+        dropsBytes_ = all_ != 255 && any_ != 0;
+    }
+
+    static void divideByAlpha(unsigned char* row, std::size_t width) {
+        for (std::size_t i = 0; i < 4 * width; i += 4) {
+            const unsigned alpha = row[i + 3];
+            for (std::size_t channel = i; alpha != 0 && channel < i + 3; ++channel)
+                row[channel] =
+                    static_cast<unsigned char>(std::min(255U, (row[channel] * 255U + alpha / 2) / alpha));
+        }
+    }
+
+    ReadRequest& request_;
+    ByteReader& file_;
+    const TgaPicture& picture_;
+    NewImage& image_;
+    unsigned char all_ = 255;
+    unsigned char any_ = 0;
+    bool dropsBytes_ = false;
+};
+
+std::uint64_t fewestBytes(const TgaPicture& picture) {
+    const std::uint64_t pixels =
+        static_cast<std::uint64_t>(picture.width) * static_cast<unsigned>(picture.height);
+    if (!picture.isPacked) return pixels * picture.pixelBytes;
+    return (pixels + kMostPixels - 1) / kMostPixels * (1 + picture.pixelBytes);
+}
+
+void noteChanges(const TgaPicture& picture, DibFileResult& result) {
+    if (picture.change == TgaChange::kWords)
+        note(result, DIB_NOTE_ASSUMPTION, "pixels of 16 bits with an alpha bit became 32");
+    if (picture.change == TgaChange::kLookUp)
+        note(result, DIB_NOTE_ASSUMPTION, "the colour map has alpha, so its colours replace the indices");
+    if (picture.change == TgaChange::kGreyAndAlpha)
+        note(result, DIB_NOTE_ASSUMPTION, "grey pixels with alpha became 32 bits");
+    if (picture.dividesByAlpha())
+        note(result, DIB_NOTE_ASSUMPTION, "colours were divided by the alpha that they were multiplied by");
+}
+
+}  // namespace
+
+bool probeTga(ProbeRequest& request) {
+    TgaPicture picture;
+    if (!readTgaPicture(request.file, picture, request.options, request.result)) return false;
+    DibFileInfo& info = request.info;
+    info.width = picture.width;
+    info.height = picture.height;
+    info.bitCount = picture.bitCount;
+    info.storedBits = picture.header.bitCount;
+    info.hasAlpha = picture.bitCount == 32 && (picture.hasAlpha || picture.change == TgaChange::kLookUp);
+    info.isTopDown = picture.header.topRowFirst();
+    info.paletteSize = picture.bitCount != 8 ? 0 : picture.isMapped ? static_cast<int>(picture.entries) : 256;
+    nameCompression(info, picture.isPacked ? "rle" : "none");
+    return true;
+}
+
+bool readTga(ReadRequest& request) {
+    TgaPicture picture;
+    if (!readTgaPicture(request.file, picture, request.options, request.result)) return false;
+    NewImage image(request.image, &request.progress);
+    const int height = picture.header.topRowFirst() ? -picture.height : picture.height;
+    if (!image.create(request.file, picture.width, height, picture.bitCount, fewestBytes(picture)))
+        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
+    if (picture.isMapped && picture.bitCount == 8) {
+        for (DibBGRA& color : picture.map) color.alpha = 0;
+        std::memcpy(dib::colorTable(image->Header), picture.map.data(), sizeof picture.map);
+        image->Header->biClrUsed = image->Header->biClrImportant =
+            static_cast<std::uint32_t>(picture.entries);
+    }
+    noteChanges(picture, request.result);
+    return RowsReader(request, picture, image).read();
+}
+
+}  // namespace formats

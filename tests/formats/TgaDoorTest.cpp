@@ -1,0 +1,328 @@
+#include <cstring>
+
+#include "tests/formats/DoorCodecTest.h"
+
+namespace door_test {
+namespace {
+
+using codec_test::ByteWriter;
+using testing_support::blankImage;
+using testing_support::randomImage;
+
+struct Fields {
+    unsigned type = 2;
+    unsigned width = 2;
+    unsigned height = 2;
+    unsigned bits = 24;
+    unsigned descriptor = 0;
+    unsigned mapEntries = 0;
+    unsigned mapBits = 0;
+    unsigned mapFirst = 0;
+};
+
+Bytes tga(const Fields& f, const Bytes& rest) {
+    ByteWriter out;
+    out.u8(3).u8(f.mapEntries > 0 ? 1 : 0).u8(f.type).le16(f.mapFirst).le16(f.mapEntries).u8(f.mapBits);
+    out.le16(0).le16(0).le16(f.width).le16(f.height).u8(f.bits).u8(f.descriptor);
+    return out.text("id!").raw(rest).bytes;
+}
+
+Bytes counting(std::size_t count, unsigned first = 1) {
+    Bytes bytes(count);
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(first + i);
+    return bytes;
+}
+
+Bytes joined(const Bytes& a, const Bytes& b) { return ByteWriter().raw(a).raw(b).bytes; }
+
+// An extension area that holds nothing but the type of the alpha, and a footer.
+Bytes withFooter(const Bytes& file, unsigned alphaType) {
+    ByteWriter out;
+    out.raw(file).le16(495).fill(492).u8(alphaType);
+    return out.le32(static_cast<unsigned>(file.size())).le32(0).text("TRUEVISION-XFILE.").u8(0).bytes;
+}
+
+constexpr const char* kName = "x.tga";
+
+Opened openedTga(const Bytes& file) { return opened(file, named(kName)); }
+
+Bytes shownRows(DibStream& image) {
+    Bytes all;
+    for (int y = 0; y < std::abs(image.Header->biHeight); ++y) {
+        const Bytes row = codec_test::rowBytes(image, y);
+        all.insert(all.end(), row.begin(), row.end());
+    }
+    return all;
+}
+
+Bytes shown(const Bytes& file, int bitCount) {
+    const Opened load = openedTga(file);
+    EXPECT_TRUE(load.isLoaded) << load.result.reason;
+    if (!load.isLoaded) return {};
+    EXPECT_EQ(load.image->Header->biBitCount, bitCount);
+    return shownRows(*load.image);
+}
+
+DibBGRA colorAt(DibStream& image, unsigned index) {
+    return reinterpret_cast<const DibBGRA*>(image.Header + 1)[index];
+}
+
+TEST(TgaDoor, EverySourceGivesOnePicture) {
+    for (const Bytes& file :
+         {tga({}, counting(12)), tga({3, 3, 2, 8, 0x20}, counting(6)), tga({11, 3, 2, 8}, {0x85, 7}),
+          tga({1, 2, 2, 8, 0, 2, 24}, joined(counting(6), {0, 1, 1, 0})),
+          tga({10, 3, 2, 32, 8}, {0x85, 1, 2, 3, 4})}) {
+        expectOneFromEverySource(file, ".tga", named(kName));
+        expectLoadProgress(file, 3, named(kName));
+        EXPECT_GE(failEveryLoad(file, named(kName)), 1);
+    }
+}
+
+TEST(TgaDoor, HeadersWithoutANameAreRecognized) {
+    EXPECT_TRUE(opened(tga({}, counting(12))).isLoaded);
+    EXPECT_TRUE(opened(tga({11, 3, 2, 8}, {0x85, 7})).isLoaded);
+    EXPECT_FALSE(opened(tga({7, 3, 2, 8}, {0x85, 7})).isLoaded);
+    EXPECT_FALSE(opened(tga({2, 3, 2, 17}, counting(30))).isLoaded);
+    EXPECT_EQ(opened(Bytes(40, 'a')).reason(), "the format of the file is not known");
+}
+
+TEST(TgaDoor, OriginsAreHonoured) {
+    EXPECT_EQ(shown(tga({}, counting(12)), 24), Bytes({7, 8, 9, 10, 11, 12, 1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(shown(tga({.descriptor = 0x20}, counting(12)), 24), counting(12));
+    EXPECT_EQ(shown(tga({.descriptor = 0x30}, counting(12)), 24),
+              Bytes({4, 5, 6, 1, 2, 3, 10, 11, 12, 7, 8, 9}));
+    EXPECT_EQ(shown(tga({10, 3, 1, 16, 0x10}, {2, 1, 2, 3, 4, 5, 6}), 16), Bytes({5, 6, 3, 4, 1, 2}));
+}
+
+TEST(TgaDoor, GreysComeInPacketsAndWithAlpha) {
+    EXPECT_EQ(shown(tga({11, 3, 2, 8, 0x20}, {0x81, 9, 3, 1, 2, 3, 4}), 8), Bytes({9, 9, 1, 2, 3, 4}));
+    EXPECT_EQ(colorAt(*openedTga(tga({11, 3, 2, 8}, {0x85, 7})).image, 7).green, 7);
+    EXPECT_EQ(shown(tga({3, 2, 1, 16, 8}, {1, 2, 3, 4}), 32), Bytes({1, 1, 1, 2, 3, 3, 3, 4}));
+    EXPECT_EQ(shown(tga({3, 2, 1, 16, 0}, {1, 2, 3, 4}), 8), Bytes({1, 3}));
+}
+
+TEST(TgaDoor, MapsOfEveryKind) {
+    // 31 of 31 is 255, 1 of 31 is 8.
+    const Bytes words = ByteWriter().le16(31 << 10 | 1).le16(1 << 5).bytes;
+    for (const unsigned bits : {15U, 16U}) {
+        const Opened load = openedTga(tga({1, 2, 1, 8, 0, 2, bits}, joined(words, {1, 0})));
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(shownRows(*load.image), Bytes({1, 0}));
+        EXPECT_EQ(load.image->Header->biClrUsed, 2U);
+        EXPECT_EQ(colorAt(*load.image, 0).red, 255);
+        EXPECT_EQ(colorAt(*load.image, 0).blue, 8);
+        EXPECT_EQ(colorAt(*load.image, 1).green, 8);
+        EXPECT_EQ(colorAt(*load.image, 2).red, 0);
+    }
+    // The first entry is that of index 5.
+    const Opened load = openedTga(tga({9, 3, 1, 8, 0, 2, 24, 5}, {1, 2, 3, 4, 5, 6, 0x80, 5, 1, 6, 7}));
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(shownRows(*load.image), Bytes({5, 6, 7}));
+    EXPECT_EQ(load.image->Header->biClrUsed, 7U);
+    EXPECT_EQ(colorAt(*load.image, 5).red, 3);
+    EXPECT_EQ(colorAt(*load.image, 4).red, 0);
+    EXPECT_EQ(colorAt(*load.image, 6).blue, 4);
+}
+
+// Tables of images have no alpha. A map without any keeps its indices.
+TEST(TgaDoor, MapsWithAlphaAreLookedUp) {
+    const Bytes alpha = {1, 2, 3, 4, 5, 6, 7, 8};
+    EXPECT_EQ(shown(tga({9, 2, 1, 8, 0, 2, 32}, joined(alpha, {1, 1, 0})), 32),
+              Bytes({5, 6, 7, 8, 1, 2, 3, 4}));
+    EXPECT_EQ(openedTga(tga({1, 2, 1, 8, 0, 2, 32}, joined(alpha, {1, 0}))).note(0),
+              "the colour map has alpha, so its colours replace the indices");
+    EXPECT_EQ(shown(tga({1, 2, 1, 8, 0, 2, 32}, {1, 2, 3, 255, 5, 6, 7, 255, 1, 0}), 8), Bytes({1, 0}));
+    EXPECT_EQ(shown(tga({1, 2, 1, 8, 0, 2, 32}, {1, 2, 3, 0, 5, 6, 7, 0, 1, 0}), 8), Bytes({1, 0}));
+}
+
+TEST(TgaDoor, AlphaIsThatOfTheHeaderOrTheFooter) {
+    const Bytes pixels = {1, 2, 3, 4, 5, 6, 7, 8};
+    const Bytes opaque = {1, 2, 3, 255, 5, 6, 7, 255};
+    const Bytes announced = tga({2, 2, 1, 32, 8}, pixels);
+    const Bytes silent = tga({2, 2, 1, 32, 0}, pixels);
+    EXPECT_EQ(shown(announced, 32), pixels);
+    EXPECT_EQ(shown(silent, 32), opaque);
+    EXPECT_EQ(openedTga(silent).note(0),
+              "the header announces no alpha, so the fourth byte of the pixels was ignored");
+    EXPECT_EQ(openedTga(tga({2, 1, 1, 32, 0}, {1, 2, 3, 0})).result.noteCount, 0);
+    EXPECT_EQ(shown(withFooter(silent, 3), 32), pixels);
+    EXPECT_EQ(shown(withFooter(silent, 2), 32), opaque);
+    EXPECT_EQ(shown(withFooter(announced, 1), 32), opaque);
+    EXPECT_EQ(shown(withFooter(announced, 0), 32), pixels);
+    // 1 x 255 / 4 is 63.75.
+    EXPECT_EQ(shown(withFooter(announced, 4), 32), Bytes({64, 128, 191, 4, 159, 191, 223, 8}));
+    DibLoadOptions stored = named(kName);
+    stored.alpha = DIB_ALPHA_STORED;
+    EXPECT_EQ(shownRows(*opened(silent, stored).image), pixels);
+}
+
+TEST(TgaDoor, WordsWithAnAlphaBit) {
+    const Bytes words = ByteWriter().le16(0xFFFF).le16(31).bytes;
+    EXPECT_EQ(shown(tga({2, 2, 1, 16, 0}, words), 16), words);
+    EXPECT_EQ(shown(tga({2, 2, 1, 16, 1}, words), 32), Bytes({255, 255, 255, 255, 255, 0, 0, 0}));
+    EXPECT_EQ(shown(tga({2, 2, 1, 15, 0}, words), 16), words);
+}
+
+TEST(TgaDoor, SizesHaveNoSign) {
+    const Bytes file = tga({10, 65535, 40000, 24}, {});
+    DibFileInfo info;
+    const DibLoadOptions options = named(kName);
+    ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info, &options));
+    EXPECT_EQ(info.width, 65535);
+    EXPECT_EQ(info.height, 40000);
+    EXPECT_STREQ(info.compression, "rle");
+}
+
+TEST(TgaDoor, RowsOfCutFilesAreKept) {
+    const Bytes file = tga({2, 2, 3, 24, 0x20}, counting(18));
+    DibLoadOptions keeping = keepingDamaged();
+    keeping.name = kName;
+    for (std::size_t length = 21; length < file.size(); ++length) {
+        const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+        const int rows = static_cast<int>(length - 21) / 6;
+        EXPECT_EQ(openedTga(cut).reason(), rows == 0 ? "the file ends before its pixels do"
+                                                     : "the file ends before its pixels do (in row " +
+                                                           std::to_string(rows + 1) + " of 3)");
+        const Opened kept = opened(cut, keeping);
+        ASSERT_EQ(kept.isLoaded, rows > 0);
+        if (rows == 0) continue;
+        EXPECT_EQ(codec_test::rowBytes(*kept.image, rows - 1),
+                  counting(6, static_cast<unsigned>(6 * rows - 5)));
+        EXPECT_EQ(codec_test::rowBytes(*kept.image, 2).back(), 0);
+    }
+    const Opened packed = opened(tga({10, 2, 2, 24, 0x20}, {0x81, 1, 2, 3, 1, 4, 5, 6}), keeping);
+    ASSERT_TRUE(packed.isLoaded);
+    EXPECT_EQ(shownRows(*packed.image), Bytes({1, 2, 3, 1, 2, 3, 4, 5, 6, 0, 0, 0}));
+    EXPECT_EQ(packed.note(0), "the file ends before its pixels do: 1 of 2 rows were read");
+}
+
+TEST(TgaDoor, RefusalsSayWhy) {
+    const auto reason = [](const Fields& fields) { return openedTga(tga(fields, {})).reason(); };
+    EXPECT_EQ(openedTga(Bytes(5)).reason(), "the file ends inside its header");
+    EXPECT_EQ(reason({0}), "there is no picture in the file");
+    EXPECT_EQ(reason({32}), "image type 32 is not known");
+    EXPECT_EQ(reason({1, 1, 1, 8}), "the colour map is missing");
+    EXPECT_EQ(reason({2, 1, 1, 17}), "true-colour pixels of 17 bits are not read");
+    EXPECT_EQ(reason({3, 1, 1, 24}), "grey pixels of 24 bits are not read");
+    EXPECT_EQ(reason({1, 1, 1, 8, 0, 1, 17}), "colour maps of 17-bit entries are not read");
+    EXPECT_EQ(reason({1, 1, 1, 8, 0, 1, 24}), "the file ends inside its colour map");
+    EXPECT_EQ(reason({2, 0, 1, 24}), "a picture of 0x1 pixels is empty");
+}
+
+TEST(TgaDoor, EveryDamagedHeaderIsHarmless) {
+    int loaded = 0;
+    for (const Bytes& file : {withFooter(tga({10, 3, 2, 32, 8}, {0x85, 1, 2, 3, 4}), 4),
+                              tga({9, 2, 2, 8, 0, 2, 32}, joined(counting(8), {0x83, 1}))}) {
+        codec_test::forEveryExtremeByte(file, 60, [&](const Bytes& damaged, std::size_t, unsigned) {
+            DibLoadOptions options = keepingDamaged();
+            options.name = kName;
+            const Opened load = opened(damaged, options);
+            loaded += load.isLoaded ? 1 : 0;
+            EXPECT_EQ(load.isLoaded, load.result.reason[0] == '\0');
+        });
+        codec_test::forEveryTruncation(file, [](const Bytes& cut, std::size_t) {
+            EXPECT_EQ(openedTga(cut).isLoaded, openedTga(cut).result.code == 0);
+        });
+    }
+    EXPECT_GT(loaded, 100);
+}
+
+// Saving.
+
+Bytes savedWith(const DibStream& image, bool runLengths) {
+    DibSaveOptions options;
+    options.format = "tga";
+    options.runLengths = runLengths;
+    DibBytes bytes;
+    DibFileResult result;
+    EXPECT_TRUE(DibSaveMemory(&bytes, &image, &options, &result)) << result.reason;
+    return {bytes.data, bytes.data + bytes.size};
+}
+
+const Bytes kFooter = ByteWriter().le32(0).le32(0).text("TRUEVISION-XFILE.").u8(0).bytes;
+
+TEST(TgaDoor, SavedPacketsStayInTheirRows) {
+    const DibPtr image = testing_support::plainImage(200, 2, 24, 0x030201);
+    Bytes expected = {0, 0, 10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 200, 0, 2, 0, 24, 0};
+    for (int y = 0; y < 2; ++y) expected = joined(expected, {0xFF, 1, 2, 3, 0x80 | 71, 1, 2, 3});
+    EXPECT_EQ(savedWith(*image, true), joined(expected, kFooter));
+    EXPECT_EQ(savedWith(*image, false).size(), 18U + 1200 + 26);
+    const DibPtr noise = randomImage(200, 2, 24, 3);
+    EXPECT_EQ(savedWith(*noise, true), savedWith(*noise, false));
+}
+
+TEST(TgaDoor, EveryDepthAndRowOrderComesBack) {
+    for (const int bits : testing_support::kDepths) {
+        for (const testing_support::Size size : testing_support::kSizes) {
+            for (const bool runLengths : {false, true}) {
+                const DibPtr image =
+                    randomImage(size.width, runLengths ? -size.height : size.height, bits, 5);
+                // Some runs, some pixels of their own.
+                for (int i = 0; i < size.width * size.height; ++i) {
+                    if (i % 7 < 4)
+                        testing_support::setPixelValue(
+                            *image, i % size.width, i / size.width,
+                            0x01010101U & (bits < 32 ? (1ULL << bits) - 1 : UINT32_MAX));
+                }
+                if (bits == 16) {
+                    for (int i = 0; i < size.width * size.height; ++i)
+                        testing_support::setPixelValue(
+                            *image, i % size.width, i / size.width,
+                            testing_support::pixelValue(*image, i % size.width, i / size.width) & 0x7FFF);
+                }
+                const Opened load = openedTga(savedWith(*image, runLengths));
+                ASSERT_TRUE(load.isLoaded) << load.result.reason;
+                ASSERT_EQ(load.image->Header->biBitCount, std::max(bits, 8));
+                for (int i = 0; i < size.width * size.height; ++i) {
+                    ASSERT_EQ(testing_support::pixelValue(*load.image, i % size.width, i / size.width),
+                              testing_support::pixelValue(*image, i % size.width, i / size.width))
+                        << bits << " " << i;
+                }
+                if (bits > 8) continue;
+                EXPECT_EQ(load.image->Header->biClrUsed, 1U << bits);
+                for (unsigned i = 0; i < 1U << bits; ++i) {
+                    EXPECT_EQ(colorAt(*load.image, i).red, colorAt(*image, i).red);
+                    EXPECT_EQ(colorAt(*load.image, i).blue, colorAt(*image, i).blue);
+                }
+            }
+        }
+    }
+}
+
+TEST(TgaDoor, GreyRampsNeedNoMap) {
+    const DibPtr image = blankImage(3, 1, 8);
+    EXPECT_EQ(savedWith(*image, false),
+              joined({0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 1, 0, 8, 0, 0, 0, 0}, kFooter));
+    EXPECT_EQ(savedWith(*image, true)[2], 11);
+    image->Header->biClrUsed = 200;
+    EXPECT_EQ(savedWith(*image, false)[2], 1);
+    EXPECT_EQ(savedWith(*image, false)[5], 200);
+}
+
+TEST(TgaDoor, LossesAreNamed) {
+    const auto losses = [](const DibStream& image) {
+        DibFileResult result;
+        DibSaveLosses(&image, "tga", nullptr, &result);
+        return notesOf(result) + result.reason;
+    };
+    EXPECT_EQ(losses(*randomImage(2, 2, 1, 1)), "1 bit a pixel becomes 8;");
+    EXPECT_EQ(losses(*randomImage(2, 2, 4, 1)), "4 bits a pixel become 8;");
+    for (const int bits : {8, 16, 24, 32}) EXPECT_EQ(losses(*randomImage(2, 2, bits, 1)), "");
+    const DibPtr wide = blankImage(65536, 1, 8);
+    EXPECT_EQ(losses(*wide), "TGA files hold 65535 pixels a side at most; the picture has 65536x1");
+    DibFileResult result;
+    EXPECT_TRUE(saved(*wide, "tga", &result).empty());
+    EXPECT_EQ(result.code, 8);
+    EXPECT_FALSE(saved(*blankImage(65535, 1, 8), "tga").empty());
+}
+
+TEST(TgaDoor, SavingCancelsAndAllocationsFail) {
+    for (const int bits : testing_support::kDepths) {
+        const DibPtr image = testing_support::plainImage(33, -20, bits, 0x01010101);
+        expectSaves(*image, "tga", 20);
+        EXPECT_GE(failEverySave(*image, "tga"), 2);
+    }
+}
+
+}  // namespace
+}  // namespace door_test
