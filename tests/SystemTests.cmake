@@ -31,6 +31,8 @@ endif()
 add_test(NAME tree.bench-plots
     COMMAND bash ${system_dir}/bench-plots.sh ${PROJECT_SOURCE_DIR}/scripts/bench-plots.py ${system_work}/bench-plots)
 set_tests_properties(tree.bench-plots PROPERTIES SKIP_RETURN_CODE 77)
+add_test(NAME tree.format-tables
+    COMMAND bash ${PROJECT_SOURCE_DIR}/scripts/format-tables.sh --check $<TARGET_FILE:format_tables>)
 if(DIB_CLANG_FORMAT)
     add_test(NAME tree.format COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-format.sh)
 endif()
