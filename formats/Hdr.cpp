@@ -287,13 +287,11 @@ std::string_view compression(FirstBytes) { return "unknown"; }
 bool probe(ProbeRequest& request) {
     Header header;
     if (readHeader(request.file, kWide, header) != RgbeError::kNone) return false;
-    constexpr int kFirstExchanged = 5;
-    const bool isTurned = request.options.appliesOrientation && header.orientation >= kFirstExchanged;
-    request.info.width = isTurned ? header.height : header.width;
-    request.info.height = isTurned ? header.width : header.height;
+    request.info.width = header.width;
+    request.info.height = header.height;
     request.info.bitCount = 24;
     request.info.storedBits = 32;
-    request.result.metadata.orientation = request.options.appliesOrientation ? 1 : header.orientation;
+    request.result.metadata.orientation = header.orientation;
     // The first row tells.
     const ByteReader::Bytes start = request.file.ahead(kRgbeBytes);
     const bool isPacked =

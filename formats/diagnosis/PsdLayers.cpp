@@ -11,9 +11,15 @@ constexpr std::int64_t kHeaderBytes = 26;
 
 std::int64_t behindSection(const RefusedFile& file, std::int64_t at) { return at + 4 + file.be32(at); }
 
-int countAt(const RefusedFile& file, std::int64_t at) {
-    // A negative count says something about the transparency of the merged picture.
-    return std::abs(static_cast<std::int16_t>(file.be16(at)));
+int countAt(const RefusedFile& file, std::int64_t at) { return static_cast<std::int16_t>(file.be16(at)); }
+
+struct Section {
+    std::int64_t list;
+    std::int64_t end;
+};
+Section layerSection(const RefusedFile& file) {
+    const std::int64_t section = behindSection(file, behindSection(file, kHeaderBytes));
+    return {section + 4, behindSection(file, section)};
 }
 
 // Documents of 16 and 32 bits keep their layers in a block of their own behind an empty list.
@@ -58,20 +64,23 @@ OddChannel oddChannel(const RefusedFile& file, std::int64_t records, int layers)
 
 }  // namespace
 
+std::int64_t mergedPsdPicture(const RefusedFile& file) { return layerSection(file).end; }
+
+int countPsdLayers(const RefusedFile& file) {
+    const auto [list, end] = layerSection(file);
+    if (end - list < 4) return 0;
+    return file.be32(list) == 0 ? countInBlocks(file, list + 4, end) : countAt(file, list + 4);
+}
+
 PsdLayers inspectPsdLayers(const RefusedFile& file) {
-    const std::int64_t resources = behindSection(file, kHeaderBytes);
-    const std::int64_t section = behindSection(file, resources);
-    const std::int64_t end = behindSection(file, section);
-    const std::int64_t list = section + 4;
     PsdLayers layers;
-    if (end - list < 4) return layers;
+    layers.count = std::abs(countPsdLayers(file));
+    if (layers.count == 0) return layers;
+    const std::int64_t list = layerSection(file).list;
     if (file.be32(list) == 0) {
-        layers.count = countInBlocks(file, list + 4, end);
-        if (layers.count > 0)
-            layers.problem = "layers of " + std::to_string(file.be16(22)) + " bits per channel are not read";
+        layers.problem = "layers of " + std::to_string(file.be16(22)) + " bits per channel are not read";
         return layers;
     }
-    layers.count = countAt(file, list + 4);
     const OddChannel odd = oddChannel(file, list + 6, layers.count);
     if (odd.layer < 0) return layers;
     const std::string which = "the pixels of layer " + std::to_string(odd.layer);

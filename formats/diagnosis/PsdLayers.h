@@ -14,6 +14,12 @@ struct PsdLayers {
 };
 PsdLayers inspectPsdLayers(const RefusedFile& file);
 
+// The same number without a look at the layers themselves. It is negative when the first channel behind the
+// colours is the transparency of the merged picture.
+int countPsdLayers(const RefusedFile& file);
+// Where the merged picture begins.
+std::int64_t mergedPsdPicture(const RefusedFile& file);
+
 // The problem alone.
 std::string diagnosePsdLayers(const RefusedFile& file);
 

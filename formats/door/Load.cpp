@@ -141,6 +141,7 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
         result.code = DIB_OK;
         return true;
     }
+    if (done >= rows) return false;
     const std::size_t length = std::strlen(result.reason);
     std::snprintf(result.reason + length, sizeof result.reason - length, " (in row %zu of %zu)", done + 1,
                   rows);

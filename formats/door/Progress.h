@@ -25,11 +25,13 @@ public:
     // The same when `done` of `total` rows are done, which it remembers. Decoding ends below 1: the frame
     // reports that the call is done.
     bool rows(std::size_t done, std::size_t total) {
-        rowsDone_ = std::max(rowsDone_, done);
+        countRows(done);
         if (callback_ == nullptr) return true;
         return report(0.99 * static_cast<double>(done) /
                       static_cast<double>(std::max<std::size_t>(total, 1)));
     }
+    // Remembers rows of pictures whose progress is not theirs alone.
+    void countRows(std::size_t done) { rowsDone_ = std::max(rowsDone_, done); }
     bool isWatched() const { return callback_ != nullptr; }
     bool isCancelled() const { return isCancelled_; }
     std::size_t rowsDone() const { return rowsDone_; }

@@ -4,7 +4,6 @@
 
 #include "dib/File.h"
 #include "formats/CodecFrame.h"
-#include "formats/Formats.h"
 #include "formats/psd/Document.h"
 #include "formats/psd/Pixels.h"
 
@@ -60,7 +59,12 @@ bool DibPSDLoader::Load(std::FILE* file) {
     // A callback may not start a second load of the document that is being loaded.
     if (file == nullptr || document_ != nullptr) return false;
     DropDocument();
-    return psd::Document(*this, file).load();
+    std::fseek(file, 0, SEEK_SET);
+    formats::ByteReader reader(file);
+    const bool isLoaded = psd::Document(*this, reader, file).load();
+    // The file stays where reading stopped.
+    reader.leave();
+    return isLoaded;
 }
 
 // Steps.
@@ -151,28 +155,3 @@ bool LoadPSD(const char* path, DibStream* dib, DibProgressCallback callback, voi
 bool LoadPSD(const wchar_t* path, DibStream* dib, DibProgressCallback callback, void* user) {
     return formats::loadPath(path, loadMerged, dib, callback, user);
 }
-
-namespace formats {
-
-namespace {
-
-bool recognizes(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
-
-constexpr const char* kExtensions[] = {"psd", nullptr};
-constexpr const char* kMimeTypes[] = {"image/x-psd", nullptr};
-
-}  // namespace
-
-constinit const FileFormat kPsdFormat = {
-    .info = {.name = "psd",
-             .title = "Layered document, its merged picture",
-             .extensions = kExtensions,
-             .mimeTypes = kMimeTypes,
-             .readDepths = depths({8, 24, 32}),
-             .hasLayers = true},
-    .recognizes = recognizes,
-    .load = LoadPSD,
-    .diagnose = diagnosePsd,
-};
-
-}  // namespace formats

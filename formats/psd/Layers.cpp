@@ -113,7 +113,8 @@ bool readRecord(Document& document, PSDLayerInfo& layer, int index, ChannelLengt
     const std::int64_t extraEnd = file.position() + extraLength;
     readLayerMask(file, layer);
     readBlendRanges(document, layer, index);
-    if (!readText(file, layer.name, 4) && file.remaining() > 0) return false;
+    if (!readText(file, layer.name, 4) && file.remaining() > 0)
+        return layer.name == nullptr ? document.failForMemory() : false;
     while (file.position() < extraEnd) {
         unsigned char signatureAndKey[8];
         std::uint32_t length = 0;
@@ -125,13 +126,17 @@ bool readRecord(Document& document, PSDLayerInfo& layer, int index, ChannelLengt
 
 bool readPixels(Document& document, std::size_t index, const ChannelLengths& lengths) {
     Reader& file = document.file;
+    if (!document.wantsPixels(index)) {
+        for (const std::uint32_t length : lengths) file.seek(file.position() + length);
+        return true;
+    }
     const PSDLayerInfo& layer = document.layers[index];
     const std::int64_t width = extent(layer.left, layer.right);
     const std::int64_t height = extent(layer.top, layer.bottom);
     ImagePtr image;
     if (width > 0 && height > 0) {
         image.reset(new DibStream);
-        if (!createWhitePicture(file, *image, width, height, 32)) return false;
+        if (!createWhitePicture(file, *image, width, height, 32)) return document.failForMemory();
     }
     for (std::size_t channel = 0; channel < lengths.size(); ++channel) {
         const std::int64_t channelEnd = file.position() + lengths[channel];
@@ -197,6 +202,7 @@ bool readLayers(Document& document) {
         whole = readAllLayers(document, count);
     } catch (const std::bad_alloc&) {
         // The lists of layers and channels grow with the file.
+        document.failForMemory();
     }
     document.isReadingLayers = false;
     if (whole) file.seek(sectionEnd);

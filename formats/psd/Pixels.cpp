@@ -96,4 +96,21 @@ bool storeRow(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID id, con
     return true;
 }
 
+bool applyBlack(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID /*id*/,
+                const unsigned char* line) {
+    const std::size_t pixelBytes = static_cast<std::size_t>(image->Header->biBitCount) / 8;
+    const auto width = static_cast<std::size_t>(image->Header->biWidth);
+    unsigned char* to = image->ScanLine(row);
+    unsigned char black[4096];
+    for (std::size_t x = 0; x < width; x += sizeof black) {
+        const std::size_t count = std::min(sizeof black, width - x);
+        toBytes(kind.depth, line, x, count, black);
+        for (std::size_t i = 0; i < count; ++i, to += pixelBytes) {
+            for (std::size_t color = 0; color < 3; ++color)
+                to[color] = static_cast<unsigned char>((to[color] * black[i] + 127) / 255);
+        }
+    }
+    return true;
+}
+
 }  // namespace formats::psd

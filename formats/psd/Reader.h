@@ -5,22 +5,32 @@
 #include <algorithm>
 #include <concepts>
 #include <cstdint>
-#include <cstdio>
 
 #include "formats/ByteReader.h"
 
 namespace formats::psd {
 
-class Reader : public ByteReader {
+class Reader {
 public:
-    // Starts at the first byte of the file.
-    explicit Reader(std::FILE* file) : ByteReader(rewound(file)) {
-        workLeft_ =
-            std::clamp<std::int64_t>(size(), 0, INT64_MAX / (2 * kWorkPerFileByte)) * kWorkPerFileByte +
-            kWorkFloor;
-    }
-    // Leaves the file where reading stopped.
-    ~Reader() { leave(); }
+    using Bytes = ByteReader::Bytes;
+    static constexpr std::size_t kBufferBytes = ByteReader::kBufferBytes;
+
+    // `file` is at its start.
+    explicit Reader(ByteReader& file)
+        : file_(file),
+          workLeft_(std::clamp<std::int64_t>(file.size(), 0, INT64_MAX / (2 * kWorkPerFileByte)) *
+                        kWorkPerFileByte +
+                    kWorkFloor) {}
+
+    ByteReader& bytes() { return file_; }
+    Bytes ahead(std::size_t wanted) { return file_.ahead(wanted); }
+    void consume(std::size_t count) { file_.consume(count); }
+    std::size_t copy(void* out, std::size_t count) { return file_.copy(out, count); }
+    bool read(void* out, std::size_t count) { return file_.read(out, count); }
+    std::int64_t position() const { return file_.position(); }
+    bool seek(std::int64_t position) { return file_.seek(position); }
+    std::int64_t size() { return file_.size(); }
+    std::int64_t remaining() { return file_.remaining(); }
 
     // Reads a number; one that the end of the file cuts off keeps its value.
     template <std::integral T>
@@ -50,15 +60,11 @@ public:
     std::int64_t workLeft() const { return workLeft_; }
 
 private:
-    static std::FILE* rewound(std::FILE* file) {
-        std::fseek(file, 0, SEEK_SET);
-        return file;
-    }
-
     static constexpr std::int64_t kWorkFloor = std::int64_t{64} << 20;
     static constexpr std::int64_t kWorkPerFileByte = 1024;
 
-    std::int64_t workLeft_ = 0;
+    ByteReader& file_;
+    std::int64_t workLeft_;
 };
 
 }  // namespace formats::psd

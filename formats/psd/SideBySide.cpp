@@ -69,16 +69,28 @@ void fillRowEnd(DibStream& image, int row, std::size_t usedBytes) {
 }
 
 // A single raw plane has the rows of the picture in reverse order.
-std::int64_t storeOnlyPlane(Reader& file, DibStream& image, const Planes& planes) {
+std::int64_t storeOnlyPlane(Reader& file, DibStream& image, const Planes& planes, Progress* progress) {
+    constexpr std::size_t kBandBytes = 1 << 20;
     const auto width = static_cast<std::size_t>(planes.width);
     const auto step = -static_cast<std::ptrdiff_t>(image.GetPitch());
     const auto rows = static_cast<std::size_t>(planes.rows);
-    if (file.readRows(image.ScanLine(0), step, width, rows) != width * rows) return 0;
+    const bool isWatched = progress != nullptr && progress->isWatched();
+    const std::size_t band =
+        isWatched ? std::max(kBandBytes / std::max<std::size_t>(width, 1), std::size_t{1}) : rows;
+    for (std::size_t done = 0; done < rows;) {
+        const std::size_t part = std::min(band, rows - done);
+        unsigned char* first = image.ScanLine(static_cast<int>(done));
+        if (file.bytes().readRows(first, step, width, part) != width * part)
+            return static_cast<std::int64_t>(done);
+        done += part;
+        if (progress != nullptr && !progress->rows(done, rows)) return static_cast<std::int64_t>(done);
+    }
     for (int row = 0; row < planes.rows; ++row) fillRowEnd(image, row, width);
     return planes.rows;
 }
 
-std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, const Planes& planes) {
+std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, const Planes& planes,
+                         Progress* progress) {
     std::array<PlaneReader, 4> readers;
     std::int64_t start = file.position();
     const auto width = static_cast<std::size_t>(planes.width);
@@ -104,13 +116,17 @@ std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, c
             joinColors({rows.data(), channels}, image.ScanLine(row), width);
         }
         fillRowEnd(image, row, width * channels);
+        const auto done = static_cast<std::size_t>(row) + 1;
+        if (progress != nullptr && !progress->rows(done, static_cast<std::size_t>(planes.rows)))
+            return row + 1;
     }
     return planes.rows;
 }
 
 }  // namespace
 
-std::int64_t storeSideBySide(Reader& file, DibStream& image, std::size_t channels, const Planes& planes) {
+std::int64_t storeSideBySide(Reader& file, DibStream& image, std::size_t channels, const Planes& planes,
+                             Progress* progress) {
     if (planes.width > kWidestRow || (planes.packed && planes.packedLengths == nullptr)) return 0;
     const std::int64_t start = file.position();
     // Work is admitted for rows that are stored; when it might not suffice, each row is asked for in file
@@ -127,8 +143,8 @@ std::int64_t storeSideBySide(Reader& file, DibStream& image, std::size_t channel
     if (bytes > file.remaining() || workUpTo(planes.rows) > file.workLeft()) return 0;
 
     const bool isOnlyRawPlane = channels == 1 && !planes.packed;
-    const std::int64_t rows =
-        isOnlyRawPlane ? storeOnlyPlane(file, image, planes) : storePlanes(file, image, channels, planes);
+    const std::int64_t rows = isOnlyRawPlane ? storeOnlyPlane(file, image, planes, progress)
+                                             : storePlanes(file, image, channels, planes, progress);
     file.seek(start);
     file.admitWork(workUpTo(rows));
     return rows;
