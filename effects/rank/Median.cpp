@@ -14,9 +14,8 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
         return dib::filterImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24,
                                 dib::Depth32>({callback, user}, image, std::move(median));
     };
-    if (radius <= dib::MedianSmallRadius::kLargest)
-        return filter(dib::MedianFilter<dib::MedianSmallRadius>(radius, flags));
-    return filter(dib::MedianFilter<dib::MedianLargeRadius>(radius, flags));
+    if (radius <= dib::MedianSmallRadius::kLargest) return filter(dib::MedianSmallRadius(radius, flags));
+    return filter(dib::MedianLargeRadius(radius, flags));
 }
 
 bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, DEBrightInfo* info) {

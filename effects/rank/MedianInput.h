@@ -59,21 +59,6 @@ private:
     MallocPtr<std::uint32_t> chosen_;
 };
 
-// A median as a filter of dib::filterImage.
-template <class Median>
-class MedianFilter {
-public:
-    MedianFilter(int radius, unsigned int flags) : median_(radius, flags) {}
-    bool prepare(const FullCopy& source, const Raster& image) { return median_.prepare(source, image); }
-    template <class Depth>
-    void row(unsigned char* out, int y) {
-        median_.writeRow(out, y);
-    }
-
-private:
-    Median median_;
-};
-
 // Pixels that rank before the one taken, bright to dark. At 1 bit half of all positions, rounded up, win the
 // vote.
 inline std::uint32_t medianRank(int radius, int bitCount) {

@@ -39,6 +39,7 @@ private:
     MallocPtr<Kind> kinds_;
 };
 
+// A filter of dib::filterImage.
 class MedianLargeRadius {
 public:
     MedianLargeRadius(int radius, unsigned int flags) : radius_(radius), flags_(flags) {}
@@ -46,10 +47,14 @@ public:
     // False also for squares of 2^31 positions and more.
     bool prepare(const FullCopy& source, const Raster& image);
 
-    // Chooses the pixels of row y and stores them.
-    void writeRow(unsigned char* out, int y);
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        writeRow(out, y);
+    }
 
 private:
+    // Chooses the pixels of row y and stores them.
+    void writeRow(unsigned char* out, int y);
     using Spot = BrightnessReader::Spot;
 
     void enterRow(int y, int x);

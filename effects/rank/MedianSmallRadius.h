@@ -9,6 +9,7 @@
 
 namespace dib {
 
+// A filter of dib::filterImage.
 class MedianSmallRadius {
 public:
     // Beyond this radius the sliding histogram is faster, and bytes no longer count the positions.
@@ -19,10 +20,14 @@ public:
 
     bool prepare(const FullCopy& source, const Raster& image);
 
-    // Chooses the pixels of row y and stores them.
-    void writeRow(unsigned char* out, int y);
+    template <class Depth>
+    void row(unsigned char* out, int y) {
+        writeRow(out, y);
+    }
 
 private:
+    // Chooses the pixels of row y and stores them.
+    void writeRow(unsigned char* out, int y);
     // The line of position t of the y axis. Lines hold a row with its edges, as keys or as brightness.
     BrightnessPlanes lineAt(int t) const {
         const auto line = (t + side_) % side_;

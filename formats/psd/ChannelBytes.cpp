@@ -9,7 +9,7 @@ namespace formats::psd {
 namespace {
 
 DIB_ALWAYS_INLINE void placeInFour(const unsigned char* __restrict bytes, unsigned char* __restrict pixels,
-                                   unsigned int shift, std::size_t count) {
+                                   std::size_t shift, std::size_t count) {
     const std::uint32_t others = ~(0xFFU << shift);
     for (std::size_t x = 0; x < count; ++x) {
         std::uint32_t pixel = 0;
@@ -53,7 +53,7 @@ std::size_t placeSixteens(const unsigned char*, unsigned char*, std::size_t, std
 void placeBytes(const unsigned char* bytes, unsigned char* pixels, std::size_t pixelBytes, std::size_t byte,
                 std::size_t count) {
     if (pixelBytes == 4) {
-        dib::runKernel<placeInFour>(bytes, pixels, static_cast<unsigned int>(8 * byte), count);
+        dib::runKernel<placeInFour>(bytes, pixels, 8 * byte, count);
     } else {
         std::size_t x = dib::runVectors<placeSixteens>(bytes, pixels, byte, count);
         for (; x < count; ++x) pixels[3 * x + byte] = bytes[x];

@@ -18,7 +18,7 @@ using testing_support::setPixelValue;
 template <class Median>
 bool run(DibStream& image, int radius, unsigned int flags) {
     return dib::filterImage<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24, dib::Depth32>(
-        {nullptr, nullptr}, &image, dib::MedianFilter<Median>(radius, flags));
+        {nullptr, nullptr}, &image, Median(radius, flags));
 }
 
 TEST(Median, BothEqualThePlainLoopsAtSmallRadii) {
