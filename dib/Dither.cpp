@@ -30,8 +30,8 @@ constexpr bool divisionHolds() {
 }
 static_assert(divisionHolds());
 
-// A channel c is raised to the next level when its threshold is below c mod 51, which is to say that the
-// level is (c + 50 - threshold) / 51: one division instead of a quotient, a remainder and a comparison.
+// A channel c is raised to the next level when its threshold is below c mod 51. The level is therefore
+// (c + 50 - threshold) / 51: one division instead of a quotient, a remainder and a comparison.
 DIB_ALWAYS_INLINE void ditherKernel(const std::uint8_t* __restrict bgr, std::uint8_t* __restrict to,
                                     std::size_t count, const std::uint16_t* __restrict raise) {
     for (std::size_t i = 0; i < count; ++i) {

@@ -16,7 +16,7 @@ constexpr std::uint8_t greyOf(unsigned int blue, unsigned int green, unsigned in
     return static_cast<std::uint8_t>(static_cast<std::uint16_t>(37 * blue + 146 * green + 73 * red) >> 8);
 }
 
-// Pixels of 24 and 32 bits. Widening moves whole words, of which the fourth byte is the next pixel's and
+// Pixels of 24 and 32 bits. Widening moves whole words; their fourth byte belongs to the next pixel and
 // becomes alpha: twice as fast as byte by byte where the compiler does not find the shuffle.
 DIB_ALWAYS_INLINE void bgrToBgra(const std::uint8_t* __restrict from, std::uint8_t* __restrict to,
                                  std::size_t count) {

@@ -72,7 +72,7 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE void storeSixteen(std::uint8_t* to, const Sixt
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t widen(const std::uint8_t* from, std::uint8_t* to,
                                                     std::size_t count, __m128i pattern) {
     const __m256i spread = _mm256_broadcastsi128_si256(pattern);
-    const __m256i opaque = _mm256_set1_epi32(static_cast<int>(0xFF000000U));
+    const __m256i opaque = _mm256_set1_epi32(~0xFFFFFF);
     std::size_t i = 0;
     for (; i + 8 + kPixelsBeyond <= count; i += 8) {
         const __m256i pixels = _mm256_shuffle_epi8(loadEight<3>(from + 3 * i), spread);

@@ -80,7 +80,7 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i twice(const std::uint8_t* sixteen) {
 template <bool KeepFourth, class Map>
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t mapInVectors(unsigned char* bytes, std::size_t count,
                                                            const Map& map) {
-    const __m256i fourth = _mm256_set1_epi32(static_cast<int>(0xFF000000U));
+    const __m256i fourth = _mm256_set1_epi32(~0xFFFFFF);
     std::size_t done = 0;
     for (; done + 32 <= count; done += 32) {
         auto* at = reinterpret_cast<__m256i*>(bytes + done);

@@ -21,8 +21,8 @@ public:
     static constexpr int kGrey = 8;
     static constexpr int kColor = 32;
 
-    // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False, and nothing is asked of
-    // the system, for sizes that the library would refuse.
+    // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False when memory is short, and
+    // without an allocation for sizes that the library would refuse.
     bool create(std::int64_t width, std::int64_t height, int bitCount) {
         if (width < 1 || height < 1 || height > INT32_MAX) return false;
         const dib::ImageSize size = dib::admitSize(width, static_cast<std::int32_t>(height), bitCount);

@@ -32,7 +32,7 @@ Texel mix(const Texel& a, unsigned shareOfA, const Texel& b, unsigned shareOfB) 
     return {channel(a.blue, b.blue), channel(a.green, b.green), channel(a.red, b.red), 255};
 }
 
-// Two end points and 2-bit indices. In BC1 their order tells whether the fourth colour is clear.
+// Two end points and 2-bit indices. In BC1 the fourth colour is clear if the first end point is not greater.
 void decodeColors(const unsigned char* bytes, bool mayBeClear, Block& texels) {
     const unsigned first = dib::readLe16(bytes);
     const unsigned second = dib::readLe16(bytes + 2);
@@ -72,7 +72,8 @@ struct SignedRange {
     }
 };
 
-// Two end points and 3-bit indices. Their order tells whether both ends of the range are in the palette too.
+// Two end points and 3-bit indices. If the first end point is not greater, the palette also has both ends of
+// the range.
 template <class Range>
 std::array<unsigned char, 16> decodeChannel(const unsigned char* bytes) {
     const int first = Range::endPoint(bytes[0]);

@@ -164,7 +164,7 @@ struct EndPoints {
     unsigned partition = 0;
 };
 
-// An interpolated value is nearly a half; it is scaled so that no infinity comes out of what is not negative.
+// Scales an interpolated value to the bits of a half. Values from 0 up never become infinity.
 float sampleOf(int value, bool isSigned) {
     const int half = isSigned ? std::abs(value) * 31 >> 5 : value * 31 >> 6;
     const float magnitude = dib::floatOfHalf(static_cast<std::uint16_t>(half));

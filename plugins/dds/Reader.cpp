@@ -15,7 +15,8 @@ namespace {
 
 static_assert(sizeof(Texel) == 4, "texels are copied into 32-bit rows");
 
-// Whether the rest of the file is as long as the picture; asked before memory is, since headers may lie.
+// Whether the rest of the file is as long as the picture. Checked before memory is allocated: headers may be
+// wrong.
 bool isThere(std::FILE* file, std::uint64_t units, std::uint64_t unitBytes) {
     const long here = std::ftell(file);
     if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return false;
@@ -24,7 +25,7 @@ bool isThere(std::FILE* file, std::uint64_t units, std::uint64_t unitBytes) {
     return units <= static_cast<std::uint64_t>(end - here) / unitBytes;
 }
 
-// Rows and columns beyond the picture's edge are left out.
+// Stores a block without the rows and columns beyond the picture's edge.
 void putBlock(const Surface& surface, const Block& texels, std::size_t left, std::size_t top,
               Picture& picture) {
     const std::size_t columns = std::min<std::size_t>(4, surface.width - left);

@@ -55,7 +55,7 @@ struct NamedFormat {
     std::uint32_t code;
     BlockFormat format;
 };
-// DXT2 and DXT4 differ from their neighbours in what their writer did to the colours, which stay as stored.
+// DXT2 and DXT4 hold colours premultiplied by alpha, unlike DXT3 and DXT5; they stay as stored.
 constexpr NamedFormat kFourCcs[] = {
     {fourCc("DXT1"), kBc1},         {fourCc("DXT2"), kBc2},       {fourCc("DXT3"), kBc2},
     {fourCc("DXT4"), kBc3},         {fourCc("DXT5"), kBc3},       {fourCc("ATI1"), kBc4Unsigned},
@@ -132,7 +132,7 @@ bool useMasks(const Masks& masks, Surface& surface) {
     return (masks.red | masks.green | masks.blue | masks.alpha) != 0;
 }
 
-// The masks of the first header count as far as its flags say.
+// The flags of the first header say which of its masks count.
 bool useFirstHeader(const unsigned char* header, std::uint32_t flags, Surface& surface) {
     Masks masks = {dib::readLe32(header + kBitCount), dib::readLe32(header + kMasks),
                    dib::readLe32(header + kMasks + 4), dib::readLe32(header + kMasks + 8),

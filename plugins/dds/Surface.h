@@ -1,4 +1,4 @@
-// What the header of a DDS file says of its first picture.
+// The first picture of a DDS file, as its header describes it.
 #ifndef PLUGINS_DDS_SURFACE_H
 #define PLUGINS_DDS_SURFACE_H
 
@@ -36,7 +36,7 @@ struct Surface {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     bool isGrey = false;
-    bool isOpaque = false;  // whatever the alpha channel holds
+    bool isOpaque = false;  // the alpha channel is ignored
 
     // Blocks of 4 x 4 texels, or texels one by one when there is no decoder.
     BlockDecoder decode = nullptr;
@@ -48,8 +48,8 @@ struct Surface {
     std::uint64_t unitRows() const { return (std::uint64_t{height} + unitSide() - 1) / unitSide(); }
 };
 
-// Leaves the file at the first byte of the picture. False when the header is short, is none, or names a
-// format that is not known.
+// Reads the header and leaves the file at the first byte of the picture. False when the header is short or
+// not DDS, or names an unknown format.
 bool readSurface(std::FILE* file, Surface& surface);
 
 }  // namespace plugins::dds

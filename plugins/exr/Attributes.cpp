@@ -28,9 +28,9 @@ bool readLength(std::FILE* file, std::int64_t& length) {
     return true;
 }
 
-// Whether a list of channels ends where it is said to.
+// Whether a list of channels ends at the announced position.
 bool isChannelListWhole(std::FILE* file, std::int64_t end) {
-    constexpr long kEntryBytes = 16;  // behind the name
+    constexpr long kEntryBytes = 16;  // after the name
     std::string name;
     while (readText(file, name)) {
         if (name.empty()) return std::ftell(file) == end;
@@ -77,8 +77,8 @@ constexpr TypeBytes kTypes[] = {{"box2f", 16},
                                 {"tiledesc", 9},
                                 {"timecode", 8}};
 
-// Whether a value takes as many bytes as it is said to. OpenEXR's classes take those that its type has,
-// whatever is said, and would go on in the midst of a value.
+// Whether the announced length of a value is the length of its type. OpenEXR's classes ignore the announced
+// length and would continue reading inside a value.
 bool isValueWhole(std::FILE* file, const std::string& type, std::int64_t bytes) {
     if (type == "chlist") return isChannelListWhole(file, std::ftell(file) + bytes);
     if (type == "stringvector") return areTextsWhole(file, std::ftell(file) + bytes);
@@ -89,7 +89,7 @@ bool isValueWhole(std::FILE* file, const std::string& type, std::int64_t bytes) 
     return true;
 }
 
-// A header's attributes: a name, a type, how long the value is, and the value. No name ends them.
+// A header's attributes: a name, a type, the length of the value, and the value. An empty name ends them.
 bool skipHeader(std::FILE* file, std::int64_t fileBytes, bool& isEmpty) {
     isEmpty = true;
     std::string text;

@@ -1,6 +1,6 @@
-// The header is read by OpenEXR's C interface, which compares what the header announces with the length of
-// the file before it allocates. The pixels are read by OpenEXR's classes: in the versions that the plug-in is
-// built with the C interface does not know DWA compression, and takes the floats of B44 files apart wrongly.
+// The header is read by OpenEXR's C interface, which compares the announced sizes with the length of the file
+// before it allocates. The pixels are read by OpenEXR's classes: in the versions that the plug-in is built
+// with, the C interface lacks DWA compression and decodes the floats of B44 files wrongly.
 #include "plugins/exr/Part.h"
 
 #include <OpenEXR/openexr.h>
@@ -33,8 +33,8 @@ std::int64_t readAt(exr_const_context_t /*context*/, void* user, void* bytes, st
     return std::ferror(file) != 0 ? -1 : static_cast<std::int64_t>(got);
 }
 
-// Without a handler mistakes would be printed. Some are no failures: the C interface then goes on with sizes
-// that are not the file's, and which OpenEXR's classes, who go by the file, do not share.
+// Without a handler OpenEXR would print mistakes. After some of them the C interface continues with sizes of
+// its own, while OpenEXR's classes use those of the file: every mistake counts as a failure.
 void noteMistake(exr_const_context_t context, exr_result_t /*code*/, const char* /*message*/) {
     void* user = nullptr;
     if (exr_get_user_data(context, &user) == EXR_ERR_SUCCESS && user != nullptr) {
@@ -93,14 +93,15 @@ const exr_attr_chlist_entry_t* channelOf(const exr_attr_chlist_t& channels, cons
     return nullptr;
 }
 
-// The channels that a picture is made of are light, one sample for every `sampling` pixels of a line and of a
-// column.
+// Whether a channel holds light, as the channels of a picture must: floats, one sample for every `sampling`
+// pixels of a line and of a column.
 bool isLight(const exr_attr_chlist_entry_t& channel, int sampling) {
     return channel.pixel_type != EXR_PIXEL_UINT && channel.x_sampling == sampling &&
            channel.y_sampling == sampling;
 }
 
-// Those without a layer where there are any; else those of the first layer that has all colours.
+// The layer whose channels are shown: none if any channel has no layer, otherwise the first layer with all
+// three colours.
 std::string shownLayer(const exr_attr_chlist_t& channels) {
     for (const char* name : kChannelNames) {
         if (channelOf(channels, name) != nullptr) return {};
@@ -116,7 +117,8 @@ std::string shownLayer(const exr_attr_chlist_t& channels) {
     return {};
 }
 
-// Beside luminance there is chroma, or none of it. False for all that is neither.
+// Luminance may come with both chroma channels or with neither. False for one alone, or at another
+// resolution.
 bool readChroma(const exr_attr_chlist_t& channels, Part& part) {
     const exr_attr_chlist_entry_t* red = channelOf(channels, "RY");
     const exr_attr_chlist_entry_t* blue = channelOf(channels, "BY");
@@ -140,8 +142,7 @@ bool readChannels(exr_const_context_t context, Part& part, PixelBytes& bytes) {
     return readChroma(*channels, part) && std::find(part.has.begin(), part.has.end(), true) != part.has.end();
 }
 
-// How many times as long as the file its samples can be: what a compression makes of the longest runs there
-// are.
+// The most bytes of samples for a byte of the file: the expansion of the longest runs of a compression.
 std::int64_t mostExpansion(exr_compression_t compression) {
     constexpr std::int64_t kDeflate = 1032;
     switch (compression) {
@@ -160,7 +161,7 @@ std::int64_t mostExpansion(exr_compression_t compression) {
 struct Chunks {
     std::int64_t columns = 0;  // of the pixels in each
     std::int64_t rows = 0;
-    std::int64_t usualBytes = 0;  // a row of chunks may take this much of whatever picture
+    std::int64_t usualBytes = 0;  // a row of chunks may take this much in any picture
 };
 
 bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
@@ -168,7 +169,7 @@ bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
     exr_storage_t storage;
     if (exr_get_storage(context, kFirst, &storage) != EXR_ERR_SUCCESS) return false;
     if (storage == EXR_STORAGE_TILED) {  // more than 1024 x 1024 pixels of four floats
-        // Which exr_get_tile_sizes would cut at the picture's edges.
+        // exr_get_tile_sizes would cut the tiles at the picture's edges.
         std::uint32_t columns = 0;
         std::uint32_t rows = 0;
         exr_tile_level_mode_t levels;
@@ -176,7 +177,7 @@ bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
         if (exr_get_tile_descriptor(context, kFirst, &columns, &rows, &levels, &rounding) != EXR_ERR_SUCCESS)
             return false;
         chunks = {columns, rows, 32 * kMegabyte};
-    } else {  // as many lines as the compression takes, whatever there are
+    } else {  // the lines of a chunk, even if the picture has fewer
         std::int32_t rows = 0;
         if (storage != EXR_STORAGE_SCANLINE) return false;  // deep
         if (exr_get_scanlines_per_chunk(context, kFirst, &rows) != EXR_ERR_SUCCESS) return false;
@@ -185,8 +186,8 @@ bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
     return chunks.columns > 0 && chunks.rows > 0;
 }
 
-// Whether the file can hold all chunks of all parts and levels, each of which takes an entry of a table and a
-// header of its own: OpenEXR's classes allocate tables for them.
+// Whether the file can hold all chunks of all parts and levels. Each takes an entry of a table, which
+// OpenEXR's classes allocate, and a header of its own.
 bool areChunksThere(exr_const_context_t context, std::int64_t fileBytes) {
     constexpr std::int64_t kLeastChunkBytes = 16;
     int parts = 0;

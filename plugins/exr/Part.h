@@ -1,4 +1,4 @@
-// What the header of an EXR file says of its first part.
+// The first part of an EXR file, as its header describes it.
 #ifndef PLUGINS_EXR_PART_H
 #define PLUGINS_EXR_PART_H
 
@@ -14,12 +14,12 @@ enum Channel : unsigned { kBlue, kGreen, kRed, kAlpha, kLuminance, kChannels };
 constexpr const char* kChannelNames[kChannels] = {"B", "G", "R", "A", "Y"};
 
 struct Part {
-    // The data window: the picture is as large as what the file holds of it.
+    // The data window: the pixels that the file holds.
     std::int64_t left = 0;
     std::int64_t top = 0;
     std::int64_t width = 0;
     std::int64_t height = 0;
-    // What stands before the names of the channels: nothing, or a layer and a point.
+    // The prefix of the channels' names: empty, or a layer and a point.
     std::string layer;
     std::array<bool, kChannels> has{};
     bool hasChroma = false;  // beside luminance, for every second pixel of every second line
@@ -30,10 +30,10 @@ struct Part {
     bool isGrey() const { return isShown(kLuminance) && !has[kAlpha] && !hasChroma; }
 };
 
-// False when the file is none, when its sizes cannot be true or are too large to decode, and when the part
-// holds several samples per pixel, none of the channels, or one of them as whole numbers, which count things
-// rather than light, or at a resolution of its own. A part without any of the channels is read by those of
-// its first layer that has red, green and blue. Throws std::bad_alloc.
+// Reads the header. False when the file is not EXR, when its sizes are impossible or too large to decode, and
+// when the part holds several samples per pixel, none of the channels, or one of them as integers (which
+// count things rather than light) or at another resolution. If no channel has these names, those of the first
+// layer with red, green and blue are read. Throws std::bad_alloc.
 bool readPart(std::FILE* file, Part& part);
 
 }  // namespace plugins::exr

@@ -47,8 +47,8 @@ public:
         for (unsigned channel = 0; channel < kChannels; ++channel) {
             if (!part.isShown(channel)) continue;
             planes_[channel].resize(static_cast<std::size_t>(part.width));
-            // What the first column's coordinate is multiplied by leads to the plane's first sample; each
-            // line is read to the same place.
+            // OpenEXR adds the coordinate of a column times the size of a sample to this address, so the
+            // first column is the plane's first sample. Every line is read to the same place.
             const auto start = reinterpret_cast<std::intptr_t>(planes_[channel].data());
             auto* base = reinterpret_cast<char*>(start - part.left * std::intptr_t{sizeof(float)});
             frame.insert(part.layer + kChannelNames[channel], Imf::Slice(Imf::FLOAT, base, sizeof(float), 0));
@@ -57,7 +57,7 @@ public:
     }
     // Counted from the top of the picture.
     void read(std::int64_t line) { file_.readPixels(static_cast<int>(part_.top + line)); }
-    // The samples of the channel that byte `place` of a pixel shows; empty when the file has none.
+    // The samples for byte `place` of a pixel; empty when the file has no such channel.
     const std::vector<float>& samplesFor(unsigned place) const {
         return planes_[part_.isShown(kLuminance) && place != kAlpha ? kLuminance : place];
     }
@@ -68,7 +68,7 @@ private:
     std::vector<float> planes_[kChannels];
 };
 
-// The same of a file with luminance and chroma, which OpenEXR makes into colours.
+// The same for a file with luminance and chroma, which OpenEXR converts to colours.
 class ChromaReader {
 public:
     ChromaReader(Imf::IStream& stream, const Part& part)
@@ -97,8 +97,8 @@ private:
     std::vector<float> planes_[4];
 };
 
-// Alpha takes the curve too: what was multiplied by it stays so, since the power of a product is the product
-// of powers.
+// Alpha takes the curve too: colours premultiplied by it stay premultiplied, since the power of a product is
+// the product of powers.
 template <class Reader>
 void putLine(const Reader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
     const dib::LightCurve& curve = dib::lightCurve();
