@@ -15,10 +15,8 @@
 namespace dib {
 
 // The weights of two neighbours in 1/256, the first in the low half; they total 256.
-using MixWeight = std::uint32_t;
-DIB_ALWAYS_INLINE MixWeight mixWeight(int ofSecond) {
-    return 256U + static_cast<std::uint32_t>(ofSecond) * 0xFFFFU;
-}
+using MixWeight = std::int32_t;
+DIB_ALWAYS_INLINE MixWeight mixWeight(int ofSecond) { return 256 + ofSecond * 0xFFFF; }
 
 // The upper left pixels of up to kMixTaps mixes, as offsets in bytes from the first pixel of the picture, and
 // the weights.
@@ -37,11 +35,12 @@ DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowS
     for (int i = 0; i < count; ++i) {
         const unsigned char* upper = top + taps.offset[i];
         const unsigned char* lower = upper + rowStep;
-        const std::uint64_t left = taps.weightX[i] & 0xFFFFU;
-        const std::uint64_t right = taps.weightX[i] >> 16;
-        colors[i] = mixRows(readChannels<Depth>(upper, 0) * left + readChannels<Depth>(upper, 1) * right,
-                            readChannels<Depth>(lower, 0) * left + readChannels<Depth>(lower, 1) * right,
-                            taps.weightY[i] >> 16);
+        const std::uint64_t left = taps.weightX[i] & 0xFFFF;
+        const std::uint64_t right = 256 - left;
+        const std::uint32_t below = 256U - (taps.weightY[i] & 0xFFFF);
+        colors[i] =
+            mixRows(readChannels<Depth>(upper, 0) * left + readChannels<Depth>(upper, 1) * right,
+                    readChannels<Depth>(lower, 0) * left + readChannels<Depth>(lower, 1) * right, below);
     }
 }
 
@@ -51,9 +50,9 @@ DIB_ALWAYS_INLINE void mixRunPlain(const unsigned char* top, std::ptrdiff_t rowS
 template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE __m128i loadTwo(const unsigned char* pixels) {
     if constexpr (Depth::kBits == 24 && !Roomy) {
-        std::uint64_t both = 0;
+        std::int64_t both = 0;
         std::memcpy(&both, pixels, 6);
-        return _mm_cvtsi64_si128(static_cast<std::int64_t>(both));
+        return _mm_cvtsi64_si128(both);
     } else {
         return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
     }
@@ -64,8 +63,8 @@ template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE __m128i mixChannels(const unsigned char* upper, const unsigned char* lower,
                                       MixWeight weightX, MixWeight weightY) {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i columns = _mm_set1_epi32(static_cast<std::int32_t>(weightX));
-    const __m128i lines = _mm_set1_epi32(static_cast<std::int32_t>(weightY));
+    const __m128i columns = _mm_set1_epi32(weightX);
+    const __m128i lines = _mm_set1_epi32(weightY);
     // Each byte beside the one below it: first those of the left pixel, then those of the right one.
     const __m128i bytes = _mm_unpacklo_epi8(loadTwo<Depth, Roomy>(upper), loadTwo<Depth, Roomy>(lower));
     const __m128i rightBytes = _mm_srli_si128(bytes, Depth::kBits / 4);

@@ -9,8 +9,8 @@ public:
     Smear(int length, float angle, unsigned int flags)
         : length_(length), line_(dib::sinCos(angle)), flags_(flags) {
         // In 32 bits, as the sums are.
-        const auto total = static_cast<std::uint32_t>(length) * (static_cast<std::uint32_t>(length) + 1U);
-        divisor_ = static_cast<std::int32_t>(total) / 2;
+        const auto count = static_cast<std::uint32_t>(length);
+        divisor_ = static_cast<std::int32_t>(count * (count + 1U)) / 2;
     }
 
     bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {

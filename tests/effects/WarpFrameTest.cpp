@@ -141,9 +141,9 @@ TEST(WarpFrame, VectorMixIsThePlainOne) {
 }
 
 TEST(WarpFrame, PlainMix) {
-    EXPECT_EQ(dib::mixWeight(0), 256U);
-    EXPECT_EQ(dib::mixWeight(100), 156U | (100U << 16));
-    EXPECT_EQ(dib::mixWeight(256), 256U << 16);
+    EXPECT_EQ(dib::mixWeight(0), 256);
+    EXPECT_EQ(dib::mixWeight(100), 156 | (100 << 16));
+    EXPECT_EQ(dib::mixWeight(256), 256 << 16);
     const unsigned char pixels[] = {0, 1, 2, 255, 3, 4};
     dib::MixTaps taps{{0}, {dib::mixWeight(128)}, {dib::mixWeight(77)}};
     std::uint32_t color = 0;
