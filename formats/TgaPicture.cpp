@@ -25,7 +25,8 @@ public:
 
 private:
     bool refuseKind(const char* kind) {
-        return refuse(result_, DIB_ERROR_UNSUPPORTED, "%s of %d bits are not read", kind, header_.bitCount);
+        return refuse(result_, DIB_ERROR_UNSUPPORTED, "%s of %d bit%s are not read", kind, header_.bitCount,
+                      header_.bitCount == 1 ? "" : "s");
     }
 
     bool readHeader() {
@@ -56,6 +57,9 @@ private:
             case kGrey:
             case kRunLengthGrey:
                 picture_.isGrey = true;
+                // Black and white has eight pixels a byte, which nobody packs or mirrors.
+                if (bits == 1)
+                    return (!picture_.isPacked && !header_.isRightToLeft()) || refuseKind("such pixels");
                 return bits == 8 || bits == 16 || refuseKind("grey pixels");
             default: return refuse(result_, DIB_ERROR_UNSUPPORTED, "image type %u is not known", type);
         }
@@ -154,7 +158,7 @@ private:
             return mapHasAlpha() ? choose(32, TgaChange::kLookUp) : choose(8, TgaChange::kNone);
         }
         if (picture_.isGrey) {
-            if (header_.bitCount == 8) return choose(8, TgaChange::kNone);
+            if (header_.bitCount <= 8) return choose(header_.bitCount, TgaChange::kNone);
             return picture_.hasAlpha ? choose(32, TgaChange::kGreyAndAlpha) : choose(8, TgaChange::kGreyOnly);
         }
         switch (header_.bitCount) {
@@ -196,7 +200,7 @@ bool resemblesTga(FirstBytes bytes) {
         case kRunLengthTrueColor:
             return !header.hasMap() && (bits == 15 || bits == 16 || bits == 24 || bits == 32);
         case kGrey:
-        case kRunLengthGrey: return !header.hasMap() && (bits == 8 || bits == 16);
+        case kRunLengthGrey: return !header.hasMap() && (bits == 1 || bits == 8 || bits == 16);
         default: return false;
     }
 }

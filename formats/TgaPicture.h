@@ -34,7 +34,10 @@ struct TgaPicture {
     std::array<DibBGRA, kMostTgaIndices> map{};  // by index; black where the file has no entry
     std::size_t entries = 0;
 
-    std::size_t rowBytes() const { return static_cast<std::size_t>(width) * pixelBytes; }
+    std::size_t rowBytes() const {
+        const auto pixels = static_cast<std::size_t>(width);
+        return header.bitCount == 1 ? (pixels + 7) / 8 : pixels * pixelBytes;
+    }
     bool dividesByAlpha() const { return isPremultiplied && hasAlpha && bitCount == 32; }
     // Whether rows are stored as the image holds them.
     bool isPlain() const {

@@ -147,7 +147,7 @@ private:
 std::uint64_t fewestBytes(const TgaPicture& picture) {
     const std::uint64_t pixels =
         static_cast<std::uint64_t>(picture.width) * static_cast<unsigned>(picture.height);
-    if (!picture.isPacked) return pixels * picture.pixelBytes;
+    if (!picture.isPacked) return std::uint64_t{picture.rowBytes()} * static_cast<unsigned>(picture.height);
     return (pixels + kMostPixels - 1) / kMostPixels * (1 + picture.pixelBytes);
 }
 
@@ -174,7 +174,8 @@ bool probeTga(ProbeRequest& request) {
     info.storedBits = picture.header.bitCount;
     info.hasAlpha = picture.bitCount == 32 && (picture.hasAlpha || picture.change == TgaChange::kLookUp);
     info.isTopDown = picture.header.topRowFirst();
-    info.paletteSize = picture.bitCount != 8 ? 0 : picture.isMapped ? static_cast<int>(picture.entries) : 256;
+    const int greys = picture.bitCount <= 8 ? 1 << picture.bitCount : 0;
+    info.paletteSize = picture.isMapped && greys > 0 ? static_cast<int>(picture.entries) : greys;
     nameCompression(info, picture.isPacked ? "rle" : "none");
     return true;
 }

@@ -124,6 +124,14 @@ TEST(TgaDoor, MapsOfEveryKind) {
     EXPECT_EQ(colorAt(*load.image, 6).blue, 4);
 }
 
+TEST(TgaDoor, BlackAndWhiteHasEightPixelsAByte) {
+    const Bytes file = tga({3, 9, 2, 1, 0x20}, {0xA5, 0x80, 0x0F, 0x00});
+    EXPECT_EQ(shown(file, 1), Bytes({0xA5, 0x80, 0x0F, 0x00}));
+    EXPECT_EQ(colorAt(*openedTga(file).image, 1).red, 255);
+    expectOneFromEverySource(file, ".tga", named(kName));
+    EXPECT_EQ(openedTga(tga({11, 9, 2, 1}, {})).reason(), "such pixels of 1 bit are not read");
+}
+
 // Tables of images have no alpha. A map without any keeps its indices.
 TEST(TgaDoor, MapsWithAlphaAreLookedUp) {
     const Bytes alpha = {1, 2, 3, 4, 5, 6, 7, 8};
