@@ -41,7 +41,12 @@ struct WholeBytes {
     static constexpr std::size_t literalsIn(std::size_t bytes) { return bytes / kPixelBytes; }
     static void run(unsigned char* row, std::size_t x, std::size_t, std::size_t count,
                     const unsigned char* code) {
-        for (std::size_t i = 0; i < count; ++i) std::memcpy(row + (x + i) * kPixelBytes, code, kPixelBytes);
+        if constexpr (kPixelBytes == 1) {
+            std::memset(row + x, code[0], count);
+        } else {
+            for (std::size_t i = 0; i < count; ++i)
+                std::memcpy(row + (x + i) * kPixelBytes, code, kPixelBytes);
+        }
     }
     static void copy(unsigned char* row, std::size_t x, std::size_t done, std::size_t count,
                      const unsigned char* code) {
@@ -59,16 +64,12 @@ public:
 
     bool decode() {
         while (y_ < image_.rows) {
-            const int count = file_.byte();
-            if (count < 0) return isComplete();
-            if (count > 0) {
-                const unsigned char* code = file_.take(Pixels::kRunBytes);
-                if (code == nullptr) return isComplete();
-                if (!write<Pixels::run>(static_cast<std::size_t>(count), code)) return false;
-                continue;
-            }
-            const int escape = file_.byte();
-            if (escape < 0) return isComplete();
+            if (!readRuns()) return false;
+            // What is not a whole run is 0 and an escape, or the end.
+            const ByteReader::Bytes code = file_.ahead(2);
+            if (code.size < 2 || code.data[0] > 0) return isComplete();
+            const unsigned escape = code.data[1];
+            file_.consume(2);
             if (escape == kEndOfBitmap) return progress_.rows(image_.rows, image_.rows);
             if (escape == kEndOfLine) {
                 if (!moveTo(0, y_ + 1)) return false;
@@ -76,7 +77,7 @@ public:
                 const unsigned char* step = file_.take(2);
                 if (step == nullptr) return isComplete();
                 if (!moveTo(x_ + step[0], y_ + step[1])) return false;
-            } else if (!readLiterals(static_cast<std::size_t>(escape))) {
+            } else if (!readLiterals(escape)) {
                 return false;
             }
         }
@@ -95,6 +96,11 @@ private:
 
     template <auto put>
     bool write(std::size_t count, const unsigned char* code) {
+        if (x_ + count <= image_.width) {
+            put(image_.pixels + y_ * image_.pitch, x_, 0, count, code);
+            x_ += count;
+            return true;
+        }
         for (std::size_t done = 0; done < count;) {
             const std::size_t row = y_ + x_ / image_.width;
             const std::size_t column = x_ % image_.width;
@@ -105,6 +111,20 @@ private:
             if (done < count && !progress_.rows(std::min(row + 1, image_.rows), image_.rows)) return false;
         }
         return true;
+    }
+
+    // Reads counts and their pixels.
+    bool readRuns() {
+        constexpr std::size_t kBytes = 1 + Pixels::kRunBytes;
+        for (;;) {
+            const ByteReader::Bytes codes = file_.ahead(kBytes);
+            std::size_t at = 0;
+            for (; codes.size - at >= kBytes && codes.data[at] > 0; at += kBytes) {
+                if (!write<Pixels::run>(codes.data[at], codes.data + at + 1)) return false;
+            }
+            file_.consume(at);
+            if (at == 0) return true;
+        }
     }
 
     bool readLiterals(std::size_t count) {

@@ -59,7 +59,8 @@ private:
                 picture_.isGrey = true;
                 // Black and white has eight pixels a byte, which nobody packs or mirrors.
                 if (bits == 1)
-                    return (!picture_.isPacked && !header_.isRightToLeft()) || refuseKind("such pixels");
+                    return (!picture_.isPacked && !header_.isRightToLeft()) ||
+                           refuseKind("packed or mirrored pixels");
                 return bits == 8 || bits == 16 || refuseKind("grey pixels");
             default: return refuse(result_, DIB_ERROR_UNSUPPORTED, "image type %u is not known", type);
         }

@@ -39,9 +39,10 @@ struct TgaPicture {
         return header.bitCount == 1 ? (pixels + 7) / 8 : pixels * pixelBytes;
     }
     bool dividesByAlpha() const { return isPremultiplied && hasAlpha && bitCount == 32; }
-    // Whether rows are stored as the image holds them.
+    // Whether rows are stored as the image holds them, but for alpha that is ignored.
     bool isPlain() const {
-        return !isPacked && !header.isRightToLeft() && change == TgaChange::kNone && !dividesByAlpha();
+        const bool isLaidOut = change == TgaChange::kNone || change == TgaChange::kOpaque;
+        return !isPacked && !header.isRightToLeft() && isLaidOut && !dividesByAlpha();
     }
 };
 

@@ -32,6 +32,16 @@ public:
         : request_(request), file_(request.file), picture_(picture), image_(image) {}
 
     bool read() {
+        if (!readPixels()) return false;
+        if (dropsBytes_) {
+            note(request_.result, DIB_NOTE_ASSUMPTION,
+                 "the header announces no alpha, so the fourth byte of the pixels was ignored");
+        }
+        return true;
+    }
+
+private:
+    bool readPixels() {
         if (picture_.isPlain()) return readBlocks();
         switch (picture_.pixelBytes) {
             case 1: return readRows<1>();
@@ -41,19 +51,22 @@ public:
         }
     }
 
-private:
     bool refuseShort() { return refuse(request_.result, DIB_ERROR_READ, "%s", kShortPixels); }
     std::size_t rows() const { return static_cast<std::size_t>(picture_.height); }
 
     bool readBlocks() {
         const std::size_t pitch = image_->GetPitch();
-        const std::size_t step = rowsPerStep(request_.progress, pitch, rows());
+        const bool isOpaque = picture_.change == TgaChange::kOpaque;
+        // Pixels that are changed must still be in the cache.
+        const std::size_t step =
+            isOpaque ? rowsPerBlock(pitch, rows()) : rowsPerStep(request_.progress, pitch, rows());
         for (std::size_t y = 0; y < rows(); y += step) {
             unsigned char* first = image_->Buffer + y * pitch;
             const std::size_t count = std::min(step, rows() - y);
             const std::size_t bytes =
                 file_.readRows(first, static_cast<std::ptrdiff_t>(pitch), picture_.rowBytes(), count);
             const std::size_t whole = bytes / picture_.rowBytes();
+            if (isOpaque) makeOpaque(first, whole * static_cast<std::size_t>(picture_.width));
             if (whole > 0 && !image_.read(first, whole)) return false;
             if (whole == count) continue;
             image_.readPart(first + whole * pitch, bytes % picture_.rowBytes());
@@ -83,10 +96,6 @@ private:
             change(row, out, width);
             if (!image_.read(out)) return false;
         }
-        if (dropsBytes_) {
-            note(request_.result, DIB_NOTE_ASSUMPTION,
-                 "the header announces no alpha, so the fourth byte of the pixels was ignored");
-        }
         return true;
     }
 
@@ -112,18 +121,22 @@ private:
             divideByAlpha(out, width);
     }
 
-    void makeOpaque(unsigned char* row, std::size_t width) {
-        // All 0 or all 255 is what programs without alpha write.
-        unsigned char all = 255;
-        unsigned char any = 0;
-        for (std::size_t x = 0; x < width; ++x) {
-            all &= row[4 * x + 3];
-            any |= row[4 * x + 3];
-            row[4 * x + 3] = 255;
+    void makeOpaque(unsigned char* pixels, std::size_t count) {
+        constexpr std::uint32_t kAlpha = 0xFF000000;
+        std::uint32_t all = kAlpha;
+        std::uint32_t any = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            std::uint32_t word;
+            std::memcpy(&word, pixels + 4 * i, sizeof word);
+            all &= word;
+            any |= word;
+            word |= kAlpha;
+            std::memcpy(pixels + 4 * i, &word, sizeof word);
         }
         all_ &= all;
         any_ |= any;
-        dropsBytes_ = all_ != 255 && any_ != 0;
+        // All 0 or all 255 is what programs without alpha write.
+        dropsBytes_ = all_ != kAlpha && (any_ & kAlpha) != 0;
     }
 
     static void divideByAlpha(unsigned char* row, std::size_t width) {
@@ -139,8 +152,8 @@ private:
     ByteReader& file_;
     const TgaPicture& picture_;
     NewImage& image_;
-    unsigned char all_ = 255;
-    unsigned char any_ = 0;
+    std::uint32_t all_ = 0xFF000000;
+    std::uint32_t any_ = 0;
     bool dropsBytes_ = false;
 };
 

@@ -129,7 +129,7 @@ TEST(TgaDoor, BlackAndWhiteHasEightPixelsAByte) {
     EXPECT_EQ(shown(file, 1), Bytes({0xA5, 0x80, 0x0F, 0x00}));
     EXPECT_EQ(colorAt(*openedTga(file).image, 1).red, 255);
     expectOneFromEverySource(file, ".tga", named(kName));
-    EXPECT_EQ(openedTga(tga({11, 9, 2, 1}, {})).reason(), "such pixels of 1 bit are not read");
+    EXPECT_EQ(openedTga(tga({11, 9, 2, 1}, {})).reason(), "packed or mirrored pixels of 1 bit are not read");
 }
 
 // Tables of images have no alpha. A map without any keeps its indices.
