@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Kernels.h"
 #include "dib/Memory.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
@@ -151,19 +152,46 @@ void storeXyzRow(const unsigned char* pixels, std::size_t plane, std::size_t ste
     }
 }
 
+bool isRun(const unsigned char* pixel) {
+    std::uint32_t word;
+    std::memcpy(&word, pixel, sizeof word);
+    return (word & 0xFFFFFF) == 0x010101;
+}
+
+DIB_ALWAYS_INLINE bool holdsRun(const unsigned char* pixels, std::size_t count) {
+    std::uint32_t found = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t word;
+        std::memcpy(&word, pixels + i * kRgbeBytes, sizeof word);
+        found |= (word & 0xFFFFFF) == 0x010101 ? 1U : 0U;
+    }
+    return found != 0;
+}
+
+// How many pixels come before one that means a run. Runs are rare: most pixels are looked at in blocks.
+std::size_t plainPixels(const unsigned char* pixels, std::size_t count) {
+    constexpr std::size_t kBlock = 1024;
+    std::size_t plain = 0;
+    while (plain < count) {
+        const std::size_t block = std::min(kBlock, count - plain);
+        if (dib::runKernel<holdsRun>(pixels + plain * kRgbeBytes, block)) break;
+        plain += block;
+    }
+    while (plain < count && !isRun(pixels + plain * kRgbeBytes)) ++plain;
+    return plain;
+}
+
 // Old files repeat the pixel before by one of red, green and blue 1: as often as its exponent says, which a
 // run that follows directly has multiplied by 256.
 RgbeError readOldRuns(ByteReader& source, std::size_t width, std::size_t done, unsigned char* work) {
-    const auto isRun = [](const unsigned char* pixel) {
-        return pixel[0] == 1 && pixel[1] == 1 && pixel[2] == 1;
-    };
     unsigned shift = 0;
     while (done < width) {
         const ByteReader::Bytes bytes = source.ahead(kRgbeBytes);
         const std::size_t pixels = std::min(bytes.size / kRgbeBytes, width - done);
         if (pixels == 0) return RgbeError::kRead;
-        std::size_t plain = 0;
-        while (plain < pixels && (done + plain == 0 || !isRun(bytes.data + plain * kRgbeBytes))) ++plain;
+        // Nothing is before the first pixel of a row.
+        const std::size_t first = done == 0 ? 1 : 0;
+        const std::size_t plain = first + plainPixels(bytes.data + first * kRgbeBytes, pixels - first);
         std::memcpy(work + done * kRgbeBytes, bytes.data, plain * kRgbeBytes);
         source.consume(plain * kRgbeBytes);
         done += plain;

@@ -22,15 +22,19 @@ Section layerSection(const RefusedFile& file) {
     return {section + 4, behindSection(file, section)};
 }
 
-// Documents of 16 and 32 bits keep their layers in a block of their own behind an empty list.
+// Documents of 16 and 32 bits keep their layers in a block of their own behind an empty list. Another block,
+// which is empty, says that the merged picture has transparency.
 int countInBlocks(const RefusedFile& file, std::int64_t at, std::int64_t end) {
     constexpr std::int64_t kBlockHeader = 12;
+    int count = 0;
+    int sign = 1;
     for (at = behindSection(file, at); at + kBlockHeader <= std::min(end, file.size());) {
         const std::string key = file.text(at + 4, 4);
-        if (key == "Lr16" || key == "Lr32") return countAt(file, at + kBlockHeader);
+        if (key == "Lr16" || key == "Lr32") count = std::abs(countAt(file, at + kBlockHeader));
+        if (key == "Mt16" || key == "Mt32") sign = -1;
         at += kBlockHeader + (std::int64_t{file.be32(at + 8)} + 3) / 4 * 4;
     }
-    return 0;
+    return sign * count;
 }
 
 // The first compression of a channel that is not known; -1 when there is none.

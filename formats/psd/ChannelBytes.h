@@ -22,6 +22,27 @@ DIB_ALWAYS_INLINE void bytesOfWords(const unsigned char* __restrict line, unsign
     for (std::size_t x = 0; x < count; ++x) to[x] = line[2 * x];
 }
 
+// The nearest byte.
+DIB_ALWAYS_INLINE void bytesOfRoundedWords(const unsigned char* __restrict line, unsigned char* __restrict to,
+                                           std::size_t count) {
+    for (std::size_t x = 0; x < count; ++x) {
+        const auto value = static_cast<std::uint32_t>(line[2 * x] << 8 | line[2 * x + 1]);
+        // The nearest value / 257.
+        to[x] = static_cast<unsigned char>((value * 255 + 32895) >> 16);
+    }
+}
+
+// What black leaves of another ink's light: the nearest color x black / 255.
+constexpr unsigned char darkened(unsigned color, unsigned black) {
+    const unsigned product = color * black + 128;
+    return static_cast<unsigned char>((product + (product >> 8)) >> 8);
+}
+DIB_ALWAYS_INLINE void darkenBytes(const unsigned char* __restrict colors,
+                                   const unsigned char* __restrict black, unsigned char* __restrict to,
+                                   std::size_t count) {
+    for (std::size_t x = 0; x < count; ++x) to[x] = darkened(colors[x], black[x]);
+}
+
 // Floats from 0 to 1, clamped and scaled. Asked in this order, NaN is white.
 DIB_ALWAYS_INLINE void bytesOfFloats(const unsigned char* __restrict line, unsigned char* __restrict to,
                                      std::size_t count) {

@@ -122,9 +122,9 @@ std::size_t interleavedChannels(const Document& document, const Channels& channe
     const Document::Header& header = document.header;
     const std::size_t bytes = document.target->Header->biBitCount / 8;
     const bool colours = header.mode == kRgb || header.mode == kCmyk;
-    const bool possible = header.depth == 8 && bytes <= channels.ids.size() && (colours || bytes == 1) &&
-                          (bytes < 4 || channels.ids[3] == PSD_CHANNEL_TRANSPARENCY);
-    return possible ? bytes : 0;
+    const bool possible = header.depth == 8 && bytes <= channels.ids.size() && (colours || bytes == 1);
+    if (!possible || channels.ids.size() < 4 || channels.ids[3] != kBlack) return possible ? bytes : 0;
+    return bytes == 3 && channels.count >= 4 ? 4 : 0;
 }
 
 class BlockReader {
@@ -196,7 +196,8 @@ bool BlockReader::report() {
 // Reads the rows of a plane that are not stored yet.
 bool BlockReader::readPlane(std::size_t channel, DibStream* destination, PSD_CHANNEL_ID id) {
     Reader& file = document_.file;
-    const SampleKind kind = {document_.storedMode(destination), document_.header.depth};
+    const SampleKind kind = {document_.storedMode(destination), document_.header.depth,
+                             document_.wide != nullptr};
     const std::int64_t first = channel < storedChannels_ ? storedRows_ : 0;
     file.seek(file.position() + planes_.bytesInFileUpTo(channel, first));
     for (std::int64_t row = first; row < planes_.rows; ++row) {

@@ -26,6 +26,7 @@ bool createWhitePicture(Reader& file, DibStream& image, std::int64_t width, std:
 struct SampleKind {
     int mode;
     int depth;
+    bool isWide = false;  // floats are light, and inks, which are multiplied, are rounded
 };
 
 // Stores one row of samples of one channel; see `DibPSDLoader::StoreLineToDib`.

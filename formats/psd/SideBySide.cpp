@@ -6,6 +6,7 @@
 
 #include "formats/BitPlanes.h"
 #include "formats/PackBits.h"
+#include "formats/psd/ChannelBytes.h"
 
 namespace formats::psd {
 
@@ -102,6 +103,10 @@ std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, c
         if (!readers[channel].prepare(start, end, static_cast<std::size_t>(longest), width)) return 0;
         start = end;
     }
+    const std::size_t pixelBytes = image.Header->biBitCount / 8;
+    dib::MallocPtr<unsigned char> darkened;
+    if (pixelBytes < channels) darkened = dib::allocateArray<unsigned char>(3 * width);
+    if (pixelBytes < channels && darkened == nullptr) return 0;
     for (int row = 0; row < planes.rows; ++row) {
         std::array<const unsigned char*, 4> rows = {};
         for (std::size_t channel = 0; channel < channels; ++channel) {
@@ -113,9 +118,14 @@ std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, c
         if (channels == 1) {
             std::memcpy(image.ScanLine(row), rows[0], width);
         } else {
-            joinColors({rows.data(), channels}, image.ScanLine(row), width);
+            for (std::size_t color = 0; darkened != nullptr && color < 3; ++color) {
+                unsigned char* to = darkened.get() + color * width;
+                dib::runKernel<darkenBytes>(rows[color], rows[3], to, width);
+                rows[color] = to;
+            }
+            joinColors({rows.data(), pixelBytes}, image.ScanLine(row), width);
         }
-        fillRowEnd(image, row, width * channels);
+        fillRowEnd(image, row, width * pixelBytes);
         const auto done = static_cast<std::size_t>(row) + 1;
         if (progress != nullptr && !progress->rows(done, static_cast<std::size_t>(planes.rows)))
             return row + 1;

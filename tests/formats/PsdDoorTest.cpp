@@ -77,6 +77,23 @@ TEST(PsdDoor, PixelsOfEveryMode) {
     }
 }
 
+TEST(PsdDoor, SamplesOfOtherDepthsBecomeBytes) {
+    const auto red = [](int depth, const Bytes& sample) {
+        PsdDocument document = plain(1, {0}, depth);
+        document.planes[0].clear();
+        for (int i = 0; i < kWidth * kHeight; ++i)
+            document.planes[0].insert(document.planes[0].end(), sample.begin(), sample.end());
+        return codec_test::rowBytes(*opened(document.bytes()).image, 0)[0];
+    };
+    EXPECT_EQ(red(16, {0x10, 0x00}), 16);
+    EXPECT_EQ(red(16, {0x10, 0xF0}), 16);
+    EXPECT_EQ(red(16, {0xFF, 0xFF}), 255);
+    EXPECT_EQ(red(32, {0x3F, 0x00, 0, 0}), 186);  // 0.5 to the power 1 / 2.2
+    EXPECT_EQ(red(32, {0x3F, 0x80, 0, 0}), 255);
+    EXPECT_EQ(red(32, {0xBF, 0x80, 0, 0}), 0);
+    EXPECT_EQ(red(32, {0x7F, 0xC0, 0, 0}), 0);  // not a number
+}
+
 TEST(PsdDoor, OtherDepthsAreNoted) {
     EXPECT_EQ(notesOf(opened(plain(3, {1, 2, 3}, 16).bytes()).result), "16 bits a sample became 8;");
     EXPECT_EQ(notesOf(opened(plain(3, {1, 2, 3}).bytes()).result), "");
@@ -212,6 +229,54 @@ TEST(PsdDoor, ProbeReadsTheHeaders) {
     EXPECT_EQ(result.metadata.xResolution, 72.5);
     EXPECT_EQ(result.metadata.yResolution, 75);
     EXPECT_EQ(opened(bytes).result.metadata.xResolution, 72.5);
+}
+
+// Whether the pixels that can be seen are those of another program's picture.
+void expectLike(const std::filesystem::path& path, const DibLoadOptions& options,
+                const std::filesystem::path& expected) {
+    DibStream image;
+    DibStream other;
+    DibFileResult result;
+    ASSERT_TRUE(DibLoadFile(path.c_str(), &image, &options, &result)) << expected << result.reason;
+    ASSERT_TRUE(DibLoadFile(expected.c_str(), &other, nullptr, &result)) << expected << result.reason;
+    ASSERT_EQ(image.Header->biWidth, other.Header->biWidth) << expected;
+    ASSERT_EQ(image.Header->biHeight, other.Header->biHeight) << expected;
+    auto shown = testing_support::pictureOf(image);
+    auto wanted = testing_support::pictureOf(other);
+    if (other.Header->biBitCount == 32) {
+        for (std::size_t i = 0; i < wanted.rgb.size() / 3; ++i) {
+            const int x = static_cast<int>(i) % wanted.width;
+            if (testing_support::pixelValue(other, x, static_cast<int>(i) / wanted.width) >> 24 != 0)
+                continue;
+            for (std::size_t c = 0; c < 3; ++c) shown.rgb[3 * i + c] = wanted.rgb[3 * i + c] = 0;
+        }
+    }
+    EXPECT_TRUE(testing_support::samePicture(shown, wanted, 1)) << expected;
+}
+
+TEST(PsdDoor, SamplesShowWhatAnotherProgramShows) {
+    const std::filesystem::path expected = testing_support::samplesFolder() / "ref/oov+psd/png";
+    int merged = 0;
+    int layers = 0;
+    for (const testing_support::Sample& sample : testing_support::samplesOf("psd")) {
+        const std::string name = sample.path.stem();
+        if (sample.source != "oov+psd" || sample.path.extension() != ".psd") continue;
+        if (const auto picture = expected / (name + "_!merged.png"); std::filesystem::exists(picture)) {
+            expectLike(sample.path, {}, picture);
+            ++merged;
+        }
+        const bool hasDeepLayers = name.find("16bit") != std::string::npos;
+        for (int i = 0; i < 6 && !hasDeepLayers; ++i) {
+            const auto picture = expected / (name + "_" + std::to_string(i) + ".png");
+            if (!std::filesystem::exists(picture)) continue;
+            DibLoadOptions options;
+            options.layer = i;
+            expectLike(sample.path, options, picture);
+            ++layers;
+        }
+    }
+    if (merged == 0) GTEST_SKIP() << "no samples";
+    EXPECT_GT(layers, 30);
 }
 
 TEST(PsdDoor, SamplesThatDecodersAgreeOnAreRead) {
