@@ -18,11 +18,9 @@ ALLOWED = {
     "formats": {"include", "vexlibs", "dib", "files"},
     # Only headers that need no compiled code of the library: plug-ins link nothing of it.
     "plugins": {"include", "vexlibs", "dib"},
-    # The tool is an application: it uses the installed headers, VexLibs.h among them.
-    "tools": {"include", "vexlibs"},
+    # The program is an application: it uses the installed headers.
+    "tools": {"include"},
 }
-# The part of formats/ that is linked into the tool itself, because no public header has it.
-TOOL_PARTS = ("formats/diagnosis/",)
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of
 # formats, by the extension of the path.
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
@@ -63,8 +61,6 @@ def judge(root, layer, source, quote, name):
         return None
     base = pathlib.PurePath(name).name
     if (layer, source.stem, base) in FILE_USERS:
-        return None
-    if layer == "tools" and name.startswith(TOOL_PARTS):
         return None
     if target != layer and target not in ALLOWED[layer]:
         return f"{layer}/ may not include {name} of {target}/"

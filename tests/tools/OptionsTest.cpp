@@ -1,4 +1,5 @@
 // Options that say how pictures are opened and saved, and what the program says of losses and mistakes.
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/tools/Program.h"
@@ -9,7 +10,10 @@ namespace tool_test {
 namespace {
 
 namespace fs = std::filesystem;
+using KeepDamaged = ToolTest;
 using Limit = ToolTest;
+using Mistakes = ToolTest;
+using Quality = ToolTest;
 using Strict = ToolTest;
 using Suggestions = ToolTest;
 
@@ -111,6 +115,102 @@ TEST_F(Strict, ListsAssumptionsAndWritesNothing) {
     const Result verbose = run({"run", "--verbose", "unclear.bmp", "out.bmp"});
     EXPECT_EQ(verbose.exitCode, 0);
     EXPECT_EQ(verbose.errors, strict.errors);
+}
+
+TEST_F(Strict, ListsLossesAndWritesNothing) {
+    ASSERT_EQ(run({"run", "in.bmp", "bpp:32", "deep.bmp"}).errors, "");
+    writeFile("out.ppm", "old");
+    const Result strict = run({"run", "--strict", "deep.bmp", "out.ppm"});
+    EXPECT_EQ(strict.exitCode, 5) << strict.errors;
+    EXPECT_TRUE(strict.errors.starts_with("dib: out.ppm: save: loss: ")) << strict.errors;
+    EXPECT_EQ(readFile("out.ppm"), "old");
+    EXPECT_EQ(run({"run", "deep.bmp", "out.ppm"}).errors, "") << "losses are quiet";
+    const Result verbose = run({"run", "--verbose", "deep.bmp", "out.ppm"});
+    EXPECT_EQ(verbose.exitCode, 0);
+    EXPECT_EQ(verbose.errors, strict.errors);
+}
+
+TEST_F(KeepDamaged, SavesTheRowsThatCanBeRead) {
+    writeFile("cut.bmp", readFile("in.bmp").substr(0, 54 + 5 * 100));
+    const Result refused = run({"run", "cut.bmp", "out.bmp"});
+    EXPECT_EQ(refused.exitCode, 3);
+    EXPECT_EQ(refused.errors, "dib: cut.bmp: load: the file ends before its pixels do (in row 6 of 21)\n");
+    const std::string warning =
+        "dib: cut.bmp: load: warning: the file ends before its pixels do: 5 of 21 rows were read\n";
+    const Result kept = run({"run", "--keep-damaged", "cut.bmp", "out.bmp"});
+    EXPECT_EQ(kept.exitCode, 0);
+    EXPECT_EQ(kept.errors, warning);
+    // The rows are stored from the lowest one up; the missing ones are black.
+    EXPECT_EQ(readFile("out.bmp").substr(54), readFile("cut.bmp").substr(54) + std::string(1600, '\0'));
+    const Result strict = run({"run", "--keep-damaged", "--strict", "cut.bmp", "strict.bmp"});
+    EXPECT_EQ(strict.exitCode, 5);
+    EXPECT_EQ(strict.errors, warning);
+    EXPECT_FALSE(fs::exists("strict.bmp"));
+}
+
+TEST_F(Quality, IsThatOfJpegFiles) {
+    for (const char* quality : {"1", "90", "100"})
+        EXPECT_EQ(run({"run", "--quality", quality, "in.bmp", std::string(quality) + ".jpg"}).errors, "");
+    EXPECT_EQ(run({"run", "in.bmp", "default.jpg"}).errors, "");
+    EXPECT_EQ(readFile("default.jpg"), readFile("90.jpg"));
+    for (const char* quality : {"0", "101", "good"})
+        EXPECT_EQ(run({"run", "--quality", quality, "in.bmp", "out.jpg"}).exitCode, 2) << quality;
+}
+
+// Mistakes of every kind: each ends with its own code and one line that gives a reason.
+TEST_F(Mistakes, EachHasAReasonInWords) {
+    writeFile("empty.bmp", "");
+    writeFile("text.png", "Not a picture");
+    writeFile("text.jpg", "Not a picture");
+    writeFile("text.tif", "Not a picture");
+    writeFile("text.psd", "Not a picture");
+    writeFile("text.hdr", "Not a picture");
+    writeFile("text.iff", "Not a picture");
+    writeFile("text.tim", "Not a picture");
+    writeFile("text.ppm", "Not a picture");
+    writeFile("text.dds", "Not a picture");
+    writeFile("text.exr", "Not a picture");
+    writeFile("unknown", "Not a picture");
+    fs::create_directory("folder");
+    const std::pair<Program::Words, int> kCases[] = {
+        {{"run", "absent.bmp", "out.bmp"}, 3},
+        {{"run", "folder", "out.bmp"}, 3},
+        {{"run", "empty.bmp", "out.bmp"}, 3},
+        {{"run", "unknown", "out.bmp"}, 3},
+        {{"run", "text.png", "out.bmp"}, 3},
+        {{"run", "text.jpg", "out.bmp"}, 3},
+        {{"run", "text.tif", "out.bmp"}, 3},
+        {{"run", "text.psd", "out.bmp"}, 3},
+        {{"run", "text.hdr", "out.bmp"}, 3},
+        {{"run", "text.iff", "out.bmp"}, 3},
+        {{"run", "text.tim", "out.bmp"}, 3},
+        {{"run", "text.ppm", "out.bmp"}, 3},
+        {{"run", "text.dds", "out.bmp"}, 3},
+        {{"run", "text.exr", "out.bmp"}, 3},
+        {{"run", "--from=png", "in.bmp", "out.bmp"}, 3},
+        {{"run", "--limit=pixels:10", "in.bmp", "out.bmp"}, 3},
+        {{"run", "in.bmp", "compose:absent.bmp", "out.bmp"}, 3},
+        {{"run", "in.bmp", "compose:text.png", "out.bmp"}, 3},
+        {{"layers", "in.bmp", "out"}, 3},
+        {{"run", "in.bmp", "folder"}, 2},
+        {{"run", "--to=bmp", "in.bmp", "folder"}, 4},
+        {{"run", "in.bmp", "absent/out.bmp"}, 4},
+        {{"run", "--to=bmp", "in.bmp", "/dev/full"}, 4},
+        {{"run", "in.bmp", "bpp:16", "blur:3", "sharpen", "out.bmp"}, 1},
+        {{"run", "in.bmp", "out.psd"}, 2},
+        {{"gallery", "unknown", "out"}, 3},
+    };
+    for (const auto& [words, code] : kCases) {
+        const Result result = run(words);
+        const std::string& line = result.errors;
+        EXPECT_EQ(result.exitCode, code) << line;
+        EXPECT_TRUE(line.starts_with("dib: ")) << line;
+        EXPECT_EQ(line.find('\n'), line.size() - 1) << line;
+        // "FILE: STEP: REASON", and the reason is more than the name of a failure.
+        EXPECT_GE(std::ranges::count(line.substr(line.find(": ", 5)), ' '), 4) << line;
+        EXPECT_EQ(line.find("some error"), std::string::npos) << line;
+    }
+    EXPECT_FALSE(fs::exists("out.bmp"));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <deque>
 
 #include <numbers>
 
@@ -25,8 +26,12 @@ constexpr Parameter kTint = tool::color("tint", "");
 constexpr Parameter kBack = tool::fill("back", "");
 constexpr Parameter kFile = tool::path("file", "");
 
+// The value of the only parameter of an operation, which lives as long as the test program.
 Arguments one(const Parameter& parameter, std::string_view text) {
-    return Arguments({&parameter, 1}, {parseValue(parameter, text, "op")});
+    static std::deque<tool::Operation> operations;
+    tool::Operation& operation = operations.emplace_back();
+    operation.parameters = {&parameter, 1};
+    return Arguments(operation, {parseValue(parameter, text, "op")});
 }
 
 std::string refusal(const Parameter& parameter, std::string_view text) {

@@ -65,8 +65,9 @@ TEST_F(PluginFormats, AMissingPlugInIsNamed) {
         EXPECT_NE(result.errors.find("is missing: nowhere/vexlib" + name + ".bundle"), std::string::npos)
             << result.errors;
         EXPECT_FALSE(std::filesystem::exists("out.bmp"));
-        EXPECT_EQ(run({"info", "--plugins=nowhere", "one." + name}).exitCode, 3);
     }
+    // Headers are read without a plug-in.
+    EXPECT_EQ(run({"info", "--plugins=nowhere", "one.dds"}).exitCode, 0);
 }
 
 TEST_F(PluginFormats, ABrokenPlugInIsNoBrokenPicture) {

@@ -90,7 +90,7 @@ TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
         tool::RunJob chain;
         chain.input = "in.bmp";
         chain.output = "out.bmp";
-        chain.steps.push_back({&operation, tool::Arguments({}, {})});
+        chain.steps.push_back({&operation, tool::Arguments(operation, {})});
         return chain;
     };
     const auto messageOf = [](const tool::RunJob& chain) -> std::string {
@@ -196,6 +196,7 @@ TEST_F(RunCommand, BadInputsAreNamedWithWhatIsWrong) {
         const Result changed = run({"run", name, "bpp:8", "out.bmp"});
         EXPECT_EQ(changed.exitCode, 3);
         EXPECT_EQ(changed.errors, "dib: " + std::string(name) + ": " + message + "\n");
+        if (std::string_view(name) == "short.bmp") continue;  // its header is whole
         const Result told = run({"info", name});
         EXPECT_EQ(told.exitCode, 3);
         EXPECT_EQ(told.errors, changed.errors);

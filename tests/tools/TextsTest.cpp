@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -34,9 +36,11 @@ TEST_F(Info, TellsWhatWasRead) {
               "indexed.bmp: bmp, 5x3 pixels, 8 bits, bottom-up, palette of 16, compression none\n");
     const nlohmann::json expected = nlohmann::json::parse(R"([
         {"file": "in.bmp", "format": "bmp", "width": 33, "height": 21, "bitsPerPixel": 24,
-         "rowOrder": "bottom-up", "paletteSize": 0, "compression": "none"},
+         "storedBitsPerPixel": 24, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 0,
+         "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null},
         {"file": "indexed.bmp", "format": "bmp", "width": 5, "height": 3, "bitsPerPixel": 8,
-         "rowOrder": "bottom-up", "paletteSize": 16, "compression": "none"}])");
+         "storedBitsPerPixel": 8, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 16,
+         "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null}])");
     EXPECT_EQ(nlohmann::json::parse(run({"info", "in.bmp", "indexed.bmp", "--json"}).output), expected);
 }
 
@@ -123,6 +127,30 @@ TEST_F(Info, GoesOnAfterABadFile) {
               "dib: bad.bmp: load: the file ends inside its header\n"
               "dib: missing.bmp: load: the file cannot be opened: No such file or directory\n");
     EXPECT_EQ(nlohmann::json::parse(run({"info", "--json", "bad.bmp"}).output), nlohmann::json::array());
+}
+
+// Pixels are neither decoded nor allocated, so a file of a few bytes will do.
+TEST_F(Info, OfAHundredFilesReadsHeadersAlone) {
+    std::string header = readFile("in.bmp").substr(0, 54);
+    const std::int32_t side = 10000;
+    std::copy_n(reinterpret_cast<const char*>(&side), 4, header.begin() + 18);
+    std::copy_n(reinterpret_cast<const char*>(&side), 4, header.begin() + 22);
+    Program::Words words = {"info"};
+    std::string expected;
+    for (int i = 100; i < 200; ++i) {
+        words.push_back("large" + std::to_string(i) + ".bmp");
+        writeFile(words.back(), header);
+        expected += words.back() + ": bmp, 10000x10000 pixels, 24 bits, bottom-up, compression none\n";
+    }
+    const Result result = run(words, "", [] {
+        const rlimit memory = {400 << 20, 400 << 20};  // a picture takes 300 MB
+        setrlimit(RLIMIT_AS, &memory);
+        const rlimit seconds = {10, 10};
+        setrlimit(RLIMIT_CPU, &seconds);
+    });
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, expected);
 }
 
 TEST_F(Info, ReadsStandardInput) {

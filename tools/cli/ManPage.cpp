@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 // When the wording last changed. The date of the build would make builds differ.
-constexpr const char* kDate = "2026-11-21";
+constexpr const char* kDate = "2026-11-22";
 
 // Text that roff prints unchanged: escapes, requests and hyphens are masked.
 std::string escaped(std::string_view text) {

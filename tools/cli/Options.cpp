@@ -84,7 +84,7 @@ void addSaving(CLI::App& command, PictureOptions& options, const std::string& fo
         ->type_name("QUALITY");
     command.add_flag(
         "--strict", options.isStrict,
-        "Fails when anything is lost, assumed or damaged, and lists it; nothing is written then");
+        "Fails before a picture is written of which anything is lost, assumed or damaged, and lists it");
     command.add_flag("--verbose", options.isVerbose, "Lists what is lost and assumed, not only damage");
 }
 

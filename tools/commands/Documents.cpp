@@ -1,9 +1,8 @@
 #include "tools/commands/Documents.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "formats/diagnosis/Diagnosis.h"
-#include "formats/diagnosis/PsdLayers.h"
 #include "tools/cli/Cancel.h"
 
 namespace tool {
@@ -29,7 +28,7 @@ LayerInfo layerInfo(const DibPSDLoader& loader, int index) {
                    {layer.left, layer.top, layer.right, layer.bottom},
                    nameOf(kBlendModes, layer.blendMode),
                    layer.opacity,
-                   // The query returns the bit of layers that are switched off.
+                   // The query returns the flag of hidden layers.
                    loader.GetLayerVisible(index) == 0,
                    {}};
     if (layer.hasMask) info.mask = {layer.maskLeft, layer.maskTop, layer.maskRight, layer.maskBottom};
@@ -49,84 +48,76 @@ std::string textOf(const Rectangle& rectangle) {
            std::to_string(rectangle.top);
 }
 
-std::string textOf(const LayerInfo& layer) {
-    return "\"" + printable(layer.name) + "\": " + textOf(layer.rectangle) + ", " + layer.blendMode +
-           ", opacity " + std::to_string(layer.opacity) + ", " + (layer.isVisible ? "visible" : "hidden") +
-           (layer.mask ? ", mask " + textOf(*layer.mask) : "");
-}
-
-}  // namespace
-
-DocumentInfo documentInfo(DibPSDLoader& loader, const InputFile& file) {
-    DocumentInfo info{
-        nameOf(kColorModes, loader.GetColorMode()), loader.GetDepth(), loader.GetChannelNum(), {}, 0};
-    for (int i = 0; i < loader.GetLayerNum(); ++i) info.layers.push_back(layerInfo(loader, i));
-    const FilePtr opened = file.open();
-    formats::ByteReader reader(opened.get());
-    const int announced = formats::inspectPsdLayers(formats::RefusedFile(reader)).count;
-    info.layerCount = std::max(announced, loader.GetLayerNum());
-    return info;
-}
-
-namespace {
-
 Json jsonOf(const LayerInfo& layer) {
     return {{"name", layer.name},           {"rectangle", jsonOf(layer.rectangle)},
             {"blendMode", layer.blendMode}, {"opacity", layer.opacity},
             {"visible", layer.isVisible},   {"mask", layer.mask ? jsonOf(*layer.mask) : Json()}};
 }
 
+std::string textOf(const LayerInfo& layer) {
+    return "\"" + printable(layer.name) + "\": " + textOf(layer.rectangle) + ", " + layer.blendMode +
+           ", opacity " + std::to_string(layer.opacity) + ", " + (layer.isVisible ? "visible" : "hidden") +
+           (layer.mask ? ", mask " + textOf(*layer.mask) : "");
+}
+
+// Ends a load before the pixels of layers: the loader reports once for each of four sections, then once for
+// each record, then for pixels.
+class RecordReader {
+public:
+    explicit RecordReader(const DibPSDLoader& loader) : loader_(loader) {}
+    static bool report(float, void* user) { return static_cast<RecordReader*>(user)->isWanted(); }
+
+private:
+    bool isWanted() {
+        constexpr int kSections = 4;
+        const bool isRecord = std::exchange(records_, loader_.GetLayerNum()) != loader_.GetLayerNum();
+        return !isCancelled() && (isRecord || ++sections_ <= kSections);
+    }
+
+    const DibPSDLoader& loader_;
+    int records_ = 0;
+    int sections_ = 0;
+};
+
 }  // namespace
+
+DocumentInfo documentInfo(DibPSDLoader& loader, int layerCount) {
+    DocumentInfo info{nameOf(kColorModes, loader.GetColorMode()),
+                      loader.GetDepth(),
+                      loader.GetChannelNum(),
+                      std::max(layerCount, loader.GetLayerNum()),
+                      {}};
+    for (int i = 0; i < loader.GetLayerNum(); ++i) info.layers.push_back(layerInfo(loader, i));
+    return info;
+}
+
+DocumentInfo readDocument(const InputFile& file, int layerCount) {
+    DibPSDLoader loader;
+    RecordReader reader(loader);
+    loader.SetCallback(&RecordReader::report, &reader);
+    loader.EnableLayer(true);
+    loader.Load(file.open().get());
+    stopIfCancelled();
+    return documentInfo(loader, layerCount);
+}
 
 Json jsonOf(const DocumentInfo& document) {
     return {{"colorMode", document.colorMode},
             {"bitsPerChannel", document.bitsPerChannel},
             {"channels", document.channels},
             {"layers", jsonList(document.layers, [](const LayerInfo& layer) { return jsonOf(layer); })},
-            {"layerCount", document.layerCount},
-            {"layersReadable", document.layersReadable}};
+            {"layerCount", document.layerCount}};
 }
 
 std::string textOf(const DocumentInfo& document) {
     std::string text = "  " + document.colorMode + ", " + std::to_string(document.bitsPerChannel) +
                        " bits per channel, " + std::to_string(document.channels) + " channels, " +
                        std::to_string(document.layerCount) +
-                       (document.layerCount == 1 ? " layer" : " layers") +
-                       (document.layersReadable ? "" : " (their pixels cannot be read)") + "\n";
+                       (document.layerCount == 1 ? " layer\n" : " layers\n");
     int number = 0;
     for (const LayerInfo& layer : document.layers)
         text += "  layer " + std::to_string(number++) + " " + textOf(layer) + "\n";
     return text;
-}
-
-DocumentInfo readDocument(const InputFile& file) {
-    DibPSDLoader loader;
-    const auto isWanted = [](float, void*) { return !isCancelled(); };
-    loader.SetCallback(isWanted, nullptr);
-    loader.EnableLayer(true);
-    // Layers that cannot be decoded still have records, and more is not needed here.
-    const bool isLoaded = loader.Load(file.open().get());
-    stopIfCancelled();
-    DocumentInfo info = documentInfo(loader, file);
-    info.layersReadable = isLoaded && info.layerCount == loader.GetLayerNum();
-    return info;
-}
-
-std::string layersProblem(const InputFile& file) {
-    const FilePtr opened = file.open();
-    formats::ByteReader reader(opened.get());
-    return formats::whyRefused(reader, formats::diagnosePsdLayers, DIB_ERROR_INVALID);
-}
-
-// The compression word follows three sections of any length.
-std::string mergedCompression(const InputFile& file) {
-    const FilePtr opened = file.open();
-    formats::ByteReader reader(opened.get());
-    const formats::RefusedFile bytes(reader);
-    std::int64_t at = 26;
-    for (int section = 0; section < 3; ++section) at += 4 + std::int64_t{bytes.be32(at)};
-    if (at + 2 > bytes.size()) return "unknown";
-    return bytes.be16(at) == 0 ? "none" : "packbits";
 }
 
 }  // namespace tool

@@ -31,24 +31,18 @@ struct DocumentInfo {
     std::string colorMode;
     int bitsPerChannel;
     int channels;
-    std::vector<LayerInfo> layers;  // Those whose records can be read.
-    int layerCount;                 // Of all that the document announces.
-    bool layersReadable = false;    // Whether the pixels of every layer can be read.
+    int layerCount;                 // as the document announces it
+    std::vector<LayerInfo> layers;  // those whose records can be read
 };
 
-// What the loader knows after it has read `file`, successfully or not.
-DocumentInfo documentInfo(DibPSDLoader& loader, const InputFile& file);
-DocumentInfo readDocument(const InputFile& file);
+// What the loader knows after a load of a document that announces so many layers, successful or not.
+DocumentInfo documentInfo(DibPSDLoader& loader, int layerCount);
+// The same of a file, from its headers and the records of its layers.
+DocumentInfo readDocument(const InputFile& file, int layerCount);
 
 Json jsonOf(const DocumentInfo& document);
 // Lines about the document and its layers, indented.
 std::string textOf(const DocumentInfo& document);
-
-// Why layers cannot be read.
-std::string layersProblem(const InputFile& file);
-
-// How the merged picture is packed.
-std::string mergedCompression(const InputFile& file);
 
 }  // namespace tool
 

@@ -1,5 +1,6 @@
-// `dib info`: what pictures are, without changing them.
+// `dib info`: what the headers of picture files say.
 #include <CLI/CLI.hpp>
+#include <cmath>
 
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
@@ -12,58 +13,78 @@ namespace {
 struct PictureInfo {
     std::string file;
     DibFileInfo header;
-    std::string compression;
+    DibFileResult result;
     std::optional<DocumentInfo> document;
 };
+
+// For formats whose headers cannot be read alone.
+bool describeLoaded(const InputFile& file, const DibLoadOptions& options, PictureInfo& info) {
+    DibStream image;
+    if (!file.load(image, options, info.result, nullptr, nullptr)) return false;
+    const BITMAPINFOHEADER& header = *image.Header;
+    info.header.width = width(image);
+    info.header.height = height(image);
+    info.header.bitCount = info.header.storedBits = header.biBitCount;
+    info.header.paletteSize = static_cast<int>(header.biClrUsed);
+    info.header.isTopDown = header.biHeight < 0;
+    return true;
+}
 
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     const InputFile file(name, InputFile::kReadTwice);
     PictureInfo info{name, {}, {}, {}};
-    DibFileResult result;
-    file.probe(info.header, options, result);
-    PictureOptions pictures;
-    pictures.load = options;
-    DibStream image;
-    Progress progress(1, false);
-    Notes notes(pictures);
-    loadPicture(file, image, pictures, progress, notes);
-    const BITMAPINFOHEADER& header = *image.Header;
-    info.header.width = width(image);
-    info.header.height = height(image);
-    info.header.bitCount = header.biBitCount;
-    info.header.isTopDown = header.biHeight < 0;
-    if (header.biBitCount <= 8)
-        info.header.paletteSize =
-            static_cast<int>(header.biClrUsed != 0 ? header.biClrUsed : 1U << header.biBitCount);
-    info.compression = info.header.compression[0] != '\0' ? info.header.compression : "unknown";
-    if (info.header.format->hasLayers) {
-        info.document = readDocument(file);
-        info.compression = mergedCompression(file);
-    }
+    bool isRead = file.probe(info.header, options, info.result);
+    stopIfCancelled();
+    if (!isRead && info.header.format != nullptr) isRead = describeLoaded(file, options, info);
+    if (!isRead) throw loadFailure(file.title(), info.result);
+    if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
+        info.header.paletteSize = 1 << info.header.bitCount;
+    if (info.header.format->hasLayers) info.document = readDocument(file, info.header.layers);
     return info;
 }
 
+std::string compressionOf(const DibFileInfo& header) {
+    return header.compression[0] != '\0' ? header.compression : "unknown";
+}
+
 Json jsonOf(const PictureInfo& info) {
+    const DibFileInfo& header = info.header;
+    const DibMetadata& metadata = info.result.metadata;
     Json json = {{"file", info.file},
-                 {"format", info.header.format->name},
-                 {"width", info.header.width},
-                 {"height", info.header.height},
-                 {"bitsPerPixel", info.header.bitCount},
-                 {"rowOrder", info.header.isTopDown ? "top-down" : "bottom-up"},
-                 {"paletteSize", info.header.paletteSize},
-                 {"compression", info.compression}};
+                 {"format", header.format->name},
+                 {"width", header.width},
+                 {"height", header.height},
+                 {"bitsPerPixel", header.bitCount},
+                 {"storedBitsPerPixel", header.storedBits},
+                 {"alpha", header.hasAlpha},
+                 {"rowOrder", header.isTopDown ? "top-down" : "bottom-up"},
+                 {"paletteSize", header.paletteSize},
+                 {"compression", compressionOf(header)},
+                 {"pages", header.pages},
+                 {"levels", header.levels},
+                 {"orientation", metadata.orientation},
+                 {"resolution", Json()}};
+    if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
     if (info.document) json.update(jsonOf(*info.document));
     return json;
 }
 
+std::string count(int number, const std::string& thing) {
+    return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
+}
+
 std::string textOf(const PictureInfo& info) {
     const DibFileInfo& header = info.header;
+    const DibMetadata& metadata = info.result.metadata;
     std::string text = printable(info.file) + ": " + header.format->name + ", " +
                        std::to_string(header.width) + "x" + std::to_string(header.height) + " pixels, " +
-                       std::to_string(header.bitCount) + (header.bitCount == 1 ? " bit, " : " bits, ") +
-                       (header.isTopDown ? "top-down" : "bottom-up");
+                       count(header.bitCount, "bit") + ", " + (header.isTopDown ? "top-down" : "bottom-up");
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
-    text += ", compression " + info.compression + "\n";
+    text += ", compression " + compressionOf(header);
+    if (header.pages > 1) text += ", " + count(header.pages, "page");
+    if (header.levels > 1) text += ", " + count(header.levels, "level");
+    if (metadata.xResolution != 0) text += ", " + plainNumber(std::round(metadata.xResolution)) + " dpi";
+    text += "\n";
     return info.document ? text + textOf(*info.document) : text;
 }
 
@@ -73,7 +94,7 @@ struct InfoJob {
     bool asJson = false;
 };
 
-// A file that cannot be read does not keep the others from being shown.
+// Continues after a file that cannot be read.
 void printInfo(const InfoJob& job) {
     std::vector<PictureInfo> infos;
     std::vector<std::string> complaints;

@@ -19,8 +19,8 @@ struct LayersJob {
     bool showsProgress = false;
 };
 
-// A file name from the number of a layer, which makes it unique, and the letters of its name: never a path, a
-// hidden file, a device or an option.
+// A file name from the number of a layer, which makes it unique, and the letters of its name: never a path,
+// a hidden file, a device or an option.
 std::string fileNameOf(int index, const std::string& layerName, const DibFormat& format) {
     constexpr std::size_t kLongest = 40;
     std::string number = std::to_string(index);
@@ -34,12 +34,23 @@ std::string fileNameOf(int index, const std::string& layerName, const DibFormat&
     return number + "-" + name + "." + format.extensions[0];
 }
 
-// The loader stores the grey of layers of grey documents in blue alone.
+// For layers of grey documents, where the loader stores grey in blue only.
 void spreadGrey(DibStream& image) {
     for (int y = 0; y < height(image); ++y) {
         auto* row = reinterpret_cast<DibBGRA*>(image.ScanLine(y));
         for (int x = 0; x < width(image); ++x) row[x].red = row[x].green = row[x].blue;
     }
+}
+
+// Why the library cannot read the layers of a document that announces so many.
+std::string layersProblem(const InputFile& file, DibLoadOptions options, int count) {
+    for (options.layer = 0; options.layer < count; ++options.layer) {
+        DibStream image;
+        DibFileResult result;
+        const bool isRead = file.load(image, options, result, nullptr, nullptr);
+        if (!isRead && result.code != DIB_ERROR_MISMATCH) return result.reason;  // else it has no pixels
+    }
+    return "the layers cannot be read";
 }
 
 // Writes the pictures of the layers and stores the names of their files in the manifest.
@@ -66,6 +77,9 @@ void exportLayers(const LayersJob& job) {
     Notes notes(job.pictures);
     Progress progress(3, job.showsProgress);
     const InputFile file(job.document, InputFile::kReadTwice);
+    DibFileInfo header;
+    DibFileResult probed;
+    file.probe(header, job.pictures.load, probed);
     DibStream merged;
     const DibFormat& inputFormat = *loadPicture(file, merged, job.pictures, progress, notes);
     if (!inputFormat.hasLayers) {
@@ -78,9 +92,10 @@ void exportLayers(const LayersJob& job) {
     progress.beginStep("load");
     const bool isLoaded = loader.Load(file.open().get());
     stopIfCancelled();
-    const DocumentInfo document = documentInfo(loader, file);
+    const DocumentInfo document = documentInfo(loader, header.layers);
     if (!isLoaded || loader.GetLayerNum() < document.layerCount)
-        throw Failure(kExitBadInput, file.title() + ": load: " + layersProblem(file));
+        throw Failure(kExitBadInput,
+                      file.title() + ": load: " + layersProblem(file, job.pictures.load, header.layers));
     progress.endStep();
 
     makeFolder(job.folder);
@@ -88,7 +103,6 @@ void exportLayers(const LayersJob& job) {
     Json manifest = {{"document", file.title()}, {"width", width(merged)}, {"height", height(merged)}};
     manifest.update(jsonOf(document));
     manifest.erase("layerCount");
-    manifest.erase("layersReadable");
     writeLayers(job, format, loader, manifest, progress, notes);
     writeText(std::filesystem::path(job.folder) / "manifest.json", jsonText(manifest));
     progress.endStep();

@@ -1,11 +1,11 @@
 #include "tools/gallery/CallText.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <stdexcept>
 
 #include "tools/io/Images.h"
+#include "tools/operations/Call.h"
 
 namespace tool {
 
@@ -59,66 +59,41 @@ std::string flagsLiteral(const Parameter& parameter, std::uint32_t flags) {
     return text.empty() ? "0U" : text;
 }
 
-// One step's values, by the text between the braces of a placeholder.
-class Values {
-public:
-    Values(const Step& step, const DibStream& image) : step_(step), image_(image) {}
-
-    std::string literal(std::string_view placeholder) const {
-        const std::size_t colon = placeholder.find(':');
-        const std::string_view name = placeholder.substr(0, colon);
-        const std::string_view side =
-            colon == std::string_view::npos ? std::string_view{} : placeholder.substr(colon + 1);
-        const auto parameter = std::ranges::find(step_.operation->parameters, name, &Parameter::name);
-        if (parameter == step_.operation->parameters.end()) {
-            throw std::logic_error("no parameter '" + std::string(name) + "'");
+std::string literal(const Arguments& arguments, const Placeholder& place, const DibStream& image) {
+    const Parameter& parameter = *place.parameter;
+    const std::string_view name = parameter.name;
+    const int side = place.isAlongHeight ? height(image) : width(image);
+    switch (parameter.kind) {
+        case ParameterKind::Integer: return std::to_string(arguments.integer(name));
+        case ParameterKind::Number:
+        case ParameterKind::Fraction: return floatLiteral(arguments.number(name));
+        case ParameterKind::Angle: return floatLiteral(arguments.radians(name));
+        case ParameterKind::Length: return std::to_string(arguments.pixels(name, side));
+        case ParameterKind::Position: return floatLiteral(arguments.position(name, side));
+        case ParameterKind::Size: {
+            const PixelSize size = arguments.size(name, image);
+            return std::to_string(place.isAlongHeight ? size.height : size.width);
         }
-        return literal(*parameter, side == "height");
+        case ParameterKind::Choice: return choiceLiteral(parameter, arguments.word(name));
+        case ParameterKind::Flags: return flagsLiteral(parameter, arguments.word(name));
+        case ParameterKind::Color: return colorLiteral(arguments.color(name));
+        case ParameterKind::Fill: return pixelLiteral(arguments.fill(name, image));
+        case ParameterKind::Path: return stringLiteral(arguments.path(name));
     }
-
-private:
-    std::string literal(const Parameter& parameter, bool alongHeight) const {
-        const Arguments& arguments = step_.arguments;
-        const std::string_view name = parameter.name;
-        const int side = alongHeight ? height(image_) : width(image_);
-        switch (parameter.kind) {
-            case ParameterKind::Integer: return std::to_string(arguments.integer(name));
-            case ParameterKind::Number:
-            case ParameterKind::Fraction: return floatLiteral(arguments.number(name));
-            case ParameterKind::Angle: return floatLiteral(arguments.radians(name));
-            case ParameterKind::Length: return std::to_string(arguments.pixels(name, side));
-            case ParameterKind::Position: return floatLiteral(arguments.position(name, side));
-            case ParameterKind::Size: {
-                const PixelSize size = arguments.size(name, image_);
-                return std::to_string(alongHeight ? size.height : size.width);
-            }
-            case ParameterKind::Choice: return choiceLiteral(parameter, arguments.word(name));
-            case ParameterKind::Flags: return flagsLiteral(parameter, arguments.word(name));
-            case ParameterKind::Color: return colorLiteral(arguments.color(name));
-            case ParameterKind::Fill: return pixelLiteral(arguments.fill(name, image_));
-            case ParameterKind::Path: return stringLiteral(arguments.path(name));
-        }
-        throw std::logic_error("no such kind");
-    }
-
-    const Step& step_;
-    const DibStream& image_;
-};
+    throw std::logic_error("no such kind");
+}
 
 }  // namespace
 
 std::string callText(const Step& step, const DibStream& image) {
-    const Values values(step, image);
-    const std::string_view pattern = step.operation->call;
+    std::string_view rest = step.operation->call;
     std::string text;
-    std::size_t place = 0;
-    for (std::size_t open = 0; (open = pattern.find('{', place)) != std::string_view::npos;) {
-        const std::size_t close = pattern.find('}', open);
-        text += pattern.substr(place, open - place);
-        text += values.literal(pattern.substr(open + 1, close - open - 1));
-        place = close + 1;
+    for (;;) {
+        const Placeholder place = takePlaceholder(rest, *step.operation);
+        text += place.before;
+        if (place.parameter == nullptr) return text + ';';
+        text += literal(step.arguments, place, image);
     }
-    return text.append(pattern.substr(place)) + ';';
 }
 
 }  // namespace tool

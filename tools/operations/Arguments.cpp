@@ -38,8 +38,9 @@ std::uint32_t nearestEntry(const BITMAPINFOHEADER& header, const DibBGRA& color)
 }  // namespace
 
 const Value& Arguments::value(std::string_view name) const {
-    for (std::size_t i = 0; i < parameters_.size(); ++i) {
-        if (parameters_[i].name == name) return values_[i];
+    const std::span<const Parameter> parameters = operation().parameters;
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        if (parameters[i].name == name) return values_[i];
     }
     throw std::logic_error("no parameter '" + std::string(name) + "'");
 }
@@ -83,7 +84,7 @@ const char* Arguments::path(std::string_view name) const { return value(name).te
 
 void Arguments::placePaths(const std::string& folder) {
     for (std::size_t i = 0; i < values_.size(); ++i) {
-        if (parameters_[i].kind == ParameterKind::Path)
+        if (operation().parameters[i].kind == ParameterKind::Path)
             values_[i].text = std::filesystem::path(folder) / values_[i].text;
     }
 }

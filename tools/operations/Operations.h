@@ -6,6 +6,7 @@
 #include <DibStream.h>
 
 #include <array>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,6 +15,8 @@
 #include "tools/operations/Parameters.h"
 
 namespace tool {
+
+struct Operation;
 
 struct PixelSize {
     int width;
@@ -24,9 +27,10 @@ struct PixelSize {
 // throws std::logic_error.
 class Arguments {
 public:
-    Arguments(std::span<const Parameter> parameters, std::vector<Value> values)
-        : parameters_(parameters), values_(std::move(values)) {}
+    Arguments(const Operation& operation, std::vector<Value> values)
+        : operation_(operation), values_(std::move(values)) {}
 
+    const Operation& operation() const { return operation_; }
     int integer(std::string_view name) const;
     // The value of a choice, or of flags together.
     std::uint32_t word(std::string_view name) const;
@@ -50,7 +54,7 @@ public:
 private:
     const Value& value(std::string_view name) const;
 
-    std::span<const Parameter> parameters_;
+    std::reference_wrapper<const Operation> operation_;
     std::vector<Value> values_;
 };
 
@@ -62,7 +66,7 @@ struct Operation {
     // words before the last one prepare the picture; a second picture is called "other.bmp".
     std::array<std::string_view, 3> samples;
     std::span<const Parameter> parameters;
-    std::string_view call;  // in C++, with placeholders for the values (CallText.h)
+    std::string_view call;  // in C++, with placeholders for the values (Call.h)
     bool (*run)(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user);
     // What is wrong with the combination of parameters; empty when nothing is.
     std::string (*check)(const Arguments& arguments) = nullptr;

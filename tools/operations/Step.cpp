@@ -56,7 +56,7 @@ public:
             values.push_back(parseValue(parameter, texts_[i] ? *texts_[i] : std::string(parameter.standard),
                                         operation_.name));
         }
-        Step step{&operation_, Arguments(operation_.parameters, std::move(values))};
+        Step step{&operation_, Arguments(operation_, std::move(values))};
         if (operation_.check != nullptr) {
             const std::string wrong = operation_.check(step.arguments);
             if (!wrong.empty()) fail(wrong);

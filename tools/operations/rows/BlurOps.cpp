@@ -1,6 +1,6 @@
 #include <DibEffect.h>
 
-#include "tools/operations/Operations.h"
+#include "tools/operations/Call.h"
 
 namespace tool {
 
@@ -9,28 +9,12 @@ namespace {
 constexpr Parameter kBlur[] = {integer("radius", "pixels on each side", {0, kAnyInteger.max}, {}, "px"),
                                wrap()};
 
-bool runBlur(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectBlur(callback, user, &image, arguments.integer("radius"), arguments.word("wrap"));
-}
-
 constexpr Parameter kLittle[] = {wrap()};
-
-bool runSoften(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectBlurLittle(callback, user, &image, arguments.word("wrap"));
-}
-
-bool runSharpen(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectSharpLittle(callback, user, &image, arguments.word("wrap"));
-}
 
 constexpr Parameter kGaussian[] = {
     number("radius", "three standard deviations; below 1 changes nothing, above 255 counts as 255",
            {0, kAnyNumber.max}, {}, "px"),
     wrap()};
-
-bool runGaussian(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectGaussianBlur(callback, user, &image, arguments.number("radius"), arguments.word("wrap"));
-}
 
 constexpr Operation kOperations[] = {
     {"blur",
@@ -39,28 +23,28 @@ constexpr Operation kOperations[] = {
      {"blur:2", "blur:8", "blur:24,wrap=xy"},
      kBlur,
      "DibEffectBlur(nullptr, nullptr, &image, {radius}, {wrap})",
-     runBlur},
+     Effect<int, unsigned int>::run<DibEffectBlur>},
     {"soften",
      "Takes the mean of the four neighbours; at 8, 24 and 32 bits.",
      "soften",
      {"soften", "soften soften soften", "soften:wrap=xy"},
      kLittle,
      "DibEffectBlurLittle(nullptr, nullptr, &image, {wrap})",
-     runSoften},
+     Effect<unsigned int>::run<DibEffectBlurLittle>},
     {"sharpen",
      "Stresses each pixel against its four neighbours; at 8, 24 and 32 bits.",
      "sharpen",
      {"sharpen", "sharpen sharpen", "sharpen:wrap=xy"},
      kLittle,
      "DibEffectSharpLittle(nullptr, nullptr, &image, {wrap})",
-     runSharpen},
+     Effect<unsigned int>::run<DibEffectSharpLittle>},
     {"gaussian",
      "Blurs with a Gaussian; at 8, 24 and 32 bits.",
      "gaussian:4.5",
      {"gaussian:4.5", "gaussian:12", "gaussian:36,wrap=xy"},
      kGaussian,
      "DibEffectGaussianBlur(nullptr, nullptr, &image, {radius}, {wrap})",
-     runGaussian},
+     Effect<float, unsigned int>::run<DibEffectGaussianBlur>},
 };
 
 }  // namespace

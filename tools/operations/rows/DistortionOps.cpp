@@ -1,7 +1,6 @@
 #include <DibEffect.h>
 
-#include "tools/io/Images.h"
-#include "tools/operations/Operations.h"
+#include "tools/operations/Call.h"
 
 namespace tool {
 
@@ -17,55 +16,19 @@ std::string checkWavelength(const Arguments& arguments) {
     return arguments.number("wavelength") == 0 ? "wavelength: must not be 0" : "";
 }
 
-float centerX(const Arguments& arguments, const DibStream& image) {
-    return arguments.position("x", width(image));
-}
-float centerY(const Arguments& arguments, const DibStream& image) {
-    return arguments.position("y", height(image));
-}
-
 constexpr Parameter kRotate[] = {angle("angle", "counter-clockwise when positive"), wrap()};
-
-bool runRotate(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectRotate(callback, user, &image, arguments.radians("angle"), arguments.word("wrap"));
-}
 
 constexpr Parameter kRipple[] = {
     kWavelength, angle("amplitude", "the largest turn about the centre"), kPhase, kCenterX, kCenterY, wrap()};
-
-bool runRipple(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectRipple(callback, user, &image, centerX(arguments, image), centerY(arguments, image),
-                           arguments.number("wavelength"), arguments.radians("amplitude"),
-                           arguments.radians("phase"), arguments.word("wrap"));
-}
 
 constexpr Parameter kWave[] = {
     kWavelength, number("amplitude", "the largest shift", kAnyNumber, {}, "px"), kPhase,
     angle("direction", "along which the waves run; 0 runs along x and moves pixels along y", "0"), wrap()};
 
-bool runWave(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectWave(callback, user, &image, arguments.number("wavelength"),
-                         arguments.number("amplitude"), arguments.radians("phase"),
-                         arguments.radians("direction"), arguments.word("wrap"));
-}
-
 constexpr Parameter kWhirl[] = {angle("twist", "turn for each pixel of distance from the centre"), kCenterX,
                                 kCenterY, wrap()};
 
-bool runWhirl(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectWhirl(callback, user, &image, centerX(arguments, image), centerY(arguments, image),
-                          arguments.radians("twist"), arguments.word("wrap"));
-}
-
 constexpr Parameter kMosaic[] = {integer("size", "side of a block", {1, kAnyInteger.max}, {}, "px")};
-
-bool runMosaic(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectMozaic(callback, user, &image, arguments.integer("size"));
-}
-
-bool runReverse(DibStream& image, const Arguments&, DibProgressCallback callback, void* user) {
-    return DibEffectReverse(callback, user, &image);
-}
 
 constexpr Operation kOperations[] = {
     {"rotate",
@@ -74,7 +37,7 @@ constexpr Operation kOperations[] = {
      {"rotate:15", "rotate:30,wrap=xy", "rotate:-90"},
      kRotate,
      "DibEffectRotate(nullptr, nullptr, &image, {angle}, {wrap})",
-     runRotate},
+     Effect<float, unsigned int>::run<DibEffectRotate>},
     {"ripple",
      "Makes rings about a point.",
      "ripple:40,3deg,x=25%,y=10",
@@ -82,7 +45,7 @@ constexpr Operation kOperations[] = {
      kRipple,
      "DibEffectRipple(nullptr, nullptr, &image, {x:width}, {y:height}, {wavelength}, {amplitude}, {phase}, "
      "{wrap})",
-     runRipple,
+     Effect<float, float, float, float, float, unsigned int>::run<DibEffectRipple>,
      checkWavelength},
     {"wave",
      "Makes parallel waves.",
@@ -90,7 +53,7 @@ constexpr Operation kOperations[] = {
      {"wave:60,8", "wave:24,6,direction=45", "wave:120,24,phase=90,wrap=xy"},
      kWave,
      "DibEffectWave(nullptr, nullptr, &image, {wavelength}, {amplitude}, {phase}, {direction}, {wrap})",
-     runWave,
+     Effect<float, float, float, float, unsigned int>::run<DibEffectWave>,
      checkWavelength},
     {"whirl",
      "Twists the picture about a point.",
@@ -98,21 +61,21 @@ constexpr Operation kOperations[] = {
      {"whirl:0.4", "whirl:1.2", "whirl:-0.8,x=30%,y=60%,wrap=xy"},
      kWhirl,
      "DibEffectWhirl(nullptr, nullptr, &image, {x:width}, {y:height}, {twist}, {wrap})",
-     runWhirl},
+     Effect<float, float, float, unsigned int>::run<DibEffectWhirl>},
     {"mosaic",
      "Paints square blocks in their average colour; up to 8 bits in that of their first pixel.",
      "mosaic:10",
      {"mosaic:4", "mosaic:12", "mosaic:32"},
      kMosaic,
      "DibEffectMozaic(nullptr, nullptr, &image, {size})",
-     runMosaic},
+     Effect<int>::run<DibEffectMozaic>},
     {"reverse",
      "Inverts every bit of the pixels: colours above 8 bits, else indices into the colour table.",
      "reverse",
      {"reverse", "bpp:8,method=median reverse", "bpp:1 reverse"},
      {},
      "DibEffectReverse(nullptr, nullptr, &image)",
-     runReverse},
+     Effect<>::run<DibEffectReverse>},
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tools/operations/Operations.h"
+#include "tools/operations/Call.h"
 
 namespace tool {
 
@@ -25,44 +25,22 @@ bool runResize(DibStream& image, const Arguments& arguments, DibProgressCallback
     return image.Resize(wanted.width, wanted.height, method);
 }
 
-bool runHalf(DibStream& image, const Arguments&, DibProgressCallback, void*) { return image.ResizeHalf(); }
-
 constexpr Parameter kCanvas[] = {size("size", "the new size"), fill("fill", "what the new pixels hold", "0")};
-
-bool runCanvas(DibStream& image, const Arguments& arguments, DibProgressCallback, void*) {
-    const PixelSize wanted = arguments.size("size", image);
-    return image.ChangeSize(wanted.width, wanted.height, arguments.fill("fill", image));
-}
 
 constexpr Parameter kCrop[] = {
     integer("x", "first column of the rectangle", {0, kAnyInteger.max}, {}, "px"),
     integer("y", "first row of the rectangle, counted from the top", {0, kAnyInteger.max}, {}, "px"),
     size("size", "size of the rectangle, which must lie inside the picture")};
 
-bool runCrop(DibStream& image, const Arguments& arguments, DibProgressCallback, void*) {
-    const PixelSize area = arguments.size("size", image);
-    return image.ClipCut(arguments.integer("x"), arguments.integer("y"), area.width, area.height);
-}
-
 constexpr Parameter kScroll[] = {integer("dx", "to the right", kAnyInteger, {}, "px"),
                                  integer("dy", "down", kAnyInteger, {}, "px")};
-
-bool runScroll(DibStream& image, const Arguments& arguments, DibProgressCallback, void*) {
-    return image.Scroll(arguments.integer("dx"), arguments.integer("dy"));
-}
 
 bool runFlipStorage(DibStream& image, const Arguments&, DibProgressCallback, void*) {
     return image.UpDown(image.Header->biHeight > 0);
 }
 
-bool runInvert(DibStream& image, const Arguments&, DibProgressCallback, void*) { return image.InvertTone(); }
-
 constexpr Parameter kBrighten[] = {
     number("factor", "below 1 darkens, above 1 lightens", {0, kAnyNumber.max})};
-
-bool runBrighten(DibStream& image, const Arguments& arguments, DibProgressCallback, void*) {
-    return image.Brighten(arguments.number("factor"));
-}
 
 constexpr Operation kOperations[] = {
     {"resize",
@@ -78,28 +56,28 @@ constexpr Operation kOperations[] = {
      {"half", "half half", "half half half"},
      {},
      "image.ResizeHalf()",
-     runHalf},
+     Method<>::run<&DibStream::ResizeHalf>},
     {"canvas",
      "Crops or pads the picture about its middle.",
      "canvas:120%x80%,fill=#ff8000",
      {"canvas:80%", "canvas:120%x110%,fill=#f0e6d2", "canvas:60%x120%,fill=#203040"},
      kCanvas,
      "image.ChangeSize({size:width}, {size:height}, {fill})",
-     runCanvas},
+     Method<int, int, unsigned int>::run<&DibStream::ChangeSize>},
     {"crop",
      "Keeps a rectangle of the picture.",
      "crop:2,1,50%x50%",
      {"crop:0,0,50%x50%", "crop:40,20,50%x60%", "crop:10,5,25%x75%"},
      kCrop,
      "image.ClipCut({x}, {y}, {size:width}, {size:height})",
-     runCrop},
+     Method<int, int, int, int>::run<&DibStream::ClipCut>},
     {"scroll",
      "Shifts the picture; what leaves one side enters at the other.",
      "scroll:10,-5",
      {"scroll:40,0", "scroll:80,60", "scroll:-120,-30"},
      kScroll,
      "image.Scroll({dx}, {dy})",
-     runScroll},
+     Method<int, int>::run<&DibStream::Scroll>},
     {"flip-storage",
      "Stores the rows in the other order; the picture stays the same.",
      "flip-storage",
@@ -113,14 +91,14 @@ constexpr Operation kOperations[] = {
      {"invert", "bpp:8,method=median invert", "bpp:4 invert"},
      {},
      "image.InvertTone()",
-     runInvert},
+     Method<>::run<&DibStream::InvertTone>},
     {"brighten",
      "Darkens or lightens the colours, up to 8 bits those of the colour table; not at 16 bits.",
      "brighten:1.5",
      {"brighten:1.5", "brighten:0.5", "brighten:3"},
      kBrighten,
      "image.Brighten({factor})",
-     runBrighten},
+     Method<float>::run<&DibStream::Brighten>},
 };
 
 }  // namespace

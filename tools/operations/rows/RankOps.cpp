@@ -1,6 +1,6 @@
 #include <DibEffect.h>
 
-#include "tools/operations/Operations.h"
+#include "tools/operations/Call.h"
 
 namespace tool {
 
@@ -9,12 +9,7 @@ namespace {
 constexpr Parameter kRank[] = {
     integer("radius", "half the side of the square looked at", {0, kAnyInteger.max}, {}, "px"), wrap()};
 
-using RankEffect = bool (*)(DibProgressCallback, void*, DibStream*, int, unsigned int);
-
-template <RankEffect Effect>
-bool runRank(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return Effect(callback, user, &image, arguments.integer("radius"), arguments.word("wrap"));
-}
+using Rank = Effect<int, unsigned int>;
 
 constexpr Operation kOperations[] = {
     {"max",
@@ -23,21 +18,21 @@ constexpr Operation kOperations[] = {
      {"max:1", "max:3", "max:8,wrap=xy"},
      kRank,
      "DibEffectBrightMax(nullptr, nullptr, &image, {radius}, {wrap})",
-     runRank<DibEffectBrightMax>},
+     Rank::run<DibEffectBrightMax>},
     {"min",
      "Takes the darkest pixel around each pixel.",
      "min:2",
      {"min:1", "min:3", "min:8,wrap=xy"},
      kRank,
      "DibEffectBrightMin(nullptr, nullptr, &image, {radius}, {wrap})",
-     runRank<DibEffectBrightMin>},
+     Rank::run<DibEffectBrightMin>},
     {"median",
      "Takes a pixel of middle brightness around each pixel, which removes specks.",
      "median:1",
      {"median:1", "median:4", "median:10,wrap=xy"},
      kRank,
      "DibEffectBrightMiddle(nullptr, nullptr, &image, {radius}, {wrap})",
-     runRank<DibEffectBrightMiddle>},
+     Rank::run<DibEffectBrightMiddle>},
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <DibEffect.h>
 
-#include "tools/operations/Operations.h"
+#include "tools/operations/Call.h"
 
 namespace tool {
 
@@ -10,19 +10,9 @@ constexpr Parameter kGamma[] = {number("gamma", "exponent; above 1 brightens"),
                                 integer("low", "lower limit", kAnyInteger, "0"),
                                 integer("high", "upper limit", kAnyInteger, "255")};
 
-bool runGamma(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectGammaCorrect(callback, user, &image, arguments.integer("low"), arguments.integer("high"),
-                                 arguments.number("gamma"));
-}
-
 constexpr Parameter kContrast[] = {
     number("contrast", "slope about middle grey; 1 changes nothing"),
     number("brightness", "added, in parts of the full range", kAnyNumber, "0")};
-
-bool runContrast(DibStream& image, const Arguments& arguments, DibProgressCallback callback, void* user) {
-    return DibEffectContrast(callback, user, &image, arguments.number("brightness"),
-                             arguments.number("contrast"));
-}
 
 constexpr Operation kOperations[] = {
     {"gamma",
@@ -31,14 +21,14 @@ constexpr Operation kOperations[] = {
      {"gamma:2.2", "gamma:0.5", "gamma:1,low=20,high=200"},
      kGamma,
      "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
-     runGamma},
+     Effect<int, int, float>::run<DibEffectGammaCorrect>},
     {"contrast",
      "Stretches the colours, or the colour table, about middle grey.",
      "contrast:1.3,brightness=0.05",
      {"contrast:1.3", "contrast:2.5", "contrast:0.5,brightness=0.2"},
      kContrast,
      "DibEffectContrast(nullptr, nullptr, &image, {brightness}, {contrast})",
-     runContrast},
+     Effect<float, float>::run<DibEffectContrast>},
 };
 
 }  // namespace
