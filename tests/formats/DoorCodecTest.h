@@ -160,6 +160,21 @@ inline void expectRowsOfCutFiles(const Bytes& bytes, std::size_t start, std::siz
     }
 }
 
+// Files with extreme values in their headers are loaded or refused with a reason.
+inline void expectExtremeBytesAreSurvived(const Bytes& bytes, const std::string& name,
+                                          DibLoadOptions options = {}) {
+    options.name = name.c_str();
+    options.mostBytes = 1 << 24;
+    codec_test::forEveryExtremeByte(bytes, 400, [&](const Bytes& damaged, std::size_t at, unsigned value) {
+        for (const DibDamagePolicy policy : {DIB_DAMAGE_REFUSE, DIB_DAMAGE_KEEP}) {
+            options.damage = policy;
+            const Opened load = opened(damaged, options);
+            EXPECT_EQ(load.isLoaded, load.reason().empty()) << at << ": " << value;
+            EXPECT_EQ(load.isLoaded, load.image->Header != nullptr) << at << ": " << value;
+        }
+    });
+}
+
 // Memory and a file get the same bytes; the image is not changed; progress rises and cancels at every call.
 inline void expectSaves(const DibStream& image, const char* format, std::size_t fewestCalls) {
     const Bytes pixels = testing_support::pixelBytes(image);

@@ -84,6 +84,10 @@ TEST(HdrDoor, ReasonsNameWhatIsWrongAndNothingIsPrinted) {
     }
 }
 
+TEST(HdrDoor, ExtremeBytes) {
+    for (const Bytes& file : {packed(), flat()}) expectExtremeBytesAreSurvived(file, "x.hdr");
+}
+
 TEST(HdrDoor, EveryOrderIsTurnedUpright) {
     // 3 columns and 2 rows of values 1 2 3 / 4 5 6; stored as each order has them.
     struct Case {

@@ -59,6 +59,14 @@ TEST(IlbmDoor, CutFilesAreRefusedOrKept) {
     expectRowsOfCutFiles(packed(), 12 + 28 + 8, 2);
 }
 
+TEST(IlbmDoor, ExtremeBytes) {
+    const Bytes view = chunk("CAMG", {0, 0, 8, 0x80});
+    const Bytes held = form(joined({view, bitmapHeader(5, 1, 6), chunk("BODY", Bytes(12, 0x5A))}));
+    const Bytes chunky = form(joined({bitmapHeader(3, 2, 8), chunk("BODY", Bytes(8, 7))}), "PBM ");
+    for (const Bytes& file : {fourColors(), packed(), held, chunky})
+        expectExtremeBytesAreSurvived(file, "x.iff");
+}
+
 TEST(IlbmDoor, IndicesAreThoseOfThePlanes) {
     const Opened load = opened(fourColors());
     ASSERT_TRUE(load.isLoaded) << load.result.reason;

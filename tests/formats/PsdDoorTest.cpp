@@ -182,6 +182,21 @@ TEST(PsdDoor, CutDocumentsAreRefusedOrKept) {
     EXPECT_EQ(Bytes(part.begin(), part.begin() + 3), (Bytes{255, 20, 10}));
 }
 
+TEST(PsdDoor, ExtremeBytes) {
+    DibLoadOptions layer;
+    layer.layer = 0;
+    for (const std::vector<unsigned char>& values :
+         {std::vector<unsigned char>{1, 2}, {1, 2, 3}, {1, 2, 3, 4}}) {
+        for (const int mode : {1, 3, 4}) {
+            PsdDocument document = plain(mode, values);
+            document.layers = {layerOf(2, 1, 50, 5)};
+            document.compression = mode == 3 ? PsdCompression::kPackBits : PsdCompression::kRaw;
+            expectExtremeBytesAreSurvived(document.bytes(), "x.psd");
+            expectExtremeBytesAreSurvived(document.bytes(), "x.psd", layer);
+        }
+    }
+}
+
 TEST(PsdDoor, EveryTruncationHasAReason) {
     PsdDocument document = plain(3, {10, 20, 30});
     document.layers = {layerOf(2, 1, 50)};

@@ -98,6 +98,11 @@ TEST(TimDoor, CutFilesAreRefusedOrKept) {
     expectRowsOfCutFiles(indices(1), 8 + kBlockHeader + 32 + kBlockHeader, 4);
 }
 
+TEST(TimDoor, ExtremeBytes) {
+    for (const Bytes& file : {words(), indices(2), trueColors()})
+        expectExtremeBytesAreSurvived(file, "x.tim");
+}
+
 TEST(TimDoor, ReasonsNameWhatIsWrong) {
     const Bytes mode = timStart(4).fill(20).bytes;
     EXPECT_STREQ(opened(mode).result.reason, "pixel mode 4 is not read");
