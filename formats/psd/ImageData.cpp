@@ -278,7 +278,9 @@ std::span<const PSD_CHANNEL_ID> wideChannels(const Document& document) {
     const std::span<const PSD_CHANNEL_ID> all = mode == kRgb    ? std::span<const PSD_CHANNEL_ID>(kColours)
                                                 : mode == kCmyk ? std::span<const PSD_CHANNEL_ID>(kInks)
                                                                 : std::span<const PSD_CHANNEL_ID>(kGreys);
-    return all.first(all.size() - (document.wide->hasAlpha ? 0 : 1));
+    // A damaged header may announce fewer channels than its colours need.
+    return all.first(
+        std::min<std::size_t>(document.header.channels, all.size() - (document.wide->hasAlpha ? 0 : 1)));
 }
 
 }  // namespace

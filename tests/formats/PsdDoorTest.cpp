@@ -94,6 +94,15 @@ TEST(PsdDoor, SamplesOfOtherDepthsBecomeBytes) {
     EXPECT_EQ(red(32, {0x7F, 0xC0, 0, 0}), 0);  // not a number
 }
 
+TEST(PsdDoor, MissingChannelsAreWhite) {
+    PsdDocument document = plain(3, {10, 20});
+    document.compression = PsdCompression::kPackBits;
+    const Opened load = opened(document.bytes());
+    ASSERT_TRUE(load.isLoaded) << load.reason();
+    const Bytes row = codec_test::rowBytes(*load.image, kHeight - 1);
+    EXPECT_EQ(Bytes(row.begin(), row.begin() + 3), (Bytes{255, 20, 10}));
+}
+
 TEST(PsdDoor, OtherDepthsAreNoted) {
     EXPECT_EQ(notesOf(opened(plain(3, {1, 2, 3}, 16).bytes()).result), "16 bits a sample became 8;");
     EXPECT_EQ(notesOf(opened(plain(3, {1, 2, 3}).bytes()).result), "");
