@@ -18,8 +18,9 @@ namespace formats {
 
 namespace {
 
-void copyBytes(const unsigned char* from, unsigned char* to, std::size_t pixels) {
-    std::copy_n(from, pixels, to);
+template <std::size_t kBits>
+void copyPacked(const unsigned char* from, unsigned char* to, std::size_t pixels) {
+    std::copy_n(from, (pixels * kBits + 7) / 8, to);
 }
 
 // The kinds of bitmaps that have an image of ours, and what takes a row of one to the other.
@@ -30,10 +31,8 @@ struct Conversion {
     void (*convert)(const unsigned char* from, unsigned char* to, std::size_t pixels);
 };
 constexpr Conversion kConversions[] = {
-    {8, 8, 8, copyBytes},
-    {24, 8, 24, swapRedBlue},
-    {32, 8, 32, swapRedBlue32},
-    {128, 32, 32, floatsToBgra},
+    {1, 1, 1, copyPacked<1>}, {4, 4, 4, copyPacked<4>},   {8, 8, 8, copyPacked<8>},
+    {24, 8, 24, swapRedBlue}, {32, 8, 32, swapRedBlue32}, {128, 32, 32, floatsToBgra},
 };
 
 const Conversion* conversionOf(const BitmapLayout& layout) {
@@ -48,16 +47,20 @@ const Conversion* conversionOf(const BitmapLayout& layout) {
 
 bool isReadable(const BitmapLayout& layout) {
     return layout.width <= INT_MAX && layout.height <= INT_MAX &&
-           layout.bytesPerRow >= layout.width * (layout.bitsPerPixel / 8);
+           layout.bytesPerRow >= (layout.width * layout.bitsPerPixel + 7) / 8;
 }
 
 void storeColors(const ColorTriples& colors, DibStream& dib) {
     DibBGRA* table = dib::colorTable(dib.Header);
-    const std::size_t count = std::min<std::size_t>(colors.count, 256);
+    const std::size_t most = dib::addressableEntries(dib.Header->biBitCount);
+    const std::size_t count = std::min(colors.count, most);
     for (std::size_t i = 0; i < count; ++i) {
         const unsigned char* triple = colors.bytes + 3 * i;
         table[i] = {triple[2], triple[1], triple[0], 0};
     }
+    if (!colors.isWhole) return;
+    std::fill(table + count, table + most, DibBGRA{});
+    dib.Header->biClrUsed = static_cast<std::uint32_t>(count);
 }
 
 bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, NewImage& dib) {
@@ -66,7 +69,7 @@ bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, NewImage& di
         const unsigned char* row = decoder.nextRow();
         if (row == nullptr) return false;
         conversion.convert(row, dib->ScanLine(y), static_cast<std::size_t>(dib->Header->biWidth));
-        dib.read(dib->ScanLine(y));
+        if (!dib.read(dib->ScanLine(y))) return false;
     }
     return true;
 }
@@ -108,22 +111,27 @@ DibStream* as32Bit(DibStream* dib, ImagePtr& converted) {
 
 }  // namespace
 
-bool loadImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib) {
+bool readBitmap(BitmapDecoder& decoder, const BitmapLayout& layout, NewImage& image) {
+    const ColorTriples colors = decoder.readColors();
+    const Conversion* conversion = conversionOf(layout);
+    if (conversion == nullptr || !isReadable(layout)) return false;
+    // Indices of less than a byte come with their table.
+    if (conversion->bitCount < 8 && !colors.isWhole) return false;
+    const int width = static_cast<int>(layout.width);
+    if (!image.create(width, static_cast<int>(layout.height), conversion->bitCount)) return false;
+    if (conversion->bitCount <= 8) storeColors(colors, *image.get());
+    return copyRows(decoder, *conversion, image);
+}
+
+bool loadImageFile(ImagePlatform& platform, const char* path, DibStream* dib) {
     if (dib == nullptr) return false;
     const std::unique_ptr<BitmapDecoder> decoder = platform.open(path);
     if (decoder == nullptr) return false;
     BitmapLayout layout;
     if (!decoder->readLayout(layout)) return false;
-    const ColorTriples colors = decoder->readColors();
-
-    const Conversion* conversion = conversionOf(layout);
-    if (conversion == nullptr || !isReadable(layout)) return false;
     NewImage image(dib);
-    const int width = static_cast<int>(layout.width);
-    if (!image.create(width, static_cast<int>(layout.height), conversion->bitCount)) return false;
-    if (conversion->bitCount == 8) storeColors(colors, *dib);
-    if (copyRows(*decoder, *conversion, image)) return true;
-    dib->Clear();
+    if (readBitmap(*decoder, layout, image)) return true;
+    if (image.isIntact()) dib->Clear();
     return false;
 }
 
@@ -133,7 +141,7 @@ std::unique_ptr<PlatformImage> rawData32ToImage(ImagePlatform& platform, const v
                      bottomUp);
 }
 
-bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib,
+bool saveImageFile(ImagePlatform& platform, const char* path, DibStream* dib,
                    DibCocoaUtil::DibCocoaFileType type) {
     const int number = type;
     if (number < 0 || number > DibCocoaUtil::DIB_COCOA_TIFF) return false;
@@ -154,12 +162,21 @@ bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* di
 
 namespace DibCocoaUtil {
 
+// The text of a path is all that can throw here.
 bool LoadImageFile(const VexString& path, DibStream* dib) {
-    return formats::loadImageFile(formats::imagePlatform(), path, dib);
+    try {
+        return formats::loadImageFile(formats::imagePlatform(), path.toUtf8String().c_str(), dib);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 bool SaveImageFile(const VexString& path, DibStream* dib, DibCocoaFileType type) {
-    return formats::saveImageFile(formats::imagePlatform(), path, dib, type);
+    try {
+        return formats::saveImageFile(formats::imagePlatform(), path.toUtf8String().c_str(), dib, type);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 std::unique_ptr<formats::PlatformImage> RawData32ToNSImage(void* data, int width, int height, bool bottomUp) {

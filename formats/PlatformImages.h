@@ -11,6 +11,8 @@
 
 namespace formats {
 
+class NewImage;
+
 struct BitmapLayout {
     std::size_t width = 0;
     std::size_t height = 0;
@@ -23,6 +25,7 @@ struct BitmapLayout {
 struct ColorTriples {
     const unsigned char* bytes = nullptr;
     std::size_t count = 0;
+    bool isWhole = false;  // there are no others: the image announces this number
 };
 
 // A file that is open for decoding. The calls come in this order, each once; what they return lives as long
@@ -45,7 +48,7 @@ public:
     virtual ~PlatformImage() = default;
     virtual bool encode(DibCocoaUtil::DibCocoaFileType type) = 0;
     // All of the file or nothing of it.
-    virtual bool write(const VexString& path) = 0;
+    virtual bool write(const char* path) = 0;
 };
 
 // How the platform gives back the pixels that it was lent: DibCocoaUtil::rawdata_free.
@@ -54,8 +57,8 @@ using ReleasePixels = void (*)(void* info, const void* data, std::size_t size);
 class ImagePlatform {
 public:
     virtual ~ImagePlatform() = default;
-    // Null when the file cannot be opened or is of no known kind.
-    virtual std::unique_ptr<BitmapDecoder> open(const VexString& path) = 0;
+    // Null when the file cannot be opened or is of no known kind. Paths are UTF-8.
+    virtual std::unique_ptr<BitmapDecoder> open(const char* path) = 0;
     // Takes over rows of red, green, blue, alpha bytes without fill, top row first. They are given back with
     // `release` once, at the latest with the image, and also when there is none.
     virtual std::unique_ptr<PlatformImage> makeImage(const unsigned char* pixels, int width, int height,
@@ -65,9 +68,13 @@ public:
 // The platform that this library was built for.
 ImagePlatform& imagePlatform();
 
-// The bridge itself.
-bool loadImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib);
-bool saveImageFile(ImagePlatform& platform, const VexString& path, DibStream* dib,
+// Creates the image of a bitmap and reads its rows. False when the rows end early, or `image` cancels: what
+// was read stays.
+bool readBitmap(BitmapDecoder& decoder, const BitmapLayout& layout, NewImage& image);
+
+// The bridge itself. Paths are UTF-8.
+bool loadImageFile(ImagePlatform& platform, const char* path, DibStream* dib);
+bool saveImageFile(ImagePlatform& platform, const char* path, DibStream* dib,
                    DibCocoaUtil::DibCocoaFileType type);
 // A platform image of blue, green, red, alpha rows without fill; null when memory is short.
 std::unique_ptr<PlatformImage> rawData32ToImage(ImagePlatform& platform, const void* data, int width,

@@ -29,7 +29,7 @@ FILE_USERS = {("effects", "Compose", "Formats.h"), ("effects", "Compose", "VexLi
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects"}
 # <stdio.h> is for the header that C programs include.
 STANDARD_HEADER = re.compile(r"[a-z_0-9]+|stdio\.h|immintrin\.h|sys/(mman|stat|uio)\.h|unistd\.h")
-FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
+FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|zlib\.h|isa-l/|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
 SOURCES = {".h", ".hpp", ".cpp", ".mm", ".inl"}

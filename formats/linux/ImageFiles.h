@@ -1,22 +1,64 @@
-// The decoders and encoders of the three file formats, each on an open file.
+// The decoders and encoders of the three file formats.
 #ifndef FORMATS_LINUX_IMAGE_FILES_H
 #define FORMATS_LINUX_IMAGE_FILES_H
 
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 
-#include "dib/File.h"
+#include "formats/ByteReader.h"
+#include "formats/ByteWriter.h"
 #include "formats/PlatformImages.h"
+#include "formats/door/Request.h"
 
 namespace formats {
 
-// Each takes the file at its start; null when memory is short.
-std::unique_ptr<BitmapDecoder> openJpeg(dib::FilePtr file);
-std::unique_ptr<BitmapDecoder> openPng(dib::FilePtr file);
-std::unique_ptr<BitmapDecoder> openTiff(dib::FilePtr file);
+// Where classic loads and those of the door differ.
+struct Dialect {
+    bool keepsIndices;      // pixels of 1, 2 and 4 bits stay ones of 1 or 4 with their palette, else become 8
+    bool keepsOpaqueTable;  // a palette whose colours are all opaque stays one, else becomes 32 bits
+    bool turnsRows;         // as a TIFF file asks; else the door does
+    bool readsMetadata;     // resolution, orientation, profile and EXIF block
+};
+constexpr Dialect kClassic = {
+    .keepsIndices = false, .keepsOpaqueTable = false, .turnsRows = true, .readsMetadata = false};
+constexpr Dialect kWide = {
+    .keepsIndices = true, .keepsOpaqueTable = true, .turnsRows = false, .readsMetadata = true};
 
-// Red, green, blue, alpha bytes without fill, top row first.
+struct DecoderOptions {
+    Dialect dialect = kClassic;
+    int page = 0;
+    bool keepsDamaged = false;      // reads what it can, and `damage` says what was wrong
+    bool readsHeadersOnly = false;  // profiles and EXIF blocks are left out
+    Progress* progress = nullptr;   // of steps that take long before the first row
+};
+
+class FileDecoder : public BitmapDecoder {
+public:
+    // After `readLayout`: what is not in the layout, and the notes and metadata of a load. False when memory
+    // is short.
+    virtual bool describe(DibFileInfo& info, DibFileResult& result) = 0;
+    // Why the pixels are not what they should be although all rows came; null when they are.
+    virtual const char* damage() const { return nullptr; }
+    virtual bool isShortOfMemory() const { return isShortOfMemory_; }
+
+protected:
+    bool isShortOfMemory_ = false;
+};
+
+// Writes pixels of 2 bits as pixels of 4, of which `bytes` bytes are wanted.
+inline void widenPairs(const unsigned char* from, unsigned char* to, std::size_t bytes) {
+    for (std::size_t i = 0; i < bytes; ++i) {
+        const unsigned two = i % 2 == 0 ? from[i / 2] >> 4 : from[i / 2] & 15U;
+        to[i] = static_cast<unsigned char>((two >> 2) << 4 | (two & 3));
+    }
+}
+
+// Each takes the file at its start; null when memory is short.
+std::unique_ptr<FileDecoder> openJpeg(ByteReader& file, const DecoderOptions& options);
+std::unique_ptr<FileDecoder> openPng(ByteReader& file, const DecoderOptions& options);
+std::unique_ptr<FileDecoder> openTiff(ByteReader& file, const DecoderOptions& options);
+
+// Red, green, blue, alpha bytes without fill, top row first: what the classic savers write.
 struct RgbaPicture {
     const unsigned char* pixels;
     int width;
@@ -27,10 +69,21 @@ struct RgbaPicture {
     }
 };
 
-// False when something could not be written.
-bool writeJpeg(std::FILE* file, const RgbaPicture& picture);
-bool writePng(std::FILE* file, const RgbaPicture& picture);
-bool writeTiff(std::FILE* file, const RgbaPicture& picture);
+// False when the picture cannot be encoded.
+bool writeClassicJpeg(ByteWriter& file, const RgbaPicture& picture);
+bool writeClassicPng(ByteWriter& file, const RgbaPicture& picture);
+bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture);
+
+// Bytes of an EXIF block that fit in a JPEG file.
+constexpr std::size_t kMostJpegExif = 65527;
+
+bool writeJpeg(WriteRequest& request);
+bool writePng(WriteRequest& request);
+bool writeTiff(WriteRequest& request);
+
+bool lossesJpeg(LossRequest& request);
+bool lossesPng(LossRequest& request);
+bool lossesTiff(LossRequest& request);
 
 }  // namespace formats
 

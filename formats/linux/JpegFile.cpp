@@ -1,44 +1,65 @@
-// JPEG files by libjpeg.
+// JPEG files by libjpeg: reading.
 #include <cstdio>
 // jpeglib.h needs FILE from the header above.
 #include <jerror.h>
 #include <jpeglib.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <new>
+#include <span>
 
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
-#include "formats/linux/ErrorJump.h"
+#include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/JpegReports.h"
 
 namespace formats {
 
 namespace {
 
-// What the library's callbacks find behind their error manager.
-struct Reports {
-    jpeg_error_mgr manager{};  // first: the library knows this address only
-    ErrorJump jump;
-    bool fileEnded = false;    // the library went on with an end marker of its own
-    bool pixelsEnded = false;  // the end marker came before the last pixel
+// Where the library gets the bytes of a file.
+struct ReaderSource {
+    jpeg_source_mgr manager{};  // first: the library knows this address only
+    ByteReader* file = nullptr;
+    std::size_t lent = 0;
+    bool isFirst = true;
 
-    static Reports& of(j_common_ptr codec) { return *reinterpret_cast<Reports*>(codec->err); }
+    static ReaderSource& of(j_decompress_ptr jpeg) { return *reinterpret_cast<ReaderSource*>(jpeg->src); }
 
-    jpeg_error_mgr* connect() {
-        jpeg_std_error(&manager);
-        manager.error_exit = [](j_common_ptr codec) { of(codec).jump.leave(); };
-        manager.emit_message = [](j_common_ptr codec, int) { of(codec).note(codec); };
-        manager.output_message = [](j_common_ptr) {};
+    jpeg_source_mgr* connect(ByteReader& from) {
+        file = &from;
+        manager.init_source = [](j_decompress_ptr) {};
+        manager.fill_input_buffer = [](j_decompress_ptr jpeg) -> boolean { return of(jpeg).fill(jpeg); };
+        manager.skip_input_data = [](j_decompress_ptr jpeg, long bytes) { of(jpeg).skip(jpeg, bytes); };
+        manager.resync_to_restart = jpeg_resync_to_restart;
+        manager.term_source = [](j_decompress_ptr) {};
         return &manager;
     }
 
-    void note(j_common_ptr codec) {
-        if (manager.msg_code == JWRN_JPEG_EOF) fileEnded = true;
-        if (manager.msg_code == JWRN_HIT_MARKER && codec->is_decompressor != 0 &&
-            reinterpret_cast<j_decompress_ptr>(codec)->unread_marker == JPEG_EOI) {
-            pixelsEnded = true;
+    // A file that ends is continued by an end marker, so that what came is shown.
+    boolean fill(j_decompress_ptr jpeg) {
+        static constexpr JOCTET kEnd[] = {0xFF, JPEG_EOI};
+        file->consume(lent);
+        const ByteReader::Bytes bytes = file->ahead(1);
+        lent = bytes.size;
+        manager.next_input_byte = bytes.size > 0 ? bytes.data : kEnd;
+        manager.bytes_in_buffer = bytes.size > 0 ? bytes.size : sizeof kEnd;
+        if (bytes.size == 0 && isFirst) ERREXIT(jpeg, JERR_INPUT_EMPTY);
+        if (bytes.size == 0) WARNMS(jpeg, JWRN_JPEG_EOF);
+        isFirst = false;
+        return TRUE;
+    }
+    void skip(j_decompress_ptr jpeg, long bytes) {
+        auto left = static_cast<std::size_t>(std::max(bytes, 0L));
+        while (left > manager.bytes_in_buffer) {
+            left -= manager.bytes_in_buffer;
+            fill(jpeg);
         }
+        manager.next_input_byte += left;
+        manager.bytes_in_buffer -= left;
     }
 };
 
@@ -56,40 +77,62 @@ DIB_ALWAYS_INLINE void inksToRgb(const unsigned char* __restrict from, unsigned 
     }
 }
 
-class JpegDecoder final : public BitmapDecoder {
-public:
-    explicit JpegDecoder(dib::FilePtr file) : file_(std::move(file)) {}
-    ~JpegDecoder() override { jpeg_destroy_decompress(&jpeg_); }
-    JpegDecoder(const JpegDecoder&) = delete;
-    JpegDecoder& operator=(const JpegDecoder&) = delete;
-
-    bool readLayout(BitmapLayout& layout) override;
-    ColorTriples readColors() override { return {}; }
-    bool startPixels() override;
-    const unsigned char* nextRow() override;
-
-private:
-    bool couldHold(std::uint64_t fileBytes) const;
-    bool isCutShort() const;
-
-    dib::FilePtr file_;
-    jpeg_decompress_struct jpeg_{};
-    Reports reports_;
-    jpeg_progress_mgr progress_{};
-    std::size_t width_ = 0;
-    dib::MallocPtr<unsigned char> samples_;
-    dib::MallocPtr<unsigned char> colors_;  // of inks only
+// What the library calls between the rows of scans.
+struct ScanWatch {
+    jpeg_progress_mgr manager{};  // first: the library knows this address only
+    Progress* progress = nullptr;
 };
 
-// Stops a picture that is drawn over and over by many small scans.
-void limitScans(j_common_ptr codec) {
+// Stops a picture that is drawn over and over by many small scans, and reads that are cancelled. Scans are
+// read before the first row.
+void watch(j_common_ptr codec) {
     const auto* jpeg = reinterpret_cast<j_decompress_ptr>(codec);
     constexpr std::uint64_t kAlwaysAllowed = 20;
     constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 32;
     const auto scans = static_cast<std::uint64_t>(jpeg->input_scan_number);
     const std::uint64_t pixels = std::uint64_t{jpeg->image_width} * jpeg->image_height;
-    if (scans > kAlwaysAllowed && scans * (pixels + 65536) > kMostPixels) Reports::of(codec).jump.leave();
+    JpegReports& reports = JpegReports::of(codec);
+    if (scans > kAlwaysAllowed && scans * (pixels + 65536) > kMostPixels) reports.jump.leave();
+    Progress* progress = reinterpret_cast<ScanWatch*>(codec->progress)->progress;
+    if (progress == nullptr || jpeg->output_scanline > 0 || scans == 0) return;
+    // Nobody knows how many scans follow: each takes half of what is left.
+    if (!progress->report(0.8 *
+                          (1 - std::ldexp(1.0, 1 - static_cast<int>(std::min<std::uint64_t>(scans, 50))))))
+        reports.jump.leave();
 }
+
+class JpegDecoder final : public FileDecoder {
+public:
+    JpegDecoder(ByteReader& file, const DecoderOptions& options) : file_(file), options_(options) {}
+    ~JpegDecoder() override { jpeg_destroy_decompress(&jpeg_); }
+    JpegDecoder(const JpegDecoder&) = delete;
+    JpegDecoder& operator=(const JpegDecoder&) = delete;
+
+    bool readLayout(BitmapLayout& layout) override;
+    ColorTriples readColors() override;
+    bool startPixels() override;
+    const unsigned char* nextRow() override;
+    bool describe(DibFileInfo& info, DibFileResult& result) override;
+    const char* damage() const override { return damage_; }
+
+private:
+    bool couldHold(std::uint64_t fileBytes) const;
+    bool hasScans() const;
+    bool isCutShort() const;
+    bool keepMetadata(DibMetadata& metadata);
+
+    ByteReader& file_;
+    const DecoderOptions options_;
+    jpeg_decompress_struct jpeg_{};
+    JpegReports reports_;
+    ReaderSource source_;
+    ScanWatch progress_{};
+    std::size_t width_ = 0;
+    const char* damage_ = nullptr;
+    dib::MallocPtr<unsigned char> samples_;
+    dib::MallocPtr<unsigned char> colors_;  // of inks only
+    unsigned char greys_[256 * 3] = {};
+};
 
 // A block of 8 x 8 samples takes a bit at least. Packed arithmetically it can take next to nothing: there the
 // limit is what no picture with anything in it comes near to.
@@ -104,17 +147,23 @@ bool JpegDecoder::couldHold(std::uint64_t fileBytes) const {
 }
 
 bool JpegDecoder::readLayout(BitmapLayout& layout) {
-    const std::uint64_t fileBytes = dib::bytesLeft(file_.get()).value_or(UINT64_MAX);
+    const std::uint64_t fileBytes =
+        file_.hasKnownEnd() ? static_cast<std::uint64_t>(file_.remaining()) : UINT64_MAX;
     jpeg_.err = reports_.connect();
     const bool read = reports_.jump.run([this] {
         jpeg_create_decompress(&jpeg_);
         // Progressive pictures are kept as coefficients, 2 bytes for every sample.
         constexpr long kMostCoefficientBytes = 1L << 30;
         jpeg_.mem->max_memory_to_use = kMostCoefficientBytes;
-        jpeg_stdio_src(&jpeg_, file_.get());
+        jpeg_.src = source_.connect(file_);
+        if (options_.dialect.readsMetadata) {
+            jpeg_save_markers(&jpeg_, kExifMarker, 0xFFFF);
+            if (!options_.readsHeadersOnly) jpeg_save_markers(&jpeg_, kProfileMarker, 0xFFFF);
+        }
         jpeg_read_header(&jpeg_, TRUE);
     });
-    if (!read || !couldHold(fileBytes)) return false;
+    if (!read || (!options_.keepsDamaged && !options_.readsHeadersOnly && !couldHold(fileBytes)))
+        return false;
 
     switch (jpeg_.jpeg_color_space) {
         case JCS_UNKNOWN: return false;
@@ -131,23 +180,69 @@ bool JpegDecoder::readLayout(BitmapLayout& layout) {
     return true;
 }
 
+ColorTriples JpegDecoder::readColors() {
+    if (!options_.dialect.keepsIndices || jpeg_.out_color_space != JCS_GRAYSCALE) return {};
+    for (int i = 0; i < 256; ++i) std::fill_n(greys_ + 3 * i, 3, static_cast<unsigned char>(i));
+    return {greys_, 256, true};
+}
+
+bool JpegDecoder::keepMetadata(DibMetadata& metadata) {
+    if (jpeg_.saw_JFIF_marker != 0 && jpeg_.density_unit != 0) {
+        constexpr int kDotsPerCentimetre = 2;
+        const double scale = jpeg_.density_unit == kDotsPerCentimetre ? 2.54 : 1.0;
+        metadata.xResolution = jpeg_.X_density * scale;
+        metadata.yResolution = jpeg_.Y_density * scale;
+    }
+    for (const jpeg_marker_struct* marker = jpeg_.marker_list; marker != nullptr; marker = marker->next) {
+        const bool isExif = marker->marker == kExifMarker && marker->data_length > sizeof kExifStart &&
+                            std::memcmp(marker->data, kExifStart, sizeof kExifStart) == 0;
+        if (!isExif) continue;
+        const std::span<const unsigned char> block(marker->data + sizeof kExifStart,
+                                                   marker->data_length - sizeof kExifStart);
+        applyExif(block, metadata);
+        if (!options_.readsHeadersOnly && !copyBytes(block, metadata.exif)) return false;
+        break;
+    }
+    if (options_.readsHeadersOnly) return true;
+    JOCTET* profile = nullptr;
+    unsigned bytes = 0;
+    reports_.jump.run([&] { jpeg_read_icc_profile(&jpeg_, &profile, &bytes); });
+    const dib::MallocPtr<JOCTET> owner(profile);
+    return profile == nullptr || bytes > kMostMetadataBytes ||
+           copyBytes({profile, bytes}, metadata.colorProfile);
+}
+
+bool JpegDecoder::describe(DibFileInfo& info, DibFileResult& result) {
+    info.storedBits = jpeg_.num_components * jpeg_.data_precision;
+    if (jpeg_.out_color_space == JCS_CMYK && !options_.readsHeadersOnly)
+        note(result, DIB_NOTE_LOSS, "four inks became red, green and blue, without a colour profile");
+    return keepMetadata(result.metadata);
+}
+
 bool JpegDecoder::startPixels() {
     samples_ = dib::allocateArray<unsigned char>(4 * width_);
-    if (samples_ == nullptr) return false;
+    isShortOfMemory_ = samples_ == nullptr;
+    if (isShortOfMemory_) return false;
     if (jpeg_.out_color_space == JCS_CMYK) {
         colors_ = dib::allocateArray<unsigned char>(3 * width_);
-        if (colors_ == nullptr) return false;
+        isShortOfMemory_ = colors_ == nullptr;
+        if (isShortOfMemory_) return false;
     }
-    progress_.progress_monitor = limitScans;
-    jpeg_.progress = &progress_;
+    progress_.manager.progress_monitor = watch;
+    progress_.progress = options_.progress;
+    jpeg_.progress = &progress_.manager;
     return reports_.jump.run([this] { jpeg_start_decompress(&jpeg_); });
+}
+
+// Whether the picture is refined by scan after scan.
+bool JpegDecoder::hasScans() const {
+    return jpeg_.buffered_image != 0 || jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&jpeg_)) != 0;
 }
 
 // Where the decoder cannot tell by the pixels that some are missing, the missing end marker tells it.
 bool JpegDecoder::isCutShort() const {
     if (reports_.pixelsEnded) return true;
-    return reports_.fileEnded && (jpeg_.arith_code != 0 || jpeg_.buffered_image != 0 ||
-                                  jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&jpeg_)) != 0);
+    return reports_.fileEnded && (jpeg_.arith_code != 0 || hasScans());
 }
 
 const unsigned char* JpegDecoder::nextRow() {
@@ -155,7 +250,12 @@ const unsigned char* JpegDecoder::nextRow() {
         JSAMPROW row = samples_.get();
         if (jpeg_read_scanlines(&jpeg_, &row, 1) != 1) reports_.jump.leave();
     });
-    if (!read || isCutShort()) return nullptr;
+    if (!read) return nullptr;
+    if (isCutShort()) {
+        // All rows of such a picture have something to show.
+        if (!options_.keepsDamaged || !hasScans()) return nullptr;
+        damage_ = "the file ends before its last scan does";
+    }
     if (colors_ == nullptr) return samples_.get();
     const bool inverted = jpeg_.saw_Adobe_marker != 0;
     if (inverted) {
@@ -166,44 +266,10 @@ const unsigned char* JpegDecoder::nextRow() {
     return colors_.get();
 }
 
-struct JpegWriter {
-    jpeg_compress_struct jpeg{};
-    Reports reports;
-
-    JpegWriter() = default;
-    ~JpegWriter() { jpeg_destroy_compress(&jpeg); }
-    JpegWriter(const JpegWriter&) = delete;
-    JpegWriter& operator=(const JpegWriter&) = delete;
-
-    void write(std::FILE* file, const RgbaPicture& picture) {
-        constexpr int kQuality = 90;
-        jpeg_create_compress(&jpeg);
-        jpeg_stdio_dest(&jpeg, file);
-        jpeg.image_width = static_cast<JDIMENSION>(picture.width);
-        jpeg.image_height = static_cast<JDIMENSION>(picture.height);
-        jpeg.input_components = 4;
-        jpeg.in_color_space = JCS_EXT_RGBX;
-        jpeg_set_defaults(&jpeg);
-        jpeg_set_quality(&jpeg, kQuality, TRUE);
-        jpeg_start_compress(&jpeg, TRUE);
-        for (int y = 0; y < picture.height; ++y) {
-            JSAMPROW row = const_cast<JSAMPROW>(picture.row(y));
-            jpeg_write_scanlines(&jpeg, &row, 1);
-        }
-        jpeg_finish_compress(&jpeg);
-    }
-};
-
 }  // namespace
 
-std::unique_ptr<BitmapDecoder> openJpeg(dib::FilePtr file) {
-    return std::unique_ptr<BitmapDecoder>(new (std::nothrow) JpegDecoder(std::move(file)));
-}
-
-bool writeJpeg(std::FILE* file, const RgbaPicture& picture) {
-    JpegWriter writer;
-    writer.jpeg.err = writer.reports.connect();
-    return writer.reports.jump.run([&] { writer.write(file, picture); });
+std::unique_ptr<FileDecoder> openJpeg(ByteReader& file, const DecoderOptions& options) {
+    return std::unique_ptr<FileDecoder>(new (std::nothrow) JpegDecoder(file, options));
 }
 
 }  // namespace formats

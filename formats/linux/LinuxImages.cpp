@@ -1,37 +1,56 @@
 // The platform's images where there is no imaging framework: files told apart by their first bytes, and
 // written whole.
 #include <algorithm>
-#include <cstring>
 #include <new>
 
+#include "dib/File.h"
 #include "files/ReplacedFile.h"
+#include "formats/Formats.h"
 #include "formats/linux/ImageFiles.h"
 
 namespace formats {
 
 namespace {
 
-struct Signature {
-    const char* bytes;
-    std::size_t length;
-    std::unique_ptr<BitmapDecoder> (*open)(dib::FilePtr file);
+struct Kind {
+    const FileFormat* format;
+    std::unique_ptr<FileDecoder> (*open)(ByteReader& file, const DecoderOptions& options);
 };
-constexpr Signature kSignatures[] = {
-    {"\x89PNG\r\n\x1A\n", 8, openPng},
-    {"\xFF\xD8\xFF", 3, openJpeg},
-    {"II*\0", 4, openTiff},
-    {"MM\0*", 4, openTiff},
-    {"II+\0", 4, openTiff},
-    {"MM\0+", 4, openTiff},
+constexpr Kind kKinds[] = {{&kPngFormat, openPng}, {&kJpegFormat, openJpeg}, {&kTiffFormat, openTiff}};
+
+// A file and what decodes it.
+class LinuxDecoder final : public BitmapDecoder {
+public:
+    explicit LinuxDecoder(dib::FilePtr file) : file_(std::move(file)), reader_(file_.get()) {}
+
+    // False when the content is of none of the kinds.
+    bool start() {
+        const ByteReader::Bytes bytes = reader_.ahead(kFirstBytes);
+        const FileFormat* format = formatOfContent({bytes.data, std::min(bytes.size, kFirstBytes)});
+        for (const Kind& kind : kKinds) {
+            if (kind.format == format) decoder_ = kind.open(reader_, {});
+        }
+        return decoder_ != nullptr;
+    }
+
+    bool readLayout(BitmapLayout& layout) override { return decoder_->readLayout(layout); }
+    ColorTriples readColors() override { return decoder_->readColors(); }
+    bool startPixels() override { return decoder_->startPixels(); }
+    const unsigned char* nextRow() override { return decoder_->nextRow(); }
+
+private:
+    dib::FilePtr file_;
+    ByteReader reader_;
+    std::unique_ptr<FileDecoder> decoder_;
 };
 
-using Writer = bool (*)(std::FILE* file, const RgbaPicture& picture);
+using Writer = bool (*)(ByteWriter& file, const RgbaPicture& picture);
 
 Writer writerOf(DibCocoaUtil::DibCocoaFileType type) {
     switch (type) {
-        case DibCocoaUtil::DIB_COCOA_PNG: return writePng;
-        case DibCocoaUtil::DIB_COCOA_JPEG: return writeJpeg;
-        case DibCocoaUtil::DIB_COCOA_TIFF: return writeTiff;
+        case DibCocoaUtil::DIB_COCOA_PNG: return writeClassicPng;
+        case DibCocoaUtil::DIB_COCOA_JPEG: return writeClassicJpeg;
+        case DibCocoaUtil::DIB_COCOA_TIFF: return writeClassicTiff;
         default: return nullptr;
     }
 }
@@ -48,15 +67,16 @@ public:
         writer_ = writerOf(type);
         return writer_ != nullptr;
     }
-    bool write(const VexString& path) override {
+    bool write(const char* path) override {
         try {
-            const VexAnsiString name = path.toUtf8String();
-            if (name.empty()) return false;
-            files::ReplacedFile replaced(name.c_str());
-            dib::FilePtr file(::fdopen(replaced.descriptor().number(), "wb"));
+            if (*path == '\0') return false;
+            files::ReplacedFile replaced(path);
+            dib::FilePtr file = dib::openDescriptor(replaced.descriptor().number());
             if (file == nullptr) return false;
             replaced.descriptor().take();
-            return writer_(file.get(), picture_) && dib::closeWritten(std::move(file)) && replaced.commit();
+            ByteWriter writer(file.get());
+            return writer_(writer, picture_) && writer.isWhole() && dib::closeWritten(std::move(file)) &&
+                   replaced.commit();
         } catch (const std::bad_alloc&) {
             return false;
         }
@@ -70,18 +90,12 @@ private:
 
 class LinuxImages final : public ImagePlatform {
 public:
-    std::unique_ptr<BitmapDecoder> open(const VexString& path) override {
-        dib::FilePtr file = dib::openForReading(path.c_str());
-        if (file == nullptr) return nullptr;
-        char start[8] = {};
-        const std::size_t length = std::fread(start, 1, sizeof start, file.get());
-        if (std::fseek(file.get(), 0, SEEK_SET) != 0) return nullptr;
-        for (const Signature& signature : kSignatures) {
-            if (length >= signature.length && std::memcmp(start, signature.bytes, signature.length) == 0) {
-                return signature.open(std::move(file));
-            }
-        }
-        return nullptr;
+    std::unique_ptr<BitmapDecoder> open(const char* path) override {
+        dib::FilePtr file = dib::openForReading(path);
+        if (file == nullptr || dib::positionIn(file.get()) < 0) return nullptr;
+        std::unique_ptr<LinuxDecoder> decoder(new (std::nothrow) LinuxDecoder(std::move(file)));
+        if (decoder == nullptr || !decoder->start()) return nullptr;
+        return decoder;
     }
 
     std::unique_ptr<PlatformImage> makeImage(const unsigned char* pixels, int width, int height,

@@ -1,11 +1,14 @@
-// PNG files by libpng.
+// PNG files by libpng: reading, and the classic way of writing.
 #include <png.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <new>
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/Exif.h"
 #include "formats/linux/ErrorJump.h"
 #include "formats/linux/ImageFiles.h"
 
@@ -13,24 +16,39 @@ namespace formats {
 
 namespace {
 
-// A library that fails says so by the jump and keeps its texts to itself.
-void onError(png_structp png, png_const_charp) { static_cast<ErrorJump*>(png_get_error_ptr(png))->leave(); }
-void onWarning(png_structp, png_const_charp) {}
+// What the library's callbacks need to know.
+struct Calls {
+    ErrorJump jump;
+    bool isShortOfMemory = false;
+    bool isDamaged = false;  // the library warned
+};
 
-void* allocate(png_structp, png_alloc_size_t bytes) { return std::malloc(bytes); }
+// A library that fails says so by the jump and keeps its texts to itself.
+void onError(png_structp png, png_const_charp) { static_cast<Calls*>(png_get_error_ptr(png))->jump.leave(); }
+void onWarning(png_structp png, png_const_charp) {
+    static_cast<Calls*>(png_get_error_ptr(png))->isDamaged = true;
+}
+
+void* allocate(png_structp png, png_alloc_size_t bytes) {
+    void* block = std::malloc(bytes);
+    if (block == nullptr) static_cast<Calls*>(png_get_mem_ptr(png))->isShortOfMemory = true;
+    return block;
+}
 void release(png_structp, void* block) { std::free(block); }
 
 void readFrom(png_structp png, png_bytep out, std::size_t bytes) {
-    if (!dib::readBytes(static_cast<std::FILE*>(png_get_io_ptr(png)), out, bytes)) png_error(png, "");
+    if (!static_cast<ByteReader*>(png_get_io_ptr(png))->read(out, bytes)) png_error(png, "");
 }
 void writeTo(png_structp png, png_bytep from, std::size_t bytes) {
-    if (!dib::writeBytes(static_cast<std::FILE*>(png_get_io_ptr(png)), from, bytes)) png_error(png, "");
+    auto* file = static_cast<ByteWriter*>(png_get_io_ptr(png));
+    file->bytes(from, bytes);
+    if (!file->isWhole()) png_error(png, "");
 }
 void flushNothing(png_structp) {}
 
-class PngDecoder final : public BitmapDecoder {
+class PngDecoder final : public FileDecoder {
 public:
-    explicit PngDecoder(dib::FilePtr file) : file_(std::move(file)) {}
+    PngDecoder(ByteReader& file, const DecoderOptions& options) : file_(file), options_(options) {}
     ~PngDecoder() override { png_destroy_read_struct(&png_, &info_, nullptr); }
     PngDecoder(const PngDecoder&) = delete;
     PngDecoder& operator=(const PngDecoder&) = delete;
@@ -39,57 +57,115 @@ public:
     ColorTriples readColors() override;
     bool startPixels() override;
     const unsigned char* nextRow() override;
+    bool describe(DibFileInfo& info, DibFileResult& result) override;
+    const char* damage() const override { return damage_[0] != '\0' ? damage_ : nullptr; }
+    bool isShortOfMemory() const override { return isShortOfMemory_ || calls_.isShortOfMemory; }
 
 private:
     void readHeader();
+    void chooseChunks();
+    bool isTransparent();
+    bool isGrey() const { return (colorType_ & PNG_COLOR_MASK_COLOR) == 0; }
+    bool hasIndices() const;
+    std::size_t bitsPerPixel() const;
     void chooseTransforms();
+    bool readPasses();
+    void readPass(int pass, int passes);
+    bool keepMetadata(DibMetadata& metadata);
 
-    dib::FilePtr file_;
+    ByteReader& file_;
+    const DecoderOptions options_;
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
-    ErrorJump jump_;
+    Calls calls_;
     png_uint_32 width_ = 0;
     png_uint_32 height_ = 0;
     int depth_ = 0;
     int colorType_ = 0;
     int interlace_ = 0;
-    bool transparent_ = false;
+    bool hasTransparency_ = false;
+    bool transparent_ = false;  // and the picture shows it
     std::size_t rowBytes_ = 0;
     dib::MallocPtr<unsigned char> rows_;  // one, or all of an interlaced picture
+    dib::MallocPtr<unsigned char> wide_;  // a row of pixels of 2 bits, each in 4
     std::size_t nextRow_ = 0;
+    unsigned char greys_[256 * 3] = {};
+    char damage_[64] = "";
 };
 
-void PngDecoder::readHeader() {
-    png_ = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &jump_, onError, onWarning, nullptr, allocate,
-                                    release);
-    if (png_ == nullptr) jump_.leave();
-    info_ = png_create_info_struct(png_);
-    if (info_ == nullptr) jump_.leave();
-    png_set_read_fn(png_, file_.get(), readFrom);
-    png_set_user_limits(png_, INT_MAX, INT_MAX);
-    // Of the ancillary chunks only transparency counts: text and profiles would be unpacked, into any size.
+// Of the ancillary chunks the classic way reads transparency only: text and profiles would be unpacked, into
+// any size.
+void PngDecoder::chooseChunks() {
     png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+    if (!options_.dialect.readsMetadata) return;
+    png_set_chunk_malloc_max(png_, kMostMetadataBytes);
+    const auto read = [this](const char* chunk) {
+        png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_AS_DEFAULT,
+                                    reinterpret_cast<png_const_bytep>(chunk), 1);
+    };
+    read("pHYs");
+    read("eXIf");
+    if (!options_.readsHeadersOnly) read("iCCP");
+}
+
+void PngDecoder::readHeader() {
+    png_ = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &calls_, onError, onWarning, &calls_, allocate,
+                                    release);
+    if (png_ == nullptr) calls_.jump.leave();
+    info_ = png_create_info_struct(png_);
+    if (info_ == nullptr) calls_.jump.leave();
+    png_set_read_fn(png_, &file_, readFrom);
+    png_set_user_limits(png_, INT_MAX, INT_MAX);
+    if (options_.keepsDamaged) {
+        png_set_crc_action(png_, PNG_CRC_WARN_USE, PNG_CRC_WARN_DISCARD);
+        // A block of packed pixels that is not whole is lost.
+        constexpr std::size_t kSmallBlock = 64;
+        png_set_compression_buffer_size(png_, kSmallBlock);
+    }
+    chooseChunks();
     png_read_info(png_, info_);
     png_get_IHDR(png_, info_, &width_, &height_, &depth_, &colorType_, &interlace_, nullptr, nullptr);
-    transparent_ = png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
+    hasTransparency_ = png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
+    transparent_ = hasTransparency_ && isTransparent();
+}
+
+// False for a palette of opaque colours, where that counts.
+bool PngDecoder::isTransparent() {
+    if (!options_.dialect.keepsOpaqueTable || colorType_ != PNG_COLOR_TYPE_PALETTE) return true;
+    png_bytep alphas = nullptr;
+    int count = 0;
+    png_get_tRNS(png_, info_, &alphas, &count, nullptr);
+    return std::any_of(alphas, alphas + count, [](png_byte alpha) { return alpha != 255; });
+}
+
+// Whether the image holds the numbers of the file, of 1, 4 or 8 bits.
+bool PngDecoder::hasIndices() const {
+    return options_.dialect.keepsIndices && !transparent_ && depth_ <= 8 &&
+           (colorType_ == PNG_COLOR_TYPE_PALETTE || colorType_ == PNG_COLOR_TYPE_GRAY);
+}
+
+std::size_t PngDecoder::bitsPerPixel() const {
+    if (hasIndices()) return depth_ == 2 ? 4 : static_cast<std::size_t>(depth_);
+    if ((colorType_ & PNG_COLOR_MASK_ALPHA) != 0 || transparent_) return 32;
+    return colorType_ == PNG_COLOR_TYPE_RGB ? 24 : 8;
 }
 
 bool PngDecoder::readLayout(BitmapLayout& layout) {
-    const std::uint64_t fileBytes = dib::bytesLeft(file_.get()).value_or(UINT64_MAX);
-    if (!jump_.run([this] { readHeader(); })) return false;
+    const std::uint64_t fileBytes =
+        file_.hasKnownEnd() ? static_cast<std::uint64_t>(file_.remaining()) : UINT64_MAX;
+    if (!calls_.jump.run([this] { readHeader(); })) return false;
+    calls_.isDamaged = false;
     layout.width = width_;
     layout.height = height_;
-    layout.bitsPerComponent = 8;
-    if ((colorType_ & PNG_COLOR_MASK_ALPHA) != 0 || transparent_) {
-        layout.bitsPerPixel = 32;
-    } else {
-        layout.bitsPerPixel = colorType_ == PNG_COLOR_TYPE_RGB ? 24 : 8;
-    }
-    layout.bytesPerRow = rowBytes_ = layout.width * (layout.bitsPerPixel / 8);
+    layout.bitsPerPixel = bitsPerPixel();
+    layout.bitsPerComponent = std::min<std::size_t>(layout.bitsPerPixel, 8);
+    layout.bytesPerRow = (layout.width * layout.bitsPerPixel + 7) / 8;
+    rowBytes_ = hasIndices() ? (layout.width * static_cast<std::size_t>(depth_) + 7) / 8 : layout.bytesPerRow;
 
     // Nothing is unpacked to more than 1032 times its size: what could not be in the file need not be waited
     // for.
     constexpr std::uint64_t kMostExpansion = 1032;
+    if (options_.keepsDamaged || options_.readsHeadersOnly) return true;
     if (height_ > INT_MAX || !dib::admitSize(width_, static_cast<int>(height_), 32).admitted) return true;
     const std::uint64_t pixelBits =
         static_cast<std::uint64_t>(depth_) * png_get_channels(png_, info_) * width_ * height_;
@@ -97,17 +173,56 @@ bool PngDecoder::readLayout(BitmapLayout& layout) {
 }
 
 ColorTriples PngDecoder::readColors() {
+    if (options_.dialect.keepsIndices && !transparent_ && colorType_ == PNG_COLOR_TYPE_GRAY) {
+        const int levels = 1 << std::min(depth_, 8);
+        for (int i = 0; i < levels; ++i)
+            std::fill_n(greys_ + 3 * i, 3, static_cast<unsigned char>(i * 255 / (levels - 1)));
+        return {greys_, static_cast<std::size_t>(levels), true};
+    }
     png_colorp colors = nullptr;
     int count = 0;
     const bool indexed = colorType_ == PNG_COLOR_TYPE_PALETTE && !transparent_;
     if (!indexed || png_get_PLTE(png_, info_, &colors, &count) == 0) return {};
     static_assert(sizeof(png_color) == 3);
-    return {&colors->red, static_cast<std::size_t>(count)};
+    return {&colors->red, static_cast<std::size_t>(count), options_.dialect.keepsIndices};
+}
+
+bool PngDecoder::keepMetadata(DibMetadata& metadata) {
+    png_uint_32 x = 0;
+    png_uint_32 y = 0;
+    int unit = PNG_RESOLUTION_UNKNOWN;
+    if (png_get_pHYs(png_, info_, &x, &y, &unit) != 0 && unit == PNG_RESOLUTION_METER) {
+        constexpr double kMetresPerInch = 0.0254;
+        metadata.xResolution = x * kMetresPerInch;
+        metadata.yResolution = y * kMetresPerInch;
+    }
+    png_uint_32 length = 0;
+    png_bytep bytes = nullptr;
+    if (png_get_eXIf_1(png_, info_, &length, &bytes) != 0) {
+        applyExif({bytes, length}, metadata);
+        if (!options_.readsHeadersOnly && !copyBytes({bytes, length}, metadata.exif)) return false;
+    }
+    png_charp name = nullptr;
+    int packing = 0;
+    if (png_get_iCCP(png_, info_, &name, &packing, &bytes, &length) != 0)
+        return copyBytes({bytes, length}, metadata.colorProfile);
+    return true;
+}
+
+bool PngDecoder::describe(DibFileInfo& info, DibFileResult& result) {
+    info.storedBits = depth_ * png_get_channels(png_, info_);
+    if (!options_.readsHeadersOnly) {
+        if (depth_ == 16) note(result, DIB_NOTE_LOSS, "16 bits a sample became 8");
+        if (transparent_ && colorType_ == PNG_COLOR_TYPE_PALETTE)
+            note(result, DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
+    }
+    return keepMetadata(result.metadata) && !calls_.isShortOfMemory;
 }
 
 void PngDecoder::chooseTransforms() {
     png_set_scale_16(png_);
-    const bool grey = (colorType_ & PNG_COLOR_MASK_COLOR) == 0;
+    if (hasIndices()) return;
+    const bool grey = isGrey();
     if (transparent_) png_set_expand(png_);
     if (grey && depth_ < 8) png_set_expand_gray_1_2_4_to_8(png_);
     if (grey && (transparent_ || colorType_ == PNG_COLOR_TYPE_GRAY_ALPHA)) png_set_gray_to_rgb(png_);
@@ -116,44 +231,82 @@ void PngDecoder::chooseTransforms() {
 
 bool PngDecoder::startPixels() {
     const bool interlaced = interlace_ != PNG_INTERLACE_NONE;
-    rows_ = dib::allocateImageBlock(rowBytes_ * (interlaced ? height_ : 1));
-    if (rows_ == nullptr) return false;
-    return jump_.run([this] {
+    const std::size_t bytes = rowBytes_ * (interlaced ? height_ : 1);
+    // What is missing of a damaged file is 0, and so are the bits behind the last pixel of a row.
+    rows_ = options_.keepsDamaged || hasIndices() ? dib::allocateZeroedImageBlock(bytes)
+                                                  : dib::allocateImageBlock(bytes);
+    const bool isWidened = hasIndices() && depth_ == 2;
+    if (isWidened) wide_ = dib::allocateArray<unsigned char>(2 * rowBytes_);
+    isShortOfMemory_ = rows_ == nullptr || (isWidened && wide_ == nullptr);
+    if (isShortOfMemory_) return false;
+    const bool isStarted = calls_.jump.run([this] {
         chooseTransforms();
-        const int passes = png_set_interlace_handling(png_);
+        if (interlace_ != PNG_INTERLACE_NONE) png_set_interlace_handling(png_);
         png_read_update_info(png_, info_);
-        if (png_get_rowbytes(png_, info_) != rowBytes_) jump_.leave();
-        // An interlaced picture has no finished row before its last pass.
-        for (int pass = 0; passes > 1 && pass < passes; ++pass) {
-            for (std::size_t y = 0; y < height_; ++y) {
-                png_read_row(png_, rows_.get() + y * rowBytes_, nullptr);
-            }
-        }
+        if (png_get_rowbytes(png_, info_) != rowBytes_) calls_.jump.leave();
     });
+    return isStarted && (!interlaced || readPasses());
+}
+
+// An interlaced picture has no finished row before its last pass.
+bool PngDecoder::readPasses() {
+    constexpr int kPasses = 7;
+    for (int pass = 0; pass < kPasses; ++pass) {
+        if (calls_.jump.run([this, pass] { readPass(pass, kPasses); })) continue;
+        if (pass == 0 || !options_.keepsDamaged || calls_.isShortOfMemory) return false;
+        std::snprintf(damage_, sizeof damage_, "the pixels end in pass %d of %d", pass + 1, kPasses);
+        return true;
+    }
+    return true;
+}
+
+void PngDecoder::readPass(int pass, int passes) {
+    for (std::size_t y = 0; y < height_; ++y) {
+        unsigned char* row = rows_.get() + y * rowBytes_;
+        // Damaged pictures show each pixel of a pass as the block that it is for now.
+        if (options_.keepsDamaged) {
+            png_read_row(png_, nullptr, row);
+        } else {
+            png_read_row(png_, row, nullptr);
+        }
+        if (options_.progress == nullptr) continue;
+        const double done = (pass + static_cast<double>(y) / height_) / passes;
+        // The rows themselves are reported when they are finished, which takes little time.
+        if (!options_.progress->report(0.9 * done)) calls_.jump.leave();
+    }
 }
 
 const unsigned char* PngDecoder::nextRow() {
-    if (interlace_ != PNG_INTERLACE_NONE) return rows_.get() + nextRow_++ * rowBytes_;
-    return jump_.run([this] { png_read_row(png_, rows_.get(), nullptr); }) ? rows_.get() : nullptr;
+    const unsigned char* row = rows_.get();
+    if (interlace_ != PNG_INTERLACE_NONE) {
+        row += nextRow_++ * rowBytes_;
+    } else if (!calls_.jump.run([this] { png_read_row(png_, rows_.get(), nullptr); })) {
+        return nullptr;
+    }
+    if (calls_.isDamaged && options_.keepsDamaged && damage_[0] == '\0')
+        std::snprintf(damage_, sizeof damage_, "a checksum of the pixels is wrong");
+    if (wide_ == nullptr) return row;
+    widenPairs(row, wide_.get(), (std::size_t{width_} + 1) / 2);
+    return wide_.get();
 }
 
 struct PngWriter {
     png_structp png = nullptr;
     png_infop info = nullptr;
-    ErrorJump jump;
+    Calls calls;
 
     PngWriter() = default;
     ~PngWriter() { png_destroy_write_struct(&png, &info); }
     PngWriter(const PngWriter&) = delete;
     PngWriter& operator=(const PngWriter&) = delete;
 
-    void write(std::FILE* file, const RgbaPicture& picture) {
-        png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &jump, onError, onWarning, nullptr, allocate,
+    void write(ByteWriter& file, const RgbaPicture& picture) {
+        png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &calls, onError, onWarning, &calls, allocate,
                                         release);
-        if (png == nullptr) jump.leave();
+        if (png == nullptr) calls.jump.leave();
         info = png_create_info_struct(png);
-        if (info == nullptr) jump.leave();
-        png_set_write_fn(png, file, writeTo, flushNothing);
+        if (info == nullptr) calls.jump.leave();
+        png_set_write_fn(png, &file, writeTo, flushNothing);
         png_set_user_limits(png, INT_MAX, INT_MAX);
         png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width),
                      static_cast<png_uint_32>(picture.height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
@@ -171,13 +324,13 @@ struct PngWriter {
 
 }  // namespace
 
-std::unique_ptr<BitmapDecoder> openPng(dib::FilePtr file) {
-    return std::unique_ptr<BitmapDecoder>(new (std::nothrow) PngDecoder(std::move(file)));
+std::unique_ptr<FileDecoder> openPng(ByteReader& file, const DecoderOptions& options) {
+    return std::unique_ptr<FileDecoder>(new (std::nothrow) PngDecoder(file, options));
 }
 
-bool writePng(std::FILE* file, const RgbaPicture& picture) {
+bool writeClassicPng(ByteWriter& file, const RgbaPicture& picture) {
     PngWriter writer;
-    return writer.jump.run([&] { writer.write(file, picture); });
+    return writer.calls.jump.run([&] { writer.write(file, picture); });
 }
 
 }  // namespace formats

@@ -1,63 +1,24 @@
 // TIFF files by libtiff: its samples as they are stored, or its own conversion to 32-bit pixels where the
 // colour space is not one of the simple ones.
-#include <tiffio.h>
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <new>
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/TiffHandle.h"
 #include "formats/linux/TiffRows.h"
 #include "formats/linux/TiffSamples.h"
 
 namespace formats {
 
 namespace {
-
-struct CloseTiff {
-    void operator()(TIFF* tiff) const { TIFFClose(tiff); }
-};
-using TiffPtr = std::unique_ptr<TIFF, CloseTiff>;
-
-std::FILE* fileOf(thandle_t handle) { return static_cast<std::FILE*>(handle); }
-tmsize_t readFrom(thandle_t handle, void* out, tmsize_t bytes) {
-    return static_cast<tmsize_t>(std::fread(out, 1, static_cast<std::size_t>(bytes), fileOf(handle)));
-}
-tmsize_t writeTo(thandle_t handle, void* from, tmsize_t bytes) {
-    return static_cast<tmsize_t>(std::fwrite(from, 1, static_cast<std::size_t>(bytes), fileOf(handle)));
-}
-toff_t seekTo(thandle_t handle, toff_t offset, int origin) {
-    if (fseeko(fileOf(handle), static_cast<off_t>(offset), origin) != 0) return static_cast<toff_t>(-1);
-    return static_cast<toff_t>(ftello(fileOf(handle)));
-}
-toff_t sizeOf(thandle_t handle) {
-    const off_t position = ftello(fileOf(handle));
-    const toff_t size = seekTo(handle, 0, SEEK_END);
-    if (fseeko(fileOf(handle), position, SEEK_SET) != 0) return 0;
-    return size;
-}
-// The file has another owner.
-int closeNothing(thandle_t) { return 0; }
-
-int keepQuiet(TIFF*, void*, const char*, const char*, va_list) { return 1; }
-
-TiffPtr openTiffFile(std::FILE* file, const char* mode) {
-    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
-    if (options == nullptr) return nullptr;
-    // Strips and tiles are unpacked whole; no picture needs larger ones than this.
-    constexpr tmsize_t kMostAtOnce = 1 << 29;
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostAtOnce);
-    TIFFOpenOptionsSetErrorHandlerExtR(options, keepQuiet, nullptr);
-    TIFFOpenOptionsSetWarningHandlerExtR(options, keepQuiet, nullptr);
-    TiffPtr tiff(TIFFClientOpenExt("", mode, file, readFrom, writeTo, seekTo, closeNothing, sizeOf, nullptr,
-                                   nullptr, options));
-    TIFFOpenOptionsFree(options);
-    return tiff;
-}
 
 // How a picture is turned for display: the coordinates exchanged, then each mirrored in the picture as it is
 // stored.
@@ -70,14 +31,18 @@ constexpr Turn kTurns[] = {{false, false, false}, {false, true, false}, {false, 
                            {false, false, true},  {true, false, false}, {true, false, true},
                            {true, true, true},    {true, true, false}};
 
-class TiffDecoder final : public BitmapDecoder {
+class TiffDecoder final : public FileDecoder {
 public:
-    explicit TiffDecoder(dib::FilePtr file) : file_(std::move(file)) {}
+    TiffDecoder(ByteReader& file, const DecoderOptions& options)
+        : source_{file, options.keepsDamaged}, options_(options) {}
 
     bool readLayout(BitmapLayout& layout) override;
     ColorTriples readColors() override;
     bool startPixels() override;
     const unsigned char* nextRow() override;
+    bool describe(DibFileInfo& info, DibFileResult& result) override;
+    const char* damage() const override;
+    bool isShortOfMemory() const override { return isShortOfMemory_ || rows_.isShortOfMemory(); }
 
 private:
     template <class Value>
@@ -90,19 +55,24 @@ private:
     std::size_t colorSamples();
     void findAlpha(std::size_t colors);
     bool isPlain() const;
+    bool hasIndices() const;
+    void readMetadata(DibMetadata& metadata) const;
     bool startRows();
     bool readRaster();
     bool readConverted();
     const unsigned char* turnedRow();
 
     std::size_t pixelBytes() const { return bitsPerPixel_ / 8; }
+    std::size_t rowBytes(std::size_t width) const { return (width * bitsPerPixel_ + 7) / 8; }
 
-    dib::FilePtr file_;
+    TiffSource source_;
+    const DecoderOptions options_;
     TiffPtr tiff_;
     TiffLayout layout_;
     TiffMeaning meaning_;
-    bool isForeign_ = false;  // colour spaces that the library converts itself
-    std::uint16_t orientation_ = ORIENTATION_TOPLEFT;
+    bool isForeign_ = false;                           // colour spaces that the library converts itself
+    std::uint16_t orientation_ = ORIENTATION_TOPLEFT;  // that rows are turned by here
+    std::uint16_t storedOrientation_ = ORIENTATION_TOPLEFT;
     std::size_t bitsPerPixel_ = 0;
     std::size_t shownWidth_ = 0;
     TiffRows rows_;
@@ -179,9 +149,13 @@ bool TiffDecoder::readMeaning() {
 }
 
 bool TiffDecoder::readLayout(BitmapLayout& layout) {
-    tiff_ = openTiffFile(file_.get(), "rm");
+    tiff_ = readTiff(source_);
     if (tiff_ == nullptr) return false;
     TIFF* tiff = tiff_.get();
+    const bool hasPage =
+        options_.page <= 0 || TIFFSetDirectory(tiff, static_cast<tdir_t>(options_.page)) != 0;
+    // Of a file without that page the first is probed: the number of pages counts.
+    if (!hasPage && (!options_.readsHeadersOnly || TIFFSetDirectory(tiff, 0) == 0)) return false;
     if (TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &layout_.width) == 0) return false;
     if (TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &layout_.height) == 0) return false;
     layout_.bits = field<std::uint16_t>(TIFFTAG_BITSPERSAMPLE, 1);
@@ -198,20 +172,39 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
         meaning_.kind = TiffKind::kRgb;
         findAlpha(3);
     }
-    bitsPerPixel_ = meaning_.bitsPerPixel();
+    bitsPerPixel_ = hasIndices() ? (layout_.bits == 2 ? 4 : layout_.bits) : meaning_.bitsPerPixel();
+    storedOrientation_ = orientation_;
+    if (!options_.dialect.turnsRows) orientation_ = ORIENTATION_TOPLEFT;
 
     const bool exchanged = kTurns[orientation_ - 1].exchanged;
     shownWidth_ = exchanged ? layout_.height : layout_.width;
     layout.width = shownWidth_;
     layout.height = exchanged ? layout_.width : layout_.height;
-    layout.bitsPerComponent = meaning_.isFloat ? 32 : 8;
+    layout.bitsPerComponent = meaning_.isFloat ? 32 : std::min<std::size_t>(bitsPerPixel_, 8);
     layout.bitsPerPixel = bitsPerPixel_;
-    layout.bytesPerRow = shownWidth_ * pixelBytes();
+    layout.bytesPerRow = rowBytes(shownWidth_);
     return true;
+}
+
+// Whether the image holds the numbers of the file, of 1, 4 or 8 bits. Inverted grey of 8 bits becomes grey.
+bool TiffDecoder::hasIndices() const {
+    const bool isIndexed = meaning_.kind == TiffKind::kPalette || meaning_.kind == TiffKind::kGrey ||
+                           (meaning_.kind == TiffKind::kInvertedGrey && layout_.bits < 8);
+    return options_.dialect.keepsIndices && isIndexed && !isForeign_ && !meaning_.isFloat &&
+           layout_.perPixel == 1 && layout_.bits <= 8 && 8 % layout_.bits == 0;
 }
 
 ColorTriples TiffDecoder::readColors() {
     std::uint16_t* channels[3] = {};
+    if (options_.dialect.keepsIndices && bitsPerPixel_ <= 8 && meaning_.kind != TiffKind::kPalette) {
+        const int levels = hasIndices() ? 1 << layout_.bits : 256;
+        const bool isInverted = hasIndices() && meaning_.kind == TiffKind::kInvertedGrey;
+        for (int i = 0; i < levels; ++i) {
+            const int level = (isInverted ? levels - 1 - i : i) * 255 / (levels - 1);
+            std::fill_n(colors_ + 3 * i, 3, static_cast<unsigned char>(level));
+        }
+        return {colors_, static_cast<std::size_t>(levels), true};
+    }
     if (isForeign_ || meaning_.kind != TiffKind::kPalette ||
         TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]) == 0) {
         return {};
@@ -227,11 +220,12 @@ ColorTriples TiffDecoder::readColors() {
             colors_[3 * i + k] = static_cast<unsigned char>(wide ? channels[k][i] >> 8 : channels[k][i]);
         }
     }
-    return {colors_, count};
+    return {colors_, count, options_.dialect.keepsIndices};
 }
 
 // Whether the samples are bytes or floats of the bitmap already.
 bool TiffDecoder::isPlain() const {
+    if (hasIndices()) return layout_.bits != 2;
     return !layout_.isPlanar && !meaning_.isMultiplied && meaning_.sampleCount == layout_.perPixel &&
            meaning_.kind != TiffKind::kInvertedGrey && meaning_.kind != TiffKind::kInks &&
            layout_.bits == (meaning_.isFloat ? 32 : 8) &&
@@ -243,22 +237,25 @@ bool TiffDecoder::startPixels() {
     const std::uint64_t rasterBytes = std::uint64_t{layout_.width} * layout_.height * pixelBytes();
     const bool isWhole = isForeign_ || orientation_ != ORIENTATION_TOPLEFT;
     if (isWhole && rasterBytes > INT_MAX) return false;
-    row_ =
-        dib::allocateArray<unsigned char>(std::max<std::size_t>(layout_.width, shownWidth_) * pixelBytes());
-    if (row_ == nullptr) return false;
+    // Two pixels of 2 bits take half a byte more.
+    row_ = dib::allocateArray<unsigned char>(rowBytes(std::max<std::size_t>(layout_.width, shownWidth_)) + 1);
+    isShortOfMemory_ = row_ == nullptr;
+    if (isShortOfMemory_) return false;
     if (isForeign_) return readConverted();
     return startRows() && (!isWhole || readRaster());
 }
 
 bool TiffDecoder::startRows() {
-    return rows_.start(tiff_.get(), layout_, meaning_.samples, meaning_.sampleCount) &&
-           (isPlain() || converter_.start(layout_, meaning_, colors_));
+    if (!rows_.start(tiff_.get(), layout_, meaning_.samples, meaning_.sampleCount)) return false;
+    isShortOfMemory_ = !isPlain() && !converter_.start(layout_, meaning_, colors_);
+    return !isShortOfMemory_;
 }
 
 bool TiffDecoder::readRaster() {
     const std::size_t rowBytes = layout_.width * pixelBytes();
     raster_ = dib::allocateImageBlock(rowBytes * layout_.height);
-    if (raster_ == nullptr) return false;
+    isShortOfMemory_ = raster_ == nullptr;
+    if (isShortOfMemory_) return false;
     for (std::size_t y = 0; y < layout_.height; ++y) {
         if (!rows_.next()) return false;
         if (isPlain()) {
@@ -276,10 +273,12 @@ bool TiffDecoder::readConverted() {
     const dib::ImageSize size = dib::admitSize(layout_.width, static_cast<int>(layout_.height), 32);
     if (!size.admitted) return false;
     raster_ = dib::allocateImageBlock(size.imageBytes);
-    if (raster_ == nullptr) return false;
+    isShortOfMemory_ = raster_ == nullptr;
+    if (isShortOfMemory_) return false;
     // Asked for as it is stored, so that nothing is turned yet.
     if (TIFFReadRGBAImageOriented(tiff_.get(), layout_.width, layout_.height,
-                                  reinterpret_cast<std::uint32_t*>(raster_.get()), orientation_, 1) == 0) {
+                                  reinterpret_cast<std::uint32_t*>(raster_.get()), storedOrientation_,
+                                  1) == 0) {
         return false;
     }
     const std::size_t step = pixelBytes();
@@ -315,41 +314,82 @@ const unsigned char* TiffDecoder::nextRow() {
     if (raster_ != nullptr) return turnedRow();
     if (!rows_.next()) return nullptr;
     if (isPlain()) return rows_.row(0);
-    converter_.convert(rows_, row_.get());
+    if (hasIndices()) {
+        widenPairs(rows_.row(0), row_.get(), rowBytes(layout_.width));
+    } else {
+        converter_.convert(rows_, row_.get());
+    }
     return row_.get();
+}
+
+const char* TiffDecoder::damage() const {
+    return source_.hasEnded ? "the file ends before its pixels do" : nullptr;
+}
+
+namespace {
+
+const char* compressionName(std::uint16_t compression) {
+    switch (compression) {
+        case COMPRESSION_NONE: return "none";
+        case COMPRESSION_LZW: return "lzw";
+        case COMPRESSION_PACKBITS: return "packbits";
+        case COMPRESSION_DEFLATE:
+        case COMPRESSION_ADOBE_DEFLATE: return "deflate";
+        case COMPRESSION_OJPEG:
+        case COMPRESSION_JPEG: return "jpeg";
+        case COMPRESSION_CCITTRLE:
+        case COMPRESSION_CCITTRLEW:
+        case COMPRESSION_CCITTFAX3:
+        case COMPRESSION_CCITTFAX4: return "fax";
+        case COMPRESSION_LZMA: return "lzma";
+        case COMPRESSION_ZSTD: return "zstd";
+        case COMPRESSION_WEBP: return "webp";
+        default: return "";
+    }
 }
 
 }  // namespace
 
-std::unique_ptr<BitmapDecoder> openTiff(dib::FilePtr file) {
-    return std::unique_ptr<BitmapDecoder>(new (std::nothrow) TiffDecoder(std::move(file)));
+void TiffDecoder::readMetadata(DibMetadata& metadata) const {
+    metadata.orientation = storedOrientation_;
+    const std::uint16_t unit = field<std::uint16_t>(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+    const double scale = unit == RESUNIT_CENTIMETER ? 2.54 : unit == RESUNIT_INCH ? 1.0 : 0.0;
+    float x = 0;
+    float y = 0;
+    TIFFGetField(tiff_.get(), TIFFTAG_XRESOLUTION, &x);
+    TIFFGetField(tiff_.get(), TIFFTAG_YRESOLUTION, &y);
+    metadata.xResolution = std::isfinite(x) && x > 0 ? x * scale : 0;
+    metadata.yResolution = std::isfinite(y) && y > 0 ? y * scale : 0;
 }
 
-bool writeTiff(std::FILE* file, const RgbaPicture& picture) {
-    const TiffPtr owner = openTiffFile(file, "w");
-    TIFF* tiff = owner.get();
-    if (tiff == nullptr) return false;
-    const std::uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(picture.width));
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(picture.height));
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 4);
-    TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &alpha);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    // Strips of the usual 8 KiB would be written one small piece after the other.
-    constexpr int kStripBytes = 1 << 18;
-    const int rows = std::clamp(kStripBytes / (4 * picture.width), 1, picture.height);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
-    for (int y = 0; y < picture.height; y += rows) {
-        const tmsize_t bytes = tmsize_t{4} * picture.width * std::min(rows, picture.height - y);
-        const auto strip = static_cast<std::uint32_t>(y / rows);
-        if (TIFFWriteEncodedStrip(tiff, strip, const_cast<unsigned char*>(picture.row(y)), bytes) != bytes)
-            return false;
+bool TiffDecoder::describe(DibFileInfo& info, DibFileResult& result) {
+    info.storedBits = layout_.bits * layout_.perPixel;
+    nameCompression(info, compressionName(field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE)));
+    readMetadata(result.metadata);
+    if (options_.readsHeadersOnly) {
+        info.pages = countTiffPages(source_.file);
+        return true;
     }
-    return TIFFFlush(tiff) == 1;
+    if (meaning_.isFloat) {
+        note(result, DIB_NOTE_LOSS, "floats became 8 bits a sample");
+    } else if (layout_.bits > 8) {
+        note(result, DIB_NOTE_LOSS, "%d bits a sample became 8", layout_.bits);
+    }
+    if (meaning_.kind == TiffKind::kInks)
+        note(result, DIB_NOTE_LOSS, "four inks became red, green and blue, without a colour profile");
+    if (meaning_.kind == TiffKind::kPalette && meaning_.hasAlpha)
+        note(result, DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
+    std::uint32_t bytes = 0;
+    unsigned char* profile = nullptr;
+    if (TIFFGetField(tiff_.get(), TIFFTAG_ICCPROFILE, &bytes, &profile) == 0 || bytes > kMostMetadataBytes)
+        return true;
+    return copyBytes({profile, bytes}, result.metadata.colorProfile);
+}
+
+}  // namespace
+
+std::unique_ptr<FileDecoder> openTiff(ByteReader& file, const DecoderOptions& options) {
+    return std::unique_ptr<FileDecoder>(new (std::nothrow) TiffDecoder(file, options));
 }
 
 }  // namespace formats

@@ -45,7 +45,8 @@ bool TiffRows::start(TIFF* tiff, const TiffLayout& layout, const std::size_t* pl
     if (bandRows_ == 0 || rowBytes * bandRows_ * planeCount_ > INT_MAX) return false;
     band_ = dib::allocateZeroed<unsigned char>(rowBytes_ * bandRows_ * planeCount_);
     inBand_ = bandRows_ - 1;
-    return band_ != nullptr;
+    isShortOfMemory_ = band_ == nullptr;
+    return !isShortOfMemory_;
 }
 
 bool TiffRows::startTiles() {
@@ -64,7 +65,8 @@ bool TiffRows::startTiles() {
     if (tileWidth_ < layout_.width && rowBits % 8 != 0) return false;
     tile_ = dib::allocateZeroed<unsigned char>(tileBytes_);
     bandRows_ = std::min(tileHeight, layout_.height);
-    return tile_ != nullptr;
+    isShortOfMemory_ = tile_ == nullptr;
+    return !isShortOfMemory_;
 }
 
 bool TiffRows::next() {

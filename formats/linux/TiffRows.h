@@ -25,6 +25,8 @@ public:
     // Gets ready to read the rows from the top. Of planes those numbered in `planes` are read.
     bool start(TIFF* tiff, const TiffLayout& layout, const std::size_t* planes, std::size_t planeCount);
     bool next();
+    // Whether that was why rows could not be started.
+    bool isShortOfMemory() const { return isShortOfMemory_; }
     // The samples that were read last: those of a whole pixel together, or of plane number i of `planes`.
     const unsigned char* row(std::size_t i) const {
         return band_.get() + (i * bandRows_ + inBand_) * rowBytes_;
@@ -48,6 +50,7 @@ private:
     dib::MallocPtr<unsigned char> band_;  // one plane after the other
     std::size_t inBand_ = 0;
     std::size_t y_ = 0;  // of the next row
+    bool isShortOfMemory_ = false;
     bool isTiled_ = false;
     std::uint32_t tileWidth_ = 0;
     std::size_t tileRowBytes_ = 0;

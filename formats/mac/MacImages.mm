@@ -2,6 +2,7 @@
 #import <AppKit/AppKit.h>
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -46,14 +47,11 @@ private:
     Pointer object_;
 };
 
-// The characters of a path are 32 bits each, lowest byte first.
-NSString* newString(const VexString& path) {
-    return [[NSString alloc] initWithBytes:path.c_str()
-                                    length:path.size() * sizeof(wchar_t)
-                                  encoding:NSUTF32LittleEndianStringEncoding];
+NSString* newString(const char* path) {
+    return [[NSString alloc] initWithBytes:path length:std::strlen(path) encoding:NSUTF8StringEncoding];
 }
 
-NSImage* newImage(const VexString& path) {
+NSImage* newImage(const char* path) {
     const Owned<NSString*> text(newString(path));
     return text ? [[NSImage alloc] initWithContentsOfFile:text.get()] : nullptr;
 }
@@ -65,7 +63,7 @@ CGImageRef bitmapOf(NSImage* image) {
 
 class MacDecoder final : public BitmapDecoder {
 public:
-    explicit MacDecoder(const VexString& path) : image_(newImage(path)) {}
+    explicit MacDecoder(const char* path) : image_(newImage(path)) {}
     ~MacDecoder() override {
         if (pixels_ != nullptr) CFRelease(pixels_);
     }
@@ -169,7 +167,7 @@ public:
         return file_ != nullptr;
     }
 
-    bool write(const VexString& path) override {
+    bool write(const char* path) override {
         const Owned<NSString*> text(newString(path));
         return text && [file_ writeToFile:text.get() atomically:YES];
     }
@@ -182,7 +180,7 @@ private:
 
 class MacImages final : public ImagePlatform {
 public:
-    std::unique_ptr<BitmapDecoder> open(const VexString& path) override {
+    std::unique_ptr<BitmapDecoder> open(const char* path) override {
         std::unique_ptr<MacDecoder> decoder(new (std::nothrow) MacDecoder(path));
         if (decoder == nullptr || !decoder->isOpen()) return nullptr;
         return decoder;

@@ -1,7 +1,6 @@
 #include <AppKit/AppKit.h>
 
 #include <cstdint>
-#include <cstring>
 
 #include "tests/fakes/FakeGraphics.h"
 
@@ -32,11 +31,6 @@ void discard(NSObject* object) {
 std::string sizeText(NSSize size) {
     return std::to_string(static_cast<int>(size.width)) + " x " +
            std::to_string(static_cast<int>(size.height));
-}
-
-std::string characterText(std::uint32_t character) {
-    return character < 128 ? std::string(1, static_cast<char>(character))
-                           : "<" + std::to_string(character) + ">";
 }
 
 }  // namespace
@@ -71,13 +65,8 @@ std::string characterText(std::uint32_t character) {
 
 @implementation NSString
 - (id)initWithBytes:(const void*)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding {
-    std::string text;
-    for (NSUInteger i = 0; i < length; i += 4) {
-        std::uint32_t character;
-        std::memcpy(&character, static_cast<const char*>(bytes) + i, 4);
-        text += characterText(character);
-    }
-    text += encoding == NSUTF32LittleEndianStringEncoding ? ", UTF-32LE" : ", ?";
+    std::string text(static_cast<const char*>(bytes), length);
+    text += encoding == NSUTF8StringEncoding ? ", UTF-8" : ", ?";
     if (record("initWithBytes:length:encoding:", text)) return self;
     discard(self);
     return nullptr;

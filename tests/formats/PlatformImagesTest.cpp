@@ -68,7 +68,7 @@ public:
         record_.type = type;
         return record_.note("encode");
     }
-    bool write(const VexString&) override { return record_.note("write"); }
+    bool write(const char*) override { return record_.note("write"); }
 
 private:
     Record& record_;
@@ -78,7 +78,7 @@ private:
 
 class RecordingPlatform final : public formats::ImagePlatform {
 public:
-    std::unique_ptr<formats::BitmapDecoder> open(const VexString&) override {
+    std::unique_ptr<formats::BitmapDecoder> open(const char*) override {
         if (!record.note("open")) return nullptr;
         return std::make_unique<RecordingDecoder>(record);
     }
@@ -94,7 +94,7 @@ public:
     Record record;
 };
 
-const VexString kPath(L"anywhere");
+constexpr const char* kPath = "anywhere";
 using Calls = std::vector<std::string>;
 
 TEST(PlatformImages, LoadsInOneOrderOfSteps) {

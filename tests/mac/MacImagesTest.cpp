@@ -53,7 +53,7 @@ protected:
     DibStream image;
 };
 
-const Calls kOpened = {"initWithBytes:length:encoding:(a.png, UTF-32LE)", "initWithContentsOfFile:(path)",
+const Calls kOpened = {"initWithBytes:length:encoding:(a.png, UTF-8)", "initWithContentsOfFile:(path)",
                        "release(NSString)"};
 const Calls kLayoutRead = {"CGImageForProposedRect:context:hints:(none, none, none)",
                            "CGImageGetWidth(bitmap)",
@@ -90,7 +90,7 @@ TEST_F(MacImages, AColorTableIsTakenAfterItsCount) {
 TEST_F(MacImages, ThePathIsHandedOverAsCharacters) {
     fake.picture = {1, 1, 8, 24, 3, {}, {1, 2, 3}};
     EXPECT_TRUE(LoadJPEG(L"/\u00E9\U0001F600.jpg", &image, nullptr, nullptr));
-    EXPECT_EQ(fake.calls[0], "initWithBytes:length:encoding:(/<233><128512>.jpg, UTF-32LE)");
+    EXPECT_EQ(fake.calls[0], "initWithBytes:length:encoding:(/\u00E9\U0001F600.jpg, UTF-8)");
     EXPECT_EQ(rowOf(image, 0), (Bytes{3, 2, 1}));
 }
 
@@ -141,7 +141,7 @@ Calls encodedAs(const std::string& type) {
 }
 
 Calls written(const std::string& path) {
-    return {"initWithBytes:length:encoding:(" + path + ", UTF-32LE)", "writeToFile:atomically:(path, YES)",
+    return {"initWithBytes:length:encoding:(" + path + ", UTF-8)", "writeToFile:atomically:(path, YES)",
             "release(NSString)", "release(NSImage)", "drain()"};
 }
 

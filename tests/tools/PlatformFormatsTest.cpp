@@ -74,7 +74,7 @@ TEST_F(PlatformFormats, TheContentTellsWhatAFileIs) {
         EXPECT_EQ(info["format"], row.format);
         EXPECT_EQ(info["width"], picture_.Header->biWidth);
         EXPECT_EQ(info["height"], picture_.Header->biHeight);
-        EXPECT_GE(info["bitsPerPixel"], 24);
+        EXPECT_EQ(info["bitsPerPixel"], picture_.Header->biBitCount);
         EXPECT_EQ(info["rowOrder"], "bottom-up");
     }
 }

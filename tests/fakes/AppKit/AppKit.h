@@ -13,7 +13,7 @@ using NSSize = CGSize;
 using NSRect = CGRect;
 using NSRectPointer = NSRect*;
 constexpr BOOL YES = 1;
-constexpr NSStringEncoding NSUTF32LittleEndianStringEncoding = 0x9C000100;
+constexpr NSStringEncoding NSUTF8StringEncoding = 4;
 
 enum NSBitmapImageFileType : NSUInteger {
     NSBitmapImageFileTypeTIFF = 0,

@@ -1,0 +1,70 @@
+#include "formats/linux/Deflater.h"
+
+#include <cstdlib>
+
+namespace formats {
+
+namespace {
+
+// Files of ISA-L's only useful level are about as long as those of zlib's level 3.
+constexpr int kFirstSmallLevel = 4;
+
+void* allocate(void*, unsigned count, unsigned size) { return std::calloc(count, size); }
+void release(void*, void* block) { std::free(block); }
+
+}  // namespace
+
+Deflater::~Deflater() {
+    if (isSmall_) deflateEnd(&small_);
+}
+
+bool Deflater::start(int level) {
+    if (level >= kFirstSmallLevel) {
+        small_.zalloc = allocate;
+        small_.zfree = release;
+        isSmall_ = deflateInit(&small_, level < 9 ? level : 9) == Z_OK;
+        return isSmall_;
+    }
+    fast_ = dib::allocateArray<FastState>(1);
+    if (fast_ == nullptr) return false;
+    isal_zstream& stream = fast_[0].stream;
+    isal_deflate_init(&stream);
+    stream.level = 1;
+    stream.level_buf = fast_[0].tables;
+    stream.level_buf_size = sizeof fast_[0].tables;
+    stream.gzip_flag = IGZIP_ZLIB;
+    return true;
+}
+
+void Deflater::feed(const unsigned char* from, std::size_t bytes, bool isLast) {
+    isLast_ = isLast;
+    if (isSmall_) {
+        small_.next_in = const_cast<unsigned char*>(from);
+        small_.avail_in = static_cast<unsigned>(bytes);
+    } else {
+        fast_[0].stream.next_in = const_cast<unsigned char*>(from);
+        fast_[0].stream.avail_in = static_cast<std::uint32_t>(bytes);
+        fast_[0].stream.end_of_stream = isLast ? 1 : 0;
+    }
+}
+
+std::size_t Deflater::pack(unsigned char* to, std::size_t room) {
+    return isSmall_ ? packSmall(to, room) : packFast(to, room);
+}
+
+std::size_t Deflater::packFast(unsigned char* to, std::size_t room) {
+    isal_zstream& stream = fast_[0].stream;
+    stream.next_out = to;
+    stream.avail_out = static_cast<std::uint32_t>(room);
+    isal_deflate(&stream);
+    return room - stream.avail_out;
+}
+
+std::size_t Deflater::packSmall(unsigned char* to, std::size_t room) {
+    small_.next_out = to;
+    small_.avail_out = static_cast<unsigned>(room);
+    deflate(&small_, isLast_ ? Z_FINISH : Z_NO_FLUSH);
+    return room - small_.avail_out;
+}
+
+}  // namespace formats

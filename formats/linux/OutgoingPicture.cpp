@@ -1,0 +1,112 @@
+#include "formats/linux/OutgoingPicture.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dib/ColorTable.h"
+#include "dib/PixelReader.h"
+#include "formats/ColorOrder.h"
+#include "formats/Exif.h"
+
+namespace formats {
+
+namespace {
+
+bool isGrey(const DibBGRA& color, int level) {
+    return color.blue == level && color.green == level && color.red == level;
+}
+
+template <class IsRight>
+bool haveAllColors(const BITMAPINFOHEADER& header, const IsRight& isRight) {
+    const std::array<DibBGRA, 256> colors = dib::readColorTable(header);
+    const std::size_t count = dib::addressableEntries(header.biBitCount);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!isRight(colors[i], static_cast<int>(i))) return false;
+    }
+    return count > 0;
+}
+
+PixelKind kindOf(const BITMAPINFOHEADER& header) {
+    if (header.biBitCount == 32) return PixelKind::kRgba;
+    if (header.biBitCount > 8) return PixelKind::kRgb;
+    return hasGreyRamp(header) ? PixelKind::kGrey : PixelKind::kPalette;
+}
+
+}  // namespace
+
+bool hasGreyRamp(const BITMAPINFOHEADER& header) {
+    const int largest = (1 << header.biBitCount) - 1;
+    return haveAllColors(header,
+                         [&](const DibBGRA& color, int i) { return isGrey(color, i * 255 / largest); });
+}
+
+bool hasGreysOnly(const BITMAPINFOHEADER& header) {
+    return haveAllColors(header, [](const DibBGRA& color, int) { return isGrey(color, color.red); });
+}
+
+bool isKept(const DibBytes& profile, bool isGrey) {
+    constexpr std::size_t kColorSpace = 16;  // where a profile names it
+    if (profile.size < kColorSpace + 4 || profile.size > kMostMetadataBytes) return false;
+    return std::memcmp(profile.data + kColorSpace, isGrey ? "GRAY" : "RGB ", 4) == 0;
+}
+
+OutgoingPicture::OutgoingPicture(const DibStream& image) : kind_(kindOf(*image.Header)) {
+    dib::viewRows(image, raster_);
+    if (kind_ != PixelKind::kPalette) return;
+    colors_ = dib::readColorTable(*image.Header);
+    const std::size_t most = dib::addressableEntries(raster_.bitCount);
+    colorCount_ = static_cast<int>(std::min(dib::announcedEntries(*image.Header), most));
+    if (colorCount_ < static_cast<int>(most)) colorCount_ = std::max(colorCount_, countColors());
+}
+
+// The largest index and one.
+int OutgoingPicture::countColors() const {
+    const int bits = raster_.bitCount;
+    const unsigned mask = (1U << bits) - 1;
+    unsigned largest = 0;
+    for (int y = 0; y < raster_.height; ++y) {
+        const unsigned char* row = raster_.row(y);
+        for (int x = 0; x < raster_.width; ++x) {
+            const unsigned byte = row[std::ptrdiff_t{x} * bits / 8];
+            largest = std::max(largest, byte >> (8 - bits - x * bits % 8) & mask);
+        }
+    }
+    return static_cast<int>(largest) + 1;
+}
+
+std::size_t OutgoingPicture::rowBytes() const {
+    return (static_cast<std::size_t>(raster_.width) * static_cast<std::size_t>(bits() * samples()) + 7) / 8;
+}
+
+bool OutgoingPicture::start() {
+    row_ = dib::allocateArray<unsigned char>(rowBytes());
+    return row_ != nullptr;
+}
+
+const unsigned char* OutgoingPicture::row(int y) {
+    const unsigned char* from = raster_.row(y);
+    const auto width = static_cast<std::size_t>(raster_.width);
+    switch (raster_.bitCount) {
+        case 32: swapRedBlue32(from, row_.get(), width); break;
+        case 24: swapRedBlue(from, row_.get(), width); break;
+        case 16: {
+            static const dib::IndexColors kNoColors;
+            const dib::RowConverter widen = dib::converterOf(16, dib::Packed::kBgr);
+            unsigned char strip[3 * dib::kStripPixels];
+            dib::forEachStrip(width, [&](std::size_t x, std::size_t count) {
+                widen(from + 2 * x, strip, count, kNoColors);
+                swapRedBlue(strip, row_.get() + 3 * x, count);
+            });
+            break;
+        }
+        default: {
+            std::copy_n(from, rowBytes(), row_.get());
+            // What lies behind the last pixel is no part of the picture.
+            const int used = raster_.width * raster_.bitCount % 8;
+            if (used > 0) row_[rowBytes() - 1] &= static_cast<unsigned char>(0xFF00U >> used);
+        }
+    }
+    return row_.get();
+}
+
+}  // namespace formats

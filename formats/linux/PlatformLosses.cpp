@@ -1,0 +1,64 @@
+// What PNG, JPEG and TIFF files cannot hold of an image.
+#include "dib/ColorTable.h"
+#include "formats/Exif.h"
+#include "formats/linux/ImageFiles.h"
+#include "formats/linux/OutgoingPicture.h"
+
+namespace formats {
+
+namespace {
+
+bool isGreyFile(const DibStream& image) {
+    const BITMAPINFOHEADER& header = *image.Header;
+    return header.biBitCount <= 8 && hasGreyRamp(header);
+}
+
+void noteProfile(LossRequest& request, bool isGrey) {
+    const DibMetadata* metadata = request.options.metadata;
+    if (metadata == nullptr || metadata->colorProfile.size == 0) return;
+    if (isKept(metadata->colorProfile, isGrey)) return;
+    note(request.result, DIB_NOTE_LOSS, "the colour profile is not kept: it is not for %s pixels",
+         isGrey ? "grey" : "RGB");
+}
+
+void noteExif(LossRequest& request, std::size_t mostBytes) {
+    const DibMetadata* metadata = request.options.metadata;
+    if (metadata == nullptr || metadata->exif.size <= mostBytes) return;
+    note(request.result, DIB_NOTE_LOSS, "the EXIF block of %zu bytes is not kept: it is too long",
+         metadata->exif.size);
+}
+
+}  // namespace
+
+bool lossesPng(LossRequest& request) {
+    if (request.image.Header->biBitCount == 16) noteDepth(request, 24);
+    noteProfile(request, isGreyFile(request.image));
+    noteExif(request, kMostMetadataBytes);
+    return true;
+}
+
+bool lossesJpeg(LossRequest& request) {
+    constexpr int kMostPixels = 65500;  // of libjpeg; the format has 35 more
+    const BITMAPINFOHEADER& header = *request.image.Header;
+    if (header.biWidth > kMostPixels || dib::rowCount(header.biHeight) > kMostPixels) {
+        return refuse(request.result, DIB_ERROR_MISMATCH, "JPEG files hold at most %dx%d pixels", kMostPixels,
+                      kMostPixels);
+    }
+    const bool isGrey = header.biBitCount <= 8 && hasGreysOnly(header);
+    noteDepth(request, isGrey ? 8 : 24);
+    if (header.biBitCount <= 8 && !isGreyFile(request.image))
+        note(request.result, DIB_NOTE_LOSS, "the palette and its indices are not kept");
+    noteProfile(request, isGrey);
+    noteExif(request, kMostJpegExif);
+    return true;
+}
+
+bool lossesTiff(LossRequest& request) {
+    if (request.image.Header->biBitCount == 16) noteDepth(request, 24);
+    noteProfile(request, isGreyFile(request.image));
+    if (request.options.metadata != nullptr && request.options.metadata->exif.size > 0)
+        note(request.result, DIB_NOTE_LOSS, "the EXIF block is not kept");
+    return true;
+}
+
+}  // namespace formats

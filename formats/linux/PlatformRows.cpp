@@ -1,0 +1,121 @@
+// The rows of the formats that libpng, libjpeg and libtiff read and write, and what their decoders have in
+// common.
+#include <DibCodec.h>
+
+#include <algorithm>
+#include <new>
+
+#include "formats/NewImage.h"
+#include "formats/PlatformFormats.h"
+#include "formats/linux/ImageFiles.h"
+
+namespace formats {
+
+namespace {
+
+using Open = std::unique_ptr<FileDecoder> (*)(ByteReader& file, const DecoderOptions& options);
+
+bool end(ReadRequest& request, bool isShortOfMemory) {
+    if (isShortOfMemory) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+    request.result.code = request.file.remaining() > 0 ? DIB_ERROR_INVALID : DIB_ERROR_READ;
+    return false;
+}
+
+template <Open open>
+bool read(ReadRequest& request) {
+    const DecoderOptions options = {.dialect = kWide,
+                                    .page = request.options.page,
+                                    .keepsDamaged = request.keepsDamaged(),
+                                    .progress = &request.progress};
+    const std::unique_ptr<FileDecoder> decoder = open(request.file, options);
+    if (decoder == nullptr) return end(request, true);
+    BitmapLayout layout;
+    DibFileInfo info;
+    if (!decoder->readLayout(layout)) return end(request, decoder->isShortOfMemory());
+    if (!decoder->describe(info, request.result)) return end(request, true);
+    NewImage image(request.image, &request.progress);
+    const bool isRead = readBitmap(*decoder, layout, image);
+    const bool isShortOfMemory = decoder->isShortOfMemory() || request.image->ErrorCode == DIB_ERROR_MEMORY;
+    if (!isRead || isShortOfMemory) return end(request, isShortOfMemory);
+    const char* damage = decoder->damage();
+    return damage == nullptr || refuse(request.result, DIB_ERROR_READ, "%s", damage);
+}
+
+template <Open open>
+bool probe(ProbeRequest& request) {
+    const std::unique_ptr<FileDecoder> decoder =
+        open(request.file, {.dialect = kWide, .page = request.options.page, .readsHeadersOnly = true});
+    BitmapLayout layout;
+    const bool isRead = decoder != nullptr && decoder->readLayout(layout);
+    // A load goes on without what a probe cannot read, but not without memory.
+    if (decoder == nullptr || decoder->isShortOfMemory()) throw std::bad_alloc();
+    if (!isRead) return false;
+    request.info.width = static_cast<int>(layout.width);
+    request.info.height = static_cast<int>(layout.height);
+    request.info.bitCount = static_cast<int>(std::min<std::size_t>(layout.bitsPerPixel, 32));
+    request.info.hasAlpha = layout.bitsPerPixel >= 32;
+    if (layout.bitsPerPixel <= 8) request.info.paletteSize = static_cast<int>(decoder->readColors().count);
+    if (!decoder->describe(request.info, request.result)) throw std::bad_alloc();
+    return true;
+}
+
+}  // namespace
+
+constinit const FileFormat kPngFormat = {
+    .info = {.name = "png",
+             .title = "PNG",
+             .extensions = platform::kPng,
+             .mimeTypes = platform::kPngTypes,
+             .readDepths = depths({1, 4, 8, 24, 32}),
+             .writeDepths = depths({1, 4, 8, 24, 32})},
+    .composeExtensions = platform::kPngCompose,
+    .recognizes = platform::isPng,
+    .compression = platform::deflate,
+    .load = LoadPNG,
+    .save = SavePNG,
+    .probe = probe<openPng>,
+    .read = read<openPng>,
+    .losses = lossesPng,
+    .write = writePng,
+    .diagnose = diagnosePng,
+};
+
+constinit const FileFormat kJpegFormat = {
+    .info = {.name = "jpeg",
+             .title = "JPEG, opaque",
+             .extensions = platform::kJpeg,
+             .mimeTypes = platform::kJpegTypes,
+             .readDepths = depths({8, 24}),
+             .writeDepths = depths({8, 24})},
+    .composeExtensions = platform::kJpegCompose,
+    .recognizes = platform::isJpeg,
+    .compression = platform::dct,
+    .load = LoadJPEG,
+    .save = SaveJPEG,
+    .probe = probe<openJpeg>,
+    .read = read<openJpeg>,
+    .losses = lossesJpeg,
+    .write = writeJpeg,
+    .diagnose = diagnoseJpeg,
+};
+
+constinit const FileFormat kTiffFormat = {
+    .info = {.name = "tiff",
+             .title = "TIFF",
+             .extensions = platform::kTiff,
+             .mimeTypes = platform::kTiffTypes,
+             .readDepths = depths({1, 4, 8, 24, 32}),
+             .writeDepths = depths({1, 4, 8, 24, 32}),
+             .hasPages = true},
+    .recognizes = platform::isTiff,
+    .compression = platform::unknown,
+    .load = LoadTIFF,
+    .save = SaveTIFF,
+    .probe = probe<openTiff>,
+    .read = read<openTiff>,
+    .losses = lossesTiff,
+    .write = writeTiff,
+    .diagnose = diagnoseTiff,
+};
+
+}  // namespace formats

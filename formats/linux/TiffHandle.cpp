@@ -1,0 +1,116 @@
+#include "formats/linux/TiffHandle.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace formats {
+
+namespace {
+
+TiffSource& sourceOf(thandle_t handle) { return *static_cast<TiffSource*>(handle); }
+ByteWriter& writerOf(thandle_t handle) { return *static_cast<ByteWriter*>(handle); }
+
+tmsize_t readFrom(thandle_t handle, void* out, tmsize_t bytes) {
+    TiffSource& source = sourceOf(handle);
+    const auto wanted = static_cast<std::size_t>(bytes);
+    const std::size_t got = source.file.copy(out, wanted);
+    if (got == wanted || !source.isContinued) return static_cast<tmsize_t>(got);
+    source.hasEnded = true;
+    std::memset(static_cast<unsigned char*>(out) + got, 0, wanted - got);
+    return bytes;
+}
+tmsize_t readNothing(thandle_t, void*, tmsize_t) { return 0; }
+tmsize_t writeNothing(thandle_t, void*, tmsize_t) { return 0; }
+tmsize_t writeTo(thandle_t handle, void* from, tmsize_t bytes) {
+    writerOf(handle).bytes(from, static_cast<std::size_t>(bytes));
+    return writerOf(handle).isWhole() ? bytes : 0;
+}
+
+template <class File>
+toff_t seekIn(File& file, toff_t offset, int origin) {
+    std::int64_t target = static_cast<std::int64_t>(offset);
+    if (origin == SEEK_CUR) target += file.position();
+    if (origin == SEEK_END) target += file.size();
+    return target >= 0 && file.seek(target) ? static_cast<toff_t>(target) : static_cast<toff_t>(-1);
+}
+toff_t seekSource(thandle_t handle, toff_t offset, int origin) {
+    return seekIn(sourceOf(handle).file, offset, origin);
+}
+toff_t seekWriter(thandle_t handle, toff_t offset, int origin) {
+    return seekIn(writerOf(handle), offset, origin);
+}
+template <class File>
+toff_t lengthOf(File& file) {
+    const std::int64_t size = file.size();
+    return size > 0 ? static_cast<toff_t>(size) : 0;
+}
+toff_t sizeOfSource(thandle_t handle) { return lengthOf(sourceOf(handle).file); }
+toff_t sizeOfWriter(thandle_t handle) { return lengthOf(writerOf(handle)); }
+
+// The file has another owner.
+int closeNothing(thandle_t) { return 0; }
+
+int keepQuiet(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+
+template <class Open>
+TiffPtr open(const Open& call) {
+    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+    if (options == nullptr) return nullptr;
+    // Strips and tiles are unpacked whole; no picture needs larger ones than this.
+    constexpr tmsize_t kMostAtOnce = 1 << 29;
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostAtOnce);
+    TIFFOpenOptionsSetErrorHandlerExtR(options, keepQuiet, nullptr);
+    TIFFOpenOptionsSetWarningHandlerExtR(options, keepQuiet, nullptr);
+    TiffPtr tiff(call(options));
+    TIFFOpenOptionsFree(options);
+    return tiff;
+}
+
+}  // namespace
+
+TiffPtr readTiff(TiffSource& source) {
+    return open([&](TIFFOpenOptions* options) {
+        return TIFFClientOpenExt("", "rm", &source, readFrom, writeNothing, seekSource, closeNothing,
+                                 sizeOfSource, nullptr, nullptr, options);
+    });
+}
+
+TiffPtr writeTiffTo(ByteWriter& file) {
+    return open([&](TIFFOpenOptions* options) {
+        return TIFFClientOpenExt("", "w", &file, readNothing, writeTo, seekWriter, closeNothing, sizeOfWriter,
+                                 nullptr, nullptr, options);
+    });
+}
+
+int countTiffPages(ByteReader& file) {
+    unsigned char start[16] = {};
+    if (!file.seek(0) || file.copy(start, sizeof start) < 8) return 1;
+    const bool isLittle = start[0] == 'I';
+    const auto number = [isLittle](const unsigned char* p, std::size_t bytes) {
+        std::uint64_t value = 0;
+        for (std::size_t i = 0; i < bytes; ++i) value = value << 8 | p[isLittle ? bytes - 1 - i : i];
+        return value;
+    };
+    const bool isBig = number(start + 2, 2) == 43;
+    const std::size_t offsetBytes = isBig ? 8 : 4;
+    const std::size_t countBytes = isBig ? 8 : 2;
+    const std::uint64_t entryBytes = isBig ? 20 : 12;
+    constexpr int kMostPages = 65536;
+    std::uint64_t at = number(start + offsetBytes, offsetBytes);
+    int pages = 0;
+    // A chain that leads back ends where it passes the place that was remembered last.
+    std::uint64_t remembered = 0;
+    unsigned char bytes[8];
+    while (pages < kMostPages && at != 0 && at != remembered && at <= INT64_MAX) {
+        if ((pages & (pages - 1)) == 0) remembered = at;
+        if (!file.seek(static_cast<std::int64_t>(at)) || !file.read(bytes, countBytes)) break;
+        const std::uint64_t entries = number(bytes, countBytes);
+        if (entries == 0 || entries > 65535) break;
+        if (!file.skip(entries * entryBytes) || !file.read(bytes, offsetBytes)) break;
+        ++pages;
+        at = number(bytes, offsetBytes);
+    }
+    return pages > 0 ? pages : 1;
+}
+
+}  // namespace formats

@@ -1,0 +1,146 @@
+// TIFF files by libtiff: writing.
+#include <algorithm>
+#include <cstring>
+
+#include "formats/Exif.h"
+#include "formats/linux/ImageFiles.h"
+#include "formats/linux/OutgoingPicture.h"
+#include "formats/linux/TiffHandle.h"
+
+namespace formats {
+
+namespace {
+
+// Strips of the usual 8 KiB would be written one small piece after the other.
+constexpr std::size_t kStripBytes = 1 << 18;
+
+int rowsPerStrip(std::size_t rowBytes, int height) {
+    return static_cast<int>(
+        std::clamp<std::size_t>(kStripBytes / rowBytes, 1, static_cast<std::size_t>(height)));
+}
+
+void describe(TIFF* tiff, int width, int height, int bits, int samples, std::uint16_t photometric) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(width));
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(height));
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
+    if (samples == 4) {
+        const std::uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
+        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &alpha);
+    }
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+}
+
+std::uint16_t photometricOf(PixelKind kind) {
+    switch (kind) {
+        case PixelKind::kGrey: return PHOTOMETRIC_MINISBLACK;
+        case PixelKind::kPalette: return PHOTOMETRIC_PALETTE;
+        default: return PHOTOMETRIC_RGB;
+    }
+}
+
+void setCompression(TIFF* tiff, const DibSaveOptions& options, const OutgoingPicture& picture) {
+    const bool hasDifferences = picture.bits() == 8 && picture.kind() != PixelKind::kPalette;
+    const int predictor = hasDifferences ? PREDICTOR_HORIZONTAL : PREDICTOR_NONE;
+    switch (options.tiffCompression) {
+        case DIB_TIFF_NONE: TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE); break;
+        case DIB_TIFF_PACKBITS: TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS); break;
+        case DIB_TIFF_LZW:
+            TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+            TIFFSetField(tiff, TIFFTAG_PREDICTOR, predictor);
+            break;
+        default:
+            TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+            TIFFSetField(tiff, TIFFTAG_PREDICTOR, predictor);
+            if (options.compressionLevel >= 0)
+                TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, std::clamp(options.compressionLevel, 1, 9));
+    }
+}
+
+// Tables of TIFF files have a colour for every index.
+void setPalette(TIFF* tiff, const OutgoingPicture& picture) {
+    if (picture.kind() != PixelKind::kPalette) return;
+    std::uint16_t channels[3][256] = {};
+    for (int i = 0; i < picture.colorCount(); ++i) {
+        const DibBGRA color = picture.color(i);
+        channels[0][i] = static_cast<std::uint16_t>(color.red * 257);
+        channels[1][i] = static_cast<std::uint16_t>(color.green * 257);
+        channels[2][i] = static_cast<std::uint16_t>(color.blue * 257);
+    }
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
+}
+
+void setMetadata(TIFF* tiff, const DibMetadata* metadata, bool isGrey) {
+    const int orientation = metadata != nullptr ? std::clamp(metadata->orientation, 1, 8) : 1;
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, orientation);
+    if (metadata == nullptr) return;
+    if (metadata->xResolution > 0 || metadata->yResolution > 0) {
+        const double x = metadata->xResolution > 0 ? metadata->xResolution : metadata->yResolution;
+        const double y = metadata->yResolution > 0 ? metadata->yResolution : metadata->xResolution;
+        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, x);
+        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, y);
+        TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+    }
+    if (isKept(metadata->colorProfile, isGrey)) {
+        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(metadata->colorProfile.size),
+                     metadata->colorProfile.data);
+    }
+}
+
+bool writeStrip(TIFF* tiff, int number, const unsigned char* from, std::size_t bytes) {
+    const auto count = static_cast<tmsize_t>(bytes);
+    return TIFFWriteEncodedStrip(tiff, static_cast<std::uint32_t>(number), const_cast<unsigned char*>(from),
+                                 count) == count;
+}
+
+}  // namespace
+
+bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture) {
+    const TiffPtr owner = writeTiffTo(file);
+    TIFF* tiff = owner.get();
+    if (tiff == nullptr) return false;
+    describe(tiff, picture.width, picture.height, 8, 4, PHOTOMETRIC_RGB);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(picture.width);
+    const int rows = rowsPerStrip(rowBytes, picture.height);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
+    for (int y = 0; y < picture.height; y += rows) {
+        const auto count = static_cast<std::size_t>(std::min(rows, picture.height - y));
+        if (!writeStrip(tiff, y / rows, picture.row(y), count * rowBytes)) return false;
+    }
+    return TIFFFlush(tiff) == 1;
+}
+
+bool writeTiff(WriteRequest& request) {
+    OutgoingPicture picture(request.image);
+    const int height = picture.height();
+    const std::size_t rowBytes = picture.rowBytes();
+    const int rows = rowsPerStrip(rowBytes, height);
+    const auto strip = dib::allocateArray<unsigned char>(static_cast<std::size_t>(rows) * rowBytes);
+    const TiffPtr owner = writeTiffTo(request.file);
+    TIFF* tiff = owner.get();
+    if (strip == nullptr || tiff == nullptr || !picture.start()) {
+        if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
+        return false;
+    }
+    describe(tiff, picture.width(), height, picture.bits(), picture.samples(), photometricOf(picture.kind()));
+    setCompression(tiff, request.options, picture);
+    setPalette(tiff, picture);
+    setMetadata(tiff, request.options.metadata, picture.kind() == PixelKind::kGrey);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
+    for (int y = 0; y < height; ++y) {
+        std::memcpy(strip.get() + static_cast<std::size_t>(y % rows) * rowBytes, picture.row(y), rowBytes);
+        const bool isLast = y + 1 == height;
+        if ((y + 1) % rows == 0 || isLast) {
+            const auto count = static_cast<std::size_t>(y % rows) + 1;
+            if (!writeStrip(tiff, y / rows, strip.get(), count * rowBytes)) return false;
+        }
+        if (!request.progress.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(height)))
+            return false;
+    }
+    return TIFFFlush(tiff) == 1;
+}
+
+}  // namespace formats

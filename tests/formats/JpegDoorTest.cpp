@@ -1,0 +1,178 @@
+// JPEG files through DibFile.h.
+#include "tests/formats/PlatformDoorTest.h"
+
+namespace door_test {
+namespace {
+
+using testing_support::randomImage;
+
+// A picture that JPEG packs well.
+DibPtr smoothImage(int width, int height, int bitCount) {
+    DibPtr image = testing_support::blankImage(width, height, bitCount);
+    for (int y = 0; y < std::abs(height); ++y) {
+        for (int x = 0; x < width; ++x) {
+            const auto level = static_cast<unsigned>((x * 2 + y * 3) % 256);
+            testing_support::setPixelValue(*image, x, y, bitCount == 8 ? level : level << 16 | 0x4080);
+        }
+    }
+    return image;
+}
+
+int largestDifference(const DibStream& a, const DibStream& b) {
+    const Bytes left = testing_support::pixelBytes(a);
+    const Bytes right = testing_support::pixelBytes(b);
+    int largest = 0;
+    for (std::size_t i = 0; i < left.size(); ++i) largest = std::max(largest, std::abs(left[i] - right[i]));
+    return largest;
+}
+
+TEST(JpegDoor, GreyStaysGrey) {
+    const DibPtr image = smoothImage(40, 30, 8);
+    const Opened load = opened(saved(*image, "jpeg"));
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    ASSERT_EQ(load.image->Header->biBitCount, 8);
+    expectSameColors(*load.image, *image);
+    EXPECT_LE(largestDifference(*load.image, *image), 12);
+    EXPECT_EQ(load.result.noteCount, 0);
+}
+
+TEST(JpegDoor, ColorsStayClose) {
+    for (const int height : {30, -30}) {
+        const DibPtr image = smoothImage(40, height, 24);
+        const Opened load = opened(saved(*image, "jpeg"));
+        ASSERT_TRUE(load.isLoaded);
+        ASSERT_EQ(load.image->Header->biBitCount, 24);
+        const DibPtr upright = smoothImage(40, 30, 24);
+        EXPECT_LE(largestDifference(*load.image, *upright), 40);
+    }
+}
+
+TEST(JpegDoor, QualityDecides) {
+    const DibPtr image = randomImage(64, 64, 24, 3);
+    std::size_t before = 0;
+    for (const int quality : {-5, 20, 60, 90, 500}) {
+        DibSaveOptions options;
+        options.format = "jpeg";
+        options.quality = quality;
+        DibBytes bytes;
+        ASSERT_TRUE(DibSaveMemory(&bytes, image.get(), &options));
+        EXPECT_GT(bytes.size, before) << quality;
+        before = bytes.size;
+    }
+}
+
+TEST(JpegDoor, EverySourceGivesOnePicture) {
+    for (const int bitCount : {8, 24}) {
+        const Bytes file = saved(*smoothImage(40, 30, bitCount), "jpeg");
+        expectOneFromEverySource(file, ".jpg");
+        expectLoadProgress(file, 30);
+        EXPECT_GT(failEveryLoad(file), 2);
+    }
+}
+
+TEST(JpegDoor, SavesEverywhereAndCancels) {
+    for (const int bitCount : {1, 4, 8, 16, 24, 32}) {
+        const DibPtr image = randomImage(20, 9, bitCount, 3);
+        expectSaves(*image, "jpeg", 9);
+        failEverySave(*image, "jpeg");
+    }
+}
+
+TEST(JpegDoor, MetadataIsCarriedFromFormatToFormat) {
+    const DibPtr image = smoothImage(16, 8, 24);
+    DibMetadata metadata;
+    metadata.xResolution = 300;
+    metadata.yResolution = 200;
+    metadata.colorProfile = bytesFor(profileFor("RGB "));
+    metadata.exif = bytesFor(exifWith(6));
+    metadata.orientation = 6;
+    const Opened jpeg = opened(savedWith(*image, "jpeg", metadata));
+    ASSERT_TRUE(jpeg.isLoaded) << jpeg.result.reason;
+    EXPECT_EQ(jpeg.image->Header->biWidth, 8);
+    EXPECT_EQ(jpeg.result.metadata.orientation, 1);
+    const Opened png = opened(savedWith(*jpeg.image, "png", jpeg.result.metadata));
+    ASSERT_TRUE(png.isLoaded) << png.result.reason;
+    EXPECT_TRUE(samePixels(*png.image, *jpeg.image));
+    const Opened tiff = opened(savedWith(*png.image, "tiff", png.result.metadata));
+    ASSERT_TRUE(tiff.isLoaded) << tiff.result.reason;
+    EXPECT_TRUE(samePixels(*tiff.image, *jpeg.image));
+    EXPECT_NEAR(tiff.result.metadata.xResolution, 300, 0.02);
+    EXPECT_EQ(bytesOf(tiff.result.metadata.colorProfile), profileFor("RGB "));
+    const Opened last = opened(savedWith(*tiff.image, "jpeg", tiff.result.metadata));
+    ASSERT_TRUE(last.isLoaded);
+    EXPECT_EQ(last.result.metadata.xResolution, 300);
+    EXPECT_EQ(last.result.metadata.yResolution, 200);
+    EXPECT_EQ(bytesOf(last.result.metadata.colorProfile), profileFor("RGB "));
+    EXPECT_EQ(bytesOf(png.result.metadata.exif), exifWith(1));
+
+    DibLoadOptions asStored;
+    asStored.appliesOrientation = false;
+    const Opened stored = opened(savedWith(*image, "jpeg", metadata), asStored);
+    ASSERT_TRUE(stored.isLoaded);
+    EXPECT_EQ(stored.image->Header->biWidth, 16);
+    EXPECT_EQ(stored.result.metadata.orientation, 6);
+}
+
+TEST(JpegDoor, OrientationNeedsNoBlock) {
+    DibMetadata metadata;
+    metadata.orientation = 3;
+    DibLoadOptions asStored;
+    asStored.appliesOrientation = false;
+    for (const char* format : {"jpeg", "png", "tiff"}) {
+        const Opened load = opened(savedWith(*smoothImage(16, 8, 24), format, metadata), asStored);
+        ASSERT_TRUE(load.isLoaded);
+        EXPECT_EQ(load.result.metadata.orientation, 3) << format;
+    }
+}
+
+TEST(JpegDoor, CutFilesAreRefusedOrKeepRows) {
+    const DibPtr image = smoothImage(64, 64, 24);
+    const Bytes file = saved(*image, "jpeg");
+    const Opened whole = opened(file);
+    int kept = 0;
+    for (std::size_t length = 2; length + 60 < file.size(); length += 31) {
+        const Bytes cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+        const Opened refused = opened(cut);
+        EXPECT_FALSE(refused.isLoaded) << length;
+        EXPECT_NE(refused.result.reason[0], '\0');
+        const Opened load = opened(cut, keepingDamaged());
+        if (!load.isLoaded) continue;
+        ++kept;
+        EXPECT_NE(load.note(0).find(" of 64 rows were read"), std::string::npos) << load.note(0);
+        EXPECT_EQ(codec_test::rowBytes(*load.image, 0), codec_test::rowBytes(*whole.image, 0));
+        EXPECT_EQ(codec_test::rowBytes(*load.image, 63), Bytes(192, 0));
+    }
+    EXPECT_GT(kept, 5);
+}
+
+TEST(JpegDoor, ProbeReadsTheHeaders) {
+    DibMetadata metadata;
+    metadata.xResolution = 96;
+    metadata.yResolution = 96;
+    const Bytes file = savedWith(*smoothImage(40, 30, 8), "jpeg", metadata);
+    DibFileInfo info;
+    DibFileResult result;
+    ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info, nullptr, &result));
+    EXPECT_EQ(info.width, 40);
+    EXPECT_EQ(info.height, 30);
+    EXPECT_EQ(info.bitCount, 8);
+    EXPECT_EQ(info.storedBits, 8);
+    EXPECT_EQ(result.metadata.xResolution, 96);
+    EXPECT_STREQ(info.compression, "dct");
+}
+
+TEST(JpegDoor, LossesAreNoted) {
+    EXPECT_EQ(lossesOf(*randomImage(3, 3, 24, 1), "jpeg"), "");
+    EXPECT_EQ(lossesOf(*smoothImage(3, 3, 8), "jpeg"), "");
+    EXPECT_EQ(lossesOf(*paletteImage(3, 3, 4, 9), "jpeg"),
+              "4 bits a pixel become 24;the palette and its indices are not kept;");
+    EXPECT_EQ(lossesOf(*testing_support::plainImage(2, 2, 32, 0x80000000), "jpeg"),
+              "transparency is not kept;32 bits a pixel become 24;");
+    DibFileResult result;
+    EXPECT_TRUE(saved(*testing_support::blankImage(65501, 1, 8), "jpeg", &result).empty());
+    EXPECT_EQ(result.code, 8);
+    EXPECT_STREQ(result.reason, "JPEG files hold at most 65500x65500 pixels");
+}
+
+}  // namespace
+}  // namespace door_test

@@ -1,0 +1,192 @@
+// TIFF files through DibFile.h.
+#include <DibCodec.h>
+#include <tiffio.h>
+
+#include "dib/Bytes.h"
+#include "tests/formats/PlatformDoorTest.h"
+
+namespace door_test {
+namespace {
+
+using testing_support::randomImage;
+
+constexpr DibTiffCompression kCompressions[] = {DIB_TIFF_DEFLATE, DIB_TIFF_LZW, DIB_TIFF_PACKBITS,
+                                                DIB_TIFF_NONE};
+
+Bytes savedAs(const DibStream& image, DibTiffCompression compression) {
+    DibSaveOptions options;
+    options.format = "tiff";
+    options.tiffCompression = compression;
+    DibBytes bytes;
+    return DibSaveMemory(&bytes, &image, &options) ? bytesOf(bytes) : Bytes();
+}
+
+TEST(TiffDoor, EveryDepthAndCompressionKeepsItsPixels) {
+    const char* const names[] = {"deflate", "lzw", "packbits", "none"};
+    for (const DibTiffCompression compression : kCompressions) {
+        for (const int bitCount : {1, 4, 8, 24, 32}) {
+            for (const int height : {13, -13}) {
+                const DibPtr image = randomImage(21, height, bitCount, 5);
+                const Bytes file = savedAs(*image, compression);
+                const Opened load = opened(file);
+                ASSERT_TRUE(load.isLoaded) << load.result.reason;
+                EXPECT_EQ(load.image->Header->biBitCount, bitCount);
+                EXPECT_TRUE(samePixels(*load.image, *image)) << bitCount;
+                DibFileInfo info;
+                ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info));
+                EXPECT_STREQ(info.compression, names[compression]);
+                EXPECT_EQ(info.pages, 1);
+            }
+        }
+    }
+}
+
+TEST(TiffDoor, ManyStripsKeepTheirPixels) {
+    for (const int bitCount : {8, 24}) {
+        const DibPtr image = randomImage(700, 500, bitCount, 11);
+        expectSamePixelsFrom(*image, "tiff");
+    }
+}
+
+TEST(TiffDoor, PalettesKeepOrderAndUnusedColors) {
+    for (const int bitCount : {1, 4, 8}) {
+        const DibPtr image = paletteImage(19, 7, bitCount, 1 << bitCount);
+        const Opened load = opened(saved(*image, "tiff"));
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        expectSameColors(*load.image, *image);
+        for (int y = 0; y < 7; ++y)
+            EXPECT_EQ(codec_test::rowBytes(*load.image, y), codec_test::rowBytes(*image, y));
+    }
+}
+
+TEST(TiffDoor, EverySourceGivesOnePicture) {
+    for (const int bitCount : {1, 4, 8, 24, 32}) {
+        const Bytes file = saved(*randomImage(20, 9, bitCount, 3), "tiff");
+        expectOneFromEverySource(file, ".tif");
+        expectLoadProgress(file, 9);
+        EXPECT_GT(failEveryLoad(file), 2);
+    }
+}
+
+TEST(TiffDoor, SavesEverywhereAndCancels) {
+    for (const int bitCount : {1, 4, 8, 16, 24, 32}) {
+        const DibPtr image = randomImage(20, 9, bitCount, 3);
+        expectSaves(*image, "tiff", 9);
+        EXPECT_GT(failEverySave(*image, "tiff"), 2);
+    }
+}
+
+// Two bits a pixel, dark numbers for light pixels, and two pages.
+TEST(TiffDoor, PagesAndBits) {
+    const codec_test::TemporaryFile file(".tif");
+    TIFF* tiff = TIFFOpen(file.path(), "w");
+    for (int page = 0; page < 3; ++page) {
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 5 + page);
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, page == 0 ? 2 : 1);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, page == 0 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_MINISWHITE);
+        unsigned char row[2] = {0b00011011, 0b11000000};
+        TIFFWriteScanline(tiff, row, 0, 0);
+        TIFFWriteDirectory(tiff);
+    }
+    TIFFClose(tiff);
+    const Bytes bytes = file.bytes();
+    const Opened first = opened(bytes);
+    ASSERT_TRUE(first.isLoaded) << first.result.reason;
+    EXPECT_EQ(first.image->Header->biBitCount, 4);
+    EXPECT_EQ(codec_test::rowBytes(*first.image, 0), (Bytes{0x01, 0x23, 0x30}));
+    EXPECT_EQ(tableOf(*first.image)[1].red, 85);
+    DibFileInfo info;
+    ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info));
+    EXPECT_EQ(info.pages, 3);
+    EXPECT_EQ(info.storedBits, 2);
+    DibLoadOptions options;
+    options.page = 2;
+    const Opened last = opened(bytes, options);
+    ASSERT_TRUE(last.isLoaded) << last.result.reason;
+    EXPECT_EQ(last.image->Header->biWidth, 7);
+    EXPECT_EQ(last.image->Header->biBitCount, 1);
+    EXPECT_EQ(codec_test::rowBytes(*last.image, 0)[0] & 0xFE, 0b00011010);
+    EXPECT_EQ(tableOf(*last.image)[0].red, 255);
+    EXPECT_EQ(tableOf(*last.image)[1].red, 0);
+    options.page = 3;
+    EXPECT_STREQ(opened(bytes, options).result.reason, "there is no page 3: the file has 3");
+}
+
+TEST(TiffDoor, AChainInACircleEnds) {
+    Bytes file = savedAs(*randomImage(3, 3, 24, 1), DIB_TIFF_NONE);
+    // The offset of the next directory follows the entries.
+    const std::size_t at = dib::readLe32(&file[4]);
+    const std::size_t entries = dib::readLe16(&file[at]);
+    std::copy_n(file.begin() + 4, 4, file.begin() + static_cast<std::ptrdiff_t>(at + 2 + 12 * entries));
+    DibFileInfo info;
+    ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info));
+    EXPECT_EQ(info.pages, 1);
+}
+
+TEST(TiffDoor, OrientationIsApplied) {
+    const DibPtr image = randomImage(6, 4, 24, 3);
+    DibMetadata metadata;
+    metadata.orientation = 8;
+    const Bytes file = savedWith(*image, "tiff", metadata);
+    const Opened turned = opened(file);
+    ASSERT_TRUE(turned.isLoaded);
+    // The classic loader turns by itself.
+    const codec_test::TemporaryFile path(".tif", file);
+    DibStream classic;
+    ASSERT_TRUE(LoadTIFF(path.path(), &classic, nullptr, nullptr));
+    EXPECT_EQ(turned.image->Header->biWidth, 4);
+    EXPECT_TRUE(samePixels(*turned.image, classic));
+    DibLoadOptions asStored;
+    asStored.appliesOrientation = false;
+    const Opened stored = opened(file, asStored);
+    EXPECT_TRUE(samePixels(*stored.image, *image));
+    EXPECT_EQ(stored.result.metadata.orientation, 8);
+}
+
+TEST(TiffDoor, CutFilesAreRefusedOrKeepRows) {
+    // libtiff writes the directory last; with it in front of the pixels files are cut inside these.
+    const codec_test::TemporaryFile file(".tif");
+    const DibPtr image = randomImage(30, 40, 24, 9);
+    const Bytes pixels = testing_support::pixelBytes(*image);
+    codec_test::ByteWriter out;
+    out.raw({'I', 'I', 42, 0, 8, 0, 0, 0}).le16(8);
+    const auto entry = [&](unsigned tag, unsigned type, unsigned value) {
+        out.le16(tag).le16(type).le32(1).le32(value);
+    };
+    constexpr unsigned kPixels = 8 + 2 + 8 * 12 + 4;
+    entry(256, 3, 30);
+    entry(257, 3, 40);
+    entry(258, 3, 8);
+    entry(259, 3, 1);
+    entry(262, 3, 1);
+    entry(273, 4, kPixels);
+    entry(278, 3, 40);
+    entry(279, 4, 1200);
+    out.le32(0);
+    for (int i = 0; i < 1200; ++i) out.u8(static_cast<unsigned>(1 + i % 250));
+    ASSERT_TRUE(opened(out.bytes).isLoaded) << opened(out.bytes).result.reason;
+    for (const std::size_t rows : {std::size_t{1}, std::size_t{17}, std::size_t{39}}) {
+        const Bytes cut(out.bytes.begin(),
+                        out.bytes.begin() + static_cast<std::ptrdiff_t>(kPixels + rows * 30));
+        const Opened refused = opened(cut);
+        EXPECT_FALSE(refused.isLoaded);
+        EXPECT_NE(refused.result.reason[0], '\0');
+        const Opened load = opened(cut, keepingDamaged());
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_NE(load.note(0).find("the file ends before its pixels do"), std::string::npos) << load.note(0);
+        for (int y = 0; y < 40; ++y) {
+            const Bytes row = codec_test::rowBytes(*load.image, y);
+            EXPECT_EQ(row[29], y < static_cast<int>(rows) ? 1 + (y * 30 + 29) % 250 : 0) << y;
+        }
+    }
+}
+
+TEST(TiffDoor, LossesAreNoted) {
+    for (const int bitCount : {1, 4, 8, 24, 32})
+        EXPECT_EQ(lossesOf(*randomImage(3, 3, bitCount, 1), "tiff"), "") << bitCount;
+    EXPECT_EQ(lossesOf(*randomImage(3, 3, 16, 1), "tiff"), "16 bits a pixel become 24;");
+}
+
+}  // namespace
+}  // namespace door_test
