@@ -151,6 +151,8 @@ TEST_F(KeepDamaged, SavesTheRowsThatCanBeRead) {
 TEST_F(Quality, IsThatOfJpegFiles) {
     for (const char* quality : {"1", "90", "100"})
         EXPECT_EQ(run({"run", "--quality", quality, "in.bmp", std::string(quality) + ".jpg"}).errors, "");
+    EXPECT_LT(fs::file_size("1.jpg"), fs::file_size("90.jpg"));
+    EXPECT_LT(fs::file_size("90.jpg"), fs::file_size("100.jpg"));
     EXPECT_EQ(run({"run", "in.bmp", "default.jpg"}).errors, "");
     EXPECT_EQ(readFile("default.jpg"), readFile("90.jpg"));
     for (const char* quality : {"0", "101", "good"})

@@ -63,6 +63,16 @@ TEST_F(PlatformFormats, EveryDepthIsWritten) {
     }
 }
 
+TEST_F(PlatformFormats, EightBitsStayEightBits) {
+    ASSERT_EQ(run({"run", "in.bmp", "bpp:8,method=median", "indexed.bmp"}).errors, "");
+    for (const std::string file : {"out.png", "out.tif"}) {
+        EXPECT_EQ(run({"run", "--strict", "indexed.bmp", file}).errors, "");
+        EXPECT_EQ(json::parse(run({"info", "--json", file}).output)[0]["bitsPerPixel"], 8);
+        EXPECT_EQ(run({"run", "--strict", file, "back.bmp"}).errors, "");
+        EXPECT_EQ(readFile("back.bmp"), readFile("indexed.bmp")) << file;
+    }
+}
+
 TEST_F(PlatformFormats, TheContentTellsWhatAFileIs) {
     for (const Row& row : kRows) {
         EXPECT_EQ(run({"run", "--to=" + row.format, "in.bmp", "unnamed"}).exitCode, 0);

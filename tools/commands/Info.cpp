@@ -17,25 +17,11 @@ struct PictureInfo {
     std::optional<DocumentInfo> document;
 };
 
-// For formats whose headers cannot be read alone.
-bool describeLoaded(const InputFile& file, const DibLoadOptions& options, PictureInfo& info) {
-    DibStream image;
-    if (!file.load(image, options, info.result, nullptr, nullptr)) return false;
-    const BITMAPINFOHEADER& header = *image.Header;
-    info.header.width = width(image);
-    info.header.height = height(image);
-    info.header.bitCount = info.header.storedBits = header.biBitCount;
-    info.header.paletteSize = static_cast<int>(header.biClrUsed);
-    info.header.isTopDown = header.biHeight < 0;
-    return true;
-}
-
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     const InputFile file(name, InputFile::kReadTwice);
     PictureInfo info{name, {}, {}, {}};
-    bool isRead = file.probe(info.header, options, info.result);
+    const bool isRead = file.probe(info.header, options, info.result);
     stopIfCancelled();
-    if (!isRead && info.header.format != nullptr) isRead = describeLoaded(file, options, info);
     if (!isRead) throw loadFailure(file.title(), info.result);
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
