@@ -194,6 +194,25 @@ TEST(DoorLoad, AFailureLeavesTheImage) {
     EXPECT_TRUE(sameImage(*image, *before));
     EXPECT_EQ(image->ErrorCode, result.code);
     EXPECT_EQ(result.code, 4);
+    EXPECT_NE(std::string(result.reason).find("(in row 2 of 2)"), std::string::npos) << result.reason;
+}
+
+TEST(DoorLoad, DamagedFilesKeepTheirRowsOnRequest) {
+    Bytes file = smallPpm();
+    file.pop_back();
+    DibLoadOptions options;
+    options.damage = DIB_DAMAGE_KEEP;
+    const Opened kept = opened(file, options);
+    EXPECT_TRUE(kept.isLoaded);
+    EXPECT_EQ(kept.result.code, 0);
+    EXPECT_EQ(kept.reason(), "");
+    ASSERT_EQ(kept.result.noteCount, 1);
+    EXPECT_EQ(kept.result.notes[0].kind, DIB_NOTE_WARNING);
+    EXPECT_NE(kept.note(0).find("1 of 2 rows were read"), std::string::npos) << kept.note(0);
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 0), (Bytes{'c', 'b', 'a', 'f', 'e', 'd', 'i', 'h', 'g'}));
+    // Without a row there is nothing to keep.
+    const Bytes header = codec_test::bytesOf("P6\n3 2\n255\nabc");
+    EXPECT_FALSE(opened(header, options).isLoaded);
 }
 
 TEST(DoorLoad, ProgressRisesToOneAndCancels) {
