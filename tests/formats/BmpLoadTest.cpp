@@ -360,7 +360,7 @@ TEST(BmpLoad, RefusalsSayWhy) {
     EXPECT_EQ(reason({.width = 9, .height = 1, .bits = 1, .compression = 3}), "Huffman codes are not read");
     EXPECT_EQ(opened({'B', 'M', 0, 0}).reason(), "the file ends inside its header");
     Bytes cut = bmp({.width = 4, .height = 1, .bits = 8, .colors = 3, .table = kThreeColors, .pixels = {}});
-    cut.resize(cut.size() - 1);
+    cut.pop_back();
     EXPECT_EQ(opened(cut).reason(), "the file ends inside its palette");
 }
 

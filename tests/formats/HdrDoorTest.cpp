@@ -62,7 +62,7 @@ TEST(HdrDoor, ReasonsNameWhatIsWrongAndNothingIsPrinted) {
     Bytes run = packed();
     run[kHead.size() + 10 + 24 + 4] = 255;
     Bytes cut = flat();
-    cut.resize(cut.size() - 1);
+    cut.pop_back();
     const Case cases[] = {
         {width, "a row of run lengths is of another width (in row 2 of 4)", 6},
         {run, "the run lengths are damaged (in row 3 of 4)", 6},

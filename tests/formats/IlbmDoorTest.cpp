@@ -176,7 +176,7 @@ TEST(IlbmDoor, ReasonsNameWhatIsWrong) {
         int code;
     };
     Bytes cut = fourColors();
-    cut.resize(cut.size() - 1);
+    cut.pop_back();
     const Case cases[] = {
         {form(chunk("BODY", {1, 2})), "the header chunk (BMHD) is missing", 6},
         {form(bitmapHeader(8, 1, 1)), "the pixels (BODY) are missing", 6},
