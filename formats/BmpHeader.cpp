@@ -49,7 +49,7 @@ private:
         // An array of OS/2 bitmaps begins with a header of its own; the first bitmap is the best.
         if (startsWith(bytes, "BA")) infoStart_ = kFileHeaderBytes;
         if (!startsWith(bytes.subspan(std::min<std::size_t>(infoStart_, bytes.size())), "BM")) {
-            return infoStart_ == 0 || refuse(result_, DIB_ERROR_INVALID, "this is not a bitmap");
+            return infoStart_ == 0 || refuse(result_, DIB_ERROR_INVALID, "this is not a BMP file");
         }
         infoStart_ += kFileHeaderBytes;
         if (bytes.size() < infoStart_) return refuseShort();
@@ -61,6 +61,8 @@ private:
         if (!file_.read(info_, 4)) return refuseShort();
         length_ = dib::readLe32(info_);
         if (length_ != kCoreHeader && (length_ < kShortestOs2 || length_ > kVersion5)) {
+            // Without a file header nothing but the name has said that this is a bitmap.
+            if (infoStart_ == 0) return refuse(result_, DIB_ERROR_INVALID, "this is not a BMP file");
             return refuse(result_, DIB_ERROR_UNSUPPORTED, "headers of %u bytes are not read", length_);
         }
         if (!file_.read(info_ + 4, length_ - 4)) return refuseShort();

@@ -379,6 +379,12 @@ TEST(BmpLoad, LargeAnnouncementsTakeNoMemory) {
     EXPECT_FALSE(opened(bmp({.width = 20000, .height = 20000})).isLoaded);
 }
 
+TEST(BmpLoad, TextWithTheNameOfABitmapIsNone) {
+    const Opened load = opened(codec_test::bytesOf("Dear reader, this is no picture."), named("letter.bmp"));
+    EXPECT_EQ(load.reason(), "this is not a BMP file");
+    EXPECT_EQ(load.result.code, 6);
+}
+
 TEST(BmpLoad, EveryDamagedHeaderIsHarmless) {
     const Bytes file = bmp({.headerBytes = 124,
                             .width = 3,
