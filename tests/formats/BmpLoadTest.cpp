@@ -380,7 +380,8 @@ TEST(BmpLoad, LargeAnnouncementsTakeNoMemory) {
 }
 
 TEST(BmpLoad, TextWithTheNameOfABitmapIsNone) {
-    const Opened load = opened(codec_test::bytesOf("Dear reader, this is not a picture."), named("letter.bmp"));
+    const Opened load =
+        opened(codec_test::bytesOf("Dear reader, this is not a picture."), named("letter.bmp"));
     EXPECT_EQ(load.reason(), "this is not a BMP file");
     EXPECT_EQ(load.result.code, 6);
 }

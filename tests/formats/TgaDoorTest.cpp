@@ -268,9 +268,8 @@ TEST(TgaDoor, EveryDepthAndRowOrderComesBack) {
                 // Some runs, some pixels of their own.
                 for (int i = 0; i < size.width * size.height; ++i) {
                     if (i % 7 < 4)
-                        testing_support::setPixelValue(
-                            *image, i % size.width, i / size.width,
-                            0x01010101U & (bits < 32 ? (1ULL << bits) - 1 : UINT32_MAX));
+                        testing_support::setPixelValue(*image, i % size.width, i / size.width,
+                                                       0x01010101U & UINT32_MAX >> (32 - bits));
                 }
                 if (bits == 16) {
                     for (int i = 0; i < size.width * size.height; ++i)
