@@ -9,27 +9,10 @@
 #include "plugins/exr/Reader.h"
 #include "tests/formats/CodecTest.h"
 #include "tests/plugins/ExrFile.h"
+#include "tests/plugins/LeaksAllowed.h"
 #include "tests/support/Paths.h"
 
-// Of the leak checker, where the tests run under one.
-extern "C" {
-void __lsan_disable() __attribute__((weak));
-void __lsan_enable() __attribute__((weak));
-}
-
 namespace {
-
-// While alive, what is allocated may be lost.
-struct LeaksAllowed {
-    LeaksAllowed() {
-        if (__lsan_disable != nullptr) __lsan_disable();
-    }
-    ~LeaksAllowed() {
-        if (__lsan_enable != nullptr) __lsan_enable();
-    }
-    LeaksAllowed(const LeaksAllowed&) = delete;
-    LeaksAllowed& operator=(const LeaksAllowed&) = delete;
-};
 
 using codec_test::ProgressLog;
 using codec_test::TemporaryFile;
@@ -43,6 +26,7 @@ using exr_test::NamedCompression;
 using exr_test::pixels;
 using exr_test::read;
 using exr_test::sampleAt;
+using plugin_test::LeaksAllowed;
 using plugins::Picture;
 
 FileSpec onePixel(const std::vector<ChannelSpec>& channels) {
