@@ -244,7 +244,7 @@ public:
         const unsigned char* row = raster_.row(y);
         if (raster_.bitCount == 1) return widen(row, to);
         if (raster_.bitCount != 32) {
-            std::memcpy(to, row, raster_.pixelBytes());
+            std::memcpy(to, row, static_cast<std::size_t>(raster_.pixelBytes()));
             if (raster_.bitCount == 4 && raster_.width % 2 != 0) to[raster_.width / 2] &= 0xF0;
             return;
         }

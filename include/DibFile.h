@@ -128,7 +128,7 @@ struct DibFileInfo {
     int storedBits = 0;                 ///< Bits per pixel in the file.
     int pages = 1;                      ///< Pictures in the file.
     int layers = 0;                     ///< Layers of a document.
-    int levels = 1;                     ///< Sizes of the same picture.
+    int levels = 1;                     ///< Sizes of the same picture; 1 in all formats so far.
     bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
     int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
@@ -185,7 +185,8 @@ struct DibSaveOptions {
     int compressionLevel = -1;  ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
     bool runLengths = true;     ///< Run lengths where a format has them as an option.
     DibTiffCompression tiffCompression = DIB_TIFF_DEFLATE;  ///< How TIFF rows are packed.
-    const DibMetadata* metadata = nullptr;  ///< What the file says beside the pixels; null: nothing.
+    /// What the file says beside the pixels; null: nothing. It may be that of the call's own result.
+    const DibMetadata* metadata = nullptr;
 };
 /// @}
 
@@ -240,8 +241,8 @@ DIB_EXPORT bool DibLoadStream(const DibReader& reader, DibStream* image,
                               const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr,
                               DibProgressCallback callback = nullptr, void* user = nullptr);
 
-/// Reads what the headers of a file say, without decoding or allocating its pixels. Pages, layers and levels
-/// are counted; limits are not applied.
+/// Reads what the headers of a file say, without decoding or allocating its pixels. Pages and layers are
+/// counted; limits are not applied.
 /// @return False with a code and a reason as by `DibLoadFile`.
 DIB_EXPORT bool DibProbeFile(const char* path, DibFileInfo* info, const DibLoadOptions* options = nullptr,
                              DibFileResult* result = nullptr);
@@ -257,8 +258,8 @@ DIB_EXPORT bool DibProbeMemory(const void* bytes, std::size_t size, DibFileInfo*
 /// @{
 
 /// Says what a file of that format cannot hold of the image, as notes of the result.
-/// @return The number of losses; 0 as well when nothing can be said, which the result's code tells: 6 the
-/// image has no pixels, 7 the format is unknown or cannot be written.
+/// @return The number of losses; 0 as well when there can be no file, which the result's code says: 6 the
+/// image has no pixels, 7 the format is unknown or cannot be written, 8 the image is too large for it.
 DIB_EXPORT int DibSaveLosses(const DibStream* image, const char* format,
                              const DibSaveOptions* options = nullptr, DibFileResult* result = nullptr);
 

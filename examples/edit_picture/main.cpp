@@ -13,10 +13,6 @@ static bool showProgress(float fraction, void* step) {
     return isCancelled == 0;
 }
 
-static void show(const DibHandle& picture) {
-    std::printf("%d x %d pixels of %d bits\n", picture.width(), picture.height(), picture.bitCount());
-}
-
 static bool edit(DibHandle& picture) {
     char step[] = "edit";
     return picture->ChangeBpp(24, 0) && DibEffectSharpLittle(showProgress, step, picture.get(), 0U) &&
@@ -35,8 +31,11 @@ int main(int argc, char** argv) {
     DibFileResult result;
     bool isDone = picture && DibLoadFile(argv[1], picture.get(), nullptr, &result, showProgress, opening);
     if (isDone) {
-        show(picture);
-        isDone = edit(picture) && DibSaveFile(argv[2], picture.get(), nullptr, &result, showProgress, saving);
+        std::printf("%d x %d pixels of %d bits\n", picture.width(), picture.height(), picture.bitCount());
+        DibSaveOptions options;
+        options.metadata = &result.metadata;  // resolution, colour profile and EXIF go along
+        isDone =
+            edit(picture) && DibSaveFile(argv[2], picture.get(), &options, &result, showProgress, saving);
     }
     const char* why = result.reason[0] != '\0' ? result.reason : "cancelled, or short of memory";
     std::fprintf(stderr, "\n%s\n", isDone ? "done" : why);

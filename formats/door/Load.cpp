@@ -82,7 +82,9 @@ using Count = unsigned long long;
 // A refusal names the limit, the need and the setting.
 bool isWithinLimits(const DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) {
     const Count pixels = Count{static_cast<unsigned>(info.width)} * static_cast<unsigned>(info.height);
-    const Count bytes = (pixels * static_cast<unsigned>(info.bitCount) + 7) / 8;
+    const Count rowBytes =
+        (Count{static_cast<unsigned>(info.width)} * static_cast<unsigned>(info.bitCount) + 31) / 32 * 4;
+    const Count bytes = rowBytes * static_cast<unsigned>(info.height);
     const auto refuseFor = [&](const char* what, Count need, Count limit, const char* setting) {
         return refuse(result, DIB_ERROR_MISMATCH,
                       "the picture of %dx%d pixels needs %llu %s; the limit is %llu (%s)", info.width,

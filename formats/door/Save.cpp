@@ -211,15 +211,42 @@ bool isThere(const Target* target) {
     return target != nullptr;
 }
 
+// Each call starts its result anew. Options may point to the metadata in it, because an application opens and
+// saves with one result: they are kept for the call, and in the result after it.
+class KeptMetadata {
+public:
+    KeptMetadata(DibFileResult& result, const DibSaveOptions* options)
+        : result_(result), isKept_(options != nullptr && options->metadata == &result.metadata) {
+        if (isKept_) metadata_ = std::move(result.metadata);
+    }
+    ~KeptMetadata() {
+        if (isKept_) result_.metadata = std::move(metadata_);
+    }
+    KeptMetadata(const KeptMetadata&) = delete;
+    KeptMetadata& operator=(const KeptMetadata&) = delete;
+
+    DibSaveOptions completed(const DibSaveOptions* options) const {
+        DibSaveOptions complete = formats::completed(options);
+        if (isKept_) complete.metadata = &metadata_;
+        return complete;
+    }
+
+private:
+    DibFileResult& result_;
+    bool isKept_;
+    DibMetadata metadata_;
+};
+
 template <class Target>
 bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult* result,
             DibProgressCallback callback, void* user, Target* target) {
     DibFileResult own;
     DibFileResult& out = result != nullptr ? *result : own;
+    const KeptMetadata kept(out, options);
     return runCall(out, [&] {
         if (!isThere(target)) return refuse(out, DIB_ERROR_OPEN, "there is nothing to write to");
         if (!hasPicture(image)) return refuseEmpty(out);
-        DibSaveOptions complete = completed(options);
+        DibSaveOptions complete = kept.completed(options);
         Progress progress(callback, user);
         Save save = {*image, complete, out, progress};
         std::string name;
@@ -242,9 +269,10 @@ int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptio
                   DibFileResult* result) {
     DibFileResult own;
     DibFileResult& out = result != nullptr ? *result : own;
+    const formats::KeptMetadata kept(out, options);
     return formats::runCall(out, [&] {
         if (!formats::hasPicture(image)) return formats::refuseEmpty(out) ? 1 : 0;
-        DibSaveOptions complete = formats::completed(options);
+        DibSaveOptions complete = kept.completed(options);
         const formats::FileFormat* row = formats::chooseFormat(format, nullptr, out);
         if (row == nullptr) return 0;
         complete.format = formats::spellingOf(*row, format);

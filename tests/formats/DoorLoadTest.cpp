@@ -156,18 +156,18 @@ TEST(DoorLoad, OptionsRefuseWithTheirNames) {
     EXPECT_EQ(opened(file, options).reason(),
               "the picture of 3x2 pixels needs 6 pixels; the limit is 5 (mostPixels)");
     options.mostPixels = 6;
-    options.mostBytes = 17;
+    options.mostBytes = 23;
     EXPECT_EQ(opened(file, options).reason(),
-              "the picture of 3x2 pixels needs 18 bytes; the limit is 17 (mostBytes)");
+              "the picture of 3x2 pixels needs 24 bytes; the limit is 23 (mostBytes)");
     EXPECT_EQ(opened(file, options).result.code, 8);
-    options.mostBytes = 18;
+    options.mostBytes = 24;
     EXPECT_TRUE(opened(file, options).isLoaded);
 
     Pieces pieces{file};
     DibStream image;
     DibFileResult result;
     EXPECT_FALSE(DibLoadStream(DibReader{Pieces::read, &pieces}, &image, &options, &result));
-    EXPECT_STREQ(result.reason, "the stream is longer than 18 bytes (mostBytes)");
+    EXPECT_STREQ(result.reason, "the stream is longer than 24 bytes (mostBytes)");
 
     options = {};
     options.page = 1;

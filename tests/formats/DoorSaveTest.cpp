@@ -241,6 +241,23 @@ TEST(DoorSave, EveryFailingAllocationLeavesNothing) {
     }
 }
 
+// One result serves for opening and saving, and the resolution goes along.
+TEST(DoorSave, MetadataOfTheResultIsKept) {
+    const DibPtr image = randomImage(8, 8, 24, 5);
+    DibFileResult result;
+    result.metadata.xResolution = result.metadata.yResolution = 254;
+    DibSaveOptions options;
+    options.metadata = &result.metadata;
+    const TemporaryFile file(".bmp");
+    EXPECT_EQ(DibSaveLosses(image.get(), "ppm", &options, &result), 1);
+    EXPECT_STREQ(result.notes[0].text, "the resolution is not kept");
+    ASSERT_TRUE(DibSaveFile(file.path(), image.get(), &options, &result));
+    EXPECT_EQ(result.metadata.xResolution, 254);
+    DibStream loaded;
+    ASSERT_TRUE(DibLoadFile(file.path(), &loaded, nullptr, &result));
+    EXPECT_NEAR(result.metadata.xResolution, 254, 0.1);
+}
+
 TEST(DoorSave, LossesCanBeRefused) {
     const DibPtr image = randomImage(8, 8, 32, 5);
     DibFileResult result;

@@ -81,7 +81,7 @@ void exportLayers(const LayersJob& job) {
     DibFileResult probed;
     file.probe(header, job.pictures.load, probed);
     DibStream merged;
-    const DibFormat& inputFormat = *loadPicture(file, merged, job.pictures, progress, notes);
+    const DibFormat& inputFormat = *loadPicture(file, merged, job.pictures, progress, notes).format;
     if (!inputFormat.hasLayers) {
         throw Failure(kExitBadInput,
                       file.title() + ": load: " + std::string(inputFormat.name) + " files have no layers");

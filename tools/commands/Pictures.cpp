@@ -1,7 +1,11 @@
 #include "tools/commands/Pictures.h"
 
+#include <filesystem>
+#include <utility>
+
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Printable.h"
+#include "tools/io/Formats.h"
 
 namespace tool {
 
@@ -50,8 +54,8 @@ Failure loadFailure(const std::string& title, const DibFileResult& result) {
     return Failure(kExitBadInput, title + ": load: " + reason);
 }
 
-const DibFormat* loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
-                             Progress& progress, Notes& notes) {
+LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
+                       Progress& progress, Notes& notes) {
     progress.beginStep("load");
     DibFileResult result;
     const bool isLoaded = file.load(image, options.load, result, &Progress::report, &progress);
@@ -59,7 +63,7 @@ const DibFormat* loadPicture(const InputFile& file, DibStream& image, const Pict
     if (!isLoaded) throw loadFailure(file.title(), result);
     notes.add(file.title() + ": load", result);
     progress.endStep();
-    return result.format;
+    return {result.format, std::move(result.metadata)};
 }
 
 void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress) {
@@ -82,10 +86,13 @@ void savePicture(const std::string& name, const DibFormat& format, const DibStre
                  const PictureOptions& options, Progress& progress, Notes& notes) {
     const std::string title = outputTitle(name) + ": save";
     DibSaveOptions save = options.save;
-    save.format = format.name;
+    // An extension may choose among the formats of a family, as pgm and ppm do.
+    const std::string extension = std::filesystem::path(name).extension();
+    const bool isNamed = save.format == nullptr && formatOfExtension(name) == &format;
+    if (save.format == nullptr) save.format = isNamed ? extension.c_str() + 1 : format.name;
     DibFileResult result;
     if (options.isStrict) {
-        DibSaveLosses(&image, format.name, &save, &result);
+        DibSaveLosses(&image, save.format, &save, &result);
         notes.add(title, result);
         notes.judge();
     }

@@ -43,9 +43,14 @@ private:
     std::vector<std::string> lines_;
 };
 
-// Loads a picture and returns its format. Throws Failure (bad input).
-const DibFormat* loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
-                             Progress& progress, Notes& notes);
+// What a file says beside its pixels.
+struct LoadedFile {
+    const DibFormat* format;
+    DibMetadata metadata;
+};
+// Loads a picture. Throws Failure (bad input).
+LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
+                       Progress& progress, Notes& notes);
 // The failure of a load with that result.
 Failure loadFailure(const std::string& title, const DibFileResult& result);
 

@@ -62,11 +62,13 @@ void runJob(const RunJob& job) {
     Progress progress(job.steps.size() + 2, job.showsProgress);
     DibStream image;
     const InputFile input(job.input);
-    const DibFormat* inputFormat = loadPicture(input, image, job.pictures, progress, notes);
-    if (format == nullptr) format = inputFormat->writeDepths != 0 ? inputFormat : DibFindFormat("bmp");
+    const LoadedFile loaded = loadPicture(input, image, job.pictures, progress, notes);
+    if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
     for (const Step& step : job.steps) applyStep(step, input.title(), image, progress);
     progress.beginStep("save");
-    savePicture(job.output, *format, image, job.pictures, progress, notes);
+    PictureOptions pictures = job.pictures;
+    pictures.save.metadata = &loaded.metadata;
+    savePicture(job.output, *format, image, pictures, progress, notes);
     progress.endStep();
 }
 
