@@ -48,12 +48,13 @@ inline Opened opened(const Bytes& bytes, const DibLoadOptions& options = {}) {
     return opened;
 }
 
-// Options for files whose format has no signature.
-inline DibLoadOptions named(const std::string& name) {
+// Options for files whose format has no signature. The name must outlive them.
+inline DibLoadOptions named(const char* name) {
     DibLoadOptions options;
-    options.name = name.c_str();
+    options.name = name;
     return options;
 }
+inline DibLoadOptions named(const std::string& name) { return named(name.c_str()); }
 
 }  // namespace door_test
 
