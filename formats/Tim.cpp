@@ -15,7 +15,6 @@
 #include "dib/RowConverter.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
-#include "formats/ColorOrder.h"
 #include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
@@ -141,9 +140,16 @@ DIB_ALWAYS_INLINE void swapNibbles(unsigned char* bytes, std::size_t count) {
     }
 }
 
-// Also where both rows are the same.
+DIB_ALWAYS_INLINE void swapEnds(unsigned char* bytes, std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const unsigned char first = bytes[3 * i];
+        bytes[3 * i] = bytes[3 * i + 2];
+        bytes[3 * i + 2] = first;
+    }
+}
+
 void exchangeOrder(unsigned char* row, std::size_t bytes, int bitCount) {
-    if (bitCount == 24) formats::swapRedBlue(row, row, bytes / 3);
+    if (bitCount == 24) dib::runKernel<swapEnds>(row, bytes / 3);
     if (bitCount == 16) dib::runKernel<swapColors>(reinterpret_cast<std::uint16_t*>(row), bytes / 2);
     if (bitCount == 4) dib::runKernel<swapNibbles>(row, bytes);
 }

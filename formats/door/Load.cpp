@@ -70,7 +70,11 @@ bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const Di
         if (packing != "unknown") packing.copy(info.compression, sizeof info.compression - 1);
     }
     ProbeRequest request = {source.reader(), source.pathToReadAgain(), options, info, result};
-    if (format.probe == nullptr || !source.reader().seek(0) || !format.probe(request)) return false;
+    const bool isRead = format.probe != nullptr && source.reader().seek(0) && format.probe(request);
+    if (!isRead || info.width < 0 || info.height < 0) {
+        info.width = info.height = 0;
+        return false;
+    }
     if (options.appliesOrientation && exchangesSides(result.metadata.orientation)) {
         std::swap(info.width, info.height);
     }

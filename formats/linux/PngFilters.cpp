@@ -30,14 +30,15 @@ constexpr int nearest(int a, int b, int c) {
 template <int (*guess)(int, int, int)>
 DIB_ALWAYS_INLINE std::uint64_t apply(const Byte* __restrict row, const Byte* __restrict above,
                                       Byte* __restrict to, std::size_t bytes, std::size_t pixelBytes) {
+    const Byte* const before = row - pixelBytes;
+    const Byte* const aboveLeft = above - pixelBytes;
     std::uint64_t sum = 0;
     constexpr std::size_t kStrip = 4096;  // of which the sum fits in 32 bits
     for (std::size_t start = 0; start < bytes; start += kStrip) {
         const std::size_t end = bytes - start < kStrip ? bytes : start + kStrip;
         std::uint32_t strip = 0;
         for (std::size_t i = start; i < end; ++i) {
-            const auto value =
-                static_cast<Byte>(row[i] - guess(row[i - pixelBytes], above[i], above[i - pixelBytes]));
+            const auto value = static_cast<Byte>(row[i] - guess(before[i], above[i], aboveLeft[i]));
             const auto negative = static_cast<Byte>(-value);
             to[i] = value;
             strip += value < negative ? value : negative;
