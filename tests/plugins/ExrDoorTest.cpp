@@ -9,18 +9,18 @@ using door_test::opened;
 using exr_test::Bytes;
 using plugin_test::PluginsInUse;
 
-exr_test::FileSpec grey() {
-    exr_test::FileSpec spec = exr_test::colors(5, 4, Imf::HALF);
-    spec.channels = {{"Y", Imf::FLOAT}};
-    return spec;
+exr_test::FileContents grey() {
+    exr_test::FileContents contents = exr_test::colors(5, 4, Imf::HALF);
+    contents.channels = {{"Y", Imf::FLOAT}};
+    return contents;
 }
 
 TEST(ExrDoor, EverySourceGivesOnePicture) {
     const PluginsInUse plugins;
     for (const auto& named : exr_test::kCompressions) {
-        exr_test::FileSpec spec = exr_test::colors(7, 5, Imf::HALF);
-        spec.compression = named.compression;
-        const Bytes bytes = exr_test::write(spec, exr_test::sampleAt);
+        exr_test::FileContents contents = exr_test::colors(7, 5, Imf::HALF);
+        contents.compression = named.compression;
+        const Bytes bytes = exr_test::write(contents, exr_test::sampleAt);
         door_test::expectOneFromEverySource(bytes, ".exr");
         EXPECT_EQ(codec_test::pixelsOf(*opened(bytes).image), exr_test::pixels(bytes)) << named.name;
         DibFileInfo info;
@@ -53,9 +53,9 @@ TEST(ExrDoor, LuminanceIsGrey) {
 
 TEST(ExrDoor, CutFilesAreRefusedWithTheRow) {
     const PluginsInUse plugins;
-    exr_test::FileSpec spec = exr_test::colors(40, 40, Imf::FLOAT);
-    spec.compression = Imf::ZIPS_COMPRESSION;
-    const Bytes bytes = exr_test::write(spec, exr_test::sampleAt);
+    exr_test::FileContents contents = exr_test::colors(40, 40, Imf::FLOAT);
+    contents.compression = Imf::ZIPS_COMPRESSION;
+    const Bytes bytes = exr_test::write(contents, exr_test::sampleAt);
     // The table of where the rows are ends where the first row is.
     constexpr std::size_t kTableBytes = std::size_t{40} * 8;
     std::size_t table = 0;

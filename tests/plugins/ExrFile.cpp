@@ -32,7 +32,7 @@ Imath::Box2i boxOf(const Window& window) {
 // The samples of a file's channels, in the channels' own types.
 class Samples {
 public:
-    Samples(const FileSpec& layout, const Sampler& sampler) {
+    Samples(const FileContents& layout, const Sampler& sampler) {
         for (std::size_t i = 0; i < layout.channels.size(); ++i) {
             planes_.push_back(planeOf(layout, i, sampler));
             frame.insert(layout.channels[i].name, sliceOf(layout, i));
@@ -43,7 +43,7 @@ public:
 private:
     static std::size_t sizeOf(Imf::PixelType type) { return type == Imf::HALF ? 2 : 4; }
 
-    static std::vector<char> planeOf(const FileSpec& layout, std::size_t i, const Sampler& sampler) {
+    static std::vector<char> planeOf(const FileContents& layout, std::size_t i, const Sampler& sampler) {
         std::vector<char> plane;
         const auto append = [&plane](auto value) {
             char bytes[sizeof value];
@@ -62,8 +62,8 @@ private:
     }
 
     // Coordinates are divided by the sampling, so that a coarse channel uses the first samples of its plane.
-    Imf::Slice sliceOf(const FileSpec& layout, std::size_t i) {
-        const ChannelSpec& channel = layout.channels[i];
+    Imf::Slice sliceOf(const FileContents& layout, std::size_t i) {
+        const ChannelContents& channel = layout.channels[i];
         const std::size_t pixel = sizeOf(channel.type);
         const auto width = static_cast<std::size_t>(layout.data.right - layout.data.left + 1);
         const std::ptrdiff_t origin =
@@ -76,11 +76,11 @@ private:
     std::vector<std::vector<char>> planes_;
 };
 
-Imf::Header headerOf(const FileSpec& layout) {
+Imf::Header headerOf(const FileContents& layout) {
     Imf::Header header(boxOf(layout.display), boxOf(layout.data));
     header.compression() = layout.compression;
     header.lineOrder() = layout.isBottomUp ? Imf::DECREASING_Y : Imf::INCREASING_Y;
-    for (const ChannelSpec& channel : layout.channels) {
+    for (const ChannelContents& channel : layout.channels) {
         header.channels().insert(channel.name,
                                  Imf::Channel(channel.type, channel.sampling, channel.sampling));
     }
@@ -98,7 +98,7 @@ Bytes bytesOf(const Imf::StdOSStream& stream) {
 
 }  // namespace
 
-Bytes write(const FileSpec& layout, const Sampler& sampler) {
+Bytes write(const FileContents& layout, const Sampler& sampler) {
     const Samples samples(layout, sampler);
     Imf::StdOSStream stream;
     if (layout.tileSide == 0) {
@@ -119,8 +119,8 @@ Bytes write(const FileSpec& layout, const Sampler& sampler) {
     return bytesOf(stream);
 }
 
-Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler) {
-    FileSpec second = first;
+Bytes writeTwoParts(const FileContents& first, const Sampler& sampler) {
+    FileContents second = first;
     second.data = {0, 0, 0, 0};
     Imf::Header headers[] = {headerOf(first), headerOf(second)};
     headers[0].setName("first");
@@ -130,7 +130,7 @@ Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler) {
     {
         Imf::MultiPartOutputFile file(stream, headers, 2, false, 0);
         int index = 0;
-        for (const FileSpec& layout : {first, second}) {
+        for (const FileContents& layout : {first, second}) {
             const Samples samples(layout, sampler);
             Imf::OutputPart part(file, index++);
             part.setFrameBuffer(samples.frame);
@@ -209,8 +209,8 @@ std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window
     return planes;
 }
 
-FileSpec colors(int width, int height, Imf::PixelType type) {
-    FileSpec layout;
+FileContents colors(int width, int height, Imf::PixelType type) {
+    FileContents layout;
     layout.data = {0, 0, width - 1, height - 1};
     layout.display = layout.data;
     for (const char* name : {"A", "B", "G", "R"}) layout.channels.push_back({name, type});

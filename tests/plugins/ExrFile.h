@@ -26,16 +26,16 @@ struct Window {
     int bottom = 0;
 };
 
-struct ChannelSpec {
+struct ChannelContents {
     std::string name;
     Imf::PixelType type;
     int sampling = 1;
 };
 
-struct FileSpec {
+struct FileContents {
     Window data;
     Window display;
-    std::vector<ChannelSpec> channels;
+    std::vector<ChannelContents> channels;
     Imf::Compression compression = OPENEXR_IMF_NAMESPACE::NO_COMPRESSION;
     int tileSide = 0;  // lines instead of tiles when 0
     Imf::LevelMode levels = OPENEXR_IMF_NAMESPACE::ONE_LEVEL;
@@ -56,9 +56,9 @@ inline constexpr NamedCompression kCompressions[] = {
 // The sample of a channel, by its place in the list, at coordinates of the data window.
 using Sampler = std::function<float(std::size_t channel, int x, int y)>;
 
-Bytes write(const FileSpec& layout, const Sampler& sampler);
+Bytes write(const FileContents& layout, const Sampler& sampler);
 // Two parts, of which the second is one pixel.
-Bytes writeTwoParts(const FileSpec& first, const Sampler& sampler);
+Bytes writeTwoParts(const FileContents& first, const Sampler& sampler);
 Bytes writeDeep();
 
 // With other bytes for the value of an attribute, of as many: the first of that name, or the second.
@@ -72,7 +72,7 @@ std::map<std::string, std::vector<float>> readSamples(const Bytes& bytes, Window
 
 // A picture of red, green, blue and alpha, and something smooth to show in it: a little of everything that a
 // curve can meet, and other values in every channel.
-FileSpec colors(int width, int height, Imf::PixelType type);
+FileContents colors(int width, int height, Imf::PixelType type);
 float sampleAt(std::size_t channel, int x, int y);
 
 // By the plug-in.

@@ -13,7 +13,7 @@ namespace {
 
 using exr_test::Bytes;
 using exr_test::colors;
-using exr_test::FileSpec;
+using exr_test::FileContents;
 using exr_test::kCompressions;
 using exr_test::NamedCompression;
 using exr_test::pixels;
@@ -27,7 +27,7 @@ template <typename Judge>
 void forEveryLayout(const Judge& judge) {
     for (const NamedCompression& compression : kCompressions) {
         for (const int tileSide : {0, 8}) {
-            FileSpec layout = colors(13, 20, Imf::HALF);
+            FileContents layout = colors(13, 20, Imf::HALF);
             layout.tileSide = tileSide;
             layout.compression = compression.compression;
             SCOPED_TRACE(std::string(compression.name) + " tiles " + std::to_string(tileSide));
@@ -88,7 +88,7 @@ constexpr int kMost = std::numeric_limits<int>::max();
 TEST(ExrHostileTest, SizesAreRefusedBeforeMemoryIsAsked) {
     for (const NamedCompression& compression : kCompressions) {
         for (const int tileSide : {0, 16}) {
-            FileSpec layout = colors(4, 4, Imf::HALF);
+            FileContents layout = colors(4, 4, Imf::HALF);
             layout.tileSide = tileSide;
             layout.compression = compression.compression;
             const Bytes small = write(layout, sampleAt);
@@ -108,7 +108,7 @@ TEST(ExrHostileTest, SizesAreRefusedBeforeMemoryIsAsked) {
 
 // Of 8 bytes a pixel; the samples of a tile are stored only as far as the picture reaches.
 TEST(ExrHostileTest, TilesOutOfProportionAreRefusedBeforeMemoryIsAsked) {
-    FileSpec layout = colors(16, 16, Imf::HALF);
+    FileContents layout = colors(16, 16, Imf::HALF);
     layout.tileSide = 16;
     const Bytes small = write(layout, sampleAt);
     const Bytes shown = pixels(small);
@@ -132,7 +132,7 @@ TEST(ExrHostileTest, TilesOutOfProportionAreRefusedBeforeMemoryIsAsked) {
 
 // Of 16 bytes a pixel: four times 1200 x 1200 pixels are as many as 2400 x 2400.
 TEST(ExrHostileTest, TilesMayBeFourTimesAsLargeAsThePicture) {
-    FileSpec layout = colors(1200, 1200, Imf::FLOAT);
+    FileContents layout = colors(1200, 1200, Imf::FLOAT);
     layout.tileSide = 1200;
     const Bytes large = write(layout, [](std::size_t, int, int) { return 1.0F; });
     const auto isStarted = [](const Bytes& bytes) {
@@ -149,7 +149,7 @@ TEST(ExrHostileTest, TilesMayBeFourTimesAsLargeAsThePicture) {
 }
 
 TEST(ExrHostileTest, LevelsThatTheFileCannotHoldAreRefused) {
-    FileSpec layout = colors(64, 64, Imf::HALF);
+    FileContents layout = colors(64, 64, Imf::HALF);
     layout.tileSide = 64;
     layout.compression = Imf::ZIP_COMPRESSION;
     const Bytes one = write(layout, [](std::size_t, int, int) { return 1.0F; });

@@ -17,10 +17,10 @@ namespace {
 using codec_test::ProgressLog;
 using codec_test::TemporaryFile;
 using exr_test::Bytes;
-using exr_test::ChannelSpec;
+using exr_test::ChannelContents;
 using exr_test::colors;
 using exr_test::expectedPixels;
-using exr_test::FileSpec;
+using exr_test::FileContents;
 using exr_test::kCompressions;
 using exr_test::NamedCompression;
 using exr_test::pixels;
@@ -29,8 +29,8 @@ using exr_test::sampleAt;
 using plugin_test::LeaksAllowed;
 using plugins::Picture;
 
-FileSpec onePixel(const std::vector<ChannelSpec>& channels) {
-    FileSpec layout;
+FileContents onePixel(const std::vector<ChannelContents>& channels) {
+    FileContents layout;
     layout.channels = channels;
     return layout;
 }
@@ -45,7 +45,7 @@ TEST(ExrTest, ChannelsByName) {
     constexpr Imf::PixelType kHalf = Imf::HALF;
     constexpr Imf::PixelType kFloat = Imf::FLOAT;
     struct Case {
-        std::vector<ChannelSpec> channels;
+        std::vector<ChannelContents> channels;
         Bytes pixel;
     };
     for (const Case& c : {
@@ -70,7 +70,7 @@ TEST(ExrTest, ChannelsByName) {
 }
 
 TEST(ExrTest, LuminanceAloneIsGrey) {
-    FileSpec layout = onePixel({{"Y", Imf::HALF}});
+    FileContents layout = onePixel({{"Y", Imf::HALF}});
     layout.data = {0, 0, 1, 1};
     Picture picture;
     ASSERT_TRUE(read(write(layout, [](std::size_t, int x, int y) { return x == 1 && y == 0 ? 1.0F : 0.5F; }),
@@ -85,7 +85,7 @@ TEST(ExrTest, LuminanceAloneIsGrey) {
 
 // RY and BY are (R - Y) / Y and (B - Y) / Y, and Y is 0.2126 R + 0.7152 G + 0.0722 B.
 TEST(ExrTest, LuminanceAndChromaAreColors) {
-    FileSpec layout = onePixel({{"BY", Imf::HALF, 2}, {"RY", Imf::HALF, 2}, {"Y", Imf::HALF}});
+    FileContents layout = onePixel({{"BY", Imf::HALF, 2}, {"RY", Imf::HALF, 2}, {"Y", Imf::HALF}});
     layout.data = {2, 4, 9, 11};
     const auto sampler = [](std::size_t channel, int, int) {
         constexpr float kRed = 1.0F;
@@ -114,8 +114,8 @@ TEST(ExrTest, LuminanceAndChromaAreColors) {
 }
 
 TEST(ExrTest, WhatIsNoPictureIsRefused) {
-    const auto refuses = [](const std::vector<ChannelSpec>& channels) {
-        FileSpec layout = onePixel(channels);
+    const auto refuses = [](const std::vector<ChannelContents>& channels) {
+        FileContents layout = onePixel(channels);
         layout.data = {0, 0, 1, 1};
         return pixels(write(layout, gradesAt)).empty();
     };
@@ -147,7 +147,7 @@ TEST(ExrTest, SamplesOutsideTheCurve) {
                             6e-8F,
                             0.0F};
     for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
-        FileSpec layout = onePixel({{"Y", type}});
+        FileContents layout = onePixel({{"Y", type}});
         layout.data = {0, 0, 7, 0};
         const Bytes seen = pixels(write(layout, [&](std::size_t, int x, int) { return values[x]; }));
         EXPECT_EQ(seen, (Bytes{0, 255, 255, 0, 0, 255, 0, 0})) << type;
@@ -158,7 +158,7 @@ TEST(ExrTest, SamplesOutsideTheCurve) {
 TEST(ExrTest, PicturesOfOneColor) {
     for (const NamedCompression& compression : kCompressions) {
         for (const int tileSide : {0, 512}) {
-            FileSpec layout = onePixel({{"Y", Imf::FLOAT}});
+            FileContents layout = onePixel({{"Y", Imf::FLOAT}});
             layout.data = {0, 0, 511, 511};
             layout.compression = compression.compression;
             layout.tileSide = tileSide;
@@ -173,7 +173,7 @@ TEST(ExrTest, EveryCompressionInLinesAndTiles) {
         for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
             for (const int tileSide : {0, 16}) {
                 for (const auto& [width, height] : {std::pair{67, 45}, std::pair{1, 1}, std::pair{3, 270}}) {
-                    FileSpec layout = colors(width, height, type);
+                    FileContents layout = colors(width, height, type);
                     layout.compression = compression.compression;
                     layout.tileSide = tileSide;
                     const Bytes bytes = write(layout, sampleAt);
@@ -193,7 +193,7 @@ TEST(ExrTest, ChunksOfNoise) {
     };
     for (const NamedCompression& compression : kCompressions) {
         for (const Imf::PixelType type : {Imf::HALF, Imf::FLOAT}) {
-            FileSpec layout = colors(20, 128, type);
+            FileContents layout = colors(20, 128, type);
             layout.compression = compression.compression;
             const Bytes bytes = write(layout, noise);
             EXPECT_EQ(pixels(bytes), expectedPixels(bytes)) << compression.name << " " << type;
@@ -207,7 +207,7 @@ TEST(ExrTest, TheDataWindowIsThePicture) {
           exr_test::Window{-200, -300, 20, -280}}) {
         for (const int tileSide : {0, 8}) {
             for (const bool isBottomUp : {false, true}) {
-                FileSpec layout = colors(16, 16, Imf::HALF);
+                FileContents layout = colors(16, 16, Imf::HALF);
                 layout.data = data;
                 layout.tileSide = tileSide;
                 layout.isBottomUp = isBottomUp;
@@ -225,7 +225,7 @@ TEST(ExrTest, TheDataWindowIsThePicture) {
 
 TEST(ExrTest, OfLevelsTheLargestAndOfPartsTheFirst) {
     for (const Imf::LevelMode levels : {Imf::MIPMAP_LEVELS, Imf::RIPMAP_LEVELS}) {
-        FileSpec layout = colors(33, 21, Imf::HALF);
+        FileContents layout = colors(33, 21, Imf::HALF);
         layout.tileSide = 8;
         layout.levels = levels;
         const Bytes bytes = write(layout, sampleAt);
@@ -238,7 +238,7 @@ TEST(ExrTest, OfLevelsTheLargestAndOfPartsTheFirst) {
 
 TEST(ExrTest, ProgressIsToldAfterEachLineAndCanStop) {
     for (const int tileSide : {0, 2}) {
-        FileSpec layout = colors(5, 4, Imf::HALF);
+        FileContents layout = colors(5, 4, Imf::HALF);
         layout.tileSide = tileSide;
         layout.compression = Imf::ZIP_COMPRESSION;
         const Bytes bytes = write(layout, sampleAt);
@@ -263,7 +263,7 @@ TEST(ExrTest, EveryAllocationMayFail) {
     for (const int tileSide : {0, 8}) {
         for (const Imf::Compression compression :
              {Imf::NO_COMPRESSION, Imf::ZIP_COMPRESSION, Imf::PIZ_COMPRESSION, Imf::DWAA_COMPRESSION}) {
-            FileSpec layout = colors(5, 40, Imf::HALF);
+            FileContents layout = colors(5, 40, Imf::HALF);
             layout.compression = compression;
             layout.tileSide = tileSide;
             const Bytes bytes = write(layout, sampleAt);
@@ -293,7 +293,7 @@ TEST(ExrTest, EveryAllocationMayFail) {
 
 TEST(ExrTest, NothingIsLostByAFailure) {
     for (const int tileSide : {0, 8}) {
-        FileSpec layout = colors(13, 20, Imf::HALF);
+        FileContents layout = colors(13, 20, Imf::HALF);
         layout.tileSide = tileSide;
         layout.compression = Imf::PIZ_COMPRESSION;
         const Bytes whole = write(layout, sampleAt);
