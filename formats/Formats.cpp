@@ -1,6 +1,7 @@
 #include "formats/Formats.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 #include "formats/door/Frame.h"
@@ -22,13 +23,12 @@ bool isNamed(std::string_view small, std::string_view any) {
     return std::equal(small.begin(), small.end(), any.begin(), any.end(), same);
 }
 
-// The public records of the same formats.
-constexpr const DibFormat* kRecords[] = {
-    &kBmpFormat.info, &kTgaFormat.info, &kPpmFormat.info, &kTimFormat.info,  &kIlbmFormat.info,
-    &kHdrFormat.info, &kPsdFormat.info, &kPngFormat.info, &kJpegFormat.info, &kTiffFormat.info,
-    &kExrFormat.info, &kDdsFormat.info, nullptr,
-};
-static_assert(std::size(kRecords) == std::size(kFormats) + 1);
+// The public records of the same formats, ended by null.
+constexpr auto kRecords = [] {
+    std::array<const DibFormat*, std::size(kFormats) + 1> records{};
+    for (std::size_t i = 0; i < std::size(kFormats); ++i) records[i] = &kFormats[i]->info;
+    return records;
+}();
 
 bool contains(const char* const* names, std::string_view name) {
     for (; names != nullptr && *names != nullptr; ++names) {
@@ -91,8 +91,8 @@ const FileFormat* formatOf(const DibFormat* format) {
 }  // namespace formats
 
 const DibFormat* const* DibGetFormats(std::size_t* count) {
-    if (count != nullptr) *count = std::size(formats::kRecords) - 1;
-    return formats::kRecords;
+    if (count != nullptr) *count = formats::kRecords.size() - 1;
+    return formats::kRecords.data();
 }
 
 const DibFormat* DibFindFormat(const char* nameOrExtension) {

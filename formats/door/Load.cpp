@@ -154,14 +154,6 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
     return false;
 }
 
-// Moves the picture into the caller's image.
-void install(DibStream& loaded, DibStream& image) {
-    image.SetDib(loaded.Header, loaded.HeaderOwner, loaded.Buffer, loaded.BufferOwner);
-    loaded.Header = nullptr;
-    loaded.Buffer = nullptr;
-    loaded.HeaderOwner = loaded.BufferOwner = 0;
-}
-
 bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFileResult& result,
           Progress& progress) {
     const FileFormat* format = recognize(source, options, result);
@@ -191,7 +183,7 @@ bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFi
     judgeAlpha(loaded, options.alpha, result);
     if (options.appliesOrientation && !turnUpright(loaded, result)) return false;
     if (!progress.report(1)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
-    install(loaded, image);
+    moveBlocks(loaded, image);
     return true;
 }
 

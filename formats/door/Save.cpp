@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "dib/Depths.h"
 #include "dib/File.h"
 #include "dib/ImageSize.h"
 #include "files/NamelessFile.h"
@@ -26,8 +27,7 @@ struct Save {
 };
 
 bool isDepth(int bitCount) {
-    return bitCount == 1 || bitCount == 4 || bitCount == 8 || bitCount == 16 || bitCount == 24 ||
-           bitCount == 32;
+    return dib::withAnyDepth(bitCount, [](auto) { return true; });
 }
 
 bool hasPicture(const DibStream* image) {

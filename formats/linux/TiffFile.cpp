@@ -11,6 +11,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/Exif.h"
+#include "formats/Turn.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/TiffHandle.h"
 #include "formats/linux/TiffRows.h"
@@ -19,17 +20,6 @@
 namespace formats {
 
 namespace {
-
-// How a picture is turned for display: the coordinates exchanged, then each mirrored in the picture as it is
-// stored.
-struct Turn {
-    bool exchanged;
-    bool mirroredX;
-    bool mirroredY;
-};
-constexpr Turn kTurns[] = {{false, false, false}, {false, true, false}, {false, true, true},
-                           {false, false, true},  {true, false, false}, {true, false, true},
-                           {true, true, true},    {true, true, false}};
 
 class TiffDecoder final : public FileDecoder {
 public:
@@ -176,7 +166,7 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
     storedOrientation_ = orientation_;
     if (!options_.dialect.turnsRows) orientation_ = ORIENTATION_TOPLEFT;
 
-    const bool exchanged = kTurns[orientation_ - 1].exchanged;
+    const bool exchanged = kTurns[orientation_ - 1].isExchanged;
     shownWidth_ = exchanged ? layout_.height : layout_.width;
     layout.width = shownWidth_;
     layout.height = exchanged ? layout_.width : layout_.height;
@@ -300,10 +290,10 @@ const unsigned char* TiffDecoder::turnedRow() {
     const std::size_t height = layout_.height;
     const std::size_t bytes = pixelBytes();
     for (std::size_t i = 0; i < shownWidth_; ++i) {
-        const std::size_t x = turn.exchanged ? nextRow_ : i;
-        const std::size_t y = turn.exchanged ? i : nextRow_;
+        const std::size_t x = turn.isExchanged ? nextRow_ : i;
+        const std::size_t y = turn.isExchanged ? i : nextRow_;
         const std::size_t from =
-            (turn.mirroredY ? height - 1 - y : y) * width + (turn.mirroredX ? width - 1 - x : x);
+            (turn.isMirroredY ? height - 1 - y : y) * width + (turn.isMirroredX ? width - 1 - x : x);
         std::memcpy(row_.get() + i * bytes, raster_.get() + from * bytes, bytes);
     }
     ++nextRow_;

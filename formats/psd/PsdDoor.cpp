@@ -141,11 +141,9 @@ bool readLayer(ReadRequest& request, const PsdHeader& header, psd::Document& doc
         return refuse(request.result, DIB_ERROR_INVALID, "the layers are damaged or end too early");
     int left = 0;
     int top = 0;
-    DibStream* image = loader.GetLayerImage(layer, left, top);
+    const ImagePtr image(loader.GetLayerImage(layer, left, top));
     if (image == nullptr) return refuse(request.result, DIB_ERROR_MISMATCH, "layer %d has no pixels", layer);
-    request.image->SetDib(image->Header, image->HeaderOwner, image->Buffer, image->BufferOwner);
-    image->HeaderOwner = image->BufferOwner = 0;
-    image->Release();
+    moveBlocks(*image, *request.image);
     completeColors(header, *request.image);
     noteConversions(header, request.result);
     return true;
