@@ -195,7 +195,7 @@ bool DibStream::ChangeTo32Bit(unsigned int) {
     return header != nullptr && SetDib(header, dib::kOwned, pixels.release(), dib::kOwned);
 }
 
-// The limit is taken from bits 16 to 23 where they stand, so any limit given there is far above the
+// The limit is taken from bits 16 to 23 without a shift, so any limit given there is far above the
 // quantizer's table and means as many boxes as that holds. At 4 bits such a limit can never be below 16 and
 // so is never used. Callers pass the selector alone.
 bool DibStream::MedianCut8(unsigned int flags) {

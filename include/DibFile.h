@@ -15,7 +15,7 @@
 /// - **Paths** are UTF-8 or wide. A null path, image, block or stream fails with a reason.
 /// - **Options** travel with the call. A null pointer means the defaults.
 /// - **Results.** The functions return whether they succeeded. `DibFileResult` says why not, and what they
-///   noted. A null pointer means that the caller does not want to know.
+///   noted. The pointer may be null.
 /// - **Failure.** A load that fails leaves the image as it was, a save that fails the file. Nothing throws,
 ///   and every allocation may fail (code 2). Loads also store the code in `DibStream::ErrorCode`, 0 included.
 /// - **Progress.** The callback gets fractions that start at 0, never go back and end at 1 when the call
@@ -83,7 +83,7 @@ struct DibBytes {
     ~DibBytes() { std::free(data); }
 };
 
-/// What a file says about its picture beside the pixels.
+/// What a file holds beside the pixels.
 struct DibMetadata {
     double xResolution = 0;  ///< Pixels per inch; 0 when unknown.
     double yResolution = 0;  ///< Pixels per inch; 0 when unknown.

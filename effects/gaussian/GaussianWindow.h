@@ -17,7 +17,7 @@ constexpr std::ptrdiff_t kGaussianBlock = 64;
 constexpr std::ptrdiff_t kGaussianPiece = 4 * kGaussianBlock;
 
 // The unchanged rows from `reach` above the current one to `reach` below it, with `reach` pixels beyond the
-// edges on either side. What lies behind them can be read up to a whole piece beyond.
+// edges on either side. The memory beyond them can be read for a whole piece.
 class GaussianWindow {
 public:
     // False when memory is short.

@@ -56,7 +56,7 @@ public:
         width_ = raster.width;
         bitCount_ = raster.bitCount;
         if (width_ == 0) return true;
-        // At 4 bits the two pixels of each byte are read swapped; callers know the results so.
+        // At 4 bits the two pixels of each byte are read swapped; callers rely on the results.
         reader_ = {*image_, raster, {37, 73}, dib::BrightnessReader::Nibbles::kLowFirst};
         across_ = DecidingPositions(dib::EdgeWindow(dib::axisX(raster, flags_), radius_));
         down_ = DecidingPositions(dib::EdgeWindow(dib::axisY(raster, flags_), radius_));

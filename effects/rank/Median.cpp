@@ -1,6 +1,6 @@
 // The pixel one step darker than the median of a square: of n positions the one with (n + 1) / 2 brighter
-// ones before it, where the first visited of equally bright pixels counts as brighter. Callers know the
-// filter so.
+// ones before it, where the first visited of equally bright pixels counts as brighter. Callers rely on
+// this choice.
 
 #include "effects/EffectFrame.h"
 #include "effects/rank/MedianLargeRadius.h"

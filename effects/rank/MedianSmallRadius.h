@@ -63,7 +63,8 @@ private:
     int keyBits_ = 0;
     std::uint8_t keyOfIndex_[256] = {};
     bool seen_[256] = {};  // indices
-    // By key: an index seen with it, and whether another one was, too. Then the key does not tell the pixel.
+    // By key: an index seen with it, and whether another one was, too. Then the key does not determine the
+    // pixel.
     std::uint8_t indexOfKey_[256] = {};
     bool severalIndices_[256] = {};
 };

@@ -34,7 +34,7 @@ void selectByBrightness(const BrightnessPlanes* rows, int side, int rank, std::u
                         std::ptrdiff_t count);
 
 // The same where bytes of `bits` bits, called keys and flipped like those above, rank the pixels, in two
-// steps: the key alone often tells the pixel. keys[x] = the key selected in square x.
+// steps: the key alone often determines the pixel. keys[x] = the key selected in square x.
 void selectKeys(const std::int8_t* const* rows, int side, int rank, int bits, std::int8_t* keys,
                 std::ptrdiff_t count);
 // positions[x] = the position of that key, for the squares from `first` to before `end`.

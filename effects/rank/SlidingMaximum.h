@@ -47,7 +47,7 @@ private:
 void maximumAlongRow(Candidates in, std::ptrdiff_t width, std::ptrdiff_t window, Candidates scratch,
                      Candidates out);
 
-// A queue of rows that knows the maximum of each column over all rows it holds; rows pushed earlier come
+// A queue of rows with the maximum of each column over all its rows; rows pushed earlier come
 // first in visiting order.
 class SlidingMaximum {
 public:
