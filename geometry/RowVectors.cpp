@@ -51,12 +51,12 @@ DIB_TARGET_AVX2 inline __m256i mixDown16(const std::uint16_t* upper, const std::
 
 // The weighted sums of one span: pixels 0 and 1 of each group of four in the low lane, 2 and 3 in the high.
 template <int Channels>
-DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::uint16_t* weights, int taps,
-                                        __m256i pairs) {
+DIB_TARGET_AVX2 inline __m256i spanSums(const unsigned char* pixel, const std::uint16_t* weights,
+                                        std::ptrdiff_t taps, __m256i pairs) {
     const __m256i spread =
         joinLanes(_mm_set1_epi32(0x03020100), _mm_set1_epi32(0x07060504));  // both halves of four weights
     __m256i sums = _mm256_setzero_si256();
-    for (int k = 0; k < taps; k += AreaSpans::kGroup, pixel += AreaSpans::kGroup * Channels) {
+    for (std::ptrdiff_t k = 0; k < taps; k += AreaSpans::kGroup, pixel += AreaSpans::kGroup * Channels) {
         long long fourWeights;
         std::memcpy(&fourWeights, weights + k, sizeof fourWeights);
         const __m256i weight = _mm256_shuffle_epi8(_mm256_set1_epi64x(fourWeights), spread);
@@ -132,19 +132,20 @@ DIB_TARGET_AVX2 std::ptrdiff_t mixDownVectors(const std::uint16_t* upper, const 
 }
 
 template <int Channels>
-DIB_TARGET_AVX2 int averageVectors(const unsigned char* row, const AreaSpans* rowSpans, unsigned char* out) {
-    const AreaSpans& spans = *rowSpans;
+DIB_TARGET_AVX2 int averageVectors(const unsigned char* row, const AreaSpans* spans, unsigned char* out) {
     const __m256i pairs = joinLanes(pairMask(Channels, 0), pairMask(Channels, 2));
-    const int taps = spans.taps();
-    const int* firsts = spans.firsts();
-    const float* inverses = spans.inverses();
-    for (int i = 0; i < spans.count(); i += 2) {
+    const std::ptrdiff_t count = spans->count();
+    const std::ptrdiff_t taps = spans->taps();
+    const int* firsts = spans->firsts();
+    const std::uint16_t* weights = spans->weights(0);
+    const float* inverses = spans->inverses();
+    for (std::ptrdiff_t i = 0; i < count; i += 2) {
         // An odd last span is computed twice and stored once.
-        const int j = i + 1 < spans.count() ? i + 1 : i;
+        const std::ptrdiff_t j = i + 1 < count ? i + 1 : i;
         const __m256i a =
-            spanSums<Channels>(row + std::ptrdiff_t{firsts[i]} * Channels, spans.weights(i), taps, pairs);
+            spanSums<Channels>(row + std::ptrdiff_t{firsts[i]} * Channels, weights + i * taps, taps, pairs);
         const __m256i b =
-            spanSums<Channels>(row + std::ptrdiff_t{firsts[j]} * Channels, spans.weights(j), taps, pairs);
+            spanSums<Channels>(row + std::ptrdiff_t{firsts[j]} * Channels, weights + j * taps, taps, pairs);
         const __m256i sums =
             _mm256_add_epi32(_mm256_permute2x128_si256(a, b, 0x20), _mm256_permute2x128_si256(a, b, 0x31));
         const __m256 inverse = _mm256_set_m128(_mm_set1_ps(inverses[j]), _mm_set1_ps(inverses[i]));
@@ -154,12 +155,12 @@ DIB_TARGET_AVX2 int averageVectors(const unsigned char* row, const AreaSpans* ro
         const __m256i words = _mm256_packus_epi32(wide, wide);
         const __m256i bytes = _mm256_packus_epi16(words, words);
         const int first = _mm256_extract_epi32(bytes, 0);
-        std::memcpy(out + std::ptrdiff_t{i} * Channels, &first, 4);
+        std::memcpy(out + i * Channels, &first, 4);
         if (j == i) break;
         const int second = _mm256_extract_epi32(bytes, 4);
-        std::memcpy(out + std::ptrdiff_t{j} * Channels, &second, 4);
+        std::memcpy(out + j * Channels, &second, 4);
     }
-    return spans.count();
+    return spans->count();
 }
 
 template <int Channels>
