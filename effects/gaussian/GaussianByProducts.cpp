@@ -64,7 +64,8 @@ void GaussianByProducts::weighColumns() {
     }
 }
 
-// Piece by piece from the left. Results lag by two paddings: by then the columns on both sides have been computed.
+// Piece by piece from the left. Results lag by two paddings: by then the columns on both sides have been
+// computed.
 void GaussianByProducts::blurRow(unsigned char* out) {
     const std::ptrdiff_t lag = 2 * window_.padding();
     const std::ptrdiff_t end = window_.samples() + lag;
