@@ -21,6 +21,7 @@ public:
         at_ = isBig_ ? number(8, 8) : number(4, 4);
     }
 
+    bool isBehindFile() const { return at_ >= file_.size(); }
     bool isInFile() const { return at_ >= 8 && at_ <= file_.size() - countBytes(); }
     bool isWhole() const { return isInFile() && entryAt(entries()) <= file_.size(); }
 
@@ -79,6 +80,8 @@ std::string diagnoseTiff(const RefusedFile& file) {
     const std::uint32_t version = order == "II" ? file.le16(2) : file.be16(2);
     if ((order != "II" && order != "MM") || (version != 42 && version != 43)) return "not a TIFF file";
     const Directory directory(file);
+    if (directory.isBehindFile())
+        return "the file ends before its directory, without which no pixels are found";
     if (!directory.isInFile()) return "the directory of the first picture lies outside of the file";
     if (!directory.isWhole()) return "the file ends inside its directory";
     const std::int64_t width = directory.value(kWidth, 0);

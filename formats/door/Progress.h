@@ -32,6 +32,8 @@ public:
     }
     // Remembers rows of pictures whose progress is not theirs alone.
     void countRows(std::size_t done) { rowsDone_ = std::max(rowsDone_, done); }
+    // Rows among those that were counted are not whole.
+    void loseRows(std::size_t lost) { rowsDone_ -= std::min(lost, rowsDone_); }
     bool isWatched() const { return callback_ != nullptr; }
     bool isCancelled() const { return isCancelled_; }
     std::size_t rowsDone() const { return rowsDone_; }

@@ -18,11 +18,27 @@ struct Dialect {
     bool keepsOpaqueTable;  // a palette whose colours are all opaque stays one, else becomes 32 bits
     bool turnsRows;         // as a TIFF file asks; else the door does
     bool readsMetadata;     // resolution, orientation, profile and EXIF block
+    bool showsFloatsAsTheyAre;  // 0 to 1 as 0 to 255; else light that screens show raised
+    bool keepsInkBits;          // until inks of more than 8 bits are colours; else they become 8 first
+    bool unpacksJpeg;  // JPEG pieces of TIFF files come as rows; else the library converts the picture
+    bool refusesBrokenPixels;  // by codes that mean nothing in JPEG data, else they are shown as they come
 };
-constexpr Dialect kClassic = {
-    .keepsIndices = false, .keepsOpaqueTable = false, .turnsRows = true, .readsMetadata = false};
-constexpr Dialect kWide = {
-    .keepsIndices = true, .keepsOpaqueTable = true, .turnsRows = false, .readsMetadata = true};
+constexpr Dialect kClassic = {.keepsIndices = false,
+                              .keepsOpaqueTable = false,
+                              .turnsRows = true,
+                              .readsMetadata = false,
+                              .showsFloatsAsTheyAre = false,
+                              .keepsInkBits = false,
+                              .unpacksJpeg = false,
+                              .refusesBrokenPixels = false};
+constexpr Dialect kWide = {.keepsIndices = true,
+                           .keepsOpaqueTable = true,
+                           .turnsRows = false,
+                           .readsMetadata = true,
+                           .showsFloatsAsTheyAre = true,
+                           .keepsInkBits = true,
+                           .unpacksJpeg = true,
+                           .refusesBrokenPixels = true};
 
 struct DecoderOptions {
     Dialect dialect = kClassic;
@@ -37,8 +53,12 @@ public:
     // After `readLayout`: what is not in the layout, and the notes and metadata of a load. False when memory
     // is short.
     virtual bool describe(DibFileInfo& info, DibFileResult& result) = 0;
-    // Why the pixels are not what they should be although all rows came; null when they are.
+    // After the last row: what follows the pixels. False when memory is short.
+    virtual bool finish(DibFileResult&) { return true; }
+    // What is wrong with the pixels, also where all rows came; null when nothing is known.
     virtual const char* damage() const { return nullptr; }
+    // Rows among those that came of which some pixels are missing.
+    virtual std::size_t rowsLost() const { return 0; }
     virtual bool isShortOfMemory() const { return isShortOfMemory_; }
 
 protected:

@@ -1,11 +1,7 @@
 // JPEG files by libjpeg: reading.
-#include <cstdio>
-// jpeglib.h needs FILE from the header above.
-#include <jerror.h>
-#include <jpeglib.h>
-
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <span>
@@ -113,12 +109,14 @@ public:
     bool startPixels() override;
     const unsigned char* nextRow() override;
     bool describe(DibFileInfo& info, DibFileResult& result) override;
-    const char* damage() const override { return damage_; }
+    bool finish(DibFileResult& result) override;
+    const char* damage() const override { return damage_[0] != '\0' ? damage_ : nullptr; }
 
 private:
     bool couldHold(std::uint64_t fileBytes) const;
     bool hasScans() const;
     bool isCutShort() const;
+    bool isShown(std::size_t row);
     bool keepMetadata(DibMetadata& metadata);
 
     ByteReader& file_;
@@ -128,7 +126,7 @@ private:
     ReaderSource source_;
     ScanWatch progress_{};
     std::size_t width_ = 0;
-    const char* damage_ = nullptr;
+    char damage_[64] = "";
     dib::MallocPtr<unsigned char> samples_;
     dib::MallocPtr<unsigned char> colors_;  // of inks only
     unsigned char greys_[256 * 3] = {};
@@ -245,17 +243,38 @@ bool JpegDecoder::isCutShort() const {
     return reports_.fileEnded && (jpeg_.arith_code != 0 || hasScans());
 }
 
+// Whether the row that was read is one to show, counted from 1.
+bool JpegDecoder::isShown(std::size_t row) {
+    if (isCutShort()) {
+        // All rows of such a picture have something to show.
+        if (!options_.keepsDamaged || !hasScans()) return false;
+        std::snprintf(damage_, sizeof damage_, "the file ends before its last scan does");
+    }
+    if (!options_.dialect.refusesBrokenPixels || !reports_.pixelsBroken || damage_[0] != '\0') return true;
+    if (hasScans()) {
+        std::snprintf(damage_, sizeof damage_, "a scan of the pixels is damaged");
+    } else if (options_.keepsDamaged) {
+        std::snprintf(damage_, sizeof damage_, "the pixels are damaged from row %zu on", row);
+    } else {
+        std::snprintf(damage_, sizeof damage_, "the pixels are damaged");
+    }
+    return options_.keepsDamaged;
+}
+
+// Cameras fill scans up, and files that were damaged have codes left, too.
+bool JpegDecoder::finish(DibFileResult& result) {
+    reports_.jump.run([this] { jpeg_finish_decompress(&jpeg_); });
+    if (reports_.hasBytesBehind)
+        note(result, DIB_NOTE_WARNING, "bytes follow the last pixel: the picture may be damaged");
+    return true;
+}
+
 const unsigned char* JpegDecoder::nextRow() {
     const bool read = reports_.jump.run([this] {
         JSAMPROW row = samples_.get();
         if (jpeg_read_scanlines(&jpeg_, &row, 1) != 1) reports_.jump.leave();
     });
-    if (!read) return nullptr;
-    if (isCutShort()) {
-        // All rows of such a picture have something to show.
-        if (!options_.keepsDamaged || !hasScans()) return nullptr;
-        damage_ = "the file ends before its last scan does";
-    }
+    if (!read || !isShown(jpeg_.output_scanline)) return nullptr;
     if (colors_ == nullptr) return samples_.get();
     const bool inverted = jpeg_.saw_Adobe_marker != 0;
     if (inverted) {

@@ -3,9 +3,10 @@
 #define FORMATS_LINUX_JPEG_REPORTS_H
 
 #include <cstdio>
-// jpeglib.h needs FILE from the header above.
-#include <jerror.h>
+// jpeglib.h needs FILE from the header above, and jerror.h numbers its messages by what jpeglib.h defines.
 #include <jpeglib.h>
+
+#include <jerror.h>
 
 #include "formats/linux/ErrorJump.h"
 
@@ -19,8 +20,10 @@ constexpr unsigned char kExifStart[] = {'E', 'x', 'i', 'f', 0, 0};
 struct JpegReports {
     jpeg_error_mgr manager{};  // first: the library knows this address only
     ErrorJump jump;
-    bool fileEnded = false;    // the library went on with an end marker of its own
-    bool pixelsEnded = false;  // the end marker came before the last pixel
+    bool fileEnded = false;       // the library went on with an end marker of its own
+    bool pixelsEnded = false;     // the end marker came before the last pixel
+    bool pixelsBroken = false;    // codes of pixels mean nothing, or a marker stands among them
+    bool hasBytesBehind = false;  // codes remain behind the last pixel of a scan
 
     static JpegReports& of(j_common_ptr codec) { return *reinterpret_cast<JpegReports*>(codec->err); }
 
@@ -33,10 +36,18 @@ struct JpegReports {
     }
 
     void note(j_common_ptr codec) {
-        if (manager.msg_code == JWRN_JPEG_EOF) fileEnded = true;
-        if (manager.msg_code == JWRN_HIT_MARKER && codec->is_decompressor != 0 &&
-            reinterpret_cast<j_decompress_ptr>(codec)->unread_marker == JPEG_EOI) {
-            pixelsEnded = true;
+        if (codec->is_decompressor == 0) return;
+        const auto* jpeg = reinterpret_cast<j_decompress_ptr>(codec);
+        switch (manager.msg_code) {
+            case JWRN_JPEG_EOF: fileEnded = true; break;
+            case JWRN_HIT_MARKER:
+                (jpeg->unread_marker == JPEG_EOI ? pixelsEnded : pixelsBroken) = true;
+                break;
+            case JWRN_HUFF_BAD_CODE:
+            case JWRN_ARITH_BAD_CODE:
+            case JWRN_MUST_RESYNC: pixelsBroken = true; break;
+            case JWRN_EXTRANEOUS_DATA: hasBytesBehind = hasBytesBehind || jpeg->input_scan_number > 0; break;
+            default: break;
         }
     }
 };

@@ -15,10 +15,11 @@ namespace {
 
 using Open = std::unique_ptr<FileDecoder> (*)(ByteReader& file, const DecoderOptions& options);
 
-bool end(ReadRequest& request, bool isShortOfMemory) {
+bool end(ReadRequest& request, bool isShortOfMemory, const char* damage = nullptr) {
     if (isShortOfMemory) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
     request.result.code = request.file.remaining() > 0 ? DIB_ERROR_INVALID : DIB_ERROR_READ;
-    return false;
+    if (damage == nullptr) return false;
+    return refuse(request.result, static_cast<DibErrorCode>(request.result.code), "%s", damage);
 }
 
 template <Open open>
@@ -35,10 +36,12 @@ bool read(ReadRequest& request) {
     if (!decoder->describe(info, request.result)) return end(request, true);
     NewImage image(request.image, &request.progress);
     const bool isRead = readBitmap(*decoder, layout, image);
-    const bool isShortOfMemory = decoder->isShortOfMemory() || request.image->ErrorCode == DIB_ERROR_MEMORY;
-    if (!isRead || isShortOfMemory) return end(request, isShortOfMemory);
+    const bool isFinished = !isRead || decoder->finish(request.result);
+    const bool isShortOfMemory =
+        !isFinished || decoder->isShortOfMemory() || request.image->ErrorCode == DIB_ERROR_MEMORY;
+    request.progress.loseRows(decoder->rowsLost());
     const char* damage = decoder->damage();
-    return damage == nullptr || refuse(request.result, DIB_ERROR_READ, "%s", damage);
+    return (isRead && !isShortOfMemory && damage == nullptr) || end(request, isShortOfMemory, damage);
 }
 
 template <Open open>

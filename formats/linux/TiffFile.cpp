@@ -23,8 +23,7 @@ namespace {
 
 class TiffDecoder final : public FileDecoder {
 public:
-    TiffDecoder(ByteReader& file, const DecoderOptions& options)
-        : source_{file, options.keepsDamaged}, options_(options) {}
+    TiffDecoder(ByteReader& file, const DecoderOptions& options) : source_{file}, options_(options) {}
 
     bool readLayout(BitmapLayout& layout) override;
     ColorTriples readColors() override;
@@ -32,6 +31,7 @@ public:
     const unsigned char* nextRow() override;
     bool describe(DibFileInfo& info, DibFileResult& result) override;
     const char* damage() const override;
+    std::size_t rowsLost() const override { return rowsLost_ + rows_.rowsLost(); }
     bool isShortOfMemory() const override { return isShortOfMemory_ || rows_.isShortOfMemory(); }
 
 private:
@@ -42,6 +42,7 @@ private:
     }
     bool readMeaning();
     std::uint16_t photometric() const;
+    bool unpackJpeg();
     std::size_t colorSamples();
     void findAlpha(std::size_t colors);
     bool isPlain() const;
@@ -50,6 +51,8 @@ private:
     bool startRows();
     bool readRaster();
     bool readConverted();
+    bool convertRows(TIFFRGBAImage& picture);
+    void divideAlpha();
     const unsigned char* turnedRow();
 
     std::size_t pixelBytes() const { return bitsPerPixel_ / 8; }
@@ -70,6 +73,7 @@ private:
     dib::MallocPtr<unsigned char> row_;
     dib::MallocPtr<unsigned char> raster_;  // of pictures that are needed as a whole
     std::size_t nextRow_ = 0;
+    std::size_t rowsLost_ = 0;  // of the raster
     unsigned char colors_[256 * 3] = {};
 };
 
@@ -88,6 +92,13 @@ std::uint16_t TiffDecoder::photometric() const {
     }
 }
 
+// Makes the library turn the colours of JPEG pieces into red, green and blue.
+bool TiffDecoder::unpackJpeg() {
+    return options_.dialect.unpacksJpeg && layout_.bits == 8 && layout_.perPixel == 3 && !layout_.isPlanar &&
+           field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) == COMPRESSION_JPEG &&
+           TIFFSetField(tiff_.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) != 0;
+}
+
 // Samples of the colours, which are the first ones of every pixel; 0 for kinds that only the library knows.
 std::size_t TiffDecoder::colorSamples() {
     switch (photometric()) {
@@ -95,6 +106,10 @@ std::size_t TiffDecoder::colorSamples() {
         case PHOTOMETRIC_MINISWHITE: meaning_.kind = TiffKind::kInvertedGrey; return 1;
         case PHOTOMETRIC_PALETTE: meaning_.kind = TiffKind::kPalette; return 1;
         case PHOTOMETRIC_RGB: meaning_.kind = TiffKind::kRgb; return 3;
+        case PHOTOMETRIC_YCBCR:
+            if (!unpackJpeg()) return 0;
+            meaning_.kind = TiffKind::kRgb;
+            return 3;
         case PHOTOMETRIC_SEPARATED:
             meaning_.kind = TiffKind::kInks;
             return field<std::uint16_t>(TIFFTAG_INKSET, INKSET_CMYK) == INKSET_CMYK ? 4 : 0;
@@ -128,9 +143,13 @@ bool TiffDecoder::readMeaning() {
     for (std::size_t i = 0; i < colors; ++i) meaning_.samples[meaning_.sampleCount++] = i;
     findAlpha(colors);
     const unsigned bits = layout_.bits;
+    // Small alphas leave little of the colours in bytes: they are divided before they are reduced.
+    meaning_.isWide = bits > 8 && (meaning_.isMultiplied ||
+                                   (meaning_.kind == TiffKind::kInks && options_.dialect.keepsInkBits));
     switch (field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT)) {
         case SAMPLEFORMAT_IEEEFP:
             meaning_.isFloat = true;
+            meaning_.isShownInBytes = options_.dialect.showsFloatsAsTheyAre;
             return meaning_.kind != TiffKind::kPalette && (bits == 16 || bits == 32 || bits == 64);
         case SAMPLEFORMAT_COMPLEXINT:
         case SAMPLEFORMAT_COMPLEXIEEEFP: return false;
@@ -170,7 +189,7 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
     shownWidth_ = exchanged ? layout_.height : layout_.width;
     layout.width = shownWidth_;
     layout.height = exchanged ? layout_.width : layout_.height;
-    layout.bitsPerComponent = meaning_.isFloat ? 32 : std::min<std::size_t>(bitsPerPixel_, 8);
+    layout.bitsPerComponent = meaning_.givesFloats() ? 32 : std::min<std::size_t>(bitsPerPixel_, 8);
     layout.bitsPerPixel = bitsPerPixel_;
     layout.bytesPerRow = rowBytes(shownWidth_);
     return true;
@@ -218,7 +237,7 @@ bool TiffDecoder::isPlain() const {
     if (hasIndices()) return layout_.bits != 2;
     return !layout_.isPlanar && !meaning_.isMultiplied && meaning_.sampleCount == layout_.perPixel &&
            meaning_.kind != TiffKind::kInvertedGrey && meaning_.kind != TiffKind::kInks &&
-           layout_.bits == (meaning_.isFloat ? 32 : 8) &&
+           layout_.bits == (meaning_.givesFloats() ? 32 : 8) &&
            std::size_t{layout_.bits} * layout_.perPixel == bitsPerPixel_;
 }
 
@@ -236,7 +255,11 @@ bool TiffDecoder::startPixels() {
 }
 
 bool TiffDecoder::startRows() {
-    if (!rows_.start(tiff_.get(), layout_, meaning_.samples, meaning_.sampleCount)) return false;
+    const TiffDamage damage = options_.keepsDamaged                  ? TiffDamage::kKept
+                              : options_.dialect.refusesBrokenPixels ? TiffDamage::kRefused
+                                                                     : TiffDamage::kTolerated;
+    if (!rows_.start(tiff_.get(), source_, layout_, damage, meaning_.samples, meaning_.sampleCount))
+        return false;
     isShortOfMemory_ = !isPlain() && !converter_.start(layout_, meaning_, colors_);
     return !isShortOfMemory_;
 }
@@ -257,20 +280,51 @@ bool TiffDecoder::readRaster() {
     return true;
 }
 
-// The library multiplies colours with their alpha, which is divided out again here.
 bool TiffDecoder::readConverted() {
-    const std::size_t pixels = std::size_t{layout_.width} * layout_.height;
     const dib::ImageSize size = dib::admitSize(layout_.width, static_cast<int>(layout_.height), 32);
     if (!size.admitted) return false;
     raster_ = dib::allocateImageBlock(size.imageBytes);
     isShortOfMemory_ = raster_ == nullptr;
     if (isShortOfMemory_) return false;
+    TIFFRGBAImage picture;
+    char reason[1024];
+    if (TIFFRGBAImageBegin(&picture, tiff_.get(), 1, reason) == 0) return false;
+    const bool isConverted = convertRows(picture);
+    TIFFRGBAImageEnd(&picture);
+    if (isConverted) divideAlpha();
+    return isConverted;
+}
+
+// In pieces of the file, each of which comes whole or not at all.
+bool TiffDecoder::convertRows(TIFFRGBAImage& picture) {
     // Asked for as it is stored, so that nothing is turned yet.
-    if (TIFFReadRGBAImageOriented(tiff_.get(), layout_.width, layout_.height,
-                                  reinterpret_cast<std::uint32_t*>(raster_.get()), storedOrientation_,
-                                  1) == 0) {
-        return false;
+    picture.req_orientation = storedOrientation_;
+    std::uint32_t rows = layout_.height;
+    TIFFGetFieldDefaulted(tiff_.get(),
+                          TIFFIsTiled(tiff_.get()) != 0 ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP, &rows);
+    if (rows == 0) return false;
+    for (std::size_t y = 0; y < layout_.height; y += rows) {
+        const std::size_t count = std::min<std::size_t>(rows, layout_.height - y);
+        unsigned char* to = raster_.get() + y * layout_.width * 4;
+        picture.row_offset = static_cast<int>(y);
+        const bool isWhole = TIFFRGBAImageGet(&picture, reinterpret_cast<std::uint32_t*>(to), layout_.width,
+                                              static_cast<std::uint32_t>(count)) != 0;
+        if (!isWhole && !options_.keepsDamaged) return false;
+        if (!isWhole) {
+            std::memset(to, 0, count * layout_.width * 4);
+            rowsLost_ += count;
+        }
+        // The rows themselves are reported when they are shown, which takes little time.
+        if (options_.progress != nullptr &&
+            !options_.progress->report(0.8 * static_cast<double>(y) / layout_.height))
+            return false;
     }
+    return true;
+}
+
+// The library multiplies colours with their alpha.
+void TiffDecoder::divideAlpha() {
+    const std::size_t pixels = std::size_t{layout_.width} * layout_.height;
     const std::size_t step = pixelBytes();
     for (std::size_t i = 0; i < pixels; ++i) {
         const unsigned char* from = raster_.get() + 4 * i;
@@ -281,7 +335,6 @@ bool TiffDecoder::readConverted() {
             to[k] = static_cast<unsigned char>(std::min(color, 255U));
         }
     }
-    return true;
 }
 
 const unsigned char* TiffDecoder::turnedRow() {
@@ -304,7 +357,9 @@ const unsigned char* TiffDecoder::nextRow() {
     if (raster_ != nullptr) return turnedRow();
     if (!rows_.next()) return nullptr;
     if (isPlain()) return rows_.row(0);
-    if (hasIndices()) {
+    if (rows_.isLost()) {
+        std::memset(row_.get(), 0, rowBytes(layout_.width));
+    } else if (hasIndices()) {
         widenPairs(rows_.row(0), row_.get(), rowBytes(layout_.width));
     } else {
         converter_.convert(rows_, row_.get());
@@ -313,7 +368,8 @@ const unsigned char* TiffDecoder::nextRow() {
 }
 
 const char* TiffDecoder::damage() const {
-    return source_.hasEnded ? "the file ends before its pixels do" : nullptr;
+    if (rowsLost_ > 0) return "some pieces of the picture are damaged or missing";
+    return rows_.damage()[0] != '\0' ? rows_.damage() : nullptr;
 }
 
 namespace {

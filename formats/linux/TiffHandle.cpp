@@ -1,7 +1,7 @@
 #include "formats/linux/TiffHandle.h"
 
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 
 namespace formats {
 
@@ -11,13 +11,7 @@ TiffSource& sourceOf(thandle_t handle) { return *static_cast<TiffSource*>(handle
 ByteWriter& writerOf(thandle_t handle) { return *static_cast<ByteWriter*>(handle); }
 
 tmsize_t readFrom(thandle_t handle, void* out, tmsize_t bytes) {
-    TiffSource& source = sourceOf(handle);
-    const auto wanted = static_cast<std::size_t>(bytes);
-    const std::size_t got = source.file.copy(out, wanted);
-    if (got == wanted || !source.isContinued) return static_cast<tmsize_t>(got);
-    source.hasEnded = true;
-    std::memset(static_cast<unsigned char*>(out) + got, 0, wanted - got);
-    return bytes;
+    return static_cast<tmsize_t>(sourceOf(handle).file.copy(out, static_cast<std::size_t>(bytes)));
 }
 tmsize_t readNothing(thandle_t, void*, tmsize_t) { return 0; }
 tmsize_t writeNothing(thandle_t, void*, tmsize_t) { return 0; }
@@ -51,16 +45,28 @@ toff_t sizeOfWriter(thandle_t handle) { return lengthOf(writerOf(handle)); }
 int closeNothing(thandle_t) { return 0; }
 
 int keepQuiet(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+int noteError(TIFF*, void* source, const char*, const char*, va_list) {
+    ++static_cast<TiffSource*>(source)->complaints;
+    return 1;
+}
+int noteWarning(TIFF*, void* source, const char* module, const char*, va_list) {
+    auto& noted = *static_cast<TiffSource*>(source);
+    const std::string_view decoder = module != nullptr ? module : "";
+    const bool isJpeg = decoder == "JPEGLib";
+    if (isJpeg || decoder.starts_with("Fax")) ++noted.complaints;
+    noted.isJpegBroken = noted.isJpegBroken || isJpeg;
+    return 1;
+}
 
 template <class Open>
-TiffPtr open(const Open& call) {
+TiffPtr open(const Open& call, TiffSource* source) {
     TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
     if (options == nullptr) return nullptr;
     // Strips and tiles are unpacked whole; no picture needs larger ones than this.
     constexpr tmsize_t kMostAtOnce = 1 << 29;
     TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostAtOnce);
-    TIFFOpenOptionsSetErrorHandlerExtR(options, keepQuiet, nullptr);
-    TIFFOpenOptionsSetWarningHandlerExtR(options, keepQuiet, nullptr);
+    TIFFOpenOptionsSetErrorHandlerExtR(options, source != nullptr ? noteError : keepQuiet, source);
+    TIFFOpenOptionsSetWarningHandlerExtR(options, source != nullptr ? noteWarning : keepQuiet, source);
     TiffPtr tiff(call(options));
     TIFFOpenOptionsFree(options);
     return tiff;
@@ -69,17 +75,21 @@ TiffPtr open(const Open& call) {
 }  // namespace
 
 TiffPtr readTiff(TiffSource& source) {
-    return open([&](TIFFOpenOptions* options) {
-        return TIFFClientOpenExt("", "rm", &source, readFrom, writeNothing, seekSource, closeNothing,
-                                 sizeOfSource, nullptr, nullptr, options);
-    });
+    return open(
+        [&](TIFFOpenOptions* options) {
+            return TIFFClientOpenExt("", "rm", &source, readFrom, writeNothing, seekSource, closeNothing,
+                                     sizeOfSource, nullptr, nullptr, options);
+        },
+        &source);
 }
 
 TiffPtr writeTiffTo(ByteWriter& file) {
-    return open([&](TIFFOpenOptions* options) {
-        return TIFFClientOpenExt("", "w", &file, readNothing, writeTo, seekWriter, closeNothing, sizeOfWriter,
-                                 nullptr, nullptr, options);
-    });
+    return open(
+        [&](TIFFOpenOptions* options) {
+            return TIFFClientOpenExt("", "w", &file, readNothing, writeTo, seekWriter, closeNothing,
+                                     sizeOfWriter, nullptr, nullptr, options);
+        },
+        nullptr);
 }
 
 int countTiffPages(ByteReader& file) {

@@ -16,11 +16,11 @@ struct CloseTiff {
 };
 using TiffPtr = std::unique_ptr<TIFF, CloseTiff>;
 
-// A file as the library reads it.
+// A file as the library reads it, and what the library says of it.
 struct TiffSource {
     ByteReader& file;
-    bool isContinued;       // by bytes of 0 where it ends early, so that what came is decoded
-    bool hasEnded = false;  // and the library read beyond its end
+    unsigned complaints = 0;    // errors, and warnings of decoders that go on without the pixels
+    bool isJpegBroken = false;  // its JPEG decoder warned
 };
 
 // Both must outlive the result, which is null when the library refuses the file or memory is short.

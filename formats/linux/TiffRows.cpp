@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
+#include <cstring>
 
 namespace formats {
 
@@ -13,12 +15,17 @@ std::uint64_t bytesOfRow(const TiffLayout& layout, std::uint32_t width) {
     return (std::uint64_t{width} * samples * layout.bits + 7) / 8;
 }
 
+// Larger strips and tiles are not read at once.
+constexpr std::uint64_t kMostPieceBytes = 1 << 29;
+
 }  // namespace
 
-bool TiffRows::start(TIFF* tiff, const TiffLayout& layout, const std::size_t* planes,
-                     std::size_t planeCount) {
+bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, TiffDamage damage,
+                     const std::size_t* planes, std::size_t planeCount) {
     tiff_ = tiff;
+    source_ = &source;
     layout_ = layout;
+    onDamage_ = damage;
     if (layout.isPlanar) {
         if (planeCount > kMostPlanes) return false;
         std::copy_n(planes, planeCount, planes_);
@@ -37,9 +44,10 @@ bool TiffRows::start(TIFF* tiff, const TiffLayout& layout, const std::size_t* pl
         std::uint32_t rows = 1;
         TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
         bandRows_ = std::min(rows, layout.height);
-        // Strips are the fastest to read as a whole, but one may be all of the picture.
-        constexpr std::uint64_t kMostAtOnce = 1 << 20;
-        if (!layout.isPlanar && rowBytes * bandRows_ > kMostAtOnce) bandRows_ = 1;
+        // Strips are the fastest to read as a whole, but one may be all of the picture. Damaged ones can be
+        // kept as a whole only.
+        const std::uint64_t mostAtOnce = damage == TiffDamage::kKept ? kMostPieceBytes : 1 << 20;
+        if (!layout.isPlanar && rowBytes * bandRows_ > mostAtOnce) bandRows_ = 1;
         isByStrip_ = bandRows_ > 1 || layout.isPlanar;
     }
     if (bandRows_ == 0 || rowBytes * bandRows_ * planeCount_ > INT_MAX) return false;
@@ -54,16 +62,15 @@ bool TiffRows::startTiles() {
     if (TIFFGetField(tiff_, TIFFTAG_TILEWIDTH, &tileWidth_) == 0 || tileWidth_ == 0) return false;
     if (TIFFGetField(tiff_, TIFFTAG_TILELENGTH, &tileHeight) == 0) return false;
     const std::uint64_t tileRowBytes = bytesOfRow(layout_, tileWidth_);
-    constexpr std::uint64_t kMostTileBytes = 1 << 29;
-    if (tileRowBytes > INT_MAX || tileRowBytes * tileHeight > kMostTileBytes) return false;
+    if (tileRowBytes > INT_MAX || tileRowBytes * tileHeight > kMostPieceBytes) return false;
     tileRowBytes_ = static_cast<std::size_t>(tileRowBytes);
-    tileBytes_ = tileRowBytes_ * tileHeight;
-    if (TIFFTileSize(tiff_) != static_cast<tmsize_t>(tileBytes_)) return false;
+    tileRows_ = tileHeight;
+    if (TIFFTileSize(tiff_) != static_cast<tmsize_t>(tileRowBytes_ * tileRows_)) return false;
     // Tiles side by side must meet between two bytes.
     const std::uint64_t rowBits =
         std::uint64_t{tileWidth_} * (layout_.isPlanar ? 1 : layout_.perPixel) * layout_.bits;
     if (tileWidth_ < layout_.width && rowBits % 8 != 0) return false;
-    tile_ = dib::allocateZeroed<unsigned char>(tileBytes_);
+    tile_ = dib::allocateZeroed<unsigned char>(tileRowBytes_ * tileRows_);
     bandRows_ = std::min(tileHeight, layout_.height);
     isShortOfMemory_ = tile_ == nullptr;
     return !isShortOfMemory_;
@@ -76,25 +83,94 @@ bool TiffRows::next() {
         if (!readBand()) return false;
     }
     ++y_;
+    if (inBand_ >= wholeRows_) ++rowsLost_;
     return true;
 }
 
 bool TiffRows::readBand() {
     const std::size_t rows = std::min<std::size_t>(bandRows_, layout_.height - y_);
     const auto y = static_cast<std::uint32_t>(y_);
+    wholeRows_ = rows;
+    begunRows_ = 0;
     for (std::size_t i = 0; i < planeCount_; ++i) {
         unsigned char* to = band_.get() + i * bandRows_ * rowBytes_;
         if (isTiled_) {
             if (!readTiles(i, rows)) return false;
-        } else if (isByStrip_) {
-            const std::uint32_t strip = TIFFComputeStrip(tiff_, y, static_cast<std::uint16_t>(planes_[i]));
-            const auto bytes = static_cast<tmsize_t>(rows * rowBytes_);
-            if (TIFFReadEncodedStrip(tiff_, strip, to, bytes) != bytes) return false;
-        } else if (TIFFReadScanline(tiff_, to, y, 0) != 1) {
+            continue;
+        }
+        const std::uint32_t strip = TIFFComputeStrip(tiff_, y, static_cast<std::uint16_t>(planes_[i]));
+        if (isByStrip_) {
+            if (!readPiece(strip, to, rows, rowBytes_)) return false;
+        } else if (TIFFReadScanline(tiff_, to, y, 0) != 1 || isBrokenJpeg()) {
+            noteDamage(strip, false);
             return false;
+        } else {
+            begunRows_ = rows;
         }
     }
     return true;
+}
+
+bool TiffRows::isBrokenJpeg() const { return onDamage_ != TiffDamage::kTolerated && source_->isJpegBroken; }
+
+void TiffRows::noteDamage(std::uint32_t number, bool isCut) {
+    if (damage_[0] != '\0') return;
+    const std::uint32_t count = isTiled_ ? TIFFNumberOfTiles(tiff_) : TIFFNumberOfStrips(tiff_);
+    const char* what = isTiled_ ? "tile" : "strip";
+    std::snprintf(damage_, sizeof damage_, isCut ? "the file ends in %s %u of %u" : "%s %u of %u is damaged",
+                  what, number + 1, count);
+}
+
+// A strip or tile, or what can be had of it; then the rest of it is 0.
+bool TiffRows::readPiece(std::uint32_t number, unsigned char* to, std::size_t rows, std::size_t rowBytes) {
+    const auto bytes = static_cast<tmsize_t>(rows * rowBytes);
+    const tmsize_t read = isTiled_ ? TIFFReadEncodedTile(tiff_, number, to, bytes)
+                                   : TIFFReadEncodedStrip(tiff_, number, to, bytes);
+    if (read == bytes && !isBrokenJpeg()) {
+        begunRows_ = std::max(begunRows_, rows);
+        return true;
+    }
+    const std::uint64_t start = TIFFGetStrileOffset(tiff_, number);
+    const std::uint64_t packed = TIFFGetStrileByteCount(tiff_, number);
+    const auto fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(source_->file.size(), 0));
+    const std::uint64_t there = start < fileBytes ? std::min(packed, fileBytes - start) : 0;
+    noteDamage(number, there < packed);
+    if (onDamage_ != TiffDamage::kKept) return false;
+    const std::size_t whole = salvage(number, start, std::min(there, kMostPieceBytes), to, rows, rowBytes);
+    std::memset(to + whole * rowBytes, 0, (rows - whole) * rowBytes);
+    wholeRows_ = std::min(wholeRows_, whole);
+    begunRows_ = std::max(begunRows_, whole);
+    return !isShortOfMemory_;
+}
+
+// How many rows of a piece can be decoded of the bytes that are there.
+std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::uint64_t bytes,
+                              unsigned char* to, std::size_t rows, std::size_t rowBytes) {
+    if (bytes == 0) return 0;
+    const auto packed = dib::allocateArray<unsigned char>(static_cast<std::size_t>(bytes));
+    isShortOfMemory_ = packed == nullptr;
+    if (isShortOfMemory_ || !source_->file.seek(static_cast<std::int64_t>(start)) ||
+        !source_->file.read(packed.get(), static_cast<std::size_t>(bytes))) {
+        return 0;
+    }
+    // The library says of a number of rows whether it has them all, and nothing else.
+    const auto decodes = [&](std::size_t count) {
+        source_->complaints = 0;
+        return TIFFReadFromUserBuffer(tiff_, number, packed.get(), static_cast<tmsize_t>(bytes), to,
+                                      static_cast<tmsize_t>(count * rowBytes)) == 1 &&
+               source_->complaints == 0;
+    };
+    std::size_t whole = 0;
+    for (std::size_t most = rows; whole < most;) {
+        const std::size_t middle = most - (most - whole) / 2;
+        if (decodes(middle)) {
+            whole = middle;
+        } else {
+            most = middle - 1;
+        }
+    }
+    source_->isJpegBroken = false;
+    return whole > 0 && decodes(whole) ? whole : 0;
 }
 
 bool TiffRows::readTiles(std::size_t plane, std::size_t rows) {
@@ -103,10 +179,7 @@ bool TiffRows::readTiles(std::size_t plane, std::size_t rows) {
     for (std::uint64_t x = 0; x < layout_.width; x += tileWidth_, at += tileRowBytes_) {
         const std::uint32_t number = TIFFComputeTile(tiff_, static_cast<std::uint32_t>(x), y, 0,
                                                      static_cast<std::uint16_t>(planes_[plane]));
-        if (TIFFReadEncodedTile(tiff_, number, tile_.get(), static_cast<tmsize_t>(tileBytes_)) !=
-            static_cast<tmsize_t>(tileBytes_)) {
-            return false;
-        }
+        if (!readPiece(number, tile_.get(), tileRows_, tileRowBytes_)) return false;
         const std::size_t width = std::min(tileRowBytes_, rowBytes_ - at);
         for (std::size_t row = 0; row < rows; ++row) {
             std::copy_n(tile_.get() + row * tileRowBytes_, width,

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "dib/Memory.h"
+#include "formats/linux/TiffHandle.h"
 
 namespace formats {
 
@@ -20,27 +21,49 @@ struct TiffLayout {
     bool isPlanar = false;       // a plane for each sample of the pixels, instead of all in one
 };
 
+// What becomes of pieces that cannot be decoded whole.
+enum class TiffDamage {
+    kTolerated,  // they end the rows, but for JPEG pieces that only break rules
+    kRefused,    // they end the rows
+    kKept,       // their rows are decoded as far as possible
+};
+
 class TiffRows {
 public:
     // Gets ready to read the rows from the top. Of planes those numbered in `planes` are read.
-    bool start(TIFF* tiff, const TiffLayout& layout, const std::size_t* planes, std::size_t planeCount);
+    bool start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, TiffDamage damage,
+               const std::size_t* planes, std::size_t planeCount);
     bool next();
-    // Whether that was why rows could not be started.
+    // Whether that was why rows could not be started or read.
     bool isShortOfMemory() const { return isShortOfMemory_; }
     // The samples that were read last: those of a whole pixel together, or of plane number i of `planes`.
     const unsigned char* row(std::size_t i) const {
         return band_.get() + (i * bandRows_ + inBand_) * rowBytes_;
     }
 
+    // Whether nothing of the row is there.
+    bool isLost() const { return inBand_ >= begunRows_; }
+    // Rows so far of which something is missing.
+    std::size_t rowsLost() const { return rowsLost_; }
+    // What was wrong first; empty when nothing was.
+    const char* damage() const { return damage_; }
+
 private:
     static constexpr std::size_t kMostPlanes = 5;  // four inks and alpha
 
     bool startTiles();
     bool readBand();
+    bool readPiece(std::uint32_t number, unsigned char* to, std::size_t rows, std::size_t rowBytes);
+    bool isBrokenJpeg() const;
+    void noteDamage(std::uint32_t number, bool isCut);
+    std::size_t salvage(std::uint32_t number, std::uint64_t start, std::uint64_t bytes, unsigned char* to,
+                        std::size_t rows, std::size_t rowBytes);
     bool readTiles(std::size_t plane, std::size_t rows);
 
     TIFF* tiff_ = nullptr;
+    TiffSource* source_ = nullptr;
     TiffLayout layout_;
+    TiffDamage onDamage_ = TiffDamage::kTolerated;
     std::size_t planes_[kMostPlanes] = {};
     std::size_t planeCount_ = 1;
     std::size_t rowBytes_ = 0;
@@ -49,12 +72,16 @@ private:
     bool isByStrip_ = false;
     dib::MallocPtr<unsigned char> band_;  // one plane after the other
     std::size_t inBand_ = 0;
-    std::size_t y_ = 0;  // of the next row
+    std::size_t y_ = 0;          // of the next row
+    std::size_t wholeRows_ = 0;  // of the band: of which nothing is missing
+    std::size_t begunRows_ = 0;  // and of which anything is there
+    std::size_t rowsLost_ = 0;
+    char damage_[64] = "";
     bool isShortOfMemory_ = false;
     bool isTiled_ = false;
     std::uint32_t tileWidth_ = 0;
     std::size_t tileRowBytes_ = 0;
-    std::size_t tileBytes_ = 0;
+    std::size_t tileRows_ = 0;
     dib::MallocPtr<unsigned char> tile_;
 };
 

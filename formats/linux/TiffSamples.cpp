@@ -123,11 +123,17 @@ float divided(float color, float alpha) { return alpha > 0.0F ? color / alpha : 
 void show(unsigned char sample, unsigned char& to) { to = sample; }
 void show(std::uint16_t sample, unsigned char& to) { to = byteOfWord(sample); }
 void show(float sample, float& to) { to = sample; }
+void show(float sample, unsigned char& to) {
+    // A float that is not a number is neither.
+    to = sample >= 1  ? 255
+         : sample > 0 ? static_cast<unsigned char>((static_cast<int>(sample * 510.0F) + 1) / 2)
+                      : 0;
+}
 
 }  // namespace
 
 std::size_t TiffMeaning::bitsPerPixel() const {
-    if (isFloat) return 128;
+    if (givesFloats()) return 128;
     if (hasAlpha) return 32;
     return kind == TiffKind::kRgb || kind == TiffKind::kInks ? 24 : 8;
 }
@@ -154,7 +160,7 @@ void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Shown* to)
         }
     }
 
-    const std::size_t step = meaning_.isFloat ? 4 : meaning_.bitsPerPixel() / 8;
+    const std::size_t step = meaning_.givesFloats() ? 4 : meaning_.bitsPerPixel() / 8;
     for (std::size_t x = 0; x < layout_.width; ++x, unpacked += count, to += step) {
         Sample rgb[3] = {unpacked[0], unpacked[0], unpacked[0]};
         switch (meaning_.kind) {
@@ -186,10 +192,11 @@ void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Shown* to)
 
 void TiffConverter::convert(const TiffRows& rows, unsigned char* to) {
     // Rows of blocks from malloc are aligned for floats: a pixel of theirs has 16 bytes.
-    if (meaning_.isFloat) {
+    if (meaning_.givesFloats()) {
         convertAs(rows, unpacked_.get(), reinterpret_cast<float*>(to));
-    } else if (meaning_.isMultiplied && layout_.bits > 8) {
-        // Small alphas leave little of the colours in bytes: they are divided before they are reduced.
+    } else if (meaning_.isFloat) {
+        convertAs(rows, unpacked_.get(), to);
+    } else if (meaning_.isWide) {
         convertAs(rows, reinterpret_cast<std::uint16_t*>(unpacked_.get()), to);
     } else {
         convertAs(rows, reinterpret_cast<unsigned char*>(unpacked_.get()), to);

@@ -15,6 +15,8 @@ enum class TiffKind { kGrey, kInvertedGrey, kPalette, kRgb, kInks };
 struct TiffMeaning {
     TiffKind kind = TiffKind::kGrey;
     bool isFloat = false;
+    bool isShownInBytes = true;  // floats, too; else they stay floats of pixels of four
+    bool isWide = false;         // computed in 16 bits, where that makes a difference in bytes
     bool hasAlpha = false;
     bool isMultiplied = false;  // the colours with their alpha
     // Where the samples that count are within a pixel: the colours' first, then alpha.
@@ -23,6 +25,7 @@ struct TiffMeaning {
 
     // Of the bitmap that is made of them: 8, 24, 32 or 128.
     std::size_t bitsPerPixel() const;
+    bool givesFloats() const { return isFloat && !isShownInBytes; }
 };
 
 class TiffConverter {

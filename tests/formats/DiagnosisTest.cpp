@@ -232,6 +232,8 @@ TEST(Diagnosis, Tiff) {
     };
     EXPECT_EQ(said("text", "a.tif"), "not a TIFF file");
     EXPECT_EQ(said(std::string("II*\0\x8\0\0\0", 8), "a.tif"),
+              "the file ends before its directory, without which no pixels are found");
+    EXPECT_EQ(said(std::string("II*\0\x4\0\0\0", 8), "a.tif"),
               "the directory of the first picture lies outside of the file");
     EXPECT_EQ(said(std::string("MM\0*\0\0\0\x8\0\1", 10), "a.tif"), "the file ends inside its directory");
     EXPECT_EQ(tiff({{256, 4}}), "a picture of 4x0 pixels is empty");

@@ -1,4 +1,6 @@
 // JPEG files through DibFile.h.
+#include <DibCodec.h>
+
 #include "tests/formats/PlatformDoorTest.h"
 
 namespace door_test {
@@ -143,6 +145,68 @@ TEST(JpegDoor, CutFilesAreRefusedOrKeepRows) {
         EXPECT_EQ(codec_test::rowBytes(*load.image, 63), Bytes(192, 0));
     }
     EXPECT_GT(kept, 5);
+}
+
+// Where the codes of the first scan begin.
+std::size_t startOfCodes(const Bytes& file) {
+    std::size_t at = 2;
+    while (file[at + 1] != 0xDA) at += 2 + static_cast<std::size_t>(file[at + 2] << 8 | file[at + 3]);
+    return at + 2 + static_cast<std::size_t>(file[at + 2] << 8 | file[at + 3]);
+}
+
+// A marker among the codes: the decoder goes on with grey.
+TEST(JpegDoor, BrokenCodesAreRefusedOrKept) {
+    const Bytes file = saved(*randomImage(64, 64, 24, 3), "jpeg");
+    const Opened whole = opened(file);
+    Bytes broken = file;
+    const std::size_t middle = (startOfCodes(file) + file.size()) / 2;
+    broken[middle] = 0xFF;
+    broken[middle + 1] = 0xD3;
+    const Opened refused = opened(broken);
+    EXPECT_FALSE(refused.isLoaded);
+    EXPECT_EQ(refused.result.code, 6);
+    EXPECT_STREQ(refused.result.reason, "the pixels are damaged (in row 31 of 64)");
+    const Opened kept = opened(broken, keepingDamaged());
+    ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+    EXPECT_NE(notesOf(kept.result).find("the pixels are damaged from row 31 on: 64 of 64 rows were read;"),
+              std::string::npos);
+    for (int y = 0; y < 30; ++y)
+        EXPECT_EQ(codec_test::rowBytes(*kept.image, y), codec_test::rowBytes(*whole.image, y)) << y;
+    EXPECT_NE(codec_test::rowBytes(*kept.image, 60), codec_test::rowBytes(*whole.image, 60));
+    // The classic loader shows such files without a word.
+    const codec_test::TemporaryFile path(".jpg", broken);
+    DibStream classic;
+    EXPECT_TRUE(LoadJPEG(path.path(), &classic, nullptr, nullptr));
+}
+
+TEST(JpegDoor, TablesBrokenInAScanAreNoticed) {
+    const Bytes file = saved(*randomImage(64, 64, 24, 3), "jpeg");
+    int refused = 0;
+    int warned = 0;
+    int silent = 0;
+    const std::size_t start = startOfCodes(file);
+    for (std::size_t at = start; at + 20 < file.size(); at += 41) {
+        Bytes broken = file;
+        std::fill_n(broken.begin() + static_cast<std::ptrdiff_t>(at), 8, static_cast<unsigned char>(0xFE));
+        const Opened load = opened(broken);
+        ++(!load.isLoaded ? refused : load.result.noteCount > 0 ? warned : silent);
+    }
+    // Codes that still mean something are pixels, if other ones.
+    EXPECT_GT(refused + warned, 10 * silent);
+    EXPECT_GT(refused, 0);
+}
+
+TEST(JpegDoor, BytesBehindThePixelsAreTold) {
+    const DibPtr image = smoothImage(16, 16, 8);
+    Bytes file = saved(*image, "jpeg");
+    const Opened plain = opened(file);
+    EXPECT_EQ(plain.result.noteCount, 0);
+    file.insert(file.end() - 2, 9, 0x55);
+    const Opened load = opened(file);
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_TRUE(samePixels(*load.image, *plain.image));
+    EXPECT_EQ(notesOf(load.result), "bytes follow the last pixel: the picture may be damaged;");
+    EXPECT_EQ(load.result.notes[0].kind, DIB_NOTE_WARNING);
 }
 
 TEST(JpegDoor, ProbeReadsTheHeaders) {

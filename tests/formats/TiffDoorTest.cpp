@@ -2,8 +2,11 @@
 #include <DibCodec.h>
 #include <tiffio.h>
 
+#include <cmath>
+
 #include "dib/Bytes.h"
 #include "tests/formats/PlatformDoorTest.h"
+#include "tests/formats/TiffBuilder.h"
 
 namespace door_test {
 namespace {
@@ -144,42 +147,42 @@ TEST(TiffDoor, OrientationIsApplied) {
     EXPECT_EQ(stored.result.metadata.orientation, 8);
 }
 
-TEST(TiffDoor, CutFilesAreRefusedOrKeepRows) {
-    // libtiff writes the directory last; with it in front of the pixels files are cut inside these.
-    const codec_test::TemporaryFile file(".tif");
-    const DibPtr image = randomImage(30, 40, 24, 9);
-    const Bytes pixels = testing_support::pixelBytes(*image);
-    codec_test::ByteWriter out;
-    out.raw({'I', 'I', 42, 0, 8, 0, 0, 0}).le16(8);
-    const auto entry = [&](unsigned tag, unsigned type, unsigned value) {
-        out.le16(tag).le16(type).le32(1).le32(value);
-    };
-    constexpr unsigned kPixels = 8 + 2 + 8 * 12 + 4;
-    entry(256, 3, 30);
-    entry(257, 3, 40);
-    entry(258, 3, 8);
-    entry(259, 3, 1);
-    entry(262, 3, 1);
-    entry(273, 4, kPixels);
-    entry(278, 3, 40);
-    entry(279, 4, 1200);
-    out.le32(0);
-    for (int i = 0; i < 1200; ++i) out.u8(static_cast<unsigned>(1 + i % 250));
-    ASSERT_TRUE(opened(out.bytes).isLoaded) << opened(out.bytes).result.reason;
-    for (const std::size_t rows : {std::size_t{1}, std::size_t{17}, std::size_t{39}}) {
-        const Bytes cut(out.bytes.begin(),
-                        out.bytes.begin() + static_cast<std::ptrdiff_t>(kPixels + rows * 30));
-        const Opened refused = opened(cut);
-        EXPECT_FALSE(refused.isLoaded);
-        EXPECT_NE(refused.result.reason[0], '\0');
-        const Opened load = opened(cut, keepingDamaged());
-        ASSERT_TRUE(load.isLoaded) << load.result.reason;
-        EXPECT_NE(load.note(0).find("the file ends before its pixels do"), std::string::npos) << load.note(0);
-        for (int y = 0; y < 40; ++y) {
-            const Bytes row = codec_test::rowBytes(*load.image, y);
-            EXPECT_EQ(row[29], y < static_cast<int>(rows) ? 1 + (y * 30 + 29) % 250 : 0) << y;
-        }
-    }
+void add(Bytes& to, float value) {
+    unsigned char bytes[sizeof value];
+    std::memcpy(bytes, &value, sizeof value);
+    to.insert(to.end(), bytes, bytes + sizeof bytes);
+}
+
+TEST(TiffDoor, FloatsAreSharesOf255) {
+    Bytes grey;
+    for (const float value : {0.0F, 0.25F, 0.5F, 0.999F, 1.0F, 7.0F, -2.0F, NAN}) add(grey, value);
+    const Opened load = opened(codec_test::TiffBuilder(8, 1, 32, 1, 1, grey).floats(1).bytes());
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(load.image->Header->biBitCount, 8);
+    EXPECT_EQ(load.image->Header->biClrUsed, 256U);
+    EXPECT_EQ(codec_test::rowBytes(*load.image, 0), (Bytes{0, 64, 128, 255, 255, 255, 0, 0}));
+    EXPECT_EQ(notesOf(load.result), "floats became 8 bits a sample;");
+    Bytes color;
+    for (const float value : {0.2F, 0.4F, 0.6F, 0.5F}) add(color, value);
+    const Opened clear =
+        opened(codec_test::TiffBuilder(1, 1, 32, 4, 2, color).floats(4).set(338, {2}).bytes());
+    ASSERT_TRUE(clear.isLoaded) << clear.result.reason;
+    EXPECT_EQ(codec_test::rowBytes(*clear.image, 0), (Bytes{153, 102, 51, 128}));
+    // Multiplied with alpha, as 1 says.
+    const Opened divided =
+        opened(codec_test::TiffBuilder(1, 1, 32, 4, 2, color).floats(4).set(338, {1}).bytes());
+    EXPECT_EQ(codec_test::rowBytes(*divided.image, 0), (Bytes{255, 204, 102, 128}));
+    color.resize(12);
+    const Opened opaque = opened(codec_test::TiffBuilder(1, 1, 32, 3, 2, color).floats(3).bytes());
+    EXPECT_EQ(codec_test::rowBytes(*opaque.image, 0), (Bytes{153, 102, 51}));
+}
+
+// 255 x (1 - 97/65535) x (1 - 89/65535) is 254.28.
+TEST(TiffDoor, InksOf16BitsAreReducedLast) {
+    const Bytes inks = {97, 0, 0, 0, 255, 255, 89, 0};
+    const Opened load = opened(codec_test::TiffBuilder(1, 1, 16, 4, 5, inks).bytes());
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(codec_test::rowBytes(*load.image, 0), (Bytes{0, 255, 254}));
 }
 
 TEST(TiffDoor, LossesAreNoted) {

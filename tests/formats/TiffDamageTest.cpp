@@ -1,0 +1,221 @@
+// Damaged TIFF files through DibFile.h: what can be decoded is kept, and nothing else is said to be there.
+#include <tiffio.h>
+
+#include "dib/Bytes.h"
+#include "tests/formats/PlatformDoorTest.h"
+#include "tests/formats/TiffBuilder.h"
+
+namespace door_test {
+namespace {
+
+using codec_test::TiffBuilder;
+using testing_support::randomImage;
+
+// A code below 128 is followed by as many bytes and one, others by a byte that is repeated 257 - code times.
+constexpr unsigned kPackBits = 32773;
+
+// Encoders write the directory last, where a cut loses it. This moves the pixels behind it.
+Bytes withPixelsLast(Bytes file) {
+    const std::size_t directory = dib::readLe32(&file[4]);
+    const std::size_t entries = dib::readLe16(&file[directory]);
+    const auto moved = static_cast<std::uint32_t>(file.size() - 8);
+    for (std::size_t entry = directory + 2, i = 0; i < entries; ++i, entry += 12) {
+        if (dib::readLe16(&file[entry]) != TIFFTAG_STRIPOFFSETS) continue;
+        const std::size_t count = dib::readLe32(&file[entry + 4]);
+        const std::size_t offsets = count > 1 ? dib::readLe32(&file[entry + 8]) : entry + 8;
+        EXPECT_EQ(dib::readLe16(&file[entry + 2]), 4);
+        for (std::size_t k = 0; k < count; ++k) {
+            unsigned char* offset = &file[offsets + 4 * k];
+            dib::writeLe32(offset, dib::readLe32(offset) + moved);
+        }
+    }
+    const Bytes pixels(file.begin() + 8, file.begin() + static_cast<std::ptrdiff_t>(directory));
+    file.insert(file.end(), pixels.begin(), pixels.end());
+    return file;
+}
+
+Bytes cutTo(const Bytes& file, std::size_t length) {
+    return {file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)};
+}
+
+Bytes tiffOf(const DibStream& image, DibTiffCompression compression) {
+    DibSaveOptions options;
+    options.format = "tiff";
+    options.tiffCompression = compression;
+    DibBytes bytes;
+    return DibSaveMemory(&bytes, &image, &options) ? bytesOf(bytes) : Bytes();
+}
+
+TEST(TiffDamage, RowsOfCutStripsAreCountedAsTheyAreThere) {
+    const DibPtr image = randomImage(30, 40, 24, 9);
+    const Bytes plain = withPixelsLast(tiffOf(*image, DIB_TIFF_NONE));
+    const std::size_t pixels = plain.size() - 40 * 90;
+    ASSERT_TRUE(opened(plain).isLoaded);
+    for (const std::size_t length : {std::size_t{1}, std::size_t{89}, std::size_t{90}, std::size_t{91},
+                                     std::size_t{1571}, std::size_t{3599}}) {
+        const Bytes cut = cutTo(plain, pixels + length);
+        const Opened refused = opened(cut);
+        EXPECT_FALSE(refused.isLoaded);
+        EXPECT_STREQ(refused.result.reason, "the file ends in strip 1 of 1");
+        const std::size_t rows = length / 90;
+        const Opened kept = opened(cut, keepingDamaged());
+        EXPECT_EQ(kept.isLoaded, rows > 0) << length;
+        if (!kept.isLoaded) continue;
+        EXPECT_EQ(kept.note(0),
+                  "the file ends in strip 1 of 1: " + std::to_string(rows) + " of 40 rows were read");
+        for (int y = 0; y < 40; ++y) {
+            EXPECT_EQ(codec_test::rowBytes(*kept.image, y),
+                      y < static_cast<int>(rows) ? codec_test::rowBytes(*image, y) : Bytes(90, 0))
+                << y;
+        }
+    }
+}
+
+// However rows are packed: those that are counted are right, the others are 0, and most of what is there is
+// found.
+TEST(TiffDamage, PackedRowsAreKeptUpToTheCut) {
+    const DibPtr image = randomImage(300, 600, 24, 9);  // three strips
+    for (const DibTiffCompression compression : {DIB_TIFF_DEFLATE, DIB_TIFF_LZW, DIB_TIFF_PACKBITS}) {
+        const Bytes file = withPixelsLast(tiffOf(*image, compression));
+        ASSERT_TRUE(opened(file).isLoaded);
+        for (const std::size_t part : {5U, 50U, 95U}) {
+            const std::size_t packed = file.size() / 2;
+            const Bytes cut = cutTo(file, file.size() - packed + packed * part / 100);
+            EXPECT_EQ(opened(cut).result.code, 4);
+            const Opened kept = opened(cut, keepingDamaged());
+            ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+            int rows = 0;
+            const std::string note = kept.note(0);
+            ASSERT_EQ(std::sscanf(note.c_str() + note.find(": "), ": %d of 600 rows were read", &rows), 1)
+                << note;
+            EXPECT_GE(rows, static_cast<int>(part) * 6 - 20) << note;
+            EXPECT_LE(rows, static_cast<int>(part) * 6 + 6) << note;
+            for (int y = 0; y < 600; ++y) {
+                ASSERT_EQ(codec_test::rowBytes(*kept.image, y),
+                          y < rows ? codec_test::rowBytes(*image, y) : Bytes(900, 0))
+                    << y;
+            }
+        }
+    }
+}
+
+TEST(TiffDamage, StripsBehindADamagedOneAreKept) {
+    TiffBuilder builder(4, 6, 8, 1, 1, {7, 1, 2, 3, 4, 5, 6, 7, 8});
+    builder.set(278, {2}).set(259, {kPackBits});
+    builder.pieces.push_back({3, 9, 10, 11, 12});  // of 8 bytes
+    builder.pieces.push_back({7, 17, 18, 19, 20, 21, 22, 23, 24});
+    const Bytes file = builder.bytes();
+    const Opened refused = opened(file);
+    EXPECT_STREQ(refused.result.reason, "strip 2 of 3 is damaged (in row 3 of 6)");
+    const Opened kept = opened(file, keepingDamaged());
+    ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+    EXPECT_EQ(notesOf(kept.result), "strip 2 of 3 is damaged: 5 of 6 rows were read;");
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 2), (Bytes{9, 10, 11, 12}));
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 3), (Bytes{0, 0, 0, 0}));
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 4), (Bytes{17, 18, 19, 20}));
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 5), (Bytes{21, 22, 23, 24}));
+}
+
+// Dark numbers for light pixels: what is not there is 0 all the same.
+TEST(TiffDamage, LostRowsAreZeroOfEveryKind) {
+    TiffBuilder builder(2, 3, 8, 1, 0, {1, 1, 2});
+    builder.set(259, {kPackBits});
+    const Opened kept = opened(builder.bytes(), keepingDamaged());
+    ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+    EXPECT_EQ(kept.note(0), "strip 1 of 1 is damaged: 1 of 3 rows were read");
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 0)[0], 254);
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 1)[0], 0);
+    EXPECT_EQ(codec_test::rowBytes(*kept.image, 2)[0], 0);
+}
+
+TEST(TiffDamage, TilesAndPlanesAreKeptOneByOne) {
+    TiffBuilder tiled(32, 16, 8, 1, 1, {0x81, 7, 0x81, 7});  // 128 bytes each
+    tiled.tiles(16, 16).set(259, {kPackBits});
+    tiled.pieces.push_back({0xB1, 9});  // five rows of sixteen
+    EXPECT_STREQ(opened(tiled.bytes()).result.reason, "tile 2 of 2 is damaged");
+    const Opened tiles = opened(tiled.bytes(), keepingDamaged());
+    ASSERT_TRUE(tiles.isLoaded) << tiles.result.reason;
+    EXPECT_EQ(tiles.note(0), "tile 2 of 2 is damaged: 5 of 16 rows were read");
+    for (int y = 0; y < 16; ++y) {
+        const Bytes row = codec_test::rowBytes(*tiles.image, y);
+        EXPECT_EQ(row[15], 7) << y;
+        EXPECT_EQ(row[16], y < 5 ? 9 : 0) << y;
+    }
+
+    TiffBuilder planar(2, 4, 8, 3, 2, {0xF9, 1});  // 8 bytes
+    planar.set(284, {2}).set(259, {kPackBits});
+    planar.pieces.push_back({0xFB, 2});  // three rows of four
+    planar.pieces.push_back({0xF9, 3});
+    const Opened planes = opened(planar.bytes(), keepingDamaged());
+    ASSERT_TRUE(planes.isLoaded) << planes.result.reason;
+    EXPECT_EQ(planes.note(0), "strip 2 of 3 is damaged: 3 of 4 rows were read");
+    EXPECT_EQ(codec_test::rowBytes(*planes.image, 2)[1], 2);
+    EXPECT_EQ(codec_test::rowBytes(*planes.image, 3), (Bytes{3, 0, 1, 3, 0, 1}));
+}
+
+TEST(TiffDamage, ALostDirectoryIsNamed) {
+    const Bytes file = tiffOf(*randomImage(30, 40, 24, 9), DIB_TIFF_NONE);
+    for (const std::size_t length : {std::size_t{200}, std::size_t{3608}}) {
+        const Opened kept = opened(cutTo(file, length), keepingDamaged());
+        EXPECT_FALSE(kept.isLoaded);
+        EXPECT_STREQ(kept.result.reason,
+                     "the file ends before its directory, without which no pixels are found");
+    }
+    EXPECT_STREQ(opened(cutTo(file, 3620), keepingDamaged()).result.reason,
+                 "the file ends inside its directory");
+}
+
+// Pieces packed as JPEG, of which the library decodes something whatever happens.
+Bytes jpegTiff() {
+    const codec_test::TemporaryFile file(".tif");
+    TIFF* tiff = TIFFOpen(file.path(), "wl");
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 64);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 256);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_YCBCR);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_JPEG);
+    TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 128);
+    for (unsigned y = 0; y < 256; ++y) {
+        unsigned char row[64 * 3];
+        for (unsigned i = 0; i < sizeof row; ++i) row[i] = static_cast<unsigned char>(i * i * y * 7 % 253);
+        TIFFWriteScanline(tiff, row, y, 0);
+    }
+    TIFFClose(tiff);
+    return file.bytes();
+}
+
+TEST(TiffDamage, JpegPiecesAreKeptUpToTheCut) {
+    const Bytes file = withPixelsLast(jpegTiff());
+    const Opened whole = opened(file);
+    ASSERT_TRUE(whole.isLoaded) << whole.result.reason;
+    EXPECT_EQ(whole.image->Header->biBitCount, 24);
+    for (const std::size_t missing : {file.size() / 8, file.size() / 6}) {
+        const Bytes cut = cutTo(file, file.size() - missing);
+        EXPECT_STREQ(opened(cut).result.reason, "the file ends in strip 2 of 2 (in row 129 of 256)");
+        const Opened kept = opened(cut, keepingDamaged());
+        ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+        int rows = 0;
+        ASSERT_EQ(std::sscanf(kept.note(0).c_str(), "the file ends in strip 2 of 2: %d of 256", &rows), 1);
+        EXPECT_GT(rows, 144);
+        EXPECT_LT(rows, 240);
+        for (int y = 0; y < 256; ++y) {
+            EXPECT_EQ(codec_test::rowBytes(*kept.image, y),
+                      y < rows ? codec_test::rowBytes(*whole.image, y) : Bytes(192, 0))
+                << y;
+        }
+    }
+    Bytes broken = file;
+    std::fill(broken.end() - 300, broken.end() - 290, static_cast<unsigned char>(0xFF));
+    EXPECT_STREQ(opened(broken).result.reason, "strip 2 of 2 is damaged (in row 129 of 256)");
+}
+
+TEST(TiffDamage, FailingAllocationsAreCode2) {
+    const Bytes file = withPixelsLast(tiffOf(*randomImage(30, 40, 24, 9), DIB_TIFF_LZW));
+    EXPECT_GT(failEveryLoad(cutTo(file, file.size() - 300), keepingDamaged()), 3);
+}
+
+}  // namespace
+}  // namespace door_test
