@@ -21,6 +21,13 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/psd/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
+file(GLOB operation_sources CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/operations/*.cpp
+    ${PROJECT_SOURCE_DIR}/operations/rows/*.cpp)
+# GCC 12 sees an overlap that cannot be in "text" + std::string at -O3.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    set_source_files_properties(${operation_sources} PROPERTIES COMPILE_OPTIONS -Wno-restrict)
+endif()
 
 # Replacing files: the only internal code that the library and the program dib share.
 file(GLOB file_sources CONFIGURE_DEPENDS
@@ -44,7 +51,7 @@ else()
     set(DIB_PLATFORM_LIBRARIES PNG::PNG JPEG::JPEG TIFF::TIFF ZLIB::ZLIB PkgConfig::ISAL ${CMAKE_DL_LIBS})
 endif()
 
-add_library(dibstream_objects OBJECT ${dib_sources})
+add_library(dibstream_objects OBJECT ${dib_sources} ${operation_sources})
 dib_library_settings(dibstream_objects)
 target_link_libraries(dibstream_objects PRIVATE ${DIB_PLATFORM_LIBRARIES})
 target_include_directories(dibstream_objects PUBLIC

@@ -19,7 +19,7 @@ PLACES = [
     (EFFECT, "tests/digest/Effects.cpp", "digest of all results", ()),
     (EFFECT, "fuzz/EffectsFuzzer.cpp", "comparison with the plain loop on random input", ()),
     (EFFECT, "bench/*.cpp", "benches", ()),
-    (EFFECT, "tools/**/*.cpp", "operations of the program", ()),
+    (EFFECT, "operations/**/*.cpp", "table of operations", ()),
     (RECORD, "tests/exports/*.txt", "exported overload with a record", ()),
     (RECORD, "tests/effects/RecordLayoutTest.cpp", "layout of the record", ()),
     (CODEC, "tests/exports/*.txt", "exported names", ()),

@@ -1,5 +1,3 @@
-#include <DibEffect.h>
-
 #include "tests/tools/Program.h"
 
 namespace tool_test {
@@ -8,23 +6,32 @@ namespace {
 
 using ComposeOps = ToolTest;
 
-TEST_F(ComposeOps, AreTheLibrarys) {
-    makePicture(picture_, 41, 31, 24);
-    ASSERT_TRUE(picture_.SaveToFile("in.bmp"));
+TEST_F(ComposeOps, TheLimitsAreThoseOfTheSecondPictureToo) {
     DibStream second;
-    makePicture(second, 10, 7, 8);
+    makePicture(second, 34, 21, 24);
     ASSERT_TRUE(second.SaveToFile("second.bmp"));
-    const auto expectSame = [&](const std::string& operation, float opacity, unsigned int mode) {
-        const Result result = run({"run", "in.bmp", operation, "out.bmp"});
-        EXPECT_EQ(result.exitCode, 0) << operation << ": " << result.errors;
-        DibStream expected;
-        ASSERT_TRUE(expected.LoadFromFile("in.bmp", DibStream::DIB_ACCEPT_ALL));
-        ASSERT_TRUE(DibEffectCompose(nullptr, nullptr, &expected, &second, opacity, mode));
-        EXPECT_EQ(readFile("out.bmp"), bmpBytes(expected)) << operation;
-    };
-    expectSame("compose:second.bmp", 0.5F, 0);
-    expectSame("compose:second.bmp,25%", 0.25F, 0);
-    expectSame("compose:second.bmp,opacity=0.75,mode=tile", 0.75F, 1);
+    const Result result = run({"run", "--limit=pixels:693", "in.bmp", "compose:second.bmp", "out.bmp"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.errors,
+              "dib: second.bmp: compose: the picture of 34x21 pixels needs 714 pixels; the limit is 693 "
+              "(--limit=pixels)\n");
+    EXPECT_EQ(run({"run", "--limit=pixels:714", "in.bmp", "compose:second.bmp", "out.bmp"}).errors, "");
+}
+
+TEST_F(ComposeOps, DamagedSecondPicturesAreKeptWhenAskedFor) {
+    const std::string whole = readFile("in.bmp");
+    writeFile("cut.bmp", whole.substr(0, whole.size() - 250));
+    EXPECT_EQ(run({"run", "in.bmp", "compose:cut.bmp", "out.bmp"}).exitCode, 3);
+    const Result kept = run({"run", "--keep-damaged", "in.bmp", "compose:cut.bmp", "out.bmp"});
+    EXPECT_EQ(kept.exitCode, 0);
+    EXPECT_TRUE(kept.errors.starts_with("dib: cut.bmp: compose: warning: ")) << kept.errors;
+    const Result strict =
+        run({"run", "--keep-damaged", "--strict", "in.bmp", "compose:cut.bmp", "strict.bmp"});
+    EXPECT_EQ(strict.exitCode, 5);
+    EXPECT_EQ(strict.errors, kept.errors);
+    // The name of the input's format is not that of the second picture.
+    ASSERT_EQ(run({"run", "in.bmp", "second.png"}).errors, "");
+    EXPECT_EQ(run({"run", "--from=bmp", "in.bmp", "compose:second.png", "out.bmp"}).errors, "");
 }
 
 TEST_F(ComposeOps, FilesThatCannotBeReadAreFailures) {
@@ -59,7 +66,8 @@ TEST_F(ComposeOps, ThePictureThatDoesNotSuitIsNamed) {
     EXPECT_EQ(run({"run", "in.bmp", "compose:a\\,b.bmp", "out.bmp"}).exitCode, 0);
     const Result result = run({"run", "in.bmp", "bpp:16", "compose:in.bmp", "out.bmp"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.errors, "dib: in.bmp: compose: does not support 33x21 pictures with 16 bits\n");
+    EXPECT_EQ(result.errors,
+              "dib: in.bmp: compose: does not accept pictures of 16 bits, only of 8, 24 and 32 bits\n");
 }
 
 }  // namespace

@@ -6,14 +6,11 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <set>
 
-#include "tests/tools/GalleryCalls.h"
 #include "tests/tools/Program.h"
-#include "tools/gallery/CallText.h"
 #include "tools/gallery/ContactSheet.h"
 #include "tools/gallery/GalleryPage.h"
-#include "tools/operations/Operations.h"
+#include "tools/io/Operations.h"
 
 namespace tool_test {
 
@@ -21,132 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Gallery = ToolTest;
-
-// The rows of the table.
-
-bool hasParameter(const tool::Operation& operation, std::string_view name) {
-    return std::ranges::find(operation.parameters, name, &tool::Parameter::name) !=
-           operation.parameters.end();
-}
-
-TEST(GallerySamples, EveryRowHasThreeThatEndWithIt) {
-    std::set<std::string_view> chains;
-    for (const tool::Operation& operation : tool::operations()) {
-        for (const std::string_view chain : operation.samples) {
-            SCOPED_TRACE(chain);
-            EXPECT_TRUE(chains.insert(chain).second) << "is shown twice";
-            const std::vector<tool::Step> steps = tool::parseSample(chain);
-            ASSERT_FALSE(steps.empty());
-            EXPECT_EQ(steps.back().operation, &operation);
-        }
-    }
-}
-
-TEST(GallerySamples, TheFirstSettlesOnlyWhatMustBeGiven) {
-    for (const tool::Operation& operation : tool::operations()) {
-        SCOPED_TRACE(operation.samples[0]);
-        const std::vector<tool::Step> steps = tool::parseSample(operation.samples[0]);
-        ASSERT_EQ(steps.size(), 1U);
-        const auto given = static_cast<std::size_t>(std::ranges::count(operation.samples[0], ',')) +
-                           (operation.samples[0].find(':') != std::string_view::npos ? 1U : 0U);
-        const auto required =
-            static_cast<std::size_t>(std::ranges::count_if(operation.parameters, [](const auto& parameter) {
-                return parameter.standard.empty() || parameter.name == "seed";
-            }));
-        EXPECT_EQ(given, required);
-    }
-}
-
-TEST(GallerySamples, RandomNumbersStartFromASeed) {
-    int seeded = 0;
-    for (const tool::Operation& operation : tool::operations()) {
-        if (!hasParameter(operation, "seed")) continue;
-        for (const std::string_view chain : operation.samples) {
-            EXPECT_GE(tool::parseSample(chain).back().arguments.integer("seed"), 0) << chain;
-            ++seeded;
-        }
-    }
-    EXPECT_GE(seeded, 9);
-}
-
-TEST(GallerySamples, CallsNameEveryParameter) {
-    for (const tool::Operation& operation : tool::operations()) {
-        for (const tool::Parameter& parameter : operation.parameters) {
-            const std::string open = "{" + std::string(parameter.name);
-            EXPECT_TRUE(operation.call.find(open + "}") != std::string_view::npos ||
-                        operation.call.find(open + ":width}") != std::string_view::npos ||
-                        operation.call.find(open + ":height}") != std::string_view::npos)
-                << operation.name << ": " << parameter.name;
-        }
-    }
-}
-
-// The text of calls.
-
-std::string callOf(std::string_view step, int width = 100, int height = 60, int bitCount = 24) {
-    DibStream image;
-    EXPECT_TRUE(image.Create(width, height, bitCount));
-    return tool::callText(tool::parseStep(step), image);
-}
-
-TEST(CallText, WritesValuesAsCppDoes) {
-    EXPECT_EQ(callOf("blur:2"), "DibEffectBlur(nullptr, nullptr, &image, 2, 0U);");
-    EXPECT_EQ(callOf("blur:2,wrap=x"), "DibEffectBlur(nullptr, nullptr, &image, 2, DIB_WRAP_X);");
-    EXPECT_EQ(callOf("blur:2,wrap=yx"),
-              "DibEffectBlur(nullptr, nullptr, &image, 2, DIB_WRAP_X | DIB_WRAP_Y);");
-    EXPECT_EQ(callOf("gaussian:4"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 4.0f, 0U);");
-    EXPECT_EQ(callOf("gaussian:0.1"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 0.1f, 0U);");
-    EXPECT_EQ(callOf("gaussian:1000000000"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 1e+09f, 0U);");
-    EXPECT_EQ(callOf("rotate:180"), "DibEffectRotate(nullptr, nullptr, &image, 3.1415927f, 0U);");
-    EXPECT_EQ(callOf("whirl:-2rad,x=0%,y=100%"),
-              "DibEffectWhirl(nullptr, nullptr, &image, 0.0f, 59.0f, -2.0f, 0U);");
-    EXPECT_EQ(callOf("noise:20,seed=7"), "std::srand(7);\nDibEffectNoise(nullptr, nullptr, &image, 20);");
-    EXPECT_EQ(
-        callOf("color-noise:#ff8001,50%,seed=1"),
-        "std::srand(1);\nDibEffectColorNoise(nullptr, nullptr, &image, DibBGRA{1, 128, 255, 255}, 0.5f);");
-    EXPECT_EQ(callOf("bpp:8"), "image.ChangeBpp(8, 0);");
-    EXPECT_EQ(callOf("bpp:16,method=dither"), "image.ChangeBpp(16, DIB_DITHER);");
-    EXPECT_EQ(callOf("resize:50%,method=area"), "image.Resize(50, 30, DibStream::DIB_RESIZE_INTEGRAL);");
-    EXPECT_EQ(callOf("canvas:7x200%,fill=#ff8001"), "image.ChangeSize(7, 120, 0xffff8001);");
-    EXPECT_EQ(callOf("canvas:7x8,fill=255", 9, 9, 8), "image.ChangeSize(7, 8, 255);");
-    EXPECT_EQ(callOf("compose:a\"b\\\\c,1"),
-              "DibEffectCompose(nullptr, nullptr, &image, \"a\\\"b\\\\c\", 1.0f, 0);");
-    EXPECT_EQ(callOf("half"), "image.ResizeHalf();");
-}
-
-TEST(CallText, RefusesPlaceholdersOfNoParameter) {
-    tool::Operation operation = *tool::findOperation("half");
-    operation.call = "half({size})";
-    DibStream image;
-    ASSERT_TRUE(image.Create(2, 2, 24));
-    EXPECT_THROW(tool::callText({&operation, tool::Arguments(operation, {})}, image), std::logic_error);
-}
-
-// Compiled, the calls do what the commands do.
-TEST_F(Gallery, CallsGiveTheBytesOfTheirCommands) {
-    makePicture(picture_, kCalledWidth, kCalledHeight, 24);
-    ASSERT_TRUE(picture_.SaveToFile("in.bmp"));
-    DibStream other;
-    makePicture(other, 31, 17, 24);
-    ASSERT_TRUE(other.InvertTone());
-    ASSERT_TRUE(other.SaveToFile("other.bmp"));
-    ASSERT_EQ(galleryCalls().size(), 3 * tool::operations().size());
-    for (const GalleryCall& call : galleryCalls()) {
-        Program::Words words = {"run", "in.bmp"};
-        for (std::size_t start = 0; start <= call.chain.size();) {
-            const std::size_t end = std::min(call.chain.find(' ', start), call.chain.size());
-            words.push_back(call.chain.substr(start, end - start));
-            start = end + 1;
-        }
-        words.emplace_back("out.bmp");
-        const Result result = run(words);
-        ASSERT_EQ(result.exitCode, 0) << call.chain << ": " << result.errors;
-        DibStream image;
-        ASSERT_TRUE(image.LoadFromFile("in.bmp", DibStream::DIB_ACCEPT_ALL));
-        call.make(image);
-        EXPECT_TRUE(readFile("out.bmp") == bmpBytes(image)) << call.chain;
-    }
-}
 
 // The files.
 
@@ -174,16 +45,17 @@ TEST_F(Gallery, IsOnePageAndItsPictures) {
     std::vector<std::string> expected = {"contact-sheet.jpg", "in.bmp",          "index.html",
                                          "other.bmp",         "pictures/in.png", "pictures/other.png"};
     const std::string page = readFile("new/folder/index.html");
-    for (const tool::Operation& operation : tool::operations()) {
-        for (std::size_t i = 0; i < operation.samples.size(); ++i) {
-            expected.push_back("pictures/" + std::string(operation.name) + "-" + std::to_string(i + 1) +
+    for (const DibOperation* operation : tool::operations()) {
+        for (std::size_t i = 0; i < std::size(operation->samples); ++i) {
+            expected.push_back("pictures/" + std::string(operation->name) + "-" + std::to_string(i + 1) +
                                ".png");
             const std::string png = readFile("new/folder/" + expected.back());
             EXPECT_NE(page.find(tool::dataAddress("image/png", png)), std::string::npos) << expected.back();
-            EXPECT_NE(page.find("dib run in.bmp <b>" + tool::htmlText(operation.samples[i]) + "</b> out.bmp"),
-                      std::string::npos);
+            EXPECT_NE(
+                page.find("dib run in.bmp <b>" + tool::htmlText(operation->samples[i]) + "</b> out.bmp"),
+                std::string::npos);
         }
-        EXPECT_NE(page.find(tool::htmlText(operation.help)), std::string::npos) << operation.name;
+        EXPECT_NE(page.find(tool::htmlText(operation->help)), std::string::npos) << operation->name;
     }
     std::ranges::sort(expected);
     EXPECT_EQ(filesBelow("new/folder"), expected);
@@ -209,8 +81,8 @@ TEST_F(Gallery, TwoRunsGiveTheSameBytes) {
 
 TEST_F(Gallery, ItsCommandsGiveItsPictures) {
     ASSERT_EQ(run({"gallery", "in.bmp", "gallery", "--side=240"}).exitCode, 0);
-    for (const tool::Operation& operation : tool::operations()) {
-        const std::string chain(operation.samples[1]);
+    for (const DibOperation* operation : tool::operations()) {
+        const std::string chain = operation->samples[1];
         if (chain.find(' ') != std::string::npos) continue;
         const auto enterGallery = [] { EXPECT_EQ(chdir("gallery"), 0); };
         ASSERT_EQ(run({"run", "in.bmp", chain, "out.bmp"}, {}, enterGallery).exitCode, 0) << chain;
@@ -218,7 +90,7 @@ TEST_F(Gallery, ItsCommandsGiveItsPictures) {
         ASSERT_TRUE(made.LoadFromFile("gallery/out.bmp", DibStream::DIB_ACCEPT_ALL));
         ASSERT_TRUE(made.ChangeTo32Bit(0));
         DibStream shown;
-        const std::string name = "gallery/pictures/" + std::string(operation.name) + "-2.png";
+        const std::string name = "gallery/pictures/" + std::string(operation->name) + "-2.png";
         ASSERT_TRUE(LoadPNG(name.c_str(), &shown, nullptr, nullptr)) << name;
         ASSERT_TRUE(shown.ChangeTo32Bit(0));
         ASSERT_EQ(shown.Header->biWidth, made.Header->biWidth) << chain;

@@ -7,8 +7,6 @@
 #include <filesystem>
 
 #include "tests/tools/Program.h"
-#include "tools/cli/ExitCode.h"
-#include "tools/commands/Run.h"
 
 namespace tool_test {
 
@@ -84,32 +82,14 @@ TEST_F(RunCommand, CommandNamesMayBeFileNames) {
 // Exit code 1.
 
 TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
-    const auto chainOf = [](bool (*failing)(DibStream&, const tool::Arguments&, DibProgressCallback, void*)) {
-        static tool::Operation operation;
-        operation = {"spoil", "Fails.", "spoil", {}, {}, {}, failing};
-        tool::RunJob chain;
-        chain.input = "in.bmp";
-        chain.output = "out.bmp";
-        chain.steps.push_back({&operation, tool::Arguments(operation, {})});
-        return chain;
-    };
-    const auto messageOf = [](const tool::RunJob& chain) -> std::string {
-        try {
-            tool::runJob(chain);
-        } catch (const tool::Failure& failure) {
-            EXPECT_EQ(failure.exitCode(), 1);
-            return failure.what();
-        }
-        return "done";
-    };
-    EXPECT_EQ(messageOf(chainOf([](DibStream& image, const tool::Arguments&, DibProgressCallback, void*) {
-                  image.ErrorCode = DIB_ERROR_MEMORY;
-                  return false;
-              })),
-              "in.bmp: spoil: allocate memory");
-    EXPECT_EQ(messageOf(chainOf(
-                  [](DibStream&, const tool::Arguments&, DibProgressCallback, void*) { return false; })),
-              "in.bmp: spoil: does not support 33x21 pictures with 24 bits");
+    const Result depth = run({"run", "in.bmp", "bpp:8", "half", "out.bmp"});
+    EXPECT_EQ(depth.exitCode, 1);
+    EXPECT_EQ(depth.errors,
+              "dib: in.bmp: half: does not accept pictures of 8 bits, only of 24 and 32 bits\n");
+    const Result size = run({"run", "in.bmp", "resize:1000000%", "out.bmp"});
+    EXPECT_EQ(size.exitCode, 1);
+    EXPECT_EQ(size.errors,
+              "dib: in.bmp: resize: there is not enough memory, or no image can have that size\n");
     EXPECT_EQ(filesHere(), kOnlyInput);
 }
 

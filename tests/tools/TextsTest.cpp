@@ -9,7 +9,7 @@
 #include "tests/tools/Program.h"
 #include "tools/cli/Printable.h"
 #include "tools/io/Formats.h"
-#include "tools/operations/OperationText.h"
+#include "tools/io/Operations.h"
 
 namespace tool_test {
 
@@ -177,18 +177,19 @@ TEST_F(Texts, HelpAndVersionGoToStandardOutput) {
     }
     const std::string runHelp = run({"run", "--help"}).output;
     EXPECT_NE(runHelp.find("dib run [OPTIONS] INPUT [OPERATION]... OUTPUT"), std::string::npos) << runHelp;
-    for (const tool::Operation& operation : tool::operations()) {
-        EXPECT_NE(runHelp.find(tool::synopsis(operation)), std::string::npos);
+    for (const DibOperation* operation : tool::operations()) {
+        EXPECT_NE(runHelp.find(tool::description(*operation, DIB_DESCRIBE_SYNOPSIS)), std::string::npos);
     }
 }
 
 TEST_F(Texts, ManPageIsCleanAndWhole) {
     const Result man = run({"man"});
     EXPECT_EQ(man.exitCode, 0);
-    for (const tool::Operation& operation : tool::operations()) {
+    for (const DibOperation* operation : tool::operations()) {
         std::string title = ".SS ";
-        for (const char c : operation.name) title += c == '-' ? std::string("\\-") : std::string(1, c);
-        EXPECT_NE(man.output.find(title), std::string::npos) << operation.name;
+        for (const char c : std::string_view(operation->name))
+            title += c == '-' ? std::string("\\-") : std::string(1, c);
+        EXPECT_NE(man.output.find(title), std::string::npos) << operation->name;
     }
     EXPECT_NE(man.output.find("\\fBgallery\\fR INPUT FOLDER\n"), std::string::npos);
     if (!isInstalled("mandoc")) GTEST_SKIP() << "mandoc is not installed";

@@ -7,7 +7,7 @@
 #include "tools/cli/Options.h"
 #include "tools/io/Assets.h"
 #include "tools/io/Formats.h"
-#include "tools/operations/Operations.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
@@ -48,35 +48,37 @@ void offerOptions(const CLI::App& app, const Command& command, const std::string
     }
 }
 
-void offerValues(const Parameter& parameter, const std::string& head, Offers& offers) {
-    if (parameter.kind == ParameterKind::Flags) offers.add(head + "none");
-    for (const Choice& choice : parameter.choices) offers.add(head + std::string(choice.name), choice.help);
+void offerValues(const DibParameter& parameter, const std::string& head, Offers& offers) {
+    if (parameter.kind == DIB_PARAMETER_FLAGS) offers.add(head + "none");
+    for (const DibChoice* choice : listed(parameter.choices)) offers.add(head + choice->name, choice->help);
 }
 
 // What can follow the last colon or comma of "bpp:8,method=".
-void offerParameters(const Operation& operation, const std::string& typed, Offers& offers) {
+void offerParameters(const DibOperation& operation, const std::string& typed, Offers& offers) {
     const std::size_t separator = typed.find_last_of(":,");
     const std::string head = typed.substr(0, separator + 1);
     const std::string value = typed.substr(separator + 1);
     const std::size_t equals = value.find('=');
-    for (const Parameter& parameter : operation.parameters) {
-        const std::string key = std::string(parameter.name) + "=";
+    for (const DibParameter* parameter : listed(operation.parameters)) {
+        const std::string key = std::string(parameter->name) + "=";
         if (equals == std::string::npos) {
-            offers.add(head + key, parameter.help);
+            offers.add(head + key, parameter->help);
         } else if (value.starts_with(key)) {
-            offerValues(parameter, head + key, offers);
+            offerValues(*parameter, head + key, offers);
         }
     }
     const bool isFirst = typed[separator] == ':' && equals == std::string::npos;
-    if (isFirst && !operation.parameters.empty()) offerValues(operation.parameters.front(), head, offers);
+    if (isFirst && *operation.parameters != nullptr) offerValues(**operation.parameters, head, offers);
 }
 
 void offerOperations(const std::string& typed, Offers& offers) {
     const std::size_t colon = typed.find(':');
-    const Operation* begun = colon != std::string::npos ? findOperation(typed.substr(0, colon)) : nullptr;
+    const DibOperation* begun =
+        colon != std::string::npos ? DibFindOperation(typed.substr(0, colon).c_str()) : nullptr;
     if (begun != nullptr) return offerParameters(*begun, typed, offers);
-    for (const Operation& operation : operations())
-        offers.add(std::string(operation.name) + (operation.parameters.empty() ? "" : ":"), operation.help);
+    for (const DibOperation* operation : operations())
+        offers.add(std::string(operation->name) + (*operation->parameters != nullptr ? ":" : ""),
+                   operation->help);
     offers.alsoFiles();
 }
 
@@ -90,7 +92,7 @@ void offerOperands(std::string_view command, const std::string& typed, Offers& o
     if (command == "info" || command == "layers" || command == "gallery") return offers.alsoFiles();
     if (command != "help") return;
     offerCommands(offers);
-    for (const Operation& operation : operations()) offers.add(std::string(operation.name), operation.help);
+    for (const DibOperation* operation : operations()) offers.add(operation->name, operation->help);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include "tools/cli/Commands.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/io/Formats.h"
-#include "tools/operations/OperationText.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
@@ -66,25 +66,26 @@ std::string commandSection(const CLI::App& app) {
     return roff;
 }
 
-std::string choices(const Parameter& parameter) {
+std::string choices(const DibParameter& parameter) {
     std::string roff;
-    for (const Choice& choice : parameter.choices) {
-        roff += item(bold(choice.name), paragraph(std::string(choice.help) + "."));
+    for (const DibChoice* choice : listed(parameter.choices)) {
+        roff += item(bold(choice->name), paragraph(std::string(choice->help) + "."));
     }
     return roff.empty() ? roff : ".RS\n" + roff + ".RE\n";
 }
 
 std::string operationTable() {
     std::string roff = ".SH OPERATIONS\n";
-    for (const Operation& operation : operations()) {
-        roff += ".SS " + escaped(synopsis(operation)) + "\n" + paragraph(operation.help) + "\n";
-        for (const Parameter& parameter : operation.parameters) {
-            const std::string limits = constraints(parameter);
-            roff += item(bold(parameter.name), paragraph(std::string(parameter.help) +
-                                                         (limits.empty() ? "" : " (" + limits + ")") + "."));
-            roff += choices(parameter);
+    for (const DibOperation* operation : operations()) {
+        roff += ".SS " + escaped(description(*operation, DIB_DESCRIBE_SYNOPSIS)) + "\n" +
+                paragraph(operation->help) + "\n";
+        for (const DibParameter* parameter : listed(operation->parameters)) {
+            const std::string limits = constraints(*parameter);
+            roff += item(bold(parameter->name), paragraph(std::string(parameter->help) +
+                                                          (limits.empty() ? "" : " (" + limits + ")") + "."));
+            roff += choices(*parameter);
         }
-        roff += ".PP\nExample: " + bold(operation.example) + "\n";
+        roff += ".PP\nExample: " + bold(operation->example) + "\n";
     }
     return roff;
 }

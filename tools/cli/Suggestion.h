@@ -8,11 +8,8 @@
 
 namespace tool {
 
-// The end of a message about an unknown word: "; did you mean 'blur'?", or `otherwise` where no word is
-// near. Near are words that begin with the typed one, if that has three letters or more, and words that
-// differ from it by a third of its letters at most, or by one: added, missing, wrong or exchanged with the
-// next.
-std::string suggestion(std::string_view typed, const std::vector<std::string>& words,
+// The end of a message about an unknown word: "; did you mean 'blur'?", or `otherwise` where no word is near.
+std::string suggestion(const std::string& typed, const std::vector<std::string>& words,
                        std::string_view otherwise = "");
 
 // The names of the rows of a table.

@@ -9,7 +9,7 @@
 #include "tools/cli/Options.h"
 #include "tools/cli/Suggestion.h"
 #include "tools/io/Files.h"
-#include "tools/operations/OperationText.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
@@ -17,10 +17,12 @@ namespace {
 
 std::string helpOn(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) return app.help();
-    if (const Operation* operation = findOperation(topic)) return operationHelp(*operation);
+    if (const DibOperation* operation = DibFindOperation(topic.c_str()))
+        return description(*operation, DIB_DESCRIBE_HELP);
     if (std::ranges::find(commands(), topic, &Command::name) != commands().end())
         return app.get_subcommand(topic)->help("dib");
-    std::vector<std::string> names = namesOf(operations());
+    std::vector<std::string> names;
+    for (const DibOperation* operation : operations()) names.emplace_back(operation->name);
     for (const Command& command : commands()) names.emplace_back(command.name);
     throw usageFailure("no operation or command '" + topic + "'" +
                        suggestion(topic, names, "; `dib ops` lists the operations"));

@@ -69,7 +69,7 @@ std::string textOf(const PictureInfo& info) {
     text += ", compression " + compressionOf(header);
     if (header.pages > 1) text += ", " + count(header.pages, "page");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
-    if (metadata.xResolution != 0) text += ", " + plainNumber(std::round(metadata.xResolution)) + " dpi";
+    if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
     text += "\n";
     return info.document ? text + textOf(*info.document) : text;
 }

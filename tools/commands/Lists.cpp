@@ -5,40 +5,11 @@
 #include "tools/io/Files.h"
 #include "tools/io/Formats.h"
 #include "tools/io/JsonText.h"
-#include "tools/operations/OperationText.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
 namespace {
-
-// Whole numbers without a decimal point.
-Json jsonNumber(double value) {
-    const auto whole = static_cast<std::int64_t>(value);
-    return static_cast<double>(whole) == value ? Json(whole) : Json(value);
-}
-
-Json jsonOf(const Parameter& parameter) {
-    Json json = {{"name", parameter.name}, {"type", kindName(parameter.kind)}, {"help", parameter.help}};
-    json["required"] = parameter.standard.empty();
-    if (!parameter.standard.empty()) json["default"] = parameter.standard;
-    if (!parameter.unit.empty()) json["unit"] = parameter.unit;
-    if (parameter.bounds.max > parameter.bounds.min) {
-        json["min"] = jsonNumber(parameter.bounds.min);
-        json["max"] = jsonNumber(parameter.bounds.max);
-    }
-    for (const Choice& choice : parameter.choices) {
-        json["choices"].push_back({{"name", choice.name}, {"help", choice.help}});
-    }
-    return json;
-}
-
-Json jsonOf(const Operation& operation) {
-    return {{"name", operation.name},
-            {"help", operation.help},
-            {"synopsis", synopsis(operation)},
-            {"example", operation.example},
-            {"parameters", jsonList(operation.parameters, [](const Parameter& row) { return jsonOf(row); })}};
-}
 
 std::string joined(const char* const* words) {
     std::string text;
@@ -60,28 +31,37 @@ Json jsonOf(const DibFormat* format) {
 }
 
 std::string textOf(const DibFormat* format) {
-    return padded(format->name, 6) + " " + format->title + "\n       extensions  " +
-           joined(format->extensions) + "\n       reads       " + depthsText(format->readDepths) +
-           "\n       writes      " + depthsText(format->writeDepths) + "\n";
+    std::string name = format->name;
+    name.resize(std::max<std::size_t>(name.size(), 6), ' ');
+    return name + " " + format->title + "\n       extensions  " + joined(format->extensions) +
+           "\n       reads       " + depthsText(format->readDepths) + "\n       writes      " +
+           depthsText(format->writeDepths) + "\n";
 }
 
-// Declares a command that prints a table, as text with `separator` between the rows or as JSON.
-template <class Table, class TextOf>
-void declareList(CLI::App& command, Table table, TextOf textOfRow, const char* separator) {
+// Declares a command that prints a table as text or as JSON.
+template <class Print>
+void declareList(CLI::App& command, const Print& printTable) {
     const auto asJson = std::make_shared<bool>(false);
     addJson(command, *asJson);
-    command.callback([=] {
-        if (*asJson) return print(jsonText(jsonList(table(), [](const auto& row) { return jsonOf(row); })));
-        std::string all;
-        for (const auto& row : table()) all += (all.empty() ? "" : separator) + textOfRow(row);
-        print(all);
-    });
+    command.callback([=] { printTable(*asJson); });
 }
 
 }  // namespace
 
-void declareOps(CLI::App& command) { declareList(command, operations, operationHelp, "\n"); }
+void declareOps(CLI::App& command) {
+    declareList(command, [](bool asJson) {
+        print(asJson ? descriptions(DIB_DESCRIBE_JSON) + "\n" : descriptions(DIB_DESCRIBE_HELP));
+    });
+}
 
-void declareFormats(CLI::App& command) { declareList(command, formats, textOf, ""); }
+void declareFormats(CLI::App& command) {
+    declareList(command, [](bool asJson) {
+        if (asJson)
+            return print(jsonText(jsonList(formats(), [](const DibFormat* row) { return jsonOf(row); })));
+        std::string all;
+        for (const DibFormat* format : formats()) all += textOf(format);
+        print(all);
+    });
+}
 
 }  // namespace tool

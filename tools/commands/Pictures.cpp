@@ -1,6 +1,7 @@
 #include "tools/commands/Pictures.h"
 
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 #include "tools/cli/Cancel.h"
@@ -11,12 +12,38 @@ namespace tool {
 
 namespace {
 
-// Not every failed operation sets an error code; size and depth are then the best hint.
-std::string operationError(const DibStream& image) {
-    if (image.ErrorCode != DIB_OK || image.Header == nullptr) return errorText(image);
-    return "does not support " + std::to_string(width(image)) + "x" + std::to_string(height(image)) +
-           " pictures with " + std::to_string(image.Header->biBitCount) + " bits";
-}
+// Opens the second pictures of a step, with the limits of the command line.
+class SecondPictures {
+public:
+    SecondPictures(const StepFrame& frame, std::string operation)
+        : frame_(frame), operation_(std::move(operation)) {}
+
+    // As `DibApplyOptions::open`.
+    static bool open(void* context, const char* name, DibStream* image, DibFileResult* result,
+                     DibProgressCallback callback, void* user) {
+        return static_cast<SecondPictures*>(context)->load(name, *image, *result, callback, user);
+    }
+    // Why one could not be opened, if that was so.
+    const std::optional<Failure>& failure() const { return failure_; }
+
+private:
+    bool load(const std::string& name, DibStream& image, DibFileResult& result, DibProgressCallback callback,
+              void* user) {
+        DibLoadOptions options = frame_.options.load;
+        options.format = nullptr;  // the one on the command line is that of the input
+        const std::string path = std::filesystem::path(frame_.folder) / name;
+        if (DibLoadFile(path.c_str(), &image, &options, &result, callback, user)) {
+            frame_.notes.add(name + ": " + operation_, result);
+            return true;
+        }
+        failure_ = loadFailure(name, result, operation_);
+        return false;
+    }
+
+    const StepFrame& frame_;
+    std::string operation_;
+    std::optional<Failure> failure_;
+};
 
 }  // namespace
 
@@ -40,7 +67,7 @@ void Notes::judge() {
     if (options_.isStrict && !lines_.empty()) throw Failure(kExitStrict, std::exchange(lines_, {}));
 }
 
-Failure loadFailure(const std::string& title, const DibFileResult& result) {
+Failure loadFailure(const std::string& title, const DibFileResult& result, const std::string& action) {
     std::string reason = result.reason;
     // The library names the fields of its options.
     for (const auto& [field, option] :
@@ -48,10 +75,11 @@ Failure loadFailure(const std::string& title, const DibFileResult& result) {
           std::pair("(mostLayers)", "(--limit=layers)")}) {
         if (reason.ends_with(field)) reason.replace(reason.rfind('('), std::string::npos, option);
     }
-    if (result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED) reason += " (name it with --from)";
+    if (result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED && action == "load")
+        reason += " (name it with --from)";
     if (result.format != nullptr && !DibIsFormatAvailable(result.format))
         reason += " (set its folder with --plugins)";
-    return Failure(kExitBadInput, title + ": load: " + reason);
+    return Failure(kExitBadInput, title + ": " + action + ": " + reason);
 }
 
 LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
@@ -66,15 +94,16 @@ LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOpt
     return {result.format, std::move(result.metadata)};
 }
 
-void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress) {
-    const std::string name(step.operation->name);
-    progress.beginStep(name);
-    // Operations do not clear the code of an earlier failure, and not every failure sets one.
-    image.ErrorCode = DIB_OK;
-    const bool done = step.operation->run(image, step.arguments, &Progress::report, &progress);
+void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
+    frame.progress.beginStep(step.operation->name);
+    SecondPictures pictures(frame, step.operation->name);
+    const DibApplyOptions options = {.open = &SecondPictures::open, .context = &pictures, .inPlace = true};
+    DibOperationResult result;
+    const bool done = DibApply(&image, &step, 1, &options, &result, &Progress::report, &frame.progress);
     stopIfCancelled();
-    if (!done) throw Failure(kExitOperationFailed, title + ": " + name + ": " + operationError(image));
-    progress.endStep();
+    if (pictures.failure()) throw Failure(*pictures.failure());
+    if (!done) throw Failure(kExitOperationFailed, frame.title + ": " + result.reason);
+    frame.progress.endStep();
 }
 
 void requireSaver(const DibFormat& format, const std::string& title) {

@@ -11,7 +11,7 @@
 #include "tools/cli/Progress.h"
 #include "tools/io/Files.h"
 #include "tools/io/Images.h"
-#include "tools/operations/Operations.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
@@ -51,11 +51,20 @@ struct LoadedFile {
 // Loads a picture. Throws Failure (bad input).
 LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
                        Progress& progress, Notes& notes);
-// The failure of a load with that result.
-Failure loadFailure(const std::string& title, const DibFileResult& result);
+// The failure of a load with that result. `action` is what the file was opened for.
+Failure loadFailure(const std::string& title, const DibFileResult& result,
+                    const std::string& action = "load");
 
-// `title` is the name of the picture in messages. Throws Failure (operation).
-void applyStep(const Step& step, const std::string& title, DibStream& image, Progress& progress);
+// What a step needs besides its picture.
+struct StepFrame {
+    const std::string& title;  // of the picture, in messages
+    const PictureOptions& options;
+    Progress& progress;
+    Notes& notes;
+    std::string folder = {};  // of the second pictures; empty: the working folder
+};
+// Throws Failure (operation, or bad input for a second picture).
+void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame);
 
 // Throws Failure (usage) when the format cannot be written.
 void requireSaver(const DibFormat& format, const std::string& title);

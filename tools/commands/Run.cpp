@@ -1,5 +1,4 @@
-#include "tools/commands/Run.h"
-
+// `dib run`: opens a picture, applies operations and saves it.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -7,23 +6,29 @@
 #include <cstring>
 
 #include "tools/cli/Options.h"
+#include "tools/commands/Pictures.h"
 #include "tools/io/Formats.h"
-#include "tools/operations/OperationText.h"
 
 namespace tool {
 
 namespace {
 
-// Checks before any work is done that the files of operations can be read.
-void checkPaths(const std::vector<Step>& steps) {
-    for (const Step& step : steps) {
-        for (const Parameter& parameter : step.operation->parameters) {
-            if (parameter.kind != ParameterKind::Path) continue;
-            const std::string path = step.arguments.path(parameter.name);
-            if (access(path.c_str(), R_OK) == 0) continue;
-            throw Failure(kExitBadInput, path + ": " + std::string(step.operation->name) +
-                                             ": the file cannot be opened: " + std::strerror(errno));
-        }
+struct RunJob {
+    std::string input;
+    std::vector<DibChain> chains;  // each of one step
+    std::string output;
+    PictureOptions pictures;  // where no format is chosen, standard output has the input's
+    bool showsProgress = false;
+};
+
+// Checks before any work is done that the files of a step can be read.
+void checkPaths(const DibStep& step) {
+    const auto parameters = listed(step.operation->parameters);
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        const std::string path = step.values[i];
+        if (parameters[i]->kind != DIB_PARAMETER_PATH || access(path.c_str(), R_OK) == 0) continue;
+        throw Failure(kExitBadInput, path + ": " + step.operation->name +
+                                         ": the file cannot be opened: " + std::strerror(errno));
     }
 }
 
@@ -47,30 +52,33 @@ std::string operationSummary() {
         "backslash\n"
         "inside a value is written with a backslash before it.\n\n"
         "Operations (details: `dib help OPERATION`):\n";
-    for (const Operation& operation : operations())
-        text += "  " + synopsis(operation) + "\n      " + std::string(operation.help) + "\n";
+    for (const DibOperation* operation : operations())
+        text += "  " + description(*operation, DIB_DESCRIBE_SYNOPSIS) + "\n      " + operation->help + "\n";
     return text;
 }
 
-}  // namespace
-
+// Leaves the output unchanged when it fails.
 void runJob(const RunJob& job) {
     const DibFormat* format = checkOutput(job);
-    checkPaths(job.steps);
+    for (const DibChain& chain : job.chains) checkPaths(*chain.steps);
     Notes notes(job.pictures);
     // Loading and saving count as steps, too.
-    Progress progress(job.steps.size() + 2, job.showsProgress);
+    Progress progress(job.chains.size() + 2, job.showsProgress);
     DibStream image;
     const InputFile input(job.input);
     const LoadedFile loaded = loadPicture(input, image, job.pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
-    for (const Step& step : job.steps) applyStep(step, input.title(), image, progress);
+    const std::string title = input.title();
+    for (const DibChain& chain : job.chains)
+        applyStep(*chain.steps, image, {title, job.pictures, progress, notes});
     progress.beginStep("save");
     PictureOptions pictures = job.pictures;
     pictures.save.metadata = &loaded.metadata;
     savePicture(job.output, *format, image, pictures, progress, notes);
     progress.endStep();
 }
+
+}  // namespace
 
 void declareRun(CLI::App& command) {
     struct Options {
@@ -89,7 +97,7 @@ void declareRun(CLI::App& command) {
         if (words.size() < 2) throw usageFailure("run: INPUT and OUTPUT are required");
         options->job.input = words.front();
         options->job.output = words.back();
-        for (std::size_t i = 1; i + 1 < words.size(); ++i) options->job.steps.push_back(parseStep(words[i]));
+        for (std::size_t i = 1; i + 1 < words.size(); ++i) options->job.chains.push_back(parseStep(words[i]));
         runJob(options->job);
     });
 }

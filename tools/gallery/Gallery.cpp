@@ -9,11 +9,11 @@
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/commands/Pictures.h"
-#include "tools/gallery/CallText.h"
 #include "tools/gallery/ContactSheet.h"
 #include "tools/gallery/GalleryPage.h"
 #include "tools/io/Formats.h"
 #include "tools/io/Images.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
@@ -25,7 +25,7 @@ constexpr const char* kPictureFolder = "pictures";
 
 // The contact sheet shows the second sample, which has more effect than the first one, unless there is
 // nothing to set.
-std::size_t sampleOfSheet(const Operation& operation) { return operation.parameters.empty() ? 0 : 1; }
+std::size_t sampleOfSheet(const DibOperation& operation) { return *operation.parameters == nullptr ? 0 : 1; }
 
 void need(bool done, const std::string& title, const DibStream& image) {
     if (!done) throw Failure(kExitOperationFailed, title + ": " + errorText(image));
@@ -111,12 +111,13 @@ void paintOther(DibStream& image) {
 // Renders the samples one after the other and puts one of each operation on the sheet.
 class Renderer {
 public:
-    Renderer(const Folder& folder, DibStream& input, ContactSheet& sheet, Progress& progress)
-        : folder_(folder), input_(input), sheet_(sheet), progress_(progress) {}
+    // File names on the page are relative to its folder.
+    Renderer(const Folder& folder, DibStream& input, ContactSheet& sheet, const StepFrame& frame)
+        : folder_(folder), input_(input), sheet_(sheet), frame_(frame) {}
 
-    ShownOperation render(const Operation& operation) {
+    ShownOperation render(const DibOperation& operation) {
         ShownOperation result{&operation, {}};
-        for (std::size_t i = 0; i < operation.samples.size(); ++i) {
+        for (std::size_t i = 0; i < std::size(operation.samples); ++i) {
             const std::string name = std::string(operation.name) + "-" + std::to_string(i + 1);
             result.samples[i] = renderSample(operation.samples[i], name);
             if (i == sampleOfSheet(operation)) addToSheet(operation.name);
@@ -125,15 +126,14 @@ public:
     }
 
 private:
-    ShownSample renderSample(std::string_view chain, const std::string& name) {
+    ShownSample renderSample(const char* chain, const std::string& name) {
         ShownSample sample;
         sample.chain = chain;
         image_ = cloneOf(input_);
-        for (Step& step : parseSample(chain)) {
+        const DibChain parsed = parseChain(chain);
+        for (const DibStep& step : std::span(parsed.steps, static_cast<std::size_t>(parsed.stepCount))) {
             sample.call += (sample.call.empty() ? "" : "\n") + callText(step, *image_);
-            // File names on the page are relative to its folder.
-            step.arguments.placePaths(folder_.path());
-            applyStep(step, kInput, *image_, progress_);
+            applyStep(step, *image_, frame_);
         }
         sample.result = folder_.show(*image_, name);
         return sample;
@@ -147,14 +147,15 @@ private:
     const Folder& folder_;
     DibStream& input_;
     ContactSheet& sheet_;
-    Progress& progress_;
+    const StepFrame& frame_;
     ImagePtr image_;
 };
 
 std::size_t stepCount() {
     std::size_t count = 0;
-    for (const Operation& operation : operations()) {
-        for (const std::string_view chain : operation.samples) count += parseSample(chain).size();
+    for (const DibOperation* operation : operations()) {
+        for (const char* chain : operation->samples)
+            count += static_cast<std::size_t>(parseChain(chain).stepCount);
     }
     return count;
 }
@@ -177,8 +178,11 @@ void makeGallery(const GalleryJob& job) {
     Gallery gallery{folder.show(input, "in"), folder.show(other, "other"), {}};
     ContactSheet sheet(static_cast<int>(operations().size()) + 1);
     sheet.add(input, "original");
-    Renderer renderer(folder, input, sheet, progress);
-    for (const Operation& operation : operations()) gallery.operations.push_back(renderer.render(operation));
+    const std::string title = kInput;
+    const StepFrame frame = {title, job.pictures, progress, notes, folder.path()};
+    Renderer renderer(folder, input, sheet, frame);
+    for (const DibOperation* operation : operations())
+        gallery.operations.push_back(renderer.render(*operation));
     stopIfCancelled();
     folder.save(sheet.image(), "contact-sheet.jpg");
     writeText(folder.pathOf("index.html"), galleryPage(gallery));

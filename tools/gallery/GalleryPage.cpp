@@ -23,9 +23,9 @@ std::string imageElement(const ShownPicture& picture, const std::string& alterna
 }
 
 // With <wbr> where the browser may break the line.
-std::string synopsisText(const Operation& operation) {
+std::string synopsisText(const DibOperation& operation) {
     std::string html;
-    for (const char c : synopsis(operation)) {
+    for (const char c : description(operation, DIB_DESCRIBE_SYNOPSIS)) {
         if (c == '[' || c == '|') html += "<wbr>";
         html += htmlText(std::string_view(&c, 1));
     }
@@ -44,15 +44,16 @@ std::string sourceFigure(const ShownPicture& picture, const std::string& file, c
 
 std::string contents() {
     std::string html;
-    for (const Area& area : areas()) {
-        html += "<div><dt>" + htmlText(area.title) + "</dt>";
-        for (const Operation& operation : area.operations) {
-            const std::string name = htmlText(operation.name);
-            html += "<dd><a href=\"#" + name + "\">" + name + "</a></dd>";
+    std::string_view area;
+    for (const DibOperation* operation : operations()) {
+        if (operation->area != area) {
+            html += (area.empty() ? "" : "</div>\n") + ("<div><dt>" + htmlText(operation->area)) + "</dt>";
+            area = operation->area;
         }
-        html += "</div>\n";
+        const std::string name = htmlText(operation->name);
+        html += "<dd><a href=\"#" + name + "\">" + name + "</a></dd>";
     }
-    return html;
+    return html + "</div>\n";
 }
 
 std::string sampleFigure(const ShownOperation& shown, const ShownSample& sample) {
@@ -67,7 +68,7 @@ std::string sampleFigure(const ShownOperation& shown, const ShownSample& sample)
 }
 
 std::string operationArticle(const ShownOperation& shown) {
-    const Operation& operation = *shown.operation;
+    const DibOperation& operation = *shown.operation;
     const std::string name = htmlText(operation.name);
     std::string html = "<article id=\"" + name + "\" aria-labelledby=\"" + name +
                        "-title\">\n<div class=\"about\"><h3 id=\"" + name + "-title\">" + name +
@@ -79,13 +80,16 @@ std::string operationArticle(const ShownOperation& shown) {
 
 std::string sections(const Gallery& gallery) {
     std::string html;
-    auto shown = gallery.operations.begin();
-    for (const Area& area : areas()) {
-        html += "<section>\n<h2>" + htmlText(area.title) + "</h2>\n";
-        for (std::size_t i = 0; i < area.operations.size(); ++i) html += operationArticle(*shown++);
-        html += "</section>\n";
+    std::string_view area;
+    for (const ShownOperation& shown : gallery.operations) {
+        if (shown.operation->area != area) {
+            html += (area.empty() ? "" : "</section>\n") +
+                    ("<section>\n<h2>" + htmlText(shown.operation->area)) + "</h2>\n";
+            area = shown.operation->area;
+        }
+        html += operationArticle(shown);
     }
-    return html;
+    return html + "</section>\n";
 }
 
 }  // namespace
@@ -128,7 +132,7 @@ std::string galleryPage(const Gallery& gallery) {
         {"style", std::string(kBaseStyle) + std::string(kGalleryStyle)},
         {"version", DIB_TOOL_VERSION},
         {"operations", std::to_string(count)},
-        {"samples", std::to_string(count * std::tuple_size_v<decltype(Operation::samples)>)},
+        {"samples", std::to_string(count * std::size(DibOperation{}.samples))},
         {"original", sourceFigure(gallery.original, "in.bmp", "The original picture", " id=\"original\"")},
         {"other", sourceFigure(gallery.other, "other.bmp", "The second picture: rings in two colours", "")},
         {"contents", contents()},

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/operations/Operations.h"
+#include "tools/io/Operations.h"
 
 namespace tool {
 
@@ -26,7 +26,7 @@ struct ShownSample {
 };
 
 struct ShownOperation {
-    const Operation* operation = nullptr;
+    const DibOperation* operation = nullptr;
     std::array<ShownSample, 3> samples;
 };
 

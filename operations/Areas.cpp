@@ -1,0 +1,25 @@
+// The areas of the table. It has a file of its own, which a test replaces to add an operation.
+#include "operations/Operations.h"
+
+namespace operations {
+
+// One line for each file in rows/, here and in areas().
+Area blurOps();
+Area composeOps();
+Area depthOps();
+Area distortionOps();
+Area edgeOps();
+Area geometryOps();
+Area noiseOps();
+Area rankOps();
+Area toneOps();
+
+std::span<const Area> areas() {
+    static const Area all[] = {
+        depthOps(), distortionOps(), blurOps(),    noiseOps(),    rankOps(),
+        toneOps(),  edgeOps(),       composeOps(), geometryOps(),
+    };
+    return all;
+}
+
+}  // namespace operations

@@ -1,0 +1,102 @@
+// The rows of the table of operations (DibOperation.h). An operation is a row of a file in operations/rows/;
+// lists, help, documents and other languages are made from it.
+#ifndef OPERATIONS_OPERATIONS_H
+#define OPERATIONS_OPERATIONS_H
+
+#include <DibOperation.h>
+#include <DibStream.h>
+
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "operations/Parameters.h"
+#include "operations/Refusal.h"
+
+namespace operations {
+
+struct Operation;
+
+struct PixelSize {
+    int width;
+    int height;
+};
+
+inline int width(const DibStream& image) { return image.Header->biWidth; }
+// The number of rows, in either row order.
+inline int height(const DibStream& image) {
+    return image.Header->biHeight < 0 ? -image.Header->biHeight : image.Header->biHeight;
+}
+
+// The values of one call of an operation, by parameter name. Asking for a name that the row does not declare
+// throws std::logic_error.
+class Arguments {
+public:
+    Arguments(const Operation& operation, std::vector<Value> values)
+        : operation_(operation), values_(std::move(values)) {}
+
+    const Operation& operation() const { return operation_; }
+    const std::vector<Value>& values() const { return values_; }
+    int integer(std::string_view name) const;
+    // The value of a choice, or of flags together.
+    std::uint32_t word(std::string_view name) const;
+    // A number or a fraction.
+    float number(std::string_view name) const;
+    float radians(std::string_view name) const;
+    // A length in pixels; percentages are of `full`, rounded to the nearest pixel.
+    int pixels(std::string_view name, int full) const;
+    // A position in pixels; 0% is the centre of the first of `full` pixels, 100% that of the last.
+    float position(std::string_view name, int full) const;
+    // A size; percentages are of the picture's size, and the result is at least 1 pixel.
+    PixelSize size(std::string_view name, const DibStream& image) const;
+    DibBGRA color(std::string_view name) const;
+    // The pixel value of a fill in the picture's depth: the nearest entry of the colour table up to 8 bits.
+    // Throws Refusal for a number that no pixel of that depth can hold.
+    std::uint32_t fill(std::string_view name, const DibStream& image) const;
+    const char* path(std::string_view name) const;
+
+private:
+    std::size_t indexOf(std::string_view name) const;
+    const Value& value(std::string_view name) const { return values_[indexOf(name)]; }
+
+    std::reference_wrapper<const Operation> operation_;
+    std::vector<Value> values_;
+};
+
+// A step at work on an image.
+struct Job {
+    DibStream& image;
+    const Arguments& arguments;
+    const DibApplyOptions& options;
+    DibOperationResult& result;
+    DibProgressCallback callback;
+    void* user;
+};
+
+struct Operation {
+    DibOperation info;
+    std::string_view call;  // in C++, with placeholders for the values (Call.h)
+    // Returns what the library returns. May throw Refusal, before it changes the image.
+    bool (*run)(const Job& job);
+    // What is wrong with the combination of parameters; empty when nothing is.
+    std::string (*check)(const Arguments& arguments) = nullptr;
+};
+
+// Operations that belong together.
+using Area = std::span<const Operation>;
+std::span<const Area> areas();
+
+// Parse and check. The result gets the operation and the number of the step that is worked on, which stay
+// where it fails. Throw Refusal.
+Arguments parseStep(std::string_view text, DibOperationResult& result);
+std::vector<Arguments> parseChain(std::string_view text, DibOperationResult& result);
+Arguments argumentsOf(const DibStep& step, DibOperationResult& result);
+
+// Throws Refusal when there is no image with pixels.
+void requirePixels(const DibStream* image);
+
+}  // namespace operations
+
+#endif

@@ -1,0 +1,28 @@
+// "Did you mean": the known name nearest to an unknown one.
+#ifndef OPERATIONS_SUGGESTION_H
+#define OPERATIONS_SUGGESTION_H
+
+#include <span>
+#include <string_view>
+
+namespace operations {
+
+// The distance from which on no name is near.
+std::size_t farDistance(std::string_view typed);
+// Whether `name` is nearer to what was typed than `least`, which is then its distance.
+bool isNearer(std::string_view typed, std::string_view name, std::size_t& least);
+
+// The name of the record that is nearest to what was typed, or null.
+template <class Record>
+const char* nearestName(std::string_view typed, std::span<const Record* const> records) {
+    std::size_t least = farDistance(typed);
+    const char* nearest = nullptr;
+    for (const Record* record : records) {
+        if (isNearer(typed, record->name, least)) nearest = record->name;
+    }
+    return nearest;
+}
+
+}  // namespace operations
+
+#endif

@@ -1,0 +1,99 @@
+#include <DibEffect.h>
+
+#include "operations/Call.h"
+
+namespace operations {
+
+namespace {
+
+constexpr const char* kArea = "Distortions";
+
+constexpr DibParameter kCenterX =
+    position("x", "column of the centre, which may lie outside the picture", "50%");
+constexpr DibParameter kCenterY = position("y", "row of the centre, counted from the top", "50%");
+constexpr DibParameter kWavelength = number("wavelength", "from crest to crest, not 0", kAnyNumber, {}, "px");
+constexpr DibParameter kPhase = angle("phase", "where in a wave the middle lies", "0");
+
+std::string checkWavelength(const Arguments& arguments) {
+    return arguments.number("wavelength") == 0 ? "wavelength: must not be 0" : "";
+}
+
+constexpr Parameters kRotate({angle("angle", "counter-clockwise when positive"), wrap()});
+
+constexpr Parameters kRipple({kWavelength, angle("amplitude", "the largest turn about the centre"), kPhase,
+                              kCenterX, kCenterY, wrap()});
+
+constexpr Parameters kWave(
+    {kWavelength, number("amplitude", "the largest shift", kAnyNumber, {}, "px"), kPhase,
+     angle("direction", "along which the waves run; 0 runs along x and moves pixels along y", "0"), wrap()});
+
+constexpr Parameters kWhirl({angle("twist", "turn for each pixel of distance from the centre"), kCenterX,
+                             kCenterY, wrap()});
+
+constexpr Parameters kMosaic({integer("size", "side of a block", {1, kAnyInteger.max}, {}, "px")});
+
+constexpr Operation kOperations[] = {
+    {{"rotate",
+      kArea,
+      "Turns the picture about its middle; the size stays.",
+      "rotate:30,wrap=xy",
+      {"rotate:15", "rotate:30,wrap=xy", "rotate:-90"},
+      kRotate,
+      kAllDepths},
+     "DibEffectRotate(nullptr, nullptr, &image, {angle}, {wrap})",
+     Effect<float, unsigned int>::run<DibEffectRotate>},
+    {{"ripple",
+      kArea,
+      "Makes rings about a point.",
+      "ripple:40,3deg,x=25%,y=10",
+      {"ripple:40,4deg", "ripple:24,8deg,phase=90", "ripple:60,10deg,x=25%,y=75%,wrap=xy"},
+      kRipple,
+      kAllDepths},
+     "DibEffectRipple(nullptr, nullptr, &image, {x:width}, {y:height}, {wavelength}, {amplitude}, {phase}, "
+     "{wrap})",
+     Effect<float, float, float, float, float, unsigned int>::run<DibEffectRipple>,
+     checkWavelength},
+    {{"wave",
+      kArea,
+      "Makes parallel waves.",
+      "wave:60,8,direction=0.5rad",
+      {"wave:60,8", "wave:24,6,direction=45", "wave:120,24,phase=90,wrap=xy"},
+      kWave,
+      kAllDepths},
+     "DibEffectWave(nullptr, nullptr, &image, {wavelength}, {amplitude}, {phase}, {direction}, {wrap})",
+     Effect<float, float, float, float, unsigned int>::run<DibEffectWave>,
+     checkWavelength},
+    {{"whirl",
+      kArea,
+      "Twists the picture about a point.",
+      "whirl:0.003rad",
+      {"whirl:0.4", "whirl:1.2", "whirl:-0.8,x=30%,y=60%,wrap=xy"},
+      kWhirl,
+      kAllDepths},
+     "DibEffectWhirl(nullptr, nullptr, &image, {x:width}, {y:height}, {twist}, {wrap})",
+     Effect<float, float, float, unsigned int>::run<DibEffectWhirl>},
+    {{"mosaic",
+      kArea,
+      "Paints square blocks in their average colour; up to 8 bits in that of their first pixel.",
+      "mosaic:10",
+      {"mosaic:4", "mosaic:12", "mosaic:32"},
+      kMosaic,
+      kAllDepths},
+     "DibEffectMozaic(nullptr, nullptr, &image, {size})",
+     Effect<int>::run<DibEffectMozaic>},
+    {{"reverse",
+      kArea,
+      "Inverts every bit of the pixels: colours above 8 bits, else indices into the colour table.",
+      "reverse",
+      {"reverse", "bpp:8,method=median reverse", "bpp:1 reverse"},
+      kNoParameters,
+      kAllDepths},
+     "DibEffectReverse(nullptr, nullptr, &image)",
+     Effect<>::run<DibEffectReverse>},
+};
+
+}  // namespace
+
+Area distortionOps() { return kOperations; }
+
+}  // namespace operations

@@ -1,0 +1,55 @@
+#include <DibEffect.h>
+
+#include "operations/Call.h"
+
+namespace operations {
+
+namespace {
+
+constexpr const char* kArea = "Edge, relief and motion";
+
+constexpr Parameters kMotionBlur({integer("length", "number of samples", {1, kAnyInteger.max}, {}, "px"),
+                                  angle("angle", "direction of the smear; 0 is to the right", "0"), wrap()});
+
+constexpr Parameters kEdge({wrap()});
+
+constexpr Parameters kEmboss(
+    {number("strength", "contrast of the relief", kAnyNumber, "1"),
+     integer("distance", "how far apart the samples lie", {1, kAnyInteger.max}, "1", "px"),
+     angle("angle", "direction in which rising brightness looks raised", "45"), wrap()});
+
+constexpr Operation kOperations[] = {
+    {{"motion-blur",
+      kArea,
+      "Smears the picture along one direction.",
+      "motion-blur:15,angle=30",
+      {"motion-blur:15", "motion-blur:24,angle=30", "motion-blur:60,angle=90,wrap=xy"},
+      kMotionBlur,
+      depths({8, 16, 24, 32})},
+     "DibEffectMotionBlur(nullptr, nullptr, &image, {length}, {angle}, {wrap})",
+     Effect<int, float, unsigned int>::run<DibEffectMotionBlur>},
+    {{"edge",
+      kArea,
+      "Shows how fast each channel changes.",
+      "edge",
+      {"edge", "sharpen edge", "edge:wrap=xy"},
+      kEdge,
+      depths({8, 24, 32})},
+     "DibEffectPickEdge(nullptr, nullptr, &image, {wrap})",
+     Effect<unsigned int>::run<DibEffectPickEdge>},
+    {{"emboss",
+      kArea,
+      "Gives the picture the look of a relief.",
+      "emboss:2,distance=1,angle=45",
+      {"emboss", "emboss:2,distance=2", "emboss:1,distance=4,angle=225,wrap=xy"},
+      kEmboss,
+      depths({8, 16, 24, 32})},
+     "DibEffectEmboss(nullptr, nullptr, &image, {strength}, {distance}, {angle}, {wrap})",
+     Effect<float, int, float, unsigned int>::run<DibEffectEmboss>},
+};
+
+}  // namespace
+
+Area edgeOps() { return kOperations; }
+
+}  // namespace operations

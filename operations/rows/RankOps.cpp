@@ -1,0 +1,55 @@
+#include <DibEffect.h>
+
+#include "operations/Call.h"
+
+namespace operations {
+
+namespace {
+
+constexpr const char* kArea = "Rank filters";
+
+constexpr DibParameter radius(double largest) {
+    return integer("radius", "half the side of the square looked at", {0, largest}, {}, "px");
+}
+
+constexpr Parameters kExtreme({radius(kAnyInteger.max), wrap()});
+// The square of a larger radius has more pixels than an int counts.
+constexpr Parameters kMedian({radius(23169), wrap()});
+
+using Rank = Effect<int, unsigned int>;
+
+constexpr Operation kOperations[] = {
+    {{"max",
+      kArea,
+      "Takes the brightest pixel around each pixel.",
+      "max:2",
+      {"max:1", "max:3", "max:8,wrap=xy"},
+      kExtreme,
+      kAllDepths},
+     "DibEffectBrightMax(nullptr, nullptr, &image, {radius}, {wrap})",
+     Rank::run<DibEffectBrightMax>},
+    {{"min",
+      kArea,
+      "Takes the darkest pixel around each pixel.",
+      "min:2",
+      {"min:1", "min:3", "min:8,wrap=xy"},
+      kExtreme,
+      kAllDepths},
+     "DibEffectBrightMin(nullptr, nullptr, &image, {radius}, {wrap})",
+     Rank::run<DibEffectBrightMin>},
+    {{"median",
+      kArea,
+      "Takes a pixel of middle brightness around each pixel, which removes specks.",
+      "median:1",
+      {"median:1", "median:4", "median:10,wrap=xy"},
+      kMedian,
+      kAllDepths},
+     "DibEffectBrightMiddle(nullptr, nullptr, &image, {radius}, {wrap})",
+     Rank::run<DibEffectBrightMiddle>},
+};
+
+}  // namespace
+
+Area rankOps() { return kOperations; }
+
+}  // namespace operations

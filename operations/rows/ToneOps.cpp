@@ -1,0 +1,43 @@
+#include <DibEffect.h>
+
+#include "operations/Call.h"
+
+namespace operations {
+
+namespace {
+
+constexpr const char* kArea = "Tone curves";
+
+constexpr Parameters kGamma({number("gamma", "exponent; above 1 brightens"),
+                             integer("low", "lower limit", kAnyInteger, "0"),
+                             integer("high", "upper limit", kAnyInteger, "255")});
+
+constexpr Parameters kContrast({number("contrast", "slope about middle grey; 1 changes nothing"),
+                                number("brightness", "added, in parts of the full range", kAnyNumber, "0")});
+
+constexpr Operation kOperations[] = {
+    {{"gamma",
+      kArea,
+      "Bends the tone curve of the colours, or of the colour table.",
+      "gamma:2.2",
+      {"gamma:2.2", "gamma:0.5", "gamma:1,low=20,high=200"},
+      kGamma,
+      depths({1, 4, 8, 24, 32})},
+     "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
+     Effect<int, int, float>::run<DibEffectGammaCorrect>},
+    {{"contrast",
+      kArea,
+      "Stretches the colours, or the colour table, about middle grey.",
+      "contrast:1.3,brightness=0.05",
+      {"contrast:1.3", "contrast:2.5", "contrast:0.5,brightness=0.2"},
+      kContrast,
+      depths({1, 4, 8, 24, 32})},
+     "DibEffectContrast(nullptr, nullptr, &image, {brightness}, {contrast})",
+     Effect<float, float>::run<DibEffectContrast>},
+};
+
+}  // namespace
+
+Area toneOps() { return kOperations; }
+
+}  // namespace operations

@@ -1,0 +1,37 @@
+// The library's table of operations as the program shows it.
+#ifndef TOOLS_IO_OPERATIONS_H
+#define TOOLS_IO_OPERATIONS_H
+
+#include <DibOperation.h>
+
+#include <span>
+#include <string>
+
+namespace tool {
+
+// The records of a list that ends with a null; there may be no list.
+template <class Record>
+std::span<const Record* const> listed(const Record* const* list) {
+    std::size_t count = 0;
+    while (list != nullptr && list[count] != nullptr) ++count;
+    return {list, count};
+}
+
+// Every operation, in the order in which help lists them.
+inline std::span<const DibOperation* const> operations() { return listed(DibGetOperations()); }
+
+// Texts of the library. They throw std::bad_alloc.
+std::string description(const DibOperation& operation, DibDescription form);
+std::string descriptions(DibDescription form);
+// Unit, range and default of a parameter; may be empty.
+std::string constraints(const DibParameter& parameter);
+// The step in C++, for a picture.
+std::string callText(const DibStep& step, const DibStream& image);
+
+// Read a step, and a chain. Throw Failure (usage).
+DibChain parseStep(const std::string& text);
+DibChain parseChain(const std::string& text);
+
+}  // namespace tool
+
+#endif
