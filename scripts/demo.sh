@@ -28,8 +28,8 @@ dib=build/demo/prefix/bin/dib
 mkdir -p "$out"
 sample="$out/sample.bmp"
 echo "Making the sample picture"
-build/demo/tools/make_sample_picture 960 720 "$sample"
-build/demo/tools/make_sample_picture 960 720 "$out/sample-with-alpha.bmp" --bits=32
+build/demo/scripts/make_sample_picture 960 720 "$sample"
+build/demo/scripts/make_sample_picture 960 720 "$out/sample-with-alpha.bmp" --bits=32
 made=("$sample")
 
 echo "Taking it through the operations"

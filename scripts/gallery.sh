@@ -20,7 +20,7 @@ cmake --preset release -B build/demo \
 cmake --build build/demo --target dib make_sample_picture >/dev/null
 
 mkdir -p "$out"
-build/demo/tools/make_sample_picture 960 720 "$out/sample.bmp"
+build/demo/scripts/make_sample_picture 960 720 "$out/sample.bmp"
 build/demo/tools/dib gallery "$out/sample.bmp" "$out"
 rm "$out/sample.bmp"
 echo "The gallery is $out/index.html"

@@ -1,5 +1,3 @@
-#include "tools/gallery/Gallery.h"
-
 #include <DibCodec.h>
 
 #include <algorithm>

@@ -8,8 +8,8 @@
 #include <new>
 #include <string>
 
+#include "tools/gallery/Font.h"
 #include "tools/io/Images.h"
-#include "tools/sample/Font.h"
 
 namespace tool {
 
@@ -41,14 +41,14 @@ ImagePtr lettering(const std::string& text) {
     constexpr int kCell = 10;
     constexpr int kMargin = kCell;
     ImagePtr label(new DibStream);
-    const int fullWidth = sample::textColumns(text) * kCell + 2 * kMargin;
-    const int fullHeight = sample::kTextRows * kCell + 2 * kMargin;
+    const int fullWidth = textColumns(text) * kCell + 2 * kMargin;
+    const int fullHeight = kTextRows * kCell + 2 * kMargin;
     need(label->Create(fullWidth, fullHeight, 24));
     for (int y = 0; y < fullHeight; ++y) {
         for (int x = 0; x < fullWidth; ++x) {
-            const bool isInked = x >= kMargin && y >= kMargin &&
-                                 sample::isInked(text, (x - kMargin) / kCell, (y - kMargin) / kCell);
-            row(*label, y)[x] = isInked ? DibBGR{255, 255, 255} : DibBGR{0, 0, 0};
+            const bool isWhite =
+                x >= kMargin && y >= kMargin && isInked(text, (x - kMargin) / kCell, (y - kMargin) / kCell);
+            row(*label, y)[x] = isWhite ? DibBGR{255, 255, 255} : DibBGR{0, 0, 0};
         }
     }
     need(DibEffectGaussianBlur(nullptr, nullptr, label.get(), 0.9F * kCell, 0U));

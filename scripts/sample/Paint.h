@@ -1,7 +1,7 @@
 // Colours and noise of the sample picture. Only additions, multiplications, divisions, square roots and
 // comparisons are used: they give the same bits on every machine, unlike the C library's sines and powers.
-#ifndef TOOLS_SAMPLE_PAINT_H
-#define TOOLS_SAMPLE_PAINT_H
+#ifndef SCRIPTS_SAMPLE_PAINT_H
+#define SCRIPTS_SAMPLE_PAINT_H
 
 #include <algorithm>
 #include <cmath>

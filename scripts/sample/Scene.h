@@ -1,9 +1,9 @@
 // A lake in evening light: a sky of gradients and clouds, textured hills, a house and a sailing boat with
 // hard edges, their reflections, a sign with fine lettering, and a person.
-#ifndef TOOLS_SAMPLE_SCENE_H
-#define TOOLS_SAMPLE_SCENE_H
+#ifndef SCRIPTS_SAMPLE_SCENE_H
+#define SCRIPTS_SAMPLE_SCENE_H
 
-#include "tools/sample/Paint.h"
+#include "scripts/sample/Paint.h"
 
 namespace sample {
 

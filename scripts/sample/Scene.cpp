@@ -1,8 +1,8 @@
-#include "tools/sample/Scene.h"
+#include "scripts/sample/Scene.h"
 
 #include <optional>
 
-#include "tools/sample/Font.h"
+#include "tools/gallery/Font.h"
 
 namespace sample {
 
@@ -194,9 +194,9 @@ Layer sign(Point p) {
     const Color board = mix({0.50, 0.34, 0.20}, {0.76, 0.57, 0.36}, grain);
     if (edge) return board * 0.55;
     const auto written = [x, y](std::string_view text, double middle, double cell) {
-        const double column = x / cell + textColumns(text) / 2.0;
-        const double row = (y - middle) / cell + kTextRows / 2.0;
-        return isInked(text, static_cast<int>(std::floor(column)), static_cast<int>(std::floor(row)));
+        const double column = x / cell + tool::textColumns(text) / 2.0;
+        const double row = (y - middle) / cell + tool::kTextRows / 2.0;
+        return tool::isInked(text, static_cast<int>(std::floor(column)), static_cast<int>(std::floor(row)));
     };
     if (written("DIBSTREAM", -0.07, 0.0152)) return Color{0.99, 0.96, 0.86};
     if (written("1 4 8 16 24 32 BITS", 0.045, 0.0070)) return Color{0.16, 0.10, 0.06};

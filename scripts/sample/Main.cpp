@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "tools/sample/Scene.h"
+#include "scripts/sample/Scene.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "tools/sample/Font.h"
+#include "tools/gallery/Font.h"
 
 #include <array>
 
-namespace sample {
+namespace tool {
 
 namespace {
 
@@ -66,4 +66,4 @@ bool isInked(std::string_view text, int column, int row) {
     return false;
 }
 
-}  // namespace sample
+}  // namespace tool
