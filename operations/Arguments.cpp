@@ -10,9 +10,11 @@ namespace operations {
 
 namespace {
 
-int toPixels(const Measure& measure, int full) {
+int toPixels(std::string_view name, const Measure& measure, int full) {
     const double pixels = measure.isPercent ? std::round(measure.number * full / 100) : measure.number;
-    return static_cast<int>(std::clamp<double>(pixels, INT_MIN, INT_MAX));
+    if (pixels >= INT_MIN && pixels <= INT_MAX) return static_cast<int>(pixels);
+    throw Refusal{DIB_ERROR_MISMATCH, std::string(name) + ": " + plainNumber(measure.number) + "% of " +
+                                          std::to_string(full) + " pixels is more than a picture can have"};
 }
 
 std::uint32_t nearestEntry(const BITMAPINFOHEADER& header, const DibBGRA& color) {
@@ -62,7 +64,9 @@ float Arguments::number(std::string_view name) const { return static_cast<float>
 
 float Arguments::radians(std::string_view name) const { return number(name); }
 
-int Arguments::pixels(std::string_view name, int full) const { return toPixels(value(name).first, full); }
+int Arguments::pixels(std::string_view name, int full) const {
+    return toPixels(name, value(name).first, full);
+}
 
 float Arguments::position(std::string_view name, int full) const {
     const Measure& measure = value(name).first;
@@ -71,8 +75,8 @@ float Arguments::position(std::string_view name, int full) const {
 
 PixelSize Arguments::size(std::string_view name, const DibStream& image) const {
     const Value& found = value(name);
-    return {std::max(1, toPixels(found.first, width(image))),
-            std::max(1, toPixels(found.second, height(image)))};
+    return {std::max(1, toPixels(name, found.first, width(image))),
+            std::max(1, toPixels(name, found.second, height(image)))};
 }
 
 DibBGRA Arguments::color(std::string_view name) const { return value(name).color; }

@@ -45,7 +45,8 @@ public:
     // A number or a fraction.
     float number(std::string_view name) const;
     float radians(std::string_view name) const;
-    // A length in pixels; percentages are of `full`, rounded to the nearest pixel.
+    // A length in pixels; percentages are of `full`, rounded to the nearest pixel. Throws Refusal when that
+    // is more than an int holds, as does size().
     int pixels(std::string_view name, int full) const;
     // A position in pixels; 0% is the centre of the first of `full` pixels, 100% that of the last.
     float position(std::string_view name, int full) const;

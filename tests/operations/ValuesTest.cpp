@@ -89,7 +89,8 @@ TEST(OperationValues, LengthsAreWholePixelsOrPercent) {
     EXPECT_EQ(one(kWide, "50%").pixels("wide", 33), 17);
     EXPECT_EQ(one(kWide, "150%").pixels("wide", 33), 50);
     EXPECT_EQ(one(kShift, "-50%").pixels("shift", 10), -5);
-    EXPECT_EQ(one(kShift, "1000000%").pixels("shift", 2147483647), 2147483647);
+    EXPECT_EQ(one(kShift, "100%").pixels("shift", 2147483647), 2147483647);
+    EXPECT_THROW(one(kShift, "101%").pixels("shift", 2147483647), operations::Refusal);
     EXPECT_EQ(refusal(kWide, "-1"), "wide: '-1' is outside 0 to 1000");
     EXPECT_EQ(refusal(kWide, "1.5"), "wide: '1.5' is not a whole number");
     EXPECT_EQ(refusal(kWide, "-1%"), "wide: '-1%' is outside 0% to 1000000%");
