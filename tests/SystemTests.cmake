@@ -85,6 +85,21 @@ if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
                 ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER} ${DIB_CLANG})
     set_tests_properties(system.packages PROPERTIES TIMEOUT 1800 PROCESSORS 2 SKIP_RETURN_CODE 77)
 endif()
+if(TARGET dib AND DIB_LIBRARY_TYPE STREQUAL SHARED)
+    # The library with one operation more.
+    add_library(dibstream_pretend SHARED
+        $<FILTER:$<TARGET_OBJECTS:dibstream_objects>,EXCLUDE,/operations/Areas.cpp> $<TARGET_OBJECTS:dib_files>
+        operations/pretend/PretendAreas.cpp)
+    dib_library_settings(dibstream_pretend)
+    target_link_libraries(dibstream_pretend PRIVATE VexLibs ${DIB_PLATFORM_LIBRARIES})
+    target_include_directories(dibstream_pretend PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+    set_target_properties(dibstream_pretend PROPERTIES
+        OUTPUT_NAME dibstream SOVERSION ${PROJECT_VERSION_MAJOR}
+        LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/pretend)
+    add_test(NAME system.pretend
+        COMMAND bash ${system_dir}/pretend.sh
+                $<TARGET_FILE:dib> $<TARGET_FILE:dibstream_pretend> $<TARGET_FILE:make_sample_picture> ${system_work}/pretend)
+endif()
 if(TARGET dib)
     add_test(NAME system.completions
         COMMAND bash ${system_dir}/completions.sh $<TARGET_FILE:dib> ${system_work}/completions)
