@@ -2,6 +2,8 @@
 
 #include <VexLibs.h>
 
+#include <cerrno>
+
 namespace dib {
 
 namespace {
@@ -22,6 +24,12 @@ FilePtr openForReading(const char* path) { return open(path, "rb"); }
 FilePtr openForReading(const wchar_t* path) { return open(path, L"rb"); }
 FilePtr openForWriting(const char* path) { return open(path, "wb"); }
 FilePtr openForWriting(const wchar_t* path) { return open(path, L"wb"); }
+
+int readError(std::FILE* file) {
+    // An old error of the stream may still be noted at the end.
+    if (std::ferror(file) == 0 || std::feof(file) != 0) return 0;
+    return errno != 0 ? errno : EIO;
+}
 
 std::optional<std::uint64_t> bytesLeft(std::FILE* file) {
     const std::int64_t position = positionIn(file);

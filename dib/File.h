@@ -37,6 +37,10 @@ inline bool closeWritten(FilePtr file) {
     return std::fclose(file.release()) == 0 && isWhole;
 }
 
+// Why the last read of a stream gave less than it was asked for, as the system's number: 0 at the end of the
+// file. `errno` must be as that read left it, and 0 before.
+int readError(std::FILE* file);
+
 // The position in an open file; negative for a stream that cannot seek.
 std::int64_t positionIn(std::FILE* file);
 // Whether the position could be set.

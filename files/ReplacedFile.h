@@ -9,7 +9,7 @@
 namespace files {
 
 // The new file is written under a temporary name in the folder of the target, and removed with the object
-// unless commit() renamed it. A link to a file is followed and stays. Targets that cannot be replaced
+// unless commit() renamed it. Links are followed and stay, also those to a file that does not exist yet. Targets that cannot be replaced
 // (devices, pipes, files without a name) are written directly.
 //
 // The new file gets the owner, group, mode and extended attributes of the file that it replaces, as far as

@@ -1,6 +1,7 @@
 #include "formats/ByteReader.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 
 #include "dib/File.h"
@@ -12,6 +13,14 @@ ByteReader::ByteReader(std::FILE* file, Buffering buffering)
     const std::int64_t start = isExact_ ? -1 : dib::positionIn(file);
     canSeek_ = start >= 0;
     endPosition_ = std::max(start, std::int64_t{0});
+}
+
+std::size_t ByteReader::fetch(unsigned char* out, std::size_t bytes) {
+    errno = 0;
+    const std::size_t got = std::fread(out, 1, bytes, file_);
+    endPosition_ += static_cast<std::int64_t>(got);
+    if (got < bytes && error_ == 0) error_ = dib::readError(file_);
+    return got;
 }
 
 void ByteReader::fill(std::size_t wanted) {
@@ -29,9 +38,7 @@ void ByteReader::fill(std::size_t wanted) {
         if (rest + blocks >= wanted) asked = blocks;
         isFirst_ = false;
     }
-    const std::size_t got = std::fread(buffer_ + rest, 1, asked, file_);
-    end_ += got;
-    endPosition_ += static_cast<std::int64_t>(got);
+    end_ += fetch(buffer_ + rest, asked);
 }
 
 std::size_t ByteReader::copyMore(unsigned char* out, std::size_t bytes) {
@@ -41,9 +48,8 @@ std::size_t ByteReader::copyMore(unsigned char* out, std::size_t bytes) {
     const std::size_t left = bytes - held;
     if (file_ != nullptr && (left >= kBufferBytes || isExact_)) {
         // Large parts bypass the buffer.
-        const std::size_t direct = isAtEnd() ? 0 : std::fread(out + held, 1, left, file_);
+        const std::size_t direct = isAtEnd() ? 0 : fetch(out + held, left);
         next_ = end_ = buffer_;
-        endPosition_ += static_cast<std::int64_t>(direct);
         return held + direct;
     }
     const std::size_t part = std::min(left, ahead(left).size);
@@ -59,6 +65,8 @@ std::size_t ByteReader::readRows(unsigned char* first, std::ptrdiff_t step, std:
         if (!dropBuffer(position())) return 0;
         done = dib::readRows(file_, first, step, rowBytes, rows);
         endPosition_ += static_cast<std::int64_t>(done);
+        // The system read the rows behind the back of the stream, which learns here why they ended.
+        if (done < rows * rowBytes) fill(1);
         return done;
     }
     for (std::size_t row = 0; row < rows && done == row * rowBytes; ++row)

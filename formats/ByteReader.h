@@ -82,6 +82,9 @@ public:
     // Sets the position of a file that can seek to the position of the reader.
     void leave();
 
+    // Why a read failed, as the system's number: the source ends there for the reader. 0 when none failed.
+    int error() const { return error_; }
+
     // The length of the source; negative when unknown.
     std::int64_t size();
     // Loops over data of any length must stop by themselves when the end is unknown.
@@ -92,6 +95,8 @@ public:
 private:
     std::size_t buffered() const { return static_cast<std::size_t>(end_ - next_); }
     void fill(std::size_t wanted);
+    // Reads from the file.
+    std::size_t fetch(unsigned char* out, std::size_t bytes);
     std::size_t copyMore(unsigned char* out, std::size_t bytes);
     // Empties the buffer and sets the position of the file.
     bool dropBuffer(std::int64_t position);
@@ -111,6 +116,7 @@ private:
     const unsigned char* end_ = nullptr;
     std::int64_t endPosition_ = 0;  // of *end_, and of the file
     std::int64_t size_ = kNotAsked;
+    int error_ = 0;
     unsigned char buffer_[kBufferBytes];
 };
 

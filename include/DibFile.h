@@ -13,7 +13,8 @@
 /// Rules common to the functions
 /// -----------------------------
 /// - **Paths** are UTF-8 or wide. A null path, image, block or stream fails with a reason.
-/// - **Options** travel with the call. A null pointer means the defaults.
+/// - **Options** travel with the call. A null pointer means the defaults. A value out of its range fails with
+///   code 8 and a reason that names the option, the value and the range, before any file is touched.
 /// - **Results.** The functions return whether they succeeded. `DibFileResult` says why not, and what they
 ///   noted. The pointer may be null.
 /// - **Failure.** A load that fails leaves the image as it was, a save that fails the file. Nothing throws,
@@ -153,15 +154,16 @@ enum DibAlphaPolicy : int {
 
 /// How to open a file.
 struct DibLoadOptions {
-    std::size_t size = sizeof(DibLoadOptions);  ///< Bytes of this record, by which it may grow.
-    const char* const* formats = nullptr;       ///< Names of the accepted formats, ended by null; null: all.
+    std::size_t size =
+        sizeof(DibLoadOptions);             ///< Bytes of the caller's record, which newer versions extend.
+    const char* const* formats = nullptr;   ///< Names of the accepted formats, ended by null; null: all.
     const char* name = nullptr;             ///< A file name that says the format where the content does not.
     std::uint64_t mostPixels = 1ULL << 31;  ///< Larger pictures are refused.
     std::uint64_t mostBytes = 1ULL << 33;   ///< Of memory for the image; of a stream as well.
-    int mostLayers = 1 << 16;               ///< Documents with more are refused.
+    int mostLayers = 1 << 16;               ///< Documents with more are refused; from 0.
     DibDamagePolicy damage = DIB_DAMAGE_REFUSE;  ///< What becomes of damaged pixels.
     DibAlphaPolicy alpha = DIB_ALPHA_GUESS;      ///< What alpha means.
-    int page = 0;                                ///< From 0; formats with one page know no other.
+    int page = 0;                                ///< From 0; formats with one page have no other.
     int layer = -1;                              ///< From 0; -1 is the merged picture.
     int level = 0;                               ///< From 0, which is the largest.
     bool appliesOrientation = true;              ///< Turns the picture as the file asks.
@@ -178,12 +180,13 @@ enum DibTiffCompression : int {
 
 /// How to save a file.
 struct DibSaveOptions {
-    std::size_t size = sizeof(DibSaveOptions);  ///< Bytes of this record, by which it may grow.
-    const char* format = nullptr;               ///< Name of the format; null: by the extension of the path.
-    bool refusesLosses = false;                 ///< Fails when the file cannot hold all of the image.
-    int quality = 90;                           ///< JPEG, 1 to 100.
-    int compressionLevel = -1;  ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
-    bool runLengths = true;     ///< Run lengths where a format has them as an option.
+    std::size_t size =
+        sizeof(DibSaveOptions);    ///< Bytes of the caller's record, which newer versions extend.
+    const char* format = nullptr;  ///< Name of the format; null: by the extension of the path.
+    bool refusesLosses = false;    ///< Fails when the file cannot hold all of the image.
+    int quality = 90;              ///< JPEG, 1 to 100.
+    int compressionLevel = -1;     ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
+    bool runLengths = true;        ///< Run lengths where a format has them as an option.
     DibTiffCompression tiffCompression = DIB_TIFF_DEFLATE;  ///< How TIFF rows are packed.
     /// What the file says beside the pixels; null: nothing. It may be that of the call's own result.
     const DibMetadata* metadata = nullptr;
@@ -195,7 +198,10 @@ struct DibSaveOptions {
 
 /// Where bytes come from.
 struct DibReader {
-    /// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end and after an error.
+    /// What `read` returns when reading fails; `errno` says why, if it is not 0.
+    static constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
+
+    /// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end, `kFailed` after an error.
     std::size_t (*read)(void* context, void* out, std::size_t bytes);
     void* context;  ///< First argument of `read`.
 };
@@ -217,7 +223,7 @@ struct DibWriter {
 /// - 4 it ends early, or reading failed;
 /// - 6 it is damaged;
 /// - 7 its format, or this variant of it, is not read;
-/// - 8 an option refuses it (accepted formats, limits, pages);
+/// - 8 an option refuses it (accepted formats, limits, pages), or is out of its range;
 /// - 9 the callback cancelled;
 /// - 2 memory is short, or no image can have that size.
 DIB_EXPORT bool DibLoadFile(const char* path, DibStream* image, const DibLoadOptions* options = nullptr,
@@ -259,19 +265,22 @@ DIB_EXPORT bool DibProbeMemory(const void* bytes, std::size_t size, DibFileInfo*
 
 /// Says what a file of that format cannot hold of the image, as notes of the result.
 /// @return The number of losses; 0 as well when there can be no file, which the result's code says: 6 the
-/// image has no pixels, 7 the format is unknown or cannot be written, 8 the image is too large for it.
+/// image has no pixels, 7 the format is unknown or cannot be written, 8 the image is too large for it or an
+/// option is out of its range.
 DIB_EXPORT int DibSaveLosses(const DibStream* image, const char* format,
                              const DibSaveOptions* options = nullptr, DibFileResult* result = nullptr);
 
 /// Writes the image to a file, whole or not at all: the file is written under a temporary name beside the
-/// target, flushed to the disk and renamed. Permissions and symbolic links of an existing file are kept.
+/// target, flushed to the disk and renamed. Permissions of an existing file are kept. Symbolic links are
+/// followed and stay, also those to a file that does not exist yet.
 /// Losses are noted.
 /// @return False with a code and a reason, and the old file unchanged:
 /// - 3 the file cannot be created;
 /// - 5 it cannot be written to the end;
 /// - 6 the image has no pixels;
 /// - 7 the format is unknown or cannot be written;
-/// - 8 the file cannot hold all of the image, and `refusesLosses` is set, or cannot hold its size at all;
+/// - 8 the file cannot hold all of the image, and `refusesLosses` is set, or cannot hold its size at all; or an
+///   option is out of its range;
 /// - 9 the callback cancelled;
 /// - 2 memory is short.
 DIB_EXPORT bool DibSaveFile(const char* path, const DibStream* image, const DibSaveOptions* options = nullptr,

@@ -33,6 +33,22 @@ std::string replaceableName(const char* path, const struct stat& old) {
     return isReplaceable ? resolved : "";
 }
 
+// The name that a chain of links leads to, whether or not a file has it. Empty, with errno, when the chain has
+// no end.
+std::string nameBehindLinks(std::string name) {
+    constexpr int kMostLinks = 40;
+    for (int i = 0; i <= kMostLinks; ++i) {
+        char next[PATH_MAX];
+        const ssize_t length = ::readlink(name.c_str(), next, sizeof next);
+        if (length < 0) return name;
+        // Links count from the folder that they are in.
+        const std::size_t folder = next[0] == '/' ? 0 : name.find_last_of('/') + 1;
+        name.replace(folder, std::string::npos, next, static_cast<std::size_t>(length));
+    }
+    errno = ELOOP;
+    return {};
+}
+
 // Gives a new file the owner, attributes and mode of the one at `target`, as far as permitted. A change of
 // owner clears set-ID bits, and attributes can hold access lists, so the mode comes last.
 void copyRights(const std::string& target, int to) {
@@ -65,8 +81,8 @@ ReplacedFile::ReplacedFile(const char* path) {
 void ReplacedFile::open(const char* path) {
     struct stat old {};
     if (::stat(path, &old) != 0) {
-        target_ = path;
-        openTemporary(kAnyNewFile);
+        target_ = nameBehindLinks(path);
+        if (!target_.empty()) openTemporary(kAnyNewFile);
         return;
     }
     target_ = replaceableName(path, old);

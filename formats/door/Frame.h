@@ -4,23 +4,12 @@
 
 #include <DibFile.h>
 
-#include <algorithm>
-#include <cstring>
 #include <new>
 #include <stdexcept>
 
 #include "formats/Formats.h"
 
 namespace formats {
-
-// The caller's options with the defaults of the fields that the caller's version of the record did not have.
-template <class Options>
-Options completed(const Options* options) {
-    Options complete;
-    if (options != nullptr) std::memcpy(&complete, options, std::min(options->size, sizeof complete));
-    complete.size = sizeof complete;
-    return complete;
-}
 
 // Runs the work of a call, whose result starts anew; no exception leaves it.
 template <class Work>

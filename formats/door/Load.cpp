@@ -11,6 +11,7 @@
 #include "formats/door/Alpha.h"
 #include "formats/door/DecoderPath.h"
 #include "formats/door/Frame.h"
+#include "formats/door/Options.h"
 #include "formats/door/Orientation.h"
 #include "formats/door/Source.h"
 
@@ -40,12 +41,22 @@ const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
     return formatOfResemblance(bytes);
 }
 
+bool refuseForError(Source& source, DibFileResult& result) {
+    result.reason[0] = '\0';
+    return refuse(result, DIB_ERROR_READ, "reading failed: %s", std::strerror(source.error()));
+}
+
 const FileFormat* recognize(Source& source, const DibLoadOptions& options, DibFileResult& result) {
-    if (source.firstBytes().empty() && source.reader().size() == 0) {
+    const bool isEmpty = source.firstBytes().empty();
+    if (isEmpty && source.error() == 0) {
         refuse(result, DIB_ERROR_READ, "the file is empty");
         return nullptr;
     }
-    const FileFormat* format = findFormat(source, options);
+    const FileFormat* format = isEmpty ? nullptr : findFormat(source, options);
+    if (format == nullptr && source.error() != 0) {
+        refuseForError(source, result);
+        return nullptr;
+    }
     if (format == nullptr && options.format != nullptr) {
         refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the name %.60s", options.format);
         return nullptr;
@@ -131,6 +142,7 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
         result.reason[0] = '\0';
         return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
     }
+    if (source.error() != 0) refuseForError(source, result);
     if (result.code == DIB_OK) result.code = DIB_ERROR_INVALID;
     if (result.reason[0] == '\0') {
         source.reader().seek(0);
@@ -161,6 +173,7 @@ bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFi
     if (!isAvailable(*format, &result)) return false;
     DibFileInfo info;
     const bool isKnown = probe(source, *format, info, options, result);
+    if (!isKnown && source.error() != 0) return refuseForError(source, result);
     if (!hasPart(info, options, result)) return false;
     if (isKnown && !isWithinLimits(info, options, result)) return false;
     result.reason[0] = '\0';
@@ -171,7 +184,8 @@ bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFi
     ReadRequest request = {source.reader(), source.pathToReadAgain(), options, &loaded, result, progress};
     source.reader().seek(0);
     const bool isRead = format->read != nullptr ? format->read(request) : readByPath(*format, request);
-    if ((!isRead || progress.isCancelled()) && !judgeDamage(*format, source, request)) return false;
+    const bool isWhole = isRead && !progress.isCancelled() && source.error() == 0;
+    if (!isWhole && !judgeDamage(*format, source, request)) return false;
     if (!hasPixels(loaded)) return refuse(result, DIB_ERROR_INVALID, "the file contains no picture");
     if (!isKnown) {
         info = {.format = info.format,
@@ -200,7 +214,8 @@ bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* re
     DibFileResult& out = result != nullptr ? *result : own;
     const bool isLoaded = runCall(out, [&] {
         if (image == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no image to load into");
-        const DibLoadOptions complete = completed(options);
+        DibLoadOptions complete;
+        if (!completeOptions(options, complete, out)) return false;
         Progress progress(callback, user);
         Source source(out, complete.mostBytes);
         return openSource(source, from...) && load(source, *image, complete, out, progress);
@@ -216,12 +231,15 @@ bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* 
     return runCall(out, [&] {
         if (info == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no record to fill");
         *info = DibFileInfo();
-        const DibLoadOptions complete = completed(options);
+        DibLoadOptions complete;
+        if (!completeOptions(options, complete, out)) return false;
         Source source(out, complete.mostBytes);
         if (!openSource(source, from...)) return false;
         const FileFormat* format = recognize(source, complete, out);
         if (format == nullptr) return false;
-        if (probe(source, *format, *info, complete, out)) return true;
+        const bool isRead = probe(source, *format, *info, complete, out);
+        if (source.error() != 0) return refuseForError(source, out);
+        if (isRead) return true;
         source.reader().seek(0);
         const std::string why = whyRefused(source.reader(), format->diagnose, DIB_ERROR_INVALID);
         return refuse(out, DIB_ERROR_INVALID, "%s", why.c_str());

@@ -13,6 +13,7 @@
 #include "files/ReplacedFile.h"
 #include "formats/Formats.h"
 #include "formats/door/Frame.h"
+#include "formats/door/Options.h"
 
 namespace formats {
 
@@ -225,10 +226,11 @@ public:
     KeptMetadata(const KeptMetadata&) = delete;
     KeptMetadata& operator=(const KeptMetadata&) = delete;
 
-    DibSaveOptions completed(const DibSaveOptions* options) const {
-        DibSaveOptions complete = formats::completed(options);
+    // As completeOptions does it.
+    bool complete(const DibSaveOptions* options, DibSaveOptions& complete) const {
+        if (!completeOptions(options, complete, result_)) return false;
         if (isKept_) complete.metadata = &metadata_;
-        return complete;
+        return true;
     }
 
 private:
@@ -246,7 +248,8 @@ bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult
     return runCall(out, [&] {
         if (!isThere(target)) return refuse(out, DIB_ERROR_OPEN, "there is nothing to write to");
         if (!hasPicture(image)) return refuseEmpty(out);
-        DibSaveOptions complete = kept.completed(options);
+        DibSaveOptions complete;
+        if (!kept.complete(options, complete)) return false;
         Progress progress(callback, user);
         Save save = {*image, complete, out, progress};
         std::string name;
@@ -272,7 +275,8 @@ int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptio
     const formats::KeptMetadata kept(out, options);
     return formats::runCall(out, [&] {
         if (!formats::hasPicture(image)) return formats::refuseEmpty(out) ? 1 : 0;
-        DibSaveOptions complete = kept.completed(options);
+        DibSaveOptions complete;
+        if (!kept.complete(options, complete)) return 0;
         const formats::FileFormat* row = formats::chooseFormat(format, nullptr, out);
         if (row == nullptr) return 0;
         complete.format = formats::spellingOf(*row, format);

@@ -46,7 +46,9 @@ bool Source::open(std::FILE* file) {
         return true;
     }
     const auto read = [](void* context, void* out, std::size_t bytes) {
-        return std::fread(out, 1, bytes, static_cast<std::FILE*>(context));
+        auto* from = static_cast<std::FILE*>(context);
+        const std::size_t got = std::fread(out, 1, bytes, from);
+        return got == 0 && dib::readError(from) != 0 ? DibReader::kFailed : got;
     };
     return open(DibReader{read, file});
 }
@@ -63,9 +65,11 @@ bool Source::open(const DibReader& reader) {
                 return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the stream");
             bytes_.data = static_cast<unsigned char*>(block);
         }
+        errno = 0;
         const std::size_t got =
             reader.read(reader.context, bytes_.data + bytes_.size, capacity - bytes_.size);
-        if (got == 0 || got > capacity - bytes_.size) break;
+        if (got > capacity - bytes_.size) error_ = errno != 0 ? errno : EIO;
+        if (got == 0 || error_ != 0) break;
         bytes_.size += got;
         if (bytes_.size > mostBytes_) {
             return refuse(result_, DIB_ERROR_MISMATCH, "the stream is longer than %llu bytes (mostBytes)",

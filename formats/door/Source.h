@@ -32,10 +32,13 @@ public:
     // The same, but null as well for what cannot be read twice.
     const char* pathToReadAgain() const { return bytes_.data == nullptr ? path() : nullptr; }
     FirstBytes firstBytes();
+    // Why reading failed, as the system's number; 0 when it did not.
+    int error() const { return error_ != 0 || reader_ == nullptr ? error_ : reader_->error(); }
 
 private:
     DibFileResult& result_;
     std::uint64_t mostBytes_;
+    int error_ = 0;
     std::string path_;
     dib::FilePtr file_;
     DibBytes bytes_;

@@ -101,6 +101,28 @@ TEST_F(ReplacedFiles, AreReplacedByTheNameOfALink) {
     EXPECT_EQ(mode("file"), 0640U);
 }
 
+TEST_F(ReplacedFiles, AreCreatedWhereLinksLeadTo) {
+    std::filesystem::create_directory(path("folder"));
+    std::filesystem::create_symlink("folder/second", path("first"));
+    std::filesystem::create_symlink(path("folder/file"), path("folder/second"));
+    EXPECT_EQ(replace("first"), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(path("first")));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("folder/second")));
+    EXPECT_FALSE(std::filesystem::is_symlink(path("folder/file")));
+    EXPECT_EQ(read("folder/file"), "new");
+
+    std::filesystem::create_symlink("loop", path("loop"));
+    std::filesystem::create_symlink("pong", path("ping"));
+    std::filesystem::create_symlink("ping", path("pong"));
+    std::filesystem::create_symlink("absent/file", path("lost"));
+    EXPECT_EQ(replace("loop"), ELOOP);
+    EXPECT_EQ(replace("ping"), ELOOP);
+    EXPECT_EQ(replace("lost"), ENOENT);
+    EXPECT_TRUE(std::filesystem::is_symlink(path("loop")));
+    EXPECT_EQ(ReplacedFile("").error(), ENOENT);
+    EXPECT_EQ(count(), 6U);
+}
+
 TEST_F(ReplacedFiles, KeepTheirModeAndArePrivateUntilThen) {
     for (const mode_t wanted : {0600U, 0640U, 0644U, 0755U, 0666U}) {
         write("file", "old", wanted);

@@ -177,11 +177,120 @@ TEST(DoorLoad, OptionsRefuseWithTheirNames) {
 // A program that was built with an older header has shorter options: the rest are defaults.
 TEST(DoorLoad, ShorterOptionsAreCompleted) {
     DibLoadOptions options;
-    options.mostPixels = 1;
-    options.size = offsetof(DibLoadOptions, mostPixels);
+    options.format = "png";
+    options.size = offsetof(DibLoadOptions, format);
     EXPECT_TRUE(opened(smallPpm(), options).isLoaded);
     options.size = sizeof options;
     EXPECT_FALSE(opened(smallPpm(), options).isLoaded);
+    options.format = "ppm";
+    options.size = sizeof options + 100;  // those of a newer header
+    EXPECT_TRUE(opened(smallPpm(), options).isLoaded);
+}
+
+TEST(DoorLoad, OptionsOutOfTheirRangeAreRefused) {
+    const auto expectRefused = [](const DibLoadOptions& options, const char* reason) {
+        const Opened load = opened(smallPpm(), options);
+        EXPECT_FALSE(load.isLoaded);
+        EXPECT_EQ(load.result.code, 8);
+        EXPECT_EQ(load.reason(), reason);
+        EXPECT_EQ(load.image->Header, nullptr);
+        DibFileInfo info;
+        DibFileResult result;
+        EXPECT_FALSE(DibProbeFile("/nonexistent/file", &info, &options, &result));
+        EXPECT_EQ(result.code, 8);
+        EXPECT_STREQ(result.reason, reason);
+    };
+    const char* unknown[] = {"png", "pgn", nullptr};
+    expectRefused({.size = 0}, "DibLoadOptions::size is 0, but must be 72 or more");
+    expectRefused({.size = 71}, "DibLoadOptions::size is 71, but must be 72 or more");
+    expectRefused({.formats = unknown}, "DibLoadOptions::formats contains \"pgn\", which no format is named");
+    expectRefused({.mostLayers = -1}, "DibLoadOptions::mostLayers is -1, but must be 0 or more");
+    expectRefused({.damage = static_cast<DibDamagePolicy>(2)},
+                  "DibLoadOptions::damage is 2, but must be 0 to 1");
+    expectRefused({.alpha = static_cast<DibAlphaPolicy>(-1)},
+                  "DibLoadOptions::alpha is -1, but must be 0 to 1");
+    expectRefused({.page = -1}, "DibLoadOptions::page is -1, but must be 0 or more");
+    expectRefused({.layer = -2}, "DibLoadOptions::layer is -2, but must be -1 or more");
+    expectRefused({.level = -1}, "DibLoadOptions::level is -1, but must be 0 or more");
+}
+
+// A stream that fails behind its bytes.
+struct Failing {
+    Bytes bytes;
+    std::size_t at = 0;
+    int why = EIO;
+
+    std::size_t next(void* out, std::size_t count) {
+        const std::size_t part = std::min(count, bytes.size() - at);
+        std::memcpy(out, bytes.data() + at, part);
+        at += part;
+        if (part == 0) errno = why;
+        return part;
+    }
+    static ssize_t readCookie(void* context, char* out, std::size_t count) {
+        const std::size_t part = static_cast<Failing*>(context)->next(out, count);
+        return part > 0 ? static_cast<ssize_t>(part) : -1;
+    }
+    static std::size_t read(void* context, void* out, std::size_t count) {
+        const std::size_t part = static_cast<Failing*>(context)->next(out, count);
+        return part > 0 ? part : DibReader::kFailed;
+    }
+    dib::FilePtr open() {
+        return dib::FilePtr(fopencookie(this, "rb", {readCookie, nullptr, nullptr, nullptr}));
+    }
+};
+
+TEST(DoorLoad, AFailedReadIsNotTheEndOfTheFile) {
+    DibFileResult result;
+    const auto expect = [&](bool isLoaded, const char* reason) {
+        EXPECT_FALSE(isLoaded);
+        EXPECT_EQ(result.code, 4);
+        EXPECT_STREQ(result.reason, reason);
+    };
+    const Bytes whole = smallPpm();
+    // At every byte; the file is whole at the last one, but nobody knows.
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        SCOPED_TRACE(length);
+        const Bytes start(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        const bool hasRow = length >= 11 + 9 && length < 11 + 18;
+        const char* reason = hasRow ? "reading failed: Input/output error (in row 2 of 2)"
+                                    : "reading failed: Input/output error";
+        DibStream image;
+        Failing stream{start};
+        expect(DibLoadStream(stream.open().get(), &image, nullptr, &result), reason);
+        EXPECT_EQ(image.Header, nullptr);
+        Failing function{start};
+        expect(DibLoadStream(DibReader{Failing::read, &function}, &image, nullptr, &result), reason);
+        Failing broken{start, 0, EBADMSG};
+        expect(DibLoadStream(DibReader{Failing::read, &broken}, &image, nullptr, &result),
+               hasRow ? "reading failed: Bad message (in row 2 of 2)" : "reading failed: Bad message");
+    }
+    Failing part{Bytes(whole.begin(), whole.end() - 1)};
+    DibStream image;
+    const DibLoadOptions keeping = {.damage = DIB_DAMAGE_KEEP};
+    EXPECT_TRUE(DibLoadStream(DibReader{Failing::read, &part}, &image, &keeping, &result));
+    ASSERT_EQ(result.noteCount, 1);
+    EXPECT_STREQ(result.notes[0].text, "reading failed: Input/output error: 1 of 2 rows were read");
+
+    // Files that can be opened, but not read.
+    DibFileInfo info;
+    expect(DibLoadFile("/proc/self/mem", &image, nullptr, &result), "reading failed: Input/output error");
+    expect(DibProbeFile("/proc/self/mem", &info, nullptr, &result), "reading failed: Input/output error");
+    const DibLoadOptions tga = {.format = "tga"};
+    expect(DibLoadFile("/proc/self/mem", &image, &tga, &result), "reading failed: Input/output error");
+    const dib::FilePtr folder(std::fopen("/", "rb"));
+    expect(DibLoadStream(folder.get(), &image, nullptr, &result), "reading failed: Is a directory");
+}
+
+// An error of earlier reads is not one of this call.
+TEST(DoorLoad, OldErrorsOfAStreamDoNotCount) {
+    const TemporaryFile file(".ppm", smallPpm());
+    const dib::FilePtr stream(std::fopen(file.path(), "rb"));
+    std::fputc('x', stream.get());  // cannot be written
+    ASSERT_NE(std::ferror(stream.get()), 0);
+    DibStream image;
+    DibFileResult result;
+    EXPECT_TRUE(DibLoadStream(stream.get(), &image, nullptr, &result)) << result.reason;
 }
 
 TEST(DoorLoad, AFailureLeavesTheImage) {

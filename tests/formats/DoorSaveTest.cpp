@@ -128,6 +128,49 @@ TEST(DoorSave, LinksAndPermissionsStay) {
     EXPECT_EQ(target.bytes(), saved(*image, "png"));
 }
 
+TEST(DoorSave, LinksToNothingGetTheirFile) {
+    const DibPtr image = randomImage(5, 5, 24, 5);
+    const fs::path folder = fs::path(testing_support::temporaryPath()) / "links";
+    fs::remove_all(folder);
+    fs::create_directories(folder / "inner");
+    fs::create_symlink("inner/target.png", folder / "link.png");
+    EXPECT_TRUE(DibSaveFile((folder / "link.png").c_str(), image.get()));
+    EXPECT_TRUE(fs::is_symlink(folder / "link.png"));
+    EXPECT_EQ(testing_support::readFileBytes(folder / "inner" / "target.png"), saved(*image, "png"));
+
+    fs::create_symlink("loop.png", folder / "loop.png");
+    DibFileResult result;
+    EXPECT_FALSE(DibSaveFile((folder / "loop.png").c_str(), image.get(), nullptr, &result));
+    EXPECT_EQ(result.code, 3);
+    EXPECT_STREQ(result.reason, "the file cannot be created: Too many levels of symbolic links");
+    EXPECT_TRUE(fs::is_symlink(folder / "loop.png"));
+    fs::remove_all(folder);
+}
+
+TEST(DoorSave, OptionsOutOfTheirRangeAreRefused) {
+    const DibPtr image = randomImage(5, 5, 24, 5);
+    const auto expectRefused = [&](DibSaveOptions options, const char* reason) {
+        options.format = "png";
+        DibBytes bytes;
+        DibFileResult result;
+        EXPECT_FALSE(DibSaveMemory(&bytes, image.get(), &options, &result));
+        EXPECT_EQ(result.code, 8);
+        EXPECT_STREQ(result.reason, reason);
+        EXPECT_EQ(bytes.data, nullptr);
+        EXPECT_EQ(DibSaveLosses(image.get(), "png", &options, &result), 0);
+        EXPECT_EQ(result.code, 8);
+        EXPECT_STREQ(result.reason, reason);
+    };
+    expectRefused({.size = 0}, "DibSaveOptions::size is 0, but must be 48 or more");
+    expectRefused({.quality = 0}, "DibSaveOptions::quality is 0, but must be 1 to 100");
+    expectRefused({.quality = 300}, "DibSaveOptions::quality is 300, but must be 1 to 100");
+    expectRefused({.compressionLevel = -2}, "DibSaveOptions::compressionLevel is -2, but must be -1 to 9");
+    expectRefused({.compressionLevel = 42}, "DibSaveOptions::compressionLevel is 42, but must be -1 to 9");
+    expectRefused({.tiffCompression = static_cast<DibTiffCompression>(4)},
+                  "DibSaveOptions::tiffCompression is 4, but must be 0 to 3");
+    EXPECT_FALSE(saved(*image, "png").empty());
+}
+
 // The size that files may have is reached at every byte in turn.
 TEST(DoorSave, AFullDiskLeavesTheOldFileAtEveryWrite) {
     const DibPtr image = randomImage(40, 30, 24, 5);

@@ -142,7 +142,7 @@ TEST(PngDoor, SavesEverywhereAndCancels) {
 TEST(PngDoor, LevelsPackTheSamePixels) {
     const DibPtr image = randomImage(64, 48, 24, 3);
     std::size_t before = SIZE_MAX;
-    for (const int level : {0, -1, 4, 9, 99}) {
+    for (const int level : {0, -1, 4, 9}) {
         DibSaveOptions options;
         options.format = "png";
         options.compressionLevel = level;
