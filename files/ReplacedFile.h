@@ -9,8 +9,8 @@
 namespace files {
 
 // The new file is written under a temporary name in the folder of the target, and removed with the object
-// unless commit() renamed it. Links are followed and stay, also those to a file that does not exist yet. Targets that cannot be replaced
-// (devices, pipes, files without a name) are written directly.
+// unless commit() renamed it. Links are followed and stay, also those to a file that does not exist yet.
+// Targets that cannot be replaced (devices, pipes, files without a name) are written directly.
 //
 // The new file gets the owner, group, mode and extended attributes of the file that it replaces, as far as
 // the system permits, and is private until then. Set-user-ID and set-group-ID bits stay only with the same

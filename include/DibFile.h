@@ -279,8 +279,8 @@ DIB_EXPORT int DibSaveLosses(const DibStream* image, const char* format,
 /// - 5 it cannot be written to the end;
 /// - 6 the image has no pixels;
 /// - 7 the format is unknown or cannot be written;
-/// - 8 the file cannot hold all of the image, and `refusesLosses` is set, or cannot hold its size at all; or an
-///   option is out of its range;
+/// - 8 the file cannot hold all of the image, and `refusesLosses` is set, or cannot hold its size at all; or
+///   an option is out of its range;
 /// - 9 the callback cancelled;
 /// - 2 memory is short.
 DIB_EXPORT bool DibSaveFile(const char* path, const DibStream* image, const DibSaveOptions* options = nullptr,

@@ -33,8 +33,8 @@ std::string replaceableName(const char* path, const struct stat& old) {
     return isReplaceable ? resolved : "";
 }
 
-// The name that a chain of links leads to, whether or not a file has it. Empty, with errno, when the chain has
-// no end.
+// The name that a chain of links leads to, whether or not a file has it. Empty, with errno, when the chain
+// has no end.
 std::string nameBehindLinks(std::string name) {
     constexpr int kMostLinks = 40;
     for (int i = 0; i <= kMostLinks; ++i) {

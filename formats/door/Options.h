@@ -6,8 +6,8 @@
 
 namespace formats {
 
-// The caller's options, with the defaults of the fields that the caller's version of the record does not have.
-// Options that are null are the defaults. False with code 8 and a reason when a field is out of its range.
+// The caller's options, with the defaults of the fields that the caller's version of the record does not
+// have. Null options are the defaults. False with code 8 and a reason when a field is out of its range.
 bool completeOptions(const DibLoadOptions* options, DibLoadOptions& complete, DibFileResult& result);
 bool completeOptions(const DibSaveOptions* options, DibSaveOptions& complete, DibFileResult& result);
 

@@ -60,6 +60,13 @@ TEST_F(Layers, AreTold) {
     EXPECT_EQ(info["layers"][2]["mask"], json::parse(R"({"left": 2, "top": 1, "right": 5, "bottom": 3})"));
 }
 
+TEST_F(Layers, CanBeTooMany) {
+    EXPECT_EQ(
+        run({"run", "--limit=layers:2", "in.psd", "out.bmp"}).errors,
+        "dib: in.psd: load: the picture of 5x4 pixels needs 3 layers; the limit is 2 (--limit=layers)\n");
+    EXPECT_EQ(run({"run", "--limit=layers:3", "in.psd", "out.bmp"}).errors, "");
+}
+
 TEST_F(Layers, AFailedSaveSaysSo) {
     const auto limited = [] {
         const rlimit limit = {96, 96};  // room for the message, which goes to a file too

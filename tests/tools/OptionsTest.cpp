@@ -70,6 +70,12 @@ TEST_F(Suggestions, AreMadeForEveryKindOfName) {
         {{"run", "in.bmp", "blur:2,warp=x", "out.bmp"},
          "blur: no parameter 'warp'; did you mean 'wrap'? (usage: blur:RADIUS[,wrap=none|x|y])\n"},
         {{"run", "--to=pngg", "in.bmp", "out"}, "no format 'pngg'; did you mean 'png'?\n"},
+        {{"run", "--to=tif2", "in.bmp", "out"}, "no format 'tif2'; did you mean 'tif'?\n"},
+        {{"run", "--from=PNGG", "in.bmp", "out"}, "no format 'PNGG'; did you mean 'png'?\n"},
+        {{"run", "in.bmp", "out.pgn"}, "out.pgn: no format has this extension; did you mean '.png'?\n"},
+        {{"run", "in.bmp", "folder.x/out.JPGE"},
+         "folder.x/out.JPGE: no format has this extension; did you mean '.jpeg'?\n"},
+        {{"run", "in.bmp", "out"}, "out: no format has this extension; use --to\n"},
         {{"help", "gallry"}, "no operation or command 'gallry'; did you mean 'gallery'?\n"},
         {{"rnu", "in.bmp", "out.bmp"},
          "no command or option 'rnu'; did you mean 'run'?\ndib: try `dib --help`\n"},
@@ -134,7 +140,10 @@ TEST_F(KeepDamaged, SavesTheRowsThatCanBeRead) {
     writeFile("cut.bmp", readFile("in.bmp").substr(0, 54 + 5 * 100));
     const Result refused = run({"run", "cut.bmp", "out.bmp"});
     EXPECT_EQ(refused.exitCode, 3);
-    EXPECT_EQ(refused.errors, "dib: cut.bmp: load: the file ends before its pixels do (in row 6 of 21)\n");
+    EXPECT_EQ(
+        refused.errors,
+        "dib: cut.bmp: load: the file ends before its pixels do (in row 6 of 21); --keep-damaged keeps the "
+        "rows before it\n");
     const std::string warning =
         "dib: cut.bmp: load: warning: the file ends before its pixels do: 5 of 21 rows were read\n";
     const Result kept = run({"run", "--keep-damaged", "cut.bmp", "out.bmp"});

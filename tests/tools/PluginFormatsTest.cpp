@@ -40,6 +40,8 @@ TEST_F(PluginFormats, ThePlugInsOfTheBuildAreFound) {
     EXPECT_EQ(pixelsOf("out.bmp"), std::string("\1\2\3\0", 4));
     EXPECT_EQ(run({"run", "-", "bpp:24", "piped.bmp"}, ddsBytes()).errors, "") << "the content tells";
     EXPECT_EQ(readFile("piped.bmp"), readFile("out.bmp"));
+    const std::string plugin = DIB_TOOL_TEST_PLUGINS "/vexlibdds.bundle";
+    EXPECT_NE(run({"formats"}).output.find("       plug-in     " + plugin + "\n"), std::string::npos);
     const std::string info = run({"info", "one.dds"}).output;
     EXPECT_NE(info.find("dds"), std::string::npos) << info;
 }

@@ -37,6 +37,20 @@ TEST_F(SimpleFormats, AreRecognizedByTheirFirstBytes) {
     EXPECT_EQ(run({"run", "--from=tga", "unnamed", "back.bmp"}).exitCode, 0);
 }
 
+// Formats are named by their extensions too, in letters of any size; those of a family choose its member.
+TEST_F(SimpleFormats, AreNamedByExtensions) {
+    const std::pair<std::string, std::string> kCases[] = {
+        {"jpg", "\xFF\xD8\xFF"}, {"JPEG", "\xFF\xD8\xFF"}, {"Tif", "II"},   {"pgm", "P5\n"},
+        {"PGM", "P5\n"},         {"PPM", "P6\n"},          {"pam", "P7\n"}, {"ilbm", "FORM"},
+    };
+    for (const auto& [name, start] : kCases) {
+        const Result result = run({"run", "--to=" + name, "in.bmp", "-"});
+        EXPECT_EQ(result.errors, "") << name;
+        EXPECT_EQ(result.output.substr(0, start.size()), start) << name;
+        EXPECT_EQ(run({"run", "--from=" + name, "-", "back.bmp"}, result.output).errors, "") << name;
+    }
+}
+
 TEST_F(SimpleFormats, AFullDiskIsNoticed) {
     for (const std::string extension : {"tga", "ppm", "tim", "iff"}) {
         const Result result = run({"run", "in.bmp", "bpp:8", "out." + extension}, "", [] {

@@ -73,6 +73,37 @@ TEST_F(TablesInUse, OperationsAndFormatsAreListed) {
     EXPECT_EQ(json[0]["writes"], true);
 }
 
+TEST_F(TablesInUse, FormatsTellTypesPartsAndPlugIns) {
+    const std::string text = run({"formats", "--plugins=nowhere"}).output;
+    EXPECT_TRUE(
+        text.starts_with("bmp    Windows bitmap\n"
+                         "       extensions  bmp, dib\n"
+                         "       MIME types  image/bmp\n"
+                         "       reads       1, 4, 8, 16, 24, 32 bits\n"
+                         "       writes      1, 4, 8, 16, 24, 32 bits\n"
+                         "tga    Truevision TGA\n"))
+        << text;
+    EXPECT_NE(text.find("       parts       pages\n"), std::string::npos);
+    EXPECT_NE(text.find("       parts       layers\n"), std::string::npos);
+    EXPECT_NE(text.find("       plug-in     nowhere/vexlibdds.bundle, which cannot be loaded\n"),
+              std::string::npos)
+        << text;
+    const auto rowOf = [](const Program::Words& words, const char* name) {
+        const nlohmann::json json = nlohmann::json::parse(run(words).output);
+        return *std::ranges::find_if(json, [name](const auto& row) { return row["name"] == name; });
+    };
+    const nlohmann::json tiff = rowOf({"formats", "--json"}, "tiff");
+    EXPECT_EQ(tiff["mimeTypes"], nlohmann::json::parse(R"(["image/tiff"])"));
+    EXPECT_EQ(tiff["pages"], true);
+    EXPECT_EQ(tiff["layers"], false);
+    EXPECT_EQ(tiff["plugin"], nullptr);
+    EXPECT_EQ(tiff["writesDepths"], "1, 4, 8, 24, 32 bits");
+    EXPECT_EQ(rowOf({"formats", "--json"}, "psd")["layers"], true);
+    const nlohmann::json missing = rowOf({"formats", "--json", "--plugins=nowhere/"}, "exr");
+    EXPECT_EQ(missing["plugin"]["path"], "nowhere/vexlibexr.bundle");
+    EXPECT_EQ(missing["plugin"]["available"], false);
+}
+
 }  // namespace
 
 }  // namespace tool_test

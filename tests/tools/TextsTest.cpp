@@ -1,4 +1,5 @@
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -152,6 +153,39 @@ TEST_F(Info, OfAHundredFilesReadsHeadersAlone) {
     EXPECT_EQ(result.errors, "");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, expected);
+}
+
+TEST_F(Info, TellsThePicturesOfAFolder) {
+    namespace fs = std::filesystem;
+    fs::create_directories("folder/inner.png");
+    EXPECT_EQ(run({"info", "folder"}).output, "") << "folders inside are left out";
+    fs::copy("in.bmp", "folder/second");
+    fs::copy("in.bmp", "folder/inner.png/third.bmp");
+    fs::create_symlink("../in.bmp", "folder/first.bmp");
+    writeFile("folder/notes.txt", "no picture");
+    ASSERT_EQ(mkfifo("folder/pipe.bmp", 0600), 0);
+    EXPECT_EQ(run({"run", "in.bmp", "bpp:8", "folder/z \x1B.png"}).errors, "");
+    const Result result = run({"info", "in.bmp", "folder"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.output,
+              "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n"
+              "format size         bits  compression  file\n"
+              "bmp    33x21        24    none         folder/first.bmp\n"
+              "bmp    33x21        24    none         folder/second\n"
+              "png    33x21        8     deflate      folder/z ?.png\n");
+    const nlohmann::json json = nlohmann::json::parse(run({"info", "--json", "folder/"}).output);
+    ASSERT_EQ(json.size(), 3U);
+    EXPECT_EQ(json[0]["file"], "folder/first.bmp");
+    EXPECT_EQ(json[2]["bitsPerPixel"], 8);
+
+    // A name that promises a picture.
+    writeFile("folder/bad.PGM", "no picture");
+    const Result bad = run({"info", "folder"});
+    EXPECT_EQ(bad.exitCode, 3);
+    EXPECT_EQ(std::ranges::count(bad.output, '\n'), 4);
+    EXPECT_TRUE(bad.errors.starts_with("dib: folder/bad.PGM: load: ")) << bad.errors;
+    EXPECT_EQ(std::ranges::count(bad.errors, '\n'), 1);
 }
 
 TEST_F(Info, ReadsStandardInput) {

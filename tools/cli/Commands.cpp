@@ -18,7 +18,7 @@ std::span<const Command> commands() {
     static constexpr Command kCommands[] = {
         {"run", "Applies operations to a picture, from left to right", declareRun,
          "INPUT [OPERATION]... OUTPUT"},
-        {"info", "Prints size, depth, row order, palette, compression and format", declareInfo},
+        {"info", "Prints size, depth, row order, palette, compression and format of pictures", declareInfo},
         {"layers", "Writes each layer of a document as a picture, and manifest.json with their positions",
          declareLayers},
         {"gallery", "Writes a web page that shows what every operation does to a picture", declareGallery},

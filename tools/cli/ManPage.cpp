@@ -105,7 +105,9 @@ std::string exitStatus() {
         {kExitDone, "Done."},
         {kExitOperationFailed, "An operation failed."},
         {kExitUsage, "The command line is wrong."},
-        {kExitBadInput, "An input cannot be read or is not supported."},
+        {kExitBadInput,
+         "An input cannot be read or is not supported. \\fBinfo\\fR prints what the others say all the "
+         "same."},
         {kExitOutputFailed, "The output cannot be written."},
         {kExitStrict, "Something would be lost, assumed or damaged, and \\-\\-strict was given."},
         {kExitCancelled, "Cancelled by a signal."},

@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 
-#include "tools/cli/Suggestion.h"
 #include "tools/io/Formats.h"
 #include "tools/io/PluginFolder.h"
 
@@ -13,13 +12,9 @@ namespace tool {
 
 namespace {
 
-const DibFormat& formatNamed(const std::string& name) {
-    for (const DibFormat* format : formats()) {
-        if (name == format->name) return *format;
-    }
-    std::vector<std::string> names;
-    for (const DibFormat* format : formats()) names.emplace_back(format->name);
-    throw usageFailure("no format '" + name + "'" + suggestion(name, names, "; `dib formats` lists them"));
+const char* formatNamed(const std::string& name) {
+    if (const char* spelling = formatSpelling(name)) return spelling;
+    throw usageFailure("no format '" + name + "'" + formatSuggestion(name, "; `dib formats` lists them"));
 }
 
 // "100M" as a number; the letters are powers of 1000.
@@ -58,7 +53,7 @@ void addOperand(CLI::App& command, const std::string& name, std::string& value, 
 void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help) {
     command
         .add_option_function<std::string>(
-            name, [&format](const std::string& chosen) { format = formatNamed(chosen).name; }, help)
+            name, [&format](const std::string& chosen) { format = formatNamed(chosen); }, help)
         ->type_name(kFormatPlaceholder);
 }
 

@@ -1,14 +1,19 @@
 // `dib info`: what the headers of picture files say.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
 #include "tools/commands/Documents.h"
+#include "tools/io/Formats.h"
 
 namespace tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 struct PictureInfo {
     std::string file;
@@ -74,39 +79,115 @@ std::string textOf(const PictureInfo& info) {
     return info.document ? text + textOf(*info.document) : text;
 }
 
+// The pictures of a folder. Names come last: they have any length.
+std::string tableOf(const std::vector<PictureInfo>& infos) {
+    const auto line = [](const std::string& format, const std::string& size, const std::string& bits,
+                         const std::string& compression, const std::string& file) {
+        std::string text;
+        const std::pair<std::string, std::size_t> cells[] = {
+            {format, 7}, {size, 13}, {bits, 6}, {compression, 13}};
+        for (const auto& [cell, width] : cells)
+            text += cell + std::string(std::max(width, cell.size() + 1) - cell.size(), ' ');
+        return text + file + "\n";
+    };
+    std::string text = line("format", "size", "bits", "compression", "file");
+    for (const PictureInfo& info : infos) {
+        const DibFileInfo& header = info.header;
+        text += line(header.format->name, std::to_string(header.width) + "x" + std::to_string(header.height),
+                     std::to_string(header.bitCount), compressionOf(header), printable(info.file));
+    }
+    return text;
+}
+
 struct InfoJob {
-    std::vector<std::string> files;
+    std::vector<std::string> names;
     DibLoadOptions options;
     bool asJson = false;
 };
 
-// Continues after a file that cannot be read.
-void printInfo(const InfoJob& job) {
-    std::vector<PictureInfo> infos;
-    std::vector<std::string> complaints;
-    for (const std::string& file : job.files) {
+// The regular files of a folder, sorted by name.
+std::vector<std::string> filesOf(const std::string& folder) {
+    std::error_code error;
+    std::vector<std::string> files;
+    for (fs::directory_iterator entry(folder, error), end; entry != end; entry.increment(error)) {
+        std::error_code none;
+        if (entry->is_regular_file(none)) files.push_back(entry->path());
+        stopIfCancelled();
+    }
+    if (error) throw Failure(kExitBadInput, folder + ": load: the folder cannot be read: " + error.message());
+    std::ranges::sort(files);
+    return files;
+}
+
+// Gathers what files say. Continues after one that cannot be read.
+class Reader {
+public:
+    explicit Reader(const DibLoadOptions& options) : options_(options) {}
+
+    std::vector<PictureInfo> read(const std::string& name) {
+        std::vector<PictureInfo> infos;
+        std::error_code none;
+        if (!fs::is_directory(name, none)) {
+            complainOf([&] { infos.push_back(readInfo(name, options_)); });
+            return infos;
+        }
+        std::vector<std::string> files;
+        complainOf([&] { files = filesOf(name); });
+        for (const std::string& file : files) {
+            // Anything else may lie in a folder: only a name that promises a picture must hold one.
+            const bool isPromised = formatOfExtension(file) != nullptr;
+            complainOf([&] { infos.push_back(readInfo(file, options_)); }, isPromised);
+        }
+        return infos;
+    }
+    const std::vector<std::string>& complaints() const { return complaints_; }
+
+private:
+    template <class Work>
+    void complainOf(const Work& work, bool isWanted = true) {
         try {
-            infos.push_back(readInfo(file, job.options));
+            work();
         } catch (const Failure& failure) {
             if (failure.exitCode() != kExitBadInput) throw;
-            complaints.insert(complaints.end(), failure.lines().begin(), failure.lines().end());
+            if (isWanted)
+                complaints_.insert(complaints_.end(), failure.lines().begin(), failure.lines().end());
         }
     }
-    if (job.asJson) {
-        print(jsonText(jsonList(infos, [](const PictureInfo& info) { return jsonOf(info); })));
-    } else {
-        std::string text;
-        for (const PictureInfo& info : infos) text += textOf(info);
-        print(text);
+
+    const DibLoadOptions& options_;
+    std::vector<std::string> complaints_;
+};
+
+void printInfo(const InfoJob& job) {
+    Reader reader(job.options);
+    Json json = Json::array();
+    std::string text;
+    for (const std::string& name : job.names) {
+        const std::vector<PictureInfo> infos = reader.read(name);
+        std::error_code none;
+        const bool isTable = !infos.empty() && fs::is_directory(name, none);
+        if (isTable) text += tableOf(infos);
+        for (const PictureInfo& info : infos) {
+            if (job.asJson) json.push_back(jsonOf(info));
+            if (!isTable) text += textOf(info);
+        }
     }
-    if (!complaints.empty()) throw Failure(kExitBadInput, complaints);
+    print(job.asJson ? jsonText(json) : text);
+    if (!reader.complaints().empty()) throw Failure(kExitBadInput, reader.complaints());
 }
 
 }  // namespace
 
 void declareInfo(CLI::App& command) {
     const auto job = std::make_shared<InfoJob>();
-    command.add_option("FILE...", job->files, "Pictures; '-' is standard input")->type_name("")->required();
+    command.add_option("FILE...", job->names, "Pictures, and folders of pictures; '-' is standard input")
+        ->type_name("")
+        ->required();
+    command.footer(
+        "Files of a folder that are no pictures are left out, unless they have the extension of a format.\n"
+        "Folders inside it are left out, too. The exit code is 3 when a file cannot be read; what the "
+        "others\n"
+        "say is printed all the same.");
     addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");
     addPlugins(command);
     addJson(command, job->asJson);

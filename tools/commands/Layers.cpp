@@ -7,6 +7,7 @@
 #include "tools/cli/Options.h"
 #include "tools/commands/Documents.h"
 #include "tools/commands/Pictures.h"
+#include "tools/io/Formats.h"
 
 namespace tool {
 
@@ -21,7 +22,7 @@ struct LayersJob {
 
 // A file name from the number of a layer, which makes it unique, and the letters of its name: never a path,
 // a hidden file, a device or an option.
-std::string fileNameOf(int index, const std::string& layerName, const DibFormat& format) {
+std::string fileNameOf(int index, const std::string& layerName, const std::string& extension) {
     constexpr std::size_t kLongest = 40;
     std::string number = std::to_string(index);
     number.insert(0, number.size() < 3 ? 3 - number.size() : 0, '0');
@@ -31,7 +32,7 @@ std::string fileNameOf(int index, const std::string& layerName, const DibFormat&
         name += byte < 128 && (std::isalnum(byte) != 0 || c == '-') ? c : '_';
     }
     if (name.find_first_not_of('_') == std::string::npos) name = "layer";
-    return number + "-" + name + "." + format.extensions[0];
+    return number + "-" + name + "." + extension;
 }
 
 // For layers of grey documents, where the loader stores grey in blue only.
@@ -64,7 +65,9 @@ void writeLayers(const LayersJob& job, const DibFormat& format, DibPSDLoader& lo
         entry["file"] = nullptr;
         if (image == nullptr) continue;
         if (manifest["colorMode"] == "grey") spreadGrey(*image);
-        const std::string name = fileNameOf(i, loader.GetLayerInfo(i)->name, format);
+        const char* chosen = job.pictures.save.format;
+        const std::string name = fileNameOf(i, loader.GetLayerInfo(i)->name,
+                                            extensionFor(chosen != nullptr ? chosen : format.name));
         savePicture(std::filesystem::path(job.folder) / name, format, *image, job.pictures, progress, notes);
         entry["file"] = name;
     }

@@ -1,11 +1,13 @@
 // `dib ops` and `dib formats`: the operations and the file formats.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "tools/cli/Options.h"
 #include "tools/io/Files.h"
 #include "tools/io/Formats.h"
 #include "tools/io/JsonText.h"
 #include "tools/io/Operations.h"
+#include "tools/io/PluginFolder.h"
 
 namespace tool {
 
@@ -17,25 +19,50 @@ std::string joined(const char* const* words) {
     return text;
 }
 
+Json jsonOf(const char* const* words) {
+    Json list = Json::array();
+    for (; *words != nullptr; ++words) list.push_back(*words);
+    return list;
+}
+
 Json jsonOf(const DibFormat* format) {
     Json json = {{"name", format->name},
                  {"help", format->title},
-                 {"extensions", Json::array()},
+                 {"extensions", jsonOf(format->extensions)},
+                 {"mimeTypes", jsonOf(format->mimeTypes)},
                  {"reads", format->readDepths != 0},
                  {"writes", format->writeDepths != 0},
                  {"readsDepths", depthsText(format->readDepths)},
-                 {"writesDepths", depthsText(format->writeDepths)}};
-    for (const char* const* word = format->extensions; *word != nullptr; ++word)
-        json["extensions"].push_back(*word);
+                 {"writesDepths", depthsText(format->writeDepths)},
+                 {"layers", format->hasLayers},
+                 {"pages", format->hasPages},
+                 {"plugin", Json()}};
+    if (format->plugin != nullptr)
+        json["plugin"] = {{"path", pluginPath(*format)}, {"available", DibIsFormatAvailable(format)}};
     return json;
 }
 
+std::string padded(std::string text, std::size_t width) {
+    text.resize(std::max(text.size(), width), ' ');
+    return text;
+}
+
 std::string textOf(const DibFormat* format) {
-    std::string name = format->name;
-    name.resize(std::max<std::size_t>(name.size(), 6), ' ');
-    return name + " " + format->title + "\n       extensions  " + joined(format->extensions) +
-           "\n       reads       " + depthsText(format->readDepths) + "\n       writes      " +
-           depthsText(format->writeDepths) + "\n";
+    std::string text = padded(format->name, 7) + format->title + "\n";
+    const auto add = [&text](const char* what, const std::string& value) {
+        text += "       " + padded(what, 12) + value + "\n";
+    };
+    add("extensions", joined(format->extensions));
+    add("MIME types", joined(format->mimeTypes));
+    add("reads", depthsText(format->readDepths));
+    add("writes", depthsText(format->writeDepths));
+    if (format->hasLayers) add("parts", "layers");
+    if (format->hasPages) add("parts", "pages");
+    if (format->plugin != nullptr) {
+        add("plug-in", printable(pluginPath(*format)) +
+                           (DibIsFormatAvailable(format) ? "" : ", which cannot be loaded"));
+    }
+    return text;
 }
 
 // Declares a command that prints a table as text or as JSON.
@@ -55,6 +82,7 @@ void declareOps(CLI::App& command) {
 }
 
 void declareFormats(CLI::App& command) {
+    addPlugins(command);
     declareList(command, [](bool asJson) {
         if (asJson)
             return print(jsonText(jsonList(formats(), [](const DibFormat* row) { return jsonOf(row); })));

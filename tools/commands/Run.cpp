@@ -40,7 +40,10 @@ const DibFormat* checkOutput(const RunJob& job) {
     const char* chosen = job.pictures.save.format;
     if (job.output == "-" && chosen == nullptr) return nullptr;
     const DibFormat* format = chosen != nullptr ? DibFindFormat(chosen) : formatOfExtension(job.output);
-    if (format == nullptr) throw usageFailure(job.output + ": no format has this extension; use --to");
+    if (format == nullptr) {
+        throw usageFailure(job.output + ": no format has this extension" +
+                           extensionSuggestion(job.output, "; use --to"));
+    }
     requireSaver(*format, job.output);
     requireWritable(job.output);
     return format;

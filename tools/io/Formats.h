@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace tool {
 
@@ -22,6 +23,16 @@ inline const DibFormat* formatOfExtension(const std::string& fileName) {
     const std::string extension = std::filesystem::path(fileName).extension();
     return extension.empty() ? nullptr : DibFindFormat(extension.c_str() + 1);
 }
+
+// What the library calls a format that is typed by its name or an extension, in letters of any size; null
+// when there is none. An extension may choose among the formats of a family, as pgm and ppm do.
+const char* formatSpelling(const std::string& typed);
+// The extension for new files of a format with that spelling.
+const char* extensionFor(const char* spelling);
+
+// The end of a message about an unknown format or an unknown extension of a file (tools/cli/Suggestion.h).
+std::string formatSuggestion(const std::string& typed, std::string_view otherwise);
+std::string extensionSuggestion(const std::string& fileName, std::string_view otherwise);
 
 // A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 bits", or "no" for none.
 inline std::string depthsText(unsigned int depths) {

@@ -35,4 +35,10 @@ void usePluginFolder(const std::string& folder) {
     DibStream::SetDllFilePath(path.c_str());
 }
 
+std::string pluginPath(const DibFormat& format) {
+    char folder[4096];
+    DibStream::GetDllFilePath(folder);
+    return fs::path(folder) / format.plugin;
+}
+
 }  // namespace tool
