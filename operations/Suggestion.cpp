@@ -34,13 +34,17 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-std::size_t farDistance(std::string_view typed) { return std::max<std::size_t>(1, typed.size() / 3) + 1; }
+// Distances are twice the letters to change, and 1 less where the same letters are in another order, which
+// is the likelier slip.
+std::size_t farDistance(std::string_view typed) { return 2 * std::max<std::size_t>(1, typed.size() / 3) + 1; }
 
 bool isNearer(std::string_view typed, std::string_view name, std::size_t& least) {
     const bool isBegun = typed.size() >= 3 && name.starts_with(typed);
-    const std::size_t distance =
+    const std::size_t letters =
         isBegun ? 1 : editDistance(typed.substr(0, kLongest), name.substr(0, kLongest));
-    if (distance >= least || distance >= name.size()) return false;
+    const bool isShuffled = std::is_permutation(typed.begin(), typed.end(), name.begin(), name.end());
+    const std::size_t distance = 2 * letters - (isShuffled && letters > 0 ? 1 : 0);
+    if (distance >= least || letters >= name.size()) return false;
     least = distance;
     return true;
 }

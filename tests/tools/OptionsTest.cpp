@@ -70,7 +70,7 @@ TEST_F(Suggestions, AreMadeForEveryKindOfName) {
         {{"run", "in.bmp", "blur:2,warp=x", "out.bmp"},
          "blur: no parameter 'warp'; did you mean 'wrap'? (usage: blur:RADIUS[,wrap=none|x|y])\n"},
         {{"run", "--to=pngg", "in.bmp", "out"}, "no format 'pngg'; did you mean 'png'?\n"},
-        {{"run", "--to=tif2", "in.bmp", "out"}, "no format 'tif2'; did you mean 'tif'?\n"},
+        {{"run", "--to=tif2", "in.bmp", "out"}, "no format 'tif2'; did you mean 'tiff'?\n"},
         {{"run", "--from=PNGG", "in.bmp", "out"}, "no format 'PNGG'; did you mean 'png'?\n"},
         {{"run", "in.bmp", "out.pgn"}, "out.pgn: no format has this extension; did you mean '.png'?\n"},
         {{"run", "in.bmp", "folder.x/out.JPGE"},

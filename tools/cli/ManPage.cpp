@@ -106,7 +106,7 @@ std::string exitStatus() {
         {kExitOperationFailed, "An operation failed."},
         {kExitUsage, "The command line is wrong."},
         {kExitBadInput,
-         "An input cannot be read or is not supported. \\fBinfo\\fR prints what the others say all the "
+         "An input cannot be read or is not supported.\n\\fBinfo\\fR prints what the others say all the "
          "same."},
         {kExitOutputFailed, "The output cannot be written."},
         {kExitStrict, "Something would be lost, assumed or damaged, and \\-\\-strict was given."},
