@@ -89,6 +89,25 @@ struct DibOperation {
     unsigned int depths;  ///< Depths of the images that it accepts: `DibStream::DIB_ACCEPT_1` and so on.
 };
 
+/// The records of a list that a null ends, for loops: `for (const DibParameter* parameter :
+/// DibList(operation->parameters))`.
+template <class Record>
+class DibList {
+public:
+    /// @param first The list; null is an empty one.
+    explicit DibList(const Record* const* first) : first_(first) {
+        while (first != nullptr && first[size_] != nullptr) ++size_;
+    }
+    const Record* const* begin() const { return first_; }                        ///< The first record.
+    const Record* const* end() const { return first_ + size_; }                  ///< After the last one.
+    std::size_t size() const { return size_; }                                   ///< Number of records.
+    const Record* operator[](std::size_t index) const { return first_[index]; }  ///< From 0.
+
+private:
+    const Record* const* first_;
+    std::size_t size_ = 0;
+};
+
 /// All operations, in the order in which lists show them; a null ends the list.
 /// @param count Gets their number, unless it is null.
 DIB_EXPORT const DibOperation* const* DibGetOperations(std::size_t* count = nullptr);

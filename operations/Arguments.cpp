@@ -49,7 +49,7 @@ std::uint32_t checkedFill(const DibParameter& parameter, const Value& fill, int 
 }  // namespace
 
 std::size_t Arguments::indexOf(std::string_view name) const {
-    const auto parameters = listed(operation().info.parameters);
+    const auto parameters = DibList(operation().info.parameters);
     const auto isNamed = [name](const DibParameter* parameter) { return parameter->name == name; };
     const auto found = std::ranges::find_if(parameters, isNamed);
     if (found == parameters.end()) throw std::logic_error("no parameter '" + std::string(name) + "'");

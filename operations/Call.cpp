@@ -11,7 +11,7 @@ Placeholder takePlaceholder(std::string_view& call, const Operation& operation) 
     const std::size_t close = call.find('}', open);
     const std::string_view text = call.substr(open + 1, close - open - 1);
     const std::string_view name = text.substr(0, text.find(':'));
-    for (const DibParameter* parameter : listed(operation.info.parameters)) {
+    for (const DibParameter* parameter : DibList(operation.info.parameters)) {
         if (parameter->name == name) found.parameter = parameter;
     }
     if (found.parameter == nullptr) throw std::logic_error("no parameter '" + std::string(name) + "'");

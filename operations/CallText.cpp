@@ -48,7 +48,7 @@ std::string pixelLiteral(std::uint32_t value) {
 }
 
 std::string choiceLiteral(const DibParameter& parameter, std::uint32_t value) {
-    for (const DibChoice* choice : listed(parameter.choices)) {
+    for (const DibChoice* choice : DibList(parameter.choices)) {
         if (choice->value == value && choice->code != nullptr) return choice->code;
     }
     return std::to_string(value);
@@ -56,7 +56,7 @@ std::string choiceLiteral(const DibParameter& parameter, std::uint32_t value) {
 
 std::string flagsLiteral(const DibParameter& parameter, std::uint32_t flags) {
     std::string text;
-    for (const DibChoice* choice : listed(parameter.choices)) {
+    for (const DibChoice* choice : DibList(parameter.choices)) {
         if ((flags & choice->value) != 0)
             text += (text.empty() ? "" : " | ") + choiceLiteral(parameter, choice->value);
     }

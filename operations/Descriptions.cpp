@@ -26,11 +26,11 @@ std::string padded(std::string_view text, std::size_t width) {
 
 std::string helpText(const DibOperation& operation) {
     std::string text = synopsis(operation) + "\n    " + operation.help + "\n";
-    for (const DibParameter* parameter : listed(operation.parameters)) {
+    for (const DibParameter* parameter : DibList(operation.parameters)) {
         text += "    " + padded(parameter->name, 12) + " " + parameter->help;
         const std::string limits = constraints(*parameter);
         text += (limits.empty() ? "" : " (" + limits + ")") + "\n";
-        for (const DibChoice* choice : listed(parameter->choices)) {
+        for (const DibChoice* choice : DibList(parameter->choices)) {
             text += "        " + padded(choice->name, 10) + " " +
                     (choice->help != nullptr ? choice->help : "") + "\n";
         }
@@ -50,7 +50,7 @@ std::string textOf(const DibOperation& operation, DibDescription form) {
 std::string textOfAll(DibDescription form) {
     const std::string_view separator = form == DIB_DESCRIBE_JSON ? ",\n" : "\n";
     std::string text;
-    for (const DibOperation* operation : listed(DibGetOperations())) {
+    for (const DibOperation* operation : DibList(DibGetOperations())) {
         if (!text.empty()) text += separator;
         text += form == DIB_DESCRIBE_JSON ? jsonText(*operation, 4) : textOf(*operation, form);
     }
@@ -72,7 +72,7 @@ std::string placeholder(const DibParameter& parameter) {
         case DIB_PARAMETER_CHOICE:
         case DIB_PARAMETER_FLAGS: {
             std::string names = parameter.kind == DIB_PARAMETER_FLAGS ? "none" : "";
-            for (const DibChoice* choice : listed(parameter.choices)) {
+            for (const DibChoice* choice : DibList(parameter.choices)) {
                 if (!names.empty()) names += '|';
                 names += choice->name;
             }
@@ -87,7 +87,7 @@ std::string placeholder(const DibParameter& parameter) {
 std::string synopsis(const DibOperation& operation) {
     std::string text = operation.name;
     char separator = ':';
-    for (const DibParameter* parameter : listed(operation.parameters)) {
+    for (const DibParameter* parameter : DibList(operation.parameters)) {
         const bool isOptional = parameter->standard != nullptr;
         const bool showsForm =
             isOptional || parameter->kind == DIB_PARAMETER_SIZE || parameter->kind == DIB_PARAMETER_COLOR;

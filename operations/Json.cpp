@@ -79,7 +79,7 @@ std::string parameterJson(const DibParameter* parameter, int indent) {
     }
     json.addText("limits", constraints(*parameter).c_str());
     if (parameter->choices != nullptr)
-        json.add("choices", listJson(listed(parameter->choices), indent + 2, choiceJson));
+        json.add("choices", listJson(DibList(parameter->choices), indent + 2, choiceJson));
     return json.text();
 }
 
@@ -105,7 +105,7 @@ std::string jsonText(const DibOperation& operation, int indent) {
     json.add("samples", listJson(operation.samples, indent + 2,
                                  [](const char* sample, int) { return stringJson(sample); }));
     json.add("depths", depthsJson(operation.depths));
-    json.add("parameters", listJson(listed(operation.parameters), indent + 2, parameterJson));
+    json.add("parameters", listJson(DibList(operation.parameters), indent + 2, parameterJson));
     return std::string(static_cast<std::size_t>(indent), ' ') + json.text();
 }
 

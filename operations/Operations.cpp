@@ -41,7 +41,7 @@ const DibOperation* const* DibGetOperations(std::size_t* count) {
 
 const DibOperation* DibFindOperation(const char* name) {
     if (name == nullptr) return nullptr;
-    for (const DibOperation* operation : operations::listed(DibGetOperations())) {
+    for (const DibOperation* operation : DibList(DibGetOperations())) {
         if (std::string_view(operation->name) == name) return operation;
     }
     return nullptr;

@@ -99,7 +99,7 @@ private:
 
     std::string choiceNames(std::string_view separator) const {
         std::string names;
-        for (const DibChoice* choice : listed(parameter_.choices)) {
+        for (const DibChoice* choice : DibList(parameter_.choices)) {
             if (!names.empty()) names += separator;
             names += choice->name;
         }
@@ -107,13 +107,13 @@ private:
     }
 
     std::uint32_t choice() const {
-        for (const DibChoice* choice : listed(parameter_.choices)) {
+        for (const DibChoice* choice : DibList(parameter_.choices)) {
             if (text_ == choice->name) return choice->value;
         }
         // A number near another one is no misspelling.
         const bool isNumber = wholeNumber(text_).has_value();
         fail("is not one of " + choiceNames(", "),
-             isNumber ? nullptr : nearestName(text_, listed(parameter_.choices)));
+             isNumber ? nullptr : nearestName(text_, DibList(parameter_.choices)));
     }
 
     std::uint32_t flags() const {
@@ -122,7 +122,7 @@ private:
         while (!rest.empty() || text_.empty()) {
             const DibChoice* found = nullptr;
             std::size_t length = 0;
-            for (const DibChoice* choice : listed(parameter_.choices)) {
+            for (const DibChoice* choice : DibList(parameter_.choices)) {
                 const std::string_view name = choice->name;
                 if (!rest.starts_with(name) || name.size() <= length) continue;
                 found = choice;

@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -56,14 +55,6 @@ inline constexpr const DibParameter* kNoParameters[] = {nullptr};
 
 inline constexpr Choices kWrapAxes({{"x", DIB_WRAP_X, "left and right edges meet", "DIB_WRAP_X"},
                                     {"y", DIB_WRAP_Y, "top and bottom edges meet", "DIB_WRAP_Y"}});
-
-// Up to the null at the end of a list.
-template <class Record>
-std::span<const Record* const> listed(const Record* const* list) {
-    std::size_t count = 0;
-    while (list != nullptr && list[count] != nullptr) ++count;
-    return {list, count};
-}
 
 // Depths that an operation accepts, as a set.
 inline constexpr unsigned int kAllDepths = DibStream::DIB_ACCEPT_ALL;

@@ -41,7 +41,7 @@ using Texts = std::vector<std::optional<std::string>>;
 
 // Stores one value of a call, each parameter once.
 void take(const std::string& part, const Operation& operation, Texts& texts) {
-    const auto parameters = listed(operation.info.parameters);
+    const auto parameters = DibList(operation.info.parameters);
     const std::size_t equals = part.find('=');
     if (equals != std::string::npos) {
         for (std::size_t i = 0; i < parameters.size(); ++i) {
@@ -65,7 +65,7 @@ void take(const std::string& part, const Operation& operation, Texts& texts) {
 }
 
 Arguments argumentsOf(const Operation& operation, const Texts& texts) {
-    const auto parameters = listed(operation.info.parameters);
+    const auto parameters = DibList(operation.info.parameters);
     std::vector<Value> values;
     values.reserve(parameters.size());
     for (std::size_t i = 0; i < parameters.size(); ++i) {
@@ -140,14 +140,12 @@ Arguments parseStep(std::string_view text, DibOperationResult& result) {
     const std::string name(text.substr(0, colon));
     const DibOperation* operation = DibFindOperation(name.c_str());
     if (operation == nullptr) {
-        std::size_t count = 0;
-        const DibOperation* const* all = DibGetOperations(&count);
-        const char* suggestion = nearestName(name, std::span(all, count));
+        const char* suggestion = nearestName(name, DibList(DibGetOperations()));
         throw Refusal{DIB_ERROR_INVALID, "no operation " + quoted(name) + didYouMean(suggestion), nullptr,
                       suggestion};
     }
     const Operation& row = chosen(operation, result);
-    Texts texts(listed(operation->parameters).size());
+    Texts texts(DibList(operation->parameters).size());
     for (std::size_t start = colon + 1; colon < text.size() && start <= text.size();) {
         const std::size_t end = findSeparator(text, start, ",");
         take(withoutBackslashes(text.substr(start, end - start)), row, texts);
@@ -171,7 +169,7 @@ std::vector<Arguments> parseChain(std::string_view text, DibOperationResult& res
 
 Arguments argumentsOf(const DibStep& step, DibOperationResult& result) {
     const Operation& row = chosen(step.operation, result);
-    Texts texts(listed(step.operation->parameters).size());
+    Texts texts(DibList(step.operation->parameters).size());
     for (std::size_t i = 0; i < texts.size() && step.values != nullptr; ++i) {
         if (step.values[i] != nullptr) texts[i] = step.values[i];
     }

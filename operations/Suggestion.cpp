@@ -1,7 +1,5 @@
 #include "operations/Suggestion.h"
 
-#include <DibOperation.h>
-
 #include <algorithm>
 #include <array>
 

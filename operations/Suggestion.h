@@ -2,7 +2,8 @@
 #ifndef OPERATIONS_SUGGESTION_H
 #define OPERATIONS_SUGGESTION_H
 
-#include <span>
+#include <DibOperation.h>
+
 #include <string_view>
 
 namespace operations {
@@ -14,7 +15,7 @@ bool isNearer(std::string_view typed, std::string_view name, std::size_t& least)
 
 // The name of the record that is nearest to what was typed, or null.
 template <class Record>
-const char* nearestName(std::string_view typed, std::span<const Record* const> records) {
+const char* nearestName(std::string_view typed, const DibList<Record>& records) {
     std::size_t least = farDistance(typed);
     const char* nearest = nullptr;
     for (const Record* record : records) {

@@ -71,7 +71,7 @@ void expectRow(const json& row, const DibOperation& operation) {
         bit <<= 1;
     }
     EXPECT_EQ(row["depths"], depths);
-    const auto parameters = listed(operation.parameters);
+    const auto parameters = DibList(operation.parameters);
     ASSERT_EQ(row["parameters"].size(), parameters.size());
     for (std::size_t i = 0; i < parameters.size(); ++i) {
         const json& parameter = row["parameters"][i];
@@ -86,7 +86,7 @@ void expectRow(const json& row, const DibOperation& operation) {
             EXPECT_EQ(parameter["min"], parameters[i]->min);
             EXPECT_EQ(parameter["max"], parameters[i]->max);
         }
-        const auto choices = listed(parameters[i]->choices);
+        const auto choices = DibList(parameters[i]->choices);
         EXPECT_EQ(parameter.value("choices", json::array()).size(), choices.size());
         for (std::size_t k = 0; k < choices.size(); ++k) {
             EXPECT_EQ(parameter["choices"][k]["name"], choices[k]->name);

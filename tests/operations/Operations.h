@@ -10,15 +10,7 @@
 
 namespace operations_test {
 
-/// The records of a list that ends with a null.
-template <class Record>
-std::span<const Record* const> listed(const Record* const* list) {
-    std::size_t count = 0;
-    while (list != nullptr && list[count] != nullptr) ++count;
-    return {list, count};
-}
-
-inline std::span<const DibOperation* const> all() { return listed(DibGetOperations()); }
+inline DibList<DibOperation> all() { return DibList(DibGetOperations()); }
 
 inline std::span<const DibStep> stepsOf(const DibChain& chain) {
     return {chain.steps, static_cast<std::size_t>(chain.stepCount)};

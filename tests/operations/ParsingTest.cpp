@@ -16,7 +16,7 @@ std::string parsed(const std::string& text, bool (*parse)(const char*, DibChain*
     std::string all;
     for (const DibStep& step : stepsOf(chain)) {
         all += (all.empty() ? "" : " | ") + std::string(step.operation->name);
-        for (std::size_t i = 0; i < listed(step.operation->parameters).size(); ++i)
+        for (std::size_t i = 0; i < DibList(step.operation->parameters).size(); ++i)
             all += std::string(" ") + step.values[i];
     }
     return all;

@@ -17,7 +17,7 @@ bool isPlainName(std::string_view name) {
 void checkParameters(const DibOperation& operation) {
     std::set<std::string_view> names;
     bool wasOptional = false;
-    for (const DibParameter* parameter : listed(operation.parameters)) {
+    for (const DibParameter* parameter : DibList(operation.parameters)) {
         SCOPED_TRACE(parameter->name);
         EXPECT_TRUE(isPlainName(parameter->name));
         EXPECT_TRUE(names.insert(parameter->name).second) << "the name is taken";
@@ -97,7 +97,7 @@ TEST(OperationTable, TheFirstSampleSettlesOnlyWhatMustBeGiven) {
         const auto given =
             std::ranges::count(sample, ',') + (sample.find(':') != std::string_view::npos ? 1 : 0);
         const auto required =
-            std::ranges::count_if(listed(operation->parameters), [](const DibParameter* parameter) {
+            std::ranges::count_if(DibList(operation->parameters), [](const DibParameter* parameter) {
                 return parameter->standard == nullptr || std::string_view(parameter->name) == "seed";
             });
         EXPECT_EQ(given, required);
@@ -107,7 +107,7 @@ TEST(OperationTable, TheFirstSampleSettlesOnlyWhatMustBeGiven) {
 TEST(OperationTable, SamplesStartRandomNumbersFromASeed) {
     int seeded = 0;
     for (const DibOperation* operation : all()) {
-        const auto parameters = listed(operation->parameters);
+        const auto parameters = DibList(operation->parameters);
         for (std::size_t i = 0; i < parameters.size(); ++i) {
             if (std::string_view(parameters[i]->name) != "seed") continue;
             for (const char* sample : operation->samples) {
@@ -124,7 +124,7 @@ TEST(OperationTable, SamplesStartRandomNumbersFromASeed) {
 TEST(OperationTable, CallsNameEveryParameter) {
     for (const operations::Area& area : operations::areas()) {
         for (const operations::Operation& row : area) {
-            for (const DibParameter* parameter : listed(row.info.parameters)) {
+            for (const DibParameter* parameter : DibList(row.info.parameters)) {
                 const std::string open = "{" + std::string(parameter->name);
                 EXPECT_TRUE(row.call.find(open + "}") != std::string_view::npos ||
                             row.call.find(open + ":width}") != std::string_view::npos ||

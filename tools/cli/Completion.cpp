@@ -50,7 +50,7 @@ void offerOptions(const CLI::App& app, const Command& command, const std::string
 
 void offerValues(const DibParameter& parameter, const std::string& head, Offers& offers) {
     if (parameter.kind == DIB_PARAMETER_FLAGS) offers.add(head + "none");
-    for (const DibChoice* choice : listed(parameter.choices)) offers.add(head + choice->name, choice->help);
+    for (const DibChoice* choice : DibList(parameter.choices)) offers.add(head + choice->name, choice->help);
 }
 
 // What can follow the last colon or comma of "bpp:8,method=".
@@ -59,7 +59,7 @@ void offerParameters(const DibOperation& operation, const std::string& typed, Of
     const std::string head = typed.substr(0, separator + 1);
     const std::string value = typed.substr(separator + 1);
     const std::size_t equals = value.find('=');
-    for (const DibParameter* parameter : listed(operation.parameters)) {
+    for (const DibParameter* parameter : DibList(operation.parameters)) {
         const std::string key = std::string(parameter->name) + "=";
         if (equals == std::string::npos) {
             offers.add(head + key, parameter->help);

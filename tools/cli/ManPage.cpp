@@ -68,7 +68,7 @@ std::string commandSection(const CLI::App& app) {
 
 std::string choices(const DibParameter& parameter) {
     std::string roff;
-    for (const DibChoice* choice : listed(parameter.choices)) {
+    for (const DibChoice* choice : DibList(parameter.choices)) {
         roff += item(bold(choice->name), paragraph(std::string(choice->help) + "."));
     }
     return roff.empty() ? roff : ".RS\n" + roff + ".RE\n";
@@ -79,7 +79,7 @@ std::string operationTable() {
     for (const DibOperation* operation : operations()) {
         roff += ".SS " + escaped(description(*operation, DIB_DESCRIBE_SYNOPSIS)) + "\n" +
                 paragraph(operation->help) + "\n";
-        for (const DibParameter* parameter : listed(operation->parameters)) {
+        for (const DibParameter* parameter : DibList(operation->parameters)) {
             const std::string limits = constraints(*parameter);
             roff += item(bold(parameter->name), paragraph(std::string(parameter->help) +
                                                           (limits.empty() ? "" : " (" + limits + ")") + "."));

@@ -23,7 +23,7 @@ struct RunJob {
 
 // Checks before any work is done that the files of a step can be read.
 void checkPaths(const DibStep& step) {
-    const auto parameters = listed(step.operation->parameters);
+    const auto parameters = DibList(step.operation->parameters);
     for (std::size_t i = 0; i < parameters.size(); ++i) {
         const std::string path = step.values[i];
         if (parameters[i]->kind != DIB_PARAMETER_PATH || access(path.c_str(), R_OK) == 0) continue;

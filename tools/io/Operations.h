@@ -4,21 +4,12 @@
 
 #include <DibOperation.h>
 
-#include <span>
 #include <string>
 
 namespace tool {
 
-// The records of a list that ends with a null; there may be no list.
-template <class Record>
-std::span<const Record* const> listed(const Record* const* list) {
-    std::size_t count = 0;
-    while (list != nullptr && list[count] != nullptr) ++count;
-    return {list, count};
-}
-
 // Every operation, in the order in which help lists them.
-inline std::span<const DibOperation* const> operations() { return listed(DibGetOperations()); }
+inline DibList<DibOperation> operations() { return DibList(DibGetOperations()); }
 
 // Texts of the library. They throw std::bad_alloc.
 std::string description(const DibOperation& operation, DibDescription form);

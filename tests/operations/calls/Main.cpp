@@ -41,8 +41,8 @@ int main(int argumentCount, char** arguments) {
         << "#include <DibEffect.h>\n\n#include <cstdlib>\n\n#include \"tests/operations/SampleCalls.h\"\n\n"
            "namespace operations_test {\n\nstd::span<const SampleCall> sampleCalls() {\n"
            "    static const SampleCall all[] = {\n";
-    for (const DibOperation* const* operation = DibGetOperations(); *operation != nullptr; ++operation) {
-        for (const char* sample : (*operation)->samples) {
+    for (const DibOperation* operation : DibList(DibGetOperations())) {
+        for (const char* sample : operation->samples) {
             source << "        {\"" << sample << "\", [](DibStream& image) {\n"
                    << callsOf(sample) << "        }},\n";
         }
