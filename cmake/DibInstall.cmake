@@ -9,6 +9,8 @@ file(GLOB dib_public_headers CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/include/*.h
     ${PROJECT_SOURCE_DIR}/vexlibs/include/*.h)
 install(FILES ${dib_public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dibstream)
+# Not beside DibStream.h, whose name differs from this one in case alone.
+install(FILES ${PROJECT_SOURCE_DIR}/c/include/dibstream.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # The libraries find each other even after the prefix was moved.
 set_target_properties(dibstream PROPERTIES INSTALL_RPATH ${DIB_OWN_FOLDER})

@@ -9,6 +9,7 @@ else()
 endif()
 
 file(GLOB dib_sources CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/c/*.cpp
     ${PROJECT_SOURCE_DIR}/dib/*.cpp
     ${PROJECT_SOURCE_DIR}/dib/posix/*.cpp
     ${PROJECT_SOURCE_DIR}/dib/${DIB_PLATFORM}/*.cpp
@@ -28,6 +29,10 @@ file(GLOB operation_sources CONFIGURE_DEPENDS
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     set_source_files_properties(${operation_sources} PROPERTIES COMPILE_OPTIONS -Wno-restrict)
 endif()
+
+# The header of C programs has the version too; the two are compared.
+set_property(SOURCE ${PROJECT_SOURCE_DIR}/c/Version.cpp APPEND PROPERTY COMPILE_DEFINITIONS
+    DIB_PROJECT_VERSION="${PROJECT_VERSION}")
 
 # Replacing files: the only internal code that the library and the program dib share.
 file(GLOB file_sources CONFIGURE_DEPENDS
@@ -56,6 +61,7 @@ dib_library_settings(dibstream_objects)
 target_link_libraries(dibstream_objects PRIVATE ${DIB_PLATFORM_LIBRARIES})
 target_include_directories(dibstream_objects PUBLIC
     ${PROJECT_SOURCE_DIR}/include
+    ${PROJECT_SOURCE_DIR}/c/include
     ${PROJECT_SOURCE_DIR}/vexlibs/include
     ${PROJECT_SOURCE_DIR})
 
@@ -66,9 +72,12 @@ dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
 # Callers of DibCocoaUtil.h and LoadDDS need VexString.
 target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES})
+# dibstream.h, for C programs, has a folder of its own: where file systems ignore case its name is that of DibStream.h.
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>)
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/c/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/dibstream>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # the default on Apple
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()

@@ -16,6 +16,7 @@ ALLOWED = {
     "effects": {"include", "dib", "geometry"},
     "files": set(),
     "formats": {"include", "vexlibs", "dib", "files"},
+    "c": {"include", "vexlibs", "dib"},
     # Only headers that need no compiled code of the library: plug-ins link nothing of it.
     "plugins": {"include", "vexlibs", "dib"},
     # Effects, conversions, methods and the door by name: it calls them through the public headers.
@@ -28,9 +29,9 @@ ALLOWED = {
 CODEC_HEADERS = {"DibCodec.h", "DibPSDLoader.h", "DibCocoaUtil.h"}
 FILE_USERS = {("effects", "Compose", "Formats.h"), ("effects", "Compose", "VexLibs.h")}
 # Public headers and the layers below the codecs use the standard library and processor intrinsics only.
-STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects", "operations"}
-# <stdio.h> is for the header that C programs include.
-STANDARD_HEADER = re.compile(r"[a-z_0-9]+|stdio\.h|immintrin\.h|sys/(mman|stat|uio)\.h|unistd\.h")
+STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects", "operations", "c"}
+# Headers of C are for those that C programs include.
+STANDARD_HEADER = re.compile(r"[a-z_0-9]+|std(bool|def|int|io)\.h|immintrin\.h|sys/(mman|stat|uio)\.h|unistd\.h")
 FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|zlib\.h|isa-l/|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')

@@ -41,6 +41,8 @@ def phrases(root):
 def guard(name):
     """The guard of a header: its path, words of its name apart; public headers are named as applications see them."""
     folder, _, file = name.rpartition("/")
+    if name == "c/include/dibstream.h":  # in capitals its name is that of DibStream.h
+        return "DIBSTREAM_C_DIBSTREAM_H"
     if folder.endswith("include"):
         return f"DIBSTREAM_{file[:-2].upper()}_H"
     words = re.sub(r"(?<=[a-z0-9])(?=[A-Z])", "_", file[:-2])

@@ -48,11 +48,16 @@ endif()
 if(Python3_FOUND)
     set(check_headers ${Python3_EXECUTABLE} ${system_dir}/headers.py ${CMAKE_CXX_COMPILER})
     add_test(NAME system.headers
-        COMMAND ${check_headers} ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/vexlibs/include)
+        COMMAND ${check_headers} ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/vexlibs/include
+                ${PROJECT_SOURCE_DIR}/c/include)
     add_test(NAME system.headers.offences
         COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-headers ${check_headers})
     add_test(NAME system.declarations.offences
         COMMAND bash ${system_dir}/declarations.sh ${DIB_CLANG} ${system_work}/declarations ${CMAKE_CXX_COMPILER})
+    set(check_c_interface ${Python3_EXECUTABLE} ${system_dir}/c-interface.py ${DIB_CLANG} ${CMAKE_C_COMPILER})
+    add_test(NAME system.c-interface COMMAND ${check_c_interface} ${PROJECT_SOURCE_DIR}/c)
+    add_test(NAME system.c-interface.offences
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-interface ${check_c_interface})
     set_tests_properties(system.headers PROPERTIES TIMEOUT 600 PROCESSORS 2)
 endif()
 add_test(NAME system.digest

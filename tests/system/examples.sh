@@ -22,6 +22,7 @@ run() {
         [ "$(od -An -tu1 -j28 -N1 "$output" | tr -d ' ')" = 8 ]
     fi
 }
+examples() { ls "$work"/examples/*/main.{c,cpp}; }
 
 echo "== through CMake"
 cmake -S "$work/examples" -B "$work/by-cmake" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
@@ -29,7 +30,7 @@ cmake -S "$work/examples" -B "$work/by-cmake" -DCMAKE_CXX_COMPILER="$compiler" -
 grep "DibStream_DIR:PATH=$prefix/" "$work/by-cmake/CMakeCache.txt"
 cmake --build "$work/by-cmake"
 ctest --test-dir "$work/by-cmake" --output-on-failure --no-tests=error
-for main in "$work"/examples/*/main.cpp; do
+for main in $(examples); do
     program="$work/by-cmake/$(basename "$(dirname "$main")")"
     run "$program" "$program-output"
 done
@@ -38,9 +39,13 @@ echo "== through pkg-config"
 PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name dibstream.pc)")"
 export PKG_CONFIG_PATH
 mkdir -p "$work/by-pkg-config"
-for main in "$work"/examples/*/main.cpp; do
+for main in $(examples); do
     program="$work/by-pkg-config/$(basename "$(dirname "$main")")"
+    case "$main" in
+        *.c) compile=(cc -std=c11 -pedantic) ;;
+        *) compile=("$compiler" -std=c++17) ;;
+    esac
     # shellcheck disable=SC2046
-    "$compiler" -std=c++17 -Wall -Wextra -Werror "$main" -o "$program" $(pkg-config --cflags --libs dibstream)
+    "${compile[@]}" -Wall -Wextra -Werror "$main" -o "$program" $(pkg-config --cflags --libs dibstream)
     run "$program" "$program-output"
 done

@@ -7,7 +7,8 @@ source="$1" work="$2" compiler="$3" clang="$4"
 here="$(cd "$(dirname "$0")" && pwd)"
 rm -rf "$work"
 mkdir -p "$work"
-python3 "$here/declarations.py" "$clang" "$source/include" "$source/vexlibs/include" >"$work/every_declaration.cpp"
+python3 "$here/declarations.py" "$clang" "$source/include" "$source/vexlibs/include" \
+    "$source/c/include" >"$work/every_declaration.cpp"
 
 # build FOLDER OPTION...: the outside program with the tree inside it.
 build() {

@@ -9,6 +9,7 @@
 #include <DibRgbe.h>
 #include <DibStream.h>
 #include <VexLibs.h>
+#include <dibstream.h>
 
 extern const void* const declarations[];
 

@@ -1,0 +1,126 @@
+#include <DibHandle.h>
+
+#include "c/Call.h"
+
+using c_interface::call;
+using c_interface::handleOf;
+using c_interface::refuse;
+
+namespace c_interface {
+
+static_assert(int{DIB_C_DAMAGE_REFUSE} == DIB_DAMAGE_REFUSE && int{DIB_C_DAMAGE_KEEP} == DIB_DAMAGE_KEEP);
+static_assert(int{DIB_C_ALPHA_GUESS} == DIB_ALPHA_GUESS && int{DIB_C_ALPHA_STORED} == DIB_ALPHA_STORED);
+
+bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, DibFileResult& result) {
+    dib_load_options from = DIB_C_LOAD_OPTIONS_INIT;
+    if (!accept(result, readOptions(given, from))) return false;
+    if (from.damage < DIB_C_DAMAGE_REFUSE || from.damage > DIB_C_DAMAGE_KEEP)
+        return refuse(result, DIB_ERROR_INVALID, "the option damage has no such value");
+    if (from.alpha < DIB_C_ALPHA_GUESS || from.alpha > DIB_C_ALPHA_STORED)
+        return refuse(result, DIB_ERROR_INVALID, "the option alpha has no such value");
+    options.formats = from.formats;
+    options.name = from.name;
+    options.format = from.format;
+    options.mostPixels = from.most_pixels;
+    options.mostBytes = from.most_bytes;
+    options.mostLayers = from.most_layers;
+    options.damage = static_cast<DibDamagePolicy>(from.damage);
+    options.alpha = static_cast<DibAlphaPolicy>(from.alpha);
+    options.page = from.page;
+    options.layer = from.layer;
+    options.level = from.level;
+    options.appliesOrientation = from.applies_orientation != 0;
+    return true;
+}
+
+}  // namespace c_interface
+
+namespace {
+
+template <class Load>
+dib_code load(dib_image** image, const dib_load_options* given, dib_result* result, const Load& loadInto) {
+    if (image != nullptr) *image = nullptr;
+    return call(result, true, [&](DibFileResult& out) {
+        DibLoadOptions options;
+        if (image == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no pointer for the image");
+        if (!c_interface::readLoadOptions(given, options, out)) return false;
+        DibHandle made = DibHandle::make();
+        if (!made) return refuse(out, DIB_ERROR_MEMORY, "there is not enough memory");
+        if (!loadInto(made.get(), options, out)) return false;
+        *image = handleOf(made.release());
+        return true;
+    });
+}
+
+template <class Probe>
+dib_code probe(dib_file_info* to, const dib_load_options* given, dib_result* result, const Probe& probeInto) {
+    return call(result, true, [&](DibFileResult& out) {
+        DibLoadOptions options;
+        if (to == nullptr || !c_interface::isSized(*to))
+            return refuse(out, DIB_ERROR_INVALID, "there is no structure of the right size to fill");
+        if (!c_interface::readLoadOptions(given, options, out)) return false;
+        DibFileInfo from;
+        if (!probeInto(&from, options, out)) return false;
+        dib_file_info info = DIB_C_FILE_INFO_INIT;
+        info.format = from.format->name;
+        static_assert(sizeof info.compression == sizeof from.compression);
+        std::memcpy(info.compression, from.compression, sizeof info.compression);
+        info.width = from.width;
+        info.height = from.height;
+        info.bit_count = from.bitCount;
+        info.stored_bits = from.storedBits;
+        info.pages = from.pages;
+        info.layers = from.layers;
+        info.levels = from.levels;
+        info.palette_size = from.paletteSize;
+        info.has_alpha = from.hasAlpha ? 1 : 0;
+        info.row_order = from.isTopDown ? DIB_C_TOP_DOWN : DIB_C_BOTTOM_UP;
+        c_interface::fill(*to, info);
+        return true;
+    });
+}
+
+}  // namespace
+
+dib_code dib_load_file(const char* path, dib_image** image, const dib_load_options* options,
+                       dib_result* result, dib_progress progress, void* user) {
+    return load(image, options, result, [&](DibStream* to, const DibLoadOptions& how, DibFileResult& out) {
+        return DibLoadFile(path, to, &how, &out, progress, user);
+    });
+}
+
+dib_code dib_load_memory(const void* bytes, size_t size, dib_image** image, const dib_load_options* options,
+                         dib_result* result, dib_progress progress, void* user) {
+    return load(image, options, result, [&](DibStream* to, const DibLoadOptions& how, DibFileResult& out) {
+        return DibLoadMemory(bytes, size, to, &how, &out, progress, user);
+    });
+}
+
+dib_code dib_load_stream(FILE* file, dib_image** image, const dib_load_options* options, dib_result* result,
+                         dib_progress progress, void* user) {
+    return load(image, options, result, [&](DibStream* to, const DibLoadOptions& how, DibFileResult& out) {
+        return DibLoadStream(file, to, &how, &out, progress, user);
+    });
+}
+
+dib_code dib_load_function(dib_read_function read, void* context, dib_image** image,
+                           const dib_load_options* options, dib_result* result, dib_progress progress,
+                           void* user) {
+    return load(image, options, result, [&](DibStream* to, const DibLoadOptions& how, DibFileResult& out) {
+        return DibLoadStream(DibReader{read, context}, to, &how, &out, progress, user);
+    });
+}
+
+dib_code dib_probe_file(const char* path, dib_file_info* info, const dib_load_options* options,
+                        dib_result* result) {
+    return probe(info, options, result, [&](DibFileInfo* to, const DibLoadOptions& how, DibFileResult& out) {
+        return DibProbeFile(path, to, &how, &out);
+    });
+}
+
+dib_code dib_probe_memory(const void* bytes, size_t size, dib_file_info* info,
+                          const dib_load_options* options, dib_result* result) {
+    return probe(info, options, result, [&](DibFileInfo* to, const DibLoadOptions& how, DibFileResult& out) {
+        return DibProbeMemory(bytes, size, to, &how, &out);
+    });
+}

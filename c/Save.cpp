@@ -1,0 +1,108 @@
+#include "c/Call.h"
+
+using c_interface::call;
+using c_interface::imageOf;
+using c_interface::refuse;
+
+namespace {
+
+static_assert(int{DIB_C_TIFF_DEFLATE} == DIB_TIFF_DEFLATE && int{DIB_C_TIFF_LZW} == DIB_TIFF_LZW &&
+              int{DIB_C_TIFF_PACKBITS} == DIB_TIFF_PACKBITS && int{DIB_C_TIFF_NONE} == DIB_TIFF_NONE);
+
+// Metadata that borrows the blocks of the program.
+class BorrowedMetadata : public DibMetadata {
+public:
+    void borrow(const dib_metadata& from) {
+        colorProfile.data = from.color_profile;
+        colorProfile.size = from.color_profile != nullptr ? from.color_profile_size : 0;
+        exif.data = from.exif;
+        exif.size = from.exif != nullptr ? from.exif_size : 0;
+        xResolution = from.x_resolution;
+        yResolution = from.y_resolution;
+        orientation = from.orientation;
+    }
+    BorrowedMetadata() = default;
+    ~BorrowedMetadata() { colorProfile.data = exif.data = nullptr; }
+    BorrowedMetadata(const BorrowedMetadata&) = delete;
+    BorrowedMetadata& operator=(const BorrowedMetadata&) = delete;
+};
+
+bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, BorrowedMetadata& metadata,
+                     DibFileResult& result) {
+    dib_save_options from = DIB_C_SAVE_OPTIONS_INIT;
+    if (!c_interface::accept(result, c_interface::readOptions(given, from))) return false;
+    if (from.tiff_compression < DIB_C_TIFF_DEFLATE || from.tiff_compression > DIB_C_TIFF_NONE)
+        return refuse(result, DIB_ERROR_INVALID, "the option tiff_compression has no such value");
+    if (from.metadata != nullptr) {
+        dib_metadata held = DIB_C_METADATA_INIT;
+        if (!c_interface::accept(result, c_interface::readOptions(from.metadata, held))) return false;
+        metadata.borrow(held);
+        options.metadata = &metadata;
+    }
+    options.format = from.format;
+    options.refusesLosses = from.refuses_losses != 0;
+    options.quality = from.quality;
+    options.compressionLevel = from.compression_level;
+    options.runLengths = from.run_lengths != 0;
+    options.tiffCompression = static_cast<DibTiffCompression>(from.tiff_compression);
+    return true;
+}
+
+template <class Save>
+dib_code save(const dib_save_options* given, dib_result* result, const Save& saveBy) {
+    return call(result, false, [&](DibFileResult& out) {
+        BorrowedMetadata metadata;
+        DibSaveOptions options;
+        return readSaveOptions(given, options, metadata, out) && saveBy(options, out);
+    });
+}
+
+}  // namespace
+
+dib_code dib_save_losses(const dib_image* image, const char* format, const dib_save_options* options,
+                         int* count, dib_result* result) {
+    int losses = 0;
+    const dib_code code = save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
+        losses = DibSaveLosses(imageOf(image), format, &how, &out);
+        return out.code == DIB_OK;
+    });
+    if (count != nullptr) *count = losses;
+    return code;
+}
+
+dib_code dib_save_file(const char* path, const dib_image* image, const dib_save_options* options,
+                       dib_result* result, dib_progress progress, void* user) {
+    return save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
+        return DibSaveFile(path, imageOf(image), &how, &out, progress, user);
+    });
+}
+
+dib_code dib_save_memory(void** bytes, size_t* size, const dib_image* image, const dib_save_options* options,
+                         dib_result* result, dib_progress progress, void* user) {
+    if (bytes != nullptr) *bytes = nullptr;
+    if (size != nullptr) *size = 0;
+    return save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
+        if (bytes == nullptr || size == nullptr)
+            return refuse(out, DIB_ERROR_INVALID, "there is no pointer for the block or its size");
+        DibBytes block;
+        if (!DibSaveMemory(&block, imageOf(image), &how, &out, progress, user)) return false;
+        *size = block.size;
+        *bytes = std::exchange(block.data, nullptr);
+        return true;
+    });
+}
+
+dib_code dib_save_stream(FILE* file, const dib_image* image, const dib_save_options* options,
+                         dib_result* result, dib_progress progress, void* user) {
+    return save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
+        return DibSaveStream(file, imageOf(image), &how, &out, progress, user);
+    });
+}
+
+dib_code dib_save_function(dib_write_function write, void* context, const dib_image* image,
+                           const dib_save_options* options, dib_result* result, dib_progress progress,
+                           void* user) {
+    return save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
+        return DibSaveStream(DibWriter{write, context}, imageOf(image), &how, &out, progress, user);
+    });
+}

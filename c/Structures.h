@@ -1,0 +1,67 @@
+// Structures whose first member is their size: programs and libraries of different versions understand each
+// other.
+#ifndef C_STRUCTURES_H
+#define C_STRUCTURES_H
+
+#include <DibTypes.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "c/include/dibstream.h"
+
+namespace c_interface {
+
+// The size of the first version of each structure. It never changes: members are added at the end, in whole
+// words, and their default is 0.
+template <class Structure>
+constexpr std::size_t kFirstSize = 0;
+template <>
+inline constexpr std::size_t kFirstSize<dib_metadata> = 64;
+template <>
+inline constexpr std::size_t kFirstSize<dib_result> = 2592;
+template <>
+inline constexpr std::size_t kFirstSize<dib_format> = 64;
+template <>
+inline constexpr std::size_t kFirstSize<dib_load_options> = 80;
+template <>
+inline constexpr std::size_t kFirstSize<dib_file_info> = 72;
+template <>
+inline constexpr std::size_t kFirstSize<dib_save_options> = 48;
+
+// Whether some version of the structure has that size. Structures that were not initialised mostly do not.
+template <class Structure>
+bool isSized(const Structure& structure) {
+    static_assert(kFirstSize<Structure> != 0 && sizeof(Structure) >= kFirstSize<Structure>);
+    constexpr std::size_t kMost = 1 << 16;
+    return structure.size >= kFirstSize<Structure> && structure.size <= kMost &&
+           structure.size % sizeof(std::size_t) == 0;
+}
+
+// Reads the options of a program over the defaults in `options`; null keeps them. The code is 6 for a wrong
+// size and 8 for members that this library does not know.
+template <class Structure>
+DibErrorCode readOptions(const Structure* given, Structure& options) {
+    if (given == nullptr) return DIB_OK;
+    if (!isSized(*given)) return DIB_ERROR_INVALID;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(given);
+    for (std::size_t i = sizeof(Structure); i < given->size; ++i) {
+        if (bytes[i] != 0) return DIB_ERROR_MISMATCH;
+    }
+    std::memcpy(&options, given, std::min(given->size, sizeof(Structure)));
+    options.size = sizeof(Structure);
+    return DIB_OK;
+}
+
+// Fills the members that the program knows; `to` must be sized.
+template <class Structure>
+void fill(Structure& to, const Structure& from) {
+    const std::size_t size = to.size;
+    std::memcpy(&to, &from, std::min(size, sizeof(Structure)));
+    to.size = size;
+}
+
+}  // namespace c_interface
+
+#endif

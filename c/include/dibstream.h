@@ -1,0 +1,434 @@
+/// @file
+/// DibStream for C programs and for languages that call C: images, opening and saving of image files.
+///
+///     dib_image* image;
+///     dib_result result = DIB_C_RESULT_INIT;
+///     if (dib_load_file("photo.jpg", &image, NULL, &result, NULL, NULL) != DIB_C_OK) puts(result.reason);
+///     ...
+///     dib_image_release(image);
+///
+/// The functions do what the C++ functions of DibFile.h do; docs/c.md is a short introduction.
+///
+/// Rules common to the functions
+/// -----------------------------
+/// - **Results.** Functions that may fail return a code, 0 (`DIB_C_OK`) for success. A `dib_result` says in
+///   words why a call failed, and what it noted. Its pointer may be null. Each call starts it anew.
+/// - **Failure.** A load that fails gives a null image, a save that fails leaves the file as it was. Every
+///   allocation may fail (code 2). A null pointer where something is needed gives code 6 or 3, never a crash.
+/// - **Structures** start with their size. Initialise each with the macro named after it. A program keeps
+///   working with a library that knows more members, which takes the defaults of those that the program lacks
+///   and does not write them. A library that knows fewer members ignores the others, but options where these
+///   are not 0 fail with code 8. A size that no version of the structure has gives code 6, and a structure
+///   that was to be filled stays as it was.
+/// - **Images** have one owner, who releases them. No function changes an image that it gets as const:
+///   several threads may read and save one image while none changes it.
+/// - **Texts** are UTF-8 and end with a zero byte. Pointers to texts that the library returns stay valid as
+///   long as the program runs.
+/// - **Progress.** The callback gets fractions that start at 0, never go back and end at 1 when the call
+///   succeeds. Returning false cancels (code 9). It must not change the image.
+/// - **Callbacks** must return: no exception and no `longjmp` may leave them.
+#ifndef DIBSTREAM_C_DIBSTREAM_H
+#define DIBSTREAM_C_DIBSTREAM_H
+
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+
+#if defined(__GNUC__)
+#define DIB_C_EXPORT __attribute__((visibility("default")))
+#else
+#define DIB_C_EXPORT
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// @name Versions
+/// @{
+
+#define DIB_C_VERSION_MAJOR 0  ///< Programs need a library with the same one.
+#define DIB_C_VERSION_MINOR 1  ///< Grows when functions or members are added.
+#define DIB_C_VERSION_PATCH 0  ///< Grows with corrections.
+/// The version of this header as one number that can be compared.
+#define DIB_C_VERSION (DIB_C_VERSION_MAJOR * 1000000 + DIB_C_VERSION_MINOR * 1000 + DIB_C_VERSION_PATCH)
+
+/// The version of the library that the program runs with, as `DIB_C_VERSION`.
+DIB_C_EXPORT int dib_version(void);
+/// The same as text: "0.1.0".
+DIB_C_EXPORT const char* dib_version_text(void);
+/// @}
+
+/// @name Results
+/// @{
+
+/// The codes of `DibErrorCode`.
+typedef enum dib_code {
+    DIB_C_OK = 0,                 ///< No error.
+    DIB_C_ERROR_GENERAL = 1,      ///< Failed without a more exact code.
+    DIB_C_ERROR_MEMORY = 2,       ///< An allocation failed, or no image can have that size.
+    DIB_C_ERROR_OPEN = 3,         ///< The file cannot be opened.
+    DIB_C_ERROR_READ = 4,         ///< The file ends early, or reading failed.
+    DIB_C_ERROR_WRITE = 5,        ///< Writing failed.
+    DIB_C_ERROR_INVALID = 6,      ///< Damaged data, or an argument without meaning.
+    DIB_C_ERROR_UNSUPPORTED = 7,  ///< A format, or a variant of it, that is not handled.
+    DIB_C_ERROR_MISMATCH = 8,     ///< Something does not fit: depth, limit, accepted formats.
+    DIB_C_ERROR_INTERRUPTED = 9   ///< The progress callback cancelled the call.
+} dib_code;
+
+/// The English text of a code; "(undefined)" for any other number.
+DIB_C_EXPORT const char* dib_code_text(dib_code code);
+
+/// What a file holds beside the pixels. A program that sets `dib_result::metadata` gets it when it opens or
+/// probes a file, and releases it with `dib_metadata_clear`. A program may also fill one of its own, to be
+/// saved; the library does not change that.
+typedef struct dib_metadata {
+    size_t size;                   ///< `sizeof(dib_metadata)`.
+    unsigned char* color_profile;  ///< ICC profile; null when there is none.
+    size_t color_profile_size;     ///< In bytes.
+    unsigned char* exif;           ///< EXIF block, from its byte-order mark on; null when there is none.
+    size_t exif_size;              ///< In bytes.
+    double x_resolution;           ///< Pixels per inch; 0 when unknown.
+    double y_resolution;           ///< Pixels per inch; 0 when unknown.
+    /// How the stored rows must be turned for display, 1 to 8 as in EXIF; 1 is upright. It is 1 after a load
+    /// that has turned the picture.
+    int orientation;
+    int reserved;  ///< 0.
+} dib_metadata;
+/// Nothing known.
+#define DIB_C_METADATA_INIT \
+    { sizeof(dib_metadata), NULL, 0, NULL, 0, 0, 0, 1, 0 }
+
+/// Frees the blocks that a call stored, and makes the structure as new. Null does nothing.
+DIB_C_EXPORT void dib_metadata_clear(dib_metadata* metadata);
+
+/// What a note is about.
+typedef enum dib_note_kind {
+    DIB_C_NOTE_WARNING = 0,     ///< The file is damaged or breaks a rule, and was read all the same.
+    DIB_C_NOTE_ASSUMPTION = 1,  ///< The file leaves something open: "alpha is 0 everywhere and was ignored".
+    DIB_C_NOTE_LOSS = 2         ///< Something was not kept: "16 bits a sample became 8".
+} dib_note_kind;
+
+#define DIB_C_MOST_NOTES 16   ///< Further notes are dropped.
+#define DIB_C_NOTE_BYTES 124  ///< Room for the text of a note.
+
+/// The outcome of a call.
+typedef struct dib_result {
+    size_t size;         ///< `sizeof(dib_result)`.
+    const char* format;  ///< Name of the file's format; null when it was not recognised.
+    /// Set by the program: gets the metadata of a file that a call opens or probes, in place of what an
+    /// earlier call stored there. Null: not wanted. The structure must not hold blocks of the program.
+    dib_metadata* metadata;
+    int code;                                        ///< `dib_code`.
+    int note_count;                                  ///< Number of notes.
+    char reason[512];                                ///< Why the call failed; empty when it succeeded.
+    int note_kinds[DIB_C_MOST_NOTES];                ///< `dib_note_kind` of each note.
+    char notes[DIB_C_MOST_NOTES][DIB_C_NOTE_BYTES];  ///< English, without a full stop.
+} dib_result;
+/// No call yet.
+#define DIB_C_RESULT_INIT                                     \
+    {                                                         \
+        sizeof(dib_result), NULL, NULL, 0, 0, "", {0}, { "" } \
+    }
+
+/// Called with the fraction of the work that is done, from 0 to 1, and the caller's pointer. False cancels.
+typedef bool (*dib_progress)(float fraction, void* user);
+
+/// Frees a block that a function gave to the program. Null does nothing.
+DIB_C_EXPORT void dib_free(void* block);
+/// @}
+
+/// @name Images
+///
+/// An image has rows of pixels of 1, 4, 8, 16, 24 or 32 bits. Up to 8 bits a pixel is an index into the
+/// palette; at 1 and 4 bits the leftmost pixel is in the most significant bits. 16 bits are 5-5-5 words with
+/// blue in the low bits, 24 bits are bytes blue, green, red, 32 bits blue, green, red, alpha. Rows are padded
+/// to a multiple of 4 bytes. They count from the top of the picture, in whichever order they are stored.
+/// @{
+
+/// An image; `dib_image_release` ends it.
+typedef struct dib_image dib_image;
+
+/// The order in which rows are stored.
+typedef enum dib_row_order {
+    DIB_C_BOTTOM_UP = 0,  ///< The bottom row comes first in memory.
+    DIB_C_TOP_DOWN = 1    ///< The top row comes first.
+} dib_row_order;
+
+/// Bytes from one row to the next; 0 when there is no such depth or the width is below 1 or too large.
+DIB_C_EXPORT size_t dib_row_bytes(int width, int bit_count);
+
+/// Makes an image. All its bytes are 0, its palette is the grey ramp.
+/// @param width     Columns, 1 or more.
+/// @param height    Rows, 1 or more.
+/// @param bit_count 1, 4, 8, 16, 24 or 32.
+/// @param row_order `dib_row_order`.
+/// @param image     Gets the image, or null when the call fails.
+/// @return 6 for any other number or a null pointer; 2 when memory is short or no image can be that large
+///         (2 GiB of pixels).
+DIB_C_EXPORT dib_code dib_image_new(int width, int height, int bit_count, int row_order, dib_image** image);
+/// Makes an image of pixels that belong to the program and must outlive it. They are never freed. Functions
+/// that give the image other pixels leave the program's as they were.
+/// @param pixels    `height` rows, at an address that is a multiple of 4.
+/// @param row_bytes Bytes from one row to the next, for which `dib_row_bytes` is the only possible value.
+/// @return As `dib_image_new`; 8 when rows or address are not as they must be.
+DIB_C_EXPORT dib_code dib_image_wrap(void* pixels, size_t row_bytes, int width, int height, int bit_count,
+                                     int row_order, dib_image** image);
+/// Makes an independent copy, which owns its pixels.
+/// @return 2 when memory is short, 6 when a pointer is null; `*copy` is null then.
+DIB_C_EXPORT dib_code dib_image_clone(const dib_image* image, dib_image** copy);
+/// Ends the image and frees what it owns. Null does nothing.
+DIB_C_EXPORT void dib_image_release(dib_image* image);
+
+/// Columns; 0 for null.
+DIB_C_EXPORT int dib_image_width(const dib_image* image);
+/// Rows; 0 for null.
+DIB_C_EXPORT int dib_image_height(const dib_image* image);
+/// Bits per pixel; 0 for null.
+DIB_C_EXPORT int dib_image_bit_count(const dib_image* image);
+/// The order in which rows are stored; bottom-up for null.
+DIB_C_EXPORT dib_row_order dib_image_row_order(const dib_image* image);
+/// Bytes from one row to the next in memory; 0 for null.
+DIB_C_EXPORT size_t dib_image_row_bytes(const dib_image* image);
+/// The start of a row, counted from the top of the picture; null when there is none. It is valid until the
+/// image is changed by another function or released.
+DIB_C_EXPORT unsigned char* dib_image_row(dib_image* image, int row);
+/// The same for reading.
+DIB_C_EXPORT const unsigned char* dib_image_const_row(const dib_image* image, int row);
+
+/// Copies the palette of an image.
+/// @param colors Gets at most `most` entries, each 0xRRGGBB. May be null when `most` is 0.
+/// @return The number of entries that the palette has; 0 above 8 bits and for null.
+DIB_C_EXPORT int dib_image_get_palette(const dib_image* image, uint32_t* colors, int most);
+/// Replaces the palette. Indices beyond it are black.
+/// @param colors Entries 0xRRGGBB; bits above them are ignored.
+/// @param count  1 to 2, 16 or 256, as the depth has indices.
+/// @return 6 for a null pointer or another count, 8 when there is no palette, 2 when memory is short. The
+///         image is unchanged after each of them.
+DIB_C_EXPORT dib_code dib_image_set_palette(dib_image* image, const uint32_t* colors, int count);
+/// @}
+
+/// @name Formats
+/// @{
+
+/// Depths, as bits of a set.
+typedef enum dib_depths {
+    DIB_C_DEPTH_1 = 1,    ///< 1 bit.
+    DIB_C_DEPTH_4 = 2,    ///< 4 bits.
+    DIB_C_DEPTH_8 = 4,    ///< 8 bits.
+    DIB_C_DEPTH_16 = 8,   ///< 16 bits.
+    DIB_C_DEPTH_24 = 16,  ///< 24 bits.
+    DIB_C_DEPTH_32 = 32   ///< 32 bits.
+} dib_depths;
+
+/// A file format.
+typedef struct dib_format {
+    size_t size;                    ///< `sizeof(dib_format)`.
+    const char* name;               ///< A short word, as options have it: "png".
+    const char* title;              ///< For people: "Truevision TGA".
+    const char* const* extensions;  ///< Lower case, without the dot, the usual one first; null ends them.
+    const char* const* mime_types;  ///< A null ends them.
+    const char* plugin;             ///< File of the plug-in that decodes it; null when none is needed.
+    unsigned int read_depths;       ///< Depths that a load gives.
+    unsigned int write_depths;      ///< Depths that a file holds as they are; 0 when nothing can be saved.
+    int has_layers;                 ///< 1 when `dib_load_options::layer` chooses one.
+    int has_pages;                  ///< 1 when `dib_load_options::page` chooses one.
+} dib_format;
+/// To be filled.
+#define DIB_C_FORMAT_INIT \
+    { sizeof(dib_format), NULL, NULL, NULL, NULL, NULL, 0, 0, 0, 0 }
+
+/// The number of formats.
+DIB_C_EXPORT int dib_format_count(void);
+/// Describes a format, 0 to `dib_format_count()` - 1, in the order in which lists show them.
+/// @return 6 when there is none, or a pointer is null; the structure is unchanged then.
+DIB_C_EXPORT dib_code dib_format_at(int index, dib_format* format);
+/// Describes the format of that name or extension, in upper or lower case.
+/// @return 7 when there is none, 6 when a pointer is null; the structure is unchanged then.
+DIB_C_EXPORT dib_code dib_find_format(const char* name_or_extension, dib_format* format);
+/// Whether a format, given by its name or an extension, can be read now: its plug-in, if it needs one, can be
+/// loaded.
+DIB_C_EXPORT bool dib_is_format_available(const char* name_or_extension);
+/// Sets the folder of the plug-ins, for the whole program. Call it before the first file is opened. Null is
+/// the empty path.
+/// @return 8 when the path has more than 1023 characters, 2 when memory is short. The folder is unchanged
+///         after each of them.
+DIB_C_EXPORT dib_code dib_set_plugin_folder(const char* path);
+/// @}
+
+/// @name Open
+/// @{
+
+/// What to do with a file whose pixels are damaged or end too early.
+typedef enum dib_damage {
+    DIB_C_DAMAGE_REFUSE = 0,  ///< The load fails.
+    DIB_C_DAMAGE_KEEP = 1     ///< The load keeps the rows that could be read, with a warning; others are 0.
+} dib_damage;
+
+/// What the alpha of a file means.
+typedef enum dib_alpha {
+    DIB_C_ALPHA_GUESS = 0,  ///< Alpha that is 0 everywhere becomes 255, with a note.
+    DIB_C_ALPHA_STORED = 1  ///< Alpha stays as the file has it.
+} dib_alpha;
+
+/// How to open a file.
+typedef struct dib_load_options {
+    size_t size;                 ///< `sizeof(dib_load_options)`.
+    const char* const* formats;  ///< Names of the accepted formats, ended by null; null: all.
+    const char* name;            ///< A file name that says the format where the content does not.
+    const char* format;          ///< Name of the format that the file has for certain; null: detected.
+    uint64_t most_pixels;        ///< Larger pictures are refused.
+    uint64_t most_bytes;         ///< Of memory for the image; of a stream as well.
+    int most_layers;             ///< Documents with more are refused.
+    int damage;                  ///< `dib_damage`.
+    int alpha;                   ///< `dib_alpha`.
+    int page;                    ///< From 0; formats with one page know no other.
+    int layer;                   ///< From 0; -1 is the merged picture.
+    int level;                   ///< From 0, which is the largest.
+    int applies_orientation;     ///< Not 0: turns the picture as the file asks.
+    int reserved;                ///< 0.
+} dib_load_options;
+/// The defaults.
+#define DIB_C_LOAD_OPTIONS_INIT                                                                             \
+    {                                                                                                       \
+        sizeof(dib_load_options), NULL, NULL, NULL, UINT64_C(1) << 31, UINT64_C(1) << 33, 1 << 16, 0, 0, 0, \
+            -1, 0, 1, 0                                                                                     \
+    }
+
+/// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end and after an error.
+typedef size_t (*dib_read_function)(void* context, void* out, size_t bytes);
+
+/// Opens a file as a new image. The content of the file decides its format; the extension helps where a
+/// format has no signature.
+/// @param path     A null path cannot be opened.
+/// @param image    Gets the image, or null when the call fails.
+/// @param options  Null: the defaults.
+/// @param result   Gets reason, notes and metadata, unless it is null.
+/// @param progress Null: none.
+/// @param user     Argument of `progress`.
+/// @return
+/// - 3 the file cannot be opened;
+/// - 4 it ends early, or reading failed;
+/// - 6 it is damaged, or an argument has no meaning;
+/// - 7 its format, or this variant of it, is not read;
+/// - 8 an option refuses it (accepted formats, limits, pages);
+/// - 9 the callback cancelled;
+/// - 2 memory is short, or no image can have that size.
+DIB_C_EXPORT dib_code dib_load_file(const char* path, dib_image** image, const dib_load_options* options,
+                                    dib_result* result, dib_progress progress, void* user);
+/// The same for a file in memory.
+DIB_C_EXPORT dib_code dib_load_memory(const void* bytes, size_t size, dib_image** image,
+                                      const dib_load_options* options, dib_result* result,
+                                      dib_progress progress, void* user);
+/// The same from the current position of an open file or pipe, which stays open. The picture must be the last
+/// thing in it: the position after the call is not defined.
+DIB_C_EXPORT dib_code dib_load_stream(FILE* file, dib_image** image, const dib_load_options* options,
+                                      dib_result* result, dib_progress progress, void* user);
+/// The same from a function, which is called with `context`.
+DIB_C_EXPORT dib_code dib_load_function(dib_read_function read, void* context, dib_image** image,
+                                        const dib_load_options* options, dib_result* result,
+                                        dib_progress progress, void* user);
+
+/// What a file holds, as far as its headers say.
+typedef struct dib_file_info {
+    size_t size;           ///< `sizeof(dib_file_info)`.
+    const char* format;    ///< Name of the format.
+    char compression[16];  ///< "none", "rle", "deflate" ...; empty when unknown.
+    int width;             ///< Columns of the picture as a load gives it.
+    int height;            ///< Rows.
+    int bit_count;         ///< Depth of the image that a load makes.
+    int stored_bits;       ///< Bits per pixel in the file.
+    int pages;             ///< Pictures in the file.
+    int layers;            ///< Layers of a document.
+    int levels;            ///< Sizes of the same picture.
+    int palette_size;      ///< Entries of the palette that a load gives; 0 when there is none.
+    int has_alpha;         ///< 1 when the pixels of a load have alpha.
+    int row_order;         ///< `dib_row_order` of a load.
+} dib_file_info;
+/// To be filled.
+#define DIB_C_FILE_INFO_INIT \
+    { sizeof(dib_file_info), NULL, "", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
+
+/// Reads what the headers of a file say, without decoding or allocating its pixels. Pages and layers are
+/// counted; limits are not applied.
+/// @return As `dib_load_file`; the structure is unchanged after a failure.
+DIB_C_EXPORT dib_code dib_probe_file(const char* path, dib_file_info* info, const dib_load_options* options,
+                                     dib_result* result);
+/// The same for a file in memory.
+DIB_C_EXPORT dib_code dib_probe_memory(const void* bytes, size_t size, dib_file_info* info,
+                                       const dib_load_options* options, dib_result* result);
+/// @}
+
+/// @name Save
+/// @{
+
+/// How a TIFF file packs its rows.
+typedef enum dib_tiff_compression {
+    DIB_C_TIFF_DEFLATE = 0,   ///< With horizontal differences.
+    DIB_C_TIFF_LZW = 1,       ///< With horizontal differences.
+    DIB_C_TIFF_PACKBITS = 2,  ///< Run lengths.
+    DIB_C_TIFF_NONE = 3       ///< Raw.
+} dib_tiff_compression;
+
+/// How to save a file.
+typedef struct dib_save_options {
+    size_t size;                   ///< `sizeof(dib_save_options)`.
+    const char* format;            ///< Name of the format; null: by the extension of the path.
+    const dib_metadata* metadata;  ///< What the file says beside the pixels; null: nothing.
+    int refuses_losses;            ///< Not 0: fails when the file cannot hold all of the image.
+    int quality;                   ///< JPEG, 1 to 100.
+    int compression_level;         ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
+    int run_lengths;               ///< Not 0: run lengths where a format has them as an option.
+    int tiff_compression;          ///< `dib_tiff_compression`.
+    int reserved;                  ///< 0.
+} dib_save_options;
+/// The defaults.
+#define DIB_C_SAVE_OPTIONS_INIT \
+    { sizeof(dib_save_options), NULL, NULL, 0, 90, -1, 1, 0, 0 }
+
+/// Takes `bytes` bytes and returns whether all were written.
+typedef bool (*dib_write_function)(void* context, const void* from, size_t bytes);
+
+/// Says what a file of that format cannot hold of the image, as notes of the result.
+/// @param count Gets the number of losses; 0 after a failure. It may be null.
+/// @return 6 when an argument has no meaning, 7 when the format is unknown or cannot be written, 8 when the
+///         image is too large for it, 2 when memory is short.
+DIB_C_EXPORT dib_code dib_save_losses(const dib_image* image, const char* format,
+                                      const dib_save_options* options, int* count, dib_result* result);
+/// Writes the image to a file, whole or not at all: the file is written under a temporary name beside the
+/// target, flushed to the disk and renamed. Permissions and symbolic links of an existing file are kept.
+/// Losses are noted.
+/// @return
+/// - 3 the file cannot be created;
+/// - 5 it cannot be written to the end;
+/// - 6 there is no image, or an argument has no meaning;
+/// - 7 the format is unknown or cannot be written;
+/// - 8 the file cannot hold all of the image, and `refuses_losses` is set, or cannot hold its size at all;
+/// - 9 the callback cancelled;
+/// - 2 memory is short.
+DIB_C_EXPORT dib_code dib_save_file(const char* path, const dib_image* image, const dib_save_options* options,
+                                    dib_result* result, dib_progress progress, void* user);
+/// The same to a new block of memory, which `dib_free` frees. The options must name the format.
+/// @param bytes Gets the block, or null when the call fails.
+/// @param size  Gets its size, or 0.
+DIB_C_EXPORT dib_code dib_save_memory(void** bytes, size_t* size, const dib_image* image,
+                                      const dib_save_options* options, dib_result* result,
+                                      dib_progress progress, void* user);
+/// The same to an open file or pipe, which stays open and is flushed. The options must name the format. The
+/// picture is encoded in memory first: a failure to encode writes nothing.
+DIB_C_EXPORT dib_code dib_save_stream(FILE* file, const dib_image* image, const dib_save_options* options,
+                                      dib_result* result, dib_progress progress, void* user);
+/// The same to a function, which is called with `context`.
+DIB_C_EXPORT dib_code dib_save_function(dib_write_function write, void* context, const dib_image* image,
+                                        const dib_save_options* options, dib_result* result,
+                                        dib_progress progress, void* user);
+/// @}
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

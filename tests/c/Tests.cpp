@@ -1,0 +1,76 @@
+// Runs the tests in C, and fails the allocations of each call.
+#include <DibHandle.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "tests/c/Checks.h"
+#include "tests/support/FailingMalloc.h"
+#include "tests/support/Paths.h"
+
+void checkInC(int holds, const char* condition, const char* file, int line) {
+    if (holds == 0) ADD_FAILURE_AT(file, line) << condition;
+}
+
+const char* temporaryFile(const char* name) {
+    static std::string path;
+    path = testing_support::temporaryPath(name);
+    return path.c_str();
+}
+
+#define RUN_TEST_IN_C(name) \
+    TEST(InC, name) { ::name(); }
+TESTS_IN_C(RUN_TEST_IN_C)
+
+namespace {
+
+using testing_support::forEachFailingAllocation;
+
+// Every failing allocation must give code 2. Returns how many there are.
+int failEach(const std::function<dib_code()>& act) {
+    dib_code code = DIB_C_OK;
+    return forEachFailingAllocation(
+        [] {}, [&] { code = act(); },
+        [&](bool failureMet) { EXPECT_EQ(code, failureMet ? DIB_C_ERROR_MEMORY : DIB_C_OK); });
+}
+
+TEST(MemoryInC, imagesGiveCode2) {
+    dib_image* image = countedImage(8, DIB_C_TOP_DOWN);
+    EXPECT_EQ(failEach(makeInC), 3);
+    EXPECT_EQ(failEach(wrapInC), 2);
+    EXPECT_EQ(failEach([&] { return cloneInC(image); }), 3);
+    dib_image_release(image);
+}
+
+TEST(MemoryInC, palettesGiveCode2) {
+    // A table of two entries has to grow.
+    DibHandle image = DibHandle::make();
+    const auto prepare = [&] {
+        ASSERT_TRUE(image->Create(3, 2, 8));
+        image->Header->biClrUsed = 2;
+    };
+    dib_code code = DIB_C_OK;
+    const int failures = forEachFailingAllocation(
+        prepare, [&] { code = setPaletteInC(reinterpret_cast<dib_image*>(image.get())); },
+        [&](bool failureMet) {
+            EXPECT_EQ(code, failureMet ? DIB_C_ERROR_MEMORY : DIB_C_OK);
+            EXPECT_EQ(image->Header->biClrUsed, failureMet ? 2U : 1U);
+            image->Clear();
+        });
+    EXPECT_EQ(failures, 1);
+}
+
+TEST(MemoryInC, filesGiveCode2) {
+    dib_image* image = countedImage(8, DIB_C_TOP_DOWN);
+    const Block file = encoded(image, "bmp");
+    EXPECT_GE(failEach([&] { return loadInC(&file); }), 3);
+    EXPECT_GE(failEach([&] { return probeInC(&file); }), 1);
+    EXPECT_GE(failEach([&] { return saveInC(image); }), 1);
+    dib_free(file.bytes);
+    dib_image_release(image);
+    EXPECT_GE(failEach(setFolderInC), 1);
+    dib_set_plugin_folder(nullptr);
+}
+
+}  // namespace

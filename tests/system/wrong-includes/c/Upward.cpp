@@ -1,0 +1,3 @@
+#include <jpeglib.h>
+
+#include "formats/Formats.h"
