@@ -93,6 +93,9 @@ struct DibMetadata {
     int orientation = 1;
     DibBytes colorProfile;  ///< ICC profile.
     DibBytes exif;          ///< EXIF block, from its byte-order mark on.
+    /// Alpha of the first entries of the colour table, a byte each; the others are opaque. A load stores it
+    /// where `DibLoadOptions::keepsPalette` asks; saving images of 1, 4 and 8 bits as PNG writes it.
+    DibBytes paletteAlpha;
 };
 
 /// What a note is about.
@@ -168,6 +171,9 @@ struct DibLoadOptions {
     int level = 0;                               ///< From 0, which is the largest.
     bool appliesOrientation = true;              ///< Turns the picture as the file asks.
     const char* format = nullptr;  ///< Name of the format that the file has for certain; null: detected.
+    /// A PNG palette with transparency stays one, with its alpha in `DibMetadata::paletteAlpha`. Otherwise
+    /// such a picture has 32 bits, and its indices are gone.
+    bool keepsPalette = false;
 };
 
 /// How a TIFF file packs its rows.
@@ -183,7 +189,7 @@ struct DibSaveOptions {
     std::size_t size =
         sizeof(DibSaveOptions);    ///< Bytes of the caller's record, which newer versions extend.
     const char* format = nullptr;  ///< Name of the format; null: by the extension of the path.
-    bool refusesLosses = false;    ///< Fails when the file cannot hold all of the image.
+    bool refusesLosses = false;    ///< Fails when the file cannot hold all of the image; JPEG never can.
     int quality = 90;              ///< JPEG, 1 to 100.
     int compressionLevel = -1;     ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
     bool runLengths = true;        ///< Run lengths where a format has them as an option.

@@ -72,6 +72,10 @@ struct LossRequest {
 
 // Note what a file of that depth loses of the image: depth and transparency.
 void noteDepth(LossRequest& request, int fileBits);
+// Whether the metadata make colours of the image's table transparent.
+bool hasPaletteAlpha(const DibStream& image, const DibMetadata* metadata);
+// Note that a file does not hold that.
+void notePaletteAlpha(LossRequest& request);
 // Which of the options' metadata a file holds.
 struct HeldMetadata {
     bool resolution = false;

@@ -55,7 +55,19 @@ void noteDepth(LossRequest& request, int fileBits) {
          bitCount == 1 ? "%d bit a pixel becomes %d" : "%d bits a pixel become %d", bitCount, fileBits);
 }
 
+bool hasPaletteAlpha(const DibStream& image, const DibMetadata* metadata) {
+    if (metadata == nullptr || image.Header->biBitCount > 8) return false;
+    const DibBytes& alpha = metadata->paletteAlpha;
+    return std::any_of(alpha.data, alpha.data + alpha.size, [](unsigned char a) { return a != 255; });
+}
+
+void notePaletteAlpha(LossRequest& request) {
+    if (hasPaletteAlpha(request.image, request.options.metadata))
+        note(request.result, DIB_NOTE_LOSS, "the transparency of the palette is not kept");
+}
+
 void noteMetadata(LossRequest& request, const HeldMetadata& held) {
+    notePaletteAlpha(request);
     const DibMetadata* metadata = request.options.metadata;
     if (metadata == nullptr) return;
     const auto lose = [&](bool isThere, bool isHeld, const char* text) {

@@ -45,6 +45,7 @@ struct DecoderOptions {
     int page = 0;
     bool keepsDamaged = false;      // reads what it can, and `damage` says what was wrong
     bool readsHeadersOnly = false;  // profiles and EXIF blocks are left out
+    bool keepsPalette = false;      // with its alpha in the metadata
     Progress* progress = nullptr;   // of steps that take long before the first row
 };
 

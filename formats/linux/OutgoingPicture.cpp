@@ -26,10 +26,10 @@ bool haveAllColors(const BITMAPINFOHEADER& header, const IsRight& isRight) {
     return count > 0;
 }
 
-PixelKind kindOf(const BITMAPINFOHEADER& header) {
+PixelKind kindOf(const BITMAPINFOHEADER& header, bool keepsPalette) {
     if (header.biBitCount == 32) return PixelKind::kRgba;
     if (header.biBitCount > 8) return PixelKind::kRgb;
-    return hasGreyRamp(header) ? PixelKind::kGrey : PixelKind::kPalette;
+    return !keepsPalette && hasGreyRamp(header) ? PixelKind::kGrey : PixelKind::kPalette;
 }
 
 }  // namespace
@@ -50,7 +50,8 @@ bool isKept(const DibBytes& profile, bool isGrey) {
     return std::memcmp(profile.data + kColorSpace, isGrey ? "GRAY" : "RGB ", 4) == 0;
 }
 
-OutgoingPicture::OutgoingPicture(const DibStream& image) : kind_(kindOf(*image.Header)) {
+OutgoingPicture::OutgoingPicture(const DibStream& image, bool keepsPalette)
+    : kind_(kindOf(*image.Header, keepsPalette)) {
     dib::viewRows(image, raster_);
     if (kind_ != PixelKind::kPalette) return;
     colors_ = dib::readColorTable(*image.Header);

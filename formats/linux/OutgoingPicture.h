@@ -25,7 +25,8 @@ bool isKept(const DibBytes& profile, bool isGrey);
 
 class OutgoingPicture {
 public:
-    explicit OutgoingPicture(const DibStream& image);
+    // Grey ramps are grey, unless `keepsPalette`.
+    explicit OutgoingPicture(const DibStream& image, bool keepsPalette = false);
     // False when memory is short.
     bool start();
 

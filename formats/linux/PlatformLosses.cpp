@@ -1,8 +1,11 @@
 // What PNG, JPEG and TIFF files cannot hold of an image.
+#include <algorithm>
+
 #include "dib/ColorTable.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/OutgoingPicture.h"
+#include "formats/linux/TiffExif.h"
 
 namespace formats {
 
@@ -32,7 +35,8 @@ void noteExif(LossRequest& request, std::size_t mostBytes) {
 
 bool lossesPng(LossRequest& request) {
     if (request.image.Header->biBitCount == 16) noteDepth(request, 24);
-    noteProfile(request, isGreyFile(request.image));
+    noteProfile(request,
+                isGreyFile(request.image) && !hasPaletteAlpha(request.image, request.options.metadata));
     noteExif(request, kMostMetadataBytes);
     return true;
 }
@@ -48,16 +52,22 @@ bool lossesJpeg(LossRequest& request) {
     noteDepth(request, isGrey ? 8 : 24);
     if (header.biBitCount <= 8 && !isGreyFile(request.image))
         note(request.result, DIB_NOTE_LOSS, "the palette and its indices are not kept");
+    note(request.result, DIB_NOTE_LOSS, "pixels change a little, as JPEG packs them (quality %d)",
+         std::clamp(request.options.quality, 1, 100));
     noteProfile(request, isGrey);
     noteExif(request, kMostJpegExif);
+    notePaletteAlpha(request);
     return true;
 }
 
 bool lossesTiff(LossRequest& request) {
     if (request.image.Header->biBitCount == 16) noteDepth(request, 24);
     noteProfile(request, isGreyFile(request.image));
-    if (request.options.metadata != nullptr && request.options.metadata->exif.size > 0)
-        note(request.result, DIB_NOTE_LOSS, "the EXIF block is not kept");
+    noteExif(request, kMostMetadataBytes);
+    const DibMetadata* metadata = request.options.metadata;
+    if (metadata != nullptr && metadata->exif.size > 0 && !isTiffExif(metadata->exif))
+        note(request.result, DIB_NOTE_LOSS, "the EXIF block is not kept: it has no directory");
+    notePaletteAlpha(request);
     return true;
 }
 

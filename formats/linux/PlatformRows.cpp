@@ -27,6 +27,7 @@ bool read(ReadRequest& request) {
     const DecoderOptions options = {.dialect = kWide,
                                     .page = request.options.page,
                                     .keepsDamaged = request.keepsDamaged(),
+                                    .keepsPalette = request.options.keepsPalette,
                                     .progress = &request.progress};
     const std::unique_ptr<FileDecoder> decoder = open(request.file, options);
     if (decoder == nullptr) return end(request, true);
@@ -47,7 +48,10 @@ bool read(ReadRequest& request) {
 template <Open open>
 bool probe(ProbeRequest& request) {
     const std::unique_ptr<FileDecoder> decoder =
-        open(request.file, {.dialect = kWide, .page = request.options.page, .readsHeadersOnly = true});
+        open(request.file, {.dialect = kWide,
+                            .page = request.options.page,
+                            .readsHeadersOnly = true,
+                            .keepsPalette = request.options.keepsPalette});
     BitmapLayout layout;
     const bool isRead = decoder != nullptr && decoder->readLayout(layout);
     // A load goes on without what a probe cannot read, but not without memory.

@@ -1,11 +1,14 @@
 // PNG files by libpng: reading, and the classic way of writing.
+#include <isa-l/crc.h>
 #include <png.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
+#include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/Exif.h"
@@ -58,6 +61,7 @@ public:
     bool startPixels() override;
     const unsigned char* nextRow() override;
     bool describe(DibFileInfo& info, DibFileResult& result) override;
+    bool finish(DibFileResult& result) override;
     const char* damage() const override { return damage_[0] != '\0' ? damage_ : nullptr; }
     bool isShortOfMemory() const override { return isShortOfMemory_ || calls_.isShortOfMemory; }
 
@@ -72,6 +76,9 @@ private:
     bool readPasses();
     void readPass(int pass, int passes);
     bool keepMetadata(DibMetadata& metadata);
+    bool keepExif(DibMetadata& metadata);
+    bool keepPaletteAlpha(DibMetadata& metadata);
+    bool applyExifAtEnd(DibMetadata& metadata);
 
     ByteReader& file_;
     const DecoderOptions options_;
@@ -126,7 +133,9 @@ void PngDecoder::readHeader() {
     png_read_info(png_, info_);
     png_get_IHDR(png_, info_, &width_, &height_, &depth_, &colorType_, &interlace_, nullptr, nullptr);
     hasTransparency_ = png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
-    transparent_ = hasTransparency_ && isTransparent();
+    const bool keepsPalette = options_.keepsPalette && depth_ <= 8 &&
+                              (colorType_ == PNG_COLOR_TYPE_PALETTE || colorType_ == PNG_COLOR_TYPE_GRAY);
+    transparent_ = hasTransparency_ && !keepsPalette && isTransparent();
 }
 
 // False for a palette of opaque colours, where that counts.
@@ -187,6 +196,60 @@ ColorTriples PngDecoder::readColors() {
     return {&colors->red, static_cast<std::size_t>(count), options_.dialect.keepsIndices};
 }
 
+bool PngDecoder::keepExif(DibMetadata& metadata) {
+    png_uint_32 length = 0;
+    png_bytep bytes = nullptr;
+    if (png_get_eXIf_1(png_, info_, &length, &bytes) == 0)
+        return !options_.readsHeadersOnly || applyExifAtEnd(metadata);
+    applyExif({bytes, length}, metadata);
+    return options_.readsHeadersOnly || copyBytes({bytes, length}, metadata.exif);
+}
+
+// The block may follow the pixels, too, which are not read for it.
+bool PngDecoder::applyExifAtEnd(DibMetadata& metadata) {
+    constexpr std::int64_t kMostBytes = 1 << 16;
+    constexpr std::size_t kFrame = 12;  // length, name and checksum of a chunk
+    const std::int64_t size = file_.size();
+    const auto count = static_cast<std::size_t>(std::clamp<std::int64_t>(size, 0, kMostBytes));
+    const auto bytes = dib::allocateArray<unsigned char>(count + 1);
+    if (bytes == nullptr) return false;
+    if (!file_.seek(size - static_cast<std::int64_t>(count)) || !file_.read(bytes.get(), count)) return true;
+    const unsigned char* all = bytes.get();
+    for (std::size_t at = 0; at + kFrame <= count; ++at) {
+        if (std::memcmp(all + at + 4, "eXIf", 4) != 0) continue;
+        const std::size_t length = dib::readBe32(all + at);
+        if (length > count - at - kFrame) continue;
+        const std::uint32_t check = crc32_gzip_refl(0, all + at + 4, length + 4);
+        if (check != dib::readBe32(all + at + 8 + length)) continue;
+        applyExif({all + at + 8, length}, metadata);
+        break;
+    }
+    return true;
+}
+
+bool PngDecoder::keepPaletteAlpha(DibMetadata& metadata) {
+    if (!hasIndices() || !hasTransparency_ || options_.readsHeadersOnly) return true;
+    png_bytep alphas = nullptr;
+    png_color_16p color = nullptr;
+    int count = 0;
+    png_get_tRNS(png_, info_, &alphas, &count, &color);
+    if (colorType_ == PNG_COLOR_TYPE_PALETTE)
+        return copyBytes({alphas, static_cast<std::size_t>(count)}, metadata.paletteAlpha);
+    // One grey level is transparent.
+    unsigned char levels[256];
+    const std::size_t level = color->gray & ((1U << depth_) - 1);
+    std::fill_n(levels, level, static_cast<unsigned char>(255));
+    levels[level] = 0;
+    return copyBytes({levels, level + 1}, metadata.paletteAlpha);
+}
+
+// Damage behind the pixels does them no harm.
+bool PngDecoder::finish(DibFileResult& result) {
+    if (result.metadata.exif.size > 0) return true;
+    calls_.jump.run([this] { png_read_end(png_, info_); });
+    return !calls_.isShortOfMemory && keepExif(result.metadata);
+}
+
 bool PngDecoder::keepMetadata(DibMetadata& metadata) {
     png_uint_32 x = 0;
     png_uint_32 y = 0;
@@ -196,12 +259,9 @@ bool PngDecoder::keepMetadata(DibMetadata& metadata) {
         metadata.xResolution = x * kMetresPerInch;
         metadata.yResolution = y * kMetresPerInch;
     }
+    if (!keepExif(metadata) || !keepPaletteAlpha(metadata)) return false;
     png_uint_32 length = 0;
     png_bytep bytes = nullptr;
-    if (png_get_eXIf_1(png_, info_, &length, &bytes) != 0) {
-        applyExif({bytes, length}, metadata);
-        if (!options_.readsHeadersOnly && !copyBytes({bytes, length}, metadata.exif)) return false;
-    }
     png_charp name = nullptr;
     int packing = 0;
     if (png_get_iCCP(png_, info_, &name, &packing, &bytes, &length) != 0)

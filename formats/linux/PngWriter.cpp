@@ -79,6 +79,12 @@ void writePalette(ByteWriter& file, const OutgoingPicture& picture) {
     writeChunk(file, "PLTE", colors, static_cast<std::size_t>(picture.colorCount()) * 3);
 }
 
+// Alpha of the first colours.
+void writeTransparency(ByteWriter& file, const DibBytes& alpha, const OutgoingPicture& picture) {
+    writeChunk(file, "tRNS", alpha.data,
+               std::min(alpha.size, static_cast<std::size_t>(picture.colorCount())));
+}
+
 // The profile is packed as a whole, behind a name and the number of the packing.
 bool writeProfile(ByteWriter& file, const DibBytes& profile, const OutgoingPicture& picture) {
     if (!isKept(profile, picture.kind() == PixelKind::kGrey)) return true;
@@ -173,7 +179,8 @@ bool refuseForMemory(WriteRequest& request) {
 }  // namespace
 
 bool writePng(WriteRequest& request) {
-    OutgoingPicture picture(request.image);
+    const bool isTransparent = hasPaletteAlpha(request.image, request.options.metadata);
+    OutgoingPicture picture(request.image, isTransparent);
     Pixels pixels;
     if (!picture.start() || !pixels.start(picture, request.options.compressionLevel))
         return refuseForMemory(request);
@@ -184,6 +191,7 @@ bool writePng(WriteRequest& request) {
         if (!writeExif(request.file, *metadata)) return refuseForMemory(request);
     }
     writePalette(request.file, picture);
+    if (isTransparent) writeTransparency(request.file, request.options.metadata->paletteAlpha, picture);
     const int height = picture.height();
     for (int y = 0; y < height; ++y) {
         pixels.add(request.file, picture.row(y), y + 1 == height);

@@ -13,6 +13,7 @@
 #include "formats/Exif.h"
 #include "formats/Turn.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/TiffExif.h"
 #include "formats/linux/TiffHandle.h"
 #include "formats/linux/TiffRows.h"
 #include "formats/linux/TiffSamples.h"
@@ -425,6 +426,7 @@ bool TiffDecoder::describe(DibFileInfo& info, DibFileResult& result) {
         note(result, DIB_NOTE_LOSS, "four inks became red, green and blue, without a colour profile");
     if (meaning_.kind == TiffKind::kPalette && meaning_.hasAlpha)
         note(result, DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
+    readTiffExif(tiff_.get(), source_.file, result.metadata.exif);
     std::uint32_t bytes = 0;
     unsigned char* profile = nullptr;
     if (TIFFGetField(tiff_.get(), TIFFTAG_ICCPROFILE, &bytes, &profile) == 0 || bytes > kMostMetadataBytes)

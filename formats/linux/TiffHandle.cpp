@@ -83,10 +83,10 @@ TiffPtr readTiff(TiffSource& source) {
         &source);
 }
 
-TiffPtr writeTiffTo(ByteWriter& file) {
+TiffPtr writeTiffTo(ByteWriter& file, const char* mode) {
     return open(
         [&](TIFFOpenOptions* options) {
-            return TIFFClientOpenExt("", "w", &file, readNothing, writeTo, seekWriter, closeNothing,
+            return TIFFClientOpenExt("", mode, &file, readNothing, writeTo, seekWriter, closeNothing,
                                      sizeOfWriter, nullptr, nullptr, options);
         },
         nullptr);

@@ -25,7 +25,8 @@ struct TiffSource {
 
 // Both must outlive the result, which is null when the library refuses the file or memory is short.
 TiffPtr readTiff(TiffSource& source);
-TiffPtr writeTiffTo(ByteWriter& file);
+// The order of bytes within numbers: "wl" from the lowest on, "wb" from the highest on.
+TiffPtr writeTiffTo(ByteWriter& file, const char* mode = "wl");
 
 // Pictures in a file, by the chain of its directories; as many as 65536 are counted.
 int countTiffPages(ByteReader& file);

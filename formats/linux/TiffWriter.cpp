@@ -5,6 +5,7 @@
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/OutgoingPicture.h"
+#include "formats/linux/TiffExif.h"
 #include "formats/linux/TiffHandle.h"
 
 namespace formats {
@@ -119,16 +120,21 @@ bool writeTiff(WriteRequest& request) {
     const std::size_t rowBytes = picture.rowBytes();
     const int rows = rowsPerStrip(rowBytes, height);
     const auto strip = dib::allocateArray<unsigned char>(static_cast<std::size_t>(rows) * rowBytes);
-    const TiffPtr owner = writeTiffTo(request.file);
+    const DibMetadata* metadata = request.options.metadata;
+    DibBytes exif;
+    const bool hasExif = metadata == nullptr || exifForTiff(*metadata, exif);
+    const bool isBig = exif.size > 0 && exif.data[0] == 'M';
+    const TiffPtr owner = writeTiffTo(request.file, isBig ? "wb" : "wl");
     TIFF* tiff = owner.get();
-    if (strip == nullptr || tiff == nullptr || !picture.start()) {
+    if (strip == nullptr || tiff == nullptr || !hasExif || !picture.start()) {
         if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
         return false;
     }
     describe(tiff, picture.width(), height, picture.bits(), picture.samples(), photometricOf(picture.kind()));
     setCompression(tiff, request.options, picture);
     setPalette(tiff, picture);
-    setMetadata(tiff, request.options.metadata, picture.kind() == PixelKind::kGrey);
+    setMetadata(tiff, metadata, picture.kind() == PixelKind::kGrey);
+    writeTiffExif(tiff, request.file, exif);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
     for (int y = 0; y < height; ++y) {
         std::memcpy(strip.get() + static_cast<std::size_t>(y % rows) * rowBytes, picture.row(y), rowBytes);

@@ -226,12 +226,25 @@ TEST(JpegDoor, ProbeReadsTheHeaders) {
 }
 
 TEST(JpegDoor, LossesAreNoted) {
-    EXPECT_EQ(lossesOf(*randomImage(3, 3, 24, 1), "jpeg"), "");
-    EXPECT_EQ(lossesOf(*smoothImage(3, 3, 8), "jpeg"), "");
+    // Of everything: a save that refuses losses never makes a JPEG file.
+    const std::string packed = "pixels change a little, as JPEG packs them (quality 90);";
+    EXPECT_EQ(lossesOf(*randomImage(3, 3, 24, 1), "jpeg"), packed);
+    EXPECT_EQ(lossesOf(*smoothImage(3, 3, 8), "jpeg"), packed);
     EXPECT_EQ(lossesOf(*paletteImage(3, 3, 4, 9), "jpeg"),
-              "4 bits a pixel become 24;the palette and its indices are not kept;");
+              "4 bits a pixel become 24;the palette and its indices are not kept;" + packed);
     EXPECT_EQ(lossesOf(*testing_support::plainImage(2, 2, 32, 0x80000000), "jpeg"),
-              "transparency is not kept;32 bits a pixel become 24;");
+              "transparency is not kept;32 bits a pixel become 24;" + packed);
+    DibSaveOptions options;
+    options.format = "jpeg";
+    options.quality = 100;
+    options.refusesLosses = true;
+    DibFileResult refused;
+    DibBytes none;
+    EXPECT_FALSE(DibSaveMemory(&none, smoothImage(3, 3, 8).get(), &options, &refused));
+    EXPECT_EQ(refused.code, 8);
+    EXPECT_NE(std::string(refused.reason).find("pixels change a little, as JPEG packs them (quality 100)"),
+              std::string::npos)
+        << refused.reason;
     DibFileResult result;
     EXPECT_TRUE(saved(*testing_support::blankImage(65501, 1, 8), "jpeg", &result).empty());
     EXPECT_EQ(result.code, 8);

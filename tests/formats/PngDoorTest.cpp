@@ -115,6 +115,104 @@ TEST(PngDoor, TransparentPalettesBecome32BitsAndOpaqueOnesStay) {
     EXPECT_EQ(opaque.result.noteCount, 0);
 }
 
+DibLoadOptions keepingPalettes() {
+    DibLoadOptions options;
+    options.keepsPalette = true;
+    return options;
+}
+
+TEST(PngDoor, TransparentPalettesStayOnRequest) {
+    const Bytes colors = chunk("PLTE", {1, 2, 3, 4, 5, 6, 7, 8, 9});
+    const Bytes file = pngOf(5, 2, 3, {{0b00011010, 0b01000000}}, {colors, chunk("tRNS", {128, 0})});
+    const Opened load = opened(file, keepingPalettes());
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(load.image->Header->biBitCount, 4);
+    EXPECT_EQ(load.image->Header->biClrUsed, 3U);
+    EXPECT_EQ(codec_test::rowBytes(*load.image, 0), (Bytes{0x01, 0x22, 0x10}));
+    EXPECT_EQ(bytesOf(load.result.metadata.paletteAlpha), (Bytes{128, 0}));
+    EXPECT_EQ(load.result.noteCount, 0);
+    expectOneFromEverySource(file, ".png", keepingPalettes());
+    EXPECT_GT(failEveryLoad(file, keepingPalettes()), 3);
+
+    // The same file again: palette, order, unused colours and transparency.
+    DibFileResult result;
+    const Bytes again = savedWith(*load.image, "png", load.result.metadata, &result);
+    EXPECT_EQ(result.noteCount, 0);
+    const Opened second = opened(again, keepingPalettes());
+    EXPECT_TRUE(samePixels(*second.image, *load.image));
+    expectSameColors(*second.image, *load.image);
+    EXPECT_EQ(bytesOf(second.result.metadata.paletteAlpha), (Bytes{128, 0}));
+    // And what is seen is the same.
+    EXPECT_TRUE(samePixels(*opened(again).image, *opened(file).image));
+    EXPECT_EQ(opened(again).image->Header->biBitCount, 32);
+}
+
+TEST(PngDoor, GreyWithATransparentLevelStaysOnRequest) {
+    const Bytes file = pngOf(4, 8, 0, {{0, 3, 200, 255}}, {chunk("tRNS", {0, 3})});
+    const Opened shown = opened(file);
+    EXPECT_EQ(codec_test::rowBytes(*shown.image, 0),
+              (Bytes{0, 0, 0, 255, 3, 3, 3, 0, 200, 200, 200, 255, 255, 255, 255, 255}));
+    const Opened load = opened(file, keepingPalettes());
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(codec_test::rowBytes(*load.image, 0), (Bytes{0, 3, 200, 255}));
+    EXPECT_EQ(bytesOf(load.result.metadata.paletteAlpha), (Bytes{255, 255, 255, 0}));
+    const Bytes again = savedWith(*load.image, "png", load.result.metadata);
+    EXPECT_TRUE(samePixels(*opened(again).image, *shown.image));
+}
+
+TEST(PngDoor, OtherFormatsSayThatTheyLoseTransparencyOfPalettes) {
+    const DibPtr image = paletteImage(4, 2, 8, 5);
+    DibMetadata metadata;
+    metadata.paletteAlpha = bytesFor({255, 0});
+    for (const DibFormat* format : writableFormats()) {
+        DibFileResult result;
+        DibSaveOptions options;
+        options.metadata = &metadata;
+        DibSaveLosses(image.get(), format->name, &options, &result);
+        EXPECT_EQ(notesOf(result).find("the transparency of the palette is not kept") != std::string::npos,
+                  std::string(format->name) != "png")
+            << format->name;
+    }
+    // Opaque tables are none, and images without a table need none.
+    metadata.paletteAlpha = bytesFor({255, 255});
+    DibFileResult result;
+    savedWith(*image, "tiff", metadata, &result);
+    EXPECT_EQ(result.noteCount, 0);
+    metadata.paletteAlpha = bytesFor({0});
+    savedWith(*randomImage(3, 3, 24, 1), "tiff", metadata, &result);
+    EXPECT_EQ(result.noteCount, 0);
+}
+
+TEST(PngDoor, ExifMayStandBehindThePixels) {
+    const DibPtr image = randomImage(9, 7, 24, 3);
+    const Bytes block = chunk("eXIf", exifWith(6));
+    for (const bool hasText : {false, true}) {
+        Bytes file = saved(*image, "png");
+        const auto end = file.end() - 12;
+        const Bytes text = chunk("tEXt", {'a', 0, 'e', 'X', 'I', 'f'});
+        Bytes more = block;
+        if (hasText) more.insert(more.end(), text.begin(), text.end());
+        file.insert(end, more.begin(), more.end());
+        const Opened load = opened(file);
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(load.image->Header->biWidth, 7);
+        EXPECT_EQ(bytesOf(load.result.metadata.exif), exifWith(6));
+        DibFileInfo info;
+        DibFileResult result;
+        ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info, nullptr, &result));
+        EXPECT_EQ(info.width, 7);
+        EXPECT_EQ(info.height, 9);
+        EXPECT_EQ(result.metadata.orientation, 6);
+        EXPECT_GT(failEveryLoad(file), 4);
+        // Damage there does the pixels no harm.
+        file[file.size() - 14 - (hasText ? text.size() : 0)] ^= 1;
+        const Opened damaged = opened(file);
+        ASSERT_TRUE(damaged.isLoaded) << damaged.result.reason;
+        EXPECT_EQ(damaged.result.metadata.exif.size, 0U);
+        EXPECT_TRUE(samePixels(*damaged.image, *image));
+    }
+}
+
 TEST(PngDoor, SixteenBitsASampleAreReduced) {
     const Opened load = opened(pngOf(2, 16, 0, {{0x12, 0x34, 0xFF, 0xFF}}));
     ASSERT_TRUE(load.isLoaded) << load.result.reason;
