@@ -1,7 +1,5 @@
 #include "c/Call.h"
 
-#include <cstdio>
-
 namespace c_interface {
 
 static_assert(int{DIB_C_OK} == DIB_OK && int{DIB_C_ERROR_GENERAL} == DIB_ERROR_GENERAL &&
@@ -13,22 +11,7 @@ static_assert(int{DIB_C_OK} == DIB_OK && int{DIB_C_ERROR_GENERAL} == DIB_ERROR_G
               int{DIB_C_ERROR_INTERRUPTED} == DIB_ERROR_INTERRUPTED);
 static_assert(int{DIB_C_NOTE_WARNING} == DIB_NOTE_WARNING &&
               int{DIB_C_NOTE_ASSUMPTION} == DIB_NOTE_ASSUMPTION && int{DIB_C_NOTE_LOSS} == DIB_NOTE_LOSS);
-static_assert(DIB_C_MOST_NOTES == DibFileResult::kMostNotes);
 static_assert(DIB_C_NOTE_BYTES == sizeof DibNote::text);
-static_assert(sizeof dib_result::reason >= sizeof DibFileResult::reason);
-
-bool refuse(DibFileResult& result, DibErrorCode code, const char* reason) {
-    result.code = code;
-    std::snprintf(result.reason, sizeof result.reason, "%s", reason);
-    return false;
-}
-
-bool accept(DibFileResult& result, DibErrorCode code) {
-    if (code == DIB_OK) return true;
-    return refuse(result, code,
-                  code == DIB_ERROR_MISMATCH ? "the options have members that this library does not know"
-                                             : "the size of the options is wrong");
-}
 
 bool canFill(const dib_result* result) {
     if (result == nullptr) return true;
@@ -37,8 +20,44 @@ bool canFill(const dib_result* result) {
 
 namespace {
 
-void fillMetadata(dib_metadata& to, DibMetadata& from) {
-    dib_metadata_clear(&to);
+// What all results of the C++ functions have.
+template <class Result>
+dib_result resultOf(const dib_result& to, const Result& from) {
+    static_assert(sizeof from.reason <= sizeof to.reason && Result::kMostNotes == DIB_C_MOST_NOTES);
+    dib_result result = DIB_C_RESULT_INIT;
+    result.metadata = to.metadata;
+    result.code = from.code;
+    std::memcpy(result.reason, from.reason, sizeof from.reason);
+    result.note_count = from.noteCount;
+    for (int i = 0; i < from.noteCount; ++i) {
+        result.note_kinds[i] = from.notes[i].kind;
+        std::memcpy(result.notes[i], from.notes[i].text, sizeof result.notes[i]);
+    }
+    return result;
+}
+
+}  // namespace
+
+void fillResult(dib_result* to, const DibFileResult& from) {
+    if (to == nullptr) return;
+    dib_result result = resultOf(*to, from);
+    result.format = from.format != nullptr ? from.format->name : nullptr;
+    fill(*to, result);
+}
+
+void fillResult(dib_result* to, const DibOperationResult& from) {
+    if (to == nullptr) return;
+    dib_result result = resultOf(*to, from);
+    result.operation = from.operation != nullptr ? from.operation->name : nullptr;
+    result.parameter = from.parameter != nullptr ? from.parameter->name : nullptr;
+    result.suggestion = from.suggestion;
+    result.step = from.step;
+    fill(*to, result);
+}
+
+void fillMetadata(const dib_result* to, DibMetadata& from) {
+    if (to == nullptr || to->metadata == nullptr) return;
+    dib_metadata_clear(to->metadata);
     dib_metadata metadata = DIB_C_METADATA_INIT;
     metadata.color_profile = std::exchange(from.colorProfile.data, nullptr);
     metadata.color_profile_size = from.colorProfile.size;
@@ -47,25 +66,7 @@ void fillMetadata(dib_metadata& to, DibMetadata& from) {
     metadata.x_resolution = from.xResolution;
     metadata.y_resolution = from.yResolution;
     metadata.orientation = from.orientation;
-    fill(to, metadata);
-}
-
-}  // namespace
-
-void fillResult(dib_result* to, DibFileResult& from, bool hasMetadata) {
-    if (to == nullptr) return;
-    dib_result result = DIB_C_RESULT_INIT;
-    result.format = from.format != nullptr ? from.format->name : nullptr;
-    result.metadata = to->metadata;
-    result.code = from.code;
-    std::memcpy(result.reason, from.reason, sizeof from.reason);
-    result.note_count = from.noteCount;
-    for (int i = 0; i < from.noteCount; ++i) {
-        result.note_kinds[i] = from.notes[i].kind;
-        std::memcpy(result.notes[i], from.notes[i].text, sizeof result.notes[i]);
-    }
-    if (hasMetadata && result.metadata != nullptr) fillMetadata(*result.metadata, from.metadata);
-    fill(*to, result);
+    fill(*to->metadata, metadata);
 }
 
 }  // namespace c_interface

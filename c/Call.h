@@ -3,7 +3,9 @@
 #define C_CALL_H
 
 #include <DibFile.h>
+#include <DibOperation.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -17,29 +19,64 @@ inline dib_image* handleOf(DibStream* image) { return reinterpret_cast<dib_image
 
 inline dib_code codeOf(int code) { return static_cast<dib_code>(code); }
 
-// Stores why a call fails. Returns false.
-bool refuse(DibFileResult& result, DibErrorCode code, const char* reason);
+// Stores why a call fails, in a result of the C++ functions. Returns false.
+template <class Result>
+bool refuse(Result& result, DibErrorCode code, const char* reason) {
+    result.code = code;
+    std::snprintf(result.reason, sizeof result.reason, "%s", reason);
+    return false;
+}
 // The same for options that cannot be read, unless the code is 0. Returns whether it is.
-bool accept(DibFileResult& result, DibErrorCode code);
+template <class Result>
+bool accept(Result& result, DibErrorCode code) {
+    if (code == DIB_OK) return true;
+    return refuse(result, code,
+                  code == DIB_ERROR_MISMATCH ? "the options have members that this library does not know"
+                                             : "the size of the options is wrong");
+}
 
 // Whether the program's structures for results have a size that they can have.
 bool canFill(const dib_result* result);
-// Gives the program its result, metadata too if the call read a file.
-void fillResult(dib_result* to, DibFileResult& from, bool hasMetadata);
+// Gives the program its result.
+void fillResult(dib_result* to, const DibFileResult& from);
+void fillResult(dib_result* to, const DibOperationResult& from);
+// Gives the program the metadata of a file, if it wants them.
+void fillMetadata(const dib_result* to, DibMetadata& from);
 
-// Runs the work of a call, which gets a `DibFileResult` and returns whether it succeeded.
-template <class Work>
-dib_code call(dib_result* result, bool hasMetadata, const Work& work) {
+// Runs the work of a call, which gets a result of the C++ functions and returns whether it succeeded.
+template <class Result, class Work>
+dib_code call(dib_result* result, const Work& work) {
     if (!canFill(result)) return DIB_C_ERROR_INVALID;
-    DibFileResult out;
+    Result out;
     const bool isDone = work(out);
     if (!isDone && out.code == DIB_OK) out.code = DIB_ERROR_GENERAL;
-    fillResult(result, out, hasMetadata);
+    fillResult(result, out);
     return codeOf(out.code);
 }
 
 // The options of a load, for the C++ functions.
-bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, DibFileResult& result);
+template <class Result>
+bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Result& result) {
+    dib_load_options from = DIB_C_LOAD_OPTIONS_INIT;
+    if (!accept(result, readOptions(given, from))) return false;
+    if (from.damage < DIB_C_DAMAGE_REFUSE || from.damage > DIB_C_DAMAGE_KEEP)
+        return refuse(result, DIB_ERROR_INVALID, "the option damage has no such value");
+    if (from.alpha < DIB_C_ALPHA_GUESS || from.alpha > DIB_C_ALPHA_STORED)
+        return refuse(result, DIB_ERROR_INVALID, "the option alpha has no such value");
+    options.formats = from.formats;
+    options.name = from.name;
+    options.format = from.format;
+    options.mostPixels = from.most_pixels;
+    options.mostBytes = from.most_bytes;
+    options.mostLayers = from.most_layers;
+    options.damage = static_cast<DibDamagePolicy>(from.damage);
+    options.alpha = static_cast<DibAlphaPolicy>(from.alpha);
+    options.page = from.page;
+    options.layer = from.layer;
+    options.level = from.level;
+    options.appliesOrientation = from.applies_orientation != 0;
+    return true;
+}
 
 }  // namespace c_interface
 

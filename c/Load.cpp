@@ -6,41 +6,25 @@ using c_interface::call;
 using c_interface::handleOf;
 using c_interface::refuse;
 
-namespace c_interface {
-
 static_assert(int{DIB_C_DAMAGE_REFUSE} == DIB_DAMAGE_REFUSE && int{DIB_C_DAMAGE_KEEP} == DIB_DAMAGE_KEEP);
 static_assert(int{DIB_C_ALPHA_GUESS} == DIB_ALPHA_GUESS && int{DIB_C_ALPHA_STORED} == DIB_ALPHA_STORED);
 
-bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, DibFileResult& result) {
-    dib_load_options from = DIB_C_LOAD_OPTIONS_INIT;
-    if (!accept(result, readOptions(given, from))) return false;
-    if (from.damage < DIB_C_DAMAGE_REFUSE || from.damage > DIB_C_DAMAGE_KEEP)
-        return refuse(result, DIB_ERROR_INVALID, "the option damage has no such value");
-    if (from.alpha < DIB_C_ALPHA_GUESS || from.alpha > DIB_C_ALPHA_STORED)
-        return refuse(result, DIB_ERROR_INVALID, "the option alpha has no such value");
-    options.formats = from.formats;
-    options.name = from.name;
-    options.format = from.format;
-    options.mostPixels = from.most_pixels;
-    options.mostBytes = from.most_bytes;
-    options.mostLayers = from.most_layers;
-    options.damage = static_cast<DibDamagePolicy>(from.damage);
-    options.alpha = static_cast<DibAlphaPolicy>(from.alpha);
-    options.page = from.page;
-    options.layer = from.layer;
-    options.level = from.level;
-    options.appliesOrientation = from.applies_orientation != 0;
-    return true;
-}
-
-}  // namespace c_interface
-
 namespace {
+
+// A call that reads a file: the program gets its metadata, whatever comes of it.
+template <class Work>
+dib_code readFile(dib_result* result, const Work& work) {
+    return call<DibFileResult>(result, [&](DibFileResult& out) {
+        const bool isRead = work(out);
+        c_interface::fillMetadata(result, out.metadata);
+        return isRead;
+    });
+}
 
 template <class Load>
 dib_code load(dib_image** image, const dib_load_options* given, dib_result* result, const Load& loadInto) {
     if (image != nullptr) *image = nullptr;
-    return call(result, true, [&](DibFileResult& out) {
+    return readFile(result, [&](DibFileResult& out) {
         DibLoadOptions options;
         if (image == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no pointer for the image");
         if (!c_interface::readLoadOptions(given, options, out)) return false;
@@ -54,7 +38,7 @@ dib_code load(dib_image** image, const dib_load_options* given, dib_result* resu
 
 template <class Probe>
 dib_code probe(dib_file_info* to, const dib_load_options* given, dib_result* result, const Probe& probeInto) {
-    return call(result, true, [&](DibFileResult& out) {
+    return readFile(result, [&](DibFileResult& out) {
         DibLoadOptions options;
         if (to == nullptr || !c_interface::isSized(*to))
             return refuse(out, DIB_ERROR_INVALID, "there is no structure of the right size to fill");

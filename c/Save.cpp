@@ -50,7 +50,7 @@ bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, Bor
 
 template <class Save>
 dib_code save(const dib_save_options* given, dib_result* result, const Save& saveBy) {
-    return call(result, false, [&](DibFileResult& out) {
+    return call<DibFileResult>(result, [&](DibFileResult& out) {
         BorrowedMetadata metadata;
         DibSaveOptions options;
         return readSaveOptions(given, options, metadata, out) && saveBy(options, out);

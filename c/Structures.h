@@ -20,7 +20,7 @@ constexpr std::size_t kFirstSize = 0;
 template <>
 inline constexpr std::size_t kFirstSize<dib_metadata> = 64;
 template <>
-inline constexpr std::size_t kFirstSize<dib_result> = 2592;
+inline constexpr std::size_t kFirstSize<dib_result> = 2624;
 template <>
 inline constexpr std::size_t kFirstSize<dib_format> = 64;
 template <>
@@ -29,6 +29,8 @@ template <>
 inline constexpr std::size_t kFirstSize<dib_file_info> = 72;
 template <>
 inline constexpr std::size_t kFirstSize<dib_save_options> = 48;
+template <>
+inline constexpr std::size_t kFirstSize<dib_apply_options> = 40;
 
 // Whether some version of the structure has that size. Structures that were not initialised mostly do not.
 template <class Structure>

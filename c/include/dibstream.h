@@ -1,13 +1,13 @@
 /// @file
-/// DibStream for C programs and for languages that call C: images, opening and saving of image files.
+/// DibStream for C programs and for languages that call C: images, image files and operations by name.
 ///
 ///     dib_image* image;
 ///     dib_result result = DIB_C_RESULT_INIT;
 ///     if (dib_load_file("photo.jpg", &image, NULL, &result, NULL, NULL) != DIB_C_OK) puts(result.reason);
-///     ...
+///     if (dib_apply(image, "rotate:30,wrap=xy gaussian:4", NULL, &result, NULL, NULL) != DIB_C_OK) ...
 ///     dib_image_release(image);
 ///
-/// The functions do what the C++ functions of DibFile.h do; docs/c.md is a short introduction.
+/// The functions do what those of DibFile.h and DibOperation.h do; docs/c.md is a short introduction.
 ///
 /// Rules common to the functions
 /// -----------------------------
@@ -122,16 +122,21 @@ typedef struct dib_result {
     /// Set by the program: gets the metadata of a file that a call opens or probes, in place of what an
     /// earlier call stored there. Null: not wanted. The structure must not hold blocks of the program.
     dib_metadata* metadata;
-    int code;                                        ///< `dib_code`.
-    int note_count;                                  ///< Number of notes.
-    char reason[512];                                ///< Why the call failed; empty when it succeeded.
-    int note_kinds[DIB_C_MOST_NOTES];                ///< `dib_note_kind` of each note.
+    const char* operation;             ///< Of a chain: the operation that failed; null when it was none.
+    const char* parameter;             ///< The parameter that is wrong; null when it was none.
+    const char* suggestion;            ///< The name that may have been meant; null when there is none.
+    int step;                          ///< The step of a chain that failed, from 0; -1 when it was none.
+    int reserved;                      ///< 0.
+    int code;                          ///< `dib_code`.
+    int note_count;                    ///< Number of notes.
+    char reason[512];                  ///< Why the call failed; empty when it succeeded.
+    int note_kinds[DIB_C_MOST_NOTES];  ///< `dib_note_kind` of each note.
     char notes[DIB_C_MOST_NOTES][DIB_C_NOTE_BYTES];  ///< English, without a full stop.
 } dib_result;
 /// No call yet.
-#define DIB_C_RESULT_INIT                                     \
-    {                                                         \
-        sizeof(dib_result), NULL, NULL, 0, 0, "", {0}, { "" } \
+#define DIB_C_RESULT_INIT                                                              \
+    {                                                                                  \
+        sizeof(dib_result), NULL, NULL, NULL, NULL, NULL, -1, 0, 0, 0, "", {0}, { "" } \
     }
 
 /// Called with the fraction of the work that is done, from 0 to 1, and the caller's pointer. False cancels.
@@ -425,6 +430,72 @@ DIB_C_EXPORT dib_code dib_save_stream(FILE* file, const dib_image* image, const 
 DIB_C_EXPORT dib_code dib_save_function(dib_write_function write, void* context, const dib_image* image,
                                         const dib_save_options* options, dib_result* result,
                                         dib_progress progress, void* user);
+/// @}
+
+/// @name Operations
+///
+/// Every effect, conversion and geometry method by its name, as text: a **step** is the name of an operation,
+/// with values after a colon: "rotate:30,wrap=xy". A **chain** is steps with white space between them.
+/// DibOperation.h says how values are written.
+/// @{
+
+/// The version of the JSON texts, their member "schema".
+#define DIB_C_OPERATION_SCHEMA 1
+
+/// What a description says.
+typedef enum dib_description {
+    DIB_C_DESCRIBE_SYNOPSIS = 0,  ///< How it is written: "gaussian:RADIUS[,wrap=none|x|y]".
+    DIB_C_DESCRIBE_HELP = 1,      ///< Several lines for people: what it does, its parameters, an example.
+    DIB_C_DESCRIBE_JSON = 2       ///< All of it, as a JSON object.
+} dib_description;
+
+/// The number of operations.
+DIB_C_EXPORT int dib_operation_count(void);
+/// The name of an operation, 0 to `dib_operation_count()` - 1, in the order in which lists show them; null
+/// when there is none.
+DIB_C_EXPORT const char* dib_operation_name(int index);
+/// Describes an operation.
+/// @param name        Its name; null describes all of them: as text with a line feed between them, as JSON
+///                    `{"schema": 1, "operations": [...]}`.
+/// @param description `dib_description`.
+/// @param text        Gets a block of text, which `dib_free` frees, or null when the call fails.
+/// @return 7 when there is no such operation, 6 when an argument has no meaning, 2 when memory is short.
+DIB_C_EXPORT dib_code dib_describe_operation(const char* name, int description, char** text);
+
+/// Opens a picture that a step names. `*image` gets it and belongs to the library from then on. Any code but
+/// `DIB_C_OK` refuses it.
+typedef dib_code (*dib_open_function)(void* context, const char* name, dib_image** image);
+
+/// How to apply a chain.
+typedef struct dib_apply_options {
+    size_t size;                   ///< `sizeof(dib_apply_options)`.
+    const dib_load_options* load;  ///< How files are opened that steps name; null: with the defaults.
+    /// Opens what steps name; null: they are files. Set it where chains are written by people who must not
+    /// read files.
+    dib_open_function open;
+    void* context;  ///< First argument of `open`.
+    /// Not 0: saves the memory and the time of a working copy. The steps change the image itself, pixels that
+    /// it wraps included. After a failure it holds what was reached, and may have no pixels.
+    int in_place;
+    int reserved;  ///< 0.
+} dib_apply_options;
+/// The defaults.
+#define DIB_C_APPLY_OPTIONS_INIT \
+    { sizeof(dib_apply_options), NULL, NULL, NULL, 0, 0 }
+
+/// Checks a chain without applying it: names, values and their ranges.
+/// @return 6 when it is wrong or null, 2 when memory is short.
+DIB_C_EXPORT dib_code dib_check_chain(const char* chain, dib_result* result);
+/// Applies a chain to an image. The steps work on a copy, which replaces the pixels at the end; pixels that
+/// the image wraps are not changed.
+/// @return With the image unchanged (see `in_place`):
+/// - 6 the chain is wrong, or there is no image;
+/// - 8 a step does not accept the depth or the size of its image;
+/// - 9 the callback cancelled;
+/// - 2 memory is short, or no image can have a size;
+/// - the code of opening a second picture, when that failed.
+DIB_C_EXPORT dib_code dib_apply(dib_image* image, const char* chain, const dib_apply_options* options,
+                                dib_result* result, dib_progress progress, void* user);
 /// @}
 
 #ifdef __cplusplus

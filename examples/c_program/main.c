@@ -1,4 +1,4 @@
-/* Turns any picture into its negative, from C, with progress. Ctrl-C cancels. */
+/* Turns any picture into its negative, or takes it through a chain of operations. Ctrl-C cancels. */
 #include <dibstream.h>
 #include <signal.h>
 #include <stdio.h>
@@ -34,13 +34,13 @@ static dib_code negate(dib_image* image) {
 }
 
 int main(int argc, char** argv) {
-    char opening[] = "open", saving[] = "save";
+    char opening[] = "open", applying[] = "apply", saving[] = "save";
     dib_image* image = NULL;
     dib_metadata metadata = DIB_C_METADATA_INIT;
     dib_result result = DIB_C_RESULT_INIT;
     dib_save_options options = DIB_C_SAVE_OPTIONS_INIT;
-    if (argc != 3) {
-        fprintf(stderr, "usage: c_program IN OUT\n");
+    if (argc != 3 && argc != 4) {
+        fprintf(stderr, "usage: c_program IN OUT [CHAIN]\n");
         return 2;
     }
     signal(SIGINT, cancel);
@@ -50,7 +50,7 @@ int main(int argc, char** argv) {
         printf("%s, %d x %d pixels of %d bits\n", result.format, dib_image_width(image),
                dib_image_height(image), dib_image_bit_count(image));
         for (int i = 0; i < result.note_count; ++i) printf("%s\n", result.notes[i]);
-        code = negate(image);
+        code = argc == 4 ? dib_apply(image, argv[3], NULL, &result, showProgress, applying) : negate(image);
     }
     if (code == DIB_C_OK) {
         options.metadata = &metadata; /* and go along */

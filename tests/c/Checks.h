@@ -16,13 +16,15 @@ void checkInC(int holds, const char* condition, const char* file, int line);
 const char* temporaryFile(const char* name);
 
 /* Every test in C; Tests.cpp runs them. */
-#define TESTS_IN_C(test)                                                                               \
-    test(newImagesAreBlank) test(imagesRefuse) test(rowsCountFromTheTop) test(wrapsAreNeverFreed)      \
-        test(wrapsRefuse) test(clonesAreIndependent) test(palettes) test(palettesRefuse) test(formats) \
-            test(versionsAndCodes) test(pluginFolder) test(files) test(memoryBlocks) test(streams)     \
-                test(functions) test(probes) test(losses) test(metadataGoesAlong) test(notes)          \
-                    test(progressAndCancel) test(loadOptions) test(damagedFiles) test(loadsRefuse)     \
-                        test(savesRefuse) test(wrongSizes) test(nullArguments)
+#define TESTS_IN_C(test)                                                                                     \
+    test(newImagesAreBlank) test(imagesRefuse) test(rowsCountFromTheTop) test(wrapsAreNeverFreed)            \
+        test(wrapsRefuse) test(clonesAreIndependent) test(palettes) test(palettesRefuse) test(formats)       \
+            test(versionsAndCodes) test(pluginFolder) test(files) test(memoryBlocks) test(streams)           \
+                test(functions) test(probes) test(losses) test(metadataGoesAlong) test(notes)                \
+                    test(progressAndCancel) test(loadOptions) test(damagedFiles) test(loadsRefuse)           \
+                        test(operations) test(descriptions) test(chains) test(wrongChains)                   \
+                            test(chainsOnWraps) test(cancelledChains) test(secondPictures) test(savesRefuse) \
+                                test(wrongSizes) test(nullArguments)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 
@@ -48,6 +50,8 @@ dib_code loadInC(const Block* file);
 dib_code probeInC(const Block* file);
 dib_code saveInC(const dib_image* image);
 dib_code setFolderInC(void);
+dib_code applyInC(dib_image* image);
+dib_code describeInC(void);
 
 #ifdef __cplusplus
 }

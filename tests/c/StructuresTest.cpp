@@ -57,11 +57,12 @@ TEST(Structures, OtherSizesAreRefused) {
 // not have set.
 TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(sizeof(dib_metadata), 64U);
-    EXPECT_EQ(sizeof(dib_result), 2592U);
+    EXPECT_EQ(sizeof(dib_result), 2624U);
     EXPECT_EQ(sizeof(dib_format), 64U);
     EXPECT_EQ(sizeof(dib_load_options), 80U);
     EXPECT_EQ(sizeof(dib_file_info), 72U);
     EXPECT_EQ(sizeof(dib_save_options), 48U);
+    EXPECT_EQ(sizeof(dib_apply_options), 40U);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Runs the tests in C, and fails the allocations of each call.
 #include <DibHandle.h>
+#include <DibOperation.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -8,6 +9,7 @@
 #include "tests/c/Checks.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
+#include "tests/support/TestImages.h"
 
 void checkInC(int holds, const char* condition, const char* file, int line) {
     if (holds == 0) ADD_FAILURE_AT(file, line) << condition;
@@ -70,7 +72,31 @@ TEST(MemoryInC, filesGiveCode2) {
     dib_free(file.bytes);
     dib_image_release(image);
     EXPECT_GE(failEach(setFolderInC), 1);
+    EXPECT_GE(failEach(describeInC), 1);
     dib_set_plugin_folder(nullptr);
+}
+
+TEST(MemoryInC, chainsGiveCode2) {
+    dib_image* image = nullptr;
+    dib_code code = DIB_C_OK;
+    const int failures = forEachFailingAllocation([&] { image = countedImage(24, DIB_C_TOP_DOWN); },
+                                                  [&] { code = applyInC(image); },
+                                                  [&](bool failureMet) {
+                                                      EXPECT_EQ(code, failureMet ? 2 : 0);
+                                                      dib_image_release(image);
+                                                  });
+    EXPECT_GE(failures, 4);
+}
+
+// The same bytes as in C++.
+TEST(InC, chainsGiveTheSameBytes) {
+    const char* chain = "resize:40x30 rotate:30,wrap=xy gaussian:4 bpp:8,method=median";
+    dib_image* image = countedImage(24, DIB_C_TOP_DOWN);
+    DibHandle same = DibHandle(reinterpret_cast<DibStream*>(image)->Clone());
+    ASSERT_EQ(dib_apply(image, chain, nullptr, nullptr, nullptr, nullptr), DIB_C_OK);
+    ASSERT_TRUE(DibApply(same.get(), chain));
+    EXPECT_TRUE(testing_support::sameImage(*reinterpret_cast<DibStream*>(image), *same));
+    dib_image_release(image);
 }
 
 }  // namespace

@@ -62,10 +62,10 @@ void savesRefuse(void) {
 }
 
 /* None of these is a size that a structure can have. */
-static const size_t kWrongSizes[] = {0, 1, 8, 40, 2593, 65544, (size_t)-8};
+static const size_t kWrongSizes[] = {0, 1, 8, 32, 2625, 65544, (size_t)-8};
 #define WRONG_SIZES (sizeof kWrongSizes / sizeof kWrongSizes[0])
 
-static void wrongOptions(const dib_image* image, const Block* bmp) {
+static void wrongOptions(dib_image* image, const Block* bmp) {
     dib_result result = DIB_C_RESULT_INIT;
     void* bytes = NULL;
     size_t size = 0;
@@ -74,6 +74,7 @@ static void wrongOptions(const dib_image* image, const Block* bmp) {
         dib_load_options load = DIB_C_LOAD_OPTIONS_INIT;
         dib_save_options save = DIB_C_SAVE_OPTIONS_INIT;
         dib_metadata metadata = DIB_C_METADATA_INIT;
+        dib_apply_options apply = DIB_C_APPLY_OPTIONS_INIT;
         load.size = save.size = metadata.size = kWrongSizes[i];
         REFUSED_LOAD(INVALID, bmp->bytes, bmp->size, &load, &result);
         CHECK(strcmp(result.reason, "the size of the options is wrong") == 0);
@@ -82,6 +83,11 @@ static void wrongOptions(const dib_image* image, const Block* bmp) {
         save.format = "bmp";
         save.metadata = &metadata;
         CHECK(dib_save_memory(&bytes, &size, image, &save, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+        apply.load = &load;
+        CHECK(dib_apply(image, "reverse", &apply, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+        apply.size = kWrongSizes[i];
+        CHECK(dib_apply(image, "reverse", &apply, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+        CHECK(strcmp(result.reason, "the size of the options is wrong") == 0);
         dib_metadata_clear(&metadata);
         CHECK(metadata.size == kWrongSizes[i]);
     }
@@ -177,4 +183,9 @@ void nullArguments(void) {
     CHECK(dib_save_memory(NULL, NULL, NULL, NULL, NULL, NULL, NULL) == DIB_C_ERROR_INVALID);
     CHECK(dib_save_stream(NULL, NULL, NULL, NULL, NULL, NULL) == DIB_C_ERROR_OPEN);
     CHECK(dib_save_function(NULL, NULL, NULL, NULL, NULL, NULL, NULL) == DIB_C_ERROR_OPEN);
+    CHECK(dib_describe_operation(NULL, DIB_C_DESCRIBE_JSON, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_check_chain(NULL, &result) == DIB_C_ERROR_INVALID);
+    CHECK(dib_apply(NULL, "reverse", NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(strcmp(result.reason, "the image has no pixels") == 0);
+    CHECK(dib_apply(NULL, NULL, NULL, NULL, NULL, NULL) == DIB_C_ERROR_INVALID);
 }

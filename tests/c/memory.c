@@ -60,3 +60,18 @@ dib_code saveInC(const dib_image* image) {
 }
 
 dib_code setFolderInC(void) { return dib_set_plugin_folder("/a/folder/of/plug-ins"); }
+
+dib_code applyInC(dib_image* image) {
+    const unsigned char before = dib_image_const_row(image, 0)[0];
+    const dib_code code = dib_apply(image, "reverse reverse scroll:1,0", NULL, NULL, NULL, NULL);
+    CHECK((dib_image_const_row(image, 0)[0] == before) == (code != DIB_C_OK));
+    return code;
+}
+
+dib_code describeInC(void) {
+    char* text;
+    const dib_code code = dib_describe_operation("rotate", DIB_C_DESCRIBE_HELP, &text);
+    CHECK((text != NULL) == (code == DIB_C_OK));
+    dib_free(text);
+    return code;
+}
