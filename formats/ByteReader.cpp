@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
+#include <utility>
 
 #include "dib/File.h"
 
@@ -16,10 +17,13 @@ ByteReader::ByteReader(std::FILE* file, Buffering buffering)
 }
 
 std::size_t ByteReader::fetch(unsigned char* out, std::size_t bytes) {
-    errno = 0;
+    // The classic loaders print what `errno` was before.
+    const int earlier = std::exchange(errno, 0);
     const std::size_t got = std::fread(out, 1, bytes, file_);
+    const int error = got < bytes ? dib::readError(file_) : 0;
+    if (error_ == 0) error_ = error;
+    if (error == 0) errno = earlier;
     endPosition_ += static_cast<std::int64_t>(got);
-    if (got < bytes && error_ == 0) error_ = dib::readError(file_);
     return got;
 }
 
