@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <new>
 
+#include "formats/Bundles.h"
 #include "formats/door/Frame.h"
 
 namespace formats {
@@ -44,18 +46,39 @@ const FileFormat* findFormat(Accept accept) {
     return found != std::end(kFormats) ? *found : nullptr;
 }
 
+template <class Accept>
+const FileFormat* findAddedFormat(Accept accept) {
+    for (const Bundle* bundle : addedBundles()) {
+        if (accept(*bundle)) return &bundle->format;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 std::span<const FileFormat* const> allFormats() { return kFormats; }
 
-const FileFormat* formatOfName(std::string_view name) {
+const FileFormat* tableFormatOfName(std::string_view name) {
     const FileFormat* format =
         findFormat([&](const FileFormat& one) { return isNamed(one.info.name, name); });
+    return format != nullptr
+               ? format
+               : findFormat([&](const FileFormat& one) { return contains(one.info.extensions, name); });
+}
+
+const FileFormat* formatOfName(std::string_view name) {
+    if (const FileFormat* format = tableFormatOfName(name)) return format;
+    const FileFormat* format =
+        findAddedFormat([&](const Bundle& one) { return isNamed(one.format.info.name, name); });
     return format != nullptr ? format : formatOfExtension(name);
 }
 
 const FileFormat* formatOfExtension(std::string_view extension) {
-    return findFormat([&](const FileFormat& one) { return contains(one.info.extensions, extension); });
+    const FileFormat* format =
+        findFormat([&](const FileFormat& one) { return contains(one.info.extensions, extension); });
+    if (format != nullptr || extension.empty()) return format;
+    return findAddedFormat(
+        [&](const Bundle& one) { return contains(one.format.info.extensions, extension); });
 }
 
 const char* spellingOf(const FileFormat& format, std::string_view nameOrExtension) {
@@ -75,8 +98,11 @@ const FileFormat* composeFormatOfExtension(std::string_view extension) {
 }
 
 const FileFormat* formatOfContent(FirstBytes bytes) {
-    return findFormat(
-        [&](const FileFormat& one) { return one.recognizes != nullptr && one.recognizes(bytes); });
+    const FileFormat* format =
+        findFormat([&](const FileFormat& one) { return one.recognizes != nullptr && one.recognizes(bytes); });
+    if (format != nullptr || bytes.empty()) return format;
+    return findAddedFormat(
+        [&](const Bundle& one) { return one.description.recognizes(bytes.data(), bytes.size()); });
 }
 
 const FileFormat* formatOfResemblance(FirstBytes bytes) {
@@ -84,24 +110,42 @@ const FileFormat* formatOfResemblance(FirstBytes bytes) {
         [&](const FileFormat& one) { return one.resembles != nullptr && one.resembles(bytes); });
 }
 
+// By its address, because a name may belong to another plug-in now; by its name when it is a copy.
 const FileFormat* formatOf(const DibFormat* format) {
-    return format != nullptr ? formatOfName(format->name) : nullptr;
+    if (format == nullptr) return nullptr;
+    if (const FileFormat* row = findFormat([&](const FileFormat& one) { return &one.info == format; }))
+        return row;
+    if (const FileFormat* added = addedFormatOf(format)) return added;
+    return formatOfName(format->name);
 }
 
 }  // namespace formats
 
 const DibFormat* const* DibGetFormats(std::size_t* count) {
-    if (count != nullptr) *count = formats::kRecords.size() - 1;
-    return formats::kRecords.data();
+    std::span<const DibFormat* const> records = formats::kRecords;
+    try {
+        records = formats::withAddedFormats(records);
+    } catch (const std::bad_alloc&) {  // those of the table
+    }
+    if (count != nullptr) *count = records.size() - 1;
+    return records.data();
 }
 
 const DibFormat* DibFindFormat(const char* nameOrExtension) {
-    const formats::FileFormat* format =
-        nameOrExtension != nullptr ? formats::formatOfName(nameOrExtension) : nullptr;
-    return format != nullptr ? &format->info : nullptr;
+    if (nameOrExtension == nullptr) return nullptr;
+    try {
+        const formats::FileFormat* format = formats::formatOfName(nameOrExtension);
+        return format != nullptr ? &format->info : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 bool DibIsFormatAvailable(const DibFormat* format) {
-    const formats::FileFormat* row = formats::formatOf(format);
-    return row != nullptr && formats::isAvailable(*row, nullptr);
+    try {
+        const formats::FileFormat* row = formats::formatOf(format);
+        return row != nullptr && formats::isAvailable(*row, nullptr);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }

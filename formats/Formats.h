@@ -59,7 +59,7 @@ struct FileFormat {
 
     // The classic codec. The saver returns true only when the whole file was written, and stores
     // DIB_ERROR_WRITE when it was not; null: nothing can be saved.
-    PathCodec load;
+    PathCodec load = nullptr;  // null: the door alone reads the format
     PathCodec save = nullptr;
 
     // What the functions of DibFile.h need (formats/door/Request.h).
@@ -83,10 +83,15 @@ extern const FileFormat kTiffFormat;
 extern const FileFormat kExrFormat;
 extern const FileFormat kDdsFormat;
 
-// Every format, in the order in which lists show them.
+// Every format of the table, in the order in which lists show them. Those that plug-ins add are not among
+// them; the searches below find them where the table has none.
 std::span<const FileFormat* const> allFormats();
 
-// The format of a name or an extension in upper or lower case; null when there is none.
+// The row of the table with a name or an extension in upper or lower case; null when there is none.
+const FileFormat* tableFormatOfName(std::string_view name);
+
+// The format of a name or an extension in upper or lower case; null when there is none. These three may throw
+// std::bad_alloc.
 const FileFormat* formatOfName(std::string_view name);
 const FileFormat* formatOfExtension(std::string_view extension);
 // The row's own spelling of its name or of one of its extensions; its name for everything else.

@@ -11,6 +11,14 @@ DIB_LOCAL bool DdsCallback(float progress, void* context);
 
 namespace formats {
 
+// The bundles of the classic loaders.
+struct Plugin {
+    const char* bundle;
+    const char* name;  // of the export
+};
+inline constexpr Plugin kExrPlugin = {"vexlibexr.bundle", "LoadEXR"};
+inline constexpr Plugin kDdsPlugin = {"vexlibdds.bundle", "LoadDDS"};
+
 struct DdsContext {
     DibProgressCallback callback;
     void* user;
@@ -20,6 +28,10 @@ bool loadExr(PluginLoader& loader, const char* path, DibStream* image, DibProgre
              void* user = nullptr);
 bool loadDds(PluginLoader& loader, const wchar_t* path, DibStream* image, DibProgressCallback callback,
              void* user);
+
+// Gives a plug-in's blocks to an image. Frees them and returns false when one is missing or no image can have
+// such a header.
+bool adopt(DibStream* image, BITMAPINFOHEADER* header, unsigned char* buffer);
 
 }  // namespace formats
 

@@ -3,5 +3,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::readByPlugin(plugins::exr::read, data, size);
+    fuzz::readByDescription(plugins::exr::description(), data, size);
     return 0;
 }

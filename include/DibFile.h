@@ -38,7 +38,7 @@
 /// @name Formats
 /// @{
 
-/// A file format. The records live as long as the program.
+/// A file format. The records live as long as the program, those of plug-ins too.
 struct DibFormat {
     const char* name;             ///< A short word, as options have it: "png".
     const char* title = nullptr;  ///< For people: "Truevision TGA".
@@ -52,7 +52,8 @@ struct DibFormat {
     const char* plugin = nullptr;  ///< The file of the plug-in that decodes it; null when none is needed.
 };
 
-/// All formats, in the order in which lists show them; a null ends the list.
+/// All formats, in the order in which lists show them; a null ends the list. Those that plug-ins of the
+/// current folder add come last (docs/writing-a-plugin.md); without a folder there are none.
 /// @param count Gets their number, unless it is null.
 DIB_EXPORT const DibFormat* const* DibGetFormats(std::size_t* count = nullptr);
 /// The format of that name or extension, in upper or lower case; null when there is none.
@@ -132,7 +133,7 @@ struct DibFileInfo {
     int storedBits = 0;                 ///< Bits per pixel in the file.
     int pages = 1;                      ///< Pictures in the file.
     int layers = 0;                     ///< Layers of a document.
-    int levels = 1;                     ///< Sizes of the same picture; 1 in all formats so far.
+    int levels = 1;                     ///< Sizes of the same picture.
     bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
     int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.

@@ -1,39 +1,48 @@
 /// @file
-/// The contract between the library and its EXR and DDS plug-ins, for those who write one.
+/// The contract between the library and its plug-ins, for those who write one.
 ///
-/// A plug-in is a bundle file in the folder of `DibStream::SetDllFilePath` that exports one function with C
-/// linkage under its plain name. It needs this header and DibStream.h, and links nothing of the library:
+/// A plug-in is a bundle file in the folder of `DibStream::SetDllFilePath` that exports functions with C
+/// linkage under their plain names. It needs this header and the headers that it includes, and links nothing
+/// of the library. On Linux the file is a shared object, or a folder with one at Contents/Linux/NAME (or
+/// Contents/MacOS/NAME) for NAME.bundle. On macOS it is a bundle as the system makes them. The code is loaded
+/// once and stays in the process.
 ///
-/// | bundle file | export | type |
-/// |---|---|---|
-/// | vexlibexr.bundle | LoadEXR | `DibPluginLoadEXR` |
-/// | vexlibdds.bundle | LoadDDS | `DibPluginLoadDDS` |
+/// | export | type | bundle | used by |
+/// |---|---|---|---|
+/// | DibPluginDescribe | `DibPluginDescriber` | every *.bundle | the functions of DibFile.h |
+/// | LoadEXR | `DibPluginLoadEXR` | vexlibexr.bundle | `LoadEXR` of DibCodec.h |
+/// | LoadDDS | `DibPluginLoadDDS` | vexlibdds.bundle | `LoadDDS` of DibCodec.h |
 ///
-/// On Linux the file is a shared object, or a folder with one at Contents/Linux/vexlibexr (or
-/// Contents/MacOS/vexlibexr; for DDS with its own name). On macOS it is a bundle as the system makes them.
-/// The code is loaded once and stays in the process.
+/// A vexlibexr.bundle or vexlibdds.bundle without a description also serves the functions of DibFile.h: they
+/// call its one function, which knows no pages, layers and levels.
 ///
-/// Rules for the function
-/// ----------------------
-/// - It returns true when both out pointers are set to blocks of their own from `malloc`, which then belong
-///   to the caller and are freed with `free`; a single block does not count as a picture, and is freed. When
-///   it returns false it has freed what it allocated; what the out pointers then hold is not looked at. They
-///   are null when it is called.
-/// - The header block is a `BITMAPINFOHEADER` with `biSize` 40, followed by its colour table (2^`biBitCount`
+/// Rules for all functions
+/// -----------------------
+/// - Nothing is thrown. Nothing is printed. They are called from any thread, several at a time.
+/// - Blocks that a function gives away come from `malloc` and belong to the library then.
+/// - A header block is a `BITMAPINFOHEADER` with `biSize` 40, followed by its colour table (2^`biBitCount`
 ///   entries up to 8 bits). The pixel block has pitch times rows bytes: see `DibStream::GetPitch`. Either row
 ///   order may be used.
 /// - The library believes the header as far as it cannot be checked: block lengths, above all. A header that
 ///   no image can have is a failure, and its blocks are freed: a negative width, rows that are too many for
 ///   32-bit offsets, more table entries than the depth has values (256 above 8 bits), or a `biSize` above
 ///   124.
-/// - Nothing is thrown. Nothing is printed.
+///
+/// Rules for LoadEXR and LoadDDS
+/// -----------------------------
+/// - They return true when both out pointers are set to blocks of their own; a single block does not count as
+///   a picture, and is freed. When they return false they have freed what they allocated; what the out
+///   pointers then hold is not looked at. They are null when the function is called.
 /// - The progress function is called, when it is given, with the fraction done, from 0 to 1, and the progress
 ///   user pointer; when it returns false the function gives up and returns false. `LoadEXR` of DibCodec.h
 ///   gives EXR plug-ins none, the functions of DibFile.h give one to all.
 #ifndef DIBSTREAM_DIBPLUGIN_H
 #define DIBSTREAM_DIBPLUGIN_H
 
-#include <DibStream.h>
+#include <DibFile.h>
+
+#include <cstddef>
+#include <cstdint>
 
 /// The type of the export "LoadEXR".
 /// @param path     UTF-8.
@@ -53,5 +62,94 @@ using DibPluginLoadEXR = bool (*)(const char* path, BITMAPINFOHEADER** header, u
 /// @param user     Handed to `progress`.
 using DibPluginLoadDDS = bool (*)(const wchar_t* path, BITMAPINFOHEADER** header, unsigned char** buffer,
                                   DibProgressCallback progress, void* user);
+
+/// @name Described plug-ins
+/// @{
+
+/// The version of the contract that this header describes.
+inline constexpr int DIB_PLUGIN_VERSION = 1;
+
+/// A file that a plug-in is asked to read, what is wanted of it, and where the answers go. Every record of
+/// the contract begins with its size in bytes and only grows at its end.
+struct DibPluginCall {
+    std::size_t size;  ///< Bytes of this record.
+    void* library;     ///< First argument of the functions below.
+
+    std::uint64_t fileBytes;  ///< Length of the file.
+    /// Copies up to `bytes` bytes from a position of the file, in any order, and returns their number: fewer
+    /// at the end of the file and after an error.
+    std::size_t (*readFile)(void* library, std::uint64_t position, void* out, std::size_t bytes);
+
+    int page;                  ///< From 0: part, face, slice or frame.
+    int layer;                 ///< From 0; -1 is the merged picture.
+    int level;                 ///< From 0, which is the largest.
+    int alpha;                 ///< `DibAlphaPolicy`; the library guesses by itself.
+    int damage;                ///< `DibDamagePolicy`; the library judges by itself.
+    std::uint64_t mostPixels;  ///< The library refuses larger pictures.
+    std::uint64_t mostBytes;   ///< The same for the bytes of the image.
+
+    /// Takes the fraction of the work that is done; false means that the load is to give up.
+    bool (*report)(void* library, double fraction);
+    /// Takes a note: a `DibNoteKind`, and up to 123 bytes of English without a full stop.
+    void (*note)(void* library, int kind, const char* text);
+    /// Takes the reason of a failure: a `DibErrorCode` and up to 255 bytes. The first one counts.
+    void (*refuse)(void* library, int code, const char* reason);
+};
+
+/// What a file says about a picture, as in `DibFileInfo` and `DibMetadata`. The library sets the defaults.
+struct DibPluginInfo {
+    std::size_t size;      ///< Bytes of this record.
+    int width;             ///< Columns; of the page, layer and level that the call names.
+    int height;            ///< Rows.
+    int bitCount;          ///< Depth of the image that a load makes.
+    int storedBits;        ///< Bits per pixel in the file.
+    int pages;             ///< At least 1.
+    int layers;            ///< Layers of the page.
+    int levels;            ///< At least 1.
+    int paletteSize;       ///< Entries of the colour table that a load gives.
+    bool hasAlpha;         ///< Whether the pixels of a load have alpha.
+    bool isTopDown;        ///< Whether a load gives a negative height.
+    char compression[16];  ///< Ended by NUL.
+    double xResolution;    ///< Pixels per inch; 0 when unknown.
+    double yResolution;    ///< Pixels per inch; 0 when unknown.
+    int orientation;       ///< 1 to 8 as in EXIF; the library turns the picture.
+};
+
+/// A picture that a load gives. All pointers are null and all numbers 0 at first.
+struct DibPluginPicture {
+    std::size_t size;               ///< Bytes of this record.
+    BITMAPINFOHEADER* header;       ///< Header block.
+    unsigned char* pixels;          ///< Pixel block.
+    std::uint64_t rows;             ///< Rows that were read when the load fails; the others are 0.
+    unsigned char* colorProfile;    ///< ICC profile; may stay null.
+    std::size_t colorProfileBytes;  ///< Its length.
+    unsigned char* exif;            ///< EXIF block, from its byte-order mark on; may stay null.
+    std::size_t exifBytes;          ///< Its length.
+};
+
+/// What a plug-in reads, and its functions. No pointer may be null but where it is said.
+struct DibPluginDescription {
+    std::size_t size;               ///< Bytes of this record.
+    int version;                    ///< `DIB_PLUGIN_VERSION`.
+    const char* name;               ///< A short word of a to z and 0 to 9, as options have it: "webp".
+    const char* title;              ///< For people: "WebP".
+    const char* const* extensions;  ///< Lower case, without the dot; at most 16; a null ends the list.
+    const char* const* mimeTypes;   ///< At most 16; a null ends the list.
+    const char* library;            ///< What decodes, with its version: "libwebp 1.2.4".
+    unsigned int readDepths;        ///< Depths that a load gives: `DibStream::DIB_ACCEPT_8` and so on.
+    bool hasLayers;                 ///< `DibPluginCall::layer` chooses one.
+    bool hasPages;                  ///< `DibPluginCall::page` chooses one.
+    /// Whether a file begins like this format; `count` is 64 unless the file is shorter.
+    bool (*recognizes)(const unsigned char* bytes, std::size_t count);
+    /// Reads the headers, without decoding pixels or allocating them. False when they cannot be read.
+    bool (*probe)(const DibPluginCall* call, DibPluginInfo* info);
+    /// Decodes. When it returns false it may leave a picture whose first rows could be read.
+    bool (*load)(const DibPluginCall* call, DibPluginPicture* picture);
+};
+
+/// The type of the export "DibPluginDescribe". The record, and all that it points to, stay as they are while
+/// the code is loaded.
+using DibPluginDescriber = const DibPluginDescription* (*)();
+/// @}
 
 #endif

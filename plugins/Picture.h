@@ -21,12 +21,16 @@ public:
     static constexpr int kGrey = 8;
     static constexpr int kColor = 32;
 
+    // Whether the library accepts such a size.
+    static bool isPossible(std::int64_t width, std::int64_t height, int bitCount) {
+        return width >= 1 && height >= 1 && height <= INT32_MAX &&
+               dib::admitSize(width, static_cast<std::int32_t>(height), bitCount).admitted;
+    }
     // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False when memory is short, and
     // without an allocation for sizes that the library would refuse.
     bool create(std::int64_t width, std::int64_t height, int bitCount) {
-        if (width < 1 || height < 1 || height > INT32_MAX) return false;
+        if (!isPossible(width, height, bitCount)) return false;
         const dib::ImageSize size = dib::admitSize(width, static_cast<std::int32_t>(height), bitCount);
-        if (!size.admitted) return false;
         const std::size_t entries = dib::addressableEntries(bitCount);
         const std::size_t headerBytes = dib::kHeaderBytes + entries * dib::kEntryBytes;
         size_ = size;
@@ -48,9 +52,13 @@ public:
         return true;
     }
 
+    // How many rows from the top have been read, for readers that keep those of damaged files.
+    std::size_t rowsRead = 0;
+
     // The first byte of row y, counted from the top.
     unsigned char* row(std::size_t y) { return buffer_.get() + (size_.rows - 1 - y) * size_.rowBytes; }
     const BITMAPINFOHEADER& header() const { return *header_; }
+    DibBGRA* palette() { return dib::colorTable(header_.get()); }
 
     void release(BITMAPINFOHEADER** header, unsigned char** buffer) {
         *header = header_.release();

@@ -16,7 +16,7 @@ std::string whyRefused(const char* path, Diagnosis diagnose, int errorCode) {
 std::string whyRefused(ByteReader& reader, Diagnosis diagnose, int errorCode) {
     const RefusedFile file(reader);
     if (file.size() == 0) return "the file is empty";
-    if (std::string reason = diagnose(file); !reason.empty()) return reason;
+    if (std::string reason = diagnose != nullptr ? diagnose(file) : ""; !reason.empty()) return reason;
     switch (errorCode) {
         case DIB_ERROR_MEMORY: return "there is not enough memory for the picture";
         case DIB_ERROR_READ: return kShortPixels;

@@ -15,87 +15,221 @@ namespace {
 
 static_assert(sizeof(Texel) == 4, "texels are copied into 32-bit rows");
 
-// Whether the rest of the file is as long as the picture. Checked before memory is allocated: headers may be
-// wrong.
-bool isThere(std::FILE* file, std::uint64_t units, std::uint64_t unitBytes) {
-    const long here = std::ftell(file);
-    if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return false;
-    const long end = std::ftell(file);
-    if (end < here || std::fseek(file, here, SEEK_SET) != 0) return false;
-    return units <= static_cast<std::uint64_t>(end - here) / unitBytes;
+// Rounds to the nearest; colours above their alpha are as light as can be.
+unsigned char divided(unsigned char color, unsigned char alpha) {
+    return alpha == 0 ? 0 : static_cast<unsigned char>(std::min((color * 255 + alpha / 2) / alpha, 255));
 }
 
-// Stores a block without the rows and columns beyond the picture's edge.
-void putBlock(const Surface& surface, const Block& texels, std::size_t left, std::size_t top,
-              Picture& picture) {
-    const std::size_t columns = std::min<std::size_t>(4, surface.width - left);
-    const std::size_t rows = std::min<std::size_t>(4, surface.height - top);
-    for (std::size_t y = 0; y < rows; ++y) {
-        unsigned char* row = picture.row(top + y);
-        for (std::size_t x = 0; x < columns; ++x) {
-            Texel texel = texels[y * 4 + x];
-            if (surface.isOpaque) texel.alpha = 255;
-            if (surface.isGrey) {
-                row[left + x] = texel.red;
+// A page at a level, which becomes the picture.
+class Page {
+public:
+    Page(Job& job, const Surface& surface, const Dialect& dialect)
+        : job_(job),
+          surface_(surface),
+          format_(surface.format),
+          level_(job.level),
+          width_(surface.widthAt(level_)),
+          height_(surface.heightAt(level_)),
+          position_(surface.positionOf(static_cast<std::uint64_t>(job.page), level_)),
+          divides_(dialect.dividesByAlpha && format_.isPremultiplied) {}
+
+    // Rows of units that the file has. Known before memory is allocated: headers may be wrong.
+    std::uint64_t rowsThere() {
+        const std::uint64_t end = job_.fileBytes();
+        return end < position_ ? 0 : std::min((end - position_) / surface_.rowBytes(level_), rows());
+    }
+    std::uint64_t rows() const { return surface_.unitRows(level_); }
+
+    int bitCount() const {
+        const bool isByte = format_.isGrey || (format_.isIndexed && !hasClearEntries_);
+        return isByte ? Picture::kGrey : Picture::kColor;
+    }
+    // The library finds the words for sizes that it does not accept.
+    bool isPossible() const {
+        return surface_.width > 0 && surface_.height > 0 && Picture::isPossible(width_, height_, bitCount());
+    }
+    bool create(Picture& picture) {
+        if (!picture.create(width_, height_, bitCount())) return false;
+        if (format_.isIndexed && bitCount() == Picture::kGrey) std::copy_n(palette_, 256, picture.palette());
+        return true;
+    }
+
+    // Entries with alpha need pixels with alpha; otherwise alpha is 0, as in all palettes.
+    bool readPalette() {
+        unsigned char bytes[256 * 4];
+        if (job_.readAt(surface_.start - sizeof bytes, bytes, sizeof bytes) != sizeof bytes)
+            return job_.refuse(DIB_ERROR_READ, "the file ends before its pixels do");
+        for (std::size_t i = 0; i < 256; ++i) {
+            const unsigned char* entry = bytes + 4 * i;
+            palette_[i] = {entry[2], entry[1], entry[0], entry[3]};
+            hasClearEntries_ = hasClearEntries_ || entry[3] != 255;
+        }
+        for (DibBGRA& entry : palette_) entry.alpha = hasClearEntries_ ? entry.alpha : 0;
+        return true;
+    }
+
+    bool read(std::uint64_t rowsThere, Picture& picture) {
+        std::vector<unsigned char> bytes(surface_.rowBytes(level_));
+        for (std::uint64_t row = 0; row < rowsThere; ++row) {
+            if (job_.readAt(position_ + row * bytes.size(), bytes.data(), bytes.size()) != bytes.size())
+                return false;
+            if (format_.isIndexed) {
+                putIndices(bytes.data(), row, picture);
+            } else if (format_.decode == nullptr) {
+                putTexels(bytes.data(), row, picture);
             } else {
-                std::memcpy(row + (left + x) * 4, &texel, sizeof texel);
+                putUnits(bytes.data(), row * format_.rows, picture);
+            }
+            picture.rowsRead =
+                static_cast<std::size_t>(std::min<std::uint64_t>((row + 1) * format_.rows, height_));
+            if (!job_.report(static_cast<std::size_t>(row + 1), static_cast<std::size_t>(rows())))
+                return false;
+        }
+        return rowsThere == rows();
+    }
+
+private:
+    Texel finished(Texel texel) const {
+        if (surface_.isOpaque) texel.alpha = 255;
+        if (!divides_) return texel;
+        return {divided(texel.blue, texel.alpha), divided(texel.green, texel.alpha),
+                divided(texel.red, texel.alpha), texel.alpha};
+    }
+
+    // Stores units without the rows and columns beyond the picture's edge.
+    void putUnits(const unsigned char* bytes, std::size_t top, Picture& picture) const {
+        Block texels;
+        const std::size_t rows = std::min<std::size_t>(format_.rows, height_ - top);
+        for (std::size_t left = 0; left < width_; left += format_.columns, bytes += format_.unitBytes) {
+            format_.decode(bytes, texels);
+            const std::size_t columns = std::min<std::size_t>(format_.columns, width_ - left);
+            for (std::size_t y = 0; y < rows; ++y) {
+                unsigned char* row = picture.row(top + y);
+                for (std::size_t x = 0; x < columns; ++x) {
+                    const Texel texel = finished(texels[y * format_.columns + x]);
+                    if (format_.isGrey) {
+                        row[left + x] = texel.red;
+                    } else {
+                        std::memcpy(row + (left + x) * 4, &texel, sizeof texel);
+                    }
+                }
             }
         }
     }
-}
 
-void putTexels(const Surface& surface, const unsigned char* bytes, std::size_t y, Picture& picture) {
-    unsigned char* out = picture.row(y);
-    for (std::uint32_t x = 0; x < surface.width; ++x) {
-        std::uint32_t texel = 0;
-        for (std::size_t i = 0; i < surface.unitBytes; ++i) texel |= std::uint32_t{*bytes++} << (8 * i);
-        if (surface.isGrey) {
-            *out++ = surface.red.byte(texel, 0);
-            continue;
-        }
-        *out++ = surface.blue.byte(texel, 0);
-        *out++ = surface.green.byte(texel, 0);
-        *out++ = surface.red.byte(texel, 0);
-        *out++ = surface.isOpaque ? 255 : surface.alpha.byte(texel, 255);
-    }
-}
-
-bool readRows(std::FILE* file, const Surface& surface, Picture& picture, DibProgressCallback progress,
-              void* user) {
-    const std::size_t rows = surface.unitRows();
-    const std::size_t unitsPerRow = surface.unitsPerRow();
-    std::vector<unsigned char> bytes(unitsPerRow * surface.unitBytes);
-    Block texels;
-    for (std::size_t row = 0; row < rows; ++row) {
-        if (std::fread(bytes.data(), 1, bytes.size(), file) != bytes.size()) return false;
-        if (surface.decode == nullptr) {
-            putTexels(surface, bytes.data(), row, picture);
-        } else {
-            for (std::size_t unit = 0; unit < unitsPerRow; ++unit) {
-                surface.decode(bytes.data() + unit * surface.unitBytes, texels);
-                putBlock(surface, texels, unit * 4, row * 4, picture);
+    void putTexels(const unsigned char* bytes, std::size_t y, Picture& picture) const {
+        unsigned char* out = picture.row(y);
+        for (std::uint32_t x = 0; x < width_; ++x) {
+            std::uint32_t texel = 0;
+            for (std::size_t i = 0; i < format_.unitBytes; ++i) texel |= std::uint32_t{*bytes++} << (8 * i);
+            if (format_.isGrey) {
+                *out++ = format_.red.byte(texel, 0);
+                continue;
             }
+            const Texel shown = finished({format_.blue.byte(texel, 0), format_.green.byte(texel, 0),
+                                          format_.red.byte(texel, 0), format_.alpha.byte(texel, 255)});
+            std::memcpy(out, &shown, sizeof shown);
+            out += sizeof shown;
         }
-        const float done = static_cast<float>(row + 1) / static_cast<float>(rows);
-        if (progress != nullptr && !progress(done, user)) return false;
     }
+
+    void putIndices(const unsigned char* bytes, std::size_t y, Picture& picture) const {
+        unsigned char* out = picture.row(y);
+        if (!hasClearEntries_) std::memcpy(out, bytes, width_);
+        for (std::uint32_t x = 0; hasClearEntries_ && x < width_; ++x)
+            std::memcpy(out + std::size_t{x} * 4, &palette_[bytes[x]], 4);
+    }
+
+    Job& job_;
+    const Surface& surface_;
+    const Format& format_;
+    int level_;
+    std::uint32_t width_;
+    std::uint32_t height_;
+    std::uint64_t position_;
+    bool divides_;
+    bool hasClearEntries_ = false;
+    DibBGRA palette_[256] = {};
+};
+
+bool hasPage(const Surface& surface, const Job& job) {
+    return job.level >= 0 && job.level < surface.levels && job.page >= 0 &&
+           static_cast<std::uint64_t>(job.page) < surface.pagesAt(job.level);
+}
+
+void noteLosses(Job& job, const Surface& surface) {
+    if (surface.format.sampleBits > 8) {
+        char text[64];
+        std::snprintf(text, sizeof text, "%d bits a sample became 8", surface.format.sampleBits);
+        job.note(DIB_NOTE_LOSS, text);
+    }
+    if (surface.format.isPremultiplied)
+        job.note(DIB_NOTE_ASSUMPTION, "colours were divided by the alpha that they were multiplied by");
+}
+
+bool read(Job& job, const Dialect& dialect, Picture& picture) {
+    Surface surface;
+    if (!readSurface(job, dialect, surface)) return false;
+    if (!hasPage(surface, job)) return job.refuse(DIB_ERROR_MISMATCH, "the file has no such page or level");
+    Page page(job, surface, dialect);
+    if (surface.format.isIndexed && !page.readPalette()) return false;
+    if (!page.isPossible()) return false;
+    const std::uint64_t rowsThere = page.rowsThere();
+    const bool isWhole = rowsThere == page.rows();
+    if (!isWhole) job.refuse(DIB_ERROR_READ, "the file ends before its pixels do");
+    if (!isWhole && (!dialect.keepsRows || rowsThere == 0)) return false;
+    try {
+        if (!page.create(picture)) return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+        noteLosses(job, surface);
+        return page.read(rowsThere, picture);
+    } catch (const std::bad_alloc&) {
+        return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+    }
+}
+
+bool recognizes(const unsigned char* bytes, std::size_t count) {
+    return count >= 4 && std::memcmp(bytes, "DDS ", 4) == 0;
+}
+
+bool probe(const DibPluginCall* call, DibPluginInfo* info) {
+    CallJob job(*call);
+    Surface surface;
+    if (!readSurface(job, kWide, surface)) return false;
+    const Format& format = surface.format;
+    const int level = std::clamp(job.level, 0, surface.levels - 1);
+    if (surface.width == 0 || surface.height == 0 || surface.widthAt(level) > INT32_MAX ||
+        surface.heightAt(level) > INT32_MAX) {
+        return false;
+    }
+    info->width = static_cast<int>(surface.widthAt(level));
+    info->height = static_cast<int>(surface.heightAt(level));
+    info->pages = static_cast<int>(std::min<std::uint64_t>(surface.pagesAt(level), INT32_MAX));
+    info->levels = surface.levels;
+    Page page(job, surface, kWide);
+    if (format.isIndexed && !page.readPalette()) return false;
+    info->bitCount = page.bitCount();
+    info->paletteSize = page.bitCount() == Picture::kGrey ? 256 : 0;
+    info->storedBits = format.bitsPerPixel();
+    info->hasAlpha = format.hasAlpha && !surface.isOpaque && page.bitCount() == Picture::kColor;
+    std::strncpy(info->compression, format.packing, sizeof info->compression - 1);
     return true;
 }
+
+bool load(const DibPluginCall* call, DibPluginPicture* out) {
+    CallJob job(*call);
+    Picture picture;
+    const bool isRead = read(job, kWide, picture);
+    return finish(isRead, picture, *out);
+}
+
+constexpr const char* kExtensions[] = {"dds", nullptr};
+constexpr const char* kTypes[] = {"image/x-dds", nullptr};
 
 }  // namespace
 
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
-    Surface surface;
-    if (!readSurface(file, surface)) return false;
-    if (!isThere(file, surface.unitsPerRow() * surface.unitRows(), surface.unitBytes)) return false;
-    if (!picture.create(surface.width, surface.height, surface.isGrey ? Picture::kGrey : Picture::kColor)) {
-        return false;
-    }
-    try {
-        return readRows(file, surface, picture, progress, user);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    FileJob job(file, progress, user);
+    return read(job, kClassic, picture);
 }
 
 bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, void* user) {
@@ -105,6 +239,25 @@ bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, v
     } catch (const std::bad_alloc&) {
         return false;
     }
+}
+
+const DibPluginDescription& description() {
+    static constexpr DibPluginDescription kDescription = {
+        .size = sizeof(DibPluginDescription),
+        .version = DIB_PLUGIN_VERSION,
+        .name = "dds",
+        .title = "DirectDraw surface",
+        .extensions = kExtensions,
+        .mimeTypes = kTypes,
+        .library = "its own decoder",
+        .readDepths = DibStream::DIB_ACCEPT_8 | DibStream::DIB_ACCEPT_32,
+        .hasLayers = false,
+        .hasPages = true,
+        .recognizes = recognizes,
+        .probe = probe,
+        .load = load,
+    };
+    return kDescription;
 }
 
 }  // namespace plugins::dds

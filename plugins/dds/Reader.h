@@ -1,4 +1,3 @@
-// Reads the first picture of a DDS file: the largest level of the first slice, face or array element.
 #ifndef PLUGINS_DDS_READER_H
 #define PLUGINS_DDS_READER_H
 
@@ -6,16 +5,19 @@
 
 #include <cstdio>
 
-#include "plugins/Picture.h"
+#include "plugins/Job.h"
 
 namespace plugins::dds {
 
-// False when the file is not DDS, is too short or too large, when memory runs out, and when the progress
-// function cancels. It may be null and is called after each row of blocks or texels.
+// For `LoadDDS`. False when the file is not DDS, is too short or too large, when memory runs out, and when
+// the progress function cancels. It may be null and is called after each row of blocks or texels.
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user);
 
 // The same from a file by its name; see `DibPluginLoadDDS`.
 bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, void* user);
+
+// What the library calls.
+const DibPluginDescription& description();
 
 }  // namespace plugins::dds
 

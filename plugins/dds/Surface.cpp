@@ -1,5 +1,9 @@
 #include "plugins/dds/Surface.h"
 
+#include <bit>
+#include <cctype>
+#include <cstdio>
+
 #include "dib/Bytes.h"
 
 namespace plugins::dds {
@@ -11,170 +15,139 @@ constexpr std::size_t kHeaderBytes = 128;
 constexpr std::size_t kSize = 4;
 constexpr std::size_t kHeight = 12;
 constexpr std::size_t kWidth = 16;
+constexpr std::size_t kDepth = 24;
+constexpr std::size_t kLevels = 28;
 constexpr std::size_t kFormatSize = 76;
 constexpr std::size_t kFormatFlags = 80;
 constexpr std::size_t kFourCc = 84;
 constexpr std::size_t kBitCount = 88;
 constexpr std::size_t kMasks = 92;  // red, green, blue, alpha
+constexpr std::size_t kKind = 112;
 
-constexpr std::uint32_t kHasAlpha = 0x1;
-constexpr std::uint32_t kIsAlpha = 0x2;
 constexpr std::uint32_t kIsFourCc = 0x4;
-constexpr std::uint32_t kIsRgb = 0x40;
-constexpr std::uint32_t kIsLuminance = 0x20000;
+constexpr std::uint32_t kIsCube = 0x200;
+constexpr std::uint32_t kFaces = 0xFC00;  // a bit for each face that the file has
+constexpr std::uint32_t kIsVolume = 0x200000;
 
 // The second header, after the FourCC "DX10".
 constexpr std::size_t kSecondHeaderBytes = 20;
+constexpr std::size_t kDimension = 4;
+constexpr std::size_t kMisc = 8;
+constexpr std::size_t kElements = 12;
 constexpr std::size_t kAlphaMode = 16;
+constexpr std::uint32_t kHasThreeDimensions = 4;
+constexpr std::uint32_t kIsCubeToo = 4;
 constexpr std::uint32_t kAlphaModeBits = 7;
+constexpr std::uint32_t kAlphaIsPremultiplied = 2;
 constexpr std::uint32_t kAlphaIsOpaque = 3;
 
-constexpr std::uint32_t fourCc(const char (&text)[5]) {
-    std::uint32_t code = 0;
-    for (int i = 3; i >= 0; --i) code = code << 8 | static_cast<unsigned char>(text[i]);
-    return code;
+constexpr std::uint64_t kPaletteBytes = 1024;
+
+// Sums and products that stay at the highest number when they are above it.
+std::uint64_t plus(std::uint64_t a, std::uint64_t b) { return a > UINT64_MAX - b ? UINT64_MAX : a + b; }
+std::uint64_t times(std::uint64_t a, std::uint64_t b) {
+    return b != 0 && a > UINT64_MAX / b ? UINT64_MAX : a * b;
 }
 
-struct BlockFormat {
-    BlockDecoder decode;
-    std::size_t bytes;
-    bool isGrey;
-};
-constexpr BlockFormat kBc1 = {decodeBc1, 8, false};
-constexpr BlockFormat kBc2 = {decodeBc2, 16, false};
-constexpr BlockFormat kBc3 = {decodeBc3, 16, false};
-constexpr BlockFormat kBc4Unsigned = {decodeBc4Unsigned, 8, true};
-constexpr BlockFormat kBc4Signed = {decodeBc4Signed, 8, true};
-constexpr BlockFormat kBc5Unsigned = {decodeBc5Unsigned, 16, false};
-constexpr BlockFormat kBc5Signed = {decodeBc5Signed, 16, false};
-constexpr BlockFormat kBc6Unsigned = {decodeBc6Unsigned, 16, false};
-constexpr BlockFormat kBc6Signed = {decodeBc6Signed, 16, false};
-constexpr BlockFormat kBc7 = {decodeBc7, 16, false};
+void readArrangement(const unsigned char* header, Surface& surface) {
+    const std::uint32_t kind = dib::readLe32(header + kKind);
+    if ((kind & kIsVolume) != 0) surface.depth = std::max(dib::readLe32(header + kDepth), 1U);
+    if ((kind & kIsCube) != 0) {
+        const int faces = std::popcount(kind & kFaces);
+        surface.elements = faces > 0 ? static_cast<std::uint64_t>(faces) : 6;
+    }
+    // The levels end with one texel.
+    const auto most = static_cast<std::uint32_t>(
+        std::bit_width(std::max({surface.width, surface.height, surface.depth, 1U})));
+    surface.levels = static_cast<int>(std::clamp(dib::readLe32(header + kLevels), 1U, most));
+}
 
-struct NamedFormat {
-    std::uint32_t code;
-    BlockFormat format;
-};
-// DXT2 and DXT4 hold colours premultiplied by alpha, unlike DXT3 and DXT5; they stay as stored.
-constexpr NamedFormat kFourCcs[] = {
-    {fourCc("DXT1"), kBc1},         {fourCc("DXT2"), kBc2},       {fourCc("DXT3"), kBc2},
-    {fourCc("DXT4"), kBc3},         {fourCc("DXT5"), kBc3},       {fourCc("ATI1"), kBc4Unsigned},
-    {fourCc("BC4U"), kBc4Unsigned}, {fourCc("BC4S"), kBc4Signed}, {fourCc("ATI2"), kBc5Unsigned},
-    {fourCc("BC5U"), kBc5Unsigned}, {fourCc("BC5S"), kBc5Signed},
-};
-// Untyped, linear and sRGB numbers of a format name the same bytes.
-constexpr NamedFormat kBlockNumbers[] = {
-    {70, kBc1},         {71, kBc1},         {72, kBc1},         {73, kBc2},         {74, kBc2},
-    {75, kBc2},         {76, kBc3},         {77, kBc3},         {78, kBc3},         {79, kBc4Unsigned},
-    {80, kBc4Unsigned}, {81, kBc4Signed},   {82, kBc5Unsigned}, {83, kBc5Unsigned}, {84, kBc5Signed},
-    {94, kBc6Unsigned}, {95, kBc6Unsigned}, {96, kBc6Signed},   {97, kBc7},         {98, kBc7},
-    {99, kBc7},
-};
+bool useSecondHeader(Job& job, const Dialect& dialect, Surface& surface) {
+    unsigned char header[kSecondHeaderBytes];
+    if (job.readAt(kHeaderBytes, header, sizeof header) != sizeof header)
+        return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
+    surface.start += kSecondHeaderBytes;
+    const std::uint32_t alphaMode = dib::readLe32(header + kAlphaMode) & kAlphaModeBits;
+    surface.isOpaque = alphaMode == kAlphaIsOpaque;
+    if (dib::readLe32(header + kDimension) != kHasThreeDimensions) surface.depth = 1;
+    const std::uint64_t faces = (dib::readLe32(header + kMisc) & kIsCubeToo) != 0 ? 6 : 1;
+    surface.elements = faces * std::max(dib::readLe32(header + kElements), 1U);
+    const std::uint32_t number = dib::readLe32(header);
+    if (!useNumber(number, dialect, surface.format)) {
+        char reason[64];
+        std::snprintf(reason, sizeof reason, "pixels of format number %lu are not read",
+                      static_cast<unsigned long>(number));
+        return job.refuse(DIB_ERROR_UNSUPPORTED, reason);
+    }
+    surface.format.isPremultiplied = alphaMode == kAlphaIsPremultiplied;
+    return true;
+}
 
-struct Masks {
-    std::uint32_t bits;
-    std::uint32_t red;
-    std::uint32_t green;
-    std::uint32_t blue;
-    std::uint32_t alpha;
-};
-struct NumberedMasks {
-    std::uint32_t number;
-    Masks masks;
-};
-constexpr Masks kRgba8 = {32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000};
-constexpr Masks kBgra8 = {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
-constexpr Masks kBgrx8 = {32, 0xFF0000, 0xFF00, 0xFF, 0};
-constexpr NumberedMasks kMaskNumbers[] = {
-    {24, {32, 0x3FF, 0xFFC00, 0x3FF00000, 0xC0000000}},
-    {27, kRgba8},
-    {28, kRgba8},
-    {29, kRgba8},
-    {49, {16, 0xFF, 0xFF00, 0, 0}},
-    {56, {16, 0xFFFF, 0xFFFF, 0xFFFF, 0}},  // one channel is a grey
-    {61, {8, 0xFF, 0xFF, 0xFF, 0}},
-    {65, {8, 0, 0, 0, 0xFF}},
-    {85, {16, 0xF800, 0x7E0, 0x1F, 0}},
-    {86, {16, 0x7C00, 0x3E0, 0x1F, 0x8000}},
-    {87, kBgra8},
-    {88, kBgrx8},
-    {90, kBgra8},
-    {91, kBgra8},
-    {92, kBgrx8},
-    {93, kBgrx8},
-    {115, {16, 0xF00, 0xF0, 0xF, 0xF000}},
-};
+bool refuseCode(Job& job, const unsigned char* code) {
+    char reason[64];
+    bool isText = true;
+    for (int i = 0; i < 4; ++i) isText = isText && std::isalnum(code[i]) != 0;
+    if (isText) {
+        std::snprintf(reason, sizeof reason, "pixels of format \"%.4s\" are not read",
+                      reinterpret_cast<const char*>(code));
+    } else {
+        std::snprintf(reason, sizeof reason, "pixels of format code %lu are not read",
+                      static_cast<unsigned long>(dib::readLe32(code)));
+    }
+    return job.refuse(DIB_ERROR_UNSUPPORTED, reason);
+}
 
-template <std::size_t kCount>
-bool useBlocks(const NamedFormat (&formats)[kCount], std::uint32_t code, Surface& surface) {
-    for (const NamedFormat& named : formats) {
-        if (named.code != code) continue;
-        surface.decode = named.format.decode;
-        surface.unitBytes = named.format.bytes;
-        surface.isGrey = named.format.isGrey;
+bool useFirstHeader(Job& job, const Dialect& dialect, const unsigned char* header, Surface& surface) {
+    const std::uint32_t flags = dib::readLe32(header + kFormatFlags);
+    if ((flags & kIsFourCc) != 0) {
+        const std::uint32_t code = dib::readLe32(header + kFourCc);
+        if (code == fourCc("DX10")) return useSecondHeader(job, dialect, surface);
+        return useFourCc(code, dialect, surface.format) || refuseCode(job, header + kFourCc);
+    }
+    const Masks masks = {dib::readLe32(header + kBitCount), dib::readLe32(header + kMasks),
+                         dib::readLe32(header + kMasks + 4), dib::readLe32(header + kMasks + 8),
+                         dib::readLe32(header + kMasks + 12)};
+    if (useMasks(flags, masks, dialect, surface.format)) {
+        if (surface.format.isIndexed) surface.start += kPaletteBytes;
         return true;
     }
-    return false;
-}
-
-bool useMasks(const Masks& masks, Surface& surface) {
-    if (masks.bits != 8 && masks.bits != 16 && masks.bits != 24 && masks.bits != 32) return false;
-    surface.unitBytes = masks.bits / 8;
-    surface.red = Channel(masks.red);
-    surface.green = Channel(masks.green);
-    surface.blue = Channel(masks.blue);
-    surface.alpha = Channel(masks.alpha);
-    for (const Channel* channel : {&surface.red, &surface.green, &surface.blue, &surface.alpha}) {
-        if (channel->hasGaps() || !channel->fits(masks.bits)) return false;
-    }
-    surface.isGrey =
-        masks.red != 0 && masks.red == masks.green && masks.red == masks.blue && masks.alpha == 0;
-    return (masks.red | masks.green | masks.blue | masks.alpha) != 0;
-}
-
-// The flags of the first header say which of its masks count.
-bool useFirstHeader(const unsigned char* header, std::uint32_t flags, Surface& surface) {
-    Masks masks = {dib::readLe32(header + kBitCount), dib::readLe32(header + kMasks),
-                   dib::readLe32(header + kMasks + 4), dib::readLe32(header + kMasks + 8),
-                   dib::readLe32(header + kMasks + 12)};
-    if ((flags & (kHasAlpha | kIsAlpha)) == 0) masks.alpha = 0;
-    if ((flags & kIsLuminance) != 0) {
-        // Writers that put the mask beside the texel mean all of it: nothing else fits into one byte.
-        if (masks.bits == 8 && masks.alpha == 0 && (masks.red & 0xFF) == 0) masks.red = 0xFF;
-        masks.green = masks.blue = masks.red;
-    } else if ((flags & kIsRgb) == 0) {
-        if ((flags & kIsAlpha) == 0) return false;
-        masks.red = masks.green = masks.blue = 0;
-    }
-    return useMasks(masks, surface);
-}
-
-bool useSecondHeader(std::FILE* file, Surface& surface) {
-    unsigned char header[kSecondHeaderBytes];
-    if (std::fread(header, 1, sizeof header, file) != sizeof header) return false;
-    surface.isOpaque = (dib::readLe32(header + kAlphaMode) & kAlphaModeBits) == kAlphaIsOpaque;
-    const std::uint32_t number = dib::readLe32(header);
-    for (const NumberedMasks& numbered : kMaskNumbers) {
-        if (numbered.number == number) return useMasks(numbered.masks, surface);
-    }
-    return useBlocks(kBlockNumbers, number, surface);
+    char reason[128];
+    std::snprintf(reason, sizeof reason, "pixels of format %lu bits with flags %lu%s are not read",
+                  static_cast<unsigned long>(masks.bits), static_cast<unsigned long>(flags),
+                  (masks.red | masks.green | masks.blue | masks.alpha) == 0 ? " and no masks" : "");
+    return job.refuse(DIB_ERROR_UNSUPPORTED, reason);
 }
 
 }  // namespace
 
-bool readSurface(std::FILE* file, Surface& surface) {
+std::uint64_t Surface::pageBytes(int level) const { return times(rowBytes(level), unitRows(level)); }
+
+// A volume has all slices of a level before the next one; other files have all levels of an element before
+// the next element.
+std::uint64_t Surface::positionOf(std::uint64_t page, int level) const {
+    std::uint64_t position = start;
+    const bool isVolume = depth > 1;
+    for (int before = 0; before < level; ++before)
+        position = plus(position, times(pageBytes(before), isVolume ? pagesAt(before) : 1));
+    if (isVolume) return plus(position, times(pageBytes(level), page));
+    std::uint64_t elementBytes = 0;
+    for (int each = 0; each < levels; ++each) elementBytes = plus(elementBytes, pageBytes(each));
+    return plus(position, times(elementBytes, page));
+}
+
+bool readSurface(Job& job, const Dialect& dialect, Surface& surface) {
     unsigned char header[kHeaderBytes];
-    if (std::fread(header, 1, sizeof header, file) != sizeof header) return false;
-    if (dib::readLe32(header) != fourCc("DDS ") || dib::readLe32(header + kSize) != 124 ||
-        dib::readLe32(header + kFormatSize) != 32) {
-        return false;
-    }
+    const std::size_t got = job.readAt(0, header, sizeof header);
+    if (got < 4 || dib::readLe32(header) != fourCc("DDS "))
+        return job.refuse(DIB_ERROR_UNSUPPORTED, "not a DDS file");
+    if (got != sizeof header) return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
+    if (dib::readLe32(header + kSize) != 124 || dib::readLe32(header + kFormatSize) != 32)
+        return job.refuse(DIB_ERROR_INVALID, "the header is damaged");
+    surface.start = kHeaderBytes;
     surface.width = dib::readLe32(header + kWidth);
     surface.height = dib::readLe32(header + kHeight);
-    const std::uint32_t flags = dib::readLe32(header + kFormatFlags);
-    if ((flags & kIsFourCc) == 0) return useFirstHeader(header, flags, surface);
-    const std::uint32_t code = dib::readLe32(header + kFourCc);
-    return code == fourCc("DX10") ? useSecondHeader(file, surface) : useBlocks(kFourCcs, code, surface);
+    readArrangement(header, surface);
+    return useFirstHeader(job, dialect, header, surface);
 }
 
 }  // namespace plugins::dds

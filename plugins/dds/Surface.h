@@ -1,56 +1,48 @@
-// The first picture of a DDS file, as its header describes it.
+// The pictures of a DDS file, as its headers describe them: faces, array elements or slices of a volume, each
+// in levels of which every one has half the sides of the one before.
 #ifndef PLUGINS_DDS_SURFACE_H
 #define PLUGINS_DDS_SURFACE_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
-#include "plugins/dds/Blocks.h"
+#include "plugins/Job.h"
+#include "plugins/dds/Format.h"
 
 namespace plugins::dds {
 
-// One channel of an uncompressed texel: the bits of a mask without gaps.
-class Channel {
-public:
-    Channel() = default;
-    explicit Channel(std::uint32_t mask) : mask_(mask) {
-        while (mask != 0 && (mask >> shift_ & 1) == 0) ++shift_;
+struct Surface {
+    Format format;
+    bool isOpaque = false;    // the alpha channel is ignored
+    std::uint64_t start = 0;  // of the first picture in the file, behind the palette
+
+    std::uint32_t width = 0;  // of the largest level
+    std::uint32_t height = 0;
+    std::uint32_t depth = 1;     // slices of a volume
+    std::uint64_t elements = 1;  // faces and array elements
+    int levels = 1;
+
+    // At a level.
+    std::uint32_t widthAt(int level) const { return std::max(width >> level, 1U); }
+    std::uint32_t heightAt(int level) const { return std::max(height >> level, 1U); }
+    std::uint64_t pagesAt(int level) const { return depth > 1 ? std::max(depth >> level, 1U) : elements; }
+    std::uint64_t unitsPerRow(int level) const {
+        return (std::uint64_t{widthAt(level)} + format.columns - 1) / format.columns;
     }
-    bool hasGaps() const { return (highest() & (highest() + 1)) != 0; }
-    bool fits(std::uint32_t bits) const { return bits == 32 || mask_ >> bits == 0; }
-    // To the nearest byte; `absent` without a mask.
-    unsigned char byte(std::uint32_t texel, unsigned char absent) const {
-        if (mask_ == 0) return absent;
-        const std::uint64_t value = (texel & mask_) >> shift_;
-        return static_cast<unsigned char>((value * 255 + highest() / 2) / highest());
+    std::uint64_t unitRows(int level) const {
+        return (std::uint64_t{heightAt(level)} + format.rows - 1) / format.rows;
     }
+    std::uint64_t rowBytes(int level) const { return unitsPerRow(level) * format.unitBytes; }
+    // Where a page of a level begins; UINT64_MAX when no file is as long.
+    std::uint64_t positionOf(std::uint64_t page, int level) const;
 
 private:
-    std::uint64_t highest() const { return std::uint64_t{mask_} >> shift_; }
-    std::uint32_t mask_ = 0;
-    unsigned shift_ = 0;
+    std::uint64_t pageBytes(int level) const;
 };
 
-struct Surface {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    bool isGrey = false;
-    bool isOpaque = false;  // the alpha channel is ignored
-
-    // Blocks of 4 x 4 texels, or texels one by one when there is no decoder.
-    BlockDecoder decode = nullptr;
-    std::size_t unitBytes = 0;  // of a block or a texel
-    Channel red, green, blue, alpha;
-
-    std::uint32_t unitSide() const { return decode != nullptr ? 4 : 1; }
-    std::uint64_t unitsPerRow() const { return (std::uint64_t{width} + unitSide() - 1) / unitSide(); }
-    std::uint64_t unitRows() const { return (std::uint64_t{height} + unitSide() - 1) / unitSide(); }
-};
-
-// Reads the header and leaves the file at the first byte of the picture. False when the header is short or
-// not DDS, or names an unknown format.
-bool readSurface(std::FILE* file, Surface& surface);
+// Reads the headers. False when they are short or not DDS, or name an unknown format, with a reason.
+bool readSurface(Job& job, const Dialect& dialect, Surface& surface);
 
 }  // namespace plugins::dds
 

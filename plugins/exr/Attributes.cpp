@@ -1,6 +1,7 @@
 #include "plugins/exr/Attributes.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "dib/Bytes.h"
@@ -11,41 +12,71 @@ namespace {
 
 constexpr std::size_t kMostText = 255;
 
-// False when the file ends before the text does, or when it is longer than names may be.
-bool readText(std::FILE* file, std::string& text) {
-    text.clear();
-    int c = std::fgetc(file);
-    for (; c != 0 && c != EOF && text.size() <= kMostText; c = std::fgetc(file)) {
-        text.push_back(static_cast<char>(c));
+// Reads bytes one after the other.
+class Cursor {
+public:
+    explicit Cursor(Job& job) : job_(job), end_(static_cast<std::int64_t>(job.fileBytes())) {}
+
+    std::int64_t position() const { return position_; }
+    std::int64_t end() const { return end_; }
+    void skip(std::int64_t bytes) { position_ += bytes; }
+    // The next byte; negative at the end of the file.
+    int byte() {
+        if (position_ < bufferStart_ || position_ >= bufferStart_ + buffered_) {
+            bufferStart_ = position_;
+            buffered_ = static_cast<std::int64_t>(
+                job_.readAt(static_cast<std::uint64_t>(position_), buffer_, sizeof buffer_));
+        }
+        return buffered_ > 0 ? buffer_[position_++ - bufferStart_] : -1;
     }
+
+private:
+    Job& job_;
+    std::int64_t end_;
+    std::int64_t position_ = 0;
+    std::int64_t bufferStart_ = 0;
+    std::int64_t buffered_ = 0;
+    unsigned char buffer_[512];
+};
+
+// False when the file ends before the text does, or when it is longer than names may be.
+bool readText(Cursor& file, std::string& text) {
+    text.clear();
+    int c = file.byte();
+    for (; c > 0 && text.size() <= kMostText; c = file.byte()) text.push_back(static_cast<char>(c));
     return c == 0;
 }
 
-bool readLength(std::FILE* file, std::int64_t& length) {
+bool readLength(Cursor& file, std::int64_t& length) {
     unsigned char n[4];
-    if (std::fread(n, 1, sizeof n, file) != sizeof n) return false;
+    for (unsigned char& each : n) {
+        const int c = file.byte();
+        if (c < 0) return false;
+        each = static_cast<unsigned char>(c);
+    }
     length = dib::readLe32(n);
     return true;
 }
 
 // Whether a list of channels ends at the announced position.
-bool isChannelListWhole(std::FILE* file, std::int64_t end) {
-    constexpr long kEntryBytes = 16;  // after the name
+bool isChannelListWhole(Cursor& file, std::int64_t end) {
+    constexpr std::int64_t kEntryBytes = 16;  // after the name
     std::string name;
     while (readText(file, name)) {
-        if (name.empty()) return std::ftell(file) == end;
-        if (std::ftell(file) > end || std::fseek(file, kEntryBytes, SEEK_CUR) != 0) return false;
+        if (name.empty()) return file.position() == end;
+        if (file.position() > end) return false;
+        file.skip(kEntryBytes);
     }
     return false;
 }
 
-bool areTextsWhole(std::FILE* file, std::int64_t end) {
+bool areTextsWhole(Cursor& file, std::int64_t end) {
     std::int64_t length = 0;
-    while (std::ftell(file) < end) {
-        if (!readLength(file, length) || length > end - std::ftell(file)) return false;
-        if (std::fseek(file, static_cast<long>(length), SEEK_CUR) != 0) return false;
+    while (file.position() < end) {
+        if (!readLength(file, length) || length > end - file.position()) return false;
+        file.skip(length);
     }
-    return std::ftell(file) == end;
+    return file.position() == end;
 }
 
 struct TypeBytes {
@@ -79,9 +110,9 @@ constexpr TypeBytes kTypes[] = {{"box2f", 16},
 
 // Whether the announced length of a value is the length of its type. OpenEXR's classes ignore the announced
 // length and would continue reading inside a value.
-bool isValueWhole(std::FILE* file, const std::string& type, std::int64_t bytes) {
-    if (type == "chlist") return isChannelListWhole(file, std::ftell(file) + bytes);
-    if (type == "stringvector") return areTextsWhole(file, std::ftell(file) + bytes);
+bool isValueWhole(Cursor& file, const std::string& type, std::int64_t bytes) {
+    if (type == "chlist") return isChannelListWhole(file, file.position() + bytes);
+    if (type == "stringvector") return areTextsWhole(file, file.position() + bytes);
     if (type == "floatvector") return bytes % 4 == 0;
     for (const TypeBytes& known : kTypes) {
         if (type == known.type) return bytes == known.bytes;
@@ -90,36 +121,34 @@ bool isValueWhole(std::FILE* file, const std::string& type, std::int64_t bytes) 
 }
 
 // A header's attributes: a name, a type, the length of the value, and the value. An empty name ends them.
-bool skipHeader(std::FILE* file, std::int64_t fileBytes, bool& isEmpty) {
+bool skipHeader(Cursor& file, bool& isEmpty) {
     isEmpty = true;
     std::string text;
     for (; readText(file, text); isEmpty = false) {
         if (text.empty()) return true;
         std::int64_t bytes = 0;
         if (!readText(file, text) || text.empty() || !readLength(file, bytes)) return false;
-        const long start = std::ftell(file);
-        if (bytes > fileBytes - start || !isValueWhole(file, text, bytes)) return false;
-        if (std::fseek(file, start + static_cast<long>(bytes), SEEK_SET) != 0) return false;
+        const std::int64_t start = file.position();
+        if (bytes > file.end() - start || !isValueWhole(file, text, bytes)) return false;
+        file.skip(start + bytes - file.position());
     }
     return false;
 }
 
 }  // namespace
 
-std::int64_t lengthOf(std::FILE* file) {
-    if (std::fseek(file, 0, SEEK_END) != 0) return -1;
-    return std::ftell(file);
-}
-
-bool areAttributesWhole(std::FILE* file) {
+bool areAttributesWhole(Job& job) {
     constexpr unsigned kHasParts = 0x10;  // in the sixth byte; no attribute ends their headers
-    const std::int64_t fileBytes = lengthOf(file);
+    Cursor file(job);
     unsigned char start[8];
-    if (std::fseek(file, 0, SEEK_SET) != 0 || std::fread(start, 1, sizeof start, file) != sizeof start)
-        return false;
+    for (unsigned char& byte : start) {
+        const int c = file.byte();
+        if (c < 0) return false;
+        byte = static_cast<unsigned char>(c);
+    }
     bool isEmpty = false;
     do {
-        if (!skipHeader(file, fileBytes, isEmpty)) return false;
+        if (!skipHeader(file, isEmpty)) return false;
     } while ((start[5] & kHasParts) != 0 && !isEmpty);
     return true;
 }

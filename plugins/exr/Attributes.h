@@ -2,18 +2,14 @@
 #ifndef PLUGINS_EXR_ATTRIBUTES_H
 #define PLUGINS_EXR_ATTRIBUTES_H
 
-#include <cstdint>
-#include <cstdio>
+#include "plugins/Job.h"
 
 namespace plugins::exr {
-
-// The bytes of a file; negative when it cannot seek. Leaves the file at its end.
-std::int64_t lengthOf(std::FILE* file);
 
 // Whether the values of all attributes lie within the file and have the announced length. OpenEXR's classes
 // allocate the announced length before they read a value, and the C interface does not check every one.
 // Throws std::bad_alloc.
-bool areAttributesWhole(std::FILE* file);
+bool areAttributesWhole(Job& job);
 
 }  // namespace plugins::exr
 

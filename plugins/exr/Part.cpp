@@ -6,140 +6,46 @@
 #include <OpenEXR/openexr.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <utility>
 
-#include "plugins/exr/Attributes.h"
+#include "plugins/exr/Channels.h"
+#include "plugins/exr/Header.h"
 
 namespace plugins::exr {
 
 namespace {
 
-constexpr int kFirst = 0;  // the part that is read
+bool refuseDamaged(Job& job) { return job.refuse(DIB_ERROR_INVALID, "the header is damaged"); }
 
-struct Source {
-    std::FILE* file;
-    bool hasMistakes = false;
-};
-
-std::int64_t querySize(exr_const_context_t /*context*/, void* user) {
-    return lengthOf(static_cast<Source*>(user)->file);
+// Only when both directions have it is there a level of that number.
+int levelsOf(exr_const_context_t context, int number) {
+    std::int32_t across = 0;
+    std::int32_t down = 0;
+    exr_storage_t storage;
+    const bool isTiled = exr_get_storage(context, number, &storage) == EXR_ERR_SUCCESS &&
+                         storage == EXR_STORAGE_TILED &&
+                         exr_get_tile_levels(context, number, &across, &down) == EXR_ERR_SUCCESS;
+    return isTiled ? std::max(std::min(across, down), 1) : 1;
 }
-
-std::int64_t readAt(exr_const_context_t /*context*/, void* user, void* bytes, std::uint64_t count,
-                    std::uint64_t offset, exr_stream_error_func_ptr_t /*report*/) {
-    std::FILE* file = static_cast<Source*>(user)->file;
-    if (offset > INT64_MAX || std::fseek(file, static_cast<long>(offset), SEEK_SET) != 0) return -1;
-    const std::size_t got = std::fread(bytes, 1, static_cast<std::size_t>(count), file);
-    return std::ferror(file) != 0 ? -1 : static_cast<std::int64_t>(got);
-}
-
-// Without a handler OpenEXR would print mistakes. After some of them the C interface continues with sizes of
-// its own, while OpenEXR's classes use those of the file: every mistake counts as a failure.
-void noteMistake(exr_const_context_t context, exr_result_t /*code*/, const char* /*message*/) {
-    void* user = nullptr;
-    if (exr_get_user_data(context, &user) == EXR_ERR_SUCCESS && user != nullptr) {
-        static_cast<Source*>(user)->hasMistakes = true;
-    }
-}
-
-class Header {
-public:
-    explicit Header(std::FILE* file) : source_{file} {
-        exr_context_initializer_t settings = EXR_DEFAULT_CONTEXT_INITIALIZER;
-        settings.error_handler_fn = noteMistake;
-        settings.user_data = &source_;
-        settings.read_fn = readAt;
-        settings.size_fn = querySize;
-        isRead_ = exr_start_read(&context_, "EXR file", &settings) == EXR_ERR_SUCCESS && !source_.hasMistakes;
-    }
-    ~Header() {
-        if (context_ != nullptr) exr_finish(&context_);
-    }
-    Header(const Header&) = delete;
-    Header& operator=(const Header&) = delete;
-    bool isRead() const { return isRead_; }
-    exr_const_context_t context() const { return context_; }
-
-private:
-    Source source_;
-    exr_context_t context_ = nullptr;
-    bool isRead_ = false;
-};
 
 bool readWindow(exr_const_context_t context, Part& part) {
     exr_attr_box2i_t window;
-    if (exr_get_data_window(context, kFirst, &window) != EXR_ERR_SUCCESS) return false;
+    if (exr_get_data_window(context, part.number, &window) != EXR_ERR_SUCCESS) return false;
     part.left = window.min.x;
     part.top = window.min.y;
     part.width = std::int64_t{window.max.x} - window.min.x + 1;
     part.height = std::int64_t{window.max.y} - window.min.y + 1;
-    return part.width > 0 && part.height > 0 && part.width <= INT32_MAX / part.height;
-}
-
-// The bytes of a pixel over all channels, and over those that can be shown.
-struct PixelBytes {
-    std::int64_t all = 0;
-    std::int64_t known = 0;
-};
-
-std::int64_t sampleBytes(const exr_attr_chlist_entry_t& channel) {
-    return channel.pixel_type == EXR_PIXEL_HALF ? 2 : 4;
-}
-
-const exr_attr_chlist_entry_t* channelOf(const exr_attr_chlist_t& channels, const std::string& name) {
-    for (int i = 0; i < channels.num_channels; ++i) {
-        if (name == channels.entries[i].name.str) return &channels.entries[i];
-    }
-    return nullptr;
-}
-
-// Whether a channel holds light, as the channels of a picture must: floats, one sample for every `sampling`
-// pixels of a line and of a column.
-bool isLight(const exr_attr_chlist_entry_t& channel, int sampling) {
-    return channel.pixel_type != EXR_PIXEL_UINT && channel.x_sampling == sampling &&
-           channel.y_sampling == sampling;
-}
-
-// The layer whose channels are shown: none if any channel has no layer, otherwise the first layer with all
-// three colours.
-std::string shownLayer(const exr_attr_chlist_t& channels) {
-    for (const char* name : kChannelNames) {
-        if (channelOf(channels, name) != nullptr) return {};
-    }
-    for (int i = 0; i < channels.num_channels; ++i) {
-        const std::string name = channels.entries[i].name.str;
-        std::string layer = name.substr(0, name.rfind('.') + 1);
-        if (channelOf(channels, layer + "R") != nullptr && channelOf(channels, layer + "G") != nullptr &&
-            channelOf(channels, layer + "B") != nullptr) {
-            return layer;
-        }
-    }
-    return {};
-}
-
-// Luminance may come with both chroma channels or with neither. False for one alone, or at another
-// resolution.
-bool readChroma(const exr_attr_chlist_t& channels, Part& part) {
-    const exr_attr_chlist_entry_t* red = channelOf(channels, "RY");
-    const exr_attr_chlist_entry_t* blue = channelOf(channels, "BY");
-    if (!part.isShown(kLuminance) || (red == nullptr && blue == nullptr)) return true;
-    part.hasChroma = red != nullptr && blue != nullptr && isLight(*red, 2) && isLight(*blue, 2);
-    return part.hasChroma;
-}
-
-bool readChannels(exr_const_context_t context, Part& part, PixelBytes& bytes) {
-    const exr_attr_chlist_t* channels = nullptr;
-    if (exr_get_channels(context, kFirst, &channels) != EXR_ERR_SUCCESS) return false;
-    for (int i = 0; i < channels->num_channels; ++i) bytes.all += sampleBytes(channels->entries[i]);
-    part.layer = shownLayer(*channels);
-    for (unsigned channel = 0; channel < kChannels; ++channel) {
-        const exr_attr_chlist_entry_t* entry = channelOf(*channels, part.layer + kChannelNames[channel]);
-        if (entry == nullptr) continue;
-        if (!isLight(*entry, 1)) return false;
-        part.has[channel] = true;
-        bytes.known += sampleBytes(*entry);
-    }
-    return readChroma(*channels, part) && std::find(part.has.begin(), part.has.end(), true) != part.has.end();
+    if (part.width < 1 || part.height < 1 || part.width > INT32_MAX / part.height) return false;
+    if (part.level == 0) return true;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    if (exr_get_level_sizes(context, part.number, part.level, part.level, &width, &height) != EXR_ERR_SUCCESS)
+        return false;
+    part.width = width;
+    part.height = height;
+    return width > 0 && height > 0;
 }
 
 // The most bytes of samples for a byte of the file: the expansion of the longest runs of a compression.
@@ -167,20 +73,21 @@ struct Chunks {
 bool readChunks(exr_const_context_t context, const Part& part, Chunks& chunks) {
     constexpr std::int64_t kMegabyte = std::int64_t{1} << 20;
     exr_storage_t storage;
-    if (exr_get_storage(context, kFirst, &storage) != EXR_ERR_SUCCESS) return false;
+    if (exr_get_storage(context, part.number, &storage) != EXR_ERR_SUCCESS) return false;
     if (storage == EXR_STORAGE_TILED) {  // more than 1024 x 1024 pixels of four floats
         // exr_get_tile_sizes would cut the tiles at the picture's edges.
         std::uint32_t columns = 0;
         std::uint32_t rows = 0;
         exr_tile_level_mode_t levels;
         exr_tile_round_mode_t rounding;
-        if (exr_get_tile_descriptor(context, kFirst, &columns, &rows, &levels, &rounding) != EXR_ERR_SUCCESS)
+        if (exr_get_tile_descriptor(context, part.number, &columns, &rows, &levels, &rounding) !=
+            EXR_ERR_SUCCESS)
             return false;
         chunks = {columns, rows, 32 * kMegabyte};
     } else {  // the lines of a chunk, even if the picture has fewer
         std::int32_t rows = 0;
         if (storage != EXR_STORAGE_SCANLINE) return false;  // deep
-        if (exr_get_scanlines_per_chunk(context, kFirst, &rows) != EXR_ERR_SUCCESS) return false;
+        if (exr_get_scanlines_per_chunk(context, part.number, &rows) != EXR_ERR_SUCCESS) return false;
         chunks = {part.width, rows, 256 * kMegabyte};
     }
     return chunks.columns > 0 && chunks.rows > 0;
@@ -211,25 +118,110 @@ bool areChunksInProportion(const Chunks& chunks, const Part& part, std::int64_t 
     return columns <= mostBytes / pixelBytes / chunks.rows;
 }
 
-bool areSizesPossible(exr_const_context_t context, const Part& part, const PixelBytes& bytes,
-                      std::int64_t fileBytes) {
+bool areSizesPossible(Job& job, exr_const_context_t context, const Part& part,
+                      const exr_attr_chlist_t& channels) {
+    const auto fileBytes = static_cast<std::int64_t>(job.fileBytes());
     exr_compression_t compression;
-    if (exr_get_compression(context, kFirst, &compression) != EXR_ERR_SUCCESS) return false;
-    const std::int64_t fewestBytes = part.width * part.height * bytes.known / mostExpansion(compression);
+    if (exr_get_compression(context, part.number, &compression) != EXR_ERR_SUCCESS) return false;
+    const std::int64_t fewestBytes =
+        part.width * part.height * shownBytes(channels, part) / mostExpansion(compression);
     Chunks chunks;
-    return fewestBytes <= fileBytes && areChunksThere(context, fileBytes) &&
-           readChunks(context, part, chunks) && areChunksInProportion(chunks, part, bytes.all);
+    return (fewestBytes <= fileBytes || job.keepsDamaged) && areChunksThere(context, fileBytes) &&
+           readChunks(context, part, chunks) && areChunksInProportion(chunks, part, pixelBytes(channels));
 }
+
+bool refuseUnread(Job& job) {
+    unsigned char start[8];
+    const std::size_t got = job.readAt(0, start, sizeof start);
+    if (got < 4 || std::memcmp(start, "\x76\x2F\x31\x01", 4) != 0)
+        return job.refuse(DIB_ERROR_UNSUPPORTED, "not an EXR file");
+    if (got < sizeof start) return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
+    return refuseDamaged(job);
+}
+
+bool isDeep(exr_const_context_t context, int number) {
+    exr_storage_t storage;
+    return exr_get_storage(context, number, &storage) == EXR_ERR_SUCCESS &&
+           (storage == EXR_STORAGE_DEEP_SCANLINE || storage == EXR_STORAGE_DEEP_TILED);
+}
+
+// The header of the page, whose channels are chosen; or null.
+const exr_attr_chlist_t* readHeader(Job& job, const Header& header, const Dialect& dialect, Part& part) {
+    int parts = 0;
+    const exr_attr_chlist_t* channels = nullptr;
+    if (!header.isRead() || exr_get_count(header.context(), &parts) != EXR_ERR_SUCCESS) {
+        refuseUnread(job);
+    } else if (job.page < 0 || job.page >= parts || job.level < 0 ||
+               job.level >= levelsOf(header.context(), job.page)) {
+        job.refuse(DIB_ERROR_MISMATCH, "the file has no such page or level");
+    } else {
+        part.number = job.page;
+        part.level = job.level;
+        if (isDeep(header.context(), part.number)) {
+            job.refuse(DIB_ERROR_UNSUPPORTED, "deep pictures are not read");
+        } else if (exr_get_channels(header.context(), part.number, &channels) != EXR_ERR_SUCCESS) {
+            refuseDamaged(job);
+        } else if (!readWindow(header.context(), part)) {
+            return nullptr;  // the library finds the words for sizes that it does not accept
+        } else if (chooseChannels(*channels, dialect, job.layer, part)) {
+            return channels;
+        } else {
+            job.refuse(DIB_ERROR_UNSUPPORTED, "no channel can be shown");
+        }
+    }
+    return nullptr;
+}
+
+constexpr const char* kCompressions[] = {"none",  "rle", "zips", "zip",  "piz",
+                                         "pxr24", "b44", "b44a", "dwaa", "dwab"};
 
 }  // namespace
 
-bool readPart(std::FILE* file, Part& part) {
-    if (!areAttributesWhole(file)) return false;
-    const Header header(file);
-    PixelBytes bytes;
-    return header.isRead() && readWindow(header.context(), part) &&
-           readChannels(header.context(), part, bytes) &&
-           areSizesPossible(header.context(), part, bytes, lengthOf(file));
+bool readPart(Job& job, const Dialect& dialect, Part& part) {
+    const Header header(job);
+    const exr_attr_chlist_t* channels = readHeader(job, header, dialect, part);
+    if (channels == nullptr) return false;
+    if (areSizesPossible(job, header.context(), part, *channels)) return true;
+    return job.refuse(DIB_ERROR_INVALID, "the file cannot hold as many pixels as its header announces");
+}
+
+bool probePart(Job& job, DibPluginInfo& info) {
+    const Header header(job);
+    Part part;
+    int parts = 1;
+    if (header.isRead()) exr_get_count(header.context(), &parts);
+    // Limits and further pages are judged by who asked: the numbers of a page that is not there are those of
+    // the first.
+    if (job.page < 0 || job.page >= parts) job.page = 0;
+    if (header.isRead()) job.level = std::clamp(job.level, 0, levelsOf(header.context(), job.page) - 1);
+    const int layer = std::exchange(job.layer, -1);
+    const exr_attr_chlist_t* channels = readHeader(job, header, kWide, part);
+    if (channels == nullptr) return false;
+    info.layers = static_cast<int>(layersOf(*channels).size());
+    if (layer >= 0 && layer < info.layers) {
+        part.channels = {};
+        chooseChannels(*channels, kWide, layer, part);
+    }
+    info.width = static_cast<int>(part.width);
+    info.height = static_cast<int>(part.height);
+    info.pages = parts;
+    info.levels = levelsOf(header.context(), part.number);
+    info.bitCount = part.isGrey() ? Picture::kGrey : Picture::kColor;
+    info.paletteSize = part.isGrey() ? 256 : 0;
+    info.storedBits = static_cast<int>(8 * pixelBytes(*channels));
+    info.hasAlpha = part.has(kAlpha);
+    exr_compression_t compression = EXR_COMPRESSION_NONE;
+    exr_get_compression(header.context(), part.number, &compression);
+    if (static_cast<std::size_t>(compression) < std::size(kCompressions))
+        std::strncpy(info.compression, kCompressions[compression], sizeof info.compression - 1);
+    float perInch = 0;
+    float aspect = 1;
+    exr_get_pixel_aspect_ratio(header.context(), part.number, &aspect);
+    if (exr_attr_get_float(header.context(), part.number, "xDensity", &perInch) == EXR_ERR_SUCCESS) {
+        info.xResolution = perInch;
+        info.yResolution = double{perInch} * aspect;
+    }
+    return true;
 }
 
 }  // namespace plugins::exr

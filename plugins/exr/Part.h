@@ -1,40 +1,64 @@
-// The first part of an EXR file, as its header describes it.
+// What a part of an EXR file shows, as its header describes it.
 #ifndef PLUGINS_EXR_PART_H
 #define PLUGINS_EXR_PART_H
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <string>
+
+#include "plugins/Job.h"
 
 namespace plugins::exr {
 
-// The channels that a picture can be made of, in the order of a pixel's bytes; then luminance.
-enum Channel : unsigned { kBlue, kGreen, kRed, kAlpha, kLuminance, kChannels };
-constexpr const char* kChannelNames[kChannels] = {"B", "G", "R", "A", "Y"};
+// Where the reading of `LoadEXR`, which never changes, differs from what other programs show.
+struct Dialect {
+    bool showsAnyChannels;  // whole numbers, every resolution, and channels by other names
+};
+inline constexpr Dialect kClassic = {.showsAnyChannels = false};
+inline constexpr Dialect kWide = {.showsAnyChannels = true};
+
+// The channels that a picture can be made of: the bytes of a pixel in their order, luminance, and chroma.
+enum Channel : unsigned { kBlue, kGreen, kRed, kAlpha, kLuminance, kRedness, kBlueness, kChannels };
+constexpr const char* kChannelNames[kChannels] = {"B", "G", "R", "A", "Y", "RY", "BY"};
+
+// One channel of the file; its samples are for every `xSampling` pixels of a line, and `ySampling` of a
+// column.
+struct Samples {
+    std::string name;  // empty when the file has none
+    int xSampling = 1;
+    int ySampling = 1;
+    bool isWhole = false;  // numbers from 0 to 4294967295
+};
 
 struct Part {
-    // The data window: the pixels that the file holds.
+    int number = 0;
+    int level = 0;
+    // The data window: the pixels that the file holds of the level.
     std::int64_t left = 0;
     std::int64_t top = 0;
     std::int64_t width = 0;
     std::int64_t height = 0;
-    // The prefix of the channels' names: empty, or a layer and a point.
-    std::string layer;
-    std::array<bool, kChannels> has{};
-    bool hasChroma = false;  // beside luminance, for every second pixel of every second line
+    std::array<Samples, kChannels> channels;
+    // OpenEXR turns chroma at half the resolution into colours, of the first part.
+    bool isFilteredChroma = false;
 
-    bool hasColors() const { return has[kBlue] || has[kGreen] || has[kRed]; }
+    bool has(unsigned channel) const { return !channels[channel].name.empty(); }
+    bool hasColors() const { return has(kBlue) || has(kGreen) || has(kRed); }
+    bool hasChroma() const { return has(kRedness); }
     // Luminance is shown when there is no colour.
-    bool isShown(unsigned channel) const { return has[channel] && (channel != kLuminance || !hasColors()); }
-    bool isGrey() const { return isShown(kLuminance) && !has[kAlpha] && !hasChroma; }
+    bool isShown(unsigned channel) const { return has(channel) && (channel < kLuminance || !hasColors()); }
+    bool isGrey() const { return isShown(kLuminance) && !has(kAlpha) && !hasChroma(); }
 };
 
-// Reads the header. False when the file is not EXR, when its sizes are impossible or too large to decode, and
-// when the part holds several samples per pixel, none of the channels, or one of them as integers (which
-// count things rather than light) or at another resolution. If no channel has these names, those of the first
-// layer with red, green and blue are read. Throws std::bad_alloc.
-bool readPart(std::FILE* file, Part& part);
+// Reads the header for the page, layer and level of the job. False with a reason when the file is not EXR,
+// when its sizes are impossible or too large to decode, when the part holds several samples per pixel, and
+// when it holds nothing that is shown. Without a layer, channels without a layer are read, or those of the
+// first layer with red, green and blue. The classic dialect refuses whole numbers, which count things rather
+// than light. Throws std::bad_alloc.
+bool readPart(Job& job, const Dialect& dialect, Part& part);
+
+// What the headers say of the same part; the sizes of its chunks are not looked at.
+bool probePart(Job& job, DibPluginInfo& info);
 
 }  // namespace plugins::exr
 

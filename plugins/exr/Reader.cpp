@@ -1,150 +1,143 @@
 #include "plugins/exr/Reader.h"
 
-#include <OpenEXR/ImfFrameBuffer.h>
-#include <OpenEXR/ImfIO.h>
-#include <OpenEXR/ImfInputFile.h>
-#include <OpenEXR/ImfRgbaFile.h>
+#include <OpenEXR/OpenEXRConfig.h>
 
-#include <cstdint>
+#include <cmath>
+#include <cstring>
 #include <exception>
-#include <stdexcept>
-#include <vector>
+#include <new>
 
 #include "dib/File.h"
 #include "dib/LightCurve.h"
+#include "plugins/exr/Lines.h"
 #include "plugins/exr/Part.h"
 
 namespace plugins::exr {
 
 namespace {
 
-class Stream final : public Imf::IStream {
-public:
-    explicit Stream(std::FILE* file) : IStream("EXR file"), file_(file) { seekg(0); }
-    bool read(char* bytes, int count) override {
-        const auto wanted = static_cast<std::size_t>(count);
-        if (count < 0 || std::fread(bytes, 1, wanted, file_) != wanted)
-            throw std::runtime_error("short file");
-        return true;
-    }
-    std::uint64_t tellg() override { return static_cast<std::uint64_t>(std::ftell(file_)); }
-    void seekg(std::uint64_t position) override {
-        if (position > INT64_MAX || std::fseek(file_, static_cast<long>(position), SEEK_SET) != 0) {
-            throw std::runtime_error("no such place");
-        }
-    }
-    void clear() override { std::clearerr(file_); }
-
-private:
-    std::FILE* file_;
-};
-
-// One line of the file at a time, with a plane of floats for each channel that the picture shows.
-class LineReader {
-public:
-    LineReader(Imf::IStream& stream, const Part& part) : part_(part), file_(stream, 0) {
-        Imf::FrameBuffer frame;
-        for (unsigned channel = 0; channel < kChannels; ++channel) {
-            if (!part.isShown(channel)) continue;
-            planes_[channel].resize(static_cast<std::size_t>(part.width));
-            // OpenEXR adds the coordinate of a column times the size of a sample to this address, so the
-            // first column is the plane's first sample. Every line is read to the same place.
-            const auto start = reinterpret_cast<std::intptr_t>(planes_[channel].data());
-            auto* base = reinterpret_cast<char*>(start - part.left * std::intptr_t{sizeof(float)});
-            frame.insert(part.layer + kChannelNames[channel], Imf::Slice(Imf::FLOAT, base, sizeof(float), 0));
-        }
-        file_.setFrameBuffer(frame);
-    }
-    // Counted from the top of the picture.
-    void read(std::int64_t line) { file_.readPixels(static_cast<int>(part_.top + line)); }
-    // The samples for byte `place` of a pixel; empty when the file has no such channel.
-    const std::vector<float>& samplesFor(unsigned place) const {
-        return planes_[part_.isShown(kLuminance) && place != kAlpha ? kLuminance : place];
-    }
-
-private:
-    const Part& part_;
-    Imf::InputFile file_;
-    std::vector<float> planes_[kChannels];
-};
-
-// The same for a file with luminance and chroma, which OpenEXR converts to colours.
-class ChromaReader {
-public:
-    ChromaReader(Imf::IStream& stream, const Part& part)
-        : part_(part), file_(stream, 0), line_(static_cast<std::size_t>(part.width)) {
-        const auto start = reinterpret_cast<std::intptr_t>(line_.data());
-        const std::intptr_t origin = start - part.left * std::intptr_t{sizeof(Imf::Rgba)};
-        file_.setFrameBuffer(reinterpret_cast<Imf::Rgba*>(origin), 1, 0);
-        for (unsigned place = 0; place < (part.has[kAlpha] ? 4U : 3U); ++place)
-            planes_[place].resize(line_.size());
-    }
-    void read(std::int64_t line) {
-        file_.readPixels(static_cast<int>(part_.top + line));
-        for (std::size_t x = 0; x < line_.size(); ++x) {
-            planes_[kBlue][x] = line_[x].b;
-            planes_[kGreen][x] = line_[x].g;
-            planes_[kRed][x] = line_[x].r;
-            if (part_.has[kAlpha]) planes_[kAlpha][x] = line_[x].a;
-        }
-    }
-    const std::vector<float>& samplesFor(unsigned place) const { return planes_[place]; }
-
-private:
-    const Part& part_;
-    Imf::RgbaInputFile file_;
-    std::vector<Imf::Rgba> line_;
-    std::vector<float> planes_[4];
-};
+// Whole numbers are fractions of the highest one.
+unsigned char byteOfWhole(float value) {
+    return static_cast<unsigned char>(std::lround(value / 4294967295.0F * 255.0F));
+}
 
 // Alpha takes the curve too: colours premultiplied by it stay premultiplied, since the power of a product is
 // the product of powers.
-template <class Reader>
-void putLine(const Reader& reader, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
+void putLine(const Lines& lines, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
     const dib::LightCurve& curve = dib::lightCurve();
     for (unsigned place = 0; place < pixelBytes; ++place) {
-        const std::vector<float>& samples = reader.samplesFor(place);
+        const Line line = lines.lineFor(place);
         unsigned char* out = pixels + place;
-        if (samples.empty()) {
+        if (line.samples == nullptr) {
             for (std::size_t x = 0; x < width; ++x) out[x * pixelBytes] = place == kAlpha ? 255 : 0;
+        } else if (line.xSampling == 1 && !line.isWhole) {
+            for (std::size_t x = 0; x < width; ++x) out[x * pixelBytes] = curve(line.samples[x]);
+        } else {
+            const auto step = static_cast<std::size_t>(line.xSampling);
+            for (std::size_t x = 0; x < width; ++x) {
+                const float sample = line.samples[x / step];
+                out[x * pixelBytes] = line.isWhole ? byteOfWhole(sample) : curve(sample);
+            }
         }
-        for (std::size_t x = 0; x < samples.size(); ++x) out[x * pixelBytes] = curve(samples[x]);
     }
 }
 
-template <class Reader>
-bool readLines(std::FILE* file, const Part& part, Picture& picture, DibProgressCallback progress,
-               void* user) {
-    Stream stream(file);
-    Reader reader(stream, part);
-    for (std::int64_t y = 0; y < part.height; ++y) {
-        reader.read(y);
-        putLine(reader, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width),
-                picture.row(static_cast<std::size_t>(y)));
-        const float done = static_cast<float>(y + 1) / static_cast<float>(part.height);
-        if (progress != nullptr && !progress(done, user)) return false;
+bool readLines(Job& job, const Part& part, Picture& picture) {
+    Stream stream(job);
+    const std::unique_ptr<Lines> lines = openLines(stream, part);
+    const auto rows = static_cast<std::size_t>(part.height);
+    for (std::size_t y = 0; y < rows; ++y) {
+        lines->read(static_cast<std::int64_t>(y));
+        putLine(*lines, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width), picture.row(y));
+        picture.rowsRead = y + 1;
+        if (!job.report(y + 1, rows)) return false;
     }
     return true;
 }
 
+void noteAssumptions(Job& job, const Part& part) {
+    bool isWhole = false;
+    bool isCoarse = false;
+    for (unsigned channel = 0; channel < kChannels; ++channel) {
+        const Samples& samples = part.channels[channel];
+        isWhole = isWhole || (part.isShown(channel) && samples.isWhole);
+        isCoarse = isCoarse ||
+                   (part.isShown(channel) && channel < kRedness && samples.xSampling * samples.ySampling > 1);
+    }
+    if (isWhole) job.note(DIB_NOTE_ASSUMPTION, "whole numbers are shown as fractions of 4294967295");
+    if (isCoarse) job.note(DIB_NOTE_ASSUMPTION, "channels of a lower resolution are shown in larger pixels");
+}
+
+bool read(Job& job, const Dialect& dialect, Picture& picture) {
+    try {
+        Part part;
+        if (!readPart(job, dialect, part)) return false;
+        const int bitCount = part.isGrey() ? Picture::kGrey : Picture::kColor;
+        if (!Picture::isPossible(part.width, part.height, bitCount)) return false;
+        if (!picture.create(part.width, part.height, bitCount))
+            return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+        noteAssumptions(job, part);
+        return readLines(job, part, picture);
+    } catch (const std::bad_alloc&) {
+        picture.rowsRead = 0;
+        return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+    } catch (const std::exception&) {
+        return job.refuse(DIB_ERROR_INVALID, "the pixels are damaged or end too early");
+    }
+}
+
+bool recognizes(const unsigned char* bytes, std::size_t count) {
+    return count >= 4 && std::memcmp(bytes, "\x76\x2F\x31\x01", 4) == 0;
+}
+
+bool probe(const DibPluginCall* call, DibPluginInfo* info) {
+    CallJob job(*call);
+    try {
+        return probePart(job, *info);
+    } catch (const std::bad_alloc&) {
+        return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+    }
+}
+
+bool load(const DibPluginCall* call, DibPluginPicture* out) {
+    CallJob job(*call);
+    Picture picture;
+    const bool isRead = read(job, kWide, picture);
+    return finish(isRead, picture, *out);
+}
+
+constexpr const char* kExtensions[] = {"exr", nullptr};
+constexpr const char* kTypes[] = {"image/x-exr", nullptr};
+
 }  // namespace
 
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
-    try {
-        Part part;
-        if (!readPart(file, part)) return false;
-        if (!picture.create(part.width, part.height, part.isGrey() ? Picture::kGrey : Picture::kColor))
-            return false;
-        return part.hasChroma ? readLines<ChromaReader>(file, part, picture, progress, user)
-                              : readLines<LineReader>(file, part, picture, progress, user);
-    } catch (const std::exception&) {
-        return false;
-    }
+    FileJob job(file, progress, user);
+    return read(job, kClassic, picture);
 }
 
 bool read(const char* path, Picture& picture, DibProgressCallback progress, void* user) {
     const dib::FilePtr file(std::fopen(path, "rb"));
     return file != nullptr && read(file.get(), picture, progress, user);
+}
+
+const DibPluginDescription& description() {
+    static constexpr DibPluginDescription kDescription = {
+        .size = sizeof(DibPluginDescription),
+        .version = DIB_PLUGIN_VERSION,
+        .name = "exr",
+        .title = "OpenEXR",
+        .extensions = kExtensions,
+        .mimeTypes = kTypes,
+        .library = OPENEXR_PACKAGE_STRING,
+        .readDepths = DibStream::DIB_ACCEPT_8 | DibStream::DIB_ACCEPT_32,
+        .hasLayers = true,
+        .hasPages = true,
+        .recognizes = recognizes,
+        .probe = probe,
+        .load = load,
+    };
+    return kDescription;
 }
 
 }  // namespace plugins::exr

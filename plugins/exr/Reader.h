@@ -1,4 +1,4 @@
-// Reads the first part of an EXR file.
+// Reads a part of an EXR file.
 #ifndef PLUGINS_EXR_READER_H
 #define PLUGINS_EXR_READER_H
 
@@ -6,17 +6,20 @@
 
 #include <cstdio>
 
-#include "plugins/Picture.h"
+#include "plugins/Job.h"
 
 namespace plugins::exr {
 
-// False when the file is not EXR, is too short, broken or too large, or holds no picture that the plug-in
-// reads, when memory runs out, and when the progress function cancels. It may be null and is called after
-// each line.
+// For `LoadEXR`, the first part. False when the file is not EXR, is too short, broken or too large, or holds
+// no picture that the function reads, when memory runs out, and when the progress function cancels. It may be
+// null and is called after each line.
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user);
 
 // The same from a file by its name in UTF-8.
 bool read(const char* path, Picture& picture, DibProgressCallback progress, void* user);
+
+// What the library calls.
+const DibPluginDescription& description();
 
 }  // namespace plugins::exr
 

@@ -33,7 +33,7 @@ TEST(DdsDoor, ReasonsNameWhatIsWrong) {
     const PluginsInUse plugins;
     Bytes cut = grey(3);
     cut.pop_back();
-    EXPECT_EQ(opened(cut).reason(), "the file ends before its pixels do");
+    EXPECT_EQ(opened(cut).reason(), "the file ends before its pixels do (in row 3 of 3)");
     EXPECT_EQ(opened(file(1, 1, named("WHAT"), {0, 0})).reason(), "pixels of format \"WHAT\" are not read");
     EXPECT_EQ(opened(file(0, 1, named("DXT1"), {0, 0})).reason(), "a picture of 0x1 pixels is empty");
     DibLoadOptions options;

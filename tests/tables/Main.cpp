@@ -28,8 +28,8 @@ std::string depthsText(unsigned bits) {
 }
 
 std::string partsText(const DibFormat& format) {
-    if (format.hasLayers) return "layers";
-    return format.hasPages ? "pages" : "";
+    if (format.hasPages && format.hasLayers) return "pages, layers";
+    return format.hasPages ? "pages" : format.hasLayers ? "layers" : "";
 }
 
 void printFormats() {

@@ -88,7 +88,7 @@ TEST_F(PluginFormats, ABrokenPlugInIsNoBrokenPicture) {
               "dib: one.dds: load: the plug-in for dds files holds no code that can be loaded here: "
               "mine/vexlibdds.bundle (set its folder with --plugins)\n");
     EXPECT_EQ(errorsOf("exr"),
-              "dib: one.exr: load: the plug-in for exr files has no function LoadEXR: mine/vexlibexr.bundle "
+              "dib: one.exr: load: the plug-in for exr files describes dds files: mine/vexlibexr.bundle "
               "(set its folder with --plugins)\n");
     std::filesystem::remove("mine/vexlibdds.bundle");
     std::filesystem::create_directory("mine/vexlibdds.bundle");

@@ -30,7 +30,8 @@ PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     if (!isRead) throw loadFailure(file.title(), info.result);
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
-    if (info.header.format->hasLayers) info.document = readDocument(file, info.header.layers);
+    const bool isDocument = info.header.format->hasLayers && info.header.format->plugin == nullptr;
+    if (isDocument) info.document = readDocument(file, info.header.layers);
     return info;
 }
 
@@ -73,6 +74,7 @@ std::string textOf(const PictureInfo& info) {
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
     if (header.pages > 1) text += ", " + count(header.pages, "page");
+    if (header.layers > 0 && !info.document) text += ", " + count(header.layers, "layer");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
     if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
     text += "\n";

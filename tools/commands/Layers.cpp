@@ -85,7 +85,7 @@ void exportLayers(const LayersJob& job) {
     file.probe(header, job.pictures.load, probed);
     DibStream merged;
     const DibFormat& inputFormat = *loadPicture(file, merged, job.pictures, progress, notes).format;
-    if (!inputFormat.hasLayers) {
+    if (!inputFormat.hasLayers || inputFormat.plugin != nullptr) {
         throw Failure(kExitBadInput,
                       file.title() + ": load: " + std::string(inputFormat.name) + " files have no layers");
     }

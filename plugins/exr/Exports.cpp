@@ -1,4 +1,4 @@
-// The export of vexlibexr.bundle.
+// The exports of vexlibexr.bundle.
 #include <DibExport.h>
 #include <DibPlugin.h>
 
@@ -11,3 +11,5 @@ extern "C" DIB_EXPORT bool LoadEXR(const char* path, BITMAPINFOHEADER** header, 
     picture.release(header, buffer);
     return true;
 }
+
+extern "C" DIB_EXPORT const DibPluginDescription* DibPluginDescribe() { return &plugins::exr::description(); }

@@ -1,4 +1,4 @@
-// The export of vexlibdds.bundle.
+// The exports of vexlibdds.bundle.
 #include <DibExport.h>
 #include <DibPlugin.h>
 
@@ -11,3 +11,5 @@ extern "C" DIB_EXPORT bool LoadDDS(const wchar_t* path, BITMAPINFOHEADER** heade
     picture.release(header, buffer);
     return true;
 }
+
+extern "C" DIB_EXPORT const DibPluginDescription* DibPluginDescribe() { return &plugins::dds::description(); }

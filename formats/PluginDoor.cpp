@@ -1,0 +1,173 @@
+// What the functions of DibFile.h do by a bundle that describes itself.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
+#include "formats/BundlePath.h"
+#include "formats/Bundles.h"
+#include "formats/OpenBundle.h"
+#include "formats/Plugin.h"
+#include "formats/door/Frame.h"
+
+namespace formats {
+
+namespace {
+
+// The record that a bundle gets, and where its answers go.
+class Call {
+public:
+    Call(ByteReader& file, const DibLoadOptions& options, DibFileResult& result, Progress* progress)
+        : file_(file), result_(result), progress_(progress) {
+        record_.size = sizeof record_;
+        record_.library = this;
+        record_.fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(file.size(), 0));
+        record_.readFile = readFile;
+        record_.page = options.page;
+        record_.layer = options.layer;
+        record_.level = options.level;
+        record_.alpha = options.alpha;
+        record_.damage = options.damage;
+        record_.mostPixels = options.mostPixels;
+        record_.mostBytes = options.mostBytes;
+        record_.report = report;
+        record_.note = addNote;
+        record_.refuse = addReason;
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    const DibPluginCall* record() const { return &record_; }
+
+private:
+    static Call& of(void* library) { return *static_cast<Call*>(library); }
+
+    static std::size_t readFile(void* library, std::uint64_t position, void* out, std::size_t bytes) {
+        ByteReader& file = of(library).file_;
+        if (out == nullptr || position > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+            return 0;
+        const auto wanted = static_cast<std::int64_t>(position);
+        if (file.position() != wanted && !file.seek(wanted)) return 0;
+        return file.copy(out, bytes);
+    }
+    static bool report(void* library, double fraction) {
+        Progress* progress = of(library).progress_;
+        return progress == nullptr || progress->report(0.99 * std::clamp(fraction, 0.0, 1.0));
+    }
+    static void addNote(void* library, int kind, const char* text) {
+        if (text == nullptr || kind < DIB_NOTE_WARNING || kind > DIB_NOTE_LOSS) return;
+        note(of(library).result_, static_cast<DibNoteKind>(kind), "%.123s", text);
+    }
+    static void addReason(void* library, int code, const char* reason) {
+        if (reason == nullptr || reason[0] == '\0') return;
+        const bool isCode = code > DIB_OK && code <= DIB_ERROR_INTERRUPTED;
+        refuse(of(library).result_, isCode ? static_cast<DibErrorCode>(code) : DIB_ERROR_INVALID, "%.255s",
+               reason);
+    }
+
+    ByteReader& file_;
+    DibFileResult& result_;
+    Progress* progress_;
+    DibPluginCall record_ = {};
+};
+
+double resolution(double value) { return std::isfinite(value) && value > 0 ? value : 0; }
+
+void copyInfo(const DibPluginInfo& from, ProbeRequest& request) {
+    DibFileInfo& info = request.info;
+    info.width = from.width;
+    info.height = from.height;
+    info.bitCount = from.bitCount;
+    info.storedBits = std::max(from.storedBits, 0);
+    info.pages = std::max(from.pages, 1);
+    info.layers = std::max(from.layers, 0);
+    info.levels = std::max(from.levels, 1);
+    info.paletteSize = std::clamp(from.paletteSize, 0, 256);
+    info.hasAlpha = from.hasAlpha;
+    info.isTopDown = from.isTopDown;
+    nameCompression(info, {from.compression, strnlen(from.compression, sizeof from.compression)});
+    DibMetadata& metadata = request.result.metadata;
+    metadata.xResolution = resolution(from.xResolution);
+    metadata.yResolution = resolution(from.yResolution);
+    metadata.orientation = from.orientation >= 1 && from.orientation <= 8 ? from.orientation : 1;
+}
+
+void takeBytes(unsigned char* data, std::size_t size, DibBytes& bytes) {
+    DibBytes taken;
+    taken.data = data;
+    taken.size = data != nullptr ? size : 0;
+    bytes = std::move(taken);
+}
+
+}  // namespace
+
+bool probeByBundle(const Bundle& bundle, ProbeRequest& request) {
+    const Call call(request.file, request.options, request.result, nullptr);
+    DibPluginInfo info = {};
+    info.size = sizeof info;
+    info.pages = info.levels = info.orientation = 1;
+    if (!bundle.description.probe(call.record(), &info)) {
+        // A load goes on without a probe, but not when memory is short.
+        if (request.result.code == DIB_ERROR_MEMORY) throw std::bad_alloc();
+        return false;
+    }
+    if (info.width < 1 || info.height < 1 || !dib::isDepth(info.bitCount)) {
+        return refuse(request.result, DIB_ERROR_INVALID, "the plug-in describes a picture that cannot exist");
+    }
+    copyInfo(info, request);
+    return true;
+}
+
+bool readByBundle(const Bundle& bundle, ReadRequest& request) {
+    const Call call(request.file, request.options, request.result, &request.progress);
+    DibPluginPicture picture = {};
+    picture.size = sizeof picture;
+    const bool isRead = bundle.description.load(call.record(), &picture);
+    takeBytes(picture.colorProfile, picture.colorProfileBytes, request.result.metadata.colorProfile);
+    takeBytes(picture.exif, picture.exifBytes, request.result.metadata.exif);
+    const bool isAdopted = adopt(request.image, picture.header, picture.pixels);
+    if (isRead && isAdopted) return true;
+    if (isRead) return refuse(request.result, DIB_ERROR_INVALID, "the plug-in gives no picture");
+    if (isAdopted && dib::hasRows(*request.image)) {
+        const auto rows = static_cast<std::uint64_t>(dib::rowCount(request.image->Header->biHeight));
+        request.progress.countRows(static_cast<std::size_t>(std::min(picture.rows, rows)));
+    }
+    return false;
+}
+
+bool probeByBundle(ProbeRequest& request) {
+    const Bundle* bundle = bundleOf(*formatOf(request.result.format));
+    return bundle != nullptr && bundle->isUsable() && probeByBundle(*bundle, request);
+}
+
+bool readByBundle(ReadRequest& request) {
+    const Bundle* bundle = bundleOf(*formatOf(request.result.format));
+    return bundle != nullptr && bundle->isUsable() && readByBundle(*bundle, request);
+}
+
+namespace {
+
+std::string problemOf(const FileFormat& format, const Bundle* bundle) {
+    if (bundle == nullptr) return "is missing";
+    const char* classic = &format == &kExrFormat   ? kExrPlugin.name
+                          : &format == &kDdsFormat ? kDdsPlugin.name
+                                                   : nullptr;
+    if (bundle->isDescribed || classic == nullptr) return bundle->problem;
+    return bundleProblem(platformPluginLoader(), bundle->path, classic);
+}
+
+}  // namespace
+
+bool isAvailable(const FileFormat& format, DibFileResult* result) {
+    if (format.info.plugin == nullptr) return true;
+    const std::string problem = problemOf(format, bundleOf(format));
+    if (!problem.empty() && result != nullptr) {
+        refuse(*result, DIB_ERROR_UNSUPPORTED, "the plug-in for %s files %s: %.120s", format.info.name,
+               problem.c_str(), BundlePath(format.info.plugin).text());
+    }
+    return problem.empty();
+}
+
+}  // namespace formats

@@ -1,0 +1,184 @@
+// EXR and DDS files in the table of formats. A bundle that describes itself does the work; one that has the
+// classic function alone is called by it, and the headers are read here.
+#include <VexLibs.h>
+
+#include <algorithm>
+#include <new>
+
+#include "formats/Bundles.h"
+#include "formats/Formats.h"
+#include "formats/Plugin.h"
+#include "formats/diagnosis/DdsHeader.h"
+#include "formats/diagnosis/ExrHeader.h"
+#include "formats/door/DecoderPath.h"
+
+namespace formats {
+
+namespace {
+
+bool isExr(FirstBytes bytes) { return startsWith(bytes, "\x76\x2F\x31\x01"); }
+bool isDds(FirstBytes bytes) { return startsWith(bytes, "DDS "); }
+
+// Files name their compression beyond the first bytes.
+std::string_view unknown(FirstBytes) { return "unknown"; }
+
+bool loadDdsFile(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    try {
+        return LoadDDS(VexString::fromUtf8String(path).c_str(), image, callback, user);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool loadExrFile(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
+    return loadExr(platformPluginLoader(), path, image, callback, user);
+}
+
+// What a plug-in reports tells how far it has come when it fails, too.
+struct PluginProgress {
+    Progress& progress;
+    float last = 0;
+
+    static bool report(float fraction, void* user) {
+        auto& plugin = *static_cast<PluginProgress*>(user);
+        plugin.last = std::max(plugin.last, fraction);
+        return Progress::forward(fraction, &plugin.progress);
+    }
+};
+
+// A plug-in that fails gives neither a code nor the rows that it has.
+bool readThrough(ReadRequest& request, FileFormat::PathCodec load, std::int64_t height) {
+    const DecoderPath path(request);
+    if (path.get() == nullptr) return false;
+    PluginProgress progress{request.progress};
+    if (load(path.get(), request.image, PluginProgress::report, &progress)) return true;
+    request.result.code = request.image->ErrorCode;
+    if (progress.last > 0) {
+        const auto rows = static_cast<std::int64_t>(progress.last * static_cast<float>(height));
+        refuse(request.result, DIB_ERROR_INVALID,
+               "the pixels are damaged or end too early (in row %lld of %lld)",
+               static_cast<long long>(std::min(rows + 1, height)), static_cast<long long>(height));
+    }
+    return false;
+}
+
+bool setSize(DibFileInfo& info, std::int64_t width, std::int64_t height, bool isGrey) {
+    if (!sizeProblem(width, height, 32).empty()) return false;
+    info.width = static_cast<int>(width);
+    info.height = static_cast<int>(height);
+    info.bitCount = isGrey ? 8 : 32;
+    info.paletteSize = isGrey ? 256 : 0;
+    return true;
+}
+
+// The channels that the plug-in shows: those without a layer where there are any, else those of the first
+// layer with all colours; luminance only where there is no colour.
+std::string shownLayer(const ExrHeader& header) {
+    for (const char* name : {"R", "G", "B", "A", "Y"}) {
+        if (header.has(name)) return {};
+    }
+    for (const std::string& name : header.channels) {
+        std::string layer = name.substr(0, name.rfind('.') + 1);
+        if (header.has(layer + "R") && header.has(layer + "G") && header.has(layer + "B")) return layer;
+    }
+    return {};
+}
+
+bool probeExrHeader(ProbeRequest& request) {
+    ExrHeader header;
+    const RefusedFile file(request.file);
+    if (!readExrHeader(file, header) || header.channels.empty() || !header.hasWindow()) return false;
+    const std::string layer = shownLayer(header);
+    const bool hasColors = header.has(layer + "R") || header.has(layer + "G") || header.has(layer + "B");
+    const bool hasChroma = header.has("RY") || header.has("BY");
+    request.info.hasAlpha = header.has(layer + "A");
+    request.info.storedBits = header.sampleBits;
+    nameCompression(request.info, header.compression);
+    request.result.metadata.xResolution = header.pixelsPerInch;
+    request.result.metadata.yResolution = header.pixelsPerInch * header.pixelAspect;
+    return setSize(request.info, header.width, header.height,
+                   !hasColors && !hasChroma && !request.info.hasAlpha);
+}
+
+bool probeDdsHeader(ProbeRequest& request) {
+    constexpr std::int64_t kHeaderBytes = 128;
+    const RefusedFile file(request.file);
+    if (file.size() < kHeaderBytes || file.text(0, 4) != "DDS ") return false;
+    const DdsHeader header = readDdsHeader(file);
+    request.info.hasAlpha = header.hasAlpha;
+    request.info.storedBits = header.bitsPerPixel;
+    nameCompression(request.info, header.packing);
+    return header.bitsPerPixel > 0 && setSize(request.info, header.width, header.height, header.isGrey);
+}
+
+// The bundle when it describes itself.
+const Bundle* describedBundleOf(const FileFormat& format) {
+    const Bundle* bundle = bundleOf(format);
+    return bundle != nullptr && bundle->isDescribed && bundle->isUsable() ? bundle : nullptr;
+}
+
+bool probeExr(ProbeRequest& request) {
+    const Bundle* bundle = describedBundleOf(kExrFormat);
+    return bundle != nullptr ? probeByBundle(*bundle, request) : probeExrHeader(request);
+}
+
+bool readExr(ReadRequest& request) {
+    if (const Bundle* bundle = describedBundleOf(kExrFormat)) return readByBundle(*bundle, request);
+    DibFileInfo info;
+    ProbeRequest probe = {request.file, request.path, request.options, info, request.result};
+    probeExrHeader(probe);
+    return readThrough(request, loadExrFile, info.height);
+}
+
+bool probeDds(ProbeRequest& request) {
+    const Bundle* bundle = describedBundleOf(kDdsFormat);
+    return bundle != nullptr ? probeByBundle(*bundle, request) : probeDdsHeader(request);
+}
+
+bool readDds(ReadRequest& request) {
+    if (const Bundle* bundle = describedBundleOf(kDdsFormat)) return readByBundle(*bundle, request);
+    // Blocks have four rows, which come together.
+    return readThrough(request, loadDdsFile, readDdsHeader(RefusedFile(request.file)).height);
+}
+
+constexpr const char* kExrExtensions[] = {"exr", nullptr};
+constexpr const char* kDdsExtensions[] = {"dds", nullptr};
+constexpr const char* kExrTypes[] = {"image/x-exr", nullptr};
+constexpr const char* kDdsTypes[] = {"image/x-dds", nullptr};
+
+}  // namespace
+
+constinit const FileFormat kExrFormat = {
+    .info = {.name = "exr",
+             .title = "OpenEXR, by a plug-in",
+             .extensions = kExrExtensions,
+             .mimeTypes = kExrTypes,
+             .readDepths = depths({8, 32}),
+             .hasLayers = true,
+             .hasPages = true,
+             .plugin = kExrPlugin.bundle},
+    .recognizes = isExr,
+    .compression = unknown,
+    .load = LoadEXR,
+    .probe = probeExr,
+    .read = readExr,
+    .diagnose = diagnoseExr,
+};
+
+constinit const FileFormat kDdsFormat = {
+    .info = {.name = "dds",
+             .title = "DirectDraw surface, by a plug-in",
+             .extensions = kDdsExtensions,
+             .mimeTypes = kDdsTypes,
+             .readDepths = depths({8, 32}),
+             .hasPages = true,
+             .plugin = kDdsPlugin.bundle},
+    .recognizes = isDds,
+    .compression = unknown,
+    .load = loadDdsFile,
+    .probe = probeDds,
+    .read = readDds,
+    .diagnose = diagnoseDds,
+};
+
+}  // namespace formats

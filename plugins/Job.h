@@ -1,0 +1,111 @@
+// The file that a plug-in reads, what is wanted of it, and where its answers go: those of the library's
+// calls, or of a function that has a path alone.
+#ifndef PLUGINS_JOB_H
+#define PLUGINS_JOB_H
+
+#include <DibFile.h>
+#include <DibPlugin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "dib/File.h"
+#include "plugins/Picture.h"
+
+namespace plugins {
+
+class Job {
+public:
+    Job() = default;
+    Job(const Job&) = delete;
+    Job& operator=(const Job&) = delete;
+
+    int page = 0;
+    int layer = -1;  // the merged picture
+    int level = 0;
+    bool keepsDamaged = false;  // the rows of a file that ends early are wanted
+
+    // Copies up to `bytes` bytes; returns how many there were.
+    virtual std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) = 0;
+    // 0 when it is unknown.
+    virtual std::uint64_t fileBytes() = 0;
+    // Says that rows are done. False when the caller cancels.
+    virtual bool report(std::size_t done, std::size_t total) = 0;
+    virtual void note(DibNoteKind /*kind*/, const char* /*text*/) {}
+    // Says why the file is not read; returns false.
+    virtual bool refuse(DibErrorCode /*code*/, const char* /*reason*/) { return false; }
+
+protected:
+    ~Job() = default;
+};
+
+// An open file that is read from its start.
+class FileJob final : public Job {
+public:
+    FileJob(std::FILE* file, DibProgressCallback progress, void* user)
+        : file_(file), progress_(progress), user_(user) {}
+
+    std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) override {
+        if (position > INT64_MAX) return 0;
+        if (position != position_ && std::fseek(file_, static_cast<long>(position), SEEK_SET) != 0) return 0;
+        const std::size_t got = std::fread(out, 1, bytes, file_);
+        position_ = position + got;
+        return got;
+    }
+    std::uint64_t fileBytes() override {
+        position_ = kUnknown;
+        if (std::fseek(file_, 0, SEEK_END) != 0) return 0;
+        const long end = std::ftell(file_);
+        return end > 0 ? static_cast<std::uint64_t>(end) : 0;
+    }
+    bool report(std::size_t done, std::size_t total) override {
+        return progress_ == nullptr || progress_(static_cast<float>(done) / static_cast<float>(total), user_);
+    }
+
+private:
+    static constexpr std::uint64_t kUnknown = UINT64_MAX;
+    std::FILE* file_;
+    DibProgressCallback progress_;
+    void* user_;
+    std::uint64_t position_ = kUnknown;
+};
+
+// A call of the library.
+class CallJob final : public Job {
+public:
+    explicit CallJob(const DibPluginCall& call) : call_(call) {
+        page = call.page;
+        layer = call.layer;
+        level = call.level;
+        keepsDamaged = call.damage == DIB_DAMAGE_KEEP;
+    }
+    std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) override {
+        return call_.readFile(call_.library, position, out, bytes);
+    }
+    std::uint64_t fileBytes() override { return call_.fileBytes; }
+    bool report(std::size_t done, std::size_t total) override {
+        return call_.report(call_.library, static_cast<double>(done) / static_cast<double>(total));
+    }
+    void note(DibNoteKind kind, const char* text) override { call_.note(call_.library, kind, text); }
+    bool refuse(DibErrorCode code, const char* reason) override {
+        call_.refuse(call_.library, code, reason);
+        return false;
+    }
+
+private:
+    const DibPluginCall& call_;
+};
+
+// Hands over the result of a load; of one that failed, the rows that were read.
+inline bool finish(bool isRead, Picture& picture, DibPluginPicture& out) {
+    if (isRead || picture.rowsRead > 0) {
+        out.rows = picture.rowsRead;
+        picture.release(&out.header, &out.pixels);
+    }
+    return isRead;
+}
+
+}  // namespace plugins
+
+#endif

@@ -1,0 +1,63 @@
+// The headers of an EXR file, read by OpenEXR's C interface.
+#ifndef PLUGINS_EXR_HEADER_H
+#define PLUGINS_EXR_HEADER_H
+
+#include <OpenEXR/openexr.h>
+
+#include <algorithm>
+
+#include "plugins/Job.h"
+#include "plugins/exr/Attributes.h"
+
+namespace plugins::exr {
+
+class Header {
+public:
+    explicit Header(Job& job) : source_{job} {
+        exr_context_initializer_t settings = EXR_DEFAULT_CONTEXT_INITIALIZER;
+        settings.error_handler_fn = noteMistake;
+        settings.user_data = &source_;
+        settings.read_fn = readAt;
+        settings.size_fn = querySize;
+        isRead_ = areAttributesWhole(job) &&
+                  exr_start_read(&context_, "EXR file", &settings) == EXR_ERR_SUCCESS && !source_.hasMistakes;
+    }
+    ~Header() {
+        if (context_ != nullptr) exr_finish(&context_);
+    }
+    Header(const Header&) = delete;
+    Header& operator=(const Header&) = delete;
+    bool isRead() const { return isRead_; }
+    exr_const_context_t context() const { return context_; }
+
+private:
+    struct Source {
+        Job& job;
+        bool hasMistakes = false;
+    };
+
+    static std::int64_t querySize(exr_const_context_t /*context*/, void* user) {
+        return static_cast<std::int64_t>(static_cast<Source*>(user)->job.fileBytes());
+    }
+    static std::int64_t readAt(exr_const_context_t /*context*/, void* user, void* bytes, std::uint64_t count,
+                               std::uint64_t offset, exr_stream_error_func_ptr_t /*report*/) {
+        Job& job = static_cast<Source*>(user)->job;
+        return static_cast<std::int64_t>(job.readAt(offset, bytes, static_cast<std::size_t>(count)));
+    }
+    // Without a handler OpenEXR would print mistakes. After some of them the C interface continues with sizes
+    // of its own, while OpenEXR's classes use those of the file: every mistake counts as a failure.
+    static void noteMistake(exr_const_context_t context, exr_result_t /*code*/, const char* /*message*/) {
+        void* user = nullptr;
+        if (exr_get_user_data(context, &user) == EXR_ERR_SUCCESS && user != nullptr) {
+            static_cast<Source*>(user)->hasMistakes = true;
+        }
+    }
+
+    Source source_;
+    exr_context_t context_ = nullptr;
+    bool isRead_ = false;
+};
+
+}  // namespace plugins::exr
+
+#endif
