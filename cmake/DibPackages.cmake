@@ -71,4 +71,15 @@ if(TARGET plugin_dds OR TARGET plugin_exr)
         DEPENDS runtime)
 endif()
 
+if(TARGET plugin_webp)
+    dib_package(plugin-webp dibstream-plugin-webp libs "loader of WebP files for the DibStream library"
+        "Plug-in bundle that decodes WebP files for programs that use the\nDibStream library."
+        DEPENDS runtime)
+endif()
+if(TARGET plugin_gif)
+    dib_package(plugin-gif dibstream-plugin-gif libs "loader of GIF files for the DibStream library"
+        "Plug-in bundle that decodes GIF files for programs that use the\nDibStream library."
+        DEPENDS runtime)
+endif()
+
 include(CPack)

@@ -13,8 +13,8 @@ namespace formats {
 namespace {
 
 constexpr const FileFormat* kFormats[] = {
-    &kBmpFormat, &kTgaFormat, &kPpmFormat,  &kTimFormat,  &kIlbmFormat, &kHdrFormat,
-    &kPsdFormat, &kPngFormat, &kJpegFormat, &kTiffFormat, &kExrFormat,  &kDdsFormat,
+    &kBmpFormat, &kTgaFormat,  &kPpmFormat,  &kTimFormat, &kIlbmFormat, &kHdrFormat,  &kPsdFormat,
+    &kPngFormat, &kJpegFormat, &kTiffFormat, &kExrFormat, &kDdsFormat,  &kWebpFormat, &kGifFormat,
 };
 
 // Only A to Z have a lower case here: file names do not depend on the application's locale.

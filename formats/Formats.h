@@ -82,6 +82,8 @@ extern const FileFormat kJpegFormat;
 extern const FileFormat kTiffFormat;
 extern const FileFormat kExrFormat;
 extern const FileFormat kDdsFormat;
+extern const FileFormat kWebpFormat;
+extern const FileFormat kGifFormat;
 
 // Every format of the table, in the order in which lists show them. Those that plug-ins add are not among
 // them; the searches below find them where the table has none.

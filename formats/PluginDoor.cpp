@@ -128,7 +128,11 @@ bool readByBundle(const Bundle& bundle, ReadRequest& request) {
     takeBytes(picture.colorProfile, picture.colorProfileBytes, request.result.metadata.colorProfile);
     takeBytes(picture.exif, picture.exifBytes, request.result.metadata.exif);
     const bool isAdopted = adopt(request.image, picture.header, picture.pixels);
-    if (isRead && isAdopted) return true;
+    if (isRead && isAdopted) {
+        request.result.reason[0] = '\0';
+        request.result.code = DIB_OK;
+        return true;
+    }
     if (isRead) return refuse(request.result, DIB_ERROR_INVALID, "the plug-in gives no picture");
     if (isAdopted && dib::hasRows(*request.image)) {
         const auto rows = static_cast<std::uint64_t>(dib::rowCount(request.image->Header->biHeight));
@@ -138,13 +142,17 @@ bool readByBundle(const Bundle& bundle, ReadRequest& request) {
 }
 
 bool probeByBundle(ProbeRequest& request) {
-    const Bundle* bundle = bundleOf(*formatOf(request.result.format));
-    return bundle != nullptr && bundle->isUsable() && probeByBundle(*bundle, request);
+    const FileFormat& format = *formatOf(request.result.format);
+    const Bundle* bundle = bundleOf(format);
+    if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
+    return probeByBundle(*bundle, request);
 }
 
 bool readByBundle(ReadRequest& request) {
-    const Bundle* bundle = bundleOf(*formatOf(request.result.format));
-    return bundle != nullptr && bundle->isUsable() && readByBundle(*bundle, request);
+    const FileFormat& format = *formatOf(request.result.format);
+    const Bundle* bundle = bundleOf(format);
+    if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
+    return readByBundle(*bundle, request);
 }
 
 namespace {

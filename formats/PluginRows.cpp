@@ -1,5 +1,5 @@
-// EXR and DDS files in the table of formats. A bundle that describes itself does the work; one that has the
-// classic function alone is called by it, and the headers are read here.
+// The formats of the table that plug-ins decode. A bundle that describes itself does the work; for EXR and
+// DDS, one that has the classic function alone is called by it, and the headers are read here.
 #include <VexLibs.h>
 
 #include <algorithm>
@@ -18,6 +18,10 @@ namespace {
 
 bool isExr(FirstBytes bytes) { return startsWith(bytes, "\x76\x2F\x31\x01"); }
 bool isDds(FirstBytes bytes) { return startsWith(bytes, "DDS "); }
+bool isWebp(FirstBytes bytes) {
+    return startsWith(bytes, "RIFF") && bytes.size() >= 12 && startsWith(bytes.subspan(8), "WEBP");
+}
+bool isGif(FirstBytes bytes) { return startsWith(bytes, "GIF87a") || startsWith(bytes, "GIF89a"); }
 
 // Files name their compression beyond the first bytes.
 std::string_view unknown(FirstBytes) { return "unknown"; }
@@ -145,6 +149,10 @@ constexpr const char* kExrExtensions[] = {"exr", nullptr};
 constexpr const char* kDdsExtensions[] = {"dds", nullptr};
 constexpr const char* kExrTypes[] = {"image/x-exr", nullptr};
 constexpr const char* kDdsTypes[] = {"image/x-dds", nullptr};
+constexpr const char* kWebpExtensions[] = {"webp", nullptr};
+constexpr const char* kWebpTypes[] = {"image/webp", nullptr};
+constexpr const char* kGifExtensions[] = {"gif", nullptr};
+constexpr const char* kGifTypes[] = {"image/gif", nullptr};
 
 }  // namespace
 
@@ -179,6 +187,30 @@ constinit const FileFormat kDdsFormat = {
     .probe = probeDds,
     .read = readDds,
     .diagnose = diagnoseDds,
+};
+
+constinit const FileFormat kWebpFormat = {
+    .info = {.name = "webp",
+             .title = "WebP, its first picture, by a plug-in",
+             .extensions = kWebpExtensions,
+             .mimeTypes = kWebpTypes,
+             .readDepths = depths({24, 32}),
+             .plugin = "vexlibwebp.bundle"},
+    .recognizes = isWebp,
+    .probe = probeByBundle,
+    .read = readByBundle,
+};
+
+constinit const FileFormat kGifFormat = {
+    .info = {.name = "gif",
+             .title = "GIF, its first picture, by a plug-in",
+             .extensions = kGifExtensions,
+             .mimeTypes = kGifTypes,
+             .readDepths = depths({8, 32}),
+             .plugin = "vexlibgif.bundle"},
+    .recognizes = isGif,
+    .probe = probeByBundle,
+    .read = readByBundle,
 };
 
 }  // namespace formats

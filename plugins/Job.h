@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <new>
 
 #include "dib/File.h"
 #include "plugins/Picture.h"
@@ -97,12 +98,22 @@ private:
     const DibPluginCall& call_;
 };
 
-// Hands over the result of a load; of one that failed, the rows that were read.
-inline bool finish(bool isRead, Picture& picture, DibPluginPicture& out) {
-    if (isRead || picture.rowsRead > 0) {
-        out.rows = picture.rowsRead;
-        picture.release(&out.header, &out.pixels);
+// The function of a description that loads, by one that decodes: bool(Job&, Picture&, DibPluginPicture&). It
+// hands over the picture; of a load that failed, the rows that were read.
+template <auto read>
+bool loadBy(const DibPluginCall* call, DibPluginPicture* out) {
+    CallJob job(*call);
+    Picture picture;
+    bool isRead = false;
+    try {
+        isRead = read(job, picture, *out);
+    } catch (const std::bad_alloc&) {
+        picture.rowsRead = 0;
+        job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
     }
+    if (!isRead && picture.rowsRead == 0) return false;
+    out->rows = picture.rowsRead;
+    picture.release(&out->header, &out->pixels);
     return isRead;
 }
 

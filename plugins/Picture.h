@@ -5,6 +5,7 @@
 
 #include <DibStream.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -58,7 +59,14 @@ public:
     // The first byte of row y, counted from the top.
     unsigned char* row(std::size_t y) { return buffer_.get() + (size_.rows - 1 - y) * size_.rowBytes; }
     const BITMAPINFOHEADER& header() const { return *header_; }
-    DibBGRA* palette() { return dib::colorTable(header_.get()); }
+    std::size_t rowBytes() const { return size_.rowBytes; }
+    // Replaces the greys by up to 256 entries; the others become 0.
+    void usePalette(const DibBGRA* entries, std::size_t count) {
+        header_->biClrUsed = static_cast<std::uint32_t>(count);
+        DibBGRA* table = dib::colorTable(header_.get());
+        std::fill_n(std::copy_n(entries, count, table), dib::addressableEntries(kGrey) - count,
+                    DibBGRA{0, 0, 0, 0});
+    }
 
     void release(BITMAPINFOHEADER** header, unsigned char** buffer) {
         *header = header_.release();

@@ -66,7 +66,7 @@ set_tests_properties(system.digest PROPERTIES TIMEOUT 600)
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
             $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
-foreach(plugin dds exr)
+foreach(plugin dds exr webp gif)
     if(TARGET plugin_${plugin})
         add_test(NAME system.exports.${plugin}
             COMMAND bash ${system_dir}/exports.sh

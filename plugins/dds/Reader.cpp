@@ -50,7 +50,7 @@ public:
     }
     bool create(Picture& picture) {
         if (!picture.create(width_, height_, bitCount())) return false;
-        if (format_.isIndexed && bitCount() == Picture::kGrey) std::copy_n(palette_, 256, picture.palette());
+        if (format_.isIndexed && bitCount() == Picture::kGrey) picture.usePalette(palette_, 256);
         return true;
     }
 
@@ -215,12 +215,7 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
     return true;
 }
 
-bool load(const DibPluginCall* call, DibPluginPicture* out) {
-    CallJob job(*call);
-    Picture picture;
-    const bool isRead = read(job, kWide, picture);
-    return finish(isRead, picture, *out);
-}
+bool readWide(Job& job, Picture& picture, DibPluginPicture& /*out*/) { return read(job, kWide, picture); }
 
 constexpr const char* kExtensions[] = {"dds", nullptr};
 constexpr const char* kTypes[] = {"image/x-dds", nullptr};
@@ -255,7 +250,7 @@ const DibPluginDescription& description() {
         .hasPages = true,
         .recognizes = recognizes,
         .probe = probe,
-        .load = load,
+        .load = loadBy<readWide>,
     };
     return kDescription;
 }

@@ -99,12 +99,7 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
     }
 }
 
-bool load(const DibPluginCall* call, DibPluginPicture* out) {
-    CallJob job(*call);
-    Picture picture;
-    const bool isRead = read(job, kWide, picture);
-    return finish(isRead, picture, *out);
-}
+bool readWide(Job& job, Picture& picture, DibPluginPicture& /*out*/) { return read(job, kWide, picture); }
 
 constexpr const char* kExtensions[] = {"exr", nullptr};
 constexpr const char* kTypes[] = {"image/x-exr", nullptr};
@@ -135,7 +130,7 @@ const DibPluginDescription& description() {
         .hasPages = true,
         .recognizes = recognizes,
         .probe = probe,
-        .load = load,
+        .load = loadBy<readWide>,
     };
     return kDescription;
 }

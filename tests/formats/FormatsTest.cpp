@@ -21,8 +21,9 @@ TEST(Formats, EveryRowIsComplete) {
         ASSERT_NE(info.mimeTypes, nullptr);
         EXPECT_NE(info.mimeTypes[0], nullptr);
         EXPECT_NE(info.readDepths, 0U);
-        EXPECT_NE(format->load, nullptr);
-        EXPECT_NE(format->diagnose, nullptr);
+        const bool isOfPluginAlone = info.plugin != nullptr && format->load == nullptr;
+        EXPECT_EQ(isOfPluginAlone, format == &formats::kWebpFormat || format == &formats::kGifFormat);
+        EXPECT_TRUE(isOfPluginAlone || (format->load != nullptr && format->diagnose != nullptr));
         EXPECT_EQ(format->save == nullptr, info.writeDepths == 0);
         ASSERT_NE(info.extensions, nullptr);
         ASSERT_NE(info.extensions[0], nullptr);
@@ -32,7 +33,7 @@ TEST(Formats, EveryRowIsComplete) {
         }
     }
     EXPECT_EQ(names, (std::set<std::string_view>{"bmp", "tga", "ppm", "tim", "iff", "hdr", "psd", "png",
-                                                 "jpeg", "tiff", "exr", "dds"}));
+                                                 "jpeg", "tiff", "exr", "dds", "webp", "gif"}));
 }
 
 TEST(Formats, ExtensionsInLettersOfAnySize) {
@@ -81,6 +82,12 @@ TEST(Formats, FilesAreRecognizedByTheirFirstBytes) {
     }
     EXPECT_EQ(formatOf("\x76\x2F\x31\x01"), "exr");
     EXPECT_EQ(formatOf("DDS "), "dds");
+    EXPECT_EQ(formatOf("RIFF1234WEBPVP8 "), "webp");
+    EXPECT_EQ(formatOf("RIFF1234WAVE"), "");
+    EXPECT_EQ(formatOf("RIFF1234WEB"), "");
+    EXPECT_EQ(formatOf("GIF87a"), "gif");
+    EXPECT_EQ(formatOf("GIF89a"), "gif");
+    EXPECT_EQ(formatOf("GIF88a"), "");
     EXPECT_EQ(formatOf(""), "");
 }
 

@@ -19,7 +19,10 @@ packages=("$work"/packages/*.deb)
 echo "== names and dependencies"
 names="$(for package in "${packages[@]}"; do dpkg-deb -f "$package" Package; done | sort | tr '\n' ' ')"
 echo "$names"
-[ "$names" = "dibstream-plugins dibstream-tools libdibstream-dev libdibstream0 " ]
+expected="dibstream-plugins dibstream-tools libdibstream-dev libdibstream0 "
+grep -q '^GIF_LIBRARY[A-Z_]*:FILEPATH=/' "$work/build/CMakeCache.txt" && expected+="dibstream-plugin-gif "
+grep -q '^WEBP_FOUND:INTERNAL=1' "$work/build/CMakeCache.txt" && expected+="dibstream-plugin-webp "
+[ "$(tr ' ' '\n' <<<"$names" | sort)" = "$(tr ' ' '\n' <<<"$expected" | sort)" ]
 field() { dpkg-deb -f "$work/packages/$1"_*.deb "$2"; }
 version="$(field libdibstream0 Version)"
 for library in libc6 libstdc++6 libisal2 libpng16-16 libjpeg62-turbo libtiff6 zlib1g; do

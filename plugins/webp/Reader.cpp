@@ -1,0 +1,210 @@
+// WebP files by libwebp: a still picture, or the first one of an animation on its canvas.
+#include "plugins/webp/Reader.h"
+
+#include <webp/decode.h>
+#include <webp/demux.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "plugins/Job.h"
+
+namespace plugins::webp {
+
+namespace {
+
+constexpr int kOpaque = 24;
+
+using Bytes = std::vector<unsigned char>;
+
+struct DeleteDecoder {
+    void operator()(WebPIDecoder* decoder) const { WebPIDelete(decoder); }
+};
+struct DeleteDemuxer {
+    void operator()(WebPDemuxer* demuxer) const { WebPDemuxDelete(demuxer); }
+};
+using Decoder = std::unique_ptr<WebPIDecoder, DeleteDecoder>;
+using Demuxer = std::unique_ptr<WebPDemuxer, DeleteDemuxer>;
+
+bool refuseStatus(Job& job, VP8StatusCode status) {
+    switch (status) {
+        case VP8_STATUS_OUT_OF_MEMORY: return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+        case VP8_STATUS_SUSPENDED:
+        case VP8_STATUS_NOT_ENOUGH_DATA:
+            return job.refuse(DIB_ERROR_READ, "the file ends before its pixels do");
+        case VP8_STATUS_UNSUPPORTED_FEATURE:
+            return job.refuse(DIB_ERROR_UNSUPPORTED, "a feature of the file is not read");
+        default: return job.refuse(DIB_ERROR_INVALID, "the file is damaged");
+    }
+}
+
+// What the headers say; they lie in the first bytes.
+bool readFeatures(Job& job, const unsigned char* bytes, std::size_t size, WebPBitstreamFeatures& features) {
+    const VP8StatusCode status = WebPGetFeatures(bytes, size, &features);
+    if (status == VP8_STATUS_NOT_ENOUGH_DATA)
+        return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
+    return status == VP8_STATUS_OK || refuseStatus(job, status);
+}
+
+// Animations show what lies below a picture.
+int bitCountOf(const WebPBitstreamFeatures& features) {
+    return features.has_alpha != 0 || features.has_animation != 0 ? Picture::kColor : kOpaque;
+}
+
+// A part of a picture that a bitstream fills.
+struct Window {
+    std::size_t left;
+    std::size_t top;
+    std::size_t width;
+    std::size_t height;
+};
+
+// The bytes come in pieces, between which progress is reported.
+bool decode(Job& job, const unsigned char* bytes, std::size_t size, const Window& window, Picture& picture) {
+    constexpr std::size_t kLeastPiece = 16 * 1024;
+    constexpr std::size_t kMostPieces = 64;
+    WebPDecoderConfig config;
+    if (WebPInitDecoderConfig(&config) == 0) return refuseStatus(job, VP8_STATUS_INVALID_PARAM);
+    const auto pixelBytes = static_cast<std::size_t>(picture.header().biBitCount / 8);
+    WebPRGBABuffer& out = config.output.u.RGBA;
+    config.output.colorspace = pixelBytes == 4 ? MODE_BGRA : MODE_BGR;
+    config.output.is_external_memory = 1;
+    config.options.flip = 1;  // the lowest address is that of the last row
+    out.rgba = picture.row(window.top + window.height - 1) + window.left * pixelBytes;
+    out.stride = static_cast<int>(picture.rowBytes());
+    out.size = picture.rowBytes() * (window.height - 1) + window.width * pixelBytes;
+    const Decoder decoder(WebPIDecode(nullptr, 0, &config));
+    if (decoder == nullptr) return refuseStatus(job, VP8_STATUS_OUT_OF_MEMORY);
+    VP8StatusCode status = VP8_STATUS_SUSPENDED;
+    const std::size_t piece = std::max(kLeastPiece, size / kMostPieces);
+    for (std::size_t end = 0; end < size && status == VP8_STATUS_SUSPENDED;) {
+        end = std::min(size, end + piece);
+        status = WebPIUpdate(decoder.get(), bytes, end);
+        int rows = 0;
+        if (WebPIDecGetRGB(decoder.get(), &rows, nullptr, nullptr, nullptr) == nullptr) rows = 0;
+        picture.rowsRead = window.top + static_cast<std::size_t>(std::max(rows, 0));
+        if (!job.report(picture.rowsRead, static_cast<std::size_t>(picture.header().biHeight))) return false;
+    }
+    if (status != VP8_STATUS_OK) return refuseStatus(job, status);
+    picture.rowsRead = static_cast<std::size_t>(picture.header().biHeight);
+    return true;
+}
+
+bool decodeFirstFrame(Job& job, const WebPDemuxer* demuxer, Picture& picture) {
+    WebPIterator frame;
+    if (demuxer == nullptr || WebPDemuxGetFrame(demuxer, 1, &frame) == 0)
+        return refuseStatus(job, VP8_STATUS_NOT_ENOUGH_DATA);
+    const Window window = {static_cast<std::size_t>(frame.x_offset), static_cast<std::size_t>(frame.y_offset),
+                           static_cast<std::size_t>(frame.width), static_cast<std::size_t>(frame.height)};
+    const auto width = static_cast<std::size_t>(picture.header().biWidth);
+    const auto height = static_cast<std::size_t>(picture.header().biHeight);
+    const bool isInside = window.left + window.width <= width && window.top + window.height <= height;
+    const bool isRead = isInside ? decode(job, frame.fragment.bytes, frame.fragment.size, window, picture)
+                                 : refuseStatus(job, VP8_STATUS_BITSTREAM_ERROR);
+    WebPDemuxReleaseIterator(&frame);
+    return isRead;
+}
+
+// A copy of a chunk's bytes behind a mark that some writers put first; null when there is none.
+unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::string_view mark,
+                         std::size_t& size) {
+    WebPChunkIterator chunk;
+    if (demuxer == nullptr || WebPDemuxGetChunk(demuxer, name, 1, &chunk) == 0) return nullptr;
+    const bool isMarked = chunk.chunk.size >= mark.size() && !mark.empty() &&
+                          std::memcmp(chunk.chunk.bytes, mark.data(), mark.size()) == 0;
+    const std::size_t start = isMarked ? mark.size() : 0;
+    size = chunk.chunk.size - start;
+    auto* copy = size > 0 ? static_cast<unsigned char*>(std::malloc(size)) : nullptr;
+    if (copy != nullptr) std::memcpy(copy, chunk.chunk.bytes + start, size);
+    if (copy == nullptr) size = 0;
+    WebPDemuxReleaseChunkIterator(&chunk);
+    return copy;
+}
+
+bool readAll(Job& job, Bytes& bytes) {
+    if (job.fileBytes() > UINT32_MAX) return refuseStatus(job, VP8_STATUS_BITSTREAM_ERROR);
+    bytes.resize(static_cast<std::size_t>(job.fileBytes()));
+    return job.readAt(0, bytes.data(), bytes.size()) == bytes.size() ||
+           job.refuse(DIB_ERROR_READ, "the file cannot be read");
+}
+
+bool read(Job& job, Picture& picture, DibPluginPicture& out) {
+    Bytes bytes;
+    WebPBitstreamFeatures features;
+    if (!readAll(job, bytes) || !readFeatures(job, bytes.data(), bytes.size(), features)) return false;
+    if (!picture.create(features.width, features.height, bitCountOf(features)))
+        return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+    const WebPData data = {bytes.data(), bytes.size()};
+    WebPDemuxState state = WEBP_DEMUX_PARSING_HEADER;
+    const Demuxer demuxer(WebPDemuxPartial(&data, &state));
+    out.colorProfile = copyChunk(demuxer.get(), "ICCP", {}, out.colorProfileBytes);
+    out.exif = copyChunk(demuxer.get(), "EXIF", std::string_view("Exif\0\0", 6), out.exifBytes);
+    if (features.has_animation != 0) {
+        job.note(DIB_NOTE_LOSS, "of an animation the first picture is shown");
+        return decodeFirstFrame(job, demuxer.get(), picture);
+    }
+    const Window all = {0, 0, static_cast<std::size_t>(features.width),
+                        static_cast<std::size_t>(features.height)};
+    return decode(job, bytes.data(), bytes.size(), all, picture);
+}
+
+bool recognizes(const unsigned char* bytes, std::size_t count) {
+    return count >= 12 && std::memcmp(bytes, "RIFF", 4) == 0 && std::memcmp(bytes + 8, "WEBP", 4) == 0;
+}
+
+bool probe(const DibPluginCall* call, DibPluginInfo* info) {
+    constexpr std::size_t kHeaderBytes = 4096;
+    CallJob job(*call);
+    unsigned char bytes[kHeaderBytes];
+    WebPBitstreamFeatures features;
+    if (!readFeatures(job, bytes, job.readAt(0, bytes, sizeof bytes), features)) return false;
+    info->width = features.width;
+    info->height = features.height;
+    info->bitCount = bitCountOf(features);
+    info->storedBits = info->bitCount;
+    info->hasAlpha = info->bitCount == Picture::kColor;
+    const char* packing = features.format == 1 ? "lossy" : features.format == 2 ? "lossless" : "";
+    std::strncpy(info->compression, packing, sizeof info->compression - 1);
+    return true;
+}
+
+constexpr const char* kExtensions[] = {"webp", nullptr};
+constexpr const char* kTypes[] = {"image/webp", nullptr};
+
+// The version of the library that is loaded, which may be newer than the one that this was built with.
+const char* libraryName() {
+    static char name[32];
+    const int version = WebPGetDecoderVersion();
+    std::snprintf(name, sizeof name, "libwebp %d.%d.%d", version >> 16 & 255, version >> 8 & 255,
+                  version & 255);
+    return name;
+}
+
+}  // namespace
+
+const DibPluginDescription& description() {
+    static const DibPluginDescription kDescription = {
+        .size = sizeof(DibPluginDescription),
+        .version = DIB_PLUGIN_VERSION,
+        .name = "webp",
+        .title = "WebP, its first picture",
+        .extensions = kExtensions,
+        .mimeTypes = kTypes,
+        .library = libraryName(),
+        .readDepths = DibStream::DIB_ACCEPT_24 | DibStream::DIB_ACCEPT_32,
+        .hasLayers = false,
+        .hasPages = false,
+        .recognizes = recognizes,
+        .probe = probe,
+        .load = loadBy<read>,
+    };
+    return kDescription;
+}
+
+}  // namespace plugins::webp
