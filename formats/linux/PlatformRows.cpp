@@ -50,6 +50,7 @@ bool probe(ProbeRequest& request) {
     const std::unique_ptr<FileDecoder> decoder =
         open(request.file, {.dialect = kWide,
                             .page = request.options.page,
+                            .keepsDamaged = request.options.damage == DIB_DAMAGE_KEEP,
                             .readsHeadersOnly = true,
                             .keepsPalette = request.options.keepsPalette});
     BitmapLayout layout;

@@ -351,6 +351,19 @@ TEST(PngDoor, WrongChecksumsAreRefusedOrKept) {
     EXPECT_EQ(kept.note(0), "a checksum of the pixels is wrong: 6 of 6 rows were read");
 }
 
+// Limits hold for what a damaged header announces, before memory is taken.
+TEST(PngDoor, LimitsHoldForDamagedHeaders) {
+    Bytes file = pngOf(2, 8, 0, {{1, 2}});
+    file[16] = 4;  // 67108866 columns
+    DibLoadOptions options = keepingDamaged();
+    options.mostPixels = 1000;
+    const Opened load = opened(file, options);
+    EXPECT_FALSE(load.isLoaded);
+    EXPECT_EQ(load.result.code, 8);
+    EXPECT_STREQ(load.result.reason,
+                 "the picture of 67108866x1 pixels needs 67108866 pixels; the limit is 1000 (mostPixels)");
+}
+
 TEST(PngDoor, LossesAreNoted) {
     for (const int bitCount : {1, 4, 8, 24, 32})
         EXPECT_EQ(lossesOf(*randomImage(3, 3, bitCount, 1), "png"), "") << bitCount;
