@@ -24,32 +24,40 @@ std::string_view compression(FirstBytes bytes) {
 
 bool probe(ProbeRequest& request) {
     IlbmForm form;
-    if (!readIlbmForm(request.file, form, request.result)) return false;
+    if (!readIlbmForm(request.file, request.options, form, request.result)) return false;
     request.info.width = form.header.width;
     request.info.height = form.header.height;
-    request.info.bitCount = bitCountOf(form.pixels);
+    request.info.bitCount = form.imageBits();
     request.info.storedBits = form.header.planes;
     request.info.paletteSize = static_cast<int>(dib::addressableEntries(request.info.bitCount));
-    request.info.hasAlpha = form.pixels == IlbmPixels::kColorsAndAlpha;
+    request.info.hasAlpha = form.hasAlpha();
     request.result.metadata.xResolution = form.xResolution;
     request.result.metadata.yResolution = form.yResolution;
     nameCompression(request.info, form.header.compression == 1 ? "packbits" : "none");
     return true;
 }
 
+void noteAlpha(const IlbmForm& form, DibFileResult& result) {
+    if (form.alpha == IlbmAlpha::kMask && areIndices(form.pixels)) {
+        note(result, DIB_NOTE_ASSUMPTION, "the mask became alpha, so colours replace the indices");
+    } else if (form.alpha == IlbmAlpha::kNone && form.header.transparent >= 0) {
+        note(result, DIB_NOTE_ASSUMPTION, "the transparent colour %d was ignored", form.header.transparent);
+    }
+}
+
 bool read(ReadRequest& request) {
     IlbmForm form;
-    if (!readIlbmForm(request.file, form, request.result)) return false;
+    if (!readIlbmForm(request.file, request.options, form, request.result)) return false;
     request.result.metadata.xResolution = form.xResolution;
     request.result.metadata.yResolution = form.yResolution;
-    if (form.header.hasMask) note(request.result, DIB_NOTE_LOSS, "the mask is not applied");
     const BitmapHeader& header = form.header;
-    const int bitCount = bitCountOf(form.pixels);
+    noteAlpha(form, request.result);
+    const int bitCount = form.imageBits();
     NewImage picture(request.image, &request.progress);
     if (!picture.create(request.file, header.width, header.height, bitCount, header.fewestBytes()))
         return request.end(false);
     std::copy_n(form.colors.begin(), dib::addressableEntries(bitCount), dib::colorTable(picture->Header));
-    PlaneRow row(header, form.pixels, &form.colors);
+    PlaneRow row(header, form.pixels, &form.colors, form.alpha);
     if (!row.ready()) return request.end(fail(picture, DIB_ERROR_MEMORY));
     if (request.file.seek(form.body) && readIlbmRows(request.file, header, row, picture)) return true;
     if (request.progress.isCancelled()) return false;

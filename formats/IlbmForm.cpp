@@ -60,6 +60,14 @@ IlbmPixels pixelsOf(const IlbmForm& form) {
     return planes == kMostWidePlanes ? IlbmPixels::kColorsAndAlpha : IlbmPixels::kColors;
 }
 
+// Painting programs name a transparent colour in pictures that have none, so it counts only when asked for.
+IlbmAlpha alphaOf(const IlbmForm& form, const DibLoadOptions& options) {
+    if (form.pixels == IlbmPixels::kColorsAndAlpha) return IlbmAlpha::kNone;
+    if (form.header.hasMask) return IlbmAlpha::kMask;
+    const bool hasColor = form.header.transparent >= 0 && areIndices(form.pixels);
+    return hasColor && options.alpha == DIB_ALPHA_STORED ? IlbmAlpha::kColor : IlbmAlpha::kNone;
+}
+
 // Pictures without colours are grey. With six planes the screen may show each of 32 colours half as bright,
 // too.
 void completeColors(IlbmForm& form) {
@@ -99,7 +107,7 @@ bool judgeHeader(const BitmapHeader& header, DibFileResult& result) {
 
 }  // namespace
 
-bool readIlbmForm(ByteReader& file, IlbmForm& form, DibFileResult& result) {
+bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& form, DibFileResult& result) {
     constexpr std::size_t kTypeEnd = 12;
     const unsigned char* start = file.take(kTypeEnd);
     if (start == nullptr || std::memcmp(start, "FORM", 4) != 0)
@@ -125,6 +133,7 @@ bool readIlbmForm(ByteReader& file, IlbmForm& form, DibFileResult& result) {
             form.body = at + iff_chunk::kBytes;
             if (!judgeHeader(form.header, result)) return false;
             form.pixels = pixelsOf(form);
+            form.alpha = alphaOf(form, options);
             completeColors(form);
             return true;
         }

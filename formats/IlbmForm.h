@@ -19,10 +19,14 @@ struct IlbmForm {
     int yResolution = 0;
     std::int64_t body = 0;  // the position of the rows
     IlbmPixels pixels = IlbmPixels::kBits;
+    IlbmAlpha alpha = IlbmAlpha::kNone;
+
+    int imageBits() const { return alpha != IlbmAlpha::kNone ? 32 : bitCountOf(pixels); }
+    bool hasAlpha() const { return alpha != IlbmAlpha::kNone || pixels == IlbmPixels::kColorsAndAlpha; }
 };
 
 // Reads the chunks up to the rows. False with the reason in the result.
-bool readIlbmForm(ByteReader& file, IlbmForm& form, DibFileResult& result);
+bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& form, DibFileResult& result);
 
 }  // namespace formats
 

@@ -18,8 +18,7 @@ constexpr std::size_t planeRowBytes(std::size_t width) { return (width + 15) / 1
 // Groups of eight pixels; the last one may have fewer.
 constexpr std::size_t pixelGroups(std::size_t width) { return (width + 7) / 8; }
 
-// The content of a BMHD chunk. Positions, the transparent colour, the shape of pixels and the size of the
-// page are not read.
+// The content of a BMHD chunk. Positions, the shape of pixels and the size of the page are not read.
 struct BitmapHeader {
     static constexpr std::size_t kBytes = 20;
 
@@ -29,9 +28,16 @@ struct BitmapHeader {
     bool hasMask = false;
     unsigned compression = 0;  // 0 none, 1 PackBits
     bool isChunky = false;     // a byte a pixel in rows of even length, as in FORMs of type PBM
+    int transparent = -1;      // index; negative when there is none
 
     static BitmapHeader parse(const unsigned char* bytes) {
-        return {dib::readBe16(bytes), dib::readBe16(bytes + 2), bytes[8], bytes[9] == 1, bytes[10]};
+        enum Masking : unsigned { kMaskPlane = 1, kTransparentColor = 2 };
+        return {.width = dib::readBe16(bytes),
+                .height = dib::readBe16(bytes + 2),
+                .planes = bytes[8],
+                .hasMask = bytes[9] == kMaskPlane,
+                .compression = bytes[10],
+                .transparent = bytes[9] == kTransparentColor ? dib::readBe16(bytes + 12) : -1};
     }
     // Sizes keep their low 16 bits.
     std::array<unsigned char, kBytes> bytes() const {

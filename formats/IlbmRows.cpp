@@ -8,16 +8,22 @@
 
 namespace formats {
 
-PlaneRow::PlaneRow(const BitmapHeader& header, IlbmPixels pixels, const IlbmColors* colors)
+PlaneRow::PlaneRow(const BitmapHeader& header, IlbmPixels pixels, const IlbmColors* colors, IlbmAlpha alpha)
     : header_(header),
       kind_(pixels),
       colors_(colors),
+      alpha_(alpha),
       width_(static_cast<std::size_t>(header.width)),
       planesBytes_(static_cast<std::size_t>(std::max(kMostPlanes, header.planes)) * header.planeBytes()),
       planes_(dib::allocateZeroed<unsigned char>(planesBytes_ + header.maskBytes())),
       pixels_(dib::allocateArray<unsigned char>(std::size_t{4} * 8 * header.planeBytes())) {}
 
 void PlaneRow::storeInto(unsigned char* row, std::size_t rowBytes) {
+    if (alpha_ != IlbmAlpha::kNone) return storeWithAlpha(row);
+    storeOpaque(row, rowBytes);
+}
+
+void PlaneRow::storeOpaque(unsigned char* row, std::size_t rowBytes) {
     switch (kind_) {
         case IlbmPixels::kBits: return storeBits(row, rowBytes, false);
         case IlbmPixels::kRotatedBits: return storeBits(row, rowBytes, true);
@@ -104,6 +110,22 @@ void PlaneRow::storeColors(unsigned char* row, std::size_t channels) {
         colors[channel] = bytes;
     }
     joinColors({colors, channels}, row, width_);
+}
+
+void PlaneRow::storeWithAlpha(unsigned char* row) {
+    const bool hasIndices = areIndices(kind_);
+    // Colours of 3 bytes are stored at the end of the row, before which they grow to 4.
+    const unsigned char* color = row + width_;
+    if (!hasIndices) storeOpaque(row + width_, 3 * width_);
+    if (hasIndices && !header_.isChunky) gatherBytes();
+    const unsigned char* indices = header_.isChunky ? planes() : pixels_.get();
+    for (std::size_t x = 0; x < width_; ++x, color += 3) {
+        DibBGRA pixel = hasIndices ? (*colors_)[indices[x]] : DibBGRA{color[0], color[1], color[2], 0};
+        const bool isVisible = alpha_ == IlbmAlpha::kMask ? (mask()[x / 8] & 0x80U >> x % 8) != 0
+                                                          : indices[x] != header_.transparent;
+        pixel.alpha = isVisible ? 255 : 0;
+        std::memcpy(row + 4 * x, &pixel, sizeof pixel);
+    }
 }
 
 bool readIlbmRows(ByteReader& file, const BitmapHeader& header, PlaneRow& row, NewImage& picture,

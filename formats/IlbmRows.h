@@ -38,13 +38,19 @@ constexpr int bitCountOf(IlbmPixels pixels) {
     return 0;
 }
 
+constexpr bool areIndices(IlbmPixels pixels) { return bitCountOf(pixels) <= 8; }
+
 using IlbmColors = std::array<DibBGRA, 256>;
+
+// What makes pixels transparent, which become 32 bits then.
+enum class IlbmAlpha { kNone, kMask, kColor };
 
 // The planes of one row, and their conversion to pixels.
 class PlaneRow {
 public:
-    // `colors` is what held colours name; it must outlive the object.
-    PlaneRow(const BitmapHeader& header, IlbmPixels pixels, const IlbmColors* colors = nullptr);
+    // `colors` is what held colours and those with alpha name; it must outlive the object.
+    PlaneRow(const BitmapHeader& header, IlbmPixels pixels, const IlbmColors* colors = nullptr,
+             IlbmAlpha alpha = IlbmAlpha::kNone);
 
     bool ready() const { return planes_ != nullptr && pixels_ != nullptr; }
     // Room for the colour planes, of which missing ones stay 0, and for the mask.
@@ -59,11 +65,14 @@ private:
     void storeTwoValues(unsigned char* row, std::size_t rowBytes);
     void storeHeldColors(unsigned char* row);
     void storeColors(unsigned char* row, std::size_t channels);
+    void storeWithAlpha(unsigned char* row);
+    void storeOpaque(unsigned char* row, std::size_t rowBytes);
     void gatherBytes();
 
     BitmapHeader header_;
     IlbmPixels kind_;
     const IlbmColors* colors_;
+    IlbmAlpha alpha_;
     std::size_t width_;
     std::size_t planesBytes_;
     dib::MallocPtr<unsigned char> planes_;

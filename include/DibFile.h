@@ -97,6 +97,9 @@ struct DibMetadata {
     /// Alpha of the first entries of the colour table, a byte each; the others are opaque. A load stores it
     /// where `DibLoadOptions::keepsPalette` asks; saving images of 1, 4 and 8 bits as PNG writes it.
     DibBytes paletteAlpha;
+    /// Of a TIM file: all but its pixels, so its positions in video memory and all its lookup tables. A TIM
+    /// file that is saved with it is like the one that was opened, but for what has changed of the image.
+    DibBytes timFrame;
 };
 
 /// What a note is about.
@@ -152,8 +155,11 @@ enum DibDamagePolicy : int {
 
 /// What the alpha of a file means.
 enum DibAlphaPolicy : int {
-    DIB_ALPHA_GUESS = 0,   ///< Alpha that is 0 everywhere becomes 255, with a note.
-    DIB_ALPHA_STORED = 1,  ///< Alpha stays as the file has it.
+    DIB_ALPHA_GUESS = 0,  ///< Alpha that is 0 everywhere becomes 255, with a note.
+    /// Alpha stays as the file has it. Colours that mean transparency become alpha, in images of 32 bits: in
+    /// TIM files of up to 16 bits black without the special bit becomes 0, other colours with it 128; in ILBM
+    /// files the transparent colour becomes 0.
+    DIB_ALPHA_STORED = 1,
 };
 
 /// How to open a file.

@@ -82,6 +82,7 @@ struct HeldMetadata {
     bool orientation = false;
     bool colorProfile = false;
     bool exif = false;
+    bool timFrame = false;
 };
 // Note what it does not hold.
 void noteMetadata(LossRequest& request, const HeldMetadata& held = {});

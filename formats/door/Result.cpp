@@ -78,6 +78,7 @@ void noteMetadata(LossRequest& request, const HeldMetadata& held) {
     lose(metadata->orientation != 1, held.orientation, "the orientation is not kept");
     lose(metadata->colorProfile.size > 0, held.colorProfile, "the colour profile is not kept");
     lose(metadata->exif.size > 0, held.exif, "the EXIF block is not kept");
+    lose(metadata->timFrame.size > 0, held.timFrame, "the positions in video memory are not kept");
 }
 
 }  // namespace formats

@@ -159,14 +159,73 @@ TEST(IlbmDoor, OddChunksMayBeFilledOrNot) {
     }
 }
 
-TEST(IlbmDoor, MasksAreNotedAndResolutionIsRead) {
-    const Bytes file = form(joined(
-        {bitmapHeader(8, 1, 1, 0, 1), chunk("DPI ", {0, 72, 0, 75}), chunk("BODY", {0xA5, 0, 0xFF, 0})}));
-    const Opened load = opened(file);
+TEST(IlbmDoor, ResolutionIsRead) {
+    const Opened load = opened(
+        form(joined({bitmapHeader(8, 1, 1), chunk("DPI ", {0, 72, 0, 75}), chunk("BODY", {0xA5, 0})})));
     ASSERT_TRUE(load.isLoaded);
-    EXPECT_EQ(notesOf(load.result), "the mask is not applied;");
     EXPECT_EQ(load.result.metadata.xResolution, 72);
     EXPECT_EQ(load.result.metadata.yResolution, 75);
+}
+
+constexpr unsigned kMaskPlane = 1;
+constexpr unsigned kTransparentColor = 2;
+
+TEST(IlbmDoor, MasksBecomeAlpha) {
+    // Two planes and a mask: indices 3 1 2 0 and so on, of which the first two and the last are visible.
+    const Bytes indices = form(joined(
+        {bitmapHeader(4, 1, 2, 0, kMaskPlane), kFourColors, chunk("BODY", {0xC0, 0, 0xA0, 0, 0xD0, 0})}));
+    const Opened colors = opened(indices);
+    ASSERT_TRUE(colors.isLoaded) << colors.result.reason;
+    EXPECT_EQ(colors.image->Header->biBitCount, 32);
+    EXPECT_EQ(codec_test::rowBytes(*colors.image, 0),
+              (Bytes{255, 0, 0, 255, 0, 0, 255, 255, 0, 255, 0, 0, 0, 0, 0, 255}));
+    EXPECT_EQ(notesOf(colors.result), "the mask became alpha, so colours replace the indices;");
+    DibFileInfo info;
+    ASSERT_TRUE(DibProbeMemory(indices.data(), indices.size(), &info));
+    EXPECT_EQ(info.bitCount, 32);
+    EXPECT_TRUE(info.hasAlpha);
+    EXPECT_EQ(info.paletteSize, 0);
+    EXPECT_GT(failEveryLoad(indices), 2);
+    expectRowsOfCutFiles(
+        form(joined({bitmapHeader(4, 3, 2, 0, kMaskPlane), kFourColors, chunk("BODY", Bytes(18, 0xFF))})),
+        12 + 28 + kFourColors.size() + 8, 6);
+
+    // 24 planes: red 1, green 2, blue 3 in the first pixel, red 255 in the second.
+    ByteWriter body;
+    for (unsigned plane = 0; plane < 24; ++plane) {
+        const unsigned value = plane < 8 ? 1 : plane < 16 ? 2 : 3;
+        body.u8((value >> plane % 8 & 1) << 7 | (plane < 8 ? 0x40U : 0)).u8(0);
+    }
+    body.u8(0x40).u8(0);
+    const Opened wide =
+        opened(form(joined({bitmapHeader(2, 1, 24, 0, kMaskPlane), chunk("BODY", body.bytes)})));
+    ASSERT_TRUE(wide.isLoaded) << wide.result.reason;
+    EXPECT_EQ(codec_test::rowBytes(*wide.image, 0), (Bytes{3, 2, 1, 0, 0, 0, 255, 255}));
+}
+
+TEST(IlbmDoor, TransparentColorsAreAlphaWhenAskedFor) {
+    Bytes header = bitmapHeader(4, 1, 2, 0, kTransparentColor);
+    header[8 + 13] = 2;
+    const Bytes file = form(joined({header, kFourColors, chunk("BODY", {0xC0, 0, 0xA0, 0})}));
+    const Opened plain = opened(file);
+    ASSERT_TRUE(plain.isLoaded) << plain.result.reason;
+    EXPECT_EQ(plain.image->Header->biBitCount, 4);
+    EXPECT_EQ(codec_test::rowBytes(*plain.image, 0), (Bytes{0x31, 0x20}));
+    EXPECT_EQ(notesOf(plain.result), "the transparent colour 2 was ignored;");
+    DibLoadOptions options;
+    options.alpha = DIB_ALPHA_STORED;
+    const Opened stored = opened(file, options);
+    ASSERT_TRUE(stored.isLoaded);
+    EXPECT_EQ(stored.image->Header->biBitCount, 32);
+    EXPECT_EQ(codec_test::rowBytes(*stored.image, 0),
+              (Bytes{255, 0, 0, 255, 0, 0, 255, 255, 0, 255, 0, 0, 0, 0, 0, 255}));
+    // The same of bytes that are not spread over planes.
+    Bytes chunky = bitmapHeader(4, 1, 8, 0, kTransparentColor);
+    chunky[8 + 13] = 2;
+    const Opened bytes =
+        opened(form(joined({chunky, kFourColors, chunk("BODY", {3, 1, 2, 0})}), "PBM "), options);
+    ASSERT_TRUE(bytes.isLoaded) << bytes.result.reason;
+    EXPECT_EQ(testing_support::pixelBytes(*bytes.image), testing_support::pixelBytes(*stored.image));
 }
 
 TEST(IlbmDoor, ReasonsNameWhatIsWrong) {
