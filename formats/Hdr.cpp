@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -73,7 +74,17 @@ struct Header {
     int height = 0;
     int orientation = 1;  // as in DibMetadata
     bool isXyz = false;
+    // What pixels were multiplied by, and the power that they were raised to.
+    double exposure = 1;
+    double gamma = 1;
 };
+
+// Several exposures are multiplied; what is not a number counts as 1.
+void readFactor(std::string_view text, double& factor) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    double value = 1;
+    if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc()) factor *= value;
+}
 
 // "-Y 480 +X 640": the rows with the side that the first of them is at, then the columns.
 bool readOrder(const char* at, Header& header) {
@@ -113,6 +124,10 @@ RgbeError readWideHeader(ByteReader& file, Header& header) {
             isFormatKnown = true;
             header.isXyz = isXyz;
         }
+        constexpr std::string_view kExposureLine = "EXPOSURE=";
+        constexpr std::string_view kGammaLine = "GAMMA=";
+        if (line.starts_with(kExposureLine)) readFactor(line.substr(kExposureLine.size()), header.exposure);
+        if (line.starts_with(kGammaLine)) readFactor(line.substr(kGammaLine.size()), header.gamma);
     } while (true);
     if (!isFormatKnown) return RgbeError::kNoFormat;
     if (!lines.next()) return RgbeError::kRead;
@@ -334,6 +349,11 @@ bool read(ReadRequest& request) {
     NewImage picture(request.image, &request.progress);
     const bool isRead = request.end(decode(request.file, kWide, header, picture, error));
     request.result.metadata.orientation = header.orientation;
+    // Other programs show pixels as they are stored, too.
+    if (header.exposure != 1)
+        note(request.result, DIB_NOTE_ASSUMPTION, "the exposure of %g was not undone", header.exposure);
+    if (header.gamma != 1)
+        note(request.result, DIB_NOTE_ASSUMPTION, "the gamma of %g was not undone", header.gamma);
     const bool hasPicture = request.image->Header != nullptr;
     if (hasPicture && error == RgbeError::kRead) refuse(request.result, DIB_ERROR_READ, "%s", kShortPixels);
     if (error == RgbeError::kWidth)

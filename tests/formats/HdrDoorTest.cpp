@@ -152,6 +152,34 @@ TEST(HdrDoor, XyzBecomesRedGreenBlue) {
     EXPECT_NEAR(row[5], 208, 1);  // 255 x (2.5653 x 0.25) ^ (1 / 2.2)
 }
 
+TEST(HdrDoor, ExposureAndGammaAreNoted) {
+    const auto withLines = [](const std::string& lines) {
+        const Bytes file = flat();
+        return opened(hdr("-Y 3 +X 3", Bytes(file.end() - 36, file.end()),
+                          "#?RADIANCE\n" + lines + "FORMAT=32-bit_rle_rgbe\n\n"));
+    };
+    const Opened plain = withLines("");
+    ASSERT_TRUE(plain.isLoaded) << plain.result.reason;
+    EXPECT_EQ(notesOf(plain.result), "");
+    struct Case {
+        const char* lines;
+        const char* notes;
+    };
+    const Case cases[] = {
+        {"EXPOSURE=2.5\n", "the exposure of 2.5 was not undone;"},
+        {"EXPOSURE= 2\nEXPOSURE=3\n", "the exposure of 6 was not undone;"},
+        {"EXPOSURE=2\nEXPOSURE=.5\nGAMMA=1.0\n", ""},
+        {"GAMMA=2.2\nEXPOSURE=4\n", "the exposure of 4 was not undone;the gamma of 2.2 was not undone;"},
+        {"EXPOSURE=\nGAMMA=bright\n", ""},
+    };
+    for (const Case& c : cases) {
+        const Opened load = withLines(c.lines);
+        ASSERT_TRUE(load.isLoaded) << c.lines << load.result.reason;
+        EXPECT_EQ(notesOf(load.result), c.notes);
+        EXPECT_EQ(reds(*load.image), reds(*plain.image)) << c.lines;
+    }
+}
+
 TEST(HdrDoor, LinesOfTheHeaderMayEndWithBlanks) {
     EXPECT_TRUE(
         opened(hdr("-Y 1 +X 1\r", {9, 9, 9, 128}, "#?RGBE\r\n# comment\r\nFORMAT=32-bit_rle_rgbe \r\n\r\n"))
