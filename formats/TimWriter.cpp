@@ -89,8 +89,9 @@ private:
     // The words of table `table`, as far as there are any.
     template <class Use>
     void forEachWord(unsigned char* head, std::size_t table, const Use& use) const {
-        const std::size_t count = layout_.tableColors();
-        const std::size_t first = static_cast<std::size_t>(layout_.firstColor) + 2 * count * table;
+        const std::size_t before = layout_.tableColors() * table;
+        const std::size_t count = std::min(layout_.tableColors(), layout_.colors - before);
+        const std::size_t first = static_cast<std::size_t>(layout_.firstColor) + 2 * before;
         const std::size_t end = static_cast<std::size_t>(layout_.pixelStart) - TimBlock::kBytes;
         for (std::size_t i = 0; i < count && first + 2 * i + 2 <= end; ++i) use(i, head + first + 2 * i);
     }

@@ -34,6 +34,22 @@ void checkResult(bool isDone, const DibFileResult& result) {
                   "notes are counted");
 }
 
+// A TIM file that is saved with the metadata of its load is the same again, but for what lies between rows
+// of 24 bits, and where alpha has replaced a lookup table.
+void checkTim(const std::uint8_t* data, std::size_t size, const DibStream& image, const DibFileInfo& info,
+              const DibMetadata& metadata) {
+    DibSaveOptions options;
+    options.format = "tim";
+    options.metadata = &metadata;
+    DibBytes bytes;
+    const bool isSaved = DibSaveMemory(&bytes, &image, &options);
+    fuzz::require(isSaved, "a TIM file can be saved again");
+    const bool isKept = info.storedBits == 16 || info.storedBits == image.Header->biBitCount;
+    if (info.storedBits == 24 || !isKept) return;
+    fuzz::require(bytes.size == size && std::memcmp(bytes.data, data, size) == 0,
+                  "an unchanged TIM file is the same again");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -63,6 +79,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!isLoaded) return 0;
     fuzz::checkImage(image);
     if (!isProbed || options.layer >= 0) return 0;
+    const bool isWhole = options.damage == DIB_DAMAGE_REFUSE;
+    if (isWhole && std::strcmp(info.format->name, "tim") == 0)
+        checkTim(data, size, image, info, result.metadata);
     const int rows = std::abs(image.Header->biHeight);
     const bool isSame = info.width == image.Header->biWidth && info.height == rows;
     const bool isTurned = info.width == rows && info.height == image.Header->biWidth;

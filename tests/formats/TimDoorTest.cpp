@@ -228,8 +228,12 @@ TEST(TimDoor, UnchangedFilesAreTheSameAgain) {
     block(greys, 1, 1).raw({0x10, 0x32});
     ByteWriter widths = timStart(3);
     block(widths, 4, 1).raw({1, 2, 3, 4, 5, 6, 0, 0});
-    for (const Bytes& file :
-         {words(), indices(1), indices(3), trueColors(), specialWords(), greys.bytes, widths.bytes}) {
+    // Two colours in a block that has room for more.
+    ByteWriter few = timStart(8);
+    few.le32(kBlockHeader + 8).le16(0).le16(480).le16(2).le16(1).le16(1).le16(2).le16(3).le16(4);
+    block(few, 1, 1).raw({0x10, 0x32});
+    for (const Bytes& file : {words(), indices(1), indices(3), trueColors(), specialWords(), greys.bytes,
+                              widths.bytes, few.bytes}) {
         Bytes expected = file;
         if (file == trueColors()) expected[20 + 15] = expected[20 + 31] = 0;  // fill is not kept
         const Opened load = opened(file);
