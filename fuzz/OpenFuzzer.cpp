@@ -60,6 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     options.alpha = (choice & 2U) != 0 ? DIB_ALPHA_STORED : DIB_ALPHA_GUESS;
     options.name = kNames[choice >> 2 & 3U];
     options.layer = (choice & 16U) != 0 ? 0 : -1;
+    options.part = static_cast<DibLayerPart>((choice >> 6) % 3);
     options.mostBytes = 1U << 24;
 
     DibFileInfo info;
@@ -67,6 +68,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool isProbed = DibProbeMemory(data, size, &info, &options, &result);
     checkResult(isProbed, result);
     fuzz::require(info.width >= 0 && info.height >= 0, "sizes are not negative");
+
+    DibLayers layers;
+    const bool isListed = DibProbeLayers(data, size, &layers, &options, &result);
+    checkResult(isListed, result);
+    for (std::size_t i = 0; i < layers.count; ++i) {
+        const DibLayer& layer = layers.items[i];
+        fuzz::require(std::memchr(layer.name, 0, sizeof layer.name) != nullptr, "names end");
+        fuzz::require(layer.width >= 0 && layer.height >= 0, "sizes are not negative");
+        fuzz::require(layer.group == -1 || (layer.group > static_cast<int>(i) &&
+                                            static_cast<std::size_t>(layer.group) < layers.count),
+                      "groups are layers above");
+    }
 
     DibStream image;
     Progress progress;

@@ -141,6 +141,64 @@ struct DibFileInfo {
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
     int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
     bool isTopDown = false;  ///< Whether a load gives a negative height.
+    char colors[16] = "";    ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
+    int channels = 0;        ///< Of a document: channels of the merged picture, those behind the colours too.
+    int channelBits = 0;     ///< Of a document: bits per channel.
+};
+
+/// What a layer is.
+enum DibLayerKind : int {
+    DIB_LAYER_PLAIN = 0,      ///< A picture, or something that changes the layers below it.
+    DIB_LAYER_GROUP = 1,      ///< The upper end of a group, which has its name.
+    DIB_LAYER_GROUP_END = 2,  ///< The lower end of a group.
+};
+
+/// A mask of a layer: a grey picture of its own size.
+struct DibLayerMask {
+    bool exists = false;      ///< Whether the layer has it.
+    bool isDisabled = false;  ///< Whether it is switched off.
+    int left = 0;             ///< In pixels of the document, which it may leave.
+    int top = 0;              ///< See `left`.
+    int width = 0;            ///< Columns; 0 when it has no pixels.
+    int height = 0;           ///< Rows; 0 when it has no pixels.
+    int outside = 0;          ///< What it is outside its rectangle, 0 (hides) to 255 (shows).
+};
+
+/// A layer of a document.
+struct DibLayer {
+    char name[768] = "";                  ///< UTF-8; longer names are cut.
+    DibLayerKind kind = DIB_LAYER_PLAIN;  ///< What it is.
+    int group = -1;                       ///< Number of the group that it is in; -1 when there is none.
+    int left = 0;                         ///< In pixels of the document, which it may leave.
+    int top = 0;                          ///< See `left`.
+    int width = 0;                        ///< Columns; 0 when it has no pixels.
+    int height = 0;                       ///< Rows; 0 when it has no pixels.
+    int opacity = 255;                    ///< 0 to 255. Loads do not apply it.
+    bool isVisible = true;                ///< Whether it is switched on.
+    bool isClipped = false;               ///< Whether it shows only where the layer below it does.
+    int blendMode = 0;                    ///< As `DibPSDLoader::GetLayerBlendMode` (DibPSDLoader.h) has it.
+    /// The mask in force and, when that unites a painted mask and one of lines, the painted one alone.
+    DibLayerMask masks[2];
+};
+
+/// The layers of a document, which the object frees.
+struct DibLayers {
+    DibLayer* items = nullptr;  ///< From the lowest to the highest, as `DibLoadOptions::layer` counts them.
+    std::size_t count = 0;      ///< Number of items.
+
+    /// No layers.
+    DibLayers() = default;
+    /// Takes the other's layers, which has none then.
+    DibLayers(DibLayers&& other) noexcept
+        : items(std::exchange(other.items, nullptr)), count(std::exchange(other.count, 0)) {}
+    /// Exchanges the layers.
+    DibLayers& operator=(DibLayers&& other) noexcept {
+        std::swap(items, other.items);
+        std::swap(count, other.count);
+        return *this;
+    }
+    /// Frees the layers.
+    ~DibLayers() { std::free(items); }
 };
 /// @}
 
@@ -162,6 +220,13 @@ enum DibAlphaPolicy : int {
     DIB_ALPHA_STORED = 1,
 };
 
+/// Which picture of a layer to open.
+enum DibLayerPart : int {
+    DIB_LAYER_PIXELS = 0,       ///< Its pixels, 32 bits, without its masks and opacity.
+    DIB_LAYER_MASK = 1,         ///< The first of its masks, 8 bits of grey.
+    DIB_LAYER_SECOND_MASK = 2,  ///< The second of them, 8 bits of grey.
+};
+
 /// How to open a file.
 struct DibLoadOptions {
     std::size_t size =
@@ -181,6 +246,7 @@ struct DibLoadOptions {
     /// A PNG palette with transparency stays one, with its alpha in `DibMetadata::paletteAlpha`. Otherwise
     /// such a picture has 32 bits, and its indices are gone.
     bool keepsPalette = false;
+    DibLayerPart part = DIB_LAYER_PIXELS;  ///< Of the layer, when one is chosen.
 };
 
 /// How a TIFF file packs its rows.
@@ -270,6 +336,18 @@ DIB_EXPORT bool DibProbeFile(const wchar_t* path, DibFileInfo* info, const DibLo
                              DibFileResult* result = nullptr);
 /// The same for a file in memory.
 DIB_EXPORT bool DibProbeMemory(const void* bytes, std::size_t size, DibFileInfo* info,
+                               const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr);
+
+/// Reads what a document says about its layers, without decoding their pixels. Files of formats without
+/// layers have none. A document that ends inside the list gives those before, with a warning.
+/// @return False with a code and a reason as by `DibLoadFile`, and `layers` empty.
+DIB_EXPORT bool DibProbeLayers(const char* path, DibLayers* layers, const DibLoadOptions* options = nullptr,
+                               DibFileResult* result = nullptr);
+/// The same for a wide path.
+DIB_EXPORT bool DibProbeLayers(const wchar_t* path, DibLayers* layers,
+                               const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr);
+/// The same for a file in memory.
+DIB_EXPORT bool DibProbeLayers(const void* bytes, std::size_t size, DibLayers* layers,
                                const DibLoadOptions* options = nullptr, DibFileResult* result = nullptr);
 /// @}
 

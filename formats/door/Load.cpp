@@ -246,6 +246,29 @@ bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* 
     });
 }
 
+template <class... From>
+bool listLayersOf(DibLayers* layers, const DibLoadOptions* options, DibFileResult* result, From... from) {
+    DibFileResult own;
+    DibFileResult& out = result != nullptr ? *result : own;
+    return runCall(out, [&] {
+        if (layers == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no list to fill");
+        *layers = DibLayers();
+        DibLoadOptions complete;
+        if (!completeOptions(options, complete, out)) return false;
+        Source source(out, complete.mostBytes);
+        if (!openSource(source, from...)) return false;
+        const FileFormat* format = recognize(source, complete, out);
+        if (format == nullptr) return false;
+        if (format->listLayers == nullptr) return true;
+        LayersRequest request = {source.reader(), complete, *layers, out};
+        source.reader().seek(0);
+        const bool isListed = format->listLayers(request);
+        if (source.error() == 0) return isListed;
+        *layers = DibLayers();
+        return refuseForError(source, out);
+    });
+}
+
 }  // namespace
 
 }  // namespace formats
@@ -281,4 +304,17 @@ bool DibProbeFile(const wchar_t* path, DibFileInfo* info, const DibLoadOptions* 
 bool DibProbeMemory(const void* bytes, std::size_t size, DibFileInfo* info, const DibLoadOptions* options,
                     DibFileResult* result) {
     return formats::probeFrom(info, options, result, bytes, size);
+}
+
+bool DibProbeLayers(const char* path, DibLayers* layers, const DibLoadOptions* options,
+                    DibFileResult* result) {
+    return formats::listLayersOf(layers, options, result, path);
+}
+bool DibProbeLayers(const wchar_t* path, DibLayers* layers, const DibLoadOptions* options,
+                    DibFileResult* result) {
+    return formats::listLayersOf(layers, options, result, path);
+}
+bool DibProbeLayers(const void* bytes, std::size_t size, DibLayers* layers, const DibLoadOptions* options,
+                    DibFileResult* result) {
+    return formats::listLayersOf(layers, options, result, bytes, size);
 }

@@ -56,7 +56,8 @@ bool completeOptions(const DibLoadOptions* options, DibLoadOptions& complete, Di
            isBetween(complete.alpha, DIB_ALPHA_GUESS, DIB_ALPHA_STORED, "DibLoadOptions::alpha", result) &&
            isBetween(complete.page, 0, INT_MAX, "DibLoadOptions::page", result) &&
            isBetween(complete.layer, -1, INT_MAX, "DibLoadOptions::layer", result) &&
-           isBetween(complete.level, 0, INT_MAX, "DibLoadOptions::level", result);
+           isBetween(complete.level, 0, INT_MAX, "DibLoadOptions::level", result) &&
+           isBetween(complete.part, DIB_LAYER_PIXELS, DIB_LAYER_SECOND_MASK, "DibLoadOptions::part", result);
 }
 
 bool completeOptions(const DibSaveOptions* options, DibSaveOptions& complete, DibFileResult& result) {

@@ -49,6 +49,15 @@ struct ProbeRequest {
     DibFileResult& result;
 };
 
+// Read what a document says about its layers. False with a code and a reason when that cannot be read, or
+// memory is short.
+struct LayersRequest {
+    ByteReader& file;
+    const DibLoadOptions& options;
+    DibLayers& layers;
+    DibFileResult& result;
+};
+
 // Stores the name of a packing in `info.compression`.
 void nameCompression(DibFileInfo& info, std::string_view name);
 

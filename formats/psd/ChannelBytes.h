@@ -22,13 +22,15 @@ DIB_ALWAYS_INLINE void bytesOfWords(const unsigned char* __restrict line, unsign
     for (std::size_t x = 0; x < count; ++x) to[x] = line[2 * x];
 }
 
-// The nearest byte.
+// The nearest byte. A sample is 257 x its high byte + the difference of its bytes.
 DIB_ALWAYS_INLINE void bytesOfRoundedWords(const unsigned char* __restrict line, unsigned char* __restrict to,
                                            std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) {
-        const auto value = static_cast<std::uint32_t>(line[2 * x] << 8 | line[2 * x + 1]);
-        // The nearest value / 257.
-        to[x] = static_cast<unsigned char>((value * 255 + 32895) >> 16);
+        std::uint16_t swapped = 0;
+        std::memcpy(&swapped, line + 2 * x, sizeof swapped);
+        const auto high = static_cast<std::int16_t>(swapped & 255);
+        const auto more = static_cast<std::int16_t>((swapped >> 8) - high);
+        to[x] = static_cast<unsigned char>(high + (more > 128 ? 1 : 0) - (more < -128 ? 1 : 0));
     }
 }
 

@@ -11,9 +11,8 @@
 
 namespace formats::psd {
 
-Document::Document(DibPSDLoader& loader, ByteReader& source, std::FILE* stream, const Wide* wideLoad)
+Document::Document(DibPSDLoader& loader, ByteReader& source, std::FILE* stream)
     : file(source),
-      wide(wideLoad),
       isWatched(loader.callback_ != nullptr),
       header(loader.header_),
       target(loader.target_),
@@ -37,43 +36,17 @@ bool Document::load() {
     return false;
 }
 
-bool Document::loadLayers() {
-    return readHeader(*this) && readColorMode(*this) && readResources(*this) && readLayers(*this);
-}
-
-int Document::storedMode(const DibStream* image) const {
-    const bool isGrey = header.mode == kGrey || header.mode == kBitmap;
-    const bool hasColors = image != nullptr && image->Header != nullptr && image->Header->biBitCount == 32;
-    return wide != nullptr && isGrey && hasColors ? static_cast<int>(kRgb) : header.mode;
-}
-
-int Document::targetBits() const {
-    if (wide == nullptr) return header.channels == 3 ? 24 : header.channels == 1 ? 8 : 32;
-    if (wide->hasAlpha) return 32;
-    return header.mode == kRgb || header.mode == kCmyk ? 24 : 8;
-}
-
 bool Document::createTarget() {
     if (target == nullptr) target = new (std::nothrow) DibStream;
     if (target == nullptr) return false;
-    if (!createPicture(file, *target, header.columns, header.rows, targetBits())) return false;
+    const int bitCount = header.channels == 3 ? 24 : header.channels == 1 ? 8 : 32;
+    if (!createPicture(file, *target, header.columns, header.rows, bitCount)) return false;
     // Nobody sees the picture before its pixels are stored, which fills only what they leave.
     if (isWatched) fillWhite(*target);
     return true;
 }
 
-bool Document::reportPart(std::int64_t done, std::int64_t total) {
-    constexpr double kWhenDecoded = 0.99;
-    return wide == nullptr ||
-           wide->progress.report(kWhenDecoded * static_cast<double>(done) / static_cast<double>(total));
-}
-
 bool Document::report() {
-    if (wide != nullptr) {
-        const std::int64_t size = std::max<std::int64_t>(file.size(), 1);
-        return wide->layer < 0 ? !wide->progress.isCancelled()
-                               : reportPart(std::min(file.position(), size), size);
-    }
     if (loader_.callback_ == nullptr) return true;
     // Lengths in the file may lead beyond its end, and it may be empty; a fraction stays between 0 and 1.
     const std::int64_t position = std::min(file.position(), file.size());

@@ -10,14 +10,12 @@
 #include <span>
 #include <vector>
 
-#include "formats/door/Progress.h"
+#include "formats/psd/Outline.h"
 #include "formats/psd/Reader.h"
 
 namespace formats::psd {
 
-enum ColorMode { kBitmap = 0, kGrey = 1, kIndexed = 2, kRgb = 3, kCmyk = 4 };
-
-// Whether a colour mode can be read with so many bits per channel.
+// Whether classic loads read a colour mode with so many bits per channel.
 constexpr bool isVariant(int mode, int depth) {
     switch (mode) {
         case kBitmap: return depth == 1;
@@ -29,39 +27,22 @@ constexpr bool isVariant(int mode, int depth) {
     }
 }
 
-// What the functions of DibFile.h ask of a load. Their callers see no picture before it is finished.
-struct Wide {
-    Progress& progress;
-    bool hasAlpha;  // the channel behind the colours is the transparency of the merged picture
-    int layer;      // the only one to be read; negative: the merged picture
-};
-
-// Where the pixels of a picture could not be read.
-struct Damage {
-    std::size_t channel = 0;
-    std::int64_t row = -1;  // negative: nowhere
-};
-
 // Lives while `DibPSDLoader::Load` runs and works on the loader's fields.
 class Document {
 public:
     using Header = DibPSDLoader::FileHeader;
 
-    // `stream` is what the steps of a load see as their file; `wide` is null for classic loads.
-    Document(DibPSDLoader& loader, ByteReader& source, std::FILE* stream, const Wide* wide = nullptr);
+    // `source` reads `stream`.
+    Document(DibPSDLoader& loader, ByteReader& source, std::FILE* stream);
     ~Document();
     Document(const Document&) = delete;
     Document& operator=(const Document&) = delete;
 
     // Reads all sections.
     bool load();
-    // Reads the sections up to the layers, but no picture of the document's size.
-    bool loadLayers();
 
     // Reports the position; false when the callback cancels, or empties or replaces the target.
     bool report();
-    // Reports a part of the merged picture to the caller of a wide load.
-    bool reportPart(std::int64_t done, std::int64_t total);
     // Writes to the log, if there is one.
     __attribute__((format(printf, 2, 3))) void log(const char* format, ...) const;
     bool hasLog() const { return loader_.log_ != nullptr; }
@@ -69,20 +50,8 @@ public:
     void setError(DibErrorCode code);
     bool wantsLayers() const { return loader_.enableLayer_; }
     bool wantsMasks() const { return loader_.enableMask_; }
-    bool wantsPixels(std::size_t layer) const {
-        return wide == nullptr || static_cast<std::size_t>(wide->layer) == layer;
-    }
-    // How samples are stored: greys of pictures with alpha go into red.
-    int storedMode(const DibStream* image) const;
 
     Reader file;
-    const Wide* const wide;
-    Damage damage;
-    bool isShortOfMemory = false;  // classic loads leave the code as it is then
-    bool failForMemory() {
-        isShortOfMemory = true;
-        return false;
-    }
     // Whether a callback can see the target before it is finished.
     const bool isWatched;
     // A callback may call the steps of a load, but not read the layers while they are being read.
@@ -95,7 +64,6 @@ public:
 
 private:
     bool createTarget();
-    int targetBits() const;
 
     DibPSDLoader& loader_;
 };

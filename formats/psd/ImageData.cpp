@@ -49,8 +49,7 @@ bool Planes::begin(Document& document, DibStream* image, std::size_t channels) {
         } else {
             const auto bytes = static_cast<std::size_t>(tableBytes);
             packedLengths = dib::allocateArray<unsigned char>(bytes + 1);
-            if (packedLengths == nullptr) return document.failForMemory();
-            if (!file.read(packedLengths.get(), bytes)) return false;
+            if (packedLengths == nullptr || !file.read(packedLengths.get(), bytes)) return false;
         }
     }
     rowBytes = planeRowBytes(document.header.depth, width);
@@ -79,10 +78,6 @@ bool readPackBitsRow(Document& document, unsigned char* out, std::int64_t count,
     const std::int64_t start = file.position();
     PackBits packets(file.bytes());
     packets.unpack({out, wanted});
-    if (document.wide != nullptr && packets.unpacked() == wanted) {
-        // Some writers fill their rows with bytes that are no pixels.
-        return file.seek(start + packedBytes);
-    }
     const auto produced = static_cast<std::int64_t>(packets.unpacked() + packets.left());
     packets.drop();
     if (produced != count) {
@@ -123,45 +118,39 @@ std::size_t interleavedChannels(const Document& document, const Channels& channe
     const std::size_t bytes = document.target->Header->biBitCount / 8;
     const bool colours = header.mode == kRgb || header.mode == kCmyk;
     const bool possible = header.depth == 8 && bytes <= channels.ids.size() && (colours || bytes == 1);
-    if (!possible || channels.ids.size() < 4 || channels.ids[3] != kBlack) return possible ? bytes : 0;
-    return bytes == 3 && channels.count >= 4 ? 4 : 0;
+    return possible ? bytes : 0;
 }
 
 class BlockReader {
 public:
     BlockReader(Document& document, DibStream* image, Channels channels)
-        : document_(document), image_(image), channels_(channels), shownChannels_(channels.count) {}
+        : document_(document), image_(image), channels_(channels) {}
 
     // Reads what comes before the planes.
     bool begin() {
         if (!planes_.begin(document_, image_, channels_.count)) return false;
         line_ = dib::allocateArray<unsigned char>(static_cast<std::size_t>(planes_.rowBytes) + 1);
-        return line_ != nullptr || document_.failForMemory();
+        return line_ != nullptr;
     }
     // Stores rows of several planes at once, as far as they are whole.
     void storeInterleaved() {
         storedChannels_ = interleavedChannels(document_, channels_);
         if (storedChannels_ > 0)
-            storedRows_ = storeSideBySide(document_.file, *image_, storedChannels_, planes_,
-                                          document_.wide != nullptr ? &document_.wide->progress : nullptr);
+            storedRows_ = storeSideBySide(document_.file, *image_, storedChannels_, planes_);
     }
     std::int64_t storedRows() const { return storedRows_; }
-    // Leaves out the planes behind the first ones.
-    void showOnly(std::size_t channels) { shownChannels_ = std::min(channels, channels_.count); }
     // Reads the rest, plane after plane.
     bool readPlanes(std::vector<DibStream*>* masks);
 
 private:
     bool report();
     bool readPlane(std::size_t channel, DibStream* destination, PSD_CHANNEL_ID id);
-    bool reportRow(std::size_t channel, std::int64_t row);
     DibStream* addMask(std::vector<DibStream*>& masks);
     void eraseChannelsFrom(std::size_t channel);
 
     Document& document_;
     DibStream* image_;
     Channels channels_;
-    std::size_t shownChannels_;
     Planes planes_;
     dib::MallocPtr<unsigned char> line_;
     std::size_t storedChannels_ = 0;  // the first ones, of which the image has
@@ -169,7 +158,7 @@ private:
 };
 
 bool BlockReader::readPlanes(std::vector<DibStream*>* masks) {
-    for (std::size_t channel = 0; channel < shownChannels_; ++channel) {
+    for (std::size_t channel = 0; channel < channels_.count; ++channel) {
         if (!report()) return false;
         DibStream* destination = image_;
         PSD_CHANNEL_ID id = channels_.id(channel);
@@ -179,7 +168,7 @@ bool BlockReader::readPlanes(std::vector<DibStream*>* masks) {
             id = PSD_CHANNEL_RED;
         }
         if (!readPlane(channel, destination, id)) {
-            if (document_.wide == nullptr) eraseChannelsFrom(channel + 1);
+            eraseChannelsFrom(channel + 1);
             return false;
         }
     }
@@ -196,12 +185,10 @@ bool BlockReader::report() {
 // Reads the rows of a plane that are not stored yet.
 bool BlockReader::readPlane(std::size_t channel, DibStream* destination, PSD_CHANNEL_ID id) {
     Reader& file = document_.file;
-    const SampleKind kind = {document_.storedMode(destination), document_.header.depth,
-                             document_.wide != nullptr};
+    const SampleKind kind = {document_.header.mode, document_.header.depth};
     const std::int64_t first = channel < storedChannels_ ? storedRows_ : 0;
     file.seek(file.position() + planes_.bytesInFileUpTo(channel, first));
     for (std::int64_t row = first; row < planes_.rows; ++row) {
-        document_.damage = {channel, row};
         const std::int64_t fileBytes = planes_.bytesInFile(channel, row);
         if (!file.admitWork(planes_.rowBytes + (planes_.packed ? fileBytes : 0))) return false;
         const unsigned char* samples = line_.get();
@@ -211,23 +198,10 @@ bool BlockReader::readPlane(std::size_t channel, DibStream* destination, PSD_CHA
             samples = rawRow(file, line_.get(), static_cast<std::size_t>(planes_.rowBytes));
             if (samples == nullptr) return false;
         }
-        const bool isBlack = id == kBlack && document_.wide != nullptr && kind.mode == kCmyk;
-        const auto store = isBlack ? applyBlack : storeRow;
-        if (destination != nullptr && !store(kind, destination, static_cast<int>(row), id, samples))
+        if (destination != nullptr && !storeRow(kind, destination, static_cast<int>(row), id, samples))
             return false;
-        if (!reportRow(channel, row)) return false;
     }
-    document_.damage = {};
     return true;
-}
-
-// Only the first plane counts as rows, so that what came of others can be kept.
-bool BlockReader::reportRow(std::size_t channel, std::int64_t row) {
-    if (document_.wide == nullptr || document_.wide->layer >= 0) return true;
-    if (channel == 0) document_.wide->progress.countRows(static_cast<std::size_t>(row) + 1);
-    const auto planes = static_cast<std::int64_t>(shownChannels_);
-    return document_.reportPart(static_cast<std::int64_t>(channel) * planes_.rows + row + 1,
-                                planes * planes_.rows);
 }
 
 // A new white picture at the end of a list, which holds its reference; null when it cannot be created.
@@ -259,38 +233,13 @@ bool readImageData(Document& document, DibStream* image, std::vector<DibStream*>
     return block.begin() && block.readPlanes(masks);
 }
 
-namespace {
-
-// A second channel of two is not stored: the count does not say whether it is green or alpha.
-std::span<const PSD_CHANNEL_ID> classicChannels(std::size_t count) {
-    static constexpr PSD_CHANNEL_ID kColours[] = {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE,
-                                                  PSD_CHANNEL_TRANSPARENCY};
-    return {kColours, count < 3 ? std::min<std::size_t>(count, 1) : std::min<std::size_t>(count, 4)};
-}
-
-std::span<const PSD_CHANNEL_ID> wideChannels(const Document& document) {
-    static constexpr PSD_CHANNEL_ID kGreys[] = {PSD_CHANNEL_RED, PSD_CHANNEL_TRANSPARENCY};
-    static constexpr PSD_CHANNEL_ID kColours[] = {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE,
-                                                  PSD_CHANNEL_TRANSPARENCY};
-    static constexpr PSD_CHANNEL_ID kInks[] = {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE, kBlack,
-                                               PSD_CHANNEL_TRANSPARENCY};
-    const int mode = document.header.mode;
-    const std::span<const PSD_CHANNEL_ID> all = mode == kRgb    ? std::span<const PSD_CHANNEL_ID>(kColours)
-                                                : mode == kCmyk ? std::span<const PSD_CHANNEL_ID>(kInks)
-                                                                : std::span<const PSD_CHANNEL_ID>(kGreys);
-    // A damaged header may announce fewer channels than its colours need.
-    return all.first(
-        std::min<std::size_t>(document.header.channels, all.size() - (document.wide->hasAlpha ? 0 : 1)));
-}
-
-}  // namespace
-
 bool readMergedPicture(Document& document) {
+    constexpr PSD_CHANNEL_ID kColours[] = {PSD_CHANNEL_RED, PSD_CHANNEL_GREEN, PSD_CHANNEL_BLUE,
+                                           PSD_CHANNEL_TRANSPARENCY};
+    // A second channel of two is not stored: the count does not say whether it is green or alpha.
     const std::size_t count = document.header.channels;
-    const auto ids = document.wide != nullptr ? wideChannels(document) : classicChannels(count);
-    BlockReader block(document, document.target, {ids, count});
-    // Wide loads leave out what is not shown.
-    if (document.wide != nullptr) block.showOnly(ids.size());
+    const std::size_t known = count < 3 ? std::min<std::size_t>(count, 1) : std::min<std::size_t>(count, 4);
+    BlockReader block(document, document.target, {{kColours, known}, count});
     const bool begun = block.begin();
     if (!document.isWatched) {
         if (begun) block.storeInterleaved();

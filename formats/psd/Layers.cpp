@@ -5,6 +5,7 @@
 #include <new>
 
 #include "formats/CodecFrame.h"
+#include "formats/psd/BlendMode.h"
 #include "formats/psd/Document.h"
 #include "formats/psd/LayerMasks.h"
 #include "formats/psd/Pixels.h"
@@ -12,25 +13,6 @@
 namespace formats::psd {
 
 namespace {
-
-struct BlendKey {
-    char key[5];
-    std::int32_t mode;
-};
-
-// The numbers are part of the interface; 17 has never been given to a mode.
-constexpr BlendKey kBlendKeys[] = {
-    {"norm", 0},  {"dark", 1},  {"lite", 2},  {"hue ", 3},  {"sat ", 4},  {"colr", 5},  {"lum ", 6},
-    {"mul ", 7},  {"scrn", 8},  {"diss", 9},  {"over", 10}, {"hLit", 11}, {"sLit", 12}, {"diff", 13},
-    {"smud", 14}, {"div ", 15}, {"idiv", 16}, {"lddg", 18}, {"vLit", 19}, {"lLit", 20}, {"pLit", 21},
-    {"hMix", 22}, {"pass", 23}, {"dkCl", 24}, {"lgCl", 25},
-};
-
-std::int32_t blendModeOf(const char* key) {
-    const auto* known = std::find_if(std::begin(kBlendKeys), std::end(kBlendKeys),
-                                     [&](const BlendKey& k) { return std::memcmp(k.key, key, 4) == 0; });
-    return known != std::end(kBlendKeys) ? known->mode : -1;
-}
 
 using ChannelLengths = std::vector<std::uint32_t>;
 
@@ -113,8 +95,7 @@ bool readRecord(Document& document, PSDLayerInfo& layer, int index, ChannelLengt
     const std::int64_t extraEnd = file.position() + extraLength;
     readLayerMask(file, layer);
     readBlendRanges(document, layer, index);
-    if (!readText(file, layer.name, 4) && file.remaining() > 0)
-        return layer.name == nullptr ? document.failForMemory() : false;
+    if (!readText(file, layer.name, 4) && file.remaining() > 0) return false;
     while (file.position() < extraEnd) {
         unsigned char signatureAndKey[8];
         std::uint32_t length = 0;
@@ -126,17 +107,13 @@ bool readRecord(Document& document, PSDLayerInfo& layer, int index, ChannelLengt
 
 bool readPixels(Document& document, std::size_t index, const ChannelLengths& lengths) {
     Reader& file = document.file;
-    if (!document.wantsPixels(index)) {
-        for (const std::uint32_t length : lengths) file.seek(file.position() + length);
-        return true;
-    }
     const PSDLayerInfo& layer = document.layers[index];
     const std::int64_t width = extent(layer.left, layer.right);
     const std::int64_t height = extent(layer.top, layer.bottom);
     ImagePtr image;
     if (width > 0 && height > 0) {
         image.reset(new DibStream);
-        if (!createWhitePicture(file, *image, width, height, 32)) return document.failForMemory();
+        if (!createWhitePicture(file, *image, width, height, 32)) return false;
     }
     for (std::size_t channel = 0; channel < lengths.size(); ++channel) {
         const std::int64_t channelEnd = file.position() + lengths[channel];
@@ -202,7 +179,6 @@ bool readLayers(Document& document) {
         whole = readAllLayers(document, count);
     } catch (const std::bad_alloc&) {
         // The lists of layers and channels grow with the file.
-        document.failForMemory();
     }
     document.isReadingLayers = false;
     if (whole) file.seek(sectionEnd);

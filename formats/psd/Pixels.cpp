@@ -1,13 +1,11 @@
 #include "formats/psd/Pixels.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Kernels.h"
-#include "dib/LightCurve.h"
 #include "dib/Memory.h"
 #include "formats/psd/ChannelBytes.h"
 #include "formats/psd/Document.h"
@@ -56,18 +54,9 @@ std::size_t byteOfChannel(int mode, PSD_CHANNEL_ID id, std::size_t pixelBytes) {
     }
 }
 
-void bytesOfLight(const unsigned char* line, unsigned char* to, std::size_t count) {
-    const dib::LightCurve& curve = dib::lightCurve();
-    for (std::size_t x = 0; x < count; ++x) to[x] = curve(std::bit_cast<float>(dib::readBe32(line + 4 * x)));
-}
-
 // One byte from each sample of a row, by depth. `count` samples begin at the sample `first`, a multiple of 8.
-void toBytes(SampleKind kind, const unsigned char* line, std::size_t first, std::size_t count,
-             unsigned char* to) {
-    if (kind.isWide && kind.depth == 16 && kind.mode == kCmyk)
-        return dib::runKernel<bytesOfRoundedWords>(line + 2 * first, to, count);
-    if (kind.isWide && kind.depth == 32) return bytesOfLight(line + 4 * first, to, count);
-    switch (kind.depth) {
+void toBytes(int depth, const unsigned char* line, std::size_t first, std::size_t count, unsigned char* to) {
+    switch (depth) {
         case 1: dib::runKernel<bytesOfBits>(line + first / 8, to, count); break;
         case 16: dib::runKernel<bytesOfWords>(line + 2 * first, to, count); break;
         case 32: dib::runKernel<bytesOfFloats>(line + 4 * first, to, count); break;
@@ -91,7 +80,7 @@ bool storeRow(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID id, con
     const std::size_t width = static_cast<std::size_t>(image->Header->biWidth);
     unsigned char* const to = image->ScanLine(row);
     if (pixelBytes == 1) {
-        toBytes(kind, line, 0, width, to);
+        toBytes(kind.depth, line, 0, width, to);
         return true;
     }
     if (kind.depth == 8) {
@@ -101,24 +90,8 @@ bool storeRow(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID id, con
     unsigned char bytes[4096];
     for (std::size_t x = 0; x < width; x += sizeof bytes) {
         const std::size_t count = std::min(sizeof bytes, width - x);
-        toBytes(kind, line, x, count, bytes);
+        toBytes(kind.depth, line, x, count, bytes);
         placeBytes(bytes, to + x * pixelBytes, pixelBytes, byte, count);
-    }
-    return true;
-}
-
-bool applyBlack(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID /*id*/,
-                const unsigned char* line) {
-    const std::size_t pixelBytes = static_cast<std::size_t>(image->Header->biBitCount) / 8;
-    const auto width = static_cast<std::size_t>(image->Header->biWidth);
-    unsigned char* to = image->ScanLine(row);
-    unsigned char black[4096];
-    for (std::size_t x = 0; x < width; x += sizeof black) {
-        const std::size_t count = std::min(sizeof black, width - x);
-        toBytes(kind, line, x, count, black);
-        for (std::size_t i = 0; i < count; ++i, to += pixelBytes) {
-            for (std::size_t color = 0; color < 3; ++color) to[color] = darkened(to[color], black[i]);
-        }
     }
     return true;
 }

@@ -26,16 +26,10 @@ bool createWhitePicture(Reader& file, DibStream& image, std::int64_t width, std:
 struct SampleKind {
     int mode;
     int depth;
-    bool isWide = false;  // floats are light, and inks, which are multiplied, are rounded
 };
 
 // Stores one row of samples of one channel; see `DibPSDLoader::StoreLineToDib`.
 bool storeRow(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID id, const unsigned char* line);
-
-// The black of CMYK documents.
-constexpr auto kBlack = static_cast<PSD_CHANNEL_ID>(3);
-// Darkens one row of colours by the samples of black, 255 for none.
-bool applyBlack(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID id, const unsigned char* line);
 
 }  // namespace formats::psd
 

@@ -1,45 +1,26 @@
-// PSD documents for the functions of DibFile.h: the merged picture or one layer, in colours.
+// PSD documents for the functions of DibFile.h: the merged picture, one layer or a mask, in the colours that
+// people see.
 #include <DibCodec.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <array>
+#include <cstdint>
 #include <cstring>
-#include <utility>
+#include <string>
 
-#include "dib/ImageSize.h"
+#include "dib/ColorTable.h"
 #include "formats/Formats.h"
-#include "formats/diagnosis/PsdLayers.h"
-#include "formats/psd/Document.h"
-#include "formats/psd/Pixels.h"
+#include "formats/NewImage.h"
+#include "formats/psd/LayerList.h"
+#include "formats/psd/Picture.h"
 
 namespace formats {
 
 namespace {
 
-using psd::kCmyk;
-using psd::kRgb;
-
-struct PsdHeader {
-    int channels = 0;
-    std::int64_t width = 0;
-    std::int64_t height = 0;
-    int depth = 0;
-    int mode = 0;
-
-    explicit PsdHeader(const RefusedFile& file)
-        : channels(static_cast<int>(file.be16(12))),
-          width(file.be32(18)),
-          height(file.be32(14)),
-          depth(static_cast<int>(file.be16(22))),
-          mode(static_cast<int>(file.be16(24))) {}
-    int colors() const { return mode == kRgb ? 3 : mode == kCmyk ? 4 : 1; }
-    int bitCount(bool hasAlpha) const { return hasAlpha ? 32 : mode == kRgb || mode == kCmyk ? 24 : 8; }
-};
-
-// Channels behind the colours are a transparency where the layers say so, and where there are none.
-bool hasTransparency(const PsdHeader& header, int layerCount) {
-    return header.mode != psd::kIndexed && header.channels > header.colors() && layerCount <= 0;
-}
+using psd::Outline;
+using psd::Picture;
+using psd::PlaneRows;
 
 const char* compressionName(std::uint32_t compression) {
     switch (compression) {
@@ -51,119 +32,196 @@ const char* compressionName(std::uint32_t compression) {
     }
 }
 
-// The resource of the resolution: pixels per inch with 16 bits behind the point, and units to show them in.
-void readResolution(const RefusedFile& file, DibMetadata& metadata) {
-    constexpr std::uint32_t kResolution = 1005;
-    constexpr std::int64_t kHeaderBytes = 26;
-    std::int64_t at = kHeaderBytes + 4 + file.be32(kHeaderBytes);
-    const std::int64_t end = std::min(at + 4 + file.be32(at), file.size());
-    for (at += 4; at < end && file.text(at, 4) == "8BIM";) {
-        const std::uint32_t id = file.be16(at + 4);
-        at += 6 + (file.byte(at + 6) / 2 + 1) * 2;
-        if (id == kResolution) {
-            metadata.xResolution = file.be32(at + 4) / 65536.0;
-            metadata.yResolution = file.be32(at + 12) / 65536.0;
-            return;
-        }
-        at += 4 + (std::int64_t{file.be32(at)} + 1) / 2 * 2;
-    }
-}
-
 bool recognizes(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
+
+bool refuseForMemory(DibFileResult& result) {
+    return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
+}
 
 bool probe(ProbeRequest& request) {
     const RefusedFile file(request.file);
-    const PsdHeader header(file);
-    if (file.text(0, 4) != "8BPS" || file.be16(4) != 1 || !psd::isVariant(header.mode, header.depth))
-        return false;
-    const int layers = countPsdLayers(file);
+    if (!psd::headerProblem(file).empty()) return false;
+    const Outline outline = psd::outlineOf(file);
     DibFileInfo& info = request.info;
-    info.hasAlpha = hasTransparency(header, layers);
-    info.bitCount = header.bitCount(info.hasAlpha);
-    if (!sizeProblem(header.width, header.height, info.bitCount).empty()) return false;
-    info.width = static_cast<int>(header.width);
-    info.height = static_cast<int>(header.height);
-    info.storedBits = header.depth * header.channels;
+    info.layers = outline.layerCount;
+    Picture picture;
+    if (request.options.layer >= outline.layerCount) {
+        return refuse(request.result, DIB_ERROR_MISMATCH, "there is no layer %d: the file has %d",
+                      request.options.layer, outline.layerCount);
+    }
+    if (!psd::findPicture(file, outline, request.options, request.result, picture)) return false;
+    info.width = picture.width;
+    info.height = picture.height;
+    info.bitCount = picture.kind.bitCount;
+    info.hasAlpha = picture.kind.bitCount == 32;
+    info.storedBits = outline.depth * outline.channels;
     info.paletteSize = info.bitCount == 8 ? 256 : 0;
-    info.layers = std::abs(layers);
-    nameCompression(info, compressionName(file.be16(mergedPsdPicture(file))));
-    readResolution(file, request.result.metadata);
+    info.channels = outline.channels;
+    info.channelBits = outline.depth;
+    std::strncpy(info.colors, outline.modeName(), sizeof info.colors - 1);
+    nameCompression(info, compressionName(file.be16(outline.picture)));
+    request.result.metadata.xResolution = outline.xResolution;
+    request.result.metadata.yResolution = outline.yResolution;
     return true;
 }
 
-// Greys of pictures with alpha are stored as red.
-void spreadRed(DibStream& image) {
-    const std::size_t bytes = dib::admitSize(*image.Header).imageBytes;
-    for (std::size_t i = 0; i < bytes; i += 4) image.Buffer[i] = image.Buffer[i + 1] = image.Buffer[i + 2];
+// 256 reds, then the greens, then the blues. Grey documents may have a palette, too.
+void readPalette(const RefusedFile& file, const Outline& outline, DibStream& image) {
+    constexpr std::size_t kPaletteBytes = 768;
+    const psd::Extent palette = outline.palette;
+    if (outline.mode == psd::kDuotone || palette.end - palette.start != std::int64_t{kPaletteBytes}) return;
+    const std::string planes = file.text(palette.start, kPaletteBytes);
+    DibBGRA* table = dib::colorTable(image.Header);
+    for (std::size_t i = 0; i < 256; ++i) {
+        const auto part = [&](std::size_t plane) {
+            return static_cast<unsigned char>(planes[256 * plane + i]);
+        };
+        table[i] = {part(2), part(1), part(0), 0};
+    }
 }
 
-void completeColors(const PsdHeader& header, DibStream& image) {
-    if (header.mode != kRgb && header.mode != kCmyk && image.Header->biBitCount == 32) spreadRed(image);
-}
-
-void noteConversions(const PsdHeader& header, DibFileResult& result) {
-    if (header.depth > 8) note(result, DIB_NOTE_LOSS, "%d bits a sample became 8", header.depth);
-    if (header.mode == kCmyk)
+void noteConversions(const Outline& outline, DibFileResult& result) {
+    if (outline.depth > 8) note(result, DIB_NOTE_LOSS, "%d bits a sample became 8", outline.depth);
+    if (outline.mode == psd::kCmyk)
         note(result, DIB_NOTE_ASSUMPTION, "inks were taken for plain complements of red, green and blue");
+    if (outline.mode == psd::kDuotone)
+        note(result, DIB_NOTE_LOSS, "the inks of a duotone were not kept: it is shown in grey");
+    if (outline.mode == psd::kMultichannel)
+        note(result, DIB_NOTE_ASSUMPTION, "the first channels were taken for what inks leave of %s",
+             outline.colors() == 3 ? "red, green and blue" : "white");
 }
 
-// Unread rows become 0.
-void clearRows(DibStream& image, std::size_t first) {
-    const dib::ImageSize size = dib::admitSize(*image.Header);
-    if (first < size.rows) std::memset(image.Buffer, 0, size.rowBytes * (size.rows - first));
-}
+class PictureReader {
+public:
+    PictureReader(ReadRequest& request, const Picture& picture)
+        : request_(request),
+          picture_(picture),
+          image_(request.image, &request.progress),
+          colors_(picture.kind) {}
 
-bool refuseForMemory(ReadRequest& request) {
-    return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
-}
+    // Makes the image and opens the planes. False with the code when memory is short.
+    bool begin();
+    // False with the reason when a row is damaged or missing, and when the caller cancels.
+    bool readRows();
 
-bool readMerged(ReadRequest& request, const PsdHeader& header, psd::Document& document) {
-    const bool isRead = document.load();
-    if (document.isShortOfMemory) return refuseForMemory(request);
-    if (request.image->Header == nullptr || request.image->Buffer == nullptr) return request.end(isRead);
-    completeColors(header, *request.image);
-    noteConversions(header, request.result);
-    if (isRead) return true;
-    clearRows(*request.image, request.progress.rowsDone());
-    if (document.damage.row < 0 || request.progress.isCancelled()) return request.end(false);
-    return refuse(request.result, DIB_ERROR_INVALID, "row %lld of channel %zu is damaged or missing",
-                  static_cast<long long>(document.damage.row) + 1, document.damage.channel + 1);
-}
+private:
+    // Rows that lie in the file as in the image, but for their order.
+    bool isCopy() const;
+    bool copyRows();
+    bool refuseDamage();
 
-bool readLayer(ReadRequest& request, const PsdHeader& header, psd::Document& document, DibPSDLoader& loader) {
-    const int layer = request.options.layer;
-    const bool isRead = document.loadLayers();
-    if (request.progress.isCancelled()) return false;
-    if (document.isShortOfMemory) return refuseForMemory(request);
-    if (const PsdLayers layers = inspectPsdLayers(RefusedFile(request.file)); !layers.problem.empty())
-        return refuse(request.result, DIB_ERROR_UNSUPPORTED, "%s", layers.problem.c_str());
-    if (!isRead || layer >= loader.GetLayerNum())
-        return refuse(request.result, DIB_ERROR_INVALID, "the layers are damaged or end too early");
-    int left = 0;
-    int top = 0;
-    const ImagePtr image(loader.GetLayerImage(layer, left, top));
-    if (image == nullptr) return refuse(request.result, DIB_ERROR_MISMATCH, "layer %d has no pixels", layer);
-    moveBlocks(*image, *request.image);
-    completeColors(header, *request.image);
-    noteConversions(header, request.result);
+    ReadRequest& request_;
+    const Picture& picture_;
+    NewImage image_;
+    psd::RowColors colors_;
+    std::array<PlaneRows, psd::kMostPlanes> planes_;
+    std::int64_t damagedRow_ = -1;  // the first one; negative: none
+    std::size_t damagedPlane_ = 0;
+};
+
+bool PictureReader::begin() {
+    std::uint64_t fewest = 0;
+    bool isKnown = true;
+    std::size_t there = 0;
+    while (there < picture_.planes() && picture_.exists[there]) ++there;
+    const std::size_t blocks = picture_.isOneBlock ? 1 : picture_.planes();
+    for (std::size_t i = 0; i < blocks; ++i) {
+        if (!picture_.isOneBlock && !picture_.exists[i]) continue;
+        const std::uint64_t least = picture_.blocks[i].fewestBytes(picture_.isOneBlock ? there : 1);
+        isKnown = isKnown && least > 0;
+        fewest += least;
+    }
+    request_.file.seek(picture_.blocks[0].data.start);
+    if (!image_.create(request_.file, picture_.width, picture_.height, picture_.kind.bitCount,
+                       isKnown ? fewest : 0) ||
+        !colors_.prepare(static_cast<std::size_t>(picture_.width)))
+        return refuseForMemory(request_.result);
+    if (picture_.isOneBlock)
+        return openPlanes(request_.file, picture_.blocks[0], {planes_.data(), there}) ||
+               refuseForMemory(request_.result);
+    for (std::size_t i = 0; i < blocks; ++i) {
+        if (picture_.exists[i] && !openPlanes(request_.file, picture_.blocks[i], {&planes_[i], 1}))
+            return refuseForMemory(request_.result);
+    }
     return true;
+}
+
+bool PictureReader::isCopy() const {
+    return picture_.isOneBlock && picture_.kind.bitCount == 8 && picture_.kind.depth == 8 &&
+           picture_.blocks[0].packing == psd::Packing::kRaw;
+}
+
+bool PictureReader::copyRows() {
+    constexpr std::size_t kBandBytes = 1 << 20;
+    const auto width = static_cast<std::size_t>(picture_.width);
+    const auto pitch = static_cast<std::size_t>(request_.image->GetPitch());
+    const std::size_t band =
+        request_.progress.isWatched() ? std::max(kBandBytes / width, std::size_t{1}) : SIZE_MAX;
+    request_.file.seek(picture_.blocks[0].data.start);
+    for (int row = 0; row < picture_.height;) {
+        const std::size_t wanted = std::min(band, static_cast<std::size_t>(picture_.height - row));
+        const std::size_t rows = request_.file.readRows(image_->ScanLine(row),
+                                                        -static_cast<std::ptrdiff_t>(pitch), width, wanted) /
+                                 width;
+        row += static_cast<int>(rows);
+        if (rows > 0 && !image_.read(image_->ScanLine(row - 1), rows)) return false;
+        if (rows == wanted) continue;
+        damagedRow_ = row;
+        return refuseDamage();
+    }
+    return true;
+}
+
+// Rows of the first plane count; where another one is damaged, it is white from there on.
+bool PictureReader::readRows() {
+    if (isCopy()) return copyRows();
+    const std::size_t count = picture_.planes();
+    for (int row = 0; row < picture_.height; ++row) {
+        std::array<const unsigned char*, psd::kMostPlanes> samples = {};
+        for (std::size_t plane = 0; plane < count; ++plane) {
+            if (!picture_.exists[plane]) continue;
+            samples[plane] = planes_[plane].next(request_.file);
+            if (samples[plane] != nullptr || damagedRow_ >= 0) continue;
+            damagedRow_ = row;
+            damagedPlane_ = plane;
+        }
+        const bool isLost = picture_.exists[0] && samples[0] == nullptr;
+        const bool isShort = damagedRow_ >= 0 && planes_[damagedPlane_].isShortOfMemory();
+        if (damagedRow_ >= 0 && (isLost || isShort || !request_.keepsDamaged())) return refuseDamage();
+        unsigned char* to = image_->ScanLine(row);
+        colors_.make({samples.data(), count}, to);
+        if (!image_.read(to)) return false;
+    }
+    return damagedRow_ < 0 || refuseDamage();
+}
+
+bool PictureReader::refuseDamage() {
+    if (planes_[damagedPlane_].isShortOfMemory()) return refuseForMemory(request_.result);
+    return refuse(request_.result, DIB_ERROR_INVALID, "row %lld of channel %zu is damaged or missing",
+                  static_cast<long long>(damagedRow_) + 1, damagedPlane_ + 1);
 }
 
 bool read(ReadRequest& request) {
     const RefusedFile file(request.file);
-    const PsdHeader header(file);
-    readResolution(file, request.result.metadata);
-    const psd::Wide wide = {request.progress, hasTransparency(header, countPsdLayers(file)),
-                            request.options.layer};
-    const bool wantsLayer = request.options.layer >= 0;
-    request.file.seek(0);
-    DibPSDLoader loader(wantsLayer ? nullptr : request.image);
-    loader.EnableLayer(wantsLayer);
-    psd::Document document(loader, request.file, nullptr, &wide);
-    return wantsLayer ? readLayer(request, header, document, loader) : readMerged(request, header, document);
+    if (!psd::headerProblem(file).empty()) {
+        request.result.code = DIB_ERROR_UNSUPPORTED;
+        return false;
+    }
+    const Outline outline = psd::outlineOf(file);
+    request.result.metadata.xResolution = outline.xResolution;
+    request.result.metadata.yResolution = outline.yResolution;
+    Picture picture;
+    if (!psd::findPicture(file, outline, request.options, request.result, picture)) return false;
+    PictureReader reader(request, picture);
+    if (!reader.begin()) return false;
+    if (request.options.layer < 0 && picture.kind.bitCount == 8) readPalette(file, outline, *request.image);
+    if (request.options.layer < 0 && !outline.hasMergedPicture)
+        note(request.result, DIB_NOTE_WARNING, "the document was saved without its merged picture");
+    noteConversions(outline, request.result);
+    return reader.readRows();
 }
 
-constexpr const char* kExtensions[] = {"psd", nullptr};
+constexpr const char* kExtensions[] = {"psd", "psb", nullptr};
 constexpr const char* kMimeTypes[] = {"image/x-psd", nullptr};
 
 }  // namespace
@@ -178,6 +236,7 @@ constinit const FileFormat kPsdFormat = {
     .recognizes = recognizes,
     .load = LoadPSD,
     .probe = probe,
+    .listLayers = psd::listLayers,
     .read = read,
     .diagnose = diagnosePsd,
 };

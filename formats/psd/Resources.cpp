@@ -83,11 +83,9 @@ bool readResource(Document& document) {
     char* name = nullptr;
     const bool named = readText(file, name, 2);
     resource.name.reset(name);
-    if (!named && name == nullptr && file.remaining() > 0) return document.failForMemory();
     if (!named || !file.readNumber(resource.size)) return false;
     // A size beyond the end of the file must not cost its memory.
-    if (resource.size > file.remaining()) return false;
-    if (!resource.AllocData()) return document.failForMemory();
+    if (resource.size > file.remaining() || !resource.AllocData()) return false;
     if (!file.read(resource.data.get(), resource.size)) return false;
     std::uint8_t padding = 0;
     if (resource.size % 2 != 0 && !file.readNumber(padding)) return false;

@@ -200,7 +200,7 @@ TEST(PsdLoader, ResourceNamesAndOddSizes) {
 
 TEST(PsdLoader, ResourceSectionThatDoesNotFit) {
     PsdDocument document;
-    document.resourceSection = Bytes{};
+    document.resourceSection.emplace(Bytes{});
     EXPECT_TRUE(Load(document.bytes()).result);
 
     // The last block ends past the section's end.

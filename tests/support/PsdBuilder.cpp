@@ -50,24 +50,85 @@ PsdBytes packBits(const unsigned char* row, std::size_t bytes) {
     return packed.bytes;
 }
 
+PsdBytes storedZlib(const PsdBytes& bytes) {
+    constexpr std::size_t kMostStored = 0xFFFF;
+    ByteWriter stream;
+    stream.u8(0x78).u8(0x01);
+    std::uint32_t a = 1;
+    std::uint32_t b = 0;
+    for (const unsigned char byte : bytes) {
+        a = (a + byte) % 65521;
+        b = (b + a) % 65521;
+    }
+    std::size_t at = 0;
+    do {
+        const std::size_t part = std::min(kMostStored, bytes.size() - at);
+        const auto length = static_cast<unsigned>(part);
+        stream.u8(at + part == bytes.size() ? 1 : 0);
+        stream.u8(length & 255).u8(length >> 8).u8(~length & 255).u8(~length >> 8 & 255);
+        stream.raw({bytes.data() + at, bytes.data() + at + part});
+        at += part;
+    } while (at < bytes.size());
+    return stream.be32(b << 16 | a).bytes;
+}
+
+PsdBytes predictedRow(int depth, const unsigned char* row, std::size_t bytes) {
+    PsdBytes out(row, row + bytes);
+    if (depth == 16) {
+        for (std::size_t i = bytes; i >= 4; i -= 2) {
+            const unsigned here = static_cast<unsigned>(row[i - 2] << 8 | row[i - 1]);
+            const unsigned left = static_cast<unsigned>(row[i - 4] << 8 | row[i - 3]);
+            out[i - 2] = static_cast<unsigned char>((here - left) >> 8 & 255);
+            out[i - 1] = static_cast<unsigned char>((here - left) & 255);
+        }
+        return out;
+    }
+    if (depth == 32) {
+        for (std::size_t i = 0; i < bytes; ++i) out[i % 4 * (bytes / 4) + i / 4] = row[i];
+    }
+    for (std::size_t i = bytes; i >= 2; --i) out[i - 1] = static_cast<unsigned char>(out[i - 1] - out[i - 2]);
+    return out;
+}
+
 PsdBytes psdImageData(PsdCompression compression, int depth, int width, int height,
-                      const std::vector<PsdBytes>& planes) {
+                      const std::vector<PsdBytes>& planes, bool isLarge) {
     const std::size_t rowBytes = psdRowBytes(depth, width);
     ByteWriter table;
     ByteWriter rows;
     table.be16(static_cast<std::uint32_t>(compression));
     for (const PsdBytes& plane : planes) {
-        if (compression == PsdCompression::kRaw) {
-            rows.raw(plane);
-            continue;
-        }
-        for (int y = 0; y < height; ++y) {
-            const PsdBytes packed = packBits(plane.data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
-            table.be16(static_cast<std::uint32_t>(packed.size()));
-            rows.raw(packed);
+        if (compression == PsdCompression::kRaw) rows.raw(plane);
+        for (int y = 0; y < height && compression != PsdCompression::kRaw; ++y) {
+            const unsigned char* row = plane.data() + static_cast<std::size_t>(y) * rowBytes;
+            if (compression == PsdCompression::kPackBits) {
+                const PsdBytes packed = packBits(row, rowBytes);
+                const auto length = static_cast<std::uint32_t>(packed.size());
+                isLarge ? table.be32(length) : table.be16(length);
+                rows.raw(packed);
+            } else if (compression == PsdCompression::kZipPredicted) {
+                rows.raw(predictedRow(depth, row, rowBytes));
+            } else {
+                rows.raw({row, row + rowBytes});
+            }
         }
     }
-    return table.raw(rows.bytes).bytes;
+    const bool isZip = compression >= PsdCompression::kZip;
+    return table.raw(isZip ? storedZlib(rows.bytes) : rows.bytes).bytes;
+}
+
+PsdBytes psdBlock(const std::string& key, const PsdBytes& data, bool isLong) {
+    ByteWriter block;
+    block.text("8BIM").text(key);
+    if (isLong) block.be32(0);
+    block.be32(static_cast<std::uint32_t>(data.size())).raw(data);
+    return block.fill((4 - data.size() % 4) % 4).bytes;
+}
+
+PsdBytes psdUnicodeName(const std::u16string& name) {
+    ByteWriter data;
+    data.be32(static_cast<std::uint32_t>(name.size()));
+    for (const char16_t unit : name) data.be16(unit);
+    return psdBlock("luni", data.bytes);
 }
 
 namespace {
@@ -91,7 +152,7 @@ public:
 
     PsdBytes write() {
         const auto u32 = [](int value) { return static_cast<std::uint32_t>(value); };
-        file_.text("8BPS").be16(1).fill(6);
+        file_.text("8BPS").be16(document_.isLarge ? 2 : 1).fill(6);
         measure(2, u32(document_.channels));
         measure(4, u32(document_.height));
         measure(4, u32(document_.width));
@@ -102,12 +163,13 @@ public:
         const std::size_t resources = begin();
         writeResources();
         end(resources);
-        const std::size_t layers = begin();
+        const std::size_t layers = beginLong();
         writeLayerSection();
         end(layers);
-        file_.raw(document_.imageData ? *document_.imageData
-                                      : psdImageData(document_.compression, document_.depth, document_.width,
-                                                     document_.height, document_.allPlanes()));
+        file_.raw(document_.imageData
+                      ? *document_.imageData
+                      : psdImageData(document_.compression, document_.depth, document_.width,
+                                     document_.height, document_.allPlanes(), document_.isLarge));
         return file_.bytes;
     }
 
@@ -120,6 +182,11 @@ private:
     std::size_t begin() {
         measure(4, 0);
         return file_.bytes.size();
+    }
+    // The same with 8 bytes in large documents, of which the second half is filled in.
+    std::size_t beginLong() {
+        if (document_.isLarge) file_.be32(0);
+        return begin();
     }
     void end(std::size_t start) {
         ByteWriter length;
@@ -145,22 +212,32 @@ private:
     void writeLayerSection() {
         if (document_.layerSection) file_.raw(*document_.layerSection);
         if (document_.layers.empty()) return;
-        const std::size_t list = begin();
+        if (!document_.layerBlock.empty()) {
+            beginLong();    // an empty list
+            file_.be32(0);  // no global mask
+            file_.text("8BIM").text(document_.layerBlock);
+        }
+        const std::size_t list = beginLong();
+        writeLayers();
+        end(list);
+        if (document_.layerBlock.empty()) file_.be32(0);  // no global mask
+    }
+
+    void writeLayers() {
         const int count = static_cast<int>(document_.layers.size());
         measure(2, static_cast<std::uint32_t>(document_.negativeCount ? -count : count) & 0xFFFF);
         for (const PsdLayer& layer : document_.layers) writeRecord(layer);
         for (const PsdLayer& layer : document_.layers) {
             for (const PsdChannel& channel : layer.channels) file_.raw(channelData(layer, channel));
         }
-        end(list);
-        file_.be32(0);  // no global mask
     }
 
     PsdBytes channelData(const PsdLayer& layer, const PsdChannel& channel) const {
-        const PsdRectangle rectangle =
-            channel.id <= -2 ? layer.mask.value_or(PsdRectangle{}) : layer.rectangle;
+        const std::optional<PsdRectangle>& mask =
+            channel.id == -3 && layer.secondMask ? layer.secondMask : layer.mask;
+        const PsdRectangle rectangle = channel.id <= -2 ? mask.value_or(PsdRectangle{}) : layer.rectangle;
         return psdImageData(document_.compression, document_.depth, rectangle.width(), rectangle.height(),
-                            {channel.plane});
+                            {channel.plane}, document_.isLarge);
     }
 
     void writeRecord(const PsdLayer& layer) {
@@ -168,6 +245,7 @@ private:
         measure(2, static_cast<std::uint32_t>(layer.channels.size()));
         for (const PsdChannel& channel : layer.channels) {
             file_.be16(static_cast<std::uint32_t>(channel.id) & 0xFFFF);
+            if (document_.isLarge) file_.be32(0);
             measure(4, static_cast<std::uint32_t>(channelData(layer, channel).size()));
         }
         file_.text(layer.signature).text(layer.key);
@@ -177,7 +255,13 @@ private:
         const std::size_t mask = begin();
         if (layer.mask) {
             writeRectangle(file_, *layer.mask);
-            file_.u8(255).u8(2).fill(static_cast<std::size_t>(layer.maskLength - 18), 0xEE);
+            file_.u8(255).u8(2);
+            if (layer.secondMask) {
+                file_.u8(0).u8(7);
+                writeRectangle(file_, *layer.secondMask);
+            } else {
+                file_.fill(static_cast<std::size_t>(layer.maskLength - 18), 0xEE);
+            }
         }
         end(mask);
         const std::size_t ranges = begin();

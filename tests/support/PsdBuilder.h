@@ -12,7 +12,7 @@ namespace testing_support {
 
 using PsdBytes = std::vector<unsigned char>;
 
-enum class PsdCompression { kRaw = 0, kPackBits = 1 };
+enum class PsdCompression { kRaw = 0, kPackBits = 1, kZip = 2, kZipPredicted = 3 };
 
 // Bytes of one row of one channel.
 std::size_t psdRowBytes(int depth, int width);
@@ -23,9 +23,21 @@ PsdBytes psdPlane(int depth, int width, int height, std::uint64_t seed);
 // One row as PackBits, with runs, literals and a no-operation in front of every 7th packet.
 PsdBytes packBits(const unsigned char* row, std::size_t bytes);
 
-// The picture data of planes of the same size: compression word, table, rows.
+// A zlib stream of the bytes, which are stored as they are.
+PsdBytes storedZlib(const PsdBytes& bytes);
+
+// A row as differences of samples of 8 or 16 bits; floats as differences of their bytes, highest ones first.
+PsdBytes predictedRow(int depth, const unsigned char* row, std::size_t bytes);
+
+// The picture data of planes of the same size: compression word, table, rows. Large documents have longer
+// entries in the table.
 PsdBytes psdImageData(PsdCompression compression, int depth, int width, int height,
-                      const std::vector<PsdBytes>& planes);
+                      const std::vector<PsdBytes>& planes, bool isLarge = false);
+
+// A block of additional information with a length of 4 or 8 bytes.
+PsdBytes psdBlock(const std::string& key, const PsdBytes& data, bool isLong = false);
+// The block of a layer's name in UTF-16.
+PsdBytes psdUnicodeName(const std::u16string& name);
 
 struct PsdResource {
     int id = 1005;
@@ -44,7 +56,7 @@ struct PsdRectangle {
 
 struct PsdChannel {
     int id = 0;
-    PsdBytes plane;  // of the layer's size, or the mask's for ids below -1
+    PsdBytes plane;  // of the layer's size, or that of a mask for ids below -1
 };
 
 struct PsdLayer {
@@ -56,7 +68,8 @@ struct PsdLayer {
     int clipping = 0;
     int flags = 0;
     std::optional<PsdRectangle> mask;
-    int maskLength = 20;  // of the mask data, fields and filler
+    int maskLength = 20;                     // of the mask data, fields and filler
+    std::optional<PsdRectangle> secondMask;  // makes the mask data 36 bytes long
     bool blendRanges = false;
     std::string name = "Layer";
     PsdBytes additional;  // whole blocks of additional information
@@ -69,6 +82,7 @@ struct PsdLengthField {
 };
 
 struct PsdDocument {
+    bool isLarge = false;
     int mode = 3;
     int depth = 8;
     int channels = 3;
@@ -78,6 +92,7 @@ struct PsdDocument {
     PsdBytes colorMode;
     std::vector<PsdResource> resources;
     std::vector<PsdLayer> layers;
+    std::string layerBlock;  // key of the block that holds the layers; empty: they are in the list
     bool negativeCount = false;
     std::vector<PsdBytes> planes;             // empty: made from the seed
     std::optional<PsdBytes> imageData;        // instead of the planes

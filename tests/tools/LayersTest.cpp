@@ -53,9 +53,11 @@ TEST_F(Layers, AreTold) {
     EXPECT_EQ(info["compression"], "none");
     EXPECT_EQ(info["bitsPerChannel"], 8);
     EXPECT_EQ(info["channels"], 3);
-    EXPECT_EQ(info["layers"][0],
-              json::parse(R"({"name": "../../etc/passwd", "blendMode": "multiply", "opacity": 128,
-        "visible": true, "mask": null, "rectangle": {"left": -2, "top": 1, "right": 4, "bottom": 3}})"));
+    EXPECT_EQ(
+        info["layers"][0],
+        json::parse(R"({"name": "../../etc/passwd", "kind": "plain", "group": null, "blendMode": "multiply",
+        "opacity": 128, "visible": true, "clipped": false, "mask": null, "secondMask": null,
+        "rectangle": {"left": -2, "top": 1, "right": 4, "bottom": 3}})"));
     EXPECT_EQ(info["layers"][2]["visible"], false);
     EXPECT_EQ(info["layers"][2]["mask"], json::parse(R"({"left": 2, "top": 1, "right": 5, "bottom": 3})"));
 }
@@ -111,15 +113,14 @@ TEST_F(Layers, ThatCannotBeReadAreStillTold) {
     std::string bytes = readFile("in.psd");
     const std::size_t data = bytes.find(std::string(2, '\0') + std::string(plane.begin(), plane.end()));
     ASSERT_NE(data, std::string::npos);
-    bytes[data + 1] = 2;  // a compression that is not known
+    bytes[data + 1] = 7;
     writeFile("in.psd", bytes);
     const Result told = run({"info", "in.psd"});
     EXPECT_EQ(told.exitCode, 0);
     EXPECT_NE(told.output.find("3 layers\n  layer 0 "), std::string::npos);
     const Result result = run({"layers", "in.psd", "out"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.errors,
-              "dib: in.psd: load: the pixels of layer 0 are ZIP-compressed, which is not read\n");
+    EXPECT_EQ(result.errors, "dib: in.psd: layer 0: load: the compression 7 of the pixels is not known\n");
     EXPECT_FALSE(std::filesystem::exists("out"));
 }
 
@@ -138,8 +139,7 @@ TEST_F(Layers, OfGreyDocumentsAreGrey) {
     EXPECT_EQ(std::memcmp(layer.ScanLine(0), expected, sizeof expected), 0);
 }
 
-// Documents of 16 bits hold their layers in a block of their own, which is not read.
-TEST_F(Layers, ThatStandInABlockAreCounted) {
+TEST_F(Layers, ThatEndTooEarlyAreCounted) {
     document_ = {};
     document_.depth = 16;
     const std::string section(
@@ -148,16 +148,48 @@ TEST_F(Layers, ThatStandInABlockAreCounted) {
         24);
     document_.layerSection = testing_support::PsdBytes(section.begin(), section.end());
     write();
-    EXPECT_EQ(run({"info", "in.psd"}).output,
-              "in.psd: psd, 5x4 pixels, 24 bits, bottom-up, compression none\n"
-              "  RGB, 16 bits per channel, 3 channels, 2 layers\n");
     const json info = json::parse(run({"info", "--json", "in.psd"}).output)[0];
     EXPECT_EQ(info["layerCount"], 2);
-    EXPECT_EQ(info["layers"], json::array());
+    EXPECT_EQ(info["layers"].size(), 1U);
     const Result result = run({"layers", "in.psd", "out"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.errors, "dib: in.psd: load: layers of 16 bits per channel are not read\n");
+    EXPECT_EQ(result.errors, "dib: in.psd: load: the layers are damaged or end too early\n");
     EXPECT_FALSE(std::filesystem::exists("out"));
+}
+
+// Masks are pictures of their own; groups have none.
+TEST_F(Layers, HaveMasksGroupsAndUnicodeNames) {
+    document_ = {};
+    document_.isLarge = true;
+    document_.depth = 16;
+    document_.compression = testing_support::PsdCompression::kZipPredicted;
+    document_.layerBlock = "Lr16";
+    auto& end = document_.addLayer({}, {});
+    end.additional = testing_support::psdBlock("lsct", {0, 0, 0, 3});
+    auto& masked = document_.addLayer({0, 0, 2, 2}, {0, 1, 2, -2}, testing_support::PsdRectangle{1, 2, 3, 5});
+    masked.secondMask = testing_support::PsdRectangle{0, 0, 1, 1};
+    masked.channels.push_back({-3, {0x80, 0x00}});
+    masked.additional = testing_support::psdUnicodeName(u"\u5C42 A");
+    auto& group = document_.addLayer({}, {});
+    group.name = "Group";
+    group.additional = testing_support::psdBlock("lsct", {0, 0, 0, 1});
+    write();
+    ASSERT_EQ(run({"layers", "in.psd", "out", "--to=bmp"}).errors, "");
+    const json layers = json::parse(readFile("out/manifest.json"))["layers"];
+    EXPECT_EQ(layers[0]["kind"], "group-end");
+    EXPECT_EQ(layers[0]["file"], nullptr);
+    EXPECT_EQ(layers[1]["name"], "\u5C42 A");
+    EXPECT_EQ(layers[1]["group"], 2);
+    EXPECT_EQ(layers[1]["file"], "001-__A.bmp");
+    EXPECT_EQ(layers[1]["maskFile"], "001-__A-mask.bmp");
+    EXPECT_EQ(layers[1]["secondMaskFile"], "001-__A-mask2.bmp");
+    EXPECT_EQ(layers[2]["kind"], "group");
+    DibStream mask;
+    ASSERT_TRUE(mask.LoadFromFile("out/001-__A-mask2.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(mask.Header->biWidth, 1);
+    EXPECT_EQ(*mask.ScanLine(0), 128);
+    EXPECT_NE(run({"info", "in.psd"}).output.find("in layer 2, mask 3x2 at 2,1, second mask 1x1 at 0,0\n"),
+              std::string::npos);
 }
 
 TEST_F(Layers, MistakesAreTold) {

@@ -31,7 +31,7 @@ PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
     const bool isDocument = info.header.format->hasLayers && info.header.format->plugin == nullptr;
-    if (isDocument) info.document = readDocument(file, info.header.layers);
+    if (isDocument) info.document = readDocument(file, info.header, options);
     return info;
 }
 

@@ -2,6 +2,8 @@
 #include <CLI/CLI.hpp>
 #include <cctype>
 #include <filesystem>
+#include <utility>
+#include <vector>
 
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
@@ -22,91 +24,103 @@ struct LayersJob {
 
 // A file name from the number of a layer, which makes it unique, and the letters of its name: never a path,
 // a hidden file, a device or an option.
-std::string fileNameOf(int index, const std::string& layerName, const std::string& extension) {
+std::string fileNameOf(std::size_t index, const std::string& layerName, const std::string& part,
+                       const std::string& extension) {
     constexpr std::size_t kLongest = 40;
     std::string number = std::to_string(index);
     number.insert(0, number.size() < 3 ? 3 - number.size() : 0, '0');
     std::string name;
-    for (const char c : layerName.substr(0, kLongest)) {
+    for (const char c : layerName) {
         const auto byte = static_cast<unsigned char>(c);
+        const bool isRest = (byte & 0xC0) == 0x80;  // of a letter of several bytes
+        if (isRest || name.size() == kLongest) continue;
         name += byte < 128 && (std::isalnum(byte) != 0 || c == '-') ? c : '_';
     }
     if (name.find_first_not_of('_') == std::string::npos) name = "layer";
-    return number + "-" + name + "." + extension;
+    return number + "-" + name + part + "." + extension;
 }
 
-// For layers of grey documents, where the loader stores grey in blue only.
-void spreadGrey(DibStream& image) {
-    for (int y = 0; y < height(image); ++y) {
-        auto* row = reinterpret_cast<DibBGRA*>(image.ScanLine(y));
-        for (int x = 0; x < width(image); ++x) row[x].red = row[x].green = row[x].blue;
-    }
+struct Part {
+    DibLayerPart part;
+    const char* key;     // in the manifest
+    const char* suffix;  // of the file name
+};
+constexpr Part kParts[] = {{DIB_LAYER_PIXELS, "file", ""},
+                           {DIB_LAYER_MASK, "maskFile", "-mask"},
+                           {DIB_LAYER_SECOND_MASK, "secondMaskFile", "-mask2"}};
+
+// A picture of a layer and what it is.
+struct LayerPicture {
+    std::size_t layer;
+    const Part* part;
+    ImagePtr image;
+};
+
+bool hasPixels(const DibLayer& layer, DibLayerPart part) {
+    if (part == DIB_LAYER_PIXELS) return layer.width > 0;
+    const DibLayerMask& mask = layer.masks[part == DIB_LAYER_MASK ? 0 : 1];
+    return mask.width > 0;
 }
 
-// Why the library cannot read the layers of a document that announces so many.
-std::string layersProblem(const InputFile& file, DibLoadOptions options, int count) {
-    for (options.layer = 0; options.layer < count; ++options.layer) {
-        DibStream image;
+// Loads the pictures of a layer that have pixels.
+void loadLayer(const InputFile& file, std::size_t number, const DibLayer& layer, const LayersJob& job,
+               Progress& progress, Notes& notes, std::vector<LayerPicture>& pictures) {
+    DibLoadOptions options = job.pictures.load;
+    options.layer = static_cast<int>(number);
+    const std::string title = file.title() + ": layer " + std::to_string(number);
+    for (const Part& part : kParts) {
+        if (!hasPixels(layer, part.part)) continue;
+        options.part = part.part;
+        ImagePtr image(new DibStream);
         DibFileResult result;
-        const bool isRead = file.load(image, options, result, nullptr, nullptr);
-        if (!isRead && result.code != DIB_ERROR_MISMATCH) return result.reason;  // else it has no pixels
-    }
-    return "the layers cannot be read";
-}
-
-// Writes the pictures of the layers and stores the names of their files in the manifest.
-void writeLayers(const LayersJob& job, const DibFormat& format, DibPSDLoader& loader, Json& manifest,
-                 Progress& progress, Notes& notes) {
-    for (int i = 0; i < loader.GetLayerNum(); ++i) {
-        int left = 0;
-        int top = 0;
-        const ImagePtr image(loader.GetLayerImage(i, left, top));
-        Json& entry = manifest["layers"][static_cast<std::size_t>(i)];
-        entry["file"] = nullptr;
-        if (image == nullptr) continue;
-        if (manifest["colorMode"] == "grey") spreadGrey(*image);
-        const char* chosen = job.pictures.save.format;
-        const std::string name = fileNameOf(i, loader.GetLayerInfo(i)->name,
-                                            extensionFor(chosen != nullptr ? chosen : format.name));
-        savePicture(std::filesystem::path(job.folder) / name, format, *image, job.pictures, progress, notes);
-        entry["file"] = name;
+        const bool isLoaded = file.load(*image, options, result, &Progress::report, &progress);
+        stopIfCancelled();
+        if (!isLoaded) throw loadFailure(title, result);
+        notes.add(title, result);
+        pictures.push_back({number, &part, std::move(image)});
     }
 }
 
 void exportLayers(const LayersJob& job) {
-    const char* chosen = job.pictures.save.format;
-    const DibFormat& format = *DibFindFormat(chosen != nullptr ? chosen : "png");
+    const char* chosen = job.pictures.save.format != nullptr ? job.pictures.save.format : "png";
+    const DibFormat& format = *DibFindFormat(chosen);
     requireSaver(format, job.folder);
     Notes notes(job.pictures);
-    Progress progress(3, job.showsProgress);
     const InputFile file(job.document, InputFile::kReadTwice);
     DibFileInfo header;
     DibFileResult probed;
-    file.probe(header, job.pictures.load, probed);
-    DibStream merged;
-    const DibFormat& inputFormat = *loadPicture(file, merged, job.pictures, progress, notes).format;
-    if (!inputFormat.hasLayers || inputFormat.plugin != nullptr) {
+    if (!file.probe(header, job.pictures.load, probed)) throw loadFailure(file.title(), probed);
+    if (!header.format->hasLayers || header.format->plugin != nullptr) {
         throw Failure(kExitBadInput,
-                      file.title() + ": load: " + std::string(inputFormat.name) + " files have no layers");
+                      file.title() + ": load: " + std::string(header.format->name) + " files have no layers");
     }
-    DibPSDLoader loader;
-    loader.SetCallback(&Progress::report, &progress);
-    loader.EnableLayer(true);
-    progress.beginStep("load");
-    const bool isLoaded = loader.Load(file.open().get());
-    stopIfCancelled();
-    const DocumentInfo document = documentInfo(loader, header.layers);
-    if (!isLoaded || loader.GetLayerNum() < document.layerCount)
-        throw Failure(kExitBadInput,
-                      file.title() + ": load: " + layersProblem(file, job.pictures.load, header.layers));
-    progress.endStep();
+    const DocumentInfo document = readDocument(file, header, job.pictures.load);
+    if (document.layers.count < static_cast<std::size_t>(header.layers))
+        throw Failure(kExitBadInput, file.title() + ": load: the layers are damaged or end too early");
 
+    const std::size_t count = document.layers.count;
+    Progress progress(count + 1, job.showsProgress);
+    std::vector<LayerPicture> pictures;
+    for (std::size_t layer = 0; layer < count; ++layer) {
+        progress.beginStep("load");
+        loadLayer(file, layer, document.layers.items[layer], job, progress, notes, pictures);
+        progress.endStep();
+    }
     makeFolder(job.folder);
     progress.beginStep("save");
-    Json manifest = {{"document", file.title()}, {"width", width(merged)}, {"height", height(merged)}};
+    Json manifest = {{"document", file.title()}, {"width", header.width}, {"height", header.height}};
     manifest.update(jsonOf(document));
     manifest.erase("layerCount");
-    writeLayers(job, format, loader, manifest, progress, notes);
+    for (Json& entry : manifest["layers"]) {
+        for (const Part& part : kParts) entry[part.key] = nullptr;
+    }
+    for (const LayerPicture& picture : pictures) {
+        const std::string name = fileNameOf(picture.layer, document.layers.items[picture.layer].name,
+                                            picture.part->suffix, extensionFor(chosen));
+        savePicture(std::filesystem::path(job.folder) / name, format, *picture.image, job.pictures, progress,
+                    notes);
+        manifest["layers"][picture.layer][picture.part->key] = name;
+    }
     writeText(std::filesystem::path(job.folder) / "manifest.json", jsonText(manifest));
     progress.endStep();
 }

@@ -56,18 +56,17 @@ bool InputFile::probe(DibFileInfo& info, const DibLoadOptions& options, DibFileR
     return DibProbeFile(name_.c_str(), &info, &options, &result);
 }
 
+bool InputFile::listLayers(DibLayers& layers, const DibLoadOptions& options, DibFileResult& result) const {
+    if (isInMemory_) return DibProbeLayers(bytes_.data(), bytes_.size(), &layers, &options, &result);
+    return DibProbeLayers(name_.c_str(), &layers, &options, &result);
+}
+
 bool InputFile::load(DibStream& image, const DibLoadOptions& options, DibFileResult& result,
                      DibProgressCallback callback, void* user) const {
     if (isInMemory_)
         return DibLoadMemory(bytes_.data(), bytes_.size(), &image, &options, &result, callback, user);
     if (name_ == "-") return DibLoadStream(stdin, &image, &options, &result, callback, user);
     return DibLoadFile(name_.c_str(), &image, &options, &result, callback, user);
-}
-
-FilePtr InputFile::open() const {
-    // The mode is "rb": the block is not changed.
-    if (isInMemory_) return FilePtr(fmemopen(const_cast<char*>(bytes_.data()), bytes_.size(), "rb"));
-    return FilePtr(std::fopen(name_.c_str(), "rb"));
 }
 
 void requireWritable(const std::string& name) {

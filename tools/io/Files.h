@@ -35,10 +35,9 @@ public:
 
     std::string title() const { return name_ == "-" ? "standard input" : name_; }
     bool probe(DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) const;
+    bool listLayers(DibLayers& layers, const DibLoadOptions& options, DibFileResult& result) const;
     bool load(DibStream& image, const DibLoadOptions& options, DibFileResult& result,
               DibProgressCallback callback, void* user) const;
-    // The file from its start; null when it cannot be opened.
-    FilePtr open() const;
 
 private:
     void readAll();

@@ -1,0 +1,58 @@
+// The pixels of a row, made from the samples of its planes.
+#ifndef FORMATS_PSD_ROW_COLORS_H
+#define FORMATS_PSD_ROW_COLORS_H
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "dib/Memory.h"
+
+namespace formats::psd {
+
+// What the planes are.
+struct PlaneKind {
+    int mode = 0;  // a ColorMode
+    int depth = 8;
+    int colors = 1;         // planes that are colours
+    bool hasAlpha = false;  // one more is alpha
+    // Colours of half-transparent pixels are mixed with white, which is taken away again.
+    bool isMatted = false;
+    int bitCount = 8;     // of the pixels: 8, 24 or 32
+    bool isLight = true;  // what 8-bit pixels of floats are; masks are not
+};
+
+constexpr std::size_t kMostPlanes = 5;
+
+class RowColors {
+public:
+    explicit RowColors(const PlaneKind& kind) : kind_(kind) {}
+
+    // False when memory is short.
+    bool prepare(std::size_t width);
+    // A null plane is missing: white, or opaque.
+    void make(std::span<const unsigned char* const> planes, unsigned char* pixels);
+
+private:
+    using Planes = std::array<const unsigned char*, kMostPlanes>;
+
+    // A row of bytes for each plane, three for results, and a white one.
+    static constexpr std::size_t kBuffers = kMostPlanes + 4;
+    unsigned char* own(std::size_t buffer) { return bytes_.get() + buffer * width_; }
+    unsigned char* white() { return own(kBuffers - 1); }
+    void convert(const unsigned char* samples, bool isLight, unsigned char* to) const;
+    const unsigned char* bytesOf(std::size_t plane, const unsigned char* samples, bool isLight);
+    void removeMatte(std::span<const unsigned char* const> samples, Planes& planes);
+    void removeDeepMatte(std::span<const unsigned char* const> samples, std::size_t color, std::size_t first,
+                         std::size_t count);
+    void darken(Planes& planes);
+    void convertLab(std::span<const unsigned char* const> samples, Planes& planes);
+
+    PlaneKind kind_;
+    std::size_t width_ = 0;
+    dib::MallocPtr<unsigned char> bytes_;
+};
+
+}  // namespace formats::psd
+
+#endif
