@@ -25,10 +25,7 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
 file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/rows/*.cpp)
-# GCC 12 sees an overlap that cannot be in "text" + std::string at -O3.
-if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-    set_source_files_properties(${operation_sources} PROPERTIES COMPILE_OPTIONS -Wno-restrict)
-endif()
+set_source_files_properties(${operation_sources} PROPERTIES COMPILE_OPTIONS "${DIB_JOINS_TEXTS}")
 
 # The header of C programs has the version too; the two are compared.
 set_property(SOURCE ${PROJECT_SOURCE_DIR}/c/Version.cpp APPEND PROPERTY COMPILE_DEFINITIONS

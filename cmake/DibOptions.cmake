@@ -15,6 +15,9 @@ if(DIB_SANITIZE)
     target_link_options(dib_options INTERFACE -fsanitize=${DIB_SANITIZE})
 endif()
 
+# GCC 12 sees an overlap that cannot be in "text" + std::string at -O3. For targets that join many texts.
+set(DIB_JOINS_TEXTS $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)
+
 # The dynamic loader's name for the folder of the file that needs a library.
 if(APPLE)
     set(DIB_OWN_FOLDER "@loader_path")

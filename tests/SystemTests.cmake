@@ -96,6 +96,7 @@ if(TARGET dib AND DIB_LIBRARY_TYPE STREQUAL SHARED)
         $<FILTER:$<TARGET_OBJECTS:dibstream_objects>,EXCLUDE,/operations/Areas.cpp> $<TARGET_OBJECTS:dib_files>
         operations/pretend/PretendAreas.cpp)
     dib_library_settings(dibstream_pretend)
+    target_compile_options(dibstream_pretend PRIVATE ${DIB_JOINS_TEXTS})
     target_link_libraries(dibstream_pretend PRIVATE VexLibs ${DIB_PLATFORM_LIBRARIES})
     target_include_directories(dibstream_pretend PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
     set_target_properties(dibstream_pretend PROPERTIES
