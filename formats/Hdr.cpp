@@ -234,6 +234,7 @@ public:
     bool ready() const { return work_ != nullptr; }
 
     RgbeError read(unsigned char* out) {
+        if (storePlain(out)) return RgbeError::kNone;
         std::size_t pixels = 0;
         if (formats::widthHasPackets(width_)) {
             unsigned char start[kRgbeBytes];
@@ -253,6 +254,25 @@ public:
     }
 
 private:
+    // Stores a row without runs of either kind where the reader holds it: looking for runs costs no more than
+    // the copy that this saves.
+    bool storePlain(unsigned char* out) {
+        const auto width = static_cast<std::size_t>(width_);
+        const std::size_t bytes = width * kRgbeBytes;
+        if (!dialect_.knowsOldRuns || bytes > ByteReader::kBufferBytes) return false;
+        if (formats::widthHasPackets(width_)) {
+            const ByteReader::Bytes start = source_.ahead(kRgbeBytes);
+            if (start.size < kRgbeBytes || formats::startsPackets(start.data)) return false;
+        }
+        const ByteReader::Bytes row = source_.ahead(bytes);
+        if (row.size < bytes) return false;
+        // Nothing is before the first pixel of a row.
+        if (1 + plainPixels(row.data + kRgbeBytes, width - 1) < width) return false;
+        store_(row.data, 1, kRgbeBytes, out, width_);
+        source_.consume(bytes);
+        return true;
+    }
+
     // Reads the pixels behind the first ones.
     RgbeError readFlat(std::size_t first) {
         const auto width = static_cast<std::size_t>(width_);

@@ -1,9 +1,11 @@
 // Reading TGA files as other programs show them: every kind of colour map, grey with alpha, pixels from right
 // to left, and alpha where the file says that there is some. The picture keeps the row order of the file.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "dib/ColorTable.h"
+#include "dib/Kernels.h"
 #include "dib/Memory.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
@@ -23,6 +25,34 @@ void mirror(unsigned char* row, std::size_t width) {
         std::memcpy(pixel, row + left * kPixelBytes, kPixelBytes);
         std::memcpy(row + left * kPixelBytes, row + right * kPixelBytes, kPixelBytes);
         std::memcpy(row + right * kPixelBytes, pixel, kPixelBytes);
+    }
+}
+
+constexpr std::uint32_t kAlphaMask = 0xFF000000;
+
+// Which bits of alpha all pixels have, and which of them any pixel has.
+struct AlphaBits {
+    std::uint32_t all = kAlphaMask;
+    std::uint32_t any = 0;
+};
+
+DIB_ALWAYS_INLINE AlphaBits alphaBits(const unsigned char* pixels, std::size_t count) {
+    AlphaBits bits;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t word;
+        std::memcpy(&word, pixels + 4 * i, sizeof word);
+        bits.all &= word;
+        bits.any |= word & kAlphaMask;
+    }
+    return bits;
+}
+
+DIB_ALWAYS_INLINE void setOpaque(unsigned char* pixels, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t word;
+        std::memcpy(&word, pixels + 4 * i, sizeof word);
+        word |= kAlphaMask;
+        std::memcpy(pixels + 4 * i, &word, sizeof word);
     }
 }
 
@@ -122,21 +152,12 @@ private:
     }
 
     void makeOpaque(unsigned char* pixels, std::size_t count) {
-        constexpr std::uint32_t kAlpha = 0xFF000000;
-        std::uint32_t all = kAlpha;
-        std::uint32_t any = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            std::uint32_t word;
-            std::memcpy(&word, pixels + 4 * i, sizeof word);
-            all &= word;
-            any |= word;
-            word |= kAlpha;
-            std::memcpy(pixels + 4 * i, &word, sizeof word);
-        }
-        all_ &= all;
-        any_ |= any;
+        const AlphaBits bits = dib::runKernel<alphaBits, const unsigned char*>(pixels, count);
+        if (bits.all != kAlphaMask) dib::runKernel<setOpaque>(pixels, count);
+        all_ &= bits.all;
+        any_ |= bits.any;
         // All 0 or all 255 is what programs without alpha write.
-        dropsBytes_ = all_ != kAlpha && (any_ & kAlpha) != 0;
+        dropsBytes_ = all_ != kAlphaMask && any_ != 0;
     }
 
     static void divideByAlpha(unsigned char* row, std::size_t width) {
@@ -152,7 +173,7 @@ private:
     ByteReader& file_;
     const TgaPicture& picture_;
     NewImage& image_;
-    std::uint32_t all_ = 0xFF000000;
+    std::uint32_t all_ = kAlphaMask;
     std::uint32_t any_ = 0;
     bool dropsBytes_ = false;
 };

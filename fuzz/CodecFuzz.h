@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 
+#include "dib/ColorTable.h"
 #include "fuzz/FuzzSupport.h"
 
 namespace fuzz {
@@ -66,6 +67,32 @@ inline void requireSameColors(DibStream& saved, DibStream& loaded) {
     const std::size_t rowBytes = static_cast<std::size_t>(width) * 3;
     for (int y = 0; y < height; ++y) {
         require(std::memcmp(saved.ScanLine(y), loaded.ScanLine(y), rowBytes) == 0, "every pixel is kept");
+    }
+}
+
+// Both images have the same depth, pixels and palette, of which an image may announce fewer colours than its
+// depth can address.
+inline void requireSameIndices(const DibStream& saved, const DibStream& loaded) {
+    const BITMAPINFOHEADER& header = *saved.Header;
+    require(loaded.Header->biBitCount == header.biBitCount, "the depth is kept");
+    const int height = std::abs(header.biHeight);
+    require(loaded.Header->biWidth == header.biWidth && std::abs(loaded.Header->biHeight) == height,
+            "the size is kept");
+    // Behind the last pixel a row may hold anything.
+    const std::size_t bits = static_cast<std::size_t>(header.biWidth) * header.biBitCount;
+    const auto lastBits = static_cast<unsigned char>(0xFF00U >> bits % 8);
+    for (int y = 0; y < height; ++y) {
+        const unsigned char* before = const_cast<DibStream&>(saved).ScanLine(y);
+        const unsigned char* after = const_cast<DibStream&>(loaded).ScanLine(y);
+        require(std::memcmp(before, after, bits / 8) == 0, "every pixel is kept");
+        require(bits % 8 == 0 || ((before[bits / 8] ^ after[bits / 8]) & lastBits) == 0,
+                "every pixel is kept");
+    }
+    for (std::size_t i = 0; i < dib::announcedEntries(header); ++i) {
+        const DibBGRA& before = dib::colorTable(saved.Header)[i];
+        const DibBGRA& after = dib::colorTable(loaded.Header)[i];
+        require(before.red == after.red && before.green == after.green && before.blue == after.blue,
+                "every colour of the palette is kept");
     }
 }
 

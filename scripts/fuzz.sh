@@ -20,12 +20,9 @@ corpus="$build/corpus/$target"
 findings="$build/findings/$target"
 mkdir -p "$corpus" "$findings"
 inputs=("$corpus")
-# The door opens the files of every format.
-case "$feature" in
-open) more=(fuzz/seeds/{bmp,tga,ppm,tim,ilbm,hdr,psd,platformcodecs,dds,exr}) ;;
-save) more=(fuzz/seeds/{tgaroundtrip,ilbmroundtrip}) ;;
-*) more=() ;;
-esac
+# The files of every format; any bytes make an image to save.
+more=()
+case "$feature" in open | save) more=(fuzz/seeds/*/) ;; esac
 for folder in "fuzz/seeds/$feature" "tests/data/$feature" "${more[@]}"; do
     [ -d "$folder" ] && inputs+=("$folder")
 done

@@ -82,7 +82,7 @@ void printFormat(const Loader& loader, const Kind& kind) {
 }  // namespace
 
 void printFiles() {
-    for (const Loader& loader : kLoaders) {
+    for (const Loader& loader : loaders()) {
         if (loader.save == nullptr) continue;
         for (const Kind& kind : kKinds) printFormat(loader, kind);
     }

@@ -4,6 +4,7 @@
 
 #include <DibStream.h>
 
+#include <span>
 #include <string>
 
 #include "tests/digest/Digest.h"
@@ -18,7 +19,7 @@ struct Loader {
     Codec load;
     Codec save;  // null where the format is not written
 };
-extern const Loader kLoaders[12];
+std::span<const Loader> loaders();
 
 /// Loads a file into an image that held another picture, and adds all that can be seen of it.
 void loadInto(Hash& hash, const Loader& loader, const std::string& path, int cancelAt);

@@ -73,14 +73,17 @@ Hash document(const std::string& path) {
 
 }  // namespace
 
-const Loader kLoaders[12] = {
-    {"bmp", "-", loadBmp, saveBmp},        {"tga", "-", LoadTGA, SaveTGA},
-    {"tim", "-", LoadTIM, SaveTIM},        {"pnm", "-", LoadPPM, SavePPM},
-    {"ilbm", "-", LoadIFF, SaveIFF},       {"hdr", "libm", LoadHDR, nullptr},
-    {"psd", "-", LoadPSD, nullptr},        {"png", "codec", LoadPNG, SavePNG},
-    {"jpeg", "codec", LoadJPEG, SaveJPEG}, {"tiff", "codec", LoadTIFF, SaveTIFF},
-    {"exr", "codec", LoadEXR, nullptr},    {"dds", "-", loadDds, nullptr},
-};
+std::span<const Loader> loaders() {
+    static constexpr Loader kLoaders[] = {
+        {"bmp", "-", loadBmp, saveBmp},        {"tga", "-", LoadTGA, SaveTGA},
+        {"tim", "-", LoadTIM, SaveTIM},        {"pnm", "-", LoadPPM, SavePPM},
+        {"ilbm", "-", LoadIFF, SaveIFF},       {"hdr", "libm", LoadHDR, nullptr},
+        {"psd", "-", LoadPSD, nullptr},        {"png", "codec", LoadPNG, SavePNG},
+        {"jpeg", "codec", LoadJPEG, SaveJPEG}, {"tiff", "codec", LoadTIFF, SaveTIFF},
+        {"exr", "codec", LoadEXR, nullptr},    {"dds", "-", loadDds, nullptr},
+    };
+    return kLoaders;
+}
 
 void loadInto(Hash& hash, const Loader& loader, const std::string& path, int cancelAt) {
     const DibPtr image = picture({8, false}, 3, 2);
@@ -100,7 +103,7 @@ void printSamples(const std::string& folder) {
         std::string local;
         std::getline(fields, format, '\t');
         for (int i = 0; i < 4; ++i) std::getline(fields, local, '\t');
-        for (const Loader& loader : kLoaders) {
+        for (const Loader& loader : loaders()) {
             if (format != loader.name) continue;
             Hash hash;
             loadInto(hash, loader, folder + "/" + local, -1);
