@@ -80,8 +80,10 @@ public:
             } else {
                 putUnits(bytes.data(), row * format_.rows, picture);
             }
-            picture.rowsRead =
-                static_cast<std::size_t>(std::min<std::uint64_t>((row + 1) * format_.rows, height_));
+            const std::uint64_t end = std::min<std::uint64_t>((row + 1) * format_.rows, height_);
+            const bool isPlain = format_.isGrey || format_.isIndexed || !(surface_.isOpaque || divides_);
+            for (std::uint64_t y = row * format_.rows; y < end && !isPlain; ++y) finishRow(picture.row(y));
+            picture.rowsRead = static_cast<std::size_t>(end);
             if (!job_.report(static_cast<std::size_t>(row + 1), static_cast<std::size_t>(rows())))
                 return false;
         }
@@ -89,11 +91,12 @@ public:
     }
 
 private:
-    Texel finished(Texel texel) const {
-        if (surface_.isOpaque) texel.alpha = 255;
-        if (!divides_) return texel;
-        return {divided(texel.blue, texel.alpha), divided(texel.green, texel.alpha),
-                divided(texel.red, texel.alpha), texel.alpha};
+    // What comes after decoding, for the few formats that need it.
+    void finishRow(unsigned char* row) const {
+        for (std::uint32_t x = 0; x < width_; ++x, row += 4) {
+            if (surface_.isOpaque) row[3] = 255;
+            for (int i = 0; i < 3 && divides_; ++i) row[i] = divided(row[i], row[3]);
+        }
     }
 
     // Stores units without the rows and columns beyond the picture's edge.
@@ -106,7 +109,7 @@ private:
             for (std::size_t y = 0; y < rows; ++y) {
                 unsigned char* row = picture.row(top + y);
                 for (std::size_t x = 0; x < columns; ++x) {
-                    const Texel texel = finished(texels[y * format_.columns + x]);
+                    const Texel& texel = texels[y * format_.columns + x];
                     if (format_.isGrey) {
                         row[left + x] = texel.red;
                     } else {
@@ -126,10 +129,10 @@ private:
                 *out++ = format_.red.byte(texel, 0);
                 continue;
             }
-            const Texel shown = finished({format_.blue.byte(texel, 0), format_.green.byte(texel, 0),
-                                          format_.red.byte(texel, 0), format_.alpha.byte(texel, 255)});
-            std::memcpy(out, &shown, sizeof shown);
-            out += sizeof shown;
+            *out++ = format_.blue.byte(texel, 0);
+            *out++ = format_.green.byte(texel, 0);
+            *out++ = format_.red.byte(texel, 0);
+            *out++ = format_.alpha.byte(texel, 255);
         }
     }
 
