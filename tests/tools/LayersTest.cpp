@@ -95,6 +95,7 @@ TEST_F(Layers, AreWrittenUnderHarmlessNames) {
     EXPECT_EQ(manifest["layers"][0]["rectangle"]["left"], -2);
     EXPECT_EQ(manifest["layers"][1]["file"], nullptr);
     EXPECT_EQ(manifest["layers"][2]["file"], "002-__31m_.bmp");
+    EXPECT_EQ(manifest["layers"][2]["maskFile"], "002-__31m_-mask.bmp");
     DibStream layer;
     ASSERT_TRUE(layer.LoadFromFile("deep/out/000-______etc_passwd.bmp", DibStream::DIB_ACCEPT_ALL));
     EXPECT_EQ(layer.Header->biWidth, 6);
@@ -105,7 +106,7 @@ TEST_F(Layers, AreWrittenUnderHarmlessNames) {
     int files = 0;
     for (const auto& entry : std::filesystem::directory_iterator("deep/out"))
         files += entry.is_regular_file();
-    EXPECT_EQ(files, 3);
+    EXPECT_EQ(files, 4);
 }
 
 TEST_F(Layers, ThatCannotBeReadAreStillTold) {
