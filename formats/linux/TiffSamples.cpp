@@ -125,9 +125,8 @@ void show(std::uint16_t sample, unsigned char& to) { to = byteOfWord(sample); }
 void show(float sample, float& to) { to = sample; }
 void show(float sample, unsigned char& to) {
     // A float that is not a number is neither.
-    to = sample >= 1  ? 255
-         : sample > 0 ? static_cast<unsigned char>((static_cast<int>(sample * 510.0F) + 1) / 2)
-                      : 0;
+    const int byte = sample >= 1 ? 255 : sample > 0 ? (static_cast<int>(sample * 510.0F) + 1) / 2 : 0;
+    to = static_cast<unsigned char>(byte);
 }
 
 }  // namespace
