@@ -222,7 +222,7 @@ struct Failing {
 
     std::size_t next(void* out, std::size_t count) {
         const std::size_t part = std::min(count, bytes.size() - at);
-        std::memcpy(out, bytes.data() + at, part);
+        std::copy_n(bytes.data() + at, part, static_cast<unsigned char*>(out));
         at += part;
         if (part == 0) errno = why;
         return part;
