@@ -1,4 +1,5 @@
 // Opening: where the bytes come from, which format they have, what the options refuse.
+#include <algorithm>
 #include <cstring>
 #include <thread>
 
