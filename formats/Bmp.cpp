@@ -35,17 +35,6 @@ bool resembles(FirstBytes bytes) {
            dib::readLe32(bytes.data() + 16) <= 6;
 }
 
-// Loading unpacks rows, so only the file says how they were packed.
-std::string_view compression(FirstBytes bytes) {
-    constexpr std::size_t kOffset = 30;
-    if (bytes.size() <= kOffset) return "none";
-    switch (bytes[kOffset]) {
-        case 1: return "rle8";
-        case 3: return "masks";
-        default: return "none";
-    }
-}
-
 constexpr const char* kExtensions[] = {"bmp", "dib", nullptr};
 constexpr const char* kCompose[] = {"bmp", nullptr};
 constexpr const char* kMimeTypes[] = {"image/bmp", nullptr};
@@ -62,14 +51,12 @@ constinit const FileFormat kBmpFormat = {
     .composeExtensions = kCompose,
     .recognizes = recognizes,
     .resembles = resembles,
-    .compression = compression,
     .load = load,
     .save = save,
     .probe = probeBmp,
     .read = readBmp,
     .losses = findBmpLosses,
     .write = writeBmp,
-    .diagnose = diagnoseBmp,
 };
 
 }  // namespace formats

@@ -1,7 +1,6 @@
 #include "formats/BmpHeader.h"
 
 #include <algorithm>
-#include <string>
 
 #include "dib/Bytes.h"
 #include "formats/Formats.h"
@@ -148,10 +147,8 @@ private:
     }
 
     bool judgeSize() {
-        const std::string problem = sizeProblem(header_.width, header_.height, header_.imageBits());
-        if (problem.empty()) return true;
-        const bool isTooLarge = header_.width > 0 && header_.height != 0;
-        return refuse(result_, isTooLarge ? DIB_ERROR_MEMORY : DIB_ERROR_INVALID, "%s", problem.c_str());
+        const Problem problem = sizeProblem(header_.width, header_.height, header_.imageBits());
+        return problem.empty() || refuse(result_, problem);
     }
 
     // The table ends where the pixels start; files with fewer entries than they announce are common.

@@ -54,8 +54,6 @@ struct FileFormat {
     // The same where the format has no signature, by the fields of its header; asked last, and only of data
     // without a name.
     bool (*resembles)(FirstBytes bytes) = nullptr;
-    // The name of the packing inside the file; null when there is only one way.
-    std::string_view (*compression)(FirstBytes bytes) = nullptr;
 
     // The classic codec. The saver returns true only when the whole file was written, and stores
     // DIB_ERROR_WRITE when it was not; null: nothing can be saved.
@@ -68,7 +66,7 @@ struct FileFormat {
     bool (*read)(ReadRequest& request) = nullptr;
     bool (*losses)(LossRequest& request) = nullptr;
     bool (*write)(WriteRequest& request) = nullptr;
-    Diagnosis diagnose = nullptr;  // what is wrong with a file that was refused
+    Diagnosis diagnose = nullptr;  // why a decoder without reasons of its own refused a file
 };
 
 extern const FileFormat kBmpFormat;

@@ -344,12 +344,30 @@ namespace {
 
 bool recognizes(FirstBytes bytes) { return startsWith(bytes, "#?RADIANCE") || startsWith(bytes, "#?RGBE"); }
 
-// Each row may be packed or flat.
-std::string_view compression(FirstBytes) { return "unknown"; }
+// Why a header is refused; false when it is.
+bool judgeHeader(ByteReader& file, const Header& header, RgbeError error, DibFileResult& result) {
+    const bool isAtEnd = file.ahead(1).size == 0;
+    if (error != RgbeError::kNone) {
+        file.seek(0);
+        const ByteReader::Bytes start = file.ahead(2);
+        if (!startsWith({start.data, start.size}, "#?"))
+            return refuse(result, DIB_ERROR_INVALID, "not a Radiance file");
+    }
+    if (error == RgbeError::kRead || (error == RgbeError::kNoSize && isAtEnd))
+        return refuse(result, DIB_ERROR_READ, "%s", kShortHeader);
+    if (error == RgbeError::kNoFormat)
+        return refuse(result, DIB_ERROR_UNSUPPORTED,
+                      "the header has no line FORMAT=32-bit_rle_rgbe or FORMAT=32-bit_rle_xyze");
+    if (error == RgbeError::kNoSize)
+        return refuse(result, DIB_ERROR_INVALID, "the line of the size is missing or damaged");
+    const Problem problem = sizeProblem(header.width, header.height, 24);
+    return problem.empty() || refuse(result, problem);
+}
 
 bool probe(ProbeRequest& request) {
     Header header;
-    if (readHeader(request.file, kWide, header) != RgbeError::kNone) return false;
+    const RgbeError error = readHeader(request.file, kWide, header);
+    if (!judgeHeader(request.file, header, error, request.result)) return false;
     request.info.width = header.width;
     request.info.height = header.height;
     request.info.bitCount = 24;
@@ -360,7 +378,7 @@ bool probe(ProbeRequest& request) {
     const bool isPacked =
         widthHasPackets(header.width) && start.size >= kRgbeBytes && startsPackets(start.data);
     nameCompression(request.info, isPacked ? "rle" : "none");
-    return header.width > 0 && header.height > 0;
+    return true;
 }
 
 bool read(ReadRequest& request) {
@@ -375,6 +393,7 @@ bool read(ReadRequest& request) {
     if (header.gamma != 1)
         note(request.result, DIB_NOTE_ASSUMPTION, "the gamma of %g was not undone", header.gamma);
     const bool hasPicture = request.image->Header != nullptr;
+    if (!isRead && !hasPicture && !judgeHeader(request.file, header, error, request.result)) return false;
     if (hasPicture && error == RgbeError::kRead) refuse(request.result, DIB_ERROR_READ, "%s", kShortPixels);
     if (error == RgbeError::kWidth)
         refuse(request.result, DIB_ERROR_INVALID, "a row of run lengths is of another width");
@@ -395,11 +414,9 @@ constinit const FileFormat kHdrFormat = {
              .mimeTypes = kMimeTypes,
              .readDepths = depths({24})},
     .recognizes = recognizes,
-    .compression = compression,
     .load = LoadHDR,
     .probe = probe,
     .read = read,
-    .diagnose = diagnoseHdr,
 };
 
 }  // namespace formats

@@ -17,11 +17,6 @@ bool recognizes(FirstBytes bytes) {
            (startsWith(bytes.subspan(8), "ILBM") || startsWith(bytes.subspan(8), "PBM "));
 }
 
-std::string_view compression(FirstBytes bytes) {
-    const bool known = bytes.size() > 30 && startsWith(bytes.subspan(12), "BMHD");
-    return known && bytes[30] == 1 ? "packbits" : "none";
-}
-
 bool probe(ProbeRequest& request) {
     IlbmForm form;
     if (!readIlbmForm(request.file, request.options, form, request.result)) return false;
@@ -79,14 +74,12 @@ constinit const FileFormat kIlbmFormat = {
              .writeDepths = depths({1, 4, 8, 24})},
     .composeExtensions = kCompose,
     .recognizes = recognizes,
-    .compression = compression,
     .load = LoadIFF,
     .save = saveWhole<saveIlbmWhole>,
     .probe = probe,
     .read = read,
     .losses = noteIlbmLosses,
     .write = writeIlbm,
-    .diagnose = diagnoseIff,
 };
 
 }  // namespace formats

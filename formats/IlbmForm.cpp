@@ -7,6 +7,7 @@
 
 #include "dib/Bytes.h"
 #include "formats/Iff.h"
+#include "formats/diagnosis/RefusedFile.h"
 #include "formats/door/Request.h"
 
 namespace formats {
@@ -109,11 +110,16 @@ bool judgeHeader(const BitmapHeader& header, DibFileResult& result) {
 
 bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& form, DibFileResult& result) {
     constexpr std::size_t kTypeEnd = 12;
+    constexpr std::int64_t kFormHeader = 8;
     const unsigned char* start = file.take(kTypeEnd);
-    if (start == nullptr || std::memcmp(start, "FORM", 4) != 0)
-        return refuse(result, DIB_ERROR_INVALID, "not an IFF file");
+    if (start == nullptr) return refuse(result, DIB_ERROR_READ, "%s", kShortHeader);
+    if (std::memcmp(start, "FORM", 4) != 0) return refuse(result, DIB_ERROR_INVALID, "not an IFF file");
     const bool isChunky = std::memcmp(start + 8, "PBM ", 4) == 0;
-    if (!isChunky && std::memcmp(start + 8, "ILBM", 4) != 0) return false;
+    const bool isCut = file.size() < kFormHeader + std::int64_t{dib::readBe32(start + 4)};
+    if (!isChunky && std::memcmp(start + 8, "ILBM", 4) != 0) {
+        return refuse(result, DIB_ERROR_UNSUPPORTED, "FORM files of type %s are not read",
+                      quoted(std::string(reinterpret_cast<const char*>(start) + 8, 4)).c_str());
+    }
     bool hasHeader = false;
     iff_chunk chunk;
     for (std::int64_t at = kTypeEnd; file.seek(at) && chunk.load(file); at = nextChunk(file, at, chunk)) {
@@ -138,6 +144,7 @@ bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& for
             return true;
         }
     }
+    if (isCut) return refuse(result, DIB_ERROR_READ, "%s", kShortHeader);
     return refuse(result, DIB_ERROR_INVALID,
                   hasHeader ? "the pixels (BODY) are missing" : "the header chunk (BMHD) is missing");
 }

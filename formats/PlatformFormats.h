@@ -13,11 +13,6 @@ inline bool isTiff(FirstBytes bytes) {
            startsWith(bytes, {"II+\0", 4}) || startsWith(bytes, {"MM\0+", 4});
 }
 
-inline std::string_view deflate(FirstBytes) { return "deflate"; }
-inline std::string_view dct(FirstBytes) { return "dct"; }
-// The directory that names the compression of a TIFF file may be anywhere in the file.
-inline std::string_view unknown(FirstBytes) { return "unknown"; }
-
 inline constexpr const char* kPng[] = {"png", nullptr};
 inline constexpr const char* kPngCompose[] = {"png", nullptr};
 inline constexpr const char* kJpeg[] = {"jpg", "jpeg", nullptr};

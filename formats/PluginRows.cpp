@@ -23,9 +23,6 @@ bool isWebp(FirstBytes bytes) {
 }
 bool isGif(FirstBytes bytes) { return startsWith(bytes, "GIF87a") || startsWith(bytes, "GIF89a"); }
 
-// Files name their compression beyond the first bytes.
-std::string_view unknown(FirstBytes) { return "unknown"; }
-
 bool loadDdsFile(const char* path, DibStream* image, DibProgressCallback callback, void* user) {
     try {
         return LoadDDS(VexString::fromUtf8String(path).c_str(), image, callback, user);
@@ -166,7 +163,6 @@ constinit const FileFormat kExrFormat = {
              .hasPages = true,
              .plugin = kExrPlugin.bundle},
     .recognizes = isExr,
-    .compression = unknown,
     .load = LoadEXR,
     .probe = probeExr,
     .read = readExr,
@@ -182,7 +178,6 @@ constinit const FileFormat kDdsFormat = {
              .hasPages = true,
              .plugin = kDdsPlugin.bundle},
     .recognizes = isDds,
-    .compression = unknown,
     .load = loadDdsFile,
     .probe = probeDds,
     .read = readDds,

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "formats/diagnosis/RefusedFile.h"
+#include "formats/diagnosis/Diagnosis.h"
 
 namespace formats {
 
@@ -25,6 +25,11 @@ public:
 private:
     bool refuseShort() { return refuse(result_, DIB_ERROR_READ, "%s", kShortHeader); }
     bool refuseInvalid(const char* reason) { return refuse(result_, DIB_ERROR_INVALID, "%s", reason); }
+
+    // A number that is missing at the end of the file was cut off.
+    bool refuseText(const char* reason) {
+        return file_.ahead(1).size == 0 ? refuseShort() : refuseInvalid(reason);
+    }
 
     bool readKind() {
         const int letter = file_.byte();
@@ -45,12 +50,12 @@ private:
         std::uint32_t width = 0;
         std::uint32_t height = 0;
         if (!readPnmNumber(file_, width) || !readPnmNumber(file_, height))
-            return refuseInvalid("the size is not two numbers");
+            return refuseText("the size is not two numbers");
         header_.width = clamped(width);
         header_.height = clamped(height);
         if (isFloat_) return readScale();
         if (!header_.isBitmap && !readPnmNumber(file_, header_.largest))
-            return refuseInvalid("the largest value is not a number");
+            return refuseText("the largest value is not a number");
         return true;
     }
 
@@ -134,10 +139,8 @@ private:
                           : header_.largest > 255       ? Samples::kWords
                           : header_.isBitmap && !isPam_ ? Samples::kBits
                                                         : Samples::kBytes;
-        const std::string problem = sizeProblem(header_.width, header_.height, header_.imageBits());
-        if (problem.empty()) return true;
-        const bool isEmpty = header_.width == 0 || header_.height == 0;
-        return refuse(result_, isEmpty ? DIB_ERROR_INVALID : DIB_ERROR_MEMORY, "%s", problem.c_str());
+        const Problem problem = sizeProblem(header_.width, header_.height, header_.imageBits());
+        return problem.empty() || refuse(result_, problem);
     }
 
     ByteReader& file_;
@@ -161,7 +164,10 @@ int nextPnmByte(ByteReader& file) {
 bool readPnmNumber(ByteReader& file, std::uint32_t& number) {
     int byte = nextPnmByte(file);
     while (isPnmBlank(byte)) byte = nextPnmByte(file);
-    if (byte < '0' || byte > '9') return false;
+    if (byte < '0' || byte > '9') {
+        if (byte >= 0) file.seek(file.position() - 1);
+        return false;
+    }
     std::uint64_t value = 0;
     for (; byte >= '0' && byte <= '9'; byte = nextPnmByte(file))
         value = std::min<std::uint64_t>(value * 10 + static_cast<unsigned>(byte - '0'), UINT32_MAX);

@@ -247,7 +247,6 @@ constinit const FileFormat kPpmFormat = {
     .read = readPnm,
     .losses = findPnmLosses,
     .write = writePnm,
-    .diagnose = diagnosePpm,
 };
 
 }  // namespace formats

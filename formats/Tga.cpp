@@ -300,8 +300,6 @@ namespace formats {
 
 namespace {
 
-std::string_view compression(FirstBytes bytes) { return bytes.size() > 2 && bytes[2] >= 9 ? "rle" : "none"; }
-
 constexpr const char* kExtensions[] = {"tga", nullptr};
 constexpr const char* kCompose[] = {"tga", nullptr};
 constexpr const char* kMimeTypes[] = {"image/x-tga", nullptr};
@@ -317,14 +315,12 @@ constinit const FileFormat kTgaFormat = {
              .writeDepths = depths({8, 16, 24, 32})},
     .composeExtensions = kCompose,
     .resembles = resemblesTga,
-    .compression = compression,
     .load = LoadTGA,
     .save = saveWhole<writeClassicTga>,
     .probe = probeTga,
     .read = readTga,
     .losses = findTgaLosses,
     .write = writeTga,
-    .diagnose = diagnoseTga,
 };
 
 }  // namespace formats

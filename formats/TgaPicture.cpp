@@ -68,8 +68,7 @@ private:
 
     bool judgeSize() {
         if (picture_.width > 0 && picture_.height > 0) return true;
-        return refuse(result_, DIB_ERROR_INVALID, "%s",
-                      sizeProblem(picture_.width, picture_.height, 8).c_str());
+        return refuse(result_, sizeProblem(picture_.width, picture_.height, 8));
     }
 
     // Pixels of 8 and 24 bits have no alpha that a footer could speak of.

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "dib/Bytes.h"
 #include "dib/Memory.h"
@@ -16,11 +15,9 @@ namespace formats {
 
 namespace {
 
-bool judgeSize(const TimLayout& layout, DibFileResult& result) {
-    const std::string problem = sizeProblem(layout.width(), layout.height(), layout.bitCount);
-    const bool isEmpty = layout.width() == 0 || layout.height() == 0;
-    return problem.empty() ||
-           refuse(result, isEmpty ? DIB_ERROR_INVALID : DIB_ERROR_MEMORY, "%s", problem.c_str());
+// Headers without a possible size are refused for the reason that the diagnosis of the format finds.
+bool isPossible(const TimLayout& layout) {
+    return sizeProblem(layout.width(), layout.height(), layout.bitCount).empty();
 }
 
 class TimReader {
@@ -33,8 +30,7 @@ public:
     bool read(DibFileResult* result) {
         const DibErrorCode code = readTimLayout(file_, dialect_, table_, layout_, words_);
         if (code != DIB_OK) return fail(picture_, code);
-        if (result != nullptr && !judgeSize(layout_, *result))
-            return fail(picture_, static_cast<DibErrorCode>(result->code));
+        if (result != nullptr && !isPossible(layout_)) return fail(picture_, DIB_ERROR_INVALID);
         showsAlpha_ = showsAlpha_ && layout_.mayHaveAlpha();
         if (result != nullptr && !keepFrame(result->metadata.timFrame))
             return fail(picture_, DIB_ERROR_MEMORY);
@@ -141,7 +137,7 @@ bool probeTim(ProbeRequest& request) {
     request.info.paletteSize = static_cast<int>(dib::addressableEntries(request.info.bitCount));
     request.info.pages = layout.tables();
     nameCompression(request.info, "none");
-    return judgeSize(layout, request.result);
+    return isPossible(layout);
 }
 
 bool readTim(ReadRequest& request) {

@@ -36,7 +36,7 @@ FORMAT_PLACES = [
     # The row of ILBM has another name than its functions.
     ("formats/Formats.cpp", "k{}Format", "table of formats", ("PGM", "IFF")),
     ("tests/formats/FormatsTest.cpp", "{}", "tests of the table of formats", ()),
-    ("formats/diagnosis/*.h", "diagnose{}", "reasons why a file is refused", ("PGM",)),
+    ("tests/formats/DoorProbeTest.cpp", "{}", "tests of the reasons why a file is refused", ("PGM",)),
 ]
 
 

@@ -121,17 +121,18 @@ DdsHeader readDdsHeader(const RefusedFile& file) {
     return header;
 }
 
-std::string diagnoseDds(const RefusedFile& file) {
+Problem diagnoseDds(const RefusedFile& file) {
     constexpr std::int64_t kHeaderBytes = 128;
-    if (file.text(0, 4) != "DDS ") return "not a DDS file";
-    if (file.size() < kHeaderBytes) return kShortHeader;
-    if (file.le32(4) != 124 || file.le32(76) != 32) return "the header is damaged";
+    if (file.text(0, 4) != "DDS ") return damaged("not a DDS file");
+    const bool hasMore = file.text(84, 4) == "DX10";
+    if (file.size() < kHeaderBytes + (hasMore ? 4 : 0)) return cutShort(kShortHeader);
+    if (file.le32(4) != 124 || file.le32(76) != 32) return damaged("the header is damaged");
     const DdsHeader header = readDdsHeader(file);
-    if (header.bitsPerPixel == 0) return "pixels of format " + header.pixelFormat + " are not read";
-    if (std::string problem = sizeProblem(header.width, header.height, 32); !problem.empty()) return problem;
+    if (header.bitsPerPixel == 0) return unread("pixels of format " + header.pixelFormat + " are not read");
+    if (Problem problem = sizeProblem(header.width, header.height, 32); !problem.empty()) return problem;
     if (header.width * header.height * header.bitsPerPixel / 8 > file.size() - kHeaderBytes)
-        return kShortPixels;
-    return "pixels of format " + header.pixelFormat + " are not read or end too early";
+        return cutShort(kShortPixels);
+    return guessed("pixels of format " + header.pixelFormat + " are not read or end too early");
 }
 
 }  // namespace formats

@@ -1,27 +1,23 @@
 #include "formats/diagnosis/Diagnosis.h"
 
-#include <DibStream.h>
-
-#include "dib/File.h"
+#include "formats/door/Request.h"
 
 namespace formats {
 
-std::string whyRefused(const char* path, Diagnosis diagnose, int errorCode) {
-    const dib::FilePtr opened = dib::openForReading(path);
-    if (opened == nullptr) return "the file cannot be opened";
-    ByteReader file(opened.get());
-    return whyRefused(file, diagnose, errorCode);
+Problem whyRefused(ByteReader& reader, Diagnosis diagnose, int errorCode) {
+    const RefusedFile file(reader);
+    Problem problem = diagnose != nullptr ? diagnose(file) : Problem();
+    if (problem.code != DIB_OK) return problem;
+    if (errorCode == DIB_ERROR_MEMORY)
+        return {DIB_ERROR_MEMORY, "there is not enough memory for the picture"};
+    const bool isShort = errorCode == DIB_ERROR_READ;
+    if (problem.empty()) problem.text = isShort ? kShortPixels : "the pixels are damaged or end too early";
+    problem.code = isShort ? DIB_ERROR_READ : DIB_ERROR_INVALID;
+    return problem;
 }
 
-std::string whyRefused(ByteReader& reader, Diagnosis diagnose, int errorCode) {
-    const RefusedFile file(reader);
-    if (file.size() == 0) return "the file is empty";
-    if (std::string reason = diagnose != nullptr ? diagnose(file) : ""; !reason.empty()) return reason;
-    switch (errorCode) {
-        case DIB_ERROR_MEMORY: return "there is not enough memory for the picture";
-        case DIB_ERROR_READ: return kShortPixels;
-        default: return "the pixels are damaged or end too early";
-    }
+bool refuse(DibFileResult& result, const Problem& problem) {
+    return refuse(result, problem.code, "%s", problem.text.c_str());
 }
 
 }  // namespace formats

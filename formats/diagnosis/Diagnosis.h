@@ -1,35 +1,30 @@
-// What is wrong with a file that a loader refused, in words: loaders answer with a code, which often says no
-// more than that they failed. Each function looks at the file in the order in which the loader of the format
-// does, and returns the first thing that the loader does not accept: "run-length grey is not read". It is
-// empty when nothing of the kind is found.
+// What is wrong with a file that a decoder refused without saying why: libraries and plug-ins answer that
+// they failed, and no more. Each function looks at the file in the order in which the decoder of the format
+// does, and returns the first thing that the decoder does not accept.
 #ifndef FORMATS_DIAGNOSIS_DIAGNOSIS_H
 #define FORMATS_DIAGNOSIS_DIAGNOSIS_H
 
-#include <string>
+#include <DibFile.h>
 
 #include "formats/diagnosis/RefusedFile.h"
 
 namespace formats {
 
-using Diagnosis = std::string (*)(const RefusedFile& file);
+using Diagnosis = Problem (*)(const RefusedFile& file);
 
-std::string diagnoseBmp(const RefusedFile& file);
-std::string diagnoseTga(const RefusedFile& file);
-std::string diagnosePpm(const RefusedFile& file);
-std::string diagnoseTim(const RefusedFile& file);
-std::string diagnoseIff(const RefusedFile& file);
-std::string diagnoseHdr(const RefusedFile& file);
-std::string diagnosePsd(const RefusedFile& file);
-std::string diagnosePng(const RefusedFile& file);
-std::string diagnoseJpeg(const RefusedFile& file);
-std::string diagnoseTiff(const RefusedFile& file);
-std::string diagnoseExr(const RefusedFile& file);
-std::string diagnoseDds(const RefusedFile& file);
+Problem diagnoseTim(const RefusedFile& file);
+Problem diagnosePng(const RefusedFile& file);
+Problem diagnoseJpeg(const RefusedFile& file);
+Problem diagnoseTiff(const RefusedFile& file);
+Problem diagnoseExr(const RefusedFile& file);
+Problem diagnoseDds(const RefusedFile& file);
 
-// Never empty: where the format's own diagnosis finds nothing, what the loader's code and the size of the
-// file say.
-std::string whyRefused(ByteReader& file, Diagnosis diagnose, int errorCode);
-std::string whyRefused(const char* path, Diagnosis diagnose, int errorCode);
+// The diagnosis of a file, which may be null; where it finds nothing, what the decoder's code and the size of
+// the file say. Always has a text and a code.
+Problem whyRefused(ByteReader& file, Diagnosis diagnose, int errorCode);
+
+// Stores a problem as the reason of a call; the first reason stays. Returns false.
+bool refuse(DibFileResult& result, const Problem& problem);
 
 }  // namespace formats
 

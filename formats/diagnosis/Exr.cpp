@@ -63,24 +63,23 @@ bool readExrHeader(const RefusedFile& file, ExrHeader& header) {
     return false;
 }
 
-std::string diagnoseExr(const RefusedFile& file) {
+Problem diagnoseExr(const RefusedFile& file) {
     constexpr std::int64_t kHeaderBytes = 8;
     constexpr std::uint32_t kDeep = 8;
-    if (file.le32(0) != 0x01312F76) return "not an EXR file";
-    if (file.size() < kHeaderBytes) return kShortHeader;
-    if (file.byte(4) != 2) return "version " + std::to_string(file.byte(4)) + " is not known";
-    if ((file.byte(5) & kDeep) != 0) return "deep pictures are not read";
+    if (file.le32(0) != 0x01312F76) return damaged("not an EXR file");
+    if (file.size() < kHeaderBytes) return cutShort(kShortHeader);
+    if (file.byte(4) != 2) return unread("version " + std::to_string(file.byte(4)) + " is not known");
+    if ((file.byte(5) & kDeep) != 0) return unread("deep pictures are not read");
     ExrHeader header;
     const bool isWhole = readExrHeader(file, header);
     if (header.hasWindow()) {
-        if (std::string problem = sizeProblem(header.width, header.height, 32); !problem.empty())
-            return problem;
+        if (Problem problem = sizeProblem(header.width, header.height, 32); !problem.empty()) return problem;
     }
-    if (!isWhole) return kShortHeader;
-    if (header.channels.empty()) return "the list of channels is missing";
+    if (!isWhole) return cutShort(kShortHeader);
+    if (header.channels.empty()) return damaged("the list of channels is missing");
     std::string names;
     for (const std::string& name : header.channels) names += (names.empty() ? "" : ", ") + quoted(name);
-    return "the pixels are damaged or end too early, or the channels " + names + " are not read";
+    return guessed("the pixels are damaged or end too early, or the channels " + names + " are not read");
 }
 
 }  // namespace formats

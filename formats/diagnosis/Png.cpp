@@ -17,33 +17,34 @@ std::uint32_t checksum(const std::string& bytes) {
     return ~sum;
 }
 
-std::string chunkProblem(const RefusedFile& file, std::int64_t at) {
+Problem chunkProblem(const RefusedFile& file, std::int64_t at) {
     const std::string name = file.text(at + 4, 4);
     const std::int64_t length = file.be32(at);
     if (file.size() - at < static_cast<std::int64_t>(kChunkFrame) + length)
-        return "the file ends inside its chunk " + quoted(name);
+        return cutShort("the file ends inside its chunk " + quoted(name));
     if (checksum(file.text(at + 4, static_cast<std::size_t>(length) + 4)) != file.be32(at + 8 + length))
-        return "the checksum of the chunk " + quoted(name) + " is wrong";
+        return damaged("the checksum of the chunk " + quoted(name) + " is wrong");
     return {};
 }
 
 }  // namespace
 
-std::string diagnosePng(const RefusedFile& file) {
+Problem diagnosePng(const RefusedFile& file) {
     constexpr std::int64_t kSignatureBytes = 8;
-    if (file.text(0, kSignatureBytes) != "\x89PNG\r\n\x1A\n") return "not a PNG file";
-    if (file.text(12, 4) != "IHDR") return "the header chunk (IHDR) is missing";
+    if (file.text(0, kSignatureBytes) != "\x89PNG\r\n\x1A\n") return damaged("not a PNG file");
+    if (file.size() < 33) return cutShort(kShortHeader);
+    if (file.text(12, 4) != "IHDR") return damaged("the header chunk (IHDR) is missing");
     bool hasPixels = false;
     std::string name;
     for (std::int64_t at = kSignatureBytes; name != "IEND";) {
         name = file.text(at + 4, 4);
-        if (name.empty()) return "the file ends before its last chunk (IEND)";
-        if (std::string problem = chunkProblem(file, at); !problem.empty()) return problem;
+        if (name.empty()) return cutShort("the file ends before its last chunk (IEND)");
+        if (Problem problem = chunkProblem(file, at); !problem.empty()) return problem;
         hasPixels = hasPixels || name == "IDAT";
         at += static_cast<std::int64_t>(kChunkFrame) + file.be32(at);
     }
-    if (std::string problem = sizeProblem(file.be32(16), file.be32(20), 32); !problem.empty()) return problem;
-    return hasPixels ? "" : "the pixels (IDAT) are missing";
+    if (Problem problem = sizeProblem(file.be32(16), file.be32(20), 32); !problem.empty()) return problem;
+    return hasPixels ? Problem() : damaged("the pixels (IDAT) are missing");
 }
 
 }  // namespace formats

@@ -7,9 +7,6 @@
 
 namespace formats {
 
-OpenedFile::OpenedFile(const char* path)
-    : file_(dib::openForReading(path)), reader_(file_.get()), bytes_(reader_) {}
-
 std::string RefusedFile::text(std::int64_t at, std::size_t count) const {
     if (at < 0 || at >= size_ || !file_.seek(at)) return {};
     std::string bytes(std::min(count, static_cast<std::size_t>(size_ - at)), '\0');
@@ -44,14 +41,15 @@ std::string RefusedFile::line(std::int64_t& at) const {
     return line.substr(0, end);
 }
 
-std::string sizeProblem(std::int64_t width, std::int64_t height, int bitCount) {
+Problem sizeProblem(std::int64_t width, std::int64_t height, int bitCount) {
     constexpr std::int64_t kMostBytes = INT32_MAX;
     const std::string size = std::to_string(width) + "x" + std::to_string(height) + " pixels";
     const std::int64_t rows = std::abs(height);
-    if (width < 0) return "a picture of " + size + " is impossible";
-    if (width == 0 || rows == 0) return "a picture of " + size + " is empty";
+    if (width < 0) return damaged("a picture of " + size + " is impossible");
+    if (width == 0 || rows == 0) return damaged("a picture of " + size + " is empty");
     const std::int64_t rowBytes = (width * bitCount + 31) / 32 * 4;
-    return rowBytes <= kMostBytes / rows ? "" : "a picture of " + size + " is too large";
+    if (rowBytes <= kMostBytes / rows) return {};
+    return {DIB_ERROR_MEMORY, "a picture of " + size + " is too large"};
 }
 
 std::string quoted(const std::string& name) {

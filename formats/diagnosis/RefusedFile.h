@@ -1,15 +1,31 @@
-// A file that a loader refused, and what all formats can say about it.
+// A file that a decoder refused, and what all formats can say about it.
 #ifndef FORMATS_DIAGNOSIS_REFUSED_FILE_H
 #define FORMATS_DIAGNOSIS_REFUSED_FILE_H
+
+#include <DibTypes.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <utility>
 
-#include "dib/File.h"
 #include "formats/ByteReader.h"
 
 namespace formats {
+
+// Something that a decoder does not accept, with the code of the call that fails for it.
+struct Problem {
+    DibErrorCode code = DIB_OK;
+    std::string text;  // empty when there is none
+
+    bool empty() const { return text.empty(); }
+};
+inline Problem cutShort(std::string text) { return {DIB_ERROR_READ, std::move(text)}; }
+inline Problem damaged(std::string text) { return {DIB_ERROR_INVALID, std::move(text)}; }
+// What remains when nothing was found. The decoder's own code decides.
+inline Problem guessed(std::string text) { return {DIB_OK, std::move(text)}; }
+// Of a kind that is not read.
+inline Problem unread(std::string text) { return {DIB_ERROR_UNSUPPORTED, std::move(text)}; }
 
 // Random access to the bytes of a file; those beyond its end read as 0.
 class RefusedFile {
@@ -32,20 +48,8 @@ private:
     std::int64_t size_;
 };
 
-// The same with the file that it reads; empty when there is none.
-class OpenedFile {
-public:
-    explicit OpenedFile(const char* path);
-    const RefusedFile& get() const { return bytes_; }
-
-private:
-    dib::FilePtr file_;
-    ByteReader reader_;
-    RefusedFile bytes_;
-};
-
-// Why no picture of that size can exist; empty when one can.
-std::string sizeProblem(std::int64_t width, std::int64_t height, int bitCount);
+// Why no picture of that size can exist.
+Problem sizeProblem(std::int64_t width, std::int64_t height, int bitCount);
 
 // Four characters that name something in a file, in quotes; others than letters, digits and blanks appear as
 // '?'.

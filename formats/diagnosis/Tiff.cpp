@@ -21,9 +21,11 @@ public:
         at_ = isBig_ ? number(8, 8) : number(4, 4);
     }
 
-    bool isBehindFile() const { return at_ >= file_.size(); }
+    bool isBehindFile() const { return at_ > file_.size() - countBytes(); }
     bool isInFile() const { return at_ >= 8 && at_ <= file_.size() - countBytes(); }
     bool isWhole() const { return isInFile() && entryAt(entries()) <= file_.size(); }
+
+    static constexpr std::int64_t kMissing = -1;  // behind the end of the file
 
     // The first value of a tag.
     std::int64_t value(Tag tag, std::int64_t standard) const {
@@ -34,7 +36,8 @@ public:
             const std::int64_t count = number(entry + 4, isBig_ ? 8 : 4);
             const std::int64_t place = entry + (isBig_ ? 12 : 8);
             const bool isInside = count <= (isBig_ ? 8 : 4) / bytes;
-            return number(isInside ? place : number(place, isBig_ ? 8 : 4), bytes);
+            const std::int64_t at = isInside ? place : number(place, isBig_ ? 8 : 4);
+            return at <= file_.size() - bytes ? number(at, bytes) : kMissing;
         }
         return standard;
     }
@@ -60,37 +63,41 @@ private:
     std::int64_t at_ = 0;
 };
 
-std::string sampleProblem(const Directory& directory) {
+Problem sampleProblem(const Directory& directory) {
     constexpr std::int64_t kPalette = 3;
     constexpr std::int64_t kFloat = 3;
     const std::int64_t bits = directory.value(kBitsPerSample, 1);
     const std::int64_t format = directory.value(kSampleFormat, 1);
     const std::string kind = std::to_string(bits) + "-bit";
-    if (format == 5 || format == 6) return "complex samples are not read";
-    if (format == kFloat) return bits == 16 || bits == 32 || bits == 64 ? "" : kind + " floats are not read";
+    if (bits == Directory::kMissing) return cutShort("the file ends before the values of its directory");
+    if (format == 5 || format == 6) return unread("complex samples are not read");
+    if (format == kFloat)
+        return bits == 16 || bits == 32 || bits == 64 ? Problem() : unread(kind + " floats are not read");
     const bool isPalette = directory.value(kPhotometric, 0) == kPalette;
     if (bits >= 1 && bits <= (isPalette ? 8 : 32)) return {};
-    return kind + (isPalette ? " palettes" : " integer samples") + " are not read";
+    return unread(kind + (isPalette ? " palettes" : " integer samples") + " are not read");
 }
 
 }  // namespace
 
-std::string diagnoseTiff(const RefusedFile& file) {
+Problem diagnoseTiff(const RefusedFile& file) {
     const std::string order = file.text(0, 2);
     const std::uint32_t version = order == "II" ? file.le16(2) : file.be16(2);
-    if ((order != "II" && order != "MM") || (version != 42 && version != 43)) return "not a TIFF file";
+    if ((order != "II" && order != "MM") || (version != 42 && version != 43))
+        return damaged("not a TIFF file");
+    if (file.size() < 8) return cutShort(kShortHeader);
     const Directory directory(file);
     if (directory.isBehindFile())
-        return "the file ends before its directory, without which no pixels are found";
-    if (!directory.isInFile()) return "the directory of the first picture lies outside of the file";
-    if (!directory.isWhole()) return "the file ends inside its directory";
+        return cutShort("the file ends before its directory, without which no pixels are found");
+    if (!directory.isInFile()) return damaged("the directory of the first picture lies outside of the file");
+    if (!directory.isWhole()) return cutShort("the file ends inside its directory");
     const std::int64_t width = directory.value(kWidth, 0);
     const std::int64_t height = directory.value(kHeight, 0);
-    if (std::string problem = sizeProblem(width, height, 8); !problem.empty()) return problem;
-    if (std::string problem = sampleProblem(directory); !problem.empty()) return problem;
+    if (Problem problem = sizeProblem(width, height, 8); !problem.empty()) return problem;
+    if (Problem problem = sampleProblem(directory); !problem.empty()) return problem;
     const std::int64_t compression = directory.value(kCompression, 1);
-    return "the pixels (compression " + std::to_string(compression) +
-           ") are damaged, end too early or are of a kind that is not read";
+    return guessed("the pixels (compression " + std::to_string(compression) +
+                   ") are damaged, end too early or are of a kind that is not read");
 }
 
 }  // namespace formats

@@ -76,10 +76,6 @@ const FileFormat* recognize(Source& source, const DibLoadOptions& options, DibFi
 bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const DibLoadOptions& options,
            DibFileResult& result) {
     info.format = &format.info;
-    if (format.compression != nullptr) {
-        const std::string_view packing = format.compression(source.firstBytes());
-        if (packing != "unknown") packing.copy(info.compression, sizeof info.compression - 1);
-    }
     ProbeRequest request = {source.reader(), source.pathToReadAgain(), options, info, result};
     const bool isRead = format.probe != nullptr && source.reader().seek(0) && format.probe(request);
     if (!isRead || info.width < 0 || info.height < 0) {
@@ -146,8 +142,7 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
     if (result.code == DIB_OK) result.code = DIB_ERROR_INVALID;
     if (result.reason[0] == '\0') {
         source.reader().seek(0);
-        const std::string why = whyRefused(source.reader(), format.diagnose, result.code);
-        refuse(result, static_cast<DibErrorCode>(result.code), "%s", why.c_str());
+        refuse(result, whyRefused(source.reader(), format.diagnose, result.code));
     }
     const std::size_t done = request.progress.rowsDone();
     const bool isDamage = result.code == DIB_ERROR_READ || result.code == DIB_ERROR_INVALID;
@@ -241,8 +236,7 @@ bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* 
         if (source.error() != 0) return refuseForError(source, out);
         if (isRead) return true;
         source.reader().seek(0);
-        const std::string why = whyRefused(source.reader(), format->diagnose, DIB_ERROR_INVALID);
-        return refuse(out, DIB_ERROR_INVALID, "%s", why.c_str());
+        return refuse(out, whyRefused(source.reader(), format->diagnose, out.code));
     });
 }
 

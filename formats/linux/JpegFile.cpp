@@ -212,6 +212,7 @@ bool JpegDecoder::keepMetadata(DibMetadata& metadata) {
 
 bool JpegDecoder::describe(DibFileInfo& info, DibFileResult& result) {
     info.storedBits = jpeg_.num_components * jpeg_.data_precision;
+    nameCompression(info, "dct");
     if (jpeg_.out_color_space == JCS_CMYK && !options_.readsHeadersOnly)
         note(result, DIB_NOTE_LOSS, "four inks became red, green and blue, without a colour profile");
     return keepMetadata(result.metadata);

@@ -15,9 +15,14 @@ namespace {
 
 using Open = std::unique_ptr<FileDecoder> (*)(ByteReader& file, const DecoderOptions& options);
 
+// A library that failed has read all that there is where something is missing.
+DibErrorCode codeOfDamage(ByteReader& file) {
+    return file.remaining() > 0 ? DIB_ERROR_INVALID : DIB_ERROR_READ;
+}
+
 bool end(ReadRequest& request, bool isShortOfMemory, const char* damage = nullptr) {
     if (isShortOfMemory) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
-    request.result.code = request.file.remaining() > 0 ? DIB_ERROR_INVALID : DIB_ERROR_READ;
+    request.result.code = codeOfDamage(request.file);
     if (damage == nullptr) return false;
     return refuse(request.result, static_cast<DibErrorCode>(request.result.code), "%s", damage);
 }
@@ -57,7 +62,10 @@ bool probe(ProbeRequest& request) {
     const bool isRead = decoder != nullptr && decoder->readLayout(layout);
     // A load goes on without what a probe cannot read, but not without memory.
     if (decoder == nullptr || decoder->isShortOfMemory()) throw std::bad_alloc();
-    if (!isRead) return false;
+    if (!isRead) {
+        request.result.code = codeOfDamage(request.file);
+        return false;
+    }
     request.info.width = static_cast<int>(layout.width);
     request.info.height = static_cast<int>(layout.height);
     request.info.bitCount = static_cast<int>(std::min<std::size_t>(layout.bitsPerPixel, 32));
@@ -78,7 +86,6 @@ constinit const FileFormat kPngFormat = {
              .writeDepths = depths({1, 4, 8, 24, 32})},
     .composeExtensions = platform::kPngCompose,
     .recognizes = platform::isPng,
-    .compression = platform::deflate,
     .load = LoadPNG,
     .save = SavePNG,
     .probe = probe<openPng>,
@@ -97,7 +104,6 @@ constinit const FileFormat kJpegFormat = {
              .writeDepths = depths({8, 24})},
     .composeExtensions = platform::kJpegCompose,
     .recognizes = platform::isJpeg,
-    .compression = platform::dct,
     .load = LoadJPEG,
     .save = SaveJPEG,
     .probe = probe<openJpeg>,
@@ -116,7 +122,6 @@ constinit const FileFormat kTiffFormat = {
              .writeDepths = depths({1, 4, 8, 24, 32}),
              .hasPages = true},
     .recognizes = platform::isTiff,
-    .compression = platform::unknown,
     .load = LoadTIFF,
     .save = SaveTIFF,
     .probe = probe<openTiff>,

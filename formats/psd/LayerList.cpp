@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/diagnosis/Diagnosis.h"
 #include "formats/psd/BlendMode.h"
 #include "formats/psd/Outline.h"
 
@@ -74,8 +75,7 @@ void findGroups(DibLayers& layers) {
 
 bool listLayers(LayersRequest& request) {
     const RefusedFile file(request.file);
-    if (const std::string problem = headerProblem(file); !problem.empty())
-        return refuse(request.result, DIB_ERROR_UNSUPPORTED, "%s", problem.c_str());
+    if (const Problem problem = headerProblem(file); !problem.empty()) return refuse(request.result, problem);
     const Outline outline = outlineOf(file);
     if (outline.layerCount > request.options.mostLayers) {
         return refuse(request.result, DIB_ERROR_MISMATCH,

@@ -27,11 +27,12 @@ bool isVariantOf(std::uint32_t mode, std::uint32_t depth) {
     return depth == 8 || depth == 16 || (depth == 32 && mode != kLab && mode != kMultichannel);
 }
 
-std::string modeProblem(std::uint32_t mode, std::uint32_t depth) {
+Problem modeProblem(std::uint32_t mode, std::uint32_t depth) {
     if (mode >= std::size(kModes) || *kModes[mode] == '\0')
-        return "colour mode " + std::to_string(mode) + " is not known";
+        return unread("colour mode " + std::to_string(mode) + " is not known");
     if (isVariantOf(mode, depth)) return {};
-    return std::string(kModes[mode]) + " documents of " + std::to_string(depth) + " bits are not read";
+    return unread(std::string(kModes[mode]) + " documents of " + std::to_string(depth) +
+                  " bits are not read");
 }
 
 // Reads the fields of a file one after the other. Those behind its end are 0.
@@ -290,13 +291,13 @@ const char* Outline::modeName() const { return kModes[mode]; }
 
 int Outline::bitCount() const { return hasTransparency ? 32 : colors() == 1 ? 8 : 24; }
 
-std::string headerProblem(const RefusedFile& file) {
-    if (file.text(0, 4) != "8BPS") return "not a PSD document";
+Problem headerProblem(const RefusedFile& file) {
+    if (file.text(0, 4) != "8BPS") return damaged("not a PSD document");
+    if (file.size() < kHeaderBytes) return cutShort(kShortHeader);
     const std::uint32_t version = file.be16(4);
-    if (version != 1 && version != 2) return "version " + std::to_string(version) + " is not known";
-    if (file.size() < kHeaderBytes) return kShortHeader;
-    if (std::string problem = modeProblem(file.be16(24), file.be16(22)); !problem.empty()) return problem;
-    return file.be16(12) == 0 ? "the document has no channels" : "";
+    if (version != 1 && version != 2) return unread("version " + std::to_string(version) + " is not known");
+    if (Problem problem = modeProblem(file.be16(24), file.be16(22)); !problem.empty()) return problem;
+    return file.be16(12) == 0 ? damaged("the document has no channels") : Problem();
 }
 
 Outline outlineOf(const RefusedFile& file) {

@@ -93,7 +93,7 @@ struct Outline {
 };
 
 // Why the document cannot be read at all; empty when nothing in its header speaks against it.
-std::string headerProblem(const RefusedFile& file);
+Problem headerProblem(const RefusedFile& file);
 // Everything but the layers' records. The header must have no problem.
 Outline outlineOf(const RefusedFile& file);
 // The records, from the lowest layer on; fewer than announced when the file ends before. May throw

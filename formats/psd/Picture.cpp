@@ -1,9 +1,9 @@
 #include "formats/psd/Picture.h"
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
+#include "formats/diagnosis/Diagnosis.h"
 #include "formats/door/Request.h"
 
 namespace formats::psd {
@@ -31,8 +31,8 @@ bool beginBlock(const RefusedFile& file, const Outline& outline, Extent data, co
 // A picture of a size that can exist.
 bool sizePicture(std::int64_t width, std::int64_t height, int bitCount, DibFileResult& result,
                  Picture& picture) {
-    if (const std::string problem = sizeProblem(width, height, bitCount); !problem.empty())
-        return refuse(result, DIB_ERROR_MEMORY, "%s", problem.c_str());
+    if (const Problem problem = sizeProblem(width, height, bitCount); !problem.empty())
+        return refuse(result, problem);
     picture.width = static_cast<int>(width);
     picture.height = static_cast<int>(height);
     picture.kind.bitCount = bitCount;
@@ -58,9 +58,9 @@ bool findMerged(const RefusedFile& file, const Outline& outline, DibFileResult& 
 bool findPlane(const RefusedFile& file, const Outline& outline, const LayerRecord& layer, int id,
                std::size_t plane, DibFileResult& result, Picture& picture) {
     const ChannelRecord* channel = layer.channel(id);
-    picture.exists[plane] = channel != nullptr && channel->data.end - channel->data.start > 2;
-    return !picture.exists[plane] ||
-           beginBlock(file, outline, channel->data, picture, result, picture.blocks[plane]);
+    const bool exists = channel != nullptr && channel->data.end - channel->data.start > 2;
+    picture.exists[plane] = exists;
+    return !exists || beginBlock(file, outline, channel->data, picture, result, picture.blocks[plane]);
 }
 
 bool findLayer(const RefusedFile& file, const Outline& outline, const LayerRecord& layer, int number,

@@ -40,7 +40,8 @@ bool refuseForMemory(DibFileResult& result) {
 
 bool probe(ProbeRequest& request) {
     const RefusedFile file(request.file);
-    if (!psd::headerProblem(file).empty()) return false;
+    if (const Problem problem = psd::headerProblem(file); !problem.empty())
+        return refuse(request.result, problem);
     const Outline outline = psd::outlineOf(file);
     DibFileInfo& info = request.info;
     info.layers = outline.layerCount;
@@ -203,10 +204,8 @@ bool PictureReader::refuseDamage() {
 
 bool read(ReadRequest& request) {
     const RefusedFile file(request.file);
-    if (!psd::headerProblem(file).empty()) {
-        request.result.code = DIB_ERROR_UNSUPPORTED;
-        return false;
-    }
+    if (const Problem problem = psd::headerProblem(file); !problem.empty())
+        return refuse(request.result, problem);
     const Outline outline = psd::outlineOf(file);
     request.result.metadata.xResolution = outline.xResolution;
     request.result.metadata.yResolution = outline.yResolution;
@@ -238,7 +237,6 @@ constinit const FileFormat kPsdFormat = {
     .probe = probe,
     .listLayers = psd::listLayers,
     .read = read,
-    .diagnose = diagnosePsd,
 };
 
 }  // namespace formats

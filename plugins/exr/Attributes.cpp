@@ -18,7 +18,6 @@ public:
     explicit Cursor(Job& job) : job_(job), end_(static_cast<std::int64_t>(job.fileBytes())) {}
 
     std::int64_t position() const { return position_; }
-    std::int64_t end() const { return end_; }
     void skip(std::int64_t bytes) { position_ += bytes; }
     // The next byte; negative at the end of the file.
     int byte() {
@@ -27,8 +26,17 @@ public:
             buffered_ = static_cast<std::int64_t>(
                 job_.readAt(static_cast<std::uint64_t>(position_), buffer_, sizeof buffer_));
         }
+        isCut_ = isCut_ || buffered_ == 0;
         return buffered_ > 0 ? buffer_[position_++ - bufferStart_] : -1;
     }
+    // Whether that many bytes follow.
+    bool holds(std::int64_t bytes) {
+        const bool isHeld = bytes <= end_ - position_;
+        isCut_ = isCut_ || !isHeld;
+        return isHeld;
+    }
+    // Whether more was asked for than the file has.
+    bool isCut() const { return isCut_; }
 
 private:
     Job& job_;
@@ -36,6 +44,7 @@ private:
     std::int64_t position_ = 0;
     std::int64_t bufferStart_ = 0;
     std::int64_t buffered_ = 0;
+    bool isCut_ = false;
     unsigned char buffer_[512];
 };
 
@@ -129,17 +138,15 @@ bool skipHeader(Cursor& file, bool& isEmpty) {
         std::int64_t bytes = 0;
         if (!readText(file, text) || text.empty() || !readLength(file, bytes)) return false;
         const std::int64_t start = file.position();
-        if (bytes > file.end() - start || !isValueWhole(file, text, bytes)) return false;
+        if (!file.holds(bytes) || !isValueWhole(file, text, bytes)) return false;
         file.skip(start + bytes - file.position());
     }
     return false;
 }
 
-}  // namespace
-
-bool areAttributesWhole(Job& job) {
+// Whether all headers are whole.
+bool skipHeaders(Cursor& file) {
     constexpr unsigned kHasParts = 0x10;  // in the sixth byte; no attribute ends their headers
-    Cursor file(job);
     unsigned char start[8];
     for (unsigned char& byte : start) {
         const int c = file.byte();
@@ -151,6 +158,15 @@ bool areAttributesWhole(Job& job) {
         if (!skipHeader(file, isEmpty)) return false;
     } while ((start[5] & kHasParts) != 0 && !isEmpty);
     return true;
+}
+
+}  // namespace
+
+bool areAttributesWhole(Job& job, bool& isCut) {
+    Cursor file(job);
+    const bool isWhole = skipHeaders(file);
+    isCut = file.isCut();
+    return isWhole;
 }
 
 }  // namespace plugins::exr

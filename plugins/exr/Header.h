@@ -19,7 +19,7 @@ public:
         settings.user_data = &source_;
         settings.read_fn = readAt;
         settings.size_fn = querySize;
-        isRead_ = areAttributesWhole(job) &&
+        isRead_ = areAttributesWhole(job, isCut_) &&
                   exr_start_read(&context_, "EXR file", &settings) == EXR_ERR_SUCCESS && !source_.hasMistakes;
     }
     ~Header() {
@@ -28,6 +28,8 @@ public:
     Header(const Header&) = delete;
     Header& operator=(const Header&) = delete;
     bool isRead() const { return isRead_; }
+    // Whether the file ends before the headers do.
+    bool isCut() const { return isCut_; }
     exr_const_context_t context() const { return context_; }
 
 private:
@@ -56,6 +58,7 @@ private:
     Source source_;
     exr_context_t context_ = nullptr;
     bool isRead_ = false;
+    bool isCut_ = false;
 };
 
 }  // namespace plugins::exr

@@ -6,6 +6,7 @@
 #include <OpenEXR/openexr.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -130,12 +131,18 @@ bool areSizesPossible(Job& job, exr_const_context_t context, const Part& part,
            readChunks(context, part, chunks) && areChunksInProportion(chunks, part, pixelBytes(channels));
 }
 
-bool refuseUnread(Job& job) {
+bool refuseUnread(Job& job, bool isCut) {
+    constexpr unsigned char kVersion = 2;
     unsigned char start[8];
     const std::size_t got = job.readAt(0, start, sizeof start);
     if (got < 4 || std::memcmp(start, "\x76\x2F\x31\x01", 4) != 0)
         return job.refuse(DIB_ERROR_UNSUPPORTED, "not an EXR file");
-    if (got < sizeof start) return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
+    if (got == sizeof start && start[4] != kVersion) {
+        char reason[32];
+        std::snprintf(reason, sizeof reason, "version %u is not known", unsigned{start[4]});
+        return job.refuse(DIB_ERROR_UNSUPPORTED, reason);
+    }
+    if (isCut) return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
     return refuseDamaged(job);
 }
 
@@ -150,7 +157,7 @@ const exr_attr_chlist_t* readHeader(Job& job, const Header& header, const Dialec
     int parts = 0;
     const exr_attr_chlist_t* channels = nullptr;
     if (!header.isRead() || exr_get_count(header.context(), &parts) != EXR_ERR_SUCCESS) {
-        refuseUnread(job);
+        refuseUnread(job, header.isCut());
     } else if (job.page < 0 || job.page >= parts || job.level < 0 ||
                job.level >= levelsOf(header.context(), job.page)) {
         job.refuse(DIB_ERROR_MISMATCH, "the file has no such page or level");

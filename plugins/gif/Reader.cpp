@@ -96,6 +96,8 @@ private:
             case D_GIF_ERR_READ_FAILED:
             case D_GIF_ERR_EOF_TOO_SOON:
                 return job_.refuse(DIB_ERROR_READ, "the file ends before its pixels do");
+            case D_GIF_ERR_NO_SCRN_DSCR:
+                return job_.refuse(DIB_ERROR_READ, "the file ends inside its header");
             default: return job_.refuse(DIB_ERROR_INVALID, "the file is damaged");
         }
     }

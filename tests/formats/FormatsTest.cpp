@@ -23,7 +23,7 @@ TEST(Formats, EveryRowIsComplete) {
         EXPECT_NE(info.readDepths, 0U);
         const bool isOfPluginAlone = info.plugin != nullptr && format->load == nullptr;
         EXPECT_EQ(isOfPluginAlone, format == &formats::kWebpFormat || format == &formats::kGifFormat);
-        EXPECT_TRUE(isOfPluginAlone || (format->load != nullptr && format->diagnose != nullptr));
+        EXPECT_TRUE(isOfPluginAlone || format->load != nullptr);
         EXPECT_EQ(format->save == nullptr, info.writeDepths == 0);
         ASSERT_NE(info.extensions, nullptr);
         ASSERT_NE(info.extensions[0], nullptr);
@@ -89,23 +89,6 @@ TEST(Formats, FilesAreRecognizedByTheirFirstBytes) {
     EXPECT_EQ(formatOf("GIF89a"), "gif");
     EXPECT_EQ(formatOf("GIF88a"), "");
     EXPECT_EQ(formatOf(""), "");
-}
-
-TEST(Formats, PackingsHaveNames) {
-    const auto packing = [](const FileFormat& format, std::size_t at, unsigned char value) {
-        Bytes bytes = bytesOf("FORM1234ILBMBMHD");
-        bytes.resize(64);
-        bytes[at] = value;
-        return format.compression(bytes);
-    };
-    EXPECT_EQ(packing(formats::kBmpFormat, 30, 0), "none");
-    EXPECT_EQ(packing(formats::kBmpFormat, 30, 1), "rle8");
-    EXPECT_EQ(packing(formats::kBmpFormat, 30, 3), "masks");
-    EXPECT_EQ(formats::kBmpFormat.compression({}), "none");
-    EXPECT_EQ(packing(formats::kTgaFormat, 2, 3), "none");
-    EXPECT_EQ(packing(formats::kTgaFormat, 2, 10), "rle");
-    EXPECT_EQ(packing(formats::kIlbmFormat, 30, 0), "none");
-    EXPECT_EQ(packing(formats::kIlbmFormat, 30, 1), "packbits");
 }
 
 // The savers of the rows notice what the classic ones do not.

@@ -67,11 +67,11 @@ TEST(HdrDoor, ReasonsNameWhatIsWrongAndNothingIsPrinted) {
         {width, "a row of run lengths is of another width (in row 2 of 4)", 6},
         {run, "the run lengths are damaged (in row 3 of 4)", 6},
         {cut, "the file ends before its pixels do (in row 3 of 3)", 4},
-        {hdr("-Y 1 +X 1", {1, 2, 3, 4}, "#?RADIANCE\n\n"), "the header has no line FORMAT=32-bit_rle_rgbe",
-         6},
-        {hdr("+X 1 -X 1", {1, 2, 3, 4}), "pixels in another order than -Y +X are not read", 6},
-        {hdr("", {}), "the line of the size is missing", 6},
-        {hdr("-Y 0 +X 1", {}), "a picture of 1x0 pixels is empty", 2},
+        {hdr("-Y 1 +X 1", {1, 2, 3, 4}, "#?RADIANCE\n\n"),
+         "the header has no line FORMAT=32-bit_rle_rgbe or FORMAT=32-bit_rle_xyze", 7},
+        {hdr("+X 1 -X 1", {1, 2, 3, 4}), "the line of the size is missing or damaged", 6},
+        {hdr("", {}), "the file ends inside its header", 4},
+        {hdr("-Y 0 +X 1", {}), "a picture of 1x0 pixels is empty", 6},
     };
     for (const Case& c : cases) {
         const std::string printed = codec_test::printedBy([&] {
