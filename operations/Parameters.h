@@ -32,6 +32,8 @@ public:
     }
     List(const List&) = delete;
     List& operator=(const List&) = delete;
+    // Rows of the table name lists plainly.
+    // NOLINTNEXTLINE(google-explicit-constructor)
     constexpr operator const Record* const*() const { return list_.data(); }
 
 private:

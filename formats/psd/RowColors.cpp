@@ -55,7 +55,8 @@ constexpr auto kInverses = [] {
 DIB_ALWAYS_INLINE void removeWhite(const unsigned char* __restrict mixed, const float* __restrict inverses,
                                    unsigned char* __restrict to, std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) {
-        const int ink = static_cast<int>(static_cast<float>(255 - mixed[x]) * inverses[x] + 0.5F);
+        const float raised = static_cast<float>(255 - mixed[x]) * inverses[x] + 0.5F;  // to be cut
+        const int ink = static_cast<int>(raised);
         to[x] = static_cast<unsigned char>(ink < 255 ? 255 - ink : 0);
     }
 }
@@ -79,7 +80,8 @@ public:
         }
     }
     unsigned char operator()(double light) const {
-        return bytes_[static_cast<std::size_t>(std::clamp(light, 0.0, 1.0) * double{kSteps} + 0.5)];
+        const double raised = std::clamp(light, 0.0, 1.0) * double{kSteps} + 0.5;  // to be cut
+        return bytes_[static_cast<std::size_t>(raised)];
     }
 
 private:
