@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DibLoadOptions loading;
     const std::string name = std::string("x.") + format.extensions[0];
     loading.name = name.c_str();
-    loading.alpha = DIB_ALPHA_STORED;
+    // Stored alpha turns pixels of fewer bits, whose special bits mean transparency, into 32 bits.
+    loading.alpha = image.Header->biBitCount == 32 ? DIB_ALPHA_STORED : DIB_ALPHA_GUESS;
     DibStream loaded;
     fuzz::require(DibLoadMemory(bytes.data, bytes.size, &loaded, &loading, &result),
                   "what was saved can be opened");
