@@ -130,7 +130,7 @@ public:
         }
     }
 
-    bool isPossible() const { return Picture::isPossible(width, height, bitCount); }
+    bool isEmpty() const { return width < 1 || height < 1; }
 
     int width;
     int height;
@@ -194,7 +194,8 @@ bool read(Job& job, Picture& picture, DibPluginPicture& /*out*/) {
     if (!file.isOpen()) return false;
     if (!file.findPicture()) return job.refuse(DIB_ERROR_INVALID, "the file holds no picture");
     Frame frame(file);
-    if (!frame.isPossible()) return job.refuse(DIB_ERROR_MEMORY, "no picture can have that size");
+    if (!Picture::isPossible(frame.width, frame.height, frame.bitCount))
+        return job.refuse(DIB_ERROR_MEMORY, "no picture can have that size");
     if (!frame.create(picture)) return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
     if (frame.bitCount == Picture::kColor && file.transparent() != kNone)
         job.note(DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
@@ -213,7 +214,7 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
     if (!file.isOpen()) return false;
     if (!file.findPicture()) return job.refuse(DIB_ERROR_INVALID, "the file holds no picture");
     const Frame frame(file);
-    if (!frame.isPossible()) return job.refuse(DIB_ERROR_MEMORY, "no picture can have that size");
+    if (frame.isEmpty()) return job.refuse(DIB_ERROR_MEMORY, "no picture can have that size");
     info->width = frame.width;
     info->height = frame.height;
     info->bitCount = frame.bitCount;
