@@ -219,48 +219,52 @@ bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* re
     return isLoaded;
 }
 
-template <class... From>
-bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* result, From... from) {
+// Calls that look into a file without loading it: `look` fills the record, which is empty at first.
+template <class Record, class Look, class... From>
+bool lookInto(Record* record, const char* noRecord, const Look& look, const DibLoadOptions* options,
+              DibFileResult* result, From... from) {
     DibFileResult own;
     DibFileResult& out = result != nullptr ? *result : own;
     return runCall(out, [&] {
-        if (info == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no record to fill");
-        *info = DibFileInfo();
+        if (record == nullptr) return refuse(out, DIB_ERROR_INVALID, "%s", noRecord);
+        *record = Record();
         DibLoadOptions complete;
         if (!completeOptions(options, complete, out)) return false;
         Source source(out, complete.mostBytes);
         if (!openSource(source, from...)) return false;
         const FileFormat* format = recognize(source, complete, out);
-        if (format == nullptr) return false;
-        const bool isRead = probe(source, *format, *info, complete, out);
-        if (source.error() != 0) return refuseForError(source, out);
-        if (isRead) return true;
-        source.reader().seek(0);
-        return refuse(out, whyRefused(source.reader(), format->diagnose, out.code));
+        return format != nullptr && look(source, *format, *record, complete, out);
     });
+}
+
+bool probeSource(Source& source, const FileFormat& format, DibFileInfo& info, const DibLoadOptions& options,
+                 DibFileResult& out) {
+    const bool isRead = probe(source, format, info, options, out);
+    if (source.error() != 0) return refuseForError(source, out);
+    if (isRead) return true;
+    source.reader().seek(0);
+    return refuse(out, whyRefused(source.reader(), format.diagnose, out.code));
+}
+
+bool listLayers(Source& source, const FileFormat& format, DibLayers& layers, const DibLoadOptions& options,
+                DibFileResult& out) {
+    if (format.listLayers == nullptr) return true;
+    LayersRequest request = {source.reader(), options, layers, out};
+    source.reader().seek(0);
+    const bool isListed = format.listLayers(request);
+    if (source.error() == 0) return isListed;
+    layers = DibLayers();
+    return refuseForError(source, out);
+}
+
+template <class... From>
+bool probeFrom(DibFileInfo* info, const DibLoadOptions* options, DibFileResult* result, From... from) {
+    return lookInto(info, "there is no record to fill", probeSource, options, result, from...);
 }
 
 template <class... From>
 bool listLayersOf(DibLayers* layers, const DibLoadOptions* options, DibFileResult* result, From... from) {
-    DibFileResult own;
-    DibFileResult& out = result != nullptr ? *result : own;
-    return runCall(out, [&] {
-        if (layers == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no list to fill");
-        *layers = DibLayers();
-        DibLoadOptions complete;
-        if (!completeOptions(options, complete, out)) return false;
-        Source source(out, complete.mostBytes);
-        if (!openSource(source, from...)) return false;
-        const FileFormat* format = recognize(source, complete, out);
-        if (format == nullptr) return false;
-        if (format->listLayers == nullptr) return true;
-        LayersRequest request = {source.reader(), complete, *layers, out};
-        source.reader().seek(0);
-        const bool isListed = format->listLayers(request);
-        if (source.error() == 0) return isListed;
-        *layers = DibLayers();
-        return refuseForError(source, out);
-    });
+    return lookInto(layers, "there is no list to fill", listLayers, options, result, from...);
 }
 
 }  // namespace
