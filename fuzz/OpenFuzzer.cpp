@@ -1,5 +1,5 @@
-// Any bytes through the door: probe and open by content. The last byte chooses among the options, so that
-// plain files are seeds.
+// Any bytes through the door: probe and open by content, also by the plug-ins. The last byte chooses among
+// the options, so that plain files are seeds.
 #include <DibFile.h>
 
 #include <cstring>
@@ -34,6 +34,13 @@ void checkResult(bool isDone, const DibFileResult& result) {
                   "notes are counted");
 }
 
+bool usePlugins() {
+#ifdef DIB_FUZZ_PLUGINS
+    DibStream::SetDllFilePath(DIB_FUZZ_PLUGINS);
+#endif
+    return true;
+}
+
 // A TIM file that is saved with the metadata of its load is the same again, but for what lies between rows
 // of 24 bits, and where alpha has replaced a lookup table.
 void checkTim(const std::uint8_t* data, std::size_t size, const DibStream& image, const DibFileInfo& info,
@@ -53,7 +60,8 @@ void checkTim(const std::uint8_t* data, std::size_t size, const DibStream& image
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) return 0;
+    static const bool hasPlugins = usePlugins();
+    if (size == 0 || !hasPlugins) return 0;
     const unsigned choice = data[size - 1];
     DibLoadOptions options;
     options.damage = (choice & 1U) != 0 ? DIB_DAMAGE_KEEP : DIB_DAMAGE_REFUSE;
