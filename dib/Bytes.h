@@ -22,16 +22,16 @@ inline std::uint32_t readBe32(const unsigned char* p) {
 }
 
 inline void writeLe16(unsigned char* p, std::uint32_t value) {
-    p[0] = static_cast<unsigned char>(value);
-    p[1] = static_cast<unsigned char>(value >> 8);
+    p[0] = value & 255;
+    p[1] = value >> 8 & 255;
 }
 inline void writeLe32(unsigned char* p, std::uint32_t value) {
     writeLe16(p, value);
     writeLe16(p + 2, value >> 16);
 }
 inline void writeBe16(unsigned char* p, std::uint32_t value) {
-    p[0] = static_cast<unsigned char>(value >> 8);
-    p[1] = static_cast<unsigned char>(value);
+    p[0] = value >> 8 & 255;
+    p[1] = value & 255;
 }
 inline void writeBe32(unsigned char* p, std::uint32_t value) {
     writeBe16(p, value >> 16);

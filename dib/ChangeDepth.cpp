@@ -34,9 +34,9 @@ bool DepthChange::finish() {
 
 void packNibbles(const std::uint8_t* values, std::uint8_t* to, std::size_t count) {
     for (std::size_t i = 0; i < count / 2; ++i) {
-        to[i] = static_cast<std::uint8_t>(values[2 * i] << 4 | values[2 * i + 1]);
+        to[i] = (values[2 * i] << 4 & 0xF0) | values[2 * i + 1];
     }
-    if (count % 2 != 0) to[count / 2] = static_cast<std::uint8_t>(values[count - 1] << 4);
+    if (count % 2 != 0) to[count / 2] = values[count - 1] << 4 & 0xF0;
 }
 
 }  // namespace dib

@@ -29,7 +29,7 @@ struct Depth1 {
         return (row[x >> 3] >> (7 - (x & 7))) & 1U;
     }
     static DIB_ALWAYS_INLINE void put(unsigned char* row, std::ptrdiff_t x, std::uint32_t value) {
-        row[x >> 3] = static_cast<unsigned char>(row[x >> 3] | (value << (7 - (x & 7))));
+        row[x >> 3] |= value << (7 - (x & 7)) & 255;
     }
 };
 
@@ -40,7 +40,7 @@ struct Depth4 {
         return (x & 1) != 0 ? row[x >> 1] & 15U : row[x >> 1] >> 4U;
     }
     static DIB_ALWAYS_INLINE void put(unsigned char* row, std::ptrdiff_t x, std::uint32_t value) {
-        row[x >> 1] = static_cast<unsigned char>(row[x >> 1] | ((x & 1) != 0 ? value : value << 4));
+        row[x >> 1] |= ((x & 1) != 0 ? value : value << 4) & 255;
     }
 };
 
@@ -49,7 +49,7 @@ struct Depth8 {
     static constexpr int kChannels = 1;
     static DIB_ALWAYS_INLINE std::uint32_t get(const unsigned char* row, std::ptrdiff_t x) { return row[x]; }
     static DIB_ALWAYS_INLINE void put(unsigned char* row, std::ptrdiff_t x, std::uint32_t value) {
-        row[x] = static_cast<unsigned char>(value);
+        row[x] = value & 255;
     }
     static DIB_ALWAYS_INLINE Channels<1> split(std::uint32_t value) { return {value}; }
     static DIB_ALWAYS_INLINE std::uint32_t join(const Channels<1>& c) { return c[0]; }
@@ -85,9 +85,9 @@ struct Depth24 {
     }
     static DIB_ALWAYS_INLINE void put(unsigned char* row, std::ptrdiff_t x, std::uint32_t value) {
         unsigned char* at = row + 3 * x;
-        at[0] = static_cast<unsigned char>(value);
-        at[1] = static_cast<unsigned char>(value >> 8);
-        at[2] = static_cast<unsigned char>(value >> 16);
+        at[0] = value & 255;
+        at[1] = value >> 8 & 255;
+        at[2] = value >> 16 & 255;
     }
     static DIB_ALWAYS_INLINE Channels<3> split(std::uint32_t value) {
         return {value & 255U, (value >> 8) & 255U, (value >> 16) & 255U};

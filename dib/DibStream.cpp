@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
@@ -152,7 +153,7 @@ bool DibStream::SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int
     info.biCompression = 0;
     info.biClrUsed = static_cast<std::uint32_t>(dib::addressableEntries(bitCount));
     const std::uint32_t rows = static_cast<std::uint32_t>(dib::rowCount(height));
-    info.biSizeImage = dib::pitch32(static_cast<std::uint32_t>(bitCount), width) * rows;
+    info.biSizeImage = dib::pitch32(bitCount, width) * rows;
     info.biXPelsPerMeter = 0;
     info.biYPelsPerMeter = 0;
     info.biClrImportant = 0;
@@ -240,5 +241,5 @@ const char* DibStream::GetErrorString(int code) {
         "",           "some error",    "allocate memory", "open file",      "read file",
         "write file", "invalid image", "unsupport type",  "not match type", "load interrput",
     };
-    return static_cast<unsigned int>(code) < std::size(kTexts) ? kTexts[code] : "(undefined)";
+    return code >= 0 && std::cmp_less(code, std::size(kTexts)) ? kTexts[code] : "(undefined)";
 }

@@ -19,8 +19,9 @@ constexpr std::int64_t rowCount(std::int32_t height) {
 }
 
 // Bytes per row in the 32-bit arithmetic that callers see; it may wrap.
-constexpr std::uint32_t pitch32(std::uint32_t bitCount, std::int32_t width) {
-    return ((bitCount * static_cast<std::uint32_t>(width) + 31U) >> 3) & ~std::uint32_t{3};
+constexpr std::uint32_t pitch32(int bitCount, std::int32_t width) {
+    const auto bits = static_cast<std::uint32_t>(std::int64_t{bitCount} * width + 31);
+    return bits >> 3 & ~3U;
 }
 
 struct ImageSize {

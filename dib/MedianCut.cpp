@@ -12,6 +12,9 @@ namespace dibmedian {
 
 namespace {
 
+// Counts from 2^31 on are negative in the record.
+std::uint32_t pixelsOf(const colinfo& box) { return static_cast<std::uint32_t>(box.count); }
+
 // The sides of a box by axis number.
 std::int32_t& lowOf(colinfo& box, int axis) {
     return axis == 0 ? box.blueLow : axis == 1 ? box.greenLow : box.redLow;
@@ -51,7 +54,7 @@ struct Median {
 Median findMedian(colinfo box, int axis, const dib::ColorRange& range) {
     const std::int32_t low = lowOf(box, axis);
     const std::int32_t high = low + extentOf(box, axis) - 1;
-    const auto total = static_cast<std::uint32_t>(box.count);
+    const std::uint32_t total = pixelsOf(box);
     Median median{low + 1, range.pixels[axis][low]};
     while (median.cut < high && 2 * std::uint64_t{median.below} < total) {
         median.below += range.pixels[axis][median.cut++];
@@ -75,7 +78,7 @@ int mediancut::get_index() const {
     int bestScore = 0;
     for (int i = 0; i < boxCount; ++i) {
         const colinfo& box = boxes[i].info;
-        const int bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(box.count)));
+        const int bits = static_cast<int>(std::bit_width(pixelsOf(box)));
         const int score = bits * longestExtent(box);
         if (score > bestScore) {
             best = i;
@@ -110,7 +113,7 @@ bool mediancut::slice(int box, int axis, int cut, int& lowBox, int& highBox) {
 
 bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
     const std::size_t pixelCount =
-        width > 0 && height > 0 ? static_cast<std::size_t>(width) * static_cast<std::size_t>(height) : 0;
+        width > 0 && height > 0 ? static_cast<std::size_t>(std::int64_t{width} * height) : 0;
     dib::ColorCloud cloud;
     if (!cloud.collect(reinterpret_cast<const std::uint8_t*>(pixels), pixelCount, kMaxBoxes)) return false;
     int rangeOf[kMaxBoxes] = {};
@@ -135,8 +138,7 @@ bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
         rangeOf[low] = range;
         rangeOf[high] = cloud.split(range, axis, median.cut);
         boxes[low].info.count = static_cast<std::int32_t>(median.below);
-        boxes[high].info.count =
-            static_cast<std::int32_t>(static_cast<std::uint32_t>(box.count) - median.below);
+        boxes[high].info.count = static_cast<std::int32_t>(pixelsOf(box) - median.below);
         shrink(boxes[low].info, cloud.range(rangeOf[low]));
         shrink(boxes[high].info, cloud.range(rangeOf[high]));
     }

@@ -11,7 +11,7 @@ namespace dib {
 
 namespace {
 
-constexpr std::size_t kTableBytes = kColorsPerCell;
+constexpr int kTableBytes = kColorsPerCell;
 constexpr int kSlots = MedianLookup::kSlots;
 
 // The entry whose colour has the smallest sum of squared channel differences; the first among equals, because
@@ -25,20 +25,20 @@ DIB_ALWAYS_INLINE std::uint8_t nearestEntry(const MedianLookup::Palette* palette
         const std::int32_t dr = palette->red[i] - red;
         nearest = std::min(nearest, (db * db + dg * dg + dr * dr) << 8 | i);
     }
-    return static_cast<std::uint8_t>(nearest & 255);
+    return static_cast<std::uint8_t>(nearest);
 }
 
 }  // namespace
 
 DibBGRA boxCentre(const dibmedian::colinfo& box) {
-    return {static_cast<std::uint8_t>(box.blueLow + box.blueExtent / 2),
-            static_cast<std::uint8_t>(box.greenLow + box.greenExtent / 2),
-            static_cast<std::uint8_t>(box.redLow + box.redExtent / 2), 0};
+    const auto middle = [](int low, int extent) { return static_cast<std::uint8_t>(low + extent / 2); };
+    return {middle(box.blueLow, box.blueExtent), middle(box.greenLow, box.greenExtent),
+            middle(box.redLow, box.redExtent), 0};
 }
 
 MedianLookup::MedianLookup(const dibmedian::mediancut& quantizer, std::size_t pixels)
     : root_(quantizer.root),
-      tableOf_(allocateZeroed<std::uint32_t>(kColorCells)),
+      tableOf_(allocateZeroed<int>(kColorCells)),
       tables_(allocateArray<std::uint8_t>((kSlots + std::min(pixels, kColorCells)) * kTableBytes)) {
     if (!ready()) return;
     for (int i = 0; i < std::min(quantizer.boxCount, kSlots); ++i) {
@@ -47,9 +47,7 @@ MedianLookup::MedianLookup(const dibmedian::mediancut& quantizer, std::size_t pi
         palette_.green[i] = centre.green;
         palette_.red[i] = centre.red;
     }
-    for (std::size_t i = 0; i < kSlots; ++i) {
-        std::memset(&tables_[i * kTableBytes], static_cast<int>(i), kTableBytes);
-    }
+    for (int i = 0; i < kSlots; ++i) std::memset(&tables_[i * kTableBytes], i, kTableBytes);
 }
 
 void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t count) {
@@ -59,7 +57,7 @@ void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t co
         runKernel<bgrToWords>(bgr + 3 * start, cells, length);
         runKernel<bgrToLowBits>(bgr + 3 * start, lows, length);
         for (std::size_t i = 0; i < length; ++i) {
-            std::uint32_t table = tableOf_[cells[i]];
+            int table = tableOf_[cells[i]];
             if (table == 0) table = makeTable(cells[i]);
             to[start + i] = tables_[table - 1 + lows[i]];
         }
@@ -68,7 +66,7 @@ void MedianLookup::map(const std::uint8_t* bgr, std::uint8_t* to, std::size_t co
 
 // Descends while the whole cell is on one side of the cut. Only a cell that a cut divides, or in a box
 // without an entry, needs its own table.
-std::uint32_t MedianLookup::makeTable(int cell) {
+int MedianLookup::makeTable(int cell) {
     const int low[3] = {(cell & 31) << 3, (cell >> 5 & 31) << 3, (cell >> 10) << 3};
     const Block block = {{low[0], low[1], low[2]}, {low[0] | 7, low[1] | 7, low[2] | 7}};
     const dibmedian::coltree* node = root_;
@@ -82,12 +80,12 @@ std::uint32_t MedianLookup::makeTable(int cell) {
             break;
         }
     }
-    auto table = static_cast<std::size_t>(node->index);
+    int table = node->index;
     if (node->axis >= 0 || node->index >= kSlots) {
         table = tableCount_++;
         fill(node, block, &tables_[table * kTableBytes]);
     }
-    return tableOf_[cell] = static_cast<std::uint32_t>(table * kTableBytes + 1);
+    return tableOf_[cell] = table * kTableBytes + 1;
 }
 
 void MedianLookup::fill(const dibmedian::coltree* node, Block block, std::uint8_t* table) const {

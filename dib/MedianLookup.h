@@ -42,7 +42,7 @@ private:
         int high[3];
     };
 
-    std::uint32_t makeTable(int cell);
+    int makeTable(int cell);
     void fill(const dibmedian::coltree* node, Block block, std::uint8_t* table) const;
     // The part of a fill that lies in one box and differs in blue alone.
     void fillBlues(int box, const Block& block, int green, int red, std::uint8_t* table) const;
@@ -51,9 +51,9 @@ private:
     Palette palette_{};
     // A cell's table gives the index for the nine low bits of a colour. Cells that lie in one box with an
     // entry share one of the first 256 tables.
-    MallocPtr<std::uint32_t> tableOf_;  // start of a cell's table plus 1; 0 while unknown
+    MallocPtr<int> tableOf_;  // start of a cell's table plus 1; 0 while unknown
     MallocPtr<std::uint8_t> tables_;
-    std::size_t tableCount_ = kSlots;
+    int tableCount_ = kSlots;
 };
 
 }  // namespace dib

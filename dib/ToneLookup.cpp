@@ -160,7 +160,7 @@ std::size_t mapByLine(unsigned char*, std::size_t, const ToneLine*) {
 #endif
 
 DIB_ALWAYS_INLINE void invertBody(unsigned char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(~bytes[i]);
+    for (std::size_t i = 0; i < count; ++i) bytes[i] ^= 255;
 }
 
 }  // namespace

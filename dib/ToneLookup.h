@@ -12,12 +12,12 @@ namespace dib {
 
 using ToneTable = std::array<unsigned char, 256>;
 
-// The table of a curve from 0 to 255 to bytes.
+// The table of a curve: the low bytes of its values at 0 to 255.
 template <class Curve>
 ToneTable toneTable(const Curve& curve) {
     ToneTable table;
     int value = 0;
-    for (unsigned char& entry : table) entry = curve(value++);
+    for (unsigned char& entry : table) entry = static_cast<unsigned char>(curve(value++));
     return table;
 }
 

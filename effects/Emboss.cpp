@@ -33,10 +33,8 @@ public:
     void row(unsigned char* out, int y) {
         taps_.begin<Depth>(y);
         for (int i = distance_; i >= 1; --i) {
-            const float dx = static_cast<float>(i) * line_.cosine;
-            const float dy = static_cast<float>(i) * line_.sine;
-            taps_.add<Depth>(-dx, -dy, -1);
-            taps_.add<Depth>(dx, dy, 1);
+            taps_.addAlong<Depth>(line_, -i, -1);
+            taps_.addAlong<Depth>(line_, i, 1);
         }
         // Middle grey is half of an odd number: 127.5, or 15.5 for the fields of 16 bits.
         constexpr float kHighest = Depth::kBits == 16 ? 31.0F : 255.0F;

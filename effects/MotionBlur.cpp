@@ -20,10 +20,7 @@ public:
     template <class Depth>
     void row(unsigned char* out, int y) {
         taps_.begin<Depth>(y);
-        for (int i = 0; i < length_; ++i) {
-            const auto distance = static_cast<float>(i);
-            taps_.add<Depth>(distance * line_.cosine, distance * line_.sine, length_ - i);
-        }
+        for (int i = 0; i < length_; ++i) taps_.addAlong<Depth>(line_, i, length_ - i);
         const std::uint32_t* sums = taps_.sums();
         const int width = taps_.width();
         for (int x = 0; x < width; ++x) {

@@ -118,7 +118,7 @@ bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* im
 
 bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* image, unsigned int color,
                          float strength) {
-    const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
+    const auto byte = [color](int shift) -> std::uint8_t { return color >> shift & 255; };
     // The fourth byte repeats red, which callers that inspect the colour expect; the effect ignores it.
     const DibBGRA repacked{byte(0), byte(8), byte(16), byte(16)};
     return DibEffectColorNoise(callback, user, image, repacked, strength);

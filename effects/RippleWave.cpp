@@ -52,13 +52,13 @@ struct Wave {
         const float cosineDy = cosine * dy;
         const float dySquared = dy * dy;
         for (int x = 0; x < row.width; ++x) {
-            const float d = distance(static_cast<float>(x) - centerX, dy, cosineDy, dySquared);
+            const float d = distance(dib::positionOf(x) - centerX, dy, cosineDy, dySquared);
             row.sourceX[x] = (d / wavelength) * kTwoPi + phase;
         }
         swing(row, amplitude);
         for (int x = 0; x < row.width; ++x) {
             const float shift = row.sourceX[x];
-            row.sourceX[x] = static_cast<float>(x) - sine * shift;
+            row.sourceX[x] = dib::positionOf(x) - sine * shift;
             row.sourceY[x] = shift * cosine + row.y;
         }
     }

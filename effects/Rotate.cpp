@@ -15,7 +15,7 @@ struct Rotation {
         const float sineDy = sine * dy;
         const float cosineDy = dy * cosine;
         for (int x = 0; x < row.width; ++x) {
-            const float dx = static_cast<float>(x) - centerX;
+            const float dx = dib::positionOf(x) - centerX;
             row.sourceX[x] = (cosine * dx - sineDy) + centerX;
             row.sourceY[x] = (dx * sine + cosineDy) + centerY;
         }

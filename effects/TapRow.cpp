@@ -60,25 +60,25 @@ DIB_ALWAYS_INLINE void addWhole(const unsigned char* __restrict row, std::uint32
 template <class Whole, class Each>
 void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
     const int width = source_.width;
-    const auto positionOf = [dx](int x) { return static_cast<float>(x) + dx; };
+    const auto sampledAt = [dx](int x) { return positionOf(x) + dx; };
     int x = 0;
     // The first pixel whose position is in a run. NaN and far positions never are.
     const float lead = kFirstRun - dx;
-    if (lead > 0.0F) x = lead < source_.widthReal ? static_cast<int>(lead) : width;
-    while (x < width && !(positionOf(x) >= kFirstRun)) ++x;
+    if (lead > 0.0F) x = lead < source_.widthReal ? pixelAt(lead) : width;
+    while (x < width && !(sampledAt(x) >= kFirstRun)) ++x;
     const float lastPosition = source_.widthReal - 1.0F;
     if (width > kWidestRow) x = width;
 
     each(0, x);
-    while (x < width && positionOf(x) < lastPosition) {
-        const float position = positionOf(x);
+    while (x < width && sampledAt(x) < lastPosition) {
+        const float position = sampledAt(x);
         const float binadeEnd = std::ldexp(1.0F, std::ilogb(position) + 1);
         const float end = std::min(binadeEnd, lastPosition);
-        int last = static_cast<int>(std::min(source_.widthReal, std::ceil(end - dx)));
-        while (last > x + 1 && !(positionOf(last - 1) < end)) --last;
-        const auto index = static_cast<int>(position);
+        int last = pixelAt(std::min(source_.widthReal, std::ceil(end - dx)));
+        while (last > x + 1 && !(sampledAt(last - 1) < end)) --last;
+        const int index = pixelAt(position);
         whole(x, std::max(last, x + 1), index - x,
-              static_cast<std::uint32_t>((position - static_cast<float>(index)) * 256.0F));
+              static_cast<std::uint32_t>((position - positionOf(index)) * 256.0F));
         x = std::max(last, x + 1);
     }
     each(x, width);
@@ -87,7 +87,7 @@ void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
 template <class Depth>
 void TapRow::add(float dx, float dy, std::int32_t weight) {
     constexpr int kChannels = Depth::kChannels;
-    const float y = static_cast<float>(y_) + dy;
+    const float y = positionOf(y_) + dy;
     const SamplePosition line =
         samplePosition(y, source_.height, source_.heightReal, (flags_ & DIB_WRAP_Y) != 0);
     const unsigned char* upper = source_.row(line.index);
@@ -116,7 +116,7 @@ void TapRow::add(float dx, float dy, std::int32_t weight) {
     const auto each = [&](int first, int last) {
         std::uint32_t* sums = sums_.get() + std::ptrdiff_t{first} * kChannels;
         for (int x = first; x < last; ++x) {
-            const std::uint32_t color = sample<Depth>(source_, static_cast<float>(x) + dx, y, flags_);
+            const std::uint32_t color = sample<Depth>(source_, positionOf(x) + dx, y, flags_);
             for (const std::uint32_t channel : Depth::split(color)) *sums++ += wrapped * channel;
         }
     };

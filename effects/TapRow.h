@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "effects/EffectFrame.h"
+#include "effects/SinCos.h"
 #include "geometry/Sampler.h"
 
 namespace dib {
@@ -32,6 +33,12 @@ public:
     // sums wrap in 32 bits.
     template <class Depth>
     void add(float dx, float dy, std::int32_t weight);
+    // The same for the sample `distance` pixels away in a direction.
+    template <class Depth>
+    void addAlong(SinCos direction, int distance, std::int32_t weight) {
+        const float length = positionOf(distance);
+        add<Depth>(length * direction.cosine, length * direction.sine, weight);
+    }
 
     // The sums, the channels of each pixel side by side.
     const std::uint32_t* sums() const { return sums_.get(); }

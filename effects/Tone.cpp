@@ -51,22 +51,20 @@ int truncated(float value) {
 }
 
 // In 32 bits, so that every pair of limits has a curve.
-int wrappedDifference(int a, int b) {
-    return static_cast<int>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
-}
+int wrappedDifference(int a, int b) { return static_cast<int>(std::int64_t{a} - b); }
 
 ToneTable gammaTable(int low, int high, float gamma) {
     const int levels = wrappedDifference(high, wrappedDifference(low, 1));
     const double range = levels;
     const double exponent = 1.0 / gamma;
-    return toneTable([=](int value) -> unsigned char {
+    return toneTable([=](int value) {
         // The limits are compared with the value less `low` once more: black is at 2 low, white at high +
         // low. Curves have been stored with limits that count on it.
         const int d = wrappedDifference(value, low);
         if (d >= high) return 255;
         if (d <= low) return 0;
         const auto power = static_cast<float>(std::pow(d / range, exponent));
-        return static_cast<unsigned char>(truncated(power * static_cast<float>(levels) + 0.5F));
+        return truncated(power * static_cast<float>(levels) + 0.5F);
     });
 }
 
@@ -74,7 +72,7 @@ ToneTable contrastTable(float brightness, float contrast) {
     return toneTable([=](int value) {
         const float share = static_cast<float>(value) / 255.0F;
         const float f = (share * contrast + ((1.0F - contrast) * 0.5F + brightness)) * 255.0F + 0.5F;
-        return static_cast<unsigned char>(std::clamp(truncated(f), 0, 255));
+        return std::clamp(truncated(f), 0, 255);
     });
 }
 

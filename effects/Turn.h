@@ -19,7 +19,7 @@ struct Turn {
         const float dy = row.y - centerY;
         const float dySquared = dy * dy;
         for (int x = 0; x < row.width; ++x) {
-            const float dx = static_cast<float>(x) - centerX;
+            const float dx = positionOf(x) - centerX;
             row.sourceX[x] = angleOf(std::sqrt(dx * dx + dySquared));
         }
     }
@@ -33,7 +33,7 @@ struct Turn {
         }
         const float dy = row.y - centerY;
         for (int x = 0; x < row.width; ++x) {
-            const float dx = static_cast<float>(x) - centerX;
+            const float dx = positionOf(x) - centerX;
             const float sine = row.sourceX[x];
             const float cosine = row.sourceY[x];
             row.sourceX[x] = (dx * cosine - dy * sine) + centerX;

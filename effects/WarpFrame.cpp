@@ -47,8 +47,8 @@ DIB_ALWAYS_INLINE void sampleNearest(const SampleSource& source, unsigned int fl
         resolveEdges(row.sourceX + first, x, count, source.widthReal, (flags & DIB_WRAP_X) != 0);
         resolveEdges(row.sourceY + first, y, count, source.heightReal, (flags & DIB_WRAP_Y) != 0);
         for (int i = 0; i < count; ++i) {
-            column[i] = static_cast<int>(x[i]);
-            offset[i] = static_cast<int>(y[i]) * rowStep + column[i] * Depth::kBits / 8;
+            column[i] = pixelAt(x[i]);
+            offset[i] = pixelAt(y[i]) * rowStep + column[i] * Depth::kBits / 8;
         }
         for (int i = 0; i < count; ++i) {
             const unsigned char* at = source.top + offset[i];
@@ -60,7 +60,7 @@ DIB_ALWAYS_INLINE void sampleNearest(const SampleSource& source, unsigned int fl
 // How far a position is on the way from pixel `index` to the next one. The last pixel has no next one when
 // clamped; it counts as the full way from the pixel before, which mixes to the same colour.
 DIB_ALWAYS_INLINE MixWeight weightAfter(float position, int index) {
-    return mixWeight(static_cast<int>((position - static_cast<float>(index)) * 256.0F));
+    return mixWeight(static_cast<int>((position - positionOf(index)) * 256.0F));
 }
 
 // Three bytes are stored as four; the next pixel overwrites the fourth.
@@ -81,8 +81,8 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
     // From these positions on there is no next pixel.
     const int lastColumn = source.width - 1;
     const int lastLine = source.height - 1;
-    const auto endX = static_cast<float>(lastColumn);
-    const auto endY = static_cast<float>(lastLine);
+    const float endX = positionOf(lastColumn);
+    const float endY = positionOf(lastLine);
     const int rowStep = static_cast<int>(source.rowStep);
     // The upper of the last two rows of the pixel block.
     const int endLine = rowStep < 0 ? 0 : lastLine - 1;
@@ -97,8 +97,8 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
         resolveEdges(row.sourceY + first, y, count, source.heightReal, wrapY);
         int atEnd = 0;
         for (int i = 0; i < count; ++i) {
-            const int column = std::min(static_cast<int>(x[i]), lastColumn - 1);
-            const int line = std::min(static_cast<int>(y[i]), lastLine - 1);
+            const int column = std::min(pixelAt(x[i]), lastColumn - 1);
+            const int line = std::min(pixelAt(y[i]), lastLine - 1);
             taps.offset[i] = line * rowStep + column * (kBits / 8);
             taps.weightX[i] = weightAfter(x[i], column);
             taps.weightY[i] = weightAfter(y[i], line);

@@ -5,7 +5,7 @@
 //         float distance;
 //         DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {
 //             for (int x = 0; x < row.width; ++x) {
-//                 row.sourceX[x] = static_cast<float>(x) - distance;
+//                 row.sourceX[x] = dib::positionOf(x) - distance;
 //                 row.sourceY[x] = row.y;
 //             }
 //         }
@@ -30,7 +30,7 @@ struct WarpRow {
 };
 
 // The middle of `size` pixels.
-DIB_ALWAYS_INLINE float middleOf(int size) { return static_cast<float>(size - 1) * 0.5F; }
+DIB_ALWAYS_INLINE float middleOf(int size) { return positionOf(size - 1) * 0.5F; }
 
 // Samples `source` at each position of the row and stores the colours in `out`, which is clear at 1 and 4
 // bits.
@@ -56,7 +56,7 @@ public:
 
     template <class Depth>
     void row(unsigned char* out, int y) {
-        row_.y = static_cast<float>(y);
+        row_.y = positionOf(y);
         runKernel<placeRow<Rule>>(rule_, row_);
         sampleRow<Depth>(source_, flags_, row_, out);
     }

@@ -17,6 +17,10 @@
 
 namespace dib {
 
+// Where a pixel lies on an axis, and the pixel at or before a position from 0 on. Exact up to 2^24.
+DIB_ALWAYS_INLINE float positionOf(int pixel) { return static_cast<float>(pixel); }
+DIB_ALWAYS_INLINE int pixelAt(float position) { return static_cast<int>(position); }
+
 // The rows of an image with its size as floats. Nothing may be sampled unless `readable()`.
 struct SampleSource : Raster {
     float widthReal = 0;
@@ -43,7 +47,7 @@ DIB_ALWAYS_INLINE SamplePosition samplePosition(float value, int size, float siz
     const float position = wrap ? wrappedPosition(value, sizeReal) : clampedPosition(value, sizeReal);
     const auto index = static_cast<std::ptrdiff_t>(position);
     // Sizes above 2^24 may have been rounded up in float; such a position is the last pixel.
-    if (index >= size) return {static_cast<std::ptrdiff_t>(size) - 1, 0};
+    if (index >= size) return {std::ptrdiff_t{size} - 1, 0};
     return {index, static_cast<std::uint32_t>((position - static_cast<float>(index)) * 256.0F)};
 }
 

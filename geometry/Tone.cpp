@@ -53,14 +53,14 @@ std::size_t passBytes(const DibStream& image) {
 }
 
 // Below 1 the value is scaled and rounded; above 1 its distance to white shrinks, truncated.
-unsigned char brightened(int value, float factor) {
+int brightened(int value, float factor) {
     if (factor < 1.0F) {
         const float scaled = static_cast<float>(value) * factor;
         const double raised = scaled + 0.5;
-        return static_cast<unsigned char>(raised);
+        return static_cast<int>(raised);
     }
     const float step = static_cast<float>(255 - value) * (1.0F - 1.0F / factor);
-    return static_cast<unsigned char>(static_cast<int>(step) + value);
+    return static_cast<int>(step) + value;
 }
 
 }  // namespace

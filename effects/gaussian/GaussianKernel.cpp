@@ -18,12 +18,14 @@ bool GaussianKernel::build(float radius) {
 
     // The mix of single and double precision is part of the result: the last bit decides where a weight is
     // cut.
+    const auto squareOf = [spread](int distance) {
+        const float u = static_cast<float>(distance) / spread * 3.0F;
+        return u * u;
+    };
     float* next = exact.get();
     for (int j = 0; j <= half_; ++j) {
-        const float v = static_cast<float>(j) / spread * 3.0F;
         for (int i = 0; i <= half_; ++i) {
-            const float u = static_cast<float>(i) / spread * 3.0F;
-            const float squares = u * u + v * v;
+            const float squares = squareOf(i) + squareOf(j);
             *next++ = static_cast<float>(std::exp(-0.5 * double{squares}));
         }
     }

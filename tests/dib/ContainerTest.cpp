@@ -127,7 +127,7 @@ TEST(Container, TheWidestImagesThatFit) {
         for (const int width : {limit - 1, limit}) {
             const dib::ImageSize size = dib::admitSize(width, 1, bits);
             EXPECT_TRUE(size.admitted) << width << " x " << bits;
-            EXPECT_EQ(size.rowBytes, dib::pitch32(static_cast<std::uint32_t>(bits), width));
+            EXPECT_EQ(size.rowBytes, dib::pitch32(bits, width));
         }
         EXPECT_FALSE(dib::admitSize(limit + 1, 1, bits).admitted) << bits;
     }
