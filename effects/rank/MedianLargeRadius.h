@@ -1,6 +1,7 @@
-// The median of squares of any size: a histogram that slides over the rows, alternately to the right and to
-// the left, gives the brightness. If pixels of that brightness differ, the visits to them are counted row by
-// row.
+// The median at radius 8 and more; MedianSmallRadius computes the smaller ones, faster. It works from 1 on.
+//
+// A histogram that slides over the rows, alternately to the right and to the left, gives the brightness. If
+// pixels of that brightness differ, the visits to them are counted row by row.
 #ifndef EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
 #define EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
 
@@ -39,7 +40,7 @@ private:
     MallocPtr<Kind> kinds_;
 };
 
-// A filter of dib::filterImage.
+// A filter of dib::filterImage, for radii up to 23169.
 class MedianLargeRadius {
 public:
     MedianLargeRadius(int radius, unsigned int flags) : radius_(radius), flags_(flags) {}
