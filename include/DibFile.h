@@ -50,6 +50,7 @@ struct DibFormat {
     bool hasLayers = false;        ///< `DibLoadOptions::layer` chooses one.
     bool hasPages = false;         ///< `DibLoadOptions::page` chooses one.
     const char* plugin = nullptr;  ///< The file of the plug-in that decodes it; null when none is needed.
+    bool hasPaletteAlpha = false;  ///< Files hold `DibMetadata::paletteAlpha`, in both directions.
 };
 
 /// All formats, in the order in which lists show them; a null ends the list. Those that plug-ins of the

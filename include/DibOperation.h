@@ -87,6 +87,9 @@ struct DibOperation {
     const char* samples[3];  ///< Chains that end with the operation, the plainest first.
     const DibParameter* const* parameters;  ///< Required ones first; a null ends the list.
     unsigned int depths;  ///< Depths of the images that it accepts: `DibStream::DIB_ACCEPT_1` and so on.
+    /// Whether every pixel of the result is one of the image, unchanged, and the colour table stays: what
+    /// indices mean outside the image (`DibMetadata::paletteAlpha`) still holds.
+    bool movesPixels = false;
 };
 
 /// The records of a list that a null ends, for loops: `for (const DibParameter* parameter :

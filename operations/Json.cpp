@@ -105,6 +105,7 @@ std::string jsonText(const DibOperation& operation, int indent) {
     json.add("samples", listJson(operation.samples, indent + 2,
                                  [](const char* sample, int) { return stringJson(sample); }));
     json.add("depths", depthsJson(operation.depths));
+    json.add("movesPixels", operation.movesPixels ? "true" : "false");
     json.add("parameters", listJson(DibList(operation.parameters), indent + 2, parameterJson));
     return std::string(static_cast<std::size_t>(indent), ' ') + json.text();
 }

@@ -77,6 +77,9 @@ constexpr unsigned int depths(std::initializer_list<int> bitCounts) {
     return set;
 }
 
+// The last column of operations that only move pixels.
+inline constexpr bool kMovesPixels = true;
+
 // How rows declare parameters. One without `standard` must be given.
 constexpr DibParameter integer(const char* name, const char* help, Bounds bounds = kAnyInteger,
                                const char* standard = nullptr, const char* unit = nullptr) {

@@ -55,7 +55,8 @@ constexpr Operation kOperations[] = {
       "diffuse:3,seed=1",
       {"diffuse:2,seed=1", "diffuse:6,seed=1", "diffuse:20,wrap=xy,seed=2"},
       kDiffuse,
-      depths({8, 16, 24, 32})},
+      depths({8, 16, 24, 32}),
+      kMovesPixels},
      "std::srand({seed});\nDibEffectDiffuse(nullptr, nullptr, &image, {radius}, {wrap})",
      runSeeded<Effect<int, unsigned int>::run<DibEffectDiffuse>>},
 };

@@ -1,6 +1,7 @@
 // Chains at work on images.
 #include <DibEffect.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -18,9 +19,12 @@ namespace operations_test {
 namespace {
 
 using testing_support::DibPtr;
+using testing_support::headerBytes;
+using testing_support::pixelValue;
 using testing_support::ProgressLog;
 using testing_support::randomImage;
 using testing_support::sameImage;
+using testing_support::setPixelValue;
 
 constexpr float kDegree = 3.14159265358979F / 180;
 
@@ -134,6 +138,36 @@ TEST(OperationApply, GivesTheBytesOfTheClassicCalls) {
     }
     covered.insert("compose");  // SecondPictureTest.cpp
     EXPECT_EQ(covered.size(), all().size());
+}
+
+// Indices that the image does not use stay unused, so that none of another transparency appears.
+TEST(OperationApply, OperationsThatMovePixelsKeepIndicesAndColourTable) {
+    std::set<std::string_view> names;
+    for (const DibOperation* operation : all()) {
+        if (!operation->movesPixels) continue;
+        names.insert(operation->name);
+        for (const int bitCount : {1, 4, 8}) {
+            if ((operation->depths & depthBit(bitCount)) == 0) continue;
+            SCOPED_TRACE(std::string(operation->example) + " at " + std::to_string(bitCount));
+            const DibPtr image = randomImage(41, 31, bitCount, 5);
+            const std::uint32_t last = (1U << bitCount) - 1;
+            const std::set<std::uint32_t> used = {last, bitCount == 1 ? last : last - 1};
+            for (int y = 0; y < 31; ++y) {
+                for (int x = 0; x < 41; ++x)
+                    setPixelValue(*image, x, y, (x + y) % 2 == 0 ? last : *used.begin());
+            }
+            const std::vector<unsigned char> before = headerBytes(*image);
+            ASSERT_TRUE(DibApply(image.get(), operation->example));
+            const std::vector<unsigned char> after = headerBytes(*image);
+            EXPECT_TRUE(std::equal(before.begin() + 40, before.end(), after.begin() + 40, after.end()));
+            std::set<std::uint32_t> found;
+            for (int y = 0; y < std::abs(image->Header->biHeight); ++y) {
+                for (int x = 0; x < image->Header->biWidth; ++x) found.insert(pixelValue(*image, x, y));
+            }
+            EXPECT_EQ(found, used);
+        }
+    }
+    EXPECT_EQ(names, (std::set<std::string_view>{"diffuse", "crop", "scroll", "flip-storage"}));
 }
 
 // Compiled, the calls that are shown do what the samples do.

@@ -71,6 +71,7 @@ void expectRow(const json& row, const DibOperation& operation) {
         bit <<= 1;
     }
     EXPECT_EQ(row["depths"], depths);
+    EXPECT_EQ(row["movesPixels"], operation.movesPixels);
     const auto parameters = DibList(operation.parameters);
     ASSERT_EQ(row["parameters"].size(), parameters.size());
     for (std::size_t i = 0; i < parameters.size(); ++i) {
@@ -110,7 +111,7 @@ TEST(OperationDescriptions, JsonHoldsTheWholeTable) {
         "help": "Blurs with a Gaussian; at 8, 24 and 32 bits.",
         "synopsis": "gaussian:RADIUS[,wrap=none|x|y]", "example": "gaussian:4.5",
         "samples": ["gaussian:4.5", "gaussian:12", "gaussian:36,wrap=xy"], "depths": [8, 24, 32],
-        "parameters": [
+        "movesPixels": false, "parameters": [
             {"name": "radius", "type": "number", "help": "three standard deviations; below 1 changes nothing",
              "required": true, "unit": "px", "min": 0, "max": 255, "limits": "px, 0 to 255"},
             {"name": "wrap", "type": "flags",

@@ -1,11 +1,15 @@
 #include <DibCodec.h>
+#include <DibFile.h>
 #include <DibPSDLoader.h>
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "dib/ColorTable.h"
 #include "tests/support/PsdBuilder.h"
 #include "tests/support/TestImages.h"
 #include "tests/tools/Program.h"
@@ -70,6 +74,97 @@ TEST_F(PlatformFormats, EightBitsStayEightBits) {
         EXPECT_EQ(json::parse(run({"info", "--json", file}).output)[0]["bitsPerPixel"], 8);
         EXPECT_EQ(run({"run", "--strict", file, "back.bmp"}).errors, "");
         EXPECT_EQ(readFile("back.bmp"), readFile("indexed.bmp")) << file;
+    }
+}
+
+/// A PNG file with a colour table: pixel x, y has index (2 x + y) % `colors`, index 1 is half transparent and
+/// index 2 not seen at all.
+void makeTransparentPng(const std::string& name, int bitCount, int colors) {
+    const testing_support::DibPtr image = testing_support::blankImage(9, 6, bitCount);
+    for (int i = 0; i < colors; ++i) {
+        dib::colorTable(image->Header)[i] = {static_cast<unsigned char>(50 * i),
+                                             static_cast<unsigned char>(255 - 30 * i),
+                                             static_cast<unsigned char>(7 * i), 0};
+    }
+    image->Header->biClrUsed = static_cast<unsigned>(colors);
+    for (int y = 0; y < 6; ++y) {
+        for (int x = 0; x < 9; ++x)
+            testing_support::setPixelValue(*image, x, y, static_cast<unsigned>((2 * x + y) % colors));
+    }
+    DibMetadata metadata;
+    metadata.paletteAlpha.data = static_cast<unsigned char*>(std::malloc(3));
+    metadata.paletteAlpha.size = 3;
+    std::memcpy(metadata.paletteAlpha.data, "\xFF\x80\x00", 3);
+    DibSaveOptions options;
+    options.metadata = &metadata;
+    ASSERT_TRUE(DibSaveFile(name.c_str(), image.get(), &options));
+}
+
+struct Opened {
+    explicit Opened(const std::string& file, bool keepsPalette = true) {
+        DibLoadOptions options;
+        options.keepsPalette = keepsPalette;
+        EXPECT_TRUE(DibLoadFile(file.c_str(), &image, &options, &result)) << result.reason;
+        const DibBytes& bytes = result.metadata.paletteAlpha;
+        alpha.assign(bytes.data, bytes.data + bytes.size);
+    }
+    DibStream image;
+    DibFileResult result;
+    std::vector<int> alpha;
+};
+
+TEST_F(PlatformFormats, PngPalettesKeepTheirTransparency) {
+    for (const auto& [bitCount, colors] : {std::pair(4, 5), std::pair(8, 6)}) {
+        SCOPED_TRACE(bitCount);
+        makeTransparentPng("in.png", bitCount, colors);
+        Opened in("in.png");
+        ASSERT_EQ(in.image.Header->biBitCount, bitCount);
+        ASSERT_EQ(in.alpha, (std::vector{255, 128, 0}));
+
+        EXPECT_EQ(run({"run", "--strict", "in.png", "out.png"}).errors, "");
+        Opened out("out.png");
+        EXPECT_EQ(out.alpha, in.alpha);
+        EXPECT_TRUE(testing_support::sameImage(out.image, in.image));
+
+        writeFile("filtered.png", run({"run", "--strict", "-", "-"}, readFile("in.png")).output);
+        EXPECT_EQ(readFile("filtered.png"), readFile("out.png"));
+
+        EXPECT_EQ(run({"run", "--strict", "in.png", "crop:1,2,5x3", "scroll:1,0", "out.png"}).errors, "");
+        Opened cut("out.png");
+        EXPECT_EQ(cut.alpha, in.alpha);
+        EXPECT_EQ(cut.image.Header->biBitCount, bitCount);
+        ASSERT_EQ(cut.image.Header->biWidth, 5);
+        ASSERT_EQ(std::abs(cut.image.Header->biHeight), 3);
+        for (int y = 0; y < 3; ++y) {
+            for (int x = 0; x < 5; ++x) {
+                EXPECT_EQ(testing_support::pixelValue(cut.image, (x + 1) % 5, y),
+                          testing_support::pixelValue(in.image, 1 + x, 2 + y));
+            }
+        }
+    }
+}
+
+TEST_F(PlatformFormats, PngPalettesBecomeColoursWhereTheirTransparencyCannotStay) {
+    makeTransparentPng("in.png", 8, 6);
+    Opened wide("in.png", false);
+    ASSERT_EQ(wide.image.Header->biBitCount, 32);
+    const testing_support::DibPtr brighter(wide.image.Clone());
+    ASSERT_TRUE(brighter->Brighten(2));
+    const std::pair<Program::Words, DibStream*> kCases[] = {
+        {{"run", "in.png", "out.tif"}, &wide.image},
+        {{"run", "in.png", "scroll:0,0", "out.bmp"}, &wide.image},
+        {{"run", "in.png", "scroll:0,0", "brighten:2", "out.png"}, brighter.get()},
+    };
+    for (const auto& [words, expected] : kCases) {
+        EXPECT_EQ(run(words).errors, "");
+        Opened out(words.back());
+        ASSERT_EQ(out.image.Header->biBitCount, 32) << words.back();
+        ASSERT_EQ(out.image.Header->biWidth, 9);
+        for (int y = 0; y < 6; ++y) {
+            for (int x = 0; x < 9; ++x)
+                EXPECT_EQ(testing_support::pixelValue(out.image, x, y),
+                          testing_support::pixelValue(*expected, x, y));
+        }
     }
 }
 

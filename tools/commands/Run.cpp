@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -60,22 +61,31 @@ std::string operationSummary() {
     return text;
 }
 
+// Whether indices mean the same in both files: then the picture of a transparent palette need not become one
+// of 32 bits.
+bool keepsPalette(const RunJob& job, const DibFormat* format) {
+    return (format == nullptr || format->hasPaletteAlpha) &&
+           std::ranges::all_of(job.chains,
+                               [](const DibChain& chain) { return chain.steps->operation->movesPixels; });
+}
+
 // Leaves the output unchanged when it fails.
 void runJob(const RunJob& job) {
     const DibFormat* format = checkOutput(job);
     for (const DibChain& chain : job.chains) checkPaths(*chain.steps);
-    Notes notes(job.pictures);
+    PictureOptions pictures = job.pictures;
+    pictures.load.keepsPalette = keepsPalette(job, format);
+    Notes notes(pictures);
     // Loading and saving count as steps, too.
     Progress progress(job.chains.size() + 2, job.showsProgress);
     DibStream image;
     const InputFile input(job.input);
-    const LoadedFile loaded = loadPicture(input, image, job.pictures, progress, notes);
+    const LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
     const std::string title = input.title();
     for (const DibChain& chain : job.chains)
-        applyStep(*chain.steps, image, {title, job.pictures, progress, notes});
+        applyStep(*chain.steps, image, {title, pictures, progress, notes});
     progress.beginStep("save");
-    PictureOptions pictures = job.pictures;
     pictures.save.metadata = &loaded.metadata;
     savePicture(job.output, *format, image, pictures, progress, notes);
     progress.endStep();
