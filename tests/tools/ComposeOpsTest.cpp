@@ -1,8 +1,12 @@
+#include <filesystem>
+
 #include "tests/tools/Program.h"
 
 namespace tool_test {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 using ComposeOps = ToolTest;
 
@@ -59,6 +63,29 @@ TEST_F(ComposeOps, TheSecondPictureMayBeOfAnyFormat) {
         EXPECT_EQ(run({"run", "in.bmp", "compose:" + second, "out.bmp"}).errors, "");
         EXPECT_EQ(readFile("out.bmp"), readFile("expected.bmp")) << second;
     }
+}
+
+// "--from" names the format of the input. Second pictures have it too, unless their content or their name
+// tells another.
+TEST_F(ComposeOps, TheFormatOfTheInputIsTheSecondPicturesWhereNothingElseTells) {
+    ASSERT_EQ(run({"run", "in.bmp", "compose:in.bmp", "expected.bmp"}).errors, "");
+    ASSERT_EQ(run({"run", "in.bmp", "name.tga"}).errors, "");
+    // Its rows are said to be interleaved, as in no usual file.
+    std::string unusual = readFile("name.tga");
+    unusual[17] = static_cast<char>(unusual[17] | 0x40);
+    writeFile("unnamed", unusual);
+    const Result unknown = run({"run", "in.bmp", "compose:unnamed", "out.bmp"});
+    EXPECT_EQ(unknown.exitCode, 3);
+    EXPECT_EQ(unknown.errors, "dib: unnamed: compose: the format of the file is not known\n");
+    fs::copy("unnamed", "scan.raw");
+    ASSERT_EQ(run({"run", "in.bmp", "content.dat", "--to=png"}).errors, "");
+    for (const std::string second : {"unnamed", "scan.raw", "content.dat", "name.tga", "in.bmp"}) {
+        const Result result = run({"run", "--from=tga", "unnamed", "compose:" + second, "out.bmp"});
+        EXPECT_EQ(result.errors, "") << second;
+        EXPECT_EQ(readFile("out.bmp"), readFile("expected.bmp")) << second;
+    }
+    EXPECT_EQ(run({"run", "--from=bmp", "in.bmp", "compose:unnamed", "out.bmp"}).errors,
+              "dib: unnamed: compose: this is not a BMP file\n");
 }
 
 TEST_F(ComposeOps, ThePictureThatDoesNotSuitIsNamed) {

@@ -73,6 +73,25 @@ TEST_F(TablesInUse, OperationsAndFormatsAreListed) {
     EXPECT_EQ(json[0]["writes"], true);
 }
 
+TEST_F(TablesInUse, SomeRowsAreListedByTheirNames) {
+    const Result text = run({"ops", "half", "blur"});
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_EQ(text.output, run({"help", "half"}).output + "\n" + run({"help", "blur"}).output);
+    const auto json = nlohmann::json::parse(run({"ops", "--json", "crop", "blur"}).output);
+    EXPECT_EQ(json["schema"], 1);
+    ASSERT_EQ(json["operations"].size(), 2U);
+    EXPECT_EQ(json["operations"][0]["name"], "crop");
+    EXPECT_EQ(json["operations"][0]["movesPixels"], true);
+    EXPECT_EQ(json["operations"][1]["name"], "blur");
+    EXPECT_EQ(json["operations"][1]["movesPixels"], false);
+    const auto formats = nlohmann::json::parse(run({"formats", "--json", "PGM", "png"}).output);
+    ASSERT_EQ(formats.size(), 2U);
+    EXPECT_EQ(formats[0]["name"], "ppm");
+    EXPECT_EQ(formats[0]["paletteAlpha"], false);
+    EXPECT_EQ(formats[1]["name"], "png");
+    EXPECT_EQ(formats[1]["paletteAlpha"], true);
+}
+
 TEST_F(TablesInUse, FormatsTellTypesPartsAndPlugIns) {
     const std::string text = run({"formats", "--plugins=nowhere"}).output;
     EXPECT_TRUE(

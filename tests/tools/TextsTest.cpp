@@ -264,6 +264,8 @@ TEST_F(Completion, IsAnsweredByTheProgram) {
     EXPECT_EQ(answer({"--v"}), "words\n--version\n");
     EXPECT_EQ(answer({"completion", ""}), "words\nbash\nzsh\nfish\n");
     EXPECT_EQ(answer({"cat", ""}), "words\n");
+    EXPECT_EQ(answer({"ops", "cro"}), "words\ncrop\tKeeps a rectangle of the picture.\n");
+    EXPECT_EQ(answer({"formats", "pn"}), "words\npng\tPNG\n");
     EXPECT_EQ(answer({"info", "in"}), "files\n");
     EXPECT_EQ(answer({"run", "in.bmp", "cr"}), "files\ncrop:\tKeeps a rectangle of the picture.\n");
     EXPECT_EQ(answer({"run", "in.bmp", "half"}),

@@ -89,9 +89,12 @@ void offerCommands(Offers& offers) {
 void offerOperands(std::string_view command, const std::string& typed, Offers& offers) {
     if (command == "run") return offerOperations(typed, offers);
     if (command == "completion") return offers.addEach("", kShells);
+    if (command == "formats") {
+        for (const DibFormat* format : formats()) offers.add(format->name, format->title);
+    }
     if (command == "info" || command == "layers" || command == "gallery") return offers.alsoFiles();
-    if (command != "help") return;
-    offerCommands(offers);
+    if (command == "help") offerCommands(offers);
+    if (command != "help" && command != "ops") return;
     for (const DibOperation* operation : operations()) offers.add(operation->name, operation->help);
 }
 

@@ -20,8 +20,9 @@ namespace {
 // What is wrong with the command line; the parser does not name unknown words.
 std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> rest = app.remaining(true);
-    if (rest.empty()) return error.what();
     const std::vector<CLI::App*> chosen = app.get_subcommands();
+    const std::string place = chosen.empty() ? "" : chosen.front()->get_name() + ": ";
+    if (rest.empty()) return place + error.what();
     if (chosen.empty()) {
         return "no command or option '" + rest.front() + "'" +
                tool::suggestion(rest.front(), tool::namesOf(tool::commands()));
@@ -29,7 +30,8 @@ std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
     const std::string typed = rest.front().substr(0, rest.front().find('='));
     const auto command =
         std::ranges::find(tool::commands(), chosen.front()->get_name(), &tool::Command::name);
-    return chosen.front()->get_name() + ": no option '" + typed + "'" +
+    if (!typed.starts_with('-')) return place + "there is no place for '" + typed + "'";
+    return place + "no option '" + typed + "'" +
            tool::suggestion(typed, tool::namesOf(tool::optionTexts(app, *command)));
 }
 

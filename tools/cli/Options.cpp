@@ -3,19 +3,16 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 
+#include "tools/cli/Suggestion.h"
 #include "tools/io/Formats.h"
 #include "tools/io/PluginFolder.h"
 
 namespace tool {
 
 namespace {
-
-const char* formatNamed(const std::string& name) {
-    if (const char* spelling = formatSpelling(name)) return spelling;
-    throw usageFailure("no format '" + name + "'" + formatSuggestion(name, "; `dib formats` lists them"));
-}
 
 // "100M" as a number; the letters are powers of 1000.
 std::uint64_t amount(const std::string& text) {
@@ -36,7 +33,8 @@ void setLimits(DibLoadOptions& options, const std::string& text) {
         const std::size_t colon = std::min(part.find(':'), part.size());
         const std::string name = part.substr(0, colon);
         if (colon == part.size() || (name != "pixels" && name != "bytes" && name != "layers"))
-            throw usageFailure("--limit: '" + part + "' is not pixels:N, bytes:N or layers:N");
+            throw usageFailure("--limit: '" + part + "' is not pixels:N, bytes:N or layers:N" +
+                               suggestion(name, {"pixels", "bytes", "layers"}));
         const std::uint64_t most = amount(part.substr(colon + 1));
         if (name == "pixels") options.mostPixels = most;
         if (name == "bytes") options.mostBytes = most;
@@ -46,8 +44,23 @@ void setLimits(DibLoadOptions& options, const std::string& text) {
 
 }  // namespace
 
-void addOperand(CLI::App& command, const std::string& name, std::string& value, const std::string& help) {
-    command.add_option(name, value, help)->type_name("")->required();
+CLI::Validator oneOf(const std::string& choices) {
+    const auto mistakeIn = [choices](const std::string& value) {
+        const std::vector<std::string> all = CLI::detail::split(choices, '|');
+        if (std::ranges::find(all, value) != all.end()) return std::string();
+        return "'" + value + "' is not one of " + CLI::detail::join(all, ", ") + suggestion(value, all);
+    };
+    return {mistakeIn, ""};
+}
+
+CLI::Option* addOperand(CLI::App& command, const std::string& name, std::string& value,
+                        const std::string& help) {
+    return command.add_option(name, value, help)->type_name("")->required();
+}
+
+const char* formatNamed(const std::string& name) {
+    if (const char* spelling = formatSpelling(name)) return spelling;
+    throw usageFailure("no format '" + name + "'" + formatSuggestion(name, "; `dib formats` lists them"));
 }
 
 void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help) {
@@ -58,7 +71,9 @@ void addFormat(CLI::App& command, const std::string& name, const char*& format, 
 }
 
 void addOpening(CLI::App& command, DibLoadOptions& options) {
-    addFormat(command, "--from", options.format, "Format of the input; overrides detection");
+    addFormat(command, "--from", options.format,
+              "Format of the input; overrides detection. Also that of second pictures which neither their "
+              "content nor their name tells");
     command.add_flag_callback(
         "--keep-damaged", [&options] { options.damage = DIB_DAMAGE_KEEP; },
         "Keeps the rows that can be read of a damaged file; the others are black");
@@ -99,7 +114,7 @@ void addProgress(CLI::App& command, bool& isShown) {
     command
         .add_option_function<std::string>("--progress", choose,
                                           "Draws a progress bar; auto: when standard error is a terminal")
-        ->check(CLI::IsMember(CLI::detail::split(kChoices, '|')).description(""))
+        ->check(oneOf(kChoices))
         ->type_name(kChoices);
 }
 

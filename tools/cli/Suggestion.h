@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace tool {
@@ -12,11 +13,17 @@ namespace tool {
 std::string suggestion(const std::string& typed, const std::vector<std::string>& words,
                        std::string_view otherwise = "");
 
-// The names of the rows of a table.
+// The names of the rows of a table, or of those that a list points to.
 template <class Rows>
 std::vector<std::string> namesOf(const Rows& rows) {
     std::vector<std::string> names;
-    for (const auto& row : rows) names.emplace_back(row.name);
+    for (const auto& row : rows) {
+        if constexpr (std::is_pointer_v<std::remove_cvref_t<decltype(row)>>) {
+            names.emplace_back(row->name);
+        } else {
+            names.emplace_back(row.name);
+        }
+    }
     return names;
 }
 

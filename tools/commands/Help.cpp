@@ -21,8 +21,7 @@ std::string helpOn(const CLI::App& app, const std::string& topic) {
         return description(*operation, DIB_DESCRIBE_HELP);
     if (std::ranges::find(commands(), topic, &Command::name) != commands().end())
         return app.get_subcommand(topic)->help("dib");
-    std::vector<std::string> names;
-    for (const DibOperation* operation : operations()) names.emplace_back(operation->name);
+    std::vector<std::string> names = namesOf(operations());
     for (const Command& command : commands()) names.emplace_back(command.name);
     throw usageFailure("no operation or command '" + topic + "'" +
                        suggestion(topic, names, "; `dib ops` lists the operations"));
@@ -38,8 +37,7 @@ void declareHelp(CLI::App& command) {
 
 void declareCompletion(CLI::App& command) {
     const auto shell = std::make_shared<std::string>();
-    addOperand(command, "SHELL", *shell, kShells);
-    command.get_option("SHELL")->check(CLI::IsMember(CLI::detail::split(kShells, '|')).description(""));
+    addOperand(command, "SHELL", *shell, kShells)->check(oneOf(kShells));
     command.callback([shell] { print(completionScript(*shell)); });
 }
 

@@ -36,6 +36,7 @@ Json jsonOf(const DibFormat* format) {
                  {"writesDepths", depthsText(format->writeDepths)},
                  {"layers", format->hasLayers},
                  {"pages", format->hasPages},
+                 {"paletteAlpha", format->hasPaletteAlpha},
                  {"plugin", Json()}};
     if (format->plugin != nullptr)
         json["plugin"] = {{"path", pluginPath(*format)}, {"available", DibIsFormatAvailable(format)}};
@@ -58,6 +59,7 @@ std::string textOf(const DibFormat* format) {
     add("writes", depthsText(format->writeDepths));
     if (format->hasLayers) add("parts", "layers");
     if (format->hasPages) add("parts", "pages");
+    if (format->hasPaletteAlpha) add("palettes", "with alpha");
     if (format->plugin != nullptr) {
         add("plug-in", printable(pluginPath(*format)) +
                            (DibIsFormatAvailable(format) ? "" : ", which cannot be loaded"));
@@ -65,31 +67,53 @@ std::string textOf(const DibFormat* format) {
     return text;
 }
 
-// Declares a command that prints a table as text or as JSON.
+struct ListJob {
+    std::vector<std::string> names;  // of the rows to print; none: all
+    bool asJson = false;
+};
+
+// Declares a command that prints rows of a table as text or as JSON.
 template <class Print>
-void declareList(CLI::App& command, const Print& printTable) {
-    const auto asJson = std::make_shared<bool>(false);
-    addJson(command, *asJson);
-    command.callback([=] { printTable(*asJson); });
+void declareList(CLI::App& command, const char* operand, const char* help, const Print& printRows) {
+    const auto job = std::make_shared<ListJob>();
+    command.add_option(operand, job->names, help)->type_name("");
+    addJson(command, job->asJson);
+    command.callback([=] { printRows(*job); });
+}
+
+void printOperations(const ListJob& job) {
+    if (job.names.empty())
+        return print(job.asJson ? descriptions(DIB_DESCRIBE_JSON) + "\n" : descriptions(DIB_DESCRIBE_HELP));
+    Json json = {{"schema", kDibOperationSchema}, {"operations", Json::array()}};
+    std::string text;
+    for (const std::string& name : job.names) {
+        const DibOperation& row = operationNamed(name);
+        json["operations"].push_back(Json::parse(description(row, DIB_DESCRIBE_JSON)));
+        text += (text.empty() ? "" : "\n") + description(row, DIB_DESCRIBE_HELP);
+    }
+    print(job.asJson ? jsonText(json) : text);
+}
+
+void printFormats(const ListJob& job) {
+    std::vector<const DibFormat*> rows(formats().begin(), formats().end());
+    if (!job.names.empty()) rows.clear();
+    for (const std::string& name : job.names) rows.push_back(DibFindFormat(formatNamed(name)));
+    if (job.asJson) return print(jsonText(jsonList(rows, [](const DibFormat* row) { return jsonOf(row); })));
+    std::string text;
+    for (const DibFormat* row : rows) text += textOf(row);
+    print(text);
 }
 
 }  // namespace
 
 void declareOps(CLI::App& command) {
-    declareList(command, [](bool asJson) {
-        print(asJson ? descriptions(DIB_DESCRIBE_JSON) + "\n" : descriptions(DIB_DESCRIBE_HELP));
-    });
+    declareList(command, "OPERATION...", "Those to list; all when there are none", printOperations);
 }
 
 void declareFormats(CLI::App& command) {
     addPlugins(command);
-    declareList(command, [](bool asJson) {
-        if (asJson)
-            return print(jsonText(jsonList(formats(), [](const DibFormat* row) { return jsonOf(row); })));
-        std::string all;
-        for (const DibFormat* format : formats()) all += textOf(format);
-        print(all);
-    });
+    declareList(command, "FORMAT...", "Those to list, by name or extension; all when there are none",
+                printFormats);
 }
 
 }  // namespace tool

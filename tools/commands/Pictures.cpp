@@ -29,10 +29,18 @@ public:
 private:
     bool load(const std::string& name, DibStream& image, DibFileResult& result, DibProgressCallback callback,
               void* user) {
-        DibLoadOptions options = frame_.options.load;
-        options.format = nullptr;  // the one on the command line is that of the input
         const std::string path = std::filesystem::path(frame_.folder) / name;
-        if (DibLoadFile(path.c_str(), &image, &options, &result, callback, user)) {
+        const auto open = [&](const char* format) {
+            DibLoadOptions options = frame_.options.load;
+            options.format = format;
+            return DibLoadFile(path.c_str(), &image, &options, &result, callback, user);
+        };
+        bool isOpen = open(nullptr);
+        // The format on the command line is that of the input. It helps where nothing tells another.
+        const char* from = frame_.options.load.format;
+        const bool isUnknown = result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED;
+        if (isUnknown && from != nullptr) isOpen = open(from);
+        if (isOpen) {
             frame_.notes.add(name + ": " + operation_, result);
             return true;
         }

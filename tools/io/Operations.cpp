@@ -3,6 +3,7 @@
 #include <new>
 
 #include "tools/cli/ExitCode.h"
+#include "tools/cli/Suggestion.h"
 
 namespace tool {
 
@@ -23,6 +24,12 @@ DibChain parsed(const std::string& text, const Parse& parse) {
 }
 
 }  // namespace
+
+const DibOperation& operationNamed(const std::string& name) {
+    if (const DibOperation* operation = DibFindOperation(name.c_str())) return *operation;
+    throw usageFailure("no operation '" + name + "'" +
+                       suggestion(name, namesOf(operations()), "; `dib ops` lists them"));
+}
 
 std::string description(const DibOperation& operation, DibDescription form) {
     DibBytes bytes;

@@ -11,6 +11,9 @@ namespace tool {
 // Every operation, in the order in which help lists them.
 inline DibList<DibOperation> operations() { return DibList(DibGetOperations()); }
 
+// Throws Failure (usage) with a suggestion.
+const DibOperation& operationNamed(const std::string& name);
+
 // Texts of the library. They throw std::bad_alloc.
 std::string description(const DibOperation& operation, DibDescription form);
 std::string descriptions(DibDescription form);
