@@ -1,4 +1,4 @@
-// Linear light in floats as bytes: the curve of all float images, in the library and its plug-ins.
+// Linear light in floats as bytes, in the library and its plug-ins.
 #ifndef DIB_LIGHT_CURVE_H
 #define DIB_LIGHT_CURVE_H
 
@@ -10,14 +10,16 @@
 
 namespace dib {
 
-// floor(255 v^0.4545... + 0.5), held within 0 to 255; 0 for NaN and negative values.
+// floor(255 f(v) + 0.5) of a curve f from 0 to 1, held within 0 to 255; 0 for NaN and negative values.
 //
 // The curve rises, so a float belongs to the highest byte whose least float it reaches. Floats with the same
 // upper 16 bits differ by less than a 128th, or are too small to show, and so by less than one byte: one
 // comparison decides between two bytes.
 class LightCurve {
 public:
-    LightCurve() {
+    using Function = double (*)(double);
+
+    explicit LightCurve(Function function) : function_(function) {
         for (unsigned byte = 1; byte < 256; ++byte) least_[byte] = leastOf(byte);
         least_[256] = std::numeric_limits<float>::infinity();
         for (std::uint32_t upper = 0; upper < kUppers; ++upper) {
@@ -32,14 +34,12 @@ public:
     }
 
 private:
-    // 1 / 2.2 as a neighbour of the nearest float, which float images have always been raised to.
-    static constexpr double kGamma = 0.45454543828964233;
     static constexpr std::uint32_t kUppers = 0x3F80;  // of the floats from 0 to below 1
 
-    static double shown(float value) { return std::floor(std::pow(double{value}, kGamma) * 255.0 + 0.5); }
+    double shown(float value) const { return std::floor(function_(double{value}) * 255.0 + 0.5); }
 
     // Positive floats are ordered like their bits.
-    static float leastOf(unsigned byte) {
+    float leastOf(unsigned byte) const {
         std::uint32_t below = 0;
         std::uint32_t reaches = std::bit_cast<std::uint32_t>(1.0F);
         while (reaches - below > 1) {
@@ -49,12 +49,24 @@ private:
         return std::bit_cast<float>(reaches);
     }
 
+    Function function_;
     std::array<float, 257> least_{};
     std::array<unsigned char, kUppers> lowest_{};
 };
 
+// The curve of float images: light to the power 1 / 2.2.
 inline const LightCurve& lightCurve() {
-    static const LightCurve curve;
+    // A neighbour of the nearest float, which float images have always been raised to.
+    constexpr double kGamma = 0.45454543828964233;
+    static const LightCurve curve([](double light) { return std::pow(light, kGamma); });
+    return curve;
+}
+
+// The curve of sRGB.
+inline const LightCurve& srgbCurve() {
+    static const LightCurve curve([](double light) {
+        return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+    });
     return curve;
 }
 

@@ -26,7 +26,7 @@ unsigned char nearestByte(double value) {
 }
 
 void bytesOfLight(const unsigned char* samples, unsigned char* to, std::size_t count) {
-    const dib::LightCurve& curve = dib::lightCurve();
+    const dib::LightCurve& curve = dib::srgbCurve();
     for (std::size_t x = 0; x < count; ++x) to[x] = curve(floatAt(samples, x));
 }
 
@@ -69,26 +69,6 @@ DIB_ALWAYS_INLINE bool hasHalf(const unsigned char* alpha, std::size_t count) {
     return found != 0;
 }
 
-// The nearest byte of the sRGB curve for light from 0 to 1, in steps that are finer than bytes everywhere.
-class LightBytes {
-public:
-    LightBytes() {
-        for (std::size_t i = 0; i <= kSteps; ++i) {
-            const double light = static_cast<double>(i) / double{kSteps};
-            bytes_[i] = nearestByte(
-                255 * (light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055));
-        }
-    }
-    unsigned char operator()(double light) const {
-        const double raised = std::clamp(light, 0.0, 1.0) * double{kSteps} + 0.5;  // to be cut
-        return bytes_[static_cast<std::size_t>(raised)];
-    }
-
-private:
-    static constexpr std::size_t kSteps = 65536;
-    std::array<unsigned char, kSteps + 1> bytes_{};
-};
-
 struct Lab {
     double lightness;  // 0 to 100
     double a;          // -128 to 127
@@ -97,7 +77,7 @@ struct Lab {
 
 // Lab of the white point D50, as light of that white; then red, green and blue of sRGB, whose white is D65,
 // by a matrix that contains the adaptation after Bradford.
-void labToRgb(const Lab& lab, const LightBytes& bytes, unsigned char* red, unsigned char* green,
+void labToRgb(const Lab& lab, const dib::LightCurve& curve, unsigned char* red, unsigned char* green,
               unsigned char* blue) {
     const auto light = [](double f) {
         constexpr double kBend = 6.0 / 29;
@@ -107,9 +87,10 @@ void labToRgb(const Lab& lab, const LightBytes& bytes, unsigned char* red, unsig
     const double x = 0.96422 * light(middle + lab.a / 500);
     const double y = light(middle);
     const double z = 0.82521 * light(middle - lab.b / 200);
-    *red = bytes(3.1338561 * x - 1.6168667 * y - 0.4906146 * z);
-    *green = bytes(-0.9787684 * x + 1.9161415 * y + 0.0334540 * z);
-    *blue = bytes(0.0719453 * x - 0.2289914 * y + 1.4052427 * z);
+    const auto byteOf = [&curve](double part) { return curve(static_cast<float>(part)); };
+    *red = byteOf(3.1338561 * x - 1.6168667 * y - 0.4906146 * z);
+    *green = byteOf(-0.9787684 * x + 1.9161415 * y + 0.0334540 * z);
+    *blue = byteOf(0.0719453 * x - 0.2289914 * y + 1.4052427 * z);
 }
 
 // White stands for planes that are missing. `alpha` is that of a colour mixed with white, else 1.
@@ -183,7 +164,7 @@ void RowColors::removeDeepMatte(std::span<const unsigned char* const> samples, s
         const double alpha = partAt(samples[static_cast<std::size_t>(kind_.colors)], x, kind_.depth);
         if (!(alpha > 0 && alpha < 1)) continue;
         const double value = (partAt(samples[color], x, kind_.depth) - (1 - alpha)) / alpha;
-        to[x] = kind_.depth == 16 ? nearestByte(255 * value) : dib::lightCurve()(static_cast<float>(value));
+        to[x] = kind_.depth == 16 ? nearestByte(255 * value) : dib::srgbCurve()(static_cast<float>(value));
     }
 }
 
@@ -196,12 +177,12 @@ void RowColors::darken(Planes& planes) {
 }
 
 void RowColors::convertLab(std::span<const unsigned char* const> samples, Planes& planes) {
-    static const LightBytes bytes;
+    const dib::LightCurve& curve = dib::srgbCurve();
     const bool isMixed = kind_.hasAlpha && kind_.isMatted && samples[3] != nullptr;
     for (std::size_t x = 0; x < width_; ++x) {
         const double alpha = isMixed ? partAt(samples[3], x, kind_.depth) : 1;
         const Lab lab = labAt(samples, x, kind_.depth, alpha > 0 ? alpha : 1);
-        labToRgb(lab, bytes, own(0) + x, own(1) + x, own(2) + x);
+        labToRgb(lab, curve, own(0) + x, own(1) + x, own(2) + x);
     }
     for (std::size_t color = 0; color < 3; ++color) planes[color] = own(color);
 }

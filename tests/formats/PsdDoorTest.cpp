@@ -88,7 +88,8 @@ TEST(PsdDoor, SamplesOfOtherDepthsBecomeBytes) {
     EXPECT_EQ(red(16, {0x10, 0x00}), 16);
     EXPECT_EQ(red(16, {0x10, 0xF0}), 17);
     EXPECT_EQ(red(16, {0xFF, 0xFF}), 255);
-    EXPECT_EQ(red(32, {0x3F, 0x00, 0, 0}), 186);  // 0.5 to the power 1 / 2.2
+    EXPECT_EQ(red(32, {0x3F, 0x00, 0, 0}), 188);  // by the curve of sRGB
+    EXPECT_EQ(red(32, {0x3A, 0x80, 0, 0}), 3);    // 0.001 x 12.92
     EXPECT_EQ(red(32, {0x3F, 0x80, 0, 0}), 255);
     EXPECT_EQ(red(32, {0xBF, 0x80, 0, 0}), 0);
     EXPECT_EQ(red(32, {0x7F, 0xC0, 0, 0}), 0);  // not a number
@@ -292,7 +293,9 @@ TEST(PsdDoor, SamplesShowWhatAnotherProgramShows) {
     int layers = 0;
     for (const testing_support::Sample& sample : testing_support::samplesOf("psd")) {
         const std::string name = sample.path.stem();
-        if (sample.source != "oov+psd" || sample.path.extension() != ".psd") continue;
+        // That program raises the light of floats to the power 1 / 2.2.
+        const bool isLight = name.ends_with("32bit");
+        if (sample.source != "oov+psd" || sample.path.extension() != ".psd" || isLight) continue;
         if (const auto picture = expected / (name + "_!merged.png"); std::filesystem::exists(picture)) {
             expectLike(sample.path, {}, picture);
             ++merged;

@@ -183,7 +183,7 @@ TEST(PsdWide, PredictedRowsAreSums) {
     EXPECT_EQ(row(8, {250, 10, 20}), (Bytes{250, 4, 24}));
     EXPECT_EQ(row(16, {0x10, 0xFF, 0x00, 0x02, 0xEE, 0xFF}), (Bytes{17, 17, 0}));
     // 1.0, 0.5 and 0.0: the highest bytes 3F 3F 00, then 80 00 00, then zeros.
-    EXPECT_EQ(row(32, {0x3F, 0x00, 0xC1, 0x80, 0x80, 0, 0, 0, 0, 0, 0, 0}), (Bytes{255, 186, 0}));
+    EXPECT_EQ(row(32, {0x3F, 0x00, 0xC1, 0x80, 0x80, 0, 0, 0, 0, 0, 0, 0}), (Bytes{255, 188, 0}));
 }
 
 TEST(PsdWide, ColoursOfEveryMode) {
@@ -240,7 +240,7 @@ TEST(PsdWide, MatteIsRemoved) {
     EXPECT_EQ(matted(documentOf(1, 8, {{114}, {225}})), (Bytes{95, 95, 95, 225}));
     EXPECT_EQ(matted(documentOf(1, 16, {{0x80, 0}, {0x80, 0}})), (Bytes{0, 0, 0, 128}));
     EXPECT_EQ(matted(documentOf(1, 16, {{0xC0, 0}, {0x80, 0}})), (Bytes{128, 128, 128, 128}));
-    EXPECT_EQ(matted(documentOf(1, 32, {{0x3F, 0x40, 0, 0}, {0x3F, 0, 0, 0}})), (Bytes{186, 186, 186, 128}));
+    EXPECT_EQ(matted(documentOf(1, 32, {{0x3F, 0x40, 0, 0}, {0x3F, 0, 0, 0}})), (Bytes{188, 188, 188, 128}));
     EXPECT_EQ(matted(documentOf(4, 8, {{155}, {255}, {255}, {255}, {100}})), (Bytes{255, 255, 0, 100}));
     EXPECT_EQ(matted(documentOf(9, 8, {{204}, {128}, {128}, {102}})), (Bytes{119, 119, 119, 102}));
     // Without layers nothing says that the channel is transparency of the picture.
@@ -586,6 +586,9 @@ TEST(PsdWide, SamplesInTwoFormsShowTheSame) {
     EXPECT_EQ(corner("4x4_8bit_rgb.psd"), (Bytes{178, 0, 10}));
     EXPECT_EQ(corner("4x4_16bit_lab.psd"), (Bytes{178, 0, 9}));
     EXPECT_EQ(corner("4x4_16bit_rgb.psd"), (Bytes{178, 0, 10}));
+    EXPECT_EQ(corner("4x4_32bit_rgb.psd"), (Bytes{178, 0, 10}));
+    const auto small = [&](const char* name) { return testing_support::pictureOf(*load(tools + name, {})); };
+    EXPECT_TRUE(testing_support::samePicture(small("32bit5x5.psb"), small("16bit5x5.psb")));
 }
 
 }  // namespace
