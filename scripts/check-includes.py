@@ -23,6 +23,7 @@ ALLOWED = {
     "operations": {"include", "dib"},
     # The program is an application: it uses the installed headers.
     "tools": {"include"},
+    "python": {"include"},
 }
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of
 # formats, by the extension of the path.

@@ -16,7 +16,7 @@ scripts/install-packages.sh build
 echo "Building"
 # Without tests and benches; warnings of newer compilers are not errors here.
 quietly cmake --preset release -B build/demo \
-    -DDIB_BUILD_TESTS=OFF -DDIB_BUILD_BENCHES=OFF -DDIB_WARNINGS_AS_ERRORS=OFF
+    -DDIB_BUILD_TESTS=OFF -DDIB_BUILD_BENCHES=OFF -DDIB_BUILD_PYTHON=OFF -DDIB_WARNINGS_AS_ERRORS=OFF
 quietly cmake --build build/demo
 # The examples are built like an application, against the installed library.
 quietly cmake --install build/demo --prefix build/demo/prefix

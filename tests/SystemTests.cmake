@@ -40,6 +40,13 @@ if(DIB_DOXYGEN)
     add_test(NAME tree.reference COMMAND ${PROJECT_SOURCE_DIR}/scripts/docs.sh ${system_work}/docs)
 endif()
 
+if(TARGET dibstream_python)
+    file(MAKE_DIRECTORY ${system_work})
+    add_test(NAME system.python
+        COMMAND ${DIB_PYTHON_RUN} -m pytest -q -p no:cacheprovider --basetemp=${system_work}/python ${PROJECT_SOURCE_DIR}/python/tests)
+    set_tests_properties(system.python PROPERTIES TIMEOUT 300)
+endif()
+
 # The tests below examine the libraries as they are installed: without instrumentation.
 if(DIB_SANITIZE OR CMAKE_CXX_FLAGS MATCHES "--coverage")
     return()

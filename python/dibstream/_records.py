@@ -1,0 +1,99 @@
+"""What the functions of the package return beside pictures."""
+
+from __future__ import annotations
+
+import dataclasses
+from typing import NamedTuple
+
+
+class Note(NamedTuple):
+    """One thing that a caller may want to know of a call that succeeded."""
+
+    kind: str  # "warning": the file is damaged or breaks a rule; "assumption"; "loss": something was not kept
+    text: str
+
+
+@dataclasses.dataclass(frozen=True)
+class Metadata:
+    """What a file holds beside the pixels. dataclasses.replace() makes changed ones."""
+
+    resolution: tuple[float, float] | None = None  # pixels per inch, across and down
+    orientation: int = 1  # how the stored rows must be turned for display, 1 to 8 as in EXIF; 1 is upright
+    color_profile: bytes | None = None  # ICC
+    exif: bytes | None = None  # from its byte-order mark on
+    palette_alpha: bytes | None = None  # of the first entries of the palette (keep_palette)
+    tim_frame: bytes | None = None  # of a TIM file: all but its pixels
+
+    def without_palette_alpha(self) -> Metadata:
+        """The same without the alpha of palette entries."""
+        return dataclasses.replace(self, palette_alpha=None)
+
+
+@dataclasses.dataclass(frozen=True)
+class FileInfo:
+    """What the headers of a file say."""
+
+    format: str
+    width: int  # of the picture as open() gives it
+    height: int
+    bits: int
+    stored_bits: int  # per pixel, in the file
+    pages: int
+    layers: int
+    levels: int
+    has_alpha: bool
+    compression: str  # empty when unknown
+    palette_size: int
+    row_order: str
+    colors: str  # of a document: "RGB", "CMYK", "grey" ...
+    channels: int
+    channel_bits: int
+    metadata: Metadata
+    notes: tuple[Note, ...]
+
+
+@dataclasses.dataclass(frozen=True)
+class LayerMask:
+    """A mask of a layer. Sizes and places are in pixels of the document, which it may leave."""
+
+    left: int
+    top: int
+    width: int
+    height: int
+    outside: int  # what it is outside its rectangle, 0 (hides) to 255 (shows)
+    is_disabled: bool
+
+
+@dataclasses.dataclass(frozen=True)
+class Layer:
+    """A layer of a document. Sizes and places are in pixels of the document, which it may leave."""
+
+    index: int  # as open(layer=...) counts
+    name: str
+    kind: str  # "plain", "group" (the upper end, with the name) or "group-end"
+    group: int | None  # the index of the group that it is in
+    left: int
+    top: int
+    width: int  # 0 when it has no pixels
+    height: int
+    opacity: int  # 0 to 255; open() does not apply it
+    is_visible: bool
+    is_clipped: bool
+    blend_mode: int
+    mask: LayerMask | None
+    second_mask: LayerMask | None
+
+
+@dataclasses.dataclass(frozen=True)
+class Format:
+    """A file format."""
+
+    name: str
+    title: str
+    extensions: tuple[str, ...]
+    mime_types: tuple[str, ...]
+    read_depths: tuple[int, ...]  # that open() gives
+    write_depths: tuple[int, ...]  # that a file holds as they are; none when it cannot be saved
+    has_layers: bool
+    has_pages: bool
+    is_available: bool  # False when its plug-in is missing

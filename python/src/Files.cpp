@@ -1,0 +1,542 @@
+// Opening, probing and saving: the functions of DibFile.h.
+#include <cstring>
+#include <vector>
+
+#include "python/src/Failure.h"
+#include "python/src/Image.h"
+#include "python/src/Watch.h"
+
+namespace python {
+
+using py::literals::operator""_a;
+
+namespace {
+
+// The value of a word in a list, with an exception that names what is accepted.
+template <std::size_t count>
+int choice(const char* option, const std::string& word, const char* const (&words)[count]) {
+    std::string accepted;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (word == words[i]) return static_cast<int>(i);
+        accepted += std::string(i == 0 ? "'" : i + 1 < count ? ", '" : " or '") + words[i] + "'";
+    }
+    throw py::value_error(std::string(option) + " must be " + accepted + ", not '" + word + "'");
+}
+constexpr const char* kAlphas[] = {"guess", "stored"};
+constexpr const char* kParts[] = {"pixels", "mask", "second-mask"};
+constexpr const char* kTiffs[] = {"deflate", "lzw", "packbits", "none"};
+
+struct ReleaseView {
+    void operator()(Py_buffer* view) const {
+        PyBuffer_Release(view);
+        delete view;
+    }
+};
+
+// Where bytes come from or go to: a path, a block of memory, or an object with a method.
+struct Place {
+    enum Kind { kPath, kBytes, kStream } kind;
+    std::string path;                                         // kPath: as the system has it
+    py::object object;                                        // for messages, or the stream
+    std::unique_ptr<Py_buffer, ReleaseView> bytes = nullptr;  // kBytes
+
+    const void* data() const { return bytes->buf; }
+    std::size_t size() const { return static_cast<std::size_t>(bytes->len); }
+};
+
+bool isPath(const py::object& place) {
+    return py::isinstance<py::str>(place) || py::hasattr(place, "__fspath__");
+}
+std::string encoded(const py::object& path) {
+    return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
+}
+
+Place sourceOf(const py::object& source) {
+    if (isPath(source)) return {Place::kPath, encoded(source), source};
+    if (PyObject_CheckBuffer(source.ptr()) != 0) {
+        Place place{Place::kBytes, {}, py::none()};
+        auto view = std::make_unique<Py_buffer>();
+        if (PyObject_GetBuffer(source.ptr(), view.get(), PyBUF_SIMPLE) != 0) throw py::error_already_set();
+        place.bytes.reset(view.release());
+        return place;
+    }
+    if (py::hasattr(source, "read")) return {Place::kStream, {}, source};
+    throw py::type_error("a picture is opened from a path, bytes or a binary file, not from " +
+                         py::repr(source).cast<std::string>());
+}
+
+// An object with `read` or `write` that the library works with while the lock of Python is free.
+class Stream {
+public:
+    Stream(const py::object& object, const char* method) : object_(object), method_(method) {}
+
+    DibReader reader() { return {&Stream::read, this}; }
+    DibWriter writer() { return {&Stream::write, this}; }
+    // Throws what the object threw.
+    void rethrow() {
+        if (error_) throw py::error_already_set(std::move(*error_));
+    }
+
+private:
+    // Calls the method with the lock of Python.
+    template <class Work>
+    bool call(const Work& work) {
+        const py::gil_scoped_acquire lock;
+        try {
+            work(object_.attr(method_));
+            return true;
+        } catch (py::error_already_set& error) {
+            error_.emplace(std::move(error));
+        } catch (const std::exception& error) {
+            PyErr_SetString(PyExc_TypeError, error.what());
+            error_.emplace();
+        }
+        return false;
+    }
+    static std::size_t read(void* context, void* out, std::size_t bytes) {
+        std::size_t got = 0;
+        const bool isDone = static_cast<Stream*>(context)->call([&](const py::object& method) {
+            const py::object block = method(bytes);
+            if (!py::isinstance<py::bytes>(block))
+                throw py::type_error("the file must be opened in binary mode");
+            const std::string_view text = block.cast<std::string_view>();
+            got = std::min(text.size(), bytes);
+            std::memcpy(out, text.data(), got);
+        });
+        return isDone ? got : DibReader::kFailed;
+    }
+    static bool write(void* context, const void* from, std::size_t bytes) {
+        return static_cast<Stream*>(context)->call([&](const py::object& method) {
+            const auto* next = static_cast<const char*>(from);
+            for (std::size_t left = bytes; left > 0;) {
+                const py::object written =
+                    method(py::memoryview::from_memory(next, static_cast<py::ssize_t>(left)));
+                // Raw files may write less than they get; other objects return nothing of interest.
+                const std::size_t count =
+                    py::isinstance<py::int_>(written) ? written.cast<std::size_t>() : left;
+                if (count == 0 || count > left) throw py::value_error("write() returned a wrong number");
+                next += count;
+                left -= count;
+            }
+        });
+    }
+
+    const py::object& object_;
+    const char* method_;
+    std::optional<py::error_already_set> error_;
+};
+
+py::object bytesOrNone(const DibBytes& block) {
+    if (block.data == nullptr) return py::none();
+    return py::bytes(reinterpret_cast<const char*>(block.data), block.size);
+}
+
+py::object metadataOf(const DibMetadata& from) {
+    py::object resolution = py::none();
+    if (from.xResolution > 0 || from.yResolution > 0)
+        resolution = py::make_tuple(from.xResolution, from.yResolution);
+    return record("Metadata")(
+        "resolution"_a = resolution, "orientation"_a = from.orientation,
+        "color_profile"_a = bytesOrNone(from.colorProfile), "exif"_a = bytesOrNone(from.exif),
+        "palette_alpha"_a = bytesOrNone(from.paletteAlpha), "tim_frame"_a = bytesOrNone(from.timFrame));
+}
+
+void readBlock(const py::object& from, DibBytes& to) {
+    if (from.is_none()) return;
+    const auto text = from.cast<std::string_view>();
+    to.data = static_cast<unsigned char*>(std::malloc(text.size() + 1));
+    if (to.data == nullptr) failWithoutMemory();
+    std::memcpy(to.data, text.data(), text.size());
+    to.size = text.size();
+}
+
+void readMetadata(const py::object& from, DibMetadata& to) {
+    const py::object resolution = from.attr("resolution");
+    if (!resolution.is_none())
+        std::tie(to.xResolution, to.yResolution) = resolution.cast<std::pair<double, double>>();
+    to.orientation = from.attr("orientation").cast<int>();
+    readBlock(from.attr("color_profile"), to.colorProfile);
+    readBlock(from.attr("exif"), to.exif);
+    readBlock(from.attr("palette_alpha"), to.paletteAlpha);
+    readBlock(from.attr("tim_frame"), to.timFrame);
+}
+
+// Options of a load with the texts that they point to.
+struct LoadOptions {
+    DibLoadOptions options;
+    std::vector<std::string> formats;
+    std::vector<const char*> list;
+    std::optional<std::string> format;
+    std::optional<std::string> name;
+
+    const DibLoadOptions* complete() {
+        for (const std::string& each : formats) list.push_back(each.c_str());
+        list.push_back(nullptr);
+        if (!formats.empty()) options.formats = list.data();
+        if (format) options.format = format->c_str();
+        if (name) options.name = name->c_str();
+        return &options;
+    }
+};
+
+// Opens the place: `load` is called with a path, a block or a stream.
+template <class Load>
+void read(const py::object& source, DibFileResult& result, Watch& watch, const Load& load) {
+    const Place place = sourceOf(source);
+    Stream stream(source, "read");
+    bool isDone = false;
+    {
+        const py::gil_scoped_release unlocked;
+        isDone = load(place, stream);
+    }
+    watch.rethrow();
+    stream.rethrow();
+    if (!isDone) fail(result, place.kind == Place::kPath ? source : py::none());
+}
+
+py::object open(const py::object& source, const std::optional<std::vector<std::string>>& formats,
+                const std::optional<std::string>& format, const std::optional<std::string>& name,
+                std::uint64_t mostPixels, std::uint64_t mostBytes, int mostLayers, bool keepsDamaged,
+                const std::string& alpha, int page, const std::optional<int>& layer, const std::string& part,
+                int level, bool appliesOrientation, bool keepsPalette, const py::object& progress) {
+    LoadOptions given{{}, formats.value_or(std::vector<std::string>()), {}, format, name};
+    given.options.mostPixels = mostPixels;
+    given.options.mostBytes = mostBytes;
+    given.options.mostLayers = mostLayers;
+    given.options.damage = keepsDamaged ? DIB_DAMAGE_KEEP : DIB_DAMAGE_REFUSE;
+    given.options.alpha = static_cast<DibAlphaPolicy>(choice("alpha", alpha, kAlphas));
+    given.options.page = page;
+    if (layer && *layer < 0) throw py::value_error("layer counts from 0");
+    given.options.layer = layer.value_or(-1);
+    given.options.part = static_cast<DibLayerPart>(choice("part", part, kParts));
+    given.options.level = level;
+    given.options.appliesOrientation = appliesOrientation;
+    given.options.keepsPalette = keepsPalette;
+    const DibLoadOptions* options = given.complete();
+
+    DibHandle image = DibHandle::make();
+    if (!image) failWithoutMemory();
+    DibFileResult result;
+    Watch watch(progress);
+    read(source, result, watch, [&](const Place& place, Stream& stream) {
+        if (place.kind == Place::kPath)
+            return DibLoadFile(place.path.c_str(), image.get(), options, &result, watch.callback(), &watch);
+        if (place.kind == Place::kBytes)
+            return DibLoadMemory(place.data(), place.size(), image.get(), options, &result, watch.callback(),
+                                 &watch);
+        return DibLoadStream(stream.reader(), image.get(), options, &result, watch.callback(), &watch);
+    });
+    if (!image.hasPixels()) {
+        result.code = DIB_ERROR_INVALID;
+        std::strcpy(result.reason, "the picture has no pixels");
+        fail(result, py::none());
+    }
+    return wrap(std::move(image), Origin(py::str(result.format->name), metadataOf(result.metadata),
+                                         notesOf(result.notes, result.noteCount)));
+}
+
+// The file or block to look into: the whole of a stream is read first, and its position restored.
+py::object probedSource(const py::object& source) {
+    if (isPath(source) || PyObject_CheckBuffer(source.ptr()) != 0 || !py::hasattr(source, "read"))
+        return source;
+    const bool canSeek = py::hasattr(source, "seekable") && source.attr("seekable")().cast<bool>();
+    const py::object position = canSeek ? source.attr("tell")() : py::none();
+    py::object bytes = source.attr("read")();
+    if (canSeek) source.attr("seek")(position);
+    if (!py::isinstance<py::bytes>(bytes)) throw py::type_error("the file must be opened in binary mode");
+    return bytes;
+}
+
+// Reads headers by one of the probing functions, which differ in what they fill.
+template <class Probe>
+void look(const py::object& given, DibFileResult& result, const Probe& probe) {
+    const py::object source = probedSource(given);
+    const Place place = sourceOf(source);
+    const bool isDone = [&] {
+        const py::gil_scoped_release unlocked;
+        return probe(place);
+    }();
+    if (!isDone) fail(result, place.kind == Place::kPath ? source : py::none());
+}
+
+py::object probe(const py::object& source, const std::optional<std::vector<std::string>>& formats,
+                 const std::optional<std::string>& format, const std::optional<std::string>& name, int page,
+                 const std::optional<int>& layer, int level, bool keepsPalette) {
+    LoadOptions given{{}, formats.value_or(std::vector<std::string>()), {}, format, name};
+    given.options.page = page;
+    given.options.layer = layer.value_or(-1);
+    given.options.level = level;
+    given.options.keepsPalette = keepsPalette;
+    const DibLoadOptions* options = given.complete();
+    DibFileInfo info;
+    DibFileResult result;
+    look(source, result, [&](const Place& place) {
+        return place.kind == Place::kPath
+                   ? DibProbeFile(place.path.c_str(), &info, options, &result)
+                   : DibProbeMemory(place.data(), place.size(), &info, options, &result);
+    });
+    return record("FileInfo")(
+        "format"_a = info.format->name, "width"_a = info.width, "height"_a = info.height,
+        "bits"_a = info.bitCount, "stored_bits"_a = info.storedBits, "pages"_a = info.pages,
+        "layers"_a = info.layers, "levels"_a = info.levels, "has_alpha"_a = info.hasAlpha,
+        "compression"_a = info.compression, "palette_size"_a = info.paletteSize,
+        "row_order"_a = info.isTopDown ? "top-down" : "bottom-up", "colors"_a = info.colors,
+        "channels"_a = info.channels, "channel_bits"_a = info.channelBits,
+        "metadata"_a = metadataOf(result.metadata), "notes"_a = notesOf(result.notes, result.noteCount));
+}
+
+py::object maskOf(const DibLayerMask& mask) {
+    if (!mask.exists) return py::none();
+    return record("LayerMask")("left"_a = mask.left, "top"_a = mask.top, "width"_a = mask.width,
+                               "height"_a = mask.height, "outside"_a = mask.outside,
+                               "is_disabled"_a = mask.isDisabled);
+}
+
+py::object probeLayers(const py::object& source, const std::optional<std::string>& format,
+                       const std::optional<std::string>& name) {
+    constexpr const char* kKinds[] = {"plain", "group", "group-end"};
+    LoadOptions given{{}, {}, {}, format, name};
+    const DibLoadOptions* options = given.complete();
+    DibLayers layers;
+    DibFileResult result;
+    look(source, result, [&](const Place& place) {
+        return place.kind == Place::kPath
+                   ? DibProbeLayers(place.path.c_str(), &layers, options, &result)
+                   : DibProbeLayers(place.data(), place.size(), &layers, options, &result);
+    });
+    py::list list;
+    for (std::size_t i = 0; i < layers.count; ++i) {
+        const DibLayer& layer = layers.items[i];
+        list.append(record("Layer")(
+            "index"_a = i, "name"_a = layer.name, "kind"_a = kKinds[layer.kind],
+            "group"_a = layer.group < 0 ? py::object(py::none()) : py::int_(layer.group),
+            "left"_a = layer.left, "top"_a = layer.top, "width"_a = layer.width, "height"_a = layer.height,
+            "opacity"_a = layer.opacity, "is_visible"_a = layer.isVisible, "is_clipped"_a = layer.isClipped,
+            "blend_mode"_a = layer.blendMode, "mask"_a = maskOf(layer.masks[0]),
+            "second_mask"_a = maskOf(layer.masks[1])));
+    }
+    return list;
+}
+
+// Options of a save with what they point to.
+class SaveOptions {
+public:
+    SaveOptions(const Image& image, const std::optional<std::string>& format, int quality, int compression,
+                bool isStrict, bool runLengths, const std::string& tiff, const py::object& metadata)
+        : format_(format) {
+        options_.quality = quality;
+        options_.compressionLevel = compression;
+        options_.refusesLosses = isStrict;
+        options_.runLengths = runLengths;
+        options_.tiffCompression = static_cast<DibTiffCompression>(choice("tiff_compression", tiff, kTiffs));
+        const py::object& used = metadata.is(py::ellipsis()) ? image.origin.metadata : metadata;
+        if (used.is_none()) return;
+        readMetadata(used, metadata_);
+        options_.metadata = &metadata_;
+    }
+    SaveOptions(const SaveOptions&) = delete;
+    SaveOptions& operator=(const SaveOptions&) = delete;
+
+    void setFormat(std::string format) { format_ = std::move(format); }
+    const DibSaveOptions* get() {
+        options_.format = format_ ? format_->c_str() : nullptr;
+        return &options_;
+    }
+
+private:
+    DibSaveOptions options_;
+    std::optional<std::string> format_;
+    DibMetadata metadata_;
+};
+
+// The format of a stream: the extension of its name, when it has one.
+std::string formatOfStream(const py::object& stream) {
+    const py::object name = py::getattr(stream, "name", py::none());
+    if (py::isinstance<py::str>(name)) {
+        const auto text = name.cast<std::string>();
+        const std::size_t dot = text.rfind('.');
+        if (dot != std::string::npos) return text.substr(dot + 1);
+    }
+    throw py::type_error("format must be given: the file has no name that ends with one");
+}
+
+py::tuple save(const Image& image, const py::object& target, const std::optional<std::string>& format,
+               int quality, int compression, bool isStrict, bool runLengths, const std::string& tiff,
+               const py::object& metadata, const py::object& progress) {
+    SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
+    const bool toPath = isPath(target);
+    if (!toPath && !py::hasattr(target, "write"))
+        throw py::type_error("a picture is saved to a path or a binary file, not to " +
+                             py::repr(target).cast<std::string>());
+    if (!toPath && !format) given.setFormat(formatOfStream(target));
+    const std::string path = toPath ? encoded(target) : std::string();
+    const DibSaveOptions* options = given.get();
+    DibFileResult result;
+    Watch watch(progress);
+    Stream stream(target, "write");
+    const bool isDone = [&] {
+        const py::gil_scoped_release unlocked;
+        return toPath
+                   ? DibSaveFile(path.c_str(), image.get(), options, &result, watch.callback(), &watch)
+                   : DibSaveStream(stream.writer(), image.get(), options, &result, watch.callback(), &watch);
+    }();
+    watch.rethrow();
+    stream.rethrow();
+    if (!isDone) fail(result, toPath ? target : py::none());
+    return notesOf(result.notes, result.noteCount);
+}
+
+py::bytes encode(const Image& image, const std::string& format, int quality, int compression, bool isStrict,
+                 bool runLengths, const std::string& tiff, const py::object& metadata,
+                 const py::object& progress) {
+    SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
+    const DibSaveOptions* options = given.get();
+    DibFileResult result;
+    DibBytes block;
+    Watch watch(progress);
+    const bool isDone = [&] {
+        const py::gil_scoped_release unlocked;
+        return DibSaveMemory(&block, image.get(), options, &result, watch.callback(), &watch);
+    }();
+    watch.rethrow();
+    if (!isDone) fail(result, py::none());
+    return {reinterpret_cast<const char*>(block.data), block.size};
+}
+
+py::tuple losses(const Image& image, const std::string& format, const py::object& metadata) {
+    SaveOptions given(image, format, 90, -1, false, true, "deflate", metadata);
+    DibFileResult result;
+    DibSaveLosses(image.get(), format.c_str(), given.get(), &result);
+    if (result.code != DIB_OK) fail(result, py::none());
+    return notesOf(result.notes, result.noteCount);
+}
+
+py::object formats() {
+    const auto words = [](const char* const* list) {
+        py::list found;
+        for (; list != nullptr && *list != nullptr; ++list) found.append(*list);
+        return py::tuple(found);
+    };
+    const auto depths = [](unsigned int set) {
+        constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
+        py::list found;
+        for (int i = 0; i < 6; ++i) {
+            if ((set >> i & 1U) != 0) found.append(kDepths[i]);
+        }
+        return py::tuple(found);
+    };
+    py::list list;
+    for (const DibFormat* format : DibList(DibGetFormats())) {
+        list.append(record("Format")(
+            "name"_a = format->name, "title"_a = format->title, "extensions"_a = words(format->extensions),
+            "mime_types"_a = words(format->mimeTypes), "read_depths"_a = depths(format->readDepths),
+            "write_depths"_a = depths(format->writeDepths), "has_layers"_a = format->hasLayers,
+            "has_pages"_a = format->hasPages, "is_available"_a = DibIsFormatAvailable(format)));
+    }
+    return list;
+}
+
+}  // namespace
+
+void bindFiles(py::module_& module, py::class_<Image>& image) {
+    const DibLoadOptions standard;
+    module.def(
+        "open", &open, py::arg("source"), py::kw_only(), "formats"_a = py::none(), "format"_a = py::none(),
+        "name"_a = py::none(), "max_pixels"_a = standard.mostPixels, "max_bytes"_a = standard.mostBytes,
+        "max_layers"_a = standard.mostLayers, "keep_damaged"_a = false, "alpha"_a = kAlphas[0], "page"_a = 0,
+        "layer"_a = py::none(), "part"_a = kParts[0], "level"_a = 0, "apply_orientation"_a = true,
+        "keep_palette"_a = false, "progress"_a = py::none(),
+        R"(open(source, *, formats=None, format=None, name=None, max_pixels=2147483648, max_bytes=8589934592,
+max_layers=65536, keep_damaged=False, alpha='guess', page=0, layer=None, part='pixels', level=0,
+apply_orientation=True, keep_palette=False, progress=None)
+--
+
+Opens a picture. Its content says which format it has.
+
+source: a path, the bytes of a file, or a binary file
+formats: names of the accepted formats; None accepts all
+format: the format that the file has for certain
+name: a file name that says the format where the content does not
+max_pixels, max_bytes, max_layers: larger pictures are refused before memory is taken
+keep_damaged: keeps the rows of a damaged file that could be read, with a note
+alpha: 'guess' makes alpha that is 0 everywhere opaque, 'stored' keeps it
+page: of a file with several pictures, from 0
+layer: of a document, from 0; None is the merged picture
+part: of the layer: 'pixels', 'mask' or 'second-mask'
+level: of a file with several sizes of a picture, from 0, which is the largest
+apply_orientation: turns the picture as the file asks
+keep_palette: keeps the palette of a PNG file with transparent colours, whose alpha is then in the metadata
+progress: is called with the fraction that is done; False cancels. Also a tqdm bar.
+
+Raises MissingFileError, FileError, FormatError, RefusedError, OutOfMemoryError or Cancelled.)");
+    module.def("probe", &probe, py::arg("source"), py::kw_only(), "formats"_a = py::none(),
+               "format"_a = py::none(), "name"_a = py::none(), "page"_a = 0, "layer"_a = py::none(),
+               "level"_a = 0, "keep_palette"_a = false,
+               R"(probe(source, *, formats=None, format=None, name=None, page=0, layer=None, level=0,
+keep_palette=False)
+--
+
+Reads what the headers of a file say, without decoding its pixels. The options are those of open().)");
+    module.def("probe_layers", &probeLayers, py::arg("source"), py::kw_only(), "format"_a = py::none(),
+               "name"_a = py::none(), R"(probe_layers(source, *, format=None, name=None)
+--
+
+Lists the layers of a document, from the lowest to the highest. Files of formats without layers have none.)");
+    module.def("formats", &formats, R"(formats()
+--
+
+All formats, in the order of the documentation.)");
+    module.def("plugin_folder", [] {
+        char path[4096] = "";
+        DibStream::GetDllFilePath(path);
+        return py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(path));
+    });
+    module.def(
+        "set_plugin_folder",
+        [](const py::object& path) {
+            const std::string folder = encoded(path);
+            if (folder.size() >= 1024) throw py::value_error("a plug-in folder has at most 1023 bytes");
+            DibStream::SetDllFilePath(folder.c_str());
+        },
+        py::arg("path"), R"(set_plugin_folder(path)
+--
+
+Sets the folder of the plug-ins that read EXR, DDS, WebP and GIF files. The package finds its own.)");
+    image.def(
+        "save", &save, py::arg("target"), py::kw_only(), "format"_a = py::none(), "quality"_a = 90,
+        "compression"_a = -1, "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
+        "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
+        R"(save(self, target, *, format=None, quality=90, compression=-1, strict=False, run_lengths=True,
+tiff_compression='deflate', metadata=..., progress=None)
+--
+
+Saves the picture, whole or not at all, and returns notes about what the file does not hold.
+
+target: a path, whose extension says the format, or a binary file
+format: the name or an extension of a format
+quality: of JPEG, 1 to 100
+compression: of PNG and TIFF, 0 (fast) to 9 (small); -1 is a good compromise
+strict: fails where the file cannot hold all of the picture
+run_lengths: uses run lengths where a format has them as an option
+tiff_compression: 'deflate', 'lzw', 'packbits' or 'none'
+metadata: resolution, colour profile and EXIF; those of the picture unless given; None saves none
+progress: is called with the fraction that is done; False cancels. Also a tqdm bar.)");
+    image.def("encode", &encode, py::arg("format"), py::kw_only(), "quality"_a = 90, "compression"_a = -1,
+              "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
+              "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
+              R"(encode(self, format, *, quality=90, compression=-1, strict=False, run_lengths=True,
+tiff_compression='deflate', metadata=..., progress=None)
+--
+
+The bytes of a file. The options are those of save().)");
+    image.def("losses", &losses, py::arg("format"), py::kw_only(), "metadata"_a = py::ellipsis(),
+              R"(losses(self, format, *, metadata=...)
+--
+
+What a file of that format cannot hold of the picture, as notes.)");
+    image.def("_repr_png_", [](const Image& self) {
+        return encode(self, "png", 90, 1, false, true, "deflate", py::ellipsis(), py::none());
+    });
+}
+
+}  // namespace python

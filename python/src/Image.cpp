@@ -1,0 +1,213 @@
+#include "python/src/Image.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "python/src/Failure.h"
+
+namespace python {
+
+namespace {
+
+std::size_t headerBytes(int bitCount) {
+    const std::size_t entries = bitCount <= 8 ? std::size_t{1} << bitCount : 0;
+    return sizeof(BITMAPINFOHEADER) + entries * sizeof(DibBGRA);
+}
+
+// Replaces the header block by one with room for all entries. Setting a palette then never moves the table,
+// which other threads may read meanwhile.
+void makeRoomForPalette(DibStream& image) {
+    const BITMAPINFOHEADER& old = *image.Header;
+    const std::size_t full = headerBytes(old.biBitCount);
+    const std::size_t entries = (full - sizeof old) / sizeof(DibBGRA);
+    const std::size_t announced =
+        old.biClrUsed != 0 ? std::min<std::size_t>(old.biClrUsed, entries) : entries;
+    auto* block = static_cast<unsigned char*>(std::calloc(1, full));
+    if (block == nullptr) failWithoutMemory();
+    std::memcpy(block, image.Header, sizeof old);
+    const std::size_t offset = std::max<std::size_t>(old.biSize, sizeof old);
+    std::memcpy(block + sizeof old, reinterpret_cast<const unsigned char*>(image.Header) + offset,
+                announced * sizeof(DibBGRA));
+    image.HeaderFree();
+    image.Header = reinterpret_cast<BITMAPINFOHEADER*>(block);
+    image.Header->biSize = sizeof old;
+    image.Header->biClrUsed = static_cast<std::uint32_t>(announced);
+    image.HeaderOwner = 6;
+}
+
+}  // namespace
+
+Image::Image(DibHandle pixels, Origin from)
+    : origin(std::move(from)), base(py::none()), pixels_(std::move(pixels)) {
+    makeRoomForPalette(*pixels_);
+}
+
+Image::Image(DibHandle pixels, Origin from, py::object owner, py::object memory, bool isReadOnly)
+    : origin(std::move(from)),
+      base(std::move(owner)),
+      pixels_(std::move(pixels)),
+      memory_(std::move(memory)),
+      isReadOnly_(isReadOnly) {}
+
+DibHandle Image::clone() const { return pixels_.clone(); }
+
+int Image::paletteSize() const { return bitCount() <= 8 ? static_cast<int>(get()->Header->biClrUsed) : 0; }
+
+DibBGRA* Image::palette() const { return reinterpret_cast<DibBGRA*>(get()->Header + 1); }
+
+int Image::fillView(PyObject* self, Py_buffer* view, int flags) const {
+    const auto refuse = [view](const char* why) {
+        view->obj = nullptr;
+        PyErr_SetString(PyExc_BufferError, why);
+        return -1;
+    };
+    const int bits = bitCount();
+    if (bits < 8)
+        return refuse("pixels of 1 and 4 bits have no bytes of their own; numpy.asarray copies them");
+    const Py_ssize_t itemBytes = bits == 16 ? 2 : 1;
+    const auto pitch = static_cast<Py_ssize_t>(get()->GetPitch());
+    const Py_ssize_t shape[] = {height(), width(), bits / 8 / itemBytes};
+    const Py_ssize_t strides[] = {isTopDown() ? pitch : -pitch, bits / 8, itemBytes};
+    std::copy(std::begin(shape), std::end(shape), shape_);
+    std::copy(std::begin(strides), std::end(strides), strides_);
+
+    const bool isContiguous = strides[0] == shape[1] * strides[1] || shape[0] == 1;
+    const auto asksFor = [flags](int flag) { return (flags & flag) == flag; };
+    const bool wantsFortran = asksFor(PyBUF_F_CONTIGUOUS);
+    const bool wantsContiguous = asksFor(PyBUF_C_CONTIGUOUS) || asksFor(PyBUF_ANY_CONTIGUOUS);
+    const bool hasStrides = asksFor(PyBUF_STRIDES);
+    if (wantsFortran || (!isContiguous && (wantsContiguous || !hasStrides)))
+        return refuse("the rows are padded, or the last one comes first; use numpy.ascontiguousarray");
+    if (asksFor(PyBUF_WRITABLE) && isReadOnly_) return refuse("the array is read-only");
+
+    view->obj = Py_NewRef(self);
+    view->buf = const_cast<unsigned char*>(row(0));
+    view->itemsize = itemBytes;
+    view->len = shape[0] * shape[1] * (bits / 8);
+    view->readonly = isReadOnly_ ? 1 : 0;
+    view->ndim = bits > 16 ? 3 : 2;
+    view->format = nullptr;
+    if (asksFor(PyBUF_FORMAT)) view->format = const_cast<char*>(bits == 16 ? "H" : "B");
+    view->shape = asksFor(PyBUF_ND) ? shape_ : nullptr;
+    view->strides = hasStrides ? strides_ : nullptr;
+    if (view->shape == nullptr) view->ndim = 1;
+    view->suboffsets = nullptr;
+    view->internal = nullptr;
+    return 0;
+}
+
+py::object wrap(DibHandle pixels, Origin origin) {
+    return py::cast(std::make_unique<Image>(std::move(pixels), std::move(origin)));
+}
+
+namespace {
+
+py::object paletteOf(const Image& image) {
+    if (image.bitCount() > 8) return py::none();
+    py::list colors;
+    const DibBGRA* table = image.palette();
+    for (int i = 0; i < image.paletteSize(); ++i)
+        colors.append(py::make_tuple(table[i].red, table[i].green, table[i].blue));
+    return colors;
+}
+
+void setPalette(const Image& image, const py::iterable& colors) {
+    if (image.bitCount() > 8)
+        throw py::value_error("pictures of " + std::to_string(image.bitCount()) + " bits have no palette");
+    std::vector<DibBGRA> table;
+    for (const py::handle color : colors) {
+        const auto [red, green, blue] = color.cast<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>>();
+        table.push_back({.blue = blue, .green = green, .red = red, .alpha = 0});
+    }
+    const std::size_t most = std::size_t{1} << image.bitCount();
+    if (table.empty() || table.size() > most)
+        throw py::value_error("a palette of " + std::to_string(image.bitCount()) + " bits has 1 to " +
+                              std::to_string(most) + " colours, not " + std::to_string(table.size()));
+    image.setPaletteSize(static_cast<int>(table.size()));
+    table.resize(most);
+    std::copy(table.begin(), table.end(), image.palette());
+}
+
+py::object blank(int width, int height, int bits) {
+    DibHandle made = DibHandle::make();
+    if (!made || !made->Create(width, height, bits)) failWithoutMemory();
+    made->SetMonoPalette();
+    std::memset(made->Buffer, 0, static_cast<std::size_t>(made->GetImageSize()));
+    return wrap(std::move(made), Origin(record("Metadata")()));
+}
+
+py::object alphaOf(const Image& image) {
+    if (image.bitCount() != 32) return py::none();
+    DibHandle alpha(const_cast<DibStream*>(image.get())->CreateAlphaDib());
+    if (!alpha) failWithoutMemory();
+    return wrap(std::move(alpha), Origin(record("Metadata")()));
+}
+
+py::object withAlpha(const Image& image, const Image& alpha) {
+    DibHandle made = image.clone();
+    if (!made.hasPixels()) failWithoutMemory();
+    if (image.bitCount() != 32 && !made->ChangeTo32Bit(0)) failWithoutMemory();
+    const bool hasSameOrder = image.isTopDown() == alpha.isTopDown();
+    DibHandle plane = alpha.clone();
+    if (!plane.hasPixels() || (!hasSameOrder && !plane->UpDown(image.isTopDown()))) failWithoutMemory();
+    if (!made->SetAlphaPlane(plane.get()))
+        throw py::value_error("alpha must be a picture of 8 bits and of the same size");
+    return wrap(std::move(made), image.origin);
+}
+
+std::string describe(const Image& image) {
+    std::string text = "<dibstream.Image " + std::to_string(image.width()) + "x" +
+                       std::to_string(image.height()) + ", " + std::to_string(image.bitCount()) + " bits";
+    if (!image.origin.format.is_none()) text += ", " + image.origin.format.cast<std::string>();
+    return text + ">";
+}
+
+int getBuffer(PyObject* self, Py_buffer* view, int flags) {
+    return py::cast<const Image&>(py::handle(self)).fillView(self, view, flags);
+}
+
+}  // namespace
+
+void bindImage(py::module_& module) {
+    py::class_<Image> image(module, "Image", py::custom_type_setup([](PyHeapTypeObject* type) {
+                                type->as_buffer.bf_getbuffer = getBuffer;
+                                type->ht_type.tp_as_buffer = &type->as_buffer;
+                            }));
+    image.def_property_readonly("width", &Image::width)
+        .def_property_readonly("height", &Image::height)
+        .def_property_readonly("size",
+                               [](const Image& self) { return py::make_tuple(self.width(), self.height()); })
+        .def_property_readonly("bits", &Image::bitCount)
+        .def_property_readonly("row_order",
+                               [](const Image& self) { return self.isTopDown() ? "top-down" : "bottom-up"; })
+        .def_property_readonly("format", [](const Image& self) { return self.origin.format; })
+        .def_property_readonly("notes", [](const Image& self) { return self.origin.notes; })
+        .def_property(
+            "metadata", [](const Image& self) { return self.origin.metadata; },
+            [](Image& self, py::object metadata) {
+                if (!py::isinstance(metadata, record("Metadata")))
+                    throw py::type_error("metadata must be a dibstream.Metadata");
+                self.origin.metadata = std::move(metadata);
+            })
+        .def_property_readonly("base", [](const Image& self) { return self.base; })
+        .def_property("palette", &paletteOf, &setPalette)
+        .def_property_readonly("alpha", &alphaOf)
+        .def("with_alpha", &withAlpha, py::arg("alpha"), R"(with_alpha(self, alpha)
+--
+
+The picture with 32 bits and the indices of another one, of 8 bits and the same size, as its alpha.)")
+        .def("copy",
+             [](const Image& self) {
+                 DibHandle copy = self.clone();
+                 if (!copy.hasPixels()) failWithoutMemory();
+                 return wrap(std::move(copy), self.origin);
+             })
+        .def("__repr__", &describe);
+    module.def("new", &blank, py::arg("width"), py::arg("height"), py::arg("bits") = 24);
+    bindArrays(module, image);
+    bindFiles(module, image);
+    bindOperations(module, image);
+}
+
+}  // namespace python

@@ -1,0 +1,272 @@
+// Operations as methods: each row of the table is one (DibOperation.h).
+#include <DibOperation.h>
+
+#include <charconv>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "python/src/Failure.h"
+#include "python/src/Image.h"
+#include "python/src/Watch.h"
+
+namespace python {
+
+namespace {
+
+// The images that steps name instead of files.
+class Pictures {
+public:
+    // The name by which a step finds the image.
+    std::string add(const Image& image) {
+        images_.push_back(&image);
+        return nameOf(images_.size() - 1);
+    }
+    void install(DibApplyOptions& how) {
+        if (images_.empty()) return;
+        how.open = &Pictures::open;
+        how.context = this;
+    }
+
+private:
+    static std::string nameOf(std::size_t index) { return "picture " + std::to_string(index); }
+    static bool open(void* context, const char* name, DibStream* image, DibFileResult* result,
+                     DibProgressCallback callback, void* user) {
+        const auto& images = static_cast<Pictures*>(context)->images_;
+        for (std::size_t i = 0; i < images.size(); ++i) {
+            if (nameOf(i) != name) continue;
+            DibHandle copy = images[i]->clone();
+            if (!copy.hasPixels()) {
+                result->code = DIB_ERROR_MEMORY;
+                std::strcpy(result->reason, "there is not enough memory");
+                return false;
+            }
+            image->SetDib(copy->Header, copy->HeaderOwner, copy->Buffer, copy->BufferOwner);
+            copy->HeaderOwner = copy->BufferOwner = 0;
+            return true;
+        }
+        return DibLoadFile(name, image, nullptr, result, callback, user);
+    }
+
+    std::vector<const Image*> images_;
+};
+
+std::string numberText(long long number) { return std::to_string(number); }
+// Without an exponent where that is readable, so that 100000.0 is a whole number.
+std::string numberText(double number) {
+    char text[64];
+    const bool isPlain = number > -1e15 && number < 1e15;
+    const auto [end, error] = std::to_chars(std::begin(text), std::end(text), number,
+                                            isPlain ? std::chars_format::fixed : std::chars_format::general);
+    return error == std::errc() ? std::string(std::begin(text), end) : std::to_string(number);
+}
+
+// One value as the table has it written.
+class ValueText {
+public:
+    ValueText(const DibParameter& parameter, Pictures& pictures)
+        : parameter_(parameter), pictures_(pictures) {}
+
+    std::string of(py::handle value) const {
+        if (PyUnicode_Check(value.ptr()) != 0) return ofPath() ? pathText(value) : value.cast<std::string>();
+        if (PyBool_Check(value.ptr()) == 0) {
+            if (PyLong_Check(value.ptr()) != 0) return wholeText(value);
+            if (PyFloat_Check(value.ptr()) != 0) return numberText(PyFloat_AS_DOUBLE(value.ptr()));
+            if (ofPath())
+                return py::isinstance<Image>(value) ? pictures_.add(value.cast<const Image&>())
+                                                    : pathText(value);
+            if (PySequence_Check(value.ptr()) != 0)
+                return sequenceText(py::reinterpret_borrow<py::sequence>(value));
+            if (PyIndex_Check(value.ptr()) != 0)
+                return wholeText(py::reinterpret_steal<py::object>(checked(PyNumber_Index(value.ptr()))));
+            if (PyNumber_Check(value.ptr()) != 0) return numberText(value.cast<double>());
+        }
+        throw py::type_error(std::string(parameter_.name) + " cannot be " +
+                             py::repr(value).cast<std::string>());
+    }
+
+private:
+    bool ofPath() const { return parameter_.kind == DIB_PARAMETER_PATH; }
+
+    static PyObject* checked(PyObject* object) {
+        if (object == nullptr) throw py::error_already_set();
+        return object;
+    }
+    static std::string wholeText(py::handle value) {
+        int isTooLarge = 0;
+        const long long number = PyLong_AsLongLongAndOverflow(value.ptr(), &isTooLarge);
+        return isTooLarge == 0 ? numberText(number) : py::str(value).cast<std::string>();
+    }
+    static std::string pathText(py::handle value) {
+        return py::module_::import("os").attr("fsencode")(value).cast<std::string>();
+    }
+    std::string sequenceText(const py::sequence& values) const {
+        switch (parameter_.kind) {
+            case DIB_PARAMETER_SIZE: return joined(values, "x");
+            case DIB_PARAMETER_FLAGS: return values.empty() ? "none" : joined(values, "+");
+            case DIB_PARAMETER_COLOR:
+            case DIB_PARAMETER_FILL: return colorText(values);
+            default: throw py::type_error(std::string(parameter_.name) + " cannot be a sequence");
+        }
+    }
+    std::string joined(const py::sequence& values, const char* separator) const {
+        std::string text;
+        for (const py::handle value : values) text += (text.empty() ? "" : separator) + of(value);
+        return text;
+    }
+    std::string colorText(const py::sequence& values) const {
+        std::string text = "#";
+        for (const py::handle value : values) {
+            char digits[3];
+            std::snprintf(digits, sizeof digits, "%02x", unsigned{value.cast<std::uint8_t>()});
+            text += digits;
+        }
+        if (text.size() != 7 && text.size() != 9)
+            throw py::value_error(std::string(parameter_.name) +
+                                  " must be (red, green, blue) or (red, green, blue, alpha)");
+        return text;
+    }
+
+    const DibParameter& parameter_;
+    Pictures& pictures_;
+};
+
+// Colours that were transparent by their index are others after the palette has changed.
+bool hasSamePalette(const Image& one, const Image& other) {
+    if (one.bitCount() != other.bitCount() || one.paletteSize() != other.paletteSize()) return false;
+    const auto bytes = static_cast<std::size_t>(one.paletteSize()) * sizeof(DibBGRA);
+    return bytes == 0 || std::memcmp(one.palette(), other.palette(), bytes) == 0;
+}
+
+// Applies steps to a copy of an image, by `apply(copy, options, result, watch)`.
+template <class Apply>
+py::object applied(const Image& image, Pictures& pictures, const py::object& progress, const Apply& apply) {
+    DibApplyOptions how;
+    how.inPlace = true;  // the copy is made here
+    pictures.install(how);
+    Watch watch(progress);
+    DibOperationResult result;
+    DibHandle copy;
+    const bool isDone = [&] {
+        const py::gil_scoped_release unlocked;
+        copy = image.clone();
+        return copy.hasPixels() && apply(copy.get(), how, result, watch);
+    }();
+    watch.rethrow();
+    if (!copy.hasPixels() && result.code == DIB_OK) failWithoutMemory();
+    if (!isDone) fail(result);
+    Origin origin = image.origin;
+    if (result.noteCount > 0)
+        origin.notes = py::tuple(origin.notes + notesOf(result.notes, result.noteCount));
+    auto made = std::make_unique<Image>(std::move(copy), std::move(origin));
+    if (!made->origin.metadata.attr("palette_alpha").is_none() && !hasSamePalette(image, *made))
+        made->origin.metadata = made->origin.metadata.attr("without_palette_alpha")();
+    return py::cast(std::move(made));
+}
+
+// A method that applies one operation.
+class Method {
+public:
+    Method(const DibOperation& operation, std::string name)
+        : operation_(operation), parameters_(operation.parameters), name_(std::move(name)) {
+        for (const DibParameter* parameter : parameters_) {
+            std::string spelled = parameter->name;
+            std::replace(spelled.begin(), spelled.end(), '-', '_');
+            names_.push_back(std::move(spelled));
+        }
+    }
+
+    py::object operator()(const Image& image, const py::args& args, const py::kwargs& kwargs) const {
+        Pictures pictures;
+        std::vector<std::string> texts(names_.size());
+        std::vector<const char*> values(names_.size());
+        const auto take = [&](std::size_t i, py::handle value) {
+            if (value.is_none()) return;
+            texts[i] = ValueText(*parameters_[i], pictures).of(value);
+            values[i] = texts[i].c_str();
+        };
+        if (args.size() > names_.size()) failTooMany(args.size());
+        for (std::size_t i = 0; i < args.size(); ++i) take(i, args[i]);
+        py::object progress = py::none();
+        for (const auto& [key, value] : kwargs) {
+            const std::size_t i = indexOf(key);
+            if (i == names_.size()) {
+                progress = py::reinterpret_borrow<py::object>(value);
+                continue;
+            }
+            if (i < args.size())
+                throw py::type_error(name_ + "() got multiple values for argument '" + names_[i] + "'");
+            take(i, value);
+        }
+        for (std::size_t i = 0; i < names_.size(); ++i) {
+            if (values[i] == nullptr && parameters_[i]->standard == nullptr)
+                throw py::type_error(name_ + "() missing required argument '" + names_[i] + "'");
+        }
+        const DibStep step = {&operation_, values.data()};
+        return applied(
+            image, pictures, progress,
+            [&](DibStream* copy, const DibApplyOptions& how, DibOperationResult& result, Watch& watch) {
+                return DibApply(copy, &step, 1, &how, &result, watch.callback(), &watch);
+            });
+    }
+
+private:
+    // The number of a parameter; behind the last one for `progress`.
+    std::size_t indexOf(py::handle key) const {
+        for (std::size_t i = 0; i < names_.size(); ++i) {
+            if (PyUnicode_CompareWithASCIIString(key.ptr(), names_[i].c_str()) == 0) return i;
+        }
+        if (PyUnicode_CompareWithASCIIString(key.ptr(), "progress") == 0) return names_.size();
+        std::vector<const char*> known;
+        for (const std::string& name : names_) known.push_back(name.c_str());
+        known.insert(known.end(), {"progress", nullptr});
+        const auto typed = key.cast<std::string>();
+        const char* nearest = DibNearestName(typed.c_str(), known.data());
+        throw py::type_error(name_ + "() got an unexpected keyword argument '" + typed + "'" +
+                             (nearest != nullptr ? "; did you mean '" + std::string(nearest) + "'?" : ""));
+    }
+    [[noreturn]] void failTooMany(std::size_t given) const {
+        throw py::type_error(name_ + "() takes at most " + std::to_string(names_.size()) +
+                             " positional arguments (" + std::to_string(given) + " given)");
+    }
+
+    const DibOperation& operation_;
+    DibList<DibParameter> parameters_;
+    std::string name_;
+    std::vector<std::string> names_;
+};
+
+py::object applyChain(const Image& image, const std::string& chain, const py::object& progress) {
+    Pictures pictures;
+    return applied(
+        image, pictures, progress,
+        [&](DibStream* copy, const DibApplyOptions& how, DibOperationResult& result, Watch& watch) {
+            return DibApply(copy, chain.c_str(), &how, &result, watch.callback(), &watch);
+        });
+}
+
+}  // namespace
+
+void bindOperations(py::module_& module, py::class_<Image>& image) {
+    module.def("describe_operations", [] {
+        DibBytes text;
+        if (!DibDescribeOperations(DIB_DESCRIBE_JSON, &text)) failWithoutMemory();
+        return py::str(reinterpret_cast<const char*>(text.data), text.size);
+    });
+    module.def("add_method",
+               [image](const char* operation, const std::string& name, const std::string& doc) mutable {
+                   const DibOperation* found = DibFindOperation(operation);
+                   if (found == nullptr) throw py::key_error(operation);
+                   py::options options;
+                   options.disable_function_signatures();
+                   image.attr(name.c_str()) = py::cpp_function(Method(*found, name), py::name(name.c_str()),
+                                                               py::is_method(image), py::doc(doc.c_str()));
+               });
+    image.def("apply", &applyChain, py::arg("chain"), py::kw_only(), py::arg("progress") = py::none(),
+              R"(apply(self, chain, *, progress=None)
+--
+
+Applies operations that are written as a text: 'rotate:30,wrap=xy gaussian:4'.)");
+}
+
+}  // namespace python

@@ -1,0 +1,228 @@
+"""Opening, probing and saving."""
+
+import io
+import pathlib
+
+import numpy
+import pytest
+
+import dibstream
+
+
+def test_open_from_everywhere(picture, tmp_path):
+    file = tmp_path / "picture.png"
+    picture.save(file)
+    whole = dibstream.open(file)
+    assert (numpy.asarray(whole) == numpy.asarray(picture)).all()
+    for source in (str(file), file.read_bytes(), bytearray(file.read_bytes()), io.BytesIO(file.read_bytes())):
+        image = dibstream.open(source)
+        assert image.size == whole.size and image.format == "png"
+        assert numpy.array_equal(numpy.asarray(image), numpy.asarray(whole))
+    with open(file, "rb") as stream:
+        assert dibstream.open(stream).size == whole.size
+    for source in (file, str(file), file.read_bytes(), io.BytesIO(file.read_bytes())):
+        info = dibstream.probe(source)
+        assert (info.width, info.height, info.bits, info.format) == (*whole.size, whole.bits, "png")
+
+
+def test_probe_leaves_the_position(picture):
+    stream = io.BytesIO(picture.encode("png"))
+    assert dibstream.probe(stream).width == 64
+    assert stream.tell() == 0 and dibstream.open(stream).width == 64
+
+
+def test_save_to_everywhere(picture, tmp_path):
+    block = picture.encode("png")
+    assert block.startswith(b"\x89PNG")
+    assert picture.save(tmp_path / "a.png") == () and (tmp_path / "a.png").read_bytes() == block
+    picture.save(str(tmp_path / "b"), format="png")
+    assert (tmp_path / "b").read_bytes() == block
+    stream = io.BytesIO()
+    picture.save(stream, format="png")
+    assert stream.getvalue() == block
+    with open(tmp_path / "c.png", "wb", buffering=0) as file:
+        picture.save(file)
+    assert (tmp_path / "c.png").read_bytes() == block
+    with pytest.raises(TypeError, match="format must be given"):
+        picture.save(io.BytesIO())
+    with pytest.raises(TypeError, match="a path or a binary file"):
+        picture.save(5)
+
+
+def test_save_options(noise):
+    image = dibstream.from_array(noise)
+    assert len(image.encode("jpg", quality=20)) < len(image.encode("jpg", quality=95))
+    assert len(image.encode("tiff", tiff_compression="none")) > 360000
+    plain = dibstream.new(64, 64)
+    assert len(plain.encode("tga", run_lengths=False)) > 10 * len(plain.encode("tga"))
+    with pytest.raises(ValueError, match="'deflate', 'lzw', 'packbits' or 'none', not 'zip'"):
+        image.encode("tiff", tiff_compression="zip")
+    with pytest.raises(dibstream.RefusedError, match="quality"):
+        image.encode("jpg", quality=101)
+
+
+def test_losses_and_strict(tmp_path):
+    image = dibstream.new(4, 4, 32)
+    kinds = {note.kind for note in image.losses("jpg")}
+    assert kinds == {"loss"}
+    assert {note.kind for note in image.save(tmp_path / "x.jpg")} == {"loss"}
+    with pytest.raises(dibstream.RefusedError) as failure:
+        image.save(tmp_path / "y.jpg", strict=True)
+    assert failure.value.code == 8 and not (tmp_path / "y.jpg").exists()
+    assert image.losses("png") == ()
+    with pytest.raises(dibstream.FormatError):
+        image.losses("xyz")
+
+
+def test_metadata_travels(picture, tmp_path):
+    assert picture.metadata == dibstream.Metadata()
+    picture.metadata = dibstream.Metadata(resolution=(300, 300), color_profile=None, exif=b"II*\0\x08\0\0\0\0\0\0\0\0\0")
+    picture.rotate(90).save(tmp_path / "a.png")
+    metadata = dibstream.open(tmp_path / "a.png").metadata
+    assert metadata.resolution == pytest.approx((300, 300), abs=0.1)
+    assert metadata.exif == picture.metadata.exif
+    assert dibstream.probe(tmp_path / "a.png").metadata.resolution == metadata.resolution
+    picture.save(tmp_path / "b.png", metadata=None)
+    assert dibstream.open(tmp_path / "b.png").metadata == dibstream.Metadata()
+    picture.save(tmp_path / "c.png", metadata=dibstream.Metadata(resolution=(72, 72)))
+    assert dibstream.open(tmp_path / "c.png").metadata.resolution == pytest.approx((72, 72), abs=0.1)
+    with pytest.raises(TypeError):
+        picture.metadata = {}
+
+
+def test_palette_alpha_belongs_to_its_palette(picture):
+    image = picture.bpp(8, "median")
+    image.metadata = dibstream.Metadata(palette_alpha=b"\0\x80")
+    image = dibstream.open(image.encode("png"), keep_palette=True)
+    assert image.bits == 8 and image.metadata.palette_alpha == b"\0\x80"
+    assert image.rotate(10).metadata.palette_alpha == b"\0\x80"
+    assert image.brighten(0.5).metadata.palette_alpha is None
+    assert image.bpp(24).metadata.palette_alpha is None
+    assert dibstream.open(image.encode("png")).bits == 32
+
+
+def test_failures_say_why(picture, tmp_path):
+    with pytest.raises(FileNotFoundError, match="nowhere.png") as failure:
+        dibstream.open(tmp_path / "nowhere.png")
+    assert isinstance(failure.value, dibstream.MissingFileError)
+    assert failure.value.code == dibstream.ErrorCode.OPEN and failure.value.filename == tmp_path / "nowhere.png"
+    with pytest.raises(FileNotFoundError):
+        picture.save(tmp_path / "none" / "a.png")
+    with pytest.raises(dibstream.FileError):
+        dibstream.open(tmp_path)
+    with pytest.raises(dibstream.FormatError, match="format of the file is not known"):
+        dibstream.open(b"nonsense")
+    with pytest.raises(dibstream.FileError, match="in row 3 of 48") as failure:
+        dibstream.open(picture.encode("bmp")[:500])
+    assert failure.value.format == "bmp" and failure.value.code == dibstream.ErrorCode.READ
+    assert failure.value.path is None and str(failure.value) == failure.value.reason
+    with pytest.raises(TypeError, match="a path, bytes or a binary file"):
+        dibstream.open(5)
+    with pytest.raises(TypeError, match="binary mode"):
+        dibstream.open(io.StringIO("text"))
+
+
+def test_limits(picture):
+    block = picture.encode("png")
+    with pytest.raises(dibstream.RefusedError, match="3072"):
+        dibstream.open(block, max_pixels=3071)
+    assert dibstream.open(block, max_pixels=3072).size == (64, 48)
+    with pytest.raises(dibstream.RefusedError):
+        dibstream.open(block, formats=["bmp", "tga"])
+    assert dibstream.open(block, formats=["bmp", "png"]).format == "png"
+    with pytest.raises(dibstream.RefusedError):
+        dibstream.open(block, page=1)
+    with pytest.raises(ValueError, match="'guess' or 'stored'"):
+        dibstream.open(block, alpha="none")
+    with pytest.raises(ValueError, match="from 0"):
+        dibstream.open(block, layer=-1)
+
+
+def test_damaged_files_can_be_kept(noise):
+    block = dibstream.from_array(noise).encode("png")[:200000]
+    with pytest.raises(dibstream.Error):
+        dibstream.open(block)
+    image = dibstream.open(block, keep_damaged=True)
+    assert (numpy.asarray(image)[:100] == noise[:100]).all()
+    assert [note.kind for note in image.notes] == ["warning"]
+    assert image.rotate(0).notes == image.notes
+
+
+def test_alpha_that_is_zero_everywhere():
+    block = dibstream.new(2, 2, 32).encode("tga")
+    opaque = dibstream.open(block, name="a.tga")
+    assert (numpy.asarray(opaque.alpha) == 255).all()
+    assert [note.kind for note in opaque.notes] == ["assumption"]
+    assert (numpy.asarray(dibstream.open(block, name="a.tga", alpha="stored").alpha) == 0).all()
+
+
+def test_layers(seeds):
+    documents = 0
+    for file in sorted((seeds / "psd").iterdir()):
+        try:
+            layers = dibstream.probe_layers(file)
+        except dibstream.Error:
+            continue
+        for layer in layers:
+            assert layer.index == layers.index(layer)
+            if layer.width > 0 and layer.kind == "plain":
+                image = dibstream.open(file, layer=layer.index)
+                assert image.size == (layer.width, layer.height) and image.bits == 32
+                documents += 1
+    assert documents > 0
+    assert dibstream.probe_layers(dibstream.new(1, 1).encode("bmp")) == []
+
+
+def test_formats(picture):
+    known = {format.name: format for format in dibstream.formats()}
+    assert known["png"].extensions == ("png",) and known["png"].is_available
+    assert known["jpeg"].mime_types == ("image/jpeg",) and known["jpeg"].write_depths == (8, 24)
+    for format in known.values():
+        if format.write_depths:
+            assert dibstream.open(picture.encode(format.name), name=f"a.{format.extensions[0]}").size == (64, 48)
+
+
+def test_plugins(seeds):
+    known = {format.name: format for format in dibstream.formats()}
+    if not pathlib.Path(dibstream.plugin_folder(), "vexlibdds.bundle").exists():
+        pytest.skip("plug-ins are not built")
+    assert known["dds"].is_available
+    assert dibstream.open(seeds / "dds" / "rgb24.dds").format == "dds"
+
+
+def test_notebooks_show_png(picture):
+    assert dibstream.open(picture._repr_png_()).size == (64, 48)
+
+
+def test_objects_that_fail():
+    class Reader:
+        def read(self, size):
+            raise ZeroDivisionError("broken")
+
+    class Writer:
+        def write(self, block):
+            raise ZeroDivisionError("broken")
+
+    with pytest.raises(ZeroDivisionError, match="broken"):
+        dibstream.open(Reader())
+    with pytest.raises(ZeroDivisionError, match="broken"):
+        dibstream.new(4, 4).save(Writer(), format="bmp")
+
+
+def test_objects_that_read_and_write_little(picture):
+    class Slow(io.RawIOBase):
+        def __init__(self, block=b""):
+            self.block = bytearray(block)
+
+        def read(self, size=-1):
+            part, self.block = bytes(self.block[:3]), self.block[3:]
+            return part
+
+        def write(self, block):
+            self.block += bytes(block[:7])
+            return min(7, len(block))
+
+    writer = Slow()
+    picture.save(writer, format="bmp")
+    assert bytes(writer.block) == picture.encode("bmp")
+    assert dibstream.open(Slow(picture.encode("bmp"))).size == (64, 48)
