@@ -40,7 +40,7 @@ bool canFill(const dib_result* result);
 // Gives the program its result.
 void fillResult(dib_result* to, const DibFileResult& from);
 void fillResult(dib_result* to, const DibOperationResult& from);
-// Gives the program the metadata of a file, if it wants them.
+// Stores the metadata of a file, if the program passed a place for them.
 void fillMetadata(const dib_result* to, DibMetadata& from);
 
 // Runs the work of a call, which gets a result of the C++ functions and returns whether it succeeded.

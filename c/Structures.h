@@ -42,7 +42,7 @@ bool isSized(const Structure& structure) {
 }
 
 // Reads the options of a program over the defaults in `options`; null keeps them. The code is 6 for a wrong
-// size and 8 for members that this library does not know.
+// size and 8 for members that this library does not have.
 template <class Structure>
 DibErrorCode readOptions(const Structure* given, Structure& options) {
     if (given == nullptr) return DIB_OK;
@@ -56,7 +56,7 @@ DibErrorCode readOptions(const Structure* given, Structure& options) {
     return DIB_OK;
 }
 
-// Fills the members that the program knows; `to` must be sized.
+// Fills the members that the program has; `to` must be sized.
 template <class Structure>
 void fill(Structure& to, const Structure& from) {
     const std::size_t size = to.size;

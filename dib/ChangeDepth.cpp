@@ -80,7 +80,7 @@ bool changeToDitheredCube(DibStream& image) {
     return true;
 }
 
-// A palette of the picture's own. The boxes may outnumber the entries when more colours are asked for.
+// A palette of the picture's own. The boxes may outnumber the entries when more colours are requested.
 bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
     dib::MallocPtr<unsigned char> pixels(image.Create24Bit());
     if (pixels == nullptr) return false;

@@ -54,7 +54,7 @@ constexpr unsigned int kCubeColors = 216;
 DibBGRA cubeColor(unsigned int index);
 void ditherToCube(const std::uint8_t* bgr, std::uint8_t* to, std::size_t count, std::size_t bufferRow);
 
-// 5-5-5 words that hand each channel's dropped bits on to the next pixel; the carries outlive the rows.
+// 5-5-5 words. Each channel's dropped bits are added to the next pixel, also from row to row.
 struct RemainderCarry {
     unsigned int blue = 0;
     unsigned int green = 0;
@@ -73,7 +73,7 @@ public:
     void diffuse(std::uint8_t* bits);
 
 private:
-    // The errors of a row and, beside them, the remainders that it hands to the row after the next. Both have
+    // The errors of a row and, beside them, the remainders for the row after the next. Both have
     // two zeros before the first and after the last column.
     struct Row {
         std::int32_t* error;

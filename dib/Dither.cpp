@@ -107,7 +107,7 @@ struct Trail {
     std::int64_t beforeLast = 0;
 };
 
-// Every pixel waits for the error of the one before, so the latency from one sum to the next counts: a
+// Every pixel depends on the error of the one before, so the latency from one sum to the next counts: a
 // multiplication replaces the division, there is no branch (black and white are unpredictable), and the
 // decision runs beside the division instead of after it. With k = 128 - grey, grey + sum / 42 >= 128 holds
 // from sum = 42 k on, or, where truncation rounds up, from 42 k - 41 on.

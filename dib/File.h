@@ -37,8 +37,8 @@ inline bool closeWritten(FilePtr file) {
     return std::fclose(file.release()) == 0 && isWhole;
 }
 
-// Why the last read of a stream gave less than it was asked for, as the system's number: 0 at the end of the
-// file. `errno` must be as that read left it, and 0 before.
+// Why the last read of a stream returned too few bytes, as the system's number: 0 at the end of the file.
+// `errno` must be as that read left it, and 0 before.
 int readError(std::FILE* file);
 
 // The position in an open file; negative for a stream that cannot seek.
@@ -47,11 +47,11 @@ std::int64_t positionIn(std::FILE* file);
 bool seekTo(std::FILE* file, std::int64_t position);
 
 // The size of a file that the system keeps on a disk; negative for everything else. Seeking to the end would
-// give up what the stream has buffered.
+// discard what the stream has buffered.
 std::int64_t sizeOnDisk(std::FILE* file);
 
-// Bytes between the current position and the end; nothing for a stream that cannot seek. Readers ask before
-// they allocate what a header announces.
+// Bytes between the current position and the end; nothing for a stream that cannot seek. Readers check it
+// before they allocate what a header announces.
 std::optional<std::uint64_t> bytesLeft(std::FILE* file);
 
 // Whether all bytes were read / written.

@@ -27,7 +27,7 @@ public:
         std::int32_t red[kSlots];
     };
 
-    // The quantizer must outlive the lookup. `pixels` bounds how many different cells will be asked for.
+    // The quantizer must outlive the lookup. `pixels` bounds how many different cells will be looked up.
     // Check `ready` before use: false when memory is short.
     MedianLookup(const dibmedian::mediancut& quantizer, std::size_t pixels);
     bool ready() const { return tables_ != nullptr && tableOf_ != nullptr; }

@@ -57,7 +57,7 @@ MallocPtr<unsigned char> allocateImageBlock(std::size_t bytes);
 // The same, zeroed. A large block takes memory only where it is written.
 MallocPtr<unsigned char> allocateZeroedImageBlock(std::size_t bytes);
 
-// Stores the code of short memory, which also stands for sizes that cannot exist. Always false.
+// Stores the code of failed allocations and of sizes that cannot exist. Always false.
 inline bool failForMemory(DibStream& image) {
     image.ErrorCode = DIB_ERROR_MEMORY;
     return false;

@@ -64,7 +64,7 @@ using Block = std::array<std::uint32_t, kBlock * 4 + kSlack>;
 template <int Channels, class Column>
 DIB_ALWAYS_INLINE void slide(const Column* __restrict columns, std::ptrdiff_t window, std::ptrdiff_t width,
                              std::uint32_t* __restrict sum, std::uint32_t* __restrict sums) {
-    // All differences first, so that a pixel waits for the one before it by a single addition. The sums
+    // All differences first, so that each sum is one addition after the one before it. The sums
     // overwrite the differences: a second array would suffer 4 KiB store-to-load aliasing.
     const Column* const entering = columns + window * Channels;
     for (std::ptrdiff_t i = 0; i < width * Channels; ++i) {

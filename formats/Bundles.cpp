@@ -48,7 +48,7 @@ bool isList(const char* const* list, bool (*isEntry)(const char*)) {
     return false;
 }
 
-// Whatever is wrong with it ends here: later code trusts the description.
+// What is wrong with it, empty when nothing is: later code uses the description unchecked.
 std::string problemOf(const DibPluginDescription& description) {
     const std::pair<bool, const char*> pointers[] = {
         {description.name != nullptr, "name"},

@@ -20,7 +20,7 @@ struct Bundle {
     std::string path;          // absolute
     bool isDescribed = false;  // has the function that describes it
     std::string problem;       // why it cannot be used, as the end of a sentence about it; empty when it can
-    DibPluginDescription description = {};  // fields that the bundle does not know are 0
+    DibPluginDescription description = {};  // fields that the bundle's version lacks are 0
     FileFormat format = {};                 // of a bundle that adds one
 
     bool isUsable() const { return problem.empty(); }

@@ -69,7 +69,7 @@ std::size_t ByteReader::readRows(unsigned char* first, std::ptrdiff_t step, std:
         if (!dropBuffer(position())) return 0;
         done = dib::readRows(file_, first, step, rowBytes, rows);
         endPosition_ += static_cast<std::int64_t>(done);
-        // The system read the rows behind the back of the stream, which learns here why they ended.
+        // The rows were read past the stream's buffer; this read makes the stream note why they ended.
         if (done < rows * rowBytes) fill(1);
         return done;
     }

@@ -49,9 +49,9 @@ struct FileFormat {
     DibFormat info;                                  // what applications see
     const char* const* composeExtensions = nullptr;  // of files that DibEffectCompose loads, ended by null
 
-    // Whether a file begins like this format; null when nothing tells.
+    // Whether a file begins like this format; null for a format without a signature.
     bool (*recognizes)(FirstBytes bytes) = nullptr;
-    // The same where the format has no signature, by the fields of its header; asked last, and only of data
+    // The same where the format has no signature, by the fields of its header; tried last, and only on data
     // without a name.
     bool (*resembles)(FirstBytes bytes) = nullptr;
 

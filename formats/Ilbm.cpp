@@ -21,8 +21,8 @@ using formats::iff_chunk;
 
 namespace {
 
-// Callers rely on pixels of one plane being rotated, which they undo, and on up to four planes telling 0 from
-// all others.
+// Callers rely on pixels of one plane being rotated, which they undo, and on up to four planes giving only
+// two results: 0 and all other indices.
 formats::IlbmPixels classicPixels(int bitCount) {
     using formats::IlbmPixels;
     switch (bitCount) {

@@ -23,7 +23,7 @@ bool isName(const unsigned char* bytes) {
     });
 }
 
-// Chunks of odd length are followed by a byte, which some writers forget: the next name tells.
+// Chunks of odd length are followed by a byte, which some writers forget: the next name decides.
 std::int64_t nextChunk(ByteReader& file, std::int64_t at, const iff_chunk& chunk) {
     const std::int64_t end = at + chunk.bytes();
     if (chunk.length % 2 == 0 || !file.seek(end)) return end;
@@ -61,7 +61,7 @@ IlbmPixels pixelsOf(const IlbmForm& form) {
     return planes == kMostWidePlanes ? IlbmPixels::kColorsAndAlpha : IlbmPixels::kColors;
 }
 
-// Painting programs name a transparent colour in pictures that have none, so it counts only when asked for.
+// Painting programs name a transparent colour in pictures that have none, so it counts only on request.
 IlbmAlpha alphaOf(const IlbmForm& form, const DibLoadOptions& options) {
     if (form.pixels == IlbmPixels::kColorsAndAlpha) return IlbmAlpha::kNone;
     if (form.header.hasMask) return IlbmAlpha::kMask;

@@ -1,5 +1,5 @@
 // PackBits, also called ByteRun1: a header byte n of 0 to 127 is followed by n + 1 bytes, one of -1 to -127
-// by a byte that stands 1 - n times, and -128 means nothing.
+// by a byte that is repeated 1 - n times, and -128 means nothing.
 #ifndef FORMATS_PACK_BITS_H
 #define FORMATS_PACK_BITS_H
 

@@ -102,7 +102,7 @@ std::unique_ptr<PlatformImage> makeImage(ImagePlatform& platform, const RowSourc
 // would make them.
 DibStream* as32Bit(DibStream* dib, ImagePtr& converted) {
     if (dib->Header->biBitCount == 32 || dib->Header->biBitCount == 24) return dib;
-    // A failing Clone would leave its code in the caller's image; only the result is to tell.
+    // A failing Clone would leave its code in the caller's image; only the result must show it.
     const int code = dib->ErrorCode;
     converted.reset(dib->Clone());
     dib->ErrorCode = code;

@@ -42,7 +42,7 @@ public:
     virtual const unsigned char* nextRow() = 0;
 };
 
-// A picture in the platform's hands, to be written. The calls come in this order, each once.
+// A picture in the platform's own form, to be written. The calls come in this order, each once.
 class PlatformImage {
 public:
     virtual ~PlatformImage() = default;

@@ -109,7 +109,7 @@ bool probeByBundle(const Bundle& bundle, ProbeRequest& request) {
     info.size = sizeof info;
     info.pages = info.levels = info.orientation = 1;
     if (!bundle.description.probe(call.record(), &info)) {
-        // A load goes on without a probe, but not when memory is short.
+        // A load continues without a probe, but not when memory is short.
         if (request.result.code == DIB_ERROR_MEMORY) throw std::bad_alloc();
         return false;
     }

@@ -35,7 +35,7 @@ bool loadExrFile(const char* path, DibStream* image, DibProgressCallback callbac
     return loadExr(platformPluginLoader(), path, image, callback, user);
 }
 
-// What a plug-in reports tells how far it has come when it fails, too.
+// The last fraction that a plug-in reported shows how far it came, also when it fails.
 struct PluginProgress {
     Progress& progress;
     float last = 0;

@@ -1,4 +1,4 @@
-// TGA on an open file, and what the table of formats asks of the format.
+// TGA on an open file, and its functions for the table of formats.
 #ifndef FORMATS_TGA_H
 #define FORMATS_TGA_H
 

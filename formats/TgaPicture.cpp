@@ -71,7 +71,7 @@ private:
         return refuse(result_, sizeProblem(picture_.width, picture_.height, 8));
     }
 
-    // Pixels of 8 and 24 bits have no alpha that a footer could speak of.
+    // Pixels of 8 and 24 bits have no alpha for a footer to describe.
     bool readAlphaType() {
         const unsigned bits = header_.descriptor & 15U;
         AlphaType type = AlphaType::kUnknown;

@@ -38,7 +38,7 @@ void copyBlockBits(unsigned char* to, const unsigned char* block, std::int64_t b
 }
 
 // Copies the rectangle, row by row from its top. From 8 bits on whole rows are copied, fill bytes included;
-// `wholeBytes` asks for the same below, where x must then lie on a byte. Otherwise exactly the pixels are
+// with `wholeBytes` also below, where x must then lie on a byte. Otherwise exactly the pixels are
 // copied into cleared rows. The source is the whole block and not a view of its rows, since a rectangle may
 // begin before the first byte of a row.
 void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, const dib::Raster& to) {

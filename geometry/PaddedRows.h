@@ -18,7 +18,7 @@ public:
           extraBytes_(extraBytes),
           copy_(allocateZeroed<unsigned char>(rows.rowStep + extraBytes)) {}
 
-    // False when memory was short; no row may then be asked for.
+    // False when memory was short; row() must then not be called.
     bool ready() const { return copy_ != nullptr; }
 
     // The row is valid until the next call. Inside the block the next rows follow; only a row near the end of

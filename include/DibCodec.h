@@ -147,11 +147,11 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 ///
 /// These go through the platform's own decoders and encoders.
 ///
-/// All three loaders do the same: what a file is, is seen from its first bytes, never from its name or from
-/// the function, so that `LoadPNG` opens a JPEG file too.
+/// All three loaders do the same: they detect the format from the first bytes, never from the name or the
+/// function, so that `LoadPNG` opens a JPEG file too.
 ///
-/// None of these functions stores an error code of its own: the result alone tells. A loader whose `Create`
-/// failed leaves the 2 that `Create` stored. The callback is never called. A null image gives false.
+/// None of these functions stores an error code of its own; only the result shows a failure. A loader whose
+/// `Create` failed leaves the 2 that `Create` stored. The callback is never called. A null image gives false.
 /// @{
 
 /// Loads a JPEG, TIFF or PNG file into a bottom-up image.
@@ -174,7 +174,7 @@ DIB_EXPORT bool SaveIFF(const wchar_t* path, DibStream* image, DibProgressCallba
 ///   YCCK, also with inverted inks, become colours by (1 - ink)(1 - black). The orientation that a camera
 ///   notes is not applied. Damage inside the pixels is passed over as far as the decoder can find back into
 ///   the data; pixels that end early are a failure.
-/// - TIFF: the first picture of the file, in every compression that the platform knows, in strips, tiles or
+/// - TIFF: the first picture of the file, in every compression that the platform has, in strips, tiles or
 ///   planes, turned as its orientation says. Grey, palette, RGB and CMYK samples have 1 to 32 bits (palettes
 ///   up to 8) or are floats of 16, 32 or 64; signs are not looked at. Inks become colours by (1 - ink)(1 -
 ///   black). Colours that were multiplied with alpha are divided by it, those of more than 8 bits before they
@@ -236,7 +236,7 @@ DIB_EXPORT bool LoadEXR(const char* path, DibStream* image, DibProgressCallback 
 DIB_EXPORT bool LoadEXR(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 
 /// Loads a DDS file; there is no overload for UTF-8 paths (`VexString::fromUtf8String` makes a wide one).
-/// @param callback Handed to the plug-in, which calls it as it sees fit; returning false asks it to give up.
+/// @param callback Passed to the plug-in, which calls it when it chooses; returning false cancels the load.
 DIB_EXPORT bool LoadDDS(const wchar_t* path, DibStream* image, DibProgressCallback callback, void* user);
 /// @}
 

@@ -455,8 +455,8 @@ DIB_EXPORT bool DibEffectDiffuse(DibProgressCallback callback, void* user, DibSt
 /// the divisor is 256, so the result is slightly darker: white on white is 254.
 /// @{
 
-/// Blends an image, which may be the first image itself. The top rows of both pictures meet. A second image
-/// of another depth is converted first, as by `DibStream::ChangeBpp` without flags.
+/// Blends an image, which may be the first image itself. The top rows of both pictures are aligned. A second
+/// image of another depth is converted first, as by `DibStream::ChangeBpp` without flags.
 /// @param opacity The share of the second image: a is the low 8 bits of opacity x 255 + 0.5, truncated. 0
 ///                keeps the first image, 1 shows only the second, 2 gives a = 254. Values beyond an int
 ///                become its limits (infinity gives 255, minus infinity 0); NaN gives 0.

@@ -96,7 +96,7 @@ struct DibMetadata {
     DibBytes colorProfile;  ///< ICC profile.
     DibBytes exif;          ///< EXIF block, from its byte-order mark on.
     /// Alpha of the first entries of the colour table, a byte each; the others are opaque. A load stores it
-    /// where `DibLoadOptions::keepsPalette` asks; saving images of 1, 4 and 8 bits as PNG writes it.
+    /// with `DibLoadOptions::keepsPalette`; saving images of 1, 4 and 8 bits as PNG writes it.
     DibBytes paletteAlpha;
     /// Of a TIM file: all but its pixels, so its positions in video memory and all its lookup tables. A TIM
     /// file that is saved with it is like the one that was opened, but for what has changed of the image.
@@ -110,7 +110,7 @@ enum DibNoteKind : int {
     DIB_NOTE_LOSS = 2,        ///< Something was not kept: "16 bits a sample became 8".
 };
 
-/// One thing that a caller may want to know of a call that succeeded.
+/// A remark about a call that succeeded.
 struct DibNote {
     DibNoteKind kind;  ///< What it is about.
     char text[124];    ///< English, UTF-8, without a full stop.
@@ -128,7 +128,7 @@ struct DibFileResult {
     DibMetadata metadata;               ///< Of a file that was opened or probed.
 };
 
-/// What a file holds, as far as its headers tell.
+/// What a file holds, as far as its headers say.
 struct DibFileInfo {
     const DibFormat* format = nullptr;  ///< Of the file.
     int width = 0;                      ///< Columns of the picture as a load gives it.
@@ -242,7 +242,7 @@ struct DibLoadOptions {
     int page = 0;                                ///< From 0; formats with one page have no other.
     int layer = -1;                              ///< From 0; -1 is the merged picture.
     int level = 0;                               ///< From 0, which is the largest.
-    bool appliesOrientation = true;              ///< Turns the picture as the file asks.
+    bool appliesOrientation = true;              ///< Turns the picture by the file's orientation.
     const char* format = nullptr;  ///< Name of the format that the file has for certain; null: detected.
     /// A PNG palette with transparency stays one, with its alpha in `DibMetadata::paletteAlpha`. Otherwise
     /// such a picture has 32 bits, and its indices are gone.

@@ -21,10 +21,10 @@
 /// -----------------------------
 /// - **Ranges.** A value outside the range of its parameter is refused, never replaced by another.
 /// - **Results.** The functions return whether they succeeded. `DibOperationResult` says why not: which step,
-///   operation and parameter, and a name that may have been meant. A null pointer means that the caller does
-///   not want to know. Nothing throws, and every allocation may fail (code 2).
-/// - **Failure.** A chain that fails or is cancelled leaves the image as it was, unless the caller asks for
-///   work in place.
+///   operation and parameter, and a name that may have been meant. Pass a null pointer where it
+///   is not needed. Nothing throws, and every allocation may fail (code 2).
+/// - **Failure.** A chain that fails or is cancelled leaves the image as it was, unless
+///   `DibApplyOptions::inPlace` is set.
 /// - **Threads.** Nothing is shared between calls but the C library's `rand()`, from which `noise`,
 ///   `color-noise` and `diffuse` draw.
 #ifndef DIBSTREAM_DIBOPERATION_H
@@ -61,7 +61,7 @@ enum DibParameterKind : int {
 /// One of the names that a choice or flags accept.
 struct DibChoice {
     const char* name;            ///< As it is written.
-    std::uint32_t value;         ///< The number that stands for it in C++.
+    std::uint32_t value;         ///< Its number in C++.
     const char* help = nullptr;  ///< What it means.
     const char* code = nullptr;  ///< Its name in C++; null: the number.
 };
@@ -199,7 +199,7 @@ struct DibChain {
 
 /// Parses a chain and checks every value. Every parameter has a text afterwards, defaults included.
 /// @return False, with no steps, and code
-/// - 6 a name or a value is wrong, which the result tells;
+/// - 6 a name or a value is wrong: the result names it;
 /// - 2 memory is short.
 DIB_EXPORT bool DibParseChain(const char* text, DibChain* chain, DibOperationResult* result = nullptr);
 /// The same for one step, in which white space needs no backslash.

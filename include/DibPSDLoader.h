@@ -178,7 +178,7 @@ public:
     DIB_EXPORT const PSDLayerInfo* GetLayerInfo(int index) const;
     /// The picture of a layer, 32 bits, and where its left top corner lies in the document.
     ///
-    /// The first call hands the caller a reference of its own, to be released; as long as anyone holds the
+    /// The first call gives the caller a reference of its own, to be released; as long as anyone holds the
     /// picture beside the loader, further calls add none.
     /// @return Null for an empty layer, or out of range (`left` and `top` are then 0).
     DIB_EXPORT DibStream* GetLayerImage(int index, int& left, int& top);

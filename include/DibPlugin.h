@@ -14,7 +14,7 @@
 /// | LoadDDS | `DibPluginLoadDDS` | vexlibdds.bundle | `LoadDDS` of DibCodec.h |
 ///
 /// A vexlibexr.bundle or vexlibdds.bundle without a description also serves the functions of DibFile.h: they
-/// call its one function, which knows no pages, layers and levels.
+/// call its one function, which has no pages, layers and levels.
 ///
 /// Rules for all functions
 /// -----------------------
@@ -23,7 +23,7 @@
 /// - A header block is a `BITMAPINFOHEADER` with `biSize` 40, followed by its colour table (2^`biBitCount`
 ///   entries up to 8 bits). The pixel block has pitch times rows bytes: see `DibStream::GetPitch`. Either row
 ///   order may be used.
-/// - The library believes the header as far as it cannot be checked: block lengths, above all. A header that
+/// - What cannot be checked of the header is used unchecked: block lengths, above all. A header that
 ///   no image can have is a failure, and its blocks are freed: a negative width, rows that are too many for
 ///   32-bit offsets, more table entries than the depth has values (256 above 8 bits), or a `biSize` above
 ///   124.
@@ -34,7 +34,7 @@
 ///   a picture, and is freed. When they return false they have freed what they allocated; what the out
 ///   pointers then hold is not looked at. They are null when the function is called.
 /// - The progress function is called, when it is given, with the fraction done, from 0 to 1, and the progress
-///   user pointer; when it returns false the function gives up and returns false. `LoadEXR` of DibCodec.h
+///   user pointer; when it returns false the function stops and returns false. `LoadEXR` of DibCodec.h
 ///   gives EXR plug-ins none, the functions of DibFile.h give one to all.
 #ifndef DIBSTREAM_DIBPLUGIN_H
 #define DIBSTREAM_DIBPLUGIN_H
@@ -49,7 +49,7 @@
 /// @param header   Takes the header block.
 /// @param buffer   Takes the pixel block.
 /// @param progress May be null.
-/// @param user     Handed to `progress`.
+/// @param user     Passed to `progress`.
 using DibPluginLoadEXR = bool (*)(const char* path, BITMAPINFOHEADER** header, unsigned char** buffer,
                                   DibProgressCallback progress, void* user);
 
@@ -59,7 +59,7 @@ using DibPluginLoadEXR = bool (*)(const char* path, BITMAPINFOHEADER** header, u
 /// @param header   Takes the header block.
 /// @param buffer   Takes the pixel block.
 /// @param progress May be null.
-/// @param user     Handed to `progress`.
+/// @param user     Passed to `progress`.
 using DibPluginLoadDDS = bool (*)(const wchar_t* path, BITMAPINFOHEADER** header, unsigned char** buffer,
                                   DibProgressCallback progress, void* user);
 
@@ -69,7 +69,7 @@ using DibPluginLoadDDS = bool (*)(const wchar_t* path, BITMAPINFOHEADER** header
 /// The version of the contract that this header describes.
 inline constexpr int DIB_PLUGIN_VERSION = 1;
 
-/// A file that a plug-in is asked to read, what is wanted of it, and where the answers go. Every record of
+/// A file for a plug-in to read, what to read of it, and where the results go. Every record of
 /// the contract begins with its size in bytes and only grows at its end.
 struct DibPluginCall {
     std::size_t size;  ///< Bytes of this record.
@@ -83,12 +83,12 @@ struct DibPluginCall {
     int page;                  ///< From 0: part, face, slice or frame.
     int layer;                 ///< From 0; -1 is the merged picture.
     int level;                 ///< From 0, which is the largest.
-    int alpha;                 ///< `DibAlphaPolicy`; the library guesses by itself.
-    int damage;                ///< `DibDamagePolicy`; the library judges by itself.
+    int alpha;                 ///< `DibAlphaPolicy`; the library applies it itself.
+    int damage;                ///< `DibDamagePolicy`; the library applies it itself.
     std::uint64_t mostPixels;  ///< The library refuses larger pictures.
     std::uint64_t mostBytes;   ///< The same for the bytes of the image.
 
-    /// Takes the fraction of the work that is done; false means that the load is to give up.
+    /// Takes the fraction of the work that is done; false cancels the load.
     bool (*report)(void* library, double fraction);
     /// Takes a note: a `DibNoteKind`, and up to 123 bytes of English without a full stop.
     void (*note)(void* library, int kind, const char* text);

@@ -7,7 +7,7 @@
 /// - **Images.** An image is a `DibStream`: a header block (`BITMAPINFOHEADER` followed by its colour table)
 ///   and a pixel block. Depths are 1, 4, 8, 16, 24 and 32 bits per pixel. Rows are padded to 4 bytes.
 /// - **Row order.** `biHeight` >= 0 stores the bottom row of the picture first, `biHeight` < 0 the top row.
-///   Rows are numbered from the top of the picture wherever a function takes a row, unless it speaks of
+///   Rows are numbered from the top of the picture wherever a function takes a row, but for
 ///   *buffer rows*, which are counted from the start of the pixel block.
 /// - **Ownership.** Each block has an ownership word. Nonzero: the object frees the block with `free`; the
 ///   library writes 6 for every block that it allocates (with `malloc`). Zero: the block belongs to the

@@ -110,7 +110,7 @@ private:
         for (const DibChoice* choice : DibList(parameter_.choices)) {
             if (text_ == choice->name) return choice->value;
         }
-        // A number near another one is no misspelling.
+        // A number close to a valid one is not a misspelling.
         const bool isNumber = wholeNumber(text_).has_value();
         fail("is not one of " + choiceNames(", "),
              isNumber ? nullptr : nearestName(text_, DibList(parameter_.choices)));

@@ -16,8 +16,8 @@
 /// - **Failure.** A load that fails gives a null image, a save that fails leaves the file as it was. Every
 ///   allocation may fail (code 2). A null pointer where something is needed gives code 6 or 3, never a crash.
 /// - **Structures** start with their size. Initialise each with the macro named after it. A program keeps
-///   working with a library that knows more members, which takes the defaults of those that the program lacks
-///   and does not write them. A library that knows fewer members ignores the others, but options where these
+///   working with a library that has more members, which takes the defaults of those that the program lacks
+///   and does not write them. A library that has fewer members ignores the others, but options where these
 ///   are not 0 fail with code 8. A size that no version of the structure has gives code 6, and a structure
 ///   that was to be filled stays as it was.
 /// - **Images** have one owner, who releases them. No function changes an image that it gets as const:
@@ -290,10 +290,10 @@ typedef struct dib_load_options {
     int most_layers;             ///< Documents with more are refused.
     int damage;                  ///< `dib_damage`.
     int alpha;                   ///< `dib_alpha`.
-    int page;                    ///< From 0; formats with one page know no other.
+    int page;                    ///< From 0; only 0 in formats with one page.
     int layer;                   ///< From 0; -1 is the merged picture.
     int level;                   ///< From 0, which is the largest.
-    int applies_orientation;     ///< Not 0: turns the picture as the file asks.
+    int applies_orientation;     ///< Not 0: turns the picture by the file's orientation.
     int reserved;                ///< 0.
 } dib_load_options;
 /// The defaults.

@@ -41,7 +41,7 @@ Byte* rowAt(Byte* first, std::ptrdiff_t step, std::size_t row) {
 // Every system accepts as many rows at once.
 constexpr std::size_t kRowsAtOnce = 1024;
 
-// Hands rows to `transfer(parts, count, done)`, which moves some of their bytes and returns how many, until
+// Passes rows to `transfer(parts, count, done)`, which moves some of their bytes and returns how many, until
 // none are left or it moves none. Returns the bytes moved.
 template <class Transfer>
 std::size_t transferRows(unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes, std::size_t rows,

@@ -18,8 +18,8 @@ struct WindowRow {
     std::uint32_t visits;
 };
 
-// Two levels: classes of 64 find the range, single levels the value. Classes are wide enough for the class
-// wanted to be near the last one found, and narrow enough for few pixels of a window to share it.
+// Two levels: classes of 64 find the range, single levels the value. The larger a class, the
+// nearer the one searched is to the last one found; the smaller, the fewer pixels of a window it holds.
 class BrightnessHistogram {
 public:
     static constexpr int kClassShift = 6;

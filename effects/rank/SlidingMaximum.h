@@ -14,7 +14,7 @@
 
 namespace dib {
 
-// A row of candidates: the score that ranks each, and the value that the winner hands on.
+// A row of candidates: the score that ranks each, and the value that the winner returns.
 struct Candidates {
     std::int32_t* score;
     std::uint32_t* value;

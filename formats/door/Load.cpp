@@ -1,4 +1,4 @@
-// Opening and probing: find the format, apply the limits, decode, judge what came.
+// Opening and probing: find the format, apply the limits, decode, check the result.
 #include <DibFile.h>
 
 #include <cstring>

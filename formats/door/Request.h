@@ -1,5 +1,5 @@
-// What the functions of DibFile.h ask of a codec. A row of the table of formats (formats/Formats.h) names the
-// functions that answer.
+// What the functions of DibFile.h need from a codec. A row of the table of formats (formats/Formats.h) names
+// the functions that do it.
 #ifndef FORMATS_DOOR_REQUEST_H
 #define FORMATS_DOOR_REQUEST_H
 
@@ -20,7 +20,7 @@ namespace formats {
 
 // Decode a file into an image, which is empty at first. A codec that fails returns false with a code in
 // `result`; where it has no reason of its own, the diagnosis of the format finds one. It leaves in the image
-// what it could read, with the rows that it could not read 0, and has told `progress` how many those are
+// what it could read, with the rows that it could not read 0, and reports to `progress` how many those are
 // (NewImage does both). The caller decides whether they are kept.
 struct ReadRequest {
     ByteReader& file;  // at its start
@@ -62,7 +62,7 @@ struct LayersRequest {
 void nameCompression(DibFileInfo& info, std::string_view name);
 
 // Encode an image that has pixels and a depth of the six. False with a code in `result` when it cannot;
-// errors of writing are noticed by the caller, who asks `file.isWhole()`.
+// the caller checks `file.isWhole()` for errors of writing.
 struct WriteRequest {
     ByteWriter& file;
     const DibStream& image;

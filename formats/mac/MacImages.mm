@@ -1,4 +1,4 @@
-// Image files through the system's imaging framework, which tells the formats apart by itself.
+// Image files through the system's imaging framework, which detects the format itself.
 #import <AppKit/AppKit.h>
 
 #include <cstddef>
