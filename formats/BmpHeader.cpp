@@ -60,7 +60,7 @@ private:
         if (!file_.read(info_, 4)) return refuseShort();
         length_ = dib::readLe32(info_);
         if (length_ != kCoreHeader && (length_ < kShortestOs2 || length_ > kVersion5)) {
-            // Without a file header nothing but the name has said that this is a bitmap.
+            // Without a file header only the name says that this is a bitmap.
             if (infoStart_ == 0) return refuse(result_, DIB_ERROR_INVALID, "this is not a BMP file");
             return refuse(result_, DIB_ERROR_UNSUPPORTED, "headers of %u bytes are not read", length_);
         }

@@ -1,5 +1,5 @@
 // EXIF blocks: what files say about how and where a picture was taken, as a TIFF directory in memory. They
-// are carried from file to file as they are; only what decides how a picture is shown is looked at.
+// are copied from file to file unchanged; only the entries that decide how a picture is shown are read.
 #ifndef FORMATS_EXIF_H
 #define FORMATS_EXIF_H
 

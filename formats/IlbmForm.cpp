@@ -1,5 +1,5 @@
-// An ILBM file is a FORM chunk that holds chunks: BMHD (size and depth), CMAP (colours), CAMG (what a screen
-// makes of the planes), DPI and BODY (rows).
+// An ILBM file is a FORM chunk that holds chunks: BMHD (size and depth), CMAP (colours), CAMG (how a screen
+// shows the planes), DPI and BODY (rows).
 #include "formats/IlbmForm.h"
 
 #include <algorithm>

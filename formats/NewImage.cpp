@@ -11,8 +11,7 @@ namespace formats {
 
 namespace {
 
-// A picture of this size may be touched whole, and for a smaller one asking for the length of the file would
-// show.
+// Up to this size clearing all rows costs little, and less than finding out the length of the file.
 constexpr std::size_t kSmallBytes = 512 * 1024;
 
 }  // namespace

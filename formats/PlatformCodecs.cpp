@@ -16,7 +16,7 @@ bool save(const char* path, DibStream* image, Type type) {
     return path != nullptr && formats::saveImageFile(formats::imagePlatform(), path, image, type);
 }
 
-// The text of a path is all that can run out of memory here.
+// Only the text of the path is allocated here.
 template <class Work>
 bool withUtf8(const wchar_t* path, const Work& work) {
     try {

@@ -1,4 +1,4 @@
-// What becomes of a foreign bitmap and of an image that leaves: choice of depth, pixels, row order, and the
+// Foreign bitmaps become images, and images foreign bitmaps: choice of depth, pixels, row order, and the
 // order of the platform's steps.
 #include "formats/PlatformImages.h"
 
@@ -23,7 +23,7 @@ void copyPacked(const unsigned char* from, unsigned char* to, std::size_t pixels
     std::copy_n(from, (pixels * kBits + 7) / 8, to);
 }
 
-// The kinds of bitmaps that have an image of ours, and what takes a row of one to the other.
+// The kinds of bitmaps that images can hold, and the conversion of their rows.
 struct Conversion {
     std::size_t bitsPerPixel;
     std::size_t bitsPerComponent;
@@ -74,7 +74,7 @@ bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, NewImage& di
     return true;
 }
 
-// Rows of pixels and what makes red, green, blue, alpha of them.
+// Rows of pixels and their conversion to red, green, blue, alpha.
 struct RowSource {
     const unsigned char* data;
     void (*convert)(const unsigned char* from, unsigned char* to, std::size_t pixels);
@@ -162,7 +162,7 @@ bool saveImageFile(ImagePlatform& platform, const char* path, DibStream* dib,
 
 namespace DibCocoaUtil {
 
-// The text of a path is all that can throw here.
+// Only the text of a path can throw here.
 bool LoadImageFile(const VexString& path, DibStream* dib) {
     try {
         return formats::loadImageFile(formats::imagePlatform(), path.toUtf8String().c_str(), dib);

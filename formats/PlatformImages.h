@@ -28,8 +28,8 @@ struct ColorTriples {
     bool isWhole = false;  // there are no others: the image announces this number
 };
 
-// A file that is open for decoding. The calls come in this order, each once; what they return lives as long
-// as the decoder, a row until the next one. Nothing throws.
+// A file that is open for decoding. The calls come in this order, each once; what they return is valid as
+// long as the decoder, a row until the next one. Nothing throws.
 class BitmapDecoder {
 public:
     virtual ~BitmapDecoder() = default;
@@ -51,7 +51,7 @@ public:
     virtual bool write(const char* path) = 0;
 };
 
-// How the platform gives back the pixels that it was lent: DibCocoaUtil::rawdata_free.
+// How the platform returns the pixels that it borrowed: DibCocoaUtil::rawdata_free.
 using ReleasePixels = void (*)(void* info, const void* data, std::size_t size);
 
 class ImagePlatform {

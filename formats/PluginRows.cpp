@@ -138,7 +138,7 @@ bool probeDds(ProbeRequest& request) {
 
 bool readDds(ReadRequest& request) {
     if (const Bundle* bundle = describedBundleOf(kDdsFormat)) return readByBundle(*bundle, request);
-    // Blocks have four rows, which come together.
+    // Blocks have four rows, which are decoded together.
     return readThrough(request, loadDdsFile, readDdsHeader(RefusedFile(request.file)).height);
 }
 

@@ -57,7 +57,7 @@ private:
         return *number;
     }
 
-    // Percentages have bounds of their own: what they come to is known only when there is a picture.
+    // Percentages have bounds of their own: their size in pixels depends on the picture.
     double percentage(std::string_view text) const {
         const std::optional<double> number = wholeNumber(text);
         if (!number) fail("is not a percentage");

@@ -8,7 +8,7 @@
 
 namespace operations {
 
-// The distance from which on no name is near.
+// Names at this distance or more are not suggested.
 std::size_t farDistance(std::string_view typed);
 // Whether `name` is nearer to what was typed than `least`, which is then its distance.
 bool isNearer(std::string_view typed, std::string_view name, std::size_t& least);

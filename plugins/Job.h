@@ -1,5 +1,5 @@
-// The file that a plug-in reads, what is wanted of it, and where its answers go: those of the library's
-// calls, or of a function that has a path alone.
+// The file that a plug-in reads, what to read of it, and where its results go: from the library's calls, or
+// from a function that has a path alone.
 #ifndef PLUGINS_JOB_H
 #define PLUGINS_JOB_H
 

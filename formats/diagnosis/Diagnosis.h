@@ -1,5 +1,5 @@
-// What is wrong with a file that a decoder refused without saying why: libraries and plug-ins answer that
-// they failed, and no more. Each function looks at the file in the order in which the decoder of the format
+// What is wrong with a file that a decoder refused without saying why: libraries and plug-ins report only
+// that they failed. Each function looks at the file in the order in which the decoder of the format
 // does, and returns the first thing that the decoder does not accept.
 #ifndef FORMATS_DIAGNOSIS_DIAGNOSIS_H
 #define FORMATS_DIAGNOSIS_DIAGNOSIS_H

@@ -6,7 +6,7 @@
 
 namespace formats {
 
-// Many programs write 32-bit pixels without caring for their fourth byte: a picture whose alpha is 0
+// Many programs write 32-bit pixels without setting their fourth byte: a picture whose alpha is 0
 // everywhere would be invisible, so it becomes opaque, unless the policy keeps what is stored.
 void judgeAlpha(DibStream& image, DibAlphaPolicy policy, DibFileResult& result);
 

@@ -1,4 +1,4 @@
-// Turning pictures as their files ask.
+// Turning pictures upright, by the orientation in their files.
 #ifndef FORMATS_DOOR_ORIENTATION_H
 #define FORMATS_DOOR_ORIENTATION_H
 

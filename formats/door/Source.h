@@ -15,7 +15,7 @@ namespace formats {
 
 class Source {
 public:
-    // What cannot be read where it is is read to its end first, up to `mostBytes`.
+    // Sources that cannot be read in place are copied first, up to `mostBytes`.
     Source(DibFileResult& result, std::uint64_t mostBytes) : result_(result), mostBytes_(mostBytes) {}
 
     // Each is called once. False with the reason in the result. May throw std::bad_alloc.

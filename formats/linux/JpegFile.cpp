@@ -91,7 +91,7 @@ void watch(j_common_ptr codec) {
     if (scans > kAlwaysAllowed && scans * (pixels + 65536) > kMostPixels) reports.jump.leave();
     Progress* progress = reinterpret_cast<ScanWatch*>(codec->progress)->progress;
     if (progress == nullptr || jpeg->output_scanline > 0 || scans == 0) return;
-    // Nobody knows how many scans follow: each takes half of what is left.
+    // The number of scans that follow is unknown: each takes half of what is left.
     if (!progress->report(0.8 *
                           (1 - std::ldexp(1.0, 1 - static_cast<int>(std::min<std::uint64_t>(scans, 50))))))
         reports.jump.leave();
@@ -133,7 +133,7 @@ private:
 };
 
 // A block of 8 x 8 samples takes a bit at least. Packed arithmetically it can take next to nothing: there the
-// limit is what no picture with anything in it comes near to.
+// limit is far above what real pictures need.
 bool JpegDecoder::couldHold(std::uint64_t fileBytes) const {
     const std::uint64_t blocksPerByte = jpeg_.arith_code != 0 ? 8192 : 8;
     std::uint64_t fewest = UINT64_MAX;
@@ -238,7 +238,7 @@ bool JpegDecoder::hasScans() const {
     return jpeg_.buffered_image != 0 || jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&jpeg_)) != 0;
 }
 
-// Where the decoder cannot tell by the pixels that some are missing, the missing end marker tells it.
+// Where the pixels do not show that some are missing, the missing end marker does.
 bool JpegDecoder::isCutShort() const {
     if (reports_.pixelsEnded) return true;
     return reports_.fileEnded && (jpeg_.arith_code != 0 || hasScans());

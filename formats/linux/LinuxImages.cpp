@@ -1,4 +1,4 @@
-// The platform's images where there is no imaging framework: files told apart by their first bytes, and
+// The platform's images where there is no imaging framework: files recognised by their first bytes, and
 // written whole.
 #include <algorithm>
 #include <new>

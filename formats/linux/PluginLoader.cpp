@@ -50,8 +50,8 @@ public:
         }
     }
 
-    // The code is never closed, so loading it again only finds it. Its names serve nobody but its own
-    // lookups.
+    // The code is never closed, so loading it again only finds it. Its names are visible to lookups
+    // in it alone.
     bool loadCode(Bundle bundle) override {
         auto* object = static_cast<SharedObject*>(bundle);
         if (object->path.empty()) return false;  // which would name the program itself

@@ -11,7 +11,7 @@ namespace {
 
 using Byte = std::uint8_t;
 
-// The guesses, by the neighbours at the left, above, and above at the left.
+// The predictions, by the neighbours at the left, above, and above at the left.
 constexpr int none(int, int, int) { return 0; }
 constexpr int left(int a, int, int) { return a; }
 constexpr int up(int, int b, int) { return b; }

@@ -1,4 +1,5 @@
-// The filters that prepare the rows of PNG files for packing: each byte becomes its difference from a guess.
+// The filters that prepare the rows of PNG files for packing: each byte becomes its difference from
+// a prediction.
 #ifndef FORMATS_LINUX_PNG_FILTERS_H
 #define FORMATS_LINUX_PNG_FILTERS_H
 

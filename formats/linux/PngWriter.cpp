@@ -113,7 +113,7 @@ class Pixels {
 public:
     bool start(const OutgoingPicture& picture, int level) {
         const std::size_t rowBytes = picture.rowBytes();
-        // Indices and packed grey are not numbers whose differences say much.
+        // Filters do not make indices and packed grey shorter.
         isFiltered_ = picture.kind() != PixelKind::kPalette && picture.bits() == 8;
         stride_ = rowBytes + 1;
         bandRows_ =

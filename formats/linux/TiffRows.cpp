@@ -39,7 +39,7 @@ bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, T
     if (isTiled_) {
         if (!startTiles()) return false;
     } else {
-        // Rows of the library must be what was announced; a picture that changes its mind is broken.
+        // The library must give rows of the announced length; otherwise the tags contradict each other.
         if (TIFFScanlineSize(tiff) != static_cast<tmsize_t>(rowBytes_)) return false;
         std::uint32_t rows = 1;
         TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);

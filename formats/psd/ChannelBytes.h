@@ -45,7 +45,7 @@ DIB_ALWAYS_INLINE void darkenBytes(const unsigned char* __restrict colors,
     for (std::size_t x = 0; x < count; ++x) to[x] = darkened(colors[x], black[x]);
 }
 
-// Floats from 0 to 1, clamped and scaled. Asked in this order, NaN is white.
+// Floats from 0 to 1, clamped and scaled. Compared in this order, NaN is white.
 DIB_ALWAYS_INLINE void bytesOfFloats(const unsigned char* __restrict line, unsigned char* __restrict to,
                                      std::size_t count) {
     for (std::size_t x = 0; x < count; ++x) {

@@ -41,7 +41,7 @@ bool Document::createTarget() {
     if (target == nullptr) return false;
     const int bitCount = header.channels == 3 ? 24 : header.channels == 1 ? 8 : 32;
     if (!createPicture(file, *target, header.columns, header.rows, bitCount)) return false;
-    // Nobody sees the picture before its pixels are stored, which fills only what they leave.
+    // Without a callback the picture is not seen before its pixels are stored; only the rest is filled then.
     if (isWatched) fillWhite(*target);
     return true;
 }

@@ -50,7 +50,7 @@ public:
 
     // Channel lengths may be written so that the same bytes are read again and again, and rectangles cost
     // nothing to announce. Pixels made and bytes decoded are therefore counted against what a file of this
-    // length can honestly need: a packed bitmap grows to 512 times its length, everything else stays below.
+    // length can need otherwise: a packed bitmap grows to 512 times its length, everything else stays below.
     // False when that is exceeded.
     bool admitWork(std::int64_t bytes) {
         if (bytes > workLeft_) return false;

@@ -79,7 +79,7 @@ std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, c
 std::int64_t storeSideBySide(Reader& file, DibStream& image, std::size_t channels, const Planes& planes) {
     if (planes.width > kWidestRow || (planes.packed && planes.packedLengths == nullptr)) return 0;
     const std::int64_t start = file.position();
-    // Work is admitted for rows that are stored; when it might not suffice, each row is asked for in file
+    // Work is admitted for rows that are stored; when it might not suffice, each row is admitted in file
     // order.
     const auto workUpTo = [&](std::int64_t rows) {
         std::int64_t work = 0;

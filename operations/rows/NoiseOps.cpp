@@ -13,7 +13,7 @@ constexpr const char* kArea = "Noise";
 constexpr DibParameter kSeed =
     integer("seed", "start of the random numbers; -1 leaves them as they are", {-1, kAnyInteger.max}, "-1");
 
-// The library draws from rand() and never seeds it; neither does the table unless it is asked to.
+// The library draws from rand() and never seeds it; the table does only where a step has a seed.
 template <bool (*run)(const Job&)>
 bool runSeeded(const Job& job) {
     const int seed = job.arguments.integer("seed");

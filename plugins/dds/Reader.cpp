@@ -44,7 +44,7 @@ public:
         const bool isByte = format_.isGrey || (format_.isIndexed && !hasClearEntries_);
         return isByte ? Picture::kGrey : Picture::kColor;
     }
-    // The library finds the words for sizes that it does not accept.
+    // The library gives the reason for sizes that it does not accept.
     bool isPossible() const {
         return surface_.width > 0 && surface_.height > 0 && Picture::isPossible(width_, height_, bitCount());
     }
