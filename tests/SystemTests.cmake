@@ -120,4 +120,10 @@ if(TARGET dib)
         COMMAND bash ${system_dir}/many-pictures.sh
                 $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${system_work}/many-pictures)
     set_tests_properties(system.many-pictures PROPERTIES TIMEOUT 120 PROCESSORS 2 SKIP_RETURN_CODE 77)
+    # Python of the system, which has the libraries of Debian's packages. One compiler's library is enough.
+    if(TARGET plugin_dds AND CMAKE_CXX_COMPILER_ID STREQUAL GNU AND EXISTS /usr/bin/python3)
+        add_test(NAME system.exchange
+            COMMAND /usr/bin/python3 ${system_dir}/exchange/exchange.py $<TARGET_FILE:dib> $<TARGET_FILE_DIR:plugin_dds>)
+        set_tests_properties(system.exchange PROPERTIES TIMEOUT 300 PROCESSORS 2 SKIP_RETURN_CODE 77)
+    endif()
 endif()

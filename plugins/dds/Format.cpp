@@ -271,6 +271,10 @@ bool useNumber(std::uint32_t number, const Dialect& dialect, Format& format) {
 bool useMasks(std::uint32_t flags, const Masks& given, const Dialect& dialect, Format& format) {
     Masks masks = given;
     if ((flags & (kHasAlpha | kIsAlpha)) == 0) masks.alpha = 0;
+    if (dialect.readsMore && (flags & kIsLuminance) != 0 && masks.bits >= 24) {
+        // No format has so many: Pillow announces the bits of colours, and stores bytes of grey and of alpha.
+        masks = masks.alpha == 0 ? Masks{8, 0xFF, 0, 0, 0} : Masks{16, 0xFF, 0, 0, 0xFF00};
+    }
     if ((flags & kIsLuminance) != 0) {
         // Writers that put the mask beside the texel mean all of it: nothing else fits into one byte.
         if (masks.bits == 8 && masks.alpha == 0 && (masks.red & 0xFF) == 0) masks.red = 0xFF;

@@ -12,7 +12,7 @@ namespace plugins::dds {
 
 // Where the reading of `LoadDDS`, which never changes, differs from what other programs show.
 struct Dialect {
-    bool readsMore;       // samples of 16 and 32 bits, signed ones, chroma, palettes
+    bool readsMore;       // samples of 16 and 32 bits, signed ones, chroma, palettes, wrong bit counts
     bool showsLight;      // BC6H through the gamma curve of linear light
     bool dividesByAlpha;  // colours that were multiplied by it
     bool keepsRows;       // of files that end early

@@ -149,6 +149,15 @@ TEST(DdsWide, Palettes) {
               (Bytes{21, 11, 1, 255, 255, 255, 255, 128, 21, 11, 1, 255}));
 }
 
+// Pillow 9 announces greys as if they were colours: their masks, and 24 or 32 bits.
+TEST(DdsWide, GreysAnnouncedAsColors) {
+    const PluginsInUse plugins;
+    constexpr std::uint32_t kMask = 0xFF0000;
+    EXPECT_EQ(shown(file(3, 1, masked(0x20000, 24, {kMask, kMask, kMask, 0}), {5, 6, 7})), (Bytes{5, 6, 7}));
+    EXPECT_EQ(shown(file(2, 1, masked(0x20001, 32, {kMask, kMask, kMask, 0xFF000000}), {5, 255, 7, 9})),
+              (Bytes{5, 5, 5, 255, 7, 7, 7, 9}));
+}
+
 // Puts numbers into the header at their offsets.
 Bytes with(Bytes bytes, std::initializer_list<std::pair<std::size_t, std::uint32_t>> fields) {
     for (const auto& [at, value] : fields) {
