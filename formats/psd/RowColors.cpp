@@ -11,11 +11,15 @@
 #include "dib/LightCurve.h"
 #include "formats/BitPlanes.h"
 #include "formats/psd/ChannelBytes.h"
+#include "formats/psd/Matte.h"
 #include "formats/psd/Outline.h"
 
 namespace formats::psd {
 
 namespace {
+
+// Few pixels of most pictures are half-transparent, so rows are handled in parts.
+constexpr std::size_t kPart = 256;
 
 float floatAt(const unsigned char* samples, std::size_t x) {
     return std::bit_cast<float>(dib::readBe32(samples + 4 * x));
@@ -41,32 +45,6 @@ double partAt(const unsigned char* samples, std::size_t x, int depth) {
         case 16: return dib::readBe16(samples + 2 * x) / 65535.0;
         default: return double{floatAt(samples, x)};
     }
-}
-
-// 255 / alpha; 1 where there is no colour to be found.
-constexpr auto kInverses = [] {
-    std::array<float, 256> inverses{};
-    for (std::size_t alpha = 0; alpha < 256; ++alpha)
-        inverses[alpha] = alpha == 0 ? 1.0F : 255.0F / static_cast<float>(alpha);
-    return inverses;
-}();
-
-// A colour is 255 - (255 - mixed) x 255 / alpha.
-DIB_ALWAYS_INLINE void removeWhite(const unsigned char* __restrict mixed, const float* __restrict inverses,
-                                   unsigned char* __restrict to, std::size_t count) {
-    for (std::size_t x = 0; x < count; ++x) {
-        const float raised = static_cast<float>(255 - mixed[x]) * inverses[x] + 0.5F;  // to be cut
-        const int ink = static_cast<int>(raised);
-        to[x] = static_cast<unsigned char>(ink < 255 ? 255 - ink : 0);
-    }
-}
-
-// Whether alpha is neither 0 nor 255 anywhere.
-DIB_ALWAYS_INLINE bool hasHalf(const unsigned char* alpha, std::size_t count) {
-    unsigned char found = 0;
-    for (std::size_t x = 0; x < count; ++x)
-        found = static_cast<unsigned char>(found | (static_cast<unsigned char>(alpha[x] + 1) & 0xFE));
-    return found != 0;
 }
 
 struct Lab {
@@ -115,70 +93,75 @@ bool RowColors::prepare(std::size_t width) {
     return true;
 }
 
-void RowColors::convert(const unsigned char* samples, bool isLight, unsigned char* to) const {
+void RowColors::convert(const unsigned char* samples, bool isLight, unsigned char* to,
+                        std::size_t count) const {
     switch (kind_.depth) {
-        case 1: dib::runKernel<bytesOfBits>(samples, to, width_); break;
-        case 16: dib::runKernel<bytesOfRoundedWords>(samples, to, width_); break;
-        case 32: isLight ? bytesOfLight(samples, to, width_) : bytesOfParts(samples, to, width_); break;
-        default: std::memcpy(to, samples, width_); break;
+        case 1: dib::runKernel<bytesOfBits>(samples, to, count); break;
+        case 16: dib::runKernel<bytesOfRoundedWords>(samples, to, count); break;
+        case 32: isLight ? bytesOfLight(samples, to, count) : bytesOfParts(samples, to, count); break;
+        default: std::memcpy(to, samples, count); break;
     }
 }
 
-const unsigned char* RowColors::bytesOf(std::size_t plane, const unsigned char* samples, bool isLight) {
+const unsigned char* RowColors::bytesOf(std::size_t plane, const unsigned char* samples) {
     if (samples == nullptr) return white();
     if (kind_.depth == 8) return samples;
-    convert(samples, isLight, own(plane));
+    const bool isLight = plane < static_cast<std::size_t>(kind_.colors);
+    convert(samples, isLight, own(plane), width_);
     return own(plane);
 }
 
-// In parts, because few pixels of most pictures are half-transparent.
-void RowColors::removeMatte(std::span<const unsigned char* const> samples, Planes& planes) {
-    constexpr std::size_t kPart = 64;
-    const auto colors = static_cast<std::size_t>(kind_.colors);
-    const unsigned char* alpha = planes[colors];
-    if (samples[colors] == nullptr || !dib::runKernel<hasHalf>(alpha, width_)) return;
-    Planes mixed = planes;
-    for (std::size_t color = 0; color < colors; ++color) planes[color] = own(color);
-    for (std::size_t x = 0; x < width_; x += kPart) {
-        const std::size_t count = std::min(kPart, width_ - x);
-        const bool isHalf = dib::runKernel<hasHalf>(alpha + x, count);
-        float inverses[kPart];
-        for (std::size_t i = 0; isHalf && i < count; ++i) inverses[i] = kInverses[alpha[x + i]];
-        for (std::size_t color = 0; color < colors; ++color) {
-            unsigned char* to = own(color) + x;
-            if (isHalf && kind_.depth == 8) {
-                dib::runKernel<removeWhite>(mixed[color] + x, inverses, to, count);
-                continue;
-            }
-            if (to != mixed[color] + x) std::memcpy(to, mixed[color] + x, count);
-            if (isHalf && samples[color] != nullptr) removeDeepMatte(samples, color, x, count);
+// From samples of more than 8 bits white is taken away before they lose bits.
+const unsigned char* RowColors::bytesOfMixed(std::size_t plane, const unsigned char* samples,
+                                             const unsigned char* alphaSamples, const unsigned char* alpha) {
+    if (samples == nullptr || kind_.depth <= 8) return bytesOf(plane, samples);
+    const auto sampleBytes = static_cast<std::size_t>(kind_.depth / 8);
+    const auto withoutWhite = kind_.depth == 16 ? wordsWithoutWhite : floatsWithoutWhite;
+    for (std::size_t first = 0; first < width_; first += kPart) {
+        const std::size_t count = std::min(kPart, width_ - first);
+        const std::size_t at = sampleBytes * first;
+        if (hasHalfTransparent(alpha + first, count)) {
+            withoutWhite(samples + at, alphaSamples + at, own(plane) + first, count);
+        } else {
+            convert(samples + at, true, own(plane) + first, count);
         }
     }
+    return own(plane);
 }
 
-// From the samples, before they lost bits.
-void RowColors::removeDeepMatte(std::span<const unsigned char* const> samples, std::size_t color,
-                                std::size_t first, std::size_t count) {
-    unsigned char* to = own(color);
-    for (std::size_t x = first; x < first + count; ++x) {
-        const double alpha = partAt(samples[static_cast<std::size_t>(kind_.colors)], x, kind_.depth);
-        if (!(alpha > 0 && alpha < 1)) continue;
-        const double value = (partAt(samples[color], x, kind_.depth) - (1 - alpha)) / alpha;
-        to[x] = kind_.depth == 16 ? nearestByte(255 * value) : dib::srgbCurve()(static_cast<float>(value));
+// Red, green, blue, black where there are four colours, and alpha become pixels. From bytes white is taken
+// away here.
+void RowColors::join(const Planes& planes, bool isMixed, unsigned char* pixels) {
+    const bool hasBlack = kind_.colors == 4;
+    const std::size_t alpha = hasBlack ? 4 : 3;
+    const auto pixelBytes = static_cast<std::size_t>(kind_.bitCount / 8);
+    const std::size_t most = isMixed ? kPart : width_;
+    for (std::size_t first = 0; first < width_; first += most) {
+        const std::size_t count = std::min(most, width_ - first);
+        unsigned char* to = pixels + pixelBytes * first;
+        Planes part = planes;
+        for (std::size_t plane = 0; plane <= alpha; ++plane) part[plane] += first;
+        if (isMixed && hasHalfTransparent(part[alpha], count)) {
+            joinWithoutWhite({part.data(), alpha + 1}, to, count);
+            continue;
+        }
+        if (hasBlack) darken(part, count);
+        joinColors({part.data(), pixelBytes}, to, count);
     }
 }
 
-void RowColors::darken(Planes& planes) {
+// Afterwards alpha is the fourth plane.
+void RowColors::darken(Planes& planes, std::size_t count) {
     for (std::size_t color = 0; color < 3; ++color) {
         unsigned char* to = own(kMostPlanes + color);
-        dib::runKernel<darkenBytes>(planes[color], planes[3], to, width_);
+        dib::runKernel<darkenBytes>(planes[color], planes[3], to, count);
         planes[color] = to;
     }
+    planes[3] = planes[4];
 }
 
-void RowColors::convertLab(std::span<const unsigned char* const> samples, Planes& planes) {
+void RowColors::convertLab(std::span<const unsigned char* const> samples, bool isMixed, Planes& planes) {
     const dib::LightCurve& curve = dib::srgbCurve();
-    const bool isMixed = kind_.hasAlpha && kind_.isMatted && samples[3] != nullptr;
     for (std::size_t x = 0; x < width_; ++x) {
         const double alpha = isMixed ? partAt(samples[3], x, kind_.depth) : 1;
         const Lab lab = labAt(samples, x, kind_.depth, alpha > 0 ? alpha : 1);
@@ -190,24 +173,24 @@ void RowColors::convertLab(std::span<const unsigned char* const> samples, Planes
 void RowColors::make(std::span<const unsigned char* const> samples, unsigned char* pixels) {
     const auto colors = static_cast<std::size_t>(kind_.colors);
     if (kind_.bitCount == 8) {
-        if (samples[0] != nullptr) return convert(samples[0], kind_.isLight, pixels);
+        if (samples[0] != nullptr) return convert(samples[0], kind_.isLight, pixels, width_);
         std::memset(pixels, 0xFF, width_);
         return;
     }
     Planes planes = {};
-    const unsigned char* alpha = kind_.hasAlpha ? bytesOf(colors, samples[colors], false) : white();
-    planes[colors] = alpha;
+    const unsigned char* alpha = kind_.hasAlpha ? bytesOf(colors, samples[colors]) : white();
+    const bool isMixed = kind_.hasAlpha && kind_.isMatted && samples[colors] != nullptr;
+    planes[colors == 4 ? 4 : 3] = alpha;
     if (kind_.mode == kLab) {
-        convertLab(samples, planes);
+        convertLab(samples, isMixed, planes);
     } else {
-        for (std::size_t color = 0; color < colors; ++color)
-            planes[color] = bytesOf(color, samples[color], true);
-        if (kind_.hasAlpha && kind_.isMatted) removeMatte(samples, planes);
+        for (std::size_t color = 0; color < colors; ++color) {
+            planes[color] = isMixed ? bytesOfMixed(color, samples[color], samples[colors], alpha)
+                                    : bytesOf(color, samples[color]);
+        }
+        if (colors == 1) planes[1] = planes[2] = planes[0];
     }
-    if (colors == 1) planes[1] = planes[2] = planes[0];
-    if (colors == 4) darken(planes);
-    planes[3] = alpha;
-    joinColors({planes.data(), static_cast<std::size_t>(kind_.bitCount / 8)}, pixels, width_);
+    join(planes, isMixed && kind_.depth == 8 && kind_.mode != kLab, pixels);
 }
 
 }  // namespace formats::psd

@@ -40,13 +40,13 @@ private:
     static constexpr std::size_t kBuffers = kMostPlanes + 4;
     unsigned char* own(std::size_t buffer) { return bytes_.get() + buffer * width_; }
     unsigned char* white() { return own(kBuffers - 1); }
-    void convert(const unsigned char* samples, bool isLight, unsigned char* to) const;
-    const unsigned char* bytesOf(std::size_t plane, const unsigned char* samples, bool isLight);
-    void removeMatte(std::span<const unsigned char* const> samples, Planes& planes);
-    void removeDeepMatte(std::span<const unsigned char* const> samples, std::size_t color, std::size_t first,
-                         std::size_t count);
-    void darken(Planes& planes);
-    void convertLab(std::span<const unsigned char* const> samples, Planes& planes);
+    void convert(const unsigned char* samples, bool isLight, unsigned char* to, std::size_t count) const;
+    const unsigned char* bytesOf(std::size_t plane, const unsigned char* samples);
+    const unsigned char* bytesOfMixed(std::size_t plane, const unsigned char* samples,
+                                      const unsigned char* alphaSamples, const unsigned char* alpha);
+    void join(const Planes& planes, bool isMixed, unsigned char* pixels);
+    void darken(Planes& planes, std::size_t count);
+    void convertLab(std::span<const unsigned char* const> samples, bool isMixed, Planes& planes);
 
     PlaneKind kind_;
     std::size_t width_ = 0;

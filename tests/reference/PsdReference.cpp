@@ -40,4 +40,19 @@ void storePsdPlanes(DibStream& image, int mode, int depth, const std::vector<int
     }
 }
 
+unsigned char withoutWhite(unsigned mixed, unsigned alpha, unsigned most) {
+    const std::uint64_t part = alpha == 0 ? most : alpha;
+    const std::uint64_t ink = most - mixed;
+    const std::uint64_t nearest = (2 * 255 * ink + part) / (2 * part);
+    return nearest >= 255 ? 0 : static_cast<unsigned char>(255 - nearest);
+}
+
+unsigned char srgbByte(float light) {
+    if (!(light > 0.0F)) return 0;
+    if (light >= 1.0F) return 255;
+    const double value =
+        double{light} <= 0.0031308 ? 12.92 * double{light} : 1.055 * std::pow(double{light}, 1 / 2.4) - 0.055;
+    return static_cast<unsigned char>(std::floor(value * 255.0 + 0.5));
+}
+
 }  // namespace reference

@@ -15,6 +15,11 @@ unsigned char psdSample(int depth, const unsigned char* row, int x);
 void storePsdPlanes(DibStream& image, int mode, int depth, const std::vector<int>& ids,
                     const std::vector<std::vector<unsigned char>>& planes);
 
+// The byte of a color from 0 to `most` whose ink is divided by an alpha from 0 to `most`.
+unsigned char withoutWhite(unsigned mixed, unsigned alpha, unsigned most);
+// The byte of light by the curve of sRGB.
+unsigned char srgbByte(float light);
+
 }  // namespace reference
 
 #endif

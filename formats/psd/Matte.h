@@ -1,0 +1,29 @@
+// Colours of half-transparent pixels are stored mixed with white, as they look on paper. Here the white is
+// taken away: the ink of a colour, which is what it keeps of the light, is divided by alpha.
+#ifndef FORMATS_PSD_MATTE_H
+#define FORMATS_PSD_MATTE_H
+
+#include <cstddef>
+#include <span>
+
+namespace formats::psd {
+
+// Whether alpha is neither 0 nor 255 anywhere.
+bool hasHalfTransparent(const unsigned char* alpha, std::size_t count);
+
+// The nearest bytes of colours without white: 255 - (255 - mixed) x 255 / alpha, but not below 0. Where alpha
+// is 0 the colours stay as they are.
+
+// Planes of bytes, red, green, blue, black when there are five, and alpha, become pixels of blue, green, red
+// and alpha. Black darkens the other colours.
+void joinWithoutWhite(std::span<const unsigned char* const> planes, unsigned char* pixels, std::size_t count);
+// Samples of a colour, of 16 bits, from 0 to 65535.
+void wordsWithoutWhite(const unsigned char* mixed, const unsigned char* alpha, unsigned char* to,
+                       std::size_t count);
+// The same of floats, which are light. Alpha outside of 0 to 1 keeps the colours as they are, too.
+void floatsWithoutWhite(const unsigned char* mixed, const unsigned char* alpha, unsigned char* to,
+                        std::size_t count);
+
+}  // namespace formats::psd
+
+#endif
