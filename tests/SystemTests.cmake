@@ -45,6 +45,12 @@ if(TARGET dibstream_python)
     add_test(NAME system.python
         COMMAND ${DIB_PYTHON_RUN} -m pytest -q -p no:cacheprovider --basetemp=${system_work}/python ${PROJECT_SOURCE_DIR}/python/tests)
     set_tests_properties(system.python PROPERTIES TIMEOUT 300)
+    if(NOT DIB_SANITIZE)
+        add_test(NAME system.cluster
+            COMMAND ${DIB_PYTHON_RUN} ${system_dir}/cluster.py
+                    ${PROJECT_SOURCE_DIR}/examples/cluster/map_pictures.py ${system_work}/cluster)
+        set_tests_properties(system.cluster PROPERTIES TIMEOUT 600 PROCESSORS 2 SKIP_RETURN_CODE 77)
+    endif()
 endif()
 
 # The tests below examine the libraries as they are installed: without instrumentation.

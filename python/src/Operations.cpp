@@ -245,6 +245,12 @@ py::object applyChain(const Image& image, const std::string& chain, const py::ob
         });
 }
 
+void checkChain(const std::string& chain) {
+    DibChain parsed;
+    DibOperationResult result;
+    if (!DibParseChain(chain.c_str(), &parsed, &result)) fail(result);
+}
+
 }  // namespace
 
 void bindOperations(py::module_& module, py::class_<Image>& image) {
@@ -253,6 +259,10 @@ void bindOperations(py::module_& module, py::class_<Image>& image) {
         if (!DibDescribeOperations(DIB_DESCRIBE_JSON, &text)) failWithoutMemory();
         return py::str(reinterpret_cast<const char*>(text.data), text.size);
     });
+    module.def("check_chain", &checkChain, py::arg("chain"), R"(check_chain(chain)
+--
+
+Raises ParameterError when the text is no chain of operations: before many pictures are opened.)");
     module.def("add_method",
                [image](const char* operation, const std::string& name, const std::string& doc) mutable {
                    const DibOperation* found = DibFindOperation(operation);
