@@ -103,6 +103,11 @@ if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
                 ${PROJECT_SOURCE_DIR} ${system_work}/packages ${CMAKE_CXX_COMPILER} ${DIB_CLANG})
     set_tests_properties(system.packages PROPERTIES TIMEOUT 1800 PROCESSORS 2 SKIP_RETURN_CODE 77)
 endif()
+if(TARGET dibstream_python AND DIB_INSTALL)
+    add_test(NAME system.wheel
+        COMMAND bash ${system_dir}/wheel.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} ${system_work}/wheel ${DIB_PYTHON})
+    set_tests_properties(system.wheel PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
+endif()
 if(TARGET dib AND DIB_LIBRARY_TYPE STREQUAL SHARED)
     # The library with one operation more.
     add_library(dibstream_pretend SHARED

@@ -96,4 +96,5 @@ class Format:
     write_depths: tuple[int, ...]  # that a file holds as they are; none when it cannot be saved
     has_layers: bool
     has_pages: bool
+    has_palette_alpha: bool  # holds Metadata.palette_alpha
     is_available: bool  # False when its plug-in is missing

@@ -36,7 +36,7 @@ def python_name(name: str) -> str:
 
 
 def _default(parameter: dict[str, Any]) -> str:
-    text = parameter["default"]
+    text: str = parameter["default"]
     is_number = parameter["type"] not in ("choice", "flags", "color", "path") and re.fullmatch(r"-?\d+(\.\d+)?", text)
     return text if is_number else repr(text)
 

@@ -431,7 +431,8 @@ py::object formats() {
             "name"_a = format->name, "title"_a = format->title, "extensions"_a = words(format->extensions),
             "mime_types"_a = words(format->mimeTypes), "read_depths"_a = depths(format->readDepths),
             "write_depths"_a = depths(format->writeDepths), "has_layers"_a = format->hasLayers,
-            "has_pages"_a = format->hasPages, "is_available"_a = DibIsFormatAvailable(format)));
+            "has_pages"_a = format->hasPages, "has_palette_alpha"_a = format->hasPaletteAlpha,
+            "is_available"_a = DibIsFormatAvailable(format)));
     }
     return list;
 }

@@ -1,6 +1,7 @@
 // Operations as methods: each row of the table is one (DibOperation.h).
 #include <DibOperation.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <string>
@@ -131,16 +132,9 @@ private:
     Pictures& pictures_;
 };
 
-// Colours that were transparent by their index are others after the palette has changed.
-bool hasSamePalette(const Image& one, const Image& other) {
-    if (one.bitCount() != other.bitCount() || one.paletteSize() != other.paletteSize()) return false;
-    const auto bytes = static_cast<std::size_t>(one.paletteSize()) * sizeof(DibBGRA);
-    return bytes == 0 || std::memcmp(one.palette(), other.palette(), bytes) == 0;
-}
-
-// Applies steps to a copy of an image, by `apply(copy, options, result, watch)`.
-template <class Apply>
-py::object applied(const Image& image, Pictures& pictures, const py::object& progress, const Apply& apply) {
+// Applies steps to a copy of an image.
+py::object applied(const Image& image, const DibStep* steps, int stepCount, Pictures& pictures,
+                   const py::object& progress) {
     DibApplyOptions how;
     how.inPlace = true;  // the copy is made here
     pictures.install(how);
@@ -150,7 +144,8 @@ py::object applied(const Image& image, Pictures& pictures, const py::object& pro
     const bool isDone = [&] {
         const py::gil_scoped_release unlocked;
         copy = image.clone();
-        return copy.hasPixels() && apply(copy.get(), how, result, watch);
+        return copy.hasPixels() &&
+               DibApply(copy.get(), steps, stepCount, &how, &result, watch.callback(), &watch);
     }();
     watch.rethrow();
     if (!copy.hasPixels() && result.code == DIB_OK) failWithoutMemory();
@@ -158,10 +153,12 @@ py::object applied(const Image& image, Pictures& pictures, const py::object& pro
     Origin origin = image.origin;
     if (result.noteCount > 0)
         origin.notes = py::tuple(origin.notes + notesOf(result.notes, result.noteCount));
-    auto made = std::make_unique<Image>(std::move(copy), std::move(origin));
-    if (!made->origin.metadata.attr("palette_alpha").is_none() && !hasSamePalette(image, *made))
-        made->origin.metadata = made->origin.metadata.attr("without_palette_alpha")();
-    return py::cast(std::move(made));
+    // Pixels that have changed are no longer transparent by their index.
+    const bool keepsIndices = std::all_of(steps, steps + stepCount,
+                                          [](const DibStep& step) { return step.operation->movesPixels; });
+    if (!keepsIndices && !origin.metadata.attr("palette_alpha").is_none())
+        origin.metadata = origin.metadata.attr("without_palette_alpha")();
+    return wrap(std::move(copy), std::move(origin));
 }
 
 // A method that applies one operation.
@@ -203,11 +200,7 @@ public:
                 throw py::type_error(name_ + "() missing required argument '" + names_[i] + "'");
         }
         const DibStep step = {&operation_, values.data()};
-        return applied(
-            image, pictures, progress,
-            [&](DibStream* copy, const DibApplyOptions& how, DibOperationResult& result, Watch& watch) {
-                return DibApply(copy, &step, 1, &how, &result, watch.callback(), &watch);
-            });
+        return applied(image, &step, 1, pictures, progress);
     }
 
 private:
@@ -237,12 +230,11 @@ private:
 };
 
 py::object applyChain(const Image& image, const std::string& chain, const py::object& progress) {
-    Pictures pictures;
-    return applied(
-        image, pictures, progress,
-        [&](DibStream* copy, const DibApplyOptions& how, DibOperationResult& result, Watch& watch) {
-            return DibApply(copy, chain.c_str(), &how, &result, watch.callback(), &watch);
-        });
+    DibChain parsed;
+    DibOperationResult result;
+    if (!DibParseChain(chain.c_str(), &parsed, &result)) fail(result);
+    Pictures none;
+    return applied(image, parsed.steps, parsed.stepCount, none, progress);
 }
 
 void checkChain(const std::string& chain) {

@@ -95,7 +95,9 @@ def test_palette_alpha_belongs_to_its_palette(picture):
     image.metadata = dibstream.Metadata(palette_alpha=b"\0\x80")
     image = dibstream.open(image.encode("png"), keep_palette=True)
     assert image.bits == 8 and image.metadata.palette_alpha == b"\0\x80"
-    assert image.rotate(10).metadata.palette_alpha == b"\0\x80"
+    assert image.scroll(5, 5).crop(0, 0, (9, 9)).metadata.palette_alpha == b"\0\x80"
+    assert image.apply("scroll:5,5 crop:0,0,9x9").metadata.palette_alpha == b"\0\x80"
+    assert image.apply("scroll:5,5 brighten:0.5").metadata.palette_alpha is None
     assert image.brighten(0.5).metadata.palette_alpha is None
     assert image.bpp(24).metadata.palette_alpha is None
     assert dibstream.open(image.encode("png")).bits == 32
