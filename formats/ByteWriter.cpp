@@ -71,9 +71,10 @@ std::size_t ByteWriter::readBack(void* out, std::size_t count) {
 std::int64_t ByteWriter::size() {
     if (memory_ != nullptr) return static_cast<std::int64_t>(memory_->size);
     const std::int64_t here = position();
-    if (std::fseek(file_, 0, SEEK_END) != 0) return -1;
+    // Seeking writes what is still buffered.
+    if (std::fseek(file_, 0, SEEK_END) != 0) isWhole_ = false;
     const std::int64_t end = position();
-    return seek(here) ? end : -1;
+    return isWhole_ && seek(here) ? end : -1;
 }
 
 }  // namespace formats

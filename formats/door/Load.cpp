@@ -119,7 +119,8 @@ bool hasPart(const DibFileInfo& info, const DibLoadOptions& options, DibFileResu
            (options.layer < 0 || check("layer", options.layer, info.layers));
 }
 
-// Formats that have no reader of their own here go through the classic loader.
+// The formats that AppKit decodes have no reader of their own: they go through the classic loader. All others
+// have one, and all formats have on Linux.
 bool readByPath(const FileFormat& format, ReadRequest& request) {
     const DecoderPath path(request);
     if (path.get() == nullptr) return false;
@@ -130,6 +131,11 @@ bool readByPath(const FileFormat& format, ReadRequest& request) {
 }
 
 bool hasPixels(const DibStream& image) { return image.Buffer != nullptr && dib::hasRows(image); }
+
+void append(DibFileResult& result, const char* text) {
+    const std::size_t length = std::strlen(result.reason);
+    std::snprintf(result.reason + length, sizeof result.reason - length, "%s", text);
+}
 
 // A picture that could be read in part is kept, with a warning, or refused, with a reason.
 bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request) {
@@ -146,7 +152,11 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
     }
     const std::size_t done = request.progress.rowsDone();
     const bool isDamage = result.code == DIB_ERROR_READ || result.code == DIB_ERROR_INVALID;
-    if (!isDamage || !hasPixels(*request.image) || done == 0) return false;
+    if (!isDamage || !hasPixels(*request.image)) return false;
+    if (done == 0) {
+        if (request.keepsDamaged()) append(result, ": no row could be read");
+        return false;
+    }
     const auto rows = static_cast<std::size_t>(dib::rowCount(request.image->Header->biHeight));
     if (request.keepsDamaged()) {
         note(result, DIB_NOTE_WARNING, "%.70s: %zu of %zu rows were read", result.reason, done, rows);
@@ -155,9 +165,9 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
         return true;
     }
     if (done >= rows) return false;
-    const std::size_t length = std::strlen(result.reason);
-    std::snprintf(result.reason + length, sizeof result.reason - length, " (in row %zu of %zu)", done + 1,
-                  rows);
+    char place[64];
+    std::snprintf(place, sizeof place, " (in row %zu of %zu)", done + 1, rows);
+    append(result, place);
     return false;
 }
 

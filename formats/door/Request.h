@@ -61,6 +61,9 @@ struct LayersRequest {
 // Stores the name of a packing in `info.compression`.
 void nameCompression(DibFileInfo& info, std::string_view name);
 
+// Stores pixels per inch; numbers that are no resolution become 0, which means that it is unknown.
+void setResolution(double x, double y, DibMetadata& metadata);
+
 // Encode an image that has pixels and a depth of the six. False with a code in `result` when it cannot;
 // the caller checks `file.isWhole()` for errors of writing.
 struct WriteRequest {

@@ -1,5 +1,6 @@
 // What a call notes, and why it fails.
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstring>
 
@@ -32,6 +33,11 @@ void nameCompression(DibFileInfo& info, std::string_view name) {
     const std::size_t length = std::min(name.size(), sizeof info.compression - 1);
     std::memcpy(info.compression, name.data(), length);
     info.compression[length] = '\0';
+}
+
+void setResolution(double x, double y, DibMetadata& metadata) {
+    metadata.xResolution = std::isfinite(x) && x > 0 ? x : 0;
+    metadata.yResolution = std::isfinite(y) && y > 0 ? y : 0;
 }
 
 namespace {

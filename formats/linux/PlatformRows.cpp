@@ -28,10 +28,10 @@ bool end(ReadRequest& request, bool isShortOfMemory, const char* damage = nullpt
 }
 
 template <Open open>
-bool read(ReadRequest& request) {
+bool decode(ReadRequest& request, bool keepsDamaged) {
     const DecoderOptions options = {.dialect = kWide,
                                     .page = request.options.page,
-                                    .keepsDamaged = request.keepsDamaged(),
+                                    .keepsDamaged = keepsDamaged,
                                     .keepsPalette = request.options.keepsPalette,
                                     .progress = &request.progress};
     const std::unique_ptr<FileDecoder> decoder = open(request.file, options);
@@ -48,6 +48,27 @@ bool read(ReadRequest& request) {
     request.progress.loseRows(decoder->rowsLost());
     const char* damage = decoder->damage();
     return (isRead && !isShortOfMemory && damage == nullptr) || end(request, isShortOfMemory, damage);
+}
+
+// A decoder that refuses damage reads far ahead, or gives a piece of the file as a whole or not at all. One
+// that keeps what it can counts the rows for the reason.
+template <Open open>
+void countRows(ReadRequest& request) {
+    DibFileResult unheard;
+    ReadRequest again = {request.file,  request.path, request.options,
+                         request.image, unheard,      request.progress};
+    if (request.file.seek(0)) decode<open>(again, true);
+}
+
+template <Open open>
+bool read(ReadRequest& request) {
+    if (decode<open>(request, request.keepsDamaged())) return true;
+    const bool isDamage = request.result.code == DIB_ERROR_READ || request.result.code == DIB_ERROR_INVALID;
+    const bool hasRows = request.image->Buffer != nullptr;
+    const Progress& progress = request.progress;
+    if (isDamage && hasRows && !request.keepsDamaged() && !progress.isCancelled() && progress.rowsDone() == 0)
+        countRows<open>(request);
+    return false;
 }
 
 template <Open open>

@@ -96,6 +96,7 @@ private:
     dib::MallocPtr<unsigned char> rows_;  // one, or all of an interlaced picture
     dib::MallocPtr<unsigned char> wide_;  // a row of pixels of 2 bits, each in 4
     std::size_t nextRow_ = 0;
+    std::size_t passRow_ = 0;  // that a pass of an interlaced picture is at
     unsigned char greys_[256 * 3] = {};
     char damage_[64] = "";
 };
@@ -320,15 +321,16 @@ bool PngDecoder::readPasses() {
     constexpr int kPasses = 7;
     for (int pass = 0; pass < kPasses; ++pass) {
         if (calls_.jump.run([this, pass] { readPass(pass, kPasses); })) continue;
-        if (pass == 0 || !options_.keepsDamaged || calls_.isShortOfMemory) return false;
-        std::snprintf(damage_, sizeof damage_, "the pixels end in pass %d of %d", pass + 1, kPasses);
-        return true;
+        std::snprintf(damage_, sizeof damage_, "the pixels end in pass %d of %d (in row %zu of %zu)",
+                      pass + 1, kPasses, passRow_ + 1, std::size_t{height_});
+        return pass > 0 && options_.keepsDamaged && !calls_.isShortOfMemory;
     }
     return true;
 }
 
 void PngDecoder::readPass(int pass, int passes) {
     for (std::size_t y = 0; y < height_; ++y) {
+        passRow_ = y;
         unsigned char* row = rows_.get() + y * rowBytes_;
         // Damaged pictures show each pixel of a pass as the block that it is for now.
         if (options_.keepsDamaged) {

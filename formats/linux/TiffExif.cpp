@@ -157,16 +157,18 @@ void copyOrThrow(std::span<const unsigned char> from, DibBytes& to) {
     if (!copyBytes(from, to)) throw std::bad_alloc();
 }
 
-// The block that writeTiffExif put at the start, up to the pixels: its directory follows the header, is not
-// that of the picture, and leads to the same entries. Its length; 0 when there is none.
+// The block that writeTiffExif put at the start: its own directory follows the header, is not that of the
+// picture, and leads to the same entries. Its length; 0 when there is none.
 std::size_t lengthOfOwnBlock(const Directories& file, std::uint64_t directory, std::uint64_t pixels) {
-    if (directory == kHeaderBytes || pixels <= kHeaderBytes || pixels > kMostMetadataBytes) return 0;
+    std::uint64_t end = std::min(directory, pixels);
+    if (end <= kHeaderBytes || end > kMostMetadataBytes) return 0;
+    unsigned char fill = 0;
+    if (end < pixels && file.read(end - 1, &fill, 1)) end -= std::min<unsigned>(fill, 2);
     const std::vector<Entry> own = file.entriesAt(kHeaderBytes);
     const std::vector<Entry> picture = file.entriesAt(directory);
     const auto isSame = [&](Tag tag) { return file.valueOf(own, tag) == file.valueOf(picture, tag); };
     const bool isOfPixels = file.valueOf(own, kStrips) != 0 || file.valueOf(own, kTiles) != 0;
-    return !own.empty() && !isOfPixels && isSame(kExif) && isSame(kGps) ? static_cast<std::size_t>(pixels)
-                                                                        : 0;
+    return !own.empty() && !isOfPixels && isSame(kExif) && isSame(kGps) ? static_cast<std::size_t>(end) : 0;
 }
 
 }  // namespace
@@ -217,10 +219,15 @@ bool exifForTiff(const DibMetadata& metadata, DibBytes& block) {
     return copyBytes(copier.finish(block.data), block);
 }
 
-void writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
-    if (block.size == 0) return;
+std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
+    if (block.size == 0) return 0;
+    std::size_t textBytes = 0;
     file.seek(kHeaderBytes);
     file.bytes(block.data + kHeaderBytes, block.size - kHeaderBytes);
+    // Directories begin at even places. Fill in front of the picture's says how long it is, so that the block
+    // keeps its length.
+    constexpr unsigned char kFill[2][2] = {{2, 2}, {1}};
+    file.bytes(kFill[block.size % 2], kFill[block.size % 2][0]);
     ByteReader reader(block.data, block.size);
     const Directories from(reader, block.data[0] == 'I');
     const std::vector<Entry> entries = from.entriesAt(kHeaderBytes);
@@ -236,7 +243,9 @@ void writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
         const unsigned char* text = isInEntry ? entry.bytes.data() + 8 : block.data + place;
         const std::string copy(reinterpret_cast<const char*>(text), entry.count);
         TIFFSetField(tiff, entry.tag, copy.c_str());
+        textBytes += copy.size() + 2;  // with a NUL, at an even place
     }
+    return textBytes;
 }
 
 }  // namespace formats

@@ -21,8 +21,9 @@ bool isTiffExif(const DibBytes& block);
 bool exifForTiff(const DibMetadata& metadata, DibBytes& block);
 // Puts the block at the start of a file that the library has just begun, and what names its parts into the
 // directory. The file has the order of bytes that the block has. Offsets within the
-// block are offsets of the file then, those of camera makers' notes, too.
-void writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block);
+// block are offsets of the file then, those of camera makers' notes, too. Returns the most bytes that texts
+// take behind the directory.
+std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block);
 
 }  // namespace formats
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -405,8 +404,7 @@ void TiffDecoder::readMetadata(DibMetadata& metadata) const {
     float y = 0;
     TIFFGetField(tiff_.get(), TIFFTAG_XRESOLUTION, &x);
     TIFFGetField(tiff_.get(), TIFFTAG_YRESOLUTION, &y);
-    metadata.xResolution = std::isfinite(x) && x > 0 ? x * scale : 0;
-    metadata.yResolution = std::isfinite(y) && y > 0 ? y * scale : 0;
+    setResolution(x * scale, y * scale, metadata);
 }
 
 bool TiffDecoder::describe(DibFileInfo& info, DibFileResult& result) {

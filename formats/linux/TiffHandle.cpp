@@ -8,7 +8,7 @@ namespace formats {
 namespace {
 
 TiffSource& sourceOf(thandle_t handle) { return *static_cast<TiffSource*>(handle); }
-ByteWriter& writerOf(thandle_t handle) { return *static_cast<ByteWriter*>(handle); }
+TiffTarget& targetOf(thandle_t handle) { return *static_cast<TiffTarget*>(handle); }
 
 tmsize_t readFrom(thandle_t handle, void* out, tmsize_t bytes) {
     return static_cast<tmsize_t>(sourceOf(handle).file.copy(out, static_cast<std::size_t>(bytes)));
@@ -16,8 +16,7 @@ tmsize_t readFrom(thandle_t handle, void* out, tmsize_t bytes) {
 tmsize_t readNothing(thandle_t, void*, tmsize_t) { return 0; }
 tmsize_t writeNothing(thandle_t, void*, tmsize_t) { return 0; }
 tmsize_t writeTo(thandle_t handle, void* from, tmsize_t bytes) {
-    writerOf(handle).bytes(from, static_cast<std::size_t>(bytes));
-    return writerOf(handle).isWhole() ? bytes : 0;
+    return static_cast<tmsize_t>(targetOf(handle).write(from, static_cast<std::size_t>(bytes)));
 }
 
 template <class File>
@@ -30,8 +29,8 @@ toff_t seekIn(File& file, toff_t offset, int origin) {
 toff_t seekSource(thandle_t handle, toff_t offset, int origin) {
     return seekIn(sourceOf(handle).file, offset, origin);
 }
-toff_t seekWriter(thandle_t handle, toff_t offset, int origin) {
-    return seekIn(writerOf(handle), offset, origin);
+toff_t seekTarget(thandle_t handle, toff_t offset, int origin) {
+    return seekIn(targetOf(handle), offset, origin);
 }
 template <class File>
 toff_t lengthOf(File& file) {
@@ -39,7 +38,7 @@ toff_t lengthOf(File& file) {
     return size > 0 ? static_cast<toff_t>(size) : 0;
 }
 toff_t sizeOfSource(thandle_t handle) { return lengthOf(sourceOf(handle).file); }
-toff_t sizeOfWriter(thandle_t handle) { return lengthOf(writerOf(handle)); }
+toff_t sizeOfTarget(thandle_t handle) { return lengthOf(targetOf(handle)); }
 
 // The file has another owner.
 int closeNothing(thandle_t) { return 0; }
@@ -83,11 +82,11 @@ TiffPtr readTiff(TiffSource& source) {
         &source);
 }
 
-TiffPtr writeTiffTo(ByteWriter& file, const char* mode) {
+TiffPtr writeTiff(TiffTarget& target, const char* mode) {
     return open(
         [&](TIFFOpenOptions* options) {
-            return TIFFClientOpenExt("", mode, &file, readNothing, writeTo, seekWriter, closeNothing,
-                                     sizeOfWriter, nullptr, nullptr, options);
+            return TIFFClientOpenExt("", mode, &target, readNothing, writeTo, seekTarget, closeNothing,
+                                     sizeOfTarget, nullptr, nullptr, options);
         },
         nullptr);
 }

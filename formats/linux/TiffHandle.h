@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "formats/ByteReader.h"
-#include "formats/ByteWriter.h"
+#include "formats/linux/TiffTarget.h"
 
 namespace formats {
 
@@ -26,7 +26,7 @@ struct TiffSource {
 // Both must outlive the result, which is null when the library refuses the file or memory is short.
 TiffPtr readTiff(TiffSource& source);
 // The order of bytes within numbers: "wl" from the lowest on, "wb" from the highest on.
-TiffPtr writeTiffTo(ByteWriter& file, const char* mode = "wl");
+TiffPtr writeTiff(TiffTarget& target, const char* mode = "wl");
 
 // Pictures in a file, by the chain of its directories; as many as 65536 are counted.
 int countTiffPages(ByteReader& file);

@@ -73,7 +73,7 @@ void setPalette(TIFF* tiff, const OutgoingPicture& picture) {
 }
 
 void setMetadata(TIFF* tiff, const DibMetadata* metadata, bool isGrey) {
-    const int orientation = metadata != nullptr ? std::clamp(metadata->orientation, 1, 8) : 1;
+    const int orientation = metadata != nullptr ? metadata->orientation : 1;
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, orientation);
     if (metadata == nullptr) return;
     if (metadata->xResolution > 0 || metadata->yResolution > 0) {
@@ -89,6 +89,17 @@ void setMetadata(TIFF* tiff, const DibMetadata* metadata, bool isGrey) {
     }
 }
 
+// Of the directory and of the values that are too long for its entries, without the texts of an EXIF block.
+std::size_t mostDirectoryBytes(const OutgoingPicture& picture, int strips, const DibMetadata* metadata) {
+    constexpr std::size_t kMostEntries = 32;
+    constexpr std::size_t kEntries = 2 + kMostEntries * 12 + 4;
+    constexpr std::size_t kShortValues = 64;  // bits of four samples, resolution, what makes places even
+    const std::size_t placesAndLengths = std::size_t{8} * static_cast<std::size_t>(strips);
+    const std::size_t palette = picture.kind() == PixelKind::kPalette ? 6 * 256 : 0;
+    const std::size_t profile = metadata != nullptr ? metadata->colorProfile.size : 0;
+    return kEntries + kShortValues + placesAndLengths + palette + profile;
+}
+
 bool writeStrip(TIFF* tiff, int number, const unsigned char* from, std::size_t bytes) {
     const auto count = static_cast<tmsize_t>(bytes);
     return TIFFWriteEncodedStrip(tiff, static_cast<std::uint32_t>(number), const_cast<unsigned char*>(from),
@@ -98,7 +109,8 @@ bool writeStrip(TIFF* tiff, int number, const unsigned char* from, std::size_t b
 }  // namespace
 
 bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture) {
-    const TiffPtr owner = writeTiffTo(file);
+    TiffTarget target(file);
+    const TiffPtr owner = writeTiff(target);
     TIFF* tiff = owner.get();
     if (tiff == nullptr) return false;
     describe(tiff, picture.width, picture.height, 8, 4, PHOTOMETRIC_RGB);
@@ -124,7 +136,8 @@ bool writeTiff(WriteRequest& request) {
     DibBytes exif;
     const bool hasExif = metadata == nullptr || exifForTiff(*metadata, exif);
     const bool isBig = exif.size > 0 && exif.data[0] == 'M';
-    const TiffPtr owner = writeTiffTo(request.file, isBig ? "wb" : "wl");
+    TiffTarget target(request.file);
+    const TiffPtr owner = writeTiff(target, isBig ? "wb" : "wl");
     TIFF* tiff = owner.get();
     if (strip == nullptr || tiff == nullptr || !hasExif || !picture.start()) {
         if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
@@ -134,8 +147,10 @@ bool writeTiff(WriteRequest& request) {
     setCompression(tiff, request.options, picture);
     setPalette(tiff, picture);
     setMetadata(tiff, metadata, picture.kind() == PixelKind::kGrey);
-    writeTiffExif(tiff, request.file, exif);
+    const std::size_t textBytes = writeTiffExif(tiff, request.file, exif);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
+    const int strips = (height + rows - 1) / rows;
+    target.leaveRoom(mostDirectoryBytes(picture, strips, metadata) + textBytes);
     for (int y = 0; y < height; ++y) {
         std::memcpy(strip.get() + static_cast<std::size_t>(y % rows) * rowBytes, picture.row(y), rowBytes);
         const bool isLast = y + 1 == height;
@@ -146,7 +161,12 @@ bool writeTiff(WriteRequest& request) {
         if (!request.progress.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(height)))
             return false;
     }
-    return TIFFFlush(tiff) == 1;
+    target.beginDirectory();
+    if (TIFFFlush(tiff) != 1 || !target.endDirectory(!isBig)) {
+        if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
+        return false;
+    }
+    return true;
 }
 
 }  // namespace formats

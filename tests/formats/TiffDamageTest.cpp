@@ -1,4 +1,5 @@
 // Damaged TIFF files through DibFile.h: what can be decoded is kept, and nothing else is said to be there.
+#include <DibCodec.h>
 #include <tiffio.h>
 
 #include "dib/Bytes.h"
@@ -14,7 +15,7 @@ using testing_support::randomImage;
 // A code below 128 is followed by as many bytes and one, others by a byte that is repeated 257 - code times.
 constexpr unsigned kPackBits = 32773;
 
-// Encoders write the directory last, where a cut loses it. This moves the pixels behind it.
+// Most programs write the directory last, where a cut loses it. This moves the pixels behind it.
 Bytes withPixelsLast(Bytes file) {
     const std::size_t directory = dib::readLe32(&file[4]);
     const std::size_t entries = dib::readLe16(&file[directory]);
@@ -48,7 +49,7 @@ Bytes tiffOf(const DibStream& image, DibTiffCompression compression) {
 
 TEST(TiffDamage, RowsOfCutStripsAreCountedAsTheyAreThere) {
     const DibPtr image = randomImage(30, 40, 24, 9);
-    const Bytes plain = withPixelsLast(tiffOf(*image, DIB_TIFF_NONE));
+    const Bytes plain = tiffOf(*image, DIB_TIFF_NONE);
     const std::size_t pixels = plain.size() - 40 * 90;
     ASSERT_TRUE(opened(plain).isLoaded);
     for (const std::size_t length : {std::size_t{1}, std::size_t{89}, std::size_t{90}, std::size_t{91},
@@ -56,11 +57,15 @@ TEST(TiffDamage, RowsOfCutStripsAreCountedAsTheyAreThere) {
         const Bytes cut = cutTo(plain, pixels + length);
         const Opened refused = opened(cut);
         EXPECT_FALSE(refused.isLoaded);
-        EXPECT_STREQ(refused.result.reason, "the file ends in strip 1 of 1");
         const std::size_t rows = length / 90;
+        const std::string row = rows > 0 ? " (in row " + std::to_string(rows + 1) + " of 40)" : "";
+        EXPECT_EQ(refused.result.reason, "the file ends in strip 1 of 1" + row);
         const Opened kept = opened(cut, keepingDamaged());
         EXPECT_EQ(kept.isLoaded, rows > 0) << length;
-        if (!kept.isLoaded) continue;
+        if (!kept.isLoaded) {
+            EXPECT_EQ(kept.reason(), "the file ends in strip 1 of 1: no row could be read");
+            continue;
+        }
         EXPECT_EQ(kept.note(0),
                   "the file ends in strip 1 of 1: " + std::to_string(rows) + " of 40 rows were read");
         for (int y = 0; y < 40; ++y) {
@@ -75,12 +80,12 @@ TEST(TiffDamage, RowsOfCutStripsAreCountedAsTheyAreThere) {
 // found.
 TEST(TiffDamage, PackedRowsAreKeptUpToTheCut) {
     const DibPtr image = randomImage(300, 600, 24, 9);  // three strips
-    for (const DibTiffCompression compression : {DIB_TIFF_DEFLATE, DIB_TIFF_LZW, DIB_TIFF_PACKBITS}) {
-        const Bytes file = withPixelsLast(tiffOf(*image, compression));
+    for (const DibTiffCompression compression :
+         {DIB_TIFF_DEFLATE, DIB_TIFF_LZW, DIB_TIFF_PACKBITS, DIB_TIFF_NONE}) {
+        const Bytes file = tiffOf(*image, compression);
         ASSERT_TRUE(opened(file).isLoaded);
-        for (const std::size_t part : {5U, 50U, 95U}) {
-            const std::size_t packed = file.size() / 2;
-            const Bytes cut = cutTo(file, file.size() - packed + packed * part / 100);
+        for (const std::size_t part : {5U, 25U, 50U, 75U, 99U}) {
+            const Bytes cut = cutTo(file, file.size() * part / 100);
             EXPECT_EQ(opened(cut).result.code, 4);
             const Opened kept = opened(cut, keepingDamaged());
             ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
@@ -132,7 +137,7 @@ TEST(TiffDamage, TilesAndPlanesAreKeptOneByOne) {
     TiffBuilder tiled(32, 16, 8, 1, 1, {0x81, 7, 0x81, 7});  // 128 bytes each
     tiled.tiles(16, 16).set(259, {kPackBits});
     tiled.pieces.push_back({0xB1, 9});  // five rows of sixteen
-    EXPECT_STREQ(opened(tiled.bytes()).result.reason, "tile 2 of 2 is damaged");
+    EXPECT_STREQ(opened(tiled.bytes()).result.reason, "tile 2 of 2 is damaged (in row 6 of 16)");
     const Opened tiles = opened(tiled.bytes(), keepingDamaged());
     ASSERT_TRUE(tiles.isLoaded) << tiles.result.reason;
     EXPECT_EQ(tiles.note(0), "tile 2 of 2 is damaged: 5 of 16 rows were read");
@@ -154,15 +159,58 @@ TEST(TiffDamage, TilesAndPlanesAreKeptOneByOne) {
 }
 
 TEST(TiffDamage, ALostDirectoryIsNamed) {
-    const Bytes file = tiffOf(*randomImage(30, 40, 24, 9), DIB_TIFF_NONE);
-    for (const std::size_t length : {std::size_t{200}, std::size_t{3608}}) {
+    const DibPtr image = randomImage(30, 40, 32, 9);
+    const codec_test::TemporaryFile saved(".tif");
+    ASSERT_TRUE(SaveTIFF(saved.path(), image.get(), nullptr, nullptr));  // pixels first
+    const Bytes file = saved.bytes();
+    for (const std::size_t length : {std::size_t{200}, std::size_t{4808}}) {
         const Opened kept = opened(cutTo(file, length), keepingDamaged());
         EXPECT_FALSE(kept.isLoaded);
         EXPECT_STREQ(kept.result.reason,
                      "the file ends before its directory, without which no pixels are found");
     }
-    EXPECT_STREQ(opened(cutTo(file, 3620), keepingDamaged()).result.reason,
-                 "the file ends inside its directory");
+    for (const Bytes& cut : {cutTo(file, 4820), cutTo(tiffOf(*image, DIB_TIFF_NONE), 40)}) {
+        EXPECT_STREQ(opened(cut, keepingDamaged()).result.reason, "the file ends inside its directory");
+    }
+}
+
+// Packings that this library reads and does not write. All rows are in one strip.
+TEST(TiffDamage, RowsOfForeignPackingsAreKeptUpToTheCut) {
+    constexpr int kHeight = 800;
+    Bytes pixels(std::size_t{300} * 3 * kHeight);
+    testing_support::Random random(5);
+    for (unsigned char& byte : pixels) byte = static_cast<unsigned char>(random.next());
+    for (const auto& [compression, least] : {std::pair(COMPRESSION_ZSTD, 145), {COMPRESSION_LZMA, 390}}) {
+        if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) == 0) continue;
+        const codec_test::TemporaryFile saved(".tif");
+        TIFF* tiff = TIFFOpen(saved.path(), "wl");
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 300);
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kHeight);
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+        TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kHeight);
+        TIFFWriteEncodedStrip(tiff, 0, pixels.data(), static_cast<tmsize_t>(pixels.size()));
+        TIFFClose(tiff);
+        const Bytes file = withPixelsLast(saved.bytes());
+        const Opened whole = opened(file);
+        ASSERT_TRUE(whole.isLoaded) << whole.result.reason;
+        // The pixels are there twice.
+        const Opened kept = opened(cutTo(file, file.size() * 3 / 4), keepingDamaged());
+        ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+        int rows = 0;
+        ASSERT_EQ(std::sscanf(kept.note(0).c_str(), "the file ends in strip 1 of 1: %d of 800", &rows), 1)
+            << kept.note(0);
+        EXPECT_GE(rows, least);
+        EXPECT_LE(rows, 401);
+        for (int y = 0; y < kHeight; ++y) {
+            ASSERT_EQ(codec_test::rowBytes(*kept.image, y),
+                      y < rows ? codec_test::rowBytes(*whole.image, y) : Bytes(900, 0))
+                << y;
+        }
+    }
 }
 
 // Pieces packed as JPEG, of which the library decodes something whatever happens.
@@ -213,7 +261,7 @@ TEST(TiffDamage, JpegPiecesAreKeptUpToTheCut) {
 }
 
 TEST(TiffDamage, FailingAllocationsAreCode2) {
-    const Bytes file = withPixelsLast(tiffOf(*randomImage(30, 40, 24, 9), DIB_TIFF_LZW));
+    const Bytes file = tiffOf(*randomImage(30, 40, 24, 9), DIB_TIFF_LZW);
     EXPECT_GT(failEveryLoad(cutTo(file, file.size() - 300), keepingDamaged()), 3);
 }
 

@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "dib/Bytes.h"
+#include "formats/Exif.h"
+#include "formats/linux/TiffHandle.h"
 #include "tests/formats/PlatformDoorTest.h"
 #include "tests/formats/TiffBuilder.h"
 
@@ -189,6 +191,62 @@ TEST(TiffDoor, LossesAreNoted) {
     for (const int bitCount : {1, 4, 8, 24, 32})
         EXPECT_EQ(lossesOf(*randomImage(3, 3, bitCount, 1), "tiff"), "") << bitCount;
     EXPECT_EQ(lossesOf(*randomImage(3, 3, 16, 1), "tiff"), "16 bits a pixel become 24;");
+}
+
+// Three rows, each a strip, and places that count from the high byte.
+Bytes writtenWithRoom(std::size_t roomBytes) {
+    DibBytes bytes;
+    formats::ByteWriter writer(bytes);
+    formats::TiffTarget target(writer);
+    const formats::TiffPtr tiff = formats::writeTiff(target, "wb");
+    TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, 3);
+    TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, 3);
+    TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, 1);
+    TIFFSetField(tiff.get(), TIFFTAG_SOFTWARE, "a text of some length");
+    target.leaveRoom(roomBytes);
+    for (unsigned char y = 0; y < 3; ++y) {
+        unsigned char row[3] = {y, 7, 9};
+        EXPECT_EQ(TIFFWriteEncodedStrip(tiff.get(), y, row, sizeof row), 3);
+    }
+    target.beginDirectory();
+    EXPECT_EQ(TIFFFlush(tiff.get()), 1);
+    EXPECT_TRUE(target.endDirectory(false));
+    return bytesOf(bytes);
+}
+
+TEST(TiffDoor, TheDirectoryComesFirstWhereItHasRoom) {
+    for (const std::size_t room : {std::size_t{400}, std::size_t{10}}) {
+        const Bytes file = writtenWithRoom(room);
+        EXPECT_EQ(dib::readBe32(&file[4]), room == 400 ? 8U : 28U);
+        const Opened load = opened(file);
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        for (unsigned char y = 0; y < 3; ++y)
+            EXPECT_EQ(codec_test::rowBytes(*load.image, y), (Bytes{y, 7, 9}));
+        const codec_test::TemporaryFile saved(".tif", file);
+        TIFF* tiff = TIFFOpen(saved.path(), "r");
+        const char* text = nullptr;
+        EXPECT_EQ(TIFFGetField(tiff, TIFFTAG_SOFTWARE, &text), 1);
+        EXPECT_STREQ(text, "a text of some length");
+        TIFFClose(tiff);
+    }
+    // Palettes, profiles and many strips have room.
+    DibMetadata metadata;
+    Bytes profile(std::size_t{5001}, 1);
+    std::memcpy(&profile[16], "RGB ", 4);
+    formats::copyBytes(profile, metadata.colorProfile);
+    DibSaveOptions options;
+    options.format = "tiff";
+    options.metadata = &metadata;
+    for (const int bitCount : {1, 4, 8, 24, 32}) {
+        for (const int height : {1, 9, 3000}) {
+            DibBytes bytes;
+            ASSERT_TRUE(DibSaveMemory(&bytes, randomImage(301, height, bitCount, 3).get(), &options));
+            EXPECT_EQ(dib::readLe32(bytes.data + 4), 8U) << bitCount << " " << height;
+            EXPECT_EQ(bytesOf(opened(bytesOf(bytes)).result.metadata.colorProfile), profile);
+        }
+    }
 }
 
 }  // namespace
