@@ -49,6 +49,9 @@ private:
     int error_ = 0;
 };
 
+// Whether a path leads to a folder.
+bool isFolder(const char* path);
+
 }  // namespace files
 
 #endif

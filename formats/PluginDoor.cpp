@@ -1,6 +1,5 @@
 // What the functions of DibFile.h do by a bundle that describes itself.
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -73,8 +72,6 @@ private:
     DibPluginCall record_ = {};
 };
 
-double resolution(double value) { return std::isfinite(value) && value > 0 ? value : 0; }
-
 void copyInfo(const DibPluginInfo& from, ProbeRequest& request) {
     DibFileInfo& info = request.info;
     info.width = from.width;
@@ -89,8 +86,7 @@ void copyInfo(const DibPluginInfo& from, ProbeRequest& request) {
     info.isTopDown = from.isTopDown;
     nameCompression(info, {from.compression, strnlen(from.compression, sizeof from.compression)});
     DibMetadata& metadata = request.result.metadata;
-    metadata.xResolution = resolution(from.xResolution);
-    metadata.yResolution = resolution(from.yResolution);
+    setResolution(from.xResolution, from.yResolution, metadata);
     metadata.orientation = from.orientation >= 1 && from.orientation <= 8 ? from.orientation : 1;
 }
 

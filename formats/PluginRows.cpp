@@ -11,6 +11,7 @@
 #include "formats/diagnosis/DdsHeader.h"
 #include "formats/diagnosis/ExrHeader.h"
 #include "formats/door/DecoderPath.h"
+#include "formats/door/Frame.h"
 
 namespace formats {
 
@@ -95,8 +96,7 @@ bool probeExrHeader(ProbeRequest& request) {
     request.info.hasAlpha = header.has(layer + "A");
     request.info.storedBits = header.sampleBits;
     nameCompression(request.info, header.compression);
-    request.result.metadata.xResolution = header.pixelsPerInch;
-    request.result.metadata.yResolution = header.pixelsPerInch * header.pixelAspect;
+    setResolution(header.pixelsPerInch, header.pixelsPerInch * header.pixelAspect, request.result.metadata);
     return setSize(request.info, header.width, header.height,
                    !hasColors && !hasChroma && !request.info.hasAlpha);
 }
@@ -118,9 +118,16 @@ const Bundle* describedBundleOf(const FileFormat& format) {
     return bundle != nullptr && bundle->isDescribed && bundle->isUsable() ? bundle : nullptr;
 }
 
+// What the headers do not tell here, the plug-in would: a probe fails as a load does when that is missing.
+bool refuseUnavailable(const FileFormat& format, ProbeRequest& request) {
+    isAvailable(format, &request.result);
+    return false;
+}
+
 bool probeExr(ProbeRequest& request) {
     const Bundle* bundle = describedBundleOf(kExrFormat);
-    return bundle != nullptr ? probeByBundle(*bundle, request) : probeExrHeader(request);
+    if (bundle != nullptr) return probeByBundle(*bundle, request);
+    return probeExrHeader(request) || refuseUnavailable(kExrFormat, request);
 }
 
 bool readExr(ReadRequest& request) {
@@ -133,7 +140,8 @@ bool readExr(ReadRequest& request) {
 
 bool probeDds(ProbeRequest& request) {
     const Bundle* bundle = describedBundleOf(kDdsFormat);
-    return bundle != nullptr ? probeByBundle(*bundle, request) : probeDdsHeader(request);
+    if (bundle != nullptr) return probeByBundle(*bundle, request);
+    return probeDdsHeader(request) || refuseUnavailable(kDdsFormat, request);
 }
 
 bool readDds(ReadRequest& request) {

@@ -115,6 +115,11 @@ ReplacedFile::~ReplacedFile() {
     if (isTemporary_) ::unlink(path_.c_str());
 }
 
+bool isFolder(const char* path) {
+    struct stat found {};
+    return ::stat(path, &found) == 0 && S_ISDIR(found.st_mode);
+}
+
 bool ReplacedFile::storeOnDisk(int descriptor) {
     // Devices and pipes have no disk.
     return fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;

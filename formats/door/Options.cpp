@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 
@@ -46,7 +47,19 @@ bool areFormats(const char* const* names, DibFileResult& result) {
     return true;
 }
 
+bool isResolution(double value, const char* field, DibFileResult& result) {
+    if (std::isfinite(value) && value >= 0) return true;
+    return refuse(result, DIB_ERROR_MISMATCH, "%s is %g, but must be a finite number of 0 or more", field,
+                  value);
+}
+
 }  // namespace
+
+bool isPossible(const DibMetadata& metadata, DibFileResult& result) {
+    return isResolution(metadata.xResolution, "DibMetadata::xResolution", result) &&
+           isResolution(metadata.yResolution, "DibMetadata::yResolution", result) &&
+           isBetween(metadata.orientation, 1, 8, "DibMetadata::orientation", result);
+}
 
 bool completeOptions(const DibLoadOptions* options, DibLoadOptions& complete, DibFileResult& result) {
     return copyOptions(options, complete, kFirstLoadOptions, "DibLoadOptions", result) &&

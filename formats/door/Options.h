@@ -10,6 +10,8 @@ namespace formats {
 // have. Null options are the defaults. False with code 8 and a reason when a field is out of its range.
 bool completeOptions(const DibLoadOptions* options, DibLoadOptions& complete, DibFileResult& result);
 bool completeOptions(const DibSaveOptions* options, DibSaveOptions& complete, DibFileResult& result);
+// The same for the metadata that a file is to hold.
+bool isPossible(const DibMetadata& metadata, DibFileResult& result);
 
 }  // namespace formats
 

@@ -21,7 +21,7 @@ namespace {
 
 struct Save {
     const DibStream& image;
-    const DibSaveOptions& options;
+    DibSaveOptions& options;
     DibFileResult& result;
     Progress& progress;
     const FileFormat* format = nullptr;
@@ -40,6 +40,20 @@ bool refuseEmpty(DibFileResult& result) {
     return refuse(result, DIB_ERROR_INVALID, "the image has no pixels");
 }
 
+// A path whose extension is that of no format.
+bool refuseName(const char* path, const char* extension, DibFileResult& result) {
+    if (*extension != '\0')
+        return refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the extension \"%.60s\"", extension);
+    return refuse(result, DIB_ERROR_UNSUPPORTED,
+                  "'%.120s' has no extension: name a format, or a file name that ends in .png, .tif ...",
+                  path);
+}
+
+bool isOfFile(const char* path, DibFileResult& result) {
+    if (*path == '\0') return refuse(result, DIB_ERROR_OPEN, "the path is empty");
+    return !files::isFolder(path) || refuse(result, DIB_ERROR_OPEN, "'%.200s' is a folder", path);
+}
+
 // By the option, else by the extension of the path.
 const FileFormat* chooseFormat(const char* name, const char* path, DibFileResult& result) {
     const FileFormat* format = nullptr;
@@ -48,10 +62,8 @@ const FileFormat* chooseFormat(const char* name, const char* path, DibFileResult
         if (format == nullptr) refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the name %.60s", name);
     } else if (path != nullptr) {
         const char* extension = extensionOf(path);
-        format = formatOfExtension(extension);
-        if (format == nullptr) {
-            refuse(result, DIB_ERROR_UNSUPPORTED, "no format has the extension \"%.60s\"", extension);
-        }
+        format = *extension != '\0' ? formatOfExtension(extension) : nullptr;
+        if (format == nullptr) refuseName(path, extension, result);
     } else {
         refuse(result, DIB_ERROR_UNSUPPORTED, "no format is chosen (DibSaveOptions::format)");
     }
@@ -91,7 +103,8 @@ public:
     }
 };
 
-// Formats that have no writer of their own here go through the classic saver.
+// The formats that AppKit encodes have no writer of their own: they go through the classic saver. All others
+// that can be saved have one, and all formats have on Linux.
 bool writeByPath(WriteRequest& request, const FileFormat& format) {
     const files::Descriptor copy = files::makeNamelessFile();
     if (!copy.isOpen()) return refuse(request.result, DIB_ERROR_OPEN, "no temporary file can be made");
@@ -142,7 +155,7 @@ bool finish(Save& save) {
     return refuse(save.result, DIB_ERROR_INTERRUPTED, "cancelled");
 }
 
-bool saveToPath(Save& save, const char* path) {
+bool saveTo(Save& save, const char* path) {
     files::ReplacedFile target(path);
     if (target.error() != 0) {
         return refuseForSystem(save.result, DIB_ERROR_OPEN, "the file cannot be created", target.error());
@@ -164,13 +177,6 @@ bool saveToPath(Save& save, const char* path) {
     return refuseForSystem(save.result, DIB_ERROR_WRITE, "the file cannot be put in its place",
                            target.error());
 }
-
-bool saveTo(Save& save, const wchar_t* path) {
-    const VexString wide(path);
-    if (!wide.isValid()) return refuse(save.result, DIB_ERROR_OPEN, "the path has no UTF-8 form");
-    return saveToPath(save, wide.toUtf8String().c_str());
-}
-bool saveTo(Save& save, const char* path) { return saveToPath(save, path); }
 
 bool saveTo(Save& save, DibBytes* bytes) {
     DibBytes encoded;
@@ -230,7 +236,7 @@ public:
     bool complete(const DibSaveOptions* options, DibSaveOptions& complete) const {
         if (!completeOptions(options, complete, result_)) return false;
         if (isKept_) complete.metadata = &metadata_;
-        return true;
+        return complete.metadata == nullptr || isPossible(*complete.metadata, result_);
     }
 
 private:
@@ -238,6 +244,24 @@ private:
     bool isKept_;
     DibMetadata metadata_;
 };
+
+template <class Target>
+bool run(Save& save, Target* target) {
+    const char* path = pathFor(target);
+    if (path != nullptr && !isOfFile(path, save.result)) return false;
+    const char* name = save.options.format;
+    save.format = chooseFormat(name, path, save.result);
+    if (save.format == nullptr) return false;
+    // Some formats are a family, of which the name or the extension says the member.
+    save.options.format = spellingOf(*save.format, name != nullptr ? name : extensionOf(path));
+    return judgeLosses(save) && saveTo(save, target);
+}
+
+bool run(Save& save, const wchar_t* path) {
+    const VexString wide(path);
+    if (!wide.isValid()) return refuse(save.result, DIB_ERROR_OPEN, "the path has no UTF-8 form");
+    return run(save, wide.toUtf8String().c_str());
+}
 
 template <class Target>
 bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult* result,
@@ -252,15 +276,7 @@ bool saveAs(const DibStream* image, const DibSaveOptions* options, DibFileResult
         if (!kept.complete(options, complete)) return false;
         Progress progress(callback, user);
         Save save = {*image, complete, out, progress};
-        std::string name;
-        if constexpr (std::is_same_v<Target, const wchar_t>) name = VexString(target).toUtf8String().c_str();
-        const char* path = name.empty() ? pathFor(target) : name.c_str();
-        save.format = chooseFormat(complete.format, path, out);
-        if (save.format == nullptr) return false;
-        // Some formats are a family, of which the name or the extension says the member.
-        complete.format =
-            spellingOf(*save.format, complete.format != nullptr ? complete.format : extensionOf(path));
-        return judgeLosses(save) && saveTo(save, target);
+        return run(save, target);
     });
 }
 

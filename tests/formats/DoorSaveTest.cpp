@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "tests/formats/DoorTest.h"
 
@@ -77,8 +79,13 @@ TEST(DoorSave, WhatCannotBeSavedHasAReason) {
            "there is nothing to write to");
     expect(DibSaveMemory(&bytes, image.get(), nullptr, &result), 7,
            "no format is chosen (DibSaveOptions::format)");
-    expect(DibSaveFile("folder.png/picture", image.get(), nullptr, &result), 7,
-           "no format has the extension \"\"");
+    expect(
+        DibSaveFile("folder.png/picture", image.get(), nullptr, &result), 7,
+        "'folder.png/picture' has no extension: name a format, or a file name that ends in .png, .tif ...");
+    expect(DibSaveFile("picture.", image.get(), nullptr, &result), 7,
+           "'picture.' has no extension: name a format, or a file name that ends in .png, .tif ...");
+    expect(DibSaveFile("", image.get(), nullptr, &result), 3, "the path is empty");
+    expect(DibSaveFile(L"", image.get(), nullptr, &result), 3, "the path is empty");
     expect(DibSaveFile("picture.xyz", image.get(), nullptr, &result), 7,
            "no format has the extension \"xyz\"");
     options.format = "webp2";
@@ -86,6 +93,26 @@ TEST(DoorSave, WhatCannotBeSavedHasAReason) {
     expect(DibSaveFile("picture.psd", image.get(), nullptr, &result), 7, "psd files cannot be written");
     expect(DibSaveFile("/nonexistent/picture.png", image.get(), nullptr, &result), 3,
            "the file cannot be created: No such file or directory");
+}
+
+TEST(DoorSave, AFolderIsNamed) {
+    const DibPtr image = randomImage(4, 4, 24, 5);
+    const std::string folder = testing_support::temporaryPath("folder.png");
+    fs::create_directory(folder);
+    const std::string reason = "'" + folder + "' is a folder";
+    DibSaveOptions options;
+    for (const char* format : {static_cast<const char*>(nullptr), "tga"}) {
+        options.format = format;
+        DibFileResult result;
+        EXPECT_FALSE(DibSaveFile(folder.c_str(), image.get(), &options, &result));
+        EXPECT_EQ(result.code, 3);
+        EXPECT_EQ(result.reason, reason);
+        EXPECT_FALSE(
+            DibSaveFile(std::wstring(folder.begin(), folder.end()).c_str(), image.get(), &options, &result));
+        EXPECT_EQ(result.reason, reason);
+    }
+    EXPECT_TRUE(fs::is_empty(folder));
+    fs::remove(folder);
 }
 
 TEST(DoorSave, ProgressRisesToOneAndCancelLeavesTheOldFile) {
@@ -168,7 +195,39 @@ TEST(DoorSave, OptionsOutOfTheirRangeAreRefused) {
     expectRefused({.compressionLevel = 42}, "DibSaveOptions::compressionLevel is 42, but must be -1 to 9");
     expectRefused({.tiffCompression = static_cast<DibTiffCompression>(4)},
                   "DibSaveOptions::tiffCompression is 4, but must be 0 to 3");
+    const auto expectMetadataRefused = [&](double x, double y, int orientation, const char* reason) {
+        DibMetadata metadata;
+        metadata.xResolution = x;
+        metadata.yResolution = y;
+        metadata.orientation = orientation;
+        expectRefused({.metadata = &metadata}, reason);
+    };
+    const double infinite = std::numeric_limits<double>::infinity();
+    const char* const kX = "DibMetadata::xResolution is ";
+    const char* const kY = "DibMetadata::yResolution is ";
+    const std::string range = ", but must be a finite number of 0 or more";
+    expectMetadataRefused(-1, 72, 1, (kX + ("-1" + range)).c_str());
+    expectMetadataRefused(infinite, 72, 1, (kX + ("inf" + range)).c_str());
+    expectMetadataRefused(72, std::nan(""), 1, (kY + ("nan" + range)).c_str());
+    expectMetadataRefused(72, -infinite, 1, (kY + ("-inf" + range)).c_str());
+    expectMetadataRefused(0, 0, 0, "DibMetadata::orientation is 0, but must be 1 to 8");
+    expectMetadataRefused(0, 0, 9, "DibMetadata::orientation is 9, but must be 1 to 8");
     EXPECT_FALSE(saved(*image, "png").empty());
+}
+
+// One result for opening and saving.
+TEST(DoorSave, MetadataOfTheResultAreJudgedToo) {
+    const DibPtr image = randomImage(5, 5, 24, 5);
+    DibFileResult result;
+    result.metadata.orientation = 300;
+    DibSaveOptions options;
+    options.format = "png";
+    options.metadata = &result.metadata;
+    DibBytes bytes;
+    EXPECT_FALSE(DibSaveMemory(&bytes, image.get(), &options, &result));
+    EXPECT_EQ(result.code, 8);
+    EXPECT_STREQ(result.reason, "DibMetadata::orientation is 300, but must be 1 to 8");
+    EXPECT_EQ(result.metadata.orientation, 300) << "it is the caller's";
 }
 
 // The size that files may have is reached at every byte in turn.

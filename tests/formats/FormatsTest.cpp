@@ -25,6 +25,10 @@ TEST(Formats, EveryRowIsComplete) {
         EXPECT_EQ(isOfPluginAlone, format == &formats::kWebpFormat || format == &formats::kGifFormat);
         EXPECT_TRUE(isOfPluginAlone || format->load != nullptr);
         EXPECT_EQ(format->save == nullptr, info.writeDepths == 0);
+        // Only the formats that AppKit knows go through the classic functions.
+        EXPECT_NE(format->probe, nullptr);
+        EXPECT_NE(format->read, nullptr);
+        EXPECT_EQ(format->write == nullptr, info.writeDepths == 0);
         ASSERT_NE(info.extensions, nullptr);
         ASSERT_NE(info.extensions[0], nullptr);
         for (const char* const* extension = info.extensions; *extension != nullptr; ++extension) {

@@ -172,4 +172,16 @@ TEST(GifDoor, DamagedFilesEndInAResult) {
     EXPECT_EQ(codec_test::rowBytes(*kept.image, 0)[3], 255);
 }
 
+TEST(GifDoor, AMissingPluginIsNamed) {
+    const PluginsInUse plugins;
+    DibStream::SetDllFilePath("/nonexistent");
+    const Bytes start = codec_test::bytesOf("GIF89a");
+    EXPECT_EQ(opened(start).result.code, 7);
+    DibFileInfo info;
+    DibFileResult result;
+    EXPECT_FALSE(DibProbeMemory(start.data(), start.size(), &info, nullptr, &result));
+    EXPECT_EQ(result.code, 7);
+    EXPECT_STREQ(result.reason, "the plug-in for gif files is missing: /nonexistent/vexlibgif.bundle");
+}
+
 }  // namespace

@@ -172,6 +172,8 @@ TEST(WebpDoor, AMissingPluginIsNamed) {
     DibFileResult result;
     EXPECT_FALSE(DibProbeMemory(bytes.data(), bytes.size(), &info, nullptr, &result));
     EXPECT_STREQ(result.reason, "the plug-in for webp files is missing: /nonexistent/vexlibwebp.bundle");
+    EXPECT_EQ(result.code, 7);
+    EXPECT_EQ(opened(bytes).result.code, 7);
 }
 
 }  // namespace
