@@ -35,6 +35,7 @@ public:
         record_.report = report;
         record_.note = addNote;
         record_.refuse = addReason;
+        record_.isWatched = progress != nullptr && progress->isWatched();
     }
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;

@@ -94,6 +94,9 @@ struct DibPluginCall {
     void (*note)(void* library, int kind, const char* text);
     /// Takes the reason of a failure: a `DibErrorCode` and up to 255 bytes. The first one counts.
     void (*refuse)(void* library, int code, const char* reason);
+
+    /// Whether somebody gets the reports. When nobody does, a plug-in may work in larger steps.
+    bool isWatched;
 };
 
 /// What a file says about a picture, as in `DibFileInfo` and `DibMetadata`. The library sets the defaults.

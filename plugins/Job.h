@@ -26,6 +26,7 @@ public:
     int layer = -1;  // the merged picture
     int level = 0;
     bool keepsDamaged = false;  // the rows of a file that ends early are wanted
+    bool isWatched = true;      // somebody wants the reports
 
     // Copies up to `bytes` bytes; returns how many there were.
     virtual std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) = 0;
@@ -80,6 +81,8 @@ public:
         layer = call.layer;
         level = call.level;
         keepsDamaged = call.damage == DIB_DAMAGE_KEEP;
+        // An older library does not say.
+        isWatched = call.size < offsetof(DibPluginCall, isWatched) + sizeof call.isWatched || call.isWatched;
     }
     std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) override {
         return call_.readFile(call_.library, position, out, bytes);

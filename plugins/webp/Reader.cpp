@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "plugins/Job.h"
 
 namespace plugins::webp {
@@ -65,10 +66,50 @@ struct Window {
     std::size_t height;
 };
 
-// The bytes come in pieces, between which progress is reported.
+// How many bytes the decoder gets at once: it cannot be stopped before it has decoded them. Nobody knows how
+// many bytes a row has (in areas of one colour hardly any, which take little time), and up to eight rows of
+// the last piece are decoded again.
+class Pieces {
+public:
+    Pieces(const unsigned char* bytes, std::size_t size, std::size_t rows) : first_(headersOf(bytes, size)) {
+        average_ = 1 + (size - first_) * kRows / std::max(rows, kRows);
+        piece_ = average_;
+    }
+    // What comes before the rows, of which no row is decoded.
+    std::size_t first() const { return std::max(first_, average_); }
+    std::size_t next() const { return piece_; }
+    // The last piece has given that many rows.
+    void learn(std::size_t rows) {
+        const std::size_t wanted = rows > 0 ? piece_ * kRows / rows : 1 + piece_ + piece_ / 8;
+        piece_ = std::clamp<std::size_t>(wanted, 1, 4 * average_);
+    }
+
+private:
+    static constexpr std::size_t kRows = 16;
+
+    // Of a lossless picture an eighth, which the decoder waits for. Of a lossy one all up to the end of its
+    // first partition, which says how blocks are predicted.
+    static std::size_t headersOf(const unsigned char* bytes, std::size_t size) {
+        constexpr std::size_t kFrameHeader = 10;
+        const bool isFile = size > 12 && std::memcmp(bytes, "RIFF", 4) == 0;
+        for (std::size_t at = isFile ? 12 : 0; size - at > 8 + kFrameHeader;) {
+            const std::size_t length = dib::readLe32(bytes + at + 4);
+            if (std::memcmp(bytes + at, "VP8L", 4) == 0) return std::min(size, at + 9 + length / 8);
+            if (std::memcmp(bytes + at, "VP8 ", 4) == 0) {
+                const std::size_t partition = dib::readLe32(bytes + at + 7) >> 13;
+                return std::min(size, at + 8 + kFrameHeader + partition);
+            }
+            at += std::min(8 + length + length % 2, size - at);
+        }
+        return 0;
+    }
+
+    std::size_t first_;
+    std::size_t average_ = 1;
+    std::size_t piece_ = 1;
+};
+
 bool decode(Job& job, const unsigned char* bytes, std::size_t size, const Window& window, Picture& picture) {
-    constexpr std::size_t kLeastPiece = 16 * 1024;
-    constexpr std::size_t kMostPieces = 64;
     WebPDecoderConfig config;
     if (WebPInitDecoderConfig(&config) == 0) return refuseStatus(job, VP8_STATUS_INVALID_PARAM);
     const auto pixelBytes = static_cast<std::size_t>(picture.header().biBitCount / 8);
@@ -82,13 +123,17 @@ bool decode(Job& job, const unsigned char* bytes, std::size_t size, const Window
     const Decoder decoder(WebPIDecode(nullptr, 0, &config));
     if (decoder == nullptr) return refuseStatus(job, VP8_STATUS_OUT_OF_MEMORY);
     VP8StatusCode status = VP8_STATUS_SUSPENDED;
-    const std::size_t piece = std::max(kLeastPiece, size / kMostPieces);
+    Pieces pieces(bytes, size, window.height);
+    std::size_t rowsDone = 0;
     for (std::size_t end = 0; end < size && status == VP8_STATUS_SUSPENDED;) {
-        end = std::min(size, end + piece);
+        const std::size_t piece = !job.isWatched ? size : end == 0 ? pieces.first() : pieces.next();
+        end += std::min(piece, size - end);
         status = WebPIUpdate(decoder.get(), bytes, end);
         int rows = 0;
         if (WebPIDecGetRGB(decoder.get(), &rows, nullptr, nullptr, nullptr) == nullptr) rows = 0;
-        picture.rowsRead = window.top + static_cast<std::size_t>(std::max(rows, 0));
+        pieces.learn(static_cast<std::size_t>(rows) - rowsDone);
+        rowsDone = static_cast<std::size_t>(rows);
+        picture.rowsRead = window.top + rowsDone;
         if (!job.report(picture.rowsRead, static_cast<std::size_t>(picture.header().biHeight))) return false;
     }
     if (status != VP8_STATUS_OK) return refuseStatus(job, status);

@@ -144,14 +144,47 @@ TEST(WebpDoor, DamagedFilesEndInAResult) {
     EXPECT_FALSE(opened(codec_test::bytesOf("RIFF\1\1\1\1WAVEfmt ")).isLoaded);
 }
 
-TEST(WebpDoor, RowsOfCutFilesAreKept) {
-    const PluginsInUse plugins;
-    Bytes noise(std::size_t{64} * 200 * 3);
+Bytes noiseOf(std::size_t bytes) {
+    Bytes noise(bytes);
     std::uint32_t seed = 1;
     for (unsigned char& byte : noise) {
         seed = seed * 1664525 + 1013904223;
         byte = static_cast<unsigned char>(seed >> 24);
     }
+    return noise;
+}
+
+// The decoder gets the bytes in pieces of a few rows when somebody watches.
+TEST(WebpDoor, ProgressMovesInSmallSteps) {
+    const PluginsInUse plugins;
+    constexpr int kWidth = 80;
+    constexpr int kHeight = 1200;
+    Bytes pictures[] = {noiseOf(std::size_t{kWidth} * kHeight * 4), Bytes(std::size_t{kWidth} * kHeight * 4)};
+    for (std::size_t i = 0; i < pictures[1].size(); ++i)
+        pictures[1][i] = i % 4 == 3 ? 255 : static_cast<unsigned char>(i / 4 % kWidth + pictures[0][i] / 32);
+    for (const Bytes& pixels : pictures) {
+        Encoded lossy;
+        lossy.size = WebPEncodeBGRA(pixels.data(), kWidth, kHeight, kWidth * 4, 75, &lossy.data);
+        for (const Bytes& file : {lossless(pixels, kWidth), lossy.bytes()}) {
+            door_test::ProgressLog log;
+            DibStream watched;
+            ASSERT_TRUE(DibLoadMemory(file.data(), file.size(), &watched, nullptr, nullptr,
+                                      door_test::ProgressLog::callback, &log));
+            const std::vector<float>& done = log.fractions;
+            // libwebp decodes an eighth of a lossless picture at once.
+            const auto first = std::ranges::find_if(done, [](float fraction) { return fraction > 0; });
+            ASSERT_NE(first, done.end());
+            EXPECT_LE(*first, file[15] == 'L' ? 0.17F : 0.05F);
+            for (auto next = first + 1; next < done.end(); ++next)
+                EXPECT_LE((*next - *(next - 1)) * kHeight, 64);
+            EXPECT_TRUE(testing_support::sameImage(watched, *opened(file).image));
+        }
+    }
+}
+
+TEST(WebpDoor, RowsOfCutFilesAreKept) {
+    const PluginsInUse plugins;
+    const Bytes noise = noiseOf(std::size_t{64} * 200 * 3);
     const Bytes bytes = opaque(noise, 64);
     const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2));
     EXPECT_NE(opened(cut).reason().find("the file ends before its pixels do (in row "), std::string::npos)
