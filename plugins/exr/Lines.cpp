@@ -15,7 +15,10 @@ namespace plugins::exr {
 
 bool Stream::read(char* bytes, int count) {
     const auto wanted = static_cast<std::size_t>(count);
-    if (count < 0 || job_.readAt(position_, bytes, wanted) != wanted) throw std::runtime_error("short file");
+    if (count < 0 || job_.readAt(position_, bytes, wanted) != wanted) {
+        isShort_ = true;
+        throw std::runtime_error("short file");
+    }
     position_ += wanted;
     return true;
 }

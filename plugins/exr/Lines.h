@@ -19,9 +19,12 @@ public:
     bool read(char* bytes, int count) override;
     std::uint64_t tellg() override { return position_; }
     void seekg(std::uint64_t position) override { position_ = position; }
+    // Whether the file ended before what was to be read.
+    bool isShort() const { return isShort_; }
 
 private:
     Job& job_;
+    bool isShort_ = false;
     std::uint64_t position_ = 0;
 };
 

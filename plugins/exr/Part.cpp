@@ -127,8 +127,10 @@ bool areSizesPossible(Job& job, exr_const_context_t context, const Part& part,
     const std::int64_t fewestBytes =
         part.width * part.height * shownBytes(channels, part) / mostExpansion(compression);
     Chunks chunks;
-    return (fewestBytes <= fileBytes || job.keepsDamaged) && areChunksThere(context, fileBytes) &&
-           readChunks(context, part, chunks) && areChunksInProportion(chunks, part, pixelBytes(channels));
+    if (fewestBytes > fileBytes && !job.keepsDamaged)
+        return job.refuse(DIB_ERROR_READ, "the file ends before its pixels do");
+    return areChunksThere(context, fileBytes) && readChunks(context, part, chunks) &&
+           areChunksInProportion(chunks, part, pixelBytes(channels));
 }
 
 bool refuseUnread(Job& job, bool isCut) {
@@ -188,8 +190,8 @@ bool readPart(Job& job, const Dialect& dialect, Part& part) {
     const Header header(job);
     const exr_attr_chlist_t* channels = readHeader(job, header, dialect, part);
     if (channels == nullptr) return false;
-    if (areSizesPossible(job, header.context(), part, *channels)) return true;
-    return job.refuse(DIB_ERROR_INVALID, "the file cannot hold as many pixels as its header announces");
+    return areSizesPossible(job, header.context(), part, *channels) ||
+           job.refuse(DIB_ERROR_INVALID, "the file cannot hold as many pixels as its header announces");
 }
 
 bool probePart(Job& job, DibPluginInfo& info) {

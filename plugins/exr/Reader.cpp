@@ -42,17 +42,29 @@ void putLine(const Lines& lines, std::size_t pixelBytes, std::size_t width, unsi
     }
 }
 
-bool readLines(Job& job, const Part& part, Picture& picture) {
-    Stream stream(job);
+bool refuseDamaged(Job& job, const Stream& stream) {
+    return stream.isShort() ? job.refuse(DIB_ERROR_READ, "the file ends before its pixels do")
+                            : job.refuse(DIB_ERROR_INVALID, "the pixels are damaged");
+}
+
+// Lines that cannot be read stay 0. Chunks may lie in any order, so lines behind a cut one may be there.
+bool readLines(Job& job, const Part& part, Stream& stream, Picture& picture) {
     const std::unique_ptr<Lines> lines = openLines(stream, part);
     const auto rows = static_cast<std::size_t>(part.height);
+    picture.rowsRead = 0;
     for (std::size_t y = 0; y < rows; ++y) {
-        lines->read(static_cast<std::int64_t>(y));
-        putLine(*lines, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width), picture.row(y));
-        picture.rowsRead = y + 1;
+        try {
+            lines->read(static_cast<std::int64_t>(y));
+            putLine(*lines, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width), picture.row(y));
+            ++picture.rowsRead;
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception&) {
+            if (!job.keepsDamaged) return refuseDamaged(job, stream);
+        }
         if (!job.report(y + 1, rows)) return false;
     }
-    return true;
+    return picture.rowsRead == rows || refuseDamaged(job, stream);
 }
 
 void noteAssumptions(Job& job, const Part& part) {
@@ -69,6 +81,7 @@ void noteAssumptions(Job& job, const Part& part) {
 }
 
 bool read(Job& job, const Dialect& dialect, Picture& picture) {
+    Stream stream(job);
     try {
         Part part;
         if (!readPart(job, dialect, part)) return false;
@@ -77,12 +90,12 @@ bool read(Job& job, const Dialect& dialect, Picture& picture) {
         if (!picture.create(part.width, part.height, bitCount))
             return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
         noteAssumptions(job, part);
-        return readLines(job, part, picture);
+        return readLines(job, part, stream, picture);
     } catch (const std::bad_alloc&) {
         picture.rowsRead = 0;
         return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
     } catch (const std::exception&) {
-        return job.refuse(DIB_ERROR_INVALID, "the pixels are damaged or end too early");
+        return refuseDamaged(job, stream);
     }
 }
 

@@ -64,8 +64,55 @@ TEST(ExrDoor, CutFilesAreRefusedWithTheRow) {
     const Bytes cut(bytes.begin(), bytes.begin() + row31 + 9);
     const door_test::Opened load = opened(cut);
     EXPECT_FALSE(load.isLoaded);
-    EXPECT_EQ(load.result.code, 6);
-    EXPECT_EQ(load.reason(), "the pixels are damaged or end too early (in row 31 of 40)");
+    EXPECT_EQ(load.result.code, 4);
+    EXPECT_EQ(load.reason(), "the file ends before its pixels do (in row 31 of 40)");
+}
+
+// Rows are counted and kept wherever they lie: files from the bottom lose their upper rows.
+void expectRowsOfCutFilesAreKept(const exr_test::FileContents& contents) {
+    const Bytes bytes = exr_test::write(contents, [](std::size_t channel, int x, int y) {
+        return channel == 0 ? 1.F : 0.2F + static_cast<float>((x * 7 + y * 3) % 11) / 16;
+    });
+    const door_test::Opened whole = opened(bytes);
+    ASSERT_TRUE(whole.isLoaded) << whole.result.reason;
+    const int height = contents.data.bottom + 1;
+    int most = 0;
+    for (const std::size_t part : {40U, 60U, 80U, 99U}) {
+        const Bytes cut(bytes.begin(),
+                        bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() * part / 100));
+        const door_test::Opened refused = opened(cut);
+        EXPECT_EQ(refused.result.code, 4) << part;
+        EXPECT_EQ(refused.reason().substr(0, 34), "the file ends before its pixels do") << part;
+        const door_test::Opened kept = opened(cut, door_test::keepingDamaged());
+        if (!kept.isLoaded) continue;
+        int rows = 0;
+        for (int y = 0; y < height; ++y) {
+            const Bytes row = codec_test::rowBytes(*kept.image, y);
+            const bool isThere = row == codec_test::rowBytes(*whole.image, y);
+            EXPECT_TRUE(isThere || row == Bytes(row.size(), 0)) << part << " row " << y;
+            rows += isThere ? 1 : 0;
+        }
+        EXPECT_EQ(kept.note(0), "the file ends before its pixels do: " + std::to_string(rows) + " of " +
+                                    std::to_string(height) + " rows were read");
+        EXPECT_GE(rows, most);
+        most = rows;
+    }
+    EXPECT_GT(most, height / 2);
+}
+
+TEST(ExrDoor, RowsOfCutFilesAreKept) {
+    const PluginsInUse plugins;
+    for (const auto& named : exr_test::kCompressions) {
+        SCOPED_TRACE(named.name);
+        exr_test::FileContents contents = exr_test::colors(20, 600, Imf::HALF);
+        contents.compression = named.compression;
+        expectRowsOfCutFilesAreKept(contents);
+        contents.isBottomUp = true;
+        expectRowsOfCutFilesAreKept(contents);
+        contents.isBottomUp = false;
+        contents.tileSide = 16;
+        expectRowsOfCutFilesAreKept(contents);
+    }
 }
 
 TEST(ExrDoor, AMissingPluginIsNamedWithItsFolder) {
