@@ -149,10 +149,13 @@ public:
           colors_(part) {}
     void read(std::int64_t line) override {
         line_ = line % tileRows_;
-        if (line_ == 0) {
-            tiles_.setFrameBuffer(planes_.frame(part_.left, part_.top + line, true));
-            const auto row = static_cast<int>(line / tileRows_);
+        const auto row = static_cast<int>(line / tileRows_);
+        // A row that could not be read is tried again for each of its lines, none of which is there.
+        if (row != tileRow_) {
+            tileRow_ = -1;
+            tiles_.setFrameBuffer(planes_.frame(part_.left, part_.top + line - line_, true));
             tiles_.readTiles(0, tiles_.numXTiles(part_.level) - 1, row, row, part_.level, part_.level);
+            tileRow_ = row;
         }
         if (part_.hasChroma()) colors_.convert(lineOf(kLuminance), lineOf(kRedness), lineOf(kBlueness));
     }
@@ -171,6 +174,7 @@ private:
     Planes planes_;
     ColorsOfChroma colors_;
     std::int64_t line_ = 0;
+    int tileRow_ = -1;  // that the planes hold
 };
 
 // Luminance and chroma at half the resolution, which OpenEXR converts to colours.

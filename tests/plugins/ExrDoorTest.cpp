@@ -69,21 +69,26 @@ TEST(ExrDoor, CutFilesAreRefusedWithTheRow) {
 }
 
 // Rows are counted and kept wherever they lie: files from the bottom lose their upper rows.
-void expectRowsOfCutFilesAreKept(const exr_test::FileContents& contents) {
+void expectRowsOfCutFilesAreKept(const exr_test::FileContents& contents,
+                                 std::initializer_list<std::size_t> parts = {40, 60, 80, 99}, int level = 0) {
     const Bytes bytes = exr_test::write(contents, [](std::size_t channel, int x, int y) {
         return channel == 0 ? 1.F : 0.2F + static_cast<float>((x * 7 + y * 3) % 11) / 16;
     });
-    const door_test::Opened whole = opened(bytes);
+    DibLoadOptions options;
+    options.level = level;
+    DibLoadOptions keeping = door_test::keepingDamaged();
+    keeping.level = level;
+    const door_test::Opened whole = opened(bytes, options);
     ASSERT_TRUE(whole.isLoaded) << whole.result.reason;
-    const int height = contents.data.bottom + 1;
+    const int height = whole.image->Header->biHeight;
     int most = 0;
-    for (const std::size_t part : {40U, 60U, 80U, 99U}) {
+    for (const std::size_t part : parts) {
         const Bytes cut(bytes.begin(),
                         bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() * part / 100));
-        const door_test::Opened refused = opened(cut);
+        const door_test::Opened refused = opened(cut, options);
         EXPECT_EQ(refused.result.code, 4) << part;
         EXPECT_EQ(refused.reason().substr(0, 34), "the file ends before its pixels do") << part;
-        const door_test::Opened kept = opened(cut, door_test::keepingDamaged());
+        const door_test::Opened kept = opened(cut, keeping);
         if (!kept.isLoaded) continue;
         int rows = 0;
         for (int y = 0; y < height; ++y) {
@@ -113,6 +118,10 @@ TEST(ExrDoor, RowsOfCutFilesAreKept) {
         contents.tileSide = 16;
         expectRowsOfCutFilesAreKept(contents);
     }
+    exr_test::FileContents levels = exr_test::colors(20, 600, Imf::HALF);
+    levels.tileSide = 16;
+    levels.levels = Imf::MIPMAP_LEVELS;
+    expectRowsOfCutFilesAreKept(levels, {60, 80, 84, 88, 92}, 1);
 }
 
 TEST(ExrDoor, AMissingPluginIsNamedWithItsFolder) {
