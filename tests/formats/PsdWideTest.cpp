@@ -1,8 +1,6 @@
 // What the functions of DibFile.h read of PSD documents beyond the classic loader: large documents, ZIP, more
 // colour modes and depths, and everything about layers.
-#include "dib/Kernels.h"
-#include "tests/formats/DoorCodecTest.h"
-#include "tests/formats/PsdTest.h"
+#include "tests/formats/PsdWide.h"
 #include "tests/support/PeakMemory.h"
 
 namespace door_test {
@@ -10,60 +8,8 @@ namespace {
 
 using testing_support::psdBlock;
 using testing_support::PsdChannel;
-using testing_support::PsdCompression;
-using testing_support::PsdDocument;
-using testing_support::PsdLayer;
 using testing_support::psdPlane;
-using testing_support::PsdRectangle;
 using testing_support::psdUnicodeName;
-
-constexpr PsdCompression kPackings[] = {PsdCompression::kRaw, PsdCompression::kPackBits, PsdCompression::kZip,
-                                        PsdCompression::kZipPredicted};
-
-// The bytes of one sample, for every pixel of a plane.
-Bytes planeOf(const Bytes& sample, int pixels) {
-    Bytes plane;
-    for (int i = 0; i < pixels; ++i) plane.insert(plane.end(), sample.begin(), sample.end());
-    return plane;
-}
-
-// A document whose planes have one sample each.
-PsdDocument documentOf(int mode, int depth, const std::vector<Bytes>& samples) {
-    PsdDocument document;
-    document.mode = mode;
-    document.depth = depth;
-    document.channels = static_cast<int>(samples.size());
-    for (const Bytes& sample : samples)
-        document.planes.push_back(planeOf(sample, document.width * document.height));
-    return document;
-}
-
-// A layer of that size whose channels have one sample each.
-PsdLayer layerOf(const PsdRectangle& rectangle, const std::vector<std::pair<int, Bytes>>& channels) {
-    PsdLayer layer;
-    layer.rectangle = rectangle;
-    for (const auto& [id, sample] : channels)
-        layer.channels.push_back({id, planeOf(sample, rectangle.width() * rectangle.height())});
-    return layer;
-}
-
-Bytes firstPixel(DibStream& image) {
-    const Bytes row = codec_test::rowBytes(image, 0);
-    return {row.begin(), row.begin() + image.Header->biBitCount / 8};
-}
-
-Bytes pixelOf(const PsdDocument& document, const DibLoadOptions& options = {}) {
-    const Opened load = opened(document.bytes(), options);
-    EXPECT_TRUE(load.isLoaded) << load.reason();
-    return load.isLoaded ? firstPixel(*load.image) : Bytes();
-}
-
-DibLoadOptions layerNumber(int layer, DibLayerPart part = DIB_LAYER_PIXELS) {
-    DibLoadOptions options;
-    options.layer = layer;
-    options.part = part;
-    return options;
-}
 
 struct Listed {
     bool isRead;
@@ -143,78 +89,6 @@ TEST(PsdWide, EverySourceGivesOnePicture) {
     EXPECT_GT(failEveryLoad(rich(9, 8, true, PsdCompression::kPackBits).bytes()), 4);
 }
 
-// What other programs write: one stream of all planes, or one of each.
-TEST(PsdWide, ZipStreams) {
-    PsdDocument document = documentOf(3, 8, {{0}, {0}, {0}});
-    // 20 times 10, then 0 to 19, then 20 times 200.
-    document.imageData.emplace(Bytes{0,    2,    0x78, 0xDA, 0xE3, 0xE2, 0xC2, 0x04, 0x0C, 0x8C, 0x4C, 0xCC,
-                                     0x2C, 0xAC, 0x6C, 0xEC, 0x1C, 0x9C, 0x5C, 0xDC, 0x3C, 0xBC, 0x7C, 0xFC,
-                                     0x02, 0x82, 0x42, 0xC2, 0x27, 0xB0, 0x00, 0x00, 0xDF, 0xCA, 0x11, 0x27});
-    const Opened one = opened(document.bytes());
-    ASSERT_TRUE(one.isLoaded) << one.reason();
-    EXPECT_EQ(codec_test::rowBytes(*one.image, 0),
-              (Bytes{200, 0, 10, 200, 1, 10, 200, 2, 10, 200, 3, 10, 200, 4, 10}));
-    EXPECT_EQ(codec_test::rowBytes(*one.image, 3),
-              (Bytes{200, 15, 10, 200, 16, 10, 200, 17, 10, 200, 18, 10, 200, 19, 10}));
-
-    testing_support::ByteWriter data;
-    data.be16(2);
-    for (const unsigned char value : Bytes{10, 20, 30})
-        data.raw(testing_support::storedZlib(Bytes(20, value)));
-    document.imageData.emplace(data.bytes);
-    EXPECT_EQ(pixelOf(document), (Bytes{30, 20, 10}));
-
-    document.imageData->back() = 0;  // of the checksum of the last plane
-    EXPECT_EQ(pixelOf(document), (Bytes{30, 20, 10}));
-    (*document.imageData)[4] = 7;  // the kind of the first block
-    EXPECT_EQ(opened(document.bytes()).reason(), "row 1 of channel 1 is damaged or missing");
-}
-
-TEST(PsdWide, PredictedRowsAreSums) {
-    PsdDocument document = documentOf(1, 8, {{0}});
-    document.width = 3;
-    document.height = 1;
-    const auto row = [&](int depth, const Bytes& differences) {
-        document.depth = depth;
-        testing_support::ByteWriter data;
-        document.imageData.emplace(data.be16(3).raw(testing_support::storedZlib(differences)).bytes);
-        return codec_test::rowBytes(*opened(document.bytes()).image, 0);
-    };
-    EXPECT_EQ(row(8, {250, 10, 20}), (Bytes{250, 4, 24}));
-    EXPECT_EQ(row(16, {0x10, 0xFF, 0x00, 0x02, 0xEE, 0xFF}), (Bytes{17, 17, 0}));
-    // 1.0, 0.5 and 0.0: the highest bytes 3F 3F 00, then 80 00 00, then zeros.
-    EXPECT_EQ(row(32, {0x3F, 0x00, 0xC1, 0x80, 0x80, 0, 0, 0, 0, 0, 0, 0}), (Bytes{255, 188, 0}));
-}
-
-TEST(PsdWide, ColoursOfEveryMode) {
-    struct Case {
-        int mode;
-        int depth;
-        std::vector<Bytes> samples;
-        Bytes pixel;
-    };
-    const Case cases[] = {
-        {9, 8, {{255}, {128}, {128}}, {255, 255, 255}},
-        {9, 8, {{0}, {128}, {128}}, {0, 0, 0}},
-        {9, 8, {{136}, {208}, {195}}, {8, 0, 251}},                        // red
-        {9, 16, {{0x80, 0}, {0x80, 0}, {0x80, 0}}, {119, 119, 119}},       // L 50
-        {9, 16, {{0x30, 0xD2}, {0xB4, 0x49}, {0x2A, 0xEC}}, {178, 0, 9}},  // a blue
-        {8, 8, {{77}}, {77}},                                              // a duotone, in grey
-        {7, 8, {{77}}, {77}},                                              // multichannel
-        {7, 8, {{77}, {10}}, {77}},
-        {7, 16, {{10, 0}, {20, 0}, {30, 0}, {40, 0}}, {30, 20, 10}},
-        {1, 16, {{0x12, 0x34}, {0xFF, 0xFF}}, {18, 18, 18, 255}},  // grey with alpha
-        {1, 16, {{0x12, 0xFF}, {0x80, 0x00}}, {19, 19, 19, 128}},
-        {4, 16, {{0xFF, 0xFF}, {0x80, 0}, {0, 0}, {0x80, 0}, {0x40, 0}}, {0, 64, 128, 64}},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(pixelOf(documentOf(c.mode, c.depth, c.samples)), c.pixel) << c.mode << ' ' << c.depth;
-    EXPECT_EQ(notesOf(opened(documentOf(8, 8, {{1}}).bytes()).result),
-              "the inks of a duotone were not kept: it is shown in grey;");
-    EXPECT_EQ(notesOf(opened(documentOf(7, 8, {{1}, {2}, {3}}).bytes()).result),
-              "the first channels were taken for what inks leave of red, green and blue;");
-}
-
 TEST(PsdWide, ProbeNamesColoursAndChannels) {
     const Bytes bytes = documentOf(9, 16, {{1, 1}, {1, 1}, {1, 1}}).bytes();
     DibFileInfo info;
@@ -223,71 +97,6 @@ TEST(PsdWide, ProbeNamesColoursAndChannels) {
     EXPECT_EQ(info.channels, 3);
     EXPECT_EQ(info.channelBits, 16);
     EXPECT_EQ(info.storedBits, 48);
-}
-
-// Colours of half-transparent pixels are stored mixed with white: 255 - (255 - color) x alpha / 255.
-TEST(PsdWide, MatteIsRemoved) {
-    const auto matted = [](PsdDocument document) {
-        document.layers = {layerOf({0, 0, 1, 1}, {{0, Bytes(static_cast<std::size_t>(document.depth / 8))}})};
-        document.negativeCount = true;
-        DibLoadOptions options;
-        options.alpha = DIB_ALPHA_STORED;
-        return pixelOf(document, options);
-    };
-    EXPECT_EQ(matted(documentOf(3, 8, {{255}, {205}, {155}, {100}})), (Bytes{0, 127, 255, 100}));
-    EXPECT_EQ(matted(documentOf(3, 8, {{1}, {2}, {3}, {255}})), (Bytes{3, 2, 1, 255}));
-    EXPECT_EQ(matted(documentOf(3, 8, {{1}, {2}, {3}, {0}})), (Bytes{3, 2, 1, 0}));
-    EXPECT_EQ(matted(documentOf(1, 8, {{114}, {225}})), (Bytes{95, 95, 95, 225}));
-    EXPECT_EQ(matted(documentOf(1, 16, {{0x80, 0}, {0x80, 0}})), (Bytes{0, 0, 0, 128}));
-    EXPECT_EQ(matted(documentOf(1, 16, {{0xC0, 0}, {0x80, 0}})), (Bytes{128, 128, 128, 128}));
-    EXPECT_EQ(matted(documentOf(1, 32, {{0x3F, 0x40, 0, 0}, {0x3F, 0, 0, 0}})), (Bytes{188, 188, 188, 128}));
-    EXPECT_EQ(matted(documentOf(4, 8, {{155}, {255}, {255}, {255}, {100}})), (Bytes{255, 255, 0, 100}));
-    EXPECT_EQ(matted(documentOf(9, 8, {{204}, {128}, {128}, {102}})), (Bytes{119, 119, 119, 102}));
-    // Without layers nothing says that the channel is transparency of the picture.
-    EXPECT_EQ(pixelOf(documentOf(3, 8, {{255}, {205}, {155}, {100}})), (Bytes{155, 205, 255, 100}));
-}
-
-TEST(PsdWide, MatteOfWholeRowsIsRemovedAtEveryKernelLevel) {
-    PsdDocument document;
-    document.width = 101;
-    document.height = 3;
-    document.channels = 4;
-    document.negativeCount = true;
-    document.addLayer({0, 0, 1, 1}, {0});
-    const std::vector<Bytes> planes = document.allPlanes();
-    const Bytes bytes = document.bytes();
-    for (const dib::KernelLevel level : dib::kKernelLevels) {
-        dib::limitKernelLevel(level);
-        const Opened load = opened(bytes);
-        ASSERT_TRUE(load.isLoaded);
-        for (int y = 0; y < document.height; ++y) {
-            const Bytes row = codec_test::rowBytes(*load.image, y);
-            for (std::size_t x = 0; x < 101; ++x) {
-                const std::size_t at = static_cast<std::size_t>(y) * 101 + x;
-                const double alpha = planes[3][at];
-                for (std::size_t c = 0; c < 3; ++c) {
-                    const double mixed = planes[c][at];
-                    const double color = alpha == 0 ? mixed : 255 - (255 - mixed) * 255 / alpha;
-                    EXPECT_NEAR(row[4 * x + 2 - c], std::max(color, 0.0), 0.5001) << x;
-                }
-                EXPECT_EQ(row[4 * x + 3], alpha);
-            }
-        }
-    }
-    dib::limitKernelLevel(dib::bestKernelLevel());
-}
-
-TEST(PsdWide, BlocksSayWhatIsTransparent) {
-    // Two channels, and layers in a block: another block says that the second channel is transparency.
-    PsdDocument document = documentOf(1, 16, {{0x80, 0}, {0x80, 0}});
-    document.layers = {layerOf({0, 0, 1, 1}, {{0, {1, 2}}})};
-    document.layerBlock = "Lr16";
-    EXPECT_EQ(pixelOf(document), (Bytes{128}));
-    testing_support::ByteWriter section;
-    section.be32(0).be32(0).raw(psdBlock("Mt16", {})).raw(psdBlock("Lr16", {0, 0}));
-    document.layers.clear();
-    document.layerSection.emplace(section.bytes);
-    EXPECT_EQ(pixelOf(document), (Bytes{0, 0, 0, 128}));
 }
 
 TEST(PsdWide, MissingPartsOfLayers) {
