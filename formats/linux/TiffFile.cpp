@@ -16,6 +16,7 @@
 #include "formats/linux/TiffHandle.h"
 #include "formats/linux/TiffRows.h"
 #include "formats/linux/TiffSamples.h"
+#include "formats/linux/TiffTags.h"
 
 namespace formats {
 
@@ -35,19 +36,8 @@ public:
     bool isShortOfMemory() const override { return isShortOfMemory_ || rows_.isShortOfMemory(); }
 
 private:
-    template <class Value>
-    Value field(std::uint32_t tag, Value value) const {
-        TIFFGetFieldDefaulted(tiff_.get(), tag, &value);
-        return value;
-    }
-    bool readMeaning();
-    std::uint16_t photometric() const;
-    bool unpackJpeg();
-    std::size_t colorSamples();
-    void findAlpha(std::size_t colors);
     bool isPlain() const;
     bool hasIndices() const;
-    void readMetadata(DibMetadata& metadata) const;
     bool startRows();
     bool readRaster();
     bool readConverted();
@@ -63,7 +53,6 @@ private:
     TiffPtr tiff_;
     TiffLayout layout_;
     TiffMeaning meaning_;
-    bool isForeign_ = false;                           // colour spaces that the library converts itself
     std::uint16_t orientation_ = ORIENTATION_TOPLEFT;  // that rows are turned by here
     std::uint16_t storedOrientation_ = ORIENTATION_TOPLEFT;
     std::size_t bitsPerPixel_ = 0;
@@ -77,86 +66,6 @@ private:
     unsigned char colors_[256 * 3] = {};
 };
 
-// Without the tag the number of samples tells: up to two are grey, black on white in faxes, and more are
-// colours.
-std::uint16_t TiffDecoder::photometric() const {
-    std::uint16_t value = PHOTOMETRIC_MASK;
-    if (TIFFGetField(tiff_.get(), TIFFTAG_PHOTOMETRIC, &value) != 0) return value;
-    if (layout_.perPixel > 2) return PHOTOMETRIC_RGB;
-    switch (field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE)) {
-        case COMPRESSION_CCITTRLE:
-        case COMPRESSION_CCITTRLEW:
-        case COMPRESSION_CCITTFAX3:
-        case COMPRESSION_CCITTFAX4: return PHOTOMETRIC_MINISWHITE;
-        default: return PHOTOMETRIC_MINISBLACK;
-    }
-}
-
-// Makes the library turn the colours of JPEG pieces into red, green and blue.
-bool TiffDecoder::unpackJpeg() {
-    return options_.dialect.unpacksJpeg && layout_.bits == 8 && layout_.perPixel == 3 && !layout_.isPlanar &&
-           field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) == COMPRESSION_JPEG &&
-           TIFFSetField(tiff_.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) != 0;
-}
-
-// Samples of the colours, which are the first ones of every pixel; 0 for kinds that only the library knows.
-std::size_t TiffDecoder::colorSamples() {
-    switch (photometric()) {
-        case PHOTOMETRIC_MINISBLACK: meaning_.kind = TiffKind::kGrey; return 1;
-        case PHOTOMETRIC_MINISWHITE: meaning_.kind = TiffKind::kInvertedGrey; return 1;
-        case PHOTOMETRIC_PALETTE: meaning_.kind = TiffKind::kPalette; return 1;
-        case PHOTOMETRIC_RGB: meaning_.kind = TiffKind::kRgb; return 3;
-        case PHOTOMETRIC_YCBCR:
-            if (!unpackJpeg()) return 0;
-            meaning_.kind = TiffKind::kRgb;
-            return 3;
-        case PHOTOMETRIC_SEPARATED:
-            meaning_.kind = TiffKind::kInks;
-            return field<std::uint16_t>(TIFFTAG_INKSET, INKSET_CMYK) == INKSET_CMYK ? 4 : 0;
-        default: return 0;
-    }
-}
-
-// Alpha is an extra sample that says so, or the fourth of colours that says nothing of itself.
-void TiffDecoder::findAlpha(std::size_t colors) {
-    std::uint16_t count = 0;
-    std::uint16_t* extras = nullptr;
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_EXTRASAMPLES, &count, &extras);
-    std::size_t at = layout_.perPixel;
-    for (std::size_t i = 0; extras != nullptr && i < count && colors + i < layout_.perPixel; ++i) {
-        if (extras[i] != EXTRASAMPLE_ASSOCALPHA && extras[i] != EXTRASAMPLE_UNASSALPHA) continue;
-        at = colors + i;
-        meaning_.isMultiplied = extras[i] == EXTRASAMPLE_ASSOCALPHA;
-        break;
-    }
-    if (at == layout_.perPixel && meaning_.kind == TiffKind::kRgb && layout_.perPixel == 4) at = 3;
-    meaning_.hasAlpha = at < layout_.perPixel;
-    if (meaning_.hasAlpha) meaning_.samples[meaning_.sampleCount++] = at;
-}
-
-// False for samples that nothing here can read.
-bool TiffDecoder::readMeaning() {
-    const std::size_t colors = colorSamples();
-    isForeign_ = colors == 0;
-    if (isForeign_) return true;
-    if (layout_.perPixel < colors) return false;
-    for (std::size_t i = 0; i < colors; ++i) meaning_.samples[meaning_.sampleCount++] = i;
-    findAlpha(colors);
-    const unsigned bits = layout_.bits;
-    // Small alphas leave little of the colours in bytes: they are divided before they are reduced.
-    meaning_.isWide = bits > 8 && (meaning_.isMultiplied ||
-                                   (meaning_.kind == TiffKind::kInks && options_.dialect.keepsInkBits));
-    switch (field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT)) {
-        case SAMPLEFORMAT_IEEEFP:
-            meaning_.isFloat = true;
-            meaning_.isShownInBytes = options_.dialect.showsFloatsAsTheyAre;
-            return meaning_.kind != TiffKind::kPalette && (bits == 16 || bits == 32 || bits == 64);
-        case SAMPLEFORMAT_COMPLEXINT:
-        case SAMPLEFORMAT_COMPLEXIEEEFP: return false;
-        default: return bits >= 1 && bits <= (meaning_.kind == TiffKind::kPalette ? 8 : 32);
-    }
-}
-
 bool TiffDecoder::readLayout(BitmapLayout& layout) {
     tiff_ = readTiff(source_);
     if (tiff_ == nullptr) return false;
@@ -165,22 +74,10 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
         options_.page <= 0 || TIFFSetDirectory(tiff, static_cast<tdir_t>(options_.page)) != 0;
     // Of a file without that page the first is probed: the number of pages counts.
     if (!hasPage && (!options_.readsHeadersOnly || TIFFSetDirectory(tiff, 0) == 0)) return false;
-    if (TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &layout_.width) == 0) return false;
-    if (TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &layout_.height) == 0) return false;
-    layout_.bits = field<std::uint16_t>(TIFFTAG_BITSPERSAMPLE, 1);
-    layout_.perPixel = field<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL, 1);
-    layout_.isPlanar =
-        field<std::uint16_t>(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE &&
-        layout_.perPixel > 1;
-    orientation_ = field<std::uint16_t>(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    if (!readTiffLayout(tiff, layout_)) return false;
+    orientation_ = tiffField<std::uint16_t>(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     if (orientation_ < 1 || orientation_ > std::size(kTurns)) orientation_ = ORIENTATION_TOPLEFT;
-    if (!readMeaning()) return false;
-    if (isForeign_) {
-        char reason[1024];
-        if (TIFFRGBAImageOK(tiff, reason) == 0) return false;
-        meaning_.kind = TiffKind::kRgb;
-        findAlpha(3);
-    }
+    if (!readTiffMeaning(tiff, layout_, options_.dialect, meaning_)) return false;
     bitsPerPixel_ = hasIndices() ? (layout_.bits == 2 ? 4 : layout_.bits) : meaning_.bitsPerPixel();
     storedOrientation_ = orientation_;
     if (!options_.dialect.turnsRows) orientation_ = ORIENTATION_TOPLEFT;
@@ -199,7 +96,7 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
 bool TiffDecoder::hasIndices() const {
     const bool isIndexed = meaning_.kind == TiffKind::kPalette || meaning_.kind == TiffKind::kGrey ||
                            (meaning_.kind == TiffKind::kInvertedGrey && layout_.bits < 8);
-    return options_.dialect.keepsIndices && isIndexed && !isForeign_ && !meaning_.isFloat &&
+    return options_.dialect.keepsIndices && isIndexed && !meaning_.isForeign && !meaning_.isFloat &&
            layout_.perPixel == 1 && layout_.bits <= 8 && 8 % layout_.bits == 0;
 }
 
@@ -214,7 +111,7 @@ ColorTriples TiffDecoder::readColors() {
         }
         return {colors_, static_cast<std::size_t>(levels), true};
     }
-    if (isForeign_ || meaning_.kind != TiffKind::kPalette ||
+    if (meaning_.isForeign || meaning_.kind != TiffKind::kPalette ||
         TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]) == 0) {
         return {};
     }
@@ -244,13 +141,13 @@ bool TiffDecoder::isPlain() const {
 bool TiffDecoder::startPixels() {
     // What is shown may be admitted where floats of it, which are four times as large, are not.
     const std::uint64_t rasterBytes = std::uint64_t{layout_.width} * layout_.height * pixelBytes();
-    const bool isWhole = isForeign_ || orientation_ != ORIENTATION_TOPLEFT;
+    const bool isWhole = meaning_.isForeign || orientation_ != ORIENTATION_TOPLEFT;
     if (isWhole && rasterBytes > INT_MAX) return false;
     // Two pixels of 2 bits take half a byte more.
     row_ = dib::allocateArray<unsigned char>(rowBytes(std::max<std::size_t>(layout_.width, shownWidth_)) + 1);
     isShortOfMemory_ = row_ == nullptr;
     if (isShortOfMemory_) return false;
-    if (isForeign_) return readConverted();
+    if (meaning_.isForeign) return readConverted();
     return startRows() && (!isWhole || readRaster());
 }
 
@@ -297,7 +194,7 @@ bool TiffDecoder::readConverted() {
 
 // In pieces of the file, each of which comes whole or not at all.
 bool TiffDecoder::convertRows(TIFFRGBAImage& picture) {
-    // Asked for as it is stored, so that nothing is turned yet.
+    // Requested as it is stored, so that nothing is turned yet.
     picture.req_orientation = storedOrientation_;
     std::uint32_t rows = layout_.height;
     TIFFGetFieldDefaulted(tiff_.get(),
@@ -372,45 +269,11 @@ const char* TiffDecoder::damage() const {
     return rows_.damage()[0] != '\0' ? rows_.damage() : nullptr;
 }
 
-namespace {
-
-const char* compressionName(std::uint16_t compression) {
-    switch (compression) {
-        case COMPRESSION_NONE: return "none";
-        case COMPRESSION_LZW: return "lzw";
-        case COMPRESSION_PACKBITS: return "packbits";
-        case COMPRESSION_DEFLATE:
-        case COMPRESSION_ADOBE_DEFLATE: return "deflate";
-        case COMPRESSION_OJPEG:
-        case COMPRESSION_JPEG: return "jpeg";
-        case COMPRESSION_CCITTRLE:
-        case COMPRESSION_CCITTRLEW:
-        case COMPRESSION_CCITTFAX3:
-        case COMPRESSION_CCITTFAX4: return "fax";
-        case COMPRESSION_LZMA: return "lzma";
-        case COMPRESSION_ZSTD: return "zstd";
-        case COMPRESSION_WEBP: return "webp";
-        default: return "";
-    }
-}
-
-}  // namespace
-
-void TiffDecoder::readMetadata(DibMetadata& metadata) const {
-    metadata.orientation = storedOrientation_;
-    const std::uint16_t unit = field<std::uint16_t>(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    const double scale = unit == RESUNIT_CENTIMETER ? 2.54 : unit == RESUNIT_INCH ? 1.0 : 0.0;
-    float x = 0;
-    float y = 0;
-    TIFFGetField(tiff_.get(), TIFFTAG_XRESOLUTION, &x);
-    TIFFGetField(tiff_.get(), TIFFTAG_YRESOLUTION, &y);
-    setResolution(x * scale, y * scale, metadata);
-}
-
 bool TiffDecoder::describe(DibFileInfo& info, DibFileResult& result) {
     info.storedBits = layout_.bits * layout_.perPixel;
-    nameCompression(info, compressionName(field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE)));
-    readMetadata(result.metadata);
+    nameCompression(info, tiffCompression(tiff_.get()));
+    result.metadata.orientation = storedOrientation_;
+    readTiffResolution(tiff_.get(), result.metadata);
     if (options_.readsHeadersOnly) {
         info.pages = countTiffPages(source_.file);
         return true;

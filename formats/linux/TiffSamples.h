@@ -14,6 +14,7 @@ enum class TiffKind { kGrey, kInvertedGrey, kPalette, kRgb, kInks };
 
 struct TiffMeaning {
     TiffKind kind = TiffKind::kGrey;
+    bool isForeign = false;  // a colour space that the library converts itself, to kRgb
     bool isFloat = false;
     bool isShownInBytes = true;  // floats, too; else they stay floats of pixels of four
     bool isWide = false;         // computed in 16 bits, where that makes a difference in bytes
