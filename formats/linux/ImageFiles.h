@@ -16,7 +16,7 @@ namespace formats {
 struct Dialect {
     bool keepsIndices;      // pixels of 1, 2 and 4 bits stay ones of 1 or 4 with their palette, else become 8
     bool keepsOpaqueTable;  // a palette whose colours are all opaque stays one, else becomes 32 bits
-    bool turnsRows;         // as a TIFF file asks; else the door does
+    bool turnsRows;         // by the tag of a TIFF file; else the door does
     bool readsMetadata;     // resolution, orientation, profile and EXIF block
     bool showsFloatsAsTheyAre;  // 0 to 1 as 0 to 255; else light that screens show raised
     bool keepsInkBits;          // until inks of more than 8 bits are colours; else they become 8 first

@@ -81,7 +81,7 @@ bool probe(ProbeRequest& request) {
                             .keepsPalette = request.options.keepsPalette});
     BitmapLayout layout;
     const bool isRead = decoder != nullptr && decoder->readLayout(layout);
-    // A load goes on without what a probe cannot read, but not without memory.
+    // A load continues without what a probe cannot read, but not without memory.
     if (decoder == nullptr || decoder->isShortOfMemory()) throw std::bad_alloc();
     if (!isRead) {
         request.result.code = codeOfDamage(request.file);

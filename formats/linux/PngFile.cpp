@@ -19,14 +19,14 @@ namespace formats {
 
 namespace {
 
-// What the library's callbacks need to know.
+// What the library's callbacks need.
 struct Calls {
     ErrorJump jump;
     bool isShortOfMemory = false;
     bool isDamaged = false;  // the library warned
 };
 
-// A library that fails says so by the jump and keeps its texts to itself.
+// Failures of the library end in the jump; its messages are not printed.
 void onError(png_structp png, png_const_charp) { static_cast<Calls*>(png_get_error_ptr(png))->jump.leave(); }
 void onWarning(png_structp png, png_const_charp) {
     static_cast<Calls*>(png_get_error_ptr(png))->isDamaged = true;
