@@ -120,9 +120,12 @@ if(TARGET dib AND DIB_LIBRARY_TYPE STREQUAL SHARED)
     set_target_properties(dibstream_pretend PROPERTIES
         OUTPUT_NAME dibstream SOVERSION ${PROJECT_VERSION_MAJOR}
         LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/pretend)
+    add_executable(pretend_in_c operations/pretend/program.c)
+    target_link_libraries(pretend_in_c PRIVATE dibstream)
     add_test(NAME system.pretend
         COMMAND bash ${system_dir}/pretend.sh
-                $<TARGET_FILE:dib> $<TARGET_FILE:dibstream_pretend> $<TARGET_FILE:make_sample_picture> ${system_work}/pretend)
+                $<TARGET_FILE:dib> $<TARGET_FILE:dibstream_pretend> $<TARGET_FILE:make_sample_picture>
+                $<TARGET_FILE:pretend_in_c> ${system_work}/pretend ${DIB_PYTHON_RUN})
 endif()
 if(TARGET dib)
     add_test(NAME system.completions

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# The program, as it is, with a library whose table has one more row: the row must be everywhere.
-# usage: pretend.sh DIB LIBRARY MAKE_SAMPLE_PICTURE WORK_DIR
+# The program, a program in C and the Python package, as they are, with a library whose table has one more row: the row must
+# be everywhere.
+# usage: pretend.sh DIB LIBRARY MAKE_SAMPLE_PICTURE C_PROGRAM WORK_DIR [PYTHON...]
 set -euo pipefail
-dib="$1" library="$2" make_sample_picture="$3" work="$4"
+dib="$1" library="$2" make_sample_picture="$3" in_c="$4" work="$5"
+shift 5
+in_python=("$@")
 rm -rf "$work"
 mkdir -p "$work"
 cd "$work"
@@ -46,4 +49,36 @@ with run in.bmp pretned:3 out.bmp 2>errors.txt || true
 found suggestions "did you mean 'pretend'?" cat errors.txt
 with run in.bmp pretend:10 out.bmp 2>errors.txt || true
 found "its range" "pretend: amount: '10' is outside 1 to 9" cat errors.txt
+
+if "$in_c" pretend invert 2>/dev/null; then
+    echo "the plain library has the row in C"
+    exit 1
+fi
+in_c() { LD_PRELOAD="$library" "$in_c" "$@"; }
+found "C: help" 'how much to pretend (px, 1 to 9)' in_c pretend pretend:3
+found "C: list" pretend in_c reverse invert
+found "C: what it does" 'first byte 255' in_c pretend pretend:3,mode=dark
+in_c pretend pretend:10 2>errors.txt || true
+found "C: its range" "pretend: amount: '10' is outside 1 to 9" cat errors.txt
+
+if [ ${#in_python[@]} -gt 0 ]; then
+    in_python() { "${in_python[@]}" "$@"; }
+    if in_python -c 'import dibstream; dibstream.Image.pretend' 2>/dev/null; then
+        echo "the plain library has the row in Python"
+        exit 1
+    fi
+    export LD_PRELOAD="$library"
+    found "Python: methods" 255 in_python -c 'import dibstream
+print(memoryview(dibstream.new(4, 2).pretend(3, mode="dark").flip_storage()).tolist()[0][0][0])'
+    found "Python: signatures" "(self, amount, mode='light', *, progress=None)" in_python -c 'import dibstream, inspect
+print(inspect.signature(dibstream.Image.pretend))'
+    found "Python: texts" 'amount: how much to pretend (px, 1 to 9)' in_python -c 'import dibstream
+print(dibstream.Image.pretend.__doc__)'
+    found "Python: list" pretend in_python -c 'import dibstream
+print([row["name"] for row in dibstream.operations()])'
+    found "Python: its range" '1.0, 9.0' in_python -c 'import dibstream
+try: dibstream.new(4, 2).pretend(10)
+except ValueError as error: print(error.range)'
+    found "Python: types" "def pretend(self, amount: int, mode: Literal['light', 'dark'] = 'light', *," in_python -m dibstream._stubs
+fi
 exit "$failed"
