@@ -206,7 +206,8 @@ The picture with 32 bits and the indices of another one, of 8 bits and the same 
         .def("__repr__", &describe);
     module.def("new", &blank, py::arg("width"), py::arg("height"), py::arg("bits") = 24);
     bindArrays(module, image);
-    bindFiles(module, image);
+    bindLoad(module);
+    bindSave(image);
     bindOperations(module, image);
 }
 

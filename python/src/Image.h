@@ -65,7 +65,8 @@ py::object wrap(DibHandle pixels, Origin origin);
 
 // Adds classes and functions to the module.
 void bindImage(py::module_& module);
-void bindFiles(py::module_& module, py::class_<Image>& image);
+void bindLoad(py::module_& module);
+void bindSave(py::class_<Image>& image);
 void bindOperations(py::module_& module, py::class_<Image>& image);
 void bindArrays(py::module_& module, py::class_<Image>& image);
 

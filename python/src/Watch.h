@@ -23,8 +23,6 @@ public:
     void rethrow();
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     static bool step(float fraction, void* watch);
     bool look(float fraction);
     bool callProgram(float fraction);
@@ -32,7 +30,7 @@ private:
     bool isMainThread_;
     py::object report_;  // null when the program watches no progress
     float last_ = -1;
-    Clock::time_point next_;
+    std::chrono::nanoseconds next_;
     std::optional<py::error_already_set> error_;
 };
 

@@ -1,9 +1,12 @@
-// Opening, probing and saving: the functions of DibFile.h.
-#include <cstring>
+// Opening and probing: the functions of DibFile.h.
+#include <DibOperation.h>
+
+#include <memory>
 #include <vector>
 
 #include "python/src/Failure.h"
 #include "python/src/Image.h"
+#include "python/src/Places.h"
 #include "python/src/Watch.h"
 
 namespace python {
@@ -12,19 +15,8 @@ using py::literals::operator""_a;
 
 namespace {
 
-// The value of a word in a list, with an exception that names what is accepted.
-template <std::size_t count>
-int choice(const char* option, const std::string& word, const char* const (&words)[count]) {
-    std::string accepted;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (word == words[i]) return static_cast<int>(i);
-        accepted += std::string(i == 0 ? "'" : i + 1 < count ? ", '" : " or '") + words[i] + "'";
-    }
-    throw py::value_error(std::string(option) + " must be " + accepted + ", not '" + word + "'");
-}
 constexpr const char* kAlphas[] = {"guess", "stored"};
 constexpr const char* kParts[] = {"pixels", "mask", "second-mask"};
-constexpr const char* kTiffs[] = {"deflate", "lzw", "packbits", "none"};
 
 struct ReleaseView {
     void operator()(Py_buffer* view) const {
@@ -44,13 +36,6 @@ struct Place {
     std::size_t size() const { return static_cast<std::size_t>(bytes->len); }
 };
 
-bool isPath(const py::object& place) {
-    return py::isinstance<py::str>(place) || py::hasattr(place, "__fspath__");
-}
-std::string encoded(const py::object& path) {
-    return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
-}
-
 Place sourceOf(const py::object& source) {
     if (isPath(source)) return {Place::kPath, encoded(source), source};
     if (PyObject_CheckBuffer(source.ptr()) != 0) {
@@ -65,67 +50,6 @@ Place sourceOf(const py::object& source) {
                          py::repr(source).cast<std::string>());
 }
 
-// An object with `read` or `write` that the library works with while the lock of Python is free.
-class Stream {
-public:
-    Stream(const py::object& object, const char* method) : object_(object), method_(method) {}
-
-    DibReader reader() { return {&Stream::read, this}; }
-    DibWriter writer() { return {&Stream::write, this}; }
-    // Throws what the object threw.
-    void rethrow() {
-        if (error_) throw py::error_already_set(std::move(*error_));
-    }
-
-private:
-    // Calls the method with the lock of Python.
-    template <class Work>
-    bool call(const Work& work) {
-        const py::gil_scoped_acquire lock;
-        try {
-            work(object_.attr(method_));
-            return true;
-        } catch (py::error_already_set& error) {
-            error_.emplace(std::move(error));
-        } catch (const std::exception& error) {
-            PyErr_SetString(PyExc_TypeError, error.what());
-            error_.emplace();
-        }
-        return false;
-    }
-    static std::size_t read(void* context, void* out, std::size_t bytes) {
-        std::size_t got = 0;
-        const bool isDone = static_cast<Stream*>(context)->call([&](const py::object& method) {
-            const py::object block = method(bytes);
-            if (!py::isinstance<py::bytes>(block))
-                throw py::type_error("the file must be opened in binary mode");
-            const std::string_view text = block.cast<std::string_view>();
-            got = std::min(text.size(), bytes);
-            std::memcpy(out, text.data(), got);
-        });
-        return isDone ? got : DibReader::kFailed;
-    }
-    static bool write(void* context, const void* from, std::size_t bytes) {
-        return static_cast<Stream*>(context)->call([&](const py::object& method) {
-            const auto* next = static_cast<const char*>(from);
-            for (std::size_t left = bytes; left > 0;) {
-                const py::object written =
-                    method(py::memoryview::from_memory(next, static_cast<py::ssize_t>(left)));
-                // Raw files may write less than they get; other objects return nothing of interest.
-                const std::size_t count =
-                    py::isinstance<py::int_>(written) ? written.cast<std::size_t>() : left;
-                if (count == 0 || count > left) throw py::value_error("write() returned a wrong number");
-                next += count;
-                left -= count;
-            }
-        });
-    }
-
-    const py::object& object_;
-    const char* method_;
-    std::optional<py::error_already_set> error_;
-};
-
 py::object bytesOrNone(const DibBytes& block) {
     if (block.data == nullptr) return py::none();
     return py::bytes(reinterpret_cast<const char*>(block.data), block.size);
@@ -139,26 +63,6 @@ py::object metadataOf(const DibMetadata& from) {
         "resolution"_a = resolution, "orientation"_a = from.orientation,
         "color_profile"_a = bytesOrNone(from.colorProfile), "exif"_a = bytesOrNone(from.exif),
         "palette_alpha"_a = bytesOrNone(from.paletteAlpha), "tim_frame"_a = bytesOrNone(from.timFrame));
-}
-
-void readBlock(const py::object& from, DibBytes& to) {
-    if (from.is_none()) return;
-    const auto text = from.cast<std::string_view>();
-    to.data = static_cast<unsigned char*>(std::malloc(text.size() + 1));
-    if (to.data == nullptr) failWithoutMemory();
-    std::memcpy(to.data, text.data(), text.size());
-    to.size = text.size();
-}
-
-void readMetadata(const py::object& from, DibMetadata& to) {
-    const py::object resolution = from.attr("resolution");
-    if (!resolution.is_none())
-        std::tie(to.xResolution, to.yResolution) = resolution.cast<std::pair<double, double>>();
-    to.orientation = from.attr("orientation").cast<int>();
-    readBlock(from.attr("color_profile"), to.colorProfile);
-    readBlock(from.attr("exif"), to.exif);
-    readBlock(from.attr("palette_alpha"), to.paletteAlpha);
-    readBlock(from.attr("tim_frame"), to.timFrame);
 }
 
 // Options of a load with the texts that they point to.
@@ -181,7 +85,7 @@ struct LoadOptions {
 
 // Opens the place: `load` is called with a path, a block or a stream.
 template <class Load>
-void read(const py::object& source, DibFileResult& result, Watch& watch, const Load& load) {
+void readFrom(const py::object& source, DibFileResult& result, Watch& watch, const Load& load) {
     const Place place = sourceOf(source);
     Stream stream(source, "read");
     bool isDone = false;
@@ -218,7 +122,7 @@ py::object open(const py::object& source, const std::optional<std::vector<std::s
     if (!image) failWithoutMemory();
     DibFileResult result;
     Watch watch(progress);
-    read(source, result, watch, [&](const Place& place, Stream& stream) {
+    readFrom(source, result, watch, [&](const Place& place, Stream& stream) {
         if (place.kind == Place::kPath)
             return DibLoadFile(place.path.c_str(), image.get(), options, &result, watch.callback(), &watch);
         if (place.kind == Place::kBytes)
@@ -318,99 +222,6 @@ py::object probeLayers(const py::object& source, const std::optional<std::string
     return list;
 }
 
-// Options of a save with what they point to.
-class SaveOptions {
-public:
-    SaveOptions(const Image& image, const std::optional<std::string>& format, int quality, int compression,
-                bool isStrict, bool runLengths, const std::string& tiff, const py::object& metadata)
-        : format_(format) {
-        options_.quality = quality;
-        options_.compressionLevel = compression;
-        options_.refusesLosses = isStrict;
-        options_.runLengths = runLengths;
-        options_.tiffCompression = static_cast<DibTiffCompression>(choice("tiff_compression", tiff, kTiffs));
-        const py::object& used = metadata.is(py::ellipsis()) ? image.origin.metadata : metadata;
-        if (used.is_none()) return;
-        readMetadata(used, metadata_);
-        options_.metadata = &metadata_;
-    }
-    SaveOptions(const SaveOptions&) = delete;
-    SaveOptions& operator=(const SaveOptions&) = delete;
-
-    void setFormat(std::string format) { format_ = std::move(format); }
-    const DibSaveOptions* get() {
-        options_.format = format_ ? format_->c_str() : nullptr;
-        return &options_;
-    }
-
-private:
-    DibSaveOptions options_;
-    std::optional<std::string> format_;
-    DibMetadata metadata_;
-};
-
-// The format of a stream: the extension of its name, when it has one.
-std::string formatOfStream(const py::object& stream) {
-    const py::object name = py::getattr(stream, "name", py::none());
-    if (py::isinstance<py::str>(name)) {
-        const auto text = name.cast<std::string>();
-        const std::size_t dot = text.rfind('.');
-        if (dot != std::string::npos) return text.substr(dot + 1);
-    }
-    throw py::type_error("format must be given: the file has no name that ends with one");
-}
-
-py::tuple save(const Image& image, const py::object& target, const std::optional<std::string>& format,
-               int quality, int compression, bool isStrict, bool runLengths, const std::string& tiff,
-               const py::object& metadata, const py::object& progress) {
-    SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
-    const bool toPath = isPath(target);
-    if (!toPath && !py::hasattr(target, "write"))
-        throw py::type_error("a picture is saved to a path or a binary file, not to " +
-                             py::repr(target).cast<std::string>());
-    if (!toPath && !format) given.setFormat(formatOfStream(target));
-    const std::string path = toPath ? encoded(target) : std::string();
-    const DibSaveOptions* options = given.get();
-    DibFileResult result;
-    Watch watch(progress);
-    Stream stream(target, "write");
-    const bool isDone = [&] {
-        const py::gil_scoped_release unlocked;
-        return toPath
-                   ? DibSaveFile(path.c_str(), image.get(), options, &result, watch.callback(), &watch)
-                   : DibSaveStream(stream.writer(), image.get(), options, &result, watch.callback(), &watch);
-    }();
-    watch.rethrow();
-    stream.rethrow();
-    if (!isDone) fail(result, toPath ? target : py::none());
-    return notesOf(result.notes, result.noteCount);
-}
-
-py::bytes encode(const Image& image, const std::string& format, int quality, int compression, bool isStrict,
-                 bool runLengths, const std::string& tiff, const py::object& metadata,
-                 const py::object& progress) {
-    SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
-    const DibSaveOptions* options = given.get();
-    DibFileResult result;
-    DibBytes block;
-    Watch watch(progress);
-    const bool isDone = [&] {
-        const py::gil_scoped_release unlocked;
-        return DibSaveMemory(&block, image.get(), options, &result, watch.callback(), &watch);
-    }();
-    watch.rethrow();
-    if (!isDone) fail(result, py::none());
-    return {reinterpret_cast<const char*>(block.data), block.size};
-}
-
-py::tuple losses(const Image& image, const std::string& format, const py::object& metadata) {
-    SaveOptions given(image, format, 90, -1, false, true, "deflate", metadata);
-    DibFileResult result;
-    DibSaveLosses(image.get(), format.c_str(), given.get(), &result);
-    if (result.code != DIB_OK) fail(result, py::none());
-    return notesOf(result.notes, result.noteCount);
-}
-
 py::object formats() {
     const auto words = [](const char* const* list) {
         py::list found;
@@ -439,7 +250,7 @@ py::object formats() {
 
 }  // namespace
 
-void bindFiles(py::module_& module, py::class_<Image>& image) {
+void bindLoad(py::module_& module) {
     const DibLoadOptions standard;
     module.def(
         "open", &open, py::arg("source"), py::kw_only(), "formats"_a = py::none(), "format"_a = py::none(),
@@ -503,41 +314,6 @@ All formats, in the order of the documentation.)");
 --
 
 Sets the folder of the plug-ins that read EXR, DDS, WebP and GIF files. The package finds its own.)");
-    image.def(
-        "save", &save, py::arg("target"), py::kw_only(), "format"_a = py::none(), "quality"_a = 90,
-        "compression"_a = -1, "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
-        "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
-        R"(save(self, target, *, format=None, quality=90, compression=-1, strict=False, run_lengths=True,
-tiff_compression='deflate', metadata=..., progress=None)
---
-
-Saves the picture, whole or not at all, and returns notes about what the file does not hold.
-
-target: a path, whose extension says the format, or a binary file
-format: the name or an extension of a format
-quality: of JPEG, 1 to 100
-compression: of PNG and TIFF, 0 (fast) to 9 (small); -1 is a good compromise
-strict: fails where the file cannot hold all of the picture
-run_lengths: uses run lengths where a format has them as an option
-tiff_compression: 'deflate', 'lzw', 'packbits' or 'none'
-metadata: resolution, colour profile and EXIF; those of the picture unless given; None saves none
-progress: is called with the fraction that is done; False cancels. Also a tqdm bar.)");
-    image.def("encode", &encode, py::arg("format"), py::kw_only(), "quality"_a = 90, "compression"_a = -1,
-              "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
-              "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
-              R"(encode(self, format, *, quality=90, compression=-1, strict=False, run_lengths=True,
-tiff_compression='deflate', metadata=..., progress=None)
---
-
-The bytes of a file. The options are those of save().)");
-    image.def("losses", &losses, py::arg("format"), py::kw_only(), "metadata"_a = py::ellipsis(),
-              R"(losses(self, format, *, metadata=...)
---
-
-What a file of that format cannot hold of the picture, as notes.)");
-    image.def("_repr_png_", [](const Image& self) {
-        return encode(self, "png", 90, 1, false, true, "deflate", py::ellipsis(), py::none());
-    });
 }
 
 }  // namespace python

@@ -1,0 +1,59 @@
+#include "python/src/Places.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace python {
+
+bool isPath(const py::object& place) {
+    return py::isinstance<py::str>(place) || py::hasattr(place, "__fspath__");
+}
+
+std::string encoded(const py::object& path) {
+    return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
+}
+
+template <class Work>
+bool Stream::call(const Work& work) {
+    const py::gil_scoped_acquire lock;
+    try {
+        work(object_.attr(method_));
+        return true;
+    } catch (py::error_already_set& error) {
+        error_.emplace(std::move(error));
+    } catch (const std::exception& error) {
+        PyErr_SetString(PyExc_TypeError, error.what());
+        error_.emplace();
+    }
+    return false;
+}
+
+std::size_t Stream::read(void* context, void* out, std::size_t bytes) {
+    std::size_t got = 0;
+    const bool isDone = static_cast<Stream*>(context)->call([&](const py::object& method) {
+        const py::object block = method(bytes);
+        if (!py::isinstance<py::bytes>(block)) throw py::type_error("the file must be opened in binary mode");
+        const std::string_view text = block.cast<std::string_view>();
+        got = std::min(text.size(), bytes);
+        std::memcpy(out, text.data(), got);
+    });
+    return isDone ? got : DibReader::kFailed;
+}
+
+bool Stream::write(void* context, const void* from, std::size_t bytes) {
+    return static_cast<Stream*>(context)->call([&](const py::object& method) {
+        const auto* next = static_cast<const char*>(from);
+        for (std::size_t left = bytes; left > 0;) {
+            const py::object written =
+                method(py::memoryview::from_memory(next, static_cast<py::ssize_t>(left)));
+            // Raw files may write less than they get; other objects return nothing of interest.
+            const std::size_t count = py::isinstance<py::int_>(written) ? written.cast<std::size_t>() : left;
+            if (count == 0 || count > left) throw py::value_error("write() returned a wrong number");
+            next += count;
+            left -= count;
+        }
+    });
+}
+
+}  // namespace python
