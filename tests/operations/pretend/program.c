@@ -1,5 +1,5 @@
 /* A C program that works by the table of operations alone (tests/system/pretend.sh).
-   usage: program OPERATION CHAIN     describes the operation, then shows a byte of a black picture after the chain */
+   usage: program OPERATION CHAIN     a text about the operation; a byte of a black picture after the chain */
 #include <dibstream.h>
 #include <stdio.h>
 
