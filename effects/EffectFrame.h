@@ -17,7 +17,7 @@
 // Gaussian blur, brightest,  | every row once, as  | RollingCopy: only the   | rows by EdgeAxis::at; their
 // darkest                    | it enters           | first rows, if y wraps  | own rows are padded
 // middle                     | pixels of the whole | FullCopy: the pixel     | EdgeWindow: pixels with their
-//                            | square              | found is read again     | number of visits
+//                            | square              | found is read again     | number of visits, or padded
 // diffuse                    | any pixel around    | FullCopy                | getLoopX, getLoopY by pixel
 // rotate, ripple, wave,      | any position        | FullCopy                | the sampler's, by position
 // whirl, motion blur, emboss |                     |                         |

@@ -5,6 +5,14 @@
 #include "effects/EffectFrame.h"
 #include "effects/rank/MedianLargeRadius.h"
 #include "effects/rank/MedianSmallRadius.h"
+#include "effects/rank/MedianTiles.h"
+
+namespace {
+
+using ByteTiles = dib::MedianTiles<std::uint8_t>;
+using WordTiles = dib::MedianTiles<std::uint16_t>;
+
+}  // namespace
 
 bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
                            unsigned int flags) {
@@ -15,6 +23,14 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
                                 dib::Depth32>({callback, user}, image, std::move(median));
     };
     if (radius <= dib::MedianSmallRadius::kLargest) return filter(dib::MedianSmallRadius(radius, flags));
+    dib::Raster raster;
+    if (dib::admitImage(image, raster)) {
+        const dib::TileShape shape = dib::tileShape(raster, radius);
+        if (WordTiles::holds(shape) && shape.isLessWorkThanRows(raster)) {
+            if (ByteTiles::holds(shape)) return filter(ByteTiles(radius, flags));
+            return filter(WordTiles(radius, flags));
+        }
+    }
     return filter(dib::MedianLargeRadius(radius, flags));
 }
 

@@ -18,25 +18,11 @@ bool MedianSmallRadius::prepare(const FullCopy& source, const Raster& image) {
     keys_ = allocateArray<std::int8_t>(width + 1);
     if (!lines_ || !positions_ || !spots_ || !keys_) return false;
     if (!input_.prepare(source, image)) return false;
-    if (byKeys_) numberKeys();
-    return true;
-}
-
-// At 1 bit the indices themselves are ranked.
-void MedianSmallRadius::numberKeys() {
-    const int indices = 1 << input_.bitCount();
-    const auto rankedBy = [&](int index) {
-        return input_.bitCount() == 1 ? index : input_.reader().tableBrightness(index);
-    };
-    std::int32_t levels[256] = {};
-    for (int index = 0; index < indices; ++index) levels[index] = rankedBy(index);
-    std::sort(levels, levels + indices);
-    std::int32_t* const end = std::unique(levels, levels + indices);
-    for (int index = 0; index < indices; ++index) {
-        keyOfIndex_[index] =
-            static_cast<std::uint8_t>(std::lower_bound(levels, end, rankedBy(index)) - levels);
+    if (byKeys_) {
+        table_.number(input_);
+        while ((1 << keyBits_) < table_.count()) ++keyBits_;
     }
-    while ((1 << keyBits_) < end - levels) ++keyBits_;
+    return true;
 }
 
 void MedianSmallRadius::writeRow(unsigned char* out, int y) {
@@ -71,8 +57,8 @@ void MedianSmallRadius::chooseByKeys() {
         const std::ptrdiff_t end = std::min(start + kSelectLanes, width);
         bool ambiguous = false;
         for (std::ptrdiff_t x = start; x < end; ++x) {
-            input_.chosen()[x] = indexOfKey_[keyOf(x)];
-            ambiguous |= severalIndices_[keyOf(x)];
+            input_.chosen()[x] = table_.indexOf(keyOf(x));
+            ambiguous |= table_.several(keyOf(x));
         }
         if (!ambiguous) continue;
         positionsOfKeys(keySquare_, side_, rank_, keys_.get(), positions_.get(), start, end);
@@ -103,19 +89,10 @@ void MedianSmallRadius::loadKeys(int t) {
     const std::uint32_t* values = input_.readValues(axisY_.at(t));
     std::int8_t* const line = lineAt(t).high + radius_;
     for (std::ptrdiff_t x = 0; x < input_.width(); ++x) {
-        seen_[values[x]] = true;
-        line[x] = BrightnessPlanes::flipped(keyOfIndex_[values[x]]);
+        line[x] = BrightnessPlanes::flipped(table_.see(values[x]));
     }
     axisX_.pad(line, radius_, radius_);
-
-    bool found[256] = {};
-    for (std::ptrdiff_t index = 0; index < 256; ++index) {
-        if (!seen_[index]) continue;
-        const std::ptrdiff_t key = keyOfIndex_[index];
-        severalIndices_[key] = found[key];
-        found[key] = true;
-        indexOfKey_[key] = static_cast<std::uint8_t>(index);
-    }
+    table_.update();
 }
 
 }  // namespace dib

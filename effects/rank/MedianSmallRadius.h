@@ -7,6 +7,7 @@
 
 #include "effects/rank/MedianInput.h"
 #include "effects/rank/SelectLanes.h"
+#include "effects/rank/TableKeys.h"
 
 namespace dib {
 
@@ -35,7 +36,6 @@ private:
         return {lines_.get() + 2 * line * lineLength_, lines_.get() + (2 * line + 1) * lineLength_};
     }
 
-    void numberKeys();
     void loadBrightness(int t);
     void loadKeys(int t);
     void chooseByKeys();
@@ -59,15 +59,10 @@ private:
     MallocPtr<BrightnessReader::Spot> spots_;
     MallocPtr<std::int8_t> keys_;
 
-    // Up to 8 bits per pixel a byte, the key, numbers the different brightnesses from dark to bright.
+    // Up to 8 bits per pixel keys are ranked.
     bool byKeys_ = false;
     int keyBits_ = 0;
-    std::uint8_t keyOfIndex_[256] = {};
-    bool seen_[256] = {};  // indices
-    // By key: an index seen with it, and whether another one was, too. Then the key does not determine the
-    // pixel.
-    std::uint8_t indexOfKey_[256] = {};
-    bool severalIndices_[256] = {};
+    TableKeys table_;
 };
 
 }  // namespace dib

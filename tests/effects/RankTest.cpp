@@ -119,8 +119,8 @@ TEST(Rank, TiesAreDecidedAsInThePlainLoops) {
     }
 }
 
-// Taller and wider than the square, where the sliding histogram drops rows and columns.
-TEST(Rank, TheSlidingHistogramEqualsThePlainLoops) {
+// Taller and wider than the square, so that rows and columns leave it.
+TEST(Rank, PicturesLargerThanTheSquareEqualThePlainLoops) {
     for (const int depth : kAll) {
         for (const unsigned flags : {0U, 3U}) {
             for (const bool ties : {false, true}) {
