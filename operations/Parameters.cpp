@@ -86,7 +86,7 @@ private:
 
     void readSize(Value& value) const {
         const std::size_t cross = text_.find('x');
-        if (cross != std::string_view::npos) {
+        if (cross > 0 && cross < text_.size() - 1) {
             value.first = measure(text_.substr(0, cross), true);
             value.second = measure(text_.substr(cross + 1), true);
         } else if (text_.ends_with('%')) {

@@ -143,7 +143,7 @@ TEST_F(Gallery, SaysWhatIsWrong) {
 
     const Result file = run({"gallery", "in.bmp", "in.bmp"});
     EXPECT_EQ(file.exitCode, 4);
-    EXPECT_TRUE(file.errors.starts_with("dib: in.bmp: cannot create folder")) << file.errors;
+    EXPECT_TRUE(file.errors.starts_with("dib: in.bmp: save: the folder cannot be created: ")) << file.errors;
 
     EXPECT_EQ(run({"gallery", "in.bmp"}).exitCode, 2);
     for (const char* side : {"--side=239", "--side=1025", "--side=many"}) {

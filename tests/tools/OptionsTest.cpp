@@ -34,7 +34,7 @@ TEST_F(Limit, RefusesLargerInputs) {
 }
 
 TEST_F(Limit, MistakesAreNamed) {
-    const std::string number = " is not a number from 1, with K, M or G behind it or not\n";
+    const std::string number = " is not a whole number from 1, which K, M or G may follow\n";
     const std::string part = " is not pixels:N, bytes:N or layers:N\n";
     const std::pair<std::string, std::string> kCases[] = {
         {"pixels:1T", "'1T'" + number},     {"pixels:0", "'0'" + number},
@@ -89,6 +89,12 @@ TEST_F(Suggestions, AreMadeForEveryKindOfName) {
          "--limit: 'pixel:3' is not pixels:N, bytes:N or layers:N; did you mean 'pixels'?\n"},
         {{"layers", "a.psd", "folder", "more"},
          "layers: there is no place for 'more'\ndib: try `dib --help`\n"},
+        {{}, "a command is required\ndib: try `dib --help`\n"},
+        {{"--hlep"}, "no command or option '--hlep'; did you mean '--help'?\ndib: try `dib --help`\n"},
+        {{"run", "in.bmp", ""}, "run: INPUT and OUTPUT are required\n"},
+        {{"run", "", "out.bmp"}, "run: INPUT and OUTPUT are required\n"},
+        {{"gallery", "--side=239", "in.bmp", "folder"},
+         "gallery: --side: '239' is not a whole number from 240 to 1024\ndib: try `dib --help`\n"},
         {{"gallery"}, "gallery: INPUT is required\ndib: try `dib --help`\n"},
         {{"help", "gallry"}, "no operation or command 'gallry'; did you mean 'gallery'?\n"},
         {{"rnu", "in.bmp", "out.bmp"},
@@ -178,8 +184,12 @@ TEST_F(Quality, IsThatOfJpegFiles) {
     EXPECT_LT(fs::file_size("90.jpg"), fs::file_size("100.jpg"));
     EXPECT_EQ(run({"run", "in.bmp", "default.jpg"}).errors, "");
     EXPECT_EQ(readFile("default.jpg"), readFile("90.jpg"));
-    for (const char* quality : {"0", "101", "good"})
-        EXPECT_EQ(run({"run", "--quality", quality, "in.bmp", "out.jpg"}).exitCode, 2) << quality;
+    for (const std::string quality : {"0", "101", "good", "9.5", ""}) {
+        const Result result = run({"run", "--quality", quality, "in.bmp", "out.jpg"});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.errors, "dib: run: --quality: '" + quality +
+                                     "' is not a whole number from 1 to 100\ndib: try `dib --help`\n");
+    }
 }
 
 // Mistakes of every kind: each ends with its own code and one line that gives a reason.

@@ -254,7 +254,8 @@ TEST_F(RunCommand, StandardOutputThatCannotBeWrittenIsReported) {
               "dib: standard output: save: the stream cannot be written: No space left on device\n");
     const Result list = run({"ops"}, "", toFull);
     EXPECT_EQ(list.exitCode, 4);
-    const std::string reason = "dib: standard output: write file (No space left on device)\n";
+    const std::string reason =
+        "dib: standard output: print: the stream cannot be written: No space left on device\n";
     EXPECT_EQ(list.errors, reason);
     for (const char* words : {"--help", "formats"}) {
         const Result listing = run({words}, "", toFull);

@@ -22,10 +22,12 @@ std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> rest = app.remaining(true);
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     const std::string place = chosen.empty() ? "" : chosen.front()->get_name() + ": ";
+    if (rest.empty() && chosen.empty()) return "a command is required";
     if (rest.empty()) return place + error.what();
     if (chosen.empty()) {
-        return "no command or option '" + rest.front() + "'" +
-               tool::suggestion(rest.front(), tool::namesOf(tool::commands()));
+        std::vector<std::string> names = tool::namesOf(tool::commands());
+        names.insert(names.end(), {"--help", "--version"});
+        return "no command or option '" + rest.front() + "'" + tool::suggestion(rest.front(), names);
     }
     const std::string typed = rest.front().substr(0, rest.front().find('='));
     const auto command =

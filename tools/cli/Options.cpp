@@ -23,7 +23,8 @@ std::uint64_t amount(const std::string& text) {
     const std::uint64_t factor = unit.empty() ? 1 : unit == "K" ? 1000 : unit == "M" ? 1000000 : 1000000000;
     const bool isUnit = unit.empty() || unit == "K" || unit == "M" || unit == "G";
     if (error != std::errc() || !isUnit || number == 0 || number > UINT64_MAX / factor)
-        throw usageFailure("--limit: '" + text + "' is not a number from 1, with K, M or G behind it or not");
+        throw usageFailure("--limit: '" + text +
+                           "' is not a whole number from 1, which K, M or G may follow");
     return number * factor;
 }
 
@@ -49,6 +50,18 @@ CLI::Validator oneOf(const std::string& choices) {
         const std::vector<std::string> all = CLI::detail::split(choices, '|');
         if (std::ranges::find(all, value) != all.end()) return std::string();
         return "'" + value + "' is not one of " + CLI::detail::join(all, ", ") + suggestion(value, all);
+    };
+    return {mistakeIn, ""};
+}
+
+CLI::Validator between(int least, int most) {
+    const auto mistakeIn = [least, most](const std::string& value) {
+        int number = 0;
+        const char* end = value.data() + value.size();
+        const auto [stop, error] = std::from_chars(value.data(), end, number);
+        if (error == std::errc() && stop == end && number >= least && number <= most) return std::string();
+        return "'" + value + "' is not a whole number from " + std::to_string(least) + " to " +
+               std::to_string(most);
     };
     return {mistakeIn, ""};
 }
@@ -90,7 +103,7 @@ void addOpening(CLI::App& command, DibLoadOptions& options) {
 void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp) {
     addFormat(command, "--to", options.save.format, formatHelp);
     command.add_option("--quality", options.save.quality, "Quality of JPEG files, 1 to 100; default 90")
-        ->check(CLI::Range(1, 100).description(""))
+        ->check(between(1, 100))
         ->type_name("QUALITY");
     command.add_flag(
         "--strict", options.isStrict,

@@ -19,6 +19,8 @@ inline constexpr const char* kShells = "bash|zsh|fish";
 
 // A check that a value is one of "a|b|c".
 CLI::Validator oneOf(const std::string& choices);
+// A check that it is a whole number in a range.
+CLI::Validator between(int least, int most);
 // An operand that must be given.
 CLI::Option* addOperand(CLI::App& command, const std::string& name, std::string& value,
                         const std::string& help);

@@ -213,7 +213,7 @@ void declareGallery(CLI::App& command) {
         .add_option("--side", job->longerSide,
                     "Pixels of the longer side of the pictures, " + std::to_string(kSmallestSide) + " to " +
                         std::to_string(kLargestSide) + "; default " + std::to_string(job->longerSide))
-        ->check(CLI::Range(kSmallestSide, kLargestSide).description(""))
+        ->check(between(kSmallestSide, kLargestSide))
         ->type_name("PIXELS");
     addProgress(command, job->showsProgress);
     command.callback([job] { makeGallery(*job); });

@@ -83,9 +83,8 @@ Failure loadFailure(const std::string& title, const DibFileResult& result, const
           std::pair("(mostLayers)", "(--limit=layers)")}) {
         if (reason.ends_with(field)) reason.replace(reason.rfind('('), std::string::npos, option);
     }
-    // Rows before the damage can be kept, but those of a plug-in.
-    const bool hasRows = reason.ends_with(")") && reason.find(" (in row ") != std::string::npos;
-    if (hasRows && result.format->plugin == nullptr) reason += "; --keep-damaged keeps the rows before it";
+    if (reason.ends_with(")") && reason.find(" (in row ") != std::string::npos)
+        reason += "; --keep-damaged keeps the rows before it";
     if (result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED && action == "load")
         reason += " (name it with --from)";
     if (result.format != nullptr && !DibIsFormatAvailable(result.format))

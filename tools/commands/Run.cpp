@@ -107,7 +107,8 @@ void declareRun(CLI::App& command) {
     command.footer(operationSummary);
     command.callback([options] {
         const std::vector<std::string>& words = options->words;
-        if (words.size() < 2) throw usageFailure("run: INPUT and OUTPUT are required");
+        if (words.size() < 2 || words.front().empty() || words.back().empty())
+            throw usageFailure("run: INPUT and OUTPUT are required");
         options->job.input = words.front();
         options->job.output = words.back();
         for (std::size_t i = 1; i + 1 < words.size(); ++i) options->job.chains.push_back(parseStep(words[i]));

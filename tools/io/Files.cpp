@@ -29,7 +29,8 @@ void guardStandardStreams() {
 
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
-    throw Failure(kExitOutputFailed, "standard output: write file (" + systemError() + ")");
+    throw Failure(kExitOutputFailed,
+                  "standard output: print: the stream cannot be written: " + systemError());
 }
 
 std::string outputTitle(const std::string& name) { return name == "-" ? "standard output" : name; }
@@ -86,7 +87,7 @@ void makeFolder(const std::string& folder) {
     std::filesystem::create_directories(folder, error);
     std::error_code ignored;  // the first reason is the one to report
     if (!std::filesystem::is_directory(folder, ignored)) {
-        throw Failure(kExitOutputFailed, folder + ": cannot create folder (" + error.message() + ")");
+        throw Failure(kExitOutputFailed, folder + ": save: the folder cannot be created: " + error.message());
     }
 }
 
