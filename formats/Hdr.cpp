@@ -178,7 +178,7 @@ DIB_ALWAYS_INLINE bool holdsRun(const unsigned char* pixels, std::size_t count) 
     for (std::size_t i = 0; i < count; ++i) {
         std::uint32_t word;
         std::memcpy(&word, pixels + i * kRgbeBytes, sizeof word);
-        found |= (word & 0xFFFFFF) == 0x010101 ? 1U : 0U;
+        found |= (word & 0xFFFFFF) == 0x010101 ? UINT32_MAX : 0;
     }
     return found != 0;
 }

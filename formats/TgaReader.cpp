@@ -47,13 +47,18 @@ DIB_ALWAYS_INLINE AlphaBits alphaBits(const unsigned char* pixels, std::size_t c
     return bits;
 }
 
-DIB_ALWAYS_INLINE void setOpaque(unsigned char* pixels, std::size_t count) {
+// The bits that the pixels had.
+DIB_ALWAYS_INLINE AlphaBits setOpaque(unsigned char* pixels, std::size_t count) {
+    AlphaBits bits;
     for (std::size_t i = 0; i < count; ++i) {
         std::uint32_t word;
         std::memcpy(&word, pixels + 4 * i, sizeof word);
+        bits.all &= word;
+        bits.any |= word & kAlphaMask;
         word |= kAlphaMask;
         std::memcpy(pixels + 4 * i, &word, sizeof word);
     }
+    return bits;
 }
 
 class RowsReader {
@@ -151,12 +156,14 @@ private:
             divideByAlpha(out, width);
     }
 
+    // All 0 or all 255 is what programs without alpha write. Pixels are written only when they change, and
+    // read once where those before them changed.
     void makeOpaque(unsigned char* pixels, std::size_t count) {
-        const AlphaBits bits = dib::runKernel<alphaBits, const unsigned char*>(pixels, count);
-        if (bits.all != kAlphaMask) dib::runKernel<setOpaque>(pixels, count);
+        AlphaBits bits;
+        if (all_ == kAlphaMask) bits = dib::runKernel<alphaBits, const unsigned char*>(pixels, count);
+        if ((all_ & bits.all) != kAlphaMask) bits = dib::runKernel<setOpaque>(pixels, count);
         all_ &= bits.all;
         any_ |= bits.any;
-        // All 0 or all 255 is what programs without alpha write.
         dropsBytes_ = all_ != kAlphaMask && any_ != 0;
     }
 

@@ -143,6 +143,29 @@ TEST(TgaDoor, MapsWithAlphaAreLookedUp) {
     EXPECT_EQ(shown(tga({1, 2, 1, 8, 0, 2, 32}, {1, 2, 3, 0, 5, 6, 7, 0, 1, 0}), 8), Bytes({1, 0}));
 }
 
+// The pixels come in blocks, whose fourth bytes may be of different kinds.
+TEST(TgaDoor, FourthBytesThatMeanNothingBecomeOpaqueInEveryBlock) {
+    constexpr std::size_t kBands = 4;
+    constexpr std::size_t kBandPixels = 256 * 256;  // 256 KiB
+    const struct {
+        unsigned char fourth[kBands];
+        int notes;
+    } kCases[] = {{{0, 0, 0, 0}, 0},   {{255, 255, 255, 255}, 0}, {{255, 255, 0, 255}, 1},
+                  {{0, 255, 0, 0}, 1}, {{255, 255, 255, 254}, 1}, {{0, 0, 0, 1}, 1},
+                  {{7, 0, 255, 9}, 1}};
+    for (const auto& row : kCases) {
+        Bytes pixels(4 * kBands * kBandPixels);
+        for (std::size_t i = 0; i < pixels.size(); ++i)
+            pixels[i] =
+                i % 4 == 3 ? row.fourth[i / 4 / kBandPixels] : static_cast<unsigned char>(i / 4 * 5 + i % 4);
+        const Opened load = openedTga(tga({2, 256, kBands * 256, 32, 0x20}, pixels));
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(load.result.noteCount, row.notes);
+        for (std::size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 255;
+        EXPECT_TRUE(shownRows(*load.image) == pixels);
+    }
+}
+
 TEST(TgaDoor, AlphaIsThatOfTheHeaderOrTheFooter) {
     const Bytes pixels = {1, 2, 3, 4, 5, 6, 7, 8};
     const Bytes opaque = {1, 2, 3, 255, 5, 6, 7, 255};
