@@ -39,15 +39,16 @@ public:
     // Updates what follows, for the indices seen so far.
     void update() {
         bool found[256] = {};
-        anySeveral_ = false;
+        bool any = false;
         for (std::ptrdiff_t index = 0; index < 256; ++index) {
             if (!seen_[index]) continue;
             const std::ptrdiff_t key = keyOfIndex_[index];
             severalIndices_[key] = found[key];
-            anySeveral_ |= found[key];
+            any |= found[key];
             found[key] = true;
             indexOfKey_[key] = static_cast<std::uint8_t>(index);
         }
+        anySeveral_ = any;
     }
     // An index of the key, and whether there are others: then the key does not determine the pixel.
     std::uint8_t indexOf(std::ptrdiff_t key) const { return indexOfKey_[key]; }
