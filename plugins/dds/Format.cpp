@@ -58,6 +58,7 @@ constexpr Format channels() {
 constexpr Format pairs(BlockDecoder decode, const char* packing) {
     return {.decode = decode, .unitBytes = 4, .columns = 2, .packing = packing};
 }
+constexpr Format kBits = {.decode = decodeBits, .unitBytes = 1, .columns = 8, .isGrey = true};
 constexpr Format single(BlockDecoder decode, const char* packing, int sampleBits, bool hasAlpha = false) {
     return {
         .decode = decode, .unitBytes = 4, .packing = packing, .hasAlpha = hasAlpha, .sampleBits = sampleBits};
@@ -166,6 +167,7 @@ constexpr NamedFormat kMoreNumbers[] = {
     {62, channels<Unsigned8, 1>()},
     {63, channels<Signed8, 1>()},
     {64, channels<Signed8, 1>()},
+    {66, kBits},
     {67, single(decodeR9G9B9E5, "none", 14)},
     {68, pairs(decodeRgbg, "rgbg")},
     {69, pairs(decodeGrgb, "grgb")},

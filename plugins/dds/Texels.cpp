@@ -34,6 +34,13 @@ Texel texelOf(int luminance, int u, int v, unsigned char alpha) {
 
 }  // namespace
 
+void decodeBits(const unsigned char* bytes, Block& texels) {
+    for (unsigned i = 0; i < 8; ++i) {
+        const auto level = static_cast<unsigned char>((*bytes >> (7 - i) & 1) != 0 ? 255 : 0);
+        texels[i] = {level, level, level, 255};
+    }
+}
+
 void decodeRxgb(const unsigned char* bytes, Block& texels) {
     decodeBc3(bytes, texels);
     for (Texel& texel : texels) {

@@ -91,6 +91,8 @@ void decodeChannels(const unsigned char* bytes, Block& texels) {
     texels[0] = {value[2], value[1], value[0], value[3]};
 }
 
+// Eight texels of black or white, from the highest bit down.
+void decodeBits(const unsigned char* bytes, Block& texels);
 // BC3 with red where others have alpha.
 void decodeRxgb(const unsigned char* bytes, Block& texels);
 // BC6H in values from 0 to 1, without a curve.

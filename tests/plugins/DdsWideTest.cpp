@@ -158,6 +158,13 @@ TEST(DdsWide, GreysAnnouncedAsColors) {
               (Bytes{5, 5, 5, 255, 7, 7, 7, 9}));
 }
 
+TEST(DdsWide, OneBitATexel) {
+    const PluginsInUse plugins;
+    EXPECT_EQ(shown(file(10, 2, numbered(66), {0b10110001, 0b01000000, 0b00000000, 0b10111111})),
+              (Bytes{255, 0, 255, 255, 0, 0, 0, 255, 0, 255, 0, 0, 0, 0, 0, 0, 0, 0, 255, 0}));
+    EXPECT_TRUE(shown(file(10, 2, numbered(66), {1, 2, 3})).empty());
+}
+
 // Puts numbers into the header at their offsets.
 Bytes with(Bytes bytes, std::initializer_list<std::pair<std::size_t, std::uint32_t>> fields) {
     for (const auto& [at, value] : fields) {
@@ -279,7 +286,7 @@ TEST(DdsWide, EveryFormatTakesAnyTexels) {
         ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info));
         EXPECT_EQ(info.bitCount, load.image->Header->biBitCount) << number;
     }
-    EXPECT_EQ(count, 93);
+    EXPECT_EQ(count, 94);
 }
 
 }  // namespace
