@@ -3,6 +3,7 @@
 #include <tiffio.h>
 
 #include <cmath>
+#include <utility>
 
 #include "dib/Bytes.h"
 #include "formats/Exif.h"
@@ -177,6 +178,20 @@ TEST(TiffDoor, FloatsAreSharesOf255) {
     color.resize(12);
     const Opened opaque = opened(codec_test::TiffBuilder(1, 1, 32, 3, 2, color).floats(3).bytes());
     EXPECT_EQ(codec_test::rowBytes(*opaque.image, 0), (Bytes{153, 102, 51}));
+}
+
+// 0 is white at every depth: the highest number, the middle and 0, packed from the high bits down.
+TEST(TiffDoor, ZeroMayBeWhite) {
+    const std::pair<unsigned, Bytes> kAll[] = {{10, {0xFF, 0xE0, 0x00, 0x00}},
+                                               {12, {0xFF, 0xF8, 0x00, 0x00, 0x00}},
+                                               {14, {0xFF, 0xFE, 0x00, 0x00, 0x00, 0x00}},
+                                               {16, {0xFF, 0xFF, 0x00, 0x80, 0x00, 0x00}}};
+    for (const auto& [bits, samples] : kAll) {
+        const Opened load = opened(codec_test::TiffBuilder(3, 1, bits, 1, 0, samples).bytes());
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(load.image->Header->biBitCount, 8);
+        EXPECT_EQ(codec_test::rowBytes(*load.image, 0), (Bytes{0, 127, 255})) << bits;
+    }
 }
 
 // 255 x (1 - 97/65535) x (1 - 89/65535) is 254.28.
