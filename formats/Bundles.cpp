@@ -170,6 +170,7 @@ void addFormat(Bundle& bundle) {
                               .hasPages = description.hasPages,
                               .plugin = bundle.path.c_str() + name},
                      .probe = probeByBundle,
+                     .listLayers = listLayersByBundle,
                      .read = readByBundle};
 }
 

@@ -44,9 +44,11 @@ std::span<const DibFormat* const> withAddedFormats(std::span<const DibFormat* co
 // What rows of described bundles do; formats/PluginDoor.cpp.
 bool probeByBundle(const Bundle& bundle, ProbeRequest& request);
 bool readByBundle(const Bundle& bundle, ReadRequest& request);
+bool listLayersByBundle(const Bundle& bundle, LayersRequest& request);
 // The same for the bundle of the format in the result.
 bool probeByBundle(ProbeRequest& request);
 bool readByBundle(ReadRequest& request);
+bool listLayersByBundle(LayersRequest& request);
 
 }  // namespace formats
 

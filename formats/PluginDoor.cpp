@@ -1,8 +1,11 @@
 // What the functions of DibFile.h do by a bundle that describes itself.
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
+#include <type_traits>
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
@@ -98,6 +101,38 @@ void takeBytes(unsigned char* data, std::size_t size, DibBytes& bytes) {
     bytes = std::move(taken);
 }
 
+// What a bundle says of layers, one after the other. It is called from the bundle, so nothing leaves it.
+struct LayerList {
+    static_assert(std::is_trivially_copyable_v<DibLayer>);
+
+    bool add(const DibPluginLayer& from) {
+        if (layers.count == most) return false;
+        if (layers.count == room) {
+            const std::size_t more = std::min(most, 2 * room + 16);
+            void* grown = std::realloc(layers.items, more * sizeof(DibLayer));
+            isShortOfMemory = grown == nullptr;
+            if (isShortOfMemory) return false;
+            layers.items = static_cast<DibLayer*>(grown);
+            room = more;
+        }
+        DibLayer& layer = *new (layers.items + layers.count++) DibLayer;
+        std::snprintf(layer.name, sizeof layer.name, "%s", from.name != nullptr ? from.name : "");
+        layer.left = from.left;
+        layer.top = from.top;
+        layer.width = std::max(from.width, 0);
+        layer.height = std::max(from.height, 0);
+        return true;
+    }
+    static bool addTo(void* list, const DibPluginLayer* layer) {
+        return layer != nullptr && static_cast<LayerList*>(list)->add(*layer);
+    }
+
+    std::size_t most = 0;
+    std::size_t room = 0;
+    bool isShortOfMemory = false;
+    DibLayers layers;
+};
+
 }  // namespace
 
 bool probeByBundle(const Bundle& bundle, ProbeRequest& request) {
@@ -138,6 +173,25 @@ bool readByBundle(const Bundle& bundle, ReadRequest& request) {
     return false;
 }
 
+bool listLayersByBundle(const Bundle& bundle, LayersRequest& request) {
+    if (bundle.description.listLayers == nullptr) return true;
+    const Call call(request.file, request.options, request.result, nullptr);
+    LayerList list;
+    list.most = static_cast<std::size_t>(request.options.mostLayers) + 1;
+    const bool isListed = bundle.description.listLayers(call.record(), &list, LayerList::addTo);
+    if (list.isShortOfMemory)
+        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the layers");
+    if (list.layers.count == list.most) {
+        return refuse(request.result, DIB_ERROR_MISMATCH, "the file has more layers than %d (mostLayers)",
+                      request.options.mostLayers);
+    }
+    if (!isListed) return refuse(request.result, DIB_ERROR_INVALID, "the layers cannot be read");
+    request.result.reason[0] = '\0';
+    request.result.code = DIB_OK;
+    request.layers = std::move(list.layers);
+    return true;
+}
+
 bool probeByBundle(ProbeRequest& request) {
     const FileFormat& format = *formatOf(request.result.format);
     const Bundle* bundle = bundleOf(format);
@@ -150,6 +204,13 @@ bool readByBundle(ReadRequest& request) {
     const Bundle* bundle = bundleOf(format);
     if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
     return readByBundle(*bundle, request);
+}
+
+bool listLayersByBundle(LayersRequest& request) {
+    const FileFormat& format = *formatOf(request.result.format);
+    const Bundle* bundle = bundleOf(format);
+    if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
+    return listLayersByBundle(*bundle, request);
 }
 
 namespace {

@@ -138,6 +138,12 @@ bool readExr(ReadRequest& request) {
     return readThrough(request, loadExrFile, info.height);
 }
 
+// Without a description nothing is known of them.
+bool listExrLayers(LayersRequest& request) {
+    const Bundle* bundle = describedBundleOf(kExrFormat);
+    return bundle == nullptr || listLayersByBundle(*bundle, request);
+}
+
 bool probeDds(ProbeRequest& request) {
     const Bundle* bundle = describedBundleOf(kDdsFormat);
     if (bundle != nullptr) return probeByBundle(*bundle, request);
@@ -173,6 +179,7 @@ constinit const FileFormat kExrFormat = {
     .recognizes = isExr,
     .load = LoadEXR,
     .probe = probeExr,
+    .listLayers = listExrLayers,
     .read = readExr,
     .diagnose = diagnoseExr,
 };

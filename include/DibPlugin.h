@@ -130,6 +130,16 @@ struct DibPluginPicture {
     std::size_t exifBytes;          ///< Its length.
 };
 
+/// A layer of a page.
+struct DibPluginLayer {
+    std::size_t size;  ///< Bytes of this record.
+    const char* name;  ///< UTF-8; up to 767 bytes count.
+    int left;          ///< In pixels of the page.
+    int top;           ///< See `left`.
+    int width;         ///< Columns.
+    int height;        ///< Rows.
+};
+
 /// What a plug-in reads, and its functions. No pointer may be null but where it is said.
 struct DibPluginDescription {
     std::size_t size;               ///< Bytes of this record.
@@ -148,6 +158,10 @@ struct DibPluginDescription {
     bool (*probe)(const DibPluginCall* call, DibPluginInfo* info);
     /// Decodes. When it returns false it may leave a picture whose first rows could be read.
     bool (*load)(const DibPluginCall* call, DibPluginPicture* picture);
+    /// Gives the layers of the page in the order of their numbers, each by `add` with `list`, and stops when
+    /// that returns false. False with a reason when the headers cannot be read. May be null.
+    bool (*listLayers)(const DibPluginCall* call, void* list,
+                       bool (*add)(void* list, const DibPluginLayer* layer)) = nullptr;
 };
 
 /// The type of the export "DibPluginDescribe". The record, and all that it points to, stay as they are while

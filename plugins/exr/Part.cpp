@@ -194,6 +194,25 @@ bool readPart(Job& job, const Dialect& dialect, Part& part) {
            job.refuse(DIB_ERROR_INVALID, "the file cannot hold as many pixels as its header announces");
 }
 
+bool listLayers(Job& job, void* list, bool (*add)(void* list, const DibPluginLayer* layer)) {
+    const Header header(job);
+    Part part;
+    job.layer = -1;
+    const exr_attr_chlist_t* channels = readHeader(job, header, kWide, part);
+    if (channels == nullptr) return false;
+    for (std::string& name : layersOf(*channels)) {
+        name.pop_back();  // the point
+        const DibPluginLayer layer = {.size = sizeof layer,
+                                      .name = name.c_str(),
+                                      .left = 0,
+                                      .top = 0,
+                                      .width = static_cast<int>(part.width),
+                                      .height = static_cast<int>(part.height)};
+        if (!add(list, &layer)) break;
+    }
+    return true;
+}
+
 bool probePart(Job& job, DibPluginInfo& info) {
     const Header header(job);
     Part part;

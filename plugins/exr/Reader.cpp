@@ -112,6 +112,15 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
     }
 }
 
+bool listLayers(const DibPluginCall* call, void* list, bool (*add)(void* list, const DibPluginLayer* layer)) {
+    CallJob job(*call);
+    try {
+        return exr::listLayers(job, list, add);
+    } catch (const std::bad_alloc&) {
+        return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory");
+    }
+}
+
 bool readWide(Job& job, Picture& picture, DibPluginPicture& /*out*/) { return read(job, kWide, picture); }
 
 constexpr const char* kExtensions[] = {"exr", nullptr};
@@ -144,6 +153,7 @@ const DibPluginDescription& description() {
         .recognizes = recognizes,
         .probe = probe,
         .load = loadBy<readWide>,
+        .listLayers = listLayers,
     };
     return kDescription;
 }

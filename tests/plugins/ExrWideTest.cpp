@@ -2,6 +2,7 @@
 #include "tests/plugins/ExrFile.h"
 #include "tests/plugins/LeaksAllowed.h"
 #include "tests/plugins/PluginDoorTest.h"
+#include "tests/support/FailingMalloc.h"
 
 namespace {
 
@@ -100,6 +101,60 @@ TEST(ExrWide, LayersAreChosenByNumber) {
     ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info));
     EXPECT_EQ(info.layers, 4);
     EXPECT_EQ(opened(bytes, part(0, 4)).reason(), "there is no layer 4: the file has 4");
+}
+
+// Layers are chosen by the number of their name.
+TEST(ExrWide, LayersHaveNames) {
+    const PluginsInUse plugins;
+    FileContents layout;
+    layout.data = {3, -2, 12, 5};
+    layout.channels = {{"G", Imf::HALF}, {"a.Y", Imf::HALF}, {"b.c.B", Imf::HALF}, {"normal.X", Imf::HALF}};
+    const Bytes bytes = write(layout, sampleAt);
+    DibLayers layers;
+    DibFileResult result;
+    ASSERT_TRUE(DibProbeLayers(bytes.data(), bytes.size(), &layers, nullptr, &result)) << result.reason;
+    ASSERT_EQ(layers.count, 3U);
+    EXPECT_STREQ(layers.items[0].name, "a");
+    EXPECT_STREQ(layers.items[1].name, "b.c");
+    EXPECT_STREQ(layers.items[2].name, "normal");
+    EXPECT_EQ(layers.items[1].width, 10);
+    EXPECT_EQ(layers.items[1].height, 8);
+    DibLoadOptions options;
+    options.mostLayers = 2;
+    EXPECT_FALSE(DibProbeLayers(bytes.data(), bytes.size(), &layers, &options, &result));
+    EXPECT_STREQ(result.reason, "the file has more layers than 2 (mostLayers)");
+    EXPECT_EQ(layers.count, 0U);
+    EXPECT_FALSE(DibProbeLayers(bytes.data(), 100, &layers, nullptr, &result));
+    EXPECT_STREQ(result.reason, "the file ends inside its header");
+    // Formats without names have an empty list.
+    const Bytes plain = write(colors(2, 2, Imf::HALF), sampleAt);
+    ASSERT_TRUE(DibProbeLayers(plain.data(), plain.size(), &layers));
+    EXPECT_EQ(layers.count, 0U);
+}
+
+TEST(ExrWide, NamesOfLayersNeedMemory) {
+    const PluginsInUse plugins;
+    const plugin_test::LeaksAllowed ofOpenExr;
+    FileContents layout;
+    for (char name = 'a'; name <= 'z'; ++name)
+        layout.channels.push_back({std::string{name, '.', 'R'}, Imf::HALF});
+    const Bytes bytes = write(layout, sampleAt);
+    bool isMet = true;
+    int count = 0;
+    for (; isMet; ++count) {
+        DibLayers layers;
+        DibFileResult result;
+        bool isListed = false;
+        {
+            const testing_support::FailNthAllocation failing(count);
+            isListed = DibProbeLayers(bytes.data(), bytes.size(), &layers, nullptr, &result);
+            isMet = failing.failed();
+        }
+        EXPECT_EQ(isListed, !isMet) << result.reason;
+        EXPECT_EQ(layers.count, isMet ? 0U : 26U);
+        EXPECT_EQ(result.reason[0] != '\0', isMet);
+    }
+    EXPECT_GT(count, 2);
 }
 
 TEST(ExrWide, ChannelsByOtherNames) {

@@ -1,5 +1,7 @@
 #include "tools/commands/Documents.h"
 
+#include <utility>
+
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Printable.h"
 #include "tools/commands/Pictures.h"
@@ -78,18 +80,25 @@ Json jsonOf(const DocumentInfo& document) {
     Json layers = Json::array();
     for (std::size_t i = 0; i < document.layers.count; ++i)
         layers.push_back(jsonOf(document.layers.items[i]));
-    return {{"colorMode", document.header.colors},
-            {"bitsPerChannel", document.header.channelBits},
-            {"channels", document.header.channels},
-            {"layers", layers},
-            {"layerCount", document.header.layers}};
+    Json json = Json::object();
+    if (document.header.channels > 0) {
+        json["colorMode"] = document.header.colors;
+        json["bitsPerChannel"] = document.header.channelBits;
+        json["channels"] = document.header.channels;
+    }
+    json["layers"] = std::move(layers);
+    json["layerCount"] = document.header.layers;
+    return json;
 }
 
 std::string textOf(const DocumentInfo& document) {
     const DibFileInfo& header = document.header;
-    std::string text = std::string("  ") + header.colors + ", " + std::to_string(header.channelBits) +
-                       " bits per channel, " + std::to_string(header.channels) + " channels, " +
-                       std::to_string(header.layers) + (header.layers == 1 ? " layer\n" : " layers\n");
+    std::string text = "  ";
+    if (header.channels > 0) {
+        text += std::string(header.colors) + ", " + std::to_string(header.channelBits) +
+                " bits per channel, " + std::to_string(header.channels) + " channels, ";
+    }
+    text += std::to_string(header.layers) + (header.layers == 1 ? " layer\n" : " layers\n");
     for (std::size_t i = 0; i < document.layers.count; ++i)
         text += "  layer " + std::to_string(i) + " " + textOf(document.layers.items[i]) + "\n";
     return text;

@@ -90,7 +90,8 @@ void exportLayers(const LayersJob& job) {
     DibFileInfo header;
     DibFileResult probed;
     if (!file.probe(header, job.pictures.load, probed)) throw loadFailure(file.title(), probed);
-    if (!header.format->hasLayers || header.format->plugin != nullptr) {
+    const bool isDocument = header.layers > 0 || header.format->plugin == nullptr;
+    if (!header.format->hasLayers || !isDocument) {
         throw Failure(kExitBadInput,
                       file.title() + ": load: " + std::string(header.format->name) + " files have no layers");
     }
