@@ -120,6 +120,9 @@ TEST_F(PlatformFormats, PngPalettesKeepTheirTransparency) {
         Opened in("in.png");
         ASSERT_EQ(in.image.Header->biBitCount, bitCount);
         ASSERT_EQ(in.alpha, (std::vector{255, 128, 0}));
+        EXPECT_EQ(run({"info", "in.png"}).output, "in.png: png, 9x6 pixels, " + std::to_string(bitCount) +
+                                                      " bits, bottom-up, palette of " +
+                                                      std::to_string(colors) + ", compression deflate\n");
 
         EXPECT_EQ(run({"run", "--strict", "in.png", "out.png"}).errors, "");
         Opened out("out.png");

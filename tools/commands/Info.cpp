@@ -182,6 +182,7 @@ void printInfo(const InfoJob& job) {
 
 void declareInfo(CLI::App& command) {
     const auto job = std::make_shared<InfoJob>();
+    job->options.keepsPalette = true;  // indices are what the file has
     command.add_option("FILE...", job->names, "Pictures, and folders of pictures; '-' is standard input")
         ->type_name("")
         ->required();
