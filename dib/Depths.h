@@ -29,7 +29,7 @@ struct Depth1 {
         return (row[x >> 3] >> (7 - (x & 7))) & 1U;
     }
     static DIB_ALWAYS_INLINE void put(unsigned char* row, std::ptrdiff_t x, std::uint32_t value) {
-        row[x >> 3] |= value << (7 - (x & 7)) & 255;
+        row[x >> 3] = static_cast<unsigned char>(row[x >> 3] | value << (7 - (x & 7)));
     }
 };
 
@@ -40,7 +40,7 @@ struct Depth4 {
         return (x & 1) != 0 ? row[x >> 1] & 15U : row[x >> 1] >> 4U;
     }
     static DIB_ALWAYS_INLINE void put(unsigned char* row, std::ptrdiff_t x, std::uint32_t value) {
-        row[x >> 1] |= ((x & 1) != 0 ? value : value << 4) & 255;
+        row[x >> 1] = static_cast<unsigned char>(row[x >> 1] | ((x & 1) != 0 ? value : value << 4));
     }
 };
 
