@@ -46,6 +46,7 @@ bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, T
         bandRows_ = std::min(rows, layout.height);
         // Strips are the fastest to read as a whole, but one may be all of the picture. Damaged ones can be
         // kept as a whole only.
+        stripRows_ = bandRows_;
         const std::uint64_t mostAtOnce = damage == TiffDamage::kKept ? kMostPieceBytes : 1 << 20;
         if (!layout.isPlanar && rowBytes * bandRows_ > mostAtOnce) bandRows_ = 1;
         isByStrip_ = bandRows_ > 1 || layout.isPlanar;
@@ -54,6 +55,8 @@ bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, T
     band_ = dib::allocateZeroed<unsigned char>(rowBytes_ * bandRows_ * planeCount_);
     inBand_ = bandRows_ - 1;
     isShortOfMemory_ = band_ == nullptr;
+    if (damage != TiffDamage::kTolerated && !isShortOfMemory_)
+        isShortOfMemory_ = !deflate_.start(tiff, isTiled_ ? tileRowBytes_ : rowBytes_);
     return !isShortOfMemory_;
 }
 
@@ -101,14 +104,34 @@ bool TiffRows::readBand() {
         const std::uint32_t strip = TIFFComputeStrip(tiff_, y, static_cast<std::uint16_t>(planes_[i]));
         if (isByStrip_) {
             if (!readPiece(strip, to, rows, rowBytes_)) return false;
-        } else if (TIFFReadScanline(tiff_, to, y, 0) != 1 || isBrokenJpeg()) {
-            noteDamage(strip, false);
+        } else if (TIFFReadScanline(tiff_, to, y, 0) != 1 || isBrokenJpeg() || !endsWhole(strip, to)) {
+            if (!isShortOfMemory_) noteDamage(strip, false);
             return false;
         } else {
             begunRows_ = rows;
         }
     }
     return true;
+}
+
+// False for the last row of a strip that is read row by row when its stream is not whole.
+bool TiffRows::endsWhole(std::uint32_t strip, const unsigned char* row) {
+    const bool isFirst = y_ % stripRows_ == 0;
+    const bool isLast = y_ + 1 == layout_.height || (y_ + 1) % stripRows_ == 0;
+    return isWhole(strip, row, 1, rowBytes_, isFirst, isLast);
+}
+
+// Whether the rows are what a deflate stream holds by its sum; true for other packings.
+bool TiffRows::isWhole(std::uint32_t number, const unsigned char* rows, std::size_t count,
+                       std::size_t rowBytes, bool isFirst, bool isLast) {
+    if (!deflate_.isUsed()) return true;
+    if (isFirst) deflate_.begin();
+    deflate_.add(rows, count, rowBytes);
+    if (!isLast || deflate_.isWhole(source_->file, TIFFGetStrileOffset(tiff_, number),
+                                    TIFFGetStrileByteCount(tiff_, number)))
+        return true;
+    isShortOfMemory_ = deflate_.isShortOfMemory();
+    return false;
 }
 
 bool TiffRows::isBrokenJpeg() const { return onDamage_ != TiffDamage::kTolerated && source_->isJpegBroken; }
@@ -126,10 +149,11 @@ bool TiffRows::readPiece(std::uint32_t number, unsigned char* to, std::size_t ro
     const auto bytes = static_cast<tmsize_t>(rows * rowBytes);
     const tmsize_t read = isTiled_ ? TIFFReadEncodedTile(tiff_, number, to, bytes)
                                    : TIFFReadEncodedStrip(tiff_, number, to, bytes);
-    if (read == bytes && !isBrokenJpeg()) {
+    if (read == bytes && !isBrokenJpeg() && isWhole(number, to, rows, rowBytes, true, true)) {
         begunRows_ = std::max(begunRows_, rows);
         return true;
     }
+    if (isShortOfMemory_) return false;
     const std::uint64_t start = TIFFGetStrileOffset(tiff_, number);
     const std::uint64_t packed = TIFFGetStrileByteCount(tiff_, number);
     const auto fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(source_->file.size(), 0));
@@ -160,8 +184,15 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
                                       static_cast<tmsize_t>(count * rowBytes)) == 1 &&
                source_->complaints == 0;
     };
+    std::size_t most = rows;
+    // But of a deflate stream that is to give all rows it takes missing bytes for zeros.
+    if (deflate_.isUsed()) {
+        const std::uint64_t unpacked = deflate_.unpackedBytes(packed.get(), static_cast<std::size_t>(bytes));
+        isShortOfMemory_ = deflate_.isShortOfMemory();
+        most = static_cast<std::size_t>(std::min<std::uint64_t>(rows - 1, unpacked / rowBytes));
+    }
     std::size_t whole = 0;
-    for (std::size_t most = rows; whole < most;) {
+    while (whole < most) {
         const std::size_t middle = most - (most - whole) / 2;
         if (decodes(middle)) {
             whole = middle;

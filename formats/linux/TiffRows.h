@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "dib/Memory.h"
+#include "formats/linux/TiffDeflate.h"
 #include "formats/linux/TiffHandle.h"
 
 namespace formats {
@@ -55,6 +56,9 @@ private:
     bool readBand();
     bool readPiece(std::uint32_t number, unsigned char* to, std::size_t rows, std::size_t rowBytes);
     bool isBrokenJpeg() const;
+    bool endsWhole(std::uint32_t strip, const unsigned char* row);
+    bool isWhole(std::uint32_t number, const unsigned char* rows, std::size_t count, std::size_t rowBytes,
+                 bool isFirst, bool isLast);
     void noteDamage(std::uint32_t number, bool isCut);
     std::size_t salvage(std::uint32_t number, std::uint64_t start, std::uint64_t bytes, unsigned char* to,
                         std::size_t rows, std::size_t rowBytes);
@@ -70,6 +74,8 @@ private:
     // Rows that are read together: those of a tile or strip, or a single one of a large strip.
     std::size_t bandRows_ = 1;
     bool isByStrip_ = false;
+    std::size_t stripRows_ = 1;
+    TiffDeflate deflate_;
     dib::MallocPtr<unsigned char> band_;  // one plane after the other
     std::size_t inBand_ = 0;
     std::size_t y_ = 0;          // of the next row

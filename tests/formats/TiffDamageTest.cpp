@@ -260,9 +260,175 @@ TEST(TiffDamage, JpegPiecesAreKeptUpToTheCut) {
     EXPECT_STREQ(opened(broken).result.reason, "strip 2 of 2 is damaged (in row 129 of 256)");
 }
 
+// Rows that repeat each other in part, so that damage changes how many bytes come of a stream.
+DibPtr patternImage(int width, int height) {
+    DibPtr image = testing_support::blankImage(width, height, 24);
+    testing_support::Random random(7);
+    for (int y = 0; y < height; ++y) {
+        unsigned char* row = image->ScanLine(y);
+        for (int i = 0; i < 3 * width; ++i)
+            row[i] = static_cast<unsigned char>(3 * i + 5 * y + static_cast<int>(random.next() % 4));
+    }
+    return image;
+}
+
+TEST(TiffDamage, NoDamagedByteOfADeflateStreamPassesForPixels) {
+    const DibPtr image = patternImage(31, 19);
+    const Bytes file = tiffOf(*image, DIB_TIFF_DEFLATE);
+    ASSERT_TRUE(samePixels(*opened(file).image, *image));
+    int refused = 0;
+    for (std::size_t at = file.size() / 4; at < file.size(); ++at) {
+        Bytes damaged = file;
+        damaged[at] ^= 0x5A;
+        const Opened load = opened(damaged);
+        if (load.isLoaded) {
+            EXPECT_TRUE(samePixels(*load.image, *image)) << at;
+            continue;
+        }
+        ++refused;
+        EXPECT_EQ(load.reason().find("strip 1 of 1 is damaged"), 0U) << at << load.reason();
+        const Opened kept = opened(damaged, keepingDamaged());
+        EXPECT_EQ((kept.isLoaded ? kept.note(0) : kept.reason()).find("strip 1 of 1 is damaged: "), 0U) << at;
+    }
+    EXPECT_GT(refused, 700);
+}
+
+// The sum, the last byte of the codes, and more.
+TEST(TiffDamage, RowsOfDeflateStreamsAreCountedUpToTheCut) {
+    const DibPtr image = patternImage(71, 43);
+    const Bytes file = tiffOf(*image, DIB_TIFF_DEFLATE);
+    for (std::size_t missing = 1; missing <= 40; ++missing) {
+        const Opened kept = opened(cutTo(file, file.size() - missing), keepingDamaged());
+        ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+        int rows = 0;
+        ASSERT_EQ(std::sscanf(kept.note(0).c_str(), "the file ends in strip 1 of 1: %d of 43", &rows), 1)
+            << kept.note(0);
+        EXPECT_GE(rows, 41) << missing;
+        for (int y = 0; y < 43; ++y) {
+            EXPECT_EQ(codec_test::rowBytes(*kept.image, y),
+                      y < rows ? codec_test::rowBytes(*image, y) : Bytes(213, 0))
+                << missing << " " << y;
+        }
+    }
+}
+
+struct DeflateKind {
+    std::uint32_t width, height;
+    unsigned bits, samples, predictor;
+    const char* mode = "wl";
+    unsigned format = SAMPLEFORMAT_UINT;
+    unsigned fillOrder = FILLORDER_MSB2LSB;
+    std::uint32_t tileSide = 0;  // else all rows are in one strip
+};
+
+struct DeflateFile {
+    Bytes bytes;
+    std::size_t end;  // of the last piece
+};
+
+DeflateFile deflateTiff(const DeflateKind& kind) {
+    const codec_test::TemporaryFile saved(".tif");
+    TIFF* tiff = TIFFOpen(saved.path(), kind.mode);
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, kind.width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kind.height);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, kind.bits);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, kind.samples);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, kind.format);
+    TIFFSetField(tiff, TIFFTAG_FILLORDER, kind.fillOrder);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, kind.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+    TIFFSetField(tiff, TIFFTAG_PREDICTOR, kind.predictor);
+    const std::uint32_t side = kind.tileSide;
+    if (side > 0) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, side);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, side);
+    } else {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kind.height);
+    }
+    const std::size_t pixelBits = std::size_t{kind.bits} * kind.samples;
+    const std::size_t pieceBytes =
+        side > 0 ? side * side * pixelBits / 8 : (kind.width * pixelBits + 7) / 8 * kind.height;
+    testing_support::Random random(5);
+    for (std::uint32_t i = 0; i < (side > 0 ? TIFFNumberOfTiles(tiff) : 1); ++i) {
+        Bytes piece(pieceBytes);
+        for (std::size_t k = 0; k < pieceBytes; ++k)
+            piece[k] = static_cast<unsigned char>(k / 7 + random.next() % 4);
+        const auto bytes = static_cast<tmsize_t>(pieceBytes);
+        side > 0 ? TIFFWriteEncodedTile(tiff, i, piece.data(), bytes)
+                 : TIFFWriteEncodedStrip(tiff, i, piece.data(), bytes);
+    }
+    TIFFClose(tiff);
+    tiff = TIFFOpen(saved.path(), "r");
+    const std::uint32_t last = side > 0 ? TIFFNumberOfTiles(tiff) - 1 : 0;
+    const std::uint64_t end = TIFFGetStrileOffset(tiff, last) + TIFFGetStrileByteCount(tiff, last);
+    TIFFClose(tiff);
+    return {saved.bytes(), static_cast<std::size_t>(end)};
+}
+
+// However the library turns the bytes of a stream into samples.
+TEST(TiffDamage, SumsOfDeflateStreamsAreCheckedInEveryLayout) {
+    const DeflateKind kinds[] = {
+        {.width = 21, .height = 9, .bits = 1, .samples = 1, .predictor = 1},
+        {.width = 21, .height = 9, .bits = 4, .samples = 1, .predictor = 1, .mode = "wb"},
+        {.width = 21, .height = 9, .bits = 8, .samples = 3, .predictor = 1},
+        {.width = 21, .height = 9, .bits = 8, .samples = 3, .predictor = 2},
+        {.width = 21, .height = 9, .bits = 16, .samples = 3, .predictor = 1, .mode = "wb"},
+        {.width = 21, .height = 9, .bits = 16, .samples = 3, .predictor = 2},
+        {.width = 21, .height = 9, .bits = 16, .samples = 1, .predictor = 2, .mode = "wb"},
+        {.width = 21, .height = 9, .bits = 32, .samples = 3, .predictor = 2, .mode = "wb"},
+        {.width = 21,
+         .height = 9,
+         .bits = 32,
+         .samples = 1,
+         .predictor = 3,
+         .mode = "wb",
+         .format = SAMPLEFORMAT_IEEEFP},
+        {.width = 21, .height = 9, .bits = 8, .samples = 1, .predictor = 2, .fillOrder = FILLORDER_LSB2MSB},
+        {.width = 700, .height = 520, .bits = 8, .samples = 3, .predictor = 2},  // read row by row
+    };
+    for (const DeflateKind& kind : kinds) {
+        const auto [file, end] = deflateTiff(kind);
+        const std::string name =
+            std::to_string(kind.bits) + " bits " + kind.mode + " predictor " + std::to_string(kind.predictor);
+        const Opened whole = opened(file);
+        ASSERT_TRUE(whole.isLoaded) << name << whole.result.reason;
+        for (const std::size_t behind : {std::size_t{1}, std::size_t{3}}) {
+            Bytes damaged = file;
+            damaged[end - behind] ^= 0x5A;
+            EXPECT_EQ(opened(damaged).reason().find("strip 1 of 1 is damaged"), 0U) << name;
+        }
+    }
+    DeflateFile tiled =
+        deflateTiff({.width = 40, .height = 30, .bits = 8, .samples = 3, .predictor = 2, .tileSide = 32});
+    EXPECT_TRUE(opened(tiled.bytes).isLoaded) << opened(tiled.bytes).reason();
+    tiled.bytes[tiled.end - 1] ^= 1;
+    EXPECT_EQ(opened(tiled.bytes).reason(), "tile 2 of 2 is damaged");
+}
+
+// A last strip may hold more rows than the picture has.
+TEST(TiffDamage, LongerDeflateStreamsAreWhole) {
+    const Bytes two = deflateTiff({.width = 21, .height = 12, .bits = 8, .samples = 3, .predictor = 2}).bytes;
+    Bytes longer = two;
+    const std::size_t entries = dib::readLe32(&two[4]) + 2;
+    for (std::size_t entry = entries; longer[entry] != 0 || longer[entry + 1] != 0; entry += 12) {
+        if (dib::readLe16(&longer[entry]) == TIFFTAG_IMAGELENGTH) longer[entry + 8] = 9;
+        if (dib::readLe16(&longer[entry]) == TIFFTAG_ROWSPERSTRIP) longer[entry + 8] = 9;
+    }
+    const Opened load = opened(longer);
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(load.image->Header->biHeight, 9);
+    EXPECT_EQ(codec_test::rowBytes(*load.image, 8), codec_test::rowBytes(*opened(two).image, 8));
+}
+
 TEST(TiffDamage, FailingAllocationsAreCode2) {
-    const Bytes file = tiffOf(*randomImage(30, 40, 24, 9), DIB_TIFF_LZW);
-    EXPECT_GT(failEveryLoad(cutTo(file, file.size() - 300), keepingDamaged()), 3);
+    const DibPtr image = randomImage(30, 40, 24, 9);
+    for (const DibTiffCompression compression : {DIB_TIFF_LZW, DIB_TIFF_DEFLATE}) {
+        Bytes file = tiffOf(*image, compression);
+        EXPECT_GT(failEveryLoad(cutTo(file, file.size() - 300), keepingDamaged()), 3);
+        file[file.size() - 300] ^= 0x5A;
+        EXPECT_GT(failEveryLoad(file, keepingDamaged()), 3);
+    }
 }
 
 }  // namespace

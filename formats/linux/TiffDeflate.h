@@ -1,0 +1,52 @@
+// Whether the deflate streams of TIFF pieces are whole: libtiff stops when a piece is full and looks neither
+// at the end of the stream nor always at its sum.
+#ifndef FORMATS_LINUX_TIFF_DEFLATE_H
+#define FORMATS_LINUX_TIFF_DEFLATE_H
+
+#include <tiffio.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dib/Memory.h"
+#include "formats/ByteReader.h"
+
+namespace formats {
+
+class TiffDeflate {
+public:
+    // Gets ready for pieces whose rows have up to `rowBytes` bytes. False when memory is short.
+    bool start(TIFF* tiff, std::size_t rowBytes);
+    // Whether the pieces are deflate streams.
+    bool isUsed() const { return isUsed_; }
+
+    // Begins the next piece; its rows follow, as libtiff gives them.
+    void begin() { sum_ = 1; }
+    void add(const unsigned char* rows, std::size_t count, std::size_t rowBytes);
+    // Whether the stream of these bytes of the file is whole and gives the rows that were added.
+    bool isWhole(ByteReader& file, std::uint64_t at, std::uint64_t bytes);
+    // How many bytes come of a packed piece, which may be cut.
+    std::uint64_t unpackedBytes(unsigned char* packed, std::size_t bytes);
+
+    bool isShortOfMemory() const { return isShortOfMemory_; }
+
+private:
+    enum class Rows { kAsStored, kToBePacked, kUnknown };
+
+    bool unpack(unsigned char* packed, std::size_t bytes, std::uint64_t& unpacked);
+
+    bool isUsed_ = false;
+    bool isShortOfMemory_ = false;
+    bool isReversed_ = false;      // the bits of the file's bytes
+    bool isSwapped_ = false;       // the bytes of the file's samples
+    bool hasDifferences_ = false;  // instead of samples
+    Rows rows_ = Rows::kAsStored;  // how those of the stream are made of what libtiff gives
+    std::size_t sampleBytes_ = 1;
+    std::size_t pixelSamples_ = 1;
+    std::uint32_t sum_ = 1;
+    dib::MallocPtr<unsigned char> row_;  // as the stream holds it
+};
+
+}  // namespace formats
+
+#endif
