@@ -129,7 +129,7 @@ private:
         const dib::ImageSize size = dib::admitSize(*image_->Header);
         const BmpRows rows = {image_->Buffer, size.rowBytes, static_cast<std::size_t>(header_.width),
                               size.rows};
-        return decodeBmpRuns(file_, header_.bitCount, rows, request_.progress) ||
+        return decodeBmpRuns(request_, header_.bitCount, rows) ||
                refuseShort("the run-length data end early");
     }
 

@@ -74,6 +74,9 @@ public:
     RunDecoder(ByteReader& file, const BmpRows& image, Progress& progress)
         : file_(file), image_(image), progress_(progress) {}
 
+    // Whether pixels were meant for places outside the picture, or for the next row without an end of line.
+    bool breaksRules() const { return breaksRules_; }
+
     bool decode() {
         while (y_ < image_.rows) {
             if (!readRuns()) return false;
@@ -89,10 +92,14 @@ public:
                 const unsigned char* step = file_.take(2);
                 if (step == nullptr) return isComplete();
                 if (!moveTo(x_ + step[0], y_ + step[1])) return false;
+                breaksRules_ = breaksRules_ || x_ > image_.width || y_ > image_.rows;
             } else if (!readLiterals(escape)) {
                 return false;
             }
         }
+        // Pixels may follow the last row.
+        const ByteReader::Bytes code = file_.ahead(2);
+        breaksRules_ = breaksRules_ || (code.size >= 2 && (code.data[0] > 0 || code.data[1] >= kDelta));
         return true;
     }
 
@@ -113,6 +120,7 @@ private:
             x_ += count;
             return true;
         }
+        breaksRules_ = true;
         for (std::size_t done = 0; done < count;) {
             const std::size_t row = y_ + x_ / image_.width;
             const std::size_t column = x_ % image_.width;
@@ -156,15 +164,25 @@ private:
     Progress& progress_;
     std::size_t x_ = 0;
     std::size_t y_ = 0;
+    bool breaksRules_ = false;
 };
+
+template <class Pixels>
+bool decodeRuns(ReadRequest& request, const BmpRows& image) {
+    RunDecoder<Pixels> decoder(request.file, image, request.progress);
+    const bool isWhole = decoder.decode();
+    if (decoder.breaksRules())
+        note(request.result, DIB_NOTE_WARNING, "run-length data pass the end of a row or of the picture");
+    return isWhole;
+}
 
 }  // namespace
 
-bool decodeBmpRuns(ByteReader& file, int bitCount, const BmpRows& image, Progress& progress) {
+bool decodeBmpRuns(ReadRequest& request, int bitCount, const BmpRows& image) {
     switch (bitCount) {
-        case 4: return RunDecoder<Pixels4>(file, image, progress).decode();
-        case 8: return RunDecoder<WholeBytes<1>>(file, image, progress).decode();
-        default: return RunDecoder<WholeBytes<3>>(file, image, progress).decode();
+        case 4: return decodeRuns<Pixels4>(request, image);
+        case 8: return decodeRuns<WholeBytes<1>>(request, image);
+        default: return decodeRuns<WholeBytes<3>>(request, image);
     }
 }
 

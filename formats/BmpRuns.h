@@ -5,9 +5,7 @@
 
 #include <cstddef>
 
-#include "formats/ByteReader.h"
-#include "formats/ByteWriter.h"
-#include "formats/door/Progress.h"
+#include "formats/door/Request.h"
 
 namespace formats {
 
@@ -21,7 +19,8 @@ struct BmpRows {
 
 // Decodes pixels of 4, 8 or 24 bits into rows of 0. Pixels that no
 // run reaches stay 0. False when the file ends before an end code or the last pixel, or the caller cancels.
-bool decodeBmpRuns(ByteReader& file, int bitCount, const BmpRows& image, Progress& progress);
+// Runs that leave their row or the picture are noted.
+bool decodeBmpRuns(ReadRequest& request, int bitCount, const BmpRows& image);
 
 // Appends a row of 8-bit pixels and an end of line to `out`, which must have room for kMostRunBytes(width)
 // bytes; returns the bytes written.

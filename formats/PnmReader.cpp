@@ -46,12 +46,9 @@ public:
         if (!file_.read(row_.get(), header_.rowBytes())) return false;
         switch (header_.samples) {
             case Samples::kBits: return expandBits();
-            case Samples::kBytes:
-                for (std::size_t i = 0; i < count_; ++i) samples_[i] = scaled(row_[i]);
-                return true;
+            case Samples::kBytes: return scale([from = row_.get()](std::size_t i) { return from[i]; });
             case Samples::kWords:
-                for (std::size_t i = 0; i < count_; ++i) samples_[i] = scaled(dib::readBe16(&row_[2 * i]));
-                return true;
+                return scale([from = row_.get()](std::size_t i) { return dib::readBe16(from + 2 * i); });
             default:
                 for (std::size_t i = 0; i < count_; ++i) samples_[i] = byteOf(&row_[4 * i]);
                 return true;
@@ -59,9 +56,29 @@ public:
     }
 
     const unsigned char* samples() const { return samples_.get(); }
+    // Whether samples were above the largest value; they count as that.
+    bool breaksRules() const { return most_ > header_.largest; }
 
 private:
-    unsigned char scaled(std::uint32_t value) const { return scaled_[std::min(value, header_.largest)]; }
+    unsigned char scaled(std::uint32_t value) {
+        most_ = std::max(most_, value);
+        return scaled_[std::min(value, header_.largest)];
+    }
+
+    template <class ValueAt>
+    bool scale(const ValueAt& valueAt) {
+        const std::uint32_t largest = header_.largest;
+        const unsigned char* const table = scaled_.get();
+        unsigned char* const to = samples_.get();
+        std::uint32_t most = most_;
+        for (std::size_t i = 0; i < count_; ++i) {
+            const std::uint32_t value = valueAt(i);
+            most = std::max(most, value);
+            to[i] = table[std::min(value, largest)];
+        }
+        most_ = most;
+        return true;
+    }
 
     unsigned char byteOf(const unsigned char* bytes) const {
         const std::uint32_t word = header_.isLittleEndian ? dib::readLe32(bytes) : dib::readBe32(bytes);
@@ -124,6 +141,7 @@ private:
     ByteReader& file_;
     const PnmHeader& header_;
     std::size_t count_;
+    std::uint32_t most_ = 0;  // of the samples so far
     dib::MallocPtr<unsigned char> samples_;
     dib::MallocPtr<unsigned char> row_;
     dib::MallocPtr<unsigned char> scaled_;  // by value
@@ -190,9 +208,7 @@ bool readBytes(ReadRequest& request, NewImage& image) {
     return true;
 }
 
-bool readSamples(ReadRequest& request, const PnmHeader& header, NewImage& image) {
-    RowReader rows(request.file, header);
-    if (!rows.prepare()) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+bool readRows(ReadRequest& request, const PnmHeader& header, RowReader& rows, NewImage& image) {
     for (int y = 0; y < header.height; ++y) {
         if (!rows.read()) {
             const bool isText = header.isText && request.file.ahead(1).size > 0;
@@ -204,6 +220,17 @@ bool readSamples(ReadRequest& request, const PnmHeader& header, NewImage& image)
         if (!image.read(to)) return false;
     }
     return true;
+}
+
+bool readSamples(ReadRequest& request, const PnmHeader& header, NewImage& image) {
+    RowReader rows(request.file, header);
+    if (!rows.prepare()) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+    const bool isRead = readRows(request, header, rows, image);
+    if (rows.breaksRules()) {
+        note(request.result, DIB_NOTE_WARNING, "samples above the largest value, %u, were taken for it",
+             header.largest);
+    }
+    return isRead;
 }
 
 }  // namespace

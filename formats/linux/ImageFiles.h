@@ -40,6 +40,9 @@ constexpr Dialect kWide = {.keepsIndices = true,
                            .unpacksJpeg = true,
                            .refusesBrokenPixels = true};
 
+// Noted where all pixels are there.
+constexpr char kNoEndMark[] = "the file ends without its end mark; all rows were read";
+
 struct DecoderOptions {
     Dialect dialect = kClassic;
     int page = 0;

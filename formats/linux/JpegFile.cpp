@@ -267,6 +267,7 @@ bool JpegDecoder::finish(DibFileResult& result) {
     reports_.jump.run([this] { jpeg_finish_decompress(&jpeg_); });
     if (reports_.hasBytesBehind)
         note(result, DIB_NOTE_WARNING, "bytes follow the last pixel: the picture may be damaged");
+    if (reports_.fileEnded && damage_[0] == '\0') note(result, DIB_NOTE_WARNING, "%s", kNoEndMark);
     return true;
 }
 

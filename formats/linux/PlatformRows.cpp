@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <new>
 
+#include "dib/ImageSize.h"
 #include "formats/NewImage.h"
 #include "formats/PlatformFormats.h"
 #include "formats/linux/ImageFiles.h"
@@ -51,22 +52,29 @@ bool decode(ReadRequest& request, bool keepsDamaged) {
 }
 
 // A decoder that refuses damage reads far ahead, or gives a piece of the file as a whole or not at all. One
-// that keeps what it can counts the rows for the reason.
+// that keeps what it can counts the rows for the reason, unless it takes all for whole.
 template <Open open>
 void countRows(ReadRequest& request) {
+    const std::size_t before = request.progress.rowsDone();
     DibFileResult unheard;
     ReadRequest again = {request.file,  request.path, request.options,
                          request.image, unheard,      request.progress};
-    if (request.file.seek(0)) decode<open>(again, true);
+    if (!request.file.seek(0)) return;
+    decode<open>(again, true);
+    const BITMAPINFOHEADER* header = request.image->Header;
+    const std::size_t rows =
+        header != nullptr ? static_cast<std::size_t>(dib::rowCount(header->biHeight)) : 0;
+    if (request.progress.rowsDone() >= rows) request.progress.loseRows(request.progress.rowsDone() - before);
 }
 
-template <Open open>
+template <Open open, bool readsFarAhead = false>
 bool read(ReadRequest& request) {
     if (decode<open>(request, request.keepsDamaged())) return true;
     const bool isDamage = request.result.code == DIB_ERROR_READ || request.result.code == DIB_ERROR_INVALID;
     const bool hasRows = request.image->Buffer != nullptr;
     const Progress& progress = request.progress;
-    if (isDamage && hasRows && !request.keepsDamaged() && !progress.isCancelled() && progress.rowsDone() == 0)
+    const bool isCounted = progress.rowsDone() > 0 && !readsFarAhead;
+    if (isDamage && hasRows && !request.keepsDamaged() && !progress.isCancelled() && !isCounted)
         countRows<open>(request);
     return false;
 }
@@ -111,7 +119,7 @@ constinit const FileFormat kPngFormat = {
     .load = LoadPNG,
     .save = SavePNG,
     .probe = probe<openPng>,
-    .read = read<openPng>,
+    .read = read<openPng, true>,
     .losses = lossesPng,
     .write = writePng,
     .diagnose = diagnosePng,

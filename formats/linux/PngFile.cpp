@@ -24,6 +24,7 @@ struct Calls {
     ErrorJump jump;
     bool isShortOfMemory = false;
     bool isDamaged = false;  // the library warned
+    bool isCut = false;      // the file ended
 };
 
 // Failures of the library end in the jump; its messages are not printed.
@@ -40,7 +41,9 @@ void* allocate(png_structp png, png_alloc_size_t bytes) {
 void release(png_structp, void* block) { std::free(block); }
 
 void readFrom(png_structp png, png_bytep out, std::size_t bytes) {
-    if (!static_cast<ByteReader*>(png_get_io_ptr(png))->read(out, bytes)) png_error(png, "");
+    if (static_cast<ByteReader*>(png_get_io_ptr(png))->read(out, bytes)) return;
+    static_cast<Calls*>(png_get_error_ptr(png))->isCut = true;
+    png_error(png, "");
 }
 void writeTo(png_structp png, png_bytep from, std::size_t bytes) {
     auto* file = static_cast<ByteWriter*>(png_get_io_ptr(png));
@@ -252,9 +255,10 @@ bool PngDecoder::keepPaletteAlpha(DibMetadata& metadata) {
 
 // Damage behind the pixels does them no harm.
 bool PngDecoder::finish(DibFileResult& result) {
-    if (result.metadata.exif.size > 0) return true;
     calls_.jump.run([this] { png_read_end(png_, info_); });
-    return !calls_.isShortOfMemory && keepExif(result.metadata);
+    if (calls_.isShortOfMemory) return false;
+    if (calls_.isCut && damage_[0] == '\0') note(result, DIB_NOTE_WARNING, "%s", kNoEndMark);
+    return result.metadata.exif.size > 0 || keepExif(result.metadata);
 }
 
 bool PngDecoder::keepMetadata(DibMetadata& metadata) {

@@ -171,6 +171,37 @@ TEST(BmpLoad, RunsContinueInTheNextRow) {
     EXPECT_EQ(shown(bmp(nibbles), 4), Bytes({0x21, 0x20, 0x12, 0x10}));
 }
 
+TEST(BmpLoad, RunsThatLeaveTheirRowOrThePictureAreNotedOnce) {
+    const std::string noted = "run-length data pass the end of a row or of the picture;";
+    const struct {
+        Bytes pixels;
+        bool isNoted;
+    } cases[] = {
+        {{3, 7, 0, 0, 3, 8, 0, 0, 0, 1}, false},
+        {{3, 7, 0, 0, 3, 8, 0, 1}, false},
+        {{3, 7, 0, 0, 3, 8, 0, 0}, false},                   // ends without an end code
+        {{1, 7, 0, 2, 1, 1, 1, 8, 0, 0, 0, 1}, false},       // a delta inside
+        {{4, 7, 0, 0, 2, 8, 0, 0, 0, 1}, true},              // a run past its row
+        {{5, 7, 5, 8, 0, 1}, true},                          // and another
+        {{2, 7, 0, 3, 1, 2, 3, 0, 0, 0, 0, 1}, true},        // literals
+        {{1, 7, 0, 2, 3, 0, 0, 0, 3, 8, 0, 1}, true},        // a delta past its row
+        {{1, 7, 0, 2, 0, 3, 0, 1}, true},                    // and below the last row
+        {{3, 7, 0, 0, 3, 8, 0, 0, 3, 9, 0, 0, 0, 1}, true},  // a third row of two
+    };
+    for (const auto& [pixels, isNoted] : cases) {
+        const Opened load = opened(bmp({.width = 3,
+                                        .height = 2,
+                                        .bits = 8,
+                                        .compression = 1,
+                                        .colors = 3,
+                                        .table = kThreeColors,
+                                        .pixels = pixels}));
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(notesOf(load.result), isNoted ? noted : "") << pixels.size();
+        EXPECT_EQ(load.result.notes[0].kind, DIB_NOTE_WARNING);
+    }
+}
+
 TEST(BmpLoad, RunsThatEndEarlyAreDamage) {
     const Bytes file = bmp({.width = 2,
                             .height = 3,

@@ -147,6 +147,20 @@ TEST(JpegDoor, CutFilesAreRefusedOrKeepRows) {
     EXPECT_GT(kept, 5);
 }
 
+TEST(JpegDoor, AMissingEndMarkIsNoted) {
+    const DibPtr image = smoothImage(64, 64, 24);
+    const Bytes file = saved(*image, "jpeg");
+    const Opened whole = opened(file);
+    EXPECT_EQ(whole.result.noteCount, 0);
+    for (const std::ptrdiff_t missing : {1, 2}) {
+        const Opened load = opened(Bytes(file.begin(), file.end() - missing));
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_TRUE(samePixels(*load.image, *whole.image));
+        EXPECT_EQ(notesOf(load.result), "the file ends without its end mark; all rows were read;");
+        EXPECT_EQ(load.result.notes[0].kind, DIB_NOTE_WARNING);
+    }
+}
+
 // Where the codes of the first scan begin.
 std::size_t startOfCodes(const Bytes& file) {
     std::size_t at = 2;

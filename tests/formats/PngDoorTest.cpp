@@ -327,8 +327,13 @@ TEST(PngDoor, CutFilesAreRefusedOrKeepRows) {
         const Opened load = opened(cut, keepingDamaged());
         if (!load.isLoaded) continue;
         ++kept;
-        EXPECT_NE(refused.reason().find(" (in row "), std::string::npos) << length << refused.reason();
-        EXPECT_NE(load.note(0).find(" of 60 rows were read"), std::string::npos) << load.note(0);
+        int keptRows = 0;
+        const std::string note = load.note(0);
+        ASSERT_EQ(std::sscanf(note.c_str() + note.find(": "), ": %d of 60 rows were read", &keptRows), 1)
+            << note;
+        const std::string place = keptRows < 60 ? " (in row " + std::to_string(keptRows + 1) + " of 60)" : "";
+        EXPECT_NE(refused.reason().find(place), std::string::npos) << length << refused.reason();
+        EXPECT_LT(keptRows, 60) << length;
         int rows = 0;
         while (rows < 60 && codec_test::rowBytes(*load.image, rows) == codec_test::rowBytes(*image, rows))
             ++rows;
@@ -337,6 +342,23 @@ TEST(PngDoor, CutFilesAreRefusedOrKeepRows) {
             EXPECT_EQ(codec_test::rowBytes(*load.image, y), Bytes(120, 0)) << y;
     }
     EXPECT_GT(kept, 30);
+}
+
+TEST(PngDoor, AMissingEndMarkIsNoted) {
+    const DibPtr image = randomImage(40, 60, 24, 9);
+    DibMetadata metadata;
+    metadata.exif = bytesFor(exifWith(1));
+    for (const Bytes& file : {saved(*image, "png"), savedWith(*image, "png", metadata)}) {
+        for (const std::size_t missing : {1U, 4U, 5U, 12U}) {
+            const Bytes cut(file.begin(), file.end() - static_cast<std::ptrdiff_t>(missing));
+            const Opened load = opened(cut);
+            ASSERT_TRUE(load.isLoaded) << missing << load.result.reason;
+            EXPECT_TRUE(samePixels(*load.image, *image)) << missing;
+            EXPECT_EQ(notesOf(load.result), "the file ends without its end mark; all rows were read;");
+            EXPECT_EQ(load.result.notes[0].kind, DIB_NOTE_WARNING);
+        }
+        EXPECT_EQ(opened(file).result.noteCount, 0);
+    }
 }
 
 TEST(PngDoor, WrongChecksumsAreRefusedOrKept) {

@@ -71,6 +71,19 @@ TEST(PnmLoad, EveryLargestValueIsScaledAndRounded) {
     EXPECT_EQ(opened(bytesOf("P2 1 1 255 0")).result.noteCount, 0);
 }
 
+TEST(PnmLoad, SamplesAboveTheLargestValueAreNotedOnce) {
+    const std::string noted = "samples above the largest value, 100, were taken for it;";
+    EXPECT_EQ(notesOf(opened(bytesOf("P2 3 1 100 1 50 100 ")).result), "");
+    EXPECT_EQ(notesOf(opened(bytesOf("P2 3 2 100 101 50 100 200 9 9")).result), noted);
+    EXPECT_EQ(notesOf(opened(bytesOf("P2 1 1 100 9999999")).result), noted);
+    EXPECT_EQ(notesOf(opened(file("P5 3 1 100\n", {100, 50, 0})).result), "");
+    const Opened load = opened(file("P6 1 2 100\n", {1, 50, 101, 1, 255, 2}));
+    EXPECT_EQ(notesOf(load.result), noted);
+    EXPECT_EQ(load.result.notes[0].kind, DIB_NOTE_WARNING);
+    EXPECT_EQ(notesOf(opened(file("P5 1 1 1023\n", {4, 0})).result),
+              "samples of 16 bits became 8;samples above the largest value, 1023, were taken for it;");
+}
+
 TEST(PnmLoad, PamFilesHaveAlpha) {
     EXPECT_EQ(shown(file(pam(2, 3, "GRAYSCALE_ALPHA"), {0, 1, 2, 3}), 32),
               Bytes({0, 0, 0, 85, 170, 170, 170, 255}));
