@@ -12,6 +12,7 @@
 #include "formats/Pnm.h"
 #include "formats/PnmHeader.h"
 #include "formats/PpmRows.h"
+#include "formats/Rows.h"
 
 namespace formats {
 
@@ -200,7 +201,10 @@ bool endShort(ReadRequest& request) {
 
 // Samples that are bytes already.
 bool readBytes(ReadRequest& request, NewImage& image) {
-    BinaryRows rows(request.file, image);
+    const auto width = static_cast<std::size_t>(image->Header->biWidth);
+    BinaryRows rows(request.file, image,
+                    rowsPerStep(request.progress, width * image->Header->biBitCount / 8,
+                                static_cast<std::size_t>(image->Header->biHeight)));
     for (int y = 0; y < image->Header->biHeight; ++y) {
         if (!rows.read(y)) return endShort(request);
         if (!image.read(image->ScanLine(y))) return false;

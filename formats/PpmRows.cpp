@@ -37,7 +37,8 @@ void BinaryRows::readBlock() {
     const bool hasColors = image_->Header->biBitCount == 24;
     // Rows that are exchanged must still be in the cache.
     const std::size_t rows =
-        hasColors ? rowsPerBlock(rowBytes_, left) : std::min(left, 4 * rowsPerBlock(rowBytes_, left));
+        std::min(mostRows_, hasColors ? rowsPerBlock(rowBytes_, left)
+                                      : std::min(left, 4 * rowsPerBlock(rowBytes_, left)));
     const int first = blockEnd_;
     blockEnd_ += static_cast<int>(rows);
     const std::size_t bytes =

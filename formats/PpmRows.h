@@ -3,6 +3,7 @@
 #define FORMATS_PPM_ROWS_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "formats/ByteReader.h"
 #include "formats/NewImage.h"
@@ -13,9 +14,11 @@ namespace formats {
 // elsewhere and copying takes twice the memory traffic.
 class BinaryRows {
 public:
-    BinaryRows(ByteReader& file, NewImage& image)
+    // Reads at most `mostRows` rows at once.
+    BinaryRows(ByteReader& file, NewImage& image, std::size_t mostRows = SIZE_MAX)
         : file_(file),
           image_(image),
+          mostRows_(mostRows),
           rowBytes_(static_cast<std::size_t>(image->Header->biWidth) * image->Header->biBitCount / 8) {}
 
     // Fills row y, counted from the top; false when the file ends before.
@@ -31,6 +34,7 @@ private:
 
     ByteReader& file_;
     NewImage& image_;
+    std::size_t mostRows_;
     std::size_t rowBytes_;
     int blockEnd_ = 0;           // rows read so far, missing ones included
     int wholeRows_ = 0;          // rows that the file had

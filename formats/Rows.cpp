@@ -17,9 +17,9 @@ std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows) {
 }
 
 std::size_t rowsPerStep(const Progress& progress, std::size_t rowBytes, std::size_t rows) {
-    constexpr std::size_t kStepBytes = 1024 * 1024;
-    if (!progress.isWatched()) return std::max(rows, std::size_t{1});
-    return std::max(kStepBytes / std::max(rowBytes, std::size_t{1}), std::size_t{1});
+    constexpr std::size_t kMostRows = 64;
+    return progress.isWatched() ? rowsPerBlock(rowBytes, std::min(rows, kMostRows))
+                                : std::max(rows, std::size_t{1});
 }
 
 RowWriter::RowWriter(ByteWriter& file, std::size_t rowBytes, std::size_t rows)

@@ -13,7 +13,8 @@ namespace formats {
 // How many rows of a picture are best read or written at once.
 std::size_t rowsPerBlock(std::size_t rowBytes, std::size_t rows);
 
-// How many rows a call moves before it reports them: about 1 MiB, and all at once without a callback.
+// How many rows a call moves before it reports them: at most 64 rows of 256 KiB together, so that a cancelled
+// call ends soon; all rows at once without a callback.
 std::size_t rowsPerStep(const Progress& progress, std::size_t rowBytes, std::size_t rows);
 
 class RowWriter {

@@ -93,8 +93,8 @@ private:
         const std::size_t pitch = image_->GetPitch();
         const bool isOpaque = picture_.change == TgaChange::kOpaque;
         // Pixels that are changed must still be in the cache.
-        const std::size_t step =
-            isOpaque ? rowsPerBlock(pitch, rows()) : rowsPerStep(request_.progress, pitch, rows());
+        const std::size_t most = rowsPerStep(request_.progress, pitch, rows());
+        const std::size_t step = isOpaque ? rowsPerBlock(pitch, most) : most;
         for (std::size_t y = 0; y < rows(); y += step) {
             unsigned char* first = image_->Buffer + y * pitch;
             const std::size_t count = std::min(step, rows() - y);

@@ -222,7 +222,7 @@ bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* re
         DibLoadOptions complete;
         if (!completeOptions(options, complete, out)) return false;
         Progress progress(callback, user);
-        Source source(out, complete.mostBytes);
+        Source source(out, complete.mostBytes, &progress);
         return openSource(source, from...) && load(source, *image, complete, out, progress);
     });
     if (image != nullptr) image->ErrorCode = out.code;

@@ -2,6 +2,7 @@
 
 #include <VexLibs.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -56,6 +57,9 @@ bool Source::open(std::FILE* file) {
 bool Source::open(const DibReader& reader) {
     if (reader.read == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no function to read with");
     constexpr std::size_t kFirst = 64 * 1024;
+    // A slow source hands over little at a time, or waits until it has what was asked for.
+    constexpr std::size_t kMostWatched = 16 * 1024;
+    const bool isWatched = progress_ != nullptr && progress_->isWatched();
     std::size_t capacity = 0;
     for (;;) {
         if (bytes_.size == capacity) {
@@ -65,10 +69,12 @@ bool Source::open(const DibReader& reader) {
                 return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the stream");
             bytes_.data = static_cast<unsigned char*>(block);
         }
+        if (isWatched && !progress_->report(0)) return refuse(result_, DIB_ERROR_INTERRUPTED, "cancelled");
+        const std::size_t room = capacity - bytes_.size;
+        const std::size_t asked = isWatched ? std::min(room, kMostWatched) : room;
         errno = 0;
-        const std::size_t got =
-            reader.read(reader.context, bytes_.data + bytes_.size, capacity - bytes_.size);
-        if (got > capacity - bytes_.size) error_ = errno != 0 ? errno : EIO;
+        const std::size_t got = reader.read(reader.context, bytes_.data + bytes_.size, asked);
+        if (got > asked) error_ = errno != 0 ? errno : EIO;
         if (got == 0 || error_ != 0) break;
         bytes_.size += got;
         if (bytes_.size > mostBytes_) {

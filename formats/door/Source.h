@@ -10,13 +10,16 @@
 #include "dib/File.h"
 #include "formats/ByteReader.h"
 #include "formats/Formats.h"
+#include "formats/door/Progress.h"
 
 namespace formats {
 
 class Source {
 public:
-    // Sources that cannot be read in place are copied first, up to `mostBytes`.
-    Source(DibFileResult& result, std::uint64_t mostBytes) : result_(result), mostBytes_(mostBytes) {}
+    // Sources that cannot be read in place are copied first, up to `mostBytes`. The callback of `progress`
+    // may cancel this; null: there is none.
+    Source(DibFileResult& result, std::uint64_t mostBytes, Progress* progress = nullptr)
+        : result_(result), mostBytes_(mostBytes), progress_(progress) {}
 
     // Each is called once. False with the reason in the result. May throw std::bad_alloc.
     bool open(const char* path);
@@ -38,6 +41,7 @@ public:
 private:
     DibFileResult& result_;
     std::uint64_t mostBytes_;
+    Progress* progress_;
     int error_ = 0;
     std::string path_;
     dib::FilePtr file_;

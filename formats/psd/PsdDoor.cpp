@@ -11,6 +11,7 @@
 #include "dib/ColorTable.h"
 #include "formats/Formats.h"
 #include "formats/NewImage.h"
+#include "formats/Rows.h"
 #include "formats/psd/LayerList.h"
 #include "formats/psd/Picture.h"
 
@@ -153,11 +154,9 @@ bool PictureReader::isCopy() const {
 }
 
 bool PictureReader::copyRows() {
-    constexpr std::size_t kBandBytes = 1 << 20;
     const auto width = static_cast<std::size_t>(picture_.width);
     const auto pitch = static_cast<std::size_t>(request_.image->GetPitch());
-    const std::size_t band =
-        request_.progress.isWatched() ? std::max(kBandBytes / width, std::size_t{1}) : SIZE_MAX;
+    const std::size_t band = rowsPerStep(request_.progress, width, static_cast<std::size_t>(picture_.height));
     request_.file.seek(picture_.blocks[0].data.start);
     for (int row = 0; row < picture_.height;) {
         const std::size_t wanted = std::min(band, static_cast<std::size_t>(picture_.height - row));
