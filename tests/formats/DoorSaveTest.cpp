@@ -2,6 +2,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstring>
@@ -255,10 +256,11 @@ TEST(DoorSave, AFullDiskLeavesTheOldFileAtEveryWrite) {
         }
     }
     std::signal(SIGXFSZ, before);
-    // No temporary file is left behind.
+    // No temporary file of this process is left behind; others may be saving.
+    const std::string left = ".dib-" + std::to_string(getpid()) + "-";
     const fs::path folder = fs::path(testing_support::temporaryPath());
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        EXPECT_EQ(entry.path().filename().string().find(".AFullDisk"), std::string::npos) << entry.path();
+        EXPECT_FALSE(entry.path().filename().string().starts_with(left)) << entry.path();
     }
 }
 
