@@ -114,7 +114,8 @@ void addSaving(CLI::App& command, PictureOptions& options, const std::string& fo
 void addPlugins(CLI::App& command) {
     command
         .add_option_function<std::string>("--plugins", usePluginFolder,
-                                          "Folder of the EXR and DDS plug-ins; overrides the installed one")
+                                          "Folder of the plug-ins that read EXR, DDS, WebP and GIF files; "
+                                          "overrides the installed one")
         ->type_name("FOLDER");
 }
 

@@ -1,4 +1,4 @@
-// Where the library looks for the plug-ins of EXR and DDS files.
+// Where the library looks for the plug-ins of EXR, DDS, WebP and GIF files.
 #ifndef TOOLS_IO_PLUGIN_FOLDER_H
 #define TOOLS_IO_PLUGIN_FOLDER_H
 
