@@ -82,12 +82,12 @@ bool copyBytes(std::span<const unsigned char> from, DibBytes& to) {
     return true;
 }
 
-bool exifForFile(const DibMetadata& metadata, DibBytes& block) {
+bool exifForFile(const DibMetadata& metadata, DibBytes& block, bool keepsBlock) {
     // One entry, the orientation, in a directory that follows the header.
     constexpr unsigned char kUpright[] = {'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 0x12, 0x01, 3,
                                           0,   1,   0,  0, 0, 1, 0, 0, 0, 0, 0,    0,    0};
     const auto orientation = static_cast<unsigned char>(metadata.orientation);
-    if (metadata.exif.size > 0) {
+    if (metadata.exif.size > 0 && keepsBlock) {
         if (!copyBytes({metadata.exif.data, metadata.exif.size}, block)) return false;
     } else if (orientation > 1 && orientation <= 8) {
         if (!copyBytes(kUpright, block)) return false;

@@ -20,8 +20,9 @@ void applyExif(std::span<const unsigned char> block, DibMetadata& metadata);
 bool copyBytes(std::span<const unsigned char> from, DibBytes& to);
 
 // The block that a file gets: that of the metadata, with its orientation; a new one when there is none and
-// the picture is not upright. Empty when nothing needs to be said. False when memory is short.
-bool exifForFile(const DibMetadata& metadata, DibBytes& block);
+// the picture is not upright, or the file cannot keep that one. Empty when nothing needs to be said. False
+// when memory is short.
+bool exifForFile(const DibMetadata& metadata, DibBytes& block, bool keepsBlock = true);
 
 }  // namespace formats
 

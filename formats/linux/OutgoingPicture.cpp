@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/PixelReader.h"
 #include "formats/ColorOrder.h"
@@ -48,6 +49,35 @@ bool isKept(const DibBytes& profile, bool isGrey) {
     constexpr std::size_t kColorSpace = 16;  // where a profile names it
     if (profile.size < kColorSpace + 4 || profile.size > kMostMetadataBytes) return false;
     return std::memcmp(profile.data + kColorSpace, isGrey ? "GRAY" : "RGB ", 4) == 0;
+}
+
+bool isKeptByPng(const DibBytes& profile, bool isGrey) {
+    constexpr std::size_t kTags = 132;  // behind the header and the number of tags
+    constexpr std::size_t kTagBytes = 12;
+    if (!isKept(profile, isGrey) || profile.size < kTags) return false;
+    const auto number = [&](std::size_t at) { return std::size_t{dib::readBe32(profile.data + at)}; };
+    const auto hasName = [&](std::size_t at, const char* name) {
+        return std::memcmp(profile.data + at, name, 4) == 0;
+    };
+    const std::size_t size = number(0);
+    const bool isVersion4 = profile.data[8] > 3;
+    const bool isWhole = size >= kTags && size <= profile.size && (!isVersion4 || size % 4 == 0);
+    constexpr std::size_t kIntents = 0xFFFF;
+    if (!isWhole || !hasName(36, "acsp") || number(64) >= kIntents) return false;
+    const bool isOfDevice = !hasName(12, "abst") && !hasName(12, "link");
+    if (!isOfDevice || (!hasName(20, "XYZ ") && !hasName(20, "Lab "))) return false;
+    const std::size_t tags = number(128);
+    if (tags > (size - kTags) / kTagBytes) return false;
+    for (std::size_t i = 0; i < tags; ++i) {
+        const std::size_t start = number(kTags + i * kTagBytes + 4);
+        if (start > size || number(kTags + i * kTagBytes + 8) > size - start) return false;
+    }
+    return true;
+}
+
+bool isKeptByPng(const DibBytes& exif) {
+    if (exif.size < 2 || exif.size > kMostMetadataBytes) return false;
+    return std::memcmp(exif.data, "II", 2) == 0 || std::memcmp(exif.data, "MM", 2) == 0;
 }
 
 OutgoingPicture::OutgoingPicture(const DibStream& image, bool keepsPalette)

@@ -22,6 +22,10 @@ bool hasGreysOnly(const BITMAPINFOHEADER& header);
 
 // Whether a file of grey or of coloured pixels keeps a colour profile: it must be one for such pixels.
 bool isKept(const DibBytes& profile, bool isGrey);
+// The same for PNG files: libpng leaves out profiles whose header or table of tags is wrong.
+bool isKeptByPng(const DibBytes& profile, bool isGrey);
+// Whether PNG files keep an EXIF block: it must start with its byte order.
+bool isKeptByPng(const DibBytes& exif);
 
 class OutgoingPicture {
 public:

@@ -31,13 +31,29 @@ void noteExif(LossRequest& request, std::size_t mostBytes) {
          metadata->exif.size);
 }
 
+bool isGreyPng(const LossRequest& request) {
+    return isGreyFile(request.image) && !hasPaletteAlpha(request.image, request.options.metadata);
+}
+
+// What libpng would leave out when it reads the file.
+void notePngRefusals(LossRequest& request) {
+    const DibMetadata* metadata = request.options.metadata;
+    if (metadata == nullptr) return;
+    const bool isGrey = isGreyPng(request);
+    if (isKept(metadata->colorProfile, isGrey) && !isKeptByPng(metadata->colorProfile, isGrey))
+        note(request.result, DIB_NOTE_LOSS, "the colour profile is not kept: it is damaged");
+    const std::size_t exifBytes = metadata->exif.size;
+    if (exifBytes > 0 && exifBytes <= kMostMetadataBytes && !isKeptByPng(metadata->exif))
+        note(request.result, DIB_NOTE_LOSS, "the EXIF block is not kept: it names no byte order");
+}
+
 }  // namespace
 
 bool lossesPng(LossRequest& request) {
     if (request.image.Header->biBitCount == 16) noteDepth(request, 24);
-    noteProfile(request,
-                isGreyFile(request.image) && !hasPaletteAlpha(request.image, request.options.metadata));
+    noteProfile(request, isGreyPng(request));
     noteExif(request, kMostMetadataBytes);
+    notePngRefusals(request);
     return true;
 }
 

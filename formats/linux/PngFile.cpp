@@ -25,12 +25,18 @@ struct Calls {
     bool isShortOfMemory = false;
     bool isDamaged = false;  // the library warned
     bool isCut = false;      // the file ended
+    bool warnedOfProfile = false;
+    bool warnedOfExif = false;
 };
 
 // Failures of the library end in the jump; its messages are not printed.
 void onError(png_structp png, png_const_charp) { static_cast<Calls*>(png_get_error_ptr(png))->jump.leave(); }
-void onWarning(png_structp png, png_const_charp) {
-    static_cast<Calls*>(png_get_error_ptr(png))->isDamaged = true;
+void onWarning(png_structp png, png_const_charp text) {
+    Calls& calls = *static_cast<Calls*>(png_get_error_ptr(png));
+    calls.isDamaged = true;
+    // Warnings start with the name of their chunk.
+    if (std::strncmp(text, "iCCP", 4) == 0) calls.warnedOfProfile = true;
+    if (std::strncmp(text, "eXIf", 4) == 0) calls.warnedOfExif = true;
 }
 
 void* allocate(png_structp png, png_alloc_size_t bytes) {
@@ -253,12 +259,15 @@ bool PngDecoder::keepPaletteAlpha(DibMetadata& metadata) {
     return copyBytes({levels, level + 1}, metadata.paletteAlpha);
 }
 
-// Damage behind the pixels does them no harm.
+// Damage after the pixel data is ignored.
 bool PngDecoder::finish(DibFileResult& result) {
     calls_.jump.run([this] { png_read_end(png_, info_); });
     if (calls_.isShortOfMemory) return false;
     if (calls_.isCut && damage_[0] == '\0') note(result, DIB_NOTE_WARNING, "%s", kNoEndMark);
-    return result.metadata.exif.size > 0 || keepExif(result.metadata);
+    if (result.metadata.exif.size == 0 && !keepExif(result.metadata)) return false;
+    if (calls_.warnedOfExif && result.metadata.exif.size == 0)
+        note(result, DIB_NOTE_WARNING, "the EXIF block is damaged and was left out");
+    return true;
 }
 
 bool PngDecoder::keepMetadata(DibMetadata& metadata) {
@@ -287,6 +296,9 @@ bool PngDecoder::describe(DibFileInfo& info, DibFileResult& result) {
         if (depth_ == 16) note(result, DIB_NOTE_LOSS, "16 bits a sample became 8");
         if (transparent_ && colorType_ == PNG_COLOR_TYPE_PALETTE)
             note(result, DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
+        if (calls_.warnedOfProfile && png_get_valid(png_, info_, PNG_INFO_iCCP) == 0)
+            note(result, DIB_NOTE_WARNING,
+                 "the colour profile was left out: it is damaged or not for these pixels");
     }
     return keepMetadata(result.metadata) && !calls_.isShortOfMemory;
 }

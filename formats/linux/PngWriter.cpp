@@ -87,7 +87,7 @@ void writeTransparency(ByteWriter& file, const DibBytes& alpha, const OutgoingPi
 
 // The profile is packed as a whole, behind a name and the number of the packing.
 bool writeProfile(ByteWriter& file, const DibBytes& profile, const OutgoingPicture& picture) {
-    if (!isKept(profile, picture.kind() == PixelKind::kGrey)) return true;
+    if (!isKeptByPng(profile, picture.kind() == PixelKind::kGrey)) return true;
     constexpr Byte kStart[] = {'I', 'C', 'C', 0, 0};
     // Bytes that cannot be packed take 5 more in 64 KB at most.
     const std::size_t room = sizeof kStart + profile.size + profile.size / 8 + 1024;
@@ -103,7 +103,7 @@ bool writeProfile(ByteWriter& file, const DibBytes& profile, const OutgoingPictu
 
 bool writeExif(ByteWriter& file, const DibMetadata& metadata) {
     DibBytes block;
-    if (!exifForFile(metadata, block)) return false;
+    if (!exifForFile(metadata, block, isKeptByPng(metadata.exif))) return false;
     if (block.size > 0) writeChunk(file, "eXIf", block.data, block.size);
     return true;
 }

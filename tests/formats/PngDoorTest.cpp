@@ -296,6 +296,76 @@ TEST(PngDoor, MetadataIsCarried) {
     EXPECT_EQ(opened(grey).result.metadata.colorProfile.size, 0U);
 }
 
+// A file with a chunk of metadata that nobody has checked.
+Opened openedWithProfile(const Bytes& profile) {
+    Bytes data = {'I', 'C', 'C', 0, 0};
+    uLongf length = compressBound(profile.size());
+    data.resize(5 + length);
+    compress(data.data() + 5, &length, profile.data(), profile.size());
+    data.resize(5 + length);
+    return opened(pngOf(1, 8, 2, {{1, 2, 3}}, {chunk("iCCP", data)}));
+}
+
+// Returns whether the profile is kept. Losses say so, and so do loads of files that have it all the same.
+bool expectProfileIsKeptOrNoted(const Bytes& profile) {
+    DibMetadata metadata;
+    metadata.colorProfile = bytesFor(profile);
+    DibFileResult result;
+    const Opened load = opened(savedWith(*randomImage(3, 2, 24, 3), "png", metadata, &result));
+    const bool isKept = load.result.metadata.colorProfile.size > 0;
+    EXPECT_EQ(notesOf(result).find("the colour profile is not kept") == std::string::npos, isKept)
+        << notesOf(result);
+    const Opened unchecked = openedWithProfile(profile);
+    EXPECT_TRUE(unchecked.isLoaded);
+    EXPECT_EQ(unchecked.result.metadata.colorProfile.size > 0, isKept);
+    EXPECT_EQ(notesOf(unchecked.result),
+              isKept ? "" : "the colour profile was left out: it is damaged or not for these pixels;");
+    return isKept;
+}
+
+TEST(PngDoor, ProfilesThatAreNotKeptAreNoted) {
+    Bytes good = profileFor("RGB ");
+    good[0] = good[1] = 0;
+    good[128 + 3] = 1;
+    const Bytes tag = {'d', 'e', 's', 'c', 0, 0, 0, 144, 0, 0, 0, 12};
+    std::copy(tag.begin(), tag.end(), good.begin() + 132);
+    ASSERT_TRUE(expectProfileIsKeptOrNoted(good));
+    int refused = 0;
+    for (std::size_t at = 0; at < 144; ++at) {
+        for (const int value : {0, 1, 4, 255}) {
+            SCOPED_TRACE(testing::Message() << "byte " << at << " is " << value);
+            Bytes changed = good;
+            changed[at] = static_cast<unsigned char>(value);
+            refused += expectProfileIsKeptOrNoted(changed) ? 0 : 1;
+        }
+    }
+    EXPECT_GT(refused, 60);
+    Bytes cut = good;
+    cut.pop_back();
+    EXPECT_FALSE(expectProfileIsKeptOrNoted(cut));
+    cut[2] = static_cast<unsigned char>(cut.size() >> 8);
+    cut[3] = static_cast<unsigned char>(cut.size());
+    EXPECT_TRUE(expectProfileIsKeptOrNoted(cut));
+    cut[8] = 4;
+    EXPECT_FALSE(expectProfileIsKeptOrNoted(cut));
+    EXPECT_FALSE(expectProfileIsKeptOrNoted(Bytes(good.begin(), good.begin() + 131)));
+}
+
+TEST(PngDoor, ExifBlocksThatAreNotKeptAreNoted) {
+    for (const Bytes& block : {Bytes{'I'}, Bytes{'I', 'M'}, Bytes{'E', 'x', 'i', 'f', 0, 0}}) {
+        DibMetadata metadata;
+        metadata.exif = bytesFor(block);
+        metadata.orientation = 6;
+        DibFileResult result;
+        const Opened load = opened(savedWith(*randomImage(3, 2, 24, 3), "png", metadata, &result));
+        EXPECT_EQ(notesOf(result), "the EXIF block is not kept: it names no byte order;");
+        EXPECT_EQ(load.image->Header->biWidth, 2) << "the orientation is kept";
+        const Opened unchecked = opened(pngOf(1, 8, 2, {{1, 2, 3}}, {chunk("eXIf", block)}));
+        EXPECT_TRUE(unchecked.isLoaded);
+        EXPECT_EQ(notesOf(unchecked.result), "the EXIF block is damaged and was left out;");
+    }
+}
+
 TEST(PngDoor, ProbeReadsTheHeaders) {
     const Bytes file = saved(*paletteImage(5, 3, 4, 11), "png");
     DibFileInfo info;
