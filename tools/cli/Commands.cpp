@@ -1,6 +1,7 @@
 #include "tools/cli/Commands.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace tool {
 
@@ -57,9 +58,14 @@ void declareCommands(CLI::App& app) {
     }
 }
 
-std::vector<OptionText> optionTexts(const CLI::App& app, const Command& command) {
+const CLI::App* findCommand(const CLI::App& app, const std::string& name) {
+    const bool isKnown = std::ranges::find(commands(), name, &Command::name) != commands().end();
+    return isKnown ? app.get_subcommand(name) : nullptr;
+}
+
+std::vector<OptionText> optionTexts(const CLI::App& command) {
     std::vector<OptionText> texts;
-    for (const CLI::Option* option : app.get_subcommand(command.name)->get_options()) {
+    for (const CLI::Option* option : command.get_options()) {
         if (option->get_positional() || option->get_lnames().empty()) continue;
         const bool isSwitch = option->get_items_expected_max() == 0;
         texts.push_back({"--" + option->get_lnames().front(), isSwitch ? "" : option->get_type_name(),

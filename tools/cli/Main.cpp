@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <exception>
 #include <sstream>
 #include <string>
@@ -8,7 +7,6 @@
 
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Commands.h"
-#include "tools/cli/Completion.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Printable.h"
 #include "tools/cli/Suggestion.h"
@@ -30,11 +28,9 @@ std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
         return "no command or option '" + rest.front() + "'" + tool::suggestion(rest.front(), names);
     }
     const std::string typed = rest.front().substr(0, rest.front().find('='));
-    const auto command =
-        std::ranges::find(tool::commands(), chosen.front()->get_name(), &tool::Command::name);
     if (!typed.starts_with('-')) return place + "there is no place for '" + typed + "'";
     return place + "no option '" + typed + "'" +
-           tool::suggestion(typed, tool::namesOf(tool::optionTexts(app, *command)));
+           tool::suggestion(typed, tool::namesOf(tool::optionTexts(*chosen.front())));
 }
 
 int run(int argumentCount, char** arguments) {

@@ -71,11 +71,6 @@ CLI::Option* addOperand(CLI::App& command, const std::string& name, std::string&
     return command.add_option(name, value, help)->type_name("")->required();
 }
 
-const char* formatNamed(const std::string& name) {
-    if (const char* spelling = formatSpelling(name)) return spelling;
-    throw usageFailure("no format '" + name + "'" + formatSuggestion(name, "; `dib formats` lists them"));
-}
-
 void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help) {
     command
         .add_option_function<std::string>(
@@ -94,8 +89,7 @@ void addOpening(CLI::App& command, DibLoadOptions& options) {
         .add_option_function<std::string>(
             "--limit", [&options](const std::string& text) { setLimits(options, text); },
             "Refuses larger inputs: pixels:N, bytes:N of memory or layers:N, separated by commas; K, M and G "
-            "are "
-            "powers of 1000")
+            "are powers of 1000")
         ->type_name("LIMITS");
     addPlugins(command);
 }

@@ -15,7 +15,6 @@ class Validator;
 namespace tool {
 
 inline constexpr const char* kFormatPlaceholder = "FORMAT";  // Stands for the name of a format.
-inline constexpr const char* kShells = "bash|zsh|fish";
 
 // A check that a value is one of "a|b|c".
 CLI::Validator oneOf(const std::string& choices);
@@ -24,8 +23,6 @@ CLI::Validator between(int least, int most);
 // An operand that must be given.
 CLI::Option* addOperand(CLI::App& command, const std::string& name, std::string& value,
                         const std::string& help);
-// The spelling of a format (formatSpelling). Throws Failure (usage) with a suggestion.
-const char* formatNamed(const std::string& name);
 // "--from" or "--to"; `format` keeps its value where the option is not given.
 void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help);
 // How pictures are opened: "--from", "--keep-damaged", "--limit" and "--plugins".

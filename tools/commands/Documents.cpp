@@ -1,7 +1,5 @@
 #include "tools/commands/Documents.h"
 
-#include <utility>
-
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Printable.h"
 #include "tools/commands/Pictures.h"
@@ -54,13 +52,13 @@ std::string textOf(const DibLayer& layer) {
 
 }  // namespace
 
-DocumentInfo readDocument(const InputFile& file, const DibFileInfo& header, const DibLoadOptions& options) {
-    DocumentInfo document{header, {}};
+DibLayers readLayers(const InputFile& file, const DibLoadOptions& options) {
+    DibLayers layers;
     DibFileResult result;
-    const bool isRead = file.listLayers(document.layers, options, result);
+    const bool isRead = file.listLayers(layers, options, result);
     stopIfCancelled();
     if (!isRead) throw loadFailure(file.title(), result);
-    return document;
+    return layers;
 }
 
 Json jsonOf(const DibLayer& layer) {
@@ -76,31 +74,28 @@ Json jsonOf(const DibLayer& layer) {
             {"secondMask", jsonOf(layer.masks[1])}};
 }
 
-Json jsonOf(const DocumentInfo& document) {
-    Json layers = Json::array();
-    for (std::size_t i = 0; i < document.layers.count; ++i)
-        layers.push_back(jsonOf(document.layers.items[i]));
+Json jsonOf(const DibFileInfo& header, const DibLayers& layers) {
     Json json = Json::object();
-    if (document.header.channels > 0) {
-        json["colorMode"] = document.header.colors;
-        json["bitsPerChannel"] = document.header.channelBits;
-        json["channels"] = document.header.channels;
+    if (header.channels > 0) {
+        json["colorMode"] = header.colors;
+        json["bitsPerChannel"] = header.channelBits;
+        json["channels"] = header.channels;
     }
-    json["layers"] = std::move(layers);
-    json["layerCount"] = document.header.layers;
+    json["layers"] = Json::array();
+    for (std::size_t i = 0; i < layers.count; ++i) json["layers"].push_back(jsonOf(layers.items[i]));
+    json["layerCount"] = header.layers;
     return json;
 }
 
-std::string textOf(const DocumentInfo& document) {
-    const DibFileInfo& header = document.header;
+std::string textOf(const DibFileInfo& header, const DibLayers& layers) {
     std::string text = "  ";
     if (header.channels > 0) {
         text += std::string(header.colors) + ", " + std::to_string(header.channelBits) +
                 " bits per channel, " + std::to_string(header.channels) + " channels, ";
     }
     text += std::to_string(header.layers) + (header.layers == 1 ? " layer\n" : " layers\n");
-    for (std::size_t i = 0; i < document.layers.count; ++i)
-        text += "  layer " + std::to_string(i) + " " + textOf(document.layers.items[i]) + "\n";
+    for (std::size_t i = 0; i < layers.count; ++i)
+        text += "  layer " + std::to_string(i) + " " + textOf(layers.items[i]) + "\n";
     return text;
 }
 

@@ -11,19 +11,13 @@
 
 namespace tool {
 
-struct DocumentInfo {
-    DibFileInfo header;
-    DibLayers layers;  // those whose records can be read
-};
-
-// What the headers of a file and the records of its layers say. Throws Failure (bad input) when they cannot
-// be read.
-DocumentInfo readDocument(const InputFile& file, const DibFileInfo& header, const DibLoadOptions& options);
+// The layers whose records can be read. Throws Failure (bad input).
+DibLayers readLayers(const InputFile& file, const DibLoadOptions& options);
 
 Json jsonOf(const DibLayer& layer);
-Json jsonOf(const DocumentInfo& document);
+Json jsonOf(const DibFileInfo& header, const DibLayers& layers);
 // Lines about the document and its layers, indented.
-std::string textOf(const DocumentInfo& document);
+std::string textOf(const DibFileInfo& header, const DibLayers& layers);
 
 }  // namespace tool
 

@@ -1,9 +1,12 @@
 // `dib gallery`: what every operation of the table does to one picture.
+#include <DibHandle.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <sstream>
 
 #include "tools/cli/Cancel.h"
@@ -13,7 +16,6 @@
 #include "tools/gallery/ContactSheet.h"
 #include "tools/gallery/GalleryPage.h"
 #include "tools/io/Formats.h"
-#include "tools/io/Images.h"
 #include "tools/io/Operations.h"
 
 namespace tool {
@@ -41,70 +43,28 @@ constexpr const char* kPictureFolder = "pictures";
 std::size_t sampleOfSheet(const DibOperation& operation) { return *operation.parameters == nullptr ? 0 : 1; }
 
 void need(bool done, const std::string& title, const DibStream& image) {
-    if (!done) throw Failure(kExitOperationFailed, title + ": " + errorText(image));
+    const std::string reason = DibStream::GetErrorString(image.ErrorCode);
+    if (!done) throw Failure(kExitOperationFailed, title + ": " + (reason.empty() ? "failed" : reason));
 }
-
-ImagePtr cloneOf(DibStream& image) {
-    ImagePtr copy(image.Clone());
-    need(copy != nullptr, kInput, image);
-    return copy;
-}
-
-// The folder that the gallery is written to.
-class Folder {
-public:
-    Folder(const GalleryJob& job, Progress& progress, Notes& notes)
-        : path_(job.folder), pictures_(job.pictures), progress_(progress), notes_(notes) {
-        makeFolder(path_);
-        makeFolder(pathOf(kPictureFolder));
-    }
-
-    const std::string& path() const { return path_; }
-    std::string pathOf(const std::string& name) const { return std::filesystem::path(path_) / name; }
-
-    // In the format of the name's extension.
-    void save(DibStream& image, const std::string& name) const {
-        savePicture(pathOf(name), *formatOfExtension(name), image, pictures_, progress_, notes_);
-    }
-
-    // Saves a picture of the page.
-    ShownPicture show(DibStream& image, const std::string& name) const {
-        const std::string picture = std::string(kPictureFolder) + "/" + name + ".png";
-        save(image, picture);
-        std::ifstream file(pathOf(picture), std::ios::binary);
-        std::ostringstream bytes;
-        bytes << file.rdbuf();
-        return {bytes.str(), width(image), height(image), image.Header->biBitCount};
-    }
-
-private:
-    const std::string& path_;
-    const PictureOptions& pictures_;
-    Progress& progress_;
-    Notes& notes_;
-};
 
 // Converts to 24 bits, which every operation accepts, and to sizes that suit the settings of the samples: the
 // longer side is `longerSide`, and a picture longer than three times its width is cut at both ends.
-void fit(DibStream& image, int longerSide, const std::string& title) {
+void fit(DibHandle& image, int longerSide, const std::string& title) {
     constexpr int kLongest = 3;
-    need(image.ChangeBpp(24, 0), title, image);
-    const int columns = std::min(width(image), kLongest * height(image));
-    const int rows = std::min(height(image), kLongest * width(image));
-    need(image.ChangeSize(columns, rows, 0), title, image);
+    need(image->ChangeBpp(24, 0), title, *image);
+    const int columns = std::min(image.width(), kLongest * image.height());
+    const int rows = std::min(image.height(), kLongest * image.width());
+    need(image->ChangeSize(columns, rows, 0), title, *image);
     const double scale = static_cast<double>(longerSide) / std::max(columns, rows);
     const auto scaled = [scale](int side) { return static_cast<int>(std::lround(side * scale)); };
     const auto method = scale < 1 ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR;
-    need(image.Resize(scaled(columns), scaled(rows), method), title, image);
+    need(image->Resize(scaled(columns), scaled(rows), method), title, *image);
 }
 
-// Rings in two colours whose distance shrinks outwards: blended into another picture, they show how.
+// Rings in yellow and blue whose distance shrinks outwards: blended into another picture, they show how.
 void paintOther(DibStream& image) {
     constexpr int kWidth = 160;
     constexpr int kHeight = 120;
-    constexpr int kRed[] = {250, 24};
-    constexpr int kGreen[] = {196, 60};
-    constexpr int kBlue[] = {72, 140};
     need(image.Create(kWidth, kHeight, 24), kOther, image);
     for (int y = 0; y < kHeight; ++y) {
         auto* row = reinterpret_cast<DibBGR*>(image.ScanLine(y));
@@ -113,56 +73,13 @@ void paintOther(DibStream& image) {
             const int dy = 2 * y - kHeight + 1;
             const int phase = (dx * dx + dy * dy) / 10 % 512;
             const int share = phase < 256 ? phase : 511 - phase;
-            const auto mixed = [share](const int(&ends)[2]) {
-                return static_cast<unsigned char>((ends[0] * (255 - share) + ends[1] * share) / 255);
+            const auto mixed = [share](int yellow, int blue) {
+                return static_cast<unsigned char>((yellow * (255 - share) + blue * share) / 255);
             };
-            row[x] = {mixed(kBlue), mixed(kGreen), mixed(kRed)};
+            row[x] = {mixed(72, 140), mixed(196, 60), mixed(250, 24)};
         }
     }
 }
-
-// Renders the samples one after the other and puts one of each operation on the sheet.
-class Renderer {
-public:
-    // File names on the page are relative to its folder.
-    Renderer(const Folder& folder, DibStream& input, ContactSheet& sheet, const StepFrame& frame)
-        : folder_(folder), input_(input), sheet_(sheet), frame_(frame) {}
-
-    ShownOperation render(const DibOperation& operation) {
-        ShownOperation result{&operation, {}};
-        for (std::size_t i = 0; i < std::size(operation.samples); ++i) {
-            const std::string name = std::string(operation.name) + "-" + std::to_string(i + 1);
-            result.samples[i] = renderSample(operation.samples[i], name);
-            if (i == sampleOfSheet(operation)) addToSheet(operation.name);
-        }
-        return result;
-    }
-
-private:
-    ShownSample renderSample(const char* chain, const std::string& name) {
-        ShownSample sample;
-        sample.chain = chain;
-        image_ = cloneOf(input_);
-        const DibChain parsed = parseChain(chain);
-        for (const DibStep& step : std::span(parsed.steps, static_cast<std::size_t>(parsed.stepCount))) {
-            sample.call += (sample.call.empty() ? "" : "\n") + callText(step, *image_);
-            applyStep(step, *image_, frame_);
-        }
-        sample.result = folder_.show(*image_, name);
-        return sample;
-    }
-
-    void addToSheet(std::string_view name) {
-        need(image_->ChangeBpp(24, 0), kInput, *image_);
-        sheet_.add(*image_, name);
-    }
-
-    const Folder& folder_;
-    DibStream& input_;
-    ContactSheet& sheet_;
-    const StepFrame& frame_;
-    ImagePtr image_;
-};
 
 std::size_t stepCount() {
     std::size_t count = 0;
@@ -176,31 +93,80 @@ std::size_t stepCount() {
 // Writes "index.html", a page with every sample of every operation, their pictures and a contact sheet. The
 // commands on the page start from "in.bmp" and "other.bmp", which are written too: run in the folder, they
 // give what the page shows.
-void makeGallery(const GalleryJob& job) {
-    Notes notes(job.pictures);
-    Progress progress(stepCount() + 1, job.showsProgress);
-    DibStream input;
-    const InputFile file(job.input);
-    loadPicture(file, input, job.pictures, progress, notes);
-    fit(input, job.longerSide, file.title());
-    const Folder folder(job, progress, notes);
-    folder.save(input, kInput);
-    DibStream other;
-    paintOther(other);
-    folder.save(other, kOther);
+class Gallery {
+public:
+    explicit Gallery(const GalleryJob& job) : job_(job) {}
 
-    Gallery gallery{folder.show(input, "in"), folder.show(other, "other"), {}};
-    ContactSheet sheet(static_cast<int>(operations().size()) + 1);
-    sheet.add(input, "original");
-    const std::string title = kInput;
-    const StepFrame frame = {title, job.pictures, progress, notes, folder.path()};
-    Renderer renderer(folder, input, sheet, frame);
-    for (const DibOperation* operation : operations())
-        gallery.operations.push_back(renderer.render(*operation));
-    stopIfCancelled();
-    folder.save(sheet.image(), "contact-sheet.jpg");
-    writeText(folder.pathOf("index.html"), galleryPage(gallery));
-}
+    void make() {
+        const InputFile file(job_.input);
+        loadPicture(file, *input_, job_.pictures, progress_, notes_);
+        fit(input_, job_.longerSide, file.title());
+        makeFolder(job_.folder);
+        makeFolder(pathOf(kPictureFolder));
+        save(*input_, kInput);
+        DibHandle other(new DibStream);
+        paintOther(*other);
+        save(*other, kOther);
+
+        GalleryPage page(show(input_, "in"), show(other, "other"));
+        sheet_.add(*input_, "original");
+        for (const DibOperation* operation : operations()) render(*operation, page);
+        stopIfCancelled();
+        save(sheet_.image(), "contact-sheet.jpg");
+        writeText(pathOf("index.html"), page.text());
+    }
+
+private:
+    std::string pathOf(const std::string& name) const { return std::filesystem::path(job_.folder) / name; }
+
+    // In the format of the name's extension.
+    void save(const DibStream& image, const std::string& name) {
+        savePicture(pathOf(name), *formatOfExtension(name), image, job_.pictures, progress_, notes_);
+    }
+
+    // Saves a picture of the page.
+    ShownPicture show(const DibHandle& image, const std::string& name) {
+        const std::string picture = std::string(kPictureFolder) + "/" + name + ".png";
+        save(*image, picture);
+        std::ifstream file(pathOf(picture), std::ios::binary);
+        std::ostringstream bytes;
+        bytes << file.rdbuf();
+        return {bytes.str(), image.width(), image.height(), image.bitCount()};
+    }
+
+    // Renders the samples of an operation and puts one of them on the sheet.
+    void render(const DibOperation& operation, GalleryPage& page) {
+        std::vector<ShownSample> samples;
+        for (const char* chain : operation.samples) {
+            const std::size_t index = samples.size();
+            DibHandle image = input_.clone();
+            need(image.hasPixels(), kInput, *input_);
+            samples.push_back({chain, applied(chain, *image), {}});
+            samples.back().result = show(image, operation.name + ("-" + std::to_string(index + 1)));
+            if (index != sampleOfSheet(operation)) continue;
+            need(image->ChangeBpp(24, 0), kInput, *image);
+            sheet_.add(*image, operation.name);
+        }
+        page.add(operation, samples);
+    }
+
+    // Applies a chain and gives it in C++.
+    std::string applied(const char* chain, DibStream& image) {
+        std::string call;
+        const DibChain parsed = parseChain(chain);
+        for (const DibStep& step : std::span(parsed.steps, static_cast<std::size_t>(parsed.stepCount))) {
+            call += (call.empty() ? "" : "\n") + callText(step, image);
+            applyStep(step, image, {kInput, job_.pictures, progress_, notes_, job_.folder});
+        }
+        return call;
+    }
+
+    const GalleryJob& job_;
+    Notes notes_{job_.pictures};
+    Progress progress_{stepCount() + 1, job_.showsProgress};
+    DibHandle input_{new DibStream};
+    ContactSheet sheet_{static_cast<int>(operations().size()) + 1};
+};
 
 }  // namespace
 
@@ -216,7 +182,7 @@ void declareGallery(CLI::App& command) {
         ->check(between(kSmallestSide, kLargestSide))
         ->type_name("PIXELS");
     addProgress(command, job->showsProgress);
-    command.callback([job] { makeGallery(*job); });
+    command.callback([job] { Gallery(*job).make(); });
 }
 
 }  // namespace tool

@@ -1,12 +1,8 @@
-// `dib help`, `dib completion` and `dib man`: the program's own documentation.
+// `dib help`: explains an operation or a command.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 
 #include "tools/cli/Commands.h"
-#include "tools/cli/Completion.h"
 #include "tools/cli/ExitCode.h"
-#include "tools/cli/ManPage.h"
-#include "tools/cli/Options.h"
 #include "tools/cli/Suggestion.h"
 #include "tools/io/Files.h"
 #include "tools/io/Operations.h"
@@ -19,8 +15,7 @@ std::string helpOn(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) return app.help();
     if (const DibOperation* operation = DibFindOperation(topic.c_str()))
         return description(*operation, DIB_DESCRIBE_HELP);
-    if (std::ranges::find(commands(), topic, &Command::name) != commands().end())
-        return app.get_subcommand(topic)->help("dib");
+    if (const CLI::App* command = findCommand(app, topic)) return command->help("dib");
     std::vector<std::string> names = namesOf(operations());
     for (const Command& command : commands()) names.emplace_back(command.name);
     throw usageFailure("no operation or command '" + topic + "'" +
@@ -33,16 +28,6 @@ void declareHelp(CLI::App& command) {
     const auto topic = std::make_shared<std::string>();
     command.add_option("TOPIC", *topic, "An operation or a command")->type_name("");
     command.callback([&command, topic] { print(helpOn(*command.get_parent(), *topic)); });
-}
-
-void declareCompletion(CLI::App& command) {
-    const auto shell = std::make_shared<std::string>();
-    addOperand(command, "SHELL", *shell, kShells)->check(oneOf(kShells));
-    command.callback([shell] { print(completionScript(*shell)); });
-}
-
-void declareMan(CLI::App& command) {
-    command.callback([&command] { print(manPage(*command.get_parent())); });
 }
 
 }  // namespace tool

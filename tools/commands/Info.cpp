@@ -19,7 +19,7 @@ struct PictureInfo {
     std::string file;
     DibFileInfo header;
     DibFileResult result;
-    std::optional<DocumentInfo> document;
+    std::optional<DibLayers> layers;  // of a document
 };
 
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
@@ -31,7 +31,7 @@ PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
     const bool isDocument = info.header.format->hasLayers && info.header.format->plugin == nullptr;
-    if (isDocument) info.document = readDocument(file, info.header, options);
+    if (isDocument) info.layers = readLayers(file, options);
     return info;
 }
 
@@ -57,7 +57,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"orientation", metadata.orientation},
                  {"resolution", Json()}};
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
-    if (info.document) json.update(jsonOf(*info.document));
+    if (info.layers) json.update(jsonOf(header, *info.layers));
     return json;
 }
 
@@ -74,11 +74,11 @@ std::string textOf(const PictureInfo& info) {
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
     if (header.pages > 1) text += ", " + count(header.pages, "page");
-    if (header.layers > 0 && !info.document) text += ", " + count(header.layers, "layer");
+    if (header.layers > 0 && !info.layers) text += ", " + count(header.layers, "layer");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
     if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
     text += "\n";
-    return info.document ? text + textOf(*info.document) : text;
+    return info.layers ? text + textOf(header, *info.layers) : text;
 }
 
 // The pictures of a folder. Names come last: they have any length.
@@ -189,8 +189,7 @@ void declareInfo(CLI::App& command) {
     command.footer(
         "Files of a folder that are no pictures are left out, unless they have the extension of a format.\n"
         "Folders inside it are left out, too. The exit code is 3 when a file cannot be read; what the "
-        "others\n"
-        "say is printed all the same.");
+        "others\nsay is printed all the same.");
     addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");
     addPlugins(command);
     addJson(command, job->asJson);

@@ -1,4 +1,6 @@
 // `dib layers`: the layers of a document as pictures.
+#include <DibHandle.h>
+
 #include <CLI/CLI.hpp>
 #include <cctype>
 #include <filesystem>
@@ -53,13 +55,12 @@ constexpr Part kParts[] = {{DIB_LAYER_PIXELS, "file", ""},
 struct LayerPicture {
     std::size_t layer;
     const Part* part;
-    ImagePtr image;
+    DibHandle image;
 };
 
 bool hasPixels(const DibLayer& layer, DibLayerPart part) {
     if (part == DIB_LAYER_PIXELS) return layer.width > 0;
-    const DibLayerMask& mask = layer.masks[part == DIB_LAYER_MASK ? 0 : 1];
-    return mask.width > 0;
+    return layer.masks[part == DIB_LAYER_MASK ? 0 : 1].width > 0;
 }
 
 // Loads the pictures of a layer that have pixels.
@@ -71,7 +72,7 @@ void loadLayer(const InputFile& file, std::size_t number, const DibLayer& layer,
     for (const Part& part : kParts) {
         if (!hasPixels(layer, part.part)) continue;
         options.part = part.part;
-        ImagePtr image(new DibStream);
+        DibHandle image(new DibStream);
         DibFileResult result;
         const bool isLoaded = file.load(*image, options, result, &Progress::report, &progress);
         stopIfCancelled();
@@ -95,28 +96,27 @@ void exportLayers(const LayersJob& job) {
         throw Failure(kExitBadInput,
                       file.title() + ": load: " + std::string(header.format->name) + " files have no layers");
     }
-    const DocumentInfo document = readDocument(file, header, job.pictures.load);
-    if (document.layers.count < static_cast<std::size_t>(header.layers))
+    const DibLayers layers = readLayers(file, job.pictures.load);
+    if (layers.count < static_cast<std::size_t>(header.layers))
         throw Failure(kExitBadInput, file.title() + ": load: the layers are damaged or end too early");
 
-    const std::size_t count = document.layers.count;
-    Progress progress(count + 1, job.showsProgress);
+    Progress progress(layers.count + 1, job.showsProgress);
     std::vector<LayerPicture> pictures;
-    for (std::size_t layer = 0; layer < count; ++layer) {
+    for (std::size_t layer = 0; layer < layers.count; ++layer) {
         progress.beginStep("load");
-        loadLayer(file, layer, document.layers.items[layer], job, progress, notes, pictures);
+        loadLayer(file, layer, layers.items[layer], job, progress, notes, pictures);
         progress.endStep();
     }
     makeFolder(job.folder);
     progress.beginStep("save");
     Json manifest = {{"document", file.title()}, {"width", header.width}, {"height", header.height}};
-    manifest.update(jsonOf(document));
+    manifest.update(jsonOf(header, layers));
     manifest.erase("layerCount");
     for (Json& entry : manifest["layers"]) {
         for (const Part& part : kParts) entry[part.key] = nullptr;
     }
     for (const LayerPicture& picture : pictures) {
-        const std::string name = fileNameOf(picture.layer, document.layers.items[picture.layer].name,
+        const std::string name = fileNameOf(picture.layer, layers.items[picture.layer].name,
                                             picture.part->suffix, extensionFor(chosen));
         savePicture(std::filesystem::path(job.folder) / name, format, *picture.image, job.pictures, progress,
                     notes);

@@ -13,23 +13,18 @@ namespace tool {
 
 namespace {
 
-std::string joined(const char* const* words) {
-    std::string text;
-    for (; *words != nullptr; ++words) text += (text.empty() ? "" : ", ") + std::string(*words);
-    return text;
-}
+using Words = std::vector<std::string>;
 
-Json jsonOf(const char* const* words) {
-    Json list = Json::array();
-    for (; *words != nullptr; ++words) list.push_back(*words);
-    return list;
+Words wordsOf(const char* const* list) {
+    const DibList words(list);
+    return {words.begin(), words.end()};
 }
 
 Json jsonOf(const DibFormat* format) {
     Json json = {{"name", format->name},
                  {"help", format->title},
-                 {"extensions", jsonOf(format->extensions)},
-                 {"mimeTypes", jsonOf(format->mimeTypes)},
+                 {"extensions", wordsOf(format->extensions)},
+                 {"mimeTypes", wordsOf(format->mimeTypes)},
                  {"reads", format->readDepths != 0},
                  {"writes", format->writeDepths != 0},
                  {"readsDepths", depthsText(format->readDepths)},
@@ -53,8 +48,8 @@ std::string textOf(const DibFormat* format) {
     const auto add = [&text](const char* what, const std::string& value) {
         text += "       " + padded(what, 12) + value + "\n";
     };
-    add("extensions", joined(format->extensions));
-    add("MIME types", joined(format->mimeTypes));
+    add("extensions", CLI::detail::join(wordsOf(format->extensions), ", "));
+    add("MIME types", CLI::detail::join(wordsOf(format->mimeTypes), ", "));
     add("reads", depthsText(format->readDepths));
     add("writes", depthsText(format->writeDepths));
     if (format->hasLayers) add("parts", "layers");
@@ -98,10 +93,13 @@ void printFormats(const ListJob& job) {
     std::vector<const DibFormat*> rows(formats().begin(), formats().end());
     if (!job.names.empty()) rows.clear();
     for (const std::string& name : job.names) rows.push_back(DibFindFormat(formatNamed(name)));
-    if (job.asJson) return print(jsonText(jsonList(rows, [](const DibFormat* row) { return jsonOf(row); })));
+    Json json = Json::array();
     std::string text;
-    for (const DibFormat* row : rows) text += textOf(row);
-    print(text);
+    for (const DibFormat* row : rows) {
+        json.push_back(jsonOf(row));
+        text += textOf(row);
+    }
+    print(job.asJson ? jsonText(json) : text);
 }
 
 }  // namespace

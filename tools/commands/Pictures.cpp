@@ -55,11 +55,6 @@ private:
 
 }  // namespace
 
-std::string errorText(const DibStream& image) {
-    const std::string text = DibStream::GetErrorString(image.ErrorCode);
-    return text.empty() ? "failed" : text;
-}
-
 Notes::~Notes() { complain(lines_); }
 
 void Notes::add(const std::string& title, const DibFileResult& result) {
@@ -123,7 +118,7 @@ void requireSaver(const DibFormat& format, const std::string& title) {
 
 void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,
                  const PictureOptions& options, Progress& progress, Notes& notes) {
-    const std::string title = outputTitle(name) + ": save";
+    const std::string title = (name == "-" ? "standard output" : name) + ": save";
     DibSaveOptions save = options.save;
     // An extension may choose among the formats of a family, as pgm and ppm do.
     const std::string extension = std::filesystem::path(name).extension();

@@ -10,7 +10,6 @@
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Progress.h"
 #include "tools/io/Files.h"
-#include "tools/io/Images.h"
 #include "tools/io/Operations.h"
 
 namespace tool {
@@ -57,7 +56,7 @@ Failure loadFailure(const std::string& title, const DibFileResult& result,
 
 // What a step needs besides its picture.
 struct StepFrame {
-    const std::string& title;  // of the picture, in messages
+    std::string title;  // of the picture, in messages
     const PictureOptions& options;
     Progress& progress;
     Notes& notes;
@@ -72,9 +71,6 @@ void requireSaver(const DibFormat& format, const std::string& title);
 // anything is written).
 void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,
                  const PictureOptions& options, Progress& progress, Notes& notes);
-
-// The library's text for the error code of an image; "failed" when there is no code.
-std::string errorText(const DibStream& image);
 
 }  // namespace tool
 

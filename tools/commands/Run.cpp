@@ -15,6 +15,7 @@ namespace tool {
 namespace {
 
 struct RunJob {
+    std::vector<std::string> words;  // the input, operations and the output
     std::string input;
     std::vector<DibChain> chains;  // each of one step
     std::string output;
@@ -53,8 +54,7 @@ const DibFormat* checkOutput(const RunJob& job) {
 std::string operationSummary() {
     std::string text =
         "An operation is its name, a colon and its parameters, separated by commas; a comma or a "
-        "backslash\n"
-        "inside a value is written with a backslash before it.\n\n"
+        "backslash\ninside a value is written with a backslash before it.\n\n"
         "Operations (details: `dib help OPERATION`):\n";
     for (const DibOperation* operation : operations())
         text += "  " + description(*operation, DIB_DESCRIBE_SYNOPSIS) + "\n      " + operation->help + "\n";
@@ -82,9 +82,8 @@ void runJob(const RunJob& job) {
     const InputFile input(job.input);
     const LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
-    const std::string title = input.title();
     for (const DibChain& chain : job.chains)
-        applyStep(*chain.steps, image, {title, pictures, progress, notes});
+        applyStep(*chain.steps, image, {input.title(), pictures, progress, notes});
     progress.beginStep("save");
     pictures.save.metadata = &loaded.metadata;
     savePicture(job.output, *format, image, pictures, progress, notes);
@@ -94,25 +93,20 @@ void runJob(const RunJob& job) {
 }  // namespace
 
 void declareRun(CLI::App& command) {
-    struct Options {
-        std::vector<std::string> words;
-        RunJob job;
-    };
-    const auto options = std::make_shared<Options>();
-    RunJob& job = options->job;
-    command.add_option("chain", options->words)->group("");
-    addOpening(command, job.pictures.load);
-    addSaving(command, job.pictures, "Format of the output; overrides its extension");
-    addProgress(command, job.showsProgress);
+    const auto job = std::make_shared<RunJob>();
+    command.add_option("chain", job->words)->group("");
+    addOpening(command, job->pictures.load);
+    addSaving(command, job->pictures, "Format of the output; overrides its extension");
+    addProgress(command, job->showsProgress);
     command.footer(operationSummary);
-    command.callback([options] {
-        const std::vector<std::string>& words = options->words;
+    command.callback([job] {
+        const std::vector<std::string>& words = job->words;
         if (words.size() < 2 || words.front().empty() || words.back().empty())
             throw usageFailure("run: INPUT and OUTPUT are required");
-        options->job.input = words.front();
-        options->job.output = words.back();
-        for (std::size_t i = 1; i + 1 < words.size(); ++i) options->job.chains.push_back(parseStep(words[i]));
-        runJob(options->job);
+        job->input = words.front();
+        job->output = words.back();
+        for (std::size_t i = 1; i + 1 < words.size(); ++i) job->chains.push_back(parseStep(words[i]));
+        runJob(*job);
     });
 }
 

@@ -9,7 +9,6 @@
 #include <string>
 
 #include "tools/gallery/Font.h"
-#include "tools/io/Images.h"
 
 namespace tool {
 
@@ -29,31 +28,24 @@ void need(bool done) {
     if (!done) throw std::bad_alloc();
 }
 
-DibBGR* row(DibStream& image, int y) { return reinterpret_cast<DibBGR*>(image.ScanLine(y)); }
+DibBGR* row(DibHandle& image, int y) { return reinterpret_cast<DibBGR*>(image->ScanLine(y)); }
 
-void fill(DibStream& image, DibBGR color) {
-    for (int y = 0; y < height(image); ++y) std::fill_n(row(image, y), width(image), color);
-}
-
-// Smooth lettering in white on black. The letters are grids of few cells: they are painted large, blurred
-// to round their corners, sharpened and scaled down.
-ImagePtr lettering(const std::string& text) {
+// Smooth lettering in white on black. The letters are grids of few cells: they are enlarged, blurred to round
+// their corners, sharpened and scaled down.
+DibHandle lettering(const std::string& text) {
     constexpr int kCell = 10;
-    constexpr int kMargin = kCell;
-    ImagePtr label(new DibStream);
-    const int fullWidth = textColumns(text) * kCell + 2 * kMargin;
-    const int fullHeight = kTextRows * kCell + 2 * kMargin;
-    need(label->Create(fullWidth, fullHeight, 24));
-    for (int y = 0; y < fullHeight; ++y) {
-        for (int x = 0; x < fullWidth; ++x) {
-            const bool isWhite =
-                x >= kMargin && y >= kMargin && isInked(text, (x - kMargin) / kCell, (y - kMargin) / kCell);
-            row(*label, y)[x] = isWhite ? DibBGR{255, 255, 255} : DibBGR{0, 0, 0};
-        }
+    const int columns = textColumns(text) + 2;  // with a margin of a cell
+    const int rows = kTextRows + 2;
+    DibHandle label = DibHandle::make();
+    need(label && label->Create(columns, rows, 24));
+    for (int y = 0; y < rows; ++y) {
+        for (int x = 0; x < columns; ++x)
+            row(label, y)[x] = isInked(text, x - 1, y - 1) ? DibBGR{255, 255, 255} : DibBGR{0, 0, 0};
     }
+    need(label->ResizeIntegral(columns * kCell, rows * kCell));
     need(DibEffectGaussianBlur(nullptr, nullptr, label.get(), 0.9F * kCell, 0U));
     need(DibEffectContrast(nullptr, nullptr, label.get(), 0.1F, 6.0F));
-    need(label->ResizeIntegral(fullWidth * 24 / (10 * kCell), fullHeight * 24 / (10 * kCell)));
+    need(label->ResizeIntegral(columns * 24 / 10, rows * 24 / 10));
     return label;
 }
 
@@ -65,8 +57,8 @@ unsigned char blended(unsigned char under, unsigned char over, unsigned char sha
 
 ContactSheet::ContactSheet(int pictureCount) {
     const int rows = (pictureCount + kColumns - 1) / kColumns;
-    need(sheet_.Create(kColumns * kStepX + kGap, rows * kStepY + kGap, 24));
-    fill(sheet_, kPaper);
+    need(sheet_ && sheet_->Create(kColumns * kStepX + kGap, rows * kStepY + kGap, 24));
+    for (int y = 0; y < sheet_.height(); ++y) std::fill_n(row(sheet_, y), sheet_.width(), kPaper);
 }
 
 void ContactSheet::add(DibStream& picture, std::string_view name) {
@@ -74,30 +66,29 @@ void ContactSheet::add(DibStream& picture, std::string_view name) {
     const int placeY = kGap + count_ / kColumns * kStepY;
     ++count_;
 
-    const double scale = std::min({1.0, static_cast<double>(kPlaceWidth) / width(picture),
-                                   static_cast<double>(kPlaceHeight) / height(picture)});
-    const ImagePtr small(picture.Clone());
-    need(small != nullptr && small->Buffer != nullptr);
-    if (scale < 1) {
-        need(small->ResizeIntegral(std::max(1, static_cast<int>(std::lround(width(picture) * scale))),
-                                   std::max(1, static_cast<int>(std::lround(height(picture) * scale)))));
-    }
-    const int left = placeX + (kPlaceWidth - width(*small)) / 2;
-    const int top = placeY + (kPlaceHeight - height(*small)) / 2;
-    for (int y = 0; y < height(*small); ++y) {
-        std::copy_n(row(*small, y), width(*small), row(sheet_, top + y) + left);
-    }
+    DibHandle small(picture.Clone());
+    need(small.hasPixels());
+    const double scale = std::min({1.0, static_cast<double>(kPlaceWidth) / small.width(),
+                                   static_cast<double>(kPlaceHeight) / small.height()});
+    const auto scaled = [scale](int side) {
+        return std::max(1, static_cast<int>(std::lround(side * scale)));
+    };
+    if (scale < 1) need(small->ResizeIntegral(scaled(small.width()), scaled(small.height())));
+    const int left = placeX + (kPlaceWidth - small.width()) / 2;
+    const int top = placeY + (kPlaceHeight - small.height()) / 2;
+    for (int y = 0; y < small.height(); ++y)
+        std::copy_n(row(small, y), small.width(), row(sheet_, top + y) + left);
 
     std::string capitals(name);
     std::ranges::transform(capitals, capitals.begin(),
                            [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    const ImagePtr label = lettering(capitals);
-    const int labelLeft = placeX + std::max(0, (kPlaceWidth - width(*label)) / 2);
+    DibHandle label = lettering(capitals);
+    const int labelLeft = placeX + std::max(0, (kPlaceWidth - label.width()) / 2);
     const int labelTop = placeY + kPlaceHeight + 3;
-    const int visible = std::min(width(*label), width(sheet_) - labelLeft);
-    for (int y = 0; y < std::min(height(*label), height(sheet_) - labelTop); ++y) {
+    const int visible = std::min(label.width(), sheet_.width() - labelLeft);
+    for (int y = 0; y < label.height(); ++y) {
         for (int x = 0; x < visible; ++x) {
-            const unsigned char share = row(*label, y)[x].green;
+            const unsigned char share = row(label, y)[x].green;
             DibBGR& pixel = row(sheet_, labelTop + y)[labelLeft + x];
             pixel = {blended(pixel.blue, kInk.blue, share), blended(pixel.green, kInk.green, share),
                      blended(pixel.red, kInk.red, share)};

@@ -2,7 +2,7 @@
 #ifndef TOOLS_GALLERY_CONTACT_SHEET_H
 #define TOOLS_GALLERY_CONTACT_SHEET_H
 
-#include <DibStream.h>
+#include <DibHandle.h>
 
 #include <string_view>
 
@@ -17,10 +17,10 @@ public:
     // `name` has letters, digits and hyphens; it is shown in capitals.
     void add(DibStream& picture, std::string_view name);
 
-    DibStream& image() { return sheet_; }
+    DibStream& image() { return *sheet_; }
 
 private:
-    DibStream sheet_;
+    DibHandle sheet_ = DibHandle::make();
     int count_ = 0;
 };
 

@@ -32,10 +32,6 @@ std::string synopsisText(const DibOperation& operation) {
     return html;
 }
 
-std::string commandLine(std::string_view chain) {
-    return "dib run in.bmp <b>" + htmlText(chain) + "</b> out.bmp";
-}
-
 std::string sourceFigure(const ShownPicture& picture, const std::string& file, const std::string& what,
                          const std::string& attributes) {
     return "<figure>" + imageElement(picture, what, attributes) + "<figcaption><code>" + file + "</code> " +
@@ -56,40 +52,26 @@ std::string contents() {
     return html + "</div>\n";
 }
 
-std::string sampleFigure(const ShownOperation& shown, const ShownSample& sample) {
+std::string sampleFigure(const DibOperation& operation, const ShownSample& sample) {
     const std::string chain = htmlText(sample.chain);
-    const std::string alternative = "After " + sample.chain + ": " + std::string(shown.operation->help);
+    const std::string alternative = "After " + sample.chain + ": " + std::string(operation.help);
     return "<figure class=\"sample\" data-chain=\"" + chain +
            "\">\n<button type=\"button\" aria-haspopup=\"dialog\" aria-label=\"Compare " + chain +
            " with the original\">" + imageElement(sample.result, alternative) +
-           "</button>\n<figcaption>\n<code class=\"command\">" + commandLine(sample.chain) +
-           "</code>\n<code class=\"call\">" + htmlText(sample.call) + "</code>\n<span class=\"pixels\">" +
-           pixelsText(sample.result) + "</span>\n</figcaption>\n</figure>\n";
+           "</button>\n<figcaption>\n<code class=\"command\">" + "dib run in.bmp <b>" + chain +
+           "</b> out.bmp" + "</code>\n<code class=\"call\">" + htmlText(sample.call) +
+           "</code>\n<span class=\"pixels\">" + pixelsText(sample.result) +
+           "</span>\n</figcaption>\n</figure>\n";
 }
 
-std::string operationArticle(const ShownOperation& shown) {
-    const DibOperation& operation = *shown.operation;
+std::string operationArticle(const DibOperation& operation, const std::vector<ShownSample>& samples) {
     const std::string name = htmlText(operation.name);
     std::string html = "<article id=\"" + name + "\" aria-labelledby=\"" + name +
                        "-title\">\n<div class=\"about\"><h3 id=\"" + name + "-title\">" + name +
                        "</h3>\n<p>" + htmlText(operation.help) + "</p>\n<p><code class=\"synopsis\">" +
                        synopsisText(operation) + "</code></p></div>\n<div class=\"samples\">\n";
-    for (const ShownSample& sample : shown.samples) html += sampleFigure(shown, sample);
+    for (const ShownSample& sample : samples) html += sampleFigure(operation, sample);
     return html + "</div>\n</article>\n";
-}
-
-std::string sections(const Gallery& gallery) {
-    std::string html;
-    std::string_view area;
-    for (const ShownOperation& shown : gallery.operations) {
-        if (shown.operation->area != area) {
-            html += (area.empty() ? "" : "</section>\n") +
-                    ("<section>\n<h2>" + htmlText(shown.operation->area)) + "</h2>\n";
-            area = shown.operation->area;
-        }
-        html += operationArticle(shown);
-    }
-    return html + "</section>\n";
 }
 
 }  // namespace
@@ -126,17 +108,30 @@ std::string dataAddress(std::string_view mediaType, std::string_view bytes) {
     return address;
 }
 
-std::string galleryPage(const Gallery& gallery) {
-    const std::size_t count = gallery.operations.size();
+GalleryPage::GalleryPage(const ShownPicture& original, const ShownPicture& other)
+    : original_(sourceFigure(original, "in.bmp", "The original picture", " id=\"original\"")),
+      other_(sourceFigure(other, "other.bmp", "The second picture: rings in two colours", "")) {}
+
+void GalleryPage::add(const DibOperation& operation, const std::vector<ShownSample>& samples) {
+    if (operation.area != area_) {
+        sections_ += (area_.empty() ? "" : "</section>\n") + ("<section>\n<h2>" + htmlText(operation.area)) +
+                     "</h2>\n";
+        area_ = operation.area;
+    }
+    sections_ += operationArticle(operation, samples);
+}
+
+std::string GalleryPage::text() const {
+    const std::size_t count = operations().size();
     const std::pair<std::string_view, std::string> kParts[] = {
         {"style", std::string(kBaseStyle) + std::string(kGalleryStyle)},
         {"version", DIB_TOOL_VERSION},
         {"operations", std::to_string(count)},
         {"samples", std::to_string(count * std::size(DibOperation{}.samples))},
-        {"original", sourceFigure(gallery.original, "in.bmp", "The original picture", " id=\"original\"")},
-        {"other", sourceFigure(gallery.other, "other.bmp", "The second picture: rings in two colours", "")},
+        {"original", original_},
+        {"other", other_},
         {"contents", contents()},
-        {"sections", sections(gallery)},
+        {"sections", sections_ + "</section>\n"},
         {"script", std::string(kGalleryScript)},
     };
     // Filled in the order of the page: text of a part that looks like a placeholder stays.

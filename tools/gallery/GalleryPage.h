@@ -2,7 +2,6 @@
 #ifndef TOOLS_GALLERY_GALLERY_PAGE_H
 #define TOOLS_GALLERY_GALLERY_PAGE_H
 
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,18 +24,20 @@ struct ShownSample {
     ShownPicture result;
 };
 
-struct ShownOperation {
-    const DibOperation* operation = nullptr;
-    std::array<ShownSample, 3> samples;
-};
+class GalleryPage {
+public:
+    GalleryPage(const ShownPicture& original, const ShownPicture& other);
+    // Adds the next operation of the table.
+    void add(const DibOperation& operation, const std::vector<ShownSample>& samples);
+    // In HTML.
+    std::string text() const;
 
-struct Gallery {
-    ShownPicture original;
-    ShownPicture other;
-    std::vector<ShownOperation> operations;  // in the order of the table
+private:
+    std::string original_;
+    std::string other_;
+    std::string sections_;
+    std::string_view area_;
 };
-
-std::string galleryPage(const Gallery& gallery);
 
 // Text inside an element, or inside an attribute in double quotes.
 std::string htmlText(std::string_view text);

@@ -33,8 +33,6 @@ void print(const std::string& text) {
                   "standard output: print: the stream cannot be written: " + systemError());
 }
 
-std::string outputTitle(const std::string& name) { return name == "-" ? "standard output" : name; }
-
 InputFile::InputFile(const std::string& name, Use use) : name_(name) {
     std::error_code none;
     isInMemory_ = use == kReadTwice && (name == "-" || std::filesystem::is_fifo(name, none));

@@ -16,9 +16,6 @@ void guardStandardStreams();
 // Prints to standard output. Throws Failure (output) when not everything could be written.
 void print(const std::string& text);
 
-// The name of an output in messages.
-std::string outputTitle(const std::string& name);
-
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };

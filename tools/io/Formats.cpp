@@ -1,29 +1,28 @@
 #include "tools/io/Formats.h"
 
+#include <strings.h>
+
+#include <CLI/CLI.hpp>
 #include <cstring>
 #include <vector>
 
+#include "tools/cli/ExitCode.h"
 #include "tools/cli/Suggestion.h"
 
 namespace tool {
 
-namespace {
-
-std::string lowerCase(std::string text) {
-    for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return text;
-}
-
-}  // namespace
-
-const char* formatSpelling(const std::string& typed) {
-    const DibFormat* format = DibFindFormat(typed.c_str());
-    if (format == nullptr) return nullptr;
-    const std::string word = lowerCase(typed);
-    for (const char* const* extension = format->extensions; *extension != nullptr; ++extension) {
-        if (word == *extension) return *extension;
+const char* formatNamed(const std::string& typed) {
+    std::vector<std::string> words;
+    for (const DibFormat* format : formats()) {
+        std::vector<const char*> names = {format->name};
+        for (const char* extension : DibList(format->extensions)) names.push_back(extension);
+        for (const char* name : names) {
+            if (strcasecmp(name, typed.c_str()) == 0) return name;
+            words.emplace_back(name);
+        }
     }
-    return format->name;
+    throw usageFailure("no format '" + typed + "'" +
+                       suggestion(CLI::detail::to_lower(typed), words, "; `dib formats` lists them"));
 }
 
 const char* extensionFor(const char* spelling) {
@@ -31,24 +30,15 @@ const char* extensionFor(const char* spelling) {
     return std::strcmp(spelling, format.name) == 0 ? format.extensions[0] : spelling;
 }
 
-std::string formatSuggestion(const std::string& typed, std::string_view otherwise) {
-    std::vector<std::string> words;
-    for (const DibFormat* format : formats()) {
-        words.emplace_back(format->name);
-        for (const char* const* extension = format->extensions; *extension != nullptr; ++extension)
-            words.emplace_back(*extension);
-    }
-    return suggestion(lowerCase(typed), words, otherwise);
-}
-
 std::string extensionSuggestion(const std::string& fileName, std::string_view otherwise) {
     std::vector<std::string> extensions;
     for (const DibFormat* format : formats()) {
         if (format->writeDepths == 0) continue;
-        for (const char* const* extension = format->extensions; *extension != nullptr; ++extension)
-            extensions.push_back("." + std::string(*extension));
+        for (const char* extension : DibList(format->extensions))
+            extensions.push_back("." + std::string(extension));
     }
-    return suggestion(lowerCase(std::filesystem::path(fileName).extension()), extensions, otherwise);
+    return suggestion(CLI::detail::to_lower(std::filesystem::path(fileName).extension()), extensions,
+                      otherwise);
 }
 
 }  // namespace tool

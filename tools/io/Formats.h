@@ -3,20 +3,16 @@
 #define TOOLS_IO_FORMATS_H
 
 #include <DibFile.h>
+#include <DibOperation.h>
 
 #include <filesystem>
-#include <span>
 #include <string>
 #include <string_view>
 
 namespace tool {
 
 // Every format, in the order in which help lists them.
-inline std::span<const DibFormat* const> formats() {
-    std::size_t count = 0;
-    const DibFormat* const* all = DibGetFormats(&count);
-    return {all, count};
-}
+inline DibList<DibFormat> formats() { return DibList(DibGetFormats()); }
 
 // The format of a file name's extension, or null.
 inline const DibFormat* formatOfExtension(const std::string& fileName) {
@@ -24,14 +20,14 @@ inline const DibFormat* formatOfExtension(const std::string& fileName) {
     return extension.empty() ? nullptr : DibFindFormat(extension.c_str() + 1);
 }
 
-// What the library calls a format that is typed by its name or an extension, in letters of any size; null
-// when there is none. An extension may choose among the formats of a family, as pgm and ppm do.
-const char* formatSpelling(const std::string& typed);
+// What the library calls a format that is typed by its name or an extension, in letters of any size. An
+// extension may choose among the formats of a family, as pgm and ppm do. Throws Failure (usage) with a
+// suggestion.
+const char* formatNamed(const std::string& typed);
 // The extension for new files of a format with that spelling.
 const char* extensionFor(const char* spelling);
 
-// The end of a message about an unknown format or an unknown extension of a file (tools/cli/Suggestion.h).
-std::string formatSuggestion(const std::string& typed, std::string_view otherwise);
+// The end of a message about an unknown extension of a file (tools/cli/Suggestion.h).
 std::string extensionSuggestion(const std::string& fileName, std::string_view otherwise);
 
 // A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 bits", or "no" for none.

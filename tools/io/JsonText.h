@@ -16,13 +16,6 @@ inline std::string jsonText(const Json& json) {
     return printableJson(json.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
-template <class Rows, class JsonOf>
-Json jsonList(const Rows& rows, JsonOf jsonOf) {
-    Json list = Json::array();
-    for (const auto& row : rows) list.push_back(jsonOf(row));
-    return list;
-}
-
 }  // namespace tool
 
 #endif

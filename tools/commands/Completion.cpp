@@ -1,17 +1,18 @@
-#include "tools/cli/Completion.h"
-
+// `dib completion`: the scripts for the shells, and the program's answers to them.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 
 #include "tools/cli/Commands.h"
 #include "tools/cli/Options.h"
 #include "tools/io/Assets.h"
+#include "tools/io/Files.h"
 #include "tools/io/Formats.h"
 #include "tools/io/Operations.h"
 
 namespace tool {
 
 namespace {
+
+constexpr const char* kShells = "bash|zsh|fish";
 
 // The words that begin with what was typed.
 class Offers {
@@ -33,9 +34,9 @@ private:
     std::string lines_;
 };
 
-void offerOptions(const CLI::App& app, const Command& command, const std::string& typed, Offers& offers) {
+void offerOptions(const CLI::App& command, const std::string& typed, Offers& offers) {
     const std::size_t equals = typed.find('=');
-    for (const OptionText& option : optionTexts(app, command)) {
+    for (const OptionText& option : optionTexts(command)) {
         if (equals == std::string::npos) {
             offers.add(option.name + (option.values.empty() ? "" : "="), option.help);
         } else if (option.name != typed.substr(0, equals)) {
@@ -108,18 +109,22 @@ std::string completions(const CLI::App& app, const std::vector<std::string>& wor
         offers.addEach("", "--help|--version");
         return offers.text();
     }
-    const auto command = std::ranges::find(commands(), words.front(), &Command::name);
-    if (command == commands().end()) return offers.text();
+    const CLI::App* command = findCommand(app, words.front());
+    if (command == nullptr) return offers.text();
     if (typed.starts_with('-')) {
-        offerOptions(app, *command, typed, offers);
+        offerOptions(*command, typed, offers);
     } else {
-        offerOperands(command->name, typed, offers);
+        offerOperands(words.front(), typed, offers);
     }
     return offers.text();
 }
 
-std::string completionScript(const std::string& shell) {
-    return std::string(shell == "bash" ? kBashScript : shell == "zsh" ? kZshScript : kFishScript);
+void declareCompletion(CLI::App& command) {
+    const auto shell = std::make_shared<std::string>();
+    addOperand(command, "SHELL", *shell, kShells)->check(oneOf(kShells));
+    command.callback([shell] {
+        print(std::string(*shell == "bash" ? kBashScript : *shell == "zsh" ? kZshScript : kFishScript));
+    });
 }
 
 }  // namespace tool

@@ -1,7 +1,9 @@
-#include "tools/cli/ManPage.h"
+// `dib man`: the manual page, as roff.
+#include <CLI/CLI.hpp>
 
 #include "tools/cli/Commands.h"
 #include "tools/cli/ExitCode.h"
+#include "tools/io/Files.h"
 #include "tools/io/Formats.h"
 #include "tools/io/Operations.h"
 
@@ -55,7 +57,7 @@ std::string commandSection(const CLI::App& app) {
         const std::string operands = operandText(app, command);
         if (!operands.empty()) tag += " " + escaped(operands);
         roff += item(tag, paragraph(std::string(command.help) + "."));
-        for (const OptionText& option : optionTexts(app, command)) {
+        for (const OptionText& option : optionTexts(*app.get_subcommand(command.name))) {
             if (option.name == "--help") continue;
             roff += ".RS\n" +
                     item(bold(option.name) + (option.values.empty() ? "" : "=" + escaped(option.values)),
@@ -117,8 +119,6 @@ std::string exitStatus() {
     return roff;
 }
 
-}  // namespace
-
 std::string manPage(const CLI::App& app) {
     return std::string(".TH DIB 1 ") + kDate + " \"DibStream " DIB_TOOL_VERSION "\"\n" +
            ".SH NAME\ndib \\- read, change and write pictures\n"
@@ -138,6 +138,12 @@ std::string manPage(const CLI::App& app) {
            "dib run in.bmp bpp:8,method=median out.bmp\n"
            "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"
            "dib info *.bmp \\-\\-json\n.fi\n";
+}
+
+}  // namespace
+
+void declareMan(CLI::App& command) {
+    command.callback([&command] { print(manPage(*command.get_parent())); });
 }
 
 }  // namespace tool
