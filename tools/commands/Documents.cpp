@@ -74,7 +74,7 @@ Json jsonOf(const DibLayer& layer) {
             {"secondMask", jsonOf(layer.masks[1])}};
 }
 
-Json jsonOf(const DibFileInfo& header, const DibLayers& layers) {
+Json documentJson(const DibFileInfo& header, const DibLayers& layers) {
     Json json = Json::object();
     if (header.channels > 0) {
         json["colorMode"] = header.colors;
@@ -87,7 +87,7 @@ Json jsonOf(const DibFileInfo& header, const DibLayers& layers) {
     return json;
 }
 
-std::string textOf(const DibFileInfo& header, const DibLayers& layers) {
+std::string documentText(const DibFileInfo& header, const DibLayers& layers) {
     std::string text = "  ";
     if (header.channels > 0) {
         text += std::string(header.colors) + ", " + std::to_string(header.channelBits) +

@@ -15,9 +15,9 @@ namespace tool {
 DibLayers readLayers(const InputFile& file, const DibLoadOptions& options);
 
 Json jsonOf(const DibLayer& layer);
-Json jsonOf(const DibFileInfo& header, const DibLayers& layers);
+Json documentJson(const DibFileInfo& header, const DibLayers& layers);
 // Lines about the document and its layers, indented.
-std::string textOf(const DibFileInfo& header, const DibLayers& layers);
+std::string documentText(const DibFileInfo& header, const DibLayers& layers);
 
 }  // namespace tool
 

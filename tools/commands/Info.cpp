@@ -57,7 +57,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"orientation", metadata.orientation},
                  {"resolution", Json()}};
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
-    if (info.layers) json.update(jsonOf(header, *info.layers));
+    if (info.layers) json.update(documentJson(header, *info.layers));
     return json;
 }
 
@@ -78,7 +78,7 @@ std::string textOf(const PictureInfo& info) {
     if (header.levels > 1) text += ", " + count(header.levels, "level");
     if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
     text += "\n";
-    return info.layers ? text + textOf(header, *info.layers) : text;
+    return info.layers ? text + documentText(header, *info.layers) : text;
 }
 
 // The pictures of a folder. Names come last: they have any length.

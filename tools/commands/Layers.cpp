@@ -110,7 +110,7 @@ void exportLayers(const LayersJob& job) {
     makeFolder(job.folder);
     progress.beginStep("save");
     Json manifest = {{"document", file.title()}, {"width", header.width}, {"height", header.height}};
-    manifest.update(jsonOf(header, layers));
+    manifest.update(documentJson(header, layers));
     manifest.erase("layerCount");
     for (Json& entry : manifest["layers"]) {
         for (const Part& part : kParts) entry[part.key] = nullptr;
