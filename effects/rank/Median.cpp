@@ -3,7 +3,7 @@
 // this choice.
 
 #include "effects/EffectFrame.h"
-#include "effects/rank/MedianLargeRadius.h"
+#include "effects/rank/MedianHugeRadius.h"
 #include "effects/rank/MedianSmallRadius.h"
 #include "effects/rank/MedianTiles.h"
 
@@ -31,7 +31,7 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
             return filter(WordTiles(radius, flags));
         }
     }
-    return filter(dib::MedianLargeRadius(radius, flags));
+    return filter(dib::MedianHugeRadius(radius, flags));
 }
 
 bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, DEBrightInfo* info) {

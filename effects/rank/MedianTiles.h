@@ -1,5 +1,6 @@
-// The median of large squares, tile by tile: the pixels of a tile are ranked once, and the rank of the median
-// is found by bins. The work per pixel hardly depends on the radius.
+// The median at radius 8 to 1792, tile by tile: the pixels of a tile are ranked once, and the rank of the
+// median is found by bins. The work per pixel hardly depends on the radius. MedianHugeRadius computes squares
+// that lie mostly beyond the edges of a small picture, where tiles would repeat too many pixels.
 #ifndef EFFECTS_RANK_MEDIAN_TILES_H
 #define EFFECTS_RANK_MEDIAN_TILES_H
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "dib/Kernels.h"
-#include "effects/rank/MedianLargeRadius.h"
+#include "effects/rank/MedianHugeRadius.h"
 #include "effects/rank/MedianSmallRadius.h"
 #include "effects/rank/MedianTiles.h"
 #include "tests/reference/RankReference.h"
@@ -57,7 +57,7 @@ TEST(Median, BothEqualThePlainLoopsAtSmallRadii) {
                 const DibPtr large(expected->Clone());
                 reference::brightMiddle(*expected, radius, flags);
                 EXPECT_TRUE(run<dib::MedianSmallRadius>(*small, radius, flags));
-                EXPECT_TRUE(run<dib::MedianLargeRadius>(*large, radius, flags));
+                EXPECT_TRUE(run<dib::MedianHugeRadius>(*large, radius, flags));
                 EXPECT_TRUE(sameImage(*small, *expected)) << depth << " " << radius << " " << flags;
                 EXPECT_TRUE(sameImage(*large, *expected)) << depth << " " << radius << " " << flags;
             }
@@ -73,7 +73,7 @@ TEST(Median, TilesAndRowsEqualThePlainLoopsAtRadius8) {
             const DibPtr rows(expected->Clone());
             const DibPtr tiles(expected->Clone());
             reference::brightMiddle(*expected, 8, flags);
-            EXPECT_TRUE(run<dib::MedianLargeRadius>(*rows, 8, flags));
+            EXPECT_TRUE(run<dib::MedianHugeRadius>(*rows, 8, flags));
             EXPECT_TRUE(run<ByteTiles>(*tiles, 8, flags));
             EXPECT_TRUE(sameImage(*rows, *expected)) << depth << " " << static_cast<int>(values);
             EXPECT_TRUE(sameImage(*tiles, *expected)) << depth << " " << static_cast<int>(values);
@@ -92,7 +92,7 @@ TEST(Median, TilesEqualRows) {
                     const DibPtr rows = pictureOf(values, size.width, size.height, depth);
                     const DibPtr bytes(rows->Clone());
                     const DibPtr words(rows->Clone());
-                    EXPECT_TRUE(run<dib::MedianLargeRadius>(*rows, radius, flags));
+                    EXPECT_TRUE(run<dib::MedianHugeRadius>(*rows, radius, flags));
                     EXPECT_TRUE(run<ByteTiles>(*bytes, radius, flags));
                     EXPECT_TRUE(run<WordTiles>(*words, radius, flags));
                     EXPECT_TRUE(sameImage(*bytes, *rows)) << depth << " " << size.width << " " << flags;
@@ -107,7 +107,7 @@ TEST(Median, TilesOfMoreThan256ColumnsEqualRows) {
     for (const int depth : {8, 24}) {
         const DibPtr rows = randomImage(140, 300, depth, 2);
         const DibPtr tiles(rows->Clone());
-        EXPECT_TRUE(run<dib::MedianLargeRadius>(*rows, 128, 1));
+        EXPECT_TRUE(run<dib::MedianHugeRadius>(*rows, 128, 1));
         EXPECT_TRUE(run<WordTiles>(*tiles, 128, 1));
         EXPECT_TRUE(sameImage(*tiles, *rows));
     }
@@ -116,7 +116,7 @@ TEST(Median, TilesOfMoreThan256ColumnsEqualRows) {
 TEST(Median, TilesAreTheSameAtEveryLevel) {
     const DibPtr image = randomImage(90, 70, 24, 8);
     const DibPtr expected(image->Clone());
-    EXPECT_TRUE(run<dib::MedianLargeRadius>(*expected, 12, 2));
+    EXPECT_TRUE(run<dib::MedianHugeRadius>(*expected, 12, 2));
     for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
         const DibPtr bytes(image->Clone());
@@ -171,10 +171,10 @@ TEST(Median, SmallRadiusTakesTheSixthBrightestOfNine) {
     EXPECT_EQ(pixelValue(*image, 1, 1), 40U);
 }
 
-TEST(Median, LargeRadiusTakesTheSixthBrightestOfNine) {
+TEST(Median, HugeRadiusTakesTheSixthBrightestOfNine) {
     const DibPtr image = testing_support::blankImage(3, 3, 24);
     for (int i = 0; i < 9; ++i) setPixelValue(*image, i % 3, i / 3, static_cast<std::uint32_t>(10 * (9 - i)));
-    EXPECT_TRUE(run<dib::MedianLargeRadius>(*image, 1, 0));
+    EXPECT_TRUE(run<dib::MedianHugeRadius>(*image, 1, 0));
     EXPECT_EQ(pixelValue(*image, 1, 1), 40U);
 }
 

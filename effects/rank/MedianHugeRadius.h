@@ -1,9 +1,10 @@
-// The median at radius 8 and more; MedianSmallRadius computes the smaller ones, faster. It works from 1 on.
+// The median above radius 1792, and of squares that lie mostly beyond the edges of a small picture. Smaller
+// squares are faster by MedianSmallRadius and MedianTiles, but it works from radius 1 on.
 //
 // A histogram that slides over the rows, alternately to the right and to the left, gives the brightness. If
 // pixels of that brightness differ, the visits to them are counted row by row.
-#ifndef EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
-#define EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
+#ifndef EFFECTS_RANK_MEDIAN_HUGE_RADIUS_H
+#define EFFECTS_RANK_MEDIAN_HUGE_RADIUS_H
 
 #include <cstdint>
 
@@ -41,9 +42,9 @@ private:
 };
 
 // A filter of dib::filterImage, for radii up to 23169.
-class MedianLargeRadius {
+class MedianHugeRadius {
 public:
-    MedianLargeRadius(int radius, unsigned int flags) : radius_(radius), flags_(flags) {}
+    MedianHugeRadius(int radius, unsigned int flags) : radius_(radius), flags_(flags) {}
 
     // False also for squares of 2^31 positions and more.
     bool prepare(const FullCopy& source, const Raster& image);

@@ -1,4 +1,4 @@
-#include "effects/rank/MedianLargeRadius.h"
+#include "effects/rank/MedianHugeRadius.h"
 
 #include <algorithm>
 #include <array>
@@ -44,7 +44,7 @@ std::uint32_t matchClass(const std::uint16_t* brightness, std::uint32_t brightne
 
 }  // namespace
 
-bool MedianLargeRadius::prepare(const FullCopy& source, const Raster& image) {
+bool MedianHugeRadius::prepare(const FullCopy& source, const Raster& image) {
     if (image.width == 0) return true;
     across_ = EdgeWindow(axisX(image, flags_), radius_);
     down_ = EdgeWindow(axisY(image, flags_), radius_);
@@ -60,7 +60,7 @@ bool MedianLargeRadius::prepare(const FullCopy& source, const Raster& image) {
     return input_.prepare(source, image) && histogram_.prepare() && values_.prepare(kWhiteBrightness + 1);
 }
 
-void MedianLargeRadius::writeRow(unsigned char* out, int y) {
+void MedianHugeRadius::writeRow(unsigned char* out, int y) {
     const EdgeAxis axis = across_.axis();
     if (axis.size == 0) return;
     const int last = axis.size - 1;
@@ -80,7 +80,7 @@ void MedianLargeRadius::writeRow(unsigned char* out, int y) {
 }
 
 // Moves the window down to row y, at column x.
-void MedianLargeRadius::enterRow(int y, int x) {
+void MedianHugeRadius::enterRow(int y, int x) {
     const std::int64_t top = std::int64_t{y} - radius_;
     const auto rowsAround = down_.count(y);
     const auto position = [&](std::ptrdiff_t i) { return (down_.axis().wrap ? top : down_.first(y)) + i; };
@@ -101,7 +101,7 @@ void MedianLargeRadius::enterRow(int y, int x) {
 
 // The line of the row that position t of the y axis reads. The rows of one window never share a line: they
 // follow each other, and there are as many lines.
-const std::uint16_t* MedianLargeRadius::load(std::int64_t t) {
+const std::uint16_t* MedianHugeRadius::load(std::int64_t t) {
     const int row = down_.axis().at(t);
     const EdgeAxis ring{static_cast<int>(lineCount_), true};
     const auto at = ring.at(down_.axis().wrap ? t : row);
@@ -119,7 +119,7 @@ const std::uint16_t* MedianLargeRadius::load(std::int64_t t) {
 }
 
 // Adds the part of a row that is around column x, `times` over; ~0 times removes it once.
-void MedianLargeRadius::count(int x, const std::uint16_t* line, std::uint32_t times) {
+void MedianHugeRadius::count(int x, const std::uint16_t* line, std::uint32_t times) {
     const std::uint16_t* first = line + across_.first(x);
     for (std::int64_t i = 0; i < across_.count(x); ++i) {
         histogram_.add(first[i], across_.visits(x, i) * times);
@@ -127,7 +127,7 @@ void MedianLargeRadius::count(int x, const std::uint16_t* line, std::uint32_t ti
 }
 
 // The pixel for column x.
-std::uint32_t MedianLargeRadius::choose(int x) {
+std::uint32_t MedianHugeRadius::choose(int x) {
     const BrightnessHistogram::ClassRank found = histogram_.find(rank_);
     const bool noneTwice = across_.visitsOnce(x) && windowRows_ == down_.side();
     Spot spot{};
@@ -144,8 +144,8 @@ std::uint32_t MedianLargeRadius::choose(int x) {
 }
 
 // Sorts a class of few pixels, each of which is visited once.
-MedianLargeRadius::Spot MedianLargeRadius::rankShortList(int x,
-                                                         const BrightnessHistogram::ClassRank& found) const {
+MedianHugeRadius::Spot MedianHugeRadius::rankShortList(int x,
+                                                       const BrightnessHistogram::ClassRank& found) const {
     std::array<bmidinfo, kShortList> entries;
     std::array<Spot, kShortList> spots;
     std::uint32_t count = 0;
@@ -225,7 +225,7 @@ DIB_ALWAYS_INLINE RowOfVisit findRow(const WindowRow* rows, std::ptrdiff_t count
 }  // namespace
 
 // The pixel of visit number `level.rank` to pixels of that brightness.
-MedianLargeRadius::Spot MedianLargeRadius::nthVisit(int x, BrightnessHistogram::LevelRank level) const {
+MedianHugeRadius::Spot MedianHugeRadius::nthVisit(int x, BrightnessHistogram::LevelRank level) const {
     const auto find = [&](std::uint32_t rank) {
         return runKernel<findRow>(window_.get(), windowRows_, std::ptrdiff_t{across_.first(x)},
                                   visitsAround(across_, x),
@@ -240,8 +240,8 @@ MedianLargeRadius::Spot MedianLargeRadius::nthVisit(int x, BrightnessHistogram::
     return nthVisitInRow(x, window_[found.row], {level.brightness, found.rank % found.inRow});
 }
 
-MedianLargeRadius::Spot MedianLargeRadius::nthVisitInRow(int x, const WindowRow& row,
-                                                         BrightnessHistogram::LevelRank level) const {
+MedianHugeRadius::Spot MedianHugeRadius::nthVisitInRow(int x, const WindowRow& row,
+                                                       BrightnessHistogram::LevelRank level) const {
     const std::uint16_t* first = row.brightness + across_.first(x);
     const bool turns = across_.repeats();
     std::uint32_t rank = level.rank;
