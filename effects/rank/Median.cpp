@@ -4,13 +4,13 @@
 
 #include "effects/EffectFrame.h"
 #include "effects/rank/MedianHugeRadius.h"
+#include "effects/rank/MedianLargeRadius.h"
 #include "effects/rank/MedianSmallRadius.h"
-#include "effects/rank/MedianTiles.h"
 
 namespace {
 
-using ByteTiles = dib::MedianTiles<std::uint8_t>;
-using WordTiles = dib::MedianTiles<std::uint16_t>;
+using ByteTiles = dib::MedianLargeRadius<std::uint8_t>;
+using WordTiles = dib::MedianLargeRadius<std::uint16_t>;
 
 }  // namespace
 

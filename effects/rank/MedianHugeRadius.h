@@ -1,5 +1,5 @@
 // The median above radius 1792, and of squares that lie mostly beyond the edges of a small picture. Smaller
-// squares are faster by MedianSmallRadius and MedianTiles, but it works from radius 1 on.
+// squares are faster by MedianSmallRadius and MedianLargeRadius, but it works from radius 1 on.
 //
 // A histogram that slides over the rows, alternately to the right and to the left, gives the brightness. If
 // pixels of that brightness differ, the visits to them are counted row by row.

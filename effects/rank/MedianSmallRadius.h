@@ -1,5 +1,5 @@
 // The median at radius 1 to 7, in squares of up to 15 x 15 pixels: every position of many squares is compared
-// at once. MedianTiles and MedianHugeRadius compute the larger ones.
+// at once. MedianLargeRadius and MedianHugeRadius compute the larger ones.
 #ifndef EFFECTS_RANK_MEDIAN_SMALL_RADIUS_H
 #define EFFECTS_RANK_MEDIAN_SMALL_RADIUS_H
 

@@ -6,8 +6,8 @@
 
 #include "dib/Kernels.h"
 #include "effects/rank/MedianHugeRadius.h"
+#include "effects/rank/MedianLargeRadius.h"
 #include "effects/rank/MedianSmallRadius.h"
-#include "effects/rank/MedianTiles.h"
 #include "tests/reference/RankReference.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/TestImages.h"
@@ -20,8 +20,8 @@ using testing_support::randomImage;
 using testing_support::sameImage;
 using testing_support::setPixelValue;
 
-using ByteTiles = dib::MedianTiles<std::uint8_t>;
-using WordTiles = dib::MedianTiles<std::uint16_t>;
+using ByteTiles = dib::MedianLargeRadius<std::uint8_t>;
+using WordTiles = dib::MedianLargeRadius<std::uint16_t>;
 
 template <class Median>
 bool run(DibStream& image, int radius, unsigned int flags, dib::Progress progress = {nullptr, nullptr}) {

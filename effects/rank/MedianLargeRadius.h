@@ -1,8 +1,8 @@
 // The median at radius 8 to 1792, tile by tile: the pixels of a tile are ranked once, and the rank of the
 // median is found by bins. The work per pixel hardly depends on the radius. MedianHugeRadius computes squares
 // that lie mostly beyond the edges of a small picture, where tiles would repeat too many pixels.
-#ifndef EFFECTS_RANK_MEDIAN_TILES_H
-#define EFFECTS_RANK_MEDIAN_TILES_H
+#ifndef EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
+#define EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
 
 #include <cstdint>
 
@@ -17,9 +17,9 @@ namespace dib {
 // A filter of dib::filterImage. It works a band of tiles ahead of the row in work. `Cell` holds the columns
 // and rows of a tile: std::uint8_t or std::uint16_t.
 template <class Cell>
-class MedianTiles {
+class MedianLargeRadius {
 public:
-    MedianTiles(int radius, unsigned int flags) : radius_(radius), flags_(flags) {}
+    MedianLargeRadius(int radius, unsigned int flags) : radius_(radius), flags_(flags) {}
 
     // Whether tiles of this size can be ranked.
     static bool holds(const TileShape& shape) {
@@ -69,8 +69,8 @@ private:
     MallocPtr<BrightnessReader::Spot> spots_;
 };
 
-extern template class MedianTiles<std::uint8_t>;
-extern template class MedianTiles<std::uint16_t>;
+extern template class MedianLargeRadius<std::uint8_t>;
+extern template class MedianLargeRadius<std::uint16_t>;
 
 }  // namespace dib
 

@@ -1,11 +1,11 @@
-#include "effects/rank/MedianTiles.h"
+#include "effects/rank/MedianLargeRadius.h"
 
 #include <algorithm>
 
 namespace dib {
 
 template <class Cell>
-bool MedianTiles<Cell>::prepare(const FullCopy& source, const Raster& image) {
+bool MedianLargeRadius<Cell>::prepare(const FullCopy& source, const Raster& image) {
     rank_ = medianRank(radius_, image.bitCount);
     axisX_ = axisX(image, flags_);
     axisY_ = axisY(image, flags_);
@@ -25,7 +25,7 @@ bool MedianTiles<Cell>::prepare(const FullCopy& source, const Raster& image) {
 }
 
 template <class Cell>
-void MedianTiles<Cell>::writeRow(unsigned char* out, int y) {
+void MedianLargeRadius<Cell>::writeRow(unsigned char* out, int y) {
     const int inBand = y % shape_.height;
     if (inBand == 0) {
         loadBand(y);
@@ -36,7 +36,7 @@ void MedianTiles<Cell>::writeRow(unsigned char* out, int y) {
 
 // Reads what the tiles from row y on rank.
 template <class Cell>
-void MedianTiles<Cell>::loadBand(int y) {
+void MedianLargeRadius<Cell>::loadBand(int y) {
     const std::int64_t bottom = std::min<std::int64_t>(std::int64_t{y} + shape_.height, axisY_.size);
     std::uint16_t* line = lines_.get();
     for (std::int64_t t = std::int64_t{y} - radius_; t < bottom + radius_; ++t, line += lineLength_) {
@@ -48,7 +48,7 @@ void MedianTiles<Cell>::loadBand(int y) {
 }
 
 template <class Cell>
-void MedianTiles<Cell>::loadKeys(int row, std::uint16_t* keys) {
+void MedianLargeRadius<Cell>::loadKeys(int row, std::uint16_t* keys) {
     if (byTable_) {
         const std::uint32_t* indices = input_.readValues(row);
         const int darkest = table_.count() - 1;
@@ -63,7 +63,7 @@ void MedianTiles<Cell>::loadKeys(int row, std::uint16_t* keys) {
 
 // Chooses the pixels of the tile whose first one is (x, y).
 template <class Cell>
-void MedianTiles<Cell>::chooseTile(int x, int y) {
+void MedianLargeRadius<Cell>::chooseTile(int x, int y) {
     const std::ptrdiff_t width = std::min<std::ptrdiff_t>(shape_.width, input_.width() - x);
     const std::ptrdiff_t height = std::min(shape_.height, axisY_.size - y);
     const std::ptrdiff_t side = shape_.side();
@@ -84,7 +84,7 @@ void MedianTiles<Cell>::chooseTile(int x, int y) {
 
 // The pixels found for a row of the tile at (x, y).
 template <class Cell>
-void MedianTiles<Cell>::takeRow(int x, int y, std::ptrdiff_t row, std::ptrdiff_t width) {
+void MedianLargeRadius<Cell>::takeRow(int x, int y, std::ptrdiff_t row, std::ptrdiff_t width) {
     std::uint32_t* const chosen = band_.get() + row * input_.width() + x;
     if (keysAreBins()) {
         const std::ptrdiff_t darkest = table_.count() - 1;
@@ -100,7 +100,7 @@ void MedianTiles<Cell>::takeRow(int x, int y, std::ptrdiff_t row, std::ptrdiff_t
     input_.reader().readSpots(spots_.get(), chosen, width);
 }
 
-template class MedianTiles<std::uint8_t>;
-template class MedianTiles<std::uint16_t>;
+template class MedianLargeRadius<std::uint8_t>;
+template class MedianLargeRadius<std::uint16_t>;
 
 }  // namespace dib
