@@ -11,6 +11,7 @@ import sys
 EFFECT = "include/DibEffect.h", r"\b(DibEffect[A-Z]\w*)\("
 RECORD = "include/DibEffect.h", r"^struct (DE\w+Info) \{"
 CODEC = "include/DibCodec.h", r"\b((?:Load|Save)[A-Z]+)\("
+ROW = "formats/Formats.h", r"^extern const FileFormat k(\w+)Format;"
 # Declarations, where each name must appear, what that place is for, and names that need not appear there.
 PLACES = [
     (EFFECT, "tests/exports/*.txt", "exported names", ()),
@@ -30,13 +31,15 @@ PLACES = [
     (CODEC, "fuzz/*.cpp", "fuzzing", ("LoadPGM", "LoadJPEG", "LoadTIFF", "LoadPSD", "LoadDDS", "LoadEXR")),
     (CODEC, "bench/*.cpp", "benches", ("LoadDDS", "LoadEXR", "SaveIFF", "SaveTIM")),
 ]
-# The same by the format, which is the name of the function without its first word, in letters of any size.
+# The same by the format, in letters of any size: the name of its row, and of its functions without their first word.
 FORMAT_PLACES = [
     ("docs/limits.md", "{}", "what is read and written", ()),
-    # The row of ILBM has another name than its functions.
-    ("formats/Formats.cpp", "k{}Format", "table of formats", ("PGM", "IFF")),
-    ("tests/formats/FormatsTest.cpp", "{}", "tests of the table of formats", ()),
-    ("tests/formats/DoorProbeTest.cpp", "{}", "tests of the reasons why a file is refused", ("PGM",)),
+    # The row of ILBM has another name than its functions and its files.
+    ("formats/Formats.cpp", "k{}Format", "table of formats", ("pgm", "iff")),
+    ("tests/formats/FormatsTest.cpp", "{}", "tests of the table of formats", ("ilbm",)),
+    ("tests/formats/DoorProbeTest.cpp", "{}", "tests of the reasons why a file is refused", ("pgm", "ilbm")),
+    # ILBM has one fuzzer by its other name. DibPSDLoader and the decoders of the platform have fuzzers of their own.
+    ("fuzz/*Fuzzer.cpp", "{}", "fuzzing", ("iff", "psd", "tiff")),
 ]
 
 
@@ -57,14 +60,14 @@ def missing(root):
                 yield f"{name} is missing in {files} ({purpose})"
     for files, pattern, purpose, exempt in FORMAT_PLACES:
         found = {word.lower() for word in words(root, files)}
-        for name in sorted({name[4:] for name in names(root, CODEC)}):
+        for name in sorted({name[4:].lower() for name in names(root, CODEC)} | {name.lower() for name in names(root, ROW)}):
             if pattern.format(name).lower() not in found and name not in exempt:
                 yield f"{pattern.format(name)} is missing in {files} ({purpose})"
 
 
 def main():
     root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parent.parent
-    count = sum(len(names(root, declarations)) for declarations in (EFFECT, RECORD, CODEC))
+    count = sum(len(names(root, declarations)) for declarations in (EFFECT, RECORD, CODEC, ROW))
     wrong = list(missing(root))
     print("\n".join(wrong + [f"{count} declarations, {len(wrong)} places missing"]))
     return 1 if wrong or count == 0 else 0

@@ -1,1 +1,2 @@
 // LoadOLD DibEffectOld
+// old

@@ -1,0 +1,2 @@
+extern const FileFormat kNewFormat;
+extern const FileFormat kDoorOnlyFormat;
