@@ -50,15 +50,15 @@ public:
 
     std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) override {
         if (position > INT64_MAX) return 0;
-        if (position != position_ && std::fseek(file_, static_cast<long>(position), SEEK_SET) != 0) return 0;
+        if (position != position_ && fseeko(file_, static_cast<off_t>(position), SEEK_SET) != 0) return 0;
         const std::size_t got = std::fread(out, 1, bytes, file_);
         position_ = position + got;
         return got;
     }
     std::uint64_t fileBytes() override {
         position_ = kUnknown;
-        if (std::fseek(file_, 0, SEEK_END) != 0) return 0;
-        const long end = std::ftell(file_);
+        if (fseeko(file_, 0, SEEK_END) != 0) return 0;
+        const off_t end = ftello(file_);
         return end > 0 ? static_cast<std::uint64_t>(end) : 0;
     }
     bool report(std::size_t done, std::size_t total) override {
