@@ -1,5 +1,6 @@
 // Savers, loaders of what they wrote, and loaders of cut and altered copies.
 #include <DibCodec.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -25,7 +26,10 @@ void writeAll(const std::string& path, const char* bytes, std::size_t count) {
     std::ofstream(path, std::ios::binary).write(bytes, static_cast<std::streamsize>(count));
 }
 
-std::string temporaryFile() { return testing_support::temporaryPath("digest-file"); }
+// One for each process: two of them may run in one build.
+std::string temporaryFile() {
+    return testing_support::temporaryPath("digest-file-" + std::to_string(getpid()));
+}
 
 // Copies cut short, then copies with some bytes altered.
 Hash loadDamaged(const Loader& loader, const Bytes& whole) {
@@ -68,6 +72,7 @@ void printFormat(const Loader& loader, const Kind& kind) {
     line("save " + name, loader.dependsOn, saved);
 
     const Bytes whole = readAll(path);
+    std::filesystem::remove(path);
     if (whole.empty()) return;
     Hash loaded;
     for (const int cancelAt : {-1, 0, 3}) {
