@@ -124,6 +124,8 @@ bool forEachRow(const Progress& progress, int height, const RowRule& rowRule) {
 //     bool prepare(const FullCopy& source, const Raster& image);  // tables; false when memory is short
 //     template <class Depth>
 //     void row(unsigned char* out, int y);                           // row y of the image
+//
+// or a `row` that is no template.
 template <class... Depths, class Filter>
 bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
     Raster raster;
@@ -137,7 +139,11 @@ bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
         return forEachRow(progress, raster.height, [&](int y) {
             unsigned char* out = raster.row(y);
             if (kIsPacked<decltype(depth)>) std::memset(out, 0, raster.rowBytes);
-            filter.template row<decltype(depth)>(out, y);
+            if constexpr (requires { filter.row(out, y); }) {
+                filter.row(out, y);
+            } else {
+                filter.template row<decltype(depth)>(out, y);
+            }
         });
     });
 }

@@ -60,7 +60,7 @@ bool MedianHugeRadius::prepare(const FullCopy& source, const Raster& image) {
     return input_.prepare(source, image) && histogram_.prepare() && values_.prepare(kWhiteBrightness + 1);
 }
 
-void MedianHugeRadius::writeRow(unsigned char* out, int y) {
+void MedianHugeRadius::row(unsigned char* out, int y) {
     const EdgeAxis axis = across_.axis();
     if (axis.size == 0) return;
     const int last = axis.size - 1;

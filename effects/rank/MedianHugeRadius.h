@@ -49,14 +49,10 @@ public:
     // False also for squares of 2^31 positions and more.
     bool prepare(const FullCopy& source, const Raster& image);
 
-    template <class Depth>
-    void row(unsigned char* out, int y) {
-        writeRow(out, y);
-    }
+    // Chooses the pixels of row y and stores them.
+    void row(unsigned char* out, int y);
 
 private:
-    // Chooses the pixels of row y and stores them.
-    void writeRow(unsigned char* out, int y);
     using Spot = BrightnessReader::Spot;
 
     void enterRow(int y, int x);

@@ -1,4 +1,4 @@
-// What both medians share: the rows that they rank, and the pixels that they choose.
+// What the medians share: the rows that they rank, and the pixels that they choose.
 #ifndef EFFECTS_RANK_MEDIAN_INPUT_H
 #define EFFECTS_RANK_MEDIAN_INPUT_H
 

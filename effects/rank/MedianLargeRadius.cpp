@@ -25,7 +25,7 @@ bool MedianLargeRadius<Cell>::prepare(const FullCopy& source, const Raster& imag
 }
 
 template <class Cell>
-void MedianLargeRadius<Cell>::writeRow(unsigned char* out, int y) {
+void MedianLargeRadius<Cell>::row(unsigned char* out, int y) {
     const int inBand = y % shape_.height;
     if (inBand == 0) {
         loadBand(y);

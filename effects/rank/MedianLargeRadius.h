@@ -1,5 +1,5 @@
 // The median at radius 8 to 1792, tile by tile: the pixels of a tile are ranked once, and the rank of the
-// median is found by bins. The work per pixel hardly depends on the radius. MedianHugeRadius computes squares
+// median is found by bins. The work per pixel grows slowly with the radius. MedianHugeRadius computes squares
 // that lie mostly beyond the edges of a small picture, where tiles would repeat too many pixels.
 #ifndef EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
 #define EFFECTS_RANK_MEDIAN_LARGE_RADIUS_H
@@ -28,15 +28,10 @@ public:
 
     bool prepare(const FullCopy& source, const Raster& image);
 
-    template <class Depth>
-    void row(unsigned char* out, int y) {
-        writeRow(out, y);
-    }
+    // Chooses the pixels of row y, with those of its band when it is the first of it, and stores them.
+    void row(unsigned char* out, int y);
 
 private:
-    // Chooses the pixels of row y, with those of its band when it is the first of it, and stores them.
-    void writeRow(unsigned char* out, int y);
-
     void loadBand(int y);
     void loadKeys(int row, std::uint16_t* keys);
     // Whether every key determines the pixel.

@@ -25,7 +25,7 @@ bool MedianSmallRadius::prepare(const FullCopy& source, const Raster& image) {
     return true;
 }
 
-void MedianSmallRadius::writeRow(unsigned char* out, int y) {
+void MedianSmallRadius::row(unsigned char* out, int y) {
     if (input_.width() == 0) return;
     for (int t = y == 0 ? -radius_ : y + radius_; t <= y + radius_; ++t) {
         if (byKeys_) {

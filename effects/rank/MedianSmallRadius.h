@@ -22,14 +22,10 @@ public:
 
     bool prepare(const FullCopy& source, const Raster& image);
 
-    template <class Depth>
-    void row(unsigned char* out, int y) {
-        writeRow(out, y);
-    }
+    // Chooses the pixels of row y and stores them.
+    void row(unsigned char* out, int y);
 
 private:
-    // Chooses the pixels of row y and stores them.
-    void writeRow(unsigned char* out, int y);
     // The line of position t of the y axis. Lines hold a row with its edges, as keys or as brightness.
     BrightnessPlanes lineAt(int t) const {
         const auto line = (t + side_) % side_;
