@@ -361,8 +361,8 @@ DIB_EXPORT bool DibEffectBrightMin(DibProgressCallback callback, void* user, Dib
 /// step darker than the median. Of equally bright pixels the first visited counts as brighter. At 1 bit the
 /// index is 1 where at least (n + 1) / 2 of the square are 1; the colour table does not matter.
 ///
-/// Above radius 7 the time grows with the radius, and with its square where pixels of equal brightness
-/// differ.
+/// Radius 50 takes at most twice as long as radius 8, and 200 seven times. Above 1792 (in small pictures
+/// earlier) the time grows with the radius, and with its square where pixels of equal brightness differ.
 /// @param radius As above; above 23169, where n exceeds 2^31 - 1, the result is false as for short memory.
 DIB_EXPORT bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* image, int radius,
                                       unsigned int flags);

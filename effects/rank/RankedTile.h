@@ -1,5 +1,5 @@
 // The pixels of a tile in the order of the median: each has a rank of its own, for equally bright ones follow
-// each other in visiting order. So a rank tells a pixel, and the search for its position is never needed.
+// each other in visiting order. So a rank identifies a pixel, whose position need not be searched for.
 #ifndef EFFECTS_RANK_RANKED_TILE_H
 #define EFFECTS_RANK_RANKED_TILE_H
 

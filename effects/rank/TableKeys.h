@@ -1,5 +1,5 @@
 // Keys of indexed pixels: bytes that number the different brightnesses of a colour table from dark to bright.
-// Where only one index of a brightness was seen, its key tells the pixel.
+// Where only one index of a brightness was seen, its key identifies the pixel.
 #ifndef EFFECTS_RANK_TABLE_KEYS_H
 #define EFFECTS_RANK_TABLE_KEYS_H
 
