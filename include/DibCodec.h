@@ -18,7 +18,7 @@
 /// @{
 
 /// Loads a TGA file: raw colour-mapped, true-colour or grey pixels, or colour-mapped or true-colour pixels in
-/// run-length packets. Run-length grey (type 11) is not read, nor is anything behind the pixels.
+/// run-length packets. Run-length grey (type 11) is not read, nor is anything after the pixels.
 ///
 /// Pixels keep the bytes of the file, 16-bit words too. A colour map of 24-bit entries becomes the table of
 /// an 8-bit image, from entry 0 on whatever index the header gives to the first one. A colour map of 32-bit

@@ -143,7 +143,7 @@ struct DibFileInfo {
     int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
     bool isTopDown = false;  ///< Whether a load gives a negative height.
     char colors[16] = "";    ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
-    int channels = 0;        ///< Of a document: channels of the merged picture, those behind the colours too.
+    int channels = 0;        ///< Of a document: channels of the merged picture, those after the colours too.
     int channelBits = 0;     ///< Of a document: bits per channel.
 };
 

@@ -8,8 +8,8 @@ namespace formats {
 
 class ErrorJump {
 public:
-    // False when the calls were left through leave(). A jump runs no destructors, so they must make no object
-    // that has one, neither themselves nor in what they call of ours.
+    // False when the calls were left through leave(). A jump runs no destructors, so neither they nor our
+    // functions that they call may create objects with destructors.
     template <class Calls>
     bool run(const Calls& calls) {
         if (setjmp(target_) != 0) return false;

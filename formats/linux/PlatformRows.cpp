@@ -16,7 +16,7 @@ namespace {
 
 using Open = std::unique_ptr<FileDecoder> (*)(ByteReader& file, const DecoderOptions& options);
 
-// A library that failed has read all that there is where something is missing.
+// At the end of the file the data are short; before it they are invalid.
 DibErrorCode codeOfDamage(ByteReader& file) {
     return file.remaining() > 0 ? DIB_ERROR_INVALID : DIB_ERROR_READ;
 }

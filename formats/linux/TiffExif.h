@@ -10,19 +10,19 @@
 
 namespace formats {
 
-// The block that says what the directory that the library has read says of the picture's making; empty when
-// it names no directory of EXIF or GPS entries. Throws std::bad_alloc.
+// The EXIF block of the directory that was read; empty when that names no directory of EXIF or GPS entries.
+// Throws std::bad_alloc.
 void readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block);
 
 // Whether a block can be kept in a TIFF file: it has a directory.
 bool isTiffExif(const DibBytes& block);
-// The block that a TIFF file gets, with its directory behind its header; empty when there is none to keep.
+// The block that a TIFF file gets, with its directory after its header; empty when there is none to keep.
 // False when memory is short; std::bad_alloc, too.
 bool exifForTiff(const DibMetadata& metadata, DibBytes& block);
 // Puts the block at the start of a file that the library has just begun, and what names its parts into the
 // directory. The file has the order of bytes that the block has. Offsets within the
 // block are offsets of the file then, those of camera makers' notes, too. Returns the most bytes that texts
-// take behind the directory.
+// take after the directory.
 std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block);
 
 }  // namespace formats

@@ -57,7 +57,7 @@ std::size_t colorSamples(TIFF* tiff, const TiffLayout& layout, const Dialect& di
     }
 }
 
-// Alpha is an extra sample that says so, or the fourth of colours that says nothing of itself.
+// Alpha is an extra sample marked as alpha, or an unmarked fourth sample.
 void findAlpha(TIFF* tiff, const TiffLayout& layout, std::size_t colors, TiffMeaning& meaning) {
     std::uint16_t count = 0;
     std::uint16_t* extras = nullptr;

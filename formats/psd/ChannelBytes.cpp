@@ -21,8 +21,7 @@ DIB_ALWAYS_INLINE void placeInFour(const unsigned char* __restrict bytes, unsign
 
 #if defined(__x86_64__)
 
-// No compiler finds this: the bytes of sixteen pixels are spread over three vectors, which take the others of
-// their 48 bytes from the image.
+// Compilers do not vectorise this. Each 48-byte store keeps the image's other channels.
 DIB_TARGET_AVX2 std::size_t placeSixteens(const unsigned char* bytes, unsigned char* pixels, std::size_t byte,
                                           std::size_t count) {
     alignas(16) signed char from[48];

@@ -89,7 +89,7 @@ void noteConversions(const Outline& outline, DibFileResult& result) {
     if (outline.mode == psd::kDuotone)
         note(result, DIB_NOTE_LOSS, "the inks of a duotone were not kept: it is shown in grey");
     if (outline.mode == psd::kMultichannel)
-        note(result, DIB_NOTE_ASSUMPTION, "the first channels were taken for what inks leave of %s",
+        note(result, DIB_NOTE_ASSUMPTION, "the first channels were shown as %s minus ink",
              outline.colors() == 3 ? "red, green and blue" : "white");
 }
 

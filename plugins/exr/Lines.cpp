@@ -150,7 +150,7 @@ public:
     void read(std::int64_t line) override {
         line_ = line % tileRows_;
         const auto row = static_cast<int>(line / tileRows_);
-        // A row that could not be read is tried again for each of its lines, none of which is there.
+        // An unreadable row of tiles is read again for each of its lines.
         if (row != tileRow_) {
             tileRow_ = -1;
             tiles_.setFrameBuffer(planes_.frame(part_.left, part_.top + line - line_, true));

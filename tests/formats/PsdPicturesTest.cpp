@@ -92,7 +92,7 @@ TEST(PsdPictures, MasksOfTheirOwnSize) {
     }
 }
 
-// Channels behind the colours: transparency when the layers say so, selections and spot inks else.
+// Channels after the colours: transparency when the layers say so, selections and spot inks else.
 TEST(PsdPictures, ExtraChannelsAreNotTransparency) {
     struct Case {
         int mode;
@@ -202,7 +202,7 @@ TEST(PsdPictures, ColoursOfEveryMode) {
     EXPECT_EQ(notesOf(opened(documentOf(8, 8, {{1}}).bytes()).result),
               "the inks of a duotone were not kept: it is shown in grey;");
     EXPECT_EQ(notesOf(opened(documentOf(7, 8, {{1}, {2}, {3}}).bytes()).result),
-              "the first channels were taken for what inks leave of red, green and blue;");
+              "the first channels were shown as red, green and blue minus ink;");
 }
 
 // Colours of half-transparent pixels are stored mixed with white: 255 - (255 - color) x alpha / 255.
