@@ -273,7 +273,7 @@ private:
         return true;
     }
 
-    // Reads the pixels behind the first ones.
+    // Reads the pixels after the first ones.
     RgbeError readFlat(std::size_t first) {
         const auto width = static_cast<std::size_t>(width_);
         if (dialect_.knowsOldRuns) return readOldRuns(source_, width, first, work_.get());

@@ -67,7 +67,7 @@ struct BitmapHeader {
     int bitCount() const { return planes == 1 ? 1 : planes <= 4 ? 4 : planes <= 8 ? 8 : 24; }
 };
 
-// Sets the bits behind the last pixel of a row to 0.
+// Sets the bits after the last pixel of a row to 0.
 inline void clearBehind(unsigned char* bits, std::size_t width) {
     if (width % 8 != 0) bits[width / 8] = static_cast<unsigned char>(bits[width / 8] & (0xFF00 >> width % 8));
 }

@@ -16,7 +16,7 @@ public:
     // Whether this platform has such a library.
     static bool isAvailable();
 
-    // Begins a stream, also behind another. False when memory is short.
+    // Begins a stream, also after another. False when memory is short.
     bool start();
     // The next packed bytes, when those before are used up.
     void feed(const unsigned char* from, std::size_t bytes);

@@ -32,7 +32,7 @@ public:
     // rows take; 0 when no row will be read.
     bool create(ByteReader& file, int width, int height, int bitCount, std::uint64_t fewestBytes);
 
-    // Says that the pixels of `rows` rows have been read, and clears the fill behind them. They start at
+    // Says that the pixels of `rows` rows have been read, and clears the fill after them. They start at
     // `first` in the pixel block; rows are read one after the other from either end of it. False when the
     // caller of a load that has a Progress cancels.
     bool read(unsigned char* first, std::size_t rows = 1) {

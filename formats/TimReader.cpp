@@ -47,7 +47,7 @@ public:
     }
 
 private:
-    // Keeps what is before and behind the pixels.
+    // Keeps what is before and after the pixels.
     bool keepFrame(DibBytes& frame) {
         const std::int64_t size = file_.size();
         const std::int64_t start = layout_.pixelStart;
@@ -68,7 +68,7 @@ private:
     bool readPixels() {
         const int bitCount = layout_.bitCount;
         const std::size_t rowBytes = layout_.rowBytes();
-        // Rows of 24 bits may have up to two bytes behind their last pixel.
+        // Rows of 24 bits may have up to two bytes after their last pixel.
         const std::size_t pixelBytes = bitCount == 24 ? rowBytes / 3 * 3 : rowBytes;
         for (int y = 0; y < layout_.height(); ++y) {
             unsigned char* row = picture_->ScanLine(y);

@@ -8,7 +8,7 @@ namespace formats {
 
 namespace {
 
-// A text that ends with NUL; moves `at` behind it.
+// A text that ends with NUL; moves `at` after it.
 std::string textAt(const RefusedFile& file, std::int64_t& at) {
     std::string text = file.text(at, 256);
     text.resize(std::min(text.find('\0'), text.size()));
@@ -21,7 +21,7 @@ constexpr const char* kCompressions[] = {"none",  "rle", "zips", "zip",  "piz",
                                          "pxr24", "b44", "b44a", "dwaa", "dwab"};
 
 void readChannels(const RefusedFile& file, std::int64_t at, ExrHeader& header) {
-    constexpr std::int64_t kEntryBytes = 16;  // behind the name
+    constexpr std::int64_t kEntryBytes = 16;  // after the name
     constexpr std::uint32_t kHalf = 1;
     for (std::string name; !(name = textAt(file, at)).empty(); at += kEntryBytes) {
         header.sampleBits += file.le32(at) == kHalf ? 16 : 32;

@@ -40,7 +40,7 @@ public:
     std::uint32_t be32(std::int64_t at) const;
     // As many bytes as there are, `count` at most.
     std::string text(std::int64_t at, std::size_t count) const;
-    // The line that begins at `at`, without its line feed; moves `at` behind it. Long lines are cut.
+    // The line that begins at `at`, without its line feed; moves `at` after it. Long lines are cut.
     std::string line(std::int64_t& at) const;
 
 private:

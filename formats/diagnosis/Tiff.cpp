@@ -25,7 +25,7 @@ public:
     bool isInFile() const { return at_ >= 8 && at_ <= file_.size() - countBytes(); }
     bool isWhole() const { return isInFile() && entryAt(entries()) <= file_.size(); }
 
-    static constexpr std::int64_t kMissing = -1;  // behind the end of the file
+    static constexpr std::int64_t kMissing = -1;  // beyond the end of the file
 
     // The first value of a tag.
     std::int64_t value(Tag tag, std::int64_t standard) const {

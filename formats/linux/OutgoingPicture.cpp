@@ -132,7 +132,7 @@ const unsigned char* OutgoingPicture::row(int y) {
         }
         default: {
             std::copy_n(from, rowBytes(), row_.get());
-            // What lies behind the last pixel is no part of the picture.
+            // What follows the last pixel does not belong to the picture.
             const int used = raster_.width * raster_.bitCount % 8;
             if (used > 0) row_[rowBytes() - 1] &= static_cast<unsigned char>(0xFF00U >> used);
         }

@@ -26,7 +26,7 @@ private:
     bool isLittle_;
 };
 
-// Values that are too long for their entries lie behind the directory, at places that count from the start of
+// Values that are too long for their entries follow the directory, at places that count from the start of
 // the file. They move with it.
 void move(unsigned char* directory, const Numbers& numbers, std::uint32_t from, std::uint32_t to) {
     constexpr std::size_t kEntryBytes = 12;

@@ -1,4 +1,4 @@
-// A file as libtiff writes it. The library puts the directory behind the pixels, where a cut loses it and
+// A file as libtiff writes it. The library puts the directory after the pixels, where a cut loses it and
 // with it all pixels. Here it comes first, in room that is left for it.
 #ifndef FORMATS_LINUX_TIFF_TARGET_H
 #define FORMATS_LINUX_TIFF_TARGET_H
@@ -20,7 +20,7 @@ public:
     void leaveRoom(std::size_t bytes);
     // After the last pixel: what the library writes from here on is the directory.
     void beginDirectory();
-    // Puts the directory, which is complete, in its room. One that is too long stays behind the pixels.
+    // Puts the directory, which is complete, in its room. One that is too long stays after the pixels.
     // False when memory was short.
     bool endDirectory(bool isLittle);
 

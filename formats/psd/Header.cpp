@@ -16,7 +16,7 @@ bool readHeader(Document& document) {
         document.setError(DIB_ERROR_INVALID);
         return false;
     }
-    // Bytes behind the end of the file count as 0; the checks below refuse the result.
+    // Bytes beyond the end of the file count as 0; the checks below refuse the result.
     unsigned char fields[22] = {};
     document.file.copy(fields, sizeof fields);
     header.version = dib::readBe16(fields);

@@ -1,5 +1,5 @@
 // A block of picture data of a PSD document, merged or of one layer channel: a compression word, then whole
-// planes, one channel after the other, as raw rows or as PackBits rows behind a table of their packed
+// planes, one channel after the other, as raw rows or as PackBits rows after a table of their packed
 // lengths.
 #ifndef FORMATS_PSD_IMAGE_DATA_H
 #define FORMATS_PSD_IMAGE_DATA_H

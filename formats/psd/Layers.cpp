@@ -157,7 +157,7 @@ bool readLayers(Document& document) {
     std::uint32_t sectionLength = 0;
     if (document.isReadingLayers || !document.report() || !file.readNumber(sectionLength)) return false;
     const std::int64_t sectionEnd = file.position() + sectionLength;
-    // A section too short for the length of its layer list has no layers; the bytes behind it are picture.
+    // A section too short for the length of its layer list has no layers; the bytes after it are picture.
     std::uint32_t listLength = 0;
     if (document.wantsLayers() && sectionLength >= 4 && !file.readNumber(listLength)) return false;
     if (listLength == 0) {

@@ -35,14 +35,14 @@ Problem modeProblem(std::uint32_t mode, std::uint32_t depth) {
                   " bits are not read");
 }
 
-// Reads the fields of a file one after the other. Those behind its end are 0.
+// Reads the fields of a file one after the other. Those beyond its end are 0.
 class Fields {
 public:
     Fields(const RefusedFile& file, std::int64_t at, bool isLarge)
         : file_(file), at_(at), isLarge_(isLarge) {}
 
     std::int64_t at() const { return at_; }
-    // Positions behind the end are all the same: lengths may lead anywhere.
+    // Positions beyond the end are all the same: lengths may lead anywhere.
     void seek(std::int64_t at) { at_ = std::min(at, file_.size()); }
     std::uint8_t u8() { return static_cast<std::uint8_t>(file_.byte(advance(1))); }
     std::uint16_t u16() { return static_cast<std::uint16_t>(file_.be16(advance(2))); }
@@ -83,7 +83,7 @@ private:
     bool isLarge_;
 };
 
-// Pixels per inch with 16 bits behind the point, and units to show them in.
+// Pixels per inch with 16 bits after the point, and units to show them in.
 void readResolution(Fields fields, Outline& outline) {
     outline.xResolution = fields.u32() / 65536.0;
     fields.u32();
@@ -139,7 +139,7 @@ bool nextBlock(const RefusedFile& file, Fields& fields, std::int64_t end, bool i
     return false;
 }
 
-// The list of layers, which documents of 16 and 32 bits keep in a block behind an empty list. Another block,
+// The list of layers, which documents of 16 and 32 bits keep in a block after an empty list. Another block,
 // which is empty, says that the merged picture has transparency.
 void readLayerSection(const RefusedFile& file, Extent section, Outline& outline) {
     Fields fields(file, section.start, outline.isLarge);
@@ -160,7 +160,7 @@ void readLayerSection(const RefusedFile& file, Extent section, Outline& outline)
     const bool isList = outline.layers.end - outline.layers.start >= 2;
     const int count = isList ? static_cast<std::int16_t>(file.be16(outline.layers.start)) : 0;
     outline.layerCount = std::abs(count);
-    // A negative number says that the first channel behind the colours is the transparency of the picture.
+    // A negative number says that the first channel after the colours is the transparency of the picture.
     outline.isMatted = saysTransparent || count < 0;
     outline.hasTransparency = outline.isMatted || count == 0;
 }

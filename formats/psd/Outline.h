@@ -81,7 +81,7 @@ struct Outline {
     bool hasMergedPicture = true;  // false when the document says that it has none
     Extent layers;                 // from the number of layers on
     int layerCount = 0;
-    bool hasTransparency = false;  // the first channel behind the colours is that of the merged picture
+    bool hasTransparency = false;  // the first channel after the colours is that of the merged picture
     bool isMatted = false;         // its colours are mixed with white where it is transparent
     std::int64_t picture = 0;      // where the merged picture begins
 

@@ -23,7 +23,7 @@ constexpr bool isZip(Packing packing) {
 // in it, or have one each.
 struct PlaneBlock {
     Packing packing = Packing::kRaw;
-    Extent data;  // behind the packing
+    Extent data;  // after the packing
     std::int64_t planes = 1;
     std::int64_t rows = 0;
     std::size_t rowBytes = 0;  // of an unpacked row

@@ -62,7 +62,7 @@ private:
     std::size_t windowBytes_ = 0;
     std::size_t next_ = 0;
     std::size_t filled_ = 0;
-    std::int64_t position_ = 0;  // of the byte behind the window
+    std::int64_t position_ = 0;  // of the byte after the window
     std::int64_t end_ = 0;
 };
 

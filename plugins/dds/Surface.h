@@ -15,7 +15,7 @@ namespace plugins::dds {
 struct Surface {
     Format format;
     bool isOpaque = false;    // the alpha channel is ignored
-    std::uint64_t start = 0;  // of the first picture in the file, behind the palette
+    std::uint64_t start = 0;  // of the first picture in the file, after the palette
 
     std::uint32_t width = 0;  // of the largest level
     std::uint32_t height = 0;

@@ -47,7 +47,7 @@ bool refuseDamaged(Job& job, const Stream& stream) {
                             : job.refuse(DIB_ERROR_INVALID, "the pixels are damaged");
 }
 
-// Lines that cannot be read stay 0. Chunks may lie in any order, so lines behind a cut one may be there.
+// Lines that cannot be read stay 0. Chunks may lie in any order, so lines after a cut one may be there.
 bool readLines(Job& job, const Part& part, Stream& stream, Picture& picture) {
     const std::unique_ptr<Lines> lines = openLines(stream, part);
     const auto rows = static_cast<std::size_t>(part.height);

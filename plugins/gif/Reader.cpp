@@ -47,7 +47,7 @@ public:
         }
         return type != TERMINATE_RECORD_TYPE && refuse();
     }
-    // Whether another picture follows; what is wrong behind the first one does not matter.
+    // Whether another picture follows; what is wrong after the first one does not matter.
     bool hasMore() {
         GifRecordType type = UNDEFINED_RECORD_TYPE;
         while (DGifGetRecordType(file_, &type) == GIF_OK && type == EXTENSION_RECORD_TYPE) {

@@ -156,7 +156,7 @@ bool decodeFirstFrame(Job& job, const WebPDemuxer* demuxer, Picture& picture) {
     return isRead;
 }
 
-// A copy of a chunk's bytes behind a mark that some writers put first; null when there is none.
+// A copy of a chunk's bytes after a mark that some writers put first; null when there is none.
 unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::string_view mark,
                          std::size_t& size) {
     WebPChunkIterator chunk;

@@ -204,7 +204,7 @@ public:
     }
 
 private:
-    // The number of a parameter; behind the last one for `progress`.
+    // The number of a parameter; after the last one for `progress`.
     std::size_t indexOf(py::handle key) const {
         for (std::size_t i = 0; i < names_.size(); ++i) {
             if (PyUnicode_CompareWithASCIIString(key.ptr(), names_[i].c_str()) == 0) return i;
