@@ -103,7 +103,7 @@ TEST(BmpHostile, LargeBackgroundsCostNoMemory) {
 }
 
 TEST(BmpHostile, RunsAreBoundedByTheFile) {
-    // A million line ends, and deltas that run far behind the last row.
+    // A million line ends, and deltas that run far beyond the last row.
     DibStream dib;
     EXPECT_TRUE(load(dib, BmpBytes{4, 2, 8, Bytes(2000000), greyEntries(2), kRunLength8, 2}.build()));
     Bytes deltas;

@@ -211,9 +211,9 @@ TEST(BmpRunLength, EveryItem) {
     EXPECT_EQ(decoded(8, 1, {0, 4, 1, 2, 3, 4, 2, 7}), (Bytes{1, 2, 3, 4, 7, 7, 0, 0})) << "even literals";
     EXPECT_EQ(decoded(4, 3, {1, 8, 0, 2, 1, 2, 1, 6}), (Bytes{8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 6, 0}))
         << "delta";
-    EXPECT_EQ(decoded(4, 1, {0, 1, 4, 9}), Bytes(4)) << "nothing behind the end of the bitmap";
-    EXPECT_EQ(decoded(4, 1, {0, 0, 4, 9}), Bytes(4)) << "nothing behind the last row";
-    EXPECT_EQ(decoded(4, 2, {0, 2, 0, 2, 4, 9}), Bytes(8)) << "a delta behind the last row";
+    EXPECT_EQ(decoded(4, 1, {0, 1, 4, 9}), Bytes(4)) << "nothing after the end of the bitmap";
+    EXPECT_EQ(decoded(4, 1, {0, 0, 4, 9}), Bytes(4)) << "nothing after the last row";
+    EXPECT_EQ(decoded(4, 2, {0, 2, 0, 2, 4, 9}), Bytes(8)) << "a delta beyond the last row";
     EXPECT_EQ(decoded(4, 2, {1, 9}), (Bytes{9, 0, 0, 0, 0, 0, 0, 0})) << "no end of bitmap";
     EXPECT_EQ(decoded(4, 2, {}), Bytes(8)) << "no code at all";
 }

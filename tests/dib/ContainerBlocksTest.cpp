@@ -147,7 +147,7 @@ TEST(ContainerBlocks, LongHeadersAreUsedAsTheyAreAndCopiedShort) {
     }
     dib.SetMonoPalette();
     EXPECT_EQ(dib.Header, block.header());
-    EXPECT_EQ(block.bytes[123], 123) << "the table starts behind the long header";
+    EXPECT_EQ(block.bytes[123], 123) << "the table starts after the long header";
     expectGrey(dib, 256, 1);
 }
 
@@ -218,7 +218,7 @@ TEST(ContainerBlocks, CopyTakesHeadersAtAnyAddress) {
     }
 }
 
-// Such numbers come from damaged blocks. The table is then taken from behind the 40 bytes that every block
+// Such numbers come from damaged blocks. The table is then taken from after the 40 bytes that every block
 // has, and nothing beyond it is touched: the blocks here end with their tables.
 TEST(ContainerBlocks, HeaderSizesBelow40CountAs40) {
     for (const std::uint32_t size : {0U, 12U, 39U}) {

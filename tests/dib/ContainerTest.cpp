@@ -35,7 +35,7 @@ TEST(Container, FieldsStandInTheirOrder) {
     const auto at = [&](const void* field) {
         return static_cast<const char*>(field) - reinterpret_cast<const char*>(&dib);
     };
-    EXPECT_EQ(at(&dib.RefCount), 8) << "behind the pointer to the virtual destructor";
+    EXPECT_EQ(at(&dib.RefCount), 8) << "after the pointer to the virtual destructor";
     EXPECT_EQ(at(&dib.Header), 16);
     EXPECT_EQ(at(&dib.Buffer), 24);
     EXPECT_EQ(at(&dib.HeaderOwner), 32);

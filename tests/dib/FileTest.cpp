@@ -31,7 +31,7 @@ TEST(BytesLeft, CountFromThePositionToTheEnd) {
     EXPECT_EQ(dib::bytesLeft(file.get()), 5U);
     EXPECT_EQ(std::fgetc(file.get()), 'b');
     ASSERT_EQ(std::fseek(file.get(), 9, SEEK_SET), 0);
-    EXPECT_EQ(dib::bytesLeft(file.get()), std::nullopt) << "behind the end";
+    EXPECT_EQ(dib::bytesLeft(file.get()), std::nullopt) << "beyond the end";
 }
 
 TEST(BytesLeft, MemoryStreamsHaveAnEndAndPipesHaveNone) {
@@ -127,7 +127,7 @@ TEST(WriteRows, ShortWritesAreErrors) {
     EXPECT_FALSE(writeTurned(full.get()));
 }
 
-// "abcdefghij" in every kind of stream; reads three rows of two bytes behind the first, the last row first.
+// "abcdefghij" in every kind of stream; reads three rows of two bytes after the first, the last row first.
 void expectTurnedRows(std::FILE* file) {
     Bytes block(8, 9);
     EXPECT_EQ(std::fgetc(file), 'a');

@@ -15,7 +15,7 @@ struct BmpParts {
     unsigned bits = 24;
     unsigned compression = 0;
     unsigned colors = 0;
-    Bytes masks = {};  // inside the header where it is long enough, else behind it
+    Bytes masks = {};  // inside the header where it is long enough, else after it
     Bytes table = {};
     Bytes pixels = {};
     unsigned pixelsPerMeter = 0;

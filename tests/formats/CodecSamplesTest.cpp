@@ -128,7 +128,7 @@ TEST(CodecSamples, Pnm) {
                 EXPECT_FALSE(result.loaded);
                 EXPECT_EQ(result.image.ErrorCode, 7);
             }
-            // A comment behind the size counts as the line of the largest sample.
+            // A comment after the size counts as the line of the largest sample.
             if (!known || !result.expected || contains(result.name, "comment-after-magic")) return;
             EXPECT_TRUE(result.loaded);
             EXPECT_TRUE(samePicture(pictureOf(result.image), *result.expected));

@@ -164,7 +164,7 @@ inline int failEverySave(testing_support::Size size, int bitCount,
         });
 }
 
-// A stream without end: the same bytes again and again behind a good beginning.
+// A stream without end: the same bytes again and again after a good beginning.
 struct EndlessStream {
     std::string start;
     std::string repeated;

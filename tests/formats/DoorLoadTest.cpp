@@ -215,7 +215,7 @@ TEST(DoorLoad, OptionsOutOfTheirRangeAreRefused) {
     expectRefused({.level = -1}, "DibLoadOptions::level is -1, but must be 0 or more");
 }
 
-// A stream that fails behind its bytes.
+// A stream that fails after its bytes.
 struct Failing {
     Bytes bytes;
     std::size_t at = 0;

@@ -47,7 +47,7 @@ struct Theirs {
 };
 // Left out is what a program does not hand over as it is: one turns TGA pictures upside down both ways, one
 // takes noise apart into colours of other resolution (which greys do not have) and reads the words of TIM
-// otherwise, and colours of an odd count shift the chunk behind them, which is not read then.
+// otherwise, and colours of an odd count shift the chunk after them, which is not read then.
 const Theirs kTheirs[] = {
     {"ppmtotga -rgb -norle IN >OUT", Source::kColors, LoadTGA, 24, 0},
     {"ppmtotga -rgb IN >OUT", Source::kColors, LoadTGA, 24, 0},

@@ -67,7 +67,7 @@ TEST(IlbmLoad, PixelsOfOnePlaneAreTurnedByOnePlace) {
     const Loaded last = load(LoadIFF, picture({16, 1, 1}, {0x01, 0x81}));
     EXPECT_EQ(last.image->ScanLine(0)[0], 0x80);
     EXPECT_EQ(last.image->ScanLine(0)[1], 0xC0);
-    // Bits behind the last pixel are no pixels.
+    // Bits after the last pixel are no pixels.
     const Loaded narrow = load(LoadIFF, picture({3, 1, 1}, {0xFF, 0xFF}));
     EXPECT_EQ(narrow.image->ScanLine(0)[0], 0x70);
     EXPECT_EQ(narrow.image->ScanLine(0)[1], 0);
@@ -206,7 +206,7 @@ TEST(IlbmLoad, ColorsWithoutAPictureAreThoseOfTheOneThatIsThere) {
 }
 
 TEST(IlbmLoad, ChunksOfOddLengthAreNotRoundedUp) {
-    // With a fill byte behind three colours the next chunk is read one byte early, and BODY is not found.
+    // With a fill byte after three colours the next chunk is read one byte early, and BODY is not found.
     ByteWriter padded;
     padded.raw(chunk("CMAP", Bytes(9, 1))).u8(0);
     EXPECT_FALSE(load(LoadIFF, form({bmhd({1, 1, 8}), padded.bytes, chunk("BODY", Bytes(16))})).result);
@@ -218,7 +218,7 @@ TEST(IlbmLoad, TopLevelChunks) {
     const Bytes good = picture({1, 1, 8}, Bytes(16));
     const auto joined = [](const Bytes& a, const Bytes& b) { return ByteWriter().raw(a).raw(b).bytes; };
     // Other chunks are skipped; the length of the FORM is compared with the position in the file, so a chunk
-    // in front of it cuts its end off unless bytes behind the picture make up for it.
+    // in front of it cuts its end off unless bytes after the picture make up for it.
     EXPECT_FALSE(load(LoadIFF, joined(chunk("JUNK", Bytes(100)), good)).result);
     const Bytes roomy = form({bmhd({1, 1, 8}), chunk("BODY", Bytes(16)), chunk("JUNK", Bytes(100))});
     EXPECT_TRUE(load(LoadIFF, joined(chunk("JUNK", Bytes(20)), roomy)).result);
@@ -226,7 +226,7 @@ TEST(IlbmLoad, TopLevelChunks) {
     EXPECT_FALSE(load(LoadIFF, joined(chunk("FORM", bytesOf("8SVX")), good)).result);
     EXPECT_TRUE(load(LoadIFF, joined(good, chunk("FORM", bytesOf("8SVX")))).result);
     EXPECT_TRUE(load(LoadIFF, joined(good, chunk("FORM", bytesOf("IL")))).result);
-    // A picture that is broken behind a good one.
+    // A picture that is broken after a good one.
     const Bytes broken = form({bmhd({1, 100, 8}), chunk("BODY", Bytes(3)), chunk("JUNK", Bytes(200))});
     const Loaded second = load(LoadIFF, joined(good, broken));
     EXPECT_FALSE(second.result);

@@ -226,7 +226,7 @@ constexpr Announcement kAnnouncements[] = {
     {"BMP 8 in runs", loadBmp, bmp<8, 1>},
 };
 
-// Sizes with fill bytes behind the rows, from one that is small to the largest there are.
+// Sizes with fill bytes after the rows, from one that is small to the largest there are.
 constexpr std::size_t kMostGrowth = testing_support::kMeasuresMemory ? 1U << 20 : SIZE_MAX;
 constexpr testing_support::Size kAnnounced[] = {{401, 401},    {1001, 1000},   {2001, 5000},  {5001, 4400},
                                                 {9999, 16000}, {26753, 26754}, {32767, 21843}};

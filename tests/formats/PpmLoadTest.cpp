@@ -167,7 +167,7 @@ TEST(PpmLoad, CancelledLoadsOfShortFilesKeepTheRowsBefore) {
 unsigned char sampleByte(std::size_t i) { return static_cast<unsigned char>(i * 7 + i / 251); }
 
 TEST(PpmLoad, LongPicturesKeepEveryRowAtEveryKernelLevel) {
-    // One row, even and odd numbers of rows, several blocks; widths with and without fill behind the row.
+    // One row, even and odd numbers of rows, several blocks; widths with and without fill after the row.
     const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {4, 3}, {17, 5}, {64, 48}, {1000, 901}, {1003, 900}};
     for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);
@@ -200,7 +200,7 @@ TEST(PpmLoad, LongPicturesKeepEveryRowAtEveryKernelLevel) {
 TEST(PpmLoad, LongPicturesAreReportedUpToTheRowThatIsCut) {
     for (const int width : {1000, 1003}) {
         Bytes file = bytesOf("P5\n" + std::to_string(width) + " 900\n255\n");
-        const std::size_t rows = 637;  // in a block behind the first
+        const std::size_t rows = 637;  // in a block after the first
         for (std::size_t i = 0; i < rows * static_cast<std::size_t>(width) + 7; ++i)
             file.push_back(sampleByte(i));
         ProgressLog log;

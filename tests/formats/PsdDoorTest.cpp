@@ -226,7 +226,7 @@ TEST(PsdDoor, EveryTruncationHasAReason) {
 
 TEST(PsdDoor, PackedRowsMayBeFilled) {
     PsdDocument document = plain(1, {9});
-    // Rows of two bytes, a run of 5, become rows of three with a no-operation behind them.
+    // Rows of two bytes, a run of 5, become rows of three with a no-operation after them.
     Bytes data = {0, 1};
     for (int y = 0; y < kHeight; ++y) data.insert(data.end(), {0, 3});
     for (int y = 0; y < kHeight; ++y) data.insert(data.end(), {0xFC, 9, 0x80});

@@ -172,7 +172,7 @@ TEST(PsdHostile, LayerCountsBeyondTheFile) {
         EXPECT_EQ(load.loader.GetLayerNum(), 0);
         EXPECT_LT(testing_support::largestAllocation(), 10000U);
     }
-    // -32768 has no positive counterpart of 16 bits: the bit behind the alpha line shows for once.
+    // -32768 has no positive counterpart of 16 bits: the bit that the alpha line reports shows for once.
     document.layerSection = ByteWriter().be32(2).be16(0x8000).bytes;
     EXPECT_EQ(afterHeader(Load(document.bytes(), true).log), "NumLayer: 32768\nHasAlpha: 1\n");
 }

@@ -49,7 +49,7 @@ TEST(PsdImageData, LongRawPlanesEqualTheReference) {
         grey.height = 800;
         const Load load(grey.bytes());
         ASSERT_TRUE(load.result);
-        // The bytes behind each row, too.
+        // The bytes after each row, too.
         EXPECT_EQ(testing_support::pixelBytes(*load.image),
                   testing_support::pixelBytes(*expectedMerged(grey)));
     }

@@ -72,7 +72,7 @@ TEST(PsdMatte, BlackDarkensWithoutWhite) {
     });
 }
 
-// Rows of every length: what vectors leave is done like the rest, and nothing behind the row is touched.
+// Rows of every length: what vectors leave is done like the rest, and nothing after the row is touched.
 TEST(PsdMatte, RowsOfEveryLength) {
     const Bytes mixed(80, 205);
     const Bytes alpha(80, 100);

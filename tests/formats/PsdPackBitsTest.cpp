@@ -74,7 +74,7 @@ TEST(PsdPackBits, RowsOfTheWrongPackedLength) {
     EXPECT_EQ(logOfRow(3, 5, {2, 5, 6, 7}, false), "invalid posotion 4/5\n");
     EXPECT_EQ(logOfRow(3, 3, {2, 5, 6, 7}, false), "invalid posotion 4/3\n");
     EXPECT_EQ(logOfRow(3, 65535, {0xFE, 7}, false), "invalid posotion 2/65535\n");
-    // A no-operation behind the last byte belongs to the next row.
+    // A no-operation after the last byte belongs to the next row.
     EXPECT_EQ(logOfRow(3, 5, {2, 5, 6, 7, 0x80}, false), "invalid posotion 4/5\n");
 }
 

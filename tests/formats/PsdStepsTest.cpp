@@ -232,7 +232,7 @@ ByteWriter recordStart(unsigned channels) {
 }
 
 TEST(PsdSteps, MaskAndRangeLengthsPlaceWhatFollows) {
-    // A mask of 4 bytes: its other fields are read from what comes behind, which is then read again.
+    // A mask of 4 bytes: its other fields are read from what follows, which is then read again.
     ByteWriter shortMask = recordStart(0);
     shortMask.be32(16).be32(4).be32(0xFFFFFFFE).be32(0).u8(2).text("ab").u8(0);
     Load load(layerFile(shortMask.bytes), true);
@@ -316,7 +316,7 @@ TEST(PsdSteps, MaskRectanglesWhoseDifferenceIsNoInt) {
         ByteWriter edges;
         for (const int edge : {mask.top, mask.left, mask.bottom, mask.right})
             edges.be32(static_cast<unsigned>(edge));
-        // 18 bytes behind the record's rectangle, two channels, signatures, flags and two lengths.
+        // 18 bytes after the record's rectangle, two channels, signatures, flags and two lengths.
         const std::size_t at = 26 + 4 + 4 + 4 + 4 + 2 + 16 + 2 + 2 * 6 + 8 + 4 + 4 + 4;
         std::copy(edges.bytes.begin(), edges.bytes.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
         Load load(bytes, true, true);

@@ -76,7 +76,7 @@ inline PsdDocument document(int mode, int depth, int channels, int width, int he
     return made;
 }
 
-// The lines of a log behind the five of the header.
+// The lines of a log after the five of the header.
 inline std::string afterHeader(const std::string& log) {
     std::size_t at = 0;
     for (int line = 0; line < 5; ++line) at = log.find('\n', at) + 1;

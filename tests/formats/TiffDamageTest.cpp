@@ -15,7 +15,7 @@ using testing_support::randomImage;
 // A code below 128 is followed by as many bytes and one, others by a byte that is repeated 257 - code times.
 constexpr unsigned kPackBits = 32773;
 
-// Most programs write the directory last, where a cut loses it. This moves the pixels behind it.
+// Most programs write the directory last, where a cut loses it. This moves the pixels after it.
 Bytes withPixelsLast(Bytes file) {
     const std::size_t directory = dib::readLe32(&file[4]);
     const std::size_t entries = dib::readLe16(&file[directory]);

@@ -361,7 +361,7 @@ TEST(TiffFile, CutFilesFail) {
                 EXPECT_EQ(loaded.image->Buffer, nullptr);
             }
         });
-        // Pixels that lie behind the end of the file.
+        // Pixels that lie beyond the end of the file.
         TiffBuilder behind = file;
         behind.set(file.fields.count(322) != 0 ? 324 : 273, TiffBuilder::Values(file.pieces.size(), 1000000));
         EXPECT_FALSE(loadBytes(behind.bytes()).result);

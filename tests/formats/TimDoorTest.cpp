@@ -139,7 +139,7 @@ TEST(TimDoor, SavesFourEightSixteenAnd24BitsAsTheyAre) {
 TEST(TimDoor, SavedBytes) {
     const DibPtr image = testing_support::blankImage(3, 1, 4);
     for (int x = 0; x < 3; ++x) testing_support::setPixelValue(*image, x, 0, static_cast<unsigned>(x + 1));
-    // What lies behind the last pixel of a row is no pixel of the file.
+    // What follows the last pixel of a row does not become a pixel of the file.
     image->Buffer[1] |= 0x0F;
     image->Buffer[2] = image->Buffer[3] = 0xEE;
     const Bytes bytes = saved(*image, "tim");
@@ -216,7 +216,7 @@ Bytes savedWith(const DibStream& image, const DibMetadata& metadata, DibFileResu
     return {bytes.data, bytes.data + bytes.size};
 }
 
-// 4 words of 16 bits, of which the second and the last have the special bit, and four bytes behind them.
+// 4 words of 16 bits, of which the second and the last have the special bit, and four bytes after them.
 Bytes specialWords() {
     ByteWriter out = timStart(0xABCD0002);
     block(out, 4, 1);

@@ -114,7 +114,7 @@ inline DibPtr blueColumn(const std::vector<int>& blues) {
 }
 
 // An image around foreign blocks with a short colour table: the pixels of `like`, `entries` table entries.
-// The block ends right behind them, so that a sanitizer sees every access beyond.
+// The block ends right after them, so that a sanitizer sees every access beyond.
 struct Borrowed {
     dib::MallocPtr<unsigned char> header;
     DibStream dib;

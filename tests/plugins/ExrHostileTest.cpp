@@ -193,7 +193,7 @@ TEST(ExrHostileTest, AttributesLongerThanTheFileAreRefusedBeforeMemoryIsAsked) {
 }
 
 // OpenEXR's classes take as many bytes as the type has and would find the next attribute in the midst of a
-// value: behind these there is one that is said to be of 1.6 GB.
+// value: after these there is one that claims 1.6 GB.
 TEST(ExrHostileTest, ValuesOfAnotherLengthThanTheirTypeAreRefusedBeforeMemoryIsAsked) {
     struct Case {
         const char* type;

@@ -19,7 +19,7 @@ struct Image {
     std::vector<unsigned char> table;  // 4-byte entries
 
     Image() = default;
-    // Zero pixels, the table of another image as far as the depth addresses it, black behind that.
+    // Zero pixels, the table of another image as far as the depth addresses it, black beyond that.
     Image(int width, int height, const Image& like);
     explicit Image(const DibStream& dib);
 
