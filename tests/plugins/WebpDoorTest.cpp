@@ -161,7 +161,7 @@ TEST(WebpDoor, ProgressMovesInSmallSteps) {
     constexpr int kHeight = 1200;
     Bytes pictures[] = {noiseOf(std::size_t{kWidth} * kHeight * 4), Bytes(std::size_t{kWidth} * kHeight * 4)};
     for (std::size_t i = 0; i < pictures[1].size(); ++i)
-        pictures[1][i] = i % 4 == 3 ? 255 : static_cast<unsigned char>(i / 4 % kWidth + pictures[0][i] / 32);
+        pictures[1][i] = static_cast<unsigned char>(i % 4 == 3 ? 255 : i / 4 % kWidth + pictures[0][i] / 32);
     for (const Bytes& pixels : pictures) {
         Encoded lossy;
         lossy.size = WebPEncodeBGRA(pixels.data(), kWidth, kHeight, kWidth * 4, 75, &lossy.data);
