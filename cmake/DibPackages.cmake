@@ -82,4 +82,12 @@ if(TARGET plugin_gif)
         DEPENDS runtime)
 endif()
 
+if(TARGET dibstream_python)
+    dib_package(python python3-dibstream python "pictures, their files and effects for Python"
+        "Opens and saves pictures in many formats, applies effects to them and\nshows their pixels as NumPy arrays, by the DibStream library."
+        DEPENDS runtime)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS ${DIB_PYTHON_PACKAGES})
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-numpy)
+endif()
+
 include(CPack)

@@ -22,6 +22,7 @@ echo "$names"
 expected="dibstream-plugins dibstream-tools libdibstream-dev libdibstream0 "
 grep -q '^GIF_LIBRARY[A-Z_]*:FILEPATH=/' "$work/build/CMakeCache.txt" && expected+="dibstream-plugin-gif "
 grep -q '^WEBP_FOUND:INTERNAL=1' "$work/build/CMakeCache.txt" && expected+="dibstream-plugin-webp "
+grep -q '^pybind11_DIR:PATH=/' "$work/build/CMakeCache.txt" && expected+="python3-dibstream "
 [ "$(tr ' ' '\n' <<<"$names" | sort)" = "$(tr ' ' '\n' <<<"$expected" | sort)" ]
 field() { dpkg-deb -f "$work/packages/$1"_*.deb "$2"; }
 version="$(field libdibstream0 Version)"
@@ -62,6 +63,21 @@ if grep -q '^OpenEXR_DIR:PATH=/' "$work/build/CMakeCache.txt"; then
 fi
 
 export LD_LIBRARY_PATH="$library"
+if [ -d "$root/usr/lib/python3" ]; then
+    module=("$root"/usr/lib/python3/dist-packages/dibstream/_core.*.so)
+    hardening-check --nocfprotection "${module[0]}"
+    if readelf -d "${module[0]}" | grep -E 'RPATH|RUNPATH'; then exit 1; fi
+    depends="$(field python3-dibstream Depends)"
+    grep -F "libdibstream0 (= $version), " <<<"$depends" >/dev/null
+    grep -E 'python3 \(>= 3\.[0-9]+\), python3 \(<< 3\.[0-9]+\), libc6 \(>= ' <<<"$depends" >/dev/null
+    PYTHONPATH="$root/usr/lib/python3/dist-packages" PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 - "$version" <<'END'
+import sys
+import dibstream
+assert dibstream.__version__ == sys.argv[1]
+assert dibstream.new(4, 4).rotate(90).encode("png")
+assert dibstream.plugin_folder().startswith("/usr/lib/") and dibstream.plugin_folder().endswith("/dibstream/plugins")
+END
+fi
 dib() { "$root/usr/bin/dib" "$@"; }
 [ "$(dib --version)" = "dib $version" ]
 gzip -dc "$root/usr/share/man/man1/dib.1.gz" | cmp - <(dib man)
