@@ -52,18 +52,18 @@ def openimageio_write(kind, picture, path, depth="uint8", tile=0, **attributes):
     import OpenImageIO
     import numpy
     count = len(CHANNELS.get(kind, "RGB"))
-    spec = OpenImageIO.ImageSpec(WIDTH, HEIGHT, count, depth)
+    layout = OpenImageIO.ImageSpec(WIDTH, HEIGHT, count, depth)
     if count in (2, 4):
-        spec.alpha_channel = count - 1
-        spec.attribute("oiio:UnassociatedAlpha", 1)
+        layout.alpha_channel = count - 1
+        layout.attribute("oiio:UnassociatedAlpha", 1)
     if tile:
-        spec.tile_width = spec.tile_height = tile
+        layout.tile_width = layout.tile_height = tile
     for name, value in attributes.items():
         if value is not None:
-            spec.attribute(name.replace("_", ":", 1), value)
+            layout.attribute(name.replace("_", ":", 1), value)
     out = OpenImageIO.ImageOutput.create(str(path))
     pixels = numpy.frombuffer(samples_of(kind, picture), numpy.uint8).reshape(HEIGHT, WIDTH, count)
-    if out is None or not out.open(str(path), spec) or not out.write_image(pixels) or not out.close():
+    if out is None or not out.open(str(path), layout) or not out.write_image(pixels) or not out.close():
         raise ValueError(OpenImageIO.geterror() or "write_image")
 
 
