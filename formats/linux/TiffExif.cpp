@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "formats/Exif.h"
+#include "formats/linux/TiffNumbers.h"
 
 namespace formats {
 
@@ -48,37 +49,29 @@ std::uint64_t bytesOf(const Entry& entry) {
 // A file or block with directories.
 class Directories {
 public:
-    Directories(ByteReader& file, bool isLittle) : file_(file), isLittle_(isLittle) {}
+    Directories(ByteReader& file, bool isLittle) : file_(file), numbers_(isLittle) {}
 
-    std::uint32_t number(const unsigned char* p, std::size_t bytes) const {
-        std::uint32_t value = 0;
-        for (std::size_t i = 0; i < bytes; ++i) value = value << 8 | p[isLittle_ ? bytes - 1 - i : i];
-        return value;
-    }
-    void store(unsigned char* p, std::uint32_t value, std::size_t bytes) const {
-        for (std::size_t i = 0; i < bytes; ++i)
-            p[isLittle_ ? i : bytes - 1 - i] = static_cast<unsigned char>(value >> 8 * i);
-    }
+    const TiffNumbers& numbers() const { return numbers_; }
     // Empty where there is none.
     std::vector<Entry> entriesAt(std::uint64_t at) const {
         constexpr std::uint32_t kMostEntries = 512;
         unsigned char start[2];
         if (!file_.seek(static_cast<std::int64_t>(at)) || !file_.read(start, sizeof start)) return {};
-        const std::uint32_t count = number(start, 2);
+        const std::uint32_t count = numbers_.read16(start);
         if (count > kMostEntries) return {};
         std::vector<Entry> entries;
         for (std::uint32_t i = 0; i < count; ++i) {
             Entry entry;
             unsigned char* bytes = entry.bytes.data();
             if (!file_.read(bytes, kEntryBytes)) return {};
-            entry.tag = number(bytes, 2);
-            entry.type = number(bytes + 2, 2);
-            entry.count = number(bytes + 4, 4);
+            entry.tag = numbers_.read16(bytes);
+            entry.type = numbers_.read16(bytes + 2);
+            entry.count = numbers_.read32(bytes + 4);
             entries.push_back(entry);
         }
         return entries;
     }
-    std::uint32_t valueOf(const Entry& entry) const { return number(entry.bytes.data() + 8, 4); }
+    std::uint32_t valueOf(const Entry& entry) const { return numbers_.read32(entry.bytes.data() + 8); }
     std::uint32_t valueOf(const std::vector<Entry>& entries, std::uint32_t tag) const {
         for (const Entry& entry : entries) {
             if (entry.tag == tag) return valueOf(entry);
@@ -92,13 +85,13 @@ public:
 
 private:
     ByteReader& file_;
-    bool isLittle_;
+    TiffNumbers numbers_;
 };
 
 // Copies directories with what they point to into a new block.
 class Copier {
 public:
-    explicit Copier(const Directories& from) : from_(from) {}
+    explicit Copier(const Directories& from) : from_(from), numbers_(from.numbers()) {}
 
     // Returns where the directory is in the block, 0 when it has no entries.
     std::uint32_t copy(std::vector<Entry> entries, int depth) {
@@ -107,13 +100,13 @@ public:
         makeEven();
         const std::size_t at = block_.size();
         block_.resize(at + 2 + entries.size() * kEntryBytes + 4);
-        from_.store(&block_[at], static_cast<std::uint32_t>(entries.size()), 2);
+        numbers_.write(&block_[at], entries.size(), 2);
         for (std::size_t i = 0; i < entries.size(); ++i) {
             Entry& entry = entries[i];
             const std::uint32_t place = placeOf(entry, depth);
             constexpr std::uint32_t kNumber = 4;
-            if (isDirectory(entry, depth)) from_.store(entry.bytes.data() + 2, kNumber, 2);
-            if (place != 0 || isDirectory(entry, depth)) from_.store(entry.bytes.data() + 8, place, 4);
+            if (isDirectory(entry, depth)) numbers_.write(entry.bytes.data() + 2, kNumber, 2);
+            if (place != 0 || isDirectory(entry, depth)) numbers_.write(entry.bytes.data() + 8, place, 4);
             std::copy_n(entry.bytes.data(), kEntryBytes, &block_[at + 2 + i * kEntryBytes]);
         }
         return static_cast<std::uint32_t>(at);
@@ -121,7 +114,7 @@ public:
     // The block, whose first directory was copied before all others.
     const std::vector<unsigned char>& finish(const unsigned char* header) {
         std::copy_n(header, 4, block_.begin());
-        from_.store(&block_[4], kHeaderBytes, 4);
+        numbers_.write(&block_[4], kHeaderBytes, 4);
         return block_;
     }
 
@@ -150,6 +143,7 @@ private:
     void makeEven() { block_.resize(block_.size() + block_.size() % 2); }
 
     const Directories& from_;
+    const TiffNumbers& numbers_;
     std::vector<unsigned char> block_ = std::vector<unsigned char>(kHeaderBytes);
 };
 
@@ -179,12 +173,12 @@ void readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block) {
     const bool isLittle = header[0] == 'I';
     const Directories from(file, isLittle);
     constexpr std::uint32_t kUsualVersion = 42;  // files with offsets of 64 bits have another layout
-    if (from.number(header + 2, 2) != kUsualVersion) return;
+    if (from.numbers().read16(header + 2) != kUsualVersion) return;
     const std::uint64_t directory = TIFFCurrentDirOffset(tiff);
     if (const std::size_t length = lengthOfOwnBlock(from, directory, TIFFGetStrileOffset(tiff, 0))) {
         std::vector<unsigned char> own(length);
         if (!from.read(0, own.data(), length)) return;
-        from.store(&own[4], kHeaderBytes, 4);
+        from.numbers().write(&own[4], kHeaderBytes, 4);
         return copyOrThrow(own, block);
     }
     std::vector<Entry> entries = from.entriesAt(directory);
@@ -204,7 +198,7 @@ bool isTiffExif(const DibBytes& block) {
         return false;
     ByteReader reader(block.data, block.size);
     const Directories from(reader, block.data[0] == 'I');
-    return !from.entriesAt(from.number(block.data + 4, 4)).empty();
+    return !from.entriesAt(from.numbers().read32(block.data + 4)).empty();
 }
 
 bool exifForTiff(const DibMetadata& metadata, DibBytes& block) {
@@ -212,7 +206,7 @@ bool exifForTiff(const DibMetadata& metadata, DibBytes& block) {
     if (!exifForFile(metadata, block)) return false;
     ByteReader reader(block.data, block.size);
     const Directories from(reader, block.data[0] == 'I');
-    const std::uint32_t at = from.number(block.data + 4, 4);
+    const std::uint32_t at = from.numbers().read32(block.data + 4);
     if (at == kHeaderBytes) return true;
     Copier copier(from);
     copier.copy(from.entriesAt(at), 0);

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "formats/linux/TiffNumbers.h"
+
 namespace formats {
 
 namespace {
@@ -94,18 +96,13 @@ TiffPtr writeTiff(TiffTarget& target, const char* mode) {
 int countTiffPages(ByteReader& file) {
     unsigned char start[16] = {};
     if (!file.seek(0) || file.copy(start, sizeof start) < 8) return 1;
-    const bool isLittle = start[0] == 'I';
-    const auto number = [isLittle](const unsigned char* p, std::size_t bytes) {
-        std::uint64_t value = 0;
-        for (std::size_t i = 0; i < bytes; ++i) value = value << 8 | p[isLittle ? bytes - 1 - i : i];
-        return value;
-    };
-    const bool isBig = number(start + 2, 2) == 43;
+    const TiffNumbers numbers(start[0] == 'I');
+    const bool isBig = numbers.read16(start + 2) == 43;
     const std::size_t offsetBytes = isBig ? 8 : 4;
     const std::size_t countBytes = isBig ? 8 : 2;
     const std::uint64_t entryBytes = isBig ? 20 : 12;
     constexpr int kMostPages = 65536;
-    std::uint64_t at = number(start + offsetBytes, offsetBytes);
+    std::uint64_t at = numbers.read(start + offsetBytes, offsetBytes);
     int pages = 0;
     // A chain that leads back ends where it passes the place that was remembered last.
     std::uint64_t remembered = 0;
@@ -113,11 +110,11 @@ int countTiffPages(ByteReader& file) {
     while (pages < kMostPages && at != 0 && at != remembered && at <= INT64_MAX) {
         if ((pages & (pages - 1)) == 0) remembered = at;
         if (!file.seek(static_cast<std::int64_t>(at)) || !file.read(bytes, countBytes)) break;
-        const std::uint64_t entries = number(bytes, countBytes);
+        const std::uint64_t entries = numbers.read(bytes, countBytes);
         if (entries == 0 || entries > 65535) break;
         if (!file.skip(entries * entryBytes) || !file.read(bytes, offsetBytes)) break;
         ++pages;
-        at = number(bytes, offsetBytes);
+        at = numbers.read(bytes, offsetBytes);
     }
     return pages > 0 ? pages : 1;
 }

@@ -2,40 +2,22 @@
 
 #include <tiffio.h>
 
-#include "dib/Bytes.h"
+#include "formats/linux/TiffNumbers.h"
 
 namespace formats {
 
 namespace {
 
-// Numbers of a file in its order of bytes.
-class Numbers {
-public:
-    explicit Numbers(bool isLittle) : isLittle_(isLittle) {}
-    std::uint32_t read16(const unsigned char* p) const {
-        return isLittle_ ? dib::readLe16(p) : dib::readBe16(p);
-    }
-    std::uint32_t read32(const unsigned char* p) const {
-        return isLittle_ ? dib::readLe32(p) : dib::readBe32(p);
-    }
-    void write32(unsigned char* p, std::uint32_t value) const {
-        isLittle_ ? dib::writeLe32(p, value) : dib::writeBe32(p, value);
-    }
-
-private:
-    bool isLittle_;
-};
-
 // Values that are too long for their entries follow the directory, at places that count from the start of
 // the file. They move with it.
-void move(unsigned char* directory, const Numbers& numbers, std::uint32_t from, std::uint32_t to) {
+void move(unsigned char* directory, const TiffNumbers& numbers, std::uint32_t from, std::uint32_t to) {
     constexpr std::size_t kEntryBytes = 12;
     unsigned char* entry = directory + 2;
     for (std::uint32_t left = numbers.read16(directory); left > 0; --left, entry += kEntryBytes) {
         const auto type = static_cast<TIFFDataType>(numbers.read16(entry + 2));
         const std::uint64_t bytes =
             std::uint64_t{static_cast<unsigned>(TIFFDataWidth(type))} * numbers.read32(entry + 4);
-        if (bytes > 4) numbers.write32(entry + 8, numbers.read32(entry + 8) - from + to);
+        if (bytes > 4) numbers.write(entry + 8, numbers.read32(entry + 8) - from + to, 4);
     }
 }
 
@@ -59,14 +41,14 @@ void TiffTarget::beginDirectory() {
 bool TiffTarget::endDirectory(bool isLittle) {
     if (!directoryWriter_.isWhole() || directory_.size == 0) return false;
     const std::int64_t place = directory_.size <= roomBytes_ ? room_ : end_;
-    const Numbers numbers(isLittle);
+    const TiffNumbers numbers(isLittle);
     const auto offset = static_cast<std::uint32_t>(place);
     move(directory_.data, numbers, static_cast<std::uint32_t>(end_), offset);
     file_.seek(place);
     file_.bytes(directory_.data, directory_.size);
     constexpr std::int64_t kPlaceInHeader = 4;
     unsigned char bytes[4];
-    numbers.write32(bytes, offset);
+    numbers.write(bytes, offset, sizeof bytes);
     file_.seek(kPlaceInHeader);
     file_.bytes(bytes, sizeof bytes);
     return true;
