@@ -9,6 +9,7 @@
 
 #include "python/src/Failure.h"
 #include "python/src/Image.h"
+#include "python/src/Places.h"
 #include "python/src/Watch.h"
 
 namespace python {
@@ -69,13 +70,13 @@ public:
         : parameter_(parameter), pictures_(pictures) {}
 
     std::string of(py::handle value) const {
-        if (PyUnicode_Check(value.ptr()) != 0) return ofPath() ? pathText(value) : value.cast<std::string>();
+        if (PyUnicode_Check(value.ptr()) != 0) return ofPath() ? encoded(value) : value.cast<std::string>();
         if (PyBool_Check(value.ptr()) == 0) {
             if (PyLong_Check(value.ptr()) != 0) return wholeText(value);
             if (PyFloat_Check(value.ptr()) != 0) return numberText(PyFloat_AS_DOUBLE(value.ptr()));
             if (ofPath())
                 return py::isinstance<Image>(value) ? pictures_.add(value.cast<const Image&>())
-                                                    : pathText(value);
+                                                    : encoded(value);
             if (PySequence_Check(value.ptr()) != 0)
                 return sequenceText(py::reinterpret_borrow<py::sequence>(value));
             if (PyIndex_Check(value.ptr()) != 0)
@@ -97,9 +98,6 @@ private:
         int isTooLarge = 0;
         const long long number = PyLong_AsLongLongAndOverflow(value.ptr(), &isTooLarge);
         return isTooLarge == 0 ? numberText(number) : py::str(value).cast<std::string>();
-    }
-    static std::string pathText(py::handle value) {
-        return py::module_::import("os").attr("fsencode")(value).cast<std::string>();
     }
     std::string sequenceText(const py::sequence& values) const {
         switch (parameter_.kind) {

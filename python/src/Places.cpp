@@ -10,7 +10,7 @@ bool isPath(const py::object& place) {
     return py::isinstance<py::str>(place) || py::hasattr(place, "__fspath__");
 }
 
-std::string encoded(const py::object& path) {
+std::string encoded(py::handle path) {
     return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
 }
 

@@ -14,7 +14,7 @@ namespace py = pybind11;
 
 bool isPath(const py::object& place);
 // A path as the system has it.
-std::string encoded(const py::object& path);
+std::string encoded(py::handle path);
 
 // The value of a word in a list, with an exception that names what is accepted.
 template <std::size_t count>
