@@ -231,17 +231,21 @@ TEST(TileShape, TilesAreLessWorkUnlessMostOfThemIsBeyondTheEdges) {
     EXPECT_FALSE(isLess(1, 1, 23169));
 }
 
-TEST(TableKeys, NumberTheBrightnessesFromDarkToBright) {
-    const DibPtr image = testing_support::blankImage(1, 1, 4);
-    image->SetMonoPalette();
-    setPixelValue(*image, 0, 0, 3);
+void numberKeys(const DibPtr& image, dib::TableKeys& keys) {
     const dib::FullCopy source(*image);
     dib::Raster raster;
     ASSERT_TRUE(dib::admitImage(image.get(), raster));
     dib::MedianInput input;
     ASSERT_TRUE(input.prepare(source, raster));
-    dib::TableKeys keys;
     keys.number(input);
+}
+
+TEST(TableKeys, NumberTheBrightnessesFromDarkToBright) {
+    const DibPtr image = testing_support::blankImage(1, 1, 4);
+    image->SetMonoPalette();
+    setPixelValue(*image, 0, 0, 3);
+    dib::TableKeys keys;
+    ASSERT_NO_FATAL_FAILURE(numberKeys(image, keys));
     EXPECT_EQ(keys.count(), 16);
     EXPECT_EQ(keys.see(0), 0);
     EXPECT_EQ(keys.see(15), 15);
@@ -254,13 +258,8 @@ TEST(TableKeys, NumberTheBrightnessesFromDarkToBright) {
 TEST(TableKeys, KnowWhetherSeveralIndicesShareAKey) {
     const DibPtr image = testing_support::blankImage(1, 1, 8);
     image->Header->biClrUsed = 1;  // the other entries read as black, as this one is
-    const dib::FullCopy source(*image);
-    dib::Raster raster;
-    ASSERT_TRUE(dib::admitImage(image.get(), raster));
-    dib::MedianInput input;
-    ASSERT_TRUE(input.prepare(source, raster));
     dib::TableKeys keys;
-    keys.number(input);
+    ASSERT_NO_FATAL_FAILURE(numberKeys(image, keys));
     EXPECT_EQ(keys.count(), 1);
     EXPECT_EQ(keys.see(200), 0);
     keys.update();

@@ -39,6 +39,18 @@ Bytes cutTo(const Bytes& file, std::size_t length) {
     return {file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)};
 }
 
+// The tags of a picture whose samples lie side by side.
+void describe(TIFF* tiff, unsigned width, unsigned height, unsigned bits, unsigned samples,
+              unsigned photometric, unsigned compression) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+}
+
 Bytes tiffOf(const DibStream& image, DibTiffCompression compression) {
     DibSaveOptions options;
     options.format = "tiff";
@@ -184,13 +196,7 @@ TEST(TiffDamage, RowsOfForeignPackingsAreKeptUpToTheCut) {
         if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) == 0) continue;
         const codec_test::TemporaryFile saved(".tif");
         TIFF* tiff = TIFFOpen(saved.path(), "wl");
-        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 300);
-        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kHeight);
-        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3);
-        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
-        TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-        TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+        describe(tiff, 300, kHeight, 8, 3, PHOTOMETRIC_RGB, static_cast<unsigned>(compression));
         TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kHeight);
         TIFFWriteEncodedStrip(tiff, 0, pixels.data(), static_cast<tmsize_t>(pixels.size()));
         TIFFClose(tiff);
@@ -217,13 +223,7 @@ TEST(TiffDamage, RowsOfForeignPackingsAreKeptUpToTheCut) {
 Bytes jpegTiff() {
     const codec_test::TemporaryFile file(".tif");
     TIFF* tiff = TIFFOpen(file.path(), "wl");
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 64);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 256);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_YCBCR);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_JPEG);
+    describe(tiff, 64, 256, 8, 3, PHOTOMETRIC_YCBCR, COMPRESSION_JPEG);
     TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 128);
     for (unsigned y = 0; y < 256; ++y) {
@@ -329,15 +329,10 @@ struct DeflateFile {
 DeflateFile deflateTiff(const DeflateKind& kind) {
     const codec_test::TemporaryFile saved(".tif");
     TIFF* tiff = TIFFOpen(saved.path(), kind.mode);
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, kind.width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kind.height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, kind.bits);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, kind.samples);
+    describe(tiff, kind.width, kind.height, kind.bits, kind.samples,
+             kind.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK, COMPRESSION_ADOBE_DEFLATE);
     TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, kind.format);
     TIFFSetField(tiff, TIFFTAG_FILLORDER, kind.fillOrder);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, kind.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
     TIFFSetField(tiff, TIFFTAG_PREDICTOR, kind.predictor);
     const std::uint32_t side = kind.tileSide;
     if (side > 0) {

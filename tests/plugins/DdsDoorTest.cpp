@@ -53,12 +53,7 @@ TEST(DdsDoor, AMissingPluginIsNamedWithItsFolder) {
     EXPECT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info));
     EXPECT_EQ(info.width, 2);
     // A header that only the plug-in understands.
-    const Bytes cut(bytes.begin(), bytes.begin() + 100);
-    DibFileResult result;
-    EXPECT_FALSE(DibProbeMemory(cut.data(), cut.size(), &info, nullptr, &result));
-    EXPECT_EQ(result.code, 7);
-    EXPECT_STREQ(result.reason, "the plug-in for dds files is missing: /nonexistent/vexlibdds.bundle");
-    EXPECT_EQ(opened(cut).result.code, 7);
+    plugin_test::expectMissingPlugin(Bytes(bytes.begin(), bytes.begin() + 100), "dds");
 }
 
 TEST(DdsDoor, ProbeKnowsPackingDepthAndAlpha) {

@@ -130,13 +130,7 @@ TEST(ExrDoor, AMissingPluginIsNamedWithItsFolder) {
     const door_test::Opened load = opened(exr_test::write(grey(), exr_test::sampleAt));
     EXPECT_EQ(load.result.code, 7);
     EXPECT_EQ(load.reason(), "the plug-in for exr files is missing: /nonexistent/vexlibexr.bundle");
-    const Bytes start = {0x76, 0x2F, 0x31, 0x01, 2, 0, 0, 0};
-    EXPECT_EQ(opened(start).result.code, 7);
-    DibFileInfo info;
-    DibFileResult result;
-    EXPECT_FALSE(DibProbeMemory(start.data(), start.size(), &info, nullptr, &result));
-    EXPECT_EQ(result.code, 7);
-    EXPECT_STREQ(result.reason, "the plug-in for exr files is missing: /nonexistent/vexlibexr.bundle");
+    plugin_test::expectMissingPlugin({0x76, 0x2F, 0x31, 0x01, 2, 0, 0, 0}, "exr");
 }
 
 TEST(ExrDoor, LimitsHoldBeforeAnythingIsDecoded) {

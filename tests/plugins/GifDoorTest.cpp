@@ -173,15 +173,7 @@ TEST(GifDoor, DamagedFilesEndInAResult) {
 }
 
 TEST(GifDoor, AMissingPluginIsNamed) {
-    const PluginsInUse plugins;
-    DibStream::SetDllFilePath("/nonexistent");
-    const Bytes start = codec_test::bytesOf("GIF89a");
-    EXPECT_EQ(opened(start).result.code, 7);
-    DibFileInfo info;
-    DibFileResult result;
-    EXPECT_FALSE(DibProbeMemory(start.data(), start.size(), &info, nullptr, &result));
-    EXPECT_EQ(result.code, 7);
-    EXPECT_STREQ(result.reason, "the plug-in for gif files is missing: /nonexistent/vexlibgif.bundle");
+    plugin_test::expectMissingPlugin(codec_test::bytesOf("GIF89a"), "gif");
 }
 
 }  // namespace

@@ -15,6 +15,23 @@ struct PluginsInUse {
     PluginsInUse& operator=(const PluginsInUse&) = delete;
 };
 
+// A file that only the plug-in can read is neither loaded nor probed without it; the reason names its bundle.
+inline void expectMissingPlugin(const codec_test::Bytes& bytes, const std::string& format) {
+    const PluginsInUse plugins;
+    DibStream::SetDllFilePath("/nonexistent");
+    const std::string reason =
+        "the plug-in for " + format + " files is missing: /nonexistent/vexlib" + format + ".bundle";
+    const door_test::Opened load = door_test::opened(bytes);
+    EXPECT_FALSE(load.isLoaded);
+    EXPECT_EQ(load.result.code, 7);
+    EXPECT_EQ(load.reason(), reason);
+    DibFileInfo info;
+    DibFileResult result;
+    EXPECT_FALSE(DibProbeMemory(bytes.data(), bytes.size(), &info, nullptr, &result));
+    EXPECT_EQ(result.code, 7);
+    EXPECT_EQ(result.reason, reason);
+}
+
 // An allocation that fails leaves the image and a reason. Plug-ins have allocations of their own.
 inline void expectFailingAllocationsAreSurvived(const codec_test::Bytes& bytes) {
     bool isMet = true;

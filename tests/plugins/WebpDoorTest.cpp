@@ -195,18 +195,6 @@ TEST(WebpDoor, RowsOfCutFilesAreKept) {
               Bytes(noise.begin() + 20 * 192, noise.begin() + 21 * 192));
 }
 
-TEST(WebpDoor, AMissingPluginIsNamed) {
-    const PluginsInUse plugins;
-    DibStream::SetDllFilePath("/nonexistent");
-    const Bytes bytes = lossless(kClear, 2);
-    EXPECT_EQ(opened(bytes).reason(),
-              "the plug-in for webp files is missing: /nonexistent/vexlibwebp.bundle");
-    DibFileInfo info;
-    DibFileResult result;
-    EXPECT_FALSE(DibProbeMemory(bytes.data(), bytes.size(), &info, nullptr, &result));
-    EXPECT_STREQ(result.reason, "the plug-in for webp files is missing: /nonexistent/vexlibwebp.bundle");
-    EXPECT_EQ(result.code, 7);
-    EXPECT_EQ(opened(bytes).result.code, 7);
-}
+TEST(WebpDoor, AMissingPluginIsNamed) { plugin_test::expectMissingPlugin(lossless(kClear, 2), "webp"); }
 
 }  // namespace
