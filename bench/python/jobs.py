@@ -188,7 +188,7 @@ def main():
     options = parser.parse_args()
     programs = available()
     if next(iter(programs), "") != "dibstream" or len(programs) < 2:
-        raise SystemExit("dibstream and one of the other programs are needed")
+        raise SystemExit("dibstream and Pillow, OpenCV or libvips must be installed")
     with tempfile.TemporaryDirectory(prefix="python-jobs-") as name:
         folder = pathlib.Path(name)
         make_pictures(folder)
