@@ -24,6 +24,7 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
 file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/*.cpp
+    ${PROJECT_SOURCE_DIR}/operations/pixels/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/rows/*.cpp)
 set_source_files_properties(${operation_sources} PROPERTIES COMPILE_OPTIONS "${DIB_JOINS_TEXTS}")
 

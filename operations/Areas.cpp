@@ -10,14 +10,15 @@ Area depthOps();
 Area distortionOps();
 Area edgeOps();
 Area geometryOps();
+Area levelOps();
 Area noiseOps();
 Area rankOps();
 Area toneOps();
 
 std::span<const Area> areas() {
     static const Area all[] = {
-        depthOps(), distortionOps(), blurOps(),    noiseOps(),    rankOps(),
-        toneOps(),  edgeOps(),       composeOps(), geometryOps(),
+        depthOps(), distortionOps(), blurOps(), noiseOps(),   rankOps(),
+        toneOps(),  levelOps(),      edgeOps(), composeOps(), geometryOps(),
     };
     return all;
 }

@@ -10,6 +10,9 @@ namespace operations {
 
 namespace {
 
+// What has a backslash before it in a step.
+constexpr std::string_view kMasked = ",\\ \t\r\n\v\f";
+
 // The shortest literal that is exactly this float.
 std::string floatLiteral(float number) {
     char digits[32];
@@ -91,7 +94,7 @@ std::string literal(const Arguments& arguments, const Placeholder& place, const 
 // The row's `call` with its values: `{name}` becomes the value of that parameter in C++. Positions and the
 // two numbers of a size are written `{name:width}` or `{name:height}`, which names the side of the picture
 // that they are measured along.
-std::string callText(const Arguments& arguments, const DibStream& image) {
+std::string classicCall(const Arguments& arguments, const DibStream& image) {
     std::string_view rest = arguments.operation().call;
     std::string text;
     for (;;) {
@@ -100,6 +103,31 @@ std::string callText(const Arguments& arguments, const DibStream& image) {
         if (place.parameter == nullptr) return text + ';';
         text += literal(arguments, place, image);
     }
+}
+
+// The step again, with the values that are not the default.
+std::string stepText(const Arguments& arguments) {
+    const DibOperation& operation = arguments.operation().info;
+    std::string text = operation.name;
+    char separator = ':';
+    const auto parameters = DibList(operation.parameters);
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        const std::string& value = arguments.values()[i].text;
+        const char* standard = parameters[i]->standard;
+        if (standard != nullptr && value == standard) continue;
+        text += std::exchange(separator, ',');
+        if (standard != nullptr) text += std::string(parameters[i]->name) + '=';
+        for (const char c : value) {
+            if (kMasked.find(c) != std::string_view::npos) text += '\\';
+            text += c;
+        }
+    }
+    return text;
+}
+
+std::string callText(const Arguments& arguments, const DibStream& image) {
+    if (!arguments.operation().call.empty()) return classicCall(arguments, image);
+    return "DibApply(&image, " + stringLiteral(stepText(arguments)) + ");";
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ struct Job {
 
 struct Operation {
     DibOperation info;
-    std::string_view call;  // in C++, with placeholders for the values (Call.h)
+    std::string_view call;  // in C++, with placeholders for the values (Call.h); empty: only by name
     // Returns what the library returns. May throw Refusal, before it changes the image.
     bool (*run)(const Job& job);
     // What is wrong with the combination of parameters; empty when nothing is.

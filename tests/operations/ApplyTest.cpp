@@ -8,6 +8,7 @@
 #include <functional>
 #include <set>
 
+#include "operations/Operations.h"
 #include "tests/operations/Operations.h"
 #include "tests/operations/SampleCalls.h"
 #include "tests/support/FailingMalloc.h"
@@ -137,7 +138,10 @@ TEST(OperationApply, GivesTheBytesOfTheClassicCalls) {
         }
     }
     covered.insert("compose");  // SecondPictureTest.cpp
-    EXPECT_EQ(covered.size(), all().size());
+    for (const operations::Area& area : operations::areas()) {
+        for (const operations::Operation& row : area)
+            EXPECT_NE(covered.contains(row.info.name), row.call.empty()) << row.info.name;
+    }
 }
 
 // Indices that the image does not use stay unused, so that none of another transparency appears.

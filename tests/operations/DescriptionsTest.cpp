@@ -166,6 +166,9 @@ TEST(OperationCalls, WriteValuesAsCppDoes) {
     EXPECT_EQ(callOf("compose:a\"b\\\\c,1"),
               "DibEffectCompose(nullptr, nullptr, &image, \"a\\\"b\\\\c\", 1.0f, 0);");
     EXPECT_EQ(callOf("half"), "image.ResizeHalf();");
+    EXPECT_EQ(callOf("flatten:#ffffff"), "DibApply(&image, \"flatten\");");
+    EXPECT_EQ(callOf("grey"), "DibApply(&image, \"grey\");");
+    EXPECT_EQ(callOf("levels:20,230,gamma=1.5"), "DibApply(&image, \"levels:20,230,gamma=1.5\");");
 }
 
 TEST(OperationCalls, NeedAStepAndAPicture) {

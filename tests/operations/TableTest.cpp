@@ -124,6 +124,7 @@ TEST(OperationTable, SamplesStartRandomNumbersFromASeed) {
 TEST(OperationTable, CallsNameEveryParameter) {
     for (const operations::Area& area : operations::areas()) {
         for (const operations::Operation& row : area) {
+            if (row.call.empty()) continue;
             for (const DibParameter* parameter : DibList(row.info.parameters)) {
                 const std::string open = "{" + std::string(parameter->name);
                 EXPECT_TRUE(row.call.find(open + "}") != std::string_view::npos ||

@@ -37,10 +37,10 @@ std::string callsOf(const char* sample) {
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 2) return 2;
     std::ofstream source(arguments[1]);
-    source
-        << "#include <DibEffect.h>\n\n#include <cstdlib>\n\n#include \"tests/operations/SampleCalls.h\"\n\n"
-           "namespace operations_test {\n\nstd::span<const SampleCall> sampleCalls() {\n"
-           "    static const SampleCall all[] = {\n";
+    source << "#include <DibEffect.h>\n#include <DibOperation.h>\n\n#include <cstdlib>\n\n#include "
+              "\"tests/operations/SampleCalls.h\"\n\n"
+              "namespace operations_test {\n\nstd::span<const SampleCall> sampleCalls() {\n"
+              "    static const SampleCall all[] = {\n";
     for (const DibOperation* operation : DibList(DibGetOperations())) {
         for (const char* sample : operation->samples) {
             source << "        {\"" << sample << "\", [](DibStream& image) {\n"

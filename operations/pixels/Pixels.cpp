@@ -1,0 +1,63 @@
+#include "operations/pixels/Pixels.h"
+
+#include <cstdio>
+#include <string>
+
+namespace operations {
+
+namespace {
+
+// Words of 16 bits hold 5 bits a colour. The conversion leaves the low bits 0; repeating the high ones there
+// makes white 255.
+void fillLowBits(DibStream& image) {
+    const dib::Raster rows = rowsOf(image);
+    for (int y = 0; y < rows.height; ++y) {
+        unsigned char* row = rows.row(y);
+        for (int i = 0; i < 3 * rows.width; ++i) row[i] = static_cast<unsigned char>(row[i] | row[i] >> 5);
+    }
+}
+
+}  // namespace
+
+dib::Raster rowsOf(const DibStream& image) {
+    dib::Raster rows;
+    if (!dib::viewRows(image, rows) || !rows.hasPixels())
+        throw Refusal{DIB_ERROR_INVALID, "the image has no pixels"};
+    return rows;
+}
+
+void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text) {
+    if (result.noteCount >= DibOperationResult::kMostNotes) return;
+    DibNote& note = result.notes[result.noteCount++];
+    note.kind = kind;
+    std::snprintf(note.text, sizeof note.text, "%.*s", static_cast<int>(text.size()), text.data());
+}
+
+void widenQuietly(DibStream& image) {
+    const int bitCount = image.Header->biBitCount;
+    if (bitCount > 16) return;
+    rowsOf(image);
+    if (!image.ChangeTo24Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    if (bitCount == 16) fillLowBits(image);
+}
+
+void widen(const Job& job) {
+    const int bitCount = job.image.Header->biBitCount;
+    if (bitCount > 16) return;
+    widenQuietly(job.image);
+    const char* const name = job.arguments.operation().info.name;
+    const std::string bits = std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits");
+    addNote(job.result, DIB_NOTE_LOSS, std::string(name) + ": " + bits + " a pixel became 24");
+}
+
+void createImage(DibStream& image, int width, int height, int bitCount) {
+    if (!image.Create(width, height, bitCount)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+}
+
+void moveBlocks(DibStream& from, DibStream& to) {
+    to.SetDib(from.Header, from.HeaderOwner, from.Buffer, from.BufferOwner);
+    from.HeaderOwner = from.BufferOwner = 0;
+    from.Clear();
+}
+
+}  // namespace operations

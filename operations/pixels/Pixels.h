@@ -1,0 +1,69 @@
+// What operations share that compute pixels themselves.
+#ifndef OPERATIONS_PIXELS_PIXELS_H
+#define OPERATIONS_PIXELS_PIXELS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "dib/ColorTable.h"
+#include "dib/Raster.h"
+#include "operations/Operations.h"
+
+namespace operations {
+
+inline constexpr const char* kNoMemory = "there is not enough memory, or no image can have that size";
+
+// The rows of an image, top of the picture first. Throws Refusal when it has no pixels.
+dib::Raster rowsOf(const DibStream& image);
+
+void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text);
+
+// Makes a picture of up to 16 bits one of 24 and notes it. Throws Refusal when memory is short.
+void widen(const Job& job);
+// The same for a picture that is no step's own: every depth but 24 and 32 becomes 24, without a note.
+void widenQuietly(DibStream& image);
+
+// A new image with pixels that are 0. Throws Refusal when it cannot exist or memory is short.
+void createImage(DibStream& image, int width, int height, int bitCount);
+// Gives the blocks of one image to another, which releases its own.
+void moveBlocks(DibStream& from, DibStream& to);
+
+// Reports that `done` of `total` rows are done. False when the caller cancels.
+inline bool report(const Job& job, std::int64_t done, std::int64_t total) {
+    return job.callback == nullptr ||
+           job.callback(static_cast<float>(done) / static_cast<float>(total), job.user);
+}
+
+// Runs `rowRule(y)` for every row and reports after each. False when cancelled.
+template <class RowRule>
+bool forEachRow(const Job& job, int rows, const RowRule& rowRule) {
+    for (int y = 0; y < rows; ++y) {
+        rowRule(y);
+        if (!report(job, std::int64_t{y} + 1, rows)) return false;
+    }
+    return true;
+}
+
+// Changes every colour by itself: the entries of the colour table up to 8 bits, else the pixels, where 16
+// bits become 24 first. `rule(pixels, count, bytes)` changes the colours of `count` pixels of 3 or 4 bytes;
+// the fourth byte of a table entry stays as it is like alpha.
+template <class Rule>
+bool changeColors(const Job& job, const Rule& rule) {
+    BITMAPINFOHEADER& header = *job.image.Header;
+    if (header.biBitCount <= 8) {
+        if (dib::announcesPossibleTable(header))
+            rule(reinterpret_cast<unsigned char*>(dib::colorTable(&header)), dib::announcedEntries(header),
+                 std::size_t{4});
+        return report(job, 1, 1);
+    }
+    widen(job);
+    const dib::Raster rows = rowsOf(job.image);
+    const auto width = static_cast<std::size_t>(rows.width);
+    const auto bytes = static_cast<std::size_t>(rows.bitCount / 8);
+    return forEachRow(job, rows.height, [&](int y) { rule(rows.row(y), width, bytes); });
+}
+
+}  // namespace operations
+
+#endif
