@@ -43,12 +43,18 @@ struct SamplePosition {
     std::uint32_t weight;
 };
 
+// The same of a position that is not negative and at most 2^62.
+DIB_ALWAYS_INLINE SamplePosition positionInside(float position) {
+    const auto index = static_cast<std::ptrdiff_t>(position);
+    return {index, static_cast<std::uint32_t>((position - static_cast<float>(index)) * 256.0F)};
+}
+
 DIB_ALWAYS_INLINE SamplePosition samplePosition(float value, int size, float sizeReal, bool wrap) {
     const float position = wrap ? wrappedPosition(value, sizeReal) : clampedPosition(value, sizeReal);
-    const auto index = static_cast<std::ptrdiff_t>(position);
+    const SamplePosition inside = positionInside(position);
     // Sizes above 2^24 may have been rounded up in float; such a position is the last pixel.
-    if (index >= size) return {std::ptrdiff_t{size} - 1, 0};
-    return {index, static_cast<std::uint32_t>((position - static_cast<float>(index)) * 256.0F)};
+    if (inside.index >= size) return {std::ptrdiff_t{size} - 1, 0};
+    return inside;
 }
 
 struct PixelIndex {
