@@ -110,7 +110,7 @@ enum DibNoteKind : int {
     DIB_NOTE_LOSS = 2,        ///< Something was not kept: "16 bits a sample became 8".
 };
 
-/// A remark about a call that succeeded.
+/// A remark about a call that succeeded, or about a loss for which a save was refused.
 struct DibNote {
     DibNoteKind kind;  ///< What it is about.
     char text[124];    ///< English, UTF-8, without a full stop.
@@ -123,7 +123,7 @@ struct DibFileResult {
     const DibFormat* format = nullptr;  ///< Of the file; null when it was not recognised.
     int code = DIB_OK;                  ///< `DibErrorCode`.
     char reason[256] = "";              ///< Why the call failed, in words; empty when it succeeded.
-    int noteCount = 0;                  ///< Number of notes.
+    int noteCount = 0;                  ///< Number of notes; 0 after other failures.
     DibNote notes[kMostNotes] = {};     ///< Warnings, assumptions and losses.
     DibMetadata metadata;               ///< Of a file that was opened or probed.
 };

@@ -21,8 +21,15 @@ auto runCall(DibFileResult& result, const Work& work) -> decltype(work()) {
     } catch (const std::length_error&) {
     }
     result.reason[0] = '\0';
+    result.noteCount = 0;
     refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
     return {};
+}
+
+// A call that fails says why, and has no notes of the attempt.
+inline bool end(DibFileResult& result, bool isDone) {
+    if (!isDone) result.noteCount = 0;
+    return isDone;
 }
 
 // Whether the plug-in of the format can be used, or none is needed; the reason why not goes to `result`

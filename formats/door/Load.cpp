@@ -223,7 +223,7 @@ bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* re
         if (!completeOptions(options, complete, out)) return false;
         Progress progress(callback, user);
         Source source(out, complete.mostBytes, &progress);
-        return openSource(source, from...) && load(source, *image, complete, out, progress);
+        return end(out, openSource(source, from...) && load(source, *image, complete, out, progress));
     });
     if (image != nullptr) image->ErrorCode = out.code;
     return isLoaded;
@@ -243,7 +243,7 @@ bool lookInto(Record* record, const char* noRecord, const Look& look, const DibL
         Source source(out, complete.mostBytes);
         if (!openSource(source, from...)) return false;
         const FileFormat* format = recognize(source, complete, out);
-        return format != nullptr && look(source, *format, *record, complete, out);
+        return end(out, format != nullptr && look(source, *format, *record, complete, out));
     });
 }
 

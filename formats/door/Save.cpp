@@ -87,9 +87,13 @@ const char* firstLoss(const DibFileResult& result) {
     return "";
 }
 
+// False when there can be no file.
+bool findLosses(const FileFormat& format, LossRequest request) {
+    return end(request.result, format.losses == nullptr || format.losses(request));
+}
+
 bool judgeLosses(Save& save) {
-    LossRequest request = {save.image, save.options, save.result};
-    if (save.format->losses != nullptr && !save.format->losses(request)) return false;
+    if (!findLosses(*save.format, {save.image, save.options, save.result})) return false;
     if (!save.options.refusesLosses || countLosses(save.result) == 0) return true;
     return refuse(save.result, DIB_ERROR_MISMATCH, "%s", firstLoss(save.result));
 }
@@ -254,7 +258,7 @@ bool run(Save& save, Target* target) {
     if (save.format == nullptr) return false;
     // Some formats are a family, of which the name or the extension says the member.
     save.options.format = spellingOf(*save.format, name != nullptr ? name : extensionOf(path));
-    return judgeLosses(save) && saveTo(save, target);
+    return judgeLosses(save) && end(save.result, saveTo(save, target));
 }
 
 bool run(Save& save, const wchar_t* path) {
@@ -296,8 +300,7 @@ int DibSaveLosses(const DibStream* image, const char* format, const DibSaveOptio
         const formats::FileFormat* row = formats::chooseFormat(format, nullptr, out);
         if (row == nullptr) return 0;
         complete.format = formats::spellingOf(*row, format);
-        formats::LossRequest request = {*image, complete, out};
-        if (row->losses != nullptr) row->losses(request);
+        formats::findLosses(*row, {*image, complete, out});
         return formats::countLosses(out);
     });
 }

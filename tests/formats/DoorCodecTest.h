@@ -171,6 +171,7 @@ inline void expectExtremeBytesAreSurvived(const Bytes& bytes, const std::string&
             const Opened load = opened(damaged, options);
             EXPECT_EQ(load.isLoaded, load.reason().empty()) << at << ": " << value;
             EXPECT_EQ(load.isLoaded, load.image->Header != nullptr) << at << ": " << value;
+            EXPECT_TRUE(load.isLoaded || load.result.noteCount == 0) << at << ": " << load.note(0);
         }
     });
 }

@@ -325,6 +325,23 @@ TEST(DoorLoad, DamagedFilesKeepTheirRowsOnRequest) {
     EXPECT_FALSE(opened(header, options).isLoaded);
 }
 
+TEST(DoorLoad, FailuresHaveNoNotes) {
+    // Grey of 16 bits is noted when the header is read, before the rows end.
+    Bytes file = codec_test::bytesOf("P5\n2 2\n65535\n");
+    file.resize(file.size() + 8, 7);
+    EXPECT_EQ(opened(file).result.noteCount, 1);
+    const auto expectFailure = [](const Opened& load, int code) {
+        EXPECT_FALSE(load.isLoaded);
+        EXPECT_EQ(load.result.code, code);
+        EXPECT_EQ(load.result.noteCount, 0) << load.note(0);
+    };
+    expectFailure(opened(file, {.mostPixels = 3}), 8);
+    file.pop_back();
+    expectFailure(opened(file), 4);
+    file.resize(file.size() - 6);
+    expectFailure(opened(file, {.damage = DIB_DAMAGE_KEEP}), 4);
+}
+
 TEST(DoorLoad, ProgressRisesToOneAndCancels) {
     const DibPtr image = randomImage(61, 47, 24, 5);
     for (const DibFormat* format : writableFormats()) {

@@ -207,6 +207,35 @@ TEST_F(DoorProbe, KindsThatAreNotReadFailAsInALoad) {
     EXPECT_EQ(saidOf(edited(headerOf("exr"), {{4, {3}}}), "exr"), "7 version 3 is not known");
 }
 
+TEST_F(DoorProbe, EveryFailingAllocationIsCode2) {
+    for (const DibFormat* format : formats()) {
+        SCOPED_TRACE(format->name);
+        const TemporaryFile file("." + std::string(format->extensions[0]), headerOf(format->name));
+        const DibLoadOptions options = {.format = format->name};
+        DibFileInfo info;
+        DibLayers layers;
+        DibFileResult result;
+        bool isRead = false;
+        const auto expectCode2 = [&](const auto& read) {
+            read();
+            const int code = result.code;  // some of the headers are not whole
+            testing_support::forEachFailingAllocation([] {}, [&] { isRead = read(); },
+                                                      [&](bool failureMet) {
+                                                          EXPECT_EQ(isRead, result.code == 0);
+                                                          EXPECT_EQ(result.code, failureMet ? 2 : code)
+                                                              << result.reason;
+                                                          result = {};
+                                                          layers = {};
+                                                      });
+            return code;
+        };
+        const int code = expectCode2([&] { return DibProbeFile(file.path(), &info, &options, &result); });
+        EXPECT_EQ(code == 0, info.width > 0);
+        EXPECT_TRUE(code == 0 || format->plugin != nullptr);
+        expectCode2([&] { return DibProbeLayers(file.path(), &layers, &options, &result); });
+    }
+}
+
 // Of a good header the probe tells how the rows are packed.
 TEST_F(DoorProbe, PackingsHaveNames) {
     const auto packing = [](const Bytes& bytes, const char* format) -> std::string {

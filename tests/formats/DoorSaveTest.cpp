@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 #include "tests/formats/DoorTest.h"
 
@@ -345,6 +346,29 @@ TEST(DoorSave, EveryFailingAllocationLeavesNothing) {
     }
 }
 
+TEST(DoorSave, EveryFailingAllocationLeavesTheOldFile) {
+    const DibPtr image = randomImage(31, 17, 24, 3);
+    const Bytes old = codec_test::bytesOf("old");
+    for (const DibFormat* format : writableFormats()) {
+        SCOPED_TRACE(format->name);
+        const Bytes expected = saved(*image, format->name);
+        std::optional<TemporaryFile> file;
+        DibFileResult result;
+        bool isSaved = false;
+        const int met = testing_support::forEachFailingAllocation(
+            [&] { file.emplace("." + std::string(format->extensions[0]), old); },
+            [&] { isSaved = DibSaveFile(file->path(), image.get(), nullptr, &result); },
+            [&](bool failureMet) {
+                EXPECT_EQ(isSaved, !failureMet);
+                EXPECT_EQ(result.code, failureMet ? 2 : 0) << result.reason;
+                EXPECT_EQ(file->bytes(), failureMet ? old : expected);
+                file.reset();
+                result = {};
+            });
+        EXPECT_GE(met, 1);
+    }
+}
+
 // One result serves for opening and saving, and the resolution goes along.
 TEST(DoorSave, MetadataOfTheResultIsKept) {
     const DibPtr image = randomImage(8, 8, 24, 5);
@@ -369,6 +393,44 @@ TEST(DoorSave, LossesCanBeRefused) {
     EXPECT_EQ(result.code, 7);
     EXPECT_EQ(DibSaveLosses(nullptr, "png", nullptr, &result), 0);
     EXPECT_EQ(result.code, 6);
+
+    const DibSaveOptions options = {.format = "ppm", .refusesLosses = true};
+    DibBytes bytes;
+    EXPECT_FALSE(DibSaveMemory(&bytes, image.get(), &options, &result));
+    EXPECT_EQ(result.code, 8);
+    EXPECT_STREQ(result.reason, "transparency is not kept");
+    ASSERT_EQ(result.noteCount, 2);
+    EXPECT_STREQ(result.notes[0].text, "transparency is not kept");
+    EXPECT_STREQ(result.notes[1].text, "32 bits a pixel become 24");
+}
+
+// Nothing was lost in a file that does not exist.
+TEST(DoorSave, OtherFailuresHaveNoNotes) {
+    const DibPtr image = randomImage(8, 8, 32, 5);
+    DibFileResult result;
+    const auto expectFailure = [&](bool isSaved, int code) {
+        EXPECT_FALSE(isSaved);
+        EXPECT_EQ(result.code, code);
+        EXPECT_EQ(result.noteCount, 0) << result.notes[0].text;
+    };
+    const DibSaveOptions options = {.format = "ppm"};
+    ProgressLog log;
+    log.cancelAt = 1;
+    DibBytes bytes;
+    expectFailure(DibSaveMemory(&bytes, image.get(), &options, &result, ProgressLog::callback, &log), 9);
+    const DibWriter full = {[](void*, const void*, std::size_t) { return false; }, nullptr};
+    expectFailure(DibSaveStream(full, image.get(), &options, &result), 5);
+    expectFailure(DibSaveFile("/nonexistent/x.ppm", image.get(), nullptr, &result), 3);
+
+    const DibPtr wide = randomImage(65536, 1, 4, 5);
+    DibMetadata metadata;
+    metadata.xResolution = 72;
+    for (const char* format : {"tga", "jpeg"}) {
+        const DibSaveOptions large = {.format = format, .metadata = &metadata};
+        expectFailure(DibSaveMemory(&bytes, wide.get(), &large, &result), 8);
+        EXPECT_EQ(DibSaveLosses(wide.get(), format, &large, &result), 0);
+        expectFailure(false, 8);
+    }
 }
 
 }  // namespace
