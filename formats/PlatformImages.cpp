@@ -63,13 +63,21 @@ void storeColors(const ColorTriples& colors, DibStream& dib) {
     dib.Header->biClrUsed = static_cast<std::uint32_t>(count);
 }
 
-bool copyRows(BitmapDecoder& decoder, const Conversion& conversion, NewImage& dib) {
+// Reads the next row of the file into a row of the image.
+bool readRow(BitmapDecoder& decoder, const BitmapLayout& layout, const Conversion& conversion,
+             unsigned char* to) {
+    if (layout.isAsStored) return decoder.storeRow(to);
+    const unsigned char* row = decoder.nextRow();
+    if (row != nullptr) conversion.convert(row, to, layout.width);
+    return row != nullptr;
+}
+
+bool copyRows(BitmapDecoder& decoder, const BitmapLayout& layout, const Conversion& conversion,
+              NewImage& dib) {
     if (!decoder.startPixels()) return false;
     for (int y = 0; y < dib->Header->biHeight; ++y) {
-        const unsigned char* row = decoder.nextRow();
-        if (row == nullptr) return false;
-        conversion.convert(row, dib->ScanLine(y), static_cast<std::size_t>(dib->Header->biWidth));
-        if (!dib.read(dib->ScanLine(y))) return false;
+        unsigned char* to = dib->ScanLine(y);
+        if (!readRow(decoder, layout, conversion, to) || !dib.read(to)) return false;
     }
     return true;
 }
@@ -120,7 +128,7 @@ bool readBitmap(BitmapDecoder& decoder, const BitmapLayout& layout, NewImage& im
     const int width = static_cast<int>(layout.width);
     if (!image.create(width, static_cast<int>(layout.height), conversion->bitCount)) return false;
     if (conversion->bitCount <= 8) storeColors(colors, *image.get());
-    return copyRows(decoder, *conversion, image);
+    return copyRows(decoder, layout, *conversion, image);
 }
 
 bool loadImageFile(ImagePlatform& platform, const char* path, DibStream* dib) {

@@ -19,6 +19,7 @@ struct BitmapLayout {
     std::size_t bitsPerComponent = 0;
     std::size_t bitsPerPixel = 0;
     std::size_t bytesPerRow = 0;
+    bool isAsStored = false;  // the decoder stores its rows as images have them, without a conversion
 };
 
 // The colours of an indexed bitmap: red, green and blue of each.
@@ -40,6 +41,9 @@ public:
     // The next row from the top: bytesPerRow bytes in the order red, green, blue, alpha; null when it cannot
     // be had.
     virtual const unsigned char* nextRow() = 0;
+    // The same where rows are as stored: the next row of the image, which has room for fill bytes. The bytes
+    // are undefined after a failure.
+    virtual bool storeRow(unsigned char*) { return false; }
 };
 
 // A picture in the platform's own form, to be written. The calls come in this order, each once.

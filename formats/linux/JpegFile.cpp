@@ -108,6 +108,7 @@ public:
     ColorTriples readColors() override;
     bool startPixels() override;
     const unsigned char* nextRow() override;
+    bool storeRow(unsigned char* row) override;
     bool describe(DibFileInfo& info, DibFileResult& result) override;
     bool finish(DibFileResult& result) override;
     const char* damage() const override { return damage_[0] != '\0' ? damage_ : nullptr; }
@@ -127,8 +128,8 @@ private:
     ScanWatch progress_{};
     std::size_t width_ = 0;
     char damage_[64] = "";
-    dib::MallocPtr<unsigned char> samples_;
-    dib::MallocPtr<unsigned char> colors_;  // of inks only
+    dib::MallocPtr<unsigned char> inks_;
+    dib::MallocPtr<unsigned char> colors_;
     unsigned char greys_[256 * 3] = {};
 };
 
@@ -168,13 +169,14 @@ bool JpegDecoder::readLayout(BitmapLayout& layout) {
         case JCS_GRAYSCALE: jpeg_.out_color_space = JCS_GRAYSCALE; break;
         case JCS_CMYK:
         case JCS_YCCK: jpeg_.out_color_space = JCS_CMYK; break;
-        default: jpeg_.out_color_space = JCS_RGB; break;
+        default: jpeg_.out_color_space = JCS_EXT_BGR; break;
     }
     layout.width = width_ = jpeg_.image_width;
     layout.height = jpeg_.image_height;
     layout.bitsPerComponent = 8;
     layout.bitsPerPixel = jpeg_.out_color_space == JCS_GRAYSCALE ? 8 : 24;
     layout.bytesPerRow = layout.width * (layout.bitsPerPixel / 8);
+    layout.isAsStored = jpeg_.out_color_space != JCS_CMYK;
     return true;
 }
 
@@ -219,12 +221,10 @@ bool JpegDecoder::describe(DibFileInfo& info, DibFileResult& result) {
 }
 
 bool JpegDecoder::startPixels() {
-    samples_ = dib::allocateArray<unsigned char>(4 * width_);
-    isShortOfMemory_ = samples_ == nullptr;
-    if (isShortOfMemory_) return false;
     if (jpeg_.out_color_space == JCS_CMYK) {
+        inks_ = dib::allocateArray<unsigned char>(4 * width_);
         colors_ = dib::allocateArray<unsigned char>(3 * width_);
-        isShortOfMemory_ = colors_ == nullptr;
+        isShortOfMemory_ = inks_ == nullptr || colors_ == nullptr;
         if (isShortOfMemory_) return false;
     }
     progress_.manager.progress_monitor = watch;
@@ -271,18 +271,20 @@ bool JpegDecoder::finish(DibFileResult& result) {
     return true;
 }
 
-const unsigned char* JpegDecoder::nextRow() {
-    const bool read = reports_.jump.run([this] {
-        JSAMPROW row = samples_.get();
+bool JpegDecoder::storeRow(unsigned char* row) {
+    const bool read = reports_.jump.run([&] {
         if (jpeg_read_scanlines(&jpeg_, &row, 1) != 1) reports_.jump.leave();
     });
-    if (!read || !isShown(jpeg_.output_scanline)) return nullptr;
-    if (colors_ == nullptr) return samples_.get();
+    return read && isShown(jpeg_.output_scanline);
+}
+
+const unsigned char* JpegDecoder::nextRow() {
+    if (!storeRow(inks_.get())) return nullptr;
     const bool inverted = jpeg_.saw_Adobe_marker != 0;
     if (inverted) {
-        dib::runKernel<inksToRgb<0>>(samples_.get(), colors_.get(), width_);
+        dib::runKernel<inksToRgb<0>>(inks_.get(), colors_.get(), width_);
     } else {
-        dib::runKernel<inksToRgb<255>>(samples_.get(), colors_.get(), width_);
+        dib::runKernel<inksToRgb<255>>(inks_.get(), colors_.get(), width_);
     }
     return colors_.get();
 }

@@ -37,6 +37,7 @@ public:
     ColorTriples readColors() override { return decoder_->readColors(); }
     bool startPixels() override { return decoder_->startPixels(); }
     const unsigned char* nextRow() override { return decoder_->nextRow(); }
+    bool storeRow(unsigned char* row) override { return decoder_->storeRow(row); }
 
 private:
     dib::FilePtr file_;
