@@ -12,13 +12,15 @@ Area edgeOps();
 Area geometryOps();
 Area levelOps();
 Area noiseOps();
+Area overlayOps();
+Area placeOps();
 Area rankOps();
 Area toneOps();
 
 std::span<const Area> areas() {
     static const Area all[] = {
-        depthOps(), distortionOps(), blurOps(), noiseOps(),   rankOps(),
-        toneOps(),  levelOps(),      edgeOps(), composeOps(), geometryOps(),
+        depthOps(), distortionOps(), blurOps(),    noiseOps(),   rankOps(),     toneOps(),
+        levelOps(), edgeOps(),       composeOps(), overlayOps(), geometryOps(), placeOps(),
     };
     return all;
 }

@@ -41,13 +41,16 @@ void widenQuietly(DibStream& image) {
     if (bitCount == 16) fillLowBits(image);
 }
 
-void widen(const Job& job) {
-    const int bitCount = job.image.Header->biBitCount;
-    if (bitCount > 16) return;
+void widen(const Job& job, int bitCount) {
+    const int before = job.image.Header->biBitCount;
     widenQuietly(job.image);
-    const char* const name = job.arguments.operation().info.name;
-    const std::string bits = std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits");
-    addNote(job.result, DIB_NOTE_LOSS, std::string(name) + ": " + bits + " a pixel became 24");
+    if (bitCount == 32 && job.image.Header->biBitCount != 32 && !job.image.ChangeTo32Bit(0))
+        throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    if (before > 16) return;
+    const std::string name = job.arguments.operation().info.name;
+    addNote(job.result, DIB_NOTE_LOSS,
+            name + (before <= 8 ? ": the palette of " : ": ") + std::to_string(before) +
+                (before == 1 ? " bit" : " bits") + " became " + std::to_string(bitCount) + " bits a pixel");
 }
 
 void createImage(DibStream& image, int width, int height, int bitCount) {

@@ -19,8 +19,9 @@ dib::Raster rowsOf(const DibStream& image);
 
 void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text);
 
-// Makes a picture of up to 16 bits one of 24 and notes it. Throws Refusal when memory is short.
-void widen(const Job& job);
+// Makes a picture of fewer bits one of 24 or 32, and notes it where that is a loss: up to 16 bits. Throws
+// Refusal when memory is short.
+void widen(const Job& job, int bitCount = 24);
 // The same for a picture that is no step's own: every depth but 24 and 32 becomes 24, without a note.
 void widenQuietly(DibStream& image);
 

@@ -1,9 +1,6 @@
 #include <DibEffect.h>
-#include <DibFile.h>
 
-#include <cstdio>
-
-#include "operations/Operations.h"
+#include "operations/SecondPicture.h"
 
 namespace operations {
 
@@ -17,34 +14,6 @@ constexpr Choices kModes({{"stretch", 0, "brought to the size of the first"},
 constexpr Parameters kCompose({path("file", "the second picture"),
                                fraction("opacity", "share of the second picture", "0.5"),
                                choice("mode", "how the second picture covers the first", kModes, "stretch")});
-
-// Notes about a picture, after the name of its file.
-void passNotesOn(const DibFileResult& opened, std::string_view name, DibOperationResult& result) {
-    constexpr int kLongestName = 60;
-    const std::string file(name.substr(name.rfind('/') + 1));
-    for (int i = 0; i < opened.noteCount && result.noteCount < DibOperationResult::kMostNotes; ++i) {
-        DibNote& note = result.notes[result.noteCount++];
-        note.kind = opened.notes[i].kind;
-        std::snprintf(note.text, sizeof note.text, "%.*s: %s", kLongestName, file.c_str(),
-                      opened.notes[i].text);
-    }
-}
-
-void openPicture(const Job& job, const std::string& name, DibStream& picture) {
-    const DibApplyOptions& options = job.options;
-    DibFileResult opened;
-    const bool isOpen =
-        options.open != nullptr
-            ? options.open(options.context, name.c_str(), &picture, &opened, job.callback, job.user)
-            : DibLoadFile(name.c_str(), &picture, options.load, &opened, job.callback, job.user);
-    if (!isOpen) {
-        throw Refusal{opened.code != DIB_OK ? static_cast<DibErrorCode>(opened.code) : DIB_ERROR_GENERAL,
-                      quoted(name) + ": " + opened.reason};
-    }
-    if (picture.Header == nullptr || picture.Buffer == nullptr)
-        throw Refusal{DIB_ERROR_INVALID, quoted(name) + ": there is no picture"};
-    passNotesOn(opened, name, job.result);
-}
 
 bool runCompose(const Job& job) {
     DibStream second;

@@ -171,7 +171,7 @@ TEST(OperationApply, OperationsThatMovePixelsKeepIndicesAndColourTable) {
             EXPECT_EQ(found, used);
         }
     }
-    EXPECT_EQ(names, (std::set<std::string_view>{"diffuse", "crop", "scroll", "flip-storage"}));
+    EXPECT_EQ(names, (std::set<std::string_view>{"diffuse", "crop", "scroll", "flip-storage", "trim"}));
 }
 
 // Compiled, the calls that are shown do what the samples do.

@@ -71,7 +71,7 @@ TEST(Levels, WidenWordsOf16BitsAndSaySo) {
     EXPECT_EQ(valuesOf(*image), (Values{0xFFFFFF, 0x0000FF, 0x000084}));
     ASSERT_EQ(result.noteCount, 1);
     EXPECT_EQ(result.notes[0].kind, DIB_NOTE_LOSS);
-    EXPECT_STREQ(result.notes[0].text, "levels: 16 bits a pixel became 24");
+    EXPECT_STREQ(result.notes[0].text, "levels: 16 bits became 24 bits a pixel");
 }
 
 TEST(Grey, WeighsTheColoursAsAsked) {

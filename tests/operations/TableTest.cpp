@@ -28,6 +28,10 @@ void checkParameters(const DibOperation& operation) {
         const bool hasChoices =
             parameter->kind == DIB_PARAMETER_CHOICE || parameter->kind == DIB_PARAMETER_FLAGS;
         EXPECT_EQ(hasChoices, parameter->choices != nullptr);
+        for (const DibChoice* choice : DibList(parameter->choices)) {
+            ASSERT_NE(choice->help, nullptr) << choice->name;
+            EXPECT_STRNE(choice->help, "") << choice->name;
+        }
         if (isOptional) {
             EXPECT_NO_THROW(operations::readValue(*parameter, parameter->standard));
         }

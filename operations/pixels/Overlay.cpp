@@ -1,0 +1,124 @@
+#include "operations/pixels/Overlay.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "dib/Kernels.h"
+#include "operations/pixels/Pixels.h"
+
+namespace operations {
+
+namespace {
+
+// A product of two shares of 255, rounded.
+DIB_ALWAYS_INLINE std::uint32_t share(std::uint32_t a, std::uint32_t b) {
+    const std::uint32_t product = a * b + 128;
+    return (product + (product >> 8)) >> 8;
+}
+
+// Alpha of the source row times the opacity.
+DIB_ALWAYS_INLINE void scaleAlpha(unsigned char* row, std::size_t count, std::uint32_t opacity) {
+    for (std::size_t i = 0; i < count; ++i)
+        row[4 * i + 3] = static_cast<unsigned char>(share(row[4 * i + 3], opacity));
+}
+
+// Source colours over an opaque backdrop.
+DIB_ALWAYS_INLINE void coverOpaque(const unsigned char* __restrict over, std::size_t count,
+                                   unsigned char* __restrict row) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t alpha = over[4 * i + 3];
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            const std::uint32_t sum =
+                over[4 * i + channel] * alpha + row[3 * i + channel] * (255 - alpha) + 128;
+            row[3 * i + channel] = static_cast<unsigned char>((sum + (sum >> 8)) >> 8);
+        }
+    }
+}
+
+// The same over a backdrop with alpha. Where a is the source's and b the backdrop's, the result has the alpha
+// a + b - ab, and its colour is the mean of both weighted with a and b - ab.
+void coverAlpha(const unsigned char* over, std::size_t count, unsigned char* row) {
+    for (std::size_t i = 0; i < count; ++i, over += 4, row += 4) {
+        const std::uint32_t alpha = over[3];
+        if (alpha == 0) continue;
+        if (alpha == 255 || row[3] == 0) {
+            std::memcpy(row, over, 4);
+            continue;
+        }
+        const std::uint32_t ofSource = 255 * alpha;
+        const std::uint32_t ofBackdrop = row[3] * (255 - alpha);
+        const std::uint32_t both = ofSource + ofBackdrop;
+        for (int channel = 0; channel < 3; ++channel) {
+            row[channel] = static_cast<unsigned char>(
+                (over[channel] * ofSource + row[channel] * ofBackdrop + both / 2) / both);
+        }
+        row[3] = static_cast<unsigned char>((both + 127) / 255);
+    }
+}
+
+// Replaces the colours of the source by what they show over the backdrop: where that has alpha, only its
+// share of them.
+void blendRow(const dib::Blender& blender, unsigned char* over, std::size_t count, const unsigned char* row,
+              std::size_t bytes) {
+    for (std::size_t i = 0; i < count; ++i, over += 4, row += bytes) {
+        const std::uint32_t backdropAlpha = bytes == 4 ? row[3] : 255;
+        if (over[3] == 0 || backdropAlpha == 0) continue;
+        unsigned char blended[3];
+        blender.blend(row, over, blended);
+        for (int channel = 0; channel < 3; ++channel) {
+            const std::uint32_t sum =
+                blended[channel] * backdropAlpha + over[channel] * (255 - backdropAlpha);
+            over[channel] = static_cast<unsigned char>((sum + 127) / 255);
+        }
+    }
+}
+
+// Alpha becomes 255 for its share of the pixels, else 0. The pattern is the same on every run.
+void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
+    for (std::uint32_t x = 0; x < count; ++x) {
+        std::uint32_t hash = (x * 0x9E3779B1U) ^ (y * 0x85EBCA77U);
+        hash = (hash ^ hash >> 15) * 0x2C1B3C6DU;
+        hash = (hash ^ hash >> 12) * 0x297A2D39U;
+        unsigned char& alpha = over[4 * std::size_t{x} + 3];
+        alpha = (hash >> 16) % 255 < alpha ? 255 : 0;
+    }
+}
+
+}  // namespace
+
+bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t opacity,
+             dib::BlendMode mode) {
+    widen(job);
+    widenQuietly(over);
+    if (over.Header->biBitCount != 32 && !over.ChangeTo32Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    const dib::Blender blender(mode);
+    if (!blender.ready()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    const dib::Raster under = rowsOf(job.image);
+    const dib::Raster source = rowsOf(over);
+    const std::int64_t left = std::max<std::int64_t>(place.x, 0);
+    const std::int64_t right = std::min<std::int64_t>(std::int64_t{place.x} + source.width, under.width);
+    const std::int64_t top = std::max<std::int64_t>(place.y, 0);
+    const std::int64_t bottom = std::min<std::int64_t>(std::int64_t{place.y} + source.height, under.height);
+    if (left >= right || top >= bottom) {
+        addNote(job.result, DIB_NOTE_WARNING, "overlay: the second picture lies outside the first");
+        return report(job, 1, 1);
+    }
+    const auto count = static_cast<std::size_t>(right - left);
+    const auto bytes = static_cast<std::size_t>(under.bitCount / 8);
+    return forEachRow(job, static_cast<int>(bottom - top), [&](int y) {
+        unsigned char* row = under.row(top + y) + left * under.bitCount / 8;
+        unsigned char* from = source.row(top + y - place.y) + (left - place.x) * 4;
+        if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
+        if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, static_cast<std::uint32_t>(y));
+        if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)
+            blendRow(blender, from, count, row, bytes);
+        const unsigned char* const colors = from;
+        if (bytes == 3) {
+            dib::runKernel<coverOpaque>(colors, count, row);
+        } else {
+            coverAlpha(colors, count, row);
+        }
+    });
+}
+
+}  // namespace operations

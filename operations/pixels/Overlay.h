@@ -1,0 +1,20 @@
+// A second picture over the first.
+#ifndef OPERATIONS_PIXELS_OVERLAY_H
+#define OPERATIONS_PIXELS_OVERLAY_H
+
+#include "dib/Blend.h"
+#include "operations/Operations.h"
+
+namespace operations {
+
+struct OverlayPlace {
+    int x;  // of the second picture's upper left corner, which may lie outside
+    int y;
+};
+
+// Lays `over` upon the picture of a job, by its alpha times `opacity` (0 to 255). Up to 16 bits become 24.
+bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t opacity, dib::BlendMode mode);
+
+}  // namespace operations
+
+#endif

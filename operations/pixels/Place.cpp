@@ -1,0 +1,131 @@
+#include "operations/pixels/Place.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <vector>
+
+#include "operations/pixels/Pixels.h"
+
+namespace operations {
+
+namespace {
+
+bool isSame(const DibBGRA& a, const DibBGRA& b) {
+    return a.blue == b.blue && a.green == b.green && a.red == b.red;
+}
+
+// The value of pixels of a colour, in a picture that is widened where it has none.
+std::uint32_t valueOf(const Job& job, const DibBGRA& color) {
+    const BITMAPINFOHEADER& header = *job.image.Header;
+    const bool isOpaque = color.alpha == 255;
+    if (isOpaque && header.biBitCount <= 8) {
+        const auto table = dib::readColorTable(header);
+        const std::size_t entries =
+            std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
+        for (std::uint32_t i = 0; i < entries; ++i) {
+            if (isSame(table[i], color)) return i;
+        }
+    }
+    widen(job, isOpaque ? 24 : 32);
+    return color.blue | std::uint32_t{color.green} << 8 | std::uint32_t{color.red} << 16 |
+           std::uint32_t{color.alpha} << 24;
+}
+
+// Sums of sizes and gaps that no image can have fail like those that memory is short for.
+int checkedSize(std::int64_t size) {
+    if (size > INT_MAX) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    return static_cast<int>(size);
+}
+
+bool hasSamePalette(const DibStream& a, const DibStream& b) {
+    if (a.Header->biBitCount != 8 || b.Header->biBitCount != 8) return false;
+    const std::size_t entries = dib::announcedEntries(*a.Header);
+    if (entries != dib::announcedEntries(*b.Header) || entries > 256) return false;
+    return std::equal(dib::colorTable(a.Header), dib::colorTable(a.Header) + entries,
+                      dib::colorTable(b.Header), isSame);
+}
+
+// Brings two pictures to one depth and returns the value of the fill.
+std::uint32_t unify(const Job& job, DibStream& second, const DibBGRA& fill) {
+    const bool keepsPalette = hasSamePalette(job.image, second);
+    if (!keepsPalette) {
+        const bool hasAlpha = job.image.Header->biBitCount == 32 || second.Header->biBitCount == 32;
+        widen(job, hasAlpha ? 32 : 24);
+    }
+    const std::uint32_t value = valueOf(job, fill);
+    const int bitCount = job.image.Header->biBitCount;
+    if (second.Header->biBitCount == bitCount) return value;
+    widenQuietly(second);
+    if (bitCount == 32 && second.Header->biBitCount != 32 && !second.ChangeTo32Bit(0))
+        throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    return value;
+}
+
+// Where `length` pixels lie on a side of `full`.
+int aligned(int full, int length, int align) {
+    return align == 0 ? 0 : (full - length) / (align == 1 ? 2 : 1);
+}
+
+void copyTable(const DibStream& from, DibStream& to) {
+    const std::size_t entries = dib::announcedEntries(*from.Header);
+    std::copy_n(dib::colorTable(from.Header), entries, dib::colorTable(to.Header));
+    to.Header->biClrUsed = from.Header->biClrUsed;
+}
+
+}  // namespace
+
+bool addBorder(const Job& job, const Sides& sides, const DibBGRA& color) {
+    rowsOf(job.image);
+    const std::uint32_t value = valueOf(job, color);
+    DibStream& image = job.image;
+    const int oldWidth = width(image);
+    const int oldHeight = height(image);
+    // The canvas grows about its middle; what is too much is cut off.
+    const int sideways = std::max(sides.left, sides.right);
+    const int upwards = std::max(sides.top, sides.bottom);
+    if (!image.ChangeSize(checkedSize(oldWidth + 2 * std::int64_t{sideways}),
+                          checkedSize(oldHeight + 2 * std::int64_t{upwards}), value))
+        return false;
+    if (sides.left == sides.right && sides.top == sides.bottom) return true;
+    return image.ClipCut(sideways - sides.left, upwards - sides.top, oldWidth + sides.left + sides.right,
+                         oldHeight + sides.top + sides.bottom);
+}
+
+bool join(const Job& job, DibStream& second, const Joint& joint) {
+    rowsOf(job.image);
+    rowsOf(second);
+    const std::uint32_t fill = unify(job, second, joint.fill);
+    const dib::Raster a = rowsOf(job.image);
+    const dib::Raster b = rowsOf(second);
+    const std::int64_t gap = joint.gap;
+    const int width = joint.isColumn ? std::max(a.width, b.width) : checkedSize(a.width + gap + b.width);
+    const int height = joint.isColumn ? checkedSize(a.height + gap + b.height) : std::max(a.height, b.height);
+    DibStream both;
+    createImage(both, width, height, a.bitCount);
+    if (a.bitCount == 8) copyTable(job.image, both);
+    const dib::Raster to = rowsOf(both);
+    const auto bytes = static_cast<std::size_t>(a.bitCount / 8);
+    std::vector<unsigned char> blank(bytes * static_cast<std::size_t>(width));
+    for (std::size_t i = 0; i < blank.size(); ++i)
+        blank[i] = static_cast<unsigned char>(fill >> (8 * (i % bytes)));
+    const auto put = [&](const dib::Raster& from, int x, int y, int firstRow) {
+        if (y < firstRow || y >= firstRow + from.height) return;
+        std::memcpy(to.row(y) + bytes * static_cast<std::size_t>(x), from.row(y - firstRow),
+                    bytes * static_cast<std::size_t>(from.width));
+    };
+    const bool isDone = forEachRow(job, height, [&](int y) {
+        std::memcpy(to.row(y), blank.data(), blank.size());
+        if (joint.isColumn) {
+            put(a, aligned(width, a.width, joint.align), y, 0);
+            put(b, aligned(width, b.width, joint.align), y, a.height + joint.gap);
+        } else {
+            put(a, 0, y, aligned(height, a.height, joint.align));
+            put(b, a.width + joint.gap, y, aligned(height, b.height, joint.align));
+        }
+    });
+    if (isDone) moveBlocks(both, job.image);
+    return isDone;
+}
+
+}  // namespace operations

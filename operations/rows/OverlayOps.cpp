@@ -1,0 +1,128 @@
+#include "operations/SecondPicture.h"
+#include "operations/pixels/Overlay.h"
+#include "operations/pixels/Place.h"
+
+namespace operations {
+
+namespace {
+
+constexpr const char* kArea = "Second picture";
+
+constexpr std::uint32_t number(dib::BlendMode mode) { return static_cast<std::uint32_t>(mode); }
+
+constexpr Choices kModes({
+    {"normal", number(dib::BlendMode::kNormal), "the colour itself"},
+    {"dissolve", number(dib::BlendMode::kDissolve), "alpha is the share of pixels that are opaque"},
+    {"darken", number(dib::BlendMode::kDarken), "the darker of each channel"},
+    {"multiply", number(dib::BlendMode::kMultiply), "the product"},
+    {"color-burn", number(dib::BlendMode::kColorBurn), "darkens the one below by it"},
+    {"darker-color", number(dib::BlendMode::kDarkerColor), "the darker colour"},
+    {"lighten", number(dib::BlendMode::kLighten), "the lighter of each channel"},
+    {"screen", number(dib::BlendMode::kScreen), "the product of the inverses, inverted"},
+    {"color-dodge", number(dib::BlendMode::kColorDodge), "lightens the one below by it"},
+    {"add", number(dib::BlendMode::kLinearDodge), "the sum, also known as linear dodge"},
+    {"lighter-color", number(dib::BlendMode::kLighterColor), "the lighter colour"},
+    {"overlay", number(dib::BlendMode::kOverlay), "hard light with both exchanged"},
+    {"soft-light", number(dib::BlendMode::kSoftLight), "darkens or lightens a little"},
+    {"hard-light", number(dib::BlendMode::kHardLight), "the product where it is dark, else screen"},
+    {"vivid-light", number(dib::BlendMode::kVividLight), "burn where it is dark, else dodge"},
+    {"linear-light", number(dib::BlendMode::kLinearLight), "adds twice its distance from grey"},
+    {"pin-light", number(dib::BlendMode::kPinLight), "replaces what is less extreme"},
+    {"hard-mix", number(dib::BlendMode::kHardMix), "each channel full or none"},
+    {"difference", number(dib::BlendMode::kDifference), "the distance"},
+    {"exclusion", number(dib::BlendMode::kExclusion), "the distance, with less contrast"},
+    {"hue", number(dib::BlendMode::kHue), "its hue"},
+    {"saturation", number(dib::BlendMode::kSaturation), "its saturation"},
+    {"color", number(dib::BlendMode::kColor), "its hue and saturation"},
+    {"luminosity", number(dib::BlendMode::kLuminosity), "its brightness"},
+});
+
+// Thirds of the free space, across + 4 x down.
+constexpr Choices kPlaces({{"nw", 0, "upper left"},
+                           {"n", 1, "upper middle"},
+                           {"ne", 2, "upper right"},
+                           {"w", 4, "left"},
+                           {"center", 5, "middle"},
+                           {"e", 6, "right"},
+                           {"sw", 8, "lower left"},
+                           {"s", 9, "lower middle"},
+                           {"se", 10, "lower right"}});
+
+constexpr DibParameter kFile = path("file", "the second picture");
+
+constexpr Parameters kOverlay(
+    {kFile, length("x", "away from the place's edge; percentages are of the free space", kAnyInteger, "0"),
+     length("y", "the same down, or up from the lower edge", kAnyInteger, "0"),
+     choice("place", "where x and y count from", kPlaces, "nw"),
+     fraction("opacity", "share of the second picture, times its alpha", "1"),
+     choice("mode", "how its colours cover those below", kModes, "normal")});
+
+// `anchor` is 0, 1 or 2: the near edge, the middle, the far edge.
+int placed(int free, std::uint32_t anchor, int offset) {
+    const std::int64_t at = anchor == 0   ? std::int64_t{offset}
+                            : anchor == 1 ? std::int64_t{free / 2} + offset
+                                          : std::int64_t{free} - offset;
+    return static_cast<int>(std::clamp<std::int64_t>(at, INT32_MIN, INT32_MAX));
+}
+
+bool runOverlay(const Job& job) {
+    const Arguments& given = job.arguments;
+    DibStream over;
+    openPicture(job, given.path("file"), over);
+    const int freeX = width(job.image) - width(over);
+    const int freeY = height(job.image) - height(over);
+    const std::uint32_t place = given.word("place");
+    const OverlayPlace corner = {placed(freeX, place & 3, given.pixels("x", freeX)),
+                                 placed(freeY, place >> 2, given.pixels("y", freeY))};
+    const auto opacity = static_cast<std::uint32_t>(given.number("opacity") * 255 + 0.5F);
+    return overlay(job, over, corner, opacity, static_cast<dib::BlendMode>(given.word("mode")));
+}
+
+constexpr Choices kDirections({{"row", 0, "to the right of the first"}, {"column", 1, "below the first"}});
+
+constexpr Choices kAligns({{"start", 0, "upper or left edges"},
+                           {"center", 1, "middles"},
+                           {"end", 2, "lower or right edges"}});
+
+constexpr Parameters kJoin({kFile, choice("direction", "where it is put", kDirections, "row"),
+                            choice("align", "what lies on one line", kAligns, "start"),
+                            integer("gap", "between the two", {0, kAnyInteger.max}, "0", "px"),
+                            color("fill", "of the gap, and beside the smaller one", "#ffffff")});
+
+bool runJoin(const Job& job) {
+    const Arguments& given = job.arguments;
+    DibStream second;
+    openPicture(job, given.path("file"), second);
+    return join(job, second,
+                {given.word("direction") == 1, static_cast<int>(given.word("align")), given.integer("gap"),
+                 given.color("fill")});
+}
+
+constexpr Operation kOperations[] = {
+    {{"overlay",
+      kArea,
+      "Lays a second picture over the first, by its alpha.",
+      "overlay:other.bmp,place=se,opacity=60%",
+      {"overlay:other.bmp", "overlay:other.bmp,10,10,place=se,opacity=60%",
+       "overlay:other.bmp,50%,50%,mode=multiply"},
+      kOverlay,
+      kAllDepths},
+     "",
+     runOverlay},
+    {{"join",
+      kArea,
+      "Puts a second picture beside or below the first.",
+      "join:other.bmp,column,gap=4",
+      {"join:other.bmp", "join:other.bmp,column,align=center",
+       "join:other.bmp,gap=12,align=end,fill=#203040"},
+      kJoin,
+      kAllDepths},
+     "",
+     runJoin},
+};
+
+}  // namespace
+
+Area overlayOps() { return kOperations; }
+
+}  // namespace operations

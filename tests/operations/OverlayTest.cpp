@@ -1,0 +1,133 @@
+// A second picture over the first, by numbers.
+#include <algorithm>
+
+#include "tests/operations/Pictures.h"
+#include "tests/support/Paths.h"
+
+namespace operations_test {
+
+namespace {
+
+using testing_support::DibPtr;
+using Values = std::vector<std::uint32_t>;
+
+std::string saved(const DibPtr& image) {
+    const std::string path = testing_support::temporaryPath("over.png");
+    EXPECT_TRUE(DibSaveFile(path.c_str(), image.get()));
+    return path;
+}
+
+// The columns of a row of six at which two pixels come to lie.
+Values placedAt(const std::string& parameters) {
+    const std::string path = saved(picture(2, 24, {1, 2}));
+    return after(*picture(6, 24, Values(6, 0)), "overlay:" + path + "," + parameters);
+}
+
+TEST(Overlay, LiesWhereItIsPut) {
+    EXPECT_EQ(placedAt("0"), (Values{1, 2, 0, 0, 0, 0}));
+    EXPECT_EQ(placedAt("3"), (Values{0, 0, 0, 1, 2, 0}));
+    EXPECT_EQ(placedAt("-1"), (Values{2, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(placedAt("5"), (Values{0, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(placedAt("50%"), (Values{0, 0, 1, 2, 0, 0}));
+    EXPECT_EQ(placedAt("100%"), (Values{0, 0, 0, 0, 1, 2}));
+    EXPECT_EQ(placedAt("place=center"), (Values{0, 0, 1, 2, 0, 0}));
+    EXPECT_EQ(placedAt("place=center,x=1"), (Values{0, 0, 0, 1, 2, 0}));
+    EXPECT_EQ(placedAt("place=e"), (Values{0, 0, 0, 0, 1, 2}));
+    EXPECT_EQ(placedAt("place=se,x=1"), (Values{0, 0, 0, 1, 2, 0}));
+}
+
+TEST(Overlay, LiesInARowAsInAColumn) {
+    const std::string path = saved(picture(1, 24, {1, 2}));
+    const auto rows = [&](const std::string& parameters) {
+        return after(*picture(1, 24, Values(5, 0)), "overlay:" + path + "," + parameters);
+    };
+    EXPECT_EQ(rows("y=1"), (Values{0, 1, 2, 0, 0}));
+    EXPECT_EQ(rows("y=-1"), (Values{2, 0, 0, 0, 0}));
+    EXPECT_EQ(rows("place=s,y=1"), (Values{0, 0, 1, 2, 0}));
+    EXPECT_EQ(rows("place=w"), (Values{0, 1, 2, 0, 0}));
+}
+
+TEST(Overlay, OutsideThePictureChangesNothingAndSaysSo) {
+    const std::string path = saved(picture(2, 24, {1, 2}));
+    const DibPtr image = picture(2, 24, {3, 4});
+    DibOperationResult result;
+    ASSERT_TRUE(DibApply(image.get(), ("overlay:" + path + ",2147483647").c_str(), nullptr, &result));
+    EXPECT_EQ(valuesOf(*image), (Values{3, 4}));
+    ASSERT_EQ(result.noteCount, 1);
+    EXPECT_STREQ(result.notes[0].text, "overlay: the second picture lies outside the first");
+}
+
+TEST(Overlay, ObeysItsAlphaAndTheOpacity) {
+    const std::string path = saved(picture(3, 32, {0x00FFFFFF, 0x80FFFFFF, 0xFFFFFFFF}));
+    EXPECT_EQ(after(*picture(3, 24, Values(3, 0x000064)), "overlay:" + path),
+              (Values{0x000064, 0x8080B2, 0xFFFFFF}));
+    EXPECT_EQ(after(*picture(3, 24, Values(3, 0x000064)), "overlay:" + path + ",opacity=50%"),
+              (Values{0x000064, 0x40408B, 0x8080B2}));
+    EXPECT_EQ(after(*picture(3, 24, Values(3, 0x000064)), "overlay:" + path + ",opacity=0"),
+              (Values{0x000064, 0x000064, 0x000064}));
+}
+
+// 0x80 over 0x40: 128 + 64 - 128 x 64 / 255 = 160 of alpha, with 128 and 32 parts of the two colours.
+TEST(Overlay, WeighsColoursWithBothAlphas) {
+    const std::string path = saved(picture(4, 32, {0x800000FF, 0x80FF0000, 0x00FF0000, 0xFF010203}));
+    EXPECT_EQ(after(*picture(4, 32, {0x4000FF00, 0x00123456, 0x40123456, 0x40123456}), "overlay:" + path),
+              (Values{0xA00033CC, 0x80FF0000, 0x40123456, 0xFF010203}));
+}
+
+TEST(Overlay, WidensAPaletteAndSaysSo) {
+    const std::string path = saved(picture(1, 24, {0x010203}));
+    const DibPtr image = picture(2, 4, {1, 2});
+    DibOperationResult result;
+    ASSERT_TRUE(DibApply(image.get(), ("overlay:" + path).c_str(), nullptr, &result));
+    EXPECT_EQ(valuesOf(*image), (Values{0x010203, 0x222222}));
+    ASSERT_EQ(result.noteCount, 1);
+    EXPECT_STREQ(result.notes[0].text, "overlay: the palette of 4 bits became 24 bits a pixel");
+}
+
+struct Blended {
+    const char* mode;
+    std::uint32_t value;
+};
+
+// Backdrop blue 200, green 100, red 50 under source blue 100, green 150, red 250.
+TEST(Overlay, BlendsByTheFormulaOfItsMode) {
+    const Blended kCases[] = {
+        {"normal", 0xFA9664},        {"darken", 0x326464},       {"multiply", 0x313B4E},
+        {"color-burn", 0x2E0073},    {"darker-color", 0x3264C8}, {"lighten", 0xFA96C8},
+        {"screen", 0xFBBFDE},        {"color-dodge", 0xFFF3FF},  {"add", 0xFFFAFF},
+        {"lighter-color", 0xFA9664}, {"overlay", 0x6276BC},      {"soft-light", 0x6F6FBF},
+        {"hard-light", 0xF77F9D},    {"vivid-light", 0xFF79B9},  {"linear-light", 0xFF9191},
+        {"pin-light", 0xF564C8},     {"hard-mix", 0xFF00FF},     {"difference", 0xC83264},
+        {"exclusion", 0xCA848F},     {"hue", 0xAC4815},          {"saturation", 0x3264C8},
+        {"color", 0xAB4815},         {"luminosity", 0x8BB2FF},
+    };
+    const std::string path = saved(picture(1, 24, {0xFA9664}));
+    for (const Blended& blended : kCases) {
+        EXPECT_EQ(after(*picture(1, 24, {0x3264C8}), "overlay:" + path + ",mode=" + blended.mode),
+                  (Values{blended.value}))
+            << blended.mode;
+    }
+}
+
+// Half of a multiplied source: 200 x 100 / 255 = 78 of blue, halfway to 200 is 139.
+TEST(Overlay, BlendsAsFarAsItIsOpaque) {
+    const std::string path = saved(picture(1, 32, {0x80FA9664}));
+    EXPECT_EQ(after(*picture(1, 24, {0x3264C8}), "overlay:" + path + ",mode=multiply"), (Values{0x314F8B}));
+    // A transparent backdrop shows the source alone.
+    EXPECT_EQ(after(*picture(1, 32, {0x003264C8}), "overlay:" + path + ",mode=multiply"),
+              (Values{0x80FA9664}));
+}
+
+TEST(Overlay, DissolvesIntoWholePixels) {
+    const std::string path = saved(picture(100, 32, Values(100 * 40, 0x40FFFFFF)));
+    const Values values = after(*picture(100, 24, Values(100 * 40, 0)), "overlay:" + path + ",mode=dissolve");
+    const auto white = std::ranges::count(values, 0xFFFFFFU);
+    EXPECT_EQ(std::ranges::count(values, 0U) + white, 4000);
+    // A quarter, by chance.
+    EXPECT_GT(white, 900);
+    EXPECT_LT(white, 1100);
+}
+
+}  // namespace
+
+}  // namespace operations_test
