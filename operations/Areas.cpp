@@ -5,6 +5,7 @@ namespace operations {
 
 // One line for each file in rows/, here and in areas().
 Area blurOps();
+Area colorOps();
 Area composeOps();
 Area depthOps();
 Area distortionOps();
@@ -19,8 +20,8 @@ Area toneOps();
 
 std::span<const Area> areas() {
     static const Area all[] = {
-        depthOps(), distortionOps(), blurOps(),    noiseOps(),   rankOps(),     toneOps(),
-        levelOps(), edgeOps(),       composeOps(), overlayOps(), geometryOps(), placeOps(),
+        depthOps(), colorOps(), distortionOps(), blurOps(),    noiseOps(),    rankOps(),  toneOps(),
+        levelOps(), edgeOps(),  composeOps(),    overlayOps(), geometryOps(), placeOps(),
     };
     return all;
 }

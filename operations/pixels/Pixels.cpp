@@ -1,6 +1,7 @@
 #include "operations/pixels/Pixels.h"
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace operations {
@@ -55,6 +56,12 @@ void widen(const Job& job, int bitCount) {
 
 void createImage(DibStream& image, int width, int height, int bitCount) {
     if (!image.Create(width, height, bitCount)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    const dib::ImageSize size = dib::admitSize(*image.Header);
+    if (bitCount < 8) {
+        std::memset(image.Buffer, 0, size.imageBytes);
+    } else {
+        dib::clearRowFill(image.Buffer, size);
+    }
 }
 
 void moveBlocks(DibStream& from, DibStream& to) {

@@ -25,7 +25,8 @@ void widen(const Job& job, int bitCount = 24);
 // The same for a picture that is no step's own: every depth but 24 and 32 becomes 24, without a note.
 void widenQuietly(DibStream& image);
 
-// A new image with pixels that are 0. Throws Refusal when it cannot exist or memory is short.
+// A new image. Its pixels are undefined, but 0 where several share a byte. Throws Refusal when it cannot
+// exist or memory is short.
 void createImage(DibStream& image, int width, int height, int bitCount);
 // Gives the blocks of one image to another, which releases its own.
 void moveBlocks(DibStream& from, DibStream& to);

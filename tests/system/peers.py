@@ -14,7 +14,7 @@ import sys
 import tempfile
 
 try:
-    from PIL import Image, ImageChops, ImageOps
+    from PIL import Image, ImageChops, ImageOps, ImageStat
 except ImportError:
     print("Pillow is not installed")
     sys.exit(77)
@@ -84,6 +84,14 @@ MAGICK = [
 ]
 
 
+# Palettes of as many colours show the picture at least as well.
+COLORS = [4, 16, 64, 256]
+
+
+def squared_error(a, b):
+    return sum(ImageStat.Stat(ImageChops.difference(a, b.convert("RGB"))).sum2)
+
+
 def largest_difference(a, b):
     if a.size != b.size:
         return f"{a.size} against {b.size}"
@@ -137,8 +145,15 @@ def main(dib, path):
         filled = arguments.replace("{in}", "opaque.png").replace("{over}", "solid.png").split()
         subprocess.run(["convert", *filled, "PNG24:theirs.png"], cwd=folder, check=True)
         judge(chain, "ImageMagick", made_by_dib(chain, "opaque"), Image.open(folder / "theirs.png"), allowed)
+    for count in COLORS if rows else []:
+        subprocess.run(["convert", "opaque.png", "+dither", "-colors", str(count), "theirs.png"], cwd=folder, check=True)
+        errors = [squared_error(picture, image) for image in
+                  (made_by_dib(f"colors:{count},dither=none", "opaque"), Image.open(folder / "theirs.png"))]
+        if errors[0] > errors[1]:
+            print(f"colors:{count} has an error of {errors[0]}, ImageMagick of {errors[1]}")
+            wrong += 1
     shutil.rmtree(folder)
-    print(f"{len(PILLOW) + len(rows)} comparisons, {wrong} wrong")
+    print(f"{len(PILLOW) + len(rows) + (len(COLORS) if rows else 0)} comparisons, {wrong} wrong")
     return 1 if wrong else 0
 
 

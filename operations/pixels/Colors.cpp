@@ -1,0 +1,317 @@
+#include "operations/pixels/Colors.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "dib/Depths.h"
+#include "dib/PixelReader.h"
+#include "operations/pixels/BestPalette.h"
+#include "operations/pixels/NearestEntry.h"
+#include "operations/pixels/Pixels.h"
+
+namespace operations {
+
+namespace {
+
+constexpr int kVisible = 128;  // the least alpha of pixels that count as opaque
+
+// The colours of a picture, row by row: blue, green, red, alpha.
+class Colors {
+public:
+    explicit Colors(DibStream& image)
+        : reader_(image, dib::Packed::kBgra), rows_(rowsOf(image)), row_(4 * reader_.width()) {
+        if (!reader_.readable()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+        isBottomUp_ = image.Header->biHeight > 0;
+        fillsLowBits_ = image.Header->biBitCount == 16;
+        hasAlpha_ = image.Header->biBitCount == 32;
+    }
+
+    int width() const { return rows_.width; }
+    int height() const { return rows_.height; }
+    bool hasAlpha() const { return hasAlpha_; }
+
+    // The row is valid until the next call. Rows count from the top.
+    const unsigned char* row(int y) {
+        const auto number = static_cast<std::size_t>(isBottomUp_ ? rows_.height - 1 - y : y);
+        dib::forEachStrip(reader_.width(), [&](std::size_t x, std::size_t count) {
+            reader_.read(number, x, count, row_.data() + 4 * x);
+        });
+        if (fillsLowBits_) {
+            for (unsigned char& byte : row_) byte = static_cast<unsigned char>(byte | byte >> 5);
+        }
+        return row_.data();
+    }
+
+private:
+    dib::PixelReader reader_;
+    dib::Raster rows_;
+    std::vector<unsigned char> row_;
+    bool isBottomUp_;
+    bool fillsLowBits_;
+    bool hasAlpha_;
+};
+
+// The distinct colours of a picture as long as they are few, by number of their first pixel.
+class FewColors {
+public:
+    explicit FewColors(std::size_t most) : most_(most), slots_(kSlots, -1) {}
+
+    // False when there are more than that.
+    bool add(std::uint32_t color) {
+        if (color == last_) return true;
+        std::size_t slot = color * 0x9E3779B1U >> 22;
+        while (slots_[slot] >= 0 && colors_[static_cast<std::size_t>(slots_[slot])] != color)
+            slot = (slot + 1) % kSlots;
+        last_ = color;
+        if (slots_[slot] >= 0) return true;
+        if (colors_.size() == most_) return false;
+        slots_[slot] = static_cast<int>(colors_.size());
+        colors_.push_back(color);
+        return true;
+    }
+    const std::vector<std::uint32_t>& colors() const { return colors_; }
+
+private:
+    static constexpr std::size_t kSlots = 1024;
+    std::size_t most_;
+    std::uint32_t last_ = UINT32_MAX;  // no colour
+    std::vector<int> slots_;
+    std::vector<std::uint32_t> colors_;
+};
+
+struct Census {
+    std::vector<DibBGRA> few;  // all of the colours where these are few, else none
+    std::vector<CountedCell> cells;
+    bool hasHidden = false;  // pixels that are to be transparent
+    bool hasHalf = false;    // pixels that are neither opaque nor transparent
+};
+
+// Reports the first half of the work. Nothing when the caller cancels.
+std::optional<Census> count(const Job& job, Colors& colors, std::size_t most) {
+    Census census;
+    ColorCells cells;
+    FewColors few(most);
+    bool areFew = true;
+    std::vector<unsigned char> packed(3 * static_cast<std::size_t>(colors.width()));
+    const auto width = static_cast<std::size_t>(colors.width());
+    for (int y = 0; y < colors.height(); ++y) {
+        const unsigned char* row = colors.row(y);
+        std::size_t visible = 0;
+        for (std::size_t x = 0; x < width; ++x, row += 4) {
+            if (row[3] != 255) {
+                census.hasHalf = census.hasHalf || row[3] != 0;
+                if (row[3] < kVisible) {
+                    census.hasHidden = true;
+                    continue;
+                }
+            }
+            std::memcpy(packed.data() + 3 * visible++, row, 3);
+            if (areFew) areFew = few.add(dib::Depth24::get(row, 0));
+        }
+        cells.count(packed.data(), visible);
+        if (!report(job, y + std::int64_t{1}, 2 * std::int64_t{colors.height()})) return std::nullopt;
+    }
+    census.cells = cells.counted();
+    for (const std::uint32_t color : few.colors()) {
+        if (!areFew) break;
+        const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
+        census.few.push_back({byte(0), byte(8), byte(16), 0});
+    }
+    return census;
+}
+
+// How far entries lie from those nearest to them, on average, in one channel: what a dither must bridge.
+float spacingOf(std::span<const DibBGRA> palette) {
+    double sum = 0;
+    for (const DibBGRA& a : palette) {
+        int nearest = INT32_MAX;
+        for (const DibBGRA& b : palette) {
+            if (&a == &b) continue;
+            const int blue = a.blue - b.blue;
+            const int green = a.green - b.green;
+            const int red = a.red - b.red;
+            nearest = std::min(nearest, blue * blue + green * green + red * red);
+        }
+        if (nearest != INT32_MAX) sum += std::sqrt(nearest / 3.0);
+    }
+    return palette.empty() ? 0 : static_cast<float>(sum / static_cast<double>(palette.size()));
+}
+
+// The thresholds of an 8 x 8 pattern, -32 to 31.
+constexpr std::array<std::array<int, 8>, 8> kPattern = [] {
+    std::array<std::array<int, 8>, 8> pattern{};
+    for (std::size_t y = 0; y < 8; ++y) {
+        for (std::size_t x = 0; x < 8; ++x) {
+            std::size_t value = 0;
+            for (std::size_t bit = 0; bit < 3; ++bit) {
+                value |= ((x ^ y) >> bit & 1) << (5 - 2 * bit);
+                value |= (y >> bit & 1) << (4 - 2 * bit);
+            }
+            pattern[y][x] = static_cast<int>(value) - 32;
+        }
+    }
+    return pattern;
+}();
+
+// Turns colours into indices, row by row from the top.
+class Mapper {
+public:
+    Mapper(std::span<const DibBGRA> palette, Dither dither, int transparent, int width)
+        : palette_(palette),
+          // The transparent entry is no colour to be near to.
+          nearest_(transparent == 0 ? palette.subspan(1) : palette),
+          first_(transparent == 0 ? 1 : 0),
+          transparent_(transparent),
+          dither_(dither),
+          width_(width) {
+        if (dither == Dither::kFloydSteinberg) {
+            here_.resize(3 * (static_cast<std::size_t>(width) + 2));
+            below_.resize(here_.size());
+        }
+        if (dither == Dither::kOrdered) spacing_ = static_cast<int>(spacingOf(palette.subspan(first_)));
+    }
+
+    void map(const unsigned char* row, int y, std::uint8_t* indices) {
+        switch (dither_) {
+            case Dither::kNone: return mapPlain(row, indices);
+            case Dither::kOrdered: return mapOrdered(row, y, indices);
+            case Dither::kFloydSteinberg: return diffuse(row, y, indices);
+        }
+    }
+
+private:
+    bool isHidden(const unsigned char* pixel) const { return transparent_ >= 0 && pixel[3] < kVisible; }
+    std::uint8_t entry(std::uint32_t blue, std::uint32_t green, std::uint32_t red) {
+        return static_cast<std::uint8_t>(nearest_(blue, green, red) + first_);
+    }
+
+    void mapPlain(const unsigned char* row, std::uint8_t* indices) {
+        for (int x = 0; x < width_; ++x, row += 4)
+            indices[x] =
+                isHidden(row) ? static_cast<std::uint8_t>(transparent_) : entry(row[0], row[1], row[2]);
+    }
+
+    void mapOrdered(const unsigned char* row, int y, std::uint8_t* indices) {
+        const auto& pattern = kPattern[static_cast<std::size_t>(y) % 8];
+        for (int x = 0; x < width_; ++x, row += 4) {
+            const int offset = pattern[static_cast<std::size_t>(x) % 8] * spacing_ / 64;
+            const auto moved = [&](int channel) {
+                return static_cast<std::uint32_t>(std::clamp(row[channel] + offset, 0, 255));
+            };
+            indices[x] =
+                isHidden(row) ? static_cast<std::uint8_t>(transparent_) : entry(moved(0), moved(1), moved(2));
+        }
+    }
+
+    // Hands the error of a pixel on: 7/16 to the next one, 3, 5 and 1/16 to those below. Every second row
+    // runs from right to left, so that no direction shows.
+    void diffuse(const unsigned char* row, int y, std::uint8_t* indices) {
+        std::swap(here_, below_);
+        std::fill(below_.begin(), below_.end(), std::int16_t{0});
+        const int step = y % 2 == 0 ? 1 : -1;
+        int x = step > 0 ? 0 : width_ - 1;
+        std::array<int, 3> ahead{};  // in sixteenths, as are the rows
+        for (int i = 0; i < width_; ++i, x += step) {
+            const unsigned char* pixel = row + 4 * std::ptrdiff_t{x};
+            if (isHidden(pixel)) {
+                indices[x] = static_cast<std::uint8_t>(transparent_);
+                ahead = {};
+                continue;
+            }
+            // Rows of errors have one pixel more on each side.
+            std::int16_t* const under = below_.data() + 3 * (std::ptrdiff_t{x} + 1);
+            const std::int16_t* const error = here_.data() + 3 * (std::ptrdiff_t{x} + 1);
+            std::array<int, 3> wanted;
+            for (int c = 0; c < 3; ++c) {
+                const auto k = static_cast<std::size_t>(c);
+                wanted[k] = std::clamp(pixel[c] + ((error[c] + ahead[k] + 8) >> 4), 0, 255);
+            }
+            const std::uint8_t index =
+                entry(static_cast<std::uint32_t>(wanted[0]), static_cast<std::uint32_t>(wanted[1]),
+                      static_cast<std::uint32_t>(wanted[2]));
+            indices[x] = index;
+            const DibBGRA& shown = palette_[index];
+            const std::array<int, 3> got = {shown.blue, shown.green, shown.red};
+            for (int c = 0; c < 3; ++c) {
+                const auto k = static_cast<std::size_t>(c);
+                const int missing = wanted[k] - got[k];
+                ahead[k] = 7 * missing;
+                under[c - 3 * step] = static_cast<std::int16_t>(under[c - 3 * step] + 3 * missing);
+                under[c] = static_cast<std::int16_t>(under[c] + 5 * missing);
+                under[c + 3 * step] = static_cast<std::int16_t>(under[c + 3 * step] + missing);
+            }
+        }
+    }
+
+    std::span<const DibBGRA> palette_;
+    NearestEntry nearest_;
+    std::size_t first_;
+    int transparent_;
+    Dither dither_;
+    int width_;
+    int spacing_ = 0;
+    std::vector<std::int16_t> here_;
+    std::vector<std::int16_t> below_;
+};
+
+template <class Depth>
+void pack(const std::uint8_t* indices, int count, unsigned char* row) {
+    for (int x = 0; x < count; ++x) Depth::put(row, x, indices[x]);
+}
+
+void packRow(const std::uint8_t* indices, int count, const dib::Raster& to, int y) {
+    unsigned char* row = to.row(y);
+    switch (to.bitCount) {
+        case 1: return pack<dib::Depth1>(indices, count, row);
+        case 4: return pack<dib::Depth4>(indices, count, row);
+        default: std::memcpy(row, indices, static_cast<std::size_t>(count));
+    }
+}
+
+// Reports the part of the work from `begin` on.
+bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, Dither dither,
+              int transparent, double begin) {
+    const int bitCount = palette.size() <= 2 ? 1 : palette.size() <= 16 ? 4 : 8;
+    DibStream mapped;
+    createImage(mapped, colors.width(), job.image.Header->biHeight, bitCount);
+    DibBGRA* const table = dib::colorTable(mapped.Header);
+    std::fill_n(table, dib::addressableEntries(bitCount), DibBGRA{});
+    std::ranges::copy(palette, table);
+    mapped.Header->biClrUsed = static_cast<std::uint32_t>(palette.size());
+    const dib::Raster to = rowsOf(mapped);
+    Mapper mapper(palette, dither, transparent, colors.width());
+    std::vector<std::uint8_t> indices(static_cast<std::size_t>(colors.width()));
+    for (int y = 0; y < colors.height(); ++y) {
+        mapper.map(colors.row(y), y, indices.data());
+        packRow(indices.data(), colors.width(), to, y);
+        const double done = begin + (1 - begin) * (y + 1) / colors.height();
+        if (job.callback != nullptr && !job.callback(static_cast<float>(done), job.user)) return false;
+    }
+    moveBlocks(mapped, job.image);
+    return true;
+}
+
+}  // namespace
+
+bool reduceColors(const Job& job, int most, Dither dither) {
+    Colors colors(job.image);
+    std::optional<Census> census = count(job, colors, static_cast<std::size_t>(most));
+    if (!census) return false;
+    const auto room = static_cast<std::size_t>(most) - (census->hasHidden ? 1 : 0);
+    const bool isExact = census->few.size() <= room && !census->few.empty();
+    std::vector<DibBGRA> palette = isExact ? census->few : bestPalette(census->cells, room);
+    if (census->hasHidden) palette.insert(palette.begin(), DibBGRA{});
+    if (census->hasHalf)
+        addNote(job.result, DIB_NOTE_LOSS, "colors: half-transparent pixels became opaque or transparent");
+    return mapImage(job, colors, palette, isExact ? Dither::kNone : dither, census->hasHidden ? 0 : -1, 0.5);
+}
+
+bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither, int transparent) {
+    Colors colors(job.image);
+    return mapImage(job, colors, palette, dither, transparent, 0);
+}
+
+}  // namespace operations

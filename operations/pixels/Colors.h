@@ -1,0 +1,25 @@
+// Pictures with few colours.
+#ifndef OPERATIONS_PIXELS_COLORS_H
+#define OPERATIONS_PIXELS_COLORS_H
+
+#include <span>
+
+#include "operations/Operations.h"
+
+namespace operations {
+
+// How colours between those of the palette are shown.
+enum class Dither : std::uint32_t { kNone, kFloydSteinberg, kOrdered };
+
+// Gives a picture at most `most` colours (2 to 256), those that show it best; all of them where it has no
+// more, which Dither then does not touch. The result has as many bits as they need: 1, 4 or 8. Where pixels
+// have an alpha below 128 the first entry is theirs.
+bool reduceColors(const Job& job, int most, Dither dither);
+
+// Gives a picture the colours of a palette (1 to 256). `transparent` is the entry of pixels with an alpha
+// below 128; -1: alpha does not count.
+bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither, int transparent = -1);
+
+}  // namespace operations
+
+#endif
