@@ -75,6 +75,8 @@ bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Res
     options.layer = from.layer;
     options.level = from.level;
     options.appliesOrientation = from.applies_orientation != 0;
+    options.atLeastWidth = from.at_least_width;
+    options.atLeastHeight = from.at_least_height;
     return true;
 }
 

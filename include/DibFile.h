@@ -248,6 +248,12 @@ struct DibLoadOptions {
     /// such a picture has 32 bits, and its indices are gone.
     bool keepsPalette = false;
     DibLayerPart part = DIB_LAYER_PIXELS;  ///< Of the layer, when one is chosen.
+    /// The picture is decoded at a half, a quarter or an eighth of its size, the smallest that has at least
+    /// this many columns and `atLeastHeight` rows, with a note; sides are rounded up. Both count after the
+    /// picture was turned by the file's orientation, and 0 demands nothing of a side. Where both are 0, and
+    /// in formats other than JPEG, the picture has its full size. Probes report that, and limits apply to it.
+    int atLeastWidth = 0;
+    int atLeastHeight = 0;  ///< See `atLeastWidth`.
 };
 
 /// How a TIFF file packs its rows.

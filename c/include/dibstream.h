@@ -295,12 +295,17 @@ typedef struct dib_load_options {
     int level;                   ///< From 0, which is the largest.
     int applies_orientation;     ///< Not 0: turns the picture by the file's orientation.
     int reserved;                ///< 0.
+    /// Columns that are enough, after the picture was turned: JPEG files are decoded at a half, a quarter or
+    /// an eighth of their size where that has as many, and `at_least_height` rows; sides are rounded up. 0
+    /// demands nothing of a side; 0 and 0 decode the full size. Probes report it, and limits apply to it.
+    int at_least_width;
+    int at_least_height;  ///< See `at_least_width`.
 } dib_load_options;
 /// The defaults.
 #define DIB_C_LOAD_OPTIONS_INIT                                                                             \
     {                                                                                                       \
         sizeof(dib_load_options), NULL, NULL, NULL, UINT64_C(1) << 31, UINT64_C(1) << 33, 1 << 16, 0, 0, 0, \
-            -1, 0, 1, 0                                                                                     \
+            -1, 0, 1, 0, 0, 0                                                                               \
     }
 
 /// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end and after an error.

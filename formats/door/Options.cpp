@@ -70,7 +70,10 @@ bool completeOptions(const DibLoadOptions* options, DibLoadOptions& complete, Di
            isBetween(complete.page, 0, INT_MAX, "DibLoadOptions::page", result) &&
            isBetween(complete.layer, -1, INT_MAX, "DibLoadOptions::layer", result) &&
            isBetween(complete.level, 0, INT_MAX, "DibLoadOptions::level", result) &&
-           isBetween(complete.part, DIB_LAYER_PIXELS, DIB_LAYER_SECOND_MASK, "DibLoadOptions::part", result);
+           isBetween(complete.part, DIB_LAYER_PIXELS, DIB_LAYER_SECOND_MASK, "DibLoadOptions::part",
+                     result) &&
+           isBetween(complete.atLeastWidth, 0, INT_MAX, "DibLoadOptions::atLeastWidth", result) &&
+           isBetween(complete.atLeastHeight, 0, INT_MAX, "DibLoadOptions::atLeastHeight", result);
 }
 
 bool completeOptions(const DibSaveOptions* options, DibSaveOptions& complete, DibFileResult& result) {

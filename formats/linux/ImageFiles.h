@@ -49,7 +49,10 @@ struct DecoderOptions {
     bool keepsDamaged = false;      // reads what it can, and `damage` says what was wrong
     bool readsHeadersOnly = false;  // profiles and EXIF blocks are left out
     bool keepsPalette = false;      // with its alpha in the metadata
-    Progress* progress = nullptr;   // of steps that take long before the first row
+    int atLeastWidth = 0;           // DibLoadOptions: 0 and 0 decode the full size
+    int atLeastHeight = 0;
+    bool isTurned = false;         // the size is that after the door has turned the picture
+    Progress* progress = nullptr;  // of steps that take long before the first row
 };
 
 class FileDecoder : public BitmapDecoder {

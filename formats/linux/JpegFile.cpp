@@ -9,6 +9,7 @@
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
 #include "formats/Exif.h"
+#include "formats/door/Orientation.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/JpegReports.h"
 
@@ -118,6 +119,8 @@ private:
     bool hasScans() const;
     bool isCutShort() const;
     bool isShown(std::size_t row);
+    void chooseScale();
+    std::span<const unsigned char> exif() const;
     bool keepMetadata(DibMetadata& metadata);
 
     ByteReader& file_;
@@ -171,8 +174,9 @@ bool JpegDecoder::readLayout(BitmapLayout& layout) {
         case JCS_YCCK: jpeg_.out_color_space = JCS_CMYK; break;
         default: jpeg_.out_color_space = JCS_EXT_BGR; break;
     }
-    layout.width = width_ = jpeg_.image_width;
-    layout.height = jpeg_.image_height;
+    chooseScale();
+    layout.width = width_ = (jpeg_.image_width + jpeg_.scale_denom - 1) / jpeg_.scale_denom;
+    layout.height = (jpeg_.image_height + jpeg_.scale_denom - 1) / jpeg_.scale_denom;
     layout.bitsPerComponent = 8;
     layout.bitsPerPixel = jpeg_.out_color_space == JCS_GRAYSCALE ? 8 : 24;
     layout.bytesPerRow = layout.width * (layout.bitsPerPixel / 8);
@@ -186,6 +190,33 @@ ColorTriples JpegDecoder::readColors() {
     return {greys_, 256, true};
 }
 
+// The EXIF block of the file, from its byte-order mark on; empty when there is none.
+std::span<const unsigned char> JpegDecoder::exif() const {
+    for (const jpeg_marker_struct* marker = jpeg_.marker_list; marker != nullptr; marker = marker->next) {
+        if (marker->marker == kExifMarker && marker->data_length > sizeof kExifStart &&
+            std::memcmp(marker->data, kExifStart, sizeof kExifStart) == 0)
+            return {marker->data + sizeof kExifStart, marker->data_length - sizeof kExifStart};
+    }
+    return {};
+}
+
+// The library sums the coefficients of each block of 8 x 8 samples up to fewer samples.
+void JpegDecoder::chooseScale() {
+    DibMetadata metadata;
+    if (options_.isTurned) applyExif(exif(), metadata);
+    std::uint64_t columns = static_cast<unsigned>(options_.atLeastWidth);
+    std::uint64_t rows = static_cast<unsigned>(options_.atLeastHeight);
+    if (exchangesSides(metadata.orientation)) std::swap(columns, rows);
+    jpeg_.scale_num = 1;
+    jpeg_.scale_denom = columns > 0 || rows > 0 ? 8 : 1;
+    const auto hasRoom = [](std::uint64_t size, std::uint64_t scale, std::uint64_t least) {
+        return (size + scale - 1) / scale >= least;
+    };
+    while (jpeg_.scale_denom > 1 && !(hasRoom(jpeg_.image_width, jpeg_.scale_denom, columns) &&
+                                      hasRoom(jpeg_.image_height, jpeg_.scale_denom, rows)))
+        jpeg_.scale_denom /= 2;
+}
+
 bool JpegDecoder::keepMetadata(DibMetadata& metadata) {
     if (jpeg_.saw_JFIF_marker != 0 && jpeg_.density_unit != 0) {
         constexpr int kDotsPerCentimetre = 2;
@@ -193,17 +224,10 @@ bool JpegDecoder::keepMetadata(DibMetadata& metadata) {
         metadata.xResolution = jpeg_.X_density * scale;
         metadata.yResolution = jpeg_.Y_density * scale;
     }
-    for (const jpeg_marker_struct* marker = jpeg_.marker_list; marker != nullptr; marker = marker->next) {
-        const bool isExif = marker->marker == kExifMarker && marker->data_length > sizeof kExifStart &&
-                            std::memcmp(marker->data, kExifStart, sizeof kExifStart) == 0;
-        if (!isExif) continue;
-        const std::span<const unsigned char> block(marker->data + sizeof kExifStart,
-                                                   marker->data_length - sizeof kExifStart);
-        applyExif(block, metadata);
-        if (!options_.readsHeadersOnly && !copyBytes(block, metadata.exif)) return false;
-        break;
-    }
+    const std::span<const unsigned char> block = exif();
+    if (!block.empty()) applyExif(block, metadata);
     if (options_.readsHeadersOnly) return true;
+    if (!block.empty() && !copyBytes(block, metadata.exif)) return false;
     JOCTET* profile = nullptr;
     unsigned bytes = 0;
     reports_.jump.run([&] { jpeg_read_icc_profile(&jpeg_, &profile, &bytes); });
@@ -217,6 +241,9 @@ bool JpegDecoder::describe(DibFileInfo& info, DibFileResult& result) {
     nameCompression(info, "dct");
     if (jpeg_.out_color_space == JCS_CMYK && !options_.readsHeadersOnly)
         note(result, DIB_NOTE_LOSS, "four inks became red, green and blue, without a colour profile");
+    if (jpeg_.scale_denom > 1)
+        note(result, DIB_NOTE_LOSS, "%ux%u pixels were decoded at 1/%u of their size", jpeg_.image_width,
+             jpeg_.image_height, jpeg_.scale_denom);
     return keepMetadata(result.metadata);
 }
 

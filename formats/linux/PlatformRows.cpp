@@ -34,6 +34,9 @@ bool decode(ReadRequest& request, bool keepsDamaged) {
                                     .page = request.options.page,
                                     .keepsDamaged = keepsDamaged,
                                     .keepsPalette = request.options.keepsPalette,
+                                    .atLeastWidth = request.options.atLeastWidth,
+                                    .atLeastHeight = request.options.atLeastHeight,
+                                    .isTurned = request.options.appliesOrientation,
                                     .progress = &request.progress};
     const std::unique_ptr<FileDecoder> decoder = open(request.file, options);
     if (decoder == nullptr) return end(request, true);

@@ -27,6 +27,7 @@ from ._errors import (
 )
 from ._records import FileInfo, Format, Layer, LayerMask, Metadata, Note
 from ._table import operations
+from ._thumbnail import thumbnail
 
 __all__ = [
     "Cancelled",
@@ -55,6 +56,7 @@ __all__ = [
     "probe",
     "probe_layers",
     "set_plugin_folder",
+    "thumbnail",
 ]
 
 _table.add_methods()

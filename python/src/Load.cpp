@@ -2,6 +2,8 @@
 #include <DibOperation.h>
 
 #include <memory>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "python/src/Failure.h"
@@ -102,7 +104,8 @@ py::object open(const py::object& source, const std::optional<std::vector<std::s
                 const std::optional<std::string>& format, const std::optional<std::string>& name,
                 std::uint64_t mostPixels, std::uint64_t mostBytes, int mostLayers, bool keepsDamaged,
                 const std::string& alpha, int page, const std::optional<int>& layer, const std::string& part,
-                int level, bool appliesOrientation, bool keepsPalette, const py::object& progress) {
+                int level, bool appliesOrientation, bool keepsPalette,
+                const std::optional<std::pair<int, int>>& leastSize, const py::object& progress) {
     LoadOptions given{{}, formats.value_or(std::vector<std::string>()), {}, format, name};
     given.options.mostPixels = mostPixels;
     given.options.mostBytes = mostBytes;
@@ -116,6 +119,7 @@ py::object open(const py::object& source, const std::optional<std::vector<std::s
     given.options.level = level;
     given.options.appliesOrientation = appliesOrientation;
     given.options.keepsPalette = keepsPalette;
+    std::tie(given.options.atLeastWidth, given.options.atLeastHeight) = leastSize.value_or(std::pair(0, 0));
     const DibLoadOptions* options = given.complete();
 
     DibHandle image = DibHandle::make();
@@ -257,10 +261,10 @@ void bindLoad(py::module_& module) {
         "name"_a = py::none(), "max_pixels"_a = standard.mostPixels, "max_bytes"_a = standard.mostBytes,
         "max_layers"_a = standard.mostLayers, "keep_damaged"_a = false, "alpha"_a = kAlphas[0], "page"_a = 0,
         "layer"_a = py::none(), "part"_a = kParts[0], "level"_a = 0, "apply_orientation"_a = true,
-        "keep_palette"_a = false, "progress"_a = py::none(),
+        "keep_palette"_a = false, "at_least"_a = py::none(), "progress"_a = py::none(),
         R"(open(source, *, formats=None, format=None, name=None, max_pixels=2147483648, max_bytes=8589934592,
 max_layers=65536, keep_damaged=False, alpha='guess', page=0, layer=None, part='pixels', level=0,
-apply_orientation=True, keep_palette=False, progress=None)
+apply_orientation=True, keep_palette=False, at_least=None, progress=None)
 --
 
 Opens a picture. Its content says which format it has.
@@ -278,6 +282,8 @@ part: of the layer: 'pixels', 'mask' or 'second-mask'
 level: of a file with several sizes of a picture, from 0, which is the largest
 apply_orientation: turns the picture as the file asks
 keep_palette: keeps the palette of a PNG file with transparent colours, whose alpha is then in the metadata
+at_least: width and height in pixels that are enough: JPEG files are decoded at a half, a quarter or an
+    eighth of their size where that has as many, with a note; 0 demands nothing of a side. thumbnail() uses it
 progress: is called with the fraction that is done; False cancels. Also a tqdm bar.
 
 Raises MissingFileError, FileError, FormatError, RefusedError, OutOfMemoryError or Cancelled.)");

@@ -228,3 +228,39 @@ def test_objects_that_read_and_write_little(picture):
     picture.save(writer, format="bmp")
     assert bytes(writer.block) == picture.encode("bmp")
     assert dibstream.open(Slow(picture.encode("bmp"))).size == (64, 48)
+
+
+def test_thumbnails_fit_their_box(tmp_path):
+    ramp = numpy.repeat(numpy.arange(0, 240, 4, dtype=numpy.uint8)[:, None], 100, axis=1)
+    grey = dibstream.from_array(ramp)
+    colored = grey.bpp(24)
+    for image, bits in ((grey, 8), (colored, 24), (colored.bpp(32), 24)):
+        block = image.encode("jpeg")
+        small = dibstream.thumbnail(block, (20, 20))
+        assert (small.size, small.bits) == ((20, 12), bits)
+        assert [note.text for note in small.notes] == ["100x60 pixels were decoded at 1/2 of their size"]
+        rows = numpy.asarray(small.bpp(24))[:, 10, 1].astype(int)
+        assert (abs(rows - (8 + 20 * numpy.arange(12))) <= 3).all()
+    path = tmp_path / "p.png"
+    colored.save(path)
+    assert dibstream.thumbnail(path, (50, 10)).size == (17, 10) and not dibstream.thumbnail(path, (50, 10)).notes
+    assert dibstream.thumbnail(path, (100, 60)).size == dibstream.thumbnail(path, (500, 500)).size == (100, 60)
+    assert dibstream.thumbnail(path, (1, 1)).size == (1, 1)
+    red = dibstream.new(100, 60)
+    numpy.asarray(red)[..., 2] = 200
+    small = dibstream.thumbnail(red.bpp(8, method="median").encode("png"), (10, 10))
+    assert (small.size, small.bits) == ((10, 6), 24) and abs(int(numpy.asarray(small)[3, 5, 2]) - 200) <= 8
+    with pytest.raises(ValueError, match="1x1 or more, not 0x5"):
+        dibstream.thumbnail(path, (0, 5))
+    with pytest.raises(dibstream.FormatError):
+        dibstream.thumbnail(b"nothing", (5, 5))
+
+
+def test_open_at_least(picture):
+    block = picture.resize((100, 60)).encode("jpeg")
+    assert dibstream.open(block, at_least=(50, 30)).size == (50, 30)
+    assert dibstream.open(block, at_least=(0, 8)).size == (13, 8)
+    assert dibstream.open(block, at_least=(51, 30)).size == dibstream.open(block, at_least=(0, 0)).size == (100, 60)
+    assert dibstream.open(picture.encode("png"), at_least=(1, 1)).size == picture.size
+    with pytest.raises(dibstream.RefusedError, match="atLeastHeight is -1"):
+        dibstream.open(block, at_least=(1, -1))

@@ -24,7 +24,7 @@ const char* temporaryFile(const char* name);
                     test(progressAndCancel) test(loadOptions) test(damagedFiles) test(loadsRefuse)           \
                         test(operations) test(descriptions) test(chains) test(wrongChains)                   \
                             test(chainsOnWraps) test(cancelledChains) test(secondPictures) test(savesRefuse) \
-                                test(wrongSizes) test(nullArguments)
+                                test(wrongSizes) test(nullArguments) test(leastSizes)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 

@@ -59,7 +59,8 @@ TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(sizeof(dib_metadata), 64U);
     EXPECT_EQ(sizeof(dib_result), 2624U);
     EXPECT_EQ(sizeof(dib_format), 64U);
-    EXPECT_EQ(sizeof(dib_load_options), 80U);
+    EXPECT_EQ(c_interface::kFirstSize<dib_load_options>, 80U);
+    EXPECT_EQ(sizeof(dib_load_options), 80U + 8U);  // at_least_width, at_least_height
     EXPECT_EQ(sizeof(dib_file_info), 72U);
     EXPECT_EQ(sizeof(dib_save_options), 48U);
     EXPECT_EQ(sizeof(dib_apply_options), 40U);

@@ -1,4 +1,5 @@
 /* Opening and saving from C. */
+#include <stddef.h>
 #include <string.h>
 
 #include "tests/c/Checks.h"
@@ -367,6 +368,34 @@ static dib_code loadWith(const Block* block, const dib_load_options* options, di
     CHECK((image != NULL) == (code == DIB_C_OK));
     dib_image_release(image);
     return code;
+}
+
+/* JPEG files are decoded at a scale that is enough. */
+void leastSizes(void) {
+    dib_image* image = NULL;
+    dib_image* loaded = NULL;
+    dib_load_options options = DIB_C_LOAD_OPTIONS_INIT;
+    dib_result result = DIB_C_RESULT_INIT;
+    Block block;
+    CHECK(dib_image_new(100, 60, 24, DIB_C_BOTTOM_UP, &image) == DIB_C_OK);
+    block = encoded(image, "jpeg");
+    options.at_least_width = 25;
+    options.at_least_height = 14;
+    CHECK(dib_load_memory(block.bytes, block.size, &loaded, &options, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(dib_image_width(loaded) == 25);
+    CHECK(dib_image_height(loaded) == 15);
+    CHECK(result.note_count == 1);
+    dib_image_release(loaded);
+    options.at_least_width = -1;
+    CHECK(dib_load_memory(block.bytes, block.size, &loaded, &options, &result, NULL, NULL) ==
+          DIB_C_ERROR_MISMATCH);
+    /* Programs that were built with the first version of the structure. */
+    options.size = offsetof(dib_load_options, at_least_width);
+    CHECK(dib_load_memory(block.bytes, block.size, &loaded, &options, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(dib_image_width(loaded) == 100);
+    dib_image_release(loaded);
+    dib_image_release(image);
+    dib_free(block.bytes);
 }
 
 void loadOptions(void) {

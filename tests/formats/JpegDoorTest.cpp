@@ -239,6 +239,119 @@ TEST(JpegDoor, ProbeReadsTheHeaders) {
     EXPECT_STREQ(info.compression, "dct");
 }
 
+DibLoadOptions atLeastSize(int width, int height) {
+    DibLoadOptions options;
+    options.atLeastWidth = width;
+    options.atLeastHeight = height;
+    return options;
+}
+
+// "50x30" of a picture that was opened.
+std::string sizeOf(const Opened& load) {
+    if (!load.isLoaded) return load.result.reason;
+    return std::to_string(load.image->Header->biWidth) + "x" + std::to_string(load.image->Header->biHeight);
+}
+
+TEST(JpegDoor, DecodesAtTheSmallestScaleThatIsEnough) {
+    struct Case {
+        int width, height;
+        const char* size;
+    };
+    const Case cases[] = {{0, 0, "100x60"},   {100, 60, "100x60"}, {1000, 1, "100x60"}, {51, 30, "100x60"},
+                          {50, 31, "100x60"}, {50, 30, "50x30"},   {0, 16, "50x30"},    {25, 15, "25x15"},
+                          {14, 8, "25x15"},   {0, 9, "25x15"},     {13, 8, "13x8"},     {1, 0, "13x8"}};
+    for (const int bitCount : {8, 24}) {
+        const Bytes file = saved(*smoothImage(100, 60, bitCount), "jpeg");
+        const Opened plain = opened(file);
+        for (const Case& each : cases) {
+            const Opened load = opened(file, atLeastSize(each.width, each.height));
+            EXPECT_EQ(sizeOf(load), each.size) << each.width << "x" << each.height;
+            EXPECT_EQ(load.image->Header->biBitCount, bitCount);
+            if (std::string(each.size) == "100x60") {
+                EXPECT_TRUE(samePixels(*load.image, *plain.image));
+                EXPECT_EQ(load.result.noteCount, 0);
+            }
+        }
+    }
+    const Bytes file = saved(*smoothImage(100, 60, 24), "jpeg");
+    const Opened quarter = opened(file, atLeastSize(25, 15));
+    EXPECT_EQ(notesOf(quarter.result), "100x60 pixels were decoded at 1/4 of their size;");
+    EXPECT_EQ(quarter.result.notes[0].kind, DIB_NOTE_LOSS);
+    EXPECT_EQ(sizeOf(opened(saved(*smoothImage(100, 60, 24), "png"), atLeastSize(13, 8))), "100x60");
+}
+
+// Blocks of 8 x 8 samples that are black, white or half of each, every scale keeps.
+TEST(JpegDoor, ScaledPixelsAreMeans) {
+    const DibPtr image = testing_support::blankImage(32, 16, 8);
+    for (int y = 0; y < 16; ++y) {
+        for (int x = 0; x < 32; ++x)
+            testing_support::setPixelValue(*image, x, y, x < 8 ? 0 : x < 16 ? 255 : y < 8 ? 40 : 200);
+    }
+    const Bytes file = saved(*image, "jpeg");
+    for (const int scale : {2, 4, 8}) {
+        const Opened load = opened(file, atLeastSize(32 / scale, 16 / scale));
+        ASSERT_TRUE(load.isLoaded);
+        for (int y = 0; y < 16 / scale; ++y) {
+            for (int x = 0; x < 32 / scale; ++x) {
+                const auto level = static_cast<int>(testing_support::pixelValue(*load.image, x, y));
+                const int expected = static_cast<int>(
+                    testing_support::pixelValue(*image, x * scale + scale / 2, y * scale + scale / 2));
+                EXPECT_NEAR(level, expected, 2) << scale << ": " << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST(JpegDoor, TheLeastSizeIsThatOfTheTurnedPicture) {
+    DibMetadata metadata;
+    metadata.orientation = 6;
+    const Bytes file = savedWith(*smoothImage(100, 60, 24), "jpeg", metadata);
+    EXPECT_EQ(sizeOf(opened(file)), "60x100");
+    EXPECT_EQ(sizeOf(opened(file, atLeastSize(30, 50))), "30x50");
+    EXPECT_EQ(sizeOf(opened(file, atLeastSize(50, 30))), "60x100");
+    EXPECT_EQ(sizeOf(opened(file, atLeastSize(0, 25))), "15x25");
+    DibLoadOptions asStored = atLeastSize(50, 30);
+    asStored.appliesOrientation = false;
+    EXPECT_EQ(sizeOf(opened(file, asStored)), "50x30");
+}
+
+TEST(JpegDoor, ScaledPicturesFailAndCancelAsOthers) {
+    const Bytes file = saved(*smoothImage(96, 64, 24), "jpeg");
+    const DibLoadOptions eighth = atLeastSize(12, 8);
+    EXPECT_GT(failEveryLoad(file, eighth), 2);
+    ProgressLog log;
+    ASSERT_TRUE(opened(file, eighth, log).isLoaded);
+    ASSERT_GE(log.fractions.size(), 9U);
+    EXPECT_EQ(log.fractions.front(), 0.0F);
+    EXPECT_EQ(log.fractions.back(), 1.0F);
+    for (std::size_t call = 0; call < log.fractions.size(); ++call) {
+        ProgressLog cancelling;
+        cancelling.cancelAt = static_cast<int>(call);
+        const Opened load = opened(file, eighth, cancelling);
+        EXPECT_FALSE(load.isLoaded);
+        EXPECT_EQ(load.result.code, 9);
+    }
+    DibLoadOptions damaged = eighth;
+    damaged.damage = DIB_DAMAGE_KEEP;
+    const Opened kept = opened(Bytes(file.begin(), file.end() - std::ptrdiff_t{200}), damaged);
+    ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
+    EXPECT_EQ(sizeOf(kept), "12x8");
+    EXPECT_NE(notesOf(kept.result).find(" of 8 rows were read"), std::string::npos) << notesOf(kept.result);
+}
+
+TEST(JpegDoor, ALeastSizeBelowZeroIsRefused) {
+    const Bytes file = saved(*smoothImage(16, 8, 24), "jpeg");
+    const Opened width = opened(file, atLeastSize(-1, 0));
+    EXPECT_EQ(width.result.code, 8);
+    EXPECT_STREQ(width.result.reason, "DibLoadOptions::atLeastWidth is -1, but must be 0 or more");
+    const Opened height = opened(file, atLeastSize(0, -2));
+    EXPECT_STREQ(height.result.reason, "DibLoadOptions::atLeastHeight is -2, but must be 0 or more");
+    // Records of the version before end before the fields.
+    DibLoadOptions older = atLeastSize(-1, -1);
+    older.size = offsetof(DibLoadOptions, atLeastWidth);
+    EXPECT_EQ(sizeOf(opened(file, older)), "16x8");
+}
+
 TEST(JpegDoor, LossesAreNoted) {
     // Of everything: a save that refuses losses never makes a JPEG file.
     const std::string packed = "pixels change a little, as JPEG packs them (quality 90);";
