@@ -263,9 +263,9 @@ TEST(AnnouncedSize, TakesLittleMemoryInTiff) {
                                     samples == 1 ? 1 : 2)
                             .bytes());
             DibStream image;
-            const std::size_t growth = testing_support::peakGrowth(
-                [&] { EXPECT_FALSE(LoadTIFF(file.path(), &image, nullptr, nullptr)); });
-            EXPECT_LT(growth, kMostGrowth);
+            const auto load = [&] { EXPECT_FALSE(LoadTIFF(file.path(), &image, nullptr, nullptr)); };
+            if (samples == 1) load();  // the code of the libraries comes into memory, too
+            EXPECT_LT(testing_support::peakGrowth(load), kMostGrowth);
         }
     }
 }
