@@ -25,6 +25,11 @@
 ///   is not needed. Nothing throws, and every allocation may fail (code 2).
 /// - **Failure.** A chain that fails or is cancelled leaves the image as it was, unless
 ///   `DibApplyOptions::inPlace` is set.
+/// - **Colours.** An operation changes or mixes the colours of pixels, not the indices of palettes: it widens
+///   a picture with a palette to 24 bits before, or to 8 bits where the palette is grey, and 16 bits to 24
+///   where it must; a note of the result says so. Operations that change colours leave alpha as it is; those
+///   that mix pixels weigh colours with alpha. The switch `classic` of these operations, or
+///   `DibApplyOptions::classic`, gives the result of the function of DibEffect.h or method of `DibStream`.
 /// - **Threads.** Nothing is shared between calls but the C library's `rand()`, from which `noise`,
 ///   `color-noise` and `diffuse` draw.
 #ifndef DIBSTREAM_DIBOPERATION_H
@@ -56,6 +61,7 @@ enum DibParameterKind : int {
     DIB_PARAMETER_COLOR = 9,     ///< `#rrggbb` or `#rrggbbaa`.
     DIB_PARAMETER_FILL = 10,     ///< A colour, or the number that a pixel stores: an index up to 8 bits.
     DIB_PARAMETER_PATH = 11,     ///< The name of a file (`DibApplyOptions::open`).
+    DIB_PARAMETER_SWITCH = 12,   ///< `yes` or `no`; the name of the parameter alone is `yes`: `classic`.
 };
 
 /// One of the names that a choice or flags accept.
@@ -162,7 +168,9 @@ struct DibOperationResult {
     const DibParameter* parameter = nullptr;  ///< The parameter that is wrong, with its range; null: none.
     const char* suggestion = nullptr;         ///< The name that may have been meant; null: none.
     int noteCount = 0;                        ///< Number of notes.
-    DibNote notes[kMostNotes] = {};           ///< Of second pictures: "other.tif: 16 bits a sample became 8".
+    /// "blur: the palette of 8 bits became 24 bits a pixel"; of second pictures "other.tif: 16 bits a sample
+    /// became 8".
+    DibNote notes[kMostNotes] = {};
 };
 /// @}
 
@@ -205,7 +213,8 @@ DIB_EXPORT bool DibParseChain(const char* text, DibChain* chain, DibOperationRes
 /// The same for one step, in which white space needs no backslash.
 DIB_EXPORT bool DibParseStep(const char* text, DibChain* chain, DibOperationResult* result = nullptr);
 /// The C++ call that does the same as a step, for documents: "DibEffectRotate(nullptr, nullptr, &image,
-/// 0.5f, 0U);". A line for each statement.
+/// 0.5f, 0U);". A line for each statement. Where the classic function would do something else to this
+/// picture, it is "DibApply(&image, "rotate:30");".
 /// @param image The picture before the step, to which percentages refer.
 /// @return False with a code as by `DibParseChain`, or 6 when the image has no pixels.
 DIB_EXPORT bool DibDescribeCall(const DibStep* step, const DibStream* image, DibBytes* text,
@@ -229,6 +238,7 @@ struct DibApplyOptions {
     /// Saves the memory and the time of a working copy: the steps change the image itself, blocks that the
     /// caller lent included. After a failure it holds what the steps before and the classic function left.
     bool inPlace = false;
+    bool classic = false;  ///< Sets the switch `classic` of all steps that have it.
 };
 
 /// Applies a chain to an image: the same bytes as the calls that `DibDescribeCall` writes.

@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "dib/ColorTable.h"
-#include "operations/Descriptions.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -96,21 +95,11 @@ void moveBlocks(DibStream& from, DibStream& to) {
     from.Clear();
 }
 
-void requireDepth(const DibStream& image, const DibOperation& operation) {
-    requirePixels(&image);
-    const int bitCount = image.Header->biBitCount;
-    if ((operation.depths & depthBit(bitCount)) != 0) return;
-    throw Refusal{DIB_ERROR_MISMATCH, "does not accept pictures of " + std::to_string(bitCount) +
-                                          (bitCount == 1 ? " bit" : " bits") + ", only of " +
-                                          depthsText(operation.depths)};
-}
-
 void applyStep(const Job& job) {
-    const Operation& operation = job.arguments.operation();
-    requireDepth(job.image, operation.info);
+    requireDepth(job.image, job.arguments.operation().info.depths);
     // Operations do not clear the code of an earlier failure, and not every failure sets one.
     job.image.ErrorCode = DIB_OK;
-    if (operation.run(job)) return;
+    if (runTreated(job)) return;
     // Parameters and depth were checked: what is left is memory, unless there is another code.
     const int code = job.image.ErrorCode;
     if (code == DIB_OK || code == DIB_ERROR_MEMORY) throw Refusal{DIB_ERROR_MEMORY, kOutOfMemory};

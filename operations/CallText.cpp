@@ -87,6 +87,7 @@ std::string literal(const Arguments& arguments, const Placeholder& place, const 
         case DIB_PARAMETER_COLOR: return colorLiteral(arguments.color(name));
         case DIB_PARAMETER_FILL: return pixelLiteral(arguments.fill(name, image));
         case DIB_PARAMETER_PATH: return stringLiteral(arguments.path(name));
+        case DIB_PARAMETER_SWITCH: return arguments.isOn(name) ? "true" : "false";
     }
     throw std::logic_error("no such kind");
 }
@@ -126,7 +127,7 @@ std::string stepText(const Arguments& arguments) {
 }
 
 std::string callText(const Arguments& arguments, const DibStream& image) {
-    if (!arguments.operation().call.empty()) return classicCall(arguments, image);
+    if (isClassic(arguments, image)) return classicCall(arguments, image);
     return "DibApply(&image, " + stringLiteral(stepText(arguments)) + ");";
 }
 

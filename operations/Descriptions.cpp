@@ -93,6 +93,11 @@ std::string synopsis(const DibOperation& operation) {
             isOptional || parameter->kind == DIB_PARAMETER_SIZE || parameter->kind == DIB_PARAMETER_COLOR;
         if (isOptional) text += '[';
         text += separator;
+        if (parameter->kind == DIB_PARAMETER_SWITCH) {
+            text += std::string(parameter->name) + ']';
+            separator = ',';
+            continue;
+        }
         if (isOptional) text += std::string(parameter->name) + '=';
         text += showsForm ? placeholder(*parameter) : upperCase(parameter->name);
         if (isOptional) text += ']';
@@ -112,7 +117,9 @@ std::string constraints(const DibParameter& parameter) {
                             ? "at least " + plainNumber(parameter.min)
                             : plainNumber(parameter.min) + " to " + plainNumber(parameter.max));
     }
-    if (parameter.standard != nullptr) parts.push_back("default " + std::string(parameter.standard));
+    const bool isSwitch = parameter.kind == DIB_PARAMETER_SWITCH;
+    if (parameter.standard != nullptr && !isSwitch)
+        parts.push_back("default " + std::string(parameter.standard));
     std::string text;
     for (const std::string& part : parts) text += (text.empty() ? "" : ", ") + part;
     return text;

@@ -52,8 +52,8 @@ std::string listJson(const Elements& elements, int indent, const JsonOf& jsonOf)
 }
 
 const char* kindName(DibParameterKind kind) {
-    constexpr const char* kNames[] = {"integer", "number", "fraction", "angle", "length", "position",
-                                      "size",    "choice", "flags",    "color", "fill",   "path"};
+    constexpr const char* kNames[] = {"integer", "number", "fraction", "angle", "length", "position", "size",
+                                      "choice",  "flags",  "color",    "fill",  "path",   "switch"};
     return kNames[kind];
 }
 

@@ -57,6 +57,7 @@ public:
     // Throws Refusal for a number that no pixel of that depth can hold.
     std::uint32_t fill(std::string_view name, const DibStream& image) const;
     const char* path(std::string_view name) const;
+    bool isOn(std::string_view name) const { return word(name) != 0; }
 
 private:
     std::size_t indexOf(std::string_view name) const;
@@ -76,14 +77,59 @@ struct Job {
     void* user;
 };
 
+// What an operation makes of alpha.
+enum class Alpha {
+    kAsRun,    // what its function makes of it
+    kKept,     // it stays
+    kWeights,  // colours count by it where pixels mix
+};
+
+// Returns what the library returns. May throw Refusal, before it changes the image.
+using Run = bool (*)(const Job& job);
+
+// How an operation does right by palettes and alpha, of which its classic function knows nothing. A row that
+// has one has the switch `classic` and accepts all depths (Treatment.cpp).
+struct Treatment {
+    // Depths at which the classic function runs.
+    unsigned int classicDepths = 0;
+    // Those among them at which it gives the right colours; 8 bits are grey pictures. Others are widened.
+    unsigned int depths = classicDepths;
+    Alpha alpha = Alpha::kAsRun;
+    // For pictures with a palette that need not be widened, as their colour table can be changed.
+    Run palette = nullptr;
+    // For pictures of 32 bits whose pixels differ in alpha, where it weights colours.
+    Run weighted = nullptr;
+    // For every picture, instead of the classic function.
+    Run right = nullptr;
+    // Grey pictures may get colours.
+    bool addsColors = false;
+
+    bool isGiven() const { return classicDepths != 0; }
+};
+
+// Of operations without parameters of their own.
+inline constexpr Parameters kOnlyClassic({classic()});
+
+// Of operations that invert colours: the classic functions invert the indices of palettes, and alpha.
+bool invertPalette(const Job& job);
+inline constexpr Treatment kInverts = {
+    .classicDepths = kAllDepths, .alpha = Alpha::kKept, .palette = invertPalette};
+
 struct Operation {
     DibOperation info;
     std::string_view call;  // in C++, with placeholders for the values (Call.h); empty: only by name
-    // Returns what the library returns. May throw Refusal, before it changes the image.
-    bool (*run)(const Job& job);
+    Run run;                // the classic function, where there is one
     // What is wrong with the combination of parameters; empty when nothing is.
     std::string (*check)(const Arguments& arguments) = nullptr;
+    Treatment treatment = {};
 };
+
+// Runs a step by the treatment of its operation. Throws Refusal.
+bool runTreated(const Job& job);
+// Whether the classic function alone does what the step does to this picture.
+bool isClassic(const Arguments& step, const DibStream& image);
+// Throws Refusal where an operation gets a picture of another depth.
+void requireDepth(const DibStream& image, unsigned int depths);
 
 // Operations that belong together.
 using Area = std::span<const Operation>;

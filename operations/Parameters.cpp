@@ -175,6 +175,10 @@ Value Reader::read() const {
             }
             [[fallthrough]];
         case DIB_PARAMETER_COLOR: value.color = color(); break;
+        case DIB_PARAMETER_SWITCH:
+            if (text_ != "yes" && text_ != "no") fail("is not yes or no");
+            value.word = text_ == "yes" ? 1 : 0;
+            break;
         case DIB_PARAMETER_PATH:
             if (text_.empty()) fail("is not a file name");
             break;

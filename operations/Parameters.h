@@ -126,6 +126,15 @@ constexpr DibParameter fill(const char* name, const char* help, const char* stan
 }
 constexpr DibParameter path(const char* name, const char* help) { return {name, DIB_PARAMETER_PATH, help}; }
 
+// Off unless its name is given.
+constexpr DibParameter toggle(const char* name, const char* help) {
+    return {name, DIB_PARAMETER_SWITCH, help, "no"};
+}
+// Of every operation whose row has a Treatment (Operations.h).
+constexpr DibParameter classic() {
+    return toggle("classic", "exactly as the classic function does it, whatever the palette and alpha");
+}
+
 // A number that may be a percentage.
 struct Measure {
     double number = 0;
@@ -137,7 +146,7 @@ struct Value {
     std::string text;
     Measure first;           // Every kind of number; radians for an angle; the width of a size.
     Measure second;          // The height of a size.
-    std::uint32_t word = 0;  // The value of a choice, or the flags together.
+    std::uint32_t word = 0;  // The value of a choice, or the flags together; 1 for a switch that is on.
     DibBGRA color = {};
     bool isColor = false;
 };

@@ -52,16 +52,23 @@ void take(const std::string& part, const Operation& operation, Texts& texts) {
             return;
         }
     }
-    const auto free = std::ranges::find(texts, false, [](const auto& text) { return text.has_value(); });
-    const bool isPath =
-        free != texts.end() &&
-        parameters[static_cast<std::size_t>(free - texts.begin())]->kind == DIB_PARAMETER_PATH;
+    std::size_t free = 0;
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        const bool isSwitch = parameters[i]->kind == DIB_PARAMETER_SWITCH;
+        if (isSwitch && part == parameters[i]->name && !texts[i]) {
+            texts[i] = "yes";
+            return;
+        }
+        // Values without a name never set a switch.
+        if (free == i && (texts[i] || isSwitch)) ++free;
+    }
+    const bool isPath = free < parameters.size() && parameters[free]->kind == DIB_PARAMETER_PATH;
     if (equals != std::string::npos && !isPath) {
         const std::string name = part.substr(0, equals);
         fail(operation, "no parameter " + quoted(name), nullptr, nearestName(name, parameters));
     }
-    if (free == texts.end()) fail(operation, "too many values, at " + quoted(part));
-    *free = part;
+    if (free == parameters.size()) fail(operation, "too many values, at " + quoted(part));
+    texts[free] = part;
 }
 
 Arguments argumentsOf(const Operation& operation, const Texts& texts) {

@@ -19,8 +19,8 @@ ALLOWED = {
     "c": {"include", "vexlibs", "dib"},
     # Only headers that need no compiled code of the library: plug-ins link nothing of it.
     "plugins": {"include", "vexlibs", "dib"},
-    # Effects, conversions, methods and the door by name: it calls them through the public headers.
-    "operations": {"include", "dib"},
+    # It calls classic functions and the door through the public headers, pixel work of its own below.
+    "operations": {"include", "dib", "geometry", "effects"},
     # The program is an application: it uses the installed headers.
     "tools": {"include"},
     "python": {"include"},

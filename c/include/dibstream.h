@@ -449,7 +449,7 @@ DIB_C_EXPORT dib_code dib_save_function(dib_write_function write, void* context,
 
 /// What a description says.
 typedef enum dib_description {
-    DIB_C_DESCRIBE_SYNOPSIS = 0,  ///< How it is written: "gaussian:RADIUS[,wrap=none|x|y]".
+    DIB_C_DESCRIBE_SYNOPSIS = 0,  ///< How it is written: "gaussian:RADIUS[,wrap=none|x|y][,classic]".
     DIB_C_DESCRIBE_HELP = 1,      ///< Several lines for people: what it does, its parameters, an example.
     DIB_C_DESCRIBE_JSON = 2       ///< All of it, as a JSON object.
 } dib_description;

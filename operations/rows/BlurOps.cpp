@@ -8,51 +8,63 @@ namespace {
 
 constexpr const char* kArea = "Blur and sharpen";
 
-constexpr Parameters kBlur({integer("radius", "pixels on each side", {0, kAnyInteger.max}, {}, "px"),
-                            wrap()});
+constexpr Parameters kBlur({integer("radius", "pixels on each side", {0, kAnyInteger.max}, {}, "px"), wrap(),
+                            classic()});
 
-constexpr Parameters kLittle({wrap()});
+constexpr Parameters kLittle({wrap(), classic()});
 
-constexpr Parameters kGaussian(
-    {number("radius", "three standard deviations; below 1 changes nothing", {0, 255}, {}, "px"), wrap()});
+constexpr Parameters kGaussian({number("radius", "three standard deviations; below 1 changes nothing",
+                                       {0, 255}, {}, "px"),
+                                wrap(), classic()});
+
+constexpr Treatment kMixesWords = {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights};
+constexpr Treatment kMixesBytes = {.classicDepths = depths({8, 24, 32}), .alpha = Alpha::kWeights};
 
 constexpr Operation kOperations[] = {
     {{"blur",
       kArea,
-      "Takes the mean of a square around each pixel; at 8, 16, 24 and 32 bits.",
+      "Takes the mean of a square around each pixel.",
       "blur:2,wrap=x",
       {"blur:2", "blur:8", "blur:24,wrap=xy"},
       kBlur,
-      depths({8, 16, 24, 32})},
+      kAllDepths},
      "DibEffectBlur(nullptr, nullptr, &image, {radius}, {wrap})",
-     Effect<int, unsigned int>::run<DibEffectBlur>},
+     Effect<int, unsigned int>::run<DibEffectBlur>,
+     nullptr,
+     kMixesWords},
     {{"soften",
       kArea,
-      "Takes the mean of the four neighbours; at 8, 24 and 32 bits.",
+      "Takes the mean of the four neighbours.",
       "soften",
       {"soften", "soften soften soften", "soften:wrap=xy"},
       kLittle,
-      depths({8, 24, 32})},
+      kAllDepths},
      "DibEffectBlurLittle(nullptr, nullptr, &image, {wrap})",
-     Effect<unsigned int>::run<DibEffectBlurLittle>},
+     Effect<unsigned int>::run<DibEffectBlurLittle>,
+     nullptr,
+     kMixesBytes},
     {{"sharpen",
       kArea,
-      "Stresses each pixel against its four neighbours; at 8, 24 and 32 bits.",
+      "Stresses each pixel against its four neighbours.",
       "sharpen",
       {"sharpen", "sharpen sharpen", "sharpen:wrap=xy"},
       kLittle,
-      depths({8, 24, 32})},
+      kAllDepths},
      "DibEffectSharpLittle(nullptr, nullptr, &image, {wrap})",
-     Effect<unsigned int>::run<DibEffectSharpLittle>},
+     Effect<unsigned int>::run<DibEffectSharpLittle>,
+     nullptr,
+     kMixesBytes},
     {{"gaussian",
       kArea,
-      "Blurs with a Gaussian; at 8, 24 and 32 bits.",
+      "Blurs with a Gaussian.",
       "gaussian:4.5",
       {"gaussian:4.5", "gaussian:12", "gaussian:36,wrap=xy"},
       kGaussian,
-      depths({8, 24, 32})},
+      kAllDepths},
      "DibEffectGaussianBlur(nullptr, nullptr, &image, {radius}, {wrap})",
-     Effect<float, unsigned int>::run<DibEffectGaussianBlur>},
+     Effect<float, unsigned int>::run<DibEffectGaussianBlur>,
+     nullptr,
+     kMixesBytes},
 };
 
 }  // namespace

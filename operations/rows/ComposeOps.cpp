@@ -13,7 +13,8 @@ constexpr Choices kModes({{"stretch", 0, "brought to the size of the first"},
 
 constexpr Parameters kCompose({path("file", "the second picture"),
                                fraction("opacity", "share of the second picture", "0.5"),
-                               choice("mode", "how the second picture covers the first", kModes, "stretch")});
+                               choice("mode", "how the second picture covers the first", kModes, "stretch"),
+                               classic()});
 
 bool runCompose(const Job& job) {
     DibStream second;
@@ -29,9 +30,14 @@ constexpr Operation kOperations[] = {
       "compose:other.bmp,0.5",
       {"compose:other.bmp", "compose:other.bmp,30%,mode=tile", "compose:other.bmp,0.8"},
       kCompose,
-      depths({8, 24, 32})},
+      kAllDepths},
      "DibEffectCompose(nullptr, nullptr, &image, {file}, {opacity}, {mode})",
-     runCompose},
+     runCompose,
+     nullptr,
+     {.classicDepths = depths({8, 24, 32}),
+      .depths = depths({24, 32}),
+      .alpha = Alpha::kKept,
+      .addsColors = true}},
 };
 
 }  // namespace

@@ -18,19 +18,24 @@ std::string checkWavelength(const Arguments& arguments) {
     return arguments.number("wavelength") == 0 ? "wavelength: must not be 0" : "";
 }
 
-constexpr Parameters kRotate({angle("angle", "counter-clockwise when positive"), wrap()});
+constexpr Parameters kRotate({angle("angle", "counter-clockwise when positive"), wrap(), classic()});
 
 constexpr Parameters kRipple({kWavelength, angle("amplitude", "the largest turn about the centre"), kPhase,
-                              kCenterX, kCenterY, wrap()});
+                              kCenterX, kCenterY, wrap(), classic()});
 
 constexpr Parameters kWave(
     {kWavelength, number("amplitude", "the largest shift", kAnyNumber, {}, "px"), kPhase,
-     angle("direction", "along which the waves run; 0 runs along x and moves pixels along y", "0"), wrap()});
+     angle("direction", "along which the waves run; 0 runs along x and moves pixels along y", "0"), wrap(),
+     classic()});
 
 constexpr Parameters kWhirl({angle("twist", "turn for each pixel of distance from the centre"), kCenterX,
-                             kCenterY, wrap()});
+                             kCenterY, wrap(), classic()});
 
-constexpr Parameters kMosaic({integer("size", "side of a block", {1, kAnyInteger.max}, {}, "px")});
+constexpr Parameters kMosaic({integer("size", "side of a block", {1, kAnyInteger.max}, {}, "px"), classic()});
+
+// Up to 16 bits the classic functions take whole pixels.
+constexpr Treatment kSamples = {
+    .classicDepths = kAllDepths, .depths = depths({16, 24, 32}), .alpha = Alpha::kWeights};
 
 constexpr Operation kOperations[] = {
     {{"rotate",
@@ -41,7 +46,9 @@ constexpr Operation kOperations[] = {
       kRotate,
       kAllDepths},
      "DibEffectRotate(nullptr, nullptr, &image, {angle}, {wrap})",
-     Effect<float, unsigned int>::run<DibEffectRotate>},
+     Effect<float, unsigned int>::run<DibEffectRotate>,
+     nullptr,
+     kSamples},
     {{"ripple",
       kArea,
       "Makes rings about a point.",
@@ -52,7 +59,8 @@ constexpr Operation kOperations[] = {
      "DibEffectRipple(nullptr, nullptr, &image, {x:width}, {y:height}, {wavelength}, {amplitude}, {phase}, "
      "{wrap})",
      Effect<float, float, float, float, float, unsigned int>::run<DibEffectRipple>,
-     checkWavelength},
+     checkWavelength,
+     kSamples},
     {{"wave",
       kArea,
       "Makes parallel waves.",
@@ -62,7 +70,8 @@ constexpr Operation kOperations[] = {
       kAllDepths},
      "DibEffectWave(nullptr, nullptr, &image, {wavelength}, {amplitude}, {phase}, {direction}, {wrap})",
      Effect<float, float, float, float, unsigned int>::run<DibEffectWave>,
-     checkWavelength},
+     checkWavelength,
+     kSamples},
     {{"whirl",
       kArea,
       "Twists the picture about a point.",
@@ -71,25 +80,31 @@ constexpr Operation kOperations[] = {
       kWhirl,
       kAllDepths},
      "DibEffectWhirl(nullptr, nullptr, &image, {x:width}, {y:height}, {twist}, {wrap})",
-     Effect<float, float, float, unsigned int>::run<DibEffectWhirl>},
+     Effect<float, float, float, unsigned int>::run<DibEffectWhirl>,
+     nullptr,
+     kSamples},
     {{"mosaic",
       kArea,
-      "Paints square blocks in their average colour; up to 8 bits in that of their first pixel.",
+      "Paints square blocks in their average colour.",
       "mosaic:10",
       {"mosaic:4", "mosaic:12", "mosaic:32"},
       kMosaic,
       kAllDepths},
      "DibEffectMozaic(nullptr, nullptr, &image, {size})",
-     Effect<int>::run<DibEffectMozaic>},
+     Effect<int>::run<DibEffectMozaic>,
+     nullptr,
+     kSamples},
     {{"reverse",
       kArea,
-      "Inverts every bit of the pixels: colours above 8 bits, else indices into the colour table.",
+      "Inverts the colours, or those of the colour table.",
       "reverse",
       {"reverse", "bpp:8,method=median reverse", "bpp:1 reverse"},
-      kNoParameters,
+      kOnlyClassic,
       kAllDepths},
      "DibEffectReverse(nullptr, nullptr, &image)",
-     Effect<>::run<DibEffectReverse>},
+     Effect<>::run<DibEffectReverse>,
+     nullptr,
+     kInverts},
 };
 
 }  // namespace

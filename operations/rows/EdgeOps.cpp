@@ -9,14 +9,15 @@ namespace {
 constexpr const char* kArea = "Edge, relief and motion";
 
 constexpr Parameters kMotionBlur({integer("length", "number of samples", {1, kAnyInteger.max}, {}, "px"),
-                                  angle("angle", "direction of the smear; 0 is to the right", "0"), wrap()});
+                                  angle("angle", "direction of the smear; 0 is to the right", "0"), wrap(),
+                                  classic()});
 
-constexpr Parameters kEdge({wrap()});
+constexpr Parameters kEdge({wrap(), classic()});
 
 constexpr Parameters kEmboss(
     {number("strength", "contrast of the relief", kAnyNumber, "1"),
      integer("distance", "how far apart the samples lie", {1, kAnyInteger.max}, "1", "px"),
-     angle("angle", "direction in which rising brightness looks raised", "45"), wrap()});
+     angle("angle", "direction in which rising brightness looks raised", "45"), wrap(), classic()});
 
 constexpr Operation kOperations[] = {
     {{"motion-blur",
@@ -25,27 +26,33 @@ constexpr Operation kOperations[] = {
       "motion-blur:15,angle=30",
       {"motion-blur:15", "motion-blur:24,angle=30", "motion-blur:60,angle=90,wrap=xy"},
       kMotionBlur,
-      depths({8, 16, 24, 32})},
+      kAllDepths},
      "DibEffectMotionBlur(nullptr, nullptr, &image, {length}, {angle}, {wrap})",
-     Effect<int, float, unsigned int>::run<DibEffectMotionBlur>},
+     Effect<int, float, unsigned int>::run<DibEffectMotionBlur>,
+     nullptr,
+     {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights}},
     {{"edge",
       kArea,
       "Shows how fast each channel changes.",
       "edge",
       {"edge", "sharpen edge", "edge:wrap=xy"},
       kEdge,
-      depths({8, 24, 32})},
+      kAllDepths},
      "DibEffectPickEdge(nullptr, nullptr, &image, {wrap})",
-     Effect<unsigned int>::run<DibEffectPickEdge>},
+     Effect<unsigned int>::run<DibEffectPickEdge>,
+     nullptr,
+     {.classicDepths = depths({8, 24, 32}), .alpha = Alpha::kKept}},
     {{"emboss",
       kArea,
       "Gives the picture the look of a relief.",
       "emboss:2,distance=1,angle=45",
       {"emboss", "emboss:2,distance=2", "emboss:1,distance=4,angle=225,wrap=xy"},
       kEmboss,
-      depths({8, 16, 24, 32})},
+      kAllDepths},
      "DibEffectEmboss(nullptr, nullptr, &image, {strength}, {distance}, {angle}, {wrap})",
-     Effect<float, int, float, unsigned int>::run<DibEffectEmboss>},
+     Effect<float, int, float, unsigned int>::run<DibEffectEmboss>,
+     nullptr,
+     {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kKept}},
 };
 
 }  // namespace

@@ -56,7 +56,8 @@ constexpr Parameters kScroll({integer("dx", "to the right", kAnyInteger, {}, "px
 
 bool runFlipStorage(const Job& job) { return job.image.UpDown(job.image.Header->biHeight > 0); }
 
-constexpr Parameters kBrighten({number("factor", "below 1 darkens, above 1 lightens", {0, kAnyNumber.max})});
+constexpr Parameters kBrighten({number("factor", "below 1 darkens, above 1 lightens", {0, kAnyNumber.max}),
+                                classic()});
 
 constexpr Operation kOperations[] = {
     {{"resize",
@@ -70,13 +71,15 @@ constexpr Operation kOperations[] = {
      runResize},
     {{"half",
       kArea,
-      "Halves the picture exactly, each pixel the mean of four; 24 and 32 bits only.",
+      "Halves the picture exactly, each pixel the mean of four.",
       "half",
       {"half", "half half", "half half half"},
-      kNoParameters,
-      depths({24, 32})},
+      kOnlyClassic,
+      kAllDepths},
      "image.ResizeHalf()",
-     Method<>::run<&DibStream::ResizeHalf>},
+     Method<>::run<&DibStream::ResizeHalf>,
+     nullptr,
+     {.classicDepths = depths({24, 32}), .alpha = Alpha::kWeights}},
     {{"canvas",
       kArea,
       "Crops or pads the picture about its middle.",
@@ -118,22 +121,26 @@ constexpr Operation kOperations[] = {
      runFlipStorage},
     {{"invert",
       kArea,
-      "Inverts every byte of the pixels: colours above 8 bits, else indices into the colour table.",
+      "Inverts the colours, or those of the colour table.",
       "invert",
       {"invert", "bpp:8,method=median invert", "bpp:4 invert"},
-      kNoParameters,
+      kOnlyClassic,
       kAllDepths},
      "image.InvertTone()",
-     Method<>::run<&DibStream::InvertTone>},
+     Method<>::run<&DibStream::InvertTone>,
+     nullptr,
+     kInverts},
     {{"brighten",
       kArea,
-      "Darkens or lightens the colours, up to 8 bits those of the colour table; not at 16 bits.",
+      "Darkens or lightens the colours, or those of the colour table.",
       "brighten:1.5",
       {"brighten:1.5", "brighten:0.5", "brighten:3"},
       kBrighten,
-      depths({1, 4, 8, 24, 32})},
+      kAllDepths},
      "image.Brighten({factor})",
-     Method<float>::run<&DibStream::Brighten>},
+     Method<float>::run<&DibStream::Brighten>,
+     nullptr,
+     {.classicDepths = depths({1, 4, 8, 24, 32}), .palette = Method<float>::run<&DibStream::Brighten>}},
 };
 
 }  // namespace

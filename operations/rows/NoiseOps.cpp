@@ -21,10 +21,16 @@ bool runSeeded(const Job& job) {
     return run(job);
 }
 
-constexpr Parameters kNoise({integer("amount", "largest offset of a channel", {0, kAnyInteger.max}), kSeed});
+constexpr Parameters kNoise({integer("amount", "largest offset of a channel", {0, kAnyInteger.max}), kSeed,
+                             classic()});
 
 constexpr Parameters kColorNoise({color("color", "towards which pixels are pulled"),
-                                  fraction("strength", "the furthest that a pixel is pulled"), kSeed});
+                                  fraction("strength", "the furthest that a pixel is pulled"), kSeed,
+                                  classic()});
+
+constexpr Treatment kNoiseTreatment = {.classicDepths = depths({8, 24, 32})};
+constexpr Treatment kColorTreatment = {
+    .classicDepths = depths({8, 24, 32}), .depths = depths({24, 32}), .addsColors = true};
 
 constexpr Parameters kDiffuse({integer("radius", "how far away a pixel may be taken from",
                                        {0, kAnyInteger.max}, {}, "px"),
@@ -37,18 +43,22 @@ constexpr Operation kOperations[] = {
       "noise:20,seed=1",
       {"noise:20,seed=1", "noise:60,seed=1", "noise:160,seed=2"},
       kNoise,
-      depths({8, 24, 32})},
+      kAllDepths},
      "std::srand({seed});\nDibEffectNoise(nullptr, nullptr, &image, {amount})",
-     runSeeded<Effect<int>::run<DibEffectNoise>>},
+     runSeeded<Effect<int>::run<DibEffectNoise>>,
+     nullptr,
+     kNoiseTreatment},
     {{"color-noise",
       kArea,
       "Pulls each pixel towards a colour by chance.",
       "color-noise:#ff8000,0.5,seed=1",
       {"color-noise:#ff8000,0.5,seed=1", "color-noise:#2050c0,90%,seed=1", "color-noise:#ffffff,0.7,seed=2"},
       kColorNoise,
-      depths({8, 24, 32})},
+      kAllDepths},
      "std::srand({seed});\nDibEffectColorNoise(nullptr, nullptr, &image, {color}, {strength})",
-     runSeeded<Effect<DibBGRA, float>::run<DibEffectColorNoise>>},
+     runSeeded<Effect<DibBGRA, float>::run<DibEffectColorNoise>>,
+     nullptr,
+     kColorTreatment},
     {{"diffuse",
       kArea,
       "Takes each pixel from a random place around it.",

@@ -12,11 +12,17 @@ constexpr DibParameter radius(double largest) {
     return integer("radius", "half the side of the square looked at", {0, largest}, {}, "px");
 }
 
-constexpr Parameters kExtreme({radius(kAnyInteger.max), wrap()});
+constexpr Parameters kExtreme({radius(kAnyInteger.max), wrap(), classic()});
 // The square of a larger radius has more pixels than an int counts.
-constexpr Parameters kMedian({radius(23169), wrap()});
+constexpr Parameters kMedian({radius(23169), wrap(), classic()});
 
 using Rank = Effect<int, unsigned int>;
+
+// Each takes pixels as they are, so indices stay.
+template <bool (*effect)(DibProgressCallback, void*, DibStream*, int, unsigned int)>
+constexpr Treatment picks() {
+    return {.classicDepths = kAllDepths, .alpha = Alpha::kKept, .palette = Rank::run<effect>};
+}
 
 constexpr Operation kOperations[] = {
     {{"max",
@@ -27,7 +33,9 @@ constexpr Operation kOperations[] = {
       kExtreme,
       kAllDepths},
      "DibEffectBrightMax(nullptr, nullptr, &image, {radius}, {wrap})",
-     Rank::run<DibEffectBrightMax>},
+     Rank::run<DibEffectBrightMax>,
+     nullptr,
+     picks<DibEffectBrightMax>()},
     {{"min",
       kArea,
       "Takes the darkest pixel around each pixel.",
@@ -36,7 +44,9 @@ constexpr Operation kOperations[] = {
       kExtreme,
       kAllDepths},
      "DibEffectBrightMin(nullptr, nullptr, &image, {radius}, {wrap})",
-     Rank::run<DibEffectBrightMin>},
+     Rank::run<DibEffectBrightMin>,
+     nullptr,
+     picks<DibEffectBrightMin>()},
     {{"median",
       kArea,
       "Takes a pixel of middle brightness around each pixel, which removes specks.",
@@ -45,7 +55,9 @@ constexpr Operation kOperations[] = {
       kMedian,
       kAllDepths},
      "DibEffectBrightMiddle(nullptr, nullptr, &image, {radius}, {wrap})",
-     Rank::run<DibEffectBrightMiddle>},
+     Rank::run<DibEffectBrightMiddle>,
+     nullptr,
+     picks<DibEffectBrightMiddle>()},
 };
 
 }  // namespace

@@ -10,10 +10,17 @@ constexpr const char* kArea = "Tone curves";
 
 constexpr Parameters kGamma({number("gamma", "exponent; above 1 brightens"),
                              integer("low", "lower limit", kAnyInteger, "0"),
-                             integer("high", "upper limit", kAnyInteger, "255")});
+                             integer("high", "upper limit", kAnyInteger, "255"), classic()});
 
 constexpr Parameters kContrast({number("contrast", "slope about middle grey; 1 changes nothing"),
-                                number("brightness", "added, in parts of the full range", kAnyNumber, "0")});
+                                number("brightness", "added, in parts of the full range", kAnyNumber, "0"),
+                                classic()});
+
+// The colours of a palette change, and its indices stay.
+template <Run run>
+constexpr Treatment bends() {
+    return {.classicDepths = depths({1, 4, 8, 24, 32}), .palette = run};
+}
 
 constexpr Operation kOperations[] = {
     {{"gamma",
@@ -22,18 +29,22 @@ constexpr Operation kOperations[] = {
       "gamma:2.2",
       {"gamma:2.2", "gamma:0.5", "gamma:1,low=20,high=200"},
       kGamma,
-      depths({1, 4, 8, 24, 32})},
+      kAllDepths},
      "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
-     Effect<int, int, float>::run<DibEffectGammaCorrect>},
+     Effect<int, int, float>::run<DibEffectGammaCorrect>,
+     nullptr,
+     bends<Effect<int, int, float>::run<DibEffectGammaCorrect>>()},
     {{"contrast",
       kArea,
       "Stretches the colours, or the colour table, about middle grey.",
       "contrast:1.3,brightness=0.05",
       {"contrast:1.3", "contrast:2.5", "contrast:0.5,brightness=0.2"},
       kContrast,
-      depths({1, 4, 8, 24, 32})},
+      kAllDepths},
      "DibEffectContrast(nullptr, nullptr, &image, {brightness}, {contrast})",
-     Effect<float, float>::run<DibEffectContrast>},
+     Effect<float, float>::run<DibEffectContrast>,
+     nullptr,
+     bends<Effect<float, float>::run<DibEffectContrast>>()},
 };
 
 }  // namespace

@@ -21,6 +21,7 @@ _TYPES = {
     "color": "Color",
     "fill": "Color | int",
     "path": "StrPath | Image",
+    "switch": "bool",
 }
 
 
@@ -37,6 +38,8 @@ def python_name(name: str) -> str:
 
 def _default(parameter: dict[str, Any]) -> str:
     text: str = parameter["default"]
+    if parameter["type"] == "switch":
+        return str(text == "yes")
     is_number = parameter["type"] not in ("choice", "flags", "color", "path") and re.fullmatch(r"-?\d+(\.\d+)?", text)
     return text if is_number else repr(text)
 

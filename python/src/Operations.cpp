@@ -70,6 +70,8 @@ public:
         : parameter_(parameter), pictures_(pictures) {}
 
     std::string of(py::handle value) const {
+        if (parameter_.kind == DIB_PARAMETER_SWITCH && PyBool_Check(value.ptr()) != 0)
+            return value.cast<bool>() ? "yes" : "no";
         if (PyUnicode_Check(value.ptr()) != 0) return ofPath() ? encoded(value) : value.cast<std::string>();
         if (PyBool_Check(value.ptr()) == 0) {
             if (PyLong_Check(value.ptr()) != 0) return wholeText(value);

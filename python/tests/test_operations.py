@@ -50,6 +50,8 @@ def test_chaining_leaves_the_source_alone(picture):
         (lambda p: p.rotate(30, wrap=()), "rotate:30"),
         (lambda p: p.rotate(30, wrap=None), "rotate:30"),
         (lambda p: p.rotate("0.5rad"), "rotate:0.5rad"),
+        (lambda p: p.rotate(30, classic=True), "rotate:30,classic"),
+        (lambda p: p.rotate(30, classic=False), "rotate:30"),
         (lambda p: p.rotate(numpy.float32(0.5)), "rotate:0.5"),
         (lambda p: p.mosaic(numpy.int64(5)), "mosaic:5"),
         (lambda p: p.mosaic(5.0), "mosaic:5"),
@@ -85,8 +87,8 @@ def test_wrong_calls(picture):
         picture.gaussian(3, warp="x")
     with pytest.raises(TypeError, match="multiple values for argument 'radius'"):
         picture.gaussian(3, radius=3)
-    with pytest.raises(TypeError, match="at most 2 positional arguments"):
-        picture.gaussian(3, "x", 1)
+    with pytest.raises(TypeError, match="at most 3 positional arguments"):
+        picture.gaussian(3, "x", True, 1)
     for wrong in ([1], True, object(), b"3"):
         with pytest.raises(TypeError, match="radius"):
             picture.gaussian(wrong)
@@ -109,7 +111,7 @@ def test_wrong_values_name_parameter_range_and_suggestion(picture):
         picture.apply("invert gaussan:3")
     assert failure.value.suggestion == "gaussian" and failure.value.step == 1
     with pytest.raises(dibstream.ParameterError) as failure:
-        picture.bpp(16).brighten(2)
+        picture.bpp(16).brighten(2, classic=True)
     assert failure.value.code == dibstream.ErrorCode.MISMATCH
     with pytest.raises(dibstream.ParameterError, match="not a number"):
         picture.gaussian(float("nan"))
@@ -126,7 +128,7 @@ def test_sizes_that_no_picture_has(picture):
 def test_stub_is_up_to_date():
     built = pathlib.Path(dibstream.__file__).with_name("_core.pyi").read_text(encoding="utf-8")
     assert built == _stubs.stub()
-    assert "def motion_blur(self, length: int, angle: float | str = 0, wrap: str | Sequence[str] = 'none', *," in built
+    assert "def motion_blur(self, length: int, angle: float | str = 0, wrap: str | Sequence[str] = 'none', classic: bool = False" in built
 
 
 def test_texts_have_the_signatures_of_the_stub():

@@ -24,7 +24,7 @@ void operations(void) {
 void descriptions(void) {
     char* text = NULL;
     CHECK(dib_describe_operation("gaussian", DIB_C_DESCRIBE_SYNOPSIS, &text) == DIB_C_OK);
-    CHECK(strcmp(text, "gaussian:RADIUS[,wrap=none|x|y]") == 0);
+    CHECK(strcmp(text, "gaussian:RADIUS[,wrap=none|x|y][,classic]") == 0);
     dib_free(text);
     CHECK(dib_describe_operation("gaussian", DIB_C_DESCRIBE_HELP, &text) == DIB_C_OK);
     CHECK(strstr(text, "Example: gaussian:") != NULL);
@@ -77,7 +77,7 @@ void wrongChains(void) {
     CHECK(result.suggestion == NULL);
     CHECK(dib_check_chain("gaussian:300", &result) == DIB_C_ERROR_INVALID);
     CHECK(strcmp(result.parameter, "radius") == 0);
-    CHECK(dib_apply(indexed, "half", NULL, &result, NULL, NULL) == DIB_C_ERROR_MISMATCH);
+    CHECK(dib_apply(indexed, "half:classic", NULL, &result, NULL, NULL) == DIB_C_ERROR_MISMATCH);
     CHECK(strcmp(result.reason, "half: does not accept pictures of 8 bits, only of 24 and 32 bits") == 0);
     CHECK(dib_apply(image, NULL, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
     CHECK(dib_image_const_row(image, 0)[0] == 1);

@@ -19,22 +19,25 @@ std::string description(const char* operation, DibDescription form) {
 }
 
 TEST(OperationDescriptions, SynopsesShowWhatMayBeLeftOut) {
-    EXPECT_EQ(description("half", DIB_DESCRIBE_SYNOPSIS), "half");
+    EXPECT_EQ(description("half", DIB_DESCRIBE_SYNOPSIS), "half[:classic]");
+    EXPECT_EQ(description("flip-storage", DIB_DESCRIBE_SYNOPSIS), "flip-storage");
     EXPECT_EQ(description("bpp", DIB_DESCRIBE_SYNOPSIS),
               "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse]");
     EXPECT_EQ(description("resize", DIB_DESCRIBE_SYNOPSIS), "resize:WIDTHxHEIGHT[,method=bilinear|area]");
-    EXPECT_EQ(description("color-noise", DIB_DESCRIBE_SYNOPSIS), "color-noise:#RRGGBB,STRENGTH[,seed=SEED]");
+    EXPECT_EQ(description("color-noise", DIB_DESCRIBE_SYNOPSIS),
+              "color-noise:#RRGGBB,STRENGTH[,seed=SEED][,classic]");
 }
 
 TEST(OperationDescriptions, HelpExplainsEveryParameter) {
     EXPECT_EQ(description("gaussian", DIB_DESCRIBE_HELP),
-              "gaussian:RADIUS[,wrap=none|x|y]\n"
-              "    Blurs with a Gaussian; at 8, 24 and 32 bits.\n"
+              "gaussian:RADIUS[,wrap=none|x|y][,classic]\n"
+              "    Blurs with a Gaussian.\n"
               "    radius       three standard deviations; below 1 changes nothing (px, 0 to 255)\n"
               "    wrap         axes on which the picture repeats instead of ending at its edge; xy is both "
               "(default none)\n"
               "        x          left and right edges meet\n"
               "        y          top and bottom edges meet\n"
+              "    classic      exactly as the classic function does it, whatever the palette and alpha\n"
               "    Example: gaussian:4.5\n");
     DibBytes text;
     ASSERT_TRUE(DibDescribeOperations(DIB_DESCRIBE_HELP, &text));
@@ -108,9 +111,9 @@ TEST(OperationDescriptions, JsonHoldsTheWholeTable) {
     }
     EXPECT_EQ(json::parse(description("gaussian", DIB_DESCRIBE_JSON)), json::parse(R"({
         "name": "gaussian", "area": "Blur and sharpen",
-        "help": "Blurs with a Gaussian; at 8, 24 and 32 bits.",
-        "synopsis": "gaussian:RADIUS[,wrap=none|x|y]", "example": "gaussian:4.5",
-        "samples": ["gaussian:4.5", "gaussian:12", "gaussian:36,wrap=xy"], "depths": [8, 24, 32],
+        "help": "Blurs with a Gaussian.",
+        "synopsis": "gaussian:RADIUS[,wrap=none|x|y][,classic]", "example": "gaussian:4.5",
+        "samples": ["gaussian:4.5", "gaussian:12", "gaussian:36,wrap=xy"], "depths": [1, 4, 8, 16, 24, 32],
         "movesPixels": false, "parameters": [
             {"name": "radius", "type": "number", "help": "three standard deviations; below 1 changes nothing",
              "required": true, "unit": "px", "min": 0, "max": 255, "limits": "px, 0 to 255"},
@@ -118,7 +121,10 @@ TEST(OperationDescriptions, JsonHoldsTheWholeTable) {
              "help": "axes on which the picture repeats instead of ending at its edge; xy is both",
              "required": false, "default": "none", "limits": "default none",
              "choices": [{"name": "x", "value": 1, "help": "left and right edges meet"},
-                         {"name": "y", "value": 2, "help": "top and bottom edges meet"}]}]})"));
+                         {"name": "y", "value": 2, "help": "top and bottom edges meet"}]},
+            {"name": "classic", "type": "switch",
+             "help": "exactly as the classic function does it, whatever the palette and alpha",
+             "required": false, "default": "no", "limits": ""}]})"));
 }
 
 TEST(OperationDescriptions, NeedSomethingToDescribe) {
@@ -169,6 +175,11 @@ TEST(OperationCalls, WriteValuesAsCppDoes) {
     EXPECT_EQ(callOf("flatten:#ffffff"), "DibApply(&image, \"flatten\");");
     EXPECT_EQ(callOf("grey"), "DibApply(&image, \"grey\");");
     EXPECT_EQ(callOf("levels:20,230,gamma=1.5"), "DibApply(&image, \"levels:20,230,gamma=1.5\");");
+    EXPECT_EQ(callOf("blur:2,classic", 9, 9, 4), "DibEffectBlur(nullptr, nullptr, &image, 2, 0U);");
+    EXPECT_EQ(callOf("blur:2,x", 9, 9, 4), "DibApply(&image, \"blur:2,wrap=x\");");
+    EXPECT_EQ(callOf("blur:2", 9, 9, 32), "DibApply(&image, \"blur:2\");");
+    EXPECT_EQ(callOf("compose:a\\ \"b\\\\\\,c.bmp", 9, 9, 4),
+              "DibApply(&image, \"compose:a\\\\ \\\"b\\\\\\\\\\\\,c.bmp\");");
 }
 
 TEST(OperationCalls, NeedAStepAndAPicture) {

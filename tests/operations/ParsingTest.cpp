@@ -16,8 +16,10 @@ std::string parsed(const std::string& text, bool (*parse)(const char*, DibChain*
     std::string all;
     for (const DibStep& step : stepsOf(chain)) {
         all += (all.empty() ? "" : " | ") + std::string(step.operation->name);
-        for (std::size_t i = 0; i < DibList(step.operation->parameters).size(); ++i)
-            all += std::string(" ") + step.values[i];
+        const auto parameters = DibList(step.operation->parameters);
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            if (parameters[i]->kind != DIB_PARAMETER_SWITCH) all += std::string(" ") + step.values[i];
+        }
     }
     return all;
 }
@@ -77,14 +79,15 @@ TEST(OperationParsing, RefusalsNameWhatIsWrong) {
         {"gauss", "no operation 'gauss'; did you mean 'gaussian'?", nullptr, nullptr, "gaussian"},
         {"Rotate:30", "no operation 'Rotate'; did you mean 'rotate'?", nullptr, nullptr, "rotate"},
         {"frobnicate", "no operation 'frobnicate'"},
-        {"blur", "blur: radius is missing (usage: blur:RADIUS[,wrap=none|x|y])", "blur", "radius"},
+        {"blur", "blur: radius is missing (usage: blur:RADIUS[,wrap=none|x|y][,classic])", "blur", "radius"},
         {"blur:2,warp=x",
-         "blur: no parameter 'warp'; did you mean 'wrap'? (usage: blur:RADIUS[,wrap=none|x|y])", "blur",
-         nullptr, "wrap"},
-        {"blur:2,x,3", "blur: too many values, at '3' (usage: blur:RADIUS[,wrap=none|x|y])", "blur"},
-        {"blur:2,radius=3", "blur: radius is given twice (usage: blur:RADIUS[,wrap=none|x|y])", "blur",
-         "radius"},
-        {"half:", "half: too many values, at '' (usage: half)", "half"},
+         "blur: no parameter 'warp'; did you mean 'wrap'? (usage: blur:RADIUS[,wrap=none|x|y][,classic])",
+         "blur", nullptr, "wrap"},
+        {"blur:2,x,3", "blur: too many values, at '3' (usage: blur:RADIUS[,wrap=none|x|y][,classic])",
+         "blur"},
+        {"blur:2,radius=3", "blur: radius is given twice (usage: blur:RADIUS[,wrap=none|x|y][,classic])",
+         "blur", "radius"},
+        {"half:", "half: too many values, at '' (usage: half[:classic])", "half"},
         {"bpp:8,method=medain",
          "bpp: method: 'medain' is not one of plain, grey, dither, median, truncate, diffuse; did you mean "
          "'median'?",
@@ -95,7 +98,7 @@ TEST(OperationParsing, RefusalsNameWhatIsWrong) {
          "bpp"},
         {"wave:0,3",
          "wave: wavelength: must not be 0 (usage: "
-         "wave:WAVELENGTH,AMPLITUDE[,phase=PHASE][,direction=DIRECTION][,wrap=none|x|y])",
+         "wave:WAVELENGTH,AMPLITUDE[,phase=PHASE][,direction=DIRECTION][,wrap=none|x|y][,classic])",
          "wave"},
     };
     for (const Wrong& wrong : kCases) expectRefused(wrong, DibParseStep, 0);

@@ -35,7 +35,7 @@ std::string bmpOf(const std::string& name, int bitCount) {
 TEST(SecondPicture, IsBlendedAsByTheClassicCall) {
     for (const int secondBits : {8, 24, 32}) {
         const std::string path = bmpOf("blended.bmp", secondBits);
-        const std::string chain = "compose:" + path + ",30%,mode=tile";
+        const std::string chain = "compose:" + path + ",30%,mode=tile,classic";
         for (const int bitCount : testing_support::kDepths) {
             const DibPtr image = randomImage(41, 31, bitCount, 4);
             const DibPtr expected = randomImage(41, 31, bitCount, 4);

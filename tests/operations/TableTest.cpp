@@ -130,12 +130,27 @@ TEST(OperationTable, CallsNameEveryParameter) {
         for (const operations::Operation& row : area) {
             if (row.call.empty()) continue;
             for (const DibParameter* parameter : DibList(row.info.parameters)) {
+                if (parameter->kind == DIB_PARAMETER_SWITCH) continue;
                 const std::string open = "{" + std::string(parameter->name);
                 EXPECT_TRUE(row.call.find(open + "}") != std::string_view::npos ||
                             row.call.find(open + ":width}") != std::string_view::npos ||
                             row.call.find(open + ":height}") != std::string_view::npos)
                     << row.info.name << ": " << parameter->name;
             }
+        }
+    }
+}
+
+TEST(OperationTable, RowsWithATreatmentTakeEveryDepthAndHaveTheSwitch) {
+    for (const operations::Area& area : operations::areas()) {
+        for (const operations::Operation& row : area) {
+            const auto parameters = DibList(row.info.parameters);
+            const bool hasSwitch = parameters.size() != 0 &&
+                                   std::string_view(parameters[parameters.size() - 1]->name) == "classic";
+            EXPECT_EQ(hasSwitch, row.treatment.isGiven()) << row.info.name;
+            if (!hasSwitch) continue;
+            EXPECT_EQ(row.info.depths, operations::kAllDepths) << row.info.name;
+            EXPECT_EQ(row.treatment.depths & ~row.treatment.classicDepths, 0U) << row.info.name;
         }
     }
 }

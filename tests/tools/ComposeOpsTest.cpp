@@ -91,7 +91,7 @@ TEST_F(ComposeOps, TheFormatOfTheInputIsTheSecondPicturesWhereNothingElseTells) 
 TEST_F(ComposeOps, ThePictureThatDoesNotSuitIsNamed) {
     writeFile("a,b.bmp", readFile("in.bmp"));
     EXPECT_EQ(run({"run", "in.bmp", "compose:a\\,b.bmp", "out.bmp"}).exitCode, 0);
-    const Result result = run({"run", "in.bmp", "bpp:16", "compose:in.bmp", "out.bmp"});
+    const Result result = run({"run", "in.bmp", "bpp:16", "compose:in.bmp,classic", "out.bmp"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.errors,
               "dib: in.bmp: compose: does not accept pictures of 16 bits, only of 8, 24 and 32 bits\n");

@@ -25,7 +25,7 @@ TEST_F(Operations, RefuseWhatTheLibraryWould) {
         {"mosaic:0", "mosaic: size: '0' is outside 1 to 2147483647"},
         {"gaussian:300", "gaussian: radius: '300' is outside 0 to 255"},
         {"rotate:1,wrap=z", "rotate: wrap: 'z' must be none, x, y or a combination such as x+y"},
-        {"mosaic", "mosaic: size is missing (usage: mosaic:SIZE)"},
+        {"mosaic", "mosaic: size is missing (usage: mosaic:SIZE[,classic])"},
         {"frobnicate", "no operation 'frobnicate'; `dib ops` lists them"},
         {"bulr:2", "no operation 'bulr'; did you mean 'blur'?"},
     };

@@ -68,7 +68,7 @@ TEST_F(Suggestions, AreMadeForEveryKindOfName) {
     const std::pair<Program::Words, std::string> kCases[] = {
         {{"run", "in.bmp", "bulr:2", "out.bmp"}, "no operation 'bulr'; did you mean 'blur'?\n"},
         {{"run", "in.bmp", "blur:2,warp=x", "out.bmp"},
-         "blur: no parameter 'warp'; did you mean 'wrap'? (usage: blur:RADIUS[,wrap=none|x|y])\n"},
+         "blur: no parameter 'warp'; did you mean 'wrap'? (usage: blur:RADIUS[,wrap=none|x|y][,classic])\n"},
         {{"run", "--to=pngg", "in.bmp", "out"}, "no format 'pngg'; did you mean 'png'?\n"},
         {{"run", "--to=tif2", "in.bmp", "out"}, "no format 'tif2'; did you mean 'tiff'?\n"},
         {{"run", "--from=PNGG", "in.bmp", "out"}, "no format 'PNGG'; did you mean 'png'?\n"},
@@ -141,6 +141,16 @@ TEST_F(Strict, ListsAssumptionsAndWritesNothing) {
     const Result verbose = run({"run", "--verbose", "unclear.bmp", "out.bmp"});
     EXPECT_EQ(verbose.exitCode, 0);
     EXPECT_EQ(verbose.errors, strict.errors);
+}
+
+TEST_F(Strict, ListsWidenedPalettesAndWritesNothing) {
+    ASSERT_EQ(run({"run", "in.bmp", "bpp:4,method=median", "few.bmp"}).errors, "");
+    const Result strict = run({"run", "--strict", "few.bmp", "half", "out.bmp"});
+    EXPECT_EQ(strict.exitCode, 5);
+    EXPECT_EQ(strict.errors, "dib: few.bmp: loss: half: the palette of 4 bits became 24 bits a pixel\n");
+    EXPECT_FALSE(fs::exists("out.bmp"));
+    EXPECT_EQ(run({"run", "few.bmp", "half", "out.bmp"}).errors, "");
+    EXPECT_EQ(run({"run", "--verbose", "few.bmp", "half", "out.bmp"}).errors, strict.errors);
 }
 
 TEST_F(Strict, ListsLossesAndWritesNothing) {
@@ -231,7 +241,7 @@ TEST_F(Mistakes, EachHasAReasonInWords) {
         {{"run", "--to=bmp", "in.bmp", "folder"}, 4},
         {{"run", "in.bmp", "absent/out.bmp"}, 4},
         {{"run", "--to=bmp", "in.bmp", "/dev/full"}, 4},
-        {{"run", "in.bmp", "bpp:16", "blur:3", "sharpen", "out.bmp"}, 1},
+        {{"run", "in.bmp", "bpp:16", "blur:3", "sharpen:classic", "out.bmp"}, 1},
         {{"run", "in.bmp", "out.psd"}, 2},
         {{"gallery", "unknown", "out"}, 3},
     };

@@ -67,6 +67,15 @@ TEST_F(RunCommand, EveryMethodIsTheLibrarys) {
     }
 }
 
+TEST_F(RunCommand, ClassicIsOfEveryStep) {
+    ASSERT_EQ(run({"run", "in.bmp", "bpp:32", "deep.bmp"}).exitCode, 0);
+    ASSERT_EQ(run({"run", "deep.bmp", "reverse:classic", "edge:classic", "one.bmp"}).exitCode, 0);
+    ASSERT_EQ(run({"run", "--classic", "deep.bmp", "reverse", "edge", "all.bmp"}).exitCode, 0);
+    ASSERT_EQ(run({"run", "deep.bmp", "reverse", "edge", "right.bmp"}).exitCode, 0);
+    EXPECT_EQ(readFile("all.bmp"), readFile("one.bmp"));
+    EXPECT_NE(readFile("all.bmp"), readFile("right.bmp"));
+}
+
 TEST_F(RunCommand, InputAndOutputMayBeOneFile) {
     EXPECT_EQ(run({"run", "in.bmp", "bpp:8", "in.bmp"}).exitCode, 0);
     ASSERT_TRUE(picture_.ChangeBpp(8, 0));
@@ -82,7 +91,7 @@ TEST_F(RunCommand, CommandNamesMayBeFileNames) {
 // Exit code 1.
 
 TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
-    const Result depth = run({"run", "in.bmp", "bpp:8", "half", "out.bmp"});
+    const Result depth = run({"run", "--classic", "in.bmp", "bpp:8", "half", "out.bmp"});
     EXPECT_EQ(depth.exitCode, 1);
     EXPECT_EQ(depth.errors,
               "dib: in.bmp: half: does not accept pictures of 8 bits, only of 24 and 32 bits\n");

@@ -269,10 +269,11 @@ TEST_F(Completion, IsAnsweredByTheProgram) {
     EXPECT_EQ(answer({"info", "in"}), "files\n");
     EXPECT_EQ(answer({"run", "in.bmp", "cr"}), "files\ncrop:\tKeeps a rectangle of the picture.\n");
     EXPECT_EQ(answer({"run", "in.bmp", "half"}),
-              "files\nhalf\tHalves the picture exactly, each pixel the mean of four; 24 and 32 bits only.\n");
+              "files\nhalf\tHalves the picture exactly, each pixel the mean of four.\n");
     EXPECT_EQ(answer({"run", "in.bmp", "blur:2,"}),
               "words\nblur:2,radius=\tpixels on each side\n"
-              "blur:2,wrap=\taxes on which the picture repeats instead of ending at its edge; xy is both\n");
+              "blur:2,wrap=\taxes on which the picture repeats instead of ending at its edge; xy is both\n"
+              "blur:2,classic\texactly as the classic function does it, whatever the palette and alpha\n");
     EXPECT_EQ(answer({"run", "in.bmp", "blur:2,wrap="}),
               "words\nblur:2,wrap=none\nblur:2,wrap=x\tleft and right edges meet\n"
               "blur:2,wrap=y\ttop and bottom edges meet\n");

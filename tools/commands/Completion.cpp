@@ -51,6 +51,7 @@ void offerOptions(const CLI::App& command, const std::string& typed, Offers& off
 
 void offerValues(const DibParameter& parameter, const std::string& head, Offers& offers) {
     if (parameter.kind == DIB_PARAMETER_FLAGS) offers.add(head + "none");
+    if (parameter.kind == DIB_PARAMETER_SWITCH) offers.addEach(head, "yes|no");
     for (const DibChoice* choice : DibList(parameter.choices)) offers.add(head + choice->name, choice->help);
 }
 
@@ -63,7 +64,8 @@ void offerParameters(const DibOperation& operation, const std::string& typed, Of
     for (const DibParameter* parameter : DibList(operation.parameters)) {
         const std::string key = std::string(parameter->name) + "=";
         if (equals == std::string::npos) {
-            offers.add(head + key, parameter->help);
+            const bool isSwitch = parameter->kind == DIB_PARAMETER_SWITCH;
+            offers.add(head + (isSwitch ? parameter->name : key), parameter->help);
         } else if (value.starts_with(key)) {
             offerValues(*parameter, head + key, offers);
         }
@@ -72,14 +74,18 @@ void offerParameters(const DibOperation& operation, const std::string& typed, Of
     if (isFirst && *operation.parameters != nullptr) offerValues(**operation.parameters, head, offers);
 }
 
+bool takesValues(const DibOperation& operation) {
+    const DibParameter* first = *operation.parameters;
+    return first != nullptr && first->kind != DIB_PARAMETER_SWITCH;
+}
+
 void offerOperations(const std::string& typed, Offers& offers) {
     const std::size_t colon = typed.find(':');
     const DibOperation* begun =
         colon != std::string::npos ? DibFindOperation(typed.substr(0, colon).c_str()) : nullptr;
     if (begun != nullptr) return offerParameters(*begun, typed, offers);
     for (const DibOperation* operation : operations())
-        offers.add(std::string(operation->name) + (*operation->parameters != nullptr ? ":" : ""),
-                   operation->help);
+        offers.add(std::string(operation->name) + (takesValues(*operation) ? ":" : ""), operation->help);
     offers.alsoFiles();
 }
 

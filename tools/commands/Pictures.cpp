@@ -1,5 +1,6 @@
 #include "tools/commands/Pictures.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <utility>
@@ -25,6 +26,8 @@ public:
     }
     // Why one could not be opened, if that was so.
     const std::optional<Failure>& failure() const { return failure_; }
+    // Notes of the step come before those of the pictures that it opens.
+    int noteCount() const { return noteCount_; }
 
 private:
     bool load(const std::string& name, DibStream& image, DibFileResult& result, DibProgressCallback callback,
@@ -42,6 +45,7 @@ private:
         if (isUnknown && from != nullptr) isOpen = open(from);
         if (isOpen) {
             frame_.notes.add(name + ": " + operation_, result);
+            noteCount_ += result.noteCount;
             return true;
         }
         failure_ = loadFailure(name, result, operation_);
@@ -51,16 +55,16 @@ private:
     const StepFrame& frame_;
     std::string operation_;
     std::optional<Failure> failure_;
+    int noteCount_ = 0;
 };
 
 }  // namespace
 
 Notes::~Notes() { complain(lines_); }
 
-void Notes::add(const std::string& title, const DibFileResult& result) {
+void Notes::add(const std::string& title, std::span<const DibNote> notes) {
     constexpr const char* kKinds[] = {": warning: ", ": assumption: ", ": loss: "};
-    for (int i = 0; i < result.noteCount; ++i) {
-        const DibNote& note = result.notes[i];
+    for (const DibNote& note : notes) {
         if (options_.isStrict || options_.isVerbose || note.kind == DIB_NOTE_WARNING)
             lines_.push_back(title + kKinds[note.kind] + note.text);
     }
@@ -102,12 +106,17 @@ LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOpt
 void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
     frame.progress.beginStep(step.operation->name);
     SecondPictures pictures(frame, step.operation->name);
-    const DibApplyOptions options = {.open = &SecondPictures::open, .context = &pictures, .inPlace = true};
+    const DibApplyOptions options = {.open = &SecondPictures::open,
+                                     .context = &pictures,
+                                     .inPlace = true,
+                                     .classic = frame.options.isClassic};
     DibOperationResult result;
     const bool done = DibApply(&image, &step, 1, &options, &result, &Progress::report, &frame.progress);
     stopIfCancelled();
     if (pictures.failure()) throw Failure(*pictures.failure());
     if (!done) throw Failure(kExitOperationFailed, frame.title + ": " + result.reason);
+    const int ownNotes = std::max(result.noteCount - pictures.noteCount(), 0);
+    frame.notes.add(frame.title, std::span(result.notes, static_cast<std::size_t>(ownNotes)));
     frame.progress.endStep();
 }
 

@@ -4,6 +4,7 @@
 
 #include <DibFile.h>
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct PictureOptions {
     DibSaveOptions save = {.runLengths = false};
     bool isStrict = false;   // notes of the library are failures
     bool isVerbose = false;  // every note is shown, not warnings alone
+    bool isClassic = false;  // steps do exactly what their classic functions do
 };
 
 // Losses, assumptions and warnings of the library. They are printed when the object is destroyed: declare it
@@ -33,7 +35,10 @@ public:
     Notes& operator=(const Notes&) = delete;
 
     // `title` is the file and what was done with it: "in.bmp: load".
-    void add(const std::string& title, const DibFileResult& result);
+    void add(const std::string& title, std::span<const DibNote> notes);
+    void add(const std::string& title, const DibFileResult& result) {
+        add(title, std::span(result.notes, static_cast<std::size_t>(result.noteCount)));
+    }
     // Throws Failure (strict) with all notes when there are any and the options refuse them.
     void judge();
 

@@ -97,6 +97,9 @@ void declareRun(CLI::App& command) {
     command.add_option("chain", job->words)->group("");
     addOpening(command, job->pictures.load);
     addSaving(command, job->pictures, "Format of the output; overrides its extension");
+    command.add_flag("--classic", job->pictures.isClassic,
+                     "Every operation does exactly what its classic function does, whatever the palette and "
+                     "alpha");
     addProgress(command, job->showsProgress);
     command.footer(operationSummary);
     command.callback([job] {

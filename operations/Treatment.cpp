@@ -1,0 +1,144 @@
+// How operations do right by palettes and alpha. A step with a treatment goes through three stages: a
+// picture whose pixels are no colours is widened, the classic function runs and alpha is put right, and a
+// grey picture becomes one of 8 bits again.
+#include <DibHandle.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "dib/ColorTable.h"
+#include "effects/weighted/AlphaPlane.h"
+#include "operations/Descriptions.h"
+#include "operations/Operations.h"
+
+namespace operations {
+
+namespace {
+
+bool isPalette(const DibStream& image) { return image.Header->biBitCount <= 8; }
+
+std::span<const DibBGRA> entriesOf(const std::array<DibBGRA, 256>& table, const DibStream& image) {
+    return {table.data(), dib::addressableEntries(image.Header->biBitCount)};
+}
+
+bool isGrey(const DibStream& image) {
+    if (!isPalette(image)) return false;
+    const auto table = dib::readColorTable(*image.Header);
+    return std::ranges::all_of(entriesOf(table, image), [](const DibBGRA& entry) {
+        return entry.blue == entry.green && entry.green == entry.red;
+    });
+}
+
+// Whether the indices of a picture are its levels of grey, all of which its table announces.
+bool isGreyRamp(const DibStream& image) {
+    if (image.Header->biBitCount != 8 || dib::announcedEntries(*image.Header) < 256 || !isGrey(image))
+        return false;
+    const auto table = dib::readColorTable(*image.Header);
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (table[i].blue != i) return false;
+    }
+    return true;
+}
+
+bool hasRightColors(const DibStream& image, const Treatment& treatment) {
+    const int bitCount = image.Header->biBitCount;
+    if (isPalette(image) && !isGreyRamp(image)) return false;
+    return (treatment.depths & depthBit(bitCount)) != 0;
+}
+
+bool wantsClassic(const Job& job) { return job.options.classic || job.arguments.isOn("classic"); }
+
+void note(const Job& job, const std::string& text) {
+    if (job.result.noteCount == DibOperationResult::kMostNotes) return;
+    DibNote& note = job.result.notes[job.result.noteCount++];
+    note.kind = DIB_NOTE_LOSS;
+    const std::string whole = std::string(job.arguments.operation().info.name) + ": " + text;
+    note.text[whole.copy(note.text, sizeof note.text - 1)] = '\0';
+}
+
+std::string bitsText(int bitCount) { return std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits"); }
+
+// Makes the pixels of a picture colours.
+bool widen(const Job& job, bool toGrey) {
+    DibStream& image = job.image;
+    const int bitCount = image.Header->biBitCount;
+    const std::string before = (isPalette(image) ? "the palette of " : "") + bitsText(bitCount);
+    const unsigned int depths = job.arguments.operation().treatment.depths;
+    const bool runsOnGrey = toGrey && (depths & depthBit(8)) != 0;
+    if (!image.ChangeBpp(24, 0) || (runsOnGrey && !image.ChangeBpp(8, 0))) return false;
+    note(job, before + " became " + (toGrey ? "8 bits of grey" : "24 bits a pixel"));
+    return true;
+}
+
+// Runs the classic function and restores the alpha of a picture of 32 bits.
+bool runKeepingAlpha(const Job& job) {
+    const Run run = job.arguments.operation().run;
+    if (job.image.Header->biBitCount != 32) return run(job);
+    if (const std::optional<std::uint8_t> alpha = dib::commonAlpha(job.image)) {
+        if (!run(job)) return false;
+        dib::fillAlpha(job.image, *alpha);
+        return true;
+    }
+    DibHandle alphas(job.image.CreateAlphaDib());
+    return alphas && run(job) && job.image.SetAlphaPlane(alphas.get());
+}
+
+bool runOnColors(const Job& job) {
+    const Operation& operation = job.arguments.operation();
+    const Treatment& treatment = operation.treatment;
+    if (treatment.right != nullptr) return treatment.right(job);
+    if (treatment.alpha == Alpha::kAsRun) return operation.run(job);
+    const bool differ = job.image.Header->biBitCount == 32 && !dib::commonAlpha(job.image);
+    if (differ && treatment.alpha == Alpha::kWeights)
+        return treatment.weighted != nullptr ? treatment.weighted(job) : operation.run(job);
+    return runKeepingAlpha(job);
+}
+
+}  // namespace
+
+void requireDepth(const DibStream& image, unsigned int depths) {
+    requirePixels(&image);
+    const int bitCount = image.Header->biBitCount;
+    if ((depths & depthBit(bitCount)) != 0) return;
+    throw Refusal{DIB_ERROR_MISMATCH,
+                  "does not accept pictures of " + bitsText(bitCount) + ", only of " + depthsText(depths)};
+}
+
+bool runTreated(const Job& job) {
+    const Operation& operation = job.arguments.operation();
+    const Treatment& treatment = operation.treatment;
+    if (!treatment.isGiven()) return operation.run(job);
+    if (wantsClassic(job)) {
+        requireDepth(job.image, treatment.classicDepths);
+        return operation.run(job);
+    }
+    if (hasRightColors(job.image, treatment)) return runOnColors(job);
+    if (treatment.palette != nullptr && isPalette(job.image)) return treatment.palette(job);
+    const bool staysGrey = isGrey(job.image) && !treatment.addsColors;
+    if (!widen(job, staysGrey) || !runOnColors(job)) return false;
+    return !staysGrey || isPalette(job.image) || job.image.ChangeBpp(8, 0);
+}
+
+bool invertPalette(const Job& job) {
+    BITMAPINFOHEADER& header = *job.image.Header;
+    const std::size_t entries =
+        std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
+    for (DibBGRA& entry : std::span(dib::colorTable(&header), entries)) {
+        entry.blue = static_cast<std::uint8_t>(255 - entry.blue);
+        entry.green = static_cast<std::uint8_t>(255 - entry.green);
+        entry.red = static_cast<std::uint8_t>(255 - entry.red);
+    }
+    return true;
+}
+
+bool isClassic(const Arguments& step, const DibStream& image) {
+    const Treatment& treatment = step.operation().treatment;
+    if (step.operation().call.empty()) return false;
+    if (!treatment.isGiven() || step.isOn("classic")) return true;
+    if (treatment.right != nullptr) return false;
+    if (!hasRightColors(image, treatment))
+        return isPalette(image) && treatment.palette == step.operation().run;
+    return image.Header->biBitCount != 32 || treatment.alpha == Alpha::kAsRun;
+}
+
+}  // namespace operations
