@@ -17,11 +17,12 @@ Area overlayOps();
 Area placeOps();
 Area rankOps();
 Area toneOps();
+Area turnOps();
 
 std::span<const Area> areas() {
     static const Area all[] = {
         depthOps(), colorOps(), distortionOps(), blurOps(),    noiseOps(),    rankOps(),  toneOps(),
-        levelOps(), edgeOps(),  composeOps(),    overlayOps(), geometryOps(), placeOps(),
+        levelOps(), edgeOps(),  composeOps(),    overlayOps(), geometryOps(), placeOps(), turnOps(),
     };
     return all;
 }

@@ -9,8 +9,8 @@
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Turn.h"
 #include "formats/Exif.h"
-#include "formats/Turn.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/TiffExif.h"
 #include "formats/linux/TiffHandle.h"
@@ -76,13 +76,13 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
     if (!hasPage && (!options_.readsHeadersOnly || TIFFSetDirectory(tiff, 0) == 0)) return false;
     if (!readTiffLayout(tiff, layout_)) return false;
     orientation_ = tiffField<std::uint16_t>(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    if (orientation_ < 1 || orientation_ > std::size(kTurns)) orientation_ = ORIENTATION_TOPLEFT;
+    if (orientation_ < 1 || orientation_ > std::size(dib::kTurns)) orientation_ = ORIENTATION_TOPLEFT;
     if (!readTiffMeaning(tiff, layout_, options_.dialect, meaning_)) return false;
     bitsPerPixel_ = hasIndices() ? (layout_.bits == 2 ? 4 : layout_.bits) : meaning_.bitsPerPixel();
     storedOrientation_ = orientation_;
     if (!options_.dialect.turnsRows) orientation_ = ORIENTATION_TOPLEFT;
 
-    const bool exchanged = kTurns[orientation_ - 1].isExchanged;
+    const bool exchanged = dib::kTurns[orientation_ - 1].isExchanged;
     shownWidth_ = exchanged ? layout_.height : layout_.width;
     layout.width = shownWidth_;
     layout.height = exchanged ? layout_.width : layout_.height;
@@ -235,7 +235,7 @@ void TiffDecoder::divideAlpha() {
 }
 
 const unsigned char* TiffDecoder::turnedRow() {
-    const Turn& turn = kTurns[orientation_ - 1];
+    const dib::Turn& turn = dib::kTurns[orientation_ - 1];
     const std::size_t width = layout_.width;
     const std::size_t height = layout_.height;
     const std::size_t bytes = pixelBytes();

@@ -187,7 +187,8 @@ TEST(OperationApply, OperationsThatMovePixelsKeepIndicesAndColourTable) {
             EXPECT_EQ(found, used);
         }
     }
-    EXPECT_EQ(names, (std::set<std::string_view>{"diffuse", "crop", "scroll", "flip-storage", "trim"}));
+    EXPECT_EQ(names, (std::set<std::string_view>{"turn", "flip", "mirror", "diffuse", "crop", "scroll",
+                                                 "flip-storage", "trim"}));
 }
 
 // Compiled, the calls that are shown do what the samples do.
@@ -284,14 +285,14 @@ TEST(OperationApply, NeedsAnImageAndSteps) {
 TEST(OperationApply, StepsMayBeMadeByTheCaller) {
     const DibPtr image = randomImage(41, 31, 24, 4);
     const DibPtr expected = randomImage(41, 31, 24, 4);
-    const char* const values[] = {"0.5rad", nullptr};
+    const char* const values[8] = {"0.5rad"};
     const DibStep steps[] = {{DibFindOperation("rotate"), values}, {DibFindOperation("half"), nullptr}};
     DibOperationResult result;
     EXPECT_TRUE(DibApply(image.get(), steps, 2, nullptr, &result)) << result.reason;
     ASSERT_TRUE(DibEffectRotate(nullptr, nullptr, expected.get(), 0.5F, 0U) && expected->ResizeHalf());
     EXPECT_TRUE(sameImage(*image, *expected));
 
-    const char* const wrong[] = {"300", nullptr};
+    const char* const wrong[8] = {"300"};
     const DibStep refused[] = {{DibFindOperation("half"), nullptr}, {DibFindOperation("gaussian"), wrong}};
     EXPECT_FALSE(DibApply(image.get(), refused, 2, nullptr, &result));
     EXPECT_EQ(result.step, 1);

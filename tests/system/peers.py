@@ -55,6 +55,11 @@ def beside(image, over):
 PILLOW = [
     ("grey", 0, "opaque", grey),
     ("threshold:100", 0, "opaque", lambda image: grey(image).point(lambda v: 255 if v >= 100 else 0)),
+    ("turn:90", 0, "opaque", lambda image: image.transpose(Image.Transpose.ROTATE_270)),
+    ("turn:180", 0, "opaque", lambda image: image.transpose(Image.Transpose.ROTATE_180)),
+    ("turn:270", 0, "alpha", lambda image: image.transpose(Image.Transpose.ROTATE_90)),
+    ("flip", 0, "opaque", lambda image: image.transpose(Image.Transpose.FLIP_TOP_BOTTOM)),
+    ("mirror", 0, "alpha", lambda image: image.transpose(Image.Transpose.FLIP_LEFT_RIGHT)),
     ("border:7,#ff8000", 0, "opaque", lambda image: ImageOps.expand(image, 7, (255, 128, 0))),
     ("flatten:#ff8000", 1, "alpha", flattened),
     ("overlay:over.png,30,20", 1, "opaque+alpha", lambda image, over: covered(image, over).convert("RGB")),
