@@ -30,26 +30,13 @@ void mirror(unsigned char* row, std::size_t width) {
 
 constexpr std::uint32_t kAlphaMask = 0xFF000000;
 
-// Which bits of alpha all pixels have, and which of them any pixel has.
+// Which bits of alpha all pixels had, and which of them any pixel had.
 struct AlphaBits {
     std::uint32_t all = kAlphaMask;
     std::uint32_t any = 0;
 };
 
-DIB_ALWAYS_INLINE AlphaBits alphaBits(const unsigned char* pixels, std::size_t count) {
-    AlphaBits bits;
-    for (std::size_t i = 0; i < count; ++i) {
-        std::uint32_t word;
-        std::memcpy(&word, pixels + 4 * i, sizeof word);
-        bits.all &= word;
-        bits.any |= word & kAlphaMask;
-    }
-    return bits;
-}
-
-// The bits that the pixels had.
-DIB_ALWAYS_INLINE AlphaBits setOpaque(unsigned char* pixels, std::size_t count) {
-    AlphaBits bits;
+DIB_ALWAYS_INLINE AlphaBits setOpaque(unsigned char* pixels, std::size_t count, AlphaBits bits) {
     for (std::size_t i = 0; i < count; ++i) {
         std::uint32_t word;
         std::memcpy(&word, pixels + 4 * i, sizeof word);
@@ -68,7 +55,8 @@ public:
 
     bool read() {
         if (!readPixels()) return false;
-        if (dropsBytes_) {
+        // All 0 or all 255 is what programs without alpha write.
+        if (fourthBytes_.all != kAlphaMask && fourthBytes_.any != 0) {
             note(request_.result, DIB_NOTE_ASSUMPTION,
                  "the header announces no alpha, so the fourth byte of the pixels was ignored");
         }
@@ -156,15 +144,8 @@ private:
             divideByAlpha(out, width);
     }
 
-    // All 0 or all 255 is what programs without alpha write. Pixels are written only when they change, and
-    // read once where those before them changed.
     void makeOpaque(unsigned char* pixels, std::size_t count) {
-        AlphaBits bits;
-        if (all_ == kAlphaMask) bits = dib::runKernel<alphaBits, const unsigned char*>(pixels, count);
-        if ((all_ & bits.all) != kAlphaMask) bits = dib::runKernel<setOpaque>(pixels, count);
-        all_ &= bits.all;
-        any_ |= bits.any;
-        dropsBytes_ = all_ != kAlphaMask && any_ != 0;
+        fourthBytes_ = dib::runKernel<setOpaque>(pixels, count, fourthBytes_);
     }
 
     static void divideByAlpha(unsigned char* row, std::size_t width) {
@@ -180,9 +161,7 @@ private:
     ByteReader& file_;
     const TgaPicture& picture_;
     NewImage& image_;
-    std::uint32_t all_ = kAlphaMask;
-    std::uint32_t any_ = 0;
-    bool dropsBytes_ = false;
+    AlphaBits fourthBytes_;
 };
 
 std::uint64_t fewestBytes(const TgaPicture& picture) {
