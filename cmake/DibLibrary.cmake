@@ -51,7 +51,9 @@ else()
     find_package(ZLIB REQUIRED)
     find_package(PkgConfig REQUIRED)
     pkg_check_modules(ISAL REQUIRED IMPORTED_TARGET libisal)
-    set(DIB_PLATFORM_LIBRARIES PNG::PNG JPEG::JPEG TIFF::TIFF ZLIB::ZLIB PkgConfig::ISAL ${CMAKE_DL_LIBS})
+    pkg_check_modules(DEFLATE REQUIRED IMPORTED_TARGET libdeflate)
+    set(DIB_PLATFORM_LIBRARIES PNG::PNG JPEG::JPEG TIFF::TIFF ZLIB::ZLIB PkgConfig::ISAL PkgConfig::DEFLATE
+        ${CMAKE_DL_LIBS})
 endif()
 
 add_library(dibstream_objects OBJECT ${dib_sources} ${operation_sources})

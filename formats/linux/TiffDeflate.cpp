@@ -1,6 +1,7 @@
 #include "formats/linux/TiffDeflate.h"
 
 #include <isa-l/igzip_lib.h>
+#include <libdeflate.h>
 
 #include <algorithm>
 #include <cstring>
@@ -45,7 +46,43 @@ void packRow<std::uint8_t>(const unsigned char* from, unsigned char* __restrict 
     for (std::size_t i = step; i < samples; ++i) to[i] = static_cast<unsigned char>(from[i] - from[i - step]);
 }
 
+// The other way round, in place; the samples before are kept in registers.
+template <class Word, std::size_t kStep>
+void unpackPixels(unsigned char* row, std::size_t samples, bool isSwapped) {
+    Word left[kStep] = {};
+    for (std::size_t i = 0; i + kStep <= samples; i += kStep) {
+        for (std::size_t k = 0; k < kStep; ++k) {
+            Word word;
+            std::memcpy(&word, row + (i + k) * sizeof word, sizeof word);
+            left[k] = static_cast<Word>(left[k] + (isSwapped ? swapped(word) : word));
+            std::memcpy(row + (i + k) * sizeof word, &left[k], sizeof word);
+        }
+    }
+}
+
+template <class Word>
+void unpackRow(unsigned char* row, std::size_t samples, std::size_t step, bool isSwapped) {
+    switch (step) {
+        case 1: return unpackPixels<Word, 1>(row, samples, isSwapped);
+        case 3: return unpackPixels<Word, 3>(row, samples, isSwapped);
+        case 4: return unpackPixels<Word, 4>(row, samples, isSwapped);
+        default: break;
+    }
+    for (std::size_t i = 0; i < samples; ++i) {
+        Word word;
+        Word left = 0;
+        std::memcpy(&word, row + i * sizeof word, sizeof word);
+        if (step > 0 && i >= step) std::memcpy(&left, row + (i - step) * sizeof left, sizeof left);
+        word = static_cast<Word>(left + (isSwapped ? swapped(word) : word));
+        std::memcpy(row + i * sizeof word, &word, sizeof word);
+    }
+}
+
 }  // namespace
+
+void TiffDeflate::Free::operator()(libdeflate_decompressor* decompressor) const {
+    libdeflate_free_decompressor(decompressor);
+}
 
 bool TiffDeflate::start(TIFF* tiff, std::size_t rowBytes) {
     const auto compression = tiffField<std::uint16_t>(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
@@ -64,16 +101,52 @@ bool TiffDeflate::start(TIFF* tiff, std::size_t rowBytes) {
     if (predictor == PREDICTOR_NONE && !isSwapped_) {
         rows_ = Rows::kAsStored;
     } else {
-        rows_ = predictor <= PREDICTOR_HORIZONTAL && hasWords ? Rows::kToBePacked : Rows::kUnknown;
+        rows_ = predictor <= PREDICTOR_HORIZONTAL && hasWords ? Rows::kChanged : Rows::kUnknown;
     }
-    if (rows_ != Rows::kToBePacked) return true;
+    decompressor_.reset(libdeflate_alloc_decompressor());
+    if (decompressor_ == nullptr) return false;
+    if (rows_ != Rows::kChanged) return true;
     row_ = dib::allocateArray<unsigned char>(rowBytes);
     return row_ != nullptr;
 }
 
+bool TiffDeflate::read(ByteReader& file, std::uint64_t at, std::uint64_t bytes, unsigned char* to,
+                       std::size_t rows, std::size_t rowBytes) {
+    if (!isUsed_ || rows_ == Rows::kUnknown || isReversed_ || !readPacked(file, at, bytes)) return false;
+    const libdeflate_result result = libdeflate_zlib_decompress(
+        decompressor_.get(), packed_.get(), static_cast<std::size_t>(bytes), to, rows * rowBytes, nullptr);
+    if (result != LIBDEFLATE_SUCCESS) return false;
+    for (std::size_t y = 0; rows_ == Rows::kChanged && y < rows; ++y) restoreRow(to + y * rowBytes, rowBytes);
+    return true;
+}
+
+// False when the file does not have these bytes.
+bool TiffDeflate::readPacked(ByteReader& file, std::uint64_t at, std::uint64_t bytes) {
+    const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(file.size(), 0));
+    if (at > size || bytes > size - at) return false;
+    if (bytes > packedRoom_) {
+        packed_ = dib::allocateArray<unsigned char>(static_cast<std::size_t>(bytes));
+        isShortOfMemory_ = packed_ == nullptr;
+        packedRoom_ = isShortOfMemory_ ? 0 : static_cast<std::size_t>(bytes);
+    }
+    return packed_ != nullptr && file.seek(static_cast<std::int64_t>(at)) &&
+           file.read(packed_.get(), static_cast<std::size_t>(bytes));
+}
+
+void TiffDeflate::restoreRow(unsigned char* row, std::size_t rowBytes) const {
+    const std::size_t samples = rowBytes / sampleBytes_;
+    const std::size_t step = hasDifferences_ ? pixelSamples_ : 0;
+    switch (sampleBytes_) {
+        case 1: return unpackRow<std::uint8_t>(row, samples, step, false);
+        case 2: return unpackRow<std::uint16_t>(row, samples, step, isSwapped_);
+        case 4: return unpackRow<std::uint32_t>(row, samples, step, isSwapped_);
+        default: return unpackRow<std::uint64_t>(row, samples, step, isSwapped_);
+    }
+}
+
 void TiffDeflate::add(const unsigned char* rows, std::size_t count, std::size_t rowBytes) {
     if (rows_ == Rows::kAsStored) sum_ = isal_adler32(sum_, rows, count * rowBytes);
-    if (rows_ != Rows::kToBePacked) return;
+    if (rows_ != Rows::kChanged) return;
     const std::size_t samples = rowBytes / sampleBytes_;
     const std::size_t step = hasDifferences_ ? pixelSamples_ : 0;
     for (std::size_t y = 0; y < count; ++y) {
@@ -98,13 +171,8 @@ bool TiffDeflate::isWhole(ByteReader& file, std::uint64_t at, std::uint64_t byte
         file.seek(static_cast<std::int64_t>(at + bytes - kSumBytes)) && file.read(last, sizeof last);
     if (!isRead) return false;
     if (rows_ != Rows::kUnknown && !isReversed_ && dib::readBe32(last) == sum_) return true;
-    const auto size = static_cast<std::size_t>(bytes);
-    const auto packed = dib::allocateArray<unsigned char>(size);
-    isShortOfMemory_ = packed == nullptr;
-    if (isShortOfMemory_ || !file.seek(static_cast<std::int64_t>(at)) || !file.read(packed.get(), size))
-        return false;
     std::uint64_t unpacked = 0;
-    return unpack(packed.get(), size, unpacked);
+    return readPacked(file, at, bytes) && unpack(packed_.get(), static_cast<std::size_t>(bytes), unpacked);
 }
 
 std::uint64_t TiffDeflate::unpackedBytes(unsigned char* packed, std::size_t bytes) {

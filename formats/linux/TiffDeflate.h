@@ -1,5 +1,5 @@
-// Whether the deflate streams of TIFF pieces are whole: libtiff stops when a piece is full and looks neither
-// at the end of the stream nor always at its sum.
+// Deflate streams of TIFF pieces. libtiff stops when a piece is full and looks neither at the end of the
+// stream nor always at its sum, so it is not known whether they are whole.
 #ifndef FORMATS_LINUX_TIFF_DEFLATE_H
 #define FORMATS_LINUX_TIFF_DEFLATE_H
 
@@ -7,9 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "dib/Memory.h"
 #include "formats/ByteReader.h"
+
+struct libdeflate_decompressor;
 
 namespace formats {
 
@@ -20,7 +23,12 @@ public:
     // Whether the pieces are deflate streams.
     bool isUsed() const { return isUsed_; }
 
-    // Begins the next piece; its rows follow, as libtiff gives them.
+    // Unpacks a piece that is at these bytes of the file. False when its stream is not whole or gives other
+    // than these rows, which hold anything then, or when libtiff must unpack it.
+    bool read(ByteReader& file, std::uint64_t at, std::uint64_t bytes, unsigned char* to, std::size_t rows,
+              std::size_t rowBytes);
+
+    // Begins the next piece of those that libtiff unpacks; its rows follow.
     void begin() { sum_ = 1; }
     void add(const unsigned char* rows, std::size_t count, std::size_t rowBytes);
     // Whether the stream of these bytes of the file is whole and gives the rows that were added.
@@ -31,8 +39,13 @@ public:
     bool isShortOfMemory() const { return isShortOfMemory_; }
 
 private:
-    enum class Rows { kAsStored, kToBePacked, kUnknown };
+    enum class Rows { kAsStored, kChanged, kUnknown };
+    struct Free {
+        void operator()(libdeflate_decompressor* decompressor) const;
+    };
 
+    bool readPacked(ByteReader& file, std::uint64_t at, std::uint64_t bytes);
+    void restoreRow(unsigned char* row, std::size_t rowBytes) const;
     bool unpack(unsigned char* packed, std::size_t bytes, std::uint64_t& unpacked);
 
     bool isUsed_ = false;
@@ -40,11 +53,14 @@ private:
     bool isReversed_ = false;      // the bits of the file's bytes
     bool isSwapped_ = false;       // the bytes of the file's samples
     bool hasDifferences_ = false;  // instead of samples
-    Rows rows_ = Rows::kAsStored;  // how those of the stream are made of what libtiff gives
+    Rows rows_ = Rows::kAsStored;  // what those of the stream are beside what libtiff gives
     std::size_t sampleBytes_ = 1;
     std::size_t pixelSamples_ = 1;
     std::uint32_t sum_ = 1;
     dib::MallocPtr<unsigned char> row_;  // as the stream holds it
+    std::unique_ptr<libdeflate_decompressor, Free> decompressor_;
+    dib::MallocPtr<unsigned char> packed_;
+    std::size_t packedRoom_ = 0;
 };
 
 }  // namespace formats

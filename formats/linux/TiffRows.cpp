@@ -49,7 +49,8 @@ bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, T
         stripRows_ = bandRows_;
         const std::uint64_t mostAtOnce = damage == TiffDamage::kKept ? kMostPieceBytes : 1 << 20;
         if (!layout.isPlanar && rowBytes * bandRows_ > mostAtOnce) bandRows_ = 1;
-        isByStrip_ = bandRows_ > 1 || layout.isPlanar;
+        const bool hasRowStrips = damage != TiffDamage::kTolerated && stripRows_ == 1;
+        isByStrip_ = bandRows_ > 1 || layout.isPlanar || hasRowStrips;
     }
     if (bandRows_ == 0 || rowBytes * bandRows_ * planeCount_ > INT_MAX) return false;
     band_ = dib::allocateZeroed<unsigned char>(rowBytes_ * bandRows_ * planeCount_);
@@ -146,6 +147,14 @@ void TiffRows::noteDamage(std::uint32_t number, bool isCut) {
 
 // A strip or tile, or what can be had of it; then the rest of it is 0.
 bool TiffRows::readPiece(std::uint32_t number, unsigned char* to, std::size_t rows, std::size_t rowBytes) {
+    const std::uint64_t start = TIFFGetStrileOffset(tiff_, number);
+    const std::uint64_t packed = TIFFGetStrileByteCount(tiff_, number);
+    if (deflate_.read(source_->file, start, packed, to, rows, rowBytes)) {
+        begunRows_ = std::max(begunRows_, rows);
+        return true;
+    }
+    isShortOfMemory_ = deflate_.isShortOfMemory();
+    if (isShortOfMemory_) return false;
     const auto bytes = static_cast<tmsize_t>(rows * rowBytes);
     const tmsize_t read = isTiled_ ? TIFFReadEncodedTile(tiff_, number, to, bytes)
                                    : TIFFReadEncodedStrip(tiff_, number, to, bytes);
@@ -154,8 +163,6 @@ bool TiffRows::readPiece(std::uint32_t number, unsigned char* to, std::size_t ro
         return true;
     }
     if (isShortOfMemory_) return false;
-    const std::uint64_t start = TIFFGetStrileOffset(tiff_, number);
-    const std::uint64_t packed = TIFFGetStrileByteCount(tiff_, number);
     const auto fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(source_->file.size(), 0));
     const std::uint64_t there = start < fileBytes ? std::min(packed, fileBytes - start) : 0;
     noteDamage(number, there < packed);

@@ -313,12 +313,13 @@ TEST(TiffDamage, RowsOfDeflateStreamsAreCountedUpToTheCut) {
 }
 
 struct DeflateKind {
-    std::uint32_t width, height;
-    unsigned bits, samples, predictor;
+    std::uint32_t width = 0, height = 0;
+    unsigned bits = 8, samples = 1, predictor = 1;
     const char* mode = "wl";
     unsigned format = SAMPLEFORMAT_UINT;
     unsigned fillOrder = FILLORDER_MSB2LSB;
     std::uint32_t tileSide = 0;  // else all rows are in one strip
+    unsigned compression = COMPRESSION_ADOBE_DEFLATE;
 };
 
 struct DeflateFile {
@@ -330,10 +331,14 @@ DeflateFile deflateTiff(const DeflateKind& kind) {
     const codec_test::TemporaryFile saved(".tif");
     TIFF* tiff = TIFFOpen(saved.path(), kind.mode);
     describe(tiff, kind.width, kind.height, kind.bits, kind.samples,
-             kind.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK, COMPRESSION_ADOBE_DEFLATE);
+             kind.samples >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK, kind.compression);
+    if (kind.samples > 3) {
+        const std::vector<std::uint16_t> extra(kind.samples - 3, EXTRASAMPLE_UNSPECIFIED);
+        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, static_cast<int>(extra.size()), extra.data());
+    }
     TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, kind.format);
     TIFFSetField(tiff, TIFFTAG_FILLORDER, kind.fillOrder);
-    TIFFSetField(tiff, TIFFTAG_PREDICTOR, kind.predictor);
+    if (kind.compression == COMPRESSION_ADOBE_DEFLATE) TIFFSetField(tiff, TIFFTAG_PREDICTOR, kind.predictor);
     const std::uint32_t side = kind.tileSide;
     if (side > 0) {
         TIFFSetField(tiff, TIFFTAG_TILEWIDTH, side);
@@ -399,6 +404,31 @@ TEST(TiffDamage, SumsOfDeflateStreamsAreCheckedInEveryLayout) {
     EXPECT_TRUE(opened(tiled.bytes).isLoaded) << opened(tiled.bytes).reason();
     tiled.bytes[tiled.end - 1] ^= 1;
     EXPECT_EQ(opened(tiled.bytes).reason(), "tile 2 of 2 is damaged");
+}
+
+TEST(TiffDamage, DeflateStreamsGiveTheRowsOfRawPieces) {
+    for (const unsigned bits : {8U, 16U, 32U}) {
+        for (const unsigned samples : {1U, 3U, 4U, 5U}) {
+            DeflateKind kinds[] = {{.predictor = 1},
+                                   {.predictor = 2},
+                                   {.predictor = 2, .tileSide = 16},
+                                   {.predictor = 1, .mode = "wb", .tileSide = 16},
+                                   {.predictor = 2, .mode = "wb"}};
+            for (DeflateKind& kind : kinds) {
+                kind.width = 21;
+                kind.height = 9;
+                kind.bits = bits;
+                kind.samples = samples;
+                const Opened packed = opened(deflateTiff(kind).bytes);
+                kind.compression = COMPRESSION_NONE;
+                const Opened raw = opened(deflateTiff(kind).bytes);
+                ASSERT_TRUE(raw.isLoaded) << raw.reason();
+                ASSERT_TRUE(packed.isLoaded) << packed.reason();
+                EXPECT_EQ(codec_test::pixelsOf(*packed.image), codec_test::pixelsOf(*raw.image))
+                    << bits << ' ' << samples << ' ' << kind.predictor << kind.mode << kind.tileSide;
+            }
+        }
+    }
 }
 
 // A last strip may hold more rows than the picture has.
