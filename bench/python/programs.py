@@ -21,10 +21,10 @@ COLORS = 256
 def dibstream():
     import dibstream
     return ("DibStream " + dibstream.__version__,
-            lambda path, job: dibstream.open(path),
+            lambda path, job: dibstream.thumbnail(path, THUMBNAIL) if job == "thumbnail" else dibstream.open(path),
             lambda image, path, job: image.save(path, quality=QUALITY, compression=LEVEL), {
         "resize": lambda image: image.resize(RESIZED, method="area"),
-        "thumbnail": lambda image: image.resize(THUMBNAIL, method="area"),
+        "thumbnail": lambda image: image,
         "convert": lambda image: image,
         "crop": lambda image: image.crop(CROP[0], CROP[1], CROP[2:]),
         "blur": lambda image: image.gaussian(3 * SIGMA),  # the radius is three deviations
