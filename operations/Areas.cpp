@@ -18,11 +18,13 @@ Area placeOps();
 Area rankOps();
 Area toneOps();
 Area turnOps();
+Area unsharpOps();
 
 std::span<const Area> areas() {
     static const Area all[] = {
-        depthOps(), colorOps(), distortionOps(), blurOps(),    noiseOps(),    rankOps(),  toneOps(),
-        levelOps(), edgeOps(),  composeOps(),    overlayOps(), geometryOps(), placeOps(), turnOps(),
+        depthOps(),   colorOps(),   distortionOps(), blurOps(),  unsharpOps(),
+        noiseOps(),   rankOps(),    toneOps(),       levelOps(), edgeOps(),
+        composeOps(), overlayOps(), geometryOps(),   placeOps(), turnOps(),
     };
     return all;
 }

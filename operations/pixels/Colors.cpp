@@ -16,6 +16,8 @@ namespace operations {
 
 namespace {
 
+constexpr std::size_t kMostEntries = 256;
+
 constexpr int kVisible = 128;  // the least alpha of pixels that count as opaque
 
 // The colours of a picture, row by row: blue, green, red, alpha.
@@ -72,7 +74,14 @@ public:
         colors_.push_back(color);
         return true;
     }
-    const std::vector<std::uint32_t>& colors() const { return colors_; }
+    std::vector<DibBGRA> entries() const {
+        std::vector<DibBGRA> entries;
+        for (const std::uint32_t color : colors_) {
+            const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
+            entries.push_back({byte(0), byte(8), byte(16), 0});
+        }
+        return entries;
+    }
 
 private:
     static constexpr std::size_t kSlots = 1024;
@@ -115,11 +124,7 @@ std::optional<Census> count(const Job& job, Colors& colors, std::size_t most) {
         if (!report(job, y + std::int64_t{1}, 2 * std::int64_t{colors.height()})) return std::nullopt;
     }
     census.cells = cells.counted();
-    for (const std::uint32_t color : few.colors()) {
-        if (!areFew) break;
-        const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
-        census.few.push_back({byte(0), byte(8), byte(16), 0});
-    }
+    if (areFew) census.few = few.entries();
     return census;
 }
 
@@ -161,9 +166,7 @@ class Mapper {
 public:
     Mapper(std::span<const DibBGRA> palette, Dither dither, int transparent, int width)
         : palette_(palette),
-          // The transparent entry is no colour to be near to.
-          nearest_(transparent == 0 ? palette.subspan(1) : palette),
-          first_(transparent == 0 ? 1 : 0),
+          nearest_(palette, transparent),
           transparent_(transparent),
           dither_(dither),
           width_(width) {
@@ -171,7 +174,7 @@ public:
             here_.resize(3 * (static_cast<std::size_t>(width) + 2));
             below_.resize(here_.size());
         }
-        if (dither == Dither::kOrdered) spacing_ = static_cast<int>(spacingOf(palette.subspan(first_)));
+        if (dither == Dither::kOrdered) spacing_ = static_cast<int>(spacingOf(palette));
     }
 
     void map(const unsigned char* row, int y, std::uint8_t* indices) {
@@ -185,7 +188,7 @@ public:
 private:
     bool isHidden(const unsigned char* pixel) const { return transparent_ >= 0 && pixel[3] < kVisible; }
     std::uint8_t entry(std::uint32_t blue, std::uint32_t green, std::uint32_t red) {
-        return static_cast<std::uint8_t>(nearest_(blue, green, red) + first_);
+        return nearest_(blue, green, red);
     }
 
     void mapPlain(const unsigned char* row, std::uint8_t* indices) {
@@ -248,7 +251,6 @@ private:
 
     std::span<const DibBGRA> palette_;
     NearestEntry nearest_;
-    std::size_t first_;
     int transparent_;
     Dither dither_;
     int width_;
@@ -309,9 +311,28 @@ bool reduceColors(const Job& job, int most, Dither dither) {
     return mapImage(job, colors, palette, isExact ? Dither::kNone : dither, census->hasHidden ? 0 : -1, 0.5);
 }
 
-bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither, int transparent) {
+std::vector<DibBGRA> paletteOf(DibStream& image) {
+    const BITMAPINFOHEADER& header = *image.Header;
+    if (header.biBitCount <= 8) {
+        const auto table = dib::readColorTable(header);
+        const std::size_t entries =
+            std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
+        return {table.begin(), table.begin() + static_cast<std::ptrdiff_t>(entries)};
+    }
+    Colors colors(image);
+    FewColors few(kMostEntries);
+    for (int y = 0; y < colors.height(); ++y) {
+        const unsigned char* row = colors.row(y);
+        for (int x = 0; x < colors.width(); ++x) {
+            if (row[4 * x + 3] >= kVisible && !few.add(dib::Depth24::get(row + 4 * x, 0))) return {};
+        }
+    }
+    return few.entries();
+}
+
+bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither) {
     Colors colors(job.image);
-    return mapImage(job, colors, palette, dither, transparent, 0);
+    return mapImage(job, colors, palette, dither, -1, 0);
 }
 
 }  // namespace operations

@@ -3,6 +3,7 @@
 #define OPERATIONS_PIXELS_COLORS_H
 
 #include <span>
+#include <vector>
 
 #include "operations/Operations.h"
 
@@ -16,9 +17,11 @@ enum class Dither : std::uint32_t { kNone, kFloydSteinberg, kOrdered };
 // have an alpha below 128 the first entry is theirs.
 bool reduceColors(const Job& job, int most, Dither dither);
 
-// Gives a picture the colours of a palette (1 to 256). `transparent` is the entry of pixels with an alpha
-// below 128; -1: alpha does not count.
-bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither, int transparent = -1);
+// The colour table of a picture, or the visible colours of one without: none where these are more than 256.
+std::vector<DibBGRA> paletteOf(DibStream& image);
+
+// Gives a picture the colours of a palette (1 to 256), whose order stays. Alpha does not count.
+bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither);
 
 }  // namespace operations
 

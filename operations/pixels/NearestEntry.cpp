@@ -28,12 +28,16 @@ DIB_ALWAYS_INLINE void addReach(const std::int32_t* entries, int count, std::int
 
 }  // namespace
 
-NearestEntry::NearestEntry(std::span<const DibBGRA> palette)
+NearestEntry::NearestEntry(std::span<const DibBGRA> palette, int hidden)
     : count_(static_cast<int>(palette.size())), cells_(kCells), lists_(1) {
     for (std::size_t k = 0; k < palette.size(); ++k) {
         entries_[0][k] = palette[k].blue;
         entries_[1][k] = palette[k].green;
         entries_[2][k] = palette[k].red;
+    }
+    constexpr std::int32_t kFarAway = 10000;
+    for (auto& channel : entries_) {
+        if (hidden >= 0) channel[hidden] = kFarAway;
     }
 }
 

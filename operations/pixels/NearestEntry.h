@@ -16,8 +16,8 @@ namespace operations {
 // colour of a cell are found when the first colour of that cell is asked for; mostly that is one.
 class NearestEntry {
 public:
-    // 1 to 256 entries.
-    explicit NearestEntry(std::span<const DibBGRA> palette);
+    // 1 to 256 entries, of which one may not be chosen; -1: all may.
+    explicit NearestEntry(std::span<const DibBGRA> palette, int hidden = -1);
 
     std::uint8_t operator()(std::uint32_t blue, std::uint32_t green, std::uint32_t red) {
         const std::size_t cell = cellOf(blue, green, red);

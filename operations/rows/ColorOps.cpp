@@ -1,3 +1,4 @@
+#include "operations/SecondPicture.h"
 #include "operations/pixels/Colors.h"
 
 namespace operations {
@@ -24,6 +25,21 @@ bool runColors(const Job& job) {
                         static_cast<Dither>(job.arguments.word("dither")));
 }
 
+constexpr Parameters kRemap({path("file", "a picture with that palette, or of 256 colours at most"),
+                             choice("dither", "how colours between them are shown", kDithers,
+                                    "floyd-steinberg")});
+
+bool runRemap(const Job& job) {
+    const std::string name = job.arguments.path("file");
+    DibStream other;
+    openPicture(job, name, other);
+    const std::vector<DibBGRA> palette = paletteOf(other);
+    if (palette.empty())
+        throw Refusal{DIB_ERROR_MISMATCH,
+                      quoted(name) + ": has no palette, and more than 256 colours or none"};
+    return remapColors(job, palette, static_cast<Dither>(job.arguments.word("dither")));
+}
+
 constexpr Operation kOperations[] = {
     {{"colors",
       kArea,
@@ -34,6 +50,15 @@ constexpr Operation kOperations[] = {
       kAllDepths},
      "",
      runColors},
+    {{"remap",
+      kArea,
+      "Shows the picture in the palette of another one, whose order stays.",
+      "remap:other.bmp,dither=none",
+      {"remap:other.bmp", "remap:other.bmp,dither=ordered", "remap:other.bmp,dither=none"},
+      kRemap,
+      kAllDepths},
+     "",
+     runRemap},
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "dib/Kernels.h"
 #include "tests/operations/Pictures.h"
+#include "tests/support/Paths.h"
 
 namespace operations_test {
 
@@ -196,6 +197,48 @@ TEST(Colors, NeedANumberOfThem) {
         EXPECT_FALSE(DibApply(image.get(), chain, nullptr, &result)) << chain;
         EXPECT_EQ(result.code, DIB_ERROR_INVALID);
     }
+}
+
+// The path of a saved picture.
+std::string saved(const DibPtr& image) {
+    const std::string path = testing_support::temporaryPath("palette.png");
+    EXPECT_TRUE(DibSaveFile(path.c_str(), image.get()));
+    return path;
+}
+
+TEST(Remap, ShowsThePictureInAnotherPalette) {
+    const DibPtr other = picture(2, 4, {0, 0});
+    const std::string greys = saved(other);
+    const DibPtr image = picture(4, 24, {0x000000, 0x080808, 0x090909, 0xFF0000});
+    EXPECT_EQ(after(*image, "remap:" + greys + ",dither=none"), (Values{0, 0, 1, 5}));
+    EXPECT_EQ(image->Header->biBitCount, 4);
+    EXPECT_EQ(entriesOf(*image)[5], 0x555555U);
+    EXPECT_EQ(entriesOf(*image).size(), 16U);
+}
+
+TEST(Remap, TakesTheColoursOfAPictureWithoutPalette) {
+    const std::string two = saved(picture(3, 24, {0x102030, 0xF0E0D0, 0x102030}));
+    const DibPtr image = picture(3, 8, {0, 200, 20});
+    EXPECT_EQ(after(*image, "remap:" + two + ",dither=none"), (Values{0, 1, 0}));
+    EXPECT_EQ(entriesOf(*image), (Values{0x102030, 0xF0E0D0}));
+}
+
+TEST(Remap, RefusesPicturesOfManyColours) {
+    const std::string many = saved(gradients(40, 30));
+    DibOperationResult result;
+    const DibPtr image = picture(1, 24, {1});
+    EXPECT_FALSE(DibApply(image.get(), ("remap:" + many).c_str(), nullptr, &result));
+    EXPECT_EQ(result.code, DIB_ERROR_MISMATCH);
+    EXPECT_EQ(result.reason, "remap: '" + many + "': has no palette, and more than 256 colours or none");
+}
+
+TEST(Remap, DiffusesWhatAPixelLacks) {
+    const std::string two = saved(picture(2, 24, {0x000000, 0xFFFFFF}));
+    const DibPtr image = testing_support::plainImage(40, 40, 24, 0x404040);
+    const Values indices = after(*image, "remap:" + two);
+    EXPECT_NEAR(static_cast<double>(std::ranges::count(indices, 1U)), 1600 * 64 / 255.0, 12);
+    // 64 + 7/16 x 64 = 92, + 7/16 x 92 = 104 ... below 128 is black.
+    EXPECT_EQ((Values{indices.begin(), indices.begin() + 6}), (Values{0, 0, 0, 0, 0, 0}));
 }
 
 }  // namespace

@@ -78,6 +78,7 @@ PILLOW = [
 # The same with arguments of ImageMagick's `convert`; {in} and {over} are the pictures.
 MAGICK = [
     ("posterize:5", 1, "{in} +dither -posterize 5"),
+    ("unsharp:2,80%", 2, "{in} -unsharp 6x2+0.8+0"),
     ("levels:40,200", 1, "{in} -level 15.6862745%,78.4313725%"),
     ("levels:20,230,gamma=1.5", 1, "{in} -level 7.8431373%,90.1960784%,1.5"),
     ("border:9,#204060 trim", 0, "{in} -bordercolor #204060 -border 9 -trim +repage"),
@@ -89,8 +90,9 @@ MAGICK = [
 ]
 
 
-# Palettes of as many colours show the picture at least as well.
-COLORS = [4, 16, 64, 256]
+# These show the picture at least as well.
+BETTER = [(f"colors:{count},dither=none", f"-colors {count}") for count in (4, 16, 64, 256)]
+BETTER.append(("remap:palette.png,dither=none", "-remap palette.png"))
 
 
 def squared_error(a, b):
@@ -124,6 +126,7 @@ def main(dib, path):
     }
     pictures["alpha"].putalpha(ramp.rotate(90).resize(picture.size))
     pictures["over"].putalpha(ramp.resize((80, 60)))
+    pictures["palette"] = picture.quantize(40)
     for name, image in pictures.items():
         image.save(folder / f"{name}.png")
     seconds = {"alpha": "over", "solid": "solid"}
@@ -150,15 +153,17 @@ def main(dib, path):
         filled = arguments.replace("{in}", "opaque.png").replace("{over}", "solid.png").split()
         subprocess.run(["convert", *filled, "PNG24:theirs.png"], cwd=folder, check=True)
         judge(chain, "ImageMagick", made_by_dib(chain, "opaque"), Image.open(folder / "theirs.png"), allowed)
-    for count in COLORS if rows else []:
-        subprocess.run(["convert", "opaque.png", "+dither", "-colors", str(count), "theirs.png"], cwd=folder, check=True)
+    better = BETTER if rows else []
+    for chain, arguments in better:
+        command = ["convert", "opaque.png", "+dither", *arguments.split(), "theirs.png"]
+        subprocess.run(command, cwd=folder, check=True)
         errors = [squared_error(picture, image) for image in
-                  (made_by_dib(f"colors:{count},dither=none", "opaque"), Image.open(folder / "theirs.png"))]
+                  (made_by_dib(chain, "opaque"), Image.open(folder / "theirs.png"))]
         if errors[0] > errors[1]:
-            print(f"colors:{count} has an error of {errors[0]}, ImageMagick of {errors[1]}")
+            print(f"{chain} has an error of {errors[0]}, ImageMagick of {errors[1]}")
             wrong += 1
     shutil.rmtree(folder)
-    print(f"{len(PILLOW) + len(rows) + (len(COLORS) if rows else 0)} comparisons, {wrong} wrong")
+    print(f"{len(PILLOW) + len(rows) + len(better)} comparisons, {wrong} wrong")
     return 1 if wrong else 0
 
 
