@@ -1,6 +1,7 @@
 #include "operations/SecondPicture.h"
 
 #include <DibFile.h>
+#include <DibPalette.h>
 
 #include <cstdio>
 
@@ -25,10 +26,11 @@ void passNotesOn(const DibFileResult& opened, std::string_view name, DibOperatio
 void openPicture(const Job& job, const std::string& name, DibStream& picture) {
     const DibApplyOptions& options = job.options;
     DibFileResult opened;
-    const bool isOpen =
-        options.open != nullptr
-            ? options.open(options.context, name.c_str(), &picture, &opened, job.callback, job.user)
-            : DibLoadFile(name.c_str(), &picture, options.load, &opened, job.callback, job.user);
+    bool isOpen = options.open != nullptr
+                      ? options.open(options.context, name.c_str(), &picture, &opened, job.callback, job.user)
+                      : DibLoadFile(name.c_str(), &picture, options.load, &opened, job.callback, job.user);
+    const bool isUnknown = opened.format == nullptr && opened.code == DIB_ERROR_UNSUPPORTED;
+    if (!isOpen && isUnknown && options.open == nullptr) isOpen = DibLoadPalette(name.c_str(), &picture);
     if (!isOpen) {
         throw Refusal{opened.code != DIB_OK ? static_cast<DibErrorCode>(opened.code) : DIB_ERROR_GENERAL,
                       quoted(name) + ": " + opened.reason};

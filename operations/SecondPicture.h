@@ -8,7 +8,8 @@
 
 namespace operations {
 
-// Opens a picture as the caller's options say and hands its notes on. Throws Refusal.
+// Opens a picture, or a palette file (DibPalette.h), as the caller's options say and hands its notes on.
+// Throws Refusal.
 void openPicture(const Job& job, const std::string& name, DibStream& picture);
 
 }  // namespace operations

@@ -311,7 +311,7 @@ bool reduceColors(const Job& job, int most, Dither dither) {
     return mapImage(job, colors, palette, isExact ? Dither::kNone : dither, census->hasHidden ? 0 : -1, 0.5);
 }
 
-std::vector<DibBGRA> paletteOf(DibStream& image) {
+std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image) {
     const BITMAPINFOHEADER& header = *image.Header;
     if (header.biBitCount <= 8) {
         const auto table = dib::readColorTable(header);
@@ -319,15 +319,10 @@ std::vector<DibBGRA> paletteOf(DibStream& image) {
             std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
         return {table.begin(), table.begin() + static_cast<std::ptrdiff_t>(entries)};
     }
+    const Job quiet = {image, job.arguments, job.options, job.result, nullptr, nullptr};
     Colors colors(image);
-    FewColors few(kMostEntries);
-    for (int y = 0; y < colors.height(); ++y) {
-        const unsigned char* row = colors.row(y);
-        for (int x = 0; x < colors.width(); ++x) {
-            if (row[4 * x + 3] >= kVisible && !few.add(dib::Depth24::get(row + 4 * x, 0))) return {};
-        }
-    }
-    return few.entries();
+    std::optional<Census> census = count(quiet, colors, kMostEntries);
+    return census->few.empty() ? bestPalette(census->cells, kMostEntries) : census->few;
 }
 
 bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither) {

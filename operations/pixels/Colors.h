@@ -17,8 +17,9 @@ enum class Dither : std::uint32_t { kNone, kFloydSteinberg, kOrdered };
 // have an alpha below 128 the first entry is theirs.
 bool reduceColors(const Job& job, int most, Dither dither);
 
-// The colour table of a picture, or the visible colours of one without: none where these are more than 256.
-std::vector<DibBGRA> paletteOf(DibStream& image);
+// The colour table of a picture, or the visible colours of one without: all of them up to 256, else those
+// that show it best. None where nothing is visible.
+std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image);
 
 // Gives a picture the colours of a palette (1 to 256), whose order stays. Alpha does not count.
 bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither);

@@ -25,7 +25,7 @@ bool runColors(const Job& job) {
                         static_cast<Dither>(job.arguments.word("dither")));
 }
 
-constexpr Parameters kRemap({path("file", "a picture with that palette, or of 256 colours at most"),
+constexpr Parameters kRemap({path("file", "a palette file (.gpl, .pal, .act) or a picture"),
                              choice("dither", "how colours between them are shown", kDithers,
                                     "floyd-steinberg")});
 
@@ -33,10 +33,8 @@ bool runRemap(const Job& job) {
     const std::string name = job.arguments.path("file");
     DibStream other;
     openPicture(job, name, other);
-    const std::vector<DibBGRA> palette = paletteOf(other);
-    if (palette.empty())
-        throw Refusal{DIB_ERROR_MISMATCH,
-                      quoted(name) + ": has no palette, and more than 256 colours or none"};
+    const std::vector<DibBGRA> palette = paletteOf(job, other);
+    if (palette.empty()) throw Refusal{DIB_ERROR_MISMATCH, quoted(name) + ": has no visible colours"};
     return remapColors(job, palette, static_cast<Dither>(job.arguments.word("dither")));
 }
 
@@ -52,7 +50,7 @@ constexpr Operation kOperations[] = {
      runColors},
     {{"remap",
       kArea,
-      "Shows the picture in the palette of another one, whose order stays.",
+      "Shows the picture in another palette, whose order stays.",
       "remap:other.bmp,dither=none",
       {"remap:other.bmp", "remap:other.bmp,dither=ordered", "remap:other.bmp,dither=none"},
       kRemap,

@@ -195,8 +195,8 @@ TEST(OperationApply, OperationsThatMovePixelsKeepIndicesAndColourTable) {
 TEST(OperationApply, GivesTheBytesOfTheDescribedCalls) {
     const std::filesystem::path folder = testing_support::temporaryPath("described-calls");
     std::filesystem::create_directories(folder);
-    std::filesystem::current_path(folder);            // of the second picture
-    const DibPtr other = randomImage(15, 17, 24, 2);  // few enough for a palette
+    std::filesystem::current_path(folder);  // of the second picture
+    const DibPtr other = randomImage(31, 17, 24, 2);
     ASSERT_TRUE(other->SaveToFile("other.bmp"));
     EXPECT_EQ(sampleCalls().size(), 3 * all().size());
     for (const SampleCall& call : sampleCalls()) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
 #include <set>
 
 #include "dib/Kernels.h"
@@ -223,13 +224,32 @@ TEST(Remap, TakesTheColoursOfAPictureWithoutPalette) {
     EXPECT_EQ(entriesOf(*image), (Values{0x102030, 0xF0E0D0}));
 }
 
-TEST(Remap, RefusesPicturesOfManyColours) {
+TEST(Remap, TakesPaletteFiles) {
+    const std::string path = testing_support::temporaryPath("palette.gpl");
+    std::ofstream(path) << "GIMP Palette\n255 0 0\n0 0 255\n";
+    const DibPtr image = picture(2, 24, {0x200000, 0x000020});
+    EXPECT_EQ(shownAfter(*image, "remap:" + path + ",dither=none"), (Values{0xFF0000, 0x0000FF}));
+    std::ofstream(path) << "GIMP";
+    DibOperationResult result;
+    EXPECT_FALSE(DibApply(image.get(), ("remap:" + path).c_str(), nullptr, &result));
+    EXPECT_EQ(result.code, DIB_ERROR_UNSUPPORTED);
+}
+
+TEST(Remap, TakesTheBestOfManyColours) {
     const std::string many = saved(gradients(40, 30));
+    const DibPtr image = gradients(40, 30);
+    const Values before = valuesOf(*image);
+    EXPECT_LT(errorOf(before, shownAfter(*image, "remap:" + many + ",dither=none")), 20);
+    EXPECT_EQ(entriesOf(*image).size(), 256U);
+}
+
+TEST(Remap, NeedsVisibleColours) {
+    const std::string hidden = saved(picture(2, 32, {0x00102030, 0x01102030}));
     DibOperationResult result;
     const DibPtr image = picture(1, 24, {1});
-    EXPECT_FALSE(DibApply(image.get(), ("remap:" + many).c_str(), nullptr, &result));
+    EXPECT_FALSE(DibApply(image.get(), ("remap:" + hidden).c_str(), nullptr, &result));
     EXPECT_EQ(result.code, DIB_ERROR_MISMATCH);
-    EXPECT_EQ(result.reason, "remap: '" + many + "': has no palette, and more than 256 colours or none");
+    EXPECT_EQ(result.reason, "remap: '" + hidden + "': has no visible colours");
 }
 
 TEST(Remap, DiffusesWhatAPixelLacks) {

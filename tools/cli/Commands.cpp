@@ -9,6 +9,7 @@ void declareRun(CLI::App& command);
 void declareInfo(CLI::App& command);
 void declareLayers(CLI::App& command);
 void declareGallery(CLI::App& command);
+void declarePalette(CLI::App& command);
 void declareOps(CLI::App& command);
 void declareFormats(CLI::App& command);
 void declareHelp(CLI::App& command);
@@ -22,6 +23,7 @@ std::span<const Command> commands() {
         {"info", "Prints size, depth, row order, palette, compression and format of pictures", declareInfo},
         {"layers", "Writes each layer of a document as a picture, and manifest.json with their positions",
          declareLayers},
+        {"palette", "Writes the palette of a picture as a file of its own", declarePalette},
         {"gallery", "Writes a web page that shows what every operation does to a picture", declareGallery},
         {"ops", "Lists the operations with their parameters", declareOps},
         {"formats", "Lists the file formats", declareFormats},

@@ -1,5 +1,7 @@
 #include "tools/commands/Pictures.h"
 
+#include <DibPalette.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -43,6 +45,7 @@ private:
         const char* from = frame_.options.load.format;
         const bool isUnknown = result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED;
         if (isUnknown && from != nullptr) isOpen = open(from);
+        if (isUnknown && !isOpen) isOpen = DibLoadPalette(path.c_str(), &image);
         if (isOpen) {
             frame_.notes.add(name + ": " + operation_, result);
             noteCount_ += result.noteCount;
