@@ -55,7 +55,8 @@ enum DibParameterKind : int {
     DIB_PARAMETER_ANGLE = 3,     ///< Degrees, or radians with the suffix `rad`: `90`, `90deg`, `1.57rad`.
     DIB_PARAMETER_LENGTH = 4,    ///< Whole pixels, or a percentage of a side of the picture: `12`, `50%`.
     DIB_PARAMETER_POSITION = 5,  ///< Pixels from the centre of the first one: `12.5`; `100%` is the last one.
-    DIB_PARAMETER_SIZE = 6,      ///< Width and height, each a length: `320x200`, `50%x200`; `50%` is both.
+    DIB_PARAMETER_SIZE = 6,      ///< Width and height, each a length: `320x200`, `50%x200`; `50%` is both,
+                                 ///< and `320x` and `x200` keep the shape of the picture.
     DIB_PARAMETER_CHOICE = 7,    ///< One of the names in `DibParameter::choices`.
     DIB_PARAMETER_FLAGS = 8,     ///< `none`, or some of the choices: `x`, `xy`, `x+y`.
     DIB_PARAMETER_COLOR = 9,     ///< `#rrggbb` or `#rrggbbaa`.

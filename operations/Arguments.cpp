@@ -75,8 +75,17 @@ float Arguments::position(std::string_view name, int full) const {
 
 PixelSize Arguments::size(std::string_view name, const DibStream& image) const {
     const Value& found = value(name);
-    return {std::max(1, toPixels(name, found.first, width(image))),
-            std::max(1, toPixels(name, found.second, height(image)))};
+    // The side that is left out keeps the shape of the picture.
+    const auto scaled = [&](int other, int otherFull, int full) {
+        return toPixels(name, {100.0 * other / otherFull, true}, full);
+    };
+    const bool hasWidth = found.first.number != 0;
+    const bool hasHeight = found.second.number != 0;
+    PixelSize size{hasWidth ? toPixels(name, found.first, width(image)) : 0,
+                   hasHeight ? toPixels(name, found.second, height(image)) : 0};
+    if (!hasWidth) size.width = scaled(size.height, height(image), width(image));
+    if (!hasHeight) size.height = scaled(size.width, width(image), height(image));
+    return {std::max(1, size.width), std::max(1, size.height)};
 }
 
 DibBGRA Arguments::color(std::string_view name) const { return value(name).color; }

@@ -50,7 +50,8 @@ public:
     int pixels(std::string_view name, int full) const;
     // A position in pixels; 0% is the centre of the first of `full` pixels, 100% that of the last.
     float position(std::string_view name, int full) const;
-    // A size; percentages are of the picture's size, and the result is at least 1 pixel.
+    // A size; percentages are of the picture's size, a side left out keeps its shape, and the result is at
+    // least 1 pixel.
     PixelSize size(std::string_view name, const DibStream& image) const;
     DibBGRA color(std::string_view name) const;
     // The pixel value of a fill in the picture's depth: the nearest entry of the colour table up to 8 bits.
@@ -101,6 +102,8 @@ struct Treatment {
     Run weighted = nullptr;
     // For every picture, instead of the classic function.
     Run right = nullptr;
+    // Whether a step only moves pixels: then no picture is widened for it.
+    bool (*movesPixels)(const Arguments& arguments) = nullptr;
     // Grey pictures may get colours.
     bool addsColors = false;
 
@@ -126,6 +129,8 @@ struct Operation {
 
 // Runs a step by the treatment of its operation. Throws Refusal.
 bool runTreated(const Job& job);
+// Runs a function for a picture that is widened before where its pixels are no colours.
+bool runWidened(const Job& job, const Treatment& treatment, Run run);
 // Whether the classic function alone does what the step does to this picture.
 bool isClassic(const Arguments& step, const DibStream& image);
 // Throws Refusal where an operation gets a picture of another depth.

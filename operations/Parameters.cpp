@@ -86,15 +86,23 @@ private:
 
     void readSize(Value& value) const {
         const std::size_t cross = text_.find('x');
-        if (cross > 0 && cross < text_.size() - 1) {
-            value.first = measure(text_.substr(0, cross), true);
-            value.second = measure(text_.substr(cross + 1), true);
-        } else if (text_.ends_with('%')) {
+        if (cross != std::string_view::npos && text_.size() > 1) {
+            const auto side = [this](std::string_view text) {
+                if (text.empty()) return Measure{};
+                const Measure given = measure(text, true);
+                if (given.number == 0) fail("is an empty size");
+                return given;
+            };
+            value.first = side(text_.substr(0, cross));
+            value.second = side(text_.substr(cross + 1));
+            return;
+        }
+        if (text_.ends_with('%')) {
             value.first = value.second = measure(text_, true);
         } else {
-            fail("must be WIDTHxHEIGHT or a percentage");
+            fail("must be WIDTHxHEIGHT, WIDTHx, xHEIGHT or a percentage");
         }
-        if (value.first.number == 0 || value.second.number == 0) fail("is an empty size");
+        if (value.first.number == 0) fail("is an empty size");
     }
 
     std::string choiceNames(std::string_view separator) const {

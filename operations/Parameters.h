@@ -145,7 +145,7 @@ struct Measure {
 struct Value {
     std::string text;
     Measure first;           // Every kind of number; radians for an angle; the width of a size.
-    Measure second;          // The height of a size.
+    Measure second;          // The height of a size; 0 for a side that follows from the other.
     std::uint32_t word = 0;  // The value of a choice, or the flags together; 1 for a switch that is on.
     DibBGRA color = {};
     bool isColor = false;

@@ -10,6 +10,7 @@
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/Descriptions.h"
 #include "operations/Operations.h"
+#include "operations/pixels/Pixels.h"
 
 namespace operations {
 
@@ -48,26 +49,20 @@ bool hasRightColors(const DibStream& image, const Treatment& treatment) {
 
 bool wantsClassic(const Job& job) { return job.options.classic || job.arguments.isOn("classic"); }
 
-void note(const Job& job, const std::string& text) {
-    if (job.result.noteCount == DibOperationResult::kMostNotes) return;
-    DibNote& note = job.result.notes[job.result.noteCount++];
-    note.kind = DIB_NOTE_LOSS;
-    const std::string whole = std::string(job.arguments.operation().info.name) + ": " + text;
-    note.text[whole.copy(note.text, sizeof note.text - 1)] = '\0';
-}
-
 std::string bitsText(int bitCount) { return std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits"); }
 
 // Makes the pixels of a picture colours.
-bool widen(const Job& job, bool toGrey) {
+bool makeColors(const Job& job, bool toGrey, unsigned int depths) {
     DibStream& image = job.image;
-    const int bitCount = image.Header->biBitCount;
-    const std::string before = (isPalette(image) ? "the palette of " : "") + bitsText(bitCount);
-    const unsigned int depths = job.arguments.operation().treatment.depths;
-    const bool runsOnGrey = toGrey && (depths & depthBit(8)) != 0;
-    if (!image.ChangeBpp(24, 0) || (runsOnGrey && !image.ChangeBpp(8, 0))) return false;
-    note(job, before + " became " + (toGrey ? "8 bits of grey" : "24 bits a pixel"));
-    return true;
+    if (!toGrey) {
+        widen(job);
+        return true;
+    }
+    addNote(job.result, DIB_NOTE_LOSS,
+            std::string(job.arguments.operation().info.name) + ": the palette of " +
+                bitsText(image.Header->biBitCount) + " became 8 bits of grey");
+    const bool runsOnGrey = (depths & depthBit(8)) != 0;
+    return image.ChangeBpp(24, 0) && (!runsOnGrey || image.ChangeBpp(8, 0));
 }
 
 // Runs the classic function and restores the alpha of a picture of 32 bits.
@@ -104,6 +99,13 @@ void requireDepth(const DibStream& image, unsigned int depths) {
                   "does not accept pictures of " + bitsText(bitCount) + ", only of " + depthsText(depths)};
 }
 
+bool runWidened(const Job& job, const Treatment& treatment, Run run) {
+    if (hasRightColors(job.image, treatment)) return run(job);
+    const bool staysGrey = isGrey(job.image) && !treatment.addsColors;
+    if (!makeColors(job, staysGrey, treatment.depths) || !run(job)) return false;
+    return !staysGrey || isPalette(job.image) || job.image.ChangeBpp(8, 0);
+}
+
 bool runTreated(const Job& job) {
     const Operation& operation = job.arguments.operation();
     const Treatment& treatment = operation.treatment;
@@ -112,11 +114,10 @@ bool runTreated(const Job& job) {
         requireDepth(job.image, treatment.classicDepths);
         return operation.run(job);
     }
-    if (hasRightColors(job.image, treatment)) return runOnColors(job);
-    if (treatment.palette != nullptr && isPalette(job.image)) return treatment.palette(job);
-    const bool staysGrey = isGrey(job.image) && !treatment.addsColors;
-    if (!widen(job, staysGrey) || !runOnColors(job)) return false;
-    return !staysGrey || isPalette(job.image) || job.image.ChangeBpp(8, 0);
+    if (treatment.movesPixels != nullptr && treatment.movesPixels(job.arguments)) return treatment.right(job);
+    if (treatment.palette != nullptr && !hasRightColors(job.image, treatment) && isPalette(job.image))
+        return treatment.palette(job);
+    return runWidened(job, treatment, runOnColors);
 }
 
 bool invertPalette(const Job& job) {

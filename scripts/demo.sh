@@ -45,7 +45,7 @@ printf '%3d  %-40s %s\n' 1 "The sample picture" "make_sample_picture 960 720 $sa
 
 show palette "16 colours of the picture's own" bpp:4,method=median
 show dithered "Ordered dither to a cube of 216 colours" bpp:8,method=dither
-show black-and-white "Error diffusion to black and white" resize:50%,method=area bpp:1
+show black-and-white "Error diffusion to black and white" resize:50%,filter=area bpp:1
 show rotate "Turned, repeating beyond the edges" rotate:25,wrap=xy
 show ripple "Rings about the middle" ripple:60,5deg
 show wave "Parallel waves" wave:90,12,direction=30

@@ -23,7 +23,7 @@ def dibstream():
     return ("DibStream " + dibstream.__version__,
             lambda path, job: dibstream.thumbnail(path, THUMBNAIL) if job == "thumbnail" else dibstream.open(path),
             lambda image, path, job: image.save(path, quality=QUALITY, compression=LEVEL), {
-        "resize": lambda image: image.resize(RESIZED, method="area"),
+        "resize": lambda image: image.resize(RESIZED, filter="area"),
         "thumbnail": lambda image: image,
         "convert": lambda image: image,
         "crop": lambda image: image.crop(CROP[0], CROP[1], CROP[2:]),

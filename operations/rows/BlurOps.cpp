@@ -1,6 +1,7 @@
 #include <DibEffect.h>
 
 #include "operations/Call.h"
+#include "operations/pixels/Resample.h"
 
 namespace operations {
 
@@ -17,7 +18,28 @@ constexpr Parameters kGaussian({number("radius", "three standard deviations; bel
                                        {0, 255}, {}, "px"),
                                 wrap(), classic()});
 
-constexpr Treatment kMixesWords = {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights};
+bool wraps(const Job& job, std::uint32_t axis) { return (job.arguments.word("wrap") & axis) != 0; }
+
+// The classic weights are cut to whole 65536ths: wide ones darken the picture.
+bool runGaussian(const Job& job) {
+    const float radius = job.arguments.number("radius");
+    if (radius < 1) return true;
+    return resample(job, gaussianTaps(width(job.image), radius, wraps(job, DIB_WRAP_X)),
+                    gaussianTaps(height(job.image), radius, wraps(job, DIB_WRAP_Y)));
+}
+
+// Beyond the picture all pixels are those of its edge.
+bool runWeightedBlur(const Job& job) {
+    const int radius = job.arguments.integer("radius");
+    constexpr int kWidest = 1 << 14;
+    if (radius > kWidest)
+        throw Refusal{DIB_ERROR_MISMATCH, "radius: is above 16384, which a picture with alpha can have"};
+    return resample(job, boxTaps(width(job.image), radius, wraps(job, DIB_WRAP_X)),
+                    boxTaps(height(job.image), radius, wraps(job, DIB_WRAP_Y)));
+}
+
+constexpr Treatment kMixesWords = {
+    .classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights, .weighted = runWeightedBlur};
 constexpr Treatment kMixesBytes = {.classicDepths = depths({8, 24, 32}), .alpha = Alpha::kWeights};
 
 constexpr Operation kOperations[] = {
@@ -64,7 +86,7 @@ constexpr Operation kOperations[] = {
      "DibEffectGaussianBlur(nullptr, nullptr, &image, {radius}, {wrap})",
      Effect<float, unsigned int>::run<DibEffectGaussianBlur>,
      nullptr,
-     kMixesBytes},
+     {.classicDepths = depths({8, 24, 32}), .right = runGaussian}},
 };
 
 }  // namespace

@@ -1,4 +1,10 @@
+#include <cmath>
+#include <optional>
+
+#include "effects/weighted/AlphaPlane.h"
 #include "operations/Call.h"
+#include "operations/pixels/Pixels.h"
+#include "operations/pixels/Resample.h"
 
 namespace operations {
 
@@ -6,26 +12,141 @@ namespace {
 
 constexpr const char* kArea = "Size, place and tone";
 
-constexpr Choices kMethods({
-    {"bilinear", DibStream::DIB_RESIZE_BILINEAR, "smooth between pixels; nearest pixel up to 16 bits",
-     "DibStream::DIB_RESIZE_BILINEAR"},
-    {"area", DibStream::DIB_RESIZE_INTEGRAL,
-     "average of the area, for much smaller pictures; 24 and 32 bits only", "DibStream::DIB_RESIZE_INTEGRAL"},
-});
+enum Filters : std::uint32_t { kAuto = 16, kBicubic, kNearest };
 
-constexpr Parameters kResize({size("size", "the new size"),
-                              choice("method", "how pixels are made", kMethods, "bilinear")});
+constexpr Choices kFilters({
+    {"auto", kAuto, "area along sides that shrink, bicubic along those that grow",
+     "DibStream::DIB_RESIZE_BILINEAR"},
+    {"area", DibStream::DIB_RESIZE_INTEGRAL, "mean of the pixels that a pixel covers",
+     "DibStream::DIB_RESIZE_INTEGRAL"},
+    {"bilinear", DibStream::DIB_RESIZE_BILINEAR, "mixes neighbours", "DibStream::DIB_RESIZE_BILINEAR"},
+    {"bicubic", kBicubic, "mixes neighbours and their neighbours, which keeps edges sharp"},
+    {"nearest", kNearest, "takes pixels as they are; palettes stay"},
+});
+constexpr DibParameter kFilter = choice("filter", "how pixels are made", kFilters, "auto");
+
+constexpr Parameters kResize({size("size", "the new size; 200x and x200 keep the shape"), kFilter,
+                              classic()});
+constexpr DibParameter kEnlarge = toggle("enlarge", "also enlarges smaller pictures");
+constexpr Parameters kFit({size("size", "the largest size"), kFilter, kEnlarge});
+constexpr Parameters kCover({size("size", "the size that is covered"), kFilter});
+
+bool takesNearest(const Arguments& arguments) { return arguments.word("filter") == kNearest; }
+
+std::string checkResize(const Arguments& arguments) {
+    const std::uint32_t filter = arguments.word("filter");
+    const bool isNew = filter == kBicubic || filter == kNearest;
+    return arguments.isOn("classic") && isNew ? "filter: there is no classic function of it" : "";
+}
+
+bool runClassicResize(const Job& job) {
+    const PixelSize wanted = job.arguments.size("size", job.image);
+    const bool isArea = job.arguments.word("filter") == DibStream::DIB_RESIZE_INTEGRAL;
+    // The library would leave an indexed picture empty.
+    const int bitCount = job.image.Header->biBitCount;
+    if (isArea && bitCount < 24) {
+        throw Refusal{DIB_ERROR_MISMATCH, "filter: area is for 24 and 32 bits, not for " +
+                                              std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits")};
+    }
+    return job.image.Resize(wanted.width, wanted.height,
+                            isArea ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR);
+}
+
+Filter filterAlong(std::uint32_t filter, int before, int after) {
+    switch (filter) {
+        case kAuto: return after <= before ? Filter::kArea : Filter::kBicubic;
+        case DibStream::DIB_RESIZE_INTEGRAL: return Filter::kArea;
+        case DibStream::DIB_RESIZE_BILINEAR: return Filter::kBilinear;
+        default: return Filter::kBicubic;
+    }
+}
+
+// Where all pixels have the same alpha, means of areas are those of the classic function.
+bool resizeTo(const Job& job, const PixelSize& wanted) {
+    DibStream& image = job.image;
+    const std::uint32_t filter = job.arguments.word("filter");
+    // Before memory is taken for the weights.
+    const std::int64_t pixels = std::int64_t{wanted.width} * wanted.height;
+    if (pixels > INT32_MAX) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    if (filter == kNearest) return resampleNearest(job, wanted.width, wanted.height);
+    const Filter across = filterAlong(filter, width(image), wanted.width);
+    const Filter down = filterAlong(filter, height(image), wanted.height);
+    const std::optional<std::uint8_t> alpha = dib::commonAlpha(image);
+    const bool isOpaque = image.Header->biBitCount == 24 || alpha;
+    const bool isArea = across == Filter::kArea && down == Filter::kArea;
+    const bool isBilinear = across == Filter::kBilinear && down == Filter::kBilinear;
+    if (isOpaque && (isArea || isBilinear)) {
+        const auto method = isArea ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR;
+        if (!image.Resize(wanted.width, wanted.height, method)) return false;
+        if (alpha) dib::fillAlpha(image, *alpha);
+        return true;
+    }
+    return resample(job, resizeTaps(across, width(image), wanted.width),
+                    resizeTaps(down, height(image), wanted.height));
+}
+
+bool hasSize(const DibStream& image, const PixelSize& size) {
+    return width(image) == size.width && height(image) == size.height;
+}
 
 bool runResize(const Job& job) {
     const PixelSize wanted = job.arguments.size("size", job.image);
-    const auto method = static_cast<DibStream::DIB_RESIZE_METHOD>(job.arguments.word("method"));
-    // The library would leave an indexed picture empty.
-    const int bitCount = job.image.Header->biBitCount;
-    if (method == DibStream::DIB_RESIZE_INTEGRAL && bitCount < 24) {
-        throw Refusal{DIB_ERROR_MISMATCH, "method: area is for 24 and 32 bits, not for " +
-                                              std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits")};
-    }
-    return job.image.Resize(wanted.width, wanted.height, method);
+    return hasSize(job.image, wanted) || resizeTo(job, wanted);
+}
+
+constexpr Treatment kResizes = {
+    .classicDepths = kAllDepths, .depths = depths({24, 32}), .right = runResize, .movesPixels = takesNearest};
+
+int scaled(int side, double factor) {
+    const double pixels = std::round(side * factor);
+    if (pixels > kAnyInteger.max) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    return std::max(1, static_cast<int>(pixels));
+}
+
+// The size of a picture that touches the sides of another size: all of it inside, or all of that covered.
+PixelSize touching(const Job& job, bool isInside) {
+    const PixelSize frame = job.arguments.size("size", job.image);
+    const double across = static_cast<double>(frame.width) / width(job.image);
+    const double down = static_cast<double>(frame.height) / height(job.image);
+    const double factor = isInside ? std::min(across, down) : std::max(across, down);
+    return {scaled(width(job.image), factor), scaled(height(job.image), factor)};
+}
+
+// Resizes a picture whose palette is widened where the filter mixes colours.
+bool resizeWidened(const Job& job, Run run) {
+    return takesNearest(job.arguments) ? run(job) : runWidened(job, kResizes, run);
+}
+
+bool runFit(const Job& job) {
+    const PixelSize wanted = touching(job, true);
+    const bool grows = wanted.width > width(job.image) || wanted.height > height(job.image);
+    if (hasSize(job.image, wanted) || (grows && !job.arguments.isOn("enlarge"))) return true;
+    return resizeWidened(job, [](const Job& each) { return resizeTo(each, touching(each, true)); });
+}
+
+bool runFill(const Job& job) {
+    const PixelSize frame = job.arguments.size("size", job.image);
+    const PixelSize wanted = touching(job, false);
+    const bool isSized = hasSize(job.image, wanted) || resizeWidened(job, [](const Job& each) {
+                             return resizeTo(each, touching(each, false));
+                         });
+    if (!isSized || hasSize(job.image, frame)) return isSized;
+    return job.image.ClipCut((wanted.width - frame.width) / 2, (wanted.height - frame.height) / 2,
+                             frame.width, frame.height);
+}
+
+// Each pixel counts two by two; the last of an odd side is left out.
+Taps halfTaps(int sourceCount) {
+    Taps taps;
+    taps.width = 2;
+    for (int i = 0; i < sourceCount / 2; ++i) taps.first.push_back(2 * i);
+    taps.weights.assign(2 * taps.first.size(), 0.5F);
+    return taps;
+}
+
+bool runWeightedHalf(const Job& job) {
+    if (width(job.image) < 2 || height(job.image) < 2) return job.image.ResizeHalf();
+    return resample(job, halfTaps(width(job.image)), halfTaps(height(job.image)));
 }
 
 constexpr Parameters kCanvas({size("size", "the new size"), fill("fill", "what the new pixels hold", "0")});
@@ -63,12 +184,32 @@ constexpr Operation kOperations[] = {
     {{"resize",
       kArea,
       "Scales the picture.",
-      "resize:50%,method=area",
-      {"resize:50%", "resize:150%x60%", "resize:20%,method=area"},
+      "resize:50%,filter=bilinear",
+      {"resize:50%", "resize:150%x60%", "resize:40x,filter=nearest"},
       kResize,
       kAllDepths},
-     "image.Resize({size:width}, {size:height}, {method})",
-     runResize},
+     "image.Resize({size:width}, {size:height}, {filter})",
+     runClassicResize,
+     checkResize,
+     kResizes},
+    {{"fit",
+      kArea,
+      "Shrinks the picture until it lies inside a size; its shape stays.",
+      "fit:200x200",
+      {"fit:200x200", "fit:50%,filter=bicubic", "fit:640x400,enlarge"},
+      kFit,
+      kAllDepths},
+     "",
+     runFit},
+    {{"fill",
+      kArea,
+      "Scales the picture until it covers a size, and cuts off what is too much on both sides.",
+      "fill:200x200",
+      {"fill:200x200", "fill:100%x40%,filter=bilinear", "fill:64x64,filter=nearest"},
+      kCover,
+      kAllDepths},
+     "",
+     runFill},
     {{"half",
       kArea,
       "Halves the picture exactly, each pixel the mean of four.",
@@ -79,7 +220,7 @@ constexpr Operation kOperations[] = {
      "image.ResizeHalf()",
      Method<>::run<&DibStream::ResizeHalf>,
      nullptr,
-     {.classicDepths = depths({24, 32}), .alpha = Alpha::kWeights}},
+     {.classicDepths = depths({24, 32}), .alpha = Alpha::kWeights, .weighted = runWeightedHalf}},
     {{"canvas",
       kArea,
       "Crops or pads the picture about its middle.",

@@ -26,6 +26,6 @@ def thumbnail(source: _core.Source, size: tuple[int, int], **options: Any) -> _c
     colors = image.palette
     if image.bits < 24:
         image = image.bpp(24)
-    image = image.resize((max(1, round(image.width * scale)), max(1, round(image.height * scale))), method="area")
+    image = image.resize((max(1, round(image.width * scale)), max(1, round(image.height * scale))), filter="area")
     is_grey = colors is not None and all(red == green == blue for red, green, blue in colors)
     return image.bpp(8, method="grey") if is_grey else image

@@ -17,7 +17,7 @@ def turned(source: pathlib.Path, target: pathlib.Path) -> list[str]:
 
     image: dibstream.Image = dibstream.open(source, max_pixels=10**8, formats=["png", "bmp"], progress=show)
     image.metadata = dataclasses.replace(image.metadata, resolution=(300.0, 300.0))
-    image = image.rotate(30, wrap="xy").gaussian(4).resize(("50%", 100), method="area").bpp(8, method="median")
+    image = image.rotate(30, wrap="xy").gaussian(4).resize(("50%", 100), filter="area").bpp(8, method="median")
     if image.palette is not None:
         image.palette = [(red, green, 255 - blue) for red, green, blue in image.palette]
     pixels = numpy.asarray(image.bpp(24))

@@ -105,8 +105,8 @@ def test_wrong_values_name_parameter_range_and_suggestion(picture):
     assert str(error) == error.reason == "gaussian: radius: '300' is outside 0 to 255"
     assert (error.code, error.operation, error.parameter, error.range) == (6, "gaussian", "radius", (0, 255))
     with pytest.raises(dibstream.ParameterError) as failure:
-        picture.resize("50%", method="biliner")
-    assert failure.value.parameter == "method" and failure.value.suggestion == "bilinear"
+        picture.resize("50%", filter="biliner")
+    assert failure.value.parameter == "filter" and failure.value.suggestion == "bilinear"
     with pytest.raises(dibstream.ParameterError) as failure:
         picture.apply("invert gaussan:3")
     assert failure.value.suggestion == "gaussian" and failure.value.step == 1

@@ -14,7 +14,7 @@ import dibstream
 @pytest.fixture
 def large(noise):
     """A picture on which a large median takes seconds."""
-    return dibstream.from_array(noise).resize((1600, 1200), method="area")
+    return dibstream.from_array(noise).resize((1600, 1200), filter="area")
 
 
 def test_fractions_rise_from_0_to_1(large, tmp_path):

@@ -23,7 +23,8 @@ TEST(OperationDescriptions, SynopsesShowWhatMayBeLeftOut) {
     EXPECT_EQ(description("flip-storage", DIB_DESCRIBE_SYNOPSIS), "flip-storage");
     EXPECT_EQ(description("bpp", DIB_DESCRIBE_SYNOPSIS),
               "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse]");
-    EXPECT_EQ(description("resize", DIB_DESCRIBE_SYNOPSIS), "resize:WIDTHxHEIGHT[,method=bilinear|area]");
+    EXPECT_EQ(description("resize", DIB_DESCRIBE_SYNOPSIS),
+              "resize:WIDTHxHEIGHT[,filter=auto|area|bilinear|bicubic|nearest][,classic]");
     EXPECT_EQ(description("color-noise", DIB_DESCRIBE_SYNOPSIS),
               "color-noise:#RRGGBB,STRENGTH[,seed=SEED][,classic]");
 }
@@ -154,8 +155,8 @@ TEST(OperationCalls, WriteValuesAsCppDoes) {
     EXPECT_EQ(callOf("blur:2,wrap=x"), "DibEffectBlur(nullptr, nullptr, &image, 2, DIB_WRAP_X);");
     EXPECT_EQ(callOf("blur:2,wrap=yx"),
               "DibEffectBlur(nullptr, nullptr, &image, 2, DIB_WRAP_X | DIB_WRAP_Y);");
-    EXPECT_EQ(callOf("gaussian:4"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 4.0f, 0U);");
-    EXPECT_EQ(callOf("gaussian:0.1"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 0.1f, 0U);");
+    EXPECT_EQ(callOf("gaussian:4,classic"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 4.0f, 0U);");
+    EXPECT_EQ(callOf("gaussian:0.1,classic"), "DibEffectGaussianBlur(nullptr, nullptr, &image, 0.1f, 0U);");
     EXPECT_EQ(callOf("brighten:1000000000"), "image.Brighten(1e+09f);");
     EXPECT_EQ(callOf("rotate:180"), "DibEffectRotate(nullptr, nullptr, &image, 3.1415927f, 0U);");
     EXPECT_EQ(callOf("whirl:-2rad,x=0%,y=100%"),
@@ -166,7 +167,8 @@ TEST(OperationCalls, WriteValuesAsCppDoes) {
         "std::srand(1);\nDibEffectColorNoise(nullptr, nullptr, &image, DibBGRA{1, 128, 255, 255}, 0.5f);");
     EXPECT_EQ(callOf("bpp:8"), "image.ChangeBpp(8, 0);");
     EXPECT_EQ(callOf("bpp:16,method=dither"), "image.ChangeBpp(16, DIB_DITHER);");
-    EXPECT_EQ(callOf("resize:50%,method=area"), "image.Resize(50, 30, DibStream::DIB_RESIZE_INTEGRAL);");
+    EXPECT_EQ(callOf("resize:50%,filter=area,classic"),
+              "image.Resize(50, 30, DibStream::DIB_RESIZE_INTEGRAL);");
     EXPECT_EQ(callOf("canvas:7x200%,fill=#ff8001"), "image.ChangeSize(7, 120, 0xffff8001);");
     EXPECT_EQ(callOf("canvas:7x8,fill=255", 9, 9, 8), "image.ChangeSize(7, 8, 255);");
     EXPECT_EQ(callOf("compose:a\"b\\\\c,1"),

@@ -114,9 +114,13 @@ TEST(OperationValues, SizesHaveTwoLengthsOrOnePercentage) {
     EXPECT_EQ(size("50%"), std::pair(5, 4));
     EXPECT_EQ(size("50%x14"), std::pair(5, 14));
     EXPECT_EQ(size("1%"), std::pair(1, 1));
-    EXPECT_EQ(refusal(kExtent, "320"), "extent: '320' must be WIDTHxHEIGHT or a percentage");
-    EXPECT_EQ(refusal(kExtent, "320x"), "extent: '320x' must be WIDTHxHEIGHT or a percentage");
-    EXPECT_EQ(refusal(kExtent, "x"), "extent: 'x' must be WIDTHxHEIGHT or a percentage");
+    EXPECT_EQ(refusal(kExtent, "320"), "extent: '320' must be WIDTHxHEIGHT, WIDTHx, xHEIGHT or a percentage");
+    EXPECT_EQ(size("30x"), std::pair(30, 21));
+    EXPECT_EQ(size("x21"), std::pair(30, 21));
+    EXPECT_EQ(size("x200%"), std::pair(20, 14));
+    EXPECT_EQ(size("1x"), std::pair(1, 1));
+    EXPECT_EQ(refusal(kExtent, "x0%"), "extent: 'x0%' is an empty size");
+    EXPECT_EQ(refusal(kExtent, "x"), "extent: 'x' must be WIDTHxHEIGHT, WIDTHx, xHEIGHT or a percentage");
     EXPECT_EQ(refusal(kExtent, "0x5"), "extent: '0x5' is outside 1 to 2147483647");
     EXPECT_EQ(refusal(kExtent, "0%"), "extent: '0%' is an empty size");
 }

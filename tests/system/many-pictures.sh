@@ -23,7 +23,7 @@ head -c 100 pictures/one.bmp >pictures/broken.bmp
 shrink_pictures() {
     find pictures -name '*.bmp' -print0 | sort -z |
         parallel --null --joblog jobs.tsv --resume-failed --rpl '{result} s:^pictures/:small/:' "$@" \
-            'mkdir -p "$(dirname {result})" && dib run {} resize:50%,method=area bpp:8,method=median {result}'
+            'mkdir -p "$(dirname {result})" && dib run {} resize:50%,filter=area bpp:8,method=median {result}'
 }
 
 failures() {

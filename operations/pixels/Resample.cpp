@@ -1,0 +1,297 @@
+#include "operations/pixels/Resample.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "dib/Depths.h"
+#include "dib/EdgeAxis.h"
+#include "effects/weighted/AlphaPlane.h"
+#include "operations/pixels/Pixels.h"
+
+namespace operations {
+
+namespace {
+
+using dib::EdgeAxis;
+using dib::Raster;
+
+// Sums of this many samples are made at once, so that they stay in registers.
+constexpr std::ptrdiff_t kRun = 32;
+
+// out[i] = sum of weights[k] x rows[k][i], in the order of k.
+DIB_ALWAYS_INLINE void sumRows(const float* const* rows, const float* weights, int count,
+                               float* __restrict out, std::ptrdiff_t samples) {
+    std::ptrdiff_t i = 0;
+    for (; i + kRun <= samples; i += kRun) {
+        float sums[kRun] = {};
+        for (int k = 0; k < count; ++k) {
+            const float* from = rows[k] + i;
+            for (int j = 0; j < kRun; ++j) sums[j] += weights[k] * from[j];
+        }
+        std::copy_n(sums, kRun, out + i);
+    }
+    for (; i < samples; ++i) {
+        float sum = 0;
+        for (int k = 0; k < count; ++k) sum += weights[k] * rows[k][i];
+        out[i] = sum;
+    }
+}
+
+// The same along a row, for taps of which each pixel has its own.
+template <int kChannels>
+DIB_ALWAYS_INLINE void sumColumns(const float* row, const Taps* taps, float* __restrict out,
+                                  std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const float* from = row + std::ptrdiff_t{taps->first[static_cast<std::size_t>(i)]} * kChannels;
+        const float* weights = taps->weightsOf(static_cast<std::size_t>(i));
+        float sums[kChannels] = {};
+        for (int k = 0; k < taps->width; ++k) {
+            for (int c = 0; c < kChannels; ++c) sums[c] += weights[k] * from[k * kChannels + c];
+        }
+        for (int c = 0; c < kChannels; ++c) out[i * kChannels + c] = sums[c];
+    }
+}
+
+DIB_ALWAYS_INLINE void loadRow(const unsigned char* __restrict row, float* __restrict samples,
+                               std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) samples[i] = static_cast<float>(row[i]);
+}
+// Colours times alpha, and alpha.
+DIB_ALWAYS_INLINE void loadWeighted(const unsigned char* __restrict row, float* __restrict samples,
+                                    std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; i += 4) {
+        const auto alpha = static_cast<float>(row[i + 3]);
+        for (int c = 0; c < 3; ++c) samples[i + c] = static_cast<float>(row[i + c]) * alpha;
+        samples[i + 3] = alpha;
+    }
+}
+
+DIB_ALWAYS_INLINE unsigned char byteOf(float value) {
+    const float bounded = value < 0.0F ? 0.0F : value > 255.0F ? 255.0F : value;
+    return static_cast<unsigned char>(static_cast<int>(bounded + 0.5F));
+}
+
+DIB_ALWAYS_INLINE void storeRow(const float* __restrict sums, unsigned char* __restrict row,
+                                std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) row[i] = byteOf(sums[i]);
+}
+// Pixels that are less than half visible in the last bit of alpha are black.
+DIB_ALWAYS_INLINE void storeWeighted(const float* __restrict sums, unsigned char* __restrict row,
+                                     std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; i += 4) {
+        const float alpha = sums[i + 3];
+        const float scale = alpha >= 0.5F ? 1.0F / alpha : 0.0F;
+        for (int c = 0; c < 3; ++c) row[i + c] = byteOf(sums[i + c] * scale);
+        row[i + 3] = byteOf(alpha);
+    }
+}
+
+// The rows of a picture summed across, of which as many are kept as a pixel of the result needs.
+class RowsAcross {
+public:
+    RowsAcross(const Raster& from, const Taps& across, const Taps& down, bool isWeighted)
+        : from_(from),
+          across_(across),
+          isWeighted_(isWeighted),
+          channels_(from.bitCount / 8),
+          axisX_{from.width, across.wraps},
+          axisY_{from.height, down.wraps},
+          samples_(static_cast<std::ptrdiff_t>(across.first.size()) * channels_),
+          slots_(static_cast<std::size_t>(down.width)) {
+        const auto [least, most] = std::minmax_element(across.first.begin(), across.first.end());
+        before_ = std::max(0, -*least);
+        after_ = std::max(0, *most + across.width - from.width);
+        padded_.resize((static_cast<std::size_t>(from.width) + static_cast<std::size_t>(before_) +
+                        static_cast<std::size_t>(after_)) *
+                       static_cast<std::size_t>(channels_));
+        for (Slot& slot : slots_) slot.samples.resize(static_cast<std::size_t>(samples_));
+        columns_.resize(static_cast<std::size_t>(across.width));
+    }
+
+    std::ptrdiff_t samples() const { return samples_; }
+
+    const float* row(int position) {
+        const auto count = static_cast<int>(slots_.size());
+        Slot& slot = slots_[static_cast<std::size_t>((position % count + count) % count)];
+        if (slot.position != position) sumAcross(from_.row(axisY_.at(position)), slot.samples.data());
+        slot.position = position;
+        return slot.samples.data();
+    }
+
+private:
+    struct Slot {
+        std::optional<int> position;
+        std::vector<float> samples;
+    };
+
+    void sumAcross(const unsigned char* row, float* out) {
+        float* const first = padded_.data() + std::ptrdiff_t{before_} * channels_;
+        const std::ptrdiff_t count = std::ptrdiff_t{from_.width} * channels_;
+        isWeighted_ ? dib::runKernel<loadWeighted>(row, first, count)
+                    : dib::runKernel<loadRow>(row, first, count);
+        axisX_.pad(first, before_, after_, channels_);
+        if (across_.isShared) {
+            const float* column = first + std::ptrdiff_t{across_.first[0]} * channels_;
+            for (const float*& each : columns_) each = std::exchange(column, column + channels_);
+            return dib::runKernel<sumRows>(static_cast<const float* const*>(columns_.data()),
+                                           across_.weights.data(), across_.width, out, samples_);
+        }
+        const std::ptrdiff_t pixels = samples_ / channels_;
+        const float* from = first;
+        switch (channels_) {
+            case 1: return dib::runKernel<sumColumns<1>>(from, &across_, out, pixels);
+            case 3: return dib::runKernel<sumColumns<3>>(from, &across_, out, pixels);
+            default: return dib::runKernel<sumColumns<4>>(from, &across_, out, pixels);
+        }
+    }
+
+    Raster from_;
+    const Taps& across_;
+    bool isWeighted_;
+    int channels_;
+    EdgeAxis axisX_;
+    EdgeAxis axisY_;
+    std::ptrdiff_t samples_;
+    int before_ = 0;
+    int after_ = 0;
+    std::vector<float> padded_;
+    std::vector<const float*> columns_;
+    std::vector<Slot> slots_;
+};
+
+// The weight of a pixel at a distance, in pixels of the filter.
+double weightAt(Filter filter, double distance) {
+    const double x = std::fabs(distance);
+    switch (filter) {
+        case Filter::kArea: return 0;
+        case Filter::kBilinear: return std::max(0.0, 1 - x);
+        case Filter::kBicubic:
+            // The cubic convolution with a slope of -1/2 at 1.
+            if (x < 1) return (1.5 * x - 2.5) * x * x + 1;
+            return x < 2 ? ((-0.5 * x + 2.5) * x - 4) * x + 2 : 0;
+    }
+    return 0;
+}
+
+// Makes the weights of a pixel total 1.
+void normalize(float* weights, const std::vector<double>& exact) {
+    double total = 0;
+    for (const double weight : exact) total += weight;
+    for (const double weight : exact) *weights++ = static_cast<float>(weight / total);
+}
+
+Taps sharedTaps(int count, const std::vector<double>& exact, bool wraps) {
+    Taps taps;
+    taps.isShared = true;
+    taps.wraps = wraps;
+    taps.width = static_cast<int>(exact.size());
+    for (int i = 0; i < count; ++i) taps.first.push_back(i - taps.width / 2);
+    taps.weights.resize(exact.size());
+    normalize(taps.weights.data(), exact);
+    return taps;
+}
+
+void copyTable(const DibStream& from, DibStream& to) {
+    const std::size_t entries =
+        std::min(dib::announcedEntries(*from.Header), dib::addressableEntries(from.Header->biBitCount));
+    std::copy_n(dib::colorTable(from.Header), entries, dib::colorTable(to.Header));
+    to.Header->biClrUsed = from.Header->biClrUsed == 0 ? 0 : static_cast<std::uint32_t>(entries);
+}
+
+// A picture of that size with the depth, row order and colour table of another.
+void createLike(const DibStream& image, int width, int height, DibStream& created) {
+    createImage(created, width, image.Header->biHeight < 0 ? -height : height, image.Header->biBitCount);
+    if (image.Header->biBitCount <= 8) copyTable(image, created);
+}
+
+}  // namespace
+
+Taps resizeTaps(Filter filter, int sourceCount, int count) {
+    const double step = static_cast<double>(sourceCount) / count;
+    const double scale = std::max(step, 1.0);
+    const double reach = filter == Filter::kArea ? step / 2 : scale * (filter == Filter::kBicubic ? 2 : 1);
+    Taps taps;
+    taps.width = static_cast<int>(std::ceil(2 * reach)) + 1;
+    taps.weights.resize(static_cast<std::size_t>(taps.width) * static_cast<std::size_t>(count));
+    std::vector<double> exact(static_cast<std::size_t>(taps.width));
+    for (int i = 0; i < count; ++i) {
+        // Pixels are from whole numbers to the next ones, with their centres between.
+        const double center = (i + 0.5) * step;
+        const int first = static_cast<int>(std::floor(center - reach));
+        for (int k = 0; k < taps.width; ++k) {
+            const double left = first + k;
+            exact[static_cast<std::size_t>(k)] =
+                filter == Filter::kArea
+                    ? std::max(0.0, std::min(left + 1, center + reach) - std::max(left, center - reach))
+                    : weightAt(filter, (left + 0.5 - center) / scale);
+        }
+        taps.first.push_back(first);
+        normalize(taps.weights.data() + static_cast<std::ptrdiff_t>(i) * taps.width, exact);
+    }
+    return taps;
+}
+
+Taps gaussianTaps(int count, float radius, bool wraps) {
+    const int half = static_cast<int>(radius);
+    std::vector<double> exact;
+    for (int i = -half; i <= half; ++i) exact.push_back(std::exp(-4.5 * i * i / (double{radius} * radius)));
+    return sharedTaps(count, exact, wraps);
+}
+
+Taps boxTaps(int count, int radius, bool wraps) {
+    return sharedTaps(count, std::vector<double>(2 * static_cast<std::size_t>(radius) + 1, 1.0), wraps);
+}
+
+bool resample(const Job& job, const Taps& across, const Taps& down) {
+    const Raster from = rowsOf(job.image);
+    const std::optional<std::uint8_t> alpha = dib::commonAlpha(job.image);
+    const bool isWeighted = from.bitCount == 32 && !alpha;
+    DibStream result;
+    createLike(job.image, static_cast<int>(across.first.size()), static_cast<int>(down.first.size()), result);
+    const Raster to = rowsOf(result);
+    RowsAcross rows(from, across, down, isWeighted);
+    std::vector<float> sums(static_cast<std::size_t>(rows.samples()));
+    std::vector<const float*> lines(static_cast<std::size_t>(down.width));
+    const bool isDone = forEachRow(job, to.height, [&](int y) {
+        const auto i = static_cast<std::size_t>(y);
+        for (int k = 0; k < down.width; ++k) lines[static_cast<std::size_t>(k)] = rows.row(down.first[i] + k);
+        dib::runKernel<sumRows>(static_cast<const float* const*>(lines.data()), down.weightsOf(i), down.width,
+                                sums.data(), rows.samples());
+        const float* all = sums.data();
+        isWeighted ? dib::runKernel<storeWeighted>(all, to.row(y), rows.samples())
+                   : dib::runKernel<storeRow>(all, to.row(y), rows.samples());
+    });
+    if (!isDone) return false;
+    if (alpha) dib::fillAlpha(result, *alpha);
+    moveBlocks(result, job.image);
+    return true;
+}
+
+bool resampleNearest(const Job& job, int width, int height) {
+    const Raster from = rowsOf(job.image);
+    DibStream result;
+    createLike(job.image, width, height, result);
+    const Raster to = rowsOf(result);
+    const auto nearest = [](int i, int count, int sourceCount) {
+        return static_cast<int>((2 * std::int64_t{i} + 1) * sourceCount / (2 * std::int64_t{count}));
+    };
+    std::vector<int> columns;
+    for (int x = 0; x < width; ++x) columns.push_back(nearest(x, width, from.width));
+    const bool isDone = forEachRow(job, height, [&](int y) {
+        const unsigned char* row = from.row(nearest(y, height, from.height));
+        std::memset(to.row(y), 0, to.rowBytes);
+        dib::withAnyDepth(from.bitCount, [&](auto depth) {
+            using Depth = decltype(depth);
+            for (int x = 0; x < width; ++x)
+                Depth::put(to.row(y), x, Depth::get(row, columns[static_cast<std::size_t>(x)]));
+            return true;
+        });
+    });
+    if (isDone) moveBlocks(result, job.image);
+    return isDone;
+}
+
+}  // namespace operations
