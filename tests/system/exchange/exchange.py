@@ -26,6 +26,7 @@ import pictures
 from rows import ROWS
 
 
+LONGEST = 120  # seconds for one program and one file
 STEP = 4  # of the combinations that have each value once, so many are left out between two that are tried
 
 
@@ -48,7 +49,8 @@ def is_installed(program):
 
 def shown_by(dib, plugins, path, folder):
     out = folder / "shown.pam"
-    result = subprocess.run([dib, "run", "--plugins", plugins, path, out], capture_output=True, check=False, text=True)
+    result = subprocess.run([dib, "run", "--plugins", plugins, path, out], capture_output=True, check=False, text=True,
+                            timeout=LONGEST)
     if result.returncode != 0:
         raise ValueError(result.stderr.strip().replace(f"dib: {path}: ", ""))
     return pictures.read_pam(out.read_bytes())
@@ -60,7 +62,7 @@ def write(row, case, source, picture, path):
         libraries.WRITERS[row.program][1](case["source"], picture, path, **{**row.options, **values})
         return
     command = row.command.format(**{"in": source, "out": path, **values})
-    result = subprocess.run(command, shell=True, capture_output=True, check=False, text=True)
+    result = subprocess.run(command, shell=True, capture_output=True, check=False, text=True, timeout=LONGEST)
     if result.returncode != 0 or not path.exists() or path.stat().st_size == 0:
         raise ValueError("not written: " + (result.stderr.strip().splitlines() or [command])[-1])
 
@@ -104,10 +106,12 @@ def main():
             else:
                 skipped[row.program] += len(cases)
         results = pool.map(lambda each: attempt(*each, sources, arguments.dib, arguments.plugins), work)
-        for (row, case), problem in zip(work, results):
+        for number, ((row, case), problem) in enumerate(zip(work, results), 1):
             if problem:
                 failed += 1
-                print(f"{row.title(case)}: {problem}")
+                print(f"{row.title(case)}: {problem}", flush=True)
+            if number % 250 == 0 and arguments.full:
+                print(f"{number} of {len(work)} files", flush=True)
     for program, count in (+tried).items():
         print(f"{program}: {count} files")
     for program, count in (+skipped).items():
