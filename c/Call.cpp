@@ -55,17 +55,25 @@ void fillResult(dib_result* to, const DibOperationResult& from) {
     fill(*to, result);
 }
 
+// Gives a block to the program.
+static unsigned char* take(DibBytes& from, std::size_t& size) {
+    size = std::exchange(from.size, 0);
+    return std::exchange(from.data, nullptr);
+}
+
 void fillMetadata(const dib_result* to, DibMetadata& from) {
     if (to == nullptr || to->metadata == nullptr) return;
     dib_metadata_clear(to->metadata);
     dib_metadata metadata = DIB_C_METADATA_INIT;
-    metadata.color_profile = std::exchange(from.colorProfile.data, nullptr);
-    metadata.color_profile_size = from.colorProfile.size;
-    metadata.exif = std::exchange(from.exif.data, nullptr);
-    metadata.exif_size = from.exif.size;
+    metadata.color_profile = take(from.colorProfile, metadata.color_profile_size);
+    metadata.exif = take(from.exif, metadata.exif_size);
     metadata.x_resolution = from.xResolution;
     metadata.y_resolution = from.yResolution;
     metadata.orientation = from.orientation;
+    if (hasAll(*to->metadata)) {
+        metadata.palette_alpha = take(from.paletteAlpha, metadata.palette_alpha_size);
+        metadata.tim_frame = take(from.timFrame, metadata.tim_frame_size);
+    }
     fill(*to->metadata, metadata);
 }
 
@@ -77,6 +85,10 @@ void dib_metadata_clear(dib_metadata* metadata) {
     if (metadata == nullptr || !c_interface::isSized(*metadata)) return;
     std::free(metadata->color_profile);
     std::free(metadata->exif);
+    if (c_interface::hasAll(*metadata)) {
+        std::free(metadata->palette_alpha);
+        std::free(metadata->tim_frame);
+    }
     c_interface::fill(*metadata, dib_metadata DIB_C_METADATA_INIT);
 }
 

@@ -63,6 +63,8 @@ bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Res
         return refuse(result, DIB_ERROR_INVALID, "the option damage has no such value");
     if (from.alpha < DIB_C_ALPHA_GUESS || from.alpha > DIB_C_ALPHA_STORED)
         return refuse(result, DIB_ERROR_INVALID, "the option alpha has no such value");
+    if (from.part < DIB_C_LAYER_PIXELS || from.part > DIB_C_LAYER_SECOND_MASK)
+        return refuse(result, DIB_ERROR_INVALID, "the option part has no such value");
     options.formats = from.formats;
     options.name = from.name;
     options.format = from.format;
@@ -77,6 +79,10 @@ bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Res
     options.appliesOrientation = from.applies_orientation != 0;
     options.atLeastWidth = from.at_least_width;
     options.atLeastHeight = from.at_least_height;
+    options.keepsPalette = from.keeps_palette != 0;
+    options.pageName = from.page_name;
+    options.layerName = from.layer_name;
+    options.part = static_cast<DibLayerPart>(from.part);
     return true;
 }
 

@@ -59,6 +59,10 @@ bool dib_is_format_available(const char* name_or_extension) {
     return found != nullptr && DibIsFormatAvailable(found);
 }
 
+const char* dib_format_library(const char* name_or_extension) {
+    return name_or_extension != nullptr ? DibGetFormatLibrary(DibFindFormat(name_or_extension)) : nullptr;
+}
+
 dib_code dib_set_plugin_folder(const char* path) {
     try {
         const VexString folder = VexString::fromUtf8String(path);

@@ -8,6 +8,8 @@ using c_interface::refuse;
 
 static_assert(int{DIB_C_DAMAGE_REFUSE} == DIB_DAMAGE_REFUSE && int{DIB_C_DAMAGE_KEEP} == DIB_DAMAGE_KEEP);
 static_assert(int{DIB_C_ALPHA_GUESS} == DIB_ALPHA_GUESS && int{DIB_C_ALPHA_STORED} == DIB_ALPHA_STORED);
+static_assert(int{DIB_C_LAYER_PIXELS} == DIB_LAYER_PIXELS && int{DIB_C_LAYER_MASK} == DIB_LAYER_MASK &&
+              int{DIB_C_LAYER_SECOND_MASK} == DIB_LAYER_SECOND_MASK);
 
 namespace {
 
@@ -59,6 +61,12 @@ dib_code probe(dib_file_info* to, const dib_load_options* given, dib_result* res
         info.palette_size = from.paletteSize;
         info.has_alpha = from.hasAlpha ? 1 : 0;
         info.row_order = from.isTopDown ? DIB_C_TOP_DOWN : DIB_C_BOTTOM_UP;
+        static_assert(sizeof info.colors == sizeof from.colors);
+        std::memcpy(info.colors, from.colors, sizeof info.colors);
+        info.channels = from.channels;
+        info.channel_bits = from.channelBits;
+        static_assert(sizeof info.page_name == sizeof from.pageName);
+        std::memcpy(info.page_name, from.pageName, sizeof info.page_name);
         c_interface::fill(*to, info);
         return true;
     });

@@ -13,18 +13,24 @@ static_assert(int{DIB_C_TIFF_DEFLATE} == DIB_TIFF_DEFLATE && int{DIB_C_TIFF_LZW}
 class BorrowedMetadata : public DibMetadata {
 public:
     void borrow(const dib_metadata& from) {
-        colorProfile.data = from.color_profile;
-        colorProfile.size = from.color_profile != nullptr ? from.color_profile_size : 0;
-        exif.data = from.exif;
-        exif.size = from.exif != nullptr ? from.exif_size : 0;
+        borrow(colorProfile, from.color_profile, from.color_profile_size);
+        borrow(exif, from.exif, from.exif_size);
+        borrow(paletteAlpha, from.palette_alpha, from.palette_alpha_size);
+        borrow(timFrame, from.tim_frame, from.tim_frame_size);
         xResolution = from.x_resolution;
         yResolution = from.y_resolution;
         orientation = from.orientation;
     }
     BorrowedMetadata() = default;
-    ~BorrowedMetadata() { colorProfile.data = exif.data = nullptr; }
+    ~BorrowedMetadata() { colorProfile.data = exif.data = paletteAlpha.data = timFrame.data = nullptr; }
     BorrowedMetadata(const BorrowedMetadata&) = delete;
     BorrowedMetadata& operator=(const BorrowedMetadata&) = delete;
+
+private:
+    static void borrow(DibBytes& to, unsigned char* data, std::size_t size) {
+        to.data = data;
+        to.size = data != nullptr ? size : 0;
+    }
 };
 
 bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, BorrowedMetadata& metadata,

@@ -41,6 +41,12 @@ bool isSized(const Structure& structure) {
            structure.size % sizeof(std::size_t) == 0;
 }
 
+// Whether the program's structure has all members that the library knows.
+template <class Structure>
+bool hasAll(const Structure& structure) {
+    return structure.size >= sizeof(Structure);
+}
+
 // Reads the options of a program over the defaults in `options`; null keeps them. The code is 6 for a wrong
 // size and 8 for members that this library does not have.
 template <class Structure>

@@ -171,6 +171,7 @@ void addFormat(Bundle& bundle) {
                               .plugin = bundle.path.c_str() + name},
                      .probe = probeByBundle,
                      .listLayers = listLayersByBundle,
+                     .findPage = findPageByBundle,
                      .read = readByBundle};
 }
 
@@ -224,6 +225,11 @@ const Bundle* bundleOf(const FileFormat& format) {
         bundle->problem = std::string("describes ") + bundle->description.name + " files";
     }
     return bundle;
+}
+
+const Bundle* describedBundleOf(const FileFormat& format) {
+    const Bundle* bundle = bundleOf(format);
+    return bundle != nullptr && bundle->isDescribed && bundle->isUsable() ? bundle : nullptr;
 }
 
 std::vector<const Bundle*> addedBundles() {

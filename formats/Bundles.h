@@ -29,6 +29,8 @@ struct Bundle {
 // The bundle of a row, in the current plug-in folder; null when there is no such file. May throw
 // std::bad_alloc.
 const Bundle* bundleOf(const FileFormat& format);
+// The same when it describes itself and can be used; else null.
+const Bundle* describedBundleOf(const FileFormat& format);
 
 // The bundles of the current plug-in folder that add formats, in the order of their names. New ones are
 // loaded when the folder has changed. May throw std::bad_alloc.
@@ -45,10 +47,12 @@ std::span<const DibFormat* const> withAddedFormats(std::span<const DibFormat* co
 bool probeByBundle(const Bundle& bundle, ProbeRequest& request);
 bool readByBundle(const Bundle& bundle, ReadRequest& request);
 bool listLayersByBundle(const Bundle& bundle, LayersRequest& request);
+bool findPageByBundle(const Bundle& bundle, PageRequest& request);
 // The same for the bundle of the format in the result.
 bool probeByBundle(ProbeRequest& request);
 bool readByBundle(ReadRequest& request);
 bool listLayersByBundle(LayersRequest& request);
+bool findPageByBundle(PageRequest& request);
 
 }  // namespace formats
 

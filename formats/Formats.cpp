@@ -149,3 +149,14 @@ bool DibIsFormatAvailable(const DibFormat* format) {
         return false;
     }
 }
+
+const char* DibGetFormatLibrary(const DibFormat* format) {
+    try {
+        const formats::FileFormat* row = formats::formatOf(format);
+        const formats::Bundle* bundle =
+            row != nullptr && row->info.plugin != nullptr ? formats::describedBundleOf(*row) : nullptr;
+        return bundle != nullptr ? bundle->description.library : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}

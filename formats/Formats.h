@@ -63,6 +63,7 @@ struct FileFormat {
     // What the functions of DibFile.h need (formats/door/Request.h).
     bool (*probe)(ProbeRequest& request) = nullptr;
     bool (*listLayers)(LayersRequest& request) = nullptr;
+    bool (*findPage)(PageRequest& request) = nullptr;  // null: pages have no names
     bool (*read)(ReadRequest& request) = nullptr;
     bool (*losses)(LossRequest& request) = nullptr;
     bool (*write)(WriteRequest& request) = nullptr;

@@ -89,6 +89,8 @@ void copyInfo(const DibPluginInfo& from, ProbeRequest& request) {
     info.hasAlpha = from.hasAlpha;
     info.isTopDown = from.isTopDown;
     nameCompression(info, {from.compression, strnlen(from.compression, sizeof from.compression)});
+    static_assert(sizeof info.pageName == sizeof from.pageName);
+    std::snprintf(info.pageName, sizeof info.pageName, "%.255s", from.pageName);
     DibMetadata& metadata = request.result.metadata;
     setResolution(from.xResolution, from.yResolution, metadata);
     metadata.orientation = from.orientation >= 1 && from.orientation <= 8 ? from.orientation : 1;
@@ -192,26 +194,30 @@ bool listLayersByBundle(const Bundle& bundle, LayersRequest& request) {
     return true;
 }
 
-bool probeByBundle(ProbeRequest& request) {
-    const FileFormat& format = *formatOf(request.result.format);
-    const Bundle* bundle = bundleOf(format);
-    if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
-    return probeByBundle(*bundle, request);
+bool findPageByBundle(const Bundle& bundle, PageRequest& request) {
+    if (bundle.description.findPage == nullptr) return false;
+    const Call call(request.file, request.options, request.result, nullptr);
+    request.page = bundle.description.findPage(call.record(), request.name);
+    return request.page >= 0;
 }
 
-bool readByBundle(ReadRequest& request) {
+namespace {
+
+// Does that by the bundle of the format in the result.
+template <class Request>
+bool doByBundle(bool (*work)(const Bundle&, Request&), Request& request) {
     const FileFormat& format = *formatOf(request.result.format);
     const Bundle* bundle = bundleOf(format);
     if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
-    return readByBundle(*bundle, request);
+    return work(*bundle, request);
 }
 
-bool listLayersByBundle(LayersRequest& request) {
-    const FileFormat& format = *formatOf(request.result.format);
-    const Bundle* bundle = bundleOf(format);
-    if (bundle == nullptr || !bundle->isUsable()) return isAvailable(format, &request.result);
-    return listLayersByBundle(*bundle, request);
-}
+}  // namespace
+
+bool probeByBundle(ProbeRequest& request) { return doByBundle(probeByBundle, request); }
+bool readByBundle(ReadRequest& request) { return doByBundle(readByBundle, request); }
+bool listLayersByBundle(LayersRequest& request) { return doByBundle(listLayersByBundle, request); }
+bool findPageByBundle(PageRequest& request) { return doByBundle(findPageByBundle, request); }
 
 namespace {
 

@@ -112,12 +112,6 @@ bool probeDdsHeader(ProbeRequest& request) {
     return header.bitsPerPixel > 0 && setSize(request.info, header.width, header.height, header.isGrey);
 }
 
-// The bundle when it describes itself.
-const Bundle* describedBundleOf(const FileFormat& format) {
-    const Bundle* bundle = bundleOf(format);
-    return bundle != nullptr && bundle->isDescribed && bundle->isUsable() ? bundle : nullptr;
-}
-
 // What the headers do not tell here, the plug-in would: a probe fails as a load does when that is missing.
 bool refuseUnavailable(const FileFormat& format, ProbeRequest& request) {
     isAvailable(format, &request.result);
@@ -142,6 +136,11 @@ bool readExr(ReadRequest& request) {
 bool listExrLayers(LayersRequest& request) {
     const Bundle* bundle = describedBundleOf(kExrFormat);
     return bundle == nullptr || listLayersByBundle(*bundle, request);
+}
+
+bool findExrPage(PageRequest& request) {
+    const Bundle* bundle = describedBundleOf(kExrFormat);
+    return bundle != nullptr && findPageByBundle(*bundle, request);
 }
 
 bool probeDds(ProbeRequest& request) {
@@ -180,6 +179,7 @@ constinit const FileFormat kExrFormat = {
     .load = LoadEXR,
     .probe = probeExr,
     .listLayers = listExrLayers,
+    .findPage = findExrPage,
     .read = readExr,
     .diagnose = diagnoseExr,
 };

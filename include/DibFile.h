@@ -61,6 +61,10 @@ DIB_EXPORT const DibFormat* const* DibGetFormats(std::size_t* count = nullptr);
 DIB_EXPORT const DibFormat* DibFindFormat(const char* nameOrExtension);
 /// Whether the format can be read now: false only when its plug-in is missing or cannot be loaded.
 DIB_EXPORT bool DibIsFormatAvailable(const DibFormat* format);
+/// What decodes the format, with its version, as its plug-in says: "libwebp 1.2.4". Null for formats without
+/// a plug-in, and when that is missing, cannot be loaded or does not describe itself. The text lives as long
+/// as the program.
+DIB_EXPORT const char* DibGetFormatLibrary(const DibFormat* format);
 /// @}
 
 /// @name Results
@@ -140,11 +144,12 @@ struct DibFileInfo {
     int levels = 1;                     ///< Sizes of the same picture.
     bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
-    int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
-    bool isTopDown = false;  ///< Whether a load gives a negative height.
-    char colors[16] = "";    ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
-    int channels = 0;        ///< Of a document: channels of the merged picture, those after the colours too.
-    int channelBits = 0;     ///< Of a document: bits per channel.
+    int paletteSize = 0;      ///< Entries of the colour table that a load gives; 0 when there is none.
+    bool isTopDown = false;   ///< Whether a load gives a negative height.
+    char colors[16] = "";     ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
+    int channels = 0;         ///< Of a document: channels of the merged picture, those after the colours too.
+    int channelBits = 0;      ///< Of a document: bits per channel.
+    char pageName[256] = "";  ///< Of the page that the options choose, UTF-8; empty when it has none.
 };
 
 /// What a layer is.
@@ -254,6 +259,10 @@ struct DibLoadOptions {
     /// in formats other than JPEG, the picture has its full size. Probes report that, and limits apply to it.
     int atLeastWidth = 0;
     int atLeastHeight = 0;  ///< See `atLeastWidth`.
+    /// Name of the page, in place of its number: of an EXR file that of the part. Null: by number.
+    const char* pageName = nullptr;
+    /// Name of the layer, in place of its number; of several the lowest. Null: by number.
+    const char* layerName = nullptr;
 };
 
 /// How a TIFF file packs its rows.

@@ -116,6 +116,7 @@ struct DibPluginInfo {
     double xResolution;    ///< Pixels per inch; 0 when unknown.
     double yResolution;    ///< Pixels per inch; 0 when unknown.
     int orientation;       ///< 1 to 8 as in EXIF; the library turns the picture.
+    char pageName[256];    ///< Of the page that the call names, UTF-8, ended by NUL; empty when it has none.
 };
 
 /// A picture that a load gives. All pointers are null and all numbers 0 at first.
@@ -162,6 +163,9 @@ struct DibPluginDescription {
     /// that returns false. False with a reason when the headers cannot be read. May be null.
     bool (*listLayers)(const DibPluginCall* call, void* list,
                        bool (*add)(void* list, const DibPluginLayer* layer)) = nullptr;
+    /// The number of the first page of that name; -1 when there is none or the headers cannot be read. Null
+    /// when pages have no names.
+    int (*findPage)(const DibPluginCall* call, const char* name) = nullptr;
 };
 
 /// The type of the export "DibPluginDescribe". The record, and all that it points to, stay as they are while

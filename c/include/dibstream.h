@@ -97,10 +97,18 @@ typedef struct dib_metadata {
     /// that has turned the picture.
     int orientation;
     int reserved;  ///< 0.
+    /// Alpha of the first entries of the palette, a byte each; the others are opaque. A load stores it with
+    /// `dib_load_options::keeps_palette`; saving images of 1, 4 and 8 bits as PNG writes it.
+    unsigned char* palette_alpha;
+    size_t palette_alpha_size;  ///< In bytes.
+    /// Of a TIM file: all but its pixels, so its positions in video memory and all its lookup tables. A TIM
+    /// file that is saved with it is like the one that was opened, but for what has changed of the image.
+    unsigned char* tim_frame;
+    size_t tim_frame_size;  ///< In bytes.
 } dib_metadata;
 /// Nothing known.
 #define DIB_C_METADATA_INIT \
-    { sizeof(dib_metadata), NULL, 0, NULL, 0, 0, 0, 1, 0 }
+    { sizeof(dib_metadata), NULL, 0, NULL, 0, 0, 0, 1, 0, NULL, 0, NULL, 0 }
 
 /// Frees the blocks that a call stored, and makes the structure as new. Null does nothing.
 DIB_C_EXPORT void dib_metadata_clear(dib_metadata* metadata);
@@ -257,6 +265,9 @@ DIB_C_EXPORT dib_code dib_find_format(const char* name_or_extension, dib_format*
 /// Whether a format, given by its name or an extension, can be read now: its plug-in, if it needs one, can be
 /// loaded.
 DIB_C_EXPORT bool dib_is_format_available(const char* name_or_extension);
+/// What decodes a format, given by its name or an extension, with its version, as its plug-in says: "libwebp
+/// 1.2.4". Null for formats without a plug-in, and when that is missing or does not say.
+DIB_C_EXPORT const char* dib_format_library(const char* name_or_extension);
 /// Sets the folder of the plug-ins, for the whole program. Call it before the first file is opened. Null is
 /// the empty path.
 /// @return 8 when the path has more than 1023 characters, 2 when memory is short. The folder is unchanged
@@ -279,6 +290,13 @@ typedef enum dib_alpha {
     DIB_C_ALPHA_STORED = 1  ///< Alpha stays as the file has it.
 } dib_alpha;
 
+/// Which picture of a layer to open.
+typedef enum dib_layer_part {
+    DIB_C_LAYER_PIXELS = 0,      ///< Its pixels, 32 bits, without its masks and opacity.
+    DIB_C_LAYER_MASK = 1,        ///< The first of its masks, 8 bits of grey.
+    DIB_C_LAYER_SECOND_MASK = 2  ///< The second of them, 8 bits of grey.
+} dib_layer_part;
+
 /// How to open a file.
 typedef struct dib_load_options {
     size_t size;                 ///< `sizeof(dib_load_options)`.
@@ -294,18 +312,23 @@ typedef struct dib_load_options {
     int layer;                   ///< From 0; -1 is the merged picture.
     int level;                   ///< From 0, which is the largest.
     int applies_orientation;     ///< Not 0: turns the picture by the file's orientation.
-    int reserved;                ///< 0.
+    /// Not 0: a PNG palette with transparency stays one, with its alpha in `dib_metadata::palette_alpha`.
+    int keeps_palette;
     /// Columns that are enough, after the picture was turned: JPEG files are decoded at a half, a quarter or
     /// an eighth of their size where that has as many, and `at_least_height` rows; sides are rounded up. 0
     /// demands nothing of a side; 0 and 0 decode the full size. Probes report it, and limits apply to it.
     int at_least_width;
-    int at_least_height;  ///< See `at_least_width`.
+    int at_least_height;     ///< See `at_least_width`.
+    const char* page_name;   ///< Name of the page, in place of its number: of an EXR file that of the part.
+    const char* layer_name;  ///< Name of the layer, in place of its number; of several the lowest.
+    int part;                ///< `dib_layer_part` of the layer, when one is chosen.
+    int reserved;            ///< 0.
 } dib_load_options;
 /// The defaults.
 #define DIB_C_LOAD_OPTIONS_INIT                                                                             \
     {                                                                                                       \
         sizeof(dib_load_options), NULL, NULL, NULL, UINT64_C(1) << 31, UINT64_C(1) << 33, 1 << 16, 0, 0, 0, \
-            -1, 0, 1, 0, 0, 0                                                                               \
+            -1, 0, 1, 0, 0, 0, NULL, NULL, 0, 0                                                             \
     }
 
 /// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end and after an error.
@@ -357,10 +380,14 @@ typedef struct dib_file_info {
     int palette_size;      ///< Entries of the palette that a load gives; 0 when there is none.
     int has_alpha;         ///< 1 when the pixels of a load have alpha.
     int row_order;         ///< `dib_row_order` of a load.
+    char colors[16];       ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
+    int channels;          ///< Of a document: channels of the merged picture, those after the colours too.
+    int channel_bits;      ///< Of a document: bits per channel.
+    char page_name[256];   ///< Of the page that the options choose; empty when it has none.
 } dib_file_info;
 /// To be filled.
 #define DIB_C_FILE_INFO_INIT \
-    { sizeof(dib_file_info), NULL, "", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
+    { sizeof(dib_file_info), NULL, "", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "", 0, 0, "" }
 
 /// Reads what the headers of a file say, without decoding or allocating its pixels. Pages and layers are
 /// counted; limits are not applied.

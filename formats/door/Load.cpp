@@ -1,6 +1,7 @@
 // Opening and probing: find the format, apply the limits, decode, check the result.
 #include <DibFile.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <string>
@@ -119,6 +120,48 @@ bool hasPart(const DibFileInfo& info, const DibLoadOptions& options, DibFileResu
            (options.layer < 0 || check("layer", options.layer, info.layers));
 }
 
+bool findPage(Source& source, const FileFormat& format, DibLoadOptions& options, DibFileResult& result) {
+    if (format.findPage == nullptr) {
+        return refuse(result, DIB_ERROR_MISMATCH,
+                      "there is no page \"%.100s\": pages of %s files have no names", options.pageName,
+                      format.info.name);
+    }
+    PageRequest request = {source.reader(), options, options.pageName, options.page, result};
+    source.reader().seek(0);
+    return format.findPage(request) ||
+           refuse(result, DIB_ERROR_MISMATCH, "the file has no page \"%.100s\"", options.pageName);
+}
+
+bool listLayers(Source& source, const FileFormat& format, DibLayers& layers, const DibLoadOptions& options,
+                DibFileResult& out) {
+    if (format.listLayers == nullptr) return true;
+    LayersRequest request = {source.reader(), options, layers, out};
+    source.reader().seek(0);
+    const bool isListed = format.listLayers(request);
+    if (source.error() == 0) return isListed;
+    layers = DibLayers();
+    return refuseForError(source, out);
+}
+
+bool findLayer(Source& source, const FileFormat& format, DibLoadOptions& options, DibFileResult& result) {
+    DibLayers layers;
+    if (!listLayers(source, format, layers, options, result)) return false;
+    const DibLayer* end = layers.items + layers.count;
+    const DibLayer* found =
+        std::find_if(static_cast<const DibLayer*>(layers.items), end,
+                     [&](const DibLayer& layer) { return std::strcmp(layer.name, options.layerName) == 0; });
+    if (found == end)
+        return refuse(result, DIB_ERROR_MISMATCH, "the file has no layer \"%.100s\"", options.layerName);
+    options.layer = static_cast<int>(found - layers.items);
+    return true;
+}
+
+// Replaces names of pages and layers by their numbers.
+bool findNamed(Source& source, const FileFormat& format, DibLoadOptions& options, DibFileResult& result) {
+    return (options.pageName == nullptr || findPage(source, format, options, result)) &&
+           (options.layerName == nullptr || findLayer(source, format, options, result));
+}
+
 // The formats that AppKit decodes have no reader of their own: they go through the classic loader. All others
 // have one, and all formats have on Linux.
 bool readByPath(const FileFormat& format, ReadRequest& request) {
@@ -171,11 +214,12 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
     return false;
 }
 
-bool load(Source& source, DibStream& image, const DibLoadOptions& options, DibFileResult& result,
+bool load(Source& source, DibStream& image, DibLoadOptions& options, DibFileResult& result,
           Progress& progress) {
     const FileFormat* format = recognize(source, options, result);
     if (format == nullptr) return false;
     if (!isAvailable(*format, &result)) return false;
+    if (!findNamed(source, *format, options, result)) return false;
     DibFileInfo info;
     const bool isKnown = probe(source, *format, info, options, result);
     if (!isKnown && source.error() != 0) return refuseForError(source, result);
@@ -243,7 +287,8 @@ bool lookInto(Record* record, const char* noRecord, const Look& look, const DibL
         Source source(out, complete.mostBytes);
         if (!openSource(source, from...)) return false;
         const FileFormat* format = recognize(source, complete, out);
-        return end(out, format != nullptr && look(source, *format, *record, complete, out));
+        return end(out, format != nullptr && findNamed(source, *format, complete, out) &&
+                            look(source, *format, *record, complete, out));
     });
 }
 
@@ -254,17 +299,6 @@ bool probeSource(Source& source, const FileFormat& format, DibFileInfo& info, co
     if (isRead) return true;
     source.reader().seek(0);
     return refuse(out, whyRefused(source.reader(), format.diagnose, out.code));
-}
-
-bool listLayers(Source& source, const FileFormat& format, DibLayers& layers, const DibLoadOptions& options,
-                DibFileResult& out) {
-    if (format.listLayers == nullptr) return true;
-    LayersRequest request = {source.reader(), options, layers, out};
-    source.reader().seek(0);
-    const bool isListed = format.listLayers(request);
-    if (source.error() == 0) return isListed;
-    layers = DibLayers();
-    return refuseForError(source, out);
 }
 
 template <class... From>

@@ -58,6 +58,15 @@ struct LayersRequest {
     DibFileResult& result;
 };
 
+// Find a page by its name. False when there is none.
+struct PageRequest {
+    ByteReader& file;
+    const DibLoadOptions& options;
+    const char* name;
+    int& page;
+    DibFileResult& result;
+};
+
 // Stores the name of a packing in `info.compression`.
 void nameCompression(DibFileInfo& info, std::string_view name);
 

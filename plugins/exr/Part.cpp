@@ -6,6 +6,7 @@
 #include <OpenEXR/openexr.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -181,6 +182,12 @@ const exr_attr_chlist_t* readHeader(Job& job, const Header& header, const Dialec
     return nullptr;
 }
 
+// Files of one part may have no name.
+const char* nameOf(exr_const_context_t context, int number) {
+    const char* name = nullptr;
+    return exr_get_name(context, number, &name) == EXR_ERR_SUCCESS && name != nullptr ? name : "";
+}
+
 constexpr const char* kCompressions[] = {"none",  "rle", "zips", "zip",  "piz",
                                          "pxr24", "b44", "b44a", "dwaa", "dwab"};
 
@@ -213,6 +220,16 @@ bool listLayers(Job& job, void* list, bool (*add)(void* list, const DibPluginLay
     return true;
 }
 
+int findPart(Job& job, const char* name) {
+    const Header header(job);
+    int parts = 0;
+    if (!header.isRead() || exr_get_count(header.context(), &parts) != EXR_ERR_SUCCESS) return -1;
+    for (int number = 0; number < parts; ++number) {
+        if (std::strcmp(nameOf(header.context(), number), name) == 0) return number;
+    }
+    return -1;
+}
+
 bool probePart(Job& job, DibPluginInfo& info) {
     const Header header(job);
     Part part;
@@ -241,6 +258,8 @@ bool probePart(Job& job, DibPluginInfo& info) {
     exr_get_compression(header.context(), part.number, &compression);
     if (static_cast<std::size_t>(compression) < std::size(kCompressions))
         std::strncpy(info.compression, kCompressions[compression], sizeof info.compression - 1);
+    if (info.size >= offsetof(DibPluginInfo, pageName) + sizeof info.pageName)  // not of an older library
+        std::snprintf(info.pageName, sizeof info.pageName, "%s", nameOf(header.context(), part.number));
     float perInch = 0;
     float aspect = 1;
     exr_get_pixel_aspect_ratio(header.context(), part.number, &aspect);

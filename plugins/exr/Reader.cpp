@@ -1,6 +1,6 @@
 #include "plugins/exr/Reader.h"
 
-#include <OpenEXR/OpenEXRConfig.h>
+#include <OpenEXR/openexr.h>
 
 #include <cmath>
 #include <cstring>
@@ -121,10 +121,30 @@ bool listLayers(const DibPluginCall* call, void* list, bool (*add)(void* list, c
     }
 }
 
+int findPage(const DibPluginCall* call, const char* name) {
+    CallJob job(*call);
+    try {
+        return findPart(job, name);
+    } catch (const std::bad_alloc&) {
+        return job.refuse(DIB_ERROR_MEMORY, "there is not enough memory") ? 0 : -1;
+    }
+}
+
 bool readWide(Job& job, Picture& picture, DibPluginPicture& /*out*/) { return read(job, kWide, picture); }
 
 constexpr const char* kExtensions[] = {"exr", nullptr};
 constexpr const char* kTypes[] = {"image/x-exr", nullptr};
+
+// The version of the library that is loaded, which may be newer than the one that this was built with.
+const char* libraryName() {
+    static char name[48];
+    int major = 0;
+    int minor = 0;
+    int patch = 0;
+    exr_get_library_version(&major, &minor, &patch, nullptr);
+    std::snprintf(name, sizeof name, "OpenEXR %d.%d.%d", major, minor, patch);
+    return name;
+}
 
 }  // namespace
 
@@ -139,14 +159,14 @@ bool read(const char* path, Picture& picture, DibProgressCallback progress, void
 }
 
 const DibPluginDescription& description() {
-    static constexpr DibPluginDescription kDescription = {
+    static const DibPluginDescription kDescription = {
         .size = sizeof(DibPluginDescription),
         .version = DIB_PLUGIN_VERSION,
         .name = "exr",
         .title = "OpenEXR",
         .extensions = kExtensions,
         .mimeTypes = kTypes,
-        .library = OPENEXR_PACKAGE_STRING,
+        .library = libraryName(),
         .readDepths = DibStream::DIB_ACCEPT_8 | DibStream::DIB_ACCEPT_32,
         .hasLayers = true,
         .hasPages = true,
@@ -154,6 +174,7 @@ const DibPluginDescription& description() {
         .probe = probe,
         .load = loadBy<readWide>,
         .listLayers = listLayers,
+        .findPage = findPage,
     };
     return kDescription;
 }

@@ -48,6 +48,7 @@ class FileInfo:
     colors: str  # of a document: "RGB", "CMYK", "grey" ...
     channels: int
     channel_bits: int
+    page_name: str  # of an EXR file: of the part; empty when there is none
     metadata: Metadata
     notes: tuple[Note, ...]
 
@@ -98,3 +99,4 @@ class Format:
     has_pages: bool
     has_palette_alpha: bool  # holds Metadata.palette_alpha
     is_available: bool  # False when its plug-in is missing
+    library: str | None  # that decodes it, with its version, as its plug-in says

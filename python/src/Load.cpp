@@ -4,6 +4,7 @@
 #include <memory>
 #include <tuple>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "python/src/Failure.h"
@@ -67,6 +68,9 @@ py::object metadataOf(const DibMetadata& from) {
         "palette_alpha"_a = bytesOrNone(from.paletteAlpha), "tim_frame"_a = bytesOrNone(from.timFrame));
 }
 
+// A page or a layer: its number from 0 or its name.
+using Chosen = std::variant<int, std::string>;
+
 // Options of a load with the texts that they point to.
 struct LoadOptions {
     DibLoadOptions options;
@@ -74,7 +78,13 @@ struct LoadOptions {
     std::vector<const char*> list;
     std::optional<std::string> format;
     std::optional<std::string> name;
+    std::string pageName = {};
+    std::string layerName = {};
 
+    void choose(const Chosen& page, const std::optional<Chosen>& layer) {
+        read(page, "page", options.page, pageName, options.pageName);
+        if (layer) read(*layer, "layer", options.layer, layerName, options.layerName);
+    }
     const DibLoadOptions* complete() {
         for (const std::string& each : formats) list.push_back(each.c_str());
         list.push_back(nullptr);
@@ -82,6 +92,18 @@ struct LoadOptions {
         if (format) options.format = format->c_str();
         if (name) options.name = name->c_str();
         return &options;
+    }
+
+private:
+    static void read(const Chosen& chosen, const char* what, int& number, std::string& text,
+                     const char*& name) {
+        if (const auto* given = std::get_if<std::string>(&chosen)) {
+            text = *given;
+            name = text.c_str();
+            return;
+        }
+        number = std::get<int>(chosen);
+        if (number < 0) throw py::value_error(std::string(what) + " counts from 0");
     }
 };
 
@@ -103,8 +125,8 @@ void readFrom(const py::object& source, DibFileResult& result, Watch& watch, con
 py::object open(const py::object& source, const std::optional<std::vector<std::string>>& formats,
                 const std::optional<std::string>& format, const std::optional<std::string>& name,
                 std::uint64_t mostPixels, std::uint64_t mostBytes, int mostLayers, bool keepsDamaged,
-                const std::string& alpha, int page, const std::optional<int>& layer, const std::string& part,
-                int level, bool appliesOrientation, bool keepsPalette,
+                const std::string& alpha, const Chosen& page, const std::optional<Chosen>& layer,
+                const std::string& part, int level, bool appliesOrientation, bool keepsPalette,
                 const std::optional<std::pair<int, int>>& leastSize, const py::object& progress) {
     LoadOptions given{{}, formats.value_or(std::vector<std::string>()), {}, format, name};
     given.options.mostPixels = mostPixels;
@@ -112,9 +134,7 @@ py::object open(const py::object& source, const std::optional<std::vector<std::s
     given.options.mostLayers = mostLayers;
     given.options.damage = keepsDamaged ? DIB_DAMAGE_KEEP : DIB_DAMAGE_REFUSE;
     given.options.alpha = static_cast<DibAlphaPolicy>(choice("alpha", alpha, kAlphas));
-    given.options.page = page;
-    if (layer && *layer < 0) throw py::value_error("layer counts from 0");
-    given.options.layer = layer.value_or(-1);
+    given.choose(page, layer);
     given.options.part = static_cast<DibLayerPart>(choice("part", part, kParts));
     given.options.level = level;
     given.options.appliesOrientation = appliesOrientation;
@@ -168,11 +188,10 @@ void look(const py::object& given, DibFileResult& result, const Probe& probe) {
 }
 
 py::object probe(const py::object& source, const std::optional<std::vector<std::string>>& formats,
-                 const std::optional<std::string>& format, const std::optional<std::string>& name, int page,
-                 const std::optional<int>& layer, int level, bool keepsPalette) {
+                 const std::optional<std::string>& format, const std::optional<std::string>& name,
+                 const Chosen& page, const std::optional<Chosen>& layer, int level, bool keepsPalette) {
     LoadOptions given{{}, formats.value_or(std::vector<std::string>()), {}, format, name};
-    given.options.page = page;
-    given.options.layer = layer.value_or(-1);
+    given.choose(page, layer);
     given.options.level = level;
     given.options.keepsPalette = keepsPalette;
     const DibLoadOptions* options = given.complete();
@@ -189,7 +208,7 @@ py::object probe(const py::object& source, const std::optional<std::vector<std::
         "layers"_a = info.layers, "levels"_a = info.levels, "has_alpha"_a = info.hasAlpha,
         "compression"_a = info.compression, "palette_size"_a = info.paletteSize,
         "row_order"_a = info.isTopDown ? "top-down" : "bottom-up", "colors"_a = info.colors,
-        "channels"_a = info.channels, "channel_bits"_a = info.channelBits,
+        "channels"_a = info.channels, "channel_bits"_a = info.channelBits, "page_name"_a = info.pageName,
         "metadata"_a = metadataOf(result.metadata), "notes"_a = notesOf(result.notes, result.noteCount));
 }
 
@@ -201,9 +220,10 @@ py::object maskOf(const DibLayerMask& mask) {
 }
 
 py::object probeLayers(const py::object& source, const std::optional<std::string>& format,
-                       const std::optional<std::string>& name) {
+                       const std::optional<std::string>& name, const Chosen& page) {
     constexpr const char* kKinds[] = {"plain", "group", "group-end"};
     LoadOptions given{{}, {}, {}, format, name};
+    given.choose(page, {});
     const DibLoadOptions* options = given.complete();
     DibLayers layers;
     DibFileResult result;
@@ -247,7 +267,7 @@ py::object formats() {
             "mime_types"_a = words(format->mimeTypes), "read_depths"_a = depths(format->readDepths),
             "write_depths"_a = depths(format->writeDepths), "has_layers"_a = format->hasLayers,
             "has_pages"_a = format->hasPages, "has_palette_alpha"_a = format->hasPaletteAlpha,
-            "is_available"_a = DibIsFormatAvailable(format)));
+            "is_available"_a = DibIsFormatAvailable(format), "library"_a = DibGetFormatLibrary(format)));
     }
     return list;
 }
@@ -259,9 +279,10 @@ void bindLoad(py::module_& module) {
     module.def(
         "open", &open, py::arg("source"), py::kw_only(), "formats"_a = py::none(), "format"_a = py::none(),
         "name"_a = py::none(), "max_pixels"_a = standard.mostPixels, "max_bytes"_a = standard.mostBytes,
-        "max_layers"_a = standard.mostLayers, "keep_damaged"_a = false, "alpha"_a = kAlphas[0], "page"_a = 0,
-        "layer"_a = py::none(), "part"_a = kParts[0], "level"_a = 0, "apply_orientation"_a = true,
-        "keep_palette"_a = false, "at_least"_a = py::none(), "progress"_a = py::none(),
+        "max_layers"_a = standard.mostLayers, "keep_damaged"_a = false, "alpha"_a = kAlphas[0],
+        "page"_a = Chosen(0), "layer"_a = py::none(), "part"_a = kParts[0], "level"_a = 0,
+        "apply_orientation"_a = true, "keep_palette"_a = false, "at_least"_a = py::none(),
+        "progress"_a = py::none(),
         R"(open(source, *, formats=None, format=None, name=None, max_pixels=2147483648, max_bytes=8589934592,
 max_layers=65536, keep_damaged=False, alpha='guess', page=0, layer=None, part='pixels', level=0,
 apply_orientation=True, keep_palette=False, at_least=None, progress=None)
@@ -276,8 +297,8 @@ name: a file name that says the format where the content does not
 max_pixels, max_bytes, max_layers: larger pictures are refused before memory is taken
 keep_damaged: keeps the rows of a damaged file that could be read, with a note
 alpha: 'guess' makes alpha that is 0 everywhere opaque, 'stored' keeps it
-page: of a file with several pictures, from 0
-layer: of a document, from 0; None is the merged picture
+page: of a file with several pictures, from 0; of an EXR file also the name of the part
+layer: of a document, from 0, or its name; None is the merged picture
 part: of the layer: 'pixels', 'mask' or 'second-mask'
 level: of a file with several sizes of a picture, from 0, which is the largest
 apply_orientation: turns the picture as the file asks
@@ -288,7 +309,7 @@ progress: is called with the fraction that is done; False cancels. Also a tqdm b
 
 Raises MissingFileError, FileError, FormatError, RefusedError, OutOfMemoryError or Cancelled.)");
     module.def("probe", &probe, py::arg("source"), py::kw_only(), "formats"_a = py::none(),
-               "format"_a = py::none(), "name"_a = py::none(), "page"_a = 0, "layer"_a = py::none(),
+               "format"_a = py::none(), "name"_a = py::none(), "page"_a = Chosen(0), "layer"_a = py::none(),
                "level"_a = 0, "keep_palette"_a = false,
                R"(probe(source, *, formats=None, format=None, name=None, page=0, layer=None, level=0,
 keep_palette=False)
@@ -296,7 +317,8 @@ keep_palette=False)
 
 Reads what the headers of a file say, without decoding its pixels. The options are those of open().)");
     module.def("probe_layers", &probeLayers, py::arg("source"), py::kw_only(), "format"_a = py::none(),
-               "name"_a = py::none(), R"(probe_layers(source, *, format=None, name=None)
+               "name"_a = py::none(), "page"_a = Chosen(0),
+               R"(probe_layers(source, *, format=None, name=None, page=0)
 --
 
 Lists the layers of a document, from the lowest to the highest. Files of formats without layers have none.)");

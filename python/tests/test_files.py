@@ -170,9 +170,19 @@ def test_layers(seeds):
             if layer.width > 0 and layer.kind == "plain":
                 image = dibstream.open(file, layer=layer.index)
                 assert image.size == (layer.width, layer.height) and image.bits == 32
+                first = next(each for each in layers if each.name == layer.name)
+                if first is layer:
+                    named = dibstream.open(file, layer=layer.name)
+                    assert named.encode("bmp") == image.encode("bmp")
                 documents += 1
     assert documents > 0
     assert dibstream.probe_layers(dibstream.new(1, 1).encode("bmp")) == []
+    with pytest.raises(dibstream.RefusedError, match='the file has no layer "sky"'):
+        dibstream.open(dibstream.new(1, 1).encode("bmp"), layer="sky")
+    with pytest.raises(dibstream.RefusedError, match='there is no page "left": pages of bmp files have no names'):
+        dibstream.probe(dibstream.new(1, 1).encode("bmp"), page="left")
+    with pytest.raises(ValueError, match="page counts from 0"):
+        dibstream.open(dibstream.new(1, 1).encode("bmp"), page=-1)
 
 
 def test_formats(picture):

@@ -24,7 +24,8 @@ const char* temporaryFile(const char* name);
                     test(progressAndCancel) test(loadOptions) test(damagedFiles) test(loadsRefuse)           \
                         test(operations) test(descriptions) test(chains) test(wrongChains)                   \
                             test(chainsOnWraps) test(cancelledChains) test(secondPictures) test(savesRefuse) \
-                                test(wrongSizes) test(nullArguments) test(leastSizes)
+                                test(wrongSizes) test(nullArguments) test(leastSizes)                        \
+                                    test(timFilesKeepTheirFrame) test(namesOfPartsAreRefused)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 

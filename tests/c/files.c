@@ -290,6 +290,56 @@ void metadataGoesAlong(void) {
     dib_image_release(image);
 }
 
+/* A TIM file of one pixel, at (320, 8) of the video memory. */
+void timFilesKeepTheirFrame(void) {
+    static const unsigned char kTim[] = {16, 0,  0, 0, 2, 0, 0, 0, 14, 0,    0,
+                                         0,  64, 1, 8, 0, 1, 0, 1, 0,  0x1F, 0};
+    dib_image* image = NULL;
+    dib_metadata metadata = DIB_C_METADATA_INIT;
+    dib_save_options options = DIB_C_SAVE_OPTIONS_INIT;
+    dib_result result = DIB_C_RESULT_INIT;
+    Block block = {NULL, 0};
+    result.metadata = &metadata;
+    CHECK(dib_load_memory(kTim, sizeof kTim, &image, NULL, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(metadata.tim_frame != NULL && metadata.tim_frame_size > 0);
+    options.format = "tim";
+    options.metadata = &metadata;
+    CHECK(dib_save_memory(&block.bytes, &block.size, image, &options, NULL, NULL, NULL) == DIB_C_OK);
+    CHECK(block.size == sizeof kTim && memcmp(block.bytes, kTim, sizeof kTim) == 0);
+    dib_free(block.bytes);
+    dib_image_release(image);
+    dib_metadata_clear(&metadata);
+    CHECK(metadata.tim_frame == NULL && metadata.tim_frame_size == 0);
+
+    /* A program of the first version gets none, and nothing is lost of it. */
+    metadata.size = offsetof(dib_metadata, palette_alpha);
+    metadata.tim_frame = (unsigned char*)kTim;
+    CHECK(dib_load_memory(kTim, sizeof kTim, &image, NULL, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(metadata.tim_frame == kTim);
+    dib_metadata_clear(&metadata);
+    CHECK(metadata.tim_frame == kTim);
+    dib_image_release(image);
+}
+
+void namesOfPartsAreRefused(void) {
+    static const unsigned char kTim[] = {16, 0,  0, 0, 2, 0, 0, 0, 14, 0,    0,
+                                         0,  64, 1, 8, 0, 1, 0, 1, 0,  0x1F, 0};
+    dib_load_options options = DIB_C_LOAD_OPTIONS_INIT;
+    dib_result result = DIB_C_RESULT_INIT;
+    dib_image* image = NULL;
+    options.page_name = "left";
+    CHECK(dib_load_memory(kTim, sizeof kTim, &image, &options, &result, NULL, NULL) == DIB_C_ERROR_MISMATCH);
+    CHECK(strcmp(result.reason, "there is no page \"left\": pages of tim files have no names") == 0);
+    options.page_name = NULL;
+    options.layer_name = "sky";
+    CHECK(dib_load_memory(kTim, sizeof kTim, &image, &options, &result, NULL, NULL) == DIB_C_ERROR_MISMATCH);
+    CHECK(strcmp(result.reason, "the file has no layer \"sky\"") == 0);
+    options.layer_name = NULL;
+    options.part = 3;
+    CHECK(dib_load_memory(kTim, sizeof kTim, &image, &options, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_format_library("png") == NULL && dib_format_library(NULL) == NULL);
+}
+
 void notes(void) {
     dib_image* image = NULL;
     dib_image* loaded = NULL;

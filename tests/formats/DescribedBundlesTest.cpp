@@ -82,6 +82,10 @@ TEST_F(DescribedBundlesTest, ABundleAddsAFormat) {
     EXPECT_TRUE(format->hasPages);
     EXPECT_TRUE(format->hasLayers);
     EXPECT_TRUE(DibIsFormatAvailable(format));
+    EXPECT_STREQ(DibGetFormatLibrary(format), "libtest 1.2.3");
+    EXPECT_EQ(DibGetFormatLibrary(DibFindFormat("png")), nullptr);
+    EXPECT_EQ(DibGetFormatLibrary(DibFindFormat("exr")), nullptr) << "its plug-in is missing";
+    EXPECT_EQ(DibGetFormatLibrary(nullptr), nullptr);
     EXPECT_EQ(described(), 1);
 
     DibStream::SetDllFilePath("");
@@ -108,6 +112,22 @@ TEST_F(DescribedBundlesTest, FilesAreFoundByContentAndByName) {
               bytesOf("II"));
     EXPECT_EQ(opened(bytesOf("none"), door_test::named("x.tst")).reason(), "three bytes are missing");
     EXPECT_TRUE(opened(bytesOf("none\1\1a"), door_test::named("x.tst")).isLoaded);
+}
+
+TEST_F(DescribedBundlesTest, PagesAreFoundByName) {
+    use();
+    DibLoadOptions options;
+    options.pageName = "second";
+    DibFileInfo info;
+    ASSERT_TRUE(DibProbeMemory(kFile.data(), kFile.size(), &info, &options));
+    EXPECT_EQ(info.pageName, std::string(255, 'n')) << "a name without an end is cut";
+    EXPECT_EQ(codec_test::rowBytes(*opened(kFile, options).image, 0)[0], 1);
+    options.pageName = "third";
+    EXPECT_EQ(opened(kFile, options).reason(), "the file has no page \"third\"");
+    behave("names no pages");
+    use();
+    options.pageName = "second";
+    EXPECT_EQ(opened(kFile, options).reason(), "the file has no page \"second\"");
 }
 
 TEST_F(DescribedBundlesTest, PagesLayersAndLevelsAreAskedFor) {

@@ -156,6 +156,30 @@ TEST(PsdWide, ListOfLayers) {
     EXPECT_EQ(second.masks[1].outside, 7);
 }
 
+TEST(PsdWide, LayersAreChosenByName) {
+    const Bytes bytes = rich(3, 8, true, PsdCompression::kZip).bytes();
+    for (int layer = 0; layer < 2; ++layer) {
+        const Listed list = listed(bytes);
+        DibLoadOptions byNumber;
+        byNumber.layer = layer;
+        DibLoadOptions byName;
+        byName.layerName = list.layers.items[layer].name;
+        const Opened number = opened(bytes, byNumber);
+        const Opened name = opened(bytes, byName);
+        ASSERT_TRUE(name.isLoaded) << name.result.reason;
+        EXPECT_TRUE(testing_support::sameImage(*name.image, *number.image));
+    }
+    DibLoadOptions options;
+    options.layerName = "layer";
+    const Opened load = opened(bytes, options);
+    EXPECT_EQ(load.result.code, 8);
+    EXPECT_EQ(load.reason(), "the file has no layer \"layer\"");
+    options.layerName = nullptr;
+    options.pageName = "Layer";
+    EXPECT_EQ(opened(bytes, options).reason(),
+              "there is no page \"Layer\": pages of psd files have no names");
+}
+
 TEST(PsdWide, ListsOfOtherFilesAndFailures) {
     const Bytes bitmap = {'B', 'M'};
     EXPECT_TRUE(listed(bitmap).isRead);

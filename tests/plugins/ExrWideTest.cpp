@@ -103,7 +103,6 @@ TEST(ExrWide, LayersAreChosenByNumber) {
     EXPECT_EQ(opened(bytes, part(0, 4)).reason(), "there is no layer 4: the file has 4");
 }
 
-// Layers are chosen by the number of their name.
 TEST(ExrWide, LayersHaveNames) {
     const PluginsInUse plugins;
     FileContents layout;
@@ -130,6 +129,59 @@ TEST(ExrWide, LayersHaveNames) {
     const Bytes plain = write(colors(2, 2, Imf::HALF), sampleAt);
     ASSERT_TRUE(DibProbeLayers(plain.data(), plain.size(), &layers));
     EXPECT_EQ(layers.count, 0U);
+}
+
+TEST(ExrWide, PartsAreChosenByName) {
+    const PluginsInUse plugins;
+    const Bytes bytes = exr_test::writeTwoParts(colors(9, 20, Imf::FLOAT), sampleAt);
+    DibFileInfo info;
+    ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info));
+    const std::string first = info.pageName;
+    const DibLoadOptions byNumber = part(1);
+    ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info, &byNumber));
+    const std::string second = info.pageName;
+    EXPECT_FALSE(first.empty());
+    EXPECT_NE(first, second);
+    DibLoadOptions options = part(0);
+    options.pageName = second.c_str();
+    ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info, &options));
+    EXPECT_EQ(info.width, 1);
+    EXPECT_STREQ(info.pageName, second.c_str());
+    EXPECT_EQ(shown(bytes, options), shown(bytes, part(1)));
+    options.page = 77;
+    options.pageName = first.c_str();
+    EXPECT_EQ(shown(bytes, options), shown(bytes, part(0))) << "the name replaces the number";
+    for (const char* name : {"", "none"}) {
+        options.pageName = name;
+        DibFileResult result;
+        EXPECT_FALSE(DibProbeMemory(bytes.data(), bytes.size(), &info, &options, &result));
+        EXPECT_EQ(result.code, 8);
+        EXPECT_EQ(opened(bytes, options).reason(), std::string("the file has no page \"") + name + "\"");
+    }
+    const Bytes cut(bytes.begin(), bytes.begin() + 100);
+    options.pageName = "none";
+    EXPECT_FALSE(opened(cut, options).isLoaded);
+    // Of a file with one part the name is optional.
+    const Bytes plain = write(colors(2, 2, Imf::HALF), sampleAt);
+    ASSERT_TRUE(DibProbeMemory(plain.data(), plain.size(), &info));
+    EXPECT_STREQ(info.pageName, "");
+}
+
+TEST(ExrWide, LayersAreChosenByName) {
+    const PluginsInUse plugins;
+    constexpr auto kHalf = Imf::HALF;
+    const std::vector<ChannelContents> channels = {
+        {"G", kHalf}, {"a.Y", kHalf}, {"b.c.B", kHalf}, {"b.c.R", kHalf}};
+    DibLoadOptions options = part(0);
+    options.layerName = "b.c";
+    EXPECT_EQ(onePixel(channels, options), onePixel(channels, part(0, 1)));
+    options.layerName = "a";
+    EXPECT_EQ(onePixel(channels, options), onePixel(channels, part(0, 0)));
+    options.layerName = "b";
+    EXPECT_TRUE(onePixel(channels, options).empty());
+    FileContents layout;
+    layout.channels = channels;
+    EXPECT_EQ(opened(write(layout, sampleAt), options).reason(), "the file has no layer \"b\"");
 }
 
 TEST(ExrWide, NamesOfLayersNeedMemory) {

@@ -62,6 +62,21 @@ TEST_F(Layers, AreTold) {
     EXPECT_EQ(info["layers"][2]["mask"], json::parse(R"({"left": 2, "top": 1, "right": 5, "bottom": 3})"));
 }
 
+TEST_F(Layers, AreChosenByNumberOrName) {
+    EXPECT_EQ(run({"run", "--layer", "0", "in.psd", "number.bmp"}).errors, "");
+    EXPECT_EQ(run({"run", "--layer=../../etc/passwd", "in.psd", "name.bmp"}).errors, "");
+    EXPECT_EQ(readFile("number.bmp"), readFile("name.bmp"));
+    EXPECT_NE(run({"info", "number.bmp"}).output.find(" 6x2 pixels"), std::string::npos);
+    const Result unknown = run({"run", "--layer", "Sky", "in.psd", "out.bmp"});
+    EXPECT_EQ(unknown.exitCode, 3);
+    EXPECT_EQ(unknown.errors, "dib: in.psd: load: the file has no layer \"Sky\"\n");
+    EXPECT_EQ(run({"info", "--page=first", "in.psd"}).errors,
+              "dib: in.psd: load: there is no page \"first\": pages of psd files have no names\n");
+    EXPECT_EQ(run({"run", "--level=-1", "in.psd", "out.bmp"}).exitCode, 2);
+    // The second picture of a step is a whole one.
+    EXPECT_EQ(run({"run", "--layer=0", "in.psd", "compose:number.bmp", "out.bmp"}).errors, "");
+}
+
 TEST_F(Layers, CanBeTooMany) {
     EXPECT_EQ(
         run({"run", "--limit=layers:2", "in.psd", "out.bmp"}).errors,

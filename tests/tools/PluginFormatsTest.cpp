@@ -42,6 +42,7 @@ TEST_F(PluginFormats, ThePlugInsOfTheBuildAreFound) {
     EXPECT_EQ(readFile("piped.bmp"), readFile("out.bmp"));
     const std::string plugin = DIB_TOOL_TEST_PLUGINS "/vexlibdds.bundle";
     EXPECT_NE(run({"formats"}).output.find("       plug-in     " + plugin + "\n"), std::string::npos);
+    EXPECT_NE(run({"formats", "dds"}).output.find("       decoded by  "), std::string::npos);
     const std::string info = run({"info", "one.dds"}).output;
     EXPECT_NE(info.find("dds"), std::string::npos) << info;
 }
@@ -113,6 +114,7 @@ TEST_F(PluginFormats, AreListedAsReadOnly) {
         ++found;
         EXPECT_EQ(format.at("reads"), true);
         EXPECT_EQ(format.at("writes"), false);
+        EXPECT_TRUE(format.at("plugin").at("library").is_string());
     }
     EXPECT_EQ(found, 2);
     EXPECT_EQ(run({"run", "in.bmp", "out.exr"}).exitCode, 2);

@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <climits>
+#include <memory>
 
 #include "tools/cli/Suggestion.h"
 #include "tools/io/Formats.h"
@@ -92,6 +94,38 @@ void addOpening(CLI::App& command, DibLoadOptions& options) {
             "are powers of 1000")
         ->type_name("LIMITS");
     addPlugins(command);
+}
+
+namespace {
+
+// An option that is a number from 0 or, in other words, a name.
+void addNumberOrName(CLI::App& command, const std::string& option, int& number, const char*& name,
+                     const std::string& help, const std::string& placeholder) {
+    const auto text = std::make_shared<std::string>();
+    const auto choose = [text, &number, &name](const std::string& chosen) {
+        const char* end = chosen.data() + chosen.size();
+        int value = 0;
+        const auto [stop, error] = std::from_chars(chosen.data(), end, value);
+        if (error == std::errc() && stop == end && value >= 0) {
+            number = value;
+            return;
+        }
+        *text = chosen;
+        name = text->c_str();
+    };
+    command.add_option_function<std::string>(option, choose, help)->type_name(placeholder);
+}
+
+}  // namespace
+
+void addParts(CLI::App& command, DibLoadOptions& options) {
+    addNumberOrName(command, "--page", options.page, options.pageName,
+                    "Page of a file with several, from 0; of an EXR file also the name of the part", "PAGE");
+    addNumberOrName(command, "--layer", options.layer, options.layerName,
+                    "Layer of the input, from 0 or by its name, in place of the merged picture", "LAYER");
+    command.add_option("--level", options.level, "Size of a picture with several, from 0, the largest")
+        ->check(between(0, INT_MAX))
+        ->type_name("LEVEL");
 }
 
 void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp) {

@@ -20,18 +20,36 @@ struct PictureInfo {
     DibFileInfo header;
     DibFileResult result;
     std::optional<DibLayers> layers;  // of a document
+    std::vector<std::string> pageNames;
 };
+
+// The names of all pages of a file whose pages have names. Names of further ones are left out.
+std::vector<std::string> readPageNames(const InputFile& file, const DibFileInfo& header,
+                                       DibLoadOptions options) {
+    constexpr int kMostNames = 256;
+    std::vector<std::string> names;
+    options.pageName = nullptr;
+    for (options.page = 0; options.page < std::min(header.pages, kMostNames); ++options.page) {
+        DibFileInfo page;
+        DibFileResult result;
+        names.emplace_back(file.probe(page, options, result) ? page.pageName : "");
+        stopIfCancelled();
+    }
+    return names;
+}
 
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     const InputFile file(name, InputFile::kReadTwice);
-    PictureInfo info{name, {}, {}, {}};
+    PictureInfo info{name, {}, {}, {}, {}};
     const bool isRead = file.probe(info.header, options, info.result);
     stopIfCancelled();
     if (!isRead) throw loadFailure(file.title(), info.result);
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
-    const bool isDocument = info.header.format->hasLayers && info.header.format->plugin == nullptr;
+    const DibFormat& format = *info.header.format;
+    const bool isDocument = format.hasLayers && (format.plugin == nullptr || info.header.layers > 0);
     if (isDocument) info.layers = readLayers(file, options);
+    if (info.header.pageName[0] != '\0') info.pageNames = readPageNames(file, info.header, options);
     return info;
 }
 
@@ -57,6 +75,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"orientation", metadata.orientation},
                  {"resolution", Json()}};
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
+    if (!info.pageNames.empty()) json["pageNames"] = info.pageNames;
     if (info.layers) json.update(documentJson(header, *info.layers));
     return json;
 }
@@ -78,6 +97,8 @@ std::string textOf(const PictureInfo& info) {
     if (header.levels > 1) text += ", " + count(header.levels, "level");
     if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
     text += "\n";
+    for (std::size_t i = 0; i < info.pageNames.size(); ++i)
+        text += "  page " + std::to_string(i) + " \"" + printable(info.pageNames[i]) + "\"\n";
     return info.layers ? text + documentText(header, *info.layers) : text;
 }
 
@@ -191,6 +212,7 @@ void declareInfo(CLI::App& command) {
         "Folders inside it are left out, too. The exit code is 3 when a file cannot be read; what the "
         "others\nsay is printed all the same.");
     addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");
+    addParts(command, job->options);
     addPlugins(command);
     addJson(command, job->asJson);
     command.callback([job] { printInfo(*job); });

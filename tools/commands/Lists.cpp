@@ -33,8 +33,12 @@ Json jsonOf(const DibFormat* format) {
                  {"pages", format->hasPages},
                  {"paletteAlpha", format->hasPaletteAlpha},
                  {"plugin", Json()}};
-    if (format->plugin != nullptr)
-        json["plugin"] = {{"path", pluginPath(*format)}, {"available", DibIsFormatAvailable(format)}};
+    if (format->plugin != nullptr) {
+        const char* library = DibGetFormatLibrary(format);
+        json["plugin"] = {{"path", pluginPath(*format)},
+                          {"available", DibIsFormatAvailable(format)},
+                          {"library", library != nullptr ? Json(library) : Json()}};
+    }
     return json;
 }
 
@@ -58,6 +62,7 @@ std::string textOf(const DibFormat* format) {
     if (format->plugin != nullptr) {
         add("plug-in", printable(pluginPath(*format)) +
                            (DibIsFormatAvailable(format) ? "" : ", which cannot be loaded"));
+        if (const char* library = DibGetFormatLibrary(format)) add("decoded by", printable(library));
     }
     return text;
 }

@@ -38,6 +38,12 @@ private:
         const auto open = [&](const char* format) {
             DibLoadOptions options = frame_.options.load;
             options.format = format;
+            // Parts on the command line are those of the input.
+            const DibLoadOptions whole;
+            options.page = whole.page;
+            options.layer = whole.layer;
+            options.level = whole.level;
+            options.pageName = options.layerName = nullptr;
             return DibLoadFile(path.c_str(), &image, &options, &result, callback, user);
         };
         bool isOpen = open(nullptr);

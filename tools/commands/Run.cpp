@@ -96,6 +96,7 @@ void declareRun(CLI::App& command) {
     const auto job = std::make_shared<RunJob>();
     command.add_option("chain", job->words)->group("");
     addOpening(command, job->pictures.load);
+    addParts(command, job->pictures.load);
     addSaving(command, job->pictures, "Format of the output; overrides its extension");
     command.add_flag("--classic", job->pictures.isClassic,
                      "Every operation does exactly what its classic function does, whatever the palette and "

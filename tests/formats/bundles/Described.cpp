@@ -45,7 +45,12 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
     info->yResolution = has("nonsense") ? -1 : 150;
     info->orientation = has("nonsense") ? 99 : 1;
     std::memset(info->compression, 'x', sizeof info->compression);
+    std::memset(info->pageName, 'n', sizeof info->pageName);
     return true;
+}
+
+int findPage(const DibPluginCall* /*call*/, const char* name) {
+    return std::strcmp(name, "second") == 0 ? 1 : -1;
 }
 
 bool load(const DibPluginCall* call, DibPluginPicture* picture) {
@@ -123,5 +128,6 @@ extern "C" DIB_EXPORT const DibPluginDescription* DibPluginDescribe() {
     description.recognizes = has("has no test") ? nullptr : recognizes;
     description.probe = has("has no probe") ? nullptr : probe;
     description.load = has("has no load") ? nullptr : load;
+    description.findPage = has("names no pages") ? nullptr : findPage;
     return &description;
 }
