@@ -19,7 +19,8 @@ struct PictureInfo {
     std::string file;
     DibFileInfo header;
     DibFileResult result;
-    std::optional<DibLayers> layers;  // of a document
+    bool isDocument = false;
+    DibLayers layers = {};  // of a document
     std::vector<std::string> pageNames;
 };
 
@@ -40,15 +41,15 @@ std::vector<std::string> readPageNames(const InputFile& file, const DibFileInfo&
 
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     const InputFile file(name, InputFile::kReadTwice);
-    PictureInfo info{name, {}, {}, {}, {}};
+    PictureInfo info{.file = name, .header = {}, .result = {}, .pageNames = {}};
     const bool isRead = file.probe(info.header, options, info.result);
     stopIfCancelled();
     if (!isRead) throw loadFailure(file.title(), info.result);
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
     const DibFormat& format = *info.header.format;
-    const bool isDocument = format.hasLayers && (format.plugin == nullptr || info.header.layers > 0);
-    if (isDocument) info.layers = readLayers(file, options);
+    info.isDocument = format.hasLayers && (format.plugin == nullptr || info.header.layers > 0);
+    if (info.isDocument) info.layers = readLayers(file, options);
     if (info.header.pageName[0] != '\0') info.pageNames = readPageNames(file, info.header, options);
     return info;
 }
@@ -76,7 +77,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"resolution", Json()}};
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
     if (!info.pageNames.empty()) json["pageNames"] = info.pageNames;
-    if (info.layers) json.update(documentJson(header, *info.layers));
+    if (info.isDocument) json.update(documentJson(header, info.layers));
     return json;
 }
 
@@ -93,13 +94,13 @@ std::string textOf(const PictureInfo& info) {
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
     if (header.pages > 1) text += ", " + count(header.pages, "page");
-    if (header.layers > 0 && !info.layers) text += ", " + count(header.layers, "layer");
+    if (header.layers > 0 && !info.isDocument) text += ", " + count(header.layers, "layer");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
     if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
     text += "\n";
     for (std::size_t i = 0; i < info.pageNames.size(); ++i)
         text += "  page " + std::to_string(i) + " \"" + printable(info.pageNames[i]) + "\"\n";
-    return info.layers ? text + documentText(header, *info.layers) : text;
+    return info.isDocument ? text + documentText(header, info.layers) : text;
 }
 
 // The pictures of a folder. Names come last: they have any length.
