@@ -65,6 +65,31 @@ TEST(TiffDoor, PalettesKeepOrderAndUnusedColors) {
     }
 }
 
+// These formats announce as many colours as their pixels can number. That is no loss.
+TEST(TiffDoor, ShortPalettesGrowLikeThoseOfIlbm) {
+    const struct {
+        const char* format;
+        int bitCount;
+        int colors;
+        std::uint32_t loaded;
+    } kCases[] = {{"tiff", 4, 11, 16}, {"tiff", 8, 77, 256}, {"iff", 4, 11, 16}, {"iff", 8, 77, 256}};
+    for (const auto& row : kCases) {
+        SCOPED_TRACE(testing::Message() << row.format << ' ' << row.colors);
+        const DibPtr image = paletteImage(19, 7, row.bitCount, row.colors);
+        EXPECT_EQ(DibSaveLosses(image.get(), row.format), 0);
+        const Opened load = opened(saved(*image, row.format));
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(load.result.noteCount, 0);
+        EXPECT_EQ(load.image->Header->biBitCount, row.bitCount);
+        EXPECT_EQ(load.image->Header->biClrUsed, row.loaded);
+        for (int i = 0; i < 1 << row.bitCount; ++i) {
+            const DibBGRA expected = i < row.colors ? tableOf(*image)[i] : DibBGRA{0, 0, 0, 0};
+            EXPECT_EQ(std::memcmp(&tableOf(*load.image)[i], &expected, 3), 0) << i;
+        }
+        EXPECT_TRUE(samePixels(*load.image, *image));
+    }
+}
+
 TEST(TiffDoor, EverySourceGivesOnePicture) {
     for (const int bitCount : {1, 4, 8, 24, 32}) {
         const Bytes file = saved(*randomImage(20, 9, bitCount, 3), "tiff");

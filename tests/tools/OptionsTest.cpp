@@ -166,6 +166,55 @@ TEST_F(Strict, ListsLossesAndWritesNothing) {
     EXPECT_EQ(verbose.errors, strict.errors);
 }
 
+// Files that break a rule and can be read all the same.
+TEST_F(Strict, ListsBrokenRulesAndWritesNothing) {
+    for (const char* name : {"in.png", "in.jpg"}) ASSERT_EQ(run({"run", "in.bmp", name}).exitCode, 0);
+    const auto withoutEnd = [](const char* name, std::size_t bytes) {
+        const std::string whole = readFile(name);
+        return whole.substr(0, whole.size() - bytes);
+    };
+    // Two pixels, of which a run has five.
+    std::string runs(62, '\0');
+    const auto put = [&runs](std::size_t at, int byte) { runs[at] = static_cast<char>(byte); };
+    runs[0] = 'B';
+    runs[1] = 'M';
+    put(2, 62);
+    put(10, 58);
+    put(14, 40);
+    put(18, 2);
+    put(22, 1);
+    put(26, 1);
+    put(28, 8);
+    put(30, 1);
+    put(34, 4);
+    put(46, 1);
+    put(58, 5);
+    put(61, 1);
+    const struct {
+        const char* name;
+        std::string bytes;
+        const char* warning;
+    } kCases[] = {
+        {"x.bmp", runs, "run-length data pass the end of a row or of the picture"},
+        {"x.pgm", "P2 3 1 100 1 50 101", "samples above the largest value, 100, were taken for it"},
+        {"x.png", withoutEnd("in.png", 12), "the file ends without its end mark; all rows were read"},
+        {"x.jpg", withoutEnd("in.jpg", 2), "the file ends without its end mark; all rows were read"},
+    };
+    for (const auto& row : kCases) {
+        writeFile(row.name, row.bytes);
+        const std::string warning =
+            std::string("dib: ") + row.name + ": load: warning: " + row.warning + "\n";
+        const Result strict = run({"run", "--strict", row.name, "out.bmp"});
+        EXPECT_EQ(strict.exitCode, 5) << strict.errors;
+        EXPECT_EQ(strict.errors, warning);
+        EXPECT_FALSE(fs::exists("out.bmp"));
+        const Result plain = run({"run", row.name, "out.bmp"});
+        EXPECT_EQ(plain.exitCode, 0);
+        EXPECT_EQ(plain.errors, warning);
+        fs::remove("out.bmp");
+    }
+}
+
 TEST_F(KeepDamaged, SavesTheRowsThatCanBeRead) {
     writeFile("cut.bmp", readFile("in.bmp").substr(0, 54 + 5 * 100));
     const Result refused = run({"run", "cut.bmp", "out.bmp"});
