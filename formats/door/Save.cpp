@@ -2,6 +2,7 @@
 #include <DibFile.h>
 #include <VexLibs.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -190,13 +191,21 @@ bool saveTo(Save& save, DibBytes* bytes) {
     return true;
 }
 
+// In blocks: a stream may be slow, and may fail at any of them.
 bool saveTo(Save& save, const DibWriter* writer) {
+    constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
     DibBytes encoded;
     ByteWriter memory(encoded);
     if (!encode(save, memory)) return false;
-    errno = 0;
-    if (!writer->write(writer->context, encoded.data, encoded.size)) {
-        return refuseForSystem(save.result, DIB_ERROR_WRITE, "the stream cannot be written", errno);
+    for (std::size_t done = 0; done < encoded.size;) {
+        const std::size_t bytes = std::min(kBlockBytes, encoded.size - done);
+        errno = 0;
+        if (!writer->write(writer->context, encoded.data + done, bytes))
+            return refuseForSystem(save.result, DIB_ERROR_WRITE, "the stream cannot be written", errno);
+        done += bytes;
+        const double part = static_cast<double>(done) / static_cast<double>(encoded.size);
+        if (done < encoded.size && !save.progress.report(0.99 + 0.01 * part))
+            return refuse(save.result, DIB_ERROR_INTERRUPTED, "cancelled");
     }
     return finish(save);
 }

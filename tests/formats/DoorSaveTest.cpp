@@ -404,6 +404,47 @@ TEST(DoorSave, LossesCanBeRefused) {
     EXPECT_STREQ(result.notes[1].text, "32 bits a pixel become 24");
 }
 
+// Takes some blocks and then fails.
+struct Sink {
+    std::size_t blocks;
+    std::vector<std::size_t> sizes;
+
+    static bool write(void* context, const void*, std::size_t bytes) {
+        auto& sink = *static_cast<Sink*>(context);
+        if (sink.sizes.size() == sink.blocks) return false;
+        sink.sizes.push_back(bytes);
+        return true;
+    }
+};
+
+TEST(DoorSave, StreamsAreWrittenInBlocks) {
+    const DibPtr image = testing_support::plainImage(1000, 1000, 24, 7);
+    const DibSaveOptions options = {.format = "ppm"};
+    const std::size_t rest = 17 + 3000000 - 2 * 1048576;  // "P6\n1000 1000\n255\n"
+    DibFileResult result;
+    ProgressLog whole;
+    Sink sink{9, {}};
+    ASSERT_TRUE(DibSaveStream(DibWriter{Sink::write, &sink}, image.get(), &options, &result,
+                              ProgressLog::callback, &whole));
+    EXPECT_EQ(sink.sizes, (std::vector<std::size_t>{1048576, 1048576, rest}));
+    EXPECT_TRUE(std::is_sorted(whole.fractions.begin(), whole.fractions.end()));
+
+    Sink full{1, {}};
+    EXPECT_FALSE(DibSaveStream(DibWriter{Sink::write, &full}, image.get(), &options, &result));
+    EXPECT_EQ(result.code, 5);
+    EXPECT_EQ(full.sizes.size(), 1U);
+
+    // The last calls are those after the first block, after the second one, and at the end.
+    ProgressLog cancelling;
+    cancelling.cancelAt = static_cast<int>(whole.fractions.size()) - 3;
+    Sink slow{9, {}};
+    EXPECT_FALSE(DibSaveStream(DibWriter{Sink::write, &slow}, image.get(), &options, &result,
+                               ProgressLog::callback, &cancelling));
+    EXPECT_EQ(result.code, 9);
+    EXPECT_STREQ(result.reason, "cancelled");
+    EXPECT_EQ(slow.sizes.size(), 1U);
+}
+
 // Nothing was lost in a file that does not exist.
 TEST(DoorSave, OtherFailuresHaveNoNotes) {
     const DibPtr image = randomImage(8, 8, 32, 5);
