@@ -1,4 +1,5 @@
 #include "operations/SecondPicture.h"
+#include "operations/pixels/Compare.h"
 #include "operations/pixels/Overlay.h"
 #include "operations/pixels/Place.h"
 
@@ -98,6 +99,15 @@ bool runJoin(const Job& job) {
                  given.color("fill")});
 }
 
+constexpr Parameters kCompare({kFile, integer("gain", "factor that makes small differences visible", {1, 255},
+                                              "1")});
+
+bool runCompare(const Job& job) {
+    DibStream second;
+    openPicture(job, job.arguments.path("file"), second);
+    return showDifference(job, second, job.arguments.integer("gain"));
+}
+
 constexpr Operation kOperations[] = {
     {{"overlay",
       kArea,
@@ -119,6 +129,15 @@ constexpr Operation kOperations[] = {
       kAllDepths},
      "",
      runJoin},
+    {{"compare",
+      kArea,
+      "Shows the difference from a second picture: black where they are alike, white where one ends.",
+      "compare:other.bmp,gain=8",
+      {"compare:other.bmp", "blur:2 compare:other.bmp,gain=2", "soften compare:other.bmp,gain=16"},
+      kCompare,
+      kAllDepths},
+     "",
+     runCompare},
 };
 
 }  // namespace
