@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "c/Call.h"
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 
@@ -150,8 +151,7 @@ dib_code dib_image_set_palette(dib_image* image, const uint32_t* colors, int cou
     std::fill_n(table, most, DibBGRA{});
     for (int i = 0; i < count; ++i) {
         const std::uint32_t color = colors[i];
-        table[i] = {static_cast<std::uint8_t>(color), static_cast<std::uint8_t>(color >> 8),
-                    static_cast<std::uint8_t>(color >> 16), 0};
+        table[i] = {dib::byteOf(color), dib::byteOf(color >> 8), dib::byteOf(color >> 16), 0};
     }
     return DIB_C_OK;
 }

@@ -6,6 +6,7 @@
 #include <span>
 #include <utility>
 
+#include "dib/BmpCodes.h"
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/File.h"
@@ -18,14 +19,13 @@ using dib::kOwned;
 
 namespace {
 
-constexpr std::size_t kFileHeaderBytes = 14;
+namespace bmp = dib::bmp;
+
 constexpr std::uint32_t kSignature = 0x4D42;  // "BM"
 
 constexpr std::size_t kShortestInfoHeader = 40;
 constexpr std::size_t kInfoHeaderWithMasks = 56;
 constexpr std::size_t kLongestInfoHeader = dib::kLongestHeaderBytes;
-
-enum Compression : std::uint32_t { kUncompressed = 0, kRunLength8 = 1, kChannelMasks = 3 };
 
 // What the reader uses of the info header.
 struct InfoHeader {
@@ -52,9 +52,9 @@ bool masksAreSupported(const InfoHeader& info) {
 
 bool compressionIsSupported(const InfoHeader& info) {
     switch (info.fields.biCompression) {
-        case kUncompressed:
-        case kRunLength8: return true;
-        case kChannelMasks: return masksAreSupported(info);
+        case bmp::kUncompressed:
+        case bmp::kRunLength8: return true;
+        case bmp::kChannelMasks: return masksAreSupported(info);
         default: return false;
     }
 }
@@ -80,12 +80,12 @@ public:
             if (count > 0) {
                 std::memset(block_ + offset(), value, room(count));
                 column_ += count;
-            } else if (value == kEndOfLine) {
+            } else if (value == bmp::kEndOfLine) {
                 ++row_;
                 column_ = 0;
-            } else if (value == kEndOfBitmap) {
+            } else if (value == bmp::kEndOfBitmap) {
                 return;
-            } else if (value == kDelta) {
+            } else if (value == bmp::kDelta) {
                 if (code.size() < 2) return;
                 column_ += code[0];
                 row_ += code[1];
@@ -103,8 +103,6 @@ public:
     }
 
 private:
-    enum Escape : unsigned char { kEndOfLine = 0, kEndOfBitmap = 1, kDelta = 2 };
-
     std::size_t offset() const { return std::min(row_ * size_.rowBytes + column_, size_.imageBytes); }
     std::size_t room(std::size_t count) const { return std::min(count, size_.imageBytes - offset()); }
 
@@ -151,7 +149,7 @@ private:
     }
 
     bool readFileHeader() {
-        unsigned char header[kFileHeaderBytes];
+        unsigned char header[bmp::kFileHeaderBytes];
         if (!dib::readBytes(file_, header, sizeof header)) return fail(DIB_ERROR_READ);
         if (dib::readLe16(header) != kSignature) return fail(DIB_ERROR_INVALID);
         pixelOffset_ = dib::readLe32(header + 10);
@@ -204,7 +202,7 @@ private:
         header.biClrImportant = header.biClrUsed;
         // Decoded runs are plain pixels. So are pixels with masks, but their 3 stays: by it callers recognise
         // that the file described its channels.
-        if (header.biCompression == kRunLength8) header.biCompression = kUncompressed;
+        if (header.biCompression == bmp::kRunLength8) header.biCompression = bmp::kUncompressed;
         std::memcpy(headerBlock_.get(), &header, kHeaderBytes);
 
         if (dib::readBytes(file_, headerBlock_.get() + kHeaderBytes, colors_ * dib::kEntryBytes)) return true;
@@ -216,7 +214,7 @@ private:
     bool seekPixels() {
         if (pixelOffset_ != 0 && !dib::seekTo(file_, pixelOffset_)) return fail(DIB_ERROR_READ);
         storedBytes_ =
-            info_.fields.biCompression == kRunLength8 ? info_.fields.biSizeImage : size_.imageBytes;
+            info_.fields.biCompression == bmp::kRunLength8 ? info_.fields.biSizeImage : size_.imageBytes;
         if (storedBytes_ > 0 && dib::bytesLeft(file_).value_or(storedBytes_) < storedBytes_) {
             return fail(DIB_ERROR_READ);
         }
@@ -224,11 +222,11 @@ private:
     }
 
     bool readPixels() {
-        if (info_.fields.biCompression == kRunLength8) return readRuns();
+        if (info_.fields.biCompression == bmp::kRunLength8) return readRuns();
         pixels_ = dib::allocateImageBlock(size_.imageBytes);
         if (pixels_ == nullptr) return fail(DIB_ERROR_MEMORY);
         if (!dib::readBytes(file_, pixels_.get(), storedBytes_)) return fail(DIB_ERROR_READ);
-        if (info_.fields.biCompression == kChannelMasks) orderChannels();
+        if (info_.fields.biCompression == bmp::kChannelMasks) orderChannels();
         return true;
     }
 
@@ -281,10 +279,10 @@ bool isWritable(const DibStream& image) {
 
 bool writeHeaders(std::FILE* file, const DibStream& image) {
     const std::size_t tableBytes = dib::announcedEntries(*image.Header) * dib::kEntryBytes;
-    const auto pixelOffset = static_cast<std::uint32_t>(kFileHeaderBytes + kHeaderBytes + tableBytes);
+    const auto pixelOffset = static_cast<std::uint32_t>(bmp::kFileHeaderBytes + kHeaderBytes + tableBytes);
     const dib::ImageSize size = dib::admitSize(*image.Header);
 
-    unsigned char headers[kFileHeaderBytes + kHeaderBytes] = {};
+    unsigned char headers[bmp::kFileHeaderBytes + kHeaderBytes] = {};
     dib::writeLe16(headers, kSignature);
     dib::writeLe32(headers + 2, pixelOffset + static_cast<std::uint32_t>(image.GetImageSize()));
     dib::writeLe32(headers + 10, pixelOffset);
@@ -292,7 +290,7 @@ bool writeHeaders(std::FILE* file, const DibStream& image) {
     BITMAPINFOHEADER info = *image.Header;
     info.biHeight = static_cast<std::int32_t>(size.rows);
     info.biSizeImage = static_cast<std::uint32_t>(size.imageBytes);
-    std::memcpy(headers + kFileHeaderBytes, &info, kHeaderBytes);
+    std::memcpy(headers + bmp::kFileHeaderBytes, &info, kHeaderBytes);
 
     return dib::writeBytes(file, headers, sizeof headers) &&
            dib::writeBytes(file, dib::colorTable(image.Header), tableBytes);

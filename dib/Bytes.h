@@ -2,9 +2,20 @@
 #ifndef DIB_BYTES_H
 #define DIB_BYTES_H
 
+#include <concepts>
+#include <cstddef>
 #include <cstdint>
 
 namespace dib {
+
+// The low 8 bits of a whole number, which are the number where it fits. The writing functions store the low
+// 16 or 32 bits.
+constexpr unsigned char byteOf(std::integral auto number) { return static_cast<unsigned char>(number); }
+
+// The bytes from one place of a block to a later one.
+inline std::size_t bytesBetween(const unsigned char* from, const unsigned char* to) {
+    return static_cast<std::size_t>(to - from);
+}
 
 inline std::uint16_t readLe16(const unsigned char* p) {
     return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
@@ -21,19 +32,23 @@ inline std::uint32_t readBe32(const unsigned char* p) {
            std::uint32_t{p[3]};
 }
 
-inline void writeLe16(unsigned char* p, std::uint32_t value) {
-    p[0] = value & 255;
-    p[1] = value >> 8 & 255;
+// The same of signed numbers.
+inline std::int16_t readLeSigned16(const unsigned char* p) { return static_cast<std::int16_t>(readLe16(p)); }
+inline std::int32_t readLeSigned32(const unsigned char* p) { return static_cast<std::int32_t>(readLe32(p)); }
+
+inline void writeLe16(unsigned char* p, std::integral auto value) {
+    p[0] = byteOf(value);
+    p[1] = byteOf(value >> 8);
 }
-inline void writeLe32(unsigned char* p, std::uint32_t value) {
+inline void writeLe32(unsigned char* p, std::integral auto value) {
     writeLe16(p, value);
     writeLe16(p + 2, value >> 16);
 }
-inline void writeBe16(unsigned char* p, std::uint32_t value) {
-    p[0] = value >> 8 & 255;
-    p[1] = value & 255;
+inline void writeBe16(unsigned char* p, std::integral auto value) {
+    p[0] = byteOf(value >> 8);
+    p[1] = byteOf(value);
 }
-inline void writeBe32(unsigned char* p, std::uint32_t value) {
+inline void writeBe32(unsigned char* p, std::integral auto value) {
     writeBe16(p, value >> 16);
     writeBe16(p + 2, value);
 }

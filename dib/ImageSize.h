@@ -5,6 +5,7 @@
 #include <DibStream.h>
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -48,6 +49,21 @@ constexpr ImageSize admitSize(std::int64_t width, std::int32_t height, std::int6
 
 inline ImageSize admitSize(const BITMAPINFOHEADER& header) {
     return admitSize(header.biWidth, header.biHeight, header.biBitCount);
+}
+
+// The width and the rows of an image as numbers of things; its size must be admitted.
+inline std::size_t columnsOf(const BITMAPINFOHEADER& header) {
+    return static_cast<std::size_t>(header.biWidth);
+}
+inline std::size_t rowsOf(const BITMAPINFOHEADER& header) {
+    return static_cast<std::size_t>(rowCount(header.biHeight));
+}
+// The rows as the classic functions count them.
+inline int heightOf(const BITMAPINFOHEADER& header) { return static_cast<int>(rowCount(header.biHeight)); }
+
+// Bytes of a row of pixels without fill.
+constexpr std::size_t packedBytes(std::integral auto width, std::integral auto bitsPerPixel) {
+    return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitsPerPixel) + 7) / 8;
 }
 
 // Makes the fill bytes at the ends of all rows 0. They are part of the block and of saved files, and must be

@@ -6,6 +6,7 @@
 #include <DibStream.h>
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,8 +18,9 @@ namespace dib {
 // Calls `work(x, count)` for the strips of a row; x is always a multiple of 8, so no strip starts inside a
 // byte.
 template <class Work>
-void forEachStrip(std::size_t width, Work work) {
-    for (std::size_t x = 0; x < width; x += kStripPixels) work(x, std::min(kStripPixels, width - x));
+void forEachStrip(std::integral auto width, Work work) {
+    const auto end = static_cast<std::size_t>(width);
+    for (std::size_t x = 0; x < end; x += kStripPixels) work(x, std::min(kStripPixels, end - x));
 }
 
 class PixelReader {

@@ -20,6 +20,11 @@ struct Raster {
     int bitCount = 0;
     std::size_t rowBytes = 0;  // pitch
 
+    // The size as numbers of things, and the bytes of a pixel from 8 bits on.
+    std::size_t columns() const { return static_cast<std::size_t>(width); }
+    std::size_t rows() const { return static_cast<std::size_t>(height); }
+    std::size_t bytesPerPixel() const { return static_cast<std::size_t>(bitCount / 8); }
+
     bool hasPixels() const { return width > 0 && height > 0; }
     unsigned char* row(std::ptrdiff_t y) const { return top + y * rowStep; }
     // Bytes of a row that hold pixels; above 4 bits per pixel no byte is shared with row fill.

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 
 namespace formats {
@@ -40,8 +41,7 @@ DIB_ALWAYS_INLINE void bytesToPlanesLoop(const unsigned char* __restrict pixels,
         std::memcpy(&bytes, pixels + 8 * group, sizeof bytes);
         const std::uint64_t matrix = transpose(__builtin_bswap64(bytes));
         for (int k = 0; k < kPlaneGroup; ++k) {
-            planes[static_cast<std::size_t>(k) * stride + group] =
-                static_cast<unsigned char>(matrix >> (8 * k));
+            planes[static_cast<std::size_t>(k) * stride + group] = dib::byteOf(matrix >> (8 * k));
         }
     }
 }

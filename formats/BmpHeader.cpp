@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dib/BmpCodes.h"
 #include "dib/Bytes.h"
 #include "formats/Formats.h"
 
@@ -9,7 +10,8 @@ namespace formats {
 
 namespace {
 
-constexpr std::uint32_t kFileHeaderBytes = 14;
+namespace bmp = dib::bmp;
+
 constexpr std::uint32_t kCoreHeader = 12;
 constexpr std::uint32_t kShortestOs2 = 16;
 constexpr std::uint32_t kWindowsHeader = 40;
@@ -18,16 +20,6 @@ constexpr std::uint32_t kWithAlphaMask = 56;
 constexpr std::uint32_t kOs2Header = 64;
 constexpr std::uint32_t kVersion5 = 124;
 constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;  // "MBED"
-
-enum Compression : std::uint32_t {
-    kNone = 0,
-    kRle8 = 1,
-    kRle4 = 2,
-    kMasks = 3,  // with an OS/2 header: a fax code
-    kJpeg = 4,   // with an OS/2 header: 24-bit run lengths
-    kPng = 5,
-    kMasksWithAlpha = 6
-};
 
 // Reads the headers from top to bottom; each step returns whether to go on.
 class HeaderReader {
@@ -43,14 +35,14 @@ private:
     bool refuseShort() { return refuse(result_, DIB_ERROR_READ, "%s", kShortHeader); }
 
     bool readFileHeader() {
-        const ByteReader::Bytes ahead = file_.ahead(2 * kFileHeaderBytes);
+        const ByteReader::Bytes ahead = file_.ahead(2 * bmp::kFileHeaderBytes);
         const FirstBytes bytes(ahead.data, ahead.size);
         // An array of OS/2 bitmaps begins with a header of its own; the first bitmap is the best.
-        if (startsWith(bytes, "BA")) infoStart_ = kFileHeaderBytes;
+        if (startsWith(bytes, "BA")) infoStart_ = bmp::kFileHeaderBytes;
         if (!startsWith(bytes.subspan(std::min<std::size_t>(infoStart_, bytes.size())), "BM")) {
             return infoStart_ == 0 || refuse(result_, DIB_ERROR_INVALID, "this is not a BMP file");
         }
-        infoStart_ += kFileHeaderBytes;
+        infoStart_ += bmp::kFileHeaderBytes;
         if (bytes.size() < infoStart_) return refuseShort();
         header_.pixelStart = dib::readLe32(bytes.data() + infoStart_ - 4);
         return file_.skip(infoStart_);
@@ -67,17 +59,17 @@ private:
         if (!file_.read(info_ + 4, length_ - 4)) return refuseShort();
         if (length_ == kCoreHeader) {
             header_.width = dib::readLe16(info_ + 4);
-            header_.height = static_cast<std::int16_t>(dib::readLe16(info_ + 6));
+            header_.height = dib::readLeSigned16(info_ + 6);
             header_.bitCount = dib::readLe16(info_ + 10);
             header_.entryBytes = 3;
             return true;
         }
-        header_.width = static_cast<std::int32_t>(dib::readLe32(info_ + 4));
-        header_.height = static_cast<std::int32_t>(dib::readLe32(info_ + 8));
+        header_.width = dib::readLeSigned32(info_ + 4);
+        header_.height = dib::readLeSigned32(info_ + 8);
         header_.bitCount = dib::readLe16(info_ + 14);
         compression_ = dib::readLe32(info_ + 16);
-        header_.xPixelsPerMeter = static_cast<std::int32_t>(dib::readLe32(info_ + 24));
-        header_.yPixelsPerMeter = static_cast<std::int32_t>(dib::readLe32(info_ + 28));
+        header_.xPixelsPerMeter = dib::readLeSigned32(info_ + 24);
+        header_.yPixelsPerMeter = dib::readLeSigned32(info_ + 28);
         colors_ = dib::readLe32(info_ + 32);
         if (length_ == kVersion5 && dib::readLe32(info_ + 56) == kEmbeddedProfile) {
             header_.profileStart = infoStart_ + std::int64_t{dib::readLe32(info_ + 112)};
@@ -89,17 +81,17 @@ private:
     bool judgePacking() {
         const int bits = header_.bitCount;
         switch (compression_) {
-            case kNone: return useUsualMasks();
-            case kRle8: return pack(BmpHeader::Packing::kRuns8, bits == 8);
-            case kRle4: return pack(BmpHeader::Packing::kRuns4, bits == 4);
-            case kMasks:
-            case kMasksWithAlpha:
+            case bmp::kUncompressed: return useUsualMasks();
+            case bmp::kRunLength8: return pack(BmpHeader::Packing::kRuns8, bits == 8);
+            case bmp::kRunLength4: return pack(BmpHeader::Packing::kRuns4, bits == 4);
+            case bmp::kChannelMasks:
+            case bmp::kMasksWithAlpha:
                 if (bits == 1) return refuse(result_, DIB_ERROR_UNSUPPORTED, "Huffman codes are not read");
                 return readMasks();
-            case kJpeg:
+            case bmp::kJpeg:
                 if (length_ <= kOs2Header && bits == 24) return pack(BmpHeader::Packing::kRuns24, true);
                 return embed(BmpHeader::Packing::kJpeg);
-            case kPng: return embed(BmpHeader::Packing::kPng);
+            case bmp::kPng: return embed(BmpHeader::Packing::kPng);
             default:
                 return refuse(result_, DIB_ERROR_UNSUPPORTED, "compression %u is not known", compression_);
         }
@@ -126,13 +118,13 @@ private:
         return isKnown || refuse(result_, DIB_ERROR_UNSUPPORTED, "%d bits per pixel are not read", bits);
     }
 
-    // Long headers contain the masks; behind others they follow.
+    // Long headers contain the masks; after others they follow.
     bool readMasks() {
         if (!useUsualMasks()) return false;
         if (header_.bitCount < 16)
             return refuse(result_, DIB_ERROR_INVALID, "masks do not fit pixels of %d bits", header_.bitCount);
         const bool isInside = length_ >= kWithMasks && length_ != kOs2Header;
-        const bool hasAlpha = isInside ? length_ >= kWithAlphaMask : compression_ == kMasksWithAlpha;
+        const bool hasAlpha = isInside ? length_ >= kWithAlphaMask : compression_ == bmp::kMasksWithAlpha;
         unsigned char* at = info_ + kWindowsHeader;
         if (!isInside) {
             maskBytes_ = hasAlpha ? 16 : 12;
@@ -171,8 +163,8 @@ private:
     DibFileResult& result_;
     std::uint32_t infoStart_ = 0;
     std::uint32_t length_ = 0;     // of the info header
-    std::uint32_t maskBytes_ = 0;  // behind it
-    std::uint32_t compression_ = kNone;
+    std::uint32_t maskBytes_ = 0;  // after the info header
+    std::uint32_t compression_ = bmp::kUncompressed;
     std::uint32_t colors_ = 0;
     unsigned char info_[kVersion5] = {};  // fields that a short header does not have are 0
 };

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
@@ -64,7 +65,7 @@ private:
         const std::int64_t end = header_.profileStart + header_.profileBytes;
         if (header_.profileBytes == 0 || file_.size() < end || !file_.seek(header_.profileStart)) return;
         DibBytes& profile = request_.result.metadata.colorProfile;
-        profile.data = static_cast<unsigned char*>(std::malloc(header_.profileBytes));
+        profile.data = dib::allocateArray<unsigned char>(header_.profileBytes).release();
         if (profile.data != nullptr) profile.size = file_.copy(profile.data, header_.profileBytes);
     }
 
@@ -136,8 +137,7 @@ private:
     // Rows that are stored as the image holds them. The fill of the last one may be missing.
     bool readRaw() {
         const dib::ImageSize size = dib::admitSize(*image_->Header);
-        const std::size_t pixelBytes =
-            (static_cast<std::size_t>(header_.width) * image_->Header->biBitCount + 7) / 8;
+        const std::size_t pixelBytes = dib::packedBytes(header_.width, image_->Header->biBitCount);
         const std::size_t step = rowsPerStep(request_.progress, size.rowBytes, size.rows);
         for (std::size_t row = 0; row < size.rows; row += step) {
             unsigned char* first = image_->Buffer + row * size.rowBytes;
@@ -157,8 +157,7 @@ private:
     template <class Convert>
     bool convertRows(const Convert& convert) {
         const dib::ImageSize size = dib::admitSize(header_.width, header_.height, header_.bitCount);
-        const std::size_t neededBytes =
-            (static_cast<std::size_t>(header_.width) * static_cast<std::size_t>(header_.bitCount) + 7) / 8;
+        const std::size_t neededBytes = dib::packedBytes(header_.width, header_.bitCount);
         const auto row = dib::allocateZeroed<unsigned char>(size.rowBytes);
         if (row == nullptr) return refuseMemory();
         for (std::size_t y = 0; y < size.rows; ++y) {
@@ -187,10 +186,10 @@ private:
     // Pixels of 2 bits become 4.
     bool readPairs() {
         return convertRows([&](const unsigned char* from, unsigned char* to) {
-            const std::size_t bytes = (static_cast<std::size_t>(header_.width) + 1) / 2;
+            const std::size_t bytes = dib::packedBytes(header_.width, 4);
             for (std::size_t i = 0; i < bytes; ++i) {
                 const unsigned pair = i % 2 == 0 ? from[i / 2] >> 4U : from[i / 2] & 15U;
-                to[i] = static_cast<unsigned char>((pair & 12U) << 2 | (pair & 3U));
+                to[i] = dib::byteOf((pair & 12U) << 2 | (pair & 3U));
             }
         });
     }

@@ -4,11 +4,15 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/BmpCodes.h"
+#include "dib/Bytes.h"
+
 namespace formats {
 
 namespace {
 
-enum Escape : unsigned char { kEndOfLine = 0, kEndOfBitmap = 1, kDelta = 2 };
+namespace bmp = dib::bmp;
+
 constexpr std::size_t kFewestLiterals = 3;  // smaller numbers are escapes
 constexpr std::size_t kMostPixels = 255;
 
@@ -20,7 +24,7 @@ struct Pixels4 {
     static constexpr std::size_t literalsIn(std::size_t bytes) { return bytes * 2; }
     static void put(unsigned char* row, std::size_t x, unsigned nibble) {
         const unsigned shift = x % 2 == 0 ? 4 : 0;
-        row[x / 2] = static_cast<unsigned char>((row[x / 2] & 0xF0U >> shift) | nibble << shift);
+        row[x / 2] = dib::byteOf((row[x / 2] & 0xF0U >> shift) | nibble << shift);
     }
     static unsigned nibbleOf(const unsigned char* code, std::size_t i) {
         return i % 2 == 0 ? code[i / 2] >> 4U : code[i / 2] & 15U;
@@ -85,10 +89,10 @@ public:
             if (code.size < 2 || code.data[0] > 0) return isComplete();
             const unsigned escape = code.data[1];
             file_.consume(2);
-            if (escape == kEndOfBitmap) return progress_.rows(image_.rows, image_.rows);
-            if (escape == kEndOfLine) {
+            if (escape == bmp::kEndOfBitmap) return progress_.rows(image_.rows, image_.rows);
+            if (escape == bmp::kEndOfLine) {
                 if (!moveTo(0, y_ + 1)) return false;
-            } else if (escape == kDelta) {
+            } else if (escape == bmp::kDelta) {
                 const unsigned char* step = file_.take(2);
                 if (step == nullptr) return isComplete();
                 if (!moveTo(x_ + step[0], y_ + step[1])) return false;
@@ -99,7 +103,7 @@ public:
         }
         // Pixels may follow the last row.
         const ByteReader::Bytes code = file_.ahead(2);
-        breaksRules_ = breaksRules_ || (code.size >= 2 && (code.data[0] > 0 || code.data[1] >= kDelta));
+        breaksRules_ = breaksRules_ || (code.size >= 2 && (code.data[0] > 0 || code.data[1] >= bmp::kDelta));
         return true;
     }
 
@@ -205,21 +209,21 @@ std::size_t encodeBmpRow(const unsigned char* row, std::size_t width, unsigned c
         }
         const std::size_t literals = std::min(end - x, kMostPixels);
         if (run >= kFewestLiterals || literals < kFewestLiterals) {
-            *out++ = static_cast<unsigned char>(run);
+            *out++ = dib::byteOf(run);
             *out++ = row[x];
             x += run;
             continue;
         }
         *out++ = 0;
-        *out++ = static_cast<unsigned char>(literals);
+        *out++ = dib::byteOf(literals);
         std::memcpy(out, row + x, literals);
         out += literals;
         x += literals;
         if (literals % 2 != 0) *out++ = 0;
     }
     *out++ = 0;
-    *out++ = kEndOfLine;
-    return static_cast<std::size_t>(out - start);
+    *out++ = bmp::kEndOfLine;
+    return dib::bytesBetween(start, out);
 }
 
 }  // namespace formats

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "dib/BmpCodes.h"
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
@@ -17,10 +18,10 @@ namespace formats {
 
 namespace {
 
-constexpr std::uint32_t kFileHeaderBytes = 14;
+namespace bmp = dib::bmp;
+
 constexpr std::uint32_t kVersion4 = 108;
 constexpr std::uint32_t kVersion5 = 124;
-enum Compression : std::uint32_t { kUncompressed = 0, kRunLength8 = 1, kChannelMasks = 3 };
 
 std::uint32_t pixelsPerMeter(double pixelsPerInch) {
     constexpr double kInchesPerMeter = 1 / 0.0254;
@@ -49,7 +50,7 @@ public:
     }
 
 private:
-    std::size_t width() const { return static_cast<std::size_t>(image_.Header->biWidth); }
+    std::size_t width() const { return dib::columnsOf(*image_.Header); }
     std::size_t tableEntries() const {
         return std::min(dib::announcedEntries(*image_.Header),
                         dib::addressableEntries(image_.Header->biBitCount));
@@ -60,7 +61,7 @@ private:
     }
     std::uint32_t infoBytes() const {
         if (profile() != nullptr) return kVersion5;
-        return image_.Header->biBitCount == 32 ? kVersion4 : static_cast<std::uint32_t>(dib::kHeaderBytes);
+        return image_.Header->biBitCount == 32 ? kVersion4 : std::uint32_t{dib::kHeaderBytes};
     }
     std::size_t pixelBytes() const { return runBytes_ > 0 ? runBytes_ : size_.imageBytes; }
     // From the bottom of the picture.
@@ -70,28 +71,30 @@ private:
 
     void writeHeaders(std::size_t entries) {
         const std::uint32_t bytes = infoBytes();
-        const auto pixelOffset =
-            static_cast<std::uint32_t>(kFileHeaderBytes + bytes + entries * dib::kEntryBytes);
+        const std::size_t pixelOffset = bmp::kFileHeaderBytes + bytes + entries * dib::kEntryBytes;
         const std::size_t profileBytes = profile() != nullptr ? profile()->size : 0;
-        unsigned char headers[kFileHeaderBytes + kVersion5] = {'B', 'M'};
-        dib::writeLe32(headers + 2, static_cast<std::uint32_t>(pixelOffset + pixelBytes() + profileBytes));
+        unsigned char headers[bmp::kFileHeaderBytes + kVersion5] = {'B', 'M'};
+        dib::writeLe32(headers + 2, pixelOffset + pixelBytes() + profileBytes);
         dib::writeLe32(headers + 10, pixelOffset);
-        unsigned char* info = headers + kFileHeaderBytes;
+        unsigned char* info = headers + bmp::kFileHeaderBytes;
         const BITMAPINFOHEADER& header = *image_.Header;
         const bool hasAlpha = header.biBitCount == 32;
         dib::writeLe32(info, bytes);
-        dib::writeLe32(info + 4, static_cast<std::uint32_t>(header.biWidth));
-        dib::writeLe32(info + 8, static_cast<std::uint32_t>(size_.rows));
+        dib::writeLe32(info + 4, header.biWidth);
+        dib::writeLe32(info + 8, size_.rows);
         dib::writeLe16(info + 12, 1);
         dib::writeLe16(info + 14, header.biBitCount);
-        dib::writeLe32(info + 16, hasAlpha ? kChannelMasks : runBytes_ > 0 ? kRunLength8 : kUncompressed);
-        dib::writeLe32(info + 20, static_cast<std::uint32_t>(pixelBytes()));
+        const std::uint32_t compression = hasAlpha        ? bmp::kChannelMasks
+                                          : runBytes_ > 0 ? bmp::kRunLength8
+                                                          : bmp::kUncompressed;
+        dib::writeLe32(info + 16, compression);
+        dib::writeLe32(info + 20, pixelBytes());
         if (options_.metadata != nullptr) {
             dib::writeLe32(info + 24, pixelsPerMeter(options_.metadata->xResolution));
             dib::writeLe32(info + 28, pixelsPerMeter(options_.metadata->yResolution));
         }
-        dib::writeLe32(info + 32, static_cast<std::uint32_t>(entries));
-        dib::writeLe32(info + 36, static_cast<std::uint32_t>(entries));
+        dib::writeLe32(info + 32, entries);
+        dib::writeLe32(info + 36, entries);
         if (hasAlpha) {
             constexpr std::uint32_t kMasks[] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
             for (std::size_t i = 0; i < 4; ++i) dib::writeLe32(info + 40 + 4 * i, kMasks[i]);
@@ -99,11 +102,10 @@ private:
         std::memcpy(info + 56, profileBytes > 0 ? "DEBM" : "BGRs", bytes > dib::kHeaderBytes ? 4 : 0);
         if (profileBytes > 0) {
             dib::writeLe32(info + 108, 4);  // to be shown as pictures are
-            dib::writeLe32(info + 112,
-                           static_cast<std::uint32_t>(pixelOffset - kFileHeaderBytes + pixelBytes()));
-            dib::writeLe32(info + 116, static_cast<std::uint32_t>(profileBytes));
+            dib::writeLe32(info + 112, pixelOffset - bmp::kFileHeaderBytes + pixelBytes());
+            dib::writeLe32(info + 116, profileBytes);
         }
-        file_.bytes(headers, kFileHeaderBytes + bytes);
+        file_.bytes(headers, bmp::kFileHeaderBytes + bytes);
     }
 
     bool writeProfile() {
@@ -134,7 +136,7 @@ private:
             unsigned char* out = rows.next();
             std::memcpy(out, row(y), bytes);
             std::memset(out + bytes, 0, size_.rowBytes - bytes);
-            if (lastBits > 0) out[bytes - 1] &= static_cast<unsigned char>(0xFF00U >> lastBits);
+            if (lastBits > 0) out[bytes - 1] &= dib::byteOf(0xFF00U >> lastBits);
             if (!progress_.rows(y + 1, size_.rows)) return false;
         }
         return true;

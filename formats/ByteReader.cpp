@@ -90,7 +90,7 @@ bool ByteReader::line(char* out, std::size_t most) {
     return length > 0;
 }
 
-bool ByteReader::seek(std::int64_t position) {
+bool ByteReader::seekTo(std::int64_t position) {
     if (file_ == nullptr) {
         const std::int64_t inside = std::clamp(position, std::int64_t{0}, size_);
         end_ = memory_ + size_;

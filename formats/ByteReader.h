@@ -2,10 +2,13 @@
 #ifndef FORMATS_BYTE_READER_H
 #define FORMATS_BYTE_READER_H
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+#include "dib/Bytes.h"
 
 namespace formats {
 
@@ -75,7 +78,7 @@ public:
     std::int64_t position() const { return endPosition_ - static_cast<std::int64_t>(buffered()); }
     // Sets the position, which may be beyond the end. A pipe only moves forward; false when the position
     // cannot be reached.
-    bool seek(std::int64_t position);
+    bool seek(std::integral auto position) { return seekTo(static_cast<std::int64_t>(position)); }
     bool skip(std::uint64_t bytes) { return seek(position() + static_cast<std::int64_t>(bytes)); }
     // Skips bytes; false when the source ends first.
     bool pass(std::uint64_t bytes);
@@ -93,7 +96,8 @@ public:
     std::int64_t remaining();
 
 private:
-    std::size_t buffered() const { return static_cast<std::size_t>(end_ - next_); }
+    std::size_t buffered() const { return dib::bytesBetween(next_, end_); }
+    bool seekTo(std::int64_t position);
     void fill(std::size_t wanted);
     // Reads from the file.
     std::size_t fetch(unsigned char* out, std::size_t bytes);

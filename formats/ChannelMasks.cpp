@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 
 namespace formats {
@@ -24,7 +25,7 @@ struct Channel {
     // 255 value / largest is never near a half but where it is one: doubles round it exactly.
     DIB_ALWAYS_INLINE unsigned char in(std::uint32_t word) const {
         constexpr double kHalf = 0.5;
-        return static_cast<unsigned char>(static_cast<int>((word >> shift & largest) * scale + kHalf));
+        return dib::byteOf(static_cast<int>((word >> shift & largest) * scale + kHalf));
     }
 };
 
@@ -51,7 +52,7 @@ DIB_ALWAYS_INLINE void spread(const unsigned char* from, unsigned char* to, std:
         pixel[1] = channels.green.in(word);
         pixel[2] = channels.red.in(word);
         if constexpr (kPixelBytes == 4) {
-            pixel[3] = static_cast<unsigned char>(channels.alpha.in(word) | channels.missingAlpha);
+            pixel[3] = dib::byteOf(channels.alpha.in(word) | channels.missingAlpha);
         }
     }
 }

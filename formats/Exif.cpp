@@ -4,6 +4,9 @@
 #include <cstring>
 #include <optional>
 
+#include "dib/Bytes.h"
+#include "dib/Memory.h"
+
 namespace formats {
 
 namespace {
@@ -73,7 +76,7 @@ void applyExif(std::span<const unsigned char> block, DibMetadata& metadata) {
 bool copyBytes(std::span<const unsigned char> from, DibBytes& to) {
     DibBytes copy;
     if (!from.empty()) {
-        copy.data = static_cast<unsigned char*>(std::malloc(from.size()));
+        copy.data = dib::allocateArray<unsigned char>(from.size()).release();
         if (copy.data == nullptr) return false;
         std::memcpy(copy.data, from.data(), from.size());
         copy.size = from.size();
@@ -86,7 +89,7 @@ bool exifForFile(const DibMetadata& metadata, DibBytes& block, bool keepsBlock) 
     // One entry, the orientation, in a directory that follows the header.
     constexpr unsigned char kUpright[] = {'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 0x12, 0x01, 3,
                                           0,   1,   0,  0, 0, 1, 0, 0, 0, 0, 0,    0,    0};
-    const auto orientation = static_cast<unsigned char>(metadata.orientation);
+    const auto orientation = dib::byteOf(metadata.orientation);
     if (metadata.exif.size > 0 && keepsBlock) {
         if (!copyBytes({metadata.exif.data, metadata.exif.size}, block)) return false;
     } else if (orientation > 1 && orientation <= 8) {

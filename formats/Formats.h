@@ -10,6 +10,7 @@
 #include <span>
 #include <string_view>
 
+#include "dib/Bytes.h"
 #include "formats/CodecFrame.h"
 #include "formats/diagnosis/Diagnosis.h"
 #include "formats/door/Request.h"
@@ -23,7 +24,7 @@ constexpr std::size_t kFirstBytes = 64;
 constexpr bool startsWith(FirstBytes bytes, std::string_view text) {
     if (bytes.size() < text.size()) return false;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (bytes[i] != static_cast<unsigned char>(text[i])) return false;
+        if (bytes[i] != dib::byteOf(text[i])) return false;
     }
     return true;
 }

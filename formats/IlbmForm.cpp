@@ -76,7 +76,7 @@ void completeColors(IlbmForm& form) {
     const std::size_t values = std::size_t{1} << planes;
     if (form.colorCount == 0) {
         for (std::size_t i = 0; i < values; ++i) {
-            const auto grey = static_cast<std::uint8_t>(i * 255 / (values - 1));
+            const auto grey = dib::byteOf(i * 255 / (values - 1));
             form.colors[i] = {grey, grey, grey, 0};
         }
     }
@@ -85,9 +85,8 @@ void completeColors(IlbmForm& form) {
                          form.pixels == IlbmPixels::kBytes && form.colorCount <= kBright;
     for (std::size_t i = 0; hasHalf && i < kBright; ++i) {
         const DibBGRA& color = form.colors[i];
-        form.colors[kBright + i] = {static_cast<std::uint8_t>(color.blue / 2),
-                                    static_cast<std::uint8_t>(color.green / 2),
-                                    static_cast<std::uint8_t>(color.red / 2), 0};
+        form.colors[kBright + i] = {dib::byteOf(color.blue / 2), dib::byteOf(color.green / 2),
+                                    dib::byteOf(color.red / 2), 0};
     }
 }
 

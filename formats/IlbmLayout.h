@@ -43,12 +43,12 @@ struct BitmapHeader {
     std::array<unsigned char, kBytes> bytes() const {
         std::array<unsigned char, kBytes> bytes{};
         for (const std::size_t size : {std::size_t{0}, std::size_t{16}}) {  // of the picture and of the page
-            dib::writeBe16(&bytes[size], static_cast<std::uint32_t>(width));
-            dib::writeBe16(&bytes[size + 2], static_cast<std::uint32_t>(height));
+            dib::writeBe16(&bytes[size], width);
+            dib::writeBe16(&bytes[size + 2], height);
         }
-        bytes[8] = static_cast<unsigned char>(planes);
+        bytes[8] = dib::byteOf(planes);
         bytes[9] = hasMask ? 1 : 0;
-        bytes[10] = static_cast<unsigned char>(compression);
+        bytes[10] = dib::byteOf(compression);
         bytes[14] = bytes[15] = 1;  // square pixels
         return bytes;
     }
@@ -69,7 +69,7 @@ struct BitmapHeader {
 
 // Sets the bits after the last pixel of a row to 0.
 inline void clearBehind(unsigned char* bits, std::size_t width) {
-    if (width % 8 != 0) bits[width / 8] = static_cast<unsigned char>(bits[width / 8] & (0xFF00 >> width % 8));
+    if (width % 8 != 0) bits[width / 8] = dib::byteOf(bits[width / 8] & (0xFF00 >> width % 8));
 }
 
 }  // namespace formats

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "formats/BitPlanes.h"
 #include "formats/PackBits.h"
 
@@ -49,7 +50,7 @@ void PlaneRow::storeBits(unsigned char* row, std::size_t rowBytes, bool rotates)
     std::memset(row, 0, rowBytes);
     for (std::size_t i = 0; i < pixelGroups(width_); ++i) {
         const unsigned bits = planes()[i];
-        row[i] = static_cast<unsigned char>(rotates ? bits >> 1 | bits << 7 : bits);
+        row[i] = dib::byteOf(rotates ? bits >> 1 | bits << 7 : bits);
     }
 }
 
@@ -58,7 +59,7 @@ void PlaneRow::storeNibbles(unsigned char* row, std::size_t rowBytes) {
     if (width_ % 2 != 0) pixels_[width_] = 0;
     std::memset(row, 0, rowBytes);
     for (std::size_t i = 0; i < (width_ + 1) / 2; ++i)
-        row[i] = static_cast<unsigned char>(pixels_[2 * i] << 4 | pixels_[2 * i + 1]);
+        row[i] = dib::byteOf(pixels_[2 * i] << 4 | pixels_[2 * i + 1]);
 }
 
 void PlaneRow::storeTwoValues(unsigned char* row, std::size_t rowBytes) {
@@ -67,7 +68,7 @@ void PlaneRow::storeTwoValues(unsigned char* row, std::size_t rowBytes) {
     unsigned char* any = planes();
     for (int k = 1; k < header_.planes; ++k) {
         const unsigned char* plane = planes() + static_cast<std::size_t>(k) * stride;
-        for (std::size_t i = 0; i < stride; ++i) any[i] = static_cast<unsigned char>(any[i] | plane[i]);
+        for (std::size_t i = 0; i < stride; ++i) any[i] = dib::byteOf(any[i] | plane[i]);
     }
     clearBehind(any, width_);
     std::memset(row, 0, rowBytes);
@@ -83,7 +84,7 @@ void PlaneRow::storeHeldColors(unsigned char* row) {
     gatherBytes();
     const unsigned bits = header_.planes > 6 ? 6 : 4;
     const auto widen = [bits](unsigned value) {
-        return static_cast<std::uint8_t>(bits == 4 ? value * 17 : value << 2 | value >> 4);
+        return dib::byteOf(bits == 4 ? value * 17 : value << 2 | value >> 4);
     };
     DibBGRA color = (*colors_)[0];
     for (std::size_t x = 0; x < width_; ++x, row += 3) {

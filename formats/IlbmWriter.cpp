@@ -7,6 +7,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/PixelReader.h"
 #include "dib/Raster.h"
@@ -41,8 +42,8 @@ public:
           pixels_(dib::allocateZeroed<unsigned char>(3 * 8 * stride_ + 1)) {}
 
     bool ready() const { return planes_ != nullptr && pixels_ != nullptr; }
-    const unsigned char* plane(int k) const { return planes_.get() + static_cast<std::size_t>(k) * stride_; }
-    int planeBytes() const { return static_cast<int>(stride_); }
+    const unsigned char* plane(std::size_t k) const { return planes_.get() + k * stride_; }
+    std::size_t planeBytes() const { return stride_; }
 
     void spread(const unsigned char* row) {
         const std::size_t groups = pixelGroups(width_);
@@ -53,7 +54,7 @@ public:
                 return;
             case 4:
                 for (std::size_t x = 0; x < width_; ++x) {
-                    pixels_[x] = static_cast<unsigned char>(x % 2 == 0 ? row[x / 2] >> 4 : row[x / 2] & 15);
+                    pixels_[x] = dib::byteOf(x % 2 == 0 ? row[x / 2] >> 4 : row[x / 2] & 15);
                 }
                 return formats::bytesToPlanes(pixels_.get(), groups, planes_.get(), stride_);
             case 8:
@@ -77,7 +78,7 @@ private:
 };
 
 bool appendBitmapHeader(iff_outstream& out, const BITMAPINFOHEADER& info) {
-    const BitmapHeader header{info.biWidth, static_cast<int>(dib::rowCount(info.biHeight)), info.biBitCount};
+    const BitmapHeader header{info.biWidth, dib::heightOf(info), info.biBitCount};
     return out.append("BMHD", 4) && out.dword(BitmapHeader::kBytes) &&
            out.append(header.bytes().data(), BitmapHeader::kBytes);
 }
@@ -101,15 +102,13 @@ bool appendBody(iff_outstream& out, DibStream& image) {
     const BITMAPINFOHEADER& header = *image.Header;
     PlaneSpreader planes(header.biWidth, header.biBitCount);
     if (!planes.ready()) return false;
-    const int height = static_cast<int>(dib::admitSize(header).rows);
-    const std::uint64_t length = std::uint64_t{header.biBitCount} * static_cast<std::uint64_t>(height) *
-                                 static_cast<std::uint64_t>(planes.planeBytes());
+    const std::size_t length = header.biBitCount * dib::rowsOf(header) * planes.planeBytes();
     if (length > UINT32_MAX || !out.append("BODY", 4) || !out.dword(static_cast<unsigned>(length)))
         return false;
-    for (int y = 0; y < height; ++y) {
+    for (int y = 0; y < dib::heightOf(header); ++y) {
         planes.spread(image.ScanLine(y));
-        for (int k = 0; k < header.biBitCount; ++k) {
-            if (!out.append(planes.plane(k), planes.planeBytes())) return false;
+        for (std::size_t k = 0; k < header.biBitCount; ++k) {
+            if (!out.append(planes.plane(k), static_cast<int>(planes.planeBytes()))) return false;
         }
     }
     return true;
@@ -175,7 +174,7 @@ constexpr int kMostSide = 65535;
 // The depth that holds the pixels of an image.
 int fileBits(int bitCount) { return bitCount == 16 || bitCount == 32 ? 24 : bitCount; }
 
-void writeNumber(ByteWriter& file, std::uint32_t number) {
+void writeNumber(ByteWriter& file, std::integral auto number) {
     unsigned char bytes[4];
     dib::writeBe32(bytes, number);
     file.bytes(bytes, sizeof bytes);
@@ -183,7 +182,7 @@ void writeNumber(ByteWriter& file, std::uint32_t number) {
 
 void writeChunk(ByteWriter& file, const char* name, std::span<const unsigned char> content) {
     file.bytes(name, 4);
-    writeNumber(file, static_cast<std::uint32_t>(content.size()));
+    writeNumber(file, content.size());
     file.bytes(content.data(), content.size());
 }
 
@@ -200,9 +199,7 @@ void writeColors(ByteWriter& file, const BITMAPINFOHEADER& header) {
     writeChunk(file, "CMAP", {bytes.data(), 3 * count});
 }
 
-std::uint32_t wholeResolution(double resolution) {
-    return static_cast<std::uint32_t>(std::lround(std::clamp(resolution, 0.0, 65535.0)));
-}
+long wholeResolution(double resolution) { return std::lround(std::clamp(resolution, 0.0, 65535.0)); }
 
 void writeResolution(ByteWriter& file, const DibMetadata* metadata) {
     if (metadata == nullptr || metadata->xResolution <= 0) return;
@@ -221,16 +218,15 @@ public:
                        ? dib::converterOf(raster.bitCount, dib::Packed::kBgr)
                        : nullptr),
           colors_(*image.Header),
-          row_(dib::allocateArray<unsigned char>(
-              convert_ != nullptr ? 3 * static_cast<std::size_t>(raster.width) : 1)) {}
+          row_(dib::allocateArray<unsigned char>(convert_ != nullptr ? 3 * raster.columns() : 1)) {}
     bool ready() const { return row_ != nullptr; }
 
     // Valid until the next call.
     const unsigned char* row(int y) {
         const unsigned char* stored = raster_.row(y);
         if (convert_ == nullptr) return stored;
-        const auto bytes = static_cast<std::size_t>(raster_.bitCount / 8);
-        dib::forEachStrip(static_cast<std::size_t>(raster_.width), [&](std::size_t x, std::size_t count) {
+        const std::size_t bytes = raster_.bytesPerPixel();
+        dib::forEachStrip(raster_.width, [&](std::size_t x, std::size_t count) {
             convert_(stored + bytes * x, row_.get() + 3 * x, count, colors_);
         });
         return row_.get();
@@ -245,10 +241,10 @@ private:
 
 // Every plane of a row is packed on its own.
 bool writeRows(WriteRequest& request, const dib::Raster& raster) {
-    const int planeCount = fileBits(raster.bitCount);
+    const auto planeCount = static_cast<std::size_t>(fileBits(raster.bitCount));
     RowSource source(request.image, raster);
-    PlaneSpreader planes(raster.width, planeCount);
-    const auto planeBytes = static_cast<std::size_t>(planes.planeBytes());
+    PlaneSpreader planes(raster.width, fileBits(raster.bitCount));
+    const std::size_t planeBytes = planes.planeBytes();
     const auto packed = dib::allocateArray<unsigned char>(packedBound(planeBytes));
     if (!source.ready() || !planes.ready() || packed == nullptr) {
         request.result.code = DIB_ERROR_MEMORY;
@@ -256,15 +252,14 @@ bool writeRows(WriteRequest& request, const dib::Raster& raster) {
     }
     for (int y = 0; y < raster.height; ++y) {
         planes.spread(source.row(y));
-        for (int k = 0; k < planeCount; ++k) {
+        for (std::size_t k = 0; k < planeCount; ++k) {
             if (request.options.runLengths) {
                 request.file.bytes(packed.get(), packRow(planes.plane(k), planeBytes, packed.get()));
             } else {
                 request.file.bytes(planes.plane(k), planeBytes);
             }
         }
-        if (!request.progress.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(raster.height)))
-            return false;
+        if (!request.progress.rows(y + 1, raster.height)) return false;
     }
     return true;
 }
@@ -272,7 +267,7 @@ bool writeRows(WriteRequest& request, const dib::Raster& raster) {
 // Lengths are known when everything is written.
 void setLength(ByteWriter& file, std::int64_t at, std::int64_t end) {
     file.seek(at);
-    writeNumber(file, static_cast<std::uint32_t>(end - at - 4));
+    writeNumber(file, end - at - 4);
     file.seek(file.size());
 }
 

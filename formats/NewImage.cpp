@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/CallbackGuard.h"
@@ -41,7 +42,7 @@ bool NewImage::create(int width, int height, int bitCount, bool isBlank) {
     height_ = height;
     bitCount_ = bitCount;
     rowBytes_ = size.rowBytes;
-    const std::size_t pixelBytes = (static_cast<std::size_t>(width) * header[0].biBitCount + 7) / 8;
+    const std::size_t pixelBytes = dib::packedBytes(width, header[0].biBitCount);
     lastWord_ = UINT32_MAX >> (8 * (rowBytes_ - pixelBytes));
     pixels_ = begin_ = block.get();
     end_ = isBlank ? pixels_ : pixels_ + size.imageBytes;
@@ -73,7 +74,7 @@ void NewImage::clearRows(int first, int end) {
 }
 
 void NewImage::clearUnread() {
-    if (begin_ < end_ && isIntact()) std::memset(begin_, 0, static_cast<std::size_t>(end_ - begin_));
+    if (begin_ < end_ && isIntact()) std::memset(begin_, 0, dib::bytesBetween(begin_, end_));
 }
 
 }  // namespace formats

@@ -38,8 +38,8 @@ bool readPnmHeader(ByteReader& file, PnmHeader& header, DibFileResult& result);
 
 // The next byte that is not part of a comment; negative at the end. A comment counts as its line feed.
 int nextPnmByte(ByteReader& file);
-// Reads a number with everything before it that is blank, and the byte behind it; larger ones saturate. False
-// when something else comes first, at which the reader stays.
+// Reads the blanks before a number, its digits and the byte after them. Larger numbers saturate. False when
+// something else comes first; the reader then stays at it.
 bool readPnmNumber(ByteReader& file, std::uint32_t& number);
 
 constexpr bool isPnmBlank(int byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }

@@ -37,7 +37,7 @@ public:
         scaled_ = dib::allocateArray<unsigned char>(std::size_t{header_.largest} + 1);
         if (scaled_ == nullptr) return false;
         for (std::uint32_t i = 0; i <= header_.largest; ++i)
-            scaled_[i] = static_cast<unsigned char>((i * 255 + header_.largest / 2) / header_.largest);
+            scaled_[i] = dib::byteOf((i * 255 + header_.largest / 2) / header_.largest);
         return true;
     }
 
@@ -85,7 +85,7 @@ private:
         const std::uint32_t word = header_.isLittleEndian ? dib::readLe32(bytes) : dib::readBe32(bytes);
         const double value = std::bit_cast<float>(word) / header_.scale * 255;
         // Not a number ends as 0.
-        return value > 0 ? static_cast<unsigned char>(std::lround(std::min(value, 255.0))) : 0;
+        return value > 0 ? dib::byteOf(std::lround(std::min(value, 255.0))) : 0;
     }
 
     bool expandBits() {
@@ -124,7 +124,7 @@ private:
             samples_[i] = scaled(value);
             at = next + 1;
         }
-        file_.consume(static_cast<std::size_t>(at - ahead.data));
+        file_.consume(dib::bytesBetween(ahead.data, at));
         return i - first;
     }
 
@@ -155,7 +155,7 @@ void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char*
         std::memset(to, 0, (width + 7) / 8);
         for (std::size_t x = 0; x < width; ++x) {
             const bool isWhite = (from[x] != 0) != header.isZeroWhite;
-            to[x / 8] |= static_cast<unsigned char>((isWhite ? 0x80 : 0) >> x % 8);
+            to[x / 8] |= dib::byteOf((isWhite ? 0x80 : 0) >> x % 8);
         }
         return;
     }
@@ -165,7 +165,7 @@ void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char*
     }
     if (header.isCmyk) {
         const auto without = [](unsigned ink, unsigned black) {
-            return static_cast<unsigned char>(((255 - ink) * (255 - black) + 127) / 255);
+            return dib::byteOf(((255 - ink) * (255 - black) + 127) / 255);
         };
         for (std::size_t x = 0; x < width; ++x, from += 4, to += 3) {
             to[0] = without(from[2], from[3]);
@@ -201,10 +201,10 @@ bool endShort(ReadRequest& request) {
 
 // Samples that are bytes already.
 bool readBytes(ReadRequest& request, NewImage& image) {
-    const auto width = static_cast<std::size_t>(image->Header->biWidth);
-    BinaryRows rows(request.file, image,
-                    rowsPerStep(request.progress, width * image->Header->biBitCount / 8,
-                                static_cast<std::size_t>(image->Header->biHeight)));
+    const std::size_t width = dib::columnsOf(*image->Header);
+    BinaryRows rows(
+        request.file, image,
+        rowsPerStep(request.progress, width * image->Header->biBitCount / 8, dib::rowsOf(*image->Header)));
     for (int y = 0; y < image->Header->biHeight; ++y) {
         if (!rows.read(y)) return endShort(request);
         if (!image.read(image->ScanLine(y))) return false;

@@ -3,7 +3,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/Raster.h"
 #include "dib/RowConverter.h"
@@ -73,24 +75,21 @@ public:
     bool write() {
         const std::size_t bytes = rowBytes();
         writeHeader();
-        RowWriter rows(file_, bytes, static_cast<std::size_t>(raster_.height));
+        RowWriter rows(file_, bytes, raster_.rows());
         const auto colors = dib::allocateArray<unsigned char>(width() * 3);
         if (!rows.ready() || colors == nullptr)
             return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory");
         for (int y = 0; y < raster_.height; ++y) {
             writeRow(raster_.row(y), colors.get(), rows.next());
-            if (!progress_.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(raster_.height)))
-                return false;
+            if (!progress_.rows(y + 1, raster_.height)) return false;
         }
         return true;
     }
 
 private:
-    std::size_t width() const { return static_cast<std::size_t>(raster_.width); }
+    std::size_t width() const { return raster_.columns(); }
     bool isPacked() const { return variant_.content == Content::kBits && !variant_.isPam; }
-    std::size_t rowBytes() const {
-        return isPacked() ? (width() + 7) / 8 : width() * static_cast<std::size_t>(channels());
-    }
+    std::size_t rowBytes() const { return dib::packedBytes(raster_.width, isPacked() ? 1 : 8 * channels()); }
     int channels() const {
         return variant_.content == Content::kColors           ? 3
                : variant_.content == Content::kColorsAndAlpha ? 4
@@ -137,8 +136,7 @@ private:
         const dib::RowConverter converter = dib::converterOf(bits, form);
         for (std::size_t x = 0; x < width(); x += dib::kStripPixels) {
             const std::size_t count = std::min(dib::kStripPixels, width() - x);
-            converter(row + x * static_cast<std::size_t>(bits) / 8, out + x * dib::bytesOf(form), count,
-                      colors_);
+            converter(row + dib::packedBytes(x, bits), out + x * dib::bytesOf(form), count, colors_);
         }
     }
 
@@ -150,9 +148,8 @@ private:
             return;
         }
         const std::size_t bytes = (width() + 7) / 8;
-        for (std::size_t i = 0; i < bytes; ++i)
-            out[i] = static_cast<unsigned char>(isOneWhite_ ? ~row[i] : row[i]);
-        if (width() % 8 != 0) out[bytes - 1] &= static_cast<unsigned char>(0xFF00U >> width() % 8);
+        for (std::size_t i = 0; i < bytes; ++i) out[i] = dib::byteOf(isOneWhite_ ? ~row[i] : row[i]);
+        if (width() % 8 != 0) out[bytes - 1] &= dib::byteOf(0xFF00U >> width() % 8);
     }
 
     ByteWriter& file_;

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Bytes.h"
+#include "dib/ImageSize.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
@@ -83,7 +85,7 @@ public:
                                     (static_cast<std::size_t>(x) + 1) * static_cast<std::size_t>(channels));
                     return false;
                 }
-                out[channel] = static_cast<unsigned char>(sample);
+                out[channel] = dib::byteOf(sample);
             }
         }
         return true;
@@ -126,7 +128,7 @@ bool writePpm(ByteWriter& file, DibStream* image, DibProgressCallback callback, 
 
     const dib::ImageSize size = dib::admitSize(*source.Header);
     const int height = static_cast<int>(size.rows);
-    const auto width = static_cast<std::size_t>(source.Header->biWidth);
+    const std::size_t width = dib::columnsOf(*source.Header);
     writeHeader(file, source.Header->biWidth, height);
     formats::RowWriter rows(file, width * 3, size.rows);
     if (!rows.ready()) return false;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/ImageSize.h"
 #include "formats/ByteReader.h"
 #include "formats/NewImage.h"
 
@@ -19,7 +20,7 @@ public:
         : file_(file),
           image_(image),
           mostRows_(mostRows),
-          rowBytes_(static_cast<std::size_t>(image->Header->biWidth) * image->Header->biBitCount / 8) {}
+          rowBytes_(dib::packedBytes(image->Header->biWidth, image->Header->biBitCount)) {}
 
     // Fills row y, counted from the top; false when the file ends before.
     bool read(int y);

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "dib/Bytes.h"
 #include "dib/File.h"
 #include "dib/Memory.h"
 #include "formats/HeaderText.h"
@@ -72,8 +73,7 @@ constexpr const char* kFormatLine = "FORMAT=32-bit_rle_rgbe\n";
 void readProgramType(const char* text, rgbe_header_info& info) {
     constexpr std::size_t kMost = sizeof info.programtype - 1;
     std::size_t length = 0;
-    while (length < kMost && text[length] != '\0' &&
-           std::isspace(static_cast<unsigned char>(text[length])) == 0) {
+    while (length < kMost && text[length] != '\0' && std::isspace(dib::byteOf(text[length])) == 0) {
         info.programtype[length] = text[length];
         ++length;
     }
@@ -99,7 +99,7 @@ bool skipText(const char*& at, const char* text) {
 // A line such as "-Y 480 +X 640"; white space is optional.
 bool readSize(const char* at, int& width, int& height) {
     if (!skipText(at, "-Y") || !formats::readNumber(at, height)) return false;
-    while (std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
+    while (std::isspace(dib::byteOf(*at)) != 0) ++at;
     return skipText(at, "+X") && formats::readNumber(at, width);
 }
 
@@ -133,32 +133,35 @@ RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_heade
 
 namespace {
 
+// No pixel of a negative number.
+std::size_t countOf(int number) { return static_cast<std::size_t>(std::max(number, 0)); }
+
 // Flat pixels, a block at a time.
 
-constexpr std::int64_t kBlockPixels = 1024;
+constexpr std::size_t kBlockPixels = 1024;
 
-RgbeError writeFlat(std::FILE* file, const float* data, std::int64_t count) {
+RgbeError writeFlat(std::FILE* file, const float* data, std::size_t count) {
     std::array<unsigned char, kBlockPixels * kRgbeBytes> block;
     while (count > 0) {
-        const auto pixels = static_cast<std::size_t>(std::min(count, kBlockPixels));
+        const std::size_t pixels = std::min(count, kBlockPixels);
         for (std::size_t i = 0; i < pixels; ++i, data += 3) {
             float2rgbe(&block[i * kRgbeBytes], data[0], data[1], data[2]);
         }
         if (!dib::writeBytes(file, block.data(), pixels * kRgbeBytes)) return RgbeError::kWrite;
-        count -= static_cast<std::int64_t>(pixels);
+        count -= pixels;
     }
     return RgbeError::kNone;
 }
 
-RgbeError readFlat(ByteReader& source, float* data, std::int64_t count) {
+RgbeError readFlat(ByteReader& source, float* data, std::size_t count) {
     while (count > 0) {
-        const std::int64_t wanted = std::min(count, kBlockPixels);
-        const ByteReader::Bytes block = source.ahead(static_cast<std::size_t>(wanted * kRgbeBytes));
-        const std::int64_t pixels = std::min(wanted, static_cast<std::int64_t>(block.size / kRgbeBytes));
-        for (std::int64_t i = 0; i < pixels; ++i, data += 3)
+        const std::size_t wanted = std::min(count, kBlockPixels);
+        const ByteReader::Bytes block = source.ahead(wanted * kRgbeBytes);
+        const std::size_t pixels = std::min(wanted, block.size / kRgbeBytes);
+        for (std::size_t i = 0; i < pixels; ++i, data += 3)
             rgbe2float(data, data + 1, data + 2, block.data + i * kRgbeBytes);
         if (pixels < wanted) return RgbeError::kRead;
-        source.consume(static_cast<std::size_t>(pixels * kRgbeBytes));
+        source.consume(pixels * kRgbeBytes);
         count -= pixels;
     }
     return RgbeError::kNone;
@@ -166,27 +169,26 @@ RgbeError readFlat(ByteReader& source, float* data, std::int64_t count) {
 
 // Packets.
 
-RgbeError readRows(std::FILE* file, float* data, int width, int rows) {
-    if (width <= 0 || rows <= 0) return RgbeError::kNone;
+RgbeError readRows(std::FILE* file, float* data, std::size_t width, std::size_t rows) {
+    if (width == 0) return RgbeError::kNone;
     ByteReader flat(file, kExact);
     PacketSource packets{file};
-    if (!formats::widthHasPackets(width)) return readFlat(flat, data, std::int64_t{width} * rows);
-    const auto stride = static_cast<std::size_t>(width);
+    if (!formats::widthHasPackets(width)) return readFlat(flat, data, width * rows);
     dib::MallocPtr<unsigned char> planes;
     for (; rows > 0; --rows) {
         unsigned char start[kRgbeBytes];
         if (!packets.read(start, sizeof start)) return RgbeError::kRead;
         if (!formats::startsPackets(start)) {
             rgbe2float(data, data + 1, data + 2, start);
-            return readFlat(flat, data + 3, std::int64_t{width} * rows - 1);
+            return readFlat(flat, data + 3, width * rows - 1);
         }
-        if (planes == nullptr) planes = dib::allocateArray<unsigned char>(stride * kRgbeBytes);
+        if (planes == nullptr) planes = dib::allocateArray<unsigned char>(width * kRgbeBytes);
         if (planes == nullptr) return RgbeError::kMemory;
         const RgbeError error = formats::readRgbePackets(packets, start, width, planes.get());
         if (error != RgbeError::kNone) return error;
-        for (std::size_t x = 0; x < stride; ++x, data += 3) {
-            const unsigned char pixel[] = {planes[x], planes[stride + x], planes[2 * stride + x],
-                                           planes[3 * stride + x]};
+        for (std::size_t x = 0; x < width; ++x, data += 3) {
+            const unsigned char pixel[] = {planes[x], planes[width + x], planes[2 * width + x],
+                                           planes[3 * width + x]};
             rgbe2float(data, data + 1, data + 2, pixel);
         }
     }
@@ -205,14 +207,14 @@ std::size_t runLength(const unsigned char* bytes, std::size_t at, std::size_t co
 }
 
 bool writeRun(std::FILE* file, std::size_t length, unsigned char value) {
-    const unsigned char packet[] = {static_cast<unsigned char>(128 + length), value};
+    const unsigned char packet[] = {dib::byteOf(128 + length), value};
     return dib::writeBytes(file, packet, sizeof packet);
 }
 
 bool writeLiterals(std::FILE* file, const unsigned char* bytes, std::size_t count) {
     while (count > 0) {
         const std::size_t length = std::min(count, kMostLiterals);
-        const auto header = static_cast<unsigned char>(length);
+        const auto header = dib::byteOf(length);
         if (!dib::writeBytes(file, &header, 1) || !dib::writeBytes(file, bytes, length)) return false;
         bytes += length;
         count -= length;
@@ -241,24 +243,21 @@ bool writeComponent(std::FILE* file, const unsigned char* bytes, std::size_t cou
     return true;
 }
 
-RgbeError writeRows(std::FILE* file, const float* data, int width, int rows) {
-    if (width <= 0 || rows <= 0) return RgbeError::kNone;
-    const auto stride = static_cast<std::size_t>(width);
+RgbeError writeRows(std::FILE* file, const float* data, std::size_t width, std::size_t rows) {
+    if (width == 0) return RgbeError::kNone;
     dib::MallocPtr<unsigned char> planes;
-    if (formats::widthHasPackets(width)) planes = dib::allocateArray<unsigned char>(stride * kRgbeBytes);
-    if (planes == nullptr) return writeFlat(file, data, std::int64_t{width} * rows);
+    if (formats::widthHasPackets(width)) planes = dib::allocateArray<unsigned char>(width * kRgbeBytes);
+    if (planes == nullptr) return writeFlat(file, data, width * rows);
     for (; rows > 0; --rows) {
-        const unsigned char start[] = {2, 2, static_cast<unsigned char>(width >> 8),
-                                       static_cast<unsigned char>(width)};
+        const unsigned char start[] = {2, 2, dib::byteOf(width >> 8), dib::byteOf(width)};
         if (!dib::writeBytes(file, start, sizeof start)) return RgbeError::kWrite;
-        for (std::size_t x = 0; x < stride; ++x, data += 3) {
+        for (std::size_t x = 0; x < width; ++x, data += 3) {
             unsigned char pixel[kRgbeBytes];
             float2rgbe(pixel, data[0], data[1], data[2]);
-            for (std::size_t plane = 0; plane < kRgbeBytes; ++plane)
-                planes[plane * stride + x] = pixel[plane];
+            for (std::size_t plane = 0; plane < kRgbeBytes; ++plane) planes[plane * width + x] = pixel[plane];
         }
         for (std::size_t plane = 0; plane < kRgbeBytes; ++plane) {
-            if (!writeComponent(file, planes.get() + plane * stride, stride)) return RgbeError::kWrite;
+            if (!writeComponent(file, planes.get() + plane * width, width)) return RgbeError::kWrite;
         }
     }
     return RgbeError::kNone;
@@ -267,13 +266,12 @@ RgbeError writeRows(std::FILE* file, const float* data, int width, int rows) {
 RgbeError writeHeader(std::FILE* file, int width, int height, const rgbe_header_info* info) {
     const int valid = info != nullptr ? info->valid : 0;
     const char* programType = (valid & RGBE_VALID_PROGRAMTYPE) != 0 ? info->programtype : "RGBE";
-    bool written =
-        std::fprintf(file, "#?%.*s\n", static_cast<int>(sizeof info->programtype), programType) >= 0;
+    bool written = std::fprintf(file, "#?%.*s\n", int{sizeof info->programtype}, programType) >= 0;
     if ((valid & RGBE_VALID_GAMMA) != 0) {
-        written = written && std::fprintf(file, "GAMMA=%g\n", static_cast<double>(info->gamma)) >= 0;
+        written = written && std::fprintf(file, "GAMMA=%g\n", double{info->gamma}) >= 0;
     }
     if ((valid & RGBE_VALID_EXPOSURE) != 0) {
-        written = written && std::fprintf(file, "EXPOSURE=%g\n", static_cast<double>(info->exposure)) >= 0;
+        written = written && std::fprintf(file, "EXPOSURE=%g\n", double{info->exposure}) >= 0;
     }
     written = written && std::fprintf(file, "%s\n-Y %d +X %d\n", kFormatLine, height, width) >= 0;
     return written ? RgbeError::kNone : RgbeError::kWrite;
@@ -289,22 +287,22 @@ int RGBE_ReadHeader(FILE* file, int* width, int* height, rgbe_header_info* info)
     return result(formats::readRgbeHeader(source, *width, *height, info), file);
 }
 int RGBE_WritePixels(FILE* file, const float* data, int count) {
-    return result(writeFlat(file, data, count), file);
+    return result(writeFlat(file, data, countOf(count)), file);
 }
 int RGBE_ReadPixels(FILE* file, float* data, int count) {
     ByteReader source(file, kExact);
-    return result(readFlat(source, data, count), file);
+    return result(readFlat(source, data, countOf(count)), file);
 }
 int RGBE_WritePixels_RLE(FILE* file, const float* data, int width, int rows) {
-    return result(writeRows(file, data, width, rows), file);
+    return result(writeRows(file, data, countOf(width), countOf(rows)), file);
 }
 int RGBE_ReadPixels_RLE(FILE* file, float* data, int width, int rows) {
-    return result(readRows(file, data, width, rows), file);
+    return result(readRows(file, data, countOf(width), countOf(rows)), file);
 }
 
 void float2rgbe(unsigned char* rgbe, float red, float green, float blue) {
     const float largest = std::fmax(std::fmax(red, green), blue);
-    std::fill_n(rgbe, kRgbeBytes, static_cast<unsigned char>(0));
+    std::memset(rgbe, 0, kRgbeBytes);
     if (!(largest >= 1e-32)) return;
     int exponent = 0;
     std::frexp(largest, &exponent);
@@ -318,7 +316,7 @@ void float2rgbe(unsigned char* rgbe, float red, float green, float blue) {
     rgbe[0] = mantissa(red);
     rgbe[1] = mantissa(green);
     rgbe[2] = mantissa(blue);
-    rgbe[3] = static_cast<unsigned char>(exponent + 128);
+    rgbe[3] = dib::byteOf(exponent + 128);
 }
 
 void rgbe2float(float* red, float* green, float* blue, const unsigned char* rgbe) {

@@ -4,21 +4,24 @@
 
 #include <DibRgbe.h>
 
+#include <concepts>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "formats/ByteReader.h"
 
 namespace formats {
 
-constexpr int kRgbeBytes = 4;  // of a pixel: three mantissas and the exponent
+constexpr std::size_t kRgbeBytes = 4;  // of a pixel: three mantissas and the exponent
 
 enum class RgbeError { kNone, kRead, kWrite, kWidth, kPackets, kMemory, kNoFormat, kNoSize };
 
 // Prints the reason of a failure; returns whether there was none. `file` is the one that was read or written.
 bool reportRgbe(RgbeError error, std::FILE* file);
 
-constexpr bool widthHasPackets(int width) { return width >= 8 && width <= 32767; }
+constexpr bool widthHasPackets(std::integral auto width) { return width >= 8 && width <= 32767; }
 
 // Whether the first four bytes of a row announce packets; otherwise they are its first pixel.
 inline bool startsPackets(const unsigned char* bytes) {
@@ -31,20 +34,20 @@ RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_heade
 // Reads the packets of one row, after its first four bytes, into four planes of `width` bytes, red to
 // exponent. `Source` has `byte()` (negative at the end) and `read()`.
 template <class Source>
-RgbeError readRgbePackets(Source& source, const unsigned char* start, int width, unsigned char* planes) {
-    if ((start[2] << 8 | start[3]) != width) return RgbeError::kWidth;
-    for (int plane = 0; plane < kRgbeBytes; ++plane) {
-        for (int left = width; left > 0;) {
+RgbeError readRgbePackets(Source& source, const unsigned char* start, std::size_t width,
+                          unsigned char* planes) {
+    if (dib::readBe16(start + 2) != width) return RgbeError::kWidth;
+    for (std::size_t plane = 0; plane < kRgbeBytes; ++plane) {
+        for (std::size_t left = width; left > 0;) {
             const int header = source.byte();
             if (header < 0) return RgbeError::kRead;
-            const int count = header > 128 ? header - 128 : header;
+            const auto count = static_cast<std::size_t>(header > 128 ? header - 128 : header);
             if (count == 0 || count > left) return RgbeError::kPackets;
-            const auto bytes = static_cast<std::size_t>(count);
             if (header > 128) {
                 const int value = source.byte();
                 if (value < 0) return RgbeError::kRead;
-                std::memset(planes, value, bytes);
-            } else if (!source.read(planes, bytes)) {
+                std::memset(planes, value, count);
+            } else if (!source.read(planes, count)) {
                 return RgbeError::kRead;
             }
             planes += count;

@@ -9,6 +9,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
@@ -41,8 +42,7 @@ bool unusedMapIsValid(const TgaHeader& header) {
 
 void skipUnusedMap(ByteReader& file, const TgaHeader& header) {
     const std::size_t entryBytes = skippedEntryBytes(header);
-    if (header.hasMap() && entryBytes > 0)
-        file.skip(entryBytes * static_cast<std::size_t>(header.mapEntries));
+    if (header.hasMap() && entryBytes > 0) file.skip(entryBytes * header.entries());
 }
 
 // Raw pixels keep the row order of the file; run-length pictures are always bottom-up.
@@ -68,7 +68,7 @@ bool readRawPixels(ByteReader& file, NewImage& image, const TgaHeader& header) {
 // Reads a map of 24-bit entries into the table of an 8-bit image.
 bool readMap24(ByteReader& file, NewImage& image, const TgaHeader& header) {
     std::array<unsigned char, 256 * 3> map;
-    const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
+    const std::size_t entries = header.entries();
     if (!file.read(map.data(), entries * 3)) return fail(image, DIB_ERROR_READ);
     DibBGRA* table = dib::colorTable(image->Header);
     for (std::size_t i = 0; i < entries; ++i) table[i] = {map[3 * i], map[3 * i + 1], map[3 * i + 2], 0};
@@ -81,7 +81,7 @@ constexpr int kTableEntries = 256;
 bool readExpanded(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (!createInFileOrder(file, image, header, 32)) return false;
     std::array<DibBGRA, kTableEntries> table{};  // missing entries are transparent black
-    const std::size_t entries = static_cast<std::size_t>(header.mapEntries);
+    const std::size_t entries = header.entries();
     const std::size_t used = std::min(entries, table.size());
     if (!file.read(table.data(), used * sizeof(DibBGRA)) || !file.pass((entries - used) * sizeof(DibBGRA)))
         return fail(image, DIB_ERROR_READ);
@@ -141,7 +141,7 @@ bool readPackets(ByteReader& file, NewImage& image, const TgaHeader& header) {
 
 // The shortest packing: a count byte and a pixel for 128 pixels.
 std::uint64_t fewestPacketBytes(const TgaHeader& header) {
-    const std::uint64_t pixels = static_cast<std::size_t>(header.width) * header.rows();
+    const std::uint64_t pixels = header.columns() * header.rows();
     return (pixels + 127) / 128 * (1 + static_cast<unsigned>(header.bitCount) / 8);
 }
 
@@ -214,8 +214,7 @@ TgaHeader headerOf(const BITMAPINFOHEADER& info) {
 bool writePixels(ByteWriter& file, DibStream& source, DibStream* image, DibProgressCallback callback,
                  void* user) {
     const dib::ImageSize size = dib::admitSize(*source.Header);
-    const std::size_t rowBytes =
-        static_cast<std::size_t>(source.Header->biWidth) * source.Header->biBitCount / 8;
+    const std::size_t rowBytes = dib::packedBytes(source.Header->biWidth, source.Header->biBitCount);
     const int height = static_cast<int>(size.rows);
     if (callback == nullptr) {
         const unsigned char* bottom = source.ScanLine(height - 1);

@@ -10,10 +10,10 @@ TgaHeader TgaHeader::parse(const unsigned char* bytes) {
     header.colorMapType = bytes[1];
     header.imageType = bytes[2];
     header.mapFirst = dib::readLe16(bytes + 3);
-    header.mapEntries = static_cast<std::int16_t>(dib::readLe16(bytes + 5));
+    header.mapEntries = dib::readLeSigned16(bytes + 5);
     header.mapEntryBits = bytes[7];
-    header.width = static_cast<std::int16_t>(dib::readLe16(bytes + 12));
-    header.height = static_cast<std::int16_t>(dib::readLe16(bytes + 14));
+    header.width = dib::readLeSigned16(bytes + 12);
+    header.height = dib::readLeSigned16(bytes + 14);
     header.bitCount = bytes[16];
     header.descriptor = bytes[17];
     return header;
@@ -21,16 +21,16 @@ TgaHeader TgaHeader::parse(const unsigned char* bytes) {
 
 std::array<unsigned char, TgaHeader::kBytes> TgaHeader::bytes() const {
     std::array<unsigned char, kBytes> bytes{};
-    bytes[0] = static_cast<unsigned char>(idBytes);
-    bytes[1] = static_cast<unsigned char>(colorMapType);
-    bytes[2] = static_cast<unsigned char>(imageType);
+    bytes[0] = dib::byteOf(idBytes);
+    bytes[1] = dib::byteOf(colorMapType);
+    bytes[2] = dib::byteOf(imageType);
     dib::writeLe16(&bytes[3], mapFirst);
-    dib::writeLe16(&bytes[5], static_cast<std::uint16_t>(mapEntries));
-    bytes[7] = static_cast<unsigned char>(mapEntryBits);
-    dib::writeLe16(&bytes[12], static_cast<std::uint16_t>(width));
-    dib::writeLe16(&bytes[14], static_cast<std::uint16_t>(height));
-    bytes[16] = static_cast<unsigned char>(bitCount);
-    bytes[17] = static_cast<unsigned char>(descriptor);
+    dib::writeLe16(&bytes[5], mapEntries);
+    bytes[7] = dib::byteOf(mapEntryBits);
+    dib::writeLe16(&bytes[12], width);
+    dib::writeLe16(&bytes[14], height);
+    bytes[16] = dib::byteOf(bitCount);
+    bytes[17] = dib::byteOf(descriptor);
     return bytes;
 }
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "formats/ByteReader.h"
 
 namespace formats {
@@ -90,13 +91,13 @@ std::size_t packPixels(const unsigned char* row, std::size_t pixels, unsigned ch
             count += run;
         }
         count = std::min(count, kMostPixels);
-        *out++ = static_cast<unsigned char>((isRun ? 0x80U : 0U) | (count - 1));
+        *out++ = dib::byteOf((isRun ? 0x80U : 0U) | (count - 1));
         const std::size_t bytes = (isRun ? 1 : count) * kPixelBytes;
         std::memcpy(out, row + x * kPixelBytes, bytes);
         out += bytes;
         x += count;
     }
-    return static_cast<std::size_t>(out - start);
+    return dib::bytesBetween(start, out);
 }
 
 }  // namespace formats

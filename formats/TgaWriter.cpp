@@ -54,8 +54,8 @@ public:
     }
 
 private:
-    std::size_t width() const { return static_cast<std::size_t>(raster_.width); }
-    std::size_t height() const { return static_cast<std::size_t>(raster_.height); }
+    std::size_t width() const { return raster_.columns(); }
+    std::size_t height() const { return raster_.rows(); }
     std::size_t rowBytes() const { return width() * pixelBytes_; }
     bool refuseMemory() {
         return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the file");
@@ -85,7 +85,7 @@ private:
         const std::size_t perByte = 8 / bits;
         for (std::size_t x = 0; x < width(); ++x) {
             const std::size_t shift = 8 - bits - x % perByte * bits;
-            row_[x] = static_cast<unsigned char>(row[x / perByte] >> shift & ((1U << bits) - 1));
+            row_[x] = dib::byteOf(row[x / perByte] >> shift & ((1U << bits) - 1));
         }
         return row_.get();
     }

@@ -28,7 +28,7 @@ void readLookup(ByteReader& file, int table, TimLayout& layout, TimColors& color
     layout.colors = std::size_t{block.width} * block.height;
     const std::size_t first = static_cast<std::size_t>(table) * layout.tableColors();
     const std::size_t count = first < layout.colors ? std::min(layout.colors - first, kMostTimColors) : 0;
-    if (first > 0) file.seek(file.position() + static_cast<std::int64_t>(2 * first));
+    if (first > 0) file.skip(2 * first);
     for (std::size_t i = 0; i < count; ++i)
         colors[i] = static_cast<std::uint16_t>(dib::readLe16(readFields<2>(file).data()));
     file.seek(start + std::int64_t{block.length});
@@ -47,7 +47,7 @@ DIB_ALWAYS_INLINE void swapColors(std::uint16_t* words, std::size_t count) {
 
 DIB_ALWAYS_INLINE void swapNibbles(unsigned char* bytes, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        bytes[i] = static_cast<unsigned char>(bytes[i] >> 4 | bytes[i] << 4);
+        bytes[i] = dib::byteOf(bytes[i] >> 4 | bytes[i] << 4);
     }
 }
 
@@ -86,7 +86,7 @@ DibErrorCode readTimLayout(ByteReader& file, const TimDialect& dialect, int tabl
     layout.bitCount = mode == kTimTrueColor ? 24 : 4 << mode;
     layout.hasLookup = (flags & kTimHasLookup) != 0;
     if (layout.hasLookup) readLookup(file, table, layout, colors);
-    layout.pixelStart = file.position() + static_cast<std::int64_t>(TimBlock::kBytes);
+    layout.pixelStart = file.position() + std::int64_t{TimBlock::kBytes};
     layout.pixels = TimBlock::read(file);
     return DIB_OK;
 }
@@ -94,7 +94,7 @@ DibErrorCode readTimLayout(ByteReader& file, const TimDialect& dialect, int tabl
 DibBGRA timColor(unsigned word, const TimDialect& dialect) {
     const auto channel = [&](unsigned shift) {
         const unsigned value = word >> shift & 31;
-        return static_cast<std::uint8_t>(dialect.scalesColors ? (value * 255 + 15) / 31 : value << 3);
+        return dib::byteOf(dialect.scalesColors ? (value * 255 + 15) / 31 : value << 3);
     };
     return {channel(10), channel(5), channel(0), 0};
 }

@@ -51,6 +51,12 @@ struct TimBlock {
     unsigned width = 0;  // in words
     unsigned height = 0;
 
+    // The size of the words that follow.
+    void setSize(std::size_t words, std::size_t rows) {
+        length = static_cast<std::uint32_t>(kBytes + 2 * words * rows);
+        width = static_cast<unsigned>(words);
+        height = static_cast<unsigned>(rows);
+    }
     static TimBlock read(ByteReader& file);
     std::array<unsigned char, kBytes> bytes() const;
 };
@@ -69,9 +75,11 @@ struct TimLayout {
     std::size_t rowBytes() const { return std::size_t{pixels.width} * 2; }
     std::size_t tableColors() const { return dib::addressableEntries(bitCount); }
     // How many tables the pixels can be shown with.
-    int tables() const {
-        return tableColors() > 0 ? std::max(static_cast<int>(colors / tableColors()), 1) : 1;
+    std::size_t tables() const {
+        return tableColors() > 0 ? std::max<std::size_t>(colors / tableColors(), 1) : 1;
     }
+    // Everything before the pixels.
+    std::size_t headBytes() const { return static_cast<std::size_t>(pixelStart); }
     // Whether the words of colours say what is transparent.
     bool mayHaveAlpha() const { return bitCount == 16 || (bitCount <= 8 && hasLookup); }
 };

@@ -51,11 +51,12 @@ private:
     bool keepFrame(DibBytes& frame) {
         const std::int64_t size = file_.size();
         const std::int64_t start = layout_.pixelStart;
-        const std::int64_t end = start + static_cast<std::int64_t>(layout_.rowBytes()) * layout_.height();
+        const std::int64_t end =
+            start + static_cast<std::int64_t>(layout_.rowBytes() * layout_.pixels.height);
         if (size < start) return true;
         const auto head = static_cast<std::size_t>(start);
         const auto tail = static_cast<std::size_t>(std::max<std::int64_t>(size - end, 0));
-        frame.data = static_cast<unsigned char*>(std::malloc(head + tail));
+        frame.data = dib::allocateArray<unsigned char>(head + tail).release();
         if (frame.data == nullptr) return false;
         frame.size = head + tail;
         file_.seek(0);
@@ -135,7 +136,7 @@ bool probeTim(ProbeRequest& request) {
     request.info.hasAlpha = wantsAlpha(request.options) && layout.mayHaveAlpha();
     request.info.bitCount = request.info.hasAlpha ? 32 : layout.bitCount;
     request.info.paletteSize = static_cast<int>(dib::addressableEntries(request.info.bitCount));
-    request.info.pages = layout.tables();
+    request.info.pages = static_cast<int>(layout.tables());
     nameCompression(request.info, "none");
     return isPossible(layout);
 }

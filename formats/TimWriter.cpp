@@ -26,8 +26,8 @@ std::uint32_t flagsOf(int bitCount) {
     }
 }
 
-std::size_t wordsOf(std::int64_t width, int bitCount) {
-    return static_cast<std::size_t>((width * bitCount + 15) / 16);
+std::size_t wordsOf(std::integral auto width, std::integral auto bitCount) {
+    return (dib::packedBytes(width, bitCount) + 1) / 2;
 }
 
 // What a file has beside its pixels, as another file had it: its positions in video memory, its lookup tables
@@ -49,21 +49,19 @@ public:
     bool fits() const { return fits_; }
     const TimLayout& layout() const { return layout_; }
     // The words of a row; those of the other file when the width is the same.
-    std::size_t words(std::int64_t width) const {
+    std::size_t words(int width) const {
         return layout_.width() == width ? layout_.pixels.width : wordsOf(width, layout_.bitCount);
     }
 
     // False when memory is short.
     bool writeHead(ByteWriter& file, const BITMAPINFOHEADER& image, std::size_t words, std::size_t height) {
-        const auto size = static_cast<std::size_t>(layout_.pixelStart);
+        const std::size_t size = layout_.headBytes();
         const auto head = dib::allocateArray<unsigned char>(size);
         if (head == nullptr) return false;
         std::memcpy(head.get(), bytes_->data, size);
         TimBlock pixels = layout_.pixels;
         if (pixels.width != words || pixels.height != height) {
-            pixels.length = static_cast<std::uint32_t>(words * 2 * height + TimBlock::kBytes);
-            pixels.width = static_cast<unsigned>(words);
-            pixels.height = static_cast<unsigned>(height);
+            pixels.setSize(words, height);
             std::memcpy(head.get() + size - TimBlock::kBytes, pixels.bytes().data(), TimBlock::kBytes);
         }
         if (image.biBitCount <= 8 && layout_.hasLookup) storeColors(head.get(), image);
@@ -71,7 +69,7 @@ public:
         return true;
     }
     void writeTail(ByteWriter& file) const {
-        const auto head = static_cast<std::size_t>(layout_.pixelStart);
+        const std::size_t head = layout_.headBytes();
         file.bytes(bytes_->data + head, bytes_->size - head);
     }
 
@@ -80,7 +78,7 @@ private:
         const std::size_t count = dib::addressableEntries(image.biBitCount);
         const auto colors = dib::readColorTable(image);
         for (std::size_t i = 0; i < count; ++i) {
-            const auto grey = static_cast<std::uint8_t>(i * 255 / (count - 1));
+            const auto grey = dib::byteOf(i * 255 / (count - 1));
             if (colors[i].red != grey || colors[i].green != grey || colors[i].blue != grey) return false;
         }
         return true;
@@ -92,16 +90,16 @@ private:
         const std::size_t before = layout_.tableColors() * table;
         const std::size_t count = std::min(layout_.tableColors(), layout_.colors - before);
         const std::size_t first = static_cast<std::size_t>(layout_.firstColor) + 2 * before;
-        const std::size_t end = static_cast<std::size_t>(layout_.pixelStart) - TimBlock::kBytes;
+        const std::size_t end = layout_.headBytes() - TimBlock::kBytes;
         for (std::size_t i = 0; i < count && first + 2 * i + 2 <= end; ++i) use(i, head + first + 2 * i);
     }
 
     // A palette that is none of the lookup tables replaces the first one. Colours that stay keep their words.
     void storeColors(unsigned char* head, const BITMAPINFOHEADER& image) const {
         const auto colors = dib::readColorTable(image);
-        for (int table = 0; table < layout_.tables(); ++table) {
+        for (std::size_t table = 0; table < layout_.tables(); ++table) {
             bool isSame = true;
-            forEachWord(head, static_cast<std::size_t>(table), [&](std::size_t i, const unsigned char* word) {
+            forEachWord(head, table, [&](std::size_t i, const unsigned char* word) {
                 isSame = isSame && holds(word, colors[i]);
             });
             if (isSame) return;
@@ -140,12 +138,12 @@ public:
         const unsigned char* row = raster_.row(y);
         if (raster_.bitCount == 1) return widen(row, to);
         if (raster_.bitCount != 32) {
-            std::memcpy(to, row, static_cast<std::size_t>(raster_.pixelBytes()));
+            std::memcpy(to, row, dib::packedBytes(raster_.width, raster_.bitCount));
             if (raster_.bitCount == 4 && raster_.width % 2 != 0) to[raster_.width / 2] &= 0xF0;
             return;
         }
         if (fileBits_ == 16) return narrow(row, to);
-        dib::forEachStrip(static_cast<std::size_t>(raster_.width), [&](std::size_t x, std::size_t count) {
+        dib::forEachStrip(raster_.width, [&](std::size_t x, std::size_t count) {
             convert_(row + 4 * x, to + 3 * x, count, colors_);
         });
     }
@@ -155,12 +153,12 @@ private:
     void widen(const unsigned char* row, unsigned char* to) const {
         for (int x = 0; x < raster_.width; ++x) {
             const unsigned bit = row[x / 8] >> (7 - x % 8) & 1;
-            to[x / 2] = static_cast<unsigned char>(x % 2 == 0 ? bit << 4 : to[x / 2] | bit);
+            to[x / 2] = dib::byteOf(x % 2 == 0 ? bit << 4 : to[x / 2] | bit);
         }
     }
     // Colours with alpha become words, in the order of images.
     void narrow(const unsigned char* row, unsigned char* to) const {
-        for (std::size_t x = 0; x < static_cast<std::size_t>(raster_.width); ++x) {
+        for (std::size_t x = 0; x < raster_.columns(); ++x) {
             DibBGRA color;
             std::memcpy(&color, row + 4 * x, sizeof color);
             std::swap(color.red, color.blue);
@@ -185,9 +183,8 @@ void writeLookup(ByteWriter& file, const BITMAPINFOHEADER& header, std::size_t c
     const auto colors = dib::readColorTable(header);
     std::array<unsigned char, kMostTimColors * 2> words;
     for (std::size_t i = 0; i < count; ++i) dib::writeLe16(&words[2 * i], timWord(colors[i]));
-    const TimBlock block = {.length = static_cast<std::uint32_t>(TimBlock::kBytes + 2 * count),
-                            .width = static_cast<unsigned>(count),
-                            .height = 1};
+    TimBlock block;
+    block.setSize(count, 1);
     file.bytes(block.bytes().data(), TimBlock::kBytes);
     file.bytes(words.data(), 2 * count);
 }
@@ -197,9 +194,8 @@ void writeHead(ByteWriter& file, const BITMAPINFOHEADER& header, int bitCount, s
                std::size_t height) {
     writeNumber(file, flagsOf(bitCount));
     if (bitCount <= 8) writeLookup(file, header, dib::addressableEntries(bitCount));
-    const TimBlock block = {.length = static_cast<std::uint32_t>(words * 2 * height + TimBlock::kBytes),
-                            .width = static_cast<unsigned>(words),
-                            .height = static_cast<unsigned>(height)};
+    TimBlock block;
+    block.setSize(words, height);
     file.bytes(block.bytes().data(), TimBlock::kBytes);
 }
 
@@ -212,7 +208,7 @@ bool encode(ByteWriter& file, const DibStream& image, const TimDialect& dialect,
     const int bitCount = fileBits(*image.Header, frame);
     const std::size_t words =
         (frame.fits() ? frame.words(raster.width) : wordsOf(raster.width, bitCount)) & kMostTimWords;
-    const auto height = static_cast<std::size_t>(raster.height);
+    const std::size_t height = raster.rows();
     RowWriter rows(file, words * 2, height);
     code = DIB_ERROR_MEMORY;
     if (!rows.ready()) return false;
@@ -233,7 +229,7 @@ bool encode(ByteWriter& file, const DibStream& image, const TimDialect& dialect,
         }
         // Only pixels that come from such a file have a bit of their own there.
         exchangeTimOrder(row, words * 2, bitCount, dialect.keepsSpecialBit && frame.fits());
-        if (progress != nullptr && !progress->rows(static_cast<std::size_t>(y) + 1, height)) return false;
+        if (progress != nullptr && !progress->rows(y + 1, height)) return false;
     }
     return true;
 }
@@ -299,20 +295,19 @@ bool saveTimWhole(ByteWriter& file, DibStream* image, DibProgressCallback, void*
 bool findTimLosses(LossRequest& request) {
     const BITMAPINFOHEADER& header = *request.image.Header;
     const TimFrame frame(frameOf(request.options), header);
-    const std::int64_t rows = dib::rowCount(header.biHeight);
-    const int bitCount = fileBits(header, frame);
-    const std::size_t words = wordsOf(header.biWidth, bitCount);
-    const auto most = static_cast<std::int64_t>(kMostTimWords);
-    if (words > kMostTimWords || rows > most) {
-        return refuse(request.result, DIB_ERROR_MISMATCH,
-                      "TIM files hold at most %lldx%lld pixels of %d bits",
-                      static_cast<long long>(most * 16 / bitCount), static_cast<long long>(most), bitCount);
+    const std::size_t columns = dib::columnsOf(header);
+    const std::size_t rows = dib::rowsOf(header);
+    const auto bitCount = static_cast<std::size_t>(fileBits(header, frame));
+    const std::size_t words = wordsOf(columns, bitCount);
+    if (words > kMostTimWords || rows > kMostTimWords) {
+        return refuse(request.result, DIB_ERROR_MISMATCH, "TIM files hold at most %zux%zu pixels of %zu bits",
+                      kMostTimWords * 16 / bitCount, kMostTimWords, bitCount);
     }
     noteColors(request, frame);
-    const std::size_t stored = words * 16 / static_cast<std::size_t>(bitCount);
-    if (stored != static_cast<std::size_t>(header.biWidth))
-        note(request.result, DIB_NOTE_LOSS, "rows end with a word: the width of %d becomes %zu",
-             header.biWidth, stored);
+    const std::size_t stored = words * 16 / bitCount;
+    if (stored != columns)
+        note(request.result, DIB_NOTE_LOSS, "rows end with a word: the width of %zu becomes %zu", columns,
+             stored);
     noteMetadata(request, {.timFrame = frame.fits()});
     return true;
 }

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
@@ -47,7 +48,7 @@ public:
         header_->biSizeImage = static_cast<std::uint32_t>(size.imageBytes);
         DibBGRA* table = dib::colorTable(header_.get());
         for (std::size_t i = 0; i < entries; ++i) {
-            const auto grey = static_cast<unsigned char>(i);
+            const auto grey = dib::byteOf(i);
             table[i] = {grey, grey, grey, 0};
         }
         return true;
@@ -59,6 +60,7 @@ public:
     // The first byte of row y, counted from the top.
     unsigned char* row(std::size_t y) { return buffer_.get() + (size_.rows - 1 - y) * size_.rowBytes; }
     const BITMAPINFOHEADER& header() const { return *header_; }
+    std::size_t rows() const { return size_.rows; }
     std::size_t rowBytes() const { return size_.rowBytes; }
     // Replaces the greys by up to 256 entries; the others become 0.
     void usePalette(const DibBGRA* entries, std::size_t count) {

@@ -1,3 +1,4 @@
+#include "dib/Bytes.h"
 #include "formats/diagnosis/DdsHeader.h"
 
 #include <cctype>
@@ -76,8 +77,7 @@ void useCode(const RefusedFile& file, DdsHeader& header) {
     constexpr std::int64_t kPlace = 84;
     const std::string code = file.text(kPlace, 4);
     if (code == "DX10") return useNumber(file.le32(128), header);
-    const bool isText =
-        std::isalnum(static_cast<unsigned char>(code.front())) != 0 && file.byte(kPlace + 3) != 0;
+    const bool isText = std::isalnum(dib::byteOf(code.front())) != 0 && file.byte(kPlace + 3) != 0;
     header.pixelFormat = isText ? quoted(code) : "code " + std::to_string(file.le32(kPlace));
     for (const CodedKind& known : kCodes) {
         if (code == known.code) use(known.kind, header);

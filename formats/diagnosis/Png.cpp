@@ -1,3 +1,4 @@
+#include "dib/Bytes.h"
 #include "formats/diagnosis/Diagnosis.h"
 
 #include <cstdint>
@@ -11,7 +12,7 @@ constexpr std::size_t kChunkFrame = 12;  // length, name and checksum
 std::uint32_t checksum(const std::string& bytes) {
     std::uint32_t sum = 0xFFFFFFFF;
     for (const char c : bytes) {
-        sum ^= static_cast<unsigned char>(c);
+        sum ^= dib::byteOf(c);
         for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ ((sum & 1) != 0 ? 0xEDB88320 : 0);
     }
     return ~sum;
@@ -41,7 +42,7 @@ Problem diagnosePng(const RefusedFile& file) {
         if (name.empty()) return cutShort("the file ends before its last chunk (IEND)");
         if (Problem problem = chunkProblem(file, at); !problem.empty()) return problem;
         hasPixels = hasPixels || name == "IDAT";
-        at += static_cast<std::int64_t>(kChunkFrame) + file.be32(at);
+        at += std::int64_t{kChunkFrame} + file.be32(at);
     }
     if (Problem problem = sizeProblem(file.be32(16), file.be32(20), 32); !problem.empty()) return problem;
     return hasPixels ? Problem() : damaged("the pixels (IDAT) are missing");

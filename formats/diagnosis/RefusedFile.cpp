@@ -54,7 +54,7 @@ Problem sizeProblem(std::int64_t width, std::int64_t height, int bitCount) {
 
 std::string quoted(const std::string& name) {
     std::string text = "\"";
-    for (const char c : name) text += std::isalnum(static_cast<unsigned char>(c)) != 0 || c == ' ' ? c : '?';
+    for (const char c : name) text += std::isalnum(dib::byteOf(c)) != 0 || c == ' ' ? c : '?';
     return text + "\"";
 }
 

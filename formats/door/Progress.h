@@ -5,6 +5,7 @@
 #include <DibTypes.h>
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 
 namespace formats {
@@ -24,11 +25,10 @@ public:
     }
     // The same when `done` of `total` rows are done, which it remembers. Decoding ends below 1: the frame
     // reports that the call is done.
-    bool rows(std::size_t done, std::size_t total) {
-        countRows(done);
+    bool rows(std::integral auto done, std::integral auto total) {
+        countRows(static_cast<std::size_t>(done));
         if (callback_ == nullptr) return true;
-        return report(0.99 * static_cast<double>(done) /
-                      static_cast<double>(std::max<std::size_t>(total, 1)));
+        return report(0.99 * static_cast<double>(done) / std::max(static_cast<double>(total), 1.0));
     }
     // Remembers rows of pictures whose progress is not theirs alone.
     void countRows(std::size_t done) { rowsDone_ = std::max(rowsDone_, done); }
@@ -40,7 +40,7 @@ public:
 
     // For codecs that take a callback: `forward` with the address of this object.
     static bool forward(float fraction, void* progress) {
-        return static_cast<Progress*>(progress)->report(0.99 * static_cast<double>(fraction));
+        return static_cast<Progress*>(progress)->report(0.99 * double{fraction});
     }
 
 private:

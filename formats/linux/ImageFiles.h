@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "dib/Bytes.h"
 #include "formats/ByteReader.h"
 #include "formats/ByteWriter.h"
 #include "formats/PlatformImages.h"
@@ -76,7 +77,7 @@ protected:
 inline void widenPairs(const unsigned char* from, unsigned char* to, std::size_t bytes) {
     for (std::size_t i = 0; i < bytes; ++i) {
         const unsigned two = i % 2 == 0 ? from[i / 2] >> 4 : from[i / 2] & 15U;
-        to[i] = static_cast<unsigned char>((two >> 2) << 4 | (two & 3));
+        to[i] = dib::byteOf((two >> 2) << 4 | (two & 3));
     }
 }
 

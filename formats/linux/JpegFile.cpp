@@ -6,6 +6,7 @@
 #include <new>
 #include <span>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
 #include "formats/Exif.h"
@@ -36,7 +37,7 @@ struct ReaderSource {
         return &manager;
     }
 
-    // A file that ends is continued by an end marker, so that what came is shown.
+    // At the end of the file supplies an end marker: the library then returns the pixels read so far.
     boolean fill(j_decompress_ptr jpeg) {
         static constexpr JOCTET kEnd[] = {0xFF, JPEG_EOI};
         file->consume(lent);
@@ -60,7 +61,7 @@ struct ReaderSource {
     }
 };
 
-// Ink is kept as 255 - ink in the files of the program that wrote the first ones, which say so by a marker.
+// CMYK files with an APP14 marker store 255 - ink.
 template <unsigned kInverted>
 DIB_ALWAYS_INLINE void inksToRgb(const unsigned char* __restrict from, unsigned char* __restrict to,
                                  std::size_t pixels) {
@@ -69,7 +70,7 @@ DIB_ALWAYS_INLINE void inksToRgb(const unsigned char* __restrict from, unsigned 
         for (std::size_t k = 0; k < 3; ++k) {
             // A rounded division by 255.
             const unsigned product = (from[4 * i + k] ^ kInverted) * paper + 128;
-            to[3 * i + k] = static_cast<unsigned char>((product + (product >> 8)) >> 8);
+            to[3 * i + k] = dib::byteOf((product + (product >> 8)) >> 8);
         }
     }
 }
@@ -186,7 +187,7 @@ bool JpegDecoder::readLayout(BitmapLayout& layout) {
 
 ColorTriples JpegDecoder::readColors() {
     if (!options_.dialect.keepsIndices || jpeg_.out_color_space != JCS_GRAYSCALE) return {};
-    for (int i = 0; i < 256; ++i) std::fill_n(greys_ + 3 * i, 3, static_cast<unsigned char>(i));
+    for (int i = 0; i < 256; ++i) std::fill_n(greys_ + 3 * i, 3, dib::byteOf(i));
     return {greys_, 256, true};
 }
 
@@ -292,7 +293,7 @@ bool JpegDecoder::isShown(std::size_t row) {
 // Cameras fill scans up, and files that were damaged have codes left, too.
 bool JpegDecoder::finish(DibFileResult& result) {
     reports_.jump.run([this] { jpeg_finish_decompress(&jpeg_); });
-    if (reports_.hasBytesBehind)
+    if (reports_.hasBytesAfter)
         note(result, DIB_NOTE_WARNING, "bytes follow the last pixel: the picture may be damaged");
     if (reports_.fileEnded && damage_[0] == '\0') note(result, DIB_NOTE_WARNING, "%s", kNoEndMark);
     return true;

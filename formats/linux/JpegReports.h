@@ -16,14 +16,14 @@ constexpr int kExifMarker = JPEG_APP0 + 1;
 constexpr int kProfileMarker = JPEG_APP0 + 2;
 constexpr unsigned char kExifStart[] = {'E', 'x', 'i', 'f', 0, 0};
 
-// What the library's callbacks find behind their error manager.
+// The error manager of the library and what its callbacks note.
 struct JpegReports {
     jpeg_error_mgr manager{};  // first: the library knows this address only
     ErrorJump jump;
-    bool fileEnded = false;       // the library went on with an end marker of its own
-    bool pixelsEnded = false;     // the end marker came before the last pixel
-    bool pixelsBroken = false;    // codes of pixels mean nothing, or a marker stands among them
-    bool hasBytesBehind = false;  // codes remain behind the last pixel of a scan
+    bool fileEnded = false;      // the library went on with an end marker of its own
+    bool pixelsEnded = false;    // the end marker came before the last pixel
+    bool pixelsBroken = false;   // codes of pixels mean nothing, or a marker is among them
+    bool hasBytesAfter = false;  // codes remain after the last pixel of a scan
 
     static JpegReports& of(j_common_ptr codec) { return *reinterpret_cast<JpegReports*>(codec->err); }
 
@@ -46,7 +46,7 @@ struct JpegReports {
             case JWRN_HUFF_BAD_CODE:
             case JWRN_ARITH_BAD_CODE:
             case JWRN_MUST_RESYNC: pixelsBroken = true; break;
-            case JWRN_EXTRANEOUS_DATA: hasBytesBehind = hasBytesBehind || jpeg->input_scan_number > 0; break;
+            case JWRN_EXTRANEOUS_DATA: hasBytesAfter = hasBytesAfter || jpeg->input_scan_number > 0; break;
             default: break;
         }
     }

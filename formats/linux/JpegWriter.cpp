@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
 #include "dib/PixelReader.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
@@ -84,8 +85,7 @@ public:
     }
     bool start() {
         if (convert_ == nullptr) return true;
-        row_ =
-            dib::allocateArray<unsigned char>(static_cast<std::size_t>(raster_.width) * dib::bytesOf(form_));
+        row_ = dib::allocateArray<unsigned char>(raster_.columns() * dib::bytesOf(form_));
         return row_ != nullptr;
     }
     int width() const { return raster_.width; }
@@ -98,9 +98,9 @@ public:
     const unsigned char* row(int y) {
         const unsigned char* from = raster_.row(y);
         if (convert_ == nullptr) return from;
-        const auto bits = static_cast<std::size_t>(raster_.bitCount);
-        dib::forEachStrip(static_cast<std::size_t>(raster_.width), [&](std::size_t x, std::size_t count) {
-            convert_(from + x * bits / 8, row_.get() + x * dib::bytesOf(form_), count, colors_);
+        dib::forEachStrip(raster_.width, [&](std::size_t x, std::size_t count) {
+            convert_(from + dib::packedBytes(x, raster_.bitCount), row_.get() + x * dib::bytesOf(form_),
+                     count, colors_);
         });
         return row_.get();
     }
@@ -125,13 +125,13 @@ void setResolution(jpeg_compress_struct& jpeg, const DibMetadata& metadata) {
     jpeg.Y_density = perInch(y);
 }
 
-// The block behind the six bytes that every marker of its kind starts with.
+// The EXIF block with the six bytes that start every marker of its kind.
 bool makeExifMarker(const DibMetadata* metadata, DibBytes& marker) {
     DibBytes block;
     if (metadata == nullptr) return true;
     if (!exifForFile(*metadata, block)) return false;
     if (block.size == 0 || block.size > kMostJpegExif) return true;
-    marker.data = static_cast<unsigned char*>(std::malloc(sizeof kExifStart + block.size));
+    marker.data = dib::allocateArray<unsigned char>(sizeof kExifStart + block.size).release();
     if (marker.data == nullptr) return false;
     marker.size = sizeof kExifStart + block.size;
     std::memcpy(marker.data, kExifStart, sizeof kExifStart);
@@ -153,9 +153,7 @@ void encode(Encoder& encoder, WriteRequest& request, Rows& rows, const DibBytes&
     }
     for (int y = 0; y < rows.height(); ++y) {
         encoder.writeRow(rows.row(y));
-        const auto done = static_cast<std::size_t>(y) + 1;
-        if (!request.progress.rows(done, static_cast<std::size_t>(rows.height())))
-            encoder.reports.jump.leave();
+        if (!request.progress.rows(y + 1, rows.height())) encoder.reports.jump.leave();
     }
     jpeg_finish_compress(&jpeg);
 }

@@ -5,6 +5,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/ImageSize.h"
 #include "dib/PixelReader.h"
 #include "formats/ColorOrder.h"
 #include "formats/Exif.h"
@@ -52,7 +53,7 @@ bool isKept(const DibBytes& profile, bool isGrey) {
 }
 
 bool isKeptByPng(const DibBytes& profile, bool isGrey) {
-    constexpr std::size_t kTags = 132;  // behind the header and the number of tags
+    constexpr std::size_t kTags = 132;  // after the header and the number of tags
     constexpr std::size_t kTagBytes = 12;
     if (!isKept(profile, isGrey) || profile.size < kTags) return false;
     const auto number = [&](std::size_t at) { return std::size_t{dib::readBe32(profile.data + at)}; };
@@ -105,9 +106,7 @@ int OutgoingPicture::countColors() const {
     return static_cast<int>(largest) + 1;
 }
 
-std::size_t OutgoingPicture::rowBytes() const {
-    return (static_cast<std::size_t>(raster_.width) * static_cast<std::size_t>(bits() * samples()) + 7) / 8;
-}
+std::size_t OutgoingPicture::rowBytes() const { return dib::packedBytes(raster_.width, bits() * samples()); }
 
 bool OutgoingPicture::start() {
     row_ = dib::allocateArray<unsigned char>(rowBytes());
@@ -116,7 +115,7 @@ bool OutgoingPicture::start() {
 
 const unsigned char* OutgoingPicture::row(int y) {
     const unsigned char* from = raster_.row(y);
-    const auto width = static_cast<std::size_t>(raster_.width);
+    const std::size_t width = raster_.columns();
     switch (raster_.bitCount) {
         case 32: swapRedBlue32(from, row_.get(), width); break;
         case 24: swapRedBlue(from, row_.get(), width); break;
@@ -134,7 +133,7 @@ const unsigned char* OutgoingPicture::row(int y) {
             std::copy_n(from, rowBytes(), row_.get());
             // What follows the last pixel does not belong to the picture.
             const int used = raster_.width * raster_.bitCount % 8;
-            if (used > 0) row_[rowBytes() - 1] &= static_cast<unsigned char>(0xFF00U >> used);
+            if (used > 0) row_[rowBytes() - 1] &= dib::byteOf(0xFF00U >> used);
         }
     }
     return row_.get();

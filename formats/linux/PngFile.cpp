@@ -1,4 +1,4 @@
-// PNG files by libpng: reading, and the classic way of writing.
+// Reads PNG files by libpng.
 #include <isa-l/crc.h>
 #include <png.h>
 
@@ -12,52 +12,18 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "formats/Exif.h"
-#include "formats/linux/ErrorJump.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/PngCalls.h"
 
 namespace formats {
 
 namespace {
 
-// What the library's callbacks need.
-struct Calls {
-    ErrorJump jump;
-    bool isShortOfMemory = false;
-    bool isDamaged = false;  // the library warned
-    bool isCut = false;      // the file ended
-    bool warnedOfProfile = false;
-    bool warnedOfExif = false;
-};
-
-// Failures of the library end in the jump; its messages are not printed.
-void onError(png_structp png, png_const_charp) { static_cast<Calls*>(png_get_error_ptr(png))->jump.leave(); }
-void onWarning(png_structp png, png_const_charp text) {
-    Calls& calls = *static_cast<Calls*>(png_get_error_ptr(png));
-    calls.isDamaged = true;
-    // Warnings start with the name of their chunk.
-    if (std::strncmp(text, "iCCP", 4) == 0) calls.warnedOfProfile = true;
-    if (std::strncmp(text, "eXIf", 4) == 0) calls.warnedOfExif = true;
-}
-
-void* allocate(png_structp png, png_alloc_size_t bytes) {
-    void* block = std::malloc(bytes);
-    if (block == nullptr) static_cast<Calls*>(png_get_mem_ptr(png))->isShortOfMemory = true;
-    return block;
-}
-void release(png_structp, void* block) { std::free(block); }
-
 void readFrom(png_structp png, png_bytep out, std::size_t bytes) {
     if (static_cast<ByteReader*>(png_get_io_ptr(png))->read(out, bytes)) return;
-    static_cast<Calls*>(png_get_error_ptr(png))->isCut = true;
+    static_cast<png::Calls*>(png_get_error_ptr(png))->isCut = true;
     png_error(png, "");
 }
-void writeTo(png_structp png, png_bytep from, std::size_t bytes) {
-    auto* file = static_cast<ByteWriter*>(png_get_io_ptr(png));
-    file->bytes(from, bytes);
-    if (!file->isWhole()) png_error(png, "");
-}
-void flushNothing(png_structp) {}
-
 class PngDecoder final : public FileDecoder {
 public:
     PngDecoder(ByteReader& file, const DecoderOptions& options) : file_(file), options_(options) {}
@@ -93,7 +59,7 @@ private:
     const DecoderOptions options_;
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
-    Calls calls_;
+    png::Calls calls_;
     png_uint_32 width_ = 0;
     png_uint_32 height_ = 0;
     int depth_ = 0;
@@ -126,8 +92,8 @@ void PngDecoder::chooseChunks() {
 }
 
 void PngDecoder::readHeader() {
-    png_ = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &calls_, onError, onWarning, &calls_, allocate,
-                                    release);
+    png_ = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &calls_, png::onError, png::onWarning, &calls_,
+                                    png::allocate, png::release);
     if (png_ == nullptr) calls_.jump.leave();
     info_ = png_create_info_struct(png_);
     if (info_ == nullptr) calls_.jump.leave();
@@ -179,7 +145,7 @@ bool PngDecoder::readLayout(BitmapLayout& layout) {
     layout.bitsPerPixel = bitsPerPixel();
     layout.bitsPerComponent = std::min<std::size_t>(layout.bitsPerPixel, 8);
     layout.bytesPerRow = (layout.width * layout.bitsPerPixel + 7) / 8;
-    rowBytes_ = hasIndices() ? (layout.width * static_cast<std::size_t>(depth_) + 7) / 8 : layout.bytesPerRow;
+    rowBytes_ = hasIndices() ? dib::packedBytes(layout.width, depth_) : layout.bytesPerRow;
 
     // Nothing is unpacked to more than 1032 times its size: what could not be in the file need not be waited
     // for.
@@ -194,8 +160,7 @@ bool PngDecoder::readLayout(BitmapLayout& layout) {
 ColorTriples PngDecoder::readColors() {
     if (options_.dialect.keepsIndices && !transparent_ && colorType_ == PNG_COLOR_TYPE_GRAY) {
         const int levels = 1 << std::min(depth_, 8);
-        for (int i = 0; i < levels; ++i)
-            std::fill_n(greys_ + 3 * i, 3, static_cast<unsigned char>(i * 255 / (levels - 1)));
+        for (int i = 0; i < levels; ++i) std::fill_n(greys_ + 3 * i, 3, dib::byteOf(i * 255 / (levels - 1)));
         return {greys_, static_cast<std::size_t>(levels), true};
     }
     png_colorp colors = nullptr;
@@ -228,10 +193,9 @@ bool PngDecoder::applyExifAtEnd(DibMetadata& metadata) {
     const unsigned char* last = all + count;
     // By its second letter, which no search by four letters finds as fast.
     for (const unsigned char* next = all + std::min<std::size_t>(5, count);; ++next) {
-        next =
-            static_cast<const unsigned char*>(std::memchr(next, 'X', static_cast<std::size_t>(last - next)));
+        next = static_cast<const unsigned char*>(std::memchr(next, 'X', dib::bytesBetween(next, last)));
         if (next == nullptr || last - next < static_cast<std::ptrdiff_t>(kFrame) - 5) break;
-        const std::size_t at = static_cast<std::size_t>(next - all) - 5;
+        const std::size_t at = dib::bytesBetween(all, next) - 5;
         if (std::memcmp(all + at + 4, "eXIf", 4) != 0) continue;
         const std::size_t length = dib::readBe32(all + at);
         if (length > count - at - kFrame) continue;
@@ -316,7 +280,7 @@ void PngDecoder::chooseTransforms() {
 bool PngDecoder::startPixels() {
     const bool interlaced = interlace_ != PNG_INTERLACE_NONE;
     const std::size_t bytes = rowBytes_ * (interlaced ? height_ : 1);
-    // What is missing of a damaged file is 0, and so are the bits behind the last pixel of a row.
+    // What is missing of a damaged file is 0, and so are the bits after the last pixel of a row.
     rows_ = options_.keepsDamaged || hasIndices() ? dib::allocateZeroedImageBlock(bytes)
                                                   : dib::allocateImageBlock(bytes);
     const bool isWidened = hasIndices() && depth_ == 2;
@@ -375,47 +339,10 @@ const unsigned char* PngDecoder::nextRow() {
     return wide_.get();
 }
 
-struct PngWriter {
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-    Calls calls;
-
-    PngWriter() = default;
-    ~PngWriter() { png_destroy_write_struct(&png, &info); }
-    PngWriter(const PngWriter&) = delete;
-    PngWriter& operator=(const PngWriter&) = delete;
-
-    void write(ByteWriter& file, const RgbaPicture& picture) {
-        png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &calls, onError, onWarning, &calls, allocate,
-                                        release);
-        if (png == nullptr) calls.jump.leave();
-        info = png_create_info_struct(png);
-        if (info == nullptr) calls.jump.leave();
-        png_set_write_fn(png, &file, writeTo, flushNothing);
-        png_set_user_limits(png, INT_MAX, INT_MAX);
-        png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width),
-                     static_cast<png_uint_32>(picture.height), 8, PNG_COLOR_TYPE_RGB_ALPHA,
-                     PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-        // Against the library's own choice (level 6, all filters) files of photographs, drawings and noise
-        // became -1 to +4 % longer and took a quarter to two thirds of the time.
-        constexpr int kLevel = 4;
-        png_set_compression_level(png, kLevel);
-        png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FAST_FILTERS);
-        png_write_info(png, info);
-        for (int y = 0; y < picture.height; ++y) png_write_row(png, picture.row(y));
-        png_write_end(png, info);
-    }
-};
-
 }  // namespace
 
 std::unique_ptr<FileDecoder> openPng(ByteReader& file, const DecoderOptions& options) {
     return std::unique_ptr<FileDecoder>(new (std::nothrow) PngDecoder(file, options));
-}
-
-bool writeClassicPng(ByteWriter& file, const RgbaPicture& picture) {
-    PngWriter writer;
-    return writer.calls.jump.run([&] { writer.write(file, picture); });
 }
 
 }  // namespace formats

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 
 namespace formats {
@@ -38,8 +39,8 @@ DIB_ALWAYS_INLINE std::uint64_t apply(const Byte* __restrict row, const Byte* __
         const std::size_t end = bytes - start < kStrip ? bytes : start + kStrip;
         std::uint32_t strip = 0;
         for (std::size_t i = start; i < end; ++i) {
-            const auto value = static_cast<Byte>(row[i] - guess(before[i], above[i], aboveLeft[i]));
-            const auto negative = static_cast<Byte>(-value);
+            const auto value = dib::byteOf(row[i] - guess(before[i], above[i], aboveLeft[i]));
+            const auto negative = dib::byteOf(-value);
             to[i] = value;
             strip += value < negative ? value : negative;
         }

@@ -21,7 +21,7 @@ using Byte = unsigned char;
 
 void writeChunk(ByteWriter& file, const char* name, const Byte* data, std::size_t bytes) {
     Byte frame[4];
-    dib::writeBe32(frame, static_cast<std::uint32_t>(bytes));
+    dib::writeBe32(frame, bytes);
     file.bytes(frame, sizeof frame);
     file.bytes(name, 4);
     file.bytes(data, bytes);
@@ -44,9 +44,9 @@ Byte colorType(PixelKind kind) {
 void writeHeader(ByteWriter& file, const OutgoingPicture& picture) {
     file.bytes("\x89PNG\r\n\x1A\n", 8);
     Byte header[13] = {};
-    dib::writeBe32(header, static_cast<std::uint32_t>(picture.width()));
-    dib::writeBe32(header + 4, static_cast<std::uint32_t>(picture.height()));
-    header[8] = static_cast<Byte>(picture.bits());
+    dib::writeBe32(header, picture.width());
+    dib::writeBe32(header + 4, picture.height());
+    header[8] = dib::byteOf(picture.bits());
     header[9] = colorType(picture.kind());
     writeChunk(file, "IHDR", header, sizeof header);
 }
@@ -85,7 +85,7 @@ void writeTransparency(ByteWriter& file, const DibBytes& alpha, const OutgoingPi
                std::min(alpha.size, static_cast<std::size_t>(picture.colorCount())));
 }
 
-// The profile is packed as a whole, behind a name and the number of the packing.
+// The chunk is a name, the number of the compression and the compressed profile.
 bool writeProfile(ByteWriter& file, const DibBytes& profile, const OutgoingPicture& picture) {
     if (!isKeptByPng(profile, picture.kind() == PixelKind::kGrey)) return true;
     constexpr Byte kStart[] = {'I', 'C', 'C', 0, 0};
@@ -195,8 +195,7 @@ bool writePng(WriteRequest& request) {
     const int height = picture.height();
     for (int y = 0; y < height; ++y) {
         pixels.add(request.file, picture.row(y), y + 1 == height);
-        if (!request.progress.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(height)))
-            return false;
+        if (!request.progress.rows(y + 1, height)) return false;
     }
     writeChunk(request.file, "IEND", nullptr, 0);
     return true;

@@ -56,7 +56,7 @@ public:
     std::vector<Entry> entriesAt(std::uint64_t at) const {
         constexpr std::uint32_t kMostEntries = 512;
         unsigned char start[2];
-        if (!file_.seek(static_cast<std::int64_t>(at)) || !file_.read(start, sizeof start)) return {};
+        if (!file_.seek(at) || !file_.read(start, sizeof start)) return {};
         const std::uint32_t count = numbers_.read16(start);
         if (count > kMostEntries) return {};
         std::vector<Entry> entries;
@@ -79,7 +79,7 @@ public:
         return 0;
     }
     bool read(std::uint64_t at, void* to, std::size_t bytes) const {
-        return file_.seek(static_cast<std::int64_t>(at)) && file_.read(to, bytes);
+        return file_.seek(at) && file_.read(to, bytes);
     }
     std::uint64_t size() const { return static_cast<std::uint64_t>(std::max<std::int64_t>(file_.size(), 0)); }
 
@@ -131,7 +131,7 @@ private:
     std::uint32_t placeOf(const Entry& entry, int depth) {
         const std::uint32_t place = from_.valueOf(entry);
         if (isDirectory(entry, depth)) return copy(from_.entriesAt(place), depth + 1);
-        const auto bytes = static_cast<std::size_t>(bytesOf(entry));
+        const auto bytes = std::size_t{bytesOf(entry)};
         if (bytes <= 4) return 0;
         makeEven();
         const std::size_t at = block_.size();
@@ -162,7 +162,7 @@ std::size_t lengthOfOwnBlock(const Directories& file, std::uint64_t directory, s
     const std::vector<Entry> picture = file.entriesAt(directory);
     const auto isSame = [&](Tag tag) { return file.valueOf(own, tag) == file.valueOf(picture, tag); };
     const bool isOfPixels = file.valueOf(own, kStrips) != 0 || file.valueOf(own, kTiles) != 0;
-    return !own.empty() && !isOfPixels && isSame(kExif) && isSame(kGps) ? static_cast<std::size_t>(end) : 0;
+    return !own.empty() && !isOfPixels && isSame(kExif) && isSame(kGps) ? std::size_t{end} : 0;
 }
 
 }  // namespace

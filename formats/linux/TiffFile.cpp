@@ -7,6 +7,7 @@
 #include <iterator>
 #include <new>
 
+#include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/Turn.h"
@@ -107,7 +108,7 @@ ColorTriples TiffDecoder::readColors() {
         const bool isInverted = hasIndices() && meaning_.kind == TiffKind::kInvertedGrey;
         for (int i = 0; i < levels; ++i) {
             const int level = (isInverted ? levels - 1 - i : i) * 255 / (levels - 1);
-            std::fill_n(colors_ + 3 * i, 3, static_cast<unsigned char>(level));
+            std::fill_n(colors_ + 3 * i, 3, dib::byteOf(level));
         }
         return {colors_, static_cast<std::size_t>(levels), true};
     }
@@ -123,7 +124,7 @@ ColorTriples TiffDecoder::readColors() {
     }
     for (std::size_t i = 0; i < count; ++i) {
         for (std::size_t k = 0; k < 3; ++k) {
-            colors_[3 * i + k] = static_cast<unsigned char>(wide ? channels[k][i] >> 8 : channels[k][i]);
+            colors_[3 * i + k] = dib::byteOf(wide ? channels[k][i] >> 8 : channels[k][i]);
         }
     }
     return {colors_, count, options_.dialect.keepsIndices};
@@ -229,7 +230,7 @@ void TiffDecoder::divideAlpha() {
         const unsigned alpha = step == 4 ? from[3] : 255U;
         for (std::size_t k = 0; k < 3; ++k) {
             const unsigned color = alpha == 0 ? 0 : (from[k] * 255U + alpha / 2) / alpha;
-            to[k] = static_cast<unsigned char>(std::min(color, 255U));
+            to[k] = dib::byteOf(std::min(color, 255U));
         }
     }
 }

@@ -109,7 +109,7 @@ int countTiffPages(ByteReader& file) {
     unsigned char bytes[8];
     while (pages < kMostPages && at != 0 && at != remembered && at <= INT64_MAX) {
         if ((pages & (pages - 1)) == 0) remembered = at;
-        if (!file.seek(static_cast<std::int64_t>(at)) || !file.read(bytes, countBytes)) break;
+        if (!file.seek(at) || !file.read(bytes, countBytes)) break;
         const std::uint64_t entries = numbers.read(bytes, countBytes);
         if (entries == 0 || entries > 65535) break;
         if (!file.skip(entries * entryBytes) || !file.read(bytes, offsetBytes)) break;

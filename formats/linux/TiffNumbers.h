@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Bytes.h"
+
 namespace formats {
 
 // Numbers of up to eight bytes.
@@ -21,7 +23,7 @@ public:
     std::uint32_t read32(const unsigned char* p) const { return static_cast<std::uint32_t>(read(p, 4)); }
     void write(unsigned char* p, std::uint64_t value, std::size_t bytes) const {
         for (std::size_t i = 0; i < bytes; ++i)
-            p[isLittle_ ? i : bytes - 1 - i] = static_cast<unsigned char>(value >> 8 * i);
+            p[isLittle_ ? i : bytes - 1 - i] = dib::byteOf(value >> 8 * i);
     }
 
 private:

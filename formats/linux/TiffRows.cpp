@@ -33,7 +33,7 @@ bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, T
     }
     const std::uint64_t rowBytes = bytesOfRow(layout, layout.width);
     if (rowBytes > INT_MAX) return false;
-    rowBytes_ = static_cast<std::size_t>(rowBytes);
+    rowBytes_ = std::size_t{rowBytes};
 
     isTiled_ = TIFFIsTiled(tiff) != 0;
     if (isTiled_) {
@@ -67,7 +67,7 @@ bool TiffRows::startTiles() {
     if (TIFFGetField(tiff_, TIFFTAG_TILELENGTH, &tileHeight) == 0) return false;
     const std::uint64_t tileRowBytes = bytesOfRow(layout_, tileWidth_);
     if (tileRowBytes > INT_MAX || tileRowBytes * tileHeight > kMostPieceBytes) return false;
-    tileRowBytes_ = static_cast<std::size_t>(tileRowBytes);
+    tileRowBytes_ = std::size_t{tileRowBytes};
     tileRows_ = tileHeight;
     if (TIFFTileSize(tiff_) != static_cast<tmsize_t>(tileRowBytes_ * tileRows_)) return false;
     // Tiles side by side must meet between two bytes.
@@ -180,8 +180,8 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
     if (bytes == 0) return 0;
     const auto packed = dib::allocateArray<unsigned char>(static_cast<std::size_t>(bytes));
     isShortOfMemory_ = packed == nullptr;
-    if (isShortOfMemory_ || !source_->file.seek(static_cast<std::int64_t>(start)) ||
-        !source_->file.read(packed.get(), static_cast<std::size_t>(bytes))) {
+    if (isShortOfMemory_ || !source_->file.seek(start) ||
+        !source_->file.read(packed.get(), std::size_t{bytes})) {
         return 0;
     }
     // The library says of a number of rows whether it has them all, and nothing else.
@@ -194,9 +194,9 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
     std::size_t most = rows;
     // But of a deflate stream that is to give all rows it takes missing bytes for zeros.
     if (deflate_.isUsed()) {
-        const std::uint64_t unpacked = deflate_.unpackedBytes(packed.get(), static_cast<std::size_t>(bytes));
+        const std::uint64_t unpacked = deflate_.unpackedBytes(packed.get(), std::size_t{bytes});
         isShortOfMemory_ = deflate_.isShortOfMemory();
-        most = static_cast<std::size_t>(std::min<std::uint64_t>(rows - 1, unpacked / rowBytes));
+        most = std::size_t{std::min<std::uint64_t>(rows - 1, unpacked / rowBytes)};
     }
     std::size_t whole = 0;
     while (whole < most) {

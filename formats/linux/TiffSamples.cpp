@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "dib/Bytes.h"
 #include "dib/HalfFloat.h"
 
 namespace formats {
@@ -32,15 +33,15 @@ std::uint32_t packedAt(const unsigned char* row, std::size_t index, unsigned bit
     if (bits == 24) {
         const unsigned char* p = row + index * 3;
         return std::endian::native == std::endian::little
-                   ? p[0] | static_cast<std::uint32_t>(p[1]) << 8 | static_cast<std::uint32_t>(p[2]) << 16
-                   : p[2] | static_cast<std::uint32_t>(p[1]) << 8 | static_cast<std::uint32_t>(p[0]) << 16;
+                   ? p[0] | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16
+                   : p[2] | std::uint32_t{p[1]} << 8 | std::uint32_t{p[0]} << 16;
     }
     const std::size_t start = index * bits;
     const std::size_t last = (start + bits - 1) / 8;
     std::uint64_t packed = 0;
     for (std::size_t i = start / 8; i <= last; ++i) packed = packed << 8 | row[i];
-    const std::size_t behind = (last + 1) * 8 - (start + bits);
-    return static_cast<std::uint32_t>(packed >> behind & ((std::uint64_t{1} << bits) - 1));
+    const std::size_t below = (last + 1) * 8 - (start + bits);
+    return static_cast<std::uint32_t>(packed >> below & ((std::uint64_t{1} << bits) - 1));
 }
 
 std::uint64_t integerAt(const unsigned char* row, std::size_t index, unsigned bits) {
@@ -61,9 +62,7 @@ void unpack(const Channel& from, unsigned bits, float* to, std::size_t pixels, s
     }
 }
 
-constexpr unsigned char byteOfWord(std::uint16_t word) {
-    return static_cast<unsigned char>((word * 255U + 32895U) >> 16);
-}
+constexpr unsigned char byteOfWord(std::uint16_t word) { return dib::byteOf((word * 255U + 32895U) >> 16); }
 
 // Rounded to bytes of the same share of the largest value. Signs are not looked at.
 void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t pixels, std::size_t step) {
@@ -74,7 +73,7 @@ void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t p
         } else if (bits == 16) {
             *to = byteOfWord(wordAt<std::uint16_t>(from.row, at));
         } else {
-            *to = static_cast<unsigned char>((integerAt(from.row, at, bits) * 255 + largest / 2) / largest);
+            *to = dib::byteOf((integerAt(from.row, at, bits) * 255 + largest / 2) / largest);
         }
     }
 }
@@ -90,7 +89,7 @@ void unpack(const Channel& from, unsigned bits, std::uint16_t* to, std::size_t p
 void unpackIndices(const Channel& from, unsigned bits, unsigned char* to, std::size_t pixels,
                    std::size_t step) {
     for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
-        *to = static_cast<unsigned char>(packedAt(from.row, at, bits));
+        *to = dib::byteOf(packedAt(from.row, at, bits));
     }
 }
 // Indices are bytes: there are none of more bits, and none among floats.
@@ -104,8 +103,8 @@ constexpr float kOpaque<float> = 1.0F;
 
 // A rounded division by 255.
 unsigned char product(unsigned char a, unsigned char b) {
-    const unsigned value = static_cast<unsigned>(a) * b + 128;
-    return static_cast<unsigned char>((value + (value >> 8)) >> 8);
+    const unsigned value = unsigned{a} * b + 128;
+    return dib::byteOf((value + (value >> 8)) >> 8);
 }
 std::uint16_t product(std::uint16_t a, std::uint16_t b) {
     return static_cast<std::uint16_t>((std::uint32_t{a} * b + 32767U) / 65535U);
@@ -126,7 +125,7 @@ void show(float sample, float& to) { to = sample; }
 void show(float sample, unsigned char& to) {
     // A float that is not a number is neither.
     const int byte = sample >= 1 ? 255 : sample > 0 ? (static_cast<int>(sample * 510.0F) + 1) / 2 : 0;
-    to = static_cast<unsigned char>(byte);
+    to = dib::byteOf(byte);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dib/ImageSize.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/OutgoingPicture.h"
@@ -16,13 +17,18 @@ namespace {
 constexpr std::size_t kStripBytes = 1 << 18;
 
 int rowsPerStrip(std::size_t rowBytes, int height) {
-    return static_cast<int>(
-        std::clamp<std::size_t>(kStripBytes / rowBytes, 1, static_cast<std::size_t>(height)));
+    const auto most = static_cast<int>(std::max<std::size_t>(kStripBytes / rowBytes, 1));
+    return std::min(most, height);
+}
+
+// Tags of 32 bits.
+void setNumber(TIFF* tiff, std::uint32_t tag, int number) {
+    TIFFSetField(tiff, tag, static_cast<std::uint32_t>(number));
 }
 
 void describe(TIFF* tiff, int width, int height, int bits, int samples, std::uint16_t photometric) {
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(width));
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(height));
+    setNumber(tiff, TIFFTAG_IMAGEWIDTH, width);
+    setNumber(tiff, TIFFTAG_IMAGELENGTH, height);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
     if (samples == 4) {
@@ -65,9 +71,10 @@ void setPalette(TIFF* tiff, const OutgoingPicture& picture) {
     std::uint16_t channels[3][256] = {};
     for (int i = 0; i < picture.colorCount(); ++i) {
         const DibBGRA color = picture.color(i);
-        channels[0][i] = static_cast<std::uint16_t>(color.red * 257);
-        channels[1][i] = static_cast<std::uint16_t>(color.green * 257);
-        channels[2][i] = static_cast<std::uint16_t>(color.blue * 257);
+        const auto level = [](std::uint8_t byte) { return static_cast<std::uint16_t>(byte * 257); };
+        channels[0][i] = level(color.red);
+        channels[1][i] = level(color.green);
+        channels[2][i] = level(color.blue);
     }
     TIFFSetField(tiff, TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
 }
@@ -116,9 +123,9 @@ bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture) {
     describe(tiff, picture.width, picture.height, 8, 4, PHOTOMETRIC_RGB);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(picture.width);
+    const std::size_t rowBytes = dib::packedBytes(picture.width, 32);
     const int rows = rowsPerStrip(rowBytes, picture.height);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
+    setNumber(tiff, TIFFTAG_ROWSPERSTRIP, rows);
     for (int y = 0; y < picture.height; y += rows) {
         const auto count = static_cast<std::size_t>(std::min(rows, picture.height - y));
         if (!writeStrip(tiff, y / rows, picture.row(y), count * rowBytes)) return false;
@@ -131,7 +138,8 @@ bool writeTiff(WriteRequest& request) {
     const int height = picture.height();
     const std::size_t rowBytes = picture.rowBytes();
     const int rows = rowsPerStrip(rowBytes, height);
-    const auto strip = dib::allocateArray<unsigned char>(static_cast<std::size_t>(rows) * rowBytes);
+    const std::size_t stripBytes = rowBytes * static_cast<std::size_t>(rows);
+    const auto strip = dib::allocateArray<unsigned char>(stripBytes);
     const DibMetadata* metadata = request.options.metadata;
     DibBytes exif;
     const bool hasExif = metadata == nullptr || exifForTiff(*metadata, exif);
@@ -148,18 +156,18 @@ bool writeTiff(WriteRequest& request) {
     setPalette(tiff, picture);
     setMetadata(tiff, metadata, picture.kind() == PixelKind::kGrey);
     const std::size_t textBytes = writeTiffExif(tiff, request.file, exif);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rows));
+    setNumber(tiff, TIFFTAG_ROWSPERSTRIP, rows);
     const int strips = (height + rows - 1) / rows;
     target.leaveRoom(mostDirectoryBytes(picture, strips, metadata) + textBytes);
+    std::size_t held = 0;  // bytes of the strip
     for (int y = 0; y < height; ++y) {
-        std::memcpy(strip.get() + static_cast<std::size_t>(y % rows) * rowBytes, picture.row(y), rowBytes);
-        const bool isLast = y + 1 == height;
-        if ((y + 1) % rows == 0 || isLast) {
-            const auto count = static_cast<std::size_t>(y % rows) + 1;
-            if (!writeStrip(tiff, y / rows, strip.get(), count * rowBytes)) return false;
+        std::memcpy(strip.get() + held, picture.row(y), rowBytes);
+        held += rowBytes;
+        if (held == stripBytes || y + 1 == height) {
+            if (!writeStrip(tiff, y / rows, strip.get(), held)) return false;
+            held = 0;
         }
-        if (!request.progress.rows(static_cast<std::size_t>(y) + 1, static_cast<std::size_t>(height)))
-            return false;
+        if (!request.progress.rows(y + 1, height)) return false;
     }
     target.beginDirectory();
     if (TIFFFlush(tiff) != 1 || !target.endDirectory(!isBig)) {

@@ -20,14 +20,13 @@ Texel fromRgb565(unsigned color) {
     const unsigned red = color >> 11;
     const unsigned green = color >> 5 & 63;
     const unsigned blue = color & 31;
-    return {static_cast<unsigned char>(blue << 3 | blue >> 2),
-            static_cast<unsigned char>(green << 2 | green >> 4),
-            static_cast<unsigned char>(red << 3 | red >> 2), 255};
+    return {dib::byteOf(blue << 3 | blue >> 2), dib::byteOf(green << 2 | green >> 4),
+            dib::byteOf(red << 3 | red >> 2), 255};
 }
 
 Texel mix(const Texel& a, unsigned shareOfA, const Texel& b, unsigned shareOfB) {
     const auto channel = [&](unsigned ofA, unsigned ofB) {
-        return static_cast<unsigned char>((ofA * shareOfA + ofB * shareOfB) / (shareOfA + shareOfB));
+        return dib::byteOf((ofA * shareOfA + ofB * shareOfB) / (shareOfA + shareOfB));
     };
     return {channel(a.blue, b.blue), channel(a.green, b.green), channel(a.red, b.red), 255};
 }
@@ -90,7 +89,7 @@ std::array<unsigned char, 16> decodeChannel(const unsigned char* bytes) {
     std::uint64_t indices = littleEndian(bytes + 2, 6);
     std::array<unsigned char, 16> channel{};
     for (unsigned char& value : channel) {
-        value = static_cast<unsigned char>(palette[indices & 7]);
+        value = dib::byteOf(palette[indices & 7]);
         indices >>= 3;
     }
     return channel;
@@ -106,7 +105,7 @@ template <class Range>
 void decodeRedGreen(const unsigned char* bytes, Block& texels) {
     const auto red = decodeChannel<Range>(bytes);
     const auto green = decodeChannel<Range>(bytes + 8);
-    const auto blue = static_cast<unsigned char>(Range::byte(0, 1));
+    const auto blue = dib::byteOf(Range::byte(0, 1));
     for (std::size_t i = 0; i < texels.size(); ++i) texels[i] = {blue, green[i], red[i], 255};
 }
 
@@ -118,7 +117,7 @@ void decodeBc2(const unsigned char* bytes, Block& texels) {
     decodeColors(bytes + 8, false, texels);
     std::uint64_t alphas = littleEndian(bytes, 8);
     for (Texel& texel : texels) {
-        texel.alpha = static_cast<unsigned char>((alphas & 15) * 17);
+        texel.alpha = dib::byteOf((alphas & 15) * 17);
         alphas >>= 4;
     }
 }

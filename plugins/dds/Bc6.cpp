@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "dib/Bytes.h"
 #include "dib/HalfFloat.h"
 #include "dib/LightCurve.h"
 #include "plugins/dds/Blocks.h"
@@ -47,8 +48,8 @@ struct Layout {
             }
             const int step = last < first ? -1 : 1;
             for (int i = first; i != last + step; i += step, ++bits, ++width[name]) {
-                field[bits] = static_cast<unsigned char>(name);
-                bit[bits] = static_cast<unsigned char>(i);
+                field[bits] = dib::byteOf(name);
+                bit[bits] = dib::byteOf(i);
             }
             ++at;  // the space
         }

@@ -1,6 +1,7 @@
 // BC7: eight modes, which trade subsets, bits of end points and bits of indices for each other.
 #include <utility>
 
+#include "dib/Bytes.h"
 #include "plugins/dds/Blocks.h"
 #include "plugins/dds/Subsets.h"
 
@@ -98,7 +99,7 @@ void decodeBc7(const unsigned char* bytes, Block& texels) {
         }
         unsigned char channels[kChannels];
         for (int channel = 0; channel < kChannels; ++channel) {
-            channels[channel] = static_cast<unsigned char>(interpolate(
+            channels[channel] = dib::byteOf(interpolate(
                 ends.value[2 * subset][channel], ends.value[2 * subset + 1][channel],
                 channel == kAlpha ? alphaIndex : colorIndex, channel == kAlpha ? alphaBits : colorBits));
         }

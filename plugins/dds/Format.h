@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Bytes.h"
 #include "plugins/dds/Blocks.h"
 
 namespace plugins::dds {
@@ -35,7 +36,7 @@ public:
     unsigned char byte(std::uint32_t texel, unsigned char absent) const {
         if (mask_ == 0) return absent;
         const std::uint64_t value = (texel & mask_) >> shift_;
-        return static_cast<unsigned char>((value * 255 + highest() / 2) / highest());
+        return dib::byteOf((value * 255 + highest() / 2) / highest());
     }
 
 private:
@@ -71,7 +72,7 @@ struct Masks {
 
 constexpr std::uint32_t fourCc(const char (&text)[5]) {
     std::uint32_t code = 0;
-    for (int i = 3; i >= 0; --i) code = code << 8 | static_cast<unsigned char>(text[i]);
+    for (int i = 3; i >= 0; --i) code = code << 8 | dib::byteOf(text[i]);
     return code;
 }
 

@@ -5,6 +5,7 @@
 #include <new>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "dib/File.h"
 #include "plugins/dds/Surface.h"
 #include "vexlibs/Utf8.h"
@@ -17,7 +18,7 @@ static_assert(sizeof(Texel) == 4, "texels are copied into 32-bit rows");
 
 // Rounds to the nearest; colours above their alpha are as light as can be.
 unsigned char divided(unsigned char color, unsigned char alpha) {
-    return alpha == 0 ? 0 : static_cast<unsigned char>(std::min((color * 255 + alpha / 2) / alpha, 255));
+    return alpha == 0 ? 0 : dib::byteOf(std::min((color * 255 + alpha / 2) / alpha, 255));
 }
 
 // A page at a level, which becomes the picture.
@@ -83,9 +84,8 @@ public:
             const std::uint64_t end = std::min<std::uint64_t>((row + 1) * format_.rows, height_);
             const bool isPlain = format_.isGrey || format_.isIndexed || !(surface_.isOpaque || divides_);
             for (std::uint64_t y = row * format_.rows; y < end && !isPlain; ++y) finishRow(picture.row(y));
-            picture.rowsRead = static_cast<std::size_t>(end);
-            if (!job_.report(static_cast<std::size_t>(row + 1), static_cast<std::size_t>(rows())))
-                return false;
+            picture.rowsRead = std::size_t{end};
+            if (!job_.report(std::size_t{row + 1}, std::size_t{rows()})) return false;
         }
         return rowsThere == rows();
     }

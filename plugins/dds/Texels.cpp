@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "dib/Bytes.h"
+
 namespace plugins::dds {
 
 namespace {
@@ -21,7 +23,7 @@ float smallFloat(std::uint32_t bits, int fractionBits) {
     return dib::floatOfHalf(static_cast<std::uint16_t>(bits << (10 - fractionBits)));
 }
 
-unsigned char held(int value) { return static_cast<unsigned char>(std::clamp(value, 0, 255)); }
+unsigned char held(int value) { return dib::byteOf(std::clamp(value, 0, 255)); }
 
 // The rows of the BT.601 matrix in parts of 256.
 Texel texelOf(int luminance, int u, int v, unsigned char alpha) {
@@ -36,7 +38,7 @@ Texel texelOf(int luminance, int u, int v, unsigned char alpha) {
 
 void decodeBits(const unsigned char* bytes, Block& texels) {
     for (unsigned i = 0; i < 8; ++i) {
-        const auto level = static_cast<unsigned char>((*bytes >> (7 - i) & 1) != 0 ? 255 : 0);
+        const auto level = dib::byteOf((*bytes >> (7 - i) & 1) != 0 ? 255 : 0);
         texels[i] = {level, level, level, 255};
     }
 }

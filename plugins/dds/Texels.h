@@ -17,12 +17,12 @@ namespace plugins::dds {
 // 0 to 1 as 0 to 255; less is 0, as NaN is, and more is 255.
 inline unsigned char byteOfUnit(float value) {
     if (!(value > 0.0F)) return 0;
-    return value >= 1.0F ? 255 : static_cast<unsigned char>(std::lround(value * 255.0F));
+    return value >= 1.0F ? 255 : dib::byteOf(std::lround(value * 255.0F));
 }
 // -1 to 1 as 0 to 255; the number below the highest one's negative is a second name of -1.
 inline unsigned char byteOfSigned(std::int64_t value, std::int64_t highest) {
     const std::int64_t fromLowest = std::max(value, -highest) + highest;
-    return static_cast<unsigned char>((fromLowest * 255 + highest) / (2 * highest));
+    return dib::byteOf((fromLowest * 255 + highest) / (2 * highest));
 }
 
 // Each kind of sample: its bits in the file, its byte in the picture, and the byte of a channel that is
@@ -36,14 +36,14 @@ struct Unsigned16 {
     static constexpr int kBits = 16;
     static constexpr unsigned char kAbsent = 0;
     static unsigned char byte(const unsigned char* at) {
-        return static_cast<unsigned char>((dib::readLe16(at) * 255U + 32767) / 65535);
+        return dib::byteOf((dib::readLe16(at) * 255U + 32767) / 65535);
     }
 };
 struct Unsigned32 {
     static constexpr int kBits = 32;
     static constexpr unsigned char kAbsent = 0;
     static unsigned char byte(const unsigned char* at) {
-        return static_cast<unsigned char>((dib::readLe32(at) * std::uint64_t{255} + INT32_MAX) / UINT32_MAX);
+        return dib::byteOf((dib::readLe32(at) * std::uint64_t{255} + INT32_MAX) / UINT32_MAX);
     }
 };
 struct Signed8 {
@@ -57,14 +57,14 @@ struct Signed16 {
     static constexpr int kBits = 16;
     static constexpr unsigned char kAbsent = 128;
     static unsigned char byte(const unsigned char* at) {
-        return byteOfSigned(static_cast<std::int16_t>(dib::readLe16(at)), INT16_MAX);
+        return byteOfSigned(dib::readLeSigned16(at), INT16_MAX);
     }
 };
 struct Signed32 {
     static constexpr int kBits = 32;
     static constexpr unsigned char kAbsent = 128;
     static unsigned char byte(const unsigned char* at) {
-        return byteOfSigned(static_cast<std::int32_t>(dib::readLe32(at)), INT32_MAX);
+        return byteOfSigned(dib::readLeSigned32(at), INT32_MAX);
     }
 };
 struct Float16 {

@@ -61,7 +61,7 @@ bool readLength(Cursor& file, std::int64_t& length) {
     for (unsigned char& each : n) {
         const int c = file.byte();
         if (c < 0) return false;
-        each = static_cast<unsigned char>(c);
+        each = dib::byteOf(c);
     }
     length = dib::readLe32(n);
     return true;
@@ -151,7 +151,7 @@ bool skipHeaders(Cursor& file) {
     for (unsigned char& byte : start) {
         const int c = file.byte();
         if (c < 0) return false;
-        byte = static_cast<unsigned char>(c);
+        byte = dib::byteOf(c);
     }
     bool isEmpty = false;
     do {

@@ -256,7 +256,7 @@ bool probePart(Job& job, DibPluginInfo& info) {
     info.hasAlpha = part.has(kAlpha);
     exr_compression_t compression = EXR_COMPRESSION_NONE;
     exr_get_compression(header.context(), part.number, &compression);
-    if (static_cast<std::size_t>(compression) < std::size(kCompressions))
+    if (std::size_t{compression} < std::size(kCompressions))
         std::strncpy(info.compression, kCompressions[compression], sizeof info.compression - 1);
     if (info.size >= offsetof(DibPluginInfo, pageName) + sizeof info.pageName)  // not of an older library
         std::snprintf(info.pageName, sizeof info.pageName, "%s", nameOf(header.context(), part.number));

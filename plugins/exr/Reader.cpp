@@ -7,6 +7,7 @@
 #include <exception>
 #include <new>
 
+#include "dib/Bytes.h"
 #include "dib/File.h"
 #include "dib/LightCurve.h"
 #include "plugins/exr/Lines.h"
@@ -17,9 +18,7 @@ namespace plugins::exr {
 namespace {
 
 // Whole numbers are fractions of the highest one.
-unsigned char byteOfWhole(float value) {
-    return static_cast<unsigned char>(std::lround(value / 4294967295.0F * 255.0F));
-}
+unsigned char byteOfWhole(float value) { return dib::byteOf(std::lround(value / 4294967295.0F * 255.0F)); }
 
 // Alpha takes the curve too: colours premultiplied by it stay premultiplied, since the power of a product is
 // the product of powers.

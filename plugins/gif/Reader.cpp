@@ -10,6 +10,7 @@
 #include <span>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "plugins/Job.h"
 
 namespace plugins::gif {
@@ -122,7 +123,7 @@ public:
         const ColorMapObject* colors = file.colors();
         colorCount = colors != nullptr ? std::clamp(colors->ColorCount, 0, 256) : 256;
         for (int i = 0; i < 256; ++i) {
-            const auto grey = static_cast<unsigned char>(i);
+            const auto grey = dib::byteOf(i);
             const GifColorType color = colors == nullptr ? GifColorType{grey, grey, grey}
                                        : i < colorCount  ? colors->Colors[i]
                                                          : GifColorType{0, 0, 0};

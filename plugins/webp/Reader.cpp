@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "dib/Bytes.h"
+#include "dib/ImageSize.h"
+#include "dib/Memory.h"
 #include "plugins/Job.h"
 
 namespace plugins::webp {
@@ -134,10 +136,10 @@ bool decode(Job& job, const unsigned char* bytes, std::size_t size, const Window
         pieces.learn(static_cast<std::size_t>(rows) - rowsDone);
         rowsDone = static_cast<std::size_t>(rows);
         picture.rowsRead = window.top + rowsDone;
-        if (!job.report(picture.rowsRead, static_cast<std::size_t>(picture.header().biHeight))) return false;
+        if (!job.report(picture.rowsRead, picture.rows())) return false;
     }
     if (status != VP8_STATUS_OK) return refuseStatus(job, status);
-    picture.rowsRead = static_cast<std::size_t>(picture.header().biHeight);
+    picture.rowsRead = picture.rows();
     return true;
 }
 
@@ -147,8 +149,8 @@ bool decodeFirstFrame(Job& job, const WebPDemuxer* demuxer, Picture& picture) {
         return refuseStatus(job, VP8_STATUS_NOT_ENOUGH_DATA);
     const Window window = {static_cast<std::size_t>(frame.x_offset), static_cast<std::size_t>(frame.y_offset),
                            static_cast<std::size_t>(frame.width), static_cast<std::size_t>(frame.height)};
-    const auto width = static_cast<std::size_t>(picture.header().biWidth);
-    const auto height = static_cast<std::size_t>(picture.header().biHeight);
+    const std::size_t width = dib::columnsOf(picture.header());
+    const std::size_t height = picture.rows();
     const bool isInside = window.left + window.width <= width && window.top + window.height <= height;
     const bool isRead = isInside ? decode(job, frame.fragment.bytes, frame.fragment.size, window, picture)
                                  : refuseStatus(job, VP8_STATUS_BITSTREAM_ERROR);
@@ -165,7 +167,7 @@ unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::stri
                           std::memcmp(chunk.chunk.bytes, mark.data(), mark.size()) == 0;
     const std::size_t start = isMarked ? mark.size() : 0;
     size = chunk.chunk.size - start;
-    auto* copy = size > 0 ? static_cast<unsigned char*>(std::malloc(size)) : nullptr;
+    unsigned char* copy = size > 0 ? dib::allocateArray<unsigned char>(size).release() : nullptr;
     if (copy != nullptr) std::memcpy(copy, chunk.chunk.bytes + start, size);
     if (copy == nullptr) size = 0;
     WebPDemuxReleaseChunkIterator(&chunk);
@@ -174,7 +176,7 @@ unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::stri
 
 bool readAll(Job& job, Bytes& bytes) {
     if (job.fileBytes() > UINT32_MAX) return refuseStatus(job, VP8_STATUS_BITSTREAM_ERROR);
-    bytes.resize(static_cast<std::size_t>(job.fileBytes()));
+    bytes.resize(std::size_t{job.fileBytes()});
     return job.readAt(0, bytes.data(), bytes.size()) == bytes.size() ||
            job.refuse(DIB_ERROR_READ, "the file cannot be read");
 }

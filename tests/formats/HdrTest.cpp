@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "formats/HdrRows.h"
 #include "tests/formats/RgbeTest.h"
 #include "tests/reference/CodecReference.h"
 

@@ -1,5 +1,5 @@
-// The rows of the formats that libpng, libjpeg and libtiff read and write, and what their decoders have in
-// common.
+// The formats that libpng, libjpeg and libtiff read and write: their rows of the table, and what their
+// decoders have in common.
 #include <DibCodec.h>
 
 #include <algorithm>
@@ -65,8 +65,7 @@ void countRows(ReadRequest& request) {
     if (!request.file.seek(0)) return;
     decode<open>(again, true);
     const BITMAPINFOHEADER* header = request.image->Header;
-    const std::size_t rows =
-        header != nullptr ? static_cast<std::size_t>(dib::rowCount(header->biHeight)) : 0;
+    const std::size_t rows = header != nullptr ? dib::rowsOf(*header) : 0;
     if (request.progress.rowsDone() >= rows) request.progress.loseRows(request.progress.rowsDone() - before);
 }
 
