@@ -23,8 +23,8 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// The name behind all links; empty when no file has it. Descriptors can lead to files that lost their name
-// ("/dev/fd/3"), and devices and pipes must not be replaced.
+// The name with all links resolved; empty when the file cannot be replaced by name. A descriptor can refer to
+// a file without a name ("/dev/fd/3"). Devices and pipes must not be replaced.
 std::string replaceableName(const char* path, const struct stat& old) {
     char resolved[PATH_MAX];
     struct stat named {};

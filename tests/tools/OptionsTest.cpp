@@ -34,7 +34,7 @@ TEST_F(Limit, RefusesLargerInputs) {
 }
 
 TEST_F(Limit, MistakesAreNamed) {
-    const std::string number = " is not a whole number from 1, which K, M or G may follow\n";
+    const std::string number = " is not a positive whole number, optionally with K, M or G\n";
     const std::string part = " is not pixels:N, bytes:N or layers:N\n";
     const std::pair<std::string, std::string> kCases[] = {
         {"pixels:1T", "'1T'" + number},     {"pixels:0", "'0'" + number},

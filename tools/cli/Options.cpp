@@ -26,7 +26,7 @@ std::uint64_t amount(const std::string& text) {
     const bool isUnit = unit.empty() || unit == "K" || unit == "M" || unit == "G";
     if (error != std::errc() || !isUnit || number == 0 || number > UINT64_MAX / factor)
         throw usageFailure("--limit: '" + text +
-                           "' is not a whole number from 1, which K, M or G may follow");
+                           "' is not a positive whole number, optionally with K, M or G");
     return number * factor;
 }
 
