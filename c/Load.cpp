@@ -13,7 +13,7 @@ static_assert(int{DIB_C_LAYER_PIXELS} == DIB_LAYER_PIXELS && int{DIB_C_LAYER_MAS
 
 namespace {
 
-// A call that reads a file: the program gets its metadata, whatever comes of it.
+// Runs a call that reads a file and copies its metadata to the program, also when the call fails.
 template <class Work>
 dib_code readFile(dib_result* result, const Work& work) {
     return call<DibFileResult>(result, [&](DibFileResult& out) {

@@ -1,5 +1,5 @@
-// Structures whose first member is their size: programs and libraries of different versions understand each
-// other.
+// Structures whose first member is their size, so that programs and libraries of different versions work
+// together.
 #ifndef C_STRUCTURES_H
 #define C_STRUCTURES_H
 

@@ -26,16 +26,16 @@ public:
     int layer = -1;  // the merged picture
     int level = 0;
     bool keepsDamaged = false;  // the rows of a file that ends early are wanted
-    bool isWatched = true;      // somebody wants the reports
+    bool isWatched = true;      // the caller has a progress function
 
     // Copies up to `bytes` bytes; returns how many there were.
     virtual std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) = 0;
     // 0 when it is unknown.
     virtual std::uint64_t fileBytes() = 0;
-    // Says that rows are done. False when the caller cancels.
+    // Reports that rows are done. False when the caller cancels.
     virtual bool report(std::size_t done, std::size_t total) = 0;
     virtual void note(DibNoteKind /*kind*/, const char* /*text*/) {}
-    // Says why the file is not read; returns false.
+    // Stores why the file is not read; returns false.
     virtual bool refuse(DibErrorCode /*code*/, const char* /*reason*/) { return false; }
 
 protected:
@@ -81,7 +81,7 @@ public:
         layer = call.layer;
         level = call.level;
         keepsDamaged = call.damage == DIB_DAMAGE_KEEP;
-        // An older library does not say.
+        // Older libraries do not have this field.
         isWatched = call.size < offsetof(DibPluginCall, isWatched) + sizeof call.isWatched || call.isWatched;
     }
     std::size_t readAt(std::uint64_t position, void* out, std::size_t bytes) override {
@@ -102,7 +102,7 @@ private:
 };
 
 // The function of a description that loads, by one that decodes: bool(Job&, Picture&, DibPluginPicture&). It
-// hands over the picture; of a load that failed, the rows that were read.
+// returns the picture; after a failure, the rows that were read.
 template <auto read>
 bool loadBy(const DibPluginCall* call, DibPluginPicture* out) {
     CallJob job(*call);

@@ -26,7 +26,7 @@ auto runCall(DibFileResult& result, const Work& work) -> decltype(work()) {
     return {};
 }
 
-// A call that fails says why, and has no notes of the attempt.
+// A failed call keeps its reason and drops the notes.
 inline bool end(DibFileResult& result, bool isDone) {
     if (!isDone) result.noteCount = 0;
     return isDone;

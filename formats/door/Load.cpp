@@ -32,7 +32,7 @@ bool accepts(const DibLoadOptions& options, const FileFormat& format) {
     return false;
 }
 
-// What the caller says, then the content, then a name.
+// By the option, else by the first bytes, else by the extension.
 const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
     if (options.format != nullptr) return formatOfName(options.format);
     const FirstBytes bytes = source.firstBytes();

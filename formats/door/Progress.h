@@ -30,7 +30,7 @@ public:
         if (callback_ == nullptr) return true;
         return report(0.99 * static_cast<double>(done) / std::max(static_cast<double>(total), 1.0));
     }
-    // Remembers rows of pictures whose progress is not theirs alone.
+    // Counts rows without a report, for pictures that are one of several steps.
     void countRows(std::size_t done) { rowsDone_ = std::max(rowsDone_, done); }
     // Rows among those that were counted are not whole.
     void loseRows(std::size_t lost) { rowsDone_ -= std::min(lost, rowsDone_); }

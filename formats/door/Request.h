@@ -49,7 +49,7 @@ struct ProbeRequest {
     DibFileResult& result;
 };
 
-// Read what a document says about its layers. False with a code and a reason when that cannot be read, or
+// Read the records of a document's layers. False with a code and a reason when that cannot be read, or
 // memory is short.
 struct LayersRequest {
     ByteReader& file;
@@ -83,7 +83,7 @@ struct WriteRequest {
     Progress& progress;
 };
 
-// Say what a file cannot hold, by note(result, DIB_NOTE_LOSS, ...). False with a code and a reason when no
+// Note what a file cannot hold, by note(result, DIB_NOTE_LOSS, ...). False with a code and a reason when no
 // file can be made of the image at all.
 struct LossRequest {
     const DibStream& image;

@@ -1,4 +1,4 @@
-// Saving: find the format, say what it cannot hold, encode, put the file in place.
+// Saving: find the format, note what it cannot hold, encode, put the file in place.
 #include <DibFile.h>
 #include <VexLibs.h>
 

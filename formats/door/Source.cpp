@@ -57,7 +57,7 @@ bool Source::open(std::FILE* file) {
 bool Source::open(const DibReader& reader) {
     if (reader.read == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no function to read with");
     constexpr std::size_t kFirst = 64 * 1024;
-    // A slow source hands over little at a time, or waits until it has what was asked for.
+    // A slow source returns few bytes at a time, or blocks until it has all of them.
     constexpr std::size_t kMostWatched = 16 * 1024;
     const bool isWatched = progress_ != nullptr && progress_->isWatched();
     std::size_t capacity = 0;

@@ -60,7 +60,7 @@ struct UnsignedRange {
 struct SignedRange {
     static constexpr int kLowest = -127;
     static constexpr int kHighest = 127;
-    // -128 is a second name of -1.
+    // -128 also means -1.
     static int endPoint(unsigned char byte) {
         const int value = byte < 128 ? byte : byte - 256;
         return value < kLowest ? kLowest : value;

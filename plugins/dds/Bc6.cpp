@@ -56,7 +56,7 @@ struct Layout {
     }
 };
 
-// The layout also says how many bits the end points have, and a partition belongs to two subsets.
+// The layout also gives the number of bits of the end points. Only modes with two subsets have a partition.
 struct Mode {
     unsigned code;
     Layout layout;

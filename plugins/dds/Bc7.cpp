@@ -1,4 +1,4 @@
-// BC7: eight modes, which trade subsets, bits of end points and bits of indices for each other.
+// BC7: eight modes, which differ in the number of subsets and in the bits of end points and indices.
 #include <utility>
 
 #include "dib/Bytes.h"
@@ -103,7 +103,7 @@ void decodeBc7(const unsigned char* bytes, Block& texels) {
                 ends.value[2 * subset][channel], ends.value[2 * subset + 1][channel],
                 channel == kAlpha ? alphaIndex : colorIndex, channel == kAlpha ? alphaBits : colorBits));
         }
-        // A rotation says which channel was packed as alpha, with end points of its own.
+        // The rotation is the channel that was packed as alpha, with end points of its own.
         if (rotation != 0) std::swap(channels[rotation - 1], channels[kAlpha]);
         texels[i] = {channels[2], channels[1], channels[0], channels[kAlpha]};
     }

@@ -77,7 +77,7 @@ constexpr NamedFormat kFourCcs[] = {
     {fourCc("ATI2"), kBc5Unsigned}, {fourCc("BC5U"), kBc5Unsigned},
     {fourCc("BC5S"), kBc5Signed},
 };
-// Of small numbers in place of a name, those of formats that no mask describes.
+// Formats without masks have a small number where others have a FourCC.
 constexpr NamedFormat kMoreFourCcs[] = {
     {fourCc("RXGB"), blocks(decodeRxgb, 16, "bc3")},
     {fourCc("YUY2"), pairs(decodeYuy2, "yuy2")},
@@ -278,7 +278,7 @@ bool useMasks(std::uint32_t flags, const Masks& given, const Dialect& dialect, F
         masks = masks.alpha == 0 ? Masks{8, 0xFF, 0, 0, 0} : Masks{16, 0xFF, 0, 0, 0xFF00};
     }
     if ((flags & kIsLuminance) != 0) {
-        // Writers that put the mask beside the texel mean all of it: nothing else fits into one byte.
+        // Some writers put the mask beside the byte of the texel; the whole byte is meant.
         if (masks.bits == 8 && masks.alpha == 0 && (masks.red & 0xFF) == 0) masks.red = 0xFF;
         masks.green = masks.blue = masks.red;
     } else if (dialect.readsMore && (flags & kIsSigned) != 0) {

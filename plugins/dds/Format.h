@@ -80,7 +80,7 @@ constexpr std::uint32_t fourCc(const char (&text)[5]) {
 bool useFourCc(std::uint32_t code, const Dialect& dialect, Format& format);
 // A number of the second header.
 bool useNumber(std::uint32_t number, const Dialect& dialect, Format& format);
-// The flags of the first header say which of its masks count.
+// The flags of the first header select the masks that count.
 bool useMasks(std::uint32_t flags, const Masks& masks, const Dialect& dialect, Format& format);
 
 }  // namespace plugins::dds

@@ -16,7 +16,7 @@ namespace {
 
 static_assert(sizeof(Texel) == 4, "texels are copied into 32-bit rows");
 
-// Rounds to the nearest; colours above their alpha are as light as can be.
+// Rounds to the nearest; colours above their alpha become 255.
 unsigned char divided(unsigned char color, unsigned char alpha) {
     return alpha == 0 ? 0 : dib::byteOf(std::min((color * 255 + alpha / 2) / alpha, 255));
 }
@@ -45,7 +45,7 @@ public:
         const bool isByte = format_.isGrey || (format_.isIndexed && !hasClearEntries_);
         return isByte ? Picture::kGrey : Picture::kColor;
     }
-    // The library gives the reason for sizes that it does not accept.
+    // The library stores the reason for sizes that it does not accept.
     bool isPossible() const {
         return surface_.width > 0 && surface_.height > 0 && Picture::isPossible(width_, height_, bitCount());
     }

@@ -16,7 +16,7 @@ bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void*
 // The same from a file by its name; see `DibPluginLoadDDS`.
 bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, void* user);
 
-// What the library calls.
+// The description that the library reads.
 const DibPluginDescription& description();
 
 }  // namespace plugins::dds

@@ -19,7 +19,7 @@ inline unsigned char byteOfUnit(float value) {
     if (!(value > 0.0F)) return 0;
     return value >= 1.0F ? 255 : dib::byteOf(std::lround(value * 255.0F));
 }
-// -1 to 1 as 0 to 255; the number below the highest one's negative is a second name of -1.
+// -1 to 1 as 0 to 255; the lowest number also means -1.
 inline unsigned char byteOfSigned(std::int64_t value, std::int64_t highest) {
     const std::int64_t fromLowest = std::max(value, -highest) + highest;
     return dib::byteOf((fromLowest * 255 + highest) / (2 * highest));
@@ -104,7 +104,7 @@ void decodeR9G9B9E5(const unsigned char* bytes, Block& texels);
 // Pairs of texels that share red and blue: R G B G, and G R G B.
 void decodeRgbg(const unsigned char* bytes, Block& texels);
 void decodeGrgb(const unsigned char* bytes, Block& texels);
-// Pairs of texels that share chroma, as television has them (BT.601, 16 to 235): Y U Y V, and U Y V Y.
+// Pairs of texels that share chroma (BT.601, 16 to 235): Y U Y V, and U Y V Y.
 void decodeYuy2(const unsigned char* bytes, Block& texels);
 void decodeUyvy(const unsigned char* bytes, Block& texels);
 // One texel of the same, with alpha: V U Y A.

@@ -35,7 +35,7 @@ public:
         isCut_ = isCut_ || !isHeld;
         return isHeld;
     }
-    // Whether more was asked for than the file has.
+    // Whether a read went beyond the end of the file.
     bool isCut() const { return isCut_; }
 
 private:

@@ -8,7 +8,7 @@ namespace plugins::exr {
 
 // Whether the values of all attributes lie within the file and have the announced length. OpenEXR's classes
 // allocate the announced length before they read a value, and the C interface does not check every one.
-// `isCut` says whether one of them ends beyond the file. Throws std::bad_alloc.
+// `isCut` becomes true when one of them ends beyond the file. Throws std::bad_alloc.
 bool areAttributesWhole(Job& job, bool& isCut);
 
 }  // namespace plugins::exr

@@ -21,7 +21,7 @@ namespace {
 
 bool refuseDamaged(Job& job) { return job.refuse(DIB_ERROR_INVALID, "the header is damaged"); }
 
-// Only when both directions have it is there a level of that number.
+// A level exists when both directions have it.
 int levelsOf(exr_const_context_t context, int number) {
     std::int32_t across = 0;
     std::int32_t down = 0;
@@ -172,7 +172,7 @@ const exr_attr_chlist_t* readHeader(Job& job, const Header& header, const Dialec
         } else if (exr_get_channels(header.context(), part.number, &channels) != EXR_ERR_SUCCESS) {
             refuseDamaged(job);
         } else if (!readWindow(header.context(), part)) {
-            return nullptr;  // the library gives the reason for sizes that it does not accept
+            return nullptr;  // the library stores the reason for sizes that it does not accept
         } else if (chooseChannels(*channels, dialect, job.layer, part)) {
             return channels;
         } else {
@@ -235,7 +235,7 @@ bool probePart(Job& job, DibPluginInfo& info) {
     Part part;
     int parts = 1;
     if (header.isRead()) exr_get_count(header.context(), &parts);
-    // The caller checks limits and pages: for a page that is not there this gives the numbers of the first.
+    // The caller checks limits and pages; for a missing page these are the numbers of the first.
     if (job.page < 0 || job.page >= parts) job.page = 0;
     if (header.isRead()) job.level = std::clamp(job.level, 0, levelsOf(header.context(), job.page) - 1);
     const int layer = std::exchange(job.layer, -1);

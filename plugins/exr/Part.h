@@ -57,13 +57,13 @@ struct Part {
 // than light. Throws std::bad_alloc.
 bool readPart(Job& job, const Dialect& dialect, Part& part);
 
-// What the headers say of the same part; the sizes of its chunks are not looked at.
+// The same from the headers alone, without a check of the sizes of its chunks.
 bool probePart(Job& job, DibPluginInfo& info);
 
 // The number of the first part of that name, or -1.
 int findPart(Job& job, const char* name);
 
-// Gives the layers of the page by `add` until it returns false. Throws std::bad_alloc.
+// Calls `add` for each layer of the page until it returns false. Throws std::bad_alloc.
 bool listLayers(Job& job, void* list, bool (*add)(void* list, const DibPluginLayer* layer));
 
 }  // namespace plugins::exr

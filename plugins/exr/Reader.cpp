@@ -20,8 +20,8 @@ namespace {
 // Whole numbers are fractions of the highest one.
 unsigned char byteOfWhole(float value) { return dib::byteOf(std::lround(value / 4294967295.0F * 255.0F)); }
 
-// Alpha takes the curve too: colours premultiplied by it stay premultiplied, since the power of a product is
-// the product of powers.
+// The curve applies to alpha, too: colours premultiplied by it stay premultiplied, since the power of a
+// product is the product of powers.
 void putLine(const Lines& lines, std::size_t pixelBytes, std::size_t width, unsigned char* pixels) {
     const dib::LightCurve& curve = dib::lightCurve();
     for (unsigned place = 0; place < pixelBytes; ++place) {
@@ -46,7 +46,7 @@ bool refuseDamaged(Job& job, const Stream& stream) {
                             : job.refuse(DIB_ERROR_INVALID, "the pixels are damaged");
 }
 
-// Lines that cannot be read stay 0. Chunks may lie in any order, so lines after a cut one may be there.
+// Lines that cannot be read stay 0. Chunks may lie in any order, so lines after a missing one may exist.
 bool readLines(Job& job, const Part& part, Stream& stream, Picture& picture) {
     const std::unique_ptr<Lines> lines = openLines(stream, part);
     const auto rows = static_cast<std::size_t>(part.height);

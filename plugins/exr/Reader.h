@@ -18,7 +18,7 @@ bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void*
 // The same from a file by its name in UTF-8.
 bool read(const char* path, Picture& picture, DibProgressCallback progress, void* user);
 
-// What the library calls.
+// The description that the library reads.
 const DibPluginDescription& description();
 
 }  // namespace plugins::exr

@@ -48,7 +48,7 @@ public:
         }
         return type != TERMINATE_RECORD_TYPE && refuse();
     }
-    // Whether another picture follows; what is wrong after the first one does not matter.
+    // Whether another picture follows; damage after the first one does not matter.
     bool hasMore() {
         GifRecordType type = UNDEFINED_RECORD_TYPE;
         while (DGifGetRecordType(file_, &type) == GIF_OK && type == EXTENSION_RECORD_TYPE) {
@@ -72,7 +72,7 @@ private:
         return static_cast<int>(got);
     }
 
-    // Of extensions, the one before a picture that says which colour is transparent.
+    // Keeps the transparent colour of the graphics control extension and skips all others.
     bool readExtension() {
         int code = 0;
         GifByteType* block = nullptr;
@@ -113,11 +113,11 @@ private:
 class Frame {
 public:
     explicit Frame(File& file) : file_(file), image_(file.get().Image) {
-        // Some writers leave the canvas smaller than the picture, or empty.
+        // Some writers store a canvas that is smaller than the picture, or empty.
         width = std::max(file.get().SWidth, image_.Left + image_.Width);
         height = std::max(file.get().SHeight, image_.Top + image_.Height);
         coversAll = image_.Left == 0 && image_.Top == 0 && image_.Width == width && image_.Height == height;
-        // What is clear needs pixels with alpha; otherwise indices and palette stay as they are.
+        // Transparent pixels need 32 bits; otherwise indices and palette stay as they are.
         bitCount = coversAll && file.transparent() == kNone ? Picture::kGrey : Picture::kColor;
         // Without any colours indices are greys.
         const ColorMapObject* colors = file.colors();

@@ -5,7 +5,7 @@
 
 namespace plugins::gif {
 
-// What the library calls.
+// The description that the library reads.
 const DibPluginDescription& description();
 
 }  // namespace plugins::gif

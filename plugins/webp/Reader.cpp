@@ -47,7 +47,7 @@ bool refuseStatus(Job& job, VP8StatusCode status) {
     }
 }
 
-// What the headers say; they lie in the first bytes.
+// The fields of the headers, which are in the first bytes.
 bool readFeatures(Job& job, const unsigned char* bytes, std::size_t size, WebPBitstreamFeatures& features) {
     const VP8StatusCode status = WebPGetFeatures(bytes, size, &features);
     if (status == VP8_STATUS_NOT_ENOUGH_DATA)
@@ -68,19 +68,19 @@ struct Window {
     std::size_t height;
 };
 
-// How many bytes the decoder gets at once: it cannot be stopped before it has decoded them. Nobody knows how
-// many bytes a row has (in areas of one colour hardly any, which take little time), and up to eight rows of
-// the last piece are decoded again.
+// Sizes of the pieces in which a watched load passes the file to the decoder, which decodes a whole piece
+// before it can be stopped. The bytes of a row vary, so each size is estimated from the rows of the piece
+// before. The decoder decodes up to eight rows of the last piece again.
 class Pieces {
 public:
     Pieces(const unsigned char* bytes, std::size_t size, std::size_t rows) : first_(headersOf(bytes, size)) {
         average_ = 1 + (size - first_) * kRows / std::max(rows, kRows);
         piece_ = average_;
     }
-    // What comes before the rows, of which no row is decoded.
+    // The bytes before the first row.
     std::size_t first() const { return std::max(first_, average_); }
     std::size_t next() const { return piece_; }
-    // The last piece has given that many rows.
+    // The last piece had that many rows.
     void learn(std::size_t rows) {
         const std::size_t wanted = rows > 0 ? piece_ * kRows / rows : 1 + piece_ + piece_ / 8;
         piece_ = std::clamp<std::size_t>(wanted, 1, 4 * average_);
@@ -89,8 +89,8 @@ public:
 private:
     static constexpr std::size_t kRows = 16;
 
-    // Of a lossless picture an eighth, which the decoder waits for. Of a lossy one all up to the end of its
-    // first partition, which says how blocks are predicted.
+    // The decoder needs an eighth of a lossless picture before the first row, and of a lossy one its first
+    // partition, which holds the predictions of the blocks.
     static std::size_t headersOf(const unsigned char* bytes, std::size_t size) {
         constexpr std::size_t kFrameHeader = 10;
         const bool isFile = size > 12 && std::memcmp(bytes, "RIFF", 4) == 0;
@@ -158,7 +158,7 @@ bool decodeFirstFrame(Job& job, const WebPDemuxer* demuxer, Picture& picture) {
     return isRead;
 }
 
-// A copy of a chunk's bytes after a mark that some writers put first; null when there is none.
+// A copy of a chunk without the mark that some writers put first; null when there is no chunk.
 unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::string_view mark,
                          std::size_t& size) {
     WebPChunkIterator chunk;

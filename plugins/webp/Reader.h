@@ -5,7 +5,7 @@
 
 namespace plugins::webp {
 
-// What the library calls.
+// The description that the library reads.
 const DibPluginDescription& description();
 
 }  // namespace plugins::webp
