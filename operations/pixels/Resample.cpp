@@ -18,20 +18,24 @@ namespace {
 using dib::EdgeAxis;
 using dib::Raster;
 
-// Sums of this many samples are made at once, so that they stay in registers.
-constexpr std::ptrdiff_t kRun = 32;
-
-// out[i] = sum of weights[k] x rows[k][i], in the order of k.
+// out[i] = sum of weights[k] x rows[k][i], in the order of k, in vectors of so many bytes.
+template <std::ptrdiff_t kBytes>
 DIB_ALWAYS_INLINE void sumRows(const float* const* rows, const float* weights, int count,
                                float* __restrict out, std::ptrdiff_t samples) {
+    using Vector __attribute__((vector_size(kBytes))) = float;
+    constexpr std::ptrdiff_t kLanes = kBytes / sizeof(float);
+    constexpr std::ptrdiff_t kVectors = 4;  // so many sums stay in registers
     std::ptrdiff_t i = 0;
-    for (; i + kRun <= samples; i += kRun) {
-        float sums[kRun] = {};
+    for (; i + kVectors * kLanes <= samples; i += kVectors * kLanes) {
+        Vector sums[kVectors] = {};
         for (int k = 0; k < count; ++k) {
-            const float* from = rows[k] + i;
-            for (int j = 0; j < kRun; ++j) sums[j] += weights[k] * from[j];
+            for (std::ptrdiff_t j = 0; j < kVectors; ++j) {
+                Vector from;
+                std::memcpy(&from, rows[k] + i + j * kLanes, sizeof from);
+                sums[j] += weights[k] * from;
+            }
         }
-        std::copy_n(sums, kRun, out + i);
+        std::memcpy(out + i, sums, sizeof sums);
     }
     for (; i < samples; ++i) {
         float sum = 0;
@@ -136,8 +140,9 @@ private:
         if (across_.isShared) {
             const float* column = first + std::ptrdiff_t{across_.first[0]} * channels_;
             for (const float*& each : columns_) each = std::exchange(column, column + channels_);
-            return dib::runKernel<sumRows>(static_cast<const float* const*>(columns_.data()),
-                                           across_.weights.data(), across_.width, out, samples_);
+            return dib::runWidestKernel<sumRows<32>, sumRows<64>>(
+                static_cast<const float* const*>(columns_.data()), across_.weights.data(), across_.width, out,
+                samples_);
         }
         const std::ptrdiff_t pixels = samples_ / channels_;
         const float* from = first;
@@ -258,8 +263,9 @@ bool resample(const Job& job, const Taps& across, const Taps& down) {
     const bool isDone = forEachRow(job, to.height, [&](int y) {
         const auto i = static_cast<std::size_t>(y);
         for (int k = 0; k < down.width; ++k) lines[static_cast<std::size_t>(k)] = rows.row(down.first[i] + k);
-        dib::runKernel<sumRows>(static_cast<const float* const*>(lines.data()), down.weightsOf(i), down.width,
-                                sums.data(), rows.samples());
+        dib::runWidestKernel<sumRows<32>, sumRows<64>>(static_cast<const float* const*>(lines.data()),
+                                                       down.weightsOf(i), down.width, sums.data(),
+                                                       rows.samples());
         const float* all = sums.data();
         isWeighted ? dib::runKernel<storeWeighted>(all, to.row(y), rows.samples())
                    : dib::runKernel<storeRow>(all, to.row(y), rows.samples());
