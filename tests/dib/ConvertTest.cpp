@@ -85,10 +85,13 @@ TEST(Convert, ShortTablesReadAsBlackBeyondTheirEnd) {
         for (const unsigned int used : {1U, 2U, 5U, 16U, 200U, 1000U}) {
             for (const unsigned int headerSize : {40U, 56U, 124U}) {
                 const DibPtr pixels = randomImage(37, 5, from, used);
-                std::vector<unsigned char> block(headerSize + 4 * used);
+                const auto* fixed = reinterpret_cast<const unsigned char*>(pixels->Header);
+                std::vector<unsigned char> block;
+                block.reserve(headerSize + 4 * used);
+                block.assign(fixed, fixed + 40);
                 testing_support::Random random(used);
-                for (auto& byte : block) byte = static_cast<unsigned char>(random.next());
-                std::memcpy(block.data(), pixels->Header, 40);
+                while (block.size() < headerSize + 4 * used)
+                    block.push_back(static_cast<unsigned char>(random.next()));
                 auto* header = reinterpret_cast<BITMAPINFOHEADER*>(block.data());
                 header->biSize = headerSize;
                 header->biClrUsed = used;
