@@ -84,10 +84,12 @@ struct Sums {
         pixels += cell.pixels;
         for (std::size_t i = 0; i < 3; ++i) sum[i] += static_cast<std::uint64_t>(cell.mean[i]) * cell.pixels;
     }
+    // Black for no pixels.
     Mean mean() const {
         Mean result{};
+        const std::uint64_t count = std::max<std::uint64_t>(pixels, 1);
         for (std::size_t i = 0; i < 3; ++i)
-            result[i] = static_cast<std::int32_t>((sum[i] + pixels / 2) / pixels);
+            result[i] = static_cast<std::int32_t>((sum[i] + count / 2) / count);
         return result;
     }
 };

@@ -57,7 +57,8 @@ DIB_ALWAYS_INLINE void sharpenRow(const float* __restrict blurred, std::size_t c
         const auto value = static_cast<float>(row[i]);
         const float difference = value - blurred[i];
         const float added = std::fabs(difference) < threshold ? 0.0F : amount * difference;
-        row[i] = static_cast<unsigned char>(std::min(std::max(value + added, 0.0F), 255.0F) + 0.5F);
+        const float sharpened = std::min(std::max(value + added, 0.0F), 255.0F);
+        row[i] = static_cast<unsigned char>(sharpened + 0.5F);  // NOLINT(bugprone-incorrect-roundings)
     }
 }
 

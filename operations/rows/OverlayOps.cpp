@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "operations/SecondPicture.h"
 #include "operations/pixels/Compare.h"
 #include "operations/pixels/Overlay.h"
@@ -75,7 +77,7 @@ bool runOverlay(const Job& job) {
     const std::uint32_t place = given.word("place");
     const OverlayPlace corner = {placed(freeX, place & 3, given.pixels("x", freeX)),
                                  placed(freeY, place >> 2, given.pixels("y", freeY))};
-    const auto opacity = static_cast<std::uint32_t>(given.number("opacity") * 255 + 0.5F);
+    const auto opacity = static_cast<std::uint32_t>(std::lround(given.number("opacity") * 255));
     return overlay(job, over, corner, opacity, static_cast<dib::BlendMode>(given.word("mode")));
 }
 
