@@ -296,7 +296,10 @@ bool probeSource(Source& source, const FileFormat& format, DibFileInfo& info, co
                  DibFileResult& out) {
     const bool isRead = probe(source, format, info, options, out);
     if (source.error() != 0) return refuseForError(source, out);
-    if (isRead) return true;
+    if (isRead) {
+        if (options.appliesOrientation) exchangeResolution(out.metadata.orientation, out.metadata);
+        return true;
+    }
     source.reader().seek(0);
     return refuse(out, whyRefused(source.reader(), format.diagnose, out.code));
 }

@@ -1,12 +1,17 @@
 #include "formats/door/Orientation.h"
 
 #include <iterator>
+#include <utility>
 
 #include "dib/Turn.h"
 #include "formats/CodecFrame.h"
 #include "formats/door/Request.h"
 
 namespace formats {
+
+void exchangeResolution(int orientation, DibMetadata& metadata) {
+    if (exchangesSides(orientation)) std::swap(metadata.xResolution, metadata.yResolution);
+}
 
 bool turnUpright(DibStream& image, DibFileResult& result) {
     const int orientation = result.metadata.orientation;
@@ -17,6 +22,7 @@ bool turnUpright(DibStream& image, DibFileResult& result) {
         return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory to turn the picture");
     }
     moveBlocks(turned, image);
+    exchangeResolution(orientation, result.metadata);
     return true;
 }
 

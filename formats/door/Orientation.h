@@ -9,7 +9,11 @@ namespace formats {
 // Whether turning a picture exchanges its width and height.
 constexpr bool exchangesSides(int orientation) { return orientation >= 5 && orientation <= 8; }
 
-// Turns a picture that has pixels by `result.metadata.orientation`, which becomes 1. False with code 2 and a
+// Exchanges the resolutions of columns and rows where turning a picture exchanges its sides.
+void exchangeResolution(int orientation, DibMetadata& metadata);
+
+// Turns a picture that has pixels by `result.metadata.orientation`, which becomes 1, with its
+// resolution. False with code 2 and a
 // reason when memory is short.
 bool turnUpright(DibStream& image, DibFileResult& result);
 

@@ -29,10 +29,16 @@ enum Tag : std::uint32_t {
 constexpr std::uint32_t kDescribing[] = {0x10E,  0x10F,  0x110,  0x112,  0x11A,  0x11B,  0x128,
                                          0x131,  0x132,  0x13B,  0x4746, 0x8298, 0x9C9B, 0x9C9C,
                                          0x9C9D, 0x9C9E, 0x9C9F, kExif,  kGps};
+// Of these, how the picture is shown: orientation and resolution, which metadata has anyway.
+constexpr std::uint32_t kShowing[] = {0x112, 0x11A, 0x11B, 0x128};
 // Texts that the directory of a written file repeats.
 constexpr std::uint32_t kTexts[] = {TIFFTAG_IMAGEDESCRIPTION, TIFFTAG_MAKE,     TIFFTAG_MODEL,
                                     TIFFTAG_SOFTWARE,         TIFFTAG_DATETIME, TIFFTAG_ARTIST,
                                     TIFFTAG_COPYRIGHT};
+
+bool isOneOf(std::span<const std::uint32_t> tags, std::uint32_t tag) {
+    return std::ranges::find(tags, tag) != tags.end();
+}
 
 struct Entry {
     std::uint32_t tag = 0;
@@ -182,10 +188,8 @@ void readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block) {
         return copyOrThrow(own, block);
     }
     std::vector<Entry> entries = from.entriesAt(directory);
-    if (from.valueOf(entries, kExif) == 0 && from.valueOf(entries, kGps) == 0) return;
-    std::erase_if(entries, [](const Entry& entry) {
-        return std::find(std::begin(kDescribing), std::end(kDescribing), entry.tag) == std::end(kDescribing);
-    });
+    std::erase_if(entries, [](const Entry& entry) { return !isOneOf(kDescribing, entry.tag); });
+    if (std::ranges::all_of(entries, [](const Entry& entry) { return isOneOf(kShowing, entry.tag); })) return;
     Copier copier(from);
     if (copier.copy(std::move(entries), 0) != 0) copyOrThrow(copier.finish(header), block);
 }
@@ -230,7 +234,7 @@ std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
         if (entry.tag == kExif) TIFFSetField(tiff, TIFFTAG_EXIFIFD, std::uint64_t{place});
         if (entry.tag == kGps) TIFFSetField(tiff, TIFFTAG_GPSIFD, std::uint64_t{place});
         constexpr std::uint32_t kText = 2;
-        const bool isText = std::find(std::begin(kTexts), std::end(kTexts), entry.tag) != std::end(kTexts);
+        const bool isText = isOneOf(kTexts, entry.tag);
         const bool isInEntry = entry.count <= 4;
         if (!isText || entry.type != kText || entry.count == 0) continue;
         if (!isInEntry && place + std::uint64_t{entry.count} > block.size) continue;

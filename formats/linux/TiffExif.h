@@ -10,7 +10,8 @@
 
 namespace formats {
 
-// The EXIF block of the directory that was read; empty when that names no directory of EXIF or GPS entries.
+// The EXIF block of the directory that was read: what describes the picture, and directories of EXIF and GPS
+// entries. Empty when there is none of these.
 // Throws std::bad_alloc.
 void readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block);
 

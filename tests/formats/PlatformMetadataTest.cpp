@@ -87,6 +87,8 @@ TEST(PlatformMetadata, EveryFormatHandsEverythingToEveryOther) {
                     const Opened turned = opened(file);
                     EXPECT_EQ(turned.image->Header->biWidth, orientation == 6 ? 7 : 9);
                     EXPECT_EQ(turned.result.metadata.orientation, 1);
+                    EXPECT_NEAR(turned.result.metadata.xResolution, orientation == 6 ? 150 : 300, 0.02);
+                    EXPECT_NEAR(turned.result.metadata.yResolution, orientation == 6 ? 300 : 150, 0.02);
                 }
             }
         }
@@ -132,6 +134,37 @@ TEST(PlatformMetadata, TiffFilesHaveDirectoriesOfExif) {
         float exposure = 0;
         EXPECT_EQ(TIFFGetField(tiff, EXIFTAG_EXPOSURETIME, &exposure), 1);
         EXPECT_NEAR(exposure, 0.004, 1e-9);
+        TIFFClose(tiff);
+    }
+}
+
+// Texts are kept without a directory of EXIF entries, too.
+TEST(PlatformMetadata, TextsOfTiffFilesAreKept) {
+    const codec_test::TemporaryFile file(".tif");
+    TIFF* tiff = TIFFOpen(file.path(), "w");
+    ASSERT_NE(tiff, nullptr);
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 2);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, "Harbour at noon");
+    TIFFSetField(tiff, TIFFTAG_COPYRIGHT, "(c) A");
+    unsigned char row[2] = {1, 2};
+    TIFFWriteScanline(tiff, row, 0, 0);
+    TIFFClose(tiff);
+    for (int copies = 0; copies < 2; ++copies) {
+        const Opened load = opened(file.bytes());
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        DibSaveOptions options;
+        options.metadata = &load.result.metadata;
+        ASSERT_TRUE(DibSaveFile(file.path(), load.image.get(), &options));
+        tiff = TIFFOpen(file.path(), "r");
+        ASSERT_NE(tiff, nullptr);
+        char* text = nullptr;
+        EXPECT_EQ(TIFFGetField(tiff, TIFFTAG_IMAGEDESCRIPTION, &text), 1);
+        EXPECT_STREQ(text, "Harbour at noon");
+        EXPECT_EQ(TIFFGetField(tiff, TIFFTAG_COPYRIGHT, &text), 1);
+        EXPECT_STREQ(text, "(c) A");
         TIFFClose(tiff);
     }
 }
