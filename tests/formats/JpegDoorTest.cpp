@@ -98,12 +98,12 @@ TEST(JpegDoor, MetadataIsCarriedFromFormatToFormat) {
     const Opened tiff = opened(savedWith(*png.image, "tiff", png.result.metadata));
     ASSERT_TRUE(tiff.isLoaded) << tiff.result.reason;
     EXPECT_TRUE(samePixels(*tiff.image, *jpeg.image));
-    EXPECT_NEAR(tiff.result.metadata.xResolution, 300, 0.02);
+    EXPECT_NEAR(tiff.result.metadata.xResolution, 200, 0.02);
     EXPECT_EQ(bytesOf(tiff.result.metadata.colorProfile), profileFor("RGB "));
     const Opened last = opened(savedWith(*tiff.image, "jpeg", tiff.result.metadata));
     ASSERT_TRUE(last.isLoaded);
-    EXPECT_EQ(last.result.metadata.xResolution, 300);
-    EXPECT_EQ(last.result.metadata.yResolution, 200);
+    EXPECT_EQ(last.result.metadata.xResolution, 200);
+    EXPECT_EQ(last.result.metadata.yResolution, 300);
     EXPECT_EQ(bytesOf(last.result.metadata.colorProfile), profileFor("RGB "));
     EXPECT_EQ(bytesOf(png.result.metadata.exif), exifWith(1));
 
