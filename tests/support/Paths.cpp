@@ -1,11 +1,39 @@
 #include "tests/support/Paths.h"
 
+#include <unistd.h>
+
+#include <filesystem>
+
 namespace testing_support {
+
+namespace {
+
+// Tests run side by side, each in a process: files of one name may not meet.
+class OwnFolder {
+public:
+    OwnFolder() { std::filesystem::create_directories(path_); }
+    // Not for children of the process, which end earlier.
+    ~OwnFolder() {
+        std::error_code ignored;
+        if (getpid() == owner_) std::filesystem::remove_all(path_, ignored);
+    }
+    OwnFolder(const OwnFolder&) = delete;
+    OwnFolder& operator=(const OwnFolder&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    pid_t owner_ = getpid();
+    std::string path_ = DIB_TEST_TMP "/" + std::to_string(owner_);
+};
+
+}  // namespace
 
 std::string sourceFolder() { return DIB_SOURCE_DIR; }
 
 std::string temporaryPath(const std::string& name) {
-    return name.empty() ? DIB_TEST_TMP : DIB_TEST_TMP "/" + name;
+    static const OwnFolder folder;
+    return name.empty() ? folder.path() : folder.path() + "/" + name;
 }
 
 std::string testBundles() { return DIB_TEST_BUNDLES; }

@@ -9,7 +9,7 @@ namespace testing_support {
 /// The root of the source tree.
 std::string sourceFolder();
 
-/// A path in the folder for temporary files; the folder itself without a name.
+/// A path in a folder for temporary files that this process alone uses; the folder itself without a name.
 std::string temporaryPath(const std::string& name = "");
 
 /// The folder with the bundles that the tests of the plug-in loader load.
