@@ -76,11 +76,21 @@ std::string choices(const DibParameter& parameter) {
     return roff.empty() ? roff : ".RS\n" + roff + ".RE\n";
 }
 
+// May be broken after each choice and before each parameter: a line that cannot be is longer than the page.
+std::string synopsis(const DibOperation& operation) {
+    std::string roff;
+    for (const char c : escaped(description(operation, DIB_DESCRIBE_SYNOPSIS))) {
+        if (c == '[') roff += "\\:";
+        roff += c;
+        if (c == '|') roff += "\\:";
+    }
+    return roff;
+}
+
 std::string operationTable() {
     std::string roff = ".SH OPERATIONS\n";
     for (const DibOperation* operation : operations()) {
-        roff += ".SS " + escaped(description(*operation, DIB_DESCRIBE_SYNOPSIS)) + "\n" +
-                paragraph(operation->help) + "\n";
+        roff += ".SS " + synopsis(*operation) + "\n" + paragraph(operation->help) + "\n";
         for (const DibParameter* parameter : DibList(operation->parameters)) {
             const std::string limits = constraints(*parameter);
             roff += item(bold(parameter->name), paragraph(std::string(parameter->help) +
@@ -121,7 +131,8 @@ std::string exitStatus() {
 
 std::string manPage(const CLI::App& app) {
     return std::string(".TH DIB 1 ") + kDate + " \"DibStream " DIB_TOOL_VERSION "\"\n" +
-           ".SH NAME\ndib \\- read, change and write pictures\n"
+           // Lines of a synopsis cannot be adjusted on both sides.
+           ".ad l\n.SH NAME\ndib \\- read, change and write pictures\n"
            ".SH SYNOPSIS\n.B dib run\n.I INPUT\n.RI [ OPERATION ]...\n.I OUTPUT\n.br\n"
            ".B dib info\n.IR FILE ...\n.RB [ \\-\\-json ]\n.br\n"
            ".B dib\n.I COMMAND\n.RI [ ARGUMENT ]...\n"
