@@ -9,9 +9,15 @@ namespace dib {
 
 std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header) {
     std::array<DibBGRA, 256> table{};
-    const std::size_t entries = std::min(announcedEntries(header), addressableEntries(header.biBitCount));
+    const std::size_t entries = usableEntries(header);
     if (entries > 0) std::memcpy(table.data(), colorTable(&header), entries * kEntryBytes);
     return table;
+}
+
+void copyColorTable(const DibStream& from, DibStream& to) {
+    const std::size_t entries = usableEntries(*from.Header);
+    std::memcpy(colorTable(to.Header), colorTable(from.Header), entries * kEntryBytes);
+    to.Header->biClrUsed = from.Header->biClrUsed == 0 ? 0 : static_cast<std::uint32_t>(entries);
 }
 
 void writeGreyEntries(BITMAPINFOHEADER& header, std::size_t entries) {

@@ -24,6 +24,11 @@ inline std::size_t announcedEntries(const BITMAPINFOHEADER& header) {
     return header.biClrUsed != 0 ? header.biClrUsed : addressableEntries(header.biBitCount);
 }
 
+// The announced entries that the depth can address.
+inline std::size_t usableEntries(const BITMAPINFOHEADER& header) {
+    return std::min(announcedEntries(header), addressableEntries(header.biBitCount));
+}
+
 // The longest info header that files have: its fifth version.
 constexpr std::size_t kLongestHeaderBytes = 124;
 
@@ -52,6 +57,10 @@ inline const DibBGRA* colorTable(const BITMAPINFOHEADER* header) {
 // A full table: the announced entries that the depth can address, black beyond them. Readers index this copy,
 // so no pixel value reads outside the block.
 std::array<DibBGRA, 256> readColorTable(const BITMAPINFOHEADER& header);
+
+// Copies the usable entries of an image to the table of another one of the same depth, which holds as many as
+// the depth can address.
+void copyColorTable(const DibStream& from, DibStream& to);
 
 // Writes the first `entries` entries of the grey ramp of the header's depth (1, 4 or 8 bits) into its table,
 // which must hold them.

@@ -63,12 +63,7 @@ bool turnInto(const DibStream& stored, const Turn& turn, int heightSign, DibStre
     const int width = turn.isExchanged ? from.height : from.width;
     const int height = turn.isExchanged ? from.width : from.height;
     if (!turned.Create(width, heightSign * height, from.bitCount) || !viewRows(turned, to)) return false;
-    if (from.bitCount <= 8) {
-        const std::size_t entries =
-            std::min(announcedEntries(*stored.Header), addressableEntries(from.bitCount));
-        std::memcpy(colorTable(turned.Header), colorTable(stored.Header), entries * kEntryBytes);
-        turned.Header->biClrUsed = stored.Header->biClrUsed == 0 ? 0 : static_cast<std::uint32_t>(entries);
-    }
+    if (from.bitCount <= 8) copyColorTable(stored, turned);
     // Indices of less than a byte are put beside each other.
     if (from.bitCount < 8) std::memset(turned.Buffer, 0, admitSize(*turned.Header).imageBytes);
     return turnRows(from, turn, to, callback, user);

@@ -70,13 +70,6 @@ inline bool report(DibProgressCallback callback, void* user, int done, int total
     return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
 }
 
-// Gives the blocks of an image to another one, which releases its own.
-inline void moveBlocks(DibStream& from, DibStream& to) {
-    to.SetDib(from.Header, from.HeaderOwner, from.Buffer, from.BufferOwner);
-    from.HeaderOwner = from.BufferOwner = 0;
-    from.Clear();
-}
-
 struct ReleaseImage {
     void operator()(DibStream* image) const { image->Release(); }
 };

@@ -10,20 +10,19 @@
 
 namespace formats {
 
-namespace {
-
-constexpr const FileFormat* kFormats[] = {
-    &kBmpFormat, &kTgaFormat,  &kPpmFormat,  &kTimFormat, &kIlbmFormat, &kHdrFormat,  &kPsdFormat,
-    &kPngFormat, &kJpegFormat, &kTiffFormat, &kExrFormat, &kDdsFormat,  &kWebpFormat, &kGifFormat,
-};
-
-// Only A to Z have a lower case here: file names do not depend on the application's locale.
 bool isNamed(std::string_view small, std::string_view any) {
     const auto same = [](char a, char b) {
         return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b - 'A' + 'a') : b);
     };
     return std::equal(small.begin(), small.end(), any.begin(), any.end(), same);
 }
+
+namespace {
+
+constexpr const FileFormat* kFormats[] = {
+    &kBmpFormat, &kTgaFormat,  &kPpmFormat,  &kTimFormat, &kIlbmFormat, &kHdrFormat,  &kPsdFormat,
+    &kPngFormat, &kJpegFormat, &kTiffFormat, &kExrFormat, &kDdsFormat,  &kWebpFormat, &kGifFormat,
+};
 
 // The public records of the same formats, ended by null.
 constexpr auto kRecords = [] {

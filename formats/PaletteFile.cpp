@@ -4,20 +4,20 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
-#include "dib/File.h"
 #include "dib/ImageSize.h"
-#include "files/ReplacedFile.h"
+#include "dib/MoveBlocks.h"
 #include "formats/ByteWriter.h"
+#include "formats/Formats.h"
 #include "formats/HeaderText.h"
 #include "formats/door/Frame.h"
 #include "formats/door/Source.h"
+#include "formats/door/WholeFile.h"
 
 namespace formats {
 
@@ -43,7 +43,7 @@ bool readColor(const char* line, DibBGRA& color) {
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 bool refuseLine(DibFileResult& result, int line) {
-    return refuse(result, DIB_ERROR_INVALID, "line %d is no colour of three numbers from 0 to 255", line);
+    return refuse(result, DIB_ERROR_INVALID, "line %d is not a colour of three numbers from 0 to 255", line);
 }
 
 void noteMore(DibFileResult& result) {
@@ -80,7 +80,7 @@ bool readJasc(ByteReader& file, Colors& colors, DibFileResult& result) {
     if (!hasVersion || !file.line(line, sizeof line))
         return refuse(result, DIB_ERROR_READ, "the file ends inside its header");
     if (!readNumber(at, count) || count < 1)
-        return refuse(result, DIB_ERROR_INVALID, "line 3 is no number of colours");
+        return refuse(result, DIB_ERROR_INVALID, "line 3 does not give the number of colours");
     for (int i = 0; i < count; ++i) {
         if (colors.size() == kMostColors) {
             noteMore(result);
@@ -138,9 +138,7 @@ bool makeImage(const Colors& colors, DibStream& image, DibFileResult& result) {
     std::copy(colors.begin(), colors.end(), table);
     made.Header->biClrUsed = static_cast<std::uint32_t>(colors.size());
     for (std::size_t i = 0; i < colors.size(); ++i) made.Buffer[i] = static_cast<unsigned char>(i);
-    image.SetDib(made.Header, made.HeaderOwner, made.Buffer, made.BufferOwner);
-    made.HeaderOwner = made.BufferOwner = 0;
-    made.Clear();
+    dib::moveBlocks(made, image);
     return true;
 }
 
@@ -197,18 +195,12 @@ struct Kind {
 };
 constexpr Kind kKinds[] = {{"gpl", gimpFile}, {"pal", jascFile}, {"act", actFile}};
 
-bool isNamed(std::string_view name, std::string_view any) {
-    const auto same = [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b); };
-    return std::equal(name.begin(), name.end(), any.begin(), any.end(), same);
-}
-
 // The file as text. False with a reason.
 bool encode(const DibStream* image, std::string_view format, std::string& file, DibFileResult& result) {
     if (image == nullptr || image->Header == nullptr)
         return refuse(result, DIB_ERROR_INVALID, "there is no image");
     const BITMAPINFOHEADER& header = *image->Header;
-    const std::size_t entries =
-        std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
+    const std::size_t entries = dib::usableEntries(header);
     if (entries == 0) return refuse(result, DIB_ERROR_MISMATCH, "the image has no palette");
     const auto table = dib::readColorTable(header);
     for (const Kind& kind : kKinds) {
@@ -220,25 +212,12 @@ bool encode(const DibStream* image, std::string_view format, std::string& file, 
                   std::string(format).c_str());
 }
 
-bool refuseForSystem(DibFileResult& result, DibErrorCode code, const char* what, int why) {
-    return refuse(result, code, "%s%s%s", what, why != 0 ? ": " : "", why != 0 ? std::strerror(why) : "");
-}
-
 bool store(const char* path, const std::string& bytes, DibFileResult& result) {
-    constexpr const char* kUnwritten = "the file cannot be written";
-    files::ReplacedFile target(path);
-    if (target.error() != 0)
-        return refuseForSystem(result, DIB_ERROR_OPEN, "the file cannot be created", target.error());
-    dib::FilePtr file = dib::openDescriptor(target.descriptor().number());
-    if (file == nullptr) return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory for the file");
-    target.descriptor().take();
-    errno = 0;
-    const bool isWritten = dib::writeBytes(file.get(), bytes.data(), bytes.size()) &&
-                           std::fflush(file.get()) == 0 &&
-                           files::ReplacedFile::storeOnDisk(dib::descriptorOf(file.get()));
-    if (!isWritten || !dib::closeWritten(std::move(file)))
-        return refuseForSystem(result, DIB_ERROR_WRITE, kUnwritten, errno);
-    return target.commit() || refuseForSystem(result, DIB_ERROR_WRITE, kUnwritten, target.error());
+    const auto write = [&](ByteWriter& file) {
+        file.bytes(bytes.data(), bytes.size());
+        return file.isWhole() || refuseForSystem(result, DIB_ERROR_WRITE, kUnwritten, errno);
+    };
+    return writeWhole(path, result, write, [] { return true; });
 }
 
 }  // namespace

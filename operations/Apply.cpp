@@ -4,13 +4,12 @@
 #include <memory>
 
 #include "dib/ColorTable.h"
+#include "dib/MoveBlocks.h"
 #include "operations/Operations.h"
 
 namespace operations {
 
 namespace {
-
-constexpr const char* kOutOfMemory = "there is not enough memory, or no image can have that size";
 
 // The caller's options with the defaults of the fields that the caller's version of the record did not have.
 DibApplyOptions completed(const DibApplyOptions* options) {
@@ -83,16 +82,9 @@ using ImagePtr = std::unique_ptr<DibStream, ReleaseImage>;
 
 ImagePtr copyOf(DibStream& image) {
     ImagePtr copy(image.Clone());
-    if (copy == nullptr || copy->Buffer == nullptr) throw Refusal{DIB_ERROR_MEMORY, kOutOfMemory};
+    if (copy == nullptr || copy->Buffer == nullptr) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     copyLongHeader(image, *copy);
     return copy;
-}
-
-// Gives the blocks of an image to another one, which releases its own.
-void moveBlocks(DibStream& from, DibStream& to) {
-    to.SetDib(from.Header, from.HeaderOwner, from.Buffer, from.BufferOwner);
-    from.HeaderOwner = from.BufferOwner = 0;
-    from.Clear();
 }
 
 void applyStep(const Job& job) {
@@ -102,7 +94,7 @@ void applyStep(const Job& job) {
     if (runTreated(job)) return;
     // Parameters and depth were checked: what is left is memory, unless there is another code.
     const int code = job.image.ErrorCode;
-    if (code == DIB_OK || code == DIB_ERROR_MEMORY) throw Refusal{DIB_ERROR_MEMORY, kOutOfMemory};
+    if (code == DIB_OK || code == DIB_ERROR_MEMORY) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     throw Refusal{static_cast<DibErrorCode>(code), DibStream::GetErrorString(code)};
 }
 
@@ -135,7 +127,7 @@ void applyChain(DibStream* image, const std::vector<Arguments>& steps, const Dib
     if (options.inPlace) return applySteps(*image, steps, options, result, progress);
     const ImagePtr copy = copyOf(*image);
     applySteps(*copy, steps, options, result, progress);
-    moveBlocks(*copy, *image);
+    dib::moveBlocks(*copy, *image);
 }
 
 // Applies what `parse` makes of the caller's steps.

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "dib/ColorTable.h"
+#include "operations/Descriptions.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -41,8 +42,7 @@ std::uint32_t checkedFill(const DibParameter& parameter, const Value& fill, int 
     if (number <= largest) return number;
     throw Refusal{DIB_ERROR_MISMATCH,
                   std::string(parameter.name) + ": " + quoted(fill.text) + " is outside 0 to " +
-                      std::to_string(largest) + " for a picture of " + std::to_string(bitCount) +
-                      (bitCount == 1 ? " bit" : " bits"),
+                      std::to_string(largest) + " for a picture of " + bitsText(bitCount),
                   &parameter};
 }
 

@@ -125,6 +125,8 @@ std::string constraints(const DibParameter& parameter) {
     return text;
 }
 
+std::string bitsText(int bitCount) { return std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits"); }
+
 std::string depthsText(unsigned int depths) {
     std::vector<std::string> names;
     for (const char* bits : {"1", "4", "8", "16", "24", "32"}) {

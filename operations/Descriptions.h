@@ -17,6 +17,8 @@ std::string synopsis(const DibOperation& operation);
 std::string constraints(const DibParameter& parameter);
 // A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 and 32 bits".
 std::string depthsText(unsigned int depths);
+// "1 bit", "8 bits".
+std::string bitsText(int bitCount);
 // The row of an operation as a JSON object, after `indent` blanks.
 std::string jsonText(const DibOperation& operation, int indent);
 

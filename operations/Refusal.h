@@ -19,6 +19,8 @@ struct Refusal {
     const char* suggestion = nullptr;
 };
 
+inline constexpr const char* kNoMemory = "there is not enough memory, or no image can have that size";
+
 // Text of a user in quotes, cut where it is long.
 std::string quoted(std::string_view text);
 // "; did you mean 'blur'?", or nothing where there is no suggestion.

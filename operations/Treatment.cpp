@@ -49,8 +49,6 @@ bool hasRightColors(const DibStream& image, const Treatment& treatment) {
 
 bool wantsClassic(const Job& job) { return job.options.classic || job.arguments.isOn("classic"); }
 
-std::string bitsText(int bitCount) { return std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits"); }
-
 // Makes the pixels of a picture colours.
 bool makeColors(const Job& job, bool toGrey, unsigned int depths) {
     DibStream& image = job.image;
@@ -122,8 +120,7 @@ bool runTreated(const Job& job) {
 
 bool invertPalette(const Job& job) {
     BITMAPINFOHEADER& header = *job.image.Header;
-    const std::size_t entries =
-        std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
+    const std::size_t entries = dib::usableEntries(header);
     for (DibBGRA& entry : std::span(dib::colorTable(&header), entries)) {
         entry.blue = static_cast<std::uint8_t>(255 - entry.blue);
         entry.green = static_cast<std::uint8_t>(255 - entry.green);

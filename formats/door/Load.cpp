@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "dib/ImageSize.h"
+#include "dib/MoveBlocks.h"
 #include "formats/Formats.h"
 #include "formats/door/Alpha.h"
 #include "formats/door/DecoderPath.h"
@@ -246,7 +247,7 @@ bool load(Source& source, DibStream& image, DibLoadOptions& options, DibFileResu
     judgeAlpha(loaded, options.alpha, result);
     if (options.appliesOrientation && !turnUpright(loaded, result)) return false;
     if (!progress.report(1)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
-    moveBlocks(loaded, image);
+    dib::moveBlocks(loaded, image);
     return true;
 }
 

@@ -3,8 +3,8 @@
 #include <iterator>
 #include <utility>
 
+#include "dib/MoveBlocks.h"
 #include "dib/Turn.h"
-#include "formats/CodecFrame.h"
 #include "formats/door/Request.h"
 
 namespace formats {
@@ -21,7 +21,7 @@ bool turnUpright(DibStream& image, DibFileResult& result) {
     if (!dib::turnInto(image, dib::kTurns[orientation - 1], 1, turned)) {
         return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory to turn the picture");
     }
-    moveBlocks(turned, image);
+    dib::moveBlocks(turned, image);
     exchangeResolution(orientation, result.metadata);
     return true;
 }

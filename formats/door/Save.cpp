@@ -11,10 +11,10 @@
 #include "dib/File.h"
 #include "dib/ImageSize.h"
 #include "files/NamelessFile.h"
-#include "files/ReplacedFile.h"
 #include "formats/Formats.h"
 #include "formats/door/Frame.h"
 #include "formats/door/Options.h"
+#include "formats/door/WholeFile.h"
 
 namespace formats {
 
@@ -130,12 +130,6 @@ bool writeByPath(WriteRequest& request, const FileFormat& format) {
     }
 }
 
-constexpr const char* kUnwritten = "the file cannot be written";
-
-bool refuseForSystem(DibFileResult& result, DibErrorCode code, const char* what, int why) {
-    return refuse(result, code, "%s%s%s", what, why != 0 ? ": " : "", why != 0 ? std::strerror(why) : "");
-}
-
 bool encode(Save& save, ByteWriter& file) {
     DibFileResult& result = save.result;
     if (!save.progress.report(0)) return refuse(result, DIB_ERROR_INTERRUPTED, "cancelled");
@@ -161,26 +155,9 @@ bool finish(Save& save) {
 }
 
 bool saveTo(Save& save, const char* path) {
-    files::ReplacedFile target(path);
-    if (target.error() != 0) {
-        return refuseForSystem(save.result, DIB_ERROR_OPEN, "the file cannot be created", target.error());
-    }
-    dib::FilePtr file = dib::openDescriptor(target.descriptor().number());
-    if (file == nullptr)
-        return refuse(save.result, DIB_ERROR_MEMORY, "there is not enough memory for the file");
-    target.descriptor().take();
-    errno = 0;
-    ByteWriter writer(file.get());
-    if (!encode(save, writer)) return false;
-    const bool isStored =
-        std::fflush(file.get()) == 0 && files::ReplacedFile::storeOnDisk(dib::descriptorOf(file.get()));
-    if (!isStored || !dib::closeWritten(std::move(file))) {
-        return refuseForSystem(save.result, DIB_ERROR_WRITE, kUnwritten, errno);
-    }
-    if (!finish(save)) return false;
-    if (target.commit()) return true;
-    return refuseForSystem(save.result, DIB_ERROR_WRITE, "the file cannot be put in its place",
-                           target.error());
+    return writeWhole(
+        path, save.result, [&](ByteWriter& file) { return encode(save, file); },
+        [&] { return finish(save); });
 }
 
 bool saveTo(Save& save, DibBytes* bytes) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dib/Depths.h"
+#include "dib/MoveBlocks.h"
 #include "dib/PixelReader.h"
 #include "operations/pixels/BestPalette.h"
 #include "operations/pixels/NearestEntry.h"
@@ -292,7 +293,7 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
         const double done = begin + (1 - begin) * (y + 1) / colors.height();
         if (job.callback != nullptr && !job.callback(static_cast<float>(done), job.user)) return false;
     }
-    moveBlocks(mapped, job.image);
+    dib::moveBlocks(mapped, job.image);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "dib/MoveBlocks.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -13,18 +14,13 @@ unsigned char amplified(int difference, int gain) {
     return static_cast<unsigned char>(std::min(std::abs(difference) * gain, 255));
 }
 
-void toTrueColor(DibStream& image) {
-    widenQuietly(image);
-    if (image.Header->biBitCount != 32 && !image.ChangeTo32Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-}
-
 }  // namespace
 
 bool showDifference(const Job& job, DibStream& second, int gain) {
     rowsOf(job.image);
     rowsOf(second);
-    toTrueColor(job.image);
-    toTrueColor(second);
+    widenQuietly(job.image, 32);
+    widenQuietly(second, 32);
     const dib::Raster a = rowsOf(job.image);
     const dib::Raster b = rowsOf(second);
     DibStream shown;
@@ -43,7 +39,7 @@ bool showDifference(const Job& job, DibStream& second, int gain) {
                 out[channel] = std::max(amplified(left[channel] - right[channel], gain), ofAlpha);
         }
     });
-    if (isDone) moveBlocks(shown, job.image);
+    if (isDone) dib::moveBlocks(shown, job.image);
     return isDone;
 }
 

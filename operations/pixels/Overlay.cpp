@@ -10,16 +10,9 @@ namespace operations {
 
 namespace {
 
-// A product of two shares of 255, rounded.
-DIB_ALWAYS_INLINE std::uint32_t share(std::uint32_t a, std::uint32_t b) {
-    const std::uint32_t product = a * b + 128;
-    return (product + (product >> 8)) >> 8;
-}
-
 // Alpha of the source row times the opacity.
 DIB_ALWAYS_INLINE void scaleAlpha(unsigned char* row, std::size_t count, std::uint32_t opacity) {
-    for (std::size_t i = 0; i < count; ++i)
-        row[4 * i + 3] = static_cast<unsigned char>(share(row[4 * i + 3], opacity));
+    for (std::size_t i = 0; i < count; ++i) row[4 * i + 3] = mixed(row[4 * i + 3], 0, opacity);
 }
 
 // Source colours over an opaque backdrop.
@@ -27,11 +20,8 @@ DIB_ALWAYS_INLINE void coverOpaque(const unsigned char* __restrict over, std::si
                                    unsigned char* __restrict row) {
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t alpha = over[4 * i + 3];
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            const std::uint32_t sum =
-                over[4 * i + channel] * alpha + row[3 * i + channel] * (255 - alpha) + 128;
-            row[3 * i + channel] = static_cast<unsigned char>((sum + (sum >> 8)) >> 8);
-        }
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            row[3 * i + channel] = mixed(over[4 * i + channel], row[3 * i + channel], alpha);
     }
 }
 
@@ -89,8 +79,7 @@ void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
 bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t opacity,
              dib::BlendMode mode) {
     widen(job);
-    widenQuietly(over);
-    if (over.Header->biBitCount != 32 && !over.ChangeTo32Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    widenQuietly(over, 32);
     const dib::Blender blender(mode);
     if (!blender.ready()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     const dib::Raster under = rowsOf(job.image);

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "operations/Descriptions.h"
+
 namespace operations {
 
 namespace {
@@ -34,24 +36,25 @@ void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text
     std::snprintf(note.text, sizeof note.text, "%.*s", static_cast<int>(text.size()), text.data());
 }
 
-void widenQuietly(DibStream& image) {
-    const int bitCount = image.Header->biBitCount;
-    if (bitCount > 16) return;
-    rowsOf(image);
-    if (!image.ChangeTo24Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-    if (bitCount == 16) fillLowBits(image);
+void widenQuietly(DibStream& image, int bitCount) {
+    const int before = image.Header->biBitCount;
+    if (before <= 16) {
+        rowsOf(image);
+        if (!image.ChangeTo24Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+        if (before == 16) fillLowBits(image);
+    }
+    if (bitCount == 32 && image.Header->biBitCount != 32 && !image.ChangeTo32Bit(0))
+        throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
 }
 
 void widen(const Job& job, int bitCount) {
     const int before = job.image.Header->biBitCount;
-    widenQuietly(job.image);
-    if (bitCount == 32 && job.image.Header->biBitCount != 32 && !job.image.ChangeTo32Bit(0))
-        throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    widenQuietly(job.image, bitCount);
     if (before > 16) return;
     const std::string name = job.arguments.operation().info.name;
     addNote(job.result, DIB_NOTE_LOSS,
-            name + (before <= 8 ? ": the palette of " : ": ") + std::to_string(before) +
-                (before == 1 ? " bit" : " bits") + " became " + std::to_string(bitCount) + " bits a pixel");
+            name + (before <= 8 ? ": the palette of " : ": ") + bitsText(before) + " became " +
+                std::to_string(bitCount) + " bits a pixel");
 }
 
 void createImage(DibStream& image, int width, int height, int bitCount) {
@@ -62,12 +65,6 @@ void createImage(DibStream& image, int width, int height, int bitCount) {
     } else {
         dib::clearRowFill(image.Buffer, size);
     }
-}
-
-void moveBlocks(DibStream& from, DibStream& to) {
-    to.SetDib(from.Header, from.HeaderOwner, from.Buffer, from.BufferOwner);
-    from.HeaderOwner = from.BufferOwner = 0;
-    from.Clear();
 }
 
 }  // namespace operations

@@ -7,12 +7,11 @@
 #include <string_view>
 
 #include "dib/ColorTable.h"
+#include "dib/Kernels.h"
 #include "dib/Raster.h"
 #include "operations/Operations.h"
 
 namespace operations {
-
-inline constexpr const char* kNoMemory = "there is not enough memory, or no image can have that size";
 
 // The rows of an image, top of the picture first. Throws Refusal when it has no pixels.
 dib::Raster rowsOf(const DibStream& image);
@@ -22,14 +21,19 @@ void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text
 // Makes a picture of fewer bits one of 24 or 32, and notes it where that is a loss: up to 16 bits. Throws
 // Refusal when memory is short.
 void widen(const Job& job, int bitCount = 24);
-// The same for a picture that is no step's own: every depth but 24 and 32 becomes 24, without a note.
-void widenQuietly(DibStream& image);
+// The same without a note. Pictures of 24 bits that are to have 24 and of 32 bits stay as they are.
+void widenQuietly(DibStream& image, int bitCount = 24);
 
 // A new image. Its pixels are undefined, but 0 where several share a byte. Throws Refusal when it cannot
 // exist or memory is short.
 void createImage(DibStream& image, int width, int height, int bitCount);
-// Gives the blocks of one image to another, which releases its own.
-void moveBlocks(DibStream& from, DibStream& to);
+
+// (over x alpha + under x (255 - alpha)) / 255, rounded: with a sum s + 128 = t the quotient is
+// (t + (t >> 8)) >> 8.
+DIB_ALWAYS_INLINE unsigned char mixed(std::uint32_t over, std::uint32_t under, std::uint32_t alpha) {
+    const std::uint32_t sum = over * alpha + under * (255 - alpha) + 128;
+    return static_cast<unsigned char>((sum + (sum >> 8)) >> 8);
+}
 
 // Reports that `done` of `total` rows are done. False when the caller cancels.
 inline bool report(const Job& job, std::int64_t done, std::int64_t total) {

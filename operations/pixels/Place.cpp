@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "dib/MoveBlocks.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -21,8 +22,7 @@ std::uint32_t valueOf(const Job& job, const DibBGRA& color) {
     const bool isOpaque = color.alpha == 255;
     if (isOpaque && header.biBitCount <= 8) {
         const auto table = dib::readColorTable(header);
-        const std::size_t entries =
-            std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
+        const std::size_t entries = dib::usableEntries(header);
         for (std::uint32_t i = 0; i < entries; ++i) {
             if (isSame(table[i], color)) return i;
         }
@@ -55,22 +55,13 @@ std::uint32_t unify(const Job& job, DibStream& second, const DibBGRA& fill) {
     }
     const std::uint32_t value = valueOf(job, fill);
     const int bitCount = job.image.Header->biBitCount;
-    if (second.Header->biBitCount == bitCount) return value;
-    widenQuietly(second);
-    if (bitCount == 32 && second.Header->biBitCount != 32 && !second.ChangeTo32Bit(0))
-        throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    if (second.Header->biBitCount != bitCount) widenQuietly(second, bitCount);
     return value;
 }
 
 // Where `length` pixels lie on a side of `full`.
 int aligned(int full, int length, int align) {
     return align == 0 ? 0 : (full - length) / (align == 1 ? 2 : 1);
-}
-
-void copyTable(const DibStream& from, DibStream& to) {
-    const std::size_t entries = dib::announcedEntries(*from.Header);
-    std::copy_n(dib::colorTable(from.Header), entries, dib::colorTable(to.Header));
-    to.Header->biClrUsed = from.Header->biClrUsed;
 }
 
 }  // namespace
@@ -103,7 +94,7 @@ bool join(const Job& job, DibStream& second, const Joint& joint) {
     const int height = joint.isColumn ? checkedSize(a.height + gap + b.height) : std::max(a.height, b.height);
     DibStream both;
     createImage(both, width, height, a.bitCount);
-    if (a.bitCount == 8) copyTable(job.image, both);
+    if (a.bitCount == 8) dib::copyColorTable(job.image, both);
     const dib::Raster to = rowsOf(both);
     const auto bytes = static_cast<std::size_t>(a.bitCount / 8);
     std::vector<unsigned char> blank(bytes * static_cast<std::size_t>(width));
@@ -124,7 +115,7 @@ bool join(const Job& job, DibStream& second, const Joint& joint) {
             put(b, a.width + joint.gap, y, aligned(height, b.height, joint.align));
         }
     });
-    if (isDone) moveBlocks(both, job.image);
+    if (isDone) dib::moveBlocks(both, job.image);
     return isDone;
 }
 

@@ -8,6 +8,7 @@
 
 #include "dib/Depths.h"
 #include "dib/EdgeAxis.h"
+#include "dib/MoveBlocks.h"
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/pixels/Pixels.h"
 
@@ -201,17 +202,10 @@ Taps sharedTaps(int count, const std::vector<double>& exact, bool wraps) {
     return taps;
 }
 
-void copyTable(const DibStream& from, DibStream& to) {
-    const std::size_t entries =
-        std::min(dib::announcedEntries(*from.Header), dib::addressableEntries(from.Header->biBitCount));
-    std::copy_n(dib::colorTable(from.Header), entries, dib::colorTable(to.Header));
-    to.Header->biClrUsed = from.Header->biClrUsed == 0 ? 0 : static_cast<std::uint32_t>(entries);
-}
-
 // A picture of that size with the depth, row order and colour table of another.
 void createLike(const DibStream& image, int width, int height, DibStream& created) {
     createImage(created, width, image.Header->biHeight < 0 ? -height : height, image.Header->biBitCount);
-    if (image.Header->biBitCount <= 8) copyTable(image, created);
+    if (image.Header->biBitCount <= 8) dib::copyColorTable(image, created);
 }
 
 }  // namespace
@@ -274,7 +268,7 @@ bool resample(const Job& job, const Taps& across, const Taps& down) {
     });
     if (!isDone) return false;
     if (alpha) dib::fillAlpha(result, *alpha);
-    moveBlocks(result, job.image);
+    dib::moveBlocks(result, job.image);
     return true;
 }
 
@@ -298,7 +292,7 @@ bool resampleNearest(const Job& job, int width, int height) {
             return true;
         });
     });
-    if (isDone) moveBlocks(result, job.image);
+    if (isDone) dib::moveBlocks(result, job.image);
     return isDone;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dib/Kernels.h"
+#include "dib/MoveBlocks.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -34,17 +35,13 @@ DIB_ALWAYS_INLINE void putGreys(const unsigned char* __restrict greys, std::size
     }
 }
 
-// (color x alpha + background x (255 - alpha)) / 255, rounded: with a sum s + 128 = t the quotient is
-// (t + (t >> 8)) >> 8.
 DIB_ALWAYS_INLINE void flattenRow(const unsigned char* __restrict from, std::size_t count,
                                   const DibBGRA* background, unsigned char* __restrict to) {
     const std::uint32_t under[3] = {background->blue, background->green, background->red};
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t alpha = from[4 * i + 3];
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            const std::uint32_t sum = from[4 * i + channel] * alpha + under[channel] * (255 - alpha) + 128;
-            to[3 * i + channel] = static_cast<unsigned char>((sum + (sum >> 8)) >> 8);
-        }
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            to[3 * i + channel] = mixed(from[4 * i + channel], under[channel], alpha);
     }
 }
 
@@ -98,7 +95,7 @@ bool flatten(const Job& job, const DibBGRA& background) {
         const unsigned char* const row = from.row(y);
         dib::runKernel<flattenRow>(row, static_cast<std::size_t>(from.width), &background, to.row(y));
     });
-    if (isDone) moveBlocks(flat, job.image);
+    if (isDone) dib::moveBlocks(flat, job.image);
     return isDone;
 }
 

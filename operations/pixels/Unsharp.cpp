@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "dib/Kernels.h"
+#include "effects/weighted/AlphaPlane.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -62,27 +63,16 @@ DIB_ALWAYS_INLINE void sharpenRow(const float* __restrict blurred, std::size_t c
     }
 }
 
-bool isOpaque(const dib::Raster& rows) {
-    if (rows.bitCount != 32) return true;
-    for (int y = 0; y < rows.height; ++y) {
-        const unsigned char* row = rows.row(y);
-        for (int x = 0; x < rows.width; ++x) {
-            if (row[4 * x + 3] != 255) return false;
-        }
-    }
-    return true;
-}
-
 // The blurred rows of a picture.
 class Blur {
 public:
-    Blur(const dib::Raster& rows, double deviation)
+    Blur(const dib::Raster& rows, double deviation, bool isWeighted)
         : weights_(gaussianWeights(deviation)),
           reach_(static_cast<int>(weights_.size()) - 1),
           channels_(static_cast<std::size_t>(rows.bitCount / 8)),
           samples_(channels_ * static_cast<std::size_t>(rows.width)),
           height_(rows.height),
-          isWeighted_(!isOpaque(rows)),
+          isWeighted_(isWeighted),
           original_(samples_ * static_cast<std::size_t>(rows.height)),
           column_(samples_ + 2 * margin()),
           blurred_(samples_) {
@@ -156,7 +146,8 @@ private:
 bool unsharp(const Job& job, const UnsharpMask& mask) {
     widen(job);
     const dib::Raster rows = rowsOf(job.image);
-    Blur blur(rows, mask.deviation);
+    const bool isOpaque = rows.bitCount != 32 || dib::commonAlpha(job.image) == 255;
+    Blur blur(rows, mask.deviation, !isOpaque);
     const std::size_t samples =
         static_cast<std::size_t>(rows.width) * static_cast<std::size_t>(rows.bitCount / 8);
     return forEachRow(job, rows.height, [&](int y) {

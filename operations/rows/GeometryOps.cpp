@@ -3,6 +3,7 @@
 
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/Call.h"
+#include "operations/Descriptions.h"
 #include "operations/pixels/Pixels.h"
 #include "operations/pixels/Resample.h"
 
@@ -45,8 +46,8 @@ bool runClassicResize(const Job& job) {
     // The library would leave an indexed picture empty.
     const int bitCount = job.image.Header->biBitCount;
     if (isArea && bitCount < 24) {
-        throw Refusal{DIB_ERROR_MISMATCH, "filter: area is for 24 and 32 bits, not for " +
-                                              std::to_string(bitCount) + (bitCount == 1 ? " bit" : " bits")};
+        throw Refusal{DIB_ERROR_MISMATCH,
+                      "filter: area is for 24 and 32 bits, not for " + bitsText(bitCount)};
     }
     return job.image.Resize(wanted.width, wanted.height,
                             isArea ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR);

@@ -1,3 +1,4 @@
+#include "dib/MoveBlocks.h"
 #include "dib/Turn.h"
 #include "operations/Operations.h"
 #include "operations/pixels/Pixels.h"
@@ -21,7 +22,7 @@ bool turnBy(const Job& job, const dib::Turn& turn) {
     DibStream turned;
     const int sign = job.image.Header->biHeight < 0 ? -1 : 1;
     if (!dib::turnInto(job.image, turn, sign, turned, job.callback, job.user)) return false;
-    moveBlocks(turned, job.image);
+    dib::moveBlocks(turned, job.image);
     return true;
 }
 

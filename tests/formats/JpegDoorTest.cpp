@@ -319,18 +319,7 @@ TEST(JpegDoor, ScaledPicturesFailAndCancelAsOthers) {
     const Bytes file = saved(*smoothImage(96, 64, 24), "jpeg");
     const DibLoadOptions eighth = atLeastSize(12, 8);
     EXPECT_GT(failEveryLoad(file, eighth), 2);
-    ProgressLog log;
-    ASSERT_TRUE(opened(file, eighth, log).isLoaded);
-    ASSERT_GE(log.fractions.size(), 9U);
-    EXPECT_EQ(log.fractions.front(), 0.0F);
-    EXPECT_EQ(log.fractions.back(), 1.0F);
-    for (std::size_t call = 0; call < log.fractions.size(); ++call) {
-        ProgressLog cancelling;
-        cancelling.cancelAt = static_cast<int>(call);
-        const Opened load = opened(file, eighth, cancelling);
-        EXPECT_FALSE(load.isLoaded);
-        EXPECT_EQ(load.result.code, 9);
-    }
+    expectLoadProgress(file, 9, eighth);
     DibLoadOptions damaged = eighth;
     damaged.damage = DIB_DAMAGE_KEEP;
     const Opened kept = opened(Bytes(file.begin(), file.end() - std::ptrdiff_t{200}), damaged);
