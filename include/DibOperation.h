@@ -37,6 +37,7 @@
 
 #include <DibExport.h>
 #include <DibFile.h>
+#include <DibPictures.h>
 #include <DibStream.h>
 
 #include <cstddef>
@@ -172,6 +173,7 @@ struct DibOperationResult {
     /// "blur: the palette of 8 bits became 24 bits a pixel"; of second pictures "other.tif: 16 bits a sample
     /// became 8".
     DibNote notes[kMostNotes] = {};
+    DibDifference difference;  ///< What the last step `compare` found; `pixels` is 0 where there was none.
 };
 /// @}
 

@@ -1,7 +1,7 @@
 #include <cmath>
 
+#include "operations/PictureDifference.h"
 #include "operations/SecondPicture.h"
-#include "operations/pixels/Compare.h"
 #include "operations/pixels/Overlay.h"
 #include "operations/pixels/Place.h"
 
@@ -107,7 +107,8 @@ constexpr Parameters kCompare({kFile, integer("gain", "factor that makes small d
 bool runCompare(const Job& job) {
     DibStream second;
     openPicture(job, job.arguments.path("file"), second);
-    return showDifference(job, second, job.arguments.integer("gain"));
+    return compare(job.image, second, job.arguments.integer("gain"), job.result.difference, &job.image,
+                   job.callback, job.user);
 }
 
 constexpr Operation kOperations[] = {

@@ -1,0 +1,48 @@
+/// @file
+/// Functions that take several pictures: what differs between two of them.
+///
+///     DibDifference difference;
+///     if (DibCompare(&before, &after, &difference)) std::printf("%.2f dB\n", difference.psnr);
+///
+/// The rules for results, ranges, failure and threads are those of DibOperation.h.
+#ifndef DIBSTREAM_DIBPICTURES_H
+#define DIBSTREAM_DIBPICTURES_H
+
+#include <DibExport.h>
+#include <DibStream.h>
+
+#include <cstddef>
+#include <cstdint>
+
+struct DibOperationResult;
+
+/// What differs between two pictures. Channels are red, green and blue, and alpha where a pixel of one of the
+/// two is not opaque. A pixel that only one of the two has differs by 255 in all of them.
+struct DibDifference {
+    std::size_t size = sizeof(DibDifference);  ///< Bytes of this record, by which it may grow.
+    std::int64_t pixels = 0;           ///< Pixels of a picture with the larger width and height of the two.
+    std::int64_t differentPixels = 0;  ///< Those among them that differ in a channel; 0: the two are alike.
+    int largest = 0;                   ///< The largest difference of a channel, 0 to 255.
+    int x = -1;  ///< Column of the first pixel, from the top, with that difference; -1 when none differs.
+    int y = -1;  ///< Its row.
+    double meanSquare = 0;  ///< The mean of the squared differences of all channels.
+    /// The peak signal-to-noise ratio in dB: 10 log10(255 x 255 / meanSquare); infinite when none differs.
+    double psnr = 0;
+    bool isSameSize = false;  ///< Whether both have the same width and height.
+};
+
+/// Compares two pictures of any depth: the colours of palettes, not their indices. They are not changed.
+/// @param difference Gets the numbers; they stay as they were on failure.
+/// @param shown Gets a picture of 24 bits unless it is null: every channel is the difference, times `gain`,
+///   up to 255; differences of alpha show in all of them. Where only one of the two has pixels it is white.
+///   It may be one of the two.
+/// @param gain From 1 to 255.
+/// @return False, with nothing changed, and code
+/// - 6 one of the two has no pixels, a pointer is null or the gain is out of range;
+/// - 2 memory is short;
+/// - 9 the callback cancelled.
+DIB_EXPORT bool DibCompare(const DibStream* first, const DibStream* second, DibDifference* difference,
+                           DibStream* shown = nullptr, int gain = 1, DibOperationResult* result = nullptr,
+                           DibProgressCallback callback = nullptr, void* user = nullptr);
+
+#endif
