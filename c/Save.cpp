@@ -48,6 +48,7 @@ bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, Bor
     options.format = from.format;
     options.refusesLosses = from.refuses_losses != 0;
     options.quality = from.quality;
+    options.isLossy = from.is_lossy != 0;
     options.compressionLevel = from.compression_level;
     options.runLengths = from.run_lengths != 0;
     options.tiffCompression = static_cast<DibTiffCompression>(from.tiff_compression);

@@ -69,6 +69,10 @@ std::string problemOf(const DibPluginDescription& description) {
     const unsigned depths = description.readDepths;
     if (depths == 0 || (depths & ~unsigned{DibStream::DIB_ACCEPT_ALL}) != 0)
         return "describes improper depths";
+    constexpr unsigned kWritten = DibStream::DIB_ACCEPT_24 | DibStream::DIB_ACCEPT_32;
+    const bool isWriter = description.save != nullptr;
+    if ((description.writeDepths & ~kWritten) != 0 || (description.writeDepths != 0) != isWriter)
+        return "describes improper depths of files that it writes";
     return {};
 }
 
@@ -166,13 +170,16 @@ void addFormat(Bundle& bundle) {
                               .extensions = description.extensions,
                               .mimeTypes = description.mimeTypes,
                               .readDepths = description.readDepths,
+                              .writeDepths = description.writeDepths,
                               .hasLayers = description.hasLayers,
                               .hasPages = description.hasPages,
                               .plugin = bundle.path.c_str() + name},
                      .probe = probeByBundle,
                      .listLayers = listLayersByBundle,
                      .findPage = findPageByBundle,
-                     .read = readByBundle};
+                     .read = readByBundle,
+                     .losses = lossesByBundle,
+                     .write = description.save != nullptr ? writeByBundle : nullptr};
 }
 
 std::vector<std::string> bundlesIn(const std::string& folder) {

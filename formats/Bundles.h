@@ -48,11 +48,15 @@ bool probeByBundle(const Bundle& bundle, ProbeRequest& request);
 bool readByBundle(const Bundle& bundle, ReadRequest& request);
 bool listLayersByBundle(const Bundle& bundle, LayersRequest& request);
 bool findPageByBundle(const Bundle& bundle, PageRequest& request);
-// The same for the bundle of the format in the result.
+// Stores the reason of a bundle.
+void refuseByPlugin(DibFileResult& result, int code, const char* reason);
+// The same for the bundle of the format in the result, and saving (formats/PluginSave.cpp).
 bool probeByBundle(ProbeRequest& request);
 bool readByBundle(ReadRequest& request);
 bool listLayersByBundle(LayersRequest& request);
 bool findPageByBundle(PageRequest& request);
+bool lossesByBundle(LossRequest& request);
+bool writeByBundle(WriteRequest& request);
 
 }  // namespace formats
 

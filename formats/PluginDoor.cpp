@@ -64,10 +64,7 @@ private:
         note(of(library).result_, static_cast<DibNoteKind>(kind), "%.123s", text);
     }
     static void addReason(void* library, int code, const char* reason) {
-        if (reason == nullptr || reason[0] == '\0') return;
-        const bool isCode = code > DIB_OK && code <= DIB_ERROR_INTERRUPTED;
-        refuse(of(library).result_, isCode ? static_cast<DibErrorCode>(code) : DIB_ERROR_INVALID, "%.255s",
-               reason);
+        refuseByPlugin(of(library).result_, code, reason);
     }
 
     ByteReader& file_;
@@ -136,6 +133,12 @@ struct LayerList {
 };
 
 }  // namespace
+
+void refuseByPlugin(DibFileResult& result, int code, const char* reason) {
+    if (reason == nullptr || reason[0] == '\0') return;
+    const bool isCode = code > DIB_OK && code <= DIB_ERROR_INTERRUPTED;
+    refuse(result, isCode ? static_cast<DibErrorCode>(code) : DIB_ERROR_INVALID, "%.255s", reason);
+}
 
 bool probeByBundle(const Bundle& bundle, ProbeRequest& request) {
     const Call call(request.file, request.options, request.result, nullptr);

@@ -205,10 +205,13 @@ constinit const FileFormat kWebpFormat = {
              .extensions = kWebpExtensions,
              .mimeTypes = kWebpTypes,
              .readDepths = depths({24, 32}),
+             .writeDepths = depths({24, 32}),
              .plugin = "vexlibwebp.bundle"},
     .recognizes = isWebp,
     .probe = probeByBundle,
     .read = readByBundle,
+    .losses = lossesByBundle,
+    .write = writeByBundle,
 };
 
 constinit const FileFormat kGifFormat = {

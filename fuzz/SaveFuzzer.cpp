@@ -6,13 +6,26 @@
 
 #include "fuzz/CodecFuzz.h"
 
+namespace {
+
+bool usePlugins() {
+#ifdef DIB_FUZZ_PLUGINS
+    DibStream::SetDllFilePath(DIB_FUZZ_PLUGINS);
+#endif
+    return true;
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const bool hasPlugins = usePlugins();
+    if (!hasPlugins) return 0;
     fuzz::Input input(data, size);
     DibSaveOptions options;
     std::size_t count = 0;
     const DibFormat* const* formats = DibGetFormats(&count);
     const DibFormat& format = *formats[input.below(static_cast<int>(count))];
-    if (format.writeDepths == 0) return 0;
+    if (format.writeDepths == 0 || !DibIsFormatAvailable(&format)) return 0;
     options.format = format.name;
     options.runLengths = input.below(2) == 0;
     options.quality = 1 + input.below(100);

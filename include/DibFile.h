@@ -279,12 +279,15 @@ struct DibSaveOptions {
         sizeof(DibSaveOptions);    ///< Bytes of the caller's record, which newer versions extend.
     const char* format = nullptr;  ///< Name of the format; null: by the extension of the path.
     bool refusesLosses = false;    ///< Fails when the file cannot hold all of the image; JPEG never can.
-    int quality = 90;              ///< JPEG, 1 to 100.
-    int compressionLevel = -1;     ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
-    bool runLengths = true;        ///< Run lengths where a format has them as an option.
+    int quality = 90;              ///< JPEG, and WebP with `isLossy`: 1 to 100.
+    /// PNG, TIFF and lossless WebP, 0 (fast) to 9 (small); -1: a good compromise.
+    int compressionLevel = -1;
+    bool runLengths = true;  ///< Run lengths where a format has them as an option.
     DibTiffCompression tiffCompression = DIB_TIFF_DEFLATE;  ///< How TIFF rows are packed.
     /// What the file says beside the pixels; null: nothing. It may be that of the call's own result.
     const DibMetadata* metadata = nullptr;
+    /// WebP: changes pixels a little, by `quality`, for smaller files. Otherwise each pixel stays as it is.
+    bool isLossy = false;
 };
 /// @}
 

@@ -141,6 +141,35 @@ struct DibPluginLayer {
     int height;        ///< Rows.
 };
 
+/// An image for a plug-in to write, and where its file goes.
+struct DibPluginSave {
+    std::size_t size;  ///< Bytes of this record.
+    void* library;     ///< First argument of the functions below.
+    int width;         ///< Columns.
+    int height;        ///< Rows.
+    int bitCount;      ///< 32 when the file is to have alpha, else 24.
+    /// Copies a row, counted from the top, to `width` pixels of four bytes: blue, green, red and alpha, which
+    /// is 255 at 24 bits.
+    void (*readRow)(void* library, int row, unsigned char* pixels);
+
+    bool isLossy;          ///< As in `DibSaveOptions`.
+    bool isWatched;        ///< Whether somebody gets the reports.
+    int quality;           ///< As in `DibSaveOptions`.
+    int compressionLevel;  ///< As in `DibSaveOptions`.
+
+    const unsigned char* colorProfile;  ///< ICC profile; null when there is none.
+    std::size_t colorProfileBytes;      ///< Its length.
+    const unsigned char* exif;          ///< EXIF block, from its byte-order mark on; null when there is none.
+    std::size_t exifBytes;              ///< Its length.
+
+    /// Takes the next bytes of the file; false when they cannot be written.
+    bool (*write)(void* library, const void* bytes, std::size_t count);
+    /// As in `DibPluginCall`.
+    bool (*report)(void* library, double fraction);
+    /// As in `DibPluginCall`.
+    void (*refuse)(void* library, int code, const char* reason);
+};
+
 /// What a plug-in reads, and its functions. No pointer may be null but where it is said.
 struct DibPluginDescription {
     std::size_t size;               ///< Bytes of this record.
@@ -166,6 +195,15 @@ struct DibPluginDescription {
     /// The number of the first page of that name; -1 when there is none or the headers cannot be read. Null
     /// when pages have no names.
     int (*findPage)(const DibPluginCall* call, const char* name) = nullptr;
+
+    /// Depths that files hold as they are, 24 and 32 bits: `DibStream::DIB_ACCEPT_24` and so on; 0 when none
+    /// are written.
+    unsigned int writeDepths = 0;
+    int mostSide = 0;                ///< The most rows and columns of a file; 0 when there is no limit.
+    bool holdsColorProfile = false;  ///< Whether files hold a colour profile.
+    bool holdsExif = false;          ///< Whether files hold an EXIF block.
+    /// Encodes. False when that fails, or the library does not take the bytes. Null when `writeDepths` is 0.
+    bool (*save)(const DibPluginSave* call) = nullptr;
 };
 
 /// The type of the export "DibPluginDescribe". The record, and all that it points to, stay as they are while

@@ -416,11 +416,13 @@ typedef struct dib_save_options {
     const char* format;            ///< Name of the format; null: by the extension of the path.
     const dib_metadata* metadata;  ///< What the file says beside the pixels; null: nothing.
     int refuses_losses;            ///< Not 0: fails when the file cannot hold all of the image.
-    int quality;                   ///< JPEG, 1 to 100.
-    int compression_level;         ///< PNG and TIFF, 0 (fast) to 9 (small); -1: a good compromise.
-    int run_lengths;               ///< Not 0: run lengths where a format has them as an option.
-    int tiff_compression;          ///< `dib_tiff_compression`.
-    int reserved;                  ///< 0.
+    int quality;                   ///< JPEG, and WebP with `is_lossy`: 1 to 100.
+    /// PNG, TIFF and lossless WebP, 0 (fast) to 9 (small); -1: a good compromise.
+    int compression_level;
+    int run_lengths;       ///< Not 0: run lengths where a format has them as an option.
+    int tiff_compression;  ///< `dib_tiff_compression`.
+    /// WebP: not 0 changes pixels a little, by `quality`, for smaller files.
+    int is_lossy;
 } dib_save_options;
 /// The defaults.
 #define DIB_C_SAVE_OPTIONS_INIT \

@@ -14,7 +14,7 @@ namespace {
 
 // Bytes of the records when they were first released.
 constexpr std::size_t kFirstLoadOptions = offsetof(DibLoadOptions, format);
-constexpr std::size_t kFirstSaveOptions = sizeof(DibSaveOptions);
+constexpr std::size_t kFirstSaveOptions = offsetof(DibSaveOptions, isLossy);
 
 template <class Options>
 bool copyOptions(const Options* options, Options& complete, std::size_t first, const char* record,

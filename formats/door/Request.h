@@ -104,6 +104,7 @@ struct HeldMetadata {
     bool colorProfile = false;
     bool exif = false;
     bool timFrame = false;
+    bool paletteAlpha = false;
 };
 // Note what it does not hold.
 void noteMetadata(LossRequest& request, const HeldMetadata& held = {});

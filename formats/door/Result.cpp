@@ -73,7 +73,7 @@ void notePaletteAlpha(LossRequest& request) {
 }
 
 void noteMetadata(LossRequest& request, const HeldMetadata& held) {
-    notePaletteAlpha(request);
+    if (!held.paletteAlpha) notePaletteAlpha(request);
     const DibMetadata* metadata = request.options.metadata;
     if (metadata == nullptr) return;
     const auto lose = [&](bool isThere, bool isHeld, const char* text) {

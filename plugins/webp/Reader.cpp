@@ -3,6 +3,7 @@
 
 #include <webp/decode.h>
 #include <webp/demux.h>
+#include <webp/encode.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -17,6 +18,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "plugins/Job.h"
+#include "plugins/webp/Writer.h"
 
 namespace plugins::webp {
 
@@ -250,6 +252,11 @@ const DibPluginDescription& description() {
         .recognizes = recognizes,
         .probe = probe,
         .load = loadBy<read>,
+        .writeDepths = DibStream::DIB_ACCEPT_24 | DibStream::DIB_ACCEPT_32,
+        .mostSide = WEBP_MAX_DIMENSION,
+        .holdsColorProfile = true,
+        .holdsExif = true,
+        .save = save,
     };
     return kDescription;
 }

@@ -37,10 +37,12 @@ void readMetadata(const py::object& from, DibMetadata& to) {
 // Options of a save with what they point to.
 class SaveOptions {
 public:
-    SaveOptions(const Image& image, const std::optional<std::string>& format, int quality, int compression,
-                bool isStrict, bool runLengths, const std::string& tiff, const py::object& metadata)
+    SaveOptions(const Image& image, const std::optional<std::string>& format,
+                const std::optional<int>& quality, int compression, bool isStrict, bool runLengths,
+                const std::string& tiff, const py::object& metadata)
         : format_(format) {
-        options_.quality = quality;
+        options_.quality = quality.value_or(options_.quality);
+        options_.isLossy = quality.has_value();
         options_.compressionLevel = compression;
         options_.refusesLosses = isStrict;
         options_.runLengths = runLengths;
@@ -77,8 +79,8 @@ std::string formatOfStream(const py::object& stream) {
 }
 
 py::tuple save(const Image& image, const py::object& target, const std::optional<std::string>& format,
-               int quality, int compression, bool isStrict, bool runLengths, const std::string& tiff,
-               const py::object& metadata, const py::object& progress) {
+               const std::optional<int>& quality, int compression, bool isStrict, bool runLengths,
+               const std::string& tiff, const py::object& metadata, const py::object& progress) {
     SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
     const bool toPath = isPath(target);
     if (!toPath && !py::hasattr(target, "write"))
@@ -102,9 +104,9 @@ py::tuple save(const Image& image, const py::object& target, const std::optional
     return notesOf(result.notes, result.noteCount);
 }
 
-py::bytes encode(const Image& image, const std::string& format, int quality, int compression, bool isStrict,
-                 bool runLengths, const std::string& tiff, const py::object& metadata,
-                 const py::object& progress) {
+py::bytes encode(const Image& image, const std::string& format, const std::optional<int>& quality,
+                 int compression, bool isStrict, bool runLengths, const std::string& tiff,
+                 const py::object& metadata, const py::object& progress) {
     SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
     const DibSaveOptions* options = given.get();
     DibFileResult result;
@@ -120,7 +122,7 @@ py::bytes encode(const Image& image, const std::string& format, int quality, int
 }
 
 py::tuple losses(const Image& image, const std::string& format, const py::object& metadata) {
-    SaveOptions given(image, format, 90, -1, false, true, "deflate", metadata);
+    SaveOptions given(image, format, {}, -1, false, true, "deflate", metadata);
     DibFileResult result;
     DibSaveLosses(image.get(), format.c_str(), given.get(), &result);
     if (result.code != DIB_OK) fail(result, py::none());
@@ -131,10 +133,10 @@ py::tuple losses(const Image& image, const std::string& format, const py::object
 
 void bindSave(py::class_<Image>& image) {
     image.def(
-        "save", &save, py::arg("target"), py::kw_only(), "format"_a = py::none(), "quality"_a = 90,
+        "save", &save, py::arg("target"), py::kw_only(), "format"_a = py::none(), "quality"_a = py::none(),
         "compression"_a = -1, "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
         "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
-        R"(save(self, target, *, format=None, quality=90, compression=-1, strict=False, run_lengths=True,
+        R"(save(self, target, *, format=None, quality=None, compression=-1, strict=False, run_lengths=True,
 tiff_compression='deflate', metadata=..., progress=None)
 --
 
@@ -142,17 +144,17 @@ Saves the picture, whole or not at all, and returns notes about what the file do
 
 target: a path, whose extension says the format, or a binary file
 format: the name or an extension of a format
-quality: of JPEG, 1 to 100
-compression: of PNG and TIFF, 0 (fast) to 9 (small); -1 is a good compromise
+quality: of JPEG, 1 to 100, None is 90; of WebP, where None keeps every pixel
+compression: of PNG, TIFF and WebP, 0 (fast) to 9 (small); -1 is a good compromise
 strict: fails where the file cannot hold all of the picture
 run_lengths: uses run lengths where a format has them as an option
 tiff_compression: 'deflate', 'lzw', 'packbits' or 'none'
 metadata: resolution, colour profile and EXIF; those of the picture unless given; None saves none
 progress: is called with the fraction that is done; False cancels. Also a tqdm bar.)");
-    image.def("encode", &encode, py::arg("format"), py::kw_only(), "quality"_a = 90, "compression"_a = -1,
-              "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
-              "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
-              R"(encode(self, format, *, quality=90, compression=-1, strict=False, run_lengths=True,
+    image.def("encode", &encode, py::arg("format"), py::kw_only(), "quality"_a = py::none(),
+              "compression"_a = -1, "strict"_a = false, "run_lengths"_a = true,
+              "tiff_compression"_a = kTiffs[0], "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
+              R"(encode(self, format, *, quality=None, compression=-1, strict=False, run_lengths=True,
 tiff_compression='deflate', metadata=..., progress=None)
 --
 
@@ -163,7 +165,7 @@ The bytes of a file. The options are those of save().)");
 
 What a file of that format cannot hold of the picture, as notes.)");
     image.def("_repr_png_", [](const Image& self) {
-        return encode(self, "png", 90, 1, false, true, "deflate", py::ellipsis(), py::none());
+        return encode(self, "png", {}, 1, false, true, "deflate", py::ellipsis(), py::none());
     });
 }
 

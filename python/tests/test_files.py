@@ -190,7 +190,7 @@ def test_formats(picture):
     assert known["png"].extensions == ("png",) and known["png"].is_available
     assert known["jpeg"].mime_types == ("image/jpeg",) and known["jpeg"].write_depths == (8, 24)
     for format in known.values():
-        if format.write_depths:
+        if format.write_depths and format.is_available:
             assert dibstream.open(picture.encode(format.name), name=f"a.{format.extensions[0]}").size == (64, 48)
 
 
@@ -200,6 +200,17 @@ def test_plugins(seeds):
         pytest.skip("plug-ins are not built")
     assert known["dds"].is_available
     assert dibstream.open(seeds / "dds" / "rgb24.dds").format == "dds"
+
+
+def test_webp_keeps_every_pixel_without_a_quality(picture):
+    known = {format.name: format for format in dibstream.formats()}
+    if not known["webp"].is_available:
+        pytest.skip("its plug-in is not built")
+    exact = dibstream.open(picture.encode("webp"))
+    assert exact.encode("bmp") == picture.encode("bmp")
+    assert picture.losses("webp", metadata=None) == ()
+    lossy = picture.encode("webp", quality=50)
+    assert lossy != picture.encode("webp") and dibstream.open(lossy).size == picture.size
 
 
 def test_notebooks_show_png(picture):

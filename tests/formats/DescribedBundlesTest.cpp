@@ -6,6 +6,7 @@
 #include <string>
 #include <thread>
 
+#include "dib/ColorTable.h"
 #include "formats/Bundles.h"
 #include "tests/formats/DoorCodecTest.h"
 #include "tests/support/Paths.h"
@@ -114,6 +115,63 @@ TEST_F(DescribedBundlesTest, FilesAreFoundByContentAndByName) {
     EXPECT_TRUE(opened(bytesOf("none\1\1a"), door_test::named("x.tst")).isLoaded);
 }
 
+// The bundle writes the pixels of all rows, after what it was called with.
+TEST_F(DescribedBundlesTest, ABundleWritesFiles) {
+    behave("writes");
+    use();
+    const DibFormat* format = DibFindFormat("test");
+    ASSERT_NE(format, nullptr);
+    EXPECT_EQ(format->writeDepths, unsigned{DibStream::DIB_ACCEPT_32});
+    const auto image = testing_support::randomImage(2, 3, 32, 1);
+    DibMetadata metadata;
+    metadata.xResolution = metadata.yResolution = 300;
+    metadata.exif.data = static_cast<unsigned char*>(std::malloc(4));
+    std::memcpy(metadata.exif.data, "II*", 4);
+    metadata.exif.size = 4;
+    DibSaveOptions options;
+    options.format = "test";
+    options.metadata = &metadata;
+    DibFileResult result;
+    DibBytes bytes;
+    ASSERT_TRUE(DibSaveMemory(&bytes, image.get(), &options, &result)) << result.reason;
+    EXPECT_EQ(door_test::notesOf(result), "the resolution is not kept;the EXIF block is not kept;");
+    Bytes expected = {2, 3, 32, 0, 90};
+    const Bytes pixels = codec_test::pixelsOf(*image);
+    expected.insert(expected.end(), pixels.begin(), pixels.end());
+    EXPECT_EQ(Bytes(bytes.data, bytes.data + bytes.size), expected);
+
+    // Other depths come as 32 bits; a palette gets its alpha.
+    const auto indices = testing_support::randomImage(2, 2, 8, 1);
+    metadata = {};
+    metadata.paletteAlpha.data = static_cast<unsigned char*>(std::calloc(256, 1));
+    metadata.paletteAlpha.size = 256;
+    ASSERT_TRUE(DibSaveMemory(&bytes, indices.get(), &options, &result)) << result.reason;
+    EXPECT_EQ(door_test::notesOf(result), "the palette and its indices are not kept;");
+    EXPECT_EQ(bytes.data[2], 32);
+    const DibBGRA color = dib::colorTable(indices->Header)[*codec_test::rowBytes(*indices, 0).data()];
+    EXPECT_EQ(Bytes(bytes.data + 5, bytes.data + 9), (Bytes{color.blue, color.green, color.red, 0}));
+    options.metadata = nullptr;
+    const auto words = testing_support::randomImage(2, 2, 16, 1);
+    ASSERT_TRUE(DibSaveMemory(&bytes, words.get(), &options, &result)) << result.reason;
+    EXPECT_EQ(bytes.data[2], 24);
+    EXPECT_EQ(bytes.data[8], 255);
+    options.isLossy = true;
+    options.quality = 7;
+    ASSERT_TRUE(DibSaveMemory(&bytes, image.get(), &options, &result)) << result.reason;
+    EXPECT_EQ(door_test::notesOf(result), "pixels change a little, as test files pack them (quality 7);");
+    EXPECT_EQ(bytes.data[3], 1);
+    EXPECT_EQ(bytes.data[4], 7);
+
+    const auto wide = testing_support::randomImage(9, 1, 24, 1);
+    EXPECT_FALSE(DibSaveMemory(&bytes, wide.get(), &options, &result));
+    EXPECT_EQ(result.code, 8);
+    EXPECT_STREQ(result.reason, "test files hold at most 8x8 pixels");
+    behave("writes and fails");
+    EXPECT_FALSE(DibSaveMemory(&bytes, image.get(), &options, &result));
+    EXPECT_EQ(result.code, 6);
+    EXPECT_STREQ(result.reason, "it does not want to");
+}
+
 TEST_F(DescribedBundlesTest, PagesAreFoundByName) {
     use();
     DibLoadOptions options;
@@ -210,6 +268,8 @@ TEST_F(DescribedBundlesTest, BrokenDescriptionsAreRefusedOnce) {
         {"has no probe", "describes no probe"},
         {"has no load", "describes no load"},
         {"has no depths", "describes improper depths"},
+        {"writes no depths", "describes improper depths of files that it writes"},
+        {"writes greys", "describes improper depths of files that it writes"},
         {"shouts", "describes a format without a proper name"},
         {"talks", "describes a format without a proper name"},
         {"is empty", "describes improper extensions"},

@@ -1,5 +1,9 @@
 #include <webp/encode.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
 #include "tests/plugins/PluginDoorTest.h"
 #include "tests/support/ByteFile.h"
 
@@ -193,6 +197,211 @@ TEST(WebpDoor, RowsOfCutFilesAreKept) {
     ASSERT_TRUE(kept.isLoaded) << kept.result.reason;
     EXPECT_EQ(codec_test::rowBytes(*kept.image, 20),
               Bytes(noise.begin() + 20 * 192, noise.begin() + 21 * 192));
+}
+
+struct Saved {
+    bool isSaved = false;
+    Bytes bytes;
+    DibFileResult result;
+};
+Saved saved(const DibStream& image, DibSaveOptions options = {}) {
+    options.format = "webp";
+    DibBytes block;
+    Saved file;
+    file.isSaved = DibSaveMemory(&block, &image, &options, &file.result);
+    if (file.isSaved) file.bytes.assign(block.data, block.data + block.size);
+    return file;
+}
+
+TEST(WebpSave, EveryPixelIsKept) {
+    const PluginsInUse plugins;
+    for (const int bitCount : {24, 32}) {
+        const auto image = testing_support::randomImage(17, 5, bitCount, 3);
+        for (const int level : {-1, 0, 9}) {
+            DibSaveOptions options;
+            options.compressionLevel = level;
+            const Saved file = saved(*image, options);
+            ASSERT_TRUE(file.isSaved) << file.result.reason;
+            EXPECT_EQ(file.result.noteCount, 0);
+            const door_test::Opened load = opened(file.bytes);
+            ASSERT_TRUE(load.isLoaded) << load.result.reason;
+            EXPECT_EQ(load.image->Header->biBitCount, bitCount);
+            EXPECT_EQ(codec_test::pixelsOf(*load.image), codec_test::pixelsOf(*image)) << level;
+        }
+    }
+}
+
+// Alpha that is 255 everywhere is alpha all the same, packed either way.
+TEST(WebpSave, OpaqueAlphaIsKept) {
+    const PluginsInUse plugins;
+    const auto image = testing_support::blankImage(6, 3, 32);
+    for (std::size_t i = 0; i < std::size_t{6} * 3 * 4; ++i)
+        image->Buffer[i] = static_cast<unsigned char>(i % 4 == 3 ? 255 : 40 + i);
+    for (const bool isLossy : {false, true}) {
+        DibSaveOptions options;
+        options.isLossy = isLossy;
+        const door_test::Opened load = opened(saved(*image, options).bytes);
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(load.image->Header->biBitCount, 32);
+        for (int i = 0; i < 6 * 3; ++i) EXPECT_EQ(load.image->Buffer[4 * i + 3], 255);
+    }
+}
+
+TEST(WebpSave, AQualityChangesPixelsALittle) {
+    const PluginsInUse plugins;
+    const auto image = testing_support::blankImage(64, 48, 32);
+    for (std::size_t i = 0; i < std::size_t{64} * 48 * 4; ++i)
+        image->Buffer[i] = static_cast<unsigned char>(i % 4 == 3 ? 255 - i / 4 % 64 : 100 + i / 256);
+    std::size_t last = 0;
+    for (const int quality : {10, 90}) {
+        DibSaveOptions options;
+        options.isLossy = true;
+        options.quality = quality;
+        const Saved file = saved(*image, options);
+        ASSERT_TRUE(file.isSaved) << file.result.reason;
+        EXPECT_EQ(
+            door_test::notesOf(file.result),
+            "pixels change a little, as webp files pack them (quality " + std::to_string(quality) + ");");
+        EXPECT_GE(file.bytes.size(), last);
+        last = file.bytes.size();
+        const door_test::Opened load = opened(file.bytes);
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        for (std::size_t i = 0; i < std::size_t{64} * 48 * 4; ++i) {
+            EXPECT_NEAR(load.image->Buffer[i], image->Buffer[i], i % 4 == 3 ? 0 : 20) << i;
+        }
+    }
+}
+
+TEST(WebpSave, OtherDepthsShowTheSame) {
+    const PluginsInUse plugins;
+    for (const int bitCount : {1, 4, 8, 16}) {
+        const auto image = testing_support::randomImage(9, 4, bitCount, 5);
+        const Saved file = saved(*image);
+        ASSERT_TRUE(file.isSaved) << file.result.reason;
+        EXPECT_EQ(door_test::notesOf(file.result), bitCount == 16
+                                                       ? "16 bits a pixel become 24;"
+                                                       : "the palette and its indices are not kept;");
+        DibSaveOptions ppm;
+        ppm.format = "ppm";
+        DibBytes block;
+        ASSERT_TRUE(DibSaveMemory(&block, image.get(), &ppm));
+        const door_test::Opened inPpm = opened(Bytes(block.data, block.data + block.size));
+        ASSERT_TRUE(inPpm.image->ChangeTo24Bit(0));
+        const door_test::Opened load = opened(file.bytes);
+        EXPECT_EQ(codec_test::pixelsOf(*load.image), codec_test::pixelsOf(*inPpm.image)) << bitCount;
+    }
+}
+
+TEST(WebpSave, ProfileAndExifAreKept) {
+    const PluginsInUse plugins;
+    DibMetadata metadata;
+    Bytes profile(21, 7);
+    std::memcpy(profile.data() + 16, "RGB ", 4);
+    const auto keep = [](DibBytes& block, const Bytes& bytes) {
+        block.data = static_cast<unsigned char*>(std::malloc(bytes.size()));
+        std::memcpy(block.data, bytes.data(), bytes.size());
+        block.size = bytes.size();
+    };
+    const Bytes exif = {'I', 'I', '*', 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    keep(metadata.colorProfile, profile);
+    keep(metadata.exif, exif);
+    for (const int bitCount : {24, 32}) {
+        for (const bool isLossy : {false, true}) {
+            const auto image = testing_support::randomImage(5, 3, bitCount, 1);
+            DibSaveOptions options;
+            options.metadata = &metadata;
+            options.isLossy = isLossy;
+            const Saved file = saved(*image, options);
+            ASSERT_TRUE(file.isSaved) << file.result.reason;
+            const door_test::Opened load = opened(file.bytes);
+            ASSERT_TRUE(load.isLoaded) << load.result.reason;
+            const DibMetadata& read = load.result.metadata;
+            EXPECT_EQ(Bytes(read.colorProfile.data, read.colorProfile.data + read.colorProfile.size),
+                      profile);
+            EXPECT_EQ(Bytes(read.exif.data, read.exif.data + read.exif.size), exif);
+            EXPECT_EQ(load.image->Header->biBitCount, bitCount);
+            EXPECT_TRUE(isLossy || codec_test::pixelsOf(*load.image) == codec_test::pixelsOf(*image));
+        }
+    }
+    std::memcpy(metadata.colorProfile.data + 16, "GRAY", 4);
+    metadata.xResolution = 300;
+    DibSaveOptions options;
+    options.metadata = &metadata;
+    EXPECT_EQ(door_test::notesOf(saved(*testing_support::randomImage(5, 3, 24, 1), options).result),
+              "the colour profile is not kept: it is not for RGB pixels;the resolution is not kept;");
+}
+
+TEST(WebpSave, ProgressCancelsAndLimitsHold) {
+    const PluginsInUse plugins;
+    const auto image = testing_support::randomImage(40, 60, 24, 1);
+    DibSaveOptions options;
+    options.format = "webp";
+    door_test::ProgressLog log;
+    DibBytes bytes;
+    ASSERT_TRUE(
+        DibSaveMemory(&bytes, image.get(), &options, nullptr, door_test::ProgressLog::callback, &log));
+    EXPECT_GT(log.fractions.size(), 60U);
+    EXPECT_EQ(log.fractions.front(), 0.0F);
+    EXPECT_EQ(log.fractions.back(), 1.0F);
+    EXPECT_TRUE(std::ranges::is_sorted(log.fractions));
+    struct Calls {
+        int left;
+        static bool count(float /*fraction*/, void* user) { return --static_cast<Calls*>(user)->left > 0; }
+    };
+    for (int most = 1; most <= static_cast<int>(log.fractions.size()); ++most) {
+        Calls calls{most};
+        DibFileResult result;
+        DibBytes none;
+        EXPECT_FALSE(DibSaveMemory(&none, image.get(), &options, &result, Calls::count, &calls));
+        EXPECT_EQ(result.code, 9) << most;
+        EXPECT_EQ(calls.left, 0);
+        EXPECT_EQ(none.data, nullptr);
+    }
+    const Saved wide = saved(*testing_support::blankImage(16384, 1, 24));
+    EXPECT_EQ(wide.result.code, 8);
+    EXPECT_STREQ(wide.result.reason, "webp files hold at most 16383x16383 pixels");
+    EXPECT_TRUE(saved(*testing_support::blankImage(16383, 1, 24)).isSaved);
+}
+
+TEST(WebpSave, FailingAllocationsAreSurvived) {
+    const PluginsInUse plugins;
+    const auto image = testing_support::randomImage(7, 5, 32, 1);
+    DibMetadata metadata;
+    metadata.orientation = 6;  // makes an EXIF block
+    DibSaveOptions options;
+    options.format = "webp";
+    options.metadata = &metadata;
+    ASSERT_TRUE(
+        DibIsFormatAvailable(DibFindFormat("webp")));  // from now on, the system's loader is not needed
+    bool isMet = true;
+    int failures = 0;
+    for (int n = 0; isMet; ++n) {
+        DibFileResult result;
+        DibBytes bytes;
+        bool isSaved = false;
+        {
+            const testing_support::FailNthAllocation failing(n);
+            isSaved = DibSaveMemory(&bytes, image.get(), &options, &result);
+            isMet = failing.failed();
+        }
+        if (isSaved) {
+            EXPECT_TRUE(opened(Bytes(bytes.data, bytes.data + bytes.size)).isLoaded) << n;
+        } else {
+            EXPECT_TRUE(isMet);
+            EXPECT_EQ(result.code, 2) << n << ": " << result.reason;
+            ++failures;
+        }
+    }
+    EXPECT_GT(failures, 3);
+}
+
+TEST(WebpSave, AMissingPluginIsNamed) {
+    const PluginsInUse plugins;
+    DibStream::SetDllFilePath("/nonexistent");
+    const Saved file = saved(*testing_support::blankImage(2, 2, 24));
+    EXPECT_FALSE(file.isSaved);
+    EXPECT_EQ(file.result.code, 7);
+    EXPECT_STREQ(file.result.reason, "the plug-in for webp files is missing: /nonexistent/vexlibwebp.bundle");
 }
 
 TEST(WebpDoor, AMissingPluginIsNamed) { plugin_test::expectMissingPlugin(lossless(kClear, 2), "webp"); }

@@ -130,7 +130,14 @@ void addParts(CLI::App& command, DibLoadOptions& options) {
 
 void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp) {
     addFormat(command, "--to", options.save.format, formatHelp);
-    command.add_option("--quality", options.save.quality, "Quality of JPEG files, 1 to 100; default 90")
+    const auto chooseQuality = [&options](int quality) {
+        options.save.quality = quality;
+        options.save.isLossy = true;
+    };
+    command
+        .add_option_function<int>("--quality", chooseQuality,
+                                  "Quality of JPEG files, 1 to 100; default 90. Also that of WebP files, "
+                                  "which keep every pixel without it")
         ->check(between(1, 100))
         ->type_name("QUALITY");
     command.add_flag(

@@ -93,6 +93,25 @@ constexpr const char* kTypes[] = {"image/x-test", nullptr};
 constexpr const char* kEmpty[] = {nullptr};
 constexpr const char* kUpper[] = {"TST", nullptr};
 
+bool save(const DibPluginSave* call) {
+    if (has("and fails")) {
+        call->refuse(call->library, DIB_ERROR_INVALID, "it does not want to");
+        return false;
+    }
+    const int head[] = {call->width, call->height, call->bitCount, call->isLossy ? 1 : 0, call->quality};
+    for (const int number : head) {
+        const auto byte = static_cast<unsigned char>(number);
+        if (!call->write(call->library, &byte, 1)) return false;
+    }
+    unsigned char row[8 * 4];
+    for (int y = 0; y < call->height; ++y) {
+        call->readRow(call->library, y, row);
+        if (!call->write(call->library, row, static_cast<std::size_t>(call->width) * 4)) return false;
+        if (!call->report(call->library, static_cast<double>(y + 1) / call->height)) return false;
+    }
+    return true;
+}
+
 // Counts the calls where the test sees it.
 void count() {
     const char* before = std::getenv("DIB_TEST_DESCRIBED");
@@ -129,5 +148,12 @@ extern "C" DIB_EXPORT const DibPluginDescription* DibPluginDescribe() {
     description.probe = has("has no probe") ? nullptr : probe;
     description.load = has("has no load") ? nullptr : load;
     description.findPage = has("names no pages") ? nullptr : findPage;
+    if (has("writes")) {
+        description.writeDepths = has("writes no depths") ? 0U
+                                  : has("writes greys")   ? unsigned{DibStream::DIB_ACCEPT_8}
+                                                          : unsigned{DibStream::DIB_ACCEPT_32};
+        description.mostSide = 8;
+        description.save = save;
+    }
     return &description;
 }
