@@ -1,5 +1,5 @@
-// Any bytes through the door: probe and open by content, also by the plug-ins. The last byte chooses among
-// the options, so that plain files are seeds.
+// Any bytes through the door: probe and open by content, also by the plug-ins. The last two bytes choose
+// among the options, so that plain files are seeds.
 #include <DibFile.h>
 
 #include <cstring>
@@ -57,6 +57,33 @@ void checkTim(const std::uint8_t* data, std::size_t size, const DibStream& image
                   "an unchanged TIM file is the same again");
 }
 
+// What the byte before the last one chooses.
+void choosePlace(unsigned choice, DibLoadOptions& options) {
+    options.keepsPalette = (choice & 64U) != 0;
+    options.atLeastWidth = (choice & 64U) != 0 ? 9 : 0;
+    if ((choice & 128U) == 0) return;  // most files have a single page
+    options.page = static_cast<int>(choice & 3U);
+    options.level = static_cast<int>(choice >> 2 & 3U);
+}
+
+// Loads by the names that a probe found, if it found any, instead of the numbers.
+void chooseNames(unsigned choice, const DibFileInfo& info, const DibLayers& layers, DibLoadOptions& options) {
+    if ((choice & 16U) != 0 && info.pageName[0] != '\0') options.pageName = info.pageName;
+    if ((choice & 32U) != 0 && layers.count > 0)
+        options.layerName = layers.items[(choice & 15U) % layers.count].name;
+}
+
+void checkLayers(const DibLayers& layers) {
+    for (std::size_t i = 0; i < layers.count; ++i) {
+        const DibLayer& layer = layers.items[i];
+        fuzz::require(std::memchr(layer.name, 0, sizeof layer.name) != nullptr, "names end");
+        fuzz::require(layer.width >= 0 && layer.height >= 0, "sizes are not negative");
+        fuzz::require(layer.group == -1 || (layer.group > static_cast<int>(i) &&
+                                            static_cast<std::size_t>(layer.group) < layers.count),
+                      "groups are layers above");
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -70,6 +97,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     options.layer = (choice & 16U) != 0 ? 0 : -1;
     options.part = static_cast<DibLayerPart>((choice >> 6) % 3);
     options.mostBytes = 1U << 24;
+    const unsigned place = size > 1 ? data[size - 2] : 0;
+    choosePlace(place, options);
 
     DibFileInfo info;
     DibFileResult result;
@@ -80,14 +109,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DibLayers layers;
     const bool isListed = DibProbeLayers(data, size, &layers, &options, &result);
     checkResult(isListed, result);
-    for (std::size_t i = 0; i < layers.count; ++i) {
-        const DibLayer& layer = layers.items[i];
-        fuzz::require(std::memchr(layer.name, 0, sizeof layer.name) != nullptr, "names end");
-        fuzz::require(layer.width >= 0 && layer.height >= 0, "sizes are not negative");
-        fuzz::require(layer.group == -1 || (layer.group > static_cast<int>(i) &&
-                                            static_cast<std::size_t>(layer.group) < layers.count),
-                      "groups are layers above");
-    }
+    checkLayers(layers);
+
+    const DibFileInfo numbered = info;
+    if (isProbed) chooseNames(place, numbered, layers, options);
+    fuzz::require(options.pageName == nullptr || DibProbeMemory(data, size, &info, &options),
+                  "a page is found by its name");
 
     DibStream image;
     Progress progress;
@@ -97,9 +124,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::require(!isLoaded || progress.last == 1.0F, "progress ends at 1");
     fuzz::require(isLoaded == (image.Header != nullptr && image.Buffer != nullptr),
                   "a loaded image has pixels");
-    if (!isLoaded) return 0;
+    if (!isLoaded || image.Header == nullptr) return 0;
     fuzz::checkImage(image);
-    if (!isProbed || options.layer >= 0) return 0;
+    if (!isProbed || options.layer >= 0 || options.layerName != nullptr) return 0;
     const bool isWhole = options.damage == DIB_DAMAGE_REFUSE;
     if (isWhole && std::strcmp(info.format->name, "tim") == 0)
         checkTim(data, size, image, info, result.metadata);

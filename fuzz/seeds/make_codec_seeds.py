@@ -42,6 +42,13 @@ def ppm_seeds():
     write("ppm", "p2.pgm", b"P2\n3 1\n65535\n65535 256 # 7\n")
 
 
+def palette_seeds():
+    write("palette", "named.gpl", b"GIMP Palette\nName: two\nColumns: 2\n#\n  1   2   3\tone\n255 254 253\ttwo\n")
+    write("palette", "two.pal", b"JASC-PAL\r\n0100\r\n2\r\n1 2 3\r\n255 254 253\r\n")
+    write("palette", "whole.act", bytes(3 * i % 256 for i in range(768)))
+    write("palette", "two.act", count(6) + bytes(762) + bytes([0, 2, 0xFF, 0xFF]))
+
+
 def tim_seeds():
     def block(width, height, words):
         return struct.pack("<IHHHH", 12 + 2 * len(words), 0, 0, width, height) + struct.pack(f"<{len(words)}H", *words)
@@ -94,4 +101,5 @@ if __name__ == "__main__":
     tim_seeds()
     ilbm_seeds()
     hdr_seeds()
+    palette_seeds()
     round_trip_seeds()
