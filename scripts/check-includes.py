@@ -21,8 +21,10 @@ ALLOWED = {
     "plugins": {"include", "vexlibs", "dib"},
     # It calls classic functions and the door through the public headers, pixel work of its own below.
     "operations": {"include", "dib", "geometry", "effects"},
+    # Lists of files and processes for the program: nothing about pictures.
+    "batch": set(),
     # The program is an application: it uses the installed headers.
-    "tools": {"include"},
+    "tools": {"include", "batch"},
     "python": {"include"},
 }
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of

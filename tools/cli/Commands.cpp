@@ -6,6 +6,7 @@
 namespace tool {
 
 void declareRun(CLI::App& command);
+void declareEach(CLI::App& command);
 void declareInfo(CLI::App& command);
 void declareLayers(CLI::App& command);
 void declareGallery(CLI::App& command);
@@ -20,6 +21,8 @@ std::span<const Command> commands() {
     static constexpr Command kCommands[] = {
         {"run", "Applies operations to a picture, from left to right", declareRun,
          "INPUT [OPERATION]... OUTPUT"},
+        {"each", "Applies operations to each of many pictures, several at once", declareEach,
+         "INPUT... [OPERATION]... OUTPUT"},
         {"info", "Prints size, depth, row order, palette, compression and format of pictures", declareInfo},
         {"layers", "Writes each layer of a document as a picture, and manifest.json with their positions",
          declareLayers},
@@ -40,8 +43,7 @@ class ListFormatter : public CLI::Formatter {
 public:
     explicit ListFormatter(const char* operands) : operands_(operands) {}
     std::string make_usage(const CLI::App* /*app*/, std::string name) const override {
-        return "Usage: " + name + " [OPTIONS] " + operands_ +
-               "\nINPUT and OUTPUT may be '-': standard input and standard output.\n";
+        return "Usage: " + name + " [OPTIONS] " + operands_ + "\n";
     }
 
 private:

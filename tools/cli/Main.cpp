@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <exception>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -33,12 +32,12 @@ std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
            tool::suggestion(typed, tool::namesOf(tool::optionTexts(*chosen.front())));
 }
 
-int run(int argumentCount, char** arguments) {
+void run(int argumentCount, char** arguments) {
     CLI::App app("Reads, changes and writes pictures.", "dib");
     tool::declareCommands(app);
     if (argumentCount > 1 && arguments[1] == std::string_view(tool::kCompleteCommand)) {
         tool::print(tool::completions(app, {arguments + 2, arguments + argumentCount}));
-        return tool::kExitDone;
+        return;
     }
     tool::usePluginFolder("");
     try {
@@ -50,7 +49,6 @@ int run(int argumentCount, char** arguments) {
     } catch (const CLI::ParseError& error) {
         throw tool::Failure(tool::kExitUsage, {mistakeIn(app, error), "try `dib --help`"});
     }
-    return tool::kExitDone;
 }
 
 }  // namespace
@@ -58,13 +56,5 @@ int run(int argumentCount, char** arguments) {
 int main(int argumentCount, char** arguments) {
     tool::guardStandardStreams();
     tool::installSignalHandlers();
-    try {
-        return run(argumentCount, arguments);
-    } catch (const tool::Failure& failure) {
-        tool::complain(failure.lines());
-        return failure.exitCode();
-    } catch (const std::exception& error) {
-        tool::complain({error.what()});
-        return tool::kExitOperationFailed;
-    }
+    return tool::exitCodeOf([&] { run(argumentCount, arguments); });
 }

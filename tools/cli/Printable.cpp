@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <exception>
+
+#include "tools/cli/ExitCode.h"
 
 namespace tool {
 
@@ -67,6 +70,19 @@ std::string printable(std::string_view text) {
 
 void complain(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) std::fprintf(stderr, "dib: %s\n", printable(line).c_str());
+}
+
+int exitCodeOf(const std::function<void()>& work) {
+    try {
+        work();
+        return kExitDone;
+    } catch (const Failure& failure) {
+        complain(failure.lines());
+        return failure.exitCode();
+    } catch (const std::exception& error) {
+        complain({error.what()});
+        return kExitOperationFailed;
+    }
 }
 
 std::string printableJson(std::string_view json) {

@@ -2,6 +2,7 @@
 #ifndef TOOLS_CLI_PRINTABLE_H
 #define TOOLS_CLI_PRINTABLE_H
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,9 @@ std::string printable(std::string_view text);
 
 // Prints lines to standard error, each after the name of the program.
 void complain(const std::vector<std::string>& lines);
+
+// Runs the program or a part of it, complains of its failure and returns the exit code.
+int exitCodeOf(const std::function<void()>& work);
 
 // JSON text with escapes for the same characters, which occur in its strings only.
 std::string printableJson(std::string_view json);

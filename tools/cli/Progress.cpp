@@ -7,8 +7,9 @@
 
 namespace tool {
 
-Progress::~Progress() {
+void Progress::hide() {
     if (isShown_ && drawnPercent_ >= 0) std::fputs("\r\033[K", stderr);
+    drawnPercent_ = -1;
 }
 
 void Progress::beginStep(const std::string& title) {
@@ -18,7 +19,8 @@ void Progress::beginStep(const std::string& title) {
     draw(0);
 }
 
-void Progress::endStep() {
+void Progress::endStep(const std::string& title) {
+    if (!title.empty()) title_ = title;
     draw(1);
     ++stepsDone_;
 }

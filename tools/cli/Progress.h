@@ -11,14 +11,16 @@ class Progress {
 public:
     // Draws only if `isShown`; cancelling always works.
     Progress(std::size_t stepCount, bool isShown) : stepCount_(stepCount), isShown_(isShown) {}
-    // Removes the bar from the terminal.
-    ~Progress();
+    ~Progress() { hide(); }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
     // Throws Failure (cancelled) when a signal has arrived.
     void beginStep(const std::string& title);
-    void endStep();
+    // `title`: what has ended, where that differs from what began.
+    void endStep(const std::string& title = {});
+    // Removes the bar from the terminal until the next step.
+    void hide();
 
     // The callback of the library; `user` is the Progress.
     static bool report(float fractionOfStep, void* user);

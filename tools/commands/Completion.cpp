@@ -94,7 +94,7 @@ void offerCommands(Offers& offers) {
 }
 
 void offerOperands(std::string_view command, const std::string& typed, Offers& offers) {
-    if (command == "run") return offerOperations(typed, offers);
+    if (command == "run" || command == "each") return offerOperations(typed, offers);
     if (command == "completion") return offers.addEach("", kShells);
     if (command == "formats") {
         for (const DibFormat* format : formats()) offers.add(format->name, format->title);

@@ -1,5 +1,6 @@
 // `dib man`: the manual page, as roff.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "tools/cli/Commands.h"
 #include "tools/cli/ExitCode.h"
@@ -50,14 +51,30 @@ std::string item(const std::string& tag, const std::string& body) {
     return ".TP\n" + tag + "\n" + body + "\n";
 }
 
+// The text below the help of a command: paragraphs with an empty line between them.
+std::string remarks(const std::string& text) {
+    std::string roff;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find("\n\n", start), text.size());
+        std::string lines = text.substr(start, end - start);
+        std::ranges::replace(lines, '\n', ' ');
+        roff += ".sp\n" + paragraph(lines) + "\n";
+        start = end + 2;
+    }
+    return roff;
+}
+
 std::string commandSection(const CLI::App& app) {
     std::string roff = ".SH COMMANDS\n";
     for (const Command& command : commands()) {
         std::string tag = bold(command.name);
         const std::string operands = operandText(app, command);
         if (!operands.empty()) tag += " " + escaped(operands);
+        const CLI::App& declared = *app.get_subcommand(command.name);
         roff += item(tag, paragraph(std::string(command.help) + "."));
-        for (const OptionText& option : optionTexts(*app.get_subcommand(command.name))) {
+        // The operations, which the help of `dib run` lists, have a section of their own.
+        if (command.name != std::string_view("run")) roff += remarks(declared.get_footer());
+        for (const OptionText& option : optionTexts(declared)) {
             if (option.name == "--help") continue;
             roff += ".RS\n" +
                     item(bold(option.name) + (option.values.empty() ? "" : "=" + escaped(option.values)),
@@ -134,6 +151,7 @@ std::string manPage(const CLI::App& app) {
            // Lines of a synopsis cannot be adjusted on both sides.
            ".ad l\n.SH NAME\ndib \\- read, change and write pictures\n"
            ".SH SYNOPSIS\n.B dib run\n.I INPUT\n.RI [ OPERATION ]...\n.I OUTPUT\n.br\n"
+           ".B dib each\n.IR INPUT ...\n.RI [ OPERATION ]...\n.I OUTPUT\n.br\n"
            ".B dib info\n.IR FILE ...\n.RB [ \\-\\-json ]\n.br\n"
            ".B dib\n.I COMMAND\n.RI [ ARGUMENT ]...\n"
            ".SH DESCRIPTION\n"
@@ -148,6 +166,7 @@ std::string manPage(const CLI::App& app) {
            ".SH EXAMPLES\n.nf\n"
            "dib run in.bmp bpp:8,method=median out.bmp\n"
            "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"
+           "dib each 'in/**/*.png' resize:200x 'out/{folder}/{name}.jpg'\n"
            "dib info *.bmp \\-\\-json\n.fi\n";
 }
 

@@ -7,48 +7,19 @@
 #include <cstring>
 
 #include "tools/cli/Options.h"
-#include "tools/commands/Pictures.h"
+#include "tools/commands/Run.h"
 #include "tools/io/Formats.h"
 
 namespace tool {
 
 namespace {
 
-struct RunJob {
-    std::vector<std::string> words;  // the input, operations and the output
-    std::string input;
-    std::vector<DibChain> chains;  // each of one step
-    std::string output;
-    PictureOptions pictures;  // where no format is chosen, standard output has the input's
-    bool showsProgress = false;
-};
-
-// Checks before any work is done that the files of a step can be read.
-void checkPaths(const DibStep& step) {
-    const auto parameters = DibList(step.operation->parameters);
-    for (std::size_t i = 0; i < parameters.size(); ++i) {
-        const std::string path = step.values[i];
-        if (parameters[i]->kind != DIB_PARAMETER_PATH || access(path.c_str(), R_OK) == 0) continue;
-        throw Failure(kExitBadInput, path + ": " + step.operation->name +
-                                         ": the file cannot be opened: " + std::strerror(errno));
-    }
-}
-
-// The format that the command line asks for; null where the input decides. Reports what cannot be written
-// before the input is read.
-const DibFormat* checkOutput(const RunJob& job) {
-    if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
-        throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
-    const char* chosen = job.pictures.save.format;
-    if (job.output == "-" && chosen == nullptr) return nullptr;
-    const DibFormat* format = chosen != nullptr ? DibFindFormat(chosen) : formatOfExtension(job.output);
-    if (format == nullptr) {
-        throw usageFailure(job.output + ": no format has this extension" +
-                           extensionSuggestion(job.output, "; use --to"));
-    }
-    requireSaver(*format, job.output);
-    requireWritable(job.output);
-    return format;
+// Whether indices mean the same in both files: then the picture of a transparent palette need not become one
+// of 32 bits.
+bool keepsPalette(const RunJob& job, const DibFormat* format) {
+    return (format == nullptr || format->hasPaletteAlpha) &&
+           std::ranges::all_of(job.chains,
+                               [](const DibChain& chain) { return chain.steps->operation->movesPixels; });
 }
 
 std::string operationSummary() {
@@ -61,18 +32,49 @@ std::string operationSummary() {
     return text;
 }
 
-// Whether indices mean the same in both files: then the picture of a transparent palette need not become one
-// of 32 bits.
-bool keepsPalette(const RunJob& job, const DibFormat* format) {
-    return (format == nullptr || format->hasPaletteAlpha) &&
-           std::ranges::all_of(job.chains,
-                               [](const DibChain& chain) { return chain.steps->operation->movesPixels; });
+}  // namespace
+
+void checkPaths(const RunJob& job) {
+    for (const DibChain& chain : job.chains) {
+        const DibOperation& operation = *chain.steps->operation;
+        const auto parameters = DibList(operation.parameters);
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            const std::string path = chain.steps->values[i];
+            if (parameters[i]->kind != DIB_PARAMETER_PATH || access(path.c_str(), R_OK) == 0) continue;
+            throw Failure(kExitBadInput, path + ": " + operation.name +
+                                             ": the file cannot be opened: " + std::strerror(errno));
+        }
+    }
 }
 
-// Leaves the output unchanged when it fails.
+const DibFormat* outputFormat(const RunJob& job) {
+    const char* chosen = job.pictures.save.format;
+    if (job.output == "-" && chosen == nullptr) return nullptr;
+    const DibFormat* format = chosen != nullptr ? DibFindFormat(chosen) : formatOfExtension(job.output);
+    if (format == nullptr) {
+        throw usageFailure(job.output + ": no format has this extension" +
+                           extensionSuggestion(job.output, "; use --to"));
+    }
+    requireSaver(*format, job.output);
+    return format;
+}
+
+void addRunning(CLI::App& command, RunJob& job) {
+    addOpening(command, job.pictures.load);
+    addParts(command, job.pictures.load);
+    addSaving(command, job.pictures, "Format of the output; overrides its extension");
+    command.add_flag("--classic", job.pictures.isClassic,
+                     "Every operation does exactly what its classic function does, whatever the palette and "
+                     "alpha");
+    addProgress(command, job.showsProgress);
+}
+
 void runJob(const RunJob& job) {
-    const DibFormat* format = checkOutput(job);
-    for (const DibChain& chain : job.chains) checkPaths(*chain.steps);
+    if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
+        throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
+    const DibFormat* format = outputFormat(job);
+    requireWritable(job.output);
+    checkPaths(job);
     PictureOptions pictures = job.pictures;
     pictures.load.keepsPalette = keepsPalette(job, format);
     Notes notes(pictures);
@@ -90,26 +92,18 @@ void runJob(const RunJob& job) {
     progress.endStep();
 }
 
-}  // namespace
-
 void declareRun(CLI::App& command) {
     const auto job = std::make_shared<RunJob>();
-    command.add_option("chain", job->words)->group("");
-    addOpening(command, job->pictures.load);
-    addParts(command, job->pictures.load);
-    addSaving(command, job->pictures, "Format of the output; overrides its extension");
-    command.add_flag("--classic", job->pictures.isClassic,
-                     "Every operation does exactly what its classic function does, whatever the palette and "
-                     "alpha");
-    addProgress(command, job->showsProgress);
+    const auto words = std::make_shared<std::vector<std::string>>();
+    command.add_option("chain", *words)->group("");
+    addRunning(command, *job);
     command.footer(operationSummary);
-    command.callback([job] {
-        const std::vector<std::string>& words = job->words;
-        if (words.size() < 2 || words.front().empty() || words.back().empty())
+    command.callback([job, words] {
+        if (words->size() < 2 || words->front().empty() || words->back().empty())
             throw usageFailure("run: INPUT and OUTPUT are required");
-        job->input = words.front();
-        job->output = words.back();
-        for (std::size_t i = 1; i + 1 < words.size(); ++i) job->chains.push_back(parseStep(words[i]));
+        job->input = words->front();
+        job->output = words->back();
+        for (std::size_t i = 1; i + 1 < words->size(); ++i) job->chains.push_back(parseStep((*words)[i]));
         runJob(*job);
     });
 }
