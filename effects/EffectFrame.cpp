@@ -1,5 +1,7 @@
 #include "effects/EffectFrame.h"
 
+#include "dib/LentPixels.h"
+
 namespace dib {
 
 RowTable initRow(DibStream& image) {
@@ -21,7 +23,12 @@ std::unique_ptr<DibStream> cloneOf(DibStream& image) {
 }
 
 FullCopy::FullCopy(DibStream& image) : copy_(cloneOf(image)) {
-    if (copy_ != nullptr) rows_ = initRow(*copy_);
+    if (copy_ == nullptr) return;
+    if (hasLentPixels(image)) {
+        std::swap(image.Buffer, copy_->Buffer);
+        std::swap(image.BufferOwner, copy_->BufferOwner);
+    }
+    rows_ = initRow(*copy_);
 }
 
 }  // namespace dib

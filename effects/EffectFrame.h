@@ -62,7 +62,8 @@ std::unique_ptr<DibStream> cloneOf(DibStream& image);
 // The unchanged image as a copy of all its rows, for effects that read rows above and below in any order.
 class FullCopy {
 public:
-    // Copies an admitted image.
+    // Copies an admitted image. One that borrows its pixels (LentPixels.h) gets the pixels of the copy, which
+    // borrows them instead.
     explicit FullCopy(DibStream& image);
     // False when memory was short; nothing else may then be called.
     bool ready() const { return rows_ != nullptr; }
@@ -134,7 +135,7 @@ bool filterImage(const Progress& progress, DibStream* image, Filter&& request) {
     const FullCopy source(*image);
     // Declared after `source`, so destroyed before it.
     std::decay_t<Filter> filter(std::forward<Filter>(request));
-    if (!source.ready() || !filter.prepare(source, raster)) return false;
+    if (!source.ready() || !viewRows(*image, raster) || !filter.prepare(source, raster)) return false;
     return withDepth<Depths...>(raster.bitCount, [&](auto depth) {
         return forEachRow(progress, raster.height, [&](int y) {
             unsigned char* out = raster.row(y);

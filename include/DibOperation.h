@@ -233,8 +233,8 @@ struct DibApplyOptions {
     /// How the pictures are opened that steps name; null: with the defaults.
     const DibLoadOptions* load = nullptr;
     /// Opens them instead, for example below a folder, or from memory; it may refuse. It works as
-    /// `DibLoadFile`: on failure it leaves a code and a reason. It must not throw. Set it where chains come
-    /// from people who must not read files.
+    /// `DibLoadFile`: on failure it leaves a code and a reason. It must not throw. It may lend blocks, which
+    /// no step changes. Set it where chains come from people who must not read files.
     bool (*open)(void* context, const char* name, DibStream* image, DibFileResult* result,
                  DibProgressCallback callback, void* user) = nullptr;
     void* context = nullptr;  ///< First argument of `open`.
@@ -246,9 +246,10 @@ struct DibApplyOptions {
 
 /// Applies a chain to an image: the same bytes as the calls that `DibDescribeCall` writes.
 ///
-/// The steps work on a copy, whose blocks the image takes over at the end; the old ones are released. Lent
-/// blocks are not changed. The callback gets fractions of the whole chain that start at 0, never go back and
-/// end at 1 when the call succeeds. Returning false cancels. The callback must not change the image.
+/// The steps make a new picture, whose blocks the image takes over at the end; the old ones are released.
+/// Lent blocks are not changed. The pixels are copied only for steps that change pixels in place. The
+/// callback gets fractions of the whole chain that start at 0, never go back and end at 1 when the call
+/// succeeds. Returning false cancels. The callback must not change the image.
 ///
 /// The code is also stored in `DibStream::ErrorCode`, 0 included.
 /// @return False, with the image unchanged but for that code (see `DibApplyOptions::inPlace`), and

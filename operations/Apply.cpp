@@ -1,10 +1,12 @@
-// Chains at work: a copy of the image goes through the steps and replaces it at the end.
+// Chains at work: an image that borrows the caller's pixels goes through the steps and replaces the caller's
+// at the end.
 #include <algorithm>
 #include <cstring>
-#include <memory>
 
-#include "dib/ColorTable.h"
+#include "dib/LentPixels.h"
+#include "dib/Memory.h"
 #include "dib/MoveBlocks.h"
+#include "operations/Borrowing.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -62,31 +64,6 @@ private:
     bool isCancelled_ = false;
 };
 
-// `Clone` cuts the table after a header of more than 40 bytes, so such a block is copied here.
-void copyLongHeader(const DibStream& from, DibStream& to) {
-    const std::size_t offset = dib::tableOffset(*from.Header);
-    if (offset == dib::kHeaderBytes) return;
-    const std::size_t bytes = offset + dib::announcedEntries(*from.Header) * dib::kEntryBytes;
-    void* block = std::malloc(bytes);
-    if (block == nullptr) throw std::bad_alloc();
-    std::memcpy(block, from.Header, bytes);
-    to.HeaderFree();
-    to.Header = static_cast<BITMAPINFOHEADER*>(block);
-    to.HeaderOwner = 6;
-}
-
-struct ReleaseImage {
-    void operator()(DibStream* image) const { image->Release(); }
-};
-using ImagePtr = std::unique_ptr<DibStream, ReleaseImage>;
-
-ImagePtr copyOf(DibStream& image) {
-    ImagePtr copy(image.Clone());
-    if (copy == nullptr || copy->Buffer == nullptr) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-    copyLongHeader(image, *copy);
-    return copy;
-}
-
 void applyStep(const Job& job) {
     requireDepth(job.image, job.arguments.operation().info.depths);
     // Operations do not clear the code of an earlier failure, and not every failure sets one.
@@ -125,9 +102,11 @@ void applyChain(DibStream* image, const std::vector<Arguments>& steps, const Dib
     const DibApplyOptions options = completed(given);
     Progress progress(callback, user, steps.size());
     if (options.inPlace) return applySteps(*image, steps, options, result, progress);
-    const ImagePtr copy = copyOf(*image);
-    applySteps(*copy, steps, options, result, progress);
-    dib::moveBlocks(*copy, *image);
+    const ImagePtr working = borrow(*image);
+    applySteps(*working, steps, options, result, progress);
+    ownPixels(*working);
+    working->HeaderOwner = dib::kOwned;
+    dib::moveBlocks(*working, *image);
 }
 
 // Applies what `parse` makes of the caller's steps.

@@ -6,6 +6,7 @@
 #include <DibOperation.h>
 #include <DibStream.h>
 
+#include <concepts>
 #include <functional>
 #include <span>
 #include <string>
@@ -85,8 +86,34 @@ enum class Alpha {
     kWeights,  // colours count by it where pixels mix
 };
 
-// Returns what the library returns. May throw Refusal, before it changes the image.
-using Run = bool (*)(const Job& job);
+// A function of a row. Returns what the library returns. May throw Refusal, before it changes the image.
+class Run {
+public:
+    using Function = bool (*)(const Job& job);
+
+    constexpr Run() = default;
+    // Rows name functions, or null.
+    template <std::convertible_to<Function> F>
+    constexpr Run(F function) : function_(function) {}  // NOLINT(google-explicit-constructor)
+
+    // Gives the image pixels of its own before the function changes them.
+    bool operator()(const Job& job) const;
+
+    friend constexpr bool operator==(Run, Run) = default;
+    friend constexpr Run replacing(Function function);
+
+private:
+    Function function_ = nullptr;
+    bool replacesPixels_ = false;
+};
+
+// A function that never changes pixels in place: where it changes the picture it makes new ones, as geometry
+// methods, conversions and effects by `dib::filterImage` do.
+constexpr Run replacing(Run::Function function) {
+    Run run = function;
+    run.replacesPixels_ = true;
+    return run;
+}
 
 // How an operation does right by palettes and alpha, of which its classic function knows nothing. A row that
 // has one has the switch `classic` and accepts all depths (Treatment.cpp).
@@ -130,7 +157,7 @@ struct Operation {
 // Runs a step by the treatment of its operation. Throws Refusal.
 bool runTreated(const Job& job);
 // Runs a function for a picture that is widened before where its pixels are no colours.
-bool runWidened(const Job& job, const Treatment& treatment, Run run);
+bool runWidened(const Job& job, const Treatment& treatment, Run::Function run);
 // Whether the classic function alone does what the step does to this picture.
 bool isClassic(const Arguments& step, const DibStream& image);
 // Throws Refusal where an operation gets a picture of another depth.

@@ -8,6 +8,7 @@
 
 #include "dib/ColorTable.h"
 #include "effects/weighted/AlphaPlane.h"
+#include "operations/Borrowing.h"
 #include "operations/Descriptions.h"
 #include "operations/Operations.h"
 #include "operations/pixels/Pixels.h"
@@ -67,13 +68,13 @@ bool makeColors(const Job& job, bool toGrey, unsigned int depths) {
 bool runKeepingAlpha(const Job& job) {
     const Run run = job.arguments.operation().run;
     if (job.image.Header->biBitCount != 32) return run(job);
-    if (const std::optional<std::uint8_t> alpha = dib::commonAlpha(job.image)) {
-        if (!run(job)) return false;
-        dib::fillAlpha(job.image, *alpha);
-        return true;
-    }
-    DibHandle alphas(job.image.CreateAlphaDib());
-    return alphas && run(job) && job.image.SetAlphaPlane(alphas.get());
+    const std::optional<std::uint8_t> alpha = dib::commonAlpha(job.image);
+    DibHandle alphas(alpha ? nullptr : job.image.CreateAlphaDib());
+    if ((!alpha && !alphas) || !run(job)) return false;
+    ownPixels(job.image);  // some functions return at once where they change nothing
+    if (!alpha) return job.image.SetAlphaPlane(alphas.get());
+    dib::fillAlpha(job.image, *alpha);
+    return true;
 }
 
 bool runOnColors(const Job& job) {
@@ -89,6 +90,11 @@ bool runOnColors(const Job& job) {
 
 }  // namespace
 
+bool Run::operator()(const Job& job) const {
+    if (!replacesPixels_) ownPixels(job.image);
+    return function_(job);
+}
+
 void requireDepth(const DibStream& image, unsigned int depths) {
     requirePixels(&image);
     const int bitCount = image.Header->biBitCount;
@@ -97,7 +103,7 @@ void requireDepth(const DibStream& image, unsigned int depths) {
                   "does not accept pictures of " + bitsText(bitCount) + ", only of " + depthsText(depths)};
 }
 
-bool runWidened(const Job& job, const Treatment& treatment, Run run) {
+bool runWidened(const Job& job, const Treatment& treatment, Run::Function run) {
     if (hasRightColors(job.image, treatment)) return run(job);
     const bool staysGrey = isGrey(job.image) && !treatment.addsColors;
     if (!makeColors(job, staysGrey, treatment.depths) || !run(job)) return false;

@@ -47,7 +47,7 @@ constexpr Operation kOperations[] = {
       kColors,
       kAllDepths},
      "",
-     runColors},
+     replacing(runColors)},
     {{"remap",
       kArea,
       "Shows the picture in another palette, whose order stays.",
@@ -56,7 +56,7 @@ constexpr Operation kOperations[] = {
       kRemap,
       kAllDepths},
      "",
-     runRemap},
+     replacing(runRemap)},
 };
 
 }  // namespace

@@ -61,7 +61,7 @@ constexpr Operation kOperations[] = {
       kBpp,
       kAllDepths},
      "image.ChangeBpp({depth}, {method})",
-     runBpp,
+     replacing(runBpp),
      checkBpp},
 };
 

@@ -28,7 +28,7 @@ constexpr Operation kOperations[] = {
       kMotionBlur,
       kAllDepths},
      "DibEffectMotionBlur(nullptr, nullptr, &image, {length}, {angle}, {wrap})",
-     Effect<int, float, unsigned int>::run<DibEffectMotionBlur>,
+     replacing(Effect<int, float, unsigned int>::run<DibEffectMotionBlur>),
      nullptr,
      {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights}},
     {{"edge",
@@ -50,7 +50,7 @@ constexpr Operation kOperations[] = {
       kEmboss,
       kAllDepths},
      "DibEffectEmboss(nullptr, nullptr, &image, {strength}, {distance}, {angle}, {wrap})",
-     Effect<float, int, float, unsigned int>::run<DibEffectEmboss>,
+     replacing(Effect<float, int, float, unsigned int>::run<DibEffectEmboss>),
      nullptr,
      {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kKept}},
 };

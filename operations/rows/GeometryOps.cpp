@@ -95,8 +95,10 @@ bool runResize(const Job& job) {
     return hasSize(job.image, wanted) || resizeTo(job, wanted);
 }
 
-constexpr Treatment kResizes = {
-    .classicDepths = kAllDepths, .depths = depths({24, 32}), .right = runResize, .movesPixels = takesNearest};
+constexpr Treatment kResizes = {.classicDepths = kAllDepths,
+                                .depths = depths({24, 32}),
+                                .right = replacing(runResize),
+                                .movesPixels = takesNearest};
 
 int scaled(int side, double factor) {
     const double pixels = std::round(side * factor);
@@ -114,7 +116,7 @@ PixelSize touching(const Job& job, bool isInside) {
 }
 
 // Resizes a picture whose palette is widened where the filter mixes colours.
-bool resizeWidened(const Job& job, Run run) {
+bool resizeWidened(const Job& job, Run::Function run) {
     return takesNearest(job.arguments) ? run(job) : runWidened(job, kResizes, run);
 }
 
@@ -190,7 +192,7 @@ constexpr Operation kOperations[] = {
       kResize,
       kAllDepths},
      "image.Resize({size:width}, {size:height}, {filter})",
-     runClassicResize,
+     replacing(runClassicResize),
      checkResize,
      kResizes},
     {{"fit",
@@ -201,7 +203,7 @@ constexpr Operation kOperations[] = {
       kFit,
       kAllDepths},
      "",
-     runFit},
+     replacing(runFit)},
     {{"fill",
       kArea,
       "Scales the picture until it covers a size, and cuts off what is too much on both sides.",
@@ -210,7 +212,7 @@ constexpr Operation kOperations[] = {
       kCover,
       kAllDepths},
      "",
-     runFill},
+     replacing(runFill)},
     {{"half",
       kArea,
       "Halves the picture exactly, each pixel the mean of four.",
@@ -219,9 +221,9 @@ constexpr Operation kOperations[] = {
       kOnlyClassic,
       kAllDepths},
      "image.ResizeHalf()",
-     Method<>::run<&DibStream::ResizeHalf>,
+     replacing(Method<>::run<&DibStream::ResizeHalf>),
      nullptr,
-     {.classicDepths = depths({24, 32}), .alpha = Alpha::kWeights, .weighted = runWeightedHalf}},
+     {.classicDepths = depths({24, 32}), .alpha = Alpha::kWeights, .weighted = replacing(runWeightedHalf)}},
     {{"canvas",
       kArea,
       "Crops or pads the picture about its middle.",
@@ -230,7 +232,7 @@ constexpr Operation kOperations[] = {
       kCanvas,
       kAllDepths},
      "image.ChangeSize({size:width}, {size:height}, {fill})",
-     Method<int, int, unsigned int>::run<&DibStream::ChangeSize>},
+     replacing(Method<int, int, unsigned int>::run<&DibStream::ChangeSize>)},
     {{"crop",
       kArea,
       "Keeps a rectangle of the picture.",
@@ -240,7 +242,7 @@ constexpr Operation kOperations[] = {
       kAllDepths,
       kMovesPixels},
      "image.ClipCut({x}, {y}, {size:width}, {size:height})",
-     runCrop},
+     replacing(runCrop)},
     {{"scroll",
       kArea,
       "Shifts the picture; what leaves one side enters at the other.",

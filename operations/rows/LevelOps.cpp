@@ -125,7 +125,7 @@ constexpr Operation kOperations[] = {
       kFlatten,
       kAllDepths},
      "",
-     runFlatten},
+     replacing(runFlatten)},
 };
 
 }  // namespace

@@ -68,7 +68,7 @@ constexpr Operation kOperations[] = {
       depths({8, 16, 24, 32}),
       kMovesPixels},
      "std::srand({seed});\nDibEffectDiffuse(nullptr, nullptr, &image, {radius}, {wrap})",
-     runSeeded<Effect<int, unsigned int>::run<DibEffectDiffuse>>},
+     replacing(runSeeded<Effect<int, unsigned int>::run<DibEffectDiffuse>>)},
 };
 
 }  // namespace

@@ -131,7 +131,7 @@ constexpr Operation kOperations[] = {
       kJoin,
       kAllDepths},
      "",
-     runJoin},
+     replacing(runJoin)},
     {{"compare",
       kArea,
       "Shows the difference from a second picture: black where they are alike, white where one ends.",
@@ -140,7 +140,7 @@ constexpr Operation kOperations[] = {
       kCompare,
       kAllDepths},
      "",
-     runCompare},
+     replacing(runCompare)},
 };
 
 }  // namespace

@@ -46,7 +46,7 @@ constexpr Operation kOperations[] = {
       kAllDepths,
       kMovesPixels},
      "",
-     runTrim},
+     replacing(runTrim)},
     {{"border",
       kArea,
       "Adds a border; a picture that cannot hold its colour gets 24 bits, or 32 for alpha.",
@@ -55,7 +55,7 @@ constexpr Operation kOperations[] = {
       kBorder,
       kAllDepths},
      "",
-     runBorder},
+     replacing(runBorder)},
 };
 
 }  // namespace

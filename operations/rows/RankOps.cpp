@@ -19,10 +19,11 @@ constexpr Parameters kMedian({radius(23169), wrap(), classic()});
 using Rank = Effect<int, unsigned int>;
 
 // Each takes pixels as they are, so indices stay.
-template <bool (*effect)(DibProgressCallback, void*, DibStream*, int, unsigned int)>
-constexpr Treatment picks() {
-    return {.classicDepths = kAllDepths, .alpha = Alpha::kKept, .palette = Rank::run<effect>};
+constexpr Treatment picks(Run run) {
+    return {.classicDepths = kAllDepths, .alpha = Alpha::kKept, .palette = run};
 }
+
+constexpr Run kMedianRun = replacing(Rank::run<DibEffectBrightMiddle>);
 
 constexpr Operation kOperations[] = {
     {{"max",
@@ -35,7 +36,7 @@ constexpr Operation kOperations[] = {
      "DibEffectBrightMax(nullptr, nullptr, &image, {radius}, {wrap})",
      Rank::run<DibEffectBrightMax>,
      nullptr,
-     picks<DibEffectBrightMax>()},
+     picks(Rank::run<DibEffectBrightMax>)},
     {{"min",
       kArea,
       "Takes the darkest pixel around each pixel.",
@@ -46,7 +47,7 @@ constexpr Operation kOperations[] = {
      "DibEffectBrightMin(nullptr, nullptr, &image, {radius}, {wrap})",
      Rank::run<DibEffectBrightMin>,
      nullptr,
-     picks<DibEffectBrightMin>()},
+     picks(Rank::run<DibEffectBrightMin>)},
     {{"median",
       kArea,
       "Takes a pixel of middle brightness around each pixel, which removes specks.",
@@ -55,9 +56,9 @@ constexpr Operation kOperations[] = {
       kMedian,
       kAllDepths},
      "DibEffectBrightMiddle(nullptr, nullptr, &image, {radius}, {wrap})",
-     Rank::run<DibEffectBrightMiddle>,
+     kMedianRun,
      nullptr,
-     picks<DibEffectBrightMiddle>()},
+     picks(kMedianRun)},
 };
 
 }  // namespace

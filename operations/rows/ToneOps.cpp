@@ -17,10 +17,7 @@ constexpr Parameters kContrast({number("contrast", "slope about middle grey; 1 c
                                 classic()});
 
 // The colours of a palette change, and its indices stay.
-template <Run run>
-constexpr Treatment bends() {
-    return {.classicDepths = depths({1, 4, 8, 24, 32}), .palette = run};
-}
+constexpr Treatment bends(Run run) { return {.classicDepths = depths({1, 4, 8, 24, 32}), .palette = run}; }
 
 constexpr Operation kOperations[] = {
     {{"gamma",
@@ -33,7 +30,7 @@ constexpr Operation kOperations[] = {
      "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
      Effect<int, int, float>::run<DibEffectGammaCorrect>,
      nullptr,
-     bends<Effect<int, int, float>::run<DibEffectGammaCorrect>>()},
+     bends(Effect<int, int, float>::run<DibEffectGammaCorrect>)},
     {{"contrast",
       kArea,
       "Stretches the colours, or the colour table, about middle grey.",
@@ -44,7 +41,7 @@ constexpr Operation kOperations[] = {
      "DibEffectContrast(nullptr, nullptr, &image, {brightness}, {contrast})",
      Effect<float, float>::run<DibEffectContrast>,
      nullptr,
-     bends<Effect<float, float>::run<DibEffectContrast>>()},
+     bends(Effect<float, float>::run<DibEffectContrast>)},
 };
 
 }  // namespace

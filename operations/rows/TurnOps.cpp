@@ -40,7 +40,7 @@ constexpr Operation kOperations[] = {
       kAllDepths,
       kMovesPixels},
      "",
-     runTurn},
+     replacing(runTurn)},
     {{"flip",
       kArea,
       "Exchanges top and bottom.",
@@ -50,7 +50,7 @@ constexpr Operation kOperations[] = {
       kAllDepths,
       kMovesPixels},
      "",
-     runFlip},
+     replacing(runFlip)},
     {{"mirror",
       kArea,
       "Exchanges left and right.",
@@ -60,7 +60,7 @@ constexpr Operation kOperations[] = {
       kAllDepths,
       kMovesPixels},
      "",
-     runMirror},
+     replacing(runMirror)},
 };
 
 }  // namespace

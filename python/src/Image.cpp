@@ -52,6 +52,8 @@ Image::Image(DibHandle pixels, Origin from, py::object owner, py::object memory,
 
 DibHandle Image::clone() const { return pixels_.clone(); }
 
+void Image::lendTo(DibStream& borrower) const { borrower.SetDib(get()->Header, 0, get()->Buffer, 0); }
+
 int Image::paletteSize() const { return bitCount() <= 8 ? static_cast<int>(get()->Header->biClrUsed) : 0; }
 
 DibBGRA* Image::palette() const { return reinterpret_cast<DibBGRA*>(get()->Header + 1); }

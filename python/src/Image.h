@@ -33,6 +33,8 @@ public:
     const DibStream* get() const { return pixels_.get(); }
     // An independent copy, without Python's lock. No image when memory is short.
     DibHandle clone() const;
+    // Gives an image the same blocks, which it does not own and must not change.
+    void lendTo(DibStream& borrower) const;
 
     int width() const { return pixels_.width(); }
     int height() const { return pixels_.height(); }

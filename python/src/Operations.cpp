@@ -37,14 +37,7 @@ private:
         const auto& images = static_cast<Pictures*>(context)->images_;
         for (std::size_t i = 0; i < images.size(); ++i) {
             if (nameOf(i) != name) continue;
-            DibHandle copy = images[i]->clone();
-            if (!copy.hasPixels()) {
-                result->code = DIB_ERROR_MEMORY;
-                std::strcpy(result->reason, "there is not enough memory");
-                return false;
-            }
-            image->SetDib(copy->Header, copy->HeaderOwner, copy->Buffer, copy->BufferOwner);
-            copy->HeaderOwner = copy->BufferOwner = 0;
+            images[i]->lendTo(*image);
             return true;
         }
         return DibLoadFile(name, image, nullptr, result, callback, user);
@@ -132,23 +125,21 @@ private:
     Pictures& pictures_;
 };
 
-// Applies steps to a copy of an image.
+// Applies steps to an image that borrows the pixels of another one.
 py::object applied(const Image& image, const DibStep* steps, int stepCount, Pictures& pictures,
                    const py::object& progress) {
     DibApplyOptions how;
-    how.inPlace = true;  // the copy is made here
     pictures.install(how);
     Watch watch(progress);
     DibOperationResult result;
-    DibHandle copy;
+    DibHandle made = DibHandle::make();
+    if (!made) failWithoutMemory();
+    image.lendTo(*made);
     const bool isDone = [&] {
         const py::gil_scoped_release unlocked;
-        copy = image.clone();
-        return copy.hasPixels() &&
-               DibApply(copy.get(), steps, stepCount, &how, &result, watch.callback(), &watch);
+        return DibApply(made.get(), steps, stepCount, &how, &result, watch.callback(), &watch);
     }();
     watch.rethrow();
-    if (!copy.hasPixels() && result.code == DIB_OK) failWithoutMemory();
     if (!isDone) fail(result);
     Origin origin = image.origin;
     if (result.noteCount > 0)
@@ -158,7 +149,7 @@ py::object applied(const Image& image, const DibStep* steps, int stepCount, Pict
                                           [](const DibStep& step) { return step.operation->movesPixels; });
     if (!keepsIndices && !origin.metadata.attr("palette_alpha").is_none())
         origin.metadata = origin.metadata.attr("without_palette_alpha")();
-    return wrap(std::move(copy), std::move(origin));
+    return wrap(std::move(made), std::move(origin));
 }
 
 // A method that applies one operation.
