@@ -67,4 +67,9 @@ void createImage(DibStream& image, int width, int height, int bitCount) {
     }
 }
 
+void createLike(const DibStream& image, int width, int height, DibStream& created) {
+    createImage(created, width, image.Header->biHeight < 0 ? -height : height, image.Header->biBitCount);
+    if (image.Header->biBitCount <= 8) dib::copyColorTable(image, created);
+}
+
 }  // namespace operations

@@ -27,6 +27,8 @@ void widenQuietly(DibStream& image, int bitCount = 24);
 // A new image. Its pixels are undefined, but 0 where several share a byte. Throws Refusal when it cannot
 // exist or memory is short.
 void createImage(DibStream& image, int width, int height, int bitCount);
+// The same with the depth, row order and colour table of another image.
+void createLike(const DibStream& image, int width, int height, DibStream& created);
 
 // (over x alpha + under x (255 - alpha)) / 255, rounded: with a sum s + 128 = t the quotient is
 // (t + (t >> 8)) >> 8.

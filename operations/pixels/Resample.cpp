@@ -10,6 +10,7 @@
 #include "dib/EdgeAxis.h"
 #include "dib/MoveBlocks.h"
 #include "effects/weighted/AlphaPlane.h"
+#include "operations/pixels/FloatRows.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -19,33 +20,7 @@ namespace {
 using dib::EdgeAxis;
 using dib::Raster;
 
-// out[i] = sum of weights[k] x rows[k][i], in the order of k, in vectors of so many bytes.
-template <std::ptrdiff_t kBytes>
-DIB_ALWAYS_INLINE void sumRows(const float* const* rows, const float* weights, int count,
-                               float* __restrict out, std::ptrdiff_t samples) {
-    using Vector __attribute__((vector_size(kBytes))) = float;
-    constexpr std::ptrdiff_t kLanes = kBytes / sizeof(float);
-    constexpr std::ptrdiff_t kVectors = 4;  // so many sums stay in registers
-    std::ptrdiff_t i = 0;
-    for (; i + kVectors * kLanes <= samples; i += kVectors * kLanes) {
-        Vector sums[kVectors] = {};
-        for (int k = 0; k < count; ++k) {
-            for (std::ptrdiff_t j = 0; j < kVectors; ++j) {
-                Vector from;
-                std::memcpy(&from, rows[k] + i + j * kLanes, sizeof from);
-                sums[j] += weights[k] * from;
-            }
-        }
-        std::memcpy(out + i, sums, sizeof sums);
-    }
-    for (; i < samples; ++i) {
-        float sum = 0;
-        for (int k = 0; k < count; ++k) sum += weights[k] * rows[k][i];
-        out[i] = sum;
-    }
-}
-
-// The same along a row, for taps of which each pixel has its own.
+// out[i] = sum of weights[k] x pixels[first[i] + k], for taps of which each pixel has its own.
 template <int kChannels>
 DIB_ALWAYS_INLINE void sumColumns(const float* row, const Taps* taps, float* __restrict out,
                                   std::ptrdiff_t count) {
@@ -57,42 +32,6 @@ DIB_ALWAYS_INLINE void sumColumns(const float* row, const Taps* taps, float* __r
             for (int c = 0; c < kChannels; ++c) sums[c] += weights[k] * from[k * kChannels + c];
         }
         for (int c = 0; c < kChannels; ++c) out[i * kChannels + c] = sums[c];
-    }
-}
-
-DIB_ALWAYS_INLINE void loadRow(const unsigned char* __restrict row, float* __restrict samples,
-                               std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) samples[i] = static_cast<float>(row[i]);
-}
-// Colours times alpha, and alpha.
-DIB_ALWAYS_INLINE void loadWeighted(const unsigned char* __restrict row, float* __restrict samples,
-                                    std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; i += 4) {
-        const auto alpha = static_cast<float>(row[i + 3]);
-        for (int c = 0; c < 3; ++c) samples[i + c] = static_cast<float>(row[i + c]) * alpha;
-        samples[i + 3] = alpha;
-    }
-}
-
-DIB_ALWAYS_INLINE unsigned char byteOf(float value) {
-    const float bounded = value < 0.0F ? 0.0F : value > 255.0F ? 255.0F : value;
-    // It is never negative, and a call of lround takes longer.
-    return static_cast<unsigned char>(
-        static_cast<int>(bounded + 0.5F));  // NOLINT(bugprone-incorrect-roundings)
-}
-
-DIB_ALWAYS_INLINE void storeRow(const float* __restrict sums, unsigned char* __restrict row,
-                                std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) row[i] = byteOf(sums[i]);
-}
-// Pixels that are less than half visible in the last bit of alpha are black.
-DIB_ALWAYS_INLINE void storeWeighted(const float* __restrict sums, unsigned char* __restrict row,
-                                     std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; i += 4) {
-        const float alpha = sums[i + 3];
-        const float scale = alpha >= 0.5F ? 1.0F / alpha : 0.0F;
-        for (int c = 0; c < 3; ++c) row[i + c] = byteOf(sums[i + c] * scale);
-        row[i + 3] = byteOf(alpha);
     }
 }
 
@@ -202,12 +141,6 @@ Taps sharedTaps(int count, const std::vector<double>& exact, bool wraps) {
     return taps;
 }
 
-// A picture of that size with the depth, row order and colour table of another.
-void createLike(const DibStream& image, int width, int height, DibStream& created) {
-    createImage(created, width, image.Header->biHeight < 0 ? -height : height, image.Header->biBitCount);
-    if (image.Header->biBitCount <= 8) dib::copyColorTable(image, created);
-}
-
 }  // namespace
 
 Taps resizeTaps(Filter filter, int sourceCount, int count) {
@@ -233,13 +166,6 @@ Taps resizeTaps(Filter filter, int sourceCount, int count) {
         normalize(taps.weights.data() + static_cast<std::ptrdiff_t>(i) * taps.width, exact);
     }
     return taps;
-}
-
-Taps gaussianTaps(int count, float radius, bool wraps) {
-    const int half = static_cast<int>(radius);
-    std::vector<double> exact;
-    for (int i = -half; i <= half; ++i) exact.push_back(std::exp(-4.5 * i * i / (double{radius} * radius)));
-    return sharedTaps(count, exact, wraps);
 }
 
 Taps boxTaps(int count, int radius, bool wraps) {

@@ -28,8 +28,6 @@ enum class Filter { kArea, kBilinear, kBicubic };
 
 // Of `count` pixels that are made from `sourceCount`. Shrinking widens the filter.
 Taps resizeTaps(Filter filter, int sourceCount, int count);
-// Of a Gaussian whose radius is three standard deviations, cut there.
-Taps gaussianTaps(int count, float radius, bool wraps);
 // Of the mean of 2 x radius + 1 pixels.
 Taps boxTaps(int count, int radius, bool wraps);
 

@@ -1,6 +1,7 @@
 #include <DibEffect.h>
 
 #include "operations/Call.h"
+#include "operations/pixels/Gaussian.h"
 #include "operations/pixels/Resample.h"
 
 namespace operations {
@@ -24,8 +25,8 @@ bool wraps(const Job& job, std::uint32_t axis) { return (job.arguments.word("wra
 bool runGaussian(const Job& job) {
     const float radius = job.arguments.number("radius");
     if (radius < 1) return true;
-    return resample(job, gaussianTaps(width(job.image), radius, wraps(job, DIB_WRAP_X)),
-                    gaussianTaps(height(job.image), radius, wraps(job, DIB_WRAP_Y)));
+    return blurGaussian(
+        job, {radius / 3.0, static_cast<int>(radius), wraps(job, DIB_WRAP_X), wraps(job, DIB_WRAP_Y)});
 }
 
 // Beyond the picture all pixels are those of its edge.
