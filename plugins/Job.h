@@ -12,6 +12,7 @@
 #include <new>
 
 #include "dib/File.h"
+#include "dib/Numbers.h"
 #include "plugins/Picture.h"
 
 namespace plugins {
@@ -59,10 +60,10 @@ public:
         position_ = kUnknown;
         if (fseeko(file_, 0, SEEK_END) != 0) return 0;
         const off_t end = ftello(file_);
-        return end > 0 ? static_cast<std::uint64_t>(end) : 0;
+        return end > 0 ? dib::asUnsigned(end) : 0;
     }
     bool report(std::size_t done, std::size_t total) override {
-        return progress_ == nullptr || progress_(static_cast<float>(done) / static_cast<float>(total), user_);
+        return progress_ == nullptr || progress_(dib::doneShare(done, total), user_);
     }
 
 private:

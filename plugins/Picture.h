@@ -15,6 +15,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 
 namespace plugins {
 
@@ -26,13 +27,13 @@ public:
     // Whether the library accepts such a size.
     static bool isPossible(std::int64_t width, std::int64_t height, int bitCount) {
         return width >= 1 && height >= 1 && height <= INT32_MAX &&
-               dib::admitSize(width, static_cast<std::int32_t>(height), bitCount).admitted;
+               dib::admitSize(width, dib::asInt(height), bitCount).admitted;
     }
     // Makes a bottom-up picture of zeroes; an 8-bit one has a table of greys. False when memory is short, and
     // without an allocation for sizes that the library would refuse.
     bool create(std::int64_t width, std::int64_t height, int bitCount) {
         if (!isPossible(width, height, bitCount)) return false;
-        const dib::ImageSize size = dib::admitSize(width, static_cast<std::int32_t>(height), bitCount);
+        const dib::ImageSize size = dib::admitSize(width, dib::asInt(height), bitCount);
         const std::size_t entries = dib::addressableEntries(bitCount);
         const std::size_t headerBytes = dib::kHeaderBytes + entries * dib::kEntryBytes;
         size_ = size;
@@ -40,12 +41,12 @@ public:
         buffer_ = dib::allocateZeroed<unsigned char>(size.imageBytes);
         if (header_ == nullptr || buffer_ == nullptr) return false;
         header_->biSize = dib::kHeaderBytes;
-        header_->biWidth = static_cast<std::int32_t>(width);
-        header_->biHeight = static_cast<std::int32_t>(height);
+        header_->biWidth = dib::asInt(width);
+        header_->biHeight = dib::asInt(height);
         header_->biPlanes = 1;
-        header_->biBitCount = static_cast<std::uint16_t>(bitCount);
-        header_->biClrUsed = static_cast<std::uint32_t>(entries);
-        header_->biSizeImage = static_cast<std::uint32_t>(size.imageBytes);
+        header_->biBitCount = dib::wordOf(bitCount);
+        header_->biClrUsed = dib::dwordOf(entries);
+        header_->biSizeImage = dib::dwordOf(size.imageBytes);
         DibBGRA* table = dib::colorTable(header_.get());
         for (std::size_t i = 0; i < entries; ++i) {
             const auto grey = dib::byteOf(i);
@@ -64,7 +65,7 @@ public:
     std::size_t rowBytes() const { return size_.rowBytes; }
     // Replaces the greys by up to 256 entries; the others become 0.
     void usePalette(const DibBGRA* entries, std::size_t count) {
-        header_->biClrUsed = static_cast<std::uint32_t>(count);
+        header_->biClrUsed = dib::dwordOf(count);
         DibBGRA* table = dib::colorTable(header_.get());
         std::fill_n(std::copy_n(entries, count, table), dib::addressableEntries(kGrey) - count,
                     DibBGRA{0, 0, 0, 0});

@@ -7,6 +7,7 @@
 #include "dib/Bytes.h"
 #include "dib/HalfFloat.h"
 #include "dib/LightCurve.h"
+#include "dib/Numbers.h"
 #include "plugins/dds/Blocks.h"
 #include "plugins/dds/Subsets.h"
 
@@ -145,7 +146,7 @@ struct EndPoints {
     EndPoints(const Mode& mode, BitReader& bits, bool isSigned) {
         int raw[kPartition + 1] = {};
         for (int i = 0; i < mode.layout.bits; ++i) {
-            raw[mode.layout.field[i]] |= static_cast<int>(bits.take(1) << mode.layout.bit[i]);
+            raw[mode.layout.field[i]] |= dib::asInt(bits.take(1) << mode.layout.bit[i]);
         }
         partition = static_cast<unsigned>(raw[kPartition]);
         for (int channel = 0; channel < 3; ++channel) {
@@ -168,7 +169,7 @@ struct EndPoints {
 // Scales an interpolated value to the bits of a half. Values from 0 up never become infinity.
 float sampleOf(int value, bool isSigned) {
     const int half = isSigned ? std::abs(value) * 31 >> 5 : value * 31 >> 6;
-    const float magnitude = dib::floatOfHalf(static_cast<std::uint16_t>(half));
+    const float magnitude = dib::floatOfHalf(dib::wordOf(half));
     return value < 0 ? -magnitude : magnitude;
 }
 

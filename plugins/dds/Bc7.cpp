@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "plugins/dds/Blocks.h"
 #include "plugins/dds/Subsets.h"
 
@@ -34,7 +35,7 @@ constexpr int kAlpha = 3;
 // Spreads a value of that many bits over the whole range of bytes.
 int spread(unsigned value, int bits) {
     const unsigned high = value << (8 - bits);
-    return static_cast<int>(high | high >> bits);
+    return dib::asInt(high | high >> bits);
 }
 
 // The end points of each subset as bytes: all reds, all greens, all blues, all alphas, then the lowest bits.

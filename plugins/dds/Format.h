@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "plugins/dds/Blocks.h"
 
 namespace plugins::dds {
@@ -59,7 +60,7 @@ struct Format {
     int sampleBits = 8;
     Channel red{}, green{}, blue{}, alpha{};
 
-    int bitsPerPixel() const { return static_cast<int>(unitBytes * 8 / (std::size_t{columns} * rows)); }
+    int bitsPerPixel() const { return dib::asInt(unitBytes * 8 / (std::size_t{columns} * rows)); }
 };
 
 struct Masks {

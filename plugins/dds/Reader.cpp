@@ -7,6 +7,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/File.h"
+#include "dib/Numbers.h"
 #include "plugins/dds/Surface.h"
 #include "vexlibs/Utf8.h"
 
@@ -204,9 +205,9 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
         surface.heightAt(level) > INT32_MAX) {
         return false;
     }
-    info->width = static_cast<int>(surface.widthAt(level));
-    info->height = static_cast<int>(surface.heightAt(level));
-    info->pages = static_cast<int>(std::min<std::uint64_t>(surface.pagesAt(level), INT32_MAX));
+    info->width = dib::asInt(surface.widthAt(level));
+    info->height = dib::asInt(surface.heightAt(level));
+    info->pages = dib::asInt(std::min<std::uint64_t>(surface.pagesAt(level), INT32_MAX));
     info->levels = surface.levels;
     Page page(job, surface, kWide);
     if (format.isIndexed && !page.readPalette()) return false;

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace plugins::dds {
 
@@ -59,7 +60,7 @@ void readArrangement(const unsigned char* header, Surface& surface) {
     // The levels end with one texel.
     const auto most = static_cast<std::uint32_t>(
         std::bit_width(std::max({surface.width, surface.height, surface.depth, 1U})));
-    surface.levels = static_cast<int>(std::clamp(dib::readLe32(header + kLevels), 1U, most));
+    surface.levels = dib::asInt(std::clamp(dib::readLe32(header + kLevels), 1U, most));
 }
 
 bool useSecondHeader(Job& job, const Dialect& dialect, Surface& surface) {

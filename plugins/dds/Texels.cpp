@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace plugins::dds {
 
@@ -65,7 +66,7 @@ void decodeR11G11B10(const unsigned char* bytes, Block& texels) {
 void decodeR9G9B9E5(const unsigned char* bytes, Block& texels) {
     constexpr int kBias = 15 + 9;
     const std::uint32_t bits = dib::readLe32(bytes);
-    const int exponent = static_cast<int>(bits >> 27) - kBias;
+    const int exponent = dib::asInt(bits >> 27) - kBias;
     const auto channel = [&](int shift) {
         return std::ldexp(static_cast<float>(bits >> shift & 0x1FF), exponent);
     };

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace plugins::exr {
 
@@ -15,7 +16,7 @@ constexpr std::size_t kMostText = 255;
 // Reads bytes one after the other.
 class Cursor {
 public:
-    explicit Cursor(Job& job) : job_(job), end_(static_cast<std::int64_t>(job.fileBytes())) {}
+    explicit Cursor(Job& job) : job_(job), end_(dib::asOffset(job.fileBytes())) {}
 
     std::int64_t position() const { return position_; }
     void skip(std::int64_t bytes) { position_ += bytes; }
@@ -23,8 +24,7 @@ public:
     int byte() {
         if (position_ < bufferStart_ || position_ >= bufferStart_ + buffered_) {
             bufferStart_ = position_;
-            buffered_ = static_cast<std::int64_t>(
-                job_.readAt(static_cast<std::uint64_t>(position_), buffer_, sizeof buffer_));
+            buffered_ = dib::asOffset(job_.readAt(dib::asUnsigned(position_), buffer_, sizeof buffer_));
         }
         isCut_ = isCut_ || buffered_ == 0;
         return buffered_ > 0 ? buffer_[position_++ - bufferStart_] : -1;
@@ -52,7 +52,7 @@ private:
 bool readText(Cursor& file, std::string& text) {
     text.clear();
     int c = file.byte();
-    for (; c > 0 && text.size() <= kMostText; c = file.byte()) text.push_back(static_cast<char>(c));
+    for (; c > 0 && text.size() <= kMostText; c = file.byte()) text.push_back(dib::charOf(c));
     return c == 0;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "dib/Numbers.h"
+
 namespace plugins::exr {
 
 namespace {
@@ -119,8 +121,8 @@ bool chooseChannels(const exr_attr_chlist_t& channels, const Dialect& dialect, i
     std::string prefix;
     if (layer >= 0) {
         const std::vector<std::string> layers = layersOf(channels);
-        if (static_cast<std::size_t>(layer) >= layers.size()) return false;
-        prefix = layers[static_cast<std::size_t>(layer)];
+        if (dib::asSize(layer) >= layers.size()) return false;
+        prefix = layers[dib::asSize(layer)];
     } else {
         prefix = shownLayer(channels);
     }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "dib/Numbers.h"
 #include "plugins/Job.h"
 #include "plugins/exr/Attributes.h"
 
@@ -39,12 +40,12 @@ private:
     };
 
     static std::int64_t querySize(exr_const_context_t /*context*/, void* user) {
-        return static_cast<std::int64_t>(static_cast<Source*>(user)->job.fileBytes());
+        return dib::asOffset(static_cast<Source*>(user)->job.fileBytes());
     }
     static std::int64_t readAt(exr_const_context_t /*context*/, void* user, void* bytes, std::uint64_t count,
                                std::uint64_t offset, exr_stream_error_func_ptr_t /*report*/) {
         Job& job = static_cast<Source*>(user)->job;
-        return static_cast<std::int64_t>(job.readAt(offset, bytes, static_cast<std::size_t>(count)));
+        return dib::asOffset(job.readAt(offset, bytes, dib::asSize(count)));
     }
     // Without a handler OpenEXR would print mistakes. After some of them the C interface continues with sizes
     // of its own, while OpenEXR's classes use those of the file: every mistake counts as a failure.

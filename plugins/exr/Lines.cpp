@@ -11,10 +11,12 @@
 #include <stdexcept>
 #include <vector>
 
+#include "dib/Numbers.h"
+
 namespace plugins::exr {
 
 bool Stream::read(char* bytes, int count) {
-    const auto wanted = static_cast<std::size_t>(count);
+    const auto wanted = dib::asSize(count);
     if (count < 0 || job_.readAt(position_, bytes, wanted) != wanted) {
         isShort_ = true;
         throw std::runtime_error("short file");
@@ -34,8 +36,8 @@ public:
         for (unsigned channel = 0; channel < kChannels; ++channel) {
             if (!part.isShown(channel)) continue;
             const int sampling = part.channels[channel].xSampling;
-            width_[channel] = static_cast<std::size_t>((part.width + sampling - 1) / sampling);
-            planes_[channel].resize(width_[channel] * static_cast<std::size_t>(lines));
+            width_[channel] = dib::asSize((part.width + sampling - 1) / sampling);
+            planes_[channel].resize(width_[channel] * dib::asSize(lines));
         }
     }
     // OpenEXR adds coordinates times strides to an address: `left` and `top` are those of the first sample.
@@ -75,12 +77,12 @@ private:
 class ColorsOfChroma {
 public:
     explicit ColorsOfChroma(const Part& part) {
-        for (std::vector<float>& color : colors_) color.resize(static_cast<std::size_t>(part.width));
+        for (std::vector<float>& color : colors_) color.resize(dib::asSize(part.width));
     }
     void convert(const Line& luminance, const Line& redness, const Line& blueness) {
         for (std::size_t x = 0; x < colors_[0].size(); ++x) {
             const auto at = [x](const Line& line) {
-                const auto step = static_cast<std::size_t>(line.xSampling);
+                const auto step = dib::asSize(line.xSampling);
                 return line.samples != nullptr ? line.samples[x / step] : 0.0F;
             };
             const float y = at(luminance);
@@ -107,7 +109,7 @@ public:
         file_.setFrameBuffer(planes_.frame(part.left, 0, false));
     }
     void read(std::int64_t line) override {
-        file_.readPixels(static_cast<int>(part_.top + line));
+        file_.readPixels(dib::asInt(part_.top + line));
         if (part_.hasChroma()) {
             colors_.convert(planes_.line(kLuminance, 0), planes_.line(kRedness, 0),
                             planes_.line(kBlueness, 0));
@@ -149,7 +151,7 @@ public:
           colors_(part) {}
     void read(std::int64_t line) override {
         line_ = line % tileRows_;
-        const auto row = static_cast<int>(line / tileRows_);
+        const auto row = dib::asInt(line / tileRows_);
         // An unreadable row of tiles is read again for each of its lines.
         if (row != tileRow_) {
             tileRow_ = -1;
@@ -165,7 +167,7 @@ public:
     }
 
 private:
-    Line lineOf(unsigned channel) const { return planes_.line(channel, static_cast<std::size_t>(line_)); }
+    Line lineOf(unsigned channel) const { return planes_.line(channel, dib::asSize(line_)); }
 
     const Part& part_;
     Imf::MultiPartInputFile file_;
@@ -181,7 +183,7 @@ private:
 class FilteredChroma final : public Lines {
 public:
     FilteredChroma(Imf::IStream& stream, const Part& part)
-        : part_(part), file_(stream, 0), line_(static_cast<std::size_t>(part.width)) {
+        : part_(part), file_(stream, 0), line_(dib::asSize(part.width)) {
         const auto start = reinterpret_cast<std::intptr_t>(line_.data());
         const std::intptr_t origin = start - part.left * std::intptr_t{sizeof(Imf::Rgba)};
         file_.setFrameBuffer(reinterpret_cast<Imf::Rgba*>(origin), 1, 0);
@@ -189,7 +191,7 @@ public:
             planes_[place].resize(line_.size());
     }
     void read(std::int64_t line) override {
-        file_.readPixels(static_cast<int>(part_.top + line));
+        file_.readPixels(dib::asInt(part_.top + line));
         for (std::size_t x = 0; x < line_.size(); ++x) {
             planes_[kBlue][x] = line_[x].b;
             planes_[kGreen][x] = line_[x].g;

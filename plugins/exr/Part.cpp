@@ -12,6 +12,7 @@
 #include <iterator>
 #include <utility>
 
+#include "dib/Numbers.h"
 #include "plugins/exr/Channels.h"
 #include "plugins/exr/Header.h"
 
@@ -122,7 +123,7 @@ bool areChunksInProportion(const Chunks& chunks, const Part& part, std::int64_t 
 
 bool areSizesPossible(Job& job, exr_const_context_t context, const Part& part,
                       const exr_attr_chlist_t& channels) {
-    const auto fileBytes = static_cast<std::int64_t>(job.fileBytes());
+    const auto fileBytes = dib::asOffset(job.fileBytes());
     exr_compression_t compression;
     if (exr_get_compression(context, part.number, &compression) != EXR_ERR_SUCCESS) return false;
     const std::int64_t fewestBytes =
@@ -213,8 +214,8 @@ bool listLayers(Job& job, void* list, bool (*add)(void* list, const DibPluginLay
                                       .name = name.c_str(),
                                       .left = 0,
                                       .top = 0,
-                                      .width = static_cast<int>(part.width),
-                                      .height = static_cast<int>(part.height)};
+                                      .width = dib::asInt(part.width),
+                                      .height = dib::asInt(part.height)};
         if (!add(list, &layer)) break;
     }
     return true;
@@ -241,18 +242,18 @@ bool probePart(Job& job, DibPluginInfo& info) {
     const int layer = std::exchange(job.layer, -1);
     const exr_attr_chlist_t* channels = readHeader(job, header, kWide, part);
     if (channels == nullptr) return false;
-    info.layers = static_cast<int>(layersOf(*channels).size());
+    info.layers = dib::asInt(layersOf(*channels).size());
     if (layer >= 0 && layer < info.layers) {
         part.channels = {};
         chooseChannels(*channels, kWide, layer, part);
     }
-    info.width = static_cast<int>(part.width);
-    info.height = static_cast<int>(part.height);
+    info.width = dib::asInt(part.width);
+    info.height = dib::asInt(part.height);
     info.pages = parts;
     info.levels = levelsOf(header.context(), part.number);
     info.bitCount = part.isGrey() ? Picture::kGrey : Picture::kColor;
     info.paletteSize = part.isGrey() ? 256 : 0;
-    info.storedBits = static_cast<int>(8 * pixelBytes(*channels));
+    info.storedBits = dib::asInt(8 * pixelBytes(*channels));
     info.hasAlpha = part.has(kAlpha);
     exr_compression_t compression = EXR_COMPRESSION_NONE;
     exr_get_compression(header.context(), part.number, &compression);

@@ -10,6 +10,7 @@
 #include "dib/Bytes.h"
 #include "dib/File.h"
 #include "dib/LightCurve.h"
+#include "dib/Numbers.h"
 #include "plugins/exr/Lines.h"
 #include "plugins/exr/Part.h"
 
@@ -32,7 +33,7 @@ void putLine(const Lines& lines, std::size_t pixelBytes, std::size_t width, unsi
         } else if (line.xSampling == 1 && !line.isWhole) {
             for (std::size_t x = 0; x < width; ++x) out[x * pixelBytes] = curve(line.samples[x]);
         } else {
-            const auto step = static_cast<std::size_t>(line.xSampling);
+            const auto step = dib::asSize(line.xSampling);
             for (std::size_t x = 0; x < width; ++x) {
                 const float sample = line.samples[x / step];
                 out[x * pixelBytes] = line.isWhole ? byteOfWhole(sample) : curve(sample);
@@ -49,12 +50,12 @@ bool refuseDamaged(Job& job, const Stream& stream) {
 // Lines that cannot be read stay 0. Chunks may lie in any order, so lines after a missing one may exist.
 bool readLines(Job& job, const Part& part, Stream& stream, Picture& picture) {
     const std::unique_ptr<Lines> lines = openLines(stream, part);
-    const auto rows = static_cast<std::size_t>(part.height);
+    const auto rows = dib::asSize(part.height);
     picture.rowsRead = 0;
     for (std::size_t y = 0; y < rows; ++y) {
         try {
-            lines->read(static_cast<std::int64_t>(y));
-            putLine(*lines, part.isGrey() ? 1 : 4, static_cast<std::size_t>(part.width), picture.row(y));
+            lines->read(dib::asOffset(y));
+            putLine(*lines, part.isGrey() ? 1 : 4, dib::asSize(part.width), picture.row(y));
             ++picture.rowsRead;
         } catch (const std::bad_alloc&) {
             throw;
