@@ -1,6 +1,8 @@
 // A row of the table as JSON. A change of what a member means raises kDibOperationSchema.
 #include <cstdio>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "operations/Descriptions.h"
 #include "operations/Operations.h"
 
@@ -12,7 +14,7 @@ std::string stringJson(std::string_view text) {
     std::string json = "\"";
     for (const char c : text) {
         if (c == '"' || c == '\\') json += '\\';
-        if (static_cast<unsigned char>(c) >= ' ') {
+        if (dib::byteOf(c) >= ' ') {
             json += c;
             continue;
         }
@@ -26,7 +28,7 @@ std::string stringJson(std::string_view text) {
 // An object, member by member, each on a line.
 class Object {
 public:
-    explicit Object(int indent) : blanks_(static_cast<std::size_t>(indent), ' ') {}
+    explicit Object(int indent) : blanks_(dib::asSize(indent), ' ') {}
 
     void add(std::string_view name, const std::string& json) {
         members_ += (members_.empty() ? "\n" : ",\n") + blanks_ + "  " + stringJson(name) + ": " + json;
@@ -44,7 +46,7 @@ private:
 // The elements on lines of their own.
 template <class Elements, class JsonOf>
 std::string listJson(const Elements& elements, int indent, const JsonOf& jsonOf) {
-    const std::string blanks(static_cast<std::size_t>(indent), ' ');
+    const std::string blanks(dib::asSize(indent), ' ');
     std::string json;
     for (const auto& element : elements)
         json += (json.empty() ? "\n  " : ",\n  ") + blanks + jsonOf(element, indent + 2);
@@ -107,7 +109,7 @@ std::string jsonText(const DibOperation& operation, int indent) {
     json.add("depths", depthsJson(operation.depths));
     json.add("movesPixels", operation.movesPixels ? "true" : "false");
     json.add("parameters", listJson(DibList(operation.parameters), indent + 2, parameterJson));
-    return std::string(static_cast<std::size_t>(indent), ' ') + json.text();
+    return std::string(dib::asSize(indent), ' ') + json.text();
 }
 
 }  // namespace operations

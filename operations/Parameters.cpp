@@ -6,6 +6,7 @@
 #include <numbers>
 #include <optional>
 
+#include "dib/Bytes.h"
 #include "operations/Refusal.h"
 #include "operations/Suggestion.h"
 
@@ -154,7 +155,7 @@ private:
             fail("must be a colour #rrggbb or #rrggbbaa");
         }
         if (digits.size() == 6) word = (word << 8) | 0xFF;
-        const auto byte = [word](int shift) { return static_cast<std::uint8_t>(word >> shift); };
+        const auto byte = [word](int shift) { return dib::byteOf(word >> shift); };
         return {.blue = byte(8), .green = byte(16), .red = byte(24), .alpha = byte(0)};
     }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 
+#include "dib/Numbers.h"
 #include "operations/Descriptions.h"
 #include "operations/Operations.h"
 #include "operations/Suggestion.h"
@@ -115,7 +116,7 @@ void pack(const std::vector<Arguments>& steps, DibChain& chain) {
         std::malloc(steps.size() * sizeof(DibStep) + values * sizeof(const char*) + letters));
     if (bytes == nullptr) throw std::bad_alloc();
     chain.steps = reinterpret_cast<DibStep*>(bytes);
-    chain.stepCount = static_cast<int>(steps.size());
+    chain.stepCount = dib::asInt(steps.size());
     auto* place = reinterpret_cast<const char**>(bytes + steps.size() * sizeof(DibStep));
     char* text = reinterpret_cast<char*>(place + values);
     for (std::size_t i = 0; i < steps.size(); ++i) {
@@ -167,7 +168,7 @@ std::vector<Arguments> parseChain(std::string_view text, DibOperationResult& res
         start = std::min(text.find_first_not_of(kWhiteSpace, start), text.size());
         if (start == text.size()) return steps;
         const std::size_t end = findSeparator(text, start, kWhiteSpace);
-        result.step = static_cast<int>(steps.size());
+        result.step = dib::asInt(steps.size());
         result.operation = nullptr;
         steps.push_back(parseStep(text.substr(start, end - start), result));
         start = end;

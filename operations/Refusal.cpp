@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "dib/Bytes.h"
+
 namespace operations {
 
 namespace {
@@ -10,7 +12,7 @@ namespace {
 std::size_t wholeCharacters(std::string_view text, std::size_t most) {
     if (text.size() <= most) return text.size();
     std::size_t end = most;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    while (end > 0 && (dib::byteOf(text[end]) & 0xC0) == 0x80) --end;
     return end;
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/Borrowing.h"
@@ -128,9 +129,9 @@ bool invertPalette(const Job& job) {
     BITMAPINFOHEADER& header = *job.image.Header;
     const std::size_t entries = dib::usableEntries(header);
     for (DibBGRA& entry : std::span(dib::colorTable(&header), entries)) {
-        entry.blue = static_cast<std::uint8_t>(255 - entry.blue);
-        entry.green = static_cast<std::uint8_t>(255 - entry.green);
-        entry.red = static_cast<std::uint8_t>(255 - entry.red);
+        entry.blue = dib::byteOf(255 - entry.blue);
+        entry.green = dib::byteOf(255 - entry.green);
+        entry.red = dib::byteOf(255 - entry.red);
     }
     return true;
 }

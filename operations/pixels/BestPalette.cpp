@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace operations {
 
@@ -44,7 +46,7 @@ void findCut(Box& box) {
         const double pixels = cell->pixels;
         const double sum[3] = {pixels * cell->mean[0], pixels * cell->mean[1], pixels * cell->mean[2]};
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            Plane& plane = planes[axis][static_cast<std::size_t>(cell->mean[axis] / kPlaneWidth)];
+            Plane& plane = planes[axis][dib::asSize(cell->mean[axis] / kPlaneWidth)];
             plane.pixels += pixels;
             for (int i = 0; i < 3; ++i) plane.sum[i] += sum[i];
         }
@@ -56,7 +58,7 @@ void findCut(Box& box) {
     for (int axis = 0; axis < 3; ++axis) {
         Plane low;
         for (int i = 0; i + 1 < kPlanes; ++i) {
-            const Plane& plane = planes[static_cast<std::size_t>(axis)][static_cast<std::size_t>(i)];
+            const Plane& plane = planes[dib::asSize(axis)][dib::asSize(i)];
             if (plane.pixels <= 0) continue;
             low.pixels += plane.pixels;
             Plane high = whole;
@@ -102,7 +104,7 @@ std::vector<Box> cutIntoBoxes(std::vector<CountedCell>& cells, std::size_t most)
     while (boxes.size() < most) {
         Box& box = *std::ranges::max_element(boxes, {}, &Box::gain);
         if (box.gain <= 0) break;
-        const auto axis = static_cast<std::size_t>(box.axis);
+        const auto axis = dib::asSize(box.axis);
         CountedCell* const middle = std::stable_partition(
             box.begin, box.end, [&](const CountedCell& cell) { return cell.mean[axis] < box.cut; });
         Box second{middle, box.end};
@@ -131,10 +133,10 @@ DIB_ALWAYS_INLINE void findNearest(const CountedCell* cells, std::size_t count, 
             const std::int32_t blue = means->channel[0][k] - mean[0];
             const std::int32_t green = means->channel[1][k] - mean[1];
             const std::int32_t red = means->channel[2][k] - mean[2];
-            const auto distance = static_cast<std::uint32_t>(blue * blue + green * green + red * red);
-            best = std::min(best, distance << 8 | static_cast<std::uint32_t>(k));
+            const auto distance = dib::dwordOf(blue * blue + green * green + red * red);
+            best = std::min(best, distance << 8 | dib::dwordOf(k));
         }
-        nearest[i] = static_cast<std::uint8_t>(best);
+        nearest[i] = dib::byteOf(best);
     }
 }
 
@@ -145,7 +147,7 @@ bool moveMeans(const std::vector<CountedCell>& cells, Means& means, std::vector<
     std::array<Sums, 256> sums{};
     for (std::size_t i = 0; i < cells.size(); ++i) sums[nearest[i]].add(cells[i]);
     bool haveMoved = false;
-    for (std::size_t k = 0; k < static_cast<std::size_t>(means.count); ++k) {
+    for (std::size_t k = 0; k < dib::asSize(means.count); ++k) {
         if (sums[k].pixels == 0) continue;
         const Mean mean = sums[k].mean();
         for (std::size_t i = 0; i < 3; ++i) {
@@ -176,8 +178,7 @@ std::vector<DibBGRA> bestPalette(std::vector<CountedCell>& cells, std::size_t mo
     std::vector<DibBGRA> palette;
     for (int k = 0; k < means.count; ++k) {
         const auto byte = [&](int channel) {
-            return static_cast<std::uint8_t>(
-                std::min((means.channel[channel][k] + kMeanScale / 2) / kMeanScale, 255));
+            return dib::byteOf(std::min((means.channel[channel][k] + kMeanScale / 2) / kMeanScale, 255));
         };
         palette.push_back({byte(0), byte(1), byte(2), 0});
     }

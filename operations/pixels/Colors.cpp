@@ -6,8 +6,10 @@
 #include <optional>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "dib/Depths.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "dib/PixelReader.h"
 #include "operations/pixels/BestPalette.h"
 #include "operations/pixels/NearestEntry.h"
@@ -38,12 +40,12 @@ public:
 
     // The row is valid until the next call. Rows count from the top.
     const unsigned char* row(int y) {
-        const auto number = static_cast<std::size_t>(isBottomUp_ ? rows_.height - 1 - y : y);
+        const auto number = dib::asSize(isBottomUp_ ? rows_.height - 1 - y : y);
         dib::forEachStrip(reader_.width(), [&](std::size_t x, std::size_t count) {
             reader_.read(number, x, count, row_.data() + 4 * x);
         });
         if (fillsLowBits_) {
-            for (unsigned char& byte : row_) byte = static_cast<unsigned char>(byte | byte >> 5);
+            for (unsigned char& byte : row_) byte = dib::byteOf(byte | byte >> 5);
         }
         return row_.data();
     }
@@ -66,19 +68,18 @@ public:
     bool add(std::uint32_t color) {
         if (color == last_) return true;
         std::size_t slot = color * 0x9E3779B1U >> 22;
-        while (slots_[slot] >= 0 && colors_[static_cast<std::size_t>(slots_[slot])] != color)
-            slot = (slot + 1) % kSlots;
+        while (slots_[slot] >= 0 && colors_[dib::asSize(slots_[slot])] != color) slot = (slot + 1) % kSlots;
         last_ = color;
         if (slots_[slot] >= 0) return true;
         if (colors_.size() == most_) return false;
-        slots_[slot] = static_cast<int>(colors_.size());
+        slots_[slot] = dib::asInt(colors_.size());
         colors_.push_back(color);
         return true;
     }
     std::vector<DibBGRA> entries() const {
         std::vector<DibBGRA> entries;
         for (const std::uint32_t color : colors_) {
-            const auto byte = [color](int shift) { return static_cast<std::uint8_t>(color >> shift); };
+            const auto byte = [color](int shift) { return dib::byteOf(color >> shift); };
             entries.push_back({byte(0), byte(8), byte(16), 0});
         }
         return entries;
@@ -105,8 +106,8 @@ std::optional<Census> count(const Job& job, Colors& colors, std::size_t most) {
     ColorCells cells;
     FewColors few(most);
     bool areFew = true;
-    std::vector<unsigned char> packed(3 * static_cast<std::size_t>(colors.width()));
-    const auto width = static_cast<std::size_t>(colors.width());
+    std::vector<unsigned char> packed(3 * dib::asSize(colors.width()));
+    const auto width = dib::asSize(colors.width());
     for (int y = 0; y < colors.height(); ++y) {
         const unsigned char* row = colors.row(y);
         std::size_t visible = 0;
@@ -156,7 +157,7 @@ constexpr std::array<std::array<int, 8>, 8> kPattern = [] {
                 value |= ((x ^ y) >> bit & 1) << (5 - 2 * bit);
                 value |= (y >> bit & 1) << (4 - 2 * bit);
             }
-            pattern[y][x] = static_cast<int>(value) - 32;
+            pattern[y][x] = dib::asInt(value) - 32;
         }
     }
     return pattern;
@@ -172,7 +173,7 @@ public:
           dither_(dither),
           width_(width) {
         if (dither == Dither::kFloydSteinberg) {
-            here_.resize(3 * (static_cast<std::size_t>(width) + 2));
+            here_.resize(3 * (dib::asSize(width) + 2));
             below_.resize(here_.size());
         }
         if (dither == Dither::kOrdered) spacing_ = static_cast<int>(spacingOf(palette));
@@ -194,19 +195,17 @@ private:
 
     void mapPlain(const unsigned char* row, std::uint8_t* indices) {
         for (int x = 0; x < width_; ++x, row += 4)
-            indices[x] =
-                isHidden(row) ? static_cast<std::uint8_t>(transparent_) : entry(row[0], row[1], row[2]);
+            indices[x] = isHidden(row) ? dib::byteOf(transparent_) : entry(row[0], row[1], row[2]);
     }
 
     void mapOrdered(const unsigned char* row, int y, std::uint8_t* indices) {
-        const auto& pattern = kPattern[static_cast<std::size_t>(y) % 8];
+        const auto& pattern = kPattern[dib::asSize(y) % 8];
         for (int x = 0; x < width_; ++x, row += 4) {
-            const int offset = pattern[static_cast<std::size_t>(x) % 8] * spacing_ / 64;
+            const int offset = pattern[dib::asSize(x) % 8] * spacing_ / 64;
             const auto moved = [&](int channel) {
-                return static_cast<std::uint32_t>(std::clamp(row[channel] + offset, 0, 255));
+                return dib::dwordOf(std::clamp(row[channel] + offset, 0, 255));
             };
-            indices[x] =
-                isHidden(row) ? static_cast<std::uint8_t>(transparent_) : entry(moved(0), moved(1), moved(2));
+            indices[x] = isHidden(row) ? dib::byteOf(transparent_) : entry(moved(0), moved(1), moved(2));
         }
     }
 
@@ -221,7 +220,7 @@ private:
         for (int i = 0; i < width_; ++i, x += step) {
             const unsigned char* pixel = row + 4 * std::ptrdiff_t{x};
             if (isHidden(pixel)) {
-                indices[x] = static_cast<std::uint8_t>(transparent_);
+                indices[x] = dib::byteOf(transparent_);
                 ahead = {};
                 continue;
             }
@@ -230,17 +229,16 @@ private:
             const std::int16_t* const error = here_.data() + 3 * (std::ptrdiff_t{x} + 1);
             std::array<int, 3> wanted;
             for (int c = 0; c < 3; ++c) {
-                const auto k = static_cast<std::size_t>(c);
+                const auto k = dib::asSize(c);
                 wanted[k] = std::clamp(pixel[c] + ((error[c] + ahead[k] + 8) >> 4), 0, 255);
             }
             const std::uint8_t index =
-                entry(static_cast<std::uint32_t>(wanted[0]), static_cast<std::uint32_t>(wanted[1]),
-                      static_cast<std::uint32_t>(wanted[2]));
+                entry(dib::dwordOf(wanted[0]), dib::dwordOf(wanted[1]), dib::dwordOf(wanted[2]));
             indices[x] = index;
             const DibBGRA& shown = palette_[index];
             const std::array<int, 3> got = {shown.blue, shown.green, shown.red};
             for (int c = 0; c < 3; ++c) {
-                const auto k = static_cast<std::size_t>(c);
+                const auto k = dib::asSize(c);
                 const int missing = wanted[k] - got[k];
                 ahead[k] = 7 * missing;
                 under[c - 3 * step] = static_cast<std::int16_t>(under[c - 3 * step] + 3 * missing);
@@ -270,7 +268,7 @@ void packRow(const std::uint8_t* indices, int count, const dib::Raster& to, int 
     switch (to.bitCount) {
         case 1: return pack<dib::Depth1>(indices, count, row);
         case 4: return pack<dib::Depth4>(indices, count, row);
-        default: std::memcpy(row, indices, static_cast<std::size_t>(count));
+        default: std::memcpy(row, indices, dib::asSize(count));
     }
 }
 
@@ -283,10 +281,10 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
     DibBGRA* const table = dib::colorTable(mapped.Header);
     std::fill_n(table, dib::addressableEntries(bitCount), DibBGRA{});
     std::ranges::copy(palette, table);
-    mapped.Header->biClrUsed = static_cast<std::uint32_t>(palette.size());
+    mapped.Header->biClrUsed = dib::dwordOf(palette.size());
     const dib::Raster to = rowsOf(mapped);
     Mapper mapper(palette, dither, transparent, colors.width());
-    std::vector<std::uint8_t> indices(static_cast<std::size_t>(colors.width()));
+    std::vector<std::uint8_t> indices(dib::asSize(colors.width()));
     for (int y = 0; y < colors.height(); ++y) {
         mapper.map(colors.row(y), y, indices.data());
         packRow(indices.data(), colors.width(), to, y);
@@ -301,9 +299,9 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
 
 bool reduceColors(const Job& job, int most, Dither dither) {
     Colors colors(job.image);
-    std::optional<Census> census = count(job, colors, static_cast<std::size_t>(most));
+    std::optional<Census> census = count(job, colors, dib::asSize(most));
     if (!census) return false;
-    const auto room = static_cast<std::size_t>(most) - (census->hasHidden ? 1 : 0);
+    const auto room = dib::asSize(most) - (census->hasHidden ? 1 : 0);
     const bool isExact = census->few.size() <= room && !census->few.empty();
     std::vector<DibBGRA> palette = isExact ? census->few : bestPalette(census->cells, room);
     if (census->hasHidden) palette.insert(palette.begin(), DibBGRA{});
@@ -318,7 +316,7 @@ std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image) {
         const auto table = dib::readColorTable(header);
         const std::size_t entries =
             std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
-        return {table.begin(), table.begin() + static_cast<std::ptrdiff_t>(entries)};
+        return {table.begin(), table.begin() + dib::asOffset(entries)};
     }
     const Job quiet = {image, job.arguments, job.options, job.result, nullptr, nullptr};
     Colors colors(image);

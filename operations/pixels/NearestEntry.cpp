@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace operations {
 
@@ -29,7 +31,7 @@ DIB_ALWAYS_INLINE void addReach(const std::int32_t* entries, int count, std::int
 }  // namespace
 
 NearestEntry::NearestEntry(std::span<const DibBGRA> palette, int hidden)
-    : count_(static_cast<int>(palette.size())), cells_(kCells), lists_(1) {
+    : count_(dib::asInt(palette.size())), cells_(kCells), lists_(1) {
     for (std::size_t k = 0; k < palette.size(); ++k) {
         entries_[0][k] = palette[k].blue;
         entries_[1][k] = palette[k].green;
@@ -53,10 +55,10 @@ void NearestEntry::findCandidates(std::size_t cell) {
     const std::size_t start = lists_.size();
     lists_.push_back(0);
     for (int k = 0; k < count_; ++k) {
-        if (reach.least[k] <= limit) lists_.push_back(static_cast<std::uint8_t>(k));
+        if (reach.least[k] <= limit) lists_.push_back(dib::byteOf(k));
     }
-    lists_[start] = static_cast<std::uint8_t>(lists_.size() - start - 2);
-    cells_[cell] = static_cast<std::uint32_t>(start);
+    lists_[start] = dib::byteOf(lists_.size() - start - 2);
+    cells_[cell] = dib::dwordOf(start);
 }
 
 std::uint8_t NearestEntry::nearestOf(const std::uint8_t* list, std::uint32_t blue, std::uint32_t green,

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -39,10 +41,10 @@ void coverAlpha(const unsigned char* over, std::size_t count, unsigned char* row
         const std::uint32_t ofBackdrop = row[3] * (255 - alpha);
         const std::uint32_t both = ofSource + ofBackdrop;
         for (int channel = 0; channel < 3; ++channel) {
-            row[channel] = static_cast<unsigned char>(
-                (over[channel] * ofSource + row[channel] * ofBackdrop + both / 2) / both);
+            row[channel] =
+                dib::byteOf((over[channel] * ofSource + row[channel] * ofBackdrop + both / 2) / both);
         }
-        row[3] = static_cast<unsigned char>((both + 127) / 255);
+        row[3] = dib::byteOf((both + 127) / 255);
     }
 }
 
@@ -58,7 +60,7 @@ void blendRow(const dib::Blender& blender, unsigned char* over, std::size_t coun
         for (int channel = 0; channel < 3; ++channel) {
             const std::uint32_t sum =
                 blended[channel] * backdropAlpha + over[channel] * (255 - backdropAlpha);
-            over[channel] = static_cast<unsigned char>((sum + 127) / 255);
+            over[channel] = dib::byteOf((sum + 127) / 255);
         }
     }
 }
@@ -92,13 +94,13 @@ bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t 
         addNote(job.result, DIB_NOTE_WARNING, "overlay: the second picture lies outside the first");
         return report(job, 1, 1);
     }
-    const auto count = static_cast<std::size_t>(right - left);
-    const auto bytes = static_cast<std::size_t>(under.bitCount / 8);
-    return forEachRow(job, static_cast<int>(bottom - top), [&](int y) {
+    const auto count = dib::asSize(right - left);
+    const auto bytes = dib::asSize(under.bitCount / 8);
+    return forEachRow(job, dib::asInt(bottom - top), [&](int y) {
         unsigned char* row = under.row(top + y) + left * under.bitCount / 8;
         unsigned char* from = source.row(top + y - place.y) + (left - place.x) * 4;
         if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
-        if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, static_cast<std::uint32_t>(y));
+        if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, dib::dwordOf(y));
         if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)
             blendRow(blender, from, count, row, bytes);
         const unsigned char* const colors = from;

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "operations/Descriptions.h"
 
 namespace operations {
@@ -16,7 +18,7 @@ void fillLowBits(DibStream& image) {
     const dib::Raster rows = rowsOf(image);
     for (int y = 0; y < rows.height; ++y) {
         unsigned char* row = rows.row(y);
-        for (int i = 0; i < 3 * rows.width; ++i) row[i] = static_cast<unsigned char>(row[i] | row[i] >> 5);
+        for (int i = 0; i < 3 * rows.width; ++i) row[i] = dib::byteOf(row[i] | row[i] >> 5);
     }
 }
 
@@ -33,7 +35,7 @@ void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text
     if (result.noteCount >= DibOperationResult::kMostNotes) return;
     DibNote& note = result.notes[result.noteCount++];
     note.kind = kind;
-    std::snprintf(note.text, sizeof note.text, "%.*s", static_cast<int>(text.size()), text.data());
+    std::snprintf(note.text, sizeof note.text, "%.*s", dib::asInt(text.size()), text.data());
 }
 
 void widenQuietly(DibStream& image, int bitCount) {

@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <string_view>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 #include "dib/Raster.h"
 #include "operations/Operations.h"
 
@@ -34,13 +36,12 @@ void createLike(const DibStream& image, int width, int height, DibStream& create
 // (t + (t >> 8)) >> 8.
 DIB_ALWAYS_INLINE unsigned char mixed(std::uint32_t over, std::uint32_t under, std::uint32_t alpha) {
     const std::uint32_t sum = over * alpha + under * (255 - alpha) + 128;
-    return static_cast<unsigned char>((sum + (sum >> 8)) >> 8);
+    return dib::byteOf((sum + (sum >> 8)) >> 8);
 }
 
 // Reports that `done` of `total` rows are done. False when the caller cancels.
 inline bool report(const Job& job, std::int64_t done, std::int64_t total) {
-    return job.callback == nullptr ||
-           job.callback(static_cast<float>(done) / static_cast<float>(total), job.user);
+    return job.callback == nullptr || job.callback(dib::doneShare(done, total), job.user);
 }
 
 // Runs `rowRule(y)` for every row and reports after each. False when cancelled.
@@ -67,8 +68,8 @@ bool changeColors(const Job& job, const Rule& rule) {
     }
     widen(job);
     const dib::Raster rows = rowsOf(job.image);
-    const auto width = static_cast<std::size_t>(rows.width);
-    const auto bytes = static_cast<std::size_t>(rows.bitCount / 8);
+    const auto width = dib::asSize(rows.width);
+    const auto bytes = dib::asSize(rows.bitCount / 8);
     return forEachRow(job, rows.height, [&](int y) { rule(rows.row(y), width, bytes); });
 }
 

@@ -5,7 +5,9 @@
 #include <cstring>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -35,7 +37,7 @@ std::uint32_t valueOf(const Job& job, const DibBGRA& color) {
 // Sums of sizes and gaps that no image can have fail like those that memory is short for.
 int checkedSize(std::int64_t size) {
     if (size > INT_MAX) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-    return static_cast<int>(size);
+    return dib::asInt(size);
 }
 
 bool hasSamePalette(const DibStream& a, const DibStream& b) {
@@ -96,14 +98,13 @@ bool join(const Job& job, DibStream& second, const Joint& joint) {
     createImage(both, width, height, a.bitCount);
     if (a.bitCount == 8) dib::copyColorTable(job.image, both);
     const dib::Raster to = rowsOf(both);
-    const auto bytes = static_cast<std::size_t>(a.bitCount / 8);
-    std::vector<unsigned char> blank(bytes * static_cast<std::size_t>(width));
-    for (std::size_t i = 0; i < blank.size(); ++i)
-        blank[i] = static_cast<unsigned char>(fill >> (8 * (i % bytes)));
+    const auto bytes = dib::asSize(a.bitCount / 8);
+    std::vector<unsigned char> blank(bytes * dib::asSize(width));
+    for (std::size_t i = 0; i < blank.size(); ++i) blank[i] = dib::byteOf(fill >> (8 * (i % bytes)));
     const auto put = [&](const dib::Raster& from, int x, int y, int firstRow) {
         if (y < firstRow || y >= firstRow + from.height) return;
-        std::memcpy(to.row(y) + bytes * static_cast<std::size_t>(x), from.row(y - firstRow),
-                    bytes * static_cast<std::size_t>(from.width));
+        std::memcpy(to.row(y) + bytes * dib::asSize(x), from.row(y - firstRow),
+                    bytes * dib::asSize(from.width));
     };
     const bool isDone = forEachRow(job, height, [&](int y) {
         std::memcpy(to.row(y), blank.data(), blank.size());

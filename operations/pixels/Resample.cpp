@@ -9,6 +9,7 @@
 #include "dib/Depths.h"
 #include "dib/EdgeAxis.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/pixels/FloatRows.h"
 #include "operations/pixels/Pixels.h"
@@ -25,8 +26,8 @@ template <int kChannels>
 DIB_ALWAYS_INLINE void sumColumns(const float* row, const Taps* taps, float* __restrict out,
                                   std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const float* from = row + std::ptrdiff_t{taps->first[static_cast<std::size_t>(i)]} * kChannels;
-        const float* weights = taps->weightsOf(static_cast<std::size_t>(i));
+        const float* from = row + std::ptrdiff_t{taps->first[dib::asSize(i)]} * kChannels;
+        const float* weights = taps->weightsOf(dib::asSize(i));
         float sums[kChannels] = {};
         for (int k = 0; k < taps->width; ++k) {
             for (int c = 0; c < kChannels; ++c) sums[c] += weights[k] * from[k * kChannels + c];
@@ -45,23 +46,22 @@ public:
           channels_(from.bitCount / 8),
           axisX_{from.width, across.wraps},
           axisY_{from.height, down.wraps},
-          samples_(static_cast<std::ptrdiff_t>(across.first.size()) * channels_),
-          slots_(static_cast<std::size_t>(down.width)) {
+          samples_(dib::asOffset(across.first.size()) * channels_),
+          slots_(dib::asSize(down.width)) {
         const auto [least, most] = std::minmax_element(across.first.begin(), across.first.end());
         before_ = std::max(0, -*least);
         after_ = std::max(0, *most + across.width - from.width);
-        padded_.resize((static_cast<std::size_t>(from.width) + static_cast<std::size_t>(before_) +
-                        static_cast<std::size_t>(after_)) *
-                       static_cast<std::size_t>(channels_));
-        for (Slot& slot : slots_) slot.samples.resize(static_cast<std::size_t>(samples_));
-        columns_.resize(static_cast<std::size_t>(across.width));
+        padded_.resize((dib::asSize(from.width) + dib::asSize(before_) + dib::asSize(after_)) *
+                       dib::asSize(channels_));
+        for (Slot& slot : slots_) slot.samples.resize(dib::asSize(samples_));
+        columns_.resize(dib::asSize(across.width));
     }
 
     std::ptrdiff_t samples() const { return samples_; }
 
     const float* row(int position) {
-        const auto count = static_cast<int>(slots_.size());
-        Slot& slot = slots_[static_cast<std::size_t>((position % count + count) % count)];
+        const auto count = dib::asInt(slots_.size());
+        Slot& slot = slots_[dib::asSize((position % count + count) % count)];
         if (slot.position != position) sumAcross(from_.row(axisY_.at(position)), slot.samples.data());
         slot.position = position;
         return slot.samples.data();
@@ -134,7 +134,7 @@ Taps sharedTaps(int count, const std::vector<double>& exact, bool wraps) {
     Taps taps;
     taps.isShared = true;
     taps.wraps = wraps;
-    taps.width = static_cast<int>(exact.size());
+    taps.width = dib::asInt(exact.size());
     for (int i = 0; i < count; ++i) taps.first.push_back(i - taps.width / 2);
     taps.weights.resize(exact.size());
     normalize(taps.weights.data(), exact);
@@ -149,27 +149,27 @@ Taps resizeTaps(Filter filter, int sourceCount, int count) {
     const double reach = filter == Filter::kArea ? step / 2 : scale * (filter == Filter::kBicubic ? 2 : 1);
     Taps taps;
     taps.width = static_cast<int>(std::ceil(2 * reach)) + 1;
-    taps.weights.resize(static_cast<std::size_t>(taps.width) * static_cast<std::size_t>(count));
-    std::vector<double> exact(static_cast<std::size_t>(taps.width));
+    taps.weights.resize(dib::asSize(taps.width) * dib::asSize(count));
+    std::vector<double> exact(dib::asSize(taps.width));
     for (int i = 0; i < count; ++i) {
         // Pixels are from whole numbers to the next ones, with their centres between.
         const double center = (i + 0.5) * step;
         const int first = static_cast<int>(std::floor(center - reach));
         for (int k = 0; k < taps.width; ++k) {
             const double left = first + k;
-            exact[static_cast<std::size_t>(k)] =
+            exact[dib::asSize(k)] =
                 filter == Filter::kArea
                     ? std::max(0.0, std::min(left + 1, center + reach) - std::max(left, center - reach))
                     : weightAt(filter, (left + 0.5 - center) / scale);
         }
         taps.first.push_back(first);
-        normalize(taps.weights.data() + static_cast<std::ptrdiff_t>(i) * taps.width, exact);
+        normalize(taps.weights.data() + dib::asOffset(i) * taps.width, exact);
     }
     return taps;
 }
 
 Taps boxTaps(int count, int radius, bool wraps) {
-    return sharedTaps(count, std::vector<double>(2 * static_cast<std::size_t>(radius) + 1, 1.0), wraps);
+    return sharedTaps(count, std::vector<double>(2 * dib::asSize(radius) + 1, 1.0), wraps);
 }
 
 bool resample(const Job& job, const Taps& across, const Taps& down) {
@@ -177,14 +177,14 @@ bool resample(const Job& job, const Taps& across, const Taps& down) {
     const std::optional<std::uint8_t> alpha = dib::commonAlpha(job.image);
     const bool isWeighted = from.bitCount == 32 && !alpha;
     DibStream result;
-    createLike(job.image, static_cast<int>(across.first.size()), static_cast<int>(down.first.size()), result);
+    createLike(job.image, dib::asInt(across.first.size()), dib::asInt(down.first.size()), result);
     const Raster to = rowsOf(result);
     RowsAcross rows(from, across, down, isWeighted);
-    std::vector<float> sums(static_cast<std::size_t>(rows.samples()));
-    std::vector<const float*> lines(static_cast<std::size_t>(down.width));
+    std::vector<float> sums(dib::asSize(rows.samples()));
+    std::vector<const float*> lines(dib::asSize(down.width));
     const bool isDone = forEachRow(job, to.height, [&](int y) {
-        const auto i = static_cast<std::size_t>(y);
-        for (int k = 0; k < down.width; ++k) lines[static_cast<std::size_t>(k)] = rows.row(down.first[i] + k);
+        const auto i = dib::asSize(y);
+        for (int k = 0; k < down.width; ++k) lines[dib::asSize(k)] = rows.row(down.first[i] + k);
         dib::runWidestKernel<sumRows<32>, sumRows<64>>(static_cast<const float* const*>(lines.data()),
                                                        down.weightsOf(i), down.width, sums.data(),
                                                        rows.samples());
@@ -204,7 +204,7 @@ bool resampleNearest(const Job& job, int width, int height) {
     createLike(job.image, width, height, result);
     const Raster to = rowsOf(result);
     const auto nearest = [](int i, int count, int sourceCount) {
-        return static_cast<int>((2 * std::int64_t{i} + 1) * sourceCount / (2 * std::int64_t{count}));
+        return dib::asInt((2 * std::int64_t{i} + 1) * sourceCount / (2 * std::int64_t{count}));
     };
     std::vector<int> columns;
     for (int x = 0; x < width; ++x) columns.push_back(nearest(x, width, from.width));
@@ -214,7 +214,7 @@ bool resampleNearest(const Job& job, int width, int height) {
         dib::withAnyDepth(from.bitCount, [&](auto depth) {
             using Depth = decltype(depth);
             for (int x = 0; x < width; ++x)
-                Depth::put(to.row(y), x, Depth::get(row, columns[static_cast<std::size_t>(x)]));
+                Depth::put(to.row(y), x, Depth::get(row, columns[dib::asSize(x)]));
             return true;
         });
     });

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "dib/Numbers.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -20,7 +21,7 @@ struct Taps {
     bool wraps = false;
 
     const float* weightsOf(std::size_t i) const {
-        return weights.data() + (isShared ? 0 : i * static_cast<std::size_t>(width));
+        return weights.data() + (isShared ? 0 : i * dib::asSize(width));
     }
 };
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -21,8 +23,7 @@ DIB_ALWAYS_INLINE void greyRow(const unsigned char* __restrict row, std::size_t 
     const GreyWeights w = *weights;
     for (std::size_t i = 0; i < count; ++i) {
         const unsigned char* color = row + kBytes * i;
-        greys[i] = static_cast<unsigned char>(
-            (color[0] * w.blue + color[1] * w.green + color[2] * w.red + 0x8000) >> 16);
+        greys[i] = dib::byteOf((color[0] * w.blue + color[1] * w.green + color[2] * w.red + 0x8000) >> 16);
     }
 }
 
@@ -93,7 +94,7 @@ bool flatten(const Job& job, const DibBGRA& background) {
     const dib::Raster to = rowsOf(flat);
     const bool isDone = forEachRow(job, from.height, [&](int y) {
         const unsigned char* const row = from.row(y);
-        dib::runKernel<flattenRow>(row, static_cast<std::size_t>(from.width), &background, to.row(y));
+        dib::runKernel<flattenRow>(row, dib::asSize(from.width), &background, to.row(y));
     });
     if (isDone) dib::moveBlocks(flat, job.image);
     return isDone;

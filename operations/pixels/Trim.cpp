@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "dib/Depths.h"
+#include "dib/Numbers.h"
 #include "operations/pixels/Pixels.h"
 #include "operations/pixels/Place.h"
 
@@ -16,12 +17,10 @@ using Color = std::array<int, 4>;
 Color colorOf(int bitCount, std::uint32_t value, const std::array<DibBGRA, 256>& table) {
     if (bitCount <= 8) return {table[value].blue, table[value].green, table[value].red, 255};
     if (bitCount == 16) {
-        const auto widened = [value](int shift) {
-            return static_cast<int>((value >> shift & 31U) * 255 / 31);
-        };
+        const auto widened = [value](int shift) { return dib::asInt((value >> shift & 31U) * 255 / 31); };
         return {widened(0), widened(5), widened(10), 255};
     }
-    const auto byte = [value](int shift) { return static_cast<int>(value >> shift & 255U); };
+    const auto byte = [value](int shift) { return dib::asInt(value >> shift & 255U); };
     return {byte(0), byte(8), byte(16), bitCount == 32 ? byte(24) : 255};
 }
 

@@ -1,3 +1,4 @@
+#include "dib/Numbers.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -49,7 +50,7 @@ std::string checkBpp(const Arguments& arguments) {
 bool runBpp(const Job& job) {
     const std::uint32_t method = job.arguments.word("method");
     const unsigned int selector = method == kOrdered ? DIB_DITHER : method == kMedian ? DIB_MEDIAN_CUT : 0U;
-    return job.image.ChangeBpp(static_cast<int>(job.arguments.word("depth")), selector);
+    return job.image.ChangeBpp(dib::asInt(job.arguments.word("depth")), selector);
 }
 
 constexpr Operation kOperations[] = {

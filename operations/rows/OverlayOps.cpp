@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "dib/Numbers.h"
 #include "operations/PictureDifference.h"
 #include "operations/SecondPicture.h"
 #include "operations/pixels/Overlay.h"
@@ -65,7 +66,7 @@ int placed(int free, std::uint32_t anchor, int offset) {
     const std::int64_t at = anchor == 0   ? std::int64_t{offset}
                             : anchor == 1 ? std::int64_t{free / 2} + offset
                                           : std::int64_t{free} - offset;
-    return static_cast<int>(std::clamp<std::int64_t>(at, INT32_MIN, INT32_MAX));
+    return dib::asInt(std::clamp<std::int64_t>(at, INT32_MIN, INT32_MAX));
 }
 
 bool runOverlay(const Job& job) {
@@ -97,7 +98,7 @@ bool runJoin(const Job& job) {
     DibStream second;
     openPicture(job, given.path("file"), second);
     return join(job, second,
-                {given.word("direction") == 1, static_cast<int>(given.word("align")), given.integer("gap"),
+                {given.word("direction") == 1, dib::asInt(given.word("align")), given.integer("gap"),
                  given.color("fill")});
 }
 
