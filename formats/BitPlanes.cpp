@@ -5,6 +5,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -26,9 +27,9 @@ DIB_ALWAYS_INLINE void planesToBytesLoop(const unsigned char* __restrict planes,
     for (std::size_t group = 0; group < groups; ++group) {
         std::uint64_t matrix = 0;
         for (int k = 0; k < kPlaneGroup; ++k) {
-            matrix |= std::uint64_t{planes[static_cast<std::size_t>(k) * stride + group]} << (8 * k);
+            matrix |= std::uint64_t{planes[dib::asSize(k) * stride + group]} << (8 * k);
         }
-        // The leftmost pixel is the top bit of its byte but the first of the bytes.
+        // The leftmost pixel is the top bit of a plane's byte and the first of the pixels' bytes.
         const std::uint64_t bytes = __builtin_bswap64(transpose(matrix));
         std::memcpy(pixels + 8 * group, &bytes, sizeof bytes);
     }
@@ -41,7 +42,7 @@ DIB_ALWAYS_INLINE void bytesToPlanesLoop(const unsigned char* __restrict pixels,
         std::memcpy(&bytes, pixels + 8 * group, sizeof bytes);
         const std::uint64_t matrix = transpose(__builtin_bswap64(bytes));
         for (int k = 0; k < kPlaneGroup; ++k) {
-            planes[static_cast<std::size_t>(k) * stride + group] = dib::byteOf(matrix >> (8 * k));
+            planes[dib::asSize(k) * stride + group] = dib::byteOf(matrix >> (8 * k));
         }
     }
 }

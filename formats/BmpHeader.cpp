@@ -4,6 +4,7 @@
 
 #include "dib/BmpCodes.h"
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/Formats.h"
 
 namespace formats {
@@ -147,9 +148,9 @@ private:
     bool findTable() {
         header_.tableStart = std::int64_t{infoStart_} + length_ + maskBytes_;
         const std::uint64_t announced = header_.hasTable() && colors_ == 0 ? 1U << header_.bitCount : colors_;
-        const auto entryBytes = static_cast<std::int64_t>(header_.entryBytes);
+        const auto entryBytes = dib::asOffset(header_.entryBytes);
         if (header_.pixelStart < header_.tableStart) {
-            header_.pixelStart = header_.tableStart + static_cast<std::int64_t>(announced) * entryBytes;
+            header_.pixelStart = header_.tableStart + dib::asOffset(announced) * entryBytes;
         }
         if (!header_.hasTable()) return true;
         const auto fitting =

@@ -7,6 +7,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/Bmp.h"
 #include "formats/BmpHeader.h"
 #include "formats/BmpRuns.h"
@@ -76,7 +77,7 @@ private:
             return refuse(request_.result, DIB_ERROR_UNSUPPORTED, "%s pixels are not read", nameOf(header_));
         }
         if (!file_.seek(header_.pixelStart)) return refuseShort(kShortPixels);
-        const auto size = static_cast<std::size_t>(file_.remaining());
+        const auto size = dib::asSize(file_.remaining());
         const auto bytes = dib::allocateArray<unsigned char>(std::max(size, std::size_t{1}));
         if (bytes == nullptr) return refuseMemory();
         if (size == 0 || !file_.read(bytes.get(), size)) return refuseShort(kShortPixels);
@@ -115,8 +116,7 @@ private:
         }
         for (std::size_t i = 0; i < header_.entries; ++i)
             std::memcpy(&table[i], stored + i * header_.entryBytes, header_.entryBytes);
-        image_->Header->biClrUsed = image_->Header->biClrImportant =
-            static_cast<std::uint32_t>(header_.paletteSize());
+        image_->Header->biClrUsed = image_->Header->biClrImportant = dib::dwordOf(header_.paletteSize());
         return file_.seek(header_.pixelStart);
     }
 
@@ -128,8 +128,7 @@ private:
 
     bool readRuns() {
         const dib::ImageSize size = dib::admitSize(*image_->Header);
-        const BmpRows rows = {image_->Buffer, size.rowBytes, static_cast<std::size_t>(header_.width),
-                              size.rows};
+        const BmpRows rows = {image_->Buffer, size.rowBytes, dib::asSize(header_.width), size.rows};
         return decodeBmpRuns(request_, header_.bitCount, rows) ||
                refuseShort("the run-length data end early");
     }
@@ -178,7 +177,7 @@ private:
             note(request_.result, DIB_NOTE_ASSUMPTION, "pixels of %d bits became %d", header_.bitCount, bits);
         }
         return convertRows([&](const unsigned char* from, unsigned char* to) {
-            spreadChannels(from, header_.bitCount / 8, to, bits / 8, static_cast<std::size_t>(header_.width),
+            spreadChannels(from, header_.bitCount / 8, to, bits / 8, dib::asSize(header_.width),
                            header_.masks);
         });
     }
@@ -207,12 +206,12 @@ bool probeBmp(ProbeRequest& request) {
     if (!readBmpHeader(request.file, header, request.result)) return false;
     DibFileInfo& info = request.info;
     info.width = header.width;
-    info.height = static_cast<int>(dib::rowCount(header.height));
+    info.height = dib::asInt(dib::rowCount(header.height));
     info.bitCount = header.imageBits();
     info.storedBits = header.bitCount;
     info.hasAlpha = header.masks.alpha != 0;
     info.isTopDown = header.height < 0;
-    info.paletteSize = static_cast<int>(header.paletteSize());
+    info.paletteSize = dib::asInt(header.paletteSize());
     nameCompression(info, nameOf(header));
     describeResolution(header, request.result.metadata);
     return true;

@@ -16,8 +16,8 @@ namespace bmp = dib::bmp;
 constexpr std::size_t kFewestLiterals = 3;  // smaller numbers are escapes
 constexpr std::size_t kMostPixels = 255;
 
-// How `count` pixels are written from column x on: of one code, or of literals that follow each other. `done`
-// of them are in the row before.
+// Stores `count` pixels from column x on, those of one run or of literals, of which `done` pixels are already
+// stored in the row before.
 struct Pixels4 {
     static constexpr std::size_t kRunBytes = 1;
     static constexpr std::size_t literalBytes(std::size_t count) { return (count + 1) / 2; }
@@ -70,21 +70,21 @@ struct WholeBytes {
     }
 };
 
-// Where the next pixel goes. Pixels that pass the end of a row continue in the next one, as encoders without
-// ends of lines have it; the row that an escape counts from stays.
+// Decodes runs at a position of the picture. Pixels past the end of a row continue in the next one, because
+// some encoders write no ends of lines; escapes still count from the row that the runs began in.
 template <class Pixels>
 class RunDecoder {
 public:
     RunDecoder(ByteReader& file, const BmpRows& image, Progress& progress)
         : file_(file), image_(image), progress_(progress) {}
 
-    // Whether pixels were meant for places outside the picture, or for the next row without an end of line.
+    // Whether pixels lie outside the picture, or continue in the next row without an end of line.
     bool breaksRules() const { return breaksRules_; }
 
     bool decode() {
         while (y_ < image_.rows) {
             if (!readRuns()) return false;
-            // What is not a whole run is 0 and an escape, or the end.
+            // After the runs comes a 0 with an escape, or the file ends.
             const ByteReader::Bytes code = file_.ahead(2);
             if (code.size < 2 || code.data[0] > 0) return isComplete();
             const unsigned escape = code.data[1];
@@ -155,7 +155,7 @@ private:
         const std::size_t bytes = Pixels::literalBytes(count);
         const ByteReader::Bytes ahead = file_.ahead(bytes);
         const bool isWhole = ahead.size >= bytes;
-        // What is left of a file that ends inside still shows.
+        // A file that ends here shows the pixels that it has.
         if (!write<Pixels::copy>(isWhole ? count : Pixels::literalsIn(ahead.size), ahead.data)) return false;
         if (!isWhole) return isComplete();
         file_.consume(bytes);
@@ -200,7 +200,7 @@ std::size_t encodeBmpRow(const unsigned char* row, std::size_t width, unsigned c
     };
     while (x < width) {
         const std::size_t run = runAt(x);
-        // Literals go on to the next run that is longer than its own escape would be.
+        // Literals end at the next run that is longer than the escape after it.
         std::size_t end = x + run;
         while (run < kFewestLiterals && end < width && end - x < kMostPixels) {
             const std::size_t next = runAt(end);

@@ -10,6 +10,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/Bmp.h"
 #include "formats/BmpRuns.h"
 #include "formats/Rows.h"
@@ -101,7 +102,7 @@ private:
         }
         std::memcpy(info + 56, profileBytes > 0 ? "DEBM" : "BGRs", bytes > dib::kHeaderBytes ? 4 : 0);
         if (profileBytes > 0) {
-            dib::writeLe32(info + 108, 4);  // to be shown as pictures are
+            dib::writeLe32(info + 108, 4);  // rendering intent: perceptual
             dib::writeLe32(info + 112, pixelOffset - bmp::kFileHeaderBytes + pixelBytes());
             dib::writeLe32(info + 116, profileBytes);
         }
@@ -117,9 +118,8 @@ private:
     bool writeRows() {
         const std::size_t bits = width() * image_.Header->biBitCount;
         if (bits % 32 != 0) return writeFilledRows((bits + 7) / 8, static_cast<unsigned>(bits % 8));
-        const std::ptrdiff_t step = image_.Header->biHeight > 0
-                                        ? static_cast<std::ptrdiff_t>(size_.rowBytes)
-                                        : -static_cast<std::ptrdiff_t>(size_.rowBytes);
+        const std::ptrdiff_t step =
+            image_.Header->biHeight > 0 ? dib::asOffset(size_.rowBytes) : -dib::asOffset(size_.rowBytes);
         const std::size_t most = rowsPerStep(progress_, size_.rowBytes, size_.rows);
         for (std::size_t y = 0; y < size_.rows; y += most) {
             const std::size_t rows = std::min(most, size_.rows - y);

@@ -2,7 +2,7 @@
 //
 // Formats that the library has a row for name their bundle. Other bundles of the plug-in folder add formats
 // of their own: their rows live as long as the program, because applications keep the records of formats.
-// Without a plug-in folder none is looked for: the working directory may be anybody's.
+// Without a plug-in folder none is searched for: others may write to the working directory.
 #ifndef FORMATS_BUNDLES_H
 #define FORMATS_BUNDLES_H
 

@@ -5,7 +5,9 @@
 #include <optional>
 #include <utility>
 
+#include "dib/Bytes.h"
 #include "dib/File.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -23,7 +25,7 @@ std::size_t ByteReader::fetch(unsigned char* out, std::size_t bytes) {
     const int error = got < bytes ? dib::readError(file_) : 0;
     if (error_ == 0) error_ = error;
     if (error == 0) errno = earlier;
-    endPosition_ += static_cast<std::int64_t>(got);
+    endPosition_ += dib::asOffset(got);
     return got;
 }
 
@@ -68,13 +70,13 @@ std::size_t ByteReader::readRows(unsigned char* first, std::ptrdiff_t step, std:
     if (canSeek_) {
         if (!dropBuffer(position())) return 0;
         done = dib::readRows(file_, first, step, rowBytes, rows);
-        endPosition_ += static_cast<std::int64_t>(done);
+        endPosition_ += dib::asOffset(done);
         // The rows were read past the stream's buffer; this read makes the stream note why they ended.
         if (done < rows * rowBytes) fill(1);
         return done;
     }
     for (std::size_t row = 0; row < rows && done == row * rowBytes; ++row)
-        done += copy(first + static_cast<std::ptrdiff_t>(row) * step, rowBytes);
+        done += copy(first + dib::asOffset(row) * step, rowBytes);
     return done;
 }
 
@@ -83,7 +85,7 @@ bool ByteReader::line(char* out, std::size_t most) {
     while (length + 1 < most) {
         const int next = byte();
         if (next < 0) break;
-        out[length++] = static_cast<char>(next);
+        out[length++] = dib::charOf(next);
         if (next == '\n') break;
     }
     out[length] = '\0';
@@ -105,7 +107,7 @@ bool ByteReader::seekTo(std::int64_t position) {
     }
     if (canSeek_) return dropBuffer(position);
     const std::int64_t forward = position - this->position();
-    return forward >= 0 && pass(static_cast<std::uint64_t>(forward));
+    return forward >= 0 && pass(dib::asUnsigned(forward));
 }
 
 bool ByteReader::pass(std::uint64_t bytes) {
@@ -134,7 +136,7 @@ void ByteReader::leave() {
 std::int64_t ByteReader::size() {
     if (size_ == kNotAsked) {
         const std::optional<std::uint64_t> left = dib::bytesLeft(file_);
-        size_ = left.has_value() ? endPosition_ + static_cast<std::int64_t>(*left) : kUnknown;
+        size_ = left.has_value() ? endPosition_ + dib::asOffset(*left) : kUnknown;
     }
     return size_;
 }

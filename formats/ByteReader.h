@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -26,7 +27,7 @@ public:
         : memory_(bytes),
           next_(bytes),
           end_(bytes + size),
-          endPosition_(static_cast<std::int64_t>(size)),
+          endPosition_(dib::asOffset(size)),
           size_(endPosition_) {}
     ByteReader(const ByteReader&) = delete;
     ByteReader& operator=(const ByteReader&) = delete;
@@ -75,11 +76,11 @@ public:
     // pieces. False when there is none.
     bool line(char* out, std::size_t most);
 
-    std::int64_t position() const { return endPosition_ - static_cast<std::int64_t>(buffered()); }
+    std::int64_t position() const { return endPosition_ - dib::asOffset(buffered()); }
     // Sets the position, which may be beyond the end. A pipe only moves forward; false when the position
     // cannot be reached.
-    bool seek(std::integral auto position) { return seekTo(static_cast<std::int64_t>(position)); }
-    bool skip(std::uint64_t bytes) { return seek(position() + static_cast<std::int64_t>(bytes)); }
+    bool seek(std::integral auto position) { return seekTo(dib::asOffset(position)); }
+    bool skip(std::uint64_t bytes) { return seek(position() + dib::asOffset(bytes)); }
     // Skips bytes; false when the source ends first.
     bool pass(std::uint64_t bytes);
     // Sets the position of a file that can seek to the position of the reader.
@@ -90,10 +91,14 @@ public:
 
     // The length of the source; negative when unknown.
     std::int64_t size();
+    // The same; 0 when unknown.
+    std::uint64_t knownSize() { return hasKnownEnd() ? dib::asUnsigned(size()) : 0; }
     // Loops over data of any length must stop by themselves when the end is unknown.
     bool hasKnownEnd() { return size() >= 0; }
     // Bytes from the position to the end; 0 beyond the end and when it is unknown.
     std::int64_t remaining();
+    // The same; the largest number when the end is unknown.
+    std::uint64_t mostRemaining() { return hasKnownEnd() ? dib::asUnsigned(remaining()) : UINT64_MAX; }
 
 private:
     std::size_t buffered() const { return dib::bytesBetween(next_, end_); }

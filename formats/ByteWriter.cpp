@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "dib/File.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -27,7 +28,7 @@ void ByteWriter::bytes(const void* from, std::size_t count) {
     }
     isWhole_ = grow(at_ + count);
     if (!isWhole_) return;
-    // What a seek has skipped is 0.
+    // Bytes that a seek skipped are 0.
     if (at_ > memory_->size) std::memset(memory_->data + memory_->size, 0, at_ - memory_->size);
     std::memcpy(memory_->data + at_, from, count);
     at_ += count;
@@ -36,18 +37,18 @@ void ByteWriter::bytes(const void* from, std::size_t count) {
 
 void ByteWriter::rows(const unsigned char* first, std::ptrdiff_t step, std::size_t rowBytes,
                       std::size_t rows) {
-    if (step == static_cast<std::ptrdiff_t>(rowBytes)) return bytes(first, rowBytes * rows);
+    if (step == dib::asOffset(rowBytes)) return bytes(first, rowBytes * rows);
     if (memory_ == nullptr) {
         if (!dib::writeRows(file_, first, step, rowBytes, rows)) isWhole_ = false;
         return;
     }
     for (std::size_t row = 0; row < rows; ++row) {
-        bytes(first + static_cast<std::ptrdiff_t>(row) * step, rowBytes);
+        bytes(first + dib::asOffset(row) * step, rowBytes);
     }
 }
 
 std::int64_t ByteWriter::position() const {
-    return memory_ != nullptr ? static_cast<std::int64_t>(at_) : dib::positionIn(file_);
+    return memory_ != nullptr ? dib::asOffset(at_) : dib::positionIn(file_);
 }
 
 bool ByteWriter::seek(std::int64_t position) {
@@ -56,7 +57,7 @@ bool ByteWriter::seek(std::int64_t position) {
         if (!dib::seekTo(file_, position)) isWhole_ = false;
         return isWhole_;
     }
-    at_ = static_cast<std::size_t>(position);
+    at_ = dib::asSize(position);
     return true;
 }
 
@@ -69,7 +70,7 @@ std::size_t ByteWriter::readBack(void* out, std::size_t count) {
 }
 
 std::int64_t ByteWriter::size() {
-    if (memory_ != nullptr) return static_cast<std::int64_t>(memory_->size);
+    if (memory_ != nullptr) return dib::asOffset(memory_->size);
     const std::int64_t here = position();
     // Seeking writes what is still buffered.
     if (std::fseek(file_, 0, SEEK_END) != 0) isWhole_ = false;

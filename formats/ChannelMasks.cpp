@@ -6,6 +6,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -22,7 +23,7 @@ struct Channel {
         largest = mask >> shift;
         scale = 255.0 / largest;
     }
-    // 255 value / largest is never near a half but where it is one: doubles round it exactly.
+    // 255 value / largest is either exactly a half or far from one, so doubles round it exactly.
     DIB_ALWAYS_INLINE unsigned char in(std::uint32_t word) const {
         constexpr double kHalf = 0.5;
         return dib::byteOf(static_cast<int>((word >> shift & largest) * scale + kHalf));
@@ -57,7 +58,7 @@ DIB_ALWAYS_INLINE void spread(const unsigned char* from, unsigned char* to, std:
     }
 }
 
-// Channels of eight bits, the usual ones, only move.
+// Channels of eight bits, the usual case, need no scaling.
 DIB_ALWAYS_INLINE void moveBytes(const unsigned char* from, unsigned char* to, std::size_t count,
                                  const Channels& channels) {
     const std::uint32_t constant = std::uint32_t{channels.missingAlpha} << 24;
@@ -92,7 +93,7 @@ void spreadWords(const unsigned char* from, unsigned char* to, int pixelBytes, s
 int deepestChannel(const ChannelMasks& masks) {
     const std::uint32_t largest = std::max({Channel(masks.red).largest, Channel(masks.green).largest,
                                             Channel(masks.blue).largest, Channel(masks.alpha).largest});
-    return static_cast<int>(std::bit_width(largest));
+    return dib::asInt(std::bit_width(largest));
 }
 
 void spreadChannels(const unsigned char* from, int wordBytes, unsigned char* to, int pixelBytes,

@@ -11,6 +11,7 @@
 #include "dib/File.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/ByteWriter.h"
 
 namespace formats {
@@ -67,7 +68,7 @@ bool savePath(const Char* path, Writer write, DibStream* image, DibProgressCallb
 
 // Reports that `done` of `total` rows are done; false when the callback cancels.
 inline bool report(DibProgressCallback callback, void* user, int done, int total) {
-    return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
+    return callback == nullptr || callback(dib::doneShare(done, total), user);
 }
 
 struct ReleaseImage {

@@ -6,6 +6,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -66,7 +67,7 @@ private:
 void applyExif(std::span<const unsigned char> block, DibMetadata& metadata) {
     const Directory directory(block);
     const std::uint32_t orientation = directory.word(kOrientation, 1);
-    if (orientation >= 1 && orientation <= 8) metadata.orientation = static_cast<int>(orientation);
+    if (orientation >= 1 && orientation <= 8) metadata.orientation = dib::asInt(orientation);
     if (metadata.xResolution > 0) return;
     const double scale = directory.word(kUnit, 2) == kCentimetres ? 2.54 : 1.0;
     metadata.xResolution = directory.fraction(kXResolution) * scale;

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <new>
 
+#include "dib/Bytes.h"
 #include "formats/Bundles.h"
 #include "formats/door/Frame.h"
 
@@ -12,7 +13,7 @@ namespace formats {
 
 bool isNamed(std::string_view small, std::string_view any) {
     const auto same = [](char a, char b) {
-        return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b - 'A' + 'a') : b);
+        return a == (b >= 'A' && b <= 'Z' ? dib::charOf(b - 'A' + 'a') : b);
     };
     return std::equal(small.begin(), small.end(), any.begin(), any.end(), same);
 }

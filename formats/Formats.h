@@ -101,8 +101,8 @@ const FileFormat* formatOfExtension(std::string_view extension);
 const char* spellingOf(const FileFormat& format, std::string_view nameOrExtension);
 // What follows the last dot of the last component of a path; empty when there is none.
 const char* extensionOf(const char* path);
-// Whether a name is one in small letters. Only A to Z have a lower case here: file names do not depend on the
-// application's locale.
+// Whether a text in any case is the lower-case name `small`. Only A to Z have a lower case here: file names
+// do not depend on the application's locale.
 bool isNamed(std::string_view small, std::string_view any);
 // The format whose files begin like this; null when there is none.
 const FileFormat* formatOfContent(FirstBytes bytes);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/Formats.h"
@@ -114,7 +115,7 @@ bool decode(ByteReader& file, const Dialect& dialect, Header& header, formats::N
     if (error != RgbeError::kNone || header.width < 0 || header.height < 0)
         return fail(picture, DIB_ERROR_INVALID);
     const std::uint64_t fewestBytes =
-        fewestRowBytes(static_cast<unsigned>(header.width)) * static_cast<unsigned>(header.height);
+        fewestRowBytes(dib::asUnsigned(header.width)) * dib::asUnsigned(header.height);
     if (!picture.create(file, header.width, header.height, 24, fewestBytes)) return false;
     formats::HdrRowReader row(file, header.width, header.isXyz, dialect.knowsOldRuns);
     if (!row.ready()) return fail(picture, DIB_ERROR_MEMORY);
@@ -182,7 +183,7 @@ bool probe(ProbeRequest& request) {
     request.info.bitCount = 24;
     request.info.storedBits = 32;
     request.result.metadata.orientation = header.orientation;
-    // The first row tells.
+    // The first row shows it.
     const ByteReader::Bytes start = request.file.ahead(kRgbeBytes);
     const bool isPacked =
         widthHasPackets(header.width) && start.size >= kRgbeBytes && startsPackets(start.data);
@@ -196,7 +197,7 @@ bool read(ReadRequest& request) {
     NewImage picture(request.image, &request.progress);
     const bool isRead = request.end(decode(request.file, kWide, header, picture, error));
     request.result.metadata.orientation = header.orientation;
-    // Other programs show pixels as they are stored, too.
+    // Exposure and gamma stay: other programs also show pixels as they are stored.
     if (header.exposure != 1)
         note(request.result, DIB_NOTE_ASSUMPTION, "the exposure of %g was not undone", header.exposure);
     if (header.gamma != 1)

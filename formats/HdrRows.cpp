@@ -11,6 +11,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -90,7 +91,7 @@ DIB_ALWAYS_INLINE bool holdsRun(const unsigned char* pixels, std::size_t count) 
     return found != 0;
 }
 
-// How many pixels come before one that means a run. Runs are rare: most pixels are looked at in blocks.
+// The number of pixels before the first that marks a run. Runs are rare: most pixels are looked at in blocks.
 std::size_t plainPixels(const unsigned char* pixels, std::size_t count) {
     constexpr std::size_t kBlock = 1024;
     std::size_t plain = 0;
@@ -135,7 +136,7 @@ unsigned char hdrByte(unsigned char mantissa, unsigned char exponent) { return t
 
 HdrRowReader::HdrRowReader(ByteReader& source, int width, bool isXyz, bool knowsOldRuns)
     : source_(source),
-      width_(static_cast<std::size_t>(width)),
+      width_(dib::asSize(width)),
       knowsOldRuns_(knowsOldRuns),
       store_(isXyz ? storeXyzRow : storeRow),
       work_(dib::allocateArray<unsigned char>(width_ * kRgbeBytes)) {}

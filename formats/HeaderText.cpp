@@ -4,6 +4,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include "dib/Numbers.h"
+
 namespace formats {
 
 namespace {
@@ -23,7 +25,7 @@ bool readNumber(const char*& at, int& number) {
     char* end = nullptr;
     const long value = std::strtol(at, &end, 10);
     if (end == at) return false;
-    number = static_cast<int>(std::clamp(value, long{INT_MIN}, long{INT_MAX}));
+    number = dib::asInt(std::clamp(value, long{INT_MIN}, long{INT_MAX}));
     at = end;
     return true;
 }

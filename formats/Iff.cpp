@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -25,14 +26,14 @@ bool iff_outstream::add(int n) {
     void* block = std::realloc(buffer, grown);
     if (block == nullptr) return false;
     buffer = static_cast<unsigned char*>(block);
-    capacity = static_cast<std::uint32_t>(grown);
+    capacity = dib::dwordOf(grown);
     return true;
 }
 
 bool iff_outstream::append(const void* bytes, int n) {
     if (!add(n)) return false;
-    std::memcpy(buffer + length, bytes, static_cast<std::size_t>(n));
-    length += static_cast<std::uint32_t>(n);
+    std::memcpy(buffer + length, bytes, dib::asSize(n));
+    length += dib::dwordOf(n);
     return true;
 }
 

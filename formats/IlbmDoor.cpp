@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "dib/ColorTable.h"
+#include "dib/Numbers.h"
 #include "formats/Formats.h"
 #include "formats/Ilbm.h"
 #include "formats/IlbmForm.h"
@@ -24,7 +25,7 @@ bool probe(ProbeRequest& request) {
     request.info.height = form.header.height;
     request.info.bitCount = form.imageBits();
     request.info.storedBits = form.header.planes;
-    request.info.paletteSize = static_cast<int>(dib::addressableEntries(request.info.bitCount));
+    request.info.paletteSize = dib::asInt(dib::addressableEntries(request.info.bitCount));
     request.info.hasAlpha = form.hasAlpha();
     request.result.metadata.xResolution = form.xResolution;
     request.result.metadata.yResolution = form.yResolution;

@@ -23,7 +23,8 @@ bool isName(const unsigned char* bytes) {
     });
 }
 
-// Chunks of odd length are followed by a byte, which some writers forget: the next name decides.
+// Chunks of odd length are followed by a byte, which some writers forget: it is skipped unless a chunk's name
+// starts there.
 std::int64_t nextChunk(ByteReader& file, std::int64_t at, const iff_chunk& chunk) {
     const std::int64_t end = at + chunk.bytes();
     if (chunk.length % 2 == 0 || !file.seek(end)) return end;
@@ -117,7 +118,7 @@ bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& for
     const bool isCut = file.size() < kFormHeader + std::int64_t{dib::readBe32(start + 4)};
     if (!isChunky && std::memcmp(start + 8, "ILBM", 4) != 0) {
         return refuse(result, DIB_ERROR_UNSUPPORTED, "FORM files of type %s are not read",
-                      quoted(std::string(reinterpret_cast<const char*>(start) + 8, 4)).c_str());
+                      quoted(std::string(dib::textAt(start + 8, 4))).c_str());
     }
     bool hasHeader = false;
     iff_chunk chunk;

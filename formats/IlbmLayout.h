@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -53,10 +54,9 @@ struct BitmapHeader {
         return bytes;
     }
 
-    std::size_t planeBytes() const { return planeRowBytes(static_cast<std::size_t>(width)); }
+    std::size_t planeBytes() const { return planeRowBytes(dib::asSize(width)); }
     std::size_t colorBytes() const {
-        return isChunky ? (static_cast<std::size_t>(width) + 1) / 2 * 2
-                        : planeBytes() * static_cast<std::size_t>(planes);
+        return isChunky ? (dib::asSize(width) + 1) / 2 * 2 : planeBytes() * dib::asSize(planes);
     }
     std::size_t maskBytes() const { return hasMask ? planeBytes() : 0; }
     // Of all rows in the file. A packet of two bytes holds at most 128 bytes of a plane.

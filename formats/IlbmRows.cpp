@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/BitPlanes.h"
 #include "formats/PackBits.h"
 
@@ -14,8 +15,8 @@ PlaneRow::PlaneRow(const BitmapHeader& header, IlbmPixels pixels, const IlbmColo
       kind_(pixels),
       colors_(colors),
       alpha_(alpha),
-      width_(static_cast<std::size_t>(header.width)),
-      planesBytes_(static_cast<std::size_t>(std::max(kMostPlanes, header.planes)) * header.planeBytes()),
+      width_(dib::asSize(header.width)),
+      planesBytes_(dib::asSize(std::max(kMostPlanes, header.planes)) * header.planeBytes()),
       planes_(dib::allocateZeroed<unsigned char>(planesBytes_ + header.maskBytes())),
       pixels_(dib::allocateArray<unsigned char>(std::size_t{4} * 8 * header.planeBytes())) {}
 
@@ -67,7 +68,7 @@ void PlaneRow::storeTwoValues(unsigned char* row, std::size_t rowBytes) {
     const std::size_t stride = header_.planeBytes();
     unsigned char* any = planes();
     for (int k = 1; k < header_.planes; ++k) {
-        const unsigned char* plane = planes() + static_cast<std::size_t>(k) * stride;
+        const unsigned char* plane = planes() + dib::asSize(k) * stride;
         for (std::size_t i = 0; i < stride; ++i) any[i] = dib::byteOf(any[i] | plane[i]);
     }
     clearBehind(any, width_);

@@ -48,7 +48,7 @@ enum class IlbmAlpha { kNone, kMask, kColor };
 // The planes of one row, and their conversion to pixels.
 class PlaneRow {
 public:
-    // `colors` is what held colours and those with alpha name; it must outlive the object.
+    // `colors` is the table for kHeldColors and for indices with alpha; it must outlive the object.
     PlaneRow(const BitmapHeader& header, IlbmPixels pixels, const IlbmColors* colors = nullptr,
              IlbmAlpha alpha = IlbmAlpha::kNone);
 

@@ -9,6 +9,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "dib/PixelReader.h"
 #include "dib/Raster.h"
 #include "dib/RowConverter.h"
@@ -34,7 +35,7 @@ namespace {
 class PlaneSpreader {
 public:
     PlaneSpreader(int width, int bitCount)
-        : width_(static_cast<std::size_t>(width)),
+        : width_(dib::asSize(width)),
           stride_(planeRowBytes(width_)),
           bitCount_(bitCount),
           planes_(dib::allocateZeroed<unsigned char>(kMostPlanes * stride_ + 1)),
@@ -93,7 +94,7 @@ bool appendColors(iff_outstream& out, const BITMAPINFOHEADER& header) {
         bytes[3 * i + 1] = table[i].green;
         bytes[3 * i + 2] = table[i].blue;
     }
-    const int length = static_cast<int>(3 * count);
+    const int length = dib::asInt(3 * count);
     return out.append("CMAP", 4) && out.dword(static_cast<unsigned>(length)) && out.append(bytes, length);
 }
 
@@ -108,7 +109,7 @@ bool appendBody(iff_outstream& out, DibStream& image) {
     for (int y = 0; y < dib::heightOf(header); ++y) {
         planes.spread(image.ScanLine(y));
         for (std::size_t k = 0; k < header.biBitCount; ++k) {
-            if (!out.append(planes.plane(k), static_cast<int>(planes.planeBytes()))) return false;
+            if (!out.append(planes.plane(k), dib::asInt(planes.planeBytes()))) return false;
         }
     }
     return true;
@@ -241,7 +242,7 @@ private:
 
 // Every plane of a row is packed on its own.
 bool writeRows(WriteRequest& request, const dib::Raster& raster) {
-    const auto planeCount = static_cast<std::size_t>(fileBits(raster.bitCount));
+    const auto planeCount = dib::asSize(fileBits(raster.bitCount));
     RowSource source(request.image, raster);
     PlaneSpreader planes(raster.width, fileBits(raster.bitCount));
     const std::size_t planeBytes = planes.planeBytes();

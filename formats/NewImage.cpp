@@ -5,6 +5,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/CallbackGuard.h"
 #include "formats/CodecFrame.h"
 
@@ -21,7 +22,7 @@ bool NewImage::create(int width, int height, int bitCount) { return create(width
 
 bool NewImage::create(ByteReader& file, int width, int height, int bitCount, std::uint64_t fewestBytes) {
     const bool isSmall = dib::admitSize(width, height, bitCount).imageBytes <= kSmallBytes;
-    const bool isShort = !isSmall && static_cast<std::uint64_t>(file.remaining()) < fewestBytes;
+    const bool isShort = !isSmall && dib::asUnsigned(file.remaining()) < fewestBytes;
     return create(width, height, bitCount, isShort || fewestBytes == 0);
 }
 

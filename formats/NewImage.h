@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 #include "formats/door/Progress.h"
 
@@ -51,7 +52,7 @@ public:
         }
         if (progress_ == nullptr) return true;
         rowsRead_ += rows;
-        return progress_->rows(rowsRead_, static_cast<std::size_t>(std::abs(std::int64_t{height_})));
+        return progress_->rows(rowsRead_, dib::asSize(std::abs(std::int64_t{height_})));
     }
     // The same for one row of which the first `bytes` came; the others become 0.
     void readPart(unsigned char* row, std::size_t bytes);

@@ -12,6 +12,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "formats/ByteWriter.h"
 #include "formats/Formats.h"
 #include "formats/HeaderText.h"
@@ -35,7 +36,7 @@ bool readColor(const char* line, DibBGRA& color) {
     for (int& value : rgb) {
         if (!readNumber(line, value) || value < 0 || value > 255) return false;
     }
-    const auto byte = [&](int i) { return static_cast<std::uint8_t>(rgb[i]); };
+    const auto byte = [&](int i) { return dib::byteOf(rgb[i]); };
     color = {.blue = byte(2), .green = byte(1), .red = byte(0), .alpha = 0};
     return true;
 }
@@ -120,7 +121,7 @@ bool readAct(ByteReader& file, Colors& colors, DibFileResult& result) {
 
 bool readColors(ByteReader& file, Colors& colors, DibFileResult& result) {
     const ByteReader::Bytes first = file.ahead(kActBytes + kActTail + 1);
-    const std::string_view text(reinterpret_cast<const char*>(first.data), first.size);
+    const std::string_view text = dib::textAt(first.data, first.size);
     if (text.starts_with(kGimp)) return readGimp(file, colors, result);
     if (text.starts_with(kJasc)) return readJasc(file, colors, result);
     // Such files have no signature.
@@ -130,14 +131,14 @@ bool readColors(ByteReader& file, Colors& colors, DibFileResult& result) {
 
 bool makeImage(const Colors& colors, DibStream& image, DibFileResult& result) {
     DibStream made;
-    if (!made.Create(static_cast<int>(colors.size()), 1, 8))
+    if (!made.Create(dib::asInt(colors.size()), 1, 8))
         return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
     dib::clearRowFill(made.Buffer, dib::admitSize(*made.Header));
     DibBGRA* const table = dib::colorTable(made.Header);
     std::fill_n(table, kMostColors, DibBGRA{});
     std::copy(colors.begin(), colors.end(), table);
-    made.Header->biClrUsed = static_cast<std::uint32_t>(colors.size());
-    for (std::size_t i = 0; i < colors.size(); ++i) made.Buffer[i] = static_cast<unsigned char>(i);
+    made.Header->biClrUsed = dib::dwordOf(colors.size());
+    for (std::size_t i = 0; i < colors.size(); ++i) made.Buffer[i] = dib::byteOf(i);
     dib::moveBlocks(made, image);
     return true;
 }
@@ -180,12 +181,12 @@ std::string jascFile(const Colors& colors) {
 std::string actFile(const Colors& colors) {
     std::string file;
     for (const DibBGRA& color : colors) {
-        for (const std::uint8_t byte : {color.red, color.green, color.blue}) file += static_cast<char>(byte);
+        for (const std::uint8_t byte : {color.red, color.green, color.blue}) file += dib::charOf(byte);
     }
     file.resize(kActBytes);
     if (colors.size() == kMostColors) return file;
     // No colour is transparent.
-    file += {static_cast<char>(colors.size() >> 8), static_cast<char>(colors.size()), '\xFF', '\xFF'};
+    file += {dib::charOf(colors.size() >> 8), dib::charOf(colors.size()), '\xFF', '\xFF'};
     return file;
 }
 
@@ -205,7 +206,7 @@ bool encode(const DibStream* image, std::string_view format, std::string& file, 
     const auto table = dib::readColorTable(header);
     for (const Kind& kind : kKinds) {
         if (!isNamed(kind.name, format)) continue;
-        file = kind.encode({table.begin(), table.begin() + static_cast<std::ptrdiff_t>(entries)});
+        file = kind.encode({table.begin(), table.begin() + dib::asOffset(entries)});
         return true;
     }
     return refuse(result, DIB_ERROR_UNSUPPORTED, "no palette format has the name \"%.40s\": gpl, pal and act",

@@ -6,9 +6,11 @@
 #include <climits>
 #include <new>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
 #include "formats/FloatPixels.h"
@@ -60,7 +62,7 @@ void storeColors(const ColorTriples& colors, DibStream& dib) {
     }
     if (!colors.isWhole) return;
     std::fill(table + count, table + most, DibBGRA{});
-    dib.Header->biClrUsed = static_cast<std::uint32_t>(count);
+    dib.Header->biClrUsed = dib::dwordOf(count);
 }
 
 // Reads the next row of the file into a row of the image.
@@ -99,8 +101,7 @@ std::unique_ptr<PlatformImage> makeImage(ImagePlatform& platform, const RowSourc
     if (block == nullptr) return nullptr;
     for (std::size_t y = 0; y < to.rows; ++y) {
         const std::size_t row = bottomUp ? to.rows - 1 - y : y;
-        source.convert(source.data + row * from.rowBytes, block.get() + y * to.rowBytes,
-                       static_cast<std::size_t>(width));
+        source.convert(source.data + row * from.rowBytes, block.get() + y * to.rowBytes, dib::asSize(width));
     }
     return platform.makeImage(block.release(), width, height, DibCocoaUtil::rawdata_free);
 }
@@ -125,8 +126,8 @@ bool readBitmap(BitmapDecoder& decoder, const BitmapLayout& layout, NewImage& im
     if (conversion == nullptr || !isReadable(layout)) return false;
     // Indices of less than a byte come with their table.
     if (conversion->bitCount < 8 && !colors.isWhole) return false;
-    const int width = static_cast<int>(layout.width);
-    if (!image.create(width, static_cast<int>(layout.height), conversion->bitCount)) return false;
+    const int width = dib::asInt(layout.width);
+    if (!image.create(width, dib::asInt(layout.height), conversion->bitCount)) return false;
     if (conversion->bitCount <= 8) storeColors(colors, *image.get());
     return copyRows(decoder, layout, *conversion, image);
 }
@@ -161,8 +162,8 @@ bool saveImageFile(ImagePlatform& platform, const char* path, DibStream* dib,
     const bool isOpaque = source->Header->biBitCount == 24;
     const RowSource rows = {source->Buffer, isOpaque ? expandToRgba : swapRedBlue32,
                             source->Header->biBitCount};
-    const std::unique_ptr<PlatformImage> image = makeImage(
-        platform, rows, source->Header->biWidth, static_cast<int>(dib::rowCount(height)), height > 0);
+    const std::unique_ptr<PlatformImage> image =
+        makeImage(platform, rows, source->Header->biWidth, dib::asInt(dib::rowCount(height)), height > 0);
     return image != nullptr && image->encode(type) && image->write(path);
 }
 

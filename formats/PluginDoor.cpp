@@ -9,6 +9,7 @@
 
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/BundlePath.h"
 #include "formats/Bundles.h"
 #include "formats/OpenBundle.h"
@@ -26,7 +27,7 @@ public:
         : file_(file), result_(result), progress_(progress) {
         record_.size = sizeof record_;
         record_.library = this;
-        record_.fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(file.size(), 0));
+        record_.fileBytes = file.knownSize();
         record_.readFile = readFile;
         record_.page = options.page;
         record_.layer = options.layer;
@@ -51,7 +52,7 @@ private:
         ByteReader& file = of(library).file_;
         if (out == nullptr || position > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
             return 0;
-        const auto wanted = static_cast<std::int64_t>(position);
+        const auto wanted = dib::asOffset(position);
         if (file.position() != wanted && !file.seek(wanted)) return 0;
         return file.copy(out, bytes);
     }
@@ -100,7 +101,7 @@ void takeBytes(unsigned char* data, std::size_t size, DibBytes& bytes) {
     bytes = std::move(taken);
 }
 
-// What a bundle says of layers, one after the other. It is called from the bundle, so nothing leaves it.
+// Collects the layers that a bundle reports. Bundles call it, so no exception may leave it.
 struct LayerList {
     static_assert(std::is_trivially_copyable_v<DibLayer>);
 
@@ -182,7 +183,7 @@ bool listLayersByBundle(const Bundle& bundle, LayersRequest& request) {
     if (bundle.description.listLayers == nullptr) return true;
     const Call call(request.file, request.options, request.result, nullptr);
     LayerList list;
-    list.most = static_cast<std::size_t>(request.options.mostLayers) + 1;
+    list.most = dib::asSize(request.options.mostLayers) + 1;
     const bool isListed = bundle.description.listLayers(call.record(), &list, LayerList::addTo);
     if (list.isShortOfMemory)
         return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the layers");
@@ -206,7 +207,7 @@ bool findPageByBundle(const Bundle& bundle, PageRequest& request) {
 
 namespace {
 
-// Does that by the bundle of the format in the result.
+// Calls `work` with the bundle of the result's format.
 template <class Request>
 bool doByBundle(bool (*work)(const Bundle&, Request&), Request& request) {
     const FileFormat& format = *formatOf(request.result.format);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <new>
 
+#include "dib/Numbers.h"
 #include "formats/Bundles.h"
 #include "formats/Formats.h"
 #include "formats/Plugin.h"
@@ -66,8 +67,8 @@ bool readThrough(ReadRequest& request, FileFormat::PathCodec load, std::int64_t 
 
 bool setSize(DibFileInfo& info, std::int64_t width, std::int64_t height, bool isGrey) {
     if (!sizeProblem(width, height, 32).empty()) return false;
-    info.width = static_cast<int>(width);
-    info.height = static_cast<int>(height);
+    info.width = dib::asInt(width);
+    info.height = dib::asInt(height);
     info.bitCount = isGrey ? 8 : 32;
     info.paletteSize = isGrey ? 256 : 0;
     return true;
@@ -112,7 +113,7 @@ bool probeDdsHeader(ProbeRequest& request) {
     return header.bitsPerPixel > 0 && setSize(request.info, header.width, header.height, header.isGrey);
 }
 
-// What the headers do not tell here, the plug-in would: a probe fails as a load does when that is missing.
+// Headers that this library cannot read need the plug-in: without it a probe fails as a load does.
 bool refuseUnavailable(const FileFormat& format, ProbeRequest& request) {
     isAvailable(format, &request.result);
     return false;

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 
 namespace formats {
@@ -60,7 +62,7 @@ private:
     }
 
     static int clamped(std::uint32_t number) {
-        return static_cast<int>(std::min<std::uint32_t>(number, INT32_MAX));
+        return dib::asInt(std::min<std::uint32_t>(number, INT32_MAX));
     }
 
     // A negative scale says that the lowest byte of each float comes first.
@@ -102,7 +104,7 @@ private:
             if (name == "WIDTH") header_.width = number;
             if (name == "HEIGHT") header_.height = number;
             if (name == "DEPTH") channels = number;
-            if (name == "MAXVAL") header_.largest = static_cast<std::uint32_t>(number);
+            if (name == "MAXVAL") header_.largest = dib::dwordOf(number);
         }
         return refuseInvalid("the header does not end");
     }
@@ -111,9 +113,9 @@ private:
         const auto isBlank = [](char c) { return isPnmBlank(c); };
         const auto* start = std::find_if_not(text.begin(), text.end(), isBlank);
         const auto* end = std::find_if(start, text.end(), isBlank);
-        const std::string_view word = text.substr(static_cast<std::size_t>(start - text.begin()),
-                                                  static_cast<std::size_t>(end - start));
-        text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+        const std::string_view word =
+            text.substr(dib::asSize(start - text.begin()), dib::asSize(end - start));
+        text.remove_prefix(dib::asSize(end - text.begin()));
         return word;
     }
 
@@ -171,7 +173,7 @@ bool readPnmNumber(ByteReader& file, std::uint32_t& number) {
     std::uint64_t value = 0;
     for (; byte >= '0' && byte <= '9'; byte = nextPnmByte(file))
         value = std::min<std::uint64_t>(value * 10 + static_cast<unsigned>(byte - '0'), UINT32_MAX);
-    number = static_cast<std::uint32_t>(value);
+    number = dib::dwordOf(value);
     return true;
 }
 
@@ -194,10 +196,10 @@ int PnmHeader::storedBits() const {
 }
 
 std::uint64_t PnmHeader::rowBytes() const {
-    const auto pixels = static_cast<std::uint64_t>(width);
-    // A sample of text is a digit, and a blank but in bitmaps.
-    if (isText) return isBitmap ? pixels : 2 * pixels * static_cast<unsigned>(channels) - 1;
-    return (pixels * static_cast<unsigned>(storedBits()) + 7) / 8;
+    const std::uint64_t pixels = dib::asUnsigned(width);
+    // A sample of text takes at least a digit and, except in bitmaps, a blank.
+    if (isText) return isBitmap ? pixels : 2 * pixels * dib::asUnsigned(channels) - 1;
+    return (pixels * dib::asUnsigned(storedBits()) + 7) / 8;
 }
 
 bool readPnmHeader(ByteReader& file, PnmHeader& header, DibFileResult& result) {

@@ -8,6 +8,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/NewImage.h"
 #include "formats/Pnm.h"
 #include "formats/PnmHeader.h"
@@ -24,9 +25,7 @@ using Samples = PnmHeader::Samples;
 class RowReader {
 public:
     RowReader(ByteReader& file, const PnmHeader& header)
-        : file_(file),
-          header_(header),
-          count_(static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.channels)) {}
+        : file_(file), header_(header), count_(dib::asSize(header.width) * dib::asSize(header.channels)) {}
 
     // False when memory is short.
     bool prepare() {
@@ -84,7 +83,7 @@ private:
     unsigned char byteOf(const unsigned char* bytes) const {
         const std::uint32_t word = header_.isLittleEndian ? dib::readLe32(bytes) : dib::readBe32(bytes);
         const double value = std::bit_cast<float>(word) / header_.scale * 255;
-        // Not a number ends as 0.
+        // NaN becomes 0.
         return value > 0 ? dib::byteOf(std::lround(std::min(value, 255.0))) : 0;
     }
 
@@ -150,7 +149,7 @@ private:
 
 // Stores a row of samples as the pixels of an image.
 void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char* to) {
-    const auto width = static_cast<std::size_t>(header.width);
+    const auto width = dib::asSize(header.width);
     if (header.isBitmap) {
         std::memset(to, 0, (width + 7) / 8);
         for (std::size_t x = 0; x < width; ++x) {
@@ -176,7 +175,7 @@ void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char*
     }
     const bool isGrey = header.channels == 2;
     const bool hasAlpha = header.channels != 3;
-    const auto channels = static_cast<std::size_t>(header.channels);
+    const auto channels = dib::asSize(header.channels);
     for (std::size_t x = 0; x < width; ++x, from += channels, to += hasAlpha ? 4 : 3) {
         to[0] = from[isGrey ? 0 : 2];
         to[1] = from[isGrey ? 0 : 1];
@@ -263,7 +262,7 @@ bool readPnm(ReadRequest& request) {
     PnmHeader header;
     if (!readPnmHeader(request.file, header, request.result)) return false;
     NewImage image(request.image, &request.progress);
-    const std::uint64_t fewestBytes = header.rowBytes() * static_cast<unsigned>(header.height);
+    const std::uint64_t fewestBytes = header.rowBytes() * dib::asUnsigned(header.height);
     if (!image.create(request.file, header.width, header.height, header.imageBits(), fewestBytes))
         return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
     noteLosses(header, request.result);

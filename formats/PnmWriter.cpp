@@ -7,6 +7,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "dib/Raster.h"
 #include "dib/RowConverter.h"
 #include "formats/ChannelMasks.h"
@@ -111,7 +112,7 @@ private:
             length = std::snprintf(text, sizeof text, "P%d\n%d %d\n255\n", channels() == 1 ? 5 : 6,
                                    raster_.width, raster_.height);
         }
-        file_.bytes(text, static_cast<std::size_t>(length));
+        file_.bytes(text, dib::asSize(length));
     }
 
     void writeRow(const unsigned char* row, unsigned char* colors, unsigned char* out) {

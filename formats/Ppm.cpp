@@ -8,6 +8,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/ColorOrder.h"
@@ -63,7 +64,7 @@ DibErrorCode readHeader(ByteReader& file, Header& header) {
 void writeHeader(ByteWriter& file, int width, int height) {
     char text[40];
     const int length = std::snprintf(text, sizeof text, "P6\n%d %d\n255\n", width, height);
-    file.bytes(text, static_cast<std::size_t>(length));
+    file.bytes(text, dib::asSize(length));
 }
 
 // Row readers fill row y of the image from the file; false when the file ends before.
@@ -81,8 +82,7 @@ public:
                 int sample = 0;
                 if (formats::readInt(file_, sample) == 0) {
                     std::fill_n(out, channel + 1, 0);
-                    image_.readPart(image_->ScanLine(y),
-                                    (static_cast<std::size_t>(x) + 1) * static_cast<std::size_t>(channels));
+                    image_.readPart(image_->ScanLine(y), (dib::asSize(x) + 1) * dib::asSize(channels));
                     return false;
                 }
                 out[channel] = dib::byteOf(sample);
@@ -127,7 +127,7 @@ bool writePpm(ByteWriter& file, DibStream* image, DibProgressCallback callback, 
     if (!dib::hasRows(source)) return false;
 
     const dib::ImageSize size = dib::admitSize(*source.Header);
-    const int height = static_cast<int>(size.rows);
+    const int height = dib::asInt(size.rows);
     const std::size_t width = dib::columnsOf(*source.Header);
     writeHeader(file, source.Header->biWidth, height);
     formats::RowWriter rows(file, width * 3, size.rows);
@@ -152,8 +152,7 @@ int readInt(ByteReader& file, int& value) {
     std::int64_t left = kMostCharacters;
     while (left > 0 || file.hasKnownEnd()) {
         const ByteReader::Bytes ahead = file.ahead(1);
-        const std::size_t count =
-            left > 0 ? std::min(ahead.size, static_cast<std::size_t>(left)) : ahead.size;
+        const std::size_t count = left > 0 ? std::min(ahead.size, dib::asSize(left)) : ahead.size;
         for (std::size_t i = 0; i < count; ++i) {
             const unsigned char c = ahead.data[i];
             if (c >= '0' && c <= '9') {
@@ -163,14 +162,14 @@ int readInt(ByteReader& file, int& value) {
                 negative = true;
             } else if (anyDigit) {
                 file.consume(i + 1);
-                value = static_cast<int>(negative ? 0U - magnitude : magnitude);
+                value = dib::asInt(negative ? 0U - magnitude : magnitude);
                 return 1;
             }
         }
         file.consume(count);
-        left -= static_cast<std::int64_t>(count);
+        left -= dib::asOffset(count);
         if (count > 0) continue;
-        if (anyDigit) value = static_cast<int>(negative ? 0U - magnitude : magnitude);
+        if (anyDigit) value = dib::asInt(negative ? 0U - magnitude : magnitude);
         return anyDigit ? 1 : 0;
     }
     return 0;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 #include "dib/PixelShuffles.h"
 #include "formats/Rows.h"
 
@@ -33,19 +34,18 @@ bool BinaryRows::read(int y) {
 }
 
 void BinaryRows::readBlock() {
-    const auto left = static_cast<std::size_t>(image_->Header->biHeight - blockEnd_);
+    const auto left = dib::asSize(image_->Header->biHeight - blockEnd_);
     const bool hasColors = image_->Header->biBitCount == 24;
     // Rows that are exchanged must still be in the cache.
     const std::size_t rows =
         std::min(mostRows_, hasColors ? rowsPerBlock(rowBytes_, left)
                                       : std::min(left, 4 * rowsPerBlock(rowBytes_, left)));
     const int first = blockEnd_;
-    blockEnd_ += static_cast<int>(rows);
-    const std::size_t bytes =
-        hasColors ? readColors(image_->ScanLine(blockEnd_ - 1), rows)
-                  : file_.readRows(image_->ScanLine(first), -static_cast<std::ptrdiff_t>(image_->GetPitch()),
-                                   rowBytes_, rows);
-    wholeRows_ = first + static_cast<int>(bytes / rowBytes_);
+    blockEnd_ += dib::asInt(rows);
+    const std::size_t bytes = hasColors ? readColors(image_->ScanLine(blockEnd_ - 1), rows)
+                                        : file_.readRows(image_->ScanLine(first),
+                                                         -dib::asOffset(image_->GetPitch()), rowBytes_, rows);
+    wholeRows_ = first + dib::asInt(bytes / rowBytes_);
     partBytes_ = bytes % rowBytes_;
 }
 

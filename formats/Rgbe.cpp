@@ -12,6 +12,7 @@
 #include "dib/Bytes.h"
 #include "dib/File.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/HeaderText.h"
 
 using formats::ByteReader;
@@ -134,7 +135,7 @@ RgbeError readRgbeHeader(ByteReader& source, int& width, int& height, rgbe_heade
 namespace {
 
 // No pixel of a negative number.
-std::size_t countOf(int number) { return static_cast<std::size_t>(std::max(number, 0)); }
+std::size_t countOf(int number) { return dib::asSize(std::max(number, 0)); }
 
 // Flat pixels, a block at a time.
 

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 
 namespace formats {
@@ -41,7 +42,7 @@ RgbeError readRgbePackets(Source& source, const unsigned char* start, std::size_
         for (std::size_t left = width; left > 0;) {
             const int header = source.byte();
             if (header < 0) return RgbeError::kRead;
-            const auto count = static_cast<std::size_t>(header > 128 ? header - 128 : header);
+            const auto count = dib::asSize(header > 128 ? header - 128 : header);
             if (count == 0 || count > left) return RgbeError::kPackets;
             if (header > 128) {
                 const int value = source.byte();

@@ -11,6 +11,7 @@
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
 #include "formats/Formats.h"
@@ -57,7 +58,7 @@ bool readRawPixels(ByteReader& file, NewImage& image, const TgaHeader& header) {
     if (header.height < 1) return true;
     const std::size_t pitch = image->GetPitch();
     const std::size_t bytes =
-        file.readRows(image->Buffer, static_cast<std::ptrdiff_t>(pitch), header.rowBytes(), header.rows());
+        file.readRows(image->Buffer, dib::asOffset(pitch), header.rowBytes(), header.rows());
     const std::size_t whole = bytes / header.rowBytes();
     image.read(image->Buffer, whole);
     if (whole == header.rows()) return true;
@@ -88,7 +89,7 @@ bool readExpanded(ByteReader& file, NewImage& image, const TgaHeader& header) {
     for (int row = 0; row < header.height; ++row) {
         const unsigned char* indices = file.take(header.rowBytes());
         if (indices == nullptr) return fail(image, DIB_ERROR_READ);
-        unsigned char* out = image->Buffer + static_cast<std::size_t>(row) * image->GetPitch();
+        unsigned char* out = image->Buffer + dib::asSize(row) * image->GetPitch();
         for (int x = 0; x < header.width; ++x) std::memcpy(out + 4 * x, &table[indices[x]], sizeof(DibBGRA));
         image.read(out);
     }
@@ -142,7 +143,7 @@ bool readPackets(ByteReader& file, NewImage& image, const TgaHeader& header) {
 // The shortest packing: a count byte and a pixel for 128 pixels.
 std::uint64_t fewestPacketBytes(const TgaHeader& header) {
     const std::uint64_t pixels = header.columns() * header.rows();
-    return (pixels + 127) / 128 * (1 + static_cast<unsigned>(header.bitCount) / 8);
+    return (pixels + 127) / 128 * (1 + dib::asUnsigned(header.bitCount) / 8);
 }
 
 bool readRunLengthMapped(ByteReader& file, NewImage& image, const TgaHeader& header) {
@@ -215,7 +216,7 @@ bool writePixels(ByteWriter& file, DibStream& source, DibStream* image, DibProgr
                  void* user) {
     const dib::ImageSize size = dib::admitSize(*source.Header);
     const std::size_t rowBytes = dib::packedBytes(source.Header->biWidth, source.Header->biBitCount);
-    const int height = static_cast<int>(size.rows);
+    const int height = dib::asInt(size.rows);
     if (callback == nullptr) {
         const unsigned char* bottom = source.ScanLine(height - 1);
         const std::ptrdiff_t up = height > 1 ? source.ScanLine(height - 2) - bottom : 0;
@@ -256,7 +257,7 @@ bool writeClassicTga(ByteWriter& file, DibStream* image, DibProgressCallback cal
     }
     const TgaHeader header = headerOf(*source.Header);
     file.bytes(header.bytes().data(), TgaHeader::kBytes);
-    const auto entries = static_cast<std::uint16_t>(header.mapEntries);
+    const auto entries = dib::wordOf(header.mapEntries);
     if (!writeMap(file, dib::colorTable(image->Header), entries)) return fail(image, DIB_ERROR_MEMORY);
     return writePixels(file, source, image, callback, user);
 }

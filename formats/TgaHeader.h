@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Numbers.h"
+
 namespace formats {
 
 enum TgaImageType : unsigned {
@@ -38,11 +40,11 @@ struct TgaHeader {
     bool hasMap() const { return colorMapType != 0; }
     bool isRightToLeft() const { return (descriptor & 0x10) != 0; }
     bool topRowFirst() const { return (descriptor & 0x20) != 0; }
-    std::size_t rowBytes() const { return columns() * static_cast<std::size_t>(bitCount) / 8; }
+    std::size_t rowBytes() const { return columns() * dib::asSize(bitCount) / 8; }
     // Sizes that are not negative, as numbers of things.
-    std::size_t columns() const { return static_cast<std::size_t>(width); }
-    std::size_t rows() const { return static_cast<std::size_t>(height); }
-    std::size_t entries() const { return static_cast<std::size_t>(mapEntries); }
+    std::size_t columns() const { return dib::asSize(width); }
+    std::size_t rows() const { return dib::asSize(height); }
+    std::size_t entries() const { return dib::asSize(mapEntries); }
 
     static TgaHeader parse(const unsigned char* bytes);
     std::array<unsigned char, kBytes> bytes() const;

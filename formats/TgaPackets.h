@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 
 namespace formats {
@@ -52,7 +53,7 @@ private:
         if (packet < 0) return false;
         isRun_ = (packet & 0x80) != 0;
         if (isRun_ && !file_.read(pixel_, kPixelBytes)) return false;
-        left_ = (static_cast<std::size_t>(packet & 0x7F) + 1) * kPixelBytes;
+        left_ = (dib::asSize(packet & 0x7F) + 1) * kPixelBytes;
         return true;
     }
 

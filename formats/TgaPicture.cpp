@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/Tga.h"
 
 namespace formats {
@@ -33,9 +34,9 @@ private:
         unsigned char bytes[TgaHeader::kBytes];
         if (!file_.read(bytes, sizeof bytes)) return refuse(result_, DIB_ERROR_READ, "%s", kShortHeader);
         header_ = TgaHeader::parse(bytes);
-        picture_.width = static_cast<std::uint16_t>(header_.width);
-        picture_.height = static_cast<std::uint16_t>(header_.height);
-        picture_.pixelBytes = (static_cast<std::size_t>(header_.bitCount) + 7) / 8;
+        picture_.width = dib::wordOf(header_.width);
+        picture_.height = dib::wordOf(header_.height);
+        picture_.pixelBytes = (dib::asSize(header_.bitCount) + 7) / 8;
         return true;
     }
 
@@ -57,7 +58,7 @@ private:
             case kGrey:
             case kRunLengthGrey:
                 picture_.isGrey = true;
-                // Black and white has eight pixels a byte, which nobody packs or mirrors.
+                // Black-and-white files have eight pixels a byte and are neither packed nor mirrored.
                 if (bits == 1)
                     return (!picture_.isPacked && !header_.isRightToLeft()) ||
                            refuseKind("packed or mirrored pixels");
@@ -80,7 +81,7 @@ private:
         const bool isUseful = type == AlphaType::kUseful || type == AlphaType::kPremultiplied;
         picture_.hasAlpha = mayHaveAlpha && (isUseful || (bits > 0 && type != AlphaType::kIgnored));
         picture_.isPremultiplied = type == AlphaType::kPremultiplied;
-        return file_.seek(static_cast<std::int64_t>(TgaHeader::kBytes + header_.idBytes));
+        return file_.seek(dib::asOffset(TgaHeader::kBytes + header_.idBytes));
     }
 
     AlphaType readFooter() {
@@ -104,7 +105,7 @@ private:
         if (!header_.hasMap()) return true;
         const std::size_t bits = header_.mapEntryBits;
         const std::size_t entryBytes = (bits + 7) / 8;
-        const std::size_t entries = static_cast<std::uint16_t>(header_.mapEntries);
+        const std::size_t entries = dib::wordOf(header_.mapEntries);
         if (!picture_.isMapped) {
             file_.skip(entries * entryBytes);
             return true;
@@ -145,7 +146,7 @@ private:
         return isUsed(255) && (isUsed(0) || options_.alpha == DIB_ALPHA_STORED);
     }
     std::ptrdiff_t first() const { return std::min<std::ptrdiff_t>(header_.mapFirst, last()); }
-    std::ptrdiff_t last() const { return static_cast<std::ptrdiff_t>(picture_.entries); }
+    std::ptrdiff_t last() const { return dib::asOffset(picture_.entries); }
 
     bool chooseDepth() {
         const auto choose = [&](int bitCount, TgaChange change) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 
+#include "dib/Numbers.h"
 #include "formats/ChannelMasks.h"
 #include "formats/TgaHeader.h"
 #include "formats/door/Request.h"
@@ -35,7 +36,7 @@ struct TgaPicture {
     std::size_t entries = 0;
 
     std::size_t rowBytes() const {
-        const auto pixels = static_cast<std::size_t>(width);
+        const auto pixels = dib::asSize(width);
         return header.bitCount == 1 ? (pixels + 7) / 8 : pixels * pixelBytes;
     }
     bool dividesByAlpha() const { return isPremultiplied && hasAlpha && bitCount == 32; }

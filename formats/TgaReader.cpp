@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
 #include "formats/Tga.h"
@@ -75,7 +77,7 @@ private:
     }
 
     bool refuseShort() { return refuse(request_.result, DIB_ERROR_READ, "%s", kShortPixels); }
-    std::size_t rows() const { return static_cast<std::size_t>(picture_.height); }
+    std::size_t rows() const { return dib::asSize(picture_.height); }
 
     bool readBlocks() {
         const std::size_t pitch = image_->GetPitch();
@@ -86,10 +88,9 @@ private:
         for (std::size_t y = 0; y < rows(); y += step) {
             unsigned char* first = image_->Buffer + y * pitch;
             const std::size_t count = std::min(step, rows() - y);
-            const std::size_t bytes =
-                file_.readRows(first, static_cast<std::ptrdiff_t>(pitch), picture_.rowBytes(), count);
+            const std::size_t bytes = file_.readRows(first, dib::asOffset(pitch), picture_.rowBytes(), count);
             const std::size_t whole = bytes / picture_.rowBytes();
-            if (isOpaque) makeOpaque(first, whole * static_cast<std::size_t>(picture_.width));
+            if (isOpaque) makeOpaque(first, whole * dib::asSize(picture_.width));
             if (whole > 0 && !image_.read(first, whole)) return false;
             if (whole == count) continue;
             image_.readPart(first + whole * pitch, bytes % picture_.rowBytes());
@@ -105,7 +106,7 @@ private:
         if (buffer == nullptr) return refuse(request_.result, DIB_ERROR_MEMORY, "there is not enough memory");
         PacketReader<kPixelBytes> packets(file_);
         const std::size_t bytes = picture_.rowBytes();
-        const auto width = static_cast<std::size_t>(picture_.width);
+        const auto width = dib::asSize(picture_.width);
         unsigned char* out = image_->Buffer;
         for (std::size_t y = 0; y < rows(); ++y, out += image_->GetPitch()) {
             unsigned char* row = isInPlace ? out : buffer.get();
@@ -152,8 +153,7 @@ private:
         for (std::size_t i = 0; i < 4 * width; i += 4) {
             const unsigned alpha = row[i + 3];
             for (std::size_t channel = i; alpha != 0 && channel < i + 3; ++channel)
-                row[channel] =
-                    static_cast<unsigned char>(std::min(255U, (row[channel] * 255U + alpha / 2) / alpha));
+                row[channel] = dib::byteOf(std::min(255U, (row[channel] * 255U + alpha / 2) / alpha));
         }
     }
 
@@ -166,8 +166,8 @@ private:
 
 std::uint64_t fewestBytes(const TgaPicture& picture) {
     const std::uint64_t pixels =
-        static_cast<std::uint64_t>(picture.width) * static_cast<unsigned>(picture.height);
-    if (!picture.isPacked) return std::uint64_t{picture.rowBytes()} * static_cast<unsigned>(picture.height);
+        std::uint64_t{dib::asUnsigned(picture.width)} * dib::asUnsigned(picture.height);
+    if (!picture.isPacked) return std::uint64_t{picture.rowBytes()} * dib::asUnsigned(picture.height);
     return (pixels + kMostPixels - 1) / kMostPixels * (1 + picture.pixelBytes);
 }
 
@@ -195,7 +195,7 @@ bool probeTga(ProbeRequest& request) {
     info.hasAlpha = picture.bitCount == 32 && (picture.hasAlpha || picture.change == TgaChange::kLookUp);
     info.isTopDown = picture.header.topRowFirst();
     const int greys = picture.bitCount <= 8 ? 1 << picture.bitCount : 0;
-    info.paletteSize = picture.isMapped && greys > 0 ? static_cast<int>(picture.entries) : greys;
+    info.paletteSize = picture.isMapped && greys > 0 ? dib::asInt(picture.entries) : greys;
     nameCompression(info, picture.isPacked ? "rle" : "none");
     return true;
 }
@@ -210,8 +210,7 @@ bool readTga(ReadRequest& request) {
     if (picture.isMapped && picture.bitCount == 8) {
         for (DibBGRA& color : picture.map) color.alpha = 0;
         std::memcpy(dib::colorTable(image->Header), picture.map.data(), sizeof picture.map);
-        image->Header->biClrUsed = image->Header->biClrImportant =
-            static_cast<std::uint32_t>(picture.entries);
+        image->Header->biClrUsed = image->Header->biClrImportant = dib::dwordOf(picture.entries);
     }
     noteChanges(picture, request.result);
     return RowsReader(request, picture, image).read();

@@ -5,6 +5,7 @@
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "dib/Raster.h"
 #include "dib/RowConverter.h"
 #include "formats/Rows.h"
@@ -29,7 +30,7 @@ public:
           progress_(request.progress) {
         dib::viewRows(image_, raster_);
         const BITMAPINFOHEADER& info = *image_.Header;
-        pixelBytes_ = static_cast<std::size_t>(storedBits(info.biBitCount)) / 8;
+        pixelBytes_ = dib::asSize(storedBits(info.biBitCount)) / 8;
         isGrey_ = info.biBitCount == 8 && dib::IndexColors(info).isGreyRamp;
         if (info.biBitCount <= 8 && !isGrey_)
             entries_ = std::min(dib::announcedEntries(info), dib::addressableEntries(info.biBitCount));
@@ -67,7 +68,7 @@ private:
         header.imageType = packedBytes_ > 0 ? type | kRunLength : type;
         header.width = static_cast<std::int16_t>(raster_.width);
         header.height = static_cast<std::int16_t>(raster_.height);
-        header.bitCount = static_cast<int>(8 * pixelBytes_);
+        header.bitCount = dib::asInt(8 * pixelBytes_);
         header.descriptor = header.bitCount == 32 ? 8 : 0;  // bits of alpha
         if (entries_ > 0) {
             header.colorMapType = 1;
@@ -79,7 +80,7 @@ private:
 
     // Row y from the bottom as it is stored.
     const unsigned char* storedRow(std::size_t y) {
-        const unsigned char* row = raster_.row(static_cast<std::ptrdiff_t>(height() - 1 - y));
+        const unsigned char* row = raster_.row(dib::asOffset(height() - 1 - y));
         const unsigned bits = image_.Header->biBitCount;
         if (bits >= 8) return row;
         const std::size_t perByte = 8 / bits;

@@ -2,6 +2,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
@@ -24,13 +25,13 @@ std::array<unsigned char, kBytes> readFields(ByteReader& file) {
 void readLookup(ByteReader& file, int table, TimLayout& layout, TimColors& colors) {
     const std::int64_t start = file.position();
     const TimBlock block = TimBlock::read(file);
-    layout.firstColor = start + static_cast<std::int64_t>(TimBlock::kBytes);
+    layout.firstColor = start + dib::asOffset(TimBlock::kBytes);
     layout.colors = std::size_t{block.width} * block.height;
-    const std::size_t first = static_cast<std::size_t>(table) * layout.tableColors();
+    const std::size_t first = dib::asSize(table) * layout.tableColors();
     const std::size_t count = first < layout.colors ? std::min(layout.colors - first, kMostTimColors) : 0;
     if (first > 0) file.skip(2 * first);
     for (std::size_t i = 0; i < count; ++i)
-        colors[i] = static_cast<std::uint16_t>(dib::readLe16(readFields<2>(file).data()));
+        colors[i] = dib::wordOf(dib::readLe16(readFields<2>(file).data()));
     file.seek(start + std::int64_t{block.length});
 }
 
@@ -40,8 +41,7 @@ template <unsigned kKept>
 DIB_ALWAYS_INLINE void swapColors(std::uint16_t* words, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         const unsigned word = words[i];
-        words[i] =
-            static_cast<std::uint16_t>((word >> 10 & 31) | (word & (0x3E0 | kKept)) | (word & 31) << 10);
+        words[i] = dib::wordOf((word >> 10 & 31) | (word & (0x3E0 | kKept)) | (word & 31) << 10);
     }
 }
 
@@ -103,7 +103,7 @@ DibBGRA timColorWithAlpha(unsigned word) {
     DibBGRA color = timColor(word, kWideTim);
     const bool isBlack = (word & ~kSpecialBit) == 0;
     const bool isSpecial = (word & kSpecialBit) != 0;
-    // Black and the others read the special bit in opposite ways.
+    // The special bit makes black opaque, and other colours half transparent.
     color.alpha = isBlack == isSpecial ? 255 : isBlack ? 0 : kHalf;
     return color;
 }

@@ -12,7 +12,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 
 namespace formats {
@@ -53,9 +55,9 @@ struct TimBlock {
 
     // The size of the words that follow.
     void setSize(std::size_t words, std::size_t rows) {
-        length = static_cast<std::uint32_t>(kBytes + 2 * words * rows);
-        width = static_cast<unsigned>(words);
-        height = static_cast<unsigned>(rows);
+        length = dib::dwordOf(kBytes + 2 * words * rows);
+        width = dib::dwordOf(words);
+        height = dib::dwordOf(rows);
     }
     static TimBlock read(ByteReader& file);
     std::array<unsigned char, kBytes> bytes() const;
@@ -70,8 +72,8 @@ struct TimLayout {
     TimBlock pixels;
     std::int64_t pixelStart = 0;
 
-    int width() const { return static_cast<int>(pixels.width) * 16 / bitCount; }
-    int height() const { return static_cast<int>(pixels.height); }
+    int width() const { return dib::asInt(pixels.width) * 16 / bitCount; }
+    int height() const { return dib::asInt(pixels.height); }
     std::size_t rowBytes() const { return std::size_t{pixels.width} * 2; }
     std::size_t tableColors() const { return dib::addressableEntries(bitCount); }
     // How many tables the pixels can be shown with.
@@ -79,7 +81,7 @@ struct TimLayout {
         return tableColors() > 0 ? std::max<std::size_t>(colors / tableColors(), 1) : 1;
     }
     // Everything before the pixels.
-    std::size_t headBytes() const { return static_cast<std::size_t>(pixelStart); }
+    std::size_t headBytes() const { return dib::asSize(pixelStart); }
     // Whether the words of colours say what is transparent.
     bool mayHaveAlpha() const { return bitCount == 16 || (bitCount <= 8 && hasLookup); }
 };

@@ -5,6 +5,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/CodecFrame.h"
 #include "formats/NewImage.h"
 #include "formats/Tim.h"
@@ -26,7 +27,7 @@ public:
     TimReader(ByteReader& file, const TimDialect& dialect, int table, bool showsAlpha, NewImage& picture)
         : file_(file), dialect_(dialect), table_(table), showsAlpha_(showsAlpha), picture_(picture) {}
 
-    // A null result is that of the classic loader.
+    // The classic loader passes no result.
     bool read(DibFileResult* result) {
         const DibErrorCode code = readTimLayout(file_, dialect_, table_, layout_, words_);
         if (code != DIB_OK) return fail(picture_, code);
@@ -51,11 +52,10 @@ private:
     bool keepFrame(DibBytes& frame) {
         const std::int64_t size = file_.size();
         const std::int64_t start = layout_.pixelStart;
-        const std::int64_t end =
-            start + static_cast<std::int64_t>(layout_.rowBytes() * layout_.pixels.height);
+        const std::int64_t end = start + dib::asOffset(layout_.rowBytes() * layout_.pixels.height);
         if (size < start) return true;
-        const auto head = static_cast<std::size_t>(start);
-        const auto tail = static_cast<std::size_t>(std::max<std::int64_t>(size - end, 0));
+        const auto head = dib::asSize(start);
+        const auto tail = dib::asSize(std::max<std::int64_t>(size - end, 0));
         frame.data = dib::allocateArray<unsigned char>(head + tail).release();
         if (frame.data == nullptr) return false;
         frame.size = head + tail;
@@ -97,8 +97,8 @@ private:
             if (!file_.read(stored.get(), rowBytes)) return fail(picture_, DIB_ERROR_READ);
             unsigned char* row = picture_->ScanLine(y);
             for (int x = 0; x < layout_.width(); ++x) {
-                const DibBGRA color = timColorWithAlpha(wordAt(stored.get(), static_cast<std::size_t>(x)));
-                std::memcpy(row + std::size_t{4} * static_cast<std::size_t>(x), &color, sizeof color);
+                const DibBGRA color = timColorWithAlpha(wordAt(stored.get(), dib::asSize(x)));
+                std::memcpy(row + std::size_t{4} * dib::asSize(x), &color, sizeof color);
             }
             if (!picture_.read(row)) return false;
         }
@@ -135,8 +135,8 @@ bool probeTim(ProbeRequest& request) {
     request.info.storedBits = layout.bitCount;
     request.info.hasAlpha = wantsAlpha(request.options) && layout.mayHaveAlpha();
     request.info.bitCount = request.info.hasAlpha ? 32 : layout.bitCount;
-    request.info.paletteSize = static_cast<int>(dib::addressableEntries(request.info.bitCount));
-    request.info.pages = static_cast<int>(layout.tables());
+    request.info.paletteSize = dib::asInt(dib::addressableEntries(request.info.bitCount));
+    request.info.pages = dib::asInt(layout.tables());
     nameCompression(request.info, "none");
     return isPossible(layout);
 }

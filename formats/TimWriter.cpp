@@ -5,6 +5,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "dib/PixelReader.h"
 #include "dib/Raster.h"
 #include "dib/RowConverter.h"
@@ -39,7 +40,7 @@ public:
         if (bytes == nullptr || bytes->size == 0) return;
         ByteReader file(bytes->data, bytes->size);
         const bool isRead = readTimLayout(file, kWideTim, 0, layout_, words_) == DIB_OK &&
-                            layout_.pixelStart <= static_cast<std::int64_t>(bytes->size);
+                            layout_.pixelStart <= dib::asOffset(bytes->size);
         if (!isRead) return;
         const int bits = image.biBitCount;
         const bool isSame = bits == layout_.bitCount || (bits == 32 && layout_.bitCount >= 16);
@@ -89,7 +90,7 @@ private:
     void forEachWord(unsigned char* head, std::size_t table, const Use& use) const {
         const std::size_t before = layout_.tableColors() * table;
         const std::size_t count = std::min(layout_.tableColors(), layout_.colors - before);
-        const std::size_t first = static_cast<std::size_t>(layout_.firstColor) + 2 * before;
+        const std::size_t first = dib::asSize(layout_.firstColor) + 2 * before;
         const std::size_t end = layout_.headBytes() - TimBlock::kBytes;
         for (std::size_t i = 0; i < count && first + 2 * i + 2 <= end; ++i) use(i, head + first + 2 * i);
     }
@@ -297,7 +298,7 @@ bool findTimLosses(LossRequest& request) {
     const TimFrame frame(frameOf(request.options), header);
     const std::size_t columns = dib::columnsOf(header);
     const std::size_t rows = dib::rowsOf(header);
-    const auto bitCount = static_cast<std::size_t>(fileBits(header, frame));
+    const auto bitCount = dib::asSize(fileBits(header, frame));
     const std::size_t words = wordsOf(columns, bitCount);
     if (words > kMostTimWords || rows > kMostTimWords) {
         return refuse(request.result, DIB_ERROR_MISMATCH, "TIM files hold at most %zux%zu pixels of %zu bits",

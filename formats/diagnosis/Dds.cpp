@@ -1,4 +1,5 @@
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/diagnosis/DdsHeader.h"
 
 #include <cctype>
@@ -99,9 +100,9 @@ void useMasks(const RefusedFile& file, std::uint32_t flags, DdsHeader& header) {
     if (!isKnown || !hasMasks || (flags & (kIsAlpha | kRgb | kLuminance)) == 0) return;
     const bool isGrey = (flags & kLuminance) != 0 ||
                         ((flags & kRgb) != 0 && red != 0 && red == file.le32(96) && red == file.le32(100));
-    use(plain(static_cast<int>(bits), alpha != 0 ? Shows::kColorsAndAlpha
-                                      : isGrey   ? Shows::kGrey
-                                                 : Shows::kColors),
+    use(plain(dib::asInt(bits), alpha != 0 ? Shows::kColorsAndAlpha
+                                : isGrey   ? Shows::kGrey
+                                           : Shows::kColors),
         header);
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 #include "formats/diagnosis/ExrHeader.h"
 
@@ -12,7 +13,7 @@ namespace {
 std::string textAt(const RefusedFile& file, std::int64_t& at) {
     std::string text = file.text(at, 256);
     text.resize(std::min(text.find('\0'), text.size()));
-    at += static_cast<std::int64_t>(text.size()) + 1;
+    at += dib::asOffset(text.size()) + 1;
     return text;
 }
 

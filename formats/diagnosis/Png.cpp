@@ -1,4 +1,5 @@
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 
 #include <cstdint>
@@ -21,9 +22,9 @@ std::uint32_t checksum(const std::string& bytes) {
 Problem chunkProblem(const RefusedFile& file, std::int64_t at) {
     const std::string name = file.text(at + 4, 4);
     const std::int64_t length = file.be32(at);
-    if (file.size() - at < static_cast<std::int64_t>(kChunkFrame) + length)
+    if (file.size() - at < dib::asOffset(kChunkFrame) + length)
         return cutShort("the file ends inside its chunk " + quoted(name));
-    if (checksum(file.text(at + 4, static_cast<std::size_t>(length) + 4)) != file.be32(at + 8 + length))
+    if (checksum(file.text(at + 4, dib::asSize(length) + 4)) != file.be32(at + 8 + length))
         return damaged("the checksum of the chunk " + quoted(name) + " is wrong");
     return {};
 }

@@ -4,12 +4,13 @@
 #include <cstdlib>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace formats {
 
 std::string RefusedFile::text(std::int64_t at, std::size_t count) const {
     if (at < 0 || at >= size_ || !file_.seek(at)) return {};
-    std::string bytes(std::min(count, static_cast<std::size_t>(size_ - at)), '\0');
+    std::string bytes(std::min(count, dib::asSize(size_ - at)), '\0');
     bytes.resize(file_.copy(bytes.data(), bytes.size()));
     return bytes;
 }
@@ -37,7 +38,7 @@ std::string RefusedFile::line(std::int64_t& at) const {
     constexpr std::size_t kLongest = 127;
     std::string line = text(at, kLongest);
     const std::size_t end = line.find('\n');
-    at += static_cast<std::int64_t>(end == std::string::npos ? line.size() : end + 1);
+    at += dib::asOffset(end == std::string::npos ? line.size() : end + 1);
     return line.substr(0, end);
 }
 

@@ -1,3 +1,4 @@
+#include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 
 namespace formats {
@@ -55,7 +56,7 @@ private:
         std::uint64_t value = 0;
         for (std::int64_t i = 0; i < bytes; ++i)
             value = value << 8 | file_.byte(at + (isLittle ? bytes - 1 - i : i));
-        return static_cast<std::int64_t>(value & INT64_MAX);
+        return dib::asOffset(value & INT64_MAX);
     }
 
     const RefusedFile& file_;

@@ -9,6 +9,7 @@
 
 #include "dib/ImageSize.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "formats/Formats.h"
 #include "formats/door/Alpha.h"
 #include "formats/door/DecoderPath.h"
@@ -94,10 +95,11 @@ using Count = unsigned long long;
 
 // A refusal names the limit, the need and the setting.
 bool isWithinLimits(const DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) {
-    const Count pixels = Count{static_cast<unsigned>(info.width)} * static_cast<unsigned>(info.height);
-    const Count rowBytes =
-        (Count{static_cast<unsigned>(info.width)} * static_cast<unsigned>(info.bitCount) + 31) / 32 * 4;
-    const Count bytes = rowBytes * static_cast<unsigned>(info.height);
+    const Count columns = dib::asUnsigned(info.width);
+    const Count rows = dib::asUnsigned(info.height);
+    const Count pixels = columns * rows;
+    const Count rowBytes = (columns * dib::asUnsigned(info.bitCount) + 31) / 32 * 4;
+    const Count bytes = rowBytes * rows;
     const auto refuseFor = [&](const char* what, Count need, Count limit, const char* setting) {
         return refuse(result, DIB_ERROR_MISMATCH,
                       "the picture of %dx%d pixels needs %llu %s; the limit is %llu (%s)", info.width,
@@ -106,7 +108,7 @@ bool isWithinLimits(const DibFileInfo& info, const DibLoadOptions& options, DibF
     if (pixels > options.mostPixels) return refuseFor("pixels", pixels, options.mostPixels, "mostPixels");
     if (bytes > options.mostBytes) return refuseFor("bytes", bytes, options.mostBytes, "mostBytes");
     if (info.layers > options.mostLayers) {
-        return refuseFor("layers", static_cast<Count>(info.layers), static_cast<Count>(options.mostLayers),
+        return refuseFor("layers", dib::asUnsigned(info.layers), dib::asUnsigned(options.mostLayers),
                          "mostLayers");
     }
     return true;
@@ -153,7 +155,7 @@ bool findLayer(Source& source, const FileFormat& format, DibLoadOptions& options
                      [&](const DibLayer& layer) { return std::strcmp(layer.name, options.layerName) == 0; });
     if (found == end)
         return refuse(result, DIB_ERROR_MISMATCH, "the file has no layer \"%.100s\"", options.layerName);
-    options.layer = static_cast<int>(found - layers.items);
+    options.layer = dib::asInt(found - layers.items);
     return true;
 }
 
@@ -201,7 +203,7 @@ bool judgeDamage(const FileFormat& format, Source& source, ReadRequest& request)
         if (request.keepsDamaged()) append(result, ": no row could be read");
         return false;
     }
-    const auto rows = static_cast<std::size_t>(dib::rowCount(request.image->Header->biHeight));
+    const auto rows = dib::asSize(dib::rowCount(request.image->Header->biHeight));
     if (request.keepsDamaged()) {
         note(result, DIB_NOTE_WARNING, "%.70s: %zu of %zu rows were read", result.reason, done, rows);
         result.reason[0] = '\0';
@@ -240,7 +242,7 @@ bool load(Source& source, DibStream& image, DibLoadOptions& options, DibFileResu
     if (!isKnown) {
         info = {.format = info.format,
                 .width = loaded.Header->biWidth,
-                .height = static_cast<int>(dib::rowCount(loaded.Header->biHeight)),
+                .height = dib::asInt(dib::rowCount(loaded.Header->biHeight)),
                 .bitCount = loaded.Header->biBitCount};
         if (!isWithinLimits(info, options, result)) return false;
     }

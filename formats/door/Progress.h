@@ -8,6 +8,8 @@
 #include <concepts>
 #include <cstddef>
 
+#include "dib/Numbers.h"
+
 namespace formats {
 
 class Progress {
@@ -26,7 +28,7 @@ public:
     // The same when `done` of `total` rows are done, which it remembers. Decoding ends below 1: the frame
     // reports that the call is done.
     bool rows(std::integral auto done, std::integral auto total) {
-        countRows(static_cast<std::size_t>(done));
+        countRows(dib::asSize(done));
         if (callback_ == nullptr) return true;
         return report(0.99 * static_cast<double>(done) / std::max(static_cast<double>(total), 1.0));
     }

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "dib/Bytes.h"
+
 namespace formats {
 
 namespace {
@@ -40,10 +42,10 @@ void Deflater::feed(const unsigned char* from, std::size_t bytes, bool isLast) {
     isLast_ = isLast;
     if (isSmall_) {
         small_.next_in = const_cast<unsigned char*>(from);
-        small_.avail_in = static_cast<unsigned>(bytes);
+        small_.avail_in = dib::dwordOf(bytes);
     } else {
         fast_[0].stream.next_in = const_cast<unsigned char*>(from);
-        fast_[0].stream.avail_in = static_cast<std::uint32_t>(bytes);
+        fast_[0].stream.avail_in = dib::dwordOf(bytes);
         fast_[0].stream.end_of_stream = isLast ? 1 : 0;
     }
 }
@@ -55,14 +57,14 @@ std::size_t Deflater::pack(unsigned char* to, std::size_t room) {
 std::size_t Deflater::packFast(unsigned char* to, std::size_t room) {
     isal_zstream& stream = fast_[0].stream;
     stream.next_out = to;
-    stream.avail_out = static_cast<std::uint32_t>(room);
+    stream.avail_out = dib::dwordOf(room);
     isal_deflate(&stream);
     return room - stream.avail_out;
 }
 
 std::size_t Deflater::packSmall(unsigned char* to, std::size_t room) {
     small_.next_out = to;
-    small_.avail_out = static_cast<unsigned>(room);
+    small_.avail_out = dib::dwordOf(room);
     deflate(&small_, isLast_ ? Z_FINISH : Z_NO_FLUSH);
     return room - small_.avail_out;
 }

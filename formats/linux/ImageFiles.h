@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 #include "formats/ByteWriter.h"
 #include "formats/PlatformImages.h"
@@ -15,14 +16,14 @@ namespace formats {
 
 // Where classic loads and those of the door differ.
 struct Dialect {
-    bool keepsIndices;      // pixels of 1, 2 and 4 bits stay ones of 1 or 4 with their palette, else become 8
-    bool keepsOpaqueTable;  // a palette whose colours are all opaque stays one, else becomes 32 bits
-    bool turnsRows;         // by the tag of a TIFF file; else the door does
-    bool readsMetadata;     // resolution, orientation, profile and EXIF block
-    bool showsFloatsAsTheyAre;  // 0 to 1 as 0 to 255; else light that screens show raised
-    bool keepsInkBits;          // until inks of more than 8 bits are colours; else they become 8 first
+    bool keepsIndices;  // pixels of 1, 2 and 4 bits keep 1 or 4 bits and their palette; else they become 8
+    bool keepsOpaqueTable;      // a palette whose colours are all opaque stays one, else becomes 32 bits
+    bool turnsRows;             // by the tag of a TIFF file; else the door does
+    bool readsMetadata;         // resolution, orientation, profile and EXIF block
+    bool showsFloatsAsTheyAre;  // 0 to 1 become 0 to 255 in proportion; else by a light curve
+    bool keepsInkBits;          // wide inks keep their bits until they are colours; else 8
     bool unpacksJpeg;  // JPEG pieces of TIFF files come as rows; else the library converts the picture
-    bool refusesBrokenPixels;  // by codes that mean nothing in JPEG data, else they are shown as they come
+    bool refusesBrokenPixels;  // invalid codes in JPEG data are damage; else they are shown as decoded
 };
 constexpr Dialect kClassic = {.keepsIndices = false,
                               .keepsOpaqueTable = false,
@@ -53,7 +54,7 @@ struct DecoderOptions {
     int atLeastWidth = 0;           // DibLoadOptions: 0 and 0 decode the full size
     int atLeastHeight = 0;
     bool isTurned = false;         // the size is that after the door has turned the picture
-    Progress* progress = nullptr;  // of steps that take long before the first row
+    Progress* progress = nullptr;  // reports long steps before the first row
 };
 
 class FileDecoder : public BitmapDecoder {
@@ -92,9 +93,7 @@ struct RgbaPicture {
     int width;
     int height;
 
-    const unsigned char* row(int y) const {
-        return pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width) * 4;
-    }
+    const unsigned char* row(int y) const { return pixels + dib::asSize(y) * dib::asSize(width) * 4; }
 };
 
 // False when the picture cannot be encoded.

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "dib/Bytes.h"
 #include "dib/Memory.h"
 
 namespace formats {
@@ -41,13 +42,13 @@ bool Inflater::start() {
 
 void Inflater::feed(const unsigned char* from, std::size_t bytes) {
     stream_->zlib.next_in = const_cast<unsigned char*>(from);
-    stream_->zlib.avail_in = static_cast<unsigned>(bytes);
+    stream_->zlib.avail_in = dib::dwordOf(bytes);
 }
 
 std::size_t Inflater::unpack(unsigned char* to, std::size_t room) {
     constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
     z_stream& zlib = stream_->zlib;
-    const unsigned part = static_cast<unsigned>(room < kMostAtOnce ? room : kMostAtOnce);
+    const unsigned part = dib::dwordOf(room < kMostAtOnce ? room : kMostAtOnce);
     zlib.next_out = to;
     zlib.avail_out = part;
     const int code = inflate(&zlib, Z_NO_FLUSH);

@@ -9,6 +9,7 @@
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/Exif.h"
 #include "formats/door/Orientation.h"
 #include "formats/linux/ImageFiles.h"
@@ -51,7 +52,7 @@ struct ReaderSource {
         return TRUE;
     }
     void skip(j_decompress_ptr jpeg, long bytes) {
-        auto left = static_cast<std::size_t>(std::max(bytes, 0L));
+        auto left = dib::asSize(std::max(bytes, 0L));
         while (left > manager.bytes_in_buffer) {
             left -= manager.bytes_in_buffer;
             fill(jpeg);
@@ -94,8 +95,7 @@ void watch(j_common_ptr codec) {
     Progress* progress = reinterpret_cast<ScanWatch*>(codec->progress)->progress;
     if (progress == nullptr || jpeg->output_scanline > 0 || scans == 0) return;
     // The number of scans that follow is unknown: each takes half of what is left.
-    if (!progress->report(0.8 *
-                          (1 - std::ldexp(1.0, 1 - static_cast<int>(std::min<std::uint64_t>(scans, 50))))))
+    if (!progress->report(0.8 * (1 - std::ldexp(1.0, 1 - dib::asInt(std::min<std::uint64_t>(scans, 50))))))
         reports.jump.leave();
 }
 
@@ -150,8 +150,7 @@ bool JpegDecoder::couldHold(std::uint64_t fileBytes) const {
 }
 
 bool JpegDecoder::readLayout(BitmapLayout& layout) {
-    const std::uint64_t fileBytes =
-        file_.hasKnownEnd() ? static_cast<std::uint64_t>(file_.remaining()) : UINT64_MAX;
+    const std::uint64_t fileBytes = file_.mostRemaining();
     jpeg_.err = reports_.connect();
     const bool read = reports_.jump.run([this] {
         jpeg_create_decompress(&jpeg_);
@@ -201,12 +200,12 @@ std::span<const unsigned char> JpegDecoder::exif() const {
     return {};
 }
 
-// The library sums the coefficients of each block of 8 x 8 samples up to fewer samples.
+// The library can decode each block of 8 x 8 samples to fewer samples.
 void JpegDecoder::chooseScale() {
     DibMetadata metadata;
     if (options_.isTurned) applyExif(exif(), metadata);
-    std::uint64_t columns = static_cast<unsigned>(options_.atLeastWidth);
-    std::uint64_t rows = static_cast<unsigned>(options_.atLeastHeight);
+    std::uint64_t columns = dib::asUnsigned(options_.atLeastWidth);
+    std::uint64_t rows = dib::asUnsigned(options_.atLeastHeight);
     if (exchangesSides(metadata.orientation)) std::swap(columns, rows);
     jpeg_.scale_num = 1;
     jpeg_.scale_denom = columns > 0 || rows > 0 ? 8 : 1;
@@ -266,16 +265,16 @@ bool JpegDecoder::hasScans() const {
     return jpeg_.buffered_image != 0 || jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&jpeg_)) != 0;
 }
 
-// Where the pixels do not show that some are missing, the missing end marker does.
+// In arithmetic and multi-scan files only the missing end marker shows that pixels are missing.
 bool JpegDecoder::isCutShort() const {
     if (reports_.pixelsEnded) return true;
     return reports_.fileEnded && (jpeg_.arith_code != 0 || hasScans());
 }
 
-// Whether the row that was read is one to show, counted from 1.
+// Whether the row that was read, counted from 1, is kept; notes what is wrong with it.
 bool JpegDecoder::isShown(std::size_t row) {
     if (isCutShort()) {
-        // All rows of such a picture have something to show.
+        // Every scan covers the whole picture, so all rows have pixels.
         if (!options_.keepsDamaged || !hasScans()) return false;
         std::snprintf(damage_, sizeof damage_, "the file ends before its last scan does");
     }
@@ -290,7 +289,7 @@ bool JpegDecoder::isShown(std::size_t row) {
     return options_.keepsDamaged;
 }
 
-// Cameras fill scans up, and files that were damaged have codes left, too.
+// Bytes after the last pixel are only a warning: some cameras pad scans.
 bool JpegDecoder::finish(DibFileResult& result) {
     reports_.jump.run([this] { jpeg_finish_decompress(&jpeg_); });
     if (reports_.hasBytesAfter)

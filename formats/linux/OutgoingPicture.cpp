@@ -6,6 +6,7 @@
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
+#include "dib/Numbers.h"
 #include "dib/PixelReader.h"
 #include "formats/ColorOrder.h"
 #include "formats/Exif.h"
@@ -23,7 +24,7 @@ bool haveAllColors(const BITMAPINFOHEADER& header, const IsRight& isRight) {
     const std::array<DibBGRA, 256> colors = dib::readColorTable(header);
     const std::size_t count = dib::addressableEntries(header.biBitCount);
     for (std::size_t i = 0; i < count; ++i) {
-        if (!isRight(colors[i], static_cast<int>(i))) return false;
+        if (!isRight(colors[i], dib::asInt(i))) return false;
     }
     return count > 0;
 }
@@ -87,11 +88,11 @@ OutgoingPicture::OutgoingPicture(const DibStream& image, bool keepsPalette)
     if (kind_ != PixelKind::kPalette) return;
     colors_ = dib::readColorTable(*image.Header);
     const std::size_t most = dib::addressableEntries(raster_.bitCount);
-    colorCount_ = static_cast<int>(std::min(dib::announcedEntries(*image.Header), most));
-    if (colorCount_ < static_cast<int>(most)) colorCount_ = std::max(colorCount_, countColors());
+    colorCount_ = dib::asInt(std::min(dib::announcedEntries(*image.Header), most));
+    if (colorCount_ < dib::asInt(most)) colorCount_ = std::max(colorCount_, countColors());
 }
 
-// The largest index and one.
+// The largest index plus one.
 int OutgoingPicture::countColors() const {
     const int bits = raster_.bitCount;
     const unsigned mask = (1U << bits) - 1;
@@ -103,7 +104,7 @@ int OutgoingPicture::countColors() const {
             largest = std::max(largest, byte >> (8 - bits - x * bits % 8) & mask);
         }
     }
-    return static_cast<int>(largest) + 1;
+    return dib::asInt(largest) + 1;
 }
 
 std::size_t OutgoingPicture::rowBytes() const { return dib::packedBytes(raster_.width, bits() * samples()); }

@@ -8,6 +8,7 @@
 #include <cstddef>
 
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "dib/Raster.h"
 
 namespace formats {
@@ -46,7 +47,7 @@ public:
 
     // The announced colours, and black ones as far as pixels use more.
     int colorCount() const { return colorCount_; }
-    DibBGRA color(int i) const { return colors_[static_cast<std::size_t>(i)]; }
+    DibBGRA color(int i) const { return colors_[dib::asSize(i)]; }
 
 private:
     int countColors() const;

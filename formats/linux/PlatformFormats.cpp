@@ -6,6 +6,7 @@
 #include <new>
 
 #include "dib/ImageSize.h"
+#include "dib/Numbers.h"
 #include "formats/NewImage.h"
 #include "formats/PlatformFormats.h"
 #include "formats/linux/ImageFiles.h"
@@ -54,8 +55,8 @@ bool decode(ReadRequest& request, bool keepsDamaged) {
     return (isRead && !isShortOfMemory && damage == nullptr) || end(request, isShortOfMemory, damage);
 }
 
-// A decoder that refuses damage reads far ahead, or gives a piece of the file as a whole or not at all. One
-// that keeps what it can counts the rows for the reason, unless it takes all for whole.
+// Counts the whole rows of a damaged file, for the reason of the failure: decodes it again by a decoder that
+// keeps what it can, because one that refuses damage reads far ahead and drops whole pieces.
 template <Open open>
 void countRows(ReadRequest& request) {
     const std::size_t before = request.progress.rowsDone();
@@ -97,11 +98,11 @@ bool probe(ProbeRequest& request) {
         request.result.code = codeOfDamage(request.file);
         return false;
     }
-    request.info.width = static_cast<int>(layout.width);
-    request.info.height = static_cast<int>(layout.height);
-    request.info.bitCount = static_cast<int>(std::min<std::size_t>(layout.bitsPerPixel, 32));
+    request.info.width = dib::asInt(layout.width);
+    request.info.height = dib::asInt(layout.height);
+    request.info.bitCount = dib::asInt(std::min<std::size_t>(layout.bitsPerPixel, 32));
     request.info.hasAlpha = layout.bitsPerPixel >= 32;
-    if (layout.bitsPerPixel <= 8) request.info.paletteSize = static_cast<int>(decoder->readColors().count);
+    if (layout.bitsPerPixel <= 8) request.info.paletteSize = dib::asInt(decoder->readColors().count);
     if (!decoder->describe(request.info, request.result)) throw std::bad_alloc();
     return true;
 }

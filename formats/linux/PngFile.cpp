@@ -11,6 +11,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/PngCalls.h"
@@ -130,14 +131,13 @@ bool PngDecoder::hasIndices() const {
 }
 
 std::size_t PngDecoder::bitsPerPixel() const {
-    if (hasIndices()) return depth_ == 2 ? 4 : static_cast<std::size_t>(depth_);
+    if (hasIndices()) return depth_ == 2 ? 4 : dib::asSize(depth_);
     if ((colorType_ & PNG_COLOR_MASK_ALPHA) != 0 || transparent_) return 32;
     return colorType_ == PNG_COLOR_TYPE_RGB ? 24 : 8;
 }
 
 bool PngDecoder::readLayout(BitmapLayout& layout) {
-    const std::uint64_t fileBytes =
-        file_.hasKnownEnd() ? static_cast<std::uint64_t>(file_.remaining()) : UINT64_MAX;
+    const std::uint64_t fileBytes = file_.mostRemaining();
     if (!calls_.jump.run([this] { readHeader(); })) return false;
     calls_.isDamaged = false;
     layout.width = width_;
@@ -147,11 +147,10 @@ bool PngDecoder::readLayout(BitmapLayout& layout) {
     layout.bytesPerRow = (layout.width * layout.bitsPerPixel + 7) / 8;
     rowBytes_ = hasIndices() ? dib::packedBytes(layout.width, depth_) : layout.bytesPerRow;
 
-    // Nothing is unpacked to more than 1032 times its size: what could not be in the file need not be waited
-    // for.
+    // Deflate expands to at most 1032 times the packed size: a file too short for its pixels is refused here.
     constexpr std::uint64_t kMostExpansion = 1032;
     if (options_.keepsDamaged || options_.readsHeadersOnly) return true;
-    if (height_ > INT_MAX || !dib::admitSize(width_, static_cast<int>(height_), 32).admitted) return true;
+    if (height_ > INT_MAX || !dib::admitSize(width_, dib::asInt(height_), 32).admitted) return true;
     const std::uint64_t pixelBits =
         static_cast<std::uint64_t>(depth_) * png_get_channels(png_, info_) * width_ * height_;
     return pixelBits / 8 / kMostExpansion <= fileBytes;
@@ -161,14 +160,14 @@ ColorTriples PngDecoder::readColors() {
     if (options_.dialect.keepsIndices && !transparent_ && colorType_ == PNG_COLOR_TYPE_GRAY) {
         const int levels = 1 << std::min(depth_, 8);
         for (int i = 0; i < levels; ++i) std::fill_n(greys_ + 3 * i, 3, dib::byteOf(i * 255 / (levels - 1)));
-        return {greys_, static_cast<std::size_t>(levels), true};
+        return {greys_, dib::asSize(levels), true};
     }
     png_colorp colors = nullptr;
     int count = 0;
     const bool indexed = colorType_ == PNG_COLOR_TYPE_PALETTE && !transparent_;
     if (!indexed || png_get_PLTE(png_, info_, &colors, &count) == 0) return {};
     static_assert(sizeof(png_color) == 3);
-    return {&colors->red, static_cast<std::size_t>(count), options_.dialect.keepsIndices};
+    return {&colors->red, dib::asSize(count), options_.dialect.keepsIndices};
 }
 
 bool PngDecoder::keepExif(DibMetadata& metadata) {
@@ -185,16 +184,16 @@ bool PngDecoder::applyExifAtEnd(DibMetadata& metadata) {
     constexpr std::int64_t kMostBytes = 1 << 16;
     constexpr std::size_t kFrame = 12;  // length, name and checksum of a chunk
     const std::int64_t size = file_.size();
-    const auto count = static_cast<std::size_t>(std::clamp<std::int64_t>(size, 0, kMostBytes));
+    const auto count = dib::asSize(std::clamp<std::int64_t>(size, 0, kMostBytes));
     const auto bytes = dib::allocateArray<unsigned char>(count + 1);
     if (bytes == nullptr) return false;
-    if (!file_.seek(size - static_cast<std::int64_t>(count)) || !file_.read(bytes.get(), count)) return true;
+    if (!file_.seek(size - dib::asOffset(count)) || !file_.read(bytes.get(), count)) return true;
     const unsigned char* all = bytes.get();
     const unsigned char* last = all + count;
-    // By its second letter, which no search by four letters finds as fast.
+    // Searches for the second letter alone: memchr is faster than comparing four letters everywhere.
     for (const unsigned char* next = all + std::min<std::size_t>(5, count);; ++next) {
         next = static_cast<const unsigned char*>(std::memchr(next, 'X', dib::bytesBetween(next, last)));
-        if (next == nullptr || last - next < static_cast<std::ptrdiff_t>(kFrame) - 5) break;
+        if (next == nullptr || last - next < dib::asOffset(kFrame) - 5) break;
         const std::size_t at = dib::bytesBetween(all, next) - 5;
         if (std::memcmp(all + at + 4, "eXIf", 4) != 0) continue;
         const std::size_t length = dib::readBe32(all + at);
@@ -214,11 +213,11 @@ bool PngDecoder::keepPaletteAlpha(DibMetadata& metadata) {
     int count = 0;
     png_get_tRNS(png_, info_, &alphas, &count, &color);
     if (colorType_ == PNG_COLOR_TYPE_PALETTE)
-        return copyBytes({alphas, static_cast<std::size_t>(count)}, metadata.paletteAlpha);
+        return copyBytes({alphas, dib::asSize(count)}, metadata.paletteAlpha);
     // One grey level is transparent.
     unsigned char levels[256];
     const std::size_t level = color->gray & ((1U << depth_) - 1);
-    std::fill_n(levels, level, static_cast<unsigned char>(255));
+    std::fill_n(levels, level, dib::byteOf(255));
     levels[level] = 0;
     return copyBytes({levels, level + 1}, metadata.paletteAlpha);
 }
@@ -312,7 +311,7 @@ void PngDecoder::readPass(int pass, int passes) {
     for (std::size_t y = 0; y < height_; ++y) {
         passRow_ = y;
         unsigned char* row = rows_.get() + y * rowBytes_;
-        // Damaged pictures show each pixel of a pass as the block that it is for now.
+        // In damaged pictures each pixel of a pass fills its block until later passes refine it.
         if (options_.keepsDamaged) {
             png_read_row(png_, nullptr, row);
         } else {

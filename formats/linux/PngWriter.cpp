@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/Exif.h"
 #include "formats/linux/Deflater.h"
 #include "formats/linux/ImageFiles.h"
@@ -76,13 +77,12 @@ void writePalette(ByteWriter& file, const OutgoingPicture& picture) {
         colors[3 * i + 1] = color.green;
         colors[3 * i + 2] = color.blue;
     }
-    writeChunk(file, "PLTE", colors, static_cast<std::size_t>(picture.colorCount()) * 3);
+    writeChunk(file, "PLTE", colors, dib::asSize(picture.colorCount()) * 3);
 }
 
 // Alpha of the first colours.
 void writeTransparency(ByteWriter& file, const DibBytes& alpha, const OutgoingPicture& picture) {
-    writeChunk(file, "tRNS", alpha.data,
-               std::min(alpha.size, static_cast<std::size_t>(picture.colorCount())));
+    writeChunk(file, "tRNS", alpha.data, std::min(alpha.size, dib::asSize(picture.colorCount())));
 }
 
 // The chunk is a name, the number of the compression and the compressed profile.
@@ -116,12 +116,11 @@ public:
         // Filters do not make indices and packed grey shorter.
         isFiltered_ = picture.kind() != PixelKind::kPalette && picture.bits() == 8;
         stride_ = rowBytes + 1;
-        bandRows_ =
-            std::clamp<std::size_t>(kBandBytes / stride_, 1, static_cast<std::size_t>(picture.height()));
+        bandRows_ = std::clamp<std::size_t>(kBandBytes / stride_, 1, dib::asSize(picture.height()));
         band_ = dib::allocateArray<Byte>(bandRows_ * stride_);
         chunk_ = dib::allocateArray<Byte>(kChunkBytes);
         return band_ != nullptr && chunk_ != nullptr && deflater_.start(level) &&
-               (!isFiltered_ || filters_.start(rowBytes, static_cast<std::size_t>(picture.samples())));
+               (!isFiltered_ || filters_.start(rowBytes, dib::asSize(picture.samples())));
     }
 
     void add(ByteWriter& file, const Byte* row, bool isLast) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/Inflater.h"
 #include "formats/linux/TiffTags.h"
 
@@ -43,7 +44,7 @@ template <>
 void packRow<std::uint8_t>(const unsigned char* from, unsigned char* __restrict to, std::size_t samples,
                            std::size_t step, bool) {
     std::memcpy(to, from, std::min(step, samples));
-    for (std::size_t i = step; i < samples; ++i) to[i] = static_cast<unsigned char>(from[i] - from[i - step]);
+    for (std::size_t i = step; i < samples; ++i) to[i] = dib::byteOf(from[i] - from[i - step]);
 }
 
 // The other way round, in place; the samples before are kept in registers.
@@ -114,7 +115,7 @@ bool TiffDeflate::read(ByteReader& file, std::uint64_t at, std::uint64_t bytes, 
                        std::size_t rows, std::size_t rowBytes) {
     if (!isUsed_ || rows_ == Rows::kUnknown || isReversed_ || !readPacked(file, at, bytes)) return false;
     const libdeflate_result result = libdeflate_zlib_decompress(
-        decompressor_.get(), packed_.get(), static_cast<std::size_t>(bytes), to, rows * rowBytes, nullptr);
+        decompressor_.get(), packed_.get(), dib::asSize(bytes), to, rows * rowBytes, nullptr);
     if (result != LIBDEFLATE_SUCCESS) return false;
     for (std::size_t y = 0; rows_ == Rows::kChanged && y < rows; ++y) restoreRow(to + y * rowBytes, rowBytes);
     return true;
@@ -122,15 +123,14 @@ bool TiffDeflate::read(ByteReader& file, std::uint64_t at, std::uint64_t bytes, 
 
 // False when the file does not have these bytes.
 bool TiffDeflate::readPacked(ByteReader& file, std::uint64_t at, std::uint64_t bytes) {
-    const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(file.size(), 0));
+    const auto size = file.knownSize();
     if (at > size || bytes > size - at) return false;
     if (bytes > packedRoom_) {
-        packed_ = dib::allocateArray<unsigned char>(static_cast<std::size_t>(bytes));
+        packed_ = dib::allocateArray<unsigned char>(dib::asSize(bytes));
         isShortOfMemory_ = packed_ == nullptr;
-        packedRoom_ = isShortOfMemory_ ? 0 : static_cast<std::size_t>(bytes);
+        packedRoom_ = isShortOfMemory_ ? 0 : dib::asSize(bytes);
     }
-    return packed_ != nullptr && file.seek(static_cast<std::int64_t>(at)) &&
-           file.read(packed_.get(), static_cast<std::size_t>(bytes));
+    return packed_ != nullptr && file.seek(dib::asOffset(at)) && file.read(packed_.get(), dib::asSize(bytes));
 }
 
 void TiffDeflate::restoreRow(unsigned char* row, std::size_t rowBytes) const {
@@ -167,12 +167,11 @@ bool TiffDeflate::isWhole(ByteReader& file, std::uint64_t at, std::uint64_t byte
     constexpr std::uint64_t kSumBytes = 4;
     if (bytes < kSumBytes || at > INT64_MAX - bytes) return false;
     unsigned char last[kSumBytes];
-    const bool isRead =
-        file.seek(static_cast<std::int64_t>(at + bytes - kSumBytes)) && file.read(last, sizeof last);
+    const bool isRead = file.seek(dib::asOffset(at + bytes - kSumBytes)) && file.read(last, sizeof last);
     if (!isRead) return false;
     if (rows_ != Rows::kUnknown && !isReversed_ && dib::readBe32(last) == sum_) return true;
     std::uint64_t unpacked = 0;
-    return readPacked(file, at, bytes) && unpack(packed_.get(), static_cast<std::size_t>(bytes), unpacked);
+    return readPacked(file, at, bytes) && unpack(packed_.get(), dib::asSize(bytes), unpacked);
 }
 
 std::uint64_t TiffDeflate::unpackedBytes(unsigned char* packed, std::size_t bytes) {

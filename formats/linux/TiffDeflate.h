@@ -18,22 +18,22 @@ namespace formats {
 
 class TiffDeflate {
 public:
-    // Gets ready for pieces whose rows have up to `rowBytes` bytes. False when memory is short.
+    // Prepares for pieces whose rows have up to `rowBytes` bytes. False when memory is short.
     bool start(TIFF* tiff, std::size_t rowBytes);
     // Whether the pieces are deflate streams.
     bool isUsed() const { return isUsed_; }
 
-    // Unpacks a piece that is at these bytes of the file. False when its stream is not whole or gives other
-    // than these rows, which hold anything then, or when libtiff must unpack it.
+    // Unpacks the piece at these bytes of the file. False when libtiff must unpack it, and when the stream is
+    // not whole or does not have exactly these rows, which are then undefined.
     bool read(ByteReader& file, std::uint64_t at, std::uint64_t bytes, unsigned char* to, std::size_t rows,
               std::size_t rowBytes);
 
-    // Begins the next piece of those that libtiff unpacks; its rows follow.
+    // Begins a piece that libtiff unpacks; `add` takes its rows.
     void begin() { sum_ = 1; }
     void add(const unsigned char* rows, std::size_t count, std::size_t rowBytes);
-    // Whether the stream of these bytes of the file is whole and gives the rows that were added.
+    // Whether the stream at these bytes of the file is whole and has exactly the rows that were added.
     bool isWhole(ByteReader& file, std::uint64_t at, std::uint64_t bytes);
-    // How many bytes come of a packed piece, which may be cut.
+    // The unpacked length of a piece, which may be cut.
     std::uint64_t unpackedBytes(unsigned char* packed, std::size_t bytes);
 
     bool isShortOfMemory() const { return isShortOfMemory_; }
@@ -53,7 +53,7 @@ private:
     bool isReversed_ = false;      // the bits of the file's bytes
     bool isSwapped_ = false;       // the bytes of the file's samples
     bool hasDifferences_ = false;  // instead of samples
-    Rows rows_ = Rows::kAsStored;  // what those of the stream are beside what libtiff gives
+    Rows rows_ = Rows::kAsStored;  // rows of the stream against those that libtiff returns
     std::size_t sampleBytes_ = 1;
     std::size_t pixelSamples_ = 1;
     std::uint32_t sum_ = 1;

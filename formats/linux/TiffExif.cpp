@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "formats/Exif.h"
 #include "formats/linux/TiffNumbers.h"
 
@@ -115,7 +116,7 @@ public:
             if (place != 0 || isDirectory(entry, depth)) numbers_.write(entry.bytes.data() + 8, place, 4);
             std::copy_n(entry.bytes.data(), kEntryBytes, &block_[at + 2 + i * kEntryBytes]);
         }
-        return static_cast<std::uint32_t>(at);
+        return dib::dwordOf(at);
     }
     // The block, whose first directory was copied before all others.
     const std::vector<unsigned char>& finish(const unsigned char* header) {
@@ -144,7 +145,7 @@ private:
         if (at + bytes > kMostMetadataBytes) return 0;
         block_.resize(at + bytes);
         from_.read(place, &block_[at], bytes);
-        return static_cast<std::uint32_t>(at);
+        return dib::dwordOf(at);
     }
     void makeEven() { block_.resize(block_.size() + block_.size() % 2); }
 
@@ -157,8 +158,8 @@ void copyOrThrow(std::span<const unsigned char> from, DibBytes& to) {
     if (!copyBytes(from, to)) throw std::bad_alloc();
 }
 
-// The block that writeTiffExif put at the start: its own directory follows the header, is not that of the
-// picture, and leads to the same entries. Its length; 0 when there is none.
+// The length of the block that writeTiffExif put at the start of the file; 0 when there is none. Its
+// directory follows the header, is not the picture's, and leads to the same entries.
 std::size_t lengthOfOwnBlock(const Directories& file, std::uint64_t directory, std::uint64_t pixels) {
     std::uint64_t end = std::min(directory, pixels);
     if (end <= kHeaderBytes || end > kMostMetadataBytes) return 0;
@@ -239,7 +240,7 @@ std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
         if (!isText || entry.type != kText || entry.count == 0) continue;
         if (!isInEntry && place + std::uint64_t{entry.count} > block.size) continue;
         const unsigned char* text = isInEntry ? entry.bytes.data() + 8 : block.data + place;
-        const std::string copy(reinterpret_cast<const char*>(text), entry.count);
+        const std::string copy(dib::textAt(text, entry.count));
         TIFFSetField(tiff, entry.tag, copy.c_str());
         textBytes += copy.size() + 2;  // with a NUL, at an even place
     }

@@ -10,6 +10,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "dib/Turn.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
@@ -73,7 +74,7 @@ bool TiffDecoder::readLayout(BitmapLayout& layout) {
     TIFF* tiff = tiff_.get();
     const bool hasPage =
         options_.page <= 0 || TIFFSetDirectory(tiff, static_cast<tdir_t>(options_.page)) != 0;
-    // Of a file without that page the first is probed: the number of pages counts.
+    // If the page does not exist the first is probed, because the caller compares the number of pages.
     if (!hasPage && (!options_.readsHeadersOnly || TIFFSetDirectory(tiff, 0) == 0)) return false;
     if (!readTiffLayout(tiff, layout_)) return false;
     orientation_ = tiffField<std::uint16_t>(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
@@ -110,7 +111,7 @@ ColorTriples TiffDecoder::readColors() {
             const int level = (isInverted ? levels - 1 - i : i) * 255 / (levels - 1);
             std::fill_n(colors_ + 3 * i, 3, dib::byteOf(level));
         }
-        return {colors_, static_cast<std::size_t>(levels), true};
+        return {colors_, dib::asSize(levels), true};
     }
     if (meaning_.isForeign || meaning_.kind != TiffKind::kPalette ||
         TIFFGetField(tiff_.get(), TIFFTAG_COLORMAP, &channels[0], &channels[1], &channels[2]) == 0) {
@@ -140,7 +141,7 @@ bool TiffDecoder::isPlain() const {
 }
 
 bool TiffDecoder::startPixels() {
-    // What is shown may be admitted where floats of it, which are four times as large, are not.
+    // The image may have an admitted size where its floats, four times as large, have none.
     const std::uint64_t rasterBytes = std::uint64_t{layout_.width} * layout_.height * pixelBytes();
     const bool isWhole = meaning_.isForeign || orientation_ != ORIENTATION_TOPLEFT;
     if (isWhole && rasterBytes > INT_MAX) return false;
@@ -179,7 +180,7 @@ bool TiffDecoder::readRaster() {
 }
 
 bool TiffDecoder::readConverted() {
-    const dib::ImageSize size = dib::admitSize(layout_.width, static_cast<int>(layout_.height), 32);
+    const dib::ImageSize size = dib::admitSize(layout_.width, dib::asInt(layout_.height), 32);
     if (!size.admitted) return false;
     raster_ = dib::allocateImageBlock(size.imageBytes);
     isShortOfMemory_ = raster_ == nullptr;
@@ -204,9 +205,9 @@ bool TiffDecoder::convertRows(TIFFRGBAImage& picture) {
     for (std::size_t y = 0; y < layout_.height; y += rows) {
         const std::size_t count = std::min<std::size_t>(rows, layout_.height - y);
         unsigned char* to = raster_.get() + y * layout_.width * 4;
-        picture.row_offset = static_cast<int>(y);
+        picture.row_offset = dib::asInt(y);
         const bool isWhole = TIFFRGBAImageGet(&picture, reinterpret_cast<std::uint32_t*>(to), layout_.width,
-                                              static_cast<std::uint32_t>(count)) != 0;
+                                              dib::dwordOf(count)) != 0;
         if (!isWhole && !options_.keepsDamaged) return false;
         if (!isWhole) {
             std::memset(to, 0, count * layout_.width * 4);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "dib/Numbers.h"
 #include "formats/linux/TiffNumbers.h"
 
 namespace formats {
@@ -13,17 +14,17 @@ TiffSource& sourceOf(thandle_t handle) { return *static_cast<TiffSource*>(handle
 TiffTarget& targetOf(thandle_t handle) { return *static_cast<TiffTarget*>(handle); }
 
 tmsize_t readFrom(thandle_t handle, void* out, tmsize_t bytes) {
-    return static_cast<tmsize_t>(sourceOf(handle).file.copy(out, static_cast<std::size_t>(bytes)));
+    return static_cast<tmsize_t>(sourceOf(handle).file.copy(out, dib::asSize(bytes)));
 }
 tmsize_t readNothing(thandle_t, void*, tmsize_t) { return 0; }
 tmsize_t writeNothing(thandle_t, void*, tmsize_t) { return 0; }
 tmsize_t writeTo(thandle_t handle, void* from, tmsize_t bytes) {
-    return static_cast<tmsize_t>(targetOf(handle).write(from, static_cast<std::size_t>(bytes)));
+    return static_cast<tmsize_t>(targetOf(handle).write(from, dib::asSize(bytes)));
 }
 
 template <class File>
 toff_t seekIn(File& file, toff_t offset, int origin) {
-    std::int64_t target = static_cast<std::int64_t>(offset);
+    std::int64_t target = dib::asOffset(offset);
     if (origin == SEEK_CUR) target += file.position();
     if (origin == SEEK_END) target += file.size();
     return target >= 0 && file.seek(target) ? static_cast<toff_t>(target) : static_cast<toff_t>(-1);
@@ -104,7 +105,7 @@ int countTiffPages(ByteReader& file) {
     constexpr int kMostPages = 65536;
     std::uint64_t at = numbers.read(start + offsetBytes, offsetBytes);
     int pages = 0;
-    // A chain that leads back ends where it passes the place that was remembered last.
+    // A chain that loops ends when it returns to the place that was remembered last.
     std::uint64_t remembered = 0;
     unsigned char bytes[8];
     while (pages < kMostPages && at != 0 && at != remembered && at <= INT64_MAX) {

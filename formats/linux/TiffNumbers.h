@@ -19,8 +19,8 @@ public:
         for (std::size_t i = 0; i < bytes; ++i) value = value << 8 | p[isLittle_ ? bytes - 1 - i : i];
         return value;
     }
-    std::uint32_t read16(const unsigned char* p) const { return static_cast<std::uint32_t>(read(p, 2)); }
-    std::uint32_t read32(const unsigned char* p) const { return static_cast<std::uint32_t>(read(p, 4)); }
+    std::uint32_t read16(const unsigned char* p) const { return dib::dwordOf(read(p, 2)); }
+    std::uint32_t read32(const unsigned char* p) const { return dib::dwordOf(read(p, 4)); }
     void write(unsigned char* p, std::uint64_t value, std::size_t bytes) const {
         for (std::size_t i = 0; i < bytes; ++i)
             p[isLittle_ ? i : bytes - 1 - i] = dib::byteOf(value >> 8 * i);

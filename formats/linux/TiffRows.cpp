@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
+
 namespace formats {
 
 namespace {
@@ -93,7 +96,7 @@ bool TiffRows::next() {
 
 bool TiffRows::readBand() {
     const std::size_t rows = std::min<std::size_t>(bandRows_, layout_.height - y_);
-    const auto y = static_cast<std::uint32_t>(y_);
+    const auto y = dib::dwordOf(y_);
     wholeRows_ = rows;
     begunRows_ = 0;
     for (std::size_t i = 0; i < planeCount_; ++i) {
@@ -102,7 +105,7 @@ bool TiffRows::readBand() {
             if (!readTiles(i, rows)) return false;
             continue;
         }
-        const std::uint32_t strip = TIFFComputeStrip(tiff_, y, static_cast<std::uint16_t>(planes_[i]));
+        const std::uint32_t strip = TIFFComputeStrip(tiff_, y, dib::wordOf(planes_[i]));
         if (isByStrip_) {
             if (!readPiece(strip, to, rows, rowBytes_)) return false;
         } else if (TIFFReadScanline(tiff_, to, y, 0) != 1 || isBrokenJpeg() || !endsWhole(strip, to)) {
@@ -163,7 +166,7 @@ bool TiffRows::readPiece(std::uint32_t number, unsigned char* to, std::size_t ro
         return true;
     }
     if (isShortOfMemory_) return false;
-    const auto fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(source_->file.size(), 0));
+    const auto fileBytes = source_->file.knownSize();
     const std::uint64_t there = start < fileBytes ? std::min(packed, fileBytes - start) : 0;
     noteDamage(number, there < packed);
     if (onDamage_ != TiffDamage::kKept) return false;
@@ -178,13 +181,13 @@ bool TiffRows::readPiece(std::uint32_t number, unsigned char* to, std::size_t ro
 std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::uint64_t bytes,
                               unsigned char* to, std::size_t rows, std::size_t rowBytes) {
     if (bytes == 0) return 0;
-    const auto packed = dib::allocateArray<unsigned char>(static_cast<std::size_t>(bytes));
+    const auto packed = dib::allocateArray<unsigned char>(dib::asSize(bytes));
     isShortOfMemory_ = packed == nullptr;
     if (isShortOfMemory_ || !source_->file.seek(start) ||
         !source_->file.read(packed.get(), std::size_t{bytes})) {
         return 0;
     }
-    // The library says of a number of rows whether it has them all, and nothing else.
+    // The library only says whether a given number of rows can all be decoded.
     const auto decodes = [&](std::size_t count) {
         source_->complaints = 0;
         return TIFFReadFromUserBuffer(tiff_, number, packed.get(), static_cast<tmsize_t>(bytes), to,
@@ -192,7 +195,7 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
                source_->complaints == 0;
     };
     std::size_t most = rows;
-    // But of a deflate stream that is to give all rows it takes missing bytes for zeros.
+    // It reads the missing bytes of a deflate stream as zeros, so the rows of those are counted here.
     if (deflate_.isUsed()) {
         const std::uint64_t unpacked = deflate_.unpackedBytes(packed.get(), std::size_t{bytes});
         isShortOfMemory_ = deflate_.isShortOfMemory();
@@ -212,11 +215,11 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
 }
 
 bool TiffRows::readTiles(std::size_t plane, std::size_t rows) {
-    const auto y = static_cast<std::uint32_t>(y_);
+    const auto y = dib::dwordOf(y_);
     std::size_t at = 0;  // bytes from the left
     for (std::uint64_t x = 0; x < layout_.width; x += tileWidth_, at += tileRowBytes_) {
-        const std::uint32_t number = TIFFComputeTile(tiff_, static_cast<std::uint32_t>(x), y, 0,
-                                                     static_cast<std::uint16_t>(planes_[plane]));
+        const std::uint32_t number =
+            TIFFComputeTile(tiff_, dib::dwordOf(x), y, 0, dib::wordOf(planes_[plane]));
         if (!readPiece(number, tile_.get(), tileRows_, tileRowBytes_)) return false;
         const std::size_t width = std::min(tileRowBytes_, rowBytes_ - at);
         for (std::size_t row = 0; row < rows; ++row) {

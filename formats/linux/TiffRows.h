@@ -31,11 +31,11 @@ enum class TiffDamage {
 
 class TiffRows {
 public:
-    // Gets ready to read the rows from the top. Of planes those numbered in `planes` are read.
+    // Prepares to read the rows from the top. Of a file in planes it reads those numbered in `planes`.
     bool start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, TiffDamage damage,
                const std::size_t* planes, std::size_t planeCount);
     bool next();
-    // Whether that was why rows could not be started or read.
+    // Whether `start` or `next` failed because memory is short.
     bool isShortOfMemory() const { return isShortOfMemory_; }
     // The samples that were read last: those of a whole pixel together, or of plane number i of `planes`.
     const unsigned char* row(std::size_t i) const {

@@ -82,7 +82,7 @@ void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t p
 void unpack(const Channel& from, unsigned bits, std::uint16_t* to, std::size_t pixels, std::size_t step) {
     const std::uint64_t largest = (std::uint64_t{1} << bits) - 1;
     for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
-        *to = static_cast<std::uint16_t>((integerAt(from.row, at, bits) * 65535 + largest / 2) / largest);
+        *to = dib::wordOf((integerAt(from.row, at, bits) * 65535 + largest / 2) / largest);
     }
 }
 
@@ -92,7 +92,7 @@ void unpackIndices(const Channel& from, unsigned bits, unsigned char* to, std::s
         *to = dib::byteOf(packedAt(from.row, at, bits));
     }
 }
-// Indices are bytes: there are none of more bits, and none among floats.
+// Indices have up to 8 bits and are never floats.
 template <class Sample>
 void unpackIndices(const Channel&, unsigned, Sample*, std::size_t, std::size_t) {}
 
@@ -107,7 +107,7 @@ unsigned char product(unsigned char a, unsigned char b) {
     return dib::byteOf((value + (value >> 8)) >> 8);
 }
 std::uint16_t product(std::uint16_t a, std::uint16_t b) {
-    return static_cast<std::uint16_t>((std::uint32_t{a} * b + 32767U) / 65535U);
+    return dib::wordOf((std::uint32_t{a} * b + 32767U) / 65535U);
 }
 float product(float a, float b) { return a * b; }
 
@@ -123,7 +123,7 @@ void show(unsigned char sample, unsigned char& to) { to = sample; }
 void show(std::uint16_t sample, unsigned char& to) { to = byteOfWord(sample); }
 void show(float sample, float& to) { to = sample; }
 void show(float sample, unsigned char& to) {
-    // A float that is not a number is neither.
+    // NaN fails both comparisons and becomes 0.
     const int byte = sample >= 1 ? 255 : sample > 0 ? (static_cast<int>(sample * 510.0F) + 1) / 2 : 0;
     to = dib::byteOf(byte);
 }

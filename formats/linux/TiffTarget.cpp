@@ -2,6 +2,8 @@
 
 #include <tiffio.h>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/linux/TiffNumbers.h"
 
 namespace formats {
@@ -16,7 +18,7 @@ void move(unsigned char* directory, const TiffNumbers& numbers, std::uint32_t fr
     for (std::uint32_t left = numbers.read16(directory); left > 0; --left, entry += kEntryBytes) {
         const auto type = static_cast<TIFFDataType>(numbers.read16(entry + 2));
         const std::uint64_t bytes =
-            std::uint64_t{static_cast<unsigned>(TIFFDataWidth(type))} * numbers.read32(entry + 4);
+            std::uint64_t{dib::asUnsigned(TIFFDataWidth(type))} * numbers.read32(entry + 4);
         if (bytes > 4) numbers.write(entry + 8, numbers.read32(entry + 8) - from + to, 4);
     }
 }
@@ -29,7 +31,7 @@ void TiffTarget::leaveRoom(std::size_t bytes) {
     room_ = even(file_.size());
     roomBytes_ = bytes;
     // The library appends to what is there.
-    file_.seek(room_ + static_cast<std::int64_t>(bytes) - 1);
+    file_.seek(room_ + dib::asOffset(bytes) - 1);
     file_.bytes("", 1);
 }
 
@@ -42,8 +44,8 @@ bool TiffTarget::endDirectory(bool isLittle) {
     if (!directoryWriter_.isWhole() || directory_.size == 0) return false;
     const std::int64_t place = directory_.size <= roomBytes_ ? room_ : end_;
     const TiffNumbers numbers(isLittle);
-    const auto offset = static_cast<std::uint32_t>(place);
-    move(directory_.data, numbers, static_cast<std::uint32_t>(end_), offset);
+    const auto offset = dib::dwordOf(place);
+    move(directory_.data, numbers, dib::dwordOf(end_), offset);
     file_.seek(place);
     file_.bytes(directory_.data, directory_.size);
     constexpr std::int64_t kPlaceInHeader = 4;
@@ -56,10 +58,10 @@ bool TiffTarget::endDirectory(bool isLittle) {
 
 std::size_t TiffTarget::write(const void* from, std::size_t bytes) {
     ByteWriter& writer = isDirectory_ ? directoryWriter_ : file_;
-    if (isDirectory_ && at_ < end_) return bytes;  // the place of the directory, which is another
+    if (isDirectory_ && at_ < end_) return bytes;  // the directory is elsewhere
     if (isDirectory_) directoryWriter_.seek(at_ - end_);
     writer.bytes(from, bytes);
-    at_ += static_cast<std::int64_t>(bytes);
+    at_ += dib::asOffset(bytes);
     return writer.isWhole() ? bytes : 0;
 }
 
@@ -71,7 +73,7 @@ bool TiffTarget::seek(std::int64_t position) {
 std::int64_t TiffTarget::position() const { return isDirectory_ ? at_ : file_.position(); }
 
 std::int64_t TiffTarget::size() {
-    return isDirectory_ ? end_ + static_cast<std::int64_t>(directory_.size) : file_.size();
+    return isDirectory_ ? end_ + dib::asOffset(directory_.size) : file_.size();
 }
 
 }  // namespace formats

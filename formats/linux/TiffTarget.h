@@ -24,7 +24,7 @@ public:
     // False when memory was short.
     bool endDirectory(bool isLittle);
 
-    // As the library asks.
+    // The library calls these.
     std::size_t write(const void* from, std::size_t bytes);
     bool seek(std::int64_t position);
     std::int64_t position() const;

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/ImageSize.h"
+#include "dib/Numbers.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/OutgoingPicture.h"
@@ -17,14 +19,12 @@ namespace {
 constexpr std::size_t kStripBytes = 1 << 18;
 
 int rowsPerStrip(std::size_t rowBytes, int height) {
-    const auto most = static_cast<int>(std::max<std::size_t>(kStripBytes / rowBytes, 1));
+    const auto most = dib::asInt(std::max<std::size_t>(kStripBytes / rowBytes, 1));
     return std::min(most, height);
 }
 
 // Tags of 32 bits.
-void setNumber(TIFF* tiff, std::uint32_t tag, int number) {
-    TIFFSetField(tiff, tag, static_cast<std::uint32_t>(number));
-}
+void setNumber(TIFF* tiff, std::uint32_t tag, int number) { TIFFSetField(tiff, tag, dib::dwordOf(number)); }
 
 void describe(TIFF* tiff, int width, int height, int bits, int samples, std::uint16_t photometric) {
     setNumber(tiff, TIFFTAG_IMAGEWIDTH, width);
@@ -71,7 +71,7 @@ void setPalette(TIFF* tiff, const OutgoingPicture& picture) {
     std::uint16_t channels[3][256] = {};
     for (int i = 0; i < picture.colorCount(); ++i) {
         const DibBGRA color = picture.color(i);
-        const auto level = [](std::uint8_t byte) { return static_cast<std::uint16_t>(byte * 257); };
+        const auto level = [](std::uint8_t byte) { return dib::wordOf(byte * 257); };
         channels[0][i] = level(color.red);
         channels[1][i] = level(color.green);
         channels[2][i] = level(color.blue);
@@ -91,7 +91,7 @@ void setMetadata(TIFF* tiff, const DibMetadata* metadata, bool isGrey) {
         TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
     }
     if (isKept(metadata->colorProfile, isGrey)) {
-        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(metadata->colorProfile.size),
+        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, dib::dwordOf(metadata->colorProfile.size),
                      metadata->colorProfile.data);
     }
 }
@@ -101,7 +101,7 @@ std::size_t mostDirectoryBytes(const OutgoingPicture& picture, int strips, const
     constexpr std::size_t kMostEntries = 32;
     constexpr std::size_t kEntries = 2 + kMostEntries * 12 + 4;
     constexpr std::size_t kShortValues = 64;  // bits of four samples, resolution, what makes places even
-    const std::size_t placesAndLengths = std::size_t{8} * static_cast<std::size_t>(strips);
+    const std::size_t placesAndLengths = std::size_t{8} * dib::asSize(strips);
     const std::size_t palette = picture.kind() == PixelKind::kPalette ? 6 * 256 : 0;
     const std::size_t profile = metadata != nullptr ? metadata->colorProfile.size : 0;
     return kEntries + kShortValues + placesAndLengths + palette + profile;
@@ -109,8 +109,8 @@ std::size_t mostDirectoryBytes(const OutgoingPicture& picture, int strips, const
 
 bool writeStrip(TIFF* tiff, int number, const unsigned char* from, std::size_t bytes) {
     const auto count = static_cast<tmsize_t>(bytes);
-    return TIFFWriteEncodedStrip(tiff, static_cast<std::uint32_t>(number), const_cast<unsigned char*>(from),
-                                 count) == count;
+    return TIFFWriteEncodedStrip(tiff, dib::dwordOf(number), const_cast<unsigned char*>(from), count) ==
+           count;
 }
 
 }  // namespace
@@ -127,7 +127,7 @@ bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture) {
     const int rows = rowsPerStrip(rowBytes, picture.height);
     setNumber(tiff, TIFFTAG_ROWSPERSTRIP, rows);
     for (int y = 0; y < picture.height; y += rows) {
-        const auto count = static_cast<std::size_t>(std::min(rows, picture.height - y));
+        const auto count = dib::asSize(std::min(rows, picture.height - y));
         if (!writeStrip(tiff, y / rows, picture.row(y), count * rowBytes)) return false;
     }
     return TIFFFlush(tiff) == 1;
@@ -138,7 +138,7 @@ bool writeTiff(WriteRequest& request) {
     const int height = picture.height();
     const std::size_t rowBytes = picture.rowBytes();
     const int rows = rowsPerStrip(rowBytes, height);
-    const std::size_t stripBytes = rowBytes * static_cast<std::size_t>(rows);
+    const std::size_t stripBytes = rowBytes * dib::asSize(rows);
     const auto strip = dib::allocateArray<unsigned char>(stripBytes);
     const DibMetadata* metadata = request.options.metadata;
     DibBytes exif;

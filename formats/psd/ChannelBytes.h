@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 
 namespace formats::psd {
@@ -30,14 +31,14 @@ DIB_ALWAYS_INLINE void bytesOfRoundedWords(const unsigned char* __restrict line,
         std::memcpy(&swapped, line + 2 * x, sizeof swapped);
         const auto high = static_cast<std::int16_t>(swapped & 255);
         const auto more = static_cast<std::int16_t>((swapped >> 8) - high);
-        to[x] = static_cast<unsigned char>(high + (more > 128 ? 1 : 0) - (more < -128 ? 1 : 0));
+        to[x] = dib::byteOf(high + (more > 128 ? 1 : 0) - (more < -128 ? 1 : 0));
     }
 }
 
 // What black leaves of another ink's light: the nearest color x black / 255.
 constexpr unsigned char darkened(unsigned color, unsigned black) {
     const unsigned product = color * black + 128;
-    return static_cast<unsigned char>((product + (product >> 8)) >> 8);
+    return dib::byteOf((product + (product >> 8)) >> 8);
 }
 DIB_ALWAYS_INLINE void darkenBytes(const unsigned char* __restrict colors,
                                    const unsigned char* __restrict black, unsigned char* __restrict to,

@@ -3,6 +3,7 @@
 #include <DibPSDLoader.h>
 
 #include "dib/File.h"
+#include "dib/Numbers.h"
 #include "formats/CodecFrame.h"
 #include "formats/psd/Document.h"
 #include "formats/psd/Pixels.h"
@@ -87,7 +88,7 @@ void DibPSDLoader::ConvertCMYKToRGB(DibStream*) {}
 
 bool DibPSDLoader::Read(unsigned char* buffer, int count) {
     if (count < 1) return true;
-    return document_ != nullptr && document_->file.read(buffer, static_cast<std::size_t>(count));
+    return document_ != nullptr && document_->file.read(buffer, dib::asSize(count));
 }
 
 bool DibPSDLoader::ReadPString(char*& out, int unit) {
@@ -108,7 +109,7 @@ bool DibPSDLoader::DoCallback() {
 int DibPSDLoader::GetChannelNum() { return header_.channels; }
 int DibPSDLoader::GetColorMode() { return header_.mode; }
 int DibPSDLoader::GetDepth() const { return header_.depth; }
-int DibPSDLoader::GetLayerNum() const { return static_cast<int>(layers_.size()); }
+int DibPSDLoader::GetLayerNum() const { return dib::asInt(layers_.size()); }
 
 const PSDLayerInfo* DibPSDLoader::GetLayerInfo(int index) const {
     return index >= 0 && index < GetLayerNum() ? layers_.data() + index : nullptr;

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/CallbackGuard.h"
 #include "formats/psd/Pixels.h"
 
@@ -50,8 +51,7 @@ bool Document::report() {
     if (loader_.callback_ == nullptr) return true;
     // Lengths in the file may lead beyond its end, and it may be empty; a fraction stays between 0 and 1.
     const std::int64_t position = std::min(file.position(), file.size());
-    const float fraction =
-        file.size() > 0 ? static_cast<float>(position) / static_cast<float>(file.size()) : 0.0F;
+    const float fraction = file.size() > 0 ? dib::doneShare(position, file.size()) : 0.0F;
     DibStream* const image = target;
     if (image == nullptr) return loader_.callback_(fraction, loader_.user_);
     const CallbackGuard guard(*image);
@@ -73,7 +73,7 @@ void Document::setError(DibErrorCode code) {
 bool readText(Reader& file, char*& out, int unit) {
     unsigned char block[4];
     if (unit < 1 || unit > 4) return false;
-    const auto unitBytes = static_cast<std::size_t>(unit);
+    const auto unitBytes = dib::asSize(unit);
     if (!file.read(block, unitBytes)) return false;
     const std::size_t length = block[0];
     out = dib::allocateZeroed<char>(length + 1).release();

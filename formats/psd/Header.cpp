@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/psd/Document.h"
 
 namespace formats::psd {
@@ -28,8 +29,8 @@ bool readHeader(Document& document) {
     header.mode = dib::readBe16(fields + 20);
 
     document.log("Channels: %d\n", header.channels);
-    document.log("Rows: %d\n", static_cast<int>(header.rows));
-    document.log("Columns: %d\n", static_cast<int>(header.columns));
+    document.log("Rows: %d\n", dib::asInt(header.rows));
+    document.log("Columns: %d\n", dib::asInt(header.columns));
     document.log("Depth: %d\n", header.depth);
     document.log("Mode: %d\n", header.mode);
 

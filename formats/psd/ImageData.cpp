@@ -5,6 +5,7 @@
 #include <new>
 
 #include "dib/ImageSize.h"
+#include "dib/Numbers.h"
 #include "formats/CallbackGuard.h"
 #include "formats/CodecFrame.h"
 #include "formats/PackBits.h"
@@ -43,11 +44,11 @@ bool Planes::begin(Document& document, DibStream* image, std::size_t channels) {
     }
     packed = compression == kPackBits;
     if (packed) {
-        const std::int64_t tableBytes = 2 * rows * static_cast<std::int64_t>(channels);
+        const std::int64_t tableBytes = 2 * rows * dib::asOffset(channels);
         if (tableBytes > file.remaining()) {
             file.seek(file.size());
         } else {
-            const auto bytes = static_cast<std::size_t>(tableBytes);
+            const auto bytes = dib::asSize(tableBytes);
             packedLengths = dib::allocateArray<unsigned char>(bytes + 1);
             if (packedLengths == nullptr || !file.read(packedLengths.get(), bytes)) return false;
         }
@@ -65,8 +66,8 @@ std::int64_t Planes::bytesInFileUpTo(std::size_t channel, std::int64_t row) cons
 
 bool readPackBitsRow(Document& document, unsigned char* out, std::int64_t count, std::int64_t packedBytes) {
     Reader& file = document.file;
-    const auto wanted = static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
-    const auto available = static_cast<std::size_t>(std::max<std::int64_t>(packedBytes, 0));
+    const auto wanted = dib::asSize(std::max<std::int64_t>(count, 0));
+    const auto available = dib::asSize(std::max<std::int64_t>(packedBytes, 0));
     if (std::min(count, packedBytes) >= 0 && available <= Reader::kBufferBytes) {
         const Reader::Bytes row = file.ahead(available);
         if (row.size >= available && unpackRow(row.data, available, out, wanted)) {
@@ -78,15 +79,15 @@ bool readPackBitsRow(Document& document, unsigned char* out, std::int64_t count,
     const std::int64_t start = file.position();
     PackBits packets(file.bytes());
     packets.unpack({out, wanted});
-    const auto produced = static_cast<std::int64_t>(packets.unpacked() + packets.left());
+    const auto produced = dib::asOffset(packets.unpacked() + packets.left());
     packets.drop();
     if (produced != count) {
-        document.log("invalid load bytes %d/%d\n", static_cast<int>(produced), static_cast<int>(count));
+        document.log("invalid load bytes %d/%d\n", dib::asInt(produced), dib::asInt(count));
         return false;
     }
     const std::int64_t consumed = file.position() - start;
     if (consumed != packedBytes) {
-        document.log("invalid posotion %ld/%d\n", static_cast<long>(consumed), static_cast<int>(packedBytes));
+        document.log("invalid posotion %ld/%d\n", static_cast<long>(consumed), dib::asInt(packedBytes));
         return false;
     }
     return true;
@@ -129,7 +130,7 @@ public:
     // Reads what comes before the planes.
     bool begin() {
         if (!planes_.begin(document_, image_, channels_.count)) return false;
-        line_ = dib::allocateArray<unsigned char>(static_cast<std::size_t>(planes_.rowBytes) + 1);
+        line_ = dib::allocateArray<unsigned char>(dib::asSize(planes_.rowBytes) + 1);
         return line_ != nullptr;
     }
     // Stores rows of several planes at once, as far as they are whole.
@@ -195,10 +196,10 @@ bool BlockReader::readPlane(std::size_t channel, DibStream* destination, PSD_CHA
         if (planes_.packed) {
             if (!readPackBitsRow(document_, line_.get(), planes_.rowBytes, fileBytes)) return false;
         } else {
-            samples = rawRow(file, line_.get(), static_cast<std::size_t>(planes_.rowBytes));
+            samples = rawRow(file, line_.get(), dib::asSize(planes_.rowBytes));
             if (samples == nullptr) return false;
         }
-        if (destination != nullptr && !storeRow(kind, destination, static_cast<int>(row), id, samples))
+        if (destination != nullptr && !storeRow(kind, destination, dib::asInt(row), id, samples))
             return false;
     }
     return true;
@@ -218,7 +219,7 @@ DibStream* BlockReader::addMask(std::vector<DibStream*>& masks) try {
 // stored side by side.
 void BlockReader::eraseChannelsFrom(std::size_t channel) {
     const SampleKind kind = {document_.header.mode, document_.header.depth};
-    std::memset(line_.get(), 0xFF, static_cast<std::size_t>(planes_.rowBytes));
+    std::memset(line_.get(), 0xFF, dib::asSize(planes_.rowBytes));
     for (; channel < storedChannels_; ++channel) {
         for (int row = 0; row < storedRows_; ++row)
             storeRow(kind, image_, row, channels_.id(channel), line_.get());
@@ -243,7 +244,7 @@ bool readMergedPicture(Document& document) {
     const bool begun = block.begin();
     if (!document.isWatched) {
         if (begun) block.storeInterleaved();
-        fillWhite(*document.target, static_cast<std::size_t>(block.storedRows()));
+        fillWhite(*document.target, dib::asSize(block.storedRows()));
     }
     return begun && block.readPlanes(nullptr);
 }

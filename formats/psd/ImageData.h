@@ -9,6 +9,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/psd/Document.h"
 
 namespace formats::psd {
@@ -29,7 +30,7 @@ struct Planes {
     std::int64_t bytesInFile(std::size_t channel, std::int64_t row) const {
         if (!packed) return rowBytes;
         if (packedLengths == nullptr) return 0;
-        return dib::readBe16(packedLengths.get() + 2 * (static_cast<std::int64_t>(channel) * rows + row));
+        return dib::readBe16(packedLengths.get() + 2 * (dib::asOffset(channel) * rows + row));
     }
     // Bytes of the first rows of a plane in the file.
     std::int64_t bytesInFileUpTo(std::size_t channel, std::int64_t row) const;

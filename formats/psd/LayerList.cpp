@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 #include "formats/psd/BlendMode.h"
 #include "formats/psd/Outline.h"
@@ -24,15 +26,14 @@ void describeMask(const MaskRecord& record, bool hasPlane, DibLayerMask& mask) {
     mask.top = record.rectangle.top;
     mask.outside = record.outside;
     if (!hasPlane || record.rectangle.isEmpty()) return;
-    mask.width = static_cast<int>(std::min<std::int64_t>(record.rectangle.width(), INT32_MAX));
-    mask.height = static_cast<int>(std::min<std::int64_t>(record.rectangle.height(), INT32_MAX));
+    mask.width = dib::saturatedInt(record.rectangle.width());
+    mask.height = dib::saturatedInt(record.rectangle.height());
 }
 
 // Copies a name as far as it fits, without a part of a letter at its end.
 void copyName(const std::string& name, char* to, std::size_t room) {
     std::size_t length = std::min(name.size(), room - 1);
-    while (length < name.size() && length > 0 && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
-        --length;
+    while (length < name.size() && length > 0 && (dib::byteOf(name[length]) & 0xC0) == 0x80) --length;
     std::memcpy(to, name.data(), length);
     to[length] = '\0';
 }
@@ -46,28 +47,27 @@ void describeLayer(const LayerRecord& record, DibLayer& layer) {
     layer.left = record.rectangle.left;
     layer.top = record.rectangle.top;
     if (!record.rectangle.isEmpty()) {
-        layer.width = static_cast<int>(std::min<std::int64_t>(record.rectangle.width(), INT32_MAX));
-        layer.height = static_cast<int>(std::min<std::int64_t>(record.rectangle.height(), INT32_MAX));
+        layer.width = dib::saturatedInt(record.rectangle.width());
+        layer.height = dib::saturatedInt(record.rectangle.height());
     }
     layer.opacity = record.opacity;
     layer.isVisible = (record.flags & kHidden) == 0;
     layer.isClipped = record.clipping != 0;
-    const char key[] = {
-        static_cast<char>(record.blendKey >> 24), static_cast<char>(record.blendKey >> 16 & 255),
-        static_cast<char>(record.blendKey >> 8 & 255), static_cast<char>(record.blendKey & 255)};
+    const char key[] = {dib::charOf(record.blendKey >> 24), dib::charOf(record.blendKey >> 16 & 255),
+                        dib::charOf(record.blendKey >> 8 & 255), dib::charOf(record.blendKey & 255)};
     layer.blendMode = blendModeOf(key);
     describeMask(record.masks[0], record.channel(kMask) != nullptr, layer.masks[0]);
     describeMask(record.masks[1], record.channel(kSecondMask) != nullptr, layer.masks[1]);
 }
 
-// Groups end above the layers that are in them.
+// From the highest layer down, a group comes before its layers and its end after them.
 void findGroups(DibLayers& layers) {
     std::vector<int> open;
     for (std::size_t i = layers.count; i-- > 0;) {
         DibLayer& layer = layers.items[i];
         if (!open.empty()) layer.group = open.back();
         if (layer.kind == DIB_LAYER_GROUP_END && !open.empty()) open.pop_back();
-        if (layer.kind == DIB_LAYER_GROUP) open.push_back(static_cast<int>(i));
+        if (layer.kind == DIB_LAYER_GROUP) open.push_back(dib::asInt(i));
     }
 }
 
@@ -83,7 +83,7 @@ bool listLayers(LayersRequest& request) {
                       request.options.mostLayers);
     }
     const std::vector<LayerRecord> records = layersOf(file, outline);
-    if (records.size() < static_cast<std::size_t>(outline.layerCount)) {
+    if (records.size() < dib::asSize(outline.layerCount)) {
         note(request.result, DIB_NOTE_WARNING, "the layers end too early: %zu of %d were found",
              records.size(), outline.layerCount);
     }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "dib/Numbers.h"
 #include "formats/CodecFrame.h"
 #include "formats/psd/BlendMode.h"
 #include "formats/psd/Document.h"
@@ -16,8 +17,8 @@ namespace {
 
 using ChannelLengths = std::vector<std::uint32_t>;
 
-// In the functions below a number that the end of the file cuts off keeps its value. That need not be
-// noticed: the length of the additional data, which must be met exactly, finds most records that are cut off.
+// In the functions below a number that the end of the file cuts off keeps its value. No check is needed: the
+// length of the additional data, which must be met exactly, finds most records that are cut off.
 
 void readChannelList(Document& document, PSDLayerInfo& layer, int index, ChannelLengths& lengths) {
     Reader& file = document.file;
@@ -71,7 +72,7 @@ void readBlendRanges(Document& document, PSDLayerInfo& layer, int index) {
     document.log("Layer[%d].GrayBlendDest: %u, %u\n", index, unsigned{gray.destinationLow},
                  unsigned{gray.destinationHigh});
     // The file held the list of all channels, so their number is in proportion to it.
-    layer.channelBlendRanges.resize(static_cast<std::size_t>(layer.channelCount));
+    layer.channelBlendRanges.resize(dib::asSize(layer.channelCount));
     int channel = 0;
     for (PSDLayerInfo::BLEND_RANGE& range : layer.channelBlendRanges) {
         readBlendRange(file, range);
@@ -120,13 +121,12 @@ bool readPixels(Document& document, std::size_t index, const ChannelLengths& len
         const PSD_CHANNEL_ID id = layer.channelIDs[channel];
         if (id <= PSD_CHANNEL_MASK && document.wantsMasks() && hasMaskPixels(layer)) {
             // The channel's length is not consulted after a mask: the next channel begins where it ended.
-            if (!checkMaskPixels(document, layer, static_cast<int>(index))) return false;
+            if (!checkMaskPixels(document, layer, dib::asInt(index))) return false;
             continue;
         }
         if (id > PSD_CHANNEL_MASK && image != nullptr &&
             !readImageData(document, image.get(), nullptr, {&id, 1})) {
-            document.log("Failed load Layer[%d].Channel[%d]\n", static_cast<int>(index),
-                         static_cast<int>(channel));
+            document.log("Failed load Layer[%d].Channel[%d]\n", dib::asInt(index), dib::asInt(channel));
             return false;
         }
         file.seek(channelEnd);

@@ -4,6 +4,9 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
+
 namespace formats::psd {
 
 namespace {
@@ -12,7 +15,7 @@ constexpr std::int64_t kHeaderBytes = 26;
 
 constexpr std::uint32_t keyOf(std::string_view letters) {
     std::uint32_t key = 0;
-    for (const char letter : letters) key = key << 8 | static_cast<unsigned char>(letter);
+    for (const char letter : letters) key = key << 8 | dib::byteOf(letter);
     return key;
 }
 constexpr std::uint32_t kSignature = keyOf("8BIM");
@@ -42,10 +45,10 @@ public:
         : file_(file), at_(at), isLarge_(isLarge) {}
 
     std::int64_t at() const { return at_; }
-    // Positions beyond the end are all the same: lengths may lead anywhere.
+    // Stops at the end of the file: lengths may lead anywhere.
     void seek(std::int64_t at) { at_ = std::min(at, file_.size()); }
-    std::uint8_t u8() { return static_cast<std::uint8_t>(file_.byte(advance(1))); }
-    std::uint16_t u16() { return static_cast<std::uint16_t>(file_.be16(advance(2))); }
+    std::uint8_t u8() { return dib::byteOf(file_.byte(advance(1))); }
+    std::uint16_t u16() { return dib::wordOf(file_.be16(advance(2))); }
     std::uint32_t u32() { return file_.be32(advance(4)); }
     std::int32_t s32() { return static_cast<std::int32_t>(u32()); }
     // A length that has 8 bytes in large documents.
@@ -53,7 +56,7 @@ public:
         if (!isLarge_) return u32();
         const std::uint64_t high = u32();
         const std::uint64_t low = u32();
-        return static_cast<std::int64_t>(std::min<std::uint64_t>(high << 32 | low, INT64_MAX / 4));
+        return dib::asOffset(std::min<std::uint64_t>(high << 32 | low, INT64_MAX / 4));
     }
     // The bytes that follow a length.
     Extent section() { return extent(length()); }
@@ -67,9 +70,7 @@ public:
         rectangle.right = s32();
         return rectangle;
     }
-    std::string text(std::size_t bytes) {
-        return file_.text(advance(static_cast<std::int64_t>(bytes)), bytes);
-    }
+    std::string text(std::size_t bytes) { return file_.text(advance(dib::asOffset(bytes)), bytes); }
 
 private:
     std::int64_t advance(std::int64_t bytes) {
@@ -112,7 +113,7 @@ struct Block {
     Extent data;
 };
 
-// Reads blocks up to `end`, one after the other. Writers fill blocks up to different multiples.
+// Reads blocks up to `end`, one after the other. Writers pad blocks to different multiples.
 bool nextBlock(const RefusedFile& file, Fields& fields, std::int64_t end, bool isLarge, Block& block) {
     constexpr std::int64_t kBlockHeader = 12;
     constexpr std::uint32_t kLongKeys[] = {keyOf("LMsk"), keyOf("Lr16"), keyOf("Lr32"), keyOf("Layr"),
@@ -183,18 +184,18 @@ void readMasks(Fields fields, Extent data, LayerRecord& layer) {
 }
 
 void appendUtf8(std::string& text, std::uint32_t code) {
-    const auto tail = [&](int shift) { text += static_cast<char>(0x80 | (code >> shift & 0x3F)); };
+    const auto tail = [&](int shift) { text += dib::charOf(0x80 | (code >> shift & 0x3F)); };
     if (code < 0x80) {
-        text += static_cast<char>(code);
+        text += dib::charOf(code);
     } else if (code < 0x800) {
-        text += static_cast<char>(0xC0 | code >> 6);
+        text += dib::charOf(0xC0 | code >> 6);
         tail(0);
     } else if (code < 0x10000) {
-        text += static_cast<char>(0xE0 | code >> 12);
+        text += dib::charOf(0xE0 | code >> 12);
         tail(6);
         tail(0);
     } else {
-        text += static_cast<char>(0xF0 | code >> 18);
+        text += dib::charOf(0xF0 | code >> 18);
         tail(12);
         tail(6);
         tail(0);
@@ -225,11 +226,11 @@ std::string unicodeName(Fields fields, Extent data) {
     return name;
 }
 
-// The name of old documents, in an unknown code: of all of them, ASCII is sure.
+// Names in old documents have an unknown encoding, in which only ASCII is certain.
 std::string plainName(const std::string& bytes) {
     std::string name;
     for (const char byte : bytes) {
-        const auto code = static_cast<unsigned char>(byte);
+        const auto code = dib::byteOf(byte);
         appendUtf8(name, code < 0x80 ? code : kUnknownLetter);
     }
     return name;
@@ -264,7 +265,7 @@ void readRecord(const RefusedFile& file, Fields& fields, bool isLarge, LayerReco
     fields.seek(fields.shortSection().end);  // blending ranges
     const std::size_t nameBytes = fields.u8();
     layer.name = plainName(fields.text(nameBytes));
-    fields.seek(fields.at() + static_cast<std::int64_t>((4 - (nameBytes + 1) % 4) % 4));
+    fields.seek(fields.at() + dib::asOffset((4 - (nameBytes + 1) % 4) % 4));
     readBlocks(file, fields, extra.end, isLarge, layer);
     fields.seek(extra.end);
 }
@@ -303,11 +304,11 @@ Problem headerProblem(const RefusedFile& file) {
 Outline outlineOf(const RefusedFile& file) {
     Outline outline;
     outline.isLarge = file.be16(4) == 2;
-    outline.channels = static_cast<int>(file.be16(12));
+    outline.channels = dib::asInt(file.be16(12));
     outline.height = file.be32(14);
     outline.width = file.be32(18);
-    outline.depth = static_cast<int>(file.be16(22));
-    outline.mode = static_cast<int>(file.be16(24));
+    outline.depth = dib::asInt(file.be16(22));
+    outline.mode = dib::asInt(file.be16(24));
     Fields fields(file, kHeaderBytes, outline.isLarge);
     outline.palette = fields.shortSection();
     fields.seek(outline.palette.end);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 #include "formats/door/Request.h"
 
@@ -21,8 +22,7 @@ bool beginBlock(const RefusedFile& file, const Outline& outline, Extent data, co
         return refuse(result, DIB_ERROR_UNSUPPORTED, "ZIP-compressed pixels are not read on this system");
     block.data = {std::min(data.start + 2, data.end), data.end};
     block.rows = picture.height;
-    block.rowBytes =
-        (static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(outline.depth) + 7) / 8;
+    block.rowBytes = (dib::asSize(picture.width) * dib::asSize(outline.depth) + 7) / 8;
     block.depth = outline.depth;
     block.isLarge = outline.isLarge;
     return true;
@@ -33,8 +33,8 @@ bool sizePicture(std::int64_t width, std::int64_t height, int bitCount, DibFileR
                  Picture& picture) {
     if (const Problem problem = sizeProblem(width, height, bitCount); !problem.empty())
         return refuse(result, problem);
-    picture.width = static_cast<int>(width);
-    picture.height = static_cast<int>(height);
+    picture.width = dib::asInt(width);
+    picture.height = dib::asInt(height);
     picture.kind.bitCount = bitCount;
     return true;
 }
@@ -50,8 +50,8 @@ bool findMerged(const RefusedFile& file, const Outline& outline, DibFileResult& 
     if (!beginBlock(file, outline, {outline.picture, file.size()}, picture, result, block)) return false;
     block.planes = outline.channels;
     // A damaged header may announce fewer channels than its colours need.
-    for (int plane = 0; plane < outline.channels && plane < static_cast<int>(picture.planes()); ++plane)
-        picture.exists[static_cast<std::size_t>(plane)] = true;
+    for (int plane = 0; plane < outline.channels && plane < dib::asInt(picture.planes()); ++plane)
+        picture.exists[dib::asSize(plane)] = true;
     return true;
 }
 
@@ -70,11 +70,9 @@ bool findLayer(const RefusedFile& file, const Outline& outline, const LayerRecor
     picture.kind = {outline.mode, outline.depth, outline.colors(), true, false, 32};
     if (!sizePicture(layer.rectangle.width(), layer.rectangle.height(), 32, result, picture)) return false;
     for (int color = 0; color < outline.colors(); ++color) {
-        if (!findPlane(file, outline, layer, color, static_cast<std::size_t>(color), result, picture))
-            return false;
+        if (!findPlane(file, outline, layer, color, dib::asSize(color), result, picture)) return false;
     }
-    return findPlane(file, outline, layer, kTransparency, static_cast<std::size_t>(outline.colors()), result,
-                     picture);
+    return findPlane(file, outline, layer, kTransparency, dib::asSize(outline.colors()), result, picture);
 }
 
 bool findMask(const RefusedFile& file, const Outline& outline, const LayerRecord& layer, int number,
@@ -96,9 +94,9 @@ bool findPicture(const RefusedFile& file, const Outline& outline, const DibLoadO
                  DibFileResult& result, Picture& picture) {
     if (options.layer < 0) return findMerged(file, outline, result, picture);
     const std::vector<LayerRecord> layers = layersOf(file, outline);
-    if (static_cast<std::size_t>(options.layer) >= layers.size())
+    if (dib::asSize(options.layer) >= layers.size())
         return refuse(result, DIB_ERROR_INVALID, "the layers are damaged or end too early");
-    const LayerRecord& layer = layers[static_cast<std::size_t>(options.layer)];
+    const LayerRecord& layer = layers[dib::asSize(options.layer)];
     if (options.part == DIB_LAYER_PIXELS)
         return findLayer(file, outline, layer, options.layer, result, picture);
     const int mask = options.part == DIB_LAYER_MASK ? 0 : 1;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 
+#include "dib/Numbers.h"
 #include "formats/psd/Outline.h"
 #include "formats/psd/PlaneRows.h"
 #include "formats/psd/RowColors.h"
@@ -23,7 +24,7 @@ struct Picture {
     std::array<bool, kMostPlanes> exists = {};
     bool isOneBlock = false;
     std::size_t planes() const {
-        return static_cast<std::size_t>(kind.colors) + (kind.hasAlpha ? std::size_t{1} : std::size_t{0});
+        return dib::asSize(kind.colors) + (kind.hasAlpha ? std::size_t{1} : std::size_t{0});
     }
 };
 

@@ -7,6 +7,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/psd/ChannelBytes.h"
 #include "formats/psd/Document.h"
 
@@ -14,10 +15,10 @@ namespace formats::psd {
 
 bool createPicture(Reader& file, DibStream& image, std::int64_t width, std::int64_t height, int bitCount) {
     // Larger numbers fail as the largest int does.
-    const int columns = static_cast<int>(std::min<std::int64_t>(width, INT32_MAX));
-    const int rows = static_cast<int>(std::min<std::int64_t>(height, INT32_MAX));
+    const int columns = dib::saturatedInt(width);
+    const int rows = dib::saturatedInt(height);
     const dib::ImageSize size = dib::admitSize(columns, rows, bitCount);
-    if (size.admitted && !file.admitWork(static_cast<std::int64_t>(size.imageBytes))) {
+    if (size.admitted && !file.admitWork(dib::asOffset(size.imageBytes))) {
         image.Clear();
         return dib::failForMemory(image);
     }
@@ -73,11 +74,11 @@ bool storeRow(SampleKind kind, DibStream* image, int row, PSD_CHANNEL_ID id, con
     if (bitCount != 8 && bitCount != 24 && bitCount != 32) return false;
     if (row < 0 || row >= dib::rowCount(image->Header->biHeight)) return false;
     if (!isVariant(kind.mode, kind.depth)) return false;
-    const std::size_t pixelBytes = static_cast<std::size_t>(bitCount) / 8;
+    const std::size_t pixelBytes = dib::asSize(bitCount) / 8;
     const std::size_t byte = byteOfChannel(kind.mode, id, pixelBytes);
     if (byte == kNowhere || image->Header->biWidth < 1) return true;
 
-    const std::size_t width = static_cast<std::size_t>(image->Header->biWidth);
+    const std::size_t width = dib::asSize(image->Header->biWidth);
     unsigned char* const to = image->ScanLine(row);
     if (pixelBytes == 1) {
         toBytes(kind.depth, line, 0, width, to);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/PackBits.h"
 
 namespace formats::psd {
@@ -36,7 +37,7 @@ bool PlaneRows::open(ByteReader& file, const PlaneBlock& block, std::int64_t pla
     }
     if (block.packing == Packing::kPackBits) return openPacked(file, plane, start);
     if (isZip(block.packing)) return openZip(plane);
-    const std::int64_t end = start + block.rows * static_cast<std::int64_t>(block.rowBytes);
+    const std::int64_t end = start + block.rows * dib::asOffset(block.rowBytes);
     const std::int64_t there = std::min(end, block.data.end);
     const bool isOpen = window_.prepare(std::min(start, there), there, block.rowBytes);
     start = end;
@@ -52,12 +53,12 @@ bool PlaneRows::openPacked(ByteReader& file, std::int64_t plane, std::int64_t& s
     lengths_ = dib::allocateArray<unsigned char>(tableBytes + 1);
     if (lengths_ == nullptr) return false;
     file.seek(table);
-    isDamaged_ = !file.read(lengths_.get(), static_cast<std::size_t>(tableBytes));
+    isDamaged_ = !file.read(lengths_.get(), dib::asSize(tableBytes));
     std::size_t longest = 0;
     std::int64_t end = start;
     for (std::int64_t row = 0; row < block_.rows; ++row) {
         longest = std::max(longest, packedBytes(row));
-        end += static_cast<std::int64_t>(packedBytes(row));
+        end += dib::asOffset(packedBytes(row));
     }
     const std::int64_t there = std::min(end, block_.data.end);
     const bool isOpen = window_.prepare(std::min(start, there), there, longest);
@@ -132,12 +133,12 @@ const unsigned char* PlaneRows::undoPrediction() {
         unsigned sample = 0;
         for (std::size_t i = 0; i + 1 < bytes; i += 2) {
             sample += static_cast<unsigned>(line[i] << 8 | line[i + 1]);
-            line[i] = static_cast<unsigned char>(sample >> 8 & 255);
-            line[i + 1] = static_cast<unsigned char>(sample & 255);
+            line[i] = dib::byteOf(sample >> 8 & 255);
+            line[i + 1] = dib::byteOf(sample & 255);
         }
         return line;
     }
-    for (std::size_t i = 1; i < bytes; ++i) line[i] = static_cast<unsigned char>(line[i] + line[i - 1]);
+    for (std::size_t i = 1; i < bytes; ++i) line[i] = dib::byteOf(line[i] + line[i - 1]);
     if (block_.depth != 32) return line;
     const std::size_t width = bytes / 4;
     for (std::size_t x = 0; x < width; ++x) {

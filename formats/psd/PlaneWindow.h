@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 
 namespace formats::psd {
@@ -23,7 +24,7 @@ public:
         position_ = start;
         end_ = end;
         next_ = filled_ = 0;
-        const auto bytes = static_cast<std::size_t>(std::max<std::int64_t>(end - start, 1));
+        const auto bytes = dib::asSize(std::max<std::int64_t>(end - start, 1));
         windowBytes_ = std::min(std::max(kWindowBytes, longestRow), bytes);
         window_ = dib::allocateArray<unsigned char>(windowBytes_);
         return window_ != nullptr;
@@ -49,12 +50,12 @@ private:
         std::memmove(window_.get(), window_.get() + next_, filled_ - next_);
         filled_ -= next_;
         next_ = 0;
-        const auto rest = static_cast<std::size_t>(std::max<std::int64_t>(end_ - position_, 0));
+        const auto rest = dib::asSize(std::max<std::int64_t>(end_ - position_, 0));
         const std::size_t part = std::min(rest, windowBytes_ - filled_);
         file.seek(position_);
         if (!file.read(window_.get() + filled_, part)) return false;
         filled_ += part;
-        position_ += static_cast<std::int64_t>(part);
+        position_ += dib::asOffset(part);
         return filled_ >= wanted;
     }
 

@@ -8,7 +8,9 @@
 #include <cstring>
 #include <string>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/Numbers.h"
 #include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
@@ -75,9 +77,7 @@ void readPalette(const RefusedFile& file, const Outline& outline, DibStream& ima
     const std::string planes = file.text(palette.start, kPaletteBytes);
     DibBGRA* table = dib::colorTable(image.Header);
     for (std::size_t i = 0; i < 256; ++i) {
-        const auto part = [&](std::size_t plane) {
-            return static_cast<unsigned char>(planes[256 * plane + i]);
-        };
+        const auto part = [&](std::size_t plane) { return dib::byteOf(planes[256 * plane + i]); };
         table[i] = {part(2), part(1), part(0), 0};
     }
 }
@@ -136,7 +136,7 @@ bool PictureReader::begin() {
     request_.file.seek(picture_.blocks[0].data.start);
     if (!image_.create(request_.file, picture_.width, picture_.height, picture_.kind.bitCount,
                        isKnown ? fewest : 0) ||
-        !colors_.prepare(static_cast<std::size_t>(picture_.width)))
+        !colors_.prepare(dib::asSize(picture_.width)))
         return refuseForMemory(request_.result);
     if (picture_.isOneBlock)
         return openPlanes(request_.file, picture_.blocks[0], {planes_.data(), there}) ||
@@ -154,16 +154,15 @@ bool PictureReader::isCopy() const {
 }
 
 bool PictureReader::copyRows() {
-    const auto width = static_cast<std::size_t>(picture_.width);
-    const auto pitch = static_cast<std::size_t>(request_.image->GetPitch());
-    const std::size_t band = rowsPerStep(request_.progress, width, static_cast<std::size_t>(picture_.height));
+    const auto width = dib::asSize(picture_.width);
+    const auto pitch = dib::asSize(request_.image->GetPitch());
+    const std::size_t band = rowsPerStep(request_.progress, width, dib::asSize(picture_.height));
     request_.file.seek(picture_.blocks[0].data.start);
     for (int row = 0; row < picture_.height;) {
-        const std::size_t wanted = std::min(band, static_cast<std::size_t>(picture_.height - row));
-        const std::size_t rows = request_.file.readRows(image_->ScanLine(row),
-                                                        -static_cast<std::ptrdiff_t>(pitch), width, wanted) /
-                                 width;
-        row += static_cast<int>(rows);
+        const std::size_t wanted = std::min(band, dib::asSize(picture_.height - row));
+        const std::size_t rows =
+            request_.file.readRows(image_->ScanLine(row), -dib::asOffset(pitch), width, wanted) / width;
+        row += dib::asInt(rows);
         if (rows > 0 && !image_.read(image_->ScanLine(row - 1), rows)) return false;
         if (rows == wanted) continue;
         damagedRow_ = row;

@@ -3,6 +3,7 @@
 
 #include "dib/Bytes.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/psd/Document.h"
 
 namespace formats::psd {
@@ -35,7 +36,7 @@ enum ResourceId : std::uint16_t {
 // only values above 65535 differ.
 int thumbnailNumber(const unsigned char* p) {
     const unsigned char bytes[4] = {p[0], p[0], p[2], p[3]};
-    return static_cast<int>(dib::readBe32(bytes));
+    return dib::asInt(dib::readBe32(bytes));
 }
 
 void logThumbnail(const Document& document, const unsigned char* data, std::uint32_t size) {
@@ -65,7 +66,7 @@ void logResource(const Document& document, int id, const unsigned char* data, st
         case kLayerGroups:
             // Every line shows the first group, as it always has.
             for (std::uint32_t i = 0; i < size / 2; ++i)
-                document.log(" LayerGroupID[%d]: %u\n", static_cast<int>(i), unsigned{dib::readBe16(data)});
+                document.log(" LayerGroupID[%d]: %u\n", dib::asInt(i), unsigned{dib::readBe16(data)});
             break;
         default: break;
     }

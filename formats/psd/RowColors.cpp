@@ -9,6 +9,7 @@
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
 #include "dib/LightCurve.h"
+#include "dib/Numbers.h"
 #include "formats/BitPlanes.h"
 #include "formats/psd/ChannelBytes.h"
 #include "formats/psd/Matte.h"
@@ -106,7 +107,7 @@ void RowColors::convert(const unsigned char* samples, bool isLight, unsigned cha
 const unsigned char* RowColors::bytesOf(std::size_t plane, const unsigned char* samples) {
     if (samples == nullptr) return white();
     if (kind_.depth == 8) return samples;
-    const bool isLight = plane < static_cast<std::size_t>(kind_.colors);
+    const bool isLight = plane < dib::asSize(kind_.colors);
     convert(samples, isLight, own(plane), width_);
     return own(plane);
 }
@@ -115,7 +116,7 @@ const unsigned char* RowColors::bytesOf(std::size_t plane, const unsigned char* 
 const unsigned char* RowColors::bytesOfMixed(std::size_t plane, const unsigned char* samples,
                                              const unsigned char* alphaSamples, const unsigned char* alpha) {
     if (samples == nullptr || kind_.depth <= 8) return bytesOf(plane, samples);
-    const auto sampleBytes = static_cast<std::size_t>(kind_.depth / 8);
+    const auto sampleBytes = dib::asSize(kind_.depth / 8);
     const auto withoutWhite = kind_.depth == 16 ? wordsWithoutWhite : floatsWithoutWhite;
     for (std::size_t first = 0; first < width_; first += kPart) {
         const std::size_t count = std::min(kPart, width_ - first);
@@ -134,7 +135,7 @@ const unsigned char* RowColors::bytesOfMixed(std::size_t plane, const unsigned c
 void RowColors::join(const Planes& planes, bool isMixed, unsigned char* pixels) {
     const bool hasBlack = kind_.colors == 4;
     const std::size_t alpha = hasBlack ? 4 : 3;
-    const auto pixelBytes = static_cast<std::size_t>(kind_.bitCount / 8);
+    const auto pixelBytes = dib::asSize(kind_.bitCount / 8);
     const std::size_t most = isMixed ? kPart : width_;
     for (std::size_t first = 0; first < width_; first += most) {
         const std::size_t count = std::min(most, width_ - first);
@@ -171,7 +172,7 @@ void RowColors::convertLab(std::span<const unsigned char* const> samples, bool i
 }
 
 void RowColors::make(std::span<const unsigned char* const> samples, unsigned char* pixels) {
-    const auto colors = static_cast<std::size_t>(kind_.colors);
+    const auto colors = dib::asSize(kind_.colors);
     if (kind_.bitCount == 8) {
         if (samples[0] != nullptr) return convert(samples[0], kind_.isLight, pixels, width_);
         std::memset(pixels, 0xFF, width_);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "dib/Numbers.h"
 #include "formats/BitPlanes.h"
 #include "formats/PackBits.h"
 #include "formats/psd/PlaneWindow.h"
@@ -36,9 +37,9 @@ void fillRowEnd(DibStream& image, int row, std::size_t usedBytes) {
 
 // A single raw plane has the rows of the picture in reverse order.
 std::int64_t storeOnlyPlane(Reader& file, DibStream& image, const Planes& planes) {
-    const auto width = static_cast<std::size_t>(planes.width);
-    const auto step = -static_cast<std::ptrdiff_t>(image.GetPitch());
-    const auto rows = static_cast<std::size_t>(planes.rows);
+    const auto width = dib::asSize(planes.width);
+    const auto step = -dib::asOffset(image.GetPitch());
+    const auto rows = dib::asSize(planes.rows);
     if (file.bytes().readRows(image.ScanLine(0), step, width, rows) != width * rows) return 0;
     for (int row = 0; row < planes.rows; ++row) fillRowEnd(image, row, width);
     return planes.rows;
@@ -47,19 +48,19 @@ std::int64_t storeOnlyPlane(Reader& file, DibStream& image, const Planes& planes
 std::int64_t storePlanes(Reader& file, DibStream& image, std::size_t channels, const Planes& planes) {
     std::array<Plane, 4> readers;
     std::int64_t start = file.position();
-    const auto width = static_cast<std::size_t>(planes.width);
+    const auto width = dib::asSize(planes.width);
     for (std::size_t channel = 0; channel < channels; ++channel) {
         const std::int64_t end = start + planes.bytesInFileUpTo(channel, planes.rows);
         std::int64_t longest = 0;
         for (std::int64_t row = 0; row < planes.rows; ++row)
             longest = std::max(longest, planes.bytesInFile(channel, row));
-        if (!readers[channel].prepare(start, end, static_cast<std::size_t>(longest), width)) return 0;
+        if (!readers[channel].prepare(start, end, dib::asSize(longest), width)) return 0;
         start = end;
     }
     for (int row = 0; row < planes.rows; ++row) {
         std::array<const unsigned char*, 4> rows = {};
         for (std::size_t channel = 0; channel < channels; ++channel) {
-            const auto bytes = static_cast<std::size_t>(planes.bytesInFile(channel, row));
+            const auto bytes = dib::asSize(planes.bytesInFile(channel, row));
             rows[channel] = planes.packed ? readers[channel].unpackedRow(file, bytes, width)
                                           : readers[channel].window.row(file.bytes(), bytes);
             if (rows[channel] == nullptr) return row;
