@@ -83,9 +83,9 @@ DIB_EXPORT bool LoadHDR(const wchar_t* path, DibStream* image, DibProgressCallba
 /// @name PSD
 /// @{
 
-/// Loads the merged picture of a PSD document, version 1, into a bottom-up image. What can be read, how modes
-/// and depths end up in the image, and what a failure leaves is said at `DibPSDLoader`
-/// (DibPSDLoader.h), which also reads layers.
+/// Loads the merged picture of a PSD document, version 1, into a bottom-up image. `DibPSDLoader`
+/// (DibPSDLoader.h), which also reads layers, documents what can be read, how modes and depths are stored in
+/// the image, and what a failure leaves.
 /// @param callback Called at the start of each section and channel with position / file size. From the second
 ///                 call on the image holds the channels stored so far and 0xFF elsewhere.
 /// @return False with `ErrorCode`

@@ -77,7 +77,7 @@ struct DibBytes {
 
     /// No block.
     DibBytes() = default;
-    /// Takes the other's block, which has none then.
+    /// Takes the block of another object, which then has none.
     DibBytes(DibBytes&& other) noexcept
         : data(std::exchange(other.data, nullptr)), size(std::exchange(other.size, 0)) {}
     /// Exchanges the blocks.
@@ -103,7 +103,7 @@ struct DibMetadata {
     /// with `DibLoadOptions::keepsPalette`; saving images of 1, 4 and 8 bits as PNG writes it.
     DibBytes paletteAlpha;
     /// Of a TIM file: all but its pixels, so its positions in video memory and all its lookup tables. A TIM
-    /// file that is saved with it is like the one that was opened, but for what has changed of the image.
+    /// file saved with it equals the opened one but for changes of the image.
     DibBytes timFrame;
 };
 
@@ -120,14 +120,14 @@ struct DibNote {
     char text[124];    ///< English, UTF-8, without a full stop.
 };
 
-/// The outcome of a call. Each call starts it anew.
+/// The outcome of a call. Each call resets it.
 struct DibFileResult {
     static constexpr int kMostNotes = 16;  ///< Further notes are dropped.
 
     const DibFormat* format = nullptr;  ///< Of the file; null when it was not recognised.
     int code = DIB_OK;                  ///< `DibErrorCode`.
     char reason[256] = "";              ///< Why the call failed, in words; empty when it succeeded.
-    int noteCount = 0;                  ///< Number of notes; 0 after other failures.
+    int noteCount = 0;                  ///< Number of notes; a failed call keeps only losses that it refuses.
     DibNote notes[kMostNotes] = {};     ///< Warnings, assumptions and losses.
     DibMetadata metadata;               ///< Of a file that was opened or probed.
 };
@@ -183,7 +183,8 @@ struct DibLayer {
     bool isVisible = true;                ///< Whether it is switched on.
     bool isClipped = false;               ///< Whether it shows only where the layer below it does.
     int blendMode = 0;                    ///< As `DibPSDLoader::GetLayerBlendMode` (DibPSDLoader.h) has it.
-    /// The mask in force and, when that unites a painted mask and one of lines, the painted one alone.
+    /// The mask in force. Where it combines a painted mask and a vector mask, the second is the painted one
+    /// alone.
     DibLayerMask masks[2];
 };
 
@@ -194,7 +195,7 @@ struct DibLayers {
 
     /// No layers.
     DibLayers() = default;
-    /// Takes the other's layers, which has none then.
+    /// Takes the layers of another object, which then has none.
     DibLayers(DibLayers&& other) noexcept
         : items(std::exchange(other.items, nullptr)), count(std::exchange(other.count, 0)) {}
     /// Exchanges the layers.
@@ -255,8 +256,8 @@ struct DibLoadOptions {
     DibLayerPart part = DIB_LAYER_PIXELS;  ///< Of the layer, when one is chosen.
     /// The picture is decoded at a half, a quarter or an eighth of its size, the smallest that has at least
     /// this many columns and `atLeastHeight` rows, with a note; sides are rounded up. Both count after the
-    /// picture was turned by the file's orientation, and 0 demands nothing of a side. Where both are 0, and
-    /// in formats other than JPEG, the picture has its full size. Probes report that, and limits apply to it.
+    /// picture was turned by the file's orientation, and 0 is no limit. Where both are 0, and in formats
+    /// other than JPEG, the picture has its full size. Probes report that, and limits apply to it.
     int atLeastWidth = 0;
     int atLeastHeight = 0;  ///< See `atLeastWidth`.
     /// Name of the page, in place of its number: of an EXR file that of the part. Null: by number.

@@ -24,7 +24,7 @@ public:
     /// A new empty image; no image when memory is short.
     static DibHandle make() { return DibHandle(new (std::nothrow) DibStream); }
 
-    /// Takes the other's reference, which has none then.
+    /// Takes the reference of another handle, which then has none.
     DibHandle(DibHandle&& other) noexcept : image_(other.release()) {}
     /// Exchanges the references.
     DibHandle& operator=(DibHandle&& other) noexcept {
@@ -48,7 +48,7 @@ public:
 
     /// The image, which the handle keeps; null when there is none.
     DibStream* get() noexcept { return image_; }
-    /// The image, to be read.
+    /// The image, read-only.
     const DibStream* get() const noexcept { return image_; }
     DibStream* operator->() noexcept { return image_; }              ///< As `get`.
     const DibStream* operator->() const noexcept { return image_; }  ///< As `get`.

@@ -6,13 +6,13 @@
 ///
 /// The functions of DibEffect.h and the methods of `DibStream` take typed parameters. The table here says of
 /// each of them what a user needs to know: name, parameters, ranges, units, defaults, help and samples.
-/// Programs, other languages and documents are made from it.
+/// Programs, bindings and documents are generated from it.
 ///
 /// Steps and chains
 /// ----------------
 /// - A **step** is the name of an operation; a colon and values may follow, separated by commas. A value is
 ///   given by its place or as `name=value`; values without a name fill the parameters in the order of the
-///   table. A backslash keeps the character after it from being a separator: `compose:a\,b.png`.
+///   table. A backslash escapes the character after it: `compose:a\,b.png`.
 /// - A **chain** is steps with white space between them. White space in a value needs a backslash. A text
 ///   without steps changes nothing.
 /// - Texts end at their first zero byte. They need not be UTF-8.
@@ -55,7 +55,7 @@ enum DibParameterKind : int {
     DIB_PARAMETER_FRACTION = 2,  ///< A decimal number or a percentage: `0.5`, `50%`.
     DIB_PARAMETER_ANGLE = 3,     ///< Degrees, or radians with the suffix `rad`: `90`, `90deg`, `1.57rad`.
     DIB_PARAMETER_LENGTH = 4,    ///< Whole pixels, or a percentage of a side of the picture: `12`, `50%`.
-    DIB_PARAMETER_POSITION = 5,  ///< Pixels from the centre of the first one: `12.5`; `100%` is the last one.
+    DIB_PARAMETER_POSITION = 5,  ///< Pixels from the centre of the first pixel: `12.5`; `100%`: the last.
     DIB_PARAMETER_SIZE = 6,      ///< Width and height, each a length: `320x200`, `50%x200`; `50%` is both,
                                  ///< and `320x` and `x200` keep the shape of the picture.
     DIB_PARAMETER_CHOICE = 7,    ///< One of the names in `DibParameter::choices`.
@@ -88,11 +88,11 @@ struct DibParameter {
 
 /// An operation. The records live as long as the program.
 struct DibOperation {
-    const char* name;        ///< As in a step.
-    const char* area;        ///< Title of the operations that it belongs to; they follow each other.
-    const char* help;        ///< Starts with one sentence.
-    const char* example;     ///< A step; a second picture is called "other.bmp".
-    const char* samples[3];  ///< Chains that end with the operation, the plainest first.
+    const char* name;                       ///< As in a step.
+    const char* area;                       ///< Title of its group, whose operations follow each other.
+    const char* help;                       ///< Starts with one sentence.
+    const char* example;                    ///< A step; a second picture is called "other.bmp".
+    const char* samples[3];                 ///< Chains that end with the operation, the plainest first.
     const DibParameter* const* parameters;  ///< Required ones first; a null ends the list.
     unsigned int depths;  ///< Depths of the images that it accepts: `DibStream::DIB_ACCEPT_1` and so on.
     /// Whether every pixel of the result is one of the image, unchanged, and the colour table stays: what
@@ -124,8 +124,8 @@ private:
 DIB_EXPORT const DibOperation* const* DibGetOperations(std::size_t* count = nullptr);
 /// The operation of that name; null when there is none.
 DIB_EXPORT const DibOperation* DibFindOperation(const char* name);
-/// The name that someone may have meant who typed another: one that begins with it, if it has three letters
-/// or more, or that differs from it by a third of its letters at most, or by one.
+/// The name that a mistyped one may have meant: one that begins with it, if it has three letters or more, or
+/// one that differs from it in one letter or at most a third of its letters.
 /// @param names A null ends the list.
 /// @return The nearest of the names, null when none is near.
 DIB_EXPORT const char* DibNearestName(const char* typed, const char* const* names);
@@ -143,8 +143,8 @@ enum DibDescription : int {
     DIB_DESCRIBE_HELP = 1,      ///< Several lines for people: what it does, its parameters, an example.
     DIB_DESCRIBE_JSON = 2,      ///< All of its row, as a JSON object.
 };
-/// The version of the JSON texts, their member "schema". It grows when a member changes its meaning or goes;
-/// members may be added without.
+/// The version of the JSON texts, their member "schema". It grows when a member changes its meaning or is
+/// removed, not when one is added.
 constexpr int kDibOperationSchema = 1;
 
 /// Describes an operation.
@@ -159,7 +159,7 @@ DIB_EXPORT bool DibDescribeParameter(const DibParameter* parameter, DibBytes* te
 /// @name Results
 /// @{
 
-/// The outcome of a call. Each call starts it anew. The pointers are to records of the table.
+/// The outcome of a call. Each call resets it. Pointers refer to records of the table.
 struct DibOperationResult {
     static constexpr int kMostNotes = DibFileResult::kMostNotes;  ///< Further notes are dropped.
 
@@ -195,7 +195,7 @@ struct DibChain {
 
     /// No steps.
     DibChain() = default;
-    /// Takes the other's steps, which has none then.
+    /// Takes the steps of another object, which then has none.
     DibChain(DibChain&& other) noexcept
         : steps(std::exchange(other.steps, nullptr)), stepCount(std::exchange(other.stepCount, 0)) {}
     /// Exchanges the steps.
@@ -229,12 +229,12 @@ DIB_EXPORT bool DibDescribeCall(const DibStep* step, const DibStream* image, Dib
 
 /// How to apply a chain.
 struct DibApplyOptions {
-    std::size_t size = sizeof(DibApplyOptions);  ///< Bytes of this record, by which it may grow.
-    /// How the pictures are opened that steps name; null: with the defaults.
+    std::size_t size = sizeof(DibApplyOptions);  ///< Bytes of the caller's record.
+    /// How pictures named by steps are opened; null: with the defaults.
     const DibLoadOptions* load = nullptr;
     /// Opens them instead, for example below a folder, or from memory; it may refuse. It works as
     /// `DibLoadFile`: on failure it leaves a code and a reason. It must not throw. It may lend blocks, which
-    /// no step changes. Set it where chains come from people who must not read files.
+    /// no step changes. Set it where chains come from users who must not read files.
     bool (*open)(void* context, const char* name, DibStream* image, DibFileResult* result,
                  DibProgressCallback callback, void* user) = nullptr;
     void* context = nullptr;  ///< First argument of `open`.

@@ -23,19 +23,18 @@
 /// - A header block is a `BITMAPINFOHEADER` with `biSize` 40, followed by its colour table (2^`biBitCount`
 ///   entries up to 8 bits). The pixel block has pitch times rows bytes: see `DibStream::GetPitch`. Either row
 ///   order may be used.
-/// - What cannot be checked of the header is used unchecked: block lengths, above all. A header that
-///   no image can have is a failure, and its blocks are freed: a negative width, rows that are too many for
-///   32-bit offsets, more table entries than the depth has values (256 above 8 bits), or a `biSize` above
-///   124.
+/// - What the library cannot check is used as it is, above all the lengths of blocks. A header that no image
+///   can have is a failure, and its blocks are freed: a negative width, rows that are too many for 32-bit
+///   offsets, more table entries than the depth has values (256 above 8 bits), or a `biSize` above 124.
 ///
 /// Rules for LoadEXR and LoadDDS
 /// -----------------------------
 /// - They return true when both out pointers are set to blocks of their own; a single block does not count as
-///   a picture, and is freed. When they return false they have freed what they allocated; what the out
-///   pointers then hold is not looked at. They are null when the function is called.
+///   a picture, and is freed. When they return false they have freed what they allocated; the library then
+///   ignores the out pointers. They are null when the function is called.
 /// - The progress function is called, when it is given, with the fraction done, from 0 to 1, and the progress
-///   user pointer; when it returns false the function stops and returns false. `LoadEXR` of DibCodec.h
-///   gives EXR plug-ins none, the functions of DibFile.h give one to all.
+///   user pointer; when it returns false the function stops and returns false. `LoadEXR` of DibCodec.h passes
+///   none to EXR plug-ins; the functions of DibFile.h always pass one.
 #ifndef DIBSTREAM_DIBPLUGIN_H
 #define DIBSTREAM_DIBPLUGIN_H
 
@@ -95,7 +94,7 @@ struct DibPluginCall {
     /// Takes the reason of a failure: a `DibErrorCode` and up to 255 bytes. The first one counts.
     void (*refuse)(void* library, int code, const char* reason);
 
-    /// Whether somebody gets the reports. When nobody does, a plug-in may work in larger steps.
+    /// Whether anyone receives the reports. Otherwise a plug-in may work in larger steps.
     bool isWatched;
 };
 
@@ -153,7 +152,7 @@ struct DibPluginSave {
     void (*readRow)(void* library, int row, unsigned char* pixels);
 
     bool isLossy;          ///< As in `DibSaveOptions`.
-    bool isWatched;        ///< Whether somebody gets the reports.
+    bool isWatched;        ///< Whether anyone receives the reports.
     int quality;           ///< As in `DibSaveOptions`.
     int compressionLevel;  ///< As in `DibSaveOptions`.
 
@@ -170,7 +169,7 @@ struct DibPluginSave {
     void (*refuse)(void* library, int code, const char* reason);
 };
 
-/// What a plug-in reads, and its functions. No pointer may be null but where it is said.
+/// What a plug-in reads, and its functions. No pointer may be null unless stated.
 struct DibPluginDescription {
     std::size_t size;               ///< Bytes of this record.
     int version;                    ///< `DIB_PLUGIN_VERSION`.
