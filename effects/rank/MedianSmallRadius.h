@@ -14,7 +14,7 @@ namespace dib {
 // A filter of dib::filterImage.
 class MedianSmallRadius {
 public:
-    // Beyond this radius the sliding histogram is faster, and bytes no longer count the positions.
+    // Beyond this radius tiles are faster, and bytes no longer count the positions.
     static constexpr int kLargest = (kLongestSelectSide - 1) / 2;
 
     MedianSmallRadius(int radius, unsigned int flags)

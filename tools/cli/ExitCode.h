@@ -1,6 +1,7 @@
 #ifndef TOOLS_CLI_EXIT_CODE_H
 #define TOOLS_CLI_EXIT_CODE_H
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -38,6 +39,12 @@ private:
 
 // A mistake on the command line.
 inline Failure usageFailure(const std::string& message) { return Failure(kExitUsage, message); }
+
+// Prints lines to standard error, each after the name of the program.
+void complain(const std::vector<std::string>& lines);
+
+// Runs the program or a part of it, complains of its failure and returns the exit code.
+int exitCodeOf(const std::function<void()>& work);
 
 }  // namespace tool
 

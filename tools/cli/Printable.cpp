@@ -2,9 +2,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <exception>
-
-#include "tools/cli/ExitCode.h"
 
 namespace tool {
 
@@ -66,23 +63,6 @@ std::string replaced(std::string_view text, Replace replacementOf) {
 
 std::string printable(std::string_view text) {
     return replaced(text, [](std::uint32_t) { return "?"; });
-}
-
-void complain(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines) std::fprintf(stderr, "dib: %s\n", printable(line).c_str());
-}
-
-int exitCodeOf(const std::function<void()>& work) {
-    try {
-        work();
-        return kExitDone;
-    } catch (const Failure& failure) {
-        complain(failure.lines());
-        return failure.exitCode();
-    } catch (const std::exception& error) {
-        complain({error.what()});
-        return kExitOperationFailed;
-    }
 }
 
 std::string printableJson(std::string_view json) {

@@ -7,6 +7,7 @@
 #include "batch/OutputNames.h"
 #include "batch/Workers.h"
 #include "tools/cli/Cancel.h"
+#include "tools/cli/ExitCode.h"
 #include "tools/cli/Options.h"
 #include "tools/cli/Suggestion.h"
 #include "tools/commands/Run.h"

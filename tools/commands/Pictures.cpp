@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "tools/cli/Cancel.h"
-#include "tools/cli/Printable.h"
+#include "tools/cli/ExitCode.h"
 #include "tools/io/Formats.h"
 
 namespace tool {
