@@ -2,11 +2,11 @@
 """Compares ten everyday jobs in Python: DibStream, Pillow, OpenCV and libvips, each in one process with one thread.
 
 usage: PYTHONPATH=build/release/python bench/python/jobs.py [--rounds N] [--only JOB,...] [--clock] [--write]
-       PYTHONPATH=build/release/python bench/python/jobs.py overhead build/release/bench/bench_calls
 
 A round starts each program once for each job. The process does the job once, where its memory is measured, and three times for
-its time. --clock compares times of the clock instead of the processor's; --write puts the table into
-docs/performance/python.md. `overhead` prints what a call on a picture of 64x64 pixels costs more than the same in C++.
+its time. --clock compares times of the clock instead of the processor's. Then come the cost of a call on a picture of 64x64
+pixels and the pictures a second of examples/cluster/map_pictures.py with one and with two workers. --write puts all of it into
+docs/performance/python.md.
 """
 import argparse
 import json
@@ -21,9 +21,13 @@ import time
 
 from programs import PROGRAMS
 
-PAGE = pathlib.Path(__file__).resolve().parents[2] / "docs" / "performance" / "python.md"
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PAGE = ROOT / "docs" / "performance" / "python.md"
+CLUSTER = ROOT / "examples" / "cluster"
 MARK = "<!-- written by bench/python/jobs.py -->\n"
 THUMBNAILS = 12
+MAPPED = 80  # pictures of 12 megapixels that workers reduce
+CHAIN = "resize:1200x900,filter=area"
 REPEATS = 3
 # The key in programs.py, what the job is, the files that it reads, the ending of what it writes.
 JOBS = [
@@ -92,7 +96,17 @@ def work(program, job, folder):
 
 
 def run(*arguments):
-    return subprocess.run([sys.executable, __file__, *map(str, arguments)], capture_output=True, text=True)
+    path = os.pathsep.join(filter(None, [os.environ.get("PYTHONPATH"), str(CLUSTER)]))
+    return subprocess.run([sys.executable, __file__, *map(str, arguments)], capture_output=True, text=True,
+                          env=os.environ | {"PYTHONPATH": path})
+
+
+def numbers_of(*arguments):
+    """What a process of this program prints as JSON."""
+    child = run(*arguments)
+    if child.returncode != 0:
+        raise SystemExit(f"{' '.join(map(str, arguments))}: {child.stderr}")
+    return json.loads(child.stdout)
 
 
 def available():
@@ -112,10 +126,7 @@ def measure(jobs, programs, rounds, folder):
     runs = {(job, name): [] for job in jobs for name in programs if job in programs[name]}
     for turn in range(rounds):
         for job, name in sorted(runs, key=lambda key: (jobs.index(key[0]), (list(programs).index(key[1]) + turn) % len(programs))):
-            child = run("work", name, job, folder)
-            if child.returncode != 0:
-                raise SystemExit(f"{name} {job}: {child.stderr}")
-            runs[job, name].append(json.loads(child.stdout))
+            runs[job, name].append(numbers_of("work", name, job, folder))
         print(f"round {turn + 1} of {rounds}", file=sys.stderr)
     return {key: {field: first if field == "version" else statistics.median(run[field] for run in rows)
                   for field, first in rows[0].items()} for key, rows in runs.items()}
@@ -143,40 +154,112 @@ def compare_pictures(numbers, folder):
             print(f"{job}: the result of {name} is another picture, {row['likeness']:.1f} dB", file=sys.stderr)
 
 
-def table(numbers, field):
-    """The table as Markdown, with a line on how many jobs reach their target."""
-    versions = {name: row["version"] for (_, name), row in numbers.items()}
-    lines = ["| job | " + " | ".join(versions.values()) + " | ratio of times | of memory |", "|---|" + "---|" * (len(versions) + 2)]
-    ratios = []
+def compared(numbers, field):
+    """Each job with its rows by program, and the name and the share of the best of the others."""
     for job, text, _, _ in JOBS:
-        rows = {name: numbers[job, name] for name in versions if (job, name) in numbers}
-        if not rows:
-            continue
-        ours, *others = rows.values()
-        ratios.append([ours[key] / min(row[key] for row in others) for key in (field, "memory")])
-        cells = ["-" if name not in rows else "{:.1f} ms, {:.1f} ({:.0f}) MiB, {:.0f} KiB, {:.0f} dB".format(
-            rows[name][field] * 1e3, rows[name]["memory"], rows[name]["whole"], rows[name]["bytes"] / 1024,
-            rows[name]["likeness"]) for name in versions]
-        lines.append(f"| {text} | " + " | ".join(cells) + " | {:.2f} | {:.2f} |".format(*ratios[-1]))
-    fast, small = (sum(ratio <= 1 for ratio in column) for column in zip(*ratios))
-    lines += ["", f"As fast as the fastest of the others in {fast} of {len(ratios)} jobs; no more memory than the one with the "
-                  f"least in {small}."]
-    return "\n".join(lines).replace("inf dB", "the same").replace(", the same |", " |")
+        rows = {name: numbers[job, name] for name in PROGRAMS if (job, name) in numbers}
+        if rows:
+            best = min(set(rows) - {"dibstream"}, key=lambda name: rows[name][field])
+            yield text, rows, best, rows["dibstream"][field] / rows[best][field]
 
 
-def overhead(program):
+def table(numbers, field, cell):
+    """Ours beside the others as Markdown, with a sentence on the jobs in which another one needs less."""
+    versions = {name: row["version"] for (_, name), row in numbers.items()}
+    lines = ["| job | " + " | ".join(versions.values()) + " | ratio |", "|---|" + "---|" * (len(versions) + 1)]
+    jobs, behind = 0, []
+    for text, rows, best, ratio in compared(numbers, field):
+        cells = [cell(rows[name]) if name in rows else "-" for name in versions]
+        lines.append(f"| {text} | " + " | ".join(cells) + f" | {ratio:.2f} |")
+        jobs += 1
+        if ratio > 1:
+            behind.append(f"{text} ({versions[best]})")
+    better = f" Above it: {'; '.join(behind)}." if behind else ""
+    return "\n".join(lines + ["", f"Ours is at most that of the best of the others in {jobs - len(behind)} of {jobs} jobs." + better])
+
+
+def result_text(name, row):
+    size = f"{row['bytes'] / 1024:.0f} KiB"
+    if row["likeness"] == math.inf:
+        return size if name == "dibstream" else size + ", the same"
+    return f"{size}, {row['likeness']:.0f} dB"
+
+
+def results_table(numbers):
+    """The sizes of the files, and how like ours their pictures are."""
+    versions = {name: row["version"] for (_, name), row in numbers.items()}
+    lines = ["| job | " + " | ".join(versions.values()) + " |", "|---|" + "---|" * len(versions)]
+    for text, rows, _, _ in compared(numbers, "bytes"):
+        cells = [result_text(name, rows[name]) if name in rows else "-" for name in versions]
+        lines.append(f"| {text} | " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def calls():
     """Microseconds of a call in the quickest batch, in Python and in C++."""
     import dibstream
+    compiled = pathlib.Path(dibstream.__file__).absolute().parents[2] / "bench" / "bench_calls"
+    if not compiled.exists():
+        raise SystemExit(f"{compiled} is not built")
+    found = {name: {"C++": time} for name, time in json.loads(subprocess.check_output([compiled], text=True)).items()}
     image = dibstream.new(64, 64)
-    compiled = json.loads(subprocess.run([program], capture_output=True, text=True, check=True).stdout)
     for name, call in ("reverse", image.reverse), ("mosaic", lambda: image.mosaic(4)):
-        best = math.inf
+        found[name]["Python"] = math.inf
         for _ in range(40):
             start = time.process_time()
             for _ in range(5000):
                 call()
-            best = min(best, (time.process_time() - start) * 1e6 / 5000)
-        print(f"{name}: {best:.2f} us, in C++ {compiled[name]:.2f} us, {best - compiled[name]:.2f} us more")
+            found[name]["Python"] = min(found[name]["Python"], (time.process_time() - start) * 1e6 / 5000)
+    return found
+
+
+def calls_text(found):
+    parts = [f"{row['Python'] - row['C++']:.1f} for `{name}` ({row['Python']:.1f} and {row['C++']:.1f})"
+             for name, row in found.items()]
+    return ("A call on a picture of 64x64 pixels takes so many microseconds longer than the same in C++: " + ", ".join(parts) +
+            ".")
+
+
+def throughput(workers, folder):
+    """Pictures a second of map_pictures.py. The start of the workers does not count."""
+    import map_pictures
+    options = argparse.Namespace(scheduler=None, workers=workers, chain=CHAIN, retries=0, resume=False,
+                                 results=folder / "results.tsv")
+    jobs = [(str(folder / "large.jpg"), str(folder / "mapped" / f"{i}.jpg")) for i in range(MAPPED)]
+    with map_pictures.connect(options) as client:
+        map_pictures.run(client, jobs[:4 * workers], options)
+        start = time.perf_counter()
+        if map_pictures.run(client, jobs, options) > 0:
+            raise SystemExit("pictures failed")
+        return {"rate": MAPPED / (time.perf_counter() - start)}
+
+
+def throughput_text(rounds, folder):
+    rates = {1: [], 2: []}
+    for _ in range(rounds):
+        for workers, rate in rates.items():
+            rate.append(numbers_of("throughput", workers, folder)["rate"])
+    one, two = (statistics.median(rate) for rate in rates.values())
+    return (f"`map_pictures.py` reduced {one:.1f} JPEGs of 12 megapixels a second with one worker and {two:.1f} with two, "
+            f"{two / one:.2f} times as many, on a machine with {os.cpu_count()} processors.")
+
+
+def report(options, folder):
+    make_pictures(folder)
+    programs = available()
+    if next(iter(programs), "") != "dibstream" or len(programs) < 2:
+        raise SystemExit("dibstream and Pillow, OpenCV or libvips must be installed")
+    numbers = measure(options.only.split(","), programs, options.rounds, folder)
+    compare_pictures(numbers, folder)
+    field = "clock" if options.clock else "cpu"
+    return "\n\n".join([
+        f"Rounds: {options.rounds}.",
+        "## Times", table(numbers, field, lambda row: f"{row[field] * 1e3:.1f} ms"),
+        "## Memory", table(numbers, "whole", lambda row: f"{row['whole']:.1f} MiB, {row['memory']:.1f} of the job"),
+        "## Results", results_table(numbers),
+        "## Calls", calls_text(numbers_of("calls")),
+        "## Workers", throughput_text(options.rounds, folder),
+    ])
 
 
 def main():
@@ -186,15 +269,8 @@ def main():
     parser.add_argument("--clock", action="store_true")
     parser.add_argument("--write", action="store_true")
     options = parser.parse_args()
-    programs = available()
-    if next(iter(programs), "") != "dibstream" or len(programs) < 2:
-        raise SystemExit("dibstream and Pillow, OpenCV or libvips must be installed")
     with tempfile.TemporaryDirectory(prefix="python-jobs-") as name:
-        folder = pathlib.Path(name)
-        make_pictures(folder)
-        numbers = measure(options.only.split(","), programs, options.rounds, folder)
-        compare_pictures(numbers, folder)
-    text = table(numbers, "clock" if options.clock else "cpu")
+        text = report(options, pathlib.Path(name))
     print(text)
     if options.write:
         page = PAGE.read_text(encoding="utf-8")
@@ -206,7 +282,9 @@ if __name__ == "__main__":
         work(sys.argv[2], sys.argv[3], pathlib.Path(sys.argv[4]))
     elif sys.argv[1:2] == ["list"]:
         print(*PROGRAMS[sys.argv[2]]()[3])
-    elif sys.argv[1:2] == ["overhead"]:
-        overhead(sys.argv[2])
+    elif sys.argv[1:2] == ["calls"]:
+        print(json.dumps(calls()))
+    elif sys.argv[1:2] == ["throughput"]:
+        print(json.dumps(throughput(int(sys.argv[2]), pathlib.Path(sys.argv[3]))))
     else:
         main()
