@@ -20,7 +20,7 @@ bool canFill(const dib_result* result) {
 
 namespace {
 
-// What all results of the C++ functions have.
+// The members that all results of the C++ functions have.
 template <class Result>
 dib_result resultOf(const dib_result& to, const Result& from) {
     static_assert(sizeof from.reason <= sizeof to.reason && Result::kMostNotes == DIB_C_MOST_NOTES);

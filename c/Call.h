@@ -1,4 +1,4 @@
-// What the functions of dibstream.h do around the call of a C++ function: arguments in, results out.
+// Shared by the functions of dibstream.h: they check arguments, call a C++ function and store its result.
 #ifndef C_CALL_H
 #define C_CALL_H
 
@@ -35,12 +35,12 @@ bool accept(Result& result, DibErrorCode code) {
                                              : "the size of the options is wrong");
 }
 
-// Whether the program's structures for results have a size that they can have.
+// Whether the sizes of the program's structures for results are valid.
 bool canFill(const dib_result* result);
-// Gives the program its result.
+// Stores the result for the program.
 void fillResult(dib_result* to, const DibFileResult& from);
 void fillResult(dib_result* to, const DibOperationResult& from);
-// Stores the metadata of a file, if the program passed a place for them.
+// Stores the metadata of a file, if the program asked for it.
 void fillMetadata(const dib_result* to, DibMetadata& from);
 
 // Runs the work of a call, which gets a result of the C++ functions and returns whether it succeeded.
@@ -54,16 +54,24 @@ dib_code call(dib_result* result, const Work& work) {
     return codeOf(out.code);
 }
 
+// Reads an option that is one of the values from 0 to `last`. Returns whether it is.
+template <class Enum>
+bool readChoice(int value, Enum last, Enum& choice) {
+    if (value < 0 || value > last) return false;
+    choice = static_cast<Enum>(value);
+    return true;
+}
+
 // The options of a load, for the C++ functions.
 template <class Result>
 bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Result& result) {
     dib_load_options from = DIB_C_LOAD_OPTIONS_INIT;
     if (!accept(result, readOptions(given, from))) return false;
-    if (from.damage < DIB_C_DAMAGE_REFUSE || from.damage > DIB_C_DAMAGE_KEEP)
+    if (!readChoice(from.damage, DIB_DAMAGE_KEEP, options.damage))
         return refuse(result, DIB_ERROR_INVALID, "the option damage has no such value");
-    if (from.alpha < DIB_C_ALPHA_GUESS || from.alpha > DIB_C_ALPHA_STORED)
+    if (!readChoice(from.alpha, DIB_ALPHA_STORED, options.alpha))
         return refuse(result, DIB_ERROR_INVALID, "the option alpha has no such value");
-    if (from.part < DIB_C_LAYER_PIXELS || from.part > DIB_C_LAYER_SECOND_MASK)
+    if (!readChoice(from.part, DIB_LAYER_SECOND_MASK, options.part))
         return refuse(result, DIB_ERROR_INVALID, "the option part has no such value");
     options.formats = from.formats;
     options.name = from.name;
@@ -71,8 +79,6 @@ bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Res
     options.mostPixels = from.most_pixels;
     options.mostBytes = from.most_bytes;
     options.mostLayers = from.most_layers;
-    options.damage = static_cast<DibDamagePolicy>(from.damage);
-    options.alpha = static_cast<DibAlphaPolicy>(from.alpha);
     options.page = from.page;
     options.layer = from.layer;
     options.level = from.level;
@@ -82,7 +88,6 @@ bool readLoadOptions(const dib_load_options* given, DibLoadOptions& options, Res
     options.keepsPalette = from.keeps_palette != 0;
     options.pageName = from.page_name;
     options.layerName = from.layer_name;
-    options.part = static_cast<DibLayerPart>(from.part);
     return true;
 }
 

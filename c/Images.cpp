@@ -3,21 +3,18 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "c/Call.h"
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
+#include "dib/Memory.h"
 
 using c_interface::handleOf;
 using c_interface::imageOf;
 
 namespace {
-
-bool isDepth(int bitCount) {
-    constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
-    return std::find(std::begin(kDepths), std::end(kDepths), bitCount) != std::end(kDepths);
-}
 
 // The numbers that describe an image.
 struct Shape {
@@ -27,7 +24,7 @@ struct Shape {
     int rowOrder;
 
     bool isValid() const {
-        return width > 0 && height > 0 && isDepth(bitCount) &&
+        return width > 0 && height > 0 && dib::isDepth(bitCount) &&
                (rowOrder == DIB_C_BOTTOM_UP || rowOrder == DIB_C_TOP_DOWN);
     }
     int storedHeight() const { return rowOrder == DIB_C_TOP_DOWN ? -height : height; }
@@ -61,7 +58,7 @@ unsigned char* rowOf(const dib_image* image, int row) {
 }  // namespace
 
 size_t dib_row_bytes(int width, int bit_count) {
-    if (width < 1 || !isDepth(bit_count)) return 0;
+    if (width < 1 || !dib::isDepth(bit_count)) return 0;
     return dib::admitSize(width, 1, bit_count).rowBytes;
 }
 
@@ -88,10 +85,9 @@ dib_code dib_image_wrap(void* pixels, size_t row_bytes, int width, int height, i
     if (row_bytes != dib_row_bytes(width, bit_count)) return DIB_C_ERROR_MISMATCH;
     if (reinterpret_cast<std::uintptr_t>(pixels) % 4 != 0) return DIB_C_ERROR_MISMATCH;
     return makeImage(image, [&](DibStream& made) {
-        constexpr unsigned int kOwned = 6;
         BITMAPINFOHEADER* header = made.CreateHeader(width, shape.storedHeight(), bit_count);
         if (header == nullptr) return false;
-        made.SetDib(header, kOwned, pixels, 0);
+        made.SetDib(header, dib::kOwned, pixels, 0);
         made.SetMonoPalette();
         return true;
     });
@@ -134,7 +130,8 @@ int dib_image_get_palette(const dib_image* image, uint32_t* colors, int most) {
     const int count = static_cast<int>(paletteSize(headerOf(image)));
     const DibBGRA* table = dib::colorTable(&headerOf(image));
     for (int i = 0; colors != nullptr && i < std::min(most, count); ++i) {
-        colors[i] = static_cast<std::uint32_t>(table[i].red << 16 | table[i].green << 8 | table[i].blue);
+        const auto& [blue, green, red, alpha] = table[i];
+        colors[i] = std::uint32_t{red} << 16 | std::uint32_t{green} << 8 | blue;
     }
     return count;
 }
@@ -143,7 +140,7 @@ dib_code dib_image_set_palette(dib_image* image, const uint32_t* colors, int cou
     if (!hasPixels(image) || colors == nullptr) return DIB_C_ERROR_INVALID;
     const std::size_t most = dib::addressableEntries(headerOf(image).biBitCount);
     if (most == 0) return DIB_C_ERROR_MISMATCH;
-    if (count < 1 || static_cast<std::size_t>(count) > most) return DIB_C_ERROR_INVALID;
+    if (count < 1 || std::cmp_greater(count, most)) return DIB_C_ERROR_INVALID;
     if (!dib::ensureColorTable(*imageOf(image), most)) return DIB_C_ERROR_MEMORY;
     BITMAPINFOHEADER* header = imageOf(image)->Header;
     header->biClrUsed = static_cast<std::uint32_t>(count);

@@ -1,4 +1,5 @@
 #include <DibHandle.h>
+#include <DibPalette.h>
 
 #include "c/Call.h"
 
@@ -114,5 +115,17 @@ dib_code dib_probe_memory(const void* bytes, size_t size, dib_file_info* info,
                           const dib_load_options* options, dib_result* result) {
     return probe(info, options, result, [&](DibFileInfo* to, const DibLoadOptions& how, DibFileResult& out) {
         return DibProbeMemory(bytes, size, to, &how, &out);
+    });
+}
+
+dib_code dib_load_palette(const char* path, dib_image** image, dib_result* result) {
+    return load(image, nullptr, result, [&](DibStream* to, const DibLoadOptions&, DibFileResult& out) {
+        return DibLoadPalette(path, to, &out);
+    });
+}
+
+dib_code dib_load_palette_memory(const void* bytes, size_t size, dib_image** image, dib_result* result) {
+    return load(image, nullptr, result, [&](DibStream* to, const DibLoadOptions&, DibFileResult& out) {
+        return DibLoadPaletteMemory(bytes, size, to, &out);
     });
 }

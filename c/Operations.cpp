@@ -12,7 +12,7 @@ static_assert(DIB_C_OPERATION_SCHEMA == kDibOperationSchema);
 static_assert(int{DIB_C_DESCRIBE_SYNOPSIS} == DIB_DESCRIBE_SYNOPSIS &&
               int{DIB_C_DESCRIBE_HELP} == DIB_DESCRIBE_HELP && int{DIB_C_DESCRIBE_JSON} == DIB_DESCRIBE_JSON);
 
-// The blocks of an image that the program opened.
+// Moves the blocks of an image that the program opened.
 void takeBlocks(dib_image* opened, DibStream& image) {
     DibStream* from = imageOf(opened);
     image.SetDib(from->Header, from->HeaderOwner, from->Buffer, from->BufferOwner);
@@ -55,11 +55,10 @@ const char* dib_operation_name(int index) {
 dib_code dib_describe_operation(const char* name, int description, char** text) {
     if (text == nullptr) return DIB_C_ERROR_INVALID;
     *text = nullptr;
-    if (description < DIB_C_DESCRIBE_SYNOPSIS || description > DIB_C_DESCRIBE_JSON)
-        return DIB_C_ERROR_INVALID;
+    DibDescription form{};
+    if (!c_interface::readChoice(description, DIB_DESCRIBE_JSON, form)) return DIB_C_ERROR_INVALID;
     const DibOperation* operation = name != nullptr ? DibFindOperation(name) : nullptr;
     if (name != nullptr && operation == nullptr) return DIB_C_ERROR_UNSUPPORTED;
-    const auto form = static_cast<DibDescription>(description);
     DibBytes block;
     const bool isDone = operation != nullptr ? DibDescribeOperation(operation, form, &block)
                                              : DibDescribeOperations(form, &block);
@@ -85,6 +84,7 @@ dib_code dib_apply(dib_image* image, const char* chain, const dib_apply_options*
         DibApplyOptions how;
         how.load = &load;
         how.inPlace = from.in_place != 0;
+        how.classic = from.classic != 0;
         if (from.open != nullptr) {
             how.open = openByProgram;
             how.context = &from;

@@ -1,3 +1,5 @@
+#include <DibPalette.h>
+
 #include "c/Call.h"
 
 using c_interface::call;
@@ -37,7 +39,7 @@ bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, Bor
                      DibFileResult& result) {
     dib_save_options from = DIB_C_SAVE_OPTIONS_INIT;
     if (!c_interface::accept(result, c_interface::readOptions(given, from))) return false;
-    if (from.tiff_compression < DIB_C_TIFF_DEFLATE || from.tiff_compression > DIB_C_TIFF_NONE)
+    if (!c_interface::readChoice(from.tiff_compression, DIB_TIFF_NONE, options.tiffCompression))
         return refuse(result, DIB_ERROR_INVALID, "the option tiff_compression has no such value");
     if (from.metadata != nullptr) {
         dib_metadata held = DIB_C_METADATA_INIT;
@@ -51,7 +53,6 @@ bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, Bor
     options.isLossy = from.is_lossy != 0;
     options.compressionLevel = from.compression_level;
     options.runLengths = from.run_lengths != 0;
-    options.tiffCompression = static_cast<DibTiffCompression>(from.tiff_compression);
     return true;
 }
 
@@ -62,6 +63,23 @@ dib_code save(const dib_save_options* given, dib_result* result, const Save& sav
         DibSaveOptions options;
         return readSaveOptions(given, options, metadata, out) && saveBy(options, out);
     });
+}
+
+// Makes a block and gives it to the program.
+template <class Save>
+bool saveBlock(void** bytes, size_t* size, DibFileResult& result, const Save& saveTo) {
+    if (bytes == nullptr || size == nullptr)
+        return refuse(result, DIB_ERROR_INVALID, "there is no pointer for the block or its size");
+    DibBytes block;
+    if (!saveTo(&block)) return false;
+    *size = block.size;
+    *bytes = std::exchange(block.data, nullptr);
+    return true;
+}
+
+void clearBlock(void** bytes, size_t* size) {
+    if (bytes != nullptr) *bytes = nullptr;
+    if (size != nullptr) *size = 0;
 }
 
 }  // namespace
@@ -86,16 +104,11 @@ dib_code dib_save_file(const char* path, const dib_image* image, const dib_save_
 
 dib_code dib_save_memory(void** bytes, size_t* size, const dib_image* image, const dib_save_options* options,
                          dib_result* result, dib_progress progress, void* user) {
-    if (bytes != nullptr) *bytes = nullptr;
-    if (size != nullptr) *size = 0;
+    clearBlock(bytes, size);
     return save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
-        if (bytes == nullptr || size == nullptr)
-            return refuse(out, DIB_ERROR_INVALID, "there is no pointer for the block or its size");
-        DibBytes block;
-        if (!DibSaveMemory(&block, imageOf(image), &how, &out, progress, user)) return false;
-        *size = block.size;
-        *bytes = std::exchange(block.data, nullptr);
-        return true;
+        return saveBlock(bytes, size, out, [&](DibBytes* block) {
+            return DibSaveMemory(block, imageOf(image), &how, &out, progress, user);
+        });
     });
 }
 
@@ -111,5 +124,20 @@ dib_code dib_save_function(dib_write_function write, void* context, const dib_im
                            void* user) {
     return save(options, result, [&](const DibSaveOptions& how, DibFileResult& out) {
         return DibSaveStream(DibWriter{write, context}, imageOf(image), &how, &out, progress, user);
+    });
+}
+
+dib_code dib_save_palette(const char* path, const dib_image* image, const char* format, dib_result* result) {
+    return call<DibFileResult>(
+        result, [&](DibFileResult& out) { return DibSavePalette(path, imageOf(image), format, &out); });
+}
+
+dib_code dib_save_palette_memory(void** bytes, size_t* size, const dib_image* image, const char* format,
+                                 dib_result* result) {
+    clearBlock(bytes, size);
+    return call<DibFileResult>(result, [&](DibFileResult& out) {
+        return saveBlock(bytes, size, out, [&](DibBytes* block) {
+            return DibSavePaletteMemory(block, imageOf(image), format, &out);
+        });
     });
 }

@@ -180,7 +180,7 @@ struct DibOperationResult {
 /// @name Parsing
 /// @{
 
-/// An operation with values.
+/// An operation with values. Calls take arrays of steps, so this record never grows.
 struct DibStep {
     const DibOperation* operation;  ///< Of the table.
     /// The text of each parameter's value, in the order of `DibOperation::parameters`, without backslashes. A

@@ -466,6 +466,45 @@ DIB_C_EXPORT dib_code dib_save_function(dib_write_function write, void* context,
                                         dib_progress progress, void* user);
 /// @}
 
+/// @name Palette files
+///
+/// Palettes in files of their own: those of GIMP (.gpl), JASC (.pal) and Adobe (.act). In memory they are the
+/// palettes of images.
+/// @{
+
+/// Opens a palette as a new image of 8 bits with one row, in which each pixel has the next entry. The content
+/// of the file decides its format. Of more than 256 colours the first 256 stay, which is noted.
+/// @param path   A null path cannot be opened.
+/// @param image  Gets the image, or null when the call fails.
+/// @param result Gets reason and notes, unless it is null.
+/// @return
+/// - 3 the file cannot be opened;
+/// - 4 it ends early;
+/// - 6 it is damaged, or an argument has no meaning;
+/// - 7 it is no palette that is read;
+/// - 2 memory is short.
+DIB_C_EXPORT dib_code dib_load_palette(const char* path, dib_image** image, dib_result* result);
+/// The same for a file in memory.
+DIB_C_EXPORT dib_code dib_load_palette_memory(const void* bytes, size_t size, dib_image** image,
+                                              dib_result* result);
+/// Writes the palette of an image of up to 8 bits, whole or not at all.
+/// @param format "gpl", "pal" or "act"; null: as the extension of the path says.
+/// @return
+/// - 3 the file cannot be created;
+/// - 5 it cannot be written to the end;
+/// - 6 there is no image;
+/// - 7 there is no such format;
+/// - 8 the image has no palette;
+/// - 2 memory is short.
+DIB_C_EXPORT dib_code dib_save_palette(const char* path, const dib_image* image, const char* format,
+                                       dib_result* result);
+/// The same to a new block of memory, which `dib_free` frees. The format must be given.
+/// @param bytes Gets the block, or null when the call fails.
+/// @param size  Gets its size, or 0.
+DIB_C_EXPORT dib_code dib_save_palette_memory(void** bytes, size_t* size, const dib_image* image,
+                                              const char* format, dib_result* result);
+/// @}
+
 /// @name Operations
 ///
 /// Every effect, conversion and geometry method by its name, as text: a **step** is the name of an operation,
@@ -511,7 +550,7 @@ typedef struct dib_apply_options {
     /// Not 0: saves the memory and the time of a working copy. The steps change the image itself, pixels that
     /// it wraps included. After a failure it holds what was reached, and may have no pixels.
     int in_place;
-    int reserved;  ///< 0.
+    int classic;  ///< Not 0: sets the switch `classic` of all steps that have it.
 } dib_apply_options;
 /// The defaults.
 #define DIB_C_APPLY_OPTIONS_INIT \
@@ -520,8 +559,8 @@ typedef struct dib_apply_options {
 /// Checks a chain without applying it: names, values and their ranges.
 /// @return 6 when it is wrong or null, 2 when memory is short.
 DIB_C_EXPORT dib_code dib_check_chain(const char* chain, dib_result* result);
-/// Applies a chain to an image. The steps work on a copy, which replaces the pixels at the end; pixels that
-/// the image wraps are not changed.
+/// Applies a chain to an image. The result replaces the pixels at the end; pixels that the image wraps are
+/// not changed.
 /// @return With the image unchanged (see `in_place`):
 /// - 6 the chain is wrong, or there is no image;
 /// - 8 a step does not accept the depth or the size of its image;

@@ -12,7 +12,19 @@ from __future__ import annotations
 import os as _os
 
 from . import _core, _table
-from ._core import Image, check_chain, formats, from_array, new, open, plugin_folder, probe, probe_layers, set_plugin_folder
+from ._core import (
+    Image,
+    check_chain,
+    formats,
+    from_array,
+    new,
+    open,
+    open_palette,
+    plugin_folder,
+    probe,
+    probe_layers,
+    set_plugin_folder,
+)
 from ._core import __version__ as __version__
 from ._errors import (
     Cancelled,
@@ -51,6 +63,7 @@ __all__ = [
     "from_array",
     "new",
     "open",
+    "open_palette",
     "operations",
     "plugin_folder",
     "probe",

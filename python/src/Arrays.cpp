@@ -11,17 +11,18 @@ namespace {
 // The pixels of a buffer with rows, columns and channels.
 struct Pixels {
     const unsigned char* first;
-    Py_ssize_t height;
-    Py_ssize_t width;
-    Py_ssize_t itemBytes;
-    Py_ssize_t channels;
+    int height;
+    int width;
+    int itemBytes;
+    int channels;
     Py_ssize_t rowStride;
     Py_ssize_t columnStride;
     Py_ssize_t channelStride;
     bool isBool;
 
-    Py_ssize_t pixelBytes() const { return itemBytes * channels; }
-    int bitCount() const { return isBool ? 1 : static_cast<int>(8 * pixelBytes()); }
+    int pixelBytes() const { return itemBytes * channels; }
+    int bitCount() const { return isBool ? 1 : 8 * pixelBytes(); }
+    Py_ssize_t rowBytes() const { return Py_ssize_t{width} * pixelBytes(); }
     const unsigned char* at(Py_ssize_t y, Py_ssize_t x) const {
         return first + y * rowStride + x * columnStride;
     }
@@ -46,11 +47,12 @@ Pixels pixelsOf(const Py_buffer& view) {
             "' is not a picture: (height, width), (height, width, 3) and (height, width, 4) of uint8 "
             "are, and (height, width) of uint16 or bool");
     if (view.shape[0] < 1 || view.shape[1] < 1) throw py::value_error("the array is empty");
+    if (view.shape[0] > INT32_MAX || view.shape[1] > INT32_MAX) failWithoutMemory();
     return {.first = static_cast<const unsigned char*>(view.buf),
-            .height = view.shape[0],
-            .width = view.shape[1],
+            .height = static_cast<int>(view.shape[0]),
+            .width = static_cast<int>(view.shape[1]),
             .itemBytes = isWord ? 2 : 1,
-            .channels = channels,
+            .channels = static_cast<int>(channels),
             .rowStride = view.strides[0],
             .columnStride = view.strides[1],
             .channelStride = view.ndim == 3 ? view.strides[2] : 0,
@@ -60,7 +62,7 @@ Pixels pixelsOf(const Py_buffer& view) {
 // Why an image cannot use the memory of the array; null when it can. There must be no gaps between rows:
 // functions may write to the fill bytes of rows, which could be pixels of a larger array.
 const char* reasonToCopy(const Pixels& pixels) {
-    const Py_ssize_t rowBytes = pixels.width * pixels.pixelBytes();
+    const Py_ssize_t rowBytes = pixels.rowBytes();
     const Py_ssize_t stride = pixels.height == 1 ? rowBytes : std::abs(pixels.rowStride);
     if (pixels.isBool) return "pixels of 1 bit are packed";
     if (pixels.columnStride != pixels.pixelBytes() || (pixels.channels > 1 && pixels.channelStride != 1))
@@ -74,16 +76,14 @@ const char* reasonToCopy(const Pixels& pixels) {
 
 DibHandle imageOf(const Pixels& pixels) {
     DibHandle made = DibHandle::make();
-    if (!made || pixels.width > INT32_MAX || pixels.height > INT32_MAX ||
-        !made->Create(static_cast<int>(pixels.width), -static_cast<int>(pixels.height), pixels.bitCount()))
-        failWithoutMemory();
+    if (!made || !made->Create(pixels.width, -pixels.height, pixels.bitCount())) failWithoutMemory();
     return made;
 }
 
 DibHandle copyOf(const Pixels& pixels) {
     DibHandle made = imageOf(pixels);
-    for (Py_ssize_t y = 0; y < pixels.height; ++y) {
-        unsigned char* out = made->ScanLine(static_cast<int>(y));
+    for (int y = 0; y < pixels.height; ++y) {
+        unsigned char* out = made->ScanLine(y);
         std::memset(out, 0, made->GetPitch());
         for (Py_ssize_t x = 0; x < pixels.width; ++x) {
             const unsigned char* from = pixels.at(y, x);
@@ -102,15 +102,12 @@ DibHandle copyOf(const Pixels& pixels) {
 }
 
 DibHandle lend(const Pixels& pixels) {
-    const Py_ssize_t bytes = pixels.height * pixels.width * pixels.pixelBytes();
-    if (bytes > INT32_MAX) failWithoutMemory();
+    if (pixels.height * pixels.rowBytes() > INT32_MAX) failWithoutMemory();
     const bool isTopDown = pixels.rowStride > 0 || pixels.height == 1;
     const unsigned char* lowest = isTopDown ? pixels.first : pixels.at(pixels.height - 1, 0);
-    const auto height = static_cast<int>(pixels.height);
     DibHandle made = DibHandle::make();
-    BITMAPINFOHEADER* header = made ? made->CreateHeader(static_cast<int>(pixels.width),
-                                                         isTopDown ? -height : height, pixels.bitCount())
-                                    : nullptr;
+    const int height = isTopDown ? -pixels.height : pixels.height;
+    BITMAPINFOHEADER* header = made ? made->CreateHeader(pixels.width, height, pixels.bitCount()) : nullptr;
     if (header == nullptr) failWithoutMemory();
     made->SetDib(header, 6, const_cast<unsigned char*>(lowest), 0);
     return made;

@@ -7,7 +7,7 @@ using py::literals::operator""_a;
 namespace {
 
 [[noreturn]] void raise(const py::object& exception) {
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
+    PyErr_SetObject(py::type::handle_of(exception).ptr(), exception.ptr());
     throw py::error_already_set();
 }
 
@@ -24,10 +24,9 @@ py::object record(const char* name) { return py::module_::import("dibstream._rec
 
 py::tuple notesOf(const DibNote* notes, int count) {
     constexpr const char* kKinds[] = {"warning", "assumption", "loss"};
-    py::tuple list(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i)
-        list[static_cast<std::size_t>(i)] = record("Note")(kKinds[notes[i].kind], notes[i].text);
-    return list;
+    py::list list;
+    for (int i = 0; i < count; ++i) list.append(record("Note")(kKinds[notes[i].kind], notes[i].text));
+    return py::tuple(list);
 }
 
 void fail(const DibFileResult& result, const py::object& path) {

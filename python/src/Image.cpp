@@ -10,29 +10,22 @@ namespace python {
 
 namespace {
 
-std::size_t headerBytes(int bitCount) {
-    const std::size_t entries = bitCount <= 8 ? std::size_t{1} << bitCount : 0;
-    return sizeof(BITMAPINFOHEADER) + entries * sizeof(DibBGRA);
-}
-
 // Replaces the header block by one with room for all entries. Setting a palette then never moves the table,
 // which other threads may read meanwhile.
 void makeRoomForPalette(DibStream& image) {
     const BITMAPINFOHEADER& old = *image.Header;
-    const std::size_t full = headerBytes(old.biBitCount);
-    const std::size_t entries = (full - sizeof old) / sizeof(DibBGRA);
-    const std::size_t announced =
-        old.biClrUsed != 0 ? std::min<std::size_t>(old.biClrUsed, entries) : entries;
-    auto* block = static_cast<unsigned char*>(std::calloc(1, full));
-    if (block == nullptr) failWithoutMemory();
-    std::memcpy(block, image.Header, sizeof old);
-    const std::size_t offset = std::max<std::size_t>(old.biSize, sizeof old);
-    std::memcpy(block + sizeof old, reinterpret_cast<const unsigned char*>(image.Header) + offset,
-                announced * sizeof(DibBGRA));
+    const std::uint32_t entries = old.biBitCount <= 8 ? 1U << old.biBitCount : 0;
+    const std::uint32_t announced = old.biClrUsed != 0 ? std::min(old.biClrUsed, entries) : entries;
+    auto* header = static_cast<BITMAPINFOHEADER*>(std::calloc(1, sizeof old + entries * sizeof(DibBGRA)));
+    if (header == nullptr) failWithoutMemory();
+    *header = old;
+    header->biSize = sizeof old;
+    header->biClrUsed = announced;
+    const auto* table =
+        reinterpret_cast<const unsigned char*>(&old) + std::max<std::size_t>(old.biSize, sizeof old);
+    std::memcpy(header + 1, table, announced * sizeof(DibBGRA));
     image.HeaderFree();
-    image.Header = reinterpret_cast<BITMAPINFOHEADER*>(block);
-    image.Header->biSize = sizeof old;
-    image.Header->biClrUsed = static_cast<std::uint32_t>(announced);
+    image.Header = header;
     image.HeaderOwner = 6;
 }
 
@@ -54,7 +47,7 @@ DibHandle Image::clone() const { return pixels_.clone(); }
 
 void Image::lendTo(DibStream& borrower) const { borrower.SetDib(get()->Header, 0, get()->Buffer, 0); }
 
-int Image::paletteSize() const { return bitCount() <= 8 ? static_cast<int>(get()->Header->biClrUsed) : 0; }
+std::uint32_t Image::paletteSize() const { return bitCount() <= 8 ? get()->Header->biClrUsed : 0; }
 
 DibBGRA* Image::palette() const { return reinterpret_cast<DibBGRA*>(get()->Header + 1); }
 
@@ -68,7 +61,7 @@ int Image::fillView(PyObject* self, Py_buffer* view, int flags) const {
     if (bits < 8)
         return refuse("pixels of 1 and 4 bits have no bytes of their own; numpy.asarray copies them");
     const Py_ssize_t itemBytes = bits == 16 ? 2 : 1;
-    const auto pitch = static_cast<Py_ssize_t>(get()->GetPitch());
+    const Py_ssize_t pitch = get()->GetPitch();
     const Py_ssize_t shape[] = {height(), width(), bits / 8 / itemBytes};
     const Py_ssize_t strides[] = {isTopDown() ? pitch : -pitch, bits / 8, itemBytes};
     std::copy(std::begin(shape), std::end(shape), shape_);
@@ -90,7 +83,9 @@ int Image::fillView(PyObject* self, Py_buffer* view, int flags) const {
     view->readonly = isReadOnly_ ? 1 : 0;
     view->ndim = bits > 16 ? 3 : 2;
     view->format = nullptr;
-    if (asksFor(PyBUF_FORMAT)) view->format = const_cast<char*>(bits == 16 ? "H" : "B");
+    static char word[] = "H";
+    static char byte[] = "B";
+    if (asksFor(PyBUF_FORMAT)) view->format = bits == 16 ? word : byte;
     view->shape = asksFor(PyBUF_ND) ? shape_ : nullptr;
     view->strides = hasStrides ? strides_ : nullptr;
     if (view->shape == nullptr) view->ndim = 1;
@@ -109,7 +104,7 @@ py::object paletteOf(const Image& image) {
     if (image.bitCount() > 8) return py::none();
     py::list colors;
     const DibBGRA* table = image.palette();
-    for (int i = 0; i < image.paletteSize(); ++i)
+    for (std::uint32_t i = 0; i < image.paletteSize(); ++i)
         colors.append(py::make_tuple(table[i].red, table[i].green, table[i].blue));
     return colors;
 }
@@ -126,7 +121,7 @@ void setPalette(const Image& image, const py::iterable& colors) {
     if (table.empty() || table.size() > most)
         throw py::value_error("a palette of " + std::to_string(image.bitCount()) + " bits has 1 to " +
                               std::to_string(most) + " colours, not " + std::to_string(table.size()));
-    image.setPaletteSize(static_cast<int>(table.size()));
+    image.setPaletteSize(static_cast<std::uint32_t>(table.size()));
     table.resize(most);
     std::copy(table.begin(), table.end(), image.palette());
 }
@@ -135,13 +130,15 @@ py::object blank(int width, int height, int bits) {
     DibHandle made = DibHandle::make();
     if (!made || !made->Create(width, height, bits)) failWithoutMemory();
     made->SetMonoPalette();
-    std::memset(made->Buffer, 0, static_cast<std::size_t>(made->GetImageSize()));
+    std::fill_n(made->Buffer, made->GetImageSize(), '\0');
     return wrap(std::move(made), Origin(record("Metadata")()));
 }
 
 py::object alphaOf(const Image& image) {
     if (image.bitCount() != 32) return py::none();
-    DibHandle alpha(const_cast<DibStream*>(image.get())->CreateAlphaDib());
+    DibStream lent;
+    image.lendTo(lent);
+    DibHandle alpha(lent.CreateAlphaDib());
     if (!alpha) failWithoutMemory();
     return wrap(std::move(alpha), Origin(record("Metadata")()));
 }
@@ -210,6 +207,7 @@ The picture with 32 bits and the indices of another one, of 8 bits and the same 
     bindArrays(module, image);
     bindLoad(module);
     bindSave(image);
+    bindPalettes(module, image);
     bindOperations(module, image);
 }
 

@@ -11,7 +11,7 @@ namespace python {
 
 namespace py = pybind11;
 
-// What an image brings along from its file, also through operations.
+// What an image keeps of its file, also through operations.
 struct Origin {
     explicit Origin(py::object data) : metadata(std::move(data)) {}
     Origin(py::object name, py::object data, py::tuple list)
@@ -22,7 +22,7 @@ struct Origin {
     py::tuple notes;                 // of Note
 };
 
-// An image whose blocks stay where they are: arrays that show its pixels stay valid as long as they live.
+// An image whose blocks never move: arrays that show its pixels stay valid as long as they live.
 class Image {
 public:
     // Takes an image with pixels. Its colour table gets room for all entries of its depth.
@@ -43,9 +43,9 @@ public:
     const unsigned char* row(int y) const { return pixels_.row(y); }
 
     // The entries of the colour table that the header announces.
-    int paletteSize() const;
+    std::uint32_t paletteSize() const;
     DibBGRA* palette() const;
-    void setPaletteSize(int count) const { get()->Header->biClrUsed = static_cast<std::uint32_t>(count); }
+    void setPaletteSize(std::uint32_t count) const { get()->Header->biClrUsed = count; }
 
     // Fills a view of the pixels, as PEP 3118 describes. Returns -1 with a Python error set.
     int fillView(PyObject* self, Py_buffer* view, int flags) const;
@@ -69,6 +69,7 @@ py::object wrap(DibHandle pixels, Origin origin);
 void bindImage(py::module_& module);
 void bindLoad(py::module_& module);
 void bindSave(py::class_<Image>& image);
+void bindPalettes(py::module_& module, py::class_<Image>& image);
 void bindOperations(py::module_& module, py::class_<Image>& image);
 void bindArrays(py::module_& module, py::class_<Image>& image);
 

@@ -21,41 +21,9 @@ namespace {
 constexpr const char* kAlphas[] = {"guess", "stored"};
 constexpr const char* kParts[] = {"pixels", "mask", "second-mask"};
 
-struct ReleaseView {
-    void operator()(Py_buffer* view) const {
-        PyBuffer_Release(view);
-        delete view;
-    }
-};
-
-// Where bytes come from or go to: a path, a block of memory, or an object with a method.
-struct Place {
-    enum Kind { kPath, kBytes, kStream } kind;
-    std::string path;                                         // kPath: as the system has it
-    py::object object;                                        // for messages, or the stream
-    std::unique_ptr<Py_buffer, ReleaseView> bytes = nullptr;  // kBytes
-
-    const void* data() const { return bytes->buf; }
-    std::size_t size() const { return static_cast<std::size_t>(bytes->len); }
-};
-
-Place sourceOf(const py::object& source) {
-    if (isPath(source)) return {Place::kPath, encoded(source), source};
-    if (PyObject_CheckBuffer(source.ptr()) != 0) {
-        Place place{Place::kBytes, {}, py::none()};
-        auto view = std::make_unique<Py_buffer>();
-        if (PyObject_GetBuffer(source.ptr(), view.get(), PyBUF_SIMPLE) != 0) throw py::error_already_set();
-        place.bytes.reset(view.release());
-        return place;
-    }
-    if (py::hasattr(source, "read")) return {Place::kStream, {}, source};
-    throw py::type_error("a picture is opened from a path, bytes or a binary file, not from " +
-                         py::repr(source).cast<std::string>());
-}
-
 py::object bytesOrNone(const DibBytes& block) {
     if (block.data == nullptr) return py::none();
-    return py::bytes(reinterpret_cast<const char*>(block.data), block.size);
+    return py::bytes(viewOf(block));
 }
 
 py::object metadataOf(const DibMetadata& from) {
@@ -133,9 +101,9 @@ py::object open(const py::object& source, const std::optional<std::vector<std::s
     given.options.mostBytes = mostBytes;
     given.options.mostLayers = mostLayers;
     given.options.damage = keepsDamaged ? DIB_DAMAGE_KEEP : DIB_DAMAGE_REFUSE;
-    given.options.alpha = static_cast<DibAlphaPolicy>(choice("alpha", alpha, kAlphas));
+    given.options.alpha = choice<DibAlphaPolicy>("alpha", alpha, kAlphas);
     given.choose(page, layer);
-    given.options.part = static_cast<DibLayerPart>(choice("part", part, kParts));
+    given.options.part = choice<DibLayerPart>("part", part, kParts);
     given.options.level = level;
     given.options.appliesOrientation = appliesOrientation;
     given.options.keepsPalette = keepsPalette;
@@ -163,22 +131,10 @@ py::object open(const py::object& source, const std::optional<std::vector<std::s
                                          notesOf(result.notes, result.noteCount)));
 }
 
-// The file or block to look into: the whole of a stream is read first, and its position restored.
-py::object probedSource(const py::object& source) {
-    if (isPath(source) || PyObject_CheckBuffer(source.ptr()) != 0 || !py::hasattr(source, "read"))
-        return source;
-    const bool canSeek = py::hasattr(source, "seekable") && source.attr("seekable")().cast<bool>();
-    const py::object position = canSeek ? source.attr("tell")() : py::none();
-    py::object bytes = source.attr("read")();
-    if (canSeek) source.attr("seek")(position);
-    if (!py::isinstance<py::bytes>(bytes)) throw py::type_error("the file must be opened in binary mode");
-    return bytes;
-}
-
 // Reads headers by one of the probing functions, which differ in what they fill.
 template <class Probe>
 void look(const py::object& given, DibFileResult& result, const Probe& probe) {
-    const py::object source = probedSource(given);
+    const py::object source = wholeSource(given);
     const Place place = sourceOf(source);
     const bool isDone = [&] {
         const py::gil_scoped_release unlocked;
@@ -272,9 +228,7 @@ py::object formats() {
     return list;
 }
 
-}  // namespace
-
-void bindLoad(py::module_& module) {
+void bindOpening(py::module_& module) {
     const DibLoadOptions standard;
     module.def(
         "open", &open, py::arg("source"), py::kw_only(), "formats"_a = py::none(), "format"_a = py::none(),
@@ -308,6 +262,9 @@ at_least: width and height in pixels that are enough: JPEG files are decoded at 
 progress: is called with the fraction that is done; False cancels. Also a tqdm bar.
 
 Raises MissingFileError, FileError, FormatError, RefusedError, OutOfMemoryError or Cancelled.)");
+}
+
+void bindProbing(py::module_& module) {
     module.def("probe", &probe, py::arg("source"), py::kw_only(), "formats"_a = py::none(),
                "format"_a = py::none(), "name"_a = py::none(), "page"_a = Chosen(0), "layer"_a = py::none(),
                "level"_a = 0, "keep_palette"_a = false,
@@ -322,6 +279,9 @@ Reads what the headers of a file say, without decoding its pixels. The options a
 --
 
 Lists the layers of a document, from the lowest to the highest. Files of formats without layers have none.)");
+}
+
+void bindFormats(py::module_& module) {
     module.def("formats", &formats, R"(formats()
 --
 
@@ -342,6 +302,14 @@ All formats, in the order of the documentation.)");
 --
 
 Sets the folder of the plug-ins that read EXR, DDS, WebP and GIF files. The package finds its own.)");
+}
+
+}  // namespace
+
+void bindLoad(py::module_& module) {
+    bindOpening(module);
+    bindProbing(module);
+    bindFormats(module);
 }
 
 }  // namespace python

@@ -16,7 +16,7 @@ namespace python {
 
 namespace {
 
-// The images that steps name instead of files.
+// The second pictures that are images instead of files.
 class Pictures {
 public:
     // The name by which a step finds the image.
@@ -56,7 +56,7 @@ std::string numberText(double number) {
     return error == std::errc() ? std::string(std::begin(text), end) : std::to_string(number);
 }
 
-// One value as the table has it written.
+// One value, written as the table wants it.
 class ValueText {
 public:
     ValueText(const DibParameter& parameter, Pictures& pictures)
@@ -127,8 +127,9 @@ private:
 
 // Applies steps to an image that borrows the pixels of another one.
 py::object applied(const Image& image, const DibStep* steps, int stepCount, Pictures& pictures,
-                   const py::object& progress) {
+                   bool isClassic, const py::object& progress) {
     DibApplyOptions how;
+    how.classic = isClassic;
     pictures.install(how);
     Watch watch(progress);
     DibOperationResult result;
@@ -191,7 +192,7 @@ public:
                 throw py::type_error(name_ + "() missing required argument '" + names_[i] + "'");
         }
         const DibStep step = {&operation_, values.data()};
-        return applied(image, &step, 1, pictures, progress);
+        return applied(image, &step, 1, pictures, false, progress);
     }
 
 private:
@@ -220,12 +221,13 @@ private:
     std::vector<std::string> names_;
 };
 
-py::object applyChain(const Image& image, const std::string& chain, const py::object& progress) {
+py::object applyChain(const Image& image, const std::string& chain, bool isClassic,
+                      const py::object& progress) {
     DibChain parsed;
     DibOperationResult result;
     if (!DibParseChain(chain.c_str(), &parsed, &result)) fail(result);
     Pictures none;
-    return applied(image, parsed.steps, parsed.stepCount, none, progress);
+    return applied(image, parsed.steps, parsed.stepCount, none, isClassic, progress);
 }
 
 void checkChain(const std::string& chain) {
@@ -240,7 +242,7 @@ void bindOperations(py::module_& module, py::class_<Image>& image) {
     module.def("describe_operations", [] {
         DibBytes text;
         if (!DibDescribeOperations(DIB_DESCRIBE_JSON, &text)) failWithoutMemory();
-        return py::str(reinterpret_cast<const char*>(text.data), text.size);
+        return py::str(viewOf(text));
     });
     module.def("check_chain", &checkChain, py::arg("chain"), R"(check_chain(chain)
 --
@@ -255,11 +257,14 @@ Raises ParameterError when the text is no chain of operations: before many pictu
                    image.attr(name.c_str()) = py::cpp_function(Method(*found, name), py::name(name.c_str()),
                                                                py::is_method(image), py::doc(doc.c_str()));
                });
-    image.def("apply", &applyChain, py::arg("chain"), py::kw_only(), py::arg("progress") = py::none(),
-              R"(apply(self, chain, *, progress=None)
+    image.def("apply", &applyChain, py::arg("chain"), py::kw_only(), py::arg("classic") = false,
+              py::arg("progress") = py::none(),
+              R"(apply(self, chain, *, classic=False, progress=None)
 --
 
-Applies operations that are written as a text: 'rotate:30,wrap=xy gaussian:4'.)");
+Applies operations that are written as a text: 'rotate:30,wrap=xy gaussian:4'.
+
+classic: sets the switch of all steps that have it)");
 }
 
 }  // namespace python

@@ -14,6 +14,31 @@ std::string encoded(py::handle path) {
     return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
 }
 
+Place sourceOf(const py::object& source) {
+    if (isPath(source)) return {Place::kPath, encoded(source), source};
+    if (PyObject_CheckBuffer(source.ptr()) != 0) {
+        Place place{Place::kBytes, {}, py::none()};
+        auto view = std::make_unique<Py_buffer>();
+        if (PyObject_GetBuffer(source.ptr(), view.get(), PyBUF_SIMPLE) != 0) throw py::error_already_set();
+        place.bytes.reset(view.release());
+        return place;
+    }
+    if (py::hasattr(source, "read")) return {Place::kStream, {}, source};
+    throw py::type_error("a picture is opened from a path, bytes or a binary file, not from " +
+                         py::repr(source).cast<std::string>());
+}
+
+py::object wholeSource(const py::object& source) {
+    if (isPath(source) || PyObject_CheckBuffer(source.ptr()) != 0 || !py::hasattr(source, "read"))
+        return source;
+    const bool canSeek = py::hasattr(source, "seekable") && source.attr("seekable")().cast<bool>();
+    const py::object position = canSeek ? source.attr("tell")() : py::none();
+    py::object bytes = source.attr("read")();
+    if (canSeek) source.attr("seek")(position);
+    if (!py::isinstance<py::bytes>(bytes)) throw py::type_error("the file must be opened in binary mode");
+    return bytes;
+}
+
 template <class Work>
 bool Stream::call(const Work& work) {
     const py::gil_scoped_acquire lock;

@@ -5,27 +5,56 @@
 #include <DibFile.h>
 #include <pybind11/pybind11.h>
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace python {
 
 namespace py = pybind11;
 
 bool isPath(const py::object& place);
-// A path as the system has it.
+// A path in the encoding of the system.
 std::string encoded(py::handle path);
 
-// The value of a word in a list, with an exception that names what is accepted.
-template <std::size_t count>
-int choice(const char* option, const std::string& word, const char* const (&words)[count]) {
+// The place of a word in a list, with an exception that names what is accepted.
+template <class Enum, int count>
+Enum choice(const char* option, const std::string& word, const char* const (&words)[count]) {
     std::string accepted;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (word == words[i]) return static_cast<int>(i);
+    for (int i = 0; i < count; ++i) {
+        if (word == words[i]) return static_cast<Enum>(i);
         accepted += std::string(i == 0 ? "'" : i + 1 < count ? ", '" : " or '") + words[i] + "'";
     }
     throw py::value_error(std::string(option) + " must be " + accepted + ", not '" + word + "'");
 }
+
+// The bytes of a block of the library.
+inline std::string_view viewOf(const DibBytes& block) {
+    return {reinterpret_cast<const char*>(block.data), block.size};
+}
+
+struct ReleaseView {
+    void operator()(Py_buffer* view) const {
+        PyBuffer_Release(view);
+        delete view;
+    }
+};
+
+// Where bytes come from or go to: a path, a block of memory, or an object with a method.
+struct Place {
+    enum Kind { kPath, kBytes, kStream } kind;
+    std::string path;                                         // kPath: in the encoding of the system
+    py::object object;                                        // for messages, or the stream
+    std::unique_ptr<Py_buffer, ReleaseView> bytes = nullptr;  // kBytes
+
+    const void* data() const { return bytes->buf; }
+    std::size_t size() const { return static_cast<std::size_t>(bytes->len); }
+};
+// Throws where nothing can be opened from an object.
+Place sourceOf(const py::object& source);
+// The same object, or the bytes of a file, which is read to its end; its position is restored.
+py::object wholeSource(const py::object& source);
 
 // An object with `read` or `write`. The library works with it while Python's lock is free.
 class Stream {

@@ -46,7 +46,7 @@ public:
         options_.compressionLevel = compression;
         options_.refusesLosses = isStrict;
         options_.runLengths = runLengths;
-        options_.tiffCompression = static_cast<DibTiffCompression>(choice("tiff_compression", tiff, kTiffs));
+        options_.tiffCompression = choice<DibTiffCompression>("tiff_compression", tiff, kTiffs);
         const py::object& used = metadata.is(py::ellipsis()) ? image.origin.metadata : metadata;
         if (used.is_none()) return;
         readMetadata(used, metadata_);
@@ -118,7 +118,7 @@ py::bytes encode(const Image& image, const std::string& format, const std::optio
     }();
     watch.rethrow();
     if (!isDone) fail(result, py::none());
-    return {reinterpret_cast<const char*>(block.data), block.size};
+    return py::bytes(viewOf(block));
 }
 
 py::tuple losses(const Image& image, const std::string& format, const py::object& metadata) {

@@ -285,3 +285,30 @@ def test_open_at_least(picture):
     assert dibstream.open(picture.encode("png"), at_least=(1, 1)).size == picture.size
     with pytest.raises(dibstream.RefusedError, match="atLeastHeight is -1"):
         dibstream.open(block, at_least=(1, -1))
+
+
+def test_palette_files(tmp_path):
+    colors = [(255, 128, 0), (16, 32, 48), (255, 255, 255)]
+    image = dibstream.new(2, 2, 8)
+    image.palette = colors
+    for ending in ("gpl", "pal", "act"):
+        path = tmp_path / f"three.{ending}"
+        image.save_palette(path)
+        assert dibstream.open_palette(path) == colors
+        assert dibstream.open_palette(path.read_bytes()) == colors
+        with open(path, "rb") as file:
+            assert dibstream.open_palette(file) == colors
+    image.save_palette(tmp_path / "colors", format="pal")
+    assert (tmp_path / "colors").read_bytes().startswith(b"JASC-PAL")
+
+
+def test_palette_files_are_refused(tmp_path):
+    with pytest.raises(dibstream.MissingFileError):
+        dibstream.open_palette(tmp_path / "missing.gpl")
+    with pytest.raises(dibstream.FormatError):
+        dibstream.open_palette(b"nothing")
+    with pytest.raises(dibstream.RefusedError):
+        dibstream.new(2, 2).save_palette(tmp_path / "none.gpl")
+    with pytest.raises(dibstream.FormatError):
+        dibstream.new(2, 2, 8).save_palette(tmp_path / "none.bmp")
+    assert not list(tmp_path.iterdir())

@@ -25,7 +25,8 @@ const char* temporaryFile(const char* name);
                         test(operations) test(descriptions) test(chains) test(wrongChains)                   \
                             test(chainsOnWraps) test(cancelledChains) test(secondPictures) test(savesRefuse) \
                                 test(wrongSizes) test(nullArguments) test(leastSizes)                        \
-                                    test(timFilesKeepTheirFrame) test(namesOfPartsAreRefused)
+                                    test(timFilesKeepTheirFrame) test(namesOfPartsAreRefused)                \
+                                        test(classicChains) test(paletteFiles) test(paletteFilesRefuse)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 

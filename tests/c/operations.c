@@ -160,3 +160,18 @@ void secondPictures(void) {
     CHECK(dib_apply(image, chain, &options, &result, NULL, NULL) == DIB_C_ERROR_MISMATCH);
     dib_image_release(image);
 }
+
+/* The classic function inverts alpha, too. */
+void classicChains(void) {
+    uint32_t pixel = 0x04030201;
+    dib_image* image = NULL;
+    dib_apply_options options = DIB_C_APPLY_OPTIONS_INIT;
+    CHECK(dib_image_wrap(&pixel, 4, 1, 1, 32, DIB_C_TOP_DOWN, &image) == DIB_C_OK);
+    options.in_place = 1;
+    CHECK(dib_apply(image, "invert", &options, NULL, NULL, NULL) == DIB_C_OK);
+    CHECK(pixel == 0x04FCFDFE);
+    options.classic = 1;
+    CHECK(dib_apply(image, "invert", &options, NULL, NULL, NULL) == DIB_C_OK);
+    CHECK(pixel == 0xFB030201);
+    dib_image_release(image);
+}
