@@ -1,5 +1,5 @@
-// Chains at work: an image that borrows the caller's pixels goes through the steps and replaces the caller's
-// at the end.
+// Applies chains to images. The steps work on an image that borrows the caller's pixels; the result replaces
+// the caller's image.
 #include <algorithm>
 #include <cstring>
 

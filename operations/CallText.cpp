@@ -10,7 +10,7 @@ namespace operations {
 
 namespace {
 
-// What has a backslash before it in a step.
+// The characters that need a backslash in a step.
 constexpr std::string_view kMasked = ",\\ \t\r\n\v\f";
 
 // The shortest literal that is exactly this float.

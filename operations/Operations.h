@@ -69,7 +69,7 @@ private:
     std::vector<Value> values_;
 };
 
-// A step at work on an image.
+// The call of a step on an image.
 struct Job {
     DibStream& image;
     const Arguments& arguments;
@@ -79,11 +79,11 @@ struct Job {
     void* user;
 };
 
-// What an operation makes of alpha.
+// What an operation does with alpha.
 enum class Alpha {
-    kAsRun,    // what its function makes of it
-    kKept,     // it stays
-    kWeights,  // colours count by it where pixels mix
+    kAsRun,    // what its function does
+    kKept,     // keeps it
+    kWeights,  // keeps it, or weights colours with it where pixels mix
 };
 
 // A function of a row. Returns what the library returns. May throw Refusal, before it changes the image.
@@ -115,8 +115,8 @@ constexpr Run replacing(Run::Function function) {
     return run;
 }
 
-// How an operation does right by palettes and alpha, of which its classic function knows nothing. A row that
-// has one has the switch `classic` and accepts all depths (Treatment.cpp).
+// How an operation handles palettes and alpha, which its classic function ignores. A row that has one has the
+// switch `classic` and accepts all depths (Treatment.cpp).
 struct Treatment {
     // Depths at which the classic function runs.
     unsigned int classicDepths = 0;
@@ -125,7 +125,7 @@ struct Treatment {
     Alpha alpha = Alpha::kAsRun;
     // For pictures with a palette that need not be widened, as their colour table can be changed.
     Run palette = nullptr;
-    // For pictures of 32 bits whose pixels differ in alpha, where it weights colours.
+    // For pictures of 32 bits whose pixels differ in alpha, with Alpha::kWeights.
     Run weighted = nullptr;
     // For every picture, instead of the classic function.
     Run right = nullptr;
@@ -156,7 +156,7 @@ struct Operation {
 
 // Runs a step by the treatment of its operation. Throws Refusal.
 bool runTreated(const Job& job);
-// Runs a function for a picture that is widened before where its pixels are no colours.
+// Runs a function on a picture, which is widened first where its pixels are indices.
 bool runWidened(const Job& job, const Treatment& treatment, Run::Function run);
 // Whether the classic function alone does what the step does to this picture.
 bool isClassic(const Arguments& step, const DibStream& image);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
 
-// Where the next of the characters is that no backslash masks, or the end.
+// The position of the next of the characters without a backslash before it, or of the end.
 std::size_t findSeparator(std::string_view text, std::size_t from, std::string_view separators) {
     for (; from < text.size() && separators.find(text[from]) == std::string_view::npos; ++from) {
         if (text[from] == '\\' && from + 1 < text.size()) ++from;

@@ -1,4 +1,4 @@
-// Pictures that steps name beside the one that they change.
+// The second pictures that steps name.
 #ifndef OPERATIONS_SECOND_PICTURE_H
 #define OPERATIONS_SECOND_PICTURE_H
 
@@ -8,8 +8,8 @@
 
 namespace operations {
 
-// Opens a picture, or a palette file (DibPalette.h), as the caller's options say and hands its notes on.
-// Throws Refusal.
+// Opens a picture, or a palette file (DibPalette.h), as the caller's options say, and adds its notes to the
+// result. Throws Refusal.
 void openPicture(const Job& job, const std::string& name, DibStream& picture);
 
 }  // namespace operations

@@ -1,6 +1,6 @@
-// How operations do right by palettes and alpha. A step with a treatment goes through three stages: a
-// picture whose pixels are no colours is widened, the classic function runs and alpha is put right, and a
-// grey picture becomes one of 8 bits again.
+// How operations handle palettes and alpha. A step with a treatment has three stages: a picture whose pixels
+// are indices is widened to colours, the classic function runs and alpha is corrected, and a grey picture
+// becomes one of 8 bits again.
 #include <DibHandle.h>
 
 #include <algorithm>
@@ -51,7 +51,7 @@ bool hasRightColors(const DibStream& image, const Treatment& treatment) {
 
 bool wantsClassic(const Job& job) { return job.options.classic || job.arguments.isOn("classic"); }
 
-// Makes the pixels of a picture colours.
+// Replaces the indices of a picture by colours.
 bool makeColors(const Job& job, bool toGrey, unsigned int depths) {
     DibStream& image = job.image;
     if (!toGrey) {

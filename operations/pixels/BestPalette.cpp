@@ -22,7 +22,7 @@ struct Box {
     std::int32_t cut = 0;  // cells from this value on belong to the second half
 };
 
-// What lies on one of the planes of an axis.
+// The sums over one of the planes of an axis.
 struct Plane {
     double pixels = 0;
     double sum[3] = {};

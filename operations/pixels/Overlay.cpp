@@ -65,7 +65,7 @@ void blendRow(const dib::Blender& blender, unsigned char* over, std::size_t coun
     }
 }
 
-// Alpha becomes 255 for its share of the pixels, else 0. The pattern is the same on every run.
+// Sets alpha to 255 for its share of the pixels, else to 0. The pattern is the same on every run.
 void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
     for (std::uint32_t x = 0; x < count; ++x) {
         std::uint32_t hash = (x * 0x9E3779B1U) ^ (y * 0x85EBCA77U);

@@ -1,4 +1,4 @@
-// What operations share that compute pixels themselves.
+// Shared by operations that compute pixels themselves.
 #ifndef OPERATIONS_PIXELS_PIXELS_H
 #define OPERATIONS_PIXELS_PIXELS_H
 

@@ -34,7 +34,7 @@ std::uint32_t valueOf(const Job& job, const DibBGRA& color) {
            std::uint32_t{color.alpha} << 24;
 }
 
-// Sums of sizes and gaps that no image can have fail like those that memory is short for.
+// A size that no image can have fails like short memory.
 int checkedSize(std::int64_t size) {
     if (size > INT_MAX) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     return dib::asInt(size);

@@ -23,7 +23,7 @@ struct Joint {
     bool isColumn;  // the second picture below the first instead of to its right
     int align;      // 0 left or upper edges meet, 1 the middles, 2 the other edges
     int gap;        // pixels between the two
-    DibBGRA fill;   // what else is there
+    DibBGRA fill;   // of the rest
 };
 // Puts a second picture beside the first. Two of 8 bits with one palette keep it; else the result has 24
 // bits, or 32 where one of the two or the fill has alpha.

@@ -20,7 +20,7 @@ std::chrono::nanoseconds now() {
 #endif
 }
 
-// Python handles signals in this thread alone.
+// Python runs signal handlers in this thread only.
 bool isMainThread() {
     static const unsigned long kMain =
         py::module_::import("threading").attr("main_thread")().attr("ident").cast<unsigned long>();
@@ -39,8 +39,8 @@ void Watch::rethrow() {
 
 bool Watch::step(float fraction, void* watch) { return static_cast<Watch*>(watch)->look(fraction); }
 
-// Called for every row. Taking Python's lock each time would cost more than the row: the clock decides. Start
-// and end are always reported.
+// Called for every row. Taking Python's lock each time would cost more than the row, so it is taken from time
+// to time. Start and end are always reported.
 bool Watch::look(float fraction) {
     if (error_) return false;
     const std::chrono::nanoseconds asked = now();
@@ -59,7 +59,7 @@ bool Watch::look(float fraction) {
 bool Watch::callProgram(float fraction) {
     last_ = fraction;
     try {
-        return !report_(static_cast<double>(fraction)).is(py::handle(Py_False));
+        return !report_(double{fraction}).is(py::handle(Py_False));
     } catch (py::error_already_set& error) {
         error_.emplace(std::move(error));
         return false;
