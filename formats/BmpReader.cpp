@@ -57,9 +57,7 @@ public:
 
 private:
     bool refuseShort(const char* reason) { return refuse(request_.result, DIB_ERROR_READ, "%s", reason); }
-    bool refuseMemory() {
-        return refuse(request_.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
-    }
+    bool refuseMemory() { return refuseForMemory(request_.result, "for the picture"); }
 
     // A profile that the file does not hold is left out.
     void readProfile() {

@@ -160,9 +160,7 @@ private:
         return true;
     }
 
-    bool refuseMemory() {
-        return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the file");
-    }
+    bool refuseMemory() { return refuseForMemory(result_, "for the file"); }
 
     ByteWriter& file_;
     const DibStream& image_;

@@ -131,8 +131,7 @@ bool readColors(ByteReader& file, Colors& colors, DibFileResult& result) {
 
 bool makeImage(const Colors& colors, DibStream& image, DibFileResult& result) {
     DibStream made;
-    if (!made.Create(dib::asInt(colors.size()), 1, 8))
-        return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
+    if (!made.Create(dib::asInt(colors.size()), 1, 8)) return refuseForMemory(result);
     dib::clearRowFill(made.Buffer, dib::admitSize(*made.Header));
     DibBGRA* const table = dib::colorTable(made.Header);
     std::fill_n(table, kMostColors, DibBGRA{});

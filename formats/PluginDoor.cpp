@@ -185,8 +185,7 @@ bool listLayersByBundle(const Bundle& bundle, LayersRequest& request) {
     LayerList list;
     list.most = dib::asSize(request.options.mostLayers) + 1;
     const bool isListed = bundle.description.listLayers(call.record(), &list, LayerList::addTo);
-    if (list.isShortOfMemory)
-        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the layers");
+    if (list.isShortOfMemory) return refuseForMemory(request.result, "for the layers");
     if (list.layers.count == list.most) {
         return refuse(request.result, DIB_ERROR_MISMATCH, "the file has more layers than %d (mostLayers)",
                       request.options.mostLayers);

@@ -153,8 +153,7 @@ bool writeByBundle(WriteRequest& request) {
     const Bundle* bundle = writingBundleOf(*formatOf(request.result.format), request.result);
     if (bundle == nullptr) return false;
     SaveCall call(request, bundle->description);
-    if (!call.addMetadata(bundle->description))
-        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+    if (!call.addMetadata(bundle->description)) return refuseForMemory(request.result);
     return bundle->description.save(call.record());
 }
 

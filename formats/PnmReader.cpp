@@ -227,7 +227,7 @@ bool readRows(ReadRequest& request, const PnmHeader& header, RowReader& rows, Ne
 
 bool readSamples(ReadRequest& request, const PnmHeader& header, NewImage& image) {
     RowReader rows(request.file, header);
-    if (!rows.prepare()) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+    if (!rows.prepare()) return refuseForMemory(request.result);
     const bool isRead = readRows(request, header, rows, image);
     if (rows.breaksRules()) {
         note(request.result, DIB_NOTE_WARNING, "samples above the largest value, %u, were taken for it",
@@ -264,7 +264,7 @@ bool readPnm(ReadRequest& request) {
     NewImage image(request.image, &request.progress);
     const std::uint64_t fewestBytes = header.rowBytes() * dib::asUnsigned(header.height);
     if (!image.create(request.file, header.width, header.height, header.imageBits(), fewestBytes))
-        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
+        return refuseForMemory(request.result, "for the picture");
     noteLosses(header, request.result);
     const bool isPlain = header.samples == Samples::kBytes && !header.isText && header.largest == 255 &&
                          (header.channels == 1 || header.channels == 3);

@@ -78,8 +78,7 @@ public:
         writeHeader();
         RowWriter rows(file_, bytes, raster_.rows());
         const auto colors = dib::allocateArray<unsigned char>(width() * 3);
-        if (!rows.ready() || colors == nullptr)
-            return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory");
+        if (!rows.ready() || colors == nullptr) return refuseForMemory(result_);
         for (int y = 0; y < raster_.height; ++y) {
             writeRow(raster_.row(y), colors.get(), rows.next());
             if (!progress_.rows(y + 1, raster_.height)) return false;
@@ -197,7 +196,7 @@ bool writePnm(WriteRequest& request) {
         return PnmWriter(request, request.image, variant).write();
     DibStream bitmap;
     if (!bitmap.Copy(request.image.Header, request.image.Buffer) || !bitmap.ChangeTo1Bit(0))
-        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+        return refuseForMemory(request.result);
     return PnmWriter(request, bitmap, variant).write();
 }
 

@@ -103,7 +103,7 @@ private:
     bool readRows() {
         const bool isInPlace = picture_.change == TgaChange::kNone || picture_.change == TgaChange::kOpaque;
         const auto buffer = dib::allocateZeroed<unsigned char>(isInPlace ? 1 : picture_.rowBytes());
-        if (buffer == nullptr) return refuse(request_.result, DIB_ERROR_MEMORY, "there is not enough memory");
+        if (buffer == nullptr) return refuseForMemory(request_.result);
         PacketReader<kPixelBytes> packets(file_);
         const std::size_t bytes = picture_.rowBytes();
         const auto width = dib::asSize(picture_.width);
@@ -206,7 +206,7 @@ bool readTga(ReadRequest& request) {
     NewImage image(request.image, &request.progress);
     const int height = picture.header.topRowFirst() ? -picture.height : picture.height;
     if (!image.create(request.file, picture.width, height, picture.bitCount, fewestBytes(picture)))
-        return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
+        return refuseForMemory(request.result, "for the picture");
     if (picture.isMapped && picture.bitCount == 8) {
         for (DibBGRA& color : picture.map) color.alpha = 0;
         std::memcpy(dib::colorTable(image->Header), picture.map.data(), sizeof picture.map);

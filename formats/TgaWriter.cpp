@@ -58,9 +58,7 @@ private:
     std::size_t width() const { return raster_.columns(); }
     std::size_t height() const { return raster_.rows(); }
     std::size_t rowBytes() const { return width() * pixelBytes_; }
-    bool refuseMemory() {
-        return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the file");
-    }
+    bool refuseMemory() { return refuseForMemory(result_, "for the file"); }
 
     void writeHeader() {
         TgaHeader header;

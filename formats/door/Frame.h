@@ -22,7 +22,7 @@ auto runCall(DibFileResult& result, const Work& work) -> decltype(work()) {
     }
     result.reason[0] = '\0';
     result.noteCount = 0;
-    refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
+    refuseForMemory(result);
     return {};
 }
 

@@ -19,7 +19,7 @@ bool turnUpright(DibStream& image, DibFileResult& result) {
     if (orientation < 2 || orientation > static_cast<int>(std::size(dib::kTurns))) return true;
     DibStream turned;
     if (!dib::turnInto(image, dib::kTurns[orientation - 1], 1, turned)) {
-        return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory to turn the picture");
+        return refuseForMemory(result, "to turn the picture");
     }
     dib::moveBlocks(turned, image);
     exchangeResolution(orientation, result.metadata);

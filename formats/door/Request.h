@@ -17,6 +17,8 @@ namespace formats {
 [[gnu::format(printf, 3, 4)]] void note(DibFileResult& result, DibNoteKind kind, const char* text, ...);
 // Stores why a call fails; the first reason stays. Returns false.
 [[gnu::format(printf, 3, 4)]] bool refuse(DibFileResult& result, DibErrorCode code, const char* reason, ...);
+// The same when memory is short; `purpose` is what it is for, such as "for the picture".
+bool refuseForMemory(DibFileResult& result, const char* purpose = "");
 
 // Decode a file into an image, which is empty at first. A codec that fails returns false with a code in
 // `result`; where it has no reason of its own, the diagnosis of the format finds one. It leaves in the image

@@ -29,6 +29,11 @@ bool refuse(DibFileResult& result, DibErrorCode code, const char* reason, ...) {
     return false;
 }
 
+bool refuseForMemory(DibFileResult& result, const char* purpose) {
+    return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory%s%s", *purpose != '\0' ? " " : "",
+                  purpose);
+}
+
 void nameCompression(DibFileInfo& info, std::string_view name) {
     const std::size_t length = std::min(name.size(), sizeof info.compression - 1);
     std::memcpy(info.compression, name.data(), length);

@@ -142,7 +142,7 @@ bool encode(Save& save, ByteWriter& file) {
     }
     if (isEncoded && file.isWhole()) return true;
     if (file.isShortOfMemory() || result.code == DIB_ERROR_MEMORY) {
-        return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
+        return refuseForMemory(result);
     }
     if (!file.isWhole() || result.code == DIB_ERROR_WRITE)
         return refuseForSystem(result, DIB_ERROR_WRITE, kUnwritten, errno);

@@ -65,8 +65,7 @@ bool Source::open(const DibReader& reader) {
         if (bytes_.size == capacity) {
             capacity = capacity == 0 ? kFirst : 2 * capacity;
             void* block = std::realloc(bytes_.data, capacity);
-            if (block == nullptr)
-                return refuse(result_, DIB_ERROR_MEMORY, "there is not enough memory for the stream");
+            if (block == nullptr) return refuseForMemory(result_, "for the stream");
             bytes_.data = static_cast<unsigned char*>(block);
         }
         if (isWatched && !progress_->report(0)) return refuse(result_, DIB_ERROR_INTERRUPTED, "cancelled");

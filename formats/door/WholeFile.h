@@ -31,7 +31,7 @@ bool writeWhole(const char* path, DibFileResult& result, const Encode& encode, c
     if (target.error() != 0)
         return refuseForSystem(result, DIB_ERROR_OPEN, "the file cannot be created", target.error());
     dib::FilePtr file = dib::openDescriptor(target.descriptor().number());
-    if (file == nullptr) return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory for the file");
+    if (file == nullptr) return refuseForMemory(result, "for the file");
     target.descriptor().take();
     errno = 0;
     ByteWriter writer(file.get());

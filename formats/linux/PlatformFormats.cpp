@@ -23,7 +23,7 @@ DibErrorCode codeOfDamage(ByteReader& file) {
 }
 
 bool end(ReadRequest& request, bool isShortOfMemory, const char* damage = nullptr) {
-    if (isShortOfMemory) return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory");
+    if (isShortOfMemory) return refuseForMemory(request.result);
     request.result.code = codeOfDamage(request.file);
     if (damage == nullptr) return false;
     return refuse(request.result, static_cast<DibErrorCode>(request.result.code), "%s", damage);

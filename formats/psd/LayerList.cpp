@@ -90,8 +90,7 @@ bool listLayers(LayersRequest& request) {
     DibLayers layers;
     if (!records.empty()) {
         layers.items = static_cast<DibLayer*>(std::malloc(records.size() * sizeof(DibLayer)));
-        if (layers.items == nullptr)
-            return refuse(request.result, DIB_ERROR_MEMORY, "there is not enough memory for the layers");
+        if (layers.items == nullptr) return refuseForMemory(request.result, "for the layers");
     }
     for (const LayerRecord& record : records)
         describeLayer(record, *new (layers.items + layers.count++) DibLayer);

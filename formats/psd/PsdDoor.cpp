@@ -37,10 +37,6 @@ const char* compressionName(std::uint32_t compression) {
 
 bool recognizes(FirstBytes bytes) { return startsWith(bytes, "8BPS"); }
 
-bool refuseForMemory(DibFileResult& result) {
-    return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory for the picture");
-}
-
 bool probe(ProbeRequest& request) {
     const RefusedFile file(request.file);
     if (const Problem problem = psd::headerProblem(file); !problem.empty())
@@ -137,13 +133,13 @@ bool PictureReader::begin() {
     if (!image_.create(request_.file, picture_.width, picture_.height, picture_.kind.bitCount,
                        isKnown ? fewest : 0) ||
         !colors_.prepare(dib::asSize(picture_.width)))
-        return refuseForMemory(request_.result);
+        return refuseForMemory(request_.result, "for the picture");
     if (picture_.isOneBlock)
         return openPlanes(request_.file, picture_.blocks[0], {planes_.data(), there}) ||
-               refuseForMemory(request_.result);
+               refuseForMemory(request_.result, "for the picture");
     for (std::size_t i = 0; i < blocks; ++i) {
         if (picture_.exists[i] && !openPlanes(request_.file, picture_.blocks[i], {&planes_[i], 1}))
-            return refuseForMemory(request_.result);
+            return refuseForMemory(request_.result, "for the picture");
     }
     return true;
 }
@@ -195,7 +191,7 @@ bool PictureReader::readRows() {
 }
 
 bool PictureReader::refuseDamage() {
-    if (planes_[damagedPlane_].isShortOfMemory()) return refuseForMemory(request_.result);
+    if (planes_[damagedPlane_].isShortOfMemory()) return refuseForMemory(request_.result, "for the picture");
     return refuse(request_.result, DIB_ERROR_INVALID, "row %lld of channel %zu is damaged or missing",
                   static_cast<long long>(damagedRow_) + 1, damagedPlane_ + 1);
 }
