@@ -13,6 +13,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 
 using dib::kHeaderBytes;
 using dib::kOwned;
@@ -197,8 +198,8 @@ private:
 
         BITMAPINFOHEADER header = info_.fields;
         header.biSize = kHeaderBytes;
-        header.biSizeImage = static_cast<std::uint32_t>(size_.imageBytes);
-        header.biClrUsed = static_cast<std::uint32_t>(colors_);
+        header.biSizeImage = dib::dwordOf(size_.imageBytes);
+        header.biClrUsed = dib::dwordOf(colors_);
         header.biClrImportant = header.biClrUsed;
         // Decoded runs are plain pixels. So are pixels with masks, but their 3 stays: by it callers recognise
         // that the file described its channels.
@@ -284,12 +285,12 @@ bool writeHeaders(std::FILE* file, const DibStream& image) {
 
     unsigned char headers[bmp::kFileHeaderBytes + kHeaderBytes] = {};
     dib::writeLe16(headers, kSignature);
-    dib::writeLe32(headers + 2, pixelOffset + static_cast<std::uint32_t>(image.GetImageSize()));
+    dib::writeLe32(headers + 2, pixelOffset + dib::dwordOf(image.GetImageSize()));
     dib::writeLe32(headers + 10, pixelOffset);
 
     BITMAPINFOHEADER info = *image.Header;
     info.biHeight = static_cast<std::int32_t>(size.rows);
-    info.biSizeImage = static_cast<std::uint32_t>(size.imageBytes);
+    info.biSizeImage = dib::dwordOf(size.imageBytes);
     std::memcpy(headers + bmp::kFileHeaderBytes, &info, kHeaderBytes);
 
     return dib::writeBytes(file, headers, sizeof headers) &&
@@ -299,12 +300,12 @@ bool writeHeaders(std::FILE* file, const DibStream& image) {
 // Bottom row first, whatever the order in memory.
 bool writePixels(std::FILE* file, const DibStream& image) {
     if (image.Header->biHeight > 0) {
-        return dib::writeBytes(file, image.Buffer, static_cast<std::size_t>(image.GetImageSize()));
+        return dib::writeBytes(file, image.Buffer, dib::asSize(image.GetImageSize()));
     }
     const dib::ImageSize size = dib::admitSize(*image.Header);
     if (size.imageBytes == 0) return true;
-    return dib::writeRows(file, image.Buffer + (size.rows - 1) * size.rowBytes,
-                          -static_cast<std::ptrdiff_t>(size.rowBytes), size.rowBytes, size.rows);
+    return dib::writeRows(file, image.Buffer + (size.rows - 1) * size.rowBytes, -dib::asOffset(size.rowBytes),
+                          size.rowBytes, size.rows);
 }
 
 template <class Path>

@@ -4,6 +4,7 @@
 
 #include "dib/ColorTable.h"
 #include "dib/MedianLookup.h"
+#include "dib/Numbers.h"
 #include "dib/PixelKernels.h"
 
 namespace dib {
@@ -85,12 +86,12 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
     dib::MallocPtr<unsigned char> pixels(image.Create24Bit());
     if (pixels == nullptr) return false;
     const std::int32_t height = image.Header->biHeight;
-    const auto width = static_cast<std::size_t>(image.Header->biWidth);
-    const auto rows = static_cast<std::size_t>(dib::rowCount(height));
+    const auto width = dib::asSize(image.Header->biWidth);
+    const auto rows = dib::asSize(dib::rowCount(height));
 
     dibmedian::mediancut quantizer;
     const bool divided = quantizer.execute(reinterpret_cast<DibBGR*>(pixels.get()), image.Header->biWidth,
-                                           static_cast<int>(rows), colorLimit);
+                                           dib::asInt(rows), colorLimit);
     dib::MedianLookup lookup(quantizer, width * rows);
     if (!divided || !lookup.ready()) return dib::failForMemory(image);
     if (!image.Create(image.Header->biWidth, height, bitCount)) return false;

@@ -1,4 +1,5 @@
 #include "dib/ColorTable.h"
+#include "dib/Bytes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -24,7 +25,7 @@ void writeGreyEntries(BITMAPINFOHEADER& header, std::size_t entries) {
     const std::size_t brightest = addressableEntries(header.biBitCount) - 1;
     DibBGRA* table = colorTable(&header);
     for (std::size_t i = 0; i < entries; ++i) {
-        const auto grey = static_cast<std::uint8_t>(i * 255 / brightest);
+        const auto grey = byteOf(i * 255 / brightest);
         table[i] = {grey, grey, grey, 0};
     }
 }

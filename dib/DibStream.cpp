@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
@@ -148,7 +149,7 @@ bool DibStream::SetBitmapInfo(BITMAPINFOHEADER& info, int width, int height, int
     info.biWidth = width;
     info.biHeight = height;
     info.biPlanes = 1;
-    info.biBitCount = static_cast<std::uint16_t>(bitCount);
+    info.biBitCount = dib::wordOf(bitCount);
     if (!dib::isDepth(bitCount)) return false;
     info.biCompression = 0;
     info.biClrUsed = static_cast<std::uint32_t>(dib::addressableEntries(bitCount));

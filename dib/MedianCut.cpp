@@ -7,6 +7,7 @@
 #include <new>
 
 #include "dib/ColorCloud.h"
+#include "dib/Numbers.h"
 
 namespace dibmedian {
 
@@ -78,7 +79,7 @@ int mediancut::get_index() const {
     int bestScore = 0;
     for (int i = 0; i < boxCount; ++i) {
         const colinfo& box = boxes[i].info;
-        const int bits = static_cast<int>(std::bit_width(pixelsOf(box)));
+        const int bits = dib::asInt(std::bit_width(pixelsOf(box)));
         const int score = bits * longestExtent(box);
         if (score > bestScore) {
             best = i;
@@ -112,8 +113,7 @@ bool mediancut::slice(int box, int axis, int cut, int& lowBox, int& highBox) {
 }
 
 bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
-    const std::size_t pixelCount =
-        width > 0 && height > 0 ? static_cast<std::size_t>(std::int64_t{width} * height) : 0;
+    const std::size_t pixelCount = width > 0 && height > 0 ? dib::asSize(std::int64_t{width} * height) : 0;
     dib::ColorCloud cloud;
     if (!cloud.collect(reinterpret_cast<const std::uint8_t*>(pixels), pixelCount, kMaxBoxes)) return false;
     int rangeOf[kMaxBoxes] = {};

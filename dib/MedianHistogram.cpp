@@ -4,12 +4,14 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "dib/Numbers.h"
+
 namespace dibmedian {
 
 bool medianhistdata::add(DibBGR pixel) {
     if (count == capacity) {
         const std::int32_t grown = 2 * capacity + 128;
-        void* block = std::realloc(entries, static_cast<std::size_t>(grown) * sizeof(DibBGR));
+        void* block = std::realloc(entries, dib::asSize(grown) * sizeof(DibBGR));
         if (block == nullptr) return false;
         entries = static_cast<DibBGR*>(block);
         capacity = grown;

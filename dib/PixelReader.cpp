@@ -1,4 +1,5 @@
 #include "dib/PixelReader.h"
+#include "dib/Numbers.h"
 
 #include "dib/Memory.h"
 
@@ -14,8 +15,8 @@ PixelReader::PixelReader(DibStream& image, Packed form) : pixels_(image.Buffer) 
     const int bitCount = image.Header->biBitCount;
     convert_ = converterOf(bitCount, form);
     isStored_ = bitCount >= 24 && bitsOf(form) == bitCount;
-    bitCount_ = static_cast<std::size_t>(bitCount);
-    width_ = static_cast<std::size_t>(image.Header->biWidth);
+    bitCount_ = asSize(bitCount);
+    width_ = asSize(image.Header->biWidth);
     if (bitCount <= 8) colors_ = IndexColors(*image.Header);
 }
 

@@ -1,4 +1,6 @@
 #include "dib/ToneLookup.h"
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 #include <algorithm>
 
@@ -56,8 +58,7 @@ bool ToneLine::fit(const unsigned char* table) {
     for (int v = 0; v < 256; ++v) {
         const int more = table[v] - of(v);
         if (more != 0 && more != 1) return false;
-        oneMore[static_cast<std::size_t>((v & 15) | (v >> 7 << 4))] |=
-            static_cast<std::uint8_t>(more << ((v >> 4) & 7));
+        oneMore[asSize((v & 15) | (v >> 7 << 4))] |= byteOf(more << ((v >> 4) & 7));
     }
     return true;
 }

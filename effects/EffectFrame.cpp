@@ -1,6 +1,7 @@
 #include "effects/EffectFrame.h"
 
 #include "dib/LentPixels.h"
+#include "dib/Numbers.h"
 
 namespace dib {
 
@@ -10,7 +11,7 @@ RowTable initRow(DibStream& image) {
     RowTable table = allocateArray<unsigned char*>(std::ptrdiff_t{rows} + 1);
     if (table == nullptr) return nullptr;
     for (std::int64_t y = 0; y < rows; ++y) {
-        table[y] = image.ScanLine(static_cast<int>(y));
+        table[y] = image.ScanLine(asInt(y));
     }
     return table;
 }

@@ -2,6 +2,7 @@
 // are multiples of the spacing of floats there. A tap over such a run is a shifted, weighted row.
 #include "effects/TapRow.h"
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 
 namespace dib {
@@ -39,11 +40,11 @@ template <class Depth>
 DIB_ALWAYS_INLINE void addMixed(const unsigned char* __restrict upper, const unsigned char* __restrict lower,
                                 std::uint32_t* __restrict sums, TapMix mix, std::ptrdiff_t count) {
     constexpr int kStep = Depth::kChannels;
-    const auto right = static_cast<std::uint16_t>(mix.right);
-    const auto left = static_cast<std::uint16_t>(256 - mix.right);
+    const auto right = wordOf(mix.right);
+    const auto left = wordOf(256 - mix.right);
     for (std::ptrdiff_t i = 0; i < count * kStep; ++i) {
-        const auto above = static_cast<std::uint16_t>(upper[i] * left + upper[i + kStep] * right);
-        const auto below = static_cast<std::uint16_t>(lower[i] * left + lower[i + kStep] * right);
+        const auto above = wordOf(upper[i] * left + upper[i + kStep] * right);
+        const auto below = wordOf(lower[i] * left + lower[i + kStep] * right);
         sums[i] += mix.weight * ((above * (256U - mix.lower) + below * mix.lower) >> 16);
     }
 }

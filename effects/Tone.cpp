@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dib/Numbers.h"
 #include "dib/ToneLookup.h"
 #include "effects/EffectFrame.h"
 
@@ -30,7 +31,7 @@ bool changeBright(DibStream* image, const unsigned char* table) {
     constexpr Progress kSilent{nullptr, nullptr};
     Raster raster;
     if (!admitToned(image, raster)) return false;
-    const auto width = static_cast<std::size_t>(raster.width);
+    const auto width = asSize(raster.width);
     const ToneLookup lookup(table);
     if (raster.bitCount == 32) {
         return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapColors(raster.row(y), width); });
@@ -51,7 +52,7 @@ int truncated(float value) {
 }
 
 // In 32 bits, so that every pair of limits has a curve.
-int wrappedDifference(int a, int b) { return static_cast<int>(std::int64_t{a} - b); }
+int wrappedDifference(int a, int b) { return asInt(std::int64_t{a} - b); }
 
 ToneTable gammaTable(int low, int high, float gamma) {
     const int levels = wrappedDifference(high, wrappedDifference(low, 1));

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "dib/Numbers.h"
 #include "effects/BilinearMix.h"
 
 namespace dib {
@@ -41,7 +42,7 @@ DIB_ALWAYS_INLINE void sampleNearest(const SampleSource& source, unsigned int fl
     float y[kBlock];
     int column[kBlock];
     int offset[kBlock];
-    const int rowStep = static_cast<int>(source.rowStep);
+    const int rowStep = asInt(source.rowStep);
     for (int first = 0; first < row.width; first += kBlock) {
         const int count = std::min(kBlock, row.width - first);
         resolveEdges(row.sourceX + first, x, count, source.widthReal, (flags & DIB_WRAP_X) != 0);
@@ -83,7 +84,7 @@ DIB_ALWAYS_INLINE void sampleMixed(const SampleSource& source, unsigned int flag
     const int lastLine = source.height - 1;
     const float endX = positionOf(lastColumn);
     const float endY = positionOf(lastLine);
-    const int rowStep = static_cast<int>(source.rowStep);
+    const int rowStep = asInt(source.rowStep);
     // The upper of the last two rows of the pixel block.
     const int endLine = rowStep < 0 ? 0 : lastLine - 1;
 

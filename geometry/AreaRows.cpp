@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "geometry/RowVectors.h"
 
 namespace dib {
@@ -16,7 +18,7 @@ struct Boundary {
 
 Boundary boundary(int i, int sourceCount, int count) {
     const std::int64_t position = std::int64_t{i} * sourceCount;
-    return {static_cast<int>(position / count), static_cast<int>(position % count * 256 / count)};
+    return {asInt(position / count), asInt(position % count * 256 / count)};
 }
 
 }  // namespace
@@ -39,7 +41,7 @@ void AreaSpans::fillSpan(int i, int sourceCount) {
     std::uint16_t* weight = weights_.get() + std::ptrdiff_t{i} * taps_;
     std::uint32_t total = 0;
     const auto addTap = [&](int w) {
-        *weight = static_cast<std::uint16_t>(w);
+        *weight = wordOf(w);
         total += *weight++;
     };
     if (begin.index == end.index) {
@@ -67,7 +69,7 @@ void averageLongSpans(const unsigned char* row, const AreaSpans& spans, unsigned
             for (int k = 0; k < spans.taps(); ++k, value += Channels) {
                 sum += std::uint64_t{*value} * spans.weights(i)[k];
             }
-            *out++ = static_cast<unsigned char>(sum / spans.total(i));
+            *out++ = byteOf(sum / spans.total(i));
         }
     }
 }
@@ -85,7 +87,7 @@ DIB_ALWAYS_INLINE void addRowBody(Sum* __restrict sums, const unsigned char* __r
 DIB_ALWAYS_INLINE void divideRowBody(const std::int32_t* __restrict sums, float inverseTotal,
                                      std::ptrdiff_t count, unsigned char* __restrict out) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        out[i] = static_cast<unsigned char>(divideExactly(sums[i], inverseTotal));
+        out[i] = byteOf(divideExactly(sums[i], inverseTotal));
     }
 }
 
@@ -105,7 +107,7 @@ void averageAcross(const unsigned char* __restrict row, const AreaSpans& spans,
             for (int c = 0; c < Channels; ++c) sums[c] += pixel[c] * weights[k];
         }
         for (const std::int32_t sum : sums) {
-            *out++ = static_cast<unsigned char>(divideExactly(sum, spans.inverses()[i]));
+            *out++ = byteOf(divideExactly(sum, spans.inverses()[i]));
         }
     }
 }
@@ -124,7 +126,7 @@ void divideRow(const std::int32_t* sums, std::uint32_t total, std::ptrdiff_t cou
 }
 
 void divideRow(const std::int64_t* sums, std::uint32_t total, std::ptrdiff_t count, unsigned char* out) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = static_cast<unsigned char>(sums[i] / total);
+    for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = byteOf(sums[i] / total);
 }
 
 }  // namespace dib

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dib/Bytes.h"
 #include "dib/Depths.h"
 #include "geometry/Canvas.h"
 #include "geometry/RowVectors.h"
@@ -31,7 +32,7 @@ void halveRow(const unsigned char* first, const unsigned char* second, unsigned 
         for (int c = 0; c < Channels; ++c) {
             const std::ptrdiff_t at = 2 * x * Channels + c;
             const int sum = first[at] + first[at + Channels] + second[at] + second[at + Channels];
-            out[x * Channels + c] = static_cast<unsigned char>(sum >> 2);
+            out[x * Channels + c] = dib::byteOf(sum >> 2);
         }
     }
 }

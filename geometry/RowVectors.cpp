@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
 
 namespace dib {
@@ -18,7 +19,7 @@ constexpr char kNone = -1;  // a zero byte in a shuffle
 // pair of weights: from 24 bits (the fourth pair is zero) and from 32 bits.
 DIB_TARGET_AVX2 inline __m128i pairMask(int channels, int firstPixel) {
     const auto at = [&](int pixel, int channel) -> char {
-        return channel < channels ? static_cast<char>((firstPixel + pixel) * channels + channel) : kNone;
+        return channel < channels ? charOf((firstPixel + pixel) * channels + channel) : kNone;
     };
     return _mm_setr_epi8(at(0, 0), kNone, at(1, 0), kNone, at(0, 1), kNone, at(1, 1), kNone, at(0, 2), kNone,
                          at(1, 2), kNone, at(0, 3), kNone, at(1, 3), kNone);

@@ -2,6 +2,8 @@
 
 #include <DibColor.h>
 
+#include "dib/Numbers.h"
+
 namespace {
 
 // The pixel block of an image of fewer bits than a sampler expects.
@@ -59,7 +61,7 @@ std::uint32_t colorAt(DibStream* image, float x, float y, unsigned int flags) {
         return isShallow ? ShallowBlock(*image).mix<Depth>(taps) : dib::mixTaps<Depth>(taps);
     } else {
         const dib::PixelIndex at = dib::nearestPixel(source, x, y, flags);
-        const unsigned char* pixel = image->Pixel(static_cast<int>(at.column), static_cast<int>(at.row));
+        const unsigned char* pixel = image->Pixel(dib::asInt(at.column), dib::asInt(at.row));
         if (pixel == nullptr || (isShallow && !ShallowBlock(*image).holds(pixel, Depth::kBits / 8))) return 0;
         return dib::readIndexedPixel<Depth>(pixel, at.column);
     }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dib/Numbers.h"
 #include "dib/ToneLookup.h"
 #include "geometry/Canvas.h"
 
@@ -49,7 +50,7 @@ namespace {
 std::size_t passBytes(const DibStream& image) {
     const std::int32_t announced = image.GetImageSize();
     if (announced < 1) return 0;
-    return std::min(static_cast<std::size_t>(announced), dib::admitSize(*image.Header).imageBytes);
+    return std::min(dib::asSize(announced), dib::admitSize(*image.Header).imageBytes);
 }
 
 // Below 1 the value is scaled and rounded; above 1 its distance to white shrinks, truncated.

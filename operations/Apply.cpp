@@ -6,6 +6,7 @@
 #include "dib/LentPixels.h"
 #include "dib/Memory.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "operations/Borrowing.h"
 #include "operations/Operations.h"
 
@@ -78,7 +79,7 @@ void applyStep(const Job& job) {
 void applySteps(DibStream& image, const std::vector<Arguments>& steps, const DibApplyOptions& options,
                 DibOperationResult& result, Progress& progress) {
     for (std::size_t i = 0; i < steps.size(); ++i) {
-        result.step = static_cast<int>(i);
+        result.step = dib::asInt(i);
         result.operation = &steps[i].operation().info;
         progress.beginStep(i);
         const Job job = {image, steps[i], options, result, progress.ofStep(), &progress};

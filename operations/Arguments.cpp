@@ -100,8 +100,8 @@ std::uint32_t Arguments::fill(std::string_view name, const DibStream& image) con
     if (image.Header->biBitCount == 16) {
         return static_cast<std::uint32_t>(color.red >> 3 << 10 | color.green >> 3 << 5 | color.blue >> 3);
     }
-    return static_cast<std::uint32_t>(color.alpha) << 24 | static_cast<std::uint32_t>(color.red) << 16 |
-           static_cast<std::uint32_t>(color.green) << 8 | color.blue;
+    return std::uint32_t{color.alpha} << 24 | std::uint32_t{color.red} << 16 |
+           std::uint32_t{color.green} << 8 | color.blue;
 }
 
 const char* Arguments::path(std::string_view name) const { return value(name).text.c_str(); }

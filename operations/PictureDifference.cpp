@@ -8,8 +8,10 @@
 #include <limits>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "dib/Depths.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/pixels/Pixels.h"
 
@@ -117,7 +119,7 @@ DIB_ALWAYS_INLINE void showRow(const unsigned char* __restrict a, const unsigned
         const int ofAlpha = std::abs(a[4 * x + 3] - b[4 * x + 3]);
         for (std::ptrdiff_t c = 0; c < 3; ++c) {
             const int difference = std::max(std::abs(a[4 * x + c] - b[4 * x + c]), ofAlpha);
-            out[3 * x + c] = static_cast<unsigned char>(std::min(difference * gain, 255));
+            out[3 * x + c] = dib::byteOf(std::min(difference * gain, 255));
         }
     }
 }
@@ -148,8 +150,8 @@ public:
         const Sums sums = sumsOf(a, b, commonWidth_);
         found_.differentPixels += sums.differentPixels;
         squares_ += sums.squares;
-        if (static_cast<int>(sums.largest) > found_.largest) {
-            found_.largest = static_cast<int>(sums.largest);
+        if (dib::asInt(sums.largest) > found_.largest) {
+            found_.largest = dib::asInt(sums.largest);
             found_.x = firstWith(a, b, sums.largest);
             found_.y = y;
         }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 #include "effects/rank/CellVector.h"
 
 #if defined(__SSE2__)
@@ -50,7 +51,7 @@ DIB_ALWAYS_INLINE __m128i partialSums(__m128i cells) {
 // The sum of `side` cells.
 template <class Cell>
 DIB_ALWAYS_INLINE std::uint32_t windowSum(const Cell* cells, std::ptrdiff_t side) {
-    constexpr std::ptrdiff_t kCells = 16 / static_cast<std::ptrdiff_t>(sizeof(Cell));
+    constexpr std::ptrdiff_t kCells = 16 / asOffset(sizeof(Cell));
     // The last vector overlaps the one before it: as many bytes of these are ones as are new in it.
     alignas(16) static constexpr std::int8_t kNewCells[32] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,
                                                               0,  0,  0,  0,  0,  -1, -1, -1, -1, -1, -1,
@@ -59,7 +60,7 @@ DIB_ALWAYS_INLINE std::uint32_t windowSum(const Cell* cells, std::ptrdiff_t side
     __m128i sum = _mm_setzero_si128();
     std::ptrdiff_t i = 0;
     for (; i + kCells <= side; i += kCells) sum = _mm_add_epi32(sum, partialSums<Cell>(load(cells + i)));
-    const std::ptrdiff_t newBytes = (side - i) * static_cast<std::ptrdiff_t>(sizeof(Cell));
+    const std::ptrdiff_t newBytes = (side - i) * asOffset(sizeof(Cell));
     const __m128i last = _mm_and_si128(load(cells + side - kCells), load(kNewCells + newBytes));
     sum = _mm_add_epi32(sum, partialSums<Cell>(last));
     sum = _mm_add_epi32(sum, _mm_unpackhi_epi64(sum, sum));

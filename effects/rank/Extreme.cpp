@@ -4,6 +4,7 @@
 // visited of the highest.
 
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 #include "effects/EffectFrame.h"
 #include "effects/RollingCopy.h"
 #include "effects/rank/BrightnessReader.h"
@@ -63,7 +64,7 @@ public:
         begin_ = end_ = down_.begin(0);
         paddedWidth_ = width_ + std::ptrdiff_t{across_.length} - 1;
         // Every row is read once, before it is overwritten, except for the first ones if y wraps.
-        return rows_.prepare(raster, 0, down_.axis.wrap ? static_cast<int>(down_.after()) : 0) &&
+        return rows_.prepare(raster, 0, down_.axis.wrap ? dib::asInt(down_.after()) : 0) &&
                padded_.allocate(2, paddedWidth_) && winners_.allocate(1, width_) &&
                maximum_.prepare(width_, std::min<std::int64_t>(down_.length, raster.height));
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "dib/Bytes.h"
+
 namespace dib {
 
 template <class Cell>
@@ -53,11 +55,11 @@ void MedianLargeRadius<Cell>::loadKeys(int row, std::uint16_t* keys) {
         const std::uint32_t* indices = input_.readValues(row);
         const int darkest = table_.count() - 1;
         for (std::ptrdiff_t x = 0; x < input_.width(); ++x)
-            keys[x] = static_cast<std::uint16_t>(darkest - table_.see(indices[x]));
+            keys[x] = wordOf(darkest - table_.see(indices[x]));
     } else {
         const std::int32_t* brightness = input_.readBrightness(row);
         for (std::ptrdiff_t x = 0; x < input_.width(); ++x)
-            keys[x] = static_cast<std::uint16_t>(kWhiteBrightness - brightness[x]);
+            keys[x] = wordOf(kWhiteBrightness - brightness[x]);
     }
 }
 

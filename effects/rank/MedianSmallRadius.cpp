@@ -2,11 +2,13 @@
 
 #include <algorithm>
 
+#include "dib/Numbers.h"
+
 namespace dib {
 
 bool MedianSmallRadius::prepare(const FullCopy& source, const Raster& image) {
     const auto width = image.width;
-    rank_ = static_cast<int>(medianRank(radius_, image.bitCount));
+    rank_ = asInt(medianRank(radius_, image.bitCount));
     axisX_ = axisX(image, flags_);
     axisY_ = axisY(image, flags_);
     byKeys_ = image.bitCount <= 8;

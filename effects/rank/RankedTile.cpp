@@ -5,7 +5,9 @@
 #include <cstring>
 #include <utility>
 
+#include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 #include "effects/rank/CellVector.h"
 
 #if defined(__SSE2__)
@@ -43,7 +45,7 @@ struct BitOfByte {
         for (unsigned byte = 0; byte < 256; ++byte) {
             unsigned rank = 0;
             for (unsigned bit = 0; bit < 8; ++bit) {
-                if ((byte >> bit & 1) != 0) at[rank++][byte] = static_cast<std::uint8_t>(bit);
+                if ((byte >> bit & 1) != 0) at[rank++][byte] = byteOf(bit);
             }
         }
     }
@@ -64,7 +66,7 @@ DIB_ALWAYS_INLINE int nthBit(std::uint64_t word, std::uint64_t upToByte, std::ui
     // The top bit of each byte: whether it and those below have at most `rank` bits. The numbers are below
     // 128, so no byte borrows from the next.
     const std::uint64_t passed = ((rank * kOnes | 0x80 * kOnes) - upToByte) & 0x80 * kOnes;
-    const int byte = static_cast<int>((passed >> 7) * kOnes >> 56) * 8;
+    const int byte = asInt((passed >> 7) * kOnes >> 56) * 8;
     const auto inByte = rank - static_cast<std::uint32_t>(upToByte << 8 >> byte & 255);
     return byte + kBitOfByte.at[inByte][word >> byte & 255];
 }
@@ -167,7 +169,7 @@ void RankedTile<Cell>::rank(const std::uint16_t* keys, std::ptrdiff_t pitch, std
         const std::uint32_t y = entry >> kRowShift & kColumnMask;
         xs_[rank] = static_cast<Cell>(x);
         ys_[rank] = static_cast<Cell>(y);
-        bins_[y * static_cast<std::uint32_t>(columns) + x] = static_cast<std::uint16_t>(rank >> binShift_);
+        bins_[y * static_cast<std::uint32_t>(columns) + x] = wordOf(rank >> binShift_);
     }
 }
 

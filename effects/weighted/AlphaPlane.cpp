@@ -1,5 +1,6 @@
 #include "effects/weighted/AlphaPlane.h"
 
+#include "dib/Bytes.h"
 #include "dib/Depths.h"
 #include "dib/Raster.h"
 
@@ -28,7 +29,7 @@ std::optional<std::uint8_t> commonAlpha(const DibStream& image) {
         if (!runKernel<hasAlpha>(static_cast<const unsigned char*>(rows.row(y)), rows.width, first))
             return {};
     }
-    return static_cast<std::uint8_t>(first >> 24);
+    return byteOf(first >> 24);
 }
 
 void fillAlpha(DibStream& image, std::uint8_t alpha) {

@@ -5,6 +5,7 @@
 
 #include "dib/Kernels.h"
 #include "dib/MoveBlocks.h"
+#include "dib/Numbers.h"
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/pixels/FloatRows.h"
 #include "operations/pixels/GaussianWords.h"
@@ -37,7 +38,7 @@ template <int kChannels>
 DIB_ALWAYS_INLINE void shrinkRow(const float* pixels, const std::vector<float>* weights, int step,
                                  float* __restrict cells, std::ptrdiff_t count) {
     const float* const weight = weights->data();
-    const auto width = static_cast<std::ptrdiff_t>(weights->size());
+    const auto width = dib::asOffset(weights->size());
     for (std::ptrdiff_t i = 0; i < count; ++i, pixels += step * kChannels) {
         float sums[kChannels] = {};
         for (std::ptrdiff_t k = 0; k < width; ++k) {
@@ -83,9 +84,7 @@ void withChannels(std::ptrdiff_t channels, const Visit& visit) {
     }
 }
 
-std::vector<float> floats(std::ptrdiff_t count) {
-    return std::vector<float>(static_cast<std::size_t>(count));
-}
+std::vector<float> floats(std::ptrdiff_t count) { return std::vector<float>(dib::asSize(count)); }
 
 }  // namespace
 
@@ -130,8 +129,8 @@ void GaussianRows::makeWeights(const Gaussian& gaussian) {
 }
 
 GaussianRows::Slot& GaussianRows::slotOf(std::vector<Slot>& slots, int position) {
-    const auto count = static_cast<int>(slots.size());
-    return slots[static_cast<std::size_t>((position % count + count) % count)];
+    const auto count = dib::asInt(slots.size());
+    return slots[dib::asSize((position % count + count) % count)];
 }
 
 // Sums the rows of a row of cells.
@@ -171,7 +170,7 @@ const float* GaussianRows::across(int cell) {
         cells += channels_;
     }
     dib::runWidestKernel<sumRows<32>, sumRows<64>>(static_cast<const float* const*>(lines_.data()),
-                                                   weights_.data(), static_cast<int>(weights_.size()),
+                                                   weights_.data(), dib::asInt(weights_.size()),
                                                    slot.samples.data(), cells_ * channels_);
     return slot.samples.data();
 }
@@ -183,10 +182,10 @@ const float* GaussianRows::whole(int cell) {
     slot.position = cell;
     // Each row needs `lines_` for its own sums, so all are made before.
     for (int k = -half_; k <= half_; ++k) across(cell + k);
-    for (int k = -half_; k <= half_; ++k) lines_[static_cast<std::size_t>(k + half_)] = across(cell + k);
+    for (int k = -half_; k <= half_; ++k) lines_[dib::asSize(k + half_)] = across(cell + k);
     float* const sums = step_ > 1 ? down_.data() : slot.samples.data();
     dib::runWidestKernel<sumRows<32>, sumRows<64>>(static_cast<const float* const*>(lines_.data()),
-                                                   weights_.data(), static_cast<int>(weights_.size()), sums,
+                                                   weights_.data(), dib::asInt(weights_.size()), sums,
                                                    cells_ * channels_);
     if (step_ == 1) return slot.samples.data();
     withChannels(channels_, [&]<int kChannels>() {
