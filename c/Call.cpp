@@ -73,6 +73,8 @@ void fillMetadata(const dib_result* to, DibMetadata& from) {
     if (hasAll(*to->metadata)) {
         metadata.palette_alpha = take(from.paletteAlpha, metadata.palette_alpha_size);
         metadata.tim_frame = take(from.timFrame, metadata.tim_frame_size);
+        metadata.texts = take(from.texts, metadata.texts_size);
+        metadata.xmp = take(from.xmp, metadata.xmp_size);
     }
     fill(*to->metadata, metadata);
 }
@@ -88,6 +90,8 @@ void dib_metadata_clear(dib_metadata* metadata) {
     if (c_interface::hasAll(*metadata)) {
         std::free(metadata->palette_alpha);
         std::free(metadata->tim_frame);
+        std::free(metadata->texts);
+        std::free(metadata->xmp);
     }
     c_interface::fill(*metadata, dib_metadata DIB_C_METADATA_INIT);
 }

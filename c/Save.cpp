@@ -19,12 +19,16 @@ public:
         borrow(exif, from.exif, from.exif_size);
         borrow(paletteAlpha, from.palette_alpha, from.palette_alpha_size);
         borrow(timFrame, from.tim_frame, from.tim_frame_size);
+        borrow(texts, from.texts, from.texts_size);
+        borrow(xmp, from.xmp, from.xmp_size);
         xResolution = from.x_resolution;
         yResolution = from.y_resolution;
         orientation = from.orientation;
     }
     BorrowedMetadata() = default;
-    ~BorrowedMetadata() { colorProfile.data = exif.data = paletteAlpha.data = timFrame.data = nullptr; }
+    ~BorrowedMetadata() {
+        colorProfile.data = exif.data = paletteAlpha.data = timFrame.data = texts.data = xmp.data = nullptr;
+    }
     BorrowedMetadata(const BorrowedMetadata&) = delete;
     BorrowedMetadata& operator=(const BorrowedMetadata&) = delete;
 

@@ -218,8 +218,11 @@ bool probeBmp(ProbeRequest& request) {
 bool readBmp(ReadRequest& request) {
     BmpHeader header;
     if (!readBmpHeader(request.file, header, request.result)) return false;
+    const bool isRead = BmpReader(request, header).read();
+    // Embedded files say it again, perhaps otherwise: the header decides, as in every other bitmap.
     describeResolution(header, request.result.metadata);
-    return BmpReader(request, header).read();
+    request.result.metadata.orientation = 1;
+    return isRead;
 }
 
 }  // namespace formats

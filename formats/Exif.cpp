@@ -1,5 +1,7 @@
 #include "formats/Exif.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -74,6 +76,20 @@ void applyExif(std::span<const unsigned char> block, DibMetadata& metadata) {
     metadata.yResolution = directory.fraction(kYResolution) * scale;
 }
 
+void orderResolutions(DibBytes& block, const DibMetadata& metadata) {
+    const Directory directory({block.data, block.size});
+    const auto x = directory.find(kXResolution, kRational);
+    const auto y = directory.find(kYResolution, kRational);
+    if (!x || !y) return;
+    const double scale = directory.word(kUnit, 2) == kCentimetres ? 2.54 : 1.0;
+    const auto isClose = [](double a, double b) { return std::abs(a - b) < 0.005 * std::max(a, b); };
+    if (isClose(metadata.xResolution, metadata.yResolution) ||
+        !isClose(directory.fraction(kXResolution) * scale, metadata.yResolution) ||
+        !isClose(directory.fraction(kYResolution) * scale, metadata.xResolution))
+        return;
+    std::swap_ranges(block.data + *x, block.data + *x + 4, block.data + *y);  // places of the fractions
+}
+
 bool copyBytes(std::span<const unsigned char> from, DibBytes& to) {
     DibBytes copy;
     if (!from.empty()) {
@@ -93,6 +109,7 @@ bool exifForFile(const DibMetadata& metadata, DibBytes& block, bool keepsBlock) 
     const auto orientation = dib::byteOf(metadata.orientation);
     if (metadata.exif.size > 0 && keepsBlock) {
         if (!copyBytes({metadata.exif.data, metadata.exif.size}, block)) return false;
+        orderResolutions(block, metadata);
     } else if (orientation > 1 && orientation <= 8) {
         if (!copyBytes(kUpright, block)) return false;
     } else {

@@ -16,6 +16,10 @@ constexpr std::size_t kMostMetadataBytes = std::size_t{1} << 24;
 // Stores orientation and resolution of a block where it has them.
 void applyExif(std::span<const unsigned char> block, DibMetadata& metadata);
 
+// Exchanges the resolutions of a block that has those of columns and rows the other way round than the
+// metadata, as a turned picture has.
+void orderResolutions(DibBytes& block, const DibMetadata& metadata);
+
 // Copies a block; false when memory is short.
 bool copyBytes(std::span<const unsigned char> from, DibBytes& to);
 

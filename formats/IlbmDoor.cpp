@@ -48,6 +48,7 @@ bool read(ReadRequest& request) {
     request.result.metadata.yResolution = form.yResolution;
     const BitmapHeader& header = form.header;
     noteAlpha(form, request.result);
+    if (form.hasTexts) note(request.result, DIB_NOTE_LOSS, "%s", kLostTexts);
     const int bitCount = form.imageBits();
     NewImage picture(request.image, &request.progress);
     if (!picture.create(request.file, header.width, header.height, bitCount, header.fewestBytes()))

@@ -135,6 +135,8 @@ bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& for
             const auto fields = readFields<4>(file, chunk);
             form.xResolution = dib::readBe16(fields.data());
             form.yResolution = dib::readBe16(fields.data() + 2);
+        } else if (chunk.is("NAME") || chunk.is("AUTH") || chunk.is("ANNO") || chunk.is("(c) ")) {
+            form.hasTexts = true;
         } else if (chunk.is("BODY") && hasHeader) {
             form.body = at + iff_chunk::kBytes;
             if (!judgeHeader(form.header, result)) return false;

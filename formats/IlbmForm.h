@@ -17,6 +17,7 @@ struct IlbmForm {
     IlbmColors colors{};         // of the picture
     int xResolution = 0;         // pixels per inch
     int yResolution = 0;
+    bool hasTexts = false;
     std::int64_t body = 0;  // the position of the rows
     IlbmPixels pixels = IlbmPixels::kBits;
     IlbmAlpha alpha = IlbmAlpha::kNone;

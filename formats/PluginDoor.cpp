@@ -165,6 +165,7 @@ bool readByBundle(const Bundle& bundle, ReadRequest& request) {
     const bool isRead = bundle.description.load(call.record(), &picture);
     takeBytes(picture.colorProfile, picture.colorProfileBytes, request.result.metadata.colorProfile);
     takeBytes(picture.exif, picture.exifBytes, request.result.metadata.exif);
+    takeBytes(picture.xmp, picture.xmpBytes, request.result.metadata.xmp);
     const bool isAdopted = adopt(request.image, picture.header, picture.pixels);
     if (isRead && isAdopted) {
         request.result.reason[0] = '\0';

@@ -51,12 +51,13 @@ private:
     bool readNumbers() {
         std::uint32_t width = 0;
         std::uint32_t height = 0;
-        if (!readPnmNumber(file_, width) || !readPnmNumber(file_, height))
+        bool* comments = &header_.hasComments;
+        if (!readPnmNumber(file_, width, comments) || !readPnmNumber(file_, height, comments))
             return refuseText("the size is not two numbers");
         header_.width = clamped(width);
         header_.height = clamped(height);
         if (isFloat_) return readScale();
-        if (!header_.isBitmap && !readPnmNumber(file_, header_.largest))
+        if (!header_.isBitmap && !readPnmNumber(file_, header_.largest, comments))
             return refuseText("the largest value is not a number");
         return true;
     }
@@ -92,6 +93,7 @@ private:
             const std::string_view name = takeWord(text);
             const std::string_view value = takeWord(text);
             if (name == "ENDHDR") return chooseChannels(channels);
+            header_.hasComments = header_.hasComments || name.starts_with('#');
             if (name.empty() || name.front() == '#') continue;
             if (name == "TUPLTYPE") {
                 type_ = value;
@@ -155,23 +157,24 @@ private:
 
 }  // namespace
 
-int nextPnmByte(ByteReader& file) {
+int nextPnmByte(ByteReader& file, bool* hasComments) {
     int byte = file.byte();
     if (byte == '#') {
+        if (hasComments != nullptr) *hasComments = true;
         while (byte >= 0 && byte != '\n' && byte != '\r') byte = file.byte();
     }
     return byte;
 }
 
-bool readPnmNumber(ByteReader& file, std::uint32_t& number) {
-    int byte = nextPnmByte(file);
-    while (isPnmBlank(byte)) byte = nextPnmByte(file);
+bool readPnmNumber(ByteReader& file, std::uint32_t& number, bool* hasComments) {
+    int byte = nextPnmByte(file, hasComments);
+    while (isPnmBlank(byte)) byte = nextPnmByte(file, hasComments);
     if (byte < '0' || byte > '9') {
         if (byte >= 0) file.seek(file.position() - 1);
         return false;
     }
     std::uint64_t value = 0;
-    for (; byte >= '0' && byte <= '9'; byte = nextPnmByte(file))
+    for (; byte >= '0' && byte <= '9'; byte = nextPnmByte(file, hasComments))
         value = std::min<std::uint64_t>(value * 10 + static_cast<unsigned>(byte - '0'), UINT32_MAX);
     number = dib::dwordOf(value);
     return true;

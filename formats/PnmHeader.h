@@ -21,8 +21,9 @@ struct PnmHeader {
     bool isBitmap = false;        // two values: black and white
     bool isZeroWhite = false;     // of a bitmap
     bool isLittleEndian = false;  // of floats
-    std::uint32_t largest = 1;    // sample: 255 in the image
-    double scale = 1;             // of floats: this value is 255 in the image
+    bool hasComments = false;
+    std::uint32_t largest = 1;  // sample: 255 in the image
+    double scale = 1;           // of floats: this value is 255 in the image
     Samples samples = Samples::kBits;
 
     // Depth of the image.
@@ -36,11 +37,12 @@ struct PnmHeader {
 // Leaves the reader at the first sample. False with a code and a reason.
 bool readPnmHeader(ByteReader& file, PnmHeader& header, DibFileResult& result);
 
-// The next byte that is not part of a comment; negative at the end. A comment counts as its line feed.
-int nextPnmByte(ByteReader& file);
+// The next byte that is not part of a comment; negative at the end. A comment counts as its line feed, and
+// `hasComments` says that there was one.
+int nextPnmByte(ByteReader& file, bool* hasComments = nullptr);
 // Reads the blanks before a number, its digits and the byte after them. Larger numbers saturate. False when
 // something else comes first; the reader then stays at it.
-bool readPnmNumber(ByteReader& file, std::uint32_t& number);
+bool readPnmNumber(ByteReader& file, std::uint32_t& number, bool* hasComments = nullptr);
 
 constexpr bool isPnmBlank(int byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
 

@@ -266,6 +266,7 @@ bool readPnm(ReadRequest& request) {
     if (!image.create(request.file, header.width, header.height, header.imageBits(), fewestBytes))
         return refuseForMemory(request.result, "for the picture");
     noteLosses(header, request.result);
+    if (header.hasComments) note(request.result, DIB_NOTE_LOSS, "%s", kLostTexts);
     const bool isPlain = header.samples == Samples::kBytes && !header.isText && header.largest == 255 &&
                          (header.channels == 1 || header.channels == 3);
     return isPlain ? readBytes(request, image) : readSamples(request, header, image);

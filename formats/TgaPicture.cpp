@@ -75,9 +75,8 @@ private:
     // Pixels of 8 and 24 bits have no alpha for a footer to describe.
     bool readAlphaType() {
         const unsigned bits = header_.descriptor & 15U;
-        AlphaType type = AlphaType::kUnknown;
         const bool mayHaveAlpha = header_.bitCount == 16 || header_.bitCount == 32 || picture_.isMapped;
-        if (mayHaveAlpha) type = readFooter();
+        const AlphaType type = readFooter();
         const bool isUseful = type == AlphaType::kUseful || type == AlphaType::kPremultiplied;
         picture_.hasAlpha = mayHaveAlpha && (isUseful || (bits > 0 && type != AlphaType::kIgnored));
         picture_.isPremultiplied = type == AlphaType::kPremultiplied;
@@ -86,6 +85,7 @@ private:
 
     AlphaType readFooter() {
         constexpr std::int64_t kFooterBytes = 26;
+        constexpr std::size_t kAuthorBytes = 41;  // of the name of the author, before the comment
         constexpr std::int64_t kAlphaType = 494;  // in the extension area, which is as long at least
         const std::int64_t start = file_.size() - kFooterBytes;
         unsigned char footer[kFooterBytes];
@@ -93,10 +93,12 @@ private:
         if (std::memcmp(footer + 8, kTgaSignature, sizeof kTgaSignature - 1) != 0) return AlphaType::kUnknown;
         const std::int64_t area = dib::readLe32(footer);
         unsigned char length[2];
+        unsigned char texts[kAuthorBytes + 1];
         if (area == 0 || !file_.seek(area) || !file_.read(length, 2) || dib::readLe16(length) <= kAlphaType ||
-            !file_.seek(area + kAlphaType)) {
+            !file_.read(texts, sizeof texts) || !file_.seek(area + kAlphaType)) {
             return AlphaType::kUnknown;
         }
+        picture_.hasTexts = texts[0] != 0 || texts[kAuthorBytes] != 0;
         const int type = file_.byte();
         return type >= 0 && type <= 4 ? static_cast<AlphaType>(type) : AlphaType::kUnknown;
     }

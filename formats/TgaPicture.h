@@ -30,6 +30,7 @@ struct TgaPicture {
     bool isGrey = false;
     bool hasAlpha = false;
     bool isPremultiplied = false;
+    bool hasTexts = false;
     int bitCount = 0;  // of the image
     TgaChange change = TgaChange::kNone;
     std::array<DibBGRA, kMostTgaIndices> map{};  // by index; black where the file has no entry

@@ -213,6 +213,7 @@ bool readTga(ReadRequest& request) {
         image->Header->biClrUsed = image->Header->biClrImportant = dib::dwordOf(picture.entries);
     }
     noteChanges(picture, request.result);
+    if (picture.hasTexts) note(request.result, DIB_NOTE_LOSS, "%s", kLostTexts);
     return RowsReader(request, picture, image).read();
 }
 

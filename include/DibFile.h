@@ -105,6 +105,10 @@ struct DibMetadata {
     /// Of a TIM file: all but its pixels, so its positions in video memory and all its lookup tables. A TIM
     /// file saved with it equals the opened one but for changes of the image.
     DibBytes timFrame;
+    /// Title, author, comment ...: pairs of a keyword and a text, UTF-8, each ended by NUL. PNG files hold
+    /// them all, JPEG files those with the keyword "Comment".
+    DibBytes texts;
+    DibBytes xmp;  ///< XMP packet.
 };
 
 /// What a note is about.
@@ -215,7 +219,9 @@ struct DibLayers {
 /// What to do with a file whose pixels are damaged or end too early.
 enum DibDamagePolicy : int {
     DIB_DAMAGE_REFUSE = 0,  ///< The load fails.
-    DIB_DAMAGE_KEEP = 1,    ///< The load keeps the rows that could be read, with a warning; the others are 0.
+    /// The load keeps the rows that could be read, with a warning. Of the row in which the pixels end it may
+    /// have some as well; all others are 0.
+    DIB_DAMAGE_KEEP = 1,
 };
 
 /// What the alpha of a file means.
@@ -241,7 +247,8 @@ struct DibLoadOptions {
     const char* const* formats = nullptr;   ///< Names of the accepted formats, ended by null; null: all.
     const char* name = nullptr;             ///< A file name that says the format where the content does not.
     std::uint64_t mostPixels = 1ULL << 31;  ///< Larger pictures are refused.
-    std::uint64_t mostBytes = 1ULL << 33;   ///< Of memory for the image; of a stream as well.
+    std::uint64_t mostBytes = 1ULL << 33;   ///< Of memory for the image; of a stream as well, which is read
+                                            ///< up to its end only where its first bytes are of a format.
     int mostLayers = 1 << 16;               ///< Documents with more are refused; from 0.
     DibDamagePolicy damage = DIB_DAMAGE_REFUSE;  ///< What becomes of damaged pixels.
     DibAlphaPolicy alpha = DIB_ALPHA_GUESS;      ///< What alpha means.
@@ -301,14 +308,17 @@ struct DibReader {
     static constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
 
     /// Copies up to `bytes` bytes to `out` and returns their number: 0 at the end, `kFailed` after an error.
+    /// `bytes` is at most 64 KiB at first and grows with the stream; with a progress callback it is at most
+    /// 16 KiB.
     std::size_t (*read)(void* context, void* out, std::size_t bytes);
     void* context;  ///< First argument of `read`.
 };
 
 /// Where bytes go.
 struct DibWriter {
-    bool (*write)(void* context, const void* from, std::size_t bytes);  ///< False when not all was written.
-    void* context;                                                      ///< First argument of `write`.
+    /// Writes 1 to 1048576 bytes. False when not all was written.
+    bool (*write)(void* context, const void* from, std::size_t bytes);
+    void* context;  ///< First argument of `write`.
 };
 /// @}
 
@@ -383,7 +393,8 @@ DIB_EXPORT int DibSaveLosses(const DibStream* image, const char* format,
 
 /// Writes the image to a file, whole or not at all: the file is written under a temporary name beside the
 /// target, flushed to the disk and renamed. Permissions of an existing file are kept. Symbolic links are
-/// followed and stay, also those to a file that does not exist yet.
+/// followed and stay, also those to a file that does not exist yet. A process that is killed while it saves
+/// may leave the temporary file, `.dib-PID-N` beside the target, which nobody needs.
 /// Losses are noted.
 /// @return False with a code and a reason, and the old file unchanged:
 /// - 3 the file cannot be created;

@@ -128,6 +128,8 @@ struct DibPluginPicture {
     std::size_t colorProfileBytes;  ///< Its length.
     unsigned char* exif;            ///< EXIF block, from its byte-order mark on; may stay null.
     std::size_t exifBytes;          ///< Its length.
+    unsigned char* xmp;             ///< XMP packet; may stay null.
+    std::size_t xmpBytes;           ///< Its length.
 };
 
 /// A layer of a page.

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <new>
 
+#include "dib/Bytes.h"
 #include "dib/File.h"
 #include "dib/Numbers.h"
 #include "plugins/Picture.h"
@@ -38,6 +39,13 @@ public:
     virtual void note(DibNoteKind /*kind*/, const char* /*text*/) {}
     // Stores why the file is not read; returns false.
     virtual bool refuse(DibErrorCode /*code*/, const char* /*reason*/) { return false; }
+
+    // Whether the record of the caller, which may be older, has that field.
+    template <class Record, class Field>
+    static bool has(const Record& record, Field Record::*field) {
+        const auto* end = reinterpret_cast<const unsigned char*>(&(record.*field) + 1);
+        return dib::bytesBetween(reinterpret_cast<const unsigned char*>(&record), end) <= record.size;
+    }
 
 protected:
     ~Job() = default;

@@ -105,10 +105,16 @@ typedef struct dib_metadata {
     /// file that is saved with it is like the one that was opened, but for what has changed of the image.
     unsigned char* tim_frame;
     size_t tim_frame_size;  ///< In bytes.
+    /// Title, author, comment ...: pairs of a keyword and a text, UTF-8, each ended by NUL. PNG files hold
+    /// them all, JPEG files those with the keyword "Comment".
+    unsigned char* texts;
+    size_t texts_size;   ///< In bytes.
+    unsigned char* xmp;  ///< XMP packet; null when there is none.
+    size_t xmp_size;     ///< In bytes.
 } dib_metadata;
 /// Nothing known.
 #define DIB_C_METADATA_INIT \
-    { sizeof(dib_metadata), NULL, 0, NULL, 0, 0, 0, 1, 0, NULL, 0, NULL, 0 }
+    { sizeof(dib_metadata), NULL, 0, NULL, 0, 0, 0, 1, 0, NULL, 0, NULL, 0, NULL, 0, NULL, 0 }
 
 /// Frees the blocks that a call stored, and makes the structure as new. Null does nothing.
 DIB_C_EXPORT void dib_metadata_clear(dib_metadata* metadata);

@@ -44,9 +44,10 @@ std::string RefusedFile::line(std::int64_t& at) const {
 
 Problem sizeProblem(std::int64_t width, std::int64_t height, int bitCount) {
     constexpr std::int64_t kMostBytes = INT32_MAX;
-    const std::string size = std::to_string(width) + "x" + std::to_string(height) + " pixels";
+    // A negative height says which row comes first.
     const std::int64_t rows = std::abs(height);
-    if (width < 0) return damaged("a picture of " + size + " is impossible");
+    const std::string size = std::to_string(width) + "x" + std::to_string(rows) + " pixels";
+    if (width < 0) return damaged("a width of " + std::to_string(width) + " is impossible");
     if (width == 0 || rows == 0) return damaged("a picture of " + size + " is empty");
     const std::int64_t rowBytes = (width * bitCount + 31) / 32 * 4;
     if (rowBytes <= kMostBytes / rows) return {};

@@ -13,6 +13,7 @@
 #include "formats/Formats.h"
 #include "formats/door/Alpha.h"
 #include "formats/door/DecoderPath.h"
+#include "formats/door/Detection.h"
 #include "formats/door/Frame.h"
 #include "formats/door/Options.h"
 #include "formats/door/Orientation.h"
@@ -21,28 +22,6 @@
 namespace formats {
 
 namespace {
-
-const FileFormat* formatOfPath(const char* path) {
-    return path != nullptr ? formatOfExtension(extensionOf(path)) : nullptr;
-}
-
-bool accepts(const DibLoadOptions& options, const FileFormat& format) {
-    if (options.formats == nullptr) return true;
-    for (const char* const* name = options.formats; *name != nullptr; ++name) {
-        if (formatOfName(*name) == &format) return true;
-    }
-    return false;
-}
-
-// By the option, else by the first bytes, else by the extension.
-const FileFormat* findFormat(Source& source, const DibLoadOptions& options) {
-    if (options.format != nullptr) return formatOfName(options.format);
-    const FirstBytes bytes = source.firstBytes();
-    if (const FileFormat* format = formatOfContent(bytes)) return format;
-    if (const FileFormat* format = formatOfPath(options.name)) return format;
-    if (const FileFormat* format = formatOfPath(source.path())) return format;
-    return formatOfResemblance(bytes);
-}
 
 bool refuseForError(Source& source, DibFileResult& result) {
     result.reason[0] = '\0';
@@ -55,7 +34,7 @@ const FileFormat* recognize(Source& source, const DibLoadOptions& options, DibFi
         refuse(result, DIB_ERROR_READ, "the file is empty");
         return nullptr;
     }
-    const FileFormat* format = isEmpty ? nullptr : findFormat(source, options);
+    const FileFormat* format = isEmpty ? nullptr : detectFormat(source.firstBytes(), source.path(), options);
     if (format == nullptr && source.error() != 0) {
         refuseForError(source, result);
         return nullptr;
@@ -269,7 +248,7 @@ bool loadFrom(DibStream* image, const DibLoadOptions* options, DibFileResult* re
         DibLoadOptions complete;
         if (!completeOptions(options, complete, out)) return false;
         Progress progress(callback, user);
-        Source source(out, complete.mostBytes, &progress);
+        Source source(out, complete, &progress);
         return end(out, openSource(source, from...) && load(source, *image, complete, out, progress));
     });
     if (image != nullptr) image->ErrorCode = out.code;
@@ -287,7 +266,7 @@ bool lookInto(Record* record, const char* noRecord, const Look& look, const DibL
         *record = Record();
         DibLoadOptions complete;
         if (!completeOptions(options, complete, out)) return false;
-        Source source(out, complete.mostBytes);
+        Source source(out, complete);
         if (!openSource(source, from...)) return false;
         const FileFormat* format = recognize(source, complete, out);
         return end(out, format != nullptr && findNamed(source, *format, complete, out) &&

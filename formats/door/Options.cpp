@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "formats/Formats.h"
+#include "formats/Texts.h"
 
 namespace formats {
 
@@ -58,7 +59,10 @@ bool isResolution(double value, const char* field, DibFileResult& result) {
 bool isPossible(const DibMetadata& metadata, DibFileResult& result) {
     return isResolution(metadata.xResolution, "DibMetadata::xResolution", result) &&
            isResolution(metadata.yResolution, "DibMetadata::yResolution", result) &&
-           isBetween(metadata.orientation, 1, 8, "DibMetadata::orientation", result);
+           isBetween(metadata.orientation, 1, 8, "DibMetadata::orientation", result) &&
+           (areTexts(metadata.texts) ||
+            refuse(result, DIB_ERROR_MISMATCH,
+                   "DibMetadata::texts must be pairs of texts in UTF-8, each ended by NUL"));
 }
 
 bool completeOptions(const DibLoadOptions* options, DibLoadOptions& complete, DibFileResult& result) {

@@ -5,12 +5,15 @@
 
 #include "dib/MoveBlocks.h"
 #include "dib/Turn.h"
+#include "formats/Exif.h"
 #include "formats/door/Request.h"
 
 namespace formats {
 
 void exchangeResolution(int orientation, DibMetadata& metadata) {
-    if (exchangesSides(orientation)) std::swap(metadata.xResolution, metadata.yResolution);
+    if (!exchangesSides(orientation)) return;
+    std::swap(metadata.xResolution, metadata.yResolution);
+    orderResolutions(metadata.exif, metadata);
 }
 
 bool turnUpright(DibStream& image, DibFileResult& result) {

@@ -93,6 +93,9 @@ struct LossRequest {
     DibFileResult& result;
 };
 
+// Noted where a file has titles, comments and the like that a load does not keep.
+constexpr char kLostTexts[] = "the texts of the file are not kept";
+
 // Note what a file of that depth loses of the image: depth and transparency.
 void noteDepth(LossRequest& request, int fileBits);
 // Whether the metadata make colours of the image's table transparent.
@@ -107,6 +110,8 @@ struct HeldMetadata {
     bool exif = false;
     bool timFrame = false;
     bool paletteAlpha = false;
+    bool texts = false;
+    bool xmp = false;
 };
 // Note what it does not hold.
 void noteMetadata(LossRequest& request, const HeldMetadata& held = {});

@@ -90,6 +90,8 @@ void noteMetadata(LossRequest& request, const HeldMetadata& held) {
     lose(metadata->colorProfile.size > 0, held.colorProfile, "the colour profile is not kept");
     lose(metadata->exif.size > 0, held.exif, "the EXIF block is not kept");
     lose(metadata->timFrame.size > 0, held.timFrame, "the positions in video memory are not kept");
+    lose(metadata->texts.size > 0, held.texts, "the texts are not kept");
+    lose(metadata->xmp.size > 0, held.xmp, "the XMP packet is not kept");
 }
 
 }  // namespace formats

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "formats/door/Detection.h"
 #include "formats/door/Request.h"
 
 namespace formats {
@@ -54,6 +55,13 @@ bool Source::open(std::FILE* file) {
     return open(DibReader{read, file});
 }
 
+bool Source::isWanted() const {
+    if (options_ == nullptr) return true;
+    const FirstBytes bytes = {bytes_.data, std::min(bytes_.size, kFirstBytes)};
+    const FileFormat* format = detectFormat(bytes, path(), *options_);
+    return format != nullptr && accepts(*options_, *format);
+}
+
 bool Source::open(const DibReader& reader) {
     if (reader.read == nullptr) return refuse(result_, DIB_ERROR_OPEN, "there is no function to read with");
     constexpr std::size_t kFirst = 64 * 1024;
@@ -61,6 +69,7 @@ bool Source::open(const DibReader& reader) {
     constexpr std::size_t kMostWatched = 16 * 1024;
     const bool isWatched = progress_ != nullptr && progress_->isWatched();
     std::size_t capacity = 0;
+    bool isJudged = false;
     for (;;) {
         if (bytes_.size == capacity) {
             capacity = capacity == 0 ? kFirst : 2 * capacity;
@@ -80,6 +89,9 @@ bool Source::open(const DibReader& reader) {
             return refuse(result_, DIB_ERROR_MISMATCH, "the stream is longer than %llu bytes (mostBytes)",
                           static_cast<unsigned long long>(mostBytes_));
         }
+        if (isJudged || bytes_.size < kFirstBytes) continue;
+        isJudged = true;
+        if (!isWanted()) break;  // the caller refuses it by its first bytes
     }
     return open(bytes_.data, bytes_.size);
 }

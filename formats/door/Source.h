@@ -16,10 +16,13 @@ namespace formats {
 
 class Source {
 public:
-    // Sources that cannot be read in place are copied first, up to `mostBytes`. The callback of `progress`
-    // may cancel this; null: there is none.
-    Source(DibFileResult& result, std::uint64_t mostBytes, Progress* progress = nullptr)
-        : result_(result), mostBytes_(mostBytes), progress_(progress) {}
+    // Sources that cannot be read in place are copied first, up to `DibLoadOptions::mostBytes`, but for those
+    // whose first bytes are of no accepted format. The callback of `progress` may cancel this; null: there is
+    // none.
+    Source(DibFileResult& result, const DibLoadOptions& options, Progress* progress = nullptr)
+        : result_(result), options_(&options), mostBytes_(options.mostBytes), progress_(progress) {}
+    // For files of any content.
+    Source(DibFileResult& result, std::uint64_t mostBytes) : result_(result), mostBytes_(mostBytes) {}
 
     // Each is called once. False with the reason in the result. May throw std::bad_alloc.
     bool open(const char* path);
@@ -39,9 +42,12 @@ public:
     int error() const { return error_ != 0 || reader_ == nullptr ? error_ : reader_->error(); }
 
 private:
+    bool isWanted() const;
+
     DibFileResult& result_;
+    const DibLoadOptions* options_ = nullptr;
     std::uint64_t mostBytes_;
-    Progress* progress_;
+    Progress* progress_ = nullptr;
     int error_ = 0;
     std::string path_;
     dib::FilePtr file_;

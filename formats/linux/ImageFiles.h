@@ -103,6 +103,9 @@ bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture);
 
 // Bytes of an EXIF block that fit in a JPEG file.
 constexpr std::size_t kMostJpegExif = 65527;
+// The same for an XMP packet and a comment.
+constexpr std::size_t kMostJpegXmp = 65504;
+constexpr std::size_t kMostJpegComment = 65533;
 
 bool writeJpeg(WriteRequest& request);
 bool writePng(WriteRequest& request);

@@ -13,6 +13,7 @@
 #include "formats/Exif.h"
 #include "formats/door/Orientation.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/JpegExtras.h"
 #include "formats/linux/JpegReports.h"
 
 namespace formats {
@@ -114,6 +115,7 @@ public:
     bool describe(DibFileInfo& info, DibFileResult& result) override;
     bool finish(DibFileResult& result) override;
     const char* damage() const override { return damage_[0] != '\0' ? damage_ : nullptr; }
+    bool isShortOfMemory() const override { return isShortOfMemory_ || reports_.isShortOfMemory; }
 
 private:
     bool couldHold(std::uint64_t fileBytes) const;
@@ -160,7 +162,10 @@ bool JpegDecoder::readLayout(BitmapLayout& layout) {
         jpeg_.src = source_.connect(file_);
         if (options_.dialect.readsMetadata) {
             jpeg_save_markers(&jpeg_, kExifMarker, 0xFFFF);
-            if (!options_.readsHeadersOnly) jpeg_save_markers(&jpeg_, kProfileMarker, 0xFFFF);
+            if (!options_.readsHeadersOnly) {
+                jpeg_save_markers(&jpeg_, kProfileMarker, 0xFFFF);
+                watchJpegExtras(jpeg_);
+            }
         }
         jpeg_read_header(&jpeg_, TRUE);
     });
@@ -244,6 +249,7 @@ bool JpegDecoder::describe(DibFileInfo& info, DibFileResult& result) {
     if (jpeg_.scale_denom > 1)
         note(result, DIB_NOTE_LOSS, "%ux%u pixels were decoded at 1/%u of their size", jpeg_.image_width,
              jpeg_.image_height, jpeg_.scale_denom);
+    if (!options_.readsHeadersOnly) keepJpegExtras(jpeg_.marker_list, result);
     return keepMetadata(result.metadata);
 }
 

@@ -8,6 +8,7 @@
 #include "dib/PixelReader.h"
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/JpegExtras.h"
 #include "formats/linux/JpegReports.h"
 #include "formats/linux/OutgoingPicture.h"
 
@@ -151,6 +152,7 @@ void encode(Encoder& encoder, WriteRequest& request, Rows& rows, const DibBytes&
         jpeg_write_icc_profile(&jpeg, metadata->colorProfile.data,
                                static_cast<unsigned>(metadata->colorProfile.size));
     }
+    if (metadata != nullptr) writeJpegExtras(jpeg, *metadata);
     for (int y = 0; y < rows.height(); ++y) {
         encoder.writeRow(rows.row(y));
         if (!request.progress.rows(y + 1, rows.height())) encoder.reports.jump.leave();
@@ -181,7 +183,9 @@ bool writeJpeg(WriteRequest& request) {
     }
     Encoder encoder;
     encoder.jpeg.err = encoder.reports.connect();
-    return encoder.reports.jump.run([&] { encode(encoder, request, rows, exif); });
+    const bool isEncoded = encoder.reports.jump.run([&] { encode(encoder, request, rows, exif); });
+    if (encoder.reports.isShortOfMemory) request.result.code = DIB_ERROR_MEMORY;
+    return isEncoded;
 }
 
 }  // namespace formats

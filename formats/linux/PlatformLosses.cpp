@@ -1,10 +1,14 @@
 // What PNG, JPEG and TIFF files cannot hold of an image.
 #include <algorithm>
+#include <string>
 
 #include "dib/ColorTable.h"
 #include "formats/Exif.h"
+#include "formats/Texts.h"
 #include "formats/linux/ImageFiles.h"
+#include "formats/linux/JpegExtras.h"
 #include "formats/linux/OutgoingPicture.h"
+#include "formats/linux/PngExtras.h"
 #include "formats/linux/TiffExif.h"
 
 namespace formats {
@@ -31,6 +35,25 @@ void noteExif(LossRequest& request, std::size_t mostBytes) {
          metadata->exif.size);
 }
 
+void noteXmp(LossRequest& request, std::size_t mostBytes) {
+    const DibMetadata* metadata = request.options.metadata;
+    if (metadata == nullptr || metadata->xmp.size <= mostBytes) return;
+    note(request.result, DIB_NOTE_LOSS, "the XMP packet of %zu bytes is not kept: it is too long",
+         metadata->xmp.size);
+}
+
+// Notes each text that a file cannot have.
+template <class CanHave>
+void noteTexts(LossRequest& request, const CanHave& canHave) {
+    if (request.options.metadata == nullptr) return;
+    TextList list(request.options.metadata->texts);
+    for (Text text; list.next(text);) {
+        if (canHave(text)) continue;
+        note(request.result, DIB_NOTE_LOSS, "the text \"%.60s\" is not kept",
+             std::string(text.keyword).c_str());
+    }
+}
+
 bool isGreyPng(const LossRequest& request) {
     return isGreyFile(request.image) && !hasPaletteAlpha(request.image, request.options.metadata);
 }
@@ -54,6 +77,8 @@ bool lossesPng(LossRequest& request) {
     noteProfile(request, isGreyPng(request));
     noteExif(request, kMostMetadataBytes);
     notePngRefusals(request);
+    noteXmp(request, kMostMetadataBytes);
+    noteTexts(request, [](const Text& text) { return isPngKeyword(text.keyword); });
     return true;
 }
 
@@ -72,6 +97,8 @@ bool lossesJpeg(LossRequest& request) {
          std::clamp(request.options.quality, 1, 100));
     noteProfile(request, isGrey);
     noteExif(request, kMostJpegExif);
+    noteXmp(request, kMostJpegXmp);
+    noteTexts(request, isJpegComment);
     notePaletteAlpha(request);
     return true;
 }
@@ -83,6 +110,8 @@ bool lossesTiff(LossRequest& request) {
     const DibMetadata* metadata = request.options.metadata;
     if (metadata != nullptr && metadata->exif.size > 0 && !isTiffExif(metadata->exif))
         note(request.result, DIB_NOTE_LOSS, "the EXIF block is not kept: it has no directory");
+    noteXmp(request, kMostMetadataBytes);
+    noteTexts(request, [](const Text&) { return false; });
     notePaletteAlpha(request);
     return true;
 }

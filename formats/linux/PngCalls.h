@@ -19,6 +19,7 @@ struct Calls {
     bool isCut = false;      // the file ended
     bool warnedOfProfile = false;
     bool warnedOfExif = false;
+    bool warnedOfText = false;
 };
 
 // Failures of the library end in the jump; its messages are not printed.
@@ -31,6 +32,9 @@ inline void onWarning(png_structp png, png_const_charp text) {
     // Warnings start with the name of their chunk.
     if (std::strncmp(text, "iCCP", 4) == 0) calls.warnedOfProfile = true;
     if (std::strncmp(text, "eXIf", 4) == 0) calls.warnedOfExif = true;
+    for (const char* chunk : {"tEXt", "zTXt", "iTXt"}) {
+        if (std::strncmp(text, chunk, 4) == 0) calls.warnedOfText = true;
+    }
 }
 
 inline void* allocate(png_structp png, png_alloc_size_t bytes) {

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
@@ -15,6 +16,7 @@
 #include "formats/Exif.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/PngCalls.h"
+#include "formats/linux/PngExtras.h"
 
 namespace formats {
 
@@ -55,12 +57,14 @@ private:
     bool keepExif(DibMetadata& metadata);
     bool keepPaletteAlpha(DibMetadata& metadata);
     bool applyExifAtEnd(DibMetadata& metadata);
+    void keepExtras(DibFileResult& result);
 
     ByteReader& file_;
     const DecoderOptions options_;
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
     png::Calls calls_;
+    LeftOutChunks leftOut_;
     png_uint_32 width_ = 0;
     png_uint_32 height_ = 0;
     int depth_ = 0;
@@ -77,7 +81,7 @@ private:
     char damage_[64] = "";
 };
 
-// Of the ancillary chunks the classic way reads transparency only: text and profiles would be unpacked, into
+// Of the ancillary chunks the classic way reads transparency only: texts and profiles would be unpacked, into
 // any size.
 void PngDecoder::chooseChunks() {
     png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
@@ -89,7 +93,9 @@ void PngDecoder::chooseChunks() {
     };
     read("pHYs");
     read("eXIf");
-    if (!options_.readsHeadersOnly) read("iCCP");
+    if (options_.readsHeadersOnly) return;
+    for (const char* chunk : {"iCCP", "tEXt", "zTXt", "iTXt"}) read(chunk);
+    leftOut_.watch(png_);
 }
 
 void PngDecoder::readHeader() {
@@ -228,9 +234,17 @@ bool PngDecoder::finish(DibFileResult& result) {
     if (calls_.isShortOfMemory) return false;
     if (calls_.isCut && damage_[0] == '\0') note(result, DIB_NOTE_WARNING, "%s", kNoEndMark);
     if (result.metadata.exif.size == 0 && !keepExif(result.metadata)) return false;
+    keepExtras(result);
     if (calls_.warnedOfExif && result.metadata.exif.size == 0)
         note(result, DIB_NOTE_WARNING, "the EXIF block is damaged and was left out");
     return true;
+}
+
+void PngDecoder::keepExtras(DibFileResult& result) {
+    keepPngTexts(png_, info_, result.metadata);
+    leftOut_.note(png_get_valid(png_, info_, PNG_INFO_iCCP) != 0, result);
+    if (std::exchange(calls_.warnedOfText, false))
+        note(result, DIB_NOTE_WARNING, "a text of the file is damaged and was left out");
 }
 
 bool PngDecoder::keepMetadata(DibMetadata& metadata) {
@@ -262,6 +276,7 @@ bool PngDecoder::describe(DibFileInfo& info, DibFileResult& result) {
         if (calls_.warnedOfProfile && png_get_valid(png_, info_, PNG_INFO_iCCP) == 0)
             note(result, DIB_NOTE_WARNING,
                  "the colour profile was left out: it is damaged or not for these pixels");
+        keepExtras(result);
     }
     return keepMetadata(result.metadata) && !calls_.isShortOfMemory;
 }

@@ -1,6 +1,4 @@
 // PNG files as the door writes them: the chunks of the file from top to bottom.
-#include <isa-l/crc.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -12,6 +10,8 @@
 #include "formats/linux/Deflater.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/OutgoingPicture.h"
+#include "formats/linux/PngChunk.h"
+#include "formats/linux/PngExtras.h"
 #include "formats/linux/PngFilters.h"
 
 namespace formats {
@@ -19,18 +19,6 @@ namespace formats {
 namespace {
 
 using Byte = unsigned char;
-
-void writeChunk(ByteWriter& file, const char* name, const Byte* data, std::size_t bytes) {
-    Byte frame[4];
-    dib::writeBe32(frame, bytes);
-    file.bytes(frame, sizeof frame);
-    file.bytes(name, 4);
-    file.bytes(data, bytes);
-    std::uint32_t check = crc32_gzip_refl(0, reinterpret_cast<const Byte*>(name), 4);
-    check = crc32_gzip_refl(check, data, bytes);
-    dib::writeBe32(frame, check);
-    file.bytes(frame, sizeof frame);
-}
 
 // A byte that says what a pixel is.
 Byte colorType(PixelKind kind) {
@@ -188,6 +176,7 @@ bool writePng(WriteRequest& request) {
         if (!writeProfile(request.file, metadata->colorProfile, picture)) return refuseForMemory(request);
         writeResolution(request.file, *metadata);
         if (!writeExif(request.file, *metadata)) return refuseForMemory(request);
+        writePngTexts(request.file, *metadata);
     }
     writePalette(request.file, picture);
     if (isTransparent) writeTransparency(request.file, request.options.metadata->paletteAlpha, picture);

@@ -27,15 +27,16 @@ enum Tag : std::uint32_t {
 };
 // Of the first directory those that describe the picture and not its pixels: titles, camera, software, time,
 // people and how it is shown.
-constexpr std::uint32_t kDescribing[] = {0x10E,  0x10F,  0x110,  0x112,  0x11A,  0x11B,  0x128,
-                                         0x131,  0x132,  0x13B,  0x4746, 0x8298, 0x9C9B, 0x9C9C,
-                                         0x9C9D, 0x9C9E, 0x9C9F, kExif,  kGps};
+constexpr std::uint32_t kDescribing[] = {0x10D,  0x10E,  0x10F,  0x110,  0x112, 0x11A,  0x11B,  0x11D,
+                                         0x128,  0x131,  0x132,  0x13B,  0x13C, 0x4746, 0x8298, 0x9C9B,
+                                         0x9C9C, 0x9C9D, 0x9C9E, 0x9C9F, kExif, kGps};
 // Of these, how the picture is shown: orientation and resolution, which metadata has anyway.
 constexpr std::uint32_t kShowing[] = {0x112, 0x11A, 0x11B, 0x128};
 // Texts that the directory of a written file repeats.
-constexpr std::uint32_t kTexts[] = {TIFFTAG_IMAGEDESCRIPTION, TIFFTAG_MAKE,     TIFFTAG_MODEL,
-                                    TIFFTAG_SOFTWARE,         TIFFTAG_DATETIME, TIFFTAG_ARTIST,
-                                    TIFFTAG_COPYRIGHT};
+constexpr std::uint32_t kTexts[] = {TIFFTAG_IMAGEDESCRIPTION, TIFFTAG_MAKE,         TIFFTAG_MODEL,
+                                    TIFFTAG_SOFTWARE,         TIFFTAG_DATETIME,     TIFFTAG_ARTIST,
+                                    TIFFTAG_COPYRIGHT,        TIFFTAG_DOCUMENTNAME, TIFFTAG_PAGENAME,
+                                    TIFFTAG_HOSTCOMPUTER};
 
 bool isOneOf(std::span<const std::uint32_t> tags, std::uint32_t tag) {
     return std::ranges::find(tags, tag) != tags.end();
@@ -174,26 +175,31 @@ std::size_t lengthOfOwnBlock(const Directories& file, std::uint64_t directory, s
 
 }  // namespace
 
-void readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block) {
+bool readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block) {
     unsigned char header[kHeaderBytes];
-    if (!file.seek(0) || !file.read(header, sizeof header)) return;
+    if (!file.seek(0) || !file.read(header, sizeof header)) return false;
     const bool isLittle = header[0] == 'I';
     const Directories from(file, isLittle);
     constexpr std::uint32_t kUsualVersion = 42;  // files with offsets of 64 bits have another layout
-    if (from.numbers().read16(header + 2) != kUsualVersion) return;
+    if (from.numbers().read16(header + 2) != kUsualVersion) return false;
     const std::uint64_t directory = TIFFCurrentDirOffset(tiff);
     if (const std::size_t length = lengthOfOwnBlock(from, directory, TIFFGetStrileOffset(tiff, 0))) {
         std::vector<unsigned char> own(length);
-        if (!from.read(0, own.data(), length)) return;
+        if (!from.read(0, own.data(), length)) return false;
         from.numbers().write(&own[4], kHeaderBytes, 4);
-        return copyOrThrow(own, block);
+        copyOrThrow(own, block);
+        return true;
     }
     std::vector<Entry> entries = from.entriesAt(directory);
     std::erase_if(entries, [](const Entry& entry) { return !isOneOf(kDescribing, entry.tag); });
-    if (std::ranges::all_of(entries, [](const Entry& entry) { return isOneOf(kShowing, entry.tag); })) return;
+    if (std::ranges::all_of(entries, [](const Entry& entry) { return isOneOf(kShowing, entry.tag); }))
+        return true;
     Copier copier(from);
     if (copier.copy(std::move(entries), 0) != 0) copyOrThrow(copier.finish(header), block);
+    return true;
 }
+
+bool isOfTiffExif(std::uint32_t tag) { return isOneOf(kDescribing, tag); }
 
 bool isTiffExif(const DibBytes& block) {
     const std::string_view start(reinterpret_cast<const char*>(block.data),
@@ -218,7 +224,7 @@ bool exifForTiff(const DibMetadata& metadata, DibBytes& block) {
     return copyBytes(copier.finish(block.data), block);
 }
 
-std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
+std::size_t writeTiffExif(TiffTagSetter& tags, ByteWriter& file, const DibBytes& block) {
     if (block.size == 0) return 0;
     std::size_t textBytes = 0;
     file.seek(kHeaderBytes);
@@ -232,8 +238,8 @@ std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
     const std::vector<Entry> entries = from.entriesAt(kHeaderBytes);
     for (const Entry& entry : entries) {
         const std::uint32_t place = from.valueOf(entry);
-        if (entry.tag == kExif) TIFFSetField(tiff, TIFFTAG_EXIFIFD, std::uint64_t{place});
-        if (entry.tag == kGps) TIFFSetField(tiff, TIFFTAG_GPSIFD, std::uint64_t{place});
+        if (entry.tag == kExif) tags.set(TIFFTAG_EXIFIFD, std::uint64_t{place});
+        if (entry.tag == kGps) tags.set(TIFFTAG_GPSIFD, std::uint64_t{place});
         constexpr std::uint32_t kText = 2;
         const bool isText = isOneOf(kTexts, entry.tag);
         const bool isInEntry = entry.count <= 4;
@@ -241,7 +247,7 @@ std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block) {
         if (!isInEntry && place + std::uint64_t{entry.count} > block.size) continue;
         const unsigned char* text = isInEntry ? entry.bytes.data() + 8 : block.data + place;
         const std::string copy(dib::textAt(text, entry.count));
-        TIFFSetField(tiff, entry.tag, copy.c_str());
+        tags.set(entry.tag, copy.c_str());
         textBytes += copy.size() + 2;  // with a NUL, at an even place
     }
     return textBytes;

@@ -7,13 +7,18 @@
 
 #include "formats/ByteReader.h"
 #include "formats/ByteWriter.h"
+#include "formats/linux/TiffHandle.h"
 
 namespace formats {
 
 // The EXIF block of the directory that was read: what describes the picture, and directories of EXIF and GPS
-// entries. Empty when there is none of these.
+// entries. Empty when there is none of these. False when the file has another layout, with offsets of 64
+// bits.
 // Throws std::bad_alloc.
-void readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block);
+bool readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block);
+
+// Whether a tag describes the picture, and is part of the block therefore.
+bool isOfTiffExif(std::uint32_t tag);
 
 // Whether a block can be kept in a TIFF file: it has a directory.
 bool isTiffExif(const DibBytes& block);
@@ -24,7 +29,7 @@ bool exifForTiff(const DibMetadata& metadata, DibBytes& block);
 // directory. The file has the order of bytes that the block has. Offsets within the
 // block are offsets of the file then, those of camera makers' notes, too. Returns the most bytes that texts
 // take after the directory.
-std::size_t writeTiffExif(TIFF* tiff, ByteWriter& file, const DibBytes& block);
+std::size_t writeTiffExif(TiffTagSetter& tags, ByteWriter& file, const DibBytes& block);
 
 }  // namespace formats
 

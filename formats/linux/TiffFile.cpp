@@ -35,7 +35,9 @@ public:
     bool describe(DibFileInfo& info, DibFileResult& result) override;
     const char* damage() const override;
     std::size_t rowsLost() const override { return rowsLost_ + rows_.rowsLost(); }
-    bool isShortOfMemory() const override { return isShortOfMemory_ || rows_.isShortOfMemory(); }
+    bool isShortOfMemory() const override {
+        return isShortOfMemory_ || source_.isShortOfMemory || rows_.isShortOfMemory();
+    }
 
 private:
     bool isPlain() const;
@@ -289,7 +291,8 @@ bool TiffDecoder::describe(DibFileInfo& info, DibFileResult& result) {
         note(result, DIB_NOTE_LOSS, "four inks became red, green and blue, without a colour profile");
     if (meaning_.kind == TiffKind::kPalette && meaning_.hasAlpha)
         note(result, DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
-    readTiffExif(tiff_.get(), source_.file, result.metadata.exif);
+    const bool readsExif = readTiffExif(tiff_.get(), source_.file, result.metadata.exif);
+    if (!keepTiffExtras(tiff_.get(), readsExif, result)) return false;
     std::uint32_t bytes = 0;
     unsigned char* profile = nullptr;
     if (TIFFGetField(tiff_.get(), TIFFTAG_ICCPROFILE, &bytes, &profile) == 0 || bytes > kMostMetadataBytes)

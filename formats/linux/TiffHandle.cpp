@@ -1,6 +1,8 @@
 #include "formats/linux/TiffHandle.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "dib/Numbers.h"
@@ -47,12 +49,29 @@ toff_t sizeOfTarget(thandle_t handle) { return lengthOf(targetOf(handle)); }
 int closeNothing(thandle_t) { return 0; }
 
 int keepQuiet(TIFF*, void*, const char*, const char*, va_list) { return 1; }
-int noteError(TIFF*, void* source, const char*, const char*, va_list) {
-    ++static_cast<TiffSource*>(source)->complaints;
+// The library says in words alone that an allocation failed. It refuses pieces beyond its limit in words of
+// its own first.
+bool isOfMemory(const char* text) {
+    constexpr std::string_view kWords[] = {"Out of memory",     "Not enough memory", "No space",
+                                           "allocate memory",   "allocate space",    "Cannot allocate",
+                                           "Unable to allocate"};
+    const std::string_view all(text);
+    return std::ranges::any_of(kWords, [&](std::string_view words) { return all.find(words) != all.npos; });
+}
+TiffSource& noteText(void* source, const char* format, va_list values) {
+    auto& noted = *static_cast<TiffSource*>(source);
+    char text[256];
+    std::vsnprintf(text, sizeof text, format, values);
+    noted.isBeyondLimit = noted.isBeyondLimit || std::strstr(text, "is beyond the") != nullptr;
+    noted.isShortOfMemory = noted.isShortOfMemory || (!noted.isBeyondLimit && isOfMemory(text));
+    return noted;
+}
+int noteError(TIFF*, void* source, const char*, const char* format, va_list values) {
+    ++noteText(source, format, values).complaints;
     return 1;
 }
-int noteWarning(TIFF*, void* source, const char* module, const char*, va_list) {
-    auto& noted = *static_cast<TiffSource*>(source);
+int noteWarning(TIFF*, void* source, const char* module, const char* format, va_list values) {
+    TiffSource& noted = noteText(source, format, values);
     const std::string_view decoder = module != nullptr ? module : "";
     const bool isJpeg = decoder == "JPEGLib";
     if (isJpeg || decoder.starts_with("Fax")) ++noted.complaints;
@@ -63,7 +82,10 @@ int noteWarning(TIFF*, void* source, const char* module, const char*, va_list) {
 template <class Open>
 TiffPtr open(const Open& call, TiffSource* source) {
     TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
-    if (options == nullptr) return nullptr;
+    if (options == nullptr) {
+        if (source != nullptr) source->isShortOfMemory = true;
+        return nullptr;
+    }
     // Strips and tiles are unpacked whole; no picture needs larger ones than this.
     constexpr tmsize_t kMostAtOnce = 1 << 29;
     TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostAtOnce);

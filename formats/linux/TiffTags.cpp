@@ -1,6 +1,10 @@
 #include "formats/linux/TiffTags.h"
 
+#include <cstdio>
+
 #include "formats/Exif.h"
+#include "formats/door/Request.h"
+#include "formats/linux/TiffExif.h"
 
 namespace formats {
 
@@ -122,6 +126,47 @@ const char* tiffCompression(TIFF* tiff) {
         case COMPRESSION_WEBP: return "webp";
         default: return "";
     }
+}
+
+namespace {
+
+// Tags that say what colours are, where there is no profile.
+bool isOfColors(std::uint32_t tag) {
+    return tag == TIFFTAG_TRANSFERFUNCTION || tag == TIFFTAG_WHITEPOINT ||
+           tag == TIFFTAG_PRIMARYCHROMATICITIES;
+}
+
+bool isFax(std::uint32_t tag) { return tag >= TIFFTAG_FAXRECVPARAMS && tag <= TIFFTAG_FAXDCS; }
+
+bool isLeftOut(std::uint32_t tag, bool hasProfile, bool readsExif) {
+    constexpr std::uint32_t kFirstPrivate = 0x8000;
+    if (tag == TIFFTAG_ICCPROFILE || isFax(tag)) return false;
+    if (isOfTiffExif(tag)) return !readsExif;
+    return isOfColors(tag) ? !hasProfile : tag >= kFirstPrivate;
+}
+
+}  // namespace
+
+bool keepTiffExtras(TIFF* tiff, bool readsExif, DibFileResult& result) {
+    std::uint32_t bytes = 0;
+    unsigned char* packet = nullptr;
+    const bool hasProfile = TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &bytes, &packet) != 0;
+    char numbers[64] = "";
+    std::size_t length = 0;
+    for (int i = 0; i < TIFFGetTagListCount(tiff); ++i) {
+        const std::uint32_t tag = TIFFGetTagListEntry(tiff, i);
+        if (!isLeftOut(tag, hasProfile, readsExif)) continue;
+        if (tag == TIFFTAG_RICHTIFFIPTC) {
+            note(result, DIB_NOTE_LOSS, "the IPTC block is not kept");
+        } else if (length + 7 < sizeof numbers) {
+            length += static_cast<std::size_t>(
+                std::snprintf(numbers + length, sizeof numbers - length, " %u", tag));
+        }
+    }
+    if (length > 0) note(result, DIB_NOTE_LOSS, "tags of the file are not kept:%s", numbers);
+    if (TIFFGetField(tiff, TIFFTAG_XMLPACKET, &bytes, &packet) == 0 || bytes > kMostMetadataBytes)
+        return true;
+    return copyBytes({packet, bytes}, result.metadata.xmp);
 }
 
 void readTiffResolution(TIFF* tiff, DibMetadata& metadata) {

@@ -29,6 +29,10 @@ bool readTiffMeaning(TIFF* tiff, const TiffLayout& layout, const Dialect& dialec
 // Empty for one without a name.
 const char* tiffCompression(TIFF* tiff);
 
+// Stores the XMP packet and notes the tags that are not kept. `readsExif`: those of the EXIF block are. False
+// when memory is short.
+bool keepTiffExtras(TIFF* tiff, bool readsExif, DibFileResult& result);
+
 void readTiffResolution(TIFF* tiff, DibMetadata& metadata);
 
 }  // namespace formats

@@ -23,20 +23,17 @@ int rowsPerStrip(std::size_t rowBytes, int height) {
     return std::min(most, height);
 }
 
-// Tags of 32 bits.
-void setNumber(TIFF* tiff, std::uint32_t tag, int number) { TIFFSetField(tiff, tag, dib::dwordOf(number)); }
-
-void describe(TIFF* tiff, int width, int height, int bits, int samples, std::uint16_t photometric) {
-    setNumber(tiff, TIFFTAG_IMAGEWIDTH, width);
-    setNumber(tiff, TIFFTAG_IMAGELENGTH, height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
+void describe(TiffTagSetter& tags, int width, int height, int bits, int samples, std::uint16_t photometric) {
+    tags.setNumber(TIFFTAG_IMAGEWIDTH, width);
+    tags.setNumber(TIFFTAG_IMAGELENGTH, height);
+    tags.set(TIFFTAG_BITSPERSAMPLE, bits);
+    tags.set(TIFFTAG_SAMPLESPERPIXEL, samples);
     if (samples == 4) {
         const std::uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
-        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &alpha);
+        tags.set(TIFFTAG_EXTRASAMPLES, 1, &alpha);
     }
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    tags.set(TIFFTAG_PHOTOMETRIC, photometric);
+    tags.set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
 }
 
 std::uint16_t photometricOf(PixelKind kind) {
@@ -47,26 +44,26 @@ std::uint16_t photometricOf(PixelKind kind) {
     }
 }
 
-void setCompression(TIFF* tiff, const DibSaveOptions& options, const OutgoingPicture& picture) {
+void setCompression(TiffTagSetter& tags, const DibSaveOptions& options, const OutgoingPicture& picture) {
     const bool hasDifferences = picture.bits() == 8 && picture.kind() != PixelKind::kPalette;
     const int predictor = hasDifferences ? PREDICTOR_HORIZONTAL : PREDICTOR_NONE;
     switch (options.tiffCompression) {
-        case DIB_TIFF_NONE: TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE); break;
-        case DIB_TIFF_PACKBITS: TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS); break;
+        case DIB_TIFF_NONE: tags.set(TIFFTAG_COMPRESSION, COMPRESSION_NONE); break;
+        case DIB_TIFF_PACKBITS: tags.set(TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS); break;
         case DIB_TIFF_LZW:
-            TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
-            TIFFSetField(tiff, TIFFTAG_PREDICTOR, predictor);
+            tags.set(TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+            tags.set(TIFFTAG_PREDICTOR, predictor);
             break;
         default:
-            TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
-            TIFFSetField(tiff, TIFFTAG_PREDICTOR, predictor);
+            tags.set(TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+            tags.set(TIFFTAG_PREDICTOR, predictor);
             if (options.compressionLevel >= 0)
-                TIFFSetField(tiff, TIFFTAG_ZIPQUALITY, std::clamp(options.compressionLevel, 1, 9));
+                tags.set(TIFFTAG_ZIPQUALITY, std::clamp(options.compressionLevel, 1, 9));
     }
 }
 
 // Tables of TIFF files have a colour for every index.
-void setPalette(TIFF* tiff, const OutgoingPicture& picture) {
+void setPalette(TiffTagSetter& tags, const OutgoingPicture& picture) {
     if (picture.kind() != PixelKind::kPalette) return;
     std::uint16_t channels[3][256] = {};
     for (int i = 0; i < picture.colorCount(); ++i) {
@@ -76,24 +73,25 @@ void setPalette(TIFF* tiff, const OutgoingPicture& picture) {
         channels[1][i] = level(color.green);
         channels[2][i] = level(color.blue);
     }
-    TIFFSetField(tiff, TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
+    tags.set(TIFFTAG_COLORMAP, channels[0], channels[1], channels[2]);
 }
 
-void setMetadata(TIFF* tiff, const DibMetadata* metadata, bool isGrey) {
+void setMetadata(TiffTagSetter& tags, const DibMetadata* metadata, bool isGrey) {
     const int orientation = metadata != nullptr ? metadata->orientation : 1;
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, orientation);
+    tags.set(TIFFTAG_ORIENTATION, orientation);
     if (metadata == nullptr) return;
     if (metadata->xResolution > 0 || metadata->yResolution > 0) {
         const double x = metadata->xResolution > 0 ? metadata->xResolution : metadata->yResolution;
         const double y = metadata->yResolution > 0 ? metadata->yResolution : metadata->xResolution;
-        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, x);
-        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, y);
-        TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+        tags.set(TIFFTAG_XRESOLUTION, x);
+        tags.set(TIFFTAG_YRESOLUTION, y);
+        tags.set(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
     }
     if (isKept(metadata->colorProfile, isGrey)) {
-        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, dib::dwordOf(metadata->colorProfile.size),
-                     metadata->colorProfile.data);
+        tags.set(TIFFTAG_ICCPROFILE, dib::dwordOf(metadata->colorProfile.size), metadata->colorProfile.data);
     }
+    if (metadata->xmp.size > 0 && metadata->xmp.size <= kMostMetadataBytes)
+        tags.set(TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(metadata->xmp.size), metadata->xmp.data);
 }
 
 // Of the directory and of the values that are too long for its entries, without the texts of an EXIF block.
@@ -103,14 +101,20 @@ std::size_t mostDirectoryBytes(const OutgoingPicture& picture, int strips, const
     constexpr std::size_t kShortValues = 64;  // bits of four samples, resolution, what makes places even
     const std::size_t placesAndLengths = std::size_t{8} * dib::asSize(strips);
     const std::size_t palette = picture.kind() == PixelKind::kPalette ? 6 * 256 : 0;
-    const std::size_t profile = metadata != nullptr ? metadata->colorProfile.size : 0;
-    return kEntries + kShortValues + placesAndLengths + palette + profile;
+    const std::size_t blocks = metadata != nullptr ? metadata->colorProfile.size + metadata->xmp.size : 0;
+    return kEntries + kShortValues + placesAndLengths + palette + blocks;
 }
 
 bool writeStrip(TIFF* tiff, int number, const unsigned char* from, std::size_t bytes) {
     const auto count = static_cast<tmsize_t>(bytes);
     return TIFFWriteEncodedStrip(tiff, dib::dwordOf(number), const_cast<unsigned char*>(from), count) ==
            count;
+}
+
+// Where the file takes all bytes, nothing but memory can be short.
+bool endShort(WriteRequest& request) {
+    if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
+    return false;
 }
 
 }  // namespace
@@ -120,12 +124,14 @@ bool writeClassicTiff(ByteWriter& file, const RgbaPicture& picture) {
     const TiffPtr owner = writeTiff(target);
     TIFF* tiff = owner.get();
     if (tiff == nullptr) return false;
-    describe(tiff, picture.width, picture.height, 8, 4, PHOTOMETRIC_RGB);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    TiffTagSetter tags(tiff);
+    describe(tags, picture.width, picture.height, 8, 4, PHOTOMETRIC_RGB);
+    tags.set(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    tags.set(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     const std::size_t rowBytes = dib::packedBytes(picture.width, 32);
     const int rows = rowsPerStrip(rowBytes, picture.height);
-    setNumber(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+    tags.setNumber(TIFFTAG_ROWSPERSTRIP, rows);
+    if (!tags.areSet()) return false;
     for (int y = 0; y < picture.height; y += rows) {
         const auto count = dib::asSize(std::min(rows, picture.height - y));
         if (!writeStrip(tiff, y / rows, picture.row(y), count * rowBytes)) return false;
@@ -147,16 +153,15 @@ bool writeTiff(WriteRequest& request) {
     TiffTarget target(request.file);
     const TiffPtr owner = writeTiff(target, isBig ? "wb" : "wl");
     TIFF* tiff = owner.get();
-    if (strip == nullptr || tiff == nullptr || !hasExif || !picture.start()) {
-        if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
-        return false;
-    }
-    describe(tiff, picture.width(), height, picture.bits(), picture.samples(), photometricOf(picture.kind()));
-    setCompression(tiff, request.options, picture);
-    setPalette(tiff, picture);
-    setMetadata(tiff, metadata, picture.kind() == PixelKind::kGrey);
-    const std::size_t textBytes = writeTiffExif(tiff, request.file, exif);
-    setNumber(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+    if (strip == nullptr || tiff == nullptr || !hasExif || !picture.start()) return endShort(request);
+    TiffTagSetter tags(tiff);
+    describe(tags, picture.width(), height, picture.bits(), picture.samples(), photometricOf(picture.kind()));
+    setCompression(tags, request.options, picture);
+    setPalette(tags, picture);
+    setMetadata(tags, metadata, picture.kind() == PixelKind::kGrey);
+    const std::size_t textBytes = writeTiffExif(tags, request.file, exif);
+    tags.setNumber(TIFFTAG_ROWSPERSTRIP, rows);
+    if (!tags.areSet()) return endShort(request);
     const int strips = (height + rows - 1) / rows;
     target.leaveRoom(mostDirectoryBytes(picture, strips, metadata) + textBytes);
     std::size_t held = 0;  // bytes of the strip
@@ -164,17 +169,13 @@ bool writeTiff(WriteRequest& request) {
         std::memcpy(strip.get() + held, picture.row(y), rowBytes);
         held += rowBytes;
         if (held == stripBytes || y + 1 == height) {
-            if (!writeStrip(tiff, y / rows, strip.get(), held)) return false;
+            if (!writeStrip(tiff, y / rows, strip.get(), held)) return endShort(request);
             held = 0;
         }
         if (!request.progress.rows(y + 1, height)) return false;
     }
     target.beginDirectory();
-    if (TIFFFlush(tiff) != 1 || !target.endDirectory(!isBig)) {
-        if (request.file.isWhole()) request.result.code = DIB_ERROR_MEMORY;
-        return false;
-    }
-    return true;
+    return (TIFFFlush(tiff) == 1 && target.endDirectory(!isBig)) || endShort(request);
 }
 
 }  // namespace formats

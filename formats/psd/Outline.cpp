@@ -92,8 +92,14 @@ void readResolution(Fields fields, Outline& outline) {
 }
 
 void readResources(const RefusedFile& file, Extent section, Outline& outline) {
-    constexpr std::uint16_t kResolution = 1005;
-    constexpr std::uint16_t kVersion = 1057;
+    enum Id : std::uint16_t {
+        kResolution = 1005,
+        kIptc = 1028,
+        kProfile = 1039,
+        kVersion = 1057,
+        kExif = 1058,
+        kXmp = 1060
+    };
     Fields fields(file, section.start, false);
     while (fields.at() < section.end) {
         fields.u32();  // not all writers use the same signature
@@ -101,8 +107,15 @@ void readResources(const RefusedFile& file, Extent section, Outline& outline) {
         const int nameBytes = fields.u8();
         fields.seek(fields.at() + nameBytes + (nameBytes % 2 == 0 ? 1 : 0));
         const Extent data = fields.shortSection();
-        if (id == kResolution) readResolution(fields, outline);
-        if (id == kVersion) outline.hasMergedPicture = file.byte(data.start + 4) != 0;
+        switch (id) {
+            case kResolution: readResolution(fields, outline); break;
+            case kIptc: outline.hasIptc = true; break;
+            case kProfile: outline.profile = data; break;
+            case kVersion: outline.hasMergedPicture = file.byte(data.start + 4) != 0; break;
+            case kExif: outline.exif = data; break;
+            case kXmp: outline.xmp = data; break;
+            default: break;
+        }
         fields.seek(data.end + (data.end - data.start) % 2);
     }
 }

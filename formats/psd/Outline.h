@@ -78,6 +78,10 @@ struct Outline {
     Extent palette;
     double xResolution = 0;  // pixels per inch
     double yResolution = 0;
+    Extent profile;  // resources that are metadata; empty where there are none
+    Extent exif;
+    Extent xmp;
+    bool hasIptc = false;
     bool hasMergedPicture = true;  // false when the document says that it has none
     Extent layers;                 // from the number of layers on
     int layerCount = 0;

@@ -6,11 +6,13 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
 #include "dib/Numbers.h"
+#include "formats/Exif.h"
 #include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
@@ -87,6 +89,24 @@ void noteConversions(const Outline& outline, DibFileResult& result) {
     if (outline.mode == psd::kMultichannel)
         note(result, DIB_NOTE_ASSUMPTION, "the first channels were shown as %s minus ink",
              outline.colors() == 3 ? "red, green and blue" : "white");
+}
+
+void keepBlock(const RefusedFile& file, const psd::Extent& from, DibBytes& to) {
+    const std::int64_t bytes = from.end - from.start;
+    if (bytes <= 0 || bytes > static_cast<std::int64_t>(kMostMetadataBytes)) return;
+    const std::string block = file.text(from.start, static_cast<std::size_t>(bytes));
+    if (!copyBytes({reinterpret_cast<const unsigned char*>(block.data()), block.size()}, to))
+        throw std::bad_alloc();
+}
+
+void keepMetadata(const RefusedFile& file, const Outline& outline, DibFileResult& result) {
+    DibMetadata& metadata = result.metadata;
+    metadata.xResolution = outline.xResolution;
+    metadata.yResolution = outline.yResolution;
+    keepBlock(file, outline.profile, metadata.colorProfile);
+    keepBlock(file, outline.exif, metadata.exif);
+    keepBlock(file, outline.xmp, metadata.xmp);
+    if (outline.hasIptc) note(result, DIB_NOTE_LOSS, "the IPTC block is not kept");
 }
 
 class PictureReader {
@@ -201,8 +221,7 @@ bool read(ReadRequest& request) {
     if (const Problem problem = psd::headerProblem(file); !problem.empty())
         return refuse(request.result, problem);
     const Outline outline = psd::outlineOf(file);
-    request.result.metadata.xResolution = outline.xResolution;
-    request.result.metadata.yResolution = outline.yResolution;
+    keepMetadata(file, outline, request.result);
     Picture picture;
     if (!psd::findPicture(file, outline, request.options, request.result, picture)) return false;
     PictureReader reader(request, picture);

@@ -36,6 +36,7 @@ public:
     bool isOpen() const { return file_ != nullptr; }
     const GifFileType& get() const { return *file_; }
     int transparent() const { return transparent_; }
+    bool hasComment() const { return hasComment_; }
 
     // Moves to the next picture, whose description is then in get(). False at the end of the file, and with a
     // reason when it is damaged.
@@ -72,11 +73,12 @@ private:
         return static_cast<int>(got);
     }
 
-    // Keeps the transparent colour of the graphics control extension and skips all others.
+    // Keeps the transparent colour of the graphics control extension and skips all others, comments too.
     bool readExtension() {
         int code = 0;
         GifByteType* block = nullptr;
         if (DGifGetExtension(file_, &code, &block) != GIF_OK) return false;
+        hasComment_ = hasComment_ || code == COMMENT_EXT_FUNC_CODE;
         GraphicsControlBlock control;
         if (code == GRAPHICS_EXT_FUNC_CODE && block != nullptr &&
             DGifExtensionToGCB(block[0], block + 1, &control) == GIF_OK) {
@@ -107,6 +109,7 @@ private:
     GifFileType* file_ = nullptr;
     std::uint64_t position_ = 0;
     int transparent_ = kNone;
+    bool hasComment_ = false;
 };
 
 // The first picture of a file, as it is shown.
@@ -202,6 +205,7 @@ bool read(Job& job, Picture& picture, DibPluginPicture& /*out*/) {
         job.note(DIB_NOTE_LOSS, "the palette has transparency: its indices became 32-bit colours");
     if (!frame.read(job, picture)) return false;
     if (file.hasMore()) job.note(DIB_NOTE_LOSS, "of several pictures the first is shown");
+    if (file.hasComment()) job.note(DIB_NOTE_LOSS, "the comment is not kept");
     return true;
 }
 

@@ -194,6 +194,8 @@ bool read(Job& job, Picture& picture, DibPluginPicture& out) {
     const Demuxer demuxer(WebPDemuxPartial(&data, &state));
     out.colorProfile = copyChunk(demuxer.get(), "ICCP", {}, out.colorProfileBytes);
     out.exif = copyChunk(demuxer.get(), "EXIF", std::string_view("Exif\0\0", 6), out.exifBytes);
+    if (Job::has(out, &DibPluginPicture::xmpBytes))
+        out.xmp = copyChunk(demuxer.get(), "XMP ", {}, out.xmpBytes);
     if (features.has_animation != 0) {
         job.note(DIB_NOTE_LOSS, "of an animation the first picture is shown");
         return decodeFirstFrame(job, demuxer.get(), picture);

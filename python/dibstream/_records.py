@@ -23,6 +23,8 @@ class Metadata:
     exif: bytes | None = None  # from its byte-order mark on
     palette_alpha: bytes | None = None  # of the first entries of the palette (keep_palette)
     tim_frame: bytes | None = None  # of a TIM file: all but its pixels
+    texts: bytes | None = None  # pairs of a keyword and a text, UTF-8, each ended by NUL
+    xmp: bytes | None = None  # XMP packet
 
     def without_palette_alpha(self) -> Metadata:
         """The same without the alpha of palette entries."""

@@ -33,7 +33,8 @@ py::object metadataOf(const DibMetadata& from) {
     return record("Metadata")(
         "resolution"_a = resolution, "orientation"_a = from.orientation,
         "color_profile"_a = bytesOrNone(from.colorProfile), "exif"_a = bytesOrNone(from.exif),
-        "palette_alpha"_a = bytesOrNone(from.paletteAlpha), "tim_frame"_a = bytesOrNone(from.timFrame));
+        "palette_alpha"_a = bytesOrNone(from.paletteAlpha), "tim_frame"_a = bytesOrNone(from.timFrame),
+        "texts"_a = bytesOrNone(from.texts), "xmp"_a = bytesOrNone(from.xmp));
 }
 
 // A page or a layer: its number from 0 or its name.

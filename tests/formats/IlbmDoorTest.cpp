@@ -53,6 +53,15 @@ TEST(IlbmDoor, EverySourceGivesOnePicture) {
     }
 }
 
+TEST(IlbmDoor, TextsAreNoted) {
+    for (const char* name : {"NAME", "AUTH", "ANNO", "(c) "}) {
+        const Bytes text = chunk(name, {'h', 'i'});
+        const Bytes file = form(joined({bitmapHeader(8, 1, 1), text, chunk("BODY", {1, 0})}));
+        EXPECT_EQ(notesOf(opened(file).result), "the texts of the file are not kept;") << name;
+    }
+    EXPECT_EQ(notesOf(opened(fourColors()).result), "");
+}
+
 TEST(IlbmDoor, CutFilesAreRefusedOrKept) {
     const std::size_t start = 12 + 28 + kFourColors.size() + 8;
     expectRowsOfCutFiles(fourColors(), start, 4);

@@ -138,6 +138,41 @@ TEST(PlatformMetadata, TiffFilesHaveDirectoriesOfExif) {
     }
 }
 
+// 300 columns and 150 rows an inch in a block with an orientation.
+Bytes exifOfScan(unsigned orientation) {
+    codec_test::ByteWriter out;
+    out.text("II").le16(42).le32(8).le16(3);
+    out.le16(0x112).le16(3).le32(1).le16(orientation).le16(0);
+    out.le16(0x11A).le16(5).le32(1).le32(50);
+    out.le16(0x11B).le16(5).le32(1).le32(58);
+    return out.le32(0).le32(300).le32(1).le32(150).le32(1).bytes;
+}
+
+TEST(PlatformMetadata, ResolutionsOfBlocksAreThoseOfTheTurnedPicture) {
+    constexpr std::size_t kX = 10 + 12 + 8;
+    constexpr std::size_t kY = kX + 12;
+    for (const char* format : kFormats) {
+        DibMetadata metadata;
+        metadata.exif = bytesFor(exifOfScan(6));
+        metadata.orientation = 6;
+        metadata.xResolution = 300;
+        metadata.yResolution = 150;
+        const Bytes file = savedWith(*randomImage(9, 7, 24, 3), format, metadata);
+        EXPECT_EQ(bytesOf(openedAsStored(file).result.metadata.exif), exifOfScan(6));
+        const Opened turned = opened(file);
+        ASSERT_TRUE(turned.isLoaded) << turned.result.reason;
+        Bytes expected = exifOfScan(6);
+        std::swap(expected[kX], expected[kY]);
+        EXPECT_EQ(bytesOf(turned.result.metadata.exif), expected) << format;
+        // The same for a picture that the caller has turned.
+        metadata.orientation = 1;
+        std::swap(metadata.xResolution, metadata.yResolution);
+        const Bytes copy = savedWith(*randomImage(7, 9, 24, 3), format, metadata);
+        expected[10 + 8] = 1;
+        EXPECT_EQ(bytesOf(openedAsStored(copy).result.metadata.exif), expected) << format;
+    }
+}
+
 // Texts are kept without a directory of EXIF entries, too.
 TEST(PlatformMetadata, TextsOfTiffFilesAreKept) {
     const codec_test::TemporaryFile file(".tif");

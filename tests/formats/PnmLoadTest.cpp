@@ -37,6 +37,14 @@ TEST(PnmLoad, EverySourceGivesOnePicture) {
     }
 }
 
+TEST(PnmLoad, CommentsAreNoted) {
+    const std::string noted = "the texts of the file are not kept;";
+    EXPECT_EQ(notesOf(opened(bytesOf("P5\n# noon\n1 1\n255\nx")).result), noted);
+    EXPECT_EQ(notesOf(opened(bytesOf("P5\n1 1# noon\n255\nx")).result), noted);
+    EXPECT_EQ(notesOf(opened(file(pam(3, 255, "RGB"), {1, 2, 3, 4, 5, 6})).result), noted);
+    EXPECT_EQ(notesOf(opened(bytesOf("P5\n1 1\n255\n#")).result), "");
+}
+
 TEST(PnmLoad, BitmapsHaveOneBit) {
     EXPECT_EQ(shown("P1\n3 2\n1 0 1 0 1 1", 1), Bytes({0x40, 0x80}));
     EXPECT_EQ(shown("P1 3 2 #c\n101#x 0\n01\n1", 1), Bytes({0x40, 0x80}));  // no blanks are needed

@@ -256,6 +256,22 @@ TEST(PsdDoor, ProbeReadsTheHeaders) {
     EXPECT_EQ(opened(bytes).result.metadata.xResolution, 72.5);
 }
 
+TEST(PsdDoor, MetadataAreKept) {
+    PsdDocument document = plain(4, {1, 2, 3, 4}, 16);
+    document.resources = {{1039, "", {5, 6, 7}},
+                          {1058, "", {'I', 'I', '*'}},
+                          {1060, "", {'<', 'x', '/', '>'}},
+                          {1028, "", {28, 2}}};
+    const Opened load = opened(document.bytes());
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    const auto bytesOf = [](const DibBytes& block) { return Bytes(block.data, block.data + block.size); };
+    EXPECT_EQ(bytesOf(load.result.metadata.colorProfile), Bytes({5, 6, 7}));
+    EXPECT_EQ(bytesOf(load.result.metadata.exif), Bytes({'I', 'I', '*'}));
+    EXPECT_EQ(bytesOf(load.result.metadata.xmp), Bytes({'<', 'x', '/', '>'}));
+    EXPECT_NE(notesOf(load.result).find("the IPTC block is not kept;"), std::string::npos);
+    EXPECT_GT(failEveryLoad(document.bytes()), 5);
+}
+
 // Whether the pixels that can be seen are those of another program's picture.
 void expectLike(const std::filesystem::path& path, const DibLoadOptions& options,
                 const std::filesystem::path& expected) {

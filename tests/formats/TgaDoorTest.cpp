@@ -204,6 +204,17 @@ TEST(TgaDoor, SizesHaveNoSign) {
     EXPECT_STREQ(info.compression, "rle");
 }
 
+TEST(TgaDoor, TextsOfTheExtensionAreaAreNoted) {
+    Bytes file = withFooter(tga({2, 2, 1, 24}, counting(6)), 0);
+    EXPECT_EQ(openedTga(file).result.noteCount, 0);
+    const std::size_t area = 21 + 6;
+    for (const std::size_t text : {area + 2, area + 43}) {  // the author, the comment
+        Bytes named = file;
+        named[text] = 'x';
+        EXPECT_EQ(openedTga(named).note(0), "the texts of the file are not kept");
+    }
+}
+
 TEST(TgaDoor, RowsOfCutFilesAreKept) {
     const Bytes file = tga({2, 2, 3, 24, 0x20}, counting(18));
     DibLoadOptions keeping = keepingDamaged();

@@ -98,6 +98,15 @@ TEST(GifDoor, IndicesAndPaletteStayAsTheyAre) {
     EXPECT_FALSE(info.hasAlpha);
 }
 
+TEST(GifDoor, CommentsAreNoted) {
+    const PluginsInUse plugins;
+    const Bytes comment = {0x21, 0xFE, 2, 'h', 'i', 0};
+    const Bytes shown = picture({0, 0, 3, 1}, {3, 2, 1});
+    EXPECT_EQ(opened(file({header({3, 1}), comment, shown})).note(0), "the comment is not kept");
+    EXPECT_EQ(opened(file({header({3, 1}), shown, comment})).note(0), "the comment is not kept");
+    EXPECT_EQ(opened(file({header({3, 1}), shown})).result.noteCount, 0);
+}
+
 TEST(GifDoor, ATransparentColorGives32Bits) {
     const PluginsInUse plugins;
     const Bytes bytes = file({header({3, 1}), transparency(2), picture({0, 0, 3, 1}, {3, 2, 1})});

@@ -96,16 +96,18 @@ TEST(WebpDoor, LossyPicturesAreNear) {
     door_test::expectOneFromEverySource(out.bytes(), ".webp");
 }
 
-TEST(WebpDoor, ProfileAndExifAreKept) {
+TEST(WebpDoor, ProfileExifAndXmpAreKept) {
     const PluginsInUse plugins;
-    const Bytes bytes = riff({extended(0x28, 2, 2), chunk("ICCP", {5, 6, 7}), stream(opaque(kOpaque, 2)),
-                              chunk("EXIF", codec_test::bytesOf("II*"))});
+    const Bytes bytes =
+        riff({extended(0x2C, 2, 2), chunk("ICCP", {5, 6, 7}), stream(opaque(kOpaque, 2)),
+              chunk("EXIF", codec_test::bytesOf("II*")), chunk("XMP ", codec_test::bytesOf("<x/>"))});
     const door_test::Opened load = opened(bytes);
     ASSERT_TRUE(load.isLoaded) << load.result.reason;
     const DibMetadata& metadata = load.result.metadata;
     EXPECT_EQ(Bytes(metadata.colorProfile.data, metadata.colorProfile.data + metadata.colorProfile.size),
               (Bytes{5, 6, 7}));
     EXPECT_EQ(Bytes(metadata.exif.data, metadata.exif.data + metadata.exif.size), codec_test::bytesOf("II*"));
+    EXPECT_EQ(Bytes(metadata.xmp.data, metadata.xmp.data + metadata.xmp.size), codec_test::bytesOf("<x/>"));
     EXPECT_EQ(codec_test::pixelsOf(*load.image), kOpaque);
 }
 

@@ -29,18 +29,19 @@ TEST_F(Limit, RefusesLargerInputs) {
         EXPECT_EQ(result.errors, start + need + "\n");
         EXPECT_FALSE(fs::exists("out.bmp"));
     }
-    for (const std::string limit : {"pixels:693", "pixels:1K", "bytes:3K,layers:1", "pixels:18G"})
+    for (const std::string limit : {"pixels:693", "pixels:1K", "bytes:3K,layers:1", "pixels:18G", "layers:0"})
         EXPECT_EQ(run({"run", "--limit", limit, "in.bmp", "out.bmp"}).errors, "") << limit;
 }
 
 TEST_F(Limit, MistakesAreNamed) {
-    const std::string number = " is not a positive whole number, optionally with K, M or G\n";
+    const std::string number = " is not a whole number of 1 or more, optionally with K, M or G\n";
+    const std::string count = " is not a whole number of 0 or more, optionally with K, M or G\n";
     const std::string part = " is not pixels:N, bytes:N or layers:N\n";
     const std::pair<std::string, std::string> kCases[] = {
-        {"pixels:1T", "'1T'" + number},     {"pixels:0", "'0'" + number},
-        {"bytes:", "''" + number},          {"bytes:-1", "'-1'" + number},
-        {"layers:1.5K", "'1.5K'" + number}, {"bytes:20000000000G", "'20000000000G'" + number},
-        {"100M", "'100M'" + part},          {"rows:5", "'rows:5'" + part},
+        {"pixels:1T", "'1T'" + number},    {"pixels:0", "'0'" + number},
+        {"bytes:", "''" + number},         {"bytes:-1", "'-1'" + number},
+        {"layers:1.5K", "'1.5K'" + count}, {"bytes:20000000000G", "'20000000000G'" + number},
+        {"100M", "'100M'" + part},         {"rows:5", "'rows:5'" + part},
     };
     for (const auto& [limit, message] : kCases) {
         const Result result = run({"run", "--limit=" + limit, "in.bmp", "out.bmp"});

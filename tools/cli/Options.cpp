@@ -17,16 +17,17 @@ namespace tool {
 namespace {
 
 // "100M" as a number; the letters are powers of 1000.
-std::uint64_t amount(const std::string& text) {
+std::uint64_t amount(const std::string& text, std::uint64_t least) {
     std::uint64_t number = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
     const std::string unit(stop, end);
     const std::uint64_t factor = unit.empty() ? 1 : unit == "K" ? 1000 : unit == "M" ? 1000000 : 1000000000;
     const bool isUnit = unit.empty() || unit == "K" || unit == "M" || unit == "G";
-    if (error != std::errc() || !isUnit || number == 0 || number > UINT64_MAX / factor)
-        throw usageFailure("--limit: '" + text +
-                           "' is not a positive whole number, optionally with K, M or G");
+    if (error != std::errc() || !isUnit || number < least || number > UINT64_MAX / factor) {
+        throw usageFailure("--limit: '" + text + "' is not a whole number of " + std::to_string(least) +
+                           " or more, optionally with K, M or G");
+    }
     return number * factor;
 }
 
@@ -38,7 +39,7 @@ void setLimits(DibLoadOptions& options, const std::string& text) {
         if (colon == part.size() || (name != "pixels" && name != "bytes" && name != "layers"))
             throw usageFailure("--limit: '" + part + "' is not pixels:N, bytes:N or layers:N" +
                                suggestion(name, {"pixels", "bytes", "layers"}));
-        const std::uint64_t most = amount(part.substr(colon + 1));
+        const std::uint64_t most = amount(part.substr(colon + 1), name == "layers" ? 0 : 1);
         if (name == "pixels") options.mostPixels = most;
         if (name == "bytes") options.mostBytes = most;
         if (name == "layers") options.mostLayers = static_cast<int>(std::min<std::uint64_t>(most, INT_MAX));
@@ -87,13 +88,18 @@ void addOpening(CLI::App& command, DibLoadOptions& options) {
     command.add_flag_callback(
         "--keep-damaged", [&options] { options.damage = DIB_DAMAGE_KEEP; },
         "Keeps the rows that can be read of a damaged file; the others are black");
+    addLimit(
+        command, options,
+        "Refuses larger inputs: pixels:N, bytes:N of memory or layers:N, separated by commas; K, M and G "
+        "are powers of 1000");
+    addPlugins(command);
+}
+
+void addLimit(CLI::App& command, DibLoadOptions& options, const std::string& help) {
     command
         .add_option_function<std::string>(
-            "--limit", [&options](const std::string& text) { setLimits(options, text); },
-            "Refuses larger inputs: pixels:N, bytes:N of memory or layers:N, separated by commas; K, M and G "
-            "are powers of 1000")
+            "--limit", [&options](const std::string& text) { setLimits(options, text); }, help)
         ->type_name("LIMITS");
-    addPlugins(command);
 }
 
 namespace {

@@ -27,6 +27,8 @@ CLI::Option* addOperand(CLI::App& command, const std::string& name, std::string&
 void addFormat(CLI::App& command, const std::string& name, const char*& format, const std::string& help);
 // How pictures are opened: "--from", "--keep-damaged", "--limit" and "--plugins".
 void addOpening(CLI::App& command, DibLoadOptions& options);
+// "--limit".
+void addLimit(CLI::App& command, DibLoadOptions& options, const std::string& help);
 // Which picture of the input: "--page", "--layer" and "--level".
 void addParts(CLI::App& command, DibLoadOptions& options);
 // How pictures are saved: "--to", "--quality", "--strict" and "--verbose".

@@ -40,7 +40,7 @@ std::vector<std::string> readPageNames(const InputFile& file, const DibFileInfo&
 }
 
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
-    const InputFile file(name, InputFile::kReadTwice);
+    const InputFile file(name, InputFile::kReadTwice, options);
     PictureInfo info{.file = name, .header = {}, .result = {}, .pageNames = {}};
     const bool isRead = file.probe(info.header, options, info.result);
     stopIfCancelled();
@@ -85,6 +85,13 @@ std::string count(int number, const std::string& thing) {
     return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
 }
 
+// "300", or "200x100" for pixels that are not square.
+std::string resolutionText(const DibMetadata& metadata) {
+    const std::string x = std::to_string(std::lround(metadata.xResolution));
+    const std::string y = std::to_string(std::lround(metadata.yResolution));
+    return metadata.yResolution == 0 || x == y ? x : x + "x" + y;
+}
+
 std::string textOf(const PictureInfo& info) {
     const DibFileInfo& header = info.header;
     const DibMetadata& metadata = info.result.metadata;
@@ -96,7 +103,7 @@ std::string textOf(const PictureInfo& info) {
     if (header.pages > 1) text += ", " + count(header.pages, "page");
     if (header.layers > 0 && !info.isDocument) text += ", " + count(header.layers, "layer");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
-    if (metadata.xResolution != 0) text += ", " + std::to_string(std::lround(metadata.xResolution)) + " dpi";
+    if (metadata.xResolution != 0) text += ", " + resolutionText(metadata) + " dpi";
     text += "\n";
     for (std::size_t i = 0; i < info.pageNames.size(); ++i)
         text += "  page " + std::to_string(i) + " \"" + printable(info.pageNames[i]) + "\"\n";
@@ -213,6 +220,10 @@ void declareInfo(CLI::App& command) {
         "Folders inside it are left out, too. The exit code is 3 when a file cannot be read; what the "
         "others\nsay is printed all the same.");
     addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");
+    addLimit(
+        command, job->options,
+        "Refuses a longer standard input or pipe: bytes:N; K, M and G are powers of 1000. Limits of pixels "
+        "and layers do not apply, as nothing is decoded");
     addParts(command, job->options);
     addPlugins(command);
     addJson(command, job->asJson);

@@ -87,7 +87,7 @@ void exportLayers(const LayersJob& job) {
     const DibFormat& format = *DibFindFormat(chosen);
     requireSaver(format, job.folder);
     Notes notes(job.pictures);
-    const InputFile file(job.document, InputFile::kReadTwice);
+    const InputFile file(job.document, InputFile::kReadTwice, job.pictures.load);
     DibFileInfo header;
     DibFileResult probed;
     if (!file.probe(header, job.pictures.load, probed)) throw loadFailure(file.title(), probed);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "tools/cli/Options.h"
 #include "tools/commands/Run.h"
@@ -69,6 +71,16 @@ void addRunning(CLI::App& command, RunJob& job) {
     addProgress(command, job.showsProgress);
 }
 
+namespace {
+
+bool isQuarterTurn(const DibChain& chain) {
+    const DibStep& step = *chain.steps;
+    if (std::string_view(step.operation->name) != "turn" || step.values[0] == nullptr) return false;
+    return std::string_view(step.values[0]) != "180";
+}
+
+}  // namespace
+
 void runJob(const RunJob& job) {
     if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
         throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
@@ -82,10 +94,12 @@ void runJob(const RunJob& job) {
     Progress progress(job.chains.size() + 2, job.showsProgress);
     DibStream image;
     const InputFile input(job.input);
-    const LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
+    LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
     for (const DibChain& chain : job.chains)
         applyStep(*chain.steps, image, {input.title(), pictures, progress, notes});
+    if (std::ranges::count_if(job.chains, isQuarterTurn) % 2 != 0)
+        std::swap(loaded.metadata.xResolution, loaded.metadata.yResolution);
     progress.beginStep("save");
     pictures.save.metadata = &loaded.metadata;
     savePicture(job.output, *format, image, pictures, progress, notes);

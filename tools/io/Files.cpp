@@ -33,18 +33,33 @@ void print(const std::string& text) {
                   "standard output: print: the stream cannot be written: " + systemError());
 }
 
-InputFile::InputFile(const std::string& name, Use use) : name_(name) {
+InputFile::InputFile(const std::string& name, Use use, const DibLoadOptions& options) : name_(name) {
     std::error_code none;
     isInMemory_ = use == kReadTwice && (name == "-" || std::filesystem::is_fifo(name, none));
-    if (isInMemory_) readAll();
+    if (isInMemory_) readAll(options);
 }
 
-void InputFile::readAll() {
+// Whether probing finds a format in the bytes that are there.
+bool InputFile::isOfFormat(const DibLoadOptions& options) const {
+    DibFileInfo info;
+    DibFileResult result;
+    return probe(info, options, result) || result.format != nullptr;
+}
+
+void InputFile::readAll(const DibLoadOptions& options) {
     const FilePtr opened(name_ == "-" ? nullptr : std::fopen(name_.c_str(), "rb"));
     std::FILE* file = name_ == "-" ? stdin : opened.get();
     char block[1 << 16];
-    for (std::size_t count = 1; file != nullptr && count > 0; bytes_.append(block, count))
+    for (std::size_t count = sizeof block; file != nullptr && count == sizeof block;) {
         count = std::fread(block, 1, sizeof block, file);
+        const bool isFirst = bytes_.empty();
+        bytes_.append(block, count);
+        if (bytes_.size() > options.mostBytes) {
+            throw Failure(kExitBadInput, title() + ": load: the stream is longer than " +
+                                             std::to_string(options.mostBytes) + " bytes (--limit=bytes)");
+        }
+        if (isFirst && !isOfFormat(options)) break;
+    }
     stopIfCancelled();
     if (file == nullptr || std::ferror(file) != 0)
         throw Failure(kExitBadInput, title() + ": load: the file cannot be read: " + systemError());

@@ -26,9 +26,10 @@ class InputFile {
 public:
     enum Use { kLoad, kReadTwice };
 
-    // Standard input and pipes can be read only once: to be read twice, they are copied to memory. Throws
-    // Failure (bad input) when that fails.
-    explicit InputFile(const std::string& name, Use use = kLoad);
+    // Standard input and pipes can be read only once: to be read twice, they are copied to memory, unless
+    // their first bytes are of no format. Throws Failure (bad input) when that fails or takes more bytes than
+    // the options allow.
+    explicit InputFile(const std::string& name, Use use = kLoad, const DibLoadOptions& options = {});
 
     std::string title() const { return name_ == "-" ? "standard input" : name_; }
     bool probe(DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) const;
@@ -37,7 +38,8 @@ public:
               DibProgressCallback callback, void* user) const;
 
 private:
-    void readAll();
+    void readAll(const DibLoadOptions& options);
+    bool isOfFormat(const DibLoadOptions& options) const;
 
     std::string name_;
     bool isInMemory_ = false;
