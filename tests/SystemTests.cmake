@@ -73,6 +73,16 @@ if(Python3_FOUND)
         COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-interface ${check_c_interface})
     set_tests_properties(system.headers PROPERTIES TIMEOUT 600 PROCESSORS 2)
 endif()
+if(NOT APPLE)
+    # Has a malloc of its own.
+    add_executable(library_allocations ${system_dir}/LibraryAllocations.cpp)
+    target_link_libraries(library_allocations PRIVATE dibstream_internal dib_options)
+    add_test(NAME system.library-allocations
+        COMMAND library_allocations
+                $<$<TARGET_EXISTS:plugin_exr>:$<TARGET_FILE_DIR:plugin_exr>>
+                $<$<TARGET_EXISTS:plugin_exr>:${PROJECT_SOURCE_DIR}/fuzz/seeds/exr/lines-piz.exr>
+        COMMAND_EXPAND_LISTS)
+endif()
 add_test(NAME system.digest
     COMMAND bash ${system_dir}/digest.sh $<TARGET_FILE:digest> ${CMAKE_CURRENT_SOURCE_DIR}/digest/list.txt)
 set_tests_properties(system.digest PROPERTIES TIMEOUT 600)

@@ -5,6 +5,8 @@
 #include <OpenEXR/openexr.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
 
 #include "dib/Numbers.h"
 #include "plugins/Job.h"
@@ -14,18 +16,23 @@ namespace plugins::exr {
 
 class Header {
 public:
+    // May throw std::bad_alloc.
     explicit Header(Job& job) : source_{job} {
         exr_context_initializer_t settings = EXR_DEFAULT_CONTEXT_INITIALIZER;
         settings.error_handler_fn = noteMistake;
         settings.user_data = &source_;
         settings.read_fn = readAt;
         settings.size_fn = querySize;
+        settings.alloc_fn = allocate;
+        settings.free_fn = std::free;
+        isShortOfMemory = false;
         isRead_ = areAttributesWhole(job, isCut_) &&
                   exr_start_read(&context_, "EXR file", &settings) == EXR_ERR_SUCCESS && !source_.hasMistakes;
+        if (!isShortOfMemory) return;
+        finish();
+        throw std::bad_alloc();
     }
-    ~Header() {
-        if (context_ != nullptr) exr_finish(&context_);
-    }
+    ~Header() { finish(); }
     Header(const Header&) = delete;
     Header& operator=(const Header&) = delete;
     bool isRead() const { return isRead_; }
@@ -39,6 +46,15 @@ private:
         bool hasMistakes = false;
     };
 
+    void finish() {
+        if (context_ != nullptr) exr_finish(&context_);
+    }
+    // OpenEXR takes an attribute that it has no memory for as damaged.
+    static void* allocate(std::size_t bytes) {
+        void* block = std::malloc(bytes);
+        isShortOfMemory = isShortOfMemory || block == nullptr;
+        return block;
+    }
     static std::int64_t querySize(exr_const_context_t /*context*/, void* user) {
         return dib::asOffset(static_cast<Source*>(user)->job.fileBytes());
     }
@@ -55,6 +71,8 @@ private:
             static_cast<Source*>(user)->hasMistakes = true;
         }
     }
+
+    inline static thread_local bool isShortOfMemory = false;
 
     Source source_;
     exr_context_t context_ = nullptr;
