@@ -53,6 +53,12 @@ if(TARGET dibstream_python)
     endif()
 endif()
 
+# scripts/threads.sh runs it under the thread sanitizer.
+find_package(Threads REQUIRED)
+add_executable(threads_test ${system_dir}/Threads.cpp)
+target_link_libraries(threads_test PRIVATE dibstream_internal dib_options Threads::Threads)
+add_test(NAME system.threads COMMAND threads_test)
+
 # The tests below examine the libraries as they are installed: without instrumentation.
 if(DIB_SANITIZE OR CMAKE_CXX_FLAGS MATCHES "--coverage")
     return()
