@@ -47,7 +47,7 @@ bool ToneLine::fit(const unsigned char* table) {
     const double steepness = slopeOf(table) * (1 << 13);
     if (steepness < 0 || steepness > INT16_MAX) return false;
     slope = static_cast<std::int16_t>(steepness);
-    // The highest line that no entry below the upper end lies under.
+    // The highest line that lies above no entry below the upper end.
     int highest = INT16_MAX;
     for (int v = 0; v < 256; ++v) {
         if (table[v] == 255) continue;

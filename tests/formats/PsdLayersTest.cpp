@@ -17,7 +17,8 @@ TEST(PsdLayers, AreSkippedUnlessEnabled) {
     EXPECT_TRUE(Load(document.bytes()).result);
 }
 
-TEST(PsdLayers, RecordsAndTheirLog) {
+// A layer with every field, one of another signature, and one with a mask.
+PsdDocument documentOfThreeLayers() {
     PsdDocument document;
     document.negativeCount = true;
     PsdLayer& first = document.addLayer({1, -2, 3, 4}, {-1, 0, 1, 2});
@@ -31,10 +32,12 @@ TEST(PsdLayers, RecordsAndTheirLog) {
     document.addLayer({0, 0, 0, 5}, {0}).signature = "8BIX";
     document.layers.back().name = "";
     document.addLayer({0, 0, 1, 1}, {0, -2}, PsdRectangle{5, 6, 7, 9}).key = "what";
+    return document;
+}
 
-    Load load(document.bytes(), true);
+TEST(PsdLayers, LogOfTheRecords) {
+    Load load(documentOfThreeLayers().bytes(), true);
     ASSERT_TRUE(load.result);
-    ASSERT_EQ(load.loader.GetLayerNum(), 3);
     EXPECT_EQ(afterHeader(load.log),
               "NumLayer: 3\nHasAlpha: 0\n"
               "Layer[0].NumChannel: 4\nLayer[0].Channel[0].ID: -1\nLayer[0].Channel[1].ID: 0\n"
@@ -50,7 +53,12 @@ TEST(PsdLayers, RecordsAndTheirLog) {
               "Layer[2].NumChannel: 2\nLayer[2].Channel[0].ID: 0\nLayer[2].Channel[1].ID: -2\n"
               "Layer[2].BlendMode: what\n"
               "Layer[2].Opacity: 255\nLayer[2].Clipping: 0\nLayer[2].Flags: 0\n");
+}
 
+TEST(PsdLayers, RecordsHaveTheFieldsOfTheFile) {
+    Load load(documentOfThreeLayers().bytes(), true);
+    ASSERT_TRUE(load.result);
+    ASSERT_EQ(load.loader.GetLayerNum(), 3);
     const PSDLayerInfo& info = *load.loader.GetLayerInfo(0);
     EXPECT_EQ(info.top, 1);
     EXPECT_EQ(info.left, -2);
