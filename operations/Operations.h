@@ -125,7 +125,8 @@ struct Treatment {
     Alpha alpha = Alpha::kAsRun;
     // For pictures with a palette that need not be widened, as their colour table can be changed.
     Run palette = nullptr;
-    // For pictures of 32 bits whose pixels differ in alpha, with Alpha::kWeights.
+    // For pictures of 32 bits whose pixels differ in alpha, with Alpha::kWeights. Without it the classic
+    // function gets colours multiplied with alpha.
     Run weighted = nullptr;
     // For every picture, instead of the classic function.
     Run right = nullptr;

@@ -12,6 +12,7 @@
 #include "operations/Borrowing.h"
 #include "operations/Descriptions.h"
 #include "operations/Operations.h"
+#include "operations/pixels/Multiplied.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -78,6 +79,15 @@ bool runKeepingAlpha(const Job& job) {
     return true;
 }
 
+// Runs the classic function, which mixes all channels alike, on colours that are multiplied with alpha.
+bool runMultiplied(const Job& job) {
+    ownPixels(job.image);
+    multiplyByAlpha(job.image);
+    if (!job.arguments.operation().run(job)) return false;
+    divideByAlpha(job.image);
+    return true;
+}
+
 bool runOnColors(const Job& job) {
     const Operation& operation = job.arguments.operation();
     const Treatment& treatment = operation.treatment;
@@ -85,7 +95,7 @@ bool runOnColors(const Job& job) {
     if (treatment.alpha == Alpha::kAsRun) return operation.run(job);
     const bool differ = job.image.Header->biBitCount == 32 && !dib::commonAlpha(job.image);
     if (differ && treatment.alpha == Alpha::kWeights)
-        return treatment.weighted != nullptr ? treatment.weighted(job) : operation.run(job);
+        return treatment.weighted != nullptr ? treatment.weighted(job) : runMultiplied(job);
     return runKeepingAlpha(job);
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <set>
 
+#include "dib/Kernels.h"
 #include "tests/operations/Operations.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/TestImages.h"
@@ -248,6 +249,67 @@ TEST(OperationTreatment, TheSwitchIsWrittenByItsName) {
 }
 
 constexpr const char* kTreatedChain = "soften edge mosaic:4 rotate:15";
+
+// A red disc on transparent black stays red up to its rim, whatever mixes its pixels.
+TEST(OperationTreatment, HiddenColoursShowNowhere) {
+    for (const char* step : {"soften", "sharpen", "motion-blur:5,angle=30", "mosaic:7", "rotate:30",
+                             "ripple:9,20deg", "wave:9,3", "whirl:0.1"}) {
+        SCOPED_TRACE(step);
+        const DibPtr image = randomImage(40, 40, 32, 1);
+        for (int y = 0; y < 40; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const bool isInside = (x - 20) * (x - 20) + (y - 20) * (y - 20) < 225;
+                setPixelValue(*image, x, y, isInside ? 0xFFFF0000 : 0);
+            }
+        }
+        const DibPtr classic = DibPtr(image->Clone());
+        DibOperationResult result;
+        ASSERT_NO_FATAL_FAILURE(apply(*image, step, result));
+        ASSERT_NO_FATAL_FAILURE(apply(*classic, step, result, true));
+        int partly = 0;
+        for (int y = 0; y < 40; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const std::uint32_t value = pixelValue(*image, x, y);
+                const std::uint32_t alpha = value >> 24;
+                ASSERT_EQ(value & 0xFFFFFF, alpha > 0 ? 0xFF0000U : 0U) << x << "," << y;
+                EXPECT_EQ(alpha, pixelValue(*classic, x, y) >> 24);
+                if (alpha > 0 && alpha < 255) ++partly;
+            }
+        }
+        if (std::string_view(step) != "sharpen") {
+            EXPECT_GT(partly, 4);
+        }
+    }
+}
+
+// Blue: (200 x 255 + 100 x 85) / (255 + 85) = 175, in bytes (200 + 33) / 2 = 116, and 116 x 255 / 170 = 174.
+TEST(OperationTreatment, MixedColoursCountByAlpha) {
+    const DibPtr image = testing_support::blankImage(2, 1, 32);
+    setPixelValue(*image, 0, 0, 0xFF0000C8);
+    setPixelValue(*image, 1, 0, 0x55FF0064);
+    DibOperationResult result;
+    ASSERT_NO_FATAL_FAILURE(apply(*image, "mosaic:2", result));
+    EXPECT_EQ(pixelValue(*image, 0, 0), 0xAA3F00AEU);
+    EXPECT_EQ(pixelValue(*image, 1, 0), 0xAA3F00AEU);
+}
+
+TEST(OperationTreatment, WeighingIsTheSameAtEveryKernelLevel) {
+    for (const char* step : {"soften", "rotate:30"}) {
+        DibPtr expected;
+        for (const dib::KernelLevel level : dib::kKernelLevels) {
+            dib::limitKernelLevel(level);
+            DibPtr image = randomImage(41, 31, 32, 5);
+            DibOperationResult result;
+            ASSERT_NO_FATAL_FAILURE(apply(*image, step, result));
+            if (expected == nullptr) {
+                expected = std::move(image);
+                continue;
+            }
+            EXPECT_TRUE(sameImage(*image, *expected)) << step;
+        }
+        dib::limitKernelLevel(dib::bestKernelLevel());
+    }
+}
 
 TEST(OperationTreatment, SurvivesFailingAllocations) {
     for (const int bitCount : {4, 32}) {
