@@ -81,7 +81,10 @@ private:
                 continue;
             }
             if (read > 0) {
-                picture_.readPart(row, read);
+                // Of half a pixel the classic loader exchanges red and blue, too.
+                const std::size_t pixel =
+                    dialect_.acceptsShort ? 1 : std::max<std::size_t>(dib::asSize(bitCount) / 8, 1);
+                picture_.readPart(row, read - read % pixel);
                 exchangeTimOrder(row, pixelBytes, bitCount, dialect_.keepsSpecialBit);
             }
             return dialect_.acceptsShort || fail(picture_, DIB_ERROR_READ);
