@@ -15,10 +15,12 @@ PACKAGE = pathlib.Path(dibstream.__file__).parent
 
 def mypy(*arguments, cache):
     pytest.importorskip("mypy")
+    # mypy finds installed packages itself and refuses their folder.
+    is_installed = PACKAGE.parent.name.endswith("-packages")
     run = subprocess.run(
         [sys.executable, "-m", "mypy", "--strict", "--cache-dir", cache, *arguments],
-        cwd=PACKAGE.parent,
-        env={"PATH": os.environ["PATH"], "MYPYPATH": str(PACKAGE.parent)},
+        cwd=HERE if is_installed else PACKAGE.parent,
+        env={"PATH": os.environ["PATH"]} | ({} if is_installed else {"MYPYPATH": str(PACKAGE.parent)}),
         capture_output=True,
         text=True,
     )
