@@ -100,7 +100,7 @@ const Operation& chosen(const DibOperation* operation, DibOperationResult& resul
             return row;
         }
     }
-    throw Refusal{DIB_ERROR_INVALID, "an operation is not of the table"};
+    throw Refusal{DIB_ERROR_INVALID, "an operation is not in the table"};
 }
 
 // Copies steps into the block of a chain: the steps, then the pointers to their values, then the texts.

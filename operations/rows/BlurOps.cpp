@@ -33,14 +33,14 @@ bool runGaussian(const Job& job) {
 bool runWeightedBlur(const Job& job) {
     const int radius = job.arguments.integer("radius");
     constexpr int kWidest = 1 << 14;
-    if (radius > kWidest)
-        throw Refusal{DIB_ERROR_MISMATCH, "radius: is above 16384, which a picture with alpha can have"};
+    if (radius > kWidest) throw Refusal{DIB_ERROR_MISMATCH, "radius: at most 16384 for a picture with alpha"};
     return resample(job, boxTaps(width(job.image), radius, wraps(job, DIB_WRAP_X)),
                     boxTaps(height(job.image), radius, wraps(job, DIB_WRAP_Y)));
 }
 
-constexpr Treatment kMixesWords = {
-    .classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights, .weighted = runWeightedBlur};
+constexpr Treatment kMixesWords = {.classicDepths = depths({8, 16, 24, 32}),
+                                   .alpha = Alpha::kWeights,
+                                   .weighted = replacing(runWeightedBlur)};
 constexpr Treatment kMixesBytes = {.classicDepths = depths({8, 24, 32}), .alpha = Alpha::kWeights};
 
 constexpr Operation kOperations[] = {
@@ -87,7 +87,7 @@ constexpr Operation kOperations[] = {
      "DibEffectGaussianBlur(nullptr, nullptr, &image, {radius}, {wrap})",
      Effect<float, unsigned int>::run<DibEffectGaussianBlur>,
      nullptr,
-     {.classicDepths = depths({8, 24, 32}), .right = runGaussian}},
+     {.classicDepths = depths({8, 24, 32}), .right = replacing(runGaussian)}},
 };
 
 }  // namespace
