@@ -56,6 +56,7 @@ bool readSaveOptions(const dib_save_options* given, DibSaveOptions& options, Bor
     options.quality = from.quality;
     options.isLossy = from.is_lossy != 0;
     options.compressionLevel = from.compression_level;
+    options.keepsExisting = from.keeps_existing != 0;
     options.runLengths = from.run_lengths != 0;
     return true;
 }

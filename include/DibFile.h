@@ -296,6 +296,7 @@ struct DibSaveOptions {
     const DibMetadata* metadata = nullptr;
     /// WebP: changes pixels a little, by `quality`, for smaller files. Otherwise each pixel stays as it is.
     bool isLossy = false;
+    bool keepsExisting = false;  ///< A save to a path fails with code 3 where there is a file.
 };
 /// @}
 
@@ -391,10 +392,10 @@ DIB_EXPORT bool DibProbeLayers(const void* bytes, std::size_t size, DibLayers* l
 DIB_EXPORT int DibSaveLosses(const DibStream* image, const char* format,
                              const DibSaveOptions* options = nullptr, DibFileResult* result = nullptr);
 
-/// Writes the image to a file, whole or not at all: the file is written under a temporary name beside the
-/// target, flushed to the disk and renamed. Permissions of an existing file are kept. Symbolic links are
-/// followed and stay, also those to a file that does not exist yet. A process that is killed while it saves
-/// may leave the temporary file, `.dib-PID-N` beside the target, which nobody needs.
+/// Writes the image to a file, whole or not at all: the file is written without a name (where the system has
+/// no such files, under a temporary one beside the target), flushed to the disk and put in place. Permissions
+/// of an existing file are kept. Symbolic links are followed and stay, also those to a file that does not
+/// exist yet. The folder is the one that has that name when the save begins.
 /// Losses are noted.
 /// @return False with a code and a reason, and the old file unchanged:
 /// - 3 the file cannot be created;

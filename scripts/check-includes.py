@@ -24,7 +24,7 @@ ALLOWED = {
     # Lists of files and processes for the program: nothing about pictures.
     "batch": set(),
     # The program is an application: it uses the installed headers.
-    "tools": {"include", "batch"},
+    "tools": {"include", "files", "batch"},
     "python": {"include"},
 }
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of

@@ -429,10 +429,12 @@ typedef struct dib_save_options {
     int tiff_compression;  ///< `dib_tiff_compression`.
     /// WebP: not 0 changes pixels a little, by `quality`, for smaller files.
     int is_lossy;
+    int keeps_existing;  ///< Not 0: a save to a path fails with code 3 where there is a file.
+    int reserved;        ///< 0.
 } dib_save_options;
 /// The defaults.
 #define DIB_C_SAVE_OPTIONS_INIT \
-    { sizeof(dib_save_options), NULL, NULL, 0, 90, -1, 1, 0, 0 }
+    { sizeof(dib_save_options), NULL, NULL, 0, 90, -1, 1, 0, 0, 0, 0 }
 
 /// Takes `bytes` bytes and returns whether all were written.
 typedef bool (*dib_write_function)(void* context, const void* from, size_t bytes);

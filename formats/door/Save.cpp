@@ -156,8 +156,8 @@ bool finish(Save& save) {
 
 bool saveTo(Save& save, const char* path) {
     return writeWhole(
-        path, save.result, [&](ByteWriter& file) { return encode(save, file); },
-        [&] { return finish(save); });
+        path, save.result, [&](ByteWriter& file) { return encode(save, file); }, [&] { return finish(save); },
+        save.options.keepsExisting ? files::ReplacedFile::kKeep : files::ReplacedFile::kReplace);
 }
 
 bool saveTo(Save& save, DibBytes* bytes) {

@@ -26,8 +26,9 @@ inline bool refuseForSystem(DibFileResult& result, DibErrorCode code, const char
 // Replaces the file by what `encode(writer)` writes, unless that or `finish()` returns false with a reason.
 // The old file stays then, and where the system fails.
 template <class Encode, class Finish>
-bool writeWhole(const char* path, DibFileResult& result, const Encode& encode, const Finish& finish) {
-    files::ReplacedFile target(path);
+bool writeWhole(const char* path, DibFileResult& result, const Encode& encode, const Finish& finish,
+                files::ReplacedFile::Existing existing = files::ReplacedFile::kReplace) {
+    files::ReplacedFile target(path, existing);
     if (target.error() != 0)
         return refuseForSystem(result, DIB_ERROR_OPEN, "the file cannot be created", target.error());
     dib::FilePtr file = dib::openDescriptor(target.descriptor().number());

@@ -49,8 +49,9 @@ protected:
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_), {}));
     }
     // 0, or the error.
-    int replace(const std::string& name, const std::string& text = "new") const {
-        ReplacedFile file(path(name).c_str());
+    int replace(const std::string& name, const std::string& text = "new",
+                ReplacedFile::Existing existing = ReplacedFile::kReplace) const {
+        ReplacedFile file(path(name).c_str(), existing);
         if (file.error() != 0) return file.error();
         const ssize_t written = ::write(file.descriptor().number(), text.data(), text.size());
         EXPECT_EQ(written, static_cast<ssize_t>(text.size()));
@@ -80,7 +81,6 @@ TEST_F(ReplacedFiles, AppearWhenTheyAreCommitted) {
         {
             ReplacedFile file(path(name).c_str());
             ASSERT_EQ(file.error(), 0);
-            EXPECT_EQ(count(), files + 1);
             EXPECT_EQ(::write(file.descriptor().number(), "text", 4), 4);
         }
         EXPECT_EQ(count(), files) << "the temporary file is removed";
@@ -140,21 +140,94 @@ TEST_F(ReplacedFiles, KeepTheirModeAndArePrivateUntilThen) {
     EXPECT_EQ(mode("first"), 0640U);
 }
 
-TEST_F(ReplacedFiles, MayBeReplacedWhileTheyAreWritten) {
-    write("file", "old", 0600);
+TEST_F(ReplacedFiles, MayBeWantedOnlyWhereThereIsNone) {
+    write("old", "old", 0644);
+    std::filesystem::create_symlink("behind", path("link"));
+    EXPECT_EQ(ReplacedFile(path("old").c_str(), ReplacedFile::kKeep).error(), EEXIST);
+    EXPECT_EQ(replace("new", "new", ReplacedFile::kKeep), 0);
+    EXPECT_EQ(replace("link", "behind", ReplacedFile::kKeep), 0);
+    EXPECT_EQ(replace("link", "behind", ReplacedFile::kKeep), EEXIST);
+    // One that appears while the new file is written.
+    ReplacedFile late(path("late").c_str(), ReplacedFile::kKeep);
+    ASSERT_EQ(late.error(), 0);
+    write("late", "first", 0644);
+    EXPECT_FALSE(late.commit());
+    EXPECT_EQ(late.error(), EEXIST);
+    EXPECT_EQ(read("late"), "first");
+    EXPECT_EQ(read("old"), "old");
+    EXPECT_EQ(read("behind"), "behind");
+    EXPECT_EQ(ReplacedFile("/dev/null", ReplacedFile::kKeep).error(), 0);
+    EXPECT_EQ(count(), 5U);
+}
+
+TEST_F(ReplacedFiles, ReplaceOnesThatAppearMeanwhile) {
     ReplacedFile file(path("file").c_str());
-    // By whoever writes it by name: another file, with the mode of any new file.
-    std::ofstream(path("other")) << "new";
-    std::filesystem::rename(path("other"), file.path());
+    EXPECT_EQ(::write(file.descriptor().number(), "new", 3), 3);
+    write("file", "meanwhile", 0644);
     EXPECT_TRUE(file.commit());
     EXPECT_EQ(read("file"), "new");
-    EXPECT_EQ(mode("file"), 0600U);
     EXPECT_EQ(count(), 1U);
+}
+
+// Whoever may rename the folder must not choose where the file goes.
+TEST_F(ReplacedFiles, StayInTheirFolderWhenAnotherOneGetsItsName) {
+    for (const bool isThere : {false, true}) {
+        std::filesystem::create_directories(path("folder"));
+        std::filesystem::create_directories(path("elsewhere"));
+        if (isThere) write("folder/file", "old", 0600);
+        write("elsewhere/other", "", 0600);
+        ReplacedFile file(path("folder/file").c_str());
+        EXPECT_EQ(::write(file.descriptor().number(), "new", 3), 3);
+        std::filesystem::rename(path("folder"), path("moved"));
+        std::filesystem::create_directory_symlink("elsewhere", path("folder"));
+        EXPECT_TRUE(file.commit());
+        EXPECT_EQ(read("moved/file"), "new");
+        EXPECT_FALSE(std::filesystem::exists(path("elsewhere/file")));
+        std::filesystem::remove_all(path("moved"));
+        std::filesystem::remove(path("folder"));
+    }
+}
+
+// Without /proc nothing can give a nameless file its name.
+TEST_F(ReplacedFiles, HaveATemporaryNameWhereTheyNeedOne) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs a root folder of its own";
+    write("old", "old", 0640);
+    write("kept", "kept", 0644);
+    EXPECT_EXIT(
+        {
+            if (chroot(folder_.c_str()) != 0 || chdir("/") != 0) _exit(99);
+            folder_ = "";
+            const std::string temporary = "/.dib-" + std::to_string(getpid()) + "-";
+            {
+                const ReplacedFile file("/new");
+                const bool isNamed = access((temporary + "1").c_str(), F_OK) == 0;
+                if (file.error() != 0 || !isNamed) _exit(1);
+            }
+            ReplacedFile lost("/old");
+            unlink((temporary + "2").c_str());
+            if (lost.commit() || lost.error() != ENOENT) _exit(2);
+            if (replace("old") != 0 || replace("new") != 0) _exit(3);
+            if (replace("kept", "new", ReplacedFile::kKeep) != EEXIST) _exit(4);
+            if (replace("first", "new", ReplacedFile::kKeep) != 0) _exit(5);
+            ReplacedFile late("/late", ReplacedFile::kKeep);
+            write("late", "first", 0644);
+            if (late.commit() || late.error() != EEXIST) _exit(6);
+            late.~ReplacedFile();
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EQ(read("old"), "new");
+    EXPECT_EQ(mode("old"), 0640U);
+    EXPECT_EQ(read("new"), "new");
+    EXPECT_EQ(read("kept"), "kept");
+    EXPECT_EQ(read("first"), "new");
+    EXPECT_EQ(read("late"), "first");
+    EXPECT_EQ(count(), 5U) << "no temporary file is left";
 }
 
 TEST_F(ReplacedFiles, DevicesAndFilesWithoutANameAreWrittenDirectly) {
     ReplacedFile device("/dev/null");
-    EXPECT_EQ(device.path(), "/dev/null");
+    EXPECT_EQ(device.error(), 0);
     EXPECT_TRUE(device.commit());
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 
@@ -179,8 +252,9 @@ TEST_F(ReplacedFiles, FailWithTheReasonOfTheSystem) {
     EXPECT_FALSE(ReplacedFile(folder_.c_str()).commit());
     EXPECT_EQ(count(), 1U);
 
-    ReplacedFile lost(path("file").c_str());
-    std::filesystem::remove(lost.path());
+    std::filesystem::create_directory(path("folder"));
+    ReplacedFile lost(path("folder/file").c_str());
+    std::filesystem::remove_all(path("folder"));
     EXPECT_FALSE(lost.commit());
     EXPECT_EQ(lost.error(), ENOENT);
     EXPECT_EQ(read("file"), "old");

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <optional>
 
@@ -174,6 +175,33 @@ TEST(DoorSave, LinksToNothingGetTheirFile) {
     EXPECT_STREQ(result.reason, "the file cannot be created: Too many levels of symbolic links");
     EXPECT_TRUE(fs::is_symlink(folder / "loop.png"));
     fs::remove_all(folder);
+}
+
+TEST(DoorSave, FilesThatExistCanBeKept) {
+    const DibPtr image = randomImage(4, 4, 24, 5);
+    DibSaveOptions options;
+    options.keepsExisting = true;
+    const TemporaryFile file(".png");
+    fs::remove(file.path());
+    EXPECT_TRUE(DibSaveFile(file.path(), image.get(), &options));
+    const Bytes first = file.bytes();
+    DibFileResult result;
+    EXPECT_FALSE(DibSaveFile(file.path(), randomImage(5, 5, 24, 6).get(), &options, &result));
+    EXPECT_EQ(result.code, 3);
+    EXPECT_STREQ(result.reason, "the file cannot be created: File exists");
+    EXPECT_EQ(file.bytes(), first);
+    // One that appears before the save ends.
+    const TemporaryFile late(".png");
+    fs::remove(late.path());
+    const auto appear = [](float, void* path) {
+        std::ofstream(static_cast<const char*>(path)) << "late";
+        return true;
+    };
+    EXPECT_FALSE(
+        DibSaveFile(late.path(), image.get(), &options, &result, appear, const_cast<char*>(late.path())));
+    EXPECT_EQ(result.code, 5);
+    EXPECT_STREQ(result.reason, "the file cannot be put in its place: File exists");
+    EXPECT_EQ(late.bytes(), Bytes({'l', 'a', 't', 'e'}));
 }
 
 TEST(DoorSave, OptionsOutOfTheirRangeAreRefused) {

@@ -93,8 +93,7 @@ TEST_F(Layers, AFailedSaveSaysSo) {
     EXPECT_EQ(coded.exitCode, 4);
     EXPECT_EQ(coded.errors,
               "dib: out/000-______etc_passwd.bmp: save: the file cannot be written: File too large\n");
-    EXPECT_EQ(filesHere(), (std::vector<std::string>{"in.bmp", "in.psd", "out"}));
-    EXPECT_TRUE(std::filesystem::is_empty("out"));
+    EXPECT_EQ(filesHere(), (std::vector<std::string>{"in.bmp", "in.psd"}));
 }
 
 TEST_F(Layers, AreWrittenUnderHarmlessNames) {

@@ -60,7 +60,9 @@ TEST_F(TablesInUse, OperationsAndFormatsAreListed) {
         EXPECT_NE(operations.output.find(text), std::string::npos) << operation->name;
         const Result help = run({"help", operation->name});
         EXPECT_EQ(help.exitCode, 0);
-        EXPECT_EQ(help.output, text);
+        // A command may have the name of an operation, and comes first.
+        EXPECT_TRUE(help.output.ends_with(text)) << help.output;
+        EXPECT_EQ(help.output == text, operation->name != std::string_view("compare"));
     }
     const Result formats = run({"formats"});
     EXPECT_EQ(formats.exitCode, 0);

@@ -11,7 +11,7 @@ namespace tool {
 namespace {
 
 volatile std::sig_atomic_t signalled = 0;
-volatile std::sig_atomic_t isWriting = 0;
+volatile std::sig_atomic_t isWriting = 0;  // files
 
 extern "C" void handleSignal(int) {
     if (signalled != 0 && isWriting == 0) _exit(kExitCancelled);
@@ -35,7 +35,7 @@ void stopIfCancelled() {
     if (isCancelled()) throw Failure(kExitCancelled, "cancelled");
 }
 
-FileUnderWay::FileUnderWay() { isWriting = 1; }
-FileUnderWay::~FileUnderWay() { isWriting = 0; }
+FileUnderWay::FileUnderWay() { isWriting = isWriting + 1; }
+FileUnderWay::~FileUnderWay() { isWriting = isWriting - 1; }
 
 }  // namespace tool

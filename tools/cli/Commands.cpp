@@ -8,6 +8,8 @@ namespace tool {
 void declareRun(CLI::App& command);
 void declareEach(CLI::App& command);
 void declareInfo(CLI::App& command);
+void declareCompare(CLI::App& command);
+void declareMontage(CLI::App& command);
 void declareLayers(CLI::App& command);
 void declareGallery(CLI::App& command);
 void declarePalette(CLI::App& command);
@@ -24,6 +26,8 @@ std::span<const Command> commands() {
         {"each", "Applies operations to each of many pictures, several at once", declareEach,
          "INPUT... [OPERATION]... OUTPUT"},
         {"info", "Prints size, depth, row order, palette, compression and format of pictures", declareInfo},
+        {"compare", "Tells what differs between two pictures", declareCompare},
+        {"montage", "Puts many pictures on one, in rows and columns", declareMontage, "INPUT... OUTPUT"},
         {"layers", "Writes each layer of a document as a picture, and manifest.json with their positions",
          declareLayers},
         {"palette", "Writes the palette of a picture as a file of its own", declarePalette},

@@ -26,10 +26,12 @@ public:
     Failure(ExitCode exitCode, const std::string& message)
         : Failure(exitCode, std::vector<std::string>{message}) {}
     Failure(ExitCode exitCode, std::vector<std::string> lines)
-        : std::runtime_error(lines.front()), exitCode_(exitCode), lines_(std::move(lines)) {}
+        : std::runtime_error(lines.empty() ? "" : lines.front()),
+          exitCode_(exitCode),
+          lines_(std::move(lines)) {}
 
     ExitCode exitCode() const { return exitCode_; }
-    // At least one. A line feed inside a line comes from a name and starts no new line.
+    // None where the exit code says all. A line feed inside a line comes from a name and starts no new line.
     const std::vector<std::string>& lines() const { return lines_; }
 
 private:

@@ -146,10 +146,15 @@ void addSaving(CLI::App& command, PictureOptions& options, const std::string& fo
                                   "which keep every pixel without it")
         ->check(between(1, 100))
         ->type_name("QUALITY");
+    addNoClobber(command, options.save);
     command.add_flag(
         "--strict", options.isStrict,
         "Fails before a picture is written of which anything is lost, assumed or damaged, and lists it");
     command.add_flag("--verbose", options.isVerbose, "Lists what is lost and assumed, not only damage");
+}
+
+void addNoClobber(CLI::App& command, DibSaveOptions& options) {
+    command.add_flag("--no-clobber", options.keepsExisting, "Fails where an output exists already");
 }
 
 void addPlugins(CLI::App& command) {

@@ -31,8 +31,10 @@ void addOpening(CLI::App& command, DibLoadOptions& options);
 void addLimit(CLI::App& command, DibLoadOptions& options, const std::string& help);
 // Which picture of the input: "--page", "--layer" and "--level".
 void addParts(CLI::App& command, DibLoadOptions& options);
-// How pictures are saved: "--to", "--quality", "--strict" and "--verbose".
+// How pictures are saved: "--to", "--quality", "--no-clobber", "--strict" and "--verbose".
 void addSaving(CLI::App& command, PictureOptions& options, const std::string& formatHelp);
+// "--no-clobber".
+void addNoClobber(CLI::App& command, DibSaveOptions& options);
 // "--plugins", which takes effect at once.
 void addPlugins(CLI::App& command);
 // "--progress"; `isShown` is set in any case.

@@ -98,10 +98,10 @@ void offerOperands(std::string_view command, const std::string& typed, Offers& o
     if (command == "completion") return offers.addEach("", kShells);
     if (command == "formats") {
         for (const DibFormat* format : formats()) offers.add(format->name, format->title);
+        return;
     }
-    if (command == "info" || command == "layers" || command == "gallery") return offers.alsoFiles();
     if (command == "help") offerCommands(offers);
-    if (command != "help" && command != "ops") return;
+    if (command != "help" && command != "ops") return offers.alsoFiles();
     for (const DibOperation* operation : operations()) offers.add(operation->name, operation->help);
 }
 

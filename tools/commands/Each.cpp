@@ -9,7 +9,6 @@
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Options.h"
-#include "tools/cli/Suggestion.h"
 #include "tools/commands/Run.h"
 #include "tools/io/JsonText.h"
 
@@ -39,27 +38,15 @@ bool isOperation(const std::string& word) {
     return DibFindOperation(word.substr(0, word.find(':')).c_str()) != nullptr;
 }
 
-void addInput(EachJob& job, const std::string& word) {
-    std::error_code none;
-    if (job.inputs.add(word) > 0) return;
-    if (fs::is_directory(word, none))
-        throw usageFailure(word + " is a folder; '" + word + "/*' is its files");
-    const std::string near =
-        suggestion(word.substr(0, word.find(':')), namesOf(operations()), "; there is no such file");
-    throw Failure(kExitBadInput, "each: '" + word + "' is not a file, pattern or operation" + near);
-}
-
 // Sorts the words out: inputs end at the first operation.
-void readWords(EachJob& job) try {
+void readWords(EachJob& job) {
     if (job.words.size() < 2) throw usageFailure("each: INPUT and OUTPUT are required");
     const auto last = job.words.end() - 1;
     // An input may have the name of an operation if it comes first.
     const auto steps = std::find_if(job.words.begin() + 1, last, isOperation);
-    std::for_each(job.words.begin(), steps, [&](const std::string& word) { addInput(job, word); });
+    std::for_each(job.words.begin(), steps,
+                  [&](const std::string& word) { addInput(job.inputs, "each", word); });
     std::for_each(steps, last, [&](const std::string& word) { job.run.chains.push_back(parseStep(word)); });
-} catch (const fs::filesystem_error& error) {
-    throw Failure(kExitBadInput,
-                  error.path1().string() + ": load: the folder cannot be read: " + error.code().message());
 }
 
 // The rows of the table, before any work is done.

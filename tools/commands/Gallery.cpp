@@ -4,8 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <fstream>
+#include <optional>
 #include <span>
 #include <sstream>
 
@@ -17,6 +17,7 @@
 #include "tools/gallery/GalleryPage.h"
 #include "tools/io/Formats.h"
 #include "tools/io/Operations.h"
+#include "tools/io/OutputFolder.h"
 
 namespace tool {
 
@@ -28,7 +29,7 @@ constexpr int kLargestSide = 1024;
 
 struct GalleryJob {
     std::string input;
-    std::string folder;       // created if missing
+    std::string folder;
     PictureOptions pictures;  // how the input is opened
     int longerSide = 320;     // of the shown picture
     bool showsProgress = false;
@@ -101,8 +102,8 @@ public:
         const InputFile file(job_.input);
         loadPicture(file, *input_, job_.pictures, progress_, notes_);
         fit(input_, job_.longerSide, file.title());
-        makeFolder(job_.folder);
-        makeFolder(pathOf(kPictureFolder));
+        folder_.emplace(job_.folder);
+        makeFolder(*folder_ / kPictureFolder);
         save(*input_, kInput);
         DibHandle other(new DibStream);
         paintOther(*other);
@@ -113,22 +114,22 @@ public:
         for (const DibOperation* operation : operations()) render(*operation, page);
         stopIfCancelled();
         save(sheet_.image(), "contact-sheet.jpg");
-        writeText(pathOf("index.html"), page.text());
+        writeText(*folder_ / "index.html", page.text());
+        folder_->finish();
     }
 
 private:
-    std::string pathOf(const std::string& name) const { return std::filesystem::path(job_.folder) / name; }
-
     // In the format of the name's extension.
     void save(const DibStream& image, const std::string& name) {
-        savePicture(pathOf(name), *formatOfExtension(name), image, job_.pictures, progress_, notes_);
+        savePicture(*folder_ / name, *formatOfExtension(name), image, job_.pictures, progress_, notes_,
+                    job_.folder + "/" + name);
     }
 
     // Saves a picture of the page.
     ShownPicture show(const DibHandle& image, const std::string& name) {
         const std::string picture = std::string(kPictureFolder) + "/" + name + ".png";
         save(*image, picture);
-        std::ifstream file(pathOf(picture), std::ios::binary);
+        std::ifstream file(*folder_ / picture, std::ios::binary);
         std::ostringstream bytes;
         bytes << file.rdbuf();
         return {bytes.str(), image.width(), image.height(), image.bitCount()};
@@ -156,12 +157,13 @@ private:
         const DibChain parsed = parseChain(chain);
         for (const DibStep& step : std::span(parsed.steps, static_cast<std::size_t>(parsed.stepCount))) {
             call += (call.empty() ? "" : "\n") + callText(step, image);
-            applyStep(step, image, {kInput, job_.pictures, progress_, notes_, job_.folder});
+            applyStep(step, image, {kInput, job_.pictures, progress_, notes_, *folder_ / ""});
         }
         return call;
     }
 
     const GalleryJob& job_;
+    std::optional<OutputFolder> folder_;
     Notes notes_{job_.pictures};
     Progress progress_{stepCount() + 1, job_.showsProgress};
     DibHandle input_{new DibStream};
@@ -173,7 +175,7 @@ private:
 void declareGallery(CLI::App& command) {
     const auto job = std::make_shared<GalleryJob>();
     addOperand(command, "INPUT", job->input, "A picture; '-' is standard input");
-    addOperand(command, "FOLDER", job->folder, "Folder for the page; created if missing");
+    addOperand(command, "FOLDER", job->folder, "Folder for the page; a new or an empty one");
     addOpening(command, job->pictures.load);
     command
         .add_option("--side", job->longerSide,

@@ -13,11 +13,16 @@ namespace {
 
 std::string helpOn(const CLI::App& app, const std::string& topic) {
     if (topic.empty()) return app.help();
-    if (const DibOperation* operation = DibFindOperation(topic.c_str()))
-        return description(*operation, DIB_DESCRIBE_HELP);
-    if (const CLI::App* command = findCommand(app, topic)) return command->help("dib");
+    const DibOperation* operation = DibFindOperation(topic.c_str());
+    const CLI::App* command = findCommand(app, topic);
+    // Some words are both.
+    std::string text = command != nullptr ? command->help("dib") : "";
+    if (operation != nullptr)
+        text += (text.empty() ? "" : "\nOperation of `dib run`:\n\n") +
+                description(*operation, DIB_DESCRIBE_HELP);
+    if (!text.empty()) return text;
     std::vector<std::string> names = namesOf(operations());
-    for (const Command& command : commands()) names.emplace_back(command.name);
+    for (const Command& row : commands()) names.emplace_back(row.name);
     throw usageFailure("no operation or command '" + topic + "'" +
                        suggestion(topic, names, "; `dib ops` lists the operations"));
 }

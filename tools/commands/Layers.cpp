@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cctype>
-#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "tools/commands/Documents.h"
 #include "tools/commands/Pictures.h"
 #include "tools/io/Formats.h"
+#include "tools/io/OutputFolder.h"
 
 namespace tool {
 
@@ -84,8 +84,7 @@ void loadLayer(const InputFile& file, std::size_t number, const DibLayer& layer,
 
 void exportLayers(const LayersJob& job) {
     const char* chosen = job.pictures.save.format != nullptr ? job.pictures.save.format : "png";
-    const DibFormat& format = *DibFindFormat(chosen);
-    requireSaver(format, job.folder);
+    const DibFormat& format = *formatForOutput(job.folder, chosen);
     Notes notes(job.pictures);
     const InputFile file(job.document, InputFile::kReadTwice, job.pictures.load);
     DibFileInfo header;
@@ -100,6 +99,7 @@ void exportLayers(const LayersJob& job) {
     if (layers.count < static_cast<std::size_t>(header.layers))
         throw Failure(kExitBadInput, file.title() + ": load: the layers are damaged or end too early");
 
+    OutputFolder folder(job.folder);
     Progress progress(layers.count + 1, job.showsProgress);
     std::vector<LayerPicture> pictures;
     for (std::size_t layer = 0; layer < layers.count; ++layer) {
@@ -107,7 +107,6 @@ void exportLayers(const LayersJob& job) {
         loadLayer(file, layer, layers.items[layer], job, progress, notes, pictures);
         progress.endStep();
     }
-    makeFolder(job.folder);
     progress.beginStep("save");
     Json manifest = {{"document", file.title()}, {"width", header.width}, {"height", header.height}};
     manifest.update(documentJson(header, layers));
@@ -118,11 +117,12 @@ void exportLayers(const LayersJob& job) {
     for (const LayerPicture& picture : pictures) {
         const std::string name = fileNameOf(picture.layer, layers.items[picture.layer].name,
                                             picture.part->suffix, extensionFor(chosen));
-        savePicture(std::filesystem::path(job.folder) / name, format, *picture.image, job.pictures, progress,
-                    notes);
+        savePicture(folder / name, format, *picture.image, job.pictures, progress, notes,
+                    job.folder + "/" + name);
         manifest["layers"][picture.layer][picture.part->key] = name;
     }
-    writeText(std::filesystem::path(job.folder) / "manifest.json", jsonText(manifest));
+    writeText(folder / "manifest.json", jsonText(manifest));
+    folder.finish();
     progress.endStep();
 }
 
@@ -131,7 +131,7 @@ void exportLayers(const LayersJob& job) {
 void declareLayers(CLI::App& command) {
     const auto job = std::make_shared<LayersJob>();
     addOperand(command, "FILE", job->document, "A document; '-' is standard input");
-    addOperand(command, "FOLDER", job->folder, "Folder for the pictures; created if missing");
+    addOperand(command, "FOLDER", job->folder, "Folder for the pictures; a new or an empty one");
     addOpening(command, job->pictures.load);
     addSaving(command, job->pictures, "Format of the pictures");
     addProgress(command, job->showsProgress);

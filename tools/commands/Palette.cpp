@@ -42,7 +42,8 @@ void exportPalette(const PaletteJob& job) {
         throw Failure(kExitBadInput, file.title() + ": " + result.reason +
                                          (hasNone ? "; `dib run` with colors:256 makes one" : ""));
     }
-    writeText(job.palette, {reinterpret_cast<const char*>(bytes.data), bytes.size});
+    writeText(job.palette, {reinterpret_cast<const char*>(bytes.data), bytes.size},
+              pictures.save.keepsExisting);
 }
 
 }  // namespace
@@ -53,6 +54,7 @@ void declarePalette(CLI::App& command) {
     addOperand(command, "FILE", job->palette,
                "The file to write: .gpl of GIMP, .pal of JASC or .act of Adobe");
     addOpening(command, job->pictures.load);
+    addNoClobber(command, job->pictures.save);
     addProgress(command, job->showsProgress);
     command.callback([job] { exportPalette(*job); });
 }

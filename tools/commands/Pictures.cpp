@@ -129,14 +129,13 @@ void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
     frame.progress.endStep();
 }
 
-void requireSaver(const DibFormat& format, const std::string& title) {
-    if (format.writeDepths == 0)
-        throw usageFailure(title + ": cannot write " + std::string(format.name) + " files");
-}
-
 void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,
-                 const PictureOptions& options, Progress& progress, Notes& notes) {
-    const std::string title = (name == "-" ? "standard output" : name) + ": save";
+                 const PictureOptions& options, Progress& progress, Notes& notes,
+                 const std::string& shownName) {
+    const std::string title = (!shownName.empty() ? shownName
+                               : name == "-"      ? "standard output"
+                                                  : name) +
+                              ": save";
     DibSaveOptions save = options.save;
     // An extension may choose among the formats of a family, as pgm and ppm do.
     const std::string extension = std::filesystem::path(name).extension();

@@ -70,12 +70,11 @@ struct StepFrame {
 // Throws Failure (operation, or bad input for a second picture).
 void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame);
 
-// Throws Failure (usage) when the format cannot be written.
-void requireSaver(const DibFormat& format, const std::string& title);
 // Saves a picture within the current step of the progress. Throws Failure (output, or strict before
-// anything is written).
+// anything is written), which calls the file by its name or by `shownName`.
 void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,
-                 const PictureOptions& options, Progress& progress, Notes& notes);
+                 const PictureOptions& options, Progress& progress, Notes& notes,
+                 const std::string& shownName = {});
 
 }  // namespace tool
 

@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 #include <utility>
 
 #include "tools/cli/Options.h"
+#include "tools/cli/Suggestion.h"
 #include "tools/commands/Run.h"
 #include "tools/io/Formats.h"
 
@@ -51,14 +53,20 @@ void checkPaths(const RunJob& job) {
 
 const DibFormat* outputFormat(const RunJob& job) {
     const char* chosen = job.pictures.save.format;
-    if (job.output == "-" && chosen == nullptr) return nullptr;
-    const DibFormat* format = chosen != nullptr ? DibFindFormat(chosen) : formatOfExtension(job.output);
-    if (format == nullptr) {
-        throw usageFailure(job.output + ": no format has this extension" +
-                           extensionSuggestion(job.output, "; use --to"));
-    }
-    requireSaver(*format, job.output);
-    return format;
+    return job.output == "-" && chosen == nullptr ? nullptr : formatForOutput(job.output, chosen);
+}
+
+void addInput(batch::Inputs& inputs, const std::string& command, const std::string& word) try {
+    std::error_code none;
+    if (inputs.add(word) > 0) return;
+    if (std::filesystem::is_directory(word, none))
+        throw usageFailure(word + " is a folder; '" + word + "/*' is its files");
+    throw Failure(kExitBadInput, command + ": '" + word + "' is not a file, pattern or operation" +
+                                     suggestion(word.substr(0, word.find(':')), namesOf(operations()),
+                                                "; there is no such file"));
+} catch (const std::filesystem::filesystem_error& error) {
+    throw Failure(kExitBadInput,
+                  error.path1().string() + ": load: the folder cannot be read: " + error.code().message());
 }
 
 void addRunning(CLI::App& command, RunJob& job) {
@@ -85,7 +93,7 @@ void runJob(const RunJob& job) {
     if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
         throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
     const DibFormat* format = outputFormat(job);
-    requireWritable(job.output);
+    requireWritable(job.output, job.pictures.save.keepsExisting);
     checkPaths(job);
     PictureOptions pictures = job.pictures;
     pictures.load.keepsPalette = keepsPalette(job, format);

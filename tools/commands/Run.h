@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "batch/OutputNames.h"
 #include "tools/commands/Pictures.h"
 
 namespace CLI {
@@ -30,6 +31,8 @@ void addRunning(CLI::App& command, RunJob& job);
 const DibFormat* outputFormat(const RunJob& job);
 // Checks before any work is done that the files which the steps name can be read. Throws Failure (bad input).
 void checkPaths(const RunJob& job);
+// Adds the files of a word. Throws Failure (bad input) when there are none.
+void addInput(batch::Inputs& inputs, const std::string& command, const std::string& word);
 // Leaves the output unchanged when it fails. Throws Failure.
 void runJob(const RunJob& job);
 

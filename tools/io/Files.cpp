@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "files/ReplacedFile.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 
@@ -83,10 +84,12 @@ bool InputFile::load(DibStream& image, const DibLoadOptions& options, DibFileRes
     return DibLoadFile(name_.c_str(), &image, &options, &result, callback, user);
 }
 
-void requireWritable(const std::string& name) {
+void requireWritable(const std::string& name, bool keepsExisting) {
     if (name == "-") return;
     std::error_code none;
     const bool isThere = std::filesystem::exists(name, none);
+    if (keepsExisting && std::filesystem::is_regular_file(name, none))
+        throw Failure(kExitOutputFailed, name + ": save: the file exists already (--no-clobber)");
     const std::string folder = std::filesystem::path(name).parent_path();
     const std::string target = isThere ? name : folder.empty() ? "." : folder + "/";
     errno = std::filesystem::is_directory(name, none) ? EISDIR : 0;
@@ -104,15 +107,18 @@ void makeFolder(const std::string& folder) {
     }
 }
 
-void writeText(const std::string& name, const std::string& text) {
-    const std::string unfinished = name + ".part";
-    FilePtr file(std::fopen(unfinished.c_str(), "wb"));
-    bool isWritten = file != nullptr && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-    isWritten = file != nullptr && std::fclose(file.release()) == 0 && isWritten;
-    if (isWritten && std::rename(unfinished.c_str(), name.c_str()) == 0) return;
-    const std::string why = systemError();
-    std::remove(unfinished.c_str());
-    throw Failure(kExitOutputFailed, name + ": save: the file cannot be written: " + why);
+void writeText(const std::string& name, const std::string& text, bool keepsExisting) {
+    errno = 0;
+    files::ReplacedFile file(name.c_str(),
+                             keepsExisting ? files::ReplacedFile::kKeep : files::ReplacedFile::kReplace);
+    const FilePtr stream(file.error() == 0 ? fdopen(file.descriptor().number(), "wb") : nullptr);
+    if (stream != nullptr) file.descriptor().take();
+    const bool isWritten =
+        stream != nullptr && std::fwrite(text.data(), 1, text.size(), stream.get()) == text.size() &&
+        std::fflush(stream.get()) == 0 && files::ReplacedFile::storeOnDisk(fileno(stream.get()));
+    if (isWritten && file.commit()) return;
+    if (file.error() != 0) errno = file.error();
+    throw Failure(kExitOutputFailed, name + ": save: the file cannot be written: " + systemError());
 }
 
 }  // namespace tool

@@ -47,11 +47,11 @@ private:
 };
 
 // Checks before any work is done that an output can be created. Throws Failure (output).
-void requireWritable(const std::string& name);
+void requireWritable(const std::string& name, bool keepsExisting = false);
 // Creates a folder and those above it, as far as they are missing. Throws Failure (output).
 void makeFolder(const std::string& folder);
 // Writes a file of these bytes, whole or not at all. Throws Failure (output).
-void writeText(const std::string& name, const std::string& text);
+void writeText(const std::string& name, const std::string& text, bool keepsExisting = false);
 
 }  // namespace tool
 

@@ -30,7 +30,10 @@ const char* extensionFor(const char* spelling) {
     return std::strcmp(spelling, format.name) == 0 ? format.extensions[0] : spelling;
 }
 
-std::string extensionSuggestion(const std::string& fileName, std::string_view otherwise) {
+namespace {
+
+// The end of a message about an unknown extension of a file.
+std::string extensionSuggestion(const std::string& fileName) {
     std::vector<std::string> extensions;
     for (const DibFormat* format : formats()) {
         if (format->writeDepths == 0) continue;
@@ -38,7 +41,18 @@ std::string extensionSuggestion(const std::string& fileName, std::string_view ot
             extensions.push_back("." + std::string(extension));
     }
     return suggestion(CLI::detail::to_lower(std::filesystem::path(fileName).extension()), extensions,
-                      otherwise);
+                      "; use --to");
+}
+
+}  // namespace
+
+const DibFormat* formatForOutput(const std::string& fileName, const char* chosen) {
+    const DibFormat* format = chosen != nullptr ? DibFindFormat(chosen) : formatOfExtension(fileName);
+    if (format == nullptr)
+        throw usageFailure(fileName + ": no format has this extension" + extensionSuggestion(fileName));
+    if (format->writeDepths == 0)
+        throw usageFailure(fileName + ": cannot write " + std::string(format->name) + " files");
+    return format;
 }
 
 }  // namespace tool

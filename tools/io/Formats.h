@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <string>
-#include <string_view>
 
 namespace tool {
 
@@ -27,8 +26,9 @@ const char* formatNamed(const std::string& typed);
 // The extension for new files of a format with that spelling.
 const char* extensionFor(const char* spelling);
 
-// The end of a message about an unknown extension of a file (tools/cli/Suggestion.h).
-std::string extensionSuggestion(const std::string& fileName, std::string_view otherwise);
+// The format of an output: the chosen one, or that of its extension. Throws Failure (usage) when there is
+// none or it cannot be written.
+const DibFormat* formatForOutput(const std::string& fileName, const char* chosen);
 
 // A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 bits", or "no" for none.
 inline std::string depthsText(unsigned int depths) {

@@ -7,6 +7,8 @@
 
 #ifdef __APPLE__
 #include <mach-o/dyld.h>
+#else
+#include <sys/auxv.h>
 #endif
 
 namespace tool {
@@ -23,7 +25,10 @@ fs::path ownPath() {
     std::uint32_t size = sizeof path;
     return _NSGetExecutablePath(path, &size) == 0 ? fs::canonical(path, error) : fs::path();
 #else
-    return fs::read_symlink("/proc/self/exe", error);
+    const fs::path path = fs::read_symlink("/proc/self/exe", error);
+    // Without /proc: what the system was asked to start.
+    const auto* asked = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    return !error || asked == nullptr ? path : fs::canonical(asked, error);
 #endif
 }
 

@@ -1,0 +1,76 @@
+// `dib montage`.
+#include <filesystem>
+
+#include "tests/tools/Program.h"
+
+namespace tool_test {
+
+namespace {
+
+class Montage : public ToolTest {
+protected:
+    // Three pictures of one colour each.
+    void SetUp() override {
+        ToolTest::SetUp();
+        const std::pair<std::string, std::string> kPictures[] = {
+            {"a", "#ff0000"}, {"b", "#00ff00"}, {"c", "#0000ff"}};
+        for (const auto& [name, color] : kPictures)
+            ASSERT_EQ(run({"run", "in.bmp", "border:8,color=" + color, "crop:0,0,8x6", name + ".bmp"}).errors,
+                      "");
+        ASSERT_EQ(run({"run", "c.bmp", "crop:0,0,4x2", "c.bmp"}).errors, "");
+    }
+    // "rrggbbaa" of a pixel from the top left.
+    static std::string at(DibStream& image, int x, int y) {
+        const unsigned char* pixel = image.Pixel(x, y);
+        char text[16];
+        std::snprintf(text, sizeof text, "%02x%02x%02x%02x", pixel[2], pixel[1], pixel[0], pixel[3]);
+        return text;
+    }
+};
+
+TEST_F(Montage, PutsPicturesInCells) {
+    EXPECT_EQ(
+        run({"montage", "a.bmp", "b.bmp", "c.bmp", "--gap=1", "--background=#01020304", "sheet.bmp"}).errors,
+        "");
+    DibStream sheet;
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    ASSERT_EQ(sheet.Header->biBitCount, 32);
+    EXPECT_EQ(sheet.Header->biWidth, 19);
+    EXPECT_EQ(sheet.Header->biHeight, 15);
+    EXPECT_EQ(at(sheet, 0, 0), "01020304");
+    EXPECT_EQ(at(sheet, 1, 1), "ff0000ff");
+    EXPECT_EQ(at(sheet, 8, 6), "ff0000ff");
+    EXPECT_EQ(at(sheet, 9, 6), "01020304");
+    EXPECT_EQ(at(sheet, 10, 1), "00ff00ff");
+    // In the middle of its cell, which begins at 1, 8.
+    EXPECT_EQ(at(sheet, 2, 10), "01020304");
+    EXPECT_EQ(at(sheet, 3, 10), "0000ffff");
+    EXPECT_EQ(at(sheet, 6, 11), "0000ffff");
+    EXPECT_EQ(at(sheet, 7, 11), "01020304");
+    EXPECT_EQ(at(sheet, 10, 8), "01020304");
+}
+
+TEST_F(Montage, TilesAndColumns) {
+    EXPECT_EQ(run({"montage", "a.bmp", "b.bmp", "in.bmp", "--columns=3", "--tile=4x4", "sheet.bmp"}).errors,
+              "");
+    DibStream sheet;
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(sheet.Header->biWidth, 12);
+    EXPECT_EQ(sheet.Header->biHeight, 3);
+    EXPECT_EQ(at(sheet, 3, 1), "ff0000ff");
+    EXPECT_EQ(at(sheet, 4, 1), "00ff00ff");
+}
+
+TEST_F(Montage, Mistakes) {
+    EXPECT_EQ(run({"montage", "a.bmp"}).exitCode, 2);
+    EXPECT_EQ(run({"montage", "absent.bmp", "sheet.bmp"}).exitCode, 3);
+    EXPECT_EQ(run({"montage", "a.bmp", "sheet.xyz"}).exitCode, 2);
+    EXPECT_EQ(run({"montage", "a.bmp", "--background=red", "sheet.bmp"}).exitCode, 2);
+    EXPECT_EQ(run({"montage", "a.bmp", "--tile=big", "sheet.bmp"}).exitCode, 2);
+    EXPECT_EQ(run({"montage", "a.bmp", "--no-clobber", "b.bmp"}).exitCode, 4);
+    EXPECT_FALSE(std::filesystem::exists("sheet.bmp"));
+}
+
+}  // namespace
+
+}  // namespace tool_test
