@@ -146,6 +146,11 @@ endif()
 if(TARGET dib)
     add_test(NAME system.completions
         COMMAND bash ${system_dir}/completions.sh $<TARGET_FILE:dib> ${system_work}/completions)
+    add_test(NAME system.everyday-jobs
+        COMMAND ${Python3_EXECUTABLE} -B ${system_dir}/everyday-jobs.py
+                $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${PROJECT_SOURCE_DIR}/docs/everyday-jobs.md
+                ${PROJECT_SOURCE_DIR}/fuzz/seeds/gif/animated.gif ${system_work}/everyday-jobs)
+    set_tests_properties(system.everyday-jobs PROPERTIES TIMEOUT 120)
     add_test(NAME system.many-pictures
         COMMAND bash ${system_dir}/many-pictures.sh
                 $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${system_work}/many-pictures)

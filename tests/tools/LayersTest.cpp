@@ -48,7 +48,7 @@ TEST_F(Layers, AreTold) {
               "  layer 1 \"Empty\": 0x0 at 0,0, normal, opacity 255, visible\n"
               "  layer 2 \"?[31m?\": 2x2 at 0,0, unknown, opacity 255, hidden, mask 3x2 at 2,1\n");
 
-    const json info = json::parse(run({"info", "--json", "in.psd"}).output)[0];
+    const json info = json::parse(run({"info", "--json", "in.psd"}).output)["files"][0];
     EXPECT_EQ(info["colorMode"], "RGB");
     EXPECT_EQ(info["compression"], "none");
     EXPECT_EQ(info["bitsPerChannel"], 8);
@@ -163,7 +163,7 @@ TEST_F(Layers, ThatEndTooEarlyAreCounted) {
         24);
     document_.layerSection = testing_support::PsdBytes(section.begin(), section.end());
     write();
-    const json info = json::parse(run({"info", "--json", "in.psd"}).output)[0];
+    const json info = json::parse(run({"info", "--json", "in.psd"}).output)["files"][0];
     EXPECT_EQ(info["layerCount"], 2);
     EXPECT_EQ(info["layers"].size(), 1U);
     const Result result = run({"layers", "in.psd", "out"});

@@ -71,7 +71,7 @@ TEST_F(PlatformFormats, EightBitsStayEightBits) {
     ASSERT_EQ(run({"run", "in.bmp", "bpp:8,method=median", "indexed.bmp"}).errors, "");
     for (const std::string file : {"out.png", "out.tif"}) {
         EXPECT_EQ(run({"run", "--strict", "indexed.bmp", file}).errors, "");
-        EXPECT_EQ(json::parse(run({"info", "--json", file}).output)[0]["bitsPerPixel"], 8);
+        EXPECT_EQ(json::parse(run({"info", "--json", file}).output)["files"][0]["bitsPerPixel"], 8);
         EXPECT_EQ(run({"run", "--strict", file, "back.bmp"}).errors, "");
         EXPECT_EQ(readFile("back.bmp"), readFile("indexed.bmp")) << file;
     }
@@ -178,7 +178,7 @@ TEST_F(PlatformFormats, TheContentTellsWhatAFileIs) {
         // Also where the name says another thing.
         std::filesystem::rename("unnamed", "misnamed.tga");
         EXPECT_EQ(run({"run", "misnamed.tga", "back.bmp"}).exitCode, 0) << row.format;
-        const json info = json::parse(run({"info", "--json", "misnamed.tga"}).output)[0];
+        const json info = json::parse(run({"info", "--json", "misnamed.tga"}).output)["files"][0];
         EXPECT_EQ(info["format"], row.format);
         EXPECT_EQ(info["width"], picture_.Header->biWidth);
         EXPECT_EQ(info["height"], picture_.Header->biHeight);

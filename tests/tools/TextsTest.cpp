@@ -23,7 +23,7 @@ using Completion = ToolTest;
 nlohmann::json infoOf(const std::string& file) {
     const Result result = run({"info", "--json", file});
     EXPECT_EQ(result.exitCode, 0) << result.errors;
-    return nlohmann::json::parse(result.output)[0];
+    return nlohmann::json::parse(result.output)["files"][0];
 }
 
 TEST_F(Info, TellsWhatWasRead) {
@@ -36,13 +36,15 @@ TEST_F(Info, TellsWhatWasRead) {
     EXPECT_EQ(text.output,
               "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n"
               "indexed.bmp: bmp, 5x3 pixels, 8 bits, bottom-up, palette of 16, compression none\n");
-    const nlohmann::json expected = nlohmann::json::parse(R"([
+    const nlohmann::json expected = nlohmann::json::parse(R"({"schema": 1, "files": [
         {"file": "in.bmp", "format": "bmp", "width": 33, "height": 21, "bitsPerPixel": 24,
          "storedBitsPerPixel": 24, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 0,
-         "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null},
+         "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null,
+         "profileBytes": 0},
         {"file": "indexed.bmp", "format": "bmp", "width": 5, "height": 3, "bitsPerPixel": 8,
          "storedBitsPerPixel": 8, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 16,
-         "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null}])");
+         "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null,
+         "profileBytes": 0}]})");
     EXPECT_EQ(nlohmann::json::parse(run({"info", "in.bmp", "indexed.bmp", "--json"}).output), expected);
 }
 
@@ -95,7 +97,7 @@ TEST_F(Info, MarksOfDirectionAndEightBitControlsDoNotPass) {
     EXPECT_EQ(run({"info", turned}).output.substr(0, 13), "?fdp.bmp: bmp");
     const std::string json = run({"info", "--json", turned}).output;
     EXPECT_NE(json.find("\"file\": \"\\u202efdp.bmp\""), std::string::npos) << json;
-    EXPECT_EQ(nlohmann::json::parse(json)[0]["file"], turned);
+    EXPECT_EQ(nlohmann::json::parse(json)["files"][0]["file"], turned);
 }
 
 TEST(Printable, ReplacesWhatSteersATerminal) {
@@ -114,6 +116,32 @@ TEST(Printable, ReplacesWhatSteersATerminal) {
     EXPECT_EQ(tool::printableJson("{\n\"\xC2\x9B\xE2\x80\xAE\"}\n"), "{\n\"\\u009b\\u202e\"}\n");
 }
 
+TEST_F(Info, TellsTheFileAndNotTheLoadedPicture) {
+    // A PNG file of 16 bits a sample, with alpha, 300x150 dpi.
+    const auto chunk = [](const std::string& kind, const std::string& data) {
+        const std::string body = kind + data;
+        const auto word = [](std::uint32_t value) {
+            std::string bytes;
+            for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift & 0xFF);
+            return bytes;
+        };
+        std::uint32_t crc = 0xFFFFFFFF;
+        for (const char c : body) {
+            crc ^= static_cast<unsigned char>(c);
+            for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) != 0 ? crc >> 1 ^ 0xEDB88320 : crc >> 1;
+        }
+        return word(static_cast<std::uint32_t>(data.size())) + body + word(~crc);
+    };
+    const std::string head("\0\0\0\3\0\0\0\2\x10\6\0\0\0", 13);
+    const std::string dots("\0\0\x2E\x23\0\0\x17\x12\1", 9);
+    writeFile("deep.png", "\x89PNG\r\n\x1A\n" + chunk("IHDR", head) + chunk("pHYs", dots) +
+                              chunk("IDAT", "pixels are not read") + chunk("IEND", ""));
+    EXPECT_EQ(run({"info", "deep.png"}).output,
+              "deep.png: png, 3x2 pixels, 32 bits (64 in the file), bottom-up, alpha, compression deflate, "
+              "300x150 dpi\n");
+    EXPECT_EQ(infoOf("deep.png")["storedBitsPerPixel"], 64);
+}
+
 TEST_F(Info, SpeaksOfOneBit) {
     EXPECT_EQ(run({"run", "in.bmp", "bpp:1", "out.bmp"}).exitCode, 0);
     EXPECT_EQ(run({"info", "out.bmp"}).output,
@@ -128,7 +156,8 @@ TEST_F(Info, GoesOnAfterABadFile) {
     EXPECT_EQ(result.errors,
               "dib: bad.bmp: load: the file ends inside its header\n"
               "dib: missing.bmp: load: the file cannot be opened: No such file or directory\n");
-    EXPECT_EQ(nlohmann::json::parse(run({"info", "--json", "bad.bmp"}).output), nlohmann::json::array());
+    EXPECT_EQ(nlohmann::json::parse(run({"info", "--json", "bad.bmp"}).output)["files"],
+              nlohmann::json::array());
 }
 
 // Pixels are neither decoded nor allocated, so a file of a few bytes will do.
@@ -174,7 +203,7 @@ TEST_F(Info, TellsThePicturesOfAFolder) {
               "bmp    33x21        24    none         folder/first.bmp\n"
               "bmp    33x21        24    none         folder/second\n"
               "png    33x21        8     deflate      folder/z ?.png\n");
-    const nlohmann::json json = nlohmann::json::parse(run({"info", "--json", "folder/"}).output);
+    const nlohmann::json json = nlohmann::json::parse(run({"info", "--json", "folder/"}).output)["files"];
     ASSERT_EQ(json.size(), 3U);
     EXPECT_EQ(json[0]["file"], "folder/first.bmp");
     EXPECT_EQ(json[2]["bitsPerPixel"], 8);

@@ -74,7 +74,8 @@ Json jsonOf(const PictureInfo& info) {
                  {"pages", header.pages},
                  {"levels", header.levels},
                  {"orientation", metadata.orientation},
-                 {"resolution", Json()}};
+                 {"resolution", Json()},
+                 {"profileBytes", metadata.colorProfile.size}};
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
     if (!info.pageNames.empty()) json["pageNames"] = info.pageNames;
     if (info.isDocument) json.update(documentJson(header, info.layers));
@@ -97,13 +98,20 @@ std::string textOf(const PictureInfo& info) {
     const DibMetadata& metadata = info.result.metadata;
     std::string text = printable(info.file) + ": " + header.format->name + ", " +
                        std::to_string(header.width) + "x" + std::to_string(header.height) + " pixels, " +
-                       count(header.bitCount, "bit") + ", " + (header.isTopDown ? "top-down" : "bottom-up");
+                       count(header.bitCount, "bit");
+    const bool isOther = header.storedBits != 0 && header.storedBits != header.bitCount;
+    if (isOther) text += " (" + std::to_string(header.storedBits) + " in the file)";
+    text += header.isTopDown ? ", top-down" : ", bottom-up";
+    if (header.hasAlpha) text += ", alpha";
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
     if (header.pages > 1) text += ", " + count(header.pages, "page");
     if (header.layers > 0 && !info.isDocument) text += ", " + count(header.layers, "layer");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
     if (metadata.xResolution != 0) text += ", " + resolutionText(metadata) + " dpi";
+    if (metadata.orientation != 1) text += ", orientation " + std::to_string(metadata.orientation);
+    if (metadata.colorProfile.size != 0)
+        text += ", colour profile of " + std::to_string(metadata.colorProfile.size) + " bytes";
     text += "\n";
     for (std::size_t i = 0; i < info.pageNames.size(); ++i)
         text += "  page " + std::to_string(i) + " \"" + printable(info.pageNames[i]) + "\"\n";
@@ -191,7 +199,7 @@ private:
 
 void printInfo(const InfoJob& job) {
     Reader reader(job.options);
-    Json json = Json::array();
+    Json json = {{"schema", 1}, {"files", Json::array()}};
     std::string text;
     for (const std::string& name : job.names) {
         const std::vector<PictureInfo> infos = reader.read(name);
@@ -199,7 +207,7 @@ void printInfo(const InfoJob& job) {
         const bool isTable = !infos.empty() && fs::is_directory(name, none);
         if (isTable) text += tableOf(infos);
         for (const PictureInfo& info : infos) {
-            if (job.asJson) json.push_back(jsonOf(info));
+            if (job.asJson) json["files"].push_back(jsonOf(info));
             if (!isTable) text += textOf(info);
         }
     }
