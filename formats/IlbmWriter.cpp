@@ -10,11 +10,10 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/Numbers.h"
-#include "dib/PixelReader.h"
 #include "dib/Raster.h"
-#include "dib/RowConverter.h"
 #include "formats/BitPlanes.h"
 #include "formats/CodecFrame.h"
+#include "formats/FileRows.h"
 #include "formats/Ilbm.h"
 #include "formats/IlbmLayout.h"
 #include "formats/PackBits.h"
@@ -215,27 +214,22 @@ class RowSource {
 public:
     RowSource(const DibStream& image, const dib::Raster& raster)
         : raster_(raster),
-          convert_(fileBits(raster.bitCount) != raster.bitCount
-                       ? dib::converterOf(raster.bitCount, dib::Packed::kBgr)
-                       : nullptr),
+          isConverted_(fileBits(raster.bitCount) != raster.bitCount),
           colors_(*image.Header),
-          row_(dib::allocateArray<unsigned char>(convert_ != nullptr ? 3 * raster.columns() : 1)) {}
+          row_(dib::allocateArray<unsigned char>(isConverted_ ? 3 * raster.columns() : 1)) {}
     bool ready() const { return row_ != nullptr; }
 
     // Valid until the next call.
     const unsigned char* row(int y) {
         const unsigned char* stored = raster_.row(y);
-        if (convert_ == nullptr) return stored;
-        const std::size_t bytes = raster_.bytesPerPixel();
-        dib::forEachStrip(raster_.width, [&](std::size_t x, std::size_t count) {
-            convert_(stored + bytes * x, row_.get() + 3 * x, count, colors_);
-        });
+        if (!isConverted_) return stored;
+        convertFileRow(stored, raster_.bitCount, row_.get(), dib::Packed::kBgr, raster_.columns(), colors_);
         return row_.get();
     }
 
 private:
     dib::Raster raster_;
-    dib::RowConverter convert_;
+    bool isConverted_;
     dib::IndexColors colors_;
     dib::MallocPtr<unsigned char> row_;
 };

@@ -4,10 +4,9 @@
 
 #include "dib/ImageSize.h"
 #include "dib/Raster.h"
-#include "dib/RowConverter.h"
 #include "formats/Bundles.h"
-#include "formats/ChannelMasks.h"
 #include "formats/Exif.h"
+#include "formats/FileRows.h"
 #include "formats/door/Frame.h"
 
 namespace formats {
@@ -30,6 +29,13 @@ bool holdsAlpha(const DibPluginDescription& description) {
 bool isForColors(const DibBytes& profile) {
     constexpr std::size_t kColorSpace = 16;
     return profile.size >= kColorSpace + 4 && std::memcmp(profile.data + kColorSpace, "RGB ", 4) == 0;
+}
+
+// Whether the EXIF block gives the resolution.
+bool isResolutionInExif(const DibMetadata& metadata) {
+    DibMetadata inBlock;
+    if (metadata.exif.size > 0) applyExif({metadata.exif.data, metadata.exif.size}, inBlock);
+    return inBlock.xResolution == metadata.xResolution && inBlock.yResolution == metadata.yResolution;
 }
 
 // The record that a bundle gets, and where its file goes.
@@ -88,14 +94,8 @@ private:
         if (y < 0 || y >= raster.height || pixels == nullptr) return;
         const unsigned char* row = raster.row(y);
         const auto width = static_cast<std::size_t>(raster.width);
-        // Words of 16 bits are scaled, so that white stays white.
-        if (raster.bitCount == 16) return spreadChannels(row, 2, pixels, 4, width, k555);
-        const auto bits = static_cast<std::size_t>(raster.bitCount);
-        const dib::RowConverter convert = dib::converterOf(raster.bitCount, dib::Packed::kBgra);
-        for (std::size_t x = 0; x < width; x += dib::kStripPixels) {
-            convert(row + x * bits / 8, pixels + 4 * x, std::min(dib::kStripPixels, width - x), call.colors_);
-        }
-        if (call.record_.bitCount == 24 && bits == 32)
+        convertFileRow(row, raster.bitCount, pixels, dib::Packed::kBgra, width, call.colors_);
+        if (call.record_.bitCount == 24 && raster.bitCount == 32)
             for (std::size_t x = 0; x < width; ++x) pixels[4 * x + 3] = 255;
     }
     static bool write(void* library, const void* bytes, std::size_t count) {
@@ -142,7 +142,10 @@ bool lossesByBundle(LossRequest& request) {
                               metadata->colorProfile.size > 0 && !isForColors(metadata->colorProfile);
     if (losesProfile)
         note(request.result, DIB_NOTE_LOSS, "the colour profile is not kept: it is not for RGB pixels");
-    noteMetadata(request, {.orientation = description.holdsExif,
+    const bool keepsResolution =
+        description.holdsExif && metadata != nullptr && isResolutionInExif(*metadata);
+    noteMetadata(request, {.resolution = keepsResolution,
+                           .orientation = description.holdsExif,
                            .colorProfile = description.holdsColorProfile,
                            .exif = description.holdsExif,
                            .paletteAlpha = holdsAlpha(description)});

@@ -9,9 +9,8 @@
 #include "dib/Memory.h"
 #include "dib/Numbers.h"
 #include "dib/Raster.h"
-#include "dib/RowConverter.h"
-#include "formats/ChannelMasks.h"
 #include "formats/ColorOrder.h"
+#include "formats/FileRows.h"
 #include "formats/Pnm.h"
 #include "formats/Rows.h"
 
@@ -120,24 +119,11 @@ private:
             case Content::kColorsAndAlpha: return swapRedBlue32(row, out, width());
             default: break;
         }
-        // Words of 16 bits are scaled, so that white stays white.
-        int bits = raster_.bitCount;
-        if (bits == 16) {
-            spreadChannels(row, 2, colors, 3, width(), k555);
-            row = colors;
-            bits = 24;
-        }
-        if (variant_.content == Content::kGreys) return convert(row, bits, dib::Packed::kGrey, out);
-        if (bits != 24) convert(row, bits, dib::Packed::kBgr, colors);
+        const int bits = raster_.bitCount;
+        if (variant_.content == Content::kGreys)
+            return convertFileRow(row, bits, out, dib::Packed::kGrey, width(), colors_);
+        if (bits != 24) convertFileRow(row, bits, colors, dib::Packed::kBgr, width(), colors_);
         swapRedBlue(bits == 24 ? row : colors, out, width());
-    }
-
-    void convert(const unsigned char* row, int bits, dib::Packed form, unsigned char* out) const {
-        const dib::RowConverter converter = dib::converterOf(bits, form);
-        for (std::size_t x = 0; x < width(); x += dib::kStripPixels) {
-            const std::size_t count = std::min(dib::kStripPixels, width() - x);
-            converter(row + dib::packedBytes(x, bits), out + x * dib::bytesOf(form), count, colors_);
-        }
     }
 
     // Set bits of a PBM file are black, samples of 1 in a PAM file white.

@@ -5,8 +5,9 @@
 
 #include "dib/ColorTable.h"
 #include "dib/ImageSize.h"
-#include "dib/PixelReader.h"
+#include "dib/Raster.h"
 #include "formats/Exif.h"
+#include "formats/FileRows.h"
 #include "formats/linux/ImageFiles.h"
 #include "formats/linux/JpegExtras.h"
 #include "formats/linux/JpegReports.h"
@@ -82,10 +83,10 @@ public:
         dib::viewRows(image, raster_);
         const bool isIndexed = raster_.bitCount <= 8;
         form_ = isIndexed && hasGreysOnly(*image.Header) ? dib::Packed::kGrey : dib::Packed::kBgr;
-        convert_ = raster_.bitCount < 24 ? dib::converterOf(raster_.bitCount, form_) : nullptr;
+        isConverted_ = raster_.bitCount < 24;
     }
     bool start() {
-        if (convert_ == nullptr) return true;
+        if (!isConverted_) return true;
         row_ = dib::allocateArray<unsigned char>(raster_.columns() * dib::bytesOf(form_));
         return row_ != nullptr;
     }
@@ -98,11 +99,8 @@ public:
     }
     const unsigned char* row(int y) {
         const unsigned char* from = raster_.row(y);
-        if (convert_ == nullptr) return from;
-        dib::forEachStrip(raster_.width, [&](std::size_t x, std::size_t count) {
-            convert_(from + dib::packedBytes(x, raster_.bitCount), row_.get() + x * dib::bytesOf(form_),
-                     count, colors_);
-        });
+        if (!isConverted_) return from;
+        convertFileRow(from, raster_.bitCount, row_.get(), form_, raster_.columns(), colors_);
         return row_.get();
     }
 
@@ -110,7 +108,7 @@ private:
     dib::Raster raster_;
     dib::IndexColors colors_;
     dib::Packed form_ = dib::Packed::kBgr;
-    dib::RowConverter convert_ = nullptr;
+    bool isConverted_ = false;
     dib::MallocPtr<unsigned char> row_;
 };
 

@@ -10,6 +10,7 @@
 #include "dib/PixelReader.h"
 #include "formats/ColorOrder.h"
 #include "formats/Exif.h"
+#include "formats/FileRows.h"
 
 namespace formats {
 
@@ -122,7 +123,7 @@ const unsigned char* OutgoingPicture::row(int y) {
         case 24: swapRedBlue(from, row_.get(), width); break;
         case 16: {
             static const dib::IndexColors kNoColors;
-            const dib::RowConverter widen = dib::converterOf(16, dib::Packed::kBgr);
+            const dib::RowConverter widen = fileConverterOf(16, dib::Packed::kBgr);
             unsigned char strip[3 * dib::kStripPixels];
             dib::forEachStrip(width, [&](std::size_t x, std::size_t count) {
                 widen(from + 2 * x, strip, count, kNoColors);
