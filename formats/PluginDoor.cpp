@@ -12,6 +12,7 @@
 #include "dib/Numbers.h"
 #include "formats/BundlePath.h"
 #include "formats/Bundles.h"
+#include "formats/Exif.h"
 #include "formats/OpenBundle.h"
 #include "formats/Plugin.h"
 #include "formats/door/Frame.h"
@@ -92,6 +93,7 @@ void copyInfo(const DibPluginInfo& from, ProbeRequest& request) {
     DibMetadata& metadata = request.result.metadata;
     setResolution(from.xResolution, from.yResolution, metadata);
     metadata.orientation = from.orientation >= 1 && from.orientation <= 8 ? from.orientation : 1;
+    if (from.exif != nullptr) applyExif({from.exif, from.exifBytes}, metadata);
 }
 
 void takeBytes(unsigned char* data, std::size_t size, DibBytes& bytes) {
@@ -146,7 +148,9 @@ bool probeByBundle(const Bundle& bundle, ProbeRequest& request) {
     DibPluginInfo info = {};
     info.size = sizeof info;
     info.pages = info.levels = info.orientation = 1;
-    if (!bundle.description.probe(call.record(), &info)) {
+    const bool isProbed = bundle.description.probe(call.record(), &info);
+    const dib::MallocPtr<unsigned char> exif(info.exif);
+    if (!isProbed) {
         // A load continues without a probe, but not when memory is short.
         if (request.result.code == DIB_ERROR_MEMORY) throw std::bad_alloc();
         return false;

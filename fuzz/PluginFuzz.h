@@ -75,6 +75,7 @@ inline void readByDescription(const DibPluginDescription& description, const std
     DibPluginInfo info = {};
     info.size = sizeof info;
     const bool isProbed = description.probe(&call, &info);
+    std::free(info.exif);
     require(!isProbed || (info.width > 0 && info.height > 0), "a probe gives a size");
     // The library asks first.
     if (isProbed && std::int64_t{info.width} * info.height > std::int64_t{1} << 22) return;

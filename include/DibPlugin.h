@@ -116,6 +116,11 @@ struct DibPluginInfo {
     double yResolution;    ///< Pixels per inch; 0 when unknown.
     int orientation;       ///< 1 to 8 as in EXIF; the library turns the picture.
     char pageName[256];    ///< Of the page that the call names, UTF-8, ended by NUL; empty when it has none.
+    /// EXIF block, from its byte-order mark on, allocated with `malloc`; may stay null. The library takes the
+    /// orientation and, where the fields above give none, the resolution from it, and frees it. The field is
+    /// there when `size` says so.
+    unsigned char* exif;
+    std::size_t exifBytes;  ///< Its length.
 };
 
 /// A picture that a load gives. All pointers are null and all numbers 0 at first.

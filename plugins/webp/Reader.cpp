@@ -6,6 +6,7 @@
 #include <webp/encode.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -160,20 +161,47 @@ bool decodeFirstFrame(Job& job, const WebPDemuxer* demuxer, Picture& picture) {
     return isRead;
 }
 
-// A copy of a chunk without the mark that some writers put first; null when there is no chunk.
-unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::string_view mark,
-                         std::size_t& size) {
+// A copy of a chunk; null when there is none.
+unsigned char* copyChunk(const WebPDemuxer* demuxer, const char* name, std::size_t& size) {
     WebPChunkIterator chunk;
     if (demuxer == nullptr || WebPDemuxGetChunk(demuxer, name, 1, &chunk) == 0) return nullptr;
-    const bool isMarked = chunk.chunk.size >= mark.size() && !mark.empty() &&
-                          std::memcmp(chunk.chunk.bytes, mark.data(), mark.size()) == 0;
-    const std::size_t start = isMarked ? mark.size() : 0;
-    size = chunk.chunk.size - start;
+    size = chunk.chunk.size;
     unsigned char* copy = size > 0 ? dib::allocateArray<unsigned char>(size).release() : nullptr;
-    if (copy != nullptr) std::memcpy(copy, chunk.chunk.bytes + start, size);
+    if (copy != nullptr) std::memcpy(copy, chunk.chunk.bytes, size);
     if (copy == nullptr) size = 0;
     WebPDemuxReleaseChunkIterator(&chunk);
     return copy;
+}
+
+// The part of a file from there on; null when the file ends before or memory is short.
+unsigned char* copyPart(Job& job, std::uint64_t at, std::size_t size) {
+    auto copy = dib::allocateArray<unsigned char>(size);
+    return copy != nullptr && job.readAt(at, copy.get(), size) == size ? copy.release() : nullptr;
+}
+
+// A copy of the EXIF chunk without the mark that some writers put first; null when there is none. It follows
+// the pixels, of which nothing is read.
+unsigned char* copyExif(Job& job, std::size_t& size) {
+    constexpr unsigned char kHasExif = 0x08;
+    constexpr std::string_view kMark("Exif\0\0", 6);
+    constexpr std::size_t kMostBytes = std::size_t{1} << 24;
+    constexpr std::size_t kChunkHeader = 8;
+    unsigned char head[kChunkHeader + kMark.size()] = {};
+    const auto isNamed = [&](const char* name) { return std::memcmp(head, name, 4) == 0; };
+    std::uint64_t at = 12;
+    const bool isExtended = job.readAt(at, head, sizeof head) == sizeof head && isNamed("VP8X");
+    if (!isExtended || (head[kChunkHeader] & kHasExif) == 0) return nullptr;
+    for (std::size_t length = 0; job.readAt(at, head, sizeof head) >= kChunkHeader;
+         at += kChunkHeader + length + length % 2) {
+        length = dib::readLe32(head + 4);
+        if (!isNamed("EXIF") || length > kMostBytes) continue;
+        const bool isMarked =
+            length >= kMark.size() && std::memcmp(head + kChunkHeader, kMark.data(), kMark.size()) == 0;
+        const std::size_t skipped = isMarked ? kMark.size() : 0;
+        size = length - skipped;
+        return size > 0 ? copyPart(job, at + kChunkHeader + skipped, size) : nullptr;
+    }
+    return nullptr;
 }
 
 bool readAll(Job& job, Bytes& bytes) {
@@ -192,10 +220,9 @@ bool read(Job& job, Picture& picture, DibPluginPicture& out) {
     const WebPData data = {bytes.data(), bytes.size()};
     WebPDemuxState state = WEBP_DEMUX_PARSING_HEADER;
     const Demuxer demuxer(WebPDemuxPartial(&data, &state));
-    out.colorProfile = copyChunk(demuxer.get(), "ICCP", {}, out.colorProfileBytes);
-    out.exif = copyChunk(demuxer.get(), "EXIF", std::string_view("Exif\0\0", 6), out.exifBytes);
-    if (Job::has(out, &DibPluginPicture::xmpBytes))
-        out.xmp = copyChunk(demuxer.get(), "XMP ", {}, out.xmpBytes);
+    out.colorProfile = copyChunk(demuxer.get(), "ICCP", out.colorProfileBytes);
+    out.exif = copyExif(job, out.exifBytes);
+    if (Job::has(out, &DibPluginPicture::xmpBytes)) out.xmp = copyChunk(demuxer.get(), "XMP ", out.xmpBytes);
     if (features.has_animation != 0) {
         job.note(DIB_NOTE_LOSS, "of an animation the first picture is shown");
         return decodeFirstFrame(job, demuxer.get(), picture);
@@ -222,6 +249,8 @@ bool probe(const DibPluginCall* call, DibPluginInfo* info) {
     info->hasAlpha = info->bitCount == Picture::kColor;
     const char* packing = features.format == 1 ? "lossy" : features.format == 2 ? "lossless" : "";
     std::strncpy(info->compression, packing, sizeof info->compression - 1);
+    if (info->size >= offsetof(DibPluginInfo, exifBytes) + sizeof info->exifBytes)  // not of an older library
+        info->exif = copyExif(job, info->exifBytes);
     return true;
 }
 

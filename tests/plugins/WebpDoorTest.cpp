@@ -111,6 +111,54 @@ TEST(WebpDoor, ProfileExifAndXmpAreKept) {
     EXPECT_EQ(codec_test::pixelsOf(*load.image), kOpaque);
 }
 
+// As JPEG files: by the EXIF block, which may start with the mark of those.
+TEST(WebpDoor, ExifTurnsThePicture) {
+    const PluginsInUse plugins;
+    const Bytes pixels = {1, 2, 3, 4, 5, 6};                         // two pixels side by side, blue first
+    const Bytes block = {'I',  'I', 42, 0, 8, 0, 0, 0, 2,  0,        // two entries
+                         0x12, 1,   3,  0, 1, 0, 0, 0, 6,  0, 0, 0,  // orientation 6
+                         0x1A, 1,   5,  0, 1, 0, 0, 0, 34, 0, 0, 0,  // columns per inch
+                         44,   1,   0,  0, 2, 0, 0, 0};              // 300 / 2
+    Bytes marked = codec_test::bytesOf(std::string("Exif\0\0", 6));
+    marked.insert(marked.end(), block.begin(), block.end());
+    for (const Bytes& exif : {block, marked}) {
+        const Bytes bytes = riff({extended(0x08, 2, 1), stream(opaque(pixels, 2)), chunk("EXIF", exif)});
+        DibFileInfo info;
+        DibFileResult result;
+        ASSERT_TRUE(DibProbeMemory(bytes.data(), bytes.size(), &info, nullptr, &result)) << result.reason;
+        EXPECT_EQ(info.width, 1);
+        EXPECT_EQ(info.height, 2);
+        EXPECT_EQ(result.metadata.yResolution, 150);
+        const door_test::Opened load = opened(bytes);
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        ASSERT_EQ(load.image->Header->biWidth, 1);
+        EXPECT_EQ(load.result.metadata.orientation, 1);
+        const unsigned char* top = load.image->ScanLine(0);  // from the top
+        EXPECT_EQ(Bytes(top, top + 3), (Bytes{1, 2, 3}));
+        DibLoadOptions options;
+        options.appliesOrientation = false;
+        const door_test::Opened stored = opened(bytes, options);
+        ASSERT_TRUE(stored.isLoaded) << stored.result.reason;
+        EXPECT_EQ(stored.image->Header->biWidth, 2);
+        EXPECT_EQ(stored.result.metadata.orientation, 6);
+        EXPECT_EQ(codec_test::pixelsOf(*stored.image), pixels);
+        // What the block says is kept.
+        DibSaveOptions saving;
+        saving.format = "webp";
+        saving.metadata = &stored.result.metadata;
+        EXPECT_EQ(DibSaveLosses(stored.image.get(), "webp", &saving), 0);
+        DibBytes again;
+        ASSERT_TRUE(DibSaveMemory(&again, stored.image.get(), &saving));
+        EXPECT_EQ(opened(Bytes(again.data, again.data + again.size)).image->Header->biHeight, 2);
+    }
+    // A block beyond the end of the file is none.
+    Bytes cut = riff({extended(0x08, 2, 1), stream(opaque(pixels, 2)), chunk("EXIF", block)});
+    cut.resize(cut.size() - 10);
+    const door_test::Opened load = opened(cut);
+    ASSERT_TRUE(load.isLoaded) << load.result.reason;
+    EXPECT_EQ(load.image->Header->biWidth, 2);
+}
+
 Bytes animation() {
     const Bytes still = stream(lossless(kClear, 2));
     // At (2, 0) of 4 x 3 pixels, 2 x 2 large.
