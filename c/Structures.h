@@ -13,24 +13,29 @@
 
 namespace c_interface {
 
+// With pointers of 64 bits, and of 32.
+constexpr std::size_t firstSize(std::size_t of64, std::size_t of32) {
+    return sizeof(void*) == 8 ? of64 : of32;
+}
+
 // The size of the first version of each structure. It never changes: members are added at the end, in whole
 // words, and their default is 0.
 template <class Structure>
 constexpr std::size_t kFirstSize = 0;
 template <>
-inline constexpr std::size_t kFirstSize<dib_metadata> = 64;
+inline constexpr std::size_t kFirstSize<dib_metadata> = firstSize(64, 60);
 template <>
-inline constexpr std::size_t kFirstSize<dib_result> = 2624;
+inline constexpr std::size_t kFirstSize<dib_result> = firstSize(2624, 2600);
 template <>
-inline constexpr std::size_t kFirstSize<dib_format> = 64;
+inline constexpr std::size_t kFirstSize<dib_format> = firstSize(64, 40);
 template <>
-inline constexpr std::size_t kFirstSize<dib_load_options> = 80;
+inline constexpr std::size_t kFirstSize<dib_load_options> = firstSize(80, 88);
 template <>
-inline constexpr std::size_t kFirstSize<dib_file_info> = 72;
+inline constexpr std::size_t kFirstSize<dib_file_info> = firstSize(72, 344);
 template <>
-inline constexpr std::size_t kFirstSize<dib_save_options> = 48;
+inline constexpr std::size_t kFirstSize<dib_save_options> = firstSize(48, 36);
 template <>
-inline constexpr std::size_t kFirstSize<dib_apply_options> = 40;
+inline constexpr std::size_t kFirstSize<dib_apply_options> = firstSize(40, 24);
 
 // Whether some version of the structure has that size. Structures that were not initialised mostly do not.
 template <class Structure>

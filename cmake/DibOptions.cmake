@@ -6,6 +6,13 @@ target_compile_options(dib_options INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c
 # No contraction of a * b + c: results are the same bytes with every instruction set.
 # The library never reads errno after a square root; setting it would prevent vectorisation.
 target_compile_options(dib_options INTERFACE -ffp-contract=off -fno-math-errno -Wall -Wextra -Wconversion -Wshadow)
+# 32-bit x86: SSE2 in place of the old unit, whose longer numbers give other results, and files beyond 2 GiB.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    target_compile_definitions(dib_options INTERFACE _FILE_OFFSET_BITS=64)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86|i[3-6]86)$")
+        target_compile_options(dib_options INTERFACE -msse2 -mfpmath=sse)
+    endif()
+endif()
 if(DIB_WARNINGS_AS_ERRORS)
     target_compile_options(dib_options INTERFACE -Werror)
 endif()

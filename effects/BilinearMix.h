@@ -52,7 +52,7 @@ DIB_ALWAYS_INLINE __m128i loadTwo(const unsigned char* pixels) {
     if constexpr (Depth::kBits == 24 && !Roomy) {
         std::int64_t both = 0;
         std::memcpy(&both, pixels, 6);
-        return _mm_cvtsi64_si128(both);
+        return _mm_set_epi64x(0, both);
     } else {
         return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
     }

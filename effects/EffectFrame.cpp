@@ -8,7 +8,7 @@ namespace dib {
 RowTable initRow(DibStream& image) {
     const std::int64_t rows = image.Header != nullptr ? rowCount(image.Header->biHeight) : 0;
     // One entry more, so that an image without rows still differs from a failed allocation.
-    RowTable table = allocateArray<unsigned char*>(std::ptrdiff_t{rows} + 1);
+    RowTable table = allocateArray<unsigned char*>(rows + 1);
     if (table == nullptr) return nullptr;
     for (std::int64_t y = 0; y < rows; ++y) {
         table[y] = image.ScanLine(asInt(y));

@@ -155,7 +155,7 @@ private:
         if (!header_.hasTable()) return true;
         const auto fitting =
             static_cast<std::uint64_t>((header_.pixelStart - header_.tableStart) / entryBytes);
-        header_.entries = std::min({announced, fitting, std::uint64_t{1} << header_.bitCount});
+        header_.entries = dib::asSize(std::min({announced, fitting, std::uint64_t{1} << header_.bitCount}));
         return true;
     }
 

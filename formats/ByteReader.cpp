@@ -112,7 +112,7 @@ bool ByteReader::seekTo(std::int64_t position) {
 
 bool ByteReader::pass(std::uint64_t bytes) {
     while (bytes > 0) {
-        const std::uint64_t part = std::min<std::uint64_t>(ahead(1).size, bytes);
+        const std::size_t part = dib::asSize(std::min<std::uint64_t>(ahead(1).size, bytes));
         if (part == 0) return false;
         consume(part);
         bytes -= part;

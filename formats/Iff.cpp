@@ -23,7 +23,7 @@ bool iff_outstream::add(int n) {
     if (wanted <= capacity) return true;
     if (wanted > UINT32_MAX) return false;
     const std::uint64_t grown = std::min(wanted + length + 256, std::uint64_t{UINT32_MAX});
-    void* block = std::realloc(buffer, grown);
+    void* block = std::realloc(buffer, dib::asSize(grown));
     if (block == nullptr) return false;
     buffer = static_cast<unsigned char*>(block);
     capacity = dib::dwordOf(grown);

@@ -179,7 +179,7 @@ bool readByBundle(const Bundle& bundle, ReadRequest& request) {
     if (isRead) return refuse(request.result, DIB_ERROR_INVALID, "the plug-in gives no picture");
     if (isAdopted && dib::hasRows(*request.image)) {
         const auto rows = static_cast<std::uint64_t>(dib::rowCount(request.image->Header->biHeight));
-        request.progress.countRows(std::size_t{std::min(picture.rows, rows)});
+        request.progress.countRows(dib::asSize(std::min(picture.rows, rows)));
     }
     return false;
 }

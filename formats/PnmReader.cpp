@@ -43,7 +43,7 @@ public:
     // False when the file ends before the row does, or text holds something else than numbers.
     bool read() {
         if (header_.isText) return header_.isBitmap ? readDigits() : readNumbers();
-        if (!file_.read(row_.get(), header_.rowBytes())) return false;
+        if (!file_.read(row_.get(), dib::asSize(header_.rowBytes()))) return false;
         switch (header_.samples) {
             case Samples::kBits: return expandBits();
             case Samples::kBytes: return scale([from = row_.get()](std::size_t i) { return from[i]; });

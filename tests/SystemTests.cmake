@@ -90,7 +90,7 @@ if(NOT APPLE)
         COMMAND_EXPAND_LISTS)
 endif()
 add_test(NAME system.digest
-    COMMAND bash ${system_dir}/digest.sh $<TARGET_FILE:digest> ${CMAKE_CURRENT_SOURCE_DIR}/digest/list.txt)
+    COMMAND bash ${system_dir}/digest.sh ${CMAKE_CURRENT_SOURCE_DIR}/digest/list.txt $<TARGET_FILE:digest>)
 set_tests_properties(system.digest PROPERTIES TIMEOUT 600)
 add_test(NAME system.exports
     COMMAND bash ${system_dir}/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports

@@ -62,11 +62,13 @@ public:
         across_ = DecidingPositions(dib::EdgeWindow(dib::axisX(raster, flags_), radius_));
         down_ = DecidingPositions(dib::EdgeWindow(dib::axisY(raster, flags_), radius_));
         begin_ = end_ = down_.begin(0);
-        paddedWidth_ = width_ + std::ptrdiff_t{across_.length} - 1;
+        const std::int64_t paddedWidth = width_ + across_.length - 1;
+        if (!padded_.allocate(2, paddedWidth)) return false;
+        paddedWidth_ = dib::asOffset(paddedWidth);
         // Every row is read once, before it is overwritten, except for the first ones if y wraps.
         return rows_.prepare(raster, 0, down_.axis.wrap ? dib::asInt(down_.after()) : 0) &&
-               padded_.allocate(2, paddedWidth_) && winners_.allocate(1, width_) &&
-               maximum_.prepare(width_, std::min<std::int64_t>(down_.length, raster.height));
+               winners_.allocate(1, width_) &&
+               maximum_.prepare(width_, dib::asInt(std::min<std::int64_t>(down_.length, raster.height)));
     }
 
     template <class Depth>
@@ -93,9 +95,11 @@ private:
         const dib::Candidates row = padded.from(across_.before);
         reader_.readRow(rows_.row(y), row.value, row.score);
         scoreRow(row);
-        across_.axis.pad(row.score, across_.before, across_.after());
-        across_.axis.pad(row.value, across_.before, across_.after());
-        dib::maximumAlongRow(padded, paddedWidth_, across_.length, padded_.row(1), maximum_.next());
+        const std::ptrdiff_t length = paddedWidth_ - width_ + 1;
+        const std::ptrdiff_t after = length - 1 - across_.before;
+        across_.axis.pad(row.score, across_.before, after);
+        across_.axis.pad(row.value, across_.before, after);
+        dib::maximumAlongRow(padded, paddedWidth_, length, padded_.row(1), maximum_.next());
         maximum_.push();
     }
 

@@ -50,9 +50,10 @@ bool MedianHugeRadius::prepare(const FullCopy& source, const Raster& image) {
     down_ = EdgeWindow(axisY(image, flags_), radius_);
     if (down_.side() > kLongestSide) return false;
     rank_ = medianRank(radius_, image.bitCount);
-    lineCount_ = std::min<std::int64_t>(down_.side(), image.height);
-    lineLength_ = std::ptrdiff_t{image.width} * (across_.axis().wrap ? 2 : 1) + kMatchLanes;
-    lines_ = allocateZeroed<std::uint16_t>(lineCount_ * lineLength_);
+    lineCount_ = static_cast<std::ptrdiff_t>(std::min<std::int64_t>(down_.side(), image.height));
+    const std::int64_t lineLength = std::int64_t{image.width} * (across_.axis().wrap ? 2 : 1) + kMatchLanes;
+    lineLength_ = static_cast<std::ptrdiff_t>(lineLength);
+    lines_ = allocateZeroed<std::uint16_t>(lineCount_ * lineLength);
     loaded_ = allocateArray<int>(lineCount_);
     window_ = allocateArray<WindowRow>(lineCount_);
     if (!lines_ || !loaded_ || !window_) return false;
@@ -179,7 +180,8 @@ struct RowVisits {
 
 RowVisits visitsAround(const EdgeWindow& window, int x) {
     const std::ptrdiff_t length = window.count(x);
-    if (window.axis().wrap) return {length, window.remainder(), window.turns(), 0, 0};
+    if (window.axis().wrap)
+        return {length, static_cast<std::ptrdiff_t>(window.remainder()), window.turns(), 0, 0};
     const std::uint32_t moreOfLast = length > 1 ? window.visits(x, length - 1) - 1 : 0;
     return {length, 0, 1, window.visits(x, 0) - 1, moreOfLast};
 }

@@ -105,7 +105,7 @@ DIB_ALWAYS_INLINE void selectBody(const Cell* xs, const Cell* ys, int binShift, 
                                   std::ptrdiff_t count, std::ptrdiff_t top, std::ptrdiff_t side,
                                   typename RankedTile<Cell>::Position* positions) {
     for (std::ptrdiff_t x = 0; x < count; ++x) {
-        const std::ptrdiff_t start = std::ptrdiff_t{found[x].bin} << binShift;
+        const std::ptrdiff_t start = static_cast<std::ptrdiff_t>(found[x].bin) << binShift;
         const std::ptrdiff_t at = start + nthInside(xs + start, ys + start, x, top, side, found[x].rank);
         positions[x] = {xs[at], ys[at]};
     }

@@ -26,8 +26,8 @@ struct Candidates {
 class CandidateRows {
 public:
     // False when memory is short.
-    bool allocate(std::ptrdiff_t rows, std::ptrdiff_t width) {
-        width_ = width;
+    bool allocate(std::int64_t rows, std::int64_t width) {
+        width_ = static_cast<std::ptrdiff_t>(width);
         scores_ = allocateArray<std::int32_t>(rows * width);
         values_ = allocateArray<std::uint32_t>(rows * width);
         return scores_ != nullptr && values_ != nullptr;

@@ -2,7 +2,6 @@
 #ifndef FORMATS_LINUX_DEFLATER_H
 #define FORMATS_LINUX_DEFLATER_H
 
-#include <isa-l/igzip_lib.h>
 #include <zlib.h>
 
 #include <cstddef>
@@ -11,10 +10,11 @@
 
 namespace formats {
 
-// Two libraries share the levels: ISA-L is ten times as fast as zlib and has no small levels.
+// Two libraries share the levels: ISA-L is ten times as fast as zlib and has no small levels. Where Debian has no
+// ISA-L (32-bit machines) zlib packs them all.
 class Deflater {
 public:
-    Deflater() = default;
+    Deflater();
     ~Deflater();
     Deflater(const Deflater&) = delete;
     Deflater& operator=(const Deflater&) = delete;
@@ -28,13 +28,12 @@ public:
     std::size_t pack(unsigned char* to, std::size_t room);
 
 private:
+    bool startFast();
+    void feedFast(const unsigned char* from, std::size_t bytes, bool isLast);
     std::size_t packFast(unsigned char* to, std::size_t room);
     std::size_t packSmall(unsigned char* to, std::size_t room);
 
-    struct FastState {
-        isal_zstream stream;
-        unsigned char tables[ISAL_DEF_LVL1_DEFAULT];
-    };
+    struct FastState;
     dib::MallocPtr<FastState> fast_;
     z_stream small_{};
     bool isSmall_ = false;

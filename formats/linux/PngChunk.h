@@ -2,7 +2,7 @@
 #ifndef FORMATS_LINUX_PNG_CHUNK_H
 #define FORMATS_LINUX_PNG_CHUNK_H
 
-#include <isa-l/crc.h>
+#include <libdeflate.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -18,8 +18,8 @@ inline void writeChunk(ByteWriter& file, const char* name, const unsigned char* 
     file.bytes(frame, sizeof frame);
     file.bytes(name, 4);
     file.bytes(data, bytes);
-    std::uint32_t check = crc32_gzip_refl(0, reinterpret_cast<const unsigned char*>(name), 4);
-    check = crc32_gzip_refl(check, data, bytes);
+    std::uint32_t check = libdeflate_crc32(0, reinterpret_cast<const unsigned char*>(name), 4);
+    check = libdeflate_crc32(check, data, bytes);
     dib::writeBe32(frame, check);
     file.bytes(frame, sizeof frame);
 }

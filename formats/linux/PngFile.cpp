@@ -1,5 +1,5 @@
 // Reads PNG files by libpng.
-#include <isa-l/crc.h>
+#include <libdeflate.h>
 #include <png.h>
 
 #include <algorithm>
@@ -204,7 +204,7 @@ bool PngDecoder::applyExifAtEnd(DibMetadata& metadata) {
         if (std::memcmp(all + at + 4, "eXIf", 4) != 0) continue;
         const std::size_t length = dib::readBe32(all + at);
         if (length > count - at - kFrame) continue;
-        const std::uint32_t check = crc32_gzip_refl(0, all + at + 4, length + 4);
+        const std::uint32_t check = libdeflate_crc32(0, all + at + 4, length + 4);
         if (check != dib::readBe32(all + at + 8 + length)) continue;
         applyExif({all + at + 8, length}, metadata);
         break;

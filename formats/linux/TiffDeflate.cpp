@@ -1,6 +1,5 @@
 #include "formats/linux/TiffDeflate.h"
 
-#include <isa-l/igzip_lib.h>
 #include <libdeflate.h>
 
 #include <algorithm>
@@ -145,7 +144,7 @@ void TiffDeflate::restoreRow(unsigned char* row, std::size_t rowBytes) const {
 }
 
 void TiffDeflate::add(const unsigned char* rows, std::size_t count, std::size_t rowBytes) {
-    if (rows_ == Rows::kAsStored) sum_ = isal_adler32(sum_, rows, count * rowBytes);
+    if (rows_ == Rows::kAsStored) sum_ = libdeflate_adler32(sum_, rows, count * rowBytes);
     if (rows_ != Rows::kChanged) return;
     const std::size_t samples = rowBytes / sampleBytes_;
     const std::size_t step = hasDifferences_ ? pixelSamples_ : 0;
@@ -157,7 +156,7 @@ void TiffDeflate::add(const unsigned char* rows, std::size_t count, std::size_t 
             case 4: packRow<std::uint32_t>(from, row_.get(), samples, step, isSwapped_); break;
             default: packRow<std::uint64_t>(from, row_.get(), samples, step, isSwapped_); break;
         }
-        sum_ = isal_adler32(sum_, row_.get(), samples * sampleBytes_);
+        sum_ = libdeflate_adler32(sum_, row_.get(), samples * sampleBytes_);
     }
 }
 

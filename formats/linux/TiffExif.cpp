@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 #include "formats/Exif.h"
 #include "formats/linux/TiffNumbers.h"
 
@@ -139,7 +140,7 @@ private:
     std::uint32_t placeOf(const Entry& entry, int depth) {
         const std::uint32_t place = from_.valueOf(entry);
         if (isDirectory(entry, depth)) return copy(from_.entriesAt(place), depth + 1);
-        const auto bytes = std::size_t{bytesOf(entry)};
+        const std::size_t bytes = dib::asSize(bytesOf(entry));
         if (bytes <= 4) return 0;
         makeEven();
         const std::size_t at = block_.size();
@@ -170,7 +171,7 @@ std::size_t lengthOfOwnBlock(const Directories& file, std::uint64_t directory, s
     const std::vector<Entry> picture = file.entriesAt(directory);
     const auto isSame = [&](Tag tag) { return file.valueOf(own, tag) == file.valueOf(picture, tag); };
     const bool isOfPixels = file.valueOf(own, kStrips) != 0 || file.valueOf(own, kTiles) != 0;
-    return !own.empty() && !isOfPixels && isSame(kExif) && isSame(kGps) ? std::size_t{end} : 0;
+    return !own.empty() && !isOfPixels && isSame(kExif) && isSame(kGps) ? dib::asSize(end) : 0;
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ bool TiffRows::start(TIFF* tiff, TiffSource& source, const TiffLayout& layout, T
     }
     const std::uint64_t rowBytes = bytesOfRow(layout, layout.width);
     if (rowBytes > INT_MAX) return false;
-    rowBytes_ = std::size_t{rowBytes};
+    rowBytes_ = dib::asSize(rowBytes);
 
     isTiled_ = TIFFIsTiled(tiff) != 0;
     if (isTiled_) {
@@ -70,7 +70,7 @@ bool TiffRows::startTiles() {
     if (TIFFGetField(tiff_, TIFFTAG_TILELENGTH, &tileHeight) == 0) return false;
     const std::uint64_t tileRowBytes = bytesOfRow(layout_, tileWidth_);
     if (tileRowBytes > INT_MAX || tileRowBytes * tileHeight > kMostPieceBytes) return false;
-    tileRowBytes_ = std::size_t{tileRowBytes};
+    tileRowBytes_ = dib::asSize(tileRowBytes);
     tileRows_ = tileHeight;
     if (TIFFTileSize(tiff_) != static_cast<tmsize_t>(tileRowBytes_ * tileRows_)) return false;
     // Tiles side by side must meet between two bytes.
@@ -184,7 +184,7 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
     const auto packed = dib::allocateArray<unsigned char>(dib::asSize(bytes));
     isShortOfMemory_ = packed == nullptr;
     if (isShortOfMemory_ || !source_->file.seek(start) ||
-        !source_->file.read(packed.get(), std::size_t{bytes})) {
+        !source_->file.read(packed.get(), dib::asSize(bytes))) {
         return 0;
     }
     // The library only says whether a given number of rows can all be decoded.
@@ -197,9 +197,9 @@ std::size_t TiffRows::salvage(std::uint32_t number, std::uint64_t start, std::ui
     std::size_t most = rows;
     // It reads the missing bytes of a deflate stream as zeros, so the rows of those are counted here.
     if (deflate_.isUsed()) {
-        const std::uint64_t unpacked = deflate_.unpackedBytes(packed.get(), std::size_t{bytes});
+        const std::uint64_t unpacked = deflate_.unpackedBytes(packed.get(), dib::asSize(bytes));
         isShortOfMemory_ = deflate_.isShortOfMemory();
-        most = std::size_t{std::min<std::uint64_t>(rows - 1, unpacked / rowBytes)};
+        most = dib::asSize(std::min<std::uint64_t>(rows - 1, unpacked / rowBytes));
     }
     std::size_t whole = 0;
     while (whole < most) {

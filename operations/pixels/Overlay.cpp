@@ -88,7 +88,7 @@ bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t 
     const dib::Raster source = rowsOf(over);
     const std::int64_t left = std::max<std::int64_t>(place.x, 0);
     const std::int64_t right = std::min<std::int64_t>(std::int64_t{place.x} + source.width, under.width);
-    const std::int64_t top = std::max<std::int64_t>(place.y, 0);
+    const int top = std::max(place.y, 0);
     const std::int64_t bottom = std::min<std::int64_t>(std::int64_t{place.y} + source.height, under.height);
     if (left >= right || top >= bottom) {
         addNote(job.result, DIB_NOTE_WARNING, "overlay: the second picture lies outside the first");
@@ -96,9 +96,11 @@ bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t 
     }
     const auto count = dib::asSize(right - left);
     const auto bytes = dib::asSize(under.bitCount / 8);
+    const auto toLeft = dib::asOffset(left * under.bitCount / 8);
+    const auto fromLeft = dib::asOffset((left - place.x) * 4);
     return forEachRow(job, dib::asInt(bottom - top), [&](int y) {
-        unsigned char* row = under.row(top + y) + left * under.bitCount / 8;
-        unsigned char* from = source.row(top + y - place.y) + (left - place.x) * 4;
+        unsigned char* row = under.row(top + y) + toLeft;
+        unsigned char* from = source.row(top + y - place.y) + fromLeft;
         if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
         if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, dib::dwordOf(y));
         if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)

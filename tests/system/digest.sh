@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
 # Every operation gives the hash of the list, at every kernel level.
-# usage: digest.sh DIGEST LIST
+# usage: digest.sh LIST COMMAND...     COMMAND runs the program digest, under an emulator for instance
 #
 # Lines that depend on the versions of libpng, libjpeg and libtiff are not compared. When a result changes on purpose:
 # build/dev/tests/digest | grep -v ' codec ' >tests/digest/list.txt
 set -euo pipefail
-digest="$1"
-list="$2"
+list="$1"
+shift
 folder="$(mktemp -d)"
 trap 'rm -rf "$folder"' EXIT
 
 for level in 0 1 2; do
-    "$digest" --level=$level | grep -v ' codec ' >"$folder/$level.txt"
+    "$@" --level=$level | grep -v ' codec ' >"$folder/$level.txt"
     if ! diff "$list" "$folder/$level.txt" >"$folder/difference.txt"; then
         echo "kernel level $level differs from $list:"
         head -n 40 "$folder/difference.txt"

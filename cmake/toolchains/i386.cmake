@@ -1,0 +1,16 @@
+# Debian's cross compiler for i386; scripts/elsewhere.sh unpacks the libraries and runs what is built.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+set(CMAKE_C_COMPILER i686-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER i686-linux-gnu-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
+
+set(dib_root ${CMAKE_CURRENT_LIST_DIR}/../../build/elsewhere/i386/root)
+set(CMAKE_FIND_ROOT_PATH ${dib_root})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${dib_root}/usr/lib/i386-linux-gnu:${dib_root}/lib/i386-linux-gnu")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${CMAKE_EXE_LINKER_FLAGS_INIT}")
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-i386-static -L ${dib_root})

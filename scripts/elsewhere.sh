@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Builds the library for another kind of machine and runs it there under an emulator: the digest of every operation,
+# and with "suite" the tests that can run under it.
+# usage: scripts/elsewhere.sh arm64|i386 [digest|suite]
+#
+# The libraries of the other machine are unpacked into build/elsewhere/<target>/root. The package database of this
+# machine learns nothing of them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+target="${1:?usage: elsewhere.sh arm64|i386 [digest|suite]}"
+what="${2:-digest}"
+libraries=(libdeflate-dev libgtest-dev libjpeg62-turbo-dev libpng-dev libtiff-dev nlohmann-json3-dev zlib1g-dev)
+case "$target" in
+    arm64) triplet=aarch64-linux-gnu emulator=qemu-aarch64-static libraries+=(libisal-dev) ;;
+    i386) triplet=i386-linux-gnu emulator=qemu-i386-static ;;
+    *) echo "elsewhere.sh: no target is named $target" >&2; exit 2 ;;
+esac
+top="$PWD/build/elsewhere/$target"
+root="$top/root"
+
+# Downloads the packages for the target with everything that they need, the C library included, and unpacks them.
+unpackLibraries() {
+    [ ! -e "$root/complete" ] || return 0
+    rm -rf "$root" "$top/apt"
+    mkdir -p "$root" "$top"/apt/{state/lists/partial,cache/archives/partial}
+    touch "$top/apt/status"
+    local apt=(apt-get -qq -o "APT::Architecture=$target" -o "APT::Architectures::=$target" -o "Dir::State=$top/apt/state"
+        -o "Dir::State::status=$top/apt/status" -o "Dir::Cache=$top/apt/cache" -o Debug::NoLocking=1
+        -o APT::Sandbox::User=root)
+    "${apt[@]}" update || true  # one index that fails is no harm while the packages are found
+    "${apt[@]}" install --yes --download-only --no-install-recommends "${libraries[@]}" >/dev/null
+    local package
+    for package in "$top"/apt/cache/archives/*.deb; do
+        case "${package##*/}" in
+            # The cross compiler has headers of the C and C++ libraries that fit it.
+            libc6-dev_* | libstdc++-*-dev_* | linux-libc-dev_* | libcrypt-dev_* | libgcc-*-dev_* | gcc-* | cpp-* | g++-*) ;;
+            *) dpkg-deb --extract "$package" "$root" ;;
+        esac
+    done
+    touch "$root/complete"
+}
+
+scripts/install-packages.sh build test elsewhere
+unpackLibraries
+command -v ccache >/dev/null && export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}"
+export PKG_CONFIG_SYSROOT_DIR="$root" PKG_CONFIG_LIBDIR="$root/usr/lib/$triplet/pkgconfig:$root/usr/share/pkgconfig"
+cmake --preset "$target"
+case "$what" in
+    digest)
+        cmake --build --preset "$target" --parallel "$(nproc)" --target digest
+        tests/system/digest.sh tests/digest/list.txt "$emulator" -L "$root" "$PWD/build/$target/tests/digest"
+        ;;
+    suite)
+        cmake --build --preset "$target" --parallel "$(nproc)"
+        ctest --preset "$target" --parallel "$(nproc)"
+        ;;
+    *) echo "elsewhere.sh: $what is neither digest nor suite" >&2; exit 2 ;;
+esac
