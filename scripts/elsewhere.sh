@@ -48,7 +48,7 @@ cmake --preset "$target"
 case "$what" in
     digest)
         cmake --build --preset "$target" --parallel "$(nproc)" --target digest
-        tests/system/digest.sh tests/digest/list.txt "$emulator" -L "$root" "$PWD/build/$target/tests/digest"
+        bash tests/system/digest.sh tests/digest/list.txt "$emulator" -L "$root" "$PWD/build/$target/tests/digest"
         ;;
     suite)
         cmake --build --preset "$target" --parallel "$(nproc)"
