@@ -7,6 +7,7 @@ the place of each member. A stored list must equal it: a line that is gone break
 usage: c-interface.py CLANG C_COMPILER FOLDER            compares FOLDER/include/dibstream.h with FOLDER/interface.txt
        c-interface.py CLANG C_COMPILER FOLDER --write    stores the list
        c-interface.py CLANG HEADER --calls               writes a C program that calls every function with zeros
+       c-interface.py CLANG HEADER --definitions         writes a C library with every function, for abidw
 """
 import json
 import pathlib
@@ -51,6 +52,15 @@ class Interface:
                  if parameters is not None]
         return program(header, lines + [f'puts("{len(lines)} functions called");'])
 
+    def definitions(self, header):
+        """A library of functions that do nothing."""
+        lines = [f"#include <{header.name}>"]
+        for name, kind, parameters in self.functions:
+            if parameters is not None:
+                result, _, types = kind.partition("(")
+                lines.append(f'__attribute__((visibility("default"))) {result}{name}({types} {{ __builtin_trap(); }}')
+        return "\n".join(lines) + "\n"
+
 
 def program(header, lines):
     body = "".join(f"    {line}\n" for line in lines)
@@ -79,6 +89,10 @@ def main():
     if sys.argv[-1] == "--calls":
         clang, header = sys.argv[1], pathlib.Path(sys.argv[2])
         print(Interface(clang, header).calls(header), end="")
+        return 0
+    if sys.argv[-1] == "--definitions":
+        clang, header = sys.argv[1], pathlib.Path(sys.argv[2])
+        print(Interface(clang, header).definitions(header), end="")
         return 0
     clang, compiler, folder = sys.argv[1], sys.argv[2], pathlib.Path(sys.argv[3])
     header, stored = folder / "include" / "dibstream.h", folder / "interface.txt"
