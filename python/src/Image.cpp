@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "python/src/Failure.h"
+#include "python/src/Places.h"
 
 namespace python {
 
@@ -114,8 +116,19 @@ void setPalette(const Image& image, const py::iterable& colors) {
         throw py::value_error("pictures of " + std::to_string(image.bitCount()) + " bits have no palette");
     std::vector<DibBGRA> table;
     for (const py::handle color : colors) {
-        const auto [red, green, blue] = color.cast<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>>();
-        table.push_back({.blue = blue, .green = green, .red = red, .alpha = 0});
+        const auto wrong = [&] {
+            return py::value_error("colours of a palette are (red, green, blue) from 0 to 255, not " +
+                                   py::repr(color).cast<std::string>());
+        };
+        if (PySequence_Check(color.ptr()) == 0 || py::len(color) != 3) throw wrong();
+        const auto channels = py::reinterpret_borrow<py::sequence>(color);
+        std::uint8_t values[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            const std::optional<std::uint8_t> channel = channelOf(channels[i]);
+            if (!channel) throw wrong();
+            values[i] = *channel;
+        }
+        table.push_back({.blue = values[2], .green = values[1], .red = values[0], .alpha = 0});
     }
     const std::size_t most = std::size_t{1} << image.bitCount();
     if (table.empty() || table.size() > most)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,7 +57,7 @@ std::string numberText(double number) {
     return error == std::errc() ? std::string(std::begin(text), end) : std::to_string(number);
 }
 
-// One value, written as the table wants it.
+// One value, in the notation of the table.
 class ValueText {
 public:
     ValueText(const DibParameter& parameter, Pictures& pictures)
@@ -65,9 +66,10 @@ public:
     std::string of(py::handle value) const {
         if (parameter_.kind == DIB_PARAMETER_SWITCH && PyBool_Check(value.ptr()) != 0)
             return value.cast<bool>() ? "yes" : "no";
-        if (PyUnicode_Check(value.ptr()) != 0) return ofPath() ? encoded(value) : value.cast<std::string>();
+        if (PyUnicode_Check(value.ptr()) != 0)
+            return ofPath() ? encoded(value) : wholeText(value.cast<std::string>());
         if (PyBool_Check(value.ptr()) == 0) {
-            if (PyLong_Check(value.ptr()) != 0) return wholeText(value);
+            if (PyLong_Check(value.ptr()) != 0) return integerText(value);
             if (PyFloat_Check(value.ptr()) != 0) return numberText(PyFloat_AS_DOUBLE(value.ptr()));
             if (ofPath())
                 return py::isinstance<Image>(value) ? pictures_.add(value.cast<const Image&>())
@@ -75,7 +77,7 @@ public:
             if (PySequence_Check(value.ptr()) != 0)
                 return sequenceText(py::reinterpret_borrow<py::sequence>(value));
             if (PyIndex_Check(value.ptr()) != 0)
-                return wholeText(py::reinterpret_steal<py::object>(checked(PyNumber_Index(value.ptr()))));
+                return integerText(py::reinterpret_steal<py::object>(checked(PyNumber_Index(value.ptr()))));
             if (PyNumber_Check(value.ptr()) != 0) return numberText(value.cast<double>());
         }
         throw py::type_error(std::string(parameter_.name) + " cannot be " +
@@ -89,7 +91,7 @@ private:
         if (object == nullptr) throw py::error_already_set();
         return object;
     }
-    static std::string wholeText(py::handle value) {
+    static std::string integerText(py::handle value) {
         int isTooLarge = 0;
         const long long number = PyLong_AsLongLongAndOverflow(value.ptr(), &isTooLarge);
         return isTooLarge == 0 ? numberText(number) : py::str(value).cast<std::string>();
@@ -108,17 +110,17 @@ private:
         for (const py::handle value : values) text += (text.empty() ? "" : separator) + of(value);
         return text;
     }
-    std::string colorText(const py::sequence& values) const {
+    // What is no colour is passed on as it is, and refused with the name of the parameter.
+    static std::string colorText(const py::sequence& values) {
         std::string text = "#";
         for (const py::handle value : values) {
+            const std::optional<std::uint8_t> channel = channelOf(value);
+            if (!channel) return py::repr(values).cast<std::string>();
             char digits[3];
-            std::snprintf(digits, sizeof digits, "%02x", unsigned{value.cast<std::uint8_t>()});
+            std::snprintf(digits, sizeof digits, "%02x", unsigned{*channel});
             text += digits;
         }
-        if (text.size() != 7 && text.size() != 9)
-            throw py::value_error(std::string(parameter_.name) +
-                                  " must be (red, green, blue) or (red, green, blue, alpha)");
-        return text;
+        return values.size() == 3 || values.size() == 4 ? text : py::repr(values).cast<std::string>();
     }
 
     const DibParameter& parameter_;
@@ -225,7 +227,7 @@ py::object applyChain(const Image& image, const std::string& chain, bool isClass
                       const py::object& progress) {
     DibChain parsed;
     DibOperationResult result;
-    if (!DibParseChain(chain.c_str(), &parsed, &result)) fail(result);
+    if (!DibParseChain(wholeText(chain).c_str(), &parsed, &result)) fail(result);
     Pictures none;
     return applied(image, parsed.steps, parsed.stepCount, none, isClassic, progress);
 }
@@ -233,7 +235,7 @@ py::object applyChain(const Image& image, const std::string& chain, bool isClass
 void checkChain(const std::string& chain) {
     DibChain parsed;
     DibOperationResult result;
-    if (!DibParseChain(chain.c_str(), &parsed, &result)) fail(result);
+    if (!DibParseChain(wholeText(chain).c_str(), &parsed, &result)) fail(result);
 }
 
 }  // namespace

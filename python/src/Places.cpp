@@ -10,8 +10,23 @@ bool isPath(const py::object& place) {
     return py::isinstance<py::str>(place) || py::hasattr(place, "__fspath__");
 }
 
+std::string wholeText(std::string text) {
+    if (text.find('\0') != std::string::npos) throw py::value_error("a text cannot have a zero byte in it");
+    return text;
+}
+
+std::optional<std::uint8_t> channelOf(py::handle value) {
+    if (PyIndex_Check(value.ptr()) == 0) return std::nullopt;
+    const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    if (!number) throw py::error_already_set();
+    int isTooLarge = 0;
+    const long channel = PyLong_AsLongAndOverflow(number.ptr(), &isTooLarge);
+    if (isTooLarge != 0 || channel < 0 || channel > 255) return std::nullopt;
+    return static_cast<std::uint8_t>(channel);
+}
+
 std::string encoded(py::handle path) {
-    return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
+    return wholeText(py::module_::import("os").attr("fsencode")(path).cast<std::string>());
 }
 
 Place sourceOf(const py::object& source) {

@@ -5,6 +5,7 @@
 #include <DibFile.h>
 #include <pybind11/pybind11.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +16,10 @@ namespace python {
 namespace py = pybind11;
 
 bool isPath(const py::object& place);
+// A text without zero bytes, where the library would end it; ValueError for others.
+std::string wholeText(std::string text);
+// A channel of a colour; nothing for what is no whole number from 0 to 255.
+std::optional<std::uint8_t> channelOf(py::handle value);
 // A path in the encoding of the system.
 std::string encoded(py::handle path);
 

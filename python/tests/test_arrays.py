@@ -152,6 +152,9 @@ def test_palette():
         with pytest.raises(ValueError, match="1 to 16"):
             image.palette = wrong
     assert dibstream.new(1, 1, 24).palette is None
+    for wrong in [(300, 0, 0), (1, 2), (0, 0, -1), 7]:
+        with pytest.raises(ValueError, match="from 0 to 255, not"):
+            image.palette = [wrong]
     with pytest.raises(ValueError, match="24 bits have no palette"):
         dibstream.new(1, 1, 24).palette = [(0, 0, 0)]
 

@@ -92,8 +92,10 @@ def test_wrong_calls(picture):
     for wrong in ([1], True, object(), b"3"):
         with pytest.raises(TypeError, match="radius"):
             picture.gaussian(wrong)
-    with pytest.raises(ValueError, match="alpha"):
-        picture.canvas((5, 5), fill=(1, 2))
+    for wrong in [(1, 2), (300, 0, 0), (0, 0, -1), (1, 2, 1.5), (1, 2, 3, 4, 5)]:
+        with pytest.raises(dibstream.ParameterError) as refused:
+            picture.canvas((5, 5), fill=wrong)
+        assert refused.value.parameter == "fill", wrong
     assert not hasattr(picture, "pretned")
 
 
@@ -165,3 +167,15 @@ def test_texts_have_the_signatures_of_the_stub():
 def test_texts_explain_parameters():
     assert "counter-clockwise when positive" in dibstream.Image.rotate.__doc__
     assert "keep_damaged: " in dibstream.open.__doc__
+
+
+def test_texts_with_a_zero_byte_are_refused(picture, tmp_path):
+    for work in [
+        lambda: picture.gaussian("3\x009"),
+        lambda: picture.apply("rotate:30\0gausian"),
+        lambda: dibstream.open("p.png\0x"),
+        lambda: picture.save(f"{tmp_path}/nul.png\0.jpg"),
+    ]:
+        with pytest.raises(ValueError, match="zero byte"):
+            work()
+    assert list(tmp_path.iterdir()) == []
