@@ -63,7 +63,7 @@ void finish(Worker& worker, const Tasks& tasks) {
     tasks.ended(worker.task, worker.outcome);
 }
 
-// Waits until some worker writes or ends, or a signal arrives, and forgets those that ended.
+// Waits until some worker writes or ends, or a signal arrives, and removes those that ended.
 void wait(std::vector<Worker>& workers, const Tasks& tasks) {
     // A signal that arrives just before poll() is noticed at its end.
     constexpr int kMilliseconds = 200;

@@ -19,7 +19,7 @@ struct Tasks {
     std::size_t count = 0;
     // Runs in a new process, whose exit code it returns. It throws nothing.
     std::function<int(std::size_t)> run;
-    // Hears of each task that ended, in the calling process.
+    // Called for each finished task, in the calling process.
     std::function<void(std::size_t, const Outcome&)> ended;
     // Once it returns true, no more tasks are started, and those that run get SIGTERM.
     std::function<bool()> isCancelled;

@@ -1,4 +1,4 @@
-// The peak of memory that a case adds to what the process held before.
+// Peak memory of a case above what the process held before.
 #ifndef BENCH_PEAK_MEMORY_H
 #define BENCH_PEAK_MEMORY_H
 

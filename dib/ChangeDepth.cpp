@@ -55,7 +55,7 @@ unsigned int selector(unsigned int flags) { return flags & 0xFFFF; }
 bool convertRows(DibStream& image, Packed form) {
     const std::size_t pixelBytes = dib::bytesOf(form);
     DepthChange change(image, form, dib::bitsOf(form));
-    if (!change.started()) return false;
+    if (!change.ready()) return false;
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
             change.source().read(row, x, count, change.row(row) + pixelBytes * x);
@@ -66,7 +66,7 @@ bool convertRows(DibStream& image, Packed form) {
 
 bool changeToDitheredCube(DibStream& image) {
     DepthChange change(image, Packed::kBgr, 8);
-    if (!change.started()) return false;
+    if (!change.ready()) return false;
     std::uint8_t scratch[kStripPixels * 3];
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
@@ -131,7 +131,7 @@ bool DibStream::ChangeBpp(int bitCount, unsigned int flags) {
 
 bool DibStream::ChangeTo1Bit(unsigned int) {
     DepthChange change(*this, Packed::kGrey, 1);
-    if (!change.started()) return false;
+    if (!change.ready()) return false;
     dib::ErrorDiffusion diffusion(change.width());
     if (!diffusion.ready()) return dib::failForMemory(*this);
     for (std::size_t row = 0; row < change.rows(); ++row) {
@@ -146,7 +146,7 @@ bool DibStream::ChangeTo1Bit(unsigned int) {
 bool DibStream::ChangeTo4Bit(unsigned int flags) {
     if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut4(flags);
     DepthChange change(*this, Packed::kGrey, 4);
-    if (!change.started()) return false;
+    if (!change.ready()) return false;
     std::uint8_t grey[kStripPixels];
     for (std::size_t row = 0; row < change.rows(); ++row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
@@ -168,7 +168,7 @@ bool DibStream::ChangeTo8Bit(unsigned int flags) {
 
 bool DibStream::ChangeTo16Bit(unsigned int flags) {
     DepthChange change(*this, Packed::kBgr, 16);
-    if (!change.started()) return false;
+    if (!change.ready()) return false;
     std::uint8_t scratch[kStripPixels * 3];
     dib::RemainderCarry carry;
     for (std::size_t row = 0; row < change.rows(); ++row) {

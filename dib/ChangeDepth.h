@@ -27,7 +27,7 @@ public:
     DepthChange(DibStream& image, Packed form, int bitCount);
 
     // False when the source cannot be read or memory is short; the image is unchanged.
-    bool started() const { return pixels_ != nullptr; }
+    bool ready() const { return pixels_ != nullptr; }
 
     const PixelReader& source() const { return source_; }
     std::size_t width() const { return source_.width(); }

@@ -123,7 +123,7 @@ bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
     if (add(whole) < 0) return false;
 
     while (boxCount < std::min(maxColours, kMaxBoxes)) {
-        // A box with score has pixels, which are all found again: there is never an empty box to drop.
+        // A box with a score has pixels, so no split gives an empty box.
         const int chosen = get_index();
         if (chosen < 0 || longestExtent(boxes[chosen].info) < 2) break;
         const colinfo box = boxes[chosen].info;

@@ -126,7 +126,7 @@ bool DibEffectColorNoise(DibProgressCallback callback, void* user, DibStream* im
 
 namespace {
 
-// Takes each pixel from a random position in the square around it.
+// Replaces each pixel by one from a random position in its square.
 class Scatter {
 public:
     Scatter(int radius, unsigned int flags) : radius_(radius), flags_(flags), remainder_(sideOf(radius)) {}

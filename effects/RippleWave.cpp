@@ -14,7 +14,7 @@ DIB_ALWAYS_INLINE void swing(const dib::WarpRow& row, float amplitude) {
 
 // Turns each pixel about a point, by the sine of its distance.
 struct Ripple {
-    dib::Turn turn;
+    dib::TurnAbout turn;
     float wavelength;
     float amplitude;
     float phase;

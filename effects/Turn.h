@@ -9,7 +9,7 @@
 
 namespace dib {
 
-struct Turn {
+struct TurnAbout {
     float centerX;
     float centerY;
 

@@ -4,7 +4,7 @@ namespace {
 
 // Turns each pixel about a point, by an angle in proportion to its distance.
 struct Whirl {
-    dib::Turn turn;
+    dib::TurnAbout turn;
     float twist;
 
     DIB_ALWAYS_INLINE void operator()(const dib::WarpRow& row) const {

@@ -81,7 +81,7 @@ private:
     int bitCount_ = 0;
     unsigned char* pixels_ = nullptr;
     std::size_t rowBytes_ = 0;
-    std::uint32_t lastWord_ = 0;  // the bits of a row's last word that are no fill
+    std::uint32_t lastWord_ = 0;  // the bits of a row's last word that hold pixels
     // The rows that were not read and may hold anything.
     unsigned char* begin_ = nullptr;
     unsigned char* end_ = nullptr;

@@ -37,7 +37,7 @@ bool areTexts(const DibBytes& texts);
 // May throw std::bad_alloc.
 bool isUtf8(std::string_view text);
 std::string utf8OfLatin1(std::string_view text);
-// Bytes that a file has without saying what they mean: UTF-8 where that is possible, else Latin-1.
+// Text whose encoding the file does not declare: UTF-8 where that is possible, else Latin-1.
 std::string utf8OfUnknown(std::string_view text);
 // Null when a character has no byte there.
 std::optional<std::string> latin1OfUtf8(std::string_view text);

@@ -15,7 +15,7 @@ bool load(std::FILE* file, DibPSDLoader& loader, DibProgressCallback callback) {
     return loader.Load(file);
 }
 
-// A short file may announce megabytes, which tell nothing new.
+// A short file may announce megabytes, which test nothing new.
 bool tellsSomething(const DibStream& image) {
     return image.Header == nullptr || dib::admitSize(*image.Header).imageBytes <= (1U << 22);
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-// In pieces, so that what is read of both rows is still near when it is written.
+// In pieces, so that both rows are still in the cache when they are written.
 void exchangeRows(unsigned char* low, unsigned char* high, unsigned char* saved, std::size_t rowBytes) {
     constexpr std::size_t kPiece = 2048;
     for (std::size_t at = 0; at < rowBytes; at += kPiece) {

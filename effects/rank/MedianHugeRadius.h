@@ -16,7 +16,7 @@ namespace dib {
 // The pixel value seen with each brightness, as long as there is only one.
 class LevelValues {
 public:
-    // Forgets all values. False when memory is short.
+    // Clears all values. False when memory is short.
     bool prepare(std::ptrdiff_t levels) {
         values_ = allocateZeroed<std::uint32_t>(levels);
         kinds_ = allocateZeroed<Kind>(levels);

@@ -36,7 +36,7 @@ struct TileShape {
 };
 
 // The largest of tiles of about the same size. Large tiles read few pixels more than they choose; small ones
-// stay in the cache, and up to radius 64 bytes number their columns. Low ones soon report progress.
+// stay in the cache, and up to radius 64 bytes number their columns. Low tiles report progress early.
 inline TileShape tileShape(const Raster& image, int radius) {
     const auto divide = [](int size, int side) {
         const int tiles = std::max((size - 1) / side + 1, 1);

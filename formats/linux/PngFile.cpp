@@ -185,7 +185,7 @@ bool PngDecoder::keepExif(DibMetadata& metadata) {
     return options_.readsHeadersOnly || copyBytes({bytes, length}, metadata.exif);
 }
 
-// The block may follow the pixels, too, which are not read for it.
+// The block may also follow the pixels; they are not decoded to find it.
 bool PngDecoder::applyExifAtEnd(DibMetadata& metadata) {
     constexpr std::int64_t kMostBytes = 1 << 16;
     constexpr std::size_t kFrame = 12;  // length, name and checksum of a chunk

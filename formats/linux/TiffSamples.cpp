@@ -64,7 +64,7 @@ void unpack(const Channel& from, unsigned bits, float* to, std::size_t pixels, s
 
 constexpr unsigned char byteOfWord(std::uint16_t word) { return dib::byteOf((word * 255U + 32895U) >> 16); }
 
-// Rounded to bytes of the same share of the largest value. Signs are not looked at.
+// Rounded to bytes of the same share of the largest value. Signs are ignored.
 void unpack(const Channel& from, unsigned bits, unsigned char* to, std::size_t pixels, std::size_t step) {
     const std::uint64_t largest = (std::uint64_t{1} << bits) - 1;
     for (std::size_t i = 0, at = from.first; i < pixels; ++i, at += from.step, to += step) {
@@ -189,7 +189,7 @@ void TiffConverter::convertAs(const TiffRows& rows, Sample* unpacked, Shown* to)
 }
 
 void TiffConverter::convert(const TiffRows& rows, unsigned char* to) {
-    // Rows of blocks from malloc are aligned for floats: a pixel of theirs has 16 bytes.
+    // Rows of blocks from malloc are aligned for floats: each pixel has 16 bytes.
     if (meaning_.givesFloats()) {
         convertAs(rows, unpacked_.get(), reinterpret_cast<float*>(to));
     } else if (meaning_.isFloat) {

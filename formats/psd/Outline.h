@@ -23,7 +23,7 @@ enum ColorMode {
     kLab = 9,
 };
 
-// Ids of a layer's channels that are no colours.
+// Ids of a layer's channels that are not colours.
 enum ChannelId { kTransparency = -1, kMask = -2, kSecondMask = -3 };
 
 struct Rectangle {

@@ -72,7 +72,7 @@ void labToRgb(const Lab& lab, const dib::LightCurve& curve, unsigned char* red, 
     *blue = byteOf(0.0719453 * x - 0.2289914 * y + 1.4052427 * z);
 }
 
-// White stands for planes that are missing. `alpha` is that of a colour mixed with white, else 1.
+// Missing planes count as white. `alpha` is that of a colour mixed with white, else 1.
 Lab labAt(std::span<const unsigned char* const> samples, std::size_t x, int depth, double alpha) {
     const auto part = [&](std::size_t plane, double missing) {
         return samples[plane] != nullptr ? partAt(samples[plane], x, depth) : missing;

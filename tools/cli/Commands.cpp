@@ -26,7 +26,7 @@ std::span<const Command> commands() {
         {"each", "Applies operations to each of many pictures, several at once", declareEach,
          "INPUT... [OPERATION]... OUTPUT"},
         {"info", "Prints size, depth, row order, palette, compression and format of pictures", declareInfo},
-        {"compare", "Tells what differs between two pictures", declareCompare},
+        {"compare", "Shows how two pictures differ", declareCompare},
         {"montage", "Puts many pictures on one, in rows and columns", declareMontage, "INPUT... OUTPUT"},
         {"layers", "Writes each layer of a document as a picture, and manifest.json with their positions",
          declareLayers},

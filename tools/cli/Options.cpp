@@ -83,8 +83,8 @@ void addFormat(CLI::App& command, const std::string& name, const char*& format, 
 
 void addOpening(CLI::App& command, DibLoadOptions& options) {
     addFormat(command, "--from", options.format,
-              "Format of the input; overrides detection. Also that of second pictures which neither their "
-              "content nor their name tells");
+              "Format of the input; overrides detection. Also used for second pictures whose format cannot "
+              "be detected");
     command.add_flag_callback(
         "--keep-damaged", [&options] { options.damage = DIB_DAMAGE_KEEP; },
         "Keeps the rows that can be read of a damaged file; the others are black");

@@ -94,7 +94,7 @@ void declareCompare(CLI::App& command) {
     addOpening(command, job->pictures.load);
     command.add_option("--difference", job->shown, "Writes a picture of the differences; black: none")
         ->type_name("FILE");
-    command.add_option("--gain", job->gain, "Times that the differences are shown enlarged, 1 to 255")
+    command.add_option("--gain", job->gain, "Factor by which differences are amplified, 1 to 255")
         ->check(between(1, 255))
         ->type_name("GAIN");
     addNoClobber(command, job->pictures.save);

@@ -224,7 +224,7 @@ void declareInfo(CLI::App& command) {
         ->type_name("")
         ->required();
     command.footer(
-        "Files of a folder that are no pictures are left out, unless they have the extension of a format.\n"
+        "Files in a folder that are not pictures are skipped, unless they have the extension of a format.\n"
         "Folders inside it are left out, too. The exit code is 3 when a file cannot be read; what the "
         "others\nsay is printed all the same.");
     addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");

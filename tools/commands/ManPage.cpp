@@ -159,8 +159,8 @@ std::string manPage(const CLI::App& app) {
            "A parameter is given by its place or as\n.IR name = value .\n"
            "A comma or a backslash inside a value is written with a backslash before it.\n.PP\n"
            "A file\n.B \\-\nis standard input or standard output.\n"
-           "An output is written to a temporary file in the folder of its target,\nwhich is renamed when it "
-           "is complete.\n" +
+           "An output appears under its name only when it is complete.\nA file that it replaces stays until "
+           "then.\n" +
            commandSection(app) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
            item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") + exitStatus() +
            ".SH EXAMPLES\n.nf\n"

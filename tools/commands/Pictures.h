@@ -15,7 +15,7 @@
 
 namespace tool {
 
-// How the command line wants pictures opened and saved.
+// Options for opening and saving pictures.
 struct PictureOptions {
     DibLoadOptions load;
     // The format is null where the name of the output decides. Rows are raw, which every program reads.
