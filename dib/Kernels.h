@@ -5,9 +5,9 @@
 //     dib::runKernel<invertRow>(row, count);
 //
 // The body is the definition. All builds do the same arithmetic, so results never depend on the machine.
-// Where compilers do not find the vectors they are written by hand (PixelShuffles, ToneLookup, RowVectors and
-// a few of the effects and operations); tests compare them with the plain loop byte for byte. BilinearMix, BinWindow,
-// RankedTile and MedianHugeRadius branch on __SSE2__ themselves: every x86-64 processor has their
+// Where compilers do not find the vectors they are written by hand (PixelShuffles, ToneLookup, RowVectors, a
+// few of the effects and operations); tests compare them with the plain loop byte for byte. BilinearMix,
+// BinWindow, RankedTile and MedianHugeRadius branch on __SSE2__ themselves: every x86-64 processor has their
 // instructions, so nothing is chosen at run time.
 #ifndef DIB_KERNELS_H
 #define DIB_KERNELS_H

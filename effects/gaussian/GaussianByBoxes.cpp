@@ -41,7 +41,8 @@ bool GaussianByBoxes::prepare(const Raster& image) {
     return folded_ != nullptr && steps_ != nullptr;
 }
 
-// For each row one half width per unit of its middle weight: the widest run of weights at or above that level.
+// For each row one half width per unit of its middle weight: the widest run of weights at or above that
+// level.
 bool GaussianByBoxes::listBoxes() {
     const int reach = kernel_.reach();
     std::ptrdiff_t count = 0;

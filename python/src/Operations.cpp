@@ -110,7 +110,7 @@ private:
         for (const py::handle value : values) text += (text.empty() ? "" : separator) + of(value);
         return text;
     }
-    // What is no colour is passed on as it is, and refused with the name of the parameter.
+    // Anything else than a colour is passed on as it is, and refused with the name of the parameter.
     static std::string colorText(const py::sequence& values) {
         std::string text = "#";
         for (const py::handle value : values) {

@@ -18,7 +18,7 @@ namespace py = pybind11;
 bool isPath(const py::object& place);
 // A text without zero bytes, where the library would end it; ValueError for others.
 std::string wholeText(std::string text);
-// A channel of a colour; nothing for what is no whole number from 0 to 255.
+// A channel of a colour; nothing for anything else than a whole number from 0 to 255.
 std::optional<std::uint8_t> channelOf(py::handle value);
 // A path in the encoding of the system.
 std::string encoded(py::handle path);

@@ -47,7 +47,7 @@ private:
             return DibLoadFile(path.c_str(), &image, &options, &result, callback, user);
         };
         bool isOpen = open(nullptr);
-        // The format on the command line is that of the input. It is used only where no other format is detected.
+        // The format on the command line is that of the input. It is used only where no other is detected.
         const char* from = frame_.options.load.format;
         const bool isUnknown = result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED;
         if (isUnknown && from != nullptr) isOpen = open(from);
