@@ -52,7 +52,8 @@ cmake --preset "$target"
 case "$what" in
     digest)
         cmake --build --preset "$target" --parallel "$(nproc)" --target digest
-        bash tests/system/digest.sh tests/digest/list.txt "$emulator" -L "$root" "$PWD/build/$target/tests/digest"
+        # Only x86-64 has kernels above the plain ones.
+        DIGEST_LEVELS=0 bash tests/system/digest.sh tests/digest/list.txt "$emulator" -L "$root" "$PWD/build/$target/tests/digest"
         ;;
     suite)
         cmake --build --preset "$target" --parallel "$(nproc)"

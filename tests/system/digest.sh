@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Every operation gives the hash of the list, at every kernel level.
+# Every operation gives the hash of the list, at every kernel level or those that DIGEST_LEVELS names.
 # usage: digest.sh LIST COMMAND...     COMMAND runs the program digest, under an emulator for instance
 #
 # Lines that depend on the versions of libpng, libjpeg and libtiff are not compared, nor those that the regular
@@ -8,11 +8,11 @@
 set -euo pipefail
 list="$1"
 shift
-except=" codec |${DIGEST_EXCEPT:- codec }"
+except=" codec ${DIGEST_EXCEPT:+|$DIGEST_EXCEPT}"
 folder="$(mktemp -d)"
 trap 'rm -rf "$folder"' EXIT
 
-for level in 0 1 2; do
+for level in ${DIGEST_LEVELS:-0 1 2}; do
     "$@" --level=$level | grep -vE "$except" >"$folder/$level.txt"
     if ! diff <(grep -vE "$except" "$list") "$folder/$level.txt" >"$folder/difference.txt"; then
         echo "kernel level $level differs from $list:"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the commands of docs/everyday-jobs.md, and compares their lengths with those of the other programs.
+"""Runs the commands of docs/everyday-jobs.md. Compares their lengths with those of the other programs.
 
 usage: everyday-jobs.py DIB MAKE_SAMPLE_PICTURE DOCS_PAGE GIF WORK_DIR
 """
