@@ -5,8 +5,8 @@ usage: PYTHONPATH=build/release/python bench/python/jobs.py [--rounds N] [--only
 
 A round starts each program once for each job. The process does the job once, where its memory is measured, and three times for
 its time. --clock compares times of the clock instead of the processor's. Then come the cost of a call on a picture of 64x64
-pixels and the pictures a second of examples/cluster/map_pictures.py with one and with two workers. --write puts all of it into
-docs/performance/python.md.
+pixels and the pictures a second of examples/cluster/map_pictures.py with one and with two workers, beside one and two separate
+processes. --write puts all of it into docs/performance/python.md.
 """
 import argparse
 import json
@@ -234,14 +234,32 @@ def throughput(workers, folder):
         return {"rate": MAPPED / (time.perf_counter() - start)}
 
 
+def reduce_pictures(folder, name):
+    """Pictures a second of this process alone."""
+    import dibstream
+    start = time.perf_counter()
+    for _ in range(MAPPED // 2):
+        dibstream.open(folder / "large.jpg").apply(CHAIN).save(folder / name)
+    return {"rate": MAPPED / 2 / (time.perf_counter() - start)}
+
+
+def separate_throughput(processes, folder):
+    """The same work in processes that share nothing: what the machine gives to so many."""
+    command = [sys.executable, __file__, "reduce", str(folder)]
+    children = [subprocess.Popen(command + [f"{i}.jpg"], stdout=subprocess.PIPE, text=True) for i in range(processes)]
+    return {"rate": sum(json.loads(child.communicate()[0])["rate"] for child in children)}
+
+
 def throughput_text(rounds, folder):
-    rates = {1: [], 2: []}
+    rates = {(way, count): [] for way in ("throughput", "separate") for count in (1, 2)}
     for _ in range(rounds):
-        for workers, rate in rates.items():
-            rate.append(numbers_of("throughput", workers, folder)["rate"])
-    one, two = (statistics.median(rate) for rate in rates.values())
+        for (way, count), rate in rates.items():
+            rate.append(numbers_of(way, count, folder)["rate"])
+    median = {key: statistics.median(rate) for key, rate in rates.items()}
+    one, two = median["throughput", 1], median["throughput", 2]
     return (f"`map_pictures.py` reduced {one:.1f} JPEGs of 12 megapixels a second with one worker and {two:.1f} with two, "
-            f"{two / one:.2f} times as many, on a machine with {os.cpu_count()} processors.")
+            f"{two / one:.2f} times as many, on a machine with {os.cpu_count()} processors. Two separate processes reduced "
+            f"{median['separate', 2] / median['separate', 1]:.2f} times as many as one on it.")
 
 
 def report(options, folder):
@@ -286,5 +304,9 @@ if __name__ == "__main__":
         print(json.dumps(calls()))
     elif sys.argv[1:2] == ["throughput"]:
         print(json.dumps(throughput(int(sys.argv[2]), pathlib.Path(sys.argv[3]))))
+    elif sys.argv[1:2] == ["separate"]:
+        print(json.dumps(separate_throughput(int(sys.argv[2]), pathlib.Path(sys.argv[3]))))
+    elif sys.argv[1:2] == ["reduce"]:
+        print(json.dumps(reduce_pictures(pathlib.Path(sys.argv[2]), sys.argv[3])))
     else:
         main()
