@@ -22,6 +22,13 @@ constexpr std::uint32_t kOs2Header = 64;
 constexpr std::uint32_t kVersion5 = 124;
 constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;  // "MBED"
 
+// Whether the words can be masks: channels share no bits.
+bool areMasks(const ChannelMasks& masks) {
+    const std::uint32_t shared =
+        (masks.red & masks.green) | (masks.red & masks.blue) | (masks.green & masks.blue);
+    return shared == 0 && (masks.red | masks.green | masks.blue) != 0;
+}
+
 // Reads the headers from top to bottom; each step returns whether to go on.
 class HeaderReader {
 public:
@@ -127,12 +134,18 @@ private:
         const bool isInside = length_ >= kWithMasks && length_ != kOs2Header;
         const bool hasAlpha = isInside ? length_ >= kWithAlphaMask : compression_ == bmp::kMasksWithAlpha;
         unsigned char* at = info_ + kWindowsHeader;
-        if (!isInside) {
-            maskBytes_ = hasAlpha ? 16 : 12;
-            if (!file_.read(at, maskBytes_)) return refuseShort();
-        }
+        // ImageMagick leaves out the masks of some files: pixels follow at once.
+        const bool mayLackMasks = !isInside && header_.pixelStart == std::int64_t{infoStart_} + length_;
+        if (!isInside) maskBytes_ = hasAlpha ? 16 : 12;
+        const bool areThere = isInside || file_.read(at, maskBytes_);
+        if (!areThere && !mayLackMasks) return refuseShort();
         const ChannelMasks masks = {dib::readLe32(at), dib::readLe32(at + 4), dib::readLe32(at + 8),
                                     hasAlpha ? dib::readLe32(at + 12) : 0};
+        if (mayLackMasks && (!areThere || !areMasks(masks))) {
+            maskBytes_ = 0;
+            note(result_, DIB_NOTE_ASSUMPTION, "there are no channel masks, so the usual ones were taken");
+            return true;
+        }
         if (masks == ChannelMasks()) return true;
         header_.masks = masks;
         header_.hasMasks = true;

@@ -113,6 +113,22 @@ DIB_ALWAYS_INLINE void removeFromFloats(const unsigned char* __restrict mixed,
     }
 }
 
+// The number of half-transparent samples of so many bytes, and in the upper half that of the dark ones among
+// them.
+template <std::size_t SampleBytes>
+DIB_ALWAYS_INLINE std::uint32_t halfAndDark(const unsigned char* __restrict samples,
+                                            const unsigned char* __restrict alpha, std::size_t count) {
+    constexpr int kRounding = 2;
+    std::uint32_t half = 0;
+    std::uint32_t dark = 0;
+    for (std::size_t x = 0; x < count; ++x) {
+        const auto isHalf = static_cast<std::uint32_t>(alpha[x] != 0 && alpha[x] != 255);
+        half += isHalf;
+        dark += isHalf & static_cast<std::uint32_t>(255 - samples[x * SampleBytes] > alpha[x] + kRounding);
+    }
+    return half | dark << 16;
+}
+
 }  // namespace
 
 bool hasHalfTransparent(const unsigned char* alpha, std::size_t count) {
@@ -145,6 +161,14 @@ void floatsWithoutWhite(const unsigned char* mixed, const unsigned char* alpha, 
         dib::runWidestKernel<removeFromFloats>(mixed + 4 * first, alpha + 4 * first, light, part);
         for (std::size_t x = 0; x < part; ++x) to[first + x] = curve(light[x]);
     }
+}
+
+void InkCensus::add(const unsigned char* samples, std::size_t sampleBytes, const unsigned char* alpha,
+                    std::size_t count) {
+    const std::uint32_t counted = sampleBytes == 1 ? dib::runKernel<halfAndDark<1>>(samples, alpha, count)
+                                                   : dib::runKernel<halfAndDark<2>>(samples, alpha, count);
+    half_ += counted & 0xFFFF;
+    dark_ += counted >> 16;
 }
 
 }  // namespace formats::psd

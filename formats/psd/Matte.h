@@ -24,6 +24,23 @@ void wordsWithoutWhite(const unsigned char* mixed, const unsigned char* alpha, u
 void floatsWithoutWhite(const unsigned char* mixed, const unsigned char* alpha, unsigned char* to,
                         std::size_t count);
 
+// Mixing leaves no more ink than alpha. Programs that do not mix store darker colours, too: ImageMagick does
+// so and says nothing of it.
+class InkCensus {
+public:
+    // Counts the half-transparent ones of up to 65535 samples of a colour, of 1 or 2 bytes each. Alpha
+    // has 1.
+    void add(const unsigned char* samples, std::size_t sampleBytes, const unsigned char* alpha,
+             std::size_t count);
+    // Whether all but a few stray samples can be mixed with white.
+    bool isMixed() const { return dark_ <= half_ / kFewestPerStray; }
+
+private:
+    static constexpr std::size_t kFewestPerStray = 64;
+    std::size_t half_ = 0;
+    std::size_t dark_ = 0;  // of these, with more ink than alpha and rounding allow
+};
+
 }  // namespace formats::psd
 
 #endif

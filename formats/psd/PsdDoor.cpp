@@ -121,6 +121,8 @@ public:
     bool begin();
     // False with the reason when a row is damaged or missing, and when the caller cancels.
     bool readRows();
+    // Whether the rows agree with what the picture says of colours mixed with white.
+    bool isMixedAsSaid() const { return colors_.isMixed(); }
 
 private:
     // Rows that lie in the file as in the image, but for their order.
@@ -216,6 +218,16 @@ bool PictureReader::refuseDamage() {
                   static_cast<long long>(damagedRow_) + 1, damagedPlane_ + 1);
 }
 
+bool readPicture(ReadRequest& request, const RefusedFile& file, const Outline& outline,
+                 const Picture& picture, bool& isMixedAsSaid) {
+    PictureReader reader(request, picture);
+    if (!reader.begin()) return false;
+    if (request.options.layer < 0 && picture.kind.bitCount == 8) readPalette(file, outline, *request.image);
+    const bool isRead = reader.readRows();
+    isMixedAsSaid = reader.isMixedAsSaid();
+    return isRead;
+}
+
 bool read(ReadRequest& request) {
     const RefusedFile file(request.file);
     if (const Problem problem = psd::headerProblem(file); !problem.empty())
@@ -224,13 +236,15 @@ bool read(ReadRequest& request) {
     keepMetadata(file, outline, request.result);
     Picture picture;
     if (!psd::findPicture(file, outline, request.options, request.result, picture)) return false;
-    PictureReader reader(request, picture);
-    if (!reader.begin()) return false;
-    if (request.options.layer < 0 && picture.kind.bitCount == 8) readPalette(file, outline, *request.image);
     if (request.options.layer < 0 && !outline.hasMergedPicture)
         note(request.result, DIB_NOTE_WARNING, "the document was saved without its merged picture");
     noteConversions(outline, request.result);
-    return reader.readRows();
+    bool isMixedAsSaid = true;
+    const bool isRead = readPicture(request, file, outline, picture, isMixedAsSaid);
+    if (isMixedAsSaid || request.progress.isCancelled() || request.result.code == DIB_ERROR_MEMORY)
+        return isRead;
+    picture.kind.isMatted = false;
+    return readPicture(request, file, outline, picture, isMixedAsSaid);
 }
 
 constexpr const char* kExtensions[] = {"psd", "psb", nullptr};

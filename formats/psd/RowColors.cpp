@@ -12,7 +12,6 @@
 #include "dib/Numbers.h"
 #include "formats/BitPlanes.h"
 #include "formats/psd/ChannelBytes.h"
-#include "formats/psd/Matte.h"
 #include "formats/psd/Outline.h"
 
 namespace formats::psd {
@@ -122,6 +121,7 @@ const unsigned char* RowColors::bytesOfMixed(std::size_t plane, const unsigned c
         const std::size_t count = std::min(kPart, width_ - first);
         const std::size_t at = sampleBytes * first;
         if (hasHalfTransparent(alpha + first, count)) {
+            if (kind_.depth == 16) census_.add(samples + at, sampleBytes, alpha + first, count);
             withoutWhite(samples + at, alphaSamples + at, own(plane) + first, count);
         } else {
             convert(samples + at, true, own(plane) + first, count);
@@ -143,6 +143,8 @@ void RowColors::join(const Planes& planes, bool isMixed, unsigned char* pixels) 
         Planes part = planes;
         for (std::size_t plane = 0; plane <= alpha; ++plane) part[plane] += first;
         if (isMixed && hasHalfTransparent(part[alpha], count)) {
+            for (std::size_t plane = 0; plane < alpha; ++plane)
+                census_.add(part[plane], 1, part[alpha], count);
             joinWithoutWhite({part.data(), alpha + 1}, to, count);
             continue;
         }

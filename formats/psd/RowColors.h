@@ -7,6 +7,7 @@
 #include <span>
 
 #include "dib/Memory.h"
+#include "formats/psd/Matte.h"
 
 namespace formats::psd {
 
@@ -32,6 +33,8 @@ public:
     bool prepare(std::size_t width);
     // A null plane is missing: white, or opaque.
     void make(std::span<const unsigned char* const> planes, unsigned char* pixels);
+    // Whether the colours made so far can have been mixed with white.
+    bool isMixed() const { return census_.isMixed(); }
 
 private:
     using Planes = std::array<const unsigned char*, kMostPlanes>;
@@ -49,6 +52,7 @@ private:
     void convertLab(std::span<const unsigned char* const> samples, bool isMixed, Planes& planes);
 
     PlaneKind kind_;
+    InkCensus census_;
     std::size_t width_ = 0;
     dib::MallocPtr<unsigned char> bytes_;
 };

@@ -273,6 +273,28 @@ TEST(BmpLoad, MasksFollowShortHeaders) {
     EXPECT_EQ(shown(file(52, 3, masks(0, 0, 0)), 32), pixel);
 }
 
+// Pixels where masks belong share bits, or have none at all.
+TEST(BmpLoad, PixelsMayFollowWithoutMasks) {
+    const Bytes words = ByteWriter().le16(0x7FFF).le16(0x1234).le16(0x7FFF).le16(0).bytes;
+    BmpParts parts = {.width = 2, .height = 2, .bits = 16, .compression = 3, .pixels = words};
+    EXPECT_EQ(shown(bmp(parts), 16), Bytes({0xFF, 0x7F, 0, 0, 0xFF, 0x7F, 0x34, 0x12}));
+    EXPECT_EQ(opened(bmp(parts)).note(0), "there are no channel masks, so the usual ones were taken");
+    parts.height = -3;
+    parts.pixels = Bytes(12);
+    EXPECT_EQ(shown(bmp(parts), 16), Bytes(12));
+    // Masks stay masks where the file says that the pixels begin there, or nowhere.
+    Bytes file = bmp({.width = 1,
+                      .height = 1,
+                      .bits = 16,
+                      .compression = 3,
+                      .masks = masks(0xF800, 0x7E0, 0x1F),
+                      .pixels = {0xFF, 0xFF, 0, 0}});
+    for (const unsigned char start : Bytes{54, 0}) {
+        file[10] = start;
+        EXPECT_EQ(shown(file, 24), Bytes({255, 255, 255})) << start;
+    }
+}
+
 TEST(BmpLoad, WordsOf555StayAndTheirAlphaShows) {
     const Bytes words = ByteWriter().le16(0xFFFF).le16(0x1234).bytes;
     EXPECT_EQ(shown(bmp({.width = 2, .height = 1, .bits = 16, .pixels = words}), 16), words);

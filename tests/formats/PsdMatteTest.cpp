@@ -189,6 +189,27 @@ TEST(PsdMatte, HalfTransparentBytesAreFound) {
     });
 }
 
+// One stray sample of 64 is allowed, of half-transparent ones; two levels are rounding.
+TEST(PsdMatte, MoreInkThanAlphaWasNotMixed) {
+    const auto isMixed = [](const Bytes& samples, std::size_t sampleBytes, const Bytes& alpha) {
+        formats::psd::InkCensus census;
+        census.add(samples.data(), sampleBytes, alpha.data(), alpha.size());
+        return census.isMixed();
+    };
+    atEveryLevel([&] {
+        EXPECT_TRUE(isMixed({155, 153, 0, 0}, 1, {100, 100, 0, 255}));
+        EXPECT_FALSE(isMixed({155, 152, 0, 0}, 1, {100, 100, 0, 255}));
+        EXPECT_TRUE(isMixed({153, 0, 155, 255}, 2, {100, 100}));
+        EXPECT_FALSE(isMixed({152, 255, 155, 0}, 2, {100, 100}));
+        Bytes samples(200, 200);
+        const Bytes alpha(200, 60);
+        samples[77] = samples[150] = samples[199] = 0;
+        EXPECT_TRUE(isMixed(samples, 1, alpha));
+        samples[3] = 0;
+        EXPECT_FALSE(isMixed(samples, 1, alpha));
+    });
+}
+
 // Parts without half-transparent pixels are joined otherwise; the row does not show where they meet.
 TEST(PsdMatte, RowsOfOpaqueAndHalfTransparentParts) {
     constexpr std::size_t kWidth = 1000;

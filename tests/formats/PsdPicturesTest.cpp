@@ -1,4 +1,5 @@
 // The pixels of PSD documents, their layers and masks, with every number written out.
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -223,6 +224,10 @@ TEST(PsdPictures, MatteIsRemoved) {
     EXPECT_EQ(matted(documentOf(1, 32, {{0x3F, 0x40, 0, 0}, {0x3F, 0, 0, 0}})), (Bytes{188, 188, 188, 128}));
     EXPECT_EQ(matted(documentOf(4, 8, {{155}, {255}, {255}, {255}, {100}})), (Bytes{255, 255, 0, 100}));
     EXPECT_EQ(matted(documentOf(9, 8, {{204}, {128}, {128}, {102}})), (Bytes{119, 119, 119, 102}));
+    // More ink than alpha cannot be mixed: the colours are stored as they are.
+    EXPECT_EQ(matted(documentOf(3, 8, {{255}, {205}, {150}, {100}})), (Bytes{150, 205, 255, 100}));
+    EXPECT_EQ(matted(documentOf(1, 16, {{0x60, 0}, {0x80, 0}})), (Bytes{96, 96, 96, 128}));
+    EXPECT_EQ(matted(documentOf(4, 8, {{155}, {255}, {255}, {100}, {100}})), (Bytes{100, 100, 61, 100}));
     // Without layers nothing says that the channel is transparency of the picture.
     EXPECT_EQ(pixelOf(documentOf(3, 8, {{255}, {205}, {155}, {100}})), (Bytes{155, 205, 255, 100}));
 }
@@ -234,7 +239,11 @@ TEST(PsdPictures, MatteOfWholeRowsIsRemovedAtEveryKernelLevel) {
     document.channels = 4;
     document.negativeCount = true;
     document.addLayer({0, 0, 1, 1}, {0});
-    const std::vector<Bytes> planes = document.allPlanes();
+    std::vector<Bytes>& planes = document.planes = document.allPlanes();
+    for (std::size_t i = 0; i < planes[3].size(); ++i) {
+        const auto lightest = static_cast<unsigned char>(255 - planes[3][i]);  // no more ink than alpha
+        for (std::size_t c = 0; c < 3; ++c) planes[c][i] = std::max(planes[c][i], lightest);
+    }
     const Bytes bytes = document.bytes();
     for (const dib::KernelLevel level : dib::kKernelLevels) {
         dib::limitKernelLevel(level);

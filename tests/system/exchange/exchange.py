@@ -4,14 +4,15 @@ with what the programs got.
 
 usage: exchange.py DIB PLUGINS [--all-values | --full] [--match TEXT]
 
-The table (rows.py) has rows of a program, a format, the pictures that it gets, a command, and the variants: every axis
-has a list of values, and the row stands for all their combinations. One or some combinations of each row are tried;
+The table (rows_plain.py and rows_packed.py) has rows of a program, a format, the pictures that it gets, a command, and
+the variants: every axis has a list of values, and the row stands for all their combinations. One or some combinations of each row are tried;
 with --all-values each value of each axis once, and with --full all combinations, which takes an hour. Programs that are
 not installed are skipped, with a line that says so.
 """
 import argparse
 import collections
 import concurrent.futures
+import importlib
 import importlib.util
 import itertools
 import os
@@ -23,7 +24,10 @@ import tempfile
 
 import libraries
 import pictures
-from rows import ROWS
+from table import ROWS
+
+for rows in ("rows_plain", "rows_packed"):
+    importlib.import_module(rows)  # fills the table
 
 
 LONGEST = 120  # seconds for one program and one file
