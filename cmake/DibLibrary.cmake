@@ -1,17 +1,13 @@
 # The image library. Each folder is a layer; CMake finds new source files by itself.
 
-# Only this platform's folders are built.
 if(APPLE)
-    set(DIB_PLATFORM mac)
     enable_language(OBJCXX)
-else()
-    set(DIB_PLATFORM linux)
 endif()
 
 file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/c/*.cpp
     ${PROJECT_SOURCE_DIR}/dib/*.cpp
-    ${PROJECT_SOURCE_DIR}/dib/posix/*.cpp
+    ${PROJECT_SOURCE_DIR}/dib/${DIB_SYSTEM}/*.cpp
     ${PROJECT_SOURCE_DIR}/dib/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/geometry/*.cpp
     ${PROJECT_SOURCE_DIR}/effects/*.cpp
@@ -22,6 +18,12 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/psd/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
+# Where the system decodes and encodes image files itself.
+if(APPLE OR WIN32)
+    file(GLOB framework_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/formats/framework/*.cpp)
+    list(APPEND dib_sources ${framework_sources})
+endif()
+list(REMOVE_DUPLICATES dib_sources)
 file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/pixels/*.cpp
@@ -35,8 +37,9 @@ set_property(SOURCE ${PROJECT_SOURCE_DIR}/c/Version.cpp APPEND PROPERTY COMPILE_
 
 # Replacing files: the only internal code that the library and the program dib share.
 file(GLOB file_sources CONFIGURE_DEPENDS
-    ${PROJECT_SOURCE_DIR}/files/posix/*.cpp
+    ${PROJECT_SOURCE_DIR}/files/${DIB_SYSTEM}/*.cpp
     ${PROJECT_SOURCE_DIR}/files/${DIB_PLATFORM}/*.cpp)
+list(REMOVE_DUPLICATES file_sources)
 add_library(dib_files OBJECT ${file_sources})
 dib_library_settings(dib_files)
 target_include_directories(dib_files PUBLIC ${PROJECT_SOURCE_DIR})
@@ -45,6 +48,8 @@ target_include_directories(dib_files PUBLIC ${PROJECT_SOURCE_DIR})
 if(APPLE)
     set(DIB_PLATFORM_LIBRARIES
         "-framework AppKit" "-framework Foundation" "-framework CoreGraphics" "-framework CoreFoundation")
+elseif(WIN32)
+    set(DIB_PLATFORM_LIBRARIES windowscodecs ole32 uuid)
 else()
     find_package(PNG REQUIRED)
     find_package(JPEG REQUIRED)
@@ -88,7 +93,7 @@ target_include_directories(dibstream INTERFACE
 if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # the default on Apple
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()
-if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT APPLE)
+if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT APPLE AND NOT WIN32)
     target_link_options(dibstream PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
     set_property(TARGET dibstream APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
 endif()

@@ -1,5 +1,17 @@
 # Compiler settings shared by every target of the project.
 
+# The folders that only this system's sources lie in: what POSIX systems share, and what one of them has.
+if(WIN32)
+    set(DIB_SYSTEM windows)
+    set(DIB_PLATFORM windows)
+elseif(APPLE)
+    set(DIB_SYSTEM posix)
+    set(DIB_PLATFORM mac)
+else()
+    set(DIB_SYSTEM posix)
+    set(DIB_PLATFORM linux)
+endif()
+
 add_library(dib_options INTERFACE)
 target_compile_features(dib_options INTERFACE cxx_std_20)
 target_compile_options(dib_options INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-std=c++20>)
@@ -25,6 +37,11 @@ endif()
 # GCC 12 sees an overlap that cannot be in "text" + std::string at -O3. For targets that join many texts.
 set(DIB_JOINS_TEXTS $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)
 
+# Windows: the printf that the C++ standard describes, positions of 64 bits, wide functions, no macros min and max.
+if(WIN32)
+    target_compile_definitions(dib_options INTERFACE __USE_MINGW_ANSI_STDIO=1 _FILE_OFFSET_BITS=64 UNICODE _UNICODE NOMINMAX)
+endif()
+
 # The dynamic loader's name for the folder of the file that needs a library.
 if(APPLE)
     set(DIB_OWN_FOLDER "@loader_path")
@@ -35,6 +52,7 @@ endif()
 # The library itself: hidden by default, vectorised in release builds.
 function(dib_library_settings target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:dib_options>)
+    target_compile_definitions(${target} PRIVATE $<$<PLATFORM_ID:Windows>:DIB_BUILDS_LIBRARY>)
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:-O3>)
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden

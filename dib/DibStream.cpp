@@ -1,6 +1,7 @@
 #include <DibStream.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -12,6 +13,8 @@
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
               "headers and 16-bit pixels are little-endian in memory");
+static_assert(FLT_EVAL_METHOD == 0,
+              "results need every step rounded to its type: 32-bit x86 needs -mfpmath=sse");
 
 using dib::kHeaderBytes;
 using dib::kOwned;

@@ -1,29 +1,8 @@
 #include "dib/File.h"
 
-#include <VexLibs.h>
-
 #include <cerrno>
 
 namespace dib {
-
-namespace {
-
-FilePtr open(const char* path, const char* mode) {
-    std::FILE* file = nullptr;
-    return FilePtr(fopen_s(&file, path, mode) == 0 ? file : nullptr);
-}
-
-FilePtr open(const wchar_t* path, const wchar_t* mode) {
-    std::FILE* file = nullptr;
-    return FilePtr(_wfopen_s(&file, path, mode) == 0 ? file : nullptr);
-}
-
-}  // namespace
-
-FilePtr openForReading(const char* path) { return open(path, "rb"); }
-FilePtr openForReading(const wchar_t* path) { return open(path, L"rb"); }
-FilePtr openForWriting(const char* path) { return open(path, "wb"); }
-FilePtr openForWriting(const wchar_t* path) { return open(path, L"wb"); }
 
 int readError(std::FILE* file) {
     // An old error of the stream may still be noted at the end.

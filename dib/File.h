@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-#include "dib/posix/NextByte.h"
+#include "dib/NextByte.h"
 
 namespace dib {
 

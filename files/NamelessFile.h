@@ -1,4 +1,4 @@
-// A temporary file without a name, gone with its descriptor whatever becomes of the program.
+// A temporary file that only its owner knows, gone with it.
 #ifndef FILES_NAMELESS_FILE_H
 #define FILES_NAMELESS_FILE_H
 
@@ -8,11 +8,24 @@
 
 namespace files {
 
-// In the folder for temporary files; not open, with errno, when it cannot be made. May throw std::bad_alloc.
-Descriptor makeNamelessFile();
+// In the folder for temporary files. It has no name where the system can open such a file by a path: then it
+// is gone whatever becomes of the program. May throw std::bad_alloc.
+class NamelessFile {
+public:
+    NamelessFile();
+    ~NamelessFile();
+    NamelessFile(const NamelessFile&) = delete;
+    NamelessFile& operator=(const NamelessFile&) = delete;
 
-// A path that opens the same file anew.
-std::string pathOf(const Descriptor& descriptor);
+    // False, with errno after the constructor, when it could not be made.
+    bool exists() const { return !path_.empty(); }
+    // Opens it anew; UTF-8.
+    const std::string& path() const { return path_; }
+
+private:
+    Descriptor file_;
+    std::string path_;
+};
 
 }  // namespace files
 

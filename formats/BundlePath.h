@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "vexlibs/PathText.h"
+
 namespace formats {
 
 class BundlePath {
@@ -18,7 +20,7 @@ public:
         // A folder without a UTF-8 form must not turn into the working directory.
         isKnown_ = folder[0] != '\0' || DibStream::DllPath[0] == L'\0';
         const std::size_t length = std::strlen(folder);
-        const bool needsSlash = length > 0 && folder[length - 1] != '/';
+        const bool needsSlash = length > 0 && !vexlibs::isSeparator(folder[length - 1]);
         std::snprintf(text_, sizeof text_, "%s%s%s", folder, needsSlash ? "/" : "", bundle);
     }
     bool isKnown() const { return isKnown_; }

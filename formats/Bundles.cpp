@@ -14,6 +14,8 @@
 #include <utility>
 
 #include "formats/OpenBundle.h"
+#include "vexlibs/NativePath.h"
+#include "vexlibs/PathText.h"
 
 namespace formats {
 
@@ -108,8 +110,13 @@ struct Catalog {
     fs::file_time_type changed;
     std::vector<const Bundle*> added;
 };
-constinit std::mutex catalogMutex;
 constinit Catalog* onlyCatalog = nullptr;
+
+// Not every C++ library makes a mutex without running code.
+std::mutex& catalogMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
 
 Catalog& catalog() {
     if (onlyCatalog == nullptr) onlyCatalog = new Catalog;
@@ -127,22 +134,23 @@ Folder pluginFolder() {
     const VexString wide(static_cast<const wchar_t*>(DibStream::DllPath));
     if (!wide.isValid()) return {.isKnown = false, .path = {}};
     Folder folder = {.isKnown = true, .path = wide.toUtf8String().c_str()};
-    if (!folder.path.empty() && folder.path.back() != '/') folder.path += '/';
+    if (!folder.path.empty() && !vexlibs::isSeparator(folder.path.back())) folder.path += '/';
     return folder;
 }
 
 std::string absolute(const std::string& path) {
-    if (path[0] == '/') return path;
+    const fs::path given = vexlibs::pathOf(path);
+    if (given.is_absolute()) return path;
     std::error_code error;
     const fs::path here = fs::current_path(error);
     if (error == std::errc::not_enough_memory) throw std::bad_alloc();
-    return (here / path).string();
+    return vexlibs::textOf(here / given);
 }
 
 // Null when there is no such file.
 Bundle* bundleAt(const std::string& path) {
     std::error_code error;
-    if (!fs::exists(path, error)) return nullptr;
+    if (!fs::exists(vexlibs::pathOf(path), error)) return nullptr;
     const std::string whole = absolute(path);
     auto& bundles = catalog().bundles;
     for (const auto& bundle : bundles) {
@@ -164,7 +172,7 @@ void addFormat(Bundle& bundle) {
         bundle.problem = std::string("describes ") + description.name + " files, which another format has";
         return;
     }
-    const std::size_t name = bundle.path.rfind('/') + 1;
+    const std::size_t name = bundle.path.size() - vexlibs::nameIn(bundle.path).size();
     bundle.format = {.info = {.name = description.name,
                               .title = description.title,
                               .extensions = description.extensions,
@@ -185,14 +193,14 @@ void addFormat(Bundle& bundle) {
 std::vector<std::string> bundlesIn(const std::string& folder) {
     std::vector<std::string> paths;
     std::error_code error;
-    fs::directory_iterator entries(folder, error);
+    fs::directory_iterator entries(vexlibs::pathOf(folder), error);
     for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
         const fs::path& path = entries->path();
         const auto isOfRow = [&](const FileFormat* format) {
             return format->info.plugin != nullptr && path.filename() == format->info.plugin;
         };
         const bool isKnown = std::any_of(allFormats().begin(), allFormats().end(), isOfRow);
-        if (path.extension() == kExtension && !isKnown) paths.push_back(path.string());
+        if (path.extension() == kExtension && !isKnown) paths.push_back(vexlibs::textOf(path));
     }
     std::sort(paths.begin(), paths.end());
     return paths;
@@ -222,7 +230,7 @@ const Bundle* addedBundleOf(const FileFormat& format) {
 }  // namespace
 
 const Bundle* bundleOf(const FileFormat& format) {
-    const std::lock_guard<std::mutex> lock(catalogMutex);
+    const std::lock_guard<std::mutex> lock(catalogMutex());
     if (const Bundle* added = addedBundleOf(format)) return added;
     const Folder folder = pluginFolder();
     if (!folder.isKnown) return nullptr;
@@ -243,10 +251,10 @@ std::vector<const Bundle*> addedBundles() {
     if (DibStream::DllPath[0] == L'\0') return {};
     const Folder folder = pluginFolder();
     if (!folder.isKnown) return {};
-    const std::lock_guard<std::mutex> lock(catalogMutex);
+    const std::lock_guard<std::mutex> lock(catalogMutex());
     Catalog& all = catalog();
     std::error_code error;
-    const fs::file_time_type changed = fs::last_write_time(folder.path, error);
+    const fs::file_time_type changed = fs::last_write_time(vexlibs::pathOf(folder.path), error);
     if (error) return {};
     if (all.folder != folder.path || all.changed != changed) {
         findAdded(all, folder.path);
@@ -257,7 +265,7 @@ std::vector<const Bundle*> addedBundles() {
 }
 
 const FileFormat* addedFormatOf(const DibFormat* record) {
-    const std::lock_guard<std::mutex> lock(catalogMutex);
+    const std::lock_guard<std::mutex> lock(catalogMutex());
     for (const auto& bundle : catalog().bundles) {
         if (&bundle->format.info == record) return &bundle->format;
     }
@@ -270,7 +278,7 @@ std::span<const DibFormat* const> withAddedFormats(std::span<const DibFormat* co
     std::vector<const DibFormat*> list(records.begin(), records.end() - 1);
     for (const Bundle* bundle : added) list.push_back(&bundle->format.info);
     list.push_back(nullptr);
-    const std::lock_guard<std::mutex> lock(catalogMutex);
+    const std::lock_guard<std::mutex> lock(catalogMutex());
     auto& lists = catalog().lists;
     const auto known = std::find(lists.begin(), lists.end(), list);
     return known != lists.end() ? *known : lists.emplace_back(std::move(list));

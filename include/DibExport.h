@@ -2,7 +2,15 @@
 #ifndef DIBSTREAM_DIBEXPORT_H
 #define DIBSTREAM_DIBEXPORT_H
 
-#if defined(__GNUC__)
+/* Programs for Windows call the library without a mark of their own: its import library has both forms. */
+#if defined(_WIN32)
+#if defined(DIB_BUILDS_LIBRARY)
+#define DIB_EXPORT __declspec(dllexport)
+#else
+#define DIB_EXPORT
+#endif
+#define DIB_LOCAL
+#elif defined(__GNUC__)
 #define DIB_EXPORT __attribute__((visibility("default")))
 #define DIB_LOCAL __attribute__((visibility("hidden")))
 #else

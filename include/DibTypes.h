@@ -5,6 +5,16 @@
 
 #include <cstdint>
 
+#if defined(_WIN32)
+// The system has the same record, by the same name.
+#if defined(_M_AMD64) && !defined(_AMD64_)
+#define _AMD64_
+#endif
+#include <windef.h>
+
+#include <wingdi.h>
+#undef ERROR
+#else
 /// The standard 40-byte header of a device-independent bitmap. The colour table follows it in the header
 /// block as 4-byte entries blue, green, red, reserved.
 struct BITMAPINFOHEADER {
@@ -20,6 +30,7 @@ struct BITMAPINFOHEADER {
     std::uint32_t biClrUsed;  ///< Entries of the colour table; 0 means 2^biBitCount up to 8 bits, else none.
     std::uint32_t biClrImportant;  ///< Not interpreted.
 };
+#endif
 static_assert(sizeof(BITMAPINFOHEADER) == 40);
 
 /// A pixel of 24 bits, bytes in memory order.

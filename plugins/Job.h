@@ -18,6 +18,9 @@
 
 namespace plugins {
 
+static_assert(sizeof(off_t) == 8,
+              "positions in files have 64 bits: 32-bit systems need _FILE_OFFSET_BITS=64");
+
 class Job {
 public:
     Job() = default;

@@ -14,7 +14,7 @@ ALLOWED = {
     "dib": {"include", "vexlibs"},
     "geometry": {"include", "dib"},
     "effects": {"include", "dib", "geometry"},
-    "files": set(),
+    "files": {"vexlibs"},
     "formats": {"include", "vexlibs", "dib", "files"},
     "c": {"include", "vexlibs", "dib"},
     # Only headers that need no compiled code of the library: plug-ins link nothing of it.
@@ -34,8 +34,9 @@ FILE_USERS = {("effects", "Compose", "Formats.h"), ("effects", "Compose", "VexLi
 # Public headers and the layers below the codecs use the standard library and processor intrinsics only.
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects", "operations", "c"}
 # Headers of C are for those that C programs include.
-STANDARD_HEADER = re.compile(r"[a-z_0-9]+|std(bool|def|int|io)\.h|immintrin\.h|sys/(mman|stat|uio)\.h|unistd\.h")
-FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|zlib\.h|isa-l/|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit")
+STANDARD_HEADER = re.compile(r"[a-z_0-9]+|std(bool|def|int|io)\.h|immintrin\.h|sys/(mman|stat|uio)\.h|unistd\.h"
+                             r"|(io|windef|windows|wingdi)\.h")
+FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|zlib\.h|isa-l/|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit|LoadLibrary|wincodec")
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
 SOURCES = {".h", ".hpp", ".cpp", ".mm", ".inl"}

@@ -1,7 +1,12 @@
-// Wide text as UTF-8, where U+DC80 to U+DCFF are bytes that are not UTF-8 (see VexLibs.h).
+// Wide text as UTF-8 and back, where U+DC80 to U+DCFF are bytes that are not UTF-8 (see VexLibs.h).
+//
+// Characters of 32 bits hold a code point each. Characters of 16 bits are UTF-16: a pair of surrogates is one
+// code point, and names of files may hold unpaired ones, which get the three bytes that their number would
+// have.
 #ifndef VEXLIBS_UTF8_H
 #define VEXLIBS_UTF8_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -10,11 +15,37 @@ namespace vexlibs {
 
 constexpr std::uint32_t kByteEscape = 0xDC00;
 
-inline bool isEscapedByte(std::uint32_t character) { return character >= 0xDC80 && character <= 0xDCFF; }
+template <class Wide>
+inline constexpr bool kHasPairs = sizeof(Wide) == 2;
 
-inline bool hasUtf8Form(std::uint32_t character) {
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    return isEscapedByte(character) || (character <= 0x10FFFF && !surrogate);
+inline bool isEscapedByte(std::uint32_t character) { return character >= 0xDC80 && character <= 0xDCFF; }
+inline bool isSurrogate(std::uint32_t character) { return character >= 0xD800 && character <= 0xDFFF; }
+inline bool isFirstOfPair(std::uint32_t character) { return character >= 0xD800 && character <= 0xDBFF; }
+inline bool isSecondOfPair(std::uint32_t character) { return character >= 0xDC00 && character <= 0xDFFF; }
+
+struct Decoded {
+    std::uint32_t character;
+    std::size_t length;
+};
+
+// The code point that starts at the front of wide text.
+template <class Wide>
+Decoded frontOf(std::basic_string_view<Wide> text) {
+    const auto first = static_cast<std::uint32_t>(text[0]);
+    if (!kHasPairs<Wide> || !isFirstOfPair(first) || text.size() < 2) return {first, 1};
+    const auto second = static_cast<std::uint32_t>(text[1]);
+    if (!isSecondOfPair(second)) return {first, 1};
+    return {0x10000 + ((first & 0x3FF) << 10) + (second & 0x3FF), 2};
+}
+
+template <class Wide>
+bool hasUtf8Form(std::basic_string_view<Wide> text) {
+    if (kHasPairs<Wide>) return true;
+    for (const Wide unit : text) {
+        const auto character = static_cast<std::uint32_t>(unit);
+        if (character > 0x10FFFF || (isSurrogate(character) && !isEscapedByte(character))) return false;
+    }
+    return true;
 }
 
 inline void appendUtf8(std::string& out, std::uint32_t character) {
@@ -38,19 +69,67 @@ inline void appendUtf8(std::string& out, std::uint32_t character) {
     }
 }
 
-inline bool hasUtf8Form(std::wstring_view text) {
-    for (const wchar_t character : text) {
-        if (!hasUtf8Form(static_cast<std::uint32_t>(character))) return false;
-    }
-    return true;
-}
-
 // Empty when a character has no form in UTF-8.
-inline std::string utf8Of(std::wstring_view text) {
+template <class Wide>
+std::string utf8Of(std::basic_string_view<Wide> text) {
     std::string bytes;
     if (!hasUtf8Form(text)) return bytes;
-    for (const wchar_t character : text) appendUtf8(bytes, static_cast<std::uint32_t>(character));
+    while (!text.empty()) {
+        const Decoded next = frontOf(text);
+        appendUtf8(bytes, next.character);
+        text.remove_prefix(next.length);
+    }
     return bytes;
+}
+inline std::string utf8Of(const wchar_t* text) { return utf8Of(std::wstring_view(text)); }
+
+// The number of the shortest form at the front of UTF-8, surrogates included; anything else is a single byte
+// to be escaped.
+inline Decoded numberAt(std::string_view text) {
+    const auto byteAt = [text](std::size_t i) { return static_cast<std::uint32_t>(text[i]) & 0xFFU; };
+    const std::uint32_t lead = byteAt(0);
+    const Decoded escaped{kByteEscape + lead, 1};
+    if (lead < 0x80) return {lead, 1};
+    const std::size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+    if (length == 0 || length > text.size()) return escaped;
+
+    std::uint32_t character = lead & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byteAt(i) & 0xC0) != 0x80) return escaped;
+        character = (character << 6) | (byteAt(i) & 0x3FU);
+    }
+    constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    return character < kSmallest[length] || character > 0x10FFFF ? escaped : Decoded{character, length};
+}
+
+// One character of UTF-8. Units of 16 bits also have a form for an unpaired surrogate, unless it would be
+// taken for the escape of a byte, or form a pair with what follows.
+template <class Wide>
+Decoded decode(std::string_view text) {
+    const Decoded number = numberAt(text);
+    if (number.length != 3 || !isSurrogate(number.character)) return number;
+    const Decoded escaped{kByteEscape + (static_cast<std::uint32_t>(text[0]) & 0xFFU), 1};
+    if (!kHasPairs<Wide> || isEscapedByte(number.character)) return escaped;
+    const std::string_view rest = text.substr(3);
+    const bool makesPair =
+        isFirstOfPair(number.character) && !rest.empty() && isSecondOfPair(numberAt(rest).character);
+    return makesPair ? escaped : number;
+}
+
+template <class Wide>
+std::basic_string<Wide> wideOf(std::string_view text) {
+    std::basic_string<Wide> wide;
+    while (!text.empty()) {
+        const Decoded next = decode<Wide>(text);
+        if (kHasPairs<Wide> && next.character > 0xFFFF) {
+            wide.push_back(static_cast<Wide>(0xD800 + ((next.character - 0x10000) >> 10)));
+            wide.push_back(static_cast<Wide>(0xDC00 + (next.character & 0x3FF)));
+        } else {
+            wide.push_back(static_cast<Wide>(next.character));
+        }
+        text.remove_prefix(next.length);
+    }
+    return wide;
 }
 
 }  // namespace vexlibs

@@ -37,7 +37,11 @@
 #include <stdint.h>
 #include <stdio.h>
 
-#if defined(__GNUC__)
+#if defined(_WIN32) && defined(DIB_BUILDS_LIBRARY)
+#define DIB_C_EXPORT __declspec(dllexport)
+#elif defined(_WIN32)
+#define DIB_C_EXPORT
+#elif defined(__GNUC__)
 #define DIB_C_EXPORT __attribute__((visibility("default")))
 #else
 #define DIB_C_EXPORT

@@ -1,4 +1,5 @@
 // Positions of 64 bits, and rows that the system reads and writes in place.
+#include <VexLibs.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -8,7 +9,29 @@
 
 #include "dib/File.h"
 
+static_assert(sizeof(off_t) == 8,
+              "positions in files have 64 bits: 32-bit systems need _FILE_OFFSET_BITS=64");
+
 namespace dib {
+
+namespace {
+
+FilePtr open(const char* path, const char* mode) {
+    std::FILE* file = nullptr;
+    return FilePtr(fopen_s(&file, path, mode) == 0 ? file : nullptr);
+}
+
+FilePtr open(const wchar_t* path, const wchar_t* mode) {
+    std::FILE* file = nullptr;
+    return FilePtr(_wfopen_s(&file, path, mode) == 0 ? file : nullptr);
+}
+
+}  // namespace
+
+FilePtr openForReading(const char* path) { return open(path, "rb"); }
+FilePtr openForReading(const wchar_t* path) { return open(path, L"rb"); }
+FilePtr openForWriting(const char* path) { return open(path, "wb"); }
+FilePtr openForWriting(const wchar_t* path) { return open(path, L"wb"); }
 
 FilePtr openDescriptor(int descriptor) { return FilePtr(fdopen(descriptor, "wb")); }
 

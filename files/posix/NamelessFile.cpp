@@ -7,14 +7,15 @@
 
 namespace files {
 
-Descriptor makeNamelessFile() {
+NamelessFile::NamelessFile() {
     const char* folder = std::getenv("TMPDIR");
-    std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/dib-XXXXXX";
-    Descriptor file(mkostemp(path.data(), O_CLOEXEC));
-    if (file.isOpen()) unlink(path.c_str());
-    return file;
+    std::string name = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/dib-XXXXXX";
+    file_ = Descriptor(mkostemp(name.data(), O_CLOEXEC));
+    if (!file_.isOpen()) return;
+    unlink(name.c_str());
+    path_ = "/dev/fd/" + std::to_string(file_.number());
 }
 
-std::string pathOf(const Descriptor& descriptor) { return "/dev/fd/" + std::to_string(descriptor.number()); }
+NamelessFile::~NamelessFile() = default;
 
 }  // namespace files

@@ -1,14 +1,13 @@
 #include "formats/door/DecoderPath.h"
 
 #include "dib/File.h"
-#include "files/NamelessFile.h"
 
 namespace formats {
 
 namespace {
 
 bool copyTo(const std::string& path, ByteReader& from) {
-    dib::FilePtr to(std::fopen(path.c_str(), "wb"));
+    dib::FilePtr to = dib::openForWriting(path.c_str());
     if (to == nullptr || !from.seek(0)) return false;
     for (;;) {
         const ByteReader::Bytes part = from.ahead(ByteReader::kBufferBytes);
@@ -25,9 +24,9 @@ DecoderPath::DecoderPath(ReadRequest& request) {
         path_ = request.path;
         return;
     }
-    copy_ = files::makeNamelessFile();
-    if (copy_.isOpen() && copyTo(files::pathOf(copy_), request.file)) {
-        path_ = files::pathOf(copy_);
+    copy_.emplace();
+    if (copy_->exists() && copyTo(copy_->path(), request.file)) {
+        path_ = copy_->path();
     } else {
         refuse(request.result, DIB_ERROR_WRITE, "no temporary copy can be made for the decoder");
     }

@@ -2,22 +2,23 @@
 #ifndef FORMATS_DOOR_DECODER_PATH_H
 #define FORMATS_DOOR_DECODER_PATH_H
 
+#include <optional>
 #include <string>
 
-#include "files/Descriptor.h"
+#include "files/NamelessFile.h"
 #include "formats/door/Request.h"
 
 namespace formats {
 
 class DecoderPath {
 public:
-    // The path of the file, or that of a copy without a name. May throw std::bad_alloc.
+    // The path of the file, or that of a copy. May throw std::bad_alloc.
     explicit DecoderPath(ReadRequest& request);
     // UTF-8. Null with the reason in the result when no copy could be made.
     const char* get() const { return path_.empty() ? nullptr : path_.c_str(); }
 
 private:
-    files::Descriptor copy_;
+    std::optional<files::NamelessFile> copy_;
     std::string path_;
 };
 

@@ -108,12 +108,12 @@ public:
     }
 };
 
-// The formats that AppKit encodes have no writer of their own: they go through the classic saver. All others
-// that can be saved have one, and all formats have on Linux.
+// The formats that an imaging framework encodes have no writer of their own: they go through the classic
+// saver. All others that can be saved have one, and all formats have on Linux.
 bool writeByPath(WriteRequest& request, const FileFormat& format) {
-    const files::Descriptor copy = files::makeNamelessFile();
-    if (!copy.isOpen()) return refuse(request.result, DIB_ERROR_OPEN, "no temporary file can be made");
-    const std::string path = files::pathOf(copy);
+    const files::NamelessFile copy;
+    if (!copy.exists()) return refuse(request.result, DIB_ERROR_OPEN, "no temporary file can be made");
+    const std::string& path = copy.path();
     Borrowed image(request.image);
     if (!format.save(path.c_str(), &image, Progress::forward, &request.progress)) {
         request.result.code = image.ErrorCode != DIB_OK ? image.ErrorCode : DIB_ERROR_WRITE;

@@ -10,6 +10,7 @@
 #include <span>
 #include <vector>
 
+#include "formats/PrintfFormat.h"
 #include "formats/psd/Outline.h"
 #include "formats/psd/Reader.h"
 
@@ -44,7 +45,7 @@ public:
     // Reports the position; false when the callback cancels, or empties or replaces the target.
     bool report();
     // Writes to the log, if there is one.
-    __attribute__((format(printf, 2, 3))) void log(const char* format, ...) const;
+    __attribute__((format(DIB_PRINTF, 2, 3))) void log(const char* format, ...) const;
     bool hasLog() const { return loader_.log_ != nullptr; }
     // Stores a code in the target, if there is one.
     void setError(DibErrorCode code);

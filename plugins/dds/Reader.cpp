@@ -224,6 +224,14 @@ bool readWide(Job& job, Picture& picture, DibPluginPicture& /*out*/) { return re
 constexpr const char* kExtensions[] = {"dds", nullptr};
 constexpr const char* kTypes[] = {"image/x-dds", nullptr};
 
+std::FILE* openByPath(const wchar_t* path) {
+#if defined(_WIN32)
+    return _wfopen(path, L"rb");
+#else
+    return std::fopen(vexlibs::utf8Of(path).c_str(), "rb");
+#endif
+}
+
 }  // namespace
 
 bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void* user) {
@@ -233,7 +241,7 @@ bool read(std::FILE* file, Picture& picture, DibProgressCallback progress, void*
 
 bool read(const wchar_t* path, Picture& picture, DibProgressCallback progress, void* user) {
     try {
-        const dib::FilePtr file(std::fopen(vexlibs::utf8Of(path).c_str(), "rb"));
+        const dib::FilePtr file(openByPath(path));
         return file != nullptr && read(file.get(), picture, progress, user);
     } catch (const std::bad_alloc&) {
         return false;

@@ -248,6 +248,13 @@ TEST(IlbmLoad, LengthsAreUnsigned) {
     Bytes huge = picture({1, 1, 8}, Bytes(16));
     for (std::size_t i = 0; i < 4; ++i) huge[4 + i] = 0xFF;
     EXPECT_TRUE(load(LoadIFF, huge).result);
+    // As a position of 32 bits with a sign this length with the head of its chunk is no step at all.
+    for (const std::size_t chunkAt : {std::size_t{0}, std::size_t{12 + 28}}) {
+        Bytes still = form({bmhd({1, 1, 8}), chunk("JUNK", {}), chunk("BODY", Bytes(16))});
+        if (chunkAt == 0) still[0] = 'J';
+        for (std::size_t i = 0; i < 4; ++i) still[chunkAt + 4 + i] = i < 3 ? 0xFF : 0xF8;
+        EXPECT_FALSE(load(LoadIFF, still).result);
+    }
 }
 
 TEST(IlbmLoad, FailureTable) {

@@ -1,0 +1,25 @@
+#include "files/NamelessFile.h"
+
+#include <windows.h>
+
+#include "files/windows/Errors.h"
+#include "vexlibs/SystemPath.h"
+
+namespace files {
+
+NamelessFile::NamelessFile() {
+    wchar_t folder[MAX_PATH + 1];
+    wchar_t name[MAX_PATH + 1];
+    const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    if (length == 0 || length > MAX_PATH || GetTempFileNameW(folder, L"dib", 0, name) == 0) {
+        storeErrno();
+        return;
+    }
+    path_ = vexlibs::utf8Of(name);
+}
+
+NamelessFile::~NamelessFile() {
+    if (exists()) DeleteFileW(vexlibs::systemPath(path_.c_str()).c_str());
+}
+
+}  // namespace files
