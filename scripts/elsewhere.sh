@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Builds the library for another kind of machine and runs it there under an emulator: the digest of every operation,
 # and with "suite" the tests that can run under it.
-# usage: scripts/elsewhere.sh arm64|i386 [digest|suite]
+# usage: scripts/elsewhere.sh arm64|i386|windows [digest|suite]
 #
 # The libraries of the other machine are unpacked into build/elsewhere/<target>/root. The package database of this
-# machine learns nothing of them.
+# machine learns nothing of them. JOBS is the number of compilers that run at once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-target="${1:?usage: elsewhere.sh arm64|i386 [digest|suite]}"
+target="${1:?usage: elsewhere.sh arm64|i386|windows [digest|suite]}"
 what="${2:-digest}"
 libraries=(libdeflate-dev libgtest-dev libjpeg62-turbo-dev libpng-dev libtiff-dev nlohmann-json3-dev zlib1g-dev)
 case "$target" in
@@ -17,10 +17,23 @@ case "$target" in
         # One damaged header announces a picture of 1.2 GB, for which 32 bits of addresses may have no room.
         export DIGEST_EXCEPT='load damaged tim 8 '
         ;;
+    windows)
+        # Every level of kernels runs under Wine, as it is no emulator. Its C library has a rand() of its own.
+        export DIGEST_LEVELS="0 1 2" DIGEST_EXCEPT=' rand '
+        ;;
     *) echo "elsewhere.sh: no target is named $target" >&2; exit 2 ;;
 esac
 top="$PWD/build/elsewhere/$target"
 root="$top/root"
+
+jobs="${JOBS:-$(nproc)}"
+
+# Libraries that consist of headers serve every machine.
+copyHeaders() {
+    mkdir -p "$root/share/cmake" "$root/include"
+    cp -r /usr/include/nlohmann "$root/include/"
+    cp -r /usr/share/cmake/nlohmann_json "$root/share/cmake/"
+}
 
 # Downloads the packages for the target with everything that they need, the C library included, and unpacks them.
 unpackLibraries() {
@@ -45,19 +58,22 @@ unpackLibraries() {
 }
 
 scripts/install-packages.sh build test elsewhere
-unpackLibraries
+if [ "$target" = windows ]; then copyHeaders; else unpackLibraries; fi
 command -v ccache >/dev/null && export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}"
 export PKG_CONFIG_SYSROOT_DIR="$root" PKG_CONFIG_LIBDIR="$root/usr/lib/$triplet/pkgconfig:$root/usr/share/pkgconfig"
 cmake --preset "$target"
 case "$what" in
     digest)
-        cmake --build --preset "$target" --parallel "$(nproc)" --target digest
+        cmake --build --preset "$target" --parallel "$jobs" --target digest
         # Only x86-64 has kernels above the plain ones.
-        DIGEST_LEVELS=0 bash tests/system/digest.sh tests/digest/list.txt "$emulator" -L "$root" "$PWD/build/$target/tests/digest"
+        export DIGEST_LEVELS="${DIGEST_LEVELS:-0}"
+        run=("${emulator:-}" -L "$root" "$PWD/build/$target/tests/digest")
+        [ "$target" != windows ] || run=(scripts/wine.sh "$PWD/build/$target/tests/digest.exe")
+        bash tests/system/digest.sh tests/digest/list.txt "${run[@]}"
         ;;
     suite)
-        cmake --build --preset "$target" --parallel "$(nproc)"
-        ctest --preset "$target" --parallel "$(nproc)"
+        cmake --build --preset "$target" --parallel "$jobs"
+        ctest --preset "$target" --parallel "$jobs"
         ;;
     *) echo "elsewhere.sh: $what is neither digest nor suite" >&2; exit 2 ;;
 esac

@@ -13,7 +13,8 @@ folder="$(mktemp -d)"
 trap 'rm -rf "$folder"' EXIT
 
 for level in ${DIGEST_LEVELS:-0 1 2}; do
-    "$@" --level=$level | grep -vE "$except" >"$folder/$level.txt"
+    # Programs for Windows end lines in their own way.
+    "$@" --level=$level | tr -d '\r' | grep -vE "$except" >"$folder/$level.txt"
     if ! diff <(grep -vE "$except" "$list") "$folder/$level.txt" >"$folder/difference.txt"; then
         echo "kernel level $level differs from $list:"
         head -n 40 "$folder/difference.txt"
