@@ -12,7 +12,7 @@
 
 namespace {
 
-struct Rectangle {
+struct Area {
     int x;
     int y;
     int width;
@@ -21,7 +21,7 @@ struct Rectangle {
 
 // Negative x and y are let through: what lies before the first pixel reads as the bytes there, or as 0
 // outside the block.
-bool isAdmitted(const DibStream& image, const Rectangle& area) {
+bool isAdmitted(const DibStream& image, const Area& area) {
     if (!dib::hasPixels(image)) return false;
     return area.width >= 1 && area.height >= 1 &&
            std::int64_t{area.x} + area.width <= image.Header->biWidth &&
@@ -41,7 +41,7 @@ void copyBlockBits(unsigned char* to, const unsigned char* block, std::int64_t b
 // with `wholeBytes` also below, where x must then lie on a byte. Otherwise exactly the pixels are
 // copied into cleared rows. The source is the whole block and not a view of its rows, since a rectangle may
 // begin before the first byte of a row.
-void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, const dib::Raster& to) {
+void copyRows(const DibStream& image, const Area& area, bool wholeBytes, const dib::Raster& to) {
     dib::Raster source;
     if (!dib::viewRows(image, source)) return;
     const std::int64_t rowBits = 8 * source.inBlockOrder().rowStep;
@@ -64,7 +64,7 @@ void copyRows(const DibStream& image, const Rectangle& area, bool wholeBytes, co
 }  // namespace
 
 bool DibStream::ClipCut(int x, int y, int width, int height) {
-    const Rectangle area{x, y, width, height};
+    const Area area{x, y, width, height};
     if (!isAdmitted(*this, area)) return false;
     dib::Canvas canvas(*this, width, height);
     dib::Raster cut;
@@ -74,7 +74,7 @@ bool DibStream::ClipCut(int x, int y, int width, int height) {
 }
 
 DibStream* DibStream::ClipClone(int x, int y, int width, int height) {
-    const Rectangle area{x, y, width, height};
+    const Area area{x, y, width, height};
     if (!isAdmitted(*this, area)) return nullptr;
     const int depth = Header->biBitCount;
     auto* clip = new (std::nothrow) DibStream;

@@ -17,7 +17,8 @@ namespace formats {
 // Adds a note to a result; the text is as by printf.
 [[gnu::format(DIB_PRINTF, 3, 4)]] void note(DibFileResult& result, DibNoteKind kind, const char* text, ...);
 // Stores why a call fails; the first reason stays. Returns false.
-[[gnu::format(DIB_PRINTF, 3, 4)]] bool refuse(DibFileResult& result, DibErrorCode code, const char* reason, ...);
+[[gnu::format(DIB_PRINTF, 3, 4)]] bool refuse(DibFileResult& result, DibErrorCode code, const char* reason,
+                                              ...);
 // The same when memory is short; `purpose` is what it is for, such as "for the picture".
 bool refuseForMemory(DibFileResult& result, const char* purpose = "");
 

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Checks the syntax of every source that a Mac builds, for arm64 macOS, by Debian's Clang. The headers of the C and C++
+# libraries are those of Debian's cross compiler for arm64, the frameworks are the declarations of tests/fakes. It shows
+# that the sources are well-formed for that target, its sizes and its predefined macros; it links and runs nothing.
+# usage: scripts/check-macos.sh [FILE...]     JOBS is the number of compilers that run at once
+set -euo pipefail
+cd "$(dirname "$0")/.."
+libraries=/usr/aarch64-linux-gnu/include
+[ -d "$libraries/c++" ] || scripts/install-packages.sh test elsewhere
+
+files=("$@")
+if [ ${#files[@]} -eq 0 ]; then
+    mapfile -t files < <(git ls-files 'vexlibs/*.cpp' 'c/*.cpp' 'dib/*.cpp' 'geometry/*.cpp' 'effects/*.cpp' 'files/*.cpp' \
+        'formats/*.cpp' 'formats/mac/*.mm' 'operations/*.cpp' 'plugins/dds/*.cpp' | grep -vE '/(linux|windows)/')
+fi
+flags=(--target=arm64-apple-macos13 -fsyntax-only -std=c++20 -nostdinc++ -Wall -Wextra -Wconversion -Wshadow -Werror
+    -U__nonnull    # the target's word for pointers, a macro of the C library's headers
+    -D_GNU_SOURCE  # whose functions those of the C++ library call
+    '-DDIB_PROJECT_VERSION="0.1.0"'
+    -isystem "$(echo "$libraries"/c++/*)" -isystem "$(echo "$libraries"/c++/*/aarch64-linux-gnu)" -isystem "$libraries"
+    -I. -Iinclude -Ivexlibs/include -Ic/include -isystem tests/fakes)
+printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" clang++-14 "${flags[@]}"
+echo "${#files[@]} sources are well-formed for arm64 macOS"
