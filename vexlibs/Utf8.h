@@ -102,32 +102,43 @@ inline Decoded numberAt(std::string_view text) {
     return character < kSmallest[length] || character > 0x10FFFF ? escaped : Decoded{character, length};
 }
 
-// One character of UTF-8. Units of 16 bits also have a form for an unpaired surrogate, unless it would be
-// taken for the escape of a byte, or form a pair with what follows.
-template <class Wide>
-Decoded decode(std::string_view text) {
-    const Decoded number = numberAt(text);
-    if (number.length != 3 || !isSurrogate(number.character)) return number;
-    const Decoded escaped{kByteEscape + (static_cast<std::uint32_t>(text[0]) & 0xFFU), 1};
-    if (!kHasPairs<Wide> || isEscapedByte(number.character)) return escaped;
-    const std::string_view rest = text.substr(3);
-    const bool makesPair =
-        isFirstOfPair(number.character) && !rest.empty() && isSecondOfPair(numberAt(rest).character);
-    return makesPair ? escaped : number;
+// Where the forms of first halves of pairs end that start here.
+inline std::size_t endOfFirsts(std::string_view text, std::size_t at) {
+    while (at < text.size()) {
+        const Decoded next = numberAt(text.substr(at));
+        if (next.length != 3 || !isFirstOfPair(next.character)) break;
+        at += next.length;
+    }
+    return at;
 }
 
+// Units of 16 bits also have a form for an unpaired surrogate, unless it would be taken for the escape of a
+// byte, or form a pair with what follows: then its bytes are escaped, which makes a second half of what was a
+// first one, so all first halves in front of it are escaped, too.
 template <class Wide>
 std::basic_string<Wide> wideOf(std::string_view text) {
     std::basic_string<Wide> wide;
-    while (!text.empty()) {
-        const Decoded next = decode<Wide>(text);
+    std::size_t firstsEnd = 0;
+    bool makesPair = false;
+    for (std::size_t at = 0; at < text.size();) {
+        Decoded next = numberAt(text.substr(at));
+        if (next.length == 3 && isSurrogate(next.character)) {
+            if (isFirstOfPair(next.character) && at >= firstsEnd) {
+                firstsEnd = endOfFirsts(text, at);
+                makesPair =
+                    firstsEnd < text.size() && isSecondOfPair(numberAt(text.substr(firstsEnd)).character);
+            }
+            const bool isKept = kHasPairs<Wide> && !isEscapedByte(next.character) &&
+                                !(isFirstOfPair(next.character) && makesPair);
+            if (!isKept) next = {kByteEscape + (static_cast<std::uint32_t>(text[at]) & 0xFFU), 1};
+        }
         if (kHasPairs<Wide> && next.character > 0xFFFF) {
             wide.push_back(static_cast<Wide>(0xD800 + ((next.character - 0x10000) >> 10)));
             wide.push_back(static_cast<Wide>(0xDC00 + (next.character & 0x3FF)));
         } else {
             wide.push_back(static_cast<Wide>(next.character));
         }
-        text.remove_prefix(next.length);
+        at += next.length;
     }
     return wide;
 }

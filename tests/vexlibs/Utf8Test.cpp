@@ -38,6 +38,7 @@ TEST(Utf8Of16BitUnits, BytesThatAreNotUtf8BecomeEscapes) {
     EXPECT_EQ(utf8(u"\xDCFF"), "\xFF");
     EXPECT_EQ(wide("\xED\xB2\x80"), u"\xDCED\xDCB2\xDC80") << "an escape spelled as a character";
     EXPECT_EQ(wide("\xED\xA0\xBD\xED\xB8\x80"), u"\xDCED\xDCA0\xDCBD\xDE00") << "a pair spelled as two";
+    EXPECT_EQ(wide("\xED\xA0\xBD\xED\xA0\xBF\x80"), u"\xDCED\xDCA0\xDCBD\xDCED\xDCA0\xDCBF\xDC80");
     EXPECT_EQ(wide("\xED\xA0\xBD\x80"), u"\xDCED\xDCA0\xDCBD\xDC80")
         << "no pair of half a one and a stray byte";
 }
