@@ -174,6 +174,9 @@ struct DibOperationResult {
     /// became 8".
     DibNote notes[kMostNotes] = {};
     DibDifference difference;  ///< What the last step `compare` found; `pixels` is 0 where there was none.
+    /// Whether rows of the image became columns, as after `turn:90`: then its resolutions across and down
+    /// (`DibMetadata`) must be exchanged, too. False when the call failed.
+    bool exchangesAxes = false;
 };
 /// @}
 

@@ -120,6 +120,7 @@ bool apply(DibStream* image, const DibApplyOptions* options, DibOperationResult*
         applyChain(image, parse(out), options, out, callback, user);
         return true;
     });
+    result->exchangesAxes &= isDone;
     if (image != nullptr) image->ErrorCode = result->code;
     return isDone;
 }

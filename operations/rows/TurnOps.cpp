@@ -23,6 +23,7 @@ bool turnBy(const Job& job, const dib::Turn& turn) {
     const int sign = job.image.Header->biHeight < 0 ? -1 : 1;
     if (!dib::turnInto(job.image, turn, sign, turned, job.callback, job.user)) return false;
     dib::moveBlocks(turned, job.image);
+    job.result.exchangesAxes ^= turn.isExchanged;
     return true;
 }
 

@@ -48,6 +48,26 @@ TEST(TurnOps, EveryDepthAndRowOrderKeepsTableAndIndices) {
     }
 }
 
+TEST(TurnOps, TheResultSaysWhetherRowsBecameColumns) {
+    const auto exchanges = [](const char* chain) {
+        const DibPtr image = picture(3, 24, {1, 2, 3, 4, 5, 6});
+        DibOperationResult result;
+        result.exchangesAxes = true;
+        EXPECT_EQ(DibApply(image.get(), chain, nullptr, &result), result.code == DIB_OK);
+        return result.exchangesAxes;
+    };
+    EXPECT_TRUE(exchanges("turn:90"));
+    EXPECT_TRUE(exchanges("turn:270"));
+    EXPECT_TRUE(exchanges("turn:90 flip turn:180 invert"));
+    EXPECT_TRUE(exchanges("turn:90 turn:90 turn:90"));
+    EXPECT_FALSE(exchanges("turn:180"));
+    EXPECT_FALSE(exchanges("turn:90 turn:270"));
+    EXPECT_FALSE(exchanges("flip mirror"));
+    EXPECT_FALSE(exchanges(""));
+    EXPECT_FALSE(exchanges("turn:90 crop:0,0,9x9"));
+    EXPECT_FALSE(exchanges("turn:45"));
+}
+
 TEST(TurnOps, ShortTablesStayShort) {
     const DibPtr image = randomImage(9, 5, 8, 3);
     image->Header->biClrUsed = 7;

@@ -112,7 +112,7 @@ LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOpt
     return {result.format, std::move(result.metadata)};
 }
 
-void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
+bool applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
     frame.progress.beginStep(step.operation->name);
     SecondPictures pictures(frame, step.operation->name);
     const DibApplyOptions options = {.open = &SecondPictures::open,
@@ -127,6 +127,7 @@ void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
     const int ownNotes = std::max(result.noteCount - pictures.noteCount(), 0);
     frame.notes.add(frame.title, std::span(result.notes, static_cast<std::size_t>(ownNotes)));
     frame.progress.endStep();
+    return result.exchangesAxes;
 }
 
 void savePicture(const std::string& name, const DibFormat& format, const DibStream& image,

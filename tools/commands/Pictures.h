@@ -67,8 +67,8 @@ struct StepFrame {
     Notes& notes;
     std::string folder = {};  // of the second pictures; empty: the working folder
 };
-// Throws Failure (operation, or bad input for a second picture).
-void applyStep(const DibStep& step, DibStream& image, const StepFrame& frame);
+// Returns whether rows became columns. Throws Failure (operation, or bad input for a second picture).
+bool applyStep(const DibStep& step, DibStream& image, const StepFrame& frame);
 
 // Saves a picture within the current step of the progress. Throws Failure (output, or strict before
 // anything is written), which calls the file by its name or by `shownName`.

@@ -79,16 +79,6 @@ void addRunning(CLI::App& command, RunJob& job) {
     addProgress(command, job.showsProgress);
 }
 
-namespace {
-
-bool isQuarterTurn(const DibChain& chain) {
-    const DibStep& step = *chain.steps;
-    if (std::string_view(step.operation->name) != "turn" || step.values[0] == nullptr) return false;
-    return std::string_view(step.values[0]) != "180";
-}
-
-}  // namespace
-
 void runJob(const RunJob& job) {
     if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
         throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
@@ -104,10 +94,10 @@ void runJob(const RunJob& job) {
     const InputFile input(job.input);
     LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
-    for (const DibChain& chain : job.chains)
-        applyStep(*chain.steps, image, {input.title(), pictures, progress, notes});
-    if (std::ranges::count_if(job.chains, isQuarterTurn) % 2 != 0)
-        std::swap(loaded.metadata.xResolution, loaded.metadata.yResolution);
+    for (const DibChain& chain : job.chains) {
+        if (applyStep(*chain.steps, image, {input.title(), pictures, progress, notes}))
+            std::swap(loaded.metadata.xResolution, loaded.metadata.yResolution);
+    }
     progress.beginStep("save");
     pictures.save.metadata = &loaded.metadata;
     savePicture(job.output, *format, image, pictures, progress, notes);
