@@ -13,9 +13,34 @@ static_assert(int{DIB_C_NOTE_WARNING} == DIB_NOTE_WARNING &&
               int{DIB_C_NOTE_ASSUMPTION} == DIB_NOTE_ASSUMPTION && int{DIB_C_NOTE_LOSS} == DIB_NOTE_LOSS);
 static_assert(DIB_C_NOTE_BYTES == sizeof DibNote::text);
 
+namespace {
+
+// What the program's structure has room for, in place of a null.
+dib_difference* differenceOf(const dib_result& result) {
+    return hasAll(result) ? result.difference : nullptr;
+}
+
+}  // namespace
+
 bool canFill(const dib_result* result) {
     if (result == nullptr) return true;
-    return isSized(*result) && (result->metadata == nullptr || isSized(*result->metadata));
+    if (!isSized(*result)) return false;
+    const dib_difference* difference = differenceOf(*result);
+    return (result->metadata == nullptr || isSized(*result->metadata)) &&
+           (difference == nullptr || isSized(*difference));
+}
+
+void fillDifference(dib_difference& to, const DibDifference& from) {
+    const dib_difference difference = {.size = sizeof(dib_difference),
+                                       .pixels = from.pixels,
+                                       .different_pixels = from.differentPixels,
+                                       .mean_square = from.meanSquare,
+                                       .psnr = from.psnr,
+                                       .largest = from.largest,
+                                       .x = from.x,
+                                       .y = from.y,
+                                       .is_same_size = from.isSameSize ? 1 : 0};
+    fill(to, difference);
 }
 
 namespace {
@@ -26,6 +51,7 @@ dib_result resultOf(const dib_result& to, const Result& from) {
     static_assert(sizeof from.reason <= sizeof to.reason && Result::kMostNotes == DIB_C_MOST_NOTES);
     dib_result result = DIB_C_RESULT_INIT;
     result.metadata = to.metadata;
+    result.difference = differenceOf(to);
     result.code = from.code;
     std::memcpy(result.reason, from.reason, sizeof from.reason);
     result.note_count = from.noteCount;
@@ -52,6 +78,8 @@ void fillResult(dib_result* to, const DibOperationResult& from) {
     result.parameter = from.parameter != nullptr ? from.parameter->name : nullptr;
     result.suggestion = from.suggestion;
     result.step = from.step;
+    result.exchanges_axes = from.exchangesAxes ? 1 : 0;
+    if (result.difference != nullptr) fillDifference(*result.difference, from.difference);
     fill(*to, result);
 }
 

@@ -40,6 +40,8 @@ bool canFill(const dib_result* result);
 // Stores the result for the program.
 void fillResult(dib_result* to, const DibFileResult& from);
 void fillResult(dib_result* to, const DibOperationResult& from);
+// Stores what differs, in a structure with a valid size.
+void fillDifference(dib_difference& to, const DibDifference& from);
 // Stores the metadata of a file, if the program asked for it.
 void fillMetadata(const dib_result* to, DibMetadata& from);
 

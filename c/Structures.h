@@ -36,6 +36,10 @@ template <>
 inline constexpr std::size_t kFirstSize<dib_save_options> = firstSize(48, 36);
 template <>
 inline constexpr std::size_t kFirstSize<dib_apply_options> = firstSize(40, 24);
+template <>
+inline constexpr std::size_t kFirstSize<dib_difference> = firstSize(56, 52);
+template <>
+inline constexpr std::size_t kFirstSize<dib_layer> = firstSize(880, 876);
 
 // Whether some version of the structure has that size. Structures that were not initialised mostly do not.
 template <class Structure>

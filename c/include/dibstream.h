@@ -133,6 +133,23 @@ typedef enum dib_note_kind {
 #define DIB_C_MOST_NOTES 16   ///< Further notes are dropped.
 #define DIB_C_NOTE_BYTES 124  ///< Room for the text of a note.
 
+/// What differs between two pictures. Channels are red, green and blue, and alpha where a pixel of one of the
+/// two is not opaque. A pixel that only one of the two has differs by 255 in all of them.
+typedef struct dib_difference {
+    size_t size;               ///< `sizeof(dib_difference)`.
+    int64_t pixels;            ///< Pixels of a picture with the larger width and height of the two.
+    int64_t different_pixels;  ///< Those among them that differ in a channel; 0: the two are alike.
+    double mean_square;        ///< The mean of the squared differences of all channels.
+    double psnr;               ///< 10 log10(255 x 255 / `mean_square`), in dB; infinite when none differs.
+    int largest;               ///< The largest difference of a channel, 0 to 255.
+    int x;  ///< Column of the first pixel, from the top, with that difference; -1 when none differs.
+    int y;  ///< Its row.
+    int is_same_size;  ///< 1 when both have the same width and height.
+} dib_difference;
+/// To be filled.
+#define DIB_C_DIFFERENCE_INIT \
+    { sizeof(dib_difference), 0, 0, 0, 0, 0, -1, -1, 0 }
+
 /// The outcome of a call.
 typedef struct dib_result {
     size_t size;         ///< `sizeof(dib_result)`.
@@ -150,12 +167,17 @@ typedef struct dib_result {
     char reason[512];                  ///< Why the call failed; empty when it succeeded.
     int note_kinds[DIB_C_MOST_NOTES];  ///< `dib_note_kind` of each note.
     char notes[DIB_C_MOST_NOTES][DIB_C_NOTE_BYTES];  ///< English, without a full stop.
+    /// Set by the program: gets what the last step `compare` of `dib_apply` found; `pixels` is 0 where there
+    /// was none. Null: not wanted.
+    dib_difference* difference;
+    /// 1 when rows became columns by `dib_apply`, as after "turn:90": then the resolutions across and down of
+    /// the picture's metadata must be exchanged, too. 0 when the call failed.
+    int exchanges_axes;
+    int reserved2;  ///< 0.
 } dib_result;
 /// No call yet.
-#define DIB_C_RESULT_INIT                                                              \
-    {                                                                                  \
-        sizeof(dib_result), NULL, NULL, NULL, NULL, NULL, -1, 0, 0, 0, "", {0}, { "" } \
-    }
+#define DIB_C_RESULT_INIT \
+    { sizeof(dib_result), NULL, NULL, NULL, NULL, NULL, -1, 0, 0, 0, "", {0}, {""}, NULL, 0, 0 }
 
 /// Called with the fraction of the work that is done, from 0 to 1, and the caller's pointer. False cancels.
 typedef bool (*dib_progress)(float fraction, void* user);
@@ -407,6 +429,72 @@ DIB_C_EXPORT dib_code dib_probe_file(const char* path, dib_file_info* info, cons
 /// The same for a file in memory.
 DIB_C_EXPORT dib_code dib_probe_memory(const void* bytes, size_t size, dib_file_info* info,
                                        const dib_load_options* options, dib_result* result);
+
+/// What a layer is.
+typedef enum dib_layer_kind {
+    DIB_C_LAYER_PLAIN = 0,     ///< A picture, or something that changes the layers below it.
+    DIB_C_LAYER_GROUP = 1,     ///< The upper end of a group, which has its name.
+    DIB_C_LAYER_GROUP_END = 2  ///< The lower end of a group.
+} dib_layer_kind;
+
+/// A mask of a layer: a grey picture of its own size.
+typedef struct dib_layer_mask {
+    int exists;       ///< 1 when the layer has it.
+    int is_disabled;  ///< 1 when it is switched off.
+    int left;         ///< In pixels of the document, which it may leave.
+    int top;          ///< See `left`.
+    int width;        ///< Columns; 0 when it has no pixels.
+    int height;       ///< Rows; 0 when it has no pixels.
+    int outside;      ///< What it is outside its rectangle, 0 (hides) to 255 (shows).
+    int reserved;     ///< 0.
+} dib_layer_mask;
+
+/// A layer of a document.
+typedef struct dib_layer {
+    size_t size;     ///< `sizeof(dib_layer)`.
+    char name[768];  ///< Longer names are cut.
+    int kind;        ///< `dib_layer_kind`.
+    int group;       ///< Number of the group that it is in; -1 when there is none.
+    int left;        ///< In pixels of the document, which it may leave.
+    int top;         ///< See `left`.
+    int width;       ///< Columns; 0 when it has no pixels.
+    int height;      ///< Rows; 0 when it has no pixels.
+    int opacity;     ///< 0 to 255. Loads do not apply it.
+    int is_visible;  ///< 1 when it is switched on.
+    int is_clipped;  ///< 1 when it shows only where the layer below it does.
+    int blend_mode;  ///< As `DibPSDLoader::GetLayerBlendMode` (DibPSDLoader.h) has it.
+    /// The mask in force. Where it combines a painted mask and a vector mask, the second is the painted one
+    /// alone.
+    dib_layer_mask masks[2];
+} dib_layer;
+/// To be filled.
+#define DIB_C_LAYER_INIT                                          \
+    {                                                             \
+        sizeof(dib_layer), "", 0, -1, 0, 0, 0, 0, 255, 1, 0, 0, { \
+            { 0, 0, 0, 0, 0, 0, 0, 0 }                            \
+        }                                                         \
+    }
+
+/// The layers of a document; `dib_layers_release` ends them.
+typedef struct dib_layers dib_layers;
+
+/// Reads what a document says about its layers, without decoding their pixels. Files of formats without
+/// layers have none. A document that ends inside the list gives those before, with a warning.
+/// @param layers Gets the layers, or null when the call fails.
+/// @return As `dib_load_file`.
+DIB_C_EXPORT dib_code dib_probe_layers(const char* path, dib_layers** layers, const dib_load_options* options,
+                                       dib_result* result);
+/// The same for a file in memory.
+DIB_C_EXPORT dib_code dib_probe_layers_memory(const void* bytes, size_t size, dib_layers** layers,
+                                              const dib_load_options* options, dib_result* result);
+/// The number of layers; 0 for null.
+DIB_C_EXPORT int dib_layer_count(const dib_layers* layers);
+/// Describes a layer, 0 to `dib_layer_count()` - 1, from the lowest to the highest, as
+/// `dib_load_options::layer` counts them.
+/// @return 6 when there is none, or a pointer is null; the structure is unchanged then.
+DIB_C_EXPORT dib_code dib_layer_at(const dib_layers* layers, int index, dib_layer* layer);
+/// Ends the layers. Null does nothing.
+DIB_C_EXPORT void dib_layers_release(dib_layers* layers);
 /// @}
 
 /// @name Save
@@ -581,6 +669,20 @@ DIB_C_EXPORT dib_code dib_check_chain(const char* chain, dib_result* result);
 /// - the code of opening a second picture, when that failed.
 DIB_C_EXPORT dib_code dib_apply(dib_image* image, const char* chain, const dib_apply_options* options,
                                 dib_result* result, dib_progress progress, void* user);
+
+/// Compares two pictures of any depth: the colours of palettes, not their indices. They are not changed.
+/// @param difference Gets the numbers.
+/// @param shown      Gets a picture of 24 bits, or null when the call fails, unless it is null: every channel
+///                   is the difference, times `gain`, up to 255; differences of alpha show in all of them.
+///                   Where only one of the two has pixels it is white.
+/// @param gain       1 to 255.
+/// @return With `difference` unchanged:
+/// - 6 there is no image, or an argument has no meaning;
+/// - 9 the callback cancelled;
+/// - 2 memory is short.
+DIB_C_EXPORT dib_code dib_compare(const dib_image* first, const dib_image* second, dib_difference* difference,
+                                  dib_image** shown, int gain, dib_result* result, dib_progress progress,
+                                  void* user);
 /// @}
 
 #ifdef __cplusplus

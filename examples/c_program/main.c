@@ -53,6 +53,11 @@ int main(int argc, char** argv) {
         code = argc == 4 ? dib_apply(image, argv[3], NULL, &result, showProgress, applying) : negate(image);
     }
     if (code == DIB_C_OK) {
+        if (result.exchanges_axes) {
+            const double across = metadata.x_resolution;
+            metadata.x_resolution = metadata.y_resolution;
+            metadata.y_resolution = across;
+        }
         options.metadata = &metadata; /* and go along */
         code = dib_save_file(argv[2], image, &options, &result, showProgress, saving);
     }

@@ -26,7 +26,10 @@ const char* temporaryFile(const char* name);
                             test(chainsOnWraps) test(cancelledChains) test(secondPictures) test(savesRefuse) \
                                 test(wrongSizes) test(nullArguments) test(leastSizes)                        \
                                     test(timFilesKeepTheirFrame) test(namesOfPartsAreRefused)                \
-                                        test(classicChains) test(paletteFiles) test(paletteFilesRefuse)
+                                        test(classicChains) test(paletteFiles) test(paletteFilesRefuse)      \
+                                            test(layersOfDocuments) test(layersRefuse) test(differences)     \
+                                                test(differencesOfChains) test(turnsExchangeAxes)            \
+                                                    test(resultsOfOlderPrograms)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 
@@ -40,6 +43,10 @@ typedef struct Block {
 dib_image* countedImage(int bitCount, int rowOrder);
 /* The image as a file in memory. */
 Block encoded(const dib_image* image, const char* format);
+/* A document of 5 x 4 pixels with two layers, "sky" and "roof", of which the second has a mask. */
+Block document(void);
+/* A progress callback that cancels at its second call; counts the calls in an int. */
+bool cancelSecond(float fraction, void* calls);
 /* Whether two images have the same size, depth and pixels, palette included. */
 int isSameImage(const dib_image* a, const dib_image* b);
 
@@ -54,6 +61,8 @@ dib_code saveInC(const dib_image* image);
 dib_code setFolderInC(void);
 dib_code applyInC(dib_image* image);
 dib_code describeInC(void);
+dib_code compareInC(const dib_image* image);
+dib_code probeLayersInC(const Block* file);
 
 #ifdef __cplusplus
 }

@@ -57,7 +57,8 @@ TEST(Structures, OtherSizesAreRefused) {
 // not have set.
 TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(sizeof(dib_metadata), 128U);
-    EXPECT_EQ(sizeof(dib_result), 2624U);
+    EXPECT_EQ(c_interface::kFirstSize<dib_result>, 2624U);
+    EXPECT_EQ(sizeof(dib_result), 2640U);
     EXPECT_EQ(sizeof(dib_format), 64U);
     EXPECT_EQ(c_interface::kFirstSize<dib_load_options>, 80U);
     EXPECT_EQ(sizeof(dib_load_options), 112U);
@@ -66,6 +67,8 @@ TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(c_interface::kFirstSize<dib_save_options>, 48U);
     EXPECT_EQ(sizeof(dib_save_options), 56U);
     EXPECT_EQ(sizeof(dib_apply_options), 40U);
+    EXPECT_EQ(sizeof(dib_difference), 56U);
+    EXPECT_EQ(sizeof(dib_layer), 880U);
 }
 
 }  // namespace

@@ -3,12 +3,15 @@
 #include <DibOperation.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <string>
 
 #include "tests/c/Checks.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
+#include "tests/support/PsdBuilder.h"
 #include "tests/support/TestImages.h"
 
 void checkInC(int holds, const char* condition, const char* file, int line) {
@@ -19,6 +22,22 @@ const char* temporaryFile(const char* name) {
     static std::string path;
     path = testing_support::temporaryPath(name);
     return path.c_str();
+}
+
+Block document(void) {
+    testing_support::PsdDocument document;
+    testing_support::PsdLayer& sky = document.addLayer({0, 1, 2, 4}, {0, 1, 2});
+    sky.name = "sky";
+    sky.opacity = 200;
+    testing_support::PsdLayer& roof =
+        document.addLayer({-2, -3, 1, 2}, {0, -2}, testing_support::PsdRectangle{1, 1, 3, 6});
+    roof.name = "roof";
+    roof.clipping = 1;
+    roof.flags = 2;
+    const testing_support::PsdBytes bytes = document.bytes();
+    const Block block = {std::malloc(bytes.size()), bytes.size()};
+    std::memcpy(block.bytes, bytes.data(), bytes.size());
+    return block;
 }
 
 #define RUN_TEST_IN_C(name) \
@@ -42,6 +61,7 @@ TEST(MemoryInC, imagesGiveCode2) {
     EXPECT_EQ(failEach(makeInC), 3);
     EXPECT_EQ(failEach(wrapInC), 2);
     EXPECT_EQ(failEach([&] { return cloneInC(image); }), 3);
+    EXPECT_GE(failEach([&] { return compareInC(image); }), 3);
     dib_image_release(image);
 }
 
@@ -71,6 +91,9 @@ TEST(MemoryInC, filesGiveCode2) {
     EXPECT_GE(failEach([&] { return saveInC(image); }), 1);
     dib_free(file.bytes);
     dib_image_release(image);
+    const Block psd = document();
+    EXPECT_GE(failEach([&] { return probeLayersInC(&psd); }), 2);
+    dib_free(psd.bytes);
     EXPECT_GE(failEach(setFolderInC), 1);
     EXPECT_GE(failEach(describeInC), 1);
     dib_set_plugin_folder(nullptr);

@@ -68,6 +68,22 @@ dib_code applyInC(dib_image* image) {
     return code;
 }
 
+dib_code compareInC(const dib_image* image) {
+    dib_difference difference = DIB_C_DIFFERENCE_INIT;
+    dib_image* shown;
+    const dib_code code = dib_compare(image, image, &difference, &shown, 1, NULL, NULL, NULL);
+    CHECK(difference.pixels == (code == DIB_C_OK ? 6 : 0));
+    return ended(code, shown);
+}
+
+dib_code probeLayersInC(const Block* file) {
+    dib_layers* layers;
+    const dib_code code = dib_probe_layers_memory(file->bytes, file->size, &layers, NULL, NULL);
+    CHECK(dib_layer_count(layers) == (code == DIB_C_OK ? 2 : 0));
+    dib_layers_release(layers);
+    return code;
+}
+
 dib_code describeInC(void) {
     char* text;
     const dib_code code = dib_describe_operation("rotate", DIB_C_DESCRIBE_HELP, &text);

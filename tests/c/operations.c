@@ -103,7 +103,7 @@ void chainsOnWraps(void) {
     dib_image_release(image);
 }
 
-static bool cancelSecond(float fraction, void* calls) {
+bool cancelSecond(float fraction, void* calls) {
     CHECK(fraction >= 0.0F && fraction <= 1.0F);
     return ++*(int*)calls != 2;
 }
