@@ -37,12 +37,13 @@ from ._errors import (
     ParameterError,
     RefusedError,
 )
-from ._records import FileInfo, Format, Layer, LayerMask, Metadata, Note
+from ._records import Difference, FileInfo, Format, Layer, LayerMask, Metadata, Note
 from ._table import operations
 from ._thumbnail import thumbnail
 
 __all__ = [
     "Cancelled",
+    "Difference",
     "Error",
     "ErrorCode",
     "FileError",

@@ -5,6 +5,7 @@ from __future__ import annotations
 import enum
 import errno
 import os
+import re
 from typing import Any
 
 
@@ -33,7 +34,7 @@ class Error(Exception):
         self.path: Any = details.get("path")  # the file; None when it was none
         self.step: int | None = details.get("step")  # of a chain, from 0
         self.operation: str | None = details.get("operation")
-        self.parameter: str | None = details.get("parameter")  # the one that is wrong
+        self.parameter: str | None = details.get("parameter")  # the one that is wrong, or the option that refuses
         self.range: tuple[float, float] | None = details.get("range")  # of its numbers
         self.suggestion: str | None = details.get("suggestion")  # the name that may have been meant
 
@@ -81,16 +82,39 @@ _OF_FILES: dict[int, type[Error]] = {
 }
 
 
+# Options whose names are others than those of the library without underscores.
+_OPTIONS = {
+    "mostPixels": "max_pixels",
+    "mostBytes": "max_bytes",
+    "mostLayers": "max_layers",
+    "atLeastWidth": "at_least",
+    "atLeastHeight": "at_least",
+    "compressionLevel": "compression",
+    "tiffCompression": "tiff_compression",
+    "pageName": "page",
+    "layerName": "layer",
+}
+_OPTION = re.compile(r"Dib(?:Load|Save)Options::(\w+)|(?<=\()(most\w+)(?=\))")
+
+
+def _option(match: re.Match[str]) -> str:
+    """The name of an option in Python, for its name in the library."""
+    name: str = match.group(1) or match.group(2)
+    return _OPTIONS.get(name, name)
+
+
 def of_file(code: int, reason: str, format: str | None, path: Any) -> Error:
     """The exception for opening, probing or saving. The path of a missing file is that of the exception."""
     kind = _OF_FILES.get(code, Error)
+    option = _OPTION.search(reason)
+    reason = _OPTION.sub(_option, reason)
     if path is not None:
         name = os.fsdecode(path)
         folder = os.path.dirname(name) or "."
         if code == ErrorCode.OPEN and not os.path.exists(name if os.path.isdir(folder) else folder):
             kind = MissingFileError
         reason = f"{name}: {reason}"
-    failure = kind(reason, code, format=format, path=path)
+    failure = kind(reason, code, format=format, path=path, parameter=_option(option) if option else None)
     if isinstance(failure, OSError) and path is not None:
         failure.filename = path
         if kind is MissingFileError:

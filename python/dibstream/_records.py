@@ -30,6 +30,23 @@ class Metadata:
         """The same without the alpha of palette entries."""
         return dataclasses.replace(self, palette_alpha=None)
 
+    def with_axes_exchanged(self) -> Metadata:
+        """That of the picture after a turn by a quarter."""
+        return self if self.resolution is None else dataclasses.replace(self, resolution=self.resolution[::-1])
+
+
+@dataclasses.dataclass(frozen=True)
+class Difference:
+    """What differs between two pictures. A pixel that only one of them has differs by 255 in all channels."""
+
+    pixels: int  # of a picture with the larger width and height of the two
+    different_pixels: int  # those among them that differ in a channel; 0: the two are alike
+    largest: int  # the largest difference of a channel, 0 to 255
+    place: tuple[int, int] | None  # column and row of the first pixel with it
+    mean_square: float  # of the differences of all channels
+    psnr: float  # 10 log10(255 x 255 / mean_square), in dB; infinite when none differs
+    is_same_size: bool
+
 
 @dataclasses.dataclass(frozen=True)
 class FileInfo:

@@ -140,6 +140,12 @@ void setPalette(const Image& image, const py::iterable& colors) {
 }
 
 py::object blank(int width, int height, int bits) {
+    constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
+    if (std::find(std::begin(kDepths), std::end(kDepths), bits) == std::end(kDepths))
+        throw py::value_error("bits must be 1, 4, 8, 16, 24 or 32, not " + std::to_string(bits));
+    if (width < 1 || height < 1)
+        throw py::value_error("width and height must be 1 or more, not " + std::to_string(width) + " and " +
+                              std::to_string(height));
     DibHandle made = DibHandle::make();
     if (!made || !made->Create(width, height, bits)) failWithoutMemory();
     made->SetMonoPalette();
@@ -216,7 +222,14 @@ The picture with 32 bits and the indices of another one, of 8 bits and the same 
                  return wrap(std::move(copy), self.origin);
              })
         .def("__repr__", &describe);
-    module.def("new", &blank, py::arg("width"), py::arg("height"), py::arg("bits") = 24);
+    module.def("new", &blank, py::arg("width"), py::arg("height"), py::arg("bits") = 24,
+               R"(new(width, height, bits=24)
+--
+
+A picture whose bytes are all 0, with the grey ramp as its palette.
+
+width, height: 1 or more
+bits: 1, 4, 8, 16, 24 or 32)");
     bindArrays(module, image);
     bindLoad(module);
     bindSave(image);

@@ -152,7 +152,24 @@ py::object applied(const Image& image, const DibStep* steps, int stepCount, Pict
                                           [](const DibStep& step) { return step.operation->movesPixels; });
     if (!keepsIndices && !origin.metadata.attr("palette_alpha").is_none())
         origin.metadata = origin.metadata.attr("without_palette_alpha")();
+    if (result.exchangesAxes) origin.metadata = origin.metadata.attr("with_axes_exchanged")();
     return wrap(std::move(made), std::move(origin));
+}
+
+py::object difference(const Image& image, const Image& other, const py::object& progress) {
+    Watch watch(progress);
+    DibOperationResult result;
+    DibDifference found;
+    const bool isDone = [&] {
+        const py::gil_scoped_release unlocked;
+        return DibCompare(image.get(), other.get(), &found, nullptr, 1, &result, watch.callback(), &watch);
+    }();
+    watch.rethrow();
+    if (!isDone) fail(result);
+    py::object place = py::none();
+    if (found.x >= 0) place = py::make_tuple(found.x, found.y);
+    return record("Difference")(found.pixels, found.differentPixels, found.largest, place, found.meanSquare,
+                                found.psnr, found.isSameSize);
 }
 
 // A method that applies one operation.
@@ -267,6 +284,11 @@ Raises ParameterError when the text is no chain of operations: before many pictu
 Applies operations that are written as a text: 'rotate:30,wrap=xy gaussian:4'.
 
 classic: sets the switch of all steps that have it)");
+    image.def("difference", &difference, py::arg("other"), py::kw_only(), py::arg("progress") = py::none(),
+              R"(difference(self, other, *, progress=None)
+--
+
+What differs between two pictures of any depth, as numbers; compare() shows it as a picture.)");
 }
 
 }  // namespace python

@@ -312,3 +312,31 @@ def test_palette_files_are_refused(tmp_path):
     with pytest.raises(dibstream.FormatError):
         dibstream.new(2, 2, 8).save_palette(tmp_path / "none.bmp")
     assert not list(tmp_path.iterdir())
+
+
+def test_options_have_the_names_of_python(picture, tmp_path):
+    """The reasons of the library name the members of its records."""
+    with pytest.raises(dibstream.RefusedError, match=r"^quality is 101, but must be 1 to 100$") as failure:
+        picture.encode("jpeg", quality=101)
+    assert failure.value.parameter == "quality"
+    with pytest.raises(dibstream.RefusedError, match=r"a\.png: compression is 10, but must be -1 to 9$"):
+        picture.save(tmp_path / "a.png", compression=10)
+    block = picture.encode("bmp")
+    with pytest.raises(dibstream.RefusedError, match=r"\(max_pixels\)") as failure:
+        dibstream.open(block, max_pixels=3071)
+    assert failure.value.parameter == "max_pixels"
+    with pytest.raises(dibstream.RefusedError, match="^page is -1, but must be 0 or more$"):
+        dibstream.open(block, page=-1)
+    with pytest.raises(dibstream.MissingFileError) as missing:
+        dibstream.open(tmp_path / "absent.png")
+    assert missing.value.parameter is None
+
+
+def test_new_says_what_is_wrong():
+    with pytest.raises(ValueError, match="^bits must be 1, 4, 8, 16, 24 or 32, not 7$"):
+        dibstream.new(5, 5, 7)
+    with pytest.raises(ValueError, match="^width and height must be 1 or more, not 0 and 5$"):
+        dibstream.new(0, 5)
+    with pytest.raises(dibstream.OutOfMemoryError):
+        dibstream.new(2**31 - 1, 2**31 - 1)
+    assert [dibstream.new(5, 4, bits).bits for bits in (1, 4, 8, 16, 24, 32)] == [1, 4, 8, 16, 24, 32]

@@ -179,3 +179,29 @@ def test_texts_with_a_zero_byte_are_refused(picture, tmp_path):
         with pytest.raises(ValueError, match="zero byte"):
             work()
     assert list(tmp_path.iterdir()) == []
+
+
+def test_turns_exchange_the_resolutions(picture, tmp_path):
+    picture.metadata = dibstream.Metadata(resolution=(100, 200))
+    assert picture.turn(90).metadata.resolution == (200, 100)
+    assert picture.turn(180).metadata.resolution == (100, 200)
+    assert picture.apply("turn:90 flip turn:270 turn:90").metadata.resolution == (200, 100)
+    assert picture.metadata.resolution == (100, 200)
+    assert dibstream.from_array(numpy.asarray(picture)).turn(90).metadata.resolution is None
+    picture.turn(270).save(tmp_path / "turned.png")
+    assert dibstream.probe(tmp_path / "turned.png").metadata.resolution == pytest.approx((200, 100), abs=0.1)
+
+
+def test_difference(picture):
+    other = picture.copy()
+    assert picture.difference(other) == dibstream.Difference(3072, 0, 0, None, 0.0, float("inf"), True)
+    numpy.asarray(other)[7, 9, 1] ^= 3
+    found = picture.difference(other)
+    assert (found.different_pixels, found.largest, found.place) == (1, 3, (9, 7))
+    assert found.mean_square == 9 / (3072 * 3)
+    assert found.psnr == pytest.approx(78.23, abs=0.01)
+    assert not picture.difference(picture.crop(0, 0, (64, 47))).is_same_size
+    with pytest.raises(TypeError):
+        picture.difference("other.bmp")
+    with pytest.raises(dibstream.Cancelled):
+        picture.difference(other, progress=lambda fraction: False)
