@@ -4,8 +4,9 @@
     map_pictures.py photos small "resize:50% gaussian:2" --format jpg
     map_pictures.py photos small "resize:50%" --scheduler tcp://north:8786
     map_pictures.py --list objects.txt s3://bucket/small "resize:50%" --scheduler tcp://north:8786
+    map_pictures.py s3://bucket/photos s3://bucket/small "resize:50%" --scheduler tcp://north:8786 --resume
 
-The folders below SOURCE are kept below TARGET. Each result is complete or absent, whatever fails on the way:
+The folders below SOURCE are kept below TARGET; the pictures of a list keep their names alone. Each result is complete or absent, whatever fails on the way:
 when a worker dies, another one processes its picture again. The table of results gets one line a picture.
 With --resume, pictures that have a result are skipped.
 
@@ -29,8 +30,13 @@ COLUMNS = ["source", "target", "state", "tries", "seconds", "worker", "reason"]
 TEMPORARY = {dibstream.ErrorCode.MEMORY, dibstream.ErrorCode.OPEN, dibstream.ErrorCode.READ, dibstream.ErrorCode.WRITE}
 
 
-def is_url(name):
-    return "://" in name
+def place_of(name):
+    """A URL or a path."""
+    return name.removeprefix("file://")
+
+
+def is_url(place):
+    return "://" in place
 
 
 # ---- on a worker
@@ -68,33 +74,40 @@ def convert_objects(source, target, chain):
 # ---- on the machine that asks
 
 
+def files_below(folder):
+    """The paths of all files below a folder or URL, relative to it; none where there is no such folder."""
+    if not is_url(folder):
+        return [path.relative_to(folder).as_posix() for path in pathlib.Path(folder).rglob("*") if path.is_file()]
+    import fsspec
+
+    store, root = fsspec.core.url_to_fs(folder)
+    return [posixpath.relpath(path, root) for path in store.find(root)]
+
+
 def pictures_below(folder):
     """Every file below `folder` whose extension a format has, as path relative to it."""
-    if not os.path.isdir(folder):
-        raise ValueError(f"{folder}: no such folder")
     known = {extension for form in dibstream.formats() for extension in form.extensions}
-    return [
-        path.relative_to(folder).as_posix()
-        for path in sorted(pathlib.Path(folder).rglob("*"))
-        if path.is_file() and path.suffix.lower().lstrip(".") in known
-    ]
+    names = files_below(folder)
+    if not names:
+        raise ValueError(f"{folder}: no such folder, or there is nothing in it")
+    return sorted(name for name in names if posixpath.splitext(name)[1].lower().lstrip(".") in known)
 
 
 def jobs_of(options):
     """(source, target) of each picture. Raises ValueError when two pictures would have one result."""
     if options.list:
         with open(options.list, encoding="utf-8") as lines:
-            sources = [line.rstrip("\n") for line in lines if line.strip()]
+            sources = [place_of(line.rstrip("\r\n")) for line in lines if line.strip()]
         names = [posixpath.basename(source) for source in sources]
     else:
         names = pictures_below(options.source)
-        sources = [os.path.join(options.source, name) for name in names]
+        sources = [posixpath.join(options.source, name) for name in names]
     if options.format:
         names = [posixpath.splitext(name)[0] + "." + options.format for name in names]
-    targets = [posixpath.join(options.target, name) for name in names]
-    if clash := [name for name, count in collections.Counter(targets).items() if count > 1]:
+    if clash := [name for name, count in collections.Counter(names).items() if count > 1]:
         raise ValueError(f"{len(clash)} results would be written more than once, {clash[0]} among them")
-    return [(s, t) for s, t in zip(sources, targets) if not (options.resume and os.path.exists(t))]
+    done = set(files_below(options.target)) if options.resume else set()
+    return [(s, posixpath.join(options.target, name)) for s, name in zip(sources, names) if name not in done]
 
 
 def results_of(client, jobs, options):
@@ -157,8 +170,8 @@ def connect(options):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("source", nargs="?", help="folder of pictures")
-    parser.add_argument("target", help="folder or URL of the results")
+    parser.add_argument("source", nargs="?", type=place_of, help="folder or URL of pictures")
+    parser.add_argument("target", type=place_of, help="folder or URL of the results")
     parser.add_argument("chain", help='operations, as "resize:50%% gaussian:2"')
     parser.add_argument("--list", metavar="FILE", help="paths or URLs, one a line, instead of SOURCE")
     parser.add_argument("--format", metavar="EXT", help="extension of the results; else that of each source")
@@ -173,7 +186,7 @@ def main():
     try:
         dibstream.check_chain(options.chain)
         jobs = jobs_of(options)
-    except (ValueError, OSError) as error:
+    except (ValueError, OSError, ImportError) as error:
         parser.error(str(error))
 
     with connect(options) as client:

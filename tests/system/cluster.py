@@ -4,6 +4,7 @@ usage: cluster.py MAP_PICTURES WORK_DIR (with the package dibstream in PYTHONPAT
 import csv
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
@@ -110,6 +111,73 @@ def on_this_machine(program, work):
     assert sorted(os.listdir(work / "listed")) == ["p0.png", "p1.png"]
 
 
+# A store of objects for which no server is needed.
+STORE = """
+from fsspec.implementations.local import LocalFileSystem
+
+class Shelf(LocalFileSystem):
+    protocol = "shelf"
+
+    @classmethod
+    def _strip_protocol(cls, path):
+        return str(path).removeprefix("shelf://")
+"""
+
+
+def install_store(folder):
+    """Registers the store in every Python program from now on, as an installed package does."""
+    package = folder / "shelf-1.dist-info"
+    package.mkdir(parents=True)
+    (folder / "shelf.py").write_text(STORE)
+    (package / "METADATA").write_text("Metadata-Version: 2.1\nName: shelf\nVersion: 1\n")
+    (package / "entry_points.txt").write_text("[fsspec.specs]\nshelf = shelf:Shelf\n")
+    os.environ["PYTHONPATH"] = os.pathsep.join([str(folder), os.environ["PYTHONPATH"]])
+
+
+def done_by(program, *arguments):
+    """How many pictures a run processed, all of them well."""
+    process = start(program, *arguments)
+    messages = process.communicate(timeout=200)[1]
+    assert process.returncode == 0 and ", 0 failed" in messages, messages
+    return int(re.search(r"(\d+) done", messages)[1])
+
+
+def resumed(program, work):
+    """Only what has no result is processed: of folders, of lists, and of URLs in both places."""
+    names = ["a/p0.png", "a/p2.png", "b/p1.png"]
+    for name in names:
+        (work / "few" / name).parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(work / "in" / name, work / "few" / name)
+    install_store(work / "store")
+    url = f"shelf://{work}"
+    (work / "paths.txt").write_text("".join(f"{work}/few/{name}\n" for name in names))
+    (work / "urls.txt").write_text("".join(f"{url}/few/{name}\r\n" for name in names))
+    (work / "files.txt").write_text("".join(f"file://{work}/few/{name}\n" for name in names))
+    with distributed.LocalCluster(n_workers=1, threads_per_worker=1, dashboard_address=":0") as cluster:
+        for i, (what, target) in enumerate([
+            ([work / "few"], work / "r0"),
+            (["--list", work / "paths.txt"], work / "r1"),
+            (["--list", work / "files.txt"], f"file://{work}/r2"),
+            ([f"{url}/few"], f"{url}/r3"),
+            (["--list", work / "urls.txt"], f"{url}/r4"),
+        ]):
+            listed = what[0] == "--list"
+            result = work / f"r{i}" / ("p2.bmp" if listed else "a/p2.bmp")
+            arguments = [*what, target, "reverse", "--format", "bmp", "--resume", "--results", work / f"r{i}.tsv",
+                         "--scheduler", cluster.scheduler_address]
+            assert done_by(program, *arguments) == 3
+            whole = result.read_bytes()
+            result.unlink()
+            assert done_by(program, *arguments) == 1
+            assert result.read_bytes() == whole
+            assert done_by(program, *arguments) == 0
+            rows = rows_of(work / f"r{i}.tsv")
+            assert len(rows) == 4 and rows[3]["source"].endswith("/few/a/p2.png"), rows
+            expected = ["p0.bmp", "p1.bmp", "p2.bmp"] if listed else ["a/p0.bmp", "a/p2.bmp", "b/p1.bmp"]
+            found = [path.relative_to(work / f"r{i}").as_posix() for path in (work / f"r{i}").rglob("*.*")]
+            assert sorted(found) == expected, found
+
+
 def expect_mistake(message, *arguments):
     process = start(*arguments)
     messages = process.communicate(timeout=60)[1]
@@ -132,6 +200,7 @@ def main():
     work.mkdir(parents=True)
     kill_a_worker(program, work)
     on_this_machine(program, work)
+    resumed(program, work)
     mistakes(program, work)
     shutil.rmtree(work)
 
