@@ -46,53 +46,112 @@ using dib::DepthChange;
 using dib::forEachStrip;
 using dib::kStripPixels;
 using dib::Packed;
+using dib::Progress;
 
 namespace {
 
 unsigned int selector(unsigned int flags) { return flags & 0xFFFF; }
 
 // The packed form is the new image, but for the fill of its rows.
-bool convertRows(DibStream& image, Packed form) {
+bool convertRows(DibStream& image, Packed form, const Progress& progress) {
     const std::size_t pixelBytes = dib::bytesOf(form);
     DepthChange change(image, form, dib::bitsOf(form));
     if (!change.ready()) return false;
-    for (std::size_t row = 0; row < change.rows(); ++row) {
+    const bool isDone = change.forEachRow(progress, [&](std::size_t row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
             change.source().read(row, x, count, change.row(row) + pixelBytes * x);
         });
-    }
-    return change.finish();
+    });
+    return isDone && change.finish();
 }
 
-bool changeToDitheredCube(DibStream& image) {
+bool changeToBits(DibStream& image, const Progress& progress) {
+    DepthChange change(image, Packed::kGrey, 1);
+    if (!change.ready()) return false;
+    dib::ErrorDiffusion diffusion(change.width());
+    if (!diffusion.ready()) return dib::failForMemory(image);
+    const bool isDone = change.forEachRow(progress, [&](std::size_t row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().read(row, x, count, diffusion.grey() + x);
+        });
+        diffusion.diffuse(change.row(row));
+    });
+    return isDone && change.finish();
+}
+
+bool changeToGreyNibbles(DibStream& image, const Progress& progress) {
+    DepthChange change(image, Packed::kGrey, 4);
+    if (!change.ready()) return false;
+    std::uint8_t grey[kStripPixels];
+    const bool isDone = change.forEachRow(progress, [&](std::size_t row) {
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            change.source().read(row, x, count, grey);
+            for (std::size_t i = 0; i < count; ++i) grey[i] >>= 4;
+            dib::packNibbles(grey, change.row(row) + x / 2, count);
+        });
+    });
+    if (!isDone || !change.finish()) return false;
+    image.SetMonoPalette();
+    return true;
+}
+
+bool changeToDitheredCube(DibStream& image, const Progress& progress) {
     DepthChange change(image, Packed::kBgr, 8);
     if (!change.ready()) return false;
     std::uint8_t scratch[kStripPixels * 3];
-    for (std::size_t row = 0; row < change.rows(); ++row) {
+    const bool isDone = change.forEachRow(progress, [&](std::size_t row) {
         forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
             const std::uint8_t* bgr = change.source().strip(row, x, count, scratch);
             dib::ditherToCube(bgr, change.row(row) + x, count, row);
         });
-    }
-    if (!change.finish()) return false;
+    });
+    if (!isDone || !change.finish()) return false;
     // Entries beyond the cube keep the grey ramp of a new image.
     DibBGRA* table = dib::colorTable(image.Header);
     for (unsigned int i = 0; i < dib::kCubeColors; ++i) table[i] = dib::cubeColor(i);
     return true;
 }
 
+bool changeToWords(DibStream& image, bool carriesRemainders, const Progress& progress) {
+    DepthChange change(image, Packed::kBgr, 16);
+    if (!change.ready()) return false;
+    std::uint8_t scratch[kStripPixels * 3];
+    dib::RemainderCarry carry;
+    const bool isDone = change.forEachRow(progress, [&](std::size_t row) {
+        auto* words = reinterpret_cast<std::uint16_t*>(change.row(row));
+        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
+            const std::uint8_t* bgr = change.source().strip(row, x, count, scratch);
+            if (carriesRemainders) {
+                dib::carryToWords(bgr, words + x, count, carry);
+            } else {
+                dib::runKernel<dib::bgrToWords>(bgr, words + x, count);
+            }
+        });
+    });
+    return isDone && change.finish();
+}
+
+bool changeTo32Bit(DibStream& image) {
+    dib::MallocPtr<unsigned char> pixels(image.Create32Bit());
+    if (pixels == nullptr) return false;
+    // Packed rows already have the pitch of this depth. Unlike the other conversions this one keeps the old
+    // image when there is no memory for the header.
+    BITMAPINFOHEADER* header = image.CreateHeader(image.Header->biWidth, image.Header->biHeight, 32);
+    return header != nullptr && image.SetDib(header, dib::kOwned, pixels.release(), dib::kOwned);
+}
+
 // A palette of the picture's own. The boxes may outnumber the entries when more colours are requested.
-bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
+bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit, const Progress& progress) {
     dib::MallocPtr<unsigned char> pixels(image.Create24Bit());
     if (pixels == nullptr) return false;
     const std::int32_t height = image.Header->biHeight;
     const auto width = dib::asSize(image.Header->biWidth);
-    const auto rows = dib::asSize(dib::rowCount(height));
+    const auto rows = dib::asInt(dib::rowCount(height));
 
     dibmedian::mediancut quantizer;
-    const bool divided = quantizer.execute(reinterpret_cast<DibBGR*>(pixels.get()), image.Header->biWidth,
-                                           dib::asInt(rows), colorLimit);
-    dib::MedianLookup lookup(quantizer, width * rows);
+    const bool divided =
+        quantizer.execute(reinterpret_cast<DibBGR*>(pixels.get()), image.Header->biWidth, rows, colorLimit);
+    dib::MedianLookup lookup(quantizer, width * dib::asSize(rows));
     if (!divided || !lookup.ready()) return dib::failForMemory(image);
     if (!image.Create(image.Header->biWidth, height, bitCount)) return false;
 
@@ -103,108 +162,58 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit) {
     }
     const std::size_t rowBytes = image.GetPitch();
     std::uint8_t strip[kStripPixels];
-    for (std::size_t row = 0; row < rows; ++row) {
+    return dib::forEachRow(progress, rows, [&](int y) {
+        const auto row = dib::asSize(y);
         unsigned char* to = image.Buffer + row * rowBytes;
         forEachStrip(width, [&](std::size_t x, std::size_t count) {
             const std::uint8_t* bgr = pixels.get() + 3 * (row * width + x);
             lookup.map(bgr, bitCount == 8 ? to + x : strip, count);
             if (bitCount == 4) dib::packNibbles(strip, to + x / 2, count);
         });
-    }
-    return true;
-}
-
-}  // namespace
-
-bool DibStream::ChangeBpp(int bitCount, unsigned int flags) {
-    if (Buffer == nullptr) return false;
-    switch (bitCount) {
-        case 1: return ChangeTo1Bit(flags);
-        case 4: return ChangeTo4Bit(flags);
-        case 8: return ChangeTo8Bit(flags);
-        case 16: return ChangeTo16Bit(flags);
-        case 24: return ChangeTo24Bit(flags);
-        case 32: return ChangeTo32Bit(flags);
-        default: return false;
-    }
-}
-
-bool DibStream::ChangeTo1Bit(unsigned int) {
-    DepthChange change(*this, Packed::kGrey, 1);
-    if (!change.ready()) return false;
-    dib::ErrorDiffusion diffusion(change.width());
-    if (!diffusion.ready()) return dib::failForMemory(*this);
-    for (std::size_t row = 0; row < change.rows(); ++row) {
-        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            change.source().read(row, x, count, diffusion.grey() + x);
-        });
-        diffusion.diffuse(change.row(row));
-    }
-    return change.finish();
-}
-
-bool DibStream::ChangeTo4Bit(unsigned int flags) {
-    if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut4(flags);
-    DepthChange change(*this, Packed::kGrey, 4);
-    if (!change.ready()) return false;
-    std::uint8_t grey[kStripPixels];
-    for (std::size_t row = 0; row < change.rows(); ++row) {
-        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            change.source().read(row, x, count, grey);
-            for (std::size_t i = 0; i < count; ++i) grey[i] >>= 4;
-            dib::packNibbles(grey, change.row(row) + x / 2, count);
-        });
-    }
-    if (!change.finish()) return false;
-    SetMonoPalette();
-    return true;
-}
-
-bool DibStream::ChangeTo8Bit(unsigned int flags) {
-    if (selector(flags) == DIB_MEDIAN_CUT) return MedianCut8(flags);
-    if (selector(flags) == DIB_DITHER) return changeToDitheredCube(*this);
-    return convertRows(*this, Packed::kGrey);
-}
-
-bool DibStream::ChangeTo16Bit(unsigned int flags) {
-    DepthChange change(*this, Packed::kBgr, 16);
-    if (!change.ready()) return false;
-    std::uint8_t scratch[kStripPixels * 3];
-    dib::RemainderCarry carry;
-    for (std::size_t row = 0; row < change.rows(); ++row) {
-        auto* words = reinterpret_cast<std::uint16_t*>(change.row(row));
-        forEachStrip(change.width(), [&](std::size_t x, std::size_t count) {
-            const std::uint8_t* bgr = change.source().strip(row, x, count, scratch);
-            if (selector(flags) == DIB_DITHER) {
-                dib::carryToWords(bgr, words + x, count, carry);
-            } else {
-                dib::runKernel<dib::bgrToWords>(bgr, words + x, count);
-            }
-        });
-    }
-    return change.finish();
-}
-
-bool DibStream::ChangeTo24Bit(unsigned int) { return convertRows(*this, Packed::kBgr); }
-
-bool DibStream::ChangeTo32Bit(unsigned int) {
-    dib::MallocPtr<unsigned char> pixels(Create32Bit());
-    if (pixels == nullptr) return false;
-    // Packed rows already have the pitch of this depth. Unlike the other conversions this one keeps the old
-    // image when there is no memory for the header.
-    BITMAPINFOHEADER* header = CreateHeader(Header->biWidth, Header->biHeight, 32);
-    return header != nullptr && SetDib(header, dib::kOwned, pixels.release(), dib::kOwned);
+    });
 }
 
 // The limit is taken from bits 16 to 23 without a shift, so any limit given there is far above the
 // quantizer's table and means as many boxes as that holds. At 4 bits such a limit can never be below 16 and
 // so is never used. Callers pass the selector alone.
-bool DibStream::MedianCut8(unsigned int flags) {
+int colorLimit(int bitCount, unsigned int flags) {
     const int limit = flags & 0xFF0000;
-    return changeToMedianCut(*this, 8, limit != 0 ? limit : 256);
+    if (bitCount == 8) return limit != 0 ? limit : 256;
+    return limit != 0 && limit < 16 ? limit : 16;
 }
 
+}  // namespace
+
+bool dib::changeDepth(DibStream& image, int bitCount, unsigned int flags, const Progress& progress) {
+    const bool isMedian = selector(flags) == DIB_MEDIAN_CUT && (bitCount == 4 || bitCount == 8);
+    if (isMedian) return changeToMedianCut(image, bitCount, colorLimit(bitCount, flags), progress);
+    const bool isDithered = selector(flags) == DIB_DITHER;
+    switch (bitCount) {
+        case 1: return changeToBits(image, progress);
+        case 4: return changeToGreyNibbles(image, progress);
+        case 8:
+            return isDithered ? changeToDitheredCube(image, progress)
+                              : convertRows(image, Packed::kGrey, progress);
+        case 16: return changeToWords(image, isDithered, progress);
+        case 24: return convertRows(image, Packed::kBgr, progress);
+        case 32: return changeTo32Bit(image);
+        default: return false;
+    }
+}
+
+bool DibStream::ChangeBpp(int bitCount, unsigned int flags) {
+    return Buffer != nullptr && dib::changeDepth(*this, bitCount, flags, dib::kSilent);
+}
+bool DibStream::ChangeTo1Bit(unsigned int flags) { return dib::changeDepth(*this, 1, flags, dib::kSilent); }
+bool DibStream::ChangeTo4Bit(unsigned int flags) { return dib::changeDepth(*this, 4, flags, dib::kSilent); }
+bool DibStream::ChangeTo8Bit(unsigned int flags) { return dib::changeDepth(*this, 8, flags, dib::kSilent); }
+bool DibStream::ChangeTo16Bit(unsigned int flags) { return dib::changeDepth(*this, 16, flags, dib::kSilent); }
+bool DibStream::ChangeTo24Bit(unsigned int flags) { return dib::changeDepth(*this, 24, flags, dib::kSilent); }
+bool DibStream::ChangeTo32Bit(unsigned int flags) { return dib::changeDepth(*this, 32, flags, dib::kSilent); }
+
+bool DibStream::MedianCut8(unsigned int flags) {
+    return changeToMedianCut(*this, 8, colorLimit(8, flags), dib::kSilent);
+}
 bool DibStream::MedianCut4(unsigned int flags) {
-    const int limit = flags & 0xFF0000;
-    return changeToMedianCut(*this, 4, limit != 0 && limit < 16 ? limit : 16);
+    return changeToMedianCut(*this, 4, colorLimit(4, flags), dib::kSilent);
 }

@@ -17,8 +17,14 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/PixelReader.h"
+#include "dib/Progress.h"
 
 namespace dib {
+
+// `DibStream::ChangeBpp` with progress, for callers that work for long; 32 bits report nothing. False as well
+// when the caller cancels: the image is unchanged then, but for the palettes of median cut, which may leave
+// it half done.
+bool changeDepth(DibStream& image, int bitCount, unsigned int flags, const Progress& progress);
 
 // A conversion in progress: reads the image and owns the pixel block that will replace the old one.
 class DepthChange {
@@ -32,6 +38,12 @@ public:
     const PixelReader& source() const { return source_; }
     std::size_t width() const { return source_.width(); }
     std::size_t rows() const { return source_.rows(); }
+    // Runs `rowRule(row)` for every row of the buffer. False when the caller cancels.
+    template <class RowRule>
+    bool forEachRow(const Progress& progress, const RowRule& rowRule) const {
+        return dib::forEachRow(progress, static_cast<int>(rows()),
+                               [&](int row) { rowRule(static_cast<std::size_t>(row)); });
+    }
     unsigned char* row(std::size_t bufferRow) { return pixels_.get() + bufferRow * size_.rowBytes; }
 
     // Installs the new pixels with a new header and the table of `DibStream::Create`. On failure the

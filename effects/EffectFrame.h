@@ -36,6 +36,7 @@
 #include "dib/Depths.h"
 #include "dib/EdgeAxis.h"
 #include "dib/Memory.h"
+#include "dib/Progress.h"
 #include "dib/Raster.h"
 
 namespace dib {
@@ -97,27 +98,6 @@ inline int getLoopX(int x, int width, unsigned int flags) {
 }
 inline int getLoopY(int y, int height, unsigned int flags) {
     return EdgeAxis{height, (flags & DIB_WRAP_Y) != 0}.at(y);
-}
-
-// The progress callback of the caller.
-struct Progress {
-    DibProgressCallback callback;
-    void* user;
-
-    // Reports `done` of `total` rows. False when the caller cancels.
-    bool report(std::int64_t done, int total) const {
-        return callback == nullptr || callback(static_cast<float>(done) / static_cast<float>(total), user);
-    }
-};
-
-// Runs `rowRule(y)` for every row and reports after each. False when cancelled; true without rows.
-template <class RowRule>
-bool forEachRow(const Progress& progress, int height, const RowRule& rowRule) {
-    for (int y = 0; y < height; ++y) {
-        rowRule(y);
-        if (!progress.report(std::int64_t{y} + 1, height)) return false;
-    }
-    return true;
 }
 
 // An effect that computes each row from an unchanged copy of the image. `Filter` has

@@ -1,4 +1,5 @@
-// Tone curves: a table of 256 values, applied to the image. They report nothing and cannot be cancelled.
+// Tone curves: a table of 256 values, applied to the image. The classic functions report nothing and cannot
+// be cancelled.
 #include "effects/Tone.h"
 
 #include <algorithm>
@@ -27,17 +28,16 @@ bool admitToned(DibStream* image, Raster& raster) {
 
 }  // namespace
 
-bool changeBright(DibStream* image, const unsigned char* table) {
-    constexpr Progress kSilent{nullptr, nullptr};
+bool changeBright(DibStream* image, const unsigned char* table, const Progress& progress) {
     Raster raster;
     if (!admitToned(image, raster)) return false;
     const auto width = asSize(raster.width);
     const ToneLookup lookup(table);
     if (raster.bitCount == 32) {
-        return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapColors(raster.row(y), width); });
+        return forEachRow(progress, raster.height, [&](int y) { lookup.mapColors(raster.row(y), width); });
     }
     if (raster.bitCount == 24) {
-        return forEachRow(kSilent, raster.height, [&](int y) { lookup.mapBytes(raster.row(y), 3 * width); });
+        return forEachRow(progress, raster.height, [&](int y) { lookup.mapBytes(raster.row(y), 3 * width); });
     }
     lookup.mapColorTable(image->Header);
     return true;
@@ -79,12 +79,22 @@ ToneTable contrastTable(float brightness, float contrast) {
 
 }  // namespace
 
+bool correctGamma(DibProgressCallback callback, void* user, DibStream* image, int low, int high,
+                  float gamma) {
+    return changeBright(image, gammaTable(low, high, gamma).data(), {callback, user});
+}
+
+bool changeContrast(DibProgressCallback callback, void* user, DibStream* image, float brightness,
+                    float contrast) {
+    return changeBright(image, contrastTable(brightness, contrast).data(), {callback, user});
+}
+
 }  // namespace dib
 
 bool DibEffectGammaCorrect(DibProgressCallback, void*, DibStream* image, int low, int high, float gamma) {
-    return dib::changeBright(image, dib::gammaTable(low, high, gamma).data());
+    return dib::correctGamma(nullptr, nullptr, image, low, high, gamma);
 }
 
 bool DibEffectContrast(DibProgressCallback, void*, DibStream* image, float brightness, float contrast) {
-    return dib::changeBright(image, dib::contrastTable(brightness, contrast).data());
+    return dib::changeContrast(nullptr, nullptr, image, brightness, contrast);
 }

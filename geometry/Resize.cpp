@@ -1,5 +1,5 @@
 // Choosing a resampler, and halving.
-#include <DibStream.h>
+#include "geometry/Resize.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,17 +9,22 @@
 #include "geometry/Canvas.h"
 #include "geometry/RowVectors.h"
 
-bool DibStream::Resize(int width, int height, DIB_RESIZE_METHOD method) {
-    if (Buffer == nullptr || Header == nullptr) return false;
-    const std::int64_t rows = dib::rowCount(Header->biHeight);
-    if (width == Header->biWidth && height == rows) return true;
-    const bool isHalf = std::int64_t{width} * 2 == Header->biWidth && std::int64_t{height} * 2 == rows;
-    if (isHalf && ResizeHalf()) return true;
+bool dib::resize(DibStream& image, int width, int height, DibStream::DIB_RESIZE_METHOD method,
+                 const Progress& progress) {
+    if (image.Buffer == nullptr || image.Header == nullptr) return false;
+    const std::int64_t rows = rowCount(image.Header->biHeight);
+    if (width == image.Header->biWidth && height == rows) return true;
+    const bool isHalf = std::int64_t{width} * 2 == image.Header->biWidth && std::int64_t{height} * 2 == rows;
+    if (isHalf && image.ResizeHalf()) return true;
     switch (method) {
-        case DIB_RESIZE_INTEGRAL: return ResizeIntegral(width, height);
-        case DIB_RESIZE_BILINEAR: return ResizeBilinear(width, height);
+        case DibStream::DIB_RESIZE_INTEGRAL: return resizeIntegral(image, width, height, progress);
+        case DibStream::DIB_RESIZE_BILINEAR: return resizeBilinear(image, width, height, progress);
         default: return false;
     }
+}
+
+bool DibStream::Resize(int width, int height, DIB_RESIZE_METHOD method) {
+    return dib::resize(*this, width, height, method, dib::kSilent);
 }
 
 namespace {

@@ -12,6 +12,7 @@
 #include "geometry/BilinearRows.h"
 #include "geometry/Canvas.h"
 #include "geometry/PaddedRows.h"
+#include "geometry/Resize.h"
 
 namespace {
 
@@ -53,6 +54,7 @@ struct Resampling {
     dib::Raster to;
     const Position* columns;
     const Position* lines;
+    const dib::Progress& progress;
 };
 
 // 24 and 32 bits. The two source rows in use are kept as mixed across, so that each is mixed once.
@@ -74,7 +76,7 @@ bool mixRows(const Resampling& work) {
     std::uint16_t* lower = secondLine.get();
     int upperRow = -1;  // none yet
     int lowerRow = -1;
-    for (int line = 0; line < to.height; ++line) {
+    return dib::forEachRow(work.progress, to.height, [&](int line) {
         const int y = work.lines[line].index;
         const int below = std::min(y + 1, work.from.height - 1);
         if (lowerRow == y) {
@@ -86,43 +88,45 @@ bool mixRows(const Resampling& work) {
         upperRow = y;
         lowerRow = below;
         dib::mixDown(upper, lower, work.lines[line].nextWeight, sums, to.row(line));
-    }
-    return true;
+    });
 }
 
 // 1, 4, 8 and 16 bits. Neighbouring output rows often come from the same source row.
 template <class Depth>
-void pickRows(const Resampling& work) {
-    for (int line = 0; line < work.to.height; ++line) {
+bool pickRows(const Resampling& work) {
+    return dib::forEachRow(work.progress, work.to.height, [&](int line) {
         unsigned char* to = work.to.row(line);
         const int y = work.lines[line].nearest();
         if (line > 0 && y == work.lines[line - 1].nearest()) {
             std::memcpy(to, to - work.to.rowStep, work.to.rowBytes);
-            continue;
+            return;
         }
         std::memset(to, 0, work.to.rowBytes);
         const unsigned char* from = work.from.row(y);
         for (int x = 0; x < work.to.width; ++x)
             Depth::put(to, x, Depth::get(from, work.columns[x].nearest()));
-    }
+    });
 }
 
 }  // namespace
 
-bool DibStream::ResizeBilinear(int width, int height) {
-    dib::Raster from;
-    if (!dib::viewRows(*this, from) || !from.hasPixels() || !dib::isDepth(from.bitCount)) return false;
-    dib::Canvas canvas(*this, width, dib::heightLike(height, Header->biHeight));
-    if (canvas.pixels == nullptr) return dib::failForMemory(*this);
+bool dib::resizeBilinear(DibStream& image, int width, int height, const Progress& progress) {
+    Raster from;
+    if (!viewRows(image, from) || !from.hasPixels() || !isDepth(from.bitCount)) return false;
+    Canvas canvas(image, width, heightLike(height, image.Header->biHeight));
+    if (canvas.pixels == nullptr) return failForMemory(image);
 
     const auto columns = placePixels(from.width, width);
     const auto lines = placePixels(from.height, canvas.rows.height);
-    if (columns == nullptr || lines == nullptr) return dib::failForMemory(*this);
-    const Resampling work{from.inBlockOrder(), canvas.rows, columns.get(), lines.get()};
-    const bool done = dib::withAnyDepth(from.bitCount, [&](auto depth) {
-        if constexpr (dib::kMixes<decltype(depth)>) return mixRows<decltype(depth)::kChannels>(work);
-        pickRows<decltype(depth)>(work);
-        return true;
+    if (columns == nullptr || lines == nullptr) return failForMemory(image);
+    const Resampling work{from.inBlockOrder(), canvas.rows, columns.get(), lines.get(), progress};
+    const bool done = withAnyDepth(from.bitCount, [&](auto depth) {
+        if constexpr (kMixes<decltype(depth)>) return mixRows<decltype(depth)::kChannels>(work);
+        return pickRows<decltype(depth)>(work);
     });
-    return (done && canvas.installInto(*this)) || dib::failForMemory(*this);
+    return (done && canvas.installInto(image)) || failForMemory(image);
+}
+
+bool DibStream::ResizeBilinear(int width, int height) {
+    return dib::resizeBilinear(*this, width, height, dib::kSilent);
 }

@@ -9,6 +9,7 @@
 #include "geometry/AreaRows.h"
 #include "geometry/Canvas.h"
 #include "geometry/PaddedRows.h"
+#include "geometry/Resize.h"
 
 namespace {
 
@@ -38,11 +39,12 @@ private:
 
 // Averages the rows of each span of lines. The truncation to bytes between both passes belongs to the result.
 template <class Sum, int Channels>
-bool averageDown(AveragedRows<Channels>& rows, const dib::AreaSpans& lines, const dib::Raster& to) {
+bool averageDown(AveragedRows<Channels>& rows, const dib::AreaSpans& lines, const dib::Raster& to,
+                 const dib::Progress& progress) {
     const std::ptrdiff_t values = to.pixelBytes();
     const auto sums = dib::allocateArray<Sum>(values);
     if (sums == nullptr) return false;
-    for (int y = 0; y < to.height; ++y) {
+    return dib::forEachRow(progress, to.height, [&](int y) {
         const std::uint16_t* weights = lines.weights(y);
         const int first = lines.first(y);
         if (lines.total(y) == weights[0]) {
@@ -53,35 +55,38 @@ bool averageDown(AveragedRows<Channels>& rows, const dib::AreaSpans& lines, cons
             }
             dib::divideRow(sums.get(), lines.total(y), values, to.row(y));
         }
-    }
-    return true;
+    });
 }
 
 template <int Channels>
-bool averageInto(const dib::Raster& from, const dib::Raster& to) {
+bool averageInto(const dib::Raster& from, const dib::Raster& to, const dib::Progress& progress) {
     const dib::AreaSpans columns(from.width, to.width);
     const dib::AreaSpans lines(from.height, to.height);
     if (!columns.ready() || !lines.ready()) return false;
     AveragedRows<Channels> rows(from, columns);
     if (!rows.ready()) return false;
-    return lines.isExact() ? averageDown<std::int32_t>(rows, lines, to)
-                           : averageDown<std::int64_t>(rows, lines, to);
+    return lines.isExact() ? averageDown<std::int32_t>(rows, lines, to, progress)
+                           : averageDown<std::int64_t>(rows, lines, to, progress);
 }
 
 }  // namespace
 
-bool DibStream::ResizeIntegral(int width, int height) {
-    dib::Raster from;
-    if (!dib::viewRows(*this, from) || !from.hasPixels() || !dib::isDepth(from.bitCount)) return false;
-    dib::Canvas canvas(*this, width, dib::heightLike(height, Header->biHeight));
-    if (canvas.pixels == nullptr) return dib::failForMemory(*this);
-    const bool done = dib::withAnyDepth(from.bitCount, [&](auto depth) {
-        if constexpr (dib::kMixes<decltype(depth)>) {
-            return averageInto<decltype(depth)::kChannels>(from.inBlockOrder(), canvas.rows);
+bool dib::resizeIntegral(DibStream& image, int width, int height, const Progress& progress) {
+    Raster from;
+    if (!viewRows(image, from) || !from.hasPixels() || !isDepth(from.bitCount)) return false;
+    Canvas canvas(image, width, heightLike(height, image.Header->biHeight));
+    if (canvas.pixels == nullptr) return failForMemory(image);
+    const bool done = withAnyDepth(from.bitCount, [&](auto depth) {
+        if constexpr (kMixes<decltype(depth)>) {
+            return averageInto<decltype(depth)::kChannels>(from.inBlockOrder(), canvas.rows, progress);
         }
         // Indices and 16-bit words cannot be averaged; callers still get the new size.
         std::fill_n(canvas.pixels.get(), canvas.rows.rowStep * canvas.rows.height, 0);
         return true;
     });
-    return (done && canvas.installInto(*this)) || dib::failForMemory(*this);
+    return (done && canvas.installInto(image)) || failForMemory(image);
+}
+
+bool DibStream::ResizeIntegral(int width, int height) {
+    return dib::resizeIntegral(*this, width, height, dib::kSilent);
 }

@@ -1,3 +1,4 @@
+#include "dib/ChangeDepth.h"
 #include "dib/Numbers.h"
 #include "operations/Operations.h"
 
@@ -50,7 +51,8 @@ std::string checkBpp(const Arguments& arguments) {
 bool runBpp(const Job& job) {
     const std::uint32_t method = job.arguments.word("method");
     const unsigned int selector = method == kOrdered ? DIB_DITHER : method == kMedian ? DIB_MEDIAN_CUT : 0U;
-    return job.image.ChangeBpp(dib::asInt(job.arguments.word("depth")), selector);
+    return dib::changeDepth(job.image, dib::asInt(job.arguments.word("depth")), selector,
+                            {job.callback, job.user});
 }
 
 constexpr Operation kOperations[] = {

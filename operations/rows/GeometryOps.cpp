@@ -2,6 +2,7 @@
 #include <optional>
 
 #include "effects/weighted/AlphaPlane.h"
+#include "geometry/Resize.h"
 #include "operations/Call.h"
 #include "operations/Descriptions.h"
 #include "operations/pixels/Pixels.h"
@@ -49,8 +50,9 @@ bool runClassicResize(const Job& job) {
         throw Refusal{DIB_ERROR_MISMATCH,
                       "filter: area is for 24 and 32 bits, not for " + bitsText(bitCount)};
     }
-    return job.image.Resize(wanted.width, wanted.height,
-                            isArea ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR);
+    return dib::resize(job.image, wanted.width, wanted.height,
+                       isArea ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR,
+                       {job.callback, job.user});
 }
 
 Filter filterAlong(std::uint32_t filter, int before, int after) {
@@ -78,7 +80,7 @@ bool resizeTo(const Job& job, const PixelSize& wanted) {
     const bool isBilinear = across == Filter::kBilinear && down == Filter::kBilinear;
     if (isOpaque && (isArea || isBilinear)) {
         const auto method = isArea ? DibStream::DIB_RESIZE_INTEGRAL : DibStream::DIB_RESIZE_BILINEAR;
-        if (!image.Resize(wanted.width, wanted.height, method)) return false;
+        if (!dib::resize(image, wanted.width, wanted.height, method, {job.callback, job.user})) return false;
         if (alpha) dib::fillAlpha(image, *alpha);
         return true;
     }

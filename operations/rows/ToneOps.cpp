@@ -1,5 +1,4 @@
-#include <DibEffect.h>
-
+#include "effects/Tone.h"
 #include "operations/Call.h"
 
 namespace operations {
@@ -28,9 +27,9 @@ constexpr Operation kOperations[] = {
       kGamma,
       kAllDepths},
      "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
-     Effect<int, int, float>::run<DibEffectGammaCorrect>,
+     Effect<int, int, float>::run<dib::correctGamma>,
      nullptr,
-     bends(Effect<int, int, float>::run<DibEffectGammaCorrect>)},
+     bends(Effect<int, int, float>::run<dib::correctGamma>)},
     {{"contrast",
       kArea,
       "Stretches the colours, or the colour table, about middle grey.",
@@ -39,9 +38,9 @@ constexpr Operation kOperations[] = {
       kContrast,
       kAllDepths},
      "DibEffectContrast(nullptr, nullptr, &image, {brightness}, {contrast})",
-     Effect<float, float>::run<DibEffectContrast>,
+     Effect<float, float>::run<dib::changeContrast>,
      nullptr,
-     bends(Effect<float, float>::run<DibEffectContrast>)},
+     bends(Effect<float, float>::run<dib::changeContrast>)},
 };
 
 }  // namespace

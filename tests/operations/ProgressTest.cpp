@@ -1,0 +1,131 @@
+// Progress and cancelling of every row of the table.
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/operations/Operations.h"
+#include "tests/support/TestImages.h"
+
+namespace operations_test {
+
+namespace {
+
+using testing_support::DibPtr;
+using testing_support::ProgressLog;
+using testing_support::randomImage;
+using testing_support::sameImage;
+
+constexpr int kWidth = 60;
+constexpr int kHeight = 240;
+
+// Second pictures, and palettes.
+bool openSecond(void*, const char*, DibStream* image, DibFileResult*, DibProgressCallback, void*) {
+    const DibPtr second = randomImage(13, 7, 8, 2);
+    return image->Copy(second->Header, second->Buffer);
+}
+
+struct Outcome {
+    bool isDone;
+    DibOperationResult result;
+};
+Outcome apply(DibStream& image, const std::string& chain, ProgressLog& log) {
+    DibApplyOptions options;
+    options.open = openSecond;
+    Outcome outcome{false, {}};
+    outcome.isDone =
+        DibApply(&image, chain.c_str(), &options, &outcome.result, ProgressLog::callback, &log);
+    return outcome;
+}
+
+std::vector<std::string> stepsOfTable() {
+    std::vector<std::string> steps;
+    for (const DibOperation* operation : all()) {
+        steps.emplace_back(operation->example);
+        for (const char* sample : operation->samples) {
+            if (std::strchr(sample, ' ') == nullptr) steps.emplace_back(sample);
+        }
+    }
+    return steps;
+}
+
+TEST(OperationProgress, RisesFrom0To1) {
+    for (const std::string& step : stepsOfTable()) {
+        for (const int bitCount : testing_support::kDepths) {
+            SCOPED_TRACE(step + " at " + std::to_string(bitCount));
+            const DibPtr image = randomImage(kWidth, kHeight, bitCount, 3);
+            ProgressLog log;
+            const Outcome outcome = apply(*image, step, log);
+            // The rectangle of one example lies outside this picture, and some steps refuse depths.
+            if (outcome.result.code == DIB_ERROR_MISMATCH) continue;
+            ASSERT_TRUE(outcome.isDone) << outcome.result.reason;
+            EXPECT_EQ(log.fractions.front(), 0.0F);
+            EXPECT_EQ(log.fractions.back(), 1.0F);
+            EXPECT_TRUE(std::ranges::is_sorted(log.fractions));
+        }
+    }
+}
+
+// At the first, second, middle and last call.
+TEST(OperationProgress, CancellingLeavesTheImageAsItWas) {
+    for (const std::string& step : stepsOfTable()) {
+        for (const int bitCount : {8, 24, 32}) {
+            SCOPED_TRACE(step + " at " + std::to_string(bitCount));
+            const DibPtr image = randomImage(kWidth, kHeight, bitCount, 3);
+            const DibPtr before = randomImage(kWidth, kHeight, bitCount, 3);
+            ProgressLog whole;
+            const DibPtr done = randomImage(kWidth, kHeight, bitCount, 3);
+            if (!apply(*done, step, whole).isDone) continue;
+            const int last = static_cast<int>(whole.fractions.size()) - 1;
+            ASSERT_GE(last, 1);
+            for (const int call : {0, 1, last / 2, last}) {
+                ProgressLog log{{}, call};
+                const Outcome outcome = apply(*image, step, log);
+                EXPECT_FALSE(outcome.isDone);
+                EXPECT_EQ(outcome.result.code, DIB_ERROR_INTERRUPTED) << outcome.result.reason;
+                EXPECT_EQ(image->ErrorCode, DIB_ERROR_INTERRUPTED);
+                EXPECT_EQ(log.fractions.size(), static_cast<std::size_t>(call) + 1);
+                EXPECT_TRUE(sameImage(*image, *before));
+            }
+        }
+    }
+}
+
+// One pass over memory, which reports nothing (DibOperation.h).
+const std::set<std::string_view> kAtOnce = {"half",   "canvas",  "crop",     "border",      "scroll",
+                                            "invert", "reverse", "brighten", "flip-storage"};
+
+bool isAtOnce(const std::string& step) {
+    return kAtOnce.contains(std::string_view(step).substr(0, step.find(':'))) || step.starts_with("bpp:32");
+}
+
+float largestGap(const std::vector<float>& fractions) {
+    float gap = 0;
+    for (std::size_t i = 1; i < fractions.size(); ++i) gap = std::max(gap, fractions[i] - fractions[i - 1]);
+    return gap;
+}
+
+// Blocks of mosaic and steps of operations that go several times through the picture may be longer than a
+// row; those of median cut, which counts the colours before its rows, are not.
+TEST(OperationProgress, OtherOperationsReportRows) {
+    std::set<std::string_view> reporting;
+    for (const std::string& step : stepsOfTable()) {
+        SCOPED_TRACE(step);
+        const DibPtr image = randomImage(kWidth, kHeight, 24, 3);
+        ProgressLog log;
+        if (!apply(*image, step, log).isDone) continue;
+        if (isAtOnce(step)) {
+            EXPECT_EQ(log.fractions, (std::vector<float>{0, 1}));
+        } else {
+            EXPECT_LE(largestGap(log.fractions), 0.15F);
+            reporting.insert(std::string_view(step).substr(0, step.find(':')));
+        }
+    }
+    for (const DibOperation* operation : all())
+        EXPECT_NE(reporting.contains(operation->name), kAtOnce.contains(operation->name)) << operation->name;
+}
+
+}  // namespace
+
+}  // namespace operations_test
