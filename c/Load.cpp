@@ -68,6 +68,10 @@ dib_code probe(dib_file_info* to, const dib_load_options* given, dib_result* res
         info.channel_bits = from.channelBits;
         static_assert(sizeof info.page_name == sizeof from.pageName);
         std::memcpy(info.page_name, from.pageName, sizeof info.page_name);
+        info.video_x = from.videoX;
+        info.video_y = from.videoY;
+        info.palette_x = from.paletteX;
+        info.palette_y = from.paletteY;
         c_interface::fill(*to, info);
         return true;
     });

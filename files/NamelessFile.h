@@ -8,8 +8,11 @@
 
 namespace files {
 
-// In the folder for temporary files. It has no name where the system can open such a file by a path: then it
-// is gone whatever becomes of the program. May throw std::bad_alloc.
+// The folder for temporary files: what TMPDIR names, or the system's own. May throw std::bad_alloc.
+std::string temporaryFolder();
+
+// In that folder. It has no name where the system can open such a file by a path: then it is gone whatever
+// becomes of the program. May throw std::bad_alloc.
 class NamelessFile {
 public:
     NamelessFile();

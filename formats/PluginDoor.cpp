@@ -81,6 +81,7 @@ void copyInfo(const DibPluginInfo& from, ProbeRequest& request) {
     info.height = from.height;
     info.bitCount = from.bitCount;
     info.storedBits = std::max(from.storedBits, 0);
+    info.channels = std::max(from.channels, 0);
     info.pages = std::max(from.pages, 1);
     info.layers = std::max(from.layers, 0);
     info.levels = std::max(from.levels, 1);

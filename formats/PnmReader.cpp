@@ -251,6 +251,7 @@ bool probePnm(ProbeRequest& request) {
     info.width = header.width;
     info.height = header.height;
     info.bitCount = header.imageBits();
+    info.channels = header.channels;
     info.storedBits = header.storedBits();
     info.hasAlpha = info.bitCount == 32;
     info.paletteSize = info.bitCount <= 8 ? 1 << info.bitCount : 0;

@@ -25,6 +25,7 @@ std::array<unsigned char, kBytes> readFields(ByteReader& file) {
 void readLookup(ByteReader& file, int table, TimLayout& layout, TimColors& colors) {
     const std::int64_t start = file.position();
     const TimBlock block = TimBlock::read(file);
+    layout.lookup = block;
     layout.firstColor = start + dib::asOffset(TimBlock::kBytes);
     layout.colors = std::size_t{block.width} * block.height;
     const std::size_t first = dib::asSize(table) * layout.tableColors();

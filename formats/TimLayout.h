@@ -69,6 +69,7 @@ struct TimLayout {
     bool hasLookup = false;
     std::int64_t firstColor = 0;  // position of the first lookup table
     std::size_t colors = 0;       // of all lookup tables
+    TimBlock lookup;
     TimBlock pixels;
     std::int64_t pixelStart = 0;
 

@@ -140,6 +140,12 @@ bool probeTim(ProbeRequest& request) {
     request.info.bitCount = request.info.hasAlpha ? 32 : layout.bitCount;
     request.info.paletteSize = dib::asInt(dib::addressableEntries(request.info.bitCount));
     request.info.pages = dib::asInt(layout.tables());
+    request.info.videoX = dib::asInt(layout.pixels.x);
+    request.info.videoY = dib::asInt(layout.pixels.y);
+    if (layout.hasLookup) {
+        request.info.paletteX = dib::asInt(layout.lookup.x);
+        request.info.paletteY = dib::asInt(layout.lookup.y);
+    }
     nameCompression(request.info, "none");
     return isPossible(layout);
 }

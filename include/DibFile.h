@@ -148,12 +148,19 @@ struct DibFileInfo {
     int levels = 1;                     ///< Sizes of the same picture.
     bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
-    int paletteSize = 0;      ///< Entries of the colour table that a load gives; 0 when there is none.
-    bool isTopDown = false;   ///< Whether a load gives a negative height.
-    char colors[16] = "";     ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
-    int channels = 0;         ///< Of a document: channels of the merged picture, those after the colours too.
+    int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
+    bool isTopDown = false;  ///< Whether a load gives a negative height.
+    char colors[16] = "";    ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
+    /// Of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks; of a
+    /// document those after the colours too.
+    int channels = 0;
     int channelBits = 0;      ///< Of a document: bits per channel.
     char pageName[256] = "";  ///< Of the page that the options choose, UTF-8; empty when it has none.
+    /// Of a TIM file: where its pixels belong in video memory, in words of 16 bits; -1 in other files.
+    int videoX = -1;
+    int videoY = -1;    ///< In rows.
+    int paletteX = -1;  ///< The same of its lookup tables; -1 when there are none.
+    int paletteY = -1;  ///< In rows.
 };
 
 /// What a layer is.

@@ -121,6 +121,8 @@ struct DibPluginInfo {
     /// there when `size` says so.
     unsigned char* exif;
     std::size_t exifBytes;  ///< Its length.
+    /// In the file, 0 when it has those of the image. The field is there when `size` says so.
+    int channels;
 };
 
 /// A picture that a load gives. All pointers are null and all numbers 0 at first.

@@ -413,13 +413,20 @@ typedef struct dib_file_info {
     int has_alpha;         ///< 1 when the pixels of a load have alpha.
     int row_order;         ///< `dib_row_order` of a load.
     char colors[16];       ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
-    int channels;          ///< Of a document: channels of the merged picture, those after the colours too.
-    int channel_bits;      ///< Of a document: bits per channel.
-    char page_name[256];   ///< Of the page that the options choose; empty when it has none.
+    /// Of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks; of a
+    /// document those after the colours too.
+    int channels;
+    int channel_bits;     ///< Of a document: bits per channel.
+    char page_name[256];  ///< Of the page that the options choose; empty when it has none.
+    /// Of a TIM file: where its pixels belong in video memory, in words of 16 bits; -1 in other files.
+    int video_x;
+    int video_y;    ///< In rows.
+    int palette_x;  ///< The same of its lookup tables; -1 when there are none.
+    int palette_y;  ///< In rows.
 } dib_file_info;
 /// To be filled.
 #define DIB_C_FILE_INFO_INIT \
-    { sizeof(dib_file_info), NULL, "", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "", 0, 0, "" }
+    { sizeof(dib_file_info), NULL, "", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "", 0, 0, "", -1, -1, -1, -1 }
 
 /// Reads what the headers of a file say, without decoding or allocating its pixels. Pages and layers are
 /// counted; limits are not applied.

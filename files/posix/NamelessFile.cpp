@@ -7,9 +7,13 @@
 
 namespace files {
 
-NamelessFile::NamelessFile() {
+std::string temporaryFolder() {
     const char* folder = std::getenv("TMPDIR");
-    std::string name = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/dib-XXXXXX";
+    return folder != nullptr && *folder != '\0' ? folder : "/tmp";
+}
+
+NamelessFile::NamelessFile() {
+    std::string name = temporaryFolder() + "/dib-XXXXXX";
     file_ = Descriptor(mkostemp(name.data(), O_CLOEXEC));
     if (!file_.isOpen()) return;
     unlink(name.c_str());

@@ -1,6 +1,9 @@
 #include "formats/door/DecoderPath.h"
 
+#include <cerrno>
+
 #include "dib/File.h"
+#include "formats/door/WholeFile.h"
 
 namespace formats {
 
@@ -24,12 +27,17 @@ DecoderPath::DecoderPath(ReadRequest& request) {
         path_ = request.path;
         return;
     }
+    errno = 0;
     copy_.emplace();
     if (copy_->exists() && copyTo(copy_->path(), request.file)) {
         path_ = copy_->path();
-    } else {
-        refuse(request.result, DIB_ERROR_WRITE, "no temporary copy can be made for the decoder");
+        return;
     }
+    const int why = errno;
+    constexpr std::size_t kLongestFolder = 120;
+    const std::string what = "no temporary copy can be made in " +
+                             files::temporaryFolder().substr(0, kLongestFolder) + ", which TMPDIR chooses";
+    refuseForSystem(request.result, DIB_ERROR_WRITE, what.c_str(), why);
 }
 
 }  // namespace formats

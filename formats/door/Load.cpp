@@ -67,6 +67,8 @@ bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const Di
     if (options.appliesOrientation && exchangesSides(result.metadata.orientation)) {
         std::swap(info.width, info.height);
     }
+    // Where the codec has not said it, the file has those of the image.
+    if (info.channels == 0) info.channels = info.bitCount <= 8 ? 1 : info.hasAlpha ? 4 : 3;
     return true;
 }
 

@@ -242,6 +242,7 @@ bool JpegDecoder::keepMetadata(DibMetadata& metadata) {
 }
 
 bool JpegDecoder::describe(DibFileInfo& info, DibFileResult& result) {
+    info.channels = jpeg_.num_components;
     info.storedBits = jpeg_.num_components * jpeg_.data_precision;
     nameCompression(info, "dct");
     if (jpeg_.out_color_space == JCS_CMYK && !options_.readsHeadersOnly)

@@ -267,7 +267,8 @@ bool PngDecoder::keepMetadata(DibMetadata& metadata) {
 }
 
 bool PngDecoder::describe(DibFileInfo& info, DibFileResult& result) {
-    info.storedBits = depth_ * png_get_channels(png_, info_);
+    info.channels = png_get_channels(png_, info_);
+    info.storedBits = depth_ * info.channels;
     nameCompression(info, "deflate");
     if (!options_.readsHeadersOnly) {
         if (depth_ == 16) note(result, DIB_NOTE_LOSS, "16 bits a sample became 8");

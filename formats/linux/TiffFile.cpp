@@ -274,6 +274,7 @@ const char* TiffDecoder::damage() const {
 }
 
 bool TiffDecoder::describe(DibFileInfo& info, DibFileResult& result) {
+    info.channels = layout_.perPixel;
     info.storedBits = layout_.bits * layout_.perPixel;
     nameCompression(info, tiffCompression(tiff_.get()));
     result.metadata.orientation = storedOrientation_;

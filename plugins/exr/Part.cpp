@@ -259,7 +259,10 @@ bool probePart(Job& job, DibPluginInfo& info) {
     exr_get_compression(header.context(), part.number, &compression);
     if (std::size_t{compression} < std::size(kCompressions))
         std::strncpy(info.compression, kCompressions[compression], sizeof info.compression - 1);
-    if (info.size >= offsetof(DibPluginInfo, pageName) + sizeof info.pageName)  // not of an older library
+    // Fields that older libraries do not have.
+    if (info.size >= offsetof(DibPluginInfo, channels) + sizeof info.channels)
+        info.channels = channels->num_channels;
+    if (info.size >= offsetof(DibPluginInfo, pageName) + sizeof info.pageName)
         std::snprintf(info.pageName, sizeof info.pageName, "%s", nameOf(header.context(), part.number));
     float perInch = 0;
     float aspect = 1;

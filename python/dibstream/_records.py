@@ -65,9 +65,11 @@ class FileInfo:
     palette_size: int
     row_order: str
     colors: str  # of a document: "RGB", "CMYK", "grey" ...
-    channels: int
-    channel_bits: int
+    channels: int  # of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks
+    channel_bits: int  # of a document
     page_name: str  # of an EXR file: of the part; empty when there is none
+    video_place: tuple[int, int] | None  # of a TIM file: where its pixels belong in video memory, word and row
+    palette_place: tuple[int, int] | None  # the same of its lookup tables
     metadata: Metadata
     notes: tuple[Note, ...]
 

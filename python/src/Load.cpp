@@ -144,6 +144,11 @@ void look(const py::object& given, DibFileResult& result, const Probe& probe) {
     if (!isDone) fail(result, place.kind == Place::kPath ? source : py::none());
 }
 
+py::object placeOf(int x, int y) {
+    if (x < 0) return py::none();
+    return py::make_tuple(x, y);
+}
+
 py::object probe(const py::object& source, const std::optional<std::vector<std::string>>& formats,
                  const std::optional<std::string>& format, const std::optional<std::string>& name,
                  const Chosen& page, const std::optional<Chosen>& layer, int level, bool keepsPalette) {
@@ -166,7 +171,9 @@ py::object probe(const py::object& source, const std::optional<std::vector<std::
         "compression"_a = info.compression, "palette_size"_a = info.paletteSize,
         "row_order"_a = info.isTopDown ? "top-down" : "bottom-up", "colors"_a = info.colors,
         "channels"_a = info.channels, "channel_bits"_a = info.channelBits, "page_name"_a = info.pageName,
-        "metadata"_a = metadataOf(result.metadata), "notes"_a = notesOf(result.notes, result.noteCount));
+        "video_place"_a = placeOf(info.videoX, info.videoY),
+        "palette_place"_a = placeOf(info.paletteX, info.paletteY), "metadata"_a = metadataOf(result.metadata),
+        "notes"_a = notesOf(result.notes, result.noteCount));
 }
 
 py::object maskOf(const DibLayerMask& mask) {

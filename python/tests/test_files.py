@@ -340,3 +340,13 @@ def test_new_says_what_is_wrong():
     with pytest.raises(dibstream.OutOfMemoryError):
         dibstream.new(2**31 - 1, 2**31 - 1)
     assert [dibstream.new(5, 4, bits).bits for bits in (1, 4, 8, 16, 24, 32)] == [1, 4, 8, 16, 24, 32]
+
+
+def test_probe_tells_channels_and_places(picture):
+    info = dibstream.probe(picture.encode("png"))
+    assert (info.channels, info.video_place, info.palette_place) == (3, None, None)
+    assert dibstream.probe(picture.bpp(8).encode("jpeg")).channels == 1
+    file = bytes.fromhex("10000000 08000000 2c000000 1000e001 10000100") + bytes(32)
+    file += bytes.fromhex("10000000 80020001 01000200 00000000")
+    info = dibstream.probe(file, format="tim")
+    assert (info.channels, info.video_place, info.palette_place) == (1, (640, 256), (16, 480))

@@ -63,7 +63,7 @@ TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(c_interface::kFirstSize<dib_load_options>, 80U);
     EXPECT_EQ(sizeof(dib_load_options), 112U);
     EXPECT_EQ(c_interface::kFirstSize<dib_file_info>, 72U);
-    EXPECT_EQ(sizeof(dib_file_info), 352U);
+    EXPECT_EQ(sizeof(dib_file_info), 368U);
     EXPECT_EQ(c_interface::kFirstSize<dib_save_options>, 48U);
     EXPECT_EQ(sizeof(dib_save_options), 56U);
     EXPECT_EQ(sizeof(dib_apply_options), 40U);

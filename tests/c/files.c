@@ -196,6 +196,8 @@ void probes(void) {
     CHECK(info.levels == 1);
     CHECK(info.palette_size == 256);
     CHECK(info.has_alpha == 0);
+    CHECK(info.channels == 1);
+    CHECK(info.video_x == -1 && info.video_y == -1 && info.palette_x == -1 && info.palette_y == -1);
     CHECK(info.size == sizeof info);
 
     info.width = 77;

@@ -1,8 +1,10 @@
 // Plug-ins loaded from real bundle files.
 #include <DibCodec.h>
+#include <DibFile.h>
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -114,6 +116,29 @@ TEST_F(PluginBundlesTest, DdsReportsAndCanBeCancelled) {
     EXPECT_FALSE(LoadDDS(L"a", &image, ProgressLog::callback, &cancelling));
     EXPECT_EQ(cancelling.fractions.size(), 2U);
     EXPECT_EQ(image.Buffer[0], 11) << "a cancelled load keeps the image";
+}
+
+// A decoder that opens files itself gets a copy of what comes from memory.
+TEST_F(PluginBundlesTest, FailingCopiesNameTheirFolder) {
+    place("dds", "vexlibdds.bundle");
+    Bytes file = bytesOf("DDS ");
+    file.resize(132);
+    file[4] = 124;
+    file[12] = file[16] = 1;                 // rows and columns
+    file[76] = file[88] = 32;                // pixels of 32 bits
+    file[80] = 0x40;                         // with masks
+    file[94] = file[97] = file[100] = 0xFF;  // of red, green and blue
+    DibStream loaded;
+    DibFileResult result;
+    const std::string before = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "/tmp";
+    setenv("TMPDIR", "/nowhere", 1);
+    EXPECT_FALSE(DibLoadMemory(file.data(), file.size(), &loaded, nullptr, &result));
+    EXPECT_EQ(result.code, DIB_ERROR_WRITE);
+    EXPECT_STREQ(result.reason,
+                 "no temporary copy can be made in /nowhere, which TMPDIR chooses: No such "
+                 "file or directory");
+    setenv("TMPDIR", before.c_str(), 1);
+    EXPECT_TRUE(DibLoadMemory(file.data(), file.size(), &loaded, nullptr, &result)) << result.reason;
 }
 
 TEST_F(PluginBundlesTest, FoldersAreLookedInto) {

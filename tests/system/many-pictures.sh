@@ -39,7 +39,7 @@ expect_results() {
         size=32x24
         [ "$name" != holiday/one ] || size=16x16
         [ "$(dib info "small/$name.bmp" | sed 's/.*: //')" = \
-            "bmp, $size pixels, 8 bits, bottom-up, palette of 256, compression none" ]
+            "bmp, $size pixels, 8 bits, 1 channel, bottom-up, palette of 256, compression none" ]
     done
     # The input folder is unchanged.
     [ "$(find pictures -type f | wc -l)" -eq 7 ]

@@ -98,4 +98,4 @@ fi
 [ "$(PKG_CONFIG_PATH="$library/pkgconfig" pkg-config --variable=plugindir dibstream)" -ef "$library/dibstream/plugins" ]
 dib run "$work/use/picture.bmp" resize:8x6 whirl:0.1rad bpp:8,method=median "$work/use/whirled.bmp"
 [ "$(dib info "$work/use/whirled.bmp" | sed 's/.*: //')" = \
-    "bmp, 8x6 pixels, 8 bits, bottom-up, palette of 256, compression none" ]
+    "bmp, 8x6 pixels, 8 bits, 1 channel, bottom-up, palette of 256, compression none" ]

@@ -122,7 +122,7 @@ TEST_F(PlatformFormats, PngPalettesKeepTheirTransparency) {
         ASSERT_EQ(in.image.Header->biBitCount, bitCount);
         ASSERT_EQ(in.alpha, (std::vector{255, 128, 0}));
         EXPECT_EQ(run({"info", "in.png"}).output, "in.png: png, 9x6 pixels, " + std::to_string(bitCount) +
-                                                      " bits, bottom-up, palette of " +
+                                                      " bits, 1 channel, bottom-up, palette of " +
                                                       std::to_string(colors) + ", compression deflate\n");
 
         EXPECT_EQ(run({"run", "--strict", "in.png", "out.png"}).errors, "");
@@ -208,7 +208,7 @@ TEST_F(PlatformFormats, FilterFromInputToOutput) {
 }
 
 TEST_F(PlatformFormats, AreListed) {
-    const json formats = json::parse(run({"formats", "--json"}).output);
+    const json formats = json::parse(run({"formats", "--json"}).output)["formats"];
     for (const Row& row : kRows) {
         const auto found =
             std::ranges::find_if(formats, [&](const json& f) { return f["name"] == row.format; });

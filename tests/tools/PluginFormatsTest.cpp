@@ -109,7 +109,7 @@ TEST_F(PluginFormats, BrokenFilesFail) {
 TEST_F(PluginFormats, AreListedAsReadOnly) {
     const auto list = nlohmann::json::parse(run({"formats", "--json"}).output);
     int found = 0;
-    for (const auto& format : list) {
+    for (const auto& format : list["formats"]) {
         if (format.at("name") != "exr" && format.at("name") != "dds") continue;
         ++found;
         EXPECT_EQ(format.at("reads"), true);

@@ -67,7 +67,9 @@ TEST_F(TablesInUse, OperationsAndFormatsAreListed) {
     const Result formats = run({"formats"});
     EXPECT_EQ(formats.exitCode, 0);
     EXPECT_NE(formats.output.find("bmp"), std::string::npos);
-    const nlohmann::json json = nlohmann::json::parse(run({"formats", "--json"}).output);
+    const nlohmann::json all = nlohmann::json::parse(run({"formats", "--json"}).output);
+    EXPECT_EQ(all["schema"], 1);
+    const nlohmann::json json = all["formats"];
     ASSERT_EQ(json.size(), tool::formats().size());
     EXPECT_EQ(json[0]["name"], "bmp");
     EXPECT_EQ(json[0]["extensions"], nlohmann::json::parse(R"(["bmp", "dib"])"));
@@ -86,7 +88,7 @@ TEST_F(TablesInUse, SomeRowsAreListedByTheirNames) {
     EXPECT_EQ(json["operations"][0]["movesPixels"], true);
     EXPECT_EQ(json["operations"][1]["name"], "blur");
     EXPECT_EQ(json["operations"][1]["movesPixels"], false);
-    const auto formats = nlohmann::json::parse(run({"formats", "--json", "PGM", "png"}).output);
+    const auto formats = nlohmann::json::parse(run({"formats", "--json", "PGM", "png"}).output)["formats"];
     ASSERT_EQ(formats.size(), 2U);
     EXPECT_EQ(formats[0]["name"], "ppm");
     EXPECT_EQ(formats[0]["paletteAlpha"], false);
@@ -110,7 +112,7 @@ TEST_F(TablesInUse, FormatsTellTypesPartsAndPlugIns) {
               std::string::npos)
         << text;
     const auto rowOf = [](const Program::Words& words, const char* name) {
-        const nlohmann::json json = nlohmann::json::parse(run(words).output);
+        const nlohmann::json json = nlohmann::json::parse(run(words).output)["formats"];
         return *std::ranges::find_if(json, [name](const auto& row) { return row["name"] == name; });
     };
     const nlohmann::json tiff = rowOf({"formats", "--json"}, "tiff");

@@ -33,16 +33,17 @@ TEST_F(Info, TellsWhatWasRead) {
     ASSERT_TRUE(indexed.SaveToFile("indexed.bmp"));
     const Result text = run({"info", "in.bmp", "indexed.bmp"});
     EXPECT_EQ(text.exitCode, 0);
-    EXPECT_EQ(text.output,
-              "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n"
-              "indexed.bmp: bmp, 5x3 pixels, 8 bits, bottom-up, palette of 16, compression none\n");
+    EXPECT_EQ(
+        text.output,
+        "in.bmp: bmp, 33x21 pixels, 24 bits, 3 channels, bottom-up, compression none\n"
+        "indexed.bmp: bmp, 5x3 pixels, 8 bits, 1 channel, bottom-up, palette of 16, compression none\n");
     const nlohmann::json expected = nlohmann::json::parse(R"({"schema": 1, "files": [
         {"file": "in.bmp", "format": "bmp", "width": 33, "height": 21, "bitsPerPixel": 24,
-         "storedBitsPerPixel": 24, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 0,
+         "storedBitsPerPixel": 24, "channels": 3, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 0,
          "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null,
          "profileBytes": 0},
         {"file": "indexed.bmp", "format": "bmp", "width": 5, "height": 3, "bitsPerPixel": 8,
-         "storedBitsPerPixel": 8, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 16,
+         "storedBitsPerPixel": 8, "channels": 1, "alpha": false, "rowOrder": "bottom-up", "paletteSize": 16,
          "compression": "none", "pages": 1, "levels": 1, "orientation": 1, "resolution": null,
          "profileBytes": 0}]})");
     EXPECT_EQ(nlohmann::json::parse(run({"info", "in.bmp", "indexed.bmp", "--json"}).output), expected);
@@ -137,22 +138,58 @@ TEST_F(Info, TellsTheFileAndNotTheLoadedPicture) {
     writeFile("deep.png", "\x89PNG\r\n\x1A\n" + chunk("IHDR", head) + chunk("pHYs", dots) +
                               chunk("IDAT", "pixels are not read") + chunk("IEND", ""));
     EXPECT_EQ(run({"info", "deep.png"}).output,
-              "deep.png: png, 3x2 pixels, 32 bits (64 in the file), bottom-up, alpha, compression deflate, "
+              "deep.png: png, 3x2 pixels, 32 bits (64 in the file), 4 channels, bottom-up, alpha, "
+              "compression deflate, "
               "300x150 dpi\n");
     EXPECT_EQ(infoOf("deep.png")["storedBitsPerPixel"], 64);
+}
+
+// Grey with alpha, which loads as colours.
+TEST_F(Info, TellsTheChannelsOfTheFile) {
+    writeFile("ga.pam",
+              "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\nENDHDR\n\1\2\3\4");
+    EXPECT_EQ(infoOf("ga.pam")["channels"], 2);
+    EXPECT_EQ(infoOf("ga.pam")["bitsPerPixel"], 32);
+    DibStream grey;
+    makePicture(grey, 5, 3, 8);
+    ASSERT_TRUE(grey.SaveToFile("grey.bmp"));
+    for (const char* format : {"jpg", "png", "tif", "tga"}) {
+        const std::string file = std::string("grey.") + format;
+        EXPECT_EQ(run({"run", "grey.bmp", "grey", "bpp:8,grey", file}).exitCode, 0);
+        EXPECT_EQ(infoOf(file)["channels"], 1) << file;
+        EXPECT_EQ(run({"run", "in.bmp", "other." + std::string(format)}).exitCode, 0);
+        EXPECT_EQ(infoOf("other." + std::string(format))["channels"], 3) << format;
+    }
+    EXPECT_EQ(run({"run", "in.bmp", "bpp:32", "alpha.png"}).exitCode, 0);
+    EXPECT_EQ(infoOf("alpha.png")["channels"], 4);
+}
+
+// Pixels at (640, 256) of video memory, their palette at (16, 480).
+TEST_F(Info, TellsPlacesOfTimFiles) {
+    std::string file("\x10\0\0\0\x08\0\0\0\x2C\0\0\0\x10\0\xE0\x01\x10\0\1\0", 20);
+    file += std::string(32, '\7');
+    file += std::string("\x10\0\0\0\x80\x02\0\1\1\0\2\0", 12) + std::string(4, '\1');
+    writeFile("a.tim", file);
+    const nlohmann::json info = infoOf("a.tim");
+    EXPECT_EQ(info["videoMemory"], nlohmann::json::parse(R"({"x": 640, "y": 256})"));
+    EXPECT_EQ(info["paletteMemory"], nlohmann::json::parse(R"({"x": 16, "y": 480})"));
+    EXPECT_EQ(run({"info", "a.tim"}).output,
+              "a.tim: tim, 4x2 pixels, 4 bits, 1 channel, bottom-up, palette of 16, compression none, video "
+              "memory at 640,256, its palette at 16,480\n");
+    EXPECT_FALSE(infoOf("in.bmp").contains("videoMemory"));
 }
 
 TEST_F(Info, SpeaksOfOneBit) {
     EXPECT_EQ(run({"run", "in.bmp", "bpp:1", "out.bmp"}).exitCode, 0);
     EXPECT_EQ(run({"info", "out.bmp"}).output,
-              "out.bmp: bmp, 33x21 pixels, 1 bit, bottom-up, palette of 2, compression none\n");
+              "out.bmp: bmp, 33x21 pixels, 1 bit, 1 channel, bottom-up, palette of 2, compression none\n");
 }
 
 TEST_F(Info, GoesOnAfterABadFile) {
     writeFile("bad.bmp", "BM");
     const Result result = run({"info", "bad.bmp", "in.bmp", "missing.bmp"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.output, "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
+    EXPECT_EQ(result.output, "in.bmp: bmp, 33x21 pixels, 24 bits, 3 channels, bottom-up, compression none\n");
     EXPECT_EQ(result.errors,
               "dib: bad.bmp: load: the file ends inside its header\n"
               "dib: missing.bmp: load: the file cannot be opened: No such file or directory\n");
@@ -171,7 +208,8 @@ TEST_F(Info, OfAHundredFilesReadsHeadersAlone) {
     for (int i = 100; i < 200; ++i) {
         words.push_back("large" + std::to_string(i) + ".bmp");
         writeFile(words.back(), header);
-        expected += words.back() + ": bmp, 10000x10000 pixels, 24 bits, bottom-up, compression none\n";
+        expected +=
+            words.back() + ": bmp, 10000x10000 pixels, 24 bits, 3 channels, bottom-up, compression none\n";
     }
     const Result result = run(words, "", [] {
         const rlimit memory = {400 << 20, 400 << 20};  // a picture takes 300 MB
@@ -198,7 +236,7 @@ TEST_F(Info, TellsThePicturesOfAFolder) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.errors, "");
     EXPECT_EQ(result.output,
-              "in.bmp: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n"
+              "in.bmp: bmp, 33x21 pixels, 24 bits, 3 channels, bottom-up, compression none\n"
               "format size         bits  compression  file\n"
               "bmp    33x21        24    none         folder/first.bmp\n"
               "bmp    33x21        24    none         folder/second\n"
@@ -219,7 +257,7 @@ TEST_F(Info, TellsThePicturesOfAFolder) {
 
 TEST_F(Info, ReadsStandardInput) {
     const Result result = run({"info", "-"}, readFile("in.bmp"));
-    EXPECT_EQ(result.output, "-: bmp, 33x21 pixels, 24 bits, bottom-up, compression none\n");
+    EXPECT_EQ(result.output, "-: bmp, 33x21 pixels, 24 bits, 3 channels, bottom-up, compression none\n");
 }
 
 TEST_F(Info, TellsTheFormatByContentBeforeTheName) {

@@ -76,10 +76,9 @@ Json jsonOf(const DibLayer& layer) {
 
 Json documentJson(const DibFileInfo& header, const DibLayers& layers) {
     Json json = Json::object();
-    if (header.channels > 0) {
+    if (header.channelBits > 0) {
         json["colorMode"] = header.colors;
         json["bitsPerChannel"] = header.channelBits;
-        json["channels"] = header.channels;
     }
     json["layers"] = Json::array();
     for (std::size_t i = 0; i < layers.count; ++i) json["layers"].push_back(jsonOf(layers.items[i]));
@@ -89,9 +88,9 @@ Json documentJson(const DibFileInfo& header, const DibLayers& layers) {
 
 std::string documentText(const DibFileInfo& header, const DibLayers& layers) {
     std::string text = "  ";
-    if (header.channels > 0) {
-        text += std::string(header.colors) + ", " + std::to_string(header.channelBits) +
-                " bits per channel, " + std::to_string(header.channels) + " channels, ";
+    if (header.channelBits > 0) {
+        text +=
+            std::string(header.colors) + ", " + std::to_string(header.channelBits) + " bits per channel, ";
     }
     text += std::to_string(header.layers) + (header.layers == 1 ? " layer\n" : " layers\n");
     for (std::size_t i = 0; i < layers.count; ++i)

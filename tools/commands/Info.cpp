@@ -67,6 +67,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"height", header.height},
                  {"bitsPerPixel", header.bitCount},
                  {"storedBitsPerPixel", header.storedBits},
+                 {"channels", header.channels},
                  {"alpha", header.hasAlpha},
                  {"rowOrder", header.isTopDown ? "top-down" : "bottom-up"},
                  {"paletteSize", header.paletteSize},
@@ -78,6 +79,8 @@ Json jsonOf(const PictureInfo& info) {
                  {"profileBytes", metadata.colorProfile.size}};
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
     if (!info.pageNames.empty()) json["pageNames"] = info.pageNames;
+    if (header.videoX >= 0) json["videoMemory"] = {{"x", header.videoX}, {"y", header.videoY}};
+    if (header.paletteX >= 0) json["paletteMemory"] = {{"x", header.paletteX}, {"y", header.paletteY}};
     if (info.isDocument) json.update(documentJson(header, info.layers));
     return json;
 }
@@ -85,6 +88,8 @@ Json jsonOf(const PictureInfo& info) {
 std::string count(int number, const std::string& thing) {
     return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
 }
+
+std::string placeText(int x, int y) { return std::to_string(x) + "," + std::to_string(y); }
 
 // "300", or "200x100" for pixels that are not square.
 std::string resolutionText(const DibMetadata& metadata) {
@@ -101,13 +106,15 @@ std::string textOf(const PictureInfo& info) {
                        count(header.bitCount, "bit");
     const bool isOther = header.storedBits != 0 && header.storedBits != header.bitCount;
     if (isOther) text += " (" + std::to_string(header.storedBits) + " in the file)";
-    text += header.isTopDown ? ", top-down" : ", bottom-up";
+    text += ", " + count(header.channels, "channel") + (header.isTopDown ? ", top-down" : ", bottom-up");
     if (header.hasAlpha) text += ", alpha";
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
     if (header.pages > 1) text += ", " + count(header.pages, "page");
     if (header.layers > 0 && !info.isDocument) text += ", " + count(header.layers, "layer");
     if (header.levels > 1) text += ", " + count(header.levels, "level");
+    if (header.videoX >= 0) text += ", video memory at " + placeText(header.videoX, header.videoY);
+    if (header.paletteX >= 0) text += ", its palette at " + placeText(header.paletteX, header.paletteY);
     if (metadata.xResolution != 0) text += ", " + resolutionText(metadata) + " dpi";
     if (metadata.orientation != 1) text += ", orientation " + std::to_string(metadata.orientation);
     if (metadata.colorProfile.size != 0)

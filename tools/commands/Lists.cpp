@@ -98,10 +98,10 @@ void printFormats(const ListJob& job) {
     std::vector<const DibFormat*> rows(formats().begin(), formats().end());
     if (!job.names.empty()) rows.clear();
     for (const std::string& name : job.names) rows.push_back(DibFindFormat(formatNamed(name)));
-    Json json = Json::array();
+    Json json = {{"schema", 1}, {"formats", Json::array()}};
     std::string text;
     for (const DibFormat* row : rows) {
-        json.push_back(jsonOf(row));
+        json["formats"].push_back(jsonOf(row));
         text += textOf(row);
     }
     print(job.asJson ? jsonText(json) : text);
