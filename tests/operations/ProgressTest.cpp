@@ -34,8 +34,7 @@ Outcome apply(DibStream& image, const std::string& chain, ProgressLog& log) {
     DibApplyOptions options;
     options.open = openSecond;
     Outcome outcome{false, {}};
-    outcome.isDone =
-        DibApply(&image, chain.c_str(), &options, &outcome.result, ProgressLog::callback, &log);
+    outcome.isDone = DibApply(&image, chain.c_str(), &options, &outcome.result, ProgressLog::callback, &log);
     return outcome;
 }
 
