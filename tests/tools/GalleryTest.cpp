@@ -66,6 +66,17 @@ TEST_F(Gallery, IsOnePageAndItsPictures) {
     EXPECT_NE(page.find("DibEffectBlur(nullptr, nullptr, &amp;image, 8, 0U);"), std::string::npos);
 }
 
+TEST_F(Gallery, ShowsClassicFunctions) {
+    const Result result = run({"gallery", "in.bmp", "classic", "--side=240", "--classic"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    const std::string page = readFile("classic/index.html");
+    EXPECT_EQ(countOf(page, "dib run in.bmp <b>edge:classic</b> out.bmp"), 1U);
+    EXPECT_EQ(countOf(page, "dib run in.bmp <b>sharpen:classic edge:classic</b> out.bmp"), 1U);
+    EXPECT_EQ(countOf(page, "dib run in.bmp <b>turn:90</b> out.bmp"), 1U);
+    EXPECT_EQ(countOf(page, "dib run in.bmp <b>resize:40x,filter=nearest</b> out.bmp"), 1U);
+    EXPECT_NE(page.find("DibEffectPickEdge(nullptr, nullptr, &amp;image, 0U);"), std::string::npos);
+}
+
 TEST_F(Gallery, TwoRunsGiveTheSameBytes) {
     for (const char* folder : {"first", "second"}) {
         ASSERT_EQ(run({"gallery", "in.bmp", folder, "--side=240"}).exitCode, 0);

@@ -32,6 +32,7 @@ struct GalleryJob {
     std::string folder;
     PictureOptions pictures;  // how the input is opened
     int longerSide = 320;     // of the shown picture
+    bool isClassic = false;   // steps have their switch `classic`
     bool showsProgress = false;
 };
 
@@ -80,6 +81,22 @@ void paintOther(DibStream& image) {
             row[x] = {mixed(72, 140), mixed(196, 60), mixed(250, 24)};
         }
     }
+}
+
+// A chain with the switch of all steps that have it for their values.
+std::string asClassic(const std::string& chain) {
+    std::string text;
+    for (const std::string& step : CLI::detail::split(chain, ' ')) {
+        const std::string classic = step + (step.find(':') == std::string::npos ? ":classic" : ",classic");
+        const DibOperation& operation = *parseStep(step).steps->operation;
+        const DibList parameters(operation.parameters);
+        const bool hasSwitch =
+            parameters.size() > 0 && std::string_view(parameters[parameters.size() - 1]->name) == "classic";
+        DibChain parsed;
+        const bool isClassic = hasSwitch && DibParseStep(classic.c_str(), &parsed);
+        text += (text.empty() ? "" : " ") + (isClassic ? classic : step);
+    }
+    return text;
 }
 
 std::size_t stepCount() {
@@ -138,7 +155,8 @@ private:
     // Renders the samples of an operation and puts one of them on the sheet.
     void render(const DibOperation& operation, GalleryPage& page) {
         std::vector<ShownSample> samples;
-        for (const char* chain : operation.samples) {
+        for (const char* sample : operation.samples) {
+            const std::string chain = job_.isClassic ? asClassic(sample) : sample;
             const std::size_t index = samples.size();
             DibHandle image = input_.clone();
             need(image.hasPixels(), kInput, *input_);
@@ -152,7 +170,7 @@ private:
     }
 
     // Applies a chain and gives it in C++.
-    std::string applied(const char* chain, DibStream& image) {
+    std::string applied(const std::string& chain, DibStream& image) {
         std::string call;
         const DibChain parsed = parseChain(chain);
         for (const DibStep& step : std::span(parsed.steps, static_cast<std::size_t>(parsed.stepCount))) {
@@ -183,6 +201,8 @@ void declareGallery(CLI::App& command) {
                         std::to_string(kLargestSide) + "; default " + std::to_string(job->longerSide))
         ->check(between(kSmallestSide, kLargestSide))
         ->type_name("PIXELS");
+    command.add_flag("--classic", job->isClassic,
+                     "Shows what the classic functions do, whatever the palette and alpha");
     addProgress(command, job->showsProgress);
     command.callback([job] { Gallery(*job).make(); });
 }
