@@ -283,7 +283,7 @@ def test_open_at_least(picture):
     assert dibstream.open(block, at_least=(0, 8)).size == (13, 8)
     assert dibstream.open(block, at_least=(51, 30)).size == dibstream.open(block, at_least=(0, 0)).size == (100, 60)
     assert dibstream.open(picture.encode("png"), at_least=(1, 1)).size == picture.size
-    with pytest.raises(dibstream.RefusedError, match="atLeastHeight is -1"):
+    with pytest.raises(dibstream.RefusedError, match="at_least is -1"):
         dibstream.open(block, at_least=(1, -1))
 
 
@@ -325,8 +325,8 @@ def test_options_have_the_names_of_python(picture, tmp_path):
     with pytest.raises(dibstream.RefusedError, match=r"\(max_pixels\)") as failure:
         dibstream.open(block, max_pixels=3071)
     assert failure.value.parameter == "max_pixels"
-    with pytest.raises(dibstream.RefusedError, match="^page is -1, but must be 0 or more$"):
-        dibstream.open(block, page=-1)
+    with pytest.raises(dibstream.RefusedError, match="^level is -1, but must be 0 or more$"):
+        dibstream.open(block, level=-1)
     with pytest.raises(dibstream.MissingFileError) as missing:
         dibstream.open(tmp_path / "absent.png")
     assert missing.value.parameter is None

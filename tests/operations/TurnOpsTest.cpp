@@ -53,7 +53,8 @@ TEST(TurnOps, TheResultSaysWhetherRowsBecameColumns) {
         const DibPtr image = picture(3, 24, {1, 2, 3, 4, 5, 6});
         DibOperationResult result;
         result.exchangesAxes = true;
-        EXPECT_EQ(DibApply(image.get(), chain, nullptr, &result), result.code == DIB_OK);
+        const bool isDone = DibApply(image.get(), chain, nullptr, &result);
+        EXPECT_EQ(isDone, result.code == DIB_OK);
         return result.exchangesAxes;
     };
     EXPECT_TRUE(exchanges("turn:90"));
