@@ -31,9 +31,9 @@
 ///   that mix pixels weigh colours with alpha. The switch `classic` of these operations, or
 ///   `DibApplyOptions::classic`, gives the result of the function of DibEffect.h or method of `DibStream`.
 /// - **Progress.** Operations report after each row, block of rows or pass, and stop there when the callback
-///   cancels. Some pass over memory once and report only their begin and end: `half`, `canvas`, `crop`,
-///   `border`, `scroll`, `invert`, `reverse`, `brighten`, `flip-storage`, `bpp:32`, and the step that widens
-///   palettes. Each takes less than about 50 ms for 12 megapixels. Median cut reports its rows after it has
+///   cancels. `half`, `canvas`, `crop`, `border`, `scroll`, `invert`, `reverse`, `brighten`, `compose`,
+///   `flip-storage`, `bpp:32`, a resize to exactly the half and the widening of palettes report only begin
+///   and end: each takes less than about 50 ms for 12 megapixels. Median cut reports its rows after it has
 ///   counted the colours, which takes half of its time.
 /// - **Threads.** Nothing is shared between calls but the C library's `rand()`, from which `noise`,
 ///   `color-noise` and `diffuse` draw.

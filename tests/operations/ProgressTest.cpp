@@ -17,7 +17,7 @@ using testing_support::ProgressLog;
 using testing_support::randomImage;
 using testing_support::sameImage;
 
-constexpr int kWidth = 60;
+constexpr int kWidth = 120;
 constexpr int kHeight = 240;
 
 // Second pictures, and palettes.
@@ -92,11 +92,16 @@ TEST(OperationProgress, CancellingLeavesTheImageAsItWas) {
 }
 
 // One pass over memory, which reports nothing (DibOperation.h).
-const std::set<std::string_view> kAtOnce = {"half",   "canvas",  "crop",     "border",      "scroll",
-                                            "invert", "reverse", "brighten", "flip-storage"};
+const std::set<std::string> kAtOnce = {"half",   "canvas",  "crop",     "border",       "scroll",
+                                       "invert", "reverse", "brighten", "flip-storage", "compose"};
+// So do these settings, and what changes nothing.
+const std::set<std::string> kStepsAtOnce = {"bpp:32", "resize:50%", "resize:50%,filter=bilinear",
+                                            "fill:100%x40%,filter=bilinear"};
+
+std::string nameOf(const std::string& step) { return step.substr(0, step.find(':')); }
 
 bool isAtOnce(const std::string& step) {
-    return kAtOnce.contains(std::string_view(step).substr(0, step.find(':'))) || step.starts_with("bpp:32");
+    return kAtOnce.contains(nameOf(step)) || kStepsAtOnce.contains(step);
 }
 
 float largestGap(const std::vector<float>& fractions) {
@@ -105,20 +110,21 @@ float largestGap(const std::vector<float>& fractions) {
     return gap;
 }
 
-// Blocks of mosaic and steps of operations that go several times through the picture may be longer than a
-// row; those of median cut, which counts the colours before its rows, are not.
+// 32 rows of 120 are a block of turned pictures, 32 of 240 one of a mosaic; most steps report each row.
 TEST(OperationProgress, OtherOperationsReportRows) {
-    std::set<std::string_view> reporting;
+    std::set<std::string> reporting;
     for (const std::string& step : stepsOfTable()) {
         SCOPED_TRACE(step);
-        const DibPtr image = randomImage(kWidth, kHeight, 24, 3);
+        // Only alpha gives it something to do.
+        const int bitCount = nameOf(step) == "flatten" ? 32 : 24;
+        const DibPtr image = randomImage(kWidth, kHeight, bitCount, 3);
         ProgressLog log;
         if (!apply(*image, step, log).isDone) continue;
         if (isAtOnce(step)) {
             EXPECT_EQ(log.fractions, (std::vector<float>{0, 1}));
         } else {
-            EXPECT_LE(largestGap(log.fractions), 0.15F);
-            reporting.insert(std::string_view(step).substr(0, step.find(':')));
+            EXPECT_LE(largestGap(log.fractions), 0.3F);
+            reporting.insert(nameOf(step));
         }
     }
     for (const DibOperation* operation : all())
