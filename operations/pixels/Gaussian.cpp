@@ -212,7 +212,7 @@ bool blurGaussian(const Job& job, const Gaussian& gaussian) {
     createLike(job.image, from.width, from.height, result);
     const dib::Raster to = rowsOf(result);
     const auto blur = [&] {
-        if (!isWeighted && gaussian.reach <= GaussianWords::kMostReach) {
+        if (!isWeighted && GaussianWords::suits(gaussian)) {
             GaussianWords rows(from, gaussian);
             return forEachRow(job, to.height, [&](int y) { rows.store(y, to.row(y)); });
         }

@@ -12,16 +12,22 @@
 
 namespace operations {
 
-// Sums down and then across in 64ths of a level, with weights in 32768ths that total exactly 1. Products are
-// rounded to 64ths.
+// Sums down and then across in 64ths of a level, with weights in 32768ths that total exactly 1. Each sum is
+// rounded once, so areas of one colour stay as they are.
 class GaussianWords {
 public:
-    // Beyond it the rounded products add up to more, and GaussianRows is as fast.
-    static constexpr int kMostReach = 35;
+    static constexpr int kFraction = 6;  // bits of a sample below 1
+
+    // Beyond a reach of 35 GaussianRows is as fast. The weight of the middle must be below 1.
+    static bool suits(const Gaussian& gaussian) { return gaussian.reach <= 35 && gaussian.deviation >= 0.3; }
 
     GaussianWords(const dib::Raster& from, const Gaussian& gaussian);
 
-    // Rows are asked for from the top.
+    std::ptrdiff_t samples() const { return samples_; }
+    // A row of the blurred picture in 64ths of a level. Rows are asked for from the top. Valid until the next
+    // call.
+    const std::int16_t* row(int y);
+    // The same as bytes.
     void store(int y, unsigned char* out);
 
 private:

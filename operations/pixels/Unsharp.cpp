@@ -9,6 +9,7 @@
 #include "effects/weighted/AlphaPlane.h"
 #include "operations/pixels/FloatRows.h"
 #include "operations/pixels/Gaussian.h"
+#include "operations/pixels/GaussianWords.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -27,6 +28,15 @@ DIB_ALWAYS_INLINE void sharpenRow(const unsigned char* __restrict row, const flo
                                   std::ptrdiff_t count, float amount, float threshold,
                                   unsigned char* __restrict out) {
     for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = sharpened(row[i], blurred[i], amount, threshold);
+}
+
+// The same of a row in fractions of a level.
+DIB_ALWAYS_INLINE void sharpenWords(const unsigned char* __restrict row,
+                                    const std::int16_t* __restrict blurred, std::ptrdiff_t count,
+                                    float amount, float threshold, unsigned char* __restrict out) {
+    constexpr float kUnit = 1.0F / (1 << GaussianWords::kFraction);
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        out[i] = sharpened(row[i], static_cast<float>(blurred[i]) * kUnit, amount, threshold);
 }
 
 // The same where colours of the blurred row were multiplied with alpha. Alpha stays, and so do colours that
@@ -53,17 +63,27 @@ bool unsharp(const Job& job, const UnsharpMask& mask) {
     DibStream result;
     createLike(job.image, rows.width, rows.height, result);
     const dib::Raster to = rowsOf(result);
-    const int reach = static_cast<int>(std::ceil(3 * mask.deviation));
-    GaussianRows blurred(rows, {mask.deviation, reach, false, false}, isWeighted);
-    const bool isDone = forEachRow(job, rows.height, [&](int y) {
-        const float* sums = blurred.row(y);
-        const unsigned char* row = rows.row(y);
-        const std::ptrdiff_t samples = blurred.samples();
-        isWeighted
-            ? dib::runKernel<sharpenWeighted>(row, sums, samples, mask.amount, mask.threshold, to.row(y))
-            : dib::runKernel<sharpenRow>(row, sums, samples, mask.amount, mask.threshold, to.row(y));
-    });
-    if (!isDone) return false;
+    const Gaussian gaussian = {mask.deviation, static_cast<int>(std::ceil(3 * mask.deviation)), false, false};
+    const auto sharpen = [&] {
+        if (!isWeighted && GaussianWords::suits(gaussian)) {
+            GaussianWords blurred(rows, gaussian);
+            return forEachRow(job, rows.height, [&](int y) {
+                const unsigned char* row = rows.row(y);
+                dib::runKernel<sharpenWords>(row, blurred.row(y), blurred.samples(), mask.amount,
+                                             mask.threshold, to.row(y));
+            });
+        }
+        GaussianRows blurred(rows, gaussian, isWeighted);
+        return forEachRow(job, rows.height, [&](int y) {
+            const float* sums = blurred.row(y);
+            const unsigned char* row = rows.row(y);
+            const std::ptrdiff_t samples = blurred.samples();
+            isWeighted
+                ? dib::runKernel<sharpenWeighted>(row, sums, samples, mask.amount, mask.threshold, to.row(y))
+                : dib::runKernel<sharpenRow>(row, sums, samples, mask.amount, mask.threshold, to.row(y));
+        });
+    };
+    if (!sharpen()) return false;
     if (alpha) dib::fillAlpha(result, *alpha);
     dib::moveBlocks(result, job.image);
     return true;
