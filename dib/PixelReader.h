@@ -11,9 +11,16 @@
 #include <cstdint>
 
 #include "dib/ImageSize.h"
+#include "dib/Kernels.h"
 #include "dib/RowConverter.h"
 
 namespace dib {
+
+// The level from 0 to 255 of a channel of 5 bits, the low ones of `value`: 255 value / 31, rounded. The
+// fraction 527 / 64 is near enough for all 32 values.
+DIB_ALWAYS_INLINE std::uint8_t levelOf5Bits(std::uint32_t value) {
+    return static_cast<std::uint8_t>(((value & 31) * 527 + 23) >> 6);
+}
 
 // Calls `work(x, count)` for the strips of a row; x is always a multiple of 8, so no strip starts inside a
 // byte.

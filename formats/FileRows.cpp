@@ -11,20 +11,15 @@ namespace formats {
 
 namespace {
 
-// 255 value / 31, rounded: the fraction 527 / 64 is near enough for all 32 values.
-DIB_ALWAYS_INLINE std::uint8_t scaled(std::uint32_t value) {
-    return static_cast<std::uint8_t>(((value & 31) * 527 + 23) >> 6);
-}
-
 template <std::size_t kBytes>
 DIB_ALWAYS_INLINE void scaleWords(const std::uint8_t* __restrict from, std::uint8_t* __restrict to,
                                   std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         std::uint16_t word;
         std::memcpy(&word, from + 2 * i, 2);
-        to[kBytes * i] = scaled(word);
-        to[kBytes * i + 1] = scaled(word >> 5);
-        to[kBytes * i + 2] = scaled(word >> 10);
+        to[kBytes * i] = dib::levelOf5Bits(word);
+        to[kBytes * i + 1] = dib::levelOf5Bits(word >> 5);
+        to[kBytes * i + 2] = dib::levelOf5Bits(word >> 10);
         if constexpr (kBytes == 4) to[kBytes * i + 3] = 255;
     }
 }

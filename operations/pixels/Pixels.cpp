@@ -6,19 +6,19 @@
 
 #include "dib/Bytes.h"
 #include "dib/Numbers.h"
+#include "dib/PixelReader.h"
 #include "operations/Descriptions.h"
 
 namespace operations {
 
 namespace {
 
-// Words of 16 bits hold 5 bits a colour. The conversion leaves the low bits 0; repeating the high ones there
-// makes white 255.
-void fillLowBits(DibStream& image) {
+// Words of 16 bits hold 5 bits a colour, which the conversion stores high, with 0 below them.
+void scaleLevels(DibStream& image) {
     const dib::Raster rows = rowsOf(image);
     for (int y = 0; y < rows.height; ++y) {
         unsigned char* row = rows.row(y);
-        for (int i = 0; i < 3 * rows.width; ++i) row[i] = dib::byteOf(row[i] | row[i] >> 5);
+        for (int i = 0; i < 3 * rows.width; ++i) row[i] = dib::levelOf5Bits(row[i] >> 3);
     }
 }
 
@@ -43,7 +43,7 @@ void widenQuietly(DibStream& image, int bitCount) {
     if (before <= 16) {
         rowsOf(image);
         if (!image.ChangeTo24Bit(0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-        if (before == 16) fillLowBits(image);
+        if (before == 16) scaleLevels(image);
     }
     if (bitCount == 32 && image.Header->biBitCount != 32 && !image.ChangeTo32Bit(0))
         throw Refusal{DIB_ERROR_MEMORY, kNoMemory};

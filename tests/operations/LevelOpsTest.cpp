@@ -64,11 +64,12 @@ TEST(Levels, ChangeTheColourTableAndKeepIndices) {
 }
 
 TEST(Levels, WidenWordsOf16BitsAndSaySo) {
-    const DibPtr image = picture(3, 16, {0x7FFF, 0x001F, 0x0010});
+    const DibPtr image = picture(5, 16, {0x7FFF, 0x001F, 0x0010, 0x0003, 0x0007});
     DibOperationResult result;
     ASSERT_TRUE(DibApply(image.get(), "levels:0,255", nullptr, &result));
     EXPECT_EQ(image->Header->biBitCount, 24);
-    EXPECT_EQ(valuesOf(*image), (Values{0xFFFFFF, 0x0000FF, 0x000084}));
+    // 255 x 16 / 31 is 131.6, 255 x 3 / 31 is 24.7, 255 x 7 / 31 is 57.6.
+    EXPECT_EQ(valuesOf(*image), (Values{0xFFFFFF, 0x0000FF, 132, 25, 58}));
     ASSERT_EQ(result.noteCount, 1);
     EXPECT_EQ(result.notes[0].kind, DIB_NOTE_LOSS);
     EXPECT_STREQ(result.notes[0].text, "levels: 16 bits became 24 bits a pixel");
