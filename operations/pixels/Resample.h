@@ -25,9 +25,10 @@ struct Taps {
     }
 };
 
-enum class Filter { kArea, kBilinear, kBicubic };
+enum class Filter { kArea, kBilinear, kBicubic, kLanczos };
 
-// Of `count` pixels that are made from `sourceCount`. Shrinking widens the filter.
+// Of `count` pixels that are made from `sourceCount`. Shrinking widens the filter. Throws Refusal for tables
+// that take more than 256 MB.
 Taps resizeTaps(Filter filter, int sourceCount, int count);
 // Of the mean of 2 x radius + 1 pixels.
 Taps boxTaps(int count, int radius, bool wraps);
