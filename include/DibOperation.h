@@ -65,10 +65,11 @@ enum DibParameterKind : int {
                                  ///< and `320x` and `x200` keep the shape of the picture.
     DIB_PARAMETER_CHOICE = 7,    ///< One of the names in `DibParameter::choices`.
     DIB_PARAMETER_FLAGS = 8,     ///< `none`, or some of the choices: `x`, `xy`, `x+y`.
-    DIB_PARAMETER_COLOR = 9,     ///< `#rrggbb` or `#rrggbbaa`.
+    DIB_PARAMETER_COLOR = 9,     ///< `#rrggbb` or `#rrggbbaa`; `none` where that is the default.
     DIB_PARAMETER_FILL = 10,     ///< A colour, or the number that a pixel stores: an index up to 8 bits.
     DIB_PARAMETER_PATH = 11,     ///< The name of a file (`DibApplyOptions::open`).
     DIB_PARAMETER_SWITCH = 12,   ///< `yes` or `no`; the name of the parameter alone is `yes`: `classic`.
+    DIB_PARAMETER_TEXT = 13,     ///< Any text.
 };
 
 /// One of the names that a choice or flags accept.
@@ -127,7 +128,7 @@ private:
 /// All operations, in the order in which lists show them; a null ends the list.
 /// @param count Gets their number, unless it is null.
 DIB_EXPORT const DibOperation* const* DibGetOperations(std::size_t* count = nullptr);
-/// The operation of that name; null when there is none.
+/// The operation of that name, also of one that lists no longer show; null when there is none.
 DIB_EXPORT const DibOperation* DibFindOperation(const char* name);
 /// The name that a mistyped one may have meant: one that begins with it, if it has three letters or more, or
 /// one that differs from it in one letter or at most a third of its letters.
@@ -178,6 +179,10 @@ struct DibOperationResult {
     /// "blur: the palette of 8 bits became 24 bits a pixel"; of second pictures "other.tif: 16 bits a sample
     /// became 8".
     DibNote notes[kMostNotes] = {};
+    /// Alpha of the first entries of the colour table, for `DibMetadata::paletteAlpha` where the picture is
+    /// saved: 255, and 0 for the entry that `colors` or `remap` made for transparent pixels. Empty where no
+    /// entry is transparent, or where a step after it did more than move pixels.
+    DibBytes paletteAlpha;
     DibDifference difference;  ///< What the last step `compare` found; `pixels` is 0 where there was none.
     /// Whether rows of the image became columns, as after `turn:90`: then its resolutions across and down
     /// (`DibMetadata`) must be exchanged, too. False when the call failed.

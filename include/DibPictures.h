@@ -1,5 +1,5 @@
 /// @file
-/// Functions that take several pictures: what differs between two of them.
+/// Functions that take several pictures: what differs between two of them, and sheets of many.
 ///
 ///     DibDifference difference;
 ///     if (DibCompare(&before, &after, &difference)) std::printf("%.2f dB\n", difference.psnr);
@@ -43,6 +43,37 @@ struct DibDifference {
 /// - 9 the callback cancelled.
 DIB_EXPORT bool DibCompare(const DibStream* first, const DibStream* second, DibDifference* difference,
                            DibStream* shown = nullptr, int gain = 1, DibOperationResult* result = nullptr,
+                           DibProgressCallback callback = nullptr, void* user = nullptr);
+
+/// How the pictures of a sheet are laid out.
+struct DibMontageOptions {
+    std::size_t size = sizeof(DibMontageOptions);  ///< Bytes of the caller's record.
+    int columns = 0;  ///< Pictures in a row, at least 0; 0: about as many as there are rows.
+    int gap = 0;      ///< Pixels between the cells and around them, at least 0.
+    /// Pictures are shrunk until they lie inside this size; a side of 0 has no limit.
+    int mostWidth = 0;
+    int mostHeight = 0;                         ///< See `mostWidth`.
+    DibBGRA background = {255, 255, 255, 255};  ///< Of all that no picture covers.
+    /// A text for each picture, in UTF-8, which is written below it, shortened where the cell is too narrow;
+    /// null texts are none. Null: no picture has one.
+    const char* const* labels = nullptr;
+    int labelSize =
+        14;  ///< The height of their font in pixels, at least 1; as `size` of the operation `text`.
+    /// Their colour. With an alpha of 0 they are black or white, as the background shows better.
+    DibBGRA labelColor = {0, 0, 0, 0};
+};
+
+/// Puts pictures of any depth on a sheet, row by row. Each lies in the middle of a cell as large as the
+/// largest of them, with its label below.
+/// @param pictures So many as `count`, 1 or more. They are not changed.
+/// @param sheet Gets the sheet, of 32 bits. It may be one of the pictures.
+/// @param options Null: the defaults.
+/// @return False, with the sheet as it was, and code
+/// - 6 a picture has no pixels, a pointer is null or an option is out of range;
+/// - 2 memory is short, or no image can have the size of the sheet;
+/// - 9 the callback cancelled.
+DIB_EXPORT bool DibMontage(const DibStream* const* pictures, int count, DibStream* sheet,
+                           const DibMontageOptions* options = nullptr, DibOperationResult* result = nullptr,
                            DibProgressCallback callback = nullptr, void* user = nullptr);
 
 #endif

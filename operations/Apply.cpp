@@ -81,6 +81,7 @@ void applySteps(DibStream& image, const std::vector<Arguments>& steps, const Dib
     for (std::size_t i = 0; i < steps.size(); ++i) {
         result.step = dib::asInt(i);
         result.operation = &steps[i].operation().info;
+        if (!result.operation->movesPixels) result.paletteAlpha = DibBytes();
         progress.beginStep(i);
         const Job job = {image, steps[i], options, result, progress.ofStep(), &progress};
         try {

@@ -16,15 +16,16 @@ Area noiseOps();
 Area overlayOps();
 Area placeOps();
 Area rankOps();
+Area textOps();
 Area toneOps();
 Area turnOps();
 Area unsharpOps();
 
 std::span<const Area> areas() {
     static const Area all[] = {
-        depthOps(),   colorOps(),   distortionOps(), blurOps(),  unsharpOps(),
-        noiseOps(),   rankOps(),    toneOps(),       levelOps(), edgeOps(),
-        composeOps(), overlayOps(), geometryOps(),   placeOps(), turnOps(),
+        depthOps(), colorOps(),    distortionOps(), blurOps(), unsharpOps(), noiseOps(),
+        rankOps(),  toneOps(),     levelOps(),      edgeOps(), composeOps(), overlayOps(),
+        textOps(),  geometryOps(), placeOps(),      turnOps(),
     };
     return all;
 }

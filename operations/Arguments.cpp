@@ -90,6 +90,11 @@ PixelSize Arguments::size(std::string_view name, const DibStream& image) const {
 
 DibBGRA Arguments::color(std::string_view name) const { return value(name).color; }
 
+std::optional<DibBGRA> Arguments::colorIfAny(std::string_view name) const {
+    const Value& found = value(name);
+    return found.isColor ? std::optional(found.color) : std::nullopt;
+}
+
 std::uint32_t Arguments::fill(std::string_view name, const DibStream& image) const {
     const Value& found = value(name);
     if (!found.isColor) {

@@ -86,6 +86,7 @@ std::string literal(const Arguments& arguments, const Placeholder& place, const 
         case DIB_PARAMETER_FLAGS: return flagsLiteral(parameter, arguments.word(name));
         case DIB_PARAMETER_COLOR: return colorLiteral(arguments.color(name));
         case DIB_PARAMETER_FILL: return pixelLiteral(arguments.fill(name, image));
+        case DIB_PARAMETER_TEXT:
         case DIB_PARAMETER_PATH: return stringLiteral(arguments.path(name));
         case DIB_PARAMETER_SWITCH: return arguments.isOn(name) ? "true" : "false";
     }

@@ -55,7 +55,7 @@ std::string listJson(const Elements& elements, int indent, const JsonOf& jsonOf)
 
 const char* kindName(DibParameterKind kind) {
     constexpr const char* kNames[] = {"integer", "number", "fraction", "angle", "length", "position", "size",
-                                      "choice",  "flags",  "color",    "fill",  "path",   "switch"};
+                                      "choice",  "flags",  "color",    "fill",  "path",   "switch",   "text"};
     return kNames[kind];
 }
 

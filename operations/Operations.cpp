@@ -11,7 +11,7 @@ struct Table {
     Table() {
         for (const Area& area : areas()) {
             for (const Operation& row : area) {
-                if (count < kMostRows) rows[count++] = &row.info;
+                if (row.isListed && count < kMostRows) rows[count++] = &row.info;
             }
         }
     }
@@ -41,8 +41,10 @@ const DibOperation* const* DibGetOperations(std::size_t* count) {
 
 const DibOperation* DibFindOperation(const char* name) {
     if (name == nullptr) return nullptr;
-    for (const DibOperation* operation : DibList(DibGetOperations())) {
-        if (std::string_view(operation->name) == name) return operation;
+    for (const operations::Area& area : operations::areas()) {
+        for (const operations::Operation& row : area) {
+            if (std::string_view(row.info.name) == name) return &row.info;
+        }
     }
     return nullptr;
 }

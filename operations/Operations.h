@@ -8,6 +8,7 @@
 
 #include <concepts>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -55,10 +56,13 @@ public:
     // least 1 pixel.
     PixelSize size(std::string_view name, const DibStream& image) const;
     DibBGRA color(std::string_view name) const;
+    // Of a parameter that may be `none`.
+    std::optional<DibBGRA> colorIfAny(std::string_view name) const;
     // The pixel value of a fill in the picture's depth: the nearest entry of the colour table up to 8 bits.
     // Throws Refusal for a number that no pixel of that depth can hold.
     std::uint32_t fill(std::string_view name, const DibStream& image) const;
     const char* path(std::string_view name) const;
+    const std::string& text(std::string_view name) const { return value(name).text; }
     bool isOn(std::string_view name) const { return word(name) != 0; }
 
 private:
@@ -130,8 +134,9 @@ struct Treatment {
     Run weighted = nullptr;
     // For every picture, instead of the classic function.
     Run right = nullptr;
-    // Whether a step only moves pixels: then no picture is widened for it.
-    bool (*movesPixels)(const Arguments& arguments) = nullptr;
+    // Steps for which there is no classic function: `apart` runs them, and no picture is widened before.
+    bool (*isApart)(const Arguments& arguments) = nullptr;
+    Run apart = nullptr;
     // Grey pictures may get colours.
     bool addsColors = false;
 
@@ -153,12 +158,14 @@ struct Operation {
     // What is wrong with the combination of parameters; empty when nothing is.
     std::string (*check)(const Arguments& arguments) = nullptr;
     Treatment treatment = {};
+    // Whether lists show it. Chains may name those that they do not show.
+    bool isListed = true;
 };
 
 // Runs a step by the treatment of its operation. Throws Refusal.
 bool runTreated(const Job& job);
 // Runs a function on a picture, which is widened first where its pixels are indices.
-bool runWidened(const Job& job, const Treatment& treatment, Run::Function run);
+bool runWidened(const Job& job, const Treatment& treatment, const std::function<bool(const Job&)>& run);
 // Whether the classic function alone does what the step does to this picture.
 bool isClassic(const Arguments& step, const DibStream& image);
 // Throws Refusal where an operation gets a picture of another depth.

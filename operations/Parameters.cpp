@@ -146,13 +146,17 @@ private:
         return word;
     }
 
+    bool mayBeNone() const {
+        return parameter_.standard != nullptr && std::string_view(parameter_.standard) == "none";
+    }
+
     DibBGRA color() const {
         std::uint32_t word = 0;
         const std::string_view digits = text_.substr(text_.starts_with('#') ? 1 : text_.size());
         const char* end = digits.data() + digits.size();
         const auto [stop, error] = std::from_chars(digits.data(), end, word, 16);
         if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8)) {
-            fail("must be a colour #rrggbb or #rrggbbaa");
+            fail(std::string("must be a colour #rrggbb or #rrggbbaa") + (mayBeNone() ? ", or none" : ""));
         }
         if (digits.size() == 6) word = (word << 8) | 0xFF;
         const auto byte = [word](int shift) { return dib::byteOf(word >> shift); };
@@ -183,11 +187,16 @@ Value Reader::read() const {
                 break;
             }
             [[fallthrough]];
-        case DIB_PARAMETER_COLOR: value.color = color(); break;
+        case DIB_PARAMETER_COLOR:
+            if (mayBeNone() && text_ == "none") break;
+            value.isColor = true;
+            value.color = color();
+            break;
         case DIB_PARAMETER_SWITCH:
             if (text_ != "yes" && text_ != "no") fail("is not yes or no");
             value.word = text_ == "yes" ? 1 : 0;
             break;
+        case DIB_PARAMETER_TEXT: break;
         case DIB_PARAMETER_PATH:
             if (text_.empty()) fail("is not a file name");
             break;

@@ -118,6 +118,7 @@ constexpr DibParameter wrap() {
     return flags("wrap", "axes on which the picture repeats instead of ending at its edge; xy is both",
                  kWrapAxes);
 }
+// With the default `none` there may be no colour.
 constexpr DibParameter color(const char* name, const char* help, const char* standard = nullptr) {
     return {name, DIB_PARAMETER_COLOR, help, standard, 0, 0, "#rrggbb[aa]"};
 }
@@ -125,6 +126,8 @@ constexpr DibParameter fill(const char* name, const char* help, const char* stan
     return {name, DIB_PARAMETER_FILL, help, standard, 0, 4294967295.0, "#rrggbb[aa] or pixel value"};
 }
 constexpr DibParameter path(const char* name, const char* help) { return {name, DIB_PARAMETER_PATH, help}; }
+
+constexpr DibParameter text(const char* name, const char* help) { return {name, DIB_PARAMETER_TEXT, help}; }
 
 // Off unless its name is given.
 constexpr DibParameter toggle(const char* name, const char* help) {
@@ -148,7 +151,7 @@ struct Value {
     Measure second;          // The height of a size; 0 for a side that follows from the other.
     std::uint32_t word = 0;  // The value of a choice, or the flags together; 1 for a switch that is on.
     DibBGRA color = {};
-    bool isColor = false;
+    bool isColor = false;  // Of a colour or fill.
 };
 
 // Reads a value. Throws Refusal with the parameter and what is wrong.

@@ -63,8 +63,9 @@ void take(const std::string& part, const Operation& operation, Texts& texts) {
         // Values without a name never set a switch.
         if (free == i && (texts[i] || isSwitch)) ++free;
     }
-    const bool isPath = free < parameters.size() && parameters[free]->kind == DIB_PARAMETER_PATH;
-    if (equals != std::string::npos && !isPath) {
+    const bool mayHoldEquals = free < parameters.size() && (parameters[free]->kind == DIB_PARAMETER_PATH ||
+                                                            parameters[free]->kind == DIB_PARAMETER_TEXT);
+    if (equals != std::string::npos && !mayHoldEquals) {
         const std::string name = part.substr(0, equals);
         fail(operation, "no parameter " + quoted(name), nullptr, nearestName(name, parameters));
     }

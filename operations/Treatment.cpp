@@ -114,7 +114,7 @@ void requireDepth(const DibStream& image, unsigned int depths) {
                   "does not accept pictures of " + bitsText(bitCount) + ", only of " + depthsText(depths)};
 }
 
-bool runWidened(const Job& job, const Treatment& treatment, Run::Function run) {
+bool runWidened(const Job& job, const Treatment& treatment, const std::function<bool(const Job&)>& run) {
     if (hasRightColors(job.image, treatment)) return run(job);
     const bool staysGrey = isGrey(job.image) && !treatment.addsColors;
     if (!makeColors(job, staysGrey, treatment.depths) || !run(job)) return false;
@@ -129,7 +129,7 @@ bool runTreated(const Job& job) {
         requireDepth(job.image, treatment.classicDepths);
         return operation.run(job);
     }
-    if (treatment.movesPixels != nullptr && treatment.movesPixels(job.arguments)) return treatment.right(job);
+    if (treatment.isApart != nullptr && treatment.isApart(job.arguments)) return treatment.apart(job);
     if (treatment.palette != nullptr && !hasRightColors(job.image, treatment) && isPalette(job.image))
         return treatment.palette(job);
     return runWidened(job, treatment, runOnColors);
@@ -150,7 +150,7 @@ bool isClassic(const Arguments& step, const DibStream& image) {
     const Treatment& treatment = step.operation().treatment;
     if (step.operation().call.empty()) return false;
     if (!treatment.isGiven() || step.isOn("classic")) return true;
-    if (treatment.right != nullptr) return false;
+    if (treatment.right != nullptr || (treatment.isApart != nullptr && treatment.isApart(step))) return false;
     if (!hasRightColors(image, treatment))
         return isPalette(image) && treatment.palette == step.operation().run;
     return image.Header->biBitCount != 32 || treatment.alpha == Alpha::kAsRun;

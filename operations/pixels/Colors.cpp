@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "dib/Bytes.h"
@@ -21,8 +24,6 @@ namespace {
 
 constexpr std::size_t kMostEntries = 256;
 
-constexpr int kVisible = 128;  // the least alpha of pixels that count as opaque
-
 // The colours of a picture, row by row: blue, green, red, alpha.
 class Colors {
 public:
@@ -30,7 +31,7 @@ public:
         : reader_(image, dib::Packed::kBgra), rows_(rowsOf(image)), row_(4 * reader_.width()) {
         if (!reader_.readable()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
         isBottomUp_ = image.Header->biHeight > 0;
-        fillsLowBits_ = image.Header->biBitCount == 16;
+        isOf5Bits_ = image.Header->biBitCount == 16;
         hasAlpha_ = image.Header->biBitCount == 32;
     }
 
@@ -44,8 +45,9 @@ public:
         dib::forEachStrip(reader_.width(), [&](std::size_t x, std::size_t count) {
             reader_.read(number, x, count, row_.data() + 4 * x);
         });
-        if (fillsLowBits_) {
-            for (unsigned char& byte : row_) byte = dib::byteOf(byte | byte >> 5);
+        // The reader stores the 5 bits high.
+        if (isOf5Bits_) {
+            for (unsigned char& byte : row_) byte = dib::levelOf5Bits(byte >> 3);
         }
         return row_.data();
     }
@@ -55,7 +57,7 @@ private:
     dib::Raster rows_;
     std::vector<unsigned char> row_;
     bool isBottomUp_;
-    bool fillsLowBits_;
+    bool isOf5Bits_;
     bool hasAlpha_;
 };
 
@@ -93,15 +95,34 @@ private:
     std::vector<std::uint32_t> colors_;
 };
 
-struct Census {
-    std::vector<DibBGRA> few;  // all of the colours where these are few, else none
-    std::vector<CountedCell> cells;
+struct AlphaRange {
     bool hasHidden = false;  // pixels that are to be transparent
     bool hasHalf = false;    // pixels that are neither opaque nor transparent
+
+    void add(int alpha, int visible) {
+        hasHidden = hasHidden || alpha < visible;
+        hasHalf = hasHalf || (alpha != 0 && alpha != 255);
+    }
+};
+
+AlphaRange alphaRangeOf(const DibStream& image, int visible) {
+    AlphaRange range;
+    if (image.Header->biBitCount != 32) return range;
+    const dib::Raster rows = rowsOf(image);
+    for (int y = 0; y < rows.height; ++y) {
+        const unsigned char* alpha = rows.row(y) + 3;
+        for (int x = 0; x < rows.width; ++x) range.add(alpha[4 * std::ptrdiff_t{x}], visible);
+    }
+    return range;
+}
+
+struct Census : AlphaRange {
+    std::vector<DibBGRA> few;  // all of the colours where these are few, else none
+    std::vector<CountedCell> cells;
 };
 
 // Reports the first half of the work. Nothing when the caller cancels.
-std::optional<Census> count(const Job& job, Colors& colors, std::size_t most) {
+std::optional<Census> count(const Job& job, Colors& colors, std::size_t most, int visible) {
     Census census;
     ColorCells cells;
     FewColors few(most);
@@ -110,19 +131,16 @@ std::optional<Census> count(const Job& job, Colors& colors, std::size_t most) {
     const auto width = dib::asSize(colors.width());
     for (int y = 0; y < colors.height(); ++y) {
         const unsigned char* row = colors.row(y);
-        std::size_t visible = 0;
+        std::size_t shown = 0;
         for (std::size_t x = 0; x < width; ++x, row += 4) {
             if (row[3] != 255) {
-                census.hasHalf = census.hasHalf || row[3] != 0;
-                if (row[3] < kVisible) {
-                    census.hasHidden = true;
-                    continue;
-                }
+                census.add(row[3], visible);
+                if (row[3] < visible) continue;
             }
-            std::memcpy(packed.data() + 3 * visible++, row, 3);
+            std::memcpy(packed.data() + 3 * shown++, row, 3);
             if (areFew) areFew = few.add(dib::Depth24::get(row, 0));
         }
-        cells.count(packed.data(), visible);
+        cells.count(packed.data(), shown);
         if (!report(job, y + std::int64_t{1}, 2 * std::int64_t{colors.height()})) return std::nullopt;
     }
     census.cells = cells.counted();
@@ -163,13 +181,19 @@ constexpr std::array<std::array<int, 8>, 8> kPattern = [] {
     return pattern;
 }();
 
+// The entry of pixels whose alpha is below a limit; -1: they are shown like others.
+struct Hidden {
+    int entry;
+    int below;
+};
+
 // Turns colours into indices, row by row from the top.
 class Mapper {
 public:
-    Mapper(std::span<const DibBGRA> palette, Dither dither, int transparent, int width)
+    Mapper(std::span<const DibBGRA> palette, Dither dither, Hidden hidden, int width)
         : palette_(palette),
-          nearest_(palette, transparent),
-          transparent_(transparent),
+          nearest_(palette, hidden.entry),
+          hidden_(hidden),
           dither_(dither),
           width_(width) {
         if (dither == Dither::kFloydSteinberg) {
@@ -188,14 +212,14 @@ public:
     }
 
 private:
-    bool isHidden(const unsigned char* pixel) const { return transparent_ >= 0 && pixel[3] < kVisible; }
+    bool isHidden(const unsigned char* pixel) const { return hidden_.entry >= 0 && pixel[3] < hidden_.below; }
     std::uint8_t entry(std::uint32_t blue, std::uint32_t green, std::uint32_t red) {
         return nearest_(blue, green, red);
     }
 
     void mapPlain(const unsigned char* row, std::uint8_t* indices) {
         for (int x = 0; x < width_; ++x, row += 4)
-            indices[x] = isHidden(row) ? dib::byteOf(transparent_) : entry(row[0], row[1], row[2]);
+            indices[x] = isHidden(row) ? dib::byteOf(hidden_.entry) : entry(row[0], row[1], row[2]);
     }
 
     void mapOrdered(const unsigned char* row, int y, std::uint8_t* indices) {
@@ -205,7 +229,7 @@ private:
             const auto moved = [&](int channel) {
                 return dib::dwordOf(std::clamp(row[channel] + offset, 0, 255));
             };
-            indices[x] = isHidden(row) ? dib::byteOf(transparent_) : entry(moved(0), moved(1), moved(2));
+            indices[x] = isHidden(row) ? dib::byteOf(hidden_.entry) : entry(moved(0), moved(1), moved(2));
         }
     }
 
@@ -220,7 +244,7 @@ private:
         for (int i = 0; i < width_; ++i, x += step) {
             const unsigned char* pixel = row + 4 * std::ptrdiff_t{x};
             if (isHidden(pixel)) {
-                indices[x] = dib::byteOf(transparent_);
+                indices[x] = dib::byteOf(hidden_.entry);
                 ahead = {};
                 continue;
             }
@@ -250,7 +274,7 @@ private:
 
     std::span<const DibBGRA> palette_;
     NearestEntry nearest_;
-    int transparent_;
+    Hidden hidden_;
     Dither dither_;
     int width_;
     int spacing_ = 0;
@@ -272,9 +296,22 @@ void packRow(const std::uint8_t* indices, int count, const dib::Raster& to, int 
     }
 }
 
+// The alpha of the entries of a table up to a transparent one; none where there is no such entry.
+DibBytes alphaOf(int transparent) {
+    DibBytes alpha;
+    if (transparent < 0) return alpha;
+    const std::size_t size = dib::asSize(transparent) + 1;
+    alpha.data = static_cast<unsigned char*>(std::malloc(size));
+    if (alpha.data == nullptr) throw std::bad_alloc();
+    alpha.size = size;
+    std::memset(alpha.data, 255, size - 1);
+    alpha.data[size - 1] = 0;
+    return alpha;
+}
+
 // Reports the part of the work from `begin` on.
-bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, Dither dither,
-              int transparent, double begin) {
+bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, Dither dither, Hidden hidden,
+              double begin) {
     const int bitCount = palette.size() <= 2 ? 1 : palette.size() <= 16 ? 4 : 8;
     DibStream mapped;
     createImage(mapped, colors.width(), job.image.Header->biHeight, bitCount);
@@ -283,7 +320,7 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
     std::ranges::copy(palette, table);
     mapped.Header->biClrUsed = dib::dwordOf(palette.size());
     const dib::Raster to = rowsOf(mapped);
-    Mapper mapper(palette, dither, transparent, colors.width());
+    Mapper mapper(palette, dither, hidden, colors.width());
     std::vector<std::uint8_t> indices(dib::asSize(colors.width()));
     for (int y = 0; y < colors.height(); ++y) {
         mapper.map(colors.row(y), y, indices.data());
@@ -291,23 +328,32 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
         const double done = begin + (1 - begin) * (y + 1) / colors.height();
         if (job.callback != nullptr && !job.callback(static_cast<float>(done), job.user)) return false;
     }
+    DibBytes alpha = alphaOf(hidden.entry);
     dib::moveBlocks(mapped, job.image);
+    job.result.paletteAlpha = std::move(alpha);
     return true;
+}
+
+// Says that alpha becomes all or nothing.
+void noteHalf(const Job& job) {
+    addNote(job.result, DIB_NOTE_LOSS,
+            std::string(job.arguments.operation().info.name) +
+                ": half-transparent pixels became opaque or transparent");
 }
 
 }  // namespace
 
-bool reduceColors(const Job& job, int most, Dither dither) {
+bool reduceColors(const Job& job, int most, Dither dither, int visible) {
     Colors colors(job.image);
-    std::optional<Census> census = count(job, colors, dib::asSize(most));
+    std::optional<Census> census = count(job, colors, dib::asSize(most), visible);
     if (!census) return false;
     const auto room = dib::asSize(most) - (census->hasHidden ? 1 : 0);
     const bool isExact = census->few.size() <= room && !census->few.empty();
     std::vector<DibBGRA> palette = isExact ? census->few : bestPalette(census->cells, room);
     if (census->hasHidden) palette.insert(palette.begin(), DibBGRA{});
-    if (census->hasHalf)
-        addNote(job.result, DIB_NOTE_LOSS, "colors: half-transparent pixels became opaque or transparent");
-    return mapImage(job, colors, palette, isExact ? Dither::kNone : dither, census->hasHidden ? 0 : -1, 0.5);
+    if (census->hasHalf) noteHalf(job);
+    const Hidden hidden = {census->hasHidden ? 0 : -1, visible};
+    return mapImage(job, colors, palette, isExact ? Dither::kNone : dither, hidden, 0.5);
 }
 
 std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image) {
@@ -320,13 +366,23 @@ std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image) {
     }
     const Job quiet = {image, job.arguments, job.options, job.result, nullptr, nullptr};
     Colors colors(image);
-    std::optional<Census> census = count(quiet, colors, kMostEntries);
+    std::optional<Census> census = count(quiet, colors, kMostEntries, kUsuallyVisible);
     return census->few.empty() ? bestPalette(census->cells, kMostEntries) : census->few;
 }
 
-bool remapColors(const Job& job, std::span<const DibBGRA> palette, Dither dither) {
+bool remapColors(const Job& job, std::vector<DibBGRA> palette, Dither dither, int visible) {
     Colors colors(job.image);
-    return mapImage(job, colors, palette, dither, -1, 0);
+    const AlphaRange alpha = alphaRangeOf(job.image, visible);
+    Hidden hidden = {-1, visible};
+    if (alpha.hasHidden && palette.size() < kMostEntries) {
+        hidden.entry = dib::asInt(palette.size());
+        palette.push_back({});
+    } else if (alpha.hasHidden) {
+        addNote(job.result, DIB_NOTE_LOSS,
+                "remap: transparent pixels became opaque: the palette has no free entry");
+    }
+    if (alpha.hasHalf) noteHalf(job);
+    return mapImage(job, colors, palette, dither, hidden, 0);
 }
 
 }  // namespace operations

@@ -78,6 +78,11 @@ void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
 
 }  // namespace
 
+void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, std::size_t bytes) {
+    if (bytes == 3) return dib::runKernel<coverOpaque>(over, count, row);
+    coverAlpha(over, count, row);
+}
+
 bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t opacity,
              dib::BlendMode mode) {
     widen(job);
@@ -105,12 +110,7 @@ bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t 
         if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, dib::dwordOf(y));
         if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)
             blendRow(blender, from, count, row, bytes);
-        const unsigned char* const colors = from;
-        if (bytes == 3) {
-            dib::runKernel<coverOpaque>(colors, count, row);
-        } else {
-            coverAlpha(colors, count, row);
-        }
+        coverRow(from, count, row, bytes);
     });
 }
 

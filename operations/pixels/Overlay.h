@@ -2,6 +2,8 @@
 #ifndef OPERATIONS_PIXELS_OVERLAY_H
 #define OPERATIONS_PIXELS_OVERLAY_H
 
+#include <cstddef>
+
 #include "dib/Blend.h"
 #include "operations/Operations.h"
 
@@ -11,6 +13,9 @@ struct OverlayPlace {
     int x;  // of the second picture's upper left corner, which may lie outside
     int y;
 };
+
+// Lays `count` pixels of blue, green, red and alpha upon a row of pixels of 3 or 4 bytes.
+void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, std::size_t bytes);
 
 // Lays `over` upon the picture of a job, by its alpha times `opacity` (0 to 255). Up to 16 bits become 24.
 bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t opacity, dib::BlendMode mode);

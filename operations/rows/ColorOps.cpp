@@ -16,32 +16,38 @@ constexpr Choices kDithers({
      "a pattern of 8 x 8 pixels, the same in every frame of an animation"},
 });
 
-constexpr Parameters kColors({integer("count", "most colours of the result", {2, 256}),
-                              choice("dither", "how colours between them are shown", kDithers,
-                                     "floyd-steinberg")});
+constexpr DibParameter kDither =
+    choice("dither", "how colours between them are shown", kDithers, "floyd-steinberg");
+constexpr DibParameter kVisible = integer(
+    "visible", "least alpha of pixels that become opaque; others become transparent", {1, 255}, "128");
+
+int visibleOf(const Job& job) { return job.arguments.integer("visible"); }
+
+constexpr Parameters kColors({integer("count", "most colours of the result", {2, 256}), kDither, kVisible});
 
 bool runColors(const Job& job) {
     return reduceColors(job, job.arguments.integer("count"),
-                        static_cast<Dither>(job.arguments.word("dither")));
+                        static_cast<Dither>(job.arguments.word("dither")), visibleOf(job));
 }
 
-constexpr Parameters kRemap({path("file", "a palette file (.gpl, .pal, .act) or a picture"),
-                             choice("dither", "how colours between them are shown", kDithers,
-                                    "floyd-steinberg")});
+constexpr Parameters kRemap({path("file", "a palette file (.gpl, .pal, .act) or a picture"), kDither,
+                             kVisible});
 
 bool runRemap(const Job& job) {
     const std::string name = job.arguments.path("file");
     DibStream other;
     openPicture(job, name, other);
-    const std::vector<DibBGRA> palette = paletteOf(job, other);
+    std::vector<DibBGRA> palette = paletteOf(job, other);
     if (palette.empty()) throw Refusal{DIB_ERROR_MISMATCH, quoted(name) + ": has no visible colours"};
-    return remapColors(job, palette, static_cast<Dither>(job.arguments.word("dither")));
+    return remapColors(job, std::move(palette), static_cast<Dither>(job.arguments.word("dither")),
+                       visibleOf(job));
 }
 
 constexpr Operation kOperations[] = {
     {{"colors",
       kArea,
-      "Leaves the colours that show the picture best, in a palette of 1, 4 or 8 bits.",
+      "Leaves the colours that show the picture best, in a palette of 1, 4 or 8 bits; one entry is "
+      "transparent where the picture is.",
       "colors:16",
       {"colors:16", "colors:8,dither=ordered", "colors:64,dither=none"},
       kColors,

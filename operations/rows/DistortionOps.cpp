@@ -1,6 +1,7 @@
 #include <DibEffect.h>
 
 #include "operations/Call.h"
+#include "operations/pixels/Rotate.h"
 
 namespace operations {
 
@@ -18,7 +19,29 @@ std::string checkWavelength(const Arguments& arguments) {
     return arguments.number("wavelength") == 0 ? "wavelength: must not be 0" : "";
 }
 
-constexpr Parameters kRotate({angle("angle", "counter-clockwise when positive"), wrap(), classic()});
+constexpr Parameters kRotate(
+    {angle("angle", "counter-clockwise when positive"), wrap(),
+     toggle("grow", "the picture becomes as large as it is turned; quarters are then exact"),
+     color("fill",
+           "of what the picture does not cover; none: its edges are drawn out, or with grow white, and "
+           "transparent at 32 bits",
+           "none"),
+     classic()});
+
+bool isOnCanvas(const Arguments& arguments) { return arguments.isOn("grow") || arguments.colorIfAny("fill"); }
+
+bool runOnCanvas(const Job& job) {
+    const Arguments& given = job.arguments;
+    return rotate(job, {given.radians("angle"), given.isOn("grow"), given.colorIfAny("fill")});
+}
+
+std::string checkRotate(const Arguments& arguments) {
+    if (!isOnCanvas(arguments)) return "";
+    if (arguments.isOn("classic")) return "classic: there is no classic function with grow or fill";
+    return arguments.word("wrap") != 0
+               ? "wrap: a picture that repeats covers all pixels; it excludes grow and fill"
+               : "";
+}
 
 constexpr Parameters kRipple({kWavelength, angle("amplitude", "the largest turn about the centre"), kPhase,
                               kCenterX, kCenterY, wrap(), classic()});
@@ -40,15 +63,19 @@ constexpr Treatment kSamples = {
 constexpr Operation kOperations[] = {
     {{"rotate",
       kArea,
-      "Turns the picture about its middle; the size stays.",
+      "Turns the picture about its middle; the size stays unless it is to grow.",
       "rotate:30,wrap=xy",
-      {"rotate:15", "rotate:30,wrap=xy", "rotate:-90"},
+      {"rotate:15", "rotate:30,wrap=xy", "rotate:-20,grow,fill=#203040"},
       kRotate,
       kAllDepths},
      "DibEffectRotate(nullptr, nullptr, &image, {angle}, {wrap})",
      replacing(Effect<float, unsigned int>::run<DibEffectRotate>),
-     nullptr,
-     kSamples},
+     checkRotate,
+     {.classicDepths = kAllDepths,
+      .depths = kSamples.depths,
+      .alpha = Alpha::kWeights,
+      .isApart = isOnCanvas,
+      .apart = replacing(runOnCanvas)}},
     {{"ripple",
       kArea,
       "Makes rings about a point.",

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kArea = "Size, place and tone";
 
-enum Filters : std::uint32_t { kAuto = 16, kBicubic, kNearest };
+enum Filters : std::uint32_t { kAuto = 16, kBicubic, kNearest, kLanczos };
 
 constexpr Choices kFilters({
     {"auto", kAuto, "area along sides that shrink, bicubic along those that grow",
@@ -23,6 +23,7 @@ constexpr Choices kFilters({
      "DibStream::DIB_RESIZE_INTEGRAL"},
     {"bilinear", DibStream::DIB_RESIZE_BILINEAR, "mixes neighbours", "DibStream::DIB_RESIZE_BILINEAR"},
     {"bicubic", kBicubic, "mixes neighbours and their neighbours, which keeps edges sharp"},
+    {"lanczos", kLanczos, "mixes three pixels on each side, which is sharper still and may ring"},
     {"nearest", kNearest, "takes pixels as they are; palettes stay"},
 });
 constexpr DibParameter kFilter = choice("filter", "how pixels are made", kFilters, "auto");
@@ -37,7 +38,7 @@ bool takesNearest(const Arguments& arguments) { return arguments.word("filter") 
 
 std::string checkResize(const Arguments& arguments) {
     const std::uint32_t filter = arguments.word("filter");
-    const bool isNew = filter == kBicubic || filter == kNearest;
+    const bool isNew = filter == kBicubic || filter == kLanczos || filter == kNearest;
     return arguments.isOn("classic") && isNew ? "filter: there is no classic function of it" : "";
 }
 
@@ -60,6 +61,7 @@ Filter filterAlong(std::uint32_t filter, int before, int after) {
         case kAuto: return after <= before ? Filter::kArea : Filter::kBicubic;
         case DibStream::DIB_RESIZE_INTEGRAL: return Filter::kArea;
         case DibStream::DIB_RESIZE_BILINEAR: return Filter::kBilinear;
+        case kLanczos: return Filter::kLanczos;
         default: return Filter::kBicubic;
     }
 }
@@ -100,7 +102,8 @@ bool runResize(const Job& job) {
 constexpr Treatment kResizes = {.classicDepths = kAllDepths,
                                 .depths = depths({24, 32}),
                                 .right = replacing(runResize),
-                                .movesPixels = takesNearest};
+                                .isApart = takesNearest,
+                                .apart = replacing(runResize)};
 
 int scaled(int side, double factor) {
     const double pixels = std::round(side * factor);
@@ -264,7 +267,10 @@ constexpr Operation kOperations[] = {
       kAllDepths,
       kMovesPixels},
      "image.UpDown(image.Header->biHeight > 0)",
-     runFlipStorage},
+     runFlipStorage,
+     nullptr,
+     {},
+     false},
     {{"invert",
       kArea,
       "Inverts the colours, or those of the colour table.",

@@ -2,6 +2,7 @@
 
 #include "dib/Numbers.h"
 #include "operations/PictureDifference.h"
+#include "operations/Places.h"
 #include "operations/SecondPicture.h"
 #include "operations/pixels/Overlay.h"
 #include "operations/pixels/Place.h"
@@ -41,45 +42,20 @@ constexpr Choices kModes({
     {"luminosity", number(dib::BlendMode::kLuminosity), "its brightness"},
 });
 
-// Thirds of the free space, across + 4 x down.
-constexpr Choices kPlaces({{"nw", 0, "upper left"},
-                           {"n", 1, "upper middle"},
-                           {"ne", 2, "upper right"},
-                           {"w", 4, "left"},
-                           {"center", 5, "middle"},
-                           {"e", 6, "right"},
-                           {"sw", 8, "lower left"},
-                           {"s", 9, "lower middle"},
-                           {"se", 10, "lower right"}});
-
 constexpr DibParameter kFile = path("file", "the second picture");
 
-constexpr Parameters kOverlay(
-    {kFile, length("x", "away from the place's edge; percentages are of the free space", kAnyInteger, "0"),
-     length("y", "the same down, or up from the lower edge", kAnyInteger, "0"),
-     choice("place", "where x and y count from", kPlaces, "nw"),
-     fraction("opacity", "share of the second picture, times its alpha", "1"),
-     choice("mode", "how its colours cover those below", kModes, "normal")});
-
-// `anchor` is 0, 1 or 2: the near edge, the middle, the far edge.
-int placed(int free, std::uint32_t anchor, int offset) {
-    const std::int64_t at = anchor == 0   ? std::int64_t{offset}
-                            : anchor == 1 ? std::int64_t{free / 2} + offset
-                                          : std::int64_t{free} - offset;
-    return dib::asInt(std::clamp<std::int64_t>(at, INT32_MIN, INT32_MAX));
-}
+constexpr Parameters kOverlay({kFile, kPlaceX, kPlaceY, kPlace,
+                               fraction("opacity", "share of the second picture, times its alpha", "1"),
+                               choice("mode", "how its colours cover those below", kModes, "normal")});
 
 bool runOverlay(const Job& job) {
     const Arguments& given = job.arguments;
     DibStream over;
     openPicture(job, given.path("file"), over);
-    const int freeX = width(job.image) - width(over);
-    const int freeY = height(job.image) - height(over);
-    const std::uint32_t place = given.word("place");
-    const OverlayPlace corner = {placed(freeX, place & 3, given.pixels("x", freeX)),
-                                 placed(freeY, place >> 2, given.pixels("y", freeY))};
+    const Place corner = placeOf(job, width(over), height(over));
     const auto opacity = static_cast<std::uint32_t>(std::lround(given.number("opacity") * 255));
-    return overlay(job, over, corner, opacity, static_cast<dib::BlendMode>(given.word("mode")));
+    return overlay(job, over, {dib::asInt(corner.x), dib::asInt(corner.y)}, opacity,
+                   static_cast<dib::BlendMode>(given.word("mode")));
 }
 
 constexpr Choices kDirections({{"row", 0, "to the right of the first"}, {"column", 1, "below the first"}});

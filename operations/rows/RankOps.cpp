@@ -28,7 +28,7 @@ constexpr Run kMedianRun = replacing(Rank::run<DibEffectBrightMiddle>);
 constexpr Operation kOperations[] = {
     {{"max",
       kArea,
-      "Takes the brightest pixel around each pixel.",
+      "Takes the brightest pixel around each pixel. Transparent pixels count like others.",
       "max:2",
       {"max:1", "max:3", "max:8,wrap=xy"},
       kExtreme,
@@ -39,7 +39,7 @@ constexpr Operation kOperations[] = {
      picks(Rank::run<DibEffectBrightMax>)},
     {{"min",
       kArea,
-      "Takes the darkest pixel around each pixel.",
+      "Takes the darkest pixel around each pixel. Transparent pixels count like others.",
       "min:2",
       {"min:1", "min:3", "min:8,wrap=xy"},
       kExtreme,
@@ -50,7 +50,8 @@ constexpr Operation kOperations[] = {
      picks(Rank::run<DibEffectBrightMin>)},
     {{"median",
       kArea,
-      "Takes a pixel of middle brightness around each pixel, which removes specks.",
+      "Takes a pixel of middle brightness around each pixel, which removes specks. Transparent pixels "
+      "count like others.",
       "median:1",
       {"median:1", "median:4", "median:10,wrap=xy"},
       kMedian,

@@ -1,7 +1,4 @@
-#include "dib/MoveBlocks.h"
-#include "dib/Turn.h"
-#include "operations/Operations.h"
-#include "operations/pixels/Pixels.h"
+#include "operations/pixels/Rotate.h"
 
 namespace operations {
 
@@ -17,15 +14,6 @@ constexpr Choices kAngles({
 });
 
 constexpr Parameters kTurn({choice("angle", "degrees, clockwise", kAngles)});
-
-bool turnBy(const Job& job, const dib::Turn& turn) {
-    DibStream turned;
-    const int sign = job.image.Header->biHeight < 0 ? -1 : 1;
-    if (!dib::turnInto(job.image, turn, sign, turned, job.callback, job.user)) return false;
-    dib::moveBlocks(turned, job.image);
-    job.result.exchangesAxes ^= turn.isExchanged;
-    return true;
-}
 
 bool runTurn(const Job& job) { return turnBy(job, dib::kTurns[job.arguments.word("angle")]); }
 bool runFlip(const Job& job) { return turnBy(job, dib::kTurns[3]); }

@@ -26,9 +26,9 @@ class Metadata:
     texts: bytes | None = None  # pairs of a keyword and a text, UTF-8, each ended by NUL
     xmp: bytes | None = None  # XMP packet
 
-    def without_palette_alpha(self) -> Metadata:
-        """The same without the alpha of palette entries."""
-        return dataclasses.replace(self, palette_alpha=None)
+    def with_palette_alpha(self, alpha: bytes | None) -> Metadata:
+        """The same with other alpha of palette entries."""
+        return dataclasses.replace(self, palette_alpha=alpha)
 
     def with_axes_exchanged(self) -> Metadata:
         """That of the picture after a turn by a quarter."""

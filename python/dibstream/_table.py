@@ -22,6 +22,7 @@ _TYPES = {
     "fill": "Color | int",
     "path": "StrPath | Image",
     "switch": "bool",
+    "text": "str",
 }
 
 
@@ -40,7 +41,7 @@ def _default(parameter: dict[str, Any]) -> str:
     text: str = parameter["default"]
     if parameter["type"] == "switch":
         return str(text == "yes")
-    is_number = parameter["type"] not in ("choice", "flags", "color", "path") and re.fullmatch(r"-?\d+(\.\d+)?", text)
+    is_number = parameter["type"] not in ("choice", "flags", "color", "path", "text") and re.fullmatch(r"-?\d+(\.\d+)?", text)
     return text if is_number else repr(text)
 
 

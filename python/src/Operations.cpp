@@ -147,11 +147,15 @@ py::object applied(const Image& image, const DibStep* steps, int stepCount, Pict
     Origin origin = image.origin;
     if (result.noteCount > 0)
         origin.notes = py::tuple(origin.notes + notesOf(result.notes, result.noteCount));
-    // Pixels that have changed are no longer transparent by their index.
+    // Pixels that have changed are transparent by the indices that the steps gave them.
     const bool keepsIndices = std::all_of(steps, steps + stepCount,
                                           [](const DibStep& step) { return step.operation->movesPixels; });
-    if (!keepsIndices && !origin.metadata.attr("palette_alpha").is_none())
-        origin.metadata = origin.metadata.attr("without_palette_alpha")();
+    const DibBytes& alpha = result.paletteAlpha;
+    if (!keepsIndices && (alpha.size > 0 || !origin.metadata.attr("palette_alpha").is_none())) {
+        py::object entries = py::none();
+        if (alpha.size > 0) entries = py::bytes(viewOf(alpha));
+        origin.metadata = origin.metadata.attr("with_palette_alpha")(entries);
+    }
     if (result.exchangesAxes) origin.metadata = origin.metadata.attr("with_axes_exchanged")();
     return wrap(std::move(made), std::move(origin));
 }

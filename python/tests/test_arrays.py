@@ -14,7 +14,7 @@ SHAPES = {8: (3, 5), 16: (3, 5), 24: (3, 5, 3), 32: (3, 5, 4)}
 @pytest.mark.parametrize("bits", SHAPES)
 def test_array_is_a_view_in_both_row_orders(bits):
     image = dibstream.new(5, 3, bits)
-    flipped = image.flip_storage()
+    flipped = image.apply("flip-storage")
     assert {image.row_order, flipped.row_order} == {"bottom-up", "top-down"}
     for each in (image, flipped):
         array = numpy.asarray(each)
@@ -60,9 +60,9 @@ def test_consumers_that_need_contiguous_bytes_are_refused():
     assert bottom_up.row_order == "bottom-up"
     with pytest.raises(BufferError):
         numpy.frombuffer(bottom_up, numpy.uint8)
-    top_down = bottom_up.flip_storage()
+    top_down = bottom_up.apply("flip-storage")
     assert len(numpy.frombuffer(top_down, numpy.uint8)) == 12
-    padded = dibstream.new(5, 3, 8).flip_storage()
+    padded = dibstream.new(5, 3, 8).apply("flip-storage")
     with pytest.raises(BufferError):
         numpy.frombuffer(padded, numpy.uint8)
     assert bytes(padded) == bytes(15)
@@ -166,7 +166,7 @@ def test_alpha():
     assert numpy.asarray(image.alpha).tolist() == [[1, 2, 3, 4], [5, 6, 7, 8]]
     assert dibstream.new(1, 1, 24).alpha is None
     mask = dibstream.from_array(numpy.array([[9, 8, 7, 6], [0, 0, 0, 255]], numpy.uint8))
-    for each in (mask, mask.flip_storage()):
+    for each in (mask, mask.apply("flip-storage")):
         assert numpy.asarray(image.bpp(24).with_alpha(each))[..., 3].tolist() == [[9, 8, 7, 6], [0, 0, 0, 255]]
     with pytest.raises(ValueError, match="same size"):
         image.with_alpha(dibstream.new(4, 3, 8))

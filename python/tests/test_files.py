@@ -90,6 +90,18 @@ def test_metadata_travels(picture, tmp_path):
         picture.metadata = {}
 
 
+def test_few_colours_keep_transparency(tmp_path):
+    pixels = numpy.zeros((2, 2, 4), "uint8")
+    pixels[0, 1] = (1, 2, 3, 255)
+    image = dibstream.from_array(pixels)
+    few = image.colors(4)
+    assert few.bits == 1 and few.metadata.palette_alpha == b"\0"
+    assert image.apply("colors:4 mirror").metadata.palette_alpha == b"\0"
+    assert few.brighten(0.5).metadata.palette_alpha is None
+    few.save(tmp_path / "few.png")
+    assert numpy.array_equal(numpy.asarray(dibstream.open(tmp_path / "few.png")), pixels)
+
+
 def test_palette_alpha_belongs_to_its_palette(picture):
     image = picture.bpp(8, "median")
     image.metadata = dibstream.Metadata(palette_alpha=b"\0\x80")

@@ -119,6 +119,7 @@ TEST_F(OperationByName, SurvivesFailingAllocations) {
                 EXPECT_EQ(result.code, isDone ? DIB_OK : DIB_ERROR_MEMORY) << result.reason;
                 EXPECT_TRUE(sameImage(*image, isDone ? *expected : *before));
                 image.reset();
+                result.paletteAlpha = DibBytes();
             });
         EXPECT_GT(failures, 2);
     });

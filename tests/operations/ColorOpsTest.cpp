@@ -94,6 +94,8 @@ TEST(Colors, ReadEveryDepth) {
     }
     EXPECT_EQ(shownAfter(*picture(3, 16, {0x7FFF, 0x001F, 0x0010}), "colors:3"),
               (Values{0xFFFFFF, 0xFF, 0x84}));
+    // 3 and 7 of 31 are 24.7 and 57.6 of 255.
+    EXPECT_EQ(shownAfter(*picture(2, 16, {0x0003, 0x0007}), "colors:3"), (Values{25, 58}));
 }
 
 // Two groups, whose means are (20 x 3 + 24) / 4 = 21 and 204.
@@ -200,6 +202,45 @@ TEST(Colors, NeedANumberOfThem) {
     }
 }
 
+Values bytesOf(const DibBytes& bytes) { return {bytes.data, bytes.data + bytes.size}; }
+
+TEST(Colors, SayWhichEntryIsTransparent) {
+    DibOperationResult result;
+    const auto apply = [&](const DibPtr& image, const char* chain) {
+        EXPECT_TRUE(DibApply(image.get(), chain, nullptr, &result)) << result.reason;
+        return bytesOf(result.paletteAlpha);
+    };
+    const DibPtr image = picture(3, 32, {0x00FF0000, 0x63FF0000, 0xFF00FF00});
+    EXPECT_EQ(apply(image, "colors:8"), (Values{0}));
+    EXPECT_EQ(valuesOf(*image), (Values{0, 0, 1}));
+    const DibPtr lower = picture(3, 32, {0x00FF0000, 0x63FF0000, 0xFF00FF00});
+    EXPECT_EQ(apply(lower, "colors:8,visible=99"), (Values{0}));
+    EXPECT_EQ(valuesOf(*lower), (Values{0, 1, 2}));
+    EXPECT_EQ(apply(picture(1, 32, {0xFF00FF00}), "colors:8"), Values{});
+    EXPECT_EQ(apply(picture(1, 24, {0x00FF00}), "colors:8"), Values{});
+    // Steps that move pixels keep it, others do not.
+    EXPECT_EQ(apply(picture(2, 32, {0x00FF0000, 0xFF00FF00}), "colors:8 mirror"), (Values{0}));
+    EXPECT_EQ(apply(picture(2, 32, {0x00FF0000, 0xFF00FF00}), "colors:8 mirror invert"), Values{});
+}
+
+TEST(Colors, OfASavedPaletteAreTransparent) {
+    const DibPtr image = picture(2, 32, {0x00FF0000, 0xFF00FF00});
+    DibOperationResult result;
+    ASSERT_TRUE(DibApply(image.get(), "colors:16", nullptr, &result));
+    DibMetadata metadata;
+    metadata.paletteAlpha = std::move(result.paletteAlpha);
+    DibSaveOptions options;
+    options.metadata = &metadata;
+    const std::string path = testing_support::temporaryPath("transparent.png");
+    ASSERT_TRUE(DibSaveFile(path.c_str(), image.get(), &options));
+    DibStream loaded;
+    ASSERT_TRUE(DibLoadFile(path.c_str(), &loaded));
+    EXPECT_EQ(valuesOf(loaded), (Values{0, 0xFF00FF00}));
+    const DibLoadOptions keeps = {.keepsPalette = true};
+    ASSERT_TRUE(DibLoadFile(path.c_str(), &loaded, &keeps));
+    EXPECT_EQ(loaded.Header->biBitCount, 1);
+}
+
 // The path of a saved picture.
 std::string saved(const DibPtr& image) {
     const std::string path = testing_support::temporaryPath("palette.png");
@@ -250,6 +291,31 @@ TEST(Remap, NeedsVisibleColours) {
     EXPECT_FALSE(DibApply(image.get(), ("remap:" + hidden).c_str(), nullptr, &result));
     EXPECT_EQ(result.code, DIB_ERROR_MISMATCH);
     EXPECT_EQ(result.reason, "remap: '" + hidden + "': has no visible colours");
+}
+
+TEST(Remap, TransparentPixelsGetAnEntryAfterThePalette) {
+    const std::string two = saved(picture(2, 24, {0x000000, 0xFFFFFF}));
+    const DibPtr image = picture(3, 32, {0xFFFFFFFF, 0x00FFFFFF, 0x80000000});
+    DibOperationResult result;
+    ASSERT_TRUE(DibApply(image.get(), ("remap:" + two + ",dither=none").c_str(), nullptr, &result));
+    EXPECT_EQ(valuesOf(*image), (Values{1, 2, 0}));
+    EXPECT_EQ(entriesOf(*image), (Values{0x000000, 0xFFFFFF, 0x000000}));
+    EXPECT_EQ(bytesOf(result.paletteAlpha), (Values{255, 255, 0}));
+    ASSERT_EQ(result.noteCount, 1);
+    EXPECT_STREQ(result.notes[0].text, "remap: half-transparent pixels became opaque or transparent");
+}
+
+TEST(Remap, AFullPaletteHasNoTransparentEntry) {
+    const std::string many = saved(gradients(40, 30));
+    const DibPtr image = picture(2, 32, {0xFFFFFFFF, 0x00FFFFFF});
+    DibOperationResult result;
+    ASSERT_TRUE(DibApply(image.get(), ("remap:" + many + ",dither=none").c_str(), nullptr, &result));
+    const Values shown = shownBy(*image);
+    EXPECT_EQ(shown[0], shown[1]);
+    EXPECT_EQ(result.paletteAlpha.size, 0U);
+    ASSERT_EQ(result.noteCount, 1);
+    EXPECT_STREQ(result.notes[0].text,
+                 "remap: transparent pixels became opaque: the palette has no free entry");
 }
 
 TEST(Remap, DiffusesWhatAPixelLacks) {

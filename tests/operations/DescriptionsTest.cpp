@@ -24,7 +24,7 @@ TEST(OperationDescriptions, SynopsesShowWhatMayBeLeftOut) {
     EXPECT_EQ(description("bpp", DIB_DESCRIBE_SYNOPSIS),
               "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse]");
     EXPECT_EQ(description("resize", DIB_DESCRIBE_SYNOPSIS),
-              "resize:WIDTHxHEIGHT[,filter=auto|area|bilinear|bicubic|nearest][,classic]");
+              "resize:WIDTHxHEIGHT[,filter=auto|area|bilinear|bicubic|lanczos|nearest][,classic]");
     EXPECT_EQ(description("color-noise", DIB_DESCRIBE_SYNOPSIS),
               "color-noise:#RRGGBB,STRENGTH[,seed=SEED][,classic]");
 }

@@ -28,10 +28,10 @@ std::string stepOf(const std::string& text) { return parsed(text, DibParseStep);
 
 TEST(OperationParsing, ValuesComeByPlaceOrByName) {
     EXPECT_EQ(stepOf("half"), "half");
-    EXPECT_EQ(stepOf("rotate:30"), "rotate 30 none");
-    EXPECT_EQ(stepOf("rotate:30,wrap=xy"), "rotate 30 xy");
-    EXPECT_EQ(stepOf("rotate:wrap=xy,30"), "rotate 30 xy");
-    EXPECT_EQ(stepOf("rotate:wrap=xy,angle=-30deg"), "rotate -30deg xy");
+    EXPECT_EQ(stepOf("rotate:30"), "rotate 30 none none");
+    EXPECT_EQ(stepOf("rotate:30,wrap=xy"), "rotate 30 xy none");
+    EXPECT_EQ(stepOf("rotate:wrap=xy,30"), "rotate 30 xy none");
+    EXPECT_EQ(stepOf("rotate:wrap=xy,angle=-30deg"), "rotate -30deg xy none");
     EXPECT_EQ(stepOf("gamma:2.2"), "gamma 2.2 0 255");
     EXPECT_EQ(stepOf("gamma:2.2,high=200"), "gamma 2.2 0 200");
     EXPECT_EQ(stepOf("compose:a=b c.bmp,30%,tile"), "compose a=b c.bmp 30% tile");
@@ -43,7 +43,8 @@ TEST(OperationParsing, StepsHaveWhiteSpaceBetweenThem) {
     EXPECT_EQ(chainOf(""), "");
     EXPECT_EQ(chainOf(" \t\n "), "");
     EXPECT_EQ(chainOf("half"), "half");
-    EXPECT_EQ(chainOf("  rotate:30,wrap=xy \n\tgaussian:4 half "), "rotate 30 xy | gaussian 4 none | half");
+    EXPECT_EQ(chainOf("  rotate:30,wrap=xy \n\tgaussian:4 half "),
+              "rotate 30 xy none | gaussian 4 none | half");
     EXPECT_EQ(chainOf("compose:a\\ b.bmp half"), "compose a b.bmp 0.5 stretch | half");
 }
 

@@ -70,6 +70,10 @@ std::vector<Tried> tried(int width, int height) {
          resizeTaps(Filter::kArea, height, 9)},
         {"resize:13x9,filter=bicubic", resizeTaps(Filter::kBicubic, width, 13),
          resizeTaps(Filter::kBicubic, height, 9)},
+        {"resize:13x9,filter=lanczos", resizeTaps(Filter::kLanczos, width, 13),
+         resizeTaps(Filter::kLanczos, height, 9)},
+        {"resize:70x50,filter=lanczos", resizeTaps(Filter::kLanczos, width, 70),
+         resizeTaps(Filter::kLanczos, height, 50)},
         {"resize:70x50", resizeTaps(Filter::kBicubic, width, 70), resizeTaps(Filter::kBicubic, height, 50)},
         {"resize:13x50", resizeTaps(Filter::kArea, width, 13), resizeTaps(Filter::kBicubic, height, 50)},
         {"blur:3,wrap=x", operations::boxTaps(width, 3, true), operations::boxTaps(height, 3, false)},
@@ -117,6 +121,29 @@ TEST(Resample, PicturesWithoutAlphaToo) {
                 ASSERT_NO_FATAL_FAILURE(expectSum(*before, *image, across, down, x, y, false, 0.51));
         }
     }
+}
+
+// Of the cubic convolution and of sinc(x) sinc(x / 3), half a pixel and a quarter away.
+TEST(Resample, FiltersHaveTheirWeights) {
+    const auto expectWeights = [](const Taps& taps, std::size_t i, int first,
+                                  const std::vector<double>& weights) {
+        ASSERT_EQ(taps.width, static_cast<int>(weights.size()));
+        EXPECT_EQ(taps.first[i], first);
+        for (std::size_t k = 0; k < weights.size(); ++k)
+            EXPECT_NEAR(double{taps.weightsOf(i)[k]}, weights[k], 1e-6) << k;
+    };
+    // Three pixels become six: the second of them lies a quarter to the right of the first.
+    expectWeights(operations::resizeTaps(Filter::kBicubic, 3, 6), 1, -1,
+                  {-0.0703125, 0.8671875, 0.2265625, -0.0234375});
+    expectWeights(operations::resizeTaps(Filter::kLanczos, 3, 6), 1, -2,
+                  {0.0301123, -0.1332746, 0.8927708, 0.2710106, -0.0679973, 0.0073783});
+    expectWeights(operations::resizeTaps(Filter::kArea, 6, 4), 1, 1, {1.0 / 3, 2.0 / 3, 0});
+}
+
+TEST(Resample, RefusesTablesWithoutBound) {
+    EXPECT_NO_THROW(operations::resizeTaps(Filter::kLanczos, 1000, 1000000));
+    EXPECT_THROW(operations::resizeTaps(Filter::kLanczos, 1000, 100000000), operations::Refusal);
+    EXPECT_THROW(operations::resizeTaps(Filter::kBicubic, 2000000000, 1000000), operations::Refusal);
 }
 
 // A red disc on transparent black stays red up to its rim.

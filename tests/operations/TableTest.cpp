@@ -63,12 +63,19 @@ TEST(OperationTable, EveryRowIsFit) {
 
 TEST(OperationTable, ListsEveryRowOfEveryArea) {
     std::size_t rows = 0;
-    for (const operations::Area& area : operations::areas()) rows += area.size();
+    for (const operations::Area& area : operations::areas())
+        rows += static_cast<std::size_t>(std::ranges::count_if(area, &operations::Operation::isListed));
     std::size_t count = 0;
     const DibOperation* const* list = DibGetOperations(&count);
     EXPECT_EQ(count, rows);
     EXPECT_EQ(list[count], nullptr);
     for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(DibFindOperation(list[i]->name), list[i]);
+}
+
+TEST(OperationTable, OldNamesAreFoundAndNotListed) {
+    const DibOperation* old = DibFindOperation("flip-storage");
+    ASSERT_NE(old, nullptr);
+    for (const DibOperation* operation : all()) EXPECT_NE(operation, old);
 }
 
 TEST(OperationTable, FindsNamesAsTheyAre) {
@@ -131,6 +138,7 @@ TEST(OperationTable, CallsNameEveryParameter) {
             if (row.call.empty()) continue;
             for (const DibParameter* parameter : DibList(row.info.parameters)) {
                 if (parameter->kind == DIB_PARAMETER_SWITCH) continue;
+                if (row.treatment.isApart != nullptr && parameter->kind == DIB_PARAMETER_COLOR) continue;
                 const std::string open = "{" + std::string(parameter->name);
                 EXPECT_TRUE(row.call.find(open + "}") != std::string_view::npos ||
                             row.call.find(open + ":width}") != std::string_view::npos ||

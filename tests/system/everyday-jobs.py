@@ -94,7 +94,7 @@ def checks(shop):
         "palette of 16": (0, holds({"few.png": "64x48"}, lambda _: "palette of 16" in shop.call("info", "few.png"))),
         "sprite sheet": (0, holds({"sheet.png": "128x48"})),
         "TIM textures": (0, holds({"out/a.png": "64x48"})),
-        "contact sheet": (0, holds({"contact.jpg": "155x66"})),
+        "contact sheet": (0, holds({"contact.jpg": "155x86"})),
         "strip alpha": (0, holds({"flat.png": "32x24"}, lambda _: not json.loads(shop.call("info", "--json", "flat.png"))["files"][0]["alpha"])),
         "rotate by 90 degrees": (0, holds({"turned.png": "48x64"})),
         "crop to content": (0, holds({"cut.png": "64x48"})),

@@ -61,6 +61,21 @@ TEST_F(Montage, TilesAndColumns) {
     EXPECT_EQ(at(sheet, 4, 1), "00ff00ff");
 }
 
+TEST_F(Montage, LabelsNameTheFiles) {
+    EXPECT_EQ(run({"run", "in.bmp", "resize:60x40", "in.bmp"}).errors, "");
+    EXPECT_EQ(run({"montage", "in.bmp", "--labels", "--label-size=10", "sheet.bmp"}).errors, "");
+    DibStream sheet;
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(sheet.Header->biWidth, 60);
+    ASSERT_EQ(sheet.Header->biHeight, 54);
+    // The name has 35 columns, in the middle. Its first letter is a bar with two feet, below a dot.
+    EXPECT_EQ(at(sheet, 14, 42), "000000ff");
+    EXPECT_EQ(at(sheet, 14, 43), "ffffffff");
+    EXPECT_EQ(at(sheet, 13, 48), "000000ff");
+    EXPECT_EQ(at(sheet, 12, 48), "ffffffff");
+    EXPECT_EQ(run({"montage", "in.bmp", "--label-size=0", "sheet.bmp"}).exitCode, 2);
+}
+
 TEST_F(Montage, Mistakes) {
     EXPECT_EQ(run({"montage", "a.bmp"}).exitCode, 2);
     EXPECT_EQ(run({"montage", "absent.bmp", "sheet.bmp"}).exitCode, 3);

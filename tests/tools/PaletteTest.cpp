@@ -30,6 +30,26 @@ TEST_F(Palettes, SayWhatIsWrong) {
     EXPECT_EQ(run({"palette", "few.bmp", "absent/few.gpl"}).exitCode, 4);
 }
 
+// A sprite with few colours stays one.
+TEST_F(Palettes, KeepTransparencyInFilesThatHoldIt) {
+    writeFile("white.gpl", "GIMP Palette\n255 255 255\n");
+    ASSERT_EQ(run({"run", "in.bmp", "rotate:45,grow,fill=#00000000", "turned.png"}).exitCode, 0);
+    for (const char* step : {"colors:16", "remap:white.gpl"}) {
+        SCOPED_TRACE(step);
+        const Result result = run({"run", "turned.png", step, "mirror", "few.png"});
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        DibStream loaded;
+        const DibLoadOptions keeps = {.keepsPalette = true};
+        ASSERT_TRUE(DibLoadFile("few.png", &loaded, &keeps));
+        EXPECT_LE(loaded.Header->biBitCount, 4);
+        ASSERT_TRUE(DibLoadFile("few.png", &loaded));
+        ASSERT_EQ(loaded.Header->biBitCount, 32);
+        EXPECT_EQ(testing_support::pixelValue(loaded, 0, 0) >> 24, 0U);
+        const int middle = loaded.Header->biWidth / 2;
+        EXPECT_EQ(testing_support::pixelValue(loaded, middle, loaded.Header->biHeight / 2) >> 24, 255U);
+    }
+}
+
 }  // namespace
 
 }  // namespace tool_test

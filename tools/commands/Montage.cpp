@@ -1,10 +1,10 @@
 // `dib montage`: many pictures on one, in rows and columns.
 #include <DibHandle.h>
 #include <DibOperation.h>
+#include <DibPictures.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cmath>
+#include <filesystem>
 #include <memory>
 
 #include "tools/cli/Cancel.h"
@@ -24,19 +24,13 @@ struct MontageJob {
     int gap = 0;       // pixels around each picture
     std::string tile;  // a size that the pictures are to fit; empty: they keep theirs
     std::string background = "#ffffff";
+    bool hasLabels = false;
+    int labelSize = 14;
     bool showsProgress = false;
 };
 
-// Applies a chain whose second picture, if it has one, is `second`.
-void apply(DibStream& image, const std::string& chain, const std::string& title,
-           const DibStream* second = nullptr) {
-    const auto open = [](void* context, const char*, DibStream* to, DibFileResult*, DibProgressCallback,
-                         void*) {
-        const auto* from = static_cast<const DibStream*>(context);
-        return to->Copy(from->Header, from->Buffer);
-    };
-    const DibApplyOptions options = {
-        .open = open, .context = const_cast<DibStream*>(second), .inPlace = true};
+void apply(DibStream& image, const std::string& chain, const std::string& title) {
+    const DibApplyOptions options = {.inPlace = true};
     DibOperationResult result;
     const bool isDone = DibApply(
         &image, chain.c_str(), &options, &result, [](float, void*) { return !isCancelled(); }, nullptr);
@@ -57,35 +51,35 @@ std::vector<DibHandle> loadTiles(const MontageJob& job, const std::vector<std::s
     return tiles;
 }
 
-// Every picture in the middle of a cell as large as the largest of them.
-DibHandle sheetOf(const std::vector<DibHandle>& tiles, const MontageJob& job) {
-    int width = 0;
-    int height = 0;
-    for (const DibHandle& tile : tiles) {
-        width = std::max(width, tile.width());
-        height = std::max(height, tile.height());
-    }
-    const int count = static_cast<int>(tiles.size());
-    const int root = static_cast<int>(std::ceil(std::sqrt(count)));
-    const int columns = std::min(job.columns != 0 ? job.columns : root, count);
-    const int rows = (count + columns - 1) / columns;
-    const int stepX = width + job.gap;
-    const int stepY = height + job.gap;
-    // A pixel of the background, enlarged.
+DibBGRA colorOf(const std::string& text) {
+    // The parser of colours is that of operations.
+    DibStream pixel;
+    if (!pixel.Create(1, 1, 32)) throw std::bad_alloc();
+    apply(pixel, "border:1,color=" + text + " crop:0,0,1x1 bpp:32", text);
+    const unsigned char* bytes = pixel.Pixel(0, 0);
+    return {bytes[0], bytes[1], bytes[2], bytes[3]};
+}
+
+DibHandle sheetOf(const std::vector<DibHandle>& tiles, const MontageJob& job,
+                  const std::vector<std::string>& names, Progress& progress) {
+    std::vector<const DibStream*> pictures;
+    for (const DibHandle& tile : tiles) pictures.push_back(tile.get());
+    std::vector<std::string> files;
+    for (const std::string& name : names) files.push_back(std::filesystem::path(name).filename().string());
+    std::vector<const char*> labels;
+    for (const std::string& file : files) labels.push_back(file.c_str());
+    DibMontageOptions options;
+    options.columns = job.columns;
+    options.gap = job.gap;
+    options.background = colorOf(job.background);
+    if (job.hasLabels) options.labels = labels.data();
+    options.labelSize = job.labelSize;
     DibHandle sheet(new DibStream);
-    if (!sheet->Create(1, 1, 32)) throw std::bad_alloc();
-    apply(*sheet,
-          "border:1,color=" + job.background +
-              " crop:0,0,1x1 bpp:32 resize:" + std::to_string(columns * stepX + job.gap) + "x" +
-              std::to_string(rows * stepY + job.gap) + ",filter=nearest",
-          job.words.back());
-    for (int i = 0; i < count; ++i) {
-        const DibHandle& tile = tiles[static_cast<std::size_t>(i)];
-        const int x = job.gap + i % columns * stepX + (width - tile.width()) / 2;
-        const int y = job.gap + i / columns * stepY + (height - tile.height()) / 2;
-        apply(*sheet, "overlay:tile,x=" + std::to_string(x) + ",y=" + std::to_string(y),
-              job.words[static_cast<std::size_t>(i)], tile.get());
-    }
+    DibOperationResult result;
+    const bool isDone = DibMontage(pictures.data(), static_cast<int>(pictures.size()), sheet.get(), &options,
+                                   &result, &Progress::report, &progress);
+    stopIfCancelled();
+    if (!isDone) throw Failure(kExitOperationFailed, job.words.back() + ": montage: " + result.reason);
     return sheet;
 }
 
@@ -101,7 +95,7 @@ void makeMontage(const MontageJob& job) {
     Progress progress(names.size() + 2, job.showsProgress);
     const std::vector<DibHandle> tiles = loadTiles(job, names, progress, notes);
     progress.beginStep("montage");
-    const DibHandle sheet = sheetOf(tiles, job);
+    const DibHandle sheet = sheetOf(tiles, job, names, progress);
     progress.endStep();
     progress.beginStep("save");
     savePicture(output, format, *sheet, job.pictures, progress, notes);
@@ -129,11 +123,14 @@ void declareMontage(CLI::App& command) {
         .add_option("--background", job->background,
                     "Colour of the rest, #rrggbb or #rrggbbaa; default white")
         ->type_name("COLOR");
+    command.add_flag("--labels", job->hasLabels, "Writes the name of its file below each picture");
+    command.add_option("--label-size", job->labelSize, "Height of the labels' font; default 14")
+        ->check(between(1, 1000))
+        ->type_name("PIXELS");
     addProgress(command, job->showsProgress);
     command.footer(
         "Inputs are files and patterns, as for `dib each`. Each picture lies in the middle of a cell as "
-        "large "
-        "as\nthe largest of them.");
+        "large as\nthe largest of them.");
     command.callback([job] { makeMontage(*job); });
 }
 

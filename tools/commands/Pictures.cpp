@@ -124,6 +124,8 @@ bool applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
     stopIfCancelled();
     if (pictures.failure()) throw Failure(*pictures.failure());
     if (!done) throw Failure(kExitOperationFailed, frame.title + ": " + result.reason);
+    if (frame.paletteAlpha != nullptr && !step.operation->movesPixels)
+        *frame.paletteAlpha = std::move(result.paletteAlpha);
     const int ownNotes = std::max(result.noteCount - pictures.noteCount(), 0);
     frame.notes.add(frame.title, std::span(result.notes, static_cast<std::size_t>(ownNotes)));
     frame.progress.endStep();

@@ -65,7 +65,8 @@ struct StepFrame {
     const PictureOptions& options;
     Progress& progress;
     Notes& notes;
-    std::string folder = {};  // of the second pictures; empty: the working folder
+    std::string folder = {};           // of the second pictures; empty: the working folder
+    DibBytes* paletteAlpha = nullptr;  // follows what steps do to a palette
 };
 // Returns whether rows became columns. Throws Failure (operation, or bad input for a second picture).
 bool applyStep(const DibStep& step, DibStream& image, const StepFrame& frame);

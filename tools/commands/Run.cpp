@@ -95,8 +95,13 @@ void runJob(const RunJob& job) {
     LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
     for (const DibChain& chain : job.chains) {
-        if (applyStep(*chain.steps, image, {input.title(), pictures, progress, notes}))
-            std::swap(loaded.metadata.xResolution, loaded.metadata.yResolution);
+        const bool exchangesAxes = applyStep(*chain.steps, image,
+                                             {.title = input.title(),
+                                              .options = pictures,
+                                              .progress = progress,
+                                              .notes = notes,
+                                              .paletteAlpha = &loaded.metadata.paletteAlpha});
+        if (exchangesAxes) std::swap(loaded.metadata.xResolution, loaded.metadata.yResolution);
     }
     progress.beginStep("save");
     pictures.save.metadata = &loaded.metadata;
