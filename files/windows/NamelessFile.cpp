@@ -7,11 +7,16 @@
 
 namespace files {
 
-NamelessFile::NamelessFile() {
+std::string temporaryFolder() {
     wchar_t folder[MAX_PATH + 1];
-    wchar_t name[MAX_PATH + 1];
     const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
-    if (length == 0 || length > MAX_PATH || GetTempFileNameW(folder, L"dib", 0, name) == 0) {
+    return length == 0 || length > MAX_PATH ? std::string(".") : vexlibs::utf8Of(folder);
+}
+
+NamelessFile::NamelessFile() {
+    wchar_t name[MAX_PATH + 1];
+    const std::wstring folder = vexlibs::systemPath(temporaryFolder().c_str());
+    if (GetTempFileNameW(folder.c_str(), L"dib", 0, name) == 0) {
         storeErrno();
         return;
     }
