@@ -132,6 +132,7 @@ def install_store(folder):
     (package / "METADATA").write_text("Metadata-Version: 2.1\nName: shelf\nVersion: 1\n")
     (package / "entry_points.txt").write_text("[fsspec.specs]\nshelf = shelf:Shelf\n")
     os.environ["PYTHONPATH"] = os.pathsep.join([str(folder), os.environ["PYTHONPATH"]])
+    sys.path.insert(0, str(folder))  # which workers take over
 
 
 def done_by(program, *arguments):
