@@ -1,4 +1,6 @@
 // `dib palette`, and palette files as second pictures.
+#include <DibFile.h>
+
 #include "tests/support/TestImages.h"
 #include "tests/tools/Program.h"
 
