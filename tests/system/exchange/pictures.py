@@ -76,6 +76,11 @@ def oriented(picture, values):
     return [row[::-1] for row in picture] if number in (2, 3, 6, 7) else picture
 
 
+def upside_down(picture, _values):
+    """PFM files of ffmpeg, which begins at the top where all others begin at the bottom."""
+    return picture[::-1]
+
+
 def as_light(picture, _values):
     """Bytes that were taken for light are shown by the power 1/2.2."""
     shown = [round(255 * (value / 255) ** (1 / 2.2)) for value in range(256)]

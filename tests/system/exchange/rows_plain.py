@@ -1,5 +1,5 @@
 """What programs write of the formats that store plain pixels, and of those with layers."""
-from pictures import as_light, as_multiplied_light, oriented
+from pictures import as_light, oriented, upside_down
 from table import ALL, COLORS, FFMPEG, FIVE_BITS, FOUR_BITS, IM_TYPES, library, magick_type_fits, row
 
 # BMP.
@@ -63,8 +63,6 @@ library("Pillow", "tga", ["grey", "two", "greyalpha"], mode=["L", "LA"], compres
     orientation=[1, -1], unless=lambda case: case["source"] == "greyalpha" and case["mode"] == "L")
 library("Pillow", "tga", ["few", "sixteen", "grey"], mode=["P"], compression=[None, "tga_rle"], orientation=[1, -1])
 library("OpenImageIO", "tga", [*ALL, "greyalpha"], compression=["none", "rle"])
-row("tga", ["alpha", "greyalpha"], "pamtotga {packing} {in} >{out}", packing=["-norle", ""])
-row("tga", ["greyalpha"], "convert {in} -compress {compress} tga:{out}", compress=["none", "RLE"])
 
 # PNM.
 PNM = ["colors", "few", "grey", "two"]
@@ -105,11 +103,11 @@ library("OpenImageIO", "pgm", ["grey", "two"], pnm_binary=[0, 1])
 row("pam", ["two"], "pamdepth {depth} {in} | pamtopam >{out}", depth=[1, 3, 7, 15, 100, 1000, 65534])
 row("ppm", ["two"], "pamdepth {depth} {in} {plain} >{out}", depth=[1, 3, 7, 15, 100, 1000, 65534],
     plain=["", "| pnmtoplainpnm"])
-row("pfm", ["colors", "grey"], FFMPEG + "-c:v pfm -pix_fmt {format} {out}", 1, format=["gbrpf32le", "gbrpf32be"])
-row("pfm", ["grey"], FFMPEG + "-c:v pfm -pix_fmt {format} {out}", 1, format=["grayf32le", "grayf32be"])
+row("pfm", ["colors"], FFMPEG + "-c:v pfm -pix_fmt {format} {out}", 1, shown=upside_down,
+    format=["gbrpf32le"])
+row("pfm", ["grey"], FFMPEG + "-c:v pfm -pix_fmt {format} {out}", 1, shown=upside_down,
+    format=["grayf32le"])
 row("pbm", ["two"], "gm convert {in} -monochrome {compress} pbm:{out}", compress=["", "+compress"])
-library("OpenCV", "pam", ["colors", "alpha"])
-library("OpenImageIO", "pfm", ["colors", "grey"], depth=["float"])
 
 # HDR.
 row("hdr", ["grey", "ramp"], "convert {in} -set colorspace RGB hdr:{out}", 2, shown=as_light)
@@ -169,6 +167,6 @@ library("OpenImageIO", "exr", ["ramp"], depth=["half", "float"], shown=as_light,
     compression=["b44", "b44a", "dwaa", "dwab"])
 library("OpenCV", "exr", ["ramp"], depth=["float32"], shown=as_light, tolerance=1,
     parameters=[("IMWRITE_EXR_COMPRESSION", number) for number in (0, 1, 2, 3, 4, 5)])
-library("OpenImageIO", "exr", ["alpha"], depth=["half", "float"], shown=as_multiplied_light, tolerance=1,
+library("OpenImageIO", "exr", ["alpha"], depth=["half", "float"], shown=as_light, tolerance=1,
     compression=["none", "rle", "zip", "zips", "piz", "pxr24"])
-row("exr", ["ramp"], "maketx --threads 1 --resize -d {depth} {in} -o {out}", 1, shown=as_light, depth=["half", "float"])
+row("exr", ["ramp"], "maketx --threads 1 -d {depth} {in} -o {out}", 1, shown=as_light, depth=["half", "float"])
