@@ -69,7 +69,7 @@ if [ ${#in_python[@]} -gt 0 ]; then
     fi
     export LD_PRELOAD="$library"
     found "Python: methods" 255 in_python -c 'import dibstream
-print(memoryview(dibstream.new(4, 2).pretend(3, mode="dark").flip_storage()).tolist()[0][0][0])'
+print(memoryview(dibstream.new(4, 2).pretend(3, mode="dark").apply("flip-storage")).tolist()[0][0][0])'
     found "Python: signatures" "(self, amount, mode='light', *, progress=None)" in_python -c 'import dibstream, inspect
 print(inspect.signature(dibstream.Image.pretend))'
     found "Python: texts" 'amount: how much to pretend (px, 1 to 9)' in_python -c 'import dibstream
