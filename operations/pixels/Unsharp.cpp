@@ -20,8 +20,8 @@ DIB_ALWAYS_INLINE unsigned char sharpened(unsigned char from, float blurred, flo
     const auto value = static_cast<float>(from);
     const float difference = value - blurred;
     // A factor instead of a branch, so that loops vectorise.
-    const float counts = std::fabs(difference) < threshold ? 0.0F : 1.0F;
-    return byteOf(value + amount * counts * difference);
+    const float factor = std::fabs(difference) < threshold ? 0.0F : amount;
+    return byteOf(value + factor * difference);
 }
 
 DIB_ALWAYS_INLINE void sharpenRow(const unsigned char* __restrict row, const float* __restrict blurred,
