@@ -1,8 +1,12 @@
 #include "scripts/sample/Scene.h"
 
-#include <optional>
+#include <DibOperation.h>
+#include <DibStream.h>
 
-#include "tools/gallery/Font.h"
+#include <cstring>
+#include <new>
+#include <optional>
+#include <string>
 
 namespace sample {
 
@@ -174,6 +178,33 @@ Color waterColor(Point p) {
 
 // A board on two posts.
 
+// A line of text in cells: letters are 5 cells wide and 7 high, and stand 6 cells apart.
+class Lettering {
+public:
+    explicit Lettering(const std::string& text) : columns_(static_cast<int>(text.size()) * 6 - 1) {
+        if (!cells_.Create(columns_, kRows, 24)) throw std::bad_alloc();
+        for (int row = 0; row < kRows; ++row) std::memset(cells_.ScanLine(row), 0, cells_.GetPitch());
+        // At this size a cell is a pixel.
+        DibChain step;
+        if (!DibParseStep(("text:" + text + ",size=10,color=#ffffff").c_str(), &step) ||
+            !DibApply(&cells_, step.steps, step.stepCount))
+            throw std::bad_alloc();
+    }
+
+    // `x` and `y` are from the middle of the line.
+    bool isInked(double x, double y, double cell) {
+        const double column = std::floor(x / cell + columns_ / 2.0);
+        const double row = std::floor(y / cell + kRows / 2.0);
+        return column >= 0 && column < columns_ && row >= 0 && row < kRows &&
+               *cells_.Pixel(static_cast<int>(column), static_cast<int>(row)) != 0;
+    }
+
+private:
+    static constexpr int kRows = 7;
+    int columns_;
+    DibStream cells_;
+};
+
 Layer signPost(double x, double y) {
     for (const double post : {-0.33, 0.33}) {
         const double across = (x - post) / 0.028;
@@ -193,13 +224,10 @@ Layer sign(Point p) {
     const double grain = cloudNoise(x * 6, y * 60, 4, 137);
     const Color board = mix({0.50, 0.34, 0.20}, {0.76, 0.57, 0.36}, grain);
     if (edge) return board * 0.55;
-    const auto written = [x, y](std::string_view text, double middle, double cell) {
-        const double column = x / cell + tool::textColumns(text) / 2.0;
-        const double row = (y - middle) / cell + tool::kTextRows / 2.0;
-        return tool::isInked(text, static_cast<int>(std::floor(column)), static_cast<int>(std::floor(row)));
-    };
-    if (written("DIBSTREAM", -0.07, 0.0152)) return Color{0.99, 0.96, 0.86};
-    if (written("1 4 8 16 24 32 BITS", 0.045, 0.0070)) return Color{0.16, 0.10, 0.06};
+    static Lettering name("DIBSTREAM");
+    static Lettering depths("1 4 8 16 24 32 BITS");
+    if (name.isInked(x, y + 0.07, 0.0152)) return Color{0.99, 0.96, 0.86};
+    if (depths.isInked(x, y - 0.045, 0.0070)) return Color{0.16, 0.10, 0.06};
     if (std::fabs(y - 0.088) < 0.004 && std::fabs(x) < 0.36) return Color{0.16, 0.10, 0.06};
     return board;
 }

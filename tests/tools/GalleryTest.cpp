@@ -6,7 +6,6 @@
 #include <filesystem>
 
 #include "tests/tools/Program.h"
-#include "tools/gallery/ContactSheet.h"
 #include "tools/gallery/GalleryPage.h"
 #include "tools/io/Operations.h"
 
@@ -184,31 +183,21 @@ TEST(Html, EncodesBytes) {
     EXPECT_EQ(tool::dataAddress("x/y", "\xff\xfe\xfd"), "data:x/y;base64,//79");
 }
 
-TEST(ContactSheet, HasRowsOfEightPictures) {
-    tool::ContactSheet one(8);
-    tool::ContactSheet two(9);
-    EXPECT_EQ(one.image().Header->biWidth, 1598);
-    EXPECT_EQ(one.image().Header->biHeight, 192);
-    EXPECT_EQ(two.image().Header->biHeight, 370);
-}
-
-TEST(ContactSheet, PutsPicturesInTheMiddleOfTheirPlaces) {
-    tool::ContactSheet sheet(9);
-    const auto paper = *sheet.image().Pixel(0, 0);
-    for (int i = 0; i < 9; ++i) {
-        DibStream picture;
-        ASSERT_TRUE(picture.Create(10, 6, 24));
-        for (int y = 0; y < 6; ++y) std::memset(picture.ScanLine(y), 200 + i, 30);
-        sheet.add(picture, "a-long-name-that-is-cut-off");
-    }
-    for (int i = 0; i < 9; ++i) {
-        const int left = 14 + i % 8 * 198 + 87;
-        const int top = 14 + i / 8 * 178 + 66;
-        EXPECT_EQ(*sheet.image().Pixel(left, top), 200 + i);
-        EXPECT_EQ(*sheet.image().Pixel(left + 9, top + 5), 200 + i);
-        EXPECT_EQ(*sheet.image().Pixel(left - 1, top), paper);
-        EXPECT_EQ(*sheet.image().Pixel(left + 9, top + 6), paper);
-    }
+TEST_F(Gallery, ItsContactSheetHasRowsOfEightPictures) {
+    ASSERT_EQ(run({"gallery", "in.bmp", "gallery", "--side=240"}).exitCode, 0);
+    DibStream sheet;
+    ASSERT_TRUE(LoadJPEG("gallery/contact-sheet.jpg", &sheet, nullptr, nullptr));
+    // Gaps of 14 around cells of 184 columns; the label below a picture takes 28 rows.
+    EXPECT_EQ(sheet.Header->biWidth, 14 + 8 * (184 + 14));
+    const int rows = static_cast<int>(tool::operations().size() + 1 + 7) / 8;
+    EXPECT_EQ(std::abs(sheet.Header->biHeight), 14 + rows * (138 + 28 + 14));
+    const auto isPaper = [&sheet](int x, int y) {
+        const unsigned char* pixel = sheet.Pixel(x, y);
+        return std::abs(pixel[0] - 28) < 9 && std::abs(pixel[1] - 23) < 9 && std::abs(pixel[2] - 21) < 9;
+    };
+    EXPECT_TRUE(isPaper(3, 3));
+    EXPECT_TRUE(isPaper(205, 60));
+    EXPECT_FALSE(isPaper(14 + 92, 14 + 69));
 }
 
 }  // namespace

@@ -1,19 +1,22 @@
 // `dib gallery`: what every operation of the table does to one picture.
 #include <DibHandle.h>
+#include <DibPictures.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <new>
 #include <optional>
 #include <span>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Options.h"
 #include "tools/commands/Pictures.h"
-#include "tools/gallery/ContactSheet.h"
 #include "tools/gallery/GalleryPage.h"
 #include "tools/io/Formats.h"
 #include "tools/io/Operations.h"
@@ -127,10 +130,10 @@ public:
         save(*other, kOther);
 
         GalleryPage page(show(input_, "in"), show(other, "other"));
-        sheet_.add(*input_, "original");
+        addTile(input_.clone(), "original");
         for (const DibOperation* operation : operations()) render(*operation, page);
         stopIfCancelled();
-        save(sheet_.image(), "contact-sheet.jpg");
+        save(*contactSheet(), "contact-sheet.jpg");
         writeText(*folder_ / "index.html", page.text());
         folder_->finish();
     }
@@ -152,6 +155,31 @@ private:
         return {bytes.str(), image.width(), image.height(), image.bitCount()};
     }
 
+    // Keeps a picture in the size that it has on the contact sheet.
+    void addTile(DibHandle tile, const char* label) {
+        if (!tile.hasPixels() || !DibApply(tile.get(), "fit:184x138 bpp:24")) throw std::bad_alloc();
+        tiles_.push_back(std::move(tile));
+        labels_.push_back(label);
+    }
+
+    DibHandle contactSheet() const {
+        std::vector<const DibStream*> pictures;
+        for (const DibHandle& tile : tiles_) pictures.push_back(tile.get());
+        DibMontageOptions options;
+        options.columns = 8;
+        options.gap = 14;
+        options.background = {28, 23, 21, 255};
+        options.labels = labels_.data();
+        options.labelSize = 20;
+        options.labelColor = {218, 226, 232, 255};
+        DibHandle sheet(new DibStream);
+        DibOperationResult result;
+        if (!DibMontage(pictures.data(), static_cast<int>(pictures.size()), sheet.get(), &options, &result))
+            throw Failure(kExitOperationFailed, std::string("contact sheet: ") + result.reason);
+        need(sheet->ChangeBpp(24, 0), "contact sheet", *sheet);
+        return sheet;
+    }
+
     // Renders the samples of an operation and puts one of them on the sheet.
     void render(const DibOperation& operation, GalleryPage& page) {
         std::vector<ShownSample> samples;
@@ -162,9 +190,7 @@ private:
             need(image.hasPixels(), kInput, *input_);
             samples.push_back({chain, applied(chain, *image), {}});
             samples.back().result = show(image, operation.name + ("-" + std::to_string(index + 1)));
-            if (index != sampleOfSheet(operation)) continue;
-            need(image->ChangeBpp(24, 0), kInput, *image);
-            sheet_.add(*image, operation.name);
+            if (index == sampleOfSheet(operation)) addTile(std::move(image), operation.name);
         }
         page.add(operation, samples);
     }
@@ -185,7 +211,8 @@ private:
     Notes notes_{job_.pictures};
     Progress progress_{stepCount() + 1, job_.showsProgress};
     DibHandle input_{new DibStream};
-    ContactSheet sheet_{static_cast<int>(operations().size()) + 1};
+    std::vector<DibHandle> tiles_;  // of the contact sheet
+    std::vector<const char*> labels_;
 };
 
 }  // namespace
