@@ -12,9 +12,9 @@ namespace {
 std::int64_t bounded(std::int64_t number) { return std::clamp<std::int64_t>(number, INT_MIN, INT_MAX); }
 
 // `anchor` is 0, 1 or 2: the near edge, the middle, the far edge.
-std::int64_t placed(std::int64_t free, std::uint32_t anchor, int offset) {
+int placed(std::int64_t free, std::uint32_t anchor, int offset) {
     const std::int64_t at = anchor == 0 ? offset : anchor == 1 ? free / 2 + offset : free - offset;
-    return bounded(at);
+    return dib::asInt(bounded(at));
 }
 
 }  // namespace

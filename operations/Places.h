@@ -27,11 +27,11 @@ inline constexpr DibParameter kPlace = choice("place", "where x and y count from
 
 // The upper left corner of what is put there, which may lie outside the picture.
 struct Place {
-    std::int64_t x;
-    std::int64_t y;
+    int x;
+    int y;
 };
 
-// By the three parameters, for something of that size. Within the range of an int.
+// By the three parameters, for something of that size.
 Place placeOf(const Job& job, std::int64_t width, std::int64_t height);
 
 }  // namespace operations

@@ -83,8 +83,7 @@ void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, 
     coverAlpha(over, count, row);
 }
 
-bool overlay(const Job& job, DibStream& over, OverlayPlace place, std::uint32_t opacity,
-             dib::BlendMode mode) {
+bool overlay(const Job& job, DibStream& over, Place place, std::uint32_t opacity, dib::BlendMode mode) {
     widen(job);
     widenQuietly(over, 32);
     const dib::Blender blender(mode);

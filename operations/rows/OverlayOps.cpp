@@ -52,9 +52,8 @@ bool runOverlay(const Job& job) {
     const Arguments& given = job.arguments;
     DibStream over;
     openPicture(job, given.path("file"), over);
-    const Place corner = placeOf(job, width(over), height(over));
     const auto opacity = static_cast<std::uint32_t>(std::lround(given.number("opacity") * 255));
-    return overlay(job, over, {dib::asInt(corner.x), dib::asInt(corner.y)}, opacity,
+    return overlay(job, over, placeOf(job, width(over), height(over)), opacity,
                    static_cast<dib::BlendMode>(given.word("mode")));
 }
 
