@@ -46,8 +46,8 @@ std::string filled(const std::string& pattern, const Values& values) {
 }
 
 std::string folderBelow(const fs::path& common, const fs::path& input) {
-    const fs::path folder = input.parent_path().lexically_normal().lexically_relative(
-        common.empty() ? fs::path(".") : common);
+    const fs::path folder =
+        input.parent_path().lexically_normal().lexically_relative(common.empty() ? fs::path(".") : common);
     const fs::path inside = folder.empty() ? input.parent_path().relative_path() : folder;
     if (*inside.begin() == "..") throw BadNames(inQuotes(input) + ": {folder} would lead out of the output");
     return inside == "." ? "" : inside.string();

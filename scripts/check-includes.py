@@ -23,8 +23,10 @@ ALLOWED = {
     "operations": {"include", "dib", "geometry", "effects"},
     # Lists of files and processes for the program: nothing about pictures.
     "batch": set(),
-    # The program is an application: it uses the installed headers.
-    "tools": {"include", "files", "batch"},
+    # Applications of the installed headers.
+    "texts": {"include"},
+    "gallery": {"include", "texts"},
+    "tools": {"include", "files", "batch", "texts", "gallery"},
     "python": {"include"},
 }
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of

@@ -15,7 +15,7 @@ files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
     # Each file that the build compiles, once.
     mapfile -t files < <(grep -o '"file": "[^"]*"' "$build/compile_commands.json" | cut -d '"' -f 4 | sort -u |
-        grep -E "^$PWD/(vexlibs|dib|geometry|effects|files|formats|operations|batch|c|plugins|tools|scripts|build/clang/python)/")
+        grep -E "^$PWD/(vexlibs|dib|geometry|effects|files|formats|operations|batch|texts|gallery|c|plugins|tools|scripts|build/clang/python)/")
 fi
 if [ "$latest" -gt 0 ]; then
     # The history names changed files, the youngest change first; what the build writes itself has none and stays in.

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "gallery/Page.h"
 #include "tests/tools/Program.h"
-#include "tools/gallery/GalleryPage.h"
-#include "tools/io/Operations.h"
+#include "texts/Tables.h"
 
 namespace tool_test {
 
@@ -42,17 +42,18 @@ TEST_F(Gallery, IsOnePageAndItsPictures) {
     std::vector<std::string> expected = {"contact-sheet.jpg", "in.bmp",          "index.html",
                                          "other.bmp",         "pictures/in.png", "pictures/other.png"};
     const std::string page = readFile("new/folder/index.html");
-    for (const DibOperation* operation : tool::operations()) {
+    for (const DibOperation* operation : texts::operations()) {
         for (std::size_t i = 0; i < std::size(operation->samples); ++i) {
             expected.push_back("pictures/" + std::string(operation->name) + "-" + std::to_string(i + 1) +
                                ".png");
             const std::string png = readFile("new/folder/" + expected.back());
-            EXPECT_NE(page.find(tool::dataAddress("image/png", png)), std::string::npos) << expected.back();
+            EXPECT_NE(page.find(gallery::dataAddress("image/png", png)), std::string::npos)
+                << expected.back();
             EXPECT_NE(
-                page.find("dib run in.bmp <b>" + tool::htmlText(operation->samples[i]) + "</b> out.bmp"),
+                page.find("dib run in.bmp <b>" + gallery::htmlText(operation->samples[i]) + "</b> out.bmp"),
                 std::string::npos);
         }
-        EXPECT_NE(page.find(tool::htmlText(operation->help)), std::string::npos) << operation->name;
+        EXPECT_NE(page.find(gallery::htmlText(operation->help)), std::string::npos) << operation->name;
     }
     std::ranges::sort(expected);
     EXPECT_EQ(filesBelow("new/folder"), expected);
@@ -89,7 +90,7 @@ TEST_F(Gallery, TwoRunsGiveTheSameBytes) {
 
 TEST_F(Gallery, ItsCommandsGiveItsPictures) {
     ASSERT_EQ(run({"gallery", "in.bmp", "gallery", "--side=240"}).exitCode, 0);
-    for (const DibOperation* operation : tool::operations()) {
+    for (const DibOperation* operation : texts::operations()) {
         const std::string chain = operation->samples[1];
         if (chain.find(' ') != std::string::npos) continue;
         const auto enterGallery = [] { EXPECT_EQ(chdir("gallery"), 0); };
@@ -173,14 +174,14 @@ TEST_F(Gallery, ASignalEndsIt) {
 
 // Pieces.
 
-TEST(Html, EscapesText) { EXPECT_EQ(tool::htmlText("a<b>&\"c\"'"), "a&lt;b&gt;&amp;&quot;c&quot;'"); }
+TEST(Html, EscapesText) { EXPECT_EQ(gallery::htmlText("a<b>&\"c\"'"), "a&lt;b&gt;&amp;&quot;c&quot;'"); }
 
 TEST(Html, EncodesBytes) {
-    EXPECT_EQ(tool::dataAddress("x/y", ""), "data:x/y;base64,");
-    EXPECT_EQ(tool::dataAddress("x/y", "f"), "data:x/y;base64,Zg==");
-    EXPECT_EQ(tool::dataAddress("x/y", "fo"), "data:x/y;base64,Zm8=");
-    EXPECT_EQ(tool::dataAddress("x/y", "foobar"), "data:x/y;base64,Zm9vYmFy");
-    EXPECT_EQ(tool::dataAddress("x/y", "\xff\xfe\xfd"), "data:x/y;base64,//79");
+    EXPECT_EQ(gallery::dataAddress("x/y", ""), "data:x/y;base64,");
+    EXPECT_EQ(gallery::dataAddress("x/y", "f"), "data:x/y;base64,Zg==");
+    EXPECT_EQ(gallery::dataAddress("x/y", "fo"), "data:x/y;base64,Zm8=");
+    EXPECT_EQ(gallery::dataAddress("x/y", "foobar"), "data:x/y;base64,Zm9vYmFy");
+    EXPECT_EQ(gallery::dataAddress("x/y", "\xff\xfe\xfd"), "data:x/y;base64,//79");
 }
 
 TEST_F(Gallery, ItsContactSheetHasRowsOfEightPictures) {
@@ -189,7 +190,7 @@ TEST_F(Gallery, ItsContactSheetHasRowsOfEightPictures) {
     ASSERT_TRUE(LoadJPEG("gallery/contact-sheet.jpg", &sheet, nullptr, nullptr));
     // Gaps of 14 around cells of 184 columns; the label below a picture takes 28 rows.
     EXPECT_EQ(sheet.Header->biWidth, 14 + 8 * (184 + 14));
-    const int rows = static_cast<int>(tool::operations().size() + 1 + 7) / 8;
+    const int rows = static_cast<int>(texts::operations().size() + 1 + 7) / 8;
     EXPECT_EQ(std::abs(sheet.Header->biHeight), 14 + rows * (138 + 28 + 14));
     const auto isPaper = [&sheet](int x, int y) {
         const unsigned char* pixel = sheet.Pixel(x, y);

@@ -2,8 +2,7 @@
 #include <set>
 
 #include "tests/tools/Program.h"
-#include "tools/io/Formats.h"
-#include "tools/io/Operations.h"
+#include "texts/Tables.h"
 
 namespace tool_test {
 
@@ -17,7 +16,7 @@ bool isPlainName(std::string_view name) {
 TEST(Tables, EveryFormatIsFit) {
     std::set<std::string_view> names;
     std::set<std::string_view> extensions;
-    for (const DibFormat* format : tool::formats()) {
+    for (const DibFormat* format : texts::formats()) {
         SCOPED_TRACE(format->name);
         EXPECT_TRUE(isPlainName(format->name));
         EXPECT_TRUE(names.insert(format->name).second) << "the name is taken";
@@ -33,7 +32,7 @@ TEST(Tables, EveryFormatIsFit) {
 using TablesInUse = ToolTest;
 
 TEST_F(TablesInUse, EveryExampleRuns) {
-    for (const DibOperation* operation : tool::operations()) {
+    for (const DibOperation* operation : texts::operations()) {
         const std::string example = operation->example;
         // Examples that read a second picture call it so.
         ASSERT_TRUE(picture_.SaveToFile("other.bmp"));
@@ -48,15 +47,15 @@ TEST_F(TablesInUse, EveryExampleRuns) {
 TEST_F(TablesInUse, JsonOfOperationsIsTheLibrarys) {
     const Result result = run({"ops", "--json"});
     ASSERT_EQ(result.exitCode, 0) << result.errors;
-    EXPECT_EQ(result.output, tool::descriptions(DIB_DESCRIBE_JSON) + "\n");
-    EXPECT_EQ(nlohmann::json::parse(result.output)["operations"].size(), tool::operations().size());
+    EXPECT_EQ(result.output, texts::descriptions(DIB_DESCRIBE_JSON) + "\n");
+    EXPECT_EQ(nlohmann::json::parse(result.output)["operations"].size(), texts::operations().size());
 }
 
 TEST_F(TablesInUse, OperationsAndFormatsAreListed) {
     const Result operations = run({"ops"});
     EXPECT_EQ(operations.exitCode, 0);
-    for (const DibOperation* operation : tool::operations()) {
-        const std::string text = tool::description(*operation, DIB_DESCRIBE_HELP);
+    for (const DibOperation* operation : texts::operations()) {
+        const std::string text = texts::description(*operation, DIB_DESCRIBE_HELP);
         EXPECT_NE(operations.output.find(text), std::string::npos) << operation->name;
         const Result help = run({"help", operation->name});
         EXPECT_EQ(help.exitCode, 0);
@@ -70,7 +69,7 @@ TEST_F(TablesInUse, OperationsAndFormatsAreListed) {
     const nlohmann::json all = nlohmann::json::parse(run({"formats", "--json"}).output);
     EXPECT_EQ(all["schema"], 1);
     const nlohmann::json json = all["formats"];
-    ASSERT_EQ(json.size(), tool::formats().size());
+    ASSERT_EQ(json.size(), texts::formats().size());
     EXPECT_EQ(json[0]["name"], "bmp");
     EXPECT_EQ(json[0]["extensions"], nlohmann::json::parse(R"(["bmp", "dib"])"));
     EXPECT_EQ(json[0]["reads"], true);

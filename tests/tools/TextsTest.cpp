@@ -8,9 +8,8 @@
 
 #include "tests/support/PeakMemory.h"
 #include "tests/tools/Program.h"
+#include "texts/Tables.h"
 #include "tools/cli/Printable.h"
-#include "tools/io/Formats.h"
-#include "tools/io/Operations.h"
 
 namespace tool_test {
 
@@ -278,15 +277,15 @@ TEST_F(Texts, HelpAndVersionGoToStandardOutput) {
     }
     const std::string runHelp = run({"run", "--help"}).output;
     EXPECT_NE(runHelp.find("dib run [OPTIONS] INPUT [OPERATION]... OUTPUT"), std::string::npos) << runHelp;
-    for (const DibOperation* operation : tool::operations()) {
-        EXPECT_NE(runHelp.find(tool::description(*operation, DIB_DESCRIBE_SYNOPSIS)), std::string::npos);
+    for (const DibOperation* operation : texts::operations()) {
+        EXPECT_NE(runHelp.find(texts::description(*operation, DIB_DESCRIBE_SYNOPSIS)), std::string::npos);
     }
 }
 
 TEST_F(Texts, ManPageIsCleanAndWhole) {
     const Result man = run({"man"});
     EXPECT_EQ(man.exitCode, 0);
-    for (const DibOperation* operation : tool::operations()) {
+    for (const DibOperation* operation : texts::operations()) {
         std::string title = ".SS ";
         for (const char c : std::string_view(operation->name))
             title += c == '-' ? std::string("\\-") : std::string(1, c);

@@ -54,6 +54,16 @@ private:
     const char* operands_;
 };
 
+std::string operandText(const CLI::App& command) {
+    std::string text;
+    for (const CLI::Option* option : command.get_options()) {
+        if (!option->get_positional()) continue;
+        const std::string name = option->get_name(true);
+        text += (text.empty() ? "" : " ") + (option->get_required() ? name : "[" + name + "]");
+    }
+    return text;
+}
+
 }  // namespace
 
 void declareCommands(CLI::App& app) {
@@ -71,26 +81,27 @@ const CLI::App* findCommand(const CLI::App& app, const std::string& name) {
     return isKnown ? app.get_subcommand(name) : nullptr;
 }
 
-std::vector<OptionText> optionTexts(const CLI::App& command) {
-    std::vector<OptionText> texts;
+std::vector<texts::Option> optionTexts(const CLI::App& command) {
+    std::vector<texts::Option> options;
     for (const CLI::Option* option : command.get_options()) {
         if (option->get_positional() || option->get_lnames().empty()) continue;
         const bool isSwitch = option->get_items_expected_max() == 0;
-        texts.push_back({"--" + option->get_lnames().front(), isSwitch ? "" : option->get_type_name(),
-                         option->get_description()});
+        options.push_back({"--" + option->get_lnames().front(), isSwitch ? "" : option->get_type_name(),
+                           option->get_description()});
     }
-    return texts;
+    return options;
 }
 
-std::string operandText(const CLI::App& app, const Command& command) {
-    if (command.operands != nullptr) return command.operands;
-    std::string text;
-    for (const CLI::Option* option : app.get_subcommand(command.name)->get_options()) {
-        if (!option->get_positional()) continue;
-        const std::string name = option->get_name(true);
-        text += (text.empty() ? "" : " ") + (option->get_required() ? name : "[" + name + "]");
+std::vector<texts::Command> commandTexts(const CLI::App& app) {
+    std::vector<texts::Command> texts;
+    for (const Command& row : commands()) {
+        const CLI::App& command = *app.get_subcommand(row.name);
+        // That of `dib run` lists the operations, which have a section of their own.
+        const std::string remarks = row.name == std::string_view("run") ? "" : command.get_footer();
+        const std::string operands = row.operands != nullptr ? row.operands : operandText(command);
+        texts.push_back({row.name, row.help, operands, remarks, optionTexts(command)});
     }
-    return text;
+    return texts;
 }
 
 }  // namespace tool

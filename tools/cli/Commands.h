@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "texts/Commands.h"
+
 namespace CLI {
 class App;
 }
@@ -31,19 +33,10 @@ void declareCommands(CLI::App& app);
 
 // The hidden command that the scripts for the shells call with the words after the program's name.
 inline constexpr const char* kCompleteCommand = "__complete";
-// Its answer: completions of the last word, which may be empty. The first line is "files" if file names fit
-// as well, else "words"; then each word has a line, with a tab and an explanation after it if there is one.
-std::string completions(const CLI::App& app, const std::vector<std::string>& words);
 
-// What the manual and the completion say about an option.
-struct OptionText {
-    std::string name;    // "--progress"
-    std::string values;  // "auto|always|never", a placeholder, or empty for a switch.
-    std::string help;
-};
-std::vector<OptionText> optionTexts(const CLI::App& command);
-// "INPUT [OPERATION]... OUTPUT"
-std::string operandText(const CLI::App& app, const Command& command);
+// The options and operands of a command, and all of them, as the manual and the completion describe them.
+std::vector<texts::Option> optionTexts(const CLI::App& command);
+std::vector<texts::Command> commandTexts(const CLI::App& app);
 
 }  // namespace tool
 

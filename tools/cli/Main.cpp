@@ -36,7 +36,7 @@ void run(int argumentCount, char** arguments) {
     CLI::App app("Reads, changes and writes pictures.", "dib");
     tool::declareCommands(app);
     if (argumentCount > 1 && arguments[1] == std::string_view(tool::kCompleteCommand)) {
-        tool::print(tool::completions(app, {arguments + 2, arguments + argumentCount}));
+        tool::print(texts::completions(tool::commandTexts(app), {arguments + 2, arguments + argumentCount}));
         return;
     }
     tool::usePluginFolder("");

@@ -8,6 +8,7 @@
 #include <climits>
 #include <memory>
 
+#include "texts/Commands.h"
 #include "tools/cli/Suggestion.h"
 #include "tools/io/Formats.h"
 #include "tools/io/PluginFolder.h"
@@ -78,7 +79,7 @@ void addFormat(CLI::App& command, const std::string& name, const char*& format, 
     command
         .add_option_function<std::string>(
             name, [&format](const std::string& chosen) { format = formatNamed(chosen); }, help)
-        ->type_name(kFormatPlaceholder);
+        ->type_name(texts::kFormatPlaceholder);
 }
 
 void addOpening(CLI::App& command, DibLoadOptions& options) {

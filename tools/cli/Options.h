@@ -14,8 +14,6 @@ class Validator;
 
 namespace tool {
 
-inline constexpr const char* kFormatPlaceholder = "FORMAT";  // Stands for the name of a format.
-
 // A check that a value is one of "a|b|c".
 CLI::Validator oneOf(const std::string& choices);
 // A check that it is a whole number in a range.

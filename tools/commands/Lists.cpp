@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "texts/Tables.h"
 #include "tools/cli/Options.h"
 #include "tools/io/Files.h"
 #include "tools/io/Formats.h"
@@ -27,8 +28,8 @@ Json jsonOf(const DibFormat* format) {
                  {"mimeTypes", wordsOf(format->mimeTypes)},
                  {"reads", format->readDepths != 0},
                  {"writes", format->writeDepths != 0},
-                 {"readsDepths", depthsText(format->readDepths)},
-                 {"writesDepths", depthsText(format->writeDepths)},
+                 {"readsDepths", texts::depthsText(format->readDepths)},
+                 {"writesDepths", texts::depthsText(format->writeDepths)},
                  {"layers", format->hasLayers},
                  {"pages", format->hasPages},
                  {"paletteAlpha", format->hasPaletteAlpha},
@@ -54,8 +55,8 @@ std::string textOf(const DibFormat* format) {
     };
     add("extensions", CLI::detail::join(wordsOf(format->extensions), ", "));
     add("MIME types", CLI::detail::join(wordsOf(format->mimeTypes), ", "));
-    add("reads", depthsText(format->readDepths));
-    add("writes", depthsText(format->writeDepths));
+    add("reads", texts::depthsText(format->readDepths));
+    add("writes", texts::depthsText(format->writeDepths));
     if (format->hasLayers) add("parts", "layers");
     if (format->hasPages) add("parts", "pages");
     if (format->hasPaletteAlpha) add("palettes", "with alpha");
@@ -83,19 +84,20 @@ void declareList(CLI::App& command, const char* operand, const char* help, const
 
 void printOperations(const ListJob& job) {
     if (job.names.empty())
-        return print(job.asJson ? descriptions(DIB_DESCRIBE_JSON) + "\n" : descriptions(DIB_DESCRIBE_HELP));
+        return print(job.asJson ? texts::descriptions(DIB_DESCRIBE_JSON) + "\n"
+                                : texts::descriptions(DIB_DESCRIBE_HELP));
     Json json = {{"schema", kDibOperationSchema}, {"operations", Json::array()}};
     std::string text;
     for (const std::string& name : job.names) {
         const DibOperation& row = operationNamed(name);
-        json["operations"].push_back(Json::parse(description(row, DIB_DESCRIBE_JSON)));
-        text += (text.empty() ? "" : "\n") + description(row, DIB_DESCRIBE_HELP);
+        json["operations"].push_back(Json::parse(texts::description(row, DIB_DESCRIBE_JSON)));
+        text += (text.empty() ? "" : "\n") + texts::description(row, DIB_DESCRIBE_HELP);
     }
     print(job.asJson ? jsonText(json) : text);
 }
 
 void printFormats(const ListJob& job) {
-    std::vector<const DibFormat*> rows(formats().begin(), formats().end());
+    std::vector<const DibFormat*> rows(texts::formats().begin(), texts::formats().end());
     if (!job.names.empty()) rows.clear();
     for (const std::string& name : job.names) rows.push_back(DibFindFormat(formatNamed(name)));
     Json json = {{"schema", 1}, {"formats", Json::array()}};

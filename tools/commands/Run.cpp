@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "texts/Tables.h"
 #include "tools/cli/Options.h"
 #include "tools/cli/Suggestion.h"
 #include "tools/commands/Run.h"
@@ -31,8 +32,9 @@ std::string operationSummary() {
         "An operation is its name, a colon and its parameters, separated by commas; a comma or a "
         "backslash\ninside a value is written with a backslash before it.\n\n"
         "Operations (details: `dib help OPERATION`):\n";
-    for (const DibOperation* operation : operations())
-        text += "  " + description(*operation, DIB_DESCRIBE_SYNOPSIS) + "\n      " + operation->help + "\n";
+    for (const DibOperation* operation : texts::operations())
+        text += "  " + texts::description(*operation, DIB_DESCRIBE_SYNOPSIS) + "\n      " + operation->help +
+                "\n";
     return text;
 }
 
@@ -62,7 +64,7 @@ void addInput(batch::Inputs& inputs, const std::string& command, const std::stri
     if (std::filesystem::is_directory(word, none))
         throw usageFailure(word + " is a folder; '" + word + "/*' is its files");
     throw Failure(kExitBadInput, command + ": '" + word + "' is not a file, pattern or operation" +
-                                     suggestion(word.substr(0, word.find(':')), namesOf(operations()),
+                                     suggestion(word.substr(0, word.find(':')), namesOf(texts::operations()),
                                                 "; there is no such file"));
 } catch (const std::filesystem::filesystem_error& error) {
     throw Failure(kExitBadInput,

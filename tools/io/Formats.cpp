@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "texts/Tables.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Suggestion.h"
 
@@ -13,7 +14,7 @@ namespace tool {
 
 const char* formatNamed(const std::string& typed) {
     std::vector<std::string> words;
-    for (const DibFormat* format : formats()) {
+    for (const DibFormat* format : texts::formats()) {
         std::vector<const char*> names = {format->name};
         for (const char* extension : DibList(format->extensions)) names.push_back(extension);
         for (const char* name : names) {
@@ -35,7 +36,7 @@ namespace {
 // The end of a message about an unknown extension of a file.
 std::string extensionSuggestion(const std::string& fileName) {
     std::vector<std::string> extensions;
-    for (const DibFormat* format : formats()) {
+    for (const DibFormat* format : texts::formats()) {
         if (format->writeDepths == 0) continue;
         for (const char* extension : DibList(format->extensions))
             extensions.push_back("." + std::string(extension));

@@ -1,17 +1,13 @@
-// The library's table of file formats as the program shows it.
+// File formats as the command line names them.
 #ifndef TOOLS_IO_FORMATS_H
 #define TOOLS_IO_FORMATS_H
 
 #include <DibFile.h>
-#include <DibOperation.h>
 
 #include <filesystem>
 #include <string>
 
 namespace tool {
-
-// Every format, in the order in which help lists them.
-inline DibList<DibFormat> formats() { return DibList(DibGetFormats()); }
 
 // The format of a file name's extension, or null.
 inline const DibFormat* formatOfExtension(const std::string& fileName) {
@@ -29,16 +25,6 @@ const char* extensionFor(const char* spelling);
 // The format of an output: the chosen one, or that of its extension. Throws Failure (usage) when there is
 // none or it cannot be written.
 const DibFormat* formatForOutput(const std::string& fileName, const char* chosen);
-
-// A set of `DibStream::DIB_ACCEPT_1` and so on in words: "8, 24 bits", or "no" for none.
-inline std::string depthsText(unsigned int depths) {
-    std::string text;
-    for (const char* bits : {"1", "4", "8", "16", "24", "32"}) {
-        if ((depths & 1) != 0) text += (text.empty() ? "" : ", ") + std::string(bits);
-        depths >>= 1;
-    }
-    return text.empty() ? "no" : text + " bits";
-}
 
 }  // namespace tool
 

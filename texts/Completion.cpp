@@ -1,18 +1,14 @@
-// `dib completion`: the scripts for the shells, and the program's answers to them.
-#include <CLI/CLI.hpp>
+// The scripts for the shells, and the program's answers to them.
+#include <algorithm>
+#include <string_view>
 
-#include "tools/cli/Commands.h"
-#include "tools/cli/Options.h"
-#include "tools/io/Assets.h"
-#include "tools/io/Files.h"
-#include "tools/io/Formats.h"
-#include "tools/io/Operations.h"
+#include "texts/Assets.h"
+#include "texts/Commands.h"
+#include "texts/Tables.h"
 
-namespace tool {
+namespace texts {
 
 namespace {
-
-constexpr const char* kShells = "bash|zsh|fish";
 
 // The words that begin with what was typed.
 class Offers {
@@ -22,8 +18,13 @@ public:
     void add(const std::string& word, std::string_view help = {}) {
         if (word.starts_with(typed_)) lines_ += word + (help.empty() ? "" : "\t" + std::string(help)) + "\n";
     }
-    void addEach(const std::string& head, const std::string& choices) {
-        for (const std::string& choice : CLI::detail::split(choices, '|')) add(head + choice);
+    // The choices have '|' between them.
+    void addEach(const std::string& head, std::string_view choices) {
+        while (!choices.empty()) {
+            const std::size_t end = std::min(choices.find('|'), choices.size());
+            add(head + std::string(choices.substr(0, end)));
+            choices.remove_prefix(std::min(end + 1, choices.size()));
+        }
     }
     void alsoFiles() { kind_ = "files\n"; }
     std::string text() const { return kind_ + lines_; }
@@ -34,9 +35,9 @@ private:
     std::string lines_;
 };
 
-void offerOptions(const CLI::App& command, const std::string& typed, Offers& offers) {
+void offerOptions(const Command& command, const std::string& typed, Offers& offers) {
     const std::size_t equals = typed.find('=');
-    for (const OptionText& option : optionTexts(command)) {
+    for (const Option& option : command.options) {
         if (equals == std::string::npos) {
             offers.add(option.name + (option.values.empty() ? "" : "="), option.help);
         } else if (option.name != typed.substr(0, equals)) {
@@ -89,48 +90,45 @@ void offerOperations(const std::string& typed, Offers& offers) {
     offers.alsoFiles();
 }
 
-void offerCommands(Offers& offers) {
-    for (const Command& command : commands()) offers.add(command.name, command.help);
+void offerCommands(const std::vector<Command>& commands, Offers& offers) {
+    for (const Command& command : commands) offers.add(command.name, command.help);
 }
 
-void offerOperands(std::string_view command, const std::string& typed, Offers& offers) {
+void offerOperands(const std::vector<Command>& commands, std::string_view command, const std::string& typed,
+                   Offers& offers) {
     if (command == "run" || command == "each") return offerOperations(typed, offers);
     if (command == "completion") return offers.addEach("", kShells);
     if (command == "formats") {
         for (const DibFormat* format : formats()) offers.add(format->name, format->title);
         return;
     }
-    if (command == "help") offerCommands(offers);
+    if (command == "help") offerCommands(commands, offers);
     if (command != "help" && command != "ops") return offers.alsoFiles();
     for (const DibOperation* operation : operations()) offers.add(operation->name, operation->help);
 }
 
 }  // namespace
 
-std::string completions(const CLI::App& app, const std::vector<std::string>& words) {
+std::string completions(const std::vector<Command>& commands, const std::vector<std::string>& words) {
     const std::string typed = words.empty() ? "" : words.back();
     Offers offers(typed);
     if (words.size() < 2) {
-        offerCommands(offers);
+        offerCommands(commands, offers);
         offers.addEach("", "--help|--version");
         return offers.text();
     }
-    const CLI::App* command = findCommand(app, words.front());
-    if (command == nullptr) return offers.text();
+    const auto command = std::ranges::find(commands, words.front(), &Command::name);
+    if (command == commands.end()) return offers.text();
     if (typed.starts_with('-')) {
         offerOptions(*command, typed, offers);
     } else {
-        offerOperands(words.front(), typed, offers);
+        offerOperands(commands, command->name, typed, offers);
     }
     return offers.text();
 }
 
-void declareCompletion(CLI::App& command) {
-    const auto shell = std::make_shared<std::string>();
-    addOperand(command, "SHELL", *shell, kShells)->check(oneOf(kShells));
-    command.callback([shell] {
-        print(std::string(*shell == "bash" ? kBashScript : *shell == "zsh" ? kZshScript : kFishScript));
-    });
+std::string completionScript(const std::string& shell) {
+    return std::string(shell == "bash" ? kBashScript : shell == "zsh" ? kZshScript : kFishScript);
 }
 
-}  // namespace tool
+}  // namespace texts

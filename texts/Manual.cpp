@@ -1,14 +1,11 @@
-// `dib man`: the manual page, as roff.
-#include <CLI/CLI.hpp>
+// The manual page: what the program is, its commands, and the library's tables.
 #include <algorithm>
+#include <string_view>
 
-#include "tools/cli/Commands.h"
-#include "tools/cli/ExitCode.h"
-#include "tools/io/Files.h"
-#include "tools/io/Formats.h"
-#include "tools/io/Operations.h"
+#include "texts/Commands.h"
+#include "texts/Tables.h"
 
-namespace tool {
+namespace texts {
 
 namespace {
 
@@ -64,17 +61,13 @@ std::string remarks(const std::string& text) {
     return roff;
 }
 
-std::string commandSection(const CLI::App& app) {
+std::string commandSection(const std::vector<Command>& commands) {
     std::string roff = ".SH COMMANDS\n";
-    for (const Command& command : commands()) {
+    for (const Command& command : commands) {
         std::string tag = bold(command.name);
-        const std::string operands = operandText(app, command);
-        if (!operands.empty()) tag += " " + escaped(operands);
-        const CLI::App& declared = *app.get_subcommand(command.name);
-        roff += item(tag, paragraph(std::string(command.help) + "."));
-        // The operations, which the help of `dib run` lists, have a section of their own.
-        if (command.name != std::string_view("run")) roff += remarks(declared.get_footer());
-        for (const OptionText& option : optionTexts(declared)) {
+        if (!command.operands.empty()) tag += " " + escaped(command.operands);
+        roff += item(tag, paragraph(command.help + ".")) + remarks(command.remarks);
+        for (const Option& option : command.options) {
             if (option.name == "--help") continue;
             roff += ".RS\n" +
                     item(bold(option.name) + (option.values.empty() ? "" : "=" + escaped(option.values)),
@@ -129,25 +122,17 @@ std::string formatTable() {
     return roff;
 }
 
-std::string exitStatus() {
-    const std::pair<int, const char*> codes[] = {
-        {kExitDone, "Done."},
-        {kExitOperationFailed, "An operation failed."},
-        {kExitUsage, "The command line is wrong."},
-        {kExitBadInput,
-         "An input cannot be read or is not supported.\n\\fBinfo\\fR prints what the others say all the "
-         "same."},
-        {kExitOutputFailed, "The output cannot be written."},
-        {kExitStrict, "Something would be lost, assumed or damaged, and \\-\\-strict was given."},
-        {kExitCancelled, "Cancelled by a signal."},
-    };
+std::string exitStatus(const std::vector<ExitCode>& codes) {
     std::string roff = ".SH EXIT STATUS\n";
-    for (const auto& [code, meaning] : codes) roff += item(bold(std::to_string(code)), meaning);
+    for (const auto& [code, meaning] : codes) roff += item(bold(std::to_string(code)), paragraph(meaning));
     return roff;
 }
 
-std::string manPage(const CLI::App& app) {
-    return std::string(".TH DIB 1 ") + kDate + " \"DibStream " DIB_TOOL_VERSION "\"\n" +
+}  // namespace
+
+std::string manualPage(const std::string& version, const std::vector<Command>& commands,
+                       const std::vector<ExitCode>& exitCodes) {
+    return std::string(".TH DIB 1 ") + kDate + " \"DibStream " + version + "\"\n" +
            // Lines of a synopsis cannot be adjusted on both sides.
            ".ad l\n.SH NAME\ndib \\- read, change and write pictures\n"
            ".SH SYNOPSIS\n.B dib run\n.I INPUT\n.RI [ OPERATION ]...\n.I OUTPUT\n.br\n"
@@ -161,8 +146,8 @@ std::string manPage(const CLI::App& app) {
            "A file\n.B \\-\nis standard input or standard output.\n"
            "An output appears under its name only when it is complete.\nA file that it replaces stays until "
            "then.\n" +
-           commandSection(app) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
-           item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") + exitStatus() +
+           commandSection(commands) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
+           item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") + exitStatus(exitCodes) +
            ".SH EXAMPLES\n.nf\n"
            "dib run in.bmp bpp:8,method=median out.bmp\n"
            "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"
@@ -170,10 +155,4 @@ std::string manPage(const CLI::App& app) {
            "dib info *.bmp \\-\\-json\n.fi\n";
 }
 
-}  // namespace
-
-void declareMan(CLI::App& command) {
-    command.callback([&command] { print(manPage(*command.get_parent())); });
-}
-
-}  // namespace tool
+}  // namespace texts

@@ -1,14 +1,14 @@
-// The page of `dib gallery`: one file that loads nothing from elsewhere.
-#ifndef TOOLS_GALLERY_GALLERY_PAGE_H
-#define TOOLS_GALLERY_GALLERY_PAGE_H
+// The page: one file that loads nothing from elsewhere.
+#ifndef GALLERY_PAGE_H
+#define GALLERY_PAGE_H
+
+#include <DibOperation.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "tools/io/Operations.h"
-
-namespace tool {
+namespace gallery {
 
 // A picture of the page.
 struct ShownPicture {
@@ -24,13 +24,13 @@ struct ShownSample {
     ShownPicture result;
 };
 
-class GalleryPage {
+class Page {
 public:
-    GalleryPage(const ShownPicture& original, const ShownPicture& other);
+    Page(const ShownPicture& original, const ShownPicture& other);
     // Adds the next operation of the table.
     void add(const DibOperation& operation, const std::vector<ShownSample>& samples);
     // In HTML.
-    std::string text() const;
+    std::string text(const std::string& version) const;
 
 private:
     std::string original_;
@@ -44,6 +44,6 @@ std::string htmlText(std::string_view text);
 // An address that holds the bytes of a file of that type.
 std::string dataAddress(std::string_view mediaType, std::string_view bytes);
 
-}  // namespace tool
+}  // namespace gallery
 
 #endif

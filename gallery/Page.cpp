@@ -1,17 +1,18 @@
-#include "tools/gallery/GalleryPage.h"
+#include "gallery/Page.h"
 
 #include <algorithm>
 #include <cstdint>
 
-#include "tools/io/Assets.h"
+#include "gallery/Assets.h"
+#include "texts/Tables.h"
 
-namespace tool {
+namespace gallery {
 
 namespace {
 
 std::string pixelsText(const ShownPicture& picture) {
     return std::to_string(picture.width) + " × " + std::to_string(picture.height) + ", " +
-           std::to_string(picture.bitCount) + (picture.bitCount == 1 ? " bit" : " bits");
+           texts::countText(picture.bitCount, "bit");
 }
 
 // `attributes` begins with a space.
@@ -25,7 +26,7 @@ std::string imageElement(const ShownPicture& picture, const std::string& alterna
 // With <wbr> where the browser may break the line.
 std::string synopsisText(const DibOperation& operation) {
     std::string html;
-    for (const char c : description(operation, DIB_DESCRIBE_SYNOPSIS)) {
+    for (const char c : texts::description(operation, DIB_DESCRIBE_SYNOPSIS)) {
         if (c == '[' || c == '|') html += "<wbr>";
         html += htmlText(std::string_view(&c, 1));
     }
@@ -41,7 +42,7 @@ std::string sourceFigure(const ShownPicture& picture, const std::string& file, c
 std::string contents() {
     std::string html;
     std::string_view area;
-    for (const DibOperation* operation : operations()) {
+    for (const DibOperation* operation : texts::operations()) {
         if (operation->area != area) {
             html += (area.empty() ? "" : "</div>\n") + ("<div><dt>" + htmlText(operation->area)) + "</dt>";
             area = operation->area;
@@ -108,11 +109,11 @@ std::string dataAddress(std::string_view mediaType, std::string_view bytes) {
     return address;
 }
 
-GalleryPage::GalleryPage(const ShownPicture& original, const ShownPicture& other)
+Page::Page(const ShownPicture& original, const ShownPicture& other)
     : original_(sourceFigure(original, "in.bmp", "The original picture", " id=\"original\"")),
       other_(sourceFigure(other, "other.bmp", "The second picture: rings in two colours", "")) {}
 
-void GalleryPage::add(const DibOperation& operation, const std::vector<ShownSample>& samples) {
+void Page::add(const DibOperation& operation, const std::vector<ShownSample>& samples) {
     if (operation.area != area_) {
         sections_ += (area_.empty() ? "" : "</section>\n") + ("<section>\n<h2>" + htmlText(operation.area)) +
                      "</h2>\n";
@@ -121,22 +122,22 @@ void GalleryPage::add(const DibOperation& operation, const std::vector<ShownSamp
     sections_ += operationArticle(operation, samples);
 }
 
-std::string GalleryPage::text() const {
-    const std::size_t count = operations().size();
+std::string Page::text(const std::string& version) const {
+    const std::size_t count = texts::operations().size();
     const std::pair<std::string_view, std::string> kParts[] = {
-        {"style", std::string(kBaseStyle) + std::string(kGalleryStyle)},
-        {"version", DIB_TOOL_VERSION},
+        {"style", std::string(kBaseStyle) + std::string(kStyle)},
+        {"version", version},
         {"operations", std::to_string(count)},
         {"samples", std::to_string(count * std::size(DibOperation{}.samples))},
         {"original", original_},
         {"other", other_},
         {"contents", contents()},
         {"sections", sections_ + "</section>\n"},
-        {"script", std::string(kGalleryScript)},
+        {"script", std::string(kScript)},
     };
     // Filled in the order of the page: text of a part that looks like a placeholder stays.
     std::string page;
-    std::string_view rest = kGalleryPage;
+    std::string_view rest = kPage;
     for (const auto& [name, part] : kParts) {
         const std::string placeholder = "{{" + std::string(name) + "}}";
         const std::size_t place = rest.find(placeholder);
@@ -146,4 +147,4 @@ std::string GalleryPage::text() const {
     return page.append(rest);
 }
 
-}  // namespace tool
+}  // namespace gallery
