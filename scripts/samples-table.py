@@ -436,7 +436,7 @@ def page(outcomes):
 {len(outcomes)} sample files of many makers, opened by `dib run` and by {versions}. The picture
 that counts is the one that most programs show, or the one that is known of a file made for tests. A picture is right when it
 has the size of that one and no sample differs by more than 1 of 255;
-[samples-table.py](../scripts/samples-table.py) says how colours and alpha are compared. Files that no other program opens are not judged. What is explained has a reason in the last table: most
+[samples-table.py](../scripts/samples-table.py) says how colours and alpha are compared. Files that no other program opens are left out. What is explained has a reason in the last table: most
 programs may show a file otherwise than it says.
 
 {overview(outcomes)}

@@ -73,7 +73,7 @@ void printConversions();
 void printGeometry();
 /// Savers, loaders of what they wrote, and loaders of damaged copies.
 void printFiles();
-/// Every file of an index of samples through its loader.
+/// Every file below a folder through every loader, whole and cancelled.
 void printSamples(const std::string& folder);
 
 }  // namespace digest

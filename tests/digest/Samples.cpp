@@ -1,9 +1,10 @@
-// Loading the files of a folder of samples, each by its format; documents with layers, masks and the log.
+// Loading the files of a folder by every loader; documents with layers, masks and the log.
 #include <DibCodec.h>
 #include <DibPSDLoader.h>
 
-#include <fstream>
-#include <sstream>
+#include <algorithm>
+#include <filesystem>
+#include <vector>
 
 #include "dib/File.h"
 #include "tests/digest/Digest.h"
@@ -71,6 +72,15 @@ Hash document(const std::string& path) {
     return hash;
 }
 
+std::vector<std::string> filesBelow(const std::string& folder) {
+    std::vector<std::string> paths;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file()) paths.push_back(entry.path().string());
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
 }  // namespace
 
 std::span<const Loader> loaders() {
@@ -94,22 +104,14 @@ void loadInto(Hash& hash, const Loader& loader, const std::string& path, int can
 
 void printSamples(const std::string& folder) {
     DibStream::SetDllFilePath(testing_support::builtPlugins().c_str());
-    std::ifstream index(folder + "/INDEX.tsv");
-    std::string row;
-    std::getline(index, row);  // names of the columns
-    while (std::getline(index, row)) {
-        std::istringstream fields(row);
-        std::string format;
-        std::string local;
-        std::getline(fields, format, '\t');
-        for (int i = 0; i < 4; ++i) std::getline(fields, local, '\t');
+    for (const std::string& path : filesBelow(folder)) {
+        const std::string name = path.substr(folder.size());
         for (const Loader& loader : loaders()) {
-            if (format != loader.name) continue;
             Hash hash;
-            loadInto(hash, loader, folder + "/" + local, -1);
-            line("sample " + local, loader.dependsOn, hash);
-            if (format == "psd") line("document " + local, "-", document(folder + "/" + local));
+            for (const int cancelAt : {-1, 2}) loadInto(hash, loader, path, cancelAt);
+            line("sample " + name + " as " + loader.name, loader.dependsOn, hash);
         }
+        line("document " + name, "-", document(path));
     }
 }
 
