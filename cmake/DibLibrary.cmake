@@ -29,6 +29,15 @@ file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/pixels/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/rows/*.cpp)
 file(GLOB diagnosis_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/formats/diagnosis/*.cpp)
+# Letters from the files of fonts, where FreeType is installed.
+find_package(Freetype 2.10)
+if(TARGET Freetype::Freetype)
+    list(APPEND operation_sources ${PROJECT_SOURCE_DIR}/operations/fonts/Freetype.cpp)
+    set_property(SOURCE ${PROJECT_SOURCE_DIR}/operations/fonts/Freetype.cpp APPEND PROPERTY INCLUDE_DIRECTORIES
+        ${FREETYPE_INCLUDE_DIRS})
+else()
+    list(APPEND operation_sources ${PROJECT_SOURCE_DIR}/operations/fonts/NoFreetype.cpp)
+endif()
 set_source_files_properties(${operation_sources} ${diagnosis_sources} PROPERTIES COMPILE_OPTIONS "${DIB_JOINS_TEXTS}")
 
 # The header of C programs has the version too; the two are compared.
@@ -67,6 +76,11 @@ endif()
 
 set_property(SOURCE ${PROJECT_SOURCE_DIR}/formats/linux/Deflater.cpp APPEND PROPERTY COMPILE_DEFINITIONS
     DIB_HAS_ISAL=$<TARGET_EXISTS:PkgConfig::ISAL>)
+
+# No other source sees its headers.
+if(TARGET Freetype::Freetype)
+    list(APPEND DIB_PLATFORM_LIBRARIES $<LINK_ONLY:Freetype::Freetype>)
+endif()
 
 add_library(dibstream_objects OBJECT ${dib_sources} ${operation_sources})
 dib_library_settings(dibstream_objects)

@@ -127,7 +127,9 @@ constexpr DibParameter fill(const char* name, const char* help, const char* stan
 }
 constexpr DibParameter path(const char* name, const char* help) { return {name, DIB_PARAMETER_PATH, help}; }
 
-constexpr DibParameter text(const char* name, const char* help) { return {name, DIB_PARAMETER_TEXT, help}; }
+constexpr DibParameter text(const char* name, const char* help, const char* standard = nullptr) {
+    return {name, DIB_PARAMETER_TEXT, help, standard};
+}
 
 // Off unless its name is given.
 constexpr DibParameter toggle(const char* name, const char* help) {

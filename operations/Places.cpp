@@ -28,4 +28,12 @@ Place placeOf(const Job& job, std::int64_t width, std::int64_t height) {
             placed(freeY, place >> 2, given.pixels("y", dib::asInt(freeY)))};
 }
 
+Part partInside(const dib::Raster& picture, Place corner, std::int64_t width, std::int64_t height) {
+    const auto end = [](int start, std::int64_t length, int full) {
+        return dib::asInt(std::clamp<std::int64_t>(start + length, 0, full));
+    };
+    return {std::max(corner.x, 0), std::max(corner.y, 0), end(corner.x, width, picture.width),
+            end(corner.y, height, picture.height)};
+}
+
 }  // namespace operations

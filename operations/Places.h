@@ -2,8 +2,11 @@
 #ifndef OPERATIONS_PLACES_H
 #define OPERATIONS_PLACES_H
 
+#include <cstddef>
 #include <cstdint>
 
+#include "dib/Numbers.h"
+#include "dib/Raster.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -33,6 +36,19 @@ struct Place {
 
 // By the three parameters, for something of that size.
 Place placeOf(const Job& job, std::int64_t width, std::int64_t height);
+
+// The part of what is put there that lies in the picture: its pixels from left and top on, before right and
+// bottom.
+struct Part {
+    int left;
+    int top;
+    int right;
+    int bottom;
+
+    bool isEmpty() const { return left >= right || top >= bottom; }
+    std::size_t columns() const { return isEmpty() ? 0 : dib::asSize(right - left); }
+};
+Part partInside(const dib::Raster& picture, Place corner, std::int64_t width, std::int64_t height);
 
 }  // namespace operations
 

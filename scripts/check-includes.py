@@ -40,6 +40,10 @@ STANDARD_HEADER = re.compile(r"[a-z_0-9]+|std(bool|def|int|io)\.h|immintrin\.h|s
                              r"|(io|windef|windows|wingdi)\.h")
 FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|zlib\.h|isa-l/|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit|LoadLibrary|wincodec")
 
+# FreeType draws letters, nothing else.
+FREETYPE = re.compile(r"freetype/\w+\.h")
+FREETYPE_USER = ("operations", "Freetype")
+
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
 SOURCES = {".h", ".hpp", ".cpp", ".mm", ".inl"}
 
@@ -65,6 +69,8 @@ def judge(root, layer, source, quote, name):
     if target is None:
         if quote == '"':
             return f"{name} is not found"
+        if FREETYPE.fullmatch(name):
+            return None if (layer, source.stem) == FREETYPE_USER else f"only operations/fonts/ may include <{name}>"
         if layer in STANDARD_ONLY and not STANDARD_HEADER.fullmatch(name):
             return f"{layer}/ may include the standard library only, not <{name}>"
         return None

@@ -11,7 +11,7 @@ libraries=/usr/aarch64-linux-gnu/include
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
     mapfile -t files < <(git ls-files 'vexlibs/*.cpp' 'c/*.cpp' 'dib/*.cpp' 'geometry/*.cpp' 'effects/*.cpp' 'files/*.cpp' \
-        'formats/*.cpp' 'formats/mac/*.mm' 'operations/*.cpp' 'plugins/dds/*.cpp' | grep -vE '/(linux|windows)/')
+        'formats/*.cpp' 'formats/mac/*.mm' 'operations/*.cpp' 'plugins/dds/*.cpp' | grep -vE '/(linux|windows)/|/Freetype.cpp$')
 fi
 flags=(--target=arm64-apple-macos13 -fsyntax-only -std=c++20 -nostdinc++ -Wall -Wextra -Wconversion -Wshadow -Werror
     -U__nonnull    # the target's word for pointers, a macro of the C library's headers

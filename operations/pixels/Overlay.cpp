@@ -1,6 +1,5 @@
 #include "operations/pixels/Overlay.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "dib/Bytes.h"
@@ -25,6 +24,11 @@ DIB_ALWAYS_INLINE void coverOpaque(const unsigned char* __restrict over, std::si
         for (std::size_t channel = 0; channel < 3; ++channel)
             row[3 * i + channel] = mixed(over[4 * i + channel], row[3 * i + channel], alpha);
     }
+}
+
+DIB_ALWAYS_INLINE void coverGrey(const unsigned char* __restrict over, std::size_t count,
+                                 unsigned char* __restrict row) {
+    for (std::size_t i = 0; i < count; ++i) row[i] = mixed(over[4 * i], row[i], over[4 * i + 3]);
 }
 
 // The same over a backdrop with alpha. Where a is the source's and b the backdrop's, the result has the alpha
@@ -79,6 +83,7 @@ void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
 }  // namespace
 
 void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, std::size_t bytes) {
+    if (bytes == 1) return dib::runKernel<coverGrey>(over, count, row);
     if (bytes == 3) return dib::runKernel<coverOpaque>(over, count, row);
     coverAlpha(over, count, row);
 }
@@ -90,21 +95,18 @@ bool overlay(const Job& job, DibStream& over, Place place, std::uint32_t opacity
     if (!blender.ready()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     const dib::Raster under = rowsOf(job.image);
     const dib::Raster source = rowsOf(over);
-    const std::int64_t left = std::max<std::int64_t>(place.x, 0);
-    const std::int64_t right = std::min<std::int64_t>(std::int64_t{place.x} + source.width, under.width);
-    const int top = std::max(place.y, 0);
-    const std::int64_t bottom = std::min<std::int64_t>(std::int64_t{place.y} + source.height, under.height);
-    if (left >= right || top >= bottom) {
+    const Part part = partInside(under, place, source.width, source.height);
+    if (part.isEmpty()) {
         addNote(job.result, DIB_NOTE_WARNING, "overlay: the second picture lies outside the first");
         return report(job, 1, 1);
     }
-    const auto count = dib::asSize(right - left);
-    const auto bytes = dib::asSize(under.bitCount / 8);
-    const auto toLeft = dib::asOffset(left * under.bitCount / 8);
-    const auto fromLeft = dib::asOffset((left - place.x) * 4);
-    return forEachRow(job, dib::asInt(bottom - top), [&](int y) {
-        unsigned char* row = under.row(top + y) + toLeft;
-        unsigned char* from = source.row(top + y - place.y) + fromLeft;
+    const std::size_t count = part.columns();
+    const std::size_t bytes = under.bytesPerPixel();
+    const auto toLeft = dib::asSize(part.left) * bytes;
+    const auto fromLeft = dib::asSize(part.left - place.x) * 4;
+    return forEachRow(job, part.bottom - part.top, [&](int y) {
+        unsigned char* row = under.row(part.top + y) + toLeft;
+        unsigned char* from = source.row(part.top + y - place.y) + fromLeft;
         if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
         if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, dib::dwordOf(y));
         if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)

@@ -9,7 +9,8 @@
 
 namespace operations {
 
-// Lays `count` pixels of blue, green, red and alpha upon a row of pixels of 3 or 4 bytes.
+// Lays `count` pixels of blue, green, red and alpha upon a row of pixels of 3 or 4 bytes, or of
+// 1, which is grey and gets the blue.
 void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, std::size_t bytes);
 
 // Lays `over` upon the picture of a job, by its alpha times `opacity` (0 to 255). Up to 16 bits become 24.

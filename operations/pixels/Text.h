@@ -3,52 +3,51 @@
 #define OPERATIONS_PIXELS_TEXT_H
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
+#include "dib/Raster.h"
 #include "operations/Operations.h"
+#include "operations/Places.h"
+#include "operations/fonts/Font.h"
+#include "operations/pixels/Lettering.h"
 
 namespace operations {
 
 // How text looks.
 struct TextStyle {
-    int size;                    // pixels from line to line, less a fifth: those of the font's square
+    int size;                    // pixels of the font's square
     DibBGRA color;               // its alpha counts
     std::optional<DibBGRA> box;  // behind the text, with a margin of a fifth of the size
     int align;                   // of lines: 0 their beginnings, 1 their middles, 2 their ends
+    Font* font = nullptr;        // null: the built-in letters
 };
 
-// Lines of text in the letters of Letters.h, and how much of each pixel they cover.
+// Text in a style, on its box.
 class TextBlock {
 public:
-    // Bytes of UTF-8 that are no ASCII give one box for each character. Throws Refusal for text that no
-    // picture can hold.
+    // Throws Refusal for text that no picture can hold, and where the font cannot write it.
     TextBlock(std::string_view text, const TextStyle& style);
 
     // In pixels, with the margin of a box.
-    std::int64_t width() const { return width_; }
-    std::int64_t height() const { return height_; }
-    // The covered shares, 0 to 255, of `count` pixels of a row from `x` on.
-    void cover(std::int64_t x, std::int64_t y, std::size_t count, std::uint8_t* shares) const;
+    std::int64_t width() const { return lettering_->width() + 2 * margin_; }
+    std::int64_t height() const { return lettering_->height() + 2 * margin_; }
+
+    // Draws what lies inside, on rows of 8 bits of grey, 24 or 32 bits. `report(done, total)` is called after
+    // each row. False when that returns false.
+    bool draw(const dib::Raster& rows, Place corner, const std::function<bool(int, int)>& report);
 
 private:
-    bool isInkedAt(std::int64_t column, std::int64_t row) const;
-    double inkAround(double column, double row) const;
-    bool isCovered(double column, double row) const;
-
-    std::vector<std::string> lines_;
-    std::vector<int> indents_;  // in cells
-    double cell_;               // pixels of a cell
-    int margin_;                // in pixels
-    std::int64_t width_;
-    std::int64_t height_;
+    TextStyle style_;
+    std::unique_ptr<Lettering> lettering_;
+    std::int64_t margin_;
 };
 
-// Draws text with the upper left corner of its block at x and y, which may lie outside. Pictures of up to 16
-// bits are widened to 24. False when the caller cancels.
-bool drawText(const Job& job, const TextBlock& block, const TextStyle& style, std::int64_t x, std::int64_t y);
+// Draws text on the picture of a job. A grey picture has 8 bits then and stays grey, if the colours are; of
+// others those of up to 16 bits are widened to 24. False when the caller cancels.
+bool drawText(const Job& job, TextBlock& block, const TextStyle& style, Place corner);
 
 }  // namespace operations
 

@@ -26,7 +26,9 @@ grep -q '^pybind11_DIR:PATH=/' "$work/build/CMakeCache.txt" && expected+="python
 [ "$(tr ' ' '\n' <<<"$names" | sort)" = "$(tr ' ' '\n' <<<"$expected" | sort)" ]
 field() { dpkg-deb -f "$work/packages/$1"_*.deb "$2"; }
 version="$(field libdibstream0 Version)"
-for library in libc6 libstdc++6 libisal2 libdeflate0 libpng16-16 libjpeg62-turbo libtiff6 zlib1g; do
+libraries=(libc6 libstdc++6 libisal2 libdeflate0 libpng16-16 libjpeg62-turbo libtiff6 zlib1g)
+if grep -q '^FREETYPE_LIBRARY[A-Z_]*:FILEPATH=/' "$work/build/CMakeCache.txt"; then libraries+=(libfreetype6); fi
+for library in "${libraries[@]}"; do
     field libdibstream0 Depends | grep -F "$library (>= " >/dev/null || { echo "the package does not depend on $library"; exit 1; }
 done
 for package in dibstream-plugins dibstream-tools libdibstream-dev; do

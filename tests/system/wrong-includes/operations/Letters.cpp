@@ -1,0 +1,1 @@
+#include <freetype/freetype.h>
