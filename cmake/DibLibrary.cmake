@@ -29,14 +29,16 @@ file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/pixels/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/rows/*.cpp)
 file(GLOB diagnosis_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/formats/diagnosis/*.cpp)
-# Letters from the files of fonts, where FreeType is installed.
+# Letters from the files of fonts, where FreeType is installed. Its headers are for one source alone.
 find_package(Freetype 2.10)
 if(TARGET Freetype::Freetype)
     list(APPEND operation_sources ${PROJECT_SOURCE_DIR}/operations/fonts/Freetype.cpp)
     set_property(SOURCE ${PROJECT_SOURCE_DIR}/operations/fonts/Freetype.cpp APPEND PROPERTY INCLUDE_DIRECTORIES
         ${FREETYPE_INCLUDE_DIRS})
+    set(DIB_FONT_LIBRARIES $<LINK_ONLY:Freetype::Freetype>)
 else()
     list(APPEND operation_sources ${PROJECT_SOURCE_DIR}/operations/fonts/NoFreetype.cpp)
+    set(DIB_FONT_LIBRARIES "")
 endif()
 set_source_files_properties(${operation_sources} ${diagnosis_sources} PROPERTIES COMPILE_OPTIONS "${DIB_JOINS_TEXTS}")
 
@@ -77,11 +79,6 @@ endif()
 set_property(SOURCE ${PROJECT_SOURCE_DIR}/formats/linux/Deflater.cpp APPEND PROPERTY COMPILE_DEFINITIONS
     DIB_HAS_ISAL=$<TARGET_EXISTS:PkgConfig::ISAL>)
 
-# No other source sees its headers.
-if(TARGET Freetype::Freetype)
-    list(APPEND DIB_PLATFORM_LIBRARIES $<LINK_ONLY:Freetype::Freetype>)
-endif()
-
 add_library(dibstream_objects OBJECT ${dib_sources} ${operation_sources})
 dib_library_settings(dibstream_objects)
 target_link_libraries(dibstream_objects PRIVATE ${DIB_PLATFORM_LIBRARIES})
@@ -97,7 +94,7 @@ add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
 # Callers of DibCocoaUtil.h and LoadDDS need VexString.
-target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES})
+target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES} ${DIB_FONT_LIBRARIES})
 # dibstream.h, for C programs, has a folder of its own: where file systems ignore case its name is that of DibStream.h.
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -119,5 +116,5 @@ if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS OR DIB_BUILD_TOOLS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
     target_link_libraries(dibstream_internal PUBLIC
-        dibstream_objects dib_files VexLibs_internal ${DIB_PLATFORM_LIBRARIES})
+        dibstream_objects dib_files VexLibs_internal ${DIB_PLATFORM_LIBRARIES} ${DIB_FONT_LIBRARIES})
 endif()

@@ -61,16 +61,22 @@ struct DibMontageOptions {
         14;  ///< The height of their font in pixels, at least 1; as `size` of the operation `text`.
     /// Their colour. With an alpha of 0 they are black or white, as the background shows better.
     DibBGRA labelColor = {0, 0, 0, 0};
+    /// The file of their font, as `font` of the operation `text`; null: the built-in letters, which hold
+    /// ASCII.
+    const char* labelFont = nullptr;
 };
 
 /// Puts pictures of any depth on a sheet, row by row. Each lies in the middle of a cell as large as the
 /// largest of them, with its label below.
 /// @param pictures So many as `count`, 1 or more. They are not changed.
-/// @param sheet Gets the sheet, of 32 bits. It may be one of the pictures.
+/// @param sheet Gets the sheet. It has 8 bits of grey where all pictures have palettes of greys, the labels
+///   are grey and the background is, without alpha; else 32 bits. It may be one of the pictures.
 /// @param options Null: the defaults.
 /// @return False, with the sheet as it was, and code
 /// - 6 a picture has no pixels, a pointer is null or an option is out of range;
 /// - 2 memory is short, or no image can have the size of the sheet;
+/// - 3, 4, 6 or 7 the font cannot be opened or read, is damaged, is none, or the library was built without
+///   FreeType;
 /// - 9 the callback cancelled.
 DIB_EXPORT bool DibMontage(const DibStream* const* pictures, int count, DibStream* sheet,
                            const DibMontageOptions* options = nullptr, DibOperationResult* result = nullptr,

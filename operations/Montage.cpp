@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -53,13 +53,6 @@ void apply(ApplyFrame& frame, DibStream& image, const char* operation, const std
     throw Refusal{static_cast<DibErrorCode>(result.code), result.reason};
 }
 
-std::string colorText(const DibBGRA& color) {
-    char text[16];
-    std::snprintf(text, sizeof text, "#%02x%02x%02x%02x", unsigned{color.red}, unsigned{color.green},
-                  unsigned{color.blue}, unsigned{color.alpha});
-    return text;
-}
-
 // Black or white, on a colour.
 DibBGRA contrasting(const DibBGRA& color) {
     const int brightness = 299 * color.red + 587 * color.green + 114 * color.blue;
@@ -78,9 +71,10 @@ public:
         const int root = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
         columns_ = std::min(options.columns != 0 ? options.columns : root, count);
         rows_ = (count - 1) / columns_ + 1;
+        if (options.labels != nullptr && options.labelFont != nullptr) font_ = openFont(options.labelFont);
         labelStyle_ = {options.labelSize,
                        options.labelColor.alpha != 0 ? options.labelColor : contrasting(options.background),
-                       std::nullopt, 1};
+                       std::nullopt, 1, font_.get()};
         if (options.labels != nullptr)
             labelHeight_ = TextBlock("", labelStyle_).height() + options.labelSize / 2;
     }
@@ -95,12 +89,21 @@ public:
         for (int i = 0; i < count_; ++i) {
             frame.done = i;
             addPicture(frame, i, sheet);
-            if (options_.labels != nullptr && options_.labels[i] != nullptr) addLabel(frame, i, sheet);
+            if (options_.labels != nullptr && options_.labels[i] != nullptr) addLabel(i, sheet);
             if (!ApplyFrame::report(1, &frame)) throw Refusal{DIB_ERROR_INTERRUPTED, "cancelled"};
         }
+        if (isAllGrey() && !sheet.ChangeBpp(8, 0)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     }
 
 private:
+    bool isAllGrey() const {
+        const bool isOpaque = options_.background.alpha == 255;
+        return isOpaque && isGrey(options_.background) &&
+               (options_.labels == nullptr || isGrey(labelStyle_.color)) &&
+               std::all_of(pictures_, pictures_ + count_,
+                           [](const DibStream* picture) { return isGrey(*picture); });
+    }
+
     // The size of a picture that is shrunk as `fit` does it.
     PixelSize sizeOf(const DibStream& picture) const {
         const PixelSize full = {width(picture), height(picture)};
@@ -142,14 +145,11 @@ private:
         apply(frame, sheet, "overlay", {"tile", valueOf(x), valueOf(y)}, tile.get());
     }
 
-    void addLabel(ApplyFrame& frame, int i, DibStream& sheet) const {
-        const std::string label = shortened(options_.labels[i]);
-        const std::int64_t x = cellX(i) + (cellWidth_ - TextBlock(label, labelStyle_).width()) / 2;
+    void addLabel(int i, const DibStream& sheet) const {
+        TextBlock block(shortened(options_.labels[i]), labelStyle_);
+        const std::int64_t x = cellX(i) + (cellWidth_ - block.width()) / 2;
         const std::int64_t y = cellY(i) + cellHeight_ + options_.labelSize / 4;
-        if (!label.empty())
-            apply(frame, sheet, "text",
-                  {label, valueOf(x), valueOf(y), "nw", valueOf(options_.labelSize),
-                   colorText(labelStyle_.color)});
+        block.draw(rowsOf(sheet), {dib::asInt(x), dib::asInt(y)}, [](int, int) { return true; });
     }
 
     // A line that fits into a cell; dots stand for what is left out.
@@ -173,6 +173,7 @@ private:
     const DibMontageOptions& options_;
     int columns_;
     int rows_;
+    std::unique_ptr<Font> font_;
     TextStyle labelStyle_;
     std::int64_t labelHeight_ = 0;
     std::int64_t cellWidth_ = 0;

@@ -3,7 +3,6 @@
 // becomes one of 8 bits again.
 #include <DibHandle.h>
 
-#include <algorithm>
 #include <optional>
 
 #include "dib/Bytes.h"
@@ -20,18 +19,6 @@ namespace operations {
 namespace {
 
 bool isPalette(const DibStream& image) { return image.Header->biBitCount <= 8; }
-
-std::span<const DibBGRA> entriesOf(const std::array<DibBGRA, 256>& table, const DibStream& image) {
-    return {table.data(), dib::addressableEntries(image.Header->biBitCount)};
-}
-
-bool isGrey(const DibStream& image) {
-    if (!isPalette(image)) return false;
-    const auto table = dib::readColorTable(*image.Header);
-    return std::ranges::all_of(entriesOf(table, image), [](const DibBGRA& entry) {
-        return entry.blue == entry.green && entry.green == entry.red;
-    });
-}
 
 // Whether the indices of a picture are its levels of grey, all of which its table announces.
 bool isGreyRamp(const DibStream& image) {

@@ -18,8 +18,8 @@ public:
     Font(const Font&) = delete;
     Font& operator=(const Font&) = delete;
 
-    // Lines of UTF-8 in letters of `size` pixels, aligned as in TextStyle. What is no UTF-8 and characters
-    // that the font lacks show its sign for those. The font must outlive them. Throws Refusal for sizes that
+    // Lines of UTF-8 in letters of `size` pixels, aligned as in TextStyle. Other bytes, and characters that
+    // the font lacks, show its sign for those. The font must outlive them. Throws Refusal for sizes that
     // fonts cannot have, letters that cannot be drawn, and text that no picture can hold.
     virtual std::unique_ptr<Lettering> write(std::string_view text, int size, int align) = 0;
 };

@@ -1,5 +1,5 @@
-// Letters by FreeType. Outlines are drawn where the picture shows them, so that large text costs no more memory
-// than the rows that are asked for.
+// Letters by FreeType. Outlines are drawn where the picture shows them, so that large text costs no more
+// memory than the rows that are asked for.
 #include <freetype/freetype.h>
 #include <freetype/ftglyph.h>
 #include <freetype/ftoutln.h>
@@ -70,7 +70,7 @@ struct Box {
 
 // A letter of a size. Its outline counts from the line that letters stand on, upwards.
 struct Letter {
-    GlyphPtr glyph;             // null: it has no ink
+    GlyphPtr glyph;            // null: it has no ink
     std::int64_t advance = 0;  // to the next one, in fractions
 
     FT_Outline& outline() const { return reinterpret_cast<FT_OutlineGlyph>(glyph.get())->outline; }
@@ -100,7 +100,9 @@ public:
     bool shows(std::int64_t x, std::int64_t y, std::int64_t count) const {
         return x == box_.left && x + count == box_.right && y >= box_.top && y < box_.bottom;
     }
-    const std::uint8_t* row(std::int64_t y) const { return &shares_[dib::asSize((y - box_.top) * rowSize())]; }
+    const std::uint8_t* row(std::int64_t y) const {
+        return &shares_[dib::asSize((y - box_.top) * rowSize())];
+    }
 
     void draw(FT_Library library, const PlacedLetter& letter) {
         const Box ink = letter.box();
@@ -108,7 +110,8 @@ public:
                           std::min(ink.right, box_.right), std::min(ink.bottom, box_.bottom)};
         if (seen.isEmpty()) return;
         for (std::int64_t left = seen.left; left < seen.right; left += kMostColumns)
-            drawPart(library, letter, {left, seen.top, std::min(left + kMostColumns, seen.right), seen.bottom});
+            drawPart(library, letter,
+                     {left, seen.top, std::min(left + kMostColumns, seen.right), seen.bottom});
     }
 
 private:
@@ -205,7 +208,8 @@ public:
         const FT_Size_Metrics& metrics = face_->size->metrics;
         const std::int64_t step = std::max<std::int64_t>(wholePixelsUp(metrics.height), 1);
         std::vector<PlacedLetter> letters;
-        std::vector<std::pair<std::size_t, std::int64_t>> lines;  // the end of each in `letters`, and its width
+        std::vector<std::pair<std::size_t, std::int64_t>>
+            lines;  // the end of each in `letters`, and its width
         for (std::size_t start = 0; start <= text.size();) {
             const std::size_t end = std::min(text.find('\n', start), text.size());
             const auto baseline = dib::asSigned(lines.size()) * step;
@@ -242,7 +246,8 @@ private:
     void setSize(int size) {
         if (size == size_) return;
         if (size > kLargestSize)
-            refuse(DIB_ERROR_MISMATCH, "its letters have " + std::to_string(kLargestSize) + " pixels at most");
+            refuse(DIB_ERROR_MISMATCH,
+                   "its letters have " + std::to_string(kLargestSize) + " pixels at most");
         size_ = 0;
         letters_.clear();
         check(FT_Set_Pixel_Sizes(face_.get(), 0, dib::asUnsigned(size)), "it has no such size");

@@ -16,9 +16,12 @@ inline constexpr char32_t kNoCharacter = 0xFFFD;
 inline char32_t takeCharacter(std::string_view& text) {
     const auto byteAt = [&](std::size_t i) { return char32_t{dib::byteOf(text[i])}; };
     const char32_t first = byteAt(0);
-    const std::size_t length = first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3
-                                                                   : first < 0xF5 ? 4
-                                                                                  : 0;
+    const std::size_t length = first < 0x80   ? 1
+                               : first < 0xC2 ? 0
+                               : first < 0xE0 ? 2
+                               : first < 0xF0 ? 3
+                               : first < 0xF5 ? 4
+                                              : 0;
     char32_t character = length <= 1 ? first : first & (0x7FU >> length);
     bool isWhole = length > 0 && length <= text.size();
     for (std::size_t i = 1; isWhole && i < length; ++i) {

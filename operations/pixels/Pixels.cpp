@@ -1,10 +1,12 @@
 #include "operations/pixels/Pixels.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "dib/Bytes.h"
+#include "dib/ColorTable.h"
 #include "dib/Numbers.h"
 #include "dib/PixelReader.h"
 #include "operations/Descriptions.h"
@@ -29,6 +31,13 @@ dib::Raster rowsOf(const DibStream& image) {
     if (!dib::viewRows(image, rows) || !rows.hasPixels())
         throw Refusal{DIB_ERROR_INVALID, "the image has no pixels"};
     return rows;
+}
+
+bool isGrey(const DibStream& image) {
+    if (image.Header->biBitCount > 8) return false;
+    const auto table = dib::readColorTable(*image.Header);
+    const auto end = table.begin() + dib::asOffset(dib::addressableEntries(image.Header->biBitCount));
+    return std::all_of(table.begin(), end, [](const DibBGRA& entry) { return isGrey(entry); });
 }
 
 void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text) {

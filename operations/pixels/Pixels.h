@@ -18,6 +18,11 @@ namespace operations {
 // The rows of an image, top of the picture first. Throws Refusal when it has no pixels.
 dib::Raster rowsOf(const DibStream& image);
 
+// Whether a colour, or every colour that the palette of a picture may show, is grey. Pictures without a
+// palette are not looked at.
+inline bool isGrey(const DibBGRA& color) { return color.blue == color.green && color.green == color.red; }
+bool isGrey(const DibStream& image);
+
 void addNote(DibOperationResult& result, DibNoteKind kind, std::string_view text);
 
 // Makes a picture of fewer bits one of 24 or 32, and notes it where that is a loss: up to 16 bits. Throws

@@ -125,10 +125,6 @@ bool turnColors(const Job& job, const Direction& turn, bool grows, const DibBGRA
     return true;
 }
 
-bool isGrey(const DibBGRA& color) {
-    return color.blue == color.green && color.green == color.red && color.alpha == 255;
-}
-
 }  // namespace
 
 bool turnBy(const Job& job, const dib::Turn& turn) {
@@ -150,8 +146,9 @@ bool rotate(const Job& job, const Rotation& rotation) {
     const bool hasAlpha = job.image.Header->biBitCount == 32;
     const DibBGRA fill = rotation.fill.value_or(
         hasAlpha ? DibBGRA{} : DibBGRA{.blue = 255, .green = 255, .red = 255, .alpha = 255});
+    const bool staysGrey = isGrey(fill) && fill.alpha == 255;
     const Treatment treatment = {
-        .classicDepths = kAllDepths, .depths = depths({24, 32}), .addsColors = !isGrey(fill)};
+        .classicDepths = kAllDepths, .depths = depths({24, 32}), .addsColors = !staysGrey};
     return runWidened(job, treatment, [&](const Job& each) {
         return turnColors(each, directionOf(rotation.angle), rotation.grows, fill);
     });

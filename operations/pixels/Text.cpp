@@ -10,8 +10,6 @@ namespace operations {
 
 namespace {
 
-bool isGrey(const DibBGRA& color) { return color.blue == color.green && color.green == color.red; }
-
 std::unique_ptr<Lettering> write(std::string_view text, const TextStyle& style) {
     return style.font != nullptr ? style.font->write(text, style.size, style.align)
                                  : writeInCells(text, style.size, style.align);
@@ -32,8 +30,8 @@ bool TextBlock::draw(const dib::Raster& rows, Place corner, const std::function<
         return reinterpret_cast<const unsigned char*>(pixels.data());
     };
     for (int y = part.top; y < part.bottom; ++y) {
-        lettering_->cover(std::int64_t{part.left} - corner.x - margin_,
-                          std::int64_t{y} - corner.y - margin_, count, shares.data());
+        lettering_->cover(std::int64_t{part.left} - corner.x - margin_, std::int64_t{y} - corner.y - margin_,
+                          count, shares.data());
         for (std::size_t k = 0; k < count; ++k) {
             line[k] = style_.color;
             line[k].alpha = mixed(style_.color.alpha, 0, shares[k]);

@@ -23,8 +23,8 @@ bool runText(const Job& job) {
     const std::uint32_t place = given.word("place");
     const std::string& file = given.text("font");
     const std::unique_ptr<Font> font = file != "none" ? openFont(file) : nullptr;
-    const TextStyle style = {size, given.color("color"), given.colorIfAny("box"),
-                             static_cast<int>(place & 3), font.get()};
+    const TextStyle style = {size, given.color("color"), given.colorIfAny("box"), static_cast<int>(place & 3),
+                             font.get()};
     TextBlock block(given.text("text"), style);
     return drawText(job, block, style, placeOf(job, block.width(), block.height()));
 }

@@ -82,6 +82,27 @@ TEST(Montage, WritesLabelsBelow) {
     EXPECT_EQ(row(12), std::string(25, '.') + "#.....#" + std::string(19, '.'));
 }
 
+TEST(Montage, OfGreyPicturesIsGrey) {
+    const DibPtr a = plainImage(2, 1, 8, 7);
+    const DibPtr b = plainImage(1, 1, 4, 5);
+    const DibStream* pictures[] = {a.get(), b.get()};
+    DibMontageOptions options;
+    options.background = {90, 90, 90, 255};
+    DibStream sheet;
+    ASSERT_TRUE(DibMontage(pictures, 2, &sheet, &options));
+    EXPECT_EQ(sheet.Header->biBitCount, 8);
+    EXPECT_EQ(valuesOf(sheet), (Values{7, 7, 85, 90}));
+    const auto depthWith = [&](DibMontageOptions changed) {
+        EXPECT_TRUE(DibMontage(pictures, 2, &sheet, &changed));
+        return int{sheet.Header->biBitCount};
+    };
+    EXPECT_EQ(depthWith({.background = {90, 90, 91, 255}}), 32);
+    EXPECT_EQ(depthWith({.background = {90, 90, 90, 254}}), 32);
+    const char* labels[] = {"-", "-"};
+    EXPECT_EQ(depthWith({.labels = labels}), 8);
+    EXPECT_EQ(depthWith({.labels = labels, .labelColor = {1, 2, 3, 255}}), 32);
+}
+
 TEST(Montage, RefusesWhatIsWrong) {
     const DibPtr image = plainImage(2, 2, 24, 1);
     const DibStream* pictures[] = {image.get()};

@@ -134,6 +134,30 @@ TEST(Text, WidensPalettes) {
     }
 }
 
+TEST(Text, KeepsGreyPicturesGrey) {
+    const DibPtr ramp = plainImage(3, 1, 8, 200);
+    DibOperationResult result;
+    ASSERT_TRUE(
+        DibApply(ramp.get(), "text:_,x=1,y=-7,size=10,color=#64646480,box=#000000", nullptr, &result));
+    EXPECT_EQ(ramp->Header->biBitCount, 8);
+    EXPECT_EQ(valuesOf(*ramp), (Values{200, 0, 0}));  // the box, whose margin is 2
+    EXPECT_EQ(after(*ramp, "text:_,x=0,y=-7,size=10,color=#64646480"), (Values{150, 50, 50}));
+    EXPECT_EQ(result.noteCount, 0);
+    // Palettes of other greys become levels: entry 5 of 16 is 85.
+    const DibPtr few = plainImage(3, 1, 4, 5);
+    ASSERT_TRUE(DibApply(few.get(), "text:_,x=2,y=-7,size=10,color=#ffffff", nullptr, &result));
+    EXPECT_EQ(few->Header->biBitCount, 8);
+    EXPECT_EQ(valuesOf(*few), (Values{85, 85, 255}));
+    ASSERT_EQ(result.noteCount, 1);
+    EXPECT_STREQ(result.notes[0].text, "text: the palette of 4 bits became 8 bits of grey");
+    // Colours widen them, those of a box too.
+    for (const char* step : {"text:_,y=-7,size=10,color=#646465", "text:_,y=-7,size=10,box=#010000"}) {
+        const DibPtr colored = plainImage(3, 1, 8, 200);
+        ASSERT_TRUE(DibApply(colored.get(), step));
+        EXPECT_EQ(colored->Header->biBitCount, 24) << step;
+    }
+}
+
 TEST(Text, OutsideChangesNothingAndSaysSo) {
     const DibPtr image = plainImage(20, 10, 24, 5);
     for (const char* chain : {"text:A,x=20", "text:", "text:A,y=-2147483648"}) {
