@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Fuzzes one target of the fuzz preset, starting from its seeds and past findings; fails when it finds something.
+# Fuzzes one target of the asan preset, starting from its seeds and past findings; fails when it finds something.
 # usage: scripts/fuzz.sh TARGET SECONDS     for example: scripts/fuzz.sh BmpFuzzer 600
 #
-# New inputs are kept in build/fuzz/corpus/TARGET between runs, findings in build/fuzz/findings/TARGET.
+# New inputs are kept in build/asan/corpus/TARGET between runs, findings in build/asan/findings/TARGET.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 [ $# -eq 2 ] || { sed -n '2,5s/^# //p' "$0" >&2; exit 2; }
 target="$1"
 seconds="$2"
-build="${DIB_FUZZ_BUILD:-build/fuzz}"
+build="${DIB_FUZZ_BUILD:-build/asan}"
 
 if [ -z "${DIB_FUZZ_BUILD:-}" ]; then
-    cmake --preset fuzz >/dev/null
-    cmake --build --preset fuzz --target "$target" --parallel "$(nproc)"
+    cmake --preset asan >/dev/null
+    cmake --build --preset asan --target "$target" --parallel "$(nproc)"
 fi
 
 feature="$(tr '[:upper:]' '[:lower:]' <<<"${target%Fuzzer}")"

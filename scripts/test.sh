@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs every test.
-# usage: scripts/test.sh [PRESET]     dev when none is named; also asan, clang, release, coverage, fuzz
+# usage: scripts/test.sh [PRESET]     dev when none is named; also asan, clang, release, coverage
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"
@@ -10,6 +10,6 @@ scripts/install-packages.sh build test bench python browser exchange
 command -v ccache >/dev/null &&
     export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}" CCACHE_NOHASHDIR=1
 
-cmake --preset "$preset"
+cmake --preset "$preset" -DDIB_PRECOMPILE_TESTS=ON
 cmake --build --preset "$preset" --parallel "$(nproc)"
 ctest --preset "$preset" --parallel "$(nproc)"

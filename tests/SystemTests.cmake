@@ -115,7 +115,8 @@ if(DIB_INSTALL)
 endif()
 add_test(NAME system.subproject
     COMMAND bash ${system_dir}/subproject.sh
-            ${PROJECT_SOURCE_DIR} ${system_work}/subproject ${CMAKE_CXX_COMPILER} ${DIB_CLANG})
+            ${PROJECT_SOURCE_DIR} ${system_work}/subproject ${CMAKE_CXX_COMPILER} ${DIB_CLANG}
+            ${CMAKE_BUILD_TYPE})
 set_tests_properties(system.subproject PROPERTIES TIMEOUT 900 PROCESSORS 2)
 # One compiler's packages are enough.
 if(DIB_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)

@@ -1,21 +1,22 @@
 #!/usr/bin/env bash
 # Another project that adds this tree as a folder gets the libraries, and nothing else of it. It may ask for static ones,
 # and install them.
-# usage: subproject.sh SOURCE_DIR WORK_DIR COMPILER CLANG
+# usage: subproject.sh SOURCE_DIR WORK_DIR COMPILER CLANG BUILD_TYPE
 set -euo pipefail
-source="$1" work="$2" compiler="$3" clang="$4"
+source="$1" work="$2" compiler="$3" clang="$4" build_type="$5"
 here="$(cd "$(dirname "$0")" && pwd)"
 rm -rf "$work"
 mkdir -p "$work"
 python3 "$here/declarations.py" "$clang" "$source/include" "$source/vexlibs/include" \
     "$source/c/include" >"$work/every_declaration.cpp"
 
-# build FOLDER OPTION...: the outside program with the tree inside it.
+# build FOLDER OPTION...: the outside program with the tree inside it. With the options of the build that is tested, a
+# compiler cache has the objects.
 build() {
     local folder="$work/$1"
     shift
     cmake -S "$here/outside" -B "$folder" -G Ninja -DTREE="$source" -DDECLARATIONS="$work/every_declaration.cpp" \
-        -DCMAKE_CXX_COMPILER="$compiler" "$@" >"$folder.log"
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE="$build_type" -DDIB_WARNINGS_AS_ERRORS=ON "$@" >"$folder.log"
     cmake --build "$folder" --parallel 2
     "$folder/outside"
 }
