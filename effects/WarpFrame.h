@@ -50,8 +50,9 @@ public:
     bool prepare(const FullCopy& copy, const Raster& image) {
         source_ = SampleSource(copy.image());
         positions_ = allocateArray<float>(std::ptrdiff_t{image.width} * 2 + 1);
+        if (!positions_) return false;
         row_ = {image.width, image.height, 0, positions_.get(), positions_.get() + image.width};
-        return positions_ != nullptr;
+        return true;
     }
 
     template <class Depth>

@@ -6,6 +6,7 @@
 
 #include "tests/formats/CodecTest.h"
 #include "tests/formats/TiffBuilder.h"
+#include "tests/support/Sanitizer.h"
 
 namespace codec_test {
 namespace {
@@ -20,11 +21,7 @@ std::size_t peakMemory() {
 }
 void resetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kMeasures = false;  // every block is written to there
-#else
-constexpr bool kMeasures = true;
-#endif
+constexpr bool kMeasures = !testing_support::kAddressSanitizer;  // every block is written to there
 
 Loaded loadWithin(const Bytes& bytes, double seconds, std::size_t memory) {
     const TemporaryFile file("", bytes);

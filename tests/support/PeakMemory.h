@@ -8,20 +8,12 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/Sanitizer.h"
+
 namespace testing_support {
 
 // The sanitizer writes to memory of its own for every block.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kMeasuresMemory = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool kMeasuresMemory = false;
-#else
-constexpr bool kMeasuresMemory = true;
-#endif
-#else
-constexpr bool kMeasuresMemory = true;
-#endif
+constexpr bool kMeasuresMemory = !kAddressSanitizer;
 
 // A line of /proc/self/status, in bytes.
 inline std::size_t memoryStatus(const std::string& name) {

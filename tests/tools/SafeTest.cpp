@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "tests/support/PsdBuilder.h"
+#include "tests/support/Sanitizer.h"
 #include "tests/tools/Program.h"
 
 namespace tool_test {
@@ -90,9 +91,7 @@ TEST_F(WholeFolder, IsAbsentWhenItCannotBeWhole) {
 
 // As after chroot, or where a container hides it.
 TEST_F(NoProc, EverythingWorks) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer itself reads /proc";
-#endif
+    if (testing_support::kAddressSanitizer) GTEST_SKIP() << "the sanitizer itself reads /proc";
     const auto hide = [] {
         const bool isHidden = unshare(CLONE_NEWNS) == 0 &&
                               mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
