@@ -4,6 +4,8 @@
 #include <map>
 
 #include "batch/Patterns.h"
+#include "vexlibs/NativePath.h"
+#include "vexlibs/PathText.h"
 
 namespace batch {
 
@@ -18,7 +20,7 @@ fs::path commonFolder(const fs::path& a, const fs::path& b) {
     return common;
 }
 
-std::string inQuotes(const fs::path& path) { return "'" + path.string() + "'"; }
+std::string inQuotes(const fs::path& path) { return "'" + vexlibs::textOf(path) + "'"; }
 
 // What placeholders stand for.
 using Values = std::map<std::string, std::string>;
@@ -39,10 +41,10 @@ std::string filled(const std::string& pattern, const Values& values) {
         name += value->second;
         i = end;
         // No folder is the current one, not that of the system.
-        if (name.empty() && pattern.compare(i + 1, 1, "/") == 0) ++i;
+        if (name.empty() && i + 1 < pattern.size() && vexlibs::isSeparator(pattern[i + 1])) ++i;
     }
     // A folder in the middle may be empty.
-    return fs::path(name).lexically_normal();
+    return vexlibs::textOf(vexlibs::pathOf(name).lexically_normal());
 }
 
 std::string folderBelow(const fs::path& common, const fs::path& input) {
@@ -50,7 +52,7 @@ std::string folderBelow(const fs::path& common, const fs::path& input) {
         input.parent_path().lexically_normal().lexically_relative(common.empty() ? fs::path(".") : common);
     const fs::path inside = folder.empty() ? input.parent_path().relative_path() : folder;
     if (*inside.begin() == "..") throw BadNames(inQuotes(input) + ": {folder} would lead out of the output");
-    return inside == "." ? "" : inside.string();
+    return inside == "." ? "" : vexlibs::textOf(inside);
 }
 
 // Files are compared by where they really are.
@@ -65,11 +67,11 @@ void refuseClashes(const std::vector<fs::path>& inputs, const std::vector<std::s
     std::map<fs::path, std::size_t> writtenAt;
     for (std::size_t i = 0; i < inputs.size(); ++i) readAt.emplace(placeOf(inputs[i]), i);
     for (std::size_t i = 0; i < outputs.size(); ++i) {
-        const fs::path place = placeOf(outputs[i]);
+        const fs::path place = placeOf(vexlibs::pathOf(outputs[i]));
         const auto [other, isFirst] = writtenAt.emplace(place, i);
         if (!isFirst)
             throw BadNames(inQuotes(inputs[other->second]) + " and " + inQuotes(inputs[i]) +
-                           " would both be written to " + inQuotes(outputs[i]));
+                           " would both be written to " + inQuotes(vexlibs::pathOf(outputs[i])));
         const auto read = readAt.find(place);
         if (read != readAt.end() && read->second != i)
             throw BadNames("the result of " + inQuotes(inputs[i]) + " would replace " +
@@ -97,8 +99,8 @@ std::vector<std::string> outputNames(const Inputs& inputs, const std::string& pa
     for (const fs::path& file : inputs.files()) {
         std::string number = std::to_string(names.size() + 1);
         number.insert(0, digits - number.size(), '0');
-        const std::string extension = file.extension();
-        names.push_back(filled(pattern, {{"name", file.stem()},
+        const std::string extension = vexlibs::textOf(file.extension());
+        names.push_back(filled(pattern, {{"name", vexlibs::textOf(file.stem())},
                                          {"extension", extension.empty() ? "" : extension.substr(1)},
                                          {"folder", usesFolder ? folderBelow(inputs.folder(), file) : ""},
                                          {"number", number}}));

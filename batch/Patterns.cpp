@@ -1,8 +1,9 @@
 #include "batch/Patterns.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
+
+#include "batch/Wildcards.h"
+#include "vexlibs/NativePath.h"
 
 namespace batch {
 
@@ -12,9 +13,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kAnyFolders = "**";
 
-bool isWild(const std::string& name) { return name.find_first_of("*?[\\") != std::string::npos; }
-
-bool isHidden(const fs::path& name) { return name.native().starts_with('.'); }
+bool isHidden(const fs::path& name) { return *name.c_str() == '.'; }
 
 std::vector<fs::path> entriesOf(const fs::path& folder) {
     std::vector<fs::path> names;
@@ -28,14 +27,16 @@ public:
     explicit Search(const fs::path& pattern) {
         for (const fs::path& part : pattern) {
             // A second "**" in a row would find every file again.
-            if (part != kAnyFolders || parts_.empty() || parts_.back() != kAnyFolders) parts_.push_back(part);
+            if (part != kAnyFolders || parts_.empty() || parts_.back() != kAnyFolders)
+                parts_.push_back(vexlibs::textOf(part));
         }
         if (!parts_.empty() && parts_.back() == kAnyFolders) parts_.emplace_back("*");
     }
 
     FoundFiles run() {
         std::size_t fixed = 0;
-        while (fixed + 1 < parts_.size() && !isWild(parts_[fixed])) found_.folder /= parts_[fixed++];
+        while (fixed + 1 < parts_.size() && !isWild(parts_[fixed]))
+            found_.folder /= vexlibs::pathOf(parts_[fixed++]);
         visit(found_.folder, fixed);
         std::ranges::sort(found_.files);
         return std::move(found_);
@@ -54,7 +55,7 @@ private:
             if (isAnyFolders) {
                 const bool isInner = !isHidden(name) && !fs::is_symlink(path, none);
                 if (isInner) visit(path, index);
-            } else if (fnmatch(part.c_str(), name.c_str(), FNM_PERIOD) == 0) {
+            } else if (matchesName(part, vexlibs::textOf(name))) {
                 if (index + 1 < parts_.size()) {
                     visit(path, index + 1);
                 } else if (!fs::is_directory(path, none)) {
@@ -71,7 +72,7 @@ private:
 }  // namespace
 
 FoundFiles findFiles(const std::string& pattern) {
-    const fs::path path = pattern;
+    const fs::path path = vexlibs::pathOf(pattern);
     std::error_code none;
     if (fs::symlink_status(path, none).type() != fs::file_type::not_found && !fs::is_directory(path, none))
         return {path.parent_path(), {path}};

@@ -51,6 +51,7 @@ file(GLOB file_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/files/${DIB_SYSTEM}/*.cpp
     ${PROJECT_SOURCE_DIR}/files/${DIB_PLATFORM}/*.cpp)
 list(REMOVE_DUPLICATES file_sources)
+list(FILTER file_sources EXCLUDE REGEX "/Program[A-Za-z]*.cpp$")  # what only the program needs
 add_library(dib_files OBJECT ${file_sources})
 dib_library_settings(dib_files)
 target_include_directories(dib_files PUBLIC ${PROJECT_SOURCE_DIR})

@@ -22,7 +22,7 @@ ALLOWED = {
     # It calls classic functions and the door through the public headers, pixel work of its own below.
     "operations": {"include", "dib", "geometry", "effects"},
     # Lists of files and processes for the program: nothing about pictures.
-    "batch": set(),
+    "batch": {"files", "vexlibs"},
     # Applications of the installed headers.
     "texts": {"include"},
     "gallery": {"include", "texts"},

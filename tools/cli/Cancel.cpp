@@ -1,33 +1,26 @@
 #include "tools/cli/Cancel.h"
 
-#include <unistd.h>
+#include <atomic>
 
-#include <csignal>
-
+#include "files/Program.h"
 #include "tools/cli/ExitCode.h"
 
 namespace tool {
 
 namespace {
 
-volatile std::sig_atomic_t signalled = 0;
-volatile std::sig_atomic_t isWriting = 0;  // files
+// Signal handlers may use what has no lock.
+static_assert(std::atomic<int>::is_always_lock_free);
+std::atomic<int> signalled{0};
+std::atomic<int> filesUnderWay{0};
 
-extern "C" void handleSignal(int) {
-    if (signalled != 0 && isWriting == 0) _exit(kExitCancelled);
-    signalled = 1;
+void handleSignal(int) {
+    if (signalled.exchange(1) != 0 && filesUnderWay == 0) files::endAtOnce(kExitCancelled);
 }
 
 }  // namespace
 
-void installSignalHandlers() {
-    struct sigaction action {};
-    action.sa_handler = handleSignal;
-    sigemptyset(&action.sa_mask);
-    // No SA_RESTART: a signal must also end a blocked read of standard input.
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
-    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
-}
+void installSignalHandlers() { files::handleEndRequests(handleSignal); }
 
 bool isCancelled() { return signalled != 0; }
 
@@ -35,7 +28,7 @@ void stopIfCancelled() {
     if (isCancelled()) throw Failure(kExitCancelled, "cancelled");
 }
 
-FileUnderWay::FileUnderWay() { isWriting = isWriting + 1; }
-FileUnderWay::~FileUnderWay() { isWriting = isWriting - 1; }
+FileUnderWay::FileUnderWay() { ++filesUnderWay; }
+FileUnderWay::~FileUnderWay() { --filesUnderWay; }
 
 }  // namespace tool

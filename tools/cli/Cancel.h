@@ -5,7 +5,7 @@
 
 namespace tool {
 
-// Handles SIGINT, SIGTERM and SIGHUP; ignores SIGPIPE and SIGXFSZ, so that the write fails instead.
+// Handles what asks a program to end; a write to a closed pipe or beyond a limit fails instead.
 void installSignalHandlers();
 
 // Whether a signal has arrived.

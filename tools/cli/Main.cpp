@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "files/Program.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Commands.h"
 #include "tools/cli/ExitCode.h"
@@ -54,7 +55,10 @@ void run(int argumentCount, char** arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-    tool::guardStandardStreams();
+    files::prepareStandardStreams();
     tool::installSignalHandlers();
-    return tool::exitCodeOf([&] { run(argumentCount, arguments); });
+    return tool::exitCodeOf([&] {
+        char** texts = files::utf8Arguments(argumentCount, arguments);
+        run(argumentCount, texts);
+    });
 }

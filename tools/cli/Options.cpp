@@ -1,13 +1,12 @@
 #include "tools/cli/Options.h"
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <climits>
 #include <memory>
 
+#include "files/Program.h"
 #include "texts/Commands.h"
 #include "tools/cli/Suggestion.h"
 #include "tools/io/Formats.h"
@@ -168,7 +167,7 @@ void addPlugins(CLI::App& command) {
 
 void addProgress(CLI::App& command, bool& isShown) {
     constexpr const char* kChoices = "auto|always|never";
-    isShown = isatty(STDERR_FILENO) != 0;
+    isShown = files::isTerminal(stderr);
     const auto choose = [&isShown](const std::string& when) {
         if (when != "auto") isShown = when == "always";
     };

@@ -19,7 +19,9 @@ namespace {
 namespace fs = std::filesystem;
 
 struct EachJob {
-    std::vector<std::string> words;  // inputs, operations and the pattern of the outputs
+    std::vector<std::string> words;    // inputs, operations and the pattern of the outputs
+    std::vector<std::string> steps;    // the operations among them
+    std::vector<CLI::Option*> shared;  // the options that `run` has, too
     batch::Inputs inputs;
     RunJob run;  // for each picture, with its input and output
     int jobs = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
@@ -46,7 +48,8 @@ void readWords(EachJob& job) {
     const auto steps = std::find_if(job.words.begin() + 1, last, isOperation);
     std::for_each(job.words.begin(), steps,
                   [&](const std::string& word) { addInput(job.inputs, "each", word); });
-    std::for_each(steps, last, [&](const std::string& word) { job.run.chains.push_back(parseStep(word)); });
+    job.steps.assign(steps, last);
+    for (const std::string& word : job.steps) job.run.chains.push_back(parseStep(word));
 }
 
 // The rows of the table, before any work is done.
@@ -54,7 +57,7 @@ std::vector<Row> plan(EachJob& job) try {
     const std::vector<std::string> outputs = batch::outputNames(job.inputs, job.words.back());
     std::vector<Row> rows;
     for (const std::string& output : outputs) {
-        rows.push_back({job.inputs.files()[rows.size()], output});
+        rows.push_back({job.inputs.files()[rows.size()].string(), output});
         job.run.output = output;
         outputFormat(job.run);
     }
@@ -71,24 +74,46 @@ bool isFinished(const Row& row) {
     return !missing && made >= fs::last_write_time(row.input, none);
 }
 
+void makeFolderOf(const Row& row) {
+    const std::string folder = fs::path(row.output).parent_path().string();
+    if (!folder.empty()) makeFolder(folder);
+}
+
 // In a process of its own.
 int runRow(EachJob& job, const Row& row) {
     return exitCodeOf([&] {
         job.run.input = row.input;
         job.run.output = row.output;
-        const fs::path folder = fs::path(row.output).parent_path();
-        if (!folder.empty()) makeFolder(folder);
+        makeFolderOf(row);
         runJob(job.run);
     });
+}
+
+// The same as a command line.
+std::vector<std::string> runWords(const EachJob& job, const Row& row) {
+    // Without the folder the process fails by itself.
+    exitCodeOf([&] { makeFolderOf(row); });
+    std::vector<std::string> words = {"run"};
+    for (const CLI::Option* option : job.shared) {
+        const std::string name = option->get_name();
+        if (option->count() == 0 || name == "--progress") continue;
+        const bool isFlag = option->get_items_expected_max() == 0;
+        for (const std::string& value : option->results())
+            words.push_back(isFlag ? name : name + "=" + value);
+    }
+    words.insert(words.end(), {"--", row.input});
+    words.insert(words.end(), job.steps.begin(), job.steps.end());
+    words.push_back(row.output);
+    return words;
 }
 
 void note(Row& row, const batch::Outcome& outcome) {
     row.outcome = outcome;
     const int code = outcome.exitCode;
     row.result = code == kExitDone ? "done" : code == kExitCancelled ? "cancelled" : "failed";
-    if (code > 128 && code != kExitCancelled)
-        row.outcome.messages += "dib: " + printable(row.input) + ": the process was ended by signal " +
-                                std::to_string(code - 128) + "\n";
+    if (!outcome.crash.empty() && code != kExitCancelled)
+        row.outcome.messages +=
+            "dib: " + printable(row.input) + ": the process was ended by " + outcome.crash + "\n";
 }
 
 // Runs the rows that are to be done.
@@ -105,6 +130,7 @@ void process(EachJob& job, std::vector<Row>& rows) {
     batch::Tasks tasks;
     tasks.count = left.size();
     tasks.run = [&](std::size_t i) { return runRow(job, rows[left[i]]); };
+    tasks.arguments = [&](std::size_t i) { return runWords(job, rows[left[i]]); };
     tasks.isCancelled = isCancelled;
     tasks.ended = [&](std::size_t i, const batch::Outcome& outcome) {
         Row& row = rows[left[i]];
@@ -173,6 +199,7 @@ void declareEach(CLI::App& command) {
     const auto job = std::make_shared<EachJob>();
     command.add_option("words", job->words)->group("");
     addRunning(command, job->run);
+    job->shared = command.get_options([](const CLI::Option* option) { return option->nonpositional(); });
     command.add_option("--jobs", job->jobs, "Pictures at once; default: one for each processor")
         ->check(between(1, 1024))
         ->type_name("NUMBER");

@@ -34,7 +34,7 @@ public:
 private:
     bool load(const std::string& name, DibStream& image, DibFileResult& result, DibProgressCallback callback,
               void* user) {
-        const std::string path = std::filesystem::path(frame_.folder) / name;
+        const std::string path = (std::filesystem::path(frame_.folder) / name).string();
         const auto open = [&](const char* format) {
             DibLoadOptions options = frame_.options.load;
             options.format = format;
@@ -141,7 +141,7 @@ void savePicture(const std::string& name, const DibFormat& format, const DibStre
                               ": save";
     DibSaveOptions save = options.save;
     // An extension may choose among the formats of a family, as pgm and ppm do.
-    const std::string extension = std::filesystem::path(name).extension();
+    const std::string extension = std::filesystem::path(name).extension().string();
     const bool isNamed = save.format == nullptr && formatOfExtension(name) == &format;
     if (save.format == nullptr) save.format = isNamed ? extension.c_str() + 1 : format.name;
     DibFileResult result;

@@ -1,6 +1,4 @@
 // `dib run`: opens a picture, applies operations and saves it.
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "files/Program.h"
 #include "texts/Tables.h"
 #include "tools/cli/Options.h"
 #include "tools/cli/Suggestion.h"
@@ -46,7 +45,7 @@ void checkPaths(const RunJob& job) {
         const auto parameters = DibList(operation.parameters);
         for (std::size_t i = 0; i < parameters.size(); ++i) {
             const std::string path = chain.steps->values[i];
-            if (parameters[i]->kind != DIB_PARAMETER_PATH || access(path.c_str(), R_OK) == 0) continue;
+            if (parameters[i]->kind != DIB_PARAMETER_PATH || files::isReadable(path)) continue;
             throw Failure(kExitBadInput, path + ": " + operation.name +
                                              ": the file cannot be opened: " + std::strerror(errno));
         }
@@ -82,7 +81,7 @@ void addRunning(CLI::App& command, RunJob& job) {
 }
 
 void runJob(const RunJob& job) {
-    if (job.output == "-" && isatty(STDOUT_FILENO) != 0)
+    if (job.output == "-" && files::isTerminal(stdout))
         throw usageFailure("standard output is a terminal; write the picture to a file or a pipe");
     const DibFormat* format = outputFormat(job);
     requireWritable(job.output, job.pictures.save.keepsExisting);

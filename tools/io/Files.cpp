@@ -1,13 +1,10 @@
 #include "tools/io/Files.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
+#include "files/Program.h"
 #include "files/ReplacedFile.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
@@ -19,14 +16,6 @@ namespace {
 std::string systemError() { return std::strerror(errno); }
 
 }  // namespace
-
-void guardStandardStreams() {
-    // In the wrong direction, so that using a closed stream still fails.
-    const int modes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
-    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
-        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", modes[stream]) < 0) std::abort();
-    }
-}
 
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
@@ -90,10 +79,10 @@ void requireWritable(const std::string& name, bool keepsExisting) {
     const bool isThere = std::filesystem::exists(name, none);
     if (keepsExisting && std::filesystem::is_regular_file(name, none))
         throw Failure(kExitOutputFailed, name + ": save: the file exists already (--no-clobber)");
-    const std::string folder = std::filesystem::path(name).parent_path();
-    const std::string target = isThere ? name : folder.empty() ? "." : folder + "/";
+    const std::string folder = std::filesystem::path(name).parent_path().string();
     errno = std::filesystem::is_directory(name, none) ? EISDIR : 0;
-    if (errno == 0 && faccessat(AT_FDCWD, target.c_str(), isThere ? W_OK : W_OK | X_OK, AT_EACCESS) == 0)
+    if (errno == 0 &&
+        (isThere ? files::isWritable(name) : files::acceptsFiles(folder.empty() ? "." : folder)))
         return;
     throw Failure(kExitOutputFailed, name + ": save: the file cannot be created: " + systemError());
 }
@@ -111,11 +100,12 @@ void writeText(const std::string& name, const std::string& text, bool keepsExist
     errno = 0;
     files::ReplacedFile file(name.c_str(),
                              keepsExisting ? files::ReplacedFile::kKeep : files::ReplacedFile::kReplace);
-    const FilePtr stream(file.error() == 0 ? fdopen(file.descriptor().number(), "wb") : nullptr);
+    FilePtr stream(file.error() == 0 ? fdopen(file.descriptor().number(), "wb") : nullptr);
     if (stream != nullptr) file.descriptor().take();
     const bool isWritten =
         stream != nullptr && std::fwrite(text.data(), 1, text.size(), stream.get()) == text.size() &&
         std::fflush(stream.get()) == 0 && files::ReplacedFile::storeOnDisk(fileno(stream.get()));
+    stream.reset();  // some systems rename no open file
     if (isWritten && file.commit()) return;
     if (file.error() != 0) errno = file.error();
     throw Failure(kExitOutputFailed, name + ": save: the file cannot be written: " + systemError());

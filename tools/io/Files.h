@@ -10,9 +10,6 @@
 
 namespace tool {
 
-// Opens the standard streams that the caller closed, so that no other file gets their numbers.
-void guardStandardStreams();
-
 // Prints to standard output. Throws Failure (output) when not everything could be written.
 void print(const std::string& text);
 

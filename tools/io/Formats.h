@@ -11,7 +11,7 @@ namespace tool {
 
 // The format of a file name's extension, or null.
 inline const DibFormat* formatOfExtension(const std::string& fileName) {
-    const std::string extension = std::filesystem::path(fileName).extension();
+    const std::string extension = std::filesystem::path(fileName).extension().string();
     return extension.empty() ? nullptr : DibFindFormat(extension.c_str() + 1);
 }
 

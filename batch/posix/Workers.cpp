@@ -24,11 +24,15 @@ struct Worker {
     Outcome outcome;
 };
 
+Outcome failure(const char* what, int error) {
+    return {.exitCode = 127, .messages = std::string(what) + ": " + std::strerror(error) + "\n"};
+}
+
 // Starts a task, or reports why that is not possible.
 void start(std::size_t task, const Tasks& tasks, std::vector<Worker>& workers) {
     int ends[2];
     if (pipe(ends) != 0) {
-        tasks.ended(task, {127, 0, std::string("no pipe can be made: ") + std::strerror(errno) + "\n"});
+        tasks.ended(task, failure("no pipe can be made", errno));
         return;
     }
     const pid_t process = fork();
@@ -43,7 +47,7 @@ void start(std::size_t task, const Tasks& tasks, std::vector<Worker>& workers) {
         return;
     }
     close(ends[0]);
-    tasks.ended(task, {127, 0, std::string("no process can be started: ") + std::strerror(why) + "\n"});
+    tasks.ended(task, failure("no process can be started", why));
 }
 
 // Reads what a worker writes. False at the end, when its process has ended.
@@ -59,6 +63,7 @@ void finish(Worker& worker, const Tasks& tasks) {
     int status = 0;
     while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR) continue;
     worker.outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    if (WIFSIGNALED(status)) worker.outcome.crash = "signal " + std::to_string(WTERMSIG(status));
     worker.outcome.seconds = std::chrono::duration<double>(Clock::now() - worker.start).count();
     tasks.ended(worker.task, worker.outcome);
 }
