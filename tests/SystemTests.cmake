@@ -1,5 +1,14 @@
 # Tests of the source tree and of the installed libraries.
 
+if(CMAKE_CROSSCOMPILING)
+    # The native build has the others.
+    find_package(Threads REQUIRED)
+    add_executable(threads_test ${CMAKE_CURRENT_SOURCE_DIR}/system/Threads.cpp)
+    target_link_libraries(threads_test PRIVATE dibstream_internal dib_options Threads::Threads)
+    add_test(NAME system.threads COMMAND threads_test)
+    return()
+endif()
+
 set(system_dir ${CMAKE_CURRENT_SOURCE_DIR}/system)
 set(system_work ${CMAKE_CURRENT_BINARY_DIR}/system)
 find_package(Python3 COMPONENTS Interpreter)

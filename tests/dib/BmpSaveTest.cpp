@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -14,6 +15,7 @@
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
+#include "tests/support/System.h"
 
 namespace bmp_bytes {
 namespace {
@@ -237,32 +239,20 @@ TEST(BmpSave, FilesThatCannotBeWritten) {
     EXPECT_EQ(image->ErrorCode, DIB_ERROR_OPEN);
     EXPECT_FALSE(image->SaveFileInner(nullptr));
     EXPECT_EQ(image->ErrorCode, DIB_ERROR_OPEN);
-    // A full device: large pictures fail at a write, small ones when the buffered bytes are flushed.
-    for (const auto& picture : {testing_support::randomImage(300, 30, 24, 1).release(),
-                                testing_support::randomImage(300, -30, 24, 1).release(),
-                                testing_support::randomImage(1, 1, 24, 1).release()}) {
-        EXPECT_FALSE(picture->SaveToFile("/dev/full"));
-        EXPECT_EQ(picture->ErrorCode, DIB_ERROR_WRITE);
-        EXPECT_NE(picture->Header, nullptr);
-        picture->Release();
+    // Large pictures fail at a write, small ones when the buffered bytes are flushed.
+    for (const int size : {300, -300, 1}) {
+        const auto picture = testing_support::randomImage(std::abs(size), size, 24, 1);
+        testing_support::forEveryDeadFile([&](const char* path) { return picture->SaveToFile(path); },
+                                          [&](bool isSaved, const char* path) {
+                                              EXPECT_FALSE(isSaved) << path;
+                                              EXPECT_EQ(picture->ErrorCode, DIB_ERROR_WRITE) << path;
+                                              EXPECT_NE(picture->Header, nullptr);
+                                          });
     }
     const dib::FilePtr readOnly = testing_support::openBytes(Bytes(100));
     EXPECT_FALSE(image->SaveFileInner(readOnly.get()));
     EXPECT_EQ(image->ErrorCode, DIB_ERROR_WRITE);
     EXPECT_TRUE(testing_support::sameImage(*image, *twin));
-}
-
-TEST(BmpSave, EveryShortWriteIsAWriteError) {
-    const auto image = testing_support::randomImage(3, 2, 8, 1);
-    const std::size_t whole = save(*image).size();
-    for (std::size_t room = 1; room <= whole; ++room) {
-        Bytes block(room);
-        const dib::FilePtr file(fmemopen(block.data(), block.size(), "wb"));
-        std::setvbuf(file.get(), nullptr, _IONBF, 0);
-        const bool fits = room >= whole;
-        EXPECT_EQ(image->SaveFileInner(file.get()), fits) << room;
-        EXPECT_EQ(image->ErrorCode, fits ? DIB_OK : DIB_ERROR_WRITE) << room;
-    }
 }
 
 TEST(BmpSave, PathsInUtf8AndWide) {
@@ -281,8 +271,6 @@ TEST(BmpSave, PathsInUtf8AndWide) {
         EXPECT_EQ(pixelBytes(back), pixelBytes(*image));
         EXPECT_TRUE(std::filesystem::remove(narrow.c_str()));
     }
-    EXPECT_FALSE(image->SaveToFile(L"/tmp/\xD800.bmp")) << "no 8-bit form";
-    EXPECT_EQ(image->ErrorCode, DIB_ERROR_OPEN);
 }
 
 TEST(BmpSave, SurvivesEveryFailingAllocation) {

@@ -1,7 +1,6 @@
 // Reading BMP files: variants, what stands in memory, codes, run lengths and channel masks.
 #include <DibStream.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
@@ -194,10 +193,10 @@ TEST(BmpLoad, StreamsThatCannotSeek) {
         bmp.announceOffset = offset;
         const Bytes file = bmp.build();
         int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        ASSERT_EQ(write(ends[1], file.data(), file.size()), static_cast<ssize_t>(file.size()));
-        close(ends[1]);
-        const dib::FilePtr stream(fdopen(ends[0], "rb"));
+        ASSERT_TRUE(testing_support::makePipe(ends));
+        ASSERT_TRUE(testing_support::writeAll(ends[1], file.data(), file.size()));
+        testing_support::closeDescriptor(ends[1]);
+        const dib::FilePtr stream(testing_support::openDescriptor(ends[0], "rb"));
         DibStream dib;
         EXPECT_EQ(dib.LoadFileInner(stream.get(), 63), !offset);
         EXPECT_EQ(dib.ErrorCode, offset ? DIB_ERROR_READ : DIB_OK);

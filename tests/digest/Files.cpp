@@ -1,6 +1,5 @@
 // Savers, loaders of what they wrote, and loaders of cut and altered copies.
 #include <DibCodec.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -10,6 +9,7 @@
 #include "tests/digest/Digest.h"
 #include "tests/digest/Loaders.h"
 #include "tests/support/Paths.h"
+#include "tests/support/System.h"
 
 namespace digest {
 
@@ -28,7 +28,7 @@ void writeAll(const std::string& path, const char* bytes, std::size_t count) {
 
 // One for each process: two of them may run in one build.
 std::string temporaryFile() {
-    return testing_support::temporaryPath("digest-file-" + std::to_string(getpid()));
+    return testing_support::temporaryPath("digest-file-" + std::to_string(testing_support::processNumber()));
 }
 
 // Copies cut short, then copies with some bytes altered.

@@ -2,7 +2,6 @@
 #include <DibCodec.h>
 #include <DibEffect.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -13,6 +12,7 @@
 #include "tests/effects/ComposeTestSupport.h"
 #include "tests/support/EffectChecks.h"
 #include "tests/support/Paths.h"
+#include "tests/support/System.h"
 #include "tests/support/TestImages.h"
 
 namespace compose_test {
@@ -113,7 +113,7 @@ TEST_F(ComposeFile, TheExtensionAloneTellsTheFormat) {
 
 TEST_F(ComposeFile, FilesOfOtherExtensionsAreNotOpened) {
     // Opening a pipe without a writer would block.
-    ASSERT_EQ(mkfifo(at("pipe.jpeg").c_str(), 0600), 0);
+    if (!testing_support::makeNamedPipe(at("pipe.jpeg"))) GTEST_SKIP() << "no pipe in a folder";
     EXPECT_EQ(over(at("pipe.jpeg")), kRefused);
 }
 

@@ -39,11 +39,11 @@ void forEverySource(const Bytes& bytes, const std::function<void(ByteReader& rea
         {
             SCOPED_TRACE("pipe");
             int ends[2];
-            ASSERT_EQ(pipe(ends), 0);
+            ASSERT_TRUE(testing_support::makePipe(ends));
             ASSERT_LT(bytes.size(), 60000U);  // which a pipe holds
-            ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-            close(ends[1]);
-            const dib::FilePtr file(fdopen(ends[0], "rb"));
+            ASSERT_TRUE(testing_support::writeAll(ends[1], bytes.data(), bytes.size()));
+            testing_support::closeDescriptor(ends[1]);
+            const dib::FilePtr file(testing_support::openDescriptor(ends[0], "rb"));
             const auto reader = std::make_unique<ByteReader>(file.get(), buffering);
             check(*reader, true);
         }

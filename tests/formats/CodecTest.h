@@ -5,10 +5,7 @@
 
 #include <DibStream.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -20,6 +17,7 @@
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
+#include "tests/support/System.h"
 #include "tests/support/TestImages.h"
 
 namespace codec_test {
@@ -223,20 +221,7 @@ inline void expectWritten(PathCodec narrow, WidePathCodec wide, DibStream& image
     EXPECT_EQ(second.bytes(), expected);
 }
 
-// Saves under conditions in which nothing can be written: a full device and a pipe that nobody reads. `judge`
-// gets what the path overload returned each time.
-inline void forEveryDeadFile(const std::function<bool(const char* path)>& savePath,
-                             const std::function<void(bool saved, const char* path)>& judge) {
-    if (std::filesystem::exists("/dev/full")) judge(savePath("/dev/full"), "/dev/full");
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    close(ends[0]);
-    const auto before = std::signal(SIGPIPE, SIG_IGN);
-    const std::string path = "/dev/fd/" + std::to_string(ends[1]);
-    judge(savePath(path.c_str()), "a closed pipe");
-    std::signal(SIGPIPE, before);
-    close(ends[1]);
-}
+using testing_support::forEveryDeadFile;
 
 }  // namespace codec_test
 

@@ -71,10 +71,10 @@ TEST(DoorLoad, PipesAndFilesInTheMiddleAreReadToTheirEnd) {
     const DibPtr expected = std::move(opened(bytes).image);
 
     int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    close(ends[1]);
-    const dib::FilePtr reading(fdopen(ends[0], "rb"));
+    ASSERT_TRUE(testing_support::makePipe(ends));
+    ASSERT_TRUE(testing_support::writeAll(ends[1], bytes.data(), bytes.size()));
+    testing_support::closeDescriptor(ends[1]);
+    const dib::FilePtr reading(testing_support::openDescriptor(ends[0], "rb"));
     DibStream piped;
     EXPECT_TRUE(DibLoadStream(reading.get(), &piped));
     EXPECT_TRUE(sameImage(piped, *expected));

@@ -1,5 +1,4 @@
 // How much work lies between two calls of the callback, so that a cancelled call ends soon.
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -114,10 +113,10 @@ TEST(DoorSteps, StreamsCanBeCancelledWhileTheyCome) {
 // More would come: waiting for it would last forever.
 TEST(DoorSteps, PipesCanBeCancelledBeforeTheyEnd) {
     int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_TRUE(testing_support::makePipe(ends));
     const Slow slow;
-    ASSERT_EQ(write(ends[1], slow.bytes.data(), 20000), 20000);
-    const dib::FilePtr file(fdopen(ends[0], "rb"));
+    ASSERT_TRUE(testing_support::writeAll(ends[1], slow.bytes.data(), 20000));
+    const dib::FilePtr file(testing_support::openDescriptor(ends[0], "rb"));
     ProgressLog log;
     log.cancelAt = 1;
     DibStream image;
@@ -125,7 +124,7 @@ TEST(DoorSteps, PipesCanBeCancelledBeforeTheyEnd) {
     EXPECT_FALSE(DibLoadStream(file.get(), &image, nullptr, &result, ProgressLog::callback, &log));
     EXPECT_EQ(result.code, 9);
     EXPECT_EQ(log.fractions.size(), 2U);
-    close(ends[1]);
+    testing_support::closeDescriptor(ends[1]);
 }
 
 }  // namespace

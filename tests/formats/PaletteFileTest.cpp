@@ -9,6 +9,7 @@
 
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
+#include "tests/support/System.h"
 #include "tests/support/TestImages.h"
 
 namespace palette_test {
@@ -191,8 +192,12 @@ TEST(PaletteFile, IsSavedByTheExtensionOfItsPath) {
     EXPECT_STREQ(result.reason, "no palette format has the name \"txt\": gpl, pal and act");
     EXPECT_FALSE(DibSavePalette("/nonexistent/a.gpl", threeColors().get(), nullptr, &result));
     EXPECT_EQ(result.code, DIB_ERROR_OPEN);
-    EXPECT_FALSE(DibSavePalette("/dev/full", threeColors().get(), "gpl", &result));
-    EXPECT_EQ(result.code, DIB_ERROR_WRITE);
+    testing_support::forEveryDeadFile(
+        [&](const char* dead) { return DibSavePalette(dead, threeColors().get(), "gpl", &result); },
+        [&](bool isSaved, const char* dead) {
+            EXPECT_FALSE(isSaved) << dead;
+            EXPECT_EQ(result.code, DIB_ERROR_WRITE) << dead;
+        });
     EXPECT_FALSE(DibSavePalette(path.c_str(), testing_support::blankImage(1, 1, 24).get(), nullptr, &result));
     EXPECT_EQ(result.code, DIB_ERROR_MISMATCH);
     EXPECT_STREQ(result.reason, "the image has no palette");

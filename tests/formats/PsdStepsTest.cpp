@@ -29,13 +29,12 @@ std::string runSteps(const Bytes& bytes, const std::function<void(DibPSDLoader&)
     DibPSDLoader loader;
     Steps steps{act, &loader};
     loader.SetCallback(Steps::callback, &steps);
-    char text[1024] = {};
-    const dib::FilePtr log(fmemopen(text, sizeof text, "w"));
-    loader.SetLog(log.get());
+    std::FILE* log = testing_support::openText();
+    loader.SetLog(log);
     EXPECT_FALSE(loader.Load(testing_support::openBytes(file.bytes).get()));
     EXPECT_GE(steps.calls, 2);
-    std::fflush(log.get());
-    return afterHeader(text);
+    loader.SetLog(nullptr);
+    return afterHeader(testing_support::closeText(log));
 }
 
 // The next byte of the file; -1 at its end.

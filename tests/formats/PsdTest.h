@@ -11,6 +11,7 @@
 #include "tests/formats/CodecTest.h"
 #include "tests/reference/PsdReference.h"
 #include "tests/support/PsdBuilder.h"
+#include "tests/support/System.h"
 
 namespace psd_test {
 
@@ -49,15 +50,11 @@ struct Load {
         loader.EnableLayer(layers);
         loader.EnableMask(masks);
         if (progress != nullptr) loader.SetCallback(ProgressLog::callback, progress);
-        // A block of its own, not the C library's growing one, which would upset the count of live blocks.
-        static char text[1 << 20];
-        std::FILE* out = fmemopen(text, sizeof text, "wb");
+        std::FILE* out = testing_support::openText();
         loader.SetLog(out);
         result = loader.Load(file.get());
         loader.SetLog(nullptr);
-        const long length = std::ftell(out);
-        std::fclose(out);
-        log.assign(text, static_cast<std::size_t>(length));
+        log = testing_support::closeText(out);
         code = image->ErrorCode;
         return result;
     }

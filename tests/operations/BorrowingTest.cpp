@@ -1,6 +1,4 @@
 // Chains borrow the caller's pixels until a step changes them.
-#include <sys/mman.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -9,6 +7,7 @@
 #include "tests/operations/Operations.h"
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/PeakMemory.h"
+#include "tests/support/System.h"
 #include "tests/support/TestImages.h"
 
 namespace operations_test {
@@ -23,14 +22,11 @@ using testing_support::setPixelValue;
 // Bytes that nobody can change: a write ends the program.
 class ReadOnlyCopy {
 public:
-    ReadOnlyCopy(const void* bytes, std::size_t count) : size_(count) {
-        void* block = mmap(nullptr, count, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (block == MAP_FAILED) std::abort();
-        std::memcpy(block, bytes, count);
-        mprotect(block, count, PROT_READ);
-        bytes_ = block;
+    ReadOnlyCopy(const void* bytes, std::size_t count)
+        : bytes_(testing_support::makeReadOnly(bytes, count)), size_(count) {
+        if (bytes_ == nullptr) std::abort();
     }
-    ~ReadOnlyCopy() { munmap(bytes_, size_); }
+    ~ReadOnlyCopy() { testing_support::freeReadOnly(bytes_, size_); }
     ReadOnlyCopy(const ReadOnlyCopy&) = delete;
     ReadOnlyCopy& operator=(const ReadOnlyCopy&) = delete;
 

@@ -8,16 +8,13 @@
 #include <vector>
 
 #include "dib/File.h"
+#include "tests/support/System.h"
 
 namespace testing_support {
 
 // The bytes as a file open for reading; they must outlive it.
 inline dib::FilePtr openBytes(const std::vector<unsigned char>& bytes) {
-    static unsigned char nothing = 0;
-    void* start = bytes.empty() ? &nothing : const_cast<unsigned char*>(bytes.data());
-    dib::FilePtr file(fmemopen(start, bytes.empty() ? 1 : bytes.size(), "rb"));
-    if (bytes.empty() && file != nullptr) std::fgetc(file.get());  // an empty file stands at its end
-    return file;
+    return dib::FilePtr(openBlock(bytes.data(), bytes.size()));
 }
 
 // What `write` puts into a file opened for it.

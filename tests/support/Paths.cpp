@@ -1,8 +1,8 @@
 #include "tests/support/Paths.h"
 
-#include <unistd.h>
-
 #include <filesystem>
+
+#include "tests/support/System.h"
 
 namespace testing_support {
 
@@ -15,7 +15,7 @@ public:
     // Not for children of the process, which end earlier.
     ~OwnFolder() {
         std::error_code ignored;
-        if (getpid() == owner_) std::filesystem::remove_all(path_, ignored);
+        if (processNumber() == owner_) std::filesystem::remove_all(path_, ignored);
     }
     OwnFolder(const OwnFolder&) = delete;
     OwnFolder& operator=(const OwnFolder&) = delete;
@@ -23,7 +23,7 @@ public:
     const std::string& path() const { return path_; }
 
 private:
-    pid_t owner_ = getpid();
+    int owner_ = processNumber();
     std::string path_ = DIB_TEST_TMP "/" + std::to_string(owner_);
 };
 

@@ -1,4 +1,4 @@
-// Opening files by 8-bit and wide paths, and file extensions.
+// Opening files by 8-bit and wide paths.
 #include <VexLibs.h>
 #include <gtest/gtest.h>
 
@@ -14,12 +14,6 @@ namespace {
 
 // Any pointer that is not null, to see it overwritten.
 std::FILE* stale() { return stderr; }
-
-std::string extensionOf(const char* path) {
-    std::string out(std::strlen(path) + 1, '?');
-    GetFileExtension(out.data(), path);
-    return out.c_str();
-}
 
 TEST(VexFile, OpensWhatExists) {
     const std::string vexlibs = testing_support::temporaryPath("vexlibs.txt");
@@ -109,37 +103,6 @@ TEST(VexFile, OpeningSurvivesEveryFailingAllocation) {
             if (file != nullptr) std::fclose(file);
         });
     EXPECT_GT(failures, 1);
-}
-
-TEST(VexFile, Extensions) {
-    EXPECT_EQ(extensionOf("picture.bmp"), "bmp");
-    EXPECT_EQ(extensionOf("/folder/picture.BMP"), "BMP");
-    EXPECT_EQ(extensionOf("archive.tar.gz"), "gz");
-    EXPECT_EQ(extensionOf("/folder.d/picture"), "") << "the folder's dot is not the file's";
-    EXPECT_EQ(extensionOf("/folder.d/picture.tga"), "tga");
-    EXPECT_EQ(extensionOf("picture"), "");
-    EXPECT_EQ(extensionOf("picture."), "");
-    EXPECT_EQ(extensionOf(".profile"), "") << "a hidden file's dot begins its name";
-    EXPECT_EQ(extensionOf("/home/.profile"), "");
-    EXPECT_EQ(extensionOf(".profile.bmp"), "bmp");
-    EXPECT_EQ(extensionOf("folder/"), "");
-    EXPECT_EQ(extensionOf(".."), "");
-    EXPECT_EQ(extensionOf(""), "");
-    EXPECT_EQ(extensionOf("a.\xC3\xA4"), "\xC3\xA4");
-}
-
-TEST(VexFile, NullHasNoExtension) {
-    char out[8] = "before";
-    GetFileExtension(out, nullptr);
-    EXPECT_STREQ(out, "");
-    GetFileExtension(nullptr, "a.bmp");
-    GetFileExtension(nullptr, nullptr);
-}
-
-TEST(VexFile, TheExtensionMayReplaceThePath) {
-    char path[] = "a.extension";
-    GetFileExtension(path, path);
-    EXPECT_STREQ(path, "extension");
 }
 
 }  // namespace
