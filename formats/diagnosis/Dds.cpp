@@ -127,7 +127,7 @@ Problem diagnoseDds(const RefusedFile& file) {
     if (file.text(0, 4) != "DDS ") return damaged("not a DDS file");
     const bool hasMore = file.text(84, 4) == "DX10";
     if (file.size() < kHeaderBytes + (hasMore ? 4 : 0)) return cutShort(kShortHeader);
-    if (file.le32(4) != 124 || file.le32(76) != 32) return damaged("the header is damaged");
+    if (file.le32(4) != 124) return damaged("the header is damaged");
     const DdsHeader header = readDdsHeader(file);
     if (header.bitsPerPixel == 0) return unread("pixels of format " + header.pixelFormat + " are not read");
     if (Problem problem = sizeProblem(header.width, header.height, 32); !problem.empty()) return problem;

@@ -218,7 +218,10 @@ bool useNamed(const NamedFormat (&formats)[kCount], std::uint32_t code, const Di
     return false;
 }
 
-bool useTexels(const Masks& masks, Format& format) {
+bool useTexels(const Masks& given, const Dialect& dialect, Format& format) {
+    Masks masks = given;
+    if (dialect.showsAlpha && (masks.red | masks.green | masks.blue) == 0)
+        masks = {masks.bits, masks.alpha, masks.alpha, masks.alpha, 0};
     if (masks.bits != 8 && masks.bits != 16 && masks.bits != 24 && masks.bits != 32) return false;
     format.unitBytes = masks.bits / 8;
     format.red = Channel(masks.red);
@@ -235,9 +238,10 @@ bool useTexels(const Masks& masks, Format& format) {
 }
 
 template <std::size_t kCount>
-bool useNumberedMasks(const NumberedMasks (&all)[kCount], std::uint32_t number, Format& format) {
+bool useNumberedMasks(const NumberedMasks (&all)[kCount], std::uint32_t number, const Dialect& dialect,
+                      Format& format) {
     for (const NumberedMasks& numbered : all) {
-        if (numbered.number == number) return useTexels(numbered.masks, format);
+        if (numbered.number == number) return useTexels(numbered.masks, dialect, format);
     }
     return false;
 }
@@ -264,9 +268,9 @@ bool useFourCc(std::uint32_t code, const Dialect& dialect, Format& format) {
 }
 
 bool useNumber(std::uint32_t number, const Dialect& dialect, Format& format) {
-    return useNumberedMasks(kMaskNumbers, number, format) ||
+    return useNumberedMasks(kMaskNumbers, number, dialect, format) ||
            useNamed(kBlockNumbers, number, dialect, format) ||
-           (dialect.readsMore && (useNumberedMasks(kMoreMaskNumbers, number, format) ||
+           (dialect.readsMore && (useNumberedMasks(kMoreMaskNumbers, number, dialect, format) ||
                                   useNamed(kMoreNumbers, number, dialect, format)));
 }
 
@@ -292,7 +296,7 @@ bool useMasks(std::uint32_t flags, const Masks& given, const Dialect& dialect, F
     } else if (dialect.readsMore && (masks.red | masks.green | masks.blue) == 0 && masks.bits >= 24) {
         masks = {masks.bits, kBgrx8.red, kBgrx8.green, kBgrx8.blue, masks.alpha};
     }
-    return useTexels(masks, format);
+    return useTexels(masks, dialect, format);
 }
 
 }  // namespace plugins::dds

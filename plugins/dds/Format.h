@@ -14,15 +14,16 @@ namespace plugins::dds {
 
 // Where the reading of `LoadDDS`, which never changes, differs from what other programs show.
 struct Dialect {
-    bool readsMore;       // samples of 16 and 32 bits, signed ones, chroma, palettes, wrong bit counts
-    bool showsLight;      // BC6H through the gamma curve of linear light
+    bool readsMore;   // samples of 16 and 32 bits, signed ones, chroma, palettes, wrong bit counts and sizes
+    bool showsAlpha;  // as grey where there is nothing else
+    bool showsLight;  // BC6H through the gamma curve of linear light
     bool dividesByAlpha;  // colours that were multiplied by it
     bool keepsRows;       // of files that end early
 };
 inline constexpr Dialect kClassic = {
-    .readsMore = false, .showsLight = true, .dividesByAlpha = false, .keepsRows = false};
+    .readsMore = false, .showsAlpha = false, .showsLight = true, .dividesByAlpha = false, .keepsRows = false};
 inline constexpr Dialect kWide = {
-    .readsMore = true, .showsLight = false, .dividesByAlpha = true, .keepsRows = true};
+    .readsMore = true, .showsAlpha = true, .showsLight = false, .dividesByAlpha = true, .keepsRows = true};
 
 // One channel of an uncompressed texel: the bits of a mask without gaps.
 class Channel {

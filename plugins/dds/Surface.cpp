@@ -142,8 +142,10 @@ bool readSurface(Job& job, const Dialect& dialect, Surface& surface) {
     if (got < 4 || dib::readLe32(header) != fourCc("DDS "))
         return job.refuse(DIB_ERROR_UNSUPPORTED, "not a DDS file");
     if (got != sizeof header) return job.refuse(DIB_ERROR_READ, "the file ends inside its header");
-    if (dib::readLe32(header + kSize) != 124 || dib::readLe32(header + kFormatSize) != 32)
+    const bool hasKnownSize = dib::readLe32(header + kFormatSize) == 32;
+    if (dib::readLe32(header + kSize) != 124 || !(hasKnownSize || dialect.readsMore))
         return job.refuse(DIB_ERROR_INVALID, "the header is damaged");
+    if (!hasKnownSize) job.note(DIB_NOTE_WARNING, "the header gives its pixel format a wrong size");
     surface.start = kHeaderBytes;
     surface.width = dib::readLe32(header + kWidth);
     surface.height = dib::readLe32(header + kHeight);

@@ -125,7 +125,7 @@ TEST(Diagnosis, OfPluginFormatsReadsTheHeader) {
                              {{0, {'D', 'D', 'S', ' ', 124}}, {12, {4}}, {16, {4}}, {76, {32}}, {80, {4}}});
     EXPECT_EQ(why("text", formats::diagnoseDds), "not a DDS file");
     EXPECT_EQ(why("DDS ", formats::diagnoseDds), "the file ends inside its header");
-    EXPECT_EQ(why(edited(dds, {{76, {31}}}), formats::diagnoseDds), "the header is damaged");
+    EXPECT_EQ(why(edited(dds, {{4, {123}}}), formats::diagnoseDds), "the header is damaged");
     EXPECT_EQ(why(edited(dds, {{84, {113}}}), formats::diagnoseDds),
               "pixels of format code 113 are not read");
     EXPECT_EQ(why(edited(dds, {{84, {'R', 'G', 'B', 'G'}}}), formats::diagnoseDds),

@@ -158,6 +158,13 @@ TEST(DdsWide, GreysAnnouncedAsColors) {
               (Bytes{5, 5, 5, 255, 7, 7, 7, 9}));
 }
 
+TEST(DdsWide, AlphaAloneIsGrey) {
+    const PluginsInUse plugins;
+    EXPECT_EQ(shown(file(2, 1, masked(0x2, 8, {0, 0, 0, 0xFF}), {7, 200})), (Bytes{7, 200}));
+    EXPECT_EQ(shown(file(2, 1, numbered(65), {7, 200})), (Bytes{7, 200}));
+    EXPECT_EQ(dds_test::pixels(file(1, 1, numbered(65), {7})), (Bytes{0, 0, 0, 7})) << "LoadDDS";
+}
+
 TEST(DdsWide, OneBitATexel) {
     const PluginsInUse plugins;
     EXPECT_EQ(shown(file(10, 2, numbered(66), {0b10110001, 0b01000000, 0b00000000, 0b10111111})),
@@ -175,6 +182,18 @@ Bytes with(Bytes bytes, std::initializer_list<std::pair<std::size_t, std::uint32
 constexpr std::size_t kDepth = 24;
 constexpr std::size_t kLevels = 28;
 constexpr std::size_t kKind = 112;
+
+TEST(DdsWide, PixelFormatsMayHaveAWrongSize) {
+    const PluginsInUse plugins;
+    for (const std::uint32_t size : {0U, 24U, 31U}) {
+        const Bytes bytes = with(file(1, 1, masked(0x20000, 8, {0xFF, 0, 0, 0}), {9}), {{76, size}});
+        const door_test::Opened load = opened(bytes);
+        ASSERT_TRUE(load.isLoaded) << load.result.reason;
+        EXPECT_EQ(codec_test::pixelsOf(*load.image), Bytes{9});
+        EXPECT_EQ(load.note(0), "the header gives its pixel format a wrong size");
+        EXPECT_TRUE(dds_test::pixels(bytes).empty()) << "LoadDDS";
+    }
+}
 
 Bytes grey(std::uint32_t width, std::uint32_t height, std::size_t count) {
     Bytes data(count);
