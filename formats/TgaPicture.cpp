@@ -117,12 +117,13 @@ private:
                           bits);
         }
         // A map that starts at another index has no entries for those before it.
+        picture_.map.resize(std::size_t{1} << (8 * picture_.pixelBytes));
         unsigned char entry[4];
         for (std::size_t i = 0; i < entries; ++i) {
             if (!file_.read(entry, entryBytes))
                 return refuse(result_, DIB_ERROR_READ, "the file ends inside its colour map");
             const std::size_t index = header_.mapFirst + i;
-            if (index >= kMostTgaIndices) continue;
+            if (index >= picture_.map.size()) continue;
             storeEntry(entry, entryBytes, picture_.map[index]);
             picture_.entries = index + 1;
         }
@@ -157,8 +158,8 @@ private:
             return true;
         };
         if (picture_.isMapped) {
-            if (header_.bitCount != 8) return refuseKind("indices");
-            return mapHasAlpha() ? choose(32, TgaChange::kLookUp) : choose(8, TgaChange::kNone);
+            if (mapHasAlpha()) return choose(32, TgaChange::kLookUp);
+            return header_.bitCount == 8 ? choose(8, TgaChange::kNone) : choose(24, TgaChange::kLookUp);
         }
         if (picture_.isGrey) {
             if (header_.bitCount <= 8) return choose(header_.bitCount, TgaChange::kNone);
@@ -197,7 +198,7 @@ bool resemblesTga(FirstBytes bytes) {
     switch (header.imageType) {
         case kMapped:
         case kRunLengthMapped:
-            return bits == 8 && header.hasMap() && header.mapEntries != 0 &&
+            return (bits == 8 || bits == 16) && header.hasMap() && header.mapEntries != 0 &&
                    (mapBits == 15 || mapBits == 16 || mapBits == 24 || mapBits == 32);
         case kTrueColor:
         case kRunLengthTrueColor:

@@ -4,8 +4,8 @@
 
 #include <DibStream.h>
 
-#include <array>
 #include <cstddef>
+#include <vector>
 
 #include "dib/Numbers.h"
 #include "formats/ChannelMasks.h"
@@ -14,7 +14,6 @@
 
 namespace formats {
 
-constexpr std::size_t kMostTgaIndices = 256;
 constexpr ChannelMasks kTgaWordsWithAlpha = {0x7C00, 0x03E0, 0x001F, 0x8000};
 
 // How stored pixels become those of the image.
@@ -33,7 +32,7 @@ struct TgaPicture {
     bool hasTexts = false;
     int bitCount = 0;  // of the image
     TgaChange change = TgaChange::kNone;
-    std::array<DibBGRA, kMostTgaIndices> map{};  // by index; black where the file has no entry
+    std::vector<DibBGRA> map;  // by index: 256 or 65536 colours, black where the file has no entry
     std::size_t entries = 0;
 
     std::size_t rowBytes() const {

@@ -138,11 +138,24 @@ private:
                 }
                 break;
             case TgaChange::kLookUp:
-                for (std::size_t x = 0; x < width; ++x) std::memcpy(out + 4 * x, &picture_.map[row[x]], 4);
+                if (picture_.bitCount == 32) {
+                    lookUp<4>(row, out, width);
+                } else {
+                    lookUp<3>(row, out, width);
+                }
                 break;
         }
         if (picture_.isPremultiplied && picture_.bitCount == 32 && picture_.hasAlpha)
             divideByAlpha(out, width);
+    }
+
+    template <std::size_t kBytes>
+    void lookUp(const unsigned char* row, unsigned char* out, std::size_t width) const {
+        const bool isByte = picture_.pixelBytes == 1;
+        for (std::size_t x = 0; x < width; ++x) {
+            const std::size_t index = isByte ? row[x] : dib::readLe16(row + 2 * x);
+            std::memcpy(out + kBytes * x, &picture_.map[index], kBytes);
+        }
     }
 
     void makeOpaque(unsigned char* pixels, std::size_t count) {
@@ -174,7 +187,10 @@ std::uint64_t fewestBytes(const TgaPicture& picture) {
 void noteChanges(const TgaPicture& picture, DibFileResult& result) {
     if (picture.change == TgaChange::kWords)
         note(result, DIB_NOTE_ASSUMPTION, "pixels of 16 bits with an alpha bit became 32");
-    if (picture.change == TgaChange::kLookUp)
+    if (picture.change == TgaChange::kLookUp && picture.pixelBytes == 2)
+        note(result, DIB_NOTE_ASSUMPTION, "indices of %d bits became the colours of the map",
+             picture.header.bitCount);
+    if (picture.change == TgaChange::kLookUp && picture.pixelBytes == 1)
         note(result, DIB_NOTE_ASSUMPTION, "the colour map has alpha, so its colours replace the indices");
     if (picture.change == TgaChange::kGreyAndAlpha)
         note(result, DIB_NOTE_ASSUMPTION, "grey pixels with alpha became 32 bits");
@@ -209,7 +225,7 @@ bool readTga(ReadRequest& request) {
         return refuseForMemory(request.result, "for the picture");
     if (picture.isMapped && picture.bitCount == 8) {
         for (DibBGRA& color : picture.map) color.alpha = 0;
-        std::memcpy(dib::colorTable(image->Header), picture.map.data(), sizeof picture.map);
+        std::memcpy(dib::colorTable(image->Header), picture.map.data(), picture.map.size() * sizeof(DibBGRA));
         image->Header->biClrUsed = image->Header->biClrImportant = dib::dwordOf(picture.entries);
     }
     noteChanges(picture, request.result);

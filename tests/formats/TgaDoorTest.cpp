@@ -71,6 +71,7 @@ TEST(TgaDoor, EverySourceGivesOnePicture) {
     for (const Bytes& file :
          {tga({}, counting(12)), tga({3, 3, 2, 8, 0x20}, counting(6)), tga({11, 3, 2, 8}, {0x85, 7}),
           tga({1, 2, 2, 8, 0, 2, 24}, joined(counting(6), {0, 1, 1, 0})),
+          tga({1, 2, 2, 16, 0, 2, 24}, joined(counting(6), {0, 0, 1, 0, 1, 0, 0, 0})),
           tga({10, 3, 2, 32, 8}, {0x85, 1, 2, 3, 4})}) {
         expectOneFromEverySource(file, ".tga", named(kName));
         expectLoadProgress(file, 3, named(kName));
@@ -122,6 +123,32 @@ TEST(TgaDoor, MapsOfEveryKind) {
     EXPECT_EQ(colorAt(*load.image, 5).red, 3);
     EXPECT_EQ(colorAt(*load.image, 4).red, 0);
     EXPECT_EQ(colorAt(*load.image, 6).blue, 4);
+}
+
+// No image has a table of more than 256 colours.
+TEST(TgaDoor, IndicesOf16BitsBecomeColours) {
+    // Entries 300 and 301; 7 has none.
+    const Bytes map = {1, 2, 3, 4, 5, 6};
+    const Bytes indices = {45, 1, 44, 1, 7, 0};
+    const Bytes colors = {4, 5, 6, 1, 2, 3, 0, 0, 0};
+    EXPECT_EQ(shown(tga({1, 3, 1, 16, 0, 2, 24, 300}, joined(map, indices)), 24), colors);
+    EXPECT_EQ(shown(tga({1, 3, 1, 15, 0, 2, 24, 300}, joined(map, indices)), 24), colors);
+    EXPECT_EQ(shown(tga({9, 3, 1, 16, 0, 2, 24, 300}, joined(map, {0x81, 45, 1, 0, 44, 1})), 24),
+              Bytes({4, 5, 6, 4, 5, 6, 1, 2, 3}));
+    EXPECT_EQ(shown(tga({1, 3, 1, 16, 0x10, 2, 24, 300}, joined(map, indices)), 24),
+              Bytes({0, 0, 0, 1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(shown(tga({1, 2, 1, 16, 8, 2, 32}, {1, 2, 3, 4, 5, 6, 7, 8, 1, 0, 0, 0}), 32),
+              Bytes({5, 6, 7, 8, 1, 2, 3, 4}));
+    const Bytes words = ByteWriter().le16(31 << 10 | 1).bytes;
+    EXPECT_EQ(shown(tga({1, 1, 1, 16, 0, 1, 15}, joined(words, {0, 0})), 24), Bytes({8, 0, 255}));
+    const Bytes file = tga({1, 3, 1, 16, 0, 2, 24, 300}, joined(map, indices));
+    EXPECT_EQ(openedTga(file).note(0), "indices of 16 bits became the colours of the map");
+    EXPECT_EQ(openedTga(tga({1, 3, 1, 24, 0, 2, 24}, map)).reason(), "indices of 24 bits are not read");
+    DibFileInfo info;
+    ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info));
+    EXPECT_EQ(info.bitCount, 24);
+    EXPECT_EQ(info.storedBits, 16);
+    EXPECT_EQ(info.paletteSize, 0);
 }
 
 TEST(TgaDoor, BlackAndWhiteHasEightPixelsAByte) {
