@@ -106,6 +106,13 @@ bool judgeHeader(const BitmapHeader& header, DibFileResult& result) {
     return true;
 }
 
+// Colours without a table may have other planes than eight each, which no painting program writes.
+bool judgeChannels(const std::array<unsigned char, 3>& planes, DibFileResult& result) {
+    if (planes == kEightPlanesEach) return true;
+    return refuse(result, DIB_ERROR_UNSUPPORTED, "colours of %d, %d and %d planes are not read", planes[0],
+                  planes[1], planes[2]);
+}
+
 }  // namespace
 
 bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& form, DibFileResult& result) {
@@ -131,6 +138,8 @@ bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& for
             readColors(file, chunk, form);
         } else if (chunk.is("CAMG")) {
             form.viewMode = dib::readBe32(readFields<4>(file, chunk).data());
+        } else if (chunk.is("DCOL")) {
+            form.channelPlanes = readFields<3>(file, chunk);
         } else if (chunk.is("DPI ")) {
             const auto fields = readFields<4>(file, chunk);
             form.xResolution = dib::readBe16(fields.data());
@@ -139,7 +148,7 @@ bool readIlbmForm(ByteReader& file, const DibLoadOptions& options, IlbmForm& for
             form.hasTexts = true;
         } else if (chunk.is("BODY") && hasHeader) {
             form.body = at + iff_chunk::kBytes;
-            if (!judgeHeader(form.header, result)) return false;
+            if (!judgeHeader(form.header, result) || !judgeChannels(form.channelPlanes, result)) return false;
             form.pixels = pixelsOf(form);
             form.alpha = alphaOf(form, options);
             completeColors(form);

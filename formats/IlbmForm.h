@@ -4,18 +4,24 @@
 
 #include <DibFile.h>
 
+#include <array>
+#include <cstdint>
+
 #include "formats/ByteReader.h"
 #include "formats/IlbmLayout.h"
 #include "formats/IlbmRows.h"
 
 namespace formats {
 
+constexpr std::array<unsigned char, 3> kEightPlanesEach = {8, 8, 8};
+
 struct IlbmForm {
     BitmapHeader header;
     std::uint32_t viewMode = 0;  // of the screen that the picture was made for
     std::size_t colorCount = 0;  // that the file has
     IlbmColors colors{};         // of the picture
-    int xResolution = 0;         // pixels per inch
+    std::array<unsigned char, 3> channelPlanes = kEightPlanesEach;  // of red, green and blue
+    int xResolution = 0;                                            // pixels per inch
     int yResolution = 0;
     bool hasTexts = false;
     std::int64_t body = 0;  // the position of the rows

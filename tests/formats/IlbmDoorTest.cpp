@@ -250,6 +250,8 @@ TEST(IlbmDoor, ReasonsNameWhatIsWrong) {
         {form(bitmapHeader(8, 1, 1)), "the pixels (BODY) are missing", 6},
         {form(joined({bitmapHeader(8, 1, 1, 2), chunk("BODY", {1, 2})})), "compression 2 is not known", 7},
         {form(joined({bitmapHeader(8, 1, 33), chunk("BODY", {1, 2})})), "33 bit planes are not read", 7},
+        {form(joined({bitmapHeader(8, 1, 12), chunk("DCOL", {4, 4, 4, 0}), chunk("BODY", Bytes(12))})),
+         "colours of 4, 4 and 4 planes are not read", 7},
         {form(joined({bitmapHeader(8, 0, 1), chunk("BODY", {1, 2})})), "a picture of 8x0 pixels is empty", 6},
         {cut, "the file ends before its pixels do (in row 3 of 3)", 4},
     };
