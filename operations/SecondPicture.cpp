@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include "vexlibs/PathText.h"
+
 namespace operations {
 
 namespace {
@@ -12,7 +14,7 @@ namespace {
 // Notes about a picture, after the name of its file.
 void passNotesOn(const DibFileResult& opened, std::string_view name, DibOperationResult& result) {
     constexpr int kLongestName = 60;
-    const std::string file(name.substr(name.rfind('/') + 1));
+    const std::string file(vexlibs::nameIn(name));
     for (int i = 0; i < opened.noteCount && result.noteCount < DibOperationResult::kMostNotes; ++i) {
         DibNote& note = result.notes[result.noteCount++];
         note.kind = opened.notes[i].kind;

@@ -20,7 +20,7 @@ ALLOWED = {
     # Only headers that need no compiled code of the library: plug-ins link nothing of it.
     "plugins": {"include", "vexlibs", "dib"},
     # It calls classic functions and the door through the public headers, pixel work of its own below.
-    "operations": {"include", "dib", "geometry", "effects"},
+    "operations": {"include", "vexlibs", "dib", "geometry", "effects"},
     # Lists of files and processes for the program: nothing about pictures.
     "batch": {"files", "vexlibs"},
     # Applications of the installed headers.

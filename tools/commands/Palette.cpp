@@ -3,6 +3,7 @@
 #include <DibPalette.h>
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -21,9 +22,10 @@ struct PaletteJob {
     bool showsProgress = false;
 };
 
-std::string extensionOf(const std::string& name) {
-    const std::size_t dot = name.find_last_of("./");
-    return dot != std::string::npos && name[dot] == '.' ? name.substr(dot + 1) : "";
+std::string extensionOf(const std::string& path) {
+    const std::string name = std::filesystem::path(path).filename().string();
+    const std::size_t dot = name.rfind('.');
+    return dot != std::string::npos ? name.substr(dot + 1) : "";
 }
 
 void exportPalette(const PaletteJob& job) {
