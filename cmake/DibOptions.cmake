@@ -40,6 +40,8 @@ set(DIB_JOINS_TEXTS $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER
 # Windows: the printf that the C++ standard describes, positions of 64 bits, wide functions, no macros min and max.
 if(WIN32)
     target_compile_definitions(dib_options INTERFACE __USE_MINGW_ANSI_STDIO=1 _FILE_OFFSET_BITS=64 UNICODE _UNICODE NOMINMAX)
+    # Programs need no other libraries of the compiler beside them.
+    add_link_options(-static)
 endif()
 
 # The dynamic loader's name for the folder of the file that needs a library.

@@ -68,7 +68,7 @@ case "$what" in
         # Only x86-64 has kernels above the plain ones.
         export DIGEST_LEVELS="${DIGEST_LEVELS:-0}"
         run=("${emulator:-}" -L "$root" "$PWD/build/$target/tests/digest")
-        [ "$target" != windows ] || run=(scripts/wine.sh "$PWD/build/$target/tests/digest.exe")
+        [ "$target" != windows ] || run=(scripts/wine.sh "$PWD/build/$target/bin/digest.exe")
         bash tests/system/digest.sh tests/digest/list.txt "${run[@]}"
         ;;
     suite)

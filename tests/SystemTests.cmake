@@ -6,6 +6,11 @@ if(CMAKE_CROSSCOMPILING)
     add_executable(threads_test ${CMAKE_CURRENT_SOURCE_DIR}/system/Threads.cpp)
     target_link_libraries(threads_test PRIVATE dibstream_internal dib_options Threads::Threads)
     add_test(NAME system.threads COMMAND threads_test)
+    if(DIB_LIBRARY_TYPE STREQUAL SHARED)
+        add_test(NAME system.exports
+            COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/system/exports.sh ${CMAKE_CURRENT_SOURCE_DIR}/exports
+                    $<TARGET_FILE:dibstream> $<TARGET_FILE:VexLibs>)
+    endif()
     return()
 endif()
 

@@ -10,11 +10,30 @@ trap 'rm -rf "$work"' EXIT
 # Instantiated templates of the C++ library are weak and have its visibility: they are not part of the interface. All
 # other names are, whatever their kind.
 standard_template='^_Z(N?K?S[tabsiod]|T[ISV]S[tabsiod]|N?K?9__gnu_cxx)'
-nm -D --defined-only "$@" |
-    awk -v standard="$standard_template" 'NF == 3 && !($2 ~ /^[WVu]$/ && $3 ~ standard) { print $3 }' |
-    c++filt | LC_ALL=C sort -u >"$work/exported"
+# Of DLLs, in the words of the lists. Types that are thrown have a name there whatever their marks.
+dllNames() {
+    x86_64-w64-mingw32-objdump -p "$@" |
+        awk '/\[Ordinal\/Name Pointer\]/ { listed = 1; next } NF == 0 { listed = 0 } listed { print $NF }' |
+        c++filt | grep -v '^typeinfo ' |
+        sed 's/unsigned long long/unsigned long/g; s/_iobuf/_IO_FILE/g; s/tagBITMAPINFOHEADER/BITMAPINFOHEADER/g'
+}
+libraryNames() {
+    nm -D --defined-only "$@" |
+        awk -v standard="$standard_template" 'NF == 3 && !($2 ~ /^[WVu]$/ && $3 ~ standard) { print $3 }' |
+        c++filt
+}
 sed '/^#/d; /^$/d' "$lists"/*.txt | LC_ALL=C sort >"$work/all"
-LC_ALL=C sort -u "$work/all" >"$work/listed"
+case "$1" in
+    *.dll)
+        dllNames "$@" | LC_ALL=C sort -u >"$work/exported"
+        # The C library has two of them, and types have another form.
+        grep -vE '^(_w)?fopen_s\(|^type(info|info name) for ' "$work/all" | LC_ALL=C sort -u >"$work/listed"
+        ;;
+    *)
+        libraryNames "$@" | LC_ALL=C sort -u >"$work/exported"
+        LC_ALL=C sort -u "$work/all" >"$work/listed"
+        ;;
+esac
 
 failed=0
 report() {
