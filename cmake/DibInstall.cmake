@@ -16,6 +16,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/c/include/dibstream.h DESTINATION ${CMAKE_IN
 set_target_properties(dibstream PROPERTIES INSTALL_RPATH ${DIB_OWN_FOLDER})
 install(TARGETS dibstream VexLibs EXPORT DibStreamTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 set(dib_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DibStream)
@@ -53,6 +54,9 @@ if(DIB_LIBRARY_TYPE STREQUAL STATIC)
     if(APPLE)
         list(JOIN DIB_PLATFORM_LIBRARIES " " libraries)
         set(dib_pc_private "Libs.private: ${libraries} -lc++\n")
+    elseif(WIN32)
+        list(JOIN DIB_PLATFORM_LIBRARIES " -l" libraries)
+        set(dib_pc_private "Libs.private: -l${libraries} -lstdc++\n")
     else()
         set(dib_pc_freetype "")
         if(Freetype_FOUND)
@@ -60,7 +64,7 @@ if(DIB_LIBRARY_TYPE STREQUAL STATIC)
         endif()
         set(dib_pc_private "Requires.private: libpng libjpeg libtiff-4 >= 4.5 zlib libisal libdeflate${dib_pc_freetype}\nLibs.private: -l${CMAKE_DL_LIBS} -lstdc++ -lm\n")
     endif()
-elseif(NOT CMAKE_SKIP_INSTALL_RPATH)
+elseif(NOT WIN32 AND NOT CMAKE_SKIP_INSTALL_RPATH)
     set(dib_pc_run_path " -Wl,-rpath,\${libdir}")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/dibstream.pc.in ${PROJECT_BINARY_DIR}/dibstream.pc @ONLY)

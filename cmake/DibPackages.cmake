@@ -1,3 +1,14 @@
+# Windows: one zip file, by `cpack --config build/windows/CPackConfig.cmake`.
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+    set(CPACK_PACKAGE_NAME dibstream)
+    set(CPACK_SYSTEM_NAME windows-x64)
+    set(CPACK_STRIP_FILES ON)
+    set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)  # tests are not needed for it
+    include(CPack)
+    return()
+endif()
+
 # Debian packages: `cmake --preset package && cmake --build --preset package && cpack --config build/package/CPackConfig.cmake`.
 # Each component of the install rules is a package.
 

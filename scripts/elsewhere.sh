@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Builds the library for another kind of machine and runs it there under an emulator: the digest of every operation,
-# and with "suite" the tests that can run under it.
-# usage: scripts/elsewhere.sh arm64|i386|windows [digest|suite]
+# with "suite" the tests that can run under it, and with "package" (Windows) the zip file and a program built against it.
+# usage: scripts/elsewhere.sh arm64|i386|windows [digest|suite|package]
 #
 # The libraries of the other machine are unpacked into build/elsewhere/<target>/root. The package database of this
 # machine learns nothing of them. JOBS is the number of compilers that run at once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-target="${1:?usage: elsewhere.sh arm64|i386|windows [digest|suite]}"
+target="${1:?usage: elsewhere.sh arm64|i386|windows [digest|suite|package]}"
 what="${2:-digest}"
 libraries=(libdeflate-dev libgtest-dev libjpeg62-turbo-dev libpng-dev libtiff-dev nlohmann-json3-dev zlib1g-dev)
 case "$target" in
@@ -75,5 +75,13 @@ case "$what" in
         cmake --build --preset "$target" --parallel "$jobs"
         ctest --preset "$target" --parallel "$jobs"
         ;;
-    *) echo "elsewhere.sh: $what is neither digest nor suite" >&2; exit 2 ;;
+    package)
+        [ "$target" = windows ] || { echo "elsewhere.sh: packages of this kind are for windows" >&2; exit 2; }
+        cmake --build --preset "$target" --parallel "$jobs" --target dibstream
+        # What it writes is compared with what the same sources write here.
+        env -u PKG_CONFIG_SYSROOT_DIR -u PKG_CONFIG_LIBDIR cmake --preset dev
+        cmake --build --preset dev --parallel "$jobs" --target dib make_sample_picture
+        bash tests/system/windows-package.sh "$PWD" "$PWD/build/$target" "$PWD/build/dev" "$top/package"
+        ;;
+    *) echo "elsewhere.sh: $what is not digest, suite or package" >&2; exit 2 ;;
 esac
