@@ -1,5 +1,7 @@
 #include "c/Call.h"
 
+#include <algorithm>
+
 namespace c_interface {
 
 static_assert(int{DIB_C_OK} == DIB_OK && int{DIB_C_ERROR_GENERAL} == DIB_ERROR_GENERAL &&
@@ -17,7 +19,7 @@ namespace {
 
 // What the program's structure has room for, in place of a null.
 dib_difference* differenceOf(const dib_result& result) {
-    return hasAll(result) ? result.difference : nullptr;
+    return has(result, result.difference) ? result.difference : nullptr;
 }
 
 }  // namespace
@@ -79,6 +81,9 @@ void fillResult(dib_result* to, const DibOperationResult& from) {
     result.suggestion = from.suggestion;
     result.step = from.step;
     result.exchanges_axes = from.exchangesAxes ? 1 : 0;
+    const std::size_t entries = std::min(from.paletteAlpha.size, sizeof result.palette_alpha);
+    std::copy_n(from.paletteAlpha.data, entries, result.palette_alpha);
+    result.palette_alpha_size = static_cast<int>(entries);
     if (result.difference != nullptr) fillDifference(*result.difference, from.difference);
     fill(*to, result);
 }
@@ -98,7 +103,7 @@ void fillMetadata(const dib_result* to, DibMetadata& from) {
     metadata.x_resolution = from.xResolution;
     metadata.y_resolution = from.yResolution;
     metadata.orientation = from.orientation;
-    if (hasAll(*to->metadata)) {
+    if (has(*to->metadata, to->metadata->xmp_size)) {
         metadata.palette_alpha = take(from.paletteAlpha, metadata.palette_alpha_size);
         metadata.tim_frame = take(from.timFrame, metadata.tim_frame_size);
         metadata.texts = take(from.texts, metadata.texts_size);
@@ -115,7 +120,7 @@ void dib_metadata_clear(dib_metadata* metadata) {
     if (metadata == nullptr || !c_interface::isSized(*metadata)) return;
     std::free(metadata->color_profile);
     std::free(metadata->exif);
-    if (c_interface::hasAll(*metadata)) {
+    if (c_interface::has(*metadata, metadata->xmp_size)) {
         std::free(metadata->palette_alpha);
         std::free(metadata->tim_frame);
         std::free(metadata->texts);

@@ -26,6 +26,11 @@ bool refuse(Result& result, DibErrorCode code, const char* reason) {
     std::snprintf(result.reason, sizeof result.reason, "%s", reason);
     return false;
 }
+// The same where an allocation fails.
+template <class Result>
+bool refuseWithoutMemory(Result& result) {
+    return refuse(result, DIB_ERROR_MEMORY, "there is not enough memory");
+}
 // The same for options that cannot be read, unless the code is 0. Returns whether it is.
 template <class Result>
 bool accept(Result& result, DibErrorCode code) {

@@ -30,6 +30,7 @@ dib_code describe(const DibFormat& from, dib_format& to) {
     format.write_depths = from.writeDepths;
     format.has_layers = from.hasLayers ? 1 : 0;
     format.has_pages = from.hasPages ? 1 : 0;
+    format.has_palette_alpha = from.hasPaletteAlpha ? 1 : 0;
     fill(to, format);
     return DIB_C_OK;
 }

@@ -28,19 +28,8 @@ dib_code probeLayers(dib_layers** layers, const dib_load_options* given, dib_res
         c_interface::fillMetadata(result, out.metadata);
         if (!isRead) return false;
         *layers = new (std::nothrow) dib_layers{std::move(list)};
-        return *layers != nullptr || c_interface::refuse(out, DIB_ERROR_MEMORY, "there is not enough memory");
+        return *layers != nullptr || c_interface::refuseWithoutMemory(out);
     });
-}
-
-dib_layer_mask maskOf(const DibLayerMask& from) {
-    return {.exists = from.exists ? 1 : 0,
-            .is_disabled = from.isDisabled ? 1 : 0,
-            .left = from.left,
-            .top = from.top,
-            .width = from.width,
-            .height = from.height,
-            .outside = from.outside,
-            .reserved = 0};
 }
 
 }  // namespace
@@ -82,8 +71,25 @@ dib_code dib_layer_at(const dib_layers* layers, int index, dib_layer* layer) {
     to.is_visible = from.isVisible ? 1 : 0;
     to.is_clipped = from.isClipped ? 1 : 0;
     to.blend_mode = from.blendMode;
-    for (int i = 0; i < 2; ++i) to.masks[i] = maskOf(from.masks[i]);
     c_interface::fill(*layer, to);
+    return DIB_C_OK;
+}
+
+dib_code dib_layer_mask_at(const dib_layers* layers, int index, int part, dib_layer_mask* mask) {
+    if (mask == nullptr || !c_interface::isSized(*mask)) return DIB_C_ERROR_INVALID;
+    if (index < 0 || index >= dib_layer_count(layers)) return DIB_C_ERROR_INVALID;
+    if (part != DIB_C_LAYER_MASK && part != DIB_C_LAYER_SECOND_MASK) return DIB_C_ERROR_INVALID;
+    const DibLayerMask& from = layers->list.items[index].masks[part - DIB_C_LAYER_MASK];
+    const dib_layer_mask to = {.size = sizeof(dib_layer_mask),
+                               .exists = from.exists ? 1 : 0,
+                               .is_disabled = from.isDisabled ? 1 : 0,
+                               .left = from.left,
+                               .top = from.top,
+                               .width = from.width,
+                               .height = from.height,
+                               .outside = from.outside,
+                               .reserved = 0};
+    c_interface::fill(*mask, to);
     return DIB_C_OK;
 }
 

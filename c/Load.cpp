@@ -32,7 +32,7 @@ dib_code load(dib_image** image, const dib_load_options* given, dib_result* resu
         if (image == nullptr) return refuse(out, DIB_ERROR_INVALID, "there is no pointer for the image");
         if (!c_interface::readLoadOptions(given, options, out)) return false;
         DibHandle made = DibHandle::make();
-        if (!made) return refuse(out, DIB_ERROR_MEMORY, "there is not enough memory");
+        if (!made) return c_interface::refuseWithoutMemory(out);
         if (!loadInto(made.get(), options, out)) return false;
         *image = handleOf(made.release());
         return true;

@@ -39,7 +39,11 @@ inline constexpr std::size_t kFirstSize<dib_apply_options> = firstSize(40, 24);
 template <>
 inline constexpr std::size_t kFirstSize<dib_difference> = firstSize(56, 52);
 template <>
-inline constexpr std::size_t kFirstSize<dib_layer> = firstSize(880, 876);
+inline constexpr std::size_t kFirstSize<dib_layer> = firstSize(816, 812);
+template <>
+inline constexpr std::size_t kFirstSize<dib_layer_mask> = firstSize(40, 36);
+template <>
+inline constexpr std::size_t kFirstSize<dib_montage_options> = firstSize(48, 40);
 
 // Whether some version of the structure has that size. Structures that were not initialised mostly do not.
 template <class Structure>
@@ -50,10 +54,11 @@ bool isSized(const Structure& structure) {
            structure.size % sizeof(std::size_t) == 0;
 }
 
-// Whether the program's structure has all members that the library knows.
-template <class Structure>
-bool hasAll(const Structure& structure) {
-    return structure.size >= sizeof(Structure);
+// Whether the program's structure reaches to the end of a member, so that it has that.
+template <class Structure, class Member>
+bool has(const Structure& structure, const Member& member) {
+    const auto place = reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&structure);
+    return structure.size >= static_cast<std::size_t>(place) + sizeof member;
 }
 
 // Reads the options of a program over the defaults in `options`; null keeps them. The code is 6 for a wrong

@@ -228,6 +228,11 @@ struct DibChain {
 DIB_EXPORT bool DibParseChain(const char* text, DibChain* chain, DibOperationResult* result = nullptr);
 /// The same for one step, in which white space needs no backslash.
 DIB_EXPORT bool DibParseStep(const char* text, DibChain* chain, DibOperationResult* result = nullptr);
+/// Reads a colour as values have it: `#rrggbb`, which is opaque, or `#rrggbbaa`.
+/// @return False, with the colour as it was, and code
+/// - 6 the text is no colour, or a pointer is null;
+/// - 2 memory is short.
+DIB_EXPORT bool DibParseColor(const char* text, DibBGRA* color, DibOperationResult* result = nullptr);
 /// The C++ call that does the same as a step, for documents: "DibEffectRotate(nullptr, nullptr, &image,
 /// 0.5f, 0U);". A line for each statement. Where the classic function would do something else to this
 /// picture, it is "DibApply(&image, "rotate:30");".

@@ -14,6 +14,20 @@ namespace operations {
 
 namespace {
 
+constexpr const char* kNoColor = "must be a colour #rrggbb or #rrggbbaa";
+
+std::optional<DibBGRA> colorOf(std::string_view text) {
+    std::uint32_t word = 0;
+    const std::string_view digits = text.substr(text.starts_with('#') ? 1 : text.size());
+    const char* end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, word, 16);
+    if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8))
+        return std::nullopt;
+    if (digits.size() == 6) word = (word << 8) | 0xFF;
+    const auto byte = [word](int shift) { return dib::byteOf(word >> shift); };
+    return DibBGRA{.blue = byte(8), .green = byte(16), .red = byte(24), .alpha = byte(0)};
+}
+
 // The text of one parameter's value.
 class Reader {
 public:
@@ -151,16 +165,9 @@ private:
     }
 
     DibBGRA color() const {
-        std::uint32_t word = 0;
-        const std::string_view digits = text_.substr(text_.starts_with('#') ? 1 : text_.size());
-        const char* end = digits.data() + digits.size();
-        const auto [stop, error] = std::from_chars(digits.data(), end, word, 16);
-        if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8)) {
-            fail(std::string("must be a colour #rrggbb or #rrggbbaa") + (mayBeNone() ? ", or none" : ""));
-        }
-        if (digits.size() == 6) word = (word << 8) | 0xFF;
-        const auto byte = [word](int shift) { return dib::byteOf(word >> shift); };
-        return {.blue = byte(8), .green = byte(16), .red = byte(24), .alpha = byte(0)};
+        const std::optional<DibBGRA> color = colorOf(text_);
+        if (!color) fail(kNoColor + std::string(mayBeNone() ? ", or none" : ""));
+        return *color;
     }
 
     const DibParameter& parameter_;
@@ -217,3 +224,16 @@ std::string plainNumber(double number) {
 }
 
 }  // namespace operations
+
+bool DibParseColor(const char* text, DibBGRA* color, DibOperationResult* result) {
+    return operations::runCall(result, [&](DibOperationResult&) {
+        if (text == nullptr || color == nullptr)
+            throw operations::Refusal{DIB_ERROR_INVALID, "there is no text, or no place for the colour"};
+        const std::optional<DibBGRA> parsed = operations::colorOf(text);
+        if (!parsed)
+            throw operations::Refusal{DIB_ERROR_INVALID,
+                                      operations::quoted(text) + " " + operations::kNoColor};
+        *color = *parsed;
+        return true;
+    });
+}

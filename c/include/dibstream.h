@@ -173,11 +173,18 @@ typedef struct dib_result {
     /// 1 when rows became columns by `dib_apply`, as after "turn:90": then the resolutions across and down of
     /// the picture's metadata must be exchanged, too. 0 when the call failed.
     int exchanges_axes;
-    int reserved2;  ///< 0.
+    /// Entries of `palette_alpha`: 0 where no entry is transparent, and where a step after "colors" or
+    /// "remap" did more than move pixels.
+    int palette_alpha_size;
+    /// Alpha of the first entries of the palette that `dib_apply` made, for `dib_metadata::palette_alpha`
+    /// where the picture is saved: 255, and 0 for the entry of transparent pixels.
+    unsigned char palette_alpha[256];
 } dib_result;
 /// No call yet.
-#define DIB_C_RESULT_INIT \
-    { sizeof(dib_result), NULL, NULL, NULL, NULL, NULL, -1, 0, 0, 0, "", {0}, {""}, NULL, 0, 0 }
+#define DIB_C_RESULT_INIT                                                                               \
+    {                                                                                                   \
+        sizeof(dib_result), NULL, NULL, NULL, NULL, NULL, -1, 0, 0, 0, "", {0}, {""}, NULL, 0, 0, { 0 } \
+    }
 
 /// Called with the fraction of the work that is done, from 0 to 1, and the caller's pointer. False cancels.
 typedef bool (*dib_progress)(float fraction, void* user);
@@ -281,10 +288,12 @@ typedef struct dib_format {
     unsigned int write_depths;      ///< Depths that a file holds as they are; 0 when nothing can be saved.
     int has_layers;                 ///< 1 when `dib_load_options::layer` chooses one.
     int has_pages;                  ///< 1 when `dib_load_options::page` chooses one.
+    int has_palette_alpha;          ///< 1 when files hold `dib_metadata::palette_alpha`, in both directions.
+    int reserved;                   ///< 0.
 } dib_format;
 /// To be filled.
 #define DIB_C_FORMAT_INIT \
-    { sizeof(dib_format), NULL, NULL, NULL, NULL, NULL, 0, 0, 0, 0 }
+    { sizeof(dib_format), NULL, NULL, NULL, NULL, NULL, 0, 0, 0, 0, 0, 0 }
 
 /// The number of formats.
 DIB_C_EXPORT int dib_format_count(void);
@@ -444,18 +453,6 @@ typedef enum dib_layer_kind {
     DIB_C_LAYER_GROUP_END = 2  ///< The lower end of a group.
 } dib_layer_kind;
 
-/// A mask of a layer: a grey picture of its own size.
-typedef struct dib_layer_mask {
-    int exists;       ///< 1 when the layer has it.
-    int is_disabled;  ///< 1 when it is switched off.
-    int left;         ///< In pixels of the document, which it may leave.
-    int top;          ///< See `left`.
-    int width;        ///< Columns; 0 when it has no pixels.
-    int height;       ///< Rows; 0 when it has no pixels.
-    int outside;      ///< What it is outside its rectangle, 0 (hides) to 255 (shows).
-    int reserved;     ///< 0.
-} dib_layer_mask;
-
 /// A layer of a document.
 typedef struct dib_layer {
     size_t size;     ///< `sizeof(dib_layer)`.
@@ -470,17 +467,26 @@ typedef struct dib_layer {
     int is_visible;  ///< 1 when it is switched on.
     int is_clipped;  ///< 1 when it shows only where the layer below it does.
     int blend_mode;  ///< As `DibPSDLoader::GetLayerBlendMode` (DibPSDLoader.h) has it.
-    /// The mask in force. Where it combines a painted mask and a vector mask, the second is the painted one
-    /// alone.
-    dib_layer_mask masks[2];
 } dib_layer;
 /// To be filled.
-#define DIB_C_LAYER_INIT                                          \
-    {                                                             \
-        sizeof(dib_layer), "", 0, -1, 0, 0, 0, 0, 255, 1, 0, 0, { \
-            { 0, 0, 0, 0, 0, 0, 0, 0 }                            \
-        }                                                         \
-    }
+#define DIB_C_LAYER_INIT \
+    { sizeof(dib_layer), "", 0, -1, 0, 0, 0, 0, 255, 1, 0, 0 }
+
+/// A mask of a layer: a grey picture of its own size.
+typedef struct dib_layer_mask {
+    size_t size;      ///< `sizeof(dib_layer_mask)`.
+    int exists;       ///< 1 when the layer has it.
+    int is_disabled;  ///< 1 when it is switched off.
+    int left;         ///< In pixels of the document, which it may leave.
+    int top;          ///< See `left`.
+    int width;        ///< Columns; 0 when it has no pixels.
+    int height;       ///< Rows; 0 when it has no pixels.
+    int outside;      ///< What it is outside its rectangle, 0 (hides) to 255 (shows).
+    int reserved;     ///< 0.
+} dib_layer_mask;
+/// To be filled.
+#define DIB_C_LAYER_MASK_INIT \
+    { sizeof(dib_layer_mask), 0, 0, 0, 0, 0, 0, 0, 0 }
 
 /// The layers of a document; `dib_layers_release` ends them.
 typedef struct dib_layers dib_layers;
@@ -500,6 +506,11 @@ DIB_C_EXPORT int dib_layer_count(const dib_layers* layers);
 /// `dib_load_options::layer` counts them.
 /// @return 6 when there is none, or a pointer is null; the structure is unchanged then.
 DIB_C_EXPORT dib_code dib_layer_at(const dib_layers* layers, int index, dib_layer* layer);
+/// Describes a mask of a layer.
+/// @param part `DIB_C_LAYER_MASK`, the mask in force, or `DIB_C_LAYER_SECOND_MASK`: where the first combines
+///             a painted mask and a vector mask, the painted one alone.
+/// @return 6 when there is no such layer or part, or a pointer is null; the structure is unchanged then.
+DIB_C_EXPORT dib_code dib_layer_mask_at(const dib_layers* layers, int index, int part, dib_layer_mask* mask);
 /// Ends the layers. Null does nothing.
 DIB_C_EXPORT void dib_layers_release(dib_layers* layers);
 /// @}
@@ -690,6 +701,43 @@ DIB_C_EXPORT dib_code dib_apply(dib_image* image, const char* chain, const dib_a
 DIB_C_EXPORT dib_code dib_compare(const dib_image* first, const dib_image* second, dib_difference* difference,
                                   dib_image** shown, int gain, dib_result* result, dib_progress progress,
                                   void* user);
+
+/// Reads a colour as steps have it, "#rrggbb" or "#rrggbbaa".
+/// @param color Gets it as 0xAARRGGBB.
+/// @return 6 when it is none, or a pointer is null, 2 when memory is short; `*color` is unchanged then.
+DIB_C_EXPORT dib_code dib_parse_color(const char* text, uint32_t* color, dib_result* result);
+
+/// How the images of a sheet are laid out.
+typedef struct dib_montage_options {
+    size_t size;  ///< `sizeof(dib_montage_options)`.
+    /// A text for each image, in UTF-8, which is written below it, shortened where the cell is too narrow;
+    /// null texts are none. Null: no image has one.
+    const char* const* labels;
+    int columns;          ///< Images in a row, at least 0; 0: about as many as there are rows.
+    int gap;              ///< Pixels between the cells and around them, at least 0.
+    int most_width;       ///< Images are shrunk until they lie inside this size; 0: no limit.
+    int most_height;      ///< See `most_width`.
+    int label_size;       ///< The height of the labels' font in pixels, at least 1.
+    uint32_t background;  ///< Of all that no image covers, 0xAARRGGBB.
+    uint32_t
+        label_color;  ///< 0xAARRGGBB; with an alpha of 0: black or white, as the background shows better.
+    int reserved;     ///< 0.
+} dib_montage_options;
+/// The defaults.
+#define DIB_C_MONTAGE_OPTIONS_INIT \
+    { sizeof(dib_montage_options), NULL, 0, 0, 0, 0, 14, UINT32_C(0xFFFFFFFF), 0, 0 }
+
+/// Puts images of any depth on a sheet, row by row. Each lies in the middle of a cell as large as the largest
+/// of them, with its label below.
+/// @param images So many as `count`, 1 or more. They are not changed.
+/// @param sheet  Gets a new image of 32 bits, or null when the call fails.
+/// @return
+/// - 6 there is no image, or an argument or an option has no meaning;
+/// - 9 the callback cancelled;
+/// - 2 memory is short, or no image can have the size of the sheet.
+DIB_C_EXPORT dib_code dib_montage(const dib_image* const* images, int count, dib_image** sheet,
+                                  const dib_montage_options* options, dib_result* result,
+                                  dib_progress progress, void* user);
 /// @}
 
 #ifdef __cplusplus

@@ -235,6 +235,7 @@ bits: 1, 4, 8, 16, 24 or 32)");
     bindSave(image);
     bindPalettes(module, image);
     bindOperations(module, image);
+    bindMontage(module);
 }
 
 }  // namespace python

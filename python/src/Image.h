@@ -71,6 +71,7 @@ void bindLoad(py::module_& module);
 void bindSave(py::class_<Image>& image);
 void bindPalettes(py::module_& module, py::class_<Image>& image);
 void bindOperations(py::module_& module, py::class_<Image>& image);
+void bindMontage(py::module_& module);
 void bindArrays(py::module_& module, py::class_<Image>& image);
 
 }  // namespace python

@@ -110,18 +110,6 @@ private:
         for (const py::handle value : values) text += (text.empty() ? "" : separator) + of(value);
         return text;
     }
-    // Anything else than a colour is passed on as it is, and refused with the name of the parameter.
-    static std::string colorText(const py::sequence& values) {
-        std::string text = "#";
-        for (const py::handle value : values) {
-            const std::optional<std::uint8_t> channel = channelOf(value);
-            if (!channel) return py::repr(values).cast<std::string>();
-            char digits[3];
-            std::snprintf(digits, sizeof digits, "%02x", unsigned{*channel});
-            text += digits;
-        }
-        return values.size() == 3 || values.size() == 4 ? text : py::repr(values).cast<std::string>();
-    }
 
     const DibParameter& parameter_;
     Pictures& pictures_;

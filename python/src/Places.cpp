@@ -1,6 +1,7 @@
 #include "python/src/Places.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -23,6 +24,18 @@ std::optional<std::uint8_t> channelOf(py::handle value) {
     const long channel = PyLong_AsLongAndOverflow(number.ptr(), &isTooLarge);
     if (isTooLarge != 0 || channel < 0 || channel > 255) return std::nullopt;
     return static_cast<std::uint8_t>(channel);
+}
+
+std::string colorText(const py::sequence& values) {
+    std::string text = "#";
+    for (const py::handle value : values) {
+        const std::optional<std::uint8_t> channel = channelOf(value);
+        if (!channel) return py::repr(values).cast<std::string>();
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", unsigned{*channel});
+        text += digits;
+    }
+    return values.size() == 3 || values.size() == 4 ? text : py::repr(values).cast<std::string>();
 }
 
 std::string encoded(py::handle path) {

@@ -20,6 +20,8 @@ bool isPath(const py::object& place);
 std::string wholeText(std::string text);
 // A channel of a colour; nothing for anything else than a whole number from 0 to 255.
 std::optional<std::uint8_t> channelOf(py::handle value);
+// A colour of three or four channels in the notation of the table. Anything else becomes a text that is none.
+std::string colorText(const py::sequence& values);
 // A path in the encoding of the system.
 std::string encoded(py::handle path);
 

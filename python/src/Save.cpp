@@ -58,6 +58,7 @@ public:
     SaveOptions& operator=(const SaveOptions&) = delete;
 
     void setFormat(std::string format) { format_ = std::move(format); }
+    void setKeepsExisting(bool keepsExisting) { options_.keepsExisting = keepsExisting; }
     const DibSaveOptions* get() {
         options_.format = format_ ? format_->c_str() : nullptr;
         return &options_;
@@ -82,8 +83,10 @@ std::string formatOfStream(const py::object& stream) {
 
 py::tuple save(const Image& image, const py::object& target, const std::optional<std::string>& format,
                const std::optional<int>& quality, int compression, bool isStrict, bool runLengths,
-               const std::string& tiff, const py::object& metadata, const py::object& progress) {
+               const std::string& tiff, const py::object& metadata, bool keepsExisting,
+               const py::object& progress) {
     SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
+    given.setKeepsExisting(keepsExisting);
     const bool toPath = isPath(target);
     if (!toPath && !py::hasattr(target, "write"))
         throw py::type_error("a picture is saved to a path or a binary file, not to " +
@@ -137,9 +140,9 @@ void bindSave(py::class_<Image>& image) {
     image.def(
         "save", &save, py::arg("target"), py::kw_only(), "format"_a = py::none(), "quality"_a = py::none(),
         "compression"_a = -1, "strict"_a = false, "run_lengths"_a = true, "tiff_compression"_a = kTiffs[0],
-        "metadata"_a = py::ellipsis(), "progress"_a = py::none(),
+        "metadata"_a = py::ellipsis(), "keep_existing"_a = false, "progress"_a = py::none(),
         R"(save(self, target, *, format=None, quality=None, compression=-1, strict=False, run_lengths=True,
-tiff_compression='deflate', metadata=..., progress=None)
+tiff_compression='deflate', metadata=..., keep_existing=False, progress=None)
 --
 
 Saves the picture, whole or not at all, and returns notes about what the file does not hold.
@@ -152,6 +155,7 @@ strict: fails where the file cannot hold all of the picture
 run_lengths: uses run lengths where a format has them as an option
 tiff_compression: 'deflate', 'lzw', 'packbits' or 'none'
 metadata: resolution, colour profile and EXIF; those of the picture unless given; None saves none
+keep_existing: raises FileError where the path has a file already
 progress: is called with the fraction that is done; False cancels. Also a tqdm bar.)");
     image.def("encode", &encode, py::arg("format"), py::kw_only(), "quality"_a = py::none(),
               "compression"_a = -1, "strict"_a = false, "run_lengths"_a = true,

@@ -362,3 +362,14 @@ def test_probe_tells_channels_and_places(picture):
     file += bytes.fromhex("10000000 80020001 01000200 00000000")
     info = dibstream.probe(file, format="tim")
     assert (info.channels, info.video_place, info.palette_place) == (1, (640, 256), (16, 480))
+
+
+def test_a_save_may_keep_what_exists(picture, tmp_path):
+    path = tmp_path / "a.bmp"
+    picture.save(path, keep_existing=True)
+    before = path.read_bytes()
+    with pytest.raises(dibstream.FileError, match="a.bmp: .*exists"):
+        picture.reverse().save(path, keep_existing=True)
+    assert path.read_bytes() == before
+    picture.reverse().save(path)
+    assert path.read_bytes() != before

@@ -29,7 +29,8 @@ const char* temporaryFile(const char* name);
                                         test(classicChains) test(paletteFiles) test(paletteFilesRefuse)      \
                                             test(layersOfDocuments) test(layersRefuse) test(differences)     \
                                                 test(differencesOfChains) test(turnsExchangeAxes)            \
-                                                    test(resultsOfOlderPrograms)
+                                                    test(resultsOfOlderPrograms) test(transparentEntries)    \
+                                                        test(montages) test(montagesRefuse) test(colors)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 
@@ -62,6 +63,7 @@ dib_code setFolderInC(void);
 dib_code applyInC(dib_image* image);
 dib_code describeInC(void);
 dib_code compareInC(const dib_image* image);
+dib_code montageInC(const dib_image* image);
 dib_code probeLayersInC(const Block* file);
 
 #ifdef __cplusplus

@@ -53,13 +53,24 @@ TEST(Structures, OtherSizesAreRefused) {
     EXPECT_EQ(options.a, 1U);
 }
 
+TEST(Structures, HaveTheMembersBeforeTheirEnd) {
+    Grown older = {sizeof(First), 7, 8};
+    EXPECT_TRUE(c_interface::has(older, older.a));
+    EXPECT_FALSE(c_interface::has(older, older.b));
+    older.size = 23;
+    EXPECT_FALSE(c_interface::has(older, older.b));
+    older.size = 24;
+    EXPECT_TRUE(c_interface::has(older, older.b));
+}
+
 // The first version's sizes stay for ever; a structure never ends with padding, which an older program would
 // not have set.
 TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(sizeof(dib_metadata), 128U);
     EXPECT_EQ(c_interface::kFirstSize<dib_result>, 2624U);
-    EXPECT_EQ(sizeof(dib_result), 2640U);
-    EXPECT_EQ(sizeof(dib_format), 64U);
+    EXPECT_EQ(sizeof(dib_result), 2896U);
+    EXPECT_EQ(c_interface::kFirstSize<dib_format>, 64U);
+    EXPECT_EQ(sizeof(dib_format), 72U);
     EXPECT_EQ(c_interface::kFirstSize<dib_load_options>, 80U);
     EXPECT_EQ(sizeof(dib_load_options), 112U);
     EXPECT_EQ(c_interface::kFirstSize<dib_file_info>, 72U);
@@ -68,7 +79,9 @@ TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(sizeof(dib_save_options), 56U);
     EXPECT_EQ(sizeof(dib_apply_options), 40U);
     EXPECT_EQ(sizeof(dib_difference), 56U);
-    EXPECT_EQ(sizeof(dib_layer), 880U);
+    EXPECT_EQ(sizeof(dib_layer), 816U);
+    EXPECT_EQ(sizeof(dib_layer_mask), 40U);
+    EXPECT_EQ(sizeof(dib_montage_options), 48U);
 }
 
 }  // namespace

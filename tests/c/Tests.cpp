@@ -62,6 +62,7 @@ TEST(MemoryInC, imagesGiveCode2) {
     EXPECT_EQ(failEach(wrapInC), 2);
     EXPECT_EQ(failEach([&] { return cloneInC(image); }), 3);
     EXPECT_GE(failEach([&] { return compareInC(image); }), 3);
+    EXPECT_GE(failEach([&] { return montageInC(image); }), 3);
     dib_image_release(image);
 }
 

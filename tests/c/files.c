@@ -30,10 +30,10 @@ void formats(void) {
     CHECK(strcmp(format.name, "png") == 0);
     CHECK(strcmp(format.mime_types[0], "image/png") == 0);
     CHECK((format.write_depths & DIB_C_DEPTH_24) == DIB_C_DEPTH_24);
-    CHECK(format.has_layers == 0);
+    CHECK(format.has_layers == 0 && format.has_palette_alpha == 1);
     CHECK(dib_find_format("psd", &format) == DIB_C_OK);
     CHECK(format.has_layers == 1);
-    CHECK(format.write_depths == 0);
+    CHECK(format.write_depths == 0 && format.has_palette_alpha == 0);
     CHECK(dib_find_format("exr", &format) == DIB_C_OK);
     CHECK(strcmp(format.plugin, "vexlibexr.bundle") == 0);
 

@@ -6,13 +6,32 @@
 
 static void plainLayer(const dib_layers* layers) {
     dib_layer layer = DIB_C_LAYER_INIT;
+    dib_layer_mask mask = DIB_C_LAYER_MASK_INIT;
     CHECK(dib_layer_at(layers, 0, &layer) == DIB_C_OK);
     CHECK(layer.size == sizeof layer);
     CHECK(strcmp(layer.name, "sky") == 0);
     CHECK(layer.kind == DIB_C_LAYER_PLAIN && layer.group == -1);
     CHECK(layer.left == 1 && layer.top == 0 && layer.width == 3 && layer.height == 2);
     CHECK(layer.opacity == 200 && layer.is_visible == 1 && layer.is_clipped == 0);
-    CHECK(layer.masks[0].exists == 0 && layer.masks[1].exists == 0);
+    CHECK(dib_layer_mask_at(layers, 0, DIB_C_LAYER_MASK, &mask) == DIB_C_OK);
+    CHECK(mask.size == sizeof mask && mask.exists == 0 && mask.width == 0);
+}
+
+static void masksOfLayers(const dib_layers* layers) {
+    dib_layer_mask mask = DIB_C_LAYER_MASK_INIT;
+    CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_MASK, &mask) == DIB_C_OK);
+    CHECK(mask.exists == 1 && mask.is_disabled == 0 && mask.left == 1 && mask.top == 1);
+    CHECK(mask.width == 5 && mask.height == 2 && mask.outside == 0);
+    CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_PIXELS, &mask) == DIB_C_ERROR_INVALID);
+    CHECK(dib_layer_mask_at(layers, 1, 3, &mask) == DIB_C_ERROR_INVALID);
+    CHECK(dib_layer_mask_at(layers, 2, DIB_C_LAYER_MASK, &mask) == DIB_C_ERROR_INVALID);
+    CHECK(dib_layer_mask_at(layers, -1, DIB_C_LAYER_MASK, &mask) == DIB_C_ERROR_INVALID);
+    CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_MASK, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(mask.exists == 1 && mask.width == 5);
+    CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_SECOND_MASK, &mask) == DIB_C_OK);
+    CHECK(mask.exists == 0 && mask.width == 0);
+    mask.size = 8;
+    CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_MASK, &mask) == DIB_C_ERROR_INVALID);
 }
 
 void layersOfDocuments(void) {
@@ -27,7 +46,7 @@ void layersOfDocuments(void) {
     CHECK(dib_layer_at(layers, 1, &layer) == DIB_C_OK);
     CHECK(strcmp(layer.name, "roof") == 0);
     CHECK(layer.left == -3 && layer.top == -2 && layer.is_visible == 0 && layer.is_clipped == 1);
-    CHECK(layer.masks[0].exists == 1 && layer.masks[0].left == 1 && layer.masks[0].width == 5);
+    masksOfLayers(layers);
     CHECK(dib_layer_at(layers, 2, &layer) == DIB_C_ERROR_INVALID);
     CHECK(dib_layer_at(layers, -1, &layer) == DIB_C_ERROR_INVALID);
     CHECK(strcmp(layer.name, "roof") == 0);
@@ -143,6 +162,98 @@ void turnsExchangeAxes(void) {
     dib_image_release(image);
 }
 
+/* Red on the left, transparent on the right: the entry for transparent pixels comes first. */
+void transparentEntries(void) {
+    dib_image* image = NULL;
+    dib_result result = DIB_C_RESULT_INIT;
+    unsigned char* row;
+    CHECK(dib_image_new(2, 1, 32, DIB_C_TOP_DOWN, &image) == DIB_C_OK);
+    row = dib_image_row(image, 0);
+    row[2] = row[3] = 255;
+    CHECK(dib_apply(image, "colors:4", NULL, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(dib_image_bit_count(image) == 1 && dib_image_row(image, 0)[0] == 0x80);
+    CHECK(result.palette_alpha_size == 1 && result.palette_alpha[0] == 0);
+    CHECK(dib_apply(image, "bpp:24", NULL, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(result.palette_alpha_size == 0);
+    dib_image_release(image);
+}
+
+/* Two images of 3 x 2 pixels with a gap of 1, and labels below. */
+void montages(void) {
+    dib_image* image = countedImage(24, DIB_C_BOTTOM_UP);
+    dib_image* sheet = NULL;
+    dib_result result = DIB_C_RESULT_INIT;
+    dib_montage_options options = DIB_C_MONTAGE_OPTIONS_INIT;
+    const dib_image* images[2];
+    const char* labels[] = {"-", NULL};
+    images[0] = images[1] = image;
+    CHECK(dib_montage(images, 2, &sheet, NULL, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(dib_image_width(sheet) == 6 && dib_image_height(sheet) == 2 && dib_image_bit_count(sheet) == 32);
+    dib_image_release(sheet);
+    options.columns = 1;
+    options.gap = 1;
+    options.background = 0x80112233;
+    CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(dib_image_width(sheet) == 5 && dib_image_height(sheet) == 7);
+    CHECK(memcmp(dib_image_const_row(sheet, 3), "\x33\x22\x11\x80", 4) == 0);
+    CHECK(memcmp(dib_image_const_row(sheet, 1) + 4, dib_image_const_row(image, 0), 3) == 0);
+    CHECK(dib_image_const_row(sheet, 1)[7] == 255);
+    dib_image_release(sheet);
+    options.labels = labels;
+    options.label_size = 10;
+    CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(dib_image_height(sheet) == 7 + 2 * 14);
+    dib_image_release(sheet);
+    dib_image_release(image);
+}
+
+void montagesRefuse(void) {
+    dib_image* image = countedImage(24, DIB_C_BOTTOM_UP);
+    dib_image* sheet = (dib_image*)&sheet;
+    dib_result result = DIB_C_RESULT_INIT;
+    dib_montage_options options = DIB_C_MONTAGE_OPTIONS_INIT;
+    const dib_image* images[2] = {NULL, NULL};
+    int calls = 0;
+    images[0] = image;
+    CHECK(dib_montage(images, 2, &sheet, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(sheet == NULL);
+    images[1] = image;
+    CHECK(dib_montage(images, 0, &sheet, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_montage(NULL, 2, &sheet, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_montage(images, 2, NULL, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(strcmp(result.reason, "there is no pointer for the sheet") == 0);
+    CHECK(dib_montage(images, 2, &sheet, NULL, &result, cancelSecond, &calls) == DIB_C_ERROR_INTERRUPTED);
+    options.gap = -1;
+    CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(strcmp(result.reason, "gap: must be at least 0") == 0);
+    options.gap = 2000000000;
+    CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) == DIB_C_ERROR_MEMORY);
+    options.size = 8;
+    CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(sheet == NULL);
+    dib_image_release(image);
+}
+
+void colors(void) {
+    uint32_t color = 7;
+    dib_result result = DIB_C_RESULT_INIT;
+    CHECK(dib_parse_color("#12abEF", &color, &result) == DIB_C_OK && color == 0xFF12ABEF);
+    CHECK(dib_parse_color("#12abef80", &color, NULL) == DIB_C_OK && color == 0x8012ABEF);
+    CHECK(dib_parse_color("red", &color, &result) == DIB_C_ERROR_INVALID && color == 0x8012ABEF);
+    CHECK(strcmp(result.reason, "'red' must be a colour #rrggbb or #rrggbbaa") == 0);
+    CHECK(dib_parse_color("#12ab", &color, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_parse_color("", &color, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_parse_color(NULL, &color, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_parse_color("#000000", NULL, NULL) == DIB_C_ERROR_INVALID);
+}
+
+dib_code montageInC(const dib_image* image) {
+    dib_image* sheet = NULL;
+    const dib_code code = dib_montage(&image, 1, &sheet, NULL, NULL, NULL, NULL);
+    dib_image_release(sheet);
+    return code;
+}
+
 /* A program of the first version has no room for what was added at the end. */
 void resultsOfOlderPrograms(void) {
     dib_image* image = countedImage(24, DIB_C_BOTTOM_UP);
@@ -155,5 +266,12 @@ void resultsOfOlderPrograms(void) {
     CHECK(dib_apply(image, "turn:90", NULL, &result, NULL, NULL) == DIB_C_OK);
     CHECK(result.size == offsetof(dib_result, difference));
     CHECK(result.difference == &difference && result.exchanges_axes == 77);
+    /* One before the alpha of palettes gets its difference. */
+    difference.size = sizeof difference;
+    difference.pixels = 7;
+    result.size = offsetof(dib_result, palette_alpha);
+    result.palette_alpha[0] = 77;
+    CHECK(dib_apply(image, "turn:90", NULL, &result, NULL, NULL) == DIB_C_OK);
+    CHECK(difference.pixels == 0 && result.exchanges_axes == 1 && result.palette_alpha[0] == 77);
     dib_image_release(image);
 }

@@ -151,6 +151,31 @@ TEST(OperationValues, ColorsAreSixOrEightHexDigits) {
     }
 }
 
+TEST(OperationValues, ColorsAreReadOnTheirOwn) {
+    DibBGRA color = {1, 2, 3, 4};
+    DibOperationResult result;
+    ASSERT_TRUE(DibParseColor("#102030", &color));
+    EXPECT_EQ(std::tuple(color.red, color.green, color.blue, color.alpha), std::tuple(16, 32, 48, 255));
+    ASSERT_TRUE(DibParseColor("#abCDef07", &color, &result));
+    EXPECT_EQ(std::tuple(color.red, color.green, color.blue, color.alpha), std::tuple(171, 205, 239, 7));
+    for (const char* text :
+         {"", "#", "none", "102030", "#1020", "#10203g", "#-02030", "#102030405", " #102030"}) {
+        EXPECT_FALSE(DibParseColor(text, &color, &result)) << text;
+        EXPECT_EQ(result.code, DIB_ERROR_INVALID);
+        EXPECT_EQ(result.reason, "'" + std::string(text) + "' must be a colour #rrggbb or #rrggbbaa");
+        EXPECT_EQ(color.alpha, 7);
+    }
+    EXPECT_FALSE(DibParseColor(nullptr, &color, &result));
+    EXPECT_FALSE(DibParseColor("#102030", nullptr, &result));
+    EXPECT_EQ(result.code, DIB_ERROR_INVALID);
+    EXPECT_EQ(testing_support::forEachFailingAllocation(
+                  [] {}, [&] { DibParseColor("#none", &color, &result); },
+                  [&](bool failureMet) {
+                      EXPECT_EQ(result.code, failureMet ? DIB_ERROR_MEMORY : DIB_ERROR_INVALID);
+                  }),
+              0);
+}
+
 TEST(OperationValues, FillsTakeTheFormOfAPixel) {
     const auto fill = [](const char* text, int bitCount) {
         DibStream image;

@@ -3,6 +3,7 @@
 
 The list is the compiler's own reading of the header: every function with its type, every value, every structure with
 the place of each member. A stored list must equal it: a line that is gone breaks programs, a new line is an addition.
+Every structure starts with its size.
 
 usage: c-interface.py CLANG C_COMPILER FOLDER            compares FOLDER/include/dibstream.h with FOLDER/interface.txt
        c-interface.py CLANG C_COMPILER FOLDER --write    stores the list
@@ -46,6 +47,10 @@ class Interface:
             lines += [f'printf("{name}: %zu {kind} {member}\\n", offsetof(struct {name}, {member}));'
                       for member, kind in members]
         return program(header, lines)
+
+    def unsized(self):
+        """The structures that do not start with their size, so that they could not grow."""
+        return [name for name, members in self.structures if members[:1] != [("size", "size_t")]]
 
     def calls(self, header):
         lines = [f"(void){name}({', '.join(['0'] * parameters)});" for name, _, parameters in self.functions
@@ -96,11 +101,15 @@ def main():
         return 0
     clang, compiler, folder = sys.argv[1], sys.argv[2], pathlib.Path(sys.argv[3])
     header, stored = folder / "include" / "dibstream.h", folder / "interface.txt"
-    text = measured(compiler, header, Interface(clang, header).printer(header))
+    interface = Interface(clang, header)
+    text = measured(compiler, header, interface.printer(header))
     if sys.argv[-1] == "--write":
         stored.write_text(text, encoding="utf-8")
         return 0
-    return compare(text.splitlines(), stored.read_text(encoding="utf-8").splitlines())
+    unsized = interface.unsized()
+    for name in unsized:
+        print(f"does not start with its size: {name}")
+    return compare(text.splitlines(), stored.read_text(encoding="utf-8").splitlines()) or int(bool(unsized))
 
 
 if __name__ == "__main__":

@@ -80,7 +80,9 @@ TEST_F(Montage, Mistakes) {
     EXPECT_EQ(run({"montage", "a.bmp"}).exitCode, 2);
     EXPECT_EQ(run({"montage", "absent.bmp", "sheet.bmp"}).exitCode, 3);
     EXPECT_EQ(run({"montage", "a.bmp", "sheet.xyz"}).exitCode, 2);
-    EXPECT_EQ(run({"montage", "a.bmp", "--background=red", "sheet.bmp"}).exitCode, 2);
+    const Result noColor = run({"montage", "a.bmp", "--background=red", "sheet.bmp"});
+    EXPECT_EQ(noColor.exitCode, 2);
+    EXPECT_EQ(noColor.errors, "dib: --background: 'red' must be a colour #rrggbb or #rrggbbaa\n");
     EXPECT_EQ(run({"montage", "a.bmp", "--tile=big", "sheet.bmp"}).exitCode, 2);
     EXPECT_EQ(run({"montage", "a.bmp", "--no-clobber", "b.bmp"}).exitCode, 4);
     EXPECT_FALSE(std::filesystem::exists("sheet.bmp"));

@@ -1,5 +1,6 @@
 #include "tools/commands/Documents.h"
 
+#include "texts/Tables.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Printable.h"
 #include "tools/commands/Pictures.h"
@@ -52,6 +53,10 @@ std::string textOf(const DibLayer& layer) {
 
 }  // namespace
 
+bool isDocument(const DibFileInfo& header) {
+    return header.format->hasLayers && (header.format->plugin == nullptr || header.layers > 0);
+}
+
 DibLayers readLayers(const InputFile& file, const DibLoadOptions& options) {
     DibLayers layers;
     DibFileResult result;
@@ -92,7 +97,7 @@ std::string documentText(const DibFileInfo& header, const DibLayers& layers) {
         text +=
             std::string(header.colors) + ", " + std::to_string(header.channelBits) + " bits per channel, ";
     }
-    text += std::to_string(header.layers) + (header.layers == 1 ? " layer\n" : " layers\n");
+    text += texts::countText(header.layers, "layer") + "\n";
     for (std::size_t i = 0; i < layers.count; ++i)
         text += "  layer " + std::to_string(i) + " " + textOf(layers.items[i]) + "\n";
     return text;

@@ -11,6 +11,8 @@
 
 namespace tool {
 
+// Whether a file is a document. Of formats that plug-ins decode, only files with layers are.
+bool isDocument(const DibFileInfo& header);
 // The layers whose records can be read. Throws Failure (bad input).
 DibLayers readLayers(const InputFile& file, const DibLoadOptions& options);
 

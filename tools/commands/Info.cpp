@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "texts/Tables.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
 #include "tools/commands/Documents.h"
@@ -19,7 +20,6 @@ struct PictureInfo {
     std::string file;
     DibFileInfo header;
     DibFileResult result;
-    bool isDocument = false;
     DibLayers layers = {};  // of a document
     std::vector<std::string> pageNames;
 };
@@ -47,9 +47,7 @@ PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     if (!isRead) throw loadFailure(file.title(), info.result);
     if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
         info.header.paletteSize = 1 << info.header.bitCount;
-    const DibFormat& format = *info.header.format;
-    info.isDocument = format.hasLayers && (format.plugin == nullptr || info.header.layers > 0);
-    if (info.isDocument) info.layers = readLayers(file, options);
+    if (isDocument(info.header)) info.layers = readLayers(file, options);
     if (info.header.pageName[0] != '\0') info.pageNames = readPageNames(file, info.header, options);
     return info;
 }
@@ -81,12 +79,8 @@ Json jsonOf(const PictureInfo& info) {
     if (!info.pageNames.empty()) json["pageNames"] = info.pageNames;
     if (header.videoX >= 0) json["videoMemory"] = {{"x", header.videoX}, {"y", header.videoY}};
     if (header.paletteX >= 0) json["paletteMemory"] = {{"x", header.paletteX}, {"y", header.paletteY}};
-    if (info.isDocument) json.update(documentJson(header, info.layers));
+    if (isDocument(header)) json.update(documentJson(header, info.layers));
     return json;
-}
-
-std::string count(int number, const std::string& thing) {
-    return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
 }
 
 std::string placeText(int x, int y) { return std::to_string(x) + "," + std::to_string(y); }
@@ -103,16 +97,17 @@ std::string textOf(const PictureInfo& info) {
     const DibMetadata& metadata = info.result.metadata;
     std::string text = printable(info.file) + ": " + header.format->name + ", " +
                        std::to_string(header.width) + "x" + std::to_string(header.height) + " pixels, " +
-                       count(header.bitCount, "bit");
+                       texts::countText(header.bitCount, "bit");
     const bool isOther = header.storedBits != 0 && header.storedBits != header.bitCount;
     if (isOther) text += " (" + std::to_string(header.storedBits) + " in the file)";
-    text += ", " + count(header.channels, "channel") + (header.isTopDown ? ", top-down" : ", bottom-up");
+    text += ", " + texts::countText(header.channels, "channel") +
+            (header.isTopDown ? ", top-down" : ", bottom-up");
     if (header.hasAlpha) text += ", alpha";
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
-    if (header.pages > 1) text += ", " + count(header.pages, "page");
-    if (header.layers > 0 && !info.isDocument) text += ", " + count(header.layers, "layer");
-    if (header.levels > 1) text += ", " + count(header.levels, "level");
+    if (header.pages > 1) text += ", " + texts::countText(header.pages, "page");
+    if (header.layers > 0 && !isDocument(header)) text += ", " + texts::countText(header.layers, "layer");
+    if (header.levels > 1) text += ", " + texts::countText(header.levels, "level");
     if (header.videoX >= 0) text += ", video memory at " + placeText(header.videoX, header.videoY);
     if (header.paletteX >= 0) text += ", its palette at " + placeText(header.paletteX, header.paletteY);
     if (metadata.xResolution != 0) text += ", " + resolutionText(metadata) + " dpi";
@@ -122,7 +117,7 @@ std::string textOf(const PictureInfo& info) {
     text += "\n";
     for (std::size_t i = 0; i < info.pageNames.size(); ++i)
         text += "  page " + std::to_string(i) + " \"" + printable(info.pageNames[i]) + "\"\n";
-    return info.isDocument ? text + documentText(header, info.layers) : text;
+    return isDocument(header) ? text + documentText(header, info.layers) : text;
 }
 
 // The pictures of a folder. Names come last: they have any length.

@@ -90,8 +90,7 @@ void exportLayers(const LayersJob& job) {
     DibFileInfo header;
     DibFileResult probed;
     if (!file.probe(header, job.pictures.load, probed)) throw loadFailure(file.title(), probed);
-    const bool isDocument = header.layers > 0 || header.format->plugin == nullptr;
-    if (!header.format->hasLayers || !isDocument) {
+    if (!isDocument(header)) {
         throw Failure(kExitBadInput,
                       file.title() + ": load: " + std::string(header.format->name) + " files have no layers");
     }

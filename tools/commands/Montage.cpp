@@ -52,12 +52,11 @@ std::vector<DibHandle> loadTiles(const MontageJob& job, const std::vector<std::s
 }
 
 DibBGRA colorOf(const std::string& text) {
-    // The parser of colours is that of operations.
-    DibStream pixel;
-    if (!pixel.Create(1, 1, 32)) throw std::bad_alloc();
-    apply(pixel, "border:1,color=" + text + " crop:0,0,1x1 bpp:32", text);
-    const unsigned char* bytes = pixel.Pixel(0, 0);
-    return {bytes[0], bytes[1], bytes[2], bytes[3]};
+    DibBGRA color;
+    DibOperationResult result;
+    if (!DibParseColor(text.c_str(), &color, &result))
+        throw usageFailure("--background: " + std::string(result.reason));
+    return color;
 }
 
 DibHandle sheetOf(const std::vector<DibHandle>& tiles, const MontageJob& job,
