@@ -64,6 +64,7 @@ dib_code dib_montage(const dib_image* const* images, int count, dib_image** shee
         how.background = colorOf(from.background);
         how.labels = from.labels;
         how.labelSize = from.label_size;
+        how.labelFont = from.label_font;
         how.labelColor = colorOf(from.label_color);
         DibHandle made = DibHandle::make();
         if (!made) return refuseWithoutMemory(out);

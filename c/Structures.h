@@ -43,7 +43,7 @@ inline constexpr std::size_t kFirstSize<dib_layer> = firstSize(816, 812);
 template <>
 inline constexpr std::size_t kFirstSize<dib_layer_mask> = firstSize(40, 36);
 template <>
-inline constexpr std::size_t kFirstSize<dib_montage_options> = firstSize(48, 40);
+inline constexpr std::size_t kFirstSize<dib_montage_options> = firstSize(56, 44);
 
 // Whether some version of the structure has that size. Structures that were not initialised mostly do not.
 template <class Structure>

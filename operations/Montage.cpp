@@ -38,10 +38,15 @@ struct ApplyFrame {
 // Applies an operation with the values of its first parameters.
 void apply(ApplyFrame& frame, DibStream& image, const char* operation, const std::vector<std::string>& values,
            DibStream* second = nullptr) {
-    const auto open = [](void* context, const char*, DibStream* to, DibFileResult*, DibProgressCallback,
-                         void*) {
+    const auto open = [](void* context, const char*, DibStream* to, DibFileResult* result,
+                         DibProgressCallback, void*) {
         const auto* from = static_cast<const DibStream*>(context);
-        return to->Copy(from->Header, from->Buffer);
+        const bool isCopied = to->Copy(from->Header, from->Buffer);
+        if (!isCopied) {
+            result->code = DIB_ERROR_MEMORY;
+            std::snprintf(result->reason, sizeof result->reason, "%s", kNoMemory);
+        }
+        return isCopied;
     };
     const DibOperation* row = DibFindOperation(operation);
     std::vector<const char*> texts(DibList(row->parameters).size());

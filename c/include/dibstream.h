@@ -713,6 +713,9 @@ typedef struct dib_montage_options {
     /// A text for each image, in UTF-8, which is written below it, shortened where the cell is too narrow;
     /// null texts are none. Null: no image has one.
     const char* const* labels;
+    /// The file of their font, as `font` of the operation "text"; null: the built-in letters, which hold
+    /// ASCII.
+    const char* label_font;
     int columns;          ///< Images in a row, at least 0; 0: about as many as there are rows.
     int gap;              ///< Pixels between the cells and around them, at least 0.
     int most_width;       ///< Images are shrunk until they lie inside this size; 0: no limit.
@@ -725,13 +728,16 @@ typedef struct dib_montage_options {
 } dib_montage_options;
 /// The defaults.
 #define DIB_C_MONTAGE_OPTIONS_INIT \
-    { sizeof(dib_montage_options), NULL, 0, 0, 0, 0, 14, UINT32_C(0xFFFFFFFF), 0, 0 }
+    { sizeof(dib_montage_options), NULL, NULL, 0, 0, 0, 0, 14, UINT32_C(0xFFFFFFFF), 0, 0 }
 
 /// Puts images of any depth on a sheet, row by row. Each lies in the middle of a cell as large as the largest
 /// of them, with its label below.
 /// @param images So many as `count`, 1 or more. They are not changed.
-/// @param sheet  Gets a new image of 32 bits, or null when the call fails.
+/// @param sheet  Gets a new image, or null when the call fails. It has 8 bits of grey where all images have
+///               palettes of greys, the labels are grey and the background is, without alpha; else 32 bits.
 /// @return
+/// - 3, 4, 6 or 7 the font cannot be opened or read, is damaged, is none, or the library was built without
+///   FreeType;
 /// - 6 there is no image, or an argument or an option has no meaning;
 /// - 9 the callback cancelled;
 /// - 2 memory is short, or no image can have the size of the sheet.

@@ -43,7 +43,7 @@ std::vector<std::optional<std::string>> labelsOf(const py::object& labels, std::
 
 py::object montage(const py::iterable& images, int columns, int gap, std::pair<int, int> most,
                    const py::object& background, const py::object& labels, int labelSize,
-                   const py::object& labelColor, const py::object& progress) {
+                   const py::object& labelColor, const py::object& labelFont, const py::object& progress) {
     const py::list held(images);
     std::vector<const DibStream*> pictures;
     for (const py::handle image : held) {
@@ -64,6 +64,8 @@ py::object montage(const py::iterable& images, int columns, int gap, std::pair<i
     if (!words.empty()) options.labels = words.data();
     options.labelSize = labelSize;
     if (!labelColor.is_none()) options.labelColor = colorOf("label_color", labelColor);
+    const std::string font = labelFont.is_none() ? "" : encoded(labelFont);
+    if (!labelFont.is_none()) options.labelFont = font.c_str();
 
     Watch watch(progress);
     DibOperationResult result;
@@ -86,13 +88,13 @@ void bindMontage(py::module_& module) {
         "montage", &montage, py::arg("images"), py::kw_only(), "columns"_a = 0, "gap"_a = 0,
         "fit"_a = std::pair(0, 0), "background"_a = "#ffffff", "labels"_a = py::none(),
         "label_size"_a = DibMontageOptions().labelSize, "label_color"_a = py::none(),
-        "progress"_a = py::none(),
+        "label_font"_a = py::none(), "progress"_a = py::none(),
         R"(montage(images, *, columns=0, gap=0, fit=(0, 0), background='#ffffff', labels=None, label_size=14,
-label_color=None, progress=None)
+label_color=None, label_font=None, progress=None)
 --
 
-Puts pictures of any depth on a sheet of 32 bits, row by row: contact sheets and sprite sheets. Each lies in
-the middle of a cell as large as the largest of them.
+Puts pictures of any depth on a sheet, row by row: contact sheets and sprite sheets. Each lies in the middle
+of a cell as large as the largest of them. The sheet has 8 bits where everything on it is grey, else 32.
 
 images: one or more pictures
 columns: pictures in a row; 0: about as many as there are rows
@@ -102,9 +104,10 @@ background: '#rrggbb', '#rrggbbaa' or (red, green, blue[, alpha])
 labels: a text or None for each picture, written below it and shortened where the cell is too narrow
 label_size: the height of their font in pixels
 label_color: as background; None is black or white, as the background shows better
+label_font: the file of their font; None is the built-in letters, which hold ASCII
 progress: is called with the fraction that is done; False cancels. Also a tqdm bar.
 
-Raises ParameterError, OutOfMemoryError or Cancelled.)");
+Raises ParameterError, OutOfMemoryError, Cancelled, or for the font FileError or FormatError.)");
 }
 
 }  // namespace python

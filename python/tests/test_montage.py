@@ -59,6 +59,8 @@ def test_what_is_wrong_is_named():
         dibstream.montage([picture], label_color=(1, 2))
     with pytest.raises(ValueError, match="there are 1 labels for 2 pictures"):
         dibstream.montage([picture] * 2, labels=["one"])
+    with pytest.raises(dibstream.Error, match="font"):
+        dibstream.montage([picture], labels=["a"], label_font="absent.ttf")
     with pytest.raises(TypeError, match="background cannot be 7"):
         dibstream.montage([picture], background=7)
     with pytest.raises(TypeError, match="not 'a.png'"):

@@ -81,7 +81,7 @@ TEST(Structures, KeepTheirFirstSize) {
     EXPECT_EQ(sizeof(dib_difference), 56U);
     EXPECT_EQ(sizeof(dib_layer), 816U);
     EXPECT_EQ(sizeof(dib_layer_mask), 40U);
-    EXPECT_EQ(sizeof(dib_montage_options), 48U);
+    EXPECT_EQ(sizeof(dib_montage_options), 56U);
 }
 
 }  // namespace

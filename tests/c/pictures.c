@@ -20,8 +20,8 @@ static void plainLayer(const dib_layers* layers) {
 static void masksOfLayers(const dib_layers* layers) {
     dib_layer_mask mask = DIB_C_LAYER_MASK_INIT;
     CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_MASK, &mask) == DIB_C_OK);
-    CHECK(mask.exists == 1 && mask.is_disabled == 0 && mask.left == 1 && mask.top == 1);
-    CHECK(mask.width == 5 && mask.height == 2 && mask.outside == 0);
+    CHECK(mask.exists == 1 && mask.is_disabled == 1 && mask.left == 1 && mask.top == 1);
+    CHECK(mask.width == 5 && mask.height == 2 && mask.outside == 255);
     CHECK(dib_layer_mask_at(layers, 1, DIB_C_LAYER_PIXELS, &mask) == DIB_C_ERROR_INVALID);
     CHECK(dib_layer_mask_at(layers, 1, 3, &mask) == DIB_C_ERROR_INVALID);
     CHECK(dib_layer_mask_at(layers, 2, DIB_C_LAYER_MASK, &mask) == DIB_C_ERROR_INVALID);
@@ -213,6 +213,7 @@ void montagesRefuse(void) {
     dib_result result = DIB_C_RESULT_INIT;
     dib_montage_options options = DIB_C_MONTAGE_OPTIONS_INIT;
     const dib_image* images[2] = {NULL, NULL};
+    const char* labels[] = {"a", "b"};
     int calls = 0;
     images[0] = image;
     CHECK(dib_montage(images, 2, &sheet, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
@@ -223,6 +224,11 @@ void montagesRefuse(void) {
     CHECK(dib_montage(images, 2, NULL, NULL, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
     CHECK(strcmp(result.reason, "there is no pointer for the sheet") == 0);
     CHECK(dib_montage(images, 2, &sheet, NULL, &result, cancelSecond, &calls) == DIB_C_ERROR_INTERRUPTED);
+    options.labels = labels;
+    options.label_font = temporaryFile("absent.ttf");
+    CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) != DIB_C_OK);
+    CHECK(sheet == NULL && strstr(result.reason, "font") != NULL);
+    options.label_font = NULL;
     options.gap = -1;
     CHECK(dib_montage(images, 2, &sheet, &options, &result, NULL, NULL) == DIB_C_ERROR_INVALID);
     CHECK(strcmp(result.reason, "gap: must be at least 0") == 0);

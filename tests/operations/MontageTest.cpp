@@ -137,11 +137,13 @@ TEST(Montage, SurvivesEveryFailingAllocation) {
     options.labels = labels;
     DibPtr sheet;
     bool isDone = false;
+    DibOperationResult result;
     const int failures = testing_support::forEachFailingAllocation(
         [&] { sheet = plainImage(1, 1, 24, 7); },
-        [&] { isDone = DibMontage(pictures, 2, sheet.get(), &options); },
+        [&] { isDone = DibMontage(pictures, 2, sheet.get(), &options, &result); },
         [&](bool failureMet) {
             EXPECT_EQ(isDone, !failureMet);
+            EXPECT_EQ(result.code, failureMet ? DIB_ERROR_MEMORY : DIB_OK);
             EXPECT_EQ(sheet->Header->biBitCount, isDone ? 32 : 24);
         });
     EXPECT_GT(failures, 20);

@@ -26,6 +26,7 @@ struct MontageJob {
     std::string background = "#ffffff";
     bool hasLabels = false;
     int labelSize = 14;
+    std::string labelFont;  // a file; empty: the built-in letters
     bool showsProgress = false;
 };
 
@@ -73,6 +74,7 @@ DibHandle sheetOf(const std::vector<DibHandle>& tiles, const MontageJob& job,
     options.background = colorOf(job.background);
     if (job.hasLabels) options.labels = labels.data();
     options.labelSize = job.labelSize;
+    if (!job.labelFont.empty()) options.labelFont = job.labelFont.c_str();
     DibHandle sheet(new DibStream);
     DibOperationResult result;
     const bool isDone = DibMontage(pictures.data(), static_cast<int>(pictures.size()), sheet.get(), &options,
@@ -126,6 +128,8 @@ void declareMontage(CLI::App& command) {
     command.add_option("--label-size", job->labelSize, "Height of the labels' font; default 14")
         ->check(between(1, 1000))
         ->type_name("PIXELS");
+    command.add_option("--label-font", job->labelFont, "File of the labels' font; default: built-in letters")
+        ->type_name("FILE");
     addProgress(command, job->showsProgress);
     command.footer(
         "Inputs are files and patterns, as for `dib each`. Each picture lies in the middle of a cell as "
