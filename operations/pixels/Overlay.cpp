@@ -16,13 +16,51 @@ DIB_ALWAYS_INLINE void scaleAlpha(unsigned char* row, std::size_t count, std::ui
     for (std::size_t i = 0; i < count; ++i) row[4 * i + 3] = mixed(row[4 * i + 3], 0, opacity);
 }
 
+// B of a backdrop and a source for the modes that are a little arithmetic: the bytes of dib::Blender.
+template <dib::BlendMode mode>
+DIB_ALWAYS_INLINE std::uint32_t blendedBytes(std::uint32_t b, std::uint32_t s) {
+    switch (mode) {
+        case dib::BlendMode::kDarken: return b < s ? b : s;
+        case dib::BlendMode::kLighten: return b < s ? s : b;
+        case dib::BlendMode::kMultiply: return mixed(b, 0, s);
+        case dib::BlendMode::kScreen: return 255U - mixed(255 - b, 0, 255 - s);
+        case dib::BlendMode::kDifference: return b < s ? s - b : b - s;
+        case dib::BlendMode::kLinearDodge: return b + s < 255 ? b + s : 255;
+        default: return s;
+    }
+}
+
 // Source colours over an opaque backdrop.
+template <dib::BlendMode mode>
 DIB_ALWAYS_INLINE void coverOpaque(const unsigned char* __restrict over, std::size_t count,
                                    unsigned char* __restrict row) {
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t alpha = over[4 * i + 3];
-        for (std::size_t channel = 0; channel < 3; ++channel)
-            row[3 * i + channel] = mixed(over[4 * i + channel], row[3 * i + channel], alpha);
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            unsigned char& under = row[3 * i + channel];
+            under = mixed(blendedBytes<mode>(under, over[4 * i + channel]), under, alpha);
+        }
+    }
+}
+
+using CoverOpaque = void (*)(const unsigned char* over, std::size_t count, unsigned char* row);
+
+// Blends and covers at once; null for modes that are more than a little arithmetic.
+CoverOpaque coverOpaqueBy(dib::BlendMode mode) {
+    using dib::BlendMode;
+    const auto by = []<BlendMode known>() -> CoverOpaque {
+        return [](const unsigned char* over, std::size_t count, unsigned char* row) {
+            dib::runKernel<coverOpaque<known>>(over, count, row);
+        };
+    };
+    switch (mode) {
+        case BlendMode::kDarken: return by.operator()<BlendMode::kDarken>();
+        case BlendMode::kLighten: return by.operator()<BlendMode::kLighten>();
+        case BlendMode::kMultiply: return by.operator()<BlendMode::kMultiply>();
+        case BlendMode::kScreen: return by.operator()<BlendMode::kScreen>();
+        case BlendMode::kDifference: return by.operator()<BlendMode::kDifference>();
+        case BlendMode::kLinearDodge: return by.operator()<BlendMode::kLinearDodge>();
+        default: return nullptr;
     }
 }
 
@@ -84,7 +122,7 @@ void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
 
 void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, std::size_t bytes) {
     if (bytes == 1) return dib::runKernel<coverGrey>(over, count, row);
-    if (bytes == 3) return dib::runKernel<coverOpaque>(over, count, row);
+    if (bytes == 3) return dib::runKernel<coverOpaque<dib::BlendMode::kNormal>>(over, count, row);
     coverAlpha(over, count, row);
 }
 
@@ -104,10 +142,12 @@ bool overlay(const Job& job, DibStream& over, Place place, std::uint32_t opacity
     const std::size_t bytes = under.bytesPerPixel();
     const auto toLeft = dib::asSize(part.left) * bytes;
     const auto fromLeft = dib::asSize(part.left - place.x) * 4;
+    const CoverOpaque coverAtOnce = bytes == 3 ? coverOpaqueBy(mode) : nullptr;
     return forEachRow(job, part.bottom - part.top, [&](int y) {
         unsigned char* row = under.row(part.top + y) + toLeft;
         unsigned char* from = source.row(part.top + y - place.y) + fromLeft;
         if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
+        if (coverAtOnce != nullptr) return coverAtOnce(from, count, row);
         if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, dib::dwordOf(y));
         if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)
             blendRow(blender, from, count, row, bytes);

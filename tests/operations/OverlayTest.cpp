@@ -1,6 +1,7 @@
 // A second picture over the first, by numbers.
 #include <algorithm>
 
+#include "dib/Blend.h"
 #include "tests/operations/Pictures.h"
 #include "tests/support/Paths.h"
 
@@ -116,6 +117,36 @@ TEST(Overlay, BlendsAsFarAsItIsOpaque) {
     // A transparent backdrop shows the source alone.
     EXPECT_EQ(after(*picture(1, 32, {0x003264C8}), "overlay:" + path + ",mode=multiply"),
               (Values{0x80FA9664}));
+}
+
+// Every backdrop under every source.
+TEST(Overlay, BlendsEveryByteAsTheTableOfItsMode) {
+    Values sources;
+    Values backdrops;
+    for (std::uint32_t i = 0; i < 65536; ++i) {
+        sources.push_back((i >> 8) * 0x010101);
+        backdrops.push_back((i & 255) * 0x010101);
+    }
+    const std::string path = saved(picture(256, 24, sources));
+    const std::pair<const char*, dib::BlendMode> modes[] = {
+        {"darken", dib::BlendMode::kDarken},         {"lighten", dib::BlendMode::kLighten},
+        {"multiply", dib::BlendMode::kMultiply},     {"screen", dib::BlendMode::kScreen},
+        {"difference", dib::BlendMode::kDifference}, {"add", dib::BlendMode::kLinearDodge},
+        {"exclusion", dib::BlendMode::kExclusion},   {"overlay", dib::BlendMode::kOverlay}};
+    for (const auto& [name, mode] : modes) {
+        const dib::Blender blender(mode);
+        Values expected;
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            const auto byteOf = [](std::uint32_t value) { return static_cast<std::uint8_t>(value); };
+            const std::uint8_t backdrop[] = {byteOf(backdrops[i]), byteOf(backdrops[i]),
+                                             byteOf(backdrops[i])};
+            const std::uint8_t source[] = {byteOf(sources[i]), byteOf(sources[i]), byteOf(sources[i])};
+            std::uint8_t result[3];
+            blender.blend(backdrop, source, result);
+            expected.push_back(result[0] * 0x010101U);
+        }
+        EXPECT_EQ(after(*picture(256, 24, backdrops), "overlay:" + path + ",mode=" + name), expected) << name;
+    }
 }
 
 TEST(Overlay, DissolvesIntoWholePixels) {

@@ -38,8 +38,8 @@ bool isRounded(double byte, double exact, double doubt) {
     return byte == std::floor(bounded + 0.5) || std::fabs(std::fabs(byte - bounded) - 0.5) < doubt;
 }
 
-// Of opaque pictures the classic function takes the means of areas, with weights in 1/256 of a pixel, and has a
-// reference of its own. An area of a third of a pixel may then weigh a hundredth too much or too little.
+// Of opaque pictures the classic function takes the means of areas, with weights in 1/256 of a pixel, and has
+// a reference of its own. An area of a third of a pixel may then weigh a hundredth too much or too little.
 constexpr double kClassicError = 6;
 
 void expectColors(const Picture& shown, const Picture& exact, bool isClassic) {
