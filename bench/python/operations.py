@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compares operations on pictures in memory: DibStream, OpenCV, libvips and Pillow, in one process with one thread.
 
-usage: PYTHONPATH=build/release/python bench/python/operations.py [--rounds N] [--only OPERATION,...] [--write]
+usage: PYTHONPATH=build/release/python bench/python/operations.py [--rounds N] [--only OPERATION,...] [--without PROGRAM,...] [--write]
 
 A round calls each program once for each operation; three rounds do where one takes a second. The table shows the medians of the
 processor's time in milliseconds. Only programs that do the same work are asked. --write puts the table into
@@ -186,6 +186,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--rounds", type=int, default=15)
     parser.add_argument("--only", default="")
+    parser.add_argument("--without", default="")
     parser.add_argument("--write", action="store_true")
     options = parser.parse_args()
     cv2.setNumThreads(1)
@@ -196,7 +197,8 @@ def main():
         for name, calls in cases(channels):
             if options.only and not any(name.startswith(only) for only in options.only.split(",")):
                 continue
-            times = measured(calls, options.rounds)
+            times = measured({program: call for program, call in calls.items() if program not in options.without.split(",")},
+                             options.rounds)
             cells = [f"{times[program]:.1f}" if program in times else "" for program in PROGRAMS]
             others = [each for program, each in times.items() if program != "DibStream"]
             ratio = f"{times['DibStream'] / min(others):.2f}" if others else ""
