@@ -19,7 +19,7 @@ inline void writeChunk(ByteWriter& file, const char* name, const unsigned char* 
     file.bytes(name, 4);
     file.bytes(data, bytes);
     std::uint32_t check = libdeflate_crc32(0, reinterpret_cast<const unsigned char*>(name), 4);
-    check = libdeflate_crc32(check, data, bytes);
+    if (bytes != 0) check = libdeflate_crc32(check, data, bytes);  // without data it would start anew
     dib::writeBe32(frame, check);
     file.bytes(frame, sizeof frame);
 }

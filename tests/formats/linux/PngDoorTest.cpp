@@ -52,6 +52,28 @@ TEST(PngDoor, EveryDepthKeepsItsPixels) {
     }
 }
 
+// Strict readers refuse a file for one wrong sum, that of the empty last chunk included.
+TEST(PngDoor, EveryChunkHasItsCheckSum) {
+    const Bytes last = {0, 0, 0, 0, 'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82};
+    for (const int bitCount : {1, 4, 8, 24, 32}) {
+        const Bytes file = saved(*randomImage(23, 9, bitCount, 5), "png");
+        ASSERT_GT(file.size(), 8 + last.size());
+        EXPECT_EQ(Bytes(file.end() - 12, file.end()), last) << bitCount;
+        std::size_t at = 8;
+        for (; at + 12 <= file.size();) {
+            const auto be32 = [&](std::size_t i) {
+                return unsigned{file[i]} << 24 | unsigned{file[i + 1]} << 16 | unsigned{file[i + 2]} << 8 |
+                       file[i + 3];
+            };
+            const unsigned length = be32(at);
+            ASSERT_LE(length, file.size() - at - 12);
+            EXPECT_EQ(be32(at + 8 + length), crc32(0, &file[at + 4], length + 4)) << bitCount << " at " << at;
+            at += 12 + length;
+        }
+        EXPECT_EQ(at, file.size());
+    }
+}
+
 TEST(PngDoor, PalettesKeepOrderAndUnusedColors) {
     for (const auto& [bitCount, colors] : {std::pair{1, 2}, {4, 16}, {4, 5}, {8, 256}, {8, 17}}) {
         const DibPtr image = paletteImage(19, 7, bitCount, colors);
