@@ -24,7 +24,7 @@ Picture colorsOf(DibStream& image) {
     for (const std::uint32_t value : valuesOf(image)) {
         const std::uint32_t color = bitCount <= 8 ? (value < entries.size() ? entries[value] : 0) : value;
         Pixel pixel{0, 0, 0, 255};
-        for (int i = 0; i < (bitCount == 32 ? 4 : 3); ++i)
+        for (std::size_t i = 0; i < (bitCount == 32 ? 4u : 3u); ++i)
             pixel[i] = bitCount == 16 ? std::floor((color >> (5 * i) & 31) * 255 / 31.0 + 0.5)
                                       : color >> (8 * i) & 255;
         picture.pixels.push_back(pixel);
@@ -50,7 +50,7 @@ void expectColors(const Picture& shown, const Picture& exact, bool isClassic) {
         ASSERT_TRUE(isRounded(at[3], sum[3], 1e-3)) << i << ": " << at[3] << " for " << sum[3];
         // Colours that can hardly be seen are black.
         if (sum[3] < 0.501) continue;
-        for (int c = 0; c < 3; ++c) {
+        for (std::size_t c = 0; c < 3; ++c) {
             if (isClassic) {
                 ASSERT_NEAR(at[c], sum[c], kClassicError) << i << ", " << c;
                 continue;
@@ -114,7 +114,7 @@ TEST_P(EveryDepth, OverlaysAreTheirFormulas) {
                 for (std::size_t i = 0; i < shown.pixels.size(); ++i) {
                     const Pixel exact =
                         reference::overlaid(backdrop.pixels[i], source.pixels[i], mode->name, opacity);
-                    for (int c = 0; c < 4; ++c) {
+                    for (std::size_t c = 0; c < 4; ++c) {
                         // Two bytes are right in the middle between them, and its rounding is passed on.
                         ASSERT_NEAR(shown.pixels[i][c], exact[c], 1) << i << ", " << c;
                         different += shown.pixels[i][c] != exact[c] ? 1 : 0;

@@ -87,20 +87,20 @@ double most(const Pixel& c) { return std::max({c[0], c[1], c[2]}); }
 
 Pixel withBrightness(const Pixel& c, double wanted) {
     Pixel moved = c;
-    for (int i = 0; i < 3; ++i) moved[i] = c[i] - brightness(c) + wanted;
+    for (std::size_t i = 0; i < 3; ++i) moved[i] = c[i] - brightness(c) + wanted;
     const double low = least(moved);
     const double high = most(moved);
     // The largest part of the way from the grey that stays within 0 to 1.
     double part = 1;
     if (low < 0) part = std::min(part, wanted / (wanted - low));
     if (high > 1) part = std::min(part, (1 - wanted) / (high - wanted));
-    for (int i = 0; i < 3; ++i) moved[i] = wanted + part * (moved[i] - wanted);
+    for (std::size_t i = 0; i < 3; ++i) moved[i] = wanted + part * (moved[i] - wanted);
     return moved;
 }
 
 Pixel withRange(const Pixel& c, double wanted) {
     Pixel stretched{};
-    for (int i = 0; i < 3; ++i)
+    for (std::size_t i = 0; i < 3; ++i)
         stretched[i] = most(c) == least(c) ? 0 : (c[i] - least(c)) / (most(c) - least(c)) * wanted;
     return stretched;
 }
@@ -114,7 +114,7 @@ Pixel blended(const Pixel& b, const Pixel& s, const std::string& mode) {
     if (mode == "darker-color") return brightness(s) < brightness(b) ? s : b;
     if (mode == "lighter-color") return brightness(s) > brightness(b) ? s : b;
     Pixel result{};
-    for (int i = 0; i < 3; ++i) result[i] = kChannels.at(mode)(b[i], s[i]);
+    for (std::size_t i = 0; i < 3; ++i) result[i] = kChannels.at(mode)(b[i], s[i]);
     return result;
 }
 
@@ -134,11 +134,11 @@ Picture resized(const Picture& picture, int width, int height, const std::string
                     const Pixel& from = picture.at(i, j);
                     const double share =
                         down[static_cast<std::size_t>(j)] * across[static_cast<std::size_t>(i)];
-                    for (int c = 0; c < 3; ++c) sums[c] += share * from[c] * from[3];
+                    for (std::size_t c = 0; c < 3; ++c) sums[c] += share * from[c] * from[3];
                     sums[3] += share * from[3];
                 }
             }
-            for (int c = 0; c < 3; ++c) sums[c] = sums[3] == 0 ? 0 : sums[c] / sums[3];
+            for (std::size_t c = 0; c < 3; ++c) sums[c] = sums[3] == 0 ? 0 : sums[c] / sums[3];
             result.pixels.push_back(sums);
         }
     }
@@ -150,14 +150,14 @@ Pixel overlaid(const Pixel& under, const Pixel& over, const std::string& mode, i
     if (alpha == 0) return under;
     Pixel b{};
     Pixel s{};
-    for (int i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < 3; ++i) {
         b[i] = under[i] / 255;
         s[i] = over[i] / 255;
     }
     const Pixel full = blended(b, s, mode);
     const double together = alpha + under[3] - alpha * under[3] / 255;
     Pixel result{};
-    for (int i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < 3; ++i) {
         // Over a backdrop that is transparent the source shows unblended.
         const double seen = rounded((rounded(full[i] * 255) * under[3] + over[i] * (255 - under[3])) / 255);
         result[i] = rounded((seen * alpha + under[i] * (together - alpha)) / together);
