@@ -124,14 +124,16 @@ private:
     bool isType(std::string_view type) const { return type_ == type; }
 
     bool chooseChannels(int channels) {
-        const int usual = isType("RGB_ALPHA") || isType("CMYK") ? 4
-                          : isType("RGB")                       ? 3
-                          : type_.ends_with("_ALPHA")           ? 2
-                                                                : 1;
+        const int usual = isType("CMYK_ALPHA")                    ? 5
+                          : isType("RGB_ALPHA") || isType("CMYK") ? 4
+                          : isType("RGB")                         ? 3
+                          : type_.ends_with("_ALPHA")             ? 2
+                                                                  : 1;
         header_.channels = channels != 0 ? channels : usual;
-        header_.isCmyk = header_.channels == 4 && isType("CMYK");
+        header_.isCmyk =
+            (header_.channels == 4 && isType("CMYK")) || (header_.channels == 5 && isType("CMYK_ALPHA"));
         header_.isBitmap = header_.channels == 1 && header_.largest == 1;
-        if (header_.channels >= 1 && header_.channels <= 4) return true;
+        if (header_.isCmyk || (header_.channels >= 1 && header_.channels <= 4)) return true;
         return refuse(result_, DIB_ERROR_UNSUPPORTED, "%d channels are not read", channels);
     }
 
@@ -185,7 +187,7 @@ int PnmHeader::imageBits() const {
     switch (channels) {
         case 1: return 8;
         case 3: return 24;
-        default: return isCmyk ? 24 : 32;
+        default: return isCmyk && channels == 4 ? 24 : 32;
     }
 }
 

@@ -15,7 +15,7 @@ struct PnmHeader {
 
     int width = 0;
     int height = 0;
-    int channels = 1;  // grey, grey and alpha, red green blue, these and alpha
+    int channels = 1;  // grey, grey and alpha, red green blue, these and alpha; inks, inks and alpha
     bool isText = false;
     bool isCmyk = false;
     bool isBitmap = false;        // two values: black and white

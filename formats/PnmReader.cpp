@@ -166,10 +166,12 @@ void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char*
         const auto without = [](unsigned ink, unsigned black) {
             return dib::byteOf(((255 - ink) * (255 - black) + 127) / 255);
         };
-        for (std::size_t x = 0; x < width; ++x, from += 4, to += 3) {
+        const bool hasAlpha = header.channels == 5;
+        for (std::size_t x = 0; x < width; ++x, from += header.channels, to += hasAlpha ? 4 : 3) {
             to[0] = without(from[2], from[3]);
             to[1] = without(from[1], from[3]);
             to[2] = without(from[0], from[3]);
+            if (hasAlpha) to[3] = from[4];
         }
         return;
     }

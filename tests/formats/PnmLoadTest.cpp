@@ -102,6 +102,9 @@ TEST(PnmLoad, PamFilesHaveAlpha) {
     const Bytes ink = file(pam(4, 255, "CMYK"), {0, 255, 128, 0, 0, 0, 0, 255});
     EXPECT_EQ(shown(ink, 24), Bytes({127, 0, 255, 0, 0, 0}));
     EXPECT_EQ(opened(ink).note(0), "CMYK became RGB without a colour profile");
+    EXPECT_EQ(shown(file(pam(5, 255, "CMYK_ALPHA"), {0, 255, 128, 0, 7, 0, 0, 0, 255, 255}), 32),
+              Bytes({127, 0, 255, 7, 0, 0, 0, 255}));
+    EXPECT_STREQ(opened(file(pam(5, 255, "RGB"), Bytes(10))).result.reason, "5 channels are not read");
 }
 
 TEST(PnmLoad, FloatsAreClampedAndStartAtTheBottom) {
