@@ -10,6 +10,6 @@ scripts/install-packages.sh build test bench python browser exchange
 command -v ccache >/dev/null &&
     export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}" CCACHE_NOHASHDIR=1
 
-cmake --preset "$preset" -DDIB_PRECOMPILE_TESTS=ON
+cmake --preset "$preset"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 ctest --preset "$preset" --parallel "$(nproc)"
