@@ -182,13 +182,12 @@ bool readPnmNumber(ByteReader& file, std::uint32_t& number, bool* hasComments) {
     return true;
 }
 
+bool PnmHeader::hasAlpha() const { return isCmyk ? channels == 5 : channels % 2 == 0; }
+
 int PnmHeader::imageBits() const {
     if (isBitmap) return 1;
-    switch (channels) {
-        case 1: return 8;
-        case 3: return 24;
-        default: return isCmyk && channels == 4 ? 24 : 32;
-    }
+    if (channels == 1) return 8;
+    return hasAlpha() ? 32 : 24;
 }
 
 int PnmHeader::storedBits() const {

@@ -26,6 +26,7 @@ struct PnmHeader {
     double scale = 1;           // of floats: this value is 255 in the image
     Samples samples = Samples::kBits;
 
+    bool hasAlpha() const;  // in the last channel
     // Depth of the image.
     int imageBits() const;
     // Bits per pixel in the file.

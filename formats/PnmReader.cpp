@@ -162,12 +162,13 @@ void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char*
         std::memcpy(to, from, width);
         return;
     }
+    const bool hasAlpha = header.hasAlpha();
+    const auto channels = dib::asSize(header.channels);
     if (header.isCmyk) {
         const auto without = [](unsigned ink, unsigned black) {
             return dib::byteOf(((255 - ink) * (255 - black) + 127) / 255);
         };
-        const bool hasAlpha = header.channels == 5;
-        for (std::size_t x = 0; x < width; ++x, from += header.channels, to += hasAlpha ? 4 : 3) {
+        for (std::size_t x = 0; x < width; ++x, from += channels, to += hasAlpha ? 4 : 3) {
             to[0] = without(from[2], from[3]);
             to[1] = without(from[1], from[3]);
             to[2] = without(from[0], from[3]);
@@ -176,8 +177,6 @@ void storeRow(const unsigned char* from, const PnmHeader& header, unsigned char*
         return;
     }
     const bool isGrey = header.channels == 2;
-    const bool hasAlpha = header.channels != 3;
-    const auto channels = dib::asSize(header.channels);
     for (std::size_t x = 0; x < width; ++x, from += channels, to += hasAlpha ? 4 : 3) {
         to[0] = from[isGrey ? 0 : 2];
         to[1] = from[isGrey ? 0 : 1];

@@ -20,6 +20,10 @@ std::unique_ptr<Lettering> write(std::string_view text, const TextStyle& style) 
 TextBlock::TextBlock(std::string_view text, const TextStyle& style)
     : style_(style), lettering_(write(text, style)), margin_(style.box ? style.size / 5 : 0) {}
 
+bool TextBlock::isGrey() const {
+    return operations::isGrey(style_.color) && (!style_.box || operations::isGrey(*style_.box));
+}
+
 bool TextBlock::draw(const dib::Raster& rows, Place corner, const std::function<bool(int, int)>& report) {
     const Part part = partInside(rows, corner, width(), height());
     const std::size_t count = part.columns();
@@ -44,10 +48,9 @@ bool TextBlock::draw(const dib::Raster& rows, Place corner, const std::function<
     return true;
 }
 
-bool drawText(const Job& job, TextBlock& block, const TextStyle& style, Place corner) {
-    const bool staysGrey = isGrey(style.color) && (!style.box || isGrey(*style.box));
-    const Treatment treatment = {.depths = staysGrey ? depths({8, 24, 32}) : depths({24, 32}),
-                                 .addsColors = !staysGrey};
+bool drawText(const Job& job, TextBlock& block, Place corner) {
+    const Treatment treatment = {.depths = block.isGrey() ? depths({8, 24, 32}) : depths({24, 32}),
+                                 .addsColors = !block.isGrey()};
     return runWidened(job, treatment, [&](const Job& widened) {
         const dib::Raster rows = rowsOf(widened.image);
         if (partInside(rows, corner, block.width(), block.height()).isEmpty()) {

@@ -31,6 +31,8 @@ public:
     // Throws Refusal for text that no picture can hold, and where the font cannot write it.
     TextBlock(std::string_view text, const TextStyle& style);
 
+    // Whether all of its colours are grey.
+    bool isGrey() const;
     // In pixels, with the margin of a box.
     std::int64_t width() const { return lettering_->width() + 2 * margin_; }
     std::int64_t height() const { return lettering_->height() + 2 * margin_; }
@@ -45,9 +47,9 @@ private:
     std::int64_t margin_;
 };
 
-// Draws text on the picture of a job. A grey picture has 8 bits then and stays grey, if the colours are; of
+// Draws a block on the picture of a job. A grey picture has 8 bits then and stays grey, if the block is; of
 // others those of up to 16 bits are widened to 24. False when the caller cancels.
-bool drawText(const Job& job, TextBlock& block, const TextStyle& style, Place corner);
+bool drawText(const Job& job, TextBlock& block, Place corner);
 
 }  // namespace operations
 

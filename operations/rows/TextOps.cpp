@@ -26,7 +26,7 @@ bool runText(const Job& job) {
     const TextStyle style = {size, given.color("color"), given.colorIfAny("box"), static_cast<int>(place & 3),
                              font.get()};
     TextBlock block(given.text("text"), style);
-    return drawText(job, block, style, placeOf(job, block.width(), block.height()));
+    return drawText(job, block, placeOf(job, block.width(), block.height()));
 }
 
 constexpr Operation kOperations[] = {
