@@ -193,8 +193,8 @@ bool listLayersByBundle(const Bundle& bundle, LayersRequest& request) {
     const bool isListed = bundle.description.listLayers(call.record(), &list, LayerList::addTo);
     if (list.isShortOfMemory) return refuseForMemory(request.result, "for the layers");
     if (list.layers.count == list.most) {
-        return refuse(request.result, DIB_ERROR_MISMATCH, "the file has more layers than %d (mostLayers)",
-                      request.options.mostLayers);
+        return refuse(request.result, DIB_ERROR_MISMATCH,
+                      "the file has too many layers; the limit of layers is %d", request.options.mostLayers);
     }
     if (!isListed) return refuse(request.result, DIB_ERROR_INVALID, "the layers cannot be read");
     request.result.reason[0] = '\0';

@@ -193,9 +193,9 @@ void check(const DibMontageOptions& options) {
     };
     least("columns", options.columns, 0);
     least("gap", options.gap, 0);
-    least("mostWidth", options.mostWidth, 0);
-    least("mostHeight", options.mostHeight, 0);
-    least("labelSize", options.labelSize, 1);
+    least("largest width", options.mostWidth, 0);
+    least("largest height", options.mostHeight, 0);
+    least("label size", options.labelSize, 1);
 }
 
 }  // namespace

@@ -74,24 +74,22 @@ bool probe(Source& source, const FileFormat& format, DibFileInfo& info, const Di
 
 using Count = unsigned long long;
 
-// A refusal names the limit, the need and the setting.
+// A refusal names the need and the limit.
 bool isWithinLimits(const DibFileInfo& info, const DibLoadOptions& options, DibFileResult& result) {
     const Count columns = dib::asUnsigned(info.width);
     const Count rows = dib::asUnsigned(info.height);
     const Count pixels = columns * rows;
     const Count rowBytes = (columns * dib::asUnsigned(info.bitCount) + 31) / 32 * 4;
     const Count bytes = rowBytes * rows;
-    const auto refuseFor = [&](const char* what, Count need, Count limit, const char* setting) {
+    const auto refuseFor = [&](const char* what, Count need, Count limit) {
         return refuse(result, DIB_ERROR_MISMATCH,
-                      "the picture of %dx%d pixels needs %llu %s; the limit is %llu (%s)", info.width,
-                      info.height, need, what, limit, setting);
+                      "the picture of %dx%d pixels needs %llu %s; the limit of %s is %llu", info.width,
+                      info.height, need, what, what, limit);
     };
-    if (pixels > options.mostPixels) return refuseFor("pixels", pixels, options.mostPixels, "mostPixels");
-    if (bytes > options.mostBytes) return refuseFor("bytes", bytes, options.mostBytes, "mostBytes");
-    if (info.layers > options.mostLayers) {
-        return refuseFor("layers", dib::asUnsigned(info.layers), dib::asUnsigned(options.mostLayers),
-                         "mostLayers");
-    }
+    if (pixels > options.mostPixels) return refuseFor("pixels", pixels, options.mostPixels);
+    if (bytes > options.mostBytes) return refuseFor("bytes", bytes, options.mostBytes);
+    if (info.layers > options.mostLayers)
+        return refuseFor("layers", dib::asUnsigned(info.layers), dib::asUnsigned(options.mostLayers));
     return true;
 }
 

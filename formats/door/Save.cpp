@@ -66,7 +66,7 @@ const FileFormat* chooseFormat(const char* name, const char* path, DibFileResult
         format = *extension != '\0' ? formatOfExtension(extension) : nullptr;
         if (format == nullptr) refuseName(path, extension, result);
     } else {
-        refuse(result, DIB_ERROR_UNSUPPORTED, "no format is chosen (DibSaveOptions::format)");
+        refuse(result, DIB_ERROR_UNSUPPORTED, "no format is given");
     }
     if (format == nullptr) return nullptr;
     result.format = &format->info;

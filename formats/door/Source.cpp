@@ -86,7 +86,7 @@ bool Source::open(const DibReader& reader) {
         if (got == 0 || error_ != 0) break;
         bytes_.size += got;
         if (bytes_.size > mostBytes_) {
-            return refuse(result_, DIB_ERROR_MISMATCH, "the stream is longer than %llu bytes (mostBytes)",
+            return refuse(result_, DIB_ERROR_MISMATCH, "the stream is too long; the limit of bytes is %llu",
                           static_cast<unsigned long long>(mostBytes_));
         }
         if (isJudged || bytes_.size < kFirstBytes) continue;

@@ -79,7 +79,7 @@ bool listLayers(LayersRequest& request) {
     const Outline outline = outlineOf(file);
     if (outline.layerCount > request.options.mostLayers) {
         return refuse(request.result, DIB_ERROR_MISMATCH,
-                      "the document has %d layers; the limit is %d (mostLayers)", outline.layerCount,
+                      "the document has %d layers; the limit of layers is %d", outline.layerCount,
                       request.options.mostLayers);
     }
     const std::vector<LayerRecord> records = layersOf(file, outline);

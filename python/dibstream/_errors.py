@@ -82,39 +82,42 @@ _OF_FILES: dict[int, type[Error]] = {
 }
 
 
-# Options whose names are others than those of the library without underscores.
+_LIMIT = re.compile(r"; the limit of (pixels|bytes|layers) is \d+$")
+_RANGE = re.compile(r"^([\w ]+) is \S+, but must be ")
+# Options that the reasons of the library call by other words.
 _OPTIONS = {
-    "mostPixels": "max_pixels",
-    "mostBytes": "max_bytes",
-    "mostLayers": "max_layers",
-    "atLeastWidth": "at_least",
-    "atLeastHeight": "at_least",
-    "compressionLevel": "compression",
-    "tiffCompression": "tiff_compression",
-    "pageName": "page",
-    "layerName": "layer",
+    "limit of layers": "max_layers",
+    "least width": "at_least",
+    "least height": "at_least",
+    "compression level": "compression",
+    "x resolution": "metadata",
+    "y resolution": "metadata",
+    "orientation": "metadata",
 }
-_OPTION = re.compile(r"Dib(?:Load|Save)Options::(\w+)|(?<=\()(most\w+)(?=\))")
 
 
-def _option(match: re.Match[str]) -> str:
-    """The name of an option in Python, for its name in the library."""
-    name: str = match.group(1) or match.group(2)
-    return _OPTIONS.get(name, name)
+def _option(reason: str) -> str | None:
+    """The option that a reason is about."""
+    if limit := _LIMIT.search(reason):
+        return "max_" + limit.group(1)
+    if value := _RANGE.search(reason):
+        return _OPTIONS.get(value.group(1), value.group(1))
+    return None
 
 
 def of_file(code: int, reason: str, format: str | None, path: Any) -> Error:
     """The exception for opening, probing or saving. The path of a missing file is that of the exception."""
     kind = _OF_FILES.get(code, Error)
-    option = _OPTION.search(reason)
-    reason = _OPTION.sub(_option, reason)
+    option = _option(reason)
+    if _LIMIT.search(reason):
+        reason = f"{reason} ({option})"
     if path is not None:
         name = os.fsdecode(path)
         folder = os.path.dirname(name) or "."
         if code == ErrorCode.OPEN and not os.path.exists(name if os.path.isdir(folder) else folder):
             kind = MissingFileError
         reason = f"{name}: {reason}"
-    failure = kind(reason, code, format=format, path=path, parameter=_option(option) if option else None)
+    failure = kind(reason, code, format=format, path=path, parameter=option)
     if isinstance(failure, OSError) and path is not None:
         failure.filename = path
         if kind is MissingFileError:

@@ -489,6 +489,10 @@ void loadOptions(void) {
     options = standard;
     options.alpha = -1;
     CHECK(loadWith(&bmp, &options, &result) == DIB_C_ERROR_INVALID);
+    options = standard;
+    options.at_least_width = -1;
+    CHECK(loadWith(&bmp, &options, &result) == DIB_C_ERROR_MISMATCH);
+    CHECK(strcmp(result.reason, "least width is -1, but must be 0 or more") == 0);
     dib_free(bmp.bytes);
     dib_image_release(image);
 }

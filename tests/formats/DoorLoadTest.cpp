@@ -112,7 +112,7 @@ TEST(DoorLoad, EndlessStreamsOfNoFormatAreRefusedAtOnce) {
         const char* reason;
     } kCases[] = {{DibLoadOptions(), 1, 7, "the format of the file is not known"},
                   {onlyPng, 1, 8, "tga files are not among the accepted formats"},
-                  {small, 2, 8, "the stream is longer than 100000 bytes (mostBytes)"}};
+                  {small, 2, 8, "the stream is too long; the limit of bytes is 100000"}};
     for (const auto& row : kCases) {
         Endless zeros;
         DibStream image;
@@ -190,11 +190,11 @@ TEST(DoorLoad, OptionsRefuseWithTheirNames) {
     options = {};
     options.mostPixels = 5;
     EXPECT_EQ(opened(file, options).reason(),
-              "the picture of 3x2 pixels needs 6 pixels; the limit is 5 (mostPixels)");
+              "the picture of 3x2 pixels needs 6 pixels; the limit of pixels is 5");
     options.mostPixels = 6;
     options.mostBytes = 23;
     EXPECT_EQ(opened(file, options).reason(),
-              "the picture of 3x2 pixels needs 24 bytes; the limit is 23 (mostBytes)");
+              "the picture of 3x2 pixels needs 24 bytes; the limit of bytes is 23");
     EXPECT_EQ(opened(file, options).result.code, 8);
     options.mostBytes = 24;
     EXPECT_TRUE(opened(file, options).isLoaded);
@@ -203,7 +203,7 @@ TEST(DoorLoad, OptionsRefuseWithTheirNames) {
     DibStream image;
     DibFileResult result;
     EXPECT_FALSE(DibLoadStream(DibReader{Pieces::read, &pieces}, &image, &options, &result));
-    EXPECT_STREQ(result.reason, "the stream is longer than 24 bytes (mostBytes)");
+    EXPECT_STREQ(result.reason, "the stream is too long; the limit of bytes is 24");
 
     options = {};
     options.page = 1;
@@ -237,17 +237,15 @@ TEST(DoorLoad, OptionsOutOfTheirRangeAreRefused) {
         EXPECT_STREQ(result.reason, reason);
     };
     const char* unknown[] = {"png", "pgn", nullptr};
-    expectRefused({.size = 0}, "DibLoadOptions::size is 0, but must be 72 or more");
-    expectRefused({.size = 71}, "DibLoadOptions::size is 71, but must be 72 or more");
-    expectRefused({.formats = unknown}, "DibLoadOptions::formats contains \"pgn\", which no format is named");
-    expectRefused({.mostLayers = -1}, "DibLoadOptions::mostLayers is -1, but must be 0 or more");
-    expectRefused({.damage = static_cast<DibDamagePolicy>(2)},
-                  "DibLoadOptions::damage is 2, but must be 0 to 1");
-    expectRefused({.alpha = static_cast<DibAlphaPolicy>(-1)},
-                  "DibLoadOptions::alpha is -1, but must be 0 to 1");
-    expectRefused({.page = -1}, "DibLoadOptions::page is -1, but must be 0 or more");
-    expectRefused({.layer = -2}, "DibLoadOptions::layer is -2, but must be -1 or more");
-    expectRefused({.level = -1}, "DibLoadOptions::level is -1, but must be 0 or more");
+    expectRefused({.size = 0}, "the size of the options is 0, but must be 72 or more");
+    expectRefused({.size = 71}, "the size of the options is 71, but must be 72 or more");
+    expectRefused({.formats = unknown}, "formats contains \"pgn\", which no format is named");
+    expectRefused({.mostLayers = -1}, "limit of layers is -1, but must be 0 or more");
+    expectRefused({.damage = static_cast<DibDamagePolicy>(2)}, "damage is 2, but must be 0 to 1");
+    expectRefused({.alpha = static_cast<DibAlphaPolicy>(-1)}, "alpha is -1, but must be 0 to 1");
+    expectRefused({.page = -1}, "page is -1, but must be 0 or more");
+    expectRefused({.layer = -2}, "layer is -2, but must be -1 or more");
+    expectRefused({.level = -1}, "level is -1, but must be 0 or more");
 }
 
 // A stream that fails after its bytes.

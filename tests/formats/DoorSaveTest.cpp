@@ -75,8 +75,7 @@ TEST(DoorSave, WhatCannotBeSavedHasAReason) {
            "there is nothing to write to");
     expect(DibSaveStream(DibWriter{nullptr, nullptr}, image.get(), nullptr, &result), 3,
            "there is nothing to write to");
-    expect(DibSaveMemory(&bytes, image.get(), nullptr, &result), 7,
-           "no format is chosen (DibSaveOptions::format)");
+    expect(DibSaveMemory(&bytes, image.get(), nullptr, &result), 7, "no format is given");
     expect(
         DibSaveFile("folder.png/picture", image.get(), nullptr, &result), 7,
         "'folder.png/picture' has no extension: name a format, or a file name that ends in .png, .tif ...");
@@ -178,13 +177,13 @@ TEST(DoorSave, OptionsOutOfTheirRangeAreRefused) {
         EXPECT_EQ(result.code, 8);
         EXPECT_STREQ(result.reason, reason);
     };
-    expectRefused({.size = 0}, "DibSaveOptions::size is 0, but must be 48 or more");
-    expectRefused({.quality = 0}, "DibSaveOptions::quality is 0, but must be 1 to 100");
-    expectRefused({.quality = 300}, "DibSaveOptions::quality is 300, but must be 1 to 100");
-    expectRefused({.compressionLevel = -2}, "DibSaveOptions::compressionLevel is -2, but must be -1 to 9");
-    expectRefused({.compressionLevel = 42}, "DibSaveOptions::compressionLevel is 42, but must be -1 to 9");
+    expectRefused({.size = 0}, "the size of the options is 0, but must be 48 or more");
+    expectRefused({.quality = 0}, "quality is 0, but must be 1 to 100");
+    expectRefused({.quality = 300}, "quality is 300, but must be 1 to 100");
+    expectRefused({.compressionLevel = -2}, "compression level is -2, but must be -1 to 9");
+    expectRefused({.compressionLevel = 42}, "compression level is 42, but must be -1 to 9");
     expectRefused({.tiffCompression = static_cast<DibTiffCompression>(4)},
-                  "DibSaveOptions::tiffCompression is 4, but must be 0 to 3");
+                  "TIFF compression is 4, but must be 0 to 3");
     const auto expectMetadataRefused = [&](double x, double y, int orientation, const char* reason) {
         DibMetadata metadata;
         metadata.xResolution = x;
@@ -193,15 +192,15 @@ TEST(DoorSave, OptionsOutOfTheirRangeAreRefused) {
         expectRefused({.metadata = &metadata}, reason);
     };
     const double infinite = std::numeric_limits<double>::infinity();
-    const char* const kX = "DibMetadata::xResolution is ";
-    const char* const kY = "DibMetadata::yResolution is ";
+    const char* const kX = "x resolution is ";
+    const char* const kY = "y resolution is ";
     const std::string range = ", but must be a finite number of 0 or more";
     expectMetadataRefused(-1, 72, 1, (kX + ("-1" + range)).c_str());
     expectMetadataRefused(infinite, 72, 1, (kX + ("inf" + range)).c_str());
     expectMetadataRefused(72, std::nan(""), 1, (kY + ("nan" + range)).c_str());
     expectMetadataRefused(72, -infinite, 1, (kY + ("-inf" + range)).c_str());
-    expectMetadataRefused(0, 0, 0, "DibMetadata::orientation is 0, but must be 1 to 8");
-    expectMetadataRefused(0, 0, 9, "DibMetadata::orientation is 9, but must be 1 to 8");
+    expectMetadataRefused(0, 0, 0, "orientation is 0, but must be 1 to 8");
+    expectMetadataRefused(0, 0, 9, "orientation is 9, but must be 1 to 8");
     EXPECT_FALSE(saved(*image, "png").empty());
 }
 
@@ -216,7 +215,7 @@ TEST(DoorSave, MetadataOfTheResultAreJudgedToo) {
     DibBytes bytes;
     EXPECT_FALSE(DibSaveMemory(&bytes, image.get(), &options, &result));
     EXPECT_EQ(result.code, 8);
-    EXPECT_STREQ(result.reason, "DibMetadata::orientation is 300, but must be 1 to 8");
+    EXPECT_STREQ(result.reason, "orientation is 300, but must be 1 to 8");
     EXPECT_EQ(result.metadata.orientation, 300) << "it is the caller's";
 }
 

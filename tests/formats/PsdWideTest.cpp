@@ -109,7 +109,7 @@ TEST(PsdWide, MissingPartsOfLayers) {
     EXPECT_EQ(opened(document.bytes(), layerNumber(0, DIB_LAYER_SECOND_MASK)).reason(),
               "layer 0 has no second mask with pixels");
     EXPECT_EQ(opened(document.bytes(), layerNumber(0, static_cast<DibLayerPart>(3))).reason(),
-              "DibLoadOptions::part is 3, but must be 0 to 2");
+              "part is 3, but must be 0 to 2");
     EXPECT_EQ(opened(document.bytes(), layerNumber(2)).reason(), "there is no layer 2: the file has 2");
 }
 
@@ -119,7 +119,7 @@ TEST(PsdWide, LayersAreLimitedByTheirOwnSize) {
     DibLoadOptions options = layerNumber(0);
     options.mostPixels = 99;
     EXPECT_EQ(opened(document.bytes(), options).reason(),
-              "the picture of 10x10 pixels needs 100 pixels; the limit is 99 (mostPixels)");
+              "the picture of 10x10 pixels needs 100 pixels; the limit of pixels is 99");
     options.mostPixels = 100;
     EXPECT_TRUE(opened(document.bytes(), options).isLoaded);
 }
@@ -189,8 +189,7 @@ TEST(PsdWide, ListsOfOtherFilesAndFailures) {
     const Bytes bytes = rich(3, 8, false, PsdCompression::kRaw).bytes();
     DibLoadOptions options;
     options.mostLayers = 1;
-    EXPECT_STREQ(listed(bytes, options).result.reason,
-                 "the document has 2 layers; the limit is 1 (mostLayers)");
+    EXPECT_STREQ(listed(bytes, options).result.reason, "the document has 2 layers; the limit of layers is 1");
     DibFileResult result;
     EXPECT_FALSE(DibProbeLayers(bytes.data(), bytes.size(), nullptr, nullptr, &result));
     EXPECT_STREQ(result.reason, "there is no list to fill");

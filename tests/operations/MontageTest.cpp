@@ -121,6 +121,11 @@ TEST(Montage, RefusesWhatIsWrong) {
     EXPECT_EQ(refused(pictures, 1, {.gap = -1}), DIB_ERROR_INVALID);
     EXPECT_EQ(refused(pictures, 1, {.columns = -1}), DIB_ERROR_INVALID);
     EXPECT_EQ(refused(pictures, 1, {.labelSize = 0}), DIB_ERROR_INVALID);
+    EXPECT_STREQ(result.reason, "label size: must be at least 1");
+    EXPECT_EQ(refused(pictures, 1, {.mostWidth = -1}), DIB_ERROR_INVALID);
+    EXPECT_STREQ(result.reason, "largest width: must be at least 0");
+    EXPECT_EQ(refused(pictures, 1, {.mostHeight = -1}), DIB_ERROR_INVALID);
+    EXPECT_STREQ(result.reason, "largest height: must be at least 0");
     EXPECT_EQ(refused(pictures, 1, {.gap = 2000000000}), DIB_ERROR_MEMORY);
     EXPECT_FALSE(DibMontage(pictures, 1, nullptr));
     const auto cancel = [](float, void*) { return false; };

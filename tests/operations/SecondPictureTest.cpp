@@ -83,7 +83,7 @@ TEST(SecondPicture, IsOpenedWithTheCallersOptions) {
     DibOperationResult result;
     EXPECT_FALSE(DibApply(image.get(), ("compose:" + path).c_str(), &options, &result));
     EXPECT_EQ(result.code, DIB_ERROR_MISMATCH);
-    EXPECT_NE(std::string(result.reason).find("70 pixels; the limit is 69 (mostPixels)"), std::string::npos)
+    EXPECT_NE(std::string(result.reason).find("70 pixels; the limit of pixels is 69"), std::string::npos)
         << result.reason;
 }
 

@@ -121,7 +121,7 @@ TEST(ExrWide, LayersHaveNames) {
     DibLoadOptions options;
     options.mostLayers = 2;
     EXPECT_FALSE(DibProbeLayers(bytes.data(), bytes.size(), &layers, &options, &result));
-    EXPECT_STREQ(result.reason, "the file has more layers than 2 (mostLayers)");
+    EXPECT_STREQ(result.reason, "the file has too many layers; the limit of layers is 2");
     EXPECT_EQ(layers.count, 0U);
     EXPECT_FALSE(DibProbeLayers(bytes.data(), 100, &layers, nullptr, &result));
     EXPECT_STREQ(result.reason, "the file ends inside its header");

@@ -16,9 +16,10 @@ TEST_F(ComposeOps, TheLimitsAreThoseOfTheSecondPictureToo) {
     ASSERT_TRUE(second.SaveToFile("second.bmp"));
     const Result result = run({"run", "--limit=pixels:693", "in.bmp", "compose:second.bmp", "out.bmp"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.errors,
-              "dib: second.bmp: compose: the picture of 34x21 pixels needs 714 pixels; the limit is 693 "
-              "(--limit=pixels)\n");
+    EXPECT_EQ(
+        result.errors,
+        "dib: second.bmp: compose: the picture of 34x21 pixels needs 714 pixels; the limit of pixels is 693 "
+        "(--limit=pixels)\n");
     EXPECT_EQ(run({"run", "--limit=pixels:714", "in.bmp", "compose:second.bmp", "out.bmp"}).errors, "");
 }
 

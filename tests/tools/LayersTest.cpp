@@ -78,9 +78,9 @@ TEST_F(Layers, AreChosenByNumberOrName) {
 }
 
 TEST_F(Layers, CanBeTooMany) {
-    EXPECT_EQ(
-        run({"run", "--limit=layers:2", "in.psd", "out.bmp"}).errors,
-        "dib: in.psd: load: the picture of 5x4 pixels needs 3 layers; the limit is 2 (--limit=layers)\n");
+    EXPECT_EQ(run({"run", "--limit=layers:2", "in.psd", "out.bmp"}).errors,
+              "dib: in.psd: load: the picture of 5x4 pixels needs 3 layers; the limit of layers is 2 "
+              "(--limit=layers)\n");
     EXPECT_EQ(run({"run", "--limit=layers:3", "in.psd", "out.bmp"}).errors, "");
 }
 

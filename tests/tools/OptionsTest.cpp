@@ -20,8 +20,8 @@ using Suggestions = ToolTest;
 TEST_F(Limit, RefusesLargerInputs) {
     const std::string start = "dib: in.bmp: load: the picture of 33x21 pixels needs ";
     const std::pair<std::string, std::string> kCases[] = {
-        {"pixels:692", "693 pixels; the limit is 692 (--limit=pixels)"},
-        {"bytes:2K,pixels:1M", "2100 bytes; the limit is 2000 (--limit=bytes)"},
+        {"pixels:692", "693 pixels; the limit of pixels is 692 (--limit=pixels)"},
+        {"bytes:2K,pixels:1M", "2100 bytes; the limit of bytes is 2000 (--limit=bytes)"},
     };
     for (const auto& [limit, need] : kCases) {
         const Result result = run({"run", "--limit=" + limit, "in.bmp", "out.bmp"});

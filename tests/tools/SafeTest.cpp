@@ -135,8 +135,9 @@ TEST_F(Causes, ALimitOfStreamsIsNamed) {
     bytes.resize(200000);
     const Result result = run({"layers", "--limit=bytes:100K", "-", "out"}, bytes);
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.errors,
-              "dib: standard input: load: the stream is longer than 100000 bytes (--limit=bytes)\n");
+    EXPECT_EQ(
+        result.errors,
+        "dib: standard input: load: the stream is too long; the limit of bytes is 100000 (--limit=bytes)\n");
 }
 
 TEST_F(Causes, AFullDiskIsNamed) {

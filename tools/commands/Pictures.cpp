@@ -85,11 +85,9 @@ void Notes::judge() {
 
 Failure loadFailure(const std::string& title, const DibFileResult& result, const std::string& action) {
     std::string reason = result.reason;
-    // The library names the fields of its options.
-    for (const auto& [field, option] :
-         {std::pair("(mostPixels)", "(--limit=pixels)"), std::pair("(mostBytes)", "(--limit=bytes)"),
-          std::pair("(mostLayers)", "(--limit=layers)")}) {
-        if (reason.ends_with(field)) reason.replace(reason.rfind('('), std::string::npos, option);
+    for (const std::string limit : {"pixels", "bytes", "layers"}) {
+        if (reason.find("; the limit of " + limit + " is ") != std::string::npos)
+            reason += " (--limit=" + limit + ")";
     }
     if (reason.ends_with(")") && reason.find(" (in row ") != std::string::npos)
         reason += "; --keep-damaged keeps the rows before it";

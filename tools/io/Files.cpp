@@ -45,8 +45,8 @@ void InputFile::readAll(const DibLoadOptions& options) {
         const bool isFirst = bytes_.empty();
         bytes_.append(block, count);
         if (bytes_.size() > options.mostBytes) {
-            throw Failure(kExitBadInput, title() + ": load: the stream is longer than " +
-                                             std::to_string(options.mostBytes) + " bytes (--limit=bytes)");
+            throw Failure(kExitBadInput, title() + ": load: the stream is too long; the limit of bytes is " +
+                                             std::to_string(options.mostBytes) + " (--limit=bytes)");
         }
         if (isFirst && !isOfFormat(options)) break;
     }

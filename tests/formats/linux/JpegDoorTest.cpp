@@ -332,9 +332,9 @@ TEST(JpegDoor, ALeastSizeBelowZeroIsRefused) {
     const Bytes file = saved(*smoothImage(16, 8, 24), "jpeg");
     const Opened width = opened(file, atLeastSize(-1, 0));
     EXPECT_EQ(width.result.code, 8);
-    EXPECT_STREQ(width.result.reason, "DibLoadOptions::atLeastWidth is -1, but must be 0 or more");
+    EXPECT_STREQ(width.result.reason, "least width is -1, but must be 0 or more");
     const Opened height = opened(file, atLeastSize(0, -2));
-    EXPECT_STREQ(height.result.reason, "DibLoadOptions::atLeastHeight is -2, but must be 0 or more");
+    EXPECT_STREQ(height.result.reason, "least height is -2, but must be 0 or more");
     // Records of the version before end before the fields.
     DibLoadOptions older = atLeastSize(-1, -1);
     older.size = offsetof(DibLoadOptions, atLeastWidth);

@@ -139,7 +139,7 @@ TEST(MetadataTexts, OthersThanPairsAreRefused) {
         DibFileResult result;
         EXPECT_TRUE(savedWith(*randomImage(4, 4, 24, 1), "png", metadata, &result).empty());
         EXPECT_EQ(result.code, 8);
-        EXPECT_STREQ(result.reason, "DibMetadata::texts must be pairs of texts in UTF-8, each ended by NUL");
+        EXPECT_STREQ(result.reason, "texts must be pairs of texts in UTF-8, each ended by NUL");
     }
 }
 
