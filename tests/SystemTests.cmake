@@ -181,8 +181,7 @@ if(TARGET dib)
             COMMAND /usr/bin/python3 ${system_dir}/exchange/exchange.py $<TARGET_FILE:dib> $<TARGET_FILE_DIR:plugin_dds>)
         set_tests_properties(system.exchange PROPERTIES TIMEOUT 300 PROCESSORS 2 SKIP_RETURN_CODE 77)
         add_test(NAME system.peers
-            COMMAND bash ${system_dir}/peers.sh
-                    $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${system_work}/peers)
-        set_tests_properties(system.peers PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
+            COMMAND /usr/bin/python3 -B ${system_dir}/peers/peers.py $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture>)
+        set_tests_properties(system.peers PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
     endif()
 endif()
