@@ -44,6 +44,7 @@ using GlyphPtr = Owned<FT_Glyph, FT_Done_Glyph>;
 
 [[noreturn]] void refuse(DibErrorCode code, const std::string& why) { throw Refusal{code, "font: " + why}; }
 
+// Whatever FreeType has made has an owner before this is called: it may throw for memory.
 void check(FT_Error error, const std::string& what) {
     if (error == FT_Err_Ok) return;
     if (error == FT_Err_Out_Of_Memory) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
@@ -190,15 +191,16 @@ class FreetypeFont : public Font {
 public:
     explicit FreetypeFont(const std::string& file) : bytes_(readFile(file)) {
         FT_Library library = nullptr;
-        check(FT_Init_FreeType(&library), "FreeType does not start");
-        library_.reset(library);
+        const FT_Error notStarted = FT_Init_FreeType(&library);
+        library_.reset(notStarted == FT_Err_Ok ? library : nullptr);
+        check(notStarted, "FreeType does not start");
         FT_Face face = nullptr;
         const FT_Error error =
             FT_New_Memory_Face(library, bytes_.data(), static_cast<FT_Long>(bytes_.size()), 0, &face);
+        face_.reset(error == FT_Err_Ok ? face : nullptr);
         if (error == FT_Err_Unknown_File_Format)
             refuse(DIB_ERROR_UNSUPPORTED, quoted(file) + " is not a font that FreeType reads");
         check(error, quoted(file) + " is damaged");
-        face_.reset(face);
         if (!FT_IS_SCALABLE(face))
             refuse(DIB_ERROR_UNSUPPORTED, quoted(file) + " has letters of fixed sizes, not outlines");
     }
@@ -266,8 +268,9 @@ private:
         letter.advance = (std::int64_t{slot->linearHoriAdvance} + 512) >> 10;
         if (slot->format == FT_GLYPH_FORMAT_OUTLINE && slot->outline.n_points > 0) {
             FT_Glyph glyph = nullptr;
-            check(FT_Get_Glyph(slot, &glyph), "a letter is damaged");
-            letter.glyph.reset(glyph);
+            const FT_Error error = FT_Get_Glyph(slot, &glyph);
+            letter.glyph.reset(error == FT_Err_Ok ? glyph : nullptr);
+            check(error, "a letter is damaged");
         }
         return letters_.emplace(index, std::move(letter)).first->second;
     }
