@@ -1,8 +1,7 @@
 #include "operations/pixels/Overlay.h"
 
-#include <cstring>
-
 #include "dib/Bytes.h"
+#include "dib/Depths.h"
 #include "dib/Kernels.h"
 #include "dib/Numbers.h"
 #include "operations/pixels/Pixels.h"
@@ -43,24 +42,45 @@ DIB_ALWAYS_INLINE void coverOpaque(const unsigned char* __restrict over, std::si
     }
 }
 
-using CoverOpaque = void (*)(const unsigned char* over, std::size_t count, unsigned char* row);
+// The same for a source of 3 bytes a pixel, all of one alpha.
+template <dib::BlendMode mode>
+DIB_ALWAYS_INLINE void coverEvenly(const unsigned char* __restrict over, std::size_t count,
+                                   unsigned char* __restrict row, std::uint32_t alpha) {
+    for (std::size_t i = 0; i < 3 * count; ++i)
+        row[i] = mixed(blendedBytes<mode>(row[i], over[i]), row[i], alpha);
+}
+template <dib::BlendMode mode>
+DIB_ALWAYS_INLINE void coverWholly(const unsigned char* __restrict over, std::size_t count,
+                                   unsigned char* __restrict row) {
+    for (std::size_t i = 0; i < 3 * count; ++i) row[i] = dib::byteOf(blendedBytes<mode>(row[i], over[i]));
+}
 
-// Blends and covers at once; null for modes that are more than a little arithmetic.
-CoverOpaque coverOpaqueBy(dib::BlendMode mode) {
-    using dib::BlendMode;
-    const auto by = []<BlendMode known>() -> CoverOpaque {
-        return [](const unsigned char* over, std::size_t count, unsigned char* row) {
-            dib::runKernel<coverOpaque<known>>(over, count, row);
-        };
-    };
-    switch (mode) {
-        case BlendMode::kDarken: return by.operator()<BlendMode::kDarken>();
-        case BlendMode::kLighten: return by.operator()<BlendMode::kLighten>();
-        case BlendMode::kMultiply: return by.operator()<BlendMode::kMultiply>();
-        case BlendMode::kScreen: return by.operator()<BlendMode::kScreen>();
-        case BlendMode::kDifference: return by.operator()<BlendMode::kDifference>();
-        case BlendMode::kLinearDodge: return by.operator()<BlendMode::kLinearDodge>();
-        default: return nullptr;
+// The same over a backdrop with alpha. Where a is the source's and b the backdrop's, the blended colour counts
+// b, and the source's 1 - b. The result has the alpha a + b - ab, and its colour is the mean of both weighted
+// with a and b - ab. A pixel is a word, so that loops vectorise. Sums are below 2^24 and quotients below 2^8, of
+// which floats hold enough bits that cutting off gives whole numbers.
+template <dib::BlendMode mode>
+DIB_ALWAYS_INLINE void coverAlpha(const unsigned char* __restrict over, std::size_t count,
+                                  unsigned char* __restrict row) {
+    for (std::ptrdiff_t i = 0; i < dib::asOffset(count); ++i) {
+        const std::uint32_t source = dib::Depth32::get(over, i);
+        const std::uint32_t backdrop = dib::Depth32::get(row, i);
+        const std::uint32_t alpha = source >> 24;
+        const std::uint32_t backdropAlpha = backdrop >> 24;
+        const std::uint32_t ofSource = 255 * alpha;
+        const std::uint32_t ofBackdrop = backdropAlpha * (255 - alpha);
+        const std::uint32_t both = ofSource + ofBackdrop;
+        const auto divisor = static_cast<float>(static_cast<int>(both == 0 ? 1 : both));
+        std::uint32_t covered = (both + 127) / 255 << 24;
+        for (int shift = 0; shift < 24; shift += 8) {
+            const std::uint32_t under = backdrop >> shift & 255;
+            const std::uint32_t color = source >> shift & 255;
+            const std::uint32_t shown = mixed(blendedBytes<mode>(under, color), color, backdropAlpha);
+            const std::uint32_t sum = shown * ofSource + under * ofBackdrop + both / 2;
+            const auto mean = static_cast<int>(static_cast<float>(static_cast<int>(sum)) / divisor);
+            covered |= static_cast<std::uint32_t>(mean) << shift;
+        }
+        dib::Depth32::put(row, i, both == 0 ? backdrop : covered);
     }
 }
 
@@ -69,24 +89,42 @@ DIB_ALWAYS_INLINE void coverGrey(const unsigned char* __restrict over, std::size
     for (std::size_t i = 0; i < count; ++i) row[i] = mixed(over[4 * i], row[i], over[4 * i + 3]);
 }
 
-// The same over a backdrop with alpha. Where a is the source's and b the backdrop's, the result has the alpha
-// a + b - ab, and its colour is the mean of both weighted with a and b - ab.
-void coverAlpha(const unsigned char* over, std::size_t count, unsigned char* row) {
-    for (std::size_t i = 0; i < count; ++i, over += 4, row += 4) {
-        const std::uint32_t alpha = over[3];
-        if (alpha == 0) continue;
-        if (alpha == 255 || row[3] == 0) {
-            std::memcpy(row, over, 4);
-            continue;
-        }
-        const std::uint32_t ofSource = 255 * alpha;
-        const std::uint32_t ofBackdrop = row[3] * (255 - alpha);
-        const std::uint32_t both = ofSource + ofBackdrop;
-        for (int channel = 0; channel < 3; ++channel) {
-            row[channel] =
-                dib::byteOf((over[channel] * ofSource + row[channel] * ofBackdrop + both / 2) / both);
-        }
-        row[3] = dib::byteOf((both + 127) / 255);
+// What blends and covers a row at once.
+struct Covering {
+    using ByAlpha = void (*)(const unsigned char* over, std::size_t count, unsigned char* row);
+    using Evenly = void (*)(const unsigned char* over, std::size_t count, unsigned char* row,
+                            std::uint32_t alpha);
+
+    ByAlpha opaque = nullptr;  // 4 bytes a pixel over 3
+    ByAlpha alpha = nullptr;   // 4 over 4
+    Evenly evenly = nullptr;   // 3 over 3
+};
+
+template <dib::BlendMode mode>
+constexpr Covering kCoveringBy = {
+    [](const unsigned char* over, std::size_t count, unsigned char* row) {
+        dib::runKernel<coverOpaque<mode>>(over, count, row);
+    },
+    [](const unsigned char* over, std::size_t count, unsigned char* row) {
+        dib::runKernel<coverAlpha<mode>>(over, count, row);
+    },
+    [](const unsigned char* over, std::size_t count, unsigned char* row, std::uint32_t alpha) {
+        alpha == 255 ? dib::runKernel<coverWholly<mode>>(over, count, row)
+                     : dib::runKernel<coverEvenly<mode>>(over, count, row, alpha);
+    }};
+
+// Null for modes that are more than a little arithmetic.
+const Covering* coveringBy(dib::BlendMode mode) {
+    using dib::BlendMode;
+    switch (mode) {
+        case BlendMode::kNormal: return &kCoveringBy<BlendMode::kNormal>;
+        case BlendMode::kDarken: return &kCoveringBy<BlendMode::kDarken>;
+        case BlendMode::kLighten: return &kCoveringBy<BlendMode::kLighten>;
+        case BlendMode::kMultiply: return &kCoveringBy<BlendMode::kMultiply>;
+        case BlendMode::kScreen: return &kCoveringBy<BlendMode::kScreen>;
+        case BlendMode::kDifference: return &kCoveringBy<BlendMode::kDifference>;
+        case BlendMode::kLinearDodge: return &kCoveringBy<BlendMode::kLinearDodge>;
+        default: return nullptr;
     }
 }
 
@@ -121,15 +159,21 @@ void dissolveRow(unsigned char* over, std::size_t count, std::uint32_t y) {
 }  // namespace
 
 void coverRow(const unsigned char* over, std::size_t count, unsigned char* row, std::size_t bytes) {
-    if (bytes == 1) return dib::runKernel<coverGrey>(over, count, row);
-    if (bytes == 3) return dib::runKernel<coverOpaque<dib::BlendMode::kNormal>>(over, count, row);
-    coverAlpha(over, count, row);
+    constexpr const Covering& kNormal = kCoveringBy<dib::BlendMode::kNormal>;
+    switch (bytes) {
+        case 1: return dib::runKernel<coverGrey>(over, count, row);
+        case 3: return kNormal.opaque(over, count, row);
+        default: return kNormal.alpha(over, count, row);
+    }
 }
 
 bool overlay(const Job& job, DibStream& over, Place place, std::uint32_t opacity, dib::BlendMode mode) {
     widen(job);
-    widenQuietly(over, 32);
-    const dib::Blender blender(mode);
+    const Covering* const covering = coveringBy(mode);
+    const bool isEven =
+        covering != nullptr && job.image.Header->biBitCount == 24 && over.Header->biBitCount != 32;
+    widenQuietly(over, isEven ? 24 : 32);
+    const dib::Blender blender(covering != nullptr ? dib::BlendMode::kNormal : mode);
     if (!blender.ready()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     const dib::Raster under = rowsOf(job.image);
     const dib::Raster source = rowsOf(over);
@@ -141,16 +185,18 @@ bool overlay(const Job& job, DibStream& over, Place place, std::uint32_t opacity
     const std::size_t count = part.columns();
     const std::size_t bytes = under.bytesPerPixel();
     const auto toLeft = dib::asSize(part.left) * bytes;
-    const auto fromLeft = dib::asSize(part.left - place.x) * 4;
-    const CoverOpaque coverAtOnce = bytes == 3 ? coverOpaqueBy(mode) : nullptr;
+    const auto fromLeft = dib::asSize(part.left - place.x) * source.bytesPerPixel();
     return forEachRow(job, part.bottom - part.top, [&](int y) {
         unsigned char* row = under.row(part.top + y) + toLeft;
         unsigned char* from = source.row(part.top + y - place.y) + fromLeft;
+        if (isEven) return covering->evenly(from, count, row, opacity);
         if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
-        if (coverAtOnce != nullptr) return coverAtOnce(from, count, row);
-        if (mode == dib::BlendMode::kDissolve) dissolveRow(from, count, dib::dwordOf(y));
-        if (mode != dib::BlendMode::kNormal && mode != dib::BlendMode::kDissolve)
+        if (covering != nullptr) return (bytes == 3 ? covering->opaque : covering->alpha)(from, count, row);
+        if (mode == dib::BlendMode::kDissolve) {
+            dissolveRow(from, count, dib::dwordOf(y));
+        } else {
             blendRow(blender, from, count, row, bytes);
+        }
         coverRow(from, count, row, bytes);
     });
 }

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "dib/Blend.h"
+#include "dib/Kernels.h"
 #include "tests/operations/Pictures.h"
 #include "tests/support/Paths.h"
 
@@ -157,6 +158,84 @@ TEST(Overlay, DissolvesIntoWholePixels) {
     // A quarter, by chance.
     EXPECT_GT(white, 900);
     EXPECT_LT(white, 1100);
+}
+
+std::uint32_t rounded(std::uint32_t sum) { return (sum + 127) / 255; }
+
+// What `mode` shows of a source over a backdrop, in whole numbers.
+std::uint32_t covered(const dib::Blender& blender, std::uint32_t source, std::uint32_t backdrop) {
+    const std::uint32_t alpha = source >> 24;
+    const std::uint32_t backdropAlpha = backdrop >> 24;
+    const std::uint32_t ofSource = 255 * alpha;
+    const std::uint32_t ofBackdrop = backdropAlpha * (255 - alpha);
+    const std::uint32_t both = ofSource + ofBackdrop;
+    if (both == 0) return backdrop;
+    std::uint32_t result = rounded(both) << 24;
+    for (int shift = 0; shift < 24; shift += 8) {
+        const auto under = static_cast<std::uint8_t>(backdrop >> shift);
+        const auto color = static_cast<std::uint8_t>(source >> shift);
+        const std::uint8_t unders[] = {under, under, under};
+        const std::uint8_t colors[] = {color, color, color};
+        std::uint8_t blended[3];
+        blender.blend(unders, colors, blended);
+        const std::uint32_t shown = rounded(blended[0] * backdropAlpha + color * (255 - backdropAlpha));
+        result |= (shown * ofSource + under * ofBackdrop + both / 2) / both << shift;
+    }
+    return result;
+}
+
+// Every alpha over every other one, with colours of all kinds.
+TEST(Overlay, CoversEveryAlphaAtEveryKernelLevel) {
+    Values sources;
+    Values backdrops;
+    for (std::uint32_t i = 0; i < 256 * 257; ++i) {
+        sources.push_back((i >> 8) << 24 | (i * 0x9E3779B1U >> 8));
+        backdrops.push_back((i & 255) << 24 | (i * 0x85EBCA77U >> 8));
+    }
+    const std::string path = saved(picture(257, 32, sources));
+    const std::pair<const char*, dib::BlendMode> modes[] = {
+        {"normal", dib::BlendMode::kNormal},   {"multiply", dib::BlendMode::kMultiply},
+        {"screen", dib::BlendMode::kScreen},   {"difference", dib::BlendMode::kDifference},
+        {"add", dib::BlendMode::kLinearDodge}, {"exclusion", dib::BlendMode::kExclusion}};
+    for (const auto& [name, mode] : modes) {
+        const dib::Blender blender(mode);
+        Values expected;
+        for (std::size_t i = 0; i < sources.size(); ++i)
+            expected.push_back(covered(blender, sources[i], backdrops[i]));
+        for (const dib::KernelLevel level : dib::kKernelLevels) {
+            dib::limitKernelLevel(level);
+            EXPECT_EQ(after(*picture(257, 32, backdrops), "overlay:" + path + ",mode=" + name), expected)
+                << name;
+        }
+        dib::limitKernelLevel(dib::bestKernelLevel());
+    }
+}
+
+// A source without alpha keeps its depth, with any opacity.
+TEST(Overlay, CoversEvenlyAtEveryKernelLevel) {
+    Values sources;
+    Values backdrops;
+    for (std::uint32_t i = 0; i < 65536; ++i) {
+        sources.push_back((i >> 8) * 0x010101);
+        backdrops.push_back((i & 255) * 0x010101);
+    }
+    const std::string path = saved(picture(256, 24, sources));
+    for (const std::uint32_t opacity : {255U, 102U, 0U}) {
+        Values expected;
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            const std::uint32_t product = rounded((sources[i] & 255) * (backdrops[i] & 255));
+            expected.push_back(rounded(product * opacity + (backdrops[i] & 255) * (255 - opacity)) *
+                               0x010101);
+        }
+        for (const dib::KernelLevel level : dib::kKernelLevels) {
+            dib::limitKernelLevel(level);
+            EXPECT_EQ(after(*picture(256, 24, backdrops), "overlay:" + path + ",mode=multiply,opacity=" +
+                                                              std::to_string(opacity * 100 / 255) + "%"),
+                      expected)
+                << opacity;
+        }
+        dib::limitKernelLevel(dib::bestKernelLevel());
+    }
 }
 
 }  // namespace
