@@ -97,6 +97,19 @@ DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8
     return i;
 }
 
+DIB_TARGET_AVX2 std::size_t shuffleGreyToBgr(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+    const __m128i first = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
+    const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+    const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+    std::size_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const __m128i greys = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+        storeSixteen(to + 3 * i, {{_mm_shuffle_epi8(greys, first), _mm_shuffle_epi8(greys, second),
+                                   _mm_shuffle_epi8(greys, third)}});
+    }
+    return i;
+}
+
 DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count) {
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {

@@ -18,6 +18,8 @@ DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 template <std::size_t kBytes>
 DIB_TARGET_AVX2 std::size_t shuffleToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+// Each byte three times.
+DIB_TARGET_AVX2 std::size_t shuffleGreyToBgr(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 // Two rows change places while red and blue do; both may be the same row.
 DIB_TARGET_AVX2 std::size_t shuffleAndExchange(std::uint8_t* first, std::uint8_t* second, std::size_t count);
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "dib/Depths.h"
+#include "dib/Numbers.h"
 #include "geometry/BitCopy.h"
 #include "geometry/Canvas.h"
 
@@ -50,13 +51,25 @@ bool DibStream::ChangeSize(int width, int height, unsigned int fill) {
     if (canvas.pixels == nullptr) return dib::failForMemory(*this);
     const dib::Raster& rows = canvas.rows;
     fillFirstRow(rows, fill);
-    for (int y = 1; y < rows.height; ++y) std::memcpy(rows.row(y), rows.top, rows.rowBytes);
 
     const Overlap columns(old.width, rows.width);
     const Overlap lines(old.height, rows.height);
     const std::int64_t bits = old.bitCount;
-    for (int y = 0; y < lines.length; ++y) {
-        dib::copyBits(rows.row(lines.to + y), columns.to * bits, old.row(lines.from + y), columns.from * bits,
+    // From the last row to the first, whose fill the others copy. From 8 bits on only beside the old pixels.
+    const bool hasWholeBytes = bits >= 8;
+    const auto left = dib::asSize(columns.to * bits / 8);
+    const auto right = dib::asSize((columns.to + std::int64_t{columns.length}) * bits / 8);
+    for (int y = rows.height - 1; y >= 0; --y) {
+        unsigned char* const row = rows.row(y);
+        const int line = y - lines.to;
+        const bool hasOld = line >= 0 && line < lines.length;
+        const bool isBeside = hasOld && hasWholeBytes;
+        if (y > 0) {
+            std::memcpy(row, rows.top, isBeside ? left : rows.rowBytes);
+            if (isBeside) std::memcpy(row + right, rows.top + right, rows.rowBytes - right);
+        }
+        if (!hasOld) continue;
+        dib::copyBits(row, columns.to * bits, old.row(lines.from + line), columns.from * bits,
                       columns.length * bits);
     }
     return canvas.installInto(*this) || dib::failForMemory(*this);

@@ -70,17 +70,21 @@ DIB_ALWAYS_INLINE void coverAlpha(const unsigned char* __restrict over, std::siz
         const std::uint32_t ofSource = 255 * alpha;
         const std::uint32_t ofBackdrop = backdropAlpha * (255 - alpha);
         const std::uint32_t both = ofSource + ofBackdrop;
-        const auto divisor = static_cast<float>(static_cast<int>(both == 0 ? 1 : both));
-        std::uint32_t covered = (both + 127) / 255 << 24;
-        for (int shift = 0; shift < 24; shift += 8) {
+        const std::uint32_t isNothing = both == 0 ? 1 : 0;
+        const auto divisor = static_cast<float>(static_cast<int>(both + isNothing));
+        // Thrice by name: vectors come before loops are unrolled.
+        const auto channel = [=](int shift) {
             const std::uint32_t under = backdrop >> shift & 255;
             const std::uint32_t color = source >> shift & 255;
             const std::uint32_t shown = mixed(blendedBytes<mode>(under, color), color, backdropAlpha);
             const std::uint32_t sum = shown * ofSource + under * ofBackdrop + both / 2;
             const auto mean = static_cast<int>(static_cast<float>(static_cast<int>(sum)) / divisor);
-            covered |= static_cast<std::uint32_t>(mean) << shift;
-        }
-        dib::Depth32::put(row, i, both == 0 ? backdrop : covered);
+            return static_cast<std::uint32_t>(mean) << shift;
+        };
+        const std::uint32_t covered =
+            channel(0) | channel(8) | channel(16) | std::uint32_t{mixed(255, backdropAlpha, alpha)} << 24;
+        // Where nothing is seen `covered` is 0. Masks, as loops with branches do not vectorise.
+        dib::Depth32::put(row, i, covered | (backdrop & (0U - isNothing)));
     }
 }
 

@@ -1,39 +1,59 @@
 #include "operations/pixels/Tone.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "dib/Bytes.h"
+#include "dib/Depths.h"
 #include "dib/Kernels.h"
 #include "dib/MoveBlocks.h"
 #include "dib/Numbers.h"
+#include "dib/PixelKernels.h"
+#include "dib/PixelShuffles.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
 
 namespace {
 
+constexpr std::size_t kStrip = 2048;  // pixels whose greys stay in the cache
+
 // Bytes from `first` on, `step` apart.
 void mapEvery(unsigned char* first, std::size_t count, std::size_t step, const unsigned char* table) {
     for (std::size_t i = 0; i < count; ++i) first[step * i] = table[first[step * i]];
 }
 
-template <std::size_t kBytes>
-DIB_ALWAYS_INLINE void greyRow(const unsigned char* __restrict row, std::size_t count,
-                               const GreyWeights* weights, unsigned char* __restrict greys) {
+// Of pixels of 4 bytes: words, so that loops vectorise.
+DIB_ALWAYS_INLINE void takeGreys(const unsigned char* __restrict row, std::size_t count,
+                                 const GreyWeights* weights, unsigned char* __restrict greys) {
     const GreyWeights w = *weights;
-    for (std::size_t i = 0; i < count; ++i) {
-        const unsigned char* color = row + kBytes * i;
-        greys[i] = dib::byteOf((color[0] * w.blue + color[1] * w.green + color[2] * w.red + 0x8000) >> 16);
+    for (std::ptrdiff_t i = 0; i < dib::asOffset(count); ++i) {
+        const std::uint32_t color = dib::Depth32::get(row, i);
+        const std::uint32_t sum =
+            (color & 255) * w.blue + (color >> 8 & 255) * w.green + (color >> 16 & 255) * w.red;
+        greys[i] = dib::byteOf((sum + 0x8000) >> 16);
     }
 }
 
-template <std::size_t kBytes>
 DIB_ALWAYS_INLINE void putGreys(const unsigned char* __restrict greys, std::size_t count,
                                 unsigned char* __restrict row) {
-    for (std::size_t i = 0; i < count; ++i) {
-        unsigned char* color = row + kBytes * i;
-        color[0] = color[1] = color[2] = greys[i];
-    }
+    for (std::ptrdiff_t i = 0; i < dib::asOffset(count); ++i)
+        dib::Depth32::put(row, i, (dib::Depth32::get(row, i) & 0xFF000000U) | greys[i] * 0x010101U);
+}
+
+// The same of pixels of 3 bytes.
+void takeGreys3(const unsigned char* row, std::size_t count, const GreyWeights& weights,
+                unsigned char* greys) {
+    unsigned char wide[4 * kStrip];
+    const std::size_t done = dib::runVectors<dib::shuffleBgrToBgra>(row, wide, count);
+    dib::bgrToBgra(row + 3 * done, wide + 4 * done, count - done);
+    const unsigned char* const colors = wide;
+    dib::runKernel<takeGreys>(colors, count, &weights, greys);
+}
+
+void putGreys3(const unsigned char* greys, std::size_t count, unsigned char* row) {
+    for (std::size_t i = dib::runVectors<dib::shuffleGreyToBgr>(greys, row, count); i < count; ++i)
+        row[3 * i] = row[3 * i + 1] = row[3 * i + 2] = greys[i];
 }
 
 DIB_ALWAYS_INLINE void flattenRow(const unsigned char* __restrict from, std::size_t count,
@@ -61,27 +81,20 @@ bool mapChannels(const Job& job, const dib::ToneTable& table, std::uint32_t chan
     });
 }
 
-bool mapGreys(const Job& job, const GreyWeights& weights, const dib::ToneTable& table) {
-    constexpr std::size_t kStrip = 2048;
-    const dib::ToneLookup lookup(table.data());
+bool mapGreys(const Job& job, const GreyWeights& weights, const dib::ToneTable* table) {
+    const std::optional<dib::ToneLookup> lookup =
+        table != nullptr ? std::optional<dib::ToneLookup>(table->data()) : std::nullopt;
     return changeColors(job, [&](unsigned char* pixels, std::size_t count, std::size_t bytes) {
         unsigned char greys[kStrip];
+        const unsigned char* const from = greys;
         for (std::size_t x = 0; x < count; x += kStrip) {
             const std::size_t strip = std::min(kStrip, count - x);
-            unsigned char* row = pixels + bytes * x;
+            unsigned char* const row = pixels + bytes * x;
             const unsigned char* const colors = row;
-            if (bytes == 3) {
-                dib::runKernel<greyRow<3>>(colors, strip, &weights, greys);
-            } else {
-                dib::runKernel<greyRow<4>>(colors, strip, &weights, greys);
-            }
-            lookup.mapBytes(greys, strip);
-            const unsigned char* const mapped = greys;
-            if (bytes == 3) {
-                dib::runKernel<putGreys<3>>(mapped, strip, row);
-            } else {
-                dib::runKernel<putGreys<4>>(mapped, strip, row);
-            }
+            bytes == 3 ? takeGreys3(colors, strip, weights, greys)
+                       : dib::runKernel<takeGreys>(colors, strip, &weights, greys);
+            if (lookup) lookup->mapBytes(greys, strip);
+            bytes == 3 ? putGreys3(from, strip, row) : dib::runKernel<putGreys>(from, strip, row);
         }
     });
 }

@@ -20,8 +20,8 @@ inline constexpr std::uint32_t kGreen = 2;
 inline constexpr std::uint32_t kBlue = 4;
 bool mapChannels(const Job& job, const dib::ToneTable& table, std::uint32_t channels);
 
-// Replaces every colour by the table entry of its grey in all three channels.
-bool mapGreys(const Job& job, const GreyWeights& weights, const dib::ToneTable& table);
+// Replaces every colour by its grey in all three channels, or by the table entry of that.
+bool mapGreys(const Job& job, const GreyWeights& weights, const dib::ToneTable* table = nullptr);
 
 // Lays a picture with alpha over a colour: the result has 24 bits. Other depths stay as they are.
 bool flatten(const Job& job, const DibBGRA& background);

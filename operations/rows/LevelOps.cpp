@@ -49,17 +49,15 @@ constexpr DibParameter kShares = choice("weights", "shares of the colours in the
 
 constexpr Parameters kGrey({kShares});
 
-bool runGrey(const Job& job) {
-    return mapGreys(job, kWeights[job.arguments.word("weights")], dib::toneTable([](int v) { return v; }));
-}
+bool runGrey(const Job& job) { return mapGreys(job, kWeights[job.arguments.word("weights")]); }
 
 constexpr Parameters kThreshold(
     {integer("level", "grey from which on a pixel becomes white", {0, 256}, "128"), kShares});
 
 bool runThreshold(const Job& job) {
     const int level = job.arguments.integer("level");
-    return mapGreys(job, kWeights[job.arguments.word("weights")],
-                    dib::toneTable([=](int v) { return v >= level ? 255 : 0; }));
+    const dib::ToneTable table = dib::toneTable([=](int v) { return v >= level ? 255 : 0; });
+    return mapGreys(job, kWeights[job.arguments.word("weights")], &table);
 }
 
 constexpr Parameters kPosterize({integer("levels", "values that are left of each colour", {2, 256})});

@@ -1,4 +1,5 @@
 // Levels, greys and flattening, by numbers.
+#include "dib/Kernels.h"
 #include "tests/operations/Pictures.h"
 
 namespace operations_test {
@@ -86,7 +87,7 @@ TEST(Grey, WeighsTheColoursAsAsked) {
     EXPECT_EQ(after(*picture(2, 32, {0x12FF0000, 0x0000FF00}), "grey"), (Values{0x124C4C4C, 0x00969696}));
 }
 
-TEST(Grey, IsTheSameInRowsOfAnyLength) {
+TEST(Grey, IsTheSameInRowsOfAnyLengthAtEveryKernelLevel) {
     for (const int width : {1, 31, 33, 2047, 2049}) {
         for (const int bitCount : {24, 32}) {
             const DibPtr image = testing_support::randomImage(width, 2, bitCount, 3);
@@ -96,7 +97,12 @@ TEST(Grey, IsTheSameInRowsOfAnyLength) {
                     ((v & 255) * 7471 + (v >> 8 & 255) * 38470 + (v >> 16 & 255) * 19595 + 32768) >> 16;
                 v = (v & 0xFF000000U) | grey * 0x10101U;
             }
-            EXPECT_EQ(after(*image, "grey"), expected) << width << " at " << bitCount;
+            for (const dib::KernelLevel level : dib::kKernelLevels) {
+                dib::limitKernelLevel(level);
+                EXPECT_EQ(after(*testing_support::randomImage(width, 2, bitCount, 3), "grey"), expected)
+                    << width << " at " << bitCount;
+            }
+            dib::limitKernelLevel(dib::bestKernelLevel());
         }
     }
 }
