@@ -8,6 +8,7 @@
 #include "dib/LentPixels.h"
 #include "dib/Memory.h"
 #include "operations/Refusal.h"
+#include "operations/pixels/Pixels.h"
 
 namespace operations {
 
@@ -51,6 +52,20 @@ void ownPixels(DibStream& image) {
     const ImagePtr copy(image.Clone());
     if (copy == nullptr || copy->Buffer == nullptr) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
     image.SetBuffer(copy->Buffer, std::exchange(copy->BufferOwner, 0U));
+}
+
+OwnRows::OwnRows(DibStream& image) : from_(rowsOf(image)), to_(from_) {
+    if (!dib::hasLentPixels(image)) return;
+    const auto announced = static_cast<std::uint32_t>(image.GetImageSize());
+    if (announced != dib::admitSize(*image.Header).imageBytes) {
+        ownPixels(image);
+        from_ = to_ = rowsOf(image);
+        return;
+    }
+    unsigned char* const block = image.CreateBuffer(image.Header);
+    if (block == nullptr) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    image.SetBuffer(block, dib::kOwned);
+    to_ = rowsOf(image);
 }
 
 }  // namespace operations

@@ -55,10 +55,10 @@ DIB_ALWAYS_INLINE void coverWholly(const unsigned char* __restrict over, std::si
     for (std::size_t i = 0; i < 3 * count; ++i) row[i] = dib::byteOf(blendedBytes<mode>(row[i], over[i]));
 }
 
-// The same over a backdrop with alpha. Where a is the source's and b the backdrop's, the blended colour counts
-// b, and the source's 1 - b. The result has the alpha a + b - ab, and its colour is the mean of both weighted
-// with a and b - ab. A pixel is a word, so that loops vectorise. Sums are below 2^24 and quotients below 2^8, of
-// which floats hold enough bits that cutting off gives whole numbers.
+// The same over a backdrop with alpha. Where a is the source's and b the backdrop's, the blended colour
+// counts b, and the source's 1 - b. The result has the alpha a + b - ab, and its colour is the mean of both
+// weighted with a and b - ab. A pixel is a word, so that loops vectorise. Sums are below 2^24 and quotients
+// below 2^8: floats hold enough of their bits that cutting off gives the whole numbers.
 template <dib::BlendMode mode>
 DIB_ALWAYS_INLINE void coverAlpha(const unsigned char* __restrict over, std::size_t count,
                                   unsigned char* __restrict row) {
@@ -179,25 +179,26 @@ bool overlay(const Job& job, DibStream& over, Place place, std::uint32_t opacity
     widenQuietly(over, isEven ? 24 : 32);
     const dib::Blender blender(covering != nullptr ? dib::BlendMode::kNormal : mode);
     if (!blender.ready()) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-    const dib::Raster under = rowsOf(job.image);
     const dib::Raster source = rowsOf(over);
-    const Part part = partInside(under, place, source.width, source.height);
+    const Part part = partInside(rowsOf(job.image), place, source.width, source.height);
     if (part.isEmpty()) {
         addNote(job.result, DIB_NOTE_WARNING, "overlay: the second picture lies outside the first");
         return report(job, 1, 1);
     }
+    const OwnRows rows(job.image);
     const std::size_t count = part.columns();
-    const std::size_t bytes = under.bytesPerPixel();
+    const std::size_t bytes = rows.raster().bytesPerPixel();
     const auto toLeft = dib::asSize(part.left) * bytes;
     const auto fromLeft = dib::asSize(part.left - place.x) * source.bytesPerPixel();
-    return forEachRow(job, part.bottom - part.top, [&](int y) {
-        unsigned char* row = under.row(part.top + y) + toLeft;
-        unsigned char* from = source.row(part.top + y - place.y) + fromLeft;
+    return forEachRow(job, rows.raster().height, [&](int y) {
+        unsigned char* row = rows.row(y) + toLeft;
+        if (y < part.top || y >= part.bottom) return;
+        unsigned char* from = source.row(std::ptrdiff_t{y} - place.y) + fromLeft;
         if (isEven) return covering->evenly(from, count, row, opacity);
         if (opacity < 255) dib::runKernel<scaleAlpha>(from, count, opacity);
         if (covering != nullptr) return (bytes == 3 ? covering->opaque : covering->alpha)(from, count, row);
         if (mode == dib::BlendMode::kDissolve) {
-            dissolveRow(from, count, dib::dwordOf(y));
+            dissolveRow(from, count, dib::dwordOf(y - part.top));
         } else {
             blendRow(blender, from, count, row, bytes);
         }

@@ -11,6 +11,7 @@
 #include "dib/Kernels.h"
 #include "dib/Numbers.h"
 #include "dib/Raster.h"
+#include "operations/Borrowing.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -61,7 +62,7 @@ bool forEachRow(const Job& job, int rows, const RowRule& rowRule) {
 
 // Changes every colour by itself: the entries of the colour table up to 8 bits, else the pixels, where 16
 // bits become 24 first. `rule(pixels, count, bytes)` changes the colours of `count` pixels of 3 or 4 bytes;
-// the fourth byte of a table entry stays as it is like alpha.
+// the fourth byte of a table entry stays as it is like alpha. For functions of rows that are `replacing`.
 template <class Rule>
 bool changeColors(const Job& job, const Rule& rule) {
     BITMAPINFOHEADER& header = *job.image.Header;
@@ -72,10 +73,10 @@ bool changeColors(const Job& job, const Rule& rule) {
         return report(job, 1, 1);
     }
     widen(job);
-    const dib::Raster rows = rowsOf(job.image);
-    const auto width = dib::asSize(rows.width);
-    const auto bytes = dib::asSize(rows.bitCount / 8);
-    return forEachRow(job, rows.height, [&](int y) { rule(rows.row(y), width, bytes); });
+    const OwnRows rows(job.image);
+    const dib::Raster& raster = rows.raster();
+    return forEachRow(job, raster.height,
+                      [&](int y) { rule(rows.row(y), raster.columns(), raster.bytesPerPixel()); });
 }
 
 }  // namespace operations

@@ -97,7 +97,7 @@ constexpr Operation kOperations[] = {
       kOverlay,
       kAllDepths},
      "",
-     runOverlay},
+     replacing(runOverlay)},
     {{"join",
       kArea,
       "Puts a second picture beside or below the first.",
