@@ -21,6 +21,7 @@ constexpr std::uint32_t kWithAlphaMask = 56;
 constexpr std::uint32_t kOs2Header = 64;
 constexpr std::uint32_t kVersion5 = 124;
 constexpr std::uint32_t kEmbeddedProfile = 0x4D424544;  // "MBED"
+constexpr std::size_t kSignatureBytes = 8;              // of files inside
 
 // Whether the words can be masks: channels share no bits.
 bool areMasks(const ChannelMasks& masks) {
@@ -36,7 +37,8 @@ public:
         : file_(file), header_(header), result_(result) {}
 
     bool read() {
-        return readFileHeader() && readInfoHeader() && judgePacking() && judgeSize() && findTable();
+        return readFileHeader() && readInfoHeader() && judgePacking() && judgeSize() && findTable() &&
+               recognizeEmbedded();
     }
 
 private:
@@ -169,6 +171,18 @@ private:
         const auto fitting =
             static_cast<std::uint64_t>((header_.pixelStart - header_.tableStart) / entryBytes);
         header_.entries = dib::asSize(std::min({announced, fitting, std::uint64_t{1} << header_.bitCount}));
+        return true;
+    }
+
+    // Number 4 means JPEG in Windows and run lengths of 24 bits in OS/2, and writers confuse JPEG with PNG:
+    // the signature of the file inside decides.
+    bool recognizeEmbedded() {
+        const bool mayBeEmbedded = compression_ == bmp::kJpeg || compression_ == bmp::kPng;
+        if (!mayBeEmbedded || !file_.seek(header_.pixelStart)) return true;
+        const ByteReader::Bytes ahead = file_.ahead(kSignatureBytes);
+        const FirstBytes bytes(ahead.data, ahead.size);
+        if (kJpegFormat.recognizes(bytes)) header_.packing = BmpHeader::Packing::kJpeg;
+        if (kPngFormat.recognizes(bytes)) header_.packing = BmpHeader::Packing::kPng;
         return true;
     }
 

@@ -44,6 +44,22 @@ void describeResolution(const BmpHeader& header, DibMetadata& metadata) {
     metadata.yResolution = std::max(header.yPixelsPerMeter, 0.0) * kMetersPerInch;
 }
 
+// Calls `use(format, file)` with the file of another format that the pixels are. False with a code and a
+// reason where that fails.
+template <class Use>
+bool useEmbedded(ByteReader& file, const BmpHeader& header, DibFileResult& result, const Use& use) {
+    const FileFormat& format = embeddedFormat(header.packing);
+    if (format.read == nullptr || format.probe == nullptr)
+        return refuse(result, DIB_ERROR_UNSUPPORTED, "%s pixels are not read", nameOf(header));
+    const auto size = dib::asSize(file.seek(header.pixelStart) ? file.remaining() : 0);
+    const auto bytes = dib::allocateArray<unsigned char>(std::max(size, std::size_t{1}));
+    if (bytes == nullptr) return refuseForMemory(result, "for the picture");
+    if (size == 0 || !file.read(bytes.get(), size)) return refuse(result, DIB_ERROR_READ, "%s", kShortPixels);
+    ByteReader inner(bytes.get(), size);
+    return use(format, inner) ||
+           refuse(result, DIB_ERROR_INVALID, "the %s file inside is damaged", format.info.name);
+}
+
 class BmpReader {
 public:
     BmpReader(ReadRequest& request, const BmpHeader& header)
@@ -68,22 +84,12 @@ private:
         if (profile.data != nullptr) profile.size = file_.copy(profile.data, header_.profileBytes);
     }
 
-    // The pixels are a whole file of another format.
     bool readEmbedded() {
-        const FileFormat& format = embeddedFormat(header_.packing);
-        if (format.read == nullptr) {
-            return refuse(request_.result, DIB_ERROR_UNSUPPORTED, "%s pixels are not read", nameOf(header_));
-        }
-        if (!file_.seek(header_.pixelStart)) return refuseShort(kShortPixels);
-        const auto size = dib::asSize(file_.remaining());
-        const auto bytes = dib::allocateArray<unsigned char>(std::max(size, std::size_t{1}));
-        if (bytes == nullptr) return refuseMemory();
-        if (size == 0 || !file_.read(bytes.get(), size)) return refuseShort(kShortPixels);
-        ByteReader inner(bytes.get(), size);
-        ReadRequest request = {inner,          nullptr,         request_.options,
-                               request_.image, request_.result, request_.progress};
-        return format.read(request) ||
-               refuse(request_.result, DIB_ERROR_INVALID, "the %s file inside is damaged", format.info.name);
+        return useEmbedded(file_, header_, request_.result, [&](const FileFormat& format, ByteReader& inner) {
+            ReadRequest request = {inner,          nullptr,         request_.options,
+                                   request_.image, request_.result, request_.progress};
+            return format.read(request);
+        });
     }
 
     bool create() {
@@ -197,12 +203,33 @@ private:
     NewImage image_;
 };
 
+// Size and depth of a file inside are those that a load gives, whatever the header says.
+bool probeEmbedded(ProbeRequest& request, const BmpHeader& header) {
+    return useEmbedded(
+        request.file, header, request.result, [&](const FileFormat& format, ByteReader& inner) {
+            ProbeRequest inside = {inner, nullptr, request.options, request.info, request.result};
+            return format.probe(inside);
+        });
+}
+
+// Files inside say it again, perhaps otherwise: the header decides, as in every other bitmap.
+void describe(const BmpHeader& header, DibMetadata& metadata) {
+    describeResolution(header, metadata);
+    metadata.orientation = 1;
+}
+
 }  // namespace
 
 bool probeBmp(ProbeRequest& request) {
     BmpHeader header;
     if (!readBmpHeader(request.file, header, request.result)) return false;
     DibFileInfo& info = request.info;
+    if (isEmbedded(header.packing)) {
+        const bool isRead = probeEmbedded(request, header);
+        describe(header, request.result.metadata);
+        nameCompression(info, nameOf(header));
+        return isRead;
+    }
     info.width = header.width;
     info.height = dib::asInt(dib::rowCount(header.height));
     info.bitCount = header.imageBits();
@@ -219,9 +246,7 @@ bool readBmp(ReadRequest& request) {
     BmpHeader header;
     if (!readBmpHeader(request.file, header, request.result)) return false;
     const bool isRead = BmpReader(request, header).read();
-    // Embedded files say it again, perhaps otherwise: the header decides, as in every other bitmap.
-    describeResolution(header, request.result.metadata);
-    request.result.metadata.orientation = 1;
+    describe(header, request.result.metadata);
     return isRead;
 }
 
