@@ -42,6 +42,10 @@ private:
         if (!isNumber && kind != 'F' && kind != 'f') return refuseInvalid("this is not a PNM file");
         isPam_ = kind == '7';
         isFloat_ = !isNumber;
+        // Colours with alpha; without this the digit would be the width.
+        const ByteReader::Bytes next = file_.ahead(1);
+        if (isFloat_ && next.size > 0 && *next.data == '4')
+            return refuse(result_, DIB_ERROR_UNSUPPORTED, "PFM files with alpha (PF4) are not read");
         header_.isText = kind >= '1' && kind <= '3';
         header_.isBitmap = header_.isZeroWhite = kind == '1' || kind == '4';
         header_.channels = kind == '3' || kind == '6' || kind == 'F' ? 3 : 1;

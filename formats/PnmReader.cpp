@@ -241,8 +241,10 @@ bool readSamples(ReadRequest& request, const PnmHeader& header, NewImage& image)
 
 bool recognizesPnm(FirstBytes bytes) {
     if (bytes.size() < 3 || bytes[0] != 'P') return false;
-    const bool isKnown = (bytes[1] >= '1' && bytes[1] <= '7') || bytes[1] == 'F' || bytes[1] == 'f';
-    return isKnown && (isPnmBlank(bytes[2]) || bytes[2] == '#');
+    const bool isFloat = bytes[1] == 'F' || bytes[1] == 'f';
+    const bool isKnown = isFloat || (bytes[1] >= '1' && bytes[1] <= '7');
+    // "PF4" is recognized so that the refusal has its reason.
+    return isKnown && (isPnmBlank(bytes[2]) || bytes[2] == '#' || (isFloat && bytes[2] == '4'));
 }
 
 bool probePnm(ProbeRequest& request) {

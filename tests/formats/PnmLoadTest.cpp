@@ -155,6 +155,8 @@ TEST(PnmLoad, RefusalsSayWhy) {
     EXPECT_EQ(reason("P7\nWIDTH x\n"), "WIDTH is not a number");
     EXPECT_EQ(reason("P7\nWIDTH 1\nHEIGHT 1\nDEPTH 9\nMAXVAL 1\nENDHDR\n"), "9 channels are not read");
     EXPECT_EQ(reason("PF\n1 1\nx\n"), "the scale is not a number");
+    EXPECT_EQ(reason("PF4\n2 2\n-1.0\n" + std::string(64, 'a')), "PFM files with alpha (PF4) are not read");
+    EXPECT_EQ(opened(bytesOf("PF4\n1 1\n1\n")).result.code, DIB_ERROR_UNSUPPORTED);
 }
 
 TEST(PnmLoad, EveryDamagedHeaderIsHarmless) {
