@@ -120,6 +120,8 @@ void readResources(const RefusedFile& file, Extent section, Outline& outline) {
     }
 }
 
+constexpr std::int64_t kMostFill = 3;
+
 // A block of additional information: a signature, four letters, and data.
 struct Block {
     std::uint32_t key = 0;
@@ -133,7 +135,6 @@ bool nextBlock(const RefusedFile& file, Fields& fields, std::int64_t end, bool i
                                            keyOf("Mt16"), keyOf("Mt32"), keyOf("Mtrn"), keyOf("Alph"),
                                            keyOf("FMsk"), keyOf("lnk2"), keyOf("FEid"), keyOf("FXid"),
                                            keyOf("PxSD"), keyOf("lnkE"), keyOf("pths"), keyOf("cinf")};
-    constexpr std::int64_t kMostFill = 3;
     const auto isSignature = [](std::uint32_t word) { return word == kSignature || word == kLargeSignature; };
     for (std::int64_t fill = 0; fill <= kMostFill && fields.at() + kBlockHeader <= end; ++fill) {
         if (!isSignature(file.be32(fields.at()))) {
@@ -257,6 +258,15 @@ void readBlocks(const RefusedFile& file, Fields& fields, std::int64_t end, bool 
     }
 }
 
+// Whether a writer may have put these bytes there to reach a multiple: a few are 0.
+bool isFill(const RefusedFile& file, Extent rest) {
+    if (rest.end - rest.start > kMostFill) return true;
+    for (std::int64_t at = rest.start; at < rest.end; ++at) {
+        if (file.byte(at) != 0) return false;
+    }
+    return true;
+}
+
 void readRecord(const RefusedFile& file, Fields& fields, bool isLarge, LayerRecord& layer) {
     layer.rectangle = fields.rectangle();
     const int channels = fields.u16();
@@ -280,7 +290,8 @@ void readRecord(const RefusedFile& file, Fields& fields, bool isLarge, LayerReco
     layer.name = plainName(fields.text(nameBytes));
     fields.seek(fields.at() + dib::asOffset((4 - (nameBytes + 1) % 4) % 4));
     readBlocks(file, fields, extra.end, isLarge, layer);
-    fields.seek(extra.end);
+    // Some writers count the fill of a name that they do not write: what follows begins before the end.
+    if (isFill(file, {fields.at(), extra.end})) fields.seek(extra.end);
 }
 
 }  // namespace

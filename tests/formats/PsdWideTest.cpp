@@ -326,6 +326,33 @@ TEST(PsdWide, DamagedLayersAreRefusedOrKept) {
     EXPECT_EQ(codec_test::rowBytes(*kept.image, 2), Bytes(8, 0));
 }
 
+// A writer counts two bytes of fill after a name that it does not write. What follows begins before the end.
+TEST(PsdWide, FillThatIsOnlyCountedHidesNothing) {
+    PsdDocument document = documentOf(3, 8, {{1}, {2}, {3}});
+    document.compression = PsdCompression::kPackBits;
+    for (const Bytes& red : {Bytes{10}, Bytes{40}}) {
+        PsdLayer layer = layerOf({0, 0, 1, 2}, {{0, red}, {1, {20}}, {2, {30}}});
+        layer.name = "3";
+        layer.additional = psdUnicodeName(u"3");
+        layer.additional.resize(18);  // without the fill
+        document.layers.push_back(layer);
+    }
+    Bytes bytes = document.bytes();
+    // The lengths of the extra data: of masks, ranges, a name and a block of 18 bytes.
+    const Bytes length = {0, 0, 0, 30, 0, 0, 0, 0, 0, 0, 0, 0};
+    const auto first = std::search(bytes.begin(), bytes.end(), length.begin(), length.end());
+    ASSERT_NE(first, bytes.end());
+    const auto second = std::search(first + 1, bytes.end(), length.begin(), length.end());
+    ASSERT_NE(second, bytes.end());
+    second[3] = 32;  // the first bytes of the planes, 0 and 1, say that they are packed
+    const Opened lower = opened(bytes, layerNumber(0));
+    const Opened upper = opened(bytes, layerNumber(1));
+    ASSERT_TRUE(lower.isLoaded) << lower.reason();
+    ASSERT_TRUE(upper.isLoaded) << upper.reason();
+    EXPECT_EQ(firstPixel(*lower.image), (Bytes{30, 20, 10, 255}));
+    EXPECT_EQ(firstPixel(*upper.image), (Bytes{30, 20, 40, 255}));
+}
+
 TEST(PsdWide, EveryTruncationIsSurvived) {
     for (const PsdCompression compression : kPackings) {
         const bool isLarge = compression >= PsdCompression::kZip;
