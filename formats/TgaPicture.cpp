@@ -21,7 +21,8 @@ public:
 
     // Leaves the file at the first pixel.
     bool read() {
-        return readHeader() && judgeKind() && judgeSize() && readAlphaType() && readMap() && chooseDepth();
+        return readHeader() && judgeKind() && judgeSize() && readAlphaType() && readMap() && chooseDepth() &&
+               chooseLevel();
     }
 
 private:
@@ -86,7 +87,8 @@ private:
     AlphaType readFooter() {
         constexpr std::int64_t kFooterBytes = 26;
         constexpr std::size_t kAuthorBytes = 41;  // of the name of the author, before the comment
-        constexpr std::int64_t kAlphaType = 494;  // in the extension area, which is as long at least
+        constexpr std::int64_t kThumbnail = 486;  // in the extension area
+        constexpr std::int64_t kAlphaType = 494;  // its last field
         const std::int64_t start = file_.size() - kFooterBytes;
         unsigned char footer[kFooterBytes];
         if (start < 0 || !file_.seek(start) || !file_.read(footer, sizeof footer)) return AlphaType::kUnknown;
@@ -94,10 +96,13 @@ private:
         const std::int64_t area = dib::readLe32(footer);
         unsigned char length[2];
         unsigned char texts[kAuthorBytes + 1];
+        unsigned char thumbnail[4];
         if (area == 0 || !file_.seek(area) || !file_.read(length, 2) || dib::readLe16(length) <= kAlphaType ||
-            !file_.read(texts, sizeof texts) || !file_.seek(area + kAlphaType)) {
+            !file_.read(texts, sizeof texts) || !file_.seek(area + kThumbnail) ||
+            !file_.read(thumbnail, sizeof thumbnail) || !file_.seek(area + kAlphaType)) {
             return AlphaType::kUnknown;
         }
+        picture_.thumbnail = dib::readLe32(thumbnail);
         picture_.hasTexts = texts[0] != 0 || texts[kAuthorBytes] != 0;
         const int type = file_.byte();
         return type >= 0 && type <= 4 ? static_cast<AlphaType>(type) : AlphaType::kUnknown;
@@ -177,6 +182,22 @@ private:
                                       ? TgaChange::kNone
                                       : TgaChange::kOpaque);
         }
+    }
+
+    // A thumbnail has a byte for each side, then raw pixels as the picture has them.
+    bool chooseLevel() {
+        if (options_.level == 0) return true;
+        if (options_.level >= picture_.levels()) {
+            return refuse(result_, DIB_ERROR_MISMATCH, "there is no level %d: the file has %d",
+                          options_.level, picture_.levels());
+        }
+        unsigned char sides[2];
+        if (!file_.seek(picture_.thumbnail) || !file_.read(sides, sizeof sides))
+            return refuse(result_, DIB_ERROR_READ, "the file ends before its thumbnail");
+        picture_.width = sides[0];
+        picture_.height = sides[1];
+        picture_.isPacked = false;
+        return judgeSize();
     }
 
     ByteReader& file_;

@@ -5,6 +5,7 @@
 #include <DibStream.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "dib/Numbers.h"
@@ -34,7 +35,10 @@ struct TgaPicture {
     TgaChange change = TgaChange::kNone;
     std::vector<DibBGRA> map;  // by index: 256 or 65536 colours, black where the file has no entry
     std::size_t entries = 0;
+    std::int64_t thumbnail = 0;  // where a small copy of the picture begins; 0: there is none
 
+    // Level 1 is the thumbnail.
+    int levels() const { return thumbnail > 0 ? 2 : 1; }
     std::size_t rowBytes() const {
         const auto pixels = dib::asSize(width);
         return header.bitCount == 1 ? (pixels + 7) / 8 : pixels * pixelBytes;
@@ -47,7 +51,7 @@ struct TgaPicture {
     }
 };
 
-// Leaves the file at the first pixel. False with a code and a reason.
+// Leaves the file at the first pixel of the level that the options choose. False with a code and a reason.
 bool readTgaPicture(ByteReader& file, TgaPicture& picture, const DibLoadOptions& options,
                     DibFileResult& result);
 

@@ -213,6 +213,7 @@ bool probeTga(ProbeRequest& request) {
     const int greys = picture.bitCount <= 8 ? 1 << picture.bitCount : 0;
     info.paletteSize = picture.isMapped && greys > 0 ? dib::asInt(picture.entries) : greys;
     nameCompression(info, picture.isPacked ? "rle" : "none");
+    info.levels = picture.levels();
     return true;
 }
 
