@@ -44,6 +44,8 @@ DIB_ALWAYS_INLINE void sumPairsPlain(const std::int16_t* const* above, const std
 
 #if defined(__x86_64__)
 
+// Both are written out: compilers inline no vectors of a target into a body that several targets share.
+
 // The weights of two distances, for multiplications that add pairs of words.
 DIB_ALWAYS_INLINE int weightPair(const std::int16_t* weights, int k, int reach) {
     const int second = k < reach ? weights[k + 1] : 0;

@@ -130,23 +130,37 @@ private:
     std::vector<const float*> columns_;
 };
 
-// The rows of the result, summed across first: for pictures that grow. As many summed rows are kept as a row
-// of the result needs.
-class AcrossFirst {
+// What both orders of summing hold.
+class SummedRows {
 public:
-    AcrossFirst(const Raster& from, const Taps& across, const Taps& down, bool isWeighted)
+    std::ptrdiff_t samples() const { return across_.samples(); }
+
+protected:
+    SummedRows(const Raster& from, const Taps& across, const Taps& down, bool isWeighted)
         : from_(from),
           down_(down),
           isWeighted_(isWeighted),
           axis_{from.height, down.wraps},
           across_(from, across),
+          sums_(across_.room()) {}
+
+    Raster from_;
+    const Taps& down_;
+    bool isWeighted_;
+    EdgeAxis axis_;
+    Across across_;
+    std::vector<float> sums_;
+};
+
+// Summed across first: for pictures that grow. As many summed rows are kept as a row of the result needs.
+class AcrossFirst : public SummedRows {
+public:
+    AcrossFirst(const Raster& from, const Taps& across, const Taps& down, bool isWeighted)
+        : SummedRows(from, across, down, isWeighted),
           slots_(dib::asSize(down.width)),
-          lines_(dib::asSize(down.width)),
-          sums_(across_.room()) {
+          lines_(dib::asSize(down.width)) {
         for (Slot& slot : slots_) slot.samples.resize(across_.room());
     }
-
-    std::ptrdiff_t samples() const { return across_.samples(); }
 
     const float* row(int y) {
         const auto i = dib::asSize(y);
@@ -176,28 +190,15 @@ private:
         return slot.samples.data();
     }
 
-    Raster from_;
-    const Taps& down_;
-    bool isWeighted_;
-    EdgeAxis axis_;
-    Across across_;
     std::vector<Slot> slots_;
     std::vector<const float*> lines_;
-    std::vector<float> sums_;
 };
 
-// The same, summed down first: for pictures that shrink, as fewer rows are then summed across.
-class DownFirst {
+// Summed down first: for pictures that shrink, as fewer rows are then summed across.
+class DownFirst : public SummedRows {
 public:
     DownFirst(const Raster& from, const Taps& across, const Taps& down, bool isWeighted)
-        : from_(from),
-          down_(down),
-          isWeighted_(isWeighted),
-          axis_{from.height, down.wraps},
-          across_(from, across),
-          sums_(across_.room()) {}
-
-    std::ptrdiff_t samples() const { return across_.samples(); }
+        : SummedRows(from, across, down, isWeighted) {}
 
     const float* row(int y) {
         const auto i = dib::asSize(y);
@@ -215,14 +216,6 @@ public:
         across_.sum(sums_.data());
         return sums_.data();
     }
-
-private:
-    Raster from_;
-    const Taps& down_;
-    bool isWeighted_;
-    EdgeAxis axis_;
-    Across across_;
-    std::vector<float> sums_;
 };
 
 double sinc(double x) {
