@@ -1,6 +1,7 @@
 // Operations that have no classic function, by their names, on 1600x1200 pixels. Second pictures are copied
 // from memory. bench/python/operations.py compares the same work with other programs.
 #include <DibOperation.h>
+#include <DibPictures.h>
 
 #include <string>
 
@@ -35,6 +36,21 @@ void addStep(const std::string& name, const std::string& step, int depth) {
     });
 }
 
+// Four pictures on a sheet of 32 bits.
+void addMontage(int depth) {
+    pb::add("op_montage", kWidth, kHeight, depth, "ours", "new block included", [=] {
+        const bench::DibRef one = bench::dibOf(pb::img(kWidth, kHeight, depth / 8));
+        const bench::DibRef two = bench::dibOf(pb::img2(kWidth, kHeight, depth / 8));
+        const bench::DibRef sheet = bench::adopt(new DibStream);
+        return pb::Op(
+            [=] {
+                const DibStream* const pictures[] = {one.get(), two.get(), two.get(), one.get()};
+                pb::need(DibMontage(pictures, 4, sheet.get()), "a sheet");
+            },
+            [=] { return bench::outOf(*sheet); });
+    });
+}
+
 void registerCases() {
     struct Case {
         const char* name;
@@ -66,6 +82,7 @@ void registerCases() {
     };
     for (const int depth : {24, 32}) {
         for (const Case& each : kCases) addStep(each.name, each.step, depth);
+        addMontage(depth);
     }
 }
 

@@ -1,4 +1,4 @@
-// Sheets of pictures, made by operations.
+// Sheets of pictures.
 #include <DibPictures.h>
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include "dib/Numbers.h"
 #include "operations/Borrowing.h"
 #include "operations/Operations.h"
+#include "operations/pixels/Overlay.h"
 #include "operations/pixels/Pixels.h"
 #include "operations/pixels/Text.h"
 
@@ -35,26 +36,12 @@ struct ApplyFrame {
     }
 };
 
-// Applies an operation with the values of its first parameters.
-void apply(ApplyFrame& frame, DibStream& image, const char* operation, const std::vector<std::string>& values,
-           DibStream* second = nullptr) {
-    const auto open = [](void* context, const char*, DibStream* to, DibFileResult* result,
-                         DibProgressCallback, void*) {
-        const auto* from = static_cast<const DibStream*>(context);
-        const bool isCopied = to->Copy(from->Header, from->Buffer);
-        if (!isCopied) {
-            result->code = DIB_ERROR_MEMORY;
-            std::snprintf(result->reason, sizeof result->reason, "%s", kNoMemory);
-        }
-        return isCopied;
-    };
-    const DibOperation* row = DibFindOperation(operation);
-    std::vector<const char*> texts(DibList(row->parameters).size());
-    for (std::size_t i = 0; i < values.size(); ++i) texts[i] = values[i].c_str();
-    const DibStep step = {row, texts.data()};
-    const DibApplyOptions options = {.open = open, .context = second, .inPlace = true};
+// Shrinks a picture.
+void resize(ApplyFrame& frame, DibStream& image, const PixelSize& size) {
+    const std::string step = "resize:" + std::to_string(size.width) + "x" + std::to_string(size.height);
+    const DibApplyOptions options = {.inPlace = true};
     DibOperationResult result;
-    if (DibApply(&image, &step, 1, &options, &result, &ApplyFrame::report, &frame)) return;
+    if (DibApply(&image, step.c_str(), &options, &result, &ApplyFrame::report, &frame)) return;
     throw Refusal{static_cast<DibErrorCode>(result.code), result.reason};
 }
 
@@ -64,8 +51,6 @@ DibBGRA contrasting(const DibBGRA& color) {
     const auto level = dib::byteOf(color.alpha >= 128 && brightness < 128000 ? 255 : 0);
     return {level, level, level, 255};
 }
-
-std::string valueOf(std::int64_t number) { return std::to_string(number); }
 
 constexpr std::size_t kLongestLabel = 1000;  // bytes
 
@@ -143,11 +128,21 @@ private:
         const PixelSize size = sizeOf(*pictures_[i]);
         // Borrowed, and replaced by what is made of it.
         const ImagePtr tile = borrow(const_cast<DibStream&>(*pictures_[i]));
-        if (size.width != width(*tile) || size.height != height(*tile))
-            apply(frame, *tile, "resize", {valueOf(size.width) + "x" + valueOf(size.height)});
+        if (size.width != width(*tile) || size.height != height(*tile)) resize(frame, *tile, size);
+        const bool isOpaque = tile->Header->biBitCount != 32;
+        widenQuietly(*tile, 32);
+        const dib::Raster from = rowsOf(*tile);
+        const dib::Raster to = rowsOf(sheet);
         const std::int64_t x = cellX(i) + (cellWidth_ - size.width) / 2;
         const std::int64_t y = cellY(i) + (cellHeight_ - size.height) / 2;
-        apply(frame, sheet, "overlay", {"tile", valueOf(x), valueOf(y)}, tile.get());
+        for (int k = 0; k < from.height; ++k) {
+            unsigned char* const row = to.row(y + k) + 4 * x;
+            if (isOpaque) {
+                std::memcpy(row, from.row(k), 4 * from.columns());
+            } else {
+                coverRow(from.row(k), from.columns(), row, 4);
+            }
+        }
     }
 
     void addLabel(int i, const DibStream& sheet) const {

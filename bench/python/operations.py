@@ -64,7 +64,7 @@ class Picture:
         self.cv = numpy.ascontiguousarray(self.rgb[:, :, [2, 1, 0, 3][:channels]])
         self.pil = Image.fromarray(self.rgb)
         self.dib = dibstream.from_array(self.rgb)
-        image = Vips.Image.new_from_memory(self.rgb.tobytes(), WIDTH, HEIGHT, channels, Vips.BandFormat.UCHAR)
+        image = Vips.Image.new_from_memory_copy(self.rgb.tobytes(), WIDTH, HEIGHT, channels, Vips.BandFormat.UCHAR)
         self.vips = vips("copy", image, interpretation=Vips.Interpretation.SRGB)
 
 
@@ -105,7 +105,23 @@ def cases(channels):
     def cv_unsharp():
         return cv2.addWeighted(one.cv, 2, cv2.GaussianBlur(one.cv, (13, 13), 2, borderType=cv2.BORDER_REPLICATE), -1, 0)
 
+    def pil_paste():
+        copy = one.pil.copy()
+        copy.paste(two.pil)
+        return copy
+
+    def cv_gaussian(side, deviation):
+        return lambda: cv2.GaussianBlur(one.cv, (side, side), deviation, borderType=cv2.BORDER_REPLICATE)
+
+    def cv_sheet():
+        return cv2.vconcat([cv2.hconcat([one.cv, two.cv]), cv2.hconcat([two.cv, one.cv])])
+
+    def vips_sheet():
+        pictures = Vips.ArrayImage.new([one.vips, two.vips, two.vips, one.vips])
+        return vips("arrayjoin", pictures, across=2).write_to_memory()
+
     only_opaque = channels == 3
+    few = opaque.dib.apply("colors:64,dither=none")
     area = resize(710, 532, cv2.INTER_AREA, None, Image.Resampling.BOX)
     rows = [
         ("resize, area, to 710x532", "resize:710x532,filter=area", area),
@@ -119,13 +135,18 @@ def cases(channels):
          resize(710, 532, None, Vips.Kernel.LANCZOS3, Image.Resampling.LANCZOS)),
         ("fit to 400x400", "fit:400x400", {"Pillow": lambda: ImageOps.contain(one.pil, (400, 400), Image.Resampling.BOX)}),
         ("unsharp, deviation 2", "unsharp:2", {"OpenCV": cv_unsharp} if only_opaque else {}),
-        ("overlay", ("overlay", two), {"Pillow": lambda: Image.alpha_composite(one.pil, two.pil)} if not only_opaque else {}),
+        ("gaussian, deviation 2", "gaussian:6", {"OpenCV": cv_gaussian(13, 2)} if only_opaque else {}),
+        ("gaussian, deviation 20", "gaussian:60", {"OpenCV": cv_gaussian(121, 20)} if only_opaque else {}),
+        ("overlay", ("overlay", two),
+         {"Pillow": lambda: Image.alpha_composite(one.pil, two.pil)} if not only_opaque else {"Pillow": pil_paste}),
         ("overlay, multiply", ("overlay-multiply", opaque),
          {"Pillow": lambda: ImageChops.multiply(one.pil, opaque.pil),
           "OpenCV": lambda: cv2.multiply(one.cv, opaque.cv, scale=1 / 255)} if only_opaque else {}),
         ("colors, 256, diffused", "colors:256",
          {"Pillow": lambda: one.pil.quantize(256, Image.Quantize.MEDIANCUT, dither=Image.Dither.FLOYDSTEINBERG)}
          if only_opaque else {}),
+        ("remap, 64 colours", ("remap", few), {}),
+        ("montage, 4 pictures", ("montage", None), {} if only_opaque else {"OpenCV": cv_sheet, "libvips": vips_sheet}),
         ("levels", "levels:20,230", {"Pillow": pil_levels, **({"OpenCV": lambda: cv2.LUT(one.cv, levels)} if only_opaque else {})}),
         ("grey, the depth stays", "grey",
          {"OpenCV": lambda: cv2.cvtColor(cv2.cvtColor(one.cv, cv2.COLOR_BGR2GRAY), cv2.COLOR_GRAY2BGR),
@@ -153,7 +174,9 @@ def cases(channels):
             kind, second = step
             mine = {"overlay": lambda second=second: one.dib.overlay(second.dib),
                     "overlay-multiply": lambda second=second: one.dib.overlay(second.dib, mode="multiply"),
-                    "join": lambda second=second: one.dib.join(second.dib)}[kind]
+                    "join": lambda second=second: one.dib.join(second.dib),
+                    "remap": lambda second=second: one.dib.remap(second, dither="none"),
+                    "montage": lambda: dibstream.montage([one.dib, two.dib, two.dib, one.dib], columns=2)}[kind]
         else:
             mine = ours(step)
         yield name, {"DibStream": mine, **calls}
