@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dib/ColorTable.h"
+#include "dib/MedianCut.h"
 #include "dib/MedianLookup.h"
 #include "dib/Numbers.h"
 #include "dib/PixelKernels.h"
@@ -148,11 +149,15 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit, const Pro
     const auto width = dib::asSize(image.Header->biWidth);
     const auto rows = dib::asInt(dib::rowCount(height));
 
+    const dib::PartProgress counting = dib::PartProgress{progress}.part(0, 2);
+    const dib::PartProgress mapping = dib::PartProgress{progress}.part(1, 2);
     dibmedian::mediancut quantizer;
-    const bool divided =
-        quantizer.execute(reinterpret_cast<DibBGR*>(pixels.get()), image.Header->biWidth, rows, colorLimit);
-    dib::MedianLookup lookup(quantizer, width * dib::asSize(rows));
-    if (!divided || !lookup.ready()) return dib::failForMemory(image);
+    const std::size_t pixelCount = width * dib::asSize(rows);
+    const bool divided = dibmedian::divideColors(quantizer, pixels.get(), pixelCount, colorLimit, counting);
+    // When the caller has cancelled, the code of the failure is not used.
+    if (!divided) return dib::failForMemory(image);
+    dib::MedianLookup lookup(quantizer, pixelCount);
+    if (!lookup.ready()) return dib::failForMemory(image);
     if (!image.Create(image.Header->biWidth, height, bitCount)) return false;
 
     const std::size_t entries = dib::addressableEntries(bitCount);
@@ -162,7 +167,7 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit, const Pro
     }
     const std::size_t rowBytes = image.GetPitch();
     std::uint8_t strip[kStripPixels];
-    return dib::forEachRow(progress, rows, [&](int y) {
+    for (int y = 0; y < rows; ++y) {
         const auto row = dib::asSize(y);
         unsigned char* to = image.Buffer + row * rowBytes;
         forEachStrip(width, [&](std::size_t x, std::size_t count) {
@@ -170,7 +175,9 @@ bool changeToMedianCut(DibStream& image, int bitCount, int colorLimit, const Pro
             lookup.map(bgr, bitCount == 8 ? to + x : strip, count);
             if (bitCount == 4) dib::packNibbles(strip, to + x / 2, count);
         });
-    });
+        if (!mapping.report(std::int64_t{y} + 1, rows)) return false;
+    }
+    return true;
 }
 
 // The limit is taken from bits 16 to 23 without a shift, so any limit given there is far above the

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 
+#include "dib/Numbers.h"
 #include "dib/PixelKernels.h"
 #include "dib/PixelReader.h"
 
@@ -19,12 +20,26 @@ constexpr std::uint32_t colorOf(std::uint32_t cell, std::uint32_t low) {
     return blue | green << 8 | red << 16;
 }
 
+// Calls `visit(first, count)` for strips of pixels and reports after many of them. False when the caller
+// cancels.
+template <class Visit>
+bool forEachReportedStrip(std::size_t pixels, const PartProgress& progress, const Visit& visit) {
+    constexpr std::size_t kReported = 64 * kStripPixels;
+    for (std::size_t first = 0; first < pixels; first += kReported) {
+        const std::size_t some = std::min(pixels - first, kReported);
+        forEachStrip(some, [&](std::size_t start, std::size_t count) { visit(first + start, count); });
+        if (!progress.report(asOffset(first + some), asOffset(pixels))) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
-bool ColorCloud::collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges) {
+bool ColorCloud::collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges,
+                         const PartProgress& progress) {
     ranges_ = allocateArray<ColorRange>(maxRanges);
     colors_ = allocateArray<CountedColor>(std::min(pixels, kColorCells * kColorsPerCell) + 1);
-    if (ranges_ == nullptr || colors_ == nullptr || !sortIntoCells(bgr, pixels)) return false;
+    if (ranges_ == nullptr || colors_ == nullptr || !sortIntoCells(bgr, pixels, progress)) return false;
 
     ranges_[0].begin = 0;
     ranges_[0].end = colorCount_;
@@ -33,7 +48,7 @@ bool ColorCloud::collect(const std::uint8_t* bgr, std::size_t pixels, std::size_
     return true;
 }
 
-bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
+bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels, const PartProgress& progress) {
     // Where each cell starts: the counts of the cells before it.
     auto next = allocateZeroed<std::uint32_t>(kColorCells + 1);
     auto sorted = allocateArray<std::uint16_t>(pixels + 1);
@@ -41,20 +56,25 @@ bool ColorCloud::sortIntoCells(const std::uint8_t* bgr, std::size_t pixels) {
 
     std::uint16_t cells[kStripPixels];
     std::uint16_t lows[kStripPixels];
-    forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
+    const auto countCells = [&](std::size_t start, std::size_t count) {
         runKernel<bgrToWords>(bgr + 3 * start, cells, count);
         for (std::size_t i = 0; i < count; ++i) ++next[cells[i] + 1U];
-    });
+    };
+    if (!forEachReportedStrip(pixels, progress.part(0, 3), countCells)) return false;
     for (std::size_t cell = 0; cell < kColorCells; ++cell) next[cell + 1] += next[cell];
-    forEachStrip(pixels, [&](std::size_t start, std::size_t count) {
+    const auto sortLowBits = [&](std::size_t start, std::size_t count) {
         runKernel<bgrToWords>(bgr + 3 * start, cells, count);
         runKernel<bgrToLowBits>(bgr + 3 * start, lows, count);
         for (std::size_t i = 0; i < count; ++i) sorted[next[cells[i]]++] = lows[i];
-    });
+    };
+    if (!forEachReportedStrip(pixels, progress.part(1, 3), sortLowBits)) return false;
 
     // Now each entry of `next` is the end of its cell.
+    constexpr std::uint32_t kReportedCells = kColorCells / 64;
+    const PartProgress rest = progress.part(2, 3);
     std::uint32_t begin = 0;
     for (std::uint32_t cell = 0; cell < kColorCells; ++cell) {
+        if (cell % kReportedCells == 0 && !rest.report(cell, kColorCells)) return false;
         const std::uint32_t end = next[cell];
         if (end > begin) countCell(cell, sorted.get() + begin, end - begin);
         begin = end;

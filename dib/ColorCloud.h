@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "dib/Memory.h"
+#include "dib/Progress.h"
 
 namespace dib {
 
@@ -29,8 +30,9 @@ struct ColorRange {
 class ColorCloud {
 public:
     // Counts the pixels of a picture into one range, number 0, and makes room for `maxRanges` of them.
-    // Returns false when memory is short.
-    bool collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges);
+    // Returns false when memory is short or the caller cancels.
+    bool collect(const std::uint8_t* bgr, std::size_t pixels, std::size_t maxRanges,
+                 const PartProgress& progress = {});
 
     const ColorRange& range(int number) const { return ranges_[number]; }
 
@@ -39,7 +41,7 @@ public:
     int split(int number, int axis, int cut);
 
 private:
-    bool sortIntoCells(const std::uint8_t* bgr, std::size_t pixels);
+    bool sortIntoCells(const std::uint8_t* bgr, std::size_t pixels, const PartProgress& progress);
     void countCell(std::uint32_t cell, const std::uint16_t* lowBits, std::size_t pixels);
     void fillHistogram(ColorRange& range) const;
 

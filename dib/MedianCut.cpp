@@ -1,4 +1,4 @@
-#include <DibMedian.h>
+#include "dib/MedianCut.h"
 
 #include <algorithm>
 #include <bit>
@@ -112,39 +112,48 @@ bool mediancut::slice(int box, int axis, int cut, int& lowBox, int& highBox) {
     return true;
 }
 
-bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
-    const std::size_t pixelCount = width > 0 && height > 0 ? dib::asSize(std::int64_t{width} * height) : 0;
+bool divideColors(mediancut& quantizer, const std::uint8_t* bgr, std::size_t pixels, int maxColours,
+                  const dib::PartProgress& progress) {
+    constexpr int kMaxBoxes = mediancut::kMaxBoxes;
     dib::ColorCloud cloud;
-    if (!cloud.collect(reinterpret_cast<const std::uint8_t*>(pixels), pixelCount, kMaxBoxes)) return false;
+    if (!cloud.collect(bgr, pixels, kMaxBoxes, progress.part(0, 2))) return false;
     int rangeOf[kMaxBoxes] = {};
 
-    colinfo whole{0, 0, 0, 1, 1, 1, static_cast<std::int32_t>(pixelCount)};
-    if (pixelCount > 0) shrink(whole, cloud.range(0));
-    if (add(whole) < 0) return false;
+    colinfo whole{0, 0, 0, 1, 1, 1, static_cast<std::int32_t>(pixels)};
+    if (pixels > 0) shrink(whole, cloud.range(0));
+    if (quantizer.add(whole) < 0) return false;
 
-    while (boxCount < std::min(maxColours, kMaxBoxes)) {
+    const int most = std::min(maxColours, kMaxBoxes);
+    const dib::PartProgress cutting = progress.part(1, 2);
+    while (quantizer.boxCount < most) {
         // A box with a score has pixels, so no split gives an empty box.
-        const int chosen = get_index();
-        if (chosen < 0 || longestExtent(boxes[chosen].info) < 2) break;
-        const colinfo box = boxes[chosen].info;
+        const int chosen = quantizer.get_index();
+        if (chosen < 0 || longestExtent(quantizer.boxes[chosen].info) < 2) break;
+        const colinfo box = quantizer.boxes[chosen].info;
         const int axis = longestAxis(box);
         const int range = rangeOf[chosen];
         const Median median = findMedian(box, axis, cloud.range(range));
 
-        rangeOf[chosen] = rangeOf[boxCount - 1];
+        rangeOf[chosen] = rangeOf[quantizer.boxCount - 1];
         int low = -1;
         int high = -1;
-        if (!slice(chosen, axis, median.cut, low, high)) return false;
+        if (!quantizer.slice(chosen, axis, median.cut, low, high)) return false;
         rangeOf[low] = range;
         rangeOf[high] = cloud.split(range, axis, median.cut);
-        boxes[low].info.count = static_cast<std::int32_t>(median.below);
-        boxes[high].info.count = static_cast<std::int32_t>(pixelsOf(box) - median.below);
-        shrink(boxes[low].info, cloud.range(rangeOf[low]));
-        shrink(boxes[high].info, cloud.range(rangeOf[high]));
+        quantizer.boxes[low].info.count = static_cast<std::int32_t>(median.below);
+        quantizer.boxes[high].info.count = static_cast<std::int32_t>(pixelsOf(box) - median.below);
+        shrink(quantizer.boxes[low].info, cloud.range(rangeOf[low]));
+        shrink(quantizer.boxes[high].info, cloud.range(rangeOf[high]));
+        if (!cutting.report(quantizer.boxCount, most)) return false;
     }
 
-    for (int i = 0; i < boxCount; ++i) boxes[i].leaf->index = i;
+    for (int i = 0; i < quantizer.boxCount; ++i) quantizer.boxes[i].leaf->index = i;
     return true;
+}
+
+bool mediancut::execute(DibBGR* pixels, int width, int height, int maxColours) {
+    const std::size_t pixelCount = width > 0 && height > 0 ? dib::asSize(std::int64_t{width} * height) : 0;
+    return divideColors(*this, reinterpret_cast<const std::uint8_t*>(pixels), pixelCount, maxColours, {});
 }
 
 }  // namespace dibmedian

@@ -2,8 +2,12 @@
 // are multiples of the spacing of floats there. A tap over such a run is a shifted, weighted row.
 #include "effects/TapRow.h"
 
+#include <algorithm>
+#include <ranges>
+
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace dib {
 
@@ -56,6 +60,15 @@ DIB_ALWAYS_INLINE void addWhole(const unsigned char* __restrict row, std::uint32
     for (std::ptrdiff_t i = 0; i < count * Depth::kChannels; ++i) sums[i] += weight * row[i];
 }
 
+// The same sample for all pixels, channel by channel times the weight.
+template <class Depth>
+DIB_ALWAYS_INLINE void addOne(Channels<Depth::kChannels> products, std::uint32_t* __restrict sums,
+                              std::ptrdiff_t count) {
+    for (std::ptrdiff_t x = 0; x < count; ++x) {
+        for (const std::uint32_t product : products) *sums++ += product;
+    }
+}
+
 }  // namespace
 
 template <class Whole, class Each>
@@ -83,6 +96,33 @@ void TapRow::splitRow(float dx, const Whole& whole, const Each& each) const {
         x = std::max(last, x + 1);
     }
     each(x, width);
+}
+
+template <class Depth>
+void TapRow::addEach(int first, int last, float dx, float y, std::uint32_t weight) {
+    const auto productsAt = [&](int x) {
+        auto products = Depth::split(sample<Depth>(source_, positionOf(x) + dx, y, flags_));
+        for (std::uint32_t& channel : products) channel *= weight;
+        return products;
+    };
+    const auto sumsAt = [&](int x) { return sums_.get() + std::ptrdiff_t{x} * Depth::kChannels; };
+    const auto repeat = [&](int from, int to) {
+        if (from < to) runKernel<addOne<Depth>>(productsAt(from), sumsAt(from), to - from);
+    };
+    int inside = first;
+    int beyond = last;
+    if ((flags_ & DIB_WRAP_X) == 0) {
+        // Positions never fall from pixel to pixel. Those outside are clamped to the first and last pixel.
+        const auto columns = std::views::iota(first, last);
+        const auto isBefore = [dx](int x) { return !(positionOf(x) + dx > 0.0F); };
+        const auto isInside = [&](int x) { return positionOf(x) + dx < source_.widthReal - 1.0F; };
+        inside = first + asInt(std::ranges::partition_point(columns, isBefore) - columns.begin());
+        beyond = first + asInt(std::ranges::partition_point(columns, isInside) - columns.begin());
+        beyond = std::max(beyond, inside);
+    }
+    repeat(first, inside);
+    for (int x = inside; x < beyond; ++x) addOne<Depth>(productsAt(x), sumsAt(x), 1);
+    repeat(beyond, last);
 }
 
 template <class Depth>
@@ -114,14 +154,7 @@ void TapRow::add(float dx, float dy, std::int32_t weight) {
             }
         }
     };
-    const auto each = [&](int first, int last) {
-        std::uint32_t* sums = sums_.get() + std::ptrdiff_t{first} * kChannels;
-        for (int x = first; x < last; ++x) {
-            const std::uint32_t color = sample<Depth>(source_, positionOf(x) + dx, y, flags_);
-            for (const std::uint32_t channel : Depth::split(color)) *sums++ += wrapped * channel;
-        }
-    };
-    splitRow(dx, whole, each);
+    splitRow(dx, whole, [&](int first, int last) { addEach<Depth>(first, last, dx, y, wrapped); });
 }
 
 template void TapRow::add<Depth8>(float, float, std::int32_t);

@@ -53,6 +53,9 @@ private:
     // shift and x + shift + 1, `weight` 256ths on the way, and each(first, last) for all other pixels.
     template <class Whole, class Each>
     void splitRow(float dx, const Whole& whole, const Each& each) const;
+    // Adds the samples of pixels first to last - 1 one by one, at row position y.
+    template <class Depth>
+    void addEach(int first, int last, float dx, float y, std::uint32_t weight);
 
     SampleSource source_;
     unsigned int flags_ = 0;

@@ -115,7 +115,7 @@ private:
         if (text_.ends_with('%')) {
             value.first = value.second = measure(text_, true);
         } else {
-            fail("must be WIDTHxHEIGHT, WIDTHx, xHEIGHT or a percentage");
+            fail("is not a size: 320x240, 320x, x240 and 50% are");
         }
         if (value.first.number == 0) fail("is an empty size");
     }
@@ -142,7 +142,7 @@ private:
     std::uint32_t flags() const {
         std::uint32_t word = 0;
         std::string_view rest = text_ == "none" ? std::string_view{} : text_;
-        while (!rest.empty() || text_.empty()) {
+        while (!rest.empty()) {
             const DibChoice* found = nullptr;
             std::size_t length = 0;
             for (const DibChoice* choice : DibList(parameter_.choices)) {
@@ -204,9 +204,7 @@ Value Reader::read() const {
             value.word = text_ == "yes" ? 1 : 0;
             break;
         case DIB_PARAMETER_TEXT: break;
-        case DIB_PARAMETER_PATH:
-            if (text_.empty()) fail("is not a file name");
-            break;
+        case DIB_PARAMETER_PATH: break;
     }
     return value;
 }
@@ -214,6 +212,13 @@ Value Reader::read() const {
 }  // namespace
 
 Value readValue(const DibParameter& parameter, std::string_view text) {
+    if (text.empty() && parameter.kind != DIB_PARAMETER_TEXT) {
+        const char* standard = parameter.standard;
+        throw Refusal{DIB_ERROR_INVALID,
+                      std::string(parameter.name) + ": the value is empty" +
+                          (standard != nullptr ? "; leave it out for " + std::string(standard) : ""),
+                      &parameter};
+    }
     return Reader(parameter, text).read();
 }
 

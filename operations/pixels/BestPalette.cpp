@@ -96,7 +96,9 @@ struct Sums {
     }
 };
 
-std::vector<Box> cutIntoBoxes(std::vector<CountedCell>& cells, std::size_t most) {
+// Nothing when the caller cancels.
+std::optional<std::vector<Box>> cutIntoBoxes(std::vector<CountedCell>& cells, std::size_t most,
+                                             const dib::PartProgress& progress) {
     std::vector<Box> boxes;
     boxes.reserve(most);
     boxes.push_back({cells.data(), cells.data() + cells.size()});
@@ -112,6 +114,7 @@ std::vector<Box> cutIntoBoxes(std::vector<CountedCell>& cells, std::size_t most)
         findCut(box);
         findCut(second);
         boxes.push_back(second);
+        if (!progress.report(dib::asOffset(boxes.size()), dib::asOffset(most))) return std::nullopt;
     }
     return boxes;
 }
@@ -160,10 +163,13 @@ bool moveMeans(const std::vector<CountedCell>& cells, Means& means, std::vector<
 
 }  // namespace
 
-std::vector<DibBGRA> bestPalette(std::vector<CountedCell>& cells, std::size_t most) {
-    if (cells.empty()) return {};
+std::optional<std::vector<DibBGRA>> bestPalette(std::vector<CountedCell>& cells, std::size_t most,
+                                                const dib::PartProgress& progress) {
+    if (cells.empty()) return std::vector<DibBGRA>();
+    const auto boxes = cutIntoBoxes(cells, most, progress.part(0, 2));
+    if (!boxes) return std::nullopt;
     Means means{};
-    for (const Box& box : cutIntoBoxes(cells, most)) {
+    for (const Box& box : *boxes) {
         Sums sums;
         for (const CountedCell* cell = box.begin; cell != box.end; ++cell) sums.add(*cell);
         const Mean mean = sums.mean();
@@ -173,7 +179,9 @@ std::vector<DibBGRA> bestPalette(std::vector<CountedCell>& cells, std::size_t mo
     // More steps gain less than 0.05 dB on photographs.
     constexpr int kSteps = 10;
     std::vector<std::uint8_t> nearest(cells.size());
+    const dib::PartProgress moving = progress.part(1, 2);
     for (int step = 0; step < kSteps && moveMeans(cells, means, nearest); ++step) {
+        if (!moving.report(step + 1, kSteps)) return std::nullopt;
     }
     std::vector<DibBGRA> palette;
     for (int k = 0; k < means.count; ++k) {

@@ -121,8 +121,9 @@ struct Census : AlphaRange {
     std::vector<CountedCell> cells;
 };
 
-// Reports the first half of the work. Nothing when the caller cancels.
-std::optional<Census> count(const Job& job, Colors& colors, std::size_t most, int visible) {
+// Nothing when the caller cancels.
+std::optional<Census> count(const dib::PartProgress& progress, Colors& colors, std::size_t most,
+                            int visible) {
     Census census;
     ColorCells cells;
     FewColors few(most);
@@ -141,7 +142,7 @@ std::optional<Census> count(const Job& job, Colors& colors, std::size_t most, in
             if (areFew) areFew = few.add(dib::Depth24::get(row, 0));
         }
         cells.count(packed.data(), shown);
-        if (!report(job, y + std::int64_t{1}, 2 * std::int64_t{colors.height()})) return std::nullopt;
+        if (!progress.report(y + std::int64_t{1}, colors.height())) return std::nullopt;
     }
     census.cells = cells.counted();
     if (areFew) census.few = few.entries();
@@ -311,7 +312,8 @@ DibBytes alphaOf(int transparent) {
 
 // Reports the part of the work from `begin` on.
 bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, Dither dither, Hidden hidden,
-              double begin) {
+              float begin) {
+    const dib::PartProgress progress = {{job.callback, job.user}, begin, 1};
     const int bitCount = palette.size() <= 2 ? 1 : palette.size() <= 16 ? 4 : 8;
     DibStream mapped;
     createImage(mapped, colors.width(), job.image.Header->biHeight, bitCount);
@@ -325,8 +327,7 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
     for (int y = 0; y < colors.height(); ++y) {
         mapper.map(colors.row(y), y, indices.data());
         packRow(indices.data(), colors.width(), to, y);
-        const double done = begin + (1 - begin) * (y + 1) / colors.height();
-        if (job.callback != nullptr && !job.callback(static_cast<float>(done), job.user)) return false;
+        if (!progress.report(std::int64_t{y} + 1, colors.height())) return false;
     }
     DibBytes alpha = alphaOf(hidden.entry);
     dib::moveBlocks(mapped, job.image);
@@ -345,32 +346,34 @@ void noteHalf(const Job& job) {
 
 bool reduceColors(const Job& job, int most, Dither dither, int visible) {
     Colors colors(job.image);
-    std::optional<Census> census = count(job, colors, dib::asSize(most), visible);
+    const dib::PartProgress progress = {{job.callback, job.user}};
+    std::optional<Census> census = count(progress.part(0, 3), colors, dib::asSize(most), visible);
     if (!census) return false;
     const auto room = dib::asSize(most) - (census->hasHidden ? 1 : 0);
     const bool isExact = census->few.size() <= room && !census->few.empty();
-    std::vector<DibBGRA> palette = isExact ? census->few : bestPalette(census->cells, room);
-    if (census->hasHidden) palette.insert(palette.begin(), DibBGRA{});
+    auto palette = isExact ? census->few : bestPalette(census->cells, room, progress.part(1, 3));
+    if (!palette) return false;
+    if (census->hasHidden) palette->insert(palette->begin(), DibBGRA{});
     if (census->hasHalf) noteHalf(job);
     const Hidden hidden = {census->hasHidden ? 0 : -1, visible};
-    return mapImage(job, colors, palette, isExact ? Dither::kNone : dither, hidden, 0.5);
+    return mapImage(job, colors, *palette, isExact ? Dither::kNone : dither, hidden, 2 / 3.0F);
 }
 
-std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image) {
+std::optional<std::vector<DibBGRA>> paletteOf(const dib::PartProgress& progress, DibStream& image) {
     const BITMAPINFOHEADER& header = *image.Header;
     if (header.biBitCount <= 8) {
         const auto table = dib::readColorTable(header);
         const std::size_t entries =
             std::min(dib::announcedEntries(header), dib::addressableEntries(header.biBitCount));
-        return {table.begin(), table.begin() + dib::asOffset(entries)};
+        return std::vector(table.begin(), table.begin() + dib::asOffset(entries));
     }
-    const Job quiet = {image, job.arguments, job.options, job.result, nullptr, nullptr};
     Colors colors(image);
-    std::optional<Census> census = count(quiet, colors, kMostEntries, kUsuallyVisible);
-    return census->few.empty() ? bestPalette(census->cells, kMostEntries) : census->few;
+    std::optional<Census> census = count(progress.part(0, 2), colors, kMostEntries, kUsuallyVisible);
+    if (!census || !census->few.empty()) return census ? std::optional(census->few) : std::nullopt;
+    return bestPalette(census->cells, kMostEntries, progress.part(1, 2));
 }
 
-bool remapColors(const Job& job, std::vector<DibBGRA> palette, Dither dither, int visible) {
+bool remapColors(const Job& job, std::vector<DibBGRA> palette, Dither dither, int visible, float begin) {
     Colors colors(job.image);
     const AlphaRange alpha = alphaRangeOf(job.image, visible);
     Hidden hidden = {-1, visible};
@@ -382,7 +385,7 @@ bool remapColors(const Job& job, std::vector<DibBGRA> palette, Dither dither, in
                 "remap: transparent pixels became opaque: the palette has no free entry");
     }
     if (alpha.hasHalf) noteHalf(job);
-    return mapImage(job, colors, palette, dither, hidden, 0);
+    return mapImage(job, colors, palette, dither, hidden, begin);
 }
 
 }  // namespace operations

@@ -2,8 +2,10 @@
 #ifndef OPERATIONS_PIXELS_COLORS_H
 #define OPERATIONS_PIXELS_COLORS_H
 
+#include <optional>
 #include <vector>
 
+#include "dib/Progress.h"
 #include "operations/Operations.h"
 
 namespace operations {
@@ -20,12 +22,13 @@ enum class Dither : std::uint32_t { kNone, kFloydSteinberg, kOrdered };
 bool reduceColors(const Job& job, int most, Dither dither, int visible);
 
 // The colour table of a picture, or the visible colours of one without: all of them up to 256, else those
-// that show it best. None where nothing is visible.
-std::vector<DibBGRA> paletteOf(const Job& job, DibStream& image);
+// that show it best. None where nothing is visible, nothing when the caller cancels.
+std::optional<std::vector<DibBGRA>> paletteOf(const dib::PartProgress& progress, DibStream& image);
 
 // Gives a picture the colours of a palette (1 to 256), whose order stays. Pixels with an alpha below
-// `visible` get an entry after them, where there is room for it.
-bool remapColors(const Job& job, std::vector<DibBGRA> palette, Dither dither, int visible);
+// `visible` get an entry after them, where there is room for it. Reports the part of the work from `begin`
+// on.
+bool remapColors(const Job& job, std::vector<DibBGRA> palette, Dither dither, int visible, float begin);
 
 }  // namespace operations
 

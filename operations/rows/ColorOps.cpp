@@ -37,10 +37,13 @@ bool runRemap(const Job& job) {
     const std::string name = job.arguments.path("file");
     DibStream other;
     openPicture(job, name, other);
-    std::vector<DibBGRA> palette = paletteOf(job, other);
-    if (palette.empty()) throw Refusal{DIB_ERROR_MISMATCH, quoted(name) + ": has no visible colours"};
-    return remapColors(job, std::move(palette), static_cast<Dither>(job.arguments.word("dither")),
-                       visibleOf(job));
+    // The colours of a picture with a palette need not be counted.
+    const float begin = other.Header->biBitCount <= 8 ? 0 : 0.5F;
+    auto palette = paletteOf({{job.callback, job.user}, 0, begin}, other);
+    if (!palette) return false;
+    if (palette->empty()) throw Refusal{DIB_ERROR_MISMATCH, quoted(name) + ": has no visible colours"};
+    return remapColors(job, std::move(*palette), static_cast<Dither>(job.arguments.word("dither")),
+                       visibleOf(job), begin);
 }
 
 constexpr Operation kOperations[] = {

@@ -8,16 +8,21 @@ namespace {
 
 constexpr const char* kArea = "Edge, relief and motion";
 
-constexpr Parameters kMotionBlur({integer("length", "number of samples", {1, kAnyInteger.max}, {}, "px"),
+// Sums of longer lines pass 32 bits.
+constexpr Bounds kLengths{1, 4096};
+// Work grows with the distance, also beyond the edges of a picture.
+constexpr Bounds kDistances{1, 1024};
+
+constexpr Parameters kMotionBlur({integer("length", "number of samples", kLengths, {}, "px"),
                                   angle("angle", "direction of the smear; 0 is to the right", "0"), wrap(),
                                   classic()});
 
 constexpr Parameters kEdge({wrap(), classic()});
 
-constexpr Parameters kEmboss(
-    {number("strength", "contrast of the relief", kAnyNumber, "1"),
-     integer("distance", "how far apart the samples lie", {1, kAnyInteger.max}, "1", "px"),
-     angle("angle", "direction in which rising brightness looks raised", "45"), wrap(), classic()});
+constexpr Parameters kEmboss({number("strength", "contrast of the relief", kAnyNumber, "1"),
+                              integer("distance", "how far apart the samples lie", kDistances, "1", "px"),
+                              angle("angle", "direction in which rising brightness looks raised", "45"),
+                              wrap(), classic()});
 
 constexpr Operation kOperations[] = {
     {{"motion-blur",

@@ -24,7 +24,7 @@ bool runSeeded(const Job& job) {
 constexpr Parameters kNoise({integer("amount", "largest offset of a channel", {0, kAnyInteger.max}), kSeed,
                              classic()});
 
-constexpr Parameters kColorNoise({color("color", "towards which pixels are pulled"),
+constexpr Parameters kColorNoise({color("color", "towards which pixels are pulled; its alpha does not count"),
                                   fraction("strength", "the furthest that a pixel is pulled"), kSeed,
                                   classic()});
 
@@ -39,7 +39,7 @@ constexpr Parameters kDiffuse({integer("radius", "how far away a pixel may be ta
 constexpr Operation kOperations[] = {
     {{"noise",
       kArea,
-      "Makes each pixel lighter or darker by chance.",
+      "Makes each pixel lighter or darker by chance; alpha stays.",
       "noise:20,seed=1",
       {"noise:20,seed=1", "noise:60,seed=1", "noise:160,seed=2"},
       kNoise,
@@ -50,7 +50,7 @@ constexpr Operation kOperations[] = {
      kNoiseTreatment},
     {{"color-noise",
       kArea,
-      "Pulls each pixel towards a colour by chance.",
+      "Pulls each pixel towards a colour by chance; alpha stays.",
       "color-noise:#ff8000,0.5,seed=1",
       {"color-noise:#ff8000,0.5,seed=1", "color-noise:#2050c0,90%,seed=1", "color-noise:#ffffff,0.7,seed=2"},
       kColorNoise,
@@ -61,7 +61,7 @@ constexpr Operation kOperations[] = {
      kColorTreatment},
     {{"diffuse",
       kArea,
-      "Takes each pixel from a random place around it.",
+      "Takes each pixel, with its alpha, from a random place around it.",
       "diffuse:3,seed=1",
       {"diffuse:2,seed=1", "diffuse:6,seed=1", "diffuse:20,wrap=xy,seed=2"},
       kDiffuse,

@@ -215,12 +215,6 @@ void bindImage(py::module_& module) {
 --
 
 The picture with 32 bits and the indices of another one, of 8 bits and the same size, as its alpha.)")
-        .def("copy",
-             [](const Image& self) {
-                 DibHandle copy = self.clone();
-                 if (!copy.hasPixels()) failWithoutMemory();
-                 return wrap(std::move(copy), self.origin);
-             })
         .def("__repr__", &describe);
     module.def("new", &blank, py::arg("width"), py::arg("height"), py::arg("bits") = 24,
                R"(new(width, height, bits=24)
@@ -230,6 +224,7 @@ A picture whose bytes are all 0, with the grey ramp as its palette.
 
 width, height: 1 or more
 bits: 1, 4, 8, 16, 24 or 32)");
+    bindPickling(image);
     bindArrays(module, image);
     bindLoad(module);
     bindSave(image);

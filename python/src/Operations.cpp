@@ -64,6 +64,16 @@ public:
         : parameter_(parameter), pictures_(pictures) {}
 
     std::string of(py::handle value) const {
+        if (parameter_.kind == DIB_PARAMETER_SIZE && PyUnicode_Check(value.ptr()) == 0 && !isPair(value))
+            throw py::type_error(std::string(parameter_.name) + " cannot be " +
+                                 py::repr(value).cast<std::string>() +
+                                 ": sizes are (width, height), '320x240' or '50%'");
+        return textOf(value);
+    }
+
+private:
+    static bool isPair(py::handle value) { return PySequence_Check(value.ptr()) != 0 && py::len(value) == 2; }
+    std::string textOf(py::handle value) const {
         if (parameter_.kind == DIB_PARAMETER_SWITCH && PyBool_Check(value.ptr()) != 0)
             return value.cast<bool>() ? "yes" : "no";
         if (PyUnicode_Check(value.ptr()) != 0)
@@ -83,8 +93,6 @@ public:
         throw py::type_error(std::string(parameter_.name) + " cannot be " +
                              py::repr(value).cast<std::string>());
     }
-
-private:
     bool ofPath() const { return parameter_.kind == DIB_PARAMETER_PATH; }
 
     static PyObject* checked(PyObject* object) {
@@ -107,7 +115,7 @@ private:
     }
     std::string joined(const py::sequence& values, const char* separator) const {
         std::string text;
-        for (const py::handle value : values) text += (text.empty() ? "" : separator) + of(value);
+        for (const py::handle value : values) text += (text.empty() ? "" : separator) + textOf(value);
         return text;
     }
 

@@ -1,6 +1,8 @@
 // Palette files (DibPalette.h).
 #include <DibPalette.h>
 
+#include <cstring>
+
 #include "python/src/Failure.h"
 #include "python/src/Image.h"
 #include "python/src/Places.h"
@@ -24,10 +26,24 @@ py::object openPalette(const py::object& given) {
     return wrap(std::move(image), Origin(record("Metadata")())).attr("palette");
 }
 
-void savePalette(const Image& image, const py::object& path, const std::optional<std::string>& format) {
+void savePalette(const Image& image, const py::object& target, const std::optional<std::string>& format) {
     DibFileResult result;
-    if (!DibSavePalette(encoded(path).c_str(), image.get(), format ? format->c_str() : nullptr, &result))
-        fail(result, path);
+    if (isPathToSave(target)) {
+        const char* name = format ? format->c_str() : nullptr;
+        if (!DibSavePalette(encoded(target).c_str(), image.get(), name, &result)) fail(result, target);
+        return;
+    }
+    DibBytes block;
+    const std::string name = format ? *format : formatOfStream(target);
+    if (!DibSavePaletteMemory(&block, image.get(), name.c_str(), &result)) fail(result, py::none());
+    Stream stream(target, "write");
+    const DibWriter writer = stream.writer();
+    const bool isWritten = writer.write(writer.context, block.data, block.size);
+    stream.rethrow();
+    if (isWritten) return;
+    result.code = DIB_ERROR_WRITE;
+    std::strcpy(result.reason, "the stream cannot be written");
+    fail(result, py::none());
 }
 
 }  // namespace
@@ -39,13 +55,13 @@ void bindPalettes(py::module_& module, py::class_<Image>& image) {
 The colours of a palette file of GIMP (.gpl), JASC (.pal) or Adobe (.act), as Image.palette has them.
 
 source: a path, the bytes of a file, or a binary file)");
-    image.def("save_palette", &savePalette, py::arg("path"), py::kw_only(), "format"_a = py::none(),
-              R"(save_palette(self, path, *, format=None)
+    image.def("save_palette", &savePalette, py::arg("target"), py::kw_only(), "format"_a = py::none(),
+              R"(save_palette(self, target, *, format=None)
 --
 
 Saves the palette of a picture of 1 to 8 bits as a file of its own, whole or not at all.
 
-path: its extension says the format
+target: a path, whose extension says the format, or a binary file
 format: 'gpl', 'pal' or 'act')");
 }
 

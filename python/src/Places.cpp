@@ -11,6 +11,24 @@ bool isPath(const py::object& place) {
     return py::isinstance<py::str>(place) || py::hasattr(place, "__fspath__");
 }
 
+bool isPathToSave(const py::object& target) {
+    const bool isOne = isPath(target);
+    if (!isOne && !py::hasattr(target, "write"))
+        throw py::type_error("pictures and palettes are saved to a path or a binary file, not to " +
+                             py::repr(target).cast<std::string>());
+    return isOne;
+}
+
+std::string formatOfStream(const py::object& stream) {
+    const py::object name = py::getattr(stream, "name", py::none());
+    if (py::isinstance<py::str>(name)) {
+        const auto text = name.cast<std::string>();
+        const std::size_t dot = text.rfind('.');
+        if (dot != std::string::npos) return text.substr(dot + 1);
+    }
+    throw py::type_error("format must be given: the file has no name that ends with one");
+}
+
 std::string wholeText(std::string text) {
     if (text.find('\0') != std::string::npos) throw py::value_error("a text cannot have a zero byte in it");
     return text;

@@ -16,6 +16,10 @@ namespace python {
 namespace py = pybind11;
 
 bool isPath(const py::object& place);
+// The same of a place to save to. Throws where it is neither a path nor a file.
+bool isPathToSave(const py::object& target);
+// The format of a stream: the extension of its name. Throws where it has none.
+std::string formatOfStream(const py::object& stream);
 // A text without zero bytes, where the library would end it; ValueError for others.
 std::string wholeText(std::string text);
 // A channel of a colour; nothing for anything else than a whole number from 0 to 255.

@@ -70,27 +70,13 @@ private:
     DibMetadata metadata_;
 };
 
-// The format of a stream: the extension of its name, when it has one.
-std::string formatOfStream(const py::object& stream) {
-    const py::object name = py::getattr(stream, "name", py::none());
-    if (py::isinstance<py::str>(name)) {
-        const auto text = name.cast<std::string>();
-        const std::size_t dot = text.rfind('.');
-        if (dot != std::string::npos) return text.substr(dot + 1);
-    }
-    throw py::type_error("format must be given: the file has no name that ends with one");
-}
-
 py::tuple save(const Image& image, const py::object& target, const std::optional<std::string>& format,
                const std::optional<int>& quality, int compression, bool isStrict, bool runLengths,
                const std::string& tiff, const py::object& metadata, bool keepsExisting,
                const py::object& progress) {
     SaveOptions given(image, format, quality, compression, isStrict, runLengths, tiff, metadata);
     given.setKeepsExisting(keepsExisting);
-    const bool toPath = isPath(target);
-    if (!toPath && !py::hasattr(target, "write"))
-        throw py::type_error("a picture is saved to a path or a binary file, not to " +
-                             py::repr(target).cast<std::string>());
+    const bool toPath = isPathToSave(target);
     if (!toPath && !format) given.setFormat(formatOfStream(target));
     const std::string path = toPath ? encoded(target) : std::string();
     const DibSaveOptions* options = given.get();

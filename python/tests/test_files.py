@@ -311,6 +311,18 @@ def test_palette_files(tmp_path):
         assert dibstream.open_palette(path.read_bytes()) == colors
         with open(path, "rb") as file:
             assert dibstream.open_palette(file) == colors
+        block = io.BytesIO()
+        image.save_palette(block, format=ending)
+        assert block.getvalue() == path.read_bytes()
+        with open(tmp_path / f"again.{ending}", "wb", buffering=0) as file:
+            image.save_palette(file)
+        assert (tmp_path / f"again.{ending}").read_bytes() == path.read_bytes()
+    with pytest.raises(TypeError, match="format must be given"):
+        image.save_palette(io.BytesIO())
+    with pytest.raises(TypeError, match="saved to a path or a binary file, not to 5"):
+        image.save_palette(5)
+    with pytest.raises(TypeError):
+        image.save_palette(io.StringIO(), format="gpl")
     image.save_palette(tmp_path / "colors", format="pal")
     assert (tmp_path / "colors").read_bytes().startswith(b"JASC-PAL")
 

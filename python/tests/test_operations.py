@@ -81,6 +81,10 @@ def test_pictures_as_second_pictures(picture, tmp_path):
 
 
 def test_wrong_calls(picture):
+    with pytest.raises(TypeError, match=r"size cannot be 320: sizes are \(width, height\), '320x240' or '50%'"):
+        picture.resize(320, 240)
+    with pytest.raises(TypeError, match=r"size cannot be \(320,\)"):
+        picture.resize((320,))
     with pytest.raises(TypeError, match=r"gaussian\(\) missing required argument 'radius'"):
         picture.gaussian()
     with pytest.raises(TypeError, match="unexpected keyword argument 'warp'; did you mean 'wrap'"):

@@ -111,7 +111,7 @@ TEST(OperationParsing, ValuesOutOfRangeAreRefused) {
         {"gaussian:300", "gaussian: radius: '300' is outside 0 to 255", "gaussian", "radius"},
         {"gaussian:255.001", "gaussian: radius: '255.001' is outside 0 to 255", "gaussian", "radius"},
         {"gaussian:-1", "gaussian: radius: '-1' is outside 0 to 255", "gaussian", "radius"},
-        {"median:23170", "median: radius: '23170' is outside 0 to 23169", "median", "radius"},
+        {"median:501", "median: radius: '501' is outside 0 to 500", "median", "radius"},
         {"blur:-1", "blur: radius: '-1' is outside 0 to 2147483647", "blur", "radius"},
         {"mosaic:0", "mosaic: size: '0' is outside 1 to 2147483647", "mosaic", "size"},
         {"noise:2147483648", "noise: amount: '2147483648' is outside 0 to 2147483647", "noise", "amount"},
@@ -122,12 +122,14 @@ TEST(OperationParsing, ValuesOutOfRangeAreRefused) {
          "fill"},
         {"resize:0x5", "resize: size: '0x5' is outside 1 to 2147483647", "resize", "size"},
         {"brighten:-0.5", "brighten: factor: '-0.5' is outside 0 to 1000000000", "brighten", "factor"},
-        {"motion-blur:0", "motion-blur: length: '0' is outside 1 to 2147483647", "motion-blur", "length"},
+        {"motion-blur:0", "motion-blur: length: '0' is outside 1 to 4096", "motion-blur", "length"},
+        {"motion-blur:4097", "motion-blur: length: '4097' is outside 1 to 4096", "motion-blur", "length"},
+        {"emboss:1,distance=1025", "emboss: distance: '1025' is outside 1 to 1024", "emboss", "distance"},
     };
     for (const Wrong& wrong : kCases) expectRefused(wrong, DibParseStep, 0);
     DibChain chain;
     EXPECT_TRUE(DibParseStep("gaussian:255", &chain));
-    EXPECT_TRUE(DibParseStep("median:23169", &chain));
+    EXPECT_TRUE(DibParseStep("median:500", &chain));
 }
 
 TEST(OperationParsing, TheRangeIsInTheResult) {

@@ -1,5 +1,6 @@
 // Progress and cancelling of every row of the table.
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <set>
 #include <string>
@@ -129,6 +130,64 @@ TEST(OperationProgress, OtherOperationsReportRows) {
     }
     for (const DibOperation* operation : all())
         EXPECT_NE(reporting.contains(operation->name), kAtOnce.contains(operation->name)) << operation->name;
+}
+
+// The step of a row's example with one of its numbers as small or as large as it may be.
+std::vector<std::string> extremesOf(const DibOperation& operation) {
+    std::vector<std::string> steps;
+    for (const DibParameter* parameter : DibList(operation.parameters)) {
+        if (parameter->kind != DIB_PARAMETER_INTEGER && parameter->kind != DIB_PARAMETER_NUMBER) continue;
+        for (const double value : {parameter->min, parameter->max}) {
+            DibChain chain;
+            EXPECT_TRUE(DibParseStep(operation.example, &chain));
+            std::string step = operation.name;
+            for (std::size_t i = 0; i < DibList(operation.parameters).size(); ++i) {
+                const DibParameter* each = operation.parameters[i];
+                char number[32];
+                std::snprintf(number, sizeof number, "%.15g", value);
+                step += (i == 0 ? ":" : ",") + std::string(each->name) + "=" +
+                        (each == parameter ? number : chain.steps[0].values[i]);
+            }
+            steps.push_back(step);
+        }
+    }
+    return steps;
+}
+
+// Work for each pixel that grew with a parameter would pass between two reports.
+TEST(OperationProgress, AtTheEndsOfRangesRowsAreReportedToo) {
+    int applied = 0;
+    for (const DibOperation* operation : all()) {
+        if (kAtOnce.contains(operation->name)) continue;
+        for (const std::string& step : extremesOf(*operation)) {
+            // A single block takes one pass over memory.
+            if (step.starts_with("mosaic:size=2147483647")) continue;
+            for (const int bitCount : {24, 32}) {
+                SCOPED_TRACE(step + " at " + std::to_string(bitCount));
+                const DibPtr image = randomImage(kWidth, kHeight, bitCount, 3);
+                ProgressLog log;
+                if (!apply(*image, step, log).isDone) continue;
+                ++applied;
+                const bool changesNothing = log.fractions.size() == 2;
+                EXPECT_TRUE(changesNothing || largestGap(log.fractions) <= 0.4F);
+            }
+        }
+    }
+    EXPECT_GE(applied, 100);
+}
+
+// Colours are counted, and the best are chosen, before the first row is written.
+TEST(OperationProgress, PalettesAreReportedBeforeTheirPixels) {
+    const auto reportsBefore = [](const char* step, float share) {
+        const DibPtr image = randomImage(kWidth, kHeight, 24, 3);
+        ProgressLog log;
+        EXPECT_TRUE(apply(*image, step, log).isDone) << step;
+        return std::ranges::count_if(log.fractions, [=](float done) { return done > 0 && done <= share; });
+    };
+    EXPECT_GE(reportsBefore("bpp:8,method=median", 0.5F), 2 + 64 + 255);  // passes, cells and cuts
+    EXPECT_GE(reportsBefore("bpp:4,method=median", 0.5F), 2 + 64 + 15);
+    EXPECT_GE(reportsBefore("colors:256", 2 / 3.0F), 240 + 255 + 1);  // rows, cuts and moves
+    EXPECT_GE(reportsBefore("colors:16,dither=none", 2 / 3.0F), 240 + 15 + 1);
 }
 
 }  // namespace

@@ -76,6 +76,52 @@ TEST_F(Montage, LabelsNameTheFiles) {
     EXPECT_EQ(run({"montage", "in.bmp", "--label-size=0", "sheet.bmp"}).exitCode, 2);
 }
 
+TEST_F(Montage, OfGreyPicturesIsGrey) {
+    EXPECT_EQ(run({"run", "in.bmp", "grey", "bpp:8", "g.bmp"}).errors, "");
+    DibStream sheet;
+    EXPECT_EQ(run({"montage", "g.bmp", "g.bmp", "--labels", "--tile=9x9", "sheet.bmp"}).errors, "");
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(sheet.Header->biBitCount, 8);
+    EXPECT_EQ(run({"montage", "g.bmp", "a.bmp", "sheet.bmp"}).errors, "");
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(sheet.Header->biBitCount, 32);
+}
+
+TEST_F(Montage, LabelsInTheLettersOfAFont) {
+    constexpr const char* kSans = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";  // fonts-dejavu-core
+    if (!std::filesystem::exists(kSans)) GTEST_SKIP() << kSans << " is not installed";
+    const std::vector<std::string> withFont = {"montage",      "in.bmp", "--labels", "--label-size=20",
+                                               "--label-font", kSans,    "sheet.bmp"};
+    EXPECT_EQ(run({"run", "in.bmp", "resize:90x40", "in.bmp"}).errors, "");
+    const Result made = run(withFont);
+    if (made.errors.find("without FreeType") != std::string::npos) GTEST_SKIP() << made.errors;
+    EXPECT_EQ(made.errors, "");
+    DibStream sheet;
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(sheet.Header->biWidth, 90);
+    EXPECT_GE(sheet.Header->biHeight, 40 + 20);
+    // Edges of these letters are grey, those of the built-in ones black or white.
+    const auto greysOf = [](DibStream& image) {
+        int greys = 0;
+        for (int y = 40; y < image.Header->biHeight; ++y) {
+            for (int x = 0; x < 90; ++x) {
+                const int level = image.Pixel(x, y)[1];
+                greys += level > 0 && level < 255 ? 1 : 0;
+            }
+        }
+        return greys;
+    };
+    EXPECT_GT(greysOf(sheet), 50);
+    EXPECT_EQ(run({"montage", "in.bmp", "--labels", "--label-size=20", "sheet.bmp"}).errors, "");
+    ASSERT_TRUE(sheet.LoadFromFile("sheet.bmp", DibStream::DIB_ACCEPT_ALL));
+    EXPECT_EQ(greysOf(sheet), 0);
+    const Result absent = run({"montage", "in.bmp", "--labels", "--label-font=none.ttf", "other.bmp"});
+    EXPECT_EQ(absent.exitCode, 1);
+    EXPECT_NE(absent.errors.find("dib: other.bmp: montage: "), std::string::npos) << absent.errors;
+    EXPECT_NE(absent.errors.find("none.ttf"), std::string::npos) << absent.errors;
+    EXPECT_FALSE(std::filesystem::exists("other.bmp"));
+}
+
 TEST_F(Montage, Mistakes) {
     EXPECT_EQ(run({"montage", "a.bmp"}).exitCode, 2);
     EXPECT_EQ(run({"montage", "absent.bmp", "sheet.bmp"}).exitCode, 3);

@@ -47,7 +47,7 @@ std::vector<DibHandle> loadTiles(const MontageJob& job, const std::vector<std::s
     for (const std::string& name : names) {
         tiles.emplace_back(new DibStream);
         loadPicture(InputFile(name), *tiles.back(), job.pictures, progress, notes);
-        apply(*tiles.back(), (job.tile.empty() ? "" : "fit:" + job.tile + " ") + "bpp:32", name);
+        if (!job.tile.empty()) apply(*tiles.back(), "fit:" + job.tile, name);
     }
     return tiles;
 }
