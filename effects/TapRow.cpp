@@ -3,11 +3,9 @@
 #include "effects/TapRow.h"
 
 #include <algorithm>
-#include <ranges>
 
 #include "dib/Bytes.h"
 #include "dib/Kernels.h"
-#include "dib/Numbers.h"
 
 namespace dib {
 
@@ -69,6 +67,20 @@ DIB_ALWAYS_INLINE void addOne(Channels<Depth::kChannels> products, std::uint32_t
     }
 }
 
+// The first pixel for which a rule does not hold that holds up to some pixel.
+template <class Rule>
+int partitionPoint(int first, int last, const Rule& holds) {
+    while (first < last) {
+        const int middle = first + (last - first) / 2;
+        if (holds(middle)) {
+            first = middle + 1;
+        } else {
+            last = middle;
+        }
+    }
+    return first;
+}
+
 }  // namespace
 
 template <class Whole, class Each>
@@ -113,12 +125,10 @@ void TapRow::addEach(int first, int last, float dx, float y, std::uint32_t weigh
     int beyond = last;
     if ((flags_ & DIB_WRAP_X) == 0) {
         // Positions never fall from pixel to pixel. Those outside are clamped to the first and last pixel.
-        const auto columns = std::views::iota(first, last);
         const auto isBefore = [dx](int x) { return !(positionOf(x) + dx > 0.0F); };
         const auto isInside = [&](int x) { return positionOf(x) + dx < source_.widthReal - 1.0F; };
-        inside = first + asInt(std::ranges::partition_point(columns, isBefore) - columns.begin());
-        beyond = first + asInt(std::ranges::partition_point(columns, isInside) - columns.begin());
-        beyond = std::max(beyond, inside);
+        inside = partitionPoint(first, last, isBefore);
+        beyond = partitionPoint(inside, last, isInside);
     }
     repeat(first, inside);
     for (int x = inside; x < beyond; ++x) addOne<Depth>(productsAt(x), sumsAt(x), 1);
