@@ -1,4 +1,13 @@
-// Reading BMP files: headers, colour table, colour profile, pixels.
+// Reading BMP files for the functions of DibFile.h. `DibStream::LoadFromFile` (dib/BmpFile.cpp) is a reader
+// of its own, which never changes. This one differs from it in that it
+// - takes the headers of OS/2 (12, 16 to 64 bytes), bitmaps without a file header, the first one of an array;
+// - reads pixels of 2 bits, run lengths of 4 and 24 bits, and run lengths from the top row down;
+// - scales channels of any width, at 16, 24 and 32 bits, whose masks are inside or after any header;
+// - keeps alpha where a mask is there for it, and leaves no compression in the image's header;
+// - opens JPEG and PNG files inside, by their signature;
+// - ends the palette where the pixels start, and shows indices without a palette as greys;
+// - keeps the resolution and the colour profile;
+// - refuses run lengths that end early, or keeps their rows on request.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,14 @@
-// ILBM for the functions of DibFile.h: what is read beside what the classic loader reads is in IlbmForm.cpp.
+// ILBM for the functions of DibFile.h; the chunks are read in IlbmForm.cpp. `LoadIFF` (Ilbm.cpp) is a
+// reader of its own, which never changes. This one differs from it in that it
+// - shows held (HAM) and half-bright colours, where `LoadIFF` gives plain indices;
+// - keeps the indices of 2 to 4 planes, where `LoadIFF` gives 0 and 15 only;
+// - leaves the pixels of 1 plane where they are, where `LoadIFF` rotates groups of eight;
+// - reads PBM files, and 32 planes with alpha;
+// - shows a mask plane as alpha, and on request the transparent colour;
+// - finds the chunk after one of odd length by its name, where `LoadIFF` takes none for padded;
+// - shows greys where there are no colours, and colours that come before the header;
+// - opens the first picture of a file, where `LoadIFF` ends with the last one;
+// - refuses real colours of other than eight planes each.
 #include <algorithm>
 
 #include "dib/ColorTable.h"

@@ -1,4 +1,10 @@
-// Reading the rows of PBM, PGM, PPM, PAM and PFM files, top row first but for PFM.
+// Reading PBM, PGM, PPM, PAM and PFM files for the functions of DibFile.h. `LoadPPM` (Ppm.cpp) is a
+// reader of its own, which never changes. This one differs from it in that it
+// - reads bitmaps (P1, P4), PAM (P7) with alpha or inks, and floats (PFM), whose rows begin at the bottom;
+// - takes blanks, line ends and comments anywhere in the header, where `LoadPPM` has three lines;
+// - scales every largest value to 255, where `LoadPPM` stores samples as they are;
+// - reads binary samples of 16 bits;
+// - notes samples above the largest value.
 #include <algorithm>
 #include <bit>
 #include <cmath>

@@ -1,5 +1,14 @@
-// Reading TGA files as other programs show them: every kind of colour map, grey with alpha, pixels from right
-// to left, and alpha where the file says that there is some. The picture keeps the row order of the file.
+// Reading TGA files for the functions of DibFile.h, as other programs show them. `LoadTGA` (Tga.cpp) is
+// a reader of its own, which never changes. This one differs from it in that it
+// - counts the indices of a colour map from its first one, where `LoadTGA` counts from 0;
+// - reads maps of 15 and 16 bits, indices of 16 bits, and run lengths with maps of 32 bits;
+// - reads grey in run lengths, of 1 bit, and of 16 bits with alpha, and pixels of 15 bits;
+// - turns rows that are stored from right to left;
+// - keeps the row order of packed pictures, too, where `LoadTGA` makes them bottom-up;
+// - has alpha only where the header or the footer says so, and divides colours that were multiplied by it;
+// - skips maps beside true colour whatever their entries are;
+// - takes sizes up to 65535, where those of `LoadTGA` have a sign;
+// - opens the thumbnail as level 1.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

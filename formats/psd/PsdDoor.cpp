@@ -1,5 +1,12 @@
-// PSD documents for the functions of DibFile.h: the merged picture, one layer or a mask, in the colours that
-// people see.
+// PSD documents for the functions of DibFile.h: the merged picture, one layer or a mask. `DibPSDLoader` and
+// `LoadPSD` are a reader of their own, which never changes. This one differs from it in that it
+// - reads large documents, Lab, duotone (in grey) and multichannel, and ZIP with and without prediction;
+// - shows CMYK and grey with transparency in colour, where `LoadPSD` keeps inks in the bytes of a pixel;
+// - shows floats by the curve of sRGB, where `LoadPSD` uses the power 1/2.2;
+// - tells transparency from other channels, and takes white from half-transparent colours that have it;
+// - takes PackBits rows with fill at their end, and layers that count fill which is not there;
+// - has layers of 16 and 32 bits, both masks with their rectangles, groups and Unicode names;
+// - refuses what ends early, or keeps the rows on request, where `LoadPSD` leaves white.
 #include <DibCodec.h>
 
 #include <algorithm>
