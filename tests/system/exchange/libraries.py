@@ -48,14 +48,14 @@ def opencv_write(kind, picture, path, depth="uint8", parameters=()):
         raise ValueError("imwrite")
 
 
-def openimageio_write(kind, picture, path, depth="uint8", tile=0, **attributes):
+def openimageio_write(kind, picture, path, depth="uint8", tile=0, multiplied=False, **attributes):
     import OpenImageIO
     import numpy
     count = len(CHANNELS.get(kind, "RGB"))
     layout = OpenImageIO.ImageSpec(WIDTH, HEIGHT, count, depth)
     if count in (2, 4):
         layout.alpha_channel = count - 1
-        layout.attribute("oiio:UnassociatedAlpha", 1)
+        layout.attribute("oiio:UnassociatedAlpha", 0 if multiplied else 1)
     if tile:
         layout.tile_width = layout.tile_height = tile
     for name, value in attributes.items():
@@ -63,6 +63,9 @@ def openimageio_write(kind, picture, path, depth="uint8", tile=0, **attributes):
             layout.attribute(name.replace("_", ":", 1), value)
     out = OpenImageIO.ImageOutput.create(str(path))
     pixels = numpy.frombuffer(samples_of(kind, picture), numpy.uint8).reshape(HEIGHT, WIDTH, count)
+    if multiplied:  # by alpha, in floats: bytes of dark colours would not come back
+        pixels = pixels.astype(numpy.float32) / 255
+        pixels[:, :, :-1] *= pixels[:, :, -1:]
     if out is None or not out.open(str(path), layout) or not out.write_image(pixels) or not out.close():
         raise ValueError(OpenImageIO.geterror() or "write_image")
 
