@@ -405,6 +405,19 @@ def overview(outcomes):
     return table(["format", "files", "opened by another program", "of these opened", "right", "otherwise", "refused", "right", "right or explained"], rows)
 
 
+def sentence(outcomes):
+    """The numbers behind the last column of the overview, in plain words."""
+    numbers = []
+    for format in FORMATS:
+        opened = [outcome for outcome in outcomes if outcome.format == format and outcome.is_opened]
+        right = sum(outcome.dib == "right" for outcome in opened)
+        explained = sum(outcome.dib != "right" and reason_of(outcome) != "" for outcome in opened)
+        if opened:
+            numbers.append(f"{format} {len(opened)} / {right} / {explained}")
+    return "The last column counts explained files beside right ones; opened by another program / right / explained are " + \
+        ", ".join(numbers) + "."
+
+
 def by_program(outcomes):
     rows = []
     for format in FORMATS:
@@ -440,6 +453,8 @@ has the size of that one and no sample differs by more than 1 of 255;
 programs may show a file otherwise than it says.
 
 {overview(outcomes)}
+{sentence(outcomes)}
+
 ## Each program
 
 Right / wrong pictures of the files that any program but `dib` opens. A program that alone opens a file counts as right.
