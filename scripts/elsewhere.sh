@@ -31,8 +31,8 @@ jobs="${JOBS:-$(nproc)}"
 # Libraries that consist of headers serve every machine.
 copyHeaders() {
     mkdir -p "$root/share/cmake" "$root/include"
-    cp -r /usr/include/nlohmann "$root/include/"
-    cp -r /usr/share/cmake/nlohmann_json "$root/share/cmake/"
+    cp -r /usr/include/{nlohmann,CLI} "$root/include/"
+    cp -r /usr/share/cmake/{nlohmann_json,CLI11} "$root/share/cmake/"
 }
 
 # Downloads the packages for the target with everything that they need, the C library included, and unpacks them.

@@ -152,7 +152,7 @@ std::vector<std::string> filesOf(const std::string& folder) {
     std::vector<std::string> files;
     for (fs::directory_iterator entry(folder, error), end; entry != end; entry.increment(error)) {
         std::error_code none;
-        if (entry->is_regular_file(none)) files.push_back(entry->path());
+        if (entry->is_regular_file(none)) files.push_back(entry->path().string());
         stopIfCancelled();
     }
     if (error) throw Failure(kExitBadInput, folder + ": load: the folder cannot be read: " + error.message());

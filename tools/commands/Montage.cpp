@@ -91,7 +91,8 @@ void makeMontage(const MontageJob& job) {
     requireWritable(output, job.pictures.save.keepsExisting);
     batch::Inputs inputs;
     for (std::size_t i = 0; i + 1 < job.words.size(); ++i) addInput(inputs, "montage", job.words[i]);
-    const std::vector<std::string> names(inputs.files().begin(), inputs.files().end());
+    std::vector<std::string> names;
+    for (const std::filesystem::path& file : inputs.files()) names.push_back(file.string());
     Notes notes(job.pictures);
     Progress progress(names.size() + 2, job.showsProgress);
     const std::vector<DibHandle> tiles = loadTiles(job, names, progress, notes);

@@ -41,7 +41,7 @@ std::string extensionSuggestion(const std::string& fileName) {
         for (const char* extension : DibList(format->extensions))
             extensions.push_back("." + std::string(extension));
     }
-    return suggestion(CLI::detail::to_lower(std::filesystem::path(fileName).extension()), extensions,
+    return suggestion(CLI::detail::to_lower(std::filesystem::path(fileName).extension().string()), extensions,
                       "; use --to");
 }
 
