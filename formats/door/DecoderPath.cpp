@@ -22,14 +22,14 @@ bool copyTo(const std::string& path, ByteReader& from) {
 
 }  // namespace
 
-DecoderPath::DecoderPath(ReadRequest& request) {
-    if (request.path != nullptr) {
-        path_ = request.path;
+DecoderPath::DecoderPath(ByteReader& file, const char* path, DibFileResult& result) {
+    if (path != nullptr) {
+        path_ = path;
         return;
     }
     errno = 0;
     copy_.emplace();
-    if (copy_->exists() && copyTo(copy_->path(), request.file)) {
+    if (copy_->exists() && copyTo(copy_->path(), file)) {
         path_ = copy_->path();
         return;
     }
@@ -37,7 +37,7 @@ DecoderPath::DecoderPath(ReadRequest& request) {
     constexpr std::size_t kLongestFolder = 120;
     const std::string what = "no temporary copy can be made in " +
                              files::temporaryFolder().substr(0, kLongestFolder) + ", which TMPDIR chooses";
-    refuseForSystem(request.result, DIB_ERROR_WRITE, what.c_str(), why);
+    refuseForSystem(result, DIB_ERROR_WRITE, what.c_str(), why);
 }
 
 }  // namespace formats

@@ -12,8 +12,9 @@ namespace formats {
 
 class DecoderPath {
 public:
-    // The path of the file, or that of a copy. May throw std::bad_alloc.
-    explicit DecoderPath(ReadRequest& request);
+    // The path of the file, or where that is null, of a copy. May throw std::bad_alloc.
+    DecoderPath(ByteReader& file, const char* path, DibFileResult& result);
+    explicit DecoderPath(ReadRequest& request) : DecoderPath(request.file, request.path, request.result) {}
     // UTF-8. Null with the reason in the result when no copy could be made.
     const char* get() const { return path_.empty() ? nullptr : path_.c_str(); }
 

@@ -63,7 +63,7 @@ public:
         width_ = width;
         indexed_ = indexedOf(format);
         if (indexed_ != nullptr && !indexed_->isGrey && !takePalette()) indexed_ = nullptr;
-        const unsigned bits = indexed_ != nullptr ? 8 : isOpaque(format) ? 24 : 32;
+        const unsigned bits = indexed_ != nullptr ? 8 : isOpaque(format) && !hasClearColors_ ? 24 : 32;
         layout = {.width = width,
                   .height = height,
                   .bitsPerComponent = 8,
@@ -137,16 +137,17 @@ private:
         }
     }
 
-    // False when there is none, or a colour of it is transparent.
+    // False when there is none, or a colour of it is transparent, which indices cannot say.
     bool takePalette() {
         ComPtr<IWICPalette> palette;
         BOOL hasAlpha = FALSE;
         WICColor colors[kMostColors];
         UINT count = 0;
         if (FAILED(factory_->CreatePalette(palette.out())) || FAILED(frame_->CopyPalette(palette.get())) ||
-            FAILED(palette->HasAlpha(&hasAlpha)) || hasAlpha != FALSE ||
-            FAILED(palette->GetColors(kMostColors, colors, &count)))
+            FAILED(palette->HasAlpha(&hasAlpha)) || FAILED(palette->GetColors(kMostColors, colors, &count)))
             return false;
+        hasClearColors_ = hasAlpha != FALSE;
+        if (hasClearColors_) return false;
         for (UINT i = 0; i < std::min<UINT>(count, kMostColors); ++i)
             addColor(colors[i] >> 16 & 0xFF, colors[i] >> 8 & 0xFF, colors[i] & 0xFF);
         return colorCount_ > 0;
@@ -157,6 +158,7 @@ private:
     ComPtr<IWICBitmapFrameDecode> frame_;
     ComPtr<IWICFormatConverter> converter_;
     const Indexed* indexed_ = nullptr;
+    bool hasClearColors_ = false;  // of the palette
     std::size_t width_ = 0;
     std::size_t rowBytes_ = 0;
     int nextRow_ = 0;

@@ -8,6 +8,8 @@
 #include "dib/Raster.h"
 #include "formats/FileRows.h"
 #include "formats/PlatformFormats.h"
+#include "formats/door/DecoderPath.h"
+#include "formats/windows/WindowsDecoder.h"
 #include "formats/windows/WindowsEncoder.h"
 
 namespace formats {
@@ -82,6 +84,22 @@ bool write(WriteRequest& request) {
            });
 }
 
+// The component decodes files of any kind from paths alone.
+bool probe(ProbeRequest& request) {
+    DibFileResult unheard;  // a load tells the reason
+    const DecoderPath path(request.file, request.path, unheard);
+    const std::unique_ptr<BitmapDecoder> decoder =
+        path.get() != nullptr ? openByImagingComponent(path.get()) : nullptr;
+    BitmapLayout layout;
+    if (decoder == nullptr || !decoder->readLayout(layout)) return false;
+    request.info.width = dib::asInt(layout.width);
+    request.info.height = dib::asInt(layout.height);
+    request.info.bitCount = dib::asInt(layout.bitsPerPixel);
+    request.info.hasAlpha = layout.bitsPerPixel == 32;
+    if (layout.bitsPerPixel == 8) request.info.paletteSize = dib::asInt(decoder->readColors().count);
+    return true;
+}
+
 template <DibCocoaFileType type>
 bool losses(LossRequest& request) {
     noteDepth(request, hasAlpha(request.image, type) ? 32 : 24);
@@ -105,6 +123,7 @@ constinit const FileFormat kPngFormat = {
     .recognizes = platform::isPng,
     .load = LoadPNG,
     .save = SavePNG,
+    .probe = probe,
     .losses = losses<DibCocoaUtil::DIB_COCOA_PNG>,
     .write = write<DibCocoaUtil::DIB_COCOA_PNG>,
     .diagnose = diagnosePng,
@@ -121,6 +140,7 @@ constinit const FileFormat kJpegFormat = {
     .recognizes = platform::isJpeg,
     .load = LoadJPEG,
     .save = SaveJPEG,
+    .probe = probe,
     .losses = losses<DibCocoaUtil::DIB_COCOA_JPEG>,
     .write = write<DibCocoaUtil::DIB_COCOA_JPEG>,
     .diagnose = diagnoseJpeg,
@@ -136,6 +156,7 @@ constinit const FileFormat kTiffFormat = {
     .recognizes = platform::isTiff,
     .load = LoadTIFF,
     .save = SaveTIFF,
+    .probe = probe,
     .losses = losses<DibCocoaUtil::DIB_COCOA_TIFF>,
     .write = write<DibCocoaUtil::DIB_COCOA_TIFF>,
     .diagnose = diagnoseTiff,

@@ -69,6 +69,7 @@ std::string operandText(const CLI::App& command) {
 void declareCommands(CLI::App& app) {
     app.set_version_flag("--version", "dib " DIB_TOOL_VERSION);
     app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // "/pictures/a.png" is a path everywhere
     for (const Command& row : commands()) {
         CLI::App* command = app.add_subcommand(row.name, row.help);
         if (row.operands != nullptr) command->formatter(std::make_shared<ListFormatter>(row.operands));
