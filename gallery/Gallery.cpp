@@ -18,6 +18,7 @@
 
 #include "gallery/Page.h"
 #include "texts/Tables.h"
+#include "vexlibs/NativePath.h"
 
 namespace gallery {
 
@@ -113,7 +114,7 @@ public:
     void make(const std::string& title) {
         fit(input_, options_.longerSide, title);
         std::error_code error;
-        std::filesystem::create_directory(pathOf(kPictureFolder), error);
+        std::filesystem::create_directory(vexlibs::pathOf(pathOf(kPictureFolder)), error);
         save(*input_, kInput);
         DibHandle other(new DibStream);
         paintOther(*other);
@@ -123,7 +124,7 @@ public:
         addTile(input_.clone(), "original");
         for (const DibOperation* operation : texts::operations()) render(*operation, page);
         save(*contactSheet(), "contact-sheet.jpg");
-        std::ofstream file(pathOf("index.html"), std::ios::binary);
+        std::ofstream file(vexlibs::pathOf(pathOf("index.html")), std::ios::binary);
         file << page.text(options_.version);
         file.close();
         if (!file) throw NotWritten(shownFolder_ + "/index.html: save: the file cannot be written");
@@ -145,7 +146,7 @@ private:
     ShownPicture show(const DibHandle& image, const std::string& name) {
         const std::string picture = std::string(kPictureFolder) + "/" + name + ".png";
         save(*image, picture);
-        std::ifstream file(pathOf(picture), std::ios::binary);
+        std::ifstream file(vexlibs::pathOf(pathOf(picture)), std::ios::binary);
         std::ostringstream bytes;
         bytes << file.rdbuf();
         return {bytes.str(), image.width(), image.height(), image.bitCount()};

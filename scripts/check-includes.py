@@ -23,10 +23,10 @@ ALLOWED = {
     "operations": {"include", "vexlibs", "dib", "geometry", "effects"},
     # Lists of files and processes for the program: nothing about pictures.
     "batch": {"files", "vexlibs"},
-    # Applications of the installed headers.
+    # Applications of the installed headers, and of the header for UTF-8 paths.
     "texts": {"include"},
-    "gallery": {"include", "texts"},
-    "tools": {"include", "files", "batch", "texts", "gallery"},
+    "gallery": {"include", "vexlibs", "texts"},
+    "tools": {"include", "vexlibs", "files", "batch", "texts", "gallery"},
     "python": {"include"},
 }
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Builds the library for another kind of machine and runs it there under an emulator: the digest of every operation,
-# with "suite" the tests that can run under it, and with "package" (Windows) the zip file and a program built against it.
-# usage: scripts/elsewhere.sh arm64|i386|windows [digest|suite|package]
+# with "suite" the tests that can run under it, and for Windows with "tool" the program dib beside the one of this machine,
+# with "package" the zip file and a program built against it.
+# usage: scripts/elsewhere.sh arm64|i386|windows [digest|suite|tool|package]
 #
 # The libraries of the other machine are unpacked into build/elsewhere/<target>/root. The package database of this
 # machine learns nothing of them. JOBS is the number of compilers that run at once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-target="${1:?usage: elsewhere.sh arm64|i386|windows [digest|suite|package]}"
+target="${1:?usage: elsewhere.sh arm64|i386|windows [digest|suite|tool|package]}"
 what="${2:-digest}"
 libraries=(libdeflate-dev libgtest-dev libjpeg62-turbo-dev libpng-dev libtiff-dev nlohmann-json3-dev zlib1g-dev)
 case "$target" in
@@ -18,6 +19,7 @@ case "$target" in
         export DIGEST_EXCEPT='load damaged tim 8 '
         ;;
     windows)
+        triplet=none
         # Every level of kernels runs under Wine, as it is no emulator. Its C library has a rand() of its own.
         export DIGEST_LEVELS="0 1 2" DIGEST_EXCEPT=' rand '
         ;;
@@ -75,13 +77,13 @@ case "$what" in
         cmake --build --preset "$target" --parallel "$jobs"
         ctest --preset "$target" --parallel "$jobs"
         ;;
-    package)
-        [ "$target" = windows ] || { echo "elsewhere.sh: packages of this kind are for windows" >&2; exit 2; }
-        cmake --build --preset "$target" --parallel "$jobs" --target dibstream
+    tool | package)
+        [ "$target" = windows ] || { echo "elsewhere.sh: $what is for windows" >&2; exit 2; }
+        cmake --build --preset "$target" --parallel "$jobs" --target dibstream dib plugin_dds
         # What it writes is compared with what the same sources write here.
         env -u PKG_CONFIG_SYSROOT_DIR -u PKG_CONFIG_LIBDIR cmake --preset dev
         cmake --build --preset dev --parallel "$jobs" --target dib make_sample_picture
-        bash tests/system/windows-package.sh "$PWD" "$PWD/build/$target" "$PWD/build/dev" "$top/package"
+        bash "tests/system/windows-$what.sh" "$PWD" "$PWD/build/$target" "$PWD/build/dev" "$top/$what"
         ;;
-    *) echo "elsewhere.sh: $what is not digest, suite or package" >&2; exit 2 ;;
+    *) echo "elsewhere.sh: $what is not digest, suite, tool or package" >&2; exit 2 ;;
 esac

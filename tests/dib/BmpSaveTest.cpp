@@ -257,7 +257,7 @@ TEST(BmpSave, FilesThatCannotBeWritten) {
 
 TEST(BmpSave, PathsInUtf8AndWide) {
     const auto image = testing_support::randomImage(5, 5, 24, 2);
-    const wchar_t* names[] = {L"/plain.bmp", L"/\x00E4\x3042\x1F600.bmp", L"/broken\xDCFF.bmp"};
+    const wchar_t* names[] = {L"/plain.bmp", L"/\x00E4\x3042\U0001F600.bmp", L"/broken\xDCFF.bmp"};
     for (const wchar_t* name : names) {
         const std::wstring wide =
             std::wstring(VexString::fromUtf8String(temporaryPath().c_str()).c_str()) + name;

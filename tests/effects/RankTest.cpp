@@ -330,8 +330,8 @@ TEST(Rank, ASingleBrightPixel) {
         EXPECT_TRUE(DibEffectBrightMax(nullptr, nullptr, image.get(), 1, 0));
         for (int y = 0; y < 5; ++y) {
             for (int x = 0; x < 5; ++x) {
-                const bool near = x >= 1 && x <= 3 && y >= 1 && y <= 3;
-                EXPECT_EQ(pixelValue(*image, x, y) & 0xFFFFFF, near ? bright : 0U);
+                const bool isNear = x >= 1 && x <= 3 && y >= 1 && y <= 3;
+                EXPECT_EQ(pixelValue(*image, x, y) & 0xFFFFFF, isNear ? bright : 0U);
             }
         }
         EXPECT_TRUE(DibEffectBrightMiddle(nullptr, nullptr, middle.get(), 1, 0));

@@ -117,6 +117,7 @@ TEST(ByteReader, SeeksAnywhereButBackwardsInPipes) {
 }
 
 TEST(ByteReader, TheSizeIsKnownOfFilesAndMemory) {
+    NEEDS_CALL_STREAMS();
     const Bytes bytes = counting(100);
     const ByteReader memory(bytes.data(), bytes.size());
     EXPECT_EQ(ByteReader(bytes.data(), bytes.size()).size(), 100);

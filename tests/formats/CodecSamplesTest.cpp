@@ -34,7 +34,7 @@ void forEverySample(const char* format, PathLoader load, const std::function<voi
         SCOPED_TRACE(sample.path.string());
         ::testing::internal::CaptureStderr();
         DibStream image;
-        const bool loaded = load(sample.path.c_str(), &image, nullptr, nullptr);
+        const bool loaded = load(sample.path.string().c_str(), &image, nullptr, nullptr);
         ::testing::internal::GetCapturedStderr();
         if (loaded) {
             EXPECT_NE(image.Header, nullptr);
@@ -101,11 +101,11 @@ TEST(CodecSamples, TgaAsPng) {
         if (sample.path.parent_path().filename() != "common") continue;
         SCOPED_TRACE(sample.path.string());
         DibStream image;
-        if (!LoadTGA(sample.path.c_str(), &image, nullptr, nullptr)) continue;
+        if (!LoadTGA(sample.path.string().c_str(), &image, nullptr, nullptr)) continue;
         const std::string name = sample.path.filename().string();
         const std::string shown = name.substr(0, name.find('_', name.find('_') + 1)) + ".png";
         DibStream expected;
-        ASSERT_TRUE(LoadPNG((pictures / shown).c_str(), &expected, nullptr, nullptr));
+        ASSERT_TRUE(LoadPNG((pictures / shown).string().c_str(), &expected, nullptr, nullptr));
         EXPECT_TRUE(samePicture(pictureOf(image), pictureOf(expected)));
         for (int i = 0; image.Header->biBitCount == 32 && i < 200 * 32; ++i) {
             ASSERT_EQ(image.Pixel(i % 200, i / 200)[3], expected.Pixel(i % 200, i / 200)[3]) << i;
@@ -201,10 +201,10 @@ TEST(CodecSamples, HdrPacketsAndFlatPixelsShowTheSame) {
     const std::filesystem::path folder = testing_support::samplesFolder() / "gen" / "files";
     if (!std::filesystem::exists(folder / "hdr-flat-67x45.hdr")) GTEST_SKIP() << "no sample files";
     DibStream flat;
-    ASSERT_TRUE(loadHdr((folder / "hdr-flat-67x45.hdr").c_str(), &flat, nullptr, nullptr));
+    ASSERT_TRUE(loadHdr((folder / "hdr-flat-67x45.hdr").string().c_str(), &flat, nullptr, nullptr));
     for (const char* name : {"hdr-rgbe-magic.hdr", "hdr-orient-mYpX.hdr"}) {
         DibStream packed;
-        ASSERT_TRUE(loadHdr((folder / name).c_str(), &packed, nullptr, nullptr)) << name;
+        ASSERT_TRUE(loadHdr((folder / name).string().c_str(), &packed, nullptr, nullptr)) << name;
         EXPECT_TRUE(samePicture(pictureOf(packed), pictureOf(flat))) << name;
     }
 }

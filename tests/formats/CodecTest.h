@@ -162,24 +162,28 @@ inline int failEverySave(testing_support::Size size, int bitCount,
         });
 }
 
+// Ends a test where the system has no streams of calls.
+#define NEEDS_CALL_STREAMS() \
+    if (!testing_support::hasCallStreams()) GTEST_SKIP() << "the C library has no streams of calls"
+
 // A stream without end: the same bytes again and again after a good beginning.
 struct EndlessStream {
     std::string start;
     std::string repeated;
     std::size_t position = 0;
 
-    // Valid as long as this object.
+    // Valid as long as this object; null where the system has no such streams.
     dib::FilePtr open() {
-        const auto read = [](void* cookie, char* out, std::size_t bytes) -> ssize_t {
+        const auto read = [](void* cookie, char* out, std::size_t bytes) -> std::ptrdiff_t {
             auto& stream = *static_cast<EndlessStream*>(cookie);
             for (std::size_t i = 0; i < bytes; ++i, ++stream.position) {
                 out[i] = stream.position < stream.start.size()
                              ? stream.start[stream.position]
                              : stream.repeated[stream.position % stream.repeated.size()];
             }
-            return static_cast<ssize_t>(bytes);
+            return static_cast<std::ptrdiff_t>(bytes);
         };
-        return dib::FilePtr(fopencookie(this, "rb", {read, nullptr, nullptr, nullptr}));
+        return dib::FilePtr(testing_support::openCalls(this, read));
     }
 };
 

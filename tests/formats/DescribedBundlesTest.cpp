@@ -10,6 +10,7 @@
 #include "formats/Bundles.h"
 #include "tests/formats/DoorCodecTest.h"
 #include "tests/support/Paths.h"
+#include "tests/support/System.h"
 
 namespace codec_test {
 namespace {
@@ -29,13 +30,13 @@ protected:
             (std::string("described.") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(folder_);
         behave("");
-        setenv("DIB_TEST_DESCRIBED", "0", 1);
+        testing_support::setVariable("DIB_TEST_DESCRIBED", "0");
     }
     void TearDown() override {
         DibStream::SetDllFilePath("");
         fs::remove_all(folder_);
     }
-    static void behave(const std::string& words) { setenv("DIB_TEST_BUNDLE", words.c_str(), 1); }
+    static void behave(const std::string& words) { testing_support::setVariable("DIB_TEST_BUNDLE", words); }
     static int described() { return std::atoi(std::getenv("DIB_TEST_DESCRIBED")); }
 
     // Makes a new folder with the bundle the folder of plug-ins; returns the bundle's path.
@@ -44,7 +45,7 @@ protected:
         fs::create_directories(folder);
         fs::copy_file(fs::path(testing_support::testBundles()) / "described", folder / bundle);
         DibStream::SetDllFilePath(folder.c_str());
-        return folder / bundle;
+        return (folder / bundle).string();
     }
 
 private:

@@ -100,6 +100,7 @@ struct Endless {
 };
 
 TEST(DoorLoad, EndlessStreamsOfNoFormatAreRefusedAtOnce) {
+    NEEDS_CALL_STREAMS();
     const char* const accepted[] = {"png", nullptr};
     DibLoadOptions onlyPng = named("x.tga");
     onlyPng.formats = accepted;
@@ -261,20 +262,19 @@ struct Failing {
         if (part == 0) errno = why;
         return part;
     }
-    static ssize_t readCookie(void* context, char* out, std::size_t count) {
+    static std::ptrdiff_t readCookie(void* context, char* out, std::size_t count) {
         const std::size_t part = static_cast<Failing*>(context)->next(out, count);
-        return part > 0 ? static_cast<ssize_t>(part) : -1;
+        return part > 0 ? static_cast<std::ptrdiff_t>(part) : -1;
     }
     static std::size_t read(void* context, void* out, std::size_t count) {
         const std::size_t part = static_cast<Failing*>(context)->next(out, count);
         return part > 0 ? part : DibReader::kFailed;
     }
-    dib::FilePtr open() {
-        return dib::FilePtr(fopencookie(this, "rb", {readCookie, nullptr, nullptr, nullptr}));
-    }
+    dib::FilePtr open() { return dib::FilePtr(testing_support::openCalls(this, readCookie)); }
 };
 
 TEST(DoorLoad, AFailedReadIsNotTheEndOfTheFile) {
+    NEEDS_CALL_STREAMS();
     DibFileResult result;
     const auto expect = [&](bool isLoaded, const char* reason) {
         EXPECT_FALSE(isLoaded);

@@ -115,10 +115,10 @@ TEST_F(DoorProbe, PathsFailAsInALoad) {
         const std::string extension = "." + std::string(format->extensions[0]);
         const TemporaryFile empty(extension, Bytes());
         EXPECT_EQ(saidOf(empty.path()), "4 the file is empty");
-        EXPECT_EQ(saidOf(folder / ("absent" + extension)),
+        EXPECT_EQ(saidOf((folder / ("absent" + extension)).string()),
                   "3 the file cannot be opened: No such file or directory");
         fs::create_directory(folder / ("folder" + extension));
-        EXPECT_EQ(saidOf(folder / ("folder" + extension)), "4 this is a folder, not a file");
+        EXPECT_EQ(saidOf((folder / ("folder" + extension)).string()), "4 this is a folder, not a file");
     }
     fs::remove_all(folder);
 }

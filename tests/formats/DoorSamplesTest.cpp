@@ -20,9 +20,9 @@ void expectSamples(const char* name, int fewestWithPicture, const std::set<std::
         DibStream image;
         DibFileResult result;
         DibFileInfo info;
-        const bool isLoaded = DibLoadFile(sample.path.c_str(), &image, nullptr, &result);
+        const bool isLoaded = DibLoadFile(sample.path.string().c_str(), &image, nullptr, &result);
         EXPECT_EQ(isLoaded, result.reason[0] == '\0');
-        const bool isProbed = DibProbeFile(sample.path.c_str(), &info);
+        const bool isProbed = DibProbeFile(sample.path.string().c_str(), &info);
         if (isLoaded) {
             EXPECT_TRUE(isProbed);
             EXPECT_EQ(info.width, image.Header->biWidth);
@@ -32,7 +32,7 @@ void expectSamples(const char* name, int fewestWithPicture, const std::set<std::
         }
         const auto expected = expectedPicture(sample);
         if (!expected) continue;
-        EXPECT_EQ(isLoaded, !refused.contains(sample.path.filename())) << result.reason;
+        EXPECT_EQ(isLoaded, !refused.contains(sample.path.filename().string())) << result.reason;
         if (!isLoaded) continue;
         EXPECT_TRUE(samePicture(pictureOf(image), *expected, 1));
         ++compared;

@@ -292,6 +292,7 @@ TEST(TgaLoad, ShortDataKeepsTheRowsBefore) {
 }
 
 TEST(TgaLoad, PipesAreReadForward) {
+    NEEDS_CALL_STREAMS();
     const Bytes file = tga({2, 2, 1, 24, 0, 1, 2, 32, 5}, joined(counting(8, 90), counting(6)));
     EndlessStream stream{{file.begin(), file.end()}, "x"};
     DibStream image;

@@ -61,8 +61,8 @@ TEST(ClipCut, NegativeOriginReadsTheBytesBeforeAndZerosOutside) {
     EXPECT_EQ(testing_support::pixelBytes(*left), (std::vector<unsigned char>{3, 4, 5, 6, 0, 0, 1, 2}));
     const DibPtr above(dib->ClipClone(0, -1, 4, 2));
     EXPECT_EQ(testing_support::pixelBytes(*above), (std::vector<unsigned char>{1, 2, 3, 4, 0, 0, 0, 0}));
-    const DibPtr far(dib->ClipClone(INT_MIN, INT_MIN, 4, 2));
-    EXPECT_EQ(testing_support::pixelBytes(*far), std::vector<unsigned char>(8, 0));
+    const DibPtr outside(dib->ClipClone(INT_MIN, INT_MIN, 4, 2));
+    EXPECT_EQ(testing_support::pixelBytes(*outside), std::vector<unsigned char>(8, 0));
 }
 
 TEST(ClipCut, NegativeOriginAtFourBits) {

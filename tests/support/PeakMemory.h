@@ -2,7 +2,9 @@
 #ifndef TESTS_SUPPORT_PEAK_MEMORY_H
 #define TESTS_SUPPORT_PEAK_MEMORY_H
 
+#ifdef __linux__
 #include <malloc.h>
+#endif
 
 #include <cstddef>
 #include <fstream>
@@ -12,8 +14,12 @@
 
 namespace testing_support {
 
-// The sanitizer writes to memory of its own for every block.
+// The sanitizer writes to memory of its own for every block. Other systems have no /proc.
+#ifdef __linux__
 constexpr bool kMeasuresMemory = !kAddressSanitizer;
+#else
+constexpr bool kMeasuresMemory = false;
+#endif
 
 // A line of /proc/self/status, in bytes.
 inline std::size_t memoryStatus(const std::string& name) {
@@ -27,7 +33,9 @@ inline std::size_t memoryStatus(const std::string& name) {
 // The highest resident size during `act`, less the size before.
 template <class Act>
 std::size_t peakGrowth(const Act& act) {
+#ifdef __linux__
     malloc_trim(0);  // free memory that is still resident would hide what is taken
+#endif
     std::ofstream("/proc/self/clear_refs") << "5";
     const std::size_t before = memoryStatus("VmRSS");
     act();

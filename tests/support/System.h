@@ -24,6 +24,13 @@ bool writeAll(int descriptor, const void* bytes, std::size_t count);
 void closeDescriptor(int descriptor);
 std::FILE* openDescriptor(int descriptor, const char* mode);
 
+// A stream whose bytes come from calls: `read` returns their number, 0 at the end, -1 with errno.
+bool hasCallStreams();  // otherwise openCalls returns null
+std::FILE* openCalls(void* context, std::ptrdiff_t (*read)(void* context, char* out, std::size_t bytes));
+
+// A variable of the environment, for the bundles that this process loads too.
+void setVariable(const char* name, const std::string& value);
+
 // A copy that nobody can change: a write ends the program. Null when there is no memory.
 void* makeReadOnly(const void* bytes, std::size_t count);
 void freeReadOnly(void* block, std::size_t count);

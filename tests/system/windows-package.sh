@@ -13,13 +13,13 @@ cd "$work"
 cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >cpack.log
 (cd unpacked && cmake -E tar xf "$work"/packages/dibstream-*.zip)
 prefix="$(echo "$work"/unpacked/dibstream-*)"
-for file in bin/libdibstream.dll bin/libVexLibs.dll lib/libdibstream.dll.a lib/libVexLibs.dll.a \
+for file in bin/dib.exe lib/dibstream/plugins/vexlibdds.bundle bin/libdibstream.dll bin/libVexLibs.dll lib/libdibstream.dll.a lib/libVexLibs.dll.a \
     include/dibstream/DibFile.h include/dibstream/VexLibs.h include/dibstream.h \
     lib/cmake/DibStream/DibStreamConfig.cmake; do
     [ -s "$prefix/$file" ] || { echo "the zip file has no $file"; exit 1; }
 done
 # What the files need is the system's own.
-needed="$(find "$prefix" -name '*.dll' |
+needed="$(find "$prefix" -name '*.dll' -o -name '*.exe' -o -name '*.bundle' |
     xargs -n 1 x86_64-w64-mingw32-objdump -p | awk '/DLL Name/ { print tolower($3) }' | sort -u)"
 if grep -E '^lib(stdc|gcc|winpthread)' <<<"$needed"; then
     echo "the zip file needs libraries of the compiler"
@@ -43,13 +43,14 @@ cmake --build by-cmake >>cmake.log
 c++ -std=c++17 "$program/main.cpp" -I"$source/include" -I"$source/vexlibs/include" -L"$native" -L"$native/vexlibs" \
     -ldibstream -lVexLibs -Wl,-rpath,"$native:$native/vexlibs" -o here
 
-dib="$(find "$native" -path '*tools*' -name dib -type f -perm -u+x | head -n 1)"
+dib="$native/tools/dib"
 sample="$(find "$native" -name make_sample_picture -type f | head -n 1)"
 "$sample" 320 240 photo.bmp
 for format in jpg png tif tga; do "$dib" run photo.bmp "photo.$format"; done
 "$dib" run photo.bmp bpp:8 grey.jpg
 
 export WINEPATH="$prefix/bin"
+"$wine" "$prefix/bin/dib.exe" formats | grep -q '^dds ' || { echo "the program does not find its plug-in"; exit 1; }
 failed=0
 for picture in photo.bmp photo.png photo.tif photo.tga grey.jpg photo.jpg; do
     ./here "$picture" here.bmp

@@ -34,19 +34,20 @@ TEST(VexString, AnsiStringsHoldBytes) {
 }
 
 TEST(VexString, CharactersOfEveryLength) {
-    EXPECT_EQ(wide("a\xC3\xA4\xE3\x81\x82\xF0\x9F\x98\x80z"), L"a\x00E4\x3042\x1F600z");
+    EXPECT_EQ(wide("a\xC3\xA4\xE3\x81\x82\xF0\x9F\x98\x80z"), L"a\x00E4\x3042\U0001F600z");
     EXPECT_EQ(VexString::fromUtf8String("\xC3\xA4").size(), 1U);
     EXPECT_EQ(std::wstring(VexString::fromAnsiString("\xC3\xA4").c_str()), L"\x00E4") << "ANSI is UTF-8 here";
     struct Row {
-        wchar_t character;
+        const wchar_t* character;
         const char* bytes;
     };
     for (const auto& [character, bytes] :
-         {Row{0x01, "\x01"}, Row{0x7F, "\x7F"}, Row{0x80, "\xC2\x80"}, Row{0x7FF, "\xDF\xBF"},
-          Row{0x800, "\xE0\xA0\x80"}, Row{0xD7FF, "\xED\x9F\xBF"}, Row{0xE000, "\xEE\x80\x80"},
-          Row{0xFFFF, "\xEF\xBF\xBF"}, Row{0x10000, "\xF0\x90\x80\x80"}, Row{0x10FFFF, "\xF4\x8F\xBF\xBF"}}) {
-        EXPECT_EQ(utf8(std::wstring(1, character)), bytes);
-        EXPECT_EQ(wide(bytes), std::wstring(1, character));
+         {Row{L"\x01", "\x01"}, Row{L"\x7F", "\x7F"}, Row{L"\x80", "\xC2\x80"}, Row{L"\x7FF", "\xDF\xBF"},
+          Row{L"\x800", "\xE0\xA0\x80"}, Row{L"\xD7FF", "\xED\x9F\xBF"}, Row{L"\xE000", "\xEE\x80\x80"},
+          Row{L"\xFFFF", "\xEF\xBF\xBF"}, Row{L"\U00010000", "\xF0\x90\x80\x80"},
+          Row{L"\U0010FFFF", "\xF4\x8F\xBF\xBF"}}) {
+        EXPECT_EQ(utf8(character), bytes);
+        EXPECT_EQ(wide(bytes), character);
     }
 }
 

@@ -11,6 +11,7 @@
 #include "tools/cli/Options.h"
 #include "tools/commands/Run.h"
 #include "tools/io/JsonText.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -57,7 +58,7 @@ std::vector<Row> plan(EachJob& job) try {
     const std::vector<std::string> outputs = batch::outputNames(job.inputs, job.words.back());
     std::vector<Row> rows;
     for (const std::string& output : outputs) {
-        rows.push_back({job.inputs.files()[rows.size()].string(), output});
+        rows.push_back({vexlibs::textOf(job.inputs.files()[rows.size()]), output});
         job.run.output = output;
         outputFormat(job.run);
     }
@@ -70,12 +71,12 @@ std::vector<Row> plan(EachJob& job) try {
 bool isFinished(const Row& row) {
     std::error_code none;
     std::error_code missing;
-    const auto made = fs::last_write_time(row.output, missing);
-    return !missing && made >= fs::last_write_time(row.input, none);
+    const auto made = fs::last_write_time(vexlibs::pathOf(row.output), missing);
+    return !missing && made >= fs::last_write_time(vexlibs::pathOf(row.input), none);
 }
 
 void makeFolderOf(const Row& row) {
-    const std::string folder = fs::path(row.output).parent_path().string();
+    const std::string folder = vexlibs::textOf(vexlibs::pathOf(row.output).parent_path());
     if (!folder.empty()) makeFolder(folder);
 }
 

@@ -9,6 +9,7 @@
 #include "tools/cli/Options.h"
 #include "tools/commands/Documents.h"
 #include "tools/io/Formats.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -150,9 +151,10 @@ struct InfoJob {
 std::vector<std::string> filesOf(const std::string& folder) {
     std::error_code error;
     std::vector<std::string> files;
-    for (fs::directory_iterator entry(folder, error), end; entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(vexlibs::pathOf(folder), error), end; entry != end;
+         entry.increment(error)) {
         std::error_code none;
-        if (entry->is_regular_file(none)) files.push_back(entry->path().string());
+        if (entry->is_regular_file(none)) files.push_back(vexlibs::textOf(entry->path()));
         stopIfCancelled();
     }
     if (error) throw Failure(kExitBadInput, folder + ": load: the folder cannot be read: " + error.message());
@@ -168,7 +170,7 @@ public:
     std::vector<PictureInfo> read(const std::string& name) {
         std::vector<PictureInfo> infos;
         std::error_code none;
-        if (!fs::is_directory(name, none)) {
+        if (!fs::is_directory(vexlibs::pathOf(name), none)) {
             complainOf([&] { infos.push_back(readInfo(name, options_)); });
             return infos;
         }
@@ -206,7 +208,7 @@ void printInfo(const InfoJob& job) {
     for (const std::string& name : job.names) {
         const std::vector<PictureInfo> infos = reader.read(name);
         std::error_code none;
-        const bool isTable = !infos.empty() && fs::is_directory(name, none);
+        const bool isTable = !infos.empty() && fs::is_directory(vexlibs::pathOf(name), none);
         if (isTable) text += tableOf(infos);
         for (const PictureInfo& info : infos) {
             if (job.asJson) json["files"].push_back(jsonOf(info));

@@ -12,6 +12,7 @@
 #include "tools/commands/Pictures.h"
 #include "tools/commands/Run.h"
 #include "tools/io/Formats.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -65,7 +66,7 @@ DibHandle sheetOf(const std::vector<DibHandle>& tiles, const MontageJob& job,
     std::vector<const DibStream*> pictures;
     for (const DibHandle& tile : tiles) pictures.push_back(tile.get());
     std::vector<std::string> files;
-    for (const std::string& name : names) files.push_back(std::filesystem::path(name).filename().string());
+    for (const std::string& name : names) files.push_back(vexlibs::textOf(vexlibs::pathOf(name).filename()));
     std::vector<const char*> labels;
     for (const std::string& file : files) labels.push_back(file.c_str());
     DibMontageOptions options;
@@ -92,7 +93,7 @@ void makeMontage(const MontageJob& job) {
     batch::Inputs inputs;
     for (std::size_t i = 0; i + 1 < job.words.size(); ++i) addInput(inputs, "montage", job.words[i]);
     std::vector<std::string> names;
-    for (const std::filesystem::path& file : inputs.files()) names.push_back(file.string());
+    for (const std::filesystem::path& file : inputs.files()) names.push_back(vexlibs::textOf(file));
     Notes notes(job.pictures);
     Progress progress(names.size() + 2, job.showsProgress);
     const std::vector<DibHandle> tiles = loadTiles(job, names, progress, notes);

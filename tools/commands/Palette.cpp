@@ -10,6 +10,7 @@
 #include "tools/cli/Options.h"
 #include "tools/commands/Pictures.h"
 #include "tools/io/Files.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -23,7 +24,7 @@ struct PaletteJob {
 };
 
 std::string extensionOf(const std::string& path) {
-    const std::string name = std::filesystem::path(path).filename().string();
+    const std::string name = vexlibs::textOf(vexlibs::pathOf(path).filename());
     const std::size_t dot = name.rfind('.');
     return dot != std::string::npos ? name.substr(dot + 1) : "";
 }

@@ -10,6 +10,7 @@
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/io/Formats.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -34,7 +35,7 @@ public:
 private:
     bool load(const std::string& name, DibStream& image, DibFileResult& result, DibProgressCallback callback,
               void* user) {
-        const std::string path = (std::filesystem::path(frame_.folder) / name).string();
+        const std::string path = vexlibs::textOf(vexlibs::pathOf(frame_.folder) / vexlibs::pathOf(name));
         const auto open = [&](const char* format) {
             DibLoadOptions options = frame_.options.load;
             options.format = format;
@@ -139,7 +140,7 @@ void savePicture(const std::string& name, const DibFormat& format, const DibStre
                               ": save";
     DibSaveOptions save = options.save;
     // An extension may choose among the formats of a family, as pgm and ppm do.
-    const std::string extension = std::filesystem::path(name).extension().string();
+    const std::string extension = vexlibs::textOf(vexlibs::pathOf(name).extension());
     const bool isNamed = save.format == nullptr && formatOfExtension(name) == &format;
     if (save.format == nullptr) save.format = isNamed ? extension.c_str() + 1 : format.name;
     DibFileResult result;

@@ -13,6 +13,7 @@
 #include "tools/cli/Suggestion.h"
 #include "tools/commands/Run.h"
 #include "tools/io/Formats.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -60,14 +61,14 @@ const DibFormat* outputFormat(const RunJob& job) {
 void addInput(batch::Inputs& inputs, const std::string& command, const std::string& word) try {
     std::error_code none;
     if (inputs.add(word) > 0) return;
-    if (std::filesystem::is_directory(word, none))
+    if (std::filesystem::is_directory(vexlibs::pathOf(word), none))
         throw usageFailure(word + " is a folder; '" + word + "/*' is its files");
     throw Failure(kExitBadInput, command + ": '" + word + "' is not a file, pattern or operation" +
                                      suggestion(word.substr(0, word.find(':')), namesOf(texts::operations()),
                                                 "; there is no such file"));
 } catch (const std::filesystem::filesystem_error& error) {
-    throw Failure(kExitBadInput,
-                  error.path1().string() + ": load: the folder cannot be read: " + error.code().message());
+    throw Failure(kExitBadInput, vexlibs::textOf(error.path1()) +
+                                     ": load: the folder cannot be read: " + error.code().message());
 }
 
 void addRunning(CLI::App& command, RunJob& job) {

@@ -8,6 +8,7 @@
 #include "files/ReplacedFile.h"
 #include "tools/cli/Cancel.h"
 #include "tools/cli/ExitCode.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -25,7 +26,7 @@ void print(const std::string& text) {
 
 InputFile::InputFile(const std::string& name, Use use, const DibLoadOptions& options) : name_(name) {
     std::error_code none;
-    isInMemory_ = use == kReadTwice && (name == "-" || std::filesystem::is_fifo(name, none));
+    isInMemory_ = use == kReadTwice && (name == "-" || std::filesystem::is_fifo(vexlibs::pathOf(name), none));
     if (isInMemory_) readAll(options);
 }
 
@@ -75,12 +76,13 @@ bool InputFile::load(DibStream& image, const DibLoadOptions& options, DibFileRes
 
 void requireWritable(const std::string& name, bool keepsExisting) {
     if (name == "-") return;
+    const std::filesystem::path path = vexlibs::pathOf(name);
     std::error_code none;
-    const bool isThere = std::filesystem::exists(name, none);
-    if (keepsExisting && std::filesystem::is_regular_file(name, none))
+    const bool isThere = std::filesystem::exists(path, none);
+    if (keepsExisting && std::filesystem::is_regular_file(path, none))
         throw Failure(kExitOutputFailed, name + ": save: the file exists already (--no-clobber)");
-    const std::string folder = std::filesystem::path(name).parent_path().string();
-    errno = std::filesystem::is_directory(name, none) ? EISDIR : 0;
+    const std::string folder = vexlibs::textOf(path.parent_path());
+    errno = std::filesystem::is_directory(path, none) ? EISDIR : 0;
     if (errno == 0 &&
         (isThere ? files::isWritable(name) : files::acceptsFiles(folder.empty() ? "." : folder)))
         return;
@@ -88,10 +90,11 @@ void requireWritable(const std::string& name, bool keepsExisting) {
 }
 
 void makeFolder(const std::string& folder) {
+    const std::filesystem::path path = vexlibs::pathOf(folder);
     std::error_code error;
-    std::filesystem::create_directories(folder, error);
+    std::filesystem::create_directories(path, error);
     std::error_code ignored;  // the first reason is the one to report
-    if (!std::filesystem::is_directory(folder, ignored)) {
+    if (!std::filesystem::is_directory(path, ignored)) {
         throw Failure(kExitOutputFailed, folder + ": save: the folder cannot be created: " + error.message());
     }
 }

@@ -7,11 +7,13 @@
 #include <filesystem>
 #include <string>
 
+#include "vexlibs/NativePath.h"
+
 namespace tool {
 
 // The format of a file name's extension, or null.
 inline const DibFormat* formatOfExtension(const std::string& fileName) {
-    const std::string extension = std::filesystem::path(fileName).extension().string();
+    const std::string extension = vexlibs::textOf(vexlibs::pathOf(fileName).extension());
     return extension.empty() ? nullptr : DibFindFormat(extension.c_str() + 1);
 }
 

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "files/Program.h"
+#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -14,7 +15,7 @@ void usePluginFolder(const std::string& folder) {
     std::string path = folder;
     if (path.empty()) {
         const fs::path installed = files::programPath().parent_path() / DIB_TOOL_PLUGIN_FOLDER;
-        path = installed.lexically_normal().string();
+        path = vexlibs::textOf(installed.lexically_normal());
     }
     DibStream::SetDllFilePath(path.c_str());
 }
@@ -22,7 +23,7 @@ void usePluginFolder(const std::string& folder) {
 std::string pluginPath(const DibFormat& format) {
     char folder[4096];
     DibStream::GetDllFilePath(folder);
-    return (fs::path(folder) / format.plugin).string();
+    return vexlibs::textOf(vexlibs::pathOf(folder) / vexlibs::pathOf(format.plugin));
 }
 
 }  // namespace tool

@@ -116,7 +116,12 @@ bool save(const DibPluginSave* call) {
 void count() {
     const char* before = std::getenv("DIB_TEST_DESCRIBED");
     const int calls = before != nullptr ? std::atoi(before) : 0;
-    setenv("DIB_TEST_DESCRIBED", std::to_string(calls + 1).c_str(), 1);
+    const std::string now = std::to_string(calls + 1);
+#ifdef _WIN32
+    _putenv_s("DIB_TEST_DESCRIBED", now.c_str());
+#else
+    setenv("DIB_TEST_DESCRIBED", now.c_str(), 1);
+#endif
 }
 
 }  // namespace

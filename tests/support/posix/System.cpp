@@ -45,6 +45,14 @@ void closeDescriptor(int descriptor) { close(descriptor); }
 
 std::FILE* openDescriptor(int descriptor, const char* mode) { return fdopen(descriptor, mode); }
 
+bool hasCallStreams() { return true; }
+
+std::FILE* openCalls(void* context, std::ptrdiff_t (*read)(void* context, char* out, std::size_t bytes)) {
+    return fopencookie(context, "rb", {read, nullptr, nullptr, nullptr});
+}
+
+void setVariable(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+
 void* makeReadOnly(const void* bytes, std::size_t count) {
     void* block = mmap(nullptr, count, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (block == MAP_FAILED) return nullptr;

@@ -51,6 +51,14 @@ void closeDescriptor(int descriptor) { _close(descriptor); }
 
 std::FILE* openDescriptor(int descriptor, const char* mode) { return _fdopen(descriptor, mode); }
 
+bool hasCallStreams() { return false; }
+
+std::FILE* openCalls(void*, std::ptrdiff_t (*)(void* context, char* out, std::size_t bytes)) {
+    return nullptr;
+}
+
+void setVariable(const char* name, const std::string& value) { _putenv_s(name, value.c_str()); }
+
 void* makeReadOnly(const void* bytes, std::size_t count) {
     void* block = VirtualAlloc(nullptr, count, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
     if (block == nullptr) return nullptr;
