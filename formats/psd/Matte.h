@@ -4,6 +4,7 @@
 #define FORMATS_PSD_MATTE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace formats::psd {
@@ -33,7 +34,9 @@ public:
     void add(const unsigned char* samples, std::size_t sampleBytes, const unsigned char* alpha,
              std::size_t count);
     // Whether all but a few stray samples can be mixed with white.
-    bool isMixed() const { return dark_ <= half_ / kFewestPerStray; }
+    bool isMixed() const { return canBecomeMixed(0); }
+    // The same of these and as many more as are to come.
+    bool canBecomeMixed(std::uint64_t more) const { return dark_ <= (half_ + more) / kFewestPerStray; }
 
 private:
     static constexpr std::size_t kFewestPerStray = 64;

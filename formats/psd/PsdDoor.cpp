@@ -126,7 +126,8 @@ public:
 
     // Makes the image and opens the planes. False with the code when memory is short.
     bool begin();
-    // False with the reason when a row is damaged or missing, and when the caller cancels.
+    // False with the reason when a row is damaged or missing, when the caller cancels, and as soon as the
+    // rows cannot be what the picture says.
     bool readRows();
     // Whether the rows agree with what the picture says of colours mixed with white.
     bool isMixedAsSaid() const { return colors_.isMixed(); }
@@ -214,6 +215,8 @@ bool PictureReader::readRows() {
         if (damagedRow_ >= 0 && (isLost || isShort || !request_.keepsDamaged())) return refuseDamage();
         unsigned char* to = image_->ScanLine(row);
         colors_.make({samples.data(), count}, to);
+        // The caller reads the others in another way then, and these again.
+        if (!colors_.canBecomeMixed(picture_.height - 1 - row)) return false;
         if (!image_.read(to)) return false;
     }
     return damagedRow_ < 0 || refuseDamage();

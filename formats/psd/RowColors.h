@@ -4,9 +4,11 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "formats/psd/Matte.h"
 
 namespace formats::psd {
@@ -35,6 +37,10 @@ public:
     void make(std::span<const unsigned char* const> planes, unsigned char* pixels);
     // Whether the colours made so far can have been mixed with white.
     bool isMixed() const { return census_.isMixed(); }
+    // The same of these and all of the rows to come.
+    bool canBecomeMixed(int rows) const {
+        return census_.canBecomeMixed(std::uint64_t{width_} * dib::asSize(kind_.colors) * dib::asSize(rows));
+    }
 
 private:
     using Planes = std::array<const unsigned char*, kMostPlanes>;

@@ -84,7 +84,8 @@ TEST(PsdWide, EverySourceGivesOnePicture) {
         const Bytes bytes = rich(3, 16, true, PsdCompression::kZipPredicted, "Lr16").bytes();
         expectOneFromEverySource(bytes, ".psb", options);
         expectLoadProgress(bytes, 4, options);
-        EXPECT_GT(failEveryLoad(bytes, options), 4);
+        // A reading that ends at its first row does without the window of zlib.
+        EXPECT_GT(failEveryLoad(bytes, options, true), 4);
     }
     EXPECT_GT(failEveryLoad(rich(9, 8, true, PsdCompression::kPackBits).bytes()), 4);
 }
