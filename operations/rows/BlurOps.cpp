@@ -10,7 +10,10 @@ namespace {
 
 constexpr const char* kArea = "Blur and sharpen";
 
-constexpr Parameters kBlur({integer("radius", "pixels on each side", {0, kAnyInteger.max}, {}, "px"), wrap(),
+// The sums of larger windows leave 31 bits.
+constexpr double kLargestRadius = 1450;
+
+constexpr Parameters kBlur({integer("radius", "pixels on each side", {0, kLargestRadius}, {}, "px"), wrap(),
                             classic()});
 
 constexpr Parameters kLittle({wrap(), classic()});

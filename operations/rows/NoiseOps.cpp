@@ -21,7 +21,10 @@ bool runSeeded(const Job& job) {
     return run(job);
 }
 
-constexpr Parameters kNoise({integer("amount", "largest offset of a channel", {0, kAnyInteger.max}), kSeed,
+// Products of larger amounts leave 31 bits. From some thousands on every channel is 0 or 255.
+constexpr double kLargestAmount = 65535;
+
+constexpr Parameters kNoise({integer("amount", "largest offset of a channel", {0, kLargestAmount}), kSeed,
                              classic()});
 
 constexpr Parameters kColorNoise({color("color", "towards which pixels are pulled; its alpha does not count"),

@@ -10,6 +10,7 @@ from_array(array) makes a picture of an array. Failures are exceptions: all of t
 from __future__ import annotations
 
 import os as _os
+from typing import Any as _Any
 
 from . import _core, _table
 from ._core import (
@@ -81,3 +82,8 @@ _table.add_methods()
 if not plugin_folder():
     _own = _os.path.join(_os.path.dirname(__file__), "plugins")
     set_plugin_folder(_own if _os.path.isdir(_own) else _core._plugin_folder)
+
+
+def _restored(state: tuple[_Any, ...]) -> Image:
+    """The picture of a pickle."""
+    return _core._restored(state)

@@ -185,12 +185,20 @@ int getBuffer(PyObject* self, Py_buffer* view, int flags) {
     return py::cast<const Image&>(py::handle(self)).fillView(self, view, flags);
 }
 
+// An object that no function of the module made would have no picture.
+PyObject* refuseNew(PyTypeObject* /*type*/, PyObject* /*arguments*/, PyObject* /*names*/) {
+    PyErr_SetString(PyExc_TypeError,
+                    "pictures are made by dibstream.open, dibstream.new and dibstream.from_array");
+    return nullptr;
+}
+
 }  // namespace
 
 void bindImage(py::module_& module) {
     py::class_<Image> image(module, "Image", py::custom_type_setup([](PyHeapTypeObject* type) {
                                 type->as_buffer.bf_getbuffer = getBuffer;
                                 type->ht_type.tp_as_buffer = &type->as_buffer;
+                                type->ht_type.tp_new = refuseNew;
                             }));
     image.def_property_readonly("width", &Image::width)
         .def_property_readonly("height", &Image::height)
@@ -224,7 +232,7 @@ A picture whose bytes are all 0, with the grey ramp as its palette.
 
 width, height: 1 or more
 bits: 1, 4, 8, 16, 24 or 32)");
-    bindPickling(image);
+    bindPickling(module, image);
     bindArrays(module, image);
     bindLoad(module);
     bindSave(image);

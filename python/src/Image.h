@@ -67,7 +67,7 @@ py::object wrap(DibHandle pixels, Origin origin);
 
 // Adds classes and functions to the module.
 void bindImage(py::module_& module);
-void bindPickling(py::class_<Image>& image);
+void bindPickling(py::module_& module, py::class_<Image>& image);
 void bindLoad(py::module_& module);
 void bindSave(py::class_<Image>& image);
 void bindPalettes(py::module_& module, py::class_<Image>& image);

@@ -27,7 +27,11 @@ def assert_same(made, image):
     )
 
 
-@pytest.mark.parametrize("again", [copy.copy, copy.deepcopy, lambda image: pickle.loads(pickle.dumps(image))])
+def pickled(protocol):
+    return lambda image: pickle.loads(pickle.dumps(image, protocol))
+
+
+@pytest.mark.parametrize("again", [copy.copy, copy.deepcopy, *map(pickled, range(pickle.HIGHEST_PROTOCOL + 1))])
 def test_copies_are_alike_and_independent(again):
     for image in pictures():
         image.metadata = dibstream.Metadata(resolution=(300, 150), exif=b"MM")
@@ -60,18 +64,25 @@ def test_rows_without_their_fill_bytes_are_pickled():
 
 
 def test_states_that_are_none_are_refused():
-    state = dibstream.new(3, 2, 8).__getstate__()
+    restore, (state,) = dibstream.new(3, 2, 8).__reduce_ex__(2)
     for changed in (
         state[:9],
         (*state[:6], b"short", *state[7:]),
         (4, *state[1:]),
         (0, *state[1:]),
+        (2**31 - 1, 2**31 - 1, *state[2:]),
         (*state[:2], 7, *state[3:]),
         (*state[:5], bytes(1028), *state[6:]),
         (*state[:8], None, state[9]),
     ):
         with pytest.raises(ValueError, match="no pickled picture"):
-            dibstream.Image.__new__(dibstream.Image).__setstate__(changed)
+            restore(changed)
+
+
+def test_pictures_are_made_by_functions_alone():
+    for make in (dibstream.Image, lambda: dibstream.Image.__new__(dibstream.Image)):
+        with pytest.raises(TypeError, match="pictures are made by dibstream.open"):
+            make()
 
 
 def test_failures_are_pickled():
