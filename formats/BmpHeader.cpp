@@ -175,10 +175,12 @@ private:
     }
 
     // Number 4 means JPEG in Windows and run lengths of 24 bits in OS/2, and writers confuse JPEG with PNG:
-    // the signature of the file inside decides.
+    // the signature of the file inside decides. Headers of OS/2 never have one, and runs may look like it.
     bool recognizeEmbedded() {
+        const bool isWindows = length_ == kWindowsHeader || length_ == kWithMasks ||
+                               length_ == kWithAlphaMask || length_ > kOs2Header;
         const bool mayBeEmbedded = compression_ == bmp::kJpeg || compression_ == bmp::kPng;
-        if (!mayBeEmbedded || !file_.seek(header_.pixelStart)) return true;
+        if (!isWindows || !mayBeEmbedded || !file_.seek(header_.pixelStart)) return true;
         const ByteReader::Bytes ahead = file_.ahead(kSignatureBytes);
         const FirstBytes bytes(ahead.data, ahead.size);
         if (kJpegFormat.recognizes(bytes)) header_.packing = BmpHeader::Packing::kJpeg;

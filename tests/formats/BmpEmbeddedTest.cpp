@@ -31,7 +31,7 @@ struct Embedded {
 // for each other.
 TEST(BmpEmbedded, TheSignatureDecides) {
     for (const Embedded& each :
-         {Embedded{40, 24, 4, "jpeg"}, Embedded{40, 0, 4, "jpeg"}, Embedded{64, 24, 4, "jpeg"},
+         {Embedded{40, 24, 4, "jpeg"}, Embedded{40, 0, 4, "jpeg"}, Embedded{56, 24, 4, "jpeg"},
           Embedded{108, 24, 4, "jpeg"}, Embedded{124, 32, 5, "jpeg"}, Embedded{40, 24, 4, "png"},
           Embedded{40, 0, 5, "png"}, Embedded{124, 24, 5, "png"}}) {
         const Bytes file = bmp({.headerBytes = each.headerBytes,
@@ -52,6 +52,19 @@ TEST(BmpEmbedded, TheSignatureDecides) {
         EXPECT_EQ(info.width, 3);
         expectOneFromEverySource(file, ".bmp");
     }
+}
+
+// Runs of OS/2 files may begin as JPEG files do: 255 pixels of one colour.
+TEST(BmpEmbedded, Os2FilesHaveRuns) {
+    const Bytes runs = {255, 0xD8, 0xFF, 0xE0, 0, 0, 0, 1};
+    const Opened load = opened(
+        bmp({.headerBytes = 64, .width = 255, .height = 1, .bits = 24, .compression = 4, .pixels = runs}));
+    ASSERT_TRUE(load.isLoaded) << load.reason();
+    EXPECT_EQ(shownBytes(*load.image).size(), 765U);
+    EXPECT_EQ(load.image->Buffer[0], 0xD8);
+    EXPECT_EQ(load.image->Buffer[762], 0xD8);
+    EXPECT_EQ(load.image->Buffer[763], 0xFF);
+    EXPECT_EQ(load.image->Buffer[764], 0xE0);
 }
 
 // Limits count for the picture that a load gives.
