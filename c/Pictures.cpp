@@ -42,7 +42,8 @@ dib_code dib_compare(const dib_image* first, const dib_image* second, dib_differ
 dib_code dib_parse_color(const char* text, uint32_t* color, dib_result* result) {
     return call<DibOperationResult>(result, [&](DibOperationResult& out) {
         DibBGRA parsed{};
-        if (!DibParseColor(text, color != nullptr ? &parsed : nullptr, &out)) return false;
+        const bool isParsed = DibParseColor(text, color != nullptr ? &parsed : nullptr, &out);
+        if (!isParsed || color == nullptr) return false;
         *color = wordOf(parsed);
         return true;
     });

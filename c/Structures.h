@@ -57,8 +57,8 @@ bool isSized(const Structure& structure) {
 // Whether the program's structure reaches to the end of a member, so that it has that.
 template <class Structure, class Member>
 bool has(const Structure& structure, const Member& member) {
-    const auto place = reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&structure);
-    return structure.size >= static_cast<std::size_t>(place) + sizeof member;
+    const auto* end = reinterpret_cast<const char*>(&member + 1);
+    return structure.size >= static_cast<std::size_t>(end - reinterpret_cast<const char*>(&structure));
 }
 
 // Reads the options of a program over the defaults in `options`; null keeps them. The code is 6 for a wrong

@@ -203,7 +203,7 @@ Value Reader::read() const {
             if (text_ != "yes" && text_ != "no") fail("is not yes or no");
             value.word = text_ == "yes" ? 1 : 0;
             break;
-        case DIB_PARAMETER_TEXT: break;
+        case DIB_PARAMETER_TEXT:
         case DIB_PARAMETER_PATH: break;
     }
     return value;
