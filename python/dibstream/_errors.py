@@ -96,6 +96,10 @@ _OPTIONS = {
 }
 
 
+# The path of a file that an operation reads, when there is none.
+_MISSING = re.compile("'(.+)'[^']*: " + re.escape(os.strerror(errno.ENOENT)) + "$")
+
+
 def _option(reason: str) -> str | None:
     """The option that a reason is about."""
     if limit := _LIMIT.search(reason):
@@ -138,6 +142,12 @@ def of_operation(
     kind = _OF_FILES.get(code, Error)
     if code in (ErrorCode.INVALID, ErrorCode.MISMATCH):
         kind = ParameterError
-    return kind(
+    missing = _MISSING.search(reason) if code == ErrorCode.OPEN else None
+    if missing:
+        kind = MissingFileError
+    failure = kind(
         reason, code, step=step, operation=operation, parameter=parameter, range=range, suggestion=suggestion
     )
+    if missing and isinstance(failure, OSError):
+        failure.filename, failure.errno = missing.group(1), errno.ENOENT
+    return failure

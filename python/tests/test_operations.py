@@ -76,8 +76,9 @@ def test_pictures_as_second_pictures(picture, tmp_path):
     composed = picture.compose(other, 0.25, mode="tile")
     assert same(composed, picture.compose(tmp_path / "a,b c.png", 0.25, mode="tile"))
     assert same(composed, picture.compose(str(tmp_path / "a,b c.png"), "25%", "tile"))
-    with pytest.raises(dibstream.FileError, match="nowhere.png"):
+    with pytest.raises(dibstream.MissingFileError, match="nowhere.png") as missing:
         picture.compose(tmp_path / "nowhere.png")
+    assert isinstance(missing.value, FileNotFoundError) and missing.value.filename.endswith("nowhere.png")
 
 
 def test_wrong_calls(picture):
