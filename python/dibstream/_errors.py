@@ -109,6 +109,15 @@ def _option(reason: str) -> str | None:
     return None
 
 
+def _with_filename(failure: Error, path: Any) -> Error:
+    """The failure, with what Python's own failures of files say of their file."""
+    if isinstance(failure, OSError) and path is not None:
+        failure.filename = path
+        if isinstance(failure, MissingFileError):
+            failure.errno = errno.ENOENT
+    return failure
+
+
 def of_file(code: int, reason: str, format: str | None, path: Any) -> Error:
     """The exception for opening, probing or saving. The path of a missing file is that of the exception."""
     kind = _OF_FILES.get(code, Error)
@@ -122,11 +131,7 @@ def of_file(code: int, reason: str, format: str | None, path: Any) -> Error:
             kind = MissingFileError
         reason = f"{name}: {reason}"
     failure = kind(reason, code, format=format, path=path, parameter=option)
-    if isinstance(failure, OSError) and path is not None:
-        failure.filename = path
-        if kind is MissingFileError:
-            failure.errno = errno.ENOENT
-    return failure
+    return _with_filename(failure, path)
 
 
 def of_operation(
@@ -148,6 +153,4 @@ def of_operation(
     failure = kind(
         reason, code, step=step, operation=operation, parameter=parameter, range=range, suggestion=suggestion
     )
-    if missing and isinstance(failure, OSError):
-        failure.filename, failure.errno = missing.group(1), errno.ENOENT
-    return failure
+    return _with_filename(failure, missing.group(1) if missing else None)

@@ -120,14 +120,19 @@ TEST(Overlay, BlendsAsFarAsItIsOpaque) {
               (Values{0x80FA9664}));
 }
 
-// Every backdrop under every source.
-TEST(Overlay, BlendsEveryByteAsTheTableOfItsMode) {
+// Every backdrop under every source: the sources, and as many backdrops.
+std::pair<Values, Values> everyPairOfGreys() {
     Values sources;
     Values backdrops;
     for (std::uint32_t i = 0; i < 65536; ++i) {
         sources.push_back((i >> 8) * 0x010101);
         backdrops.push_back((i & 255) * 0x010101);
     }
+    return {sources, backdrops};
+}
+
+TEST(Overlay, BlendsEveryByteAsTheTableOfItsMode) {
+    const auto [sources, backdrops] = everyPairOfGreys();
     const std::string path = saved(picture(256, 24, sources));
     const std::pair<const char*, dib::BlendMode> modes[] = {
         {"darken", dib::BlendMode::kDarken},         {"lighten", dib::BlendMode::kLighten},
@@ -213,12 +218,7 @@ TEST(Overlay, CoversEveryAlphaAtEveryKernelLevel) {
 
 // A source without alpha keeps its depth, with any opacity.
 TEST(Overlay, CoversEvenlyAtEveryKernelLevel) {
-    Values sources;
-    Values backdrops;
-    for (std::uint32_t i = 0; i < 65536; ++i) {
-        sources.push_back((i >> 8) * 0x010101);
-        backdrops.push_back((i & 255) * 0x010101);
-    }
+    const auto [sources, backdrops] = everyPairOfGreys();
     const std::string path = saved(picture(256, 24, sources));
     for (const std::uint32_t opacity : {255U, 102U, 0U}) {
         Values expected;

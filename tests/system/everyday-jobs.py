@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Runs the commands of docs/everyday-jobs.md, and those of the other programs in a folder like it. Compares the pictures that both
-make, pixel by pixel, and the lengths of the commands.
+"""Runs the commands of docs/everyday-jobs.md: those of dib in one folder, those of the other programs in another with the same
+files. Compares the pictures in both folders pixel by pixel, and the lengths of the commands.
 
 usage: everyday-jobs.py DIB MAKE_SAMPLE_PICTURE DOCS_PAGE GIF WORK_DIR
 

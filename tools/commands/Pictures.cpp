@@ -140,7 +140,7 @@ void savePicture(const std::string& name, const DibFormat& format, const DibStre
                               ": save";
     DibSaveOptions save = options.save;
     // An extension may choose among the formats of a family, as pgm and ppm do.
-    const std::string extension = vexlibs::textOf(vexlibs::pathOf(name).extension());
+    const std::string extension = extensionOf(name);
     const bool isNamed = save.format == nullptr && formatOfExtension(name) == &format;
     if (save.format == nullptr) save.format = isNamed ? extension.c_str() + 1 : format.name;
     DibFileResult result;

@@ -9,7 +9,6 @@
 #include "texts/Tables.h"
 #include "tools/cli/ExitCode.h"
 #include "tools/cli/Suggestion.h"
-#include "vexlibs/NativePath.h"
 
 namespace tool {
 
@@ -42,8 +41,7 @@ std::string extensionSuggestion(const std::string& fileName) {
         for (const char* extension : DibList(format->extensions))
             extensions.push_back("." + std::string(extension));
     }
-    return suggestion(CLI::detail::to_lower(vexlibs::textOf(vexlibs::pathOf(fileName).extension())),
-                      extensions, "; use --to");
+    return suggestion(CLI::detail::to_lower(extensionOf(fileName)), extensions, "; use --to");
 }
 
 }  // namespace

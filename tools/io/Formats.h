@@ -11,9 +11,14 @@
 
 namespace tool {
 
+// With its dot; empty where there is none.
+inline std::string extensionOf(const std::string& fileName) {
+    return vexlibs::textOf(vexlibs::pathOf(fileName).extension());
+}
+
 // The format of a file name's extension, or null.
 inline const DibFormat* formatOfExtension(const std::string& fileName) {
-    const std::string extension = vexlibs::textOf(vexlibs::pathOf(fileName).extension());
+    const std::string extension = extensionOf(fileName);
     return extension.empty() ? nullptr : DibFindFormat(extension.c_str() + 1);
 }
 
