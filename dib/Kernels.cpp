@@ -1,7 +1,11 @@
 #include "dib/Kernels.h"
 
+#include <DibKernels.h>
+
 #include <algorithm>
 #include <atomic>
+#include <iterator>
+#include <string_view>
 
 namespace dib {
 
@@ -18,6 +22,9 @@ KernelLevel surveyMachine() {
     return KernelLevel::kBaseline;
 #endif
 }
+
+constexpr const char* kNames[] = {"baseline", "avx2", "avx512"};  // of kKernelLevels
+static_assert(std::size(kNames) == std::size(kKernelLevels));
 
 std::atomic<KernelLevel>& currentLevel() {
     static std::atomic<KernelLevel> level{bestKernelLevel()};
@@ -38,3 +45,14 @@ void limitKernelLevel(KernelLevel level) {
 }
 
 }  // namespace dib
+
+bool DibLimitKernels(const char* level) {
+    if (level == nullptr) return false;
+    const auto* const name =
+        std::find(std::begin(dib::kNames), std::end(dib::kNames), std::string_view(level));
+    if (name == std::end(dib::kNames)) return false;
+    dib::limitKernelLevel(dib::kKernelLevels[name - dib::kNames]);
+    return true;
+}
+
+const char* DibKernelsInUse() { return dib::kNames[static_cast<int>(dib::kernelLevel())]; }

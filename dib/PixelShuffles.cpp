@@ -5,6 +5,7 @@
 #include <immintrin.h>
 
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace dib {
 
@@ -38,6 +39,20 @@ template <std::size_t kBytes>
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i greySixteen(const std::uint8_t* from) {
     return _mm256_srli_epi16(
         _mm256_hadd_epi16(weighEight<kBytes>(from), weighEight<kBytes>(from + 8 * kBytes)), 8);
+}
+
+// Eight greys by shares, as 32-bit values. Green goes in twice, because its share may not fit a signed word.
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i weighByShares(const std::uint8_t* from, __m256i blueShares,
+                                                        __m256i redShares) {
+    const __m256i spreadBlue =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, -1, 1, -1, 3, -1, 4, -1, 6, -1, 7, -1, 9, -1, 10, -1));
+    const __m256i spreadRed =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(2, -1, 1, -1, 5, -1, 4, -1, 8, -1, 7, -1, 11, -1, 10, -1));
+    const __m256i pixels = loadEight<3>(from);
+    const __m256i sums =
+        _mm256_add_epi32(_mm256_madd_epi16(_mm256_shuffle_epi8(pixels, spreadBlue), blueShares),
+                         _mm256_madd_epi16(_mm256_shuffle_epi8(pixels, spreadRed), redShares));
+    return _mm256_srli_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(0x8000)), 16);
 }
 
 // Sixteen 3-byte pixels as three vectors.
@@ -106,6 +121,25 @@ DIB_TARGET_AVX2 std::size_t shuffleGreyToBgr(const std::uint8_t* from, std::uint
         const __m128i greys = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
         storeSixteen(to + 3 * i, {{_mm_shuffle_epi8(greys, first), _mm_shuffle_epi8(greys, second),
                                    _mm_shuffle_epi8(greys, third)}});
+    }
+    return i;
+}
+
+DIB_TARGET_AVX2 std::size_t shuffleAndWeigh(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
+                                            const GreyShares* shares) {
+    const std::uint32_t half = shares->green / 2;
+    const __m256i blueShares = _mm256_set1_epi32(dib::asInt(shares->blue | half << 16));
+    const __m256i redShares = _mm256_set1_epi32(dib::asInt(shares->red | (shares->green - half) << 16));
+    // Packing leaves groups of four pixels in the order 0 2 4 6 1 3 5 7.
+    const __m256i inOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    std::size_t i = 0;
+    for (; i + 32 + kPixelsBeyond <= count; i += 32) {
+        __m256i eights[4];
+        for (std::size_t k = 0; k < 4; ++k)
+            eights[k] = weighByShares(from + 3 * (i + 8 * k), blueShares, redShares);
+        const __m256i greys = _mm256_packus_epi16(_mm256_packus_epi32(eights[0], eights[1]),
+                                                  _mm256_packus_epi32(eights[2], eights[3]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i), _mm256_permutevar8x32_epi32(greys, inOrder));
     }
     return i;
 }

@@ -18,6 +18,16 @@ DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 template <std::size_t kBytes>
 DIB_TARGET_AVX2 std::size_t shuffleToGrey(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+// The shares of blue, green and red in a grey, in parts of 65536, which they add up to: at most 32767 of
+// blue and of red.
+struct GreyShares {
+    std::uint32_t blue;
+    std::uint32_t green;
+    std::uint32_t red;
+};
+// Greys of 3-byte pixels by such shares, rounded: (sum + 32768) >> 16.
+DIB_TARGET_AVX2 std::size_t shuffleAndWeigh(const std::uint8_t* from, std::uint8_t* to, std::size_t count,
+                                            const GreyShares* shares);
 // Each byte three times.
 DIB_TARGET_AVX2 std::size_t shuffleGreyToBgr(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 // Two rows change places while red and blue do; both may be the same row.

@@ -147,7 +147,12 @@ std::string manualPage(const std::string& version, const std::vector<Command>& c
            "An output appears under its name only when it is complete.\nA file that it replaces stays until "
            "then.\n" +
            commandSection(commands) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
-           item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") + exitStatus(exitCodes) +
+           item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") +
+           item(bold("DIB_KERNELS"),
+                "Limits the instructions in use, to measure them: baseline, avx2 or avx512. The pictures are "
+                "the "
+                "same.") +
+           exitStatus(exitCodes) +
            ".SH EXAMPLES\n.nf\n"
            "dib run in.bmp bpp:8,method=median out.bmp\n"
            "dib run \\- bpp:1 \\- < in.bmp > out.bmp\n"

@@ -101,19 +101,29 @@ bool join(const Job& job, DibStream& second, const Joint& joint) {
     const auto bytes = dib::asSize(a.bitCount / 8);
     std::vector<unsigned char> blank(bytes * dib::asSize(width));
     for (std::size_t i = 0; i < blank.size(); ++i) blank[i] = dib::byteOf(fill >> (8 * (i % bytes)));
-    const auto put = [&](const dib::Raster& from, int x, int y, int firstRow) {
-        if (y < firstRow || y >= firstRow + from.height) return;
-        std::memcpy(to.row(y) + bytes * dib::asSize(x), from.row(y - firstRow),
-                    bytes * dib::asSize(from.width));
+    // A row of a picture from column x on, and the fill where it has none.
+    const auto put = [&](const dib::Raster& from, int x, int y, unsigned char* row) {
+        const unsigned char* const pixels = y < 0 || y >= from.height ? blank.data() : from.row(y);
+        std::memcpy(row + bytes * dib::asSize(x), pixels, bytes * dib::asSize(from.width));
+    };
+    const auto fillColumns = [&](int first, int end, unsigned char* row) {
+        std::memcpy(row + bytes * dib::asSize(first), blank.data(), bytes * dib::asSize(end - first));
+    };
+    // One picture of a column, with the fill beside it.
+    const auto putAlone = [&](const dib::Raster& from, int y, unsigned char* row) {
+        const int x = aligned(width, from.width, joint.align);
+        fillColumns(0, x, row);
+        put(from, x, y, row);
+        fillColumns(x + from.width, width, row);
     };
     const bool isDone = forEachRow(job, height, [&](int y) {
-        std::memcpy(to.row(y), blank.data(), blank.size());
+        unsigned char* const row = to.row(y);
         if (joint.isColumn) {
-            put(a, aligned(width, a.width, joint.align), y, 0);
-            put(b, aligned(width, b.width, joint.align), y, a.height + joint.gap);
+            y < a.height ? putAlone(a, y, row) : putAlone(b, y - a.height - joint.gap, row);
         } else {
-            put(a, 0, y, aligned(height, a.height, joint.align));
-            put(b, a.width + joint.gap, y, aligned(height, b.height, joint.align));
+            put(a, 0, y - aligned(height, a.height, joint.align), row);
+            fillColumns(a.width, a.width + joint.gap, row);
+            put(b, a.width + joint.gap, y - aligned(height, b.height, joint.align), row);
         }
     });
     if (isDone) dib::moveBlocks(both, job.image);

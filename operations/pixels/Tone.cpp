@@ -23,16 +23,18 @@ void mapEvery(unsigned char* first, std::size_t count, std::size_t step, const u
     for (std::size_t i = 0; i < count; ++i) first[step * i] = table[first[step * i]];
 }
 
+DIB_ALWAYS_INLINE unsigned char greyOf(std::uint32_t color, const dib::GreyShares& shares) {
+    const std::uint32_t sum =
+        (color & 255) * shares.blue + (color >> 8 & 255) * shares.green + (color >> 16 & 255) * shares.red;
+    return dib::byteOf((sum + 0x8000) >> 16);
+}
+
 // Of pixels of 4 bytes: words, so that loops vectorise.
 DIB_ALWAYS_INLINE void takeGreys(const unsigned char* __restrict row, std::size_t count,
-                                 const GreyWeights* weights, unsigned char* __restrict greys) {
-    const GreyWeights w = *weights;
-    for (std::ptrdiff_t i = 0; i < dib::asOffset(count); ++i) {
-        const std::uint32_t color = dib::Depth32::get(row, i);
-        const std::uint32_t sum =
-            (color & 255) * w.blue + (color >> 8 & 255) * w.green + (color >> 16 & 255) * w.red;
-        greys[i] = dib::byteOf((sum + 0x8000) >> 16);
-    }
+                                 const dib::GreyShares* shares, unsigned char* __restrict greys) {
+    const dib::GreyShares own = *shares;
+    for (std::ptrdiff_t i = 0; i < dib::asOffset(count); ++i)
+        greys[i] = greyOf(dib::Depth32::get(row, i), own);
 }
 
 DIB_ALWAYS_INLINE void putGreys(const unsigned char* __restrict greys, std::size_t count,
@@ -42,13 +44,11 @@ DIB_ALWAYS_INLINE void putGreys(const unsigned char* __restrict greys, std::size
 }
 
 // The same of pixels of 3 bytes.
-void takeGreys3(const unsigned char* row, std::size_t count, const GreyWeights& weights,
+void takeGreys3(const unsigned char* row, std::size_t count, const dib::GreyShares& shares,
                 unsigned char* greys) {
-    unsigned char wide[4 * kStrip];
-    const std::size_t done = dib::runVectors<dib::shuffleBgrToBgra>(row, wide, count);
-    dib::bgrToBgra(row + 3 * done, wide + 4 * done, count - done);
-    const unsigned char* const colors = wide;
-    dib::runKernel<takeGreys>(colors, count, &weights, greys);
+    const std::size_t done = dib::runVectors<dib::shuffleAndWeigh>(row, greys, count, &shares);
+    for (std::ptrdiff_t i = dib::asOffset(done); i < dib::asOffset(count); ++i)
+        greys[i] = greyOf(dib::Depth24::get(row, i), shares);
 }
 
 void putGreys3(const unsigned char* greys, std::size_t count, unsigned char* row) {
@@ -81,7 +81,7 @@ bool mapChannels(const Job& job, const dib::ToneTable& table, std::uint32_t chan
     });
 }
 
-bool mapGreys(const Job& job, const GreyWeights& weights, const dib::ToneTable* table) {
+bool mapGreys(const Job& job, const dib::GreyShares& shares, const dib::ToneTable* table) {
     const std::optional<dib::ToneLookup> lookup =
         table != nullptr ? std::optional<dib::ToneLookup>(table->data()) : std::nullopt;
     return changeColors(job, [&](unsigned char* pixels, std::size_t count, std::size_t bytes) {
@@ -91,8 +91,8 @@ bool mapGreys(const Job& job, const GreyWeights& weights, const dib::ToneTable* 
             const std::size_t strip = std::min(kStrip, count - x);
             unsigned char* const row = pixels + bytes * x;
             const unsigned char* const colors = row;
-            bytes == 3 ? takeGreys3(colors, strip, weights, greys)
-                       : dib::runKernel<takeGreys>(colors, strip, &weights, greys);
+            bytes == 3 ? takeGreys3(colors, strip, shares, greys)
+                       : dib::runKernel<takeGreys>(colors, strip, &shares, greys);
             if (lookup) lookup->mapBytes(greys, strip);
             bytes == 3 ? putGreys3(from, strip, row) : dib::runKernel<putGreys>(from, strip, row);
         }

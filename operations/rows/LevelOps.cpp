@@ -38,7 +38,7 @@ bool runLevels(const Job& job) {
     return mapChannels(job, dib::toneTable(curve), given.word("channels"));
 }
 
-constexpr GreyWeights kWeights[] = {{7471, 38470, 19595}, {4732, 46871, 13933}, {21845, 21846, 21845}};
+constexpr dib::GreyShares kWeights[] = {{7471, 38470, 19595}, {4732, 46871, 13933}, {21845, 21846, 21845}};
 
 constexpr Choices kGreys({{"601", 0,
                            "as eyes see the colours of television: 0.299 red, 0.587 green, 0.114 blue"},

@@ -35,6 +35,21 @@ TEST_F(RunCommand, WithoutOperationsConverts) {
     EXPECT_EQ(readFile("out.bmp"), readFile("in.bmp"));
 }
 
+TEST_F(RunCommand, TheLevelOfInstructionsCanBeLimited) {
+    const auto runAt = [](const char* level) {
+        return run({"run", "in.bmp", "gaussian:5", "out.bmp"}, {}, [=] { setenv("DIB_KERNELS", level, 1); });
+    };
+    ASSERT_EQ(runAt("").exitCode, 0);
+    const std::string expected = readFile("out.bmp");
+    for (const char* level : {"baseline", "avx2", "avx512"}) {
+        EXPECT_EQ(runAt(level).exitCode, 0) << level;
+        EXPECT_EQ(readFile("out.bmp"), expected) << level;
+    }
+    const Result result = runAt("fast");
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.errors, "dib: DIB_KERNELS: must be baseline, avx2 or avx512\n");
+}
+
 TEST_F(RunCommand, EveryMethodIsTheLibrarys) {
     const struct {
         const char* operation;

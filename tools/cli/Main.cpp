@@ -1,4 +1,7 @@
+#include <DibKernels.h>
 #include <CLI/CLI.hpp>
+
+#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -33,7 +36,15 @@ std::string mistakeIn(const CLI::App& app, const CLI::ParseError& error) {
            tool::suggestion(typed, tool::namesOf(tool::optionTexts(*chosen.front())));
 }
 
+// For measurements: the library itself reads no environment.
+void limitKernels() {
+    const char* const level = std::getenv("DIB_KERNELS");
+    if (level == nullptr || *level == '\0' || DibLimitKernels(level)) return;
+    throw tool::Failure(tool::kExitUsage, "DIB_KERNELS: must be baseline, avx2 or avx512");
+}
+
 void run(int argumentCount, char** arguments) {
+    limitKernels();
     CLI::App app("Reads, changes and writes pictures.", "dib");
     tool::declareCommands(app);
     if (argumentCount > 1 && arguments[1] == std::string_view(tool::kCompleteCommand)) {
