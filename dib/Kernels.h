@@ -50,10 +50,12 @@ DIB_NO_INLINE auto runKernelBaseline(Args... args) {
     return Body(args...);
 }
 
-template <auto Body, class... Args>
+// `Narrow` is the same body where it has to be written for the vectors of 16 bytes that every processor has:
+// compilers take wider ones apart into single numbers where these are compared or converted.
+template <auto Body, auto Narrow = Body, class... Args>
 inline auto runKernel(Args... args) {
     return kernelLevel() >= KernelLevel::kAvx2 ? runKernelAvx2<Body>(args...)
-                                               : runKernelBaseline<Body>(args...);
+                                               : runKernelBaseline<Narrow>(args...);
 }
 
 template <auto Body, class... Args>
@@ -62,9 +64,10 @@ DIB_TARGET_AVX512 DIB_NO_INLINE auto runKernelAvx512(Args... args) {
 }
 
 // With the third build. `Wide` is the same body where it has to be written for vectors of 64 bytes.
-template <auto Body, auto Wide = Body, class... Args>
+template <auto Body, auto Wide = Body, auto Narrow = Body, class... Args>
 inline auto runWidestKernel(Args... args) {
-    return kernelLevel() == KernelLevel::kAvx512 ? runKernelAvx512<Wide>(args...) : runKernel<Body>(args...);
+    return kernelLevel() == KernelLevel::kAvx512 ? runKernelAvx512<Wide>(args...)
+                                                 : runKernel<Body, Narrow>(args...);
 }
 
 // A part of a loop in vectors that are written by hand, because compilers do not find them. From the front it

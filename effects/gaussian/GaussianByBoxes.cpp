@@ -156,7 +156,8 @@ DIB_ALWAYS_INLINE void addStepsInBlocks(const std::uint16_t* __restrict row, std
     }
 }
 
-// Bytes of the vectors: of AVX2, and of AVX-512.
+// Bytes of the vectors: of every processor, of AVX2, and of AVX-512.
+constexpr std::ptrdiff_t kNarrowWidth = 16;
 constexpr std::ptrdiff_t kWidth = 32;
 constexpr std::ptrdiff_t kWideWidth = 64;
 
@@ -164,8 +165,8 @@ constexpr std::ptrdiff_t kWideWidth = 64;
 
 void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves,
                  std::ptrdiff_t count, std::uint32_t* steps, std::ptrdiff_t samples) {
-    runWidestKernel<addStepsInBlocks<kWidth>, addStepsInBlocks<kWideWidth>>(row, step, halves, count, steps,
-                                                                            samples);
+    runWidestKernel<addStepsInBlocks<kWidth>, addStepsInBlocks<kWideWidth>, addStepsInBlocks<kNarrowWidth>>(
+        row, step, halves, count, steps, samples);
 }
 
 }  // namespace dib

@@ -6,7 +6,7 @@
 #include "dib/Kernels.h"
 #include "effects/gaussian/GaussianWindow.h"
 
-#if defined(__x86_64__)
+#if defined(__SSE2__)
 #include <immintrin.h>
 #endif
 
@@ -18,14 +18,6 @@ DIB_ALWAYS_INLINE std::uint32_t product(std::uint32_t pair, std::uint32_t weight
     return (pair & 0xFFFFU) * (weights & 0xFFFFU) + (pair >> 16) * (weights >> 16);
 }
 
-DIB_ALWAYS_INLINE void addRowPairsPlain(const unsigned char* above, const unsigned char* below,
-                                        const unsigned char* nextAbove, const unsigned char* nextBelow,
-                                        std::uint32_t* __restrict out, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        out[i] = (std::uint32_t{nextAbove[i]} + nextBelow[i]) << 16 | (std::uint32_t{above[i]} + below[i]);
-    }
-}
-
 DIB_ALWAYS_INLINE void weighPairsPlain(const std::uint32_t* __restrict pairs, std::ptrdiff_t stride,
                                        const std::uint32_t* __restrict weights, std::ptrdiff_t count,
                                        std::uint32_t* __restrict sums, std::ptrdiff_t samples) {
@@ -33,6 +25,80 @@ DIB_ALWAYS_INLINE void weighPairsPlain(const std::uint32_t* __restrict pairs, st
     for (std::ptrdiff_t j = 1; j < count; ++j) {
         const std::uint32_t* row = pairs + j * stride;
         for (std::ptrdiff_t x = 0; x < samples; ++x) sums[x] += product(row[x], weights[j]);
+    }
+}
+
+// The compiler's own vectors, of the 16 bytes that every processor has.
+using Bytes __attribute__((vector_size(16))) = std::uint8_t;
+using Words __attribute__((vector_size(16))) = std::uint16_t;
+using Pairs __attribute__((vector_size(16))) = std::uint32_t;
+
+template <class Vector>
+DIB_ALWAYS_INLINE Vector loadNarrow(const void* from) {
+    Vector vector;
+    std::memcpy(&vector, from, sizeof vector);
+    return vector;
+}
+
+// Sums of the first eight bytes of two rows, and of the last eight.
+DIB_ALWAYS_INLINE Words lowSums(Bytes a, Bytes b) {
+    const auto wide = [](Bytes bytes) {
+        return reinterpret_cast<Words>(
+            __builtin_shufflevector(bytes, Bytes{}, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
+    };
+    return wide(a) + wide(b);
+}
+DIB_ALWAYS_INLINE Words highSums(Bytes a, Bytes b) {
+    const auto wide = [](Bytes bytes) {
+        return reinterpret_cast<Words>(__builtin_shufflevector(bytes, Bytes{}, 8, 24, 9, 25, 10, 26, 11, 27,
+                                                               12, 28, 13, 29, 14, 30, 15, 31));
+    };
+    return wide(a) + wide(b);
+}
+
+DIB_ALWAYS_INLINE void storePairs(std::uint32_t* to, Words sums, Words nextSums) {
+    const Words low = __builtin_shufflevector(sums, nextSums, 0, 8, 1, 9, 2, 10, 3, 11);
+    const Words high = __builtin_shufflevector(sums, nextSums, 4, 12, 5, 13, 6, 14, 7, 15);
+    std::memcpy(to, &low, sizeof low);
+    std::memcpy(to + 4, &high, sizeof high);
+}
+
+DIB_ALWAYS_INLINE void addRowPairsNarrow(const unsigned char* above, const unsigned char* below,
+                                         const unsigned char* nextAbove, const unsigned char* nextBelow,
+                                         std::uint32_t* out, std::ptrdiff_t count) {
+    for (std::ptrdiff_t x = 0; x < count; x += 16) {
+        const auto a = loadNarrow<Bytes>(above + x);
+        const auto b = loadNarrow<Bytes>(below + x);
+        const auto c = loadNarrow<Bytes>(nextAbove + x);
+        const auto d = loadNarrow<Bytes>(nextBelow + x);
+        storePairs(out + x, lowSums(a, b), lowSums(c, d));
+        storePairs(out + x + 8, highSums(a, b), highSums(c, d));
+    }
+}
+
+// Both products of four pairs. That of SSE2 is signed.
+DIB_ALWAYS_INLINE Pairs products(Pairs pairs, std::uint32_t weights) {
+#if defined(__SSE2__)
+    const __m128i both = _mm_set1_epi32(static_cast<int>(weights));
+    return reinterpret_cast<Pairs>(_mm_madd_epi16(reinterpret_cast<__m128i>(pairs), both));
+#else
+    return (pairs & 0xFFFFU) * (weights & 0xFFFFU) + (pairs >> 16) * (weights >> 16);
+#endif
+}
+
+// The sums of half a block stay in registers.
+DIB_ALWAYS_INLINE void weighPairsNarrow(const std::uint32_t* pairs, std::ptrdiff_t stride,
+                                        const std::uint32_t* weights, std::ptrdiff_t count,
+                                        std::uint32_t* sums, std::ptrdiff_t samples) {
+    constexpr std::ptrdiff_t kVectors = kGaussianBlock / 8;
+    for (std::ptrdiff_t x = 0; x < samples; x += 4 * kVectors) {
+        Pairs sum[kVectors] = {};
+        for (std::ptrdiff_t j = 0; j < count; ++j) {
+            const std::uint32_t* row = pairs + j * stride + x;
+            for (std::ptrdiff_t k = 0; k < kVectors; ++k)
+                sum[k] += products(loadNarrow<Pairs>(row + 4 * k), weights[j]);
+        }
+        std::memcpy(sums + x, sum, sizeof sum);
     }
 }
 
@@ -158,14 +224,15 @@ DIB_TARGET_AVX512 void weighPairsAvx512(const std::uint32_t* pairs, std::ptrdiff
 
 #else
 
-constexpr auto addRowPairsAvx2 = addRowPairsPlain;
-constexpr auto addRowPairsAvx512 = addRowPairsPlain;
-constexpr auto weighPairsAvx2 = weighPairsPlain;
-constexpr auto weighPairsAvx512 = weighPairsPlain;
+constexpr auto addRowPairsAvx2 = addRowPairsNarrow;
+constexpr auto addRowPairsAvx512 = addRowPairsNarrow;
+constexpr auto weighPairsAvx2 = weighPairsNarrow;
+constexpr auto weighPairsAvx512 = weighPairsNarrow;
 
 #endif
 
-// Bytes of the vectors: of AVX2, and of AVX-512.
+// Bytes of the vectors: of every processor, of AVX2, and of AVX-512.
+constexpr std::ptrdiff_t kNarrowWidth = 16;
 constexpr std::ptrdiff_t kWidth = 32;
 constexpr std::ptrdiff_t kWideWidth = 64;
 
@@ -202,22 +269,22 @@ DIB_ALWAYS_INLINE void gatherBlocks(const std::uint32_t* __restrict columns, std
 
 void addRowPairs(const unsigned char* above, const unsigned char* below, const unsigned char* nextAbove,
                  const unsigned char* nextBelow, std::uint32_t* out, std::ptrdiff_t count) {
-    runHandWritten<addRowPairsPlain, addRowPairsAvx2, addRowPairsAvx512>(above, below, nextAbove, nextBelow,
-                                                                         out, count);
+    runHandWritten<addRowPairsNarrow, addRowPairsAvx2, addRowPairsAvx512>(above, below, nextAbove, nextBelow,
+                                                                          out, count);
 }
 
 void weighPairs(const std::uint32_t* pairs, std::ptrdiff_t stride, const std::uint32_t* weights,
                 std::ptrdiff_t count, bool smallWeights, std::uint32_t* sums, std::ptrdiff_t samples) {
-    // The wider builds multiply signed halves.
+    // The others may multiply signed halves.
     if (!smallWeights) return runKernel<weighPairsPlain>(pairs, stride, weights, count, sums, samples);
-    runHandWritten<weighPairsPlain, weighPairsAvx2, weighPairsAvx512>(pairs, stride, weights, count, sums,
-                                                                      samples);
+    runHandWritten<weighPairsNarrow, weighPairsAvx2, weighPairsAvx512>(pairs, stride, weights, count, sums,
+                                                                       samples);
 }
 
 void gatherColumns(const std::uint32_t* columns, std::ptrdiff_t stride, std::ptrdiff_t step,
                    std::ptrdiff_t reach, unsigned char* out, std::ptrdiff_t samples) {
-    runWidestKernel<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>>(columns, stride, step, reach, out,
-                                                                    samples);
+    runWidestKernel<gatherBlocks<kWidth>, gatherBlocks<kWideWidth>, gatherBlocks<kNarrowWidth>>(
+        columns, stride, step, reach, out, samples);
 }
 
 }  // namespace dib

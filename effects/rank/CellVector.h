@@ -1,23 +1,26 @@
-// Small numbers side by side: the compiler's own vectors of 32 bytes, one source for every width of the
-// machine's registers.
+// Small numbers side by side: the compiler's own vectors, one source for every width of the machine's
+// registers.
 #ifndef EFFECTS_RANK_CELL_VECTOR_H
 #define EFFECTS_RANK_CELL_VECTOR_H
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 namespace dib {
 
+// Bytes of the vectors, where their rows are a multiple, and on processors without wide ones.
 constexpr std::ptrdiff_t kCellVectorBytes = 32;
-using ByteCells = std::uint8_t __attribute__((vector_size(kCellVectorBytes)));
-using WordCells = std::uint16_t __attribute__((vector_size(kCellVectorBytes)));
+constexpr std::ptrdiff_t kNarrowCellVectorBytes = 16;
 
 // `Cell` is std::uint8_t or std::uint16_t.
-template <class Cell>
-using CellVector = std::conditional_t<sizeof(Cell) == 1, ByteCells, WordCells>;
-template <class Cell>
-constexpr std::ptrdiff_t kCellLanes = kCellVectorBytes / static_cast<std::ptrdiff_t>(sizeof(Cell));
+template <class Cell, std::ptrdiff_t Width>
+struct CellVectorOf {
+    using Type __attribute__((vector_size(Width))) = Cell;
+};
+template <class Cell, std::ptrdiff_t Width = kCellVectorBytes>
+using CellVector = typename CellVectorOf<Cell, Width>::Type;
+template <class Cell, std::ptrdiff_t Width = kCellVectorBytes>
+constexpr std::ptrdiff_t kCellLanes = Width / static_cast<std::ptrdiff_t>(sizeof(Cell));
 
 }  // namespace dib
 

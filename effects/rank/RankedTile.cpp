@@ -21,21 +21,35 @@ namespace {
 // The smallest bins hold as many pixels as are compared at a time.
 constexpr int kLeastBinShift = 6;
 
-// Bit i is set where lane i is.
+// Bit i is set where lane i of eight bytes, or of four words, is.
 template <class Cell>
-DIB_ALWAYS_INLINE std::uint32_t lanesSet(const CellVector<Cell>& lanes) {
-#if defined(__SSE2__)
-    __m128i half[2];
-    std::memcpy(half, &lanes, sizeof half);
+DIB_ALWAYS_INLINE std::uint32_t lanesOfWord(std::uint64_t lanes) {
     if constexpr (sizeof(Cell) == 2)
-        return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(half[0], half[1])));
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(half[0])) |
-           static_cast<std::uint32_t>(_mm_movemask_epi8(half[1])) << 16;
-#else
+        return static_cast<std::uint32_t>((lanes & 0x0001000100010001) * 0x0001000200040008 >> 48 & 15);
+    return static_cast<std::uint32_t>((lanes & 0x0101010101010101) * 0x0102040810204080 >> 56);
+}
+
+// Bit i is set where lane i of a vector is.
+template <class Cell, std::ptrdiff_t Width>
+DIB_ALWAYS_INLINE std::uint32_t lanesSet(const CellVector<Cell, Width>& lanes) {
     std::uint32_t set = 0;
-    for (std::ptrdiff_t i = 0; i < kCellLanes<Cell>; ++i) set |= std::uint32_t{lanes[i] != 0} << i;
-    return set;
+#if defined(__SSE2__)
+    constexpr std::ptrdiff_t kHalves = Width / 16;
+    __m128i half[kHalves];
+    std::memcpy(half, &lanes, sizeof half);
+    if constexpr (sizeof(Cell) == 2) {
+        const __m128i last = kHalves == 2 ? half[kHalves - 1] : _mm_setzero_si128();
+        return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(half[0], last)));
+    }
+    for (std::ptrdiff_t i = 0; i < kHalves; ++i)
+        set |= static_cast<std::uint32_t>(_mm_movemask_epi8(half[i])) << (16 * i);
+#else
+    std::uint64_t words[Width / 8];
+    std::memcpy(words, &lanes, sizeof words);
+    for (std::ptrdiff_t i = 0; i < Width / 8; ++i)
+        set |= lanesOfWord<Cell>(words[i]) << (8 / asOffset(sizeof(Cell)) * i);
 #endif
+    return set;
 }
 
 // By byte and rank: the bit that has `rank` set ones below it.
@@ -75,23 +89,23 @@ DIB_ALWAYS_INLINE int nthBit(std::uint64_t word, std::uint64_t upToByte, std::ui
 constexpr std::ptrdiff_t kCompared = 64;
 
 // The number within a bin of the pixel that has `rank` others in the square before it.
-template <class Cell>
+template <std::ptrdiff_t Width, class Cell>
 DIB_ALWAYS_INLINE std::ptrdiff_t nthInside(const Cell* xs, const Cell* ys, std::ptrdiff_t left,
                                            std::ptrdiff_t top, std::ptrdiff_t side, std::uint32_t rank) {
-    using Vector = CellVector<Cell>;
+    using Vector = CellVector<Cell, Width>;
     // The differences are unsigned: those of pixels before the square are large.
     const Vector lefts = Vector{} + static_cast<Cell>(left);
     const Vector tops = Vector{} + static_cast<Cell>(top);
     const Vector furthest = Vector{} + static_cast<Cell>(side - 1);
     for (std::ptrdiff_t at = 0;; at += kCompared) {
         std::uint64_t inside = 0;
-        for (std::ptrdiff_t i = 0; i < kCompared; i += kCellLanes<Cell>) {
+        for (std::ptrdiff_t i = 0; i < kCompared; i += kCellLanes<Cell, Width>) {
             Vector x;
             Vector y;
             std::memcpy(&x, xs + at + i, sizeof x);
             std::memcpy(&y, ys + at + i, sizeof y);
             const auto both = (x - lefts <= furthest) & (y - tops <= furthest);
-            inside |= std::uint64_t{lanesSet<Cell>(reinterpret_cast<Vector>(both))} << i;
+            inside |= std::uint64_t{lanesSet<Cell, Width>(reinterpret_cast<Vector>(both))} << i;
         }
         const std::uint64_t upToByte = bitsUpToByte(inside);
         const auto count = static_cast<std::uint32_t>(upToByte >> 56);
@@ -100,13 +114,14 @@ DIB_ALWAYS_INLINE std::ptrdiff_t nthInside(const Cell* xs, const Cell* ys, std::
     }
 }
 
-template <class Cell>
+template <class Cell, std::ptrdiff_t Width>
 DIB_ALWAYS_INLINE void selectBody(const Cell* xs, const Cell* ys, int binShift, const BinRank* found,
                                   std::ptrdiff_t count, std::ptrdiff_t top, std::ptrdiff_t side,
                                   typename RankedTile<Cell>::Position* positions) {
     for (std::ptrdiff_t x = 0; x < count; ++x) {
         const std::ptrdiff_t start = static_cast<std::ptrdiff_t>(found[x].bin) << binShift;
-        const std::ptrdiff_t at = start + nthInside(xs + start, ys + start, x, top, side, found[x].rank);
+        const std::ptrdiff_t at =
+            start + nthInside<Width>(xs + start, ys + start, x, top, side, found[x].rank);
         positions[x] = {xs[at], ys[at]};
     }
 }
@@ -176,8 +191,9 @@ void RankedTile<Cell>::rank(const std::uint16_t* keys, std::ptrdiff_t pitch, std
 template <class Cell>
 void RankedTile<Cell>::select(const BinRank* found, std::ptrdiff_t count, std::ptrdiff_t top,
                               std::ptrdiff_t side, Position* positions) const {
-    runKernel<selectBody<Cell>>(static_cast<const Cell*>(xs_.get()), static_cast<const Cell*>(ys_.get()),
-                                binShift_, found, count, top, side, positions);
+    runKernel<selectBody<Cell, kCellVectorBytes>, selectBody<Cell, kNarrowCellVectorBytes>>(
+        static_cast<const Cell*>(xs_.get()), static_cast<const Cell*>(ys_.get()), binShift_, found, count,
+        top, side, positions);
 }
 
 template class RankedTile<std::uint8_t>;
