@@ -9,6 +9,8 @@
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 namespace dib {
@@ -147,15 +149,24 @@ DIB_TARGET_AVX2 std::size_t mapByLine(unsigned char* bytes, std::size_t count, c
     });
 }
 
-#else
+#elif defined(__aarch64__)
 
+// The table in four groups of four registers. A byte beyond a group's entries keeps what was found before.
 template <bool KeepFourth>
-std::size_t mapByTable(unsigned char*, std::size_t, const unsigned char*) {
-    return 0;
-}
-template <bool KeepFourth>
-std::size_t mapByLine(unsigned char*, std::size_t, const ToneLine*) {
-    return 0;
+std::size_t mapByTable(unsigned char* bytes, std::size_t count, const unsigned char* table) {
+    const uint8x16x4_t parts[4] = {vld1q_u8_x4(table), vld1q_u8_x4(table + 64), vld1q_u8_x4(table + 128),
+                                   vld1q_u8_x4(table + 192)};
+    const uint8x16_t fourth = vreinterpretq_u8_u32(vdupq_n_u32(0xFF000000U));
+    std::size_t done = 0;
+    for (; done + 16 <= count; done += 16) {
+        const uint8x16_t values = vld1q_u8(bytes + done);
+        uint8x16_t result = vqtbl4q_u8(parts[0], values);
+        result = vqtbx4q_u8(result, parts[1], vsubq_u8(values, vdupq_n_u8(64)));
+        result = vqtbx4q_u8(result, parts[2], vsubq_u8(values, vdupq_n_u8(128)));
+        result = vqtbx4q_u8(result, parts[3], vsubq_u8(values, vdupq_n_u8(192)));
+        vst1q_u8(bytes + done, KeepFourth ? vbslq_u8(fourth, values, result) : result);
+    }
+    return done;
 }
 
 #endif
@@ -168,10 +179,17 @@ DIB_ALWAYS_INLINE void invertBody(unsigned char* bytes, std::size_t count) {
 
 void invertBytes(unsigned char* bytes, std::size_t count) { runKernel<invertBody>(bytes, count); }
 
+// Bytes that whole vectors take, which are mapped.
 template <bool KeepFourth>
 std::size_t ToneLookup::mapVectors(unsigned char* bytes, std::size_t count) const {
+#if defined(__x86_64__)
     return isLine_ ? runVectors<mapByLine<KeepFourth>>(bytes, count, &line_)
                    : runVectors<mapByTable<KeepFourth>>(bytes, count, table_);
+#elif defined(__aarch64__)
+    return mapByTable<KeepFourth>(bytes, count, table_);
+#else
+    return 0;
+#endif
 }
 
 void ToneLookup::mapBytes(unsigned char* bytes, std::size_t count) const {

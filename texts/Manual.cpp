@@ -149,9 +149,8 @@ std::string manualPage(const std::string& version, const std::vector<Command>& c
            commandSection(commands) + operationTable() + formatTable() + ".SH ENVIRONMENT\n" +
            item(bold("TMPDIR"), "Folder for temporary files; /tmp when unset.") +
            item(bold("DIB_KERNELS"),
-                "Limits the instructions in use, to measure them: baseline, avx2 or avx512. The pictures are "
-                "the "
-                "same.") +
+                "Limits the instructions in use, to measure them: baseline, avx2 or avx512.\n"
+                "The pictures are the same.") +
            exitStatus(exitCodes) +
            ".SH EXAMPLES\n.nf\n"
            "dib run in.bmp bpp:8,method=median out.bmp\n"
