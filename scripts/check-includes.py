@@ -36,7 +36,7 @@ FILE_USERS = {("effects", "Compose", "Formats.h"), ("effects", "Compose", "VexLi
 # Public headers and the layers below the codecs use the standard library and processor intrinsics only.
 STANDARD_ONLY = {"include", "vexlibs", "dib", "geometry", "effects", "operations", "c"}
 # Headers of C are for those that C programs include.
-STANDARD_HEADER = re.compile(r"[a-z_0-9]+|std(bool|def|int|io)\.h|immintrin\.h|sys/(mman|stat|uio)\.h|unistd\.h"
+STANDARD_HEADER = re.compile(r"[a-z_0-9]+|std(bool|def|int|io)\.h|(arm_neon|immintrin)\.h|sys/(mman|stat|uio)\.h|unistd\.h"
                              r"|(io|windef|windows|wingdi)\.h")
 FORMATS_ONLY = re.compile(r"libpng|libjpeg|libtiff|zlib\.h|isa-l/|\bpng\.h|jpeglib\.h|tiffio\.h|dlopen|dlsym|dlfcn|AppKit|LoadLibrary|wincodec")
 
