@@ -65,7 +65,7 @@ enum DibParameterKind : int {
                                  ///< and `320x` and `x200` keep the shape of the picture.
     DIB_PARAMETER_CHOICE = 7,    ///< One of the names in `DibParameter::choices`.
     DIB_PARAMETER_FLAGS = 8,     ///< `none`, or some of the choices: `x`, `xy`, `x+y`.
-    DIB_PARAMETER_COLOR = 9,     ///< `#rrggbb` or `#rrggbbaa`; `none` where that is the default.
+    DIB_PARAMETER_COLOR = 9,     ///< `#rrggbb[aa]` or in short `#rgb[a]`; `none` where that is the default.
     DIB_PARAMETER_FILL = 10,     ///< A colour, or the number that a pixel stores: an index up to 8 bits.
     DIB_PARAMETER_PATH = 11,     ///< The name of a file (`DibApplyOptions::open`).
     DIB_PARAMETER_SWITCH = 12,   ///< `yes` or `no`; the name of the parameter alone is `yes`: `classic`.
@@ -228,7 +228,7 @@ struct DibChain {
 DIB_EXPORT bool DibParseChain(const char* text, DibChain* chain, DibOperationResult* result = nullptr);
 /// The same for one step, in which white space needs no backslash.
 DIB_EXPORT bool DibParseStep(const char* text, DibChain* chain, DibOperationResult* result = nullptr);
-/// Reads a colour as values have it: `#rrggbb`, which is opaque, or `#rrggbbaa`.
+/// Reads a colour as values have it: `#rrggbb`, which is opaque, `#rrggbbaa`, or in short `#rgb` or `#rgba`.
 /// @return False, with the colour as it was, and code
 /// - 6 the text is no colour, or a pointer is null;
 /// - 2 memory is short.

@@ -135,10 +135,12 @@ struct Treatment {
     // For every picture, instead of the classic function.
     Run right = nullptr;
     // Steps for which there is no classic function: `apart` runs them, and no picture is widened before.
-    bool (*isApart)(const Arguments& arguments) = nullptr;
+    bool (*isApart)(const Arguments& arguments, const DibStream& image) = nullptr;
     Run apart = nullptr;
     // Grey pictures may get colours.
     bool addsColors = false;
+    // The classic function counts rows as they are stored: it gets every picture bottom-up, as most are.
+    bool countsStoredRows = false;
 
     bool isGiven() const { return classicDepths != 0; }
 };
@@ -166,6 +168,12 @@ struct Operation {
 bool runTreated(const Job& job);
 // Runs a function on a picture, which is widened first where its pixels are indices.
 bool runWidened(const Job& job, const Treatment& treatment, const std::function<bool(const Job&)>& run);
+// Runs the operation on a picture of colours.
+bool runOnColors(const Job& job);
+// Runs a function on a picture whose rows are stored bottom-up meanwhile.
+bool runBottomUp(const Job& job, const std::function<bool(const Job&)>& run);
+// Whether the caller asks for the classic function.
+bool wantsClassic(const Job& job);
 // Whether the classic function alone does what the step does to this picture.
 bool isClassic(const Arguments& step, const DibStream& image);
 // Throws Refusal where an operation gets a picture of another depth.

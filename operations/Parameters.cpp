@@ -21,11 +21,17 @@ std::optional<DibBGRA> colorOf(std::string_view text) {
     const std::string_view digits = text.substr(text.starts_with('#') ? 1 : text.size());
     const char* end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, word, 16);
-    if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8))
-        return std::nullopt;
-    if (digits.size() == 6) word = (word << 8) | 0xFF;
-    const auto byte = [word](int shift) { return dib::byteOf(word >> shift); };
-    return DibBGRA{.blue = byte(8), .green = byte(16), .red = byte(24), .alpha = byte(0)};
+    if (error != std::errc() || stop != end) return std::nullopt;
+    // The channels of #rgb and #rgba are digits, each standing for itself twice.
+    const std::size_t count = digits.size() % 4 == 0 ? 4 : 3;
+    if (digits.size() != count && digits.size() != 2 * count) return std::nullopt;
+    const bool isShort = digits.size() == count;
+    const int bits = isShort ? 4 : 8;
+    if (count == 3) word = (word << bits) | ((1U << bits) - 1);
+    const auto channel = [=](int place) {
+        return dib::byteOf((word >> (place * bits) & ((1U << bits) - 1)) * (isShort ? 17 : 1));
+    };
+    return DibBGRA{.blue = channel(1), .green = channel(2), .red = channel(3), .alpha = channel(0)};
 }
 
 // The text of one parameter's value.
@@ -188,6 +194,7 @@ Value Reader::read() const {
         case DIB_PARAMETER_CHOICE: value.word = choice(); break;
         case DIB_PARAMETER_FLAGS: value.word = flags(); break;
         case DIB_PARAMETER_FILL:
+            if (mayBeNone() && text_ == "none") break;
             value.isColor = text_.starts_with('#');
             if (!value.isColor) {
                 value.first.number = integer(text_);

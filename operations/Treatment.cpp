@@ -37,8 +37,6 @@ bool hasRightColors(const DibStream& image, const Treatment& treatment) {
     return (treatment.depths & depthBit(bitCount)) != 0;
 }
 
-bool wantsClassic(const Job& job) { return job.options.classic || job.arguments.isOn("classic"); }
-
 // Replaces the indices of a picture by colours.
 bool makeColors(const Job& job, bool toGrey, unsigned int depths) {
     DibStream& image = job.image;
@@ -46,9 +44,11 @@ bool makeColors(const Job& job, bool toGrey, unsigned int depths) {
         widen(job);
         return true;
     }
-    addNote(job.result, DIB_NOTE_LOSS,
-            std::string(job.arguments.operation().info.name) + ": the palette of " +
-                bitsText(image.Header->biBitCount) + " became 8 bits of grey");
+    if (!isGreyRamp(image)) {
+        addNote(job.result, DIB_NOTE_LOSS,
+                std::string(job.arguments.operation().info.name) + ": the palette of " +
+                    bitsText(image.Header->biBitCount) + " became 8 bits of grey");
+    }
     const bool runsOnGrey = (depths & depthBit(8)) != 0;
     return image.ChangeBpp(24, 0) && (!runsOnGrey || image.ChangeBpp(8, 0));
 }
@@ -75,23 +75,14 @@ bool runMultiplied(const Job& job) {
     return true;
 }
 
-bool runOnColors(const Job& job) {
-    const Operation& operation = job.arguments.operation();
-    const Treatment& treatment = operation.treatment;
-    if (treatment.right != nullptr) return treatment.right(job);
-    if (treatment.alpha == Alpha::kAsRun) return operation.run(job);
-    const bool differ = job.image.Header->biBitCount == 32 && !dib::commonAlpha(job.image);
-    if (differ && treatment.alpha == Alpha::kWeights)
-        return treatment.weighted != nullptr ? treatment.weighted(job) : runMultiplied(job);
-    return runKeepingAlpha(job);
-}
-
 }  // namespace
 
 bool Run::operator()(const Job& job) const {
     if (!replacesPixels_) ownPixels(job.image);
     return function_(job);
 }
+
+bool wantsClassic(const Job& job) { return job.options.classic || job.arguments.isOn("classic"); }
 
 void requireDepth(const DibStream& image, unsigned int depths) {
     requirePixels(&image);
@@ -108,6 +99,48 @@ bool runWidened(const Job& job, const Treatment& treatment, const std::function<
     return !staysGrey || isPalette(job.image) || job.image.ChangeBpp(8, 0);
 }
 
+bool runOnColors(const Job& job) {
+    const Operation& operation = job.arguments.operation();
+    const Treatment& treatment = operation.treatment;
+    if (treatment.right != nullptr) return treatment.right(job);
+    if (treatment.alpha == Alpha::kAsRun) return operation.run(job);
+    const bool differ = job.image.Header->biBitCount == 32 && !dib::commonAlpha(job.image);
+    if (differ && treatment.alpha == Alpha::kWeights)
+        return treatment.weighted != nullptr ? treatment.weighted(job) : runMultiplied(job);
+    return runKeepingAlpha(job);
+}
+
+bool runBottomUp(const Job& job, const std::function<bool(const Job&)>& run) {
+    DibStream& image = job.image;
+    if (image.Header->biHeight >= 0) return run(job);
+    const auto store = [&](bool isTopDown) {
+        if (!image.UpDown(isTopDown)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    };
+    ownPixels(image);
+    store(false);
+    try {
+        if (!run(job)) return false;
+    } catch (const Refusal&) {
+        image.UpDown(true);
+        throw;
+    }
+    store(true);
+    return true;
+}
+
+namespace {
+
+bool runRight(const Job& job) {
+    const Treatment& treatment = job.arguments.operation().treatment;
+    if (treatment.isApart != nullptr && treatment.isApart(job.arguments, job.image))
+        return treatment.apart(job);
+    if (treatment.palette != nullptr && !hasRightColors(job.image, treatment) && isPalette(job.image))
+        return treatment.palette(job);
+    return runWidened(job, treatment, runOnColors);
+}
+
+}  // namespace
+
 bool runTreated(const Job& job) {
     const Operation& operation = job.arguments.operation();
     const Treatment& treatment = operation.treatment;
@@ -116,10 +149,7 @@ bool runTreated(const Job& job) {
         requireDepth(job.image, treatment.classicDepths);
         return operation.run(job);
     }
-    if (treatment.isApart != nullptr && treatment.isApart(job.arguments)) return treatment.apart(job);
-    if (treatment.palette != nullptr && !hasRightColors(job.image, treatment) && isPalette(job.image))
-        return treatment.palette(job);
-    return runWidened(job, treatment, runOnColors);
+    return treatment.countsStoredRows ? runBottomUp(job, runRight) : runRight(job);
 }
 
 bool invertPalette(const Job& job) {
@@ -137,7 +167,9 @@ bool isClassic(const Arguments& step, const DibStream& image) {
     const Treatment& treatment = step.operation().treatment;
     if (step.operation().call.empty()) return false;
     if (!treatment.isGiven() || step.isOn("classic")) return true;
-    if (treatment.right != nullptr || (treatment.isApart != nullptr && treatment.isApart(step))) return false;
+    if (treatment.countsStoredRows && image.Header->biHeight < 0) return false;
+    if (treatment.isApart != nullptr && treatment.isApart(step, image)) return false;
+    if (treatment.right != nullptr) return false;
     if (!hasRightColors(image, treatment))
         return isPalette(image) && treatment.palette == step.operation().run;
     return image.Header->biBitCount != 32 || treatment.alpha == Alpha::kAsRun;

@@ -702,7 +702,7 @@ DIB_C_EXPORT dib_code dib_compare(const dib_image* first, const dib_image* secon
                                   dib_image** shown, int gain, dib_result* result, dib_progress progress,
                                   void* user);
 
-/// Reads a colour as steps have it, "#rrggbb" or "#rrggbbaa".
+/// Reads a colour as steps have it, "#rrggbb" or "#rrggbbaa", or in short "#rgb" or "#rgba".
 /// @param color Gets it as 0xAARRGGBB.
 /// @return 6 when it is none, or a pointer is null, 2 when memory is short; `*color` is unchanged then.
 DIB_C_EXPORT dib_code dib_parse_color(const char* text, uint32_t* color, dib_result* result);

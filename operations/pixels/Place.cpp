@@ -8,6 +8,7 @@
 #include "dib/Bytes.h"
 #include "dib/MoveBlocks.h"
 #include "dib/Numbers.h"
+#include "operations/pixels/Fill.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -16,22 +17,6 @@ namespace {
 
 bool isSame(const DibBGRA& a, const DibBGRA& b) {
     return a.blue == b.blue && a.green == b.green && a.red == b.red;
-}
-
-// The value of pixels of a colour, in a picture that is widened where it has none.
-std::uint32_t valueOf(const Job& job, const DibBGRA& color) {
-    const BITMAPINFOHEADER& header = *job.image.Header;
-    const bool isOpaque = color.alpha == 255;
-    if (isOpaque && header.biBitCount <= 8) {
-        const auto table = dib::readColorTable(header);
-        const std::size_t entries = dib::usableEntries(header);
-        for (std::uint32_t i = 0; i < entries; ++i) {
-            if (isSame(table[i], color)) return i;
-        }
-    }
-    widen(job, isOpaque ? 24 : 32);
-    return color.blue | std::uint32_t{color.green} << 8 | std::uint32_t{color.red} << 16 |
-           std::uint32_t{color.alpha} << 24;
 }
 
 // A size that no image can have fails like short memory.
@@ -55,7 +40,7 @@ std::uint32_t unify(const Job& job, DibStream& second, const DibBGRA& fill) {
         const bool hasAlpha = job.image.Header->biBitCount == 32 || second.Header->biBitCount == 32;
         widen(job, hasAlpha ? 32 : 24);
     }
-    const std::uint32_t value = valueOf(job, fill);
+    const std::uint32_t value = widenedFill(job, fill);
     const int bitCount = job.image.Header->biBitCount;
     if (second.Header->biBitCount != bitCount) widenQuietly(second, bitCount);
     return value;
@@ -70,7 +55,7 @@ int aligned(int full, int length, int align) {
 
 bool addBorder(const Job& job, const Sides& sides, const DibBGRA& color) {
     rowsOf(job.image);
-    const std::uint32_t value = valueOf(job, color);
+    const std::uint32_t value = widenedFill(job, color);
     DibStream& image = job.image;
     const int oldWidth = width(image);
     const int oldHeight = height(image);

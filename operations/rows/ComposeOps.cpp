@@ -1,5 +1,7 @@
 #include <DibEffect.h>
 
+#include "dib/MoveBlocks.h"
+#include "dib/Turn.h"
 #include "operations/SecondPicture.h"
 
 namespace operations {
@@ -16,9 +18,18 @@ constexpr Parameters kCompose({path("file", "the second picture"),
                                choice("mode", "how the second picture covers the first", kModes, "stretch"),
                                classic()});
 
+// Stretching counts rows as they are stored.
+void storeBottomUp(DibStream& image) {
+    if (image.Header->biHeight >= 0) return;
+    DibStream stored;
+    if (!dib::turnInto(image, dib::kTurns[0], 1, stored)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
+    dib::moveBlocks(stored, image);
+}
+
 bool runCompose(const Job& job) {
     DibStream second;
     openPicture(job, job.arguments.path("file"), second);
+    if (!wantsClassic(job)) storeBottomUp(second);
     return DibEffectCompose(job.callback, job.user, &job.image, &second, job.arguments.number("opacity"),
                             job.arguments.word("mode"));
 }
@@ -26,7 +37,7 @@ bool runCompose(const Job& job) {
 constexpr Operation kOperations[] = {
     {{"compose",
       kArea,
-      "Blends a second picture in, of any format that can be read.",
+      "Blends a second picture in, stretched or tiled, without its alpha; overlay puts it at a place.",
       "compose:other.bmp,0.5",
       {"compose:other.bmp", "compose:other.bmp,30%,mode=tile", "compose:other.bmp,0.8"},
       kCompose,
@@ -37,7 +48,8 @@ constexpr Operation kOperations[] = {
      {.classicDepths = depths({8, 24, 32}),
       .depths = depths({24, 32}),
       .alpha = Alpha::kKept,
-      .addsColors = true}},
+      .addsColors = true,
+      .countsStoredRows = true}},
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "dib/ChangeDepth.h"
 #include "dib/Numbers.h"
-#include "operations/Operations.h"
+#include "effects/weighted/AlphaPlane.h"
+#include "operations/pixels/Pixels.h"
 
 namespace operations {
 
@@ -32,6 +33,7 @@ constexpr Choices kMethods({
 constexpr Parameters kBpp({
     choice("depth", "bits per pixel", kDepths),
     choice("method", "how colours are reduced", kMethods, "plain"),
+    classic(),
 });
 
 std::string checkBpp(const Arguments& arguments) {
@@ -48,24 +50,34 @@ std::string checkBpp(const Arguments& arguments) {
     return fits ? "" : "method: not available for depth " + std::to_string(depth);
 }
 
+void noteAlpha(const Job& job) {
+    const bool dropsAlpha = job.image.Header->biBitCount == 32 && job.arguments.word("depth") != 32;
+    if (dropsAlpha && dib::commonAlpha(job.image) != 255)
+        addNote(job.result, DIB_NOTE_LOSS, "bpp: transparency is not kept");
+}
+
 bool runBpp(const Job& job) {
+    if (!wantsClassic(job)) noteAlpha(job);
     const std::uint32_t method = job.arguments.word("method");
     const unsigned int selector = method == kOrdered ? DIB_DITHER : method == kMedian ? DIB_MEDIAN_CUT : 0U;
     return dib::changeDepth(job.image, dib::asInt(job.arguments.word("depth")), selector,
                             {job.callback, job.user});
 }
 
+constexpr Run kRun = replacing(runBpp);
+
 constexpr Operation kOperations[] = {
     {{"bpp",
       kArea,
-      "Changes the depth of the picture.",
+      "Changes the depth of the picture. Fewer than 32 bits drop alpha; flatten lays it over a colour.",
       "bpp:8,method=median",
       {"bpp:1", "bpp:4,method=median", "bpp:8,method=dither"},
       kBpp,
       kAllDepths},
      "image.ChangeBpp({depth}, {method})",
-     replacing(runBpp),
-     checkBpp},
+     kRun,
+     checkBpp,
+     {.classicDepths = kAllDepths, .palette = kRun, .countsStoredRows = true}},
 };
 
 }  // namespace

@@ -28,7 +28,9 @@ constexpr Parameters kRotate(
            "none"),
      classic()});
 
-bool isOnCanvas(const Arguments& arguments) { return arguments.isOn("grow") || arguments.colorIfAny("fill"); }
+bool isOnCanvas(const Arguments& arguments, const DibStream& = DibStream()) {
+    return arguments.isOn("grow") || arguments.colorIfAny("fill");
+}
 
 bool runOnCanvas(const Job& job) {
     const Arguments& given = job.arguments;
@@ -63,7 +65,7 @@ constexpr Treatment kSamples = {
 constexpr Operation kOperations[] = {
     {{"rotate",
       kArea,
-      "Turns the picture about its middle; the size stays unless it is to grow.",
+      "Turns the picture about its middle, to the left, and mixes its pixels; turn is exact for quarters.",
       "rotate:30,wrap=xy",
       {"rotate:15", "rotate:30,wrap=xy", "rotate:-20,grow,fill=#203040"},
       kRotate,

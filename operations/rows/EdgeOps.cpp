@@ -14,8 +14,8 @@ constexpr Bounds kLengths{1, 4096};
 constexpr Bounds kDistances{1, 1024};
 
 constexpr Parameters kMotionBlur({integer("length", "number of samples", kLengths, {}, "px"),
-                                  angle("angle", "direction of the smear; 0 is to the right", "0"), wrap(),
-                                  classic()});
+                                  angle("angle", "direction of the smear; 0 is to the right, 90 down", "0"),
+                                  wrap(), classic()});
 
 constexpr Parameters kEdge({wrap(), classic()});
 
@@ -23,6 +23,10 @@ constexpr Parameters kEmboss({number("strength", "contrast of the relief", kAnyN
                               integer("distance", "how far apart the samples lie", kDistances, "1", "px"),
                               angle("angle", "direction in which rising brightness looks raised", "45"),
                               wrap(), classic()});
+
+// Between pixels of 8 bits the classic functions take whole ones, as indices cannot be mixed.
+constexpr unsigned int kClassicDepths = depths({8, 16, 24, 32});
+constexpr unsigned int kMixedDepths = depths({16, 24, 32});
 
 constexpr Operation kOperations[] = {
     {{"motion-blur",
@@ -35,10 +39,10 @@ constexpr Operation kOperations[] = {
      "DibEffectMotionBlur(nullptr, nullptr, &image, {length}, {angle}, {wrap})",
      replacing(Effect<int, float, unsigned int>::run<DibEffectMotionBlur>),
      nullptr,
-     {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kWeights}},
+     {.classicDepths = kClassicDepths, .depths = kMixedDepths, .alpha = Alpha::kWeights}},
     {{"edge",
       kArea,
-      "Shows how fast each channel changes.",
+      "Shows how fast each channel changes; beyond 255 it starts again at 0.",
       "edge",
       {"edge", "sharpen edge", "edge:wrap=xy"},
       kEdge,
@@ -57,7 +61,7 @@ constexpr Operation kOperations[] = {
      "DibEffectEmboss(nullptr, nullptr, &image, {strength}, {distance}, {angle}, {wrap})",
      replacing(Effect<float, int, float, unsigned int>::run<DibEffectEmboss>),
      nullptr,
-     {.classicDepths = depths({8, 16, 24, 32}), .alpha = Alpha::kKept}},
+     {.classicDepths = kClassicDepths, .depths = kMixedDepths, .alpha = Alpha::kKept}},
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "geometry/Resize.h"
 #include "operations/Call.h"
 #include "operations/Descriptions.h"
+#include "operations/pixels/Fill.h"
 #include "operations/pixels/Pixels.h"
 #include "operations/pixels/Resample.h"
 
@@ -34,7 +35,9 @@ constexpr DibParameter kEnlarge = toggle("enlarge", "also enlarges smaller pictu
 constexpr Parameters kFit({size("size", "the largest size"), kFilter, kEnlarge});
 constexpr Parameters kCover({size("size", "the size that is covered"), kFilter});
 
-bool takesNearest(const Arguments& arguments) { return arguments.word("filter") == kNearest; }
+bool takesNearest(const Arguments& arguments, const DibStream&) {
+    return arguments.word("filter") == kNearest;
+}
 
 std::string checkResize(const Arguments& arguments) {
     const std::uint32_t filter = arguments.word("filter");
@@ -103,7 +106,8 @@ constexpr Treatment kResizes = {.classicDepths = kAllDepths,
                                 .depths = depths({24, 32}),
                                 .right = replacing(runResize),
                                 .isApart = takesNearest,
-                                .apart = replacing(runResize)};
+                                .apart = replacing(runResize),
+                                .countsStoredRows = true};
 
 int scaled(int side, double factor) {
     const double pixels = std::round(side * factor);
@@ -122,7 +126,8 @@ PixelSize touching(const Job& job, bool isInside) {
 
 // Resizes a picture whose palette is widened where the filter mixes colours.
 bool resizeWidened(const Job& job, Run::Function run) {
-    return takesNearest(job.arguments) ? run(job) : runWidened(job, kResizes, run);
+    if (takesNearest(job.arguments, job.image)) return run(job);
+    return runBottomUp(job, [=](const Job& each) { return runWidened(each, kResizes, run); });
 }
 
 bool runFit(const Job& job) {
@@ -143,21 +148,69 @@ bool runFill(const Job& job) {
                              frame.width, frame.height);
 }
 
-// Each pixel counts two by two; the last of an odd side is left out.
-Taps halfTaps(int sourceCount) {
+// Each pixel counts two by two, from a first one on.
+Taps halfTaps(int sourceCount, int first) {
     Taps taps;
     taps.width = 2;
-    for (int i = 0; i < sourceCount / 2; ++i) taps.first.push_back(2 * i);
+    for (int i = 0; i < sourceCount / 2; ++i) taps.first.push_back(first + 2 * i);
     taps.weights.assign(2 * taps.first.size(), 0.5F);
     return taps;
 }
 
+// Of odd sides the last column and, as rows are stored bottom-up, the first row are left out.
 bool runWeightedHalf(const Job& job) {
-    if (width(job.image) < 2 || height(job.image) < 2) return job.image.ResizeHalf();
-    return resample(job, halfTaps(width(job.image)), halfTaps(height(job.image)));
+    return resample(job, halfTaps(width(job.image), 0), halfTaps(height(job.image), height(job.image) % 2));
 }
 
-constexpr Parameters kCanvas({size("size", "the new size"), fill("fill", "what the new pixels hold", "0")});
+constexpr Run kHalve = replacing(Method<>::run<&DibStream::ResizeHalf>);
+
+bool isThin(const Arguments&, const DibStream& image) { return width(image) == 1 || height(image) == 1; }
+bool runThinHalf(const Job& job);
+
+constexpr Treatment kHalves = {.classicDepths = depths({24, 32}),
+                               .alpha = Alpha::kWeights,
+                               .weighted = replacing(runWeightedHalf),
+                               .isApart = isThin,
+                               .apart = replacing(runThinHalf),
+                               .countsStoredRows = true};
+
+// A side of 1 stays: its pixels are halved as two that are alike.
+bool runThinHalf(const Job& job) {
+    return resampleNearest(job, std::max(2, width(job.image)), std::max(2, height(job.image))) &&
+           runWidened(job, kHalves, runOnColors);
+}
+
+constexpr Parameters kCanvas(
+    {size("size", "the new size"),
+     fill("fill", "what the new pixels hold; none: black, and transparent at 32 bits", "none"), classic()});
+
+constexpr DibBGRA kBlack = {0, 0, 0, 255};
+
+// The colour of new pixels. Without a fill the classic function takes 0, which is black but in palettes.
+std::optional<DibBGRA> canvasColor(const Arguments& arguments, const DibStream& image) {
+    const bool isNone = arguments.text("fill") == "none";
+    return isNone && image.Header->biBitCount <= 8 ? kBlack : arguments.colorIfAny("fill");
+}
+
+// The classic function looks for the nearest entry of a palette, and leaves alpha out of 24 bits.
+bool needsFill(const Arguments& arguments, const DibStream& image) {
+    const std::optional<DibBGRA> color = canvasColor(arguments, image);
+    const int bitCount = image.Header->biBitCount;
+    return color && (bitCount <= 8 || (bitCount < 32 && color->alpha != 255));
+}
+
+bool runCanvas(const Job& job) {
+    const PixelSize wanted = job.arguments.size("size", job.image);
+    const DibBGRA color = *canvasColor(job.arguments, job.image);
+    const std::uint32_t fill = paletteFill(job, color);
+    const std::uint32_t entries = job.image.Header->biClrUsed;
+    if (!job.image.ChangeSize(wanted.width, wanted.height, fill)) return false;
+    // The new header announces a full table.
+    if (job.image.Header->biBitCount <= 8) job.image.Header->biClrUsed = entries;
+    return true;
+}
+
+constexpr Run kChangeSize = replacing(Method<int, int, unsigned int>::run<&DibStream::ChangeSize>);
 
 constexpr Parameters kCrop({integer("x", "first column of the rectangle", {0, kAnyInteger.max}, {}, "px"),
                             integer("y", "first row of the rectangle, counted from the top",
@@ -220,24 +273,30 @@ constexpr Operation kOperations[] = {
      replacing(runFill)},
     {{"half",
       kArea,
-      "Halves the picture exactly, each pixel the mean of four.",
+      "Halves the picture exactly, each pixel the mean of four; a side of 1 stays.",
       "half",
       {"half", "half half", "half half half"},
       kOnlyClassic,
       kAllDepths},
      "image.ResizeHalf()",
-     replacing(Method<>::run<&DibStream::ResizeHalf>),
+     kHalve,
      nullptr,
-     {.classicDepths = depths({24, 32}), .alpha = Alpha::kWeights, .weighted = replacing(runWeightedHalf)}},
+     kHalves},
     {{"canvas",
       kArea,
-      "Crops or pads the picture about its middle.",
+      "Crops or pads the picture about its middle. A palette that lacks the fill gets it where it has room.",
       "canvas:120%x80%,fill=#ff8000",
       {"canvas:80%", "canvas:120%x110%,fill=#f0e6d2", "canvas:60%x120%,fill=#203040"},
       kCanvas,
       kAllDepths},
      "image.ChangeSize({size:width}, {size:height}, {fill})",
-     replacing(Method<int, int, unsigned int>::run<&DibStream::ChangeSize>)},
+     kChangeSize,
+     nullptr,
+     {.classicDepths = kAllDepths,
+      .palette = kChangeSize,
+      .isApart = needsFill,
+      .apart = replacing(runCanvas),
+      .countsStoredRows = true}},
     {{"crop",
       kArea,
       "Keeps a rectangle of the picture.",

@@ -5,6 +5,7 @@
 #include "operations/Places.h"
 #include "operations/SecondPicture.h"
 #include "operations/pixels/Overlay.h"
+#include "operations/pixels/Pixels.h"
 #include "operations/pixels/Place.h"
 
 namespace operations {
@@ -53,8 +54,13 @@ bool runOverlay(const Job& job) {
     DibStream over;
     openPicture(job, given.path("file"), over);
     const auto opacity = static_cast<std::uint32_t>(std::lround(given.number("opacity") * 255));
-    return overlay(job, over, placeOf(job, width(over), height(over)), opacity,
-                   static_cast<dib::BlendMode>(given.word("mode")));
+    // Every mode makes greys of greys.
+    const Treatment treatment = {
+        .classicDepths = kAllDepths, .depths = depths({24, 32}), .addsColors = !isGrey(over)};
+    return runWidened(job, treatment, [&](const Job& each) {
+        return overlay(each, over, placeOf(each, width(over), height(over)), opacity,
+                       static_cast<dib::BlendMode>(given.word("mode")));
+    });
 }
 
 constexpr Choices kDirections({{"row", 0, "to the right of the first"}, {"column", 1, "below the first"}});

@@ -1,6 +1,11 @@
 #include <DibEffect.h>
 
+#include <algorithm>
+#include <cstring>
+
+#include "dib/Depths.h"
 #include "operations/Call.h"
+#include "operations/pixels/Pixels.h"
 
 namespace operations {
 
@@ -23,6 +28,37 @@ constexpr Treatment picks(Run run) {
     return {.classicDepths = kAllDepths, .alpha = Alpha::kKept, .palette = run};
 }
 
+bool hasNibbles(const Arguments&, const DibStream& image) { return image.Header->biBitCount == 4; }
+
+// The classic extremes read the two pixels of a byte exchanged, so they get a byte for each.
+bool runOnBytes(const Job& job) {
+    const dib::Raster from = rowsOf(job.image);
+    DibStream bytes;
+    createImage(bytes, from.width, job.image.Header->biHeight, 8);
+    std::ranges::copy_n(dib::readColorTable(*job.image.Header).begin(), 16, dib::colorTable(bytes.Header));
+    const dib::Raster wide = rowsOf(bytes);
+    for (int y = 0; y < wide.height; ++y) {
+        for (int x = 0; x < wide.width; ++x) wide.row(y)[x] = dib::byteOf(dib::Depth4::get(from.row(y), x));
+    }
+    const Job onBytes = {bytes, job.arguments, job.options, job.result, job.callback, job.user};
+    if (!job.arguments.operation().run(onBytes)) return false;
+    const dib::Raster found = rowsOf(bytes);
+    const OwnRows rows(job.image);
+    for (int y = 0; y < wide.height; ++y) {
+        unsigned char* const row = rows.row(y);
+        std::memset(row, 0, rows.raster().rowBytes);
+        for (int x = 0; x < wide.width; ++x) dib::Depth4::put(row, x, found.row(y)[x]);
+    }
+    return true;
+}
+
+constexpr Treatment picksExtreme(Run run) {
+    Treatment treatment = picks(run);
+    treatment.isApart = hasNibbles;
+    treatment.apart = replacing(runOnBytes);
+    return treatment;
+}
+
 constexpr Run kMedianRun = replacing(Rank::run<DibEffectBrightMiddle>);
 
 constexpr Operation kOperations[] = {
@@ -36,7 +72,7 @@ constexpr Operation kOperations[] = {
      "DibEffectBrightMax(nullptr, nullptr, &image, {radius}, {wrap})",
      Rank::run<DibEffectBrightMax>,
      nullptr,
-     picks(Rank::run<DibEffectBrightMax>)},
+     picksExtreme(Rank::run<DibEffectBrightMax>)},
     {{"min",
       kArea,
       "Takes the darkest pixel around each pixel. Transparent pixels count like others.",
@@ -47,11 +83,11 @@ constexpr Operation kOperations[] = {
      "DibEffectBrightMin(nullptr, nullptr, &image, {radius}, {wrap})",
      Rank::run<DibEffectBrightMin>,
      nullptr,
-     picks(Rank::run<DibEffectBrightMin>)},
+     picksExtreme(Rank::run<DibEffectBrightMin>)},
     {{"median",
       kArea,
-      "Takes a pixel of middle brightness around each pixel, which removes specks. Transparent pixels "
-      "count like others.",
+      "Takes the pixel one darker than the middle around each pixel, which removes specks. Transparent "
+      "pixels count like others.",
       "median:1",
       {"median:1", "median:4", "median:10,wrap=xy"},
       kMedian,

@@ -7,9 +7,13 @@ namespace {
 
 constexpr const char* kArea = "Tone curves";
 
-constexpr Parameters kGamma({number("gamma", "exponent; above 1 brightens"),
+constexpr Parameters kGamma({number("gamma", "above 0; above 1 brightens"),
                              integer("low", "lower limit", kAnyInteger, "0"),
                              integer("high", "upper limit", kAnyInteger, "255"), classic()});
+
+std::string checkGamma(const Arguments& arguments) {
+    return arguments.number("gamma") > 0 ? "" : "gamma: must be above 0";
+}
 
 constexpr Parameters kContrast({number("contrast", "slope about middle grey; 1 changes nothing"),
                                 number("brightness", "added, in parts of the full range", kAnyNumber, "0"),
@@ -28,7 +32,7 @@ constexpr Operation kOperations[] = {
       kAllDepths},
      "DibEffectGammaCorrect(nullptr, nullptr, &image, {low}, {high}, {gamma})",
      Effect<int, int, float>::run<dib::correctGamma>,
-     nullptr,
+     checkGamma,
      bends(Effect<int, int, float>::run<dib::correctGamma>)},
     {{"contrast",
       kArea,

@@ -22,7 +22,7 @@ TEST(OperationDescriptions, SynopsesShowWhatMayBeLeftOut) {
     EXPECT_EQ(description("half", DIB_DESCRIBE_SYNOPSIS), "half[:classic]");
     EXPECT_EQ(description("flip-storage", DIB_DESCRIBE_SYNOPSIS), "flip-storage");
     EXPECT_EQ(description("bpp", DIB_DESCRIBE_SYNOPSIS),
-              "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse]");
+              "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse][,classic]");
     EXPECT_EQ(description("resize", DIB_DESCRIBE_SYNOPSIS),
               "resize:WIDTHxHEIGHT[,filter=auto|area|bilinear|bicubic|lanczos|nearest][,classic]");
     EXPECT_EQ(description("color-noise", DIB_DESCRIBE_SYNOPSIS),

@@ -49,6 +49,27 @@ TEST(Overlay, LiesInARowAsInAColumn) {
     EXPECT_EQ(rows("place=w"), (Values{0, 1, 2, 0, 0}));
 }
 
+TEST(Overlay, OfGreysIsGrey) {
+    const std::string grey = saved(picture(2, 8, {100, 200}));
+    for (const char* mode : {"normal", "multiply", "luminosity"}) {
+        const std::string step = "overlay:" + grey + ",opacity=60%,mode=" + mode;
+        SCOPED_TRACE(step);
+        const DibPtr image = picture(2, 8, {50, 240});
+        const DibPtr wide = picture(2, 24, {0x323232, 0xF0F0F0});
+        DibOperationResult result;
+        ASSERT_TRUE(DibApply(image.get(), step.c_str(), nullptr, &result)) << result.reason;
+        EXPECT_EQ(result.noteCount, 0);
+        EXPECT_EQ(image->Header->biBitCount, 8);
+        const Values colors = after(*wide, step);
+        EXPECT_EQ(valuesOf(*image), (Values{colors[0] & 255, colors[1] & 255}));
+    }
+    // A picture of another kind may bring colours.
+    const std::string colored = saved(picture(2, 24, {100, 200}));
+    const DibPtr image = picture(2, 8, {50, 240});
+    EXPECT_EQ(after(*image, "overlay:" + colored), (Values{100, 200}));
+    EXPECT_EQ(image->Header->biBitCount, 24);
+}
+
 TEST(Overlay, OutsideThePictureChangesNothingAndSaysSo) {
     const std::string path = saved(picture(2, 24, {1, 2}));
     const DibPtr image = picture(2, 24, {3, 4});

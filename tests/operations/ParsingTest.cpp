@@ -79,6 +79,7 @@ TEST(OperationParsing, RefusalsNameWhatIsWrong) {
         {"bulr:2", "no operation 'bulr'; did you mean 'blur'?", nullptr, nullptr, "blur"},
         {"gauss", "no operation 'gauss'; did you mean 'gaussian'?", nullptr, nullptr, "gaussian"},
         {"Rotate:30", "no operation 'Rotate'; did you mean 'rotate'?", nullptr, nullptr, "rotate"},
+        {"gray", "no operation 'gray'; did you mean 'grey'?", nullptr, nullptr, "grey"},
         {"frobnicate", "no operation 'frobnicate'"},
         {"blur", "blur: radius is missing (usage: blur:RADIUS[,wrap=none|x|y][,classic])", "blur", "radius"},
         {"blur:2,warp=x",
@@ -95,8 +96,16 @@ TEST(OperationParsing, RefusalsNameWhatIsWrong) {
          "bpp", "method", "median"},
         {"bpp:1,method=median",
          "bpp: method: not available for depth 1 (usage: "
-         "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse])",
+         "bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse][,classic])",
          "bpp"},
+        {"bpp:8,method=gray",
+         "bpp: method: 'gray' is not one of plain, grey, dither, median, truncate, diffuse; did you mean "
+         "'grey'?",
+         "bpp", "method", "grey"},
+        {"gamma:0", "gamma: gamma: must be above 0 (usage: gamma:GAMMA[,low=LOW][,high=HIGH][,classic])",
+         "gamma"},
+        {"gamma:-2.2", "gamma: gamma: must be above 0 (usage: gamma:GAMMA[,low=LOW][,high=HIGH][,classic])",
+         "gamma"},
         {"wave:0,3",
          "wave: wavelength: must not be 0 (usage: "
          "wave:WAVELENGTH,AMPLITUDE[,phase=PHASE][,direction=DIRECTION][,wrap=none|x|y][,classic])",

@@ -28,8 +28,9 @@ std::vector<std::string> treatedSteps() {
         const bool isTreated = std::ranges::any_of(parameters, [](const DibParameter* parameter) {
             return std::string_view(parameter->name) == "classic";
         });
-        if (isTreated && std::string_view(operation->name) != "compose")
-            steps.emplace_back(operation->samples[0]);
+        // One needs a second picture, and one changes the depth.
+        const bool isOther = std::set<std::string_view>{"compose", "bpp"}.contains(operation->name);
+        if (isTreated && !isOther) steps.emplace_back(operation->samples[0]);
     }
     return steps;
 }
@@ -77,14 +78,18 @@ TEST(OperationTreatment, OpaquePicturesGetTheClassicColours) {
             SCOPED_TRACE(step + " " + std::to_string(height));
             const DibPtr deep = randomImage(41, height, 24, 5);
             const DibPtr classicDeep = randomImage(41, height, 24, 5);
+            // Some classic functions count stored rows.
+            ASSERT_TRUE(classicDeep->UpDown(false));
             DibOperationResult result;
             apply(*deep, step, result);
             EXPECT_EQ(result.noteCount, 0);
+            EXPECT_EQ(deep->Header->biHeight > 0, height > 0);
             apply(*classicDeep, step, result, true);
-            EXPECT_TRUE(sameImage(*deep, *classicDeep));
+            EXPECT_EQ(values(*deep, 0xFFFFFF), values(*classicDeep, 0xFFFFFF));
             for (const std::uint32_t alpha : {255U, 0U, 77U}) {
                 const DibPtr image = withAlpha(alpha, height);
                 const DibPtr classic = withAlpha(alpha, height);
+                ASSERT_TRUE(classic->UpDown(false));
                 apply(*image, step, result);
                 EXPECT_EQ(result.noteCount, 0);
                 apply(*classic, step, result, true);
@@ -161,8 +166,7 @@ TEST(OperationTreatment, PalettesAreWidenedAndTheResultSaysSo) {
 }
 
 TEST(OperationTreatment, GreyPicturesStayGrey) {
-    for (const char* step :
-         {"blur:2", "soften", "gaussian:3", "edge", "emboss", "noise:20,seed=1", "motion-blur:5"}) {
+    for (const char* step : {"blur:2", "soften", "gaussian:3", "edge", "noise:20,seed=1"}) {
         SCOPED_TRACE(step);
         const DibPtr image = greyRamp(31);
         const DibPtr classic = greyRamp(31);
@@ -173,13 +177,15 @@ TEST(OperationTreatment, GreyPicturesStayGrey) {
         apply(*classic, step, result, true);
         EXPECT_TRUE(sameImage(*image, *classic));
     }
-    for (const char* step : {"rotate:15", "mosaic:4", "half", "wave:60,8"}) {
+    for (const char* step : {"rotate:15", "mosaic:4", "half", "wave:60,8", "emboss", "motion-blur:5",
+                             "motion-blur:9,angle=30"}) {
         SCOPED_TRACE(step);
         const DibPtr image = greyRamp(31);
         const DibPtr wide = greyRamp(31);
         DibOperationResult result;
         apply(*image, step, result);
         EXPECT_EQ(image->Header->biBitCount, 8);
+        EXPECT_EQ(result.noteCount, 0);
         apply(*wide, std::string("bpp:24 ") + step, result);
         const std::vector<std::uint32_t> grey = values(*image, 0xFF);
         EXPECT_EQ(grey, values(*wide, 0xFF));

@@ -142,14 +142,26 @@ TEST(OperationValues, FlagsRunTogetherOrAreJoined) {
     }
 }
 
-TEST(OperationValues, ColorsAreSixOrEightHexDigits) {
+TEST(OperationValues, ShortColorsHaveEachDigitTwice) {
+    const auto wordOf = [](const DibBGRA& c) {
+        return std::uint32_t{c.alpha} << 24 | std::uint32_t{c.red} << 16 | std::uint32_t{c.green} << 8 |
+               c.blue;
+    };
+    EXPECT_EQ(wordOf(one(kTint, "#fff").color("tint")), 0xFFFFFFFFU);
+    EXPECT_EQ(wordOf(one(kTint, "#1aC").color("tint")), 0xFF11AACCU);
+    EXPECT_EQ(wordOf(one(kTint, "#1aC8").color("tint")), 0x8811AACCU);
+    EXPECT_EQ(wordOf(one(kTint, "#0000").color("tint")), 0U);
+}
+
+TEST(OperationValues, ColorsAreThreeToEightHexDigits) {
     const DibBGRA color = one(kTint, "#12aBf0").color("tint");
     EXPECT_EQ(color.red, 0x12);
     EXPECT_EQ(color.green, 0xAB);
     EXPECT_EQ(color.blue, 0xF0);
     EXPECT_EQ(color.alpha, 0xFF);
     EXPECT_EQ(one(kTint, "#12abf080").color("tint").alpha, 0x80);
-    for (const char* text : {"#", "#12345", "#1234567", "123456", "#12345g", "#-12345", "#123456789"}) {
+    for (const char* text :
+         {"#", "#1", "#12", "#12345", "#1234567", "#fg0", "123456", "#12345g", "#-12345", "#123456789"}) {
         EXPECT_EQ(refusal(kTint, text),
                   "tint: '" + std::string(text) + "' must be a colour #rrggbb or #rrggbbaa");
     }
@@ -163,7 +175,7 @@ TEST(OperationValues, ColorsAreReadOnTheirOwn) {
     ASSERT_TRUE(DibParseColor("#abCDef07", &color, &result));
     EXPECT_EQ(std::tuple(color.red, color.green, color.blue, color.alpha), std::tuple(171, 205, 239, 7));
     for (const char* text :
-         {"", "#", "none", "102030", "#1020", "#10203g", "#-02030", "#102030405", " #102030"}) {
+         {"", "#", "none", "102030", "#10", "#10203", "#10203g", "#-02030", "#102030405", " #102030"}) {
         EXPECT_FALSE(DibParseColor(text, &color, &result)) << text;
         EXPECT_EQ(result.code, DIB_ERROR_INVALID);
         EXPECT_EQ(result.reason, "'" + std::string(text) + "' must be a colour #rrggbb or #rrggbbaa");

@@ -335,7 +335,7 @@ TEST_F(Completion, IsAnsweredByTheProgram) {
     EXPECT_EQ(answer({"info", "in"}), "files\n");
     EXPECT_EQ(answer({"run", "in.bmp", "cr"}), "files\ncrop:\tKeeps a rectangle of the picture.\n");
     EXPECT_EQ(answer({"run", "in.bmp", "half"}),
-              "files\nhalf\tHalves the picture exactly, each pixel the mean of four.\n");
+              "files\nhalf\tHalves the picture exactly, each pixel the mean of four; a side of 1 stays.\n");
     EXPECT_EQ(answer({"run", "in.bmp", "blur:2,"}),
               "words\nblur:2,radius=\tpixels on each side\n"
               "blur:2,wrap=\taxes on which the picture repeats instead of ending at its edge; xy is both\n"
