@@ -19,7 +19,7 @@ def imported(name):
 
 
 cv2, ndimage, Vips = (imported(name) for name in ("OpenCV", "SciPy", "libvips"))
-PRESENT = {"Pillow": True, "OpenCV": cv2 is not None, "SciPy": ndimage is not None, "libvips": Vips is not None,
+PRESENT = {"Pillow": True, "NumPy": True, "OpenCV": cv2 is not None, "SciPy": ndimage is not None, "libvips": Vips is not None,
            "cairo": cairo.LIBRARY is not None}
 if cv2 is not None:
     cv2.setNumThreads(1)

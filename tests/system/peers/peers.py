@@ -24,6 +24,7 @@ except ImportError as missing:
 
 import rows_blends
 import rows_colors
+import rows_effects
 import rows_filters
 import rows_places
 import rows_sheets
