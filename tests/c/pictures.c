@@ -247,7 +247,8 @@ void colors(void) {
     CHECK(dib_parse_color("#12abef80", &color, NULL) == DIB_C_OK && color == 0x8012ABEF);
     CHECK(dib_parse_color("red", &color, &result) == DIB_C_ERROR_INVALID && color == 0x8012ABEF);
     CHECK(strcmp(result.reason, "'red' must be a colour #rrggbb or #rrggbbaa") == 0);
-    CHECK(dib_parse_color("#12ab", &color, NULL) == DIB_C_ERROR_INVALID);
+    CHECK(dib_parse_color("#12ab", &color, NULL) == DIB_C_OK && color == 0xBB1122AA);
+    CHECK(dib_parse_color("#12abe", &color, NULL) == DIB_C_ERROR_INVALID);
     CHECK(dib_parse_color("", &color, NULL) == DIB_C_ERROR_INVALID);
     CHECK(dib_parse_color(NULL, &color, NULL) == DIB_C_ERROR_INVALID);
     CHECK(dib_parse_color("#000000", NULL, NULL) == DIB_C_ERROR_INVALID);

@@ -120,7 +120,8 @@ TEST_F(RunCommand, AFailedOperationIsNamedWithTheLibrarysText) {
 // Exit code 2.
 
 TEST_F(RunCommand, MistakesInTheCommandLineAreUsageErrors) {
-    const std::string usage = " (usage: bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse])\n";
+    const std::string usage =
+        " (usage: bpp:DEPTH[,method=plain|grey|dither|median|truncate|diffuse][,classic])\n";
     const struct {
         Names arguments;
         std::string message;
