@@ -2,8 +2,9 @@
 #ifndef DIB_HALF_FLOAT_H
 #define DIB_HALF_FLOAT_H
 
-#include <bit>
 #include <cstdint>
+
+#include "dib/FloatBits.h"
 
 namespace dib {
 
@@ -17,7 +18,7 @@ inline float floatOfHalf(std::uint16_t half) {
         return sign != 0 ? -value : value;
     }
     const std::uint32_t wide = exponent == 31 ? 255 : exponent + 127 - 15;
-    return std::bit_cast<float>(sign | wide << 23 | fraction << 13);
+    return floatOfBits(sign | wide << 23 | fraction << 13);
 }
 
 }  // namespace dib

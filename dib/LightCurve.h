@@ -3,10 +3,11 @@
 #define DIB_LIGHT_CURVE_H
 
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+
+#include "dib/FloatBits.h"
 
 namespace dib {
 
@@ -23,13 +24,13 @@ public:
         for (unsigned byte = 1; byte < 256; ++byte) least_[byte] = leastOf(byte);
         least_[256] = std::numeric_limits<float>::infinity();
         for (std::uint32_t upper = 0; upper < kUppers; ++upper) {
-            lowest_[upper] = static_cast<unsigned char>(shown(std::bit_cast<float>(upper << 16)));
+            lowest_[upper] = static_cast<unsigned char>(shown(floatOfBits(upper << 16)));
         }
     }
     unsigned char operator()(float value) const {
         if (!(value > 0.0F)) return 0;
         if (value >= 1.0F) return 255;
-        const unsigned low = lowest_[std::bit_cast<std::uint32_t>(value) >> 16];
+        const unsigned low = lowest_[bitsOfFloat(value) >> 16];
         return static_cast<unsigned char>(low + (value >= least_[low + 1] ? 1U : 0U));
     }
 
@@ -41,12 +42,12 @@ private:
     // Positive floats are ordered like their bits.
     float leastOf(unsigned byte) const {
         std::uint32_t below = 0;
-        std::uint32_t reaches = std::bit_cast<std::uint32_t>(1.0F);
+        std::uint32_t reaches = bitsOfFloat(1.0F);
         while (reaches - below > 1) {
             const std::uint32_t middle = below + (reaches - below) / 2;
-            (shown(std::bit_cast<float>(middle)) >= byte ? reaches : below) = middle;
+            (shown(floatOfBits(middle)) >= byte ? reaches : below) = middle;
         }
-        return std::bit_cast<float>(reaches);
+        return floatOfBits(reaches);
     }
 
     Function function_;

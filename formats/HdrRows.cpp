@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/FloatBits.h"
 #include "dib/Kernels.h"
 #include "dib/Numbers.h"
 
@@ -18,7 +18,7 @@ namespace formats {
 namespace {
 
 // One float below the nearest to 1 / 2.2. Loaded bytes depend on this exact value.
-constexpr float kGamma = std::bit_cast<float>(std::uint32_t{0x3EE8BA2E});
+constexpr float kGamma = dib::floatOfBits(0x3EE8BA2E);
 
 unsigned char toneOf(float value) {
     const float raised = std::pow(value, kGamma);

@@ -6,12 +6,12 @@
 // - reads binary samples of 16 bits;
 // - notes samples above the largest value.
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 
 #include "dib/Bytes.h"
 #include "dib/ColorTable.h"
+#include "dib/FloatBits.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/Numbers.h"
@@ -88,7 +88,7 @@ private:
 
     unsigned char byteOf(const unsigned char* bytes) const {
         const std::uint32_t word = header_.isLittleEndian ? dib::readLe32(bytes) : dib::readBe32(bytes);
-        const double value = std::bit_cast<float>(word) / header_.scale * 255;
+        const double value = dib::floatOfBits(word) / header_.scale * 255;
         // NaN becomes 0.
         return value > 0 ? dib::byteOf(std::lround(std::min(value, 255.0))) : 0;
     }

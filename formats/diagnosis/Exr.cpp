@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <bit>
 
+#include "dib/FloatBits.h"
 #include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 #include "formats/diagnosis/ExrHeader.h"
@@ -30,7 +30,7 @@ void readChannels(const RefusedFile& file, std::int64_t at, ExrHeader& header) {
     }
 }
 
-float floatAt(const RefusedFile& file, std::int64_t at) { return std::bit_cast<float>(file.le32(at)); }
+float floatAt(const RefusedFile& file, std::int64_t at) { return dib::floatOfBits(file.le32(at)); }
 
 void readAttribute(const RefusedFile& file, const std::string& name, std::int64_t at, ExrHeader& header) {
     const auto edge = [&](int i) { return std::int64_t{static_cast<std::int32_t>(file.le32(at + 4 * i))}; };

@@ -1,11 +1,11 @@
 #include "formats/psd/Matte.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/FloatBits.h"
 #include "dib/Kernels.h"
 #include "dib/LightCurve.h"
 #include "formats/psd/ChannelBytes.h"
@@ -104,12 +104,12 @@ DIB_ALWAYS_INLINE std::uint32_t bitsAt(const unsigned char* samples, std::size_t
 DIB_ALWAYS_INLINE void removeFromFloats(const unsigned char* __restrict mixed,
                                         const unsigned char* __restrict alpha, float* __restrict to,
                                         std::size_t count) {
-    constexpr auto kOne = std::bit_cast<std::uint32_t>(1.0F);
+    constexpr auto kOne = dib::bitsOfFloat(1.0F);
     for (std::size_t x = 0; x < count; ++x) {
         // Floats above 0 are ordered like their bits; 0 and others become 1.
         const std::uint32_t divisor = std::min(bitsAt(alpha, x) - 1, kOne - 1) + 1;
-        const auto color = double{std::bit_cast<float>(bitsAt(mixed, x))};
-        to[x] = static_cast<float>(1.0 - (1.0 - color) / double{std::bit_cast<float>(divisor)});
+        const auto color = double{dib::floatOfBits(bitsAt(mixed, x))};
+        to[x] = static_cast<float>(1.0 - (1.0 - color) / double{dib::floatOfBits(divisor)});
     }
 }
 

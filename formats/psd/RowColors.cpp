@@ -1,12 +1,12 @@
 #include "formats/psd/RowColors.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
 #include "dib/Bytes.h"
+#include "dib/FloatBits.h"
 #include "dib/Kernels.h"
 #include "dib/LightCurve.h"
 #include "dib/Numbers.h"
@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kPart = 256;
 
 float floatAt(const unsigned char* samples, std::size_t x) {
-    return std::bit_cast<float>(dib::readBe32(samples + 4 * x));
+    return dib::floatOfBits(dib::readBe32(samples + 4 * x));
 }
 
 unsigned char nearestByte(double value) {

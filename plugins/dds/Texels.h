@@ -3,12 +3,12 @@
 #define PLUGINS_DDS_TEXELS_H
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 
 #include "dib/Bytes.h"
+#include "dib/FloatBits.h"
 #include "dib/HalfFloat.h"
 #include "plugins/dds/Blocks.h"
 
@@ -78,7 +78,7 @@ struct Float32 {
     static constexpr int kBits = 32;
     static constexpr unsigned char kAbsent = 0;
     static unsigned char byte(const unsigned char* at) {
-        return byteOfUnit(std::bit_cast<float>(dib::readLe32(at)));
+        return byteOfUnit(dib::floatOfBits(dib::readLe32(at)));
     }
 };
 

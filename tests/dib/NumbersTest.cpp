@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "dib/Bytes.h"
+#include "dib/FloatBits.h"
 
 namespace {
 
@@ -20,6 +21,12 @@ TEST(Numbers, KeepTheBitsWithAndWithoutASign) {
     EXPECT_EQ(dib::asUnsigned(std::int16_t{-1}), 65535U);
     EXPECT_EQ(dib::asSigned(std::uint32_t{0x80000000U}), INT32_MIN);
     static_assert(std::is_same_v<decltype(dib::asUnsigned(std::int64_t{1})), std::uint64_t>);
+}
+
+TEST(Numbers, BitsOfFloats) {
+    static_assert(dib::bitsOfFloat(-1.5F) == 0xBFC00000U);
+    static_assert(dib::floatOfBits(0x3E800000U) == 0.25F);
+    EXPECT_EQ(dib::bitsOfFloat(dib::floatOfBits(0x7F800001U)) & 0x7F800000U, 0x7F800000U);
 }
 
 TEST(Numbers, SaturateAtTheEndsOfInt) {
