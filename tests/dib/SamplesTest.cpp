@@ -1,3 +1,4 @@
+#include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 
 #include <gtest/gtest.h>

@@ -3,12 +3,15 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
+
+#include "dib/File.h"
+#include "tests/support/Paths.h"
+#include "tests/support/Sanitizer.h"
 
 namespace digest {
 
 void Hash::bytes(const void* data, std::size_t count) {
+    testing_support::expectWritten(data, count);
     const auto* next = static_cast<const unsigned char*>(data);
     for (std::size_t i = 0; i < count; ++i) value_ = (value_ ^ next[i]) * 0x100000001B3U;
 }
@@ -25,9 +28,9 @@ void Hash::image(const DibStream& image) {
 }
 
 void Hash::file(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    number(in.good());
-    text({std::istreambuf_iterator<char>(in), {}});
+    const dib::FilePtr file = dib::openForReading(path.c_str());
+    number(file != nullptr);
+    if (file != nullptr) block(testing_support::remainingBytes(file.get()));
 }
 
 bool Progress::callback(float fraction, void* self) {

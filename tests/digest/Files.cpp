@@ -1,11 +1,11 @@
 // Savers, loaders of what they wrote, and loaders of cut and altered copies.
 #include <DibCodec.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <cstdio>
+#include <string_view>
 #include <vector>
 
+#include "dib/File.h"
 #include "tests/digest/Digest.h"
 #include "tests/digest/Loaders.h"
 #include "tests/support/Paths.h"
@@ -15,20 +15,22 @@ namespace digest {
 
 namespace {
 
-using Bytes = std::vector<char>;
+using Bytes = std::vector<unsigned char>;
 
 Bytes readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    const dib::FilePtr file = dib::openForReading(path.c_str());
+    return file != nullptr ? testing_support::remainingBytes(file.get()) : Bytes();
 }
 
-void writeAll(const std::string& path, const char* bytes, std::size_t count) {
-    std::ofstream(path, std::ios::binary).write(bytes, static_cast<std::streamsize>(count));
+void writeAll(const std::string& path, const unsigned char* bytes, std::size_t count) {
+    const dib::FilePtr file = dib::openForWriting(path.c_str());
+    if (file != nullptr) dib::writeBytes(file.get(), bytes, count);
 }
 
 // One for each process: two of them may run in one build.
 std::string temporaryFile() {
-    return testing_support::temporaryPath("digest-file-" + std::to_string(testing_support::processNumber()));
+    return testing_support::commonTemporaryFolder() + "/digest-file-" +
+           std::to_string(testing_support::processNumber());
 }
 
 // Copies cut short, then copies with some bytes altered.
@@ -48,7 +50,7 @@ Hash loadDamaged(const Loader& loader, const Bytes& whole) {
         const std::size_t within = i % 2 == 0 && altered.size() > 64 ? 64 : altered.size();
         for (int j = 0; j <= i % 3; ++j) {
             const std::size_t at = (random.next()) % within;
-            altered[at] = static_cast<char>(random.next());
+            altered[at] = static_cast<unsigned char>(random.next());
         }
         writeAll(temporaryFile(), altered.data(), altered.size());
         loadInto(hash, loader, temporaryFile(), -1);
@@ -59,7 +61,7 @@ Hash loadDamaged(const Loader& loader, const Bytes& whole) {
 void printFormat(const Loader& loader, const Kind& kind) {
     const std::string path = temporaryFile();
     const std::string name = std::string(loader.name) + " " + nameOf(kind);
-    std::filesystem::remove(path);
+    std::remove(path.c_str());
 
     Hash saved;
     for (const int cancelAt : {2, -1}) {
@@ -72,7 +74,7 @@ void printFormat(const Loader& loader, const Kind& kind) {
     line("save " + name, loader.dependsOn, saved);
 
     const Bytes whole = readAll(path);
-    std::filesystem::remove(path);
+    std::remove(path.c_str());
     if (whole.empty()) return;
     Hash loaded;
     for (const int cancelAt : {-1, 0, 3}) {
@@ -81,14 +83,14 @@ void printFormat(const Loader& loader, const Kind& kind) {
     }
     line("load " + name, loader.dependsOn, loaded);
     line("load damaged " + name, loader.dependsOn, loadDamaged(loader, whole));
-    std::filesystem::remove(path);
+    std::remove(path.c_str());
 }
 
 }  // namespace
 
-void printFiles() {
+void printFiles(bool ownFormats) {
     for (const Loader& loader : loaders()) {
-        if (loader.save == nullptr) continue;
+        if (loader.save == nullptr || (ownFormats && loader.dependsOn == std::string_view("codec"))) continue;
         for (const Kind& kind : kKinds) printFormat(loader, kind);
     }
 }

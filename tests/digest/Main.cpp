@@ -9,14 +9,17 @@
 
 int main(int argc, char** argv) {
     std::string samples;
+    bool ownFormats = false;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         if (word.starts_with("--level=")) {
             dib::limitKernelLevel(dib::kKernelLevels[std::atoi(word.c_str() + 8) % 3]);
         } else if (word.starts_with("--samples=")) {
             samples = word.substr(10);
+        } else if (word == "--own-formats") {
+            ownFormats = true;
         } else {
-            std::fputs("usage: digest [--level=0|1|2] [--samples=FOLDER]\n", stderr);
+            std::fputs("usage: digest [--level=0|1|2] [--own-formats] [--samples=FOLDER]\n", stderr);
             return 2;
         }
     }
@@ -27,6 +30,6 @@ int main(int argc, char** argv) {
     digest::printEffects();
     digest::printConversions();
     digest::printGeometry();
-    digest::printFiles();
+    digest::printFiles(ownFormats);
     return 0;
 }

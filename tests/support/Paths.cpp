@@ -1,7 +1,6 @@
 #include "tests/support/Paths.h"
 
-#include <filesystem>
-
+#include "dib/File.h"
 #include "tests/support/System.h"
 
 namespace testing_support {
@@ -24,12 +23,14 @@ public:
 
 private:
     int owner_ = processNumber();
-    std::string path_ = DIB_TEST_TMP "/" + std::to_string(owner_);
+    std::string path_ = commonTemporaryFolder() + "/" + std::to_string(owner_);
 };
 
 }  // namespace
 
 std::string sourceFolder() { return DIB_SOURCE_DIR; }
+
+std::string commonTemporaryFolder() { return DIB_TEST_TMP; }
 
 std::string temporaryPath(const std::string& name) {
     static const OwnFolder folder;
@@ -39,5 +40,23 @@ std::string temporaryPath(const std::string& name) {
 std::string testBundles() { return DIB_TEST_BUNDLES; }
 
 std::string builtPlugins() { return DIB_TEST_PLUGINS; }
+
+std::vector<unsigned char> remainingBytes(std::FILE* file) {
+    std::vector<unsigned char> bytes;
+    constexpr std::size_t kStep = 1 << 16;
+    std::size_t read = kStep;
+    while (read == kStep) {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + kStep);
+        read = std::fread(bytes.data() + before, 1, kStep, file);
+        bytes.resize(before + read);
+    }
+    return bytes;
+}
+
+std::vector<unsigned char> readFileBytes(const std::filesystem::path& path) {
+    const dib::FilePtr file = dib::openForReading(path.c_str());
+    return file != nullptr ? remainingBytes(file.get()) : std::vector<unsigned char>();
+}
 
 }  // namespace testing_support

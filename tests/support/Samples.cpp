@@ -131,9 +131,4 @@ Picture pictureOf(DibStream& dib) {
     return ::testing::AssertionSuccess();
 }
 
-std::vector<unsigned char> readFileBytes(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 }  // namespace testing_support

@@ -56,9 +56,6 @@ Picture pictureOf(DibStream& dib);
 // Whether two pictures have one size and no sample further apart than `tolerance`.
 ::testing::AssertionResult samePicture(const Picture& actual, const Picture& expected, int tolerance = 0);
 
-// The bytes of a file; empty when it cannot be read.
-std::vector<unsigned char> readFileBytes(const std::filesystem::path& path);
-
 }  // namespace testing_support
 
 #endif

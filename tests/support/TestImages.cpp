@@ -1,5 +1,7 @@
 #include "tests/support/TestImages.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "dib/ColorTable.h"
@@ -22,7 +24,7 @@ float Random::real(float low, float high) {
 DibPtr blankImage(int width, int height, int bitCount) {
     DibPtr dib(new DibStream);
     if (!dib->Create(width, height, bitCount)) {
-        ADD_FAILURE() << "no image of " << width << " x " << height << " x " << bitCount;
+        std::fprintf(stderr, "no image of %d x %d x %d\n", width, height, bitCount);
         std::abort();
     }
     dib->SetMonoPalette();
@@ -59,31 +61,6 @@ std::vector<unsigned char> headerBytes(const DibStream& dib) {
     if (dib.Header == nullptr) return {};
     const auto* start = reinterpret_cast<const unsigned char*>(dib.Header);
     return {start, start + dib::kHeaderBytes + dib::announcedEntries(*dib.Header) * dib::kEntryBytes};
-}
-
-::testing::AssertionResult sameImage(const DibStream& a, const DibStream& b) {
-    const auto headerA = headerBytes(a);
-    const auto headerB = headerBytes(b);
-    if (headerA != headerB) {
-        std::size_t at = 0;
-        while (at < headerA.size() && at < headerB.size() && headerA[at] == headerB[at]) ++at;
-        return ::testing::AssertionFailure() << "header blocks of " << headerA.size() << " and "
-                                             << headerB.size() << " bytes differ at byte " << at;
-    }
-    const auto pixelsA = pixelBytes(a);
-    const auto pixelsB = pixelBytes(b);
-    if (pixelsA == pixelsB) return ::testing::AssertionSuccess();
-    std::size_t at = 0;
-    while (at < pixelsA.size() && at < pixelsB.size() && pixelsA[at] == pixelsB[at]) ++at;
-    if (at == pixelsA.size() || at == pixelsB.size()) {
-        return ::testing::AssertionFailure()
-               << "pixel blocks of " << pixelsA.size() << " and " << pixelsB.size() << " bytes";
-    }
-    const std::size_t pitch = a.GetPitch();
-    return ::testing::AssertionFailure()
-           << "buffer row " << at / pitch << " byte " << at % pitch << ": " << int{pixelsA[at]} << " against "
-           << int{pixelsB[at]} << " (" << a.Header->biWidth << " x " << a.Header->biHeight << " x "
-           << a.Header->biBitCount << ")";
 }
 
 std::uint32_t pixelValue(DibStream& dib, int x, int y) {
