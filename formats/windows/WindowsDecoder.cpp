@@ -34,6 +34,14 @@ const Indexed* indexedOf(const GUID& format) {
     return row != std::end(kIndexed) ? row : nullptr;
 }
 
+// The component reads more kinds of files, for which the library has readers of its own, or none.
+bool isWanted(IWICBitmapDecoder& decoder) {
+    GUID kind = {};
+    if (FAILED(decoder.GetContainerFormat(&kind))) return false;
+    return IsEqualGUID(kind, GUID_ContainerFormatPng) || IsEqualGUID(kind, GUID_ContainerFormatJpeg) ||
+           IsEqualGUID(kind, GUID_ContainerFormatTiff);
+}
+
 // Indices of less than a byte become bytes.
 void expandIndices(const unsigned char* from, unsigned char* to, std::size_t pixels, unsigned bits) {
     const unsigned mask = (1U << bits) - 1;
@@ -52,7 +60,7 @@ public:
         const std::wstring text = vexlibs::systemPath(path);
         return SUCCEEDED(factory_->CreateDecoderFromFilename(
                    text.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, decoder.out())) &&
-               SUCCEEDED(decoder->GetFrame(0, frame_.out()));
+               isWanted(*decoder.get()) && SUCCEEDED(decoder->GetFrame(0, frame_.out()));
     }
 
     bool readLayout(BitmapLayout& layout) override {
