@@ -15,22 +15,25 @@ void checkInC(int holds, const char* condition, const char* file, int line);
 /* The path of a temporary file, valid until the next call. */
 const char* temporaryFile(const char* name);
 
+/* Whether folders can be opened as files, which then cannot be read. */
+int doFoldersOpen(void);
+
 /* Every test in C; Tests.cpp runs them. */
-#define TESTS_IN_C(test)                                                                                     \
-    test(newImagesAreBlank) test(imagesRefuse) test(rowsCountFromTheTop) test(wrapsAreNeverFreed)            \
-        test(wrapsRefuse) test(clonesAreIndependent) test(palettes) test(palettesRefuse) test(formats)       \
-            test(versionsAndCodes) test(pluginFolder) test(files) test(memoryBlocks) test(streams)           \
-                test(functions) test(probes) test(losses) test(metadataGoesAlong) test(notes)                \
-                    test(progressAndCancel) test(loadOptions) test(damagedFiles) test(loadsRefuse)           \
-                        test(operations) test(descriptions) test(chains) test(wrongChains)                   \
-                            test(chainsOnWraps) test(cancelledChains) test(secondPictures) test(savesRefuse) \
-                                test(wrongSizes) test(nullArguments) test(leastSizes)                        \
-                                    test(timFilesKeepTheirFrame) test(namesOfPartsAreRefused)                \
-                                        test(classicChains) test(paletteFiles) test(paletteFilesRefuse)      \
-                                            test(layersOfDocuments) test(layersRefuse) test(differences)     \
-                                                test(differencesOfChains) test(turnsExchangeAxes)            \
-                                                    test(resultsOfOlderPrograms) test(transparentEntries)    \
-                                                        test(montages) test(montagesRefuse) test(colors)
+#define TESTS_IN_C(test)                                                                                    \
+    test(newImagesAreBlank) test(imagesRefuse) test(rowsCountFromTheTop) test(wrapsAreNeverFreed)           \
+        test(wrapsRefuse) test(clonesAreIndependent) test(palettes) test(palettesRefuse) test(formats)      \
+            test(versionsAndCodes) test(pluginFolder) test(files) test(memoryBlocks) test(streams)          \
+                test(functions) test(probes) test(losses) test(notes) test(progressAndCancel)               \
+                    test(loadOptions) test(damagedFiles) test(loadsRefuse) test(operations)                 \
+                        test(descriptions) test(chains) test(wrongChains) test(chainsOnWraps)               \
+                            test(cancelledChains) test(secondPictures) test(savesRefuse) test(wrongSizes)   \
+                                test(nullArguments) test(timFilesKeepTheirFrame)                            \
+                                    test(namesOfPartsAreRefused) test(classicChains) test(paletteFiles)     \
+                                        test(paletteFilesRefuse) test(layersOfDocuments) test(layersRefuse) \
+                                            test(differences) test(differencesOfChains)                     \
+                                                test(turnsExchangeAxes) test(resultsOfOlderPrograms)        \
+                                                    test(transparentEntries) test(montages)                 \
+                                                        test(montagesRefuse) test(colors)
 #define DECLARE_TEST_IN_C(name) void name(void);
 TESTS_IN_C(DECLARE_TEST_IN_C)
 

@@ -12,6 +12,7 @@
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
 #include "tests/support/PsdBuilder.h"
+#include "tests/support/System.h"
 #include "tests/support/TestImages.h"
 
 void checkInC(int holds, const char* condition, const char* file, int line) {
@@ -23,6 +24,8 @@ const char* temporaryFile(const char* name) {
     path = testing_support::temporaryPath(name);
     return path.c_str();
 }
+
+int doFoldersOpen(void) { return testing_support::foldersOpen() ? 1 : 0; }
 
 Block document(void) {
     testing_support::PsdDocument document;

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <filesystem>
 #include <string>
 
@@ -16,6 +17,7 @@
 #include "tests/support/Paths.h"
 #include "tests/support/Samples.h"
 #include "tests/support/System.h"
+#include "vexlibs/NativePath.h"
 
 namespace bmp_bytes {
 namespace {
@@ -257,8 +259,8 @@ TEST(BmpSave, FilesThatCannotBeWritten) {
 
 TEST(BmpSave, PathsInUtf8AndWide) {
     const auto image = testing_support::randomImage(5, 5, 24, 2);
-    const wchar_t* names[] = {L"/plain.bmp", L"/\x00E4\x3042\U0001F600.bmp", L"/broken\xDCFF.bmp"};
-    for (const wchar_t* name : names) {
+    for (const wchar_t* name : {L"/plain.bmp", L"/\x00E4\x3042\U0001F600.bmp", L"/broken\xDCFF.bmp"}) {
+        if (std::wcschr(name, 0xDCFF) != nullptr && !testing_support::namesHoldAnyBytes()) continue;
         const std::wstring wide =
             std::wstring(VexString::fromUtf8String(temporaryPath().c_str()).c_str()) + name;
         const VexAnsiString narrow = VexString(wide.c_str()).toUtf8String();
@@ -269,7 +271,7 @@ TEST(BmpSave, PathsInUtf8AndWide) {
         ASSERT_TRUE(image->SaveToFile(narrow.c_str()));
         ASSERT_TRUE(back.LoadFromFile(wide.c_str(), DibStream::DIB_ACCEPT_24));
         EXPECT_EQ(pixelBytes(back), pixelBytes(*image));
-        EXPECT_TRUE(std::filesystem::remove(narrow.c_str()));
+        EXPECT_TRUE(std::filesystem::remove(vexlibs::pathOf(narrow.c_str())));
     }
 }
 

@@ -19,6 +19,7 @@
 #include "tests/support/Samples.h"
 #include "tests/support/System.h"
 #include "tests/support/TestImages.h"
+#include "vexlibs/NativePath.h"
 
 namespace codec_test {
 
@@ -195,16 +196,16 @@ public:
                 ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name() + "." +
                 ::testing::UnitTest::GetInstance()->current_test_info()->name() + "." +
                 std::to_string(counter()++) + extension) {
-        std::ofstream(path_, std::ios::binary)
+        std::ofstream(vexlibs::pathOf(path_), std::ios::binary)
             .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     }
-    ~TemporaryFile() { std::filesystem::remove(path_); }
+    ~TemporaryFile() { std::filesystem::remove(vexlibs::pathOf(path_)); }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const char* path() const { return path_.c_str(); }
     std::wstring widePath() const { return {path_.begin(), path_.end()}; }
-    Bytes bytes() const { return testing_support::readFileBytes(path_); }
+    Bytes bytes() const { return testing_support::readFileBytes(vexlibs::pathOf(path_)); }
 
 private:
     static int& counter() {

@@ -197,12 +197,16 @@ TEST_F(PluginTest, TheBundleIsLookedUpInThePluginFolder) {
 }
 
 TEST_F(PluginTest, TheLongestFolderFits) {
-    // 1023 characters of four bytes each.
-    DibStream::SetDllFilePath(std::wstring(1023, L'\U0001F600').c_str());
+    // As many characters of four bytes as fit; where wide ones have 16 bits each takes two.
+    const std::wstring face = L"\U0001F600";
+    const std::size_t faces = 1023 / face.size();
+    std::wstring folder;
+    for (std::size_t i = 0; i < faces; ++i) folder += face;
+    DibStream::SetDllFilePath(folder.c_str());
     loader.failingStep = "open";
     EXPECT_FALSE(loadExr());
-    EXPECT_EQ(openedPath().size(), 1023U * 4 + 1 + 16);
-    EXPECT_EQ(openedPath().substr(1023 * 4 - 4), "\xF0\x9F\x98\x80/vexlibexr.bundle");
+    EXPECT_EQ(openedPath().size(), faces * 4 + 1 + 16);
+    EXPECT_EQ(openedPath().substr(faces * 4 - 4), "\xF0\x9F\x98\x80/vexlibexr.bundle");
 }
 
 TEST_F(PluginTest, AFolderWithoutAnEightBitFormIsNotTheWorkingDirectory) {

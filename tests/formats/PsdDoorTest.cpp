@@ -308,7 +308,7 @@ TEST(PsdDoor, SamplesShowWhatAnotherProgramShows) {
     int merged = 0;
     int layers = 0;
     for (const testing_support::Sample& sample : testing_support::samplesOf("psd")) {
-        const std::string name = sample.path.stem();
+        const std::string name = sample.path.stem().string();
         // That program raises the light of floats to the power 1 / 2.2.
         const bool isLight = name.ends_with("32bit");
         if (sample.source != "oov+psd" || sample.path.extension() != ".psd" || isLight) continue;

@@ -185,7 +185,7 @@ TEST(Resample, FitAndFillKeepTheShape) {
     const auto size = [](const char* chain, int width, int height, int bitCount = 24) {
         const DibPtr image = randomImage(width, height, bitCount, 3);
         after(*image, chain);
-        return std::pair(image->Header->biWidth, image->Header->biHeight);
+        return std::pair<int, int>(image->Header->biWidth, image->Header->biHeight);
     };
     EXPECT_EQ(size("fit:20x20", 80, 40), std::pair(20, 10));
     EXPECT_EQ(size("fit:20x20", 40, 80), std::pair(10, 20));

@@ -11,6 +11,11 @@ namespace testing_support {
 
 int processNumber();
 
+// Whether folders can be opened as files, which then cannot be read.
+bool foldersOpen();
+// Whether the name of a file can be any bytes, not UTF-8 alone.
+bool namesHoldAnyBytes();
+
 // The bytes of a block as a file open for reading; the block outlives it.
 std::FILE* openBlock(const void* block, std::size_t bytes);
 

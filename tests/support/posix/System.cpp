@@ -1,6 +1,5 @@
 #include "tests/support/System.h"
 
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,6 +17,9 @@ char text[1 << 20];
 }  // namespace
 
 int processNumber() { return getpid(); }
+
+bool foldersOpen() { return true; }
+bool namesHoldAnyBytes() { return true; }
 
 std::FILE* openBlock(const void* block, std::size_t bytes) {
     static unsigned char nothing = 0;
@@ -69,7 +71,7 @@ void forEveryDeadFile(const std::function<bool(const char* path)>& savePath,
                       const std::function<void(bool saved, const char* path)>& judge) {
     if (access("/dev/full", W_OK) == 0) judge(savePath("/dev/full"), "/dev/full");
     int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
+    if (pipe(ends) != 0) return judge(true, "no pipe");
     close(ends[0]);
     const auto before = std::signal(SIGPIPE, SIG_IGN);
     const std::string path = "/dev/fd/" + std::to_string(ends[1]);

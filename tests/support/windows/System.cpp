@@ -13,25 +13,29 @@ namespace testing_support {
 
 namespace {
 
-// A file that is gone when it is closed, and stays in memory where it can: "T" and "D".
-std::FILE* openTemporary() {
+// Of files that are gone when they are closed, and stay in memory where they can: "T" and "D".
+std::string nextPath() {
     static int serial = 0;
-    return std::fopen(temporaryPath("block-" + std::to_string(++serial)).c_str(), "w+bTD");
+    return temporaryPath("block-" + std::to_string(++serial));
 }
 
 }  // namespace
 
 int processNumber() { return _getpid(); }
 
+bool foldersOpen() { return false; }
+bool namesHoldAnyBytes() { return false; }
+
 std::FILE* openBlock(const void* block, std::size_t bytes) {
-    std::FILE* written = openTemporary();
+    const std::string path = nextPath();
+    std::FILE* written = std::fopen(path.c_str(), "wb");
     if (written == nullptr) return nullptr;
     std::fwrite(block, 1, bytes, written);
-    std::rewind(written);
-    return written;
+    std::fclose(written);
+    return std::fopen(path.c_str(), "rbTD");
 }
 
-std::FILE* openText() { return openTemporary(); }
+std::FILE* openText() { return std::fopen(nextPath().c_str(), "w+bTD"); }
 
 std::string closeText(std::FILE* file) {
     std::string text(static_cast<std::size_t>(std::ftell(file)), '\0');
