@@ -2,16 +2,28 @@
 # Checks the syntax of every source that a Mac builds, for arm64 macOS, by Debian's Clang. The headers of the C and C++
 # libraries are those of Debian's cross compiler for arm64, the frameworks are the declarations of tests/fakes. It shows
 # that the sources are well-formed for that target, its sizes and its predefined macros; it links and runs nothing.
-# usage: scripts/check-macos.sh [FILE...]     JOBS is the number of compilers that run at once
+# usage: scripts/check-macos.sh [--latest N | FILE...]     every source when none is named, or those of the Mac alone and the
+#     N others whose last change is youngest; JOBS is the number of compilers that run at once
 set -euo pipefail
 cd "$(dirname "$0")/.."
 libraries=/usr/aarch64-linux-gnu/include
 [ -d "$libraries/c++" ] || scripts/install-packages.sh test elsewhere
 
+latest=0
+if [ "${1:-}" = --latest ]; then
+    latest="$2"
+    shift 2
+fi
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
     mapfile -t files < <(git ls-files 'vexlibs/*.cpp' 'c/*.cpp' 'dib/*.cpp' 'geometry/*.cpp' 'effects/*.cpp' 'files/*.cpp' \
         'formats/*.cpp' 'formats/mac/*.mm' 'operations/*.cpp' 'plugins/dds/*.cpp' | grep -vE '/(linux|windows)/|/Freetype.cpp$')
+fi
+if [ "$latest" -gt 0 ]; then
+    # The history names changed files, the youngest change first.
+    mapfile -t files < <(printf '%s\n' "${files[@]}" | grep /mac/
+        git log --format= --name-only | awk 'NR == FNR { known[$0]; next } $0 in known && !seen[$0]++' \
+            <(printf '%s\n' "${files[@]}" | grep -v /mac/) - | head -n "$latest")
 fi
 flags=(--target=arm64-apple-macos13 -fsyntax-only -std=c++20 -nostdinc++ -Wall -Wextra -Wconversion -Wshadow -Werror
     -U__nonnull    # the target's word for pointers, a macro of the C library's headers

@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
-# Installs the packages of scripts/packages.txt that are missing.
-# usage: scripts/install-packages.sh [GROUP...]     every group when none is named
+# Installs the packages of scripts/packages.txt that are missing, or lists them.
+# usage: scripts/install-packages.sh [--list] [GROUP...]     every group when none is named
 set -euo pipefail
 list="$(dirname "$0")/packages.txt"
 
+listOnly=0
+if [ "${1:-}" = --list ]; then
+    listOnly=1
+    shift
+fi
 groups=("$@")
 [ ${#groups[@]} -gt 0 ] || mapfile -t groups < <(awk '!/^#/ && NF { print $1 }' "$list" | sort -u)
 
@@ -18,6 +23,10 @@ for group in "${groups[@]}"; do
     done
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
+if [ "$listOnly" = 1 ]; then
+    printf '%s\n' "${missing[@]}"
+    exit 0
+fi
 
 run=()
 if [ "$(id -u)" -ne 0 ]; then
