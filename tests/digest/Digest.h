@@ -71,8 +71,8 @@ Hash runOnSizes(const Kind& kind, const Operation& operation);
 void printEffects();
 void printConversions();
 void printGeometry();
-/// Savers, loaders of what they wrote, and loaders of damaged copies: of all formats, or of those that need no
-/// other library.
+/// Savers, loaders of what they wrote, and loaders of damaged copies: of all formats, or of those that need
+/// no other library.
 void printFiles(bool ownFormats);
 /// Every file below a folder through every loader, whole and cancelled.
 void printSamples(const std::string& folder);
