@@ -1,8 +1,11 @@
 // The brightest or darkest pixel of a square.
 //
 // Both filters rank pixels by a score, brightness itself or its distance below white, and take the first
-// visited of the highest.
+// visited of the highest. Indices that are in the order of their brightness are ranked as they are.
 
+#include <optional>
+
+#include "dib/ColorTable.h"
 #include "dib/Kernels.h"
 #include "dib/Numbers.h"
 #include "effects/EffectFrame.h"
@@ -44,21 +47,115 @@ DIB_ALWAYS_INLINE bool allAboveZero(const std::int32_t* scores, std::ptrdiff_t c
     return lowest > 0;
 }
 
+DIB_ALWAYS_INLINE void copyFlipped(const std::uint8_t* __restrict from, std::uint8_t* __restrict to,
+                                   std::ptrdiff_t count, std::uint8_t flip) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = from[i] ^ flip;
+}
+
+// Pixels by brightness, whatever their depth.
+class ByBrightness {
+public:
+    using Row = dib::Candidates;
+
+    ByBrightness(const DibStream& image, const dib::Raster& raster, Extreme extreme, int radius)
+        : extreme_(extreme),
+          width_(raster.width),
+          bitCount_(raster.bitCount),
+          carriedAlpha_(~static_cast<std::uint32_t>(radius) & 255U),
+          // At 4 bits the two pixels of each byte are read swapped; callers rely on the results.
+          reader_(image, raster, {37, 73}, dib::BrightnessReader::Nibbles::kLowFirst) {}
+
+    void read(const unsigned char* from, Row row) const {
+        reader_.readRow(from, row.value, row.score);
+        if (bitCount_ == 1) {
+            // Index 1 counts as the brighter one of two equally bright entries.
+            const bool zeroIsBrighter = reader_.tableBrightness(0) > reader_.tableBrightness(1);
+            for (std::ptrdiff_t x = 0; x < width_; ++x) row.score[x] = (row.value[x] == 0) == zeroIsBrighter;
+        }
+        if (extreme_ == Extreme::kDarkest) dib::runKernel<scoreDarkness>(row.score, width_);
+    }
+
+    static void pad(const dib::EdgeAxis& axis, Row row, std::ptrdiff_t before, std::ptrdiff_t after) {
+        axis.pad(row.score, before, after);
+        axis.pad(row.value, before, after);
+    }
+
+    void write(Row winners, unsigned char* out) {
+        if (bitCount_ >= 24) replaceLosers(winners);
+        reader_.writeRow(out, winners.value);
+    }
+
+private:
+    // An all-black square (for the darkest pixel: all-white) has no winner: its colour stays, and at 32 bits
+    // the alpha of the last winner is carried on, row by row from the left.
+    void replaceLosers(Row winners) {
+        if (dib::runKernel<allAboveZero>(winners.score, width_)) {
+            carriedAlpha_ = winners.value[width_ - 1] >> 24;
+            return;
+        }
+        const std::uint32_t color = extreme_ == Extreme::kBrightest ? 0 : 0xFFFFFF;
+        for (std::ptrdiff_t x = 0; x < width_; ++x) {
+            if (winners.score[x] > 0) {
+                carriedAlpha_ = winners.value[x] >> 24;
+            } else {
+                winners.value[x] = color | (carriedAlpha_ << 24);
+            }
+        }
+    }
+
+    Extreme extreme_;
+    std::ptrdiff_t width_;
+    int bitCount_;
+    std::uint32_t carriedAlpha_;
+    dib::BrightnessReader reader_;
+};
+
+// Indices of 8 bits whose colours rise in brightness: a higher index is a brighter pixel. For the darkest
+// one all bits are turned over.
+class ByIndex {
+public:
+    using Row = dib::ByteCandidates;
+
+    ByIndex(const DibStream&, const dib::Raster& raster, Extreme extreme, int)
+        : width_(raster.width), flip_(extreme == Extreme::kDarkest ? 255 : 0) {}
+
+    void read(const unsigned char* from, Row row) const {
+        dib::runKernel<copyFlipped>(from, row.byte, width_, flip_);
+    }
+    static void pad(const dib::EdgeAxis& axis, Row row, std::ptrdiff_t before, std::ptrdiff_t after) {
+        axis.pad(row.byte, before, after);
+    }
+    void write(Row winners, unsigned char* out) const {
+        const std::uint8_t* const bytes = winners.byte;
+        dib::runKernel<copyFlipped>(bytes, out, width_, flip_);
+    }
+
+private:
+    std::ptrdiff_t width_;
+    std::uint8_t flip_;
+};
+
+bool risesInBrightness(const DibStream& image) {
+    const auto table = dib::readColorTable(*image.Header);
+    std::int32_t last = -1;
+    for (const DibBGRA& color : table) {
+        const std::int32_t brightness = 37 * color.blue + 146 * color.green + 73 * color.red;
+        if (brightness <= last) return false;
+        last = brightness;
+    }
+    return true;
+}
+
+template <class Ranking>
 class ExtremeFilter {
 public:
     ExtremeFilter(const DibStream* image, Extreme extreme, int radius, unsigned int flags)
-        : image_(image),
-          extreme_(extreme),
-          radius_(radius),
-          flags_(flags),
-          carriedAlpha_(~static_cast<std::uint32_t>(radius) & 255U) {}
+        : image_(image), extreme_(extreme), radius_(radius), flags_(flags) {}
 
     bool prepare(const dib::Raster& raster) {
         width_ = raster.width;
-        bitCount_ = raster.bitCount;
         if (width_ == 0) return true;
-        // At 4 bits the two pixels of each byte are read swapped; callers rely on the results.
-        reader_ = {*image_, raster, {37, 73}, dib::BrightnessReader::Nibbles::kLowFirst};
+        ranking_.emplace(*image_, raster, extreme_, radius_);
         across_ = DecidingPositions(dib::EdgeWindow(dib::axisX(raster, flags_), radius_));
         down_ = DecidingPositions(dib::EdgeWindow(dib::axisY(raster, flags_), radius_));
         begin_ = end_ = down_.begin(0);
@@ -76,13 +173,14 @@ public:
         if (width_ == 0) return;
         slideTo(y);
         rows_.keepNext();
-        const dib::Candidates winners = winners_.row(0);
+        const Row winners = winners_.row(0);
         maximum_.maximum(winners);
-        if constexpr (Depth::kBits >= 24) replaceLosers(winners);
-        reader_.writeRow(out, winners.value);
+        ranking_->write(winners, out);
     }
 
 private:
+    using Row = typename Ranking::Row;
+
     // Holds the rows of the window around row y, in visiting order.
     void slideTo(int y) {
         for (; begin_ < down_.begin(y); ++begin_) maximum_.pop();
@@ -91,69 +189,43 @@ private:
 
     // The winners along source row y.
     void pushRow(int y) {
-        const dib::Candidates padded = padded_.row(0);
-        const dib::Candidates row = padded.from(across_.before);
-        reader_.readRow(rows_.row(y), row.value, row.score);
-        scoreRow(row);
+        const Row padded = padded_.row(0);
+        const Row row = padded.from(across_.before);
+        ranking_->read(rows_.row(y), row);
         const std::ptrdiff_t length = paddedWidth_ - width_ + 1;
-        const std::ptrdiff_t after = length - 1 - across_.before;
-        across_.axis.pad(row.score, across_.before, after);
-        across_.axis.pad(row.value, across_.before, after);
+        Ranking::pad(across_.axis, row, across_.before, length - 1 - across_.before);
         dib::maximumAlongRow(padded, paddedWidth_, length, padded_.row(1), maximum_.next());
         maximum_.push();
-    }
-
-    void scoreRow(dib::Candidates row) const {
-        if (bitCount_ == 1) {
-            // Index 1 counts as the brighter one of two equally bright entries.
-            const bool zeroIsBrighter = reader_.tableBrightness(0) > reader_.tableBrightness(1);
-            for (std::ptrdiff_t x = 0; x < width_; ++x) row.score[x] = (row.value[x] == 0) == zeroIsBrighter;
-        }
-        if (extreme_ == Extreme::kDarkest) dib::runKernel<scoreDarkness>(row.score, width_);
-    }
-
-    // An all-black square (for the darkest pixel: all-white) has no winner: its colour stays, and at 32 bits
-    // the alpha of the last winner is carried on, row by row from the left.
-    void replaceLosers(dib::Candidates winners) {
-        if (dib::runKernel<allAboveZero>(winners.score, width_)) {
-            carriedAlpha_ = winners.value[width_ - 1] >> 24;
-            return;
-        }
-        const std::uint32_t color = extreme_ == Extreme::kBrightest ? 0 : 0xFFFFFF;
-        for (std::ptrdiff_t x = 0; x < width_; ++x) {
-            if (winners.score[x] > 0) {
-                carriedAlpha_ = winners.value[x] >> 24;
-            } else {
-                winners.value[x] = color | (carriedAlpha_ << 24);
-            }
-        }
     }
 
     const DibStream* image_;
     Extreme extreme_;
     int radius_;
     unsigned int flags_;
-    std::uint32_t carriedAlpha_;
     std::ptrdiff_t width_ = 0;
     std::ptrdiff_t paddedWidth_ = 0;
-    int bitCount_ = 0;
-    dib::BrightnessReader reader_;
+    std::optional<Ranking> ranking_;
     DecidingPositions across_;
     DecidingPositions down_;
     std::int64_t begin_ = 0;  // rows held by maximum_, as positions
     std::int64_t end_ = 0;
     dib::RollingCopy rows_;
-    dib::CandidateRows padded_;  // a row with its edges, and as much memory again
-    dib::CandidateRows winners_;
-    dib::SlidingMaximum maximum_;
+    typename Row::Memory padded_;  // a row with its edges, and as much memory again
+    typename Row::Memory winners_;
+    dib::SlidingMaximum<Row> maximum_;
 };
 
 bool filterExtreme(const dib::Progress& progress, DibStream* image, Extreme extreme, int radius,
                    unsigned int flags) {
     if (image == nullptr || radius < 0) return false;
     if (radius == 0) return true;
+    dib::Raster raster;
+    if (dib::admitImage<dib::Depth8>(image, raster) && risesInBrightness(*image))
+        return dib::filterInPlace<dib::Depth8>(progress, image,
+                                               ExtremeFilter<ByIndex>(image, extreme, radius, flags));
     return dib::filterInPlace<dib::Depth1, dib::Depth4, dib::Depth8, dib::Depth16, dib::Depth24,
-                              dib::Depth32>(progress, image, ExtremeFilter(image, extreme, radius, flags));
+                              dib::Depth32>(progress, image,
+                                            ExtremeFilter<ByBrightness>(image, extreme, radius, flags));
 }
 
 }  // namespace

@@ -37,24 +37,49 @@ DIB_ALWAYS_INLINE void replaceIfHigher(std::int32_t* __restrict score, std::uint
     }
 }
 
+DIB_ALWAYS_INLINE void higherBytes(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t* __restrict out,
+                                   std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint8_t bytes[] = {a[i], b[i]};
+        out[i] = bytes[0] > bytes[1] ? bytes[0] : bytes[1];
+    }
+}
+
+DIB_ALWAYS_INLINE void raiseBytes(std::uint8_t* __restrict bytes, const std::uint8_t* __restrict others,
+                                  std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::uint8_t both[] = {bytes[i], others[i]};
+        bytes[i] = both[0] > both[1] ? both[0] : both[1];
+    }
+}
+
 void combine(Candidates earlier, Candidates later, Candidates out, std::ptrdiff_t count) {
     runKernel<laterIfHigher>(earlier.score, earlier.value, later.score, later.value, out.score, out.value,
                              count);
 }
+void combine(ByteCandidates earlier, ByteCandidates later, ByteCandidates out, std::ptrdiff_t count) {
+    runKernel<higherBytes>(earlier.byte, later.byte, out.byte, count);
+}
 
 void replace(Candidates earlier, Candidates later, std::ptrdiff_t count) {
     runKernel<replaceIfHigher>(earlier.score, earlier.value, later.score, later.value, count);
+}
+void replace(ByteCandidates earlier, ByteCandidates later, std::ptrdiff_t count) {
+    runKernel<raiseBytes>(earlier.byte, later.byte, count);
 }
 
 void copy(Candidates from, Candidates to, std::ptrdiff_t count) {
     std::copy_n(from.score, count, to.score);
     std::copy_n(from.value, count, to.value);
 }
+void copy(ByteCandidates from, ByteCandidates to, std::ptrdiff_t count) {
+    std::copy_n(from.byte, count, to.byte);
+}
 
 }  // namespace
 
-void maximumAlongRow(Candidates in, std::ptrdiff_t width, std::ptrdiff_t window, Candidates scratch,
-                     Candidates out) {
+template <class Row>
+void maximumAlongRow(Row in, std::ptrdiff_t width, std::ptrdiff_t window, Row scratch, Row out) {
     std::ptrdiff_t part = 1;  // in[i] is the maximum of this many candidates from i on
     for (; 2 * part <= window; part *= 2) {
         combine(in, in.from(part), scratch, width - 2 * part + 1);
@@ -62,14 +87,18 @@ void maximumAlongRow(Candidates in, std::ptrdiff_t width, std::ptrdiff_t window,
     }
     combine(in, in.from(window - part), out, width - window + 1);
 }
+template void maximumAlongRow(Candidates, std::ptrdiff_t, std::ptrdiff_t, Candidates, Candidates);
+template void maximumAlongRow(ByteCandidates, std::ptrdiff_t, std::ptrdiff_t, ByteCandidates, ByteCandidates);
 
-bool SlidingMaximum::prepare(std::ptrdiff_t width, std::ptrdiff_t capacity) {
+template <class Row>
+bool SlidingMaximum<Row>::prepare(std::ptrdiff_t width, std::ptrdiff_t capacity) {
     width_ = width;
     capacity_ = capacity;
     return rows_.allocate(capacity + 1, width);
 }
 
-void SlidingMaximum::push() {
+template <class Row>
+void SlidingMaximum<Row>::push() {
     if (middle_ == end_) {
         copy(rowOf(end_), newest(), width_);
     } else {
@@ -79,17 +108,20 @@ void SlidingMaximum::push() {
 }
 
 // Gives the rows as they were pushed the maxima of themselves and all later ones.
-void SlidingMaximum::accumulate() {
+template <class Row>
+void SlidingMaximum<Row>::accumulate() {
     for (std::ptrdiff_t i = end_; i-- > middle_ + 1;) replace(rowOf(i - 1), rowOf(i), width_);
     middle_ = end_;
 }
 
-void SlidingMaximum::pop() {
+template <class Row>
+void SlidingMaximum<Row>::pop() {
     if (begin_ == middle_) accumulate();
     ++begin_;
 }
 
-void SlidingMaximum::maximum(Candidates out) {
+template <class Row>
+void SlidingMaximum<Row>::maximum(Row out) {
     if (begin_ == middle_) accumulate();
     if (middle_ == end_) {
         copy(rowOf(begin_), out, width_);
@@ -97,5 +129,8 @@ void SlidingMaximum::maximum(Candidates out) {
         combine(rowOf(begin_), newest(), out, width_);
     }
 }
+
+template class SlidingMaximum<Candidates>;
+template class SlidingMaximum<ByteCandidates>;
 
 }  // namespace dib

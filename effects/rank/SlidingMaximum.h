@@ -20,10 +20,11 @@ struct Candidates {
     std::uint32_t* value;
 
     Candidates from(std::ptrdiff_t x) const { return {score + x, value + x}; }
+
+    class Memory;
 };
 
-// Memory for rows of candidates.
-class CandidateRows {
+class Candidates::Memory {
 public:
     // False when memory is short.
     bool allocate(std::int64_t rows, std::int64_t width) {
@@ -42,32 +43,58 @@ private:
     MallocPtr<std::uint32_t> values_;
 };
 
+// A row of bytes that are their own scores. Of equal ones it does not matter which wins.
+struct ByteCandidates {
+    std::uint8_t* byte;
+
+    ByteCandidates from(std::ptrdiff_t x) const { return {byte + x}; }
+
+    class Memory;
+};
+
+class ByteCandidates::Memory {
+public:
+    bool allocate(std::int64_t rows, std::int64_t width) {
+        width_ = static_cast<std::ptrdiff_t>(width);
+        bytes_ = allocateArray<std::uint8_t>(rows * width);
+        return bytes_ != nullptr;
+    }
+    ByteCandidates row(std::ptrdiff_t i) const { return {bytes_.get() + i * width_}; }
+
+private:
+    std::ptrdiff_t width_ = 0;
+    MallocPtr<std::uint8_t> bytes_;
+};
+
+// `Row` is one of these two.
+
 // out[i] = the maximum of in[i] to in[i + window - 1], for every window that fits into `width` candidates.
 // Overwrites `in` and `scratch`, which are of that width.
-void maximumAlongRow(Candidates in, std::ptrdiff_t width, std::ptrdiff_t window, Candidates scratch,
-                     Candidates out);
+template <class Row>
+void maximumAlongRow(Row in, std::ptrdiff_t width, std::ptrdiff_t window, Row scratch, Row out);
 
 // A queue of rows with the maximum of each column over all its rows; rows pushed earlier come
 // first in visiting order.
+template <class Row>
 class SlidingMaximum {
 public:
     // For up to `capacity` rows at a time. False when memory is short.
     bool prepare(std::ptrdiff_t width, std::ptrdiff_t capacity);
     // Where to write the next row before `push`; there must be room for one.
-    Candidates next() const { return rowOf(end_); }
+    Row next() const { return rowOf(end_); }
     // Appends that row.
     void push();
     // Removes the row that was pushed first.
     void pop();
     // The maxima over all rows held, of which there must be one.
-    void maximum(Candidates out);
+    void maximum(Row out);
 
 private:
-    Candidates rowOf(std::ptrdiff_t number) const { return rows_.row(number % capacity_); }
-    Candidates newest() const { return rows_.row(capacity_); }
+    Row rowOf(std::ptrdiff_t number) const { return rows_.row(number % capacity_); }
+    Row newest() const { return rows_.row(capacity_); }
     void accumulate();
 
-    CandidateRows rows_;  // a ring of `capacity_` rows, and `newest`
+    typename Row::Memory rows_;  // a ring of `capacity_` rows, and `newest`
     std::ptrdiff_t width_ = 0;
     std::ptrdiff_t capacity_ = 0;
     // Rows are numbered as they are pushed. Those from `begin_` to before `middle_` hold the maxima of

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "dib/Bytes.h"
 #include "effects/rank/BrightSort.h"
 #include "tests/reference/RankReference.h"
 #include "tests/support/EffectChecks.h"
@@ -113,6 +114,33 @@ TEST(Rank, TiesAreDecidedAsInThePlainLoops) {
                     EXPECT_TRUE(filter.effect(nullptr, nullptr, image.get(), radius, flags));
                     EXPECT_TRUE(testing_support::sameImage(*image, *expected))
                         << filter.name << " depth " << depth << " radius " << radius << " flags " << flags;
+                }
+            }
+        }
+    }
+}
+
+// Tables that rise in brightness, and one that does so but for its last two entries, which are equal.
+TEST(Rank, TablesInTheOrderOfBrightnessEqualThePlainLoops) {
+    std::vector<DibBGRA> greys(256);
+    for (std::size_t i = 0; i < 256; ++i)
+        greys[i] = DibBGRA{dib::byteOf(i), dib::byteOf(i), dib::byteOf(i), 0};
+    std::vector<DibBGRA> colors = greys;
+    for (std::size_t i = 0; i < 256; i += 2) colors[i].blue = 0;
+    std::vector<DibBGRA> ties = greys;
+    ties[255] = ties[254];
+    std::uint64_t seed = 0;
+    for (const RankFilter& filter : {kFilters[0], kFilters[1]}) {
+        for (const std::vector<DibBGRA>& table : {greys, colors, ties}) {
+            for (const int radius : {1, 2, 15}) {
+                for (const unsigned flags : {0U, 1U, 2U, 3U}) {
+                    const DibPtr image = randomImage(40, flags % 2 == 0 ? 13 : -13, 8, ++seed);
+                    setTable(*image, table);
+                    const DibPtr expected(image->Clone());
+                    filter.reference(*expected, radius, flags);
+                    EXPECT_TRUE(filter.effect(nullptr, nullptr, image.get(), radius, flags));
+                    EXPECT_TRUE(testing_support::sameImage(*image, *expected))
+                        << filter.name << " radius " << radius << " flags " << flags;
                 }
             }
         }

@@ -12,9 +12,10 @@
 
 namespace {
 
-using dib::CandidateRows;
+using dib::ByteCandidates;
 using dib::Candidates;
-using dib::SlidingMaximum;
+using CandidateRows = Candidates::Memory;
+using SlidingMaximum = dib::SlidingMaximum<Candidates>;
 using Scores = std::vector<std::int32_t>;
 using Values = std::vector<std::uint32_t>;
 
@@ -65,6 +66,16 @@ TEST(MaximumAlongRow, EqualsThePlainLoopAtEveryLevel) {
         }
     }
     dib::limitKernelLevel(dib::bestKernelLevel());
+}
+
+TEST(MaximumAlongRow, TakesTheHighestByte) {
+    const std::vector<std::uint8_t> bytes{3, 1, 4, 1, 5, 200, 2, 6};
+    ByteCandidates::Memory rows;
+    ASSERT_TRUE(rows.allocate(3, 8));
+    std::copy(bytes.begin(), bytes.end(), rows.row(0).byte);
+    dib::maximumAlongRow(rows.row(0), 8, 3, rows.row(1), rows.row(2));
+    const std::uint8_t* const out = rows.row(2).byte;
+    EXPECT_EQ((std::vector<std::uint8_t>{out, out + 6}), (std::vector<std::uint8_t>{4, 4, 5, 200, 200, 200}));
 }
 
 TEST(SlidingMaximum, KeepsTheMaximaOfItsRows) {
