@@ -8,6 +8,7 @@
 #include "dib/Numbers.h"
 #include "formats/Bundles.h"
 #include "formats/Formats.h"
+#include "formats/GreyInfo.h"
 #include "formats/Plugin.h"
 #include "formats/diagnosis/DdsHeader.h"
 #include "formats/diagnosis/ExrHeader.h"
@@ -71,6 +72,7 @@ bool setSize(DibFileInfo& info, std::int64_t width, std::int64_t height, bool is
     info.height = dib::asInt(height);
     info.bitCount = isGrey ? 8 : 32;
     info.paletteSize = isGrey ? 256 : 0;
+    if (isGrey) markGrey(info);
     return true;
 }
 

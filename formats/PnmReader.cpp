@@ -15,6 +15,7 @@
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
 #include "dib/Numbers.h"
+#include "formats/GreyInfo.h"
 #include "formats/NewImage.h"
 #include "formats/Pnm.h"
 #include "formats/PnmHeader.h"
@@ -264,6 +265,7 @@ bool probePnm(ProbeRequest& request) {
     info.storedBits = header.storedBits();
     info.hasAlpha = info.bitCount == 32;
     info.paletteSize = info.bitCount <= 8 ? 1 << info.bitCount : 0;
+    if (info.bitCount <= 8) markGrey(info);
     nameCompression(info, header.isText ? "text" : "none");
     return true;
 }

@@ -18,6 +18,7 @@
 #include "dib/Kernels.h"
 #include "dib/Memory.h"
 #include "dib/Numbers.h"
+#include "formats/GreyInfo.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
 #include "formats/Tga.h"
@@ -221,6 +222,7 @@ bool probeTga(ProbeRequest& request) {
     info.isTopDown = picture.header.topRowFirst();
     const int greys = picture.bitCount <= 8 ? 1 << picture.bitCount : 0;
     info.paletteSize = picture.isMapped && greys > 0 ? dib::asInt(picture.entries) : greys;
+    if (!picture.isMapped && greys > 0) markGrey(info);
     nameCompression(info, picture.isPacked ? "rle" : "none");
     info.levels = picture.levels();
     return true;

@@ -150,7 +150,7 @@ struct DibFileInfo {
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
     int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
     bool isTopDown = false;  ///< Whether a load gives a negative height.
-    char colors[16] = "";    ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
+    char colors[16] = "";    ///< Of a document: "RGB", "CMYK" ...; "grey" of a file of greys; or empty.
     /// Of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks; of a
     /// document those after the colours too.
     int channels = 0;

@@ -421,7 +421,7 @@ typedef struct dib_file_info {
     int palette_size;      ///< Entries of the palette that a load gives; 0 when there is none.
     int has_alpha;         ///< 1 when the pixels of a load have alpha.
     int row_order;         ///< `dib_row_order` of a load.
-    char colors[16];       ///< Of a document: "RGB", "CMYK", "grey" ...; empty in other files.
+    char colors[16];       ///< Of a document: "RGB", "CMYK" ...; "grey" of a file of greys; or empty.
     /// Of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks; of a
     /// document those after the colours too.
     int channels;

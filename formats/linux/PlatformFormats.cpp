@@ -7,6 +7,7 @@
 
 #include "dib/ImageSize.h"
 #include "dib/Numbers.h"
+#include "formats/GreyInfo.h"
 #include "formats/NewImage.h"
 #include "formats/PlatformFormats.h"
 #include "formats/linux/ImageFiles.h"
@@ -82,6 +83,20 @@ bool read(ReadRequest& request) {
     return false;
 }
 
+// Whether the colours are the evenly spaced greys, from black or from white on, that a load makes for a file
+// without a palette.
+bool isGreyRamp(const ColorTriples& colors) {
+    const bool isInverted = colors.count > 0 && colors.bytes[0] != 0;
+    for (std::size_t i = 0; i < colors.count; ++i) {
+        const std::size_t place = isInverted ? colors.count - 1 - i : i;
+        const std::size_t grey = 255 * place / std::max<std::size_t>(1, colors.count - 1);
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            if (colors.bytes[3 * i + channel] != grey) return false;
+        }
+    }
+    return colors.count > 1;
+}
+
 template <Open open>
 bool probe(ProbeRequest& request) {
     const std::unique_ptr<FileDecoder> decoder =
@@ -102,7 +117,11 @@ bool probe(ProbeRequest& request) {
     request.info.height = dib::asInt(layout.height);
     request.info.bitCount = dib::asInt(std::min<std::size_t>(layout.bitsPerPixel, 32));
     request.info.hasAlpha = layout.bitsPerPixel >= 32;
-    if (layout.bitsPerPixel <= 8) request.info.paletteSize = dib::asInt(decoder->readColors().count);
+    if (layout.bitsPerPixel <= 8) {
+        const ColorTriples colors = decoder->readColors();
+        request.info.paletteSize = dib::asInt(colors.count);
+        if (isGreyRamp(colors)) markGrey(request.info);
+    }
     if (!decoder->describe(request.info, request.result)) throw std::bad_alloc();
     return true;
 }

@@ -64,7 +64,7 @@ class FileInfo:
     compression: str  # empty when unknown
     palette_size: int
     row_order: str
-    colors: str  # of a document: "RGB", "CMYK", "grey" ...
+    colors: str  # of a document: "RGB", "CMYK" ...; "grey" of a file of greys
     channels: int  # of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks
     channel_bits: int  # of a document
     page_name: str  # of an EXR file: of the part; empty when there is none

@@ -42,7 +42,7 @@ TEST_F(Layers, AreTold) {
     const Result text = run({"info", "in.psd"});
     EXPECT_EQ(text.exitCode, 0) << text.errors;
     EXPECT_EQ(text.output,
-              "in.psd: psd, 5x4 pixels, 24 bits, 3 channels, bottom-up, compression none\n"
+              "in.psd: psd, 5x4 pixels, 24 bits, 3 channels, compression none\n"
               "  RGB, 8 bits per channel, 3 layers\n"
               "  layer 0 \"../../etc/passwd\": 6x2 at -2,1, multiply, opacity 128, visible\n"
               "  layer 1 \"Empty\": 0x0 at 0,0, normal, opacity 255, visible\n"

@@ -137,7 +137,7 @@ TEST_F(Info, TellsTheFileAndNotTheLoadedPicture) {
     writeFile("deep.png", "\x89PNG\r\n\x1A\n" + chunk("IHDR", head) + chunk("pHYs", dots) +
                               chunk("IDAT", "pixels are not read") + chunk("IEND", ""));
     EXPECT_EQ(run({"info", "deep.png"}).output,
-              "deep.png: png, 3x2 pixels, 32 bits (64 in the file), 4 channels, bottom-up, alpha, "
+              "deep.png: png, 3x2 pixels, 32 bits (64 in the file), 4 channels, alpha, "
               "compression deflate, "
               "300x150 dpi\n");
     EXPECT_EQ(infoOf("deep.png")["storedBitsPerPixel"], 64);
@@ -173,7 +173,7 @@ TEST_F(Info, TellsPlacesOfTimFiles) {
     EXPECT_EQ(info["videoMemory"], nlohmann::json::parse(R"({"x": 640, "y": 256})"));
     EXPECT_EQ(info["paletteMemory"], nlohmann::json::parse(R"({"x": 16, "y": 480})"));
     EXPECT_EQ(run({"info", "a.tim"}).output,
-              "a.tim: tim, 4x2 pixels, 4 bits, 1 channel, bottom-up, palette of 16, compression none, video "
+              "a.tim: tim, 4x2 pixels, 4 bits, 1 channel, palette of 16, compression none, video "
               "memory at 640,256, its palette at 16,480\n");
     EXPECT_FALSE(infoOf("in.bmp").contains("videoMemory"));
 }
@@ -224,7 +224,15 @@ TEST_F(Info, OfAHundredFilesReadsHeadersAlone) {
 TEST_F(Info, TellsThePicturesOfAFolder) {
     namespace fs = std::filesystem;
     fs::create_directories("folder/inner.png");
-    EXPECT_EQ(run({"info", "folder"}).output, "") << "folders inside are left out";
+    const Result nothing = run({"info", "folder"});
+    EXPECT_EQ(nothing.output, "");
+    EXPECT_EQ(nothing.errors,
+              "dib: folder: load: the folder holds no pictures; 1 folder inside was left out\n");
+    EXPECT_EQ(nothing.exitCode, 3);
+    fs::create_directory("folder/inner.png/none");
+    EXPECT_EQ(run({"info", "folder/inner.png/none"}).errors,
+              "dib: folder/inner.png/none: load: the folder holds no pictures\n");
+    EXPECT_EQ(run({"info", "missing/"}).exitCode, 3);
     fs::copy("in.bmp", "folder/second");
     fs::copy("in.bmp", "folder/inner.png/third.bmp");
     fs::create_symlink("../in.bmp", "folder/first.bmp");

@@ -40,14 +40,22 @@ std::vector<std::string> readPageNames(const InputFile& file, const DibFileInfo&
     return names;
 }
 
+bool isGrey(const DibFileInfo& header) { return std::string_view(header.colors) == "grey"; }
+
+// Rows of other formats always begin with the top one.
+bool hasRowOrder(const DibFileInfo& header) {
+    constexpr std::string_view kFormats[] = {"bmp", "tga"};
+    return header.isTopDown || std::ranges::find(kFormats, header.format->name) != std::end(kFormats);
+}
+
 PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
     const InputFile file(name, InputFile::kReadTwice, options);
     PictureInfo info{.file = name, .header = {}, .result = {}, .pageNames = {}};
     const bool isRead = file.probe(info.header, options, info.result);
     stopIfCancelled();
     if (!isRead) throw loadFailure(file.title(), info.result);
-    if (info.header.bitCount <= 8 && info.header.paletteSize == 0)
-        info.header.paletteSize = 1 << info.header.bitCount;
+    // The greys of a load are no palette of the file.
+    if (isGrey(info.header)) info.header.paletteSize = 0;
     if (isDocument(info.header)) info.layers = readLayers(file, options);
     if (info.header.pageName[0] != '\0') info.pageNames = readPageNames(file, info.header, options);
     return info;
@@ -56,6 +64,8 @@ PictureInfo readInfo(const std::string& name, const DibLoadOptions& options) {
 std::string compressionOf(const DibFileInfo& header) {
     return header.compression[0] != '\0' ? header.compression : "unknown";
 }
+
+const char* rowOrder(const DibFileInfo& header) { return header.isTopDown ? "top-down" : "bottom-up"; }
 
 Json jsonOf(const PictureInfo& info) {
     const DibFileInfo& header = info.header;
@@ -68,7 +78,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"storedBitsPerPixel", header.storedBits},
                  {"channels", header.channels},
                  {"alpha", header.hasAlpha},
-                 {"rowOrder", header.isTopDown ? "top-down" : "bottom-up"},
+                 {"rowOrder", Json()},
                  {"paletteSize", header.paletteSize},
                  {"compression", compressionOf(header)},
                  {"pages", header.pages},
@@ -76,6 +86,7 @@ Json jsonOf(const PictureInfo& info) {
                  {"orientation", metadata.orientation},
                  {"resolution", Json()},
                  {"profileBytes", metadata.colorProfile.size}};
+    if (hasRowOrder(header)) json["rowOrder"] = rowOrder(header);
     if (metadata.xResolution != 0) json["resolution"] = {metadata.xResolution, metadata.yResolution};
     if (!info.pageNames.empty()) json["pageNames"] = info.pageNames;
     if (header.videoX >= 0) json["videoMemory"] = {{"x", header.videoX}, {"y", header.videoY}};
@@ -93,16 +104,22 @@ std::string resolutionText(const DibMetadata& metadata) {
     return metadata.yResolution == 0 || x == y ? x : x + "x" + y;
 }
 
+std::string sizeText(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
+
 std::string textOf(const PictureInfo& info) {
     const DibFileInfo& header = info.header;
     const DibMetadata& metadata = info.result.metadata;
     std::string text = printable(info.file) + ": " + header.format->name + ", " +
-                       std::to_string(header.width) + "x" + std::to_string(header.height) + " pixels, " +
-                       texts::countText(header.bitCount, "bit");
+                       sizeText(header.width, header.height) + " pixels";
+    // Such an orientation turns the picture by a quarter.
+    if (metadata.orientation >= 5)
+        text += " upright (" + sizeText(header.height, header.width) + " in the file)";
+    text += ", " + texts::countText(header.bitCount, "bit");
     const bool isOther = header.storedBits != 0 && header.storedBits != header.bitCount;
     if (isOther) text += " (" + std::to_string(header.storedBits) + " in the file)";
-    text += ", " + texts::countText(header.channels, "channel") +
-            (header.isTopDown ? ", top-down" : ", bottom-up");
+    text += ", " + texts::countText(header.channels, "channel");
+    if (hasRowOrder(header)) text += std::string(", ") + rowOrder(header);
+    if (isGrey(header) && !isDocument(header)) text += ", grey";
     if (header.hasAlpha) text += ", alpha";
     if (header.paletteSize != 0) text += ", palette of " + std::to_string(header.paletteSize);
     text += ", compression " + compressionOf(header);
@@ -135,7 +152,7 @@ std::string tableOf(const std::vector<PictureInfo>& infos) {
     std::string text = line("format", "size", "bits", "compression", "file");
     for (const PictureInfo& info : infos) {
         const DibFileInfo& header = info.header;
-        text += line(header.format->name, std::to_string(header.width) + "x" + std::to_string(header.height),
+        text += line(header.format->name, sizeText(header.width, header.height),
                      std::to_string(header.bitCount), compressionOf(header), printable(info.file));
     }
     return text;
@@ -162,6 +179,20 @@ std::vector<std::string> filesOf(const std::string& folder) {
     return files;
 }
 
+// Why a folder tells nothing.
+std::string nothingIn(const std::string& folder) {
+    std::error_code error;
+    int folders = 0;
+    for (fs::directory_iterator entry(folder, error), end; entry != end; entry.increment(error)) {
+        std::error_code none;
+        if (entry->is_directory(none)) ++folders;
+    }
+    const std::string leftOut =
+        texts::countText(folders, "folder") + " inside " + (folders == 1 ? "was" : "were");
+    return folder + ": load: the folder holds no pictures" +
+           (folders > 0 ? "; " + leftOut + " left out" : "");
+}
+
 // Gathers what files say. Continues after one that cannot be read.
 class Reader {
 public:
@@ -175,25 +206,30 @@ public:
             return infos;
         }
         std::vector<std::string> files;
-        complainOf([&] { files = filesOf(name); });
+        if (!complainOf([&] { files = filesOf(name); })) return infos;
+        const std::size_t complaintsBefore = complaints_.size();
         for (const std::string& file : files) {
             // Anything else may lie in a folder: only a name that promises a picture must hold one.
             const bool isPromised = formatOfExtension(file) != nullptr;
             complainOf([&] { infos.push_back(readInfo(file, options_)); }, isPromised);
         }
+        if (infos.empty() && complaints_.size() == complaintsBefore) complaints_.push_back(nothingIn(name));
         return infos;
     }
     const std::vector<std::string>& complaints() const { return complaints_; }
 
 private:
+    // Whether the work could be done.
     template <class Work>
-    void complainOf(const Work& work, bool isWanted = true) {
+    bool complainOf(const Work& work, bool isWanted = true) {
         try {
             work();
+            return true;
         } catch (const Failure& failure) {
             if (failure.exitCode() != kExitBadInput) throw;
             if (isWanted)
                 complaints_.insert(complaints_.end(), failure.lines().begin(), failure.lines().end());
+            return false;
         }
     }
 
@@ -229,8 +265,10 @@ void declareInfo(CLI::App& command) {
         ->required();
     command.footer(
         "Files in a folder that are not pictures are skipped, unless they have the extension of a format.\n"
-        "Folders inside it are left out, too. The exit code is 3 when a file cannot be read; what the "
-        "others\nsay is printed all the same.");
+        "Folders inside it are left out, too. Sizes and resolutions are those of the upright picture, where "
+        "a\n"
+        "file has an orientation. The exit code is 3 when a file cannot be read, or a folder holds no\n"
+        "pictures; what the others say is printed all the same.");
     addFormat(command, "--from", job->options.format, "Format of the files; overrides detection");
     addLimit(
         command, job->options,
