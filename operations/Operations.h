@@ -139,8 +139,6 @@ struct Treatment {
     Run apart = nullptr;
     // Grey pictures may get colours.
     bool addsColors = false;
-    // The classic function counts rows as they are stored: it gets every picture bottom-up, as most are.
-    bool countsStoredRows = false;
 
     bool isGiven() const { return classicDepths != 0; }
 };
@@ -170,8 +168,6 @@ bool runTreated(const Job& job);
 bool runWidened(const Job& job, const Treatment& treatment, const std::function<bool(const Job&)>& run);
 // Runs the operation on a picture of colours.
 bool runOnColors(const Job& job);
-// Runs a function on a picture whose rows are stored bottom-up meanwhile.
-bool runBottomUp(const Job& job, const std::function<bool(const Job&)>& run);
 // Whether the caller asks for the classic function.
 bool wantsClassic(const Job& job);
 // Whether the classic function alone does what the step does to this picture.

@@ -110,37 +110,6 @@ bool runOnColors(const Job& job) {
     return runKeepingAlpha(job);
 }
 
-bool runBottomUp(const Job& job, const std::function<bool(const Job&)>& run) {
-    DibStream& image = job.image;
-    if (image.Header->biHeight >= 0) return run(job);
-    const auto store = [&](bool isTopDown) {
-        if (!image.UpDown(isTopDown)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-    };
-    ownPixels(image);
-    store(false);
-    try {
-        if (!run(job)) return false;
-    } catch (const Refusal&) {
-        image.UpDown(true);
-        throw;
-    }
-    store(true);
-    return true;
-}
-
-namespace {
-
-bool runRight(const Job& job) {
-    const Treatment& treatment = job.arguments.operation().treatment;
-    if (treatment.isApart != nullptr && treatment.isApart(job.arguments, job.image))
-        return treatment.apart(job);
-    if (treatment.palette != nullptr && !hasRightColors(job.image, treatment) && isPalette(job.image))
-        return treatment.palette(job);
-    return runWidened(job, treatment, runOnColors);
-}
-
-}  // namespace
-
 bool runTreated(const Job& job) {
     const Operation& operation = job.arguments.operation();
     const Treatment& treatment = operation.treatment;
@@ -149,7 +118,11 @@ bool runTreated(const Job& job) {
         requireDepth(job.image, treatment.classicDepths);
         return operation.run(job);
     }
-    return treatment.countsStoredRows ? runBottomUp(job, runRight) : runRight(job);
+    if (treatment.isApart != nullptr && treatment.isApart(job.arguments, job.image))
+        return treatment.apart(job);
+    if (treatment.palette != nullptr && !hasRightColors(job.image, treatment) && isPalette(job.image))
+        return treatment.palette(job);
+    return runWidened(job, treatment, runOnColors);
 }
 
 bool invertPalette(const Job& job) {
@@ -167,7 +140,6 @@ bool isClassic(const Arguments& step, const DibStream& image) {
     const Treatment& treatment = step.operation().treatment;
     if (step.operation().call.empty()) return false;
     if (!treatment.isGiven() || step.isOn("classic")) return true;
-    if (treatment.countsStoredRows && image.Header->biHeight < 0) return false;
     if (treatment.isApart != nullptr && treatment.isApart(step, image)) return false;
     if (treatment.right != nullptr) return false;
     if (!hasRightColors(image, treatment))

@@ -1,7 +1,5 @@
 #include <DibEffect.h>
 
-#include "dib/MoveBlocks.h"
-#include "dib/Turn.h"
 #include "operations/SecondPicture.h"
 
 namespace operations {
@@ -18,18 +16,9 @@ constexpr Parameters kCompose({path("file", "the second picture"),
                                choice("mode", "how the second picture covers the first", kModes, "stretch"),
                                classic()});
 
-// Stretching counts rows as they are stored.
-void storeBottomUp(DibStream& image) {
-    if (image.Header->biHeight >= 0) return;
-    DibStream stored;
-    if (!dib::turnInto(image, dib::kTurns[0], 1, stored)) throw Refusal{DIB_ERROR_MEMORY, kNoMemory};
-    dib::moveBlocks(stored, image);
-}
-
 bool runCompose(const Job& job) {
     DibStream second;
     openPicture(job, job.arguments.path("file"), second);
-    if (!wantsClassic(job)) storeBottomUp(second);
     return DibEffectCompose(job.callback, job.user, &job.image, &second, job.arguments.number("opacity"),
                             job.arguments.word("mode"));
 }
@@ -48,8 +37,7 @@ constexpr Operation kOperations[] = {
      {.classicDepths = depths({8, 24, 32}),
       .depths = depths({24, 32}),
       .alpha = Alpha::kKept,
-      .addsColors = true,
-      .countsStoredRows = true}},
+      .addsColors = true}},
 };
 
 }  // namespace

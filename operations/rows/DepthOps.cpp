@@ -77,7 +77,7 @@ constexpr Operation kOperations[] = {
      "image.ChangeBpp({depth}, {method})",
      kRun,
      checkBpp,
-     {.classicDepths = kAllDepths, .palette = kRun, .countsStoredRows = true}},
+     {.classicDepths = kAllDepths, .palette = kRun}},
 };
 
 }  // namespace

@@ -106,8 +106,7 @@ constexpr Treatment kResizes = {.classicDepths = kAllDepths,
                                 .depths = depths({24, 32}),
                                 .right = replacing(runResize),
                                 .isApart = takesNearest,
-                                .apart = replacing(runResize),
-                                .countsStoredRows = true};
+                                .apart = replacing(runResize)};
 
 int scaled(int side, double factor) {
     const double pixels = std::round(side * factor);
@@ -127,7 +126,7 @@ PixelSize touching(const Job& job, bool isInside) {
 // Resizes a picture whose palette is widened where the filter mixes colours.
 bool resizeWidened(const Job& job, Run::Function run) {
     if (takesNearest(job.arguments, job.image)) return run(job);
-    return runBottomUp(job, [=](const Job& each) { return runWidened(each, kResizes, run); });
+    return runWidened(job, kResizes, run);
 }
 
 bool runFit(const Job& job) {
@@ -157,9 +156,10 @@ Taps halfTaps(int sourceCount, int first) {
     return taps;
 }
 
-// Of odd sides the last column and, as rows are stored bottom-up, the first row are left out.
+// Of odd sides the last column and the row that is stored last are left out, as by the classic function.
 bool runWeightedHalf(const Job& job) {
-    return resample(job, halfTaps(width(job.image), 0), halfTaps(height(job.image), height(job.image) % 2));
+    const int firstRow = job.image.Header->biHeight > 0 ? height(job.image) % 2 : 0;
+    return resample(job, halfTaps(width(job.image), 0), halfTaps(height(job.image), firstRow));
 }
 
 constexpr Run kHalve = replacing(Method<>::run<&DibStream::ResizeHalf>);
@@ -171,8 +171,7 @@ constexpr Treatment kHalves = {.classicDepths = depths({24, 32}),
                                .alpha = Alpha::kWeights,
                                .weighted = replacing(runWeightedHalf),
                                .isApart = isThin,
-                               .apart = replacing(runThinHalf),
-                               .countsStoredRows = true};
+                               .apart = replacing(runThinHalf)};
 
 // A side of 1 stays: its pixels are halved as two that are alike.
 bool runThinHalf(const Job& job) {
@@ -295,8 +294,7 @@ constexpr Operation kOperations[] = {
      {.classicDepths = kAllDepths,
       .palette = kChangeSize,
       .isApart = needsFill,
-      .apart = replacing(runCanvas),
-      .countsStoredRows = true}},
+      .apart = replacing(runCanvas)}},
     {{"crop",
       kArea,
       "Keeps a rectangle of the picture.",

@@ -78,18 +78,14 @@ TEST(OperationTreatment, OpaquePicturesGetTheClassicColours) {
             SCOPED_TRACE(step + " " + std::to_string(height));
             const DibPtr deep = randomImage(41, height, 24, 5);
             const DibPtr classicDeep = randomImage(41, height, 24, 5);
-            // Some classic functions count stored rows.
-            ASSERT_TRUE(classicDeep->UpDown(false));
             DibOperationResult result;
             apply(*deep, step, result);
             EXPECT_EQ(result.noteCount, 0);
-            EXPECT_EQ(deep->Header->biHeight > 0, height > 0);
             apply(*classicDeep, step, result, true);
-            EXPECT_EQ(values(*deep, 0xFFFFFF), values(*classicDeep, 0xFFFFFF));
+            EXPECT_TRUE(sameImage(*deep, *classicDeep));
             for (const std::uint32_t alpha : {255U, 0U, 77U}) {
                 const DibPtr image = withAlpha(alpha, height);
                 const DibPtr classic = withAlpha(alpha, height);
-                ASSERT_TRUE(classic->UpDown(false));
                 apply(*image, step, result);
                 EXPECT_EQ(result.noteCount, 0);
                 apply(*classic, step, result, true);
