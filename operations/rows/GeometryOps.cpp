@@ -162,9 +162,14 @@ bool runWeightedHalf(const Job& job) {
     return resample(job, halfTaps(width(job.image), 0), halfTaps(height(job.image), firstRow));
 }
 
-constexpr Run kHalve = replacing(Method<>::run<&DibStream::ResizeHalf>);
-
 bool isThin(const Arguments&, const DibStream& image) { return width(image) == 1 || height(image) == 1; }
+
+bool runClassicHalf(const Job& job) {
+    if (isThin(job.arguments, job.image))
+        throw Refusal{DIB_ERROR_MISMATCH, "the classic function cannot halve a side of 1 pixel"};
+    return job.image.ResizeHalf();
+}
+
 bool runThinHalf(const Job& job);
 
 constexpr Treatment kHalves = {.classicDepths = depths({24, 32}),
@@ -278,7 +283,7 @@ constexpr Operation kOperations[] = {
       kOnlyClassic,
       kAllDepths},
      "image.ResizeHalf()",
-     kHalve,
+     replacing(runClassicHalf),
      nullptr,
      kHalves},
     {{"canvas",

@@ -88,6 +88,15 @@ TEST(Half, LeavesASideOfOnePixel) {
     EXPECT_EQ(after(*picture(2, 8, {10, 20}), "half"), (Values{15}));
 }
 
+TEST(Half, ClassicRefusesASideOfOnePixel) {
+    const DibPtr image = picture(2, 24, {1, 3});
+    DibOperationResult result;
+    EXPECT_FALSE(DibApply(image.get(), "half:classic", nullptr, &result));
+    EXPECT_EQ(result.code, DIB_ERROR_MISMATCH);
+    EXPECT_STREQ(result.reason, "half: the classic function cannot halve a side of 1 pixel");
+    EXPECT_EQ(valuesOf(*image), (Values{1, 3}));
+}
+
 // One row of alpha more or less makes no other picture.
 TEST(Half, LeavesOutTheSameRowWithAlpha) {
     EXPECT_EQ(after(*picture(2, 24, {90, 90, 1, 3, 5, 7}), "half"), (Values{4}));
