@@ -5,6 +5,7 @@
 #include <io.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <new>
 
 #include "dib/Numbers.h"
@@ -20,6 +21,7 @@ FilePtr open(const char* path, const wchar_t* mode) {
     try {
         return path != nullptr ? open(vexlibs::systemPath(path), mode) : nullptr;
     } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
         return nullptr;
     }
 }
@@ -28,6 +30,7 @@ FilePtr open(const wchar_t* path, const wchar_t* mode) {
     try {
         return path != nullptr ? open(vexlibs::systemPath(std::wstring_view(path)), mode) : nullptr;
     } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
         return nullptr;
     }
 }

@@ -18,6 +18,7 @@ bool Source::open(const char* path) {
     file_ = dib::openForReading(path);
     if (file_ == nullptr) {
         const int why = errno;
+        if (why == ENOMEM) return refuseForMemory(result_);
         return refuse(result_, DIB_ERROR_OPEN, "the file cannot be opened%s%s", why != 0 ? ": " : "",
                       why != 0 ? std::strerror(why) : "");
     }

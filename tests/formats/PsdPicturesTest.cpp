@@ -32,6 +32,7 @@ void expectEverywhere(PsdDocument document, const std::vector<std::pair<int, Byt
 }
 
 TEST(PsdPictures, EveryVersionPackingAndDepth) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     expectEverywhere(documentOf(3, 8, {{10}, {20}, {30}}), {{-1, {128}}, {0, {200}}, {1, {0}}, {2, {7}}},
                      {30, 20, 10}, {7, 0, 200, 128});
     expectEverywhere(documentOf(3, 16, {{10, 10}, {20, 20}, {30, 0}}),
@@ -52,6 +53,7 @@ TEST(PsdPictures, EveryVersionPackingAndDepth) {
 
 // Each mask has a rectangle and a packing of its own.
 TEST(PsdPictures, MasksOfTheirOwnSize) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     for (const int depth : {8, 16, 32}) {
         const auto sample = [&](unsigned char byte, float part) {
             const auto bits = std::bit_cast<std::uint32_t>(part);
@@ -136,6 +138,7 @@ TEST(PsdPictures, ExtraChannelsAreNotTransparency) {
 
 // What other programs write: one stream of all planes, or one of each.
 TEST(PsdPictures, ZipStreams) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     PsdDocument document = documentOf(3, 8, {{0}, {0}, {0}});
     // 20 times 10, then 0 to 19, then 20 times 200.
     document.imageData.emplace(Bytes{0,    2,    0x78, 0xDA, 0xE3, 0xE2, 0xC2, 0x04, 0x0C, 0x8C, 0x4C, 0xCC,

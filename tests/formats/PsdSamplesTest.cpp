@@ -137,6 +137,7 @@ int compareChannel(int mode, DibStream& image, int id, const std::filesystem::pa
 }
 
 TEST(PsdSamples, ChannelsAsAnotherReaderShowsThem) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     const std::filesystem::path pictures = testing_support::samplesFolder() / "ref" / "oov+psd" / "png";
     if (!std::filesystem::exists(pictures)) GTEST_SKIP() << "no sample folder";
     int merged = 0;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 
+#include "formats/Inflater.h"
 #include "tests/formats/CodecTest.h"
 #include "tests/reference/PsdReference.h"
 #include "tests/support/PsdBuilder.h"
@@ -25,6 +26,9 @@ using testing_support::PsdCompression;
 using testing_support::PsdDocument;
 using testing_support::PsdLayer;
 using testing_support::PsdRectangle;
+
+// Why tests of ZIP-compressed pixels are skipped.
+constexpr const char* kNoZip = "this system has no library that unpacks ZIP";
 
 // One load: everything that can be seen of it.
 struct Load {

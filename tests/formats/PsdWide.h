@@ -10,6 +10,7 @@
 
 namespace door_test {
 
+using psd_test::kNoZip;
 using testing_support::PsdCompression;
 using testing_support::PsdDocument;
 using testing_support::PsdLayer;

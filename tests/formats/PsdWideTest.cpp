@@ -52,6 +52,7 @@ std::vector<DibLoadOptions> everyPicture() {
 const char* blockOf(int depth) { return depth == 8 ? "Layr" : depth == 16 ? "Lr16" : "Lr32"; }
 
 TEST(PsdWide, VersionPackingAndPlaceOfLayersDoNotMatter) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     for (const int mode : {1, 3, 4, 9}) {
         for (const int depth : {8, 16, 32}) {
             if (mode == 9 && depth == 32) continue;
@@ -80,6 +81,7 @@ TEST(PsdWide, VersionPackingAndPlaceOfLayersDoNotMatter) {
 }
 
 TEST(PsdWide, EverySourceGivesOnePicture) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     for (const DibLoadOptions& options : everyPicture()) {
         const Bytes bytes = rich(3, 16, true, PsdCompression::kZipPredicted, "Lr16").bytes();
         expectOneFromEverySource(bytes, ".psb", options);
@@ -158,6 +160,7 @@ TEST(PsdWide, ListOfLayers) {
 }
 
 TEST(PsdWide, LayersAreChosenByName) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     const Bytes bytes = rich(3, 8, true, PsdCompression::kZip).bytes();
     for (int layer = 0; layer < 2; ++layer) {
         const Listed list = listed(bytes);
@@ -390,6 +393,7 @@ TEST(PsdWide, ExtremeBytesAreSurvived) {
 
 // A few bytes that announce a picture of nearly two gigabytes.
 TEST(PsdWide, BombsCostNoMemory) {
+    if (!formats::Inflater::isAvailable()) GTEST_SKIP() << kNoZip;
     for (const PsdCompression compression : kPackings) {
         PsdDocument document = documentOf(3, 8, {{1}, {2}, {3}});
         document.isLarge = true;
