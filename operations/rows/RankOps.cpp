@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
+#include <utility>
 
+#include "dib/ColorTable.h"
 #include "dib/Depths.h"
+#include "dib/Kernels.h"
 #include "operations/Call.h"
 #include "operations/pixels/Pixels.h"
 
@@ -24,11 +28,49 @@ constexpr Parameters kMedian({radius(500), wrap(), classic()});
 using Rank = Effect<int, unsigned int>;
 
 // Each takes pixels as they are, so indices stay.
-constexpr Treatment picks(Run run) {
-    return {.classicDepths = kAllDepths, .alpha = Alpha::kKept, .palette = run};
+constexpr Treatment picks(Run run, bool (*isApart)(const Arguments&, const DibStream&), Run apart) {
+    return {.classicDepths = kAllDepths,
+            .alpha = Alpha::kKept,
+            .palette = run,
+            .isApart = isApart,
+            .apart = apart};
 }
 
-bool hasNibbles(const Arguments&, const DibStream& image) { return image.Header->biBitCount == 4; }
+// The highest bit of a pixel stays.
+DIB_ALWAYS_INLINE void exchangeFields(unsigned char* row, std::ptrdiff_t count) {
+    for (std::ptrdiff_t x = 0; x < count; ++x) {
+        const std::uint32_t word = dib::Depth16::get(row, x);
+        dib::Depth16::put(row, x, (word & 0x83E0U) | (word & 31U) << 10 | (word >> 10 & 31U));
+    }
+}
+
+// Blue and red of a palette or of 16 bits, exchanged while this lives: some classic functions give each the
+// other's weight.
+class BlueAndRedExchanged {
+public:
+    explicit BlueAndRedExchanged(DibStream& image) : image_(image) { exchange(); }
+    ~BlueAndRedExchanged() { exchange(); }
+    BlueAndRedExchanged(const BlueAndRedExchanged&) = delete;
+    BlueAndRedExchanged& operator=(const BlueAndRedExchanged&) = delete;
+
+private:
+    void exchange() {
+        BITMAPINFOHEADER& header = *image_.Header;
+        for (DibBGRA& entry : std::span(dib::colorTable(&header), dib::usableEntries(header)))
+            std::swap(entry.blue, entry.red);
+        dib::Raster rows;
+        if (header.biBitCount != 16 || !dib::viewRows(image_, rows)) return;
+        for (int y = 0; y < rows.height; ++y)
+            dib::runKernel<exchangeFields>(rows.row(y), std::ptrdiff_t{rows.width});
+    }
+
+    DibStream& image_;
+};
+
+bool runExchanged(const Job& job) {
+    const BlueAndRedExchanged whileItRuns(job.image);
+    return job.arguments.operation().run(job);
+}
 
 // The classic extremes read the two pixels of a byte exchanged, so they get a byte for each.
 bool runOnBytes(const Job& job) {
@@ -52,11 +94,22 @@ bool runOnBytes(const Job& job) {
     return true;
 }
 
-constexpr Treatment picksExtreme(Run run) {
-    Treatment treatment = picks(run);
-    treatment.isApart = hasNibbles;
-    treatment.apart = replacing(runOnBytes);
-    return treatment;
+constexpr Run kExchanged = runExchanged;
+
+bool isExtremeApart(const Arguments&, const DibStream& image) {
+    return image.Header->biBitCount == 4 || image.Header->biBitCount == 16;
+}
+
+bool runExtremeApart(const Job& job) {
+    return job.image.Header->biBitCount == 4 ? runOnBytes(job) : kExchanged(job);
+}
+
+constexpr Treatment picksExtreme(Run run) { return picks(run, isExtremeApart, replacing(runExtremeApart)); }
+
+// At 1 bit the median is a vote, which no weight changes.
+bool isMedianApart(const Arguments&, const DibStream& image) {
+    const int bitCount = image.Header->biBitCount;
+    return bitCount == 16 || (bitCount > 1 && bitCount <= 8 && !isGrey(image));
 }
 
 constexpr Run kMedianRun = replacing(Rank::run<DibEffectBrightMiddle>);
@@ -95,7 +148,7 @@ constexpr Operation kOperations[] = {
      "DibEffectBrightMiddle(nullptr, nullptr, &image, {radius}, {wrap})",
      kMedianRun,
      nullptr,
-     picks(kMedianRun)},
+     picks(kMedianRun, isMedianApart, kExchanged)},
 };
 
 }  // namespace

@@ -65,6 +65,9 @@ for radius in (1, 4):
     by_library("SciPy", f"max:{radius}", 0, EXACT, brightest(side))
     by_library("SciPy", f"min:{radius}", 0, EXACT, darkest(side))
     by_library("SciPy", f"median:{radius}", 0, EXACT, middle(side), inside=radius)
+by_library("SciPy", "median:4", 0, EXACT, middle(9), "palette", inside=4)
+for word, ranked in ("max:4", brightest(9)), ("min:4", darkest(9)), ("median:4", middle(9)):
+    by_library("SciPy", f"bpp:16 {word} bpp:24", 0, EXACT, lambda image, ranked=ranked: ranked(image & 248), inside=4)
 by_library("NumPy", "edge", 0, "Both cut the root of whole numbers.", sloped, inside=1)
 by_library("SciPy", "emboss:2,distance=2,angle=0", 0, EXACT, raised(2, 2, 0))
 by_library("SciPy", "emboss:1,distance=3,angle=30", 1, MIXED, raised(1, 3, 30))
