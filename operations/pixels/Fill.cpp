@@ -1,11 +1,8 @@
 #include "operations/pixels/Fill.h"
 
-#include <cstdio>
 #include <optional>
-#include <string>
 
 #include "dib/ColorTable.h"
-#include "operations/pixels/NearestEntry.h"
 #include "operations/pixels/Pixels.h"
 
 namespace operations {
@@ -37,23 +34,6 @@ std::uint32_t addEntry(DibStream& image, const DibBGRA& color) {
     return dib::dwordOf(entries);
 }
 
-std::string textOf(const DibBGRA& color) {
-    char text[16];
-    std::snprintf(text, sizeof text, "#%02x%02x%02x", color.red, color.green, color.blue);
-    return text;
-}
-
-std::uint32_t nearestEntry(const Job& job, const DibBGRA& color) {
-    const BITMAPINFOHEADER& header = *job.image.Header;
-    const auto table = dib::readColorTable(header);
-    NearestEntry nearest({table.data(), dib::usableEntries(header)});
-    const std::uint32_t entry = nearest(color.blue, color.green, color.red);
-    addNote(job.result, DIB_NOTE_LOSS,
-            std::string(job.arguments.operation().info.name) + ": the palette has no free entry for " +
-                textOf(color) + "; " + textOf(table[entry]) + " was taken");
-    return entry;
-}
-
 }  // namespace
 
 std::uint32_t widenedFill(const Job& job, const DibBGRA& color) {
@@ -68,10 +48,9 @@ std::uint32_t widenedFill(const Job& job, const DibBGRA& color) {
 
 std::uint32_t paletteFill(const Job& job, const DibBGRA& color) {
     const BITMAPINFOHEADER& header = *job.image.Header;
-    if (header.biBitCount > 8 || color.alpha != 255) return widenedFill(job, color);
-    if (const std::optional<std::uint32_t> entry = entryOf(header, color)) return *entry;
     const bool hasRoom = dib::usableEntries(header) < dib::addressableEntries(header.biBitCount);
-    return hasRoom ? addEntry(job.image, color) : nearestEntry(job, color);
+    if (hasRoom && color.alpha == 255 && !entryOf(header, color)) return addEntry(job.image, color);
+    return widenedFill(job, color);
 }
 
 }  // namespace operations

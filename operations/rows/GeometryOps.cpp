@@ -205,8 +205,9 @@ bool needsFill(const Arguments& arguments, const DibStream& image) {
 
 bool runCanvas(const Job& job) {
     const PixelSize wanted = job.arguments.size("size", job.image);
-    const DibBGRA color = *canvasColor(job.arguments, job.image);
-    const std::uint32_t fill = paletteFill(job, color);
+    const bool grows = wanted.width > width(job.image) || wanted.height > height(job.image);
+    // A picture that only shrinks has no new pixels.
+    const std::uint32_t fill = grows ? paletteFill(job, *canvasColor(job.arguments, job.image)) : 0;
     const std::uint32_t entries = job.image.Header->biClrUsed;
     if (!job.image.ChangeSize(wanted.width, wanted.height, fill)) return false;
     // The new header announces a full table.
@@ -288,7 +289,8 @@ constexpr Operation kOperations[] = {
      kHalves},
     {{"canvas",
       kArea,
-      "Crops or pads the picture about its middle. A palette that lacks the fill gets it where it has room.",
+      "Crops or pads the picture about its middle. A palette that lacks the fill gets it where it has "
+      "room, else the picture is widened.",
       "canvas:120%x80%,fill=#ff8000",
       {"canvas:80%", "canvas:120%x110%,fill=#f0e6d2", "canvas:60%x120%,fill=#203040"},
       kCanvas,

@@ -45,11 +45,37 @@ TEST(Canvas, AddsItsColourWhereThePaletteHasRoom) {
     EXPECT_EQ(entriesOf(*image), (Values{0xFF0000, 0x00FF00, 0x0000FF, 0x123456}));
 }
 
-TEST(Canvas, TakesTheNearestEntryOfAFullPaletteAndSaysSo) {
+TEST(Canvas, WidensAFullPaletteThatLacksItsColourAndSaysSo) {
     const DibPtr image = colored(16);
     EXPECT_EQ(noteAfter(*image, "canvas:5x1,fill=#000afa"),
-              "canvas: the palette has no free entry for #000afa; #0000ff was taken");
-    EXPECT_EQ(valuesOf(*image), (Values{2, 0, 1, 2, 2}));
+              "canvas: the palette of 4 bits became 24 bits a pixel");
+    EXPECT_EQ(valuesOf(*image), (Values{0x000AFA, 0xFF0000, 0x00FF00, 0x0000FF, 0x000AFA}));
+    EXPECT_EQ(after(*colored(16), "canvas:5x1"), (Values{0, 0xFF0000, 0x00FF00, 0x0000FF, 0}));
+}
+
+TEST(Canvas, WidensGreyPicturesAndBlackAndWhiteOnesForColours) {
+    const DibPtr grey = picture(1, 8, {77});
+    EXPECT_EQ(noteAfter(*grey, "canvas:3x1,fill=#ff8000"),
+              "canvas: the palette of 8 bits became 24 bits a pixel");
+    EXPECT_EQ(valuesOf(*grey), (Values{0xFF8000, 0x4D4D4D, 0xFF8000}));
+    const DibPtr lines = picture(2, 1, {0, 1});
+    EXPECT_EQ(noteAfter(*lines, "canvas:4x1,fill=#ff8000"),
+              "canvas: the palette of 1 bit became 24 bits a pixel");
+    EXPECT_EQ(valuesOf(*lines), (Values{0xFF8000, 0, 0xFFFFFF, 0xFF8000}));
+    EXPECT_EQ(after(*picture(1, 8, {77}), "canvas:3x1,fill=#121212"), (Values{18, 77, 18}));
+    EXPECT_EQ(after(*picture(2, 1, {0, 1}), "canvas:4x1,fill=#fff"), (Values{1, 0, 1, 1}));
+}
+
+TEST(Canvas, NeedsNoFillToShrink) {
+    for (const unsigned int entries : {3U, 16U}) {
+        for (const char* chain : {"canvas:1x1", "canvas:1x1,fill=#123456", "canvas:1x1,fill=#0000"}) {
+            SCOPED_TRACE(chain);
+            const DibPtr image = colored(entries);
+            EXPECT_EQ(noteAfter(*image, chain), "");
+            EXPECT_EQ(valuesOf(*image), (Values{1}));
+            EXPECT_EQ(image->Header->biClrUsed, entries);
+        }
+    }
 }
 
 TEST(Canvas, IsBlackWithoutAFill) {
