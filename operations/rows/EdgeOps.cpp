@@ -42,7 +42,8 @@ constexpr Operation kOperations[] = {
      {.classicDepths = kClassicDepths, .depths = kMixedDepths, .alpha = Alpha::kWeights}},
     {{"edge",
       kArea,
-      "Shows how fast each channel changes; beyond 255 it starts again at 0.",
+      "Shows how fast each channel changes; beyond 255 it starts again at 0. Transparent pixels count "
+      "like others.",
       "edge",
       {"edge", "sharpen edge", "edge:wrap=xy"},
       kEdge,
@@ -53,7 +54,7 @@ constexpr Operation kOperations[] = {
      {.classicDepths = depths({8, 24, 32}), .alpha = Alpha::kKept}},
     {{"emboss",
       kArea,
-      "Gives the picture the look of a relief.",
+      "Gives the picture the look of a relief. Transparent pixels count like others.",
       "emboss:2,distance=1,angle=45",
       {"emboss", "emboss:2,distance=2", "emboss:1,distance=4,angle=225,wrap=xy"},
       kEmboss,

@@ -9,8 +9,10 @@ namespace {
 
 constexpr const char* kArea = "Text";
 
-constexpr Parameters kText({text("text", "what is written; a line feed begins another line"), kPlaceX,
-                            kPlaceY, kPlace,
+constexpr Parameters kText({text("text",
+                                 "what is written; a line feed begins another line; chains take a backslash "
+                                 "away, so that \\n is n"),
+                            kPlaceX, kPlaceY, kPlace,
                             length("size", "height of the font; percentages are of the picture's height",
                                    {1, kAnyInteger.max}, "20"),
                             color("color", "of the letters, with alpha", "#000000"),

@@ -21,6 +21,7 @@ by_command("dib montage grey.png palette.png --columns=1 --background=#ffffff ou
 NAMED = "ImageMagick prints two digits more."
 number("dib compare opaque.png soft.png", r"PSNR ([0-9.]+)", "compare -metric PSNR opaque.png soft.png null:", r"([0-9.]+)", 0.01, NAMED)
 number("dib compare opaque.png soft.png", r"PSNR ([0-9.]+)", "gm compare -metric PSNR opaque.png soft.png", r"Total: ([0-9.]+)", 0.01, NAMED)
+number("dib compare alpha.png opaque.png", r"PSNR ([0-9.]+)", "gm compare -metric PSNR alpha.png opaque.png", r"Total: ([0-9.]+)", 0.01, NAMED)
 number("dib compare opaque.png soft.png", r"([0-9]+) of", "compare -metric AE opaque.png soft.png null:", r"([0-9.]+)", 0, NAMED)
 number("dib compare opaque.png soft.png", r"difference ([0-9]+)",
        "convert opaque.png soft.png -compose difference -composite -format '%[fx:255*maxima]' info:", r"([0-9.]+)", 0.001,
