@@ -146,7 +146,7 @@ struct DibFileInfo {
     int pages = 1;                      ///< Pictures in the file.
     int layers = 0;                     ///< Layers of a document.
     int levels = 1;                     ///< Sizes of the same picture.
-    bool hasAlpha = false;              ///< Whether the pixels of a load have alpha.
+    bool hasAlpha = false;              ///< Whether a load has alpha, in its pixels or its palette.
     char compression[16] = "";          ///< "none", "rle", "deflate" ...; empty when unknown.
     int paletteSize = 0;     ///< Entries of the colour table that a load gives; 0 when there is none.
     bool isTopDown = false;  ///< Whether a load gives a negative height.
@@ -365,7 +365,7 @@ DIB_EXPORT bool DibLoadStream(const DibReader& reader, DibStream* image,
                               DibProgressCallback callback = nullptr, void* user = nullptr);
 
 /// Reads what the headers of a file say, without decoding or allocating its pixels. Pages and layers are
-/// counted; limits are not applied.
+/// counted; limits are not applied. A page, layer or level that the file does not have is refused.
 /// @return False with a code and a reason as by `DibLoadFile`.
 DIB_EXPORT bool DibProbeFile(const char* path, DibFileInfo* info, const DibLoadOptions* options = nullptr,
                              DibFileResult* result = nullptr);

@@ -419,7 +419,7 @@ typedef struct dib_file_info {
     int layers;            ///< Layers of a document.
     int levels;            ///< Sizes of the same picture.
     int palette_size;      ///< Entries of the palette that a load gives; 0 when there is none.
-    int has_alpha;         ///< 1 when the pixels of a load have alpha.
+    int has_alpha;         ///< 1 when a load has alpha, in its pixels or its palette.
     int row_order;         ///< `dib_row_order` of a load.
     char colors[16];       ///< Of a document: "RGB", "CMYK" ...; "grey" of a file of greys; or empty.
     /// Of the picture in the file: 1 for indices and greys, 3 for colours, 4 with alpha or four inks; of a
@@ -438,7 +438,7 @@ typedef struct dib_file_info {
     { sizeof(dib_file_info), NULL, "", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "", 0, 0, "", -1, -1, -1, -1 }
 
 /// Reads what the headers of a file say, without decoding or allocating its pixels. Pages and layers are
-/// counted; limits are not applied.
+/// counted; limits are not applied. A page, layer or level that the file does not have is refused.
 /// @return As `dib_load_file`; the structure is unchanged after a failure.
 DIB_C_EXPORT dib_code dib_probe_file(const char* path, dib_file_info* info, const dib_load_options* options,
                                      dib_result* result);

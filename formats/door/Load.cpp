@@ -278,6 +278,7 @@ bool probeSource(Source& source, const FileFormat& format, DibFileInfo& info, co
                  DibFileResult& out) {
     const bool isRead = probe(source, format, info, options, out);
     if (source.error() != 0) return refuseForError(source, out);
+    if (!hasPart(info, options, out)) return false;
     if (isRead) {
         if (options.appliesOrientation) exchangeResolution(out.metadata.orientation, out.metadata);
         return true;

@@ -269,6 +269,7 @@ bool PngDecoder::keepMetadata(DibMetadata& metadata) {
 bool PngDecoder::describe(DibFileInfo& info, DibFileResult& result) {
     info.channels = png_get_channels(png_, info_);
     info.storedBits = depth_ * info.channels;
+    if (hasTransparency_ && isTransparent()) info.hasAlpha = true;  // of the palette, where that is kept
     nameCompression(info, "deflate");
     if (!options_.readsHeadersOnly) {
         if (depth_ == 16) note(result, DIB_NOTE_LOSS, "16 bits a sample became 8");

@@ -60,7 +60,7 @@ class FileInfo:
     pages: int
     layers: int
     levels: int
-    has_alpha: bool
+    has_alpha: bool  # in the pixels of open(), or in its palette
     compression: str  # empty when unknown
     palette_size: int
     row_order: str

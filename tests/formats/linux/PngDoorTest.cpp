@@ -406,6 +406,30 @@ TEST(PngDoor, ProbeReadsTheHeaders) {
     EXPECT_TRUE(info.hasAlpha);
 }
 
+TEST(PngDoor, ProbesKnowTransparentColors) {
+    const Bytes colors = chunk("PLTE", {1, 2, 3, 4, 5, 6});
+    struct {
+        Bytes file;
+        bool hasAlpha;
+    } const kCases[] = {
+        {pngOf(2, 8, 3, {{0, 1}}, {colors, chunk("tRNS", {128})}), true},
+        {pngOf(2, 8, 3, {{0, 1}}, {colors, chunk("tRNS", {255, 255})}), false},
+        {pngOf(2, 8, 3, {{0, 1}}, {colors}), false},
+        {pngOf(2, 8, 0, {{0, 3}}, {chunk("tRNS", {0, 3})}), true},
+        {pngOf(2, 8, 0, {{0, 3}}), false},
+    };
+    const DibLoadOptions indices = keepingPalettes();
+    for (const auto& [file, hasAlpha] : kCases) {
+        DibFileInfo info;
+        ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info, &indices));
+        EXPECT_EQ(info.bitCount, 8);
+        EXPECT_EQ(info.hasAlpha, hasAlpha);
+        ASSERT_TRUE(DibProbeMemory(file.data(), file.size(), &info));
+        EXPECT_EQ(info.bitCount, hasAlpha ? 32 : 8);
+        EXPECT_EQ(info.hasAlpha, hasAlpha);
+    }
+}
+
 TEST(PngDoor, CutFilesAreRefusedOrKeepRows) {
     const DibPtr image = randomImage(40, 60, 24, 9);
     const Bytes file = saved(*image, "png");
