@@ -32,6 +32,24 @@ TEST_F(Palettes, SayWhatIsWrong) {
     EXPECT_EQ(run({"palette", "few.bmp", "absent/few.gpl"}).exitCode, 4);
 }
 
+TEST_F(Palettes, SayWhatIsWrongWithDamagedOnes) {
+    const std::pair<const char*, const char*> kFiles[] = {{"word.gpl", "GIMP Palette\n255 0 red\n"},
+                                                          {"cut.pal", "JASC-PAL\r\n0100\r\n2\r\n1 2 3\r\n"},
+                                                          {"short.ACT", "abc"},
+                                                          {"short.txt", "abc"}};
+    const std::pair<const char*, const char*> kReasons[] = {
+        {"word.gpl", "line 2 is not a colour of three numbers from 0 to 255"},
+        {"cut.pal", "the file ends after 1 of 2 colours"},
+        {"short.ACT", "this is no palette of GIMP, JASC or Adobe"},
+        {"short.txt", "the format of the file is not known"}};
+    for (const auto& [name, bytes] : kFiles) writeFile(name, bytes);
+    for (const auto& [name, reason] : kReasons) {
+        const Result result = run({"run", "in.bmp", std::string("remap:") + name, "out.bmp"});
+        EXPECT_EQ(result.exitCode, 3) << name;
+        EXPECT_EQ(result.errors, std::string("dib: ") + name + ": remap: " + reason + "\n");
+    }
+}
+
 // A sprite with few colours stays one.
 TEST_F(Palettes, KeepTransparencyInFilesThatHoldIt) {
     writeFile("white.gpl", "GIMP Palette\n255 255 255\n");

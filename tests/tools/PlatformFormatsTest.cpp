@@ -101,6 +101,32 @@ void makeTransparentPng(const std::string& name, int bitCount, int colors) {
     ASSERT_TRUE(DibSaveFile(name.c_str(), image.get(), &options));
 }
 
+TEST_F(PlatformFormats, TransparentPalettesAreAlpha) {
+    makeTransparentPng("clear.png", 4, 5);
+    EXPECT_EQ(run({"info", "clear.png"}).output,
+              "clear.png: png, 9x6 pixels, 4 bits, 1 channel, alpha, palette of 5, compression deflate\n");
+    EXPECT_EQ(json::parse(run({"info", "--json", "clear.png"}).output)["files"][0]["alpha"], true);
+    ASSERT_EQ(run({"run", "in.bmp", "colors:5", "opaque.png"}).exitCode, 0);
+    EXPECT_EQ(json::parse(run({"info", "--json", "opaque.png"}).output)["files"][0]["alpha"], false);
+}
+
+// What the step itself has to say stays apart from what is said of its second picture.
+TEST_F(PlatformFormats, StepsKeepTheirNotesBesideThoseOfTheSecondPicture) {
+    makeTransparentPng("clear.png", 4, 5);
+    const std::string outside = "dib: in.bmp: warning: overlay: the second picture lies outside the first\n";
+    const Program::Words words = {"run", "in.bmp", "overlay:clear.png,x=200", "out.bmp"};
+    EXPECT_EQ(run(words).errors, outside);
+    Program::Words verbose = words;
+    verbose.emplace_back("--verbose");
+    EXPECT_EQ(run(verbose).errors,
+              "dib: clear.png: overlay: loss: the palette has transparency: its indices became 32-bit "
+              "colours\n" +
+                  outside);
+    writeFile("deep.pgm", std::string("P5\n1 1\n65535\n\1\2", 17));
+    EXPECT_EQ(run({"run", "in.bmp", "overlay:deep.pgm,x=200", "out.bmp", "--verbose"}).errors,
+              "dib: deep.pgm: overlay: loss: samples of 16 bits became 8\n" + outside);
+}
+
 struct Opened {
     explicit Opened(const std::string& file, bool keepsPalette = true) {
         DibLoadOptions options;
@@ -122,7 +148,7 @@ TEST_F(PlatformFormats, PngPalettesKeepTheirTransparency) {
         ASSERT_EQ(in.image.Header->biBitCount, bitCount);
         ASSERT_EQ(in.alpha, (std::vector{255, 128, 0}));
         EXPECT_EQ(run({"info", "in.png"}).output, "in.png: png, 9x6 pixels, " + std::to_string(bitCount) +
-                                                      " bits, 1 channel, palette of " +
+                                                      " bits, 1 channel, alpha, palette of " +
                                                       std::to_string(colors) + ", compression deflate\n");
 
         EXPECT_EQ(run({"run", "--strict", "in.png", "out.png"}).errors, "");

@@ -143,6 +143,19 @@ TEST_F(Info, TellsTheFileAndNotTheLoadedPicture) {
     EXPECT_EQ(infoOf("deep.png")["storedBitsPerPixel"], 64);
 }
 
+TEST_F(Info, RefusesPartsThatTheFileDoesNotHave) {
+    ASSERT_EQ(run({"run", "in.bmp", "a.png"}).exitCode, 0);
+    for (const char* part : {"page", "level", "layer"}) {
+        const std::string option = std::string("--") + part + "=5";
+        const Result result = run({"info", option, "a.png"});
+        EXPECT_EQ(result.exitCode, 3) << part;
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors, run({"run", option, "a.png", "out.bmp"}).errors);
+    }
+    EXPECT_EQ(run({"info", "--page=5", "a.png"}).errors,
+              "dib: a.png: load: there is no page 5: the file has 1\n");
+}
+
 // Grey with alpha, which loads as colours.
 TEST_F(Info, TellsTheChannelsOfTheFile) {
     writeFile("ga.pam",

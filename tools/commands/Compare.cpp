@@ -4,9 +4,12 @@
 #include <DibPictures.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "tools/cli/Cancel.h"
 #include "tools/cli/Options.h"
@@ -58,6 +61,35 @@ std::string textOf(const DibDifference& difference) {
            std::to_string(difference.x) + "," + std::to_string(difference.y) + "\n";
 }
 
+bool says(const DibFileResult& loaded, std::string_view words) {
+    const std::span notes(loaded.notes, static_cast<std::size_t>(loaded.noteCount));
+    return std::ranges::any_of(notes, [&](const DibNote& note) {
+        return std::string_view(note.text).find(words) != std::string_view::npos;
+    });
+}
+
+// Loads one of the pictures, and warns where the file holds more than is compared.
+void load(const std::string& name, DibStream& image, const PictureOptions& options, Progress& progress,
+          Notes& notes) {
+    const InputFile file(name, InputFile::kReadTwice, options.load);
+    const DibFileResult loaded = loadPicture(file, image, options, progress, notes);
+    const auto warn = [&](const std::string& text) {
+        DibNote note = {.kind = DIB_NOTE_WARNING, .text = ""};
+        text.copy(note.text, sizeof note.text - 1);
+        notes.add(file.title() + ": compare", std::span(&note, 1));
+    };
+    // Loads of these formats do not note it: they are always so.
+    const std::string_view format = loaded.format->name;
+    if (says(loaded, " became 8") || format == "exr" || format == "hdr")
+        warn("the file has more than 8 bits a channel; 8 were compared");
+    DibFileInfo header;
+    DibFileResult probed;
+    const int pages = file.probe(header, options.load, probed) ? header.pages : 1;
+    if (pages > 1) warn("the file has " + std::to_string(pages) + " pages; the first was compared");
+    if (says(loaded, " first picture is shown") || says(loaded, " the first is shown"))
+        warn("the file has several pictures; the first was compared");
+}
+
 // Whether they are equal.
 bool comparePictures(const CompareJob& job) {
     const DibFormat* format = job.shown.empty() ? nullptr : formatForOutput(job.shown, nullptr);
@@ -65,8 +97,8 @@ bool comparePictures(const CompareJob& job) {
     Progress progress(job.shown.empty() ? 3 : 4, job.showsProgress);
     DibHandle first(new DibStream);
     DibHandle second(new DibStream);
-    loadPicture(InputFile(job.first), *first, job.pictures, progress, notes);
-    loadPicture(InputFile(job.second), *second, job.pictures, progress, notes);
+    load(job.first, *first, job.pictures, progress, notes);
+    load(job.second, *second, job.pictures, progress, notes);
     progress.beginStep("compare");
     DibDifference difference;
     DibOperationResult result;
@@ -102,6 +134,8 @@ void declareCompare(CLI::App& command) {
     addProgress(command, job->showsProgress);
     command.footer(
         "Colours are compared, and alpha where a pixel is not opaque, whatever depths the files have.\n"
+        "Channels are compared at 8 bits, and of files with several pages the first; a warning says where a\n"
+        "file holds more.\n"
         "The exit code is 0 when the pictures are equal, 1 when they differ and 2 when that cannot be told.");
     command.callback([job] {
         bool isEqual = false;

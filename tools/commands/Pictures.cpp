@@ -2,7 +2,7 @@
 
 #include <DibPalette.h>
 
-#include <algorithm>
+#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <optional>
 #include <utility>
@@ -15,6 +15,11 @@
 namespace tool {
 
 namespace {
+
+bool isPaletteName(const std::string& path) {
+    const std::string extension = CLI::detail::to_lower(extensionOf(path));
+    return extension == ".gpl" || extension == ".pal" || extension == ".act";
+}
 
 // Opens the second pictures of a step, with the limits of the command line.
 class SecondPictures {
@@ -29,8 +34,6 @@ public:
     }
     // Why one could not be opened, if that was so.
     const std::optional<Failure>& failure() const { return failure_; }
-    // Notes of the step come before those of the pictures that it opens.
-    int noteCount() const { return noteCount_; }
 
 private:
     bool load(const std::string& name, DibStream& image, DibFileResult& result, DibProgressCallback callback,
@@ -52,20 +55,28 @@ private:
         const char* from = frame_.options.load.format;
         const bool isUnknown = result.format == nullptr && result.code == DIB_ERROR_UNSUPPORTED;
         if (isUnknown && from != nullptr) isOpen = open(from);
-        if (isUnknown && !isOpen) isOpen = DibLoadPalette(path.c_str(), &image);
+        if (isUnknown && !isOpen) isOpen = openPalette(path, image, result);
         if (isOpen) {
             frame_.notes.add(name + ": " + operation_, result);
-            noteCount_ += result.noteCount;
+            result.noteCount = 0;  // else they would be the step's, too
             return true;
         }
         failure_ = loadFailure(name, result, operation_);
         return false;
     }
 
+    // Says what is wrong with files that are palettes or have the name of one.
+    static bool openPalette(const std::string& path, DibStream& image, DibFileResult& result) {
+        DibFileResult palette;
+        const bool isOpen = DibLoadPalette(path.c_str(), &image, &palette);
+        if (isOpen || palette.code != DIB_ERROR_UNSUPPORTED || isPaletteName(path))
+            result = std::move(palette);
+        return isOpen;
+    }
+
     const StepFrame& frame_;
     std::string operation_;
     std::optional<Failure> failure_;
-    int noteCount_ = 0;
 };
 
 }  // namespace
@@ -99,8 +110,8 @@ Failure loadFailure(const std::string& title, const DibFileResult& result, const
     return Failure(kExitBadInput, title + ": " + action + ": " + reason);
 }
 
-LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
-                       Progress& progress, Notes& notes) {
+DibFileResult loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
+                          Progress& progress, Notes& notes) {
     progress.beginStep("load");
     DibFileResult result;
     const bool isLoaded = file.load(image, options.load, result, &Progress::report, &progress);
@@ -108,7 +119,7 @@ LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOpt
     if (!isLoaded) throw loadFailure(file.title(), result);
     notes.add(file.title() + ": load", result);
     progress.endStep();
-    return {result.format, std::move(result.metadata)};
+    return result;
 }
 
 bool applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
@@ -125,8 +136,7 @@ bool applyStep(const DibStep& step, DibStream& image, const StepFrame& frame) {
     if (!done) throw Failure(kExitOperationFailed, frame.title + ": " + result.reason);
     if (frame.paletteAlpha != nullptr && !step.operation->movesPixels)
         *frame.paletteAlpha = std::move(result.paletteAlpha);
-    const int ownNotes = std::max(result.noteCount - pictures.noteCount(), 0);
-    frame.notes.add(frame.title, std::span(result.notes, static_cast<std::size_t>(ownNotes)));
+    frame.notes.add(frame.title, std::span(result.notes, static_cast<std::size_t>(result.noteCount)));
     frame.progress.endStep();
     return result.exchangesAxes;
 }

@@ -47,14 +47,9 @@ private:
     std::vector<std::string> lines_;
 };
 
-// What a file says beside its pixels.
-struct LoadedFile {
-    const DibFormat* format;
-    DibMetadata metadata;
-};
 // Loads a picture. Throws Failure (bad input).
-LoadedFile loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
-                       Progress& progress, Notes& notes);
+DibFileResult loadPicture(const InputFile& file, DibStream& image, const PictureOptions& options,
+                          Progress& progress, Notes& notes);
 // The failure of a load with that result. `action` is what the file was opened for.
 Failure loadFailure(const std::string& title, const DibFileResult& result,
                     const std::string& action = "load");

@@ -94,7 +94,7 @@ void runJob(const RunJob& job) {
     Progress progress(job.chains.size() + 2, job.showsProgress);
     DibStream image;
     const InputFile input(job.input);
-    LoadedFile loaded = loadPicture(input, image, pictures, progress, notes);
+    DibFileResult loaded = loadPicture(input, image, pictures, progress, notes);
     if (format == nullptr) format = loaded.format->writeDepths != 0 ? loaded.format : DibFindFormat("bmp");
     for (const DibChain& chain : job.chains) {
         const bool exchangesAxes = applyStep(*chain.steps, image,
