@@ -60,11 +60,11 @@ unpackLibraries() {
 }
 
 # Changes are also tested where nothing can be downloaded.
-if [ "$what" = smoke ] && ! scripts/install-packages.sh --possible build test elsewhere; then
+if [ "$what" = smoke ] && ! scripts/install-packages.sh --possible build test arm64 elsewhere; then
     echo "elsewhere.sh: $target SKIPPED: packages are missing, and no package index can be reached"
     exit 0
 fi
-scripts/install-packages.sh build test elsewhere
+scripts/install-packages.sh build test arm64 elsewhere
 if [ "$target" = windows ]; then copyHeaders; else unpackLibraries; fi
 command -v ccache >/dev/null && export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}"
 export PKG_CONFIG_SYSROOT_DIR="$root" PKG_CONFIG_LIBDIR="$root/usr/lib/$triplet/pkgconfig:$root/usr/share/pkgconfig"
