@@ -122,7 +122,7 @@ TEST_F(PlatformFormats, StepsKeepTheirNotesBesideThoseOfTheSecondPicture) {
               "dib: clear.png: overlay: loss: the palette has transparency: its indices became 32-bit "
               "colours\n" +
                   outside);
-    writeFile("deep.pgm", std::string("P5\n1 1\n65535\n\1\2", 17));
+    writeFile("deep.pgm", "P5\n1 1\n65535\n\1\2");
     EXPECT_EQ(run({"run", "in.bmp", "overlay:deep.pgm,x=200", "out.bmp", "--verbose"}).errors,
               "dib: deep.pgm: overlay: loss: samples of 16 bits became 8\n" + outside);
 }
