@@ -78,14 +78,76 @@ DIB_ALWAYS_INLINE __m128i mixChannels(const unsigned char* upper, const unsigned
     return _mm_srli_epi32(sums, 16);
 }
 
+#if DIB_HAS_AVX2
+
+// Two pixels with their right neighbours as words, a pair in each half.
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i loadPairs(const unsigned char* first, const unsigned char* second) {
+    std::int64_t pairs[2];
+    std::memcpy(&pairs[0], first, 8);
+    std::memcpy(&pairs[1], second, 8);
+    return _mm256_cvtepu8_epi16(_mm_set_epi64x(pairs[1], pairs[0]));
+}
+
+// The channels of mix `k` and of mix `k + 4` in 32-bit lanes. The weights are those of eight mixes.
+template <class Depth, int k>
+DIB_TARGET_AVX2 DIB_ALWAYS_INLINE __m256i mixTwo(const unsigned char* top, std::ptrdiff_t rowStep,
+                                                 const int* offset, __m256i weightsX, __m256i weightsY) {
+    // The weight of the lower pixel is the high half of each weight.
+    const __m256i down = _mm256_set1_epi16(4 * k + 2 + (4 * k + 3) * 256);
+    // Each channel of the left pixel beside that of the right one.
+    const __m256i columns =
+        Depth::kBits == 24
+            ? _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 6, 7, 2, 3, 8, 9, 4, 5, 10, 11, -1, -1, -1, -1))
+            : _mm256_broadcastsi128_si256(
+                  _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+
+    const unsigned char* first = top + offset[k];
+    const unsigned char* second = top + offset[k + 4];
+    const __m256i upper = loadPairs(first, second);
+    const __m256i lower = loadPairs(first + rowStep, second + rowStep);
+    // Products and sums keep their low 16 bits, which hold the unsigned result.
+    const __m256i lowered =
+        _mm256_mullo_epi16(_mm256_sub_epi16(lower, upper), _mm256_shuffle_epi8(weightsY, down));
+    const __m256i mixed = _mm256_add_epi16(_mm256_slli_epi16(upper, 8), lowered);
+    // As in mixChannels.
+    const __m256i centered =
+        _mm256_xor_si256(_mm256_shuffle_epi8(mixed, columns), _mm256_set1_epi16(INT16_MIN));
+    const __m256i across = _mm256_madd_epi16(centered, _mm256_shuffle_epi32(weightsX, k * 0x55));
+    return _mm256_srli_epi32(_mm256_add_epi32(across, _mm256_set1_epi32(1 << 23)), 16);
+}
+
+// Eight mixes at a time: the mixes done. Reads two more bytes at 24 bits.
+template <class Depth>
+DIB_TARGET_AVX2 inline int mixEights(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps* taps,
+                                     int count, std::uint32_t* colors) {
+    int i = 0;
+    for (; i + 8 <= count; i += 8) {
+        const int* offset = taps->offset + i;
+        const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(taps->weightX + i));
+        const __m256i y = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(taps->weightY + i));
+        const __m256i firstTwo = _mm256_packs_epi32(mixTwo<Depth, 0>(top, rowStep, offset, x, y),
+                                                    mixTwo<Depth, 1>(top, rowStep, offset, x, y));
+        const __m256i lastTwo = _mm256_packs_epi32(mixTwo<Depth, 2>(top, rowStep, offset, x, y),
+                                                   mixTwo<Depth, 3>(top, rowStep, offset, x, y));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(colors + i), _mm256_packus_epi16(firstTwo, lastTwo));
+    }
+    return i;
+}
+
+#endif
+
 template <class Depth, bool Roomy>
 DIB_ALWAYS_INLINE void mixRun(const unsigned char* top, std::ptrdiff_t rowStep, const MixTaps& taps,
                               int count, std::uint32_t* colors) {
-    const auto channels = [&](int i) {
-        const unsigned char* upper = top + taps.offset[i];
-        return mixChannels<Depth, Roomy>(upper, upper + rowStep, taps.weightX[i], taps.weightY[i]);
-    };
     int i = 0;
+#if DIB_HAS_AVX2
+    if constexpr (Roomy || Depth::kBits == 32)
+        i = runVectors<mixEights<Depth>>(top, rowStep, &taps, count, colors);
+#endif
+    const auto channels = [&](int mix) {
+        const unsigned char* upper = top + taps.offset[mix];
+        return mixChannels<Depth, Roomy>(upper, upper + rowStep, taps.weightX[mix], taps.weightY[mix]);
+    };
     for (; i + 4 <= count; i += 4) {
         const __m128i firstTwo = _mm_packs_epi32(channels(i), channels(i + 1));
         const __m128i lastTwo = _mm_packs_epi32(channels(i + 2), channels(i + 3));

@@ -5,14 +5,16 @@
 
 namespace {
 
-DIB_ALWAYS_INLINE void shade(const std::uint32_t* __restrict sums, std::uint32_t* __restrict channels,
-                             float scale, float highest, std::ptrdiff_t count) {
+// `highest` is 255, or 31 for the fields of 16 bits. Middle grey is half of it.
+template <class Channel>
+DIB_ALWAYS_INLINE void shade(const std::uint32_t* __restrict sums, Channel* __restrict channels, float scale,
+                             float highest, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const float value = static_cast<float>(static_cast<std::int32_t>(sums[i])) * scale + (highest * 0.5F);
         // Written so that NaN becomes 0.
         const float positive = value > 0.0F ? value : 0.0F;
         channels[i] =
-            static_cast<std::uint32_t>(static_cast<std::int32_t>(positive < highest ? positive : highest));
+            static_cast<Channel>(static_cast<std::int32_t>(positive < highest ? positive : highest));
     }
 }
 
@@ -25,8 +27,8 @@ public:
           flags_(flags) {}
 
     bool prepare(const dib::FullCopy& copy, const dib::Raster& image) {
-        channels_ = dib::allocateArray<std::uint32_t>(std::ptrdiff_t{image.width} * 4 + 1);
-        return channels_ != nullptr && taps_.prepare(copy, image, flags_);
+        fields_ = dib::allocateArray<std::uint32_t>(std::ptrdiff_t{image.width} * 3 + 1);
+        return fields_ != nullptr && taps_.prepare(copy, image, flags_);
     }
 
     template <class Depth>
@@ -36,16 +38,14 @@ public:
             taps_.addAlong<Depth>(line_, -i, -1);
             taps_.addAlong<Depth>(line_, i, 1);
         }
-        // Middle grey is half of an odd number: 127.5, or 15.5 for the fields of 16 bits.
-        constexpr float kHighest = Depth::kBits == 16 ? 31.0F : 255.0F;
         const std::ptrdiff_t count = taps_.count<Depth>();
-        dib::runKernel<shade>(taps_.sums(), channels_.get(), scale_, kHighest, count);
-        const std::uint32_t* from = channels_.get();
-        const int width = taps_.width();
-        for (int x = 0; x < width; ++x) {
-            dib::Channels<Depth::kChannels> channels;
-            for (std::uint32_t& channel : channels) channel = *from++;
-            Depth::put(out, x, Depth::join(channels));
+        if constexpr (Depth::kBits == 16) {
+            dib::runKernel<shade<std::uint32_t>>(taps_.sums(), fields_.get(), scale_, 31.0F, count);
+            const std::uint32_t* field = fields_.get();
+            for (int x = 0; x < taps_.width(); ++x, field += 3)
+                Depth::put(out, x, Depth::join({field[0], field[1], field[2]}));
+        } else {
+            dib::runKernel<shade<unsigned char>>(taps_.sums(), out, scale_, 255.0F, count);
         }
     }
 
@@ -55,7 +55,7 @@ private:
     float scale_;
     unsigned int flags_;
     dib::TapRow taps_;
-    dib::MallocPtr<std::uint32_t> channels_;
+    dib::MallocPtr<std::uint32_t> fields_;  // of 16 bits
 };
 
 }  // namespace

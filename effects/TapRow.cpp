@@ -38,16 +38,25 @@ struct TapMix {
     std::uint32_t weight;
 };
 
+// (above * (256 - lower) + below * lower) >> 16, by words: the high and the low bytes of both apart.
+DIB_ALWAYS_INLINE std::uint16_t mixWords(std::uint16_t above, std::uint16_t below, std::uint16_t lower) {
+    const auto upper = wordOf(256U - lower);
+    const auto high = wordOf((above >> 8) * upper + (below >> 8) * lower);
+    const auto low = wordOf((above & 255) * upper + (below & 255) * lower);
+    return wordOf(wordOf(high + (low >> 8)) >> 8);
+}
+
 template <class Depth>
 DIB_ALWAYS_INLINE void addMixed(const unsigned char* __restrict upper, const unsigned char* __restrict lower,
                                 std::uint32_t* __restrict sums, TapMix mix, std::ptrdiff_t count) {
     constexpr int kStep = Depth::kChannels;
     const auto right = wordOf(mix.right);
     const auto left = wordOf(256 - mix.right);
+    const auto down = wordOf(mix.lower);
     for (std::ptrdiff_t i = 0; i < count * kStep; ++i) {
         const auto above = wordOf(upper[i] * left + upper[i + kStep] * right);
         const auto below = wordOf(lower[i] * left + lower[i + kStep] * right);
-        sums[i] += mix.weight * ((above * (256U - mix.lower) + below * mix.lower) >> 16);
+        sums[i] += mix.weight * mixWords(above, below, down);
     }
 }
 
