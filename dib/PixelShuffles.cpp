@@ -83,15 +83,18 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE void storeSixteen(std::uint8_t* to, const Sixt
     for (int i = 0; i < 3; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + i, pixels.parts[i]);
 }
 
-// Every 3-byte pixel becomes one of four, `pattern` saying where the bytes of four pixels go.
+constexpr std::int32_t kOpaque = ~0xFFFFFF;
+
+// Every 3-byte pixel becomes one of four, `pattern` saying where the bytes of four pixels go. `fourth` holds
+// the fourth byte.
 DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t widen(const std::uint8_t* from, std::uint8_t* to,
-                                                    std::size_t count, __m128i pattern) {
+                                                    std::size_t count, __m128i pattern, std::int32_t fourth) {
     const __m256i spread = _mm256_broadcastsi128_si256(pattern);
-    const __m256i opaque = _mm256_set1_epi32(~0xFFFFFF);
+    const __m256i fourths = _mm256_set1_epi32(fourth);
     std::size_t i = 0;
     for (; i + 8 + kPixelsBeyond <= count; i += 8) {
         const __m256i pixels = _mm256_shuffle_epi8(loadEight<3>(from + 3 * i), spread);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + 4 * i), _mm256_or_si256(pixels, opaque));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + 4 * i), _mm256_or_si256(pixels, fourths));
     }
     return i;
 }
@@ -99,11 +102,19 @@ DIB_TARGET_AVX2 DIB_ALWAYS_INLINE std::size_t widen(const std::uint8_t* from, st
 }  // namespace
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return widen(from, to, count, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+    return widen(from, to, count, _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1),
+                 kOpaque);
+}
+
+DIB_TARGET_AVX2 std::size_t shuffleBgrToWords(const std::uint8_t* from, std::uint32_t* to,
+                                              std::size_t count) {
+    return widen(from, reinterpret_cast<std::uint8_t*>(to), count,
+                 _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1), 0);
 }
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-    return widen(from, to, count, _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1));
+    return widen(from, to, count, _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1),
+                 kOpaque);
 }
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count) {

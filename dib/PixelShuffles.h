@@ -14,6 +14,8 @@
 namespace dib {
 
 DIB_TARGET_AVX2 std::size_t shuffleBgrToBgra(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
+// The fourth byte is 0.
+DIB_TARGET_AVX2 std::size_t shuffleBgrToWords(const std::uint8_t* from, std::uint32_t* to, std::size_t count);
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgba(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 DIB_TARGET_AVX2 std::size_t shuffleBgrToRgb(const std::uint8_t* from, std::uint8_t* to, std::size_t count);
 template <std::size_t kBytes>

@@ -5,6 +5,7 @@
 #include "dib/ColorTable.h"
 #include "dib/Depths.h"
 #include "dib/Kernels.h"
+#include "dib/PixelShuffles.h"
 
 namespace dib {
 
@@ -59,7 +60,12 @@ void BrightnessReader::readSpots(const Spot* spots, std::uint32_t* values, std::
 
 void BrightnessReader::readValues(const unsigned char* row, std::uint32_t* values) const {
     withAnyDepth(bitCount_, [&](auto depth) {
-        runKernel<readBody<decltype(depth)>>(row, values, width_);
+        using Depth = decltype(depth);
+        const auto count = static_cast<std::size_t>(width_);
+        const auto done = Depth::kBits == 24
+                              ? static_cast<std::ptrdiff_t>(runVectors<shuffleBgrToWords>(row, values, count))
+                              : 0;
+        runKernel<readBody<Depth>>(row + done * Depth::kBits / 8, values + done, width_ - done);
         return true;
     });
     if (swapNibbles_) {

@@ -92,6 +92,9 @@ public:
 private:
     Row rowOf(std::ptrdiff_t number) const { return rows_.row(number % capacity_); }
     Row newest() const { return rows_.row(capacity_); }
+    // Up to three rows are all compared each time.
+    bool comparesAll() const { return capacity_ <= 3; }
+    void maximumOfAll(Row out);
     void accumulate();
 
     typename Row::Memory rows_;  // a ring of `capacity_` rows, and `newest`

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "dib/Kernels.h"
 #include "tests/support/TestImages.h"
 
 namespace {
@@ -41,6 +42,20 @@ struct RowReader {
 };
 
 constexpr auto kHighFirst = BrightnessReader::Nibbles::kHighFirst;
+
+TEST(BrightnessReader, ReadsRowsOfAnyWidthAtEveryLevel) {
+    testing_support::Random random(14);
+    for (const dib::KernelLevel level : dib::kKernelLevels) {
+        dib::limitKernelLevel(level);
+        for (std::size_t width = 1; width <= 40; ++width) {
+            Values row(width);
+            for (std::uint32_t& value : row) value = random.next() & 0xFFFFFF;
+            EXPECT_EQ(RowReader(24, row, kHighFirst).values(), row) << width;
+            EXPECT_EQ(RowReader(32, row, kHighFirst).values(), row) << width;
+        }
+    }
+    dib::limitKernelLevel(dib::bestKernelLevel());
+}
 
 TEST(BrightnessReader, WeighsTheColorsOfEachDepth) {
     using Brightness = std::vector<std::int32_t>;

@@ -107,7 +107,7 @@ TEST(SlidingMaximum, KeepsTheMaximaOfItsRows) {
 
 TEST(SlidingMaximum, EqualsThePlainLoopWhileItSlides) {
     testing_support::Random random(8);
-    for (const int capacity : {1, 2, 5, 8}) {
+    for (const int capacity : {1, 2, 3, 4, 5, 8}) {
         SlidingMaximum rows;
         CandidateRows out;
         ASSERT_TRUE(rows.prepare(1, capacity) && out.allocate(1, 1));
