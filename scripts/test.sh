@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 preset="${1:-dev}"
 
-scripts/install-packages.sh build test bench python browser exchange
+scripts/install-packages.sh build test bench python browser desktop exchange
 # Tests that build the tree again, as a package or inside another project, reuse these objects.
 command -v ccache >/dev/null &&
     export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}" CCACHE_NOHASHDIR=1
