@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "peerbench.hpp"
+#include "bench/harness/Harness.h"
 
 namespace bench {
 

@@ -1,6 +1,7 @@
 // Size, position and tone. The image of a case borrows the picture's pixels, so that an operation that
 // replaces them pays for its own work and its new block, and nothing else.
 #include <DibColor.h>
+#include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <functional>

@@ -122,30 +122,37 @@ void saveTiff(const std::string& path, const unsigned char* bgra) {
     TIFFClose(tiff);
 }
 
-void load(const char* op, void (*read)(const std::string& path)) {
-    pb::add(op, pb::W, pb::H, 24, "straight", "", [=] {
+void load(const char* op, void (*read)(const std::string& path), const std::string& library) {
+    pb::add(op, pb::W, pb::H, 24, "straight", library, [=] {
         const std::string path = pb::loadFile(op, pb::W);
         return pb::Op([=] { read(path); });
     });
 }
 
-void save(const char* op, const char* file,
-          void (*write)(const std::string& path, const unsigned char* bgra)) {
-    pb::add(op, pb::W, pb::H, 32, "straight", "", [=] {
+void save(const char* op, const char* file, void (*write)(const std::string& path, const unsigned char* bgra),
+          const std::string& library) {
+    pb::add(op, pb::W, pb::H, 32, "straight", library, [=] {
         const pb::Image& picture = pb::img(pb::W, pb::H, 4);
         const std::string path = pb::file(file);
         return pb::Op([=, &picture] { write(path, picture.row(0)); });
     });
 }
 
+#define DIB_TEXT_OF(number) #number
+#define DIB_TEXT(number) DIB_TEXT_OF(number)
+
 const bench::Registrar cases([] {
-    load("load_png24", loadPng);
-    load("load_jpeg", loadJpeg);
-    load("load_tiff24", loadTiff);
-    load("load_tiff24_lzw", loadTiff);
-    save("save_png32", "out_straight.png", savePng);
-    save("save_jpeg32", "out_straight.jpg", saveJpeg);
-    save("save_tiff32", "out_straight.tif", saveTiff);
+    const std::string png = std::string("libpng ") + png_get_libpng_ver(nullptr);
+    const std::string jpeg = "libjpeg-turbo " DIB_TEXT(LIBJPEG_TURBO_VERSION);
+    const std::string version = TIFFGetVersion();  // "LIBTIFF, Version 4.5.0", and a line for each owner
+    const std::string tiff = "libtiff " + version.substr(17, version.find('\n') - 17);
+    load("load_png24", loadPng, png);
+    load("load_jpeg", loadJpeg, jpeg);
+    load("load_tiff24", loadTiff, tiff);
+    load("load_tiff24_lzw", loadTiff, tiff);
+    save("save_png32", "out_straight.png", savePng, png);
+    save("save_jpeg32", "out_straight.jpg", saveJpeg, jpeg);
+    save("save_tiff32", "out_straight.tif", saveTiff, tiff);
 });
 
 }  // namespace

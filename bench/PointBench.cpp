@@ -1,4 +1,5 @@
 #include <DibEffect.h>
+#include <benchmark/benchmark.h>
 
 #include "bench/Bench.h"
 

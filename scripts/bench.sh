@@ -1,25 +1,22 @@
 #!/usr/bin/env bash
-# Runs the benches, ours and those of the peer programs that are built, and plots the results (bench-plots.py).
+# Runs the benches, ours and those of the other programs, and plots the results (bench-plots.py). Programs whose packages are
+# missing are left out: scripts/install-packages.sh peers installs them.
 # usage: scripts/bench.sh [FOLDER] [FILTER]     default: bench-out/ and every operation except cancel_*
-# DIB_PEERS names the folder of the compared programs (docs/performance.md), DIB_PEERS_BUILD the folder where they are
-# built; programs that are not built are left out.
+# DIB_PEERS_BUILD names a folder with more programs bench_NAME that share pictures, files and names (docs/performance.md).
 set -euo pipefail
 [ $# -eq 0 ] || out="$(realpath -m -- "$1")"
 cd "$(dirname "$0")/.."
 out="${out:-$PWD/bench-out}"
 filter="${2:--^cancel_}"
-peers="${DIB_PEERS:-$(sed -n 's/^DIB_PEERS:PATH=//p' build/release/CMakeCache.txt 2>/dev/null || true)}"
-peers_build="${DIB_PEERS_BUILD:-$peers/build}"
+build=build/release/bench
 
 scripts/install-packages.sh build bench
-cmake --preset release ${DIB_PEERS:+-DDIB_PEERS="$DIB_PEERS"} >/dev/null
-cmake --build --preset release --target bench_ours >/dev/null
+cmake --preset release >/dev/null
+cmake --build --preset release --target bench/all >/dev/null
 
 mkdir -p "$out"
-export PEER_TMP="${PEER_TMP:-$out/files}"
-mkdir -p "$PEER_TMP"
-[ ! -x "$peers_build/gen_files" ] || "$peers_build/gen_files" >/dev/null
-[ ! -f "$peers/slow.txt" ] || export PEER_SLOW="$peers/slow.txt"
+export PEER_TMP="${PEER_TMP:-$out/files}" PEER_SLOW="${PEER_SLOW-bench/peers/slow.txt}"
+"$build/bench_files"
 
 # All programs run on one processor, under the same conditions.
 pin=()
@@ -37,14 +34,18 @@ measure() {
         rm -f "$file"
     fi
 }
-measure ours 3 build/release/bench/bench_ours
+measure ours 3 "$build/bench_ours"
 # Google Benchmark 1.7 reports the memory of a single repetition only.
-PEER_SLOW='' DIB_BENCH_MEMORY=1 measure ours-memory 1 build/release/bench/bench_ours
-for program in "$peers_build"/bench_*; do
-    if [ -f "$program" ] && [ -x "$program" ]; then
-        name="${program##*/bench_}"
-        OMP_NUM_THREADS=1 VIPS_CONCURRENCY=1 MAGICK_THREAD_LIMIT=1 QT_QPA_PLATFORM=offscreen measure "$name" 3 "$program"
-    fi
+PEER_SLOW='' DIB_BENCH_MEMORY=1 measure ours-memory 1 "$build/bench_ours"
+export OMP_NUM_THREADS=1 VIPS_CONCURRENCY=1 MAGICK_THREAD_LIMIT=1 QT_QPA_PLATFORM=offscreen
+names=ours
+for program in "$build"/peers/bench_* ${DIB_PEERS_BUILD:+"$DIB_PEERS_BUILD"/bench_*}; do
+    name="${program##*/bench_}"
+    # The programs of the tree come first.
+    [ -f "$program" ] && [ -x "$program" ] && [[ " $names " != *" $name "* ]] || continue
+    names+=" $name"
+    measure "$name" 3 "$program"
 done
+! /usr/bin/python3 -c 'import PIL' 2>/dev/null || measure pillow 3 bench/peers/pillow.py
 
 scripts/bench-plots.py "${results[@]}" "$out"
