@@ -24,6 +24,16 @@ if(APPLE OR WIN32)
     list(APPEND dib_sources ${framework_sources})
 endif()
 list(REMOVE_DUPLICATES dib_sources)
+# Sources in a folder web/ take the place of those of Linux: all else that browsers have is the same.
+function(dib_replace_for_web sources layer)
+    if(EMSCRIPTEN)
+        file(GLOB replacements CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${layer}/web/*.cpp)
+        string(REPLACE /${layer}/web/ /${layer}/linux/ replaced "${replacements}")
+        list(REMOVE_ITEM ${sources} ${replaced})
+        set(${sources} ${${sources}} ${replacements} PARENT_SCOPE)
+    endif()
+endfunction()
+dib_replace_for_web(dib_sources formats)
 file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/pixels/*.cpp
@@ -51,6 +61,7 @@ file(GLOB file_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/files/${DIB_SYSTEM}/*.cpp
     ${PROJECT_SOURCE_DIR}/files/${DIB_PLATFORM}/*.cpp)
 list(REMOVE_DUPLICATES file_sources)
+dib_replace_for_web(file_sources files)
 list(FILTER file_sources EXCLUDE REGEX "/Program[A-Za-z]*.cpp$")  # what only the program needs
 add_library(dib_files OBJECT ${file_sources})
 dib_library_settings(dib_files)

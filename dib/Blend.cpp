@@ -20,14 +20,16 @@ double softLight(double b, double s) {
 }
 
 double luminosity(const BlendColor& c) { return 0.11 * c[0] + 0.59 * c[1] + 0.3 * c[2]; }
-double saturation(const BlendColor& c) { return *std::ranges::max_element(c) - *std::ranges::min_element(c); }
+double saturation(const BlendColor& c) {
+    return *std::max_element(c.begin(), c.end()) - *std::min_element(c.begin(), c.end());
+}
 
 // The colour moved to a luminosity; what leaves 0 to 1 is pulled back towards the grey of that luminosity.
 BlendColor withLuminosity(BlendColor c, double wanted) {
     const double shift = wanted - luminosity(c);
     for (double& channel : c) channel += shift;
-    const double least = *std::ranges::min_element(c);
-    const double most = *std::ranges::max_element(c);
+    const double least = *std::min_element(c.begin(), c.end());
+    const double most = *std::max_element(c.begin(), c.end());
     for (double& channel : c) {
         if (least < 0) channel = wanted + (channel - wanted) * wanted / (wanted - least);
     }
@@ -39,7 +41,7 @@ BlendColor withLuminosity(BlendColor c, double wanted) {
 
 // The colour with its channels stretched to a saturation, from 0 on.
 BlendColor withSaturation(const BlendColor& c, double wanted) {
-    const double least = *std::ranges::min_element(c);
+    const double least = *std::min_element(c.begin(), c.end());
     const double range = saturation(c);
     BlendColor stretched{};
     if (range <= 0) return stretched;

@@ -181,7 +181,8 @@ void invertBytes(unsigned char* bytes, std::size_t count) { runKernel<invertBody
 
 // Bytes that whole vectors take, which are mapped.
 template <bool KeepFourth>
-std::size_t ToneLookup::mapVectors(unsigned char* bytes, std::size_t count) const {
+std::size_t ToneLookup::mapVectors([[maybe_unused]] unsigned char* bytes,
+                                   [[maybe_unused]] std::size_t count) const {
 #if defined(__x86_64__)
     return isLine_ ? runVectors<mapByLine<KeepFourth>>(bytes, count, &line_)
                    : runVectors<mapByTable<KeepFourth>>(bytes, count, table_);

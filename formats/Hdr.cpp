@@ -2,10 +2,10 @@
 #include "formats/Hdr.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <string_view>
 
+#include "dib/NumberText.h"
 #include "dib/Numbers.h"
 #include "formats/ByteReader.h"
 #include "formats/CodecFrame.h"
@@ -46,7 +46,7 @@ struct Header {
 void readFactor(std::string_view text, double& factor) {
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     double value = 1;
-    if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc()) factor *= value;
+    if (dib::readNumber(text.data(), text.data() + text.size(), value).ec == std::errc()) factor *= value;
 }
 
 // "-Y 480 +X 640": the rows with the side that the first of them is at, then the columns.

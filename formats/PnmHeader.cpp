@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "dib/Bytes.h"
+#include "dib/NumberText.h"
 #include "dib/Numbers.h"
 #include "formats/diagnosis/Diagnosis.h"
 
@@ -78,7 +79,7 @@ private:
         const char* start =
             std::find_if_not(static_cast<const char*>(text), end, [](char c) { return isPnmBlank(c); });
         double scale = 0;
-        const bool isNumber = std::from_chars(start, end, scale).ec == std::errc();
+        const bool isNumber = dib::readNumber(start, end, scale).ec == std::errc();
         if (!isNumber || !(std::abs(scale) > 0)) return refuseInvalid("the scale is not a number");
         header_.isLittleEndian = scale < 0;
         header_.scale = std::abs(scale);

@@ -101,7 +101,7 @@ private:
 template <class Rows>
 bool readPixels(Rows rows, formats::NewImage& image, DibProgressCallback callback, void* user) {
     const int height = image->Header->biHeight;
-    const std::ptrdiff_t pitch = image->GetPitch();
+    const std::ptrdiff_t pitch = dib::asOffset(image->GetPitch());
     unsigned char* row = image->ScanLine(0);
     for (int y = 0; y < height; ++y, row -= pitch) {
         if (!rows.read(y)) return fail(image, DIB_ERROR_READ);

@@ -153,7 +153,7 @@ private:
         };
         return isUsed(255) && (isUsed(0) || options_.alpha == DIB_ALPHA_STORED);
     }
-    std::ptrdiff_t first() const { return std::min<std::ptrdiff_t>(header_.mapFirst, last()); }
+    std::ptrdiff_t first() const { return std::min(dib::asOffset(header_.mapFirst), last()); }
     std::ptrdiff_t last() const { return dib::asOffset(picture_.entries); }
 
     bool chooseDepth() {

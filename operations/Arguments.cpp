@@ -51,7 +51,7 @@ std::uint32_t checkedFill(const DibParameter& parameter, const Value& fill, int 
 std::size_t Arguments::indexOf(std::string_view name) const {
     const auto parameters = DibList(operation().info.parameters);
     const auto isNamed = [name](const DibParameter* parameter) { return parameter->name == name; };
-    const auto found = std::ranges::find_if(parameters, isNamed);
+    const auto found = std::find_if(parameters.begin(), parameters.end(), isNamed);
     if (found == parameters.end()) throw std::logic_error("no parameter '" + std::string(name) + "'");
     return static_cast<std::size_t>(found - parameters.begin());
 }

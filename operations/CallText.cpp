@@ -1,8 +1,8 @@
 // How a step is called in C++.
-#include <charconv>
 #include <cstdio>
 #include <stdexcept>
 
+#include "dib/NumberText.h"
 #include "operations/Call.h"
 #include "operations/Descriptions.h"
 
@@ -15,9 +15,7 @@ constexpr std::string_view kMasked = ",\\ \t\r\n\v\f";
 
 // The shortest literal that is exactly this float.
 std::string floatLiteral(float number) {
-    char digits[32];
-    char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    std::string text(digits, end);
+    std::string text = dib::shortestText(number);
     if (text.find_first_of(".e") == std::string::npos) text += ".0";
     return text + 'f';
 }

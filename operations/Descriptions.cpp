@@ -12,8 +12,8 @@ namespace {
 
 std::string upperCase(std::string_view text) {
     std::string upper(text);
-    std::ranges::transform(upper, upper.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    std::transform(upper.begin(), upper.end(), upper.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return upper;
 }
 

@@ -133,8 +133,8 @@ private:
         widenQuietly(*tile, 32);
         const dib::Raster from = rowsOf(*tile);
         const dib::Raster to = rowsOf(sheet);
-        const std::int64_t x = cellX(i) + (cellWidth_ - size.width) / 2;
-        const std::int64_t y = cellY(i) + (cellHeight_ - size.height) / 2;
+        const std::ptrdiff_t x = dib::asOffset(cellX(i) + (cellWidth_ - size.width) / 2);
+        const std::ptrdiff_t y = dib::asOffset(cellY(i) + (cellHeight_ - size.height) / 2);
         for (int k = 0; k < from.height; ++k) {
             unsigned char* const row = to.row(y + k) + 4 * x;
             if (isOpaque) {

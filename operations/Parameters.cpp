@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "dib/Bytes.h"
+#include "dib/NumberText.h"
 #include "operations/Refusal.h"
 #include "operations/Suggestion.h"
 
@@ -53,7 +54,7 @@ private:
     static std::optional<double> wholeNumber(std::string_view text) {
         double number = 0;
         const char* end = text.data() + text.size();
-        const auto [stop, error] = std::from_chars(text.data(), end, number);
+        const auto [stop, error] = dib::readNumber(text.data(), end, number);
         if (error != std::errc() || stop != end || !std::isfinite(number)) return std::nullopt;
         return number;
     }

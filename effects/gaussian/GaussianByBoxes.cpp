@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "dib/Kernels.h"
+#include "dib/Numbers.h"
 
 namespace dib {
 
@@ -97,7 +98,7 @@ void GaussianByBoxes::blurRow(unsigned char* out) {
     std::uint32_t first[Channels] = {};
     std::fill_n(steps_.get(), samples, 0U);
     for (int j = 0; j <= kernel_.reach(); ++j) {
-        const std::ptrdiff_t boxes = kernel_.weight(0, j);
+        const std::ptrdiff_t boxes = dib::asOffset(kernel_.weight(0, j));
         if (boxes == 0) continue;
         runKernel<addRows>(window_.above(j), window_.below(j), folded_.get(),
                            samples + 2 * window_.padding());

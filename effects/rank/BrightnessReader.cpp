@@ -70,7 +70,7 @@ void BrightnessReader::readValues(const unsigned char* row, std::uint32_t* value
     });
     if (swapNibbles_) {
         // The last pixel of a row of odd width is swapped with the fill nibble beside it.
-        for (std::ptrdiff_t x = 0; x < width_; ++x) values[x] = Depth4::get(row, x ^ 1U);
+        for (std::ptrdiff_t x = 0; x < width_; ++x) values[x] = Depth4::get(row, x ^ 1);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dib/Bytes.h"
+#include "dib/Numbers.h"
 
 namespace dib {
 
@@ -90,7 +91,8 @@ void MedianLargeRadius<Cell>::takeRow(int x, int y, std::ptrdiff_t row, std::ptr
     std::uint32_t* const chosen = band_.get() + row * input_.width() + x;
     if (keysAreBins()) {
         const std::ptrdiff_t darkest = table_.count() - 1;
-        for (std::ptrdiff_t i = 0; i < width; ++i) chosen[i] = table_.indexOf(darkest - found_[i].bin);
+        for (std::ptrdiff_t i = 0; i < width; ++i)
+            chosen[i] = table_.indexOf(darkest - dib::asOffset(found_[i].bin));
         return;
     }
     ranked_.select(found_.get(), width, row, shape_.side(), positions_.get());

@@ -48,7 +48,7 @@ void readAttribute(const RefusedFile& file, const std::string& name, std::int64_
 }  // namespace
 
 bool ExrHeader::has(const std::string& channel) const {
-    return std::ranges::find(channels, channel) != channels.end();
+    return std::find(channels.begin(), channels.end(), channel) != channels.end();
 }
 
 bool readExrHeader(const RefusedFile& file, ExrHeader& header) {

@@ -66,7 +66,7 @@ int LeftOutChunks::add(png_structp png, png_unknown_chunkp chunk) {
 }
 
 void LeftOutChunks::add(std::string_view name, const unsigned char* data, std::size_t size) {
-    if (std::ranges::find(kHints, name) != std::end(kHints)) return;
+    if (std::find(std::begin(kHints), std::end(kHints), name) != std::end(kHints)) return;
     if (name == "sRGB") {
         isStandard_ = true;
     } else if (name == "gAMA") {
@@ -116,8 +116,9 @@ void keepPngTexts(png_structp png, png_infop info, DibMetadata& metadata) {
 bool isPngKeyword(std::string_view keyword) {
     constexpr std::size_t kMost = 79;
     const auto isPlain = [](char c) { return c >= ' ' && c <= '~'; };
-    return !keyword.empty() && keyword.size() <= kMost && std::ranges::all_of(keyword, isPlain) &&
-           keyword.front() != ' ' && keyword.back() != ' ' && keyword.find("  ") == std::string_view::npos;
+    return !keyword.empty() && keyword.size() <= kMost &&
+           std::all_of(keyword.begin(), keyword.end(), isPlain) && keyword.front() != ' ' &&
+           keyword.back() != ' ' && keyword.find("  ") == std::string_view::npos;
 }
 
 void writePngTexts(ByteWriter& file, const DibMetadata& metadata) {

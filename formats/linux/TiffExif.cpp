@@ -40,7 +40,7 @@ constexpr std::uint32_t kTexts[] = {TIFFTAG_IMAGEDESCRIPTION, TIFFTAG_MAKE,     
                                     TIFFTAG_HOSTCOMPUTER};
 
 bool isOneOf(std::span<const std::uint32_t> tags, std::uint32_t tag) {
-    return std::ranges::find(tags, tag) != tags.end();
+    return std::find(tags.begin(), tags.end(), tag) != tags.end();
 }
 
 struct Entry {
@@ -193,7 +193,8 @@ bool readTiffExif(TIFF* tiff, ByteReader& file, DibBytes& block) {
     }
     std::vector<Entry> entries = from.entriesAt(directory);
     std::erase_if(entries, [](const Entry& entry) { return !isOneOf(kDescribing, entry.tag); });
-    if (std::ranges::all_of(entries, [](const Entry& entry) { return isOneOf(kShowing, entry.tag); }))
+    if (std::all_of(entries.begin(), entries.end(),
+                    [](const Entry& entry) { return isOneOf(kShowing, entry.tag); }))
         return true;
     Copier copier(from);
     if (copier.copy(std::move(entries), 0) != 0) copyOrThrow(copier.finish(header), block);

@@ -56,7 +56,8 @@ bool isOfMemory(const char* text) {
                                            "allocate memory",   "allocate space",    "Cannot allocate",
                                            "Unable to allocate"};
     const std::string_view all(text);
-    return std::ranges::any_of(kWords, [&](std::string_view words) { return all.find(words) != all.npos; });
+    return std::any_of(std::begin(kWords), std::end(kWords),
+                       [&](std::string_view words) { return all.find(words) != all.npos; });
 }
 TiffSource& noteText(void* source, const char* format, va_list values) {
     auto& noted = *static_cast<TiffSource*>(source);

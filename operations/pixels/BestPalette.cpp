@@ -104,7 +104,8 @@ std::optional<std::vector<Box>> cutIntoBoxes(std::vector<CountedCell>& cells, st
     boxes.push_back({cells.data(), cells.data() + cells.size()});
     findCut(boxes.front());
     while (boxes.size() < most) {
-        Box& box = *std::ranges::max_element(boxes, {}, &Box::gain);
+        Box& box = *std::max_element(boxes.begin(), boxes.end(),
+                                     [](const Box& a, const Box& b) { return a.gain < b.gain; });
         if (box.gain <= 0) break;
         const auto axis = dib::asSize(box.axis);
         CountedCell* const middle = std::stable_partition(
@@ -190,9 +191,11 @@ std::optional<std::vector<DibBGRA>> bestPalette(std::vector<CountedCell>& cells,
         };
         palette.push_back({byte(0), byte(1), byte(2), 0});
     }
-    std::ranges::stable_sort(palette, {}, [](const DibBGRA& entry) {
+    const auto light = [](const DibBGRA& entry) {
         return 11 * entry.blue + 59 * entry.green + 30 * entry.red;
-    });
+    };
+    std::stable_sort(palette.begin(), palette.end(),
+                     [&](const DibBGRA& a, const DibBGRA& b) { return light(a) < light(b); });
     return palette;
 }
 

@@ -319,7 +319,7 @@ bool mapImage(const Job& job, Colors& colors, std::span<const DibBGRA> palette, 
     createImage(mapped, colors.width(), job.image.Header->biHeight, bitCount);
     DibBGRA* const table = dib::colorTable(mapped.Header);
     std::fill_n(table, dib::addressableEntries(bitCount), DibBGRA{});
-    std::ranges::copy(palette, table);
+    std::copy(palette.begin(), palette.end(), table);
     mapped.Header->biClrUsed = dib::dwordOf(palette.size());
     const dib::Raster to = rowsOf(mapped);
     Mapper mapper(palette, dither, hidden, colors.width());

@@ -79,8 +79,11 @@ private:
         const int lastX = rows_.width - 1;
         const int lastY = rows_.height - 1;
         const std::array<std::uint32_t, 4> corners = {at(0, 0), at(lastX, 0), at(0, lastY), at(lastX, lastY)};
-        const auto alike = [&](std::uint32_t value) { return std::ranges::count(corners, value); };
-        return *std::ranges::max_element(corners, {}, alike);
+        const auto alike = [&](std::uint32_t value) {
+            return std::count(corners.begin(), corners.end(), value);
+        };
+        return *std::max_element(corners.begin(), corners.end(),
+                                 [&](std::uint32_t a, std::uint32_t b) { return alike(a) < alike(b); });
     }
 
     bool isContent(const unsigned char* row, int x) const {

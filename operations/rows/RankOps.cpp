@@ -77,7 +77,7 @@ bool runOnBytes(const Job& job) {
     const dib::Raster from = rowsOf(job.image);
     DibStream bytes;
     createImage(bytes, from.width, job.image.Header->biHeight, 8);
-    std::ranges::copy_n(dib::readColorTable(*job.image.Header).begin(), 16, dib::colorTable(bytes.Header));
+    std::copy_n(dib::readColorTable(*job.image.Header).begin(), 16, dib::colorTable(bytes.Header));
     const dib::Raster wide = rowsOf(bytes);
     for (int y = 0; y < wide.height; ++y) {
         for (int x = 0; x < wide.width; ++x) wide.row(y)[x] = dib::byteOf(dib::Depth4::get(from.row(y), x));

@@ -71,22 +71,23 @@ public:
     }
 
     bool read(std::uint64_t rowsThere, Picture& picture) {
-        std::vector<unsigned char> bytes(surface_.rowBytes(level_));
+        std::vector<unsigned char> bytes(dib::asSize(surface_.rowBytes(level_)));
         for (std::uint64_t row = 0; row < rowsThere; ++row) {
             if (job_.readAt(position_ + row * bytes.size(), bytes.data(), bytes.size()) != bytes.size())
                 return false;
             if (format_.isIndexed) {
-                putIndices(bytes.data(), row, picture);
+                putIndices(bytes.data(), dib::asSize(row), picture);
             } else if (format_.decode == nullptr) {
-                putTexels(bytes.data(), row, picture);
+                putTexels(bytes.data(), dib::asSize(row), picture);
             } else {
-                putUnits(bytes.data(), row * format_.rows, picture);
+                putUnits(bytes.data(), dib::asSize(row * format_.rows), picture);
             }
             const std::uint64_t end = std::min<std::uint64_t>((row + 1) * format_.rows, height_);
             const bool isPlain = format_.isGrey || format_.isIndexed || !(surface_.isOpaque || divides_);
-            for (std::uint64_t y = row * format_.rows; y < end && !isPlain; ++y) finishRow(picture.row(y));
-            picture.rowsRead = std::size_t{end};
-            if (!job_.report(std::size_t{row + 1}, std::size_t{rows()})) return false;
+            for (std::uint64_t y = row * format_.rows; y < end && !isPlain; ++y)
+                finishRow(picture.row(dib::asSize(y)));
+            picture.rowsRead = dib::asSize(end);
+            if (!job_.report(dib::asSize(row + 1), dib::asSize(rows()))) return false;
         }
         return rowsThere == rows();
     }

@@ -18,6 +18,7 @@
 #include "dib/Bytes.h"
 #include "dib/ImageSize.h"
 #include "dib/Memory.h"
+#include "dib/Numbers.h"
 #include "plugins/Job.h"
 #include "plugins/webp/Writer.h"
 
@@ -206,7 +207,7 @@ unsigned char* copyExif(Job& job, std::size_t& size) {
 
 bool readAll(Job& job, Bytes& bytes) {
     if (job.fileBytes() > UINT32_MAX) return refuseStatus(job, VP8_STATUS_BITSTREAM_ERROR);
-    bytes.resize(std::size_t{job.fileBytes()});
+    bytes.resize(dib::asSize(job.fileBytes()));
     return job.readAt(0, bytes.data(), bytes.size()) == bytes.size() ||
            job.refuse(DIB_ERROR_READ, "the file cannot be read");
 }
