@@ -24,7 +24,7 @@ if(APPLE OR WIN32)
     list(APPEND dib_sources ${framework_sources})
 endif()
 list(REMOVE_DUPLICATES dib_sources)
-# Sources in a folder web/ take the place of those of Linux: all else that browsers have is the same.
+# Sources in a folder web/ replace those of Linux: all else that browsers have is the same.
 function(dib_replace_for_web sources layer)
     if(EMSCRIPTEN)
         file(GLOB replacements CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${layer}/web/*.cpp)

@@ -28,6 +28,7 @@ ALLOWED = {
     "gallery": {"include", "vexlibs", "texts"},
     "tools": {"include", "vexlibs", "files", "batch", "texts", "gallery"},
     "python": {"include"},
+    "web": {"c"},
 }
 # Effects work on images in memory. Only compose loads a file, its second image: it finds the loader in the table of
 # formats, by the extension of the path.
