@@ -30,8 +30,8 @@ inline std::string shortestText(float number) {
 
 #else
 
-// The C++ library of browsers has no std::from_chars for numbers with a point. Its C library has one locale, so
-// strtod reads what std::from_chars would. Blanks, signs and hexadecimal digits stop it here.
+// The C++ library of browsers has no std::from_chars for numbers with a point. Its C library has one locale,
+// so strtod reads what std::from_chars would. Blanks, signs and hexadecimal digits stop it here.
 inline std::from_chars_result readNumber(const char* first, const char* last, double& number) {
     const char* digits = first != last && *first == '-' ? first + 1 : first;
     const bool isWord = digits != last && std::isalpha(static_cast<unsigned char>(*digits)) != 0;
