@@ -18,11 +18,6 @@ file(GLOB dib_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/formats/psd/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.cpp
     ${PROJECT_SOURCE_DIR}/formats/${DIB_PLATFORM}/*.mm)
-# Where the system decodes and encodes image files itself.
-if(APPLE OR WIN32)
-    file(GLOB framework_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/formats/framework/*.cpp)
-    list(APPEND dib_sources ${framework_sources})
-endif()
 list(REMOVE_DUPLICATES dib_sources)
 # Sources in a folder web/ replace those of Linux: all else that browsers have is the same.
 function(dib_replace_for_web sources layer)
@@ -39,16 +34,27 @@ file(GLOB operation_sources CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/operations/pixels/*.cpp
     ${PROJECT_SOURCE_DIR}/operations/rows/*.cpp)
 file(GLOB diagnosis_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/formats/diagnosis/*.cpp)
+set(DIB_OPTIONAL_LIBRARIES "")
 # Letters from the files of fonts, where FreeType is installed. Its headers are for one source alone.
 find_package(Freetype 2.10)
 if(TARGET Freetype::Freetype)
     list(APPEND operation_sources ${PROJECT_SOURCE_DIR}/operations/fonts/Freetype.cpp)
     set_property(SOURCE ${PROJECT_SOURCE_DIR}/operations/fonts/Freetype.cpp APPEND PROPERTY INCLUDE_DIRECTORIES
         ${FREETYPE_INCLUDE_DIRS})
-    set(DIB_FONT_LIBRARIES $<LINK_ONLY:Freetype::Freetype>)
+    list(APPEND DIB_OPTIONAL_LIBRARIES $<LINK_ONLY:Freetype::Freetype>)
 else()
     list(APPEND operation_sources ${PROJECT_SOURCE_DIR}/operations/fonts/NoFreetype.cpp)
-    set(DIB_FONT_LIBRARIES "")
+endif()
+# Unpacking of zlib streams, where zlib is installed. Windows has none of its own, and one more DLL would be in the way.
+if(WIN32)
+    set(ZLIB_USE_STATIC_LIBS ON)
+endif()
+find_package(ZLIB)
+if(TARGET ZLIB::ZLIB)
+    list(APPEND dib_sources ${PROJECT_SOURCE_DIR}/formats/zlib/Inflater.cpp)
+    list(APPEND DIB_OPTIONAL_LIBRARIES $<LINK_ONLY:ZLIB::ZLIB>)
+else()
+    list(APPEND dib_sources ${PROJECT_SOURCE_DIR}/formats/zlib/NoZlib.cpp)
 endif()
 set_source_files_properties(${operation_sources} ${diagnosis_sources} PROPERTIES COMPILE_OPTIONS "${DIB_JOINS_TEXTS}")
 
@@ -100,13 +106,17 @@ target_include_directories(dibstream_objects PUBLIC
     ${PROJECT_SOURCE_DIR}/vexlibs/include
     ${PROJECT_SOURCE_DIR})
 
+if(ZLIB_FOUND)
+    target_include_directories(dibstream_objects SYSTEM PRIVATE ${ZLIB_INCLUDE_DIRS})
+endif()
+
 add_library(dibstream ${DIB_LIBRARY_TYPE}
     $<TARGET_OBJECTS:dibstream_objects> $<TARGET_OBJECTS:dib_files>)
 add_library(DibStream::dibstream ALIAS dibstream)
 dib_library_settings(dibstream)
 target_compile_features(dibstream PUBLIC cxx_std_17)
 # Callers of DibCocoaUtil.h and LoadDDS need VexString.
-target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES} ${DIB_FONT_LIBRARIES})
+target_link_libraries(dibstream PUBLIC VexLibs PRIVATE ${DIB_PLATFORM_LIBRARIES} ${DIB_OPTIONAL_LIBRARIES})
 # dibstream.h, for C programs, has a folder of its own: where file systems ignore case its name is that of DibStream.h.
 target_include_directories(dibstream INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -117,6 +127,8 @@ if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT DIB_SANITIZE AND NOT APPLE)  # the d
     target_link_options(dibstream PRIVATE -Wl,--no-undefined)
 endif()
 if(DIB_LIBRARY_TYPE STREQUAL SHARED AND NOT APPLE AND NOT WIN32)
+    # Nor does it export what it takes from static libraries.
+    target_link_options(dibstream PRIVATE -Wl,--exclude-libs,ALL)
     target_link_options(dibstream PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
     set_property(TARGET dibstream APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
 endif()
@@ -128,5 +140,5 @@ if(DIB_BUILD_TESTS OR DIB_BUILD_FUZZERS OR DIB_BUILD_TOOLS)
     # The same objects as a static library: tests reach internal functions and make single allocations fail.
     add_library(dibstream_internal STATIC)
     target_link_libraries(dibstream_internal PUBLIC
-        dibstream_objects dib_files VexLibs_internal ${DIB_PLATFORM_LIBRARIES} ${DIB_FONT_LIBRARIES})
+        dibstream_objects dib_files VexLibs_internal ${DIB_PLATFORM_LIBRARIES} ${DIB_OPTIONAL_LIBRARIES})
 endif()

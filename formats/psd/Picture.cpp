@@ -19,7 +19,8 @@ bool beginBlock(const RefusedFile& file, const Outline& outline, Extent data, co
         return refuse(result, DIB_ERROR_INVALID, "the compression %u of the pixels is not known", packing);
     block.packing = static_cast<Packing>(packing);
     if (isZip(block.packing) && !Inflater::isAvailable())
-        return refuse(result, DIB_ERROR_UNSUPPORTED, "ZIP-compressed pixels are not read on this system");
+        return refuse(result, DIB_ERROR_UNSUPPORTED,
+                      "ZIP-compressed pixels are not read by a build without zlib");
     block.data = {std::min(data.start + 2, data.end), data.end};
     block.rows = picture.height;
     block.rowBytes = (dib::asSize(picture.width) * dib::asSize(outline.depth) + 7) / 8;

@@ -1,4 +1,4 @@
-// The frameworks that the library uses here do not unpack zlib streams.
+// Builds without zlib do not unpack its streams.
 #include "formats/Inflater.h"
 
 #include <cstdlib>
