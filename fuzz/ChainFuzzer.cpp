@@ -63,9 +63,10 @@ struct Progress {
 };
 
 std::vector<unsigned char> bytesOf(const DibStream& image) {
-    const auto* header = reinterpret_cast<const unsigned char*>(image.Header);
-    std::vector<unsigned char> bytes(header, header + sizeof *image.Header);
-    bytes.insert(bytes.end(), image.Buffer, image.Buffer + image.GetImageSize());
+    const std::size_t pixels = image.GetImageSize();
+    std::vector<unsigned char> bytes(sizeof *image.Header + pixels);
+    std::memcpy(bytes.data(), image.Header, sizeof *image.Header);
+    std::memcpy(bytes.data() + sizeof *image.Header, image.Buffer, pixels);
     return bytes;
 }
 

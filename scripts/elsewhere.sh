@@ -39,7 +39,6 @@ copyHeaders() {
 
 # Downloads the packages for the target with everything that they need, the C library included, and unpacks them.
 unpackLibraries() {
-    [ ! -e "$root/complete" ] || return 0
     rm -rf "$root" "$top/apt"
     mkdir -p "$root" "$top"/apt/{state/lists/partial,cache/archives/partial}
     touch "$top/apt/status"
@@ -47,25 +46,38 @@ unpackLibraries() {
         -o "Dir::State::status=$top/apt/status" -o "Dir::Cache=$top/apt/cache" -o Debug::NoLocking=1
         -o APT::Sandbox::User=root)
     "${apt[@]}" update || true  # one index that fails is no harm while the packages are found
-    "${apt[@]}" install --yes --download-only --no-install-recommends "${libraries[@]}" >/dev/null
+    "${apt[@]}" install --yes --download-only --no-install-recommends "${libraries[@]}" >/dev/null ||
+        return 1
     local package
     for package in "$top"/apt/cache/archives/*.deb; do
         case "${package##*/}" in
             # The cross compiler has headers of the C and C++ libraries that fit it.
             libc6-dev_* | libstdc++-*-dev_* | linux-libc-dev_* | libcrypt-dev_* | libgcc-*-dev_* | gcc-* | cpp-* | g++-*) ;;
-            *) dpkg-deb --extract "$package" "$root" ;;
+            *) dpkg-deb --extract "$package" "$root" || return 1 ;;
         esac
     done
+    # Links to the top of the file system lead to the top of the root.
+    local link
+    find "$root" -type l -lname '/*' | while read -r link; do ln -sfn "$root$(readlink "$link")" "$link"; done
     touch "$root/complete"
 }
 
 # Changes are also tested where nothing can be downloaded.
-if [ "$what" = smoke ] && ! scripts/install-packages.sh --possible build test arm64 elsewhere; then
-    echo "elsewhere.sh: $target SKIPPED: packages are missing, and no package index can be reached"
+skip() {
+    echo "elsewhere.sh: $target SKIPPED: $1, and no package index can be reached"
     exit 0
+}
+if [ "$what" = smoke ] && ! scripts/install-packages.sh --possible build test arm64 elsewhere; then
+    skip "packages are missing"
 fi
 scripts/install-packages.sh build test arm64 elsewhere
-if [ "$target" = windows ]; then copyHeaders; else unpackLibraries; fi
+if [ "$target" = windows ]; then
+    copyHeaders
+elif [ ! -e "$root/complete" ] && ! unpackLibraries; then
+    [ "$what" = smoke ] && ! scripts/install-packages.sh --reachable && skip "its libraries are missing"
+    echo "elsewhere.sh: the libraries for $target cannot be unpacked into $root" >&2
+    exit 1
+fi
 command -v ccache >/dev/null && export CMAKE_CXX_COMPILER_LAUNCHER="${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}"
 export PKG_CONFIG_SYSROOT_DIR="$root" PKG_CONFIG_LIBDIR="$root/usr/lib/$triplet/pkgconfig:$root/usr/share/pkgconfig"
 cmake --preset "$target"

@@ -1,12 +1,20 @@
 #!/usr/bin/env bash
 # Installs the packages of scripts/packages.txt that are missing, or asks whether that is possible: none is missing, or an
-# index of packages can be reached.
-# usage: scripts/install-packages.sh [--possible] [GROUP...]     every group when none is named
+# index of packages can be reached. --reachable asks for the index alone.
+# usage: scripts/install-packages.sh [--possible] [GROUP...] | --reachable     every group when none is named
 set -euo pipefail
 list="$(dirname "$0")/packages.txt"
 
+run=()
+[ "$(id -u)" -eq 0 ] || ! command -v sudo >/dev/null || run=(sudo)
+# A failing index is no error to apt-get.
+reachable() { "${run[@]}" apt-get update 2>&1 | grep -E '^(Get|Hit):' >/dev/null; }
+
 asks=0
-if [ "${1:-}" = --possible ]; then
+if [ "${1:-}" = --reachable ]; then
+    reachable
+    exit
+elif [ "${1:-}" = --possible ]; then
     asks=1
     shift
 fi
@@ -25,17 +33,12 @@ for group in "${groups[@]}"; do
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
 
-run=()
-if [ "$(id -u)" -ne 0 ]; then
-    if ! command -v sudo >/dev/null; then
-        echo "Install these packages as root, then run this again: ${missing[*]}" >&2
-        exit 1
-    fi
-    run=(sudo)
+if [ "$(id -u)" -ne 0 ] && [ ${#run[@]} -eq 0 ]; then
+    echo "Install these packages as root, then run this again: ${missing[*]}" >&2
+    exit 1
 fi
 if [ "$asks" = 1 ]; then
-    # A failing index is no error to apt-get.
-    "${run[@]}" apt-get update 2>&1 | grep -E '^(Get|Hit):' >/dev/null
+    reachable
     exit
 fi
 echo "Installing ${missing[*]}"

@@ -14,8 +14,9 @@
 
 namespace testing_support {
 
-// The sanitizer writes to memory of its own for every block. Other systems have no /proc.
-#ifdef __linux__
+// The sanitizer writes to memory of its own for every block, an emulator for all code that runs. Other
+// systems have no /proc.
+#if defined(__linux__) && !defined(DIB_EMULATED)
 constexpr bool kMeasuresMemory = !kAddressSanitizer;
 #else
 constexpr bool kMeasuresMemory = false;
