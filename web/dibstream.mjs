@@ -124,14 +124,10 @@ class Library {
             const image = memory.word();
             this.#check(this.#wasm._dib_image_new(width, height, 32, 1, image), null);
             const address = memory.wordAt(image);
-            for (let y = 0; y < height; ++y) {
-                const row = this.#wasm._dib_image_row(address, y);
-                for (let x = 0; x < 4 * width; x += 4) {
-                    const from = 4 * width * y + x;
-                    this.#wasm.HEAPU8.set(
-                        [pixels[from + 2], pixels[from + 1], pixels[from], pixels[from + 3]], row + x);
-                }
-            }
+            // Blue comes first in the library's pixels.
+            const swapped = new Uint8Array(pixels.length);
+            for (let i = 0; i < pixels.length; ++i) swapped[i] = pixels[i % 4 === 3 ? i : i + 2 - 2 * (i % 4)];
+            this.#wasm.HEAPU8.set(swapped, this.#wasm._dib_image_row(address, 0));
             return new Picture(this, address, 0, {format: null, notes: []});
         });
     }

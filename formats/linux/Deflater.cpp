@@ -16,7 +16,7 @@ namespace {
 // Files of ISA-L's only useful level are about as long as those of zlib's level 3.
 constexpr int kFirstSmallLevel = 4;
 #else
-constexpr int kFirstSmallLevel = 0;
+constexpr int kFirstSmallLevel = Z_DEFAULT_COMPRESSION;
 #endif
 
 void* allocate(void*, unsigned count, unsigned size) { return std::calloc(count, size); }

@@ -10,8 +10,8 @@
 
 namespace formats {
 
-// Two libraries share the levels: ISA-L is ten times as fast as zlib and has no small levels. On 32-bit
-// machines, for which Debian has no ISA-L, zlib packs them all.
+// Two libraries share the levels: ISA-L is ten times as fast as zlib and has no small levels. Where
+// there is no ISA-L, as on 32-bit machines and in browsers, zlib packs them all.
 class Deflater {
 public:
     Deflater();

@@ -51,7 +51,7 @@ class Page {
 
     #listen() {
         const on = (id, work, event = 'click') => byId(id).addEventListener(event, work);
-        on('file', event => event.target.files[0] && this.#openFile(event.target.files[0]), 'change');
+        on('file', event => this.#takeFile(event.target), 'change');
         on('sample', async () => this.#open('sample.png', await paintSample()));
         on('undo', () => this.#travel(-1));
         on('redo', () => this.#travel(1));
@@ -138,6 +138,13 @@ class Page {
         return file.name;
     }
 
+    // Emptied, so that the same file can be chosen again.
+    #takeFile(field) {
+        const [file] = field.files;
+        field.value = '';
+        if (file) this.#openFile(file);
+    }
+
     async #openFile(file) { await this.#open(file.name, new Uint8Array(await file.arrayBuffer())); }
 
     async #open(name, bytes) {
@@ -172,6 +179,7 @@ class Page {
     #applySoon(delay = 120) {
         clearTimeout(this.#timer);
         this.#isStale = true;
+        if (this.#name !== null) byId('picture').ariaBusy = 'true';
         this.#timer = setTimeout(() => this.#apply(), delay);
     }
 
@@ -192,6 +200,7 @@ class Page {
     // Runs something that takes time; what goes wrong is told.
     async #run(what, work) {
         this.#isBusy = true;
+        byId('picture').ariaBusy = 'true';
         byId('cancel').disabled = false;
         byId('progress').hidden = false;
         this.#say(what);
@@ -205,6 +214,7 @@ class Page {
             byId('cancel').disabled = true;
             byId('progress').hidden = true;
             byId('progress').value = 0;
+            byId('picture').ariaBusy = String(this.#isStale);
         }
     }
 
