@@ -4,7 +4,26 @@
 
 #include "JobBar.h"
 #include "OperationDialog.h"
-#include "PictureItem.h"
+
+// A picture over a pattern that shows where it is transparent.
+class PictureScene : public QGraphicsScene {
+public:
+    using QGraphicsScene::QGraphicsScene;
+    void setImage(const QImage& image) {
+        image_ = image;
+        setSceneRect(image.rect());
+        update();
+    }
+    // Paints what is exposed, so that a large picture costs no more than its window.
+    void drawBackground(QPainter* painter, const QRectF& exposed) override {
+        const QRectF part = exposed & sceneRect();
+        painter->fillRect(part, QBrush(Qt::lightGray, Qt::Dense4Pattern));
+        painter->drawImage(part, image_, part);
+    }
+
+private:
+    QImage image_;
+};
 
 // The text may be that of a file, which is never markup.
 static QMessageBox* openBox(QWidget* parent, const QString& text, QMessageBox::StandardButtons buttons) {
@@ -16,13 +35,11 @@ static QMessageBox* openBox(QWidget* parent, const QString& text, QMessageBox::S
 }
 
 EditorWindow::EditorWindow()
-    : view_(new QGraphicsView(new QGraphicsScene(this))),
-      item_(new PictureItem),
+    : scene_(new PictureScene(this)),
+      view_(new QGraphicsView(scene_)),
       layers_(new QListWidget),
       layerDock_(new QDockWidget("Layers")),
       job_(new JobBar) {
-    view_->scene()->addItem(item_);
-    view_->setBackgroundBrush(QBrush(Qt::lightGray, Qt::Dense4Pattern));
     setCentralWidget(view_);
     layerDock_->setWidget(layers_);
     layerDock_->hide();
@@ -45,8 +62,7 @@ void EditorWindow::addMenus() {
     view->addAction("Zoom &in", QKeySequence::ZoomIn, this, [this] { view_->scale(2, 2); });
     view->addAction("Zoom &out", QKeySequence::ZoomOut, this, [this] { view_->scale(0.5, 0.5); });
     view->addAction("&Fit", Qt::CTRL | Qt::Key_0, this,
-                    [this] { view_->fitInView(item_, Qt::KeepAspectRatio); });
-    view->addAction(layerDock_->toggleViewAction());
+                    [this] { view_->fitInView(scene_->sceneRect(), Qt::KeepAspectRatio); });
 
     // A menu for each area of the table.
     QMenu* menu = menuBar()->addMenu("&Operations");
@@ -73,10 +89,7 @@ void EditorWindow::askPathToSave() {
 
 void EditorWindow::askParameters(const DibOperation& operation) {
     askForStep(operation, this, [this](const QByteArray& step) {
-        const auto work = [from = picture(), step](Progress progress) {
-            return applyStep(from, step, progress);
-        };
-        start(step, work, [this](const Outcome& outcome) { change(outcome.picture); });
+        start(step, applyStep(picture(), step), [this](const Outcome& outcome) { change(outcome.picture); });
     });
 }
 
@@ -87,14 +100,15 @@ bool EditorWindow::mayDropChanges() {
            QMessageBox::question(this, "Editor", "Discard the changes?") == QMessageBox::Yes;
 }
 
-// `work` runs in another thread: it has copies of what it needs, and leaves the window alone.
+// `work` runs in another thread, `done` in this one.
 void EditorWindow::start(const QString& title, const Work& work, const Done& done) {
     if (job_->isRunning()) return;
     job_->start(title, work, [this, title, done](const Outcome& outcome) {
-        statusBar()->showMessage(outcome.isCancelled ? title + ": cancelled" : outcome.notes.join("; "));
-        if (outcome.reason.isEmpty() || outcome.isRefused)
+        const bool isCancelled = outcome.code == DIB_ERROR_INTERRUPTED;
+        statusBar()->showMessage(isCancelled ? title + ": cancelled" : outcome.notes.join("; "));
+        if (outcome.code == DIB_OK || outcome.isRefused())
             done(outcome);
-        else if (!outcome.isCancelled)
+        else if (!isCancelled)
             openBox(this, title + ": " + outcome.reason, QMessageBox::Ok);
         updateActions();
     });
@@ -102,28 +116,24 @@ void EditorWindow::start(const QString& title, const Work& work, const Done& don
 }
 
 void EditorWindow::open(const QString& path) {
-    const auto work = [path](Progress progress) { return openPicture(path, -1, progress); };
-    start("Open " + path, work, [this, path](const Outcome& outcome) {
+    start("Open " + path, openPicture(path, -1), [this, path](const Outcome& outcome) {
         path_ = path;
         history_.clear();
         change(saved_ = outcome.picture);
-        view_->fitInView(item_, Qt::KeepAspectRatio);
+        view_->fitInView(scene_->sceneRect(), Qt::KeepAspectRatio);
         layers_->clear();
         (new QListWidgetItem("Merged picture", layers_))->setData(Qt::UserRole, -1);
         for (int i = static_cast<int>(outcome.layers->count) - 1; i >= 0; --i) {  // the highest first
-            const DibLayer& layer = outcome.layers->items[i];
-            if (layer.width > 0) (new QListWidgetItem(layer.name, layers_))->setData(Qt::UserRole, i);
+            if (outcome.layers->items[i].width == 0) continue;                    // a group
+            (new QListWidgetItem(outcome.layers->items[i].name, layers_))->setData(Qt::UserRole, i);
         }
         layerDock_->setVisible(outcome.layers->count > 0);
     });
 }
 
 void EditorWindow::save(const QString& path, bool acceptsLosses) {
-    const auto work = [from = picture(), path, acceptsLosses](Progress progress) {
-        return savePicture(from, path, acceptsLosses, progress);
-    };
-    start("Save " + path, work, [this, path](const Outcome& outcome) {
-        if (outcome.isRefused) {
+    start("Save " + path, savePicture(picture(), path, acceptsLosses), [this, path](const Outcome& outcome) {
+        if (outcome.isRefused()) {
             const QString text = path + " cannot hold all of the picture:\n" + outcome.notes.join('\n');
             const auto* box = openBox(this, text, QMessageBox::Save | QMessageBox::Cancel);
             connect(box, &QMessageBox::accepted, this, [this, path] { save(path, true); });
@@ -134,10 +144,8 @@ void EditorWindow::save(const QString& path, bool acceptsLosses) {
 }
 
 void EditorWindow::openLayer(const QListWidgetItem* item) {
-    const auto work = [path = path_, layer = item->data(Qt::UserRole).toInt()](Progress progress) {
-        return openPicture(path, layer, progress);
-    };
-    start("Open layer", work, [this](const Outcome& outcome) { change(outcome.picture); });
+    start("Open layer", openPicture(path_, item->data(Qt::UserRole).toInt()),
+          [this](const Outcome& outcome) { change(outcome.picture); });
 }
 
 // Drops what could be redone, and the oldest picture of many.
@@ -150,8 +158,7 @@ void EditorWindow::change(const PicturePtr& picture) {
 
 void EditorWindow::display(std::size_t current) {
     current_ = current;
-    item_->setImage(shownImage(picture()));
-    view_->setSceneRect(item_->boundingRect());
+    scene_->setImage(shownImage(picture()));
     updateActions();
 }
 

@@ -8,7 +8,7 @@
 #include "Picture.h"
 
 class JobBar;
-class PictureItem;
+class PictureScene;
 class QGraphicsView;
 class QListWidget;
 class QListWidgetItem;
@@ -20,8 +20,6 @@ public:
     void open(const QString& path);
     void save(const QString& path, bool acceptsLosses);
     PicturePtr picture() const { return history_.empty() ? nullptr : history_[current_]; }
-
-protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -30,19 +28,17 @@ private:
     void askPathToSave();
     void askParameters(const DibOperation& operation);
     bool mayDropChanges();
-
     void start(const QString& title, const Work& work, const Done& done);
     void openLayer(const QListWidgetItem* item);
     void change(const PicturePtr& picture);
     void display(std::size_t current);
     void updateActions();
-
     std::vector<PicturePtr> history_;  // undo and redo go through it
     std::size_t current_ = 0;
     PicturePtr saved_;  // as a file has it
     QString path_;      // of the opened file
+    PictureScene* scene_;
     QGraphicsView* view_;
-    PictureItem* item_;
     QListWidget* layers_;
     QDockWidget* layerDock_;
     JobBar* job_;

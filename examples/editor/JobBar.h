@@ -26,20 +26,19 @@ public:
     }
     bool isRunning() const { return !isHidden(); }
 
-    // Runs `work` in a thread, then `done` in this one. `work` owns all that it reads.
+    // Runs `work` in a thread, then `done` in this one.
     void start(const QString& title, const Work& work, const Done& done) {
         bar_->reset();
         bar_->setFormat(title + " %p%");
         show();
         const auto outcome = std::make_shared<Outcome>();
-        outcome->isCancelled = true;  // stays where the button is faster than the thread
-        outcome->reason = "cancelled";
+        outcome->code = DIB_ERROR_INTERRUPTED;  // stays where the button is faster than the thread
         const auto run = [work, outcome](QPromise<void>& promise) {
             promise.setProgressRange(0, 100);
             try {  // the library throws nothing; Qt and the standard library may
                 *outcome = work({report, &promise});
             } catch (const std::bad_alloc&) {
-                outcome->isCancelled = false;
+                outcome->code = DIB_ERROR_MEMORY;
                 outcome->reason = "memory is short";
             }
         };

@@ -28,7 +28,6 @@ QWidget* choiceField(const DibParameter& parameter, const QString& value) {
 }
 
 QString askPath(QLineEdit* line) { return QFileDialog::getOpenFileName(line); }
-
 QString askColor(QLineEdit* line) {
     const QColor color = QColorDialog::getColor(line->text(), line);
     return color.isValid() ? color.name() : QString();
@@ -39,35 +38,21 @@ QWidget* lineField(const QString& value, QString (*ask)(QLineEdit*) = nullptr) {
     auto* line = new QLineEdit(value);
     if (ask == nullptr) return line;
     const QIcon icon = line->style()->standardIcon(QStyle::SP_DialogOpenButton);
-    QObject::connect(line->addAction(icon, QLineEdit::TrailingPosition), &QAction::triggered, line,
-                     [line, ask] {
-                         const QString text = ask(line);
-                         if (!text.isEmpty()) line->setText(text);
-                     });
+    const QAction* button = line->addAction(icon, QLineEdit::TrailingPosition);
+    QObject::connect(button, &QAction::triggered, line, [line, ask] {
+        const QString text = ask(line);
+        if (!text.isEmpty()) line->setText(text);
+    });
     return line;
 }
 
+// Sizes, places and angles are written, as in "50%" or "0.5rad".
 QWidget* makeField(const DibParameter& parameter, const QString& value) {
-    switch (parameter.kind) {
-        case DIB_PARAMETER_INTEGER:
-        case DIB_PARAMETER_NUMBER: return numberField(parameter, value);
-        case DIB_PARAMETER_CHOICE:
-        case DIB_PARAMETER_FLAGS:
-        case DIB_PARAMETER_SWITCH: return choiceField(parameter, value);
-        case DIB_PARAMETER_COLOR:
-        case DIB_PARAMETER_FILL: return lineField(value, askColor);
-        case DIB_PARAMETER_PATH: return lineField(value, askPath);
-        default: return lineField(value);  // written, as in "50%" or "0.5rad"
-    }
-}
-
-// What it does, its unit, range and default.
-QLabel* hintOf(const DibParameter& parameter) {
-    DibBytes limits;
-    DibDescribeParameter(&parameter, &limits);
-    QString text = parameter.help;
-    if (limits.size > 0) text += QString(" (%1)").arg(reinterpret_cast<const char*>(limits.data));
-    return new QLabel("<small>" + text.toHtmlEscaped() + "</small>");
+    const DibParameterKind kind = parameter.kind;
+    if (kind == DIB_PARAMETER_INTEGER || kind == DIB_PARAMETER_NUMBER) return numberField(parameter, value);
+    if (parameter.choices != nullptr || kind == DIB_PARAMETER_SWITCH) return choiceField(parameter, value);
+    if (kind == DIB_PARAMETER_COLOR || kind == DIB_PARAMETER_FILL) return lineField(value, askColor);
+    return lineField(value, kind == DIB_PARAMETER_PATH ? askPath : nullptr);
 }
 
 using Fields = std::vector<std::pair<const DibParameter*, QWidget*>>;
@@ -104,7 +89,11 @@ void askForStep(const DibOperation& operation, QWidget* parent, std::function<vo
         QWidget* field = makeField(parameter, value);
         field->setObjectName(parameter.name);
         form->addRow(parameter.name, field);
-        form->addRow("", hintOf(parameter));
+        DibBytes limits;  // unit, range and default
+        DibDescribeParameter(&parameter, &limits);
+        QString hint = parameter.help;
+        if (limits.size > 0) hint += QString(" (%1)").arg(reinterpret_cast<const char*>(limits.data));
+        form->addRow("", new QLabel("<small>" + hint.toHtmlEscaped() + "</small>"));
         fields.emplace_back(&parameter, field);
     }
     auto* problem = new QLabel;

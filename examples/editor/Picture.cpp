@@ -3,7 +3,6 @@
 #include <DibOperation.h>
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 // Of a DibFileResult or a DibOperationResult, with the picture that was made, if there is one.
@@ -11,7 +10,7 @@ template <class Result>
 static Outcome outcomeOf(const Result& result, const std::shared_ptr<Picture>& made = nullptr) {
     Outcome outcome;
     outcome.reason = QString::fromUtf8(result.reason);
-    outcome.isCancelled = result.code == DIB_ERROR_INTERRUPTED;
+    outcome.code = result.code;
     for (int i = 0; i < result.noteCount; ++i) outcome.notes << QString::fromUtf8(result.notes[i].text);
     if (result.code != DIB_OK || made == nullptr) return outcome;
     if (!made->image.UpDown(true)) throw std::bad_alloc();
@@ -19,21 +18,19 @@ static Outcome outcomeOf(const Result& result, const std::shared_ptr<Picture>& m
     return outcome;
 }
 
-static DibMetadata copyOf(const DibMetadata& from) {
-    DibMetadata to;
-    to.xResolution = from.xResolution;
-    to.yResolution = from.yResolution;
-    to.orientation = from.orientation;
-    for (auto block : {&DibMetadata::colorProfile, &DibMetadata::exif, &DibMetadata::paletteAlpha,
-                       &DibMetadata::timFrame, &DibMetadata::texts, &DibMetadata::xmp}) {
-        const std::size_t size = (from.*block).size;
-        if (size == 0) continue;
-        (to.*block).data = static_cast<unsigned char*>(std::malloc(size));
-        if ((to.*block).data == nullptr) throw std::bad_alloc();
-        (to.*block).size = size;
-        std::memcpy((to.*block).data, (from.*block).data, size);
-    }
+static DibBytes copyOf(const DibBytes& from) {
+    DibBytes to;
+    if (from.size > 0) to.data = static_cast<unsigned char*>(std::malloc(from.size));
+    if (from.size > 0 && to.data == nullptr) throw std::bad_alloc();
+    std::copy_n(from.data, from.size, to.data);
+    to.size = from.size;
     return to;
+}
+
+static DibMetadata copyOf(const DibMetadata& from) {
+    return {from.xResolution,          from.yResolution,   from.orientation,
+            copyOf(from.colorProfile), copyOf(from.exif),  copyOf(from.paletteAlpha),
+            copyOf(from.timFrame),     copyOf(from.texts), copyOf(from.xmp)};
 }
 
 // QImage knows indices of 8 bits. Those beyond the end of the colour table are black.
@@ -55,46 +52,51 @@ static QImage indexed(const Picture& picture) {
     return shown;
 }
 
-Outcome openPicture(const QString& path, int layer, Progress progress) {
-    const auto picture = std::make_shared<Picture>();
-    const auto layers = std::make_shared<DibLayers>();
-    DibLoadOptions options;
-    options.layer = layer;
-    DibFileResult result;
-    if (DibLoadFile(path.toUtf8(), &picture->image, &options, &result, progress.callback, progress.user)) {
-        picture->metadata = std::move(result.metadata);
-        DibProbeLayers(path.toUtf8(), layers.get());
-    }
-    Outcome outcome = outcomeOf(result, picture);
-    outcome.layers = layers;
-    return outcome;
+Work openPicture(const QString& path, int layer) {
+    return [path, layer](Progress progress) {
+        const auto picture = std::make_shared<Picture>();
+        const auto layers = std::make_shared<DibLayers>();
+        DibLoadOptions options;
+        options.layer = layer;
+        DibFileResult result;
+        const QByteArray name = path.toUtf8();
+        if (DibLoadFile(name, &picture->image, &options, &result, progress.callback, progress.user)) {
+            picture->metadata = std::move(result.metadata);
+            DibProbeLayers(name, layers.get());
+        }
+        Outcome outcome = outcomeOf(result, picture);
+        outcome.layers = layers;
+        return outcome;
+    };
 }
 
-Outcome applyStep(const PicturePtr& picture, const QByteArray& step, Progress progress) {
-    const auto changed = std::make_shared<Picture>();
-    DibOperationResult result;
-    DibChain chain;
-    // An owner of 0 lends a block: DibApply reads it, and gives the image blocks of its own.
-    changed->image.SetDib(picture->image.Header, 0, picture->image.Buffer, 0);
-    if (DibParseStep(step, &chain, &result) && DibApply(&changed->image, chain.steps, chain.stepCount,
-                                                        nullptr, &result, progress.callback, progress.user)) {
+Work applyStep(const PicturePtr& picture, const QByteArray& step) {
+    return [picture, step](Progress progress) {
+        const auto changed = std::make_shared<Picture>();
+        DibOperationResult result;
+        DibChain chain;
+        // An owner of 0 lends a block: DibApply reads it, and gives the image blocks of its own.
+        changed->image.SetDib(picture->image.Header, 0, picture->image.Buffer, 0);
+        if (!DibParseStep(step, &chain, &result) ||
+            !DibApply(&changed->image, chain.steps, 1, nullptr, &result, progress.callback, progress.user))
+            return outcomeOf(result);
         changed->metadata = copyOf(picture->metadata);
         if (result.exchangesAxes) std::swap(changed->metadata.xResolution, changed->metadata.yResolution);
         if (!chain.steps->operation->movesPixels)
             changed->metadata.paletteAlpha = std::move(result.paletteAlpha);
-    }
-    return outcomeOf(result, changed);
+        return outcomeOf(result, changed);
+    };
 }
 
-Outcome savePicture(const PicturePtr& picture, const QString& path, bool acceptsLosses, Progress progress) {
-    DibSaveOptions options;
-    options.metadata = &picture->metadata;
-    options.refusesLosses = !acceptsLosses;
-    DibFileResult result;
-    DibSaveFile(path.toUtf8(), &picture->image, &options, &result, progress.callback, progress.user);
-    Outcome outcome = outcomeOf(result);
-    outcome.isRefused = result.code == DIB_ERROR_MISMATCH && result.noteCount > 0;
-    return outcome;
+Work savePicture(const PicturePtr& picture, const QString& path, bool acceptsLosses) {
+    return [picture, path, acceptsLosses](Progress progress) {
+        DibSaveOptions options;
+        options.metadata = &picture->metadata;
+        options.refusesLosses = !acceptsLosses;
+        DibFileResult result;
+        DibSaveFile(path.toUtf8(), &picture->image, &options, &result, progress.callback, progress.user);
+        return outcomeOf(result);
+    };
 }
 
 QImage shownImage(const PicturePtr& picture) {

@@ -26,21 +26,21 @@ struct Progress {
 
 // What work brings back.
 struct Outcome {
-    PicturePtr picture;                       // opened or changed
-    std::shared_ptr<const DibLayers> layers;  // of an opened file
-    QString reason;                           // why the work failed, if it did
-    QStringList notes;                        // warnings, and losses
-    bool isRefused = false;                   // for its losses
-    bool isCancelled = false;
+    PicturePtr picture;                                                                // opened or changed
+    std::shared_ptr<const DibLayers> layers;                                           // of an opened file
+    int code = DIB_OK;                                                                 // DibErrorCode
+    QString reason;                                                                    // why the work failed
+    QStringList notes;                                                                 // warnings, and losses
+    bool isRefused() const { return code == DIB_ERROR_MISMATCH && !notes.isEmpty(); }  // for its losses
 };
 
-using Work = std::function<Outcome(Progress)>;
 using Done = std::function<void(const Outcome&)>;
 
-// Each of these runs for long, in a thread of its own.
-Outcome openPicture(const QString& path, int layer, Progress progress);
-Outcome applyStep(const PicturePtr& picture, const QByteArray& step, Progress progress);
-Outcome savePicture(const PicturePtr& picture, const QString& path, bool acceptsLosses, Progress progress);
+// What a thread runs. It owns all that it reads, and shares nothing that changes.
+using Work = std::function<Outcome(Progress)>;
+Work openPicture(const QString& path, int layer);
+Work applyStep(const PicturePtr& picture, const QByteArray& step);
+Work savePicture(const PicturePtr& picture, const QString& path, bool acceptsLosses);
 
 // The picture for the screen: shares its pixels and keeps it alive.
 QImage shownImage(const PicturePtr& picture);
