@@ -164,6 +164,11 @@ if(TARGET dib AND DIB_LIBRARY_TYPE STREQUAL SHARED)
                 $<TARGET_FILE:pretend_in_c> ${system_work}/pretend ${DIB_PYTHON_RUN})
 endif()
 if(TARGET dib)
+    add_test(NAME system.sandbox
+        COMMAND bash ${system_dir}/sandbox.sh
+                ${PROJECT_SOURCE_DIR}/examples/sandbox/dib-sandboxed $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture>
+                ${system_work}/sandbox)
+    set_tests_properties(system.sandbox PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
     add_test(NAME system.completions
         COMMAND bash ${system_dir}/completions.sh $<TARGET_FILE:dib> ${system_work}/completions)
     add_test(NAME system.everyday-jobs
