@@ -41,6 +41,13 @@ if(DIB_CODESPELL)
     add_test(NAME tree.spelling.offences
         COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-spelling ${check_spelling})
 endif()
+find_program(DIB_DICTION diction)
+if(DIB_DICTION)
+    set(check_prose bash ${PROJECT_SOURCE_DIR}/scripts/check-prose.sh)
+    add_test(NAME tree.prose COMMAND ${check_prose})
+    add_test(NAME tree.prose.offences
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-prose ${check_prose})
+endif()
 
 add_test(NAME tree.bench-plots
     COMMAND bash ${system_dir}/bench-plots.sh ${PROJECT_SOURCE_DIR}/scripts/bench-plots.py ${system_work}/bench-plots)
