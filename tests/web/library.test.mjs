@@ -44,7 +44,7 @@ function byLibrary(bytes, chain, format, name) {
 // The C libraries of this machine and of browsers have generators and sines of their own.
 const OTHER_RANDOM = new Set(['noise', 'color-noise', 'diffuse']);
 
-test('every operation gives the bytes of the program', () => {
+test('every operation gives the bytes of the program', t => {
     let compared = 0;
     const unequal = [];
     for (const {name, samples} of library.operations) {
@@ -62,9 +62,10 @@ test('every operation gives the bytes of the program', () => {
     }
     assert.deepEqual(unequal, []);
     assert.ok(compared > 100, `${compared} chains`);
+    t.diagnostic(`${compared} chains`);
 });
 
-test('every seed of a format opens as by the program', () => {
+test('every seed of a format opens as by the program', t => {
     const folders = readdirSync(SEEDS).filter(name => !/^(chain|convert|effects|font|geometry|palette|save)$|py$/.test(name));
     let opened = 0;
     const unequal = [];
@@ -84,6 +85,7 @@ test('every seed of a format opens as by the program', () => {
     }
     assert.deepEqual(unequal, []);
     assert.ok(opened > 150, `${opened} files`);
+    t.diagnostic(`${opened} files opened`);
 });
 
 // PNG and TIFF files are packed by another library on this machine, so their pixels are compared.

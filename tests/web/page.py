@@ -21,7 +21,9 @@ IDLE = "document.getElementById('picture').ariaBusy === 'false'"
 OTHER_RANDOM = ("noise", "color-noise", "diffuse")
 READ_PIXELS = """(() => {
     const canvas = document.getElementById('after');
-    const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+    const copy = new OffscreenCanvas(canvas.width, canvas.height).getContext('2d', {willReadFrequently: true});
+    copy.drawImage(canvas, 0, 0);
+    const {data} = copy.getImageData(0, 0, canvas.width, canvas.height);
     let letters = '';
     let isOpaque = true;
     for (let i = 0; i < data.length; i += 4) {
@@ -64,6 +66,10 @@ class Page(browser.Browser):
               f"{chain} did not end: {self.value(MESSAGE)}")
         check(not self.value("document.getElementById('message').classList.contains('wrong')"),
               f"{chain}: {self.value(MESSAGE)}")
+
+    def clear(self):
+        self.value("location.hash = ''")
+        check(self.becomes(f"document.querySelectorAll('.step').length === 0 && {IDLE}"), "the steps do not go with the address")
 
     def pixels(self):
         width, height, is_opaque, data = self.value(READ_PIXELS)
@@ -110,13 +116,17 @@ def check_operations(page, program):
 
 def check_second_pictures(page, program):
     page.value("document.getElementById('operation').value = 'compose'; document.getElementById('add').click()")
+    # The example of the operation names a picture that the page does not have yet.
+    check(page.becomes(f"{IDLE} && {MESSAGE}.includes('other.bmp')"), "a missing picture is not told")
     page.choose(".path input[type=file]", program.folder / "other.bmp")
-    check(page.becomes(f"location.hash.includes('compose%3Aother.bmp') && {IDLE}"), "no step names the second picture")
+    check(page.becomes(f"{IDLE} && {MESSAGE}.startsWith('160 x 120')"), f"no second picture: {page.value(MESSAGE)}")
+    chain = page.value("decodeURIComponent(location.hash.slice(7))")
+    check(page.pixels()[3] == program.pixels("sample.bmp", *chain.split(" "))[2], f"{chain} has other pixels")
 
 
 def check_formats(page, program):
     """A file of each format; formats that only some systems write come from the seeds."""
-    page.value("location.hash = ''")
+    page.clear()
     files = []
     for extension in ("bmp", "tga", "ppm", "iff", "tim", "png", "jpg", "tif", "webp"):
         files.append(program.folder / f"sample.{extension}")
@@ -135,6 +145,7 @@ def check_formats(page, program):
 
 
 def check_cancel(page, program):
+    page.clear()
     subprocess.run([program.path, "run", program.folder / "sample.bmp", "resize:3000x3000", program.folder / "large.bmp"],
                    check=True, capture_output=True)
     check(page.open(program.folder / "large.bmp"), "the large picture was not opened")

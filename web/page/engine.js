@@ -10,9 +10,9 @@ export class Engine {
     #next = 0;
     #files = [];  // what a new worker needs to know
     #picture = null;
-    #ready = null;
+    #ready = null;  // when the worker knows all that the last one knew
 
-    /** @param parts {worker: source text, wasm: bytes} */
+    /** @param parts {worker: source text, wasm: compiled module} */
     constructor(parts) {
         this.#parts = parts;
     }
@@ -24,34 +24,43 @@ export class Engine {
         this.#worker = new Worker(url);
         URL.revokeObjectURL(url);
         this.#worker.onmessage = ({data}) => this.#receive(data);
-        this.#ready = this.#call('start', {wasm: this.#parts.wasm});
-        return this.#ready;
+        return this.#call('start', {wasm: this.#parts.wasm});
     }
 
     async addFile(name, bytes) {
         this.#files.push({name, bytes});
-        await this.#call('addFile', {name, bytes});
+        await this.#ask('addFile', {name, bytes});
     }
 
     async open(name, bytes, progress) {
-        const answer = await this.#call('open', {name, bytes}, progress);
+        const answer = await this.#ask('open', {name, bytes}, progress);
         this.#picture = {name, bytes};
         return answer;
     }
 
-    apply(steps, progress) { return this.#call('apply', {steps}, progress); }
-    losses(format, options) { return this.#call('losses', {format, options}); }
-    save(format, options, progress) { return this.#call('save', {format, options}, progress); }
+    apply(steps, progress) { return this.#ask('apply', {steps}, progress); }
+    losses(format, options) { return this.#ask('losses', {format, options}); }
+    save(format, options, progress) { return this.#ask('save', {format, options}, progress); }
 
     /** Ends what is going on. A worker that calculates hears nothing: a new one takes its place. */
-    async cancel() {
+    cancel() {
         const calls = [...this.#calls.values()];
         this.#calls.clear();
         this.#worker.terminate();
         for (const call of calls) call.reject(new Cancelled());
+        this.#ready = this.#startAnew();
+        return this.#ready;
+    }
+
+    async #startAnew() {
         await this.start();
         for (const file of this.#files) await this.#call('addFile', file);
         if (this.#picture) await this.#call('open', this.#picture);
+    }
+
+    async #ask(call, request, progress) {
+        await this.#ready;
+        return this.#call(call, request, progress);
     }
 
     #call(call, request, progress = () => {}) {

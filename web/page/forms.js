@@ -95,7 +95,9 @@ function pathField(id, parameter, value, tell, addFile) {
     const chooser = element('input', {type: 'file', 'aria-label': `${parameter.name}, choose a file`, onchange: async event => {
         const [file] = event.target.files;
         if (!file) return;
-        field.value = await addFile(file);
+        const name = await addFile(file);
+        if (!field.isConnected) return;  // the step is gone
+        field.value = name;
         tell(field.value);
     }});
     return element('span', {class: 'path'}, field, chooser);

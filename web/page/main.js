@@ -230,9 +230,10 @@ class Page {
         clearTimeout(this.#timer);
         this.#isStale = false;
         this.#now = Math.max(0, this.#history.indexOf(this.#shown));
-        await this.#engine.cancel();
+        const restart = this.#engine.cancel();
         this.#render();
         this.#say('Cancelled.');
+        await restart;
     }
 
     async #tellLosses() {
@@ -264,7 +265,7 @@ class Page {
 /** Begins. @param parts {worker: source text, wasm: a promise of bytes} */
 export async function begin(parts) {
     try {
-        await new Page({worker: parts.worker, wasm: await parts.wasm}).start();
+        await new Page({worker: parts.worker, wasm: await WebAssembly.compile(await parts.wasm)}).start();
     } catch (error) {
         byId('message').textContent = `The library cannot be loaded: ${error.message}`;
     }
