@@ -61,6 +61,12 @@ if(DIB_DOXYGEN)
     add_test(NAME tree.reference COMMAND ${PROJECT_SOURCE_DIR}/scripts/docs.sh ${system_work}/docs)
 endif()
 
+# scripts/web.sh runs the tests that need a compiler for browsers.
+find_program(DIB_NODE node)
+if(DIB_NODE)
+    add_test(NAME web.chain COMMAND ${DIB_NODE} --test ${CMAKE_CURRENT_SOURCE_DIR}/web/chain.test.mjs)
+endif()
+
 if(TARGET dibstream_python)
     file(MAKE_DIRECTORY ${system_work})
     add_test(NAME system.python
