@@ -14,6 +14,7 @@ const NOTE_KINDS = ['warning', 'assumption', 'loss'];
 const DEPTHS = [1, 4, 8, 16, 24, 32];
 const INTERRUPTED = 9;
 const PLUGINS = '/plugins';
+const FILES = '/files';  // of programs; relative paths begin there
 
 /**
  * Makes the library ready.
@@ -42,6 +43,8 @@ class Library {
         this.progressPointer = wasm.addFunction((fraction) => this.#report(fraction), 'ifi');
         this.openPointer = wasm.addFunction((context, name, image) => this.#openSecond(name, image), 'iiii');
         this.#linkPlugins();
+        wasm.FS.mkdir(FILES);
+        wasm.FS.chdir(FILES);
         this.formats = this.#listFormats();
         this.operations = JSON.parse(this.#describe()).operations;
         Object.freeze(this);
@@ -142,7 +145,7 @@ class Library {
 
     /** Gives the library a file that chains name: a picture, a palette or a font. */
     addFile(name, bytes) {
-        this.#wasm.FS.writeFile(`/${name}`, bytes);
+        this.#wasm.FS.writeFile(`${FILES}/${name}`, bytes);
     }
 
     // What follows is for Picture.
