@@ -63,7 +63,7 @@ struct Progress {
 };
 
 std::vector<unsigned char> bytesOf(const DibStream& image) {
-    const std::size_t pixels = image.GetImageSize();
+    const auto pixels = static_cast<std::size_t>(image.GetImageSize());
     std::vector<unsigned char> bytes(sizeof *image.Header + pixels);
     std::memcpy(bytes.data(), image.Header, sizeof *image.Header);
     std::memcpy(bytes.data() + sizeof *image.Header, image.Buffer, pixels);
