@@ -210,6 +210,7 @@ TEST_F(PluginTest, TheLongestFolderFits) {
 }
 
 TEST_F(PluginTest, AFolderWithoutAnEightBitFormIsNotTheWorkingDirectory) {
+    if (sizeof(wchar_t) == 2) GTEST_SKIP() << "every wide text has an 8-bit form";
     const wchar_t folder[] = {L'a', static_cast<wchar_t>(0x110000), L'\0'};
     DibStream::SetDllFilePath(folder);
     EXPECT_FALSE(loadExr());

@@ -28,6 +28,8 @@ using testing_support::PsdLayer;
 using testing_support::PsdRectangle;
 
 // Why tests of ZIP-compressed pixels are skipped.
+constexpr const char* kForeignPng =
+    "the expected pictures are PNG files that the imaging component may refuse";
 constexpr const char* kNoZip = "this system has no library that unpacks ZIP";
 
 // One load: everything that can be seen of it.

@@ -218,8 +218,8 @@ TEST(Rgbe, FlatRowMakesAllFurtherRowsFlat) {
 }
 
 TEST(Rgbe, WriteErrorsAreTold) {
-    const Bytes block(1);
-    const dib::FilePtr full = testing_support::openBytes(block);  // for reading
+    const TemporaryFile block("", Bytes(1));
+    const dib::FilePtr full(std::fopen(block.path(), "rb"));
     const Floats data(24, 1.0F);
     EXPECT_EQ(printedBy([&] { EXPECT_EQ(RGBE_WriteHeader(full.get(), 8, 1, nullptr), -1); }).substr(0, 17),
               "RGBE write error:");

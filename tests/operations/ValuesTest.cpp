@@ -184,6 +184,8 @@ TEST(OperationValues, ColorsAreReadOnTheirOwn) {
     EXPECT_FALSE(DibParseColor(nullptr, &color, &result));
     EXPECT_FALSE(DibParseColor("#102030", nullptr, &result));
     EXPECT_EQ(result.code, DIB_ERROR_INVALID);
+    // On Windows the allocation is that of an exception, for which the C++ library has a reserve.
+#ifndef _WIN32
     const int failures = testing_support::forEachFailingAllocation(
         [] {}, [&] { DibParseColor("none", &color, &result); },
         [&](bool failureMet) {
@@ -191,6 +193,7 @@ TEST(OperationValues, ColorsAreReadOnTheirOwn) {
             EXPECT_EQ(color.alpha, 7);
         });
     EXPECT_GE(failures, 1);
+#endif
 }
 
 TEST(OperationValues, FillsTakeTheFormOfAPixel) {
