@@ -34,9 +34,12 @@ static_assert(offsetof(DEMozaicInfo, blockSize) == 4);
 static_assert(hasTag<DEDiffuseInfo> && sizeof(DEDiffuseInfo) == 12);
 static_assert(offsetof(DEDiffuseInfo, radius) == 4 && offsetof(DEDiffuseInfo, flags) == 8);
 
-static_assert(hasTag<DEComposeInfo> && sizeof(DEComposeInfo) == 32 && sizeof(void*) == 8);
-static_assert(offsetof(DEComposeInfo, path) == 8 && offsetof(DEComposeInfo, image) == 16);
-static_assert(offsetof(DEComposeInfo, opacity) == 24 && offsetof(DEComposeInfo, mode) == 28);
+// Two pointers lie in the middle.
+constexpr std::size_t kPointer = sizeof(void*);
+static_assert(hasTag<DEComposeInfo> && sizeof(DEComposeInfo) == (kPointer == 8 ? 32 : 20));
+static_assert(offsetof(DEComposeInfo, path) == kPointer && offsetof(DEComposeInfo, image) == 2 * kPointer);
+static_assert(offsetof(DEComposeInfo, opacity) == 3 * kPointer &&
+              offsetof(DEComposeInfo, mode) == 3 * kPointer + 4);
 
 static_assert(hasTag<DEMotionBlurInfo> && sizeof(DEMotionBlurInfo) == 16);
 static_assert(offsetof(DEMotionBlurInfo, length) == 4 && offsetof(DEMotionBlurInfo, angle) == 8);

@@ -43,7 +43,7 @@ protected:
     std::string use(const std::string& bundle = "test.bundle") {
         const fs::path folder = folder_ / std::to_string(++folders_);
         fs::create_directories(folder);
-        fs::copy_file(fs::path(testing_support::testBundles()) / "described", folder / bundle);
+        fs::copy_file(fs::path(testing_support::testBundles()) / "described.bundle", folder / bundle);
         DibStream::SetDllFilePath(folder.c_str());
         return (folder / bundle).string();
     }

@@ -150,6 +150,7 @@ TEST(HdrLoad, AnErrorNumberOfAnEarlierCallIsNotPrinted) {
     EXPECT_EQ(failedLoad(bytesOf("#?RADIANCE\n")).printed, "RGBE read error: Success\n");
     // A file that cannot be read has a reason of its own.
     const dib::FilePtr folder = dib::openForReading("/");
+    if (folder == nullptr) return;  // a system that does not open folders
     EXPECT_EQ(printedBy([&] {
                   DibStream image;
                   EXPECT_FALSE(LoadHDR(folder.get(), &image, nullptr, nullptr));

@@ -81,7 +81,9 @@ TEST(PlatformCodecs, AFailedSaveLeavesTheOldFile) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         EXPECT_NE(entry.path().filename().string().substr(0, 5), ".dib-") << entry.path();
     }
-    EXPECT_FALSE(SavePNG("/dev/full", &dib, nullptr, nullptr));
+    if (std::filesystem::exists("/dev/full")) {
+        EXPECT_FALSE(SavePNG("/dev/full", &dib, nullptr, nullptr));
+    }
     EXPECT_FALSE(SavePNG(testing_support::temporaryPath("no-folder/a.png").c_str(), &dib, nullptr, nullptr));
     EXPECT_FALSE(SavePNG("", &dib, nullptr, nullptr));
     EXPECT_FALSE(LoadPNG("", &dib, nullptr, nullptr));

@@ -41,7 +41,7 @@ protected:
 
     void place(const char* bundle, const fs::path& as) const {
         fs::create_directories((folder / as).parent_path());
-        fs::copy_file(kBundles / bundle, folder / as);
+        fs::copy_file(kBundles / (std::string(bundle) + ".bundle"), folder / as);
     }
     bool loadExr() { return LoadEXR("a.exr", &image, nullptr, nullptr); }
 
