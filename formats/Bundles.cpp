@@ -254,7 +254,9 @@ std::vector<const Bundle*> addedBundles() {
     const std::lock_guard<std::mutex> lock(catalogMutex());
     Catalog& all = catalog();
     std::error_code error;
-    const fs::file_time_type changed = fs::last_write_time(vexlibs::pathOf(folder.path), error);
+    // The C library of Windows finds no folder whose path ends with a separator.
+    const fs::path place = (vexlibs::pathOf(folder.path) / "x").parent_path();
+    const fs::file_time_type changed = fs::last_write_time(place, error);
     if (error) return {};
     if (all.folder != folder.path || all.changed != changed) {
         findAdded(all, folder.path);
