@@ -44,8 +44,8 @@ Out resultOf(const QImage& image) {
 enum class Pixels { asTheyAre, painted };
 
 template <class Operation>
-void addQt(const char* op, int depth, const char* note, Pixels pixels, const Operation& operate,
-           int width = W, int height = H) {
+void addQt(const char* op, int depth, const char* note, Pixels pixels, Operation operate, int width = W,
+           int height = H) {
     add(op, width, height, depth, "qt5", note, [=] {
         const QImageRef source = imageOf(img(width, height, depth / 8), pixels == Pixels::painted);
         const auto result = std::make_shared<QImage>();
