@@ -36,12 +36,13 @@ TEST(Container, FieldsStandInTheirOrder) {
     const auto at = [&](const void* field) {
         return static_cast<const char*>(field) - reinterpret_cast<const char*>(&dib);
     };
-    EXPECT_EQ(at(&dib.RefCount), 8) << "after the pointer to the virtual destructor";
-    EXPECT_EQ(at(&dib.Header), 16);
-    EXPECT_EQ(at(&dib.Buffer), 24);
-    EXPECT_EQ(at(&dib.HeaderOwner), 32);
-    EXPECT_EQ(at(&dib.BufferOwner), 36);
-    EXPECT_EQ(at(&dib.ErrorCode), 40);
+    constexpr std::ptrdiff_t kPointer = sizeof(void*);  // 8, or 4 on 32-bit systems
+    EXPECT_EQ(at(&dib.RefCount), kPointer) << "after the pointer to the virtual destructor";
+    EXPECT_EQ(at(&dib.Header), 2 * kPointer);
+    EXPECT_EQ(at(&dib.Buffer), 3 * kPointer);
+    EXPECT_EQ(at(&dib.HeaderOwner), 4 * kPointer);
+    EXPECT_EQ(at(&dib.BufferOwner), 4 * kPointer + 4);
+    EXPECT_EQ(at(&dib.ErrorCode), 4 * kPointer + 8);
 }
 
 struct Derived : DibStream {

@@ -129,13 +129,10 @@ TEST(PlatformImages, ReleasesWhateverStepFails) {
 }
 
 TEST(PlatformImages, RefusesOtherLayouts) {
-    const BitmapLayout refused[] = {{2, 2, 16, 64, 16},
-                                    {2, 2, 16, 48, 12},
-                                    {2, 2, 8, 16, 4},
-                                    {2, 2, 1, 1, 1},
-                                    {2, 2, 4, 8, 2},
-                                    {2, 2, 8, 32, 7},
-                                    {1ULL << 32, 1, 8, 8, 1ULL << 32}};
+    constexpr std::size_t kTooWide = (SIZE_MAX >> 1) + 1;
+    const BitmapLayout refused[] = {
+        {2, 2, 16, 64, 16}, {2, 2, 16, 48, 12},           {2, 2, 8, 16, 4}, {2, 2, 1, 1, 1}, {2, 2, 4, 8, 2},
+        {2, 2, 8, 32, 7},   {kTooWide, 1, 8, 8, kTooWide}};
     for (const BitmapLayout& layout : refused) {
         RecordingPlatform platform;
         platform.record.layout = layout;
