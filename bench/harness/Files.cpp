@@ -27,8 +27,8 @@ std::vector<std::uint8_t> slurp(const std::string& path) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-const std::vector<FileSpec>& loadFiles() {
-    static const std::vector<FileSpec> files = {
+const std::vector<InputFile>& loadFiles() {
+    static const std::vector<InputFile> files = {
         {"load_bmp24", "photo24.bmp", W, H, 24},
         {"load_bmp24", "photo24_4k.bmp", W4, H4, 24},
         {"load_bmp32", "photo32.bmp", W, H, 32},
@@ -54,8 +54,8 @@ const std::vector<FileSpec>& loadFiles() {
 }
 
 std::string loadFile(const char* op, int width) {
-    for (const FileSpec& spec : loadFiles()) {
-        if (std::string_view(spec.op) == op && spec.w == width) return file(spec.name);
+    for (const InputFile& input : loadFiles()) {
+        if (std::string_view(input.op) == op && input.w == width) return file(input.name);
     }
     throw std::runtime_error(std::string("no file for ") + op);
 }

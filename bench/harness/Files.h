@@ -14,12 +14,12 @@ std::string file(const std::string& name);
 // The bytes of a file; throws std::runtime_error where it cannot be read.
 std::vector<std::uint8_t> slurp(const std::string& path);
 
-struct FileSpec {
+struct InputFile {
     const char* op;  // the operation that loads it
     const char* name;
     int w, h, depth;
 };
-const std::vector<FileSpec>& loadFiles();
+const std::vector<InputFile>& loadFiles();
 
 // The path of the file of an operation; throws std::runtime_error where there is none of that width.
 std::string loadFile(const char* op, int width);

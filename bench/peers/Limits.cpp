@@ -81,19 +81,20 @@ void memory(int width, int height, int depth) {
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-void files(const FileSpec& spec) {
-    add(spec.op, spec.w, spec.h, spec.depth, "limit.fread", "`fread` of the file into memory in use", [=] {
-        const std::string path = file(spec.name);
-        const std::size_t size = slurp(path).size();
-        const Buffer bytes = bufferOf(size);
-        return Op([=] {
-            const File in(std::fopen(path.c_str(), "rb"), std::fclose);
-            need(in != nullptr && std::fread(bytes.get(), 1, size, in.get()) == size, "fread");
+void files(const InputFile& input) {
+    add(input.op, input.w, input.h, input.depth, "limit.fread", "`fread` of the file into memory in use",
+        [=] {
+            const std::string path = file(input.name);
+            const std::size_t size = slurp(path).size();
+            const Buffer bytes = bufferOf(size);
+            return Op([=] {
+                const File in(std::fopen(path.c_str(), "rb"), std::fclose);
+                need(in != nullptr && std::fread(bytes.get(), 1, size, in.get()) == size, "fread");
+            });
         });
-    });
-    const std::string op = std::string("save") + (spec.op + 4);
-    add(op, spec.w, spec.h, spec.depth, "limit.fwrite", "`fwrite` of the finished file", [=] {
-        const auto bytes = std::make_shared<std::vector<std::uint8_t>>(slurp(file(spec.name)));
+    const std::string op = std::string("save") + (input.op + 4);
+    add(op, input.w, input.h, input.depth, "limit.fwrite", "`fwrite` of the finished file", [=] {
+        const auto bytes = std::make_shared<std::vector<std::uint8_t>>(slurp(file(input.name)));
         const std::string path = file("limit_out.bin");
         return Op([=] {
             const File out(std::fopen(path.c_str(), "wb"), std::fclose);
@@ -120,7 +121,7 @@ void calls(const char* op, const char* note, const Call& call) {
 int main(int argc, char** argv) {
     for (const int depth : {8, 24, 32}) pb::memory(pb::W, pb::H, depth);
     for (const int depth : {24, 32}) pb::memory(pb::W4, pb::H4, depth);
-    for (const pb::FileSpec& spec : pb::loadFiles()) pb::files(spec);
+    for (const pb::InputFile& input : pb::loadFiles()) pb::files(input);
     pb::calls("call_rand", "`rand`", [](float /*x*/) { return std::rand(); });
     pb::calls("call_sinf", "`sinf` from 0 to 1000", [](float x) { return std::sin(x); });
     pb::calls("call_sincosf", "`sincosf` from 0 to 1000", [](float x) { return std::sin(x) + std::cos(x); });

@@ -14,8 +14,10 @@ download() {
     rm -rf "$top/sources" "$top/apt"
     mkdir -p "$top/sources" "$top"/apt/{state/lists/partial,cache/archives/partial}
     touch "$top/apt/status"
-    echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] http://deb.debian.org/debian bookworm main" \
-        > "$top/apt/sources.list"
+    local place
+    place="$(apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT)' 'Identifier: Packages' 'Origin: Debian' |
+        grep -m 1 ' bookworm main$')"
+    echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $place" >"$top/apt/sources.list"
     local apt=(apt-get -qq -o "Dir::Etc::sourcelist=$top/apt/sources.list" -o Dir::Etc::sourceparts=-
         -o "Dir::State=$top/apt/state" -o "Dir::State::status=$top/apt/status" -o "Dir::Cache=$top/apt/cache"
         -o APT::Sandbox::User=root)
