@@ -38,11 +38,11 @@ TEST(Container, FieldsStandInTheirOrder) {
     };
     constexpr std::ptrdiff_t kPointer = sizeof(void*);  // 8, or 4 on 32-bit systems
     EXPECT_EQ(at(&dib.RefCount), kPointer) << "after the pointer to the virtual destructor";
-    EXPECT_EQ(at(&dib.Header), 2 * kPointer);
-    EXPECT_EQ(at(&dib.Buffer), 3 * kPointer);
-    EXPECT_EQ(at(&dib.HeaderOwner), 4 * kPointer);
-    EXPECT_EQ(at(&dib.BufferOwner), 4 * kPointer + 4);
-    EXPECT_EQ(at(&dib.ErrorCode), 4 * kPointer + 8);
+    EXPECT_EQ(at(&dib.Header), kPointer + 8);
+    EXPECT_EQ(at(&dib.Buffer), 2 * kPointer + 8);
+    EXPECT_EQ(at(&dib.HeaderOwner), 3 * kPointer + 8);
+    EXPECT_EQ(at(&dib.BufferOwner), 3 * kPointer + 12);
+    EXPECT_EQ(at(&dib.ErrorCode), 3 * kPointer + 16);
 }
 
 struct Derived : DibStream {
