@@ -6,15 +6,11 @@
 #include "effects/rank/MedianHugeRadius.h"
 #include "effects/rank/MedianLargeRadius.h"
 #include "effects/rank/MedianSmallRadius.h"
-#include "effects/rank/RankedTile.h"
 
 namespace {
 
 using ByteTiles = dib::MedianLargeRadius<std::uint8_t>;
 using WordTiles = dib::MedianLargeRadius<std::uint16_t>;
-
-// No tile holds squares beyond it, whose sides pointers of 32 bits cannot count.
-constexpr int kMostOfTiles = dib::RankedTile<std::uint16_t>::kLongestSide / 2;
 
 }  // namespace
 
@@ -28,7 +24,7 @@ bool DibEffectBrightMiddle(DibProgressCallback callback, void* user, DibStream* 
     };
     if (radius <= dib::MedianSmallRadius::kLargest) return filter(dib::MedianSmallRadius(radius, flags));
     dib::Raster raster;
-    if (radius <= kMostOfTiles && dib::admitImage(image, raster)) {
+    if (dib::admitImage(image, raster)) {
         const dib::TileShape shape = dib::tileShape(raster, radius);
         if (WordTiles::holds(shape) && shape.isLessWorkThanRows(raster)) {
             if (ByteTiles::holds(shape)) return filter(ByteTiles(radius, flags));

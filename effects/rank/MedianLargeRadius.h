@@ -23,7 +23,9 @@ public:
 
     // Whether tiles of this size can be ranked.
     static bool holds(const TileShape& shape) {
-        return std::max(shape.columns(), shape.rows()) <= RankedTile<Cell>::kLongestSide;
+        // In 64 bits: pointers of 32 bits do not count the sides of the largest squares.
+        const std::int64_t longestSide = std::max(shape.width, shape.height) + 2 * std::int64_t{shape.radius};
+        return longestSide <= RankedTile<Cell>::kLongestSide;
     }
 
     bool prepare(const FullCopy& source, const Raster& image);
