@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the benches, ours and those of the other programs, and plots the results (bench-plots.py). Programs whose packages are
-# missing are left out: scripts/install-packages.sh peers installs them.
+# Measures DibStream and other programs, and plots the results (bench-plots.py). A program whose package is missing is left
+# out; scripts/install-packages.sh peers installs the packages.
 # usage: scripts/bench.sh [FOLDER] [FILTER]     default: bench-out/ and every operation except cancel_*
 # DIB_PEERS_BUILD names a folder with more programs bench_NAME that share pictures, files and names (docs/performance.md).
 set -euo pipefail

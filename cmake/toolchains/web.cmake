@@ -1,4 +1,4 @@
-# Browsers and Node, by Debian's emscripten. web/libraries.sh builds the libraries of other makers.
+# Browsers and Node, by Debian's emscripten. web/libraries/build.sh builds the libraries that the codecs and fonts need.
 #
 # Exceptions and setjmp become WebAssembly's own, which cost nothing until they are used; vectors have 16 bytes.
 set(EMSCRIPTEN_SYSTEM_PROCESSOR wasm32)
