@@ -33,7 +33,7 @@ fi
 flags=(--target=arm64-apple-macos13 -fsyntax-only -std=c++20 -nostdinc++ -Wall -Wextra -Wconversion -Wshadow -Werror
     -U__nonnull    # the target's word for pointers, a macro of the C library's headers
     -D_GNU_SOURCE  # whose functions those of the C++ library call
-    '-DDIB_PROJECT_VERSION="0.1.0"'
+    "-DDIB_PROJECT_VERSION=\"$(scripts/version.sh)\""
     -isystem "$(echo "$libraries"/c++/*)" -isystem "$(echo "$libraries"/c++/*/aarch64-linux-gnu)" -isystem "$libraries"
     -I. -Iinclude -Ivexlibs/include -Ic/include -isystem tests/fakes)
 printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" clang++-14 "${flags[@]}"

@@ -3,7 +3,7 @@
 # usage: web/package.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
-version="$(sed -n 's/^project(DibStream VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)"
+version="$(scripts/version.sh)"
 folder=build/web/package
 rm -rf "$folder"
 mkdir -p "$folder"

@@ -55,14 +55,14 @@ extern "C" {
 /// @{
 
 #define DIB_C_VERSION_MAJOR 0  ///< Programs need a library with the same one.
-#define DIB_C_VERSION_MINOR 1  ///< Grows when functions or members are added.
+#define DIB_C_VERSION_MINOR 2  ///< Grows when functions or members are added.
 #define DIB_C_VERSION_PATCH 0  ///< Grows with corrections.
 /// The version of this header as one number that can be compared.
 #define DIB_C_VERSION (DIB_C_VERSION_MAJOR * 1000000 + DIB_C_VERSION_MINOR * 1000 + DIB_C_VERSION_PATCH)
 
 /// The version of the library that the program runs with, as `DIB_C_VERSION`.
 DIB_C_EXPORT int dib_version(void);
-/// The same as text: "0.1.0".
+/// The same as text: "0.2.0".
 DIB_C_EXPORT const char* dib_version_text(void);
 /// @}
 

@@ -46,8 +46,8 @@ void formats(void) {
 
 void versionsAndCodes(void) {
     CHECK(dib_version() == DIB_C_VERSION);
-    CHECK(DIB_C_VERSION == 1000);
-    CHECK(strcmp(dib_version_text(), "0.1.0") == 0);
+    CHECK(DIB_C_VERSION == 2000);
+    CHECK(strcmp(dib_version_text(), "0.2.0") == 0);
     CHECK(strcmp(dib_code_text((dib_code)15), "(undefined)") == 0);
     CHECK(strcmp(dib_code_text(DIB_C_ERROR_OPEN), dib_code_text(DIB_C_ERROR_MEMORY)) != 0);
 }

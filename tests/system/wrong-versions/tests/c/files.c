@@ -1,0 +1,1 @@
+CHECK(strcmp(dib_version_text(), VERSION) == 0);
