@@ -1,10 +1,13 @@
-"""Builds wheels of the package by CMake, for pip (PEP 517 and 660).
+"""Builds wheels and source distributions of the package, for pip (PEP 517 and 660).
 
-The build folder is build/wheel; `--config-settings build-dir=FOLDER` names one that is built already.
+CMake builds in build/wheel; `--config-settings build-dir=FOLDER` names a folder that is built already. The same tree
+gives the same bytes: files have the date of SOURCE_DATE_EPOCH, or none.
 """
 
 import base64
+import gzip
 import hashlib
+import io
 import os
 import pathlib
 import re
@@ -12,7 +15,9 @@ import shutil
 import subprocess
 import sys
 import sysconfig
+import tarfile
 import tempfile
+import time
 import zipfile
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
@@ -26,13 +31,24 @@ Requires-Python: >=3.11
 """
 
 
-class UnsupportedOperation(Exception):
-    """What pip expects of a hook that does nothing."""
+# What the package is built from; the program, the tests and the documents are not needed.
+SOURCES = ["CMakeLists.txt", "c", "cmake", "dib", "effects", "files", "formats", "geometry", "include", "operations", "plugins", "python",
+           "vexlibs"]
+DATE = max(int(os.environ.get("SOURCE_DATE_EPOCH", 0)), 315532800)  # zip files have no dates before 1980
 
 
 def build_sdist(sdist_directory, config_settings=None):
-    """There is none: the package is a part of the tree of the library."""
-    raise UnsupportedOperation("build a wheel from the tree of the library")
+    """Packs the sources of the library and the package, with this backend."""
+    name = f"{NAME}.tar.gz"
+    project = (TREE / "python" / "pyproject.toml").read_text()
+    with open(pathlib.Path(sdist_directory, name), "wb") as file, \
+            gzip.GzipFile("", "wb", mtime=DATE, fileobj=file) as packed, \
+            tarfile.open(fileobj=packed, mode="w", format=tarfile.PAX_FORMAT) as archive:
+        _add(archive, "PKG-INFO", METADATA.encode())
+        _add(archive, "pyproject.toml", project.replace('backend-path = ["."]', 'backend-path = ["python"]').encode())
+        for path in _files(*(TREE / source for source in SOURCES)):
+            _add(archive, path.relative_to(TREE).as_posix(), path.read_bytes(), _mode(path))
+    return name
 
 
 def prepare_metadata_for_build_wheel(metadata_directory, config_settings=None):
@@ -79,7 +95,7 @@ def _build(build):
         ninja = ["-G", "Ninja"] if shutil.which("ninja") else []
         options = ["TOOLS=OFF", "TESTS=OFF", "BENCHES=OFF", "PYTHON=ON"]
         _cmake("-S", TREE, "-B", build, *ninja, "-DCMAKE_BUILD_TYPE=Release", f"-DDIB_PYTHON={sys.executable}",
-               *(f"-DDIB_BUILD_{option}" for option in options))
+               "-DCMAKE_BUILD_RPATH_USE_ORIGIN=ON", *(f"-DDIB_BUILD_{option}" for option in options))
         _cmake("--build", build, "--parallel", os.cpu_count() or 1)
     return build
 
@@ -104,14 +120,35 @@ def _collect(build, folder):
     shutil.rmtree(prefix)
 
 
+def _files(*places):
+    """The files below folders, in one order everywhere."""
+    files = [path for place in places for path in (place, *place.rglob("*"))]
+    return sorted(path for path in files if path.is_file() and "__pycache__" not in path.parts)
+
+
+def _mode(path):
+    return 0o755 if path.stat().st_mode & 0o100 else 0o644
+
+
+def _add(archive, name, content, mode=0o644):
+    entry = tarfile.TarInfo(f"{NAME}/{name}")
+    entry.size, entry.mode, entry.mtime = len(content), mode, DATE
+    archive.addfile(entry, io.BytesIO(content))
+
+
 def _pack(folder, wheel):
     record = []
-    with zipfile.ZipFile(wheel, "w", zipfile.ZIP_DEFLATED) as archive:
-        for file in sorted(path for path in folder.rglob("*") if path.is_file()):
-            name = file.relative_to(folder).as_posix()
-            archive.write(file, name)
-            digest = base64.urlsafe_b64encode(hashlib.sha256(file.read_bytes()).digest()).rstrip(b"=").decode()
-            record.append(f"{name},sha256={digest},{file.stat().st_size}\n")
+    with zipfile.ZipFile(wheel, "w") as archive:
+        def add(name, content, mode=0o644):
+            entry = zipfile.ZipInfo(name, time.gmtime(DATE)[:6])
+            entry.external_attr = (0o100000 | mode) << 16
+            archive.writestr(entry, content, zipfile.ZIP_DEFLATED)
+
+        for file in _files(folder):
+            name, content = file.relative_to(folder).as_posix(), file.read_bytes()
+            add(name, content, _mode(file))
+            digest = base64.urlsafe_b64encode(hashlib.sha256(content).digest()).rstrip(b"=").decode()
+            record.append(f"{name},sha256={digest},{len(content)}\n")
         record.append(f"{NAME}.dist-info/RECORD,,\n")
-        archive.writestr(f"{NAME}.dist-info/RECORD", "".join(record))
+        add(f"{NAME}.dist-info/RECORD", "".join(record))
     return wheel.name
