@@ -1,3 +1,6 @@
+# Packages of the same tree are the same bytes where SOURCE_DATE_EPOCH sets the dates of their files.
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/DibPackageDates.cmake)
+
 # Windows: one zip file, by `cpack --config build/windows/CPackConfig.cmake`.
 if(WIN32)
     set(CPACK_GENERATOR ZIP)

@@ -5,7 +5,8 @@
 # usage: scripts/elsewhere.sh arm64|i386|windows [digest|suite|smoke|tool|package]
 #
 # The libraries of the other machine are unpacked into build/elsewhere/<target>/root. The package database of this
-# machine learns nothing of them. JOBS is the number of compilers that run at once.
+# machine learns nothing of them. JOBS is the number of compilers that run at once. PROGRAM is a folder in which the program
+# of this machine was built; without it the preset dev builds one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 target="${1:?usage: elsewhere.sh arm64|i386|windows [digest|suite|smoke|tool|package]}"
@@ -108,9 +109,12 @@ case "$what" in
         [ "$target" = windows ] || { echo "elsewhere.sh: $what is for windows" >&2; exit 2; }
         build --target dibstream dib plugin_dds
         # What it writes is compared with what the same sources write here.
-        env -u PKG_CONFIG_SYSROOT_DIR -u PKG_CONFIG_LIBDIR cmake --preset dev
-        cmake --build --preset dev --parallel "$jobs" --target dib make_sample_picture
-        bash "tests/system/windows-$what.sh" "$PWD" "$PWD/build/$target" "$PWD/build/dev" "$top/$what"
+        program="$(realpath "${PROGRAM:-build/dev}")"
+        if [ -z "${PROGRAM:-}" ]; then
+            env -u PKG_CONFIG_SYSROOT_DIR -u PKG_CONFIG_LIBDIR cmake --preset dev
+            cmake --build --preset dev --parallel "$jobs" --target dib make_sample_picture
+        fi
+        bash "tests/system/windows-$what.sh" "$PWD" "$PWD/build/$target" "$program" "$top/$what"
         ;;
     *) echo "elsewhere.sh: $what is not digest, suite, smoke, tool or package" >&2; exit 2 ;;
 esac

@@ -28,12 +28,22 @@ if(Python3_FOUND)
     set(check_style ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-style.py)
     set(check_features ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-features.py)
     set(check_reached ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/reached-table.py --check)
+    set(check_versions ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-versions.py)
     # Each check must also report every kind of offence in a tree made for it.
-    foreach(check includes quotes style features reached)
+    foreach(check includes quotes style features reached versions)
         add_test(NAME tree.${check} COMMAND ${check_${check}})
         add_test(NAME tree.${check}.offences
             COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-${check} ${check_${check}})
     endforeach()
+    # scripts/site.sh makes the pages that this check is for.
+    add_test(NAME tree.links.offences
+        COMMAND bash ${system_dir}/offences.sh ${system_dir}/wrong-links
+                ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-links.py)
+endif()
+find_program(DIB_GIT git)
+if(DIB_GIT AND Python3_FOUND)
+    add_test(NAME tree.release COMMAND bash ${system_dir}/release.sh ${PROJECT_SOURCE_DIR} ${system_work}/release)
+    set_tests_properties(tree.release PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
 endif()
 if(DIB_CODESPELL)
     set(check_spelling bash ${PROJECT_SOURCE_DIR}/scripts/check-spelling.sh)
