@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <new>
 #include <span>
 #include <sstream>
@@ -27,6 +28,9 @@ namespace {
 constexpr const char* kInput = "in.bmp";
 constexpr const char* kOther = "other.bmp";
 constexpr const char* kPictureFolder = "pictures";
+// The largest picture on the contact sheet.
+constexpr int kTileWidth = 184;
+constexpr int kTileHeight = 138;
 
 // The contact sheet shows the second sample, which has more effect than the first one, unless there is
 // nothing to set.
@@ -115,12 +119,10 @@ public:
         fit(input_, options_.longerSide, title);
         std::error_code error;
         std::filesystem::create_directory(vexlibs::pathOf(pathOf(kPictureFolder)), error);
-        save(*input_, kInput);
         DibHandle other(new DibStream);
         paintOther(*other);
-        save(*other, kOther);
 
-        Page page(show(input_, "in"), show(other, "other"));
+        Page page(show(input_, kInput), show(other, kOther));
         addTile(input_.clone(), "original");
         for (const DibOperation* operation : texts::operations()) render(*operation, page);
         save(*contactSheet(), "contact-sheet.jpg");
@@ -133,6 +135,10 @@ public:
 private:
     std::string pathOf(const std::string& name) const { return folder_ + "/" + name; }
 
+    static std::string pictureFile(const std::string& name) {
+        return std::string(kPictureFolder) + "/" + name + ".png";
+    }
+
     // In the format of the name's extension.
     void save(const DibStream& image, const std::string& name) {
         DibSaveOptions options;
@@ -143,18 +149,17 @@ private:
     }
 
     // Saves a picture of the page.
-    ShownPicture show(const DibHandle& image, const std::string& name) {
-        const std::string picture = std::string(kPictureFolder) + "/" + name + ".png";
-        save(*image, picture);
-        std::ifstream file(vexlibs::pathOf(pathOf(picture)), std::ios::binary);
-        std::ostringstream bytes;
-        bytes << file.rdbuf();
-        return {bytes.str(), image.width(), image.height(), image.bitCount()};
+    ShownPicture show(const DibHandle& image, const std::string& file) {
+        save(*image, file);
+        return {file, image.width(), image.height(), image.bitCount()};
     }
 
     // Keeps a picture in the size that it has on the contact sheet.
     void addTile(DibHandle tile, const char* label) {
-        if (!tile.hasPixels() || !DibApply(tile.get(), "fit:184x138 bpp:24")) throw std::bad_alloc();
+        const ShownSize shown = sizeInCell(tile.width(), tile.height(), {kTileWidth, kTileHeight});
+        const std::string size = std::to_string(shown.width) + "x" + std::to_string(shown.height);
+        const std::string chain = "bpp:24 resize:" + size + (shown.isWhole ? ",filter=nearest" : "");
+        if (!DibApply(tile.get(), chain.c_str())) throw std::bad_alloc();
         tiles_.push_back(std::move(tile));
         labels_.push_back(label);
     }
@@ -182,31 +187,47 @@ private:
     void render(const DibOperation& operation, Page& page) {
         std::vector<ShownSample> samples;
         for (const char* sample : operation.samples) {
-            const std::string chain = options_.isClassic ? asClassic(sample) : sample;
             const std::size_t index = samples.size();
+            samples.push_back({options_.isClassic ? asClassic(sample) : sample, {}, {}, {}});
             DibHandle image = input_.clone();
             need(image.hasPixels(), kInput, *input_);
-            samples.push_back({chain, applied(chain, *image), {}});
-            samples.back().result = show(image, operation.name + ("-" + std::to_string(index + 1)));
+            apply(operation, image, samples.back());
+            samples.back().result =
+                show(image, pictureFile(operation.name + ("-" + std::to_string(index + 1))));
             if (index == sampleOfSheet(operation)) addTile(std::move(image), operation.name);
         }
         page.add(operation, samples);
     }
 
-    // Applies a chain and gives it in C++.
-    std::string applied(const std::string& chain, DibStream& image) {
-        std::string call;
-        const DibChain parsedChain = parsed(chain, DibParseChain);
-        for (const DibStep& step : stepsOf(parsedChain)) {
+    // Applies the chain of a sample. Where other operations prepare the picture, it is saved before this one.
+    void apply(const DibOperation& operation, DibHandle& image, ShownSample& sample) {
+        const DibChain chain = parsed(sample.chain, DibParseChain);
+        std::istringstream words(sample.chain);
+        std::string preparation;
+        bool isPreparing = true;
+        for (const DibStep& step : stepsOf(chain)) {
+            if (isPreparing && step.operation == &operation && !preparation.empty())
+                sample.before = prepared(preparation, image);
+            isPreparing = isPreparing && step.operation != &operation;
             options_.began(step.operation->name);
-            call += (call.empty() ? "" : "\n") + texts::callText(step, image);
+            sample.call += (sample.call.empty() ? "" : "\n") + texts::callText(step, *image);
             const DibApplyOptions options = {.open = openInFolder, .context = this, .inPlace = true};
             DibOperationResult result;
-            need(DibApply(&image, &step, 1, &options, &result, options_.callback, options_.user), kInput,
+            need(DibApply(image.get(), &step, 1, &options, &result, options_.callback, options_.user), kInput,
                  result.reason);
             options_.ended();
+            std::string word;
+            words >> word;
+            preparation += word + " ";
         }
-        return call;
+    }
+
+    // The file of the picture after a preparation, which samples share.
+    std::string prepared(const std::string& preparation, const DibHandle& image) {
+        const auto [found, isNew] = prepared_.try_emplace(preparation);
+        if (isNew)
+            found->second = show(image, pictureFile("before-" + std::to_string(prepared_.size()))).file;
+        return found->second;
     }
 
     // As `DibApplyOptions::open`: samples name second pictures as the commands do, which run in the folder.
@@ -220,7 +241,8 @@ private:
     std::string folder_;
     std::string shownFolder_;
     const Options& options_;
-    std::vector<DibHandle> tiles_;  // of the contact sheet
+    std::map<std::string, std::string> prepared_;  // files, by the steps before
+    std::vector<DibHandle> tiles_;                 // of the contact sheet
     std::vector<const char*> labels_;
 };
 

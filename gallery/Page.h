@@ -1,4 +1,4 @@
-// The page: one file that loads nothing from elsewhere.
+// The page. It shows pictures that lie beside it, and loads nothing from elsewhere.
 #ifndef GALLERY_PAGE_H
 #define GALLERY_PAGE_H
 
@@ -12,7 +12,7 @@ namespace gallery {
 
 // A picture of the page.
 struct ShownPicture {
-    std::string png;  // the bytes of the file
+    std::string file;  // from the page's folder
     int width = 0;
     int height = 0;
     int bitCount = 0;  // before it was saved
@@ -22,7 +22,20 @@ struct ShownSample {
     std::string chain;  // words of the command line, with spaces between them
     std::string call;   // C++, a line for each statement
     ShownPicture result;
+    std::string before;  // file of the picture that the operation changed; empty: the original
 };
+
+// How large a picture is on the page, in pixels of its layout.
+struct ShownSize {
+    int width = 0;
+    int height = 0;
+    bool isWhole = true;  // each pixel became a square of whole pixels
+};
+
+// The size that all samples have room for: that of the original, or a whole part of it.
+ShownSize cellSize(int width, int height);
+// The largest size in a cell at which every pixel is a whole square; where there is none, the largest one.
+ShownSize sizeInCell(int width, int height, const ShownSize& cell);
 
 class Page {
 public:
@@ -33,6 +46,7 @@ public:
     std::string text(const std::string& version) const;
 
 private:
+    ShownSize cell_;
     std::string original_;
     std::string other_;
     std::string sections_;
@@ -41,8 +55,6 @@ private:
 
 // Text inside an element, or inside an attribute in double quotes.
 std::string htmlText(std::string_view text);
-// An address that holds the bytes of a file of that type.
-std::string dataAddress(std::string_view mediaType, std::string_view bytes);
 
 }  // namespace gallery
 

@@ -52,7 +52,7 @@ constexpr Operation kOperations[] = {
       "Leaves the colours that show the picture best, in a palette of 1, 4 or 8 bits; one entry is "
       "transparent where the picture is.",
       "colors:16",
-      {"colors:16", "colors:8,dither=ordered", "colors:64,dither=none"},
+      {"colors:16", "colors:8,dither=ordered", "colors:4,dither=none"},
       kColors,
       kAllDepths},
      "",
@@ -61,7 +61,7 @@ constexpr Operation kOperations[] = {
       kArea,
       "Shows the picture in another palette, whose order stays.",
       "remap:other.bmp,dither=none",
-      {"remap:other.bmp", "remap:other.bmp,dither=ordered", "remap:other.bmp,dither=none"},
+      {"remap:other.bmp", "grey remap:other.bmp,dither=ordered", "posterize:4 remap:other.bmp,dither=none"},
       kRemap,
       kAllDepths},
      "",

@@ -128,7 +128,7 @@ constexpr Operation kOperations[] = {
       kArea,
       "Inverts the colours, or those of the colour table.",
       "reverse",
-      {"reverse", "bpp:8,method=median reverse", "bpp:1 reverse"},
+      {"reverse", "colors:6 reverse", "bpp:1 reverse"},
       kOnlyClassic,
       kAllDepths},
      "DibEffectReverse(nullptr, nullptr, &image)",

@@ -45,7 +45,7 @@ constexpr Operation kOperations[] = {
       "Shows how fast each channel changes; beyond 255 it starts again at 0. Transparent pixels count "
       "like others.",
       "edge",
-      {"edge", "sharpen edge", "edge:wrap=xy"},
+      {"edge", "canvas:25% edge", "canvas:15% edge:wrap=xy"},
       kEdge,
       kAllDepths},
      "DibEffectPickEdge(nullptr, nullptr, &image, {wrap})",

@@ -118,7 +118,7 @@ constexpr Operation kOperations[] = {
       kArea,
       "Shows the difference from a second picture: black where they are alike, white where one ends.",
       "compare:other.bmp,gain=8",
-      {"compare:other.bmp", "blur:2 compare:other.bmp,gain=2", "soften compare:other.bmp,gain=16"},
+      {"compare:other.bmp", "fill:160x120 compare:other.bmp,gain=2", "fill:160x120 grey compare:other.bmp"},
       kCompare,
       kAllDepths},
      "",

@@ -34,7 +34,7 @@ constexpr Operation kOperations[] = {
       kArea,
       "Exchanges top and bottom.",
       "flip",
-      {"flip", "turn:90 flip", "flip mirror flip"},
+      {"flip", "turn:90 flip", "canvas:50% flip"},
       kNoParameters,
       kAllDepths,
       kMovesPixels},

@@ -21,7 +21,7 @@ constexpr Operation kOperations[] = {
       kArea,
       "Sharpens by the difference from a blurred picture (unsharp mask).",
       "unsharp:1.5,150%,threshold=2",
-      {"unsharp", "unsharp:1,150%", "unsharp:20,40%"},
+      {"unsharp", "unsharp:1,300%", "unsharp:20,40%"},
       kUnsharp,
       kAllDepths},
      "",

@@ -104,9 +104,13 @@ TEST(OperationTable, TheFirstSampleSettlesOnlyWhatMustBeGiven) {
     for (const DibOperation* operation : all()) {
         const std::string_view sample = operation->samples[0];
         SCOPED_TRACE(sample);
-        EXPECT_EQ(sample.find(' '), std::string_view::npos);
-        const auto given =
-            std::ranges::count(sample, ',') + (sample.find(':') != std::string_view::npos ? 1 : 0);
+        // Some change nothing in a plain picture, which other steps prepare for them.
+        const bool isPrepared = sample.find(' ') != std::string_view::npos;
+        EXPECT_EQ(
+            isPrepared,
+            (std::set<std::string_view>{"flatten", "trim"}.contains(std::string_view(operation->name))));
+        const std::string_view last = sample.substr(sample.rfind(' ') + 1);
+        const auto given = std::ranges::count(last, ',') + (last.find(':') != std::string_view::npos ? 1 : 0);
         const auto required =
             std::ranges::count_if(DibList(operation->parameters), [](const DibParameter* parameter) {
                 return parameter->standard == nullptr || std::string_view(parameter->name) == "seed";

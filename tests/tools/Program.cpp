@@ -115,6 +115,10 @@ void makePicture(DibStream& image, int width, int height, int bitCount) {
     }
 }
 
+int makeSample(const std::string& arguments) {
+    return std::system((std::string(DIB_SAMPLE_PROGRAM) + " " + arguments + " 2>messages.txt").c_str()) >> 8;
+}
+
 std::string bmpBytes(DibStream& image) {
     DibSaveOptions options;
     options.format = "bmp";

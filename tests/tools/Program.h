@@ -51,6 +51,9 @@ bool isInstalled(const std::string& program);
 
 /// Makes a picture with a colour gradient.
 void makePicture(DibStream& image, int width, int height, int bitCount);
+/// Runs make_sample_picture, whose messages go to "messages.txt".
+/// @return Its exit code.
+int makeSample(const std::string& arguments);
 /// The bytes of the BMP file that the program makes of a picture.
 std::string bmpBytes(DibStream& image);
 

@@ -11,7 +11,9 @@ import sys
 import browser
 
 ACTIVE = "document.activeElement"
-LOADED = "[...document.images].every(image => image.complete && image.naturalWidth > 0)"
+# Pictures further down the page load when they come near.
+LOADED = "[...document.querySelectorAll('img[src]')].every(image => image.complete && image.naturalWidth > 0)"
+LOAD_ALL = "document.querySelectorAll('img').forEach(image => image.loading = 'eager')"
 
 
 def check(condition, message):
@@ -21,6 +23,7 @@ def check(condition, message):
 
 
 def check_page(page, pictures):
+    page.value(LOAD_ALL)
     page.wait_until(LOADED)
     # The pictures, the two of the viewer and the two sources.
     check(page.value("document.images.length") == pictures + 4, "a picture is missing")
@@ -47,8 +50,12 @@ def check_keyboard(page):
     expect("location.hash === '#operations'", "the first stop does not lead to the pictures")
     page.press("Tab")
     expect(sample_has_focus(0), "the second stop is not the first picture")
+    # Then its two copy buttons.
+    for label in ("Copy the command", "Copy the C++ call"):
+        page.press("Tab")
+        expect(f"{ACTIVE}.ariaLabel === '{label}'", f"'{label}' is no stop")
     page.press("Tab")
-    expect(sample_has_focus(1), "the third stop is not the second picture")
+    expect(sample_has_focus(1), "the next stop is not the second picture")
 
     page.press("Enter")
     expect("viewer.open", "Enter does not open the picture")
@@ -64,12 +71,12 @@ def check_keyboard(page):
     page.press("ArrowLeft")
     expect(f"{place} === '54%'", "the divider does not go back")
     page.press("Home")
-    expect("getComputedStyle(document.getElementById('stage-after')).clipPath.endsWith(' 0%)')",
+    expect("getComputedStyle(document.getElementById('after')).clipPath.endsWith(' 0%)')",
            "the result is not shown whole")
 
-    for stop in ("previous", "next"):
+    for stop in ("copy", "copy", "previous", "next"):
         page.press("Tab")
-        expect(f"{ACTIVE}.id === '{stop}'", f"{stop} is no stop")
+        expect(f"{ACTIVE}.id === '{stop}' || {ACTIVE}.className === '{stop}'", f"{stop} is no stop")
     page.press("Enter")
     expect("document.getElementById('viewer-place').textContent.startsWith('3 of ')", "the next picture is not shown")
     page.press("Escape")
@@ -77,12 +84,58 @@ def check_keyboard(page):
     expect(sample_has_focus(2), "the place on the page is lost")
 
 
+def check_copying(page):
+    """The buttons fill the clipboard, also where the browser refuses its function to do so."""
+    page.call("Browser.grantPermissions", permissions=["clipboardReadWrite", "clipboardSanitizedWrite"])
+    sample = "document.querySelector('[data-chain=\"turn:90\"]')"
+    texts = {"command": "'dib run in.bmp turn:90 out.bmp'", "call": f"{sample}.querySelector('.call').textContent"}
+    for preparation in ("0", "navigator.clipboard.writeText = () => Promise.reject(new Error())"):
+        page.value(preparation)
+        for kind, text in texts.items():
+            page.value(f"{sample}.querySelector('.{kind} + .copy').focus()")
+            page.press("Enter")
+            check(page.becomes(f"{ACTIVE}.textContent === 'Copied'"), f"the button of the {kind} does not answer")
+            check(page.becomes(f"navigator.clipboard.readText().then(copied => copied === {text})"),
+                  f"the {kind} is not copied")
+
+
+def check_pixels(page):
+    """Pictures keep their pixels as squares, and only those that are too large are smoothed."""
+    wrong = page.value("""[...document.querySelectorAll('.sample img')].filter(image => {
+        const scale = image.getBoundingClientRect().width / image.naturalWidth;
+        const smooth = getComputedStyle(image).imageRendering === 'auto';
+        return smooth ? scale >= 1 : !Number.isInteger(scale);
+    }).map(image => image.src)""")
+    check(wrong == [], f"stretched or smoothed: {wrong}")
+    page.value("document.querySelector('[data-chain=\"half half half\"] .compare').click()")
+    check(page.becomes("document.getElementById('stage-after').getBoundingClientRect().width > 0"), "nothing is compared")
+    sizes = page.value("""['stage-before', 'stage-after'].map(id => {
+        const image = document.getElementById(id);
+        return [image.getBoundingClientRect().width / image.naturalWidth, getComputedStyle(image).imageRendering];
+    })""")
+    check(all(scale == int(scale) >= 1 and rendering == "pixelated" for scale, rendering in sizes),
+          f"the viewer stretches pixels: {sizes}")
+    check(sizes[1][0] == 8 * sizes[0][0], f"an eighth is not shown eight times as large: {sizes}")
+    page.press("Escape")
+    check(page.becomes("!viewer.open"), "the viewer stays open")
+    # What other operations prepared is compared with its preparation.
+    page.value("document.querySelector('[data-before] .compare').click()")
+    check(page.becomes("document.getElementById('stage-before').src.includes('/pictures/before-')"),
+          "the preparation is not shown")
+    page.press("Escape")
+    check(page.becomes("!viewer.open"), "the viewer stays open")
+
+
 def check_width(page, width):
     check(page.value("innerWidth") == width, "the window has another width")
     check(page.value("document.documentElement.scrollWidth") <= width, f"{width} pixels: the page scrolls sideways")
-    page.value("document.querySelectorAll('.sample button')[10].click()")
+    page.value("document.querySelectorAll('.compare')[10].click()")
     check(page.value("viewer.getBoundingClientRect().right") <= width, f"{width} pixels: the viewer is too wide")
     check(page.value("viewer.scrollWidth <= viewer.clientWidth"), f"{width} pixels: the viewer scrolls sideways")
+    check(page.becomes("""['stage-before', 'stage-after'].every(id => {
+        const image = document.getElementById(id).getBoundingClientRect(), room = stage.getBoundingClientRect();
+        return image.width > 0 && image.left >= room.left && image.right <= room.right;
+    })"""), f"{width} pixels: the viewer cuts pictures off")
 
 
 def main():
@@ -93,7 +146,7 @@ def main():
     folder.mkdir(parents=True)
     subprocess.run([make_sample, "480", "360", folder / "sample.bmp"], check=True)
     subprocess.run([dib, "gallery", folder / "sample.bmp", folder / "gallery", "--side=240"], check=True)
-    pictures = len(list((folder / "gallery/pictures").glob("*-[0-9].png")))
+    pictures = len([file for file in (folder / "gallery/pictures").iterdir() if not file.name.startswith("before-")])
     check(pictures > 0, "no picture was written")
     url = (folder / "gallery/index.html").as_uri()
 
@@ -101,7 +154,9 @@ def main():
         check_page(page, pictures)
         page.screenshot(folder / "page.png")
         check_keyboard(page)
-        page.value("document.querySelectorAll('.sample button')[16].click()")
+        check_pixels(page)
+        check_copying(page)
+        page.value("document.querySelectorAll('.compare')[16].click()")
         page.screenshot(folder / "viewer.png")
         check(page.complaints() == [], f"the console says {page.complaints()}")
     with browser.Browser(url, 360, 740, dark=True) as page:
@@ -110,7 +165,7 @@ def main():
         check_width(page, 360)
         page.screenshot(folder / "small-viewer.png")
         check(page.complaints() == [], f"the console says {page.complaints()}")
-    print(f"{pictures} pictures, keyboard and small screen are right")
+    print(f"{pictures} pictures, keyboard, copying, pixels and small screen are right")
 
 
 main()
