@@ -2,9 +2,10 @@
 // cut to whole 65536ths in two dimensions, so two passes along the axes would give other results. Two
 // algorithms compute the sum:
 //
-//   half-size                             algorithm            work for each sample
-//   1 to 40 (1 to 55 with AVX-512)        GaussianByProducts   a product for each weight of a quadrant
-//   41 to 255 (56 to 255 with AVX-512)    GaussianByBoxes      two additions for each box
+//   half-size                                    algorithm            work for each sample
+//   1 to 30 (39 with AVX2, 37 with AVX-512)      GaussianByProducts   a product for each weight of a quadrant
+//   31 to 255 (from 40 with AVX2, 38 with        GaussianByBoxes      an addition for each box of a quadrant's
+//   AVX-512)                                                          rows, and two for each half width
 //
 // Wide kernels have small weights, so their boxes are fewer than their products.
 

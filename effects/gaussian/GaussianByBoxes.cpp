@@ -1,7 +1,6 @@
 #include "effects/gaussian/GaussianByBoxes.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "dib/Kernels.h"
@@ -15,10 +14,11 @@ namespace {
 struct Costs {
     std::ptrdiff_t product;
     std::ptrdiff_t box;
-    std::ptrdiff_t row;  // of boxes
+    std::ptrdiff_t row;  // of the quadrant, with boxes
 };
-DIB_ALWAYS_INLINE constexpr Costs costs() { return {35, 29, 367}; }
-DIB_ALWAYS_INLINE constexpr Costs costsOfWidest() { return {15, 27, 203}; }
+DIB_ALWAYS_INLINE constexpr Costs costs() { return {36, 28, 360}; }
+DIB_ALWAYS_INLINE constexpr Costs costsOfWidest() { return {21, 11, 300}; }
+DIB_ALWAYS_INLINE constexpr Costs costsOfNarrowest() { return {82, 37, 530}; }
 
 }  // namespace
 
@@ -30,50 +30,50 @@ bool boxesAreCheaper(const GaussianKernel& kernel) {
         boxes += kernel.weight(0, j);
         for (int i = 0; i <= kernel.reach(); ++i) products += kernel.weight(i, j) != 0 ? 1 : 0;
     }
-    const Costs cost = runWidestKernel<costs, costsOfWidest>();
+    const Costs cost = runWidestKernel<costs, costsOfWidest, costsOfNarrowest>();
     const std::ptrdiff_t rows = std::ptrdiff_t{kernel.reach()} + 1;
     return boxes * cost.box + rows * cost.row < products * cost.product;
 }
 
 bool GaussianByBoxes::prepare(const Raster& image) {
     if (!window_.prepare(image, kernel_.reach(), flags_) || !listBoxes()) return false;
-    folded_ = allocateZeroed<std::uint16_t>(window_.stride());
-    steps_ = allocateZeroed<std::uint32_t>(window_.stride());
+    folded_ = allocateArray<std::uint16_t>(rowCount() * kGaussianPiece + kCacheLine);
+    steps_ = allocateArray<std::uint32_t>(stepsBefore() + window_.stride() + window_.padding());
     return folded_ != nullptr && steps_ != nullptr;
 }
 
-// For each row one half width per unit of its middle weight: the widest run of weights at or above that
-// level.
+// A row has as many boxes of a half width as the weight there exceeds the next one.
 bool GaussianByBoxes::listBoxes() {
     const int reach = kernel_.reach();
     std::ptrdiff_t count = 0;
-    for (int j = 0; j <= reach; ++j) count += kernel_.weight(0, j);
-    halves_ = allocateArray<std::uint8_t>(count + 1);
-    if (halves_ == nullptr) return false;
-    std::uint8_t* next = halves_.get();
-    for (int j = 0; j <= reach; ++j) {
-        int half = reach;
-        for (std::uint32_t level = 1; level <= kernel_.weight(0, j); ++level) {
-            while (kernel_.weight(half, j) < level) --half;
-            *next++ = static_cast<std::uint8_t>(half);
+    for (int j = 0; j <= reach; ++j) count += asOffset(kernel_.weight(0, j));
+    boxes_ = allocateArray<std::uint8_t>(count + 1);
+    boxCounts_ = allocateArray<std::ptrdiff_t>(rowCount());
+    if (boxes_ == nullptr || boxCounts_ == nullptr) return false;
+    std::uint8_t* next = boxes_.get();
+    for (int i = 0; i <= reach; ++i) {
+        const std::uint8_t* first = next;
+        for (int j = 0; j <= reach; ++j) {
+            const std::uint32_t farther = i == reach ? 0 : kernel_.weight(i + 1, j);
+            next = std::fill_n(next, kernel_.weight(i, j) - farther, static_cast<std::uint8_t>(j));
         }
+        boxCounts_[i] = next - first;
     }
     return true;
 }
 
 namespace {
 
-DIB_ALWAYS_INLINE void addRows(const unsigned char* above, const unsigned char* below,
-                               std::uint16_t* __restrict out, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = static_cast<std::uint16_t>(above[i] + below[i]);
+DIB_ALWAYS_INLINE void addRows(const unsigned char* __restrict above, const unsigned char* __restrict below,
+                               std::uint16_t* __restrict out) {
+    for (std::ptrdiff_t i = 0; i < kGaussianPiece; ++i)
+        out[i] = static_cast<std::uint16_t>(above[i] + below[i]);
 }
 
-// Turns the steps between the pixels of a row into the pixels, given the first one.
+// Turns the steps between the pixels of a row into the pixels. The first boxes are empty.
 template <std::ptrdiff_t Channels>
-DIB_ALWAYS_INLINE void addUpSteps(std::uint32_t* __restrict row, std::ptrdiff_t pixels,
-                                  const std::uint32_t* __restrict first) {
-    std::uint32_t total[Channels];
-    for (std::ptrdiff_t c = 0; c < Channels; ++c) total[c] = first[c];
+DIB_ALWAYS_INLINE void addUpSteps(std::uint32_t* __restrict row, std::ptrdiff_t pixels) {
+    std::uint32_t total[Channels] = {};
     for (std::ptrdiff_t x = 0; x < pixels; ++x, row += Channels) {
         for (std::ptrdiff_t c = 0; c < Channels; ++c) {
             const std::uint32_t step = row[c];
@@ -90,71 +90,76 @@ DIB_ALWAYS_INLINE void putHighHalves(const std::uint32_t* __restrict sums, unsig
 
 }  // namespace
 
-template <std::ptrdiff_t Channels>
-void GaussianByBoxes::blurRow(unsigned char* out) {
-    const std::ptrdiff_t samples = window_.samples();
-    const std::uint16_t* folded = folded_.get() + window_.padding();
-    const std::uint8_t* halves = halves_.get();
-    std::uint32_t first[Channels] = {};
-    std::fill_n(steps_.get(), samples, 0U);
-    for (int j = 0; j <= kernel_.reach(); ++j) {
-        const std::ptrdiff_t boxes = dib::asOffset(kernel_.weight(0, j));
-        if (boxes == 0) continue;
-        runKernel<addRows>(window_.above(j), window_.below(j), folded_.get(),
-                           samples + 2 * window_.padding());
-        const int half = halves[0];
-        const std::uint16_t* tap = folded - std::ptrdiff_t{half} * Channels;
-        for (int i = -half; i <= half; ++i, tap += Channels) {
-            const std::uint32_t weight = kernel_.weight(std::abs(i), j);
-            for (std::ptrdiff_t c = 0; c < Channels; ++c) first[c] += weight * tap[c];
-        }
-        addBoxSteps(folded, Channels, halves, boxes, steps_.get(), samples);
-        halves += boxes;
+// From sample `start` of the window on.
+void GaussianByBoxes::foldRows(std::ptrdiff_t start) {
+    std::uint16_t* folded = atCacheLine(folded_.get());
+    for (int j = 0; j <= kernel_.reach(); ++j, folded += kGaussianPiece) {
+        runKernel<addRows>(window_.above(j) + start, window_.below(j) + start, folded);
     }
-    runKernel<addUpSteps<Channels>>(steps_.get(), window_.width(), first);
-    runKernel<putHighHalves>(steps_.get(), out, samples);
 }
 
-template void GaussianByBoxes::blurRow<1>(unsigned char*);
-template void GaussianByBoxes::blurRow<3>(unsigned char*);
-template void GaussianByBoxes::blurRow<4>(unsigned char*);
+void GaussianByBoxes::addAllSteps() {
+    const std::ptrdiff_t columns = window_.samples() + 2 * window_.padding();
+    std::fill_n(steps_.get(), stepsBefore() + window_.stride() + window_.padding(), 0U);
+    for (std::ptrdiff_t start = 0; start < columns; start += kGaussianPiece) {
+        foldRows(start);
+        // Boxes of half width 0 lie around this one's pixels.
+        std::uint32_t* steps = steps_.get() + stepsBefore() - window_.padding() + start;
+        const std::uint8_t* boxes = boxes_.get();
+        std::ptrdiff_t half = 0;
+        for (std::ptrdiff_t i = 0; i < rowCount(); ++i, half += window_.channels()) {
+            if (boxCounts_[i] == 0) continue;
+            addBoxSteps(atCacheLine(folded_.get()), boxes, boxCounts_[i], steps - half - window_.channels(),
+                        steps + half);
+            boxes += boxCounts_[i];
+        }
+    }
+}
+
+template <std::ptrdiff_t Channels>
+void GaussianByBoxes::addUp(unsigned char* out) {
+    runKernel<addUpSteps<Channels>>(steps_.get(), stepsBefore() / Channels + window_.width());
+    runKernel<putHighHalves>(steps_.get() + stepsBefore(), out, window_.samples());
+}
+
+template void GaussianByBoxes::addUp<1>(unsigned char*);
+template void GaussianByBoxes::addUp<3>(unsigned char*);
+template void GaussianByBoxes::addUp<4>(unsigned char*);
 
 namespace {
 
-// As many differences of samples, each up to 510, as fit a sum of 16 bits.
-constexpr std::ptrdiff_t kGroup = 32767 / 510;
+// As many samples as fit a sum of 16 bits.
+constexpr std::ptrdiff_t kGroup = 65535 / 510;
 
 template <std::ptrdiff_t Width>
-DIB_ALWAYS_INLINE void addStepsInBlocks(const std::uint16_t* __restrict row, std::ptrdiff_t step,
-                                        const std::uint8_t* __restrict halves, std::ptrdiff_t count,
-                                        std::uint32_t* __restrict steps, std::ptrdiff_t samples) {
-    using Samples __attribute__((vector_size(Width))) = std::int16_t;
-    using WideSamples __attribute__((vector_size(2 * Width))) = std::int32_t;
-    constexpr std::ptrdiff_t kLanes = Width / sizeof(std::int16_t);
-    constexpr std::ptrdiff_t kVectors = kGaussianBlock / kLanes;
-    for (std::ptrdiff_t x = 0; x < samples; x += kGaussianBlock) {
-        for (std::ptrdiff_t first = 0; first < count; first += kGroup) {
-            const std::ptrdiff_t end = count - first < kGroup ? count : first + kGroup;
-            Samples sum[kVectors] = {};
-            for (std::ptrdiff_t i = first; i < end; ++i) {
-                const std::uint16_t* back = row + x - halves[i] * step;
-                const std::uint16_t* ahead = row + x + (halves[i] + 1) * step;
-                for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
-                    Samples leaving;
-                    Samples entering;
-                    std::memcpy(&leaving, back + kLanes * k, sizeof leaving);
-                    std::memcpy(&entering, ahead + kLanes * k, sizeof entering);
-                    sum[k] += entering - leaving;
-                }
-            }
+DIB_ALWAYS_INLINE void addColumns(const std::uint16_t* rows, const std::uint8_t* boxes, std::ptrdiff_t count,
+                                  std::uint16_t* __restrict columns) {
+    using Samples __attribute__((vector_size(Width))) = std::uint16_t;
+    constexpr std::ptrdiff_t kLanes = Width / sizeof(std::uint16_t);
+    constexpr std::ptrdiff_t kVectors = 8;
+    for (std::ptrdiff_t x = 0; x < kGaussianPiece; x += kVectors * kLanes) {
+        Samples sum[kVectors];
+        for (Samples& vector : sum) vector = Samples{};
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            const std::uint16_t* row = rows + boxes[i] * kGaussianPiece + x;
             for (std::ptrdiff_t k = 0; k < kVectors; ++k) {
-                WideSamples total;
-                std::memcpy(&total, steps + x + kLanes * k, sizeof total);
-                total += __builtin_convertvector(sum[k], WideSamples);
-                std::memcpy(steps + x + kLanes * k, &total, sizeof total);
+                Samples samples;
+                std::memcpy(&samples, row + kLanes * k, sizeof samples);
+                sum[k] += samples;
             }
         }
+        for (std::ptrdiff_t k = 0; k < kVectors; ++k)
+            std::memcpy(columns + x + kLanes * k, &sum[k], sizeof sum[k]);
     }
+}
+
+template <std::ptrdiff_t Width>
+DIB_ALWAYS_INLINE void addStepsInBlocks(const std::uint16_t* rows, const std::uint8_t* boxes,
+                                        std::ptrdiff_t count, std::uint32_t* gaining, std::uint32_t* losing) {
+    alignas(kCacheLine) std::uint16_t columns[kGaussianPiece];
+    addColumns<Width>(rows, boxes, count, columns);
+    for (std::ptrdiff_t x = 0; x < kGaussianPiece; ++x) gaining[x] += columns[x];
+    for (std::ptrdiff_t x = 0; x < kGaussianPiece; ++x) losing[x] -= columns[x];
 }
 
 // Bytes of the vectors: of every processor, of AVX2, and of AVX-512.
@@ -164,10 +169,13 @@ constexpr std::ptrdiff_t kWideWidth = 64;
 
 }  // namespace
 
-void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves,
-                 std::ptrdiff_t count, std::uint32_t* steps, std::ptrdiff_t samples) {
-    runWidestKernel<addStepsInBlocks<kWidth>, addStepsInBlocks<kWideWidth>, addStepsInBlocks<kNarrowWidth>>(
-        row, step, halves, count, steps, samples);
+void addBoxSteps(const std::uint16_t* rows, const std::uint8_t* boxes, std::ptrdiff_t count,
+                 std::uint32_t* gaining, std::uint32_t* losing) {
+    for (; count > 0; boxes += kGroup, count -= kGroup) {
+        runWidestKernel<addStepsInBlocks<kWidth>, addStepsInBlocks<kWideWidth>,
+                        addStepsInBlocks<kNarrowWidth>>(rows, boxes, std::min(count, kGroup), gaining,
+                                                        losing);
+    }
 }
 
 }  // namespace dib

@@ -12,9 +12,10 @@ namespace dib {
 bool boxesAreCheaper(const GaussianKernel& kernel);
 
 // Each row of the integer kernel is the sum of box kernels, as many as its middle weight. From one pixel to
-// the next a box gains one sample and loses one. The sum of these steps over all boxes and rows is the step
-// of the result; one running total per channel turns steps into results. A filter for dib::filterInPlace;
-// `kernel` must outlive it and fall along each row.
+// the next a box gains one column and loses one. Boxes of one half width gain and lose the same columns,
+// whatever their rows, so each column is added up once for every half width. The sum of these steps over all
+// half widths is the step of the result; one running total per channel turns steps into results. A filter for
+// dib::filterInPlace; `kernel` must outlive it and fall along each row.
 class GaussianByBoxes {
 public:
     GaussianByBoxes(const GaussianKernel& kernel, unsigned int flags) : kernel_(kernel), flags_(flags) {}
@@ -25,27 +26,34 @@ public:
     void row(unsigned char* out, int y) {
         if (window_.width() == 0) return;
         window_.moveTo(y);
-        blurRow<Depth::kChannels>(out);
+        addAllSteps();
+        addUp<Depth::kChannels>(out);
     }
 
 private:
+    std::ptrdiff_t rowCount() const { return std::ptrdiff_t{kernel_.reach()} + 1; }
+    // Steps from the first pixel whose boxes reach the window to the first pixel of the row.
+    std::ptrdiff_t stepsBefore() const { return 2 * window_.padding() + window_.channels(); }
     bool listBoxes();
+    void foldRows(std::ptrdiff_t start);
+    void addAllSteps();
     template <std::ptrdiff_t Channels>
-    void blurRow(unsigned char* out);
+    void addUp(unsigned char* out);
 
     const GaussianKernel& kernel_;
     unsigned int flags_;
     GaussianWindow window_;
-    MallocPtr<std::uint8_t> halves_;   // the half width of every box, row by row
-    MallocPtr<std::uint16_t> folded_;  // the rows above and below at one distance, added up
-    MallocPtr<std::uint32_t> steps_;   // of the result, and then the result
+    MallocPtr<std::uint8_t> boxes_;        // the row of each box, by half width
+    MallocPtr<std::ptrdiff_t> boxCounts_;  // by half width
+    MallocPtr<std::uint16_t> folded_;      // of a piece: the rows above and below at one distance, added up
+    MallocPtr<std::uint32_t> steps_;       // of the result, and then the result
 };
 
-// steps[x] += the sum over `halves` of row[x + (h + 1) * step] - row[x - h * step], in two's complement: what
-// boxes of half width h around pixel x change by on the way to the next pixel, `step` samples on. Samples are
-// at most 510. Works on whole blocks of kGaussianBlock samples.
-void addBoxSteps(const std::uint16_t* row, std::ptrdiff_t step, const std::uint8_t* halves,
-                 std::ptrdiff_t count, std::uint32_t* steps, std::ptrdiff_t samples);
+// Adds the columns of boxes of one half width to the steps of the pixels that gain them, and takes them from
+// the steps of those that lose them: the sum over `boxes` of rows[box * kGaussianPiece + x], in two's
+// complement. Samples are at most 510. Works on a whole piece.
+void addBoxSteps(const std::uint16_t* rows, const std::uint8_t* boxes, std::ptrdiff_t count,
+                 std::uint32_t* gaining, std::uint32_t* losing);
 
 }  // namespace dib
 

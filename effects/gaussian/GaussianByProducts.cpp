@@ -7,23 +7,10 @@
 
 namespace dib {
 
-namespace {
-
-// A 64-byte vector that crosses a cache line takes twice as long to load.
-constexpr std::size_t kCacheLine = 64;
-constexpr std::ptrdiff_t kLineSums = kCacheLine / sizeof(std::uint32_t);
-
-std::uint32_t* atCacheLine(std::uint32_t* block) {
-    const std::size_t past = reinterpret_cast<std::uintptr_t>(block) % kCacheLine;
-    return past == 0 ? block : block + (kCacheLine - past) / sizeof *block;
-}
-
-}  // namespace
-
 bool GaussianByProducts::prepare(const Raster& image) {
     if (!window_.prepare(image, kernel_.reach(), flags_) || !pairWeights()) return false;
     const std::ptrdiff_t distances = std::ptrdiff_t{kernel_.reach()} + 1;
-    pairs_ = allocateArray<std::uint32_t>(pairCount() * kGaussianPiece + kLineSums);
+    pairs_ = allocateArray<std::uint32_t>(pairCount() * kGaussianPiece + kCacheLine);
     sums_ = allocateZeroed<std::uint32_t>(distances * sumsStride() + kGaussianBlock);
     return pairs_ != nullptr && sums_ != nullptr;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "effects/EffectFrame.h"
@@ -15,6 +16,15 @@ namespace dib {
 constexpr std::ptrdiff_t kGaussianBlock = 64;
 // Sums of a piece of a row stay in the first-level cache for several distances.
 constexpr std::ptrdiff_t kGaussianPiece = 4 * kGaussianBlock;
+
+// Vectors that cross a cache line take twice as long to load. Blocks are allocated with this many elements more
+// and used from their first cache line on.
+constexpr std::ptrdiff_t kCacheLine = 64;
+template <class Element>
+Element* atCacheLine(Element* block) {
+    const std::uintptr_t past = reinterpret_cast<std::uintptr_t>(block) % kCacheLine;
+    return past == 0 ? block : block + (kCacheLine - past) / sizeof *block;
+}
 
 // The unchanged rows from `reach` above the current one to `reach` below it, with `reach` pixels beyond the
 // edges on either side. The memory beyond them can be read for a whole piece.
