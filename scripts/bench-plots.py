@@ -5,9 +5,12 @@ usage: scripts/bench-plots.py RESULTS.json... FOLDER
 
 RESULTS.json is what Google Benchmark writes, with names of the form operation/WIDTHxHEIGHT/bits/program. The program
 "ours" is this library, "limit" and "limit.NAME" are bounds such as memcpy and fread; variants like "ours.cb" are left
-out. Times are medians of processor time over all repetitions in all files.
+out. Times are medians of processor time over all repetitions in all files. The context of a file may tell "program NAME",
+a program's name and version, and "kernels": the level that its program was limited to, which follows the program's name
+as a variant. A case's label names the function that was called and says where its work is not the same.
 
 Writes into FOLDER, as far as the results have something to show:
+  overview.svg     common operations beside the four fastest programs
   throughput.svg   each operation beside the peer programs, of the most measured kind of picture
   size.svg         time per pixel by the size of the picture
   radius.svg       time by radius, a panel for each filter
@@ -26,6 +29,8 @@ import matplotlib
 matplotlib.use("svg")
 from matplotlib import pyplot, ticker
 
+OTHER_WORK = pathlib.Path(__file__).resolve().parent.parent / "bench" / "peers" / "other-work.txt"
+
 NAME = re.compile(r"([\w.+-]+)/(\d+)x(\d+)/(\d+)/([\w.+-]+)(/.*)?")
 MILLISECONDS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}
 OWN, OTHER, INK = "#c2560f", "#8b93a3", "#22252b"
@@ -34,6 +39,9 @@ matplotlib.rcParams.update({"svg.hashsalt": "dibstream", "svg.fonttype": "none",
                             "axes.spines.top": False, "axes.spines.right": False})
 
 Case = collections.namedtuple("Case", "operation width height bits")
+# Medians as {case: {program: ms}}, peaks of our memory as {case: bytes}, labels as {(case, program): text}, names and
+# versions as {program: text}.
+Results = collections.namedtuple("Results", "medians peaks labels programs")
 
 
 def pixels(case):
@@ -52,28 +60,46 @@ def picture_of(case):
     return f"{case.width}x{case.height}, {case.bits} bits"
 
 
+def note(entry, case, program, results, times):
+    """Adds one repetition of a case."""
+    # Zero is a time too short for the clock.
+    if entry["cpu_time"] > 0:
+        times[case][program].append(entry["cpu_time"] * MILLISECONDS[entry.get("time_unit", "ns")])
+    if entry.get("label"):
+        results.labels[case, program] = entry["label"]
+    if program == "ours" and "max_bytes_used" in entry:
+        results.peaks[case] = max(results.peaks.get(case, 0), entry["max_bytes_used"])
+
+
+def other_work():
+    """Pairs of operation and program whose times say nothing."""
+    lines = [line.split() for line in OTHER_WORK.read_text(encoding="utf-8").splitlines() if not line.startswith("#")]
+    return {(operation, program) for operation, *programs in lines for program in programs}
+
+
 def read(files):
-    """Medians as {case: {program: ms}}, and the peaks of memory of ours as {case: bytes}."""
+    left_out = other_work()
     times = collections.defaultdict(lambda: collections.defaultdict(list))
-    peaks = {}
+    results = Results({}, {}, {}, {})
     for file in files:
-        for entry in json.loads(pathlib.Path(file).read_text(encoding="utf-8"))["benchmarks"]:
+        content = json.loads(pathlib.Path(file).read_text(encoding="utf-8"))
+        context = content.get("context", {})
+        level = f".{context['kernels']}" if "kernels" in context else ""
+        results.programs.update((key.removeprefix("program "), name) for key, name in context.items()
+                                if key.startswith("program "))
+        for entry in content["benchmarks"]:
             name = NAME.fullmatch(entry["name"])
-            if not name or entry.get("run_type", "iteration") != "iteration" or entry.get("error_occurred"):
-                continue
-            case = Case(name[1], int(name[2]), int(name[3]), int(name[4]))
-            # Zero is a time too short for the clock.
-            if entry["cpu_time"] > 0:
-                times[case][name[5]].append(entry["cpu_time"] * MILLISECONDS[entry.get("time_unit", "ns")])
-            if name[5] == "ours" and "max_bytes_used" in entry:
-                peaks[case] = max(peaks.get(case, 0), entry["max_bytes_used"])
-    medians = {case: {program: statistics.median(values) for program, values in sorted(programs.items())}
-               for case, programs in sorted(times.items())}
-    return medians, peaks
+            counts = entry.get("run_type", "iteration") == "iteration" and not entry.get("error_occurred")
+            if name and counts and (name[1], name[5]) not in left_out:
+                case = Case(name[1], int(name[2]), int(name[3]), int(name[4]))
+                note(entry, case, name[5] + level, results, times)
+    for case, programs in sorted(times.items()):
+        results.medians[case] = {program: statistics.median(values) for program, values in sorted(programs.items())}
+    return results
 
 
 def others(programs):
-    return {name: time for name, time in programs.items() if name.split(".")[0] not in ("ours", "limit")}
+    return {name: time for name, time in programs.items() if name.split(".")[0] not in ("ours", "limit", "straight")}
 
 
 def bound_of(medians, case):
@@ -100,6 +126,38 @@ def write(figure, path):
     figure.savefig(path, bbox_inches="tight", metadata={"Date": None})
     pyplot.close(figure)
     print(path)
+
+
+# What newcomers ask for first, of pictures of 24 bits.
+OVERVIEW = {"load_bmp24": "open BMP", "load_png24": "open PNG", "load_psd_rle": "open PSD", "resize_bilinear_down": "make smaller",
+            "resize_bilinear_up": "make larger", "rotate30": "rotate by 30 degrees", "box_blur_r10": "box blur, radius 10",
+            "gauss_R15": "Gaussian blur, half-size 15", "sharpen_light": "sharpen", "median_r3": "median, radius 3",
+            "gamma_lut": "gamma", "cvt_24_to_8grey": "to grey"}
+
+
+def plot_overview(results, path):
+    """Bars of time: a panel for each operation, the fastest programs first."""
+    cases = [Case(operation, 1920, 1080, 24) for operation in OVERVIEW]
+    cases = [case for case in cases if "ours" in results.medians.get(case, {}) and others(results.medians[case])]
+    if not cases:
+        return
+    rows = (len(cases) + 2) // 3
+    figure, panels = pyplot.subplots(rows, 3, squeeze=False, layout="constrained", figsize=(10, 1.5 * rows))
+    for axes in panels.flat[len(cases):]:
+        axes.remove()
+    for axes, case in zip(panels.flat, cases):
+        rivals = sorted(others(results.medians[case]).items(), key=lambda rival: rival[1])[:4]
+        bars = sorted([("ours", results.medians[case]["ours"]), *rivals], key=lambda bar: bar[1], reverse=True)
+        names = ["DibStream" if name == "ours" else results.programs.get(name, name) for name, _ in bars]
+        drawn = axes.barh(names, [time for _, time in bars], color=[OWN if name == "ours" else OTHER for name, _ in bars])
+        axes.bar_label(drawn, [f"{time:,.0f} ms" if time >= 100 else f"{time:.3g} ms" for _, time in bars], padding=3, fontsize=8)
+        axes.set_title(OVERVIEW[case.operation], loc="left", fontsize=10)
+        axes.tick_params(axis="y", labelsize=8, length=0)
+        axes.set_xticks([])
+        axes.margins(x=0.25)
+        axes.spines["bottom"].set_visible(False)
+    figure.suptitle("Time on one processor, shorter is better: pictures of 1920 x 1080 pixels, 24 bits", x=0.01, ha="left")
+    write(figure, path)
 
 
 def plot_throughput(medians, path):
@@ -195,11 +253,17 @@ def plot_memory(peaks, path):
     write(figure, path)
 
 
-def write_medians(medians, path):
-    lines = [json.dumps({"name": "/".join((case.operation, f"{case.width}x{case.height}", str(case.bits), program)),
-                         "cpu_time": float(f"{time:.4g}"), "time_unit": "ms"})
-             for case, programs in medians.items() for program, time in programs.items()]
-    path.write_text('{"benchmarks": [\n' + ",\n".join(lines) + "\n]}\n", encoding="utf-8")
+def write_medians(results, path):
+    def entry(case, program, time):
+        label = results.labels.get((case, program))
+        return {"name": "/".join((case.operation, f"{case.width}x{case.height}", str(case.bits), program)),
+                "cpu_time": float(f"{time:.4g}"), "time_unit": "ms", **({"label": label} if label else {})}
+
+    lines = [json.dumps(entry(case, program, time))
+             for case, programs in results.medians.items() for program, time in programs.items()]
+    context = {f"program {program}": name for program, name in sorted(results.programs.items())}
+    path.write_text(f'{{"context": {json.dumps(context, indent=1)},\n"benchmarks": [\n' + ",\n".join(lines) + "\n]}\n",
+                    encoding="utf-8")
     print(path)
 
 
@@ -224,14 +288,16 @@ def main():
         sys.exit(__doc__)
     folder = pathlib.Path(sys.argv[-1])
     folder.mkdir(parents=True, exist_ok=True)
-    medians, peaks = read(sys.argv[1:-1])
+    results = read(sys.argv[1:-1])
+    medians = results.medians
     if not any("ours" in programs for programs in medians.values()):
         sys.exit("bench-plots.py: no result is named operation/WIDTHxHEIGHT/bits/ours")
+    plot_overview(results, folder / "overview.svg")
     plot_throughput(medians, folder / "throughput.svg")
     plot_size(medians, folder / "size.svg")
     plot_radius(medians, folder / "radius.svg")
-    plot_memory(peaks, folder / "memory.svg")
-    write_medians(medians, folder / "medians.json")
+    plot_memory(results.peaks, folder / "memory.svg")
+    write_medians(results, folder / "medians.json")
     write_table(medians, folder / "table.md")
 
 

@@ -10,6 +10,7 @@ PERCENT (3) and by more than twice the noise. The exit code is 0 whatever was me
 import argparse
 import json
 import os
+import re
 import statistics
 import subprocess
 import sys
@@ -39,9 +40,9 @@ def groups(names):
     return by_operation
 
 
-def compare(old, new, operation, rounds):
-    """Ratios of every case of an operation; OLD and NEW take turns in going first."""
-    pattern = f"^{operation}/.*/ours/"
+def compare(old, new, names, rounds):
+    """Ratios of the cases of an operation; OLD and NEW take turns in going first."""
+    pattern = "^(" + "|".join(map(re.escape, names)) + ")$"
     ratios = {}
     times = {}
     for turn in range(rounds):
@@ -76,8 +77,8 @@ def main():
 
     names = sorted(set(listed(old, options.filter)) & set(listed(new, options.filter)))
     slower = faster = 0
-    for operation in groups(names):
-        for name, (ratio, spread, time) in sorted(compare(old, new, operation, options.rounds).items()):
+    for group in groups(names).values():
+        for name, (ratio, spread, time) in sorted(compare(old, new, group, options.rounds).items()):
             counts = abs(ratio - 1) > max(options.share / 100, 2 * spread)
             slower += counts and ratio > 1
             faster += counts and ratio < 1

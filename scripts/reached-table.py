@@ -10,6 +10,9 @@ Columns of reached.tsv, tabs between them:
   other                fastest (any other program), NAME/PROGRAM (one program or bound), NAME/fastest, or - for none;
                        a number before NAME multiplies the time
   target               the ratio to stay within, a time such as 8 ms, or nothing
+
+The page's columns AVX2 and SSE2 repeat the ratio, or our time where there is none, with our instructions limited to these.
+"compared with" names the programs and says where their work is not the same.
 """
 import csv
 import json
@@ -18,33 +21,39 @@ import sys
 
 PICTURE = "1920x1080"
 START = "<!-- written by scripts/reached-table.py from reached.tsv and medians.json -->\n"
-HEAD = "| operation | bits | ours | other | ratio | target |\n|---|---|---|---|---|---|\n"
+HEAD = ("| operation | bits | ours | other | ratio | target | AVX2 | SSE2 | compared with |\n"
+        "|---|---|---|---|---|---|---|---|---|\n")
+LEVELS = ("avx2", "baseline")
 NONE = "–"
 
 
-def read_times(file):
-    return {entry["name"]: entry["cpu_time"] for entry in json.loads(file.read_text(encoding="utf-8"))["benchmarks"]}
+class Times(dict):
+    """Times in ms by the names of measurements; labels by the same names, names of programs by their keys."""
+
+    def __init__(self, file):
+        content = json.loads(file.read_text(encoding="utf-8"))
+        super().__init__((entry["name"], entry["cpu_time"]) for entry in content["benchmarks"])
+        self.labels = {entry["name"]: entry.get("label", "") for entry in content["benchmarks"]}
+        self.programs = {key.removeprefix("program "): name for key, name in content.get("context", {}).items()}
 
 
 def is_other(program):
-    return program.split(".")[0] not in ("ours", "limit")
+    return program.split(".")[0] not in ("ours", "limit", "straight")
 
 
-def time_of(times, operation, bits, program):
-    """The time of a program in ms; None when the fastest of no program is asked for."""
-    case = f"{operation}/{PICTURE}/{bits}/"
-    if program != "fastest":
-        return times[case + program]
-    return min((time for name, time in times.items() if name.startswith(case) and is_other(name[len(case):])), default=None)
+def fastest(times, case):
+    """The name of the measurement of the fastest other program; None when there is none."""
+    return min((name for name in times if name.startswith(case) and is_other(name[len(case):])), key=times.get, default=None)
 
 
-def other_time(times, row, operation, bits):
+def other_of(times, row, operation, bits):
+    """The name of the measurement to compare with, or None, and the factor of its time."""
     if row["other"] == "-":
-        return None
+        return None, 1
     factor, _, reference = row["other"].rpartition(" ")
     name, _, program = reference.rpartition("/")
-    time = time_of(times, name or operation, bits, program)
-    return time if time is None else float(factor or 1) * time
+    case = f"{name or operation}/{PICTURE}/{bits}/"
+    return fastest(times, case) if program == "fastest" else case + program, float(factor or 1)
 
 
 def bold_if(missed, text):
@@ -52,17 +61,43 @@ def bold_if(missed, text):
 
 
 def cells_of(times, row, bits):
-    """Ours, other and ratio at one depth; what misses its target is bold."""
+    """Ours, other, ratio and what the levels reach at one depth; what misses its target is bold."""
     operation, _, program = row["ours"].partition("/")
-    own = time_of(times, operation, bits, program or "ours")
-    other = other_time(times, row, operation, bits)
+    case = f"{operation}/{PICTURE}/{bits}/{program or 'ours'}"
+    own = times[case]
+    name, factor = other_of(times, row, operation, bits)
+    other = None if name is None else factor * times[name]
     target = row["target"]
     most = float(target.removesuffix(" ms") or "inf")
     ours = bold_if(target.endswith(" ms") and own > most, f"{own:.3g}")
     if other is None:
-        return ours, NONE, NONE
+        return ours, NONE, NONE, *(f"{times[f'{case}.{level}']:.3g} ms" for level in LEVELS)
     ratio = f"{own / other:.2f}"
-    return ours, f"{other:.3g}", bold_if(not target.endswith(" ms") and float(ratio) > most, ratio)
+    # What is ours, too, is limited as well.
+    levels = (f"{times[f'{case}.{level}'] / times.get(f'{name}.{level}', times[name]) / factor:.2f}" for level in LEVELS)
+    return ours, f"{other:.3g}", bold_if(not target.endswith(" ms") and float(ratio) > most, ratio), *levels
+
+
+def compared_with(times, row, bits):
+    """The program of the measurement to compare with and what it does, as the page prints it."""
+    name, _ = other_of(times, row, row["ours"].partition("/")[0], bits)
+    if name is None:
+        return NONE
+    program = name.rpartition("/")[2]
+    if program.split(".")[0] in ("ours", "limit"):
+        return "ours" if program == "ours" else ""
+    text = times.labels[name] if program == "straight" else f"{times.programs.get(program, program)} {times.labels[name]}"
+    return text.strip().replace("|", "\\|")
+
+
+def joined_programs(times, row, depths):
+    """Depths that are compared with the same program share one text."""
+    texts = {}
+    for bits in depths:
+        texts.setdefault(compared_with(times, row, bits), []).append(bits)
+    if len(texts) == 1:
+        return next(iter(texts))
+    return "; ".join(f"{', '.join(bits)}: {text}" for text, bits in texts.items())
 
 
 def joined(cells):
@@ -71,8 +106,10 @@ def joined(cells):
 
 def line_of(times, row):
     depths = row["bits"].split(",")
-    columns = [joined(column) for column in zip(*(cells_of(times, row, bits) for bits in depths))]
-    return "| " + " | ".join([row["operation"], " / ".join(depths), *columns, row["target"] or NONE]) + " |\n"
+    ours, other, ratio, *levels = (joined(column) for column in zip(*(cells_of(times, row, bits) for bits in depths)))
+    cells = [row["operation"], " / ".join(depths), ours, other, ratio, row["target"] or NONE, *levels,
+             joined_programs(times, row, depths) or NONE]
+    return "| " + " | ".join(cells) + " |\n"
 
 
 def tables(times, rows):
@@ -98,7 +135,7 @@ def main():
     folder = root / "docs" / "performance"
     with open(folder / "reached.tsv", encoding="utf-8", newline="") as file:
         rows = list(csv.DictReader(file, delimiter="\t", quoting=csv.QUOTE_NONE))
-    text, missing = tables(read_times(folder / "medians.json"), rows)
+    text, missing = tables(Times(folder / "medians.json"), rows)
     page = folder / "reached.md"
     old = page.read_text(encoding="utf-8")
     prose, marker, _ = old.partition(START)

@@ -27,13 +27,17 @@ first = (entries("invert/1000x1000/24/ours", [500, 100, 200]) + entries("invert/
          + entries("strange", [1]) + entries("failed/1000x1000/24/ours", [1], error_occurred=True)
          + [{"name": "invert/1000x1000/24/ours_mean", "run_type": "aggregate", "cpu_time": 1, "time_unit": "us"}])
 second = entries("load_x/1000x1000/24/ours", [0.004], "s") + entries("load_x/1000x1000/24/limit.fread", [3000])
+second += entries("rotate30/1920x1080/24/ours", [5000]) + entries("rotate30/1920x1080/24/quick", [6000], label="`turn`")
+second += entries("rotate30/1920x1080/24/graphicsmagick", [1])  # another job
+limited = entries("invert/1000x1000/24/ours", [250])
 json.dump({"benchmarks": first}, open("first.json", "w"))
-json.dump({"benchmarks": second}, open("second.json", "w"))
+json.dump({"context": {"program quick": "Quick 1.2"}, "benchmarks": second}, open("second.json", "w"))
+json.dump({"context": {"kernels": "avx2"}, "benchmarks": limited}, open("limited.json", "w"))
 json.dump({"benchmarks": entries("invert/1000x1000/24/quick", [1])}, open("foreign.json", "w"))
 PYTHON
 
-"$script" first.json second.json out > written
-printf 'out/%s\n' throughput.svg size.svg radius.svg memory.svg medians.json table.md | diff - written
+"$script" first.json second.json limited.json out > written
+printf 'out/%s\n' overview.svg throughput.svg size.svg radius.svg memory.svg medians.json table.md | diff - written
 diff out/table.md - <<'TABLE'
 | operation | picture | ours ms | MB/s | bound ms | fastest other | ms | ratio |
 |---|---|---|---|---|---|---|---|
@@ -43,7 +47,15 @@ diff out/table.md - <<'TABLE'
 | invert | 300x300, 24 bits | 0.018 | 1.5e+04 |  |  |  |  |
 | invert | 1000x1000, 24 bits | 0.2 | 1.5e+04 | 0.05 | quick | 0.1 | 2.00 |
 | load_x | 1000x1000, 24 bits | 4 | 750 | 3 |  |  |  |
+| rotate30 | 1920x1080, 24 bits | 5 | 1.24e+03 |  | quick | 6 | 0.83 |
 TABLE
+has out/overview.svg "rotate by 30 degrees"
+has out/overview.svg "Quick 1.2"
+has out/overview.svg "5 ms"
+has out/medians.json '"program quick": "Quick 1.2"'
+has out/medians.json '{"name": "invert/1000x1000/24/ours.avx2", "cpu_time": 0.25, "time_unit": "ms"}'
+has out/medians.json '"label": "`turn`"'
+! grep -q graphicsmagick out/medians.json || fail "another job is kept"
 has out/throughput.svg "0.50 x quick"
 has out/throughput.svg "3.00 x quick"
 has out/throughput.svg "pictures of 1000x1000, 24 bits"
@@ -53,7 +65,7 @@ has out/radius.svg "box, 1000x1000, 24 bits"
 has out/memory.svg "0.54 MB, 300x300, 24 bits"
 
 # The same results give the same files, and so do their medians, but for the memory.
-"$script" first.json second.json again > written
+"$script" first.json second.json limited.json again > written
 diff -r out again
 "$script" out/medians.json medians > written
 for file in medians.json table.md; do cmp "out/$file" "medians/$file"; done
