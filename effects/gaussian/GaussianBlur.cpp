@@ -2,10 +2,10 @@
 // cut to whole 65536ths in two dimensions, so two passes along the axes would give other results. Two
 // algorithms compute the sum:
 //
-//   half-size                                    algorithm            work for each sample
-//   1 to 30 (39 with AVX2, 37 with AVX-512)      GaussianByProducts   a product for each weight of a quadrant
-//   31 to 255 (from 40 with AVX2, 38 with        GaussianByBoxes      an addition for each box of a quadrant's
-//   AVX-512)                                                          rows, and two for each half width
+//   half-size                              algorithm            work for each sample
+//   1 to 30 (AVX2: 39, AVX-512: 37)        GaussianByProducts   a product for each weight of a quadrant
+//   31 to 255 (AVX2: 40, AVX-512: 38)      GaussianByBoxes      an addition for each box of half the rows,
+//                                                               and two for each half width
 //
 // Wide kernels have small weights, so their boxes are fewer than their products.
 

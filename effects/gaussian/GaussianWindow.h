@@ -17,8 +17,8 @@ constexpr std::ptrdiff_t kGaussianBlock = 64;
 // Sums of a piece of a row stay in the first-level cache for several distances.
 constexpr std::ptrdiff_t kGaussianPiece = 4 * kGaussianBlock;
 
-// Vectors that cross a cache line take twice as long to load. Blocks are allocated with this many elements more
-// and used from their first cache line on.
+// Vectors that cross a cache line take twice as long to load. Blocks are allocated with this many elements
+// more and used from their first cache line on.
 constexpr std::ptrdiff_t kCacheLine = 64;
 template <class Element>
 Element* atCacheLine(Element* block) {
