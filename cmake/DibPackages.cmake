@@ -7,6 +7,7 @@ if(WIN32)
     set(CPACK_PACKAGE_NAME dibstream)
     set(CPACK_SYSTEM_NAME windows-x64)
     set(CPACK_STRIP_FILES ON)
+    set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/DibPackageOrder.cmake)
     set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)  # tests are not needed for it
     include(CPack)
     return()
