@@ -199,6 +199,22 @@ if(TARGET dib)
                 $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${PROJECT_SOURCE_DIR}/docs/everyday-jobs.md
                 ${PROJECT_SOURCE_DIR}/fuzz/seeds/gif/animated.gif ${system_work}/everyday-jobs)
     set_tests_properties(system.everyday-jobs PROPERTIES TIMEOUT 120)
+    # The recipes in C++; those of other languages need no build.
+    if(TARGET dibstream_python)
+        file(GLOB recipes CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/recipes/*.cpp)
+        foreach(recipe ${recipes})
+            get_filename_component(name ${recipe} NAME_WE)
+            add_executable(recipe_${name} ${recipe})
+            target_link_libraries(recipe_${name} PRIVATE dibstream dib_options)
+            set_target_properties(recipe_${name} PROPERTIES
+                OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/recipes)
+        endforeach()
+        add_test(NAME system.recipes
+            COMMAND ${DIB_PYTHON_RUN} -B ${system_dir}/recipes.py
+                    ${PROJECT_SOURCE_DIR} $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture>
+                    ${CMAKE_CURRENT_BINARY_DIR}/recipes ${system_work}/recipes)
+        set_tests_properties(system.recipes PROPERTIES TIMEOUT 300)
+    endif()
     add_test(NAME system.many-pictures
         COMMAND bash ${system_dir}/many-pictures.sh
                 $<TARGET_FILE:dib> $<TARGET_FILE:make_sample_picture> ${system_work}/many-pictures)
