@@ -44,7 +44,6 @@ tree="$work/$name"
 unset GZIP TAR_OPTIONS XZ_DEFAULTS XZ_OPT
 SOURCE_DATE_EPOCH="$(git log -1 --format=%ct)"
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
-export CFLAGS="-ffile-prefix-map=$work=." CXXFLAGS="-ffile-prefix-map=$work=."
 umask 022
 
 # pack ARCHIVE FOLDER NAME: the folder below another name, as a tar.xz.
@@ -62,13 +61,16 @@ makeSource() {
     [ "$("$tree/scripts/version.sh")" = "$version" ]
 }
 
+# Debug information and assertions would name the folder of the build. The builds for Windows and browsers have neither.
+unnamed="-ffile-prefix-map=$work=."
+
 makeDebian() {
-    bash "$tree/tests/system/packages.sh" "$tree" "$tree/build/debian" g++ clang++-14 --release
+    CXXFLAGS="$unnamed" bash "$tree/tests/system/packages.sh" "$tree" "$tree/build/debian" g++ clang++-14 --release
     cp "$tree"/build/debian/packages/*.deb "$out"
 }
 
 makeWheel() {
-    bash "$tree/tests/system/wheel.sh" "$tree" - "$tree/build/python" /usr/bin/python3
+    CXXFLAGS="$unnamed" bash "$tree/tests/system/wheel.sh" "$tree" - "$tree/build/python" /usr/bin/python3
     cp "$tree"/build/python/dist/* "$out"
 }
 
