@@ -29,7 +29,24 @@ TEST(TgaDoor, HeadersWithoutANameAreRecognized) {
     EXPECT_TRUE(opened(tga({11, 3, 2, 8}, {0x85, 7})).isLoaded);
     EXPECT_FALSE(opened(tga({7, 3, 2, 8}, {0x85, 7})).isLoaded);
     EXPECT_FALSE(opened(tga({2, 3, 2, 17}, counting(30))).isLoaded);
-    EXPECT_EQ(opened(Bytes(40, 'a')).reason(), "the format of the file is not known");
+    EXPECT_TRUE(opened(tga({1, 3, 2, 8, 0, 2, 15}, counting(10, 0))).isLoaded);
+    EXPECT_TRUE(opened(tga({2, 3, 2, 32, 0x3F}, counting(24))).isLoaded);
+    EXPECT_FALSE(opened(tga({2, 3, 2, 32, 0x40}, counting(24))).isLoaded);
+    const Bytes mapped24 = tga({1, 3, 2, 24, 0, 2, 24}, counting(30));
+    for (const Bytes& file : {Bytes(40, 'a'), mapped24})
+        EXPECT_EQ(opened(file).reason(), "the format of the file is not known");
+}
+
+TEST(TgaDoor, OnlyGreysAreCalledGrey) {
+    const auto colors = [](const Fields& fields) {
+        DibFileInfo info;
+        const Bytes file = tga(fields, counting(12));
+        EXPECT_TRUE(DibProbeMemory(file.data(), file.size(), &info));
+        return std::string(info.colors);
+    };
+    EXPECT_EQ(colors({3, 2, 2, 8}), "grey");
+    EXPECT_EQ(colors({2, 2, 2, 24}), "");
+    EXPECT_EQ(colors({1, 2, 2, 8, 0, 2, 24}), "");
 }
 
 TEST(TgaDoor, OriginsAreHonoured) {

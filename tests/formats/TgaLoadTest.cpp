@@ -220,6 +220,11 @@ TEST(TgaLoad, MapsOfNegativeLengthAreJudgedLast) {
     EXPECT_EQ(loadTga({3, 2, 2, 16, 0, 1, 0x8000, 24}, Bytes(4000, 1)).code, 7);
     EXPECT_EQ(loadTga({9, 2, 2, 8, 0, 1, 0x8000, 32}, Bytes(4000, 1)).code, 1);
     EXPECT_EQ(loadTga({10, 2, 2, 8, 0, 1, 0x8000, 24}, Bytes(4000, 1)).code, 1);
+    for (const unsigned bits : {24U, 32U}) {
+        const Loaded loaded = loadTga({1, 2, 2, 8, 0, 1, 0xFFFF, bits}, Bytes(4000, 1));
+        EXPECT_EQ(loaded.code, 6) << bits;
+        EXPECT_EQ(loaded.image->Header, nullptr) << bits;
+    }
     for (const unsigned type : {2U, 10U}) {
         const Loaded loaded = loadTga({type, 1, 1, 24, 0, 1, 0xFFFE, 15}, {0, 2, 3, 4});
         EXPECT_TRUE(loaded.result) << type;
