@@ -29,6 +29,9 @@ if(Python3_FOUND)
     set(check_features ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-features.py)
     set(check_reached ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/reached-table.py --check)
     set(check_versions ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check-versions.py)
+    add_test(NAME tree.mutants
+        COMMAND bash ${system_dir}/mutants.sh
+                ${PROJECT_SOURCE_DIR}/scripts/mutants.py ${system_dir}/mutants ${system_work}/mutants ${CMAKE_CXX_COMPILER})
     # Each check must also report every kind of offence in a tree made for it.
     foreach(check includes quotes style features reached versions)
         add_test(NAME tree.${check} COMMAND ${check_${check}})
