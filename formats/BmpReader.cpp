@@ -23,6 +23,7 @@
 #include "formats/Formats.h"
 #include "formats/NewImage.h"
 #include "formats/Rows.h"
+#include "formats/door/DecoderPath.h"
 
 namespace formats {
 
@@ -58,8 +59,6 @@ void describeResolution(const BmpHeader& header, DibMetadata& metadata) {
 template <class Use>
 bool useEmbedded(ByteReader& file, const BmpHeader& header, DibFileResult& result, const Use& use) {
     const FileFormat& format = embeddedFormat(header.packing);
-    if (format.read == nullptr || format.probe == nullptr)
-        return refuse(result, DIB_ERROR_UNSUPPORTED, "%s pixels are not read", nameOf(header));
     const auto size = dib::asSize(file.seek(header.pixelStart) ? file.remaining() : 0);
     const auto bytes = dib::allocateArray<unsigned char>(std::max(size, std::size_t{1}));
     if (bytes == nullptr) return refuseForMemory(result, "for the picture");
@@ -97,7 +96,7 @@ private:
         return useEmbedded(file_, header_, request_.result, [&](const FileFormat& format, ByteReader& inner) {
             ReadRequest request = {inner,          nullptr,         request_.options,
                                    request_.image, request_.result, request_.progress};
-            return format.read(request);
+            return readPicture(format, request);
         });
     }
 
@@ -217,7 +216,9 @@ bool probeEmbedded(ProbeRequest& request, const BmpHeader& header) {
     return useEmbedded(
         request.file, header, request.result, [&](const FileFormat& format, ByteReader& inner) {
             ProbeRequest inside = {inner, nullptr, request.options, request.info, request.result};
-            return format.probe(inside);
+            if (format.probe != nullptr) return format.probe(inside);
+            return refuse(request.result, DIB_ERROR_UNSUPPORTED, "%s pixels are not described here",
+                          nameOf(header));
         });
 }
 

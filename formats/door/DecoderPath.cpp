@@ -40,4 +40,14 @@ DecoderPath::DecoderPath(ByteReader& file, const char* path, DibFileResult& resu
     refuseForSystem(result, DIB_ERROR_WRITE, what.c_str(), why);
 }
 
+bool readPicture(const FileFormat& format, ReadRequest& request) {
+    if (format.read != nullptr) return format.read(request);
+    const DecoderPath path(request);
+    if (path.get() == nullptr) return false;
+    request.image->ErrorCode = DIB_OK;
+    if (format.load(path.get(), request.image, Progress::forward, &request.progress)) return true;
+    request.result.code = request.image->ErrorCode != DIB_OK ? request.image->ErrorCode : DIB_ERROR_INVALID;
+    return false;
+}
+
 }  // namespace formats

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "files/NamelessFile.h"
-#include "formats/door/Request.h"
+#include "formats/Formats.h"
 
 namespace formats {
 
@@ -22,6 +22,10 @@ private:
     std::optional<files::NamelessFile> copy_;
     std::string path_;
 };
+
+// By the format's own reader. The formats that macOS and Windows decode themselves have none and go through the
+// classic loader, as fully as it tells.
+bool readPicture(const FileFormat& format, ReadRequest& request);
 
 }  // namespace formats
 

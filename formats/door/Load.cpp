@@ -144,17 +144,6 @@ bool findNamed(Source& source, const FileFormat& format, DibLoadOptions& options
            (options.layerName == nullptr || findLayer(source, format, options, result));
 }
 
-// The formats that AppKit decodes have no reader of their own: they go through the classic loader. All others
-// have one, and all formats have on Linux.
-bool readByPath(const FileFormat& format, ReadRequest& request) {
-    const DecoderPath path(request);
-    if (path.get() == nullptr) return false;
-    request.image->ErrorCode = DIB_OK;
-    if (format.load(path.get(), request.image, Progress::forward, &request.progress)) return true;
-    request.result.code = request.image->ErrorCode != DIB_OK ? request.image->ErrorCode : DIB_ERROR_INVALID;
-    return false;
-}
-
 bool hasPixels(const DibStream& image) { return image.Buffer != nullptr && dib::hasRows(image); }
 
 void append(DibFileResult& result, const char* text) {
@@ -214,7 +203,7 @@ bool load(Source& source, DibStream& image, DibLoadOptions& options, DibFileResu
     DibStream loaded;
     ReadRequest request = {source.reader(), source.pathToReadAgain(), options, &loaded, result, progress};
     source.reader().seek(0);
-    const bool isRead = format->read != nullptr ? format->read(request) : readByPath(*format, request);
+    const bool isRead = readPicture(*format, request);
     const bool isWhole = isRead && !progress.isCancelled() && source.error() == 0;
     if (!isWhole && !judgeDamage(*format, source, request)) return false;
     if (!hasPixels(loaded)) return refuse(result, DIB_ERROR_INVALID, "the file contains no picture");

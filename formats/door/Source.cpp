@@ -6,10 +6,13 @@
 #include <cerrno>
 #include <cstring>
 
+#include "files/ReplacedFile.h"
 #include "formats/door/Detection.h"
 #include "formats/door/Request.h"
 
 namespace formats {
+
+bool Source::refuseFolder() { return refuse(result_, DIB_ERROR_READ, "this is a folder, not a file"); }
 
 bool Source::open(const char* path) {
     if (path == nullptr || *path == '\0') return refuse(result_, DIB_ERROR_OPEN, "the path is empty");
@@ -19,11 +22,12 @@ bool Source::open(const char* path) {
     if (file_ == nullptr) {
         const int why = errno;
         if (why == ENOMEM) return refuseForMemory(result_);
+        if (files::isFolder(path)) return refuseFolder();
         return refuse(result_, DIB_ERROR_OPEN, "the file cannot be opened%s%s", why != 0 ? ": " : "",
                       why != 0 ? std::strerror(why) : "");
     }
-    // A folder can be opened, but not read.
-    if (!dib::isReadable(file_.get())) return refuse(result_, DIB_ERROR_READ, "this is a folder, not a file");
+    // Some systems open a folder, which cannot be read then.
+    if (!dib::isReadable(file_.get())) return refuseFolder();
     if (dib::positionIn(file_.get()) < 0) return open(file_.get());
     reader_ = std::make_unique<ByteReader>(file_.get());
     return true;

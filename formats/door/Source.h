@@ -42,6 +42,7 @@ public:
     int error() const { return error_ != 0 || reader_ == nullptr ? error_ : reader_->error(); }
 
 private:
+    bool refuseFolder();
     bool isWanted() const;
 
     DibFileResult& result_;

@@ -31,7 +31,10 @@ case "$1" in
         ;;
     *)
         libraryNames "$@" | LC_ALL=C sort -u >"$work/exported"
-        LC_ALL=C sort -u "$work/all" >"$work/listed"
+        # size_t has another name on 32-bit systems.
+        size_t='unsigned long'
+        ! readelf --file-header "$1" | grep -q 'Class: *ELF32' || size_t='unsigned int'
+        sed "s/unsigned long/$size_t/g" "$work/all" | LC_ALL=C sort -u >"$work/listed"
         ;;
 esac
 
