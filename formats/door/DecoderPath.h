@@ -23,8 +23,8 @@ private:
     std::string path_;
 };
 
-// By the format's own reader. The formats that macOS and Windows decode themselves have none and go through the
-// classic loader, as fully as it tells.
+// By the format's own reader. The formats that macOS and Windows decode themselves have none and go through
+// the classic loader, as fully as it tells.
 bool readPicture(const FileFormat& format, ReadRequest& request);
 
 }  // namespace formats
