@@ -15,9 +15,6 @@ void checkInC(int holds, const char* condition, const char* file, int line);
 /* The path of a temporary file, valid until the next call. */
 const char* temporaryFile(const char* name);
 
-/* Whether folders can be opened as files, which then cannot be read. */
-int doFoldersOpen(void);
-
 /* Every test in C; Tests.cpp runs them. */
 #define TESTS_IN_C(test)                                                                                    \
     test(newImagesAreBlank) test(imagesRefuse) test(rowsCountFromTheTop) test(wrapsAreNeverFreed)           \

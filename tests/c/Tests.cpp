@@ -12,7 +12,6 @@
 #include "tests/support/FailingMalloc.h"
 #include "tests/support/Paths.h"
 #include "tests/support/PsdBuilder.h"
-#include "tests/support/System.h"
 #include "tests/support/TestImages.h"
 
 void checkInC(int holds, const char* condition, const char* file, int line) {
@@ -24,8 +23,6 @@ const char* temporaryFile(const char* name) {
     path = testing_support::temporaryPath(name);
     return path.c_str();
 }
-
-int doFoldersOpen(void) { return testing_support::foldersOpen() ? 1 : 0; }
 
 Block document(void) {
     testing_support::PsdDocument document;

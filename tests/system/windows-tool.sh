@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The program dib for Windows prints, writes and returns what the one of this machine does.
+# The program dib for Windows prints, writes and returns what the one of this machine does, and Ctrl-C cancels it.
 # usage: windows-tool.sh SOURCE WINDOWS_BUILD NATIVE_BUILD WORK
 set -euo pipefail
 source="$1" build="$2" native="$3" work="$4"
@@ -73,5 +73,26 @@ both gallery photo.bmp pages --only gaussian
 cp here/few.tga input
 both run - turn:180 - --to bmp
 both info - --json
+
+# A chain that would take minutes is cancelled as on other systems.
+longChain() { for _ in $(seq 400); do printf ' bpp:8,method=median bpp:24'; done; }
+"$sample" 800 600 long.bmp
+x86_64-w64-mingw32-g++-posix -std=c++20 -static -o windows-ctrl-c.exe "$source/tests/system/windows-ctrl-c.cpp"
+tool="Z:$(tr / '\\' <<<"$build")\\bin\\dib.exe"
+for key in c break; do
+    jobs=$((jobs + 1))
+    rm -rf cancelled && mkdir cancelled
+    echo old >cancelled/out.bmp
+    code=0
+    (cd cancelled && "$source/scripts/wine.sh" ../windows-ctrl-c.exe "$key" \
+        "$tool run --progress=always ../long.bmp$(longChain) out.bmp" 2>../errors.there) || code=$?
+    if [ "$code" = 130 ] && grep -q 'dib: cancelled' errors.there && [ "$(ls cancelled)" = out.bmp ] &&
+        [ "$(cat cancelled/out.bmp)" = old ]; then
+        continue
+    fi
+    failed=$((failed + 1))
+    echo "Ctrl-$key: code $code"
+    tail -c 200 errors.there
+done
 echo "$jobs commands, $failed differ"
 [ "$failed" = 0 ]
