@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <string>
 
 #include "dib/ColorTable.h"
 #include "fuzz/FuzzSupport.h"
@@ -15,6 +16,7 @@ namespace fuzz {
 using Codec = bool (*)(std::FILE*, DibStream*, DibProgressCallback, void*);
 
 using PathCodec = bool (*)(const char*, DibStream*, DibProgressCallback, void*);
+using WidePathCodec = bool (*)(const wchar_t*, DibStream*, DibProgressCallback, void*);
 
 // What a reader did with any bytes.
 template <class Load, class File>
@@ -36,18 +38,47 @@ inline int readPath(PathCodec load, const std::uint8_t* data, std::size_t size) 
     withPath(data, size, [load](const char* path) { checkRead(load, path); });
     return 0;
 }
+// The same by all three ways to name a file.
+inline int readEveryWay(Codec load, PathCodec loadPath, WidePathCodec loadWide, const std::uint8_t* data,
+                        std::size_t size) {
+    readFile(load, data, size);
+    withPath(data, size, [=](const char* path) {
+        checkRead(loadPath, path);
+        checkRead(loadWide, std::wstring(path, path + std::strlen(path)).c_str());
+    });
+    return 0;
+}
+
+// Saves a copy of an image by both kinds of paths.
+inline void savePaths(PathCodec savePath, WidePathCodec saveWide, DibStream& image) {
+    DibStream* copy = image.Clone();
+    require(copy != nullptr, "a small image can be copied");
+    withPath(nullptr, 0, [=](const char* path) {
+        savePath(path, copy, nullptr, nullptr);
+        saveWide(std::wstring(path, path + std::strlen(path)).c_str(), copy, nullptr, nullptr);
+    });
+    require(copy->ErrorCode == DIB_OK, "an image can be saved by its path");
+    copy->Release();
+}
+
+// A callback leads another way through the classic writers: every second width has one.
+inline DibProgressCallback reportOf(const DibStream& image) {
+    constexpr DibProgressCallback kGoOn = [](float, void*) { return true; };
+    return image.Header->biWidth % 2 == 0 ? kGoOn : nullptr;
+}
 
 // The input makes an image, which is saved and, where `load` is given, loaded again; `judge` compares the
 // two.
 inline int roundTrip(const std::function<bool(std::FILE*, DibStream&)>& save, Codec load,
                      const std::function<void(DibStream& saved, DibStream& loaded)>& judge,
-                     const std::uint8_t* data, std::size_t size) {
+                     const std::uint8_t* data, std::size_t size, PathCodec savePath, WidePathCodec saveWide) {
     Input input(data, size);
     DibStream saved;
     randomImage(input, saved, 40);
     std::FILE* file = std::tmpfile();
     require(file != nullptr, "a temporary file can be opened");
     require(save(file, saved), "an image can be saved");
+    savePaths(savePath, saveWide, saved);
     std::rewind(file);
     DibStream loaded;
     require(load(file, &loaded, nullptr, nullptr), "what was saved can be loaded");

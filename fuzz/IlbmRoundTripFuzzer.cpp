@@ -1,3 +1,5 @@
+#include <DibCodec.h>
+
 #include "dib/File.h"
 #include "formats/Ilbm.h"
 #include "fuzz/CodecFuzz.h"
@@ -5,7 +7,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto save = [](std::FILE* file, DibStream& image) {
         formats::iff_outstream form;
-        if (!SaveIFF(form, &image, nullptr, nullptr)) return false;
+        if (!SaveIFF(form, &image, fuzz::reportOf(image), nullptr)) return false;
         const unsigned char head[] = {'F', 'O', 'R', 'M', 0x7F, 0xFF, 0xFF, 0xFF};
         return dib::writeBytes(file, head, sizeof head) && dib::writeBytes(file, form.buffer, form.length);
     };
@@ -13,5 +15,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto judge = [](DibStream& saved, DibStream& loaded) {
         if (saved.Header->biBitCount >= 8) fuzz::requireSameColors(saved, loaded);
     };
-    return fuzz::roundTrip(save, LoadIFF, judge, data, size);
+    return fuzz::roundTrip(save, LoadIFF, judge, data, size, SaveIFF, SaveIFF);
 }

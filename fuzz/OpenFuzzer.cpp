@@ -73,6 +73,20 @@ void chooseNames(unsigned choice, const DibFileInfo& info, const DibLayers& laye
         options.layerName = layers.items[(choice & 15U) % layers.count].name;
 }
 
+// Saves a small picture in its own format, under each of its names, with all that its file says beside the
+// pixels.
+void saveAgain(const DibStream& image, const DibFormat& format, const DibMetadata& metadata) {
+    if (image.Header->biSizeImage > 1U << 12) return;
+    DibSaveOptions options;
+    options.metadata = &metadata;
+    for (const char* const* name = format.extensions; *name != nullptr; ++name) {
+        options.format = *name;
+        DibBytes bytes;
+        DibFileResult result;
+        checkResult(DibSaveMemory(&bytes, &image, &options, &result), result);
+    }
+}
+
 void checkLayers(const DibLayers& layers) {
     for (std::size_t i = 0; i < layers.count; ++i) {
         const DibLayer& layer = layers.items[i];
@@ -126,6 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                   "a loaded image has pixels");
     if (!isLoaded || image.Header == nullptr) return 0;
     fuzz::checkImage(image);
+    saveAgain(image, *result.format, result.metadata);
     if (!isProbed || options.layer >= 0 || options.layerName != nullptr) return 0;
     const bool isWhole = options.damage == DIB_DAMAGE_REFUSE;
     if (isWhole && std::strcmp(info.format->name, "tim") == 0)

@@ -72,6 +72,11 @@ inline void readByDescription(const DibPluginDescription& description, const std
     call.report = PluginCall::report;
     call.note = [](void*, int, const char*) {};
     call.refuse = [](void*, int, const char* reason) { require(reason[0] != '\0', "reasons have words"); };
+    description.recognizes(data, size);
+    if (description.listLayers != nullptr)
+        description.listLayers(&call, nullptr, [](void*, const DibPluginLayer*) { return true; });
+    if (description.findPage != nullptr) description.findPage(&call, "left");
+    state.last = 0;
     DibPluginInfo info = {};
     info.size = sizeof info;
     const bool isProbed = description.probe(&call, &info);

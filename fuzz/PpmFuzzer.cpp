@@ -1,6 +1,8 @@
+#include <DibCodec.h>
+
 #include "formats/Ppm.h"
 #include "fuzz/CodecFuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    return fuzz::readFile(LoadPPM, data, size);
+    return fuzz::readEveryWay(LoadPPM, LoadPPM, LoadPPM, data, size);
 }

@@ -1,9 +1,10 @@
+#include <DibCodec.h>
 #include <DibPSDLoader.h>
 
 #include <cstring>
 
 #include "dib/ImageSize.h"
-#include "fuzz/FuzzSupport.h"
+#include "fuzz/CodecFuzz.h"
 
 namespace {
 
@@ -36,12 +37,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             DibStream* layer = loader.GetLayerImage(i, left, top);
             if (layer == nullptr) continue;
             fuzz::checkImage(*layer);
+            fuzz::require(loader.GetLayerVisible(i) == 0 || loader.GetLayerVisible(i) == 1, "visible or not");
+            fuzz::require(loader.GetLayerBlendMode(i) >= -1, "modes that are not known are -1");
             layer->Release();
         }
 
-        // A callback leads another way through packed pictures.
+        // A callback leads another way through packed pictures, and so does a log.
         DibStream reported;
         DibPSDLoader reporting(&reported);
+        static std::FILE* const log = std::fopen("/dev/null", "w");
+        reporting.SetLog(log);
         const bool same = load(file, reporting, [](float, void*) { return true; }) == loaded &&
                           reported.ErrorCode == image.ErrorCode &&
                           (image.Buffer == nullptr) == (reported.Buffer == nullptr);
@@ -50,5 +55,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                                              dib::admitSize(*image.Header).imageBytes) == 0,
                       "a callback changes no pixel");
     });
-    return 0;
+    return fuzz::readPath(LoadPSD, data, size);
 }

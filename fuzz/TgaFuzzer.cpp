@@ -1,6 +1,8 @@
+#include <DibCodec.h>
+
 #include "formats/Tga.h"
 #include "fuzz/CodecFuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    return fuzz::readFile(LoadTGA, data, size);
+    return fuzz::readEveryWay(LoadTGA, LoadTGA, LoadTGA, data, size);
 }

@@ -1,6 +1,8 @@
+#include <DibCodec.h>
+
 #include "formats/Tim.h"
 #include "fuzz/CodecFuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    return fuzz::readFile(LoadTIM, data, size);
+    return fuzz::readEveryWay(LoadTIM, LoadTIM, LoadTIM, data, size);
 }

@@ -1,3 +1,5 @@
+#include <DibCodec.h>
+
 #include "formats/Tim.h"
 #include "fuzz/CodecFuzz.h"
 
@@ -9,8 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     };
     return fuzz::roundTrip(
         [](std::FILE* file, DibStream& image) {
-            SaveTIM(file, &image, nullptr, nullptr);
+            SaveTIM(file, &image, fuzz::reportOf(image), nullptr);
             return image.ErrorCode == DIB_OK;
         },
-        LoadTIM, judge, data, size);
+        LoadTIM, judge, data, size, SaveTIM, SaveTIM);
 }
