@@ -172,7 +172,7 @@ def test_alpha_that_is_zero_everywhere():
 
 def test_layers(seeds):
     documents = 0
-    for file in sorted((seeds / "psd").iterdir()):
+    for file in sorted((seeds / "psd").glob("*.ps[bd]")):
         try:
             layers = dibstream.probe_layers(file)
         except dibstream.Error:

@@ -133,7 +133,7 @@ def check_formats(page, program):
         if extension != "bmp":
             subprocess.run([program.path, "run", program.folder / "sample.bmp", files[-1]], check=True, capture_output=True)
     for folder in ("psd", "hdr", "dds", "gif"):
-        seeds = sorted(path for path in (SEEDS / folder).iterdir() if program.pixels(path))
+        seeds = sorted(path for path in (SEEDS / folder).glob("*.*") if program.pixels(path))
         files.append(seeds[len(seeds) // 2])
     for path in files:
         check(page.open(path), f"{path.name} was not opened: {page.value(MESSAGE)}")
