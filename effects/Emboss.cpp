@@ -45,7 +45,7 @@ public:
             for (int x = 0; x < taps_.width(); ++x, field += 3)
                 Depth::put(out, x, Depth::join({field[0], field[1], field[2]}));
         } else {
-            dib::runKernel<shade<unsigned char>>(taps_.sums(), out, scale_, 255.0F, count);
+            dib::runWidestKernel<shade<unsigned char>>(taps_.sums(), out, scale_, 255.0F, count);
         }
     }
 

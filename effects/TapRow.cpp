@@ -167,9 +167,9 @@ void TapRow::add(float dx, float dy, std::int32_t weight) {
                                                      : from;
             const std::uint32_t below = mixesRows ? line.weight : 0;
             if (right == 0 && below == 0) {
-                runKernel<addWhole<Depth>>(from, sums, wrapped, count);
+                runWidestKernel<addWhole<Depth>>(from, sums, wrapped, count);
             } else {
-                runKernel<addMixed<Depth>>(from, lower, sums, TapMix{right, below, wrapped}, count);
+                runWidestKernel<addMixed<Depth>>(from, lower, sums, TapMix{right, below, wrapped}, count);
             }
         }
     };
