@@ -20,7 +20,7 @@ scripts/install-packages.sh build bench
 old="$PWD/build/compare-base"
 rm -rf "$old"
 git worktree prune
-git worktree add --quiet --detach "$old" "$base"
+git worktree add --quiet --detach "$old" "$base" || tell "SKIPPED: $base cannot be laid out"
 trap 'git worktree remove --force "$old"' EXIT
 # Each tree is built in the same folder below its root, so that they share the objects that are the same.
 command -v ccache >/dev/null &&
@@ -33,9 +33,10 @@ buildBench() {
             cmake --build build/compare --parallel "$(nproc)" --target bench_ours bench_files >/dev/null
     )
 }
-buildBench "$PWD"
+buildBench "$PWD" || tell "SKIPPED: the benches cannot be built here"
 buildBench "$old" || tell "SKIPPED: $base cannot be built here"
 
 export PEER_TMP="$PWD/build/compare/files"
 build/compare/bench/bench_files >/dev/null
-scripts/compare-builds.py "$old/build/compare" build/compare --filter "$pattern" --rounds "$rounds"
+scripts/compare-builds.py "$old/build/compare" build/compare --filter "$pattern" --rounds "$rounds" ||
+    tell "the measurement did not end"
