@@ -319,6 +319,8 @@ TEST(OldMemory, IsNeverShown) {
         for (const auto& seed : std::filesystem::directory_iterator(testing_support::sourceFolder() +
                                                                     "/fuzz/seeds/" + format.seeds)) {
             SCOPED_TRACE(seed.path().string());
+            // Those that fuzzers found are many, and some announce large pictures.
+            if (seed.path().filename().string().starts_with("found-")) continue;
             ++seeds;
             const Bytes whole = testing_support::readFileBytes(seed.path());
             forEveryTruncation(whole, [&](const Bytes& cut, std::size_t length) {
