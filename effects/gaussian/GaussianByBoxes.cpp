@@ -38,7 +38,7 @@ bool boxesAreCheaper(const GaussianKernel& kernel) {
 bool GaussianByBoxes::prepare(const Raster& image) {
     if (!window_.prepare(image, kernel_.reach(), flags_) || !listBoxes()) return false;
     folded_ = allocateArray<std::uint16_t>(rowCount() * kGaussianPiece + kCacheLine);
-    steps_ = allocateArray<std::uint32_t>(stepsBefore() + window_.stride() + window_.padding());
+    steps_ = allocateArray<std::uint32_t>(stepCount());
     return folded_ != nullptr && steps_ != nullptr;
 }
 
@@ -100,7 +100,7 @@ void GaussianByBoxes::foldRows(std::ptrdiff_t start) {
 
 void GaussianByBoxes::addAllSteps() {
     const std::ptrdiff_t columns = window_.samples() + 2 * window_.padding();
-    std::fill_n(steps_.get(), stepsBefore() + window_.stride() + window_.padding(), 0U);
+    std::fill_n(steps_.get(), stepCount(), 0U);
     for (std::ptrdiff_t start = 0; start < columns; start += kGaussianPiece) {
         foldRows(start);
         // Boxes of half width 0 lie around this one's pixels.

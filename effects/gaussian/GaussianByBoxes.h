@@ -34,6 +34,8 @@ private:
     std::ptrdiff_t rowCount() const { return std::ptrdiff_t{kernel_.reach()} + 1; }
     // Steps from the first pixel whose boxes reach the window to the first pixel of the row.
     std::ptrdiff_t stepsBefore() const { return 2 * window_.padding() + window_.channels(); }
+    // Pieces end beyond the window, and boxes lose columns up to a padding behind them.
+    std::ptrdiff_t stepCount() const { return stepsBefore() + window_.stride() + window_.padding(); }
     bool listBoxes();
     void foldRows(std::ptrdiff_t start);
     void addAllSteps();
